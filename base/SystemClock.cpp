@@ -1,0 +1,48 @@
+#include <ctime>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "base/Clock.h"
+
+namespace Kyr::Base {
+
+IClock::~IClock() = default;
+
+namespace {
+
+boost::chrono::milliseconds ToBoost(std::chrono::milliseconds duration) {
+    return boost::chrono::milliseconds(duration.count());
+}
+
+class CSystemClock final : public IClock {
+  public:
+    std::int64_t CalendarTime() const override { return std::time(nullptr); }
+
+    void SleepFor(std::chrono::milliseconds duration) override {
+        // boost::this_thread::sleep_for returns at once, without an interruption point, when there
+        // is nothing to sleep.
+        boost::this_thread::interruption_point();
+        boost::this_thread::sleep_for(ToBoost(duration));
+    }
+
+    void Wait(boost::condition_variable& condition,
+              boost::unique_lock<boost::mutex>& lock) override {
+        condition.wait(lock);
+    }
+
+    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+                 std::chrono::milliseconds timeout) override {
+        return condition.wait_for(lock, ToBoost(timeout)) == boost::cv_status::no_timeout;
+    }
+};
+
+}  // namespace
+
+boost::shared_ptr<IClock> SystemClock() {
+    // Never destroyed: a thread that is still waiting when the process exits may use it to the end.
+    static const auto& clock = *new boost::shared_ptr<IClock>(boost::make_shared<CSystemClock>());
+    return clock;
+}
+
+}  // namespace Kyr::Base

@@ -1,0 +1,55 @@
+# The three kinds of target that this tree has, with the warnings and the include root that all of them share.
+
+include(CheckCXXCompilerFlag)
+
+function(kyr_configure_target name)
+    target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
+    target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow=local
+        -Wnon-virtual-dtor -fno-strict-aliasing)
+    if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+        target_compile_options(${name} PRIVATE -Wno-unknown-warning-option -Wno-error=unknown-warning-option)
+    endif()
+    if(KYR_SANITIZE)
+        target_compile_options(${name} PRIVATE -fsanitize=${KYR_SANITIZE} -fno-sanitize-recover=all
+            -fno-omit-frame-pointer)
+        target_link_options(${name} PRIVATE -fsanitize=${KYR_SANITIZE})
+    endif()
+endfunction()
+
+# kyr_add_library(<name> [SHARED] SOURCES <file>... [DEPENDS <target>...])
+# Headers are listed with the sources, so that the list is the folder's table of contents.
+function(kyr_add_library name)
+    cmake_parse_arguments(ARG "SHARED" "" "SOURCES;DEPENDS" ${ARGN})
+    if(ARG_SHARED)
+        add_library(${name} SHARED ${ARG_SOURCES})
+    else()
+        add_library(${name} STATIC ${ARG_SOURCES})
+    endif()
+    target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
+    kyr_configure_target(${name})
+endfunction()
+
+# kyr_add_header_library(<name> HEADERS <file>... [DEPENDS <target>...])
+function(kyr_add_header_library name)
+    cmake_parse_arguments(ARG "" "" "HEADERS;DEPENDS" ${ARGN})
+    add_library(${name} INTERFACE ${ARG_HEADERS})
+    target_include_directories(${name} INTERFACE "${CMAKE_SOURCE_DIR}")
+    target_link_libraries(${name} INTERFACE ${ARG_DEPENDS})
+endfunction()
+
+# kyr_add_program(<name> SOURCES <file>... [DEPENDS <target>...])
+function(kyr_add_program name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE ${ARG_DEPENDS})
+    kyr_configure_target(${name})
+endfunction()
+
+# kyr_add_test_suite(<name> SOURCES <file>... [DEPENDS <target>...])
+# One program a folder under test, run as one test by CTest.
+function(kyr_add_test_suite name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+    kyr_add_program(${name} SOURCES ${ARG_SOURCES} DEPENDS ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+endfunction()

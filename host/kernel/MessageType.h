@@ -1,0 +1,26 @@
+// The host's message types that this system consumes or produces. The host routes by the numbers.
+#pragma once
+
+#include <cstdint>
+
+namespace Kyr::Common::Kernel {
+
+enum class MessageType : std::int32_t {
+    Reply = 1,                      // second reply type of the host's request/response scheme
+    RequestConfiguration = 5,       // export the product's configuration
+    OvAgentRequest = 7,             // the connector's own trigger
+    DataMinerOutOfOrderEvent = 69,  // remediation actions were stored
+    DataMinerStoreEcsIndicatorLogs = 76,
+    DataMinerStoreEcsTelemetryLogs = 77,
+    ApplyPolicy = 194,            // apply a policy
+    Response = 688,               // reply to a request of the host's request/response scheme
+    KillProcessByPid = 918,       // task: kill a process
+    BlockExecutableByHash = 919,  // task: block an executable
+    ProductStatus = 10044,        // status log
+    TaskEvent = 10244,            // event log: result of a task
+    PresenceStatus = 10292,       // status log: the product is present
+    TaskFailureEvent = 10368,     // event log: a task failed or was cancelled
+    MultiProductStatus = 10405,   // multi-product status log
+};
+
+}  // namespace Kyr::Common::Kernel

@@ -1,0 +1,47 @@
+// A growing run of bytes with a read position: what requests are built in and replies are read
+// from.
+//
+// Threads: a buffer belongs to one thread at a time.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+class KelcommChannelBuffer {
+  public:
+    /// An empty buffer with 65536 bytes reserved.
+    KelcommChannelBuffer();
+
+    void Append(const void* bytes, std::size_t length);
+    /// Appends the four bytes of `value`, little-endian.
+    void AppendU32(std::uint32_t value);
+    /// New bytes are zero. The read position stays.
+    void Resize(std::size_t length);
+    /// Copies the next `length` bytes and moves the read position past them. Throws
+    /// std::runtime_error "KelcommChannelBuffer: Buffer is not full enough" when fewer remain;
+    /// nothing is moved then.
+    void Read(void* destination, std::size_t length);
+    /// Reads four bytes as a little-endian number; throws like Read.
+    std::uint32_t ReadU32();
+
+    /// REQUIRES: position is at most GetSize().
+    void SetReadPosition(std::uint32_t position) { readPosition_ = position; }
+    std::uint32_t GetReadPosition() const { return readPosition_; }
+    std::size_t GetRemaining() const { return bytes_.size() - readPosition_; }
+    std::size_t GetSize() const { return bytes_.size(); }
+    bool IsEmpty() const { return bytes_.empty(); }
+    unsigned char* GetData() { return bytes_.data(); }
+    const unsigned char* GetData() const { return bytes_.data(); }
+    const std::vector<unsigned char>& GetBytes() const { return bytes_; }
+    /// Gives the bytes away; the buffer is empty afterwards.
+    std::vector<unsigned char> TakeBytes();
+
+  private:
+    std::vector<unsigned char> bytes_;
+    std::uint32_t readPosition_ = 0;
+};
+
+}  // namespace Kyr::Connectors::Common::Kelcomm

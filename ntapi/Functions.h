@@ -1,0 +1,114 @@
+// Signatures of the native functions of a port's client, under the names that the system library
+// exports.
+//
+// A table of these pointers is all that the Kelcomm clients see of the operating system
+// (kelcomm/native). Message pointers are bytes in the layouts of PortMessage.h. `std::int64_t`
+// time-outs count 100 ns units, negative values are relative, and a null pointer waits without end.
+#pragma once
+
+#include "ntapi/Alpc.h"
+#include "ntapi/Types.h"
+
+namespace Kyr::NtApi {
+
+// ntdll: legacy ports
+using NtConnectPortFn = NtStatus(KYR_NTAPI*)(Handle* port, UnicodeString* name,
+                                             SecurityQualityOfService* qos, void* clientView,
+                                             void* serverView, std::uint32_t* maxMessageLength,
+                                             void* connectionInfo,
+                                             std::uint32_t* connectionInfoLength);
+using NtRequestPortFn = NtStatus(KYR_NTAPI*)(Handle port, void* request);
+using NtRequestWaitReplyPortFn = NtStatus(KYR_NTAPI*)(Handle port, void* request, void* reply);
+using RtlInitUnicodeStringFn = void(KYR_NTAPI*)(UnicodeString* target, const char16_t* source);
+
+// ntdll: advanced ports
+using NtAlpcConnectPortFn = NtStatus(KYR_NTAPI*)(
+    Handle* port, UnicodeString* name, ObjectAttributes* objectAttributes,
+    AlpcPortAttributes* portAttributes, std::uint32_t flags, void* requiredServerSid,
+    void* connectionMessage, std::size_t* bufferLength, AlpcMessageAttributes* outAttributes,
+    AlpcMessageAttributes* inAttributes, std::int64_t* timeout);
+using NtAlpcDisconnectPortFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags);
+using NtAlpcSendWaitReceivePortFn = NtStatus(KYR_NTAPI*)(
+    Handle port, std::uint32_t flags, void* sendMessage, AlpcMessageAttributes* sendAttributes,
+    void* receiveMessage, std::size_t* bufferLength, AlpcMessageAttributes* receiveAttributes,
+    std::int64_t* timeout);
+using NtAlpcCreatePortSectionFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
+                                                       Handle section, std::size_t size,
+                                                       Handle* alpcSection,
+                                                       std::size_t* actualSize);
+using NtAlpcDeletePortSectionFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
+                                                       Handle section);
+using NtAlpcCreateSectionViewFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
+                                                       AlpcDataViewAttr* view);
+using NtAlpcDeleteSectionViewFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
+                                                       void* viewBase);
+using AlpcInitializeMessageAttributeFn = NtStatus(KYR_NTAPI*)(std::uint32_t attributes,
+                                                              AlpcMessageAttributes* buffer,
+                                                              std::size_t bufferSize,
+                                                              std::size_t* requiredSize);
+
+// ntdll: slim reader/writer locks; the lock is one pointer-sized word, zero when free
+using RtlInitializeSrwLockFn = void(KYR_NTAPI*)(void** lock);
+using RtlSrwLockFn = void(KYR_NTAPI*)(void** lock);
+
+// kernel32: processes, threads, events
+using GetCurrentProcessFn = Handle(KYR_NTAPI*)();
+using IsWow64ProcessFn = Bool(KYR_NTAPI*)(Handle process, Bool* isWow64);
+using CloseHandleFn = Bool(KYR_NTAPI*)(Handle handle);
+using ThreadRoutine = std::uint32_t(KYR_NTAPI*)(void* parameter);
+using CreateThreadFn = Handle(KYR_NTAPI*)(void* security, std::size_t stackSize,
+                                          ThreadRoutine routine, void* parameter,
+                                          std::uint32_t flags, std::uint32_t* threadId);
+using TerminateThreadFn = Bool(KYR_NTAPI*)(Handle thread, std::uint32_t exitCode);
+using CreateEventWFn = Handle(KYR_NTAPI*)(void* security, Bool manualReset, Bool initialState,
+                                          const char16_t* name);
+using EventFn = Bool(KYR_NTAPI*)(Handle event);
+using WaitForSingleObjectFn = std::uint32_t(KYR_NTAPI*)(Handle handle, std::uint32_t milliseconds);
+using WaitForMultipleObjectsFn = std::uint32_t(KYR_NTAPI*)(std::uint32_t count,
+                                                           const Handle* handles, Bool waitAll,
+                                                           std::uint32_t milliseconds);
+
+// kernel32: named mutexes and sections
+using OpenMutexWFn = Handle(KYR_NTAPI*)(std::uint32_t access, Bool inherit, const char16_t* name);
+using ReleaseMutexFn = Bool(KYR_NTAPI*)(Handle mutex);
+using OpenFileMappingWFn = Handle(KYR_NTAPI*)(std::uint32_t access, Bool inherit,
+                                              const char16_t* name);
+using MapViewOfFileFn = void*(KYR_NTAPI*)(Handle section, std::uint32_t access,
+                                          std::uint32_t offsetHigh, std::uint32_t offsetLow,
+                                          std::size_t size);
+using UnmapViewOfFileFn = Bool(KYR_NTAPI*)(const void* view);
+
+// user32: the calling thread's window messages
+struct WindowMessage {
+    Handle window;
+    std::uint32_t message;
+    std::uintptr_t wParam;
+    std::intptr_t lParam;
+    std::uint32_t time;
+    std::int32_t x;
+    std::int32_t y;
+};
+using MsgWaitForMultipleObjectsFn = std::uint32_t(KYR_NTAPI*)(std::uint32_t count,
+                                                              const Handle* handles, Bool waitAll,
+                                                              std::uint32_t milliseconds,
+                                                              std::uint32_t wakeMask);
+using PeekMessageWFn = Bool(KYR_NTAPI*)(WindowMessage* message, Handle window,
+                                        std::uint32_t filterMin, std::uint32_t filterMax,
+                                        std::uint32_t remove);
+using TranslateMessageFn = Bool(KYR_NTAPI*)(const WindowMessage* message);
+using DispatchMessageWFn = std::intptr_t(KYR_NTAPI*)(const WindowMessage* message);
+
+// advapi32: who the process runs as
+using OpenProcessTokenFn = Bool(KYR_NTAPI*)(Handle process, std::uint32_t access, Handle* token);
+using GetTokenInformationFn = Bool(KYR_NTAPI*)(Handle token, std::uint32_t kind, void* buffer,
+                                               std::uint32_t bufferSize,
+                                               std::uint32_t* returnedSize);
+using AllocateAndInitializeSidFn = Bool(KYR_NTAPI*)(
+    const std::uint8_t* authority, std::uint8_t subAuthorityCount, std::uint32_t subAuthority0,
+    std::uint32_t subAuthority1, std::uint32_t subAuthority2, std::uint32_t subAuthority3,
+    std::uint32_t subAuthority4, std::uint32_t subAuthority5, std::uint32_t subAuthority6,
+    std::uint32_t subAuthority7, void** sid);
+using EqualSidFn = Bool(KYR_NTAPI*)(void* first, void* second);
+using FreeSidFn = void*(KYR_NTAPI*)(void* sid);
+
+}  // namespace Kyr::NtApi

@@ -1,0 +1,41 @@
+// The native statuses that the port functions are known to return, under the system's names.
+#pragma once
+
+#include "ntapi/Types.h"
+
+namespace Kyr::NtApi {
+
+constexpr NtStatus kStatusSuccess = 0x00000000;
+constexpr NtStatus kStatusWait0 = 0x00000000;
+constexpr NtStatus kStatusAbandonedWait0 = 0x00000080;
+/// Passes the usual success test: compare it before asking IsError.
+constexpr NtStatus kStatusTimeout = 0x00000102;
+
+constexpr NtStatus kStatusUnsuccessful = static_cast<NtStatus>(0xC0000001);
+constexpr NtStatus kStatusNotImplemented = static_cast<NtStatus>(0xC0000002);
+constexpr NtStatus kStatusInvalidHandle = static_cast<NtStatus>(0xC0000008);
+constexpr NtStatus kStatusInvalidParameter = static_cast<NtStatus>(0xC000000D);
+constexpr NtStatus kStatusNoMemory = static_cast<NtStatus>(0xC0000017);
+constexpr NtStatus kStatusAccessDenied = static_cast<NtStatus>(0xC0000022);
+constexpr NtStatus kStatusBufferTooSmall = static_cast<NtStatus>(0xC0000023);
+constexpr NtStatus kStatusPortMessageTooLong = static_cast<NtStatus>(0xC000002F);
+constexpr NtStatus kStatusObjectNameInvalid = static_cast<NtStatus>(0xC0000033);
+constexpr NtStatus kStatusObjectNameNotFound = static_cast<NtStatus>(0xC0000034);
+constexpr NtStatus kStatusObjectNameCollision = static_cast<NtStatus>(0xC0000035);
+constexpr NtStatus kStatusPortDisconnected = static_cast<NtStatus>(0xC0000037);
+constexpr NtStatus kStatusPortConnectionRefused = static_cast<NtStatus>(0xC0000041);
+constexpr NtStatus kStatusInvalidParameter1 = static_cast<NtStatus>(0xC00000EF);
+constexpr NtStatus kStatusInvalidParameter2 = static_cast<NtStatus>(0xC00000F0);
+constexpr NtStatus kStatusReplyMessageMismatch = static_cast<NtStatus>(0xC000021F);
+constexpr NtStatus kStatusLpcReplyLost = static_cast<NtStatus>(0xC0000253);
+constexpr NtStatus kStatusPortClosed = static_cast<NtStatus>(0xC0000700);
+constexpr NtStatus kStatusMessageLost = static_cast<NtStatus>(0xC0000701);
+constexpr NtStatus kStatusInvalidMessage = static_cast<NtStatus>(0xC0000702);
+constexpr NtStatus kStatusLpcReceiveBufferExpected = static_cast<NtStatus>(0xC0000705);
+
+/// True for statuses that count as failures (the sign bit of the status).
+constexpr bool IsError(NtStatus status) {
+    return status < 0;
+}
+
+}  // namespace Kyr::NtApi
