@@ -1,0 +1,79 @@
+// A clock whose time stands still until the test moves it.
+//
+// Threads: every operation may be called from any thread. Threads under test block in SleepFor,
+// Wait and WaitFor; the test synchronises with them through the Await operations and moves time
+// with Advance. Blocked threads can be interrupted as with the system clock. The Await operations
+// give up after ten real seconds and return false.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <list>
+#include <vector>
+
+#include "base/Clock.h"
+
+namespace Kyr::Test {
+
+class CManualClock final : public Base::IClock {
+  public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    /// 1700000000 is 2023-11-14T22:13:20 UTC.
+    static constexpr std::int64_t kStartTime = 1700000000;
+
+    CManualClock() = default;
+    ~CManualClock() override;
+
+    std::int64_t CalendarTime() const override;
+    void SleepFor(Milliseconds duration) override;
+    void Wait(boost::condition_variable& condition,
+              boost::unique_lock<boost::mutex>& lock) override;
+    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+                 Milliseconds timeout) override;
+
+    /// Moves time and returns when every thread whose time has come is awake.
+    /// REQUIRES: the caller holds no mutex that a thread in WaitFor needs.
+    void Advance(Milliseconds duration);
+
+    /// From now on sleeps move the time themselves and return at once. Timed waits still wait for
+    /// Advance.
+    void SetAutomaticSleep(bool automatic);
+
+    /// What CalendarTime starts from; takes effect at once.
+    void SetStartTime(std::int64_t secondsSinceEpoch);
+
+    /// Waits (in real time) until exactly `count` threads are in SleepFor.
+    bool AwaitSleepers(std::size_t count);
+    /// Waits (in real time) until exactly `count` threads are in Wait or WaitFor.
+    bool AwaitWaiters(std::size_t count);
+
+    /// The time that has passed since construction.
+    Milliseconds Elapsed() const;
+    /// Every duration that SleepFor was asked for, in order.
+    std::vector<Milliseconds> Sleeps() const;
+    /// Every duration that WaitFor was asked for, in order.
+    std::vector<Milliseconds> TimedWaits() const;
+
+  private:
+    struct TimedWaiter {
+        boost::condition_variable* condition;
+        Milliseconds deadline;
+    };
+
+    bool Await(const std::function<bool()>& reached);
+    void WakeExpired(boost::unique_lock<boost::mutex>& lock);
+
+    mutable boost::mutex mutex_;  // guards everything below
+    boost::condition_variable changed_;
+    Milliseconds now_{0};
+    std::int64_t startTime_ = kStartTime;
+    bool automaticSleep_ = false;
+    std::size_t sleepers_ = 0;
+    std::size_t untimedWaiters_ = 0;
+    std::list<TimedWaiter> timedWaiters_;
+    std::vector<Milliseconds> sleeps_;
+    std::vector<Milliseconds> timedWaits_;
+};
+
+}  // namespace Kyr::Test
