@@ -14,6 +14,10 @@ function(kyr_configure_target name)
             -fno-omit-frame-pointer)
         target_link_options(${name} PRIVATE -fsanitize=${KYR_SANITIZE})
     endif()
+    if(KYR_BUILD_FUZZERS)
+        # Coverage counters for libFuzzer, without its main program.
+        target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
+    endif()
 endfunction()
 
 # kyr_add_library(<name> [SHARED] SOURCES <file>... [DEPENDS <target>...])
