@@ -1,0 +1,43 @@
+#include "module/PathLocale.h"
+
+#include <exception>
+#include <locale>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/locale/generator.hpp>
+#include <boost/locale/info.hpp>
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+namespace {
+
+std::locale GeneratePathLocale() noexcept {
+    const boost::locale::generator generate;
+    // The empty name is the system's default locale.
+    for (const char* name : {"", "C.UTF-8"}) {
+        try {
+            const std::locale candidate = generate(name);
+            if (std::use_facet<boost::locale::info>(candidate).utf8()) {
+                return candidate;
+            }
+        } catch (const std::exception&) {
+            // The environment names a locale that this system does not have; try the next one.
+        }
+    }
+    return std::locale::classic();
+}
+
+}  // namespace
+
+void InstallPathLocale() noexcept {
+    static const std::locale pathLocale = GeneratePathLocale();
+    try {
+        boost::filesystem::path::imbue(pathLocale);
+    } catch (const std::exception&) {
+        // The new locale is installed by now. What failed is the making of the previous one, which
+        // imbue hands back and nobody wants: the default of a process whose environment names a
+        // locale that does not exist.
+    }
+}
+
+}  // namespace Kyr::Connectors::OvAgentConnector
