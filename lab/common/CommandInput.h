@@ -1,0 +1,41 @@
+// Where a lab program's commands come from: the lines of standard input, until the input ends or
+// the program is asked to end.
+//
+// Construct it first in main, before any thread: it keeps the requests to end (an interrupt from
+// the terminal, a polite termination) away from every thread, and Next reports them instead.
+//
+// Threads: Next by one thread; one object a process.
+// Errors: std::runtime_error from the constructor when the system refuses.
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace Kyr::Lab {
+
+class CCommandInput {
+  public:
+    enum class Kind { Line, EndOfInput, Terminate };
+
+    struct CEvent {
+        Kind kind;
+        std::string line;  // without its end of line
+    };
+
+    CCommandInput();
+    ~CCommandInput();
+    CCommandInput(const CCommandInput&) = delete;
+    CCommandInput& operator=(const CCommandInput&) = delete;
+
+    /// Blocks until there is something to report. After EndOfInput only Terminate can follow.
+    CEvent Next();
+
+  private:
+    struct CState;  // the platform's own
+    std::unique_ptr<CState> state_;
+};
+
+/// True when standard output is a person's terminal.
+bool OutputIsTerminal();
+
+}  // namespace Kyr::Lab

@@ -1,0 +1,62 @@
+// The lines that lab programs write and read: one event a line, one command a line.
+//
+//     line  = time " " kind *( " " key "=" value )
+//     time  = HH ":" MM ":" SS "." mmm          (UTC, when the line was written)
+//     kind  = 1*( "a"-"z" / "-" )
+//     key   = 1*( "a"-"z" / "0"-"9" / "-" )
+//     value = bare / quoted
+//     bare  = 1*( any byte above " " but DEL, quote, backslash and "=" )
+//     quoted = a quote, any bytes, a quote; inside, \" \\ \n \r \t and \xHH stand for themselves
+//
+// A value is bare whenever it can be, so that the same event always gives the same line.
+//
+// Threads: values; each object by one thread at a time.
+// Errors: text that does not follow the grammar is a std::invalid_argument that says why.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace Kyr::Lab {
+
+/// One event without its time: a kind and its fields, in the order in which they were added.
+class CLine {
+  public:
+    explicit CLine(std::string kind);
+
+    CLine& With(std::string key, std::string_view value);
+    CLine& With(std::string key, std::uint64_t value);
+
+    const std::string& Kind() const { return kind_; }
+    const std::vector<std::pair<std::string, std::string>>& Fields() const { return fields_; }
+
+    /// The value of the first field `key`, or null.
+    const std::string* Find(std::string_view key) const;
+
+    /// Kind and fields as they stand in a line, without a time.
+    std::string Text() const;
+
+  private:
+    std::string kind_;
+    std::vector<std::pair<std::string, std::string>> fields_;
+};
+
+struct CTimedLine {
+    std::string time;
+    CLine line;
+};
+
+/// Reads a line back, without its end of line.
+CTimedLine ParseLine(std::string_view text);
+
+/// Splits a command into its words: blanks part them, and a quoted run (as in a line's value) is
+/// part of its word, so that `start "my program" name="a b"` has three words.
+std::vector<std::string> SplitWords(std::string_view command);
+
+/// A number in decimal, or in hexadecimal after "0x"; nothing may stand before or behind it.
+std::uint64_t ParseNumber(std::string_view text);
+
+}  // namespace Kyr::Lab

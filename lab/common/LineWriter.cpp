@@ -1,0 +1,54 @@
+#include "lab/common/LineWriter.h"
+
+#include <cstdio>
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab {
+
+namespace {
+
+std::string FormatTime(std::chrono::milliseconds sinceMidnight) {
+    const auto count = static_cast<unsigned>(sinceMidnight.count() % 86400000);
+    char text[32];
+    std::snprintf(text, sizeof text, "%02u:%02u:%02u.%03u", count / 3600000, count / 60000 % 60,
+                  count / 1000 % 60, count % 1000);
+    return text;
+}
+
+/// The terminal's colour for a kind: what fails is red, what really happens is green.
+const char* ColourOf(const std::string& kind) {
+    if (kind == "error") {
+        return "\x1b[31m";
+    }
+    if (kind == "did" || kind == "started" || kind == "ended") {
+        return "\x1b[32m";
+    }
+    if (kind == "request" || kind == "reply") {
+        return "\x1b[36m";
+    }
+    return "\x1b[1m";
+}
+
+}  // namespace
+
+std::chrono::milliseconds SystemTimeOfDay() {
+    const auto now = std::chrono::system_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now % std::chrono::hours(24));
+}
+
+CLineWriter::CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloured)
+    : timeOfDay_(std::move(timeOfDay)), coloured_(coloured), stream_(stream) {}
+
+void CLineWriter::Write(const CLine& line) {
+    std::string text = line.Text();
+    if (coloured_) {
+        const std::string kind = line.Kind();
+        text = ColourOf(kind) + kind + "\x1b[0m" + text.substr(kind.size());
+    }
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    // The time is read under the lock: times of following lines never run backwards.
+    stream_ << FormatTime(timeOfDay_()) + ' ' + text + '\n' << std::flush;
+}
+
+}  // namespace Kyr::Lab
