@@ -1,0 +1,162 @@
+// The real clock: the few waits here are milliseconds, and bounds are one-sided, so that a loaded
+// machine cannot fail them.
+
+#include <atomic>
+#include <ctime>
+#include <functional>
+#include <gtest/gtest.h>
+
+#include <boost/thread/thread.hpp>
+
+#include "base/Clock.h"
+
+namespace Kyr::Base {
+namespace {
+
+using std::chrono::hours;
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+
+class ASystemClock : public ::testing::Test {
+  protected:
+    /// Runs the action on a thread that is interrupted at once; true when that ended the action.
+    static bool EndsWhenInterrupted(const std::function<void()>& action) {
+        std::atomic<bool> interrupted{false};
+        boost::thread thread([&] {
+            try {
+                action();
+            } catch (const boost::thread_interrupted&) {
+                interrupted = true;
+            }
+        });
+        thread.interrupt();
+        thread.join();
+        return interrupted;
+    }
+
+    boost::shared_ptr<IClock> clock_ = SystemClock();
+    boost::mutex mutex_;
+    boost::condition_variable condition_;
+};
+
+TEST_F(ASystemClock, IsOneForTheProcess) {
+    EXPECT_EQ(SystemClock().get(), SystemClock().get());
+}
+
+TEST_F(ASystemClock, CalendarTimeIsTheSystemsInWholeSeconds) {
+    const std::int64_t before = std::time(nullptr);
+    const std::int64_t now = clock_->CalendarTime();
+    const std::int64_t after = std::time(nullptr);
+    EXPECT_LE(before, now);
+    EXPECT_LE(now, after);
+}
+
+TEST_F(ASystemClock, SleepLastsAtLeastItsDuration) {
+    const auto start = steady_clock::now();
+    clock_->SleepFor(milliseconds(5));
+    EXPECT_GE(steady_clock::now() - start, milliseconds(5));
+}
+
+TEST_F(ASystemClock, SleepOfNothingReturnsAtOnce) {
+    clock_->SleepFor(milliseconds(0));
+    clock_->SleepFor(milliseconds(-1));
+}
+
+TEST_F(ASystemClock, SleepEndsWhenInterrupted) {
+    EXPECT_TRUE(EndsWhenInterrupted([this] { clock_->SleepFor(hours(1)); }));
+}
+
+TEST_F(ASystemClock, SleepOfNothingIsAnInterruptionPoint) {
+    EXPECT_TRUE(EndsWhenInterrupted([this] {
+        while (true) {
+            clock_->SleepFor(milliseconds(0));
+        }
+    }));
+}
+
+TEST_F(ASystemClock, SleepOfLessThanNothingIsAnInterruptionPoint) {
+    EXPECT_TRUE(EndsWhenInterrupted([this] {
+        while (true) {
+            clock_->SleepFor(milliseconds(-1));
+        }
+    }));
+}
+
+TEST_F(ASystemClock, WaitEndsWhenInterrupted) {
+    EXPECT_TRUE(EndsWhenInterrupted([this] {
+        boost::unique_lock<boost::mutex> lock(mutex_);
+        while (true) {
+            clock_->Wait(condition_, lock);
+        }
+    }));
+}
+
+TEST_F(ASystemClock, TimedWaitEndsWhenInterrupted) {
+    EXPECT_TRUE(EndsWhenInterrupted([this] {
+        boost::unique_lock<boost::mutex> lock(mutex_);
+        while (true) {
+            clock_->WaitFor(condition_, lock, hours(1));
+        }
+    }));
+}
+
+TEST_F(ASystemClock, InterruptedWaitHoldsItsLockAgain) {
+    boost::thread thread([this] {
+        boost::unique_lock<boost::mutex> lock(mutex_);
+        try {
+            while (true) {
+                clock_->WaitFor(condition_, lock, hours(1));
+            }
+        } catch (const boost::thread_interrupted&) {
+            EXPECT_TRUE(lock.owns_lock());
+        }
+    });
+    thread.interrupt();
+    thread.join();
+}
+
+TEST_F(ASystemClock, WaitEndsWhenSignalled) {
+    bool signalled = false;
+    boost::unique_lock<boost::mutex> lock(mutex_);
+    boost::thread thread([&] {
+        const boost::unique_lock<boost::mutex> own(mutex_);
+        signalled = true;
+        condition_.notify_one();
+    });
+    while (!signalled) {
+        clock_->Wait(condition_, lock);
+    }
+    lock.unlock();
+    thread.join();
+    EXPECT_TRUE(signalled);
+}
+
+TEST_F(ASystemClock, TimedWaitThatIsSignalledIsTrue) {
+    bool signalled = false;
+    bool inTime = false;
+    boost::unique_lock<boost::mutex> lock(mutex_);
+    boost::thread thread([&] {
+        const boost::unique_lock<boost::mutex> own(mutex_);
+        signalled = true;
+        condition_.notify_one();
+    });
+    while (!signalled) {
+        inTime = clock_->WaitFor(condition_, lock, hours(1));
+    }
+    lock.unlock();
+    thread.join();
+    EXPECT_TRUE(inTime);
+}
+
+TEST_F(ASystemClock, TimedWaitWithoutSignalIsFalseWhenTheTimeHasPassed) {
+    boost::unique_lock<boost::mutex> lock(mutex_);
+    const auto start = steady_clock::now();
+    while (clock_->WaitFor(condition_, lock, milliseconds(5))) {
+        // Woken without a reason, which is allowed.
+    }
+    EXPECT_GE(steady_clock::now() - start, milliseconds(5));
+    EXPECT_TRUE(lock.owns_lock());
+}
+
+}  // namespace
+}  // namespace Kyr::Base
