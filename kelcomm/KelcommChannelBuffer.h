@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -18,7 +19,7 @@ class KelcommChannelBuffer {
     void Append(const void* bytes, std::size_t length);
     /// Appends the four bytes of `value`, little-endian.
     void AppendU32(std::uint32_t value);
-    /// New bytes are zero. The read position stays.
+    /// New bytes are zero. The read position stays, even behind the new end: nothing remains then.
     void Resize(std::size_t length);
     /// Copies the next `length` bytes and moves the read position past them. Throws
     /// std::runtime_error "KelcommChannelBuffer: Buffer is not full enough" when fewer remain;
@@ -26,11 +27,15 @@ class KelcommChannelBuffer {
     void Read(void* destination, std::size_t length);
     /// Reads four bytes as a little-endian number; throws like Read.
     std::uint32_t ReadU32();
+    /// Reads `length` bytes as text; throws like Read.
+    std::string ReadText(std::size_t length);
 
-    /// REQUIRES: position is at most GetSize().
+    /// A position behind the end is kept; nothing remains to be read then.
     void SetReadPosition(std::uint32_t position) { readPosition_ = position; }
     std::uint32_t GetReadPosition() const { return readPosition_; }
-    std::size_t GetRemaining() const { return bytes_.size() - readPosition_; }
+    std::size_t GetRemaining() const {
+        return readPosition_ < bytes_.size() ? bytes_.size() - readPosition_ : 0;
+    }
     std::size_t GetSize() const { return bytes_.size(); }
     bool IsEmpty() const { return bytes_.empty(); }
     unsigned char* GetData() { return bytes_.data(); }
@@ -40,6 +45,8 @@ class KelcommChannelBuffer {
     std::vector<unsigned char> TakeBytes();
 
   private:
+    void Require(std::size_t length) const;
+
     std::vector<unsigned char> bytes_;
     std::uint32_t readPosition_ = 0;
 };

@@ -1,0 +1,175 @@
+#include "kelcomm/KelcommChannel.h"
+
+#include <stdexcept>
+#include <utility>
+
+#include "kelcomm/KelcommChannelBuffer.h"
+#include "kelcomm/KelcommErrorReplyException.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+namespace {
+
+// The product's commands.
+constexpr std::uint32_t kPing = 0;     // CCCOMM_PING
+constexpr std::uint32_t kRequest = 3;  // CCCOMM_REQUEST
+
+constexpr std::int64_t kNoTimeout = 0;
+
+// Our own choice for an ordinary reply, and the product family's limit for any reply.
+constexpr std::uint32_t kFirstCapacity = 0x10000;
+constexpr std::uint32_t kLargestCapacity = 0x10000000;
+
+// The reply header: its size, the status and a value, three little-endian words.
+constexpr std::uint32_t kReplyHeaderSize = 12;
+
+// Statuses of a reply.
+constexpr std::uint32_t kSuccess = 0;
+constexpr std::uint32_t kReplyBufferTooSmall = 5;
+constexpr std::uint32_t kCommandFailed = 14;
+constexpr std::uint32_t kSuccessWithoutValue = 18;
+
+std::uint32_t SendPing(IKelcommClient* client) {
+    if (client == nullptr) {
+        return kKelcommInvalidArgument;
+    }
+    return client->Request(0, kPing, nullptr, 0, nullptr, 0, nullptr, kNoTimeout);
+}
+
+void CheckCapacity(std::size_t capacity) {
+    if (capacity > kLargestCapacity) {
+        // The spelling is the product family's own; log readers match on it.
+        throw std::runtime_error("CKelcommChannel: Reply buffer exeeded allowed size");
+    }
+}
+
+struct ReplyHeader {
+    std::uint32_t status;
+    std::uint32_t value;
+};
+
+ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
+    reply.SetReadPosition(0);
+    if (reply.GetRemaining() < kReplyHeaderSize) {
+        throw std::runtime_error("KelcommChannelBuffer: Buffer is not full enough");
+    }
+    const std::uint32_t headerSize = reply.ReadU32();
+    const std::uint32_t status = reply.ReadU32();
+    const std::uint32_t value = reply.ReadU32();
+    if (headerSize != kReplyHeaderSize) {
+        throw std::runtime_error("CKelcommChannel: Reply header has wrong size");
+    }
+    return {status, value};
+}
+
+[[noreturn]] void ThrowErrorReply(std::uint32_t status) {
+    std::string text = "CKelcommChannel: Send request failed with " + std::to_string(status);
+    if (status == kCommandFailed) {
+        text += ", Command failed - Make sure that Agent runs with Administrator privileges.";
+    }
+    throw CKelcommErrorReplyException(text, status);
+}
+
+}  // namespace
+
+CKelcommChannel::CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
+                                 std::unique_ptr<IKelcommClient> legacyClient)
+    : nonLegacyClient_(std::move(nonLegacyClient)), legacyClient_(std::move(legacyClient)) {}
+
+CKelcommChannel::~CKelcommChannel() {
+    // A client must be closed before it is destroyed: the ALPC one ends the process otherwise.
+    for (auto* client : {&nonLegacyClient_, &legacyClient_}) {
+        if (*client) {
+            (*client)->Close();
+            client->reset();
+        }
+    }
+}
+
+std::unique_ptr<IKelcommClient> CKelcommChannel::Required(std::unique_ptr<IKelcommClient> client) {
+    if (!client) {
+        throw std::runtime_error("CKelcommChannel: KelcommClient creation failed");
+    }
+    return client;
+}
+
+bool CKelcommChannel::Ping(std::string& errors) {
+    const boost::unique_lock<boost::mutex> lock(mutex_);
+    pinged_ = true;
+    std::uint32_t code = SendPing(nonLegacyClient_.get());
+    if (code == kKelcommSuccess) {
+        // Deliberate: useLegacy_ stays as it is.
+        return true;
+    }
+    errors += "Ping (CCCOMM_PING) failed with " + std::to_string(code);
+    code = SendPing(legacyClient_.get());
+    if (code == kKelcommSuccess) {
+        useLegacy_ = true;
+        return true;
+    }
+    errors += ", Legacy ping (CCCOMM_PING) failed with " + std::to_string(code);
+    return false;
+}
+
+std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
+                                           KelcommChannelBuffer& reply) {
+    CheckCapacity(reply.GetSize());
+    std::uint32_t capacity =
+        reply.IsEmpty() ? kFirstCapacity : static_cast<std::uint32_t>(reply.GetSize());
+    std::string nonLegacyError;
+    for (;; CheckCapacity(capacity)) {
+        reply.Resize(capacity);
+        std::uint32_t replyLength = 0;
+        {
+            const boost::unique_lock<boost::mutex> lock(mutex_);
+            IKelcommClient* const client = CurrentClient();
+            const std::uint32_t code =
+                client == nullptr
+                    ? std::uint32_t{kKelcommInvalidArgument}
+                    : client->Request(0, kRequest, request.GetData(),
+                                      static_cast<std::uint32_t>(request.GetSize()),
+                                      reply.GetData(), capacity, &replyLength, kNoTimeout);
+            if (code == kKelcommReplyTooLarge) {
+                capacity *= 2;
+                continue;
+            }
+            if (code != kKelcommSuccess) {
+                FallBackOrThrow(code, nonLegacyError);
+                continue;
+            }
+        }
+        reply.Resize(replyLength);
+        const ReplyHeader header = ReadHeader(reply);
+        switch (header.status) {
+            case kSuccess:
+                return header.value;
+            case kSuccessWithoutValue:
+                return 0;
+            case kReplyBufferTooSmall:
+                capacity *= 2;
+                continue;
+            default:
+                ThrowErrorReply(header.status);
+        }
+    }
+}
+
+IKelcommClient* CKelcommChannel::CurrentClient() const {
+    return useLegacy_ ? legacyClient_.get() : nonLegacyClient_.get();
+}
+
+void CKelcommChannel::FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError) {
+    std::string error =
+        "CKelcommChannel: Send request failed with kelcomm error " + std::to_string(code);
+    if (pinged_) {
+        if (!nonLegacyError.empty()) {
+            error += ", Non-legacy " + nonLegacyError;
+        }
+        throw std::runtime_error(error);
+    }
+    pinged_ = true;
+    useLegacy_ = true;
+    nonLegacyError = std::move(error);
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm

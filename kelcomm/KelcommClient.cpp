@@ -1,0 +1,7 @@
+#include "kelcomm/IKelcommClient.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+IKelcommClient::~IKelcommClient() = default;
+
+}  // namespace Kyr::Connectors::Common::Kelcomm

@@ -1,0 +1,124 @@
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+#include "kelcomm/KelcommChannelBuffer.h"
+#include "tests/support/HexBytes.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+namespace {
+
+using Test::HexBytes;
+
+class KelcommChannelBufferTest : public testing::Test {
+  protected:
+    void Hold(const std::string& hex) {
+        const auto bytes = HexBytes(hex);
+        buffer_.Append(bytes.data(), bytes.size());
+    }
+
+    void ExpectNotFullEnough(std::size_t length) {
+        std::vector<unsigned char> destination(length);
+        try {
+            buffer_.Read(destination.data(), length);
+            FAIL() << "nothing was thrown";
+        } catch (const std::runtime_error& error) {
+            EXPECT_STREQ(error.what(), "KelcommChannelBuffer: Buffer is not full enough");
+        }
+    }
+
+    KelcommChannelBuffer buffer_;
+};
+
+TEST_F(KelcommChannelBufferTest, NewBufferIsEmptyWith65536BytesReserved) {
+    EXPECT_TRUE(buffer_.IsEmpty());
+    EXPECT_EQ(buffer_.GetReadPosition(), 0u);
+    EXPECT_EQ(buffer_.GetBytes().capacity(), 65536u);
+}
+
+TEST_F(KelcommChannelBufferTest, AppendStoresAtTheEnd) {
+    Hold("01 02");
+    Hold("03");
+    EXPECT_EQ(buffer_.GetBytes(), HexBytes("01 02 03"));
+}
+
+TEST_F(KelcommChannelBufferTest, AppendOfNothingLeavesTheBufferEmpty) {
+    buffer_.Append(nullptr, 0);
+    EXPECT_TRUE(buffer_.IsEmpty());
+}
+
+TEST_F(KelcommChannelBufferTest, NumbersAreAppendedLittleEndian) {
+    buffer_.AppendU32(0x81020304);
+    EXPECT_EQ(buffer_.GetBytes(), HexBytes("04 03 02 81"));
+}
+
+TEST_F(KelcommChannelBufferTest, NumbersAreReadLittleEndian) {
+    Hold("04 03 02 81 00");
+    EXPECT_EQ(buffer_.ReadU32(), 0x81020304u);
+    EXPECT_EQ(buffer_.GetReadPosition(), 4u);
+}
+
+TEST_F(KelcommChannelBufferTest, ResizeAddsZeros) {
+    Hold("FF");
+    buffer_.Resize(3);
+    EXPECT_EQ(buffer_.GetBytes(), HexBytes("FF 00 00"));
+}
+
+TEST_F(KelcommChannelBufferTest, ResizeCutsAndThenNothingRemains) {
+    Hold("01 02 03 04 05");
+    buffer_.ReadU32();
+    buffer_.Resize(2);
+    EXPECT_EQ(buffer_.GetRemaining(), 0u);
+    ExpectNotFullEnough(1);
+}
+
+TEST_F(KelcommChannelBufferTest, ReadAdvancesThePosition) {
+    Hold("01 02 03");
+    unsigned char two[2] = {};
+    buffer_.Read(two, 2);
+    EXPECT_EQ(two[1], 2);
+    EXPECT_EQ(buffer_.GetReadPosition(), 2u);
+    EXPECT_EQ(buffer_.GetRemaining(), 1u);
+}
+
+TEST_F(KelcommChannelBufferTest, ReadToTheLastByteSucceeds) {
+    Hold("61 62 63");
+    EXPECT_EQ(buffer_.ReadText(3), "abc");
+    EXPECT_EQ(buffer_.GetRemaining(), 0u);
+}
+
+TEST_F(KelcommChannelBufferTest, ReadPastTheEndThrowsAndMovesNothing) {
+    Hold("01 02 03");
+    ExpectNotFullEnough(4);
+    EXPECT_EQ(buffer_.GetReadPosition(), 0u);
+}
+
+TEST_F(KelcommChannelBufferTest, ReadFromAPositionBehindTheEndThrows) {
+    Hold("01 02 03");
+    buffer_.SetReadPosition(0xFFFFFFFF);
+    ExpectNotFullEnough(1);
+}
+
+TEST_F(KelcommChannelBufferTest, ReadOfNothingAtTheEndSucceeds) {
+    EXPECT_NO_THROW(buffer_.Read(nullptr, 0));
+}
+
+TEST_F(KelcommChannelBufferTest, TextMayHoldZeros) {
+    Hold("61 00 62");
+    EXPECT_EQ(buffer_.ReadText(3), std::string("a\0b", 3));
+}
+
+TEST_F(KelcommChannelBufferTest, TextLongerThanTheBufferThrows) {
+    Hold("61 62");
+    EXPECT_THROW(buffer_.ReadText(0xFFFFFFFF), std::runtime_error);
+}
+
+TEST_F(KelcommChannelBufferTest, TakenBytesLeaveTheBufferEmpty) {
+    Hold("01 02 03 04");
+    buffer_.ReadU32();
+    EXPECT_EQ(buffer_.TakeBytes(), HexBytes("01 02 03 04"));
+    EXPECT_TRUE(buffer_.IsEmpty());
+    EXPECT_EQ(buffer_.GetReadPosition(), 0u);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Kelcomm

@@ -1,0 +1,456 @@
+#include <optional>
+#include <thread>
+
+#include "kelcomm/KelcommChannel.h"
+#include "kelcomm/KelcommChannelBuffer.h"
+#include "kelcomm/KelcommErrorReplyException.h"
+#include "tests/kelcomm/ChannelFixture.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+namespace {
+
+using Test::CKelcommScript;
+using Test::HexBytes;
+using Test::KelcommReply;
+using Test::TextBytes;
+
+constexpr char kTooLarge[] = "CKelcommChannel: Reply buffer exeeded allowed size";
+constexpr char kNotFullEnough[] = "KelcommChannelBuffer: Buffer is not full enough";
+
+class KelcommChannelTest : public Test::ChannelFixture {
+  protected:
+    KelcommChannelTest() { channel_.emplace(AlpcClient(), LpcClient()); }
+
+    std::uint32_t Send(const std::string& request = "question") {
+        KelcommChannelBuffer buffer;
+        buffer.Append(request.data(), request.size());
+        return channel_->SendRequest(buffer, reply_);
+    }
+
+    std::string SendFailure() {
+        return TextThrownBy([this] { Send(); });
+    }
+
+    bool Ping() { return channel_->Ping(errors_); }
+
+    /// Both clients fail exchanges with these codes.
+    void Fail(std::uint32_t alpcCode, std::uint32_t lpcCode) {
+        alpc_->standingRequest = {alpcCode, {}};
+        lpc_->standingRequest = {lpcCode, {}};
+    }
+
+    /// The capacities that the ALPC client was offered, in order.
+    std::vector<std::uint32_t> Capacities() const {
+        std::vector<std::uint32_t> capacities;
+        for (const auto& request : alpc_->seenRequests) {
+            capacities.push_back(request.replyCapacity);
+        }
+        return capacities;
+    }
+
+    std::optional<CKelcommChannel> channel_;
+    KelcommChannelBuffer reply_;
+    std::string errors_;
+};
+
+// Making and destroying.
+
+class CChannelWithRequired : public CKelcommChannel {
+  public:
+    using CKelcommChannel::Required;
+};
+
+TEST_F(KelcommChannelTest, MissingClientFailsTheCreation) {
+    EXPECT_EQ(TextThrownBy([] { CChannelWithRequired::Required(nullptr); }),
+              "CKelcommChannel: KelcommClient creation failed");
+}
+
+TEST_F(KelcommChannelTest, PresentClientIsPassedOn) {
+    auto client = AlpcClient();
+    const auto* expected = client.get();
+    EXPECT_EQ(CChannelWithRequired::Required(std::move(client)).get(), expected);
+}
+
+TEST_F(KelcommChannelTest, DestructionClosesThenDestroysNonLegacyThenLegacy) {
+    channel_.reset();
+    EXPECT_EQ(journal_, (std::vector<std::string>{"alpc closed", "alpc destroyed", "lpc closed",
+                                                  "lpc destroyed"}));
+}
+
+// Ping.
+
+TEST_F(KelcommChannelTest, PingSendsCommandZeroWithoutPayloadReplyOrTimeout) {
+    EXPECT_TRUE(Ping());
+    ASSERT_EQ(alpc_->seenPings.size(), 1u);
+    const auto& ping = alpc_->seenPings[0];
+    EXPECT_EQ(ping.flags, 0u);
+    EXPECT_TRUE(ping.bytes.empty());
+    EXPECT_FALSE(ping.hasReplyBuffer);
+    EXPECT_EQ(ping.replyCapacity, 0u);
+    EXPECT_EQ(ping.timeout, 0);
+}
+
+TEST_F(KelcommChannelTest, AnsweredPingLeavesErrorsAndLegacyClientAlone) {
+    EXPECT_TRUE(Ping());
+    EXPECT_EQ(errors_, "");
+    EXPECT_TRUE(lpc_->seenPings.empty());
+}
+
+TEST_F(KelcommChannelTest, LegacyPingSucceedsAfterOneErrorText) {
+    alpc_->standingPing.code = 1;
+    EXPECT_TRUE(Ping());
+    EXPECT_EQ(errors_, "Ping (CCCOMM_PING) failed with 1");
+    ASSERT_EQ(lpc_->seenPings.size(), 1u);
+    EXPECT_FALSE(lpc_->seenPings[0].hasReplyBuffer);
+    EXPECT_EQ(lpc_->seenPings[0].replyCapacity, 0u);
+    EXPECT_EQ(lpc_->seenPings[0].timeout, 0);
+}
+
+TEST_F(KelcommChannelTest, LegacyPingMovesLaterRequestsToTheLegacyClient) {
+    alpc_->standingPing.code = 1;
+    Ping();
+    Send();
+    EXPECT_TRUE(alpc_->seenRequests.empty());
+    EXPECT_EQ(lpc_->seenRequests.size(), 1u);
+}
+
+TEST_F(KelcommChannelTest, TwoFailedPingsGiveBothTexts) {
+    alpc_->standingPing.code = 1;
+    lpc_->standingPing.code = 1;
+    EXPECT_FALSE(Ping());
+    EXPECT_EQ(errors_, "Ping (CCCOMM_PING) failed with 1, Legacy ping (CCCOMM_PING) failed with 1");
+}
+
+TEST_F(KelcommChannelTest, PingCodesAreWrittenInUnsignedDecimal) {
+    alpc_->standingPing.code = 0xFFFFFFFF;
+    lpc_->standingPing.code = 10;
+    Ping();
+    EXPECT_EQ(
+        errors_,
+        "Ping (CCCOMM_PING) failed with 4294967295, Legacy ping (CCCOMM_PING) failed with 10");
+}
+
+TEST_F(KelcommChannelTest, PingAppendsToTheErrorsThatAreThere) {
+    errors_ = "before";
+    alpc_->standingPing.code = lpc_->standingPing.code = 4;
+    Ping();
+    EXPECT_EQ(errors_,
+              "beforePing (CCCOMM_PING) failed with 4, Legacy ping (CCCOMM_PING) failed with 4");
+}
+
+TEST_F(KelcommChannelTest, PingReplyWithBytesCountsAsFailed) {
+    alpc_->standingPing.reply = lpc_->standingPing.reply = HexBytes("00");
+    EXPECT_FALSE(Ping());
+    EXPECT_EQ(errors_, "Ping (CCCOMM_PING) failed with 6, Legacy ping (CCCOMM_PING) failed with 1");
+}
+
+TEST_F(KelcommChannelTest, MissingClientsCountAsCode10InPing) {
+    CKelcommChannel channel(nullptr, nullptr);
+    EXPECT_FALSE(channel.Ping(errors_));
+    EXPECT_EQ(errors_,
+              "Ping (CCCOMM_PING) failed with 10, Legacy ping (CCCOMM_PING) failed with 10");
+}
+
+TEST_F(KelcommChannelTest, LaterNonLegacyPingNeverLeavesTheLegacyClient) {
+    alpc_->pings = {{1, {}}};
+    Ping();
+    EXPECT_TRUE(Ping());  // the non-legacy client answers now
+    EXPECT_EQ(lpc_->seenPings.size(), 1u);
+    Send();
+    EXPECT_TRUE(alpc_->seenRequests.empty());
+    EXPECT_EQ(lpc_->seenRequests.size(), 1u);
+}
+
+TEST_F(KelcommChannelTest, FailedPingDoesNotMoveToTheLegacyClient) {
+    alpc_->standingPing.code = lpc_->standingPing.code = 1;
+    Ping();
+    Send();
+    EXPECT_EQ(alpc_->seenRequests.size(), 1u);
+    EXPECT_TRUE(lpc_->seenRequests.empty());
+}
+
+// A request that works.
+
+TEST_F(KelcommChannelTest, RequestTravelsUnchangedUnderCommand3) {
+    Send("bytes of a request");
+    ASSERT_EQ(alpc_->seenRequests.size(), 1u);
+    const auto& request = alpc_->seenRequests[0];
+    EXPECT_EQ(request.flags, 0u);
+    EXPECT_EQ(request.command, 3u);
+    EXPECT_EQ(request.bytes, TextBytes("bytes of a request"));
+    EXPECT_TRUE(request.hasReplyBuffer);
+    EXPECT_TRUE(request.hasReplyLength);
+    EXPECT_EQ(request.timeout, 0);
+}
+
+TEST_F(KelcommChannelTest, Status0ReturnsTheHeadersValue) {
+    alpc_->standingRequest.reply = HexBytes("0C 00 00 00  00 00 00 00  44 33 22 81  61 62");
+    EXPECT_EQ(Send(), 0x81223344u);
+}
+
+TEST_F(KelcommChannelTest, ReplyIsWholeAndReadFromBehindItsHeader) {
+    const auto whole = HexBytes("0C 00 00 00  00 00 00 00  02 00 00 00  61 62");
+    alpc_->standingRequest.reply = whole;
+    Send();
+    EXPECT_EQ(reply_.GetBytes(), whole);
+    EXPECT_EQ(reply_.GetReadPosition(), 12u);
+    EXPECT_EQ(reply_.ReadText(2), "ab");
+}
+
+TEST_F(KelcommChannelTest, TwelveByteReplyHasAnEmptyBody) {
+    alpc_->standingRequest.reply = HexBytes("0C 00 00 00  00 00 00 00  07 00 00 00");
+    EXPECT_EQ(Send(), 7u);
+    EXPECT_EQ(reply_.GetRemaining(), 0u);
+}
+
+TEST_F(KelcommChannelTest, Status18IsSuccessWithValue0) {
+    alpc_->standingRequest.reply = KelcommReply(18, 99, TextBytes("body"));
+    EXPECT_EQ(Send(), 0u);
+    EXPECT_EQ(reply_.GetRemaining(), 4u);
+}
+
+TEST_F(KelcommChannelTest, RequestsNeverPingByThemselves) {
+    Send();
+    EXPECT_TRUE(alpc_->seenPings.empty());
+    EXPECT_TRUE(lpc_->seenPings.empty());
+}
+
+// The growing reply buffer.
+
+TEST_F(KelcommChannelTest, ReplyOf65536BytesFitsTheFirstBuffer) {
+    alpc_->standingRequest.reply = KelcommReply(0, 1, std::vector<unsigned char>(65524));
+    EXPECT_EQ(Send(), 1u);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{65536}));
+    EXPECT_EQ(reply_.GetSize(), 65536u);
+}
+
+TEST_F(KelcommChannelTest, ReplyOf65537BytesIsAskedForAgainWithTwiceTheCapacity) {
+    alpc_->standingRequest.reply = KelcommReply(0, 1, std::vector<unsigned char>(65525));
+    EXPECT_EQ(Send("again"), 1u);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{65536, 131072}));
+    EXPECT_EQ(alpc_->seenRequests[1].bytes, TextBytes("again"));
+    EXPECT_EQ(reply_.GetSize(), 65537u);
+}
+
+TEST_F(KelcommChannelTest, CallersBufferSizeIsTheFirstCapacity) {
+    reply_.Resize(100);
+    Send();
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{100}));
+}
+
+TEST_F(KelcommChannelTest, SmallCallersBufferGrowsByDoubling) {
+    reply_.Resize(5);
+    alpc_->standingRequest.reply = KelcommReply(0, 3);
+    EXPECT_EQ(Send(), 3u);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{5, 10, 20}));
+}
+
+TEST_F(KelcommChannelTest, Status5RepeatsTheWholeRequestWithTwiceTheCapacity) {
+    alpc_->requests = {{0, KelcommReply(5, 0)}, {0, KelcommReply(0, 8)}};
+    EXPECT_EQ(Send("again"), 8u);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{65536, 131072}));
+    EXPECT_EQ(alpc_->seenRequests[1].bytes, TextBytes("again"));
+}
+
+TEST_F(KelcommChannelTest, CapacityOf256MebibytesIsStillOffered) {
+    alpc_->standingRequest = {6, {}};
+    EXPECT_EQ(SendFailure(), kTooLarge);
+    ASSERT_EQ(Capacities().size(), 13u);  // 64 KiB doubled twelve times
+    EXPECT_EQ(Capacities().back(), 0x10000000u);
+}
+
+TEST_F(KelcommChannelTest, Status5PastTheLimitThrowsInsteadOfAnotherRequest) {
+    reply_.Resize(0x08000001);
+    alpc_->standingRequest.reply = KelcommReply(5, 0);
+    EXPECT_EQ(SendFailure(), kTooLarge);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{0x08000001}));
+}
+
+TEST_F(KelcommChannelTest, CallersBufferAboveTheLimitThrowsBeforeAnythingIsSent) {
+    reply_.Resize(0x10000001);
+    EXPECT_EQ(SendFailure(), kTooLarge);
+    EXPECT_TRUE(alpc_->seenRequests.empty());
+}
+
+TEST_F(KelcommChannelTest, CallersBufferAtTheLimitIsUsed) {
+    reply_.Resize(0x10000000);
+    EXPECT_EQ(Send(), 0u);
+    EXPECT_EQ(Capacities(), (std::vector<std::uint32_t>{0x10000000}));
+}
+
+// Replies that are no success.
+
+TEST_F(KelcommChannelTest, ElevenByteReplyIsNotFullEnough) {
+    alpc_->standingRequest.reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00");
+    EXPECT_EQ(SendFailure(), kNotFullEnough);
+}
+
+TEST_F(KelcommChannelTest, EmptyReplyIsNotFullEnough) {
+    alpc_->standingRequest.reply.clear();
+    EXPECT_EQ(SendFailure(), kNotFullEnough);
+}
+
+TEST_F(KelcommChannelTest, ShortReplyWithAWrongHeaderSizeIsNotFullEnough) {
+    alpc_->standingRequest.reply = HexBytes("0D 00 00 00  00 00 00 00");
+    EXPECT_EQ(SendFailure(), kNotFullEnough);
+}
+
+TEST_F(KelcommChannelTest, HeaderSizeOtherThan12IsWrong) {
+    alpc_->standingRequest.reply = HexBytes("0D 00 00 00  00 00 00 00  00 00 00 00  00");
+    EXPECT_EQ(SendFailure(), "CKelcommChannel: Reply header has wrong size");
+}
+
+TEST_F(KelcommChannelTest, WrongHeaderSizeIsSeenBeforeTheStatus) {
+    alpc_->standingRequest.reply = HexBytes("0B 00 00 00  05 00 00 00  00 00 00 00");
+    EXPECT_EQ(SendFailure(), "CKelcommChannel: Reply header has wrong size");
+    EXPECT_EQ(alpc_->seenRequests.size(), 1u);
+}
+
+TEST_F(KelcommChannelTest, ErrorStatusThrowsErrorReplyWithTheStatus) {
+    alpc_->standingRequest.reply = KelcommReply(4000000000u, 0);
+    try {
+        Send();
+        FAIL() << "nothing was thrown";
+    } catch (const CKelcommErrorReplyException& error) {
+        EXPECT_STREQ(error.what(), "CKelcommChannel: Send request failed with 4000000000");
+        EXPECT_EQ(error.GetStatus(), 4000000000u);
+    }
+}
+
+TEST_F(KelcommChannelTest, Status14AddsTheAdministratorHint) {
+    alpc_->standingRequest.reply = KelcommReply(14, 0);
+    try {
+        Send();
+        FAIL() << "nothing was thrown";
+    } catch (const CKelcommErrorReplyException& error) {
+        EXPECT_STREQ(error.what(),
+                     "CKelcommChannel: Send request failed with 14, Command failed - Make sure "
+                     "that Agent runs with Administrator privileges.");
+        EXPECT_EQ(error.GetStatus(), 14u);
+    }
+}
+
+TEST_F(KelcommChannelTest, NeighboursOfTheSpecialStatusesAreErrorReplies) {
+    for (const std::uint32_t status : {1u, 4u, 6u, 13u, 15u, 17u, 19u}) {
+        alpc_->standingRequest.reply = KelcommReply(status, 0);
+        EXPECT_EQ(TextThrownBy<CKelcommErrorReplyException>([this] { Send(); }),
+                  "CKelcommChannel: Send request failed with " + std::to_string(status));
+    }
+}
+
+TEST_F(KelcommChannelTest, ErrorReplyDoesNotFallBack) {
+    alpc_->requests = {{0, KelcommReply(3, 0)}};
+    SendFailure();
+    Send();
+    EXPECT_EQ(alpc_->seenRequests.size(), 2u);
+    EXPECT_TRUE(lpc_->seenRequests.empty());
+}
+
+// Transport failures.
+
+TEST_F(KelcommChannelTest, FirstTransportFailureRepeatsWithTheLegacyClient) {
+    Fail(4, 0);
+    lpc_->standingRequest.reply = KelcommReply(0, 5);
+    EXPECT_EQ(Send("again"), 5u);
+    ASSERT_EQ(lpc_->seenRequests.size(), 1u);
+    EXPECT_EQ(lpc_->seenRequests[0].bytes, TextBytes("again"));
+    EXPECT_EQ(lpc_->seenRequests[0].replyCapacity, 65536u);
+}
+
+TEST_F(KelcommChannelTest, FallBackIsForGood) {
+    alpc_->requests = {{1, {}}};
+    Send();
+    Ping();
+    Send();
+    EXPECT_EQ(alpc_->seenRequests.size(), 1u);
+    EXPECT_EQ(lpc_->seenRequests.size(), 2u);
+}
+
+TEST_F(KelcommChannelTest, BothClientsFailingGivesBothTexts) {
+    Fail(4, 1);
+    EXPECT_EQ(SendFailure(),
+              "CKelcommChannel: Send request failed with kelcomm error 1, Non-legacy "
+              "CKelcommChannel: Send request failed with kelcomm error 4");
+}
+
+TEST_F(KelcommChannelTest, FailureOfAPingedChannelThrowsAtOnce) {
+    Ping();
+    Fail(1, 0);
+    EXPECT_EQ(SendFailure(), "CKelcommChannel: Send request failed with kelcomm error 1");
+    EXPECT_TRUE(lpc_->seenRequests.empty());
+}
+
+TEST_F(KelcommChannelTest, FailedPingAlsoForbidsTheFallBack) {
+    alpc_->standingPing.code = lpc_->standingPing.code = 1;
+    Ping();
+    Fail(9, 0);
+    EXPECT_EQ(SendFailure(), "CKelcommChannel: Send request failed with kelcomm error 9");
+}
+
+TEST_F(KelcommChannelTest, NonLegacyErrorIsNotRememberedByLaterRequests) {
+    Fail(4, 1);
+    SendFailure();
+    EXPECT_EQ(SendFailure(), "CKelcommChannel: Send request failed with kelcomm error 1");
+    EXPECT_EQ(alpc_->seenRequests.size(), 1u);
+}
+
+TEST_F(KelcommChannelTest, FallBackKeepsTheCapacityThatGrewBefore) {
+    alpc_->requests = {{6, {}}, {1, {}}};
+    Send();
+    ASSERT_EQ(lpc_->seenRequests.size(), 1u);
+    EXPECT_EQ(lpc_->seenRequests[0].replyCapacity, 131072u);
+}
+
+TEST_F(KelcommChannelTest, ReplyTooLargeNeverFallsBack) {
+    alpc_->requests = {{6, {}}};
+    Send();
+    EXPECT_TRUE(lpc_->seenRequests.empty());
+    alpc_->standingRequest = {1, {}};
+    Send();  // still unpinged: this is the first transport failure
+    EXPECT_EQ(lpc_->seenRequests.size(), 1u);
+}
+
+TEST_F(KelcommChannelTest, MissingClientsCountAsCode10InRequests) {
+    channel_.emplace(nullptr, nullptr);
+    EXPECT_EQ(SendFailure(),
+              "CKelcommChannel: Send request failed with kelcomm error 10, Non-legacy "
+              "CKelcommChannel: Send request failed with kelcomm error 10");
+}
+
+TEST_F(KelcommChannelTest, MutexIsFreeAfterEveryFailure) {
+    const std::vector<CKelcommScript::Answer> failures = {
+        {1, {}},                                               // falls back, and both fail
+        {0, HexBytes("00")},                                   // short
+        {0, HexBytes("0D 00 00 00 00 00 00 00 00 00 00 00")},  // wrong header size
+        {0, KelcommReply(14, 0)},                              // refused
+        {6, {}},                                               // outgrows the limit
+    };
+    for (const auto& failure : failures) {
+        alpc_->standingRequest = lpc_->standingRequest = failure;
+        EXPECT_NE(SendFailure(), "nothing was thrown");
+        reply_.Resize(0);
+        EXPECT_TRUE(Ping());
+    }
+}
+
+// Several threads.
+
+TEST_F(KelcommChannelTest, ClientsAreUsedByOneThreadAtATime) {
+    alpc_->whileServing = [] { std::this_thread::yield(); };
+    std::thread pinging([this] {
+        for (int i = 0; i < 200; ++i) {
+            std::string errors;
+            channel_->Ping(errors);
+        }
+    });
+    for (int i = 0; i < 200; ++i) {
+        Send();
+    }
+    pinging.join();
+    EXPECT_FALSE(alpc_->overlapped);
+    EXPECT_EQ(alpc_->seenPings.size(), 200u);
+    EXPECT_EQ(alpc_->seenRequests.size(), 200u);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Kelcomm
