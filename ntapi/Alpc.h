@@ -41,8 +41,24 @@ struct AlpcDataViewAttr {
 };
 static_assert(sizeof(AlpcDataViewAttr) == (sizeof(void*) == 4 ? 16 : 32), "fixed by the system");
 
-/// Attribute bit of the view attribute.
+/// Body of the context attribute, which tells a server whose message it received.
+struct AlpcContextAttr {
+    void* PortContext;  // as given when the connection was accepted
+    void* MessageContext;
+    std::uint32_t Sequence;
+    std::uint32_t MessageId;
+    std::uint32_t CallbackId;
+#if SIZE_MAX > 0xFFFFFFFF
+    std::uint32_t Reserved;
+#endif
+};
+static_assert(sizeof(AlpcContextAttr) == (sizeof(void*) == 4 ? 20 : 32), "fixed by the system");
+
+// Attribute bits. The bodies of security and handle attributes are not declared here.
+constexpr std::uint32_t kAlpcMessageSecurityAttribute = 0x80000000;
 constexpr std::uint32_t kAlpcMessageViewAttribute = 0x40000000;
+constexpr std::uint32_t kAlpcMessageContextAttribute = 0x20000000;
+constexpr std::uint32_t kAlpcMessageHandleAttribute = 0x10000000;
 
 // Flags of a port.
 constexpr std::uint32_t kAlpcPortAllowImpersonation = 0x10000;

@@ -61,6 +61,7 @@ constexpr std::uint16_t kLpcLostReply = 4;
 constexpr std::uint16_t kLpcPortClosed = 5;
 constexpr std::uint16_t kLpcClientDied = 6;
 constexpr std::uint16_t kLpcConnectionRequest = 10;
+constexpr std::uint16_t kLpcConnectionReply = 11;  // advanced ports: the connection message back
 /// The sender did not release the message: the receiver must send it back once with the release
 /// flag.
 constexpr std::uint16_t kLpcContinuationRequired = 0x2000;
