@@ -1,0 +1,33 @@
+# The front door; all that it does stands in CMakePresets.json and scripts/.
+
+.PHONY: help test check bench fuzz dependencies
+.DEFAULT_GOAL := help
+
+help:
+	@echo "make test    install what is missing, build, run every suite"
+	@echo "make check   all that continuous integration runs: test, clang++, clang-tidy, sanitizers, fuzzers"
+	@echo "make bench   build the release variant and run the benchmarks"
+	@echo "make fuzz    run each libFuzzer target for a minute"
+
+dependencies:
+	@scripts/install-dependencies -q
+
+test: dependencies
+	cmake --preset debug
+	cmake --build --preset debug
+	ctest --preset debug
+
+check: test
+	scripts/check
+
+ifneq ($(wildcard scripts/demo),)
+.PHONY: demo
+demo: dependencies
+	scripts/demo
+endif
+
+bench: dependencies
+	scripts/bench
+
+fuzz: dependencies
+	scripts/fuzz
