@@ -1,0 +1,137 @@
+#include "lab/runner/Actor.h"
+
+#include <condition_variable>
+#include <istream>
+#include <mutex>
+#include <stdexcept>
+#include <system_error>
+#include <thread>
+#include <utility>
+
+#include <boost/process/args.hpp>
+#include <boost/process/child.hpp>
+#include <boost/process/env.hpp>
+#include <boost/process/environment.hpp>
+#include <boost/process/handles.hpp>
+#include <boost/process/io.hpp>
+#include <boost/process/pipe.hpp>
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+namespace process = boost::process;
+
+CTimedLine Parse(const std::string& text) {
+    try {
+        return ParseLine(text);
+    } catch (const std::invalid_argument&) {
+        return {"", CLine("text").With("text", text)};
+    }
+}
+
+}  // namespace
+
+struct CActor::State {
+    std::string name;
+    Listener listener;
+    process::opstream input;
+    process::ipstream output;
+    process::child child;
+    std::thread reader;
+
+    mutable std::mutex mutex;  // guards what stands below
+    mutable std::condition_variable changed;
+    std::vector<CTimedLine> events;
+    bool ended = false;  // the output has been read to its end
+
+    void ReadEvents() {
+        std::string text;
+        while (std::getline(output, text)) {
+            if (!text.empty() && text.back() == '\r') {
+                text.pop_back();
+            }
+            CTimedLine event = Parse(text);
+            listener(name, event);
+            const std::lock_guard<std::mutex> lock(mutex);
+            events.push_back(std::move(event));
+            changed.notify_all();
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        ended = true;
+        changed.notify_all();
+    }
+};
+
+CActor::CActor(const std::string& name, const std::string& program,
+               const std::vector<std::string>& arguments, const Environment& environment,
+               Listener listener)
+    : state_(std::make_unique<State>()) {
+    state_->name = name;
+    state_->listener = std::move(listener);
+    process::environment complete = boost::this_process::environment();
+    for (const auto& [key, value] : environment) {
+        complete[key] = value;
+    }
+    std::error_code error;
+    // Without limit_handles one actor would inherit, and keep open, the pipes of another.
+    state_->child = process::child(program, process::args(arguments), complete,
+                                   process::std_in<state_->input, process::std_out> state_->output,
+                                   process::limit_handles, error);
+    if (error) {
+        throw std::runtime_error("cannot start " + program + ": " + error.message());
+    }
+    state_->reader = std::thread([this] { state_->ReadEvents(); });
+}
+
+CActor::~CActor() {
+    Kill();
+    state_->input.pipe().close();
+    state_->reader.join();
+}
+
+void CActor::Send(const std::string& line) {
+    state_->input << line << std::endl;
+}
+
+std::size_t CActor::EventCount() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->events.size();
+}
+
+std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wanted,
+                                        std::chrono::milliseconds patience) const {
+    std::unique_lock<std::mutex> lock(state_->mutex);
+    std::size_t at = from;
+    const auto found = [&] {
+        while (at < state_->events.size() && !wanted(state_->events[at].line)) {
+            ++at;
+        }
+        return at < state_->events.size();
+    };
+    state_->changed.wait_for(lock, patience, [&] { return found() || state_->ended; });
+    return found() ? std::make_optional(at) : std::nullopt;
+}
+
+CTimedLine CActor::EventAt(std::size_t index) const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->events.at(index);
+}
+
+void CActor::Kill() {
+    std::error_code ignored;  // it may have ended already
+    state_->child.terminate(ignored);
+}
+
+std::optional<int> CActor::AwaitEnd(std::chrono::milliseconds patience) {
+    std::unique_lock<std::mutex> lock(state_->mutex);
+    if (!state_->changed.wait_for(lock, patience, [&] { return state_->ended; })) {
+        return std::nullopt;
+    }
+    lock.unlock();
+    std::error_code ignored;
+    state_->child.wait(ignored);
+    return state_->child.exit_code();
+}
+
+}  // namespace Kyr::Lab::Runner

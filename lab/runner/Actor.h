@@ -1,0 +1,59 @@
+// A program of the lab under the runner's control: its commands go to standard input, its events
+// are read from standard output.
+//
+// Threads: one owner thread calls the operations; a thread of the actor reads the events. The
+// listener is called on that thread. Ownership: the actor owns its process and kills it when it is
+// destroyed. Errors: std::runtime_error when the program cannot be started.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+class CActor {
+  public:
+    using Listener = std::function<void(const std::string& actor, const CTimedLine& line)>;
+    using Predicate = std::function<bool(const CLine& line)>;
+    using Environment = std::vector<std::pair<std::string, std::string>>;
+
+    /// Starts `program` with `environment` added to our own. A line that is not of the line
+    /// protocol is told as an event of kind "text".
+    CActor(const std::string& name, const std::string& program,
+           const std::vector<std::string>& arguments, const Environment& environment,
+           Listener listener);
+    ~CActor();
+    CActor(const CActor&) = delete;
+    CActor& operator=(const CActor&) = delete;
+
+    /// Writes one command line; lost when the process is gone.
+    void Send(const std::string& line);
+
+    /// The number of events so far.
+    std::size_t EventCount() const;
+    /// The place of the first event at or after `from` that fulfils `wanted`; waits for it at most
+    /// `patience`.
+    std::optional<std::size_t> Find(std::size_t from, const Predicate& wanted,
+                                    std::chrono::milliseconds patience) const;
+    CTimedLine EventAt(std::size_t index) const;
+
+    /// Ends the process at once.
+    void Kill();
+    /// Waits for the process to end and for its last event; empty when it lives on.
+    std::optional<int> AwaitEnd(std::chrono::milliseconds patience);
+
+  private:
+    struct State;
+
+    std::unique_ptr<State> state_;
+};
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,261 @@
+#include "lab/runner/Runner.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr std::chrono::milliseconds kTick(100);  // how often a countdown is drawn anew
+constexpr std::chrono::milliseconds kQuitPatience = std::chrono::seconds(10);
+
+/// Ends the scenario that is being played.
+class CFailedExpectation : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
+
+std::chrono::milliseconds Since(Clock::time_point start) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
+}
+
+std::string Text(const EventPattern& pattern) {
+    CLine line(pattern.kind);
+    for (const FieldMatch& field : pattern.fields) {
+        line.With(field.key, field.value);
+    }
+    return line.Text();
+}
+
+bool Fits(const EventPattern& pattern, const CLine& line) {
+    return line.Kind() == pattern.kind &&
+           std::all_of(pattern.fields.begin(), pattern.fields.end(), [&](const FieldMatch& field) {
+               const std::string* value = line.Find(field.key);
+               return value != nullptr && (field.kind == FieldMatch::Kind::Equals
+                                               ? *value == field.value
+                                               : value->find(field.value) != std::string::npos);
+           });
+}
+
+}  // namespace
+
+struct CRunner::Cast {
+    struct Member {
+        std::unique_ptr<CActor> actor;
+        std::size_t expectFrom = 0;  // the place behind the last event that was expected
+        std::size_t stepFrom = 0;    // where the actor's events of this step begin
+    };
+
+    std::string title;
+    std::map<std::string, Member> members;
+    std::vector<std::pair<std::string, std::string>> variables;
+
+    std::size_t stepNumber = 0;
+    std::optional<StepResult> step;
+    Clock::time_point stepStart;
+
+    Clock::time_point countdownEnd;
+    std::string countdownText;
+};
+
+CRunner::CRunner(RunnerPaths paths, CScreen& screen)
+    : paths_(std::move(paths)),
+      screen_(screen),
+      transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string()) {}
+
+CRunner::~CRunner() = default;
+
+bool CRunner::Run(const Scenario& scenario) {
+    cast_ = std::make_unique<Cast>();
+    cast_->title = scenario.title;
+    screen_.Title(scenario.title);
+    std::size_t line = 0;
+    bool passed = true;
+    try {
+        for (const NumberedStatement& numbered : scenario.statements) {
+            line = numbered.line;
+            Play(numbered);
+        }
+    } catch (const std::exception& e) {
+        passed = false;
+        const std::string failure = "line " + std::to_string(line) + ": " + e.what();
+        screen_.Failed(failure);
+        if (!cast_->step) {
+            cast_->step = StepResult{scenario.title, "before the first step", true, "", {}};
+            cast_->stepStart = Clock::now();
+        }
+        cast_->step->passed = false;
+        cast_->step->failure = failure;
+    }
+    CloseStep();
+    cast_.reset();
+    return passed;
+}
+
+void CRunner::Play(const NumberedStatement& numbered) {
+    std::visit([this](const auto& statement) { Do(statement); }, numbered.statement);
+}
+
+void CRunner::CloseStep() {
+    if (cast_->step) {
+        cast_->step->took = Since(cast_->stepStart);
+        results_.push_back(*cast_->step);
+        cast_->step.reset();
+    }
+}
+
+void CRunner::Do(const StepStatement& step) {
+    CloseStep();
+    cast_->step = StepResult{cast_->title, step.text, true, "", {}};
+    cast_->stepStart = Clock::now();
+    for (auto& [name, member] : cast_->members) {
+        member.stepFrom = member.actor->EventCount();
+    }
+    screen_.Step(++cast_->stepNumber, step.text);
+}
+
+void CRunner::Do(const SayStatement& say) {
+    screen_.Say(say.text);
+}
+
+std::string CRunner::ProgramPath(const std::string& actor) const {
+    const char* const program = actor == "agent" ? "simagent" : "devhost";
+    return (boost::filesystem::path(paths_.programs) / program).string();
+}
+
+std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
+    std::vector<std::string> arguments;
+    if (start.actor == "host") {
+        arguments.push_back("--library=" + paths_.library);
+        arguments.push_back("--work=" + paths_.work);
+    } else {
+        arguments.push_back("--victim=" +
+                            (boost::filesystem::path(paths_.programs) / "victim").string());
+    }
+    for (const std::string& argument : start.arguments) {
+        arguments.push_back(Substitute(argument, cast_->variables));
+    }
+    return arguments;
+}
+
+void CRunner::Do(const StartStatement& start) {
+    auto& member = cast_->members[start.actor];
+    member = {};  // an earlier process of this name ends first
+    std::string command = "(started)";
+    for (const std::string& argument : start.arguments) {
+        command += " " + argument;
+    }
+    screen_.Command(start.actor, command);
+    member.actor =
+        std::make_unique<CActor>(start.actor, ProgramPath(start.actor), Arguments(start),
+                                 CActor::Environment{{"KELCOMM_RUNTIME_DIR", paths_.ports}},
+                                 [this](const std::string& actor, const CTimedLine& line) {
+                                     screen_.Event(actor, line);
+                                     transcript_.Event(actor, line);
+                                 });
+}
+
+CActor& CRunner::Find(const std::string& actor) {
+    const auto found = cast_->members.find(actor);
+    if (found == cast_->members.end() || !found->second.actor) {
+        throw CFailedExpectation("the " + actor + " has not been started");
+    }
+    return *found->second.actor;
+}
+
+void CRunner::Do(const KillStatement& kill) {
+    screen_.Command(kill.actor, "(killed)");
+    Find(kill.actor).Kill();
+    if (!Find(kill.actor).AwaitEnd(kQuitPatience)) {
+        throw CFailedExpectation("the " + kill.actor + " outlived its killing");
+    }
+}
+
+void CRunner::Do(const QuitStatement& quit) {
+    screen_.Command(quit.actor, "quit");
+    Find(quit.actor).Send("quit");
+    const std::optional<int> code = Find(quit.actor).AwaitEnd(kQuitPatience);
+    if (!code) {
+        throw CFailedExpectation("the " + quit.actor + " did not quit");
+    }
+    if (*code != 0) {
+        throw CFailedExpectation("the " + quit.actor + " ended with code " + std::to_string(*code));
+    }
+    screen_.Passed("the " + quit.actor + " ended in good order");
+}
+
+void CRunner::Do(const GoneStatement& gone) {
+    if (!Find(gone.actor).AwaitEnd(gone.within)) {
+        throw CFailedExpectation("the " + gone.actor + " is still there");
+    }
+    screen_.Passed("the " + gone.actor + " is gone");
+}
+
+void CRunner::Do(const CommandStatement& command) {
+    const std::string line = Substitute(command.line, cast_->variables);
+    screen_.Command(command.actor, line);
+    Find(command.actor).Send(line);
+}
+
+EventPattern CRunner::Filled(const EventPattern& pattern) const {
+    EventPattern filled = pattern;
+    for (FieldMatch& field : filled.fields) {
+        field.value = Substitute(field.value, cast_->variables);
+    }
+    return filled;
+}
+
+void CRunner::Do(const ExpectStatement& expect) {
+    const CActor& actor = Find(expect.actor);
+    auto& member = cast_->members[expect.actor];
+    const EventPattern pattern = Filled(expect.pattern);
+    const auto fits = [&](const CLine& line) { return Fits(pattern, line); };
+    const Clock::time_point end = Clock::now() + expect.within;
+    std::optional<std::size_t> found;
+    do {
+        if (!cast_->countdownText.empty()) {
+            screen_.Countdown(std::max(std::chrono::milliseconds(0),
+                                       std::chrono::duration_cast<std::chrono::milliseconds>(
+                                           cast_->countdownEnd - Clock::now())),
+                              cast_->countdownText);
+        }
+        found = actor.Find(member.expectFrom, fits, kTick);
+    } while (!found && Clock::now() < end);
+    if (!cast_->countdownText.empty()) {
+        cast_->countdownText.clear();
+        screen_.Countdown({}, "");
+    }
+    if (!found) {
+        throw CFailedExpectation("the " + expect.actor + " never said: " + Text(pattern));
+    }
+    member.expectFrom = *found + 1;
+    if (expect.name) {
+        for (const auto& [key, value] : actor.EventAt(*found).line.Fields()) {
+            cast_->variables.emplace_back(*expect.name + "." + key, value);
+        }
+    }
+    screen_.Passed(Text(pattern));
+}
+
+void CRunner::Do(const NeverStatement& never) {
+    const EventPattern pattern = Filled(never.pattern);
+    const auto fits = [&](const CLine& line) { return Fits(pattern, line); };
+    if (Find(never.actor).Find(cast_->members[never.actor].stepFrom, fits, {})) {
+        throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
+    }
+    screen_.Passed("the " + never.actor + " never said: " + Text(pattern));
+}
+
+void CRunner::Do(const CountdownStatement& countdown) {
+    cast_->countdownEnd = Clock::now() + countdown.duration;
+    cast_->countdownText = countdown.text;
+    screen_.Say(countdown.text);
+}
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,74 @@
+// Plays scenarios: starts the lab's programs, gives them commands and checks what they tell.
+//
+// Every run has a folder of its own for databases, logs and transcripts, and a port namespace of
+// its own, so that several runs can go on beside each other.
+//
+// Threads: one. Errors: what a scenario expects in vain ends that scenario and stands in the
+// results; nothing throws but what cannot be set up at all.
+#pragma once
+
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/runner/Actor.h"
+#include "lab/runner/Scenario.h"
+#include "lab/runner/Screen.h"
+#include "lab/runner/Transcript.h"
+
+namespace Kyr::Lab::Runner {
+
+/// Where the lab's programs are and where a run leaves its files.
+struct RunnerPaths {
+    std::string programs;  // folder of simagent, devhost and victim
+    std::string library;   // the module library
+    std::string ports;     // folder in which the ports of this run have their names
+    std::string work;      // folder of this run; made when missing
+};
+
+class CRunner {
+  public:
+    /// `screen` must outlive the runner.
+    CRunner(RunnerPaths paths, CScreen& screen);
+    ~CRunner();
+
+    /// Plays one scenario to its end or its first failure, and adds a row for each step.
+    /// Returns true when every expectation held.
+    bool Run(const Scenario& scenario);
+
+    const std::vector<StepResult>& Results() const { return results_; }
+
+  private:
+    struct Cast;
+
+    void Play(const NumberedStatement& numbered);
+    void Do(const StepStatement& step);
+    void Do(const SayStatement& say);
+    void Do(const StartStatement& start);
+    void Do(const KillStatement& kill);
+    void Do(const QuitStatement& quit);
+    void Do(const GoneStatement& gone);
+    void Do(const CommandStatement& command);
+    void Do(const ExpectStatement& expect);
+    void Do(const NeverStatement& never);
+    void Do(const CountdownStatement& countdown);
+
+    void CloseStep();
+    CActor& Find(const std::string& actor);
+    std::vector<std::string> Arguments(const StartStatement& start) const;
+    std::string ProgramPath(const std::string& actor) const;
+    EventPattern Filled(const EventPattern& pattern) const;
+
+    const RunnerPaths paths_;
+    CScreen& screen_;
+    CTranscript transcript_;
+    std::vector<StepResult> results_;
+
+    std::unique_ptr<Cast> cast_;  // what belongs to the scenario that is being played
+};
+
+}  // namespace Kyr::Lab::Runner

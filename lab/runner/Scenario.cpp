@@ -1,0 +1,254 @@
+#include "lab/runner/Scenario.h"
+
+#include <algorithm>
+#include <cctype>
+#include <sstream>
+#include <utility>
+
+#include <boost/algorithm/string/trim.hpp>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+constexpr std::chrono::milliseconds kDefaultPatience = std::chrono::seconds(5);
+
+bool IsActor(const std::string& word) {
+    return word == "agent" || word == "host";
+}
+
+/// The statement of one line: its first word, and what follows, as words or as it stands.
+class CWords {
+  public:
+    CWords(std::size_t line, const std::string& text) : line_(line), rest_(Trimmed(text)) {}
+
+    std::string Next(const char* wanted) {
+        if (AtEnd()) {
+            throw CScenarioError(line_, std::string("expected ") + wanted);
+        }
+        const std::size_t end = EndOfWord();
+        const std::string word = Unquoted(rest_.substr(0, end));
+        rest_ = Trimmed(rest_.substr(end));
+        return word;
+    }
+
+    /// All that follows, as it stands.
+    std::string Rest(const char* wanted) {
+        if (AtEnd()) {
+            throw CScenarioError(line_, std::string("expected ") + wanted);
+        }
+        return std::exchange(rest_, std::string());
+    }
+
+    std::string NextActor() {
+        const std::string word = Next("\"agent\" or \"host\"");
+        if (!IsActor(word)) {
+            throw CScenarioError(line_, "\"" + word + "\" is neither \"agent\" nor \"host\"");
+        }
+        return word;
+    }
+
+    /// A number followed by "ms" or "s".
+    std::chrono::milliseconds NextDuration() {
+        const std::string word = Next("a duration such as 5s or 200ms");
+        const std::size_t digits = word.find_first_not_of("0123456789");
+        if (digits != 0 && digits != std::string::npos && digits <= 6) {
+            const int number = std::stoi(word.substr(0, digits));
+            const std::string unit = word.substr(digits);
+            if (unit == "ms") {
+                return std::chrono::milliseconds(number);
+            }
+            if (unit == "s") {
+                return std::chrono::seconds(number);
+            }
+        }
+        throw CScenarioError(line_, "\"" + word + "\" is no duration such as 5s or 200ms");
+    }
+
+    bool AtEnd() const { return rest_.empty(); }
+    std::size_t Line() const { return line_; }
+
+  private:
+    static std::string Trimmed(const std::string& text) {
+        return boost::algorithm::trim_copy(text);
+    }
+
+    /// Quotations belong to the word that they stand in, blanks and all.
+    std::size_t EndOfWord() const {
+        bool quoted = false;
+        std::size_t at = 0;
+        for (; at < rest_.size(); ++at) {
+            if (quoted && rest_[at] == '\\') {
+                ++at;
+            } else if (rest_[at] == '"') {
+                quoted = !quoted;
+            } else if (!quoted && (rest_[at] == ' ' || rest_[at] == '\t')) {
+                break;
+            }
+        }
+        return std::min(at, rest_.size());
+    }
+
+    std::string Unquoted(const std::string& word) const {
+        try {
+            return SplitWords(word).front();
+        } catch (const std::invalid_argument& e) {
+            throw CScenarioError(line_, e.what());
+        }
+    }
+
+    std::size_t line_;
+    std::string rest_;
+};
+
+FieldMatch ParseField(std::size_t line, const std::string& word) {
+    const std::size_t sign = word.find_first_of("=~");
+    if (sign == 0 || sign == std::string::npos) {
+        throw CScenarioError(line, "\"" + word + "\" is no field such as pid=7 or text~Ping");
+    }
+    return {word.substr(0, sign),
+            word[sign] == '=' ? FieldMatch::Kind::Equals : FieldMatch::Kind::Contains,
+            word.substr(sign + 1)};
+}
+
+ExpectStatement ParseExpect(CWords& words) {
+    ExpectStatement expect{
+        words.NextActor(), {words.Next("a kind of event"), {}}, kDefaultPatience, std::nullopt};
+    while (!words.AtEnd()) {
+        const std::string word = words.Next("");
+        if (word == "within") {
+            expect.within = words.NextDuration();
+        } else if (word == "as") {
+            expect.name = words.Next("a name");
+        } else {
+            expect.pattern.fields.push_back(ParseField(words.Line(), word));
+        }
+    }
+    return expect;
+}
+
+NeverStatement ParseNever(CWords& words) {
+    NeverStatement never{words.NextActor(), {words.Next("a kind of event"), {}}};
+    while (!words.AtEnd()) {
+        never.pattern.fields.push_back(ParseField(words.Line(), words.Next("")));
+    }
+    return never;
+}
+
+StartStatement ParseStart(CWords& words) {
+    StartStatement start{words.NextActor(), {}};
+    while (!words.AtEnd()) {
+        start.arguments.push_back(words.Next(""));
+    }
+    return start;
+}
+
+GoneStatement ParseGone(CWords& words) {
+    GoneStatement gone{words.NextActor(), kDefaultPatience};
+    if (!words.AtEnd()) {
+        if (words.Next("") != "within") {
+            throw CScenarioError(words.Line(), "expected \"within\" and a duration");
+        }
+        gone.within = words.NextDuration();
+    }
+    return gone;
+}
+
+Statement ParseStatement(CWords& words) {
+    const std::string word = words.Next("a statement");
+    if (word == "step") {
+        return StepStatement{words.Rest("the step's text")};
+    }
+    if (word == "say") {
+        return SayStatement{words.Rest("a remark")};
+    }
+    if (word == "start") {
+        return ParseStart(words);
+    }
+    if (word == "kill") {
+        return KillStatement{words.NextActor()};
+    }
+    if (word == "quit") {
+        return QuitStatement{words.NextActor()};
+    }
+    if (word == "gone") {
+        return ParseGone(words);
+    }
+    if (word == "expect") {
+        return ParseExpect(words);
+    }
+    if (word == "never") {
+        return ParseNever(words);
+    }
+    if (word == "countdown") {
+        const std::chrono::milliseconds duration = words.NextDuration();
+        return CountdownStatement{duration, words.Rest("what is waited for")};
+    }
+    if (IsActor(word)) {
+        return CommandStatement{word, words.Rest("a command")};
+    }
+    throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
+}
+
+}  // namespace
+
+CScenarioError::CScenarioError(std::size_t line, const std::string& text)
+    : std::runtime_error("line " + std::to_string(line) + ": " + text) {}
+
+Scenario ParseScenario(const std::string& text) {
+    Scenario scenario;
+    std::istringstream lines(text);
+    std::string line;
+    for (std::size_t number = 1; std::getline(lines, line); ++number) {
+        CWords words(number, line);
+        if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
+            continue;
+        }
+        if (scenario.title.empty()) {
+            if (words.Next("a title") != "title") {
+                throw CScenarioError(number, "a scenario begins with its title");
+            }
+            scenario.title = words.Rest("the title's text");
+            continue;
+        }
+        scenario.statements.push_back({number, ParseStatement(words)});
+        if (!words.AtEnd()) {
+            throw CScenarioError(number, "\"" + words.Rest("") + "\" is left over");
+        }
+    }
+    return scenario;
+}
+
+std::string Substitute(const std::string& text,
+                       const std::vector<std::pair<std::string, std::string>>& variables) {
+    std::string result;
+    std::size_t at = 0;
+    while (at < text.size()) {
+        const std::size_t dollar = text.find('$', at);
+        result += text.substr(at, dollar - at);
+        if (dollar == std::string::npos) {
+            break;
+        }
+        std::size_t end = dollar + 1;
+        while (end < text.size() && (std::isalnum(static_cast<unsigned char>(text[end])) != 0 ||
+                                     text[end] == '.' || text[end] == '_')) {
+            ++end;
+        }
+        const std::string name = text.substr(dollar + 1, end - dollar - 1);
+        // The latest value counts: a name may be given again.
+        auto known = variables.rbegin();
+        while (known != variables.rend() && known->first != name) {
+            ++known;
+        }
+        if (known == variables.rend()) {
+            throw std::runtime_error("$" + name + " has no value yet");
+        }
+        result += known->second;
+        at = end;
+    }
+    return result;
+}
+
+}  // namespace Kyr::Lab::Runner

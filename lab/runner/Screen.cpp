@@ -1,0 +1,150 @@
+#include "lab/runner/Screen.h"
+
+#include <algorithm>
+#include <iomanip>
+#include <sstream>
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+constexpr std::size_t kActorWidth = 6;
+constexpr std::size_t kStepWidth = 66;
+
+std::string Padded(const std::string& text, std::size_t width) {
+    return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
+}
+
+std::string Seconds(std::chrono::milliseconds duration) {
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::fixed << std::setprecision(1) << static_cast<double>(duration.count()) / 1000
+         << " s";
+    return text.str();
+}
+
+}  // namespace
+
+CScreen::CScreen(std::ostream& out, bool interactive, Detail detail)
+    : out_(out), interactive_(interactive), detail_(detail) {}
+
+std::string CScreen::Paint(Colour colour, const std::string& text) const {
+    if (!interactive_ || colour == Colour::Plain) {
+        return text;
+    }
+    static const char* const codes[] = {"", "1", "2", "31", "32", "33", "35", "36"};
+    return "\x1b[" + std::string(codes[static_cast<int>(colour)]) + "m" + text + "\x1b[0m";
+}
+
+void CScreen::ClearCountdown() {
+    if (countdownShown_) {
+        out_ << "\r\x1b[K";
+        countdownShown_ = false;
+    }
+}
+
+void CScreen::Print(const std::string& line) {
+    ClearCountdown();
+    out_ << line << std::endl;
+}
+
+void CScreen::Title(const std::string& title) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        Print("");
+        Print(Paint(Colour::Bold, title));
+    }
+}
+
+void CScreen::Step(std::size_t number, const std::string& text) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        Print("");
+        Print(Paint(Colour::Bold, "  " + std::to_string(number) + ". " + text));
+    }
+}
+
+void CScreen::Say(const std::string& text) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        Print("     " + text);
+    }
+}
+
+void CScreen::Command(const std::string& actor, const std::string& line) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        Print("     " + Padded("", 12) + " " +
+              Paint(Colour::Bold, Padded(actor, kActorWidth) + " < " + line));
+    }
+}
+
+void CScreen::Event(const std::string& actor, const CTimedLine& line) {
+    if (detail_ != Detail::Everything) {
+        return;
+    }
+    Colour colour = actor == "agent" ? Colour::Magenta : Colour::Cyan;
+    if (line.line.Kind() == "error") {
+        colour = Colour::Red;
+    } else if (line.line.Kind() == "log") {
+        const std::string* level = line.line.Find("level");
+        if (level != nullptr && *level == "4") {
+            colour = Colour::Red;
+        } else if (level != nullptr && *level == "3") {
+            colour = Colour::Yellow;
+        }
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Print("     " + Paint(Colour::Dim, Padded(line.time, 12)) + " " +
+          Paint(colour, Padded(actor, kActorWidth) + " > " + line.line.Text()));
+}
+
+void CScreen::Passed(const std::string& what) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        Print("     " + Padded("", 12) + " " + Paint(Colour::Green, "as expected: " + what));
+    }
+}
+
+void CScreen::Failed(const std::string& what) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Print("     " + Padded("", 12) + " " + Paint(Colour::Red, "NOT as expected: " + what));
+}
+
+void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text) {
+    if (detail_ != Detail::Everything || !interactive_) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ClearCountdown();
+    if (!text.empty()) {
+        out_ << Paint(Colour::Yellow, "     " + Padded(Seconds(left), 12) + " " + text)
+             << std::flush;
+        countdownShown_ = true;
+    }
+}
+
+void CScreen::Table(const std::vector<StepResult>& results) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::string scenario;
+    Print("");
+    Print(Paint(Colour::Bold, Padded("What was asked", kStepWidth) + "  What happened      Time"));
+    for (const StepResult& result : results) {
+        if (result.scenario != scenario) {
+            scenario = result.scenario;
+            Print(Paint(Colour::Dim, scenario));
+        }
+        Print(Padded("  " + result.step, kStepWidth) + "  " +
+              Paint(result.passed ? Colour::Green : Colour::Red,
+                    Padded(result.passed ? "as expected" : "FAILED", 12)) +
+              std::string(std::max<std::size_t>(11, Seconds(result.took).size()) -
+                              Seconds(result.took).size(),
+                          ' ') +
+              Seconds(result.took));
+        if (!result.passed) {
+            Print(Paint(Colour::Red, "    " + result.failure));
+        }
+    }
+}
+
+}  // namespace Kyr::Lab::Runner

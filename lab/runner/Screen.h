@@ -1,0 +1,61 @@
+// What a person sees of a run: the steps, the events as they happen, waits counting down, and the
+// table at the end.
+//
+// Threads: every operation from any thread; a line is printed whole.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <mutex>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+/// One row of the table.
+struct StepResult {
+    std::string scenario;
+    std::string step;
+    bool passed;
+    std::string failure;  // empty when passed
+    std::chrono::milliseconds took;
+};
+
+class CScreen {
+  public:
+    enum class Detail { Results, Everything };
+
+    /// `out` must outlive the screen. `interactive`: a terminal with colours and a line that can be
+    /// rewritten.
+    CScreen(std::ostream& out, bool interactive, Detail detail);
+
+    void Title(const std::string& title);
+    void Step(std::size_t number, const std::string& text);
+    void Say(const std::string& text);
+    void Command(const std::string& actor, const std::string& line);
+    void Event(const std::string& actor, const CTimedLine& line);
+    void Passed(const std::string& what);
+    void Failed(const std::string& what);
+    /// Shows how long the system will still wait; empty text takes the line away.
+    void Countdown(std::chrono::milliseconds left, const std::string& text);
+    void Table(const std::vector<StepResult>& results);
+
+  private:
+    enum class Colour { Plain, Bold, Dim, Red, Green, Yellow, Magenta, Cyan };
+
+    std::string Paint(Colour colour, const std::string& text) const;
+    void Print(const std::string& line);
+    void ClearCountdown();
+
+    std::ostream& out_;
+    const bool interactive_;
+    const Detail detail_;
+
+    std::mutex mutex_;  // guards the stream and what stands below
+    bool countdownShown_ = false;
+};
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,27 @@
+// The events of a run in a file, one a line, for reading afterwards and for comparing runs.
+//
+// Threads: Event from any thread.
+#pragma once
+
+#include <fstream>
+#include <mutex>
+#include <string>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+class CTranscript {
+  public:
+    /// Begins a new file, with the folders that lead to it; throws std::runtime_error when it
+    /// cannot.
+    explicit CTranscript(const std::string& path);
+
+    void Event(const std::string& actor, const CTimedLine& line);
+
+  private:
+    std::mutex mutex_;  // guards the file
+    std::ofstream file_;
+};
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,92 @@
+// labrunner: plays scenarios with the lab's programs and tells whether everything happened as
+// expected.
+#include <csignal>
+#include <fstream>
+#include <iostream>
+#include <iterator>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
+
+#include "lab/common/Arguments.h"
+#include "lab/common/CommandInput.h"
+#include "lab/runner/Runner.h"
+#include "lab/runner/Scenario.h"
+#include "lab/runner/Screen.h"
+
+namespace {
+
+using namespace Kyr::Lab;
+using namespace Kyr::Lab::Runner;
+
+constexpr const char* kUsage =
+    "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--quiet] "
+    "[--colour=auto|always|never] "
+    "SCENARIO...\n";
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string NewWorkFolder() {
+    const auto folder = boost::filesystem::temp_directory_path() /
+                        boost::filesystem::unique_path("kyr-lab-%%%%%%%%");
+    boost::filesystem::create_directories(folder);
+    return folder.string();
+}
+
+int Run(int argc, char** argv) {
+    CArguments arguments(argc, argv);
+    const bool colour = TakeColour(arguments, OutputIsTerminal());
+    const auto detail =
+        arguments.TakeFlag("quiet") ? CScreen::Detail::Results : CScreen::Detail::Everything;
+    RunnerPaths paths;
+    paths.programs = arguments.TakeValue("programs").value_or("");
+    paths.library = arguments.TakeValue("library").value_or("");
+    const auto work = arguments.TakeValue("work");
+    paths.work = work ? *work : NewWorkFolder();
+    const std::vector<std::string> files = arguments.TakeWords();
+    arguments.Finish();
+    if (paths.programs.empty() || paths.library.empty() || files.empty()) {
+        std::cerr << kUsage;
+        return 2;
+    }
+
+    paths.ports = (boost::filesystem::path(paths.work) / "ports").string();
+    boost::filesystem::create_directories(paths.ports);
+    boost::filesystem::permissions(paths.ports, boost::filesystem::owner_all);
+
+    CScreen screen(std::cout, colour, detail);
+    std::vector<StepResult> results;
+    bool passed = true;
+    for (const std::string& file : files) {
+        RunnerPaths own = paths;
+        own.work =
+            (boost::filesystem::path(paths.work) / boost::filesystem::path(file).stem()).string();
+        CRunner runner(own, screen);
+        passed = runner.Run(ParseScenario(ReadFile(file))) && passed;
+        results.insert(results.end(), runner.Results().begin(), runner.Results().end());
+    }
+    screen.Table(results);
+    std::cout << "\nDatabases, logs and ports of this run: " << paths.work << std::endl;
+    return passed ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+#ifdef SIGPIPE
+    // A command to a program that has just ended is lost, and that is all.
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
+    try {
+        return Run(argc, argv);
+    } catch (const std::exception& e) {
+        std::cerr << "labrunner: " << e.what() << "\n";
+        return 2;
+    }
+}

@@ -1,0 +1,117 @@
+#include "lab/runner/Scenario.h"
+
+#include <gtest/gtest.h>
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+template <typename Expected>
+Expected OnlyStatement(const std::string& line) {
+    const Scenario scenario = ParseScenario("title T\n" + line + "\n");
+    EXPECT_EQ(scenario.statements.size(), 1U);
+    EXPECT_EQ(scenario.statements.at(0).line, 2U);
+    return std::get<Expected>(scenario.statements.at(0).statement);
+}
+
+std::string ErrorOf(const std::string& text) {
+    try {
+        ParseScenario(text);
+    } catch (const CScenarioError& e) {
+        return e.what();
+    }
+    return "no error";
+}
+
+TEST(Scenario, TitleIsTheRestOfItsLine) {
+    EXPECT_EQ(ParseScenario("# a remark\n\ntitle  A kill task \n").title, "A kill task");
+}
+
+TEST(Scenario, WithoutTitleIsRefused) {
+    EXPECT_EQ(ErrorOf("start host\n"), "line 1: a scenario begins with its title");
+}
+
+TEST(Scenario, EmptyLinesAndCommentsAreSkippedButCounted) {
+    const Scenario scenario = ParseScenario("title T\n\n  # remark\nkill agent\n");
+    ASSERT_EQ(scenario.statements.size(), 1U);
+    EXPECT_EQ(scenario.statements[0].line, 4U);
+}
+
+TEST(Scenario, StepAndSayTakeTheRestAsItStands) {
+    EXPECT_EQ(OnlyStatement<StepStatement>("step The \"host\" starts ").text, "The \"host\" starts");
+    EXPECT_EQ(OnlyStatement<SayStatement>("say  a  b").text, "a  b");
+}
+
+TEST(Scenario, StartTakesArguments) {
+    const auto start = OnlyStatement<StartStatement>("start agent --misbehave=no-alpc \"a b\"");
+    EXPECT_EQ(start.actor, "agent");
+    EXPECT_EQ(start.arguments, (std::vector<std::string>{"--misbehave=no-alpc", "a b"}));
+}
+
+TEST(Scenario, CommandIsSentAsItStands) {
+    const auto command = OnlyStatement<CommandStatement>("host  kill pid=$v.pid sha1=\"\"");
+    EXPECT_EQ(command.actor, "host");
+    EXPECT_EQ(command.line, "kill pid=$v.pid sha1=\"\"");
+}
+
+TEST(Scenario, ExpectTakesFieldsPatienceAndName) {
+    const auto expect =
+        OnlyStatement<ExpectStatement>("expect host log text=\"a b\" level~4 within 200ms as x");
+    EXPECT_EQ(expect.actor, "host");
+    EXPECT_EQ(expect.pattern.kind, "log");
+    ASSERT_EQ(expect.pattern.fields.size(), 2U);
+    EXPECT_EQ(expect.pattern.fields[0].key, "text");
+    EXPECT_EQ(expect.pattern.fields[0].kind, FieldMatch::Kind::Equals);
+    EXPECT_EQ(expect.pattern.fields[0].value, "a b");
+    EXPECT_EQ(expect.pattern.fields[1].kind, FieldMatch::Kind::Contains);
+    EXPECT_EQ(expect.within, std::chrono::milliseconds(200));
+    EXPECT_EQ(expect.name, "x");
+}
+
+TEST(Scenario, ExpectWaitsFiveSecondsUnlessTold) {
+    EXPECT_EQ(OnlyStatement<ExpectStatement>("expect agent ready").within, std::chrono::seconds(5));
+}
+
+TEST(Scenario, GoneTakesPatience) {
+    EXPECT_EQ(OnlyStatement<GoneStatement>("gone agent within 3s").within, std::chrono::seconds(3));
+}
+
+TEST(Scenario, CountdownTakesDurationAndText) {
+    const auto countdown = OnlyStatement<CountdownStatement>("countdown 10s until it reconnects");
+    EXPECT_EQ(countdown.duration, std::chrono::seconds(10));
+    EXPECT_EQ(countdown.text, "until it reconnects");
+}
+
+TEST(Scenario, UnknownStatementIsRefusedWithItsLine) {
+    EXPECT_EQ(ErrorOf("title T\ndance\n"), "line 2: \"dance\" is no statement");
+}
+
+TEST(Scenario, UnknownActorIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nkill server\n"),
+              "line 2: \"server\" is neither \"agent\" nor \"host\"");
+}
+
+TEST(Scenario, BadDurationIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nexpect host log within 5\n"),
+              "line 2: \"5\" is no duration such as 5s or 200ms");
+}
+
+TEST(Scenario, FieldWithoutSignIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nexpect host log text\n"),
+              "line 2: \"text\" is no field such as pid=7 or text~Ping");
+}
+
+TEST(Scenario, WordsLeftOverAreRefused) {
+    EXPECT_EQ(ErrorOf("title T\nkill agent now\n"), "line 2: \"now\" is left over");
+}
+
+TEST(Substitute, LatestValueOfANameCounts) {
+    EXPECT_EQ(Substitute("pid=$v.pid, $a", {{"v.pid", "1"}, {"a", "x"}, {"v.pid", "2"}}),
+              "pid=2, x");
+}
+
+TEST(Substitute, UnknownNameIsRefused) {
+    EXPECT_THROW(Substitute("$nobody", {}), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner
