@@ -67,6 +67,7 @@ using WaitForSingleObjectFn = std::uint32_t(KYR_NTAPI*)(Handle handle, std::uint
 using WaitForMultipleObjectsFn = std::uint32_t(KYR_NTAPI*)(std::uint32_t count,
                                                            const Handle* handles, Bool waitAll,
                                                            std::uint32_t milliseconds);
+using GetTickCountFn = std::uint32_t(KYR_NTAPI*)();  // milliseconds, wraps around
 
 // kernel32: named mutexes and sections
 using OpenMutexWFn = Handle(KYR_NTAPI*)(std::uint32_t access, Bool inherit, const char16_t* name);
@@ -77,6 +78,22 @@ using MapViewOfFileFn = void*(KYR_NTAPI*)(Handle section, std::uint32_t access,
                                           std::uint32_t offsetHigh, std::uint32_t offsetLow,
                                           std::size_t size);
 using UnmapViewOfFileFn = Bool(KYR_NTAPI*)(const void* view);
+/// What VirtualQuery tells of the pages around an address; only the region's size is used here.
+struct MemoryBasicInformation {
+    void* BaseAddress;
+    void* AllocationBase;
+    std::uint32_t AllocationProtect;
+    std::size_t RegionSize;  // bytes from BaseAddress, whole pages
+    std::uint32_t State;
+    std::uint32_t Protect;
+    std::uint32_t Type;
+};
+static_assert(sizeof(MemoryBasicInformation) == (sizeof(void*) == 4 ? 28 : 48),
+              "fixed by the system");
+/// Returns the bytes written to `information`, 0 on failure.
+using VirtualQueryFn = std::size_t(KYR_NTAPI*)(const void* address,
+                                               MemoryBasicInformation* information,
+                                               std::size_t informationSize);
 
 // user32: the calling thread's window messages
 struct WindowMessage {

@@ -11,6 +11,13 @@ constexpr NtStatus kStatusAbandonedWait0 = 0x00000080;
 /// Passes the usual success test: compare it before asking IsError.
 constexpr NtStatus kStatusTimeout = 0x00000102;
 
+// What the classic wait functions return.
+constexpr std::uint32_t kWaitObject0 = 0x00000000;
+constexpr std::uint32_t kWaitAbandoned = 0x00000080;
+constexpr std::uint32_t kWaitTimeout = 0x00000102;
+constexpr std::uint32_t kWaitFailed = 0xFFFFFFFF;
+constexpr std::uint32_t kInfinite = 0xFFFFFFFF;  // a wait without a time limit
+
 constexpr NtStatus kStatusUnsuccessful = static_cast<NtStatus>(0xC0000001);
 constexpr NtStatus kStatusNotImplemented = static_cast<NtStatus>(0xC0000002);
 constexpr NtStatus kStatusInvalidHandle = static_cast<NtStatus>(0xC0000008);

@@ -43,11 +43,13 @@ struct CNativeFunctions {
     NtApi::EventFn ResetEvent;
     NtApi::WaitForSingleObjectFn WaitForSingleObject;
     NtApi::WaitForMultipleObjectsFn WaitForMultipleObjects;
+    NtApi::GetTickCountFn GetTickCount;
     NtApi::OpenMutexWFn OpenMutexW;
     NtApi::ReleaseMutexFn ReleaseMutex;
     NtApi::OpenFileMappingWFn OpenFileMappingW;
     NtApi::MapViewOfFileFn MapViewOfFile;
     NtApi::UnmapViewOfFileFn UnmapViewOfFile;
+    NtApi::VirtualQueryFn VirtualQuery;
     // user32
     NtApi::MsgWaitForMultipleObjectsFn MsgWaitForMultipleObjects;
     NtApi::PeekMessageWFn PeekMessageW;

@@ -1,0 +1,22 @@
+#include "kelcomm/native/NativeFunctions.h"
+
+#include <mutex>
+
+#include "kelcomm/native/NativeTable.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Native {
+
+const CNativeFunctions& SystemNativeFunctions() {
+    static std::once_flag once;
+    static CNativeFunctions
+        table;  // without a destructor: threads may use it while the process ends
+    std::call_once(once, [] { table = ResolveNativeFunctions(&FindNativeFunction); });
+    return table;
+}
+
+CNativeFunctions FallbackNativeFunctions() {
+    return ResolveNativeFunctions(
+        [](NativeLibrary, const char*) -> GenericFunction { return nullptr; });
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm::Native
