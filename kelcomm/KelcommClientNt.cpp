@@ -1,0 +1,238 @@
+#include "kelcomm/KelcommClientNt.h"
+
+#include <cstring>
+#include <new>
+
+#include "base/LittleEndian.h"
+#include "kelcomm/KelcommConnection.h"
+#include "kelcomm/KelcommNames.h"
+#include "ntapi/Status.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+namespace {
+
+/// Connection information: the magic and the version.
+constexpr std::uint32_t kConnectionInfoSize = kKelcommMagicSize + 4;
+
+/// Replies shorter than result code and reply length are malformed.
+constexpr std::uint16_t kReplyHeadSize = 8;
+
+NtApi::Handle OpenPort(const Native::CNativeFunctions& native, std::uint32_t clientId,
+                       std::uint32_t serverId) {
+    ObjectName nameText = LpcPortName(clientId, serverId);
+    NtApi::UnicodeString name{};
+    native.RtlInitUnicodeString(&name, nameText.data());
+    NtApi::SecurityQualityOfService qos{};
+    qos.Length = sizeof(qos);
+    qos.ImpersonationLevel = NtApi::kSecurityImpersonation;
+    qos.ContextTrackingMode = NtApi::kSecurityDynamicTracking;
+    std::uint8_t information[kConnectionInfoSize];
+    std::memcpy(information, kKelcommMagic, kKelcommMagicSize);
+    Base::StoreLittleEndian(information + kKelcommMagicSize, kKelcommVersion);
+    std::uint32_t informationSize = kConnectionInfoSize;
+
+    NtApi::Handle port = nullptr;
+    const NtApi::NtStatus status = native.NtConnectPort(&port, &name, &qos, nullptr, nullptr,
+                                                        nullptr, information, &informationSize);
+    if (NtApi::IsError(status) && port != nullptr) {
+        native.CloseHandle(port);
+        port = nullptr;
+    }
+    return port;
+}
+
+}  // namespace
+
+template <typename T>
+CKelcommClientNt<T>::CKelcommClientNt(const Native::CNativeFunctions& native)
+    : CKelcommCommonNt(native) {}
+
+template <typename T>
+CKelcommClientNt<T>::~CKelcommClientNt() {
+    CKelcommClientNt::Close();
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::Initialize(std::uint32_t clientId, std::uint32_t serverId,
+                                              std::uint32_t options) {
+    const std::uint32_t result = CKelcommClientNt::Close();
+    this->clientId_ = clientId;
+    this->serverId_ = serverId;
+    this->options_ = options;
+    return result;
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::Uninitialize() {
+    return kKelcommNotProvided;
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::Close() {
+    ClosePort();
+    this->waitPool_.reset();
+    CloseArea();
+    return kKelcommSuccess;
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::RequestToBuffer(std::uint32_t, std::uint32_t, const void*,
+                                                   std::uint32_t, CBuffer*, std::int64_t) {
+    return kKelcommFailure;
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::Connect() {
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    if (this->port_ != nullptr) {
+        return kKelcommSuccess;
+    }
+    NtApi::Handle port = OpenPort(native_, this->clientId_, this->serverId_);
+    if (port == nullptr) {
+        return kKelcommCannotConnect;
+    }
+    if ((this->options_ & kKelcommPumpMessages) != 0 && this->waitPool_ == nullptr) {
+        this->waitPool_ = CKelcommWaitPool::Create(native_);
+        if (this->waitPool_ == nullptr) {
+            native_.CloseHandle(port);
+            return kKelcommCannotConnect;
+        }
+    }
+    this->port_ = port;
+    return kKelcommSuccess;
+}
+
+template <typename T>
+void CKelcommClientNt<T>::ClosePort() {
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    if (this->port_ != nullptr) {
+        native_.CloseHandle(this->port_);
+        this->port_ = nullptr;
+    }
+}
+
+template <typename T>
+NtApi::Handle CKelcommClientNt<T>::CurrentPort() {
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    return this->port_;
+}
+
+template <typename T>
+NtApi::NtStatus CKelcommClientNt<T>::Exchange(NtApi::Handle port, Message& request,
+                                              Message& reply) {
+    Structs::PrepareReply(reply);
+    if ((this->options_ & kKelcommPumpMessages) != 0 && this->waitPool_ != nullptr) {
+        return this->waitPool_->Exchange(port, request.bytes, reply.bytes);
+    }
+    return native_.NtRequestWaitReplyPort(port, request.bytes, reply.bytes);
+}
+
+template <typename T>
+template <typename Send>
+NtApi::NtStatus CKelcommClientNt<T>::SendWithRepeat(const Send& send) {
+    const auto dropIfFailed = [this](NtApi::NtStatus status) {
+        const bool drop = NtApi::IsError(status) && status != NtApi::kStatusInvalidParameter;
+        if (drop) {
+            ClosePort();
+        }
+        return drop;
+    };
+    NtApi::NtStatus status = send(CurrentPort());
+    if (!dropIfFailed(status)) {
+        return status;
+    }
+    if (Connect() != kKelcommSuccess) {
+        return NtApi::kStatusUnsuccessful;
+    }
+    status = send(CurrentPort());
+    dropIfFailed(status);
+    return status;
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::Request(std::uint32_t flags, std::uint32_t command,
+                                           const void* request, std::uint32_t requestLength,
+                                           void* reply, std::uint32_t replyCapacity,
+                                           std::uint32_t* replyLength, std::int64_t timeout) {
+    if (Connect() != kKelcommSuccess) {
+        return kKelcommFailure;
+    }
+    if (timeout != 0) {
+        return kKelcommInvalidArgument;
+    }
+    const bool oneWay = (flags & kKelcommOneWay) != 0;
+    if (oneWay) {
+        replyCapacity = 0;
+        replyLength = nullptr;
+    }
+    const typename Structs::Request parts{flags,         command, request,
+                                          requestLength, reply,   replyCapacity};
+    Message requestMessage;
+    Structs::BuildRequest(requestMessage, parts);
+
+    if (oneWay && !Structs::IsLarge(parts)) {
+        const NtApi::NtStatus sent = SendWithRepeat(
+            [&](NtApi::Handle port) { return native_.NtRequestPort(port, requestMessage.bytes); });
+        return NtApi::IsError(sent) ? kKelcommFailure : kKelcommSuccess;
+    }
+
+    Message replyMessage;
+    const NtApi::NtStatus exchanged = SendWithRepeat(
+        [&](NtApi::Handle port) { return Exchange(port, requestMessage, replyMessage); });
+    const auto dataLength =
+        Base::LoadLittleEndian<std::uint16_t>(replyMessage.bytes + NtApi::kDataLengthOffset);
+    if (NtApi::IsError(exchanged) || dataLength < kReplyHeadSize) {
+        return kKelcommFailure;
+    }
+    const auto length =
+        Base::LoadLittleEndian<std::uint32_t>(replyMessage.bytes + Structs::kReplyLength);
+    if (length > replyCapacity) {
+        return kKelcommFailure;
+    }
+    if (length != 0 && length <= Structs::kMaxSmallReply) {
+        // The bytes stand in the message; a message that ends before them is malformed.
+        if (length > std::uint32_t{dataLength} - kReplyHeadSize || reply == nullptr) {
+            return kKelcommFailure;
+        }
+        std::memcpy(reply, replyMessage.bytes + Structs::kReply, length);
+    }
+    // A longer reply has already been written into the caller's buffer by the server.
+    if (replyLength != nullptr) {
+        *replyLength = length;
+    }
+    return Base::LoadLittleEndian<std::uint32_t>(replyMessage.bytes + Structs::kResult);
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::ReadBroadcast(std::uint32_t offset, void* destination,
+                                                 std::uint32_t length) {
+    return ReadArea({this->clientId_, this->serverId_}, offset, destination, length);
+}
+
+template <typename T>
+std::uint32_t CKelcommClientNt<T>::ReadBroadcastValue(std::uint32_t offset, std::uint32_t* value) {
+    return ReadAreaValue({this->clientId_, this->serverId_}, offset, value);
+}
+
+template class CKelcommClientNt<std::uint32_t>;
+template class CKelcommClientNt<std::uint64_t>;
+
+std::unique_ptr<IKelcommClient> CreateKelcommClientNt(const Native::CNativeFunctions& native) {
+    NtApi::Bool isWow64 = 0;
+    const bool use64 =
+        native.IsWow64Process(native.GetCurrentProcess(), &isWow64) != 0 && isWow64 != 0;
+    std::unique_ptr<IKelcommClient> client;
+    if (use64) {
+        client.reset(new (std::nothrow) CKelcommClientNt<std::uint64_t>(native));
+    } else {
+        client.reset(new (std::nothrow) CKelcommClientNt<std::uint32_t>(native));
+    }
+    if (client == nullptr || client->Initialize(kKelcommClientId, kKelcommServerId,
+                                                kKelcommNoOptions) != kKelcommSuccess) {
+        return nullptr;
+    }
+    return client;
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm

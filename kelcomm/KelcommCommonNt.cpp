@@ -1,0 +1,168 @@
+#include "kelcomm/KelcommCommonNt.h"
+
+#include <cstring>
+
+#include "base/LittleEndian.h"
+#include "kelcomm/BroadcastLayout.h"
+#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/KelcommConnection.h"
+#include "kelcomm/KelcommNames.h"
+#include "ntapi/Status.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+namespace {
+
+constexpr std::uint32_t kMutexAccess = 0x100001;  // SYNCHRONIZE and MUTANT_QUERY_STATE
+constexpr std::uint32_t kFileMapRead = 4;
+constexpr std::uint32_t kMutexTimeoutMs = 5000;  // fixed by the protocol
+
+/// Offsets travel as signed 32-bit numbers.
+bool IsNegative(std::uint32_t offset) {
+    return offset > 0x7FFFFFFF;
+}
+
+/// One read of a word that another process may be writing; the value never changes after a check.
+std::uint32_t LoadShared(const std::uint8_t* place) {
+    std::uint8_t bytes[4];
+    if (reinterpret_cast<std::uintptr_t>(place) % sizeof(std::uint32_t) == 0) {
+        const std::uint32_t word = *reinterpret_cast<const volatile std::uint32_t*>(place);
+        std::memcpy(bytes, &word, sizeof(bytes));
+    } else {
+        const volatile std::uint8_t* shared = place;
+        for (std::uint8_t& byte : bytes) {
+            byte = *shared++;
+        }
+    }
+    return Base::LoadLittleEndian<std::uint32_t>(bytes);
+}
+
+}  // namespace
+
+CKelcommCommonNt::~CKelcommCommonNt() {
+    UnmapArea();
+}
+
+bool CKelcommCommonNt::OpenArea(const Identity& identity) {
+    if (broadcastView_ == nullptr && !MapArea(identity)) {
+        UnmapArea();
+    }
+    return broadcastView_ != nullptr;
+}
+
+bool CKelcommCommonNt::MapArea(const Identity& identity) {
+    broadcastMutex_ = native_.OpenMutexW(
+        kMutexAccess, 0, BroadcastMutexName(identity.clientId, identity.serverId).data());
+    if (broadcastMutex_ == nullptr) {
+        return false;
+    }
+    broadcastSection_ = native_.OpenFileMappingW(
+        kFileMapRead, 0, BroadcastSectionName(identity.clientId, identity.serverId).data());
+    if (broadcastSection_ == nullptr) {
+        return false;
+    }
+    broadcastView_ = static_cast<const std::uint8_t*>(
+        native_.MapViewOfFile(broadcastSection_, kFileMapRead, 0, 0, 0));
+    if (broadcastView_ == nullptr) {
+        return false;
+    }
+    NtApi::MemoryBasicInformation pages{};
+    if (native_.VirtualQuery(broadcastView_, &pages, sizeof(pages)) == 0) {
+        return false;
+    }
+    broadcastViewSize_ = pages.RegionSize;
+    return broadcastViewSize_ >= kBroadcastHeaderSize &&
+           ReadHeaderField(kBroadcastHeaderSizeField) == kBroadcastHeaderSize &&
+           std::memcmp(broadcastView_ + kBroadcastMagicField, kKelcommMagic, kKelcommMagicSize) ==
+               0 &&
+           ReadHeaderField(kBroadcastVersionField) == kKelcommVersion;
+}
+
+void CKelcommCommonNt::UnmapArea() {
+    if (broadcastView_ != nullptr) {
+        native_.UnmapViewOfFile(broadcastView_);
+        broadcastView_ = nullptr;
+        broadcastViewSize_ = 0;
+    }
+    if (broadcastSection_ != nullptr) {
+        native_.CloseHandle(broadcastSection_);
+        broadcastSection_ = nullptr;
+    }
+    if (broadcastMutex_ != nullptr) {
+        native_.CloseHandle(broadcastMutex_);
+        broadcastMutex_ = nullptr;
+    }
+}
+
+void CKelcommCommonNt::CloseArea() {
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    UnmapArea();
+}
+
+std::uint32_t CKelcommCommonNt::ReadHeaderField(std::size_t field) const {
+    return LoadShared(broadcastView_ + field);
+}
+
+bool CKelcommCommonNt::IsInsideData(std::uint32_t offset, std::uint32_t length) const {
+    return !IsNegative(offset) &&
+           std::uint64_t{offset} + length <= ReadHeaderField(kBroadcastDataSizeField);
+}
+
+const std::uint8_t* CKelcommCommonNt::Locate(std::uint32_t offset, std::uint32_t length) const {
+    const std::uint64_t start = std::uint64_t{ReadHeaderField(kBroadcastDataOffsetField)} + offset;
+    // The header's numbers are the product's word only; the mapping is what is really there.
+    if (start + length > broadcastViewSize_) {
+        return nullptr;
+    }
+    return broadcastView_ + start;
+}
+
+std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t offset,
+                                         void* destination, std::uint32_t length) {
+    NtApi::Handle mutex = nullptr;
+    {
+        const std::lock_guard<std::mutex> lock(criticalSection_);
+        if (!OpenArea(identity)) {
+            return kKelcommFailure;
+        }
+        mutex = broadcastMutex_;
+    }
+    const std::uint32_t wait = native_.WaitForSingleObject(mutex, kMutexTimeoutMs);
+    if (wait != NtApi::kWaitObject0 && wait != NtApi::kWaitAbandoned) {
+        return kKelcommFailure;
+    }
+    std::uint32_t result = kKelcommFailure;
+    {
+        const std::lock_guard<std::mutex> lock(criticalSection_);
+        // The area may have been closed while the mutex was waited for.
+        if (broadcastView_ != nullptr && IsInsideData(offset, length)) {
+            if (const std::uint8_t* const source = Locate(offset, length)) {
+                if (length != 0) {
+                    std::memcpy(destination, source, length);
+                }
+                result = kKelcommSuccess;
+            }
+        }
+    }
+    native_.ReleaseMutex(mutex);
+    return result;
+}
+
+std::uint32_t CKelcommCommonNt::ReadAreaValue(const Identity& identity, std::uint32_t offset,
+                                              std::uint32_t* value) {
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    if (!OpenArea(identity)) {
+        return kKelcommFailure;
+    }
+    if (!IsInsideData(offset, sizeof(*value))) {
+        return kKelcommInvalidArgument;
+    }
+    const std::uint8_t* const source = Locate(offset, sizeof(*value));
+    if (source == nullptr) {
+        return kKelcommFailure;
+    }
+    *value = LoadShared(source);
+    return kKelcommSuccess;
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm

@@ -1,0 +1,61 @@
+// What both kinds of client share: the product's broadcast area and the critical section.
+//
+// The area is a named section of the product, guarded by a named mutex; its format is described at
+// BroadcastLayout.h. It is opened by the first read and stays mapped until it is closed.
+// Threads: any; the critical section is held while the area is opened, read and closed, not while
+// the product's mutex is waited for.
+// Errors: KelcommResult codes; nothing throws.
+// Ownership: the native table must outlive the object.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <mutex>
+
+#include "kelcomm/native/NativeFunctions.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+class CKelcommCommonNt {
+  public:
+    CKelcommCommonNt(const CKelcommCommonNt&) = delete;
+    CKelcommCommonNt& operator=(const CKelcommCommonNt&) = delete;
+
+  protected:
+    /// The two ids whose names the area is found under.
+    struct Identity {
+        std::uint32_t clientId;
+        std::uint32_t serverId;
+    };
+
+    explicit CKelcommCommonNt(const Native::CNativeFunctions& native) : native_(native) {}
+    /// Closes the area.
+    ~CKelcommCommonNt();
+
+    std::uint32_t ReadArea(const Identity& identity, std::uint32_t offset, void* destination,
+                           std::uint32_t length);
+    std::uint32_t ReadAreaValue(const Identity& identity, std::uint32_t offset,
+                                std::uint32_t* value);
+    void CloseArea();
+
+    const Native::CNativeFunctions& native_;
+    std::mutex criticalSection_;  // guards the area below, and the port of the LPC client
+
+  private:
+    // REQUIRES, for all: criticalSection_ is held.
+    bool OpenArea(const Identity& identity);
+    bool MapArea(const Identity& identity);
+    void UnmapArea();
+    std::uint32_t ReadHeaderField(std::size_t field) const;
+    /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
+    /// view.
+    const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const;
+    bool IsInsideData(std::uint32_t offset, std::uint32_t length) const;
+
+    NtApi::Handle broadcastMutex_ = nullptr;
+    NtApi::Handle broadcastSection_ = nullptr;
+    const std::uint8_t* broadcastView_ = nullptr;
+    std::size_t broadcastViewSize_ = 0;
+};
+
+}  // namespace Kyr::Connectors::Common::Kelcomm
