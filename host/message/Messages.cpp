@@ -1,5 +1,6 @@
 #include <stdexcept>
 
+#include "host/message/LogMessage.h"
 #include "host/message/OvAgentTasks.h"
 #include "host/module/Response.h"
 
@@ -37,6 +38,16 @@ void CWriteControl::CheckWritable() const {
 }
 
 CMessage::~CMessage() = default;
+
+CLogMessage::~CLogMessage() = default;
+bool CLogMessage::IsValid() const {
+    try {
+        Validate();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
 
 CTask::~CTask() = default;
 void CTask::SetIdentifiers(const Uuid& first, const Uuid& second, const Uuid& third) {
