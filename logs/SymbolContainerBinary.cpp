@@ -1,0 +1,191 @@
+// The binary form of a symbol row. All integers are little-endian:
+//   u32 count, count x u32 id, count x (u32 tag, value)
+// Value: 8 bytes for integer, double, resource id and time (its tick count); 16 bytes for a uuid;
+// one byte for a bool; u32 length and bytes for string and blob.
+#include <cstring>
+#include <ios>
+#include <stdexcept>
+#include <string_view>
+
+#include "logs/SymbolContainer.h"
+#include "logs/SymbolText.h"
+#include "logs/SymbolTime.h"
+
+namespace Kyr::Common::Logs {
+
+namespace {
+
+// Deliberate: the tags of time and uuid are crossed against the order of the kinds in memory.
+enum Tag : std::uint32_t {
+    kTagInteger = 1,
+    kTagDouble = 2,
+    kTagString = 3,
+    kTagResourceId = 4,
+    kTagUuid = 5,
+    kTagTime = 6,
+    kTagBool = 7,
+    kTagBlob = 8,
+};
+
+static_assert(sizeof(double) == sizeof(std::uint64_t), "a double takes eight bytes");
+
+struct Sizer {
+    std::uint64_t operator()(const BlobValue& value) const { return 8 + value.bytes.size(); }
+    std::uint64_t operator()(const std::string& value) const { return 8 + value.size(); }
+    std::uint64_t operator()(const boost::uuids::uuid&) const { return 20; }
+    std::uint64_t operator()(bool) const { return 5; }
+    template <typename EightBytes>
+    std::uint64_t operator()(const EightBytes&) const {
+        return 12;
+    }
+};
+
+class CWriter {
+  public:
+    explicit CWriter(std::string& out) : out_(out) {}
+
+    void U32(std::uint32_t value) { Number(value, 4); }
+
+    void operator()(const BlobValue& value) { Text(kTagBlob, value.bytes); }
+    void operator()(const std::string& value) { Text(kTagString, value); }
+    void operator()(std::int64_t value) { Eight(kTagInteger, static_cast<std::uint64_t>(value)); }
+    void operator()(ResourceIdValue value) {
+        Eight(kTagResourceId, static_cast<std::uint64_t>(value.id));
+    }
+    void operator()(const boost::posix_time::ptime& value) {
+        Eight(kTagTime, static_cast<std::uint64_t>(ToTicks(value)));
+    }
+    void operator()(double value) {
+        std::uint64_t bits = 0;
+        std::memcpy(&bits, &value, sizeof bits);
+        Eight(kTagDouble, bits);
+    }
+    void operator()(const boost::uuids::uuid& value) {
+        U32(kTagUuid);
+        out_.append(value.begin(), value.end());
+    }
+    void operator()(bool value) {
+        U32(kTagBool);
+        out_.push_back(value ? '\1' : '\0');
+    }
+
+  private:
+    void Number(std::uint64_t value, int bytes) {
+        for (int byte = 0; byte < bytes; ++byte) {
+            out_.push_back(static_cast<char>(value >> 8 * byte & 0xFF));
+        }
+    }
+    void Eight(Tag tag, std::uint64_t value) {
+        U32(tag);
+        Number(value, 8);
+    }
+    void Text(Tag tag, const std::string& value) {
+        U32(tag);
+        U32(static_cast<std::uint32_t>(value.size()));
+        out_ += value;
+    }
+
+    std::string& out_;
+};
+
+/// Every length from outside is checked in Take, and nowhere else.
+class CReader {
+  public:
+    CReader(const char* data, std::size_t length) : rest_(data, length) {}
+
+    std::string_view Take(std::size_t length) {
+        if (length > rest_.size()) {
+            throw std::ios_base::failure("symbol container: unexpected end of data");
+        }
+        const std::string_view taken = rest_.substr(0, length);
+        rest_.remove_prefix(length);
+        return taken;
+    }
+    std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
+    std::uint64_t U64() { return Number(8); }
+    std::string Text() { return std::string(Take(U32())); }
+
+    SymbolValue Value(std::int32_t id) {
+        switch (U32()) {
+            case kTagInteger:
+                return static_cast<std::int64_t>(U64());
+            case kTagDouble: {
+                const std::uint64_t bits = U64();
+                double value = 0;
+                std::memcpy(&value, &bits, sizeof value);
+                return value;
+            }
+            case kTagString:
+                return LimitText(id, Text());
+            case kTagResourceId:
+                return ResourceIdValue{static_cast<std::int64_t>(U64())};
+            case kTagUuid: {
+                boost::uuids::uuid value;
+                std::memcpy(value.data, Take(value.size()).data(), value.size());
+                return value;
+            }
+            case kTagTime:
+                return FromTicks(static_cast<std::int64_t>(U64()));
+            case kTagBool:
+                return Take(1).front() == '\1';
+            case kTagBlob:
+                return BlobValue(Text());
+        }
+        throw std::runtime_error("Unimplemented type handler");
+    }
+
+  private:
+    std::uint64_t Number(int bytes) {
+        const std::string_view taken = Take(static_cast<std::size_t>(bytes));
+        std::uint64_t value = 0;
+        for (int byte = bytes; byte-- > 0;) {
+            value = value << 8 | static_cast<unsigned char>(taken[static_cast<std::size_t>(byte)]);
+        }
+        return value;
+    }
+
+    std::string_view rest_;
+};
+
+}  // namespace
+
+std::uint64_t CSymbolContainer::GetBinarySize() const {
+    std::uint64_t size = 4;
+    for (const SymbolValue& value : values_) {
+        size += 4 + std::visit(Sizer{}, value);
+    }
+    return size;
+}
+
+void CSymbolContainer::SerializeToBinary(std::string& out) const {
+    out.clear();
+    out.reserve(static_cast<std::size_t>(GetBinarySize()));
+    CWriter writer(out);
+    writer.U32(static_cast<std::uint32_t>(ids_.size()));
+    for (const std::int32_t id : ids_) {
+        writer.U32(static_cast<std::uint32_t>(id));
+    }
+    for (const SymbolValue& value : values_) {
+        std::visit(writer, value);
+    }
+}
+
+void CSymbolContainer::DeserializeFromBinary(const char* data, std::size_t length) {
+    CReader reader(data, length);
+    const std::uint32_t count = reader.U32();
+    // The ids are read one by one: the count is the sender's word, their bytes are not.
+    std::vector<std::int32_t> ids;
+    for (std::uint32_t index = 0; index < count; ++index) {
+        ids.push_back(static_cast<std::int32_t>(reader.U32()));
+    }
+    Reserve(ids.size());
+    for (const std::int32_t id : ids) {
+        Add(id, reader.Value(id));
+    }
+}
+
+void CSymbolContainer::DeserializeFromBinary(const std::string& data) {
+    DeserializeFromBinary(data.data(), data.size());
+}
+
+}  // namespace Kyr::Common::Logs
