@@ -1,0 +1,107 @@
+// The host's message bus: what is published reaches every subscriber of its type, in the order of
+// publishing, on one delivery thread.
+//
+// A subscriber gets a message once, however often it subscribed to the type. A message that is
+// published with a context keeps it; one without gets a new context, so that all that comes of it
+// can be told from the rest.
+//
+// Threads: every operation from any thread. The observer is called under a lock of the bus or on
+// the delivery thread and must not call the bus.
+// Ownership: subscribers are shared and kept until the bus is destroyed; the observer is borrowed
+// and must outlive the bus.
+// Errors: what a subscriber throws goes to the observer, and the delivery goes on.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "host/kernel/Resources.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// The contexts of this bus: a number that stays with everything that one message caused.
+class CDeliveryContext final : public Common::Kernel::IDeliveryContext {
+  public:
+    explicit CDeliveryContext(std::uint64_t number) : number_(number) {}
+    ~CDeliveryContext() override;
+    std::uint64_t Number() const { return number_; }
+
+  private:
+    const std::uint64_t number_;
+};
+
+/// One message on its way.
+struct CPublication {
+    std::string publisher;
+    boost::shared_ptr<Common::Kernel::IMessage> message;
+    boost::shared_ptr<Common::Kernel::IDeliveryContext> context;
+
+    /// The number of its context; 0 when the context is none of this bus's.
+    std::uint64_t ContextNumber() const;
+};
+
+/// Sees all that happens on the bus.
+class IBusObserver {
+  public:
+    virtual ~IBusObserver();
+    virtual void OnPublish(const CPublication& publication) = 0;
+    /// `subscriber` is its number in the order of first subscriptions, from 1.
+    virtual void OnDeliver(const CPublication& publication, std::size_t subscriber) = 0;
+    virtual void OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
+                                  const std::string& text) = 0;
+};
+
+class CBus final : public Common::Kernel::IBusResource {
+  public:
+    explicit CBus(IBusObserver& observer);
+    CBus(const CBus&) = delete;
+    CBus& operator=(const CBus&) = delete;
+    /// Ends the delivery thread; what has not been delivered then is dropped.
+    ~CBus() override;
+
+    /// For modules.
+    void Publish(const boost::shared_ptr<Common::Kernel::IMessage>& message,
+                 const boost::shared_ptr<Common::Kernel::IDeliveryContext>& context) override;
+    void Subscribe(const boost::shared_ptr<Common::Kernel::ISubscriber>& subscriber,
+                   Common::Kernel::MessageType type) override;
+
+    /// For the host itself: publishes in a new context.
+    void PublishAsHost(const boost::shared_ptr<Common::Kernel::IMessage>& message);
+
+    /// Returns when everything published so far has been delivered.
+    void WaitUntilDelivered();
+
+    /// Each subscriber's own line about what it has not worked off, in subscriber order.
+    std::vector<std::string> DumpSubscribers() const;
+
+  private:
+    using Subscriber = boost::shared_ptr<Common::Kernel::ISubscriber>;
+
+    void Enqueue(CPublication publication);
+    void DeliveryThread();
+    void Deliver(const CPublication& publication);
+    void DeliverTo(const CPublication& publication, std::size_t index, const Subscriber& to);
+
+    IBusObserver& observer_;  // borrowed
+
+    // Guarded by mutex_.
+    mutable boost::mutex mutex_;
+    boost::condition_variable changed_;
+    std::list<CPublication> queue_;
+    std::vector<Subscriber> subscribers_;
+    std::map<Common::Kernel::MessageType, std::vector<std::size_t>> routes_;  // indices, each once
+    std::uint64_t lastContext_ = 0;
+    bool delivering_ = false;
+    bool ending_ = false;
+
+    boost::thread thread_;  // last: it uses everything above
+};
+
+}  // namespace Kyr::Lab::DevHost

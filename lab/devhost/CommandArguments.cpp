@@ -1,0 +1,48 @@
+#include "lab/devhost/CommandArguments.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <utility>
+
+namespace Kyr::Lab::DevHost {
+
+CCommandArguments::CCommandArguments(std::vector<std::string> words) : words_(std::move(words)) {}
+
+std::string CCommandArguments::TakeWord(const std::string& what) {
+    if (words_.empty()) {
+        throw std::invalid_argument("the " + what + " is missing");
+    }
+    std::string word = words_.front();
+    words_.erase(words_.begin());
+    return word;
+}
+
+std::optional<std::string> CCommandArguments::TakeValue(const std::string& name) {
+    const std::string start = name + "=";
+    const auto found = std::find_if(words_.begin(), words_.end(), [&](const std::string& word) {
+        return word.compare(0, start.size(), start) == 0;
+    });
+    if (found == words_.end()) {
+        return std::nullopt;
+    }
+    std::string value = found->substr(start.size());
+    words_.erase(found);
+    return value;
+}
+
+bool CCommandArguments::TakeFlag(const std::string& name) {
+    const auto found = std::find(words_.begin(), words_.end(), name);
+    if (found == words_.end()) {
+        return false;
+    }
+    words_.erase(found);
+    return true;
+}
+
+void CCommandArguments::Finish() const {
+    if (!words_.empty()) {
+        throw std::invalid_argument("not understood: " + words_.front());
+    }
+}
+
+}  // namespace Kyr::Lab::DevHost

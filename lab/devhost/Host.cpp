@@ -1,0 +1,47 @@
+#include "lab/devhost/Host.h"
+
+#include <boost/make_shared.hpp>
+
+#include "lab/devhost/HostCommands.h"
+#include "lab/devhost/HostLog.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace Kernel = Common::Kernel;
+
+CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile)
+    : events_(events),
+      database_(boost::make_shared<CDatabase>(settings.databasePath)),
+      printer_(events),
+      bus_(boost::make_shared<CBus>(printer_)),
+      loader_(settings.libraryPath),
+      module_(loader_.Create()),
+      lifeCycle_(
+          module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
+      console_(MakeHostCommands({*bus_, *database_, lifeCycle_, [this] { quitting_ = true; }}),
+               events) {
+    provider_.Add(Kernel::kBusResource, bus_);
+    provider_.Add(Kernel::kInstallConfigurationResource,
+                  boost::make_shared<CInstallConfiguration>(database_->InstanceUuid()));
+    provider_.Add(Kernel::kLoggerResource,
+                  boost::make_shared<CHostLog>(std::vector<LineSink>{events, logFile}));
+    provider_.Add(Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>());
+    provider_.Add(Kernel::kDatabaseResource, database_);
+    provider_.Add(Kernel::kConfigurationResource, boost::make_shared<CConfiguration>());
+    provider_.Add(Kernel::kNetworkGrpcResource, boost::make_shared<CNetworkGrpc>());
+}
+
+bool CHost::Start() {
+    if (!lifeCycle_.Begin(provider_)) {
+        return false;
+    }
+    events_(CLine("ready").With("module", module_.GetName()));
+    return true;
+}
+
+void CHost::Stop() {
+    lifeCycle_.BeginStop(false);
+    lifeCycle_.WaitUntilDestroyed();
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,51 @@
+// The whole host: its resources, its bus, one module, and the commands that a person gives it.
+//
+// Threads: one thread calls; events come from several.
+// Errors: std::exception from the constructor when the database or the library cannot be opened.
+#pragma once
+
+#include <string>
+
+#include "lab/common/LineWriter.h"
+#include "lab/devhost/Bus.h"
+#include "lab/devhost/Console.h"
+#include "lab/devhost/Database.h"
+#include "lab/devhost/LifeCycle.h"
+#include "lab/devhost/MessagePrinter.h"
+#include "lab/devhost/ModuleLoader.h"
+#include "lab/devhost/Resources.h"
+
+namespace Kyr::Lab::DevHost {
+
+struct CHostSettings {
+    std::string libraryPath;
+    std::string databasePath;
+};
+
+class CHost {
+  public:
+    /// `events` takes every event, `logFile` the log lines once more.
+    CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile);
+
+    /// Begins the module's life and says `ready`. False when that failed.
+    bool Start();
+    void Execute(const std::string& command) { console_.Execute(command); }
+    /// True when a command has asked the host to end.
+    bool IsQuitting() const { return quitting_; }
+    /// Returns when the module has been stopped and destroyed, which no command need have begun.
+    void Stop();
+
+  private:
+    const LineSink events_;
+    boost::shared_ptr<CDatabase> database_;
+    CMessagePrinter printer_;
+    boost::shared_ptr<CBus> bus_;
+    CResourceProvider provider_;
+    CModuleLoader loader_;
+    Common::Kernel::IModule& module_;  // the loader's
+    CLifeCycle lifeCycle_;
+    bool quitting_ = false;
+    CConsole console_;
+};
+
+}  // namespace Kyr::Lab::DevHost

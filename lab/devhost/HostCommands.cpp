@@ -1,0 +1,97 @@
+#include "lab/devhost/HostCommands.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "lab/devhost/TaskBuilder.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+CLine Answer(const char* command) {
+    return CLine("answer").With("command", command);
+}
+
+void PublishTask(CBus& bus, const TaskPointer& task, const char* command, const LineSink& answer) {
+    // Answered first, so that whoever reads knows the identifiers before they come back.
+    answer(Answer(command).With("ids", IdentifiersOf(*task)));
+    bus.PublishAsHost(task);
+}
+
+void SetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
+    const std::string key = arguments.TakeWord("key");
+    const std::string value = arguments.TakeWord("value");
+    arguments.Finish();
+    if (!database.KeyValues().SetValue(key, value)) {
+        throw std::runtime_error("the database refused the value");
+    }
+    answer(Answer("set").With("key", key).With("value", value));
+}
+
+void GetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
+    const std::string key = arguments.TakeWord("key");
+    arguments.Finish();
+    answer(Answer("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
+}
+
+void Dump(const CCommandTargets& targets, const LineSink& answer) {
+    const std::vector<std::string> dumps = targets.bus.DumpSubscribers();
+    for (std::size_t index = 0; index < dumps.size(); ++index) {
+        answer(Answer("dump")
+                   .With("subscriber", std::uint64_t{index + 1})
+                   .With("pending", dumps[index]));
+    }
+    answer(Answer("dump").With("instance", targets.database.InstanceUuid()));
+    for (const std::string& action : targets.database.RemediationActions().StoredActions()) {
+        answer(Answer("dump").With("remediation-action", action));
+    }
+}
+
+}  // namespace
+
+std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
+    using Arguments = CCommandArguments;
+    return {
+        {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
+         "Sends the task that ends a process.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildKillTask(arguments), "kill", answer);
+         }},
+        {"block", "sha256=<text> [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]",
+         "Sends the task that blocks an executable.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
+         }},
+        {"get", "<key>", "Shows a key-value entry.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             GetValue(targets.database, arguments, answer);
+         }},
+        {"set", "<key> <value>", "Stores a key-value entry.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             SetValue(targets.database, arguments, answer);
+         }},
+        {"dump", "", "Shows what waits in the module, and what the database holds.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             arguments.Finish();
+             Dump(targets, answer);
+         }},
+        {"stop", "[force]", "Stops the module; with force also one that is still busy.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const bool force = arguments.TakeFlag("force");
+             arguments.Finish();
+             answer(Answer("stop"));
+             targets.lifeCycle.BeginStop(force);
+         }},
+        {"quit", "[force]", "Stops the module and ends the host.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const bool force = arguments.TakeFlag("force");
+             arguments.Finish();
+             answer(Answer("quit"));
+             targets.lifeCycle.BeginStop(force);
+             targets.quit();
+         }},
+    };
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,59 @@
+// Drives one module through its life, exactly in the order of the contract: Initialize, Start,
+// RequestStop, Stop(false) until it is true or Stop(true), destroy. Every call is a `life` event.
+//
+// The stop runs on a thread of its own, so that a person can still ask for force while a busy
+// module is asked again and again.
+//
+// Threads: one thread calls; the stop thread is the life cycle's own.
+// Ownership: the module is borrowed until it is handed to `destroy`.
+#pragma once
+
+#include <atomic>
+#include <functional>
+
+#include <boost/thread/thread.hpp>
+
+#include "base/Clock.h"
+#include "host/kernel/IModule.h"
+#include "lab/common/LineWriter.h"
+
+namespace Kyr::Lab::DevHost {
+
+class CLifeCycle {
+  public:
+    CLifeCycle(Common::Kernel::IModule& module, std::function<void()> destroy, LineSink events,
+               boost::shared_ptr<Base::IClock> clock);
+    CLifeCycle(const CLifeCycle&) = delete;
+    CLifeCycle& operator=(const CLifeCycle&) = delete;
+    /// Waits for the stop when one has begun; destroys a module that was never started.
+    ~CLifeCycle();
+
+    /// Initialize and Start. False when one of them threw; the module is destroyed then.
+    bool Begin(Common::Kernel::IResourceProvider& provider);
+
+    /// Begins the stop; with `force` the next Stop is a forced one. Does nothing more when the stop
+    /// has already begun, except that force can be added.
+    void BeginStop(bool force);
+    /// REQUIRES: BeginStop. Returns when the module has been destroyed.
+    void WaitUntilDestroyed();
+
+    /// True from a successful Begin until the stop begins.
+    bool IsRunning() const { return state_ == State::Running; }
+
+  private:
+    enum class State { Created, Running, Stopping, Destroyed };
+
+    bool Call(const char* name, const std::function<std::string()>& call);
+    void StopThread();
+    void Destroy();
+
+    Common::Kernel::IModule& module_;  // borrowed
+    const std::function<void()> destroy_;
+    const LineSink events_;
+    const boost::shared_ptr<Base::IClock> clock_;
+    std::atomic<State> state_{State::Created};
+    std::atomic<bool> force_{false};
+    boost::thread stopThread_;
+};
+
+}  // namespace Kyr::Lab::DevHost

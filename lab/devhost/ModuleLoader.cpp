@@ -1,0 +1,26 @@
+#include "lab/devhost/ModuleLoader.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+/// The name under which connector libraries offer their module.
+constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModule";
+
+}  // namespace
+
+CModuleLoader::CModuleLoader(const std::string& libraryPath) {
+    loader_.loadLibrary(libraryPath);
+}
+
+CModuleLoader::Module& CModuleLoader::Create() {
+    const auto& metaObject = loader_.classFor(kClassName);
+    // The meta-object destroys only what has been handed over to it.
+    return *metaObject.autoDelete(metaObject.create());
+}
+
+void CModuleLoader::Destroy(Module& module) {
+    loader_.destroy(kClassName, &module);
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,76 @@
+// The whole host around the built library.
+#include <gmock/gmock.h>
+#include <stdexcept>
+
+#include "lab/devhost/Host.h"
+#include "tests/lab/devhost/EventList.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Lab::DevHost::CHost;
+using ::testing::Contains;
+using ::testing::ElementsAre;
+
+class HostTest : public ::testing::Test {
+  protected:
+    std::string LastEvent() const { return events_.Texts().back(); }
+
+    CEventList events_;
+    CEventList logFile_;
+    // ":memory:" is a database without a file.
+    CHost host_{{KYR_LIBRARY_PATH, ":memory:"}, events_.Sink(), logFile_.Sink()};
+};
+
+TEST_F(HostTest, StartedHostIsReady) {
+    EXPECT_TRUE(host_.Start());
+    EXPECT_THAT(events_.Texts(), Contains("ready module=COvAgentConnectorModule"));
+}
+
+TEST_F(HostTest, StopEndsWithTheModulesDestruction) {
+    host_.Start();
+    host_.Stop();
+    EXPECT_EQ(LastEvent(), "life call=destroy result=ok");
+}
+
+TEST_F(HostTest, StopCommandStopsTheModuleAndTheHostGoesOn) {
+    host_.Start();
+    host_.Execute("stop force");
+    host_.Stop();
+    EXPECT_THAT(events_.Texts(), Contains("life call=Stop(true) result=true"));
+    EXPECT_FALSE(host_.IsQuitting());
+}
+
+TEST_F(HostTest, QuitCommandAsksTheProgramToEnd) {
+    host_.Start();
+    host_.Execute("quit");
+    EXPECT_TRUE(host_.IsQuitting());
+}
+
+TEST_F(HostTest, ValueThatWasSetIsShown) {
+    host_.Execute("set XDR_ENABLED 1");
+    EXPECT_EQ(LastEvent(), "answer command=set key=XDR_ENABLED value=1");
+    host_.Execute("get XDR_ENABLED");
+    EXPECT_EQ(LastEvent(), "answer command=get key=XDR_ENABLED value=1");
+}
+
+TEST_F(HostTest, KillCommandAnswersWithItsIdentifiersAndThenPublishesTheTask) {
+    host_.Execute("kill pid=1 ids=a,b,c");
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("answer command=kill ids=a,b,c",
+                            "publish type=918 name=KillProcessByPid context=1 by=host"));
+}
+
+TEST_F(HostTest, BlockCommandPublishesTheTask) {
+    host_.Execute("block sha256=ab ids=a,b,c");
+    EXPECT_EQ(LastEvent(), "publish type=919 name=BlockExecutableByHash context=1 by=host");
+}
+
+TEST(HostWithoutLibraryTest, MissingLibraryIsAnError) {
+    CEventList events;
+    EXPECT_THROW(CHost({"/absent/library", ":memory:"}, events.Sink(), events.Sink()),
+                 std::exception);
+}
+
+}  // namespace
+}  // namespace Kyr::Test

@@ -1,0 +1,140 @@
+#include <gmock/gmock.h>
+#include <stdexcept>
+
+#include <boost/make_shared.hpp>
+
+#include "lab/devhost/LifeCycle.h"
+#include "lab/devhost/Resources.h"
+#include "tests/lab/devhost/EventList.h"
+#include "tests/support/ManualClock.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Common::Kernel::IModule;
+using Common::Kernel::IResourceProvider;
+using Lab::DevHost::CLifeCycle;
+using ::testing::ElementsAre;
+using ::testing::InSequence;
+using ::testing::Return;
+using ::testing::StrictMock;
+using ::testing::Throw;
+
+class CModuleMock : public IModule {
+  public:
+    MOCK_METHOD(void, Initialize, (IResourceProvider&), (override));
+    MOCK_METHOD(void, Start, (), (override));
+    MOCK_METHOD(void, RequestStop, (), (override));
+    MOCK_METHOD(bool, Stop, (bool), (override));
+    MOCK_METHOD(std::string, GetName, (), (const, override));
+    MOCK_METHOD(void, Destroy, ());
+};
+
+class LifeCycleTest : public ::testing::Test {
+  protected:
+    void ExpectBegin() {
+        EXPECT_CALL(module_, Initialize);
+        EXPECT_CALL(module_, Start);
+    }
+
+    void Stop(bool force) {
+        lifeCycle_.BeginStop(force);
+        lifeCycle_.WaitUntilDestroyed();
+    }
+
+    InSequence sequence_;
+    CEventList events_;
+    Lab::DevHost::CResourceProvider provider_;
+    boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
+    StrictMock<CModuleMock> module_;
+    CLifeCycle lifeCycle_{module_, [this] { module_.Destroy(); }, events_.Sink(), clock_};
+};
+
+TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrder) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    EXPECT_TRUE(lifeCycle_.Begin(provider_));
+    Stop(false);
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("life call=Initialize result=ok", "life call=Start result=ok",
+                            "life call=RequestStop result=ok", "life call=Stop(false) result=true",
+                            "life call=destroy result=ok"));
+}
+
+TEST_F(LifeCycleTest, BusyModuleIsAskedAgainUntilItHasStopped) {
+    clock_->SetAutomaticSleep(true);
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(false)).Times(2).WillRepeatedly(Return(false));
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+    Stop(false);
+}
+
+TEST_F(LifeCycleTest, ForcedStopIsOneCall) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+    Stop(true);
+}
+
+TEST_F(LifeCycleTest, ForceEndsAStopThatIsNotGettingAnywhere) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+    lifeCycle_.BeginStop(false);
+    ASSERT_TRUE(clock_->AwaitSleepers(1));
+    lifeCycle_.BeginStop(true);
+    clock_->Advance(std::chrono::milliseconds(100));
+    lifeCycle_.WaitUntilDestroyed();
+}
+
+TEST_F(LifeCycleTest, ModuleThatCannotInitializeIsOnlyDestroyed) {
+    EXPECT_CALL(module_, Initialize).WillOnce(Throw(std::runtime_error("no bus")));
+    EXPECT_CALL(module_, Destroy);
+    EXPECT_FALSE(lifeCycle_.Begin(provider_));
+    EXPECT_THAT(events_.Texts(), ElementsAre("life call=Initialize result=failed text=\"no bus\"",
+                                             "life call=destroy result=ok"));
+}
+
+TEST_F(LifeCycleTest, ModuleThatCannotStartIsForcedToStop) {
+    EXPECT_CALL(module_, Initialize);
+    EXPECT_CALL(module_, Start).WillOnce(Throw(std::runtime_error("no thread")));
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    EXPECT_FALSE(lifeCycle_.Begin(provider_));
+}
+
+TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {
+    EXPECT_CALL(module_, Destroy);
+}
+
+TEST_F(LifeCycleTest, ModuleThatWasForgottenIsStoppedByForce) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+}
+
+TEST_F(LifeCycleTest, SecondStopDoesNothingMore) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+    Stop(false);
+    Stop(false);
+}
+
+}  // namespace
+}  // namespace Kyr::Test
