@@ -1,0 +1,35 @@
+// The server's tasks for disk encryption. Only the one that carries more than its identifiers has a
+// class; the others are told apart by who sends them.
+#pragma once
+
+#include <string>
+
+#include "host/message/Task.h"
+#include "host/proto/fde_tasks.pb.h"
+
+namespace Kyr::Common::Message::Connectors::FDEConnector::Task {
+
+/// Name "EnableFDEMaintenanceMode".
+class CEnableFDEMaintenanceMode : public CTask {
+  public:
+    using Configuration = DataDefinition::Task::FDE::MaintenanceConfiguration;
+
+    /// `type`: the number under which the host carries the message; the one of the connector that
+    /// subscribes to it.
+    explicit CEnableFDEMaintenanceMode(Kernel::MessageType type);
+    ~CEnableFDEMaintenanceMode() override;
+    Kernel::MessageType GetMessageType() const override;
+    std::string GetName() const override;
+    /// Equal type, identifiers and configuration.
+    bool Equals(const Kernel::IMessage& other) const override;
+
+    const Configuration& GetConfiguration() const { return configuration_; }
+    /// Throws std::runtime_error "Message is read only".
+    void SetConfiguration(const Configuration& configuration);
+
+  private:
+    const Kernel::MessageType type_;
+    Configuration configuration_;
+};
+
+}  // namespace Kyr::Common::Message::Connectors::FDEConnector::Task
