@@ -1,9 +1,10 @@
 // Turns what happens on the bus into events: `publish`, `deliver`, `error`, and for each log that
-// is published the symbols in it.
+// is published `symbols`. A log that does not fit its own type is an `error`.
 //
 // Threads: any.
 #pragma once
 
+#include "host/message/LogMessage.h"
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/Bus.h"
 
@@ -19,6 +20,8 @@ class CMessagePrinter final : public IBusObserver {
                           const std::string& text) override;
 
   private:
+    void PrintLog(const CPublication& publication, const Common::Message::CLogMessage& log);
+
     const LineSink events_;
 };
 

@@ -1,0 +1,12 @@
+// Names for the symbols in the logs of this system, for people who read events.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace Kyr::Lab::DevHost {
+
+/// Number and name, as in "2836-status"; only the number of a symbol without a name.
+std::string SymbolKey(std::int32_t symbol);
+
+}  // namespace Kyr::Lab::DevHost
