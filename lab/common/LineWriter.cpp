@@ -43,7 +43,7 @@ CLineWriter::CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloure
 void CLineWriter::Write(const CLine& line) {
     std::string text = line.Text();
     if (coloured_) {
-        const std::string kind = line.Kind();
+        const std::string& kind = line.Kind();
         text = ColourOf(kind) + kind + "\x1b[0m" + text.substr(kind.size());
     }
     const boost::lock_guard<boost::mutex> lock(mutex_);

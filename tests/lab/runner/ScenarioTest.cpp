@@ -1,6 +1,6 @@
-#include "lab/runner/Scenario.h"
-
 #include <gtest/gtest.h>
+
+#include "lab/runner/Scenario.h"
 
 namespace Kyr::Lab::Runner {
 namespace {
@@ -37,7 +37,8 @@ TEST(Scenario, EmptyLinesAndCommentsAreSkippedButCounted) {
 }
 
 TEST(Scenario, StepAndSayTakeTheRestAsItStands) {
-    EXPECT_EQ(OnlyStatement<StepStatement>("step The \"host\" starts ").text, "The \"host\" starts");
+    EXPECT_EQ(OnlyStatement<StepStatement>("step The \"host\" starts ").text,
+              "The \"host\" starts");
     EXPECT_EQ(OnlyStatement<SayStatement>("say  a  b").text, "a  b");
 }
 
