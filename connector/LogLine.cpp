@@ -4,6 +4,8 @@
 #include <sstream>
 #include <utility>
 
+#include <boost/thread/thread.hpp>
+
 namespace Kyr::Connectors::Common {
 
 struct CLogLine::State {
@@ -25,6 +27,8 @@ CLogLine::~CLogLine() {
     if (!state_) {
         return;
     }
+    // A host logger that waits must not take the interruption that is meant for the thread.
+    const boost::this_thread::disable_interruption notInterruptible;
     try {
         const std::string text = state_->text.str();
         if (!text.empty() && state_->logger) {

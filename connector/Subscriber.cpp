@@ -1,0 +1,161 @@
+#include "connector/Subscriber.h"
+
+#include <chrono>
+
+namespace Kyr::Common::Module {
+
+namespace {
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+// The host family's choice: long enough to keep the taker through a burst of messages.
+constexpr std::chrono::seconds kIdleAfter(5);
+
+}  // namespace
+
+CSubscriber::CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock)
+    : name_(std::move(name)), clock_(std::move(clock)) {}
+
+CSubscriber::CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock,
+                         IdleEnded idleEnded)
+    : name_(std::move(name)),
+      clock_(std::move(clock)),
+      waiting_(true),
+      timed_(true),
+      idleEnded_(std::move(idleEnded)) {}
+
+CSubscriber::~CSubscriber() = default;
+
+void CSubscriber::Push(const Message& message, const Context& context) {
+    Lock lock(mutex_);
+    ++received_;
+    queue_.emplace_back(message, context);
+    available_.notify_all();
+    if (!idle_) {
+        return;
+    }
+    idle_ = false;
+    const IdleEnded idleEnded = idleEnded_;
+    lock.unlock();
+    if (idleEnded) {
+        idleEnded();
+    }
+}
+
+std::string CSubscriber::Dump() const {
+    const Lock lock(mutex_);
+    std::string line;
+    for (const auto& entry : queue_) {
+        line += line.empty() ? name_ + ":" : ",";
+        line += entry.first->GetName();
+    }
+    return line;
+}
+
+void CSubscriber::VisitPendingMessages(MessageVisitor visitor) {
+    const Lock lock(mutex_);
+    for (const auto& entry : queue_) {
+        visitor(entry.first);
+    }
+}
+
+bool CSubscriber::WaitForMessage(Message& message, Context& context) {
+    Lock lock(mutex_);
+    // Stays set when the taker gives up: who wakes the queue later still finds it waiting.
+    waiting_ = true;
+    if (ConsumeWake()) {
+        return false;
+    }
+    while (queue_.empty()) {
+        bool timedOut = false;
+        if (timed_) {
+            timedOut = !clock_->WaitFor(available_, lock, kIdleAfter);
+        } else {
+            clock_->Wait(available_, lock);
+        }
+        if (ConsumeWake()) {
+            return false;
+        }
+        if (timedOut && queue_.empty()) {
+            idle_ = true;
+            return false;
+        }
+    }
+    waiting_ = false;
+    TakeFirst(message, context);
+    return true;
+}
+
+bool CSubscriber::TryTakeMessage(Message& message, Context& context) {
+    const Lock lock(mutex_);
+    if (queue_.empty()) {
+        return false;
+    }
+    TakeFirst(message, context);
+    return true;
+}
+
+bool CSubscriber::Wake() {
+    const Lock lock(mutex_);
+    if (!queue_.empty() || !waiting_) {
+        return false;
+    }
+    if (idle_) {
+        // The taker has left already.
+        idle_ = false;
+    } else {
+        wake_ = true;
+        available_.notify_all();
+    }
+    return true;
+}
+
+void CSubscriber::Rearm() {
+    Lock lock(mutex_);
+    if (!timed_) {
+        return;
+    }
+    idle_ = queue_.empty();
+    if (idle_) {
+        return;
+    }
+    const IdleEnded idleEnded = idleEnded_;
+    lock.unlock();
+    if (idleEnded) {
+        idleEnded();
+    }
+}
+
+void CSubscriber::Detach() {
+    const Lock lock(mutex_);
+    idleEnded_.clear();
+}
+
+std::size_t CSubscriber::GetQueueSize() const {
+    const Lock lock(mutex_);
+    return queue_.size();
+}
+
+std::uint64_t CSubscriber::GetReceivedCount() const {
+    const Lock lock(mutex_);
+    return received_;
+}
+
+bool CSubscriber::IsIdle() const {
+    const Lock lock(mutex_);
+    return idle_;
+}
+
+void CSubscriber::TakeFirst(Message& message, Context& context) {
+    message = std::move(queue_.front().first);
+    context = std::move(queue_.front().second);
+    queue_.pop_front();
+}
+
+bool CSubscriber::ConsumeWake() {
+    const bool woken = wake_;
+    wake_ = false;
+    return woken;
+}
+
+}  // namespace Kyr::Common::Module

@@ -1,0 +1,85 @@
+// The queue between the host bus, which pushes, and one worker thread, which takes.
+//
+// Threads: the bus calls Push on its own threads, several at a time; one thread takes. The idle
+// callback runs on the pushing thread, after the queue's lock has been released, so that it may
+// block.
+// Interruption: WaitForMessage is a boost interruption point, nothing else is.
+// Ownership: shared by the module and the bus, which never gives a subscriber up again.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <list>
+#include <string>
+#include <utility>
+
+#include <boost/function.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "base/Clock.h"
+#include "host/kernel/ISubscriber.h"
+
+namespace Kyr::Common::Module {
+
+class CSubscriber : public Kernel::ISubscriber {
+  public:
+    using Message = boost::shared_ptr<Kernel::IMessage>;
+    using Context = boost::shared_ptr<Kernel::IDeliveryContext>;
+    using IdleEnded = boost::function<void()>;
+
+    /// A queue whose taker waits without limit.
+    explicit CSubscriber(std::string name,
+                         boost::shared_ptr<Base::IClock> clock = Base::SystemClock());
+    /// A queue whose taker gives up after five seconds without a message; it counts as waiting from
+    /// the beginning. `idleEnded` is called when a message arrives after the taker has given up.
+    CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock, IdleEnded idleEnded);
+    ~CSubscriber() override;
+
+    /// What the idle callback throws reaches the caller; the message is queued then all the same.
+    void Push(const Message& message, const Context& context) override;
+    /// The name, ":" and the queued messages' names joined by ","; nothing for an empty queue.
+    std::string Dump() const override;
+    /// REQUIRES: `visitor` does not call this queue back. An empty one throws
+    /// boost::bad_function_call as soon as a message is there to be visited.
+    void VisitPendingMessages(MessageVisitor visitor) override;
+
+    /// Blocks until there is a message, and takes it. False: the taker is to give up, because it
+    /// was woken or, on a timed queue, because nothing came for five seconds.
+    bool WaitForMessage(Message& message, Context& context);
+    /// Takes the first message without waiting. False: the queue is empty.
+    bool TryTakeMessage(Message& message, Context& context);
+    /// Makes the taker that waits on the empty queue give up. False: messages are queued, or the
+    /// taker is busy with one; nothing has changed then.
+    bool Wake();
+
+    /// Declares a timed queue idle that has no taker, so that the next message calls the idle
+    /// callback; calls it at once when messages are queued already.
+    void Rearm();
+    /// Drops the idle callback. A push that has copied it already may still call it.
+    void Detach();
+
+    std::size_t GetQueueSize() const;
+    /// How many messages have ever been pushed.
+    std::uint64_t GetReceivedCount() const;
+    bool IsIdle() const;
+
+  private:
+    void TakeFirst(Message& message, Context& context);
+    bool ConsumeWake();
+
+    const std::string name_;
+    const boost::shared_ptr<Base::IClock> clock_;
+
+    mutable boost::mutex mutex_;  // guards everything below
+    boost::condition_variable available_;
+    std::list<std::pair<Message, Context>> queue_;
+    bool wake_ = false;
+    bool waiting_ = false;
+    bool timed_ = false;
+    bool idle_ = false;
+    IdleEnded idleEnded_;
+    std::uint64_t received_ = 0;
+};
+
+}  // namespace Kyr::Common::Module

@@ -1,0 +1,116 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+
+#include "connector/GenericModule.h"
+#include "tests/support/Expect.h"
+#include "tests/support/FakeHost.h"
+
+namespace Kyr::Common::Module {
+namespace {
+
+using Kyr::Test::CFakeHost;
+using Kyr::Test::COtherResource;
+using Kyr::Test::ExpectThrow;
+using testing::ElementsAre;
+
+class CPlainModule : public CGenericModule {
+  public:
+    void Start() override {}
+    void RequestStop() override {}
+    bool Stop(bool /*force*/) override { return true; }
+    std::string GetName() const override { return "Plain"; }
+
+    using CGenericModule::GetBus;
+    using CGenericModule::GetConfiguration;
+    using CGenericModule::GetIdGenerator;
+    using CGenericModule::GetInstallConfiguration;
+    using CGenericModule::GetLoggerResource;
+    using CGenericModule::GetReplyProcessor;
+
+    /// Which of the six pointers are set, in their order.
+    std::vector<bool> Held() const {
+        return {GetBus() != nullptr,
+                GetInstallConfiguration() != nullptr,
+                GetLoggerResource() != nullptr,
+                GetIdGenerator() != nullptr,
+                GetConfiguration() != nullptr,
+                GetReplyProcessor() != nullptr};
+    }
+};
+
+class GenericModuleTest : public testing::Test {
+  protected:
+    void ExpectRefused(const std::string& text) {
+        ExpectThrow<std::runtime_error>([this] { module.Initialize(host); }, text);
+    }
+
+    CFakeHost host;
+    CPlainModule module;
+};
+
+TEST_F(GenericModuleTest, NewModuleHoldsNothing) {
+    EXPECT_THAT(module.Held(), ElementsAre(false, false, false, false, false, false));
+}
+
+TEST_F(GenericModuleTest, TakesFiveResourcesInOrder) {
+    module.Initialize(host);
+    EXPECT_THAT(host.requested, ElementsAre(1, 2, 3, 4, 11));
+    EXPECT_THAT(module.Held(), ElementsAre(true, true, true, true, true, true));
+    EXPECT_EQ(module.GetBus(), host.bus);
+    EXPECT_EQ(module.GetInstallConfiguration(), host.installConfiguration);
+    EXPECT_EQ(module.GetLoggerResource(), host.log);
+}
+
+TEST_F(GenericModuleTest, MissingBusIsRefused) {
+    host.Set(1, nullptr);
+    ExpectRefused("Bad cast to Kyr::Common::Kernel::IBusResource");
+    EXPECT_THAT(host.requested, ElementsAre(1));
+    EXPECT_THAT(module.Held(), ElementsAre(false, false, false, false, false, false));
+}
+
+TEST_F(GenericModuleTest, WrongInstallConfigurationIsRefusedAfterTheBus) {
+    host.Set(2, boost::make_shared<COtherResource>());
+    ExpectRefused("Bad cast to Kyr::Common::Kernel::IInstallConfigurationResource");
+    EXPECT_THAT(host.requested, ElementsAre(1, 2));
+    EXPECT_THAT(module.Held(), ElementsAre(true, false, false, false, false, false));
+}
+
+TEST_F(GenericModuleTest, MissingLoggerIsRefused) {
+    host.Set(3, nullptr);
+    ExpectRefused("Bad cast to Kyr::Common::Kernel::ILoggerResource");
+    EXPECT_THAT(module.Held(), ElementsAre(true, true, false, false, false, false));
+}
+
+TEST_F(GenericModuleTest, WrongIdGeneratorIsRefused) {
+    host.Set(4, boost::make_shared<COtherResource>());
+    ExpectRefused("Bad cast to Kyr::Common::Kernel::IIdGeneratorResource");
+    EXPECT_THAT(module.Held(), ElementsAre(true, true, true, false, false, false));
+}
+
+TEST_F(GenericModuleTest, MissingConfigurationIsRefused) {
+    host.Set(11, nullptr);
+    ExpectRefused("Bad cast to Kyr::Common::Kernel::IConfigurationResource");
+    EXPECT_THAT(module.Held(), ElementsAre(true, true, true, true, false, false));
+}
+
+TEST_F(GenericModuleTest, ReplyProcessorUsesTheHostsIdentifiers) {
+    module.Initialize(host);
+    EXPECT_EQ(module.GetReplyProcessor()->Expect(), 1u);
+}
+
+TEST_F(GenericModuleTest, ResourcesAreReleasedWithTheModule) {
+    {
+        CPlainModule other;
+        other.Initialize(host);
+        EXPECT_GT(host.bus.use_count(), 2);
+    }
+    EXPECT_EQ(host.bus.use_count(), 2);
+}
+
+}  // namespace
+}  // namespace Kyr::Common::Module

@@ -1,0 +1,61 @@
+#include <atomic>
+#include <gtest/gtest.h>
+
+#include <boost/thread/locks.hpp>
+
+#include "connector/RecursiveLock.h"
+#include "tests/support/Await.h"
+
+namespace Kyr::Connectors::Common {
+namespace {
+
+using Guard = boost::unique_lock<CRecursiveLock>;
+
+TEST(RecursiveLockTest, OwnerMayTakeItAgain) {
+    CRecursiveLock lock;
+    const Guard outer(lock);
+    const Guard inner(lock);
+    SUCCEED();
+}
+
+TEST(RecursiveLockTest, OthersWaitForTheOutermostRelease) {
+    CRecursiveLock lock;
+    std::atomic<bool> entered{false};
+    lock.lock();
+    lock.lock();
+    boost::thread other([&] {
+        const Guard guard(lock);
+        entered = true;
+    });
+    lock.unlock();
+    boost::this_thread::sleep_for(boost::chrono::milliseconds(20));
+    EXPECT_FALSE(entered);
+    lock.unlock();
+    other.join();
+    EXPECT_TRUE(entered);
+}
+
+TEST(RecursiveLockTest, ExcludesAcrossManyThreads) {
+    CRecursiveLock lock;
+    int counter = 0;
+    boost::thread_group threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.create_thread([&] {
+            for (int round = 0; round < 500; ++round) {
+                const Guard outer(lock);
+                const Guard inner(lock);
+                ++counter;
+            }
+        });
+    }
+    threads.join_all();
+    EXPECT_EQ(counter, 2000);
+}
+
+TEST(RecursiveLockTest, GuardWithoutALockIsALockError) {
+    Guard nothing;
+    EXPECT_THROW(nothing.lock(), boost::lock_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common

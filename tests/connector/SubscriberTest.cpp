@@ -1,0 +1,348 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <string>
+#include <vector>
+
+#include <boost/thread/thread.hpp>
+
+#include "connector/Subscriber.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TestMessage.h"
+
+namespace Kyr::Common::Module {
+namespace {
+
+using Kyr::Test::CManualClock;
+using Kyr::Test::MakeContext;
+using Kyr::Test::MakeMessage;
+using std::chrono::milliseconds;
+using std::chrono::seconds;
+using testing::ElementsAre;
+
+/// One take on a thread of its own.
+class CTaker {
+  public:
+    explicit CTaker(CSubscriber& subscriber)
+        : thread_([this, &subscriber] {
+              try {
+                  taken_ = subscriber.WaitForMessage(message_, context_);
+              } catch (const boost::thread_interrupted&) {
+                  interrupted_ = true;
+              }
+          }) {}
+    ~CTaker() { Join(); }
+    CTaker(const CTaker&) = delete;
+    CTaker& operator=(const CTaker&) = delete;
+
+    void Interrupt() { thread_.interrupt(); }
+    void Join() {
+        if (thread_.joinable()) {
+            thread_.join();
+        }
+    }
+    /// What WaitForMessage returned.
+    bool Took() {
+        Join();
+        return taken_;
+    }
+    bool WasInterrupted() {
+        Join();
+        return interrupted_;
+    }
+    std::string Name() {
+        Join();
+        return message_ ? message_->GetName() : "";
+    }
+
+  private:
+    CSubscriber::Message message_;
+    CSubscriber::Context context_;
+    bool taken_ = false;
+    bool interrupted_ = false;
+    boost::thread thread_;
+};
+
+class SubscriberTest : public testing::Test {
+  protected:
+    void Push(const std::string& name) { queue.Push(MakeMessage(name), {}); }
+    bool Take() { return queue.WaitForMessage(message, context); }
+    bool TakeTimed() { return timed.WaitForMessage(message, context); }
+    /// Lets a taker give up on the timed queue.
+    void LetTimedQueueGoIdle() {
+        CTaker taker(timed);
+        EXPECT_TRUE(clock->AwaitWaiters(1));
+        clock->Advance(seconds(5));
+        EXPECT_FALSE(taker.Took());
+    }
+
+    const boost::shared_ptr<CManualClock> clock = boost::make_shared<CManualClock>();
+    int idleEnds = 0;
+    CSubscriber queue{"M", clock};
+    CSubscriber timed{"T", clock, [this] { ++idleEnds; }};
+    CSubscriber::Message message;
+    CSubscriber::Context context;
+};
+
+TEST_F(SubscriberTest, MessagesComeOutInTheOrderOfPushing) {
+    Push("A");
+    Push("B");
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(message->GetName(), "A");
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(message->GetName(), "B");
+}
+
+TEST_F(SubscriberTest, MessageComesOutWithItsOwnContext) {
+    const auto first = MakeContext();
+    queue.Push(MakeMessage("A"), first);
+    queue.Push(MakeMessage("B"), {});
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(context, first);
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(context, nullptr);
+}
+
+TEST_F(SubscriberTest, UntimedTakerWaitsUntilAMessageComes) {
+    CTaker taker(queue);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    clock->Advance(std::chrono::hours(24));
+    EXPECT_TRUE(clock->AwaitWaiters(1));
+    Push("A");
+    EXPECT_TRUE(taker.Took());
+    EXPECT_EQ(taker.Name(), "A");
+    EXPECT_TRUE(clock->TimedWaits().empty());
+}
+
+TEST_F(SubscriberTest, TimedTakerWaitsFiveSecondsAtATime) {
+    LetTimedQueueGoIdle();
+    EXPECT_THAT(clock->TimedWaits(), ElementsAre(milliseconds(5000)));
+}
+
+TEST_F(SubscriberTest, TimedTakerStillWaitsJustBeforeFiveSeconds) {
+    CTaker taker(timed);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    clock->Advance(milliseconds(4999));
+    EXPECT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_FALSE(timed.IsIdle());
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_TRUE(taker.Took());
+}
+
+TEST_F(SubscriberTest, TimedTakerThatGivesUpLeavesTheQueueIdle) {
+    EXPECT_FALSE(timed.IsIdle());
+    LetTimedQueueGoIdle();
+    EXPECT_TRUE(timed.IsIdle());
+}
+
+TEST_F(SubscriberTest, NextPushAfterIdleCallsTheCallbackExactlyOnce) {
+    LetTimedQueueGoIdle();
+    timed.Push(MakeMessage("A"), {});
+    timed.Push(MakeMessage("B"), {});
+    EXPECT_EQ(idleEnds, 1);
+    EXPECT_FALSE(timed.IsIdle());
+}
+
+TEST_F(SubscriberTest, PushBeforeIdleDoesNotCallTheCallback) {
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_EQ(idleEnds, 0);
+}
+
+TEST_F(SubscriberTest, CallbackRunsWithoutTheLock) {
+    std::size_t sizeSeen = 0;
+    CSubscriber* self = nullptr;
+    CSubscriber reentrant("R", clock, [&] { sizeSeen = self->GetQueueSize(); });
+    self = &reentrant;
+    reentrant.Rearm();
+    reentrant.Push(MakeMessage("A"), {});
+    EXPECT_EQ(sizeSeen, 1u);
+}
+
+TEST_F(SubscriberTest, IdleEndsWithoutACallbackToo) {
+    timed.Detach();
+    LetTimedQueueGoIdle();
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_EQ(idleEnds, 0);
+    EXPECT_FALSE(timed.IsIdle());
+    EXPECT_TRUE(TakeTimed());
+}
+
+TEST_F(SubscriberTest, MessageIsQueuedBeforeAFailingCallback) {
+    CSubscriber failing("F", clock, [] { throw boost::thread_resource_error(); });
+    failing.Rearm();
+    EXPECT_THROW(failing.Push(MakeMessage("A"), {}), boost::thread_resource_error);
+    EXPECT_EQ(failing.GetQueueSize(), 1u);
+}
+
+TEST_F(SubscriberTest, TryTakeOfAnEmptyQueueReturnsFalseAtOnce) {
+    EXPECT_FALSE(queue.TryTakeMessage(message, context));
+}
+
+TEST_F(SubscriberTest, TryTakeTakesTheFirstMessageAndItsContext) {
+    const auto first = MakeContext();
+    queue.Push(MakeMessage("A"), first);
+    Push("B");
+    EXPECT_TRUE(queue.TryTakeMessage(message, context));
+    EXPECT_EQ(message->GetName(), "A");
+    EXPECT_EQ(context, first);
+    EXPECT_EQ(queue.GetQueueSize(), 1u);
+}
+
+TEST_F(SubscriberTest, TryTakeIgnoresAWake) {
+    EXPECT_TRUE(timed.Wake());
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_TRUE(timed.TryTakeMessage(message, context));
+    EXPECT_FALSE(TakeTimed());
+}
+
+TEST_F(SubscriberTest, WakeEndsAWaitingTaker) {
+    CTaker taker(queue);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_TRUE(queue.Wake());
+    EXPECT_FALSE(taker.Took());
+}
+
+TEST_F(SubscriberTest, WakeEndsAWaitingTimedTakerWithoutIdle) {
+    CTaker taker(timed);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_TRUE(timed.Wake());
+    EXPECT_FALSE(taker.Took());
+    EXPECT_FALSE(timed.IsIdle());
+}
+
+TEST_F(SubscriberTest, WakeWithAQueuedMessageReturnsFalseAndChangesNothing) {
+    Push("A");
+    EXPECT_FALSE(queue.Wake());
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(message->GetName(), "A");
+}
+
+TEST_F(SubscriberTest, WakeBeforeAnybodyHasWaitedReturnsFalse) {
+    EXPECT_FALSE(queue.Wake());
+}
+
+TEST_F(SubscriberTest, WakeOfABusyTakerReturnsFalse) {
+    Push("A");
+    EXPECT_TRUE(Take());
+    EXPECT_FALSE(queue.Wake());
+}
+
+TEST_F(SubscriberTest, TimedQueueCountsAsWaitingFromTheBeginning) {
+    EXPECT_TRUE(timed.Wake());
+    EXPECT_FALSE(TakeTimed());
+}
+
+TEST_F(SubscriberTest, WakeEndsOneTakeOnly) {
+    EXPECT_TRUE(timed.Wake());
+    EXPECT_FALSE(TakeTimed());
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_TRUE(TakeTimed());
+}
+
+TEST_F(SubscriberTest, WakeIsServedBeforeAQueuedMessage) {
+    EXPECT_TRUE(timed.Wake());
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_FALSE(TakeTimed());
+    EXPECT_EQ(timed.GetQueueSize(), 1u);
+}
+
+TEST_F(SubscriberTest, WakeOfAnIdleQueueClearsIdleInstead) {
+    LetTimedQueueGoIdle();
+    EXPECT_TRUE(timed.Wake());
+    EXPECT_FALSE(timed.IsIdle());
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_EQ(idleEnds, 0);
+    EXPECT_TRUE(TakeTimed());
+}
+
+TEST_F(SubscriberTest, TakerThatGaveUpStillCountsAsWaiting) {
+    CTaker taker(queue);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_TRUE(queue.Wake());
+    EXPECT_FALSE(taker.Took());
+    EXPECT_TRUE(queue.Wake());
+}
+
+TEST_F(SubscriberTest, InterruptedTakerLeaves) {
+    CTaker taker(queue);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    taker.Interrupt();
+    EXPECT_TRUE(taker.WasInterrupted());
+}
+
+TEST_F(SubscriberTest, RearmedEmptyQueueIsIdle) {
+    timed.Rearm();
+    EXPECT_TRUE(timed.IsIdle());
+    EXPECT_EQ(idleEnds, 0);
+}
+
+TEST_F(SubscriberTest, RearmWithQueuedMessagesCallsTheCallbackNow) {
+    LetTimedQueueGoIdle();
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_EQ(idleEnds, 1);
+    timed.Rearm();
+    EXPECT_EQ(idleEnds, 2);
+    EXPECT_FALSE(timed.IsIdle());
+}
+
+TEST_F(SubscriberTest, RearmOfAnUntimedQueueDoesNothing) {
+    queue.Rearm();
+    EXPECT_FALSE(queue.IsIdle());
+}
+
+TEST_F(SubscriberTest, DumpOfAnEmptyQueueIsEmpty) {
+    EXPECT_EQ(queue.Dump(), "");
+}
+
+TEST_F(SubscriberTest, DumpNamesTheQueuedMessages) {
+    Push("A");
+    EXPECT_EQ(queue.Dump(), "M:A");
+    Push("B");
+    EXPECT_EQ(queue.Dump(), "M:A,B");
+}
+
+TEST_F(SubscriberTest, VisitorSeesEveryQueuedMessageInOrder) {
+    Push("A");
+    Push("B");
+    std::vector<std::string> seen;
+    queue.VisitPendingMessages(
+        [&seen](const CSubscriber::Message& visited) { seen.push_back(visited->GetName()); });
+    EXPECT_THAT(seen, ElementsAre("A", "B"));
+    EXPECT_EQ(queue.GetQueueSize(), 2u);
+}
+
+TEST_F(SubscriberTest, EmptyVisitorThrowsOnTheFirstMessage) {
+    EXPECT_NO_THROW(queue.VisitPendingMessages({}));
+    Push("A");
+    EXPECT_THROW(queue.VisitPendingMessages({}), boost::bad_function_call);
+}
+
+TEST_F(SubscriberTest, ReceivedCountNeverGoesDown) {
+    EXPECT_EQ(queue.GetReceivedCount(), 0u);
+    Push("A");
+    Push("B");
+    EXPECT_TRUE(Take());
+    EXPECT_EQ(queue.GetReceivedCount(), 2u);
+    EXPECT_EQ(queue.GetQueueSize(), 1u);
+}
+
+TEST_F(SubscriberTest, ManyPushersLoseNothing) {
+    boost::thread_group pushers;
+    for (int pusher = 0; pusher < 4; ++pusher) {
+        pushers.create_thread([this] {
+            for (int count = 0; count < 50; ++count) {
+                Push("A");
+            }
+        });
+    }
+    int taken = 0;
+    while (taken < 200 && Take()) {
+        ++taken;
+    }
+    pushers.join_all();
+    EXPECT_EQ(taken, 200);
+    EXPECT_EQ(queue.GetReceivedCount(), 200u);
+    EXPECT_EQ(queue.GetQueueSize(), 0u);
+}
+
+}  // namespace
+}  // namespace Kyr::Common::Module

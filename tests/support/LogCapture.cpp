@@ -1,0 +1,59 @@
+#include "tests/support/LogCapture.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+#include "tests/support/Await.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Guard = boost::lock_guard<boost::mutex>;
+
+}  // namespace
+
+bool operator==(const LogEntry& left, const LogEntry& right) {
+    return left.text == right.text && left.level == right.level && left.source == right.source;
+}
+
+void PrintTo(const LogEntry& entry, std::ostream* out) {
+    *out << entry.source << " " << entry.level << " \"" << entry.text << "\"";
+}
+
+void CLogCapture::Log(const std::string& text, int level, const std::string& source) {
+    const Guard guard(mutex_);
+    entries_.push_back({text, level, source});
+}
+
+std::vector<LogEntry> CLogCapture::Entries() const {
+    const Guard guard(mutex_);
+    return entries_;
+}
+
+std::vector<std::string> CLogCapture::Lines() const {
+    std::vector<std::string> lines;
+    for (const LogEntry& entry : Entries()) {
+        lines.push_back(std::to_string(entry.level) + " " + entry.text);
+    }
+    return lines;
+}
+
+bool CLogCapture::AwaitText(const std::string& text) const {
+    return Await([this, &text] {
+        const std::vector<LogEntry> entries = Entries();
+        return std::any_of(entries.begin(), entries.end(),
+                           [&text](const LogEntry& entry) { return entry.text == text; });
+    });
+}
+
+CCapturingLogger::CCapturingLogger() : capture_(boost::make_shared<CLogCapture>()) {}
+
+Connectors::Common::CLogLine CCapturingLogger::GetLog(int level) {
+    return Connectors::Common::CLogLine(capture_, level, "Capture");
+}
+
+}  // namespace Kyr::Test

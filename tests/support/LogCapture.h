@@ -1,0 +1,53 @@
+// A host log that keeps its lines, and the connector logger that writes into it.
+//
+// Threads: any.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+
+#include "connector/ILogger.h"
+#include "host/kernel/Resources.h"
+
+namespace Kyr::Test {
+
+struct LogEntry {
+    std::string text;
+    int level;
+    std::string source;
+};
+
+bool operator==(const LogEntry& left, const LogEntry& right);
+void PrintTo(const LogEntry& entry, std::ostream* out);
+
+class CLogCapture : public Common::Kernel::ILoggerResource {
+  public:
+    void Log(const std::string& text, int level, const std::string& source) override;
+
+    std::vector<LogEntry> Entries() const;
+    /// "4 text" for each line: what most tests compare.
+    std::vector<std::string> Lines() const;
+    /// Waits until a line has exactly this text.
+    bool AwaitText(const std::string& text) const;
+
+  private:
+    mutable boost::mutex mutex_;
+    std::vector<LogEntry> entries_;  // guarded by mutex_
+};
+
+/// The connector logger over a capture of its own; host level = connector level.
+class CCapturingLogger : public Connectors::Common::ILogger {
+  public:
+    CCapturingLogger();
+    Connectors::Common::CLogLine GetLog(int level) override;
+
+    const CLogCapture& Capture() const { return *capture_; }
+
+  private:
+    const boost::shared_ptr<CLogCapture> capture_;
+};
+
+}  // namespace Kyr::Test
