@@ -1,0 +1,15 @@
+#include "lab/simagent/Answer.h"
+
+namespace Kyr::Lab::SimAgent {
+
+Bytes EncodeReply(const CReply& reply) {
+    Bytes bytes;
+    bytes.reserve(12 + reply.payload.size());
+    AppendU32(bytes, reply.headerSize);
+    AppendU32(bytes, reply.status);
+    AppendU32(bytes, reply.value.value_or(static_cast<std::uint32_t>(reply.payload.size())));
+    bytes.insert(bytes.end(), reply.payload.begin(), reply.payload.end());
+    return bytes;
+}
+
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,59 @@
+#include "lab/simagent/InnerRequest.h"
+
+#include <sstream>
+
+#include <boost/property_tree/ptree.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+namespace Kyr::Lab::SimAgent {
+
+namespace {
+
+constexpr std::uint32_t kHeaderSize = 12;
+constexpr std::uint32_t kMarker = 0x01000600;
+
+}  // namespace
+
+CInnerRequest DecodeInnerRequest(const Bytes& payload) {
+    if (ReadU32(payload, 0) != kHeaderSize) {
+        throw CMalformed("the request header's size is not 12");
+    }
+    if (ReadU32(payload, 4) != kMarker) {
+        throw CMalformed("the request header's marker is wrong");
+    }
+    return {ReadU32(payload, 8), ReadBytes(payload, kHeaderSize, payload.size() - kHeaderSize)};
+}
+
+std::optional<std::string> CXmlRequest::Find(const std::string& name) const {
+    for (const CXmlNode& node : nodes) {
+        if (node.name == name) {
+            return node.value;
+        }
+    }
+    return std::nullopt;
+}
+
+CXmlRequest ParseXmlRequest(const Bytes& body) {
+    namespace pt = boost::property_tree;
+    CXmlRequest request;
+    try {
+        std::istringstream text(std::string(body.begin(), body.end()));
+        pt::ptree tree;
+        pt::read_xml(text, tree);
+        const pt::ptree& element = tree.get_child("TULK.MESSAGE.REQUEST");
+        request.function = element.get<std::string>("<xmlattr>.FUNCTION");
+        const pt::ptree none;
+        for (const auto& [name, child] : element.get_child("DATA", none)) {
+            if (name == "NODE") {
+                request.nodes.push_back({child.get<std::string>("<xmlattr>.NAME"),
+                                         child.get<std::string>("<xmlattr>.TYPE", ""),
+                                         child.get<std::string>("<xmlattr>.VALUE")});
+            }
+        }
+    } catch (const pt::ptree_error& error) {
+        throw CMalformed(std::string("the request's XML: ") + error.what());
+    }
+    return request;
+}
+
+}  // namespace Kyr::Lab::SimAgent

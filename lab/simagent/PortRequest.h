@@ -1,0 +1,28 @@
+// One request as it came through a port, whichever port it was.
+#pragma once
+
+#include <cstdint>
+
+#include "lab/simagent/Bytes.h"
+
+namespace Kyr::Lab::SimAgent {
+
+enum class Transport { Lpc, Alpc };
+
+constexpr const char* NameOf(Transport transport) {
+    return transport == Transport::Lpc ? "lpc" : "alpc";
+}
+
+// Kelcomm commands (protocol).
+constexpr std::uint32_t kPingCommand = 0;
+constexpr std::uint32_t kRequestCommand = 3;
+
+struct CPortRequest {
+    Transport transport = Transport::Lpc;
+    std::uint32_t command = 0;
+    std::uint32_t replyCapacity = 0;
+    bool wantsReply = true;
+    Bytes payload;
+};
+
+}  // namespace Kyr::Lab::SimAgent
