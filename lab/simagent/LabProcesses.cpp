@@ -1,0 +1,91 @@
+#include "lab/simagent/LabProcesses.h"
+
+#include <stdexcept>
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimAgent {
+
+CLabProcesses::CLabProcesses(IProcessLauncher& launcher, LineSink sink)
+    : launcher_(launcher), sink_(std::move(sink)) {}
+
+CLabProcesses::~CLabProcesses() {
+    EndAll();
+}
+
+CLabProcess CLabProcesses::Start(const std::string& name, const CProgram& program,
+                                 const std::vector<std::string>& arguments) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    for (const auto& entry : entries_) {
+        if (entry->facts.running && entry->facts.name == name) {
+            throw std::runtime_error("a process named " + name + " is running");
+        }
+    }
+    auto entry = std::make_unique<CEntry>();
+    entry->process = launcher_.Launch(program.path, arguments);
+    entry->facts = {name, entry->process->Pid(), program, true};
+    // Written under the lock: the watcher's `ended` must not overtake it.
+    sink_(CLine("started")
+              .With("pid", entry->facts.pid)
+              .With("name", name)
+              .With("program", program.path)
+              .With("sha256", program.sha256));
+    CEntry& kept = *entries_.emplace_back(std::move(entry));
+    watchers_.create_thread([this, &kept] { Watch(kept); });
+    return kept.facts;
+}
+
+std::vector<CLabProcess> CLabProcesses::List() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    std::vector<CLabProcess> list;
+    for (const auto& entry : entries_) {
+        list.push_back(entry->facts);
+    }
+    return list;
+}
+
+std::optional<CLabProcess> CLabProcesses::Find(std::uint64_t pid) const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const CEntry* const entry = FindEntry(pid);
+    return entry == nullptr ? std::nullopt : std::optional(entry->facts);
+}
+
+bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    CEntry* const entry = FindEntry(pid);
+    if (entry == nullptr || !entry->facts.running || !entry->process->Kill()) {
+        return false;
+    }
+    entry->endedBy = by;
+    return true;
+}
+
+void CLabProcesses::EndAll() {
+    for (const CLabProcess& process : List()) {
+        if (process.running) {
+            Kill(process.pid, "agent");
+        }
+    }
+    watchers_.join_all();
+}
+
+void CLabProcesses::Watch(CEntry& entry) {
+    entry.process->Wait();
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    entry.facts.running = false;
+    sink_(CLine("ended")
+              .With("pid", entry.facts.pid)
+              .With("name", entry.facts.name)
+              .With("by", entry.endedBy));
+}
+
+CLabProcesses::CEntry* CLabProcesses::FindEntry(std::uint64_t pid) const {
+    for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+        if ((*entry)->facts.pid == pid) {
+            return entry->get();
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace Kyr::Lab::SimAgent

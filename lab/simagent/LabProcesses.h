@@ -1,0 +1,72 @@
+// The processes that this agent has started and may therefore end.
+//
+// Writes `started` and `ended` events. A process is remembered after its end, so that a request to
+// end it can be answered truthfully; its number may by then belong to somebody else's process,
+// which is never touched.
+//
+// Threads: any. One watching thread a process, which ends with it.
+// Ownership: the launcher must outlive this; the destructor ends and awaits every process.
+// Errors: std::runtime_error from Start.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "lab/common/LineWriter.h"
+#include "lab/simagent/Process.h"
+#include "lab/simagent/Program.h"
+
+namespace Kyr::Lab::SimAgent {
+
+struct CLabProcess {
+    std::string name;
+    std::uint64_t pid = 0;
+    CProgram program;
+    bool running = true;
+};
+
+class CLabProcesses {
+  public:
+    CLabProcesses(IProcessLauncher& launcher, LineSink sink);
+    ~CLabProcesses();
+
+    /// Starts a program under a name of its own. Refuses a name that a running process has.
+    CLabProcess Start(const std::string& name, const CProgram& program,
+                      const std::vector<std::string>& arguments);
+
+    std::vector<CLabProcess> List() const;
+
+    /// The latest process of that number.
+    std::optional<CLabProcess> Find(std::uint64_t pid) const;
+
+    /// Ends a running process; `by` says in its `ended` event who did. False when no process of
+    /// this agent with that number is running.
+    bool Kill(std::uint64_t pid, const std::string& by);
+
+    /// Ends every process and awaits the watching threads.
+    void EndAll();
+
+  private:
+    struct CEntry {
+        CLabProcess facts;
+        std::unique_ptr<IProcess> process;
+        std::string endedBy = "itself";
+    };
+
+    void Watch(CEntry& entry);
+    CEntry* FindEntry(std::uint64_t pid) const;
+
+    IProcessLauncher& launcher_;  // borrowed
+    const LineSink sink_;
+
+    mutable boost::mutex mutex_;
+    std::vector<std::unique_ptr<CEntry>> entries_;  // guarded by mutex_; never shrinks
+    boost::thread_group watchers_;
+};
+
+}  // namespace Kyr::Lab::SimAgent

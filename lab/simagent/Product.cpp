@@ -1,0 +1,124 @@
+#include "lab/simagent/Product.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <boost/algorithm/string/predicate.hpp>
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimAgent {
+
+namespace {
+
+bool Given(const std::optional<std::string>& hash) {
+    return hash && !hash->empty();
+}
+
+bool Same(const std::optional<std::string>& hash, const std::string& digest) {
+    return Given(hash) && boost::iequals(*hash, digest, std::locale::classic());
+}
+
+std::optional<std::uint64_t> ParsePid(const std::optional<std::string>& text) {
+    try {
+        return text ? std::optional(ParseNumber(*text)) : std::nullopt;
+    } catch (const std::invalid_argument&) {
+        return std::nullopt;
+    }
+}
+
+CTaskLogEntry Outcome(TaskState state, const char* text) {
+    CTaskLogEntry entry;
+    entry.state = state;
+    entry.text = text;
+    return entry;
+}
+
+}  // namespace
+
+bool CHashes::MatchAny(const CProgram& program) const {
+    return Same(sha1, program.sha1) || Same(sha256, program.sha256);
+}
+
+bool CHashes::MatchAll(const CProgram& program) const {
+    return (!Given(sha1) || Same(sha1, program.sha1)) &&
+           (!Given(sha256) || Same(sha256, program.sha256));
+}
+
+CProduct::CProduct(CLabProcesses& processes, LineSink sink)
+    : processes_(processes), sink_(std::move(sink)) {}
+
+CLabProcess CProduct::Start(const std::string& name, const std::string& program,
+                            const std::vector<std::string>& arguments) {
+    const CProgram facts = ReadProgram(program);
+    const std::vector<CBlockedProgram> blocked = Blocked();
+    if (std::any_of(blocked.begin(), blocked.end(),
+                    [&](const CBlockedProgram& one) { return one.hashes.MatchAny(facts); })) {
+        throw std::runtime_error("blocked");
+    }
+    return processes_.Start(name, facts, arguments);
+}
+
+void CProduct::KillProcess(const std::optional<std::string>& pid, const CHashes& hashes,
+                           const std::string& userData) {
+    Note(Kill(pid, hashes), "KILL_PROCESS_BY_PID", userData,
+         CLine("did").With("action", "kill").With("pid", pid.value_or("")));
+}
+
+CTaskLogEntry CProduct::Kill(const std::optional<std::string>& pidText, const CHashes& hashes) {
+    const std::optional<std::uint64_t> pid = ParsePid(pidText);
+    if (!pid) {
+        return Outcome(TaskState::Refused, "no process id");
+    }
+    const std::optional<CLabProcess> process = processes_.Find(*pid);
+    if (!process) {
+        return Outcome(TaskState::Refused, "not a lab process");
+    }
+    if (!hashes.MatchAll(process->program)) {
+        return Outcome(TaskState::Refused, "another program has that hash");
+    }
+    if (!processes_.Kill(*pid, "kill-request")) {
+        return Outcome(TaskState::Refused, "ended before");
+    }
+    return Outcome(TaskState::Done, "killed");
+}
+
+void CProduct::BlockExecutable(const CHashes& hashes, bool deleteFile,
+                               const std::string& userData) {
+    CTaskLogEntry entry = Outcome(TaskState::Done, "blocked");
+    if (Given(hashes.sha1) || Given(hashes.sha256)) {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        blocked_.push_back({hashes, deleteFile});
+    } else {
+        entry = Outcome(TaskState::Refused, "no hash");
+    }
+    Note(std::move(entry), "BLOCK_EXECUTABLE_BY_HASH", userData,
+         CLine("did")
+             .With("action", "block")
+             .With("sha1", hashes.sha1.value_or(""))
+             .With("sha256", hashes.sha256.value_or(""))
+             .With("delete", deleteFile ? "yes" : "no"));
+}
+
+std::vector<CTaskLogEntry> CProduct::TaskLog() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return taskLog_;
+}
+
+std::vector<CBlockedProgram> CProduct::Blocked() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return blocked_;
+}
+
+void CProduct::Note(CTaskLogEntry entry, const char* function, const std::string& userData,
+                    CLine didLine) {
+    entry.function = function;
+    entry.userData = userData;
+    sink_(didLine.With("outcome", NameOf(entry.state))
+              .With("text", entry.text)
+              .With("userdata", userData));
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    entry.number = taskLog_.size() + 1;
+    taskLog_.push_back(std::move(entry));
+}
+
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,84 @@
+// What the simulated product knows and does: the processes that it may end, the blocked hashes, and
+// the log of the tasks that it was asked to do.
+//
+// A task is accepted first and its outcome noted in the task log, also when it is refused: whoever
+// asked learns the outcome from the log.
+//
+// Threads: any.
+// Ownership: the processes must outlive this.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+
+#include "lab/simagent/LabProcesses.h"
+
+namespace Kyr::Lab::SimAgent {
+
+enum class TaskState { Done, Refused };
+
+constexpr const char* NameOf(TaskState state) {
+    return state == TaskState::Done ? "done" : "refused";
+}
+
+struct CTaskLogEntry {
+    std::uint64_t number = 0;  // 1 for the first task
+    std::string function;
+    std::string userData;
+    TaskState state = TaskState::Done;
+    std::string text;
+};
+
+/// Digests of an executable as a request names them. Letter case does not matter.
+struct CHashes {
+    std::optional<std::string> sha1;
+    std::optional<std::string> sha256;
+
+    /// True when one of them is the program's.
+    bool MatchAny(const CProgram& program) const;
+    /// True when none of them is another program's; an empty text says nothing.
+    bool MatchAll(const CProgram& program) const;
+};
+
+struct CBlockedProgram {
+    CHashes hashes;
+    bool deleteFile = false;
+};
+
+class CProduct {
+  public:
+    CProduct(CLabProcesses& processes, LineSink sink);
+
+    /// Starts a program. Errors: std::runtime_error "blocked" when one of its hashes is blocked,
+    /// and whatever keeps the program from starting.
+    CLabProcess Start(const std::string& name, const std::string& program,
+                      const std::vector<std::string>& arguments);
+
+    /// Ends a process that this lab started, unless a hash says that another program was meant.
+    void KillProcess(const std::optional<std::string>& pid, const CHashes& hashes,
+                     const std::string& userData);
+
+    /// Keeps programs of these hashes from being started. The delete flag is kept and nothing is
+    /// deleted: the files of this computer are not the lab's.
+    void BlockExecutable(const CHashes& hashes, bool deleteFile, const std::string& userData);
+
+    std::vector<CTaskLogEntry> TaskLog() const;
+    std::vector<CBlockedProgram> Blocked() const;
+
+  private:
+    CTaskLogEntry Kill(const std::optional<std::string>& pid, const CHashes& hashes);
+    void Note(CTaskLogEntry entry, const char* function, const std::string& userData,
+              CLine didLine);
+
+    CLabProcesses& processes_;  // borrowed
+    const LineSink sink_;
+
+    mutable boost::mutex mutex_;
+    std::vector<CTaskLogEntry> taskLog_;    // guarded by mutex_
+    std::vector<CBlockedProgram> blocked_;  // guarded by mutex_
+};
+
+}  // namespace Kyr::Lab::SimAgent

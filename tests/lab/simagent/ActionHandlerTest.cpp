@@ -1,0 +1,105 @@
+#include "lab/simagent/ActionHandler.h"
+#include "tests/lab/simagent/ProductFixture.h"
+#include "tests/support/HexBytes.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+using Test::HexBytes;
+
+class ActionHandlerTest : public ProductFixture {
+  protected:
+    CReply PerformXml(const std::string& function, std::vector<CXmlNode> nodes) {
+        CAction action;
+        action.inner.command = kXmlCommand;
+        action.xml.function = function;
+        action.xml.nodes = std::move(nodes);
+        return Perform(action, product_);
+    }
+
+    CTaskLogEntry OnlyTask() {
+        EXPECT_EQ(1u, product_.TaskLog().size());
+        return product_.TaskLog().at(0);
+    }
+};
+
+TEST_F(ActionHandlerTest, KillIsAcceptedWithoutPayload) {
+    StartOne();
+
+    const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1000"},
+                                                            {"HASH_SHA1", "STRING", kSha1},
+                                                            {"USERDATA", "STRING", "a;b;c"}});
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), EncodeReply(reply));
+    EXPECT_EQ("killed", OnlyTask().text);
+    EXPECT_EQ("a;b;c", OnlyTask().userData);
+}
+
+TEST_F(ActionHandlerTest, RefusedKillIsAcceptedAllTheSame) {
+    const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1"}});
+
+    EXPECT_EQ(kStatusDone, reply.status);
+    EXPECT_EQ(TaskState::Refused, OnlyTask().state);
+}
+
+TEST_F(ActionHandlerTest, KillHashesAreHeeded) {
+    StartOne();
+
+    PerformXml("KILL_PROCESS_BY_PID",
+               {{"PID", "STRING", "1000"}, {"HASH_SHA2_256", "STRING", "00"}});
+
+    EXPECT_EQ("another program has that hash", OnlyTask().text);
+}
+
+TEST_F(ActionHandlerTest, BlockTakesHashesAndDeleteFlag) {
+    const CReply reply = PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "STRING", "s1"},
+                                                                 {"HASH_SHA2_256", "STRING", "s2"},
+                                                                 {"DELETE", "DWORD", "1"},
+                                                                 {"USERDATA", "STRING", "a;b;c"}});
+
+    EXPECT_EQ(kStatusDone, reply.status);
+    ASSERT_EQ(1u, product_.Blocked().size());
+    EXPECT_EQ("s1", product_.Blocked()[0].hashes.sha1);
+    EXPECT_EQ("s2", product_.Blocked()[0].hashes.sha256);
+    EXPECT_TRUE(product_.Blocked()[0].deleteFile);
+    EXPECT_EQ("a;b;c", OnlyTask().userData);
+}
+
+TEST_F(ActionHandlerTest, DeleteFlagZeroIsNoDelete) {
+    PerformXml("BLOCK_EXECUTABLE_BY_HASH",
+               {{"HASH_SHA1", "STRING", "s1"}, {"DELETE", "DWORD", "0"}});
+
+    ASSERT_EQ(1u, product_.Blocked().size());
+    EXPECT_FALSE(product_.Blocked()[0].deleteFile);
+}
+
+TEST_F(ActionHandlerTest, UnknownFunctionIsAnErrorStatus) {
+    const CReply reply = PerformXml("RESTART_FDE", {});
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 03 00 00 00 00 00 00 00"), EncodeReply(reply));
+    EXPECT_TRUE(product_.TaskLog().empty());
+}
+
+TEST_F(ActionHandlerTest, UnknownCommandIsAnErrorStatus) {
+    CAction action;
+    action.inner.command = 0x6D;
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 01 00 00 00 00 00 00 00"),
+              EncodeReply(Perform(action, product_)));
+}
+
+TEST(InnerCommandTest, NamesAreForPeople) {
+    EXPECT_STREQ("xml", NameOfInnerCommand(2));
+    EXPECT_STREQ("unknown", NameOfInnerCommand(0x6D));
+}
+
+TEST(EncodeReplyTest, ValueIsThePayloadsLengthUnlessSaidOtherwise) {
+    CReply reply;
+    reply.payload = {0xAA, 0xBB};
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), EncodeReply(reply));
+    reply.value = 7;
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00 AA BB"), EncodeReply(reply));
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent

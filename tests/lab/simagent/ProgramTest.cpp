@@ -1,0 +1,37 @@
+#include <cstdio>
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "lab/simagent/Program.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
+    const std::string path = ::testing::TempDir() + "simagent_program_test";
+    std::ofstream(path, std::ios::binary) << "abc";
+
+    const CProgram program = ReadProgram(path);
+    std::remove(path.c_str());
+
+    EXPECT_EQ(path, program.path);
+    EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", program.sha1);
+    EXPECT_EQ("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad", program.sha256);
+}
+
+TEST(ProgramTest, EmptyFileHasDigestsToo) {
+    const std::string path = ::testing::TempDir() + "simagent_program_test_empty";
+    std::ofstream(path, std::ios::binary).flush();
+
+    const CProgram program = ReadProgram(path);
+    std::remove(path.c_str());
+
+    EXPECT_EQ("da39a3ee5e6b4b0d3255bfef95601890afd80709", program.sha1);
+}
+
+TEST(ProgramTest, MissingFileIsAnError) {
+    EXPECT_THROW(ReadProgram(::testing::TempDir() + "no/such/program"), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent

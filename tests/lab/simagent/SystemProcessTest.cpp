@@ -1,0 +1,48 @@
+// Real processes, by the launcher of this platform.
+#include <gtest/gtest.h>
+#include <stdexcept>
+
+#include "lab/simagent/Process.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+class SystemProcessTest : public ::testing::Test {
+  protected:
+    const std::unique_ptr<IProcessLauncher> launcher_ = MakeSystemLauncher();
+};
+
+TEST_F(SystemProcessTest, KilledProcessEnds) {
+    const auto process = launcher_->Launch(KYR_VICTIM, {"target", "--seconds=60"});
+
+    EXPECT_GT(process->Pid(), 1u);
+    EXPECT_TRUE(process->Kill());
+    process->Wait();
+}
+
+TEST_F(SystemProcessTest, ProcessIsKilledOnlyOnce) {
+    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
+    process->Kill();
+    process->Wait();
+
+    EXPECT_FALSE(process->Kill());
+}
+
+TEST_F(SystemProcessTest, ProcessEndsByItself) {
+    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=0"});
+
+    process->Wait();
+
+    EXPECT_FALSE(process->Kill());
+}
+
+TEST_F(SystemProcessTest, ProgramThatIsNotThereIsAnError) {
+    EXPECT_THROW(launcher_->Launch("/no/such/program", {}), std::runtime_error);
+}
+
+TEST(OwnProgramFolderTest, HoldsTheVictim) {
+    EXPECT_EQ(KYR_VICTIM, OwnProgramFolder() + "/victim");
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent
