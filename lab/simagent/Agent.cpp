@@ -1,0 +1,241 @@
+#include "lab/simagent/Agent.h"
+
+#include <algorithm>
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "lab/simagent/AlpcMessages.h"
+
+namespace Kyr::Lab::SimAgent {
+
+struct CAgent::CRead {
+    CRequestFacts facts;
+    std::optional<CAction> action;  // nothing: a ping, an unknown command, or unreadable
+    std::string problem;            // why the request is unreadable
+};
+
+namespace {
+
+const CMisbehaviour* Find(const std::vector<CMisbehaviour>& faults, Fault fault) {
+    for (const CMisbehaviour& one : faults) {
+        if (one.fault == fault) {
+            return &one;
+        }
+    }
+    return nullptr;
+}
+
+/// The fault's number. REQUIRES: the kind of fault has one.
+std::optional<std::uint32_t> NumberOf(const std::vector<CMisbehaviour>& faults, Fault fault) {
+    const CMisbehaviour* const found = Find(faults, fault);
+    return found == nullptr ? std::nullopt : found->number;
+}
+
+/// What a refused request gets instead of being carried out.
+std::optional<CAnswer> Refusal(const std::vector<CMisbehaviour>& faults) {
+    CAnswer answer;
+    if (Find(faults, Fault::Drop) != nullptr) {
+        answer.delivery = CAnswer::Delivery::Drop;
+        return answer;
+    }
+    if (Find(faults, Fault::Hang) != nullptr) {
+        answer.delivery = CAnswer::Delivery::Hang;
+        return answer;
+    }
+    if (const auto code = NumberOf(faults, Fault::Code)) {
+        answer.code = *code;
+        return answer;
+    }
+    if (const auto status = NumberOf(faults, Fault::Status)) {
+        CReply reply;
+        reply.status = *status;
+        answer.bytes = EncodeReply(reply);
+        return answer;
+    }
+    return std::nullopt;
+}
+
+void DamageBytes(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
+    const auto overwrite = [&](std::size_t offset, std::optional<std::uint32_t> value) {
+        if (value && answer.bytes.size() >= offset + 4) {
+            Bytes bytes;
+            AppendU32(bytes, *value);
+            std::copy(bytes.begin(), bytes.end(),
+                      answer.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+        }
+    };
+    overwrite(0, NumberOf(faults, Fault::HeaderSize));
+    overwrite(8, NumberOf(faults, Fault::Value));
+    if (const auto size = NumberOf(faults, Fault::Oversized)) {
+        answer.bytes.resize(*size);
+    }
+    if (const auto size = NumberOf(faults, Fault::Short)) {
+        answer.bytes.resize(std::min<std::size_t>(*size, answer.bytes.size()));
+    }
+}
+
+void DamageDelivery(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
+    if (const CMisbehaviour* const fault = Find(faults, Fault::BadLength)) {
+        answer.announcedLength = fault->number.value_or(answer.AnnouncedLength() + 1);
+    }
+    answer.withoutView = Find(faults, Fault::ViewMissing) != nullptr;
+    answer.smallView = Find(faults, Fault::ViewSmall) != nullptr;
+    if ((answer.withoutView || answer.smallView) &&
+        answer.AnnouncedLength() <= kAlpcMaxInlineReply) {
+        answer.bytes.resize(kAlpcMaxInlineReply + 1);
+        answer.announcedLength = std::nullopt;
+    }
+}
+
+/// The legacy port cannot give more than the client has room for; the product says so in the reply
+/// header, and the client asks again with more room.
+void FitIntoLegacyReply(const CPortRequest& request, CAnswer& answer) {
+    if (request.transport != Transport::Lpc || answer.bytes.size() <= request.replyCapacity) {
+        return;
+    }
+    CReply reply;
+    reply.status = kStatusBufferTooSmall;
+    answer.bytes = EncodeReply(reply);
+    if (answer.bytes.size() > request.replyCapacity) {
+        answer.bytes.clear();
+        answer.code = kCodeDoesNotFit;
+    }
+}
+
+}  // namespace
+
+CAgent::CAgent(CProduct& product, CMisbehaviours& misbehaviours,
+               boost::shared_ptr<Base::IClock> clock, LineSink sink, CSettings settings)
+    : product_(product),
+      misbehaviours_(misbehaviours),
+      clock_(std::move(clock)),
+      sink_(std::move(sink)),
+      settings_(std::move(settings)) {}
+
+CAnswer CAgent::Answer(const CPortRequest& request) {
+    std::uint64_t id = 0;
+    {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        id = ++requests_;
+    }
+    const CRead read = Read(request);
+    WriteRequest(id, request, read);
+    const std::vector<CMisbehaviour> faults = misbehaviours_.Take(read.facts);
+    if (const auto milliseconds = NumberOf(faults, Fault::Delay)) {
+        Delay(std::chrono::milliseconds(*milliseconds));
+    }
+    if (Find(faults, Fault::Die) != nullptr) {
+        settings_.endAgent();
+    }
+    CAnswer answer;
+    if (const std::optional<CAnswer> refusal = Refusal(faults)) {
+        answer = *refusal;
+    } else {
+        answer = Healthy(request, read);
+    }
+    DamageBytes(faults, answer);
+    DamageDelivery(faults, answer);
+    WriteReply(id, request, answer);
+    return answer;
+}
+
+void CAgent::Stop() {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    stopping_ = true;
+    stopRequested_.notify_all();
+}
+
+CAgent::CRead CAgent::Read(const CPortRequest& request) const {
+    CRead read;
+    read.facts.transport = request.transport;
+    read.facts.command = request.command;
+    if (request.command != kRequestCommand) {
+        return read;
+    }
+    try {
+        CAction action;
+        action.inner = DecodeInnerRequest(request.payload);
+        read.facts.inner = action.inner.command;
+        if (action.inner.command == kXmlCommand) {
+            action.xml = ParseXmlRequest(action.inner.body);
+            read.facts.function = action.xml.function;
+        }
+        read.action = std::move(action);
+    } catch (const CMalformed& problem) {
+        read.problem = problem.what();
+    }
+    return read;
+}
+
+CAnswer CAgent::Healthy(const CPortRequest& request, const CRead& read) {
+    CAnswer answer;
+    if (request.command == kPingCommand) {
+        return answer;
+    }
+    if (request.command != kRequestCommand) {
+        answer.code = kCodeUnknownCommand;
+        return answer;
+    }
+    CReply reply;
+    reply.status = kStatusMalformedRequest;
+    if (read.action) {
+        reply = Perform(*read.action, product_);
+    }
+    answer.bytes = EncodeReply(reply);
+    FitIntoLegacyReply(request, answer);
+    return answer;
+}
+
+void CAgent::WriteRequest(std::uint64_t id, const CPortRequest& request, const CRead& read) const {
+    CLine line("request");
+    line.With("id", id).With("transport", NameOf(request.transport));
+    line.With("command", request.command);
+    if (read.facts.inner) {
+        line.With("inner", *read.facts.inner).With("name", NameOfInnerCommand(*read.facts.inner));
+    }
+    if (!read.facts.function.empty()) {
+        line.With("function", read.facts.function);
+    }
+    line.With("length", request.payload.size()).With("capacity", request.replyCapacity);
+    if (!read.problem.empty()) {
+        line.With("problem", read.problem);
+    }
+    if (settings_.wire) {
+        line.With("bytes", ToHex(request.payload));
+    }
+    sink_(line);
+}
+
+void CAgent::WriteReply(std::uint64_t id, const CPortRequest& request,
+                        const CAnswer& answer) const {
+    CLine line("reply");
+    line.With("id", id).With("transport", NameOf(request.transport));
+    if (answer.delivery != CAnswer::Delivery::Reply) {
+        sink_(line.With("delivery",
+                        answer.delivery == CAnswer::Delivery::Drop ? "dropped" : "never"));
+        return;
+    }
+    if (!request.wantsReply) {
+        sink_(line.With("delivery", "not-wanted"));
+        return;
+    }
+    line.With("code", answer.code);
+    if (answer.bytes.size() >= 8) {
+        line.With("status", ReadU32(answer.bytes, 4));
+    }
+    line.With("length", answer.AnnouncedLength());
+    if (settings_.wire) {
+        line.With("bytes", ToHex(answer.bytes));
+    }
+    sink_(line);
+}
+
+void CAgent::Delay(std::chrono::milliseconds duration) {
+    boost::unique_lock<boost::mutex> lock(mutex_);
+    // A spurious wake-up shortens the delay, which a fault of our own making can bear.
+    if (!stopping_) {
+        clock_->WaitFor(stopRequested_, lock, duration);
+    }
+}
+
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,58 @@
+// Answers port requests: reads them, lets the product act, applies the faults that somebody asked
+// for, and writes `request` and `reply` events. Both ports share one agent.
+//
+// Threads: Answer by any thread, also by several at once; Stop by any thread.
+// Ownership: product and misbehaviours must outlive this.
+// Errors: none leave Answer; what cannot be read is answered with an error status.
+#pragma once
+
+#include <functional>
+
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "base/Clock.h"
+#include "lab/common/LineWriter.h"
+#include "lab/simagent/ActionHandler.h"
+#include "lab/simagent/Misbehaviour.h"
+
+namespace Kyr::Lab::SimAgent {
+
+class CAgent {
+  public:
+    struct CSettings {
+        bool wire = false;               // events carry the bytes
+        std::function<void()> endAgent;  // what the fault `die` calls
+    };
+
+    CAgent(CProduct& product, CMisbehaviours& misbehaviours, boost::shared_ptr<Base::IClock> clock,
+           LineSink sink, CSettings settings);
+
+    /// Blocks for the time of a `delay` fault.
+    CAnswer Answer(const CPortRequest& request);
+
+    /// Ends every delay, now and later.
+    void Stop();
+
+  private:
+    struct CRead;
+
+    CRead Read(const CPortRequest& request) const;
+    CAnswer Healthy(const CPortRequest& request, const CRead& read);
+    void WriteRequest(std::uint64_t id, const CPortRequest& request, const CRead& read) const;
+    void WriteReply(std::uint64_t id, const CPortRequest& request, const CAnswer& answer) const;
+    void Delay(std::chrono::milliseconds duration);
+
+    CProduct& product_;              // borrowed
+    CMisbehaviours& misbehaviours_;  // borrowed
+    const boost::shared_ptr<Base::IClock> clock_;
+    const LineSink sink_;
+    const CSettings settings_;
+
+    boost::mutex mutex_;
+    boost::condition_variable stopRequested_;
+    bool stopping_ = false;       // guarded by mutex_
+    std::uint64_t requests_ = 0;  // guarded by mutex_
+};
+
+}  // namespace Kyr::Lab::SimAgent

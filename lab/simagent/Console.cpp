@@ -1,0 +1,163 @@
+#include "lab/simagent/Console.h"
+
+#include <stdexcept>
+
+namespace Kyr::Lab::SimAgent {
+
+struct CConsole::CCommandRow {
+    const char* name;
+    const char* usage;
+    const char* text;
+    void (CConsole::*handler)(const Words&);
+};
+
+const CConsole::CCommandRow CConsole::kCommands[] = {
+    {"start", "start <name> [<program> [<argument>...]]",
+     "start a process that a kill request may end; without a program, the victim",
+     &CConsole::Start},
+    {"list", "list", "the processes that were started, and the blocked hashes", &CConsole::List},
+    {"tasklog", "tasklog", "the tasks so far and their outcomes", &CConsole::TaskLog},
+    {"misbehave",
+     "misbehave <fault> [n] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
+     "[function=<name>]",
+     "do that wrong for the next requests; also: misbehave list, misbehave clear [<fault>]",
+     &CConsole::Misbehave},
+    {"help", "help", "this", &CConsole::Help},
+    {"quit", "quit", "end; also: stop", &CConsole::Quit},
+    {"stop", "stop", "end; also: quit", &CConsole::Quit},
+};
+
+namespace {
+
+CLine AnswerTo(const std::string& command) {
+    return CLine("answer").With("command", command);
+}
+
+void RequireWords(const std::vector<std::string>& words, std::size_t most) {
+    if (words.size() > most) {
+        throw std::invalid_argument("'" + words[most] + "' is one word too many");
+    }
+}
+
+}  // namespace
+
+CConsole::CConsole(CParts parts) : parts_(std::move(parts)) {}
+
+bool CConsole::Execute(const std::string& line) {
+    std::string command;
+    try {
+        const Words words = SplitWords(line);
+        if (words.empty()) {
+            return true;
+        }
+        command = words[0];
+        for (const CCommandRow& row : kCommands) {
+            if (row.name == command) {
+                (this->*row.handler)(words);
+                return !quit_;
+            }
+        }
+        throw std::invalid_argument("unknown command; `help` lists them");
+    } catch (const std::exception& problem) {
+        parts_.sink(CLine("error").With("command", command).With("text", problem.what()));
+    }
+    return true;
+}
+
+void CConsole::OpenPorts() {
+    const auto apply = [&](Transport transport, IPortServer& server) {
+        const bool wanted = parts_.misbehaviours.Offers(transport);
+        if (wanted && !server.IsOpen()) {
+            server.Open();
+        } else if (!wanted && server.IsOpen()) {
+            server.Close();
+        }
+    };
+    apply(Transport::Alpc, parts_.alpc);
+    apply(Transport::Lpc, parts_.lpc);
+}
+
+void CConsole::Start(const Words& words) {
+    if (words.size() < 2) {
+        throw std::invalid_argument("a name is missing");
+    }
+    const std::string program = words.size() > 2 ? words[2] : parts_.victim;
+    const Words arguments(words.begin() + (words.size() > 2 ? 3 : 2), words.end());
+    const CLabProcess process = parts_.product.Start(words[1], program, arguments);
+    parts_.sink(AnswerTo("start").With("name", process.name).With("pid", process.pid));
+}
+
+void CConsole::List(const Words& words) {
+    RequireWords(words, 1);
+    const std::vector<CLabProcess> processes = parts_.processes.List();
+    for (const CLabProcess& process : processes) {
+        parts_.sink(AnswerTo("list")
+                        .With("name", process.name)
+                        .With("pid", process.pid)
+                        .With("state", process.running ? "running" : "ended")
+                        .With("program", process.program.path)
+                        .With("sha256", process.program.sha256));
+    }
+    const std::vector<CBlockedProgram> blocked = parts_.product.Blocked();
+    for (const CBlockedProgram& one : blocked) {
+        parts_.sink(AnswerTo("list")
+                        .With("state", "blocked")
+                        .With("sha1", one.hashes.sha1.value_or(""))
+                        .With("sha256", one.hashes.sha256.value_or(""))
+                        .With("delete", one.deleteFile ? "yes" : "no"));
+    }
+    parts_.sink(
+        AnswerTo("list").With("processes", processes.size()).With("blocked", blocked.size()));
+}
+
+void CConsole::TaskLog(const Words& words) {
+    RequireWords(words, 1);
+    const std::vector<CTaskLogEntry> entries = parts_.product.TaskLog();
+    for (const CTaskLogEntry& entry : entries) {
+        parts_.sink(AnswerTo("tasklog")
+                        .With("number", entry.number)
+                        .With("function", entry.function)
+                        .With("state", NameOf(entry.state))
+                        .With("text", entry.text)
+                        .With("userdata", entry.userData));
+    }
+    parts_.sink(AnswerTo("tasklog").With("tasks", entries.size()));
+}
+
+void CConsole::Misbehave(const Words& words) {
+    const std::string what = words.size() > 1 ? words[1] : "list";
+    if (what == "clear") {
+        RequireWords(words, 3);
+        const std::optional<Fault> fault = words.size() > 2 ? FindFault(words[2]) : std::nullopt;
+        if (words.size() > 2 && !fault) {
+            throw std::invalid_argument("no such fault; `help` lists them");
+        }
+        parts_.misbehaviours.Clear(fault);
+    } else if (what != "list") {
+        parts_.misbehaviours.Add(ParseMisbehaviour({words.begin() + 1, words.end()}));
+    }
+    OpenPorts();
+    const std::vector<CMisbehaviour> active = parts_.misbehaviours.List();
+    for (const CMisbehaviour& one : active) {
+        parts_.sink(AnswerTo("misbehave").With("fault", one.Text()));
+    }
+    parts_.sink(AnswerTo("misbehave").With("faults", active.size()));
+}
+
+void CConsole::Help(const Words& words) {
+    RequireWords(words, 1);
+    for (const CCommandRow& row : kCommands) {
+        parts_.sink(AnswerTo("help").With("usage", row.usage).With("text", row.text));
+    }
+    for (const std::string& fault : DescribeFaults()) {
+        parts_.sink(AnswerTo("help").With("fault", fault));
+    }
+}
+
+void CConsole::Quit(const Words& words) {
+    RequireWords(words, 1);
+    quit_ = true;
+    parts_.sink(AnswerTo(words[0]));
+}
+
+}  // namespace Kyr::Lab::SimAgent

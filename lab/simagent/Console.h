@@ -1,0 +1,54 @@
+// The agent's line commands: reads one, acts, and writes `answer` or `error` events.
+//
+// Threads: one at a time.
+// Ownership: everything in CParts must outlive this.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "lab/common/LineWriter.h"
+#include "lab/simagent/Misbehaviour.h"
+#include "lab/simagent/PortServer.h"
+#include "lab/simagent/Product.h"
+
+namespace Kyr::Lab::SimAgent {
+
+class CConsole {
+  public:
+    struct CParts {
+        CProduct& product;
+        CLabProcesses& processes;
+        CMisbehaviours& misbehaviours;
+        IPortServer& alpc;
+        IPortServer& lpc;
+        LineSink sink;
+        std::string victim;  // the program that `start` starts when none is named
+    };
+
+    explicit CConsole(CParts parts);
+
+    /// Carries out one line; an empty one does nothing. False when the agent is to end.
+    bool Execute(const std::string& line);
+
+    /// Opens and closes the ports as the misbehaviours say.
+    /// Errors: std::runtime_error when a port cannot be made.
+    void OpenPorts();
+
+  private:
+    using Words = std::vector<std::string>;
+    struct CCommandRow;
+    static const CCommandRow kCommands[];
+
+    void Start(const Words& words);
+    void List(const Words& words);
+    void TaskLog(const Words& words);
+    void Misbehave(const Words& words);
+    void Help(const Words& words);
+    void Quit(const Words& words);
+
+    CParts parts_;
+    bool quit_ = false;
+};
+
+}  // namespace Kyr::Lab::SimAgent

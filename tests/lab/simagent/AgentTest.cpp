@@ -1,0 +1,292 @@
+#include <gmock/gmock.h>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "lab/simagent/Agent.h"
+#include "tests/lab/simagent/ProductFixture.h"
+#include "tests/lab/simagent/Requests.h"
+#include "tests/support/ManualClock.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+using Delivery = CAnswer::Delivery;
+using Test::CManualClock;
+using Test::HexBytes;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+
+class AgentTest : public ProductFixture {
+  protected:
+    CAgent& Agent() {
+        if (!agent_) {
+            agent_ = std::make_unique<CAgent>(product_, misbehaviours_, clock_, lines_.Sink(),
+                                              CAgent::CSettings{wire_, [this] { ++endings_; }});
+        }
+        return *agent_;
+    }
+
+    void Misbehave(const std::string& words) {
+        misbehaviours_.Add(ParseMisbehaviour(SplitWords(words)));
+    }
+
+    /// A kill request for process 1000, which "one" is when it was started.
+    CAnswer Kill(Transport transport = Transport::Alpc) {
+        return Agent().Answer(Request(transport, KillPayload("1000")));
+    }
+
+    static CPortRequest Ping() {
+        CPortRequest ping;
+        ping.transport = Transport::Alpc;
+        ping.command = kPingCommand;
+        return ping;
+    }
+
+    bool OneIsRunning() { return processes_.Find(1000)->running; }
+
+    bool wire_ = false;
+    int endings_ = 0;
+    CMisbehaviours misbehaviours_;
+    boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
+    std::unique_ptr<CAgent> agent_;
+};
+
+const Bytes kDoneReply = HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
+
+TEST_F(AgentTest, PingIsAnsweredWithNothing) {
+    const CAnswer answer = Agent().Answer(Ping());
+
+    EXPECT_EQ(Delivery::Reply, answer.delivery);
+    EXPECT_EQ(0u, answer.code);
+    EXPECT_TRUE(answer.bytes.empty());
+    EXPECT_THAT(lines_.Take(),
+                ElementsAre("request id=1 transport=alpc command=0 length=0 capacity=0",
+                            "reply id=1 transport=alpc code=0 length=0"));
+}
+
+TEST_F(AgentTest, KillRequestIsCarriedOutAndAccepted) {
+    StartOne();
+
+    const CAnswer answer = Kill();
+
+    EXPECT_EQ(0u, answer.code);
+    EXPECT_EQ(kDoneReply, answer.bytes);
+    ASSERT_EQ(1u, product_.TaskLog().size());
+    EXPECT_EQ("killed", product_.TaskLog()[0].text);
+}
+
+TEST_F(AgentTest, EventsTellRequestDeedAndReplyInOrder) {
+    Agent().Answer(Request(Transport::Lpc, KillPayload("7")));
+
+    EXPECT_THAT(lines_.Take(),
+                ElementsAre("request id=1 transport=lpc command=3 inner=2 name=xml "
+                            "function=KILL_PROCESS_BY_PID length=252 capacity=65536",
+                            "did action=kill pid=7 outcome=refused text=\"not a lab process\" "
+                            "userdata=a;b;c",
+                            "reply id=1 transport=lpc code=0 status=0 length=12"));
+}
+
+TEST_F(AgentTest, WireShowsTheBytes) {
+    wire_ = true;
+
+    Agent().Answer(Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")));
+
+    EXPECT_THAT(lines_.Take(),
+                ElementsAre("request id=1 transport=alpc command=3 inner=33 name=unknown length=12 "
+                            "capacity=65536 bytes=0c0000000006000121000000",
+                            "reply id=1 transport=alpc code=0 status=1 length=12 "
+                            "bytes=0c0000000100000000000000"));
+}
+
+TEST_F(AgentTest, UnknownPortCommandIsAFailureCode) {
+    CPortRequest request = Ping();
+    request.command = 7;
+
+    EXPECT_EQ(3u, Agent().Answer(request).code);
+}
+
+TEST_F(AgentTest, RequestThatCannotBeReadGetsItsStatus) {
+    const CAnswer answer = Agent().Answer(Request(Transport::Alpc, XmlPayload("<TULK>")));
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 02 00 00 00 00 00 00 00"), answer.bytes);
+    EXPECT_THAT(lines_.Take()[0], HasSubstr("problem="));
+}
+
+TEST_F(AgentTest, OneWayRequestIsCarriedOutWithoutAReply) {
+    StartOne();
+    CPortRequest request = Request(Transport::Alpc, KillPayload("1000"));
+    request.wantsReply = false;
+
+    Agent().Answer(request);
+
+    EXPECT_EQ("killed", product_.TaskLog().at(0).text);
+    EXPECT_THAT(lines_.Take(),
+                ::testing::Contains("reply id=1 transport=alpc delivery=not-wanted"));
+}
+
+TEST_F(AgentTest, LegacyReplyThatDoesNotFitAsksForMoreRoom) {
+    CPortRequest request = Request(Transport::Lpc, KillPayload("7"));
+    request.replyCapacity = 11;
+
+    const CAnswer answer = Agent().Answer(request);
+
+    EXPECT_EQ(6u, answer.code);
+    EXPECT_TRUE(answer.bytes.empty());
+}
+
+TEST_F(AgentTest, StatusFaultRefusesTheRequest) {
+    StartOne();
+    Misbehave("status 14 for=1");
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 0E 00 00 00 00 00 00 00"), Kill().bytes);
+    EXPECT_TRUE(OneIsRunning());
+    EXPECT_EQ(kDoneReply, Kill().bytes);
+}
+
+TEST_F(AgentTest, CodeFaultRefusesTheRequest) {
+    StartOne();
+    Misbehave("code 9");
+
+    const CAnswer answer = Kill();
+
+    EXPECT_EQ(9u, answer.code);
+    EXPECT_TRUE(answer.bytes.empty());
+    EXPECT_TRUE(OneIsRunning());
+}
+
+TEST_F(AgentTest, CodeFaultCanFailPings) {
+    Misbehave("code 1 command=0");
+
+    EXPECT_EQ(1u, Agent().Answer(Ping()).code);
+}
+
+TEST_F(AgentTest, OversizedPingCarriesBytes) {
+    Misbehave("oversized 4 command=0");
+
+    EXPECT_EQ(Bytes(4, 0), Agent().Answer(Ping()).bytes);
+}
+
+TEST_F(AgentTest, ShortFaultCutsTheReplyAfterItIsDone) {
+    StartOne();
+    Misbehave("short 11");
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00"), Kill().bytes);
+    EXPECT_EQ("killed", product_.TaskLog().at(0).text);
+}
+
+TEST_F(AgentTest, ShortFaultDoesNotLengthen) {
+    Misbehave("short 13");
+
+    EXPECT_EQ(kDoneReply, Kill().bytes);
+}
+
+TEST_F(AgentTest, HeaderSizeFaultChangesTheFirstField) {
+    Misbehave("header-size 16");
+
+    EXPECT_EQ(HexBytes("10 00 00 00 00 00 00 00 00 00 00 00"), Kill().bytes);
+}
+
+TEST_F(AgentTest, ValueFaultChangesTheThirdField) {
+    Misbehave("value 0x01020304");
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 04 03 02 01"), Kill().bytes);
+}
+
+TEST_F(AgentTest, OversizedFaultLengthensTheReply) {
+    Misbehave("oversized 65537");
+
+    const CAnswer answer = Kill();
+
+    EXPECT_EQ(65537u, answer.bytes.size());
+    EXPECT_EQ(65537u, answer.AnnouncedLength());
+    EXPECT_EQ(kDoneReply, Bytes(answer.bytes.begin(), answer.bytes.begin() + 12));
+}
+
+TEST_F(AgentTest, BadLengthFaultAnnouncesOneMoreThanThereIs) {
+    Misbehave("bad-length");
+
+    const CAnswer answer = Kill();
+
+    EXPECT_EQ(kDoneReply, answer.bytes);
+    EXPECT_EQ(13u, answer.AnnouncedLength());
+}
+
+TEST_F(AgentTest, BadLengthFaultAnnouncesWhatItIsTold) {
+    Misbehave("bad-length 4294967295");
+
+    EXPECT_EQ(4294967295u, Kill().AnnouncedLength());
+}
+
+TEST_F(AgentTest, ViewFaultsMakeTheReplyLongEnoughForAView) {
+    Misbehave("view-missing for=1");
+    const CAnswer missing = Kill();
+    EXPECT_TRUE(missing.withoutView);
+    EXPECT_EQ(65488u, missing.AnnouncedLength());
+
+    Misbehave("view-small for=1");
+    const CAnswer small = Kill();
+    EXPECT_TRUE(small.smallView);
+    EXPECT_FALSE(small.withoutView);
+    EXPECT_EQ(65488u, small.bytes.size());
+}
+
+TEST_F(AgentTest, DropFaultClosesTheConnectionAndDoesNothing) {
+    StartOne();
+    Misbehave("drop");
+
+    EXPECT_EQ(Delivery::Drop, Kill().delivery);
+    EXPECT_TRUE(OneIsRunning());
+    EXPECT_THAT(lines_.Take(), ::testing::Contains("reply id=1 transport=alpc delivery=dropped"));
+}
+
+TEST_F(AgentTest, HangFaultNeverRepliesAndDoesNothing) {
+    StartOne();
+    Misbehave("hang");
+
+    EXPECT_EQ(Delivery::Hang, Kill().delivery);
+    EXPECT_TRUE(OneIsRunning());
+    EXPECT_THAT(lines_.Take(), ::testing::Contains("reply id=1 transport=alpc delivery=never"));
+}
+
+TEST_F(AgentTest, DieFaultEndsTheAgentOnceTheRequestIsThere) {
+    Misbehave("die");
+
+    Kill();
+
+    EXPECT_EQ(1, endings_);
+    EXPECT_THAT(lines_.Take()[0], HasSubstr("request id=1"));
+}
+
+TEST_F(AgentTest, DelayFaultHoldsTheReplyBack) {
+    Misbehave("delay 250");
+    CAgent& agent = Agent();
+    boost::thread requester([&] {
+        agent.Answer(Ping());
+        Kill();
+    });
+    ASSERT_TRUE(clock_->AwaitWaiters(1));
+    clock_->Advance(std::chrono::milliseconds(249));
+    EXPECT_TRUE(product_.TaskLog().empty());
+
+    clock_->Advance(std::chrono::milliseconds(1));
+    requester.join();
+
+    EXPECT_EQ(1u, product_.TaskLog().size());
+}
+
+TEST_F(AgentTest, StopEndsADelay) {
+    Misbehave("delay 3600000");
+    CAgent& agent = Agent();
+    boost::thread requester([&] { Kill(); });
+    ASSERT_TRUE(clock_->AwaitWaiters(1));
+
+    agent.Stop();
+    requester.join();
+    Kill();
+
+    EXPECT_EQ(2u, product_.TaskLog().size());
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent
