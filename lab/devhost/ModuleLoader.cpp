@@ -1,5 +1,7 @@
 #include "lab/devhost/ModuleLoader.h"
 
+#include <stdexcept>
+
 namespace Kyr::Lab::DevHost {
 
 namespace {
@@ -10,7 +12,12 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 }  // namespace
 
 CModuleLoader::CModuleLoader(const std::string& libraryPath) {
-    loader_.loadLibrary(libraryPath);
+    try {
+        loader_.loadLibrary(libraryPath);
+    } catch (const Poco::Exception& exception) {
+        // Its what() says only that loading failed; the reason stands in its message.
+        throw std::runtime_error(exception.displayText());
+    }
 }
 
 CModuleLoader::Module& CModuleLoader::Create() {

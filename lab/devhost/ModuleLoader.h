@@ -4,7 +4,7 @@
 // leave thread-specific values behind whose clean-up stands in the library.
 //
 // Threads: one at a time.
-// Errors: Poco::Exception (std::exception) when the library or the class cannot be had.
+// Errors: std::exception when the library or the class cannot be had.
 #pragma once
 
 #include <Poco/ClassLoader.h>

@@ -23,7 +23,9 @@ class CLoadedLibrary {
     CLoadedLibrary() { loader_.loadLibrary(LibraryPath()); }
     CLoadedLibrary(const CLoadedLibrary&) = delete;
     CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
-    ~CLoadedLibrary() { loader_.unloadLibrary(LibraryPath()); }
+    // Not unloaded: the threads that use a module leave thread-specific values behind whose
+    // clean-up stands in the library.
+    ~CLoadedLibrary() = default;
 
     const Poco::Manifest<Module>& Manifest() const { return loader_.manifestFor(LibraryPath()); }
     /// Throws Poco::NotFoundException when the library does not offer the connector's class.

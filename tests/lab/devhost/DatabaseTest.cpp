@@ -1,9 +1,9 @@
 #include <gmock/gmock.h>
+#include <memory>
 #include <stdexcept>
 
-#include <boost/filesystem/operations.hpp>
-
 #include "lab/devhost/Database.h"
+#include "tests/lab/devhost/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {
@@ -16,20 +16,11 @@ using ::testing::IsEmpty;
 
 class DatabaseTest : public ::testing::Test {
   protected:
-    DatabaseTest()
-        : folder_(boost::filesystem::temp_directory_path() /
-                  boost::filesystem::unique_path("kyr-%%%%-%%%%-%%%%")) {
-        boost::filesystem::create_directory(folder_);
-        Reopen();
-    }
-    ~DatabaseTest() override {
-        database_.reset();
-        boost::filesystem::remove_all(folder_);
-    }
+    DatabaseTest() { Reopen(); }
 
     void Reopen() {
         database_.reset();
-        database_ = std::make_unique<CDatabase>((folder_ / "host.db").string());
+        database_ = std::make_unique<CDatabase>(folder_.File("host.db"));
     }
 
     IKeyValueAccessMapper& KeyValues() {
@@ -39,7 +30,7 @@ class DatabaseTest : public ::testing::Test {
         return dynamic_cast<IOvRemediationActionsMapper&>(*database_->GetMapper(388));
     }
 
-    const boost::filesystem::path folder_;
+    const CTemporaryFolder folder_;
     std::unique_ptr<CDatabase> database_;
 };
 
@@ -114,7 +105,7 @@ TEST_F(DatabaseTest, InstanceIdentifierStaysTheSameOverReopening) {
 }
 
 TEST_F(DatabaseTest, BatchThatCannotBeStoredWholeIsNotStoredAtAll) {
-    Lab::DevHost::CSqliteConnection other((folder_ / "host.db").string());
+    Lab::DevHost::CSqliteConnection other(folder_.File("host.db"));
     other.Execute(
         "CREATE TRIGGER refuse BEFORE INSERT ON remediation_actions WHEN NEW.action = x'6261' "
         "BEGIN SELECT RAISE(ABORT, 'refused'); END");
@@ -124,7 +115,7 @@ TEST_F(DatabaseTest, BatchThatCannotBeStoredWholeIsNotStoredAtAll) {
 }
 
 TEST_F(DatabaseTest, FileThatCannotBeOpenedIsAnError) {
-    EXPECT_THROW(CDatabase((folder_ / "absent" / "host.db").string()), std::runtime_error);
+    EXPECT_THROW(CDatabase(folder_.File("absent/host.db")), std::runtime_error);
 }
 
 }  // namespace

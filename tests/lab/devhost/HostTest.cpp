@@ -66,10 +66,14 @@ TEST_F(HostTest, BlockCommandPublishesTheTask) {
     EXPECT_EQ(LastEvent(), "publish type=919 name=BlockExecutableByHash context=1 by=host");
 }
 
-TEST(HostWithoutLibraryTest, MissingLibraryIsAnError) {
+TEST(HostWithoutLibraryTest, MissingLibraryIsAnErrorThatNamesIt) {
     CEventList events;
-    EXPECT_THROW(CHost({"/absent/library", ":memory:"}, events.Sink(), events.Sink()),
-                 std::exception);
+    try {
+        const CHost host({"/absent/library", ":memory:"}, events.Sink(), events.Sink());
+        FAIL() << "no exception";
+    } catch (const std::runtime_error& exception) {
+        EXPECT_THAT(exception.what(), ::testing::HasSubstr("/absent/library"));
+    }
 }
 
 }  // namespace
