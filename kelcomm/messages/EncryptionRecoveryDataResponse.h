@@ -1,0 +1,20 @@
+// The recovery passwords and recovery data that disk encryption has to offer.
+#pragma once
+
+#include <vector>
+
+#include "connector/channel/Responses.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+
+class CGetEncryptionRecoveryDataResponse final : public Common::CGetEncryptionRecoveryDataResponse {
+  public:
+    /// Appends to both lists.
+    void Deserialize(const std::vector<unsigned char>& reply) override;
+    const CEncryptionRecoveryData& GetRecoveryData() const override { return recoveryData_; }
+
+  private:
+    CEncryptionRecoveryData recoveryData_;
+};
+
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages

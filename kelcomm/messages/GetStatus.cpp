@@ -1,0 +1,76 @@
+#include "kelcomm/messages/GetStatus.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include "kelcomm/messages/CommandHeader.h"
+#include "kelcomm/messages/ReplyReader.h"
+#include "kelcomm/messages/XmlPayload.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+
+namespace {
+
+struct StatusMeaning {
+    std::uint32_t status;
+    std::int64_t severity;
+    std::uint64_t textId;
+};
+
+constexpr StatusMeaning kMeanings[] = {
+    {0, 1, 0x071000000000021E},
+    {1, 3, 0x071000000000021F},
+    {2, 5, 0x0710000000000220},
+};
+
+const StatusMeaning& MeaningOf(std::uint32_t status) {
+    const auto* meaning = std::find_if(
+        std::begin(kMeanings), std::end(kMeanings),
+        [status](const StatusMeaning& candidate) { return candidate.status == status; });
+    if (meaning == std::end(kMeanings)) {
+        throw std::runtime_error("Unknown protection status");
+    }
+    return *meaning;
+}
+
+std::uint64_t ResourceId(const std::string& text) {
+    return static_cast<std::uint64_t>(ParseHex64(text));
+}
+
+CProtectionStatusRecord ReadRecord(const boost::property_tree::ptree& element) {
+    CProtectionStatusRecord record;
+    record.status = ParseHex32(ReadAttribute(element, "STATUS"));
+    if (record.status == CProtectionStatusRecord::kNotAvailable) {
+        return record;
+    }
+    const StatusMeaning& meaning = MeaningOf(record.status);
+    record.severity = meaning.severity;
+    record.statusTextId = meaning.textId;
+    record.categoryId = ResourceId(ReadAttribute(element, "CATEGORY_RES_ID"));
+    record.statusId = ResourceId(ReadAttribute(element, "STATUS_RES_ID"));
+    if (const auto description = FindAttribute(element, "DESCRIPTION_RES_ID")) {
+        record.descriptionId = ResourceId(*description);
+    }
+    return record;
+}
+
+}  // namespace
+
+std::vector<unsigned char> CGetStatusRequest::Serialize() const {
+    return MakeRequest(Command::GetStatus);
+}
+
+void CGetStatusResponse::Deserialize(const std::vector<unsigned char>& reply) {
+    CReplyReader reader(reply);
+    if (reader.GetPayloadLength() != 0) {
+        rawContent_ = reader.ReadPayload();
+    }
+    const auto tree = ParseXml(rawContent_);
+    for (const auto& [name, element] : tree.get_child("TULK.SECTION.STATUS")) {
+        if (name == "RECORD") {
+            records_.push_back(ReadRecord(element));
+        }
+    }
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages

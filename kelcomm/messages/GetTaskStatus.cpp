@@ -1,0 +1,88 @@
+#include "kelcomm/messages/GetTaskStatus.h"
+
+#include <stdexcept>
+#include <string>
+#include <utility>
+
+#include <boost/algorithm/string/classification.hpp>
+#include <boost/algorithm/string/split.hpp>
+#include <boost/locale/encoding_utf.hpp>
+
+#include "kelcomm/messages/CommandHeader.h"
+#include "kelcomm/messages/ReplyReader.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+
+namespace {
+
+/// UTF-16 units up to a zero or the reply's end, as UTF-8. An odd last byte is no unit.
+std::string ReadUserData(CReplyReader& reader) {
+    std::u16string units;
+    while (reader.HasRemaining(sizeof(char16_t))) {
+        const char16_t unit = reader.ReadU16();
+        if (unit == 0) {
+            break;
+        }
+        units.push_back(unit);
+    }
+    return boost::locale::conv::utf_to_utf<char>(units);
+}
+
+std::vector<std::string> SplitUserData(const std::string& userData) {
+    std::vector<std::string> parts;
+    boost::algorithm::split(parts, userData, boost::algorithm::is_any_of(";, "));
+    if (parts.size() != 3) {
+        // The spelling is the product family's own; log readers match on it.
+        throw std::runtime_error("Task log: Log record has badly formated uuids in user data");
+    }
+    return parts;
+}
+
+void SetOutcome(CTaskStatusRecord& record, std::uint32_t statusWord) {
+    switch (statusWord) {
+        case 0:
+            record.code = 0x000000010000000A;
+            record.severity = 20;
+            record.status = 1;
+            break;
+        case 1:
+            record.code = 0x000000010000000B;
+            record.severity = 30;
+            record.status = 1;
+            break;
+        default:
+            record.code = 0x000000010000000C;
+            record.description = "Task failed";
+            record.severity = 40;
+            record.status = 4;
+            break;
+    }
+}
+
+}  // namespace
+
+std::vector<unsigned char> CGetTaskStatusRequest::Serialize() const {
+    return MakeRequest(Command::GetTaskStatus);
+}
+
+void CGetTaskStatusResponse::Deserialize(const std::vector<unsigned char>& reply) {
+    CReplyReader reader(reply);
+    if (reader.GetPayloadLength() == 0) {
+        return;
+    }
+    reader.ReadU32();  // known to the product only
+    const std::uint32_t statusWord = reader.ReadU32();
+    reader.MoveTo(reader.ReadU32());
+    const std::vector<std::string> parts = SplitUserData(ReadUserData(reader));
+
+    // The second and the third part change places: the product sends them in the order of the
+    // request's USERDATA, outcome events carry the message's first, third and second identifier.
+    CTaskStatusRecord record;
+    record.firstIdentifier.set_uuid(parts[0]);
+    record.secondIdentifier.set_uuid(parts[2]);
+    record.thirdIdentifier.set_uuid(parts[1]);
+    SetOutcome(record, statusWord);
+    records_.push_back(std::move(record));
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages

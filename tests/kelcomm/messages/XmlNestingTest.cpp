@@ -1,0 +1,66 @@
+#include <gtest/gtest.h>
+
+#include "kelcomm/messages/XmlNesting.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+namespace {
+
+/// The deepest nesting that the scanner sees in `text`.
+int Depth(const std::string& text) {
+    int depth = 0;
+    while (NestsDeeperThan(text, depth)) {
+        ++depth;
+    }
+    return depth;
+}
+
+TEST(XmlNestingTest, SiblingsDoNotNest) {
+    EXPECT_EQ(Depth("<a><b></b><b/><b x='1' /></a><a></a>"), 2);
+}
+
+TEST(XmlNestingTest, UnclosedElementsCount) {
+    EXPECT_EQ(Depth("<a><b x=\"1\"><c"), 2);
+}
+
+TEST(XmlNestingTest, DeclarationCommentsAndCharacterDataDoNotCount) {
+    EXPECT_EQ(
+        Depth("<?xml version='1.0'?><!--<a><a>--><![CDATA[<a><a>]]><!DOCTYPE x [<a><a>]><b/>"), 0);
+}
+
+// What only looks like an end must not make the scanner count less than the parser nests.
+
+TEST(XmlNestingTest, EndTagsInsideValuesCloseNothing) {
+    EXPECT_EQ(Depth("<a x='</a>'><a x=\"</a>\"><a>"), 3);
+}
+
+TEST(XmlNestingTest, EmptyTagsInsideValuesCloseNothing) {
+    EXPECT_EQ(Depth("<a x='/>'><a x=\"/>\"><a y='\"' x=\"/>\">"), 3);
+}
+
+TEST(XmlNestingTest, EndTagsInsideMarkupCloseNothing) {
+    EXPECT_EQ(Depth("<a><!--</a>--><?p </a>?><![CDATA[</a>]]><!DOCTYPE d [</a>[</a>]</a>]><a>"), 2);
+}
+
+TEST(XmlNestingTest, QuotesInNamesOpenNoValue) {
+    EXPECT_EQ(Depth("<a\"><a'><a>"), 3);
+}
+
+TEST(XmlNestingTest, QuotesInUnknownMarkupHideNothing) {
+    EXPECT_EQ(Depth("<!x \"><a><!x '><a>"), 2);
+}
+
+TEST(XmlNestingTest, ScanningEndsWhereTheParserGivesUp) {
+    EXPECT_EQ(Depth("<a><b x><c><d>"), 1);
+    EXPECT_EQ(Depth("<a><!-- <b>"), 1);
+    EXPECT_EQ(Depth(std::string("<a>\0<b>", 7)), 1);
+}
+
+TEST(XmlNestingTest, ShortestTexts) {
+    EXPECT_EQ(Depth(""), 0);
+    EXPECT_EQ(Depth("<"), 0);
+    EXPECT_EQ(Depth("</"), 0);
+    EXPECT_EQ(Depth("<a"), 0);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <boost/property_tree/xml_parser.hpp>
+
+#include "kelcomm/messages/XmlPayload.h"
+#include "tests/support/GroupingLocale.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+namespace {
+
+using boost::property_tree::ptree_bad_path;
+using boost::property_tree::xml_parser_error;
+using Test::CGroupingLocale;
+
+/// `count` elements inside each other.
+std::string Nested(int count) {
+    std::string text;
+    for (int i = 0; i < count; ++i) {
+        text += "<a>";
+    }
+    for (int i = 0; i < count; ++i) {
+        text += "</a>";
+    }
+    return text;
+}
+
+TEST(XmlPayloadTest, EmptyTextIsAnEmptyTree) {
+    EXPECT_TRUE(ParseXml("").empty());
+}
+
+TEST(XmlPayloadTest, PathsAreSeparatedByDots) {
+    EXPECT_EQ(ParseXml("<A><B><C>text</C></B></A>").get<std::string>("A.B.C"), "text");
+}
+
+TEST(XmlPayloadTest, MalformedTextThrowsTheParsersError) {
+    EXPECT_THROW(ParseXml("<A><B></A>trailing"), xml_parser_error);
+    EXPECT_THROW(ParseXml("no element"), xml_parser_error);
+}
+
+TEST(XmlPayloadTest, MissingPathThrowsBadPath) {
+    EXPECT_THROW(ParseXml("<A/>").get_child("A.B"), ptree_bad_path);
+}
+
+TEST(XmlPayloadTest, WhitespaceIsKeptAndCommentsAreChildren) {
+    const auto tree = ParseXml("<A> x <!--c--></A>");
+    EXPECT_EQ(tree.get<std::string>("A"), " x ");
+    EXPECT_EQ(tree.get<std::string>("A.<xmlcomment>"), "c");
+}
+
+TEST(XmlPayloadTest, AttributesAreReadByName) {
+    const auto tree = ParseXml(R"(<A X="1" Y=""/>)");
+    EXPECT_EQ(ReadAttribute(tree.get_child("A"), "X"), "1");
+    EXPECT_EQ(ReadAttribute(tree.get_child("A"), "Y"), "");
+}
+
+TEST(XmlPayloadTest, MissingMandatoryAttributeThrowsBadPath) {
+    EXPECT_THROW(ReadAttribute(ParseXml("<A X='1'/>").get_child("A"), "Z"), ptree_bad_path);
+    EXPECT_THROW(ReadAttribute(ParseXml("<A/>").get_child("A"), "Z"), ptree_bad_path);
+}
+
+TEST(XmlPayloadTest, MissingOptionalAttributeIsNone) {
+    const auto tree = ParseXml(R"(<A X="1"/>)");
+    EXPECT_EQ(FindAttribute(tree.get_child("A"), "Z"), std::nullopt);
+    EXPECT_EQ(FindAttribute(tree.get_child("A"), "X"), "1");
+}
+
+TEST(XmlPayloadTest, HexadecimalNumbers) {
+    EXPECT_EQ(ParseHex32("1"), 1u);
+    EXPECT_EQ(ParseHex32("10"), 16u);
+    EXPECT_EQ(ParseHex32("FFFFFFFF"), 0xFFFFFFFFu);
+    EXPECT_EQ(ParseHex32("ffffffff"), 0xFFFFFFFFu);
+    EXPECT_EQ(ParseHex64("071000000000021E"), 0x071000000000021E);
+    EXPECT_EQ(ParseHex64("-1"), -1);
+}
+
+TEST(XmlPayloadTest, TextThatIsNoNumberIsZero) {
+    EXPECT_EQ(ParseHex32(""), 0u);
+    EXPECT_EQ(ParseHex32("xyz"), 0u);
+    EXPECT_EQ(ParseHex64("g"), 0);
+}
+
+TEST(XmlPayloadTest, WhatFollowsTheDigitsIsIgnored) {
+    EXPECT_EQ(ParseHex32("2 or so"), 2u);
+}
+
+TEST(XmlPayloadTest, NumberTooLargeIsTheTypesLimit) {
+    EXPECT_EQ(ParseHex32("1FFFFFFFF"), 0xFFFFFFFFu);
+    EXPECT_EQ(ParseHex64("FFFFFFFFFFFFFFFF"), 0x7FFFFFFFFFFFFFFF);
+}
+
+TEST(XmlPayloadTest, DigitGroupsOfTheProcessesLocaleAreNotRead) {
+    const CGroupingLocale locale;
+    EXPECT_EQ(ParseHex32("1,000"), 1u);
+}
+
+TEST(XmlPayloadTest, NestingOf256ElementsIsParsed) {
+    EXPECT_FALSE(ParseXml(Nested(256)).empty());
+}
+
+TEST(XmlPayloadTest, NestingOf257ElementsIsRefusedLikeMalformedText) {
+    EXPECT_THROW(ParseXml(Nested(257)), xml_parser_error);
+}
+
+TEST(XmlPayloadTest, NestingThatWouldUseUpTheStackIsRefused) {
+    EXPECT_THROW(ParseXml(Nested(1000000)), xml_parser_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages
