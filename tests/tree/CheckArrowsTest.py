@@ -1,11 +1,7 @@
 """Tests of scripts/check-arrows on small trees made for each case."""
-import pathlib
-import subprocess
-import sys
-import tempfile
 import unittest
 
-SCRIPT = pathlib.Path(__file__).resolve().parents[2] / "scripts" / "check-arrows"
+from TreeCheck import TreeCheck
 
 TABLES = """# Architecture
 
@@ -25,33 +21,15 @@ TABLES = """# Architecture
 """
 
 
-class CheckArrows(unittest.TestCase):
+class CheckArrows(TreeCheck):
+    script = "check-arrows"
+
     def setUp(self):
-        folder = tempfile.TemporaryDirectory()
-        self.addCleanup(folder.cleanup)
-        self.root = pathlib.Path(folder.name)
+        super().setUp()
         self.write("docs/architecture.md", TABLES)
         self.write("low/Low.h")
         self.write("low/deep/Deep.h")
         self.write("high/High.h")
-
-    def write(self, path, *lines):
-        file = self.root / path
-        file.parent.mkdir(parents=True, exist_ok=True)
-        file.write_text("".join(line + "\n" for line in lines), encoding="utf-8")
-
-    def run_check(self):
-        return subprocess.run([sys.executable, str(SCRIPT), "--root", str(self.root)],
-                              capture_output=True, text=True, check=False)
-
-    def assert_holds(self):
-        result = self.run_check()
-        self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
-
-    def assert_finds(self, *findings):
-        result = self.run_check()
-        self.assertEqual("".join(finding + "\n" for finding in findings), result.stdout + result.stderr)
-        self.assertEqual(1, result.returncode)
 
     def test_arrow_in_the_table_holds(self):
         self.write("high/High.cpp", '#include "high/High.h"', "#include <vector>", '#include "low/Low.h"')
