@@ -88,6 +88,7 @@ std::vector<std::string> CBus::DumpSubscribers() const {
         subscribers = subscribers_;
     }
     std::vector<std::string> dumps;
+    dumps.reserve(subscribers.size());
     for (const Subscriber& subscriber : subscribers) {
         dumps.push_back(subscriber->Dump());
     }
