@@ -1,0 +1,59 @@
+#include <gtest/gtest.h>
+
+#include "kelcomm/LocalSystem.h"
+#include "tests/support/ScriptedNative.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+class LocalSystemTest : public testing::Test {
+  protected:
+    bool RunsAsLocalSystem() {
+        return Connectors::Common::Kelcomm::RunsAsLocalSystem(native_.GetFunctions());
+    }
+    void TearDown() override {
+        EXPECT_EQ(0U, native_.CountLive());
+        EXPECT_EQ(0U, native_.badCloses);
+    }
+
+    CScriptedNative native_;
+};
+
+TEST_F(LocalSystemTest, EqualUserIsLocalSystem) {
+    native_.isLocalSystem = true;
+    EXPECT_TRUE(RunsAsLocalSystem());
+}
+
+TEST_F(LocalSystemTest, OtherUserIsNot) {
+    EXPECT_FALSE(RunsAsLocalSystem());
+}
+
+TEST_F(LocalSystemTest, AsksForTheTokenUserAndTheWellKnownIdentifier) {
+    RunsAsLocalSystem();
+    EXPECT_EQ(8U, native_.tokenAccess);
+    EXPECT_EQ(76U, native_.tokenBufferSize);
+    EXPECT_EQ(std::vector<std::uint32_t>({5, 1, 18}), native_.sidParts);
+}
+
+TEST_F(LocalSystemTest, UnreadableTokenIsNot) {
+    native_.isLocalSystem = true;
+    for (const char* function :
+         {"AllocateAndInitializeSid", "GetTokenInformation", "OpenProcessToken"}) {
+        native_.Fail(function);
+        EXPECT_FALSE(RunsAsLocalSystem()) << function;
+    }
+}
+
+TEST_F(LocalSystemTest, SystemWithoutTokensIsNot) {
+    native_.isLocalSystem = true;
+    for (const char* function :
+         {"EqualSid", "AllocateAndInitializeSid", "GetTokenInformation", "OpenProcessToken"}) {
+        native_.Remove(function);
+        EXPECT_FALSE(RunsAsLocalSystem()) << function;
+    }
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
