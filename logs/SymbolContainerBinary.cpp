@@ -2,11 +2,13 @@
 //   u32 count, count x u32 id, count x (u32 tag, value)
 // Value: 8 bytes for integer, double, resource id and time (its tick count); 16 bytes for a uuid;
 // one byte for a bool; u32 length and bytes for string and blob.
+#include <array>
 #include <cstring>
 #include <ios>
 #include <stdexcept>
 #include <string_view>
 
+#include "base/LittleEndian.h"
 #include "logs/SymbolContainer.h"
 #include "logs/SymbolText.h"
 #include "logs/SymbolTime.h"
@@ -44,7 +46,7 @@ class CWriter {
   public:
     explicit CWriter(std::string& out) : out_(out) {}
 
-    void U32(std::uint32_t value) { Number(value, 4); }
+    void U32(std::uint32_t value) { Number(value); }
 
     void operator()(const BlobValue& value) { Text(kTagBlob, value.bytes); }
     void operator()(const std::string& value) { Text(kTagString, value); }
@@ -70,14 +72,15 @@ class CWriter {
     }
 
   private:
-    void Number(std::uint64_t value, int bytes) {
-        for (int byte = 0; byte < bytes; ++byte) {
-            out_.push_back(static_cast<char>(value >> 8 * byte & 0xFF));
-        }
+    template <typename Integer>
+    void Number(Integer value) {
+        std::array<char, sizeof(Integer)> bytes;
+        Base::StoreLittleEndian(bytes.data(), value);
+        out_.append(bytes.data(), bytes.size());
     }
     void Eight(Tag tag, std::uint64_t value) {
         U32(tag);
-        Number(value, 8);
+        Number(value);
     }
     void Text(Tag tag, const std::string& value) {
         U32(tag);
@@ -101,8 +104,8 @@ class CReader {
         rest_.remove_prefix(length);
         return taken;
     }
-    std::uint32_t U32() { return static_cast<std::uint32_t>(Number(4)); }
-    std::uint64_t U64() { return Number(8); }
+    std::uint32_t U32() { return Number<std::uint32_t>(); }
+    std::uint64_t U64() { return Number<std::uint64_t>(); }
     std::string Text() { return std::string(Take(U32())); }
 
     SymbolValue Value(std::int32_t id) {
@@ -135,13 +138,9 @@ class CReader {
     }
 
   private:
-    std::uint64_t Number(int bytes) {
-        const std::string_view taken = Take(static_cast<std::size_t>(bytes));
-        std::uint64_t value = 0;
-        for (int byte = bytes; byte-- > 0;) {
-            value = value << 8 | static_cast<unsigned char>(taken[static_cast<std::size_t>(byte)]);
-        }
-        return value;
+    template <typename Integer>
+    Integer Number() {
+        return Base::LoadLittleEndian<Integer>(Take(sizeof(Integer)).data());
     }
 
     std::string_view rest_;
