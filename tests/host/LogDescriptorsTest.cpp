@@ -1,0 +1,187 @@
+#include <gtest/gtest.h>
+#include <set>
+#include <tuple>
+
+#include "host/logs/LogDescriptorMapOverride.h"
+#include "host/logs/LogDescriptorTable.h"
+#include "tests/support/ThrownText.h"
+
+namespace Kyr::Common::Logs {
+namespace {
+
+using Kernel::MessageType;
+using Test::ThrownText;
+
+constexpr auto kEvent = static_cast<MessageType>(20001);
+constexpr auto kDelta = static_cast<MessageType>(20002);
+constexpr auto kStatus = static_cast<MessageType>(20003);
+
+const CLogDescriptorMap& StandardMap() {
+    return CLogDescriptorMap::Instance();
+}
+
+/// The (number, data type) of all symbols of a log that have `tag`.
+std::set<std::pair<std::int32_t, int>> Tagged(const CLogDescriptor& log, std::int32_t tag) {
+    std::set<std::pair<std::int32_t, int>> symbols;
+    for (const auto& symbol : log.GetDeltaSymbolsByTag(tag)) {
+        symbols.emplace(symbol->GetDeltaSymbolType(), symbol->GetDataType());
+    }
+    return symbols;
+}
+
+CLogDescriptorMap SmallMap() {
+    return {
+        {{{kEvent, kDelta, kStatus},
+          DataDefinition::Logs::TASK,
+          DataDefinition::Logs::PROTECTION_STATUS}},
+        {{DataDefinition::Logs::PROTECTION_STATUS, true, {{1, kString, {6, 15}, 10}, {2, kBool}}}}};
+}
+
+// The classes
+
+TEST(LogDescriptorsTest, SymbolKnowsWhatItWasMadeOf) {
+    const auto symbol = SmallMap().GetLogDescriptor(kStatus)->GetSymbolDescriptor(1);
+    EXPECT_EQ(symbol->GetDeltaSymbolType(), 1);
+    EXPECT_EQ(symbol->GetDataType(), kString);
+    EXPECT_EQ(symbol->GetOtlLength(), 10u);
+    EXPECT_TRUE(symbol->HasTag(15));
+    EXPECT_FALSE(symbol->HasTag(7));
+}
+
+TEST(LogDescriptorsTest, LogKeepsTheDeclaredOrder) {
+    const auto log = SmallMap().GetLogDescriptor(kStatus);
+    ASSERT_EQ(log->GetDeltaSymbols().size(), 2u);
+    EXPECT_EQ(log->GetDeltaSymbols()[0]->GetDeltaSymbolType(), 1);
+    EXPECT_EQ(log->GetDeltaSymbolsByTag(6).size(), 1u);
+    EXPECT_TRUE(log->IsLogMultiproduct());
+    EXPECT_THROW(log->GetSymbolDescriptor(3), std::runtime_error);
+}
+
+TEST(LogDescriptorsTest, MessageDescriptorTellsTheFormsApart) {
+    const CLogDescriptorMap map = SmallMap();
+    for (const MessageType type : {kEvent, kDelta, kStatus}) {
+        const auto& message = map.GetMessageDescriptor(type);
+        EXPECT_EQ(message.GetEventMessageType(), kEvent);
+        EXPECT_EQ(message.GetDeltaMessageType(), kDelta);
+        EXPECT_EQ(message.GetStatusMessageType(), kStatus);
+        EXPECT_EQ(message.IsDelta(type), type == kDelta);
+    }
+}
+
+TEST(LogDescriptorsTest, LogTypeFollowsTheForm) {
+    const auto& message =
+        CLogMessageDescriptor({kEvent, kDelta, kStatus}, DataDefinition::Logs::TASK,
+                              DataDefinition::Logs::AGENT_PRESENCE);
+    EXPECT_EQ(message.GetLogType(kEvent), DataDefinition::Logs::TASK);
+    EXPECT_EQ(message.GetLogType(kDelta), DataDefinition::Logs::AGENT_PRESENCE);
+    EXPECT_EQ(message.GetLogType(kStatus), DataDefinition::Logs::AGENT_PRESENCE);
+    EXPECT_EQ(message.GetEventLogType(), DataDefinition::Logs::TASK);
+    EXPECT_EQ(message.GetDeltaLogType(), DataDefinition::Logs::AGENT_PRESENCE);
+}
+
+TEST(LogDescriptorsTest, TypeThatIsNoLogHasNoForm) {
+    const auto& nothing = StandardMap().GetMessageDescriptor(MessageType::KillProcessByPid);
+    EXPECT_EQ(nothing.GetEventMessageType(), kNoMessageType);
+    EXPECT_EQ(nothing.GetDeltaMessageType(), kNoMessageType);
+    EXPECT_EQ(nothing.GetStatusMessageType(), kNoMessageType);
+}
+
+TEST(LogDescriptorsTest, MapRefusesWhatItDoesNotKnow) {
+    const CLogDescriptorMap map = SmallMap();
+    EXPECT_FALSE(map.HasSymbol(99));
+    EXPECT_EQ(ThrownText([&] { map.GetLogTypeBySymbol(99); }),
+              "CLogDescriptorMap: Symbol 99 belongs to no log");
+    EXPECT_EQ(ThrownText([&] { map.GetLogDescriptor(DataDefinition::Logs::TASK); }),
+              "CLogDescriptorMap: Log type 4 has no descriptor");
+}
+
+TEST(LogDescriptorsTest, OverridesNestAndEnd) {
+    const CLogDescriptorMap outer = SmallMap();
+    const CLogDescriptorMap inner({}, {});
+    {
+        const CLogDescriptorMapOverride first(outer);
+        EXPECT_EQ(&CLogDescriptorMap::Instance(), &outer);
+        {
+            const CLogDescriptorMapOverride second(inner);
+            EXPECT_EQ(&CLogDescriptorMap::Instance(), &inner);
+        }
+        EXPECT_EQ(&CLogDescriptorMap::Instance(), &outer);
+    }
+    EXPECT_TRUE(CLogDescriptorMap::Instance().HasSymbol(4429));
+}
+
+// The table
+
+TEST(LogDescriptorTableTest, StatusTypesAreStatusOnly) {
+    for (const auto& [type, multiProduct] : {std::pair(MessageType::ProductStatus, false),
+                                             {MessageType::PresenceStatus, false},
+                                             {MessageType::MultiProductStatus, true}}) {
+        const auto& message = StandardMap().GetMessageDescriptor(type);
+        EXPECT_EQ(message.GetStatusMessageType(), type);
+        EXPECT_EQ(message.GetEventMessageType(), kNoMessageType);
+        EXPECT_EQ(message.GetDeltaMessageType(), kNoMessageType);
+        EXPECT_EQ(StandardMap().GetLogDescriptor(type)->IsLogMultiproduct(), multiProduct);
+    }
+}
+
+TEST(LogDescriptorTableTest, EventTypesAreEventsOnly) {
+    for (const auto type : {MessageType::TaskFailureEvent, MessageType::TaskEvent}) {
+        const auto& message = StandardMap().GetMessageDescriptor(type);
+        EXPECT_EQ(message.GetEventMessageType(), type);
+        EXPECT_EQ(message.GetStatusMessageType(), kNoMessageType);
+        EXPECT_EQ(message.GetDeltaMessageType(), kNoMessageType);
+    }
+}
+
+TEST(LogDescriptorTableTest, EverySymbolBelongsToOneLogAndHasNoLimit) {
+    std::set<std::int32_t> symbols;
+    for (const CLogDescriptor& log : LogTable()) {
+        for (const auto& symbol : log.GetDeltaSymbols()) {
+            EXPECT_TRUE(symbols.insert(symbol->GetDeltaSymbolType()).second);
+            EXPECT_EQ(symbol->GetOtlLength(), 0u);
+            EXPECT_EQ(StandardMap().GetLogTypeBySymbol(symbol->GetDeltaSymbolType()),
+                      log.GetLogType());
+        }
+    }
+    EXPECT_EQ(symbols.size(), 35u);
+}
+
+TEST(LogDescriptorTableTest, MandatorySymbolsOfStatusLogs) {
+    using Symbols = std::set<std::pair<std::int32_t, int>>;
+    EXPECT_EQ(
+        Tagged(*StandardMap().GetLogDescriptor(MessageType::ProductStatus), TAG_MANDATORY),
+        (Symbols{{235, 6}, {241, 1}, {242, 5}, {244, 1}, {245, 3}, {246, 3}, {247, 3}, {248, 3}}));
+    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(MessageType::PresenceStatus), TAG_MANDATORY),
+              (Symbols{{2141, 6}, {2143, 1}, {2144, 5}, {2146, 1}, {2147, 1}}));
+    const auto multi = StandardMap().GetLogDescriptor(MessageType::MultiProductStatus);
+    EXPECT_EQ(Tagged(*multi, TAG_MANDATORY),
+              (Symbols{{3552, 6}, {3554, 1}, {3555, 5}, {3559, 1}, {3560, 4}}));
+    EXPECT_EQ(Tagged(*multi, TAG_PRODUCT_KEY), (Symbols{{4429, 3}}));
+}
+
+TEST(LogDescriptorTableTest, MandatorySymbolsOfEventLogs) {
+    using Symbols = std::set<std::pair<std::int32_t, int>>;
+    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(DataDefinition::Logs::TASK), TAG_MANDATORY),
+              (Symbols{{2834, 6},
+                       {2836, 1},
+                       {2838, 5},
+                       {2842, 6},
+                       {2844, 6},
+                       {2846, 6},
+                       {2848, 3},
+                       {2850, 1},
+                       {2853, 3}}));
+    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(DataDefinition::Logs::PRODUCT_CONFIGURATION),
+                     TAG_MANDATORY),
+              (Symbols{{1886, 6}, {1888, 1}, {1889, 5}, {1891, 3}, {1892, 7}}));
+}
+
+TEST(LogDescriptorTableTest, OptionalSymbols) {
+    const auto status = StandardMap().GetLogDescriptor(MessageType::ProductStatus);
+    EXPECT_EQ(status->GetSymbolDescriptor(4298)->GetDataType(), kResourceId);
+    const auto task = StandardMap().GetLogDescriptor(DataDefinition::Logs::TASK);
+    EXPECT_EQ(task->GetSymbolDescriptor(2913)->GetDataType(), kString);
+}
+
+}  // namespace
+}  // namespace Kyr::Common::Logs
