@@ -1,0 +1,85 @@
+#include "portlayer/linux/Answers.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+using EState = CServerConnection::EState;
+
+}  // namespace
+
+bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids) {
+    return record.IsOpen() && !record.isConnectionRequest &&
+           record.ids.messageId == ids.messageId &&
+           (port.Dialect() == EDialect::Alpc || record.ids == ids) &&
+           record.connection->Port().get() == &port;
+}
+
+void AddWrites(COutgoingPacket& packet, const CPendingMessage& record) {
+    for (std::size_t i = 0; i < record.writeCount; ++i) {
+        const CPendingWrite& write = record.writes[i];
+        if (write.area.slot != kNoSlot) {
+            packet.AddShared(write.entry, write.area.slot, write.size);
+        } else {
+            packet.AddInline(write.entry, write.bytes.data(), write.size);
+        }
+    }
+}
+
+NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool accept,
+                          void* context, Handle& handle) {
+    handle = nullptr;
+    const CMessageIds ids = ReadIds(dialect, connectionRequest);
+    const auto record = FindPendingMessage(ids.messageId);
+    if (!record) {
+        return kStatusReplyMessageMismatch;
+    }
+    std::shared_ptr<CServerConnection> connection;
+    {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        if (!record->IsOpen() || !record->isConnectionRequest || !(record->ids == ids)) {
+            return kStatusReplyMessageMismatch;
+        }
+        record->answered = true;
+        connection = record->connection;
+    }
+    EndPendingMessage(record);
+    const auto port = connection->Port();
+    if (!port || port->Dialect() != dialect) {
+        return kStatusReplyMessageMismatch;
+    }
+    if (!accept) {
+        COutgoingPacket packet(EPacket::Refused);
+        connection->Send(packet);
+        port->Drop(connection);
+        return kStatusSuccess;
+    }
+    connection->SetContext(context);
+    const auto* const bytes = static_cast<const std::uint8_t*>(connectionRequest);
+    connection->SetConnectionAnswer({bytes, bytes + TotalLength(bytes)});
+    if (!connection->ChangeState(EState::Requested, EState::Accepted)) {
+        return kStatusPortDisconnected;
+    }
+    handle = AddHandle(std::make_shared<CServerCommPort>(connection));
+    if (handle == nullptr) {
+        port->Drop(connection);
+        return kStatusNoMemory;
+    }
+    return dialect == EDialect::Alpc ? CompleteConnection(*connection) : kStatusSuccess;
+}
+
+NtStatus CompleteConnection(CServerConnection& connection) {
+    const auto port = connection.Port();
+    // Connected before the client knows: its first request may come at once, on another thread.
+    if (!port || !connection.ChangeState(EState::Accepted, EState::Connected)) {
+        return kStatusPortDisconnected;
+    }
+    const std::vector<std::uint8_t> answer = connection.TakeConnectionAnswer();
+    COutgoingPacket packet(EPacket::Accepted);
+    packet.head.flags = static_cast<std::uint32_t>(port->Limits().message);
+    packet.SetMessage(answer.data(), answer.size());
+    return connection.Send(packet);
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,51 @@
+// How a server answers: replies to requests and connection requests of both kinds of ports.
+#pragma once
+
+#include "portlayer/linux/ServerPort.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// Replies to the open request with these ids; `fill` sets the packet's message and view.
+/// kStatusReplyMessageMismatch when the port has no such request.
+template <typename Fill>
+NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, Fill fill);
+
+/// Puts what was written to the request's data entries into the reply.
+void AddWrites(COutgoingPacket& packet, const CPendingMessage& record);
+
+/// True when the record is an open request of the port with these ids. Advanced ports know a
+/// message by its message id alone. REQUIRES: the record's mutex is held.
+bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids);
+
+/// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on
+/// when the connection is completed.
+NtApi::NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool accept,
+                                 void* context, NtApi::Handle& handle);
+NtApi::NtStatus CompleteConnection(CServerConnection& connection);
+
+template <typename Fill>
+NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, Fill fill) {
+    const auto record = FindPendingMessage(ids.messageId);
+    if (!record) {
+        return NtApi::kStatusReplyMessageMismatch;
+    }
+    NtApi::NtStatus status = NtApi::kStatusSuccess;
+    {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        if (!IsOpenRequest(*record, port, ids)) {
+            return NtApi::kStatusReplyMessageMismatch;
+        }
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = record->exchange;
+        fill(packet);
+        AddWrites(packet, *record);
+        record->answered = true;
+        // Before the reply, which takes the client's slots back to it.
+        record->ReleaseEager();
+        status = record->connection->Send(packet);
+    }
+    EndPendingMessage(record);
+    return status;
+}
+
+}  // namespace Kyr::PortLayer::Detail

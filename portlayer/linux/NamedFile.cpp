@@ -1,0 +1,105 @@
+#include "portlayer/linux/NamedFile.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+bool LockShared(int file) {
+    while (::flock(file, LOCK_SH) != 0) {
+        if (errno != EINTR) {
+            return false;
+        }
+    }
+    return true;
+}
+
+}  // namespace
+
+CNamedFile::~CNamedFile() {
+    // A lock that can be made exclusive was the last one.
+    if (file_.IsOpen() && ::flock(file_.Get(), LOCK_EX | LOCK_NB) == 0) {
+        struct stat info = {};
+        if (::fstat(file_.Get(), &info) == 0 && info.st_nlink != 0) {
+            ::unlinkat(directory_.Get(), name_.c_str(), 0);
+        }
+    }
+}
+
+NtStatus CNamedFile::Open(const char16_t* name, const char* kind) {
+    NtStatus status = FileNameOf(name, kind, name_);
+    if (status == kStatusSuccess) {
+        status = OpenRunDirectory(false, directory_);
+    }
+    return status == kStatusSuccess ? OpenLive() : status;
+}
+
+NtStatus CNamedFile::OpenLive() {
+    CFileDescriptor file(
+        ::openat(directory_.Get(), name_.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
+    if (!file.IsOpen()) {
+        return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
+    }
+    if (::flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
+        struct stat info = {};
+        if (::fstat(file.Get(), &info) == 0 && info.st_nlink != 0) {
+            ::unlinkat(directory_.Get(), name_.c_str(), 0);
+        }
+        return kStatusObjectNameNotFound;
+    }
+    struct stat info = {};
+    if (!LockShared(file.Get()) || ::fstat(file.Get(), &info) != 0 || info.st_nlink == 0) {
+        return kStatusObjectNameNotFound;
+    }
+    file_ = std::move(file);
+    return kStatusSuccess;
+}
+
+NtStatus CNamedFile::OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
+                                  const std::function<bool(int)>& initialise) {
+    NtStatus status = FileNameOf(name, kind, name_);
+    if (status == kStatusSuccess) {
+        status = OpenRunDirectory(true, directory_);
+    }
+    while (status == kStatusSuccess) {
+        const NtStatus opened = OpenLive();
+        if (opened != kStatusObjectNameNotFound) {
+            return opened;
+        }
+        status = Create(size, initialise);
+        if (status != kStatusObjectNameCollision) {
+            return status;
+        }
+        // Somebody was faster: open theirs.
+        status = kStatusSuccess;
+    }
+    return status;
+}
+
+NtStatus CNamedFile::Create(std::size_t size, const std::function<bool(int)>& initialise) {
+    CFileDescriptor file(::openat(directory_.Get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
+    if (!file.IsOpen() || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0 ||
+        !LockShared(file.Get()) || (initialise && !initialise(file.Get()))) {
+        return kStatusNoMemory;
+    }
+    const std::string source = "/proc/self/fd/" + std::to_string(file.Get());
+    if (::linkat(AT_FDCWD, source.c_str(), directory_.Get(), name_.c_str(), AT_SYMLINK_FOLLOW) !=
+        0) {
+        return errno == EEXIST ? kStatusObjectNameCollision : kStatusAccessDenied;
+    }
+    file_ = std::move(file);
+    return kStatusSuccess;
+}
+
+std::size_t CNamedFile::Size() const {
+    struct stat info = {};
+    return ::fstat(file_.Get(), &info) == 0 ? static_cast<std::size_t>(info.st_size) : 0;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,40 @@
+// The file behind a named mutex or section, alive while somebody holds it open.
+//
+// A system object ends with its last handle. So here: every holder keeps a shared lock on the file;
+// who finds it unlocked takes it for left behind by dead processes and removes it; the last holder
+// removes it on leaving. A new object gets its name only when it is complete.
+// Threads: any; one object is used by its owner alone.
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "portlayer/linux/FileDescriptor.h"
+#include "portlayer/linux/RunDirectory.h"
+
+namespace Kyr::PortLayer::Detail {
+
+class CNamedFile {
+  public:
+    CNamedFile() = default;
+    CNamedFile(const CNamedFile&) = delete;
+    CNamedFile& operator=(const CNamedFile&) = delete;
+    ~CNamedFile();
+
+    NtApi::NtStatus Open(const char16_t* name, const char* kind);
+    /// Opens the object, or makes it: `size` zero bytes, then `initialise` with the new file.
+    NtApi::NtStatus OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
+                                 const std::function<bool(int)>& initialise);
+    int Descriptor() const { return file_.Get(); }
+    std::size_t Size() const;
+
+  private:
+    NtApi::NtStatus OpenLive();
+    NtApi::NtStatus Create(std::size_t size, const std::function<bool(int)>& initialise);
+
+    CFileDescriptor directory_;
+    std::string name_;
+    CFileDescriptor file_;
+};
+
+}  // namespace Kyr::PortLayer::Detail

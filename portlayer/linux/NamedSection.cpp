@@ -1,0 +1,119 @@
+// Named sections and the views of them.
+#include <algorithm>
+#include <cstring>
+#include <map>
+#include <mutex>
+#include <sys/mman.h>
+
+#include "ntapi/Status.h"
+#include "portlayer/ServerFunctions.h"
+#include "portlayer/linux/Handles.h"
+#include "portlayer/linux/LiveCounterCells.h"
+#include "portlayer/linux/NamedFile.h"
+#include "portlayer/linux/SharedPool.h"
+
+namespace Kyr::PortLayer {
+
+namespace {
+
+using namespace Detail;
+
+// Values of the classic API.
+constexpr std::uint32_t kFileMapWrite = 2;
+constexpr std::uint32_t kFileMapRead = 4;
+constexpr std::uint32_t kPageReadWrite = 4;
+
+class CNamedSection : public CObject {
+  public:
+    CNamedSection(std::shared_ptr<CNamedFile> theFile, bool isWritable)
+        : file(std::move(theFile)), writable(isWritable) {}
+
+    const CLiveCount live{ECounter::Sections};
+    const std::shared_ptr<CNamedFile> file;
+    const bool writable;
+};
+
+/// A view keeps the object alive after the section's handle is closed.
+struct CView {
+    std::shared_ptr<CNamedFile> file;
+    CMapping mapping;
+};
+
+struct Views {
+    std::mutex mutex;
+    std::map<const void*, CView> byBase;  // guarded by mutex
+};
+
+// Made by the first call and never destroyed: views may stand at exit.
+Views& TheViews() {
+    static Views* const views = new Views;
+    return *views;
+}
+
+}  // namespace
+
+Handle KYR_NTAPI CreateFileMappingW(Handle file, void*, std::uint32_t protection,
+                                    std::uint32_t sizeHigh, std::uint32_t sizeLow,
+                                    const char16_t* name) {
+    if (file != reinterpret_cast<Handle>(~std::uintptr_t{0}) || protection != kPageReadWrite ||
+        sizeHigh != 0 || sizeLow == 0) {
+        return nullptr;
+    }
+    auto shared = std::make_shared<CNamedFile>();
+    if (shared->OpenOrCreate(name, "section", sizeLow, nullptr) != NtApi::kStatusSuccess ||
+        shared->Size() < sizeLow) {
+        return nullptr;
+    }
+    return AddHandle(std::make_shared<CNamedSection>(std::move(shared), true));
+}
+
+Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, Bool, const char16_t* name) {
+    auto shared = std::make_shared<CNamedFile>();
+    if ((access & (kFileMapRead | kFileMapWrite)) == 0 ||
+        shared->Open(name, "section") != NtApi::kStatusSuccess) {
+        return nullptr;
+    }
+    const bool writable = (access & kFileMapWrite) != 0;
+    return AddHandle(std::make_shared<CNamedSection>(std::move(shared), writable));
+}
+
+void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t offsetHigh,
+                              std::uint32_t offsetLow, std::size_t size) {
+    const auto section = Find<CNamedSection>(handle);
+    const bool writes = (access & kFileMapWrite) != 0;
+    if (!section || offsetHigh != 0 || offsetLow != 0 || (writes && !section->writable) ||
+        (access & (kFileMapRead | kFileMapWrite)) == 0) {
+        return nullptr;
+    }
+    const std::size_t whole = section->file->Size();
+    const std::size_t wanted = size == 0 ? whole : size;
+    CView view;
+    view.file = section->file;
+    if (wanted == 0 || wanted > whole ||
+        !view.mapping.Map(section->file->Descriptor(), wanted,
+                          writes ? PROT_READ | PROT_WRITE : PROT_READ)) {
+        return nullptr;
+    }
+    void* const base = view.mapping.Base();
+    Views& views = TheViews();
+    const std::lock_guard<std::mutex> lock(views.mutex);
+    views.byBase[base] = std::move(view);
+    CounterCell(ECounter::MappedViews).fetch_add(1, std::memory_order_relaxed);
+    return base;
+}
+
+Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
+    Views& views = TheViews();
+    CView ended;
+    const std::lock_guard<std::mutex> lock(views.mutex);
+    const auto found = views.byBase.find(base);
+    if (found == views.byBase.end()) {
+        return 0;
+    }
+    ended = std::move(found->second);
+    views.byBase.erase(found);
+    CounterCell(ECounter::MappedViews).fetch_sub(1, std::memory_order_relaxed);
+    return 1;
+}
+
+}  // namespace Kyr::PortLayer

@@ -1,0 +1,101 @@
+#include "portlayer/linux/Peer.h"
+
+#include <algorithm>
+#include <cstring>
+#include <errno.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <sys/un.h>
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// Connections that wait to be taken from the socket. Our choice; a full backlog only delays.
+constexpr int kBacklog = 128;
+
+bool FillAddress(const std::string& path, sockaddr_un& address) {
+    address = {};
+    address.sun_family = AF_UNIX;
+    if (path.size() >= sizeof address.sun_path) {
+        return false;
+    }
+    std::memcpy(address.sun_path, path.data(), path.size());
+    return true;
+}
+
+ucred PeerOf(int socket) {
+    ucred peer = {0, static_cast<uid_t>(-1), static_cast<gid_t>(-1)};
+    socklen_t size = sizeof peer;
+    ::getsockopt(socket, SOL_SOCKET, SO_PEERCRED, &peer, &size);
+    return peer;
+}
+
+}  // namespace
+
+NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline,
+                       CFileDescriptor& socket) {
+    sockaddr_un address;
+    if (!FillAddress(path, address)) {
+        return kStatusObjectNameInvalid;
+    }
+    socket.Reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    if (!socket.IsOpen()) {
+        return kStatusNoMemory;
+    }
+    if (!deadline.IsNever()) {
+        // The send time-out also limits connect; zero would mean none.
+        const int milliseconds = std::max(1, deadline.PollMilliseconds());
+        const timeval limit = {milliseconds / 1000, milliseconds % 1000 * 1000};
+        ::setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
+    }
+    while (::connect(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        switch (errno) {
+            case EINTR:
+                continue;
+            case EAGAIN:
+                return kStatusTimeout;
+            case EACCES:
+            case EPERM:
+                return kStatusAccessDenied;
+            default:
+                return kStatusObjectNameNotFound;
+        }
+    }
+    return kStatusSuccess;
+}
+
+NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket) {
+    sockaddr_un address;
+    if (!FillAddress(path, address)) {
+        return kStatusObjectNameInvalid;
+    }
+    socket.Reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!socket.IsOpen()) {
+        return kStatusNoMemory;
+    }
+    if (::bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
+        return errno == EADDRINUSE ? kStatusObjectNameCollision : kStatusAccessDenied;
+    }
+    return ::listen(socket.Get(), kBacklog) == 0 ? kStatusSuccess : kStatusAccessDenied;
+}
+
+bool IsSameUser(int socket) {
+    return PeerOf(socket).uid == ::geteuid();
+}
+
+std::uint32_t PeerProcessId(int socket) {
+    return static_cast<std::uint32_t>(PeerOf(socket).pid);
+}
+
+std::uint32_t CurrentThreadId() {
+    return static_cast<std::uint32_t>(::gettid());
+}
+
+std::uint32_t CurrentProcessId() {
+    return static_cast<std::uint32_t>(::getpid());
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,26 @@
+// Sockets and the process behind them.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "ntapi/Status.h"
+#include "portlayer/linux/Deadline.h"
+#include "portlayer/linux/FileDescriptor.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// Connects a new socket to the one that listens at `path`. kStatusObjectNameNotFound when nobody
+/// does; kStatusTimeout when its backlog stays full.
+NtApi::NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline,
+                              CFileDescriptor& socket);
+/// A new socket bound to `path` that listens.
+NtApi::NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket);
+
+/// True when the peer runs as our effective user.
+bool IsSameUser(int socket);
+std::uint32_t PeerProcessId(int socket);
+std::uint32_t CurrentThreadId();
+std::uint32_t CurrentProcessId();
+
+}  // namespace Kyr::PortLayer::Detail

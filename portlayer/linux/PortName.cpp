@@ -1,0 +1,68 @@
+#include "portlayer/linux/PortName.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+
+#include "portlayer/linux/Peer.h"
+#include "portlayer/linux/RunDirectory.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+std::string LockName(const std::string& file) {
+    return file + ".lock";
+}
+
+}  // namespace
+
+NtStatus CPortName::Take(const UnicodeString& name, CFileDescriptor& listener) {
+    NtStatus status = FileNameOf(name, "port", file_);
+    if (status == kStatusSuccess) {
+        status = OpenRunDirectory(true, directory_);
+    }
+    if (status == kStatusSuccess) {
+        status = Lock();
+    }
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    // What stands there now was left by a process that is gone.
+    ::unlinkat(directory_.Get(), file_.c_str(), 0);
+    return ListenSocket(PathIn(directory_, file_), listener);
+}
+
+NtStatus CPortName::Lock() {
+    const std::string lockName = LockName(file_);
+    for (;;) {
+        CFileDescriptor lock(::openat(directory_.Get(), lockName.c_str(),
+                                      O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
+        if (!lock.IsOpen()) {
+            return kStatusAccessDenied;
+        }
+        if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
+            return kStatusObjectNameCollision;
+        }
+        // The last owner may have removed the file between our open and our lock.
+        struct stat info = {};
+        if (::fstat(lock.Get(), &info) == 0 && info.st_nlink != 0) {
+            lock_ = std::move(lock);
+            return kStatusSuccess;
+        }
+    }
+}
+
+void CPortName::Give() {
+    if (!lock_.IsOpen()) {
+        return;
+    }
+    ::unlinkat(directory_.Get(), file_.c_str(), 0);
+    ::unlinkat(directory_.Get(), LockName(file_).c_str(), 0);
+    lock_.Reset();
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,114 @@
+#include "portlayer/linux/RunDirectory.h"
+
+#include <errno.h>
+#include <fcntl.h>
+#include <stdlib.h>
+#include <string_view>
+#include <sys/stat.h>
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// Our own limits: "/proc/self/fd/<n>/<name>" must fit the 108 bytes of a socket address.
+constexpr std::size_t kLongestFileName = 80;
+
+std::string DirectoryName() {
+    // secure_getenv: a program with raised rights does not let its caller choose the directory.
+    if (const char* own = ::secure_getenv("KELCOMM_RUNTIME_DIR"); own != nullptr && *own != '\0') {
+        return own;
+    }
+    if (const char* user = ::secure_getenv("XDG_RUNTIME_DIR"); user != nullptr && *user != '\0') {
+        return std::string(user) + "/kelcomm";
+    }
+    const uid_t uid = ::geteuid();
+    return uid == 0 ? "/run/kelcomm" : "/tmp/kelcomm-" + std::to_string(uid);
+}
+
+bool StripPrefix(std::string& name, std::string_view prefix) {
+    if (name.compare(0, prefix.size(), prefix) != 0) {
+        return false;
+    }
+    name.erase(0, prefix.size());
+    return true;
+}
+
+void AppendEscaped(std::string& file, char unit) {
+    const bool plain =
+        (unit >= 'a' && unit <= 'z') || (unit >= '0' && unit <= '9') || unit == '_' || unit == '-';
+    if (plain) {
+        file += unit;
+        return;
+    }
+    constexpr char kDigits[] = "0123456789abcdef";
+    file += '%';
+    file += kDigits[unit >> 4 & 15];
+    file += kDigits[unit & 15];
+}
+
+NtStatus FileNameOfUnits(const char16_t* units, std::size_t count, const char* kind,
+                         std::string& file) {
+    std::string name;
+    for (std::size_t i = 0; i < count; ++i) {
+        const char16_t unit = units[i];
+        if (unit < 0x20 || unit > 0x7E) {
+            return kStatusObjectNameInvalid;
+        }
+        name += static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 0x20 : unit);
+    }
+    StripPrefix(name, "\\basenamedobjects\\") || StripPrefix(name, "global\\") ||
+        StripPrefix(name, "local\\");
+    if (name.empty()) {
+        return kStatusObjectNameInvalid;
+    }
+    file.clear();
+    for (const char unit : name) {
+        AppendEscaped(file, unit);
+    }
+    file += '.';
+    file += kind;
+    return file.size() > kLongestFileName ? kStatusObjectNameInvalid : kStatusSuccess;
+}
+
+}  // namespace
+
+NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory) {
+    const std::string name = DirectoryName();
+    if (create && ::mkdir(name.c_str(), 0700) != 0 && errno != EEXIST) {
+        return errno == EACCES || errno == EPERM || errno == EROFS ? kStatusAccessDenied
+                                                                   : kStatusObjectNameNotFound;
+    }
+    directory.Reset(::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    if (!directory.IsOpen()) {
+        return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
+    }
+    struct stat info = {};
+    if (::fstat(directory.Get(), &info) != 0 || info.st_uid != ::geteuid() ||
+        (info.st_mode & 0777) != 0700) {
+        directory.Reset();
+        return kStatusAccessDenied;
+    }
+    return kStatusSuccess;
+}
+
+NtStatus FileNameOf(const UnicodeString& name, const char* kind, std::string& file) {
+    if (name.Buffer == nullptr || name.Length % 2 != 0) {
+        return kStatusObjectNameInvalid;
+    }
+    return FileNameOfUnits(name.Buffer, name.Length / 2, kind, file);
+}
+
+NtStatus FileNameOf(const char16_t* name, const char* kind, std::string& file) {
+    if (name == nullptr) {
+        return kStatusObjectNameInvalid;
+    }
+    return FileNameOfUnits(name, std::char_traits<char16_t>::length(name), kind, file);
+}
+
+std::string PathIn(const CFileDescriptor& directory, const std::string& file) {
+    return "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + file;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,33 @@
+// The private directory in which the names of ports, mutexes and sections live, and the file names
+// that object names map to.
+//
+// The directory is KELCOMM_RUNTIME_DIR, else $XDG_RUNTIME_DIR/kelcomm, else /run/kelcomm for root,
+// else /tmp/kelcomm-<uid>. It is made with mode 0700 when it does not exist; one that belongs to
+// another user, or that others may enter, is refused. It is looked up anew by every open, so a
+// process may change the variable.
+// Threads: any (as far as the environment is not changed meanwhile).
+#pragma once
+
+#include <string>
+
+#include "ntapi/Status.h"
+#include "ntapi/Types.h"
+#include "portlayer/linux/FileDescriptor.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// Opens the directory. kStatusAccessDenied when it is not private to the effective user.
+/// kStatusObjectNameNotFound when it does not exist and `create` is false.
+NtApi::NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory);
+
+/// "\BaseNamedObjects\Name", "Global\Name", "Local\Name" and "Name" are one object, and letters of
+/// either case are the same, as in the system's name space. `kind` becomes the extension: objects
+/// of different kinds do not collide here. kStatusObjectNameInvalid when the name is empty, not
+/// ASCII, or too long.
+NtApi::NtStatus FileNameOf(const NtApi::UnicodeString& name, const char* kind, std::string& file);
+NtApi::NtStatus FileNameOf(const char16_t* name, const char* kind, std::string& file);
+
+/// A path that reaches `file` through the open directory, whatever becomes of the directory's name.
+std::string PathIn(const CFileDescriptor& directory, const std::string& file);
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,63 @@
+// The server's end of one connection: its socket, its shared memory and what the server attached to
+// it. Made by CServerPort when a client's socket connects.
+//
+// Threads: any.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "portlayer/linux/AlpcMemory.h"
+#include "portlayer/linux/LiveCounterCells.h"
+#include "portlayer/linux/Packet.h"
+
+namespace Kyr::PortLayer::Detail {
+
+class CServerPort;
+
+class CServerConnection {
+  public:
+    /// Anonymous: the connection request has not come. Requested: the server has not answered it.
+    enum class EState { Anonymous, Requested, Accepted, Connected, Closed };
+
+    CServerConnection(std::weak_ptr<CServerPort> port, std::uint64_t number,
+                      CFileDescriptor socket);
+
+    int Socket() const { return socket_.Get(); }
+    std::uint64_t Number() const { return number_; }
+    std::uint32_t ClientProcessId() const { return clientProcessId_; }
+    std::shared_ptr<CServerPort> Port() const { return port_.lock(); }
+    CSendPool& SendPool() { return pool_; }
+    CReceivePool& ReceivePool() { return received_; }
+    CAlpcMemory& Memory() { return memory_; }
+
+    EState State() const { return state_.load(); }
+    void SetState(EState state) { state_.store(state); }
+    bool ChangeState(EState from, EState to) { return state_.compare_exchange_strong(from, to); }
+    void* Context() const { return context_.load(); }
+    void SetContext(void* context) { context_.store(context); }
+
+    /// What the client gets when its connection is completed. One thread at a time: the one that
+    /// answers the connection request.
+    void SetConnectionAnswer(std::vector<std::uint8_t> answer) { answer_ = std::move(answer); }
+    std::vector<std::uint8_t> TakeConnectionAnswer() { return std::move(answer_); }
+
+    /// Waits a moment for a client that does not read, then gives the connection up.
+    NtApi::NtStatus Send(COutgoingPacket& packet);
+
+  private:
+    const CLiveCount live_{ECounter::Connections};
+    const std::weak_ptr<CServerPort> port_;
+    const std::uint64_t number_;
+    const CFileDescriptor socket_;
+    const std::uint32_t clientProcessId_;
+    CSendPool pool_;
+    CReceivePool received_;
+    CAlpcMemory memory_;
+    std::vector<std::uint8_t> answer_;
+    std::atomic<EState> state_{EState::Anonymous};
+    std::atomic<void*> context_{nullptr};
+};
+
+}  // namespace Kyr::PortLayer::Detail

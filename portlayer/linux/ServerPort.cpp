@@ -1,0 +1,401 @@
+#include "portlayer/linux/ServerPort.h"
+
+#include <cstring>
+#include <errno.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+
+#include "portlayer/linux/Peer.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// What epoll tells us: one of these, or the number of a connection.
+constexpr std::uint64_t kListener = 0;
+constexpr std::uint64_t kWake = 1;
+constexpr std::uint64_t kFirstConnection = 2;
+// Connections of a port, accepted or not. Our choice; further clients are turned away.
+constexpr std::size_t kMaxConnections = 1024;
+
+bool Watch(int poll, int descriptor, std::uint64_t number) {
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.u64 = number;
+    return ::epoll_ctl(poll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+}  // namespace
+
+NtStatus CServerPort::Create(EDialect dialect, const UnicodeString& name, const CPortLimits& limits,
+                             std::shared_ptr<CServerPort>& port) {
+    const std::shared_ptr<CServerPort> created(new CServerPort(dialect, limits));
+    created->lastNumber_ = kFirstConnection;
+    const NtStatus status = created->name_.Take(name, created->listener_);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    created->poll_.Reset(::epoll_create1(EPOLL_CLOEXEC));
+    created->wake_.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    if (!created->poll_.IsOpen() || !created->wake_.IsOpen() ||
+        !Watch(created->poll_.Get(), created->listener_.Get(), kListener) ||
+        !Watch(created->poll_.Get(), created->wake_.Get(), kWake)) {
+        return kStatusNoMemory;
+    }
+    port = created;
+    return kStatusSuccess;
+}
+
+CServerPort::~CServerPort() = default;
+
+void CServerPort::OnClose() {
+    name_.Give();
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        closed_ = true;
+        putBack_.clear();
+    }
+    for (const auto& connection : Connections()) {
+        Drop(connection);
+    }
+    // The receiving threads see this one after another; it is never read.
+    const std::uint64_t one = 1;
+    [[maybe_unused]] const ssize_t written = ::write(wake_.Get(), &one, sizeof one);
+}
+
+std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (scratches_.empty()) {
+        return std::make_unique<CReceiveScratch>();
+    }
+    auto scratch = std::move(scratches_.back());
+    scratches_.pop_back();
+    return scratch;
+}
+
+void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
+    scratch->message.connection.reset();
+    scratch->message.view = {};
+    const std::lock_guard<std::mutex> lock(mutex_);
+    scratches_.push_back(std::move(scratch));
+}
+
+NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
+    for (;;) {
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            if (closed_) {
+                return kStatusPortClosed;
+            }
+            if (!putBack_.empty()) {
+                scratch.message = std::move(putBack_.front());
+                putBack_.pop_front();
+                scratch.message.bytes = scratch.message.kept.data();
+                return kStatusSuccess;
+            }
+        }
+        epoll_event event = {};
+        const int count = ::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds());
+        if (count == 0 && deadline.HasPassed()) {
+            return kStatusTimeout;
+        }
+        if (count <= 0) {
+            continue;
+        }
+        if (event.data.u64 == kListener) {
+            AcceptSocket();
+            continue;
+        }
+        const auto connection = FindConnection(event.data.u64);
+        if (connection && TakePacket(connection, scratch)) {
+            return kStatusSuccess;
+        }
+    }
+}
+
+void CServerPort::PutBack(CReceiveScratch& scratch) {
+    CIncomingMessage& message = scratch.message;
+    if (message.kept.empty()) {
+        message.kept.assign(message.bytes, message.bytes + message.length);
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    putBack_.push_front(std::move(message));
+    message = {};
+}
+
+void CServerPort::AcceptSocket() {
+    CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!socket.IsOpen() || !IsSameUser(socket.Get())) {
+        return;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (closed_ || connections_.size() >= kMaxConnections) {
+        return;
+    }
+    const std::uint64_t number = ++lastNumber_;
+    const int descriptor = socket.Get();
+    connections_[number] =
+        std::make_shared<CServerConnection>(weak_from_this(), number, std::move(socket));
+    if (!Watch(poll_.Get(), descriptor, number)) {
+        connections_.erase(number);
+    }
+}
+
+std::shared_ptr<CServerConnection> CServerPort::FindConnection(std::uint64_t number) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = connections_.find(number);
+    return found != connections_.end() ? found->second : nullptr;
+}
+
+std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::shared_ptr<CServerConnection>> all;
+    for (const auto& item : connections_) {
+        all.push_back(item.second);
+    }
+    return all;
+}
+
+void CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+    connection->SetState(CServerConnection::EState::Closed);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (connections_.erase(connection->Number()) != 0) {
+            ::epoll_ctl(poll_.Get(), EPOLL_CTL_DEL, connection->Socket(), nullptr);
+        }
+        for (auto item = putBack_.begin(); item != putBack_.end();) {
+            item = item->connection == connection ? putBack_.erase(item) : item + 1;
+        }
+    }
+    ::shutdown(connection->Socket(), SHUT_RDWR);
+    EndPendingMessagesOf(connection.get());
+}
+
+NtStatus CServerPort::DeleteView(const void* base) {
+    for (const auto& connection : Connections()) {
+        if (connection->Memory().DeleteView(base) == kStatusSuccess) {
+            return kStatusSuccess;
+        }
+    }
+    return kStatusInvalidParameter;
+}
+
+NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
+    for (const auto& connection : Connections()) {
+        if (connection->Memory().ReleaseMessage(messageId, unmapView) == kStatusSuccess) {
+            return kStatusSuccess;
+        }
+    }
+    return kStatusInvalidMessage;
+}
+
+bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connection,
+                             CReceiveScratch& scratch) {
+    const EReceive result =
+        ReceivePacket(connection->Socket(), CDeadline::Now(), scratch.buffer, scratch.packet);
+    if (result == EReceive::Nothing) {
+        return false;
+    }
+    if (result != EReceive::Packet) {
+        return TakeEnd(connection, scratch);
+    }
+    connection->SendPool().TakeBack(scratch.packet.head.freedSlots);
+    CIncomingMessage& message = scratch.message;
+    message.connection = connection;
+    message.bytes = scratch.packet.message;
+    message.length = scratch.packet.head.messageLength;
+    message.view = {};
+    message.kept.clear();
+    message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
+    bool valid = false;
+    switch (scratch.packet.head.kind) {
+        case EPacket::Connect:
+            valid = TakeConnect(connection, scratch);
+            break;
+        case EPacket::Request:
+            valid = TakeMessage(connection, scratch, true);
+            break;
+        case EPacket::Datagram:
+            valid = TakeMessage(connection, scratch, false);
+            break;
+        default:
+            break;
+    }
+    for (std::size_t i = 0; i < scratch.packet.descriptorCount; ++i) {
+        scratch.packet.descriptors[i].Reset();
+    }
+    return valid || TakeEnd(connection, scratch);
+}
+
+bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
+                          CReceiveScratch& scratch) {
+    const CServerConnection::EState state = connection->State();
+    Drop(connection);
+    if (state != CServerConnection::EState::Connected &&
+        state != CServerConnection::EState::Accepted) {
+        return false;
+    }
+    CIncomingMessage& message = scratch.message;
+    message.connection = connection;
+    message.view = {};
+    message.type = kLpcPortClosed;
+    message.length = HeaderSize(dialect_);
+    message.ids = {connection->ClientProcessId(), 0, 0};
+    message.kept.clear();
+    scratch.buffer.bytes.fill(0);
+    StoreField(scratch.buffer.bytes.data(), kTotalLengthOffset,
+               static_cast<std::uint16_t>(message.length));
+    message.bytes = scratch.buffer.bytes.data();
+    return true;
+}
+
+bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const {
+    const std::size_t length = packet.head.messageLength;
+    const std::size_t header = HeaderSize(dialect_);
+    return length >= header && length <= limit && TotalLength(packet.message) == length &&
+           header + DataLength(packet.message) <= length;
+}
+
+bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
+                              CReceiveScratch& scratch) {
+    const std::size_t limit =
+        dialect_ == EDialect::Lpc ? HeaderSize(dialect_) + limits_.connectionInfo : limits_.message;
+    if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
+        scratch.packet.descriptorCount != 0 || scratch.packet.head.transferCount != 0 ||
+        scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
+        !connection->ChangeState(CServerConnection::EState::Anonymous,
+                                 CServerConnection::EState::Requested)) {
+        return false;
+    }
+    const auto record = NewPendingMessage();
+    if (!record) {
+        return false;
+    }
+    const std::lock_guard<std::mutex> lock(record->mutex);
+    record->open = true;
+    record->isConnectionRequest = true;
+    record->connection = connection;
+    scratch.message.ids.messageId = record->ids.messageId;
+    record->ids = scratch.message.ids;
+    scratch.message.type = kLpcConnectionRequest;
+    return true;
+}
+
+bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connection,
+                              CReceiveScratch& scratch, bool isRequest) {
+    CIncomingPacket& packet = scratch.packet;
+    CIncomingMessage& message = scratch.message;
+    CDataBlock block;
+    block.count = 0;
+    if (connection->State() != CServerConnection::EState::Connected ||
+        !IsWellFormed(packet, limits_.message) ||
+        (dialect_ == EDialect::Lpc &&
+         ReadDataBlock(packet.message, message.length, block) != kStatusSuccess) ||
+        (dialect_ == EDialect::Lpc ? packet.head.viewSlot != kNoSlot
+                                   : packet.head.transferCount != 0) ||
+        (!isRequest && (block.count != 0 || packet.head.transferCount != 0))) {
+        return false;
+    }
+    const auto record = NewPendingMessage();
+    if (!record) {
+        return false;
+    }
+    bool valid = true;
+    {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        message.ids.messageId = record->ids.messageId;
+        record->ids = message.ids;
+        record->connection = connection;
+        record->exchange = packet.head.exchange;
+        record->entries = block;
+        std::size_t descriptor = 0;
+        valid = TakeView(*connection, packet, descriptor, message.view) &&
+                TakeEntries(packet, descriptor, *record);
+        record->open = valid && isRequest;
+        CounterCell(ECounter::PendingRequests)
+            .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
+    }
+    if (!valid || !isRequest) {
+        // A datagram needs an id, but no record.
+        EndPendingMessage(record);
+    }
+    message.type = isRequest ? kLpcRequest : kLpcDatagram;
+    const bool continuation =
+        dialect_ == EDialect::Alpc && (isRequest || message.view.slot != kNoSlot);
+    message.type |= continuation ? kLpcContinuationRequired : 0;
+    return valid;
+}
+
+bool CServerPort::TakeView(CServerConnection& connection, CIncomingPacket& packet,
+                           std::size_t& descriptor, CReceivedView& view) {
+    const CPacketHead& head = packet.head;
+    if (head.viewSlot == kNoSlot) {
+        return true;
+    }
+    if (head.viewSlotSize != 0 &&
+        !connection.ReceivePool().Announce(head.viewSlot, head.viewSlotSize,
+                                           packet.descriptors[descriptor++])) {
+        return false;
+    }
+    const std::uint8_t* const base = connection.ReceivePool().Hold(head.viewSlot, head.viewSize);
+    if (base == nullptr) {
+        return false;
+    }
+    view = {head.viewSlot, base, head.viewSize, head.viewFlags};
+    return true;
+}
+
+bool CServerPort::TakeEntries(CIncomingPacket& packet, std::size_t descriptor,
+                              CPendingMessage& record) {
+    CReceivePool& pool = record.connection->ReceivePool();
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
+        const CTransferRecord transfer = packet.Transfer(i);
+        if (transfer.entry >= record.entries.count ||
+            transfer.size != record.entries.entries[transfer.entry].size) {
+            return false;
+        }
+        CEagerEntry entry;
+        entry.entry = transfer.entry;
+        entry.size = transfer.size;
+        if (transfer.slot == kNoSlot) {
+            entry.offset = record.inlineBytes.size();
+            const std::uint8_t* const bytes = packet.inlineBytes + entry.offset;
+            record.inlineBytes.insert(record.inlineBytes.end(), bytes, bytes + transfer.size);
+        } else {
+            if (transfer.slotSize != 0 && !pool.Announce(transfer.slot, transfer.slotSize,
+                                                         packet.descriptors[descriptor++])) {
+                return false;
+            }
+            entry.base = pool.Hold(transfer.slot, transfer.size);
+            if (entry.base == nullptr) {
+                return false;
+            }
+            entry.slot = transfer.slot;
+        }
+        record.eager.push_back(entry);
+    }
+    return true;
+}
+
+void CServerCommPort::OnClose() {
+    if (const auto port = connection->Port()) {
+        port->Drop(connection);
+    }
+    connection->Memory().Clear();
+}
+
+std::shared_ptr<CServerPort> ServerPortOf(Handle handle) {
+    const auto object = FindObject(handle);
+    if (const auto port = std::dynamic_pointer_cast<CServerPort>(object)) {
+        return port;
+    }
+    if (const auto comm = std::dynamic_pointer_cast<CServerCommPort>(object)) {
+        return comm->connection->Port();
+    }
+    return nullptr;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,121 @@
+// A server's connection port: the name, the sockets of all its clients, and the queue that they
+// form. The kernel's queues are the queue; a thread that receives waits for any socket and reads
+// one packet.
+//
+// Threads: any number may receive at once. Receiving threads hold the object; closing its handle
+// wakes them.
+// Hostile clients: a connection that sends anything malformed, or out of order, is dropped, and the
+// server sees it as closed by the client.
+#pragma once
+
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "ntapi/Types.h"
+#include "portlayer/linux/Handles.h"
+#include "portlayer/linux/PendingMessages.h"
+#include "portlayer/linux/PortName.h"
+#include "portlayer/linux/ServerConnection.h"
+
+namespace Kyr::PortLayer::Detail {
+
+struct CPortLimits {
+    std::size_t message = 0;         // header included
+    std::size_t connectionInfo = 0;  // legacy ports
+};
+
+/// A message as the server receives it, without its view.
+struct CIncomingMessage {
+    std::shared_ptr<CServerConnection> connection;
+    std::uint16_t type = 0;
+    CMessageIds ids;
+    CReceivedView view;
+    // Points into the receive buffer, or into `kept` when the message waited for a larger buffer.
+    const std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+    std::vector<std::uint8_t> kept;
+};
+
+/// Memory of one receiving thread; the port keeps them for the next.
+struct CReceiveScratch {
+    CPacketBuffer buffer;
+    CIncomingPacket packet;
+    CIncomingMessage message;
+};
+
+class CServerPort : public CObject, public std::enable_shared_from_this<CServerPort> {
+  public:
+    static NtApi::NtStatus Create(EDialect dialect, const NtApi::UnicodeString& name,
+                                  const CPortLimits& limits, std::shared_ptr<CServerPort>& port);
+    ~CServerPort() override;
+    void OnClose() override;
+
+    EDialect Dialect() const { return dialect_; }
+    const CPortLimits& Limits() const { return limits_; }
+
+    std::unique_ptr<CReceiveScratch> TakeScratch();
+    void GiveScratch(std::unique_ptr<CReceiveScratch> scratch);
+    /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.
+    NtApi::NtStatus Receive(CReceiveScratch& scratch, const CDeadline& deadline);
+    /// The message did not fit the caller's buffer: the next Receive yields it again.
+    void PutBack(CReceiveScratch& scratch);
+
+    /// Ends the connection without a word to the server.
+    void Drop(const std::shared_ptr<CServerConnection>& connection);
+    /// Deletes a received view of any connection.
+    NtApi::NtStatus DeleteView(const void* base);
+    NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
+
+  private:
+    CServerPort(EDialect dialect, const CPortLimits& limits) : dialect_(dialect), limits_(limits) {}
+
+    void AcceptSocket();
+    std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
+    std::vector<std::shared_ptr<CServerConnection>> Connections();
+    /// False: nothing for the server in it.
+    bool TakePacket(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch);
+    bool TakeConnect(const std::shared_ptr<CServerConnection>& connection,
+                     CReceiveScratch& scratch);
+    bool TakeMessage(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch,
+                     bool isRequest);
+    bool TakeView(CServerConnection& connection, CIncomingPacket& packet, std::size_t& descriptor,
+                  CReceivedView& view);
+    bool TakeEntries(CIncomingPacket& packet, std::size_t descriptor, CPendingMessage& record);
+    bool IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const;
+    bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch);
+
+    const CLiveCount live_{ECounter::Ports};
+    const EDialect dialect_;
+    const CPortLimits limits_;
+    CPortName name_;
+    CFileDescriptor listener_;
+    CFileDescriptor poll_;
+    CFileDescriptor wake_;
+
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
+    std::uint64_t lastNumber_ = 0;
+    std::deque<CIncomingMessage> putBack_;
+    std::vector<std::unique_ptr<CReceiveScratch>> scratches_;
+    bool closed_ = false;
+};
+
+/// An accepted connection, as the server's handle of it.
+class CServerCommPort : public CObject {
+  public:
+    explicit CServerCommPort(std::shared_ptr<CServerConnection> theConnection)
+        : connection(std::move(theConnection)) {}
+    void OnClose() override;
+
+    const CLiveCount live{ECounter::Ports};
+    const std::shared_ptr<CServerConnection> connection;
+};
+
+/// The connection port of a handle of either class; null when the handle is of another.
+std::shared_ptr<CServerPort> ServerPortOf(NtApi::Handle handle);
+
+}  // namespace Kyr::PortLayer::Detail

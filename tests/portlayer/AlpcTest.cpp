@@ -1,0 +1,192 @@
+#include "tests/portlayer/AlpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+}  // namespace
+
+CAttributes::CAttributes(const CPortBackend& ports) : ports_(ports) {
+    constexpr std::uint32_t kBoth = kAlpcMessageViewAttribute | kAlpcMessageContextAttribute;
+    std::size_t size = 0;
+    EXPECT_EQ(ports.AlpcInitializeMessageAttribute(kBoth, nullptr, 0, &size),
+              kStatusBufferTooSmall);
+    buffer_.resize((size + 7) / 8);
+    EXPECT_EQ(ports.AlpcInitializeMessageAttribute(kBoth, Get(), size, &size), kStatusSuccess);
+}
+
+AlpcDataViewAttr& CAttributes::View() {
+    return *static_cast<AlpcDataViewAttr*>(
+        ports_.AlpcGetMessageAttribute(Get(), kAlpcMessageViewAttribute));
+}
+
+AlpcContextAttr& CAttributes::Context() {
+    return *static_cast<AlpcContextAttr*>(
+        ports_.AlpcGetMessageAttribute(Get(), kAlpcMessageContextAttribute));
+}
+
+void CAttributes::SetView(const AlpcDataViewAttr& view) {
+    View() = view;
+    Get()->ValidAttributes |= kAlpcMessageViewAttribute;
+}
+
+NtStatus CAlpcCall::Reply(const Bytes& data) {
+    return Reply(data, kAlpcReleaseMessage, nullptr);
+}
+
+NtStatus CAlpcCall::Reply(const Bytes& data, std::uint32_t flags, CAttributes* sent) {
+    Bytes reply = AlpcMessage(data);
+    std::memcpy(reply.data() + 8, message.data() + 8, 16);
+    return ports.NtAlpcSendWaitReceivePort(port, flags, reply.data(),
+                                           sent != nullptr ? sent->Get() : nullptr, nullptr,
+                                           nullptr, nullptr, nullptr);
+}
+
+NtStatus CAlpcCall::ReplyWithView(const Bytes& data, const Bytes& viewBytes) {
+    AlpcDataViewAttr view = MakeSectionView(ports, client, viewBytes);
+    view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
+    CAttributes sent(ports);
+    sent.SetView(view);
+    const NtStatus status = Reply(data, kAlpcReleaseMessage, &sent);
+    if (status != kStatusSuccess) {
+        ports.NtAlpcDeleteSectionView(client, 0, view.ViewBase);
+    }
+    EXPECT_EQ(ports.NtAlpcDeletePortSection(client, 0, view.SectionHandle), kStatusSuccess);
+    return status;
+}
+
+AlpcDataViewAttr MakeSectionView(const CPortBackend& ports, Handle port, const Bytes& bytes) {
+    AlpcDataViewAttr view = {};
+    std::size_t actualSize = 0;
+    EXPECT_EQ(ports.NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, bytes.size(),
+                                            &view.SectionHandle, &actualSize),
+              kStatusSuccess);
+    EXPECT_GE(actualSize, bytes.size());
+    view.ViewSize = bytes.size();
+    EXPECT_EQ(ports.NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
+    std::memcpy(view.ViewBase, bytes.data(), bytes.size());
+    return view;
+}
+
+AlpcDataViewAttr CAlpcTest::MakeView(Handle port, const Bytes& bytes) {
+    return MakeSectionView(Ports(), port, bytes);
+}
+
+void CAlpcTest::TearDown() {
+    StopServer();
+    CPortTest::TearDown();
+}
+
+Handle CAlpcTest::CreatePort(std::size_t maxMessage) {
+    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+    AlpcPortAttributes portAttributes = {};
+    portAttributes.MaxMessageLength = maxMessage;
+    Handle port = nullptr;
+    EXPECT_EQ(Ports().NtAlpcCreatePort(&port, &attributes, &portAttributes), kStatusSuccess);
+    return port;
+}
+
+void CAlpcTest::Serve(Handler handler, int threads) {
+    handler_ = std::move(handler);
+    serverPort_ = CreatePort();
+    for (int i = 0; i < threads; ++i) {
+        servers_.emplace_back([this] { Run(); });
+    }
+}
+
+void CAlpcTest::StopServer() {
+    if (servers_.empty()) {
+        return;
+    }
+    EXPECT_EQ(Ports().NtClose(serverPort_), kStatusSuccess);
+    for (std::thread& server : servers_) {
+        server.join();
+    }
+    servers_.clear();
+    for (const Handle client : clients_) {
+        Ports().NtClose(client);
+    }
+    clients_.clear();
+}
+
+void CAlpcTest::Run() {
+    Bytes message(kAlpcMaxMessage);
+    CAttributes attributes(Ports());
+    for (;;) {
+        std::size_t length = message.size();
+        if (Ports().NtAlpcSendWaitReceivePort(serverPort_, 0, nullptr, nullptr, message.data(),
+                                              &length, attributes.Get(),
+                                              nullptr) != kStatusSuccess) {
+            return;
+        }
+        if (Kind(message.data()) == kLpcConnectionRequest) {
+            Accept(message);
+            continue;
+        }
+        const auto number = reinterpret_cast<std::uintptr_t>(attributes.Context().PortContext);
+        std::unique_lock<std::mutex> lock(mutex_);
+        CAlpcCall call{Ports(), serverPort_, clients_.at(number - 1), message, attributes};
+        lock.unlock();
+        handler_(call);
+    }
+}
+
+void CAlpcTest::Accept(Bytes& message) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Handle client = nullptr;
+    auto* const number = reinterpret_cast<void*>(clients_.size() + 1);
+    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&client, serverPort_, 0, nullptr, nullptr, number,
+                                              message.data(), nullptr, 1),
+              kStatusSuccess);
+    clients_.push_back(client);
+}
+
+NtStatus CAlpcTest::TryConnect(Handle& port, Bytes* message, std::int64_t* timeout,
+                               std::size_t maxMessage) {
+    AlpcPortAttributes attributes = {};
+    attributes.MaxMessageLength = maxMessage;
+    std::size_t length = message != nullptr ? message->size() : 0;
+    return Ports().NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
+                                     message != nullptr ? message->data() : nullptr,
+                                     message != nullptr ? &length : nullptr, nullptr, nullptr,
+                                     timeout);
+}
+
+Handle CAlpcTest::Connect() {
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusSuccess);
+    return port;
+}
+
+NtStatus CAlpcTest::Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent,
+                             CAttributes* received, std::int64_t* timeout) {
+    reply.assign(kAlpcMaxMessage, 0xEE);
+    std::size_t length = reply.size();
+    const NtStatus status = Ports().NtAlpcSendWaitReceivePort(
+        port, kAlpcSynchronous, request.data(), sent != nullptr ? sent->Get() : nullptr,
+        reply.data(), &length, received != nullptr ? received->Get() : nullptr, timeout);
+    if (status == kStatusSuccess) {
+        reply.resize(length);
+    }
+    return status;
+}
+
+NtStatus CAlpcTest::Release(Handle port, Bytes& message, CAttributes* attributes) {
+    return Ports().NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(),
+                                             attributes != nullptr ? attributes->Get() : nullptr,
+                                             nullptr, nullptr, nullptr, nullptr);
+}
+
+NtStatus CAlpcTest::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {
+    return Release(port, message, attributes);
+}
+
+Bytes CAlpcTest::Ask(Handle port, const Bytes& data) {
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage(data), reply), kStatusSuccess);
+    return AlpcData(reply.data());
+}
+
+}  // namespace Kyr::Test

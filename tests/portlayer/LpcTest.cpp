@@ -1,0 +1,105 @@
+#include "tests/portlayer/LpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+}  // namespace
+
+NtStatus CLpcCall::Reply(const Bytes& data) {
+    Bytes reply = LpcMessage(data);
+    // The ids tell which request is answered.
+    std::memcpy(reply.data() + 8, message.data() + 8, LpcLayout::kHeaderSize - 8);
+    return ports_.NtReplyPort(port_, reply.data());
+}
+
+NtStatus CLpcCall::Read(std::uint32_t entry, void* buffer, std::size_t size) {
+    return ports_.NtReadRequestData(port_, message.data(), entry, buffer, size, nullptr);
+}
+
+NtStatus CLpcCall::Write(std::uint32_t entry, const void* buffer, std::size_t size) {
+    return ports_.NtWriteRequestData(port_, message.data(), entry, const_cast<void*>(buffer), size,
+                                     nullptr);
+}
+
+void CLpcTest::TearDown() {
+    StopServer();
+    CPortTest::TearDown();
+}
+
+Handle CLpcTest::CreatePort(std::uint32_t maxMessage) {
+    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+    Handle port = nullptr;
+    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 260, maxMessage, 0), kStatusSuccess);
+    return port;
+}
+
+void CLpcTest::Serve(Handler handler) {
+    handler_ = std::move(handler);
+    serverPort_ = CreatePort();
+    server_ = std::thread([this] { Run(); });
+}
+
+void CLpcTest::StopServer() {
+    if (server_.joinable()) {
+        EXPECT_EQ(Ports().NtClose(serverPort_), kStatusSuccess);
+        server_.join();
+    }
+}
+
+void CLpcTest::Run() {
+    std::vector<Handle> clients;
+    Bytes message(LpcLayout::kMaxMessage);
+    void* context = nullptr;
+    while (Ports().NtReplyWaitReceivePortEx(serverPort_, &context, nullptr, message.data(),
+                                            nullptr) == kStatusSuccess) {
+        if (Kind(message.data()) != kLpcConnectionRequest) {
+            CLpcCall call(Ports(), serverPort_, message, context);
+            handler_(call);
+            continue;
+        }
+        Handle client = nullptr;
+        auto* const number = reinterpret_cast<void*>(clients.size() + 1);
+        EXPECT_EQ(Ports().NtAcceptConnectPort(&client, number, message.data(), 1, nullptr, nullptr),
+                  kStatusSuccess);
+        EXPECT_EQ(Ports().NtCompleteConnectPort(client), kStatusSuccess);
+        clients.push_back(client);
+    }
+    for (const Handle client : clients) {
+        Ports().NtClose(client);
+    }
+}
+
+NtStatus CLpcTest::TryConnect(Handle& port, Bytes* information) {
+    SecurityQualityOfService qos = {12, kSecurityImpersonation, kSecurityDynamicTracking, 0, {}};
+    std::uint32_t length = information != nullptr ? information->size() : 0;
+    const NtStatus status =
+        Ports().NtConnectPort(&port, Name(), &qos, nullptr, nullptr, nullptr,
+                              information != nullptr ? information->data() : nullptr,
+                              information != nullptr ? &length : nullptr);
+    if (information != nullptr) {
+        information->resize(length);
+    }
+    return status;
+}
+
+Handle CLpcTest::Connect() {
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusSuccess);
+    return port;
+}
+
+NtStatus CLpcTest::Exchange(Handle port, Bytes request, Bytes& reply) {
+    reply.assign(LpcLayout::kMaxMessage, 0xEE);
+    return Ports().NtRequestWaitReplyPort(port, request.data(), reply.data());
+}
+
+Bytes CLpcTest::Ask(Handle port, const Bytes& data) {
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, LpcMessage(data), reply), kStatusSuccess);
+    return LpcData(reply.data());
+}
+
+}  // namespace Kyr::Test

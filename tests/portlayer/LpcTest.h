@@ -1,0 +1,58 @@
+// A legacy port served by a thread of the test, and clients of it.
+#pragma once
+
+#include <functional>
+#include <mutex>
+#include <thread>
+
+#include "tests/portlayer/PortTest.h"
+
+namespace Kyr::Test {
+
+/// A message as the server's handler gets it, and what it can do with it.
+class CLpcCall {
+  public:
+    CLpcCall(const CPortBackend& ports, Handle port, Bytes& message, void* context)
+        : message(message), context(context), ports_(ports), port_(port) {}
+
+    Bytes Data() const { return LpcData(message.data()); }
+    NtStatus Reply(const Bytes& data);
+    NtStatus Read(std::uint32_t entry, void* buffer, std::size_t size);
+    NtStatus Write(std::uint32_t entry, const void* buffer, std::size_t size);
+
+    Bytes& message;
+    void* const context;
+
+  private:
+    const CPortBackend& ports_;
+    const Handle port_;
+};
+
+class CLpcTest : public CPortTest {
+  protected:
+    using Handler = std::function<void(CLpcCall&)>;
+
+    void TearDown() override;
+
+    /// Creates the port without serving it.
+    Handle CreatePort(std::uint32_t maxMessage = LpcLayout::kMaxMessage);
+    /// Creates the port and serves it until StopServer: accepts clients, hands every message but
+    /// connection requests to the handler.
+    void Serve(Handler handler);
+    void StopServer();
+
+    NtStatus TryConnect(Handle& port, Bytes* information = nullptr);
+    Handle Connect();
+    NtStatus Exchange(Handle port, Bytes request, Bytes& reply);
+    /// The data of the reply; fails the test on an error status.
+    Bytes Ask(Handle port, const Bytes& data);
+
+  private:
+    void Run();
+
+    Handle serverPort_ = nullptr;
+    Handler handler_;
+    std::thread server_;
+};
+
+}  // namespace Kyr::Test
