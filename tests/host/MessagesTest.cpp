@@ -88,7 +88,7 @@ class TaskTest : public ::testing::Test {
 };
 
 using Tasks = ::testing::Types<CKillProcessByPid, CBlockExecutableByHash>;
-TYPED_TEST_SUITE(TaskTest, Tasks);
+TYPED_TEST_SUITE(TaskTest, Tasks, );
 
 TYPED_TEST(TaskTest, NewTaskHasNoIdentifiers) {
     const TypeParam task;

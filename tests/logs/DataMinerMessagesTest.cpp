@@ -34,7 +34,7 @@ class DataMinerStoreTest : public ::testing::Test {};
 
 using StoreMessages =
     ::testing::Types<CDataMinerStoreEcsIndicatorLogs, CDataMinerStoreEcsTelemetryLogs>;
-TYPED_TEST_SUITE(DataMinerStoreTest, StoreMessages);
+TYPED_TEST_SUITE(DataMinerStoreTest, StoreMessages, );
 
 TYPED_TEST(DataMinerStoreTest, NewMessageIsWritableAndEmpty) {
     const TypeParam message;
