@@ -1,0 +1,69 @@
+#include <gtest/gtest.h>
+
+#include "kelcomm/AlpcViews.h"
+#include "tests/support/ScriptedNative.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Connectors::Common::Kelcomm::Alpc::CSendView;
+using Connectors::Common::Kelcomm::Alpc::CViewAttribute;
+
+constexpr std::uint32_t kView = 0x40000000;
+
+class AlpcViewsTest : public testing::Test {
+  protected:
+    void TearDown() override { EXPECT_EQ(0U, native_.CountLive()); }
+
+    CScriptedNative native_;
+};
+
+TEST_F(AlpcViewsTest, NewAttributeHasRoomForAViewAndHoldsNone) {
+    CViewAttribute attribute;
+    ASSERT_TRUE(attribute.Allocate(native_.GetFunctions()));
+    EXPECT_FALSE(attribute.HasView());
+    EXPECT_EQ(kView, attribute.GetAttributes()->AllocatedAttributes);
+    EXPECT_EQ(0U, attribute.GetView().Flags);
+    EXPECT_EQ(nullptr, attribute.GetView().ViewBase);
+}
+
+TEST_F(AlpcViewsTest, AttributeIsMadeInTwoCalls) {
+    CViewAttribute attribute;
+    ASSERT_TRUE(attribute.Allocate(native_.GetFunctions()));
+    EXPECT_EQ(2U, native_.CountCalls("AlpcInitializeMessageAttribute"));
+}
+
+TEST_F(AlpcViewsTest, SecondCallThatFailsIsAFailure) {
+    native_.Fail("AlpcInitializeMessageAttribute", 1, 1);
+    CViewAttribute attribute;
+    EXPECT_FALSE(attribute.Allocate(native_.GetFunctions()));
+}
+
+TEST_F(AlpcViewsTest, SendingTakesTheMarkBack) {
+    CSendView view(native_.GetFunctions(), nullptr);
+    ASSERT_TRUE(view.Fill("abc", 3));
+    EXPECT_EQ(kView, view.GetAttributes()->ValidAttributes);
+    view.MarkSent();
+    EXPECT_EQ(0U, view.GetAttributes()->ValidAttributes);
+}
+
+TEST_F(AlpcViewsTest, LeftOverViewIsDeletedFirst) {
+    CSendView view(native_.GetFunctions(), nullptr);
+    ASSERT_TRUE(view.Fill("abc", 3));
+    ASSERT_TRUE(view.Fill("defg", 4));
+    EXPECT_EQ(1U, native_.CountCalls("NtAlpcDeleteSectionView"));
+    EXPECT_EQ(1U, native_.CountCalls("NtAlpcDeletePortSection"));
+    EXPECT_EQ(1U, native_.CountLive("view"));
+    EXPECT_EQ(1U, native_.CountLive("section"));
+}
+
+TEST_F(AlpcViewsTest, NothingIsSentAlongWithoutAView) {
+    CSendView view(native_.GetFunctions(), nullptr);
+    EXPECT_EQ(nullptr, view.GetAttributes());
+    view.MarkSent();
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
