@@ -25,46 +25,20 @@ constexpr std::uint32_t kRemoveMessage = 1;  // PM_REMOVE
 
 }  // namespace
 
-// One exchange. It lives until both its caller and its thread have let go of it.
+// One exchange. It lives until both its caller and its thread have let go of it; `mutex` of Shared
+// guards what changes.
 struct CKelcommWaitPool::Job {
-    Job(const Native::CNativeFunctions& functions, NtApi::Handle portToUse, void* requestToSend,
-        void* replyToFill)
-        : native(functions), port(portToUse), request(requestToSend), reply(replyToFill) {}
-    ~Job() {
-        if (finishedEvent != nullptr) {
-            native.CloseHandle(finishedEvent);
-        }
-    }
-
-    void Finish(NtApi::NtStatus result) {
-        {
-            const std::lock_guard<std::mutex> lock(mutex);
-            if (finished) {
-                return;
-            }
-            finished = true;
-            status = result;
-            changed.notify_all();
-        }
-        native.SetEvent(finishedEvent);
-    }
-
-    NtApi::NtStatus Await() {
-        std::unique_lock<std::mutex> lock(mutex);
-        changed.wait(lock, [this] { return finished; });
-        return status;
-    }
-
-    const Native::CNativeFunctions& native;
     const NtApi::Handle port;
     void* const request;
     void* const reply;
-    NtApi::Handle finishedEvent = nullptr;
+    const NtApi::Handle finishedEvent;  // the caller's; not touched once the job is finished
 
-    std::mutex mutex;  // guards what follows
     std::condition_variable changed;
     bool finished = false;
     NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
+
+    Job(NtApi::Handle portToUse, void* requestToSend, void* replyToFill, NtApi::Handle event)
+        : port(portToUse), request(requestToSend), reply(replyToFill), finishedEvent(event) {}
 };
 
 struct CKelcommWaitPool::Shared {
@@ -77,11 +51,6 @@ struct CKelcommWaitPool::Shared {
     using Parameter = std::pair<std::shared_ptr<Shared>, std::shared_ptr<Worker>>;
 
     explicit Shared(const Native::CNativeFunctions& functions) : native(functions) {}
-    ~Shared() {
-        if (idleEvent != nullptr) {
-            native.CloseHandle(idleEvent);
-        }
-    }
 
     /// False when the thread cannot be started. REQUIRES: `mutex` is held.
     static bool StartWorker(const std::shared_ptr<Shared>& shared);
@@ -89,11 +58,15 @@ struct CKelcommWaitPool::Shared {
     void Work(const std::shared_ptr<Worker>& self);
     /// The next job, or null when `self` is to end.
     std::shared_ptr<Job> Take(const std::shared_ptr<Worker>& self);
+    /// Hands the status to the job's caller, unless it has one. REQUIRES: `mutex` is held.
+    void Finish(Job& job, NtApi::NtStatus status) const;
+    /// Returns when the job is finished.
+    NtApi::NtStatus Await(Job& job);
 
     const Native::CNativeFunctions& native;
-    NtApi::Handle idleEvent = nullptr;  // set while there is something to do for idle threads
 
-    std::mutex mutex;  // guards what follows
+    std::mutex mutex;                   // guards what follows, and the jobs
+    NtApi::Handle idleEvent = nullptr;  // set while there is something to do for idle threads
     std::deque<std::shared_ptr<Job>> waiting;
     std::vector<std::shared_ptr<Worker>> workers;
     std::size_t idleWorkers = 0;
@@ -128,7 +101,7 @@ void PumpUntil(const Native::CNativeFunctions& native, NtApi::Handle event) {
 
 }  // namespace
 
-bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared) {
+bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared) try {
     const auto worker = std::make_shared<Worker>();
     auto parameter = std::make_unique<Parameter>(shared, worker);
     shared->workers.push_back(worker);
@@ -141,6 +114,8 @@ bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared
     }
     parameter.release();
     return true;
+} catch (const std::bad_alloc&) {
+    return false;
 }
 
 std::uint32_t KYR_NTAPI CKelcommWaitPool::Shared::WorkerMain(void* parameter) {
@@ -151,14 +126,32 @@ std::uint32_t KYR_NTAPI CKelcommWaitPool::Shared::WorkerMain(void* parameter) {
 
 void CKelcommWaitPool::Shared::Work(const std::shared_ptr<Worker>& self) {
     while (const std::shared_ptr<Job> job = Take(self)) {
-        job->Finish(native.NtRequestWaitReplyPort(job->port, job->request, job->reply));
+        const NtApi::NtStatus status =
+            native.NtRequestWaitReplyPort(job->port, job->request, job->reply);
+        const std::lock_guard<std::mutex> lock(mutex);
+        self->job.reset();
+        Finish(*job, status);
     }
+}
+
+void CKelcommWaitPool::Shared::Finish(Job& job, NtApi::NtStatus status) const {
+    if (!job.finished) {
+        job.finished = true;
+        job.status = status;
+        job.changed.notify_all();
+        native.SetEvent(job.finishedEvent);
+    }
+}
+
+NtApi::NtStatus CKelcommWaitPool::Shared::Await(Job& job) {
+    std::unique_lock<std::mutex> lock(mutex);
+    job.changed.wait(lock, [&job] { return job.finished; });
+    return job.status;
 }
 
 std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
     const std::shared_ptr<Worker>& self) {
     std::unique_lock<std::mutex> lock(mutex);
-    self->job.reset();
     std::uint32_t woken = NtApi::kWaitObject0;
     for (;;) {
         if (stopping) {
@@ -176,8 +169,9 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
             break;
         }
         ++idleWorkers;
+        const NtApi::Handle event = idleEvent;
         lock.unlock();
-        woken = native.WaitForSingleObject(idleEvent, kIdleTimeoutMs);
+        woken = native.WaitForSingleObject(event, kIdleTimeoutMs);
         lock.lock();
         --idleWorkers;
     }
@@ -204,30 +198,40 @@ std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
     return nullptr;
 }
 
-NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, void* reply) try {
+NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, void* reply) {
     const Native::CNativeFunctions& native = shared_->native;
-    const auto job = std::make_shared<Job>(native, port, request, reply);
-    job->finishedEvent = native.CreateEventW(nullptr, 0, 0, nullptr);
-    if (job->finishedEvent == nullptr) {
+    const NtApi::Handle finishedEvent = native.CreateEventW(nullptr, 0, 0, nullptr);
+    if (finishedEvent == nullptr) {
         return NtApi::kStatusUnsuccessful;
     }
-    {
-        const std::lock_guard<std::mutex> lock(shared_->mutex);
-        if (shared_->stopping) {
-            return NtApi::kStatusUnsuccessful;
-        }
-        // An idle thread for each waiting job, this one included; else a new one.
-        if (shared_->waiting.size() >= shared_->idleWorkers && !Shared::StartWorker(shared_)) {
-            return NtApi::kStatusUnsuccessful;
-        }
-        shared_->waiting.push_back(job);
-        native.SetEvent(shared_->idleEvent);
+    NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
+    if (const std::shared_ptr<Job> job = Submit(port, request, reply, finishedEvent)) {
+        PumpUntil(native, finishedEvent);
+        // Nothing is left to wait for, unless waiting with messages is impossible here.
+        status = shared_->Await(*job);
     }
-    PumpUntil(native, job->finishedEvent);
-    // Nothing is left to wait for, unless waiting with messages is impossible here.
-    return job->Await();
+    native.CloseHandle(finishedEvent);
+    return status;
+}
+
+std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle port, void* request,
+                                                                void* reply,
+                                                                NtApi::Handle finishedEvent) try {
+    const auto job = std::make_shared<Job>(port, request, reply, finishedEvent);
+    const std::lock_guard<std::mutex> lock(shared_->mutex);
+    if (shared_->stopping) {
+        return nullptr;
+    }
+    shared_->waiting.push_back(job);
+    // An idle thread for each waiting job, else a new one.
+    if (shared_->waiting.size() > shared_->idleWorkers && !Shared::StartWorker(shared_)) {
+        shared_->waiting.pop_back();
+        return nullptr;
+    }
+    shared_->native.SetEvent(shared_->idleEvent);
+    return job;
 } catch (const std::bad_alloc&) {
-    return NtApi::kStatusUnsuccessful;
+    return nullptr;
 }
 
 void CKelcommWaitPool::Close() {
@@ -240,9 +244,9 @@ void CKelcommWaitPool::Close() {
         workers.swap(shared_->workers);
         abandoned.swap(shared_->waiting);
         native.SetEvent(shared_->idleEvent);
-    }
-    for (const auto& job : abandoned) {
-        job->Finish(NtApi::kStatusUnsuccessful);
+        for (const auto& job : abandoned) {
+            shared_->Finish(*job, NtApi::kStatusUnsuccessful);
+        }
     }
 
     const std::uint32_t start = native.GetTickCount();
@@ -258,19 +262,19 @@ void CKelcommWaitPool::Close() {
     }
     for (const auto& worker : workers) {
         if (native.WaitForSingleObject(worker->handle, 0) != NtApi::kWaitObject0) {
-            std::shared_ptr<Job> job;
-            {
-                // A thread must not die while it holds the mutex.
-                const std::lock_guard<std::mutex> lock(shared_->mutex);
-                if (native.TerminateThread(worker->handle, 1) != 0) {
-                    job = worker->job;
-                }
-            }
-            if (job != nullptr) {  // its caller's messages are out of the dead thread's reach
-                job->Finish(NtApi::kStatusUnsuccessful);
+            // Under the mutex, so that no thread dies while it holds it.
+            const std::lock_guard<std::mutex> lock(shared_->mutex);
+            if (native.TerminateThread(worker->handle, 1) != 0 && worker->job != nullptr) {
+                // Its caller's messages are out of the dead thread's reach.
+                shared_->Finish(*worker->job, NtApi::kStatusUnsuccessful);
             }
         }
         native.CloseHandle(worker->handle);
+    }
+    const std::lock_guard<std::mutex> lock(shared_->mutex);
+    if (shared_->idleEvent != nullptr) {
+        native.CloseHandle(shared_->idleEvent);
+        shared_->idleEvent = nullptr;
     }
 }
 

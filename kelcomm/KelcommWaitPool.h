@@ -35,6 +35,9 @@ class CKelcommWaitPool {
     struct Job;
     struct Shared;
     explicit CKelcommWaitPool(std::shared_ptr<Shared> shared);
+    /// Null when no thread can take the exchange.
+    std::shared_ptr<Job> Submit(NtApi::Handle port, void* request, void* reply,
+                                NtApi::Handle finishedEvent);
 
     // Shared with the threads, so that one that outlives Close finds it.
     std::shared_ptr<Shared> shared_;

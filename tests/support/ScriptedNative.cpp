@@ -633,6 +633,7 @@ CScriptedNative::CScriptedNative()
 }
 
 CScriptedNative::~CScriptedNative() {
+    threads.Join();
     current = nullptr;
 }
 

@@ -4,10 +4,11 @@
 
 namespace Kyr::Test {
 
-CScriptedThreads::~CScriptedThreads() {
+void CScriptedThreads::Join() {
     for (std::thread& thread : threads_) {
         thread.join();
     }
+    threads_.clear();
 }
 
 NtApi::Handle CScriptedThreads::Add(Object object) {

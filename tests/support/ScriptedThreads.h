@@ -20,7 +20,9 @@ namespace Kyr::Test {
 class CScriptedThreads {
   public:
     CScriptedThreads() = default;
-    ~CScriptedThreads();
+    ~CScriptedThreads() { Join(); }
+    /// Waits for every thread to end. REQUIRES: none is started any more.
+    void Join();
 
     NtApi::Handle CreateThread(NtApi::ThreadRoutine routine, void* parameter);
     NtApi::Handle CreateEvent(bool manualReset, bool set);

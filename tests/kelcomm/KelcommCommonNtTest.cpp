@@ -1,0 +1,242 @@
+// The broadcast area as both kinds of client read it.
+#include <gtest/gtest.h>
+#include <memory>
+
+#include "kelcomm/KelcommAlpcClient.h"
+#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/KelcommCommonNt.h"
+#include "tests/kelcomm/ClientFixture.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+// header size 32, unread, "KelComm ", version 2, unread, data offset 40, data size 16;
+// a gap of 8 bytes, then the data area: 0 1 2 ... 15
+constexpr char kArea[] =
+    "20 00 00 00  AA AA AA AA  4B 65 6C 43 6F 6D 6D 20  02 00 00 00  BB BB BB BB"
+    "28 00 00 00  10 00 00 00  CC CC CC CC CC CC CC CC"
+    "00 01 02 03 04 05 06 07 08 09 0A 0B 0C 0D 0E 0F";
+constexpr std::size_t kHeaderSizeAt = 0;
+constexpr std::size_t kMagicAt = 8;
+constexpr std::size_t kVersionAt = 16;
+constexpr std::size_t kDataOffsetAt = 24;
+constexpr std::size_t kDataSizeAt = 28;
+
+template <typename Client>
+class KelcommCommonNtTest : public ClientFixture {
+  protected:
+    KelcommCommonNtTest() {
+        client_ = std::make_unique<Client>(native_.GetFunctions());
+        InitializeClient();
+        native_.area = HexBytes(kArea);
+    }
+
+    std::uint32_t Read(std::uint32_t offset, std::uint32_t length) {
+        read_.assign(length <= 64 ? length : 64, 0xEE);
+        return client_->ReadBroadcast(offset, read_.data(), length);
+    }
+    void Put(std::size_t place, std::uint32_t value) {
+        const Bytes bytes = LittleEndian(value, 4);
+        std::copy(bytes.begin(), bytes.end(),
+                  native_.area.begin() + static_cast<std::ptrdiff_t>(place));
+    }
+    /// A header that does not hold makes both reads fail and leaves nothing open.
+    void ExpectRefused() {
+        EXPECT_EQ(1U, Read(0, 4));
+        EXPECT_EQ(1U, client_->ReadBroadcastValue(0, &value_));
+        EXPECT_EQ(0xEEEEEEEEU, value_);
+        EXPECT_EQ(0U, native_.CountLive());
+    }
+
+    Bytes read_;
+    std::uint32_t value_ = 0xEEEEEEEE;
+};
+
+using Clients =
+    testing::Types<Kelcomm::CKelcommClientNt<std::uint32_t>,
+                   Kelcomm::CKelcommClientNt<std::uint64_t>, Kelcomm::CKelcommAlpcClient>;
+TYPED_TEST_SUITE(KelcommCommonNtTest, Clients);
+
+// ---- opening ----
+
+TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedByTheFirstReadOnly) {
+    EXPECT_TRUE(this->native_.openedNames.empty());
+    this->Read(0, 4);
+    this->Read(0, 4);
+    this->client_->ReadBroadcastValue(0, &this->value_);
+    EXPECT_EQ(std::vector<std::u16string>({u"Global\\KELCOMM61564B51To31564B51BroadcastMutex",
+                                           u"Global\\KELCOMM61564B51To31564B51Broadcast"}),
+              this->native_.openedNames);
+    EXPECT_EQ(std::vector<std::uint32_t>({0x100001, 4}), this->native_.openedAccess);
+}
+
+TYPED_TEST(KelcommCommonNtTest, ValueReadOpensTheAreaToo) {
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
+    EXPECT_EQ(2U, this->native_.openedNames.size());
+}
+
+TYPED_TEST(KelcommCommonNtTest, MissingMutexIsAFailure) {
+    this->native_.Fail("OpenMutexW");
+    this->ExpectRefused();
+    EXPECT_EQ(0U, this->native_.CountCalls("OpenFileMappingW"));
+}
+
+TYPED_TEST(KelcommCommonNtTest, MissingSectionClosesTheMutex) {
+    this->native_.Fail("OpenFileMappingW");
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, UnmappableSectionClosesEverything) {
+    this->native_.Fail("MapViewOfFile");
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, ViewOfUnknownSizeIsAFailure) {
+    this->native_.Fail("VirtualQuery");
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, SystemWithoutSectionsIsAFailure) {
+    this->native_.Remove("OpenMutexW");
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, OtherHeaderSizeIsRefused) {
+    this->Put(kHeaderSizeAt, 31);
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, OtherMagicIsRefused) {
+    this->native_.area[kMagicAt + 7] = 'X';  // instead of the trailing blank
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, OtherVersionIsRefused) {
+    this->Put(kVersionAt, 3);
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, ViewSmallerThanTheHeaderIsRefused) {
+    this->native_.area.resize(31);
+    this->native_.area.shrink_to_fit();
+    this->ExpectRefused();
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaThatAppearsLaterIsFound) {
+    this->native_.Fail("OpenMutexW", 1);
+    EXPECT_EQ(1U, this->Read(0, 4));
+    EXPECT_EQ(0U, this->Read(0, 4));
+}
+
+TYPED_TEST(KelcommCommonNtTest, CloseReleasesTheAreaAndTheNextReadOpensItAgain) {
+    this->Read(0, 4);
+    EXPECT_EQ(3U, this->native_.CountLive());
+    this->client_->Close();
+    EXPECT_EQ(0U, this->native_.CountLive());
+    this->InitializeClient();
+    EXPECT_EQ(0U, this->Read(0, 4));
+}
+
+TYPED_TEST(KelcommCommonNtTest, DestructorReleasesTheArea) {
+    this->Read(0, 4);
+    this->client_ = std::make_unique<TypeParam>(this->native_.GetFunctions());
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+// ---- reading bytes ----
+
+TYPED_TEST(KelcommCommonNtTest, BytesComeFromTheDataArea) {
+    EXPECT_EQ(0U, this->Read(4, 3));
+    EXPECT_EQ(HexBytes("04 05 06"), this->read_);
+}
+
+TYPED_TEST(KelcommCommonNtTest, ReadHoldsTheMutexForFiveSecondsAtMost) {
+    this->Read(0, 4);
+    EXPECT_EQ(std::vector<std::uint32_t>({5000}), this->native_.mutexTimeouts);
+    EXPECT_EQ(1U, this->native_.releasedMutexes);
+}
+
+TYPED_TEST(KelcommCommonNtTest, AbandonedMutexCountsAsOwned) {
+    this->native_.mutexWait = 0x80;
+    EXPECT_EQ(0U, this->Read(4, 1));
+    EXPECT_EQ(HexBytes("04"), this->read_);
+    EXPECT_EQ(1U, this->native_.releasedMutexes);
+}
+
+TYPED_TEST(KelcommCommonNtTest, MutexThatIsNotObtainedIsAFailure) {
+    for (const std::uint32_t wait : {0x102U, 0xFFFFFFFFU, 1U}) {
+        this->native_.mutexWait = wait;
+        EXPECT_EQ(1U, this->Read(0, 4));
+    }
+    EXPECT_EQ(0U, this->native_.releasedMutexes);
+}
+
+TYPED_TEST(KelcommCommonNtTest, ReadMayEndWithTheDataAreaButNotPastIt) {
+    EXPECT_EQ(0U, this->Read(12, 4));
+    EXPECT_EQ(HexBytes("0C 0D 0E 0F"), this->read_);
+    EXPECT_EQ(0U, this->Read(16, 0));
+    EXPECT_EQ(1U, this->Read(12, 5));
+    EXPECT_EQ(1U, this->Read(13, 4));
+    EXPECT_EQ(1U, this->Read(17, 0));
+    EXPECT_EQ(5U, this->native_.releasedMutexes);  // on every path
+}
+
+TYPED_TEST(KelcommCommonNtTest, NegativeOffsetIsAFailure) {
+    EXPECT_EQ(1U, this->Read(0xFFFFFFFF, 1));
+    EXPECT_EQ(1U, this->Read(0x80000000, 0));
+}
+
+TYPED_TEST(KelcommCommonNtTest, OffsetAndLengthDoNotWrapAround) {
+    EXPECT_EQ(1U, this->Read(1, 0xFFFFFFFF));
+    EXPECT_EQ(1U, this->Read(0x7FFFFFFF, 0x80000001));
+}
+
+TYPED_TEST(KelcommCommonNtTest, DataSizeIsReadAtEachRead) {
+    EXPECT_EQ(0U, this->Read(12, 4));
+    this->Put(kDataSizeAt, 15);
+    EXPECT_EQ(1U, this->Read(12, 4));
+    EXPECT_EQ(0U, this->Read(11, 4));
+}
+
+TYPED_TEST(KelcommCommonNtTest, DataAreaPastTheMappingIsNotRead) {
+    this->Put(kDataSizeAt, 0xFFFFFFFF);
+    EXPECT_EQ(0U, this->Read(12, 4));
+    EXPECT_EQ(1U, this->Read(13, 4));
+    EXPECT_EQ(1U, this->client_->ReadBroadcastValue(13, &this->value_));
+    this->Put(kDataOffsetAt, 0xFFFFFFFF);
+    EXPECT_EQ(1U, this->Read(0, 4));
+    EXPECT_EQ(1U, this->client_->ReadBroadcastValue(0x7FFFFFF0, &this->value_));
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsWaitedForIsAFailure) {
+    this->native_.onMutexWait = [this] { this->client_->Close(); };
+    EXPECT_EQ(1U, this->Read(0, 4));
+    EXPECT_EQ(1U, this->native_.releasedMutexes);
+}
+
+// ---- reading one value ----
+
+TYPED_TEST(KelcommCommonNtTest, ValueIsReadWithoutTheMutex) {
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
+    EXPECT_EQ(0x07060504U, this->value_);
+    EXPECT_TRUE(this->native_.mutexTimeouts.empty());
+}
+
+TYPED_TEST(KelcommCommonNtTest, ValueNeedsNoAlignment) {
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(5, &this->value_));
+    EXPECT_EQ(0x08070605U, this->value_);
+}
+
+TYPED_TEST(KelcommCommonNtTest, ValueOutsideTheDataAreaIsAnInvalidArgument) {
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(12, &this->value_));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(13, &this->value_));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0x7FFFFFFF, &this->value_));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0x80000000, &this->value_));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0xFFFFFFFF, &this->value_));
+    EXPECT_EQ(0x0F0E0D0CU, this->value_);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

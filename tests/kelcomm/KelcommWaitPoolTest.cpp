@@ -1,0 +1,320 @@
+#include <algorithm>
+#include <atomic>
+#include <condition_variable>
+#include <gtest/gtest.h>
+#include <mutex>
+#include <thread>
+
+#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/KelcommWaitPool.h"
+#include "tests/kelcomm/LpcWidths.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Kelcomm::CKelcommWaitPool;
+
+constexpr auto kUnsuccessful = static_cast<NtApi::NtStatus>(0xC0000001);
+
+/// A door that exchanges wait at until the test opens it.
+class CDoor {
+  public:
+    void Wait() {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ++waiting_;
+        changed_.notify_all();
+        changed_.wait(lock, [this] { return open_; });
+    }
+    void Open() {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        open_ = true;
+        changed_.notify_all();
+    }
+    void AwaitWaiting(int count) {
+        std::unique_lock<std::mutex> lock(mutex_);
+        changed_.wait(lock, [&] { return waiting_ >= count; });
+    }
+
+  private:
+    std::mutex mutex_;
+    std::condition_variable changed_;
+    int waiting_ = 0;
+    bool open_ = false;
+};
+
+class KelcommWaitPoolTest : public testing::Test {
+  protected:
+    KelcommWaitPoolTest() {
+        native_.defaultAnswer.status = 0;
+        native_.defaultAnswer.action = [this](const CScriptedNative::Sent& sent) {
+            if (!sent.message.empty() && sent.message.back() == 'w') {
+                door_.Wait();
+            }
+        };
+        pool_ = CKelcommWaitPool::Create(native_.GetFunctions());
+    }
+    void TearDown() override {
+        door_.Open();
+        pool_.reset();
+        EXPECT_EQ(0U, native_.CountLive());
+        EXPECT_EQ(0U, native_.badCloses);
+    }
+
+    /// Exchanges a 25-byte message that ends with `mark`; 'w' waits at the door.
+    NtApi::NtStatus Exchange(char mark = '-') {
+        Kelcomm::Structs32::Message request{};
+        Kelcomm::Structs32::Message reply{};
+        request.bytes[2] = 25;
+        request.bytes[24] = static_cast<std::uint8_t>(mark);
+        return pool_->Exchange(reinterpret_cast<NtApi::Handle>(8), request.bytes, reply.bytes);
+    }
+
+    CDoor door_;
+    CScriptedNative native_;
+    std::unique_ptr<CKelcommWaitPool> pool_;
+};
+
+TEST_F(KelcommWaitPoolTest, ExchangeRunsOnAThreadOfThePool) {
+    std::thread::id exchanger;
+    native_.defaultAnswer.action = [&](const CScriptedNative::Sent&) {
+        exchanger = std::this_thread::get_id();
+    };
+    EXPECT_EQ(0, Exchange());
+    EXPECT_NE(std::this_thread::get_id(), exchanger);
+    EXPECT_EQ(1, native_.threads.StartedThreads());
+}
+
+TEST_F(KelcommWaitPoolTest, StatusOfTheExchangeIsReturned) {
+    native_.defaultAnswer.status = kPortDisconnected;
+    EXPECT_EQ(kPortDisconnected, Exchange());
+}
+
+TEST_F(KelcommWaitPoolTest, IdleThreadIsUsedAgain) {
+    Exchange();
+    native_.threads.AwaitWaiter(60000);
+    Exchange();
+    EXPECT_EQ(1, native_.threads.StartedThreads());
+}
+
+TEST_F(KelcommWaitPoolTest, BusyThreadsGetCompanyWithoutLimit) {
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 5; ++i) {
+        callers.emplace_back([this] { EXPECT_EQ(0, Exchange('w')); });
+    }
+    door_.AwaitWaiting(5);
+    EXPECT_EQ(5, native_.threads.StartedThreads());
+    door_.Open();
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+}
+
+TEST_F(KelcommWaitPoolTest, IdleThreadEndsAfterAMinute) {
+    Exchange();
+    native_.threads.AwaitWaiter(60000);
+    native_.threads.Advance(60000);
+    while (native_.threads.OpenHandles() != 1) {  // the pool's own event
+        std::this_thread::yield();
+    }
+    EXPECT_EQ(0, Exchange());
+    EXPECT_EQ(2, native_.threads.StartedThreads());
+}
+
+TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
+    native_.onDispatch = [this] {
+        if (native_.dispatched == 3) {
+            door_.Open();
+        }
+    };
+    native_.threads.PostMessages(3);
+    EXPECT_EQ(0, Exchange('w'));
+    EXPECT_EQ(3, native_.translated);
+    EXPECT_EQ(3, native_.dispatched);
+    EXPECT_EQ(0x1CFFU, native_.wakeMask);
+}
+
+TEST_F(KelcommWaitPoolTest, AtMostAHundredMessagesAreDispatchedBeforeWaitingAgain) {
+    unsigned waitsAtHundred = 0;
+    unsigned waitsAtNext = 0;
+    native_.onDispatch = [&] {
+        if (native_.dispatched == 100) {
+            waitsAtHundred = native_.CountCalls("MsgWaitForMultipleObjects");
+        } else if (native_.dispatched == 101) {
+            waitsAtNext = native_.CountCalls("MsgWaitForMultipleObjects");
+            door_.Open();
+        }
+    };
+    native_.threads.PostMessages(101);
+    EXPECT_EQ(0, Exchange('w'));
+    EXPECT_EQ(1U, waitsAtHundred);
+    EXPECT_EQ(2U, waitsAtNext);
+}
+
+TEST_F(KelcommWaitPoolTest, SystemWithoutWindowMessagesWaitsPlainly) {
+    native_.Fail("MsgWaitForMultipleObjects");
+    std::thread opener([this] {
+        door_.AwaitWaiting(1);
+        door_.Open();
+    });
+    EXPECT_EQ(0, Exchange('w'));
+    opener.join();
+}
+
+TEST_F(KelcommWaitPoolTest, PoolWithoutItsEventIsNotMade) {
+    native_.Fail("CreateEventW", 1);
+    EXPECT_EQ(nullptr, CKelcommWaitPool::Create(native_.GetFunctions()));
+}
+
+TEST_F(KelcommWaitPoolTest, CallWithoutItsEventIsAFailure) {
+    native_.Fail("CreateEventW", 1);
+    EXPECT_EQ(kUnsuccessful, Exchange());
+    EXPECT_TRUE(native_.requests.empty());
+}
+
+TEST_F(KelcommWaitPoolTest, ThreadThatCannotBeStartedIsAFailure) {
+    native_.Fail("CreateThread", 1);
+    EXPECT_EQ(kUnsuccessful, Exchange());
+    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_EQ(0, Exchange());
+}
+
+// ---- closing ----
+
+TEST_F(KelcommWaitPoolTest, CloseWakesIdleThreadsAndWaitsForThem) {
+    Exchange();
+    native_.threads.AwaitWaiter(60000);
+    pool_->Close();
+    EXPECT_EQ(0U, native_.threads.OpenHandles());
+    EXPECT_EQ(0, native_.threads.TerminatedThreads());
+    EXPECT_EQ(1000U, native_.threads.WaitTimeouts().back());
+}
+
+TEST_F(KelcommWaitPoolTest, ClosedPoolRefusesExchanges) {
+    pool_->Close();
+    EXPECT_EQ(kUnsuccessful, Exchange());
+    pool_->Close();
+}
+
+TEST_F(KelcommWaitPoolTest, ThreadsAreWaitedForInGroupsOfSixtyFour) {
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 65; ++i) {
+        callers.emplace_back([this] { Exchange('w'); });
+    }
+    door_.AwaitWaiting(65);
+    door_.Open();
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    pool_->Close();
+    std::vector<std::size_t> groups = native_.threads.WaitSizes();
+    groups.erase(groups.begin(), groups.end() - 2);
+    EXPECT_EQ(std::vector<std::size_t>({64, 1}), groups);
+    EXPECT_EQ(0, native_.threads.TerminatedThreads());
+}
+
+TEST_F(KelcommWaitPoolTest, ThreadThatDoesNotFinishInASecondIsTerminated) {
+    std::thread caller([this] { EXPECT_EQ(kUnsuccessful, Exchange('w')); });
+    door_.AwaitWaiting(1);
+    std::thread clock([this] {
+        native_.threads.AwaitWaiter(1000);
+        native_.threads.Advance(1000);
+    });
+    pool_->Close();
+    clock.join();
+    caller.join();  // its exchange is given up with the thread
+    EXPECT_EQ(1, native_.threads.TerminatedThreads());
+    EXPECT_EQ(0U, native_.threads.OpenHandles());
+    door_.Open();
+}
+
+TEST_F(KelcommWaitPoolTest, OneSecondIsAllThatTheGroupsGetTogether) {
+    std::vector<std::thread> callers;
+    for (int i = 0; i < 65; ++i) {
+        callers.emplace_back([this] { EXPECT_EQ(kUnsuccessful, Exchange('w')); });
+    }
+    door_.AwaitWaiting(65);
+    std::thread clock([this] {
+        native_.threads.AwaitWaiter(1000);
+        native_.threads.Advance(1000);
+    });
+    pool_->Close();
+    clock.join();
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    EXPECT_EQ(65, native_.threads.TerminatedThreads());
+    const std::vector<std::uint32_t> timeouts = native_.threads.WaitTimeouts();
+    EXPECT_EQ(1, std::count(timeouts.begin(), timeouts.end(), 1000U));
+    door_.Open();
+}
+
+TEST_F(KelcommWaitPoolTest, ThreadThatCannotBeTerminatedKeepsItsCaller) {
+    native_.Fail("TerminateThread");
+    std::atomic<bool> returned{false};
+    std::thread caller([&] {
+        EXPECT_EQ(0, Exchange('w'));
+        returned = true;
+    });
+    door_.AwaitWaiting(1);
+    std::thread clock([this] {
+        native_.threads.AwaitWaiter(1000);
+        native_.threads.Advance(1000);
+    });
+    pool_->Close();
+    clock.join();
+    EXPECT_FALSE(returned);  // the thread still writes to the caller's messages
+    door_.Open();
+    caller.join();
+}
+
+// ---- the client's option ----
+
+template <typename Width>
+class PumpingClientTest : public LpcClientFixture<Width> {
+  protected:
+    void SetUp() override { this->InitializeClient(2); }
+};
+
+TYPED_TEST_SUITE(PumpingClientTest, LpcWidths);
+
+TYPED_TEST(PumpingClientTest, ExchangesGoThroughThePool) {
+    std::thread::id exchanger;
+    CScriptedNative::Answer answer;
+    answer.reply = this->Reply(5, 3, TextBytes("xyz"));
+    answer.action = [&](const CScriptedNative::Sent&) { exchanger = std::this_thread::get_id(); };
+    this->native_.Queue(answer);
+    EXPECT_EQ(5U, this->Request(TextBytes("abc"), 16));
+    EXPECT_EQ(TextBytes("xyz"), this->reply_);
+    EXPECT_NE(std::this_thread::get_id(), exchanger);
+}
+
+TYPED_TEST(PumpingClientTest, OneWayRequestsNeedNoThread) {
+    EXPECT_EQ(0U, this->Request({}, 0, 1));
+    EXPECT_EQ(0, this->native_.threads.StartedThreads());
+}
+
+TYPED_TEST(PumpingClientTest, PoolIsMadeOnceAndOutlivesAReconnection) {
+    this->QueueStatus(kPortDisconnected);
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(2U, this->native_.connections.size());
+    EXPECT_EQ(3U, this->native_.CountCalls("CreateEventW"));  // the pool's and one a call
+}
+
+TYPED_TEST(PumpingClientTest, PoolThatCannotBeMadeFailsTheConnection) {
+    this->native_.Fail("CreateEventW");
+    EXPECT_EQ(1U, this->Ping());
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(PumpingClientTest, CloseDestroysThePool) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    this->Ping();
+    EXPECT_EQ(0U, this->client_->Close());
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
