@@ -13,9 +13,15 @@ namespace {
 namespace Lab = Kyr::Lab;
 using Lab::DevHost::CHost;
 
+// Exit codes; scripts rely on them.
+constexpr int kEndedWell = 0;
+constexpr int kCannotStart = 1;
+constexpr int kBadCommandLine = 2;
+
 constexpr char kUsage[] =
-    "usage: devhost --library=<file> [--database=<file>] [--log=<file>] "
-    "[--colour=never|always|auto]";
+    "usage: devhost --library=<file> [--database=<file>] [--log=<file>]\n"
+    "               [--colour=auto|always|never]\n"
+    "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
     Lab::DevHost::CHostSettings host;
@@ -23,19 +29,16 @@ struct COptions {
     bool coloured = false;
 };
 
-COptions ReadOptions(int argc, const char* const* argv) {
-    Lab::CArguments arguments(argc, argv);
-    COptions options;
+void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     const auto library = arguments.TakeValue("library");
     if (!library) {
-        throw std::invalid_argument(kUsage);
+        throw std::invalid_argument("--library is missing");
     }
     options.host.libraryPath = *library;
     options.host.databasePath = arguments.TakeValue("database").value_or("devhost.db");
     options.logPath = arguments.TakeValue("log").value_or("devhost.log");
     options.coloured = Lab::TakeColour(arguments, Lab::OutputIsTerminal());
     arguments.Finish();
-    return options;
 }
 
 void ObeyCommands(Lab::CCommandInput& input, CHost& host) {
@@ -59,22 +62,33 @@ int Run(const COptions& options, Lab::CCommandInput& input) {
         options.host, [&](const Lab::CLine& line) { console.Write(line); },
         [&](const Lab::CLine& line) { log.Write(line); });
     if (!host.Start()) {
-        return 1;
+        return kCannotStart;
     }
     ObeyCommands(input, host);
     host.Stop();
-    return 0;
+    return kEndedWell;
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
+    COptions options;
     try {
-        const COptions options = ReadOptions(argc, argv);
+        Lab::CArguments arguments(argc, argv);
+        if (arguments.TakeFlag("help")) {
+            std::cout << kUsage;
+            return kEndedWell;
+        }
+        ReadOptions(arguments, options);
+    } catch (const std::exception& exception) {
+        std::cerr << "devhost: " << exception.what() << '\n' << kUsage;
+        return kBadCommandLine;
+    }
+    try {
         Lab::CCommandInput input;
         return Run(options, input);
     } catch (const std::exception& exception) {
-        std::cerr << "devhost: " << exception.what() << std::endl;
-        return 1;
+        std::cerr << "devhost: " << exception.what() << '\n';
+        return kCannotStart;
     }
 }

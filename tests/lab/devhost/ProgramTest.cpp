@@ -99,8 +99,14 @@ TEST_F(ProgramTest, KilledHostStartsAgainWithTheSameIdentifier) {
     EXPECT_EQ(first.substr(first.find("instance=")), second.substr(second.find("instance=")));
 }
 
-TEST_F(ProgramTest, MissingLibraryOptionEndsTheProgramWithOne) {
-    EXPECT_EQ(CDevHostProcess({}).Wait(), 1);
+TEST_F(ProgramTest, MissingLibraryOptionEndsTheProgramWithTwo) {
+    EXPECT_EQ(CDevHostProcess({}).Wait(), 2);
+}
+
+TEST_F(ProgramTest, HelpEndsTheProgramWithoutStarting) {
+    CDevHostProcess process({"--help"});
+    EXPECT_THAT(process.ReadUntil("usage"), HasSubstr("--library=<file>"));
+    EXPECT_EQ(process.Wait(), 0);
 }
 
 TEST_F(ProgramTest, LibraryThatCannotBeLoadedEndsTheProgramWithOne) {
