@@ -1,6 +1,8 @@
 #include "lab/runner/Actor.h"
 
+#include <array>
 #include <condition_variable>
+#include <filesystem>
 #include <istream>
 #include <mutex>
 #include <stdexcept>
@@ -12,6 +14,7 @@
 #include <boost/process/child.hpp>
 #include <boost/process/env.hpp>
 #include <boost/process/environment.hpp>
+#include <boost/process/extend.hpp>
 #include <boost/process/handles.hpp>
 #include <boost/process/io.hpp>
 #include <boost/process/pipe.hpp>
@@ -21,6 +24,12 @@ namespace Kyr::Lab::Runner {
 namespace {
 
 namespace process = boost::process;
+
+/// The handles that a child keeps when all others are closed. Boost.Process 1.81 forgets to name
+/// the one that it has just made a pipe for standard output, and standard error.
+struct CStandardHandles : process::extend::handler, process::extend::uses_handles {
+    static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
+};
 
 CTimedLine Parse(const std::string& text) {
     try {
@@ -69,6 +78,10 @@ CActor::CActor(const std::string& name, const std::string& program,
     : state_(std::make_unique<State>()) {
     state_->name = name;
     state_->listener = std::move(listener);
+    // With the other handles, a child loses the one to report a failed start through.
+    if (!std::filesystem::is_regular_file(program)) {
+        throw std::runtime_error("cannot start " + program + ": there is no such file");
+    }
     process::environment complete = boost::this_process::environment();
     for (const auto& [key, value] : environment) {
         complete[key] = value;
@@ -77,7 +90,7 @@ CActor::CActor(const std::string& name, const std::string& program,
     // Without limit_handles one actor would inherit, and keep open, the pipes of another.
     state_->child = process::child(program, process::args(arguments), complete,
                                    process::std_in<state_->input, process::std_out> state_->output,
-                                   process::limit_handles, error);
+                                   CStandardHandles(), process::limit_handles, error);
     if (error) {
         throw std::runtime_error("cannot start " + program + ": " + error.message());
     }

@@ -1,0 +1,121 @@
+// The simulated Ov agent as a program; README.md says how it is used.
+
+#include <iostream>
+
+#include "lab/common/Arguments.h"
+#include "lab/common/CommandInput.h"
+#include "lab/simagent/AlpcServer.h"
+#include "lab/simagent/Console.h"
+#include "lab/simagent/LpcServer.h"
+#include "portlayer/LiveCounters.h"
+
+namespace {
+
+using namespace Kyr::Lab;
+using namespace Kyr::Lab::SimAgent;
+
+// Exit codes; scripts rely on them.
+constexpr int kEndedWell = 0;
+constexpr int kCannotStart = 1;
+constexpr int kBadCommandLine = 2;
+constexpr int kLeftSomethingBehind = 3;
+
+constexpr char kUsage[] =
+    "usage: simagent [--victim=<program>] [--misbehave=\"<fault> ...\"]... [--wire] [--detached]\n"
+    "                [--colour=auto|always|never]\n"
+    "Commands come on standard input, one a line; `help` lists them.\n";
+
+struct COptions {
+    bool help = false;
+    bool wire = false;
+    bool detached = false;
+    bool coloured = false;
+    std::string victim;
+    CMisbehaviours misbehaviours;
+};
+
+void ReadOptions(int argc, char** argv, COptions& options) {
+    CArguments arguments(argc, argv);
+    options.help = arguments.TakeFlag("help");
+    options.wire = arguments.TakeFlag("wire");
+    options.detached = arguments.TakeFlag("detached");
+    options.coloured = TakeColour(arguments, OutputIsTerminal());
+    options.victim = arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim");
+    for (const std::string& fault : arguments.TakeValues("misbehave")) {
+        options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
+    }
+    arguments.Finish();
+}
+
+/// Carries out commands until one says to end, the input ends, or the system asks to end.
+void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
+    for (;;) {
+        const CCommandInput::CEvent event = input.Next();
+        switch (event.kind) {
+            case CCommandInput::Kind::Line:
+                if (!console.Execute(event.line)) {
+                    return;
+                }
+                break;
+            case CCommandInput::Kind::EndOfInput:
+                if (!detached) {
+                    return;
+                }
+                break;
+            case CCommandInput::Kind::Terminate:
+                return;
+        }
+    }
+}
+
+/// Everything that lives while the agent serves. False when it could not start.
+bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
+    const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
+    CLabProcesses processes(*launcher, sink);
+    CProduct product(processes, sink);
+    CAgent agent(product, options.misbehaviours, Kyr::Base::SystemClock(), sink,
+                 {options.wire, [] { EndThisProcess(); }});
+    CAlpcServer alpc(agent, sink);
+    CLpcServer lpc(agent, sink);
+    CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim});
+    try {
+        console.OpenPorts();
+    } catch (const std::exception& problem) {
+        sink(CLine("error").With("text", problem.what()));
+        return false;
+    }
+    sink(CLine("ready")
+             .With("pid", OwnProcessId())
+             .With("alpc", alpc.IsOpen() ? "open" : "closed")
+             .With("lpc", lpc.IsOpen() ? "open" : "closed"));
+    ServeCommands(input, console, options.detached);
+    agent.Stop();
+    processes.EndAll();
+    return true;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    COptions options;
+    try {
+        ReadOptions(argc, argv, options);
+    } catch (const std::exception& problem) {
+        std::cerr << "simagent: " << problem.what() << '\n' << kUsage;
+        return kBadCommandLine;
+    }
+    if (options.help) {
+        std::cout << kUsage;
+        return kEndedWell;
+    }
+    CCommandInput input;
+    CLineWriter writer(std::cout, SystemTimeOfDay, options.coloured);
+    const LineSink sink = [&](const CLine& line) { writer.Write(line); };
+    const bool started = Run(input, options, sink);
+    const Kyr::PortLayer::CLiveCounters counters = Kyr::PortLayer::ReadLiveCounters();
+    if (!counters.AllZero()) {
+        sink(CLine("error").With("text", "left behind: " + counters.Text()));
+        return kLeftSomethingBehind;
+    }
+    return started ? kEndedWell : kCannotStart;
+}

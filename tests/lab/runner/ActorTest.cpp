@@ -1,0 +1,38 @@
+#include <gtest/gtest.h>
+
+#include "lab/runner/Actor.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+constexpr std::chrono::seconds kPatience(20);
+
+void Ignore(const std::string&, const CTimedLine&) {}
+
+bool Any(const CLine&) {
+    return true;
+}
+
+TEST(ActorTest, WhatTheProgramWritesIsAnEvent) {
+    CActor actor("one", "/bin/echo", {"00:00:00.000 ready pid=7"}, {}, Ignore);
+
+    ASSERT_TRUE(actor.Find(0, Any, kPatience).has_value());
+    EXPECT_EQ("ready pid=7", actor.EventAt(0).line.Text());
+    EXPECT_EQ(0, actor.AwaitEnd(kPatience));
+}
+
+TEST(ActorTest, WhatIsSentReachesTheProgram) {
+    CActor actor("one", "/bin/cat", {}, {}, Ignore);
+
+    actor.Send("00:00:00.000 answer command=list");
+
+    ASSERT_TRUE(actor.Find(0, Any, kPatience).has_value());
+    EXPECT_EQ("answer command=list", actor.EventAt(0).line.Text());
+}
+
+TEST(ActorTest, ProgramThatIsNotThereIsAnError) {
+    EXPECT_THROW(CActor("one", "/no/such/program", {}, {}, Ignore), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner

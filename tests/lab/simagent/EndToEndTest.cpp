@@ -1,0 +1,371 @@
+// The program itself, in a process of its own, with a client on its ports.
+#include <csignal>
+#include <cstdlib>
+#include <filesystem>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/thread/thread.hpp>
+
+#include "lab/runner/Actor.h"
+#include "portlayer/LiveCounters.h"
+#include "tests/lab/simagent/PortClient.h"
+#include "tests/lab/simagent/Requests.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+using ::testing::HasSubstr;
+
+constexpr std::chrono::seconds kPatience(20);
+constexpr char kRunDirectory[] = "KELCOMM_RUNTIME_DIR";
+
+const Bytes kAccepted = Test::HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
+
+class EndToEndTest : public ::testing::Test {
+  protected:
+    EndToEndTest() {
+        std::string pattern = ::testing::TempDir() + "simagentXXXXXX";
+        directory_ = mkdtemp(pattern.data());
+        setenv(kRunDirectory, directory_.c_str(), 1);
+    }
+
+    ~EndToEndTest() override {
+        actor_.reset();
+        EXPECT_TRUE(PortLayer::ReadLiveCounters().AllZero())
+            << PortLayer::ReadLiveCounters().Text();
+        unsetenv(kRunDirectory);
+        std::filesystem::remove_all(directory_);
+    }
+
+    void Run(const std::vector<std::string>& arguments = {}) {
+        actor_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
+                                                  Runner::CActor::Environment{},
+                                                  [](const std::string&, const CTimedLine&) {});
+        Await("ready");
+    }
+
+    /// Waits for the next event that begins so, and returns it.
+    CLine Await(const std::string& beginning) {
+        const auto found = actor_->Find(
+            next_,
+            [&](const CLine& line) {
+                return line.Text().compare(0, beginning.size(), beginning) == 0;
+            },
+            kPatience);
+        if (!found) {
+            ADD_FAILURE() << "no event '" << beginning << "'";
+            return CLine("none");
+        }
+        next_ = *found + 1;
+        return actor_->EventAt(*found).line;
+    }
+
+    CLine Command(const std::string& line) {
+        actor_->Send(line);
+        return Await("answer command=" + line.substr(0, line.find(' ')));
+    }
+
+    /// Starts a victim and returns its number.
+    std::string StartVictim() {
+        const CLine answer = Command("start one");
+        return answer.Find("pid") == nullptr ? "0" : *answer.Find("pid");
+    }
+
+    void ExpectCleanEnd() { EXPECT_EQ(0, actor_->AwaitEnd(kPatience)); }
+
+    std::string directory_;
+    std::unique_ptr<Runner::CActor> actor_;
+    std::size_t next_ = 0;
+};
+
+/// What holds on both ports alike.
+template <typename Client>
+class EndToEndPortTest : public EndToEndTest {};
+
+using Clients = ::testing::Types<CLpcPortClient, CAlpcPortClient>;
+TYPED_TEST_SUITE(EndToEndPortTest, Clients);
+
+TYPED_TEST(EndToEndPortTest, PingIsAnsweredWithNothing) {
+    this->Run();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    this->Await("connect");
+
+    const CExchange ping = client.Exchange(kPingCommand, {}, 0);
+
+    EXPECT_EQ(0, ping.status);
+    EXPECT_EQ(0u, ping.code);
+    EXPECT_EQ(0u, ping.length);
+}
+
+TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
+    this->Run();
+    const std::string pid = this->StartVictim();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    const CExchange kill = client.Exchange(kRequestCommand, KillPayload(pid), 65536);
+
+    EXPECT_EQ(kAccepted, kill.bytes);
+    this->Await("did action=kill pid=" + pid + " outcome=done");
+    this->Await("ended pid=" + pid + " name=one by=kill-request");
+    EXPECT_EQ("done", *this->Command("tasklog").Find("state"));
+}
+
+TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
+    this->Run();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    const std::string own = std::to_string(getpid());
+
+    EXPECT_EQ(kAccepted, client.Exchange(kRequestCommand, KillPayload(own), 65536).bytes);
+
+    this->Await("did action=kill pid=" + own + " outcome=refused");
+}
+
+TYPED_TEST(EndToEndPortTest, OneWayKillEndsTheVictim) {
+    this->Run();
+    const std::string pid = this->StartVictim();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    EXPECT_EQ(0, client.SendOneWay(KillPayload(pid)));
+
+    this->Await("ended pid=" + pid);
+}
+
+TYPED_TEST(EndToEndPortTest, LongRequestAndLongReplyArriveWhole) {
+    this->Run({"--misbehave=oversized 200000"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    Bytes payload = KillPayload("1");
+    payload.resize(150000, ' ');  // blanks behind the document
+
+    const CExchange exchange = client.Exchange(kRequestCommand, payload, 200000);
+
+    this->Await("request id=1");
+    this->Await("did action=kill pid=1 outcome=refused");
+    EXPECT_EQ(0u, exchange.code);
+    EXPECT_EQ(200000u, exchange.length);
+    ASSERT_EQ(200000u, exchange.bytes.size());
+    EXPECT_EQ(kAccepted, Bytes(exchange.bytes.begin(), exchange.bytes.begin() + 12));
+}
+
+TYPED_TEST(EndToEndPortTest, DroppedConnectionIsANativeFailure) {
+    this->Run({"--misbehave=drop for=1"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    EXPECT_TRUE(NtApi::IsError(client.Exchange(kRequestCommand, KillPayload("1"), 65536).status));
+
+    this->Await("disconnect");
+    TypeParam again;
+    ASSERT_EQ(0, again.Connect());
+    EXPECT_EQ(kAccepted, again.Exchange(kRequestCommand, KillPayload("1"), 65536).bytes);
+}
+
+TYPED_TEST(EndToEndPortTest, DeathInMidRequestIsANativeFailure) {
+    this->Run({"--misbehave=die"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    EXPECT_TRUE(NtApi::IsError(client.Exchange(kRequestCommand, KillPayload("1"), 65536).status));
+
+    EXPECT_NE(0, this->actor_->AwaitEnd(kPatience));
+}
+
+TYPED_TEST(EndToEndPortTest, HangingRequestEndsWithTheAgent) {
+    this->Run({"--misbehave=hang"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    CExchange hanging;
+    boost::thread requester(
+        [&] { hanging = client.Exchange(kRequestCommand, KillPayload("1"), 65536); });
+    this->Await("reply id=1");
+
+    this->actor_->Send("quit");
+    requester.join();
+
+    EXPECT_TRUE(NtApi::IsError(hanging.status));
+    this->ExpectCleanEnd();
+}
+
+TYPED_TEST(EndToEndPortTest, DelayedReplyDoesNotHoldTheEndUp) {
+    this->Run({"--misbehave=delay 3600000"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    boost::thread requester([&] { client.Exchange(kRequestCommand, KillPayload("1"), 65536); });
+    this->Await("request id=1");
+
+    this->actor_->Send("quit");
+    requester.join();
+
+    this->ExpectCleanEnd();
+}
+
+TYPED_TEST(EndToEndPortTest, AnnouncedLengthCanBeWrong) {
+    this->Run({"--misbehave=bad-length 100"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+
+    EXPECT_EQ(100u, exchange.length);
+    EXPECT_EQ(kAccepted, exchange.bytes);
+}
+
+TYPED_TEST(EndToEndPortTest, StrangerIsRefused) {
+    this->Run();
+    TypeParam client;
+
+    EXPECT_EQ(NtApi::kStatusPortConnectionRefused, client.Connect("Stranger"));
+
+    this->Await("error transport=");
+}
+
+TYPED_TEST(EndToEndPortTest, ClientThatGoesIsNoticed) {
+    this->Run();
+    {
+        TypeParam client;
+        ASSERT_EQ(0, client.Connect());
+        this->Await("connect");
+    }
+
+    EXPECT_EQ("client", *this->Await("disconnect").Find("by"));
+}
+
+TYPED_TEST(EndToEndPortTest, AgentEndsCleanlyWithAClientConnected) {
+    this->Run();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+
+    this->actor_->Send("quit");
+
+    this->ExpectCleanEnd();
+    EXPECT_TRUE(NtApi::IsError(client.Exchange(kPingCommand, {}, 0).status));
+}
+
+TEST_F(EndToEndTest, BlockedProgramIsNotStartedAgain) {
+    Run();
+    StartVictim();
+    const std::string hash = *Command("list").Find("sha256");
+    CAlpcPortClient client;
+    ASSERT_EQ(0, client.Connect());
+
+    client.Exchange(
+        kRequestCommand,
+        XmlPayload("<TULK><MESSAGE><REQUEST FUNCTION=\"BLOCK_EXECUTABLE_BY_HASH\"><DATA>"
+                   "<NODE NAME=\"HASH_SHA2_256\" TYPE=\"STRING\" VALUE=\"" +
+                   hash +
+                   "\" /><NODE NAME=\"DELETE\" TYPE=\"DWORD\" VALUE=\"0\" />"
+                   "</DATA></REQUEST></MESSAGE></TULK>"),
+        65536);
+    Await("did action=block");
+    actor_->Send("start two");
+
+    Await("error command=start text=blocked");
+}
+
+TEST_F(EndToEndTest, LongReplyWithoutItsViewOnlyAnnouncesIt) {
+    Run({"--misbehave=view-missing"});
+    CAlpcPortClient client;
+    ASSERT_EQ(0, client.Connect());
+
+    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+
+    EXPECT_EQ(65488u, exchange.length);
+    EXPECT_FALSE(client.CameWithView());
+}
+
+TEST_F(EndToEndTest, SmallViewIsOneByteShort) {
+    Run({"--misbehave=view-small"});
+    CAlpcPortClient client;
+    ASSERT_EQ(0, client.Connect());
+
+    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+
+    EXPECT_EQ(65488u, exchange.length);
+    EXPECT_TRUE(client.CameWithView());
+    EXPECT_EQ(65487u, exchange.bytes.size());
+}
+
+TEST_F(EndToEndTest, LegacyReplyBeyondTheCapacityIsCutInTheBuffer) {
+    Run({"--misbehave=oversized 70000"});
+    CLpcPortClient client;
+    ASSERT_EQ(0, client.Connect());
+
+    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+
+    EXPECT_EQ(70000u, exchange.length);
+    EXPECT_EQ(65536u, exchange.bytes.size());
+}
+
+TEST_F(EndToEndTest, AbsentPortIsUnknownByName) {
+    Run({"--misbehave=no-alpc"});
+    CAlpcPortClient alpc;
+    CLpcPortClient lpc;
+
+    EXPECT_EQ(NtApi::kStatusObjectNameNotFound, alpc.Connect());
+    EXPECT_EQ(0, lpc.Connect());
+}
+
+TEST_F(EndToEndTest, PortCanBeClosedAndOpenedWhileTheAgentRuns) {
+    Run();
+    CLpcPortClient before;
+    ASSERT_EQ(0, before.Connect());
+
+    Command("misbehave no-lpc");
+    CLpcPortClient meanwhile;
+    EXPECT_EQ(NtApi::kStatusObjectNameNotFound, meanwhile.Connect());
+    EXPECT_TRUE(NtApi::IsError(before.Exchange(kPingCommand, {}, 0).status));
+
+    Command("misbehave clear");
+    CLpcPortClient after;
+    EXPECT_EQ(0, after.Connect());
+}
+
+TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {
+    Run();
+    const std::string pid = StartVictim();
+
+    actor_->Send("quit");
+
+    EXPECT_EQ("agent", *Await("ended pid=" + pid).Find("by"));
+    ExpectCleanEnd();
+}
+
+TEST_F(EndToEndTest, PoliteTerminationEndsCleanly) {
+    Run();
+
+    const auto ready = actor_->EventAt(0);
+    kill(static_cast<pid_t>(ParseNumber(*ready.line.Find("pid"))), SIGTERM);
+
+    ExpectCleanEnd();
+}
+
+TEST_F(EndToEndTest, SecondAgentCannotHaveThePorts) {
+    Run();
+    Runner::CActor second("second", KYR_SIMAGENT, {}, {},
+                          [](const std::string&, const CTimedLine&) {});
+
+    EXPECT_EQ(1, second.AwaitEnd(kPatience));
+    EXPECT_THAT(second.EventAt(0).line.Text(), HasSubstr("cannot create the advanced port"));
+}
+
+TEST_F(EndToEndTest, UnknownOptionIsRefused) {
+    Runner::CActor agent("agent", KYR_SIMAGENT, {"--unknown"}, {},
+                         [](const std::string&, const CTimedLine&) {});
+
+    EXPECT_EQ(2, agent.AwaitEnd(kPatience));
+}
+
+TEST_F(EndToEndTest, UnknownFaultIsRefused) {
+    Runner::CActor agent("agent", KYR_SIMAGENT, {"--misbehave=unknown"}, {},
+                         [](const std::string&, const CTimedLine&) {});
+
+    EXPECT_EQ(2, agent.AwaitEnd(kPatience));
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,211 @@
+#include "tests/lab/simagent/PortClient.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "portlayer/ClientFunctions.h"
+
+namespace Kyr::Lab::SimAgent {
+
+namespace {
+
+using ByteVector = std::vector<std::uint8_t>;
+
+void Put(ByteVector& bytes, std::size_t offset, std::uint64_t value, std::size_t width) {
+    for (std::size_t i = 0; i < width; ++i) {
+        bytes.at(offset + i) = static_cast<std::uint8_t>(value >> (8 * i));
+    }
+}
+
+std::uint32_t Get(const ByteVector& bytes, std::size_t offset, std::size_t width = 4) {
+    std::uint32_t value = 0;
+    for (std::size_t i = 0; i < width; ++i) {
+        value |= static_cast<std::uint32_t>(bytes.at(offset + i)) << (8 * i);
+    }
+    return value;
+}
+
+void PutLengths(ByteVector& message, std::size_t header) {
+    Put(message, 0, message.size() - header, 2);
+    Put(message, 2, message.size(), 2);
+}
+
+NtApi::UnicodeString Name(const char16_t* text) {
+    NtApi::UnicodeString name;
+    PortLayer::RtlInitUnicodeString(&name, text);
+    return name;
+}
+
+// The 64-bit structures of legacy messages, which a 64-bit process uses.
+constexpr std::size_t kHeader = 40;
+constexpr std::size_t kInlinePayload = 596;
+constexpr std::size_t kInlineReply = 600;
+
+ByteVector LpcMessage(std::uint32_t command, std::uint32_t flags, const ByteVector& payload,
+                      std::uint32_t capacity, ByteVector& reply) {
+    const bool isLarge = payload.size() > kInlinePayload || capacity > kInlineReply;
+    const bool isInline = !isLarge || payload.size() <= 556;
+    ByteVector message(kHeader + 12 + (isLarge ? 40 : 0));
+    Put(message, 40, command, 4);
+    Put(message, 44, flags, 4);
+    Put(message, 48, capacity, 4);
+    if (isLarge) {
+        Put(message, 6, 52, 2);
+        Put(message, 52, 2, 4);
+        Put(message, 60, isInline ? 0 : reinterpret_cast<std::uintptr_t>(payload.data()), 8);
+        Put(message, 68, isInline ? 0 : payload.size(), 4);
+        Put(message, 76, reinterpret_cast<std::uintptr_t>(reply.data()), 8);
+        Put(message, 84, capacity, 4);
+    }
+    if (isInline) {
+        message.insert(message.end(), payload.begin(), payload.end());
+    }
+    PutLengths(message, kHeader);
+    return message;
+}
+
+}  // namespace
+
+CPortHandle::~CPortHandle() {
+    if (handle != nullptr) {
+        PortLayer::CloseHandle(handle);
+    }
+}
+
+NtApi::NtStatus CLpcPortClient::Connect(const char* magic) {
+    NtApi::UnicodeString name = Name(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort");
+    NtApi::SecurityQualityOfService qos{12, 2, 1, 0, {}};
+    ByteVector info(magic, magic + 8);
+    info.insert(info.end(), {2, 0, 0, 0});
+    std::uint32_t size = 12;
+    return PortLayer::NtConnectPort(&port_.handle, &name, &qos, nullptr, nullptr, nullptr,
+                                    info.data(), &size);
+}
+
+CExchange CLpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
+                                   std::uint32_t capacity) {
+    ByteVector buffer(capacity);
+    ByteVector message = LpcMessage(command, 0, payload, capacity, buffer);
+    ByteVector reply(648);
+    Put(reply, 0, 608, 2);
+    Put(reply, 2, 648, 2);
+    CExchange result;
+    result.status = PortLayer::NtRequestWaitReplyPort(port_.handle, message.data(), reply.data());
+    if (NtApi::IsError(result.status)) {
+        return result;
+    }
+    result.code = Get(reply, 40);
+    result.length = Get(reply, 44);
+    const std::size_t inlineLength = Get(reply, 0, 2) - 8;
+    if (inlineLength > 0 || result.length == 0) {
+        result.bytes.assign(reply.begin() + 48,
+                            reply.begin() + 48 + static_cast<std::ptrdiff_t>(inlineLength));
+    } else {
+        buffer.resize(std::min<std::size_t>(result.length, capacity));
+        result.bytes = buffer;
+    }
+    return result;
+}
+
+NtApi::NtStatus CLpcPortClient::SendOneWay(const ByteVector& payload) {
+    ByteVector none;
+    ByteVector message = LpcMessage(3, 1, payload, 0, none);
+    return PortLayer::NtRequestPort(port_.handle, message.data());
+}
+
+NtApi::NtStatus CAlpcPortClient::Connect(const char* magic) {
+    NtApi::UnicodeString name = Name(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPortAlpc");
+    NtApi::AlpcPortAttributes attributes{};
+    attributes.Flags = 0x10000;
+    attributes.SecurityQos = {12, 2, 1, 0, {}};
+    attributes.MaxMessageLength = 0xFFEF;
+    attributes.MaxPoolUsage = attributes.MaxSectionSize = attributes.MaxViewSize =
+        attributes.MaxTotalSectionSize = 0xFFFFFFFF;
+    ByteVector message(40);
+    std::memcpy(message.data() + 24, magic, 8);
+    Put(message, 32, 2, 4);
+    Put(message, 36, 0xFFCF, 4);
+    PutLengths(message, 24);
+    std::size_t size = message.size();
+    return PortLayer::NtAlpcConnectPort(&port_.handle, &name, nullptr, &attributes, 0x20000,
+                                        nullptr, message.data(), &size, nullptr, nullptr, nullptr);
+}
+
+namespace {
+
+/// Attribute buffer with room for a view.
+struct CViewBuffer {
+    CViewBuffer() {
+        std::size_t size = sizeof *this;
+        PortLayer::AlpcInitializeMessageAttribute(NtApi::kAlpcMessageViewAttribute, &head,
+                                                  sizeof *this, &size);
+    }
+    NtApi::AlpcMessageAttributes head{};
+    NtApi::AlpcDataViewAttr view{};
+};
+
+ByteVector AlpcMessage(std::uint32_t command, const ByteVector& payload, std::uint32_t capacity) {
+    ByteVector message(40);
+    Put(message, 24, command, 4);
+    Put(message, 32, payload.size(), 4);
+    Put(message, 36, capacity, 4);
+    if (payload.size() <= 65479) {
+        message.insert(message.end(), payload.begin(), payload.end());
+    }
+    PutLengths(message, 24);
+    return message;
+}
+
+}  // namespace
+
+CExchange CAlpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
+                                    std::uint32_t capacity) {
+    ByteVector message = AlpcMessage(command, payload, capacity);
+    CViewBuffer sent;
+    if (payload.size() > 65479) {
+        NtApi::Handle section = nullptr;
+        PortLayer::NtAlpcCreatePortSection(port_.handle, 0x40000, nullptr, payload.size(), &section,
+                                           nullptr);
+        sent.view = {0, section, nullptr, payload.size()};
+        PortLayer::NtAlpcCreateSectionView(port_.handle, 0, &sent.view);
+        std::memcpy(sent.view.ViewBase, payload.data(), payload.size());
+        sent.view.Flags = 0x60000;
+        sent.head.ValidAttributes = NtApi::kAlpcMessageViewAttribute;
+    }
+    CViewBuffer received;
+    ByteVector reply(0xFFEF);
+    std::size_t size = reply.size();
+    CExchange result;
+    result.status =
+        PortLayer::NtAlpcSendWaitReceivePort(port_.handle, 0x20000, message.data(), &sent.head,
+                                             reply.data(), &size, &received.head, nullptr);
+    if (sent.view.SectionHandle != nullptr) {
+        PortLayer::NtAlpcDeletePortSection(port_.handle, 0, sent.view.SectionHandle);
+    }
+    if (NtApi::IsError(result.status)) {
+        return result;
+    }
+    result.code = Get(reply, 24);
+    result.length = Get(reply, 28);
+    result.bytes.assign(reply.begin() + 32,
+                        reply.begin() + 24 + static_cast<std::ptrdiff_t>(Get(reply, 0, 2)));
+    cameWithView_ = received.head.ValidAttributes != 0;
+    if (cameWithView_) {
+        const auto* const bytes = static_cast<const std::uint8_t*>(received.view.ViewBase);
+        result.bytes.assign(bytes, bytes + received.view.ViewSize);
+        received.view.Flags |= 0x10000;
+    }
+    if ((Get(reply, 4, 2) & 0x2000) != 0) {
+        PortLayer::NtAlpcSendWaitReceivePort(port_.handle, 0x10000, reply.data(), &received.head,
+                                             nullptr, nullptr, nullptr, nullptr);
+    }
+    return result;
+}
+
+NtApi::NtStatus CAlpcPortClient::SendOneWay(const ByteVector& payload) {
+    ByteVector message = AlpcMessage(3, payload, 0);
+    return PortLayer::NtAlpcSendWaitReceivePort(port_.handle, 0x10000, message.data(), nullptr,
+                                                nullptr, nullptr, nullptr, nullptr);
+}
+
+}  // namespace Kyr::Lab::SimAgent
