@@ -57,7 +57,10 @@ CCommandInput::CEvent CCommandInput::Next() {
             continue;  // interrupted by a signal that nobody here cares for
         }
         if (waits[0].revents != 0) {
-            return {Kind::Terminate, {}};
+            signalfd_siginfo taken;  // taken out, so that it does not stay pending
+            return read(state_->terminateFd, &taken, sizeof taken) > 0
+                       ? CEvent{Kind::Terminate, {}}
+                       : Next();
         }
         char block[4096];
         const ssize_t count = read(STDIN_FILENO, block, sizeof block);
