@@ -39,6 +39,8 @@ std::unique_ptr<IProcessLauncher> MakeSystemLauncher();
 /// The folder that the program of this process stands in.
 std::string OwnProgramFolder();
 
+std::uint64_t OwnProcessId();
+
 /// Ends this process at once, without any clean-up, as a crash would.
 [[noreturn]] void EndThisProcess();
 

@@ -110,6 +110,10 @@ std::string OwnProgramFolder() {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
 }
 
+std::uint64_t OwnProcessId() {
+    return static_cast<std::uint64_t>(getpid());
+}
+
 void EndThisProcess() {
     kill(getpid(), SIGKILL);
     std::abort();  // not reached: the signal cannot be held off
