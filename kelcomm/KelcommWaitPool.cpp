@@ -112,7 +112,7 @@ bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared
         shared->workers.pop_back();
         return false;
     }
-    parameter.release();
+    static_cast<void>(parameter.release());  // owned by the thread from here on
     return true;
 } catch (const std::bad_alloc&) {
     return false;
