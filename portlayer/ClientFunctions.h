@@ -88,6 +88,8 @@ std::uint32_t KYR_NTAPI WaitForSingleObject(Handle handle, std::uint32_t millise
 /// Mutexes can only be waited for alone.
 std::uint32_t KYR_NTAPI WaitForMultipleObjects(std::uint32_t count, const Handle* handles,
                                                Bool waitAll, std::uint32_t milliseconds);
+/// Milliseconds of a steady clock.
+std::uint32_t KYR_NTAPI GetTickCount();
 
 // Named mutexes and sections.
 Handle KYR_NTAPI OpenMutexW(std::uint32_t access, Bool inherit, const char16_t* name);
@@ -96,6 +98,9 @@ Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, Bool inherit, const char
 void* KYR_NTAPI MapViewOfFile(Handle section, std::uint32_t access, std::uint32_t offsetHigh,
                               std::uint32_t offsetLow, std::size_t size);
 Bool KYR_NTAPI UnmapViewOfFile(const void* view);
+/// Only for the base of a mapped view: its size, not rounded to pages. 0 for other addresses.
+std::size_t KYR_NTAPI VirtualQuery(const void* address, NtApi::MemoryBasicInformation* information,
+                                   std::size_t informationSize);
 
 // Window messages: there are none here.
 std::uint32_t KYR_NTAPI MsgWaitForMultipleObjects(std::uint32_t count, const Handle* handles,

@@ -116,4 +116,19 @@ Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
     return 1;
 }
 
+std::size_t KYR_NTAPI VirtualQuery(const void* address, NtApi::MemoryBasicInformation* information,
+                                   std::size_t informationSize) {
+    Views& views = TheViews();
+    const std::lock_guard<std::mutex> lock(views.mutex);
+    const auto found = views.byBase.find(address);
+    if (found == views.byBase.end() || informationSize < sizeof(*information)) {
+        return 0;
+    }
+    *information = {};
+    information->BaseAddress = found->second.mapping.Base();
+    information->AllocationBase = information->BaseAddress;
+    information->RegionSize = found->second.mapping.Size();
+    return sizeof(*information);
+}
+
 }  // namespace Kyr::PortLayer

@@ -1,4 +1,5 @@
 // The calling process, counted strings, and the window messages that there are not.
+#include <chrono>
 #include <string>
 
 #include "portlayer/ClientFunctions.h"
@@ -30,6 +31,12 @@ Bool KYR_NTAPI IsWow64Process(Handle process, Bool* isWow64) {
     }
     *isWow64 = sizeof(void*) == 8 ? 1 : 0;
     return 1;
+}
+
+std::uint32_t KYR_NTAPI GetTickCount() {
+    const auto sinceStart = std::chrono::steady_clock::now().time_since_epoch();
+    return static_cast<std::uint32_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(sinceStart).count());
 }
 
 Bool KYR_NTAPI PeekMessageW(WindowMessage*, Handle, std::uint32_t, std::uint32_t, std::uint32_t) {
