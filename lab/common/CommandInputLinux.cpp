@@ -58,9 +58,8 @@ CCommandInput::CEvent CCommandInput::Next() {
         }
         if (waits[0].revents != 0) {
             signalfd_siginfo taken;  // taken out, so that it does not stay pending
-            return read(state_->terminateFd, &taken, sizeof taken) > 0
-                       ? CEvent{Kind::Terminate, {}}
-                       : Next();
+            return read(state_->terminateFd, &taken, sizeof taken) > 0 ? CEvent{Kind::Terminate, {}}
+                                                                       : Next();
         }
         char block[4096];
         const ssize_t count = read(STDIN_FILENO, block, sizeof block);

@@ -29,7 +29,7 @@ constexpr char16_t kAlpcPortName[] = u"\\BaseNamedObjects\\KELCOMM31564B51To6156
 /// How long a serving thread waits for a message before it looks whether the port is to be closed:
 /// nothing wakes a thread that waits on a port. In 100 ns units, negative: from now. Our own
 /// choice.
-constexpr std::int64_t kServeTimeout = -50 * 10000;
+constexpr std::int64_t kServeTimeout = -50 * std::int64_t{10000};
 
 /// The longest request that is taken, twice what the longest reply may be: our own choice.
 constexpr std::uint32_t kMaxRequest = 0x20000000;
