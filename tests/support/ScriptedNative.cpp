@@ -22,11 +22,13 @@ CScriptedNative* current = nullptr;
 std::uint8_t userSid[12];
 std::uint8_t localSystemSid[12];
 
-Bytes MessageBytes(const void* message) {
+/// The message as its header says; a message that was received says what it likes, but has no more
+/// than `room` bytes.
+Bytes MessageBytes(const void* message, std::size_t room = NtApi::kAlpcMaxMessage) {
     const auto* bytes = static_cast<const std::uint8_t*>(message);
     const std::size_t length =
         Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kTotalLengthOffset);
-    return Bytes(bytes, bytes + length);
+    return Bytes(bytes, bytes + std::min(length, room));
 }
 
 NtApi::AlpcDataViewAttr& ViewOf(NtApi::AlpcMessageAttributes* attributes) {
@@ -217,7 +219,7 @@ struct CScriptedNative::Calls {
     static NtApi::NtStatus Release(void* message, NtApi::AlpcMessageAttributes* attributes) {
         const Guard guard(current->mutex_);
         Sent sent{};
-        sent.message = MessageBytes(message);
+        sent.message = MessageBytes(message, current->receiveRoom_);
         sent.flags = NtApi::kAlpcReleaseMessage;
         if (HasView(attributes)) {
             const NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
@@ -266,6 +268,7 @@ struct CScriptedNative::Calls {
             answer.action(sent);
         }
         if (receiveMessage != nullptr && !answer.reply.empty()) {
+            current->receiveRoom_ = *bufferLength;
             const std::size_t length = std::min(answer.reply.size(), *bufferLength);
             std::memcpy(receiveMessage, answer.reply.data(), length);
             *bufferLength = length;

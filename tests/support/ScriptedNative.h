@@ -10,6 +10,7 @@
 // Threads: the functions may be called from any thread; records are read when no call is running.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <deque>
 #include <functional>
@@ -152,6 +153,7 @@ class CScriptedNative {
     std::map<void*, Bytes> views_;
     std::map<void*, int> lockDepth_;  // slim locks, by their word
     std::uintptr_t nextHandle_ = 0x1000;
+    std::atomic<std::size_t> receiveRoom_{0};  // of the last receive buffer
 };
 
 }  // namespace Kyr::Test

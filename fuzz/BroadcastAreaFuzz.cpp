@@ -1,0 +1,40 @@
+// The clients' reads of the product's shared block, whatever it holds.
+//
+// An input is u32 offset, u32 length (of which 16 bits count), and the mapped block.
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <vector>
+
+#include "base/LittleEndian.h"
+#include "kelcomm/KelcommClientNt.h"
+#include "tests/support/ScriptedNative.h"
+
+namespace {
+
+constexpr std::size_t kHead = 8;
+constexpr std::uint32_t kLengthMask = 0xFFFF;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size <= kHead) {
+        return 0;
+    }
+    const auto offset = Kyr::Base::LoadLittleEndian<std::uint32_t>(data);
+    const std::uint32_t length = Kyr::Base::LoadLittleEndian<std::uint32_t>(data + 4) & kLengthMask;
+    Kyr::Test::CScriptedNative native;
+    native.area.assign(data + kHead, data + size);
+
+    const auto client =
+        Kyr::Connectors::Common::Kelcomm::CreateKelcommClientNt(native.GetFunctions());
+    std::vector<std::uint8_t> destination(length);
+    client->ReadBroadcast(offset, destination.data(), length);
+    std::uint32_t value = 0;
+    client->ReadBroadcastValue(offset, &value);
+    client->Close();
+    if (native.CountLive() != 0) {
+        std::terminate();
+    }
+    return 0;
+}

@@ -1,0 +1,46 @@
+// What the legacy port's client makes of a reply message, in both structure widths.
+//
+// An input is one byte (bit 0: 64-bit structures), one byte that chooses the status, u16 reply
+// capacity, and the reply message as the port hands it over.
+#include <cstddef>
+#include <cstdint>
+#include <exception>
+#include <memory>
+#include <vector>
+
+#include "base/LittleEndian.h"
+#include "fuzz/ReplyStatus.h"
+#include "kelcomm/KelcommClientNt.h"
+#include "tests/support/ScriptedNative.h"
+
+namespace {
+
+constexpr std::size_t kHead = 4;
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (size < kHead) {
+        return 0;
+    }
+    Kyr::Test::CScriptedNative native;
+    native.isWow64 = (data[0] & 1) != 0;
+    native.defaultAnswer.status = Kyr::Fuzz::ReplyStatus(data[1]);
+    native.defaultAnswer.reply.assign(data + kHead, data + size);
+    const std::uint32_t capacity = Kyr::Base::LoadLittleEndian<std::uint16_t>(data + 2);
+
+    const auto client =
+        Kyr::Connectors::Common::Kelcomm::CreateKelcommClientNt(native.GetFunctions());
+    std::vector<std::uint8_t> reply(capacity);
+    constexpr std::uint32_t kUntouched = 0xFFFFFFFF;
+    std::uint32_t length = kUntouched;
+    client->Request(0, 3, "request", 7, reply.data(), capacity, &length, 0);
+    if (length != kUntouched && length > capacity) {
+        std::terminate();  // a caller reads so many bytes
+    }
+    client->Close();
+    if (native.CountLive() != 0) {
+        std::terminate();
+    }
+    return 0;
+}
