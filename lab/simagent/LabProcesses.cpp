@@ -50,13 +50,17 @@ std::optional<CLabProcess> CLabProcesses::Find(std::uint64_t pid) const {
     return entry == nullptr ? std::nullopt : std::optional(entry->facts);
 }
 
-bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by) {
+bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by,
+                         const std::function<void()>& onKilled) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     CEntry* const entry = FindEntry(pid);
     if (entry == nullptr || !entry->facts.running || !entry->process->Kill()) {
         return false;
     }
     entry->endedBy = by;
+    if (onKilled) {
+        onKilled();  // under the lock, which the `ended` event needs
+    }
     return true;
 }
 

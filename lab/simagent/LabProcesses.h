@@ -9,6 +9,7 @@
 // Errors: std::runtime_error from Start.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -44,9 +45,10 @@ class CLabProcesses {
     /// The latest process of that number.
     std::optional<CLabProcess> Find(std::uint64_t pid) const;
 
-    /// Ends a running process; `by` says in its `ended` event who did. False when no process of
-    /// this agent with that number is running.
-    bool Kill(std::uint64_t pid, const std::string& by);
+    /// Ends a running process; `by` says in its `ended` event who did, and `onKilled` is called
+    /// before that event. False when no process of this agent with that number is running.
+    bool Kill(std::uint64_t pid, const std::string& by,
+              const std::function<void()>& onKilled = nullptr);
 
     /// Ends every process and awaits the watching threads.
     void EndAll();

@@ -58,28 +58,23 @@ CLabProcess CProduct::Start(const std::string& name, const std::string& program,
     return processes_.Start(name, facts, arguments);
 }
 
-void CProduct::KillProcess(const std::optional<std::string>& pid, const CHashes& hashes,
+void CProduct::KillProcess(const std::optional<std::string>& pidText, const CHashes& hashes,
                            const std::string& userData) {
-    Note(Kill(pid, hashes), "KILL_PROCESS_BY_PID", userData,
-         CLine("did").With("action", "kill").With("pid", pid.value_or("")));
-}
-
-CTaskLogEntry CProduct::Kill(const std::optional<std::string>& pidText, const CHashes& hashes) {
+    const auto note = [&](TaskState state, const char* text) {
+        Note(Outcome(state, text), "KILL_PROCESS_BY_PID", userData,
+             CLine("did").With("action", "kill").With("pid", pidText.value_or("")));
+    };
     const std::optional<std::uint64_t> pid = ParsePid(pidText);
+    const std::optional<CLabProcess> process = pid ? processes_.Find(*pid) : std::nullopt;
     if (!pid) {
-        return Outcome(TaskState::Refused, "no process id");
+        note(TaskState::Refused, "no process id");
+    } else if (!process) {
+        note(TaskState::Refused, "not a lab process");
+    } else if (!hashes.MatchAll(process->program)) {
+        note(TaskState::Refused, "another program has that hash");
+    } else if (!processes_.Kill(*pid, "kill-request", [&] { note(TaskState::Done, "killed"); })) {
+        note(TaskState::Refused, "ended before");
     }
-    const std::optional<CLabProcess> process = processes_.Find(*pid);
-    if (!process) {
-        return Outcome(TaskState::Refused, "not a lab process");
-    }
-    if (!hashes.MatchAll(process->program)) {
-        return Outcome(TaskState::Refused, "another program has that hash");
-    }
-    if (!processes_.Kill(*pid, "kill-request")) {
-        return Outcome(TaskState::Refused, "ended before");
-    }
-    return Outcome(TaskState::Done, "killed");
 }
 
 void CProduct::BlockExecutable(const CHashes& hashes, bool deleteFile,

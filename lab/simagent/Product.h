@@ -69,7 +69,6 @@ class CProduct {
     std::vector<CBlockedProgram> Blocked() const;
 
   private:
-    CTaskLogEntry Kill(const std::optional<std::string>& pid, const CHashes& hashes);
     void Note(CTaskLogEntry entry, const char* function, const std::string& userData,
               CLine didLine);
 

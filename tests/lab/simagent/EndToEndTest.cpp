@@ -61,16 +61,19 @@ class EndToEndTest : public ::testing::Test {
         return actor_->EventAt(*found).line;
     }
 
+    /// Sends a command and returns the first line of its answer.
     CLine Command(const std::string& line) {
         actor_->Send(line);
         return Await("answer command=" + line.substr(0, line.find(' ')));
     }
 
-    /// Starts a victim and returns its number.
-    std::string StartVictim() {
-        const CLine answer = Command("start one");
-        return answer.Find("pid") == nullptr ? "0" : *answer.Find("pid");
+    static std::string Field(const CLine& line, const char* key) {
+        const std::string* const value = line.Find(key);
+        return value == nullptr ? "missing" : *value;
     }
+
+    /// Starts a victim and returns its number.
+    std::string StartVictim() { return Field(Command("start one"), "pid"); }
 
     void ExpectCleanEnd() { EXPECT_EQ(0, actor_->AwaitEnd(kPatience)); }
 
@@ -110,7 +113,7 @@ TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
     EXPECT_EQ(kAccepted, kill.bytes);
     this->Await("did action=kill pid=" + pid + " outcome=done");
     this->Await("ended pid=" + pid + " name=one by=kill-request");
-    EXPECT_EQ("done", *this->Command("tasklog").Find("state"));
+    EXPECT_EQ("done", this->Field(this->Command("tasklog"), "state"));
 }
 
 TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
@@ -232,7 +235,7 @@ TYPED_TEST(EndToEndPortTest, ClientThatGoesIsNoticed) {
         this->Await("connect");
     }
 
-    EXPECT_EQ("client", *this->Await("disconnect").Find("by"));
+    EXPECT_EQ("client", this->Field(this->Await("disconnect"), "by"));
 }
 
 TYPED_TEST(EndToEndPortTest, AgentEndsCleanlyWithAClientConnected) {
@@ -249,7 +252,7 @@ TYPED_TEST(EndToEndPortTest, AgentEndsCleanlyWithAClientConnected) {
 TEST_F(EndToEndTest, BlockedProgramIsNotStartedAgain) {
     Run();
     StartVictim();
-    const std::string hash = *Command("list").Find("sha256");
+    const std::string hash = Field(Command("list"), "sha256");
     CAlpcPortClient client;
     ASSERT_EQ(0, client.Connect());
 
@@ -315,12 +318,14 @@ TEST_F(EndToEndTest, PortCanBeClosedAndOpenedWhileTheAgentRuns) {
     CLpcPortClient before;
     ASSERT_EQ(0, before.Connect());
 
-    Command("misbehave no-lpc");
+    actor_->Send("misbehave no-lpc");
+    Await("answer command=misbehave faults=1");
     CLpcPortClient meanwhile;
     EXPECT_EQ(NtApi::kStatusObjectNameNotFound, meanwhile.Connect());
     EXPECT_TRUE(NtApi::IsError(before.Exchange(kPingCommand, {}, 0).status));
 
-    Command("misbehave clear");
+    actor_->Send("misbehave clear");
+    Await("answer command=misbehave faults=0");
     CLpcPortClient after;
     EXPECT_EQ(0, after.Connect());
 }
@@ -331,7 +336,7 @@ TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {
 
     actor_->Send("quit");
 
-    EXPECT_EQ("agent", *Await("ended pid=" + pid).Find("by"));
+    EXPECT_EQ("agent", Field(Await("ended pid=" + pid), "by"));
     ExpectCleanEnd();
 }
 
@@ -339,7 +344,7 @@ TEST_F(EndToEndTest, PoliteTerminationEndsCleanly) {
     Run();
 
     const auto ready = actor_->EventAt(0);
-    kill(static_cast<pid_t>(ParseNumber(*ready.line.Find("pid"))), SIGTERM);
+    kill(static_cast<pid_t>(ParseNumber(Field(ready.line, "pid"))), SIGTERM);
 
     ExpectCleanEnd();
 }

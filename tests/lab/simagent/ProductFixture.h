@@ -27,8 +27,7 @@ class ProductFixture : public ::testing::Test {
     }
 
     const std::string program_ =
-        ::testing::TempDir() + "simagent_" +
-        ::testing::UnitTest::GetInstance()->current_test_info()->test_suite_name();
+        ::testing::TempDir() + "simagent_program_" + std::to_string(OwnProcessId());
     CLineList lines_;
     CFakeLauncher launcher_;
     CLabProcesses processes_{launcher_, lines_.Sink()};

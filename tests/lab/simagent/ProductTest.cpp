@@ -30,9 +30,8 @@ TEST_F(ProductTest, KillEndsALabProcess) {
     processes_.EndAll();
 
     EXPECT_THAT(lines_.Take(),
-                ::testing::UnorderedElementsAre(
-                    "did action=kill pid=1000 outcome=done text=killed userdata=a;b;c",
-                    "ended pid=1000 name=one by=kill-request"));
+                ElementsAre("did action=kill pid=1000 outcome=done text=killed userdata=a;b;c",
+                            "ended pid=1000 name=one by=kill-request"));
     ASSERT_EQ(1u, product_.TaskLog().size());
     EXPECT_EQ(1u, product_.TaskLog()[0].number);
     EXPECT_EQ("KILL_PROCESS_BY_PID", product_.TaskLog()[0].function);

@@ -2,13 +2,18 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
+#include "lab/simagent/Process.h"
 #include "lab/simagent/Program.h"
 
 namespace Kyr::Lab::SimAgent {
 namespace {
 
+std::string TemporaryPath(const std::string& name) {
+    return ::testing::TempDir() + "simagent_" + name + std::to_string(OwnProcessId());
+}
+
 TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
-    const std::string path = ::testing::TempDir() + "simagent_program_test";
+    const std::string path = TemporaryPath("abc");
     std::ofstream(path, std::ios::binary) << "abc";
 
     const CProgram program = ReadProgram(path);
@@ -20,7 +25,7 @@ TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
 }
 
 TEST(ProgramTest, EmptyFileHasDigestsToo) {
-    const std::string path = ::testing::TempDir() + "simagent_program_test_empty";
+    const std::string path = TemporaryPath("empty");
     std::ofstream(path, std::ios::binary).flush();
 
     const CProgram program = ReadProgram(path);
