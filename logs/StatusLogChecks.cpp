@@ -1,5 +1,6 @@
 #include "logs/StatusLogChecks.h"
 
+#include <array>
 #include <google/protobuf/util/message_differencer.h>
 #include <set>
 #include <stdexcept>
@@ -18,26 +19,15 @@ using Ids = std::set<std::int32_t>;
 
 constexpr std::size_t kUuidTextLength = 36;
 
+/// Whether the field of `dataType` holds exactly one element.
 bool Holds(const MultiDataType& value, Common::Logs::SymbolDataType dataType) {
-    switch (dataType) {
-        case Common::Logs::kBool:
-            return value.val_bool_size() == 1;
-        case Common::Logs::kInteger:
-            return value.val_int_size() == 1;
-        case Common::Logs::kDouble:
-            return value.val_double_size() == 1;
-        case Common::Logs::kResourceId:
-            return value.val_res_id_size() == 1;
-        case Common::Logs::kString:
-            return value.val_string_size() == 1;
-        case Common::Logs::kTime:
-            return value.val_time_date_size() == 1;
-        case Common::Logs::kUuid:
-            return value.val_uuid_size() == 1;
-        case Common::Logs::kBlob:
-            return value.val_blob_size() == 1;
-    }
-    return false;
+    // In the order of the data type codes.
+    const std::array<int, 8> sizes = {value.val_bool_size(),   value.val_int_size(),
+                                      value.val_double_size(), value.val_res_id_size(),
+                                      value.val_string_size(), value.val_time_date_size(),
+                                      value.val_uuid_size(),   value.val_blob_size()};
+    const auto code = static_cast<std::size_t>(dataType);
+    return code < sizes.size() && sizes[code] == 1;
 }
 
 Ids IdsOf(const Common::Logs::CLogDescriptor::SymbolDescriptors& symbols) {

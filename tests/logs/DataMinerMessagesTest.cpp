@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "logs/DataMinerMessages.h"
+#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Message::DataMiners {
@@ -8,19 +9,8 @@ namespace {
 
 using Kernel::MessageType;
 using Records = std::vector<std::string>;
+using Test::CTestMessage;
 using Test::ThrownText;
-
-/// A message of a foreign class that has the type number of another one.
-class CImpostor : public CMessage {
-  public:
-    explicit CImpostor(MessageType type) : type_(type) {}
-    MessageType GetMessageType() const override { return type_; }
-    std::string GetName() const override { return "Impostor"; }
-    bool Equals(const Kernel::IMessage&) const override { return true; }
-
-  private:
-    MessageType type_;
-};
 
 template <typename Message>
 Message MessageOf(const Records& records) {
@@ -80,7 +70,7 @@ TYPED_TEST(DataMinerStoreTest, SameRecordsInTheSameOrderAreEqual) {
 
 TYPED_TEST(DataMinerStoreTest, SameTypeOfAnotherClassIsNotEqual) {
     const TypeParam message;
-    EXPECT_FALSE(message.Equals(CImpostor(message.GetMessageType())));
+    EXPECT_FALSE(message.Equals(CTestMessage(message.GetMessageType(), "impostor")));
 }
 
 TEST(DataMinerMessagesTest, TypesAndNamesAreTheHosts) {
@@ -102,7 +92,7 @@ TEST(DataMinerMessagesTest, IndicatorAndTelemetryAreNeverEqual) {
 TEST(DataMinerMessagesTest, OutOfOrderEventsAreEqualByType) {
     const CDataMinerOutOfOrderEventMessage message;
     EXPECT_TRUE(message.Equals(CDataMinerOutOfOrderEventMessage()));
-    EXPECT_TRUE(message.Equals(CImpostor(MessageType::DataMinerOutOfOrderEvent)));
+    EXPECT_TRUE(message.Equals(CTestMessage(MessageType::DataMinerOutOfOrderEvent, "impostor")));
     EXPECT_FALSE(message.Equals(CDataMinerStoreEcsIndicatorLogs()));
 }
 

@@ -6,6 +6,7 @@
 #include "host/logs/LogDescriptorMapOverride.h"
 #include "logs/EventLog.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Message::Logs {
@@ -14,19 +15,12 @@ namespace {
 using Common::Logs::CLogDescriptorMap;
 using Kernel::MessageType;
 using Test::CManualClock;
+using Test::CTestMessage;
 using Test::ThrownText;
 
 constexpr auto kEvent = static_cast<MessageType>(20001);
 constexpr auto kDelta = static_cast<MessageType>(20002);
 constexpr auto kStatus = static_cast<MessageType>(20003);
-
-/// A message that only claims to be an event log.
-class CImpostor : public CMessage {
-  public:
-    MessageType GetMessageType() const override { return kEvent; }
-    std::string GetName() const override { return "Impostor"; }
-    bool Equals(const Kernel::IMessage&) const override { return true; }
-};
 
 class EventLogTest : public ::testing::Test {
   protected:
@@ -107,7 +101,7 @@ TEST_F(EventLogTest, OtherTypeIsNotEqual) {
 
 TEST_F(EventLogTest, SameTypeOfAnotherClassThrows) {
     const CEventLog log(kEvent);
-    EXPECT_THROW(log.Equals(CImpostor()), std::bad_cast);
+    EXPECT_THROW(log.Equals(CTestMessage(kEvent, "impostor")), std::bad_cast);
 }
 
 TEST_F(EventLogTest, FittingRowIsValid) {

@@ -3,6 +3,7 @@
 #include "logs/MultiProductStatusLog.h"
 #include "tests/logs/StatusLogFixture.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TestMessage.h"
 
 namespace Kyr::Common::Message::Logs {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 using Kernel::MessageType;
 using Test::CLyingRow;
 using Test::CManualClock;
+using Test::CTestMessage;
 using Test::StatusLogTypes::kEvent;
 using Test::StatusLogTypes::kMultiProduct;
 using Test::StatusLogTypes::kOtherMultiProduct;
@@ -88,15 +90,8 @@ TEST_F(MultiProductStatusLogTest, OtherTypeIsNotEqual) {
     EXPECT_FALSE(log_.Equals(CMultiProductStatusLog(kOtherMultiProduct, Product())));
 }
 
-class CImpostor : public CMessage {
-  public:
-    MessageType GetMessageType() const override { return kMultiProduct; }
-    std::string GetName() const override { return "Impostor"; }
-    bool Equals(const Kernel::IMessage&) const override { return true; }
-};
-
 TEST_F(MultiProductStatusLogTest, SameTypeOfAnotherClassThrows) {
-    EXPECT_THROW(log_.Equals(CImpostor()), std::bad_cast);
+    EXPECT_THROW(log_.Equals(CTestMessage(kMultiProduct, "impostor")), std::bad_cast);
 }
 
 TEST_F(MultiProductStatusLogTest, ReadOnlyLogLocksItsRows) {

@@ -1,12 +1,14 @@
 #include <gtest/gtest.h>
 
 #include "logs/OvAgentRequest.h"
+#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Message::Connectors::OvAgentConnector {
 namespace {
 
 using Kernel::MessageType;
+using Test::CTestMessage;
 using Test::ThrownText;
 
 COvAgentRequest RequestOf(std::int32_t requestType) {
@@ -14,13 +16,6 @@ COvAgentRequest RequestOf(std::int32_t requestType) {
     request.SetRequestType(requestType);
     return request;
 }
-
-class CImpostor : public CMessage {
-  public:
-    MessageType GetMessageType() const override { return MessageType::OvAgentRequest; }
-    std::string GetName() const override { return "OvAgentRequest"; }
-    bool Equals(const Kernel::IMessage&) const override { return true; }
-};
 
 TEST(OvAgentRequestTest, TypeAndNameAreTheHosts) {
     const COvAgentRequest request;
@@ -48,7 +43,7 @@ TEST(OvAgentRequestTest, EqualityIsThatOfTheRequestType) {
 }
 
 TEST(OvAgentRequestTest, SameTypeOfAnotherClassIsNotEqual) {
-    EXPECT_FALSE(RequestOf(0).Equals(CImpostor()));
+    EXPECT_FALSE(RequestOf(0).Equals(CTestMessage(MessageType::OvAgentRequest, "impostor")));
 }
 
 TEST(OvAgentRequestTest, ReadOnlyRequestRefusesAnotherType) {

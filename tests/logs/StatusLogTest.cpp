@@ -3,6 +3,7 @@
 #include "logs/StatusLog.h"
 #include "tests/logs/StatusLogFixture.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TestMessage.h"
 
 namespace Kyr::Common::Message::Logs {
 namespace {
@@ -10,6 +11,7 @@ namespace {
 using Kernel::MessageType;
 using Test::CLyingRow;
 using Test::CManualClock;
+using Test::CTestMessage;
 using Test::StatusLogTypes::kEvent;
 using Test::StatusLogTypes::kMultiProduct;
 using Test::StatusLogTypes::kOtherStatus;
@@ -84,15 +86,8 @@ TEST_F(StatusLogTest, OtherTypeIsNotEqual) {
     EXPECT_FALSE(log_.Equals(CStatusLog(kOtherStatus)));
 }
 
-class CImpostor : public CMessage {
-  public:
-    MessageType GetMessageType() const override { return kStatus; }
-    std::string GetName() const override { return "Impostor"; }
-    bool Equals(const Kernel::IMessage&) const override { return true; }
-};
-
 TEST_F(StatusLogTest, SameTypeOfAnotherClassThrows) {
-    EXPECT_THROW(log_.Equals(CImpostor()), std::bad_cast);
+    EXPECT_THROW(log_.Equals(CTestMessage(kStatus, "impostor")), std::bad_cast);
 }
 
 TEST_F(StatusLogTest, ReadOnlyLogLocksItsRows) {
