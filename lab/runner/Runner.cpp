@@ -133,7 +133,10 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
     std::vector<std::string> arguments;
     if (start.actor == "host") {
         arguments.push_back("--library=" + paths_.library);
-        arguments.push_back("--work=" + paths_.work);
+        arguments.push_back("--database=" +
+                            (boost::filesystem::path(paths_.work) / "host.db").string());
+        arguments.push_back("--log=" +
+                            (boost::filesystem::path(paths_.work) / "host.log").string());
     } else {
         arguments.push_back("--victim=" +
                             (boost::filesystem::path(paths_.programs) / "victim").string());
