@@ -73,8 +73,10 @@ int CNamedMutex::Lock(const CDeadline& deadline) {
     if (deadline.IsNever()) {
         return ::pthread_mutex_lock(Mutex());
     }
-    if (deadline.HasPassed()) {
-        return ::pthread_mutex_trylock(Mutex());
+    // First without a limit to reckon with; thread checkers, too, know this call, but not the other.
+    const int tried = ::pthread_mutex_trylock(Mutex());
+    if (tried != EBUSY || deadline.HasPassed()) {
+        return tried;
     }
     const auto at = deadline.At().time_since_epoch();
     const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(at);
