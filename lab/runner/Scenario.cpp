@@ -29,7 +29,7 @@ class CWords {
             throw CScenarioError(line_, std::string("expected ") + wanted);
         }
         const std::size_t end = EndOfWord();
-        const std::string word = Unquoted(rest_.substr(0, end));
+        std::string word = Unquoted(rest_.substr(0, end));
         rest_ = Trimmed(rest_.substr(end));
         return word;
     }
@@ -43,7 +43,7 @@ class CWords {
     }
 
     std::string NextActor() {
-        const std::string word = Next("\"agent\" or \"host\"");
+        std::string word = Next("\"agent\" or \"host\"");
         if (!IsActor(word)) {
             throw CScenarioError(line_, "\"" + word + "\" is neither \"agent\" nor \"host\"");
         }
