@@ -1,0 +1,43 @@
+// The event log by which the host learns that a task message failed or was cancelled.
+//
+// Shared by the core and by the tasks that report failures of their own.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+
+#include "base/Clock.h"
+#include "host/message/Task.h"
+#include "logs/EventLog.h"
+
+namespace Kyr::Connectors::Common {
+
+/// What became of the task, in the host's terms.
+struct TaskFailure {
+    std::int32_t status;
+    std::uint64_t code;
+    std::int64_t severity;
+    std::string text;  // left out of the event when empty
+};
+
+/// Who reports it.
+struct TaskReporter {
+    std::string instanceUuid;
+    std::uint64_t productId;
+    boost::shared_ptr<Base::IClock> clock;
+};
+
+/// The message as a task message whose three identifiers are all set; otherwise empty, and there is
+/// nobody to send an event to.
+boost::shared_ptr<Kyr::Common::Message::CTask> ReportableTask(
+    const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message);
+
+/// A read-only event ready to be published. Throws std::runtime_error when an identifier is not a
+/// UUID.
+boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskFailureEvent(
+    const Kyr::Common::Message::CTask& task, const TaskFailure& failure,
+    const TaskReporter& reporter);
+
+}  // namespace Kyr::Connectors::Common

@@ -1,0 +1,444 @@
+// Connecting, running tasks, retrying and cancelling.
+#include <stdexcept>
+
+#include <boost/thread/thread.hpp>
+
+#include "tests/connector/ModuleFixture.h"
+
+namespace Kyr::Connectors::Common {
+namespace {
+
+using Kyr::Common::Module::CLocalizedException;
+using Kyr::Test::CScriptedTask;
+using Kyr::Test::MakeContext;
+using Kyr::Test::MakeMessage;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+constexpr std::chrono::milliseconds kTenSeconds(10000);
+constexpr char kRetriesExhausted[] =
+    "Message task was canceled because maximum retry count was reached";
+constexpr char kRetriesExhaustedLine[] =
+    "Message task was canceled because maximum retry count was reached, message was: "
+    "KillProcessByPid";
+
+class ProcessingThreadTest : public ModuleFixture {
+  protected:
+    void ExpectEvent(const EventPointer& event, int status, std::uint64_t code, int severity,
+                     const std::string& text) {
+        const auto symbols = event->GetSymbols();
+        EXPECT_EQ(static_cast<int>(event->GetMessageType()), 10368);
+        EXPECT_EQ(symbols->GetInt32(2836), status);
+        EXPECT_EQ(symbols->GetResourceId(2848), code);
+        EXPECT_EQ(symbols->GetInt64(2850), severity);
+        EXPECT_EQ(symbols->FindString(2913).value_or(""), text);
+        EXPECT_EQ(symbols->GetUuid(2834).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+        EXPECT_EQ(symbols->GetUuid(2842).uuid(), kFirst);
+        EXPECT_EQ(symbols->GetUuid(2844).uuid(), kSecond);
+        EXPECT_EQ(symbols->GetUuid(2846).uuid(), kThird);
+        EXPECT_EQ(symbols->GetResourceId(2853), 0x07100000000005E2u);
+        EXPECT_TRUE(event->IsReadOnly());
+    }
+    /// Delivers one task message to a connected module and lets it be handled without retries.
+    void RunTaskMessage() {
+        StartAndConnect();
+        Deliver(MakeTaskMessage());
+        Finish();
+    }
+    /// Delivers one task message and runs all its retries on a clock whose sleeps take no time.
+    void RunUntilLogged(const std::string& lastText) {
+        clock->SetAutomaticSleep(true);
+        StartAndConnect();
+        Deliver(MakeTaskMessage());
+        ASSERT_TRUE(host.log->AwaitText(lastText));
+        Finish();
+    }
+};
+
+TEST_F(ProcessingThreadTest, ConnectsAtOnce) {
+    StartAndConnect();
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect"));
+    EXPECT_THAT(clock->Sleeps(), IsEmpty());
+    EXPECT_THAT(host.log->Lines(),
+                ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks"));
+}
+
+TEST_F(ProcessingThreadTest, FailedConnectionIsTriedAgainAfterTenSeconds) {
+    module->ThenConnect(false).ThenConnect(true);
+    Start();
+    ASSERT_TRUE(clock->AwaitSleepers(1));
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect"));
+    clock->Advance(kTenSeconds);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Connect"));
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds));
+}
+
+TEST_F(ProcessingThreadTest, ConnectionIsTriedForEver) {
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        module->ThenConnect(false);
+    }
+    module->ThenConnect(true);
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    EXPECT_EQ(clock->Sleeps().size(), 100u);
+    EXPECT_THAT(clock->Sleeps(), Each(kTenSeconds));
+}
+
+TEST_F(ProcessingThreadTest, ReconnectDelayIsTheModules) {
+    module->reconnectDelayMs = 250;
+    module->ThenConnect(false).ThenConnect(true);
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(std::chrono::milliseconds(250)));
+}
+
+TEST_F(ProcessingThreadTest, ThrowingConnectionIsLoggedAndTriedAgain) {
+    module->ThenConnectBy([]() -> bool { throw std::runtime_error("no product"); })
+        .ThenConnect(true);
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    EXPECT_THAT(host.log->Lines(), ElementsAre("2 Connecting to product", "4 no product",
+                                               "2 Connected to product, processing tasks"));
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Connect"));
+}
+
+TEST_F(ProcessingThreadTest, ThrowingDisconnectionIsLogged) {
+    module->ThenConnect(false).ThenConnect(true);
+    module->OnDisconnect([] { throw std::runtime_error("still busy"); });
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Finish();
+    EXPECT_THAT(host.log->Lines(), ElementsAre("2 Connecting to product", "4 still busy",
+                                               "2 Connected to product, processing tasks",
+                                               "2 Disconnecting from product", "4 still busy"));
+}
+
+TEST_F(ProcessingThreadTest, SecondStartKeepsTheThread) {
+    StartAndConnect();
+    module->Start();
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect"));
+    Finish();
+}
+
+TEST_F(ProcessingThreadTest, TaskGetsTheMessageItself) {
+    CScriptedTask& task = AddTask();
+    const auto message = MakeTaskMessage();
+    StartAndConnect();
+    Deliver(message);
+    Finish();
+    EXPECT_THAT(task.Received(), ElementsAre(message));
+    EXPECT_THAT(LinesWhileConnected(), IsEmpty());
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, MessagesAreHandledInTheirOrder) {
+    CScriptedTask& task = AddTask(MessageType::OvAgentRequest);
+    const auto first = MakeMessage("A");
+    const auto second = MakeMessage("B");
+    Start();
+    Deliver(first);
+    Deliver(second);
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    Finish();
+    EXPECT_THAT(task.Received(), ElementsAre(first, second));
+}
+
+TEST_F(ProcessingThreadTest, MessageGoesToEveryTaskOfItsTypeInCreationOrder) {
+    Strings order;
+    AddTask().Then([&](const auto&) { order.push_back("first"); });
+    AddTask(MessageType::BlockExecutableByHash).Then([&](const auto&) { order.push_back("no"); });
+    AddTask().Then([&](const auto&) { order.push_back("second"); });
+    AddTask().Then([&](const auto&) { order.push_back("third"); });
+    RunTaskMessage();
+    EXPECT_THAT(order, ElementsAre("first", "second", "third"));
+}
+
+TEST_F(ProcessingThreadTest, MessageWithoutATaskIsDroppedSilently) {
+    CScriptedTask& task = AddTask();
+    StartAndConnect();
+    host.bus->Subscriptions()[0].subscriber->Push(MakeMessage("A", MessageType::ApplyPolicy), {});
+    Finish();
+    EXPECT_EQ(task.ExecutionCount(), 0u);
+    EXPECT_THAT(LinesWhileConnected(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
+    AddTask().Then([this](const auto&) { module->Publish(MakeMessage("result")); });
+    const auto first = MakeContext();
+    const auto second = MakeContext();
+    StartAndConnect();
+    Deliver(MakeTaskMessage(), first);
+    Deliver(MakeTaskMessage(), second);
+    Deliver(MakeTaskMessage());
+    Finish();
+    const auto publications = host.bus->Publications();
+    ASSERT_EQ(publications.size(), 3u);
+    EXPECT_EQ(publications[0].context, first);
+    EXPECT_EQ(publications[1].context, second);
+    EXPECT_EQ(publications[2].context, nullptr);
+}
+
+TEST_F(ProcessingThreadTest, FailureEventTravelsWithItsMessagesContext) {
+    AddTask().ThenThrow(std::runtime_error("broken"));
+    const auto context = MakeContext();
+    StartAndConnect();
+    Deliver(MakeTaskMessage(), context);
+    Finish();
+    ASSERT_EQ(host.bus->Publications().size(), 1u);
+    EXPECT_EQ(host.bus->Publications()[0].context, context);
+}
+
+TEST_F(ProcessingThreadTest, LocalizedFailureIsOneEventAndNoRetry) {
+    CScriptedTask& task = AddTask().ThenThrow(CLocalizedException("Disk is full", 0x11, 0x22));
+    RunTaskMessage();
+    EXPECT_EQ(task.ExecutionCount(), 1u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 Disk is full"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x0000002200000011, 40, "Disk is full");
+    EXPECT_THAT(clock->Sleeps(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, OtherFailureIsOneEventAndNoRetry) {
+    CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken"));
+    RunTaskMessage();
+    EXPECT_EQ(task.ExecutionCount(), 1u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 broken"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x000000010000000C, 40, "broken");
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect"));
+}
+
+TEST_F(ProcessingThreadTest, FailureWithoutATextHasNoTextSymbol) {
+    AddTask().ThenThrow(CLocalizedException("", 1, 0));
+    RunTaskMessage();
+    ASSERT_EQ(Events().size(), 1u);
+    EXPECT_FALSE(Events()[0]->GetSymbols()->HasSymbol(2913));
+    EXPECT_THAT(LinesWhileConnected(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, CountedFailureReconnectsAndTriesAgain) {
+    CScriptedTask& task =
+        AddTask().ThenThrow(CRetryException("no answer", false)).Then([this](const auto&) {
+            module->GetLog(2) << "done";
+        });
+    RunUntilLogged("done");
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_EQ(task.Received()[0], task.Received()[1]);
+    EXPECT_THAT(module->Calls(),
+                ElementsAre("Connect", "Reconnect", "Disconnect", "Connect", "Disconnect"));
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds));
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("4 no answer", "2 Reconnecting to product", "2 done"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 1, 0x000000010000000C, 20, "no answer");
+}
+
+TEST_F(ProcessingThreadTest, TwoCountedFailuresCancelTheMessage) {
+    CScriptedTask& task = AddTask().ThenThrow(CRetryException("no answer", false));
+    RunUntilLogged(kRetriesExhaustedLine);
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds, kTenSeconds));
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 no answer", "2 Reconnecting to product",
+                                                   "4 no answer", "2 Reconnecting to product",
+                                                   std::string("4 ") + kRetriesExhaustedLine));
+    ASSERT_EQ(Events().size(), 3u);
+    ExpectEvent(Events()[0], 1, 0x000000010000000C, 20, "no answer");
+    ExpectEvent(Events()[1], 1, 0x000000010000000C, 20, "no answer");
+    ExpectEvent(Events()[2], 4, 0x000000010000009B, 40, kRetriesExhausted);
+}
+
+TEST_F(ProcessingThreadTest, UncountedFailureIsAnEventButNoAttempt) {
+    CScriptedTask& task = AddTask();
+    for (int failure = 0; failure < 5; ++failure) {
+        task.ThenThrow(CRetryException("gone", true));
+    }
+    task.Then([this](const auto&) { module->GetLog(2) << "done"; });
+    RunUntilLogged("done");
+    EXPECT_EQ(task.ExecutionCount(), 6u);
+    EXPECT_EQ(clock->Sleeps().size(), 5u);
+    ASSERT_EQ(Events().size(), 5u);
+    ExpectEvent(Events()[4], 1, 0x000000010000000C, 20, "gone");
+}
+
+TEST_F(ProcessingThreadTest, UncountedFailureBetweenCountedOnesChangesNothing) {
+    CScriptedTask& task = AddTask()
+                              .ThenThrow(CRetryException("counted", false))
+                              .ThenThrow(CRetryException("uncounted", true))
+                              .ThenThrow(CRestartNeededException("restart"))
+                              .ThenThrow(CRetryException("counted", false));
+    RunUntilLogged(kRetriesExhaustedLine);
+    EXPECT_EQ(task.ExecutionCount(), 4u);
+    EXPECT_EQ(clock->Sleeps().size(), 4u);
+}
+
+TEST_F(ProcessingThreadTest, RestartIsARoutineLineAndNoEvent) {
+    CScriptedTask& task =
+        AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
+            module->GetLog(2) << "done";
+        });
+    RunUntilLogged("done");
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_THAT(Events(), IsEmpty());
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("2 restart", "2 Reconnecting to product", "2 done"));
+}
+
+TEST_F(ProcessingThreadTest, RestartsAreRetriedWithoutEnd) {
+    CScriptedTask& task = AddTask().ThenThrow(CRestartNeededException("restart"));
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(Kyr::Test::Await([&] { return task.ExecutionCount() >= 20; }));
+    EXPECT_TRUE(module->Stop(true));
+    EXPECT_GE(clock->Sleeps().size(), 19u);
+    EXPECT_THAT(clock->Sleeps(), Each(kTenSeconds));
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, EveryReconnectionAttemptIsPrecededByAWait) {
+    AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
+        module->GetLog(2) << "done";
+    });
+    module->ThenConnect(true)
+        .ThenConnect(false)
+        .ThenConnectBy([]() -> bool { throw std::runtime_error("no product"); })
+        .ThenConnect(true);
+    RunUntilLogged("done");
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds, kTenSeconds, kTenSeconds));
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("2 restart", "2 Reconnecting to product", "2 Reconnecting to product",
+                            "4 no product", "2 Reconnecting to product", "2 done"));
+}
+
+TEST_F(ProcessingThreadTest, ThrowingDisconnectionFailsTheReconnection) {
+    AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
+        module->GetLog(2) << "done";
+    });
+    int disconnections = 0;
+    module->OnDisconnect([&disconnections] {
+        if (++disconnections == 1) {
+            throw std::runtime_error("still busy");
+        }
+    });
+    RunUntilLogged("done");
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("2 restart", "2 Reconnecting to product", "4 still busy",
+                            "2 Reconnecting to product", "2 done"));
+}
+
+TEST_F(ProcessingThreadTest, CancelledTaskDoesNotStopTheNextOne) {
+    CScriptedTask& first = AddTask().ThenThrow(CRetryException("no answer", false));
+    CScriptedTask& second =
+        AddTask().ThenThrow(CRetryException("nor here", false)).Then([this](const auto&) {
+            module->GetLog(2) << "done";
+        });
+    RunUntilLogged("done");
+    EXPECT_EQ(first.ExecutionCount(), 2u);
+    EXPECT_EQ(second.ExecutionCount(), 2u);
+    EXPECT_EQ(Events().size(), 4u);
+}
+
+TEST_F(ProcessingThreadTest, EachTaskHasItsOwnTwoAttempts) {
+    CScriptedTask& first = AddTask().ThenThrow(CRetryException("no answer", false));
+    CScriptedTask& second = AddTask().ThenThrow(CRetryException("nor here", false));
+    AddTask().Then([this](const auto&) { module->GetLog(2) << "done"; });
+    RunUntilLogged("done");
+    EXPECT_EQ(first.ExecutionCount(), 2u);
+    EXPECT_EQ(second.ExecutionCount(), 2u);
+    EXPECT_EQ(clock->Sleeps().size(), 4u);
+}
+
+TEST_F(ProcessingThreadTest, CancelledMessageDoesNotStopTheNextOne) {
+    CScriptedTask& task = AddTask()
+                              .ThenThrow(CRetryException("no answer", false))
+                              .ThenThrow(CRetryException("no answer", false))
+                              .Then([this](const auto&) { module->GetLog(2) << "done"; });
+    clock->SetAutomaticSleep(true);
+    Start();
+    Deliver(MakeTaskMessage());
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(host.log->AwaitText("done"));
+    Finish();
+    EXPECT_EQ(task.ExecutionCount(), 3u);
+}
+
+TEST_F(ProcessingThreadTest, MessageThatIsNoTaskMessageGetsLinesButNoEvent) {
+    AddTask().ThenThrow(std::runtime_error("broken"));
+    StartAndConnect();
+    Deliver(MakeMessage("A", MessageType::KillProcessByPid));
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 broken"));
+    EXPECT_THAT(host.bus->Publications(), IsEmpty());
+}
+
+TEST_F(ProcessingThreadTest, UninitializedSecondIdentifierGetsLinesButNoEvent) {
+    AddTask().ThenThrow(CRetryException("no answer", false));
+    Kyr::Common::Message::CTask::Uuid set;
+    set.set_uuid(kFirst);
+    const auto message = boost::make_shared<TaskMessage>();
+    message->SetIdentifiers(set, {}, set);
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(message);
+    ASSERT_TRUE(host.log->AwaitText(kRetriesExhaustedLine));
+    Finish();
+    EXPECT_THAT(host.bus->Publications(), IsEmpty());
+    EXPECT_EQ(LinesWhileConnected().size(), 5u);
+}
+
+TEST_F(ProcessingThreadTest, IdentifierThatIsNoUuidCostsTheEventOnly) {
+    CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken")).ThenReturn();
+    StartAndConnect();
+    Deliver(MakeTaskMessage("no uuid"));
+    Deliver(MakeTaskMessage());
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 invalid uuid string", "4 broken"));
+    EXPECT_THAT(Events(), IsEmpty());
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+}
+
+TEST_F(ProcessingThreadTest, FailingBusCostsTheEventOnly) {
+    CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken"));
+    host.bus->OnPublish([](const auto&) { throw std::runtime_error("bus is closed"); });
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    Deliver(MakeTaskMessage());
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("4 bus is closed", "4 broken", "4 bus is closed", "4 broken"));
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+}
+
+TEST_F(ProcessingThreadTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
+    class CNameless : public Kyr::Test::CTestMessage {
+      public:
+        CNameless() : CTestMessage(MessageType::KillProcessByPid, "") {}
+        std::string GetName() const override { throw std::runtime_error("no name"); }
+    };
+    CScriptedTask& task = AddTask()
+                              .ThenThrow(CRetryException("no answer", false))
+                              .ThenThrow(CRetryException("no answer", false))
+                              .ThenReturn();
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(boost::make_shared<CNameless>());
+    ASSERT_TRUE(host.log->AwaitText("no name"));
+    Deliver(MakeTaskMessage());
+    Finish();
+    EXPECT_EQ(task.ExecutionCount(), 3u);
+}
+
+TEST_F(ProcessingThreadTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProcess) {
+    AddTask().Then([](const auto&) { throw 42; });
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(module->AwaitCalls("Disconnect", 1));
+    Finish();
+    EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common

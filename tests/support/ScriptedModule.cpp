@@ -1,0 +1,96 @@
+#include "tests/support/ScriptedModule.h"
+
+#include <algorithm>
+#include <utility>
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "tests/support/Await.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Guard = boost::lock_guard<boost::mutex>;
+
+}  // namespace
+
+CScriptedModule::CScriptedModule(boost::shared_ptr<Base::IClock> clock)
+    : CConnectorModule(std::move(clock)) {}
+
+CScriptedModule::~CScriptedModule() {
+    EndThreads();
+}
+
+CScriptedModule& CScriptedModule::ThenConnectBy(std::function<bool()> action) {
+    connects_.push_back(std::move(action));
+    return *this;
+}
+
+CScriptedModule& CScriptedModule::ThenConnect(bool result) {
+    return ThenConnectBy([result] { return result; });
+}
+
+void CScriptedModule::OnDisconnect(std::function<void()> action) {
+    onDisconnect_ = std::move(action);
+}
+
+void CScriptedModule::OnInterrupt(std::function<void()> action) {
+    onInterrupt_ = std::move(action);
+}
+
+std::vector<std::string> CScriptedModule::Calls() const {
+    const Guard guard(mutex_);
+    return calls_;
+}
+
+bool CScriptedModule::AwaitCalls(const std::string& name, std::size_t count) const {
+    return Await([&] {
+        const std::vector<std::string> calls = Calls();
+        return static_cast<std::size_t>(std::count(calls.begin(), calls.end(), name)) >= count;
+    });
+}
+
+void CScriptedModule::CreateTasks(TaskList& list) {
+    tasksBefore = static_cast<int>(list.size());
+    list.insert(list.end(), tasks.begin(), tasks.end());
+}
+
+bool CScriptedModule::Connect() {
+    Record("Connect");
+    if (connects_.empty()) {
+        return true;
+    }
+    std::size_t attempt = 0;
+    {
+        const Guard guard(mutex_);
+        attempt = attempts_++;
+    }
+    return connects_[std::min(attempt, connects_.size() - 1)]();
+}
+
+void CScriptedModule::Interrupt() {
+    Record("Interrupt");
+    if (onInterrupt_) {
+        onInterrupt_();
+    }
+}
+
+void CScriptedModule::Disconnect() {
+    Record("Disconnect");
+    if (onDisconnect_) {
+        onDisconnect_();
+    }
+}
+
+bool CScriptedModule::Reconnect() {
+    Record("Reconnect");
+    return CConnectorModule::Reconnect();
+}
+
+void CScriptedModule::Record(const std::string& name) {
+    const Guard guard(mutex_);
+    calls_.push_back(name);
+}
+
+}  // namespace Kyr::Test
