@@ -239,7 +239,8 @@ void CRunner::Do(const ExpectStatement& expect) {
     }
     member.expectFrom = *found + 1;
     if (expect.name) {
-        for (const auto& [key, value] : actor.EventAt(*found).line.Fields()) {
+        const CTimedLine event = actor.EventAt(*found);
+        for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables.emplace_back(*expect.name + "." + key, value);
         }
     }
