@@ -73,7 +73,7 @@ int CNamedMutex::Lock(const CDeadline& deadline) {
     if (deadline.IsNever()) {
         return ::pthread_mutex_lock(Mutex());
     }
-    // First without a limit to reckon with; thread checkers, too, know this call, but not the other.
+    // First without a limit to reckon with; thread checkers, too, know this call, not the other.
     const int tried = ::pthread_mutex_trylock(Mutex());
     if (tried != EBUSY || deadline.HasPassed()) {
         return tried;

@@ -12,7 +12,7 @@ namespace {
 template <typename Width>
 class KelcommClientNtTest : public LpcClientFixture<Width> {};
 
-TYPED_TEST_SUITE(KelcommClientNtTest, LpcWidths);
+TYPED_TEST_SUITE(KelcommClientNtTest, LpcWidths, LpcWidthNames);
 
 // ---- connecting ----
 

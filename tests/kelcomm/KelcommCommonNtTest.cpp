@@ -56,7 +56,13 @@ class KelcommCommonNtTest : public ClientFixture {
 using Clients =
     testing::Types<Kelcomm::CKelcommClientNt<std::uint32_t>,
                    Kelcomm::CKelcommClientNt<std::uint64_t>, Kelcomm::CKelcommAlpcClient>;
-TYPED_TEST_SUITE(KelcommCommonNtTest, Clients);
+struct ClientNames {
+    template <typename Client>
+    static std::string GetName(int number) {
+        return number == 0 ? "Lpc32" : number == 1 ? "Lpc64" : "Alpc";
+    }
+};
+TYPED_TEST_SUITE(KelcommCommonNtTest, Clients, ClientNames);
 
 // ---- opening ----
 

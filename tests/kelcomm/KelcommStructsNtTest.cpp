@@ -25,7 +25,7 @@ class KelcommStructsNtTest : public LpcClientFixture<Width> {
     Bytes payload_;
 };
 
-TYPED_TEST_SUITE(KelcommStructsNtTest, LpcWidths);
+TYPED_TEST_SUITE(KelcommStructsNtTest, LpcWidths, LpcWidthNames);
 
 TYPED_TEST(KelcommStructsNtTest, SmallRequestIsHeaderFieldsAndPayload) {
     this->QueueReply(this->Reply(0, 0, {}));

@@ -276,7 +276,7 @@ class PumpingClientTest : public LpcClientFixture<Width> {
     void SetUp() override { this->InitializeClient(2); }
 };
 
-TYPED_TEST_SUITE(PumpingClientTest, LpcWidths);
+TYPED_TEST_SUITE(PumpingClientTest, LpcWidths, LpcWidthNames);
 
 TYPED_TEST(PumpingClientTest, ExchangesGoThroughThePool) {
     std::thread::id exchanger;

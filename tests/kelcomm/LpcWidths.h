@@ -103,4 +103,11 @@ class LpcClientFixture : public ClientFixture {
 
 using LpcWidths = testing::Types<Width32, Width64>;
 
+struct LpcWidthNames {
+    template <typename Width>
+    static std::string GetName(int) {
+        return Width::kHeader == 24 ? "Structures32" : "Structures64";
+    }
+};
+
 }  // namespace Kyr::Test

@@ -260,7 +260,13 @@ class PortExchangeTest : public testing::Test {
 };
 
 using Servers = testing::Types<CLpcServer, CAlpcServer>;
-TYPED_TEST_SUITE(PortExchangeTest, Servers);
+struct ServerNames {
+    template <typename Server>
+    static std::string GetName(int) {
+        return std::is_same<Server, CLpcServer>::value ? "Lpc" : "Alpc";
+    }
+};
+TYPED_TEST_SUITE(PortExchangeTest, Servers, ServerNames);
 
 TYPED_TEST(PortExchangeTest, AbsentServerIsAFailure) {
     EXPECT_EQ(1U, this->client_->Request(0, 0, nullptr, 0, nullptr, 0, nullptr, 0));
