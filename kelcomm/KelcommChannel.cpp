@@ -3,7 +3,9 @@
 #include <stdexcept>
 #include <utility>
 
+#include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommChannelBuffer.h"
+#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/KelcommErrorReplyException.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -28,6 +30,19 @@ constexpr std::uint32_t kSuccess = 0;
 constexpr std::uint32_t kReplyBufferTooSmall = 5;
 constexpr std::uint32_t kCommandFailed = 14;
 constexpr std::uint32_t kSuccessWithoutValue = 18;
+
+// Where the broadcast area's data keep the values 0 to 9, and the index of the server plug-in's.
+constexpr std::uint32_t kBroadcastOffsets[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
+constexpr std::uint32_t kServerBroadcast = 10;
+
+std::unique_ptr<IKelcommClient> CreateAlpcClient(const Native::CNativeFunctions& native) {
+    auto client = std::make_unique<CKelcommAlpcClient>(native);
+    if (client->Initialize(kKelcommClientId, kKelcommServerId, kKelcommNoOptions) !=
+        kKelcommSuccess) {
+        return nullptr;
+    }
+    return client;
+}
 
 std::uint32_t SendPing(IKelcommClient* client) {
     if (client == nullptr) {
@@ -71,6 +86,11 @@ ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
 }
 
 }  // namespace
+
+CKelcommChannel::CKelcommChannel(std::uint32_t /*unused1*/, std::uint32_t /*unused2*/,
+                                 const Native::CNativeFunctions& native)
+    : CKelcommChannel(Required(CreateAlpcClient(native)), Required(CreateKelcommClientNt(native))) {
+}
 
 CKelcommChannel::CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
                                  std::unique_ptr<IKelcommClient> legacyClient)
@@ -151,6 +171,38 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
             default:
                 ThrowErrorReply(header.status);
         }
+    }
+}
+
+std::int32_t CKelcommChannel::GetBroadcast(std::int32_t index) {
+    PingOnce();
+    const auto place = static_cast<std::uint32_t>(index);
+    if (place > kServerBroadcast) {
+        throw std::runtime_error("CKelcommChannel: Unknown broadcast was specified");
+    }
+    if (place == kServerBroadcast && !serverBroadcast_.IsAvailable()) {
+        return CServerBroadcast::kNoValue;
+    }
+    const boost::unique_lock<boost::mutex> lock(mutex_);
+    IKelcommClient* const client = CurrentClient();
+    if (place == kServerBroadcast) {
+        return serverBroadcast_.Read(client);
+    }
+    std::uint32_t value = 0;
+    if (client == nullptr ||
+        client->ReadBroadcastValue(kBroadcastOffsets[place], &value) != kKelcommSuccess) {
+        throw std::runtime_error("CKelcommChannel: Get broadcast failed");
+    }
+    return static_cast<std::int32_t>(value);
+}
+
+void CKelcommChannel::PingOnce() {
+    if (pinged_) {
+        return;
+    }
+    std::string errors;
+    if (!Ping(errors)) {
+        throw std::runtime_error("CKelcommChannel::GetBroadcast: " + errors);
     }
 }
 

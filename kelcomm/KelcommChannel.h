@@ -10,6 +10,7 @@
 // CKelcommErrorReplyException when the product refuses. The mutex is free whenever one is thrown.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -17,6 +18,8 @@
 #include <boost/thread/mutex.hpp>
 
 #include "kelcomm/IKelcommClient.h"
+#include "kelcomm/ServerBroadcast.h"
+#include "kelcomm/native/NativeFunctions.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
@@ -24,6 +27,10 @@ class KelcommChannelBuffer;
 
 class CKelcommChannel {
   public:
+    /// Makes and initialises both clients; throws std::runtime_error when that fails. The two
+    /// numbers have no meaning. `native` must outlive the channel.
+    CKelcommChannel(std::uint32_t unused1, std::uint32_t unused2,
+                    const Native::CNativeFunctions& native = Native::SystemNativeFunctions());
     /// A channel over two initialised clients. A missing one answers everything with code 10.
     CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
                     std::unique_ptr<IKelcommClient> legacyClient);
@@ -41,11 +48,17 @@ class CKelcommChannel {
     /// A reply buffer that has a size is the first capacity that the product is offered.
     std::uint32_t SendRequest(const KelcommChannelBuffer& request, KelcommChannelBuffer& reply);
 
+    /// A value of the product's broadcast area: one of its words for 0 to 9, the server plug-in's
+    /// value for 10, -1 when the product has no such plug-in. Pings first when nobody has yet.
+    std::int32_t GetBroadcast(std::int32_t index);
+
   protected:
     /// Passes `client` on; throws std::runtime_error when there is none.
     static std::unique_ptr<IKelcommClient> Required(std::unique_ptr<IKelcommClient> client);
 
   private:
+    void PingOnce();
+
     // REQUIRES: mutex_ is held, for both.
     IKelcommClient* CurrentClient() const;
     /// Decides what a failed exchange means: moves an unpinged channel to the fallback and returns,
@@ -54,9 +67,11 @@ class CKelcommChannel {
 
     boost::mutex mutex_;  // guards everything below
     std::unique_ptr<IKelcommClient> nonLegacyClient_;
-    bool pinged_ = false;     // a ping or a fallback has decided; only ever set
+    // A ping or a fallback has decided; only ever set, and read without the mutex, too.
+    std::atomic<bool> pinged_{false};
     bool useLegacy_ = false;  // only ever set
     std::unique_ptr<IKelcommClient> legacyClient_;
+    CServerBroadcast serverBroadcast_;  // its flag is read without the mutex, too
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

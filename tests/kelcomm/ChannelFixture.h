@@ -1,6 +1,7 @@
 // A channel between two scripted clients: what the channel's tests stand on.
 #pragma once
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
 #include <stdexcept>
@@ -41,6 +42,29 @@ class ChannelFixture : public testing::Test {
     static std::unique_ptr<Kelcomm::IKelcommClient> Client(
         const boost::shared_ptr<CKelcommScript>& script) {
         return std::make_unique<CFakeKelcommClient>(script);
+    }
+
+    /// Writes `value` to the data area that both clients read, which grows as needed.
+    void SetWord(std::uint32_t offset, std::uint32_t value) {
+        for (const auto& script : {alpc_, lpc_}) {
+            auto& area = script->broadcastArea;
+            area.resize(std::max<std::size_t>(area.size(), offset + 4));
+            for (int i = 0; i < 4; ++i) {
+                area[offset + i] = static_cast<unsigned char>(value >> 8 * i);
+            }
+        }
+    }
+
+    /// Writes an entry of the module table, which begins at 100.
+    void SetModule(std::uint32_t index, std::uint32_t id, std::uint32_t timestamp,
+                   std::uint32_t userDataOffset = 200, std::uint32_t userDataSize = 8) {
+        SetWord(12, 100);
+        const std::uint32_t entry = 100 + 20 * index;
+        SetWord(entry, id);
+        SetWord(entry + 4, userDataSize);
+        SetWord(entry + 8, userDataOffset);
+        SetWord(entry + 12, timestamp);
+        SetWord(entry + 16, 0xEEEEEEEE);
     }
 
     std::vector<std::string> journal_;

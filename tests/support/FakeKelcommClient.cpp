@@ -117,7 +117,8 @@ std::uint32_t CFakeKelcommClient::ReadBroadcast(std::uint32_t offset, void* dest
     const CUse use(*script_);
     script_->seenBroadcastOffsets.push_back(offset);
     const auto& area = script_->broadcastArea;
-    if (std::uint64_t{offset} + length > area.size()) {
+    if (script_->unreadableBroadcastOffsets.count(offset) != 0 ||
+        std::uint64_t{offset} + length > area.size()) {
         return Kelcomm::kKelcommFailure;
     }
     std::copy_n(area.begin() + offset, length, static_cast<unsigned char*>(destination));

@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -48,7 +49,8 @@ struct CKelcommScript {
     Answer standingRequest{0, KelcommReply(0, 0)};
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
-    std::function<void()> whileServing;        // called inside every exchange
+    std::set<std::uint32_t> unreadableBroadcastOffsets;
+    std::function<void()> whileServing;  // called inside every exchange
 
     // What the product saw.
     std::vector<Request> seenPings;

@@ -1,0 +1,121 @@
+#include "kelcomm/ServerBroadcast.h"
+
+#include <limits>
+#include <stdexcept>
+
+#include "base/LittleEndian.h"
+#include "kelcomm/IKelcommClient.h"
+
+namespace Kyr::Connectors::Common::Kelcomm {
+
+namespace {
+
+// Places in the data area.
+constexpr std::uint32_t kFirstModuleOffset = 12;
+constexpr std::uint32_t kModuleCount = 20;
+
+// An entry of the module table.
+constexpr std::uint32_t kEntrySize = 20;
+constexpr std::uint32_t kModuleId = 0;
+constexpr std::uint32_t kUserDataSize = 4;
+constexpr std::uint32_t kUserDataOffset = 8;
+constexpr std::uint32_t kUserDataTimestamp = 12;
+
+constexpr std::uint32_t kServerPlugin = 0x1004000;
+
+// TSERVER_BROADCAST: a word of the product's own, then the value.
+constexpr std::uint32_t kBlockSize = 8;
+constexpr std::uint32_t kValueInBlock = 4;
+
+constexpr char kTimestampFailed[] = "CKelcommChannel: Get user data timestamp broadcast failed";
+constexpr char kModuleIdFailed[] = "CKelcommChannel: Get module id broadcast failed";
+
+std::uint32_t ReadWord(IKelcommClient* client, std::uint64_t offset, const char* failure) {
+    std::uint32_t value = 0;
+    if (client == nullptr || offset > std::numeric_limits<std::uint32_t>::max() ||
+        client->ReadBroadcastValue(static_cast<std::uint32_t>(offset), &value) != kKelcommSuccess) {
+        throw std::runtime_error(failure);
+    }
+    return value;
+}
+
+}  // namespace
+
+std::int32_t CServerBroadcast::Read(IKelcommClient* client) {
+    if (moduleIndex_ >= 0 && IsUnchanged(client)) {
+        return value_;
+    }
+    if (moduleIndex_ < 0 && !FindModule(client)) {
+        available_ = false;
+        return kNoValue;
+    }
+    value_ = ReadValue(client);
+    return value_;
+}
+
+std::uint32_t CServerBroadcast::ReadEntry(IKelcommClient* client, std::uint32_t index,
+                                          std::uint32_t field, const char* failure) {
+    ReadFirstModuleOffset(client);
+    return ReadWord(client, firstModuleOffset_ + std::uint64_t{kEntrySize} * index + field,
+                    failure);
+}
+
+void CServerBroadcast::ReadFirstModuleOffset(IKelcommClient* client) {
+    if (firstModuleOffset_ == 0) {
+        firstModuleOffset_ = ReadWord(client, kFirstModuleOffset,
+                                      "CKelcommChannel: Get first module offset broadcast failed");
+    }
+}
+
+bool CServerBroadcast::IsUnchanged(IKelcommClient* client) {
+    const auto index = static_cast<std::uint32_t>(moduleIndex_);
+    ReadFirstModuleOffset(client);
+    std::uint32_t timestamp = 0;
+    try {
+        timestamp = ReadEntry(client, index, kUserDataTimestamp, kTimestampFailed);
+    } catch (const std::runtime_error&) {
+        moduleIndex_ = -1;
+        throw;
+    }
+    if (timestamp == timestamp_) {
+        return true;
+    }
+    timestamp_ = timestamp;
+    if (ReadEntry(client, index, kModuleId, kModuleIdFailed) != kServerPlugin) {
+        moduleIndex_ = -1;
+    }
+    return false;
+}
+
+bool CServerBroadcast::FindModule(IKelcommClient* client) {
+    const std::uint32_t count =
+        ReadWord(client, kModuleCount, "CKelcommChannel: Get modules count broadcast failed");
+    for (std::uint32_t index = 0; index < count; ++index) {
+        if (ReadEntry(client, index, kModuleId, kModuleIdFailed) == kServerPlugin) {
+            moduleIndex_ = static_cast<std::int32_t>(index);
+            timestamp_ = ReadEntry(client, index, kUserDataTimestamp, kTimestampFailed);
+            return true;
+        }
+    }
+    return false;
+}
+
+std::int32_t CServerBroadcast::ReadValue(IKelcommClient* client) {
+    const auto index = static_cast<std::uint32_t>(moduleIndex_);
+    const std::uint32_t offset = ReadEntry(
+        client, index, kUserDataOffset, "CKelcommChannel: Get user data offset broadcast failed");
+    const std::uint32_t size = ReadEntry(client, index, kUserDataSize,
+                                         "CKelcommChannel: Get user data size broadcast failed");
+    if (size < kBlockSize) {
+        available_ = false;
+        throw std::runtime_error(
+            "CKelcommChannel: serverPluginSize size is smaller than requested size");
+    }
+    unsigned char block[kBlockSize];
+    if (client->ReadBroadcast(offset, block, sizeof block) != kKelcommSuccess) {
+        throw std::runtime_error("CKelcommChannel: Get TSERVER_BROADCAST failed");
+    }
+    return static_cast<std::int32_t>(Base::LoadLittleEndian<std::uint32_t>(block + kValueInBlock));
+}
+
+}  // namespace Kyr::Connectors::Common::Kelcomm
