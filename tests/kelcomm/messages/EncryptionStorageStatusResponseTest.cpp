@@ -1,0 +1,186 @@
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+#include <boost/property_tree/xml_parser.hpp>
+
+#include "kelcomm/messages/EncryptionStorageStatusResponse.h"
+#include "tests/kelcomm/messages/MessageTest.h"
+#include "tests/support/GroupingLocale.h"
+#include "tests/support/VirtualSlot.h"
+
+namespace Kyr::Connectors::Common::Kelcomm::Messages {
+namespace {
+
+using boost::property_tree::ptree_bad_path;
+using boost::property_tree::xml_parser_error;
+using Test::CGroupingLocale;
+using Test::EmptyReply;
+using Test::ExpectShortRepliesAreRefused;
+using Test::TextReply;
+using Test::TextThrownBy;
+using Test::VirtualSlot;
+
+constexpr char kDisk[] =
+    "<DISK DEVICE_ID='disk0' OPAL_SUPPORT='Yes' OPAL_USED='no' PARTITIONING_SCHEME='GPT'>";
+constexpr char kPartition[] =
+    "<PARTITION DEVICE_ID='part1' GUID='6f9619ff-8b86-4d01-b42d-00cf4fc964ff' DESCRIPTION='System'"
+    " ENCRYPTION_STATUS='-2' ENCRYPTION_PROGESS='100' FILESYSTEM='NTFS' SYSTEM='True'"
+    " SIZE='512110190592'/>";
+
+/// kPartition with `from` replaced by `to`.
+std::string PartitionWith(const std::string& from, const std::string& to) {
+    std::string text = kPartition;
+    return text.replace(text.find(from), from.size(), to);
+}
+
+class EncryptionStorageStatusResponseTest : public testing::Test {
+  protected:
+    const CEncryptionStorageStatus& Read(const std::string& elements) {
+        response_.Deserialize(
+            TextReply("<TULK><MESSAGE><RESPONSE>" + elements + "</RESPONSE></MESSAGE></TULK>"));
+        return response_.GetRecords();
+    }
+
+    const CEncryptionPartition& ReadPartition(const std::string& partition) {
+        return Read(kDisk + partition + "</DISK>").disks.back().partitions.at(0);
+    }
+
+    bool ReadTpm(const std::string& text) {
+        return Read("<SYSTEM TPM_USED='" + text + "' WORKSTATION_ID='w'/>").tpmUsed;
+    }
+
+    std::string SizeFailure(const std::string& size) {
+        return TextThrownBy<boost::bad_lexical_cast>(
+            [&] { ReadPartition(PartitionWith("512110190592", size)); });
+    }
+
+    CGetEncryptionStorageStatusResponse response_;
+};
+
+TEST_F(EncryptionStorageStatusResponseTest, SlotsFollowTheContract) {
+    EXPECT_EQ(VirtualSlot(&Common::CGetEncryptionStorageStatusResponse::GetRecords), 3);
+    EXPECT_EQ(VirtualSlot(&Common::CGetEncryptionStorageStatusResponse::GetRawContent), 4);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, System) {
+    const auto& status = Read("<SYSTEM TPM_USED='1' WORKSTATION_ID='station'/>");
+    EXPECT_TRUE(status.tpmUsed);
+    EXPECT_EQ(status.workstationId, "station");
+    EXPECT_TRUE(status.disks.empty());
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, Disk) {
+    const auto& status = Read(std::string(kDisk) + "</DISK>");
+    ASSERT_EQ(status.disks.size(), 1u);
+    EXPECT_EQ(status.disks[0].deviceId, "disk0");
+    EXPECT_TRUE(status.disks[0].opalSupported);
+    EXPECT_FALSE(status.disks[0].opalUsed);
+    EXPECT_EQ(status.disks[0].partitioningScheme, "GPT");
+    EXPECT_TRUE(status.disks[0].partitions.empty());
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, Partition) {
+    const auto& partition = ReadPartition(kPartition);
+    EXPECT_EQ(partition.deviceId, "part1");
+    EXPECT_EQ(partition.guid.uuid(), "6f9619ff-8b86-4d01-b42d-00cf4fc964ff");
+    EXPECT_EQ(partition.description, "System");
+    EXPECT_EQ(partition.encryptionStatus, -2);
+    EXPECT_EQ(partition.encryptionProgress, 100);
+    EXPECT_EQ(partition.fileSystem, "NTFS");
+    EXPECT_TRUE(partition.systemPartition);
+    EXPECT_EQ(partition.size, 512110190592);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, PartitionsBelongToTheirDisk) {
+    const auto& status =
+        Read(kDisk + std::string(kPartition) + kPartition + "</DISK>" + kDisk + "</DISK>");
+    ASSERT_EQ(status.disks.size(), 2u);
+    EXPECT_EQ(status.disks[0].partitions.size(), 2u);
+    EXPECT_TRUE(status.disks[1].partitions.empty());
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, OtherChildrenAreSkipped) {
+    const auto& status = Read("text<disk/><X><DISK/></X>" + std::string(kDisk) +
+                              "<partition/><!--c--><X><PARTITION/></X></DISK>");
+    ASSERT_EQ(status.disks.size(), 1u);
+    EXPECT_TRUE(status.disks[0].partitions.empty());
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, TrueYesAnd1AreTrueInAnyCase) {
+    for (const char* text : {"True", "true", "TRUE", "Yes", "yes", "YES", "1"}) {
+        EXPECT_TRUE(ReadTpm(text)) << text;
+    }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, AnyOtherTextIsFalse) {
+    for (const char* text : {"", "on", "0", "False", "no", "True ", "11", "y"}) {
+        EXPECT_FALSE(ReadTpm(text)) << text;
+    }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, EmptyGuidIsAllZeros) {
+    const auto& partition =
+        ReadPartition(PartitionWith("6f9619ff-8b86-4d01-b42d-00cf4fc964ff", ""));
+    EXPECT_EQ(partition.guid.uuid(), "00000000-0000-0000-0000-000000000000");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, NumbersReachTheTypesLimits) {
+    EXPECT_EQ(ReadPartition(PartitionWith("512110190592", "+9223372036854775807")).size,
+              0x7FFFFFFFFFFFFFFF);
+    EXPECT_EQ(ReadPartition(PartitionWith("512110190592", "-9223372036854775808")).size,
+              -0x7FFFFFFFFFFFFFFF - 1);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, TextThatIsNoNumberIsABadCast) {
+    for (const char* text : {"", "12x", "0x10", " 1", "1 ", "+", "1-", "9223372036854775808",
+                             "-9223372036854775809"}) {
+        EXPECT_EQ(SizeFailure(text),
+                  "bad lexical cast: source type value could not be interpreted as target")
+            << text;
+    }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, DigitGroupsOfTheProcessesLocaleAreNoNumber) {
+    const CGroupingLocale locale;
+    EXPECT_NE(SizeFailure("1,234,567"), "nothing was thrown");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, ProgressIsReadUnderItsMisspeltNameOnly) {
+    EXPECT_THROW(ReadPartition(PartitionWith("PROGESS", "PROGRESS")), ptree_bad_path);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, AttributesAreMandatory) {
+    for (const char* name : {"DEVICE_ID", "GUID", "DESCRIPTION", "ENCRYPTION_STATUS", "FILESYSTEM",
+                             "SYSTEM=", "SIZE"}) {
+        EXPECT_THROW(ReadPartition(PartitionWith(name, "X" + std::string(name))), ptree_bad_path)
+            << name;
+    }
+    for (const char* element : {"<SYSTEM TPM_USED='1'/>", "<SYSTEM WORKSTATION_ID='w'/>",
+                                "<DISK OPAL_SUPPORT='1' OPAL_USED='1' PARTITIONING_SCHEME=''/>",
+                                "<DISK DEVICE_ID='' OPAL_USED='1' PARTITIONING_SCHEME=''/>",
+                                "<DISK DEVICE_ID='' OPAL_SUPPORT='1' PARTITIONING_SCHEME=''/>",
+                                "<DISK DEVICE_ID='' OPAL_SUPPORT='1' OPAL_USED='1'/>"}) {
+        EXPECT_THROW(Read(element), ptree_bad_path) << element;
+    }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, RawContentIsTheTextAsItCame) {
+    const std::string text = "<TULK><MESSAGE><RESPONSE> </RESPONSE></MESSAGE></TULK>\n";
+    response_.Deserialize(TextReply(text));
+    EXPECT_EQ(response_.GetRawContent(), text);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, MissingResponseThrowsBadPath) {
+    EXPECT_THROW(response_.Deserialize(TextReply("<TULK><MESSAGE/></TULK>")), ptree_bad_path);
+    CGetEncryptionStorageStatusResponse fresh;
+    EXPECT_THROW(fresh.Deserialize(EmptyReply()), ptree_bad_path);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, MalformedTextThrowsTheParsersError) {
+    EXPECT_THROW(response_.Deserialize(TextReply("<TULK>")), xml_parser_error);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, ShortRepliesAreRefused) {
+    ExpectShortRepliesAreRefused<CGetEncryptionStorageStatusResponse>();
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Kelcomm::Messages
