@@ -3,6 +3,7 @@
 #include <errno.h>
 #include <pthread.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
@@ -23,7 +24,8 @@ class CNamedMutex : public CExclusiveWaitable {
     NtApi::NtStatus OpenOrCreate(const char16_t* name);
 
     std::uint32_t Wait(const CDeadline& deadline) override;
-    bool Release() { return ::pthread_mutex_unlock(Mutex()) == 0; }
+    /// False when the calling thread does not own it.
+    bool Release();
 
   private:
     NtApi::NtStatus Map(NtApi::NtStatus opened);
@@ -98,6 +100,12 @@ std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
         default:
             return kWaitFailed;
     }
+}
+
+bool CNamedMutex::Release() {
+    // The unlock would find it out, too; checkers of lock use take an attempt for a mistake.
+    const int owner = __atomic_load_n(&Mutex()->__data.__owner, __ATOMIC_RELAXED);
+    return owner == ::gettid() && ::pthread_mutex_unlock(Mutex()) == 0;
 }
 
 }  // namespace

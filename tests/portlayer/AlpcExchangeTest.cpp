@@ -1,4 +1,8 @@
-// Advanced ports: connecting, requests and replies, one-way messages, limits, ids, time-outs.
+// Advanced ports: requests and replies, one-way messages, limits, flags, time-outs, releases.
+#include <atomic>
+#include <future>
+#include <unistd.h>
+
 #include "tests/portlayer/AlpcTest.h"
 
 namespace Kyr::Test {
@@ -7,7 +11,18 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcExchangeTest : public CAlpcTest {};
+class AlpcExchangeTest : public CAlpcTest {
+  protected:
+    void ServeEcho(int threads = 1) {
+        Serve(
+            [](CAlpcCall& call) {
+                if (Kind(call.message.data()) == kLpcRequest) {
+                    EXPECT_EQ(call.Reply(call.Data()), kStatusSuccess);
+                }
+            },
+            threads);
+    }
+};
 INSTANTIATE_TEST_SUITE_P(Backends, AlpcExchangeTest, Backends(), BackendName);
 
 TEST_P(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
@@ -22,26 +37,243 @@ TEST_P(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
     EXPECT_EQ(Ports().CloseHandle(port), 1);
 }
 
-TEST_P(AlpcExchangeTest, LargeReplyComesInAView) {
-    const Bytes large = Pattern(200000);
+TEST_P(AlpcExchangeTest, LongestMessageCrossesBothWays) {
+    ServeEcho();
+    const Handle port = Connect();
+    const Bytes data = Pattern(0xFFEF - 24);
+    EXPECT_EQ(Ask(port, data), data);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage(Pattern(0xFFEF - 23)), reply), kStatusPortMessageTooLong);
+    EXPECT_EQ(SendOneWay(port, AlpcMessage(Pattern(0xFFEF - 23))), kStatusPortMessageTooLong);
+    EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
+    ServeEcho();
+    const Handle port = Connect();
+    for (const std::uint16_t total : {23, 27, 29, 0}) {
+        Bytes request = AlpcMessage(ToBytes("abcd"));
+        Put(request.data(), 2, total);
+        Bytes reply;
+        EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter) << total;
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes request = AlpcMessage({});
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
+                                                nullptr, nullptr, nullptr, nullptr),
+              kStatusLpcReceiveBufferExpected);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes request = AlpcMessage({});
+    std::size_t length = request.size();
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous | kAlpcReleaseMessage,
+                                                request.data(), nullptr, request.data(), &length,
+                                                nullptr, nullptr),
+              kStatusInvalidParameter2);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
+    std::uint32_t messageId = 0;
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        // The sender did not release it, so the continuation flag stands beside the kind.
+        EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 0x2001);
+        EXPECT_EQ(Get<std::uint32_t>(call.message.data(), 8),
+                  static_cast<std::uint32_t>(::getpid()));
+        EXPECT_NE(Get<std::uint32_t>(call.message.data(), 12), 0u);
+        messageId = Get<std::uint32_t>(call.message.data(), 16);
+        EXPECT_NE(messageId, 0u);
+        EXPECT_EQ(call.attributes.Context().MessageId, messageId);
+        call.Reply({});
+    });
+    const Handle port = Connect();
+    Bytes reply;
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
+    EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 2);
+    EXPECT_EQ(Get<std::uint32_t>(reply.data(), 16), messageId);
+    EXPECT_EQ(reply.size(), 24u);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
+    std::promise<Bytes> received;
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcDatagram) {
+            EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 3);
+            received.set_value(call.Data());
+        }
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(SendOneWay(port, AlpcMessage(ToBytes("note"))), kStatusSuccess);
+    EXPECT_EQ(received.get_future().get(), ToBytes("note"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
+    std::promise<void> checked;
     Serve([&](CAlpcCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.ReplyWithView(ToBytes("see view"), large), kStatusSuccess);
+            EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
+            EXPECT_EQ(call.Reply(ToBytes("second")), kStatusInvalidMessage);
+            checked.set_value();
+        }
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, {}), ToBytes("first"));
+    checked.get_future().get();
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
+    Serve([](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
         }
     });
     const Handle port = Connect();
     Bytes reply;
-    CAttributes received(Ports());
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
-    ASSERT_TRUE(received.HasView());
-    const AlpcDataViewAttr& view = received.View();
-    ASSERT_EQ(view.ViewSize, large.size());
-    EXPECT_EQ(view.Flags & kAlpcViewSecured, kAlpcViewSecured);
-    EXPECT_EQ(std::memcmp(view.ViewBase, large.data(), large.size()), 0);
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
-    received.View().Flags |= kAlpcViewUnmapExisting;
-    EXPECT_EQ(Release(port, reply, &received), kStatusSuccess);
-    EXPECT_EQ(Ports().CloseHandle(port), 1);
+    EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
+    EXPECT_EQ(Release(port, reply, nullptr), kStatusInvalidMessage);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes request = AlpcMessage(Pattern(100));
+    Bytes reply(60);
+    std::size_t length = reply.size();
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
+                                                reply.data(), &length, nullptr, nullptr),
+              kStatusBufferTooSmall);
+    EXPECT_EQ(length, 124u);
+    EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        Bytes message = Message(24, ToBytes("hello"), 29);
+        EXPECT_EQ(TryConnect(port, &message), kStatusSuccess);
+        return port;
+    });
+    Bytes message(100);
+    std::size_t length = 28;
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(),
+                                                &length, nullptr, nullptr),
+              kStatusBufferTooSmall);
+    EXPECT_EQ(length, 29u);
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(),
+                                                &length, nullptr, nullptr),
+              kStatusSuccess);
+    EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
+    Handle accepted = nullptr;
+    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
+                                              message.data(), nullptr, 1),
+              kStatusSuccess);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        Ports().CloseHandle(handle);
+    }
+}
+
+TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
+    std::promise<void> timedOut;
+    auto waitForTimeOut = timedOut.get_future().share();
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        if (call.Data() == ToBytes("slow")) {
+            waitForTimeOut.wait();
+        }
+        EXPECT_EQ(call.Reply(call.Data(), 0, nullptr), kStatusSuccess);
+    });
+    const Handle port = Connect();
+    std::int64_t timeout = Within(std::chrono::milliseconds(3));
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("slow")), reply, nullptr, nullptr, &timeout),
+              kStatusTimeout);
+    timedOut.set_value();
+    ASSERT_EQ(Exchange(port, AlpcMessage(ToBytes("next")), reply), kStatusSuccess);
+    EXPECT_EQ(AlpcData(reply.data()), ToBytes("next"));
+    EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
+    ServeEcho();
+    const Handle port = Connect();
+    std::int64_t timeout = Within(std::chrono::seconds(60));
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("x")), reply, nullptr, nullptr, &timeout),
+              kStatusSuccess);
+    EXPECT_EQ(AlpcData(reply.data()), ToBytes("x"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
+    ServeEcho(3);
+    const Handle port = Connect();
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 6; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 150; ++i) {
+                const Bytes data = ToBytes(std::to_string(thread) + ":" + std::to_string(i));
+                ASSERT_EQ(Ask(port, data), data);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
+    Serve([](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest && call.Data() != ToBytes("forget me")) {
+            call.Reply(call.Data());
+        }
+    });
+    const Handle port = Connect();
+    std::thread impatient([&] {
+        for (int i = 0; i < 20; ++i) {
+            std::int64_t timeout = Within(std::chrono::milliseconds(1));
+            Bytes reply;
+            EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("forget me")), reply, nullptr, nullptr,
+                               &timeout),
+                      kStatusTimeout);
+        }
+    });
+    for (int i = 0; i < 300; ++i) {
+        const Bytes data = ToBytes(std::to_string(i));
+        EXPECT_EQ(Ask(port, data), data);
+    }
+    impatient.join();
+    Ports().CloseHandle(port);
 }
 
 }  // namespace

@@ -1,6 +1,6 @@
-// Legacy ports: connecting, requests and replies, one-way messages, limits, ids.
-#include <atomic>
+// Legacy ports: requests and replies, one-way messages, limits, kinds and ids.
 #include <future>
+#include <thread>
 #include <unistd.h>
 
 #include "tests/portlayer/LpcTest.h"
@@ -11,7 +11,17 @@ namespace {
 
 using namespace NtApi;
 
-class LpcExchangeTest : public CLpcTest {};
+class LpcExchangeTest : public CLpcTest {
+  protected:
+    /// Answers requests with what they brought, and ignores everything else.
+    void ServeEcho() {
+        Serve([](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                EXPECT_EQ(call.Reply(call.Data()), kStatusSuccess);
+            }
+        });
+    }
+};
 INSTANTIATE_TEST_SUITE_P(Backends, LpcExchangeTest, Backends(), BackendName);
 
 TEST_P(LpcExchangeTest, RequestIsAnsweredWithTheServersData) {
@@ -24,6 +34,186 @@ TEST_P(LpcExchangeTest, RequestIsAnsweredWithTheServersData) {
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
     EXPECT_EQ(Ports().CloseHandle(port), 1);
+}
+
+TEST_P(LpcExchangeTest, EmptyMessagesCross) {
+    ServeEcho();
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, {}), Bytes());
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, LongestMessageCrossesBothWays) {
+    ServeEcho();
+    const Handle port = Connect();
+    const Bytes data = Pattern(LpcLayout::kMaxMessage - LpcLayout::kHeaderSize);
+    EXPECT_EQ(Ask(port, data), data);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes request = LpcMessage({});
+    Put<std::uint16_t>(request.data(), 2, LpcLayout::kMaxMessage + 1);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, request, reply), kStatusPortMessageTooLong);
+    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
+    EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes request = LpcMessage(ToBytes("abcd"));
+    Put<std::uint16_t>(request.data(), 0, 5);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter);
+    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusInvalidParameter);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
+    std::uint32_t messageId = 0;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        EXPECT_EQ(Get<Word>(call.message.data(), LpcLayout::kProcessId),
+                  static_cast<Word>(::getpid()));
+        EXPECT_NE(Get<Word>(call.message.data(), LpcLayout::kThreadId), Word{0});
+        messageId = Get<std::uint32_t>(call.message.data(), LpcLayout::kMessageId);
+        EXPECT_NE(messageId, 0u);
+        call.Reply({});
+    });
+    const Handle port = Connect();
+    Bytes request = LpcMessage(ToBytes("x"));
+    Put<std::uint16_t>(request.data(), 4, 7);
+    Put<std::uint32_t>(request.data(), LpcLayout::kMessageId, 0x1234);
+    Bytes reply;
+    ASSERT_EQ(Exchange(port, request, reply), kStatusSuccess);
+    EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), kLpcReply);
+    EXPECT_EQ(Get<std::uint32_t>(reply.data(), LpcLayout::kMessageId), messageId);
+    EXPECT_EQ(Get<Word>(reply.data(), LpcLayout::kProcessId), static_cast<Word>(::getpid()));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
+    ServeEcho();
+    const Handle port = Connect();
+    Bytes buffer = LpcMessage(ToBytes("both"));
+    EXPECT_EQ(Ports().NtRequestWaitReplyPort(port, buffer.data(), buffer.data()), kStatusSuccess);
+    EXPECT_EQ(LpcData(buffer.data()), ToBytes("both"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
+    Bytes received;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcDatagram) {
+            received = call.Data();
+            EXPECT_EQ(call.Reply({}), kStatusReplyMessageMismatch);
+        } else if (Kind(call.message.data()) == kLpcRequest) {
+            call.Reply({});
+        }
+    });
+    const Handle port = Connect();
+    Bytes message = LpcMessage(ToBytes("note"));
+    EXPECT_EQ(Ports().NtRequestPort(port, message.data()), kStatusSuccess);
+    Ask(port, {});
+    Ports().CloseHandle(port);
+    StopServer();
+    EXPECT_EQ(received, ToBytes("note"));
+}
+
+TEST_P(LpcExchangeTest, SecondReplyIsAMismatch) {
+    std::promise<void> checked;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
+            EXPECT_EQ(call.Reply(ToBytes("second")), kStatusReplyMessageMismatch);
+            checked.set_value();
+        }
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, {}), ToBytes("first"));
+    checked.get_future().get();
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
+    Serve([](CLpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        Bytes foreign = call.message;
+        Put<Word>(foreign.data(), LpcLayout::kThreadId, Word{1});
+        CLpcCall other(call.Ports(), call.Port(), foreign, nullptr);
+        EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
+        Put<std::uint32_t>(foreign.data(), LpcLayout::kMessageId, 0x7FFFFFFF);
+        EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
+        EXPECT_EQ(call.Reply(ToBytes("right")), kStatusSuccess);
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, {}), ToBytes("right"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
+    Serve([](CLpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        Bytes reply = call.message;
+        Put<std::uint16_t>(reply.data(), 2, LpcLayout::kMaxMessage + 1);
+        EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusPortMessageTooLong);
+        Put<std::uint16_t>(reply.data(), 2, LpcLayout::kHeaderSize);
+        Put<std::uint16_t>(reply.data(), 0, 1);
+        EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusInvalidParameter);
+        EXPECT_EQ(call.Reply({}), kStatusSuccess);
+    });
+    const Handle port = Connect();
+    Ask(port, {});
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
+    ServeEcho();
+    const Handle port = Connect();
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int i = 0; i < 200; ++i) {
+                const Bytes data = ToBytes(std::to_string(thread) + ":" + std::to_string(i));
+                ASSERT_EQ(Ask(port, data), data);
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
+    ServeEcho();
+    const Handle closed = Connect();
+    Ports().CloseHandle(closed);
+    const Handle event = Ports().CreateEventW(nullptr, 1, 0, nullptr);
+    for (const Handle handle :
+         {Handle{nullptr}, closed, event, reinterpret_cast<Handle>(0x12345)}) {
+        Bytes message = LpcMessage({});
+        EXPECT_EQ(Ports().NtRequestPort(handle, message.data()), kStatusInvalidHandle);
+        EXPECT_EQ(Ports().NtRequestWaitReplyPort(handle, message.data(), message.data()),
+                  kStatusInvalidHandle);
+        EXPECT_EQ(Ports().NtReplyPort(handle, message.data()), kStatusInvalidHandle);
+        EXPECT_EQ(Ports().NtReadRequestData(handle, message.data(), 0, nullptr, 0, nullptr),
+                  kStatusInvalidHandle);
+    }
+    EXPECT_EQ(Ports().CloseHandle(closed), 0);
+    EXPECT_EQ(Ports().NtClose(closed), kStatusInvalidHandle);
+    Ports().CloseHandle(event);
 }
 
 }  // namespace

@@ -15,6 +15,8 @@ class CLpcCall {
     CLpcCall(const CPortBackend& ports, Handle port, Bytes& message, void* context)
         : message(message), context(context), ports_(ports), port_(port) {}
 
+    const CPortBackend& Ports() const { return ports_; }
+    Handle Port() const { return port_; }
     Bytes Data() const { return LpcData(message.data()); }
     NtStatus Reply(const Bytes& data);
     NtStatus Read(std::uint32_t entry, void* buffer, std::size_t size);

@@ -39,6 +39,7 @@ const CPortBackend& LayerBackend() {
         PortLayer::RtlReleaseSRWLockShared,
         PortLayer::CloseHandle,
         PortLayer::CreateThread,
+        PortLayer::TerminateThread,
         PortLayer::CreateEventW,
         PortLayer::SetEvent,
         PortLayer::ResetEvent,

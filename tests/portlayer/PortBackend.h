@@ -49,6 +49,7 @@ struct CPortBackend {
     decltype(&PortLayer::RtlReleaseSRWLockShared) RtlReleaseSRWLockShared;
     decltype(&PortLayer::CloseHandle) CloseHandle;
     decltype(&PortLayer::CreateThread) CreateThread;
+    decltype(&PortLayer::TerminateThread) TerminateThread;
     decltype(&PortLayer::CreateEventW) CreateEventW;
     decltype(&PortLayer::SetEvent) SetEvent;
     decltype(&PortLayer::ResetEvent) ResetEvent;

@@ -1,5 +1,6 @@
 #include "tests/portlayer/PortTest.h"
 
+#include <filesystem>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -79,6 +80,11 @@ void CPortTest::TearDown() {
     // Fails when a name was left behind.
     EXPECT_EQ(::rmdir(directory_.c_str()), 0) << "names left in " << directory_;
     ::unsetenv("KELCOMM_RUNTIME_DIR");
+}
+
+void CPortTest::ForgetName() {
+    std::filesystem::remove_all(directory_);
+    std::filesystem::create_directory(directory_);
 }
 
 NtApi::UnicodeString* CPortTest::Name() {

@@ -68,6 +68,8 @@ class CPortTest : public testing::TestWithParam<const CPortBackend*> {
     const CPortBackend& Ports() const { return *GetParam(); }
     const std::string& RunDirectory() const { return directory_; }
     static NtApi::UnicodeString* Name();
+    /// Removes what a killed process left in the run directory.
+    void ForgetName();
 
   private:
     std::string directory_;

@@ -1,0 +1,225 @@
+// Advanced ports: connecting, refusing, disconnecting, the death of either end, and attributes.
+#include <future>
+
+#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/ChildProcess.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+class AlpcConnectTest : public CAlpcTest {
+  protected:
+    void Receive(Handle port, Bytes& message) {
+        message.assign(kAlpcMaxMessage, 0);
+        std::size_t length = message.size();
+        EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(),
+                                                    &length, nullptr, nullptr),
+                  kStatusSuccess);
+    }
+    NtStatus Accept(Handle server, Bytes& message, bool accept, Handle& accepted) {
+        return Ports().NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
+                                               message.data(), nullptr, accept ? 1 : 0);
+    }
+    /// Serves in silence; `asked` is set when a request has come.
+    void ServeSilence(std::promise<void>& asked) {
+        Serve([&](CAlpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                asked.set_value();
+            }
+        });
+    }
+    std::future<NtStatus> AskInBackground(Handle port) {
+        return std::async(std::launch::async, [this, port] {
+            Bytes reply;
+            return Exchange(port, AlpcMessage({}), reply);
+        });
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Backends, AlpcConnectTest, Backends(), BackendName);
+
+TEST_P(AlpcConnectTest, UnknownNameIsNotFound) {
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+}
+
+TEST_P(AlpcConnectTest, ConnectionMessageCrossesBothWays) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Bytes message = Message(24, ToBytes("KelComm "), 100);
+        Handle port = nullptr;
+        EXPECT_EQ(TryConnect(port, &message), kStatusSuccess);
+        EXPECT_EQ(Kind(message.data()), kLpcConnectionReply);
+        EXPECT_EQ(AlpcData(message.data()), ToBytes("from him"));
+        return port;
+    });
+    Bytes message;
+    Receive(server, message);
+    EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
+    EXPECT_EQ(AlpcData(message.data()), ToBytes("KelComm "));
+    std::memcpy(message.data() + 24, "from him", 8);
+    Handle accepted = nullptr;
+    EXPECT_EQ(Accept(server, message, true, accepted), kStatusSuccess);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        Ports().CloseHandle(handle);
+    }
+}
+
+TEST_P(AlpcConnectTest, RefusedClientIsTold) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        return TryConnect(port);
+    });
+    Bytes message;
+    Receive(server, message);
+    Handle accepted = nullptr;
+    EXPECT_EQ(Accept(server, message, false, accepted), kStatusSuccess);
+    EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
+    EXPECT_EQ(Accept(server, message, true, accepted), kStatusReplyMessageMismatch);
+    Ports().CloseHandle(server);
+}
+
+TEST_P(AlpcConnectTest, ConnectTimesOutWhenNobodyAccepts) {
+    const Handle server = CreatePort();
+    Handle port = nullptr;
+    std::int64_t timeout = Within(std::chrono::milliseconds(3));
+    EXPECT_EQ(TryConnect(port, nullptr, &timeout), kStatusTimeout);
+    Ports().CloseHandle(server);
+}
+
+TEST_P(AlpcConnectTest, LegacyClientIsNotServedByAnAdvancedPort) {
+    Serve([](CAlpcCall&) {});
+    Handle port = nullptr;
+    EXPECT_EQ(
+        Ports().NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+        kStatusPortConnectionRefused);
+}
+
+TEST_P(AlpcConnectTest, ServerHearsOfAClientThatCloses) {
+    std::promise<Handle> closed;
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcPortClosed) {
+            closed.set_value(call.client);
+        }
+    });
+    Ports().CloseHandle(Connect());
+    EXPECT_NE(closed.get_future().get(), nullptr);
+}
+
+TEST_P(AlpcConnectTest, DisconnectingEndsTheWaitAndThePort) {
+    std::promise<void> asked;
+    ServeSilence(asked);
+    const Handle port = Connect();
+    auto asking = AskInBackground(port);
+    asked.get_future().get();
+    EXPECT_EQ(Ports().NtAlpcDisconnectPort(port, 0), kStatusSuccess);
+    EXPECT_EQ(asking.get(), kStatusPortDisconnected);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    EXPECT_EQ(SendOneWay(port, AlpcMessage({})), kStatusPortDisconnected);
+    EXPECT_EQ(Ports().CloseHandle(port), 1);
+}
+
+TEST_P(AlpcConnectTest, ServerThatClosesEndsEveryWait) {
+    std::promise<void> asked;
+    ServeSilence(asked);
+    const Handle port = Connect();
+    auto first = AskInBackground(port);
+    asked.get_future().get();
+    StopServer();
+    EXPECT_EQ(first.get(), kStatusPortDisconnected);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcConnectTest, KilledServerDisconnects) {
+    CChildProcess server([this](CChildProcess& self) {
+        const Handle port = CreatePort();
+        self.Ready();
+        Bytes message;
+        Receive(port, message);
+        Handle accepted = nullptr;
+        Accept(port, message, true, accepted);
+        Receive(port, message);
+        self.KillSelf();
+    });
+    server.AwaitReady();
+    const Handle port = Connect();
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    Ports().CloseHandle(port);
+    server.Kill();
+    Handle again = nullptr;
+    EXPECT_EQ(TryConnect(again), kStatusObjectNameNotFound);
+    ForgetName();
+}
+
+TEST_P(AlpcConnectTest, ClientThatDiesInMidRequestLeavesNothing) {
+    CChildProcess child([this](CChildProcess& self) {
+        self.AwaitGo();
+        Ask(Connect(), ToBytes("last words"));
+    });
+    std::promise<void> asked;
+    std::promise<NtStatus> replied;
+    Bytes request;
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            request = call.message;
+            asked.set_value();
+        } else if (Kind(call.message.data()) == kLpcPortClosed) {
+            CAlpcCall open{call.ports, call.port, call.client, request, call.attributes};
+            replied.set_value(open.Reply({}));
+        }
+    });
+    child.Go();
+    asked.get_future().get();
+    child.Kill();
+    EXPECT_EQ(replied.get_future().get(), kStatusInvalidMessage);
+}
+
+TEST_P(AlpcConnectTest, ReceiveTimesOut) {
+    const Handle server = CreatePort();
+    Bytes message(100);
+    std::size_t length = message.size();
+    std::int64_t timeout = Within(std::chrono::milliseconds(2));
+    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(),
+                                                &length, nullptr, &timeout),
+              kStatusTimeout);
+    Ports().CloseHandle(server);
+}
+
+TEST_P(AlpcConnectTest, AttributeBufferIsSizedFirst) {
+    constexpr std::size_t kViewSize = sizeof(void*) == 4 ? 8 + 16 : 8 + 32;
+    std::size_t size = 0;
+    EXPECT_EQ(Ports().AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, nullptr, 0, &size),
+              kStatusBufferTooSmall);
+    EXPECT_EQ(size, kViewSize);
+    std::vector<std::uint64_t> buffer(8, 0xEEEEEEEEEEEEEEEE);
+    auto* const attributes = reinterpret_cast<AlpcMessageAttributes*>(buffer.data());
+    EXPECT_EQ(Ports().AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, attributes,
+                                                     size - 1, &size),
+              kStatusBufferTooSmall);
+    EXPECT_EQ(buffer[0], 0xEEEEEEEEEEEEEEEE);
+    EXPECT_EQ(
+        Ports().AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, attributes, size, &size),
+        kStatusSuccess);
+    EXPECT_EQ(attributes->AllocatedAttributes, kAlpcMessageViewAttribute);
+    EXPECT_EQ(attributes->ValidAttributes, 0u);
+    EXPECT_EQ(buffer[1], 0xEEEEEEEEEEEEEEEE);
+}
+
+TEST_P(AlpcConnectTest, AttributeBodiesStandHighestBitFirst) {
+    CAttributes both(Ports());
+    auto* const start = reinterpret_cast<std::uint8_t*>(both.Get());
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(&both.View()), start + 8);
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(&both.Context()),
+              start + 8 + sizeof(AlpcDataViewAttr));
+    EXPECT_EQ(Ports().AlpcGetMessageAttribute(both.Get(), kAlpcMessageHandleAttribute), nullptr);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,267 @@
+// Advanced ports: sections, views in requests, replies and one-way messages, and their release.
+#include <future>
+
+#include "tests/portlayer/AlpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+class AlpcViewTest : public CAlpcTest {
+  protected:
+    void ServeView(const Bytes& bytes) {
+        Serve([bytes](CAlpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                EXPECT_EQ(call.ReplyWithView(ToBytes("see view"), bytes), kStatusSuccess);
+            }
+        });
+    }
+    /// Serves by answering with the bytes of the request's view, which it then deletes.
+    void ServeViewEcho() {
+        Serve([](CAlpcCall& call) {
+            if (Kind(call.message.data()) != kLpcRequest) {
+                return;
+            }
+            EXPECT_TRUE(call.attributes.HasView());
+            const AlpcDataViewAttr view = call.attributes.View();
+            const auto* const bytes = static_cast<const std::uint8_t*>(view.ViewBase);
+            const Bytes copy(bytes, bytes + view.ViewSize);
+            EXPECT_EQ(call.ports.NtAlpcDeleteSectionView(call.client, 0, view.ViewBase),
+                      kStatusSuccess);
+            EXPECT_EQ(call.ReplyWithView({}, copy), kStatusSuccess);
+        });
+    }
+    static Bytes BytesOf(CAttributes& attributes) {
+        const auto* const bytes = static_cast<const std::uint8_t*>(attributes.View().ViewBase);
+        return Bytes(bytes, bytes + attributes.View().ViewSize);
+    }
+    void ReleaseView(Handle port, Bytes& reply, CAttributes& received) {
+        received.View().Flags |= kAlpcViewUnmapExisting;
+        EXPECT_EQ(Release(port, reply, &received), kStatusSuccess);
+    }
+    Bytes AskForView(Handle port) {
+        Bytes reply;
+        CAttributes received(Ports());
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
+        EXPECT_TRUE(received.HasView());
+        const Bytes bytes = BytesOf(received);
+        ReleaseView(port, reply, received);
+        return bytes;
+    }
+    NtStatus CreateSection(Handle port, std::size_t size, Handle& section,
+                           std::uint32_t flags = kAlpcPortSectionSecure) {
+        std::size_t actual = 0;
+        return Ports().NtAlpcCreatePortSection(port, flags, nullptr, size, &section, &actual);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Backends, AlpcViewTest, Backends(), BackendName);
+
+TEST_P(AlpcViewTest, ReplyWithAViewIsFlaggedAndReleasedOnce) {
+    const Bytes large = Pattern(200000);
+    ServeView(large);
+    const Handle port = Connect();
+    Bytes reply;
+    CAttributes received(Ports());
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
+    ASSERT_TRUE(received.HasView());
+    EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
+    EXPECT_EQ(received.View().Flags & kAlpcViewSecured, kAlpcViewSecured);
+    EXPECT_EQ(BytesOf(received), large);
+    ReleaseView(port, reply, received);
+    EXPECT_EQ(Release(port, reply, &received), kStatusInvalidMessage);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, ReleaseWithoutTheUnmapFlagKeepsTheView) {
+    ServeView(Pattern(70000));
+    const Handle port = Connect();
+    Bytes reply;
+    CAttributes received(Ports());
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
+    EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
+    EXPECT_EQ(BytesOf(received), Pattern(70000));
+    void* const base = received.View().ViewBase;
+    EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, base), kStatusSuccess);
+    EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, base), kStatusInvalidParameter);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, ViewsOfAllSizesCrossAgainAndAgain) {
+    for (const std::size_t size : {1u, 4096u, 65488u, 65536u, 1000000u, 16777216u}) {
+        SCOPED_TRACE(size);
+        ServeView(Pattern(size));
+        const Handle port = Connect();
+        for (int i = 0; i < 3; ++i) {
+            EXPECT_EQ(AskForView(port), Pattern(size));
+        }
+        Ports().CloseHandle(port);
+        StopServer();
+    }
+}
+
+TEST_P(AlpcViewTest, ManyViewsReuseTheMemory) {
+    ServeView(Pattern(100000));
+    const Handle port = Connect();
+    for (int i = 0; i < 300; ++i) {
+        ASSERT_EQ(AskForView(port).size(), 100000u);
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, RequestTravelsInAView) {
+    ServeViewEcho();
+    const Handle port = Connect();
+    const Bytes large = Pattern(300001);
+    for (int i = 0; i < 100; ++i) {
+        AlpcDataViewAttr view = MakeView(port, large);
+        view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
+        CAttributes sent(Ports());
+        sent.SetView(view);
+        CAttributes received(Ports());
+        Bytes reply;
+        ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, &received), kStatusSuccess);
+        ASSERT_EQ(BytesOf(received), large);
+        ReleaseView(port, reply, received);
+        // Released by the send.
+        EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusInvalidParameter);
+        EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
+    ServeViewEcho();
+    const Handle port = Connect();
+    AlpcDataViewAttr view = MakeView(port, Pattern(70000));
+    view.Flags = kAlpcViewSecured;
+    CAttributes sent(Ports());
+    sent.SetView(view);
+    CAttributes received(Ports());
+    Bytes reply;
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, &received), kStatusSuccess);
+    ReleaseView(port, reply, received);
+    EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
+    std::promise<Bytes> received;
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) != kLpcDatagram) {
+            return;
+        }
+        EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 0x2003);
+        Bytes bytes = BytesOf(call.attributes);
+        call.attributes.View().Flags |= kAlpcViewUnmapExisting;
+        EXPECT_EQ(call.ports.NtAlpcSendWaitReceivePort(call.port, kAlpcReleaseMessage,
+                                                       call.message.data(), call.attributes.Get(),
+                                                       nullptr, nullptr, nullptr, nullptr),
+                  kStatusSuccess);
+        received.set_value(std::move(bytes));
+    });
+    const Handle port = Connect();
+    AlpcDataViewAttr view = MakeView(port, Pattern(70000));
+    view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
+    CAttributes sent(Ports());
+    sent.SetView(view);
+    EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusSuccess);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    EXPECT_EQ(received.get_future().get(), Pattern(70000));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
+    Serve([](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            if (call.Data() == ToBytes("slow")) {
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            }
+            EXPECT_EQ(call.ReplyWithView(call.Data(), Pattern(70000)), kStatusSuccess);
+        }
+    });
+    const Handle port = Connect();
+    int timeouts = 0;
+    // More than one end can hold at once.
+    for (int i = 0; i < 150; ++i) {
+        std::int64_t timeout = 0;
+        Bytes reply;
+        const NtStatus status =
+            Exchange(port, AlpcMessage(ToBytes("slow")), reply, nullptr, nullptr, &timeout);
+        timeouts += status == kStatusTimeout ? 1 : 0;
+        ASSERT_EQ(AskForView(port), Pattern(70000));
+    }
+    EXPECT_GT(timeouts, 100);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, SectionsAreCheckedWhenMade) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    Handle section = nullptr;
+    EXPECT_EQ(CreateSection(port, 0, section), kStatusInvalidParameter);
+    EXPECT_EQ(CreateSection(port, 100, section, 0), kStatusInvalidParameter);
+    EXPECT_EQ(CreateSection(nullptr, 100, section), kStatusInvalidHandle);
+    std::size_t actual = 0;
+    EXPECT_EQ(Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 4097, &section,
+                                              &actual),
+              kStatusSuccess);
+    EXPECT_EQ(actual, 8192u);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, section), kStatusSuccess);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, section), kStatusInvalidHandle);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, ViewsAreCheckedWhenMadeAndSent) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    AlpcDataViewAttr view = MakeView(port, Pattern(100));
+    AlpcDataViewAttr bad = {0, view.SectionHandle, nullptr, 5000};
+    EXPECT_EQ(Ports().NtAlpcCreateSectionView(port, 0, &bad), kStatusInvalidParameter);
+    bad = {0, reinterpret_cast<Handle>(0x7000), nullptr, 10};
+    EXPECT_EQ(Ports().NtAlpcCreateSectionView(port, 0, &bad), kStatusInvalidHandle);
+    CAttributes sent(Ports());
+    sent.SetView({kAlpcViewSecured, view.SectionHandle, &bad, 10});
+    EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusInvalidParameter);
+    sent.SetView({kAlpcViewSecured, view.SectionHandle, view.ViewBase, 5000});
+    EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusInvalidParameter);
+    EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, DeletedSectionLivesUntilItsViewEnds) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    const AlpcDataViewAttr view = MakeView(port, Pattern(100));
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    EXPECT_EQ(std::memcmp(view.ViewBase, Pattern(100).data(), 100), 0);
+    EXPECT_EQ(Ports().NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, ClosingThePortEndsWhatStands) {
+    ServeView(Pattern(70000));
+    const Handle port = Connect();
+    MakeView(port, Pattern(100));
+    Bytes reply;
+    CAttributes received(Ports());
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
+    EXPECT_EQ(Ports().CloseHandle(port), 1);
+}
+
+TEST_P(AlpcViewTest, ReceiverWithoutPlaceForTheViewStillReleasesTheMessage) {
+    ServeView(Pattern(70000));
+    const Handle port = Connect();
+    Bytes reply;
+    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
+    EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
+    EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,317 @@
+// Legacy ports: names, connecting, refusing, closing, and the death of either end.
+#include <atomic>
+#include <future>
+
+#include "tests/portlayer/ChildProcess.h"
+#include "tests/portlayer/LpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+class LpcConnectTest : public CLpcTest {
+  protected:
+    void Receive(Handle port, Bytes& message) {
+        message.assign(LpcLayout::kMaxMessage, 0);
+        EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), nullptr),
+                  kStatusSuccess);
+    }
+    static void Ignore(CLpcCall&) {}
+};
+INSTANTIATE_TEST_SUITE_P(Backends, LpcConnectTest, Backends(), BackendName);
+
+TEST_P(LpcConnectTest, UnknownNameIsNotFound) {
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+    EXPECT_EQ(port, nullptr);
+}
+
+TEST_P(LpcConnectTest, NameEndsWithItsPort) {
+    Serve(Ignore);
+    StopServer();
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+}
+
+TEST_P(LpcConnectTest, NameInUseCollides) {
+    Serve(Ignore);
+    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+    Handle second = nullptr;
+    EXPECT_EQ(Ports().NtCreatePort(&second, &attributes, 0, 100, 0), kStatusObjectNameCollision);
+}
+
+TEST_P(LpcConnectTest, NameLeftByADeadProcessIsTakenOver) {
+    CChildProcess child([this](CChildProcess& self) {
+        CreatePort();
+        self.Ready();
+        self.WaitForEver();
+    });
+    child.AwaitReady();
+    child.Kill();
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+    Serve(Ignore);
+    EXPECT_EQ(Ports().CloseHandle(Connect()), 1);
+}
+
+TEST_P(LpcConnectTest, LettersOfEitherCaseAreOneName) {
+    Serve(Ignore);
+    UnicodeString name;
+    Ports().RtlInitUnicodeString(&name, u"\\basenamedobjects\\CONTRACTPORT");
+    Handle port = nullptr;
+    EXPECT_EQ(
+        Ports().NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+        kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcConnectTest, PortsLongestMessageIsToldAndBoundsTheClient) {
+    const Handle server = CreatePort(100);
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        std::uint32_t longest = 0;
+        EXPECT_EQ(Ports().NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, &longest, nullptr,
+                                        nullptr),
+                  kStatusSuccess);
+        EXPECT_EQ(longest, 100u);
+        return port;
+    });
+    Bytes message;
+    Receive(server, message);
+    Handle accepted = nullptr;
+    Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+    Ports().NtCompleteConnectPort(accepted);
+    const Handle port = connecting.get();
+    Bytes request = LpcMessage(Pattern(100 - LpcLayout::kHeaderSize + 1));
+    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
+    for (const Handle handle : {port, accepted, server}) {
+        Ports().CloseHandle(handle);
+    }
+}
+
+TEST_P(LpcConnectTest, PortLimitsBeyondTheSystemsAreInvalid) {
+    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+    Handle port = nullptr;
+    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 0, LpcLayout::kMaxMessage + 1, 0),
+              kStatusInvalidParameter4);
+    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, LpcLayout::kMaxMessage, 100, 0),
+              kStatusInvalidParameter3);
+}
+
+TEST_P(LpcConnectTest, InformationCrossesBothWays) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Bytes information = ToBytes("KelComm ");
+        Handle port = nullptr;
+        EXPECT_EQ(TryConnect(port, &information), kStatusSuccess);
+        EXPECT_EQ(information, ToBytes("from him"));
+        return port;
+    });
+    Bytes message;
+    Receive(server, message);
+    EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
+    EXPECT_EQ(LpcData(message.data()), ToBytes("KelComm "));
+    std::memcpy(message.data() + LpcLayout::kHeaderSize, "from him", 8);
+    Handle accepted = nullptr;
+    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
+              kStatusSuccess);
+    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusSuccess);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        Ports().CloseHandle(handle);
+    }
+}
+
+TEST_P(LpcConnectTest, ClientWaitsForTheCompletion) {
+    const Handle server = CreatePort();
+    std::atomic<bool> completed{false};
+    auto connecting = std::async(std::launch::async, [&] {
+        const Handle port = Connect();
+        EXPECT_TRUE(completed.load());
+        return port;
+    });
+    Bytes message(LpcLayout::kMaxMessage);
+    EXPECT_EQ(Ports().NtListenPort(server, message.data()), kStatusSuccess);
+    Handle accepted = nullptr;
+    Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    completed = true;
+    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusSuccess);
+    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusPortDisconnected);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        Ports().CloseHandle(handle);
+    }
+}
+
+TEST_P(LpcConnectTest, RefusedClientIsTold) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        return TryConnect(port);
+    });
+    Bytes message;
+    Receive(server, message);
+    Handle accepted = server;
+    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 0, nullptr, nullptr),
+              kStatusSuccess);
+    EXPECT_EQ(accepted, nullptr);
+    EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
+    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
+              kStatusReplyMessageMismatch);
+    Ports().CloseHandle(server);
+}
+
+TEST_P(LpcConnectTest, ServerThatClosesItsPortRefusesWaitingClients) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        return TryConnect(port);
+    });
+    Bytes message;
+    Receive(server, message);
+    Ports().CloseHandle(server);
+    EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
+}
+
+TEST_P(LpcConnectTest, ContextTellsTheClientsApart) {
+    std::vector<std::uintptr_t> contexts;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            contexts.push_back(reinterpret_cast<std::uintptr_t>(call.context));
+            call.Reply({});
+        }
+    });
+    const Handle first = Connect();
+    const Handle second = Connect();
+    Ask(second, {});
+    Ask(first, {});
+    Ports().CloseHandle(first);
+    Ports().CloseHandle(second);
+    StopServer();
+    EXPECT_EQ(contexts, (std::vector<std::uintptr_t>{2, 1}));
+}
+
+TEST_P(LpcConnectTest, ServerHearsOfAClientThatCloses) {
+    std::promise<std::uintptr_t> closed;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcPortClosed) {
+            closed.set_value(reinterpret_cast<std::uintptr_t>(call.context));
+        }
+    });
+    Ports().CloseHandle(Connect());
+    EXPECT_EQ(closed.get_future().get(), 1u);
+}
+
+TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
+    std::promise<void> asked;
+    std::promise<NtStatus> replied;
+    Bytes request;
+    CChildProcess child([this](CChildProcess& self) {
+        self.AwaitGo();
+        const Handle port = Connect();
+        Ask(port, ToBytes("last words"));
+    });
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            request = call.message;
+            asked.set_value();
+        } else if (Kind(call.message.data()) == kLpcPortClosed) {
+            CLpcCall open(call.Ports(), call.Port(), request, nullptr);
+            replied.set_value(open.Reply({}));
+        }
+    });
+    child.Go();
+    asked.get_future().get();
+    child.Kill();
+    EXPECT_EQ(replied.get_future().get(), kStatusReplyMessageMismatch);
+}
+
+TEST_P(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
+    std::promise<void> asked;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            asked.set_value();
+        }
+    });
+    const Handle port = Connect();
+    auto asking = std::async(std::launch::async, [&] {
+        Bytes reply;
+        return Exchange(port, LpcMessage({}), reply);
+    });
+    asked.get_future().get();
+    StopServer();
+    EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
+    Bytes message = LpcMessage({});
+    EXPECT_EQ(Ports().NtRequestPort(port, message.data()), kStatusPortDisconnected);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
+    CChildProcess server([this](CChildProcess& self) {
+        const Handle port = CreatePort();
+        self.Ready();
+        Bytes message;
+        Receive(port, message);
+        Handle accepted = nullptr;
+        Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+        Ports().NtCompleteConnectPort(accepted);
+        Receive(port, message);
+        self.KillSelf();
+    });
+    server.AwaitReady();
+    const Handle port = Connect();
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusLpcReplyLost);
+    EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
+    Ports().CloseHandle(port);
+    server.Kill();
+    ForgetName();
+}
+
+TEST_P(LpcConnectTest, ClosingTheClientsHandleEndsItsWait) {
+    std::promise<void> asked;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            asked.set_value();
+        }
+    });
+    const Handle port = Connect();
+    auto asking = std::async(std::launch::async, [&] {
+        Bytes reply;
+        return Exchange(port, LpcMessage({}), reply);
+    });
+    asked.get_future().get();
+    Ports().CloseHandle(port);
+    EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
+}
+
+TEST_P(LpcConnectTest, ReceiveTimesOut) {
+    const Handle server = CreatePort();
+    Bytes message(LpcLayout::kMaxMessage);
+    std::int64_t timeout = Within(std::chrono::milliseconds(2));
+    EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
+              kStatusTimeout);
+    timeout = 0;
+    EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
+              kStatusTimeout);
+    Ports().CloseHandle(server);
+}
+
+TEST_P(LpcConnectTest, ClosingTheServersHandleEndsItsWait) {
+    const Handle server = CreatePort();
+    auto waiting = std::async(std::launch::async, [&] {
+        Bytes message(LpcLayout::kMaxMessage);
+        return Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), nullptr);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    Ports().CloseHandle(server);
+    const NtStatus status = waiting.get();
+    EXPECT_TRUE(status == kStatusPortClosed || status == kStatusInvalidHandle) << status;
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,262 @@
+// Legacy ports: the data-information block, and what the server reads and writes through it.
+#include <future>
+
+#include "tests/portlayer/LpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+class LpcDataTest : public CLpcTest {
+  protected:
+    /// Serves requests with `use`, then answers them.
+    void ServeRequests(const std::function<void(CLpcCall&)>& use) {
+        Serve([use](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                use(call);
+                EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
+            }
+        });
+    }
+    /// One request with these entries.
+    void Offer(const std::vector<CEntry>& entries) {
+        const Handle port = Connect();
+        Bytes reply;
+        EXPECT_EQ(Exchange(port, LpcMessageWithEntries(entries), reply), kStatusSuccess);
+        EXPECT_EQ(LpcData(reply.data()), ToBytes("done"));
+        Ports().CloseHandle(port);
+    }
+    static CEntry Entry(Bytes& bytes) {
+        return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
+    }
+    static Bytes ReadAll(CLpcCall& call, std::uint32_t entry, std::size_t size) {
+        Bytes bytes(size);
+        EXPECT_EQ(call.Read(entry, bytes.data(), size), kStatusSuccess);
+        return bytes;
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Backends, LpcDataTest, Backends(), BackendName);
+
+TEST_P(LpcDataTest, ServerReadsEveryEntryInAnyOrder) {
+    Bytes first = Pattern(700);
+    Bytes second = Pattern(900);
+    Bytes third = ToBytes("third");
+    ServeRequests([&](CLpcCall& call) {
+        EXPECT_EQ(ReadAll(call, 2, 5), ToBytes("third"));
+        EXPECT_EQ(ReadAll(call, 0, 700), Pattern(700));
+        EXPECT_EQ(ReadAll(call, 1, 900), Pattern(900));
+        EXPECT_EQ(ReadAll(call, 0, 700), Pattern(700));
+    });
+    Offer({Entry(first), Entry(second), Entry(third)});
+}
+
+TEST_P(LpcDataTest, ServerReadsLargeEntries) {
+    constexpr std::size_t kSize = 3 * 1024 * 1024 + 5;
+    Bytes first = Pattern(kSize);
+    Bytes second = Pattern(kSize + 1);
+    ServeRequests([&](CLpcCall& call) {
+        EXPECT_EQ(ReadAll(call, 0, kSize), Pattern(kSize));
+        EXPECT_EQ(ReadAll(call, 1, kSize + 1), Pattern(kSize + 1));
+    });
+    Offer({Entry(first), Entry(second)});
+}
+
+TEST_P(LpcDataTest, ShorterReadStartsAtTheBase) {
+    Bytes first = ToBytes("0123456789");
+    Bytes second = ToBytes("abcdefghij");
+    ServeRequests([&](CLpcCall& call) {
+        EXPECT_EQ(ReadAll(call, 0, 4), ToBytes("0123"));
+        EXPECT_EQ(ReadAll(call, 1, 3), ToBytes("abc"));
+    });
+    Offer({Entry(first), Entry(second)});
+}
+
+TEST_P(LpcDataTest, ServerWritesStraightIntoTheClientsMemory) {
+    for (const std::size_t size : {1u, 601u, 32768u, 32769u, 65536u, 5000000u}) {
+        SCOPED_TRACE(size);
+        Bytes request = ToBytes("request");
+        Bytes reply(size + 1, 0xEE);
+        ServeRequests([&](CLpcCall& call) {
+            EXPECT_EQ(call.Write(1, Pattern(size).data(), size), kStatusSuccess);
+        });
+        Offer({Entry(request), Entry(reply)});
+        StopServer();
+        EXPECT_EQ(reply.back(), 0xEE);
+        reply.pop_back();
+        EXPECT_EQ(reply, Pattern(size));
+        EXPECT_EQ(request, ToBytes("request"));
+    }
+}
+
+TEST_P(LpcDataTest, WritesToOneEntryOverlay) {
+    Bytes memory = ToBytes("----------");
+    ServeRequests([&](CLpcCall& call) {
+        EXPECT_EQ(call.Write(0, "aaaa", 4), kStatusSuccess);
+        EXPECT_EQ(call.Write(0, "bbbbbb", 6), kStatusSuccess);
+        EXPECT_EQ(call.Write(0, "cc", 2), kStatusSuccess);
+        EXPECT_EQ(ReadAll(call, 0, 10), ToBytes("ccbbbb----"));
+        EXPECT_EQ(ReadAll(call, 0, 3), ToBytes("ccb"));
+    });
+    Offer({Entry(memory)});
+    EXPECT_EQ(memory, ToBytes("ccbbbb----"));
+}
+
+TEST_P(LpcDataTest, EveryEntryCanBeWritten) {
+    std::vector<Bytes> memory(5, Bytes(20000));
+    std::vector<CEntry> entries;
+    for (Bytes& bytes : memory) {
+        entries.push_back(Entry(bytes));
+    }
+    ServeRequests([&](CLpcCall& call) {
+        for (std::uint32_t i = 0; i < 5; ++i) {
+            const Bytes bytes(20000, static_cast<std::uint8_t>('a' + i));
+            EXPECT_EQ(call.Write(i, bytes.data(), bytes.size()), kStatusSuccess);
+        }
+    });
+    Offer(entries);
+    for (std::size_t i = 0; i < 5; ++i) {
+        EXPECT_EQ(memory[i], Bytes(20000, static_cast<std::uint8_t>('a' + i)));
+    }
+}
+
+TEST_P(LpcDataTest, LargeTransfersGoOnForEver) {
+    Bytes request(100000);
+    Bytes reply(100000);
+    ServeRequests([&](CLpcCall& call) {
+        const Bytes bytes = ReadAll(call, 0, 100000);
+        EXPECT_EQ(call.Write(1, bytes.data(), bytes.size()), kStatusSuccess);
+    });
+    const Handle port = Connect();
+    for (int i = 0; i < 200; ++i) {
+        request.assign(request.size(), static_cast<std::uint8_t>(i));
+        Bytes answer;
+        ASSERT_EQ(Exchange(port, LpcMessageWithEntries({Entry(request), Entry(reply)}), answer),
+                  kStatusSuccess);
+        ASSERT_EQ(reply, request);
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcDataTest, TransfersBeyondTheBlockOrTheEntryAreInvalid) {
+    Bytes first = Pattern(10);
+    Bytes second = Pattern(20);
+    ServeRequests([&](CLpcCall& call) {
+        Bytes buffer(100);
+        EXPECT_EQ(call.Read(2, buffer.data(), 1), kStatusInvalidParameter);
+        EXPECT_EQ(call.Write(2, buffer.data(), 1), kStatusInvalidParameter);
+        EXPECT_EQ(call.Read(0xFFFFFFFF, buffer.data(), 1), kStatusInvalidParameter);
+        EXPECT_EQ(call.Read(0, buffer.data(), 11), kStatusInvalidParameter);
+        EXPECT_EQ(call.Write(1, buffer.data(), 21), kStatusInvalidParameter);
+        EXPECT_EQ(call.Read(1, buffer.data(), 0), kStatusSuccess);
+    });
+    Offer({Entry(first), Entry(second)});
+    EXPECT_EQ(second, Pattern(20));
+}
+
+TEST_P(LpcDataTest, TransferredCountIsTold) {
+    Bytes memory = Pattern(10);
+    ServeRequests([&](CLpcCall& call) {
+        Bytes buffer(100);
+        std::size_t count = 77;
+        EXPECT_EQ(call.Ports().NtReadRequestData(call.Port(), call.message.data(), 0, buffer.data(),
+                                                 7, &count),
+                  kStatusSuccess);
+        EXPECT_EQ(count, 7u);
+        EXPECT_EQ(call.Ports().NtWriteRequestData(call.Port(), call.message.data(), 9,
+                                                  buffer.data(), 7, &count),
+                  kStatusInvalidParameter);
+        EXPECT_EQ(count, 0u);
+    });
+    Offer({Entry(memory)});
+}
+
+TEST_P(LpcDataTest, AnsweredAndUnknownRequestsHaveNoData) {
+    Bytes memory = Pattern(10);
+    std::promise<void> checked;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
+        Bytes buffer(10);
+        EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
+        EXPECT_EQ(call.Write(0, buffer.data(), 1), kStatusReplyMessageMismatch);
+        Put<std::uint32_t>(call.message.data(), LpcLayout::kMessageId, 0x3FFFFFFF);
+        EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
+        checked.set_value();
+    });
+    Offer({Entry(memory)});
+    checked.get_future().get();
+}
+
+TEST_P(LpcDataTest, RequestWithoutABlockHasNoEntries) {
+    ServeRequests([&](CLpcCall& call) {
+        std::uint8_t byte = 0;
+        EXPECT_EQ(call.Read(0, &byte, 1), kStatusInvalidParameter);
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, ToBytes("plain")), ToBytes("done"));
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcDataTest, EmptyEntriesAreHarmless) {
+    Bytes memory = Pattern(10);
+    ServeRequests([&](CLpcCall& call) {
+        std::uint8_t byte = 0;
+        EXPECT_EQ(call.Read(0, &byte, 1), kStatusInvalidParameter);
+        EXPECT_EQ(ReadAll(call, 1, 10), Pattern(10));
+    });
+    Offer({{nullptr, 0}, Entry(memory)});
+}
+
+struct CBadBlock {
+    std::uint16_t offset;
+    std::uint32_t count;
+};
+
+class LpcBadBlockTest : public CLpcTest {};
+INSTANTIATE_TEST_SUITE_P(Backends, LpcBadBlockTest, Backends(), BackendName);
+
+TEST_P(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
+    Serve([](CLpcCall& call) { call.Reply({}); });
+    const Handle port = Connect();
+    constexpr std::uint16_t kHeader = LpcLayout::kHeaderSize;
+    const CBadBlock blocks[] = {{1, 0},           {kHeader - 1, 0},      {kHeader, 2},
+                                {kHeader + 1, 1}, {kHeader, 0xFFFFFFFF}, {kHeader, 0x10000001},
+                                {0xFFFF, 0},      {kHeader + 100, 0}};
+    for (const CBadBlock& block : blocks) {
+        std::uint8_t byte = 0;
+        Bytes request = LpcMessageWithEntries({{&byte, 1}});
+        Put(request.data(), 6, block.offset);
+        if (block.offset >= kHeader && block.offset < LpcLayout::kMaxMessage - 4) {
+            Put(request.data(), block.offset, block.count);
+        }
+        Bytes reply;
+        EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter)
+            << block.offset << ' ' << block.count;
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(LpcBadBlockTest, OnlyRequestsMayHaveABlock) {
+    Serve([](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), call.message.data()),
+                      kStatusInvalidParameter);
+            EXPECT_EQ(call.Reply({}), kStatusSuccess);
+        }
+    });
+    const Handle port = Connect();
+    std::uint8_t byte = 0;
+    Bytes message = LpcMessageWithEntries({{&byte, 1}});
+    EXPECT_EQ(Ports().NtRequestPort(port, message.data()), kStatusInvalidParameter);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, message, reply), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,155 @@
+// Named mutexes and sections, within a process and across two.
+#include <thread>
+
+#include "tests/portlayer/ChildProcess.h"
+#include "tests/portlayer/PortTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+constexpr const char16_t* kMutex = u"Global\\ContractMutex";
+constexpr const char16_t* kSection = u"Global\\ContractSection";
+constexpr std::uint32_t kAbandoned = 0x80;
+constexpr std::uint32_t kTimeout = 0x102;
+constexpr std::uint32_t kSynchronize = 0x100001;
+constexpr std::uint32_t kMapRead = 4;
+constexpr std::uint32_t kMapWrite = 2;
+
+class NamedObjectsTest : public CPortTest {
+  protected:
+    Handle CreateMutex(bool owned = false) { return Ports().CreateMutexW(nullptr, owned, kMutex); }
+    Handle OpenMutex() { return Ports().OpenMutexW(kSynchronize, 0, kMutex); }
+    Handle CreateSection(std::uint32_t size) {
+        return Ports().CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4,
+                                          0, size, kSection);
+    }
+    Handle OpenSection() { return Ports().OpenFileMappingW(kMapRead, 0, kSection); }
+    std::uint8_t* Map(Handle section, std::uint32_t access) {
+        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, access, 0, 0, 0));
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Backends, NamedObjectsTest, Backends(), BackendName);
+
+TEST_P(NamedObjectsTest, UnknownNamesCannotBeOpened) {
+    EXPECT_EQ(OpenMutex(), nullptr);
+    EXPECT_EQ(OpenSection(), nullptr);
+}
+
+TEST_P(NamedObjectsTest, NameEndsWithTheLastHandle) {
+    const Handle created = CreateMutex();
+    const Handle opened = OpenMutex();
+    ASSERT_NE(opened, nullptr);
+    EXPECT_EQ(Ports().CloseHandle(created), 1);
+    const Handle third = OpenMutex();
+    ASSERT_NE(third, nullptr);
+    EXPECT_EQ(Ports().CloseHandle(opened), 1);
+    EXPECT_EQ(Ports().CloseHandle(third), 1);
+    EXPECT_EQ(OpenMutex(), nullptr);
+}
+
+TEST_P(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
+    const Handle mutex = CreateMutex(true);
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u);
+    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 2), kTimeout); }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), kTimeout); }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 0);
+    Ports().CloseHandle(mutex);
+}
+
+TEST_P(NamedObjectsTest, OnlyTheOwnerReleasesAMutex) {
+    const Handle mutex = CreateMutex(true);
+    std::thread([&] { EXPECT_EQ(Ports().ReleaseMutex(mutex), 0); }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    Ports().CloseHandle(mutex);
+}
+
+TEST_P(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
+    const Handle mutex = CreateMutex();
+    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u); }).join();
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), 0u);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    Ports().CloseHandle(mutex);
+}
+
+TEST_P(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
+    CChildProcess child([this](CChildProcess& self) {
+        self.AwaitGo();
+        EXPECT_EQ(Ports().WaitForSingleObject(OpenMutex(), 5000), 0u);
+        self.Ready();
+        self.WaitForEver();
+    });
+    const Handle mutex = CreateMutex();
+    child.Go();
+    child.AwaitReady();
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 2), kTimeout);
+    child.Kill();
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    Ports().CloseHandle(mutex);
+}
+
+TEST_P(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
+    CChildProcess child([this](CChildProcess& self) {
+        CreateMutex(true);
+        CreateSection(64);
+        self.Ready();
+        self.WaitForEver();
+    });
+    child.AwaitReady();
+    child.Kill();
+    EXPECT_EQ(OpenMutex(), nullptr);
+    EXPECT_EQ(OpenSection(), nullptr);
+}
+
+TEST_P(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
+    CChildProcess child([this](CChildProcess& self) {
+        self.AwaitGo();
+        const Handle section = Ports().OpenFileMappingW(kMapWrite | kMapRead, 0, kSection);
+        std::uint8_t* const view = Map(section, kMapWrite | kMapRead);
+        EXPECT_EQ(view[0], 7);
+        view[1] = 8;
+    });
+    const Handle section = CreateSection(4096);
+    std::uint8_t* const view = Map(section, kMapWrite);
+    ASSERT_NE(view, nullptr);
+    view[0] = 7;
+    child.Go();
+    EXPECT_EQ(child.ExitCode(), 0);
+    EXPECT_EQ(view[1], 8);
+    EXPECT_EQ(Ports().UnmapViewOfFile(view), 1);
+    EXPECT_EQ(Ports().UnmapViewOfFile(view), 0);
+    Ports().CloseHandle(section);
+}
+
+TEST_P(NamedObjectsTest, ViewKeepsTheSectionAlive) {
+    const Handle section = CreateSection(100);
+    const std::uint8_t* const view = Map(section, kMapRead);
+    Ports().CloseHandle(section);
+    EXPECT_EQ(view[99], 0);
+    const Handle again = OpenSection();
+    EXPECT_NE(again, nullptr);
+    Ports().CloseHandle(again);
+    EXPECT_EQ(Ports().UnmapViewOfFile(view), 1);
+    EXPECT_EQ(OpenSection(), nullptr);
+}
+
+TEST_P(NamedObjectsTest, ReadOnlySectionCannotBeMappedForWriting) {
+    const Handle section = CreateSection(100);
+    const Handle opened = OpenSection();
+    EXPECT_EQ(Map(opened, kMapWrite), nullptr);
+    EXPECT_EQ(Ports().MapViewOfFile(opened, kMapRead, 0, 0, 101), nullptr);
+    std::uint8_t* const view = Map(opened, kMapRead);
+    EXPECT_NE(view, nullptr);
+    Ports().UnmapViewOfFile(view);
+    Ports().CloseHandle(opened);
+    Ports().CloseHandle(section);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,428 @@
+// Peers that break the layer's own protocol, and peers of other users. Linux only: they speak to
+// the sockets themselves.
+#include <errno.h>
+#include <fcntl.h>
+#include <future>
+#include <grp.h>
+#include <sys/mman.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "portlayer/linux/MessageHeader.h"
+#include "portlayer/linux/Packet.h"
+#include "portlayer/linux/Peer.h"
+#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/ChildProcess.h"
+#include "tests/portlayer/LpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+using namespace PortLayer::Detail;
+
+constexpr uid_t kNobody = 65534;
+
+std::string SocketPath(const std::string& directory) {
+    return directory + "/contractport.port";
+}
+
+/// A client that sends what it likes.
+class CRawClient {
+  public:
+    explicit CRawClient(const std::string& directory) {
+        EXPECT_EQ(ConnectSocket(SocketPath(directory), CDeadline::Never(), socket_),
+                  kStatusSuccess);
+    }
+    /// Connects properly; the server must accept.
+    void Handshake(EDialect dialect) {
+        COutgoingPacket packet(EPacket::Connect);
+        packet.head.flags = static_cast<std::uint32_t>(dialect);
+        message_ = Message(HeaderSize(dialect), {}, HeaderSize(dialect));
+        packet.SetMessage(message_.data(), message_.size());
+        Send(packet);
+        CPacketBuffer buffer;
+        CIncomingPacket answer;
+        ASSERT_EQ(ReceivePacket(socket_.Get(), CDeadline::Never(), buffer, answer),
+                  EReceive::Packet);
+        ASSERT_EQ(answer.head.kind, EPacket::Accepted);
+    }
+    void Send(COutgoingPacket& packet) {
+        EXPECT_EQ(SendPacket(socket_.Get(), packet, pool_, freed_, CDeadline::Never()),
+                  ESend::Sent);
+    }
+    void SendRaw(const Bytes& bytes) {
+        EXPECT_EQ(::send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+                  static_cast<ssize_t>(bytes.size()));
+    }
+    /// A head with the descriptor attached.
+    void SendWithDescriptor(const COutgoingPacket& packet, int descriptor) {
+        iovec parts[2] = {{const_cast<CPacketHead*>(&packet.head), sizeof packet.head},
+                          {const_cast<void*>(packet.message), packet.head.messageLength}};
+        alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
+        msghdr header = {};
+        header.msg_iov = parts;
+        header.msg_iovlen = 2;
+        header.msg_control = control;
+        header.msg_controllen = sizeof control;
+        cmsghdr* const part = CMSG_FIRSTHDR(&header);
+        part->cmsg_level = SOL_SOCKET;
+        part->cmsg_type = SCM_RIGHTS;
+        part->cmsg_len = CMSG_LEN(sizeof(int));
+        std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
+        EXPECT_GT(::sendmsg(socket_.Get(), &header, MSG_NOSIGNAL), 0);
+    }
+    /// True when the server ends the connection.
+    bool IsDropped() {
+        char byte = 0;
+        const ssize_t got = ::recv(socket_.Get(), &byte, 1, 0);
+        return got == 0 || (got < 0 && errno == ECONNRESET);
+    }
+
+  private:
+    CFileDescriptor socket_;
+    CSendPool pool_;
+    CReceivePool freed_;
+    Bytes message_;
+};
+
+class HostileLpcClientTest : public CLpcTest {
+  protected:
+    void SetUp() override {
+        CLpcTest::SetUp();
+        Serve([](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                call.Reply(call.Data());
+            }
+        });
+    }
+    void ExpectOthersAreServed() {
+        const Handle port = Connect();
+        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+        Ports().CloseHandle(port);
+    }
+    Bytes message_ = LpcMessage({});
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
+
+TEST_P(HostileLpcClientTest, GarbageIsDropped) {
+    for (const Bytes& garbage :
+         {Bytes{1}, Bytes(sizeof(CPacketHead)), Pattern(sizeof(CPacketHead)), Pattern(70000)}) {
+        CRawClient client(RunDirectory());
+        client.SendRaw(garbage);
+        EXPECT_TRUE(client.IsDropped());
+    }
+    ExpectOthersAreServed();
+}
+
+TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
+    CRawClient client(RunDirectory());
+    COutgoingPacket packet(EPacket::Request);
+    packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
+    client.Send(packet);
+    EXPECT_TRUE(client.IsDropped());
+    ExpectOthersAreServed();
+}
+
+TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
+    CRawClient client(RunDirectory());
+    client.Handshake(EDialect::Lpc);
+    COutgoingPacket packet(EPacket::Connect);
+    packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
+    client.Send(packet);
+    EXPECT_TRUE(client.IsDropped());
+    ExpectOthersAreServed();
+}
+
+TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
+    for (const std::uint16_t total : {0, 39, 41, 648, 0xFFFF}) {
+        CRawClient client(RunDirectory());
+        client.Handshake(EDialect::Lpc);
+        Put(message_.data(), 2, total);
+        COutgoingPacket packet(EPacket::Request);
+        packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
+        client.Send(packet);
+        EXPECT_TRUE(client.IsDropped()) << total;
+    }
+    ExpectOthersAreServed();
+}
+
+TEST_P(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
+    std::uint8_t byte = 0;
+    for (const std::uint32_t entry : {1u, 0xFFFFFFFFu}) {
+        CRawClient client(RunDirectory());
+        client.Handshake(EDialect::Lpc);
+        Bytes request = LpcMessageWithEntries({{&byte, 1}});
+        COutgoingPacket packet(EPacket::Request);
+        packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
+        packet.AddInline(entry, &byte, 1);
+        client.Send(packet);
+        EXPECT_TRUE(client.IsDropped());
+    }
+    ExpectOthersAreServed();
+}
+
+TEST_P(HostileLpcClientTest, EntryOfAnotherSizeIsDropped) {
+    CRawClient client(RunDirectory());
+    client.Handshake(EDialect::Lpc);
+    std::uint8_t bytes[2] = {};
+    Bytes request = LpcMessageWithEntries({{bytes, 2}});
+    COutgoingPacket packet(EPacket::Request);
+    packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
+    packet.AddInline(0, bytes, 1);
+    client.Send(packet);
+    EXPECT_TRUE(client.IsDropped());
+    ExpectOthersAreServed();
+}
+
+class HostileAlpcClientTest : public CAlpcTest {
+  protected:
+    void SetUp() override {
+        CAlpcTest::SetUp();
+        Serve([this](CAlpcCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
+    }
+    /// Sends a view in this memory and expects to be dropped without the server seeing a view.
+    void ExpectDropped(int memory, std::uint64_t slotSize, std::uint64_t viewSize) {
+        CRawClient client(RunDirectory());
+        client.Handshake(EDialect::Alpc);
+        const Bytes message = Message(24, {}, 24);
+        COutgoingPacket packet(EPacket::Datagram);
+        packet.SetMessage(message.data(), message.size());
+        packet.SetView(3, viewSize, 0);
+        packet.head.viewSlotSize = slotSize;
+        client.SendWithDescriptor(packet, memory);
+        EXPECT_TRUE(client.IsDropped());
+        StopServer();
+        EXPECT_EQ(views_, 0);
+    }
+    static CFileDescriptor Memory(std::size_t size, unsigned seals) {
+        CFileDescriptor memory(::memfd_create("hostile", MFD_CLOEXEC | MFD_ALLOW_SEALING));
+        EXPECT_EQ(::ftruncate(memory.Get(), static_cast<off_t>(size)), 0);
+        EXPECT_EQ(::fcntl(memory.Get(), F_ADD_SEALS, seals), 0);
+        return memory;
+    }
+    int views_ = 0;
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileAlpcClientTest, Backends(), BackendName);
+
+TEST_P(HostileAlpcClientTest, MemoryThatCouldShrinkIsDropped) {
+    ExpectDropped(Memory(65536, 0).Get(), 65536, 100);
+}
+
+TEST_P(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
+    ExpectDropped(Memory(65536, F_SEAL_SHRINK).Get(), 65537, 100);
+}
+
+TEST_P(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
+    ExpectDropped(Memory(65536, F_SEAL_SHRINK).Get(), 65536, 65537);
+}
+
+TEST_P(HostileAlpcClientTest, DescriptorThatIsNoMemoryIsDropped) {
+    ExpectDropped(STDIN_FILENO, 65536, 100);
+}
+
+TEST_P(HostileAlpcClientTest, UnknownSlotIsDropped) {
+    CRawClient client(RunDirectory());
+    client.Handshake(EDialect::Alpc);
+    CPacketHead head = {};
+    const Bytes message = Message(24, {}, 24);
+    COutgoingPacket packet(EPacket::Datagram);
+    packet.SetMessage(message.data(), message.size());
+    packet.SetView(3, 100, 0);
+    head = packet.head;
+    Bytes bytes(sizeof head + 24);
+    std::memcpy(bytes.data(), &head, sizeof head);
+    std::memcpy(bytes.data() + sizeof head, message.data(), 24);
+    client.SendRaw(bytes);
+    EXPECT_TRUE(client.IsDropped());
+}
+
+TEST_P(HostileAlpcClientTest, OtherUsersClientIsTurnedAway) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    // The directory would keep the other user out already: open it, to meet the second check.
+    ASSERT_EQ(::chmod(RunDirectory().c_str(), 0711), 0);
+    ASSERT_EQ(::chmod(SocketPath(RunDirectory()).c_str(), 0777), 0);
+    const pid_t child = ::fork();
+    if (child == 0) {
+        if (::setgroups(0, nullptr) != 0 || ::setuid(kNobody) != 0) {
+            ::_exit(2);
+        }
+        CRawClient client(RunDirectory());
+        ::_exit(client.IsDropped() ? 0 : 1);
+    }
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    ASSERT_EQ(::chmod(RunDirectory().c_str(), 0700), 0);
+}
+
+class HostileServerTest : public CAlpcTest {
+  protected:
+    /// A server that accepts one connection by hand and then runs `body` with its socket.
+    std::thread RawServer(std::function<void(int)> body) {
+        EXPECT_EQ(ListenSocket(SocketPath(RunDirectory()), listener_), kStatusSuccess);
+        EXPECT_EQ(::fcntl(listener_.Get(), F_SETFL, 0), 0);
+        return std::thread([this, body] {
+            const CFileDescriptor socket(::accept(listener_.Get(), nullptr, nullptr));
+            Await(socket.Get());
+            COutgoingPacket accepted(EPacket::Accepted);
+            accepted.head.flags = kAlpcMaxMessage;
+            Send(socket.Get(), accepted);
+            body(socket.Get());
+        });
+    }
+    CPacketHead Await(int socket) {
+        const auto buffer = std::make_unique<CPacketBuffer>();
+        CIncomingPacket packet;
+        EXPECT_EQ(ReceivePacket(socket, CDeadline::Never(), *buffer, packet), EReceive::Packet);
+        return packet.head;
+    }
+    void Send(int socket, COutgoingPacket& packet) {
+        EXPECT_EQ(SendPacket(socket, packet, pool_, freed_, CDeadline::Never()), ESend::Sent);
+    }
+    void TearDown() override {
+        listener_.Reset();
+        ForgetName();
+        CAlpcTest::TearDown();
+    }
+    /// Connects, asks, and expects the connection to be given up.
+    void ExpectGivenUp(std::thread server) {
+        const Handle port = Connect();
+        Bytes reply;
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+        Ports().CloseHandle(port);
+        server.join();
+    }
+    CFileDescriptor listener_;
+    CSendPool pool_;
+    CReceivePool freed_;
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileServerTest, Backends(), BackendName);
+
+TEST_P(HostileServerTest, GarbageEndsTheConnection) {
+    ExpectGivenUp(RawServer([this](int socket) {
+        Await(socket);
+        ::send(socket, "garbage", 7, MSG_NOSIGNAL);
+    }));
+}
+
+TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
+    ExpectGivenUp(RawServer([this](int socket) {
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = Await(socket).exchange;
+        packet.SetMessage("short", 5);
+        Send(socket, packet);
+    }));
+}
+
+TEST_P(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
+    ExpectGivenUp(RawServer([this](int socket) {
+        const Bytes message = Message(24, {}, 24);
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = Await(socket).exchange;
+        packet.SetMessage(message.data(), message.size());
+        packet.AddInline(0, "x", 1);
+        Send(socket, packet);
+    }));
+}
+
+TEST_P(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
+    ExpectGivenUp(RawServer([this](int socket) {
+        int ends[2];
+        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
+        COutgoingPacket packet(EPacket::Fetch);
+        packet.head.exchange = Await(socket).exchange;
+        packet.head.fetchEntry = 0;
+        packet.head.fetchSize = 100;
+        packet.stream = ends[1];
+        Send(socket, packet);
+        char byte = 0;
+        EXPECT_EQ(::recv(socket, &byte, 1, 0), 0);
+        ::close(ends[0]);
+        ::close(ends[1]);
+    }));
+}
+
+TEST_P(HostileServerTest, OtherUsersServerIsRefused) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can become another user";
+    }
+    CChildProcess server([this](CChildProcess& self) {
+        // Bound by root, so that it stands in root's directory; served by another.
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        std::strcpy(address.sun_path, SocketPath(RunDirectory()).c_str());
+        const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
+        const bool served =
+            ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+            ::setgroups(0, nullptr) == 0 && ::setuid(kNobody) == 0 && ::listen(socket, 1) == 0;
+        if (!served) {
+            self.Exit(2);
+        }
+        self.Ready();
+        self.WaitForEver();
+    });
+    server.AwaitReady();
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
+}
+
+class RunDirectoryTest : public CLpcTest {
+  protected:
+    void ExpectRefused() {
+        ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+        Handle port = nullptr;
+        EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 0, 100, 0), kStatusAccessDenied);
+        EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
+        EXPECT_EQ(Ports().CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(Ports().OpenMutexW(0, 0, u"Global\\M"), nullptr);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Layer, RunDirectoryTest, Backends(), BackendName);
+
+TEST_P(RunDirectoryTest, DirectoryOpenToOthersIsRefused) {
+    for (const mode_t mode : {0710, 0701, 0777}) {
+        ASSERT_EQ(::chmod(RunDirectory().c_str(), mode), 0);
+        ExpectRefused();
+    }
+}
+
+TEST_P(RunDirectoryTest, DirectoryOfAnotherUserIsRefused) {
+    if (::geteuid() != 0) {
+        GTEST_SKIP() << "only root can give a directory away";
+    }
+    ASSERT_EQ(::chown(RunDirectory().c_str(), kNobody, kNobody), 0);
+    ExpectRefused();
+}
+
+TEST_P(RunDirectoryTest, LinkToADirectoryIsRefused) {
+    const std::string link = RunDirectory() + "-link";
+    ASSERT_EQ(::symlink(RunDirectory().c_str(), link.c_str()), 0);
+    ::setenv("KELCOMM_RUNTIME_DIR", link.c_str(), 1);
+    ExpectRefused();
+    EXPECT_EQ(::unlink(link.c_str()), 0);
+}
+
+TEST_P(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
+    const std::string made = RunDirectory() + "-made";
+    ::setenv("KELCOMM_RUNTIME_DIR", made.c_str(), 1);
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+    const Handle server = CreatePort();
+    struct stat info = {};
+    EXPECT_EQ(::stat(made.c_str(), &info), 0);
+    EXPECT_EQ(info.st_mode & 0777, 0700u);
+    Ports().CloseHandle(server);
+    EXPECT_EQ(::rmdir(made.c_str()), 0);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
