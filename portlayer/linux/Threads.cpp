@@ -16,13 +16,16 @@ namespace {
 
 using namespace Detail;
 
+/// Only the creator's handle counts as live: the thread may outlast it, as the system's threads do.
 class CThread : public CWaitable {
+  public:
+    void OnClose() override { live_.reset(); }
+
   private:
-    const CLiveCount live_{ECounter::Threads};
+    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(ECounter::Threads);
 };
 
-/// What a new thread takes with it. Only the creator's handle counts as live: the thread may
-/// outlast it, as the system's threads do.
+/// What a new thread takes with it.
 struct CStart {
     ThreadRoutine routine;
     void* parameter;
