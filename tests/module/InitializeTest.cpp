@@ -1,0 +1,116 @@
+// What the loaded module asks of the host when it is initialized.
+#include <gmock/gmock.h>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+
+#include "tests/module/LoadedLibrary.h"
+#include "tests/support/FakeHost.h"
+
+namespace Kyr::Test {
+namespace {
+
+using ::testing::Contains;
+using ::testing::Not;
+
+struct CMandatoryResource {
+    int number;
+    const char* complaint;
+    std::vector<int> before;  // asked for and kept before this one
+    std::vector<int> after;   // not asked for any more
+};
+
+void PrintTo(const CMandatoryResource& resource, std::ostream* out) {
+    *out << "resource " << resource.number;
+}
+
+class InitializeTest : public ::testing::Test {
+  protected:
+    /// What Initialize complains of; empty when it does not.
+    std::string Complaint() {
+        try {
+            module_->Initialize(host_);
+            return {};
+        } catch (const std::runtime_error& exception) {
+            return exception.what();
+        }
+    }
+
+    CLoadedLibrary library_;
+    CFakeHost host_;
+    boost::shared_ptr<CLoadedLibrary::Module> module_ = library_.CreateModule();
+};
+
+class MandatoryResourceTest : public InitializeTest,
+                              public ::testing::WithParamInterface<CMandatoryResource> {
+  protected:
+    long Owners(int number) { return host_.GetResource(number).use_count(); }
+};
+
+TEST_P(MandatoryResourceTest, MissingResourceIsNamed) {
+    host_.Set(GetParam().number, {});
+    EXPECT_EQ(Complaint(), GetParam().complaint);
+}
+
+TEST_P(MandatoryResourceTest, ResourceOfAnotherTypeIsTreatedLikeAMissingOne) {
+    host_.Set(GetParam().number, boost::make_shared<COtherResource>());
+    EXPECT_EQ(Complaint(), GetParam().complaint);
+}
+
+TEST_P(MandatoryResourceTest, ResourcesBeforeTheMissingOneAreKept) {
+    std::vector<long> owners;
+    for (const int number : GetParam().before) {
+        owners.push_back(Owners(number));
+    }
+    host_.Set(GetParam().number, {});
+    Complaint();
+    for (std::size_t index = 0; index < owners.size(); ++index) {
+        EXPECT_EQ(Owners(GetParam().before[index]), owners[index] + 1);
+    }
+}
+
+TEST_P(MandatoryResourceTest, ResourcesBehindTheMissingOneAreNotAskedFor) {
+    host_.Set(GetParam().number, {});
+    Complaint();
+    for (const int number : GetParam().after) {
+        EXPECT_THAT(host_.requested, Not(Contains(number)));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Each, MandatoryResourceTest,
+    ::testing::Values(
+        CMandatoryResource{
+            1, "Bad cast to Kyr::Common::Kernel::IBusResource", {}, {2, 3, 4, 11, 12}},
+        CMandatoryResource{2,
+                           "Bad cast to Kyr::Common::Kernel::IInstallConfigurationResource",
+                           {1},
+                           {3, 4, 11, 12}},
+        CMandatoryResource{
+            3, "Bad cast to Kyr::Common::Kernel::ILoggerResource", {1, 2}, {4, 11, 12}},
+        CMandatoryResource{
+            4, "Bad cast to Kyr::Common::Kernel::IIdGeneratorResource", {1, 2, 3}, {11, 12}},
+        CMandatoryResource{
+            11, "Bad cast to Kyr::Common::Kernel::IConfigurationResource", {1, 2, 3, 4}, {12}}));
+
+TEST_F(InitializeTest, HostWithoutAnythingLacksTheBusFirst) {
+    for (const int number : {1, 2, 3, 4, 6, 11, 12}) {
+        host_.Set(number, {});
+    }
+    EXPECT_EQ(Complaint(), "Bad cast to Kyr::Common::Kernel::IBusResource");
+}
+
+TEST_F(InitializeTest, NetworkMayBeMissing) {
+    host_.Set(12, {});
+    EXPECT_EQ(Complaint(), "");
+}
+
+TEST_F(InitializeTest, NetworkMayBeOfAnotherType) {
+    host_.Set(12, boost::make_shared<COtherResource>());
+    EXPECT_EQ(Complaint(), "");
+}
+
+}  // namespace
+}  // namespace Kyr::Test
