@@ -2,6 +2,7 @@
 //
 // Nothing may hang, leak or be alive afterwards; the sanitizer builds look for the rest.
 #include <atomic>
+#include <string>
 #include <tuple>
 
 #include <boost/thread/thread.hpp>
@@ -158,13 +159,24 @@ TEST_P(LifeCycleWalkTest, EndsWithoutATrace) {
     EXPECT_EQ(host.log->Lines().size(), lines);
 }
 
+/// For example "InTask_RGdestroyed_replies".
+std::string NameOfWalk(const testing::TestParamInfo<LifeCycleWalkTest::ParamType>& walk) {
+    static constexpr const char* kStages[] = {
+        "Initialized", "Connecting",          "SleepingBeforeConnection",   "Waiting",
+        "InTask",      "InInterruptibleTask", "SleepingBeforeReconnection", "Reconnecting"};
+    const auto [stage, order, withReplies] = walk.param;
+    return std::string(kStages[static_cast<int>(stage)]) + "_" + order + "destroyed" +
+           (withReplies ? "_replies" : "");
+}
+
 INSTANTIATE_TEST_SUITE_P(
     AllStages, LifeCycleWalkTest,
     testing::Combine(testing::Values(Stage::Initialized, Stage::Connecting,
                                      Stage::SleepingBeforeConnection, Stage::Waiting, Stage::InTask,
                                      Stage::InInterruptibleTask, Stage::SleepingBeforeReconnection,
                                      Stage::Reconnecting),
-                     testing::ValuesIn(kOrders), testing::Bool()));
+                     testing::ValuesIn(kOrders), testing::Bool()),
+    NameOfWalk);
 
 }  // namespace
 }  // namespace Kyr::Connectors::Common

@@ -62,7 +62,13 @@ class ActionTasksTest : public ActionTaskFixture {
 };
 
 using Actions = testing::Types<KillProcess, BlockExecutable>;
-TYPED_TEST_SUITE(ActionTasksTest, Actions);
+struct ActionNames {
+    template <typename Action>
+    static std::string GetName(int /*number*/) {
+        return std::to_string(Action::kNumber);
+    }
+};
+TYPED_TEST_SUITE(ActionTasksTest, Actions, ActionNames);
 
 TYPED_TEST(ActionTasksTest, ServesItsMessageType) {
     EXPECT_EQ(this->task.GetMessageType(), TypeParam::kType);
