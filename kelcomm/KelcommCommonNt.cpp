@@ -51,6 +51,9 @@ bool CKelcommCommonNt::OpenArea(const Identity& identity) {
 }
 
 bool CKelcommCommonNt::MapArea(const Identity& identity) {
+    if (broadcastMutex_ != nullptr) {
+        return false;  // a reader of the area that was closed still waits
+    }
     broadcastMutex_ = native_.OpenMutexW(
         kMutexAccess, 0, BroadcastMutexName(identity.clientId, identity.serverId).data());
     if (broadcastMutex_ == nullptr) {
@@ -88,7 +91,9 @@ void CKelcommCommonNt::UnmapArea() {
         native_.CloseHandle(broadcastSection_);
         broadcastSection_ = nullptr;
     }
-    if (broadcastMutex_ != nullptr) {
+    // Without the handle a waiting reader could not release the mutex, and the product would miss
+    // it: that reader closes it.
+    if (broadcastMutex_ != nullptr && mutexReaders_ == 0) {
         native_.CloseHandle(broadcastMutex_);
         broadcastMutex_ = nullptr;
     }
@@ -126,26 +131,36 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
             return kKelcommFailure;
         }
         mutex = broadcastMutex_;
+        ++mutexReaders_;
     }
     const std::uint32_t wait = native_.WaitForSingleObject(mutex, kMutexTimeoutMs);
-    if (wait != NtApi::kWaitObject0 && wait != NtApi::kWaitAbandoned) {
+    std::uint32_t result = kKelcommFailure;
+    const std::lock_guard<std::mutex> lock(criticalSection_);
+    if (wait == NtApi::kWaitObject0 || wait == NtApi::kWaitAbandoned) {
+        result = CopyOut(offset, destination, length);
+        native_.ReleaseMutex(mutex);
+    }
+    --mutexReaders_;
+    if (broadcastView_ == nullptr) {
+        UnmapArea();
+    }
+    return result;
+}
+
+std::uint32_t CKelcommCommonNt::CopyOut(std::uint32_t offset, void* destination,
+                                        std::uint32_t length) const {
+    // The area may have been closed while the mutex was waited for.
+    if (broadcastView_ == nullptr || !IsInsideData(offset, length)) {
         return kKelcommFailure;
     }
-    std::uint32_t result = kKelcommFailure;
-    {
-        const std::lock_guard<std::mutex> lock(criticalSection_);
-        // The area may have been closed while the mutex was waited for.
-        if (broadcastView_ != nullptr && IsInsideData(offset, length)) {
-            if (const std::uint8_t* const source = Locate(offset, length)) {
-                if (length != 0) {
-                    std::memcpy(destination, source, length);
-                }
-                result = kKelcommSuccess;
-            }
-        }
+    const std::uint8_t* const source = Locate(offset, length);
+    if (source == nullptr) {
+        return kKelcommFailure;
     }
-    native_.ReleaseMutex(mutex);
-    return result;
+    if (length != 0) {
+        std::memcpy(destination, source, length);
+    }
+    return kKelcommSuccess;
 }
 
 std::uint32_t CKelcommCommonNt::ReadAreaValue(const Identity& identity, std::uint32_t offset,

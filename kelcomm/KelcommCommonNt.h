@@ -46,13 +46,16 @@ class CKelcommCommonNt {
     bool OpenArea(const Identity& identity);
     bool MapArea(const Identity& identity);
     void UnmapArea();
+    /// What a read under the product's mutex results in.
+    std::uint32_t CopyOut(std::uint32_t offset, void* destination, std::uint32_t length) const;
     std::uint32_t ReadHeaderField(std::size_t field) const;
     /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
     /// view.
     const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const;
     bool IsInsideData(std::uint32_t offset, std::uint32_t length) const;
 
-    NtApi::Handle broadcastMutex_ = nullptr;
+    NtApi::Handle broadcastMutex_ = nullptr;  // stays open while a reader waits for it
+    std::uint32_t mutexReaders_ = 0;          // readers that wait for the mutex or hold it
     NtApi::Handle broadcastSection_ = nullptr;
     const std::uint8_t* broadcastView_ = nullptr;
     std::size_t broadcastViewSize_ = 0;

@@ -218,7 +218,28 @@ TYPED_TEST(KelcommCommonNtTest, DataAreaPastTheMappingIsNotRead) {
 TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsWaitedForIsAFailure) {
     this->native_.onMutexWait = [this] { this->client_->Close(); };
     EXPECT_EQ(1U, this->Read(0, 4));
-    EXPECT_EQ(1U, this->native_.releasedMutexes);
+    EXPECT_EQ(1U, this->native_.releasedMutexes);  // by a handle that is still open
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsNotObtainedIsClosedAfterwards) {
+    this->native_.onMutexWait = [this] { this->client_->Close(); };
+    this->native_.mutexWait = 0x102;
+    EXPECT_EQ(1U, this->Read(0, 4));
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedAgainOnceTheMutexIsNoLongerWaitedFor) {
+    this->native_.onMutexWait = [this] {
+        this->client_->Close();
+        this->InitializeClient();
+        EXPECT_EQ(1U, this->client_->ReadBroadcastValue(4, &this->value_));
+        this->native_.onMutexWait = nullptr;
+    };
+    EXPECT_EQ(1U, this->Read(4, 1));
+    EXPECT_EQ(0U, this->native_.CountLive());
+    EXPECT_EQ(0U, this->Read(4, 1));
+    EXPECT_EQ(HexBytes("04"), this->read_);
 }
 
 // ---- reading one value ----

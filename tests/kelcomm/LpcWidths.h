@@ -36,6 +36,11 @@ struct Width32 {
         "03 00 00 00  00 00 00 00  10 00 00 00  02 00 00 00";
     static constexpr char kRequestEntryLength[] = "25 01 00 00";
     static constexpr char kSixteen[] = "10 00 00 00";
+    // the same one-way: flags 1, capacity 0
+    static constexpr char kOneWayReferenceHead[] =
+        "20 00 38 00 00 00 24 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        "03 00 00 00  01 00 00 00  00 00 00 00  02 00 00 00";
+    static constexpr char kZero[] = "00 00 00 00";
     // data length 304, total 328; result and length zero
     static constexpr char kAnnounced[] =
         "30 01 48 01 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 "
@@ -72,10 +77,16 @@ struct Width64 {
         "03 00 00 00  00 00 00 00  10 00 00 00  02 00 00 00  00 00 00 00";
     static constexpr char kRequestEntryLength[] = "55 02 00 00  00 00 00 00";
     static constexpr char kSixteen[] = "10 00 00 00  00 00 00 00";
-    // data length 608, total 648; the header's first 32 bytes
+    // the same one-way: flags 1, capacity 0
+    static constexpr char kOneWayReferenceHead[] =
+        "34 00 5C 00 00 00 34 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        "00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        "03 00 00 00  01 00 00 00  00 00 00 00  02 00 00 00  00 00 00 00";
+    static constexpr char kZero[] = "00 00 00 00  00 00 00 00";
+    // data length 608, total 648; result and length zero
     static constexpr char kAnnounced[] =
-        "60 02 88 02 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 "
-        "00 00 00 00";
+        "60 02 88 02 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+        "00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00  00 00 00 00";
 };
 
 template <typename Width>

@@ -87,6 +87,11 @@ bool CScriptedNative::CloseLive(NtApi::Handle handle) {
     return true;
 }
 
+void CScriptedNative::CheckLive(NtApi::Handle handle) {
+    const Guard guard(mutex_);
+    badCloses += live_.count(handle) == 0 ? 1 : 0;
+}
+
 CScriptedNative::Answer CScriptedNative::TakeAnswer() {
     const Guard guard(mutex_);
     if (answers_.empty()) {
@@ -114,13 +119,9 @@ struct CScriptedNative::Calls {
             clientView != nullptr || serverView != nullptr || maxLength != nullptr;
         current->connections.push_back(connection);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (!current->Enter("NtConnectPort", &status)) {
-            if (current->leaveHandleOnFailedConnect) {
-                *port = current->Open("port");
-            }
-            return status;
+        if (current->Enter("NtConnectPort", &status) || current->leaveHandleOnFailedConnect) {
+            *port = current->Open("port");
         }
-        *port = current->Open("port");
         return status;
     }
 
@@ -143,7 +144,11 @@ struct CScriptedNative::Calls {
         sent.port = port;
         sent.message = MessageBytes(request);
         const auto* bytes = static_cast<const std::uint8_t*>(reply);
-        sent.announced.assign(bytes, bytes + 32);
+        const std::size_t room =
+            Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kTotalLengthOffset);
+        const std::size_t header =
+            room - Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kDataLengthOffset);
+        sent.announced.assign(bytes, bytes + header + 8);
         {
             const Guard guard(current->mutex_);
             current->requests.push_back(sent);
@@ -157,8 +162,6 @@ struct CScriptedNative::Calls {
             answer.action(sent);
         }
         if (!answer.reply.empty()) {
-            const std::size_t room =
-                Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kTotalLengthOffset);
             std::memcpy(reply, answer.reply.data(), std::min(answer.reply.size(), room));
         }
         return answer.status;
@@ -190,7 +193,7 @@ struct CScriptedNative::Calls {
                                  out != nullptr || in != nullptr || timeout != nullptr;
         current->connections.push_back(connection);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (current->Enter("NtAlpcConnectPort", &status)) {
+        if (current->Enter("NtAlpcConnectPort", &status) || current->leaveHandleOnFailedConnect) {
             *port = current->Open("alpc port");
         }
         return status;
@@ -200,6 +203,7 @@ struct CScriptedNative::Calls {
         const Guard guard(current->mutex_);
         assert(flags == 0);
         static_cast<void>(flags);
+        current->CheckLive(port);
         current->disconnected.push_back(port);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
         current->Enter("NtAlpcDisconnectPort", &status);
@@ -216,11 +220,10 @@ struct CScriptedNative::Calls {
         }
     }
 
-    static NtApi::NtStatus Release(void* message, NtApi::AlpcMessageAttributes* attributes) {
+    static NtApi::NtStatus Release(Sent& sent, void* message,
+                                   NtApi::AlpcMessageAttributes* attributes) {
         const Guard guard(current->mutex_);
-        Sent sent{};
         sent.message = MessageBytes(message, current->receiveRoom_);
-        sent.flags = NtApi::kAlpcReleaseMessage;
         if (HasView(attributes)) {
             const NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
             sent.hasView = true;
@@ -241,20 +244,21 @@ struct CScriptedNative::Calls {
         NtApi::AlpcMessageAttributes* sendAttributes, void* receiveMessage,
         std::size_t* bufferLength, NtApi::AlpcMessageAttributes* receiveAttributes,
         std::int64_t* timeout) {
-        const auto type = Base::LoadLittleEndian<std::uint16_t>(
-            static_cast<std::uint8_t*>(message) + NtApi::kTypeOffset);
-        if (type != 0) {
-            return Release(message, sendAttributes);
-        }
         Sent sent{};
         sent.port = port;
         sent.flags = flags;
-        sent.message = MessageBytes(message);
-        FillSent(sent, sendAttributes);
         sent.hasReceiveBuffer = receiveMessage != nullptr || receiveAttributes != nullptr;
+        sent.hasBufferLength = bufferLength != nullptr;
         sent.bufferLength = bufferLength == nullptr ? 0 : *bufferLength;
         sent.hasTimeout = timeout != nullptr;
         sent.timeout = timeout == nullptr ? 0 : *timeout;
+        const auto type = Base::LoadLittleEndian<std::uint16_t>(
+            static_cast<std::uint8_t*>(message) + NtApi::kTypeOffset);
+        if (type != 0) {
+            return Release(sent, message, sendAttributes);
+        }
+        sent.message = MessageBytes(message);
+        FillSent(sent, sendAttributes);
         {
             const Guard guard(current->mutex_);
             (receiveMessage != nullptr ? current->requests : current->oneWays).push_back(sent);
@@ -424,8 +428,8 @@ struct CScriptedNative::Calls {
         if (current->threads.Owns(handle)) {
             return current->threads.WaitForAll({handle}, milliseconds);
         }
-        if (current->onMutexWait) {
-            current->onMutexWait();
+        if (const std::function<void()> action = current->onMutexWait) {
+            action();
         }
         const Guard guard(current->mutex_);
         current->mutexTimeouts.push_back(milliseconds);
@@ -440,29 +444,34 @@ struct CScriptedNative::Calls {
 
     // ---- broadcast area ----
     static NtApi::Handle OpenNamed(const char* function, const char* kind, std::uint32_t access,
-                                   const char16_t* name) {
+                                   NtApi::Bool inherit, const char16_t* name) {
+        assert(inherit == 0);
+        static_cast<void>(inherit);
         const Guard guard(current->mutex_);
         current->openedNames.push_back(name);
         current->openedAccess.push_back(access);
         return current->Enter(function) ? current->Open(kind) : nullptr;
     }
-    static NtApi::Handle KYR_NTAPI OpenMutexW(std::uint32_t access, NtApi::Bool,
+    static NtApi::Handle KYR_NTAPI OpenMutexW(std::uint32_t access, NtApi::Bool inherit,
                                               const char16_t* name) {
-        return OpenNamed("OpenMutexW", "mutex", access, name);
+        return OpenNamed("OpenMutexW", "mutex", access, inherit, name);
     }
-    static NtApi::Bool KYR_NTAPI ReleaseMutex(NtApi::Handle) {
+    static NtApi::Bool KYR_NTAPI ReleaseMutex(NtApi::Handle mutex) {
         const Guard guard(current->mutex_);
+        current->CheckLive(mutex);
         ++current->releasedMutexes;
         return 1;
     }
-    static NtApi::Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, NtApi::Bool,
+    static NtApi::Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, NtApi::Bool inherit,
                                                     const char16_t* name) {
-        return OpenNamed("OpenFileMappingW", "mapping", access, name);
+        return OpenNamed("OpenFileMappingW", "mapping", access, inherit, name);
     }
-    static void* KYR_NTAPI MapViewOfFile(NtApi::Handle, std::uint32_t access, std::uint32_t,
-                                         std::uint32_t, std::size_t size) {
+    static void* KYR_NTAPI MapViewOfFile(NtApi::Handle, std::uint32_t access,
+                                         std::uint32_t offsetHigh, std::uint32_t offsetLow,
+                                         std::size_t size) {
         const Guard guard(current->mutex_);
-        if (access != 4 || size != 0 || !current->Enter("MapViewOfFile")) {
+        if (access != 4 || offsetHigh != 0 || offsetLow != 0 || size != 0 ||
+            !current->Enter("MapViewOfFile")) {
             return nullptr;
         }
         current->live_[current->area.data()] = "mapped area";
@@ -482,13 +491,14 @@ struct CScriptedNative::Calls {
     }
 
     // ---- window messages ----
-    static std::uint32_t KYR_NTAPI MsgWaitForMultipleObjects(std::uint32_t,
+    static std::uint32_t KYR_NTAPI MsgWaitForMultipleObjects(std::uint32_t count,
                                                              const NtApi::Handle* handles,
-                                                             NtApi::Bool, std::uint32_t,
+                                                             NtApi::Bool waitAll,
+                                                             std::uint32_t milliseconds,
                                                              std::uint32_t mask) {
         {
             const Guard guard(current->mutex_);
-            current->wakeMask = mask;
+            current->messageWait = {count, waitAll != 0 ? 1U : 0U, milliseconds, mask};
         }
         return current->Enter("MsgWaitForMultipleObjects")
                    ? current->threads.WaitForEventOrMessage(handles[0])

@@ -65,7 +65,8 @@ class CScriptedNative {
         Bytes view;
         bool hasReceiveBuffer = false;
         std::size_t bufferLength = 0;
-        Bytes announced;  // the head of a legacy port's reply buffer: room that the client offers
+        bool hasBufferLength = false;
+        Bytes announced;  // a legacy port's reply buffer up to the reply's bytes
         bool hasTimeout = false;
         std::int64_t timeout = 0;
         std::uint32_t releasedViewFlags = 0;  // of a released message
@@ -93,7 +94,7 @@ class CScriptedNative {
     void Queue(Answer answer);
     /// What is answered when nothing is queued.
     Answer defaultAnswer;
-    /// A handle that NtConnectPort returns together with a failure.
+    /// A handle that connecting returns together with the status of Fail.
     bool leaveHandleOnFailedConnect = false;
     std::size_t viewAttributeSize;  // what AlpcInitializeMessageAttribute asks for
 
@@ -117,14 +118,14 @@ class CScriptedNative {
     int translated = 0;
     int dispatched = 0;
     std::function<void()> onDispatch;
-    std::uint32_t wakeMask = 0;
+    std::vector<std::uint32_t> messageWait;  // count, wait for all, time-out, wake mask
 
     CScriptedThreads threads;
 
     /// What was handed out and not given back: handles, views, sections, identifiers and locks.
     std::size_t CountLive() const;
     std::size_t CountLive(const std::string& kind) const;
-    /// Handles that were closed twice or never existed.
+    /// Uses of handles after they were closed, or that never existed.
     unsigned badCloses = 0;
 
   private:
@@ -138,6 +139,7 @@ class CScriptedNative {
     bool Enter(const char* function, NtApi::NtStatus* status = nullptr);
     NtApi::Handle Open(const char* kind);
     bool CloseLive(NtApi::Handle handle);
+    void CheckLive(NtApi::Handle handle);
     Answer TakeAnswer();
     // Memory that counts as a live view until it is released or deleted.
     void* MakeView(Bytes bytes);
