@@ -28,6 +28,15 @@ TEST_F(AlpcViewsTest, NewAttributeHasRoomForAViewAndHoldsNone) {
     EXPECT_EQ(nullptr, attribute.GetView().ViewBase);
 }
 
+TEST_F(AlpcViewsTest, AttributeOfTheUsualSizeNeedsNoHeap) {
+    CViewAttribute attribute;
+    ASSERT_TRUE(attribute.Allocate(native_.GetFunctions()));
+    const auto* const place = reinterpret_cast<const std::uint8_t*>(attribute.GetAttributes());
+    const auto* const object = reinterpret_cast<const std::uint8_t*>(&attribute);
+    EXPECT_LE(object, place);
+    EXPECT_LT(place, object + sizeof(attribute));
+}
+
 TEST_F(AlpcViewsTest, AttributeIsMadeInTwoCalls) {
     CViewAttribute attribute;
     ASSERT_TRUE(attribute.Allocate(native_.GetFunctions()));

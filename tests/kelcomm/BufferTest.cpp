@@ -39,6 +39,17 @@ class CProbedBuffer : public CBuffer {
     }
     void Free(void* block) override { CBuffer::Free(block); }
 
+    /// Base, data, capacity and size lie one after the other behind the table.
+    bool HasItsFieldsInOrder() const {
+        const auto place = [this](const void* field) {
+            return static_cast<const std::uint8_t*>(field) -
+                   reinterpret_cast<const std::uint8_t*>(static_cast<const CBuffer*>(this));
+        };
+        constexpr std::ptrdiff_t kPointer = sizeof(void*);
+        return place(&base_) == kPointer && place(&data_) == 2 * kPointer &&
+               place(&capacity_) == 3 * kPointer && place(&size_) == 3 * kPointer + 4;
+    }
+
     bool failing = false;
     std::vector<std::uint32_t> reallocated;
     std::vector<std::uint32_t> allocated;
@@ -229,6 +240,11 @@ TEST(BufferTest, GrowingAppendEndsAtTwoGigabytes) {
     buffer.Pretend(memory, 0x7FFFFFFF, 0x7FFFFFFF);
     EXPECT_FALSE(buffer.AppendGrowing("x", 1));
     EXPECT_EQ(1U, buffer.allocated.size());
+}
+
+TEST(BufferTest, FieldsAreBaseDataCapacitySize) {
+    EXPECT_TRUE(CProbedBuffer().HasItsFieldsInOrder());
+    EXPECT_EQ(3 * sizeof(void*) + 8, sizeof(CBuffer));
 }
 
 TEST(BufferTest, SlotsAreDestructorReallocateAllocateFree) {

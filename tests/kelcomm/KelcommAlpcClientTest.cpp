@@ -60,6 +60,8 @@ TEST_F(KelcommAlpcClientTest, LocalSystemLetsTheServerIdentifyIt) {
     const NtApi::AlpcPortAttributes attributes = native_.connections.at(0).attributes;
     EXPECT_EQ(0U, attributes.Flags);
     EXPECT_EQ(1U, attributes.SecurityQos.ImpersonationLevel);
+    EXPECT_EQ(1, attributes.SecurityQos.ContextTrackingMode);
+    EXPECT_EQ(0, attributes.SecurityQos.EffectiveOnly);
 }
 
 TEST_F(KelcommAlpcClientTest, LaterRequestsUseTheSamePort) {
@@ -75,6 +77,21 @@ TEST_F(KelcommAlpcClientTest, FailedConnectIsTriedTwiceAndFails) {
     EXPECT_EQ(1U, Ping());
     EXPECT_EQ(2U, native_.connections.size());
     EXPECT_TRUE(native_.requests.empty());
+}
+
+TEST_F(KelcommAlpcClientTest, HandleOfAFailedConnectIsClosed) {
+    native_.Fail("NtAlpcConnectPort");
+    native_.leaveHandleOnFailedConnect = true;
+    EXPECT_EQ(1U, Ping());
+    EXPECT_EQ(0U, native_.CountLive());
+}
+
+TEST_F(KelcommAlpcClientTest, ConnectionWithAPositiveStatusIsUsed) {
+    native_.Fail("NtAlpcConnectPort", 1, 0, 0x103);
+    native_.leaveHandleOnFailedConnect = true;
+    QueueReply(Reply(0, 0, {}));
+    EXPECT_EQ(0U, Ping());
+    EXPECT_EQ(1U, native_.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, SystemWithoutAdvancedPortsIsAFailure) {
@@ -144,6 +161,16 @@ TEST_F(KelcommAlpcClientTest, OneWayRequestIsReleasedAndWantsNothingBack) {
     EXPECT_EQ(0U, native_.CountCalls("AlpcInitializeMessageAttribute"));
 }
 
+TEST_F(KelcommAlpcClientTest, FlagsOtherThanOneWayMeanNothing) {
+    QueueReply(Reply(0, 3, TextBytes("xyz")));
+    EXPECT_EQ(0U, Request(TextBytes("abc"), 16, 0xFFFFFFFE));
+    EXPECT_EQ(TextBytes("xyz"), reply_);
+    // command 3, not growable, length 3, capacity 16
+    EXPECT_EQ(
+        HexBytes("03 00 00 00  00 00 00 00  03 00 00 00  10 00 00 00  61 62 63"),
+        Bytes(native_.requests.at(0).message.begin() + 24, native_.requests.at(0).message.end()));
+}
+
 TEST_F(KelcommAlpcClientTest, OneWayGrowableRequestIsNotMarkedAsGrowable) {
     QueueStatus(0);
     Kelcomm::CBuffer buffer;
@@ -183,6 +210,17 @@ TEST_F(KelcommAlpcClientTest, ViewAndSectionOfARequestAreDeleted) {
     Request(Bytes(65480), 0);
     EXPECT_EQ(1U, native_.CountCalls("NtAlpcDeleteSectionView"));
     EXPECT_EQ(1U, native_.CountCalls("NtAlpcDeletePortSection"));
+    EXPECT_EQ(0U, native_.CountLive("view"));
+    EXPECT_EQ(0U, native_.CountLive("section"));
+}
+
+TEST_F(KelcommAlpcClientTest, ViewAndSectionAreDeletedWhateverTheOutcome) {
+    QueueStatus(0x102);
+    EXPECT_EQ(9U, Request(Bytes(65480), 0, 0, -10000));
+    QueueStatus(0x103);
+    EXPECT_EQ(0U, Request(Bytes(65480), 0));
+    EXPECT_EQ(1U, Request(Bytes(65480), 0));
+    EXPECT_EQ(4U, native_.sectionSizes.size());
     EXPECT_EQ(0U, native_.CountLive("view"));
     EXPECT_EQ(0U, native_.CountLive("section"));
 }
@@ -301,6 +339,12 @@ TEST_F(KelcommAlpcClientTest, OtherPositiveStatusIsSuccessWithoutAReply) {
     EXPECT_EQ(Bytes(16, 0xEE), reply_);
 }
 
+TEST_F(KelcommAlpcClientTest, OneWayWithAnotherPositiveStatusIsASuccess) {
+    QueueStatus(0x103);
+    EXPECT_EQ(0U, Request({}, 0, 1));
+    EXPECT_EQ(1U, native_.CountLive("alpc port"));
+}
+
 TEST_F(KelcommAlpcClientTest, FailedOneWayRequestIsRepeatedOnce) {
     QueueStatus(kPortDisconnected);
     QueueStatus(0);
@@ -334,7 +378,7 @@ TEST_F(KelcommAlpcClientTest, UninitializeDisconnectsAnOpenPort) {
     QueueReply(Reply(0, 0, {}));
     Ping();
     EXPECT_EQ(0U, client_->Uninitialize());
-    EXPECT_EQ(1U, native_.disconnected.size());
+    EXPECT_EQ(std::vector<NtApi::Handle>({native_.requests.at(0).port}), native_.disconnected);
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
@@ -386,6 +430,39 @@ TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
     other.join();
     EXPECT_EQ(2U, native_.requests.size());
     EXPECT_EQ(1U, native_.connections.size());
+}
+
+TEST_F(KelcommAlpcClientTest, WhatChangesThePortOrTheIdsHoldsTheLockExclusively) {
+    EXPECT_EQ(1U, native_.CountCalls("RtlAcquireSRWLockExclusive"));  // Initialize
+    QueueReply(Reply(0, 0, {}));
+    Ping();
+    EXPECT_EQ(2U, native_.CountCalls("RtlAcquireSRWLockExclusive"));  // connecting
+    Ping();  // fails twice: drop, connect, drop
+    EXPECT_EQ(5U, native_.CountCalls("RtlAcquireSRWLockExclusive"));
+}
+
+TEST_F(KelcommAlpcClientTest, RequestsAndUninitializeShareTheLock) {
+    QueueReply(Reply(0, 0, {}));
+    QueueReply(Reply(0, 0, {}));
+    Ping();
+    EXPECT_EQ(2U, native_.CountCalls("RtlAcquireSRWLockShared"));  // before and after connecting
+    Ping();
+    EXPECT_EQ(3U, native_.CountCalls("RtlAcquireSRWLockShared"));
+    client_->Uninitialize();
+    EXPECT_EQ(4U, native_.CountCalls("RtlAcquireSRWLockShared"));
+    EXPECT_EQ(2U, native_.CountCalls("RtlAcquireSRWLockExclusive"));
+}
+
+TEST_F(KelcommAlpcClientTest, BroadcastCanBeReadDuringAnExchange) {
+    CScriptedNative::Answer answer;
+    answer.reply = Reply(0, 0, {});
+    answer.action = [this](const CScriptedNative::Sent&) {
+        std::uint32_t value = 0;
+        EXPECT_EQ(1U, client_->ReadBroadcastValue(0, &value));  // there is no area
+    };
+    native_.Fail("OpenMutexW");
+    native_.Queue(answer);
+    EXPECT_EQ(0U, Ping());
 }
 
 TEST_F(KelcommAlpcClientTest, UninitializeReachesARequestInFlight) {

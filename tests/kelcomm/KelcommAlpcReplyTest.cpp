@@ -69,6 +69,12 @@ TEST_F(KelcommAlpcReplyTest, ReplyLongerThanTheBufferDoesNotFit) {
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
+TEST_F(KelcommAlpcReplyTest, ReplyForAMissingBufferDoesNotFit) {
+    QueueReply(Reply(0, 3, TextBytes("xyz")));
+    EXPECT_EQ(6U, client_->Request(0, 3, nullptr, 0, nullptr, 16, &replyLength_, 0));
+    EXPECT_EQ(kUntouchedLength, replyLength_);
+}
+
 TEST_F(KelcommAlpcReplyTest, PingAnsweredWithBytesDoesNotFit) {
     QueueReply(Reply(0, 1, TextBytes("x")));
     EXPECT_EQ(6U, Ping());
@@ -145,6 +151,17 @@ TEST_F(KelcommAlpcReplyTest, MessageThatAsksForItIsReleasedWithItsView) {
     EXPECT_EQ(Unreleased(Reply(0, 65488, {})), native_.releases[0].message);
     EXPECT_EQ(0x50000U, native_.releases[0].releasedViewFlags);
     EXPECT_EQ(0U, native_.CountLive("view"));
+}
+
+TEST_F(KelcommAlpcReplyTest, ReleaseGoesToTheSamePortAndWantsNothingBack) {
+    QueueViewReply(65488, Bytes(65488, 'v'));
+    Request({}, 65488, 0, -10000);
+    const CScriptedNative::Sent& release = native_.releases.at(0);
+    EXPECT_EQ(native_.requests.at(0).port, release.port);
+    EXPECT_EQ(0x10000U, release.flags);
+    EXPECT_FALSE(release.hasReceiveBuffer);
+    EXPECT_FALSE(release.hasBufferLength);
+    EXPECT_FALSE(release.hasTimeout);
 }
 
 TEST_F(KelcommAlpcReplyTest, MessageWithoutAViewIsReleasedToo) {

@@ -10,7 +10,13 @@ namespace Kyr::Test {
 namespace {
 
 template <typename Width>
-class KelcommClientNtTest : public LpcClientFixture<Width> {};
+class KelcommClientNtTest : public LpcClientFixture<Width> {
+  protected:
+    void ExpectNeitherRepeatedNorDropped() {
+        EXPECT_EQ(1U, this->native_.requests.size());
+        EXPECT_EQ(1U, this->native_.CountLive("port"));
+    }
+};
 
 TYPED_TEST_SUITE(KelcommClientNtTest, LpcWidths, LpcWidthNames);
 
@@ -58,6 +64,22 @@ TYPED_TEST(KelcommClientNtTest, HandleOfAFailedConnectIsClosed) {
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
+TYPED_TEST(KelcommClientNtTest, ConnectionWithAPositiveStatusIsUsed) {
+    this->native_.Fail("NtConnectPort", 1, 0, 0x103);
+    this->native_.leaveHandleOnFailedConnect = true;
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(1U, this->native_.connections.size());
+}
+
+TYPED_TEST(KelcommClientNtTest, ConnectionIsTriedAgainByTheNextRequest) {
+    this->native_.Fail("NtConnectPort", 1);
+    EXPECT_EQ(1U, this->Ping());
+    EXPECT_EQ(1U, this->native_.connections.size());
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+}
+
 TYPED_TEST(KelcommClientNtTest, SystemWithoutLegacyPortsIsAFailure) {
     this->native_.Remove("NtConnectPort");
     EXPECT_EQ(1U, this->Ping());
@@ -94,7 +116,8 @@ TYPED_TEST(KelcommClientNtTest, ReplyLongerThanTheCapacityIsAFailure) {
     this->QueueReply(this->Reply(0, 4, TextBytes("wxyz")));
     EXPECT_EQ(1U, this->Request({}, 3));
     EXPECT_EQ(this->kUntouchedLength, this->replyLength_);
-    EXPECT_EQ(1U, this->native_.requests.size());
+    EXPECT_EQ(Bytes(3, 0xEE), this->reply_);
+    this->ExpectNeitherRepeatedNorDropped();
 }
 
 TYPED_TEST(KelcommClientNtTest, PingAnsweredWithBytesIsAFailure) {
@@ -124,6 +147,24 @@ TYPED_TEST(KelcommClientNtTest, LongerReplyHasBeenWrittenByTheServer) {
 TYPED_TEST(KelcommClientNtTest, ReplyWithLessThanEightDataBytesIsAFailure) {
     this->QueueReply(this->Reply(0, 0, {}, 7));
     EXPECT_EQ(1U, this->Request({}, 16));
+    this->ExpectNeitherRepeatedNorDropped();
+}
+
+TYPED_TEST(KelcommClientNtTest, ReplyOfEightDataBytesIsAnEmptyOne) {
+    this->QueueReply(this->Reply(0, 0, {}, 8));
+    EXPECT_EQ(0U, this->Request({}, 16));
+    EXPECT_EQ(0U, this->replyLength_);
+}
+
+TYPED_TEST(KelcommClientNtTest, SuccessThatWroteNothingIsAnEmptyReply) {
+    this->QueueStatus(0);
+    EXPECT_EQ(0U, this->Request({}, 16));
+    EXPECT_EQ(0U, this->replyLength_);
+}
+
+TYPED_TEST(KelcommClientNtTest, ReplyForAMissingBufferIsAFailure) {
+    this->QueueReply(this->Reply(0, 3, TextBytes("xyz")));
+    EXPECT_EQ(1U, this->client_->Request(0, 3, nullptr, 0, nullptr, 16, nullptr, 0));
 }
 
 TYPED_TEST(KelcommClientNtTest, ReplyThatEndsBeforeItsBytesIsAFailure) {
@@ -135,7 +176,10 @@ TYPED_TEST(KelcommClientNtTest, ReplyThatEndsBeforeItsBytesIsAFailure) {
 // ---- failures, dropping the port and repeating ----
 
 TYPED_TEST(KelcommClientNtTest, FailedExchangeReconnectsAndRepeatsOnce) {
-    this->QueueStatus(kPortDisconnected);
+    CScriptedNative::Answer failure;
+    failure.status = kPortDisconnected;
+    failure.reply = this->Reply(9, 2, TextBytes("no"));  // must not reach the second exchange
+    this->native_.Queue(failure);
     this->QueueReply(this->Reply(0, 3, TextBytes("xyz")));
     EXPECT_EQ(0U, this->Request(TextBytes("abc"), 16));
     EXPECT_EQ(TextBytes("xyz"), this->reply_);
@@ -168,8 +212,27 @@ TYPED_TEST(KelcommClientNtTest, FailedReconnectIsAFailure) {
 TYPED_TEST(KelcommClientNtTest, InvalidParameterIsNotRepeatedAndKeepsThePort) {
     this->QueueStatus(kInvalidParameter);
     EXPECT_EQ(1U, this->Request({}, 16));
-    EXPECT_EQ(1U, this->native_.requests.size());
+    this->ExpectNeitherRepeatedNorDropped();
+}
+
+TYPED_TEST(KelcommClientNtTest, InvalidParameterOfTheRepeatKeepsTheNewPort) {
+    this->QueueStatus(kPortDisconnected);
+    this->QueueStatus(kInvalidParameter);
+    EXPECT_EQ(1U, this->Request({}, 16));
+    EXPECT_EQ(2U, this->native_.requests.size());
     EXPECT_EQ(1U, this->native_.CountLive("port"));
+}
+
+TYPED_TEST(KelcommClientNtTest, BroadcastCanBeReadDuringAnExchange) {
+    CScriptedNative::Answer answer;
+    answer.reply = this->Reply(0, 0, {});
+    answer.action = [this](const CScriptedNative::Sent&) {
+        std::uint32_t value = 0;
+        EXPECT_EQ(1U, this->client_->ReadBroadcastValue(0, &value));  // there is no area
+    };
+    this->native_.Fail("OpenMutexW");
+    this->native_.Queue(answer);
+    EXPECT_EQ(0U, this->Ping());
 }
 
 TYPED_TEST(KelcommClientNtTest, PositiveStatusIsASuccess) {
@@ -189,6 +252,12 @@ TYPED_TEST(KelcommClientNtTest, OneWayRequestWaitsForNoReply) {
     EXPECT_EQ(this->kUntouchedLength, this->replyLength_);
 }
 
+TYPED_TEST(KelcommClientNtTest, OneWayWithAPositiveStatusIsASuccess) {
+    this->native_.Fail("NtRequestPort", 1, 0, 0x103);
+    EXPECT_EQ(0U, this->Request({}, 0, 1));
+    EXPECT_EQ(1U, this->native_.oneWays.size());
+}
+
 TYPED_TEST(KelcommClientNtTest, FailedOneWayReconnectsAndRepeatsOnce) {
     this->native_.Fail("NtRequestPort", 1);
     EXPECT_EQ(0U, this->Request({}, 0, 1));
@@ -200,6 +269,7 @@ TYPED_TEST(KelcommClientNtTest, OneWayFailingTwiceIsAFailure) {
     this->native_.Fail("NtRequestPort");
     EXPECT_EQ(1U, this->Request({}, 0, 1));
     EXPECT_EQ(2U, this->native_.oneWays.size());
+    EXPECT_EQ(0U, this->native_.CountLive("port"));
 }
 
 TYPED_TEST(KelcommClientNtTest, OneWayWithFailedReconnectIsAFailure) {
@@ -244,8 +314,18 @@ TYPED_TEST(KelcommClientNtTest, GrowableRepliesAreNotProvided) {
     EXPECT_TRUE(this->native_.connections.empty());
 }
 
-TYPED_TEST(KelcommClientNtTest, UninitializeIsNotProvided) {
+TYPED_TEST(KelcommClientNtTest, UninitializeIsNotProvidedAndChangesNothing) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    this->Ping();
     EXPECT_EQ(3U, this->client_->Uninitialize());
+    EXPECT_EQ(1U, this->native_.CountLive("port"));
+}
+
+TYPED_TEST(KelcommClientNtTest, OptionsOtherThanPumpingMeanNothing) {
+    EXPECT_EQ(0U, this->client_->Initialize(0x31564B51, 0x61564B51, 0xFFFFFFFD));
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(0U, this->native_.CountCalls("CreateEventW"));
 }
 
 TYPED_TEST(KelcommClientNtTest, CloseClosesThePortAndKeepsTheIds) {
@@ -270,7 +350,6 @@ TYPED_TEST(KelcommClientNtTest, InitializeClosesAndTakesNewIds) {
 }
 
 TYPED_TEST(KelcommClientNtTest, DestructorClosesThePort) {
-    Kelcomm::CKelcommClientNt<typename TypeParam::Word> client(this->native_.GetFunctions());
     {
         Kelcomm::CKelcommClientNt<typename TypeParam::Word> other(this->native_.GetFunctions());
         this->QueueReply(this->Reply(0, 0, {}));

@@ -95,6 +95,16 @@ TYPED_TEST(KelcommStructsNtTest, OneWayRequestOffersNoReplyRoom) {
               Bytes(message.end() - 15, message.end()));
 }
 
+TYPED_TEST(KelcommStructsNtTest, LargeOneWayRequestOffersNoReplyRoomEither) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    const Bytes payload(TypeParam::kSmallPayload + 1, 'p');
+    EXPECT_EQ(0U, this->Request(payload, 16, 1));
+    EXPECT_EQ(HexBytes(TypeParam::kOneWayReferenceHead) + this->Address(payload.data()) +
+                  HexBytes(TypeParam::kRequestEntryLength) + this->Address(this->reply_.data()) +
+                  HexBytes(TypeParam::kZero),
+              this->native_.requests.at(0).message);
+}
+
 TYPED_TEST(KelcommStructsNtTest, ReplyBufferAnnouncesItsRoom) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Request({}, 16);

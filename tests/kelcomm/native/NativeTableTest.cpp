@@ -1,3 +1,4 @@
+#include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
 #include <string>
@@ -54,10 +55,78 @@ TEST(NativeTableTest, TokenFunctionsComeFromAdvapi32) {
               NamesIn(NativeLibrary::kAdvapi32));
 }
 
+TEST(NativeTableTest, ProcessAndSectionFunctionsComeFromKernel32) {
+    EXPECT_EQ(
+        std::vector<std::string>({"GetCurrentProcess", "IsWow64Process", "CloseHandle",
+                                  "CreateThread", "TerminateThread", "CreateEventW", "SetEvent",
+                                  "ResetEvent", "WaitForSingleObject", "WaitForMultipleObjects",
+                                  "GetTickCount", "OpenMutexW", "ReleaseMutex", "OpenFileMappingW",
+                                  "MapViewOfFile", "UnmapViewOfFile", "VirtualQuery"}),
+        NamesIn(NativeLibrary::kKernel32));
+}
+
 TEST(NativeTableTest, WindowMessageFunctionsComeFromUser32) {
     EXPECT_EQ(std::vector<std::string>({"MsgWaitForMultipleObjects", "PeekMessageW",
                                         "TranslateMessage", "DispatchMessageW"}),
               NamesIn(NativeLibrary::kUser32));
+}
+
+/// Finds each function at the address of its name's text.
+GenericFunction FindByName(NativeLibrary, const char* name) {
+    return reinterpret_cast<GenericFunction>(reinterpret_cast<std::uintptr_t>(name));
+}
+
+/// The name under which the function in this slot was looked up.
+template <typename Function>
+std::string NameOf(Function function) {
+    return reinterpret_cast<const char*>(reinterpret_cast<std::uintptr_t>(function));
+}
+
+TEST(NativeTableTest, EveryFunctionTakesTheSlotOfItsName) {
+    const Native::CNativeFunctions t = Native::ResolveNativeFunctions(&FindByName);
+    EXPECT_EQ("NtConnectPort", NameOf(t.NtConnectPort));
+    EXPECT_EQ("NtRequestPort", NameOf(t.NtRequestPort));
+    EXPECT_EQ("NtRequestWaitReplyPort", NameOf(t.NtRequestWaitReplyPort));
+    EXPECT_EQ("RtlInitUnicodeString", NameOf(t.RtlInitUnicodeString));
+    EXPECT_EQ("NtAlpcConnectPort", NameOf(t.NtAlpcConnectPort));
+    EXPECT_EQ("NtAlpcDisconnectPort", NameOf(t.NtAlpcDisconnectPort));
+    EXPECT_EQ("NtAlpcSendWaitReceivePort", NameOf(t.NtAlpcSendWaitReceivePort));
+    EXPECT_EQ("NtAlpcCreatePortSection", NameOf(t.NtAlpcCreatePortSection));
+    EXPECT_EQ("NtAlpcDeletePortSection", NameOf(t.NtAlpcDeletePortSection));
+    EXPECT_EQ("NtAlpcCreateSectionView", NameOf(t.NtAlpcCreateSectionView));
+    EXPECT_EQ("NtAlpcDeleteSectionView", NameOf(t.NtAlpcDeleteSectionView));
+    EXPECT_EQ("AlpcInitializeMessageAttribute", NameOf(t.AlpcInitializeMessageAttribute));
+    EXPECT_EQ("RtlInitializeSRWLock", NameOf(t.RtlInitializeSRWLock));
+    EXPECT_EQ("RtlAcquireSRWLockExclusive", NameOf(t.RtlAcquireSRWLockExclusive));
+    EXPECT_EQ("RtlAcquireSRWLockShared", NameOf(t.RtlAcquireSRWLockShared));
+    EXPECT_EQ("RtlReleaseSRWLockExclusive", NameOf(t.RtlReleaseSRWLockExclusive));
+    EXPECT_EQ("RtlReleaseSRWLockShared", NameOf(t.RtlReleaseSRWLockShared));
+    EXPECT_EQ("GetCurrentProcess", NameOf(t.GetCurrentProcess));
+    EXPECT_EQ("IsWow64Process", NameOf(t.IsWow64Process));
+    EXPECT_EQ("CloseHandle", NameOf(t.CloseHandle));
+    EXPECT_EQ("CreateThread", NameOf(t.CreateThread));
+    EXPECT_EQ("TerminateThread", NameOf(t.TerminateThread));
+    EXPECT_EQ("CreateEventW", NameOf(t.CreateEventW));
+    EXPECT_EQ("SetEvent", NameOf(t.SetEvent));
+    EXPECT_EQ("ResetEvent", NameOf(t.ResetEvent));
+    EXPECT_EQ("WaitForSingleObject", NameOf(t.WaitForSingleObject));
+    EXPECT_EQ("WaitForMultipleObjects", NameOf(t.WaitForMultipleObjects));
+    EXPECT_EQ("GetTickCount", NameOf(t.GetTickCount));
+    EXPECT_EQ("OpenMutexW", NameOf(t.OpenMutexW));
+    EXPECT_EQ("ReleaseMutex", NameOf(t.ReleaseMutex));
+    EXPECT_EQ("OpenFileMappingW", NameOf(t.OpenFileMappingW));
+    EXPECT_EQ("MapViewOfFile", NameOf(t.MapViewOfFile));
+    EXPECT_EQ("UnmapViewOfFile", NameOf(t.UnmapViewOfFile));
+    EXPECT_EQ("VirtualQuery", NameOf(t.VirtualQuery));
+    EXPECT_EQ("MsgWaitForMultipleObjects", NameOf(t.MsgWaitForMultipleObjects));
+    EXPECT_EQ("PeekMessageW", NameOf(t.PeekMessageW));
+    EXPECT_EQ("TranslateMessage", NameOf(t.TranslateMessage));
+    EXPECT_EQ("DispatchMessageW", NameOf(t.DispatchMessageW));
+    EXPECT_EQ("OpenProcessToken", NameOf(t.OpenProcessToken));
+    EXPECT_EQ("GetTokenInformation", NameOf(t.GetTokenInformation));
+    EXPECT_EQ("AllocateAndInitializeSid", NameOf(t.AllocateAndInitializeSid));
+    EXPECT_EQ("EqualSid", NameOf(t.EqualSid));
+    EXPECT_EQ("FreeSid", NameOf(t.FreeSid));
 }
 
 TEST(NativeTableTest, FoundFunctionTakesItsSlot) {
