@@ -2,13 +2,11 @@
 // receives one reply (a result code and an opaque payload).
 //
 // Errors: nothing throws; every operation returns a 32-bit code, 0 being success. A reply's own
-// result code is
-//   returned unchanged, so that the server's codes and the local ones (KelcommResult) share one
-//   space.
+// result code is returned unchanged, so that the server's codes and the local ones (KelcommResult)
+// share one space.
 // Threads: see the implementing class.
-// Calling order: construct, Initialize, any number of requests and reads (the port is connected by
-// the first one),
-//   Close, destroy.
+// Calling order: construct, Initialize, any number of requests and reads (the first request
+// connects the port), Close, destroy.
 // The order of the virtual operations is part of the contract.
 #pragma once
 

@@ -4,7 +4,8 @@
 // repeated once on a new one.
 // Threads: requests hold a slim lock shared, so that several may be in flight; connecting, dropping
 // the port and Initialize take it exclusively. Uninitialize takes it shared on purpose:
-// disconnecting is what ends requests that are waiting for a reply. Errors: see IKelcommClient.
+// disconnecting is what ends requests that are waiting for a reply.
+// Errors: see IKelcommClient.
 // Ownership: the native table must outlive the client. The owner calls Close before it destroys a
 // client: a port that is still open then ends the process.
 #pragma once

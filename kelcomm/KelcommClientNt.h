@@ -2,10 +2,11 @@
 //
 // The port is connected by the first request. An exchange that fails drops it, connects again and
 // is repeated once; STATUS_INVALID_PARAMETER, which no reconnection cures, neither drops nor
-// repeats. Threads: the critical section guards the port's handle, exchanges run outside it; two
-// threads share one client only under a lock of their own. Errors: see IKelcommClient. Time-outs
-// are not provided: anything but 0 is an invalid argument. Ownership: the native table must outlive
-// the client.
+// repeats.
+// Threads: the critical section guards the port's handle, exchanges run outside it; two threads
+// share one client only under a lock of their own.
+// Errors: see IKelcommClient. Time-outs are not provided: anything but 0 is an invalid argument.
+// Ownership: the native table must outlive the client.
 #pragma once
 
 #include <memory>

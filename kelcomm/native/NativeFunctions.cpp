@@ -8,8 +8,8 @@ namespace Kyr::Connectors::Common::Kelcomm::Native {
 
 const CNativeFunctions& SystemNativeFunctions() {
     static std::once_flag once;
-    static CNativeFunctions
-        table;  // without a destructor: threads may use it while the process ends
+    // Without a destructor: threads may use it while the process ends.
+    static CNativeFunctions table;
     std::call_once(once, [] { table = ResolveNativeFunctions(&FindNativeFunction); });
     return table;
 }
