@@ -15,6 +15,8 @@ const CConsole::CCommandRow CConsole::kCommands[] = {
     {"start", "start <name> [<program> [<argument>...]]",
      "start a process that a kill request may end; without a program, the victim",
      &CConsole::Start},
+    {"adopt", "adopt <name> <pid>", "take over a victim that an agent before this one started",
+     &CConsole::Adopt},
     {"list", "list", "the processes that were started, and the blocked hashes", &CConsole::List},
     {"tasklog", "tasklog", "the tasks so far and their outcomes", &CConsole::TaskLog},
     {"misbehave",
@@ -85,6 +87,16 @@ void CConsole::Start(const Words& words) {
     const Words arguments(words.begin() + (words.size() > 2 ? 3 : 2), words.end());
     const CLabProcess process = parts_.product.Start(words[1], program, arguments);
     parts_.sink(AnswerTo("start").With("name", process.name).With("pid", process.pid));
+}
+
+void CConsole::Adopt(const Words& words) {
+    RequireWords(words, 3);
+    if (words.size() < 3) {
+        throw std::invalid_argument("a name and a process id are wanted");
+    }
+    const CLabProcess process =
+        parts_.product.Adopt(words[1], parts_.victim, ParseNumber(words[2]));
+    parts_.sink(AnswerTo("adopt").With("name", process.name).With("pid", process.pid));
 }
 
 void CConsole::List(const Words& words) {

@@ -41,6 +41,7 @@ class CConsole {
     static const CCommandRow kCommands[];
 
     void Start(const Words& words);
+    void Adopt(const Words& words);
     void List(const Words& words);
     void TaskLog(const Words& words);
     void Misbehave(const Words& words);

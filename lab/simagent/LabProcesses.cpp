@@ -15,6 +15,17 @@ CLabProcesses::~CLabProcesses() {
 
 CLabProcess CLabProcesses::Start(const std::string& name, const CProgram& program,
                                  const std::vector<std::string>& arguments) {
+    return Keep("started", name, program,
+                [&] { return launcher_.Launch(program.path, arguments); });
+}
+
+CLabProcess CLabProcesses::Adopt(const std::string& name, const CProgram& program,
+                                 std::uint64_t pid) {
+    return Keep("adopted", name, program, [&] { return launcher_.Adopt(program.path, pid); });
+}
+
+CLabProcess CLabProcesses::Keep(const char* event, const std::string& name, const CProgram& program,
+                                const Launch& launch) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     for (const auto& entry : entries_) {
         if (entry->facts.running && entry->facts.name == name) {
@@ -22,10 +33,10 @@ CLabProcess CLabProcesses::Start(const std::string& name, const CProgram& progra
         }
     }
     auto entry = std::make_unique<CEntry>();
-    entry->process = launcher_.Launch(program.path, arguments);
+    entry->process = launch();
     entry->facts = {name, entry->process->Pid(), program, true};
     // Written under the lock: the watcher's `ended` must not overtake it.
-    sink_(CLine("started")
+    sink_(CLine(event)
               .With("pid", entry->facts.pid)
               .With("name", name)
               .With("program", program.path)

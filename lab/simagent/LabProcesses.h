@@ -1,12 +1,12 @@
 // The processes that this agent has started and may therefore end.
 //
-// Writes `started` and `ended` events. A process is remembered after its end, so that a request to
-// end it can be answered truthfully; its number may by then belong to somebody else's process,
-// which is never touched.
+// Writes `started`, `adopted` and `ended` events. A process is remembered after its end, so that a
+// request to end it can be answered truthfully; its number may by then belong to somebody else's
+// process, which is never touched.
 //
 // Threads: any. One watching thread a process, which ends with it.
 // Ownership: the launcher must outlive this; the destructor ends and awaits every process.
-// Errors: std::runtime_error from Start.
+// Errors: std::runtime_error from Start and Adopt.
 #pragma once
 
 #include <functional>
@@ -40,6 +40,9 @@ class CLabProcesses {
     CLabProcess Start(const std::string& name, const CProgram& program,
                       const std::vector<std::string>& arguments);
 
+    /// Takes over a process of `program` that an agent before this one started.
+    CLabProcess Adopt(const std::string& name, const CProgram& program, std::uint64_t pid);
+
     std::vector<CLabProcess> List() const;
 
     /// The latest process of that number.
@@ -60,6 +63,10 @@ class CLabProcesses {
         std::string endedBy = "itself";
     };
 
+    using Launch = std::function<std::unique_ptr<IProcess>()>;
+
+    CLabProcess Keep(const char* event, const std::string& name, const CProgram& program,
+                     const Launch& launch);
     void Watch(CEntry& entry);
     CEntry* FindEntry(std::uint64_t pid) const;
 

@@ -31,6 +31,10 @@ class IProcessLauncher {
     /// Starts `program` with `arguments`, with nothing to read and nowhere to write.
     virtual std::unique_ptr<IProcess> Launch(const std::string& program,
                                              const std::vector<std::string>& arguments) = 0;
+
+    /// Takes over a process that runs `program` and was started by somebody else. Errors:
+    /// std::runtime_error when no process of that number runs that program.
+    virtual std::unique_ptr<IProcess> Adopt(const std::string& program, std::uint64_t pid) = 0;
 };
 
 /// The launcher of this platform.

@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
+#include <poll.h>
 #include <spawn.h>
 #include <stdexcept>
 #include <sys/wait.h>
@@ -13,6 +14,11 @@
 #include <boost/thread/mutex.hpp>
 
 #include "lab/simagent/Process.h"
+
+// This header of the C library forgets to say that it speaks of C functions.
+extern "C" {
+#include <sys/pidfd.h>
+}
 
 namespace Kyr::Lab::SimAgent {
 
@@ -50,6 +56,36 @@ class CLinuxProcess : public IProcess {
     const pid_t pid_;
     boost::mutex mutex_;
     bool collected_ = false;  // guarded by mutex_
+};
+
+/// A process that is not our child: known by a descriptor, since its number may be given away.
+class CAdoptedProcess : public IProcess {
+  public:
+    CAdoptedProcess(pid_t pid, int descriptor) : pid_(pid), descriptor_(descriptor) {}
+    ~CAdoptedProcess() override { close(descriptor_); }
+    CAdoptedProcess(const CAdoptedProcess&) = delete;
+    CAdoptedProcess& operator=(const CAdoptedProcess&) = delete;
+
+    std::uint64_t Pid() const override { return static_cast<std::uint64_t>(pid_); }
+
+    bool Kill() override {
+        return !HasEnded(0) && pidfd_send_signal(descriptor_, SIGKILL, nullptr, 0) == 0;
+    }
+
+    void Wait() override {
+        while (!HasEnded(-1)) {
+        }
+    }
+
+  private:
+    /// Waits at most that many milliseconds, without end when negative.
+    bool HasEnded(int milliseconds) const {
+        pollfd ended{descriptor_, POLLIN, 0};
+        return poll(&ended, 1, milliseconds) == 1;
+    }
+
+    const pid_t pid_;
+    const int descriptor_;
 };
 
 /// What a lab process starts with: no input, no output, no signal blocked or ignored.
@@ -97,6 +133,24 @@ class CLinuxLauncher : public IProcessLauncher {
                                      std::generic_category().message(error));
         }
         return std::make_unique<CLinuxProcess>(pid);
+    }
+
+    std::unique_ptr<IProcess> Adopt(const std::string& program, std::uint64_t pid) override {
+        const auto number = static_cast<pid_t>(pid);
+        const int descriptor =
+            number > 0 && static_cast<std::uint64_t>(number) == pid ? pidfd_open(number, 0) : -1;
+        if (descriptor < 0) {
+            throw std::runtime_error("no process " + std::to_string(pid));
+        }
+        auto process = std::make_unique<CAdoptedProcess>(number, descriptor);
+        // Looked at while the descriptor holds the process: the number still means the same one.
+        std::error_code error;
+        const auto running =
+            std::filesystem::read_symlink("/proc/" + std::to_string(pid) + "/exe", error);
+        if (error || !std::filesystem::equivalent(running, program, error)) {
+            throw std::runtime_error("process " + std::to_string(pid) + " does not run " + program);
+        }
+        return process;
     }
 };
 

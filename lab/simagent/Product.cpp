@@ -58,6 +58,11 @@ CLabProcess CProduct::Start(const std::string& name, const std::string& program,
     return processes_.Start(name, facts, arguments);
 }
 
+CLabProcess CProduct::Adopt(const std::string& name, const std::string& program,
+                            std::uint64_t pid) {
+    return processes_.Adopt(name, ReadProgram(program), pid);
+}
+
 void CProduct::KillProcess(const std::optional<std::string>& pidText, const CHashes& hashes,
                            const std::string& userData) {
     const auto note = [&](TaskState state, const char* text) {

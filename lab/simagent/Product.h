@@ -57,6 +57,10 @@ class CProduct {
     CLabProcess Start(const std::string& name, const std::string& program,
                       const std::vector<std::string>& arguments);
 
+    /// Takes over a process of `program` that an agent before this one started. Errors:
+    /// std::runtime_error when that number does not run that program.
+    CLabProcess Adopt(const std::string& name, const std::string& program, std::uint64_t pid);
+
     /// Ends a process that this lab started, unless a hash says that another program was meant.
     void KillProcess(const std::optional<std::string>& pid, const CHashes& hashes,
                      const std::string& userData);

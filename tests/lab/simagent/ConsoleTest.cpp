@@ -58,6 +58,16 @@ TEST_F(ConsoleTest, StartWithoutANameIsRefused) {
     EXPECT_THAT(Execute("start"), ElementsAre("error command=start text=\"a name is missing\""));
 }
 
+TEST_F(ConsoleTest, AdoptTakesOverAVictim) {
+    EXPECT_THAT(Execute("adopt old 77"), Contains("answer command=adopt name=old pid=77"));
+    EXPECT_THAT(launcher_.launches, ElementsAre(program_ + " #77"));
+}
+
+TEST_F(ConsoleTest, AdoptWithoutANumberIsRefused) {
+    EXPECT_THAT(Execute("adopt old"),
+                ElementsAre("error command=adopt text=\"a name and a process id are wanted\""));
+}
+
 TEST_F(ConsoleTest, ListTellsProcessesAndBlockedHashes) {
     StartOne();
     product_.BlockExecutable({"s1", std::nullopt}, true, "");

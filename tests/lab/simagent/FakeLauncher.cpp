@@ -35,9 +35,18 @@ std::unique_ptr<IProcess> CFakeLauncher::Launch(const std::string& program,
         launch += ' ' + argument;
     }
     launches.push_back(launch);
+    return Run(nextPid_++);
+}
+
+std::unique_ptr<IProcess> CFakeLauncher::Adopt(const std::string& program, std::uint64_t pid) {
+    launches.push_back(program + " #" + std::to_string(pid));
+    return Run(pid);
+}
+
+std::unique_ptr<IProcess> CFakeLauncher::Run(std::uint64_t pid) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    running_.insert(nextPid_);
-    return std::make_unique<CProcess>(*this, nextPid_++);
+    running_.insert(pid);
+    return std::make_unique<CProcess>(*this, pid);
 }
 
 void CFakeLauncher::End(std::uint64_t pid) {

@@ -19,15 +19,20 @@ class CFakeLauncher : public IProcessLauncher {
     std::unique_ptr<IProcess> Launch(const std::string& program,
                                      const std::vector<std::string>& arguments) override;
 
+    /// Takes over any number that is asked for.
+    std::unique_ptr<IProcess> Adopt(const std::string& program, std::uint64_t pid) override;
+
     void SetNextPid(std::uint64_t pid) { nextPid_ = pid; }
     /// Lets a running process end by itself.
     void End(std::uint64_t pid);
 
-    /// "program argument argument" of every launch so far.
+    /// "program argument argument" of every launch so far, "program #pid" of every adoption.
     std::vector<std::string> launches;
 
   private:
     class CProcess;
+
+    std::unique_ptr<IProcess> Run(std::uint64_t pid);
 
     std::uint64_t nextPid_ = 1000;
     boost::mutex mutex_;

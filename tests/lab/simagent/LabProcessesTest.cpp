@@ -31,6 +31,16 @@ TEST_F(LabProcessesTest, StartedProcessIsAnnouncedAndListed) {
     EXPECT_TRUE(processes_.List()[0].running);
 }
 
+TEST_F(LabProcessesTest, AdoptedProcessIsAnnouncedAndCanBeEnded) {
+    processes_.Adopt("old", kProgram, 77);
+
+    EXPECT_THAT(launcher_.launches, ElementsAre("/lab/victim #77"));
+    EXPECT_TRUE(processes_.Kill(77, "kill-request"));
+    processes_.EndAll();
+    EXPECT_THAT(lines_.Take(), ElementsAre("adopted pid=77 name=old program=/lab/victim sha256=s2",
+                                           "ended pid=77 name=old by=kill-request"));
+}
+
 TEST_F(LabProcessesTest, KilledProcessEndsAndIsRemembered) {
     processes_.Start("one", kProgram, {});
     lines_.Take();

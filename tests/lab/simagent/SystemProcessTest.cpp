@@ -36,6 +36,30 @@ TEST_F(SystemProcessTest, ProcessEndsByItself) {
     EXPECT_FALSE(process->Kill());
 }
 
+TEST_F(SystemProcessTest, AdoptedProcessIsKilledOnlyOnce) {
+    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
+    const auto adopted = launcher_->Adopt(KYR_VICTIM, process->Pid());
+
+    EXPECT_EQ(process->Pid(), adopted->Pid());
+    EXPECT_TRUE(adopted->Kill());
+    adopted->Wait();
+    EXPECT_FALSE(adopted->Kill());
+    process->Wait();
+}
+
+TEST_F(SystemProcessTest, ProcessOfAnotherProgramIsNotAdopted) {
+    EXPECT_THROW(launcher_->Adopt(KYR_VICTIM, OwnProcessId()), std::runtime_error);
+}
+
+TEST_F(SystemProcessTest, NumberWithoutAProcessIsNotAdopted) {
+    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=0"});
+    process->Wait();
+
+    EXPECT_THROW(launcher_->Adopt(KYR_VICTIM, process->Pid()), std::runtime_error);
+    EXPECT_THROW(launcher_->Adopt(KYR_VICTIM, 0), std::runtime_error);
+    EXPECT_THROW(launcher_->Adopt(KYR_VICTIM, 0x100000001), std::runtime_error);
+}
+
 TEST_F(SystemProcessTest, ProgramThatIsNotThereIsAnError) {
     EXPECT_THROW(launcher_->Launch("/no/such/program", {}), std::runtime_error);
 }
