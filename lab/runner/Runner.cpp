@@ -1,6 +1,7 @@
 #include "lab/runner/Runner.h"
 
 #include <algorithm>
+#include <set>
 #include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
@@ -48,8 +49,12 @@ bool Fits(const EventPattern& pattern, const CLine& line) {
 struct CRunner::Cast {
     struct Member {
         std::unique_ptr<CActor> actor;
-        std::size_t expectFrom = 0;  // the place behind the last event that was expected
-        std::size_t stepFrom = 0;    // where the actor's events of this step begin
+        std::set<std::size_t> taken;  // the places of the events that were expected
+        std::size_t stepFrom = 0;     // the events of this step begin behind the last of them
+
+        /// The first event of this step that fits and has not been taken.
+        std::optional<std::size_t> Find(const EventPattern& pattern,
+                                        std::chrono::milliseconds patience) const;
     };
 
     std::string title;
@@ -63,6 +68,22 @@ struct CRunner::Cast {
     Clock::time_point countdownEnd;
     std::string countdownText;
 };
+
+std::optional<std::size_t> CRunner::Cast::Member::Find(const EventPattern& pattern,
+                                                       std::chrono::milliseconds patience) const {
+    const Clock::time_point end = Clock::now() + patience;
+    std::size_t from = stepFrom;
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        const std::optional<std::size_t> found = actor->Find(
+            from, [&](const CLine& line) { return Fits(pattern, line); },
+            std::max(left, std::chrono::milliseconds(0)));
+        if (!found || taken.count(*found) == 0) {
+            return found;
+        }
+        from = *found + 1;
+    }
+}
 
 CRunner::CRunner(RunnerPaths paths, CScreen& screen)
     : paths_(std::move(paths)),
@@ -115,7 +136,8 @@ void CRunner::Do(const StepStatement& step) {
     cast_->step = StepResult{cast_->title, step.text, true, "", {}};
     cast_->stepStart = Clock::now();
     for (auto& [name, member] : cast_->members) {
-        member.stepFrom = member.actor->EventCount();
+        // Not at the events of this moment: what the last step set going may be ahead of us.
+        member.stepFrom = member.taken.empty() ? 0 : *member.taken.rbegin() + 1;
     }
     screen_.Step(++cast_->stepNumber, step.text);
 }
@@ -218,7 +240,6 @@ void CRunner::Do(const ExpectStatement& expect) {
     const CActor& actor = Find(expect.actor);
     auto& member = cast_->members[expect.actor];
     const EventPattern pattern = Filled(expect.pattern);
-    const auto fits = [&](const CLine& line) { return Fits(pattern, line); };
     const Clock::time_point end = Clock::now() + expect.within;
     std::optional<std::size_t> found;
     do {
@@ -228,7 +249,7 @@ void CRunner::Do(const ExpectStatement& expect) {
                                            cast_->countdownEnd - Clock::now())),
                               cast_->countdownText);
         }
-        found = actor.Find(member.expectFrom, fits, kTick);
+        found = member.Find(pattern, kTick);
     } while (!found && Clock::now() < end);
     if (!cast_->countdownText.empty()) {
         cast_->countdownText.clear();
@@ -237,7 +258,7 @@ void CRunner::Do(const ExpectStatement& expect) {
     if (!found) {
         throw CFailedExpectation("the " + expect.actor + " never said: " + Text(pattern));
     }
-    member.expectFrom = *found + 1;
+    member.taken.insert(*found);
     if (expect.name) {
         const CTimedLine event = actor.EventAt(*found);
         for (const auto& [key, value] : event.line.Fields()) {
@@ -249,8 +270,8 @@ void CRunner::Do(const ExpectStatement& expect) {
 
 void CRunner::Do(const NeverStatement& never) {
     const EventPattern pattern = Filled(never.pattern);
-    const auto fits = [&](const CLine& line) { return Fits(pattern, line); };
-    if (Find(never.actor).Find(cast_->members[never.actor].stepFrom, fits, {})) {
+    Find(never.actor);  // it must have been started
+    if (cast_->members[never.actor].Find(pattern, {})) {
         throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
     }
     screen_.Passed("the " + never.actor + " never said: " + Text(pattern));

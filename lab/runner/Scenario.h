@@ -78,7 +78,8 @@ struct CommandStatement {
     std::string actor;
     std::string line;
 };
-/// The actor must tell of such an event, later than the last one that was expected of it.
+/// The actor must tell of such an event in this step; each event serves one expectation. The order
+/// does not matter within a step, since several threads tell.
 struct ExpectStatement {
     std::string actor;
     EventPattern pattern;

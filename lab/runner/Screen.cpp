@@ -4,15 +4,24 @@
 #include <iomanip>
 #include <sstream>
 
+#include "lab/runner/Narration.h"
+
 namespace Kyr::Lab::Runner {
 
 namespace {
 
-constexpr std::size_t kActorWidth = 6;
-constexpr std::size_t kStepWidth = 66;
+constexpr std::size_t kTimeWidth = 12;
+constexpr std::size_t kActorWidth = 7;
+constexpr std::size_t kStepWidth = 76;
+constexpr std::size_t kEventWidth = 150;
 
 std::string Padded(const std::string& text, std::size_t width) {
     return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
+}
+
+/// Long texts stand whole in the transcript.
+std::string Shortened(const std::string& text) {
+    return text.size() <= kEventWidth ? text : text.substr(0, kEventWidth - 3) + "...";
 }
 
 std::string Seconds(std::chrono::milliseconds duration) {
@@ -60,22 +69,22 @@ void CScreen::Step(std::size_t number, const std::string& text) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("");
-        Print(Paint(Colour::Bold, "  " + std::to_string(number) + ". " + text));
+        Print(Paint(Colour::Bold, std::to_string(number) + ". " + text));
     }
 }
 
 void CScreen::Say(const std::string& text) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("     " + text);
+        Print("  " + Padded("", kTimeWidth) + "  " + text);
     }
 }
 
 void CScreen::Command(const std::string& actor, const std::string& line) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("     " + Padded("", 12) + " " +
-              Paint(Colour::Bold, Padded(actor, kActorWidth) + " < " + line));
+        Print("  " + Padded("", kTimeWidth) + "  " +
+              Paint(Colour::Bold, Padded(actor, kActorWidth) + "<- " + Shortened(line)));
     }
 }
 
@@ -83,32 +92,36 @@ void CScreen::Event(const std::string& actor, const CTimedLine& line) {
     if (detail_ != Detail::Everything) {
         return;
     }
+    const Narration told = Narrate(line.line);
     Colour colour = actor == "agent" ? Colour::Magenta : Colour::Cyan;
-    if (line.line.Kind() == "error") {
-        colour = Colour::Red;
-    } else if (line.line.Kind() == "log") {
-        const std::string* level = line.line.Find("level");
-        if (level != nullptr && *level == "4") {
-            colour = Colour::Red;
-        } else if (level != nullptr && *level == "3") {
+    switch (told.weight) {
+        case Weight::Detail:
+            return;
+        case Weight::Ordinary:
+            break;
+        case Weight::Warning:
             colour = Colour::Yellow;
-        }
+            break;
+        case Weight::Error:
+            colour = Colour::Red;
+            break;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    Print("     " + Paint(Colour::Dim, Padded(line.time, 12)) + " " +
-          Paint(colour, Padded(actor, kActorWidth) + " > " + line.line.Text()));
+    Print("  " + Paint(Colour::Dim, Padded(line.time, kTimeWidth)) + "  " +
+          Paint(colour, Padded(actor, kActorWidth) + Shortened(told.text)));
 }
 
 void CScreen::Passed(const std::string& what) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("     " + Padded("", 12) + " " + Paint(Colour::Green, "as expected: " + what));
+        Print("  " + Padded("", kTimeWidth) + "  " +
+              Paint(Colour::Green, Padded("ok", kActorWidth) + Shortened(what)));
     }
 }
 
 void CScreen::Failed(const std::string& what) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    Print("     " + Padded("", 12) + " " + Paint(Colour::Red, "NOT as expected: " + what));
+    Print("  " + Padded("", kTimeWidth) + "  " + Paint(Colour::Red, "NOT as expected: " + what));
 }
 
 void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text) {

@@ -67,6 +67,7 @@ int Run(int argc, char** argv) {
         RunnerPaths own = paths;
         own.work =
             (boost::filesystem::path(paths.work) / boost::filesystem::path(file).stem()).string();
+        boost::filesystem::remove_all(own.work);
         CRunner runner(own, screen);
         passed = runner.Run(ParseScenario(ReadFile(file))) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());

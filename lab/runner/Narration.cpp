@@ -1,0 +1,109 @@
+#include "lab/runner/Narration.h"
+
+#include <boost/algorithm/string/case_conv.hpp>
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+/// The value of a field, or nothing.
+std::string Value(const CLine& line, const char* key) {
+    const std::string* value = line.Find(key);
+    return value == nullptr ? "" : *value;
+}
+
+std::string Over(const CLine& line) {
+    return "over " + boost::algorithm::to_upper_copy(Value(line, "transport"));
+}
+
+Narration Log(const CLine& line) {
+    const std::string level = Value(line, "level");
+    const Weight weight = level == "4"   ? Weight::Error
+                          : level == "3" ? Weight::Warning
+                                         : Weight::Ordinary;
+    return {"log " + level + "  " + Value(line, "text"), weight};
+}
+
+Narration Request(const CLine& line) {
+    if (Value(line, "command") == "0") {
+        return {"ping " + Over(line), Weight::Ordinary};
+    }
+    const std::string function = Value(line, "function");
+    return {"request " + Over(line) + ": " + (function.empty() ? Value(line, "name") : function) +
+                ", " + Value(line, "length") + " bytes",
+            Weight::Ordinary};
+}
+
+Narration Reply(const CLine& line) {
+    const std::string status = Value(line, "status");
+    if (status.empty()) {
+        return {"answered " + Over(line), Weight::Detail};
+    }
+    return {"reply " + Over(line) + ": status " + status + ", " + Value(line, "length") + " bytes",
+            status == "0" ? Weight::Ordinary : Weight::Warning};
+}
+
+Narration Did(const CLine& line) {
+    return {Value(line, "action") + " " + Value(line, "pid") + ": " + Value(line, "outcome") +
+                ", " + Value(line, "text"),
+            Weight::Ordinary};
+}
+
+Narration Process(const CLine& line) {
+    const std::string by = Value(line, "by");
+    return {"process " + Value(line, "name") + " (" + Value(line, "pid") + ") " + line.Kind() +
+                (by.empty() ? "" : " by " + by),
+            Weight::Ordinary};
+}
+
+Narration Bus(const CLine& line) {
+    const bool published = line.Kind() == "publish";
+    return {"bus    " + Value(line, "name") + " (" + Value(line, "type") + ") " +
+                (published ? "published by the " + Value(line, "by") : "delivered to the module"),
+            Weight::Ordinary};
+}
+
+Narration Symbols(const CLine& line) {
+    std::string text = "       ";
+    for (const auto& [key, value] : line.Fields()) {
+        // The symbols carry their number in front of their name.
+        if (key.find_first_of("0123456789") == 0) {
+            text += " " + key.substr(key.find('-') + 1) + "=" + value;
+        }
+    }
+    return {text, Weight::Ordinary};
+}
+
+Narration Life(const CLine& line) {
+    const bool failed = Value(line, "result") == "failed";
+    return {"life   " + Value(line, "call") + " " + Value(line, "result"),
+            failed ? Weight::Error : Weight::Detail};
+}
+
+struct Teller {
+    const char* kind;
+    Narration (*tell)(const CLine& line);
+};
+
+constexpr Teller kTellers[] = {
+    {"log", Log},         {"request", Request}, {"reply", Reply},   {"did", Did},
+    {"started", Process}, {"adopted", Process}, {"ended", Process}, {"publish", Bus},
+    {"deliver", Bus},     {"symbols", Symbols}, {"life", Life},
+};
+
+}  // namespace
+
+Narration Narrate(const CLine& line) {
+    for (const Teller& teller : kTellers) {
+        if (line.Kind() == teller.kind) {
+            return teller.tell(line);
+        }
+    }
+    const bool detail = line.Kind() == "answer" || line.Kind() == "connect" ||
+                        line.Kind() == "disconnect" || line.Kind() == "ready";
+    return {line.Text(), line.Kind() == "error" ? Weight::Error
+                         : detail               ? Weight::Detail
+                                                : Weight::Ordinary};
+}
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,27 @@
+// An event as a person would tell it, in one line.
+//
+// Threads: any. A kind that is not known is told as it stands.
+#pragma once
+
+#include <string>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+/// How much an event weighs for the person who watches.
+enum class Weight {
+    Detail,  // only in the transcript: answers to commands, life-cycle calls that went well
+    Ordinary,
+    Warning,
+    Error,
+};
+
+struct Narration {
+    std::string text;
+    Weight weight;
+};
+
+Narration Narrate(const CLine& line);
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,61 @@
+#include <gtest/gtest.h>
+
+#include "lab/runner/Narration.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+TEST(Narration, LogLineKeepsItsTextAndWeighsByLevel) {
+    const Narration told =
+        Narrate(CLine("log").With("level", "4").With("source", "M").With("text", "it failed"));
+    EXPECT_EQ(told.text, "log 4  it failed");
+    EXPECT_EQ(told.weight, Weight::Error);
+    EXPECT_EQ(Narrate(CLine("log").With("level", "3").With("text", "t")).weight, Weight::Warning);
+    EXPECT_EQ(Narrate(CLine("log").With("level", "2").With("text", "t")).weight, Weight::Ordinary);
+}
+
+TEST(Narration, RequestNamesTransportFunctionAndLength) {
+    EXPECT_EQ(Narrate(CLine("request")
+                          .With("transport", "alpc")
+                          .With("command", "3")
+                          .With("function", "KILL_PROCESS_BY_PID")
+                          .With("length", "361"))
+                  .text,
+              "request over ALPC: KILL_PROCESS_BY_PID, 361 bytes");
+}
+
+TEST(Narration, CommandZeroIsAPing) {
+    EXPECT_EQ(Narrate(CLine("request").With("transport", "lpc").With("command", "0")).text,
+              "ping over LPC");
+}
+
+TEST(Narration, RefusalWeighsMoreThanSuccess) {
+    CLine refused("reply");
+    refused.With("transport", "lpc").With("status", "14").With("length", "12");
+    EXPECT_EQ(Narrate(refused).text, "reply over LPC: status 14, 12 bytes");
+    EXPECT_EQ(Narrate(refused).weight, Weight::Warning);
+}
+
+TEST(Narration, EndedProcessNamesWhoDidIt) {
+    EXPECT_EQ(Narrate(CLine("ended").With("pid", "7").With("name", "v").With("by", "itself")).text,
+              "process v (7) ended by itself");
+}
+
+TEST(Narration, SymbolsAreToldByNameOnly) {
+    EXPECT_EQ(Narrate(CLine("symbols").With("row", "0").With("2836-status", "4")).text,
+              "        status=4");
+}
+
+TEST(Narration, FailedLifeCycleCallIsAnError) {
+    EXPECT_EQ(Narrate(CLine("life").With("call", "Start").With("result", "failed")).weight,
+              Weight::Error);
+    EXPECT_EQ(Narrate(CLine("life").With("call", "Start").With("result", "ok")).weight,
+              Weight::Detail);
+}
+
+TEST(Narration, UnknownKindIsToldAsItStands) {
+    EXPECT_EQ(Narrate(CLine("text").With("text", "a b")).text, "text text=\"a b\"");
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner
