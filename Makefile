@@ -1,9 +1,10 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help test check bench fuzz dependencies
+.PHONY: help demo test check bench fuzz dependencies
 .DEFAULT_GOAL := help
 
 help:
+	@echo "make demo    install what is missing, build, show the library at work"
 	@echo "make test    install what is missing, build, run every suite"
 	@echo "make check   all that continuous integration runs: test, clang++, clang-tidy, sanitizers, fuzzers"
 	@echo "make bench   build the release variant and run the benchmarks"
@@ -20,11 +21,8 @@ test: dependencies
 check: test
 	scripts/check
 
-ifneq ($(wildcard scripts/demo),)
-.PHONY: demo
 demo: dependencies
 	scripts/demo
-endif
 
 bench: dependencies
 	scripts/bench
