@@ -1,8 +1,6 @@
 #include "lab/simagent/AlpcServer.h"
 
-#include <algorithm>
 #include <cstring>
-#include <stdexcept>
 
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
@@ -71,177 +69,67 @@ NtApi::AlpcPortAttributes PortAttributes() {
 
 }  // namespace
 
-CAlpcServer::CAlpcServer(CAgent& agent, LineSink sink) : agent_(agent), sink_(std::move(sink)) {}
+CAlpcServer::CAlpcServer(CAgent& agent, LineSink sink)
+    : CServedPort(agent, std::move(sink),
+                  {Transport::Alpc, "advanced", kAlpcPortName, kConnectionInfo, kAlpcHeaderSize}) {}
 
 CAlpcServer::~CAlpcServer() {
     Close();
 }
 
-void CAlpcServer::Open() {
-    NtApi::UnicodeString name;
-    PortLayer::RtlInitUnicodeString(&name, kAlpcPortName);
-    NtApi::ObjectAttributes object{sizeof object, nullptr, &name, 0, nullptr, nullptr};
+NtApi::NtStatus CAlpcServer::CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) {
     NtApi::AlpcPortAttributes attributes = PortAttributes();
-    const NtApi::NtStatus status = PortLayer::NtAlpcCreatePort(&port_, &object, &attributes);
-    if (NtApi::IsError(status)) {
-        port_ = nullptr;
-        throw std::runtime_error("cannot create the advanced port: " + StatusText(status));
-    }
-    closing_ = false;
-    thread_ = boost::thread([this] { Serve(); });
+    return PortLayer::NtAlpcCreatePort(port, &object, &attributes);
 }
 
-void CAlpcServer::Close() {
-    if (port_ == nullptr) {
-        return;
-    }
-    closing_ = true;
-    thread_.join();
-    while (!clients_.empty()) {
-        Disconnect(clients_.begin()->first, "agent");
-    }
-    PortLayer::NtClose(port_);
-    port_ = nullptr;
-}
-
-void CAlpcServer::Serve() {
-    CReceived received;
-    while (Receive(received)) {
-        try {
-            Handle(received);
-        } catch (const std::exception& problem) {
-            sink_(CLine("error").With("transport", "alpc").With("text", problem.what()));
-        }
-        Release(received);
-    }
-}
-
-bool CAlpcServer::Receive(CReceived& received) {
+NtApi::NtStatus CAlpcServer::Receive(CReceived& received) {
     CAttributes attributes(NtApi::kAlpcMessageViewAttribute | NtApi::kAlpcMessageContextAttribute);
-    NtApi::NtStatus status = NtApi::kStatusTimeout;
-    while (status == NtApi::kStatusTimeout) {
-        if (closing_) {
-            return false;
-        }
-        received.message.assign(kAlpcMaxMessage, 0);
-        std::size_t size = received.message.size();
-        std::int64_t timeout = kServeTimeout;
-        attributes.Get()->ValidAttributes = 0;
-        status = PortLayer::NtAlpcSendWaitReceivePort(
-            port_, 0, nullptr, nullptr, received.message.data(), &size, attributes.Get(), &timeout);
-    }
-    if (NtApi::IsError(status)) {
-        ReportFailure("receive", status);
-        return false;
-    }
+    received.message.assign(kAlpcMaxMessage, 0);
+    std::size_t size = received.message.size();
+    std::int64_t timeout = kServeTimeout;
+    const NtApi::NtStatus status = PortLayer::NtAlpcSendWaitReceivePort(
+        Port(), 0, nullptr, nullptr, received.message.data(), &size, attributes.Get(), &timeout);
     const auto* const context =
         attributes.Find<AlpcContextAttr>(NtApi::kAlpcMessageContextAttribute);
     const auto* const view = attributes.Find<AlpcDataViewAttr>(NtApi::kAlpcMessageViewAttribute);
     received.client = context == nullptr ? 0 : reinterpret_cast<ClientId>(context->PortContext);
     received.view = view == nullptr ? std::nullopt : std::optional(*view);
-    return true;
+    return status;
 }
 
-void CAlpcServer::Handle(CReceived& received) {
-    switch (ReadU16(received.message, NtApi::kTypeOffset) & NtApi::kMessageKindMask) {
-        case NtApi::kLpcConnectionRequest:
-            Connect(received);
-            break;
-        case NtApi::kLpcRequest:
-            HandleRequest(received, true);
-            break;
-        case NtApi::kLpcDatagram:
-            HandleRequest(received, false);
-            break;
-        case NtApi::kLpcPortClosed:
-        case NtApi::kLpcClientDied:
-            Disconnect(received.client, "client");
-            break;
-        default:
-            break;
-    }
-}
-
-void CAlpcServer::Connect(CReceived& received) {
-    const bool known =
-        ReadU16(received.message, NtApi::kDataLengthOffset) == kConnectionInfo.size() &&
-        ReadBytes(received.message, kAlpcHeaderSize, kConnectionInfo.size()) == kConnectionInfo;
-    const ClientId client = ++lastClient_;
-    NtApi::Handle port = nullptr;
+NtApi::NtStatus CAlpcServer::Accept(CReceived& received, ClientId client, bool known,
+                                    NtApi::Handle* port) {
     NtApi::AlpcPortAttributes attributes = PortAttributes();
-    const NtApi::NtStatus status = PortLayer::NtAlpcAcceptConnectPort(
-        &port, port_, 0, nullptr, &attributes, reinterpret_cast<void*>(client),
-        received.message.data(), nullptr, known ? 1 : 0);
-    if (!known) {
-        sink_(CLine("error").With("transport", "alpc").With("text", "a stranger was refused"));
-        return;
-    }
-    if (NtApi::IsError(status)) {
-        ReportFailure("accept", status);
-        return;
-    }
-    clients_[client] = port;
-    sink_(CLine("connect")
-              .With("transport", "alpc")
-              .With("client", client)
-              .With("pid", ReadU32(received.message, 8)));
+    return PortLayer::NtAlpcAcceptConnectPort(port, Port(), 0, nullptr, &attributes,
+                                              reinterpret_cast<void*>(client),
+                                              received.message.data(), nullptr, known ? 1 : 0);
 }
 
-void CAlpcServer::Disconnect(ClientId client, const char* by) {
-    const auto found = clients_.find(client);
-    if (found == clients_.end()) {
-        return;
-    }
-    PortLayer::NtAlpcDisconnectPort(found->second, 0);
-    PortLayer::NtClose(found->second);
-    clients_.erase(found);
-    sink_(CLine("disconnect").With("transport", "alpc").With("client", client).With("by", by));
-}
-
-void CAlpcServer::HandleRequest(CReceived& received, bool wantsReply) {
-    CAnswer answer;
-    try {
-        CPortRequest request = ReadRequest(received);
-        request.wantsReply = wantsReply;
-        answer = agent_.Answer(request);
-    } catch (const CMalformed& problem) {
-        sink_(CLine("error").With("transport", "alpc").With("text", problem.what()));
-        answer.code = kCodeMalformed;
-    }
-    switch (answer.delivery) {
-        case CAnswer::Delivery::Drop:
-            Disconnect(received.client, "agent");
-            break;
-        case CAnswer::Delivery::Hang:
-            break;
-        case CAnswer::Delivery::Reply:
-            if (wantsReply) {
-                Reply(received, answer);
-            }
-    }
+void CAlpcServer::CloseClient(NtApi::Handle port) {
+    PortLayer::NtAlpcDisconnectPort(port, 0);
+    PortLayer::NtClose(port);
 }
 
 void CAlpcServer::Release(CReceived& received) {
-    const auto client = clients_.find(received.client);
-    if (client == clients_.end()) {
+    const NtApi::Handle port = PortOf(received.client);
+    if (port == nullptr) {
         return;  // everything that came from it went with its port
     }
     if (received.view) {
-        PortLayer::NtAlpcDeleteSectionView(client->second, 0, received.view->ViewBase);
+        PortLayer::NtAlpcDeleteSectionView(port, 0, received.view->ViewBase);
     }
     const std::uint16_t type = ReadU16(received.message, NtApi::kTypeOffset);
     const bool isDatagram = (type & NtApi::kMessageKindMask) == NtApi::kLpcDatagram;
     if (isDatagram && (type & NtApi::kLpcContinuationRequired) != 0) {
-        PortLayer::NtAlpcSendWaitReceivePort(client->second, NtApi::kAlpcReleaseMessage,
+        PortLayer::NtAlpcSendWaitReceivePort(port, NtApi::kAlpcReleaseMessage,
                                              received.message.data(), nullptr, nullptr, nullptr,
                                              nullptr, nullptr);
     }
 }
 
-CPortRequest CAlpcServer::ReadRequest(const CReceived& received) const {
+CPortRequest CAlpcServer::ReadRequest(CReceived& received) {
     const CAlpcRequest decoded = DecodeAlpcRequest(received.message);
     CPortRequest request;
-    request.transport = Transport::Alpc;
     request.command = decoded.command;
     request.replyCapacity = decoded.replyCapacity;
     request.payload = decoded.payload;
@@ -259,8 +147,8 @@ CPortRequest CAlpcServer::ReadRequest(const CReceived& received) const {
     return request;
 }
 
-void CAlpcServer::Reply(const CReceived& received, const CAnswer& answer) const {
-    const NtApi::Handle port = clients_.at(received.client);
+void CAlpcServer::Reply(CReceived& received, const CAnswer& answer) {
+    const NtApi::Handle port = PortOf(received.client);
     if (answer.bytes.size() > kAlpcMaxInlineReply && !answer.withoutView) {
         SendInView(port, received, answer);
         return;
@@ -274,9 +162,7 @@ void CAlpcServer::Reply(const CReceived& received, const CAnswer& answer) const 
     const NtApi::NtStatus status =
         PortLayer::NtAlpcSendWaitReceivePort(port, NtApi::kAlpcReleaseMessage, reply.data(),
                                              nullptr, nullptr, nullptr, nullptr, nullptr);
-    if (NtApi::IsError(status)) {
-        ReportFailure("reply", status);
-    }
+    ReportFailure("reply", status);
 }
 
 void CAlpcServer::SendInView(NtApi::Handle port, const CReceived& received,
@@ -307,13 +193,6 @@ void CAlpcServer::SendInView(NtApi::Handle port, const CReceived& received,
     if (view.SectionHandle != nullptr) {
         PortLayer::NtAlpcDeletePortSection(port, 0, view.SectionHandle);
     }
-}
-
-void CAlpcServer::ReportFailure(const char* operation, NtApi::NtStatus status) const {
-    sink_(CLine("error")
-              .With("transport", "alpc")
-              .With("operation", operation)
-              .With("status", StatusText(status)));
 }
 
 }  // namespace Kyr::Lab::SimAgent
