@@ -117,6 +117,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
 
     // On the processing thread (ProcessingThread.cpp).
     void ProcessingThread();
+    void EndAfterFailure(const char* text);
     void RunUntilStopped();
     void ConnectFirst();
     void ProcessMessages();

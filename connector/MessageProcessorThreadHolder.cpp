@@ -26,6 +26,7 @@ struct CMessageProcessorThreadHolder::State {
     void OnIdleEnded();
     void JoinThread();
     void ThreadBody();
+    void RunUntilIdle();
     void ProcessMessages();
 
     ILogger& logger;
@@ -57,12 +58,18 @@ void CMessageProcessorThreadHolder::State::JoinThread() {
 
 void CMessageProcessorThreadHolder::State::ThreadBody() {
     try {
+        RunUntilIdle();
+    } catch (...) {
+        // A line could not even be begun. Nothing may leave the thread.
+    }
+}
+
+void CMessageProcessorThreadHolder::State::RunUntilIdle() {
+    try {
         ProcessMessages();
     } catch (const boost::thread_interrupted&) {
         logger.GetLog(1) << "There were " << subscriber->GetQueueSize()
                          << " messages left unprocessed in a queue";
-    } catch (...) {
-        // Nothing may leave the thread; the next message starts another one.
     }
 }
 
@@ -77,8 +84,13 @@ void CMessageProcessorThreadHolder::State::ProcessMessages() {
         SetDeliveryContext(context);
         try {
             processor.Process(message);
+        } catch (const boost::thread_interrupted&) {
+            throw;
         } catch (const std::exception& error) {
             logger.GetLog(4) << error.what();
+        } catch (...) {
+            // Ending here would leave the queue without a taker: it is not idle.
+            logger.GetLog(4) << "Message processing failed with an unknown exception";
         }
     }
 }

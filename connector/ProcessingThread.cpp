@@ -42,20 +42,27 @@ constexpr char kProductNotAvailable[] =
 void CConnectorModule::ProcessingThread() {
     try {
         RunUntilStopped();
-        return;
     } catch (const boost::thread_interrupted&) {
-        return;  // interrupted once more while it was ending
+        // Interrupted once more while it was ending.
     } catch (const std::exception& error) {
-        GetLog(4) << error.what();
+        EndAfterFailure(error.what());
     } catch (...) {
-        GetLog(4) << "Task processing ended with an unknown exception";
+        EndAfterFailure("Task processing ended with an unknown exception");
     }
-    {
-        // Nobody empties the queue any more: without this, Stop would wait for it.
-        const Lock lock(tasksMutex_);
-        connected_ = false;
+}
+
+// What fails while a failure is reported must not leave the thread, either.
+void CConnectorModule::EndAfterFailure(const char* text) {
+    try {
+        {
+            // Nobody empties the queue any more: without this, Stop would wait for it.
+            const Lock lock(tasksMutex_);
+            connected_ = false;
+        }
+        GetLog(4) << text;
+        GuardedDisconnect();
+    } catch (...) {
     }
-    GuardedDisconnect();
 }
 
 void CConnectorModule::RunUntilStopped() {
@@ -180,17 +187,18 @@ void CConnectorModule::CancelQueuedMessages() {
     CSubscriber::Message message;
     CSubscriber::Context context;
     while (subscriber_->TryTakeMessage(message, context)) {
-        try {
-            CancelMessage(message, kProductNotAvailable);
-        } catch (const std::exception& error) {
-            GetLog(4) << error.what();
-        }
+        CancelMessage(message, kProductNotAvailable);
     }
 }
 
 void CConnectorModule::CancelMessage(const MessagePointer& message, const std::string& reason) {
     PublishTaskFailure(message, {kStatusFailed, kCodeCancelled, kSeverityError, reason});
-    GetLog(4) << reason << ", message was: " << message->GetName();
+    try {
+        GetLog(4) << reason << ", message was: " << message->GetName();
+    } catch (const std::exception& error) {
+        // A message that cannot tell its name is cancelled all the same.
+        GetLog(4) << error.what();
+    }
 }
 
 // The event is a courtesy to the server: a message whose identifiers are no UUIDs, or a bus that
