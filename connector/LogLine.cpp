@@ -6,7 +6,11 @@
 
 #include <boost/thread/thread.hpp>
 
+#include "connector/ILogger.h"
+
 namespace Kyr::Connectors::Common {
+
+ILogger::~ILogger() = default;
 
 struct CLogLine::State {
     boost::shared_ptr<Kyr::Common::Kernel::ILoggerResource> logger;

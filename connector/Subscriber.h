@@ -53,9 +53,8 @@ class CSubscriber : public Kernel::ISubscriber {
     /// taker is busy with one; nothing has changed then.
     bool Wake();
 
-    /// REQUIRES: the queue has no taker.
-    /// Declares a timed queue idle, so that the next message calls the idle
-    /// callback; calls it at once when messages are queued already.
+    /// Declares a timed queue idle, so that the next message calls the idle callback; calls it at
+    /// once when messages are queued already. REQUIRES: the queue has no taker.
     void Rearm();
     /// Drops the idle callback. A push that has copied it already may still call it.
     void Detach();

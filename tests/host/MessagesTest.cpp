@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include "host/kernel/ISubscriber.h"
 #include "host/message/LogMessage.h"
 #include "host/message/OvAgentTasks.h"
 #include "host/module/Response.h"
@@ -36,6 +37,22 @@ TEST(WriteControlTest, IsTheSecondBaseOfAMessage) {
     const void* whole = &message;
     EXPECT_EQ(static_cast<const void*>(static_cast<Kernel::IMessage*>(&message)), whole);
     EXPECT_NE(static_cast<const void*>(static_cast<CWriteControl*>(&message)), whole);
+}
+
+// The subscriber
+
+TEST(SubscriberInterfaceTest, ForeignSubscribersNeedNotShowTheirMessages) {
+    class CSubscriber : public Kernel::ISubscriber {
+      public:
+        void Push(const boost::shared_ptr<Kernel::IMessage>&,
+                  const boost::shared_ptr<Kernel::IDeliveryContext>&) override {}
+        std::string Dump() const override { return ""; }
+    };
+    int visits = 0;
+    CSubscriber subscriber;
+    subscriber.VisitPendingMessages([&visits](const auto&) { ++visits; });
+    subscriber.VisitPendingMessages({});
+    EXPECT_EQ(visits, 0);
 }
 
 // Log messages
