@@ -8,18 +8,18 @@
 #include "host/module/Response.h"
 #include "logs/MultiProductStatusLog.h"
 #include "tests/connector/ModuleFixture.h"
-#include "tests/support/Expect.h"
+#include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Message::Logs::CMultiProductStatusLog;
-using Kyr::Test::ExpectThrow;
 using Kyr::Test::LogEntry;
 using Kyr::Test::MakeContext;
 using Kyr::Test::MakeMessage;
 using Kyr::Test::RawVirtualSlot;
+using Kyr::Test::ThrownText;
 using Kyr::Test::VirtualSlot;
 using testing::ElementsAre;
 using testing::IsEmpty;
@@ -37,8 +37,8 @@ class ConnectorModuleTest : public ModuleFixture {
 
 TEST_F(ConnectorModuleTest, MissingResourceLeavesInitialize) {
     host.Set(1, nullptr);
-    ExpectThrow<std::runtime_error>([this] { module->Initialize(host); },
-                                    "Bad cast to Kyr::Common::Kernel::IBusResource");
+    EXPECT_EQ(ThrownText([this] { module->Initialize(host); }),
+              "Bad cast to Kyr::Common::Kernel::IBusResource");
 }
 
 TEST_F(ConnectorModuleTest, InitializeAsksForTheNetworkLast) {
@@ -48,6 +48,12 @@ TEST_F(ConnectorModuleTest, InitializeAsksForTheNetworkLast) {
 
 TEST_F(ConnectorModuleTest, MissingNetworkIsNoError) {
     host.Set(12, nullptr);
+    EXPECT_NO_THROW(module->Initialize(host));
+    EXPECT_TRUE(module->IsActive());
+}
+
+TEST_F(ConnectorModuleTest, NetworkOfAnotherTypeIsNoError) {
+    host.Set(12, boost::make_shared<Kyr::Test::COtherResource>());
     EXPECT_NO_THROW(module->Initialize(host));
     EXPECT_TRUE(module->IsActive());
 }
@@ -89,12 +95,12 @@ TEST_F(ConnectorModuleTest, QueuesCarryTheModulesName) {
 
 TEST_F(ConnectorModuleTest, SecondReplySubscriptionIsRefusedAfterItsSubscriptions) {
     module->Initialize(host);
-    ExpectThrow<std::runtime_error>(
-        [this] {
-            module->SubscribeMessages({MessageType::Reply, MessageType::Response},
-                                      *module->GetReplyProcessor());
-        },
-        "Only one message processor thread holder can be created");
+    const auto subscribeAgain = [this] {
+        module->SubscribeMessages({MessageType::Reply, MessageType::Response},
+                                  *module->GetReplyProcessor());
+    };
+    EXPECT_EQ(ThrownText(subscribeAgain),
+              "Only one message processor thread holder can be created");
     EXPECT_THAT(SubscribedTypes(), ElementsAre(MessageType::Response, MessageType::Reply,
                                                MessageType::Reply, MessageType::Response));
 }

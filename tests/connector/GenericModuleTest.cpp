@@ -7,15 +7,15 @@
 #include <boost/make_shared.hpp>
 
 #include "connector/GenericModule.h"
-#include "tests/support/Expect.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Module {
 namespace {
 
 using Kyr::Test::CFakeHost;
 using Kyr::Test::COtherResource;
-using Kyr::Test::ExpectThrow;
+using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 
 class CPlainModule : public CGenericModule {
@@ -46,7 +46,7 @@ class CPlainModule : public CGenericModule {
 class GenericModuleTest : public testing::Test {
   protected:
     void ExpectRefused(const std::string& text) {
-        ExpectThrow<std::runtime_error>([this] { module.Initialize(host); }, text);
+        EXPECT_EQ(ThrownText([this] { module.Initialize(host); }), text);
     }
 
     CFakeHost host;

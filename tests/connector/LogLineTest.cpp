@@ -1,7 +1,6 @@
 #include <cstdint>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <locale>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -10,6 +9,8 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/LogLine.h"
+#include "tests/support/Await.h"
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/LogCapture.h"
 
 namespace Kyr::Connectors::Common {
@@ -25,13 +26,6 @@ class LogLineTest : public testing::Test {
     CLogLine Line() { return CLogLine(log, 3, "Source"); }
 
     const boost::shared_ptr<CLogCapture> log = boost::make_shared<CLogCapture>();
-};
-
-/// Groups digits, as many users' locales do.
-class CGrouping : public std::numpunct<char> {
-  protected:
-    char do_thousands_sep() const override { return '.'; }
-    std::string do_grouping() const override { return "\3"; }
 };
 
 TEST_F(LogLineTest, WritesTextLevelAndSourceWhenItEnds) {
@@ -59,9 +53,8 @@ TEST_F(LogLineTest, MovedLineIsWrittenOnce) {
 }
 
 TEST_F(LogLineTest, NumbersIgnoreTheGlobalLocale) {
-    const std::locale before = std::locale::global(std::locale(std::locale(), new CGrouping));
+    const Kyr::Test::CGroupingLocale grouping;
     Line() << std::uint64_t{18446744073709551615u};
-    std::locale::global(before);
     EXPECT_THAT(log->Entries(), ElementsAre(LogEntry{"18446744073709551615", 3, "Source"}));
 }
 
@@ -86,11 +79,7 @@ TEST_F(LogLineTest, WaitingLoggerDoesNotTakeTheInterruption) {
     };
     bool interrupted = false;
     boost::thread thread([&] {
-        boost::this_thread::disable_interruption off;
-        while (!boost::this_thread::interruption_requested()) {
-            boost::this_thread::yield();
-        }
-        const boost::this_thread::restore_interruption on(off);
+        EXPECT_TRUE(Kyr::Test::AwaitInterruption());
         CLogLine(boost::make_shared<CWaiting>(), 1, "Source") << "text";
         interrupted = boost::this_thread::interruption_requested();
     });

@@ -42,8 +42,15 @@ class CRecordingProcessor : public Kyr::Common::Module::IMessageProcessor {
         while (blocked_) {
             unblocked_.wait(lock);
         }
+        lock.unlock();
         if (message->GetName() == "bad") {
             throw std::runtime_error("cannot process");
+        }
+        if (message->GetName() == "odd") {
+            throw 42;
+        }
+        if (message->GetName() == "until the end") {
+            EXPECT_TRUE(Kyr::Test::AwaitInterruption());
         }
     }
 
@@ -175,6 +182,40 @@ TEST_F(MessageProcessorThreadHolderTest, FailedMessageIsLoggedAndTheNextOneProce
     Push("B");
     ASSERT_TRUE(AwaitProcessed(2));
     EXPECT_THAT(logger.Capture().Lines(), ElementsAre("4 cannot process"));
+}
+
+TEST_F(MessageProcessorThreadHolderTest, FailureOfAForeignKindIsLoggedAndTheNextOneProcessed) {
+    holder->Resume();
+    Push("odd");
+    Push("B");
+    ASSERT_TRUE(AwaitProcessed(2));
+    EXPECT_THAT(logger.Capture().Lines(),
+                ElementsAre("4 Message processing failed with an unknown exception"));
+}
+
+TEST_F(MessageProcessorThreadHolderTest, InterruptedThreadLeavesBeforeTheNextMessage) {
+    holder->Resume();
+    Push("until the end");
+    Push("B");
+    ASSERT_TRUE(AwaitProcessed(1));
+    holder.reset();
+    EXPECT_THAT(processor.Names(), ElementsAre("until the end"));
+    EXPECT_THAT(logger.Capture().Lines(),
+                ElementsAre("1 There were 1 messages left unprocessed in a queue"));
+}
+
+TEST_F(MessageProcessorThreadHolderTest, ThreadWhoseLoggerFailsEndsQuietly) {
+    class CFailing : public ILogger {
+      public:
+        CLogLine GetLog(int /*level*/) override { throw std::runtime_error("no memory"); }
+    };
+    CFailing failing;
+    CMessageProcessorThreadHolder other(failing, "M", processor, clock);
+    other.Resume();
+    other.GetSubscriber()->Push(MakeMessage("bad"), {});
+    ASSERT_TRUE(AwaitProcessed(1));
+    other.Halt();
+    EXPECT_THAT(processor.Names(), ElementsAre("bad"));
 }
 
 TEST_F(MessageProcessorThreadHolderTest, HaltWithoutAThreadReturnsAtOnce) {

@@ -1,5 +1,6 @@
 // RequestStop and Stop in every state.
 #include <atomic>
+#include <stdexcept>
 
 #include <boost/thread/thread.hpp>
 
@@ -182,6 +183,34 @@ TEST_F(ModuleStopTest, RequestStopWaitsForTheRunningTask) {
     Finish();
 }
 
+TEST_F(ModuleStopTest, RequestStopWaitsForEveryTaskOfTheMessage) {
+    CScriptedTask& first = AddBlockingTask();
+    CScriptedTask& second = AddTask();
+    bool cancelledBefore = true;
+    second.Then(
+        [&](const auto&) { cancelledBefore = first.IsCancelled() || second.IsCancelled(); });
+    StartAndConnect();
+    DeliverAndAwaitTask();
+    boost::thread stopper([this] { module->RequestStop(); });
+    ASSERT_TRUE(module->AwaitCalls("Interrupt", 1));
+    Release();
+    stopper.join();
+    Finish();
+    EXPECT_EQ(second.ExecutionCount(), 1u);
+    EXPECT_FALSE(cancelledBefore);
+}
+
+TEST_F(ModuleStopTest, RequestStopDoesNotWaitForAReconnection) {
+    CScriptedTask& task = AddTask().ThenThrow(CRestartNeededException("restart"));
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(clock->AwaitSleepers(1));
+    module->RequestStop();
+    EXPECT_TRUE(task.IsCancelled());
+    EXPECT_TRUE(clock->AwaitSleepers(1));
+    EXPECT_TRUE(module->Stop(false));
+}
+
 TEST_F(ModuleStopTest, TasksAreCancelledInTheOrderOfTheirTypes) {
     Strings order;
     class CNoting : public CScriptedTask {
@@ -197,10 +226,11 @@ TEST_F(ModuleStopTest, TasksAreCancelledInTheOrderOfTheirTypes) {
     module->tasks = {boost::make_shared<CNoting>(MessageType::BlockExecutableByHash, "919", order),
                      boost::make_shared<CNoting>(MessageType::OvAgentRequest, "7a", order),
                      boost::make_shared<CNoting>(MessageType::ApplyPolicy, "194", order),
+                     boost::make_shared<CNoting>(static_cast<MessageType>(-1), "-1", order),
                      boost::make_shared<CNoting>(MessageType::OvAgentRequest, "7b", order)};
     module->Initialize(host);
     module->RequestStop();
-    EXPECT_THAT(order, ElementsAre("7a", "7b", "194", "919"));
+    EXPECT_THAT(order, ElementsAre("-1", "7a", "7b", "194", "919"));
 }
 
 TEST_F(ModuleStopTest, StopWithoutAProductCancelsWhatIsQueued) {
@@ -254,6 +284,49 @@ TEST_F(ModuleStopTest, ForcedStopWithoutAProductCancelsTheSameWay) {
     EXPECT_EQ(Events().size(), 1u);
     EXPECT_THAT(host.log->Lines(),
                 testing::Contains("4 Product is not available, canceling tasks"));
+}
+
+TEST_F(ModuleStopTest, DisconnectsAfterTheCancellations) {
+    AddTask();
+    module->OnDisconnect([] { throw std::runtime_error("still busy"); });
+    StartWithoutProduct();
+    Deliver(MakeTaskMessage());
+    EXPECT_TRUE(module->Stop(false));
+    EXPECT_THAT(host.log->Lines(),
+                ElementsAre("2 Connecting to product", "4 still busy",
+                            "4 Product is not available, canceling tasks",
+                            "4 Message task was canceled because product is not available, message "
+                            "was: KillProcessByPid",
+                            "4 still busy"));
+}
+
+TEST_F(ModuleStopTest, ConnectionThatComesTooLateIsNotUsed) {
+    CScriptedTask& task = AddTask();
+    module->ThenConnectBy([] { return Kyr::Test::AwaitInterruption(); });
+    Start();
+    Deliver(MakeTaskMessage());
+    EXPECT_TRUE(module->Stop(false));
+    EXPECT_EQ(task.ExecutionCount(), 0u);
+    EXPECT_EQ(Events().size(), 1u);
+    EXPECT_THAT(
+        host.log->Lines(),
+        ElementsAre("2 Connecting to product", "4 Product is not available, canceling tasks",
+                    "4 Message task was canceled because product is not available, message "
+                    "was: KillProcessByPid"));
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect"));
+}
+
+TEST_F(ModuleStopTest, ReconnectionThatComesTooLateIsNotUsed) {
+    CScriptedTask& task = AddTask().ThenThrow(CRestartNeededException("restart"));
+    module->ThenConnect(true).ThenConnectBy([] { return Kyr::Test::AwaitInterruption(); });
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(module->AwaitCalls("Connect", 2));
+    EXPECT_TRUE(module->Stop(false));
+    EXPECT_EQ(task.ExecutionCount(), 1u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("2 restart", "2 Reconnecting to product",
+                                                   "4 Task processing was interrupted"));
 }
 
 TEST_F(ModuleStopTest, StopDuringAReconnectionLeavesQueuedMessages) {

@@ -89,9 +89,12 @@ TEST_F(ProcessingThreadTest, ConnectionIsTriedForEver) {
 TEST_F(ProcessingThreadTest, ReconnectDelayIsTheModules) {
     module->reconnectDelayMs = 250;
     module->ThenConnect(false).ThenConnect(true);
-    clock->SetAutomaticSleep(true);
-    StartAndConnect();
-    EXPECT_THAT(clock->Sleeps(), ElementsAre(std::chrono::milliseconds(250)));
+    AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
+        module->GetLog(2) << "done";
+    });
+    RunUntilLogged("done");
+    EXPECT_THAT(clock->Sleeps(),
+                ElementsAre(std::chrono::milliseconds(250), std::chrono::milliseconds(250)));
 }
 
 TEST_F(ProcessingThreadTest, ThrowingConnectionIsLoggedAndTriedAgain) {
@@ -421,6 +424,7 @@ TEST_F(ProcessingThreadTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
                               .ThenThrow(CRetryException("no answer", false))
                               .ThenThrow(CRetryException("no answer", false))
                               .ThenReturn();
+    CScriptedTask& next = AddTask();
     clock->SetAutomaticSleep(true);
     StartAndConnect();
     Deliver(boost::make_shared<CNameless>());
@@ -428,6 +432,22 @@ TEST_F(ProcessingThreadTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
     Deliver(MakeTaskMessage());
     Finish();
     EXPECT_EQ(task.ExecutionCount(), 3u);
+    EXPECT_EQ(next.ExecutionCount(), 2u);
+}
+
+TEST_F(ProcessingThreadTest, MessageThatCannotTellItsTypeCostsALineOnly) {
+    class CTypeless : public Kyr::Test::CTestMessage {
+      public:
+        CTypeless() : CTestMessage(MessageType::KillProcessByPid, "") {}
+        MessageType GetMessageType() const override { throw std::runtime_error("no type"); }
+    };
+    CScriptedTask& task = AddTask();
+    StartAndConnect();
+    host.bus->Subscriptions()[0].subscriber->Push(boost::make_shared<CTypeless>(), {});
+    Deliver(MakeTaskMessage());
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 no type"));
+    EXPECT_EQ(task.ExecutionCount(), 1u);
 }
 
 TEST_F(ProcessingThreadTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProcess) {
@@ -437,6 +457,14 @@ TEST_F(ProcessingThreadTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProces
     Deliver(MakeTaskMessage());
     ASSERT_TRUE(module->AwaitCalls("Disconnect", 1));
     Finish();
+    EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
+}
+
+TEST_F(ProcessingThreadTest, DisconnectionThatFailsInAForeignWayEndsTheThreadToo) {
+    module->OnDisconnect([] { throw 42; });
+    StartAndConnect();
+    Finish();
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Disconnect"));
     EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
 }
 

@@ -5,17 +5,17 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/ReplyProcessor.h"
-#include "tests/support/Expect.h"
 #include "tests/support/FakeHost.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TestMessage.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Module {
 namespace {
 
 using Kyr::Test::CManualClock;
-using Kyr::Test::ExpectThrow;
 using Kyr::Test::MakeMessage;
+using Kyr::Test::ThrownText;
 using std::chrono::seconds;
 
 class ReplyProcessorTest : public testing::Test {
@@ -26,9 +26,9 @@ class ReplyProcessorTest : public testing::Test {
 };
 
 TEST_F(ReplyProcessorTest, MessageThatIsNoResponseIsRefused) {
-    ExpectThrow<std::runtime_error>(
-        [this] { replies.Process(MakeMessage("A", Kernel::MessageType::Response)); },
-        "Bad cast to Kyr::Common::Module::CResponse");
+    const auto message = MakeMessage("A", Kernel::MessageType::Response);
+    EXPECT_EQ(ThrownText([&] { replies.Process(message); }),
+              "Bad cast to Kyr::Common::Module::CResponse");
 }
 
 TEST_F(ReplyProcessorTest, ResponseThatNobodyWaitsForIsDropped) {

@@ -1,3 +1,4 @@
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <string>
@@ -60,6 +61,33 @@ class CTaker {
     bool taken_ = false;
     bool interrupted_ = false;
     boost::thread thread_;
+};
+
+/// A clock whose waits end at once with what the test says: the n-th wait runs the n-th action with
+/// the queue's lock released, and a timed one returns its result.
+class CScriptedWaits : public Base::IClock {
+  public:
+    using Action = std::function<bool()>;
+
+    std::vector<Action> actions;
+    /// The time-outs of all waits; 0 for an untimed one.
+    std::vector<milliseconds> timeouts;
+
+    std::int64_t CalendarTime() const override { return 0; }
+    void SleepFor(milliseconds) override {}
+    void Wait(boost::condition_variable& condition,
+              boost::unique_lock<boost::mutex>& lock) override {
+        WaitFor(condition, lock, milliseconds(0));
+    }
+    bool WaitFor(boost::condition_variable&, boost::unique_lock<boost::mutex>& lock,
+                 milliseconds timeout) override {
+        const Action action = actions.at(timeouts.size());
+        timeouts.push_back(timeout);
+        lock.unlock();
+        const bool signalled = action();
+        lock.lock();
+        return signalled;
+    }
 };
 
 class SubscriberTest : public testing::Test {
@@ -210,9 +238,10 @@ TEST_F(SubscriberTest, WakeEndsAWaitingTimedTakerWithoutIdle) {
 }
 
 TEST_F(SubscriberTest, WakeWithAQueuedMessageReturnsFalseAndChangesNothing) {
-    Push("A");
-    EXPECT_FALSE(queue.Wake());
-    EXPECT_TRUE(Take());
+    // Timed, so that it counts as waiting: only the message keeps Wake from waking.
+    timed.Push(MakeMessage("A"), {});
+    EXPECT_FALSE(timed.Wake());
+    ASSERT_TRUE(TakeTimed());
     EXPECT_EQ(message->GetName(), "A");
 }
 
@@ -287,6 +316,56 @@ TEST_F(SubscriberTest, RearmWithQueuedMessagesCallsTheCallbackNow) {
 TEST_F(SubscriberTest, RearmOfAnUntimedQueueDoesNothing) {
     queue.Rearm();
     EXPECT_FALSE(queue.IsIdle());
+}
+
+class SubscriberWaitTest : public SubscriberTest {
+  protected:
+    bool Signalled(const std::string& name) {
+        scripted.Push(MakeMessage(name), {});
+        return true;
+    }
+    bool TakeScripted() { return scripted.WaitForMessage(message, context); }
+
+    const boost::shared_ptr<CScriptedWaits> waits = boost::make_shared<CScriptedWaits>();
+    CSubscriber scripted{"S", waits, [this] { ++idleEnds; }};
+    CSubscriber untimed{"U", waits};
+};
+
+TEST_F(SubscriberWaitTest, MessageThatComesWithTheTimeOutIsTaken) {
+    waits->actions = {[this] {
+        Signalled("A");
+        return false;
+    }};
+    ASSERT_TRUE(TakeScripted());
+    EXPECT_EQ(message->GetName(), "A");
+    EXPECT_FALSE(scripted.IsIdle());
+}
+
+TEST_F(SubscriberWaitTest, WakeThatComesWithTheTimeOutLeavesNoIdle) {
+    waits->actions = {[this] { return !scripted.Wake(); }};
+    EXPECT_FALSE(TakeScripted());
+    EXPECT_FALSE(scripted.IsIdle());
+}
+
+TEST_F(SubscriberWaitTest, WakeUpWithoutAReasonWaitsFiveSecondsAgain) {
+    waits->actions = {[] { return true; }, [] { return true; }, [this] { return Signalled("A"); }};
+    EXPECT_TRUE(TakeScripted());
+    EXPECT_THAT(waits->timeouts,
+                ElementsAre(milliseconds(5000), milliseconds(5000), milliseconds(5000)));
+}
+
+TEST_F(SubscriberWaitTest, WakeIsServedBeforeTheMessageThatFollowsIt) {
+    waits->actions = {[this] { return scripted.Wake() && Signalled("A"); }};
+    EXPECT_FALSE(TakeScripted());
+    EXPECT_EQ(scripted.GetQueueSize(), 1u);
+    EXPECT_FALSE(scripted.IsIdle());
+    EXPECT_TRUE(TakeScripted());
+}
+
+TEST_F(SubscriberWaitTest, UntimedTakerSleepsOnAfterAWakeUpWithoutAReason) {
+    waits->actions = {[] { return true; }, [this] { return untimed.Wake(); }};
+    EXPECT_FALSE(untimed.WaitForMessage(message, context));
+    EXPECT_THAT(waits->timeouts, ElementsAre(milliseconds(0), milliseconds(0)));
 }
 
 TEST_F(SubscriberTest, DumpOfAnEmptyQueueIsEmpty) {

@@ -2,12 +2,13 @@
 
 #include "connector/TaskFailureEvent.h"
 #include "tests/connector/ModuleFixture.h"
-#include "tests/support/Expect.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Message::CTask;
+using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 
 class TaskFailureEventTest : public ModuleFixture {
@@ -24,8 +25,8 @@ TEST_F(TaskFailureEventTest, IsAReadOnlyEventLogOfItsType) {
     const auto event = Make(failed);
     EXPECT_EQ(static_cast<int>(event->GetMessageType()), 10368);
     EXPECT_TRUE(event->IsReadOnly());
-    Kyr::Test::ExpectThrow<std::runtime_error>([&] { event->GetSymbols()->AddInt32(1, 1); },
-                                               "Cannot add symbol 1: container is locked");
+    EXPECT_EQ(ThrownText([&] { event->GetSymbols()->AddInt32(1, 1); }),
+              "Cannot add symbol 1: container is locked");
 }
 
 TEST_F(TaskFailureEventTest, SymbolsStandInTheOrderOfSetting) {
@@ -71,14 +72,13 @@ TEST_F(TaskFailureEventTest, FitsItsLogType) {
 }
 
 TEST_F(TaskFailureEventTest, IdentifierThatIsNoUuidThrows) {
-    Kyr::Test::ExpectThrow<std::runtime_error>(
-        [&] { MakeTaskFailureEvent(*MakeTaskMessage("no uuid"), failed, reporter); },
-        "invalid uuid string");
+    const auto make = [&] { MakeTaskFailureEvent(*MakeTaskMessage("no uuid"), failed, reporter); };
+    EXPECT_EQ(ThrownText(make), "invalid uuid string");
 }
 
 TEST_F(TaskFailureEventTest, InstanceThatIsNoUuidThrows) {
     reporter.instanceUuid = "";
-    Kyr::Test::ExpectThrow<std::runtime_error>([this] { Make(failed); }, "invalid uuid string");
+    EXPECT_EQ(ThrownText([this] { Make(failed); }), "invalid uuid string");
 }
 
 TEST_F(TaskFailureEventTest, OnlyTaskMessagesAreReportable) {

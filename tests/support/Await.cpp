@@ -15,4 +15,9 @@ bool Await(const std::function<bool()>& reached) {
     return true;
 }
 
+bool AwaitInterruption() {
+    const boost::this_thread::disable_interruption notHere;
+    return Await([] { return boost::this_thread::interruption_requested(); });
+}
+
 }  // namespace Kyr::Test

@@ -1,6 +1,8 @@
 // What both action tasks have in common: their use of the channel, their log and their failures.
 #include <stdexcept>
 
+#include <boost/thread/thread.hpp>
+
 #include "connector/TaskExceptions.h"
 #include "connector/tasks/WinOvBlockExecutableByHashTask.h"
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
@@ -122,6 +124,46 @@ TYPED_TEST(ActionTasksTest, RefusalByTheProductIsACountedRetry) {
         EXPECT_STREQ(error.what(), kRefusal);
         EXPECT_FALSE(error.IsRestartNeeded());
     }
+}
+
+TYPED_TEST(ActionTasksTest, BothLinesPrecedeTheExchange) {
+    std::size_t linesBefore = 0;
+    this->channel->product = [&](const auto&) {
+        linesBefore = this->logger.Capture().Lines().size();
+        return Kyr::Test::CFakeChannel::Bytes(12);
+    };
+    this->Execute();
+    EXPECT_EQ(linesBefore, 2u);
+}
+
+TYPED_TEST(ActionTasksTest, FailureBeforeTheExchangeIsACountedRetryToo) {
+    class CFailing : public Common::ILogger {
+      public:
+        Common::CLogLine GetLog(int /*level*/) override { throw std::runtime_error("no log"); }
+    };
+    CFailing failing;
+    typename TypeParam::Task task(this->channel, &failing);
+    try {
+        task.Execute(
+            this->template MakeTaskMessage<typename TypeParam::Message>(TypeParam::Payload()));
+        FAIL() << "no exception";
+    } catch (const Common::CRetryException& error) {
+        EXPECT_STREQ(error.what(), "no log");
+        EXPECT_FALSE(error.IsRestartNeeded());
+    }
+    EXPECT_THAT(this->channel->calls, IsEmpty());
+}
+
+TYPED_TEST(ActionTasksTest, InterruptionIsNoFailure) {
+    this->channel->product = [](const auto&) -> Kyr::Test::CFakeChannel::Bytes {
+        throw boost::thread_interrupted();
+    };
+    EXPECT_THROW(this->Execute(), boost::thread_interrupted);
+}
+
+TYPED_TEST(ActionTasksTest, ReplyIsNotExamined) {
+    this->channel->product = [](const auto&) { return Kyr::Test::CFakeChannel::Bytes{0xFF}; };
+    EXPECT_NO_THROW(this->Execute());
 }
 
 TYPED_TEST(ActionTasksTest, RetriedMessageIsSentAgainInFull) {

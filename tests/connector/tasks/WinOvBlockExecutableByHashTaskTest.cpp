@@ -24,6 +24,12 @@ TEST_F(WinOvBlockExecutableByHashTaskTest, WithoutHashesThereAreTwoNodes) {
                 R"(<NODE NAME="USERDATA" TYPE="STRING" VALUE="id-1;id-2;id-3" />)");
 }
 
+TEST_F(WinOvBlockExecutableByHashTaskTest, DeletionIsWrittenEvenWhenItWasNeverSet) {
+    payload.clear_delete_executable();
+    ExpectNodes(R"(<NODE NAME="DELETE" TYPE="DWORD" VALUE="0" />)"
+                R"(<NODE NAME="USERDATA" TYPE="STRING" VALUE="id-1;id-2;id-3" />)");
+}
+
 TEST_F(WinOvBlockExecutableByHashTaskTest, DeletionIsOne) {
     payload.set_delete_executable(true);
     ExpectNodes(R"(<NODE NAME="DELETE" TYPE="DWORD" VALUE="1" />)"

@@ -43,6 +43,12 @@ TEST_F(WinOvKillProcessByPidTaskTest, EmptyHashIsStillANode) {
                 R"(<NODE NAME="USERDATA" TYPE="STRING" VALUE="id-1;id-2;id-3" />)");
 }
 
+TEST_F(WinOvKillProcessByPidTaskTest, ProcessIdentifierIsWrittenEvenWhenItWasNeverSet) {
+    payload.clear_process_id();
+    ExpectNodes(R"(<NODE NAME="PID" TYPE="STRING" VALUE="0" />)"
+                R"(<NODE NAME="USERDATA" TYPE="STRING" VALUE="id-1;id-2;id-3" />)");
+}
+
 TEST_F(WinOvKillProcessByPidTaskTest, LargestProcessIdentifierHasTwentyDigits) {
     payload.set_process_id(UINT64_MAX);
     ExpectNodes(R"(<NODE NAME="PID" TYPE="STRING" VALUE="18446744073709551615" />)"
