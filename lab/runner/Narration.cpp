@@ -63,11 +63,18 @@ Narration Bus(const CLine& line) {
             Weight::Ordinary};
 }
 
+bool IsUuid(const std::string& text) {
+    return text.size() == 36 && text[8] == '-' && text[13] == '-' && text[18] == '-' &&
+           text[23] == '-';
+}
+
 Narration Symbols(const CLine& line) {
     std::string text = "       ";
     for (const auto& [key, value] : line.Fields()) {
-        // The symbols carry their number in front of their name.
-        if (key.find_first_of("0123456789") == 0) {
+        // The symbols carry their number in front of their name. Identifiers and times are for the
+        // transcript.
+        const bool symbol = key.find_first_of("0123456789") == 0;
+        if (symbol && !IsUuid(value) && key.find("time") == std::string::npos) {
             text += " " + key.substr(key.find('-') + 1) + "=" + value;
         }
     }

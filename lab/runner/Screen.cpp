@@ -13,7 +13,7 @@ namespace {
 constexpr std::size_t kTimeWidth = 12;
 constexpr std::size_t kActorWidth = 7;
 constexpr std::size_t kStepWidth = 76;
-constexpr std::size_t kEventWidth = 150;
+constexpr std::size_t kEventWidth = 104;
 
 std::string Padded(const std::string& text, std::size_t width) {
     return text.size() < width ? text + std::string(width - text.size(), ' ') : text;

@@ -46,6 +46,15 @@ TEST(Narration, SymbolsAreToldByNameOnly) {
               "        status=4");
 }
 
+TEST(Narration, SymbolsLeaveIdentifiersAndTimesToTheTranscript) {
+    EXPECT_EQ(Narrate(CLine("symbols")
+                          .With("2842-task-first", "11111111-1111-1111-1111-111111111111")
+                          .With("2838-time", "2026-11-21T03:07:50Z")
+                          .With("2850-severity", "40"))
+                  .text,
+              "        severity=40");
+}
+
 TEST(Narration, FailedLifeCycleCallIsAnError) {
     EXPECT_EQ(Narrate(CLine("life").With("call", "Start").With("result", "failed")).weight,
               Weight::Error);
