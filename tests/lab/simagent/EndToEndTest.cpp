@@ -87,7 +87,13 @@ template <typename Client>
 class EndToEndPortTest : public EndToEndTest {};
 
 using Clients = ::testing::Types<CLpcPortClient, CAlpcPortClient>;
-TYPED_TEST_SUITE(EndToEndPortTest, Clients);
+struct ClientNames {
+    template <typename Client>
+    static std::string GetName(int) {
+        return std::is_same<Client, CLpcPortClient>::value ? "Lpc" : "Alpc";
+    }
+};
+TYPED_TEST_SUITE(EndToEndPortTest, Clients, ClientNames);
 
 TYPED_TEST(EndToEndPortTest, PingIsAnsweredWithNothing) {
     this->Run();
