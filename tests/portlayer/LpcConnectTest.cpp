@@ -19,6 +19,26 @@ class LpcConnectTest : public CLpcTest {
                   kStatusSuccess);
     }
     static void Ignore(CLpcCall&) {}
+    /// Serves in silence; `asked` is set when a request has come.
+    void ServeSilence(std::promise<void>& asked) {
+        Serve([&](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                asked.set_value();
+            }
+        });
+    }
+    std::future<NtStatus> AskInBackground(Handle port) {
+        return std::async(std::launch::async, [this, port] {
+            Bytes reply;
+            return Exchange(port, LpcMessage({}), reply);
+        });
+    }
+    std::future<NtStatus> ConnectInBackground() {
+        return std::async(std::launch::async, [this] {
+            Handle port = nullptr;
+            return TryConnect(port);
+        });
+    }
 };
 INSTANTIATE_TEST_SUITE_P(Backends, LpcConnectTest, Backends(), BackendName);
 
@@ -146,10 +166,7 @@ TEST_P(LpcConnectTest, ClientWaitsForTheCompletion) {
 
 TEST_P(LpcConnectTest, RefusedClientIsTold) {
     const Handle server = CreatePort();
-    auto connecting = std::async(std::launch::async, [this] {
-        Handle port = nullptr;
-        return TryConnect(port);
-    });
+    auto connecting = ConnectInBackground();
     Bytes message;
     Receive(server, message);
     Handle accepted = server;
@@ -164,10 +181,7 @@ TEST_P(LpcConnectTest, RefusedClientIsTold) {
 
 TEST_P(LpcConnectTest, ServerThatClosesItsPortRefusesWaitingClients) {
     const Handle server = CreatePort();
-    auto connecting = std::async(std::launch::async, [this] {
-        Handle port = nullptr;
-        return TryConnect(port);
-    });
+    auto connecting = ConnectInBackground();
     Bytes message;
     Receive(server, message);
     Ports().CloseHandle(server);
@@ -229,16 +243,9 @@ TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
 
 TEST_P(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
     std::promise<void> asked;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            asked.set_value();
-        }
-    });
+    ServeSilence(asked);
     const Handle port = Connect();
-    auto asking = std::async(std::launch::async, [&] {
-        Bytes reply;
-        return Exchange(port, LpcMessage({}), reply);
-    });
+    auto asking = AskInBackground(port);
     asked.get_future().get();
     StopServer();
     EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
@@ -273,16 +280,9 @@ TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
 
 TEST_P(LpcConnectTest, ClosingTheClientsHandleEndsItsWait) {
     std::promise<void> asked;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            asked.set_value();
-        }
-    });
+    ServeSilence(asked);
     const Handle port = Connect();
-    auto asking = std::async(std::launch::async, [&] {
-        Bytes reply;
-        return Exchange(port, LpcMessage({}), reply);
-    });
+    auto asking = AskInBackground(port);
     asked.get_future().get();
     Ports().CloseHandle(port);
     EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
