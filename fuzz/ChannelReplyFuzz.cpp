@@ -44,7 +44,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Kelcomm::CKelcommChannel channel(std::make_unique<CFakeKelcommClient>(script),
                                      std::make_unique<CFakeKelcommClient>(script));
     Kelcomm::KelcommChannelBuffer request;
-    request.AppendU32(12);
+    request.Append("request", 7);
     Kelcomm::KelcommChannelBuffer reply;
     try {
         channel.SendRequest(request, reply);

@@ -1,12 +1,11 @@
-// A growing run of bytes with a read position: what requests are built in and replies are read
-// from.
+// A growing run of bytes with a read position: what the channel sends a request from and receives
+// its reply in.
 //
 // Threads: a buffer belongs to one thread at a time.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -17,8 +16,6 @@ class KelcommChannelBuffer {
     KelcommChannelBuffer();
 
     void Append(const void* bytes, std::size_t length);
-    /// Appends the four bytes of `value`, little-endian.
-    void AppendU32(std::uint32_t value);
     /// New bytes are zero. The read position stays, even behind the new end: nothing remains then.
     void Resize(std::size_t length);
     /// Copies the next `length` bytes and moves the read position past them. Throws
@@ -27,8 +24,6 @@ class KelcommChannelBuffer {
     void Read(void* destination, std::size_t length);
     /// Reads four bytes as a little-endian number; throws like Read.
     std::uint32_t ReadU32();
-    /// Reads `length` bytes as text; throws like Read.
-    std::string ReadText(std::size_t length);
 
     /// A position behind the end is kept; nothing remains to be read then.
     void SetReadPosition(std::uint32_t position) { readPosition_ = position; }
@@ -45,8 +40,6 @@ class KelcommChannelBuffer {
     std::vector<unsigned char> TakeBytes();
 
   private:
-    void Require(std::size_t length) const;
-
     std::vector<unsigned char> bytes_;
     std::uint32_t readPosition_ = 0;
 };

@@ -1,6 +1,6 @@
 #include "kelcomm/messages/CommandHeader.h"
 
-#include "kelcomm/KelcommChannelBuffer.h"
+#include "base/LittleEndian.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
@@ -11,13 +11,16 @@ constexpr std::uint32_t kMarker = 0x01000600;  // the protocol's; the product ch
 
 }  // namespace
 
-std::vector<unsigned char> MakeRequest(Command command, const std::string& body) {
-    KelcommChannelBuffer request;
-    request.AppendU32(kHeaderSize);
-    request.AppendU32(kMarker);
-    request.AppendU32(static_cast<std::uint32_t>(command));
-    request.Append(body.data(), body.size());
-    return request.TakeBytes();
+std::vector<unsigned char> MakeRequest(Command command, std::string_view body) {
+    unsigned char header[kHeaderSize];
+    Base::StoreLittleEndian(header, kHeaderSize);
+    Base::StoreLittleEndian(header + 4, kMarker);
+    Base::StoreLittleEndian(header + 8, static_cast<std::uint32_t>(command));
+    std::vector<unsigned char> request;
+    request.reserve(kHeaderSize + body.size());
+    request.insert(request.end(), header, header + kHeaderSize);
+    request.insert(request.end(), body.begin(), body.end());
+    return request;
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

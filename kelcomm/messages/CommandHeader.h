@@ -5,7 +5,7 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
@@ -23,6 +23,6 @@ enum class Command : std::uint32_t {
 };
 
 /// The bytes of a request: the header with `command`, then `body` without a terminator.
-std::vector<unsigned char> MakeRequest(Command command, const std::string& body = {});
+std::vector<unsigned char> MakeRequest(Command command, std::string_view body = {});
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

@@ -6,7 +6,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
 void CGetEncryptionRecoveryDataResponse::Deserialize(const std::vector<unsigned char>& reply) {
-    const auto tree = ParseXml(CReplyReader(reply).ReadPayload());
+    const auto tree = ParseXml(std::string(CReplyReader(reply).ReadPayload()));
     for (const auto& [name, element] : tree.get_child("TULK.MESSAGE.RESPONSE")) {
         if (name == "RECOVERY_PASSWORD") {
             recoveryData_.passwords.push_back({ReadAttribute(element, "UID"),

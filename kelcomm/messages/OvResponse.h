@@ -4,7 +4,7 @@
 // the worst case a message of defaults, which reads as served with no records.
 #pragma once
 
-#include <string>
+#include <string_view>
 #include <vector>
 
 #include <boost/make_shared.hpp>
@@ -24,7 +24,7 @@ class COvResponse : public CChannelResponse {
         if (reader.GetPayloadLength() == 0) {
             return;
         }
-        const std::string payload = reader.ReadPayload();
+        const std::string_view payload = reader.ReadPayload();
         response_ = boost::make_shared<Protobuf>();
         response_->ParseFromArray(payload.data(), static_cast<int>(payload.size()));
     }

@@ -1,37 +1,49 @@
 #include "kelcomm/messages/ReplyReader.h"
 
 #include <algorithm>
+#include <stdexcept>
+
+#include "base/LittleEndian.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
 namespace {
 
 constexpr std::uint32_t kHeaderSize = 12;
+constexpr std::size_t kValue = 8;  // behind the header's size and the status
 
 }  // namespace
 
-CReplyReader::CReplyReader(const std::vector<unsigned char>& reply) {
-    buffer_.Append(reply.data(), reply.size());
-    buffer_.ReadU32();  // the header's size
-    buffer_.ReadU32();  // the status
-    payloadLength_ = buffer_.ReadU32();
+CReplyReader::CReplyReader(const std::vector<unsigned char>& reply)
+    : reply_(reply),
+      payloadLength_(Base::LoadLittleEndian<std::uint32_t>(Take(kHeaderSize) + kValue)) {}
+
+std::string_view CReplyReader::ReadPayload() {
+    return {reinterpret_cast<const char*>(Take(payloadLength_)), payloadLength_};
 }
 
-std::string CReplyReader::ReadPayload() {
-    return buffer_.ReadText(payloadLength_);
+std::uint32_t CReplyReader::ReadU32() {
+    return Base::LoadLittleEndian<std::uint32_t>(Take(sizeof(std::uint32_t)));
 }
 
 std::uint16_t CReplyReader::ReadU16() {
-    unsigned char bytes[2];
-    buffer_.Read(bytes, sizeof bytes);
-    return static_cast<std::uint16_t>(bytes[0] | bytes[1] << 8);
+    return Base::LoadLittleEndian<std::uint16_t>(Take(sizeof(std::uint16_t)));
 }
 
 void CReplyReader::MoveTo(std::uint32_t offset) {
     // In 64 bits: an offset near 2^32 must not come round to the header.
     const std::uint64_t position = std::uint64_t{kHeaderSize} + offset;
-    buffer_.SetReadPosition(
-        static_cast<std::uint32_t>(std::min<std::uint64_t>(position, buffer_.GetSize())));
+    position_ = static_cast<std::size_t>(std::min<std::uint64_t>(position, reply_.size()));
+}
+
+const unsigned char* CReplyReader::Take(std::size_t length) {
+    if (!HasRemaining(length)) {
+        // The text of the buffer that replies come in: to a reader of the log it is one failure.
+        throw std::runtime_error("KelcommChannelBuffer: Buffer is not full enough");
+    }
+    const unsigned char* const taken = reply_.data() + position_;
+    position_ += length;
+    return taken;
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

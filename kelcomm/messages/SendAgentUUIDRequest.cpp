@@ -27,7 +27,7 @@ std::vector<unsigned char> CSendAgentUUIDRequest::Serialize() const {
     records.AppendRecord(kFirstTag, kFirstValue, sizeof kFirstValue);
     records.AppendRecord(kAgentUuidTag, text, static_cast<std::uint32_t>(std::strlen(text) + 1));
     return MakeRequest(Command::SendAgentUUID,
-                       std::string(records.GetData(), records.GetData() + records.GetSize()));
+                       {reinterpret_cast<const char*>(records.GetData()), records.GetSize()});
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

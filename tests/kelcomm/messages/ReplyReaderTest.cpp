@@ -9,46 +9,76 @@ using Test::kNotFullEnough;
 using Test::TextThrownBy;
 
 TEST(ReplyReaderTest, ElevenBytesAreNotFullEnough) {
-    EXPECT_EQ(TextThrownBy([] { CReplyReader(HexBytes("0C 00 00 00 00 00 00 00 00 00 00")); }),
-              kNotFullEnough);
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00");
+    EXPECT_EQ(TextThrownBy([&] { CReplyReader reader(reply); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, EmptyReplyIsNotFullEnough) {
-    EXPECT_EQ(TextThrownBy([] { CReplyReader({}); }), kNotFullEnough);
+    const std::vector<unsigned char> reply;
+    EXPECT_EQ(TextThrownBy([&] { CReplyReader reader(reply); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, PayloadLengthIsTheThirdWord) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  04 03 02 81"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  04 03 02 81");
+    CReplyReader reader(reply);
     EXPECT_EQ(reader.GetPayloadLength(), 0x81020304u);
 }
 
 TEST(ReplyReaderTest, SizeAndStatusAreSkippedUnseen) {
-    CReplyReader reader(HexBytes("FF FF FF FF  0E 00 00 00  01 00 00 00  61"));
+    const auto reply = HexBytes("FF FF FF FF  0E 00 00 00  01 00 00 00  61");
+    CReplyReader reader(reply);
     EXPECT_EQ(reader.ReadPayload(), "a");
 }
 
+TEST(ReplyReaderTest, PayloadIsTheReplysOwnBytes) {
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  02 00 00 00  61 00");
+    const std::string_view payload = CReplyReader(reply).ReadPayload();
+    EXPECT_EQ(payload, std::string_view("a\0", 2));
+    EXPECT_EQ(static_cast<const void*>(payload.data()), &reply[12]);
+}
+
+TEST(ReplyReaderTest, NumbersAreReadLittleEndianOneAfterTheOther) {
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  01 00 00 00  04 03 02 81  06 85  FF");
+    CReplyReader reader(reply);
+    EXPECT_EQ(reader.ReadU32(), 0x81020304u);
+    EXPECT_EQ(reader.ReadU16(), 0x8506);
+    EXPECT_EQ(TextThrownBy([&] { reader.ReadU16(); }), kNotFullEnough);
+    EXPECT_TRUE(reader.HasRemaining(1));
+}
+
+TEST(ReplyReaderTest, NumberPastTheEndIsNotFullEnough) {
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  03 00 00 00  61 62 63");
+    CReplyReader reader(reply);
+    EXPECT_EQ(TextThrownBy([&] { reader.ReadU32(); }), kNotFullEnough);
+}
+
 TEST(ReplyReaderTest, BytesBehindThePayloadAreIgnored) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  02 00 00 00  61 62 63"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  02 00 00 00  61 62 63");
+    CReplyReader reader(reply);
     EXPECT_EQ(reader.ReadPayload(), "ab");
 }
 
 TEST(ReplyReaderTest, PayloadLongerThanTheReplyIsNotFullEnough) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  03 00 00 00  61 62"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  03 00 00 00  61 62");
+    CReplyReader reader(reply);
     EXPECT_EQ(TextThrownBy([&] { reader.ReadPayload(); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, LargestPayloadLengthIsNotFullEnough) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  FF FF FF FF  61 62"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  FF FF FF FF  61 62");
+    CReplyReader reader(reply);
     EXPECT_EQ(TextThrownBy([&] { reader.ReadPayload(); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, EmptyPayloadIsAnEmptyText) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  00 00 00 00"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00 00");
+    CReplyReader reader(reply);
     EXPECT_EQ(reader.ReadPayload(), "");
 }
 
 TEST(ReplyReaderTest, MovesCountFromThePayloadsStart) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  04 00 00 00  61 62 63 64"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  04 00 00 00  61 62 63 64");
+    CReplyReader reader(reply);
     reader.MoveTo(1);
     EXPECT_EQ(reader.ReadU16(), 0x6362);
     EXPECT_TRUE(reader.HasRemaining(1));
@@ -56,7 +86,8 @@ TEST(ReplyReaderTest, MovesCountFromThePayloadsStart) {
 }
 
 TEST(ReplyReaderTest, MovesBehindTheEndLeaveNothing) {
-    CReplyReader reader(HexBytes("0C 00 00 00  00 00 00 00  04 00 00 00  61 62 63 64"));
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  04 00 00 00  61 62 63 64");
+    CReplyReader reader(reply);
     for (const std::uint32_t offset : {4u, 5u, 0xFFFFFFF4u, 0xFFFFFFFFu}) {
         reader.MoveTo(offset);
         EXPECT_FALSE(reader.HasRemaining(1)) << offset;
