@@ -47,15 +47,26 @@ void CKelcommChannelAdapter::Start() {
 }
 
 void CKelcommChannelAdapter::Send(const std::vector<unsigned char>& request) {
-    KelcommChannelBuffer requestBuffer;
-    requestBuffer.Append(request.data(), request.size());
-    KelcommChannelBuffer replyBuffer;
-    SendRequest(requestBuffer, replyBuffer);
-    const std::vector<unsigned char> reply = replyBuffer.TakeBytes();
+    const std::vector<unsigned char> reply = Exchange(request);
     // A copy: the receiver may install another one while it runs.
     if (const boost::shared_ptr<IBufferReceiver> receiver = receiver_) {
         receiver->OnBufferReceived(reply);
     }
+}
+
+std::vector<unsigned char> CKelcommChannelAdapter::Exchange(
+    const std::vector<unsigned char>& request) {
+    KelcommChannelBuffer requestBuffer;
+    requestBuffer.Append(request.data(), request.size());
+    KelcommChannelBuffer replyBuffer;
+    SendRequest(requestBuffer, replyBuffer);
+    // Neither buffer's spare room lives on in the reply: a receiver may send, and its receiver,
+    // too, and every reply is held until the whole chain has ended.
+    std::vector<unsigned char> reply = replyBuffer.TakeBytes();
+    if (reply.size() <= reply.capacity() / 2) {
+        reply.shrink_to_fit();
+    }
+    return reply;
 }
 
 void CKelcommChannelAdapter::SetBufferReceiver(const boost::shared_ptr<IBufferReceiver>& receiver) {

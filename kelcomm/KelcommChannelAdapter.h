@@ -36,6 +36,9 @@ class CKelcommChannelAdapter : public IChannel, public CKelcommChannel {
     void Stop() override;
 
   private:
+    /// The whole reply to `request`.
+    std::vector<unsigned char> Exchange(const std::vector<unsigned char>& request);
+
     const boost::shared_ptr<Base::IClock> clock_;
     boost::shared_ptr<IBufferReceiver> receiver_;
 };

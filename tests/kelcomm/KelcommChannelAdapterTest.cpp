@@ -39,6 +39,18 @@ class CRecordingReceiver : public IBufferReceiver {
     const std::function<void()> whileReceiving_;
 };
 
+/// Looks at the reply's vector itself.
+class CRoomReceiver : public IBufferReceiver {
+  public:
+    void OnBufferReceived(const std::vector<unsigned char>& reply) override {
+        size = reply.size();
+        capacity = reply.capacity();
+    }
+
+    std::size_t size = 0;
+    std::size_t capacity = 0;
+};
+
 class KelcommChannelAdapterTest : public Test::ChannelFixture {
   protected:
     KelcommChannelAdapterTest() {
@@ -180,6 +192,33 @@ TEST_F(KelcommChannelAdapterTest, ReceiverSeesTheWholeReplyHeaderFirst) {
     EXPECT_EQ(receiver->replies[0], HexBytes("0C 00 00 00  00 00 00 00  02 00 00 00  61 62"));
 }
 
+TEST_F(KelcommChannelAdapterTest, ReplyThatOutgrewTheFirstBufferArrivesWhole) {
+    std::vector<unsigned char> reply = HexBytes("0C 00 00 00  00 00 00 00  F5 FF 00 00");
+    reply.resize(65536, 0x61);
+    reply.push_back(0x7A);
+    alpc_->standingRequest.reply = reply;
+    const auto receiver = Receive();
+    channel_->Send(TextBytes("question"));
+    ASSERT_EQ(receiver->replies.size(), 1u);
+    EXPECT_TRUE(receiver->replies[0] == reply);
+}
+
+TEST_F(KelcommChannelAdapterTest, SmallReplyKeepsNoSpareRoom) {
+    const auto receiver = boost::make_shared<CRoomReceiver>();
+    channel_->SetBufferReceiver(receiver);
+    channel_->Send(TextBytes("question"));
+    EXPECT_EQ(receiver->size, 12u);
+    EXPECT_EQ(receiver->capacity, 12u);
+}
+
+TEST_F(KelcommChannelAdapterTest, EmptyReceiverDropsLaterReplies) {
+    const auto receiver = Receive();
+    channel_->SetBufferReceiver({});
+    EXPECT_NO_THROW(channel_->Send(TextBytes("question")));
+    EXPECT_TRUE(receiver->replies.empty());
+    EXPECT_EQ(receiver.use_count(), 1);
+}
+
 TEST_F(KelcommChannelAdapterTest, SendWithoutAReceiverDropsTheReply) {
     EXPECT_NO_THROW(channel_->Send(TextBytes("question")));
     EXPECT_EQ(alpc_->seenRequests.size(), 1u);
@@ -194,6 +233,16 @@ TEST_F(KelcommChannelAdapterTest, FailurePassesUnchangedAndSkipsTheReceiver) {
     } catch (const CKelcommErrorReplyException& error) {
         EXPECT_EQ(error.GetStatus(), 14u);
     }
+    EXPECT_TRUE(receiver->replies.empty());
+}
+
+TEST_F(KelcommChannelAdapterTest, TransportFailurePassesUnchangedAndSkipsTheReceiver) {
+    alpc_->standingRequest.code = 4;
+    lpc_->standingRequest.code = 1;
+    const auto receiver = Receive();
+    EXPECT_EQ(TextThrownBy([this] { channel_->Send(TextBytes("question")); }),
+              "CKelcommChannel: Send request failed with kelcomm error 1, Non-legacy "
+              "CKelcommChannel: Send request failed with kelcomm error 4");
     EXPECT_TRUE(receiver->replies.empty());
 }
 
@@ -261,11 +310,16 @@ TEST_F(KelcommChannelAdapterTest, StopLeavesTheChannelUsable) {
     EXPECT_TRUE(journal_.empty());
 }
 
-TEST_F(KelcommChannelAdapterTest, DestructionReleasesTheReceiver) {
-    const auto receiver = Receive();
+TEST_F(KelcommChannelAdapterTest, DestructionReleasesTheReceiverThenTheClients) {
+    channel_->SetBufferReceiver(boost::shared_ptr<CRecordingReceiver>(
+        new CRecordingReceiver, [this](CRecordingReceiver* receiver) {
+            delete receiver;
+            journal_.emplace_back("receiver released");
+        }));
     channel_.reset();
-    EXPECT_EQ(receiver.use_count(), 1);
-    EXPECT_EQ(journal_.size(), 4u);
+    EXPECT_EQ(journal_,
+              (std::vector<std::string>{"receiver released", "alpc closed", "alpc destroyed",
+                                        "lpc closed", "lpc destroyed"}));
 }
 
 TEST_F(KelcommChannelAdapterTest, DestructionThroughTheInterfaceClosesTheClients) {
