@@ -13,6 +13,7 @@ class CErrorReplyChannelException : public std::runtime_error {
   public:
     CErrorReplyChannelException(const std::string& text, std::uint32_t status);
     CErrorReplyChannelException(const CErrorReplyChannelException&) = default;
+    CErrorReplyChannelException& operator=(const CErrorReplyChannelException&) = default;
     ~CErrorReplyChannelException() override;
 
     /// The status of the product's reply.

@@ -183,6 +183,17 @@ TEST_F(KelcommChannelTest, RequestTravelsUnchangedUnderCommand3) {
     EXPECT_EQ(request.timeout, 0);
 }
 
+TEST_F(KelcommChannelTest, RequestIsSentFromItsBufferEachTime) {
+    KelcommChannelBuffer request;
+    request.Append("question", 8);
+    alpc_->requests = {{6, {}}, {0, KelcommReply(5, 0)}};
+    channel_->SendRequest(request, reply_);
+    ASSERT_EQ(alpc_->seenRequests.size(), 3u);
+    for (const auto& seen : alpc_->seenRequests) {
+        EXPECT_EQ(seen.source, request.GetData());
+    }
+}
+
 TEST_F(KelcommChannelTest, Status0ReturnsTheHeadersValue) {
     alpc_->standingRequest.reply = HexBytes("0C 00 00 00  00 00 00 00  44 33 22 81  61 62");
     EXPECT_EQ(Send(), 0x81223344u);

@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <string>
 #include <type_traits>
 
 #include "connector/channel/ErrorReplyChannelException.h"
@@ -7,23 +8,37 @@
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
 
-TEST(KelcommErrorReplyExceptionTest, CopyKeepsMessageAndStatus) {
-    const CKelcommErrorReplyException original("refused", 0xFFFFFFFE);
-    const CKelcommErrorReplyException copy(original);
+template <typename Exception>
+class ErrorReplyTest : public testing::Test {};
+
+struct ErrorReplyNames {
+    template <typename Exception>
+    static std::string GetName(int index) {
+        return index == 0 ? "Kelcomm" : "Connector";
+    }
+};
+
+using ErrorReplies = testing::Types<CKelcommErrorReplyException, CErrorReplyChannelException>;
+TYPED_TEST_SUITE(ErrorReplyTest, ErrorReplies, ErrorReplyNames);
+
+TYPED_TEST(ErrorReplyTest, CopyKeepsMessageAndStatus) {
+    const TypeParam original("refused", 0xFFFFFFFE);
+    const TypeParam copy(original);
     EXPECT_STREQ(copy.what(), "refused");
     EXPECT_EQ(copy.GetStatus(), 0xFFFFFFFEu);
 }
 
-TEST(KelcommErrorReplyExceptionTest, ConnectorExceptionCopyKeepsMessageAndStatus) {
-    const CErrorReplyChannelException original("refused", 7);
-    const CErrorReplyChannelException copy(original);
+TYPED_TEST(ErrorReplyTest, AssignmentTakesMessageAndStatus) {
+    const TypeParam original("refused", 7);
+    TypeParam copy("other", 1);
+    copy = original;
     EXPECT_STREQ(copy.what(), "refused");
     EXPECT_EQ(copy.GetStatus(), 7u);
 }
 
-TEST(KelcommErrorReplyExceptionTest, BothAreRuntimeErrors) {
-    EXPECT_TRUE((std::is_base_of_v<std::runtime_error, CKelcommErrorReplyException>));
-    EXPECT_TRUE((std::is_base_of_v<std::runtime_error, CErrorReplyChannelException>));
+TYPED_TEST(ErrorReplyTest, IsCaughtAsTheStandardsExceptions) {
+    EXPECT_THROW(throw TypeParam("refused", 1), std::runtime_error);
+    EXPECT_THROW(throw TypeParam("refused", 1), std::exception);
 }
 
 TEST(KelcommErrorReplyExceptionTest, NeitherIsCaughtAsTheOther) {

@@ -95,7 +95,8 @@ std::uint32_t CFakeKelcommClient::Request(std::uint32_t flags, std::uint32_t com
                     reply != nullptr,
                     replyCapacity,
                     replyLength != nullptr,
-                    timeout});
+                    timeout,
+                    request});
     const CKelcommScript::Answer answer =
         isPing ? NextAnswer(script_->pings, script_->standingPing)
                : NextAnswer(script_->requests, script_->standingRequest);

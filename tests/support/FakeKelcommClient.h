@@ -40,6 +40,7 @@ struct CKelcommScript {
         std::uint32_t replyCapacity;
         bool hasReplyLength;
         std::int64_t timeout;
+        const void* source;  // where the bytes stood; not to be read
     };
 
     // How the product answers. The queues go first, then the standing answers hold.

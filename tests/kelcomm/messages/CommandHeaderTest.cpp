@@ -23,6 +23,10 @@ TEST(CommandHeaderTest, BodyMayHoldZeros) {
               HexBytes("0C 00 00 00 00 06 00 01 02 00 00 00 00 61 00"));
 }
 
+TEST(CommandHeaderTest, RequestTakesNoMoreRoomThanItNeeds) {
+    EXPECT_EQ(MakeRequest(Command::Xml, "abc").capacity(), 15u);
+}
+
 TEST(CommandHeaderTest, CommandsHaveTheProductsNumbers) {
     EXPECT_EQ(static_cast<std::uint32_t>(Command::Xml), 2u);
     EXPECT_EQ(static_cast<std::uint32_t>(Command::GetStatus), 33u);

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <typeinfo>
 
 #include <boost/make_shared.hpp>
@@ -23,9 +24,13 @@ namespace {
 using Kyr::Common::Message::Connectors::FDEConnector::Task::CEnableFDEMaintenanceMode;
 using Test::CPlainTask;
 using Test::HexBytes;
+using Test::Identify;
 using Test::TextReply;
 using Test::TextThrownBy;
 using Test::VirtualSlot;
+using Test::XmlBytes;
+using testing::ElementsAre;
+using testing::HasSubstr;
 using Factory = IChannelMessageFactory;
 using Message = Factory::Message;
 
@@ -95,13 +100,26 @@ class KelcommMessageFactoryTest : public testing::Test {
                 &typeid(CGetOvRemediationResponse)};
     }
 
+    /// The indices of those `messages` that are an Interface.
     template <typename Interface>
-    static int CountCasts(const std::vector<Message>& messages) {
-        int count = 0;
-        for (const auto& message : messages) {
-            count += dynamic_cast<const Interface*>(message.get()) != nullptr ? 1 : 0;
+    static std::vector<int> Casting(const std::vector<Message>& messages) {
+        std::vector<int> indices;
+        for (std::size_t i = 0; i < messages.size(); ++i) {
+            if (dynamic_cast<const Interface*>(messages[i].get()) != nullptr) {
+                indices.push_back(static_cast<int>(i));
+            }
         }
-        return count;
+        return indices;
+    }
+
+    /// The requests that hold nothing but a task.
+    std::vector<Message> CreateTaskRequests(const Factory::Task& task) {
+        return {factory_.CreateBlockFDEPasswordRequest(task),
+                factory_.CreateInvalidateFDEPasswordRequest(task),
+                factory_.CreateWipeFDEPasswordRequest(task),
+                factory_.CreateGenerateNewFDERecoveryPasswordRequest(task),
+                factory_.CreateRestartFDERequest(task),
+                factory_.CreateDisableFDEMaintenanceModeRequest(task)};
     }
 
     const Factory::Task task_ = boost::make_shared<CPlainTask>("a", "b", "c");
@@ -167,15 +185,27 @@ TEST_F(KelcommMessageFactoryTest, TwoResponsesShareNoState) {
     EXPECT_EQ(other->GetConfiguration(), "");
 }
 
+TEST_F(KelcommMessageFactoryTest, TwoRequestsShareNoState) {
+    const auto first = factory_.CreateImportConfigurationRequest("a");
+    const auto second = factory_.CreateImportConfigurationRequest("b");
+    EXPECT_EQ(first->Serialize(), HexBytes("0C 00 00 00 00 06 00 01 6D 00 00 00 61"));
+    EXPECT_EQ(second->Serialize(), HexBytes("0C 00 00 00 00 06 00 01 6D 00 00 00 62"));
+}
+
 TEST_F(KelcommMessageFactoryTest, OnlyTheMatchingResponseCastsToAnInterface) {
     const auto messages = CreateAll();
-    EXPECT_EQ(CountCasts<Common::CExportConfigurationResponse>(messages), 1);
-    EXPECT_EQ(CountCasts<Common::CGetStatusResponse>(messages), 1);
-    EXPECT_EQ(CountCasts<Common::CGetTaskStatusResponse>(messages), 1);
-    EXPECT_EQ(CountCasts<Common::CGetEncryptionStorageStatusResponse>(messages), 1);
-    EXPECT_EQ(CountCasts<Common::CGetEncryptionRecoveryDataResponse>(messages), 1);
-    EXPECT_EQ(CountCasts<CChannelResponse>(messages), 8);
-    EXPECT_EQ(CountCasts<CChannelRequest>(messages), 18);
+    EXPECT_THAT(Casting<Common::CExportConfigurationResponse>(messages), ElementsAre(1));
+    EXPECT_THAT(Casting<Common::CGetStatusResponse>(messages), ElementsAre(4));
+    EXPECT_THAT(Casting<Common::CGetTaskStatusResponse>(messages), ElementsAre(6));
+    EXPECT_THAT(Casting<Common::CGetEncryptionRecoveryDataResponse>(messages), ElementsAre(14));
+    EXPECT_THAT(Casting<Common::CGetEncryptionStorageStatusResponse>(messages), ElementsAre(16));
+}
+
+TEST_F(KelcommMessageFactoryTest, EachMessageIsEitherARequestOrAResponse) {
+    const auto messages = CreateAll();
+    EXPECT_THAT(Casting<CChannelResponse>(messages), ElementsAre(1, 4, 6, 14, 16, 21, 23, 25));
+    EXPECT_THAT(Casting<CChannelRequest>(messages),
+                ElementsAre(0, 2, 3, 5, 7, 8, 9, 10, 11, 12, 13, 15, 17, 18, 19, 20, 22, 24));
 }
 
 TEST_F(KelcommMessageFactoryTest, RequestsRefuseToDeserialize) {
@@ -197,9 +227,52 @@ TEST_F(KelcommMessageFactoryTest, ResponsesRefuseToSerialize) {
 
 TEST_F(KelcommMessageFactoryTest, TextsAreCopied) {
     std::string text = "abc";
-    const auto request = factory_.CreateImportConfigurationRequest(text);
+    const auto import = factory_.CreateImportConfigurationRequest(text);
+    const auto uuid = factory_.CreateSendAgentUUIDRequest(text);
     text = "changed";
-    EXPECT_EQ(request->Serialize(), HexBytes("0C 00 00 00 00 06 00 01 6D 00 00 00 61 62 63"));
+    EXPECT_EQ(import->Serialize(), HexBytes("0C 00 00 00 00 06 00 01 6D 00 00 00 61 62 63"));
+    EXPECT_EQ(uuid->Serialize(), HexBytes("0C 00 00 00 00 06 00 01 9A 00 00 00"
+                                          "04 01 00 00 04 00 00 00 03 00 00 00"
+                                          "02 00 10 00 04 00 00 00 61 62 63 00"));
+}
+
+TEST_F(KelcommMessageFactoryTest, ConfirmationIsCopied) {
+    CEncryptionRecoveryConfirmation confirmation{{"p"}, {"d"}};
+    const auto request = factory_.CreateConfirmEncryptionRecoveryDataRequest(confirmation);
+    confirmation = {};
+    EXPECT_EQ(request->Serialize(),
+              XmlBytes(R"(<?xml version="1.0" encoding="utf-8"?><TULK><MESSAGE VERSION="1">)"
+                       R"(<REQUEST FUNCTION="CONFIRM_ENCRYPTION_RECOVERY_DATA">)"
+                       R"(<RECOVERY_PASSWORD UID="p" /><RECOVERY_DATA UID="d" />)"
+                       R"(</REQUEST></MESSAGE></TULK>)"));
+}
+
+TEST_F(KelcommMessageFactoryTest, RequestsShareTheTaskAndQuoteIt) {
+    auto task = boost::make_shared<CPlainTask>("first", "second", "third");
+    const auto requests = CreateTaskRequests(task);
+    EXPECT_EQ(task.use_count(), 7);
+    task.reset();
+    for (const auto& request : requests) {
+        const auto bytes = request->Serialize();
+        EXPECT_THAT(std::string(bytes.begin(), bytes.end()),
+                    HasSubstr(R"(NAME="USERDATA" TYPE="STRING" VALUE="first;second;third" />)"));
+    }
+}
+
+TEST_F(KelcommMessageFactoryTest, MaintenanceRequestSharesTheTaskAndQuotesIt) {
+    auto task = boost::make_shared<CEnableFDEMaintenanceMode>(
+        static_cast<Kyr::Common::Kernel::MessageType>(900));
+    Identify(*task, "first", "second", "third");
+    CEnableFDEMaintenanceMode::Configuration configuration;
+    configuration.set_boots(2);
+    task->SetConfiguration(configuration);
+    const auto request = factory_.CreateEnableFDEMaintenanceModeRequest(task);
+    EXPECT_EQ(task.use_count(), 2);
+    task.reset();
+    const auto bytes = request->Serialize();
+    EXPECT_THAT(
+        std::string(bytes.begin(), bytes.end()),
+        HasSubstr(R"(VALUE="first;second;third" /><NODE NAME="BOOTS" TYPE="STRING" VALUE="2" />)"));
 }
 
 TEST_F(KelcommMessageFactoryTest, OffsetsReachTheirRequestsBitForBit) {
