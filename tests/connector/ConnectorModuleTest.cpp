@@ -1,4 +1,6 @@
 // Initialisation, the services for tasks, and the inactive module.
+#include <algorithm>
+#include <functional>
 #include <stdexcept>
 
 #include <boost/thread/thread.hpp>
@@ -243,6 +245,17 @@ TEST(ConnectorModuleSlotsTest, ServicesStandWhereTasksCallThem) {
     EXPECT_EQ(RawVirtualSlot(&Kyr::Common::Module::IMessagePublisher::Publish), 0);
     EXPECT_EQ(RawVirtualSlot(&IInstanceUUIDProvider::GetInstanceUUID), 0);
     EXPECT_EQ(VirtualSlot(&ILogger::GetLog), 1);
+}
+
+TEST_F(InactiveModuleTest, ServicesStandInTheModuleInTheirOrder) {
+    CConnectorModule& connector = *module;
+    const std::vector<const void*> places = {
+        static_cast<const Kyr::Common::Module::CGenericModule*>(&connector),
+        static_cast<const Kyr::Common::Module::IMessagePublisher*>(&connector),
+        static_cast<const IInstanceUUIDProvider*>(&connector),
+        static_cast<const ILogger*>(&connector)};
+    EXPECT_EQ(places[0], &connector);
+    EXPECT_TRUE(std::is_sorted(places.begin(), places.end(), std::less<>()));
 }
 
 TEST(ConnectorModuleDefaultsTest, ProductCountsAsInstalledUnlessTheModuleKnowsBetter) {

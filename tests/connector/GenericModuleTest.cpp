@@ -103,6 +103,38 @@ TEST_F(GenericModuleTest, ReplyProcessorUsesTheHostsIdentifiers) {
     EXPECT_EQ(module.GetReplyProcessor()->Expect(), 1u);
 }
 
+/// Notes its end.
+template <typename Resource>
+class CDeparting : public Resource {
+  public:
+    CDeparting(std::vector<int>& departed, int number) : departed_(departed), number_(number) {}
+    ~CDeparting() override { departed_.push_back(number_); }
+
+  private:
+    std::vector<int>& departed_;
+    const int number_;
+};
+
+TEST(GenericModuleReleaseTest, ResourcesAreReleasedInReverseOrder) {
+    using namespace Kyr::Test;
+    std::vector<int> departed;
+    CFakeHost host;
+    host.Set(1, boost::make_shared<CDeparting<CFakeBus>>(departed, 1));
+    host.Set(2, boost::make_shared<CDeparting<CFakeInstallConfiguration>>(departed, 2));
+    host.Set(3, boost::make_shared<CDeparting<CLogCapture>>(departed, 3));
+    host.Set(4, boost::make_shared<CDeparting<CFakeIdGenerator>>(departed, 4));
+    host.Set(11, boost::make_shared<CDeparting<CFakeConfiguration>>(departed, 11));
+    {
+        CPlainModule module;
+        module.Initialize(host);
+        for (const int number : {1, 2, 3, 4, 11}) {
+            host.Set(number, nullptr);
+        }
+        EXPECT_THAT(departed, testing::IsEmpty());
+    }
+    EXPECT_THAT(departed, ElementsAre(11, 4, 3, 2, 1));
+}
+
 TEST_F(GenericModuleTest, ResourcesAreReleasedWithTheModule) {
     {
         CPlainModule other;

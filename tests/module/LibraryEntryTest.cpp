@@ -5,6 +5,7 @@
 
 #include "tests/module/ExportedNames.h"
 #include "tests/module/LoadedLibrary.h"
+#include "tests/support/FakeHost.h"
 
 namespace Kyr::Test {
 namespace {
@@ -56,6 +57,19 @@ TEST_F(BuildManifestTest, ManifestThatIsFilledTwiceOffersTheClassOnce) {
     EXPECT_EQ(manifest.size(), 1);
 }
 
+TEST_F(BuildManifestTest, ManifestsEndDeletesTheModulesThatWereHandedOver) {
+    CFakeHost host;
+    const long owners = host.log.use_count();
+    {
+        Poco::Manifest<IModule> manifest;
+        BuildManifest(manifest);
+        const auto* connectorClass = *manifest.begin();
+        connectorClass->autoDelete(connectorClass->create())->Initialize(host);
+        EXPECT_GT(host.log.use_count(), owners);
+    }
+    EXPECT_EQ(host.log.use_count(), owners);
+}
+
 class MetaObjectTest : public ::testing::Test {
   protected:
     const CLoadedLibrary::MetaObject& Class() { return library_.ConnectorClass(); }
@@ -105,6 +119,16 @@ TEST_F(MetaObjectTest, DestroyForgetsAModuleThatWasHandedOver) {
     auto* module = Class().autoDelete(Class().create());
     Class().destroy(module);
     EXPECT_FALSE(Class().isAutoDelete(module));
+}
+
+TEST_F(MetaObjectTest, DestroyDeletesAModuleThatWasHandedOver) {
+    CFakeHost host;
+    auto* module = Class().autoDelete(Class().create());
+    const long owners = host.log.use_count();
+    module->Initialize(host);
+    EXPECT_GT(host.log.use_count(), owners);
+    Class().destroy(module);
+    EXPECT_EQ(host.log.use_count(), owners);
 }
 
 TEST_F(MetaObjectTest, DestroyLeavesAModuleAloneThatWasNotHandedOver) {
