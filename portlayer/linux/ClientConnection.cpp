@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <cstring>
 #include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
-#include <sys/un.h>
 
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/RunDirectory.h"
@@ -16,7 +15,7 @@ namespace {
 
 using namespace NtApi;
 
-// How long a server may take to receive the bytes that it asked for. Our choice.
+// How long a server may take in all to receive the bytes that it asked for. Our choice.
 constexpr std::chrono::seconds kFetchPatience{5};
 
 }  // namespace
@@ -26,6 +25,7 @@ struct CClientConnection::CWaiter {
 
     CExchange& exchange;
     std::uint32_t number = 0;
+    bool sent = false;  // and so it waits, or is about to
     bool replied = false;
     bool leads = false;
     std::condition_variable wake;
@@ -105,6 +105,7 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     if (sent != ESend::Sent) {
         result = sent == ESend::TimedOut ? EExchange::TimedOut : EExchange::NotSent;
     } else {
+        waiter.sent = true;
         while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
             if (!hasLeader_ || waiter.leads) {
                 hasLeader_ = true;
@@ -125,7 +126,8 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
         link = &(*link)->next;
     }
     *link = waiter.next;
-    if (waiter.leads) {
+    // Not only the leader: one that was woken to lead may have come too late for its own reply.
+    if (waiter.leads || !hasLeader_) {
         PassLeadership();
     }
     return result;
@@ -158,6 +160,10 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter
         }
         if (result != EReceive::Packet || !Dispatch(packet_)) {
             Lose();
+        }
+        // A server that never stops sending must not keep us past our time.
+        if (deadline.HasPassed()) {
+            return;
         }
     }
 }
@@ -254,13 +260,13 @@ bool CClientConnection::ServeFetch(CIncomingPacket& packet, const CWaiter& waite
         return false;
     }
     const int stream = packet.descriptors[0].Get();
-    const timeval patience = {kFetchPatience.count(), 0};
-    ::setsockopt(stream, SOL_SOCKET, SO_SNDTIMEO, &patience, sizeof patience);
+    const CDeadline deadline = CDeadline::In(kFetchPatience);
     const std::uint8_t* bytes = entries->entries[packet.head.fetchEntry].base;
     std::size_t left = packet.head.fetchSize;
     while (left != 0) {
-        const ssize_t sent = ::send(stream, bytes, left, MSG_NOSIGNAL);
-        if (sent < 0 && errno == EINTR) {
+        const ssize_t sent = ::send(stream, bytes, left, MSG_NOSIGNAL | MSG_DONTWAIT);
+        const bool again = sent < 0 && (errno == EINTR || errno == EAGAIN);
+        if (again && WaitFor(stream, POLLOUT, deadline)) {
             continue;
         }
         if (sent <= 0) {
@@ -284,7 +290,8 @@ CClientConnection::CWaiter* CClientConnection::FindWaiter(std::uint32_t exchange
 void CClientConnection::PassLeadership() {
     hasLeader_ = false;
     for (CWaiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
-        if (!waiter->replied) {
+        // One that still sends looks for itself when it is done, which may be long from now.
+        if (waiter->sent && !waiter->replied) {
             waiter->wake.notify_one();
             return;
         }

@@ -5,6 +5,8 @@
 #include <poll.h>
 #include <sys/socket.h>
 
+#include "portlayer/linux/Peer.h"
+
 namespace Kyr::PortLayer::Detail {
 
 namespace {
@@ -16,19 +18,6 @@ union ControlBuffer {
     char bytes[CMSG_SPACE(sizeof(int) * kMaxDescriptors)];
     cmsghdr align;
 };
-
-bool WaitFor(int socket, short events, const CDeadline& deadline) {
-    pollfd item = {socket, events, 0};
-    for (;;) {
-        const int result = ::poll(&item, 1, deadline.PollMilliseconds());
-        if (result > 0) {
-            return true;
-        }
-        if (result == 0 ? deadline.HasPassed() : errno != EINTR) {
-            return false;
-        }
-    }
-}
 
 void TakeDescriptors(msghdr& header, CIncomingPacket& packet) {
     packet.descriptorCount = 0;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -80,6 +81,19 @@ NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket) {
         return errno == EADDRINUSE ? kStatusObjectNameCollision : kStatusAccessDenied;
     }
     return ::listen(socket.Get(), kBacklog) == 0 ? kStatusSuccess : kStatusAccessDenied;
+}
+
+bool WaitFor(int socket, short events, const CDeadline& deadline) {
+    pollfd item = {socket, events, 0};
+    for (;;) {
+        const int result = ::poll(&item, 1, deadline.PollMilliseconds());
+        if (result > 0) {
+            return true;
+        }
+        if (result == 0 ? deadline.HasPassed() : errno != EINTR) {
+            return false;
+        }
+    }
 }
 
 bool IsSameUser(int socket) {

@@ -17,6 +17,9 @@ NtApi::NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline
 /// A new socket bound to `path` that listens.
 NtApi::NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket);
 
+/// Waits for these events of poll. False when the deadline passed first.
+bool WaitFor(int socket, short events, const CDeadline& deadline);
+
 /// True when the peer runs as our effective user.
 bool IsSameUser(int socket);
 std::uint32_t PeerProcessId(int socket);
