@@ -3,6 +3,7 @@
 #include <optional>
 
 #include <boost/thread/thread.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include "kelcomm/KelcommChannelAdapter.h"
 #include "kelcomm/KelcommErrorReplyException.h"
@@ -286,6 +287,18 @@ TEST_F(KelcommChannelAdapterTest, ReceiverMayReplaceItselfAndSendWhileItRuns) {
     EXPECT_EQ(second->replies.size(), 1u);
     ASSERT_EQ(alpc_->seenRequests.size(), 2u);
     EXPECT_EQ(alpc_->seenRequests[1].bytes, TextBytes("nested"));
+}
+
+TEST_F(KelcommChannelAdapterTest, ReplacedReceiverLivesUntilItReturns) {
+    boost::weak_ptr<CRecordingReceiver> first;
+    bool alive = false;
+    first = Receive([&] {
+        channel_->SetBufferReceiver({});
+        alive = !first.expired();
+    });
+    channel_->Send(TextBytes("question"));
+    EXPECT_TRUE(alive);
+    EXPECT_TRUE(first.expired());
 }
 
 TEST_F(KelcommChannelAdapterTest, ThousandNestedSendsFitTheStack) {
