@@ -51,7 +51,6 @@ void CConnectorModule::ProcessingThread() {
     }
 }
 
-// What fails while a failure is reported must not leave the thread, either.
 void CConnectorModule::EndAfterFailure(const char* text) {
     try {
         {
@@ -62,6 +61,7 @@ void CConnectorModule::EndAfterFailure(const char* text) {
         GetLog(4) << text;
         GuardedDisconnect();
     } catch (...) {
+        // What fails while a failure is reported must not leave the thread, either.
     }
 }
 
