@@ -36,8 +36,8 @@ boost::shared_ptr<CTask> ReportableTask(
 
 boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const CTask& task, const TaskFailure& failure,
                                                   const TaskReporter& reporter) {
-    const auto event = boost::make_shared<CEventLog>(
-        Kyr::Common::Kernel::MessageType::TaskFailureEvent, reporter.clock);
+    auto event = boost::make_shared<CEventLog>(Kyr::Common::Kernel::MessageType::TaskFailureEvent,
+                                               reporter.clock);
     // The third identifier stands before the second in the row; the host knows it so.
     event->GetSymbols()
         ->AddInt32(kStatus, failure.status)
