@@ -66,7 +66,15 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         port->Drop(connection);
         return kStatusNoMemory;
     }
-    return dialect == EDialect::Alpc ? CompleteConnection(*connection) : kStatusSuccess;
+    if (dialect == EDialect::Lpc) {
+        return kStatusSuccess;
+    }
+    const NtStatus status = CompleteConnection(*connection);
+    if (status != kStatusSuccess) {
+        RemoveHandle(handle);
+        handle = nullptr;
+    }
+    return status;
 }
 
 NtStatus CompleteConnection(CServerConnection& connection) {

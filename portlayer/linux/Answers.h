@@ -29,21 +29,22 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, F
     if (!record) {
         return NtApi::kStatusReplyMessageMismatch;
     }
-    NtApi::NtStatus status = NtApi::kStatusSuccess;
-    {
-        const std::lock_guard<std::mutex> lock(record->mutex);
-        if (!IsOpenRequest(*record, port, ids)) {
-            return NtApi::kStatusReplyMessageMismatch;
-        }
-        COutgoingPacket packet(EPacket::Reply);
-        packet.head.exchange = record->exchange;
-        fill(packet);
-        AddWrites(packet, *record);
-        record->answered = true;
-        // Before the reply, which takes the client's slots back to it.
-        record->ReleaseEager();
-        status = record->connection->Send(packet);
+    std::unique_lock<std::mutex> lock(record->mutex);
+    if (!IsOpenRequest(*record, port, ids)) {
+        return NtApi::kStatusReplyMessageMismatch;
     }
+    COutgoingPacket packet(EPacket::Reply);
+    packet.head.exchange = record->exchange;
+    fill(packet);
+    AddWrites(packet, *record);
+    record->answered = true;
+    // Before the reply, which takes the client's slots back to it.
+    record->ReleaseEager();
+    const std::shared_ptr<CServerConnection> connection = record->connection;
+    // An answered record is this thread's alone. The client may keep the reply waiting, and others
+    // who look for their own messages must not wait for that.
+    lock.unlock();
+    const NtApi::NtStatus status = connection->Send(packet);
     EndPendingMessage(record);
     return status;
 }

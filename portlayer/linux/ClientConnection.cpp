@@ -82,6 +82,7 @@ NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std
     if (result != EReceive::Packet || packet_.head.kind != EPacket::Accepted) {
         return kStatusPortConnectionRefused;
     }
+    packet_.DropDescriptors();
     serverLimit = packet_.head.flags;
     answer.assign(packet_.message, packet_.message + packet_.head.messageLength);
     return kStatusSuccess;
@@ -161,6 +162,7 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter
         if (result != EReceive::Packet || !Dispatch(packet_)) {
             Lose();
         }
+        packet_.DropDescriptors();
         // A server that never stops sending must not keep us past our time.
         if (deadline.HasPassed()) {
             return;
@@ -176,9 +178,7 @@ bool CClientConnection::Dispatch(CIncomingPacket& packet) {
     }
     if (packet.head.kind == EPacket::Fetch) {
         // A fetch for a request that is not waiting any more: the server sees its stream end.
-        const bool served = waiter == nullptr || ServeFetch(packet, *waiter);
-        packet.descriptors[0].Reset();
-        return served;
+        return waiter == nullptr || ServeFetch(packet, *waiter);
     }
     return false;
 }

@@ -20,7 +20,7 @@ union ControlBuffer {
 };
 
 void TakeDescriptors(msghdr& header, CIncomingPacket& packet) {
-    packet.descriptorCount = 0;
+    packet.DropDescriptors();
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
          part = CMSG_NXTHDR(&header, part)) {
         if (part->cmsg_level != SOL_SOCKET || part->cmsg_type != SCM_RIGHTS) {
@@ -132,6 +132,13 @@ void COutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::si
     transfer.size = size;
 }
 
+void CIncomingPacket::DropDescriptors() {
+    for (std::size_t i = 0; i < descriptorCount; ++i) {
+        descriptors[i].Reset();
+    }
+    descriptorCount = 0;
+}
+
 CTransferRecord CIncomingPacket::Transfer(std::size_t index) const {
     CTransferRecord record;
     std::memcpy(&record, transferRecords + index * sizeof record, sizeof record);
@@ -186,10 +193,12 @@ EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buf
         }
         TakeDescriptors(header, packet);
         if (size == 0) {
+            packet.DropDescriptors();
             return EReceive::Closed;
         }
         if ((header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ||
             !ParsePacket(buffer, static_cast<std::size_t>(size), packet)) {
+            packet.DropDescriptors();
             return EReceive::Malformed;
         }
         return EReceive::Packet;

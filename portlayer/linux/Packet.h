@@ -115,6 +115,8 @@ struct CIncomingPacket {
     std::size_t descriptorCount = 0;
 
     CTransferRecord Transfer(std::size_t index) const;
+    /// Closes the descriptors that nobody took.
+    void DropDescriptors();
 };
 
 enum class EReceive { Packet, Nothing, Closed, Malformed };

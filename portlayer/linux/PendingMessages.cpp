@@ -53,6 +53,7 @@ void CPendingMessage::Clear() {
         }
     }
     if (open && !isConnectionRequest) {
+        connection->CountRequest(-1);
         CounterCell(ECounter::PendingRequests).fetch_sub(1, std::memory_order_relaxed);
     }
     open = false;
@@ -127,7 +128,8 @@ void EndPendingMessagesOf(const CServerConnection* connection) {
                 continue;
             }
             const std::lock_guard<std::mutex> recordLock(entry.record->mutex);
-            if (entry.record->connection.get() == connection) {
+            // One that is being answered is ended by the thread that answers, which still reads it.
+            if (entry.record->connection.get() == connection && !entry.record->answered) {
                 ended.push_back(entry.record);
             }
         }

@@ -40,7 +40,8 @@ struct CPendingMessage {
     std::mutex mutex;
     // Guarded by mutex.
     bool open = false;
-    bool answered = false;  // an answer is on its way
+    // An answer is on its way: only the thread that sends it may touch what follows.
+    bool answered = false;
     bool isConnectionRequest = false;
     std::shared_ptr<CServerConnection> connection;
     std::uint32_t exchange = 0;

@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <cstring>
 #include <errno.h>
+#include <poll.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 
 #include "portlayer/linux/Answers.h"
+#include "portlayer/linux/Peer.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -14,15 +15,15 @@ namespace {
 
 using namespace NtApi;
 
-// How long a client may pause while it hands its bytes over. Our choice.
+// How long a client may take in all to hand its bytes over. Our choice.
 constexpr std::chrono::seconds kFetchPatience{5};
 
 bool ReadStream(int stream, std::uint8_t* buffer, std::size_t size) {
-    const timeval patience = {kFetchPatience.count(), 0};
-    ::setsockopt(stream, SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
+    const CDeadline deadline = CDeadline::In(kFetchPatience);
     while (size != 0) {
-        const ssize_t got = ::recv(stream, buffer, size, 0);
-        if (got < 0 && errno == EINTR) {
+        const ssize_t got = ::recv(stream, buffer, size, MSG_DONTWAIT);
+        const bool again = got < 0 && (errno == EINTR || errno == EAGAIN);
+        if (again && WaitFor(stream, POLLIN, deadline)) {
             continue;
         }
         if (got <= 0) {
@@ -34,8 +35,8 @@ bool ReadStream(int stream, std::uint8_t* buffer, std::size_t size) {
     return true;
 }
 
-bool Fetch(const CPendingMessage& record, std::uint32_t entryIndex, std::uint8_t* buffer,
-           std::size_t size) {
+bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t entryIndex,
+           std::uint8_t* buffer, std::size_t size) {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
@@ -43,28 +44,15 @@ bool Fetch(const CPendingMessage& record, std::uint32_t entryIndex, std::uint8_t
     const CFileDescriptor mine(ends[0]);
     CFileDescriptor theirs(ends[1]);
     COutgoingPacket packet(EPacket::Fetch);
-    packet.head.exchange = record.exchange;
+    packet.head.exchange = exchange;
     packet.head.fetchEntry = entryIndex;
     packet.head.fetchSize = static_cast<std::uint32_t>(size);
     packet.stream = theirs.Get();
-    if (record.connection->Send(packet) != kStatusSuccess) {
+    if (connection.Send(packet) != kStatusSuccess) {
         return false;
     }
     theirs.Reset();
     return ReadStream(mine.Get(), buffer, size);
-}
-
-bool ReadEntry(const CPendingMessage& record, std::uint32_t entryIndex, std::uint8_t* buffer,
-               std::size_t size) {
-    for (const CEagerEntry& entry : record.eager) {
-        if (entry.entry == entryIndex) {
-            const std::uint8_t* const bytes =
-                entry.slot != kNoSlot ? entry.base : record.inlineBytes.data() + entry.offset;
-            std::memcpy(buffer, bytes, size);
-            return true;
-        }
-    }
-    return Fetch(record, entryIndex, buffer, size);
 }
 
 CPendingWrite* FindWrite(CPendingMessage& record, std::uint32_t entryIndex) {
@@ -74,6 +62,36 @@ CPendingWrite* FindWrite(CPendingMessage& record, std::uint32_t entryIndex) {
         }
     }
     return nullptr;
+}
+
+/// The entry's bytes when they came with the request, else null.
+const std::uint8_t* EagerBytes(const CPendingMessage& record, std::uint32_t entryIndex) {
+    for (const CEagerEntry& entry : record.eager) {
+        if (entry.entry == entryIndex) {
+            return entry.slot != kNoSlot ? entry.base : record.inlineBytes.data() + entry.offset;
+        }
+    }
+    return nullptr;
+}
+
+/// Copies the entry as the client sent it, unless it has been written over in this length. Lets go
+/// of the lock while it waits for the client. False: the client did not hand it over.
+bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
+               std::uint32_t entryIndex, std::uint8_t* buffer, std::size_t size) {
+    const CPendingWrite* const write = FindWrite(record, entryIndex);
+    if (write != nullptr && write->size >= size) {
+        return true;
+    }
+    if (const std::uint8_t* const bytes = EagerBytes(record, entryIndex)) {
+        std::memcpy(buffer, bytes, size);
+        return true;
+    }
+    const std::shared_ptr<CServerConnection> connection = record.connection;
+    const std::uint32_t exchange = record.exchange;
+    lock.unlock();
+    const bool fetched = Fetch(*connection, exchange, entryIndex, buffer, size);
+    lock.lock();
+    return fetched;
 }
 
 std::uint8_t* BytesOf(CPendingWrite& write) {
@@ -136,19 +154,19 @@ NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::u
     if (!record) {
         return kStatusReplyMessageMismatch;
     }
-    const std::lock_guard<std::mutex> lock(record->mutex);
+    std::unique_lock<std::mutex> lock(record->mutex);
     const NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
     if (status != kStatusSuccess || size == 0) {
         return status;
     }
     auto* const bytes = static_cast<std::uint8_t*>(buffer);
-    CPendingWrite* const write = FindWrite(*record, entryIndex);
-    const std::size_t written = write != nullptr ? std::min(write->size, size) : 0;
-    if (written < size && !ReadEntry(*record, entryIndex, bytes, size)) {
+    // The request may have been answered while the client was asked for the bytes.
+    if (!ReadEntry(*record, lock, entryIndex, bytes, size) || !IsOpenRequest(*record, port, ids)) {
         return kStatusReplyMessageMismatch;
     }
-    if (written != 0) {
-        std::memcpy(bytes, BytesOf(*write), written);
+    CPendingWrite* const write = FindWrite(*record, entryIndex);
+    if (write != nullptr && write->size != 0) {
+        std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
     }
     return kStatusSuccess;
 }

@@ -33,10 +33,15 @@ class CServerConnection {
     CAlpcMemory& Memory() { return memory_; }
 
     EState State() const { return state_.load(); }
-    void SetState(EState state) { state_.store(state); }
+    /// Closed from now on. Answers what it was before: one caller alone learns that.
+    EState Close() { return state_.exchange(EState::Closed); }
     bool ChangeState(EState from, EState to) { return state_.compare_exchange_strong(from, to); }
     void* Context() const { return context_.load(); }
     void SetContext(void* context) { context_.store(context); }
+
+    /// False when the client has let too many requests pile up.
+    bool MayAsk() const { return openRequests_.load() < kMaxOpenRequests; }
+    void CountRequest(int change) { openRequests_.fetch_add(change); }
 
     /// What the client gets when its connection is completed. One thread at a time: the one that
     /// answers the connection request.
@@ -47,6 +52,9 @@ class CServerConnection {
     NtApi::NtStatus Send(COutgoingPacket& packet);
 
   private:
+    // Our choice, far above what a client has threads: so that one cannot use up everybody's.
+    static constexpr int kMaxOpenRequests = 256;
+
     const CLiveCount live_{ECounter::Connections};
     const std::weak_ptr<CServerPort> port_;
     const std::uint64_t number_;
@@ -58,6 +66,7 @@ class CServerConnection {
     std::vector<std::uint8_t> answer_;
     std::atomic<EState> state_{EState::Anonymous};
     std::atomic<void*> context_{nullptr};
+    std::atomic<int> openRequests_{0};
 };
 
 }  // namespace Kyr::PortLayer::Detail

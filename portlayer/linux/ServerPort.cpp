@@ -1,7 +1,9 @@
 #include "portlayer/linux/ServerPort.h"
 
+#include <algorithm>
 #include <cstring>
 #include <errno.h>
+#include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
@@ -18,14 +20,33 @@ using namespace NtApi;
 constexpr std::uint64_t kListener = 0;
 constexpr std::uint64_t kWake = 1;
 constexpr std::uint64_t kFirstConnection = 2;
-// Connections of a port, accepted or not. Our choice; further clients are turned away.
-constexpr std::size_t kMaxConnections = 1024;
+// Connections of a port, accepted or not. Our choice, below the usual limit of a process's
+// descriptors (1024) and, with all their slots mapped, of its mappings (65530). Further clients are
+// turned away, unless one gives way that has not sent its connection request.
+constexpr std::size_t kMaxConnections = 256;
+// How often a receive whose time is up looks on when what it found was not for the server: a
+// receive that may not wait still gets past the connecting of clients, and none gets lost among
+// clients that flood. Our choice.
+constexpr int kLateLooks = 4;
+// How long a port out of descriptors rests before it tries to take a client again. Our choice.
+constexpr std::chrono::milliseconds kOutOfDescriptorsRest{10};
 
 bool Watch(int poll, int descriptor, std::uint64_t number) {
     epoll_event event = {};
     event.events = EPOLLIN;
     event.data.u64 = number;
     return ::epoll_ctl(poll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+/// Another thread may have dropped the connection, and ended its messages, before this one stood
+/// among them.
+bool IsStillOpen(const CServerConnection& connection,
+                 const std::shared_ptr<CPendingMessage>& record) {
+    const bool open = connection.State() != CServerConnection::EState::Closed;
+    if (!open) {
+        EndPendingMessage(record);
+    }
+    return open;
 }
 
 }  // namespace
@@ -84,7 +105,7 @@ void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
 }
 
 NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
-    for (;;) {
+    for (int late = 0; late < kLateLooks; late += deadline.HasPassed() ? 1 : 0) {
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             if (closed_) {
@@ -114,6 +135,7 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
             return kStatusSuccess;
         }
     }
+    return kStatusTimeout;
 }
 
 void CServerPort::PutBack(CReceiveScratch& scratch) {
@@ -128,10 +150,24 @@ void CServerPort::PutBack(CReceiveScratch& scratch) {
 
 void CServerPort::AcceptSocket() {
     CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (!socket.IsOpen() || !IsSameUser(socket.Get())) {
+    if (!socket.IsOpen()) {
+        // Without descriptors the client stays in front of the door, which would keep us running.
+        const bool exhausted =
+            errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+        if (exhausted && !DropOldestAnonymous()) {
+            WaitFor(wake_.Get(), POLLIN, CDeadline::In(kOutOfDescriptorsRest));
+        }
         return;
     }
-    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!IsSameUser(socket.Get())) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (connections_.size() >= kMaxConnections) {
+        lock.unlock();
+        DropOldestAnonymous();
+        lock.lock();
+    }
     if (closed_ || connections_.size() >= kMaxConnections) {
         return;
     }
@@ -142,6 +178,20 @@ void CServerPort::AcceptSocket() {
     if (!Watch(poll_.Get(), descriptor, number)) {
         connections_.erase(number);
     }
+}
+
+bool CServerPort::DropOldestAnonymous() {
+    std::shared_ptr<CServerConnection> oldest;
+    for (const auto& connection : Connections()) {
+        const bool older = !oldest || connection->Number() < oldest->Number();
+        if (connection->State() == CServerConnection::EState::Anonymous && older) {
+            oldest = connection;
+        }
+    }
+    if (oldest) {
+        Drop(oldest);
+    }
+    return oldest != nullptr;
 }
 
 std::shared_ptr<CServerConnection> CServerPort::FindConnection(std::uint64_t number) {
@@ -159,8 +209,8 @@ std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
     return all;
 }
 
-void CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
-    connection->SetState(CServerConnection::EState::Closed);
+CServerConnection::EState CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+    const CServerConnection::EState state = connection->Close();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (connections_.erase(connection->Number()) != 0) {
@@ -172,6 +222,7 @@ void CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
     }
     ::shutdown(connection->Socket(), SHUT_RDWR);
     EndPendingMessagesOf(connection.get());
+    return state;
 }
 
 NtStatus CServerPort::DeleteView(const void* base) {
@@ -224,16 +275,13 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
         default:
             break;
     }
-    for (std::size_t i = 0; i < scratch.packet.descriptorCount; ++i) {
-        scratch.packet.descriptors[i].Reset();
-    }
+    scratch.packet.DropDescriptors();
     return valid || TakeEnd(connection, scratch);
 }
 
 bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
                           CReceiveScratch& scratch) {
-    const CServerConnection::EState state = connection->State();
-    Drop(connection);
+    const CServerConnection::EState state = Drop(connection);
     if (state != CServerConnection::EState::Connected &&
         state != CServerConnection::EState::Accepted) {
         return false;
@@ -261,8 +309,11 @@ bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit)
 
 bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
                               CReceiveScratch& scratch) {
+    // Never more than the server's receive buffer holds.
     const std::size_t limit =
-        dialect_ == EDialect::Lpc ? HeaderSize(dialect_) + limits_.connectionInfo : limits_.message;
+        dialect_ == EDialect::Lpc
+            ? std::min(HeaderSize(dialect_) + limits_.connectionInfo, limits_.message)
+            : limits_.message;
     if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
         scratch.packet.descriptorCount != 0 || scratch.packet.head.transferCount != 0 ||
         scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
@@ -274,14 +325,16 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
     if (!record) {
         return false;
     }
-    const std::lock_guard<std::mutex> lock(record->mutex);
-    record->open = true;
-    record->isConnectionRequest = true;
-    record->connection = connection;
-    scratch.message.ids.messageId = record->ids.messageId;
-    record->ids = scratch.message.ids;
+    {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        record->open = true;
+        record->isConnectionRequest = true;
+        record->connection = connection;
+        scratch.message.ids.messageId = record->ids.messageId;
+        record->ids = scratch.message.ids;
+    }
     scratch.message.type = kLpcConnectionRequest;
-    return true;
+    return IsStillOpen(*connection, record);
 }
 
 bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connection,
@@ -296,7 +349,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
          ReadDataBlock(packet.message, message.length, block) != kStatusSuccess) ||
         (dialect_ == EDialect::Lpc ? packet.head.viewSlot != kNoSlot
                                    : packet.head.transferCount != 0) ||
-        (!isRequest && (block.count != 0 || packet.head.transferCount != 0))) {
+        (isRequest ? !connection->MayAsk() : block.count != 0 || packet.head.transferCount != 0)) {
         return false;
     }
     const auto record = NewPendingMessage();
@@ -315,6 +368,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
         valid = TakeView(*connection, packet, descriptor, message.view) &&
                 TakeEntries(packet, descriptor, *record);
         record->open = valid && isRequest;
+        connection->CountRequest(record->open ? 1 : 0);
         CounterCell(ECounter::PendingRequests)
             .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
     }
@@ -326,7 +380,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     const bool continuation =
         dialect_ == EDialect::Alpc && (isRequest || message.view.slot != kNoSlot);
     message.type |= continuation ? kLpcContinuationRequired : 0;
-    return valid;
+    return valid && IsStillOpen(*connection, record);
 }
 
 bool CServerPort::TakeView(CServerConnection& connection, CIncomingPacket& packet,

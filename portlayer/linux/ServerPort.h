@@ -63,8 +63,8 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     /// The message did not fit the caller's buffer: the next Receive yields it again.
     void PutBack(CReceiveScratch& scratch);
 
-    /// Ends the connection without a word to the server.
-    void Drop(const std::shared_ptr<CServerConnection>& connection);
+    /// Ends the connection without a word to the server. Answers its state until now.
+    CServerConnection::EState Drop(const std::shared_ptr<CServerConnection>& connection);
     /// Deletes a received view of any connection.
     NtApi::NtStatus DeleteView(const void* base);
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
@@ -73,6 +73,8 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     CServerPort(EDialect dialect, const CPortLimits& limits) : dialect_(dialect), limits_(limits) {}
 
     void AcceptSocket();
+    /// Makes room for a new client. False when every client has sent its connection request.
+    bool DropOldestAnonymous();
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
     std::vector<std::shared_ptr<CServerConnection>> Connections();
     /// False: nothing for the server in it.

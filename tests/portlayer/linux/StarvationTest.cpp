@@ -2,7 +2,10 @@
 // speak to the sockets themselves.
 #include <atomic>
 #include <future>
+#include <poll.h>
+#include <sys/resource.h>
 
+#include "tests/portlayer/LpcTest.h"
 #include "tests/portlayer/linux/RawPeer.h"
 
 namespace Kyr::Test {
@@ -108,6 +111,236 @@ TEST_P(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     Ports().CloseHandle(port);
     EXPECT_EQ(asked.get(), kStatusTimeout);
     server.join();
+}
+
+/// No descriptor can be opened while it lives.
+class CNoDescriptors {
+  public:
+    CNoDescriptors() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        const rlimit none = {1, before_.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~CNoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+
+  private:
+    rlimit before_ = {};
+};
+
+class StarvingClientTest : public CLpcTest {
+  protected:
+    NtStatus Receive(Handle port, Bytes& message, std::chrono::milliseconds patience) {
+        message.assign(LpcLayout::kMaxMessage, 0xEE);
+        std::int64_t timeout = Within(patience);
+        return Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), &timeout);
+    }
+    void ServeEcho() {
+        Serve([](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                call.Reply(call.Data());
+            }
+        });
+    }
+    /// A client that comes, asks and goes.
+    void ExpectOthersAreServed() {
+        auto other = std::async(std::launch::async, [this] {
+            const Handle port = Connect();
+            EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+            Ports().CloseHandle(port);
+        });
+        EXPECT_EQ(other.wait_for(std::chrono::seconds(2)), std::future_status::ready);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Layer, StarvingClientTest, Backends(), BackendName);
+
+TEST_P(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
+    const Handle port = CreatePort();
+    CRawClient client(RunDirectory());
+    Bytes message;
+    {
+        const CNoDescriptors none;
+        auto receiving = std::async(std::launch::async, [&] {
+            return Receive(port, message, std::chrono::milliseconds(30));
+        });
+        EXPECT_EQ(receiving.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+        EXPECT_EQ(receiving.get(), kStatusTimeout);
+    }
+    const Bytes request = LpcMessage({});
+    COutgoingPacket packet(EPacket::Connect);
+    packet.SetMessage(request.data(), LpcLayout::kHeaderSize);
+    client.Send(packet);
+    EXPECT_EQ(Receive(port, message, std::chrono::seconds(10)), kStatusSuccess);
+    EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
+    const Handle port = CreatePort();
+    std::atomic<bool> flooding{true};
+    std::vector<std::thread> floods;
+    for (int i = 0; i < 3; ++i) {
+        floods.emplace_back([&] {
+            while (flooding) {
+                CFileDescriptor socket;
+                ConnectSocket(SocketPath(RunDirectory()), CDeadline::In(std::chrono::seconds(1)),
+                              socket);
+            }
+        });
+    }
+    Bytes message;
+    auto receiving = std::async(
+        std::launch::async, [&] { return Receive(port, message, std::chrono::milliseconds(20)); });
+    EXPECT_EQ(receiving.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    flooding = false;
+    EXPECT_EQ(receiving.get(), kStatusTimeout);
+    for (std::thread& flood : floods) {
+        flood.join();
+    }
+    Ports().CloseHandle(port);
+}
+
+TEST_P(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
+    const Handle port = CreatePort();
+    CRawClient client(RunDirectory());
+    const Bytes message = LpcMessage({});
+    COutgoingPacket packet(EPacket::Connect);
+    packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
+    client.Send(packet);
+    Bytes received;
+    EXPECT_EQ(Receive(port, received, std::chrono::milliseconds(0)), kStatusSuccess);
+    EXPECT_EQ(Kind(received.data()), kLpcConnectionRequest);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(StarvingClientTest, ClientsThatSayNothingGiveWay) {
+    ServeEcho();
+    std::vector<std::unique_ptr<CRawClient>> silent;
+    for (int i = 0; i < 300; ++i) {
+        silent.push_back(std::make_unique<CRawClient>(RunDirectory()));
+    }
+    ExpectOthersAreServed();
+    EXPECT_TRUE(silent.front()->IsDropped());
+}
+
+TEST_P(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
+    Serve([](CLpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest && call.Data() == ToBytes("x")) {
+            call.Reply(call.Data());
+        }
+    });
+    CRawClient client(RunDirectory());
+    client.Handshake(EDialect::Lpc);
+    const Bytes message = LpcMessage({});
+    ESend sent = ESend::Sent;
+    for (int i = 0; i < 5000 && sent == ESend::Sent; ++i) {
+        COutgoingPacket packet(EPacket::Request);
+        packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
+        CSendPool pool;
+        CReceivePool freed;
+        sent = SendPacket(client.Socket(), packet, pool, freed, CDeadline::Never());
+    }
+    EXPECT_EQ(sent, ESend::Closed);
+    ExpectOthersAreServed();
+}
+
+TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
+    std::future<NtStatus> reading;
+    std::promise<void> started;
+    Serve([&](CLpcCall& call) {
+        if (Kind(call.message.data()) != kLpcRequest) {
+            return;
+        }
+        if (call.Data() == ToBytes("x")) {
+            call.Reply(call.Data());
+            return;
+        }
+        reading = std::async(
+            std::launch::async, [this, message = call.message, port = call.Port()]() mutable {
+                std::uint8_t byte = 0;
+                return Ports().NtReadRequestData(port, message.data(), 1, &byte, 1, nullptr);
+            });
+        started.set_value();
+    });
+    auto hostile = std::make_unique<CRawClient>(RunDirectory());
+    hostile->Handshake(EDialect::Lpc);
+    std::uint8_t bytes[2] = {};
+    const Bytes request = LpcMessageWithEntries({{bytes, 1}, {bytes + 1, 1}});
+    COutgoingPacket packet(EPacket::Request);
+    packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
+    hostile->Send(packet);
+    started.get_future().wait();
+    ExpectOthersAreServed();
+    ExpectOthersAreServed();
+    EXPECT_EQ(reading.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
+    hostile.reset();
+    EXPECT_EQ(reading.get(), kStatusReplyMessageMismatch);
+}
+
+TEST_P(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
+    ServeEcho();
+    int ends[2];
+    ASSERT_EQ(::pipe(ends), 0);
+    const CFileDescriptor readEnd(ends[0]);
+    {
+        const CFileDescriptor writeEnd(ends[1]);
+        CRawClient client(RunDirectory());
+        client.SendWithDescriptor(COutgoingPacket(EPacket::Request), writeEnd.Get());
+        EXPECT_TRUE(client.IsDropped());
+    }
+    pollfd closed = {readEnd.Get(), 0, 0};
+    EXPECT_EQ(::poll(&closed, 1, 5000), 1) << "the server still holds the pipe";
+}
+
+TEST_P(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
+    const Handle port = CreatePort(100);
+    Bytes message(LpcLayout::kMaxMessage);
+    auto client = std::async(std::launch::async, [this] {
+        Handle connected = nullptr;
+        Bytes information(61);
+        return TryConnect(connected, &information);
+    });
+    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(200)), kStatusTimeout);
+    EXPECT_EQ(message, Bytes(LpcLayout::kMaxMessage, 0xEE));
+    Ports().CloseHandle(port);
+    EXPECT_EQ(client.get(), kStatusPortConnectionRefused);
+}
+
+class VanishingClientTest : public CAlpcTest {};
+INSTANTIATE_TEST_SUITE_P(Layer, VanishingClientTest, Backends(), BackendName);
+
+TEST_P(VanishingClientTest, UnansweredRequestsLeaveNothing) {
+    Serve([](CAlpcCall&) {}, 4);
+    const Bytes message = Message(24, {}, 24);
+    for (int i = 0; i < 300; ++i) {
+        CRawClient client(RunDirectory());
+        client.Handshake(EDialect::Alpc);
+        COutgoingPacket packet(EPacket::Request);
+        packet.SetMessage(message.data(), message.size());
+        client.Send(packet);
+    }
+}
+
+TEST_P(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
+    const Handle port = CreatePort();
+    Bytes message(kAlpcMaxMessage);
+    {
+        CRawClient client(RunDirectory());
+        const Bytes request = Message(24, {}, 24);
+        COutgoingPacket packet(EPacket::Connect);
+        packet.head.flags = static_cast<std::uint32_t>(EDialect::Alpc);
+        packet.SetMessage(request.data(), request.size());
+        client.Send(packet);
+        std::size_t length = message.size();
+        ASSERT_EQ(Ports().NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(),
+                                                    &length, nullptr, nullptr),
+                  kStatusSuccess);
+    }
+    Handle accepted = port;
+    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&accepted, port, 0, nullptr, nullptr, nullptr,
+                                              message.data(), nullptr, 1),
+              kStatusPortDisconnected);
+    EXPECT_EQ(accepted, nullptr);
+    Ports().CloseHandle(port);
 }
 
 }  // namespace
