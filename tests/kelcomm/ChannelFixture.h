@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -27,17 +26,6 @@ class ChannelFixture : public testing::Test {
 
     std::unique_ptr<Kelcomm::IKelcommClient> AlpcClient() const { return Client(alpc_); }
     std::unique_ptr<Kelcomm::IKelcommClient> LpcClient() const { return Client(lpc_); }
-
-    /// The text of the Expected exception that `action` throws.
-    template <typename Expected = std::runtime_error, typename Action>
-    static std::string TextThrownBy(Action action) {
-        try {
-            action();
-        } catch (const Expected& error) {
-            return error.what();
-        }
-        return "nothing was thrown";
-    }
 
     static std::unique_ptr<Kelcomm::IKelcommClient> Client(
         const boost::shared_ptr<CKelcommScript>& script) {

@@ -9,6 +9,7 @@
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "tests/kelcomm/ChannelFixture.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -19,6 +20,7 @@ using Test::CManualClock;
 using Test::HexBytes;
 using Test::KelcommReply;
 using Test::TextBytes;
+using Test::ThrownText;
 using Test::VirtualSlot;
 
 class CRecordingReceiver : public IBufferReceiver {
@@ -72,7 +74,7 @@ class KelcommChannelAdapterTest : public Test::ChannelFixture {
     }
 
     std::string StartFailure() {
-        return TextThrownBy([this] { channel_->Start(); });
+        return ThrownText([this] { channel_->Start(); });
     }
 
     const boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
@@ -241,7 +243,7 @@ TEST_F(KelcommChannelAdapterTest, TransportFailurePassesUnchangedAndSkipsTheRece
     alpc_->standingRequest.code = 4;
     lpc_->standingRequest.code = 1;
     const auto receiver = Receive();
-    EXPECT_EQ(TextThrownBy([this] { channel_->Send(TextBytes("question")); }),
+    EXPECT_EQ(ThrownText([this] { channel_->Send(TextBytes("question")); }),
               "CKelcommChannel: Send request failed with kelcomm error 1, Non-legacy "
               "CKelcommChannel: Send request failed with kelcomm error 4");
     EXPECT_TRUE(receiver->replies.empty());
@@ -249,7 +251,7 @@ TEST_F(KelcommChannelAdapterTest, TransportFailurePassesUnchangedAndSkipsTheRece
 
 TEST_F(KelcommChannelAdapterTest, ReceiversExceptionReachesTheSender) {
     Receive([] { throw std::out_of_range("from the receiver"); });
-    EXPECT_EQ(TextThrownBy<std::out_of_range>([this] { channel_->Send({}); }), "from the receiver");
+    EXPECT_EQ(ThrownText<std::out_of_range>([this] { channel_->Send({}); }), "from the receiver");
 }
 
 TEST_F(KelcommChannelAdapterTest, NewReceiverReleasesThePreviousOne) {

@@ -5,6 +5,7 @@
 #include "kelcomm/KelcommChannelBuffer.h"
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "tests/kelcomm/ChannelFixture.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
@@ -13,6 +14,7 @@ using Test::CKelcommScript;
 using Test::HexBytes;
 using Test::KelcommReply;
 using Test::TextBytes;
+using Test::ThrownText;
 
 constexpr char kTooLarge[] = "CKelcommChannel: Reply buffer exeeded allowed size";
 constexpr char kNotFullEnough[] = "KelcommChannelBuffer: Buffer is not full enough";
@@ -28,7 +30,7 @@ class KelcommChannelTest : public Test::ChannelFixture {
     }
 
     std::string SendFailure() {
-        return TextThrownBy([this] { Send(); });
+        return ThrownText([this] { Send(); });
     }
 
     bool Ping() { return channel_->Ping(errors_); }
@@ -61,7 +63,7 @@ class CChannelWithRequired : public CKelcommChannel {
 };
 
 TEST_F(KelcommChannelTest, MissingClientFailsTheCreation) {
-    EXPECT_EQ(TextThrownBy([] { CChannelWithRequired::Required(nullptr); }),
+    EXPECT_EQ(ThrownText([] { CChannelWithRequired::Required(nullptr); }),
               "CKelcommChannel: KelcommClient creation failed");
 }
 
@@ -343,7 +345,7 @@ TEST_F(KelcommChannelTest, Status14AddsTheAdministratorHint) {
 TEST_F(KelcommChannelTest, NeighboursOfTheSpecialStatusesAreErrorReplies) {
     for (const std::uint32_t status : {1u, 4u, 6u, 13u, 15u, 17u, 19u}) {
         alpc_->standingRequest.reply = KelcommReply(status, 0);
-        EXPECT_EQ(TextThrownBy<CKelcommErrorReplyException>([this] { Send(); }),
+        EXPECT_EQ(ThrownText<CKelcommErrorReplyException>([this] { Send(); }),
                   "CKelcommChannel: Send request failed with " + std::to_string(status));
     }
 }

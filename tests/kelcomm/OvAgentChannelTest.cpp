@@ -5,6 +5,7 @@
 #include "tests/kelcomm/ChannelFixture.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/ScriptedNative.h"
+#include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
@@ -12,6 +13,7 @@ namespace {
 
 using Test::CManualClock;
 using Test::CScriptedNative;
+using Test::ThrownText;
 using Test::VirtualSlot;
 
 /// A channel whose product publishes the values 1000 to 1009 and no module.
@@ -27,7 +29,7 @@ class OvAgentChannelTest : public Test::ChannelFixture {
     }
 
     std::string BroadcastFailure(std::int32_t index) {
-        return TextThrownBy([&] { channel_->GetBroadcast(index); });
+        return ThrownText([&] { channel_->GetBroadcast(index); });
     }
 
     const boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
@@ -174,7 +176,7 @@ TEST_F(OvAgentChannelTest, EachIndexHasAMemoryOfItsOwn) {
 TEST_F(OvAgentChannelTest, FailedLookPassesOnAndKeepsTheMemory) {
     channel_->HasBroadcastChanged(0);
     alpc_->unreadableBroadcastOffsets = {24};
-    EXPECT_EQ(TextThrownBy([this] { channel_->HasBroadcastChanged(0); }),
+    EXPECT_EQ(ThrownText([this] { channel_->HasBroadcastChanged(0); }),
               "CKelcommChannel: Get broadcast failed");
     alpc_->unreadableBroadcastOffsets.clear();
     EXPECT_FALSE(channel_->HasBroadcastChanged(0));
@@ -201,7 +203,7 @@ TEST_F(OvAgentChannelTest, OwnClientsConnectUnderTheProductsNames) {
 TEST_F(OvAgentChannelTest, OwnClientsFailOnASystemWithoutAnyFunction) {
     const auto native = Common::Kelcomm::Native::FallbackNativeFunctions();
     COvAgentChannel channel(0, 0, native, clock_);
-    EXPECT_EQ(TextThrownBy([&] { channel.Start(); }),
+    EXPECT_EQ(ThrownText([&] { channel.Start(); }),
               "Cannot start kelcomm channel: Ping (CCCOMM_PING) failed with 1, Legacy ping "
               "(CCCOMM_PING) failed with 1");
 }

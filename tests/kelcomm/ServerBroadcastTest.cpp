@@ -1,8 +1,11 @@
 #include "kelcomm/ServerBroadcast.h"
 #include "tests/kelcomm/ChannelFixture.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
+
+using Test::ThrownText;
 
 constexpr std::uint32_t kServerPlugin = 0x1004000;
 constexpr char kNothing[] = "nothing was thrown";
@@ -21,7 +24,7 @@ class ServerBroadcastTest : public Test::ChannelFixture {
     std::int32_t Read() { return broadcast_.Read(client_.get()); }
 
     std::string ReadFailure() {
-        return TextThrownBy([this] { Read(); });
+        return ThrownText([this] { Read(); });
     }
 
     void MakeUnreadable(std::uint32_t offset) { alpc_->unreadableBroadcastOffsets = {offset}; }
@@ -120,7 +123,7 @@ TEST_F(ServerBroadcastTest, UnreadableModuleCount) {
 }
 
 TEST_F(ServerBroadcastTest, MissingClientIsAnUnreadableModuleCount) {
-    EXPECT_EQ(TextThrownBy([this] { broadcast_.Read(nullptr); }),
+    EXPECT_EQ(ThrownText([this] { broadcast_.Read(nullptr); }),
               "CKelcommChannel: Get modules count broadcast failed");
 }
 

@@ -15,7 +15,7 @@ using Test::CGroupingLocale;
 using Test::EmptyReply;
 using Test::ExpectShortRepliesAreRefused;
 using Test::TextReply;
-using Test::TextThrownBy;
+using Test::ThrownText;
 using Test::VirtualSlot;
 
 constexpr char kDisk[] =
@@ -48,7 +48,7 @@ class EncryptionStorageStatusResponseTest : public testing::Test {
     }
 
     std::string SizeFailure(const std::string& size) {
-        return TextThrownBy<boost::bad_lexical_cast>(
+        return ThrownText<boost::bad_lexical_cast>(
             [&] { ReadPartition(PartitionWith("512110190592", size)); });
     }
 

@@ -12,7 +12,7 @@ using Kyr::Common::Message::Connectors::FDEConnector::Task::CEnableFDEMaintenanc
 using Test::CGroupingLocale;
 using Test::CPlainTask;
 using Test::Identify;
-using Test::TextThrownBy;
+using Test::ThrownText;
 using Test::XmlBytes;
 
 /// The text of a request that has `nodes` behind the USERDATA of the task a, b, c.
@@ -124,7 +124,7 @@ TEST_F(MaintenanceTest, EndTimeAlone) {
 }
 
 TEST_F(MaintenanceTest, NoSettingIsInvalid) {
-    EXPECT_EQ(TextThrownBy([this] { Bytes(); }),
+    EXPECT_EQ(ThrownText([this] { Bytes(); }),
               "CEnableFDEMaintenanceModeRequest: Invalid configuration");
 }
 

@@ -13,7 +13,7 @@ using Test::EmptyReply;
 using Test::ExpectShortRepliesAreRefused;
 using Test::HexBytes;
 using Test::TextReply;
-using Test::TextThrownBy;
+using Test::ThrownText;
 using Test::VirtualSlot;
 
 class GetStatusTest : public testing::Test {
@@ -90,7 +90,7 @@ TEST_F(GetStatusTest, StatusOfAllOnesNeedsNoIdentifiers) {
 
 TEST_F(GetStatusTest, OtherStatusesAreRefused) {
     for (const char* status : {"3", "10", "FFFFFFFE"}) {
-        EXPECT_EQ(TextThrownBy([&] { Record(status); }), "Unknown protection status") << status;
+        EXPECT_EQ(ThrownText([&] { Record(status); }), "Unknown protection status") << status;
     }
 }
 
@@ -101,7 +101,7 @@ TEST_F(GetStatusTest, RecordsBeforeARefusedOneStay) {
 }
 
 TEST_F(GetStatusTest, StatusIsCheckedBeforeTheIdentifiers) {
-    EXPECT_EQ(TextThrownBy([&] { Read("<RECORD STATUS='3'/>"); }), "Unknown protection status");
+    EXPECT_EQ(ThrownText([&] { Read("<RECORD STATUS='3'/>"); }), "Unknown protection status");
 }
 
 TEST_F(GetStatusTest, IdentifiersAreHexadecimal) {

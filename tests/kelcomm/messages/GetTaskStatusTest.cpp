@@ -8,7 +8,7 @@ namespace {
 using Test::EmptyReply;
 using Test::HexBytes;
 using Test::kNotFullEnough;
-using Test::TextThrownBy;
+using Test::ThrownText;
 using Test::VirtualSlot;
 using Test::operator+;
 
@@ -42,7 +42,7 @@ class GetTaskStatusTest : public testing::Test {
     }
 
     std::string UserDataFailure(const std::string& userData) {
-        return TextThrownBy([&] { ReadUserData(Utf16(userData)); });
+        return ThrownText([&] { ReadUserData(Utf16(userData)); });
     }
 
     CGetTaskStatusResponse response_;
@@ -69,12 +69,12 @@ TEST_F(GetTaskStatusTest, EmptyPayloadIsNotLookedBehind) {
 
 TEST_F(GetTaskStatusTest, ReplyShorterThanItsHeaderIsRefused) {
     EXPECT_EQ(
-        TextThrownBy([&] { response_.Deserialize(HexBytes("0C 00 00 00 00 00 00 00 00 00 00")); }),
+        ThrownText([&] { response_.Deserialize(HexBytes("0C 00 00 00 00 00 00 00 00 00 00")); }),
         kNotFullEnough);
 }
 
 TEST_F(GetTaskStatusTest, ElevenPayloadBytesAreRefused) {
-    EXPECT_EQ(TextThrownBy([&] { Read(HexBytes("00 00 00 00  00 00 00 00  0C 00 00")); }),
+    EXPECT_EQ(ThrownText([&] { Read(HexBytes("00 00 00 00  00 00 00 00  0C 00 00")); }),
               kNotFullEnough);
 }
 
@@ -183,14 +183,14 @@ TEST_F(GetTaskStatusTest, OffsetCountsFromThePayloadsStart) {
 
 TEST_F(GetTaskStatusTest, OffsetMayPointIntoTheFixedPart) {
     // Units from offset 8: 8, 0
-    EXPECT_EQ(TextThrownBy([&] { Read(HexBytes("00 00 00 00  00 00 00 00  08 00 00 00")); }),
+    EXPECT_EQ(ThrownText([&] { Read(HexBytes("00 00 00 00  00 00 00 00  08 00 00 00")); }),
               kBadlyFormated);
 }
 
 TEST_F(GetTaskStatusTest, OffsetBehindTheReplyMeansNoUserData) {
     for (const char* offset : {"18 00 00 00", "FF FF FF FF", "F4 FF FF FF"}) {
         EXPECT_EQ(
-            TextThrownBy([&] {
+            ThrownText([&] {
                 Read(HexBytes("00 00 00 00  00 00 00 00" + std::string(offset)) + Utf16("a;b;c"));
             }),
             kBadlyFormated);

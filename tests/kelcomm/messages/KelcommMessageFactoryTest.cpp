@@ -26,7 +26,7 @@ using Test::CPlainTask;
 using Test::HexBytes;
 using Test::Identify;
 using Test::TextReply;
-using Test::TextThrownBy;
+using Test::ThrownText;
 using Test::VirtualSlot;
 using Test::XmlBytes;
 using testing::ElementsAre;
@@ -211,8 +211,8 @@ TEST_F(KelcommMessageFactoryTest, EachMessageIsEitherARequestOrAResponse) {
 TEST_F(KelcommMessageFactoryTest, RequestsRefuseToDeserialize) {
     for (const auto& message : CreateAll()) {
         if (dynamic_cast<const CChannelRequest*>(message.get()) != nullptr) {
-            EXPECT_EQ(TextThrownBy([&] { message->Deserialize({}); }), kNoDeserialize);
-            EXPECT_EQ(TextThrownBy([&] { message->Deserialize(TextReply("x")); }), kNoDeserialize);
+            EXPECT_EQ(ThrownText([&] { message->Deserialize({}); }), kNoDeserialize);
+            EXPECT_EQ(ThrownText([&] { message->Deserialize(TextReply("x")); }), kNoDeserialize);
         }
     }
 }
@@ -220,7 +220,7 @@ TEST_F(KelcommMessageFactoryTest, RequestsRefuseToDeserialize) {
 TEST_F(KelcommMessageFactoryTest, ResponsesRefuseToSerialize) {
     for (const auto& message : CreateAll()) {
         if (dynamic_cast<const CChannelResponse*>(message.get()) != nullptr) {
-            EXPECT_EQ(TextThrownBy([&] { message->Serialize(); }), kNoSerialize);
+            EXPECT_EQ(ThrownText([&] { message->Serialize(); }), kNoSerialize);
         }
     }
 }

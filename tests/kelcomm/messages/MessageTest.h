@@ -1,13 +1,13 @@
-// What the tests of the messages share: replies of the product, and the texts of exceptions.
+// What the tests of the messages share: replies of the product.
 #pragma once
 
 #include <gtest/gtest.h>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "tests/support/FakeKelcommClient.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Test {
 
@@ -23,23 +23,12 @@ inline std::vector<unsigned char> EmptyReply() {
     return HexBytes("0C 00 00 00  00 00 00 00  00 00 00 00");
 }
 
-/// The text of the Expected exception that `action` throws.
-template <typename Expected = std::runtime_error, typename Action>
-std::string TextThrownBy(Action action) {
-    try {
-        action();
-    } catch (const Expected& error) {
-        return error.what();
-    }
-    return "nothing was thrown";
-}
-
 /// Checks the replies that no response takes: too short for the header, too short for the payload.
 template <typename Response>
 void ExpectShortRepliesAreRefused() {
     Response response;
     const auto textFor = [&](const std::string& hex) {
-        return TextThrownBy([&] { response.Deserialize(HexBytes(hex)); });
+        return ThrownText([&] { response.Deserialize(HexBytes(hex)); });
     };
     EXPECT_EQ(textFor(""), kNotFullEnough);
     EXPECT_EQ(textFor("0C 00 00 00  00 00 00 00  00 00 00"), kNotFullEnough);

@@ -6,16 +6,16 @@ namespace {
 
 using Test::HexBytes;
 using Test::kNotFullEnough;
-using Test::TextThrownBy;
+using Test::ThrownText;
 
 TEST(ReplyReaderTest, ElevenBytesAreNotFullEnough) {
     const auto reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00");
-    EXPECT_EQ(TextThrownBy([&] { CReplyReader reader(reply); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { CReplyReader reader(reply); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, EmptyReplyIsNotFullEnough) {
     const std::vector<unsigned char> reply;
-    EXPECT_EQ(TextThrownBy([&] { CReplyReader reader(reply); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { CReplyReader reader(reply); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, PayloadLengthIsTheThirdWord) {
@@ -42,14 +42,14 @@ TEST(ReplyReaderTest, NumbersAreReadLittleEndianOneAfterTheOther) {
     CReplyReader reader(reply);
     EXPECT_EQ(reader.ReadU32(), 0x81020304u);
     EXPECT_EQ(reader.ReadU16(), 0x8506);
-    EXPECT_EQ(TextThrownBy([&] { reader.ReadU16(); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { reader.ReadU16(); }), kNotFullEnough);
     EXPECT_TRUE(reader.HasRemaining(1));
 }
 
 TEST(ReplyReaderTest, NumberPastTheEndIsNotFullEnough) {
     const auto reply = HexBytes("0C 00 00 00  00 00 00 00  03 00 00 00  61 62 63");
     CReplyReader reader(reply);
-    EXPECT_EQ(TextThrownBy([&] { reader.ReadU32(); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { reader.ReadU32(); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, BytesBehindThePayloadAreIgnored) {
@@ -61,13 +61,13 @@ TEST(ReplyReaderTest, BytesBehindThePayloadAreIgnored) {
 TEST(ReplyReaderTest, PayloadLongerThanTheReplyIsNotFullEnough) {
     const auto reply = HexBytes("0C 00 00 00  00 00 00 00  03 00 00 00  61 62");
     CReplyReader reader(reply);
-    EXPECT_EQ(TextThrownBy([&] { reader.ReadPayload(); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { reader.ReadPayload(); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, LargestPayloadLengthIsNotFullEnough) {
     const auto reply = HexBytes("0C 00 00 00  00 00 00 00  FF FF FF FF  61 62");
     CReplyReader reader(reply);
-    EXPECT_EQ(TextThrownBy([&] { reader.ReadPayload(); }), kNotFullEnough);
+    EXPECT_EQ(ThrownText([&] { reader.ReadPayload(); }), kNotFullEnough);
 }
 
 TEST(ReplyReaderTest, EmptyPayloadIsAnEmptyText) {
