@@ -217,7 +217,7 @@ NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, vo
 std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle port, void* request,
                                                                 void* reply,
                                                                 NtApi::Handle finishedEvent) try {
-    const auto job = std::make_shared<Job>(port, request, reply, finishedEvent);
+    auto job = std::make_shared<Job>(port, request, reply, finishedEvent);
     const std::lock_guard<std::mutex> lock(shared_->mutex);
     if (shared_->stopping) {
         return nullptr;
