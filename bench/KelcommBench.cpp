@@ -1,0 +1,164 @@
+// Round trips of the product's clients and channels over the port layer, side by side with the same
+// bytes in bare packets. Names tell the size of the reply; requests carry 64 bytes.
+//
+// The server answers as the product does: a reply that does not fit the offered capacity becomes a
+// bare header with status 5. A channel's replies begin with that header, so none is shorter.
+#include <algorithm>
+
+#include <boost/make_shared.hpp>
+
+#include "base/LittleEndian.h"
+#include "bench/PortBench.h"
+#include "kelcomm/AlpcMessages.h"
+#include "kelcomm/KelcommAlpcClient.h"
+#include "kelcomm/KelcommChannelBuffer.h"
+#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/KelcommNames.h"
+#include "kelcomm/OvAgentChannel.h"
+
+namespace {
+
+using namespace Kyr::Bench;
+using namespace Kyr::Connectors::Common::Kelcomm;
+using Kyr::Base::StoreLittleEndian;
+using Bytes = std::vector<std::uint8_t>;
+
+constexpr std::uint32_t kCommand = 3;
+constexpr std::size_t kHeaderSize = 12;
+
+Bytes Header(std::uint32_t status) {
+    Bytes header(kHeaderSize);
+    StoreLittleEndian<std::uint32_t>(header.data(), kHeaderSize);
+    StoreLittleEndian<std::uint32_t>(header.data() + 4, status);
+    return header;
+}
+
+/// Answers with the bytes, or with status 5 when the request offers less room.
+class CProduct {
+  public:
+    CProduct(std::size_t capacityField, Bytes bytes)
+        : capacityField_(capacityField), bytes_(std::move(bytes)), tooSmall_(Header(5)) {}
+    CReply operator()(const std::uint8_t* request) const {
+        const auto capacity = Kyr::Base::LoadLittleEndian<std::uint32_t>(request + capacityField_);
+        const Bytes& bytes = bytes_.size() <= capacity ? bytes_ : tooSmall_;
+        const std::size_t size = capacity == 0 ? 0 : bytes.size();
+        CReply reply = {{}, sizeof reply.head, bytes.data(), size};
+        StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(size));
+        return reply;
+    }
+
+  private:
+    const std::size_t capacityField_;
+    const Bytes bytes_;
+    const Bytes tooSmall_;
+};
+
+struct CAlpc {
+    static std::unique_ptr<IKelcommClient> Client() {
+        auto client = std::make_unique<CKelcommAlpcClient>();
+        client->Initialize(kKelcommClientId, kKelcommServerId, kKelcommNoOptions);
+        return client;
+    }
+    static void Serve(const Bytes& bytes, int ready) {
+        ServeAlpc(AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
+                  CProduct(Alpc::kReplyCapacity, bytes), ready);
+    }
+};
+
+struct CLpc {
+    static std::unique_ptr<IKelcommClient> Client() { return CreateKelcommClientNt(); }
+    static void Serve(const Bytes& bytes, int ready) {
+        ServeLpc(LpcPortName(kKelcommClientId, kKelcommServerId).data(),
+                 CProduct(CKelcommStructsNt<std::uintptr_t>::kReplyCapacity, bytes), ready);
+    }
+};
+
+template <typename Port>
+void Client(benchmark::State& state) {
+    const auto size = static_cast<std::uint32_t>(state.range(0));
+    const Bytes bytes(size, 'x');
+    const CServerProcess server(static_cast<int>(state.range(1)),
+                                [&](int ready) { Port::Serve(bytes, ready); });
+    const auto client = Port::Client();
+    const Bytes request(kRequestSize, 'r');
+    Bytes reply(size);
+    std::uint32_t length = 0;
+    Measure(state, server, [&] {
+        Require(client->Request(0, kCommand, request.data(), kRequestSize, reply.data(), size,
+                                &length, 0) == 0,
+                "request");
+        benchmark::DoNotOptimize(reply.data());
+    });
+    Require(length == size && reply == bytes, "reply");
+    client->Close();
+}
+
+/// What a channel's server answers for this benchmark: a header, and bytes up to the size.
+Bytes ChannelReply(const benchmark::State& state) {
+    Bytes bytes = Header(0);
+    bytes.resize(std::max(kHeaderSize, static_cast<std::size_t>(state.range(0))), 'x');
+    return bytes;
+}
+
+/// CKelcommChannel::SendRequest into a buffer that offers the whole reply's size at once.
+template <typename Port>
+void Channel(benchmark::State& state) {
+    const Bytes bytes = ChannelReply(state);
+    const CServerProcess server(static_cast<int>(state.range(1)),
+                                [&](int ready) { Port::Serve(bytes, ready); });
+    CKelcommChannel channel(0, 0);
+    std::string errors;
+    Require(channel.Ping(errors), "ping");
+    KelcommChannelBuffer request;
+    request.Resize(kRequestSize);
+    KelcommChannelBuffer reply;
+    Measure(state, server, [&] {
+        reply.Resize(bytes.size());
+        channel.SendRequest(request, reply);
+    });
+    Require(reply.GetBytes() == bytes, "reply");
+}
+
+class CReceiver final : public Kyr::Connectors::Common::IBufferReceiver {
+  public:
+    void OnBufferReceived(const std::vector<unsigned char>& buffer) override {
+        size = buffer.size();
+    }
+    std::size_t size = 0;
+};
+
+/// COvAgentChannel::Send, as the module uses it: offers 64 KiB and doubles that until it suffices.
+template <typename Port>
+void AgentChannel(benchmark::State& state) {
+    const Bytes bytes = ChannelReply(state);
+    const CServerProcess server(static_cast<int>(state.range(1)),
+                                [&](int ready) { Port::Serve(bytes, ready); });
+    Kyr::Connectors::OvAgentConnector::COvAgentChannel channel(0, 0);
+    const auto receiver = boost::make_shared<CReceiver>();
+    channel.SetBufferReceiver(receiver);
+    channel.Start();
+    const std::vector<unsigned char> request(kRequestSize, 'r');
+    Measure(state, server, [&] { channel.Send(request); });
+    Require(receiver->size == bytes.size(), "reply");
+}
+
+template <typename Function>
+void Register(const char* name, Function function) {
+    benchmark::RegisterBenchmark(name, function)
+        ->ArgNames({"reply", "cores"})
+        ->ArgsProduct(kCases)
+        ->UseRealTime();
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    RegisterFloor();
+    Register("AlpcClient", Client<CAlpc>);
+    Register("LpcClient", Client<CLpc>);
+    Register("AlpcChannel", Channel<CAlpc>);
+    Register("LpcChannel", Channel<CLpc>);
+    Register("AlpcAgentChannel", AgentChannel<CAlpc>);
+    Register("LpcAgentChannel", AgentChannel<CLpc>);
+    return Run(argc, argv);
+}

@@ -1,0 +1,301 @@
+#include "bench/PortBench.h"
+
+#include <algorithm>
+#include <cstring>
+#include <filesystem>
+#include <pthread.h>
+#include <sched.h>
+#include <signal.h>
+#include <stdexcept>
+#include <stdlib.h>
+#include <sys/prctl.h>
+#include <sys/socket.h>
+#include <sys/wait.h>
+#include <time.h>
+#include <unistd.h>
+
+#include "portlayer/ServerFunctions.h"
+
+namespace Kyr::Bench {
+
+namespace {
+
+using namespace NtApi;
+using namespace PortLayer;
+
+constexpr std::size_t kLargestPacket = 64 * 1024;
+/// The head and the longest reply inside a message of the product's advanced port.
+constexpr std::size_t kLargestInline = 0xFFCF + 8;
+
+double Nanoseconds(clockid_t clock) {
+    timespec time = {};
+    Require(::clock_gettime(clock, &time) == 0, "clock_gettime");
+    return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+}
+
+void ServePackets(int socket, std::size_t size) {
+    std::vector<char> bytes(std::max<std::size_t>(size, kRequestSize), 'x');
+    while (::recv(socket, bytes.data(), kRequestSize, 0) > 0) {
+        std::size_t left = std::max<std::size_t>(size, 1);
+        const char* next = bytes.data();
+        while (left != 0) {
+            const std::size_t part = std::min(left, kLargestPacket);
+            Require(::send(socket, next, part, MSG_NOSIGNAL) > 0, "send");
+            next += part;
+            left -= part;
+        }
+    }
+}
+
+/// The counted name and the attributes that a port is created with.
+struct CPortName {
+    explicit CPortName(const std::u16string& text) {
+        RtlInitUnicodeString(&name, text.c_str());
+        attributes = {sizeof attributes, nullptr, &name, 0, nullptr, nullptr};
+    }
+    UnicodeString name;
+    ObjectAttributes attributes;
+};
+
+void PutLengths(std::uint8_t* message, std::size_t header, std::size_t data) {
+    const std::uint16_t lengths[] = {static_cast<std::uint16_t>(data),
+                                     static_cast<std::uint16_t>(header + data)};
+    std::memcpy(message, lengths, sizeof lengths);
+}
+
+std::uint16_t KindOf(const std::uint8_t* message) {
+    std::uint16_t type = 0;
+    std::memcpy(&type, message + kTypeOffset, sizeof type);
+    return type & kMessageKindMask;
+}
+
+/// Turns the request into its reply, with the bytes inside when `inside` is set.
+void PutReply(std::uint8_t* message, std::size_t header, const CReply& reply, bool inside) {
+    std::memcpy(message + header, reply.head, reply.headSize);
+    if (inside && reply.size != 0) {
+        std::memcpy(message + header + reply.headSize, reply.bytes, reply.size);
+    }
+    PutLengths(message, header, reply.headSize + (inside ? reply.size : 0));
+}
+
+struct CViewAttributes {
+    AlpcMessageAttributes head = {kAlpcMessageViewAttribute, kAlpcMessageViewAttribute};
+    AlpcDataViewAttr view = {};
+};
+
+void ReplyWithView(Handle port, Handle client, std::uint8_t* message, const CReply& reply) {
+    CViewAttributes sent;
+    std::size_t actual = 0;
+    Require(NtAlpcCreatePortSection(client, kAlpcPortSectionSecure, nullptr, reply.size,
+                                    &sent.view.SectionHandle, &actual) == 0,
+            "section");
+    sent.view.ViewSize = reply.size;
+    Require(NtAlpcCreateSectionView(client, 0, &sent.view) == 0, "view");
+    std::memcpy(sent.view.ViewBase, reply.bytes, reply.size);
+    sent.view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
+    Require(NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message, &sent.head, nullptr,
+                                      nullptr, nullptr, nullptr) == 0,
+            "reply");
+    NtAlpcDeletePortSection(client, 0, sent.view.SectionHandle);
+}
+
+}  // namespace
+
+void Require(bool condition, const char* what) {
+    if (!condition) {
+        throw std::runtime_error(what);
+    }
+}
+
+void PinTo(int core) {
+    cpu_set_t set;
+    CPU_ZERO(&set);
+    CPU_SET(core, &set);
+    Require(::sched_setaffinity(0, sizeof set, &set) == 0, "sched_setaffinity");
+}
+
+CCoreWarmer::CCoreWarmer(bool needed) {
+    for (int core = 0; needed && core < 2; ++core) {
+        threads_.emplace_back([this, core] {
+            PinTo(core);
+            sched_param none = {};
+            ::pthread_setschedparam(::pthread_self(), SCHED_IDLE, &none);
+            while (!stop_.load(std::memory_order_relaxed)) {
+            }
+        });
+    }
+}
+
+CCoreWarmer::~CCoreWarmer() {
+    stop_ = true;
+    for (std::thread& thread : threads_) {
+        thread.join();
+    }
+}
+
+CServerProcess::CServerProcess(int cores, const std::function<void(int ready)>& serve)
+    : warmer_(cores == 2) {
+    int ready[2];
+    Require(::pipe(ready) == 0, "pipe");
+    id_ = ::fork();
+    if (id_ == 0) {
+        ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+        PinTo(cores - 1);
+        serve(ready[1]);
+        ::_exit(0);
+    }
+    PinTo(0);
+    char byte = 0;
+    Require(::read(ready[0], &byte, 1) == 1, "server did not start");
+    ::close(ready[0]);
+    ::close(ready[1]);
+}
+
+CServerProcess::~CServerProcess() {
+    ::kill(id_, SIGKILL);
+    ::waitpid(id_, nullptr, 0);
+}
+
+void CServerProcess::Ready(int ready) {
+    Require(::write(ready, "r", 1) == 1, "write");
+}
+
+double CServerProcess::CpuTime() const {
+    clockid_t clock = 0;
+    Require(::clock_getcpuclockid(id_, &clock) == 0, "clock_getcpuclockid");
+    return Nanoseconds(clock);
+}
+
+void Measure(benchmark::State& state, const CServerProcess& server,
+             const std::function<void()>& roundTrip) {
+    roundTrip();  // connects, and makes what stays for later ones
+    const double start = server.CpuTime() + Nanoseconds(CLOCK_THREAD_CPUTIME_ID);
+    for (auto _ : state) {
+        roundTrip();
+    }
+    const double used = server.CpuTime() + Nanoseconds(CLOCK_THREAD_CPUTIME_ID) - start;
+    state.counters["cpu_ns"] = used / static_cast<double>(state.iterations());
+}
+
+void ServeLpc(const std::u16string& name, const Answer& answer, int ready) {
+    constexpr std::size_t kHeader = LpcLayout::kHeaderSize;
+    CPortName portName(name);
+    Handle port = nullptr;
+    Require(NtCreatePort(&port, &portName.attributes, 260, LpcLayout::kMaxMessage, 0) == 0,
+            "create");
+    CServerProcess::Ready(ready);
+    std::uint8_t message[LpcLayout::kMaxMessage];
+    void* toSend = nullptr;
+    while (NtReplyWaitReceivePort(port, nullptr, toSend, message) == 0) {
+        toSend = nullptr;
+        if (KindOf(message) == kLpcConnectionRequest) {
+            Handle client = nullptr;
+            Require(NtAcceptConnectPort(&client, nullptr, message, 1, nullptr, nullptr) == 0,
+                    "accept");
+            Require(NtCompleteConnectPort(client) == 0, "complete");
+        } else if (KindOf(message) == kLpcRequest) {
+            const CReply reply = answer(message);
+            const bool inside = reply.headSize + reply.size <= LpcLayout::kMaxMessage - kHeader;
+            Require(inside ||
+                        NtWriteRequestData(port, message, 1, const_cast<std::uint8_t*>(reply.bytes),
+                                           reply.size, nullptr) == 0,
+                    "write");
+            const std::uint16_t noBlock = 0;
+            std::memcpy(message + kDataInfoOffset, &noBlock, sizeof noBlock);
+            PutReply(message, kHeader, reply, inside);
+            toSend = message;
+        }
+    }
+}
+
+void ServeAlpc(const std::u16string& name, const Answer& answer, int ready) {
+    constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
+    CPortName portName(name);
+    Handle port = nullptr;
+    Require(NtAlpcCreatePort(&port, &portName.attributes, nullptr) == 0, "create");
+    CServerProcess::Ready(ready);
+    std::vector<std::uint8_t> message(kAlpcMaxMessage);
+    Handle client = nullptr;
+    for (void* toSend = nullptr;;) {
+        std::size_t length = message.size();
+        Require(NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, toSend, nullptr,
+                                          message.data(), &length, nullptr, nullptr) == 0,
+                "receive");
+        toSend = nullptr;
+        if (KindOf(message.data()) == kLpcConnectionRequest) {
+            Require(NtAlpcAcceptConnectPort(&client, port, 0, nullptr, nullptr, nullptr,
+                                            message.data(), nullptr, 1) == 0,
+                    "accept");
+        } else if (KindOf(message.data()) == kLpcRequest) {
+            const CReply reply = answer(message.data());
+            const bool inside = reply.headSize + reply.size <= kLargestInline;
+            PutReply(message.data(), kHeader, reply, inside);
+            if (inside) {
+                toSend = message.data();
+            } else {
+                ReplyWithView(port, client, message.data(), reply);
+            }
+        }
+    }
+}
+
+void BarePackets(benchmark::State& state) {
+    const auto size = static_cast<std::size_t>(state.range(0));
+    int ends[2];
+    Require(::socketpair(AF_UNIX, SOCK_SEQPACKET, 0, ends) == 0, "socketpair");
+    const CServerProcess server(static_cast<int>(state.range(1)), [&](int ready) {
+        ::close(ends[0]);
+        CServerProcess::Ready(ready);
+        ServePackets(ends[1], size);
+    });
+    ::close(ends[1]);
+    const char request[kRequestSize] = {};
+    std::vector<char> reply(std::max<std::size_t>(size, kRequestSize));
+    Measure(state, server, [&] {
+        Require(::send(ends[0], request, sizeof request, MSG_NOSIGNAL) > 0, "send");
+        std::size_t got = 0;
+        while (got < std::max<std::size_t>(size, 1)) {
+            const ssize_t part = ::recv(ends[0], reply.data() + got, reply.size() - got, 0);
+            Require(part > 0, "recv");
+            got += static_cast<std::size_t>(part);
+        }
+        benchmark::DoNotOptimize(reply.data());
+    });
+    ::close(ends[0]);
+}
+
+void Copy(benchmark::State& state) {
+    std::vector<char> from(static_cast<std::size_t>(state.range(0)), 'x');
+    std::vector<char> to(from.size());
+    PinTo(0);
+    for (auto _ : state) {
+        std::copy(from.begin(), from.end(), to.begin());
+        benchmark::DoNotOptimize(to.data());
+        benchmark::ClobberMemory();
+    }
+}
+
+void RegisterFloor() {
+    benchmark::RegisterBenchmark("BarePackets", BarePackets)
+        ->ArgNames({"reply", "cores"})
+        ->ArgsProduct(kCases)
+        ->UseRealTime();
+    benchmark::RegisterBenchmark("Copy", Copy)
+        ->ArgNames({"reply"})
+        ->ArgsProduct({kCases[0]})
+        ->UseRealTime();
+}
+
+int Run(int argc, char** argv) {
+    char directory[] = "/tmp/port-bench-XXXXXX";
+    if (::mkdtemp(directory) == nullptr) {
+        return 1;
+    }
+    ::setenv("KELCOMM_RUNTIME_DIR", directory, 1);
+    benchmark::Initialize(&argc, argv);
+    benchmark::RunSpecifiedBenchmarks();
+    std::filesystem::remove_all(directory);
+    return 0;
+}
+
+}  // namespace Kyr::Bench
