@@ -14,10 +14,10 @@ using namespace NtApi;
 /// The shared memory of the connection behind the handle; `keep` keeps it alive.
 CAlpcMemory* MemoryOf(Handle handle, std::shared_ptr<CObject>& keep) {
     keep = FindObject(handle);
-    if (auto* const client = dynamic_cast<CAlpcClientPort*>(keep.get())) {
+    if (auto* const client = As<CAlpcClientPort>(keep.get())) {
         return &client->Memory();
     }
-    auto* const comm = dynamic_cast<CServerCommPort*>(keep.get());
+    auto* const comm = As<CServerCommPort>(keep.get());
     return comm != nullptr ? &comm->connection->Memory() : nullptr;
 }
 
@@ -33,10 +33,10 @@ NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, v
                             bufferLength,   receiveAttributes,
                             timeout};
     const auto object = FindObject(port);
-    if (auto* const client = dynamic_cast<CAlpcClientPort*>(object.get())) {
+    if (auto* const client = As<CAlpcClientPort>(object.get())) {
         return client->SendWaitReceive(call);
     }
-    const auto server = ServerPortOf(port);
+    const auto server = ServerPortOf(object);
     if (!server || server->Dialect() != EDialect::Alpc) {
         return kStatusInvalidHandle;
     }
@@ -45,11 +45,11 @@ NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, v
 
 NtStatus KYR_NTAPI NtAlpcDisconnectPort(Handle port, std::uint32_t) {
     const auto object = FindObject(port);
-    if (auto* const client = dynamic_cast<CAlpcClientPort*>(object.get())) {
+    if (auto* const client = As<CAlpcClientPort>(object.get())) {
         client->Disconnect();
         return kStatusSuccess;
     }
-    if (auto* const comm = dynamic_cast<CServerCommPort*>(object.get())) {
+    if (auto* const comm = As<CServerCommPort>(object.get())) {
         if (const auto server = comm->connection->Port()) {
             server->Drop(comm->connection);
         }
@@ -94,7 +94,7 @@ NtStatus KYR_NTAPI NtAlpcCreateSectionView(Handle port, std::uint32_t flags,
 NtStatus KYR_NTAPI NtAlpcDeleteSectionView(Handle port, std::uint32_t flags, void* viewBase) {
     std::shared_ptr<CObject> keep;
     CAlpcMemory* const memory = MemoryOf(port, keep);
-    auto* const server = dynamic_cast<CServerPort*>(keep.get());
+    auto* const server = As<CServerPort>(keep.get());
     if (memory == nullptr && server == nullptr) {
         return kStatusInvalidHandle;
     }

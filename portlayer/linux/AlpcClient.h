@@ -18,7 +18,7 @@ struct CAlpcCall {
     const std::int64_t* timeout;
 };
 
-class CAlpcClientPort : public CObject {
+class CAlpcClientPort final : public CObject {
   public:
     CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit);
     void OnClose() override;

@@ -22,48 +22,40 @@ NtStatus Release(CServerPort& port, const CAlpcCall& call, std::uint32_t message
                                view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0);
 }
 
-/// The connection whose request has this id; null when there is none.
-std::shared_ptr<CServerConnection> ConnectionOf(const CServerPort& port, const CMessageIds& ids) {
-    const auto record = FindPendingMessage(ids.messageId);
-    if (!record) {
-        return nullptr;
-    }
-    const std::lock_guard<std::mutex> lock(record->mutex);
-    return IsOpenRequest(*record, port, ids) ? record->connection : nullptr;
-}
-
 NtStatus Send(CServerPort& port, const CAlpcCall& call) {
     const CMessageIds ids = ReadIds(EDialect::Alpc, call.sendMessage);
-    const auto connection = ConnectionOf(port, ids);
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
-    if (!connection) {
-        return release ? Release(port, call, ids.messageId) : kStatusInvalidMessage;
-    }
-    if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
-        return kStatusInvalidParameter;
-    }
-    if (TotalLength(call.sendMessage) > port.Limits().message) {
-        return kStatusPortMessageTooLong;
-    }
-    std::shared_ptr<CPortSection> section;
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
-    if (view != nullptr) {
-        const NtStatus status = connection->Memory().PrepareView(*view, section);
-        if (status != kStatusSuccess) {
-            return status;
+    std::shared_ptr<CPortSection> section;
+    std::shared_ptr<CServerConnection> owner;  // of the section
+    const auto fill = [&](COutgoingPacket& packet,
+                          const std::shared_ptr<CServerConnection>& connection) {
+        if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
+            return kStatusInvalidParameter;
         }
-    }
-    const NtStatus status = AnswerRequest(port, ids, [&](COutgoingPacket& packet) {
+        if (TotalLength(call.sendMessage) > port.Limits().message) {
+            return kStatusPortMessageTooLong;
+        }
         packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
-        if (section) {
+        if (view != nullptr) {
+            owner = connection;
+            const NtStatus status = connection->Memory().PrepareView(*view, section);
+            if (status != kStatusSuccess) {
+                return status;
+            }
             packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
         }
-        packet.head.flags = release && !section ? 0 : kPacketContinuation;
-    });
-    if (status == kStatusSuccess && section && (view->Flags & kAlpcViewAutoRelease) != 0) {
-        connection->Memory().ViewSent(*section);
+        packet.head.flags = release && view == nullptr ? 0 : kPacketContinuation;
+        return kStatusSuccess;
+    };
+    const NtStatus status = AnswerRequest(port, ids, fill);
+    if (status == kStatusReplyMessageMismatch) {
+        return release ? Release(port, call, ids.messageId) : kStatusInvalidMessage;
     }
-    return status == kStatusReplyMessageMismatch ? kStatusInvalidMessage : status;
+    if (status == kStatusSuccess && section && (view->Flags & kAlpcViewAutoRelease) != 0) {
+        owner->Memory().ViewSent(*section);
+    }
+    return status;
 }
 
 /// Hands the received message over. False: the buffer is too small.

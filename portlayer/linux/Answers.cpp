@@ -13,7 +13,7 @@ bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const
     return record.IsOpen() && !record.isConnectionRequest &&
            record.ids.messageId == ids.messageId &&
            (port.Dialect() == EDialect::Alpc || record.ids == ids) &&
-           record.connection->Port().get() == &port;
+           record.connection->PortNumber() == port.Number();
 }
 
 void AddWrites(COutgoingPacket& packet, const CPendingMessage& record) {

@@ -5,7 +5,8 @@
 
 namespace Kyr::PortLayer::Detail {
 
-/// Replies to the open request with these ids; `fill` sets the packet's message and view.
+/// Replies to the open request with these ids; `fill(packet, connection)` sets the packet's message
+/// and view, or returns why there is no reply yet: the request stays open then.
 /// kStatusReplyMessageMismatch when the port has no such request.
 template <typename Fill>
 NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, Fill fill);
@@ -35,7 +36,10 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, F
     }
     COutgoingPacket packet(EPacket::Reply);
     packet.head.exchange = record->exchange;
-    fill(packet);
+    const NtApi::NtStatus filled = fill(packet, record->connection);
+    if (filled != NtApi::kStatusSuccess) {
+        return filled;
+    }
     AddWrites(packet, *record);
     record->answered = true;
     // Before the reply, which takes the client's slots back to it.

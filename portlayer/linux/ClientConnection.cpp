@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstring>
 #include <errno.h>
+#include <optional>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -25,11 +26,30 @@ struct CClientConnection::CWaiter {
 
     CExchange& exchange;
     std::uint32_t number = 0;
-    bool sent = false;  // and so it waits, or is about to
     bool replied = false;
     bool leads = false;
-    std::condition_variable wake;
+    bool waits = false;
     CWaiter* next = nullptr;
+    // Made when the thread has to wait for another one to read. Guarded by mutex_.
+    std::optional<std::condition_variable> wake;
+
+    void Wait(std::unique_lock<std::mutex>& lock, const CDeadline& deadline) {
+        if (!wake) {
+            wake.emplace();
+        }
+        waits = true;
+        if (deadline.IsNever()) {
+            wake->wait(lock);
+        } else {
+            wake->wait_until(lock, deadline.At());
+        }
+        waits = false;
+    }
+    void Wake() {
+        if (wake) {
+            wake->notify_one();
+        }
+    }
 };
 
 NtStatus CClientConnection::Open(const UnicodeString& name, const CDeadline& deadline,
@@ -95,27 +115,27 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     waiter.number = ++lastExchange_;
     waiter.next = waiters_;
     waiters_ = &waiter;
+    TryToLead(waiter);
     lock.unlock();
 
     packet.head.exchange = waiter.number;
     packet.head.threadId = CurrentThreadId();
-    const ESend sent =
-        IsLost() ? ESend::Closed : SendPacket(socket_.Get(), packet, pool_, received_, deadline);
-    lock.lock();
+    const ESend sent = SendRequest(packet, waiter, deadline);
+    if (sent == ESend::Sent && waiter.leads) {
+        Lead(lock, waiter, deadline);
+    } else {
+        lock.lock();
+    }
     EExchange result = EExchange::Replied;
     if (sent != ESend::Sent) {
         result = sent == ESend::TimedOut ? EExchange::TimedOut : EExchange::NotSent;
     } else {
-        waiter.sent = true;
         while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
-            if (!hasLeader_ || waiter.leads) {
-                hasLeader_ = true;
-                waiter.leads = true;
+            if (TryToLead(waiter)) {
+                lock.unlock();
                 Lead(lock, waiter, deadline);
-            } else if (deadline.IsNever()) {
-                waiter.wake.wait(lock);
             } else {
-                waiter.wake.wait_until(lock, deadline.At());
+                waiter.Wait(lock, deadline);
             }
         }
         if (!waiter.replied) {
@@ -127,11 +147,25 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
         link = &(*link)->next;
     }
     *link = waiter.next;
-    // Not only the leader: one that was woken to lead may have come too late for its own reply.
-    if (waiter.leads || !hasLeader_) {
-        PassLeadership();
-    }
+    PassLeadership(waiter);
     return result;
+}
+
+ESend CClientConnection::SendRequest(COutgoingPacket& packet, CWaiter& waiter,
+                                     const CDeadline& deadline) {
+    if (IsLost()) {
+        return ESend::Closed;
+    }
+    const ESend sent = SendPacket(socket_.Get(), packet, pool_, received_, CDeadline::Now());
+    if (sent != ESend::TimedOut || deadline.HasPassed()) {
+        return sent;
+    }
+    {
+        // The server may first have to get rid of replies: somebody who waits for one reads them.
+        const std::lock_guard<std::mutex> lock(mutex_);
+        PassLeadership(waiter);
+    }
+    return SendPacket(socket_.Get(), packet, pool_, received_, deadline);
 }
 
 EExchange CClientConnection::Post(COutgoingPacket& packet, const CDeadline& deadline) {
@@ -150,10 +184,17 @@ EExchange CClientConnection::Post(COutgoingPacket& packet, const CDeadline& dead
     }
 }
 
+bool CClientConnection::TryToLead(CWaiter& waiter) {
+    if (!hasLeader_) {
+        hasLeader_ = true;
+        waiter.leads = true;
+    }
+    return waiter.leads;
+}
+
 void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter,
                              const CDeadline& deadline) {
-    while (!waiter.replied && !IsLost()) {
-        lock.unlock();
+    for (;;) {
         const EReceive result = ReceivePacket(socket_.Get(), deadline, *buffer_, packet_);
         lock.lock();
         if (result == EReceive::Nothing) {
@@ -164,9 +205,10 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter
         }
         packet_.DropDescriptors();
         // A server that never stops sending must not keep us past our time.
-        if (deadline.HasPassed()) {
+        if (waiter.replied || IsLost() || deadline.HasPassed()) {
             return;
         }
+        lock.unlock();
     }
 }
 
@@ -247,9 +289,7 @@ bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
     std::memcpy(exchange.reply, packet.message,
                 std::min<std::size_t>(exchange.capacity, packet.head.messageLength));
     waiter->replied = true;
-    if (!waiter->leads) {
-        waiter->wake.notify_one();
-    }
+    waiter->Wake();
     return true;
 }
 
@@ -287,12 +327,20 @@ CClientConnection::CWaiter* CClientConnection::FindWaiter(std::uint32_t exchange
     return waiter;
 }
 
-void CClientConnection::PassLeadership() {
-    hasLeader_ = false;
+void CClientConnection::PassLeadership(CWaiter& from) {
+    if (from.leads) {
+        from.leads = false;
+        hasLeader_ = false;
+    }
+    // Not only a leader's task: one that was woken to lead may have come too late for its own
+    // reply.
+    if (hasLeader_) {
+        return;
+    }
     for (CWaiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
         // One that still sends looks for itself when it is done, which may be long from now.
-        if (waiter->sent && !waiter->replied) {
-            waiter->wake.notify_one();
+        if (waiter->waits && !waiter->replied) {
+            waiter->Wake();
             return;
         }
     }
@@ -307,7 +355,7 @@ void CClientConnection::Disconnect() {
 void CClientConnection::Lose() {
     Disconnect();
     for (CWaiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
-        waiter->wake.notify_one();
+        waiter->Wake();
     }
 }
 

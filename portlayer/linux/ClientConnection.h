@@ -63,13 +63,17 @@ class CClientConnection {
   private:
     struct CWaiter;
     explicit CClientConnection(CFileDescriptor socket);
-    /// Reads packets until the waiter's reply came; releases the lock while it reads.
+    ESend SendRequest(COutgoingPacket& packet, CWaiter& waiter, const CDeadline& deadline);
+    /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
+    /// the caller does not hold.
     void Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter, const CDeadline& deadline);
     bool Dispatch(CIncomingPacket& packet);
     bool TakeReply(CIncomingPacket& packet, CWaiter* waiter);
     bool ServeFetch(CIncomingPacket& packet, const CWaiter& waiter);
     CWaiter* FindWaiter(std::uint32_t exchange);
-    void PassLeadership();
+    // REQUIRE: mutex_ is held.
+    bool TryToLead(CWaiter& waiter);
+    void PassLeadership(CWaiter& from);
     void Lose();
 
     const CLiveCount live_{ECounter::Connections};

@@ -9,7 +9,7 @@ namespace {
 
 using namespace Detail;
 
-class CEvent : public CWaitable {
+class CEvent final : public CWaitable {
   public:
     CEvent(bool manualReset, bool initialState) : manualReset_(manualReset) {
         signalled_ = initialState;

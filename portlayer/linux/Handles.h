@@ -7,6 +7,9 @@
 
 #include <cstdint>
 #include <memory>
+#include <type_traits>
+#include <typeinfo>
+#include <utility>
 
 #include "ntapi/Types.h"
 
@@ -29,10 +32,20 @@ std::shared_ptr<CObject> FindObject(NtApi::Handle handle);
 /// False when there is no such handle.
 bool RemoveHandle(NtApi::Handle handle);
 
+/// The object when it is of the given class, else null. Classes of objects are final, so that
+/// comparing types is enough: a dynamic_cast costs several times as much.
+template <typename T>
+T* As(CObject* object) {
+    static_assert(std::is_final_v<T>);
+    return object != nullptr && typeid(*object) == typeid(T) ? static_cast<T*>(object) : nullptr;
+}
+
 /// The object behind the handle when it is of the given class, else null.
 template <typename T>
 std::shared_ptr<T> Find(NtApi::Handle handle) {
-    return std::dynamic_pointer_cast<T>(FindObject(handle));
+    std::shared_ptr<CObject> object = FindObject(handle);
+    return As<T>(object.get()) != nullptr ? std::static_pointer_cast<T>(std::move(object))
+                                          : nullptr;
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -16,7 +16,7 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = LpcLayout::kHeaderSize;
 
-class CLpcClientPort : public CObject {
+class CLpcClientPort final : public CObject {
   public:
     CLpcClientPort(std::shared_ptr<CClientConnection> theConnection, std::size_t theLimit)
         : connection(std::move(theConnection)), limit(theLimit) {}

@@ -18,7 +18,7 @@ using namespace NtApi;
 constexpr std::size_t kHeader = LpcLayout::kHeaderSize;
 
 std::shared_ptr<CServerPort> LpcPort(Handle handle) {
-    auto port = ServerPortOf(handle);
+    auto port = ServerPortOf(FindObject(handle));
     return port && port->Dialect() == EDialect::Lpc ? port : nullptr;
 }
 
@@ -29,9 +29,11 @@ NtStatus Reply(const CServerPort& port, const void* reply) {
     if (kHeader + DataLength(reply) > TotalLength(reply) || DataInfoOffset(reply) != 0) {
         return kStatusInvalidParameter;
     }
-    return AnswerRequest(port, ReadIds(EDialect::Lpc, reply), [reply](COutgoingPacket& packet) {
-        packet.SetMessage(reply, TotalLength(reply));
-    });
+    return AnswerRequest(port, ReadIds(EDialect::Lpc, reply),
+                         [reply](COutgoingPacket& packet, const auto&) {
+                             packet.SetMessage(reply, TotalLength(reply));
+                             return kStatusSuccess;
+                         });
 }
 
 NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadline& deadline) {

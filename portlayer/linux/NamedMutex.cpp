@@ -18,7 +18,7 @@ namespace {
 
 using namespace Detail;
 
-class CNamedMutex : public CExclusiveWaitable {
+class CNamedMutex final : public CExclusiveWaitable {
   public:
     NtApi::NtStatus Open(const char16_t* name);
     NtApi::NtStatus OpenOrCreate(const char16_t* name);

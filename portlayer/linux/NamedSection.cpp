@@ -23,7 +23,7 @@ constexpr std::uint32_t kFileMapWrite = 2;
 constexpr std::uint32_t kFileMapRead = 4;
 constexpr std::uint32_t kPageReadWrite = 4;
 
-class CNamedSection : public CObject {
+class CNamedSection final : public CObject {
   public:
     CNamedSection(std::shared_ptr<CNamedFile> theFile, bool isWritable)
         : file(std::move(theFile)), writable(isWritable) {}

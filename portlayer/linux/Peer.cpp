@@ -4,6 +4,7 @@
 #include <cstring>
 #include <errno.h>
 #include <poll.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <sys/un.h>
@@ -16,6 +17,8 @@ using namespace NtApi;
 
 // Connections that wait to be taken from the socket. Our choice; a full backlog only delays.
 constexpr int kBacklog = 128;
+
+thread_local std::uint32_t threadId = 0;
 
 bool FillAddress(const std::string& path, sockaddr_un& address) {
     address = {};
@@ -105,7 +108,14 @@ std::uint32_t PeerProcessId(int socket) {
 }
 
 std::uint32_t CurrentThreadId() {
-    return static_cast<std::uint32_t>(::gettid());
+    // A system call for every message would cost as much as all the layer's locks together.
+    if (threadId == 0) {
+        // A forked child's only thread has an id of its own.
+        static const int registered = ::pthread_atfork(nullptr, nullptr, [] { threadId = 0; });
+        static_cast<void>(registered);
+        threadId = static_cast<std::uint32_t>(::gettid());
+    }
+    return threadId;
 }
 
 std::uint32_t CurrentProcessId() {

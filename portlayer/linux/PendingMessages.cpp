@@ -49,7 +49,6 @@ void CPendingMessage::Clear() {
                 connection->SendPool().Release(writes[i].area.slot);
             }
             writes[i].area = {};
-            writes[i].bytes.clear();
         }
     }
     if (open && !isConnectionRequest) {
@@ -65,9 +64,9 @@ void CPendingMessage::Clear() {
     connection.reset();
 }
 
-std::shared_ptr<CPendingMessage> NewPendingMessage() {
+std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock) {
     Registry& registry = TheRegistry();
-    const std::lock_guard<std::mutex> lock(registry.mutex);
+    const std::lock_guard<std::mutex> registryLock(registry.mutex);
     std::uint32_t index = 0;
     if (!registry.free.empty()) {
         index = registry.free.back();
@@ -84,7 +83,7 @@ std::shared_ptr<CPendingMessage> NewPendingMessage() {
         entry.record = std::make_shared<CPendingMessage>();
     }
     entry.used = true;
-    const std::lock_guard<std::mutex> recordLock(entry.record->mutex);
+    lock = std::unique_lock<std::mutex>(entry.record->mutex);
     entry.record->ids.messageId = entry.generation << kIndexBits | index;
     return entry.record;
 }

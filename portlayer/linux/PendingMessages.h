@@ -59,9 +59,9 @@ struct CPendingMessage {
     void Clear();
 };
 
-/// A record for the next message, with its ids.messageId set and nothing else.
-/// Null when a server has let too many requests pile up.
-std::shared_ptr<CPendingMessage> NewPendingMessage();
+/// A record for the next message, with its ids.messageId set and nothing else; `lock` holds its
+/// mutex. Null when a server has let too many requests pile up.
+std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock);
 /// Null when there is none.
 std::shared_ptr<CPendingMessage> FindPendingMessage(std::uint32_t messageId);
 /// Makes the id unknown and takes the record back. REQUIRES: the record's mutex is not held.

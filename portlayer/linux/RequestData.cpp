@@ -118,7 +118,8 @@ bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
         inlineTotal += other && record.writes[i].area.slot == kNoSlot ? record.writes[i].size : 0;
     }
     if (size <= kMaxInlineTransfer && inlineTotal <= kMaxInline) {
-        write.bytes.resize(size);
+        // Grows only: what a shrunken vector gains is cleared, for nothing.
+        write.bytes.resize(std::max(size, write.bytes.size()));
         return true;
     }
     if (write.area.slot != kNoSlot && size <= write.area.size) {

@@ -3,6 +3,7 @@
 #include <sys/socket.h>
 
 #include "portlayer/linux/Peer.h"
+#include "portlayer/linux/ServerPort.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -14,9 +15,10 @@ constexpr std::chrono::seconds kSendPatience{1};
 
 }  // namespace
 
-CServerConnection::CServerConnection(std::weak_ptr<CServerPort> port, std::uint64_t number,
+CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
                                      CFileDescriptor socket)
-    : port_(std::move(port)),
+    : port_(port),
+      portNumber_(port->Number()),
       number_(number),
       socket_(std::move(socket)),
       clientProcessId_(PeerProcessId(socket_.Get())),

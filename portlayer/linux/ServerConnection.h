@@ -21,13 +21,15 @@ class CServerConnection {
     /// Anonymous: the connection request has not come. Requested: the server has not answered it.
     enum class EState { Anonymous, Requested, Accepted, Connected, Closed };
 
-    CServerConnection(std::weak_ptr<CServerPort> port, std::uint64_t number,
+    CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
                       CFileDescriptor socket);
 
     int Socket() const { return socket_.Get(); }
     std::uint64_t Number() const { return number_; }
     std::uint32_t ClientProcessId() const { return clientProcessId_; }
     std::shared_ptr<CServerPort> Port() const { return port_.lock(); }
+    /// Tells ports apart even when one is gone, without holding it.
+    std::uint64_t PortNumber() const { return portNumber_; }
     CSendPool& SendPool() { return pool_; }
     CReceivePool& ReceivePool() { return received_; }
     CAlpcMemory& Memory() { return memory_; }
@@ -57,6 +59,7 @@ class CServerConnection {
 
     const CLiveCount live_{ECounter::Connections};
     const std::weak_ptr<CServerPort> port_;
+    const std::uint64_t portNumber_;
     const std::uint64_t number_;
     const CFileDescriptor socket_;
     const std::uint32_t clientProcessId_;

@@ -31,6 +31,8 @@ constexpr int kLateLooks = 4;
 // How long a port out of descriptors rests before it tries to take a client again. Our choice.
 constexpr std::chrono::milliseconds kOutOfDescriptorsRest{10};
 
+std::atomic<std::uint64_t> lastPort{0};
+
 bool Watch(int poll, int descriptor, std::uint64_t number) {
     epoll_event event = {};
     event.events = EPOLLIN;
@@ -70,7 +72,14 @@ NtStatus CServerPort::Create(EDialect dialect, const UnicodeString& name, const 
     return kStatusSuccess;
 }
 
-CServerPort::~CServerPort() = default;
+CServerPort::CServerPort(EDialect dialect, const CPortLimits& limits)
+    : number_(lastPort.fetch_add(1, std::memory_order_relaxed)),
+      dialect_(dialect),
+      limits_(limits) {}
+
+CServerPort::~CServerPort() {
+    delete spareScratch_.load();
+}
 
 void CServerPort::OnClose() {
     name_.Give();
@@ -88,11 +97,17 @@ void CServerPort::OnClose() {
 }
 
 std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
+    std::unique_ptr<CReceiveScratch> scratch(
+        spareScratch_.exchange(nullptr, std::memory_order_acquire));
+    if (scratch) {
+        return scratch;
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     if (scratches_.empty()) {
-        return std::make_unique<CReceiveScratch>();
+        // Unset, not cleared: a packet's buffer is large and only written to.
+        return std::unique_ptr<CReceiveScratch>(new CReceiveScratch);
     }
-    auto scratch = std::move(scratches_.back());
+    scratch = std::move(scratches_.back());
     scratches_.pop_back();
     return scratch;
 }
@@ -100,23 +115,21 @@ std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
 void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
     scratch->message.connection.reset();
     scratch->message.view = {};
-    const std::lock_guard<std::mutex> lock(mutex_);
-    scratches_.push_back(std::move(scratch));
+    scratch.reset(spareScratch_.exchange(scratch.release(), std::memory_order_acq_rel));
+    if (scratch) {
+        // Several threads receive.
+        const std::lock_guard<std::mutex> lock(mutex_);
+        scratches_.push_back(std::move(scratch));
+    }
 }
 
 NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
     for (int late = 0; late < kLateLooks; late += deadline.HasPassed() ? 1 : 0) {
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            if (closed_) {
-                return kStatusPortClosed;
-            }
-            if (!putBack_.empty()) {
-                scratch.message = std::move(putBack_.front());
-                putBack_.pop_front();
-                scratch.message.bytes = scratch.message.kept.data();
-                return kStatusSuccess;
-            }
+        if (closed_.load()) {
+            return kStatusPortClosed;
+        }
+        if (hasPutBack_.load() && TakePutBack(scratch.message)) {
+            return kStatusSuccess;
         }
         epoll_event event = {};
         const int count = ::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds());
@@ -138,6 +151,18 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
     return kStatusTimeout;
 }
 
+bool CServerPort::TakePutBack(CIncomingMessage& message) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    hasPutBack_ = putBack_.size() > 1;
+    if (putBack_.empty()) {
+        return false;
+    }
+    message = std::move(putBack_.front());
+    putBack_.pop_front();
+    message.bytes = message.kept.data();
+    return true;
+}
+
 void CServerPort::PutBack(CReceiveScratch& scratch) {
     CIncomingMessage& message = scratch.message;
     if (message.kept.empty()) {
@@ -145,6 +170,7 @@ void CServerPort::PutBack(CReceiveScratch& scratch) {
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     putBack_.push_front(std::move(message));
+    hasPutBack_ = true;
     message = {};
 }
 
@@ -174,7 +200,7 @@ void CServerPort::AcceptSocket() {
     const std::uint64_t number = ++lastNumber_;
     const int descriptor = socket.Get();
     connections_[number] =
-        std::make_shared<CServerConnection>(weak_from_this(), number, std::move(socket));
+        std::make_shared<CServerConnection>(shared_from_this(), number, std::move(socket));
     if (!Watch(poll_.Get(), descriptor, number)) {
         connections_.erase(number);
     }
@@ -321,18 +347,17 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
                                  CServerConnection::EState::Requested)) {
         return false;
     }
-    const auto record = NewPendingMessage();
+    std::unique_lock<std::mutex> lock;
+    const auto record = NewPendingMessage(lock);
     if (!record) {
         return false;
     }
-    {
-        const std::lock_guard<std::mutex> lock(record->mutex);
-        record->open = true;
-        record->isConnectionRequest = true;
-        record->connection = connection;
-        scratch.message.ids.messageId = record->ids.messageId;
-        record->ids = scratch.message.ids;
-    }
+    record->open = true;
+    record->isConnectionRequest = true;
+    record->connection = connection;
+    scratch.message.ids.messageId = record->ids.messageId;
+    record->ids = scratch.message.ids;
+    lock.unlock();
     scratch.message.type = kLpcConnectionRequest;
     return IsStillOpen(*connection, record);
 }
@@ -352,26 +377,25 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
         (isRequest ? !connection->MayAsk() : block.count != 0 || packet.head.transferCount != 0)) {
         return false;
     }
-    const auto record = NewPendingMessage();
+    std::unique_lock<std::mutex> lock;
+    const auto record = NewPendingMessage(lock);
     if (!record) {
         return false;
     }
-    bool valid = true;
-    {
-        const std::lock_guard<std::mutex> lock(record->mutex);
-        message.ids.messageId = record->ids.messageId;
-        record->ids = message.ids;
-        record->connection = connection;
-        record->exchange = packet.head.exchange;
-        record->entries = block;
-        std::size_t descriptor = 0;
-        valid = TakeView(*connection, packet, descriptor, message.view) &&
-                TakeEntries(packet, descriptor, *record);
-        record->open = valid && isRequest;
-        connection->CountRequest(record->open ? 1 : 0);
-        CounterCell(ECounter::PendingRequests)
-            .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
-    }
+    message.ids.messageId = record->ids.messageId;
+    record->ids = message.ids;
+    record->connection = connection;
+    record->exchange = packet.head.exchange;
+    record->entries.count = block.count;
+    std::copy_n(block.entries.begin(), block.count, record->entries.entries.begin());
+    std::size_t descriptor = 0;
+    const bool valid = TakeView(*connection, packet, descriptor, message.view) &&
+                       TakeEntries(packet, descriptor, *record);
+    record->open = valid && isRequest;
+    connection->CountRequest(record->open ? 1 : 0);
+    CounterCell(ECounter::PendingRequests)
+        .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
+    lock.unlock();
     if (!valid || !isRequest) {
         // A datagram needs an id, but no record.
         EndPendingMessage(record);
@@ -441,15 +465,12 @@ void CServerCommPort::OnClose() {
     connection->Memory().Clear();
 }
 
-std::shared_ptr<CServerPort> ServerPortOf(Handle handle) {
-    const auto object = FindObject(handle);
-    if (const auto port = std::dynamic_pointer_cast<CServerPort>(object)) {
-        return port;
+std::shared_ptr<CServerPort> ServerPortOf(std::shared_ptr<CObject> object) {
+    if (As<CServerPort>(object.get()) != nullptr) {
+        return std::static_pointer_cast<CServerPort>(std::move(object));
     }
-    if (const auto comm = std::dynamic_pointer_cast<CServerCommPort>(object)) {
-        return comm->connection->Port();
-    }
-    return nullptr;
+    const CServerCommPort* const comm = As<CServerCommPort>(object.get());
+    return comm != nullptr ? comm->connection->Port() : nullptr;
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -8,6 +8,7 @@
 // server sees it as closed by the client.
 #pragma once
 
+#include <atomic>
 #include <deque>
 #include <memory>
 #include <mutex>
@@ -39,14 +40,14 @@ struct CIncomingMessage {
     std::vector<std::uint8_t> kept;
 };
 
-/// Memory of one receiving thread; the port keeps them for the next.
+/// Memory of one receiving thread; the port keeps it for the next.
 struct CReceiveScratch {
     CPacketBuffer buffer;
     CIncomingPacket packet;
     CIncomingMessage message;
 };
 
-class CServerPort : public CObject, public std::enable_shared_from_this<CServerPort> {
+class CServerPort final : public CObject, public std::enable_shared_from_this<CServerPort> {
   public:
     static NtApi::NtStatus Create(EDialect dialect, const NtApi::UnicodeString& name,
                                   const CPortLimits& limits, std::shared_ptr<CServerPort>& port);
@@ -54,6 +55,8 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     void OnClose() override;
 
     EDialect Dialect() const { return dialect_; }
+    /// No other port of the process has it or had it.
+    std::uint64_t Number() const { return number_; }
     const CPortLimits& Limits() const { return limits_; }
 
     std::unique_ptr<CReceiveScratch> TakeScratch();
@@ -70,8 +73,9 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 
   private:
-    CServerPort(EDialect dialect, const CPortLimits& limits) : dialect_(dialect), limits_(limits) {}
+    CServerPort(EDialect dialect, const CPortLimits& limits);
 
+    bool TakePutBack(CIncomingMessage& message);
     void AcceptSocket();
     /// Makes room for a new client. False when every client has sent its connection request.
     bool DropOldestAnonymous();
@@ -90,6 +94,7 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch);
 
     const CLiveCount live_{ECounter::Ports};
+    const std::uint64_t number_;
     const EDialect dialect_;
     const CPortLimits limits_;
     CPortName name_;
@@ -103,11 +108,15 @@ class CServerPort : public CObject, public std::enable_shared_from_this<CServerP
     std::uint64_t lastNumber_ = 0;
     std::deque<CIncomingMessage> putBack_;
     std::vector<std::unique_ptr<CReceiveScratch>> scratches_;
-    bool closed_ = false;
+
+    std::atomic<bool> closed_{false};
+    std::atomic<bool> hasPutBack_{false};  // changed under mutex_, read without it
+    // Owned; the one that a single receiving thread takes and gives.
+    std::atomic<CReceiveScratch*> spareScratch_{nullptr};
 };
 
 /// An accepted connection, as the server's handle of it.
-class CServerCommPort : public CObject {
+class CServerCommPort final : public CObject {
   public:
     explicit CServerCommPort(std::shared_ptr<CServerConnection> theConnection)
         : connection(std::move(theConnection)) {}
@@ -117,7 +126,7 @@ class CServerCommPort : public CObject {
     const std::shared_ptr<CServerConnection> connection;
 };
 
-/// The connection port of a handle of either class; null when the handle is of another.
-std::shared_ptr<CServerPort> ServerPortOf(NtApi::Handle handle);
+/// The connection port behind an object of either class; null when it is of another.
+std::shared_ptr<CServerPort> ServerPortOf(std::shared_ptr<CObject> object);
 
 }  // namespace Kyr::PortLayer::Detail

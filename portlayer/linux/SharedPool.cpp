@@ -184,12 +184,10 @@ void CReceivePool::Free(std::uint32_t index) {
 }
 
 std::uint64_t CReceivePool::TakeFreed() {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return std::exchange(freed_, 0);
+    return freed_.load(std::memory_order_relaxed) == 0 ? 0 : freed_.exchange(0);
 }
 
 void CReceivePool::PutBack(std::uint64_t slots) {
-    const std::lock_guard<std::mutex> lock(mutex_);
     freed_ |= slots;
 }
 

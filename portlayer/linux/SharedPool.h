@@ -11,6 +11,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
@@ -107,7 +108,8 @@ class CReceivePool {
     };
     std::mutex mutex_;
     std::array<Slot, kMaxSlots> slots_;  // guarded by mutex_
-    std::uint64_t freed_ = 0;            // guarded by mutex_
+    // Added to under mutex_; taken without it, as every packet does.
+    std::atomic<std::uint64_t> freed_{0};
 };
 
 }  // namespace Kyr::PortLayer::Detail

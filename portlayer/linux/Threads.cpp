@@ -17,7 +17,7 @@ namespace {
 using namespace Detail;
 
 /// Only the creator's handle counts as live: the thread may outlast it, as the system's threads do.
-class CThread : public CWaitable {
+class CThread final : public CWaitable {
   public:
     void OnClose() override { live_.reset(); }
 
