@@ -1,0 +1,82 @@
+// The limit of the shared memory of a connection's end. The system has another one, of its own.
+#include "tests/portlayer/AlpcTest.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+
+class SectionLimitTest : public CAlpcTest {
+  protected:
+    NtStatus CreateSection(Handle port, Handle& section) {
+        std::size_t actual = 0;
+        return Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 100, &section,
+                                               &actual);
+    }
+    /// As many sections as one end may hold.
+    std::vector<Handle> CreateAll(Handle port) {
+        std::vector<Handle> sections(64);
+        for (Handle& section : sections) {
+            EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
+        }
+        return sections;
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Layer, SectionLimitTest, Backends(), BackendName);
+
+TEST_P(SectionLimitTest, SixtyFifthSectionIsRefused) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    CreateAll(port);
+    Handle oneMore = nullptr;
+    EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
+    EXPECT_EQ(oneMore, nullptr);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    const std::vector<Handle> sections = CreateAll(port);
+    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
+    Handle another = nullptr;
+    EXPECT_EQ(CreateSection(port, another), kStatusSuccess);
+    Handle oneMore = nullptr;
+    EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
+    // One-way messages whose views nobody releases, until the next one says so.
+    std::vector<void*> kept;
+    Serve([&kept](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcDatagram) {
+            kept.push_back(call.attributes.View().ViewBase);
+        } else if (Kind(call.message.data()) == kLpcRequest) {
+            if (call.Data() == ToBytes("release")) {
+                call.ports.NtAlpcDeleteSectionView(call.client, 0, kept.front());
+            }
+            EXPECT_EQ(call.Reply({}), kStatusSuccess);
+        }
+    });
+    const Handle port = Connect();
+    for (int i = 0; i < 64; ++i) {
+        const AlpcDataViewAttr view = MakeView(port, ToBytes("view"));
+        CAttributes sent(Ports());
+        sent.SetView({kAlpcViewSecured | kAlpcViewAutoRelease, view.SectionHandle, view.ViewBase,
+                      view.ViewSize});
+        EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusSuccess);
+        EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+    }
+    Ask(port, ToBytes("all arrived"));
+    Handle section = nullptr;
+    EXPECT_EQ(CreateSection(port, section), kStatusNoMemory);
+    Ask(port, ToBytes("release"));
+    EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
