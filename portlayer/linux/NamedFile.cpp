@@ -4,6 +4,9 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <thread>
+
+#include "portlayer/linux/Deadline.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -11,11 +14,16 @@ namespace {
 
 using namespace NtApi;
 
+// Who has the lock alone removes the file and is gone at once; nobody else may keep us. Our choice.
+constexpr std::chrono::milliseconds kLockPatience{300};
+
 bool LockShared(int file) {
-    while (::flock(file, LOCK_SH) != 0) {
-        if (errno != EINTR) {
+    const CDeadline deadline = CDeadline::In(kLockPatience);
+    while (::flock(file, LOCK_SH | LOCK_NB) != 0) {
+        if ((errno != EINTR && errno != EWOULDBLOCK) || deadline.HasPassed()) {
             return false;
         }
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     return true;
 }
@@ -53,8 +61,11 @@ NtStatus CNamedFile::OpenLive() {
         }
         return kStatusObjectNameNotFound;
     }
+    if (!LockShared(file.Get())) {
+        return kStatusAccessDenied;
+    }
     struct stat info = {};
-    if (!LockShared(file.Get()) || ::fstat(file.Get(), &info) != 0 || info.st_nlink == 0) {
+    if (::fstat(file.Get(), &info) != 0 || info.st_nlink == 0) {
         return kStatusObjectNameNotFound;
     }
     file_ = std::move(file);
@@ -94,6 +105,7 @@ NtStatus CNamedFile::Create(std::size_t size, const std::function<bool(int)>& in
         return errno == EEXIST ? kStatusObjectNameCollision : kStatusAccessDenied;
     }
     file_ = std::move(file);
+    wasCreated_ = true;
     return kStatusSuccess;
 }
 

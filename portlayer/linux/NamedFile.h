@@ -22,9 +22,12 @@ class CNamedFile {
     ~CNamedFile();
 
     NtApi::NtStatus Open(const char16_t* name, const char* kind);
-    /// Opens the object, or makes it: `size` zero bytes, then `initialise` with the new file.
+    /// Opens the object, or makes it: `size` zero bytes, then `initialise` with the new file. When
+    /// somebody else makes it at the same time, what was initialised may be thrown away.
     NtApi::NtStatus OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
                                  const std::function<bool(int)>& initialise);
+    /// Whether OpenOrCreate made it.
+    bool WasCreated() const { return wasCreated_; }
     int Descriptor() const { return file_.Get(); }
     std::size_t Size() const;
 
@@ -35,6 +38,7 @@ class CNamedFile {
     CFileDescriptor directory_;
     std::string name_;
     CFileDescriptor file_;
+    bool wasCreated_ = false;
 };
 
 }  // namespace Kyr::PortLayer::Detail

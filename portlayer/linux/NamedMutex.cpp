@@ -1,9 +1,20 @@
 // Named mutexes: a robust, recursive mutex in a shared file. One whose owner died, thread or
 // process, is handed on as abandoned.
+//
+// The system keeps a list through the mutexes that a thread owns, in their own memory. So one that
+// is still owned when its last handle is closed stays mapped until its owner let go or ended.
+#include <algorithm>
+#include <atomic>
 #include <errno.h>
+#include <linux/futex.h>
+#include <memory>
+#include <mutex>
 #include <pthread.h>
+#include <signal.h>
 #include <sys/mman.h>
+#include <sys/syscall.h>
 #include <unistd.h>
+#include <vector>
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
@@ -18,28 +29,72 @@ namespace {
 
 using namespace Detail;
 
-class CNamedMutex final : public CExclusiveWaitable {
+class CNamedMutex final : public CExclusiveWaitable,
+                          public std::enable_shared_from_this<CNamedMutex> {
   public:
     NtApi::NtStatus Open(const char16_t* name);
-    NtApi::NtStatus OpenOrCreate(const char16_t* name);
+    /// A new mutex, not one that is there, belongs to the calling thread when `owned`.
+    NtApi::NtStatus OpenOrCreate(const char16_t* name, bool owned);
 
     std::uint32_t Wait(const CDeadline& deadline) override;
+    void OnClose() override;
+    /// A thread of this process owns it.
+    bool IsOwnedHere();
     /// False when the calling thread does not own it.
     bool Release();
 
   private:
     NtApi::NtStatus Map(NtApi::NtStatus opened);
+    bool MapFile(int file);
+    bool Initialise(int file, bool owned);
+    /// Of a mutex that nobody else has seen.
+    void Discard();
     pthread_mutex_t* Mutex() { return reinterpret_cast<pthread_mutex_t*>(mapping_.Base()); }
     int Lock(const CDeadline& deadline);
 
-    const CLiveCount live_{ECounter::Mutexes};
+    // Only the handle counts as live.
+    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(ECounter::Mutexes);
+    std::atomic<bool> closed_{false};
     CNamedFile file_;
     CMapping mapping_;
 };
 
-bool InitialiseMutex(int file) {
-    CMapping mapping;
-    if (!mapping.Map(file, sizeof(pthread_mutex_t), PROT_READ | PROT_WRITE)) {
+struct COwnedYet {
+    std::mutex mutex;
+    std::vector<std::shared_ptr<CNamedMutex>> closed;  // guarded by mutex
+};
+
+// Made by the first call and never destroyed: threads may still own mutexes at exit.
+COwnedYet& OwnedYet() {
+    static COwnedYet* const ownedYet = new COwnedYet;
+    return *ownedYet;
+}
+
+/// Ends the closed mutexes whose owners let go or ended.
+void EndClosedMutexes() {
+    std::vector<std::shared_ptr<CNamedMutex>> ended;
+    COwnedYet& ownedYet = OwnedYet();
+    const std::lock_guard<std::mutex> lock(ownedYet.mutex);
+    const auto firstEnded = std::stable_partition(
+        ownedYet.closed.begin(), ownedYet.closed.end(),
+        [](const std::shared_ptr<CNamedMutex>& mutex) { return mutex->IsOwnedHere(); });
+    ended.assign(firstEnded, ownedYet.closed.end());
+    ownedYet.closed.erase(firstEnded, ownedYet.closed.end());
+}
+
+void KeepWhileOwned(std::shared_ptr<CNamedMutex> mutex) {
+    COwnedYet& ownedYet = OwnedYet();
+    const std::lock_guard<std::mutex> lock(ownedYet.mutex);
+    ownedYet.closed.push_back(std::move(mutex));
+}
+
+bool CNamedMutex::MapFile(int file) {
+    return mapping_.Map(file, sizeof(pthread_mutex_t), PROT_READ | PROT_WRITE);
+}
+
+bool CNamedMutex::Initialise(int file, bool owned) {
+    Discard();
+    if (!MapFile(file)) {
         return false;
     }
     pthread_mutexattr_t attributes;
@@ -47,27 +102,38 @@ bool InitialiseMutex(int file) {
     ::pthread_mutexattr_setpshared(&attributes, PTHREAD_PROCESS_SHARED);
     ::pthread_mutexattr_setrobust(&attributes, PTHREAD_MUTEX_ROBUST);
     ::pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
-    auto* const mutex = reinterpret_cast<pthread_mutex_t*>(mapping.Base());
-    const int result = ::pthread_mutex_init(mutex, &attributes);
+    const int result = ::pthread_mutex_init(Mutex(), &attributes);
     ::pthread_mutexattr_destroy(&attributes);
-    return result == 0;
+    return result == 0 && (!owned || ::pthread_mutex_trylock(Mutex()) == 0);
+}
+
+void CNamedMutex::Discard() {
+    if (mapping_.Base() != nullptr) {
+        Release();
+        mapping_.Unmap();
+    }
 }
 
 NtApi::NtStatus CNamedMutex::Open(const char16_t* name) {
     return Map(file_.Open(name, "mutex"));
 }
 
-NtApi::NtStatus CNamedMutex::OpenOrCreate(const char16_t* name) {
-    return Map(file_.OpenOrCreate(name, "mutex", sizeof(pthread_mutex_t), InitialiseMutex));
+NtApi::NtStatus CNamedMutex::OpenOrCreate(const char16_t* name, bool owned) {
+    const NtApi::NtStatus status =
+        file_.OpenOrCreate(name, "mutex", sizeof(pthread_mutex_t),
+                           [this, owned](int file) { return Initialise(file, owned); });
+    if (status == NtApi::kStatusSuccess && file_.WasCreated()) {
+        return status;
+    }
+    Discard();
+    return Map(status);
 }
 
 NtApi::NtStatus CNamedMutex::Map(NtApi::NtStatus opened) {
     if (opened != NtApi::kStatusSuccess) {
         return opened;
     }
-    const bool mapped =
-        file_.Size() >= sizeof(pthread_mutex_t) &&
-        mapping_.Map(file_.Descriptor(), sizeof(pthread_mutex_t), PROT_READ | PROT_WRITE);
+    const bool mapped = file_.Size() >= sizeof(pthread_mutex_t) && MapFile(file_.Descriptor());
     return mapped ? NtApi::kStatusSuccess : NtApi::kStatusNoMemory;
 }
 
@@ -87,8 +153,27 @@ int CNamedMutex::Lock(const CDeadline& deadline) {
     return ::pthread_mutex_clocklock(Mutex(), CLOCK_MONOTONIC, &limit);
 }
 
+void CNamedMutex::OnClose() {
+    live_.reset();
+    closed_ = true;
+    EndClosedMutexes();
+    if (IsOwnedHere()) {
+        KeepWhileOwned(shared_from_this());
+    }
+}
+
+bool CNamedMutex::IsOwnedHere() {
+    const int owner = __atomic_load_n(&Mutex()->__data.__lock, __ATOMIC_RELAXED) & FUTEX_TID_MASK;
+    return owner != 0 && ::syscall(SYS_tgkill, ::getpid(), owner, 0) == 0;
+}
+
 std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
-    switch (Lock(deadline)) {
+    const int result = Lock(deadline);
+    // Closed while this thread waited.
+    if ((result == 0 || result == EOWNERDEAD) && closed_) {
+        KeepWhileOwned(shared_from_this());
+    }
+    switch (result) {
         case 0:
             return kWaitObject0;
         case EOWNERDEAD:
@@ -117,12 +202,8 @@ Handle KYR_NTAPI OpenMutexW(std::uint32_t, Bool, const char16_t* name) {
 
 Handle KYR_NTAPI CreateMutexW(void*, Bool initialOwner, const char16_t* name) {
     auto mutex = std::make_shared<CNamedMutex>();
-    if (mutex->OpenOrCreate(name) != NtApi::kStatusSuccess) {
+    if (mutex->OpenOrCreate(name, initialOwner != 0) != NtApi::kStatusSuccess) {
         return nullptr;
-    }
-    // An existing mutex is not taken, as the system does not take it either.
-    if (initialOwner != 0) {
-        mutex->Wait(CDeadline::Now());
     }
     return AddHandle(std::move(mutex));
 }

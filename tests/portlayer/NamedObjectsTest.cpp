@@ -93,6 +93,54 @@ TEST_P(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
     Ports().CloseHandle(mutex);
 }
 
+TEST_P(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
+    const Handle first = CreateMutex();
+    const Handle second = CreateMutex(true);
+    std::thread([&] {
+        EXPECT_EQ(Ports().WaitForSingleObject(first, 0), 0u);
+        EXPECT_EQ(Ports().ReleaseMutex(first), 1);
+    }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(second), 0);
+    Ports().CloseHandle(first);
+    Ports().CloseHandle(second);
+}
+
+TEST_P(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
+    const Handle mutex = CreateMutex();
+    std::thread([&] {
+        const Handle own = OpenMutex();
+        EXPECT_EQ(Ports().WaitForSingleObject(own, 0), 0u);
+        Ports().CloseHandle(own);
+        // The owner's other mutexes are linked with the closed one.
+        const Handle other = Ports().CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
+        EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u);
+        EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+        EXPECT_EQ(Ports().ReleaseMutex(other), 1);
+        Ports().CloseHandle(other);
+    }).join();
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    Ports().CloseHandle(mutex);
+}
+
+TEST_P(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
+    const Handle mutex = CreateMutex(true);
+    const Handle closed = OpenMutex();
+    std::thread waiting([&] {
+        EXPECT_EQ(Ports().WaitForSingleObject(closed, 0xFFFFFFFF), 0u);
+        const Handle other = Ports().CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
+        EXPECT_EQ(Ports().ReleaseMutex(other), 1);
+        Ports().CloseHandle(other);
+    });
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    Ports().CloseHandle(closed);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    waiting.join();
+    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    Ports().CloseHandle(mutex);
+}
+
 TEST_P(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
     CChildProcess child([this](CChildProcess& self) {
         CreateMutex(true);

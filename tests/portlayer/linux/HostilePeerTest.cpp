@@ -2,6 +2,7 @@
 // the sockets themselves.
 #include <fcntl.h>
 #include <grp.h>
+#include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -310,6 +311,19 @@ TEST_P(RunDirectoryTest, LinkToADirectoryIsRefused) {
     ::setenv("KELCOMM_RUNTIME_DIR", link.c_str(), 1);
     ExpectRefused();
     EXPECT_EQ(::unlink(link.c_str()), 0);
+}
+
+TEST_P(RunDirectoryTest, FileThatSomebodyKeepsLockedHoldsNobodyUp) {
+    const std::string path = RunDirectory() + "/m.mutex";
+    {
+        const CFileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+        ASSERT_EQ(::flock(file.Get(), LOCK_EX), 0);
+        EXPECT_EQ(Ports().OpenMutexW(0, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(Ports().CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
+    }
+    const Handle mutex = Ports().CreateMutexW(nullptr, 0, u"Global\\M");
+    EXPECT_NE(mutex, nullptr);
+    Ports().CloseHandle(mutex);
 }
 
 TEST_P(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
