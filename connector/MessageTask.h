@@ -2,7 +2,8 @@
 //
 // Threads: Execute runs on the task-processing thread only; Cancel may be called from any thread.
 // Ownership: shared; created once by the module, living as long as the connector core keeps its
-// task list. Outcomes are exceptions: a normal return is done, CRetryException asks for another
+// task list.
+// Errors: exceptions tell the outcome. A normal return is done, CRetryException asks for another
 // attempt, CRestartNeededException for a reconnection, CLocalizedException and any other
 // std::exception are failures.
 #pragma once

@@ -10,7 +10,7 @@
 //   agent start victim
 //   expect agent started name=victim as victim
 //   host  kill pid=$victim.pid
-//   expect agent did action=kill pid=$victim.pid outcome=ended within 5s
+//   expect agent did action=kill pid=$victim.pid outcome=done within 5s
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.
 //
