@@ -103,7 +103,6 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     /// Interrupts and joins the module's threads. Throws nothing; harmless when there are none.
     void EndThreads();
 
-    const boost::shared_ptr<Base::IClock>& GetClock() const { return clock_; }
     bool IsActive() const { return active_; }
 
     std::int64_t reconnectDelayMs = kReconnectDelayMs;

@@ -4,7 +4,6 @@
 // Ownership: shares the protobuf message, which nobody changes after the request was made.
 #pragma once
 
-#include <string>
 #include <utility>
 #include <vector>
 

@@ -9,7 +9,6 @@
 
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Kyr::Lab {

@@ -107,11 +107,6 @@ void CActor::Send(const std::string& line) {
     state_->input << line << std::endl;
 }
 
-std::size_t CActor::EventCount() const {
-    const std::lock_guard<std::mutex> lock(state_->mutex);
-    return state_->events.size();
-}
-
 std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wanted,
                                         std::chrono::milliseconds patience) const {
     std::unique_lock<std::mutex> lock(state_->mutex);

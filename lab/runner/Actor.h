@@ -2,8 +2,9 @@
 // are read from standard output.
 //
 // Threads: one owner thread calls the operations; a thread of the actor reads the events. The
-// listener is called on that thread. Ownership: the actor owns its process and kills it when it is
-// destroyed. Errors: std::runtime_error when the program cannot be started.
+// listener is called on that thread.
+// Ownership: the actor owns its process and kills it when it is destroyed.
+// Errors: std::runtime_error when the program cannot be started.
 #pragma once
 
 #include <chrono>
@@ -37,8 +38,6 @@ class CActor {
     /// Writes one command line; lost when the process is gone.
     void Send(const std::string& line);
 
-    /// The number of events so far.
-    std::size_t EventCount() const;
     /// The place of the first event at or after `from` that fulfils `wanted`; waits for it at most
     /// `patience`.
     std::optional<std::size_t> Find(std::size_t from, const Predicate& wanted,

@@ -1,8 +1,12 @@
 #include "lab/runner/Runner.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <map>
+#include <optional>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>

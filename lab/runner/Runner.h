@@ -3,16 +3,13 @@
 // Every run has a folder of its own for databases, logs and transcripts, and a port namespace of
 // its own, so that several runs can go on beside each other.
 //
-// Threads: one. Errors: what a scenario expects in vain ends that scenario and stands in the
+// Threads: one.
+// Errors: what a scenario expects in vain ends that scenario and stands in the
 // results; nothing throws but what cannot be set up at all.
 #pragma once
 
-#include <cstddef>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "lab/runner/Actor.h"

@@ -1,10 +1,12 @@
 #include "portlayer/linux/ClientConnection.h"
 
 #include <algorithm>
+#include <condition_variable>
 #include <cstring>
 #include <errno.h>
 #include <optional>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 
 #include "portlayer/linux/Peer.h"

@@ -9,10 +9,8 @@
 #pragma once
 
 #include <atomic>
-#include <condition_variable>
 #include <memory>
 #include <mutex>
-#include <string>
 #include <vector>
 
 #include "portlayer/linux/LiveCounterCells.h"

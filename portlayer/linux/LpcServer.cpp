@@ -1,5 +1,4 @@
 // The server's calls on legacy ports.
-#include <algorithm>
 #include <cstring>
 
 #include "ntapi/Status.h"

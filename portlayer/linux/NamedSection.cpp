@@ -1,6 +1,4 @@
 // Named sections and the views of them.
-#include <algorithm>
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <sys/mman.h>

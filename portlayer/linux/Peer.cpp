@@ -118,8 +118,4 @@ std::uint32_t CurrentThreadId() {
     return threadId;
 }
 
-std::uint32_t CurrentProcessId() {
-    return static_cast<std::uint32_t>(::getpid());
-}
-
 }  // namespace Kyr::PortLayer::Detail

@@ -24,6 +24,5 @@ bool WaitFor(int socket, short events, const CDeadline& deadline);
 bool IsSameUser(int socket);
 std::uint32_t PeerProcessId(int socket);
 std::uint32_t CurrentThreadId();
-std::uint32_t CurrentProcessId();
 
 }  // namespace Kyr::PortLayer::Detail
