@@ -1,10 +1,9 @@
 # Everything that comes from outside, in one place. All of it is packaged by Debian; see docs/building.md.
 
 find_package(Threads REQUIRED)
-find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS thread chrono date_time locale filesystem iostreams)
+find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS thread chrono date_time locale filesystem)
 find_package(Poco 1.11 REQUIRED COMPONENTS Foundation)
 find_package(Protobuf REQUIRED)
-find_package(ZLIB REQUIRED)
 if(KYR_BUILD_LAB)
     find_package(SQLite3 REQUIRED)
 endif()
