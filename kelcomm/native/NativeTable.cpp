@@ -15,27 +15,27 @@ enum class Missing {
     kWaitFailed,          // classic waits, whose zero would be success
 };
 
-template <Missing Answer, typename Result>
+template <Missing answer, typename Result>
 Result FailureOf() {
     if constexpr (std::is_void_v<Result>) {
         return;
     } else if constexpr (std::is_pointer_v<Result>) {
         return nullptr;
-    } else if constexpr (Answer == Missing::kStatusUnsuccessful) {
+    } else if constexpr (answer == Missing::kStatusUnsuccessful) {
         return NtApi::kStatusUnsuccessful;
-    } else if constexpr (Answer == Missing::kWaitFailed) {
+    } else if constexpr (answer == Missing::kWaitFailed) {
         return NtApi::kWaitFailed;
     } else {
         return Result{};
     }
 }
 
-template <Missing Answer, typename Function>
+template <Missing answer, typename Function>
 struct Fallback;
 
-template <Missing Answer, typename Result, typename... Arguments>
-struct Fallback<Answer, Result(KYR_NTAPI*)(Arguments...)> {
-    static Result KYR_NTAPI Call(Arguments...) { return FailureOf<Answer, Result>(); }
+template <Missing answer, typename Result, typename... Arguments>
+struct Fallback<answer, Result(KYR_NTAPI*)(Arguments...)> {
+    static Result KYR_NTAPI Call(Arguments...) { return FailureOf<answer, Result>(); }
 };
 
 template <typename Slot>
@@ -46,35 +46,35 @@ struct SlotType<Function CNativeFunctions::*> {
     using Type = Function;
 };
 
-template <auto Slot, Missing Answer>
+template <auto slot, Missing answer>
 constexpr NativeEntry Entry(NativeLibrary library, const char* name) {
-    using Function = typename SlotType<decltype(Slot)>::Type;
+    using Function = typename SlotType<decltype(slot)>::Type;
     return {library, name,
             [](CNativeFunctions& table, GenericFunction function) {
-                table.*Slot = reinterpret_cast<Function>(function);
+                table.*slot = reinterpret_cast<Function>(function);
             },
-            [](CNativeFunctions& table) { table.*Slot = &Fallback<Answer, Function>::Call; }};
+            [](CNativeFunctions& table) { table.*slot = &Fallback<answer, Function>::Call; }};
 }
 
-template <auto Slot>
+template <auto slot>
 constexpr NativeEntry Port(const char* name) {
-    return Entry<Slot, Missing::kStatusUnsuccessful>(NativeLibrary::kNtdll, name);
+    return Entry<slot, Missing::kStatusUnsuccessful>(NativeLibrary::kNtdll, name);
 }
-template <auto Slot>
+template <auto slot>
 constexpr NativeEntry Kernel(const char* name) {
-    return Entry<Slot, Missing::kZero>(NativeLibrary::kKernel32, name);
+    return Entry<slot, Missing::kZero>(NativeLibrary::kKernel32, name);
 }
-template <auto Slot>
+template <auto slot>
 constexpr NativeEntry Wait(const char* name) {
-    return Entry<Slot, Missing::kWaitFailed>(NativeLibrary::kKernel32, name);
+    return Entry<slot, Missing::kWaitFailed>(NativeLibrary::kKernel32, name);
 }
-template <auto Slot>
+template <auto slot>
 constexpr NativeEntry User(const char* name) {
-    return Entry<Slot, Missing::kZero>(NativeLibrary::kUser32, name);
+    return Entry<slot, Missing::kZero>(NativeLibrary::kUser32, name);
 }
-template <auto Slot>
+template <auto slot>
 constexpr NativeEntry Security(const char* name) {
-    return Entry<Slot, Missing::kZero>(NativeLibrary::kAdvapi32, name);
+    return Entry<slot, Missing::kZero>(NativeLibrary::kAdvapi32, name);
 }
 
 using F = CNativeFunctions;
