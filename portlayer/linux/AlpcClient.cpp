@@ -114,6 +114,7 @@ NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) 
     ClearValid(call.receiveAttributes);
     const bool fits = exchange.replyLength <= exchange.capacity;
     if (!fits || exchange.replyLength < kHeader ||
+        TotalLength(call.receiveMessage) != exchange.replyLength ||
         CheckMessage(call.receiveMessage, exchange.replyLength) != kStatusSuccess) {
         if (exchange.view.slot != kNoSlot) {
             connection_->ReceivePool().Free(exchange.view.slot);
@@ -131,13 +132,17 @@ NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) 
     }
     const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
     CMessageIds ids = ReadIds(EDialect::Alpc, call.receiveMessage);
+    if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
+        ClearValid(call.receiveAttributes);
+        connection_->Disconnect();
+        return AlpcServerGoneStatus();
+    }
     ids.processId = connection_->ServerProcessId();
     ids.threadId = exchange.serverThread;
     WriteIds(EDialect::Alpc, call.receiveMessage, ids);
     const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
     StoreField(call.receiveMessage, kTypeOffset, type);
     *call.bufferLength = exchange.replyLength;
-    memory_.AddReceived(ids.messageId, exchange.view, continuation);
     return kStatusSuccess;
 }
 

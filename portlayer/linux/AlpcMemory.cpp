@@ -103,8 +103,10 @@ NtStatus CAlpcMemory::PrepareView(const AlpcDataViewAttr& view,
     const std::lock_guard<std::mutex> lock(mutex_);
     for (const auto& item : sections_) {
         if (item->handle != nullptr && item->handle == view.SectionHandle) {
+            // The peer would take a view that it still has for a broken promise.
             const bool fits = item->view && view.ViewBase == item->area.base &&
-                              view.ViewSize != 0 && view.ViewSize <= item->size;
+                              view.ViewSize != 0 && view.ViewSize <= item->size &&
+                              !pool_.IsLent(item->area.slot);
             section = fits ? item : nullptr;
             return fits ? kStatusSuccess : kStatusInvalidParameter;
         }
@@ -126,16 +128,24 @@ void CAlpcMemory::EndOwnView(CPortSection& section) {
     }
 }
 
-void CAlpcMemory::AddReceived(std::uint32_t messageId, const CReceivedView& view,
+bool CAlpcMemory::AddReceived(std::uint32_t messageId, const CReceivedView& view,
                               bool needsRelease) {
     const bool hasView = view.slot != kNoSlot;
     if (!hasView && !needsRelease) {
-        return;
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool known = std::any_of(
+        messages_.begin(), messages_.end(), [messageId, needsRelease](const Received& message) {
+            return needsRelease && message.needsRelease && message.messageId == messageId;
+        });
+    if (known) {
+        return false;
     }
     Count(ECounter::ReceivedViews, hasView ? 1 : 0);
     Count(ECounter::UnreleasedMessages, needsRelease ? 1 : 0);
-    const std::lock_guard<std::mutex> lock(mutex_);
     messages_.push_back({messageId, view, needsRelease, hasView});
+    return true;
 }
 
 NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {

@@ -53,8 +53,9 @@ class CAlpcMemory {
     /// The view went with a message that was sent.
     void ViewSent(CPortSection& section);
 
-    /// Remembers a received message. One that needs a release is unknown after it.
-    void AddReceived(std::uint32_t messageId, const CReceivedView& view, bool needsRelease);
+    /// Remembers a received message. One that needs a release is unknown after it. False when
+    /// another one with this id still waits for its release, which would end this one's view.
+    bool AddReceived(std::uint32_t messageId, const CReceivedView& view, bool needsRelease);
     /// kStatusInvalidMessage when no such message waits for its release.
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 

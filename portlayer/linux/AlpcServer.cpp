@@ -129,10 +129,11 @@ NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
     std::shared_ptr<CServerPort> created;
     const NtStatus status =
         CServerPort::Create(EDialect::Alpc, *attributes->ObjectName, limits, created);
-    if (status == kStatusSuccess) {
-        *port = AddHandle(std::move(created));
+    if (status != kStatusSuccess) {
+        return status;
     }
-    return status;
+    *port = AddHandle(std::move(created));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }
 
 NtStatus KYR_NTAPI NtAlpcAcceptConnectPort(Handle* port, Handle connectionPort, std::uint32_t,

@@ -267,8 +267,9 @@ bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
         }
         const bool fits = entries != nullptr && record.entry < entries->count &&
                           record.size <= entries->entries[record.entry].size;
-        if (fits && record.size != 0) {
-            std::memcpy(entries->entries[record.entry].base, bytes, record.size);
+        std::uint8_t* const target = fits ? entries->entries[record.entry].base : nullptr;
+        if (target != nullptr && record.size != 0) {
+            std::memcpy(target, bytes, record.size);
         }
         if (record.slot != kNoSlot) {
             received_.Free(record.slot);

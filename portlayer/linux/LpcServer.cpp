@@ -68,10 +68,11 @@ NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
     std::shared_ptr<CServerPort> created;
     const NtStatus status = CServerPort::Create(EDialect::Lpc, *attributes->ObjectName,
                                                 {maxMessageLength, maxConnectionInfo}, created);
-    if (status == kStatusSuccess) {
-        *port = AddHandle(std::move(created));
+    if (status != kStatusSuccess) {
+        return status;
     }
-    return status;
+    *port = AddHandle(std::move(created));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }
 
 NtStatus KYR_NTAPI NtListenPort(Handle handle, void* connectionRequest) {

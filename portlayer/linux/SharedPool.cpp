@@ -52,6 +52,9 @@ bool CSendPool::Acquire(std::size_t size, CSendArea& area) {
     if (size > kLargestSlot) {
         return false;
     }
+    if (size > kLargestSlot) {
+        return false;
+    }
     const std::lock_guard<std::mutex> lock(mutex_);
     // The first free slot that is large enough, else the first free one at all, made anew. Always
     // taking the first keeps a connection with one request at a time on one slot.
@@ -79,6 +82,11 @@ bool CSendPool::Acquire(std::size_t size, CSendArea& area) {
     area = {static_cast<std::uint32_t>(chosen - slots_.data()), chosen->mapping.Base(),
             chosen->mapping.Size()};
     return true;
+}
+
+bool CSendPool::IsLent(std::uint32_t index) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return slots_[index].heldByPeer;
 }
 
 bool CSendPool::Renew(Slot& slot, std::size_t size) {
@@ -110,7 +118,10 @@ CSlotReference CSendPool::Lend(std::uint32_t index) {
 
 void CSendPool::Sent(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    slots_[index].memory.Reset();
+    // A slot that the peer does not keep goes along again when its holder sends it again.
+    if (slots_[index].mapping.Size() <= kLargestKeptSlot) {
+        slots_[index].memory.Reset();
+    }
 }
 
 void CSendPool::NotSent(std::uint32_t index) {

@@ -62,13 +62,15 @@ struct CSlotReference {
 
 class CSendPool {
   public:
-    /// False when every slot is in use or there is no memory.
+    /// False when every slot is in use, there is no memory, or no slot is so large.
     bool Acquire(std::size_t size, CSendArea& area);
     /// For the packet that is about to carry the slot: from now on the peer counts as a holder, as
     /// its return may overtake the end of the send. The descriptor stays the pool's.
     /// REQUIRES: the caller holds the slot until after Sent or NotSent.
     CSlotReference Lend(std::uint32_t slot);
     void Sent(std::uint32_t slot);
+    /// The peer has not given the slot back yet.
+    bool IsLent(std::uint32_t slot);
     void NotSent(std::uint32_t slot);
     /// The local holder is done with the slot.
     void Release(std::uint32_t slot);

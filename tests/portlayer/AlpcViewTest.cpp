@@ -147,6 +147,72 @@ TEST_P(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
     Ports().CloseHandle(port);
 }
 
+TEST_P(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
+    std::promise<void> released;
+    auto release = released.get_future().share();
+    Serve([&](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest && call.attributes.HasView()) {
+            release.wait();
+            EXPECT_EQ(
+                call.ports.NtAlpcDeleteSectionView(call.client, 0, call.attributes.View().ViewBase),
+                kStatusSuccess);
+        }
+        if (Kind(call.message.data()) == kLpcRequest) {
+            call.Reply({});
+        }
+    });
+    const Handle port = Connect();
+    AlpcDataViewAttr view = MakeView(port, Pattern(70000));
+    view.Flags = kAlpcViewSecured;
+    CAttributes sent(Ports());
+    sent.SetView(view);
+    Bytes reply;
+    std::int64_t timeout = Within(std::chrono::milliseconds(5));
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, nullptr, &timeout), kStatusTimeout);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusInvalidParameter);
+    released.set_value();
+    // The late reply, or this one, gives the view back.
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
+    Serve([](CAlpcCall& call) {
+        if (Kind(call.message.data()) == kLpcRequest) {
+            EXPECT_EQ(
+                call.ports.NtAlpcDeleteSectionView(call.client, 0, call.attributes.View().ViewBase),
+                kStatusSuccess);
+            call.Reply({});
+        }
+    });
+    const Handle port = Connect();
+    AlpcDataViewAttr view = {};
+    // Above what the two ends keep mapped.
+    view.ViewSize = 65u << 20;
+    ASSERT_EQ(Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, view.ViewSize,
+                                              &view.SectionHandle, nullptr),
+              kStatusSuccess);
+    ASSERT_EQ(Ports().NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
+    view.Flags = kAlpcViewSecured;
+    CAttributes sent(Ports());
+    sent.SetView(view);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
+    Ports().CloseHandle(port);
+}
+
+TEST_P(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
+    Serve([](CAlpcCall&) {});
+    const Handle port = Connect();
+    Handle section = nullptr;
+    EXPECT_EQ(Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr,
+                                              (std::size_t{1} << 30) + 1, &section, nullptr),
+              kStatusNoMemory);
+    Ports().CloseHandle(port);
+}
+
 TEST_P(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
     std::promise<Bytes> received;
     Serve([&](CAlpcCall& call) {

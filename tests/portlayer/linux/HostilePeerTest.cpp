@@ -225,6 +225,39 @@ TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
     }));
 }
 
+TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
+    ExpectGivenUp(RawServer([this](int socket) {
+        const Bytes message = Message(24, {}, 30);
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = Await(socket).exchange;
+        packet.SetMessage(message.data(), message.size());
+        Send(socket, packet);
+    }));
+}
+
+TEST_P(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
+    const auto reply = [this](int socket) {
+        const Bytes message = Message(24, {}, 24);
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = Await(socket).exchange;
+        packet.head.flags = kPacketContinuation;
+        packet.SetMessage(message.data(), message.size());
+        Send(socket, packet);
+    };
+    std::thread server = RawServer([&](int socket) {
+        reply(socket);
+        reply(socket);
+    });
+    const Handle port = Connect();
+    Bytes first;
+    Bytes second;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), first), kStatusSuccess);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), second), kStatusPortDisconnected);
+    EXPECT_EQ(Release(port, first, nullptr), kStatusSuccess);
+    Ports().CloseHandle(port);
+    server.join();
+}
+
 TEST_P(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         const Bytes message = Message(24, {}, 24);
