@@ -155,16 +155,16 @@ INSTANTIATE_TEST_SUITE_P(Layer, StarvingClientTest, Backends(), BackendName);
 
 TEST_P(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     const Handle port = CreatePort();
-    CRawClient client(RunDirectory());
     Bytes message;
+    // A first time with descriptors: checkers of object types need some when they meet a new one.
+    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(0)), kStatusTimeout);
+    CRawClient client(RunDirectory());
+    NtStatus status = kStatusSuccess;
     {
         const CNoDescriptors none;
-        auto receiving = std::async(std::launch::async, [&] {
-            return Receive(port, message, std::chrono::milliseconds(30));
-        });
-        EXPECT_EQ(receiving.wait_for(std::chrono::seconds(10)), std::future_status::ready);
-        EXPECT_EQ(receiving.get(), kStatusTimeout);
+        status = Receive(port, message, std::chrono::milliseconds(30));
     }
+    EXPECT_EQ(status, kStatusTimeout);
     const Bytes request = LpcMessage({});
     COutgoingPacket packet(EPacket::Connect);
     packet.SetMessage(request.data(), LpcLayout::kHeaderSize);
