@@ -1,5 +1,5 @@
-#include <ctime>
-
+#include <boost/chrono/duration.hpp>
+#include <boost/chrono/system_clocks.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -17,7 +17,11 @@ boost::chrono::milliseconds ToBoost(std::chrono::milliseconds duration) {
 
 class CSystemClock final : public IClock {
   public:
-    std::int64_t CalendarTime() const override { return std::time(nullptr); }
+    std::int64_t CalendarTime() const override {
+        // Not by time_t, whose 32 bits on 32-bit Windows end in 2038.
+        const auto now = boost::chrono::system_clock::now().time_since_epoch();
+        return boost::chrono::duration_cast<boost::chrono::seconds>(now).count();
+    }
 
     void SleepFor(std::chrono::milliseconds duration) override {
         // boost::this_thread::sleep_for returns at once, without an interruption point, when there
