@@ -12,13 +12,12 @@ constexpr std::uint32_t kMarker = 0x01000600;  // the protocol's; the product ch
 }  // namespace
 
 std::vector<unsigned char> MakeRequest(Command command, std::string_view body) {
-    unsigned char header[kHeaderSize];
-    Base::StoreLittleEndian(header, kHeaderSize);
-    Base::StoreLittleEndian(header + 4, kMarker);
-    Base::StoreLittleEndian(header + 8, static_cast<std::uint32_t>(command));
     std::vector<unsigned char> request;
     request.reserve(kHeaderSize + body.size());
-    request.insert(request.end(), header, header + kHeaderSize);
+    request.resize(kHeaderSize);
+    Base::StoreLittleEndian(request.data(), kHeaderSize);
+    Base::StoreLittleEndian(request.data() + 4, kMarker);
+    Base::StoreLittleEndian(request.data() + 8, static_cast<std::uint32_t>(command));
     request.insert(request.end(), body.begin(), body.end());
     return request;
 }
