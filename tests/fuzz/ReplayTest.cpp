@@ -1,11 +1,11 @@
 #include <algorithm>
-#include <cstdlib>
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
 #include "fuzz/Replay.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Kyr::Fuzz {
 namespace {
@@ -15,14 +15,8 @@ using ::testing::ElementsAre;
 
 class AReplay : public ::testing::Test {
   protected:
-    AReplay() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "corpusXXXXXX").string();
-        folder_ = ::mkdtemp(pattern.data());
-    }
-    ~AReplay() override { std::filesystem::remove_all(folder_); }
-
     void Write(const std::string& name, const std::string& text) {
-        std::ofstream(folder_ / name, std::ios::binary) << text;
+        std::ofstream(folder_.File(name), std::ios::binary) << text;
     }
 
     std::vector<Bytes> InputsOf(const Bytes& seed) {
@@ -36,27 +30,27 @@ class AReplay : public ::testing::Test {
         return inputs;
     }
 
-    std::filesystem::path folder_;
+    const Kyr::Test::CTemporaryFolder folder_;
     std::vector<std::string> traces_;
 };
 
 TEST_F(AReplay, EmptyCorpusIsAnError) {
-    EXPECT_THROW(ReadCorpus(folder_), std::runtime_error);
+    EXPECT_THROW(ReadCorpus(folder_.Path()), std::runtime_error);
 }
 
 TEST_F(AReplay, MissingCorpusIsAnError) {
-    EXPECT_THROW(ReadCorpus(folder_ / "none"), std::runtime_error);
+    EXPECT_THROW(ReadCorpus(folder_.File("none")), std::runtime_error);
 }
 
 TEST_F(AReplay, HiddenFileIsNoSeed) {
     Write(".gitkeep", "");
-    EXPECT_THROW(ReadCorpus(folder_), std::runtime_error);
+    EXPECT_THROW(ReadCorpus(folder_.Path()), std::runtime_error);
 }
 
 TEST_F(AReplay, SeedsComeSortedByName) {
     Write("b", "2");
     Write("a", "1");
-    const auto seeds = ReadCorpus(folder_);
+    const auto seeds = ReadCorpus(folder_.Path());
     ASSERT_EQ(2U, seeds.size());
     EXPECT_EQ("a", seeds[0].name);
     EXPECT_EQ("b", seeds[1].name);

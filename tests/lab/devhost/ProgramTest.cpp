@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lab/devhost/Database.h"
-#include "tests/lab/devhost/TemporaryFolder.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {
@@ -38,7 +38,7 @@ class CDevHostProcess {
     }
 
     void Kill() {
-        Poco::Process::kill(handle_);
+        Poco::Process::kill(handle_.id());  // by the handle, POCO would close it on Windows
         Poco::Process::wait(handle_);
     }
     int Wait() { return Poco::Process::wait(handle_); }

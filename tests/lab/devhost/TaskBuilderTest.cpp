@@ -5,13 +5,13 @@
 
 #include "host/message/OvAgentTasks.h"
 #include "lab/devhost/TaskBuilder.h"
+#include "tests/support/UuidText.h"
 
 namespace Kyr::Test {
 namespace {
 
 namespace Task = Common::Message::Connectors::OvAgentConnector::Task;
 using Lab::DevHost::CCommandArguments;
-using ::testing::MatchesRegex;
 
 boost::shared_ptr<Task::CKillProcessByPid> BuildKill(std::vector<std::string> words) {
     CCommandArguments arguments(std::move(words));
@@ -74,7 +74,7 @@ TEST(TaskBuilderTest, IdentifiersAreThreeOrNone) {
 
 TEST(TaskBuilderTest, TaskWithoutIdentifiersGetsFreshOnes) {
     const std::string first = Lab::DevHost::IdentifiersOf(*BuildKill({"pid=1"}));
-    EXPECT_THAT(first, MatchesRegex("[0-9a-f-]{36},[0-9a-f-]{36},[0-9a-f-]{36}"));
+    EXPECT_TRUE(AreUuidTexts(first, 3)) << first;
     EXPECT_NE(Lab::DevHost::IdentifiersOf(*BuildKill({"pid=1"})), first);
 }
 

@@ -14,7 +14,7 @@ bool Any(const CLine&) {
 }
 
 TEST(ActorTest, WhatTheProgramWritesIsAnEvent) {
-    CActor actor("one", "/bin/echo", {"00:00:00.000 ready pid=7"}, {}, Ignore);
+    CActor actor("one", KYR_PARROT, {"00:00:00.000 ready pid=7"}, {}, Ignore);
 
     ASSERT_TRUE(actor.Find(0, Any, kPatience).has_value());
     EXPECT_EQ("ready pid=7", actor.EventAt(0).line.Text());
@@ -22,7 +22,7 @@ TEST(ActorTest, WhatTheProgramWritesIsAnEvent) {
 }
 
 TEST(ActorTest, WhatIsSentReachesTheProgram) {
-    CActor actor("one", "/bin/cat", {}, {}, Ignore);
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
 
     actor.Send("00:00:00.000 answer command=list");
 

@@ -21,6 +21,7 @@ class CTemporaryFolder {
         boost::filesystem::remove_all(path_, ignored);
     }
 
+    std::string Path() const { return path_.string(); }
     std::string File(const std::string& name) const { return (path_ / name).string(); }
 
   private:
