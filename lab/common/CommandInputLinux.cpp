@@ -23,6 +23,9 @@ struct CCommandInput::CState {
         }
         line = unread.substr(0, end);
         unread.erase(0, end + 1);
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
         return true;
     }
 };

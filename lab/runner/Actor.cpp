@@ -1,6 +1,5 @@
 #include "lab/runner/Actor.h"
 
-#include <array>
 #include <condition_variable>
 #include <filesystem>
 #include <istream>
@@ -10,26 +9,13 @@
 #include <thread>
 #include <utility>
 
-#include <boost/process/args.hpp>
-#include <boost/process/child.hpp>
-#include <boost/process/env.hpp>
-#include <boost/process/environment.hpp>
-#include <boost/process/extend.hpp>
-#include <boost/process/handles.hpp>
-#include <boost/process/io.hpp>
-#include <boost/process/pipe.hpp>
+#include "lab/runner/ChildProcess.h"
 
 namespace Kyr::Lab::Runner {
 
 namespace {
 
 namespace process = boost::process;
-
-/// The handles that a child keeps when all others are closed. Boost.Process 1.81 forgets to name
-/// the one that it has just made a pipe for standard output, and standard error.
-struct CStandardHandles : process::extend::handler, process::extend::uses_handles {
-    static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
-};
 
 CTimedLine Parse(const std::string& text) {
     try {
@@ -87,10 +73,7 @@ CActor::CActor(const std::string& name, const std::string& program,
         complete[key] = value;
     }
     std::error_code error;
-    // Without limit_handles one actor would inherit, and keep open, the pipes of another.
-    state_->child = process::child(program, process::args(arguments), complete,
-                                   process::std_in<state_->input, process::std_out> state_->output,
-                                   CStandardHandles(), process::limit_handles, error);
+    state_->child = StartChild(program, arguments, complete, state_->input, state_->output, error);
     if (error) {
         throw std::runtime_error("cannot start " + program + ": " + error.message());
     }

@@ -150,9 +150,13 @@ void CRunner::Do(const SayStatement& say) {
     screen_.Say(say.text);
 }
 
+std::string CRunner::ProgramFile(const std::string& name) const {
+    return (boost::filesystem::path(paths_.programs) / (name + KYR_PROGRAM_SUFFIX)).string();
+}
+
 std::string CRunner::ProgramPath(const std::string& actor) const {
     const char* const program = actor == "agent" ? "simagent" : "devhost";
-    return (boost::filesystem::path(paths_.programs) / program).string();
+    return ProgramFile(program);
 }
 
 std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
@@ -164,8 +168,7 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
         arguments.push_back("--log=" +
                             (boost::filesystem::path(paths_.work) / "host.log").string());
     } else {
-        arguments.push_back("--victim=" +
-                            (boost::filesystem::path(paths_.programs) / "victim").string());
+        arguments.push_back("--victim=" + ProgramFile("victim"));
     }
     for (const std::string& argument : start.arguments) {
         arguments.push_back(Substitute(argument, cast_->variables));

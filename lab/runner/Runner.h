@@ -58,6 +58,7 @@ class CRunner {
     CActor& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;
     std::string ProgramPath(const std::string& actor) const;
+    std::string ProgramFile(const std::string& name) const;
     EventPattern Filled(const EventPattern& pattern) const;
 
     const RunnerPaths paths_;

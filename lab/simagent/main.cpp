@@ -40,7 +40,8 @@ void ReadOptions(int argc, char** argv, COptions& options) {
     options.wire = arguments.TakeFlag("wire");
     options.detached = arguments.TakeFlag("detached");
     options.coloured = TakeColour(arguments, OutputIsTerminal());
-    options.victim = arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim");
+    options.victim =
+        arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX);
     for (const std::string& fault : arguments.TakeValues("misbehave")) {
         options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
     }

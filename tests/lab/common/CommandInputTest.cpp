@@ -1,60 +1,28 @@
 #include <csignal>
 #include <gtest/gtest.h>
 #include <string>
-#include <unistd.h>
 
 #include "lab/common/CommandInput.h"
+#include "tests/lab/common/InputPipe.h"
 
 namespace Kyr::Lab {
 namespace {
 
 using Kind = CCommandInput::Kind;
 
-/// Puts a pipe in the place of standard input.
 class CommandInputTest : public ::testing::Test {
   protected:
-    CommandInputTest() : saved_(dup(STDIN_FILENO)) {
-        int ends[2];
-        EXPECT_EQ(0, pipe(ends));
-        dup2(ends[0], STDIN_FILENO);
-        close(ends[0]);
-        writer_ = ends[1];
-        sigemptyset(&savedMask_);
-        pthread_sigmask(SIG_SETMASK, nullptr, &savedMask_);
-    }
-
-    ~CommandInputTest() override {
-        Close();
-        dup2(saved_, STDIN_FILENO);
-        close(saved_);
-        pthread_sigmask(SIG_SETMASK, &savedMask_, nullptr);
-    }
-
-    void Write(const std::string& text) {
-        ASSERT_EQ(static_cast<ssize_t>(text.size()), write(writer_, text.data(), text.size()));
-    }
-
-    void Close() {
-        if (writer_ >= 0) {
-            close(writer_);
-            writer_ = -1;
-        }
-    }
-
     static void ExpectLine(const std::string& line, const CCommandInput::CEvent& event) {
         EXPECT_EQ(Kind::Line, event.kind);
         EXPECT_EQ(line, event.line);
     }
 
-  private:
-    const int saved_;
-    int writer_;
-    sigset_t savedMask_;
+    Kyr::Test::CInputPipe pipe_;
 };
 
 TEST_F(CommandInputTest, LinesComeOneByOne) {
     CCommandInput input;
-    Write("start one\n\nquit\n");
+    pipe_.Write("start one\n\nquit\n");
 
     ExpectLine("start one", input.Next());
     ExpectLine("", input.Next());
@@ -63,11 +31,18 @@ TEST_F(CommandInputTest, LinesComeOneByOne) {
 
 TEST_F(CommandInputTest, LastLineMayLackItsEnd) {
     CCommandInput input;
-    Write("quit");
-    Close();
+    pipe_.Write("quit");
+    pipe_.Close();
 
     ExpectLine("quit", input.Next());
     EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
+}
+
+TEST_F(CommandInputTest, LineMayEndAsOnWindows) {
+    CCommandInput input;
+    pipe_.Write("quit\r\n");
+
+    ExpectLine("quit", input.Next());
 }
 
 TEST_F(CommandInputTest, TerminationIsReported) {
@@ -79,7 +54,7 @@ TEST_F(CommandInputTest, TerminationIsReported) {
 
 TEST_F(CommandInputTest, AfterTheEndOfInputTerminationIsReported) {
     CCommandInput input;
-    Close();
+    pipe_.Close();
     EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
     std::raise(SIGINT);
 

@@ -1,0 +1,116 @@
+#define WIN32_LEAN_AND_MEAN
+#define NOMINMAX
+#include <csignal>
+#include <memory>
+#include <mutex>
+#include <stdexcept>
+#include <thread>
+#include <windows.h>
+
+#include "lab/common/CommandInput.h"
+
+namespace Kyr::Lab {
+
+namespace {
+
+/// Set by a request to end. Of the process, as signals are; kept to its end, since a handler may
+/// run at any time.
+HANDLE terminateEvent = nullptr;
+
+void OnTerminate(int signal) {
+    std::signal(signal, OnTerminate);  // the runtime takes a handler out before it calls it
+    SetEvent(terminateEvent);
+}
+
+/// What the thread that reads hands to the one that asks. Both own it: a read from a pipe or a
+/// console cannot be waited for together with an event, nor surely be cancelled, so the reader may
+/// outlive the input.
+struct CReading {
+    const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
+    const HANDLE changed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    std::mutex mutex;  // guards what follows
+    std::string unread;
+    bool ended = false;
+
+    ~CReading() { CloseHandle(changed); }
+
+    void Run() {
+        char block[4096];
+        DWORD count = 0;
+        while (ReadFile(input, block, sizeof block, &count, nullptr) && count != 0) {
+            const std::lock_guard<std::mutex> lock(mutex);
+            unread.append(block, count);
+            SetEvent(changed);
+        }
+        const std::lock_guard<std::mutex> lock(mutex);
+        if (!unread.empty() && unread.back() != '\n') {
+            unread += '\n';  // the last line may lack its end
+        }
+        ended = true;
+        SetEvent(changed);
+    }
+
+    /// Cuts the first line off what has been read; false when it is not whole yet.
+    bool TakeLine(std::string& line) {
+        const std::size_t end = unread.find('\n');
+        if (end == std::string::npos) {
+            return false;
+        }
+        line = unread.substr(0, end);
+        unread.erase(0, end + 1);
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        return true;
+    }
+};
+
+}  // namespace
+
+struct CCommandInput::CState {
+    std::shared_ptr<CReading> reading = std::make_shared<CReading>();
+    bool endReported = false;
+};
+
+CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
+    if (terminateEvent == nullptr) {
+        terminateEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
+    }
+    if (terminateEvent == nullptr || state_->reading->changed == nullptr) {
+        throw std::runtime_error("cannot watch for termination");
+    }
+    for (const int signal : {SIGINT, SIGTERM, SIGBREAK}) {  // the last: Ctrl+Break, a closed window
+        std::signal(signal, OnTerminate);
+    }
+    std::thread([reading = state_->reading] { reading->Run(); }).detach();
+}
+
+CCommandInput::~CCommandInput() = default;
+
+CCommandInput::CEvent CCommandInput::Next() {
+    CReading& reading = *state_->reading;
+    while (true) {
+        {
+            const std::lock_guard<std::mutex> lock(reading.mutex);
+            std::string line;
+            if (reading.TakeLine(line)) {
+                return {Kind::Line, line};
+            }
+            if (reading.ended && !state_->endReported) {
+                state_->endReported = true;
+                return {Kind::EndOfInput, {}};
+            }
+        }
+        const HANDLE waits[] = {terminateEvent, reading.changed};
+        if (WaitForMultipleObjects(2, waits, FALSE, INFINITE) == WAIT_OBJECT_0) {
+            return {Kind::Terminate, {}};
+        }
+    }
+}
+
+bool OutputIsTerminal() {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+}  // namespace Kyr::Lab

@@ -1,0 +1,24 @@
+// Starts a program whose input and output we hold; the way to start one differs between systems.
+//
+// Threads: one owner of the streams; starts are made one after the other. Errors: by `error`.
+#pragma once
+
+#include <string>
+#include <system_error>
+#include <vector>
+
+#include <boost/process/child.hpp>
+#include <boost/process/environment.hpp>
+#include <boost/process/pipe.hpp>
+
+namespace Kyr::Lab::Runner {
+
+/// The child keeps no handle of ours but the two ends that belong to it: one that kept the pipes of
+/// another would hide the other's end.
+boost::process::child StartChild(const std::string& program,
+                                 const std::vector<std::string>& arguments,
+                                 const boost::process::environment& environment,
+                                 boost::process::opstream& input, boost::process::ipstream& output,
+                                 std::error_code& error);
+
+}  // namespace Kyr::Lab::Runner

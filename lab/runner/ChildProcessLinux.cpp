@@ -1,0 +1,33 @@
+#include <array>
+
+#include <boost/process/args.hpp>
+#include <boost/process/env.hpp>
+#include <boost/process/extend.hpp>
+#include <boost/process/handles.hpp>
+#include <boost/process/io.hpp>
+
+#include "lab/runner/ChildProcess.h"
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+namespace process = boost::process;
+
+/// The handles that a child keeps when all others are closed. Boost.Process 1.81 forgets to name
+/// the one that it has just made a pipe for standard output, and standard error.
+struct CStandardHandles : process::extend::handler, process::extend::uses_handles {
+    static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
+};
+
+}  // namespace
+
+process::child StartChild(const std::string& program, const std::vector<std::string>& arguments,
+                          const process::environment& environment, process::opstream& input,
+                          process::ipstream& output, std::error_code& error) {
+    return process::child(program, process::args(arguments), environment,
+                          process::std_in<input, process::std_out> output, CStandardHandles(),
+                          process::limit_handles, error);
+}
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,19 @@
+#include <boost/process/args.hpp>
+#include <boost/process/env.hpp>
+#include <boost/process/io.hpp>
+
+#include "lab/runner/ChildProcess.h"
+
+namespace Kyr::Lab::Runner {
+
+namespace process = boost::process;
+
+// A child gets what has been marked for it: its own two ends, which are closed here once it runs.
+process::child StartChild(const std::string& program, const std::vector<std::string>& arguments,
+                          const process::environment& environment, process::opstream& input,
+                          process::ipstream& output, std::error_code& error) {
+    return process::child(program, process::args(arguments), environment,
+                          process::std_in<input, process::std_out> output, error);
+}
+
+}  // namespace Kyr::Lab::Runner
