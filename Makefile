@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check bench fuzz dependencies
+.PHONY: help demo test check bench fuzz windows dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -8,6 +8,7 @@ help:
 	@echo "make test    install what is missing, build, run every suite"
 	@echo "make check   all that continuous integration runs: test, clang++, clang-tidy, sanitizers, fuzzers"
 	@echo "make bench   build the release variant and run the benchmarks"
+	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
 
 dependencies:
@@ -26,6 +27,11 @@ demo: dependencies
 
 bench: dependencies
 	scripts/bench
+
+windows: dependencies
+	scripts/windows/build
+	scripts/windows/package
+	scripts/windows/test
 
 fuzz: dependencies
 	scripts/fuzz
