@@ -12,7 +12,6 @@ namespace Kyr::Common::Message::Logs {
 namespace {
 
 using Common::Logs::CLogDescriptorMap;
-using Common::Logs::CSymbolDescriptor;
 using Common::Logs::ISymbolContainer;
 using DataDefinition::Common::MultiDataType;
 using Ids = std::set<std::int32_t>;

@@ -1,9 +1,9 @@
 #include "portlayer/linux/ClientConnection.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <condition_variable>
 #include <cstring>
-#include <errno.h>
 #include <optional>
 #include <poll.h>
 #include <string>

@@ -42,7 +42,7 @@ int CDeadline::PollMilliseconds() const {
         return 0;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*at_ - Clock::now()).count();
-    return static_cast<int>(std::clamp<std::int64_t>(left, 0, 1000 * 60 * 60));
+    return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::int64_t{1000} * 60 * 60));
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -5,7 +5,7 @@
 // is still owned when its last handle is closed stays mapped until its owner let go or ended.
 #include <algorithm>
 #include <atomic>
-#include <errno.h>
+#include <cerrno>
 #include <linux/futex.h>
 #include <memory>
 #include <mutex>

@@ -1,8 +1,8 @@
 #include "portlayer/linux/Packet.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <errno.h>
 #include <poll.h>
 #include <sys/socket.h>
 

@@ -59,9 +59,9 @@ struct CTransferRecord {
 static_assert(sizeof(CTransferRecord) == 24, "no padding");
 
 // Our choice: transfers above this go through shared memory. Measured even with packets at 64 KiB.
-constexpr std::size_t kMaxInlineTransfer = 32 * 1024;
+constexpr std::size_t kMaxInlineTransfer = std::size_t{32} * 1024;
 /// All inline transfers of a packet together.
-constexpr std::size_t kMaxInline = 64 * 1024;
+constexpr std::size_t kMaxInline = std::size_t{64} * 1024;
 constexpr std::size_t kMaxDescriptors = kMaxDataEntries + 1;
 /// Fits the default send buffer of a socket.
 constexpr std::size_t kMaxPacket = sizeof(CPacketHead) + NtApi::kAlpcMaxMessage +

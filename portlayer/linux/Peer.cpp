@@ -1,8 +1,8 @@
 #include "portlayer/linux/Peer.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <errno.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
@@ -52,7 +52,7 @@ NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline,
     if (!deadline.IsNever()) {
         // The send time-out also limits connect; zero would mean none.
         const int milliseconds = std::max(1, deadline.PollMilliseconds());
-        const timeval limit = {milliseconds / 1000, milliseconds % 1000 * 1000};
+        const timeval limit = {milliseconds / 1000, suseconds_t{milliseconds % 1000} * 1000};
         ::setsockopt(socket.Get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof limit);
     }
     while (::connect(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {

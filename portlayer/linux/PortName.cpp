@@ -1,6 +1,6 @@
 #include "portlayer/linux/PortName.h"
 
-#include <errno.h>
+#include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>

@@ -1,8 +1,8 @@
 #include "portlayer/linux/RunDirectory.h"
 
-#include <errno.h>
+#include <cerrno>
+#include <cstdlib>
 #include <fcntl.h>
-#include <stdlib.h>
 #include <string_view>
 #include <sys/stat.h>
 

@@ -1,8 +1,8 @@
 #include "portlayer/linux/ServerPort.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
-#include <errno.h>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>

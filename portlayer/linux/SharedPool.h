@@ -24,8 +24,8 @@ namespace Kyr::PortLayer::Detail {
 constexpr std::uint32_t kMaxSlots = 64;  // bits of the mask
 constexpr std::uint32_t kNoSlot = 0xFFFFFFFF;
 // Our choices. A slot is a power of two in size, so that growing data seldom needs a new one.
-constexpr std::size_t kSmallestSlot = 64 * 1024;
-constexpr std::size_t kLargestKeptSlot = 64 * 1024 * 1024;
+constexpr std::size_t kSmallestSlot = std::size_t{64} * 1024;
+constexpr std::size_t kLargestKeptSlot = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kLargestSlot = std::size_t{1} << 30;
 
 /// One mapping of shared memory.

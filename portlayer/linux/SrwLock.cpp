@@ -4,7 +4,7 @@
 // thread that finds a sleeper sleeps, too, so that readers cannot keep a writer out for ever; the
 // last holder clears the word and wakes all. As with the system's, a thread must not take a lock
 // that it already holds, in either mode.
-#include <limits.h>
+#include <climits>
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>

@@ -1,7 +1,7 @@
 // Threads: their handles are signalled when the routine has returned.
 #include <algorithm>
+#include <climits>
 #include <condition_variable>
-#include <limits.h>
 #include <memory>
 #include <pthread.h>
 
@@ -64,7 +64,7 @@ bool Launch(const std::shared_ptr<CStart>& start, std::size_t stackSize) {
     const bool created = ::pthread_create(&thread, &attributes, Run, argument.get()) == 0;
     ::pthread_attr_destroy(&attributes);
     if (created) {
-        argument.release();
+        static_cast<void>(argument.release());  // the thread deletes it
     }
     return created;
 }

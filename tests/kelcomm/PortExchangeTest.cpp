@@ -1,10 +1,10 @@
 // The clients over real ports: a server thread of the test behind the system's own functions, no
 // scripted answer anywhere.
+#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
-#include <stdlib.h>
 #include <thread>
 #include <unistd.h>
 

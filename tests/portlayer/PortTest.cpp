@@ -1,7 +1,7 @@
 #include "tests/portlayer/PortTest.h"
 
+#include <cstdlib>
 #include <filesystem>
-#include <stdlib.h>
 #include <unistd.h>
 
 namespace Kyr::Test {

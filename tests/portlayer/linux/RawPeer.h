@@ -1,7 +1,7 @@
 // Ends of connections that speak to the layer's sockets themselves, for peers that break the rules.
 #pragma once
 
-#include <errno.h>
+#include <cerrno>
 #include <fcntl.h>
 #include <functional>
 #include <memory>
