@@ -6,11 +6,11 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <linux/futex.h>
 #include <memory>
 #include <mutex>
 #include <pthread.h>
-#include <signal.h>
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>

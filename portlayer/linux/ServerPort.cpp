@@ -104,7 +104,8 @@ std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     if (scratches_.empty()) {
-        // Unset, not cleared: a packet's buffer is large and only written to.
+        // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
+        // NOLINTNEXTLINE(modernize-make-unique)
         return std::unique_ptr<CReceiveScratch>(new CReceiveScratch);
     }
     scratch = std::move(scratches_.back());
@@ -465,9 +466,9 @@ void CServerCommPort::OnClose() {
     connection->Memory().Clear();
 }
 
-std::shared_ptr<CServerPort> ServerPortOf(std::shared_ptr<CObject> object) {
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object) {
     if (As<CServerPort>(object.get()) != nullptr) {
-        return std::static_pointer_cast<CServerPort>(std::move(object));
+        return std::static_pointer_cast<CServerPort>(object);
     }
     const CServerCommPort* const comm = As<CServerCommPort>(object.get());
     return comm != nullptr ? comm->connection->Port() : nullptr;

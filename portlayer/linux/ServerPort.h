@@ -127,6 +127,6 @@ class CServerCommPort final : public CObject {
 };
 
 /// The connection port behind an object of either class; null when it is of another.
-std::shared_ptr<CServerPort> ServerPortOf(std::shared_ptr<CObject> object);
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object);
 
 }  // namespace Kyr::PortLayer::Detail
