@@ -16,6 +16,7 @@ echo -n installed
 
 APT_GET = """#!/bin/bash
 echo "apt-get $*" >> "$NOTES"
+[[ $1 == update ]] && exit "${APT_UPDATE_STATUS:-0}"
 exit "${APT_STATUS:-0}"
 """
 
@@ -56,9 +57,15 @@ class InstallDependencies(unittest.TestCase):
         self.assertEqual(["apt-get update -q",
                           "apt-get install -q -y --no-install-recommends ccache clang-tidy"], self.notes())
 
-    def test_failure_of_the_package_manager_is_passed_on(self):
+    def test_failure_to_install_is_passed_on(self):
         self.assertEqual(100, self.run_script(MISSING="ccache", APT_STATUS="100").returncode)
-        self.assertEqual(["apt-get update -q"], self.notes())
+
+    def test_list_that_cannot_be_refreshed_does_not_stop_the_installation(self):
+        result = self.run_script(MISSING="ccache", APT_UPDATE_STATUS="100")
+        self.assertEqual(0, result.returncode)
+        self.assertIn("Some package lists could not be refreshed; trying with what there is.", result.stdout)
+        self.assertEqual(["apt-get update -q", "apt-get install -q -y --no-install-recommends ccache"],
+                         self.notes())
 
 
 if __name__ == "__main__":
