@@ -1,12 +1,11 @@
 // What the tasks share that send one of the server's commands to the Ov agent as an XML request.
 #pragma once
 
-#include <exception>
 #include <string>
 
 #include "connector/ILogger.h"
-#include "connector/TaskExceptions.h"
 #include "connector/channel/IChannel.h"
+#include "connector/tasks/CountedRetry.h"
 #include "kelcomm/messages/CommandHeader.h"
 #include "kelcomm/messages/XmlRequest.h"
 
@@ -30,7 +29,7 @@ template <typename TaskMessage, typename Build>
 void SendActionRequest(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message,
                        const char* announcement, Common::IChannel& channel, Common::ILogger& logger,
                        Build&& build) {
-    try {
+    Common::WithCountedRetry([&] {
         const auto task = boost::dynamic_pointer_cast<TaskMessage>(message);
         if (!task) {
             return;
@@ -40,9 +39,7 @@ void SendActionRequest(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& m
         logger.GetLog(2) << "XML request: " << text;
         channel.Send(
             Common::Kelcomm::Messages::MakeRequest(Common::Kelcomm::Messages::Command::Xml, text));
-    } catch (const std::exception& error) {
-        throw Common::CRetryException(error.what(), false);
-    }
+    });
 }
 
 }  // namespace Kyr::Connectors::OvAgentConnector
