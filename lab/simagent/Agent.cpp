@@ -47,9 +47,7 @@ std::optional<CAnswer> Refusal(const std::vector<CMisbehaviour>& faults) {
         return answer;
     }
     if (const auto status = NumberOf(faults, Fault::Status)) {
-        CReply reply;
-        reply.status = *status;
-        answer.bytes = EncodeReply(reply);
+        answer.bytes = EncodeReply(ErrorReply(*status));
         return answer;
     }
     return std::nullopt;
@@ -93,9 +91,7 @@ void FitIntoLegacyReply(const CPortRequest& request, CAnswer& answer) {
     if (request.transport != Transport::Lpc || answer.bytes.size() <= request.replyCapacity) {
         return;
     }
-    CReply reply;
-    reply.status = kStatusBufferTooSmall;
-    answer.bytes = EncodeReply(reply);
+    answer.bytes = EncodeReply(ErrorReply(kStatusBufferTooSmall));
     if (answer.bytes.size() > request.replyCapacity) {
         answer.bytes.clear();
         answer.code = kCodeDoesNotFit;
@@ -104,9 +100,9 @@ void FitIntoLegacyReply(const CPortRequest& request, CAnswer& answer) {
 
 }  // namespace
 
-CAgent::CAgent(CProduct& product, CMisbehaviours& misbehaviours,
+CAgent::CAgent(const CInnerCommands& commands, CMisbehaviours& misbehaviours,
                boost::shared_ptr<Base::IClock> clock, LineSink sink, CSettings settings)
-    : product_(product),
+    : commands_(commands),
       misbehaviours_(misbehaviours),
       clock_(std::move(clock)),
       sink_(std::move(sink)),
@@ -176,10 +172,13 @@ CAnswer CAgent::Healthy(const CPortRequest& request, const CRead& read) {
         answer.code = kCodeUnknownCommand;
         return answer;
     }
-    CReply reply;
-    reply.status = kStatusMalformedRequest;
+    CReply reply = ErrorReply(kStatusMalformedRequest);
     if (read.action) {
-        reply = Perform(*read.action, product_);
+        try {
+            reply = commands_.Perform(*read.action);
+        } catch (const CMalformed& problem) {
+            answer.problem = problem.what();
+        }
     }
     answer.bytes = EncodeReply(reply);
     FitIntoLegacyReply(request, answer);
@@ -191,7 +190,7 @@ void CAgent::WriteRequest(std::uint64_t id, const CPortRequest& request, const C
     line.With("id", id).With("transport", NameOf(request.transport));
     line.With("command", request.command);
     if (read.facts.inner) {
-        line.With("inner", *read.facts.inner).With("name", NameOfInnerCommand(*read.facts.inner));
+        line.With("inner", *read.facts.inner).With("name", commands_.NameOf(*read.facts.inner));
     }
     if (!read.facts.function.empty()) {
         line.With("function", read.facts.function);
@@ -224,6 +223,9 @@ void CAgent::WriteReply(std::uint64_t id, const CPortRequest& request,
         line.With("status", ReadU32(answer.bytes, 4));
     }
     line.With("length", answer.AnnouncedLength());
+    if (!answer.problem.empty()) {
+        line.With("problem", answer.problem);
+    }
     if (settings_.wire) {
         line.With("bytes", ToHex(answer.bytes));
     }

@@ -1,8 +1,8 @@
-// Answers port requests: reads them, lets the product act, applies the faults that somebody asked
-// for, and writes `request` and `reply` events. Both ports share one agent.
+// Answers port requests: reads them, has their inner commands carried out, applies the faults that
+// somebody asked for, and writes `request` and `reply` events. Both ports share one agent.
 //
 // Threads: Answer by any thread, also by several at once; Stop by any thread.
-// Ownership: product and misbehaviours must outlive this.
+// Ownership: commands and misbehaviours must outlive this.
 // Errors: none leave Answer; what cannot be read is answered with an error status.
 #pragma once
 
@@ -13,8 +13,8 @@
 
 #include "base/Clock.h"
 #include "lab/common/LineWriter.h"
-#include "lab/simagent/ActionHandler.h"
 #include "lab/simagent/Misbehaviour.h"
+#include "lab/simagent/commands/InnerCommands.h"
 
 namespace Kyr::Lab::SimAgent {
 
@@ -25,8 +25,8 @@ class CAgent {
         std::function<void()> endAgent;  // what the fault `die` calls
     };
 
-    CAgent(CProduct& product, CMisbehaviours& misbehaviours, boost::shared_ptr<Base::IClock> clock,
-           LineSink sink, CSettings settings);
+    CAgent(const CInnerCommands& commands, CMisbehaviours& misbehaviours,
+           boost::shared_ptr<Base::IClock> clock, LineSink sink, CSettings settings);
 
     /// Blocks for the time of a `delay` fault.
     CAnswer Answer(const CPortRequest& request);
@@ -43,8 +43,8 @@ class CAgent {
     void WriteReply(std::uint64_t id, const CPortRequest& request, const CAnswer& answer) const;
     void Delay(std::chrono::milliseconds duration);
 
-    CProduct& product_;              // borrowed
-    CMisbehaviours& misbehaviours_;  // borrowed
+    const CInnerCommands& commands_;  // borrowed
+    CMisbehaviours& misbehaviours_;   // borrowed
     const boost::shared_ptr<Base::IClock> clock_;
     const LineSink sink_;
     const CSettings settings_;

@@ -2,6 +2,12 @@
 
 namespace Kyr::Lab::SimAgent {
 
+CReply ErrorReply(std::uint32_t status) {
+    CReply reply;
+    reply.status = status;
+    return reply;
+}
+
 Bytes EncodeReply(const CReply& reply) {
     Bytes bytes;
     bytes.reserve(12 + reply.payload.size());

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 
 #include "lab/simagent/Bytes.h"
 
@@ -31,6 +32,9 @@ struct CReply {
     Bytes payload;
 };
 
+/// A reply without payload that says why nothing was done.
+CReply ErrorReply(std::uint32_t status);
+
 /// u32 header size, u32 status, u32 value, then the payload.
 Bytes EncodeReply(const CReply& reply);
 
@@ -44,6 +48,7 @@ struct CAnswer {
     std::optional<std::uint32_t> announcedLength;  // nothing: the length of `bytes`
     bool withoutView = false;                      // advanced port: a long reply without its view
     bool smallView = false;                        // advanced port: a view shorter than announced
+    std::string problem;                           // for people: why the body was not understood
 
     std::uint32_t AnnouncedLength() const {
         return announcedLength.value_or(static_cast<std::uint32_t>(bytes.size()));

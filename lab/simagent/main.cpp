@@ -7,6 +7,8 @@
 #include "lab/simagent/AlpcServer.h"
 #include "lab/simagent/Console.h"
 #include "lab/simagent/LpcServer.h"
+#include "lab/simagent/commands/AgentUuidCommand.h"
+#include "lab/simagent/commands/XmlCommands.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {
@@ -74,7 +76,8 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     CLabProcesses processes(*launcher, sink);
     CProduct product(processes, sink);
-    CAgent agent(product, options.misbehaviours, Kyr::Base::SystemClock(), sink,
+    const CInnerCommands commands({XmlCommands(product), AgentUuidCommands(sink)});
+    CAgent agent(commands, options.misbehaviours, Kyr::Base::SystemClock(), sink,
                  {options.wire, [] { EndThisProcess(); }});
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);

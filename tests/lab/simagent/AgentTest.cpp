@@ -4,6 +4,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/simagent/Agent.h"
+#include "lab/simagent/commands/XmlCommands.h"
 #include "tests/lab/simagent/ProductFixture.h"
 #include "tests/lab/simagent/Requests.h"
 #include "tests/support/ManualClock.h"
@@ -21,7 +22,7 @@ class AgentTest : public ProductFixture {
   protected:
     CAgent& Agent() {
         if (!agent_) {
-            agent_ = std::make_unique<CAgent>(product_, misbehaviours_, clock_, lines_.Sink(),
+            agent_ = std::make_unique<CAgent>(commands_, misbehaviours_, clock_, lines_.Sink(),
                                               CAgent::CSettings{wire_, [this] { ++endings_; }});
         }
         return *agent_;
@@ -36,6 +37,11 @@ class AgentTest : public ProductFixture {
         return Agent().Answer(Request(transport, KillPayload("1000")));
     }
 
+    /// A command that understands no body.
+    static InnerCommandGroup FussyCommands() {
+        return {{7, "fussy", [](const CAction&) -> CReply { throw CMalformed("not that"); }}};
+    }
+
     static CPortRequest Ping() {
         CPortRequest ping;
         ping.transport = Transport::Alpc;
@@ -47,6 +53,7 @@ class AgentTest : public ProductFixture {
 
     bool wire_ = false;
     int endings_ = 0;
+    const CInnerCommands commands_{{XmlCommands(product_), FussyCommands()}};
     CMisbehaviours misbehaviours_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
     std::unique_ptr<CAgent> agent_;
@@ -111,6 +118,15 @@ TEST_F(AgentTest, RequestThatCannotBeReadGetsItsStatus) {
 
     EXPECT_EQ(HexBytes("0C 00 00 00 02 00 00 00 00 00 00 00"), answer.bytes);
     EXPECT_THAT(lines_.Take()[0], HasSubstr("problem="));
+}
+
+TEST_F(AgentTest, BodyThatACommandCannotReadGetsItsStatus) {
+    const CAnswer answer =
+        Agent().Answer(Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 07 00 00 00")));
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 02 00 00 00 00 00 00 00"), answer.bytes);
+    EXPECT_EQ("reply id=1 transport=alpc code=0 status=2 length=12 problem=\"not that\"",
+              lines_.Take()[1]);
 }
 
 TEST_F(AgentTest, OneWayRequestIsCarriedOutWithoutAReply) {

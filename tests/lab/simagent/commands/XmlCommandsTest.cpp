@@ -1,4 +1,4 @@
-#include "lab/simagent/ActionHandler.h"
+#include "lab/simagent/commands/XmlCommands.h"
 #include "tests/lab/simagent/ProductFixture.h"
 #include "tests/support/HexBytes.h"
 
@@ -7,14 +7,14 @@ namespace {
 
 using Test::HexBytes;
 
-class ActionHandlerTest : public ProductFixture {
+class XmlCommandsTest : public ProductFixture {
   protected:
     CReply PerformXml(const std::string& function, std::vector<CXmlNode> nodes) {
         CAction action;
         action.inner.command = kXmlCommand;
         action.xml.function = function;
         action.xml.nodes = std::move(nodes);
-        return Perform(action, product_);
+        return XmlCommands(product_).at(0).handler(action);
     }
 
     CTaskLogEntry OnlyTask() {
@@ -23,7 +23,7 @@ class ActionHandlerTest : public ProductFixture {
     }
 };
 
-TEST_F(ActionHandlerTest, KillIsAcceptedWithoutPayload) {
+TEST_F(XmlCommandsTest, KillIsAcceptedWithoutPayload) {
     StartOne();
 
     const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1000"},
@@ -35,14 +35,14 @@ TEST_F(ActionHandlerTest, KillIsAcceptedWithoutPayload) {
     EXPECT_EQ("a;b;c", OnlyTask().userData);
 }
 
-TEST_F(ActionHandlerTest, RefusedKillIsAcceptedAllTheSame) {
+TEST_F(XmlCommandsTest, RefusedKillIsAcceptedAllTheSame) {
     const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1"}});
 
     EXPECT_EQ(kStatusDone, reply.status);
     EXPECT_EQ(TaskState::Refused, OnlyTask().state);
 }
 
-TEST_F(ActionHandlerTest, KillHashesAreHeeded) {
+TEST_F(XmlCommandsTest, KillHashesAreHeeded) {
     StartOne();
 
     PerformXml("KILL_PROCESS_BY_PID",
@@ -51,7 +51,7 @@ TEST_F(ActionHandlerTest, KillHashesAreHeeded) {
     EXPECT_EQ("another program has that hash", OnlyTask().text);
 }
 
-TEST_F(ActionHandlerTest, BlockTakesHashesAndDeleteFlag) {
+TEST_F(XmlCommandsTest, BlockTakesHashesAndDeleteFlag) {
     const CReply reply = PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "STRING", "s1"},
                                                                  {"HASH_SHA2_256", "STRING", "s2"},
                                                                  {"DELETE", "DWORD", "1"},
@@ -65,7 +65,7 @@ TEST_F(ActionHandlerTest, BlockTakesHashesAndDeleteFlag) {
     EXPECT_EQ("a;b;c", OnlyTask().userData);
 }
 
-TEST_F(ActionHandlerTest, DeleteFlagZeroIsNoDelete) {
+TEST_F(XmlCommandsTest, DeleteFlagZeroIsNoDelete) {
     PerformXml("BLOCK_EXECUTABLE_BY_HASH",
                {{"HASH_SHA1", "STRING", "s1"}, {"DELETE", "DWORD", "0"}});
 
@@ -73,32 +73,11 @@ TEST_F(ActionHandlerTest, DeleteFlagZeroIsNoDelete) {
     EXPECT_FALSE(product_.Blocked()[0].deleteFile);
 }
 
-TEST_F(ActionHandlerTest, UnknownFunctionIsAnErrorStatus) {
+TEST_F(XmlCommandsTest, UnknownFunctionIsAnErrorStatus) {
     const CReply reply = PerformXml("RESTART_FDE", {});
 
     EXPECT_EQ(HexBytes("0C 00 00 00 03 00 00 00 00 00 00 00"), EncodeReply(reply));
     EXPECT_TRUE(product_.TaskLog().empty());
-}
-
-TEST_F(ActionHandlerTest, UnknownCommandIsAnErrorStatus) {
-    CAction action;
-    action.inner.command = 0x6D;
-
-    EXPECT_EQ(HexBytes("0C 00 00 00 01 00 00 00 00 00 00 00"),
-              EncodeReply(Perform(action, product_)));
-}
-
-TEST(InnerCommandTest, NamesAreForPeople) {
-    EXPECT_STREQ("xml", NameOfInnerCommand(2));
-    EXPECT_STREQ("unknown", NameOfInnerCommand(0x6D));
-}
-
-TEST(EncodeReplyTest, ValueIsThePayloadsLengthUnlessSaidOtherwise) {
-    CReply reply;
-    reply.payload = {0xAA, 0xBB};
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), EncodeReply(reply));
-    reply.value = 7;
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00 AA BB"), EncodeReply(reply));
 }
 
 }  // namespace

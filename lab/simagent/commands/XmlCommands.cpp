@@ -1,0 +1,47 @@
+#include "lab/simagent/commands/XmlCommands.h"
+
+namespace Kyr::Lab::SimAgent {
+
+namespace {
+
+CHashes HashesOf(const CXmlRequest& xml) {
+    return {xml.Find("HASH_SHA1"), xml.Find("HASH_SHA2_256")};
+}
+
+void KillProcess(const CXmlRequest& xml, CProduct& product) {
+    product.KillProcess(xml.Find("PID"), HashesOf(xml), xml.Find("USERDATA").value_or(""));
+}
+
+void BlockExecutable(const CXmlRequest& xml, CProduct& product) {
+    product.BlockExecutable(HashesOf(xml), xml.Find("DELETE") == "1",
+                            xml.Find("USERDATA").value_or(""));
+}
+
+struct CFunctionRow {
+    const char* name;
+    void (*handler)(const CXmlRequest&, CProduct&);
+};
+
+constexpr CFunctionRow kFunctions[] = {
+    {"KILL_PROCESS_BY_PID", KillProcess},
+    {"BLOCK_EXECUTABLE_BY_HASH", BlockExecutable},
+};
+
+CReply PerformFunction(const CXmlRequest& xml, CProduct& product) {
+    for (const CFunctionRow& row : kFunctions) {
+        if (row.name == xml.function) {
+            row.handler(xml, product);
+            return {};
+        }
+    }
+    return ErrorReply(kStatusUnknownFunction);
+}
+
+}  // namespace
+
+InnerCommandGroup XmlCommands(CProduct& product) {
+    return {{kXmlCommand, "xml",
+             [&product](const CAction& action) { return PerformFunction(action.xml, product); }}};
+}
+
+}  // namespace Kyr::Lab::SimAgent
