@@ -1,8 +1,8 @@
+#include <gtest/gtest.h>
 #include <new>
 #include <stdexcept>
 
 #include <boost/thread/exceptions.hpp>
-#include <gtest/gtest.h>
 
 #include "connector/tasks/CountedRetry.h"
 

@@ -1,0 +1,33 @@
+// The way of a batch of ECS records out of a reply, the same for both kinds of them.
+//
+// Threads: the task-processing thread.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+#include <google/protobuf/repeated_field.h>
+
+#include "connector/ILogger.h"
+#include "connector/IMessagePublisher.h"
+#include "connector/tasks/RecordOffset.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+/// Publishes a copy of `records` as one `StoreMessage`, announced by `announcement`, and then moves
+/// the offset under `offsetKey` over them. In this order: who is interrupted in between passes the
+/// same records on again, and skips none.
+template <typename StoreMessage>
+void PassOnEcsLogs(const google::protobuf::RepeatedPtrField<std::string>& records,
+                   const char* announcement, const char* offsetKey, Common::ILogger& logger,
+                   Kyr::Common::Module::IMessagePublisher& publisher,
+                   Kyr::Common::Database::IKeyValueAccessMapper& keyValueStore) {
+    const auto batch = boost::make_shared<StoreMessage>();
+    batch->SetLogs(std::vector<std::string>(records.begin(), records.end()));
+    logger.GetLog(1) << announcement;
+    publisher.Publish(batch);
+    AdvanceOffset(keyValueStore, offsetKey, static_cast<std::uint64_t>(records.size()));
+}
+
+}  // namespace Kyr::Connectors::OvAgentConnector

@@ -1,0 +1,53 @@
+// What the tasks share that collect records from the Ov agent: each acts on triggers of one kind,
+// and looks first whether the product served its request.
+//
+// Threads: the task-processing thread.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <boost/shared_ptr.hpp>
+
+#include "connector/ILogger.h"
+#include "connector/channel/ChannelMessage.h"
+#include "host/kernel/IMessage.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+/// Whether `message` is a COvAgentRequest of this kind; see OvAgentRequestType.
+bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message,
+               std::int32_t requestType);
+
+/// Reads `reply` into `message`, a new response of the class `Response`, and returns the protobuf
+/// message in it: empty when the reply has no payload. Throws std::runtime_error for a short reply.
+template <typename Response>
+auto ReadRecords(const boost::shared_ptr<Common::IChannelMessage>& message,
+                 const std::vector<unsigned char>& reply) {
+    auto& response = dynamic_cast<Response&>(*message);
+    response.Deserialize(reply);
+    return response.GetResponse();
+}
+
+/// What a task writes when it has nothing to pass on.
+struct RefusalTexts {
+    const char* noPayload;
+    const char* resultCode;  // the code follows
+};
+
+/// Whether the product served the request; if not, writes why. `records` is what ReadRecords
+/// returned.
+template <typename Records>
+bool IsServed(const Records& records, const RefusalTexts& texts, Common::ILogger& logger) {
+    if (!records) {
+        logger.GetLog(1) << texts.noPayload;
+        return false;
+    }
+    if (records->result_code() != 0) {
+        logger.GetLog(3) << texts.resultCode << records->result_code();
+        return false;
+    }
+    return true;
+}
+
+}  // namespace Kyr::Connectors::OvAgentConnector

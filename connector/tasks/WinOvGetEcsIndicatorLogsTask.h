@@ -1,0 +1,68 @@
+// Fetches the ECS indicator records that are new since the last fetch and passes them on to the host's
+// data miner, for triggers of the kind 3.
+//
+// One batch a trigger: what the product puts into one reply. It is published first, then the offset
+// under "XDR_OFFSET" moves over it, so that an interruption in between makes the batch come twice
+// and never skips a record.
+// Threads: the task-processing thread only; keeps nothing between two messages.
+// Errors: every failure is a counted CRetryException with the failure's text. A message of another
+// class or kind is ignored.
+#pragma once
+
+#include "connector/ILogger.h"
+#include "connector/IMessagePublisher.h"
+#include "connector/MessageTask.h"
+#include "connector/channel/IChannel.h"
+#include "connector/channel/IChannelMessageFactory.h"
+#include "host/database/IMapper.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+class COvAgentConnectorModule;
+
+class CWinOvGetEcsIndicatorLogsTask : public Common::CMessageTask {
+  public:
+    class BufferReceiver;
+
+    /// REQUIRES: none of the shared pointers is empty. `module` is not used.
+    CWinOvGetEcsIndicatorLogsTask(
+        boost::shared_ptr<Common::ILogger> logger,
+        boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher,
+        boost::shared_ptr<Common::IChannel> channel, COvAgentConnectorModule* module,
+        boost::shared_ptr<Common::IChannelMessageFactory> messageFactory,
+        boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueStore);
+    ~CWinOvGetEcsIndicatorLogsTask() override;
+
+    void Execute(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override;
+
+  private:
+    const boost::shared_ptr<Common::IChannel> channel_;
+    [[maybe_unused]] COvAgentConnectorModule* const module_;  // borrowed
+    const boost::shared_ptr<Common::IChannelMessageFactory> messageFactory_;
+    const boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueStore_;
+    const boost::shared_ptr<Common::ILogger> logger_;
+    const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
+};
+
+/// Takes the reply of one request. Holds no pointer to the task, so it may outlive it.
+class CWinOvGetEcsIndicatorLogsTask::BufferReceiver : public Common::IBufferReceiver {
+  public:
+    /// `trigger` is kept alive only.
+    BufferReceiver(boost::shared_ptr<Common::ILogger> logger,
+                   boost::shared_ptr<Kyr::Common::Kernel::IMessage> trigger,
+                   boost::shared_ptr<Common::IChannelMessageFactory> messageFactory,
+                   boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueStore,
+                   boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher);
+    ~BufferReceiver() override;
+
+    void OnBufferReceived(const std::vector<unsigned char>& reply) override;
+
+  private:
+    const boost::shared_ptr<Common::ILogger> logger_;
+    const boost::shared_ptr<Kyr::Common::Kernel::IMessage> trigger_;
+    const boost::shared_ptr<Common::IChannelMessageFactory> messageFactory_;
+    const boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueStore_;
+    const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
+};
+
+}  // namespace Kyr::Connectors::OvAgentConnector
