@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "lab/devhost/RequestBuilder.h"
 #include "lab/devhost/TaskBuilder.h"
 
 namespace Kyr::Lab::DevHost {
@@ -62,6 +63,12 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          "Sends the task that blocks an executable.",
          [targets](Arguments& arguments, const LineSink& answer) {
              PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
+         }},
+        {"trigger", "kind=<number>",
+         "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
+         " 4 telemetry, 5 remediation actions.",
+         [targets](Arguments& arguments, const LineSink&) {
+             targets.bus.PublishAsHost(BuildTrigger(arguments));
          }},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](Arguments& arguments, const LineSink& answer) {
