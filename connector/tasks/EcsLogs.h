@@ -3,11 +3,11 @@
 // Threads: the task-processing thread.
 #pragma once
 
+#include <google/protobuf/repeated_field.h>
 #include <string>
 #include <vector>
 
 #include <boost/make_shared.hpp>
-#include <google/protobuf/repeated_field.h>
 
 #include "connector/ILogger.h"
 #include "connector/IMessagePublisher.h"

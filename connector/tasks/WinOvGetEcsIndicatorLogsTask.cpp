@@ -76,7 +76,7 @@ void CWinOvGetEcsIndicatorLogsTask::BufferReceiver::OnBufferReceived(
         messageFactory_->CreateGetEcsIndicatorLogsResponse(), reply);
     if (IsServed(records, kRefusals, *logger_)) {
         PassOnEcsLogs<CDataMinerStoreEcsIndicatorLogs>(records->logs(), kPublishing, kOffsetKey,
-                                                *logger_, *publisher_, *keyValueStore_);
+                                                       *logger_, *publisher_, *keyValueStore_);
     }
 }
 

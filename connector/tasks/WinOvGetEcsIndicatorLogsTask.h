@@ -1,5 +1,5 @@
-// Fetches the ECS indicator records that are new since the last fetch and passes them on to the host's
-// data miner, for triggers of the kind 3.
+// Fetches the ECS indicator records that are new since the last fetch and passes them on to the
+// host's data miner, for triggers of the kind 3.
 //
 // One batch a trigger: what the product puts into one reply. It is published first, then the offset
 // under "XDR_OFFSET" moves over it, so that an interruption in between makes the batch come twice

@@ -1,12 +1,11 @@
-// Fetches the ECS telemetry records that are new since the last fetch and passes them on to the host's
-// data miner, for triggers of the kind 4.
+// Fetches the ECS telemetry records that are new since the last fetch and passes them on to the
+// host's data miner, for triggers of the kind 4.
 //
 // One batch a trigger: what the product puts into one reply. It is published first, then the offset
-// under "XDR_TELEMETRY_OFFSET" moves over it, so that an interruption in between makes the batch come twice
-// and never skips a record.
-// Threads: the task-processing thread only; keeps nothing between two messages.
-// Errors: every failure is a counted CRetryException with the failure's text. A message of another
-// class or kind is ignored.
+// under "XDR_TELEMETRY_OFFSET" moves over it, so that an interruption in between makes the batch
+// come twice and never skips a record. Threads: the task-processing thread only; keeps nothing
+// between two messages. Errors: every failure is a counted CRetryException with the failure's text.
+// A message of another class or kind is ignored.
 #pragma once
 
 #include "connector/ILogger.h"

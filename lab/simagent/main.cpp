@@ -5,10 +5,10 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/simagent/AlpcServer.h"
-#include "lab/simagent/Console.h"
 #include "lab/simagent/LpcServer.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
 #include "lab/simagent/commands/XmlCommands.h"
+#include "lab/simagent/console/Console.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {

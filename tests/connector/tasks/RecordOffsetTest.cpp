@@ -1,8 +1,8 @@
-#include "connector/tasks/RecordOffset.h"
-
-#include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <gtest/gtest.h>
 
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+
+#include "connector/tasks/RecordOffset.h"
 #include "tests/support/GroupingLocale.h"
 #include "tests/support/ThrownText.h"
 

@@ -7,10 +7,10 @@
 #include <string>
 #include <vector>
 
-#include "lab/common/LineWriter.h"
 #include "lab/simagent/Misbehaviour.h"
 #include "lab/simagent/PortServer.h"
 #include "lab/simagent/Product.h"
+#include "lab/simagent/console/ConsoleCommand.h"
 
 namespace Kyr::Lab::SimAgent {
 
@@ -26,7 +26,10 @@ class CConsole {
         std::string victim;  // the program that `start` starts when none is named
     };
 
-    explicit CConsole(CParts parts);
+    /// `groups` are commands besides the ones of processes, tasks and faults.
+    explicit CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups = {});
+    CConsole(const CConsole&) = delete;
+    CConsole& operator=(const CConsole&) = delete;
 
     /// Carries out one line; an empty one does nothing. False when the agent is to end.
     bool Execute(const std::string& line);
@@ -36,10 +39,6 @@ class CConsole {
     void OpenPorts();
 
   private:
-    using Words = std::vector<std::string>;
-    struct CCommandRow;
-    static const CCommandRow kCommands[];
-
     void Start(const Words& words);
     void Adopt(const Words& words);
     void List(const Words& words);
@@ -49,6 +48,7 @@ class CConsole {
     void Quit(const Words& words);
 
     CParts parts_;
+    std::vector<CConsoleCommand> commands_;
     bool quit_ = false;
 };
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "lab/simagent/Console.h"
+#include "lab/simagent/console/Console.h"
 #include "tests/lab/simagent/ProductFixture.h"
 
 namespace Kyr::Lab::SimAgent {
@@ -32,8 +32,28 @@ class ConsoleTest : public ProductFixture {
     CMisbehaviours misbehaviours_;
     CFakeServer alpc_;
     CFakeServer lpc_;
-    CConsole console_{{product_, processes_, misbehaviours_, alpc_, lpc_, lines_.Sink(), program_}};
+    /// The command `whistle`.
+    ConsoleCommandGroup Whistling() {
+        return {{"whistle", "whistle <tune>", "a tune", [this](const Words& words) {
+                     RequireWords(words, 2);
+                     lines_.Sink()(AnswerTo("whistle").With("tune", words.at(1)));
+                 }}};
+    }
+
+    CConsole console_{{product_, processes_, misbehaviours_, alpc_, lpc_, lines_.Sink(), program_},
+                      {Whistling()}};
 };
+
+TEST_F(ConsoleTest, CommandOfAGroupIsCarriedOut) {
+    EXPECT_THAT(Execute("whistle low"), ElementsAre("answer command=whistle tune=low"));
+    EXPECT_THAT(Execute("whistle low high"),
+                ElementsAre("error command=whistle text=\"'high' is one word too many\""));
+}
+
+TEST_F(ConsoleTest, CommandOfAGroupStandsInTheHelp) {
+    EXPECT_THAT(Execute("help"),
+                Contains("answer command=help usage=\"whistle <tune>\" text=\"a tune\""));
+}
 
 TEST_F(ConsoleTest, StartWithoutProgramStartsTheVictim) {
     EXPECT_THAT(Execute("start one"), Contains("answer command=start name=one pid=1000"));

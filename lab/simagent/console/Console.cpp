@@ -1,49 +1,37 @@
-#include "lab/simagent/Console.h"
+#include "lab/simagent/console/Console.h"
 
 #include <stdexcept>
 
 namespace Kyr::Lab::SimAgent {
 
-struct CConsole::CCommandRow {
-    const char* name;
-    const char* usage;
-    const char* text;
-    void (CConsole::*handler)(const Words&);
-};
-
-const CConsole::CCommandRow CConsole::kCommands[] = {
-    {"start", "start <name> [<program> [<argument>...]]",
-     "start a process that a kill request may end; without a program, the victim",
-     &CConsole::Start},
-    {"adopt", "adopt <name> <pid>", "take over a victim that an agent before this one started",
-     &CConsole::Adopt},
-    {"list", "list", "the processes that were started, and the blocked hashes", &CConsole::List},
-    {"tasklog", "tasklog", "the tasks so far and their outcomes", &CConsole::TaskLog},
-    {"misbehave",
-     "misbehave <fault> [n] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
-     "[function=<name>]",
-     "do that wrong for the next requests; also: misbehave list, misbehave clear [<fault>]",
-     &CConsole::Misbehave},
-    {"help", "help", "this", &CConsole::Help},
-    {"quit", "quit", "end; also: stop", &CConsole::Quit},
-    {"stop", "stop", "end; also: quit", &CConsole::Quit},
-};
-
-namespace {
-
-CLine AnswerTo(const std::string& command) {
-    return CLine("answer").With("command", command);
-}
-
-void RequireWords(const std::vector<std::string>& words, std::size_t most) {
-    if (words.size() > most) {
-        throw std::invalid_argument("'" + words[most] + "' is one word too many");
+CConsole::CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups)
+    : parts_(std::move(parts)) {
+    commands_ = {
+        {"start", "start <name> [<program> [<argument>...]]",
+         "start a process that a kill request may end; without a program, the victim",
+         [this](const Words& words) { Start(words); }},
+        {"adopt", "adopt <name> <pid>", "take over a victim that an agent before this one started",
+         [this](const Words& words) { Adopt(words); }},
+        {"list", "list", "the processes that were started, and the blocked hashes",
+         [this](const Words& words) { List(words); }},
+        {"tasklog", "tasklog", "the tasks so far and their outcomes",
+         [this](const Words& words) { TaskLog(words); }},
+        {"misbehave",
+         "misbehave <fault> [n] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
+         "[function=<name>]",
+         "do that wrong for the next requests; also: misbehave list, misbehave clear [<fault>]",
+         [this](const Words& words) { Misbehave(words); }},
+    };
+    for (const ConsoleCommandGroup& group : groups) {
+        commands_.insert(commands_.end(), group.begin(), group.end());
     }
+    const ConsoleCommandGroup last = {
+        {"help", "help", "this", [this](const Words& words) { Help(words); }},
+        {"quit", "quit", "end; also: stop", [this](const Words& words) { Quit(words); }},
+        {"stop", "stop", "end; also: quit", [this](const Words& words) { Quit(words); }},
+    };
+    commands_.insert(commands_.end(), last.begin(), last.end());
 }
-
-}  // namespace
-
-CConsole::CConsole(CParts parts) : parts_(std::move(parts)) {}
 
 bool CConsole::Execute(const std::string& line) {
     std::string command;
@@ -53,9 +41,9 @@ bool CConsole::Execute(const std::string& line) {
             return true;
         }
         command = words[0];
-        for (const CCommandRow& row : kCommands) {
+        for (const CConsoleCommand& row : commands_) {
             if (row.name == command) {
-                (this->*row.handler)(words);
+                row.run(words);
                 return !quit_;
             }
         }
@@ -158,7 +146,7 @@ void CConsole::Misbehave(const Words& words) {
 
 void CConsole::Help(const Words& words) {
     RequireWords(words, 1);
-    for (const CCommandRow& row : kCommands) {
+    for (const CConsoleCommand& row : commands_) {
         parts_.sink(AnswerTo("help").With("usage", row.usage).With("text", row.text));
     }
     for (const std::string& fault : DescribeFaults()) {
