@@ -2,7 +2,11 @@
 
 find_package(Threads REQUIRED)
 find_package(Boost 1.81 REQUIRED CONFIG COMPONENTS thread chrono date_time locale filesystem)
-find_package(Poco 1.11 REQUIRED COMPONENTS Foundation)
+set(poco Foundation)
+if(WIN32)
+    list(APPEND poco Util)  # reads the registry
+endif()
+find_package(Poco 1.11 REQUIRED COMPONENTS ${poco})
 find_package(Protobuf REQUIRED)
 if(KYR_BUILD_LAB)
     find_package(SQLite3 REQUIRED)

@@ -1,23 +1,43 @@
-// The Ov connector module: joins the host to the Ov agent on the same computer.
+// The Ov connector module: joins the host to the Ov agent on the same computer. It knows whether
+// the product is installed, makes the channel and the tasks, and announces the agent to the
+// product and the product to the host.
 //
-// So far it carries only the two action tasks, kill a process and block an executable: it takes the
-// product for installed, tells the host no status of it, and has no periodic thread.
-//
-// Created by the library's meta-object, driven by the host in the order that IModule gives.
-// Threads and errors: see CConnectorModule.
+// Created by the library's meta-object, driven by the host in the order that IModule gives. A
+// module whose product is not installed when it is initialized stays inactive for good.
+// Threads: see CConnectorModule.
+// Errors: see CConnectorModule. Initialize also throws what the product build reader throws.
 #pragma once
 
 #include <cstdint>
+#include <functional>
+#include <optional>
 #include <string>
 
+#include "base/Clock.h"
 #include "connector/ConnectorModule.h"
+#include "connector/channel/IChannelMessageFactory.h"
+#include "host/database/IMapper.h"
 #include "kelcomm/OvAgentChannel.h"
+#include "module/PresenceLogs.h"
+#include "module/ProductBuildReader.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
+
+/// What the module takes from this computer.
+struct CModuleSystem {
+    /// The real clock, product registration and channel.
+    CModuleSystem();
+
+    boost::shared_ptr<Base::IClock> clock;
+    boost::shared_ptr<IProductBuildReader> productBuild;
+    /// Called once, by Initialize.
+    std::function<boost::shared_ptr<COvAgentChannel>()> makeChannel;
+};
 
 class COvAgentConnectorModule : public Common::CConnectorModule {
   public:
     COvAgentConnectorModule();
+    explicit COvAgentConnectorModule(CModuleSystem system);
     /// Ends the threads of a module that the host forgot to stop.
     ~COvAgentConnectorModule() override;
 
@@ -27,13 +47,26 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     std::uint64_t GetProductId() const override;
 
   protected:
+    bool IsProductInstalled() override;
     void CreateTasks(TaskList& tasks) override;
     bool Connect() override;
     void Interrupt() override;
     void Disconnect() override;
 
   private:
+    void ObtainMappers(Kyr::Common::Kernel::IResourceProvider& provider);
+    void SendAgentUuid();
+    CLogOrigin LogOrigin() const;
+
+    const CModuleSystem system_;
+
+    // Constant after Initialize. The mappers are the host's and must be there to be used.
     boost::shared_ptr<COvAgentChannel> channel_;  // the one that all tasks use
+    boost::shared_ptr<Kyr::Common::Database::IOvRemediationActionsMapper> remediationMapper_;
+    boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueMapper_;
+    boost::shared_ptr<Common::IChannelMessageFactory> messageFactory_;
+
+    std::optional<std::int64_t> productBuild_;  // as of the last Connect
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

@@ -1,14 +1,18 @@
 // The simulated Ov agent as a program; README.md says how it is used.
 
+#include <cstdint>
 #include <iostream>
+#include <optional>
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/simagent/AlpcServer.h"
 #include "lab/simagent/LpcServer.h"
+#include "lab/simagent/Registration.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
 #include "lab/simagent/commands/XmlCommands.h"
 #include "lab/simagent/console/Console.h"
+#include "lab/simagent/console/RegistrationCommands.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {
@@ -24,7 +28,7 @@ constexpr int kLeftSomethingBehind = 3;
 
 constexpr char kUsage[] =
     "usage: simagent [--victim=<program>] [--misbehave=\"<fault> ...\"]... [--wire] [--detached]\n"
-    "                [--colour=auto|always|never]\n"
+    "                [--build=<n>|--not-installed] [--install-only] [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -32,6 +36,8 @@ struct COptions {
     bool wire = false;
     bool detached = false;
     bool coloured = false;
+    bool installOnly = false;
+    std::optional<std::int32_t> build = kUsualBuild;
     std::string victim;
     CMisbehaviours misbehaviours;
 };
@@ -41,6 +47,13 @@ void ReadOptions(int argc, char** argv, COptions& options) {
     options.help = arguments.TakeFlag("help");
     options.wire = arguments.TakeFlag("wire");
     options.detached = arguments.TakeFlag("detached");
+    options.installOnly = arguments.TakeFlag("install-only");
+    if (const auto build = arguments.TakeValue("build")) {
+        options.build = ParseBuild(*build);
+    }
+    if (arguments.TakeFlag("not-installed")) {
+        options.build.reset();
+    }
     options.coloured = TakeColour(arguments, OutputIsTerminal());
     options.victim =
         arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX);
@@ -48,6 +61,16 @@ void ReadOptions(int argc, char** argv, COptions& options) {
         options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
     }
     arguments.Finish();
+}
+
+/// Makes the registration what the command line says.
+/// Errors: std::runtime_error.
+void Register(IRegistration& registration, const COptions& options) {
+    if (options.build) {
+        registration.Install(*options.build);
+    } else {
+        registration.Uninstall();
+    }
 }
 
 /// Carries out commands until one says to end, the input ends, or the system asks to end.
@@ -73,6 +96,7 @@ void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
 
 /// Everything that lives while the agent serves. False when it could not start.
 bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
+    const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     CLabProcesses processes(*launcher, sink);
     CProduct product(processes, sink);
@@ -81,12 +105,19 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
                  {options.wire, [] { EndThisProcess(); }});
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);
-    CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim});
+    CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
+                     {RegistrationCommands(*registration, sink)});
     try {
-        console.OpenPorts();
+        if (!options.installOnly) {
+            console.OpenPorts();
+        }
+        Register(*registration, options);
     } catch (const std::exception& problem) {
         sink(CLine("error").With("text", problem.what()));
         return false;
+    }
+    if (options.installOnly) {
+        return true;
     }
     sink(CLine("ready")
              .With("pid", OwnProcessId())

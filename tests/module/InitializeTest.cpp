@@ -8,11 +8,13 @@
 
 #include "tests/module/LoadedLibrary.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/InstalledProduct.h"
 
 namespace Kyr::Test {
 namespace {
 
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::Not;
 
 struct CMandatoryResource {
@@ -38,6 +40,7 @@ class InitializeTest : public ::testing::Test {
         }
     }
 
+    const CInstalledProduct product_{5600};
     CLoadedLibrary library_;
     CFakeHost host_;
     boost::shared_ptr<CLoadedLibrary::Module> module_ = library_.CreateModule();
@@ -100,6 +103,31 @@ TEST_F(InitializeTest, HostWithoutAnythingLacksTheBusFirst) {
         host_.Set(number, {});
     }
     EXPECT_EQ(Complaint(), "Bad cast to Kyr::Common::Kernel::IBusResource");
+}
+
+TEST_F(InitializeTest, DatabaseIsAskedForFirstAndTheNetworkLast) {
+    EXPECT_EQ(Complaint(), "");
+    EXPECT_THAT(host_.requested, ElementsAre(6, 1, 2, 3, 4, 11, 12));
+}
+
+TEST_F(InitializeTest, BothMappersAreObtained) {
+    Complaint();
+    EXPECT_THAT(host_.database->requested, ElementsAre(348, 388));
+}
+
+TEST_F(InitializeTest, MissingDatabaseIsNotComplainedOf) {
+    host_.Set(6, {});
+    EXPECT_EQ(Complaint(), "");
+}
+
+TEST_F(InitializeTest, DatabaseOfAnotherTypeIsNotComplainedOf) {
+    host_.Set(6, boost::make_shared<COtherResource>());
+    EXPECT_EQ(Complaint(), "");
+}
+
+TEST_F(InitializeTest, MapperOfAnotherTypeIsNotComplainedOf) {
+    host_.database->mappers = {{348, host_.database->remediationActions}};
+    EXPECT_EQ(Complaint(), "");
 }
 
 TEST_F(InitializeTest, NetworkMayBeMissing) {

@@ -1,28 +1,28 @@
-// The life of the loaded module on a computer where no Ov agent runs.
-#include <Poco/Environment.h>
+// The life of the loaded module on a computer where no Ov agent runs, or none is installed.
 #include <gmock/gmock.h>
 
 #include <boost/make_shared.hpp>
 
 #include "host/message/OvAgentTasks.h"
+#include "logs/MultiProductStatusLog.h"
 #include "tests/module/LoadedLibrary.h"
 #include "tests/support/FakeHost.h"
+#include "tests/support/InstalledProduct.h"
 
 namespace Kyr::Test {
 namespace {
 
 namespace Task = Common::Message::Connectors::OvAgentConnector::Task;
 using Common::Kernel::MessageType;
+using Common::Message::Logs::CMultiProductStatusLog;
 using ::testing::Contains;
 using ::testing::ElementsAre;
+using ::testing::Not;
 
+/// The product is installed and does not run.
 class ModuleLifeTest : public ::testing::Test {
   protected:
-    // A place for ports that does not exist: nobody serves one there.
-    ModuleLifeTest() {
-        Poco::Environment::set("KELCOMM_RUNTIME_DIR", "/nonexistent/kelcomm");
-        module_->Initialize(host_);
-    }
+    ModuleLifeTest() { module_->Initialize(host_); }
 
     std::vector<MessageType> SubscribedTypes() const {
         std::vector<MessageType> types;
@@ -42,15 +42,18 @@ class ModuleLifeTest : public ::testing::Test {
         return task;
     }
 
+    CInstalledProduct product_{5600};
     CLoadedLibrary library_;
     CFakeHost host_;
     boost::shared_ptr<CLoadedLibrary::Module> module_ = library_.CreateModule();
 };
 
-TEST_F(ModuleLifeTest, ModuleSubscribesToTheActionTasksAndThenToReplies) {
-    EXPECT_THAT(SubscribedTypes(),
-                ElementsAre(MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
-                            MessageType::Response, MessageType::Reply));
+TEST_F(ModuleLifeTest, ModuleSubscribesOnceForEachTaskAndThenToReplies) {
+    EXPECT_THAT(
+        SubscribedTypes(),
+        ElementsAre(MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
+                    MessageType::OvAgentRequest, MessageType::OvAgentRequest,
+                    MessageType::OvAgentRequest, MessageType::Response, MessageType::Reply));
 }
 
 TEST_F(ModuleLifeTest, ModuleThatWaitsForTheProductStopsAtOnce) {
@@ -87,6 +90,48 @@ TEST_F(ModuleLifeTest, ModuleThatWasForgottenEndsItsThreadsWhenItIsDestroyed) {
     ASSERT_TRUE(host_.log->AwaitText("Connecting to product"));
     module_.reset();
     EXPECT_THAT(host_.log->Lines(), Contains("4 Product is not available, canceling tasks"));
+}
+
+class AbsentProductTest : public ::testing::Test {
+  protected:
+    CInstalledProduct product_;
+    CLoadedLibrary library_;
+    CFakeHost host_;
+    boost::shared_ptr<CLoadedLibrary::Module> module_ = library_.CreateModule();
+};
+
+TEST_F(AbsentProductTest, ModuleSaysThatItStaysInactive) {
+    module_->Initialize(host_);
+    EXPECT_THAT(host_.log->Lines(),
+                ElementsAre("2 Connector was deactivated. No tasks will be processed and no logs "
+                            "will be produced."));
+    EXPECT_TRUE(host_.bus->Subscriptions().empty());
+}
+
+TEST_F(AbsentProductTest, EveryStartPublishesTheDeactivatedStatus) {
+    module_->Initialize(host_);
+    module_->Start();
+    module_->Start();
+    ASSERT_EQ(host_.bus->Publications().size(), 2);
+    const auto status =
+        boost::dynamic_pointer_cast<CMultiProductStatusLog>(host_.bus->Publications()[1].message);
+    ASSERT_TRUE(status);
+    EXPECT_EQ(status->GetSymbols()->GetRowCount(), 0);
+    EXPECT_EQ(status->GetProductIdentification()->GetResourceId(4429), 0x07100000000007AAu);
+}
+
+TEST_F(AbsentProductTest, ProductThatIsInstalledLaterIsNotSeen) {
+    module_->Initialize(host_);
+    product_.Install(5600);
+    module_->Start();
+    module_->RequestStop();
+    EXPECT_TRUE(module_->Stop(false));
+    EXPECT_THAT(host_.log->Lines(), Not(Contains("2 Connecting to product")));
+}
+
+TEST_F(AbsentProductTest, BuildOfAnotherTypeReachesTheHost) {
+    product_.InstallWithText();
+    EXPECT_THROW(module_->Initialize(host_), std::exception);
 }
 
 }  // namespace

@@ -50,10 +50,11 @@ TEST_F(PeLibraryTest, ItsDataIsNeverExecuted) {
 }
 
 TEST_F(PeLibraryTest, NeedsNothingBeyondTheSystemTheRuntimeAndItsLibraries) {
-    EXPECT_THAT(NeededLibraries(),
-                Each(AnyOf("kernel32.dll", "msvcrt.dll", "libgcc_s_dw2-1.dll", "libstdc++-6.dll",
-                           "libwinpthread-1.dll", "kyrhost.dll", "libpocofoundation.dll",
-                           "libprotobuf.dll", "zlib1.dll", StartsWith("libboost_"))));
+    EXPECT_THAT(
+        NeededLibraries(),
+        Each(AnyOf("kernel32.dll", "msvcrt.dll", "libgcc_s_dw2-1.dll", "libstdc++-6.dll",
+                   "libwinpthread-1.dll", "kyrhost.dll", "libpocofoundation.dll", "libpocoutil.dll",
+                   "libprotobuf.dll", "zlib1.dll", StartsWith("libboost_"))));
 }
 
 TEST_F(PeLibraryTest, CompilersRuntimeIsSharedWithTheHost) {

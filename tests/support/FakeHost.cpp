@@ -9,11 +9,13 @@ namespace Kyr::Test {
 CFakeHost::CFakeHost()
     : bus(boost::make_shared<CFakeBus>()),
       log(boost::make_shared<CLogCapture>()),
-      installConfiguration(boost::make_shared<CFakeInstallConfiguration>()) {
+      installConfiguration(boost::make_shared<CFakeInstallConfiguration>()),
+      database(boost::make_shared<CFakeDatabase>()) {
     Set(1, bus);
     Set(2, installConfiguration);
     Set(3, log);
     Set(4, boost::make_shared<CFakeIdGenerator>());
+    Set(6, database);
     Set(11, boost::make_shared<CFakeConfiguration>());
     Set(12, boost::make_shared<CFakeNetwork>());
 }

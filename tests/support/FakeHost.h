@@ -11,6 +11,7 @@
 #include "host/kernel/IResource.h"
 #include "host/kernel/Resources.h"
 #include "tests/support/FakeBus.h"
+#include "tests/support/FakeDatabase.h"
 #include "tests/support/LogCapture.h"
 
 namespace Kyr::Test {
@@ -41,7 +42,7 @@ class CFakeNetwork : public Common::Kernel::INetworkGrpcResource {};
 
 class CFakeHost : public Common::Kernel::IResourceProvider {
   public:
-    /// Provides the resources 1, 2, 3, 4, 11 and 12.
+    /// Provides the resources 1, 2, 3, 4, 6, 11 and 12.
     CFakeHost();
 
     boost::shared_ptr<Common::Kernel::IResource> GetResource(int number) override;
@@ -51,6 +52,7 @@ class CFakeHost : public Common::Kernel::IResourceProvider {
     const boost::shared_ptr<CFakeBus> bus;
     const boost::shared_ptr<CLogCapture> log;
     const boost::shared_ptr<CFakeInstallConfiguration> installConfiguration;
+    const boost::shared_ptr<CFakeDatabase> database;
     /// Every number asked for, in order.
     std::vector<int> requested;
 

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -39,10 +40,15 @@ class EndToEndTest : public ::testing::Test {
     }
 
     void Run(const std::vector<std::string>& arguments = {}) {
+        Launch(arguments);
+        Await("ready");
+    }
+
+    void Launch(const std::vector<std::string>& arguments) {
+        next_ = 0;
         actor_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
                                                   Runner::CActor::Environment{},
                                                   [](const std::string&, const CTimedLine&) {});
-        Await("ready");
     }
 
     /// Waits for the next event that begins so, and returns it.
@@ -376,6 +382,43 @@ TEST_F(EndToEndTest, UnknownFaultIsRefused) {
                          [](const std::string&, const CTimedLine&) {});
 
     EXPECT_EQ(2, agent.AwaitEnd(kPatience));
+}
+
+class EndToEndRegistrationTest : public EndToEndTest {
+  protected:
+    std::string Build() const {
+        std::ifstream file(directory_ + "/ovanta-agent-build");
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+};
+
+TEST_F(EndToEndRegistrationTest, ProductThatServesIsRegistered) {
+    Run();
+    EXPECT_EQ("5600", Build());
+    Command("install build=5058");
+    EXPECT_EQ("5058", Build());
+    Command("uninstall");
+    EXPECT_EQ("", Build());
+}
+
+TEST_F(EndToEndRegistrationTest, BuildOfTheCommandLineOutlivesTheProduct) {
+    Run({"--build=5057"});
+    actor_->Send("quit");
+    ExpectCleanEnd();
+    EXPECT_EQ("5057", Build());
+}
+
+TEST_F(EndToEndRegistrationTest, ProductThatIsOnlyInstalledDoesNotServe) {
+    Launch({"--install-only"});
+    ExpectCleanEnd();
+    EXPECT_EQ("5600", Build());
+}
+
+TEST_F(EndToEndRegistrationTest, ProductMayServeWithoutBeingInstalled) {
+    Launch({"--install-only"});
+    ExpectCleanEnd();
+    Run({"--not-installed"});
+    EXPECT_EQ("", Build());
 }
 
 }  // namespace

@@ -1,0 +1,12 @@
+// `install` and `uninstall`: the product's registration changes while it runs.
+#pragma once
+
+#include "lab/simagent/Registration.h"
+#include "lab/simagent/console/ConsoleCommand.h"
+
+namespace Kyr::Lab::SimAgent {
+
+/// `registration` must outlive the commands.
+ConsoleCommandGroup RegistrationCommands(IRegistration& registration, LineSink sink);
+
+}  // namespace Kyr::Lab::SimAgent

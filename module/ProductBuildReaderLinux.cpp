@@ -1,0 +1,41 @@
+#include <charconv>
+#include <stdexcept>
+#include <string>
+
+#include <boost/make_shared.hpp>
+
+#include "module/ProductBuildReader.h"
+#include "portlayer/RunFiles.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+IProductBuildReader::~IProductBuildReader() = default;
+
+namespace {
+
+class CRunFileBuildReader final : public IProductBuildReader {
+  public:
+    std::optional<std::int64_t> Read() override {
+        std::string text;
+        if (NtApi::IsError(PortLayer::ReadRunFile(PortLayer::kProductBuildFile, text))) {
+            return std::nullopt;
+        }
+        std::int32_t build = 0;
+        const char* const end = text.data() + text.size();
+        const auto read = std::from_chars(text.data(), end, build);
+        // An editor's newline at the end does no harm.
+        const bool whole = read.ptr == end || (read.ptr + 1 == end && *read.ptr == '\n');
+        if (read.ec != std::errc() || !whole) {
+            throw std::runtime_error("The registered product build is no 32-bit number");
+        }
+        return build;
+    }
+};
+
+}  // namespace
+
+boost::shared_ptr<IProductBuildReader> SystemProductBuildReader() {
+    return boost::make_shared<CRunFileBuildReader>();
+}
+
+}  // namespace Kyr::Connectors::OvAgentConnector
