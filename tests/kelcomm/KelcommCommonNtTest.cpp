@@ -205,6 +205,12 @@ TYPED_TEST(KelcommCommonNtTest, DataSizeIsReadAtEachRead) {
     EXPECT_EQ(0U, this->Read(11, 4));
 }
 
+TYPED_TEST(KelcommCommonNtTest, DataSizeThatShrinksWhileTheMutexIsWaitedForCounts) {
+    this->native_.onMutexWait = [this] { this->Put(kDataSizeAt, 15); };
+    EXPECT_EQ(1U, this->Read(12, 4));
+    EXPECT_EQ(1U, this->native_.releasedMutexes);
+}
+
 TYPED_TEST(KelcommCommonNtTest, DataAreaPastTheMappingIsNotRead) {
     this->Put(kDataSizeAt, 0xFFFFFFFF);
     EXPECT_EQ(0U, this->Read(12, 4));
@@ -248,6 +254,18 @@ TYPED_TEST(KelcommCommonNtTest, ValueIsReadWithoutTheMutex) {
     EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
     EXPECT_EQ(0x07060504U, this->value_);
     EXPECT_TRUE(this->native_.mutexTimeouts.empty());
+}
+
+TYPED_TEST(KelcommCommonNtTest, ValueIsReadWhileTheMutexCannotBeHad) {
+    this->native_.mutexWait = 0x102;
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
+}
+
+TYPED_TEST(KelcommCommonNtTest, HeaderIsCheckedWhenTheAreaIsOpenedOnly) {
+    EXPECT_EQ(0U, this->Read(0, 4));
+    this->Put(kVersionAt, 3);
+    EXPECT_EQ(0U, this->Read(0, 4));
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(0, &this->value_));
 }
 
 TYPED_TEST(KelcommCommonNtTest, ValueNeedsNoAlignment) {

@@ -131,6 +131,20 @@ TEST_F(OvAgentChannelTest, Value10WithoutThePluginIsMinus1AndNeverReadAgain) {
     EXPECT_TRUE(alpc_->seenBroadcastOffsets.empty());
 }
 
+TEST_F(OvAgentChannelTest, Value10OfAPluginWithTooFewDataFailsOnceAndIsMinus1ThenOn) {
+    SetWord(20, 1);
+    SetModule(0, 0x1004000, 1, 200, 7);
+    EXPECT_EQ(BroadcastFailure(10),
+              "CKelcommChannel: serverPluginSize size is smaller than requested size");
+    SetModule(0, 0x1004000, 2, 200, 8);
+    EXPECT_EQ(channel_->GetBroadcast(10), -1);
+}
+
+TEST_F(OvAgentChannelTest, FirstCallPingsForEveryIndex) {
+    EXPECT_EQ(BroadcastFailure(-1), "CKelcommChannel: Unknown broadcast was specified");
+    EXPECT_EQ(alpc_->seenPings.size(), 1u);
+}
+
 TEST_F(OvAgentChannelTest, MissingPluginNeedsNoMutexAnyMore) {
     channel_->GetBroadcast(10);
     // The mutex is held while an exchange is served.
@@ -180,6 +194,14 @@ TEST_F(OvAgentChannelTest, FailedLookPassesOnAndKeepsTheMemory) {
               "CKelcommChannel: Get broadcast failed");
     alpc_->unreadableBroadcastOffsets.clear();
     EXPECT_FALSE(channel_->HasBroadcastChanged(0));
+}
+
+TEST_F(OvAgentChannelTest, FailedFirstLookIsStillFollowedByAFirstLook) {
+    alpc_->unreadableBroadcastOffsets = {24};
+    EXPECT_EQ(ThrownText([this] { channel_->HasBroadcastChanged(0); }),
+              "CKelcommChannel: Get broadcast failed");
+    alpc_->unreadableBroadcastOffsets.clear();
+    EXPECT_TRUE(channel_->HasBroadcastChanged(0));
 }
 
 // The channel that makes its own clients.

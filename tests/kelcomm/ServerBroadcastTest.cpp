@@ -109,6 +109,11 @@ TEST_F(ServerBroadcastTest, UserDataOf7BytesThrowAndDisable) {
     EXPECT_FALSE(broadcast_.IsAvailable());
 }
 
+TEST_F(ServerBroadcastTest, UserDataOf8BytesSuffice) {
+    SetModule(1, kServerPlugin, 9, 200, 8);
+    EXPECT_EQ(Read(), 77);
+}
+
 TEST_F(ServerBroadcastTest, UserDataMayBeLongerThanTheBlock) {
     SetModule(1, kServerPlugin, 9, 200, 400);
     EXPECT_EQ(Read(), 77);
@@ -125,6 +130,12 @@ TEST_F(ServerBroadcastTest, UnreadableModuleCount) {
 TEST_F(ServerBroadcastTest, MissingClientIsAnUnreadableModuleCount) {
     EXPECT_EQ(ThrownText([this] { broadcast_.Read(nullptr); }),
               "CKelcommChannel: Get modules count broadcast failed");
+}
+
+TEST_F(ServerBroadcastTest, MissingClientIsAnUnreadableTimestampOfTheCachedModule) {
+    Read();
+    EXPECT_EQ(ThrownText([this] { broadcast_.Read(nullptr); }),
+              "CKelcommChannel: Get user data timestamp broadcast failed");
 }
 
 TEST_F(ServerBroadcastTest, UnreadableFirstModuleOffset) {
@@ -153,6 +164,22 @@ TEST_F(ServerBroadcastTest, TableAtTheEndOfTheNumbersDoesNotComeRound) {
 TEST_F(ServerBroadcastTest, UnreadableTimestampOfTheFoundModule) {
     MakeUnreadable(132);
     EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get user data timestamp broadcast failed");
+}
+
+TEST_F(ServerBroadcastTest, FoundModuleIsKnownThoughItsTimestampWasUnreadable) {
+    MakeUnreadable(132);
+    EXPECT_NE(ReadFailure(), kNothing);
+    alpc_->unreadableBroadcastOffsets.clear();
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 77); }),
+              (std::vector<std::uint32_t>{132, 120, 128, 124, 200}));
+}
+
+TEST_F(ServerBroadcastTest, FirstModuleOffsetIsReadOnceAndForAll) {
+    Read();
+    SetWord(12, 0);
+    SetModule(1, kServerPlugin, 10);
+    SetWord(204, 78);
+    EXPECT_EQ(Read(), 78);
 }
 
 TEST_F(ServerBroadcastTest, UnreadableTimestampOfTheCachedModuleForgetsIt) {
