@@ -11,6 +11,7 @@
 #include "lab/simagent/Registration.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
 #include "lab/simagent/commands/XmlCommands.h"
+#include "lab/simagent/console/AreaCommands.h"
 #include "lab/simagent/console/Console.h"
 #include "lab/simagent/console/RegistrationCommands.h"
 #include "portlayer/LiveCounters.h"
@@ -105,10 +106,12 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
                  {options.wire, [] { EndThisProcess(); }});
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);
+    CBroadcastArea area;
     CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
-                     {RegistrationCommands(*registration, sink)});
+                     {RegistrationCommands(*registration, sink), AreaCommands(area, sink)});
     try {
         if (!options.installOnly) {
+            area.Open();  // who finds a port open finds the area, too
             console.OpenPorts();
         }
         Register(*registration, options);

@@ -1,0 +1,210 @@
+// The area of a simulated product in a process of its own, read by the connector's channel here.
+#include <Poco/Environment.h>
+#include <gtest/gtest.h>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "kelcomm/OvAgentChannel.h"
+#include "lab/runner/Actor.h"
+#include "portlayer/LiveCounters.h"
+#include "tests/support/TemporaryFolder.h"
+#include "tests/support/ThrownText.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+using Connectors::OvAgentConnector::COvAgentChannel;
+using Kyr::Test::CTemporaryFolder;
+using Kyr::Test::ThrownText;
+
+constexpr std::chrono::seconds kPatience(20);
+
+class BroadcastEndToEndTest : public ::testing::Test {
+  protected:
+    BroadcastEndToEndTest() {
+        Poco::Environment::set("KELCOMM_RUNTIME_DIR", folder_.File("run"));
+        StartAgent();
+        channel_ = std::make_unique<COvAgentChannel>(0, 0);
+    }
+
+    ~BroadcastEndToEndTest() override {
+        channel_.reset();
+        agent_.reset();
+        EXPECT_EQ(PortLayer::ReadLiveCounters().Text(), "");
+    }
+
+    void StartAgent() {
+        agent_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, std::vector<std::string>{},
+                                                  Runner::CActor::Environment{},
+                                                  [](const std::string&, const CTimedLine&) {});
+        next_ = 0;
+        Await("ready");
+    }
+
+    void Await(const std::string& kind) {
+        const auto found = agent_->Find(
+            next_, [&](const CLine& line) { return line.Kind() == kind; }, kPatience);
+        ASSERT_TRUE(found) << kind;
+        next_ = *found + 1;
+    }
+
+    /// Lets the product carry out `command`.
+    void Agent(const std::string& command) {
+        agent_->Send(command);
+        Await("answer");
+    }
+
+    std::string Failure(std::int32_t index) {
+        return ThrownText([&] { channel_->GetBroadcast(index); });
+    }
+
+    const CTemporaryFolder folder_;
+    std::unique_ptr<Runner::CActor> agent_;
+    std::size_t next_ = 0;
+    std::unique_ptr<COvAgentChannel> channel_;
+};
+
+TEST_F(BroadcastEndToEndTest, ChangeOfAValueIsSeenOnce) {
+    EXPECT_TRUE(channel_->HasBroadcastChanged(2));
+    EXPECT_FALSE(channel_->HasBroadcastChanged(2));
+    Agent("broadcast index=2");
+    EXPECT_TRUE(channel_->HasBroadcastChanged(2));
+    EXPECT_FALSE(channel_->HasBroadcastChanged(2));
+    EXPECT_EQ(channel_->GetBroadcast(2), 1);
+}
+
+TEST_F(BroadcastEndToEndTest, EveryValueIsReadAtItsPlace) {
+    for (std::int32_t index = 0; index <= 10; ++index) {
+        Agent("broadcast index=" + std::to_string(index) + " value=" + std::to_string(100 + index));
+        EXPECT_EQ(channel_->GetBroadcast(index), 100 + index);
+    }
+}
+
+TEST_F(BroadcastEndToEndTest, AreaIsReadByALegacyClientToo) {
+    Agent("misbehave no-alpc");
+    Agent("broadcast index=8 value=3");
+    EXPECT_EQ(channel_->GetBroadcast(8), 3);
+}
+
+TEST_F(BroadcastEndToEndTest, PlugInIsFoundAgainWhereItMovedTo) {
+    Agent("broadcast index=10 value=5");
+    EXPECT_EQ(channel_->GetBroadcast(10), 5);
+    for (const char* position : {"2", "0", "1"}) {
+        Agent(std::string("area move ") + position);
+        EXPECT_EQ(channel_->GetBroadcast(10), 5) << position;
+    }
+    Agent("broadcast index=10");
+    EXPECT_EQ(channel_->GetBroadcast(10), 6);
+}
+
+TEST_F(BroadcastEndToEndTest, AreaOfAnotherKindIsRefusedUntilItIsHealthy) {
+    for (const char* lie : {"magic 0", "header-size 31", "version 3"}) {
+        Agent(std::string("area set ") + lie);
+        EXPECT_EQ(Failure(2), "CKelcommChannel: Get broadcast failed") << lie;
+        EXPECT_EQ(Failure(10), "CKelcommChannel: Get modules count broadcast failed") << lie;
+    }
+    Agent("area healthy");
+    EXPECT_EQ(channel_->GetBroadcast(2), 0);
+}
+
+TEST_F(BroadcastEndToEndTest, OffsetsAndCountsBeyondTheAreaEndInFailures) {
+    EXPECT_EQ(channel_->GetBroadcast(10), 0);  // from now on the entry is known
+    const char* const lies[][2] = {
+        {"data-offset 0xFFFFFFFF", "CKelcommChannel: Get user data timestamp broadcast failed"},
+        {"module-count 0xFFFFFFFF", "CKelcommChannel: Get module id broadcast failed"},
+        {"user-offset 0xFFFFFFFC", "CKelcommChannel: Get TSERVER_BROADCAST failed"},
+        {"user-offset 0x7FFFFFFF", "CKelcommChannel: Get TSERVER_BROADCAST failed"},
+        {"user-offset 1017", "CKelcommChannel: Get TSERVER_BROADCAST failed"},
+        {"data-size 0", "CKelcommChannel: Get user data timestamp broadcast failed"}};
+    for (const auto& [lie, text] : lies) {
+        Agent("area healthy");
+        if (std::string(lie) == "module-count 0xFFFFFFFF") {
+            Agent("area set module-id 0");  // so that the table is searched
+        }
+        Agent(std::string("area set ") + lie);
+        EXPECT_EQ(Failure(10), text) << lie;
+    }
+    Agent("area healthy");
+    EXPECT_EQ(channel_->GetBroadcast(10), 0);
+}
+
+TEST_F(BroadcastEndToEndTest, TableThatBeginsAtTheEndOfTheNumbersIsAFailure) {
+    Agent("area set first-module 0xFFFFFFF0");
+    EXPECT_EQ(Failure(10), "CKelcommChannel: Get module id broadcast failed");
+}
+
+TEST_F(BroadcastEndToEndTest, DataThatShrinkAreReadOrRefusedButNeverWrong) {
+    Agent("broadcast index=9 value=77");
+    EXPECT_EQ(channel_->GetBroadcast(9), 77);
+    Agent("area flicker data-size 0");
+    for (int i = 0; i < 2000; ++i) {
+        const std::string failure = ThrownText([&] { EXPECT_EQ(channel_->GetBroadcast(9), 77); });
+        EXPECT_TRUE(failure == "nothing was thrown" ||
+                    failure == "CKelcommChannel: Get broadcast failed")
+            << failure;
+    }
+    Agent("area healthy");
+    EXPECT_EQ(channel_->GetBroadcast(9), 77);
+}
+
+TEST_F(BroadcastEndToEndTest, HeldMutexIsWaitedForAndThenHad) {
+    Agent("broadcast index=10 value=4");
+    Agent("area hold");
+    boost::thread release([this] {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(50));
+        agent_->Send("area release");
+    });
+    EXPECT_EQ(channel_->GetBroadcast(10), 4);
+    release.join();
+    Await("answer");
+}
+
+TEST_F(BroadcastEndToEndTest, MutexHeldForLongIsGivenUpAfterFiveSeconds) {
+    Agent("area hold");
+    EXPECT_EQ(channel_->GetBroadcast(2), 0);  // without the mutex
+    EXPECT_EQ(Failure(10), "CKelcommChannel: Get TSERVER_BROADCAST failed");
+    Agent("area release");
+    Agent("broadcast index=10 value=4");
+    EXPECT_EQ(channel_->GetBroadcast(10), 4);
+}
+
+TEST_F(BroadcastEndToEndTest, MutexAbandonedByAThreadCountsAsOwned) {
+    Agent("broadcast index=10 value=4");
+    Agent("area abandon");
+    EXPECT_EQ(channel_->GetBroadcast(10), 4);
+}
+
+TEST_F(BroadcastEndToEndTest, ProductThatDiesWithTheMutexStopsNobody) {
+    EXPECT_EQ(channel_->GetBroadcast(2), 0);  // the area is mapped
+    Agent("broadcast index=10 value=4");
+    agent_->Send("area die");
+    EXPECT_NE(agent_->AwaitEnd(kPatience), 0);
+    EXPECT_EQ(channel_->GetBroadcast(10), 4);
+}
+
+TEST_F(BroadcastEndToEndTest, ProductThatStartsAgainWritesTheAreaThatIsStillRead) {
+    EXPECT_EQ(channel_->GetBroadcast(10), 0);
+    agent_->Send("area die");
+    agent_->AwaitEnd(kPatience);
+    StartAgent();
+    Agent("broadcast index=10 value=8");
+    EXPECT_EQ(channel_->GetBroadcast(10), 8);
+}
+
+TEST_F(BroadcastEndToEndTest, AreaThatIsClosedIsReadAsItWasLeft) {
+    Agent("broadcast index=2 value=6");
+    EXPECT_EQ(channel_->GetBroadcast(2), 6);
+    Agent("area close");
+    EXPECT_EQ(channel_->GetBroadcast(2), 6);
+}
+
+TEST_F(BroadcastEndToEndTest, MissingAreaIsAFailureUntilItIsThere) {
+    Agent("area close");
+    EXPECT_EQ(Failure(2), "CKelcommChannel: Get broadcast failed");
+    Agent("area open");
+    EXPECT_EQ(channel_->GetBroadcast(2), 0);
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent
