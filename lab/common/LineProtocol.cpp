@@ -1,6 +1,7 @@
 #include "lab/common/LineProtocol.h"
 
 #include <charconv>
+#include <limits>
 #include <stdexcept>
 
 namespace Kyr::Lab {
@@ -252,6 +253,14 @@ std::uint64_t ParseNumber(std::string_view text) {
         throw std::invalid_argument("'" + std::string(text) + "' is not a number");
     }
     return number;
+}
+
+std::uint32_t ParseNumber32(std::string_view text) {
+    const std::uint64_t number = ParseNumber(text);
+    if (number > std::numeric_limits<std::uint32_t>::max()) {
+        throw std::invalid_argument("'" + std::string(text) + "' is too large");
+    }
+    return static_cast<std::uint32_t>(number);
 }
 
 }  // namespace Kyr::Lab

@@ -59,4 +59,7 @@ std::vector<std::string> SplitWords(std::string_view command);
 /// A number in decimal, or in hexadecimal after "0x"; nothing may stand before or behind it.
 std::uint64_t ParseNumber(std::string_view text);
 
+/// The same, of 32 bits at most.
+std::uint32_t ParseNumber32(std::string_view text);
+
 }  // namespace Kyr::Lab

@@ -32,6 +32,11 @@ Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length) {
     return Bytes(first, first + static_cast<std::ptrdiff_t>(length));
 }
 
+void AppendU16(Bytes& bytes, std::uint16_t value) {
+    bytes.push_back(static_cast<std::uint8_t>(value));
+    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
+}
+
 void AppendU32(Bytes& bytes, std::uint32_t value) {
     for (int shift = 0; shift < 32; shift += 8) {
         bytes.push_back(static_cast<std::uint8_t>(value >> shift));

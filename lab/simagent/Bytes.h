@@ -25,6 +25,7 @@ std::uint32_t ReadU32(const Bytes& bytes, std::size_t offset);
 /// The `length` bytes at `offset`.
 Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length);
 
+void AppendU16(Bytes& bytes, std::uint16_t value);
 void AppendU32(Bytes& bytes, std::uint32_t value);
 
 /// Overwrites two bytes that are there. REQUIRES: offset + 2 <= bytes.size().

@@ -1,7 +1,6 @@
 #include "lab/simagent/Misbehaviour.h"
 
 #include <algorithm>
-#include <limits>
 #include <stdexcept>
 
 #include <boost/thread/lock_guard.hpp>
@@ -47,14 +46,6 @@ const CFaultRow& RowOf(Fault fault) {
                          [&](const CFaultRow& row) { return row.fault == fault; });
 }
 
-std::uint32_t ParseU32(const std::string& text) {
-    const std::uint64_t number = ParseNumber(text);
-    if (number > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::invalid_argument("'" + text + "' is too large");
-    }
-    return static_cast<std::uint32_t>(number);
-}
-
 Transport ParseTransport(const std::string& text) {
     if (text == "alpc") {
         return Transport::Alpc;
@@ -74,9 +65,9 @@ void ParseLimit(CMisbehaviour& result, const std::string& name, const std::strin
     } else if (name == "transport") {
         result.transport = ParseTransport(value);
     } else if (name == "command") {
-        result.command = value == "any" ? std::nullopt : std::optional(ParseU32(value));
+        result.command = value == "any" ? std::nullopt : std::optional(ParseNumber32(value));
     } else if (name == "inner") {
-        result.inner = ParseU32(value);
+        result.inner = ParseNumber32(value);
     } else if (name == "function") {
         result.function = value;
     } else {
@@ -140,7 +131,7 @@ CMisbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
         if (equals != std::string::npos) {
             ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
         } else if (i == 1 && RowOf(*fault).number != Number::None) {
-            result.number = ParseU32(words[i]);
+            result.number = ParseNumber32(words[i]);
         } else {
             throw std::invalid_argument("'" + words[i] + "' is one word too many");
         }

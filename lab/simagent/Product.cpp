@@ -44,8 +44,8 @@ bool CHashes::MatchAll(const CProgram& program) const {
            (!Given(sha256) || Same(sha256, program.sha256));
 }
 
-CProduct::CProduct(CLabProcesses& processes, LineSink sink)
-    : processes_(processes), sink_(std::move(sink)) {}
+CProduct::CProduct(CLabProcesses& processes, CTaskResults& results, LineSink sink)
+    : processes_(processes), results_(results), sink_(std::move(sink)) {}
 
 CLabProcess CProduct::Start(const std::string& name, const std::string& program,
                             const std::vector<std::string>& arguments) {
@@ -116,6 +116,9 @@ void CProduct::Note(CTaskLogEntry entry, const char* function, const std::string
     sink_(didLine.With("outcome", NameOf(entry.state))
               .With("text", entry.text)
               .With("userdata", userData));
+    if (!userData.empty()) {  // else nobody could tell whose task it was
+        results_.Add({entry.state == TaskState::Done ? kTaskDone : kTaskFailed, userData});
+    }
     const boost::lock_guard<boost::mutex> lock(mutex_);
     entry.number = taskLog_.size() + 1;
     taskLog_.push_back(std::move(entry));

@@ -5,7 +5,7 @@
 // asked learns the outcome from the log.
 //
 // Threads: any.
-// Ownership: the processes must outlive this.
+// Ownership: processes and results must outlive this.
 #pragma once
 
 #include <optional>
@@ -15,6 +15,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "lab/simagent/LabProcesses.h"
+#include "lab/simagent/state/TaskResults.h"
 
 namespace Kyr::Lab::SimAgent {
 
@@ -50,7 +51,8 @@ struct CBlockedProgram {
 
 class CProduct {
   public:
-    CProduct(CLabProcesses& processes, LineSink sink);
+    /// The outcome of a task that has user data goes into `results` as well.
+    CProduct(CLabProcesses& processes, CTaskResults& results, LineSink sink);
 
     /// Starts a program. Errors: std::runtime_error "blocked" when one of its hashes is blocked,
     /// and whatever keeps the program from starting.
@@ -77,6 +79,7 @@ class CProduct {
               CLine didLine);
 
     CLabProcesses& processes_;  // borrowed
+    CTaskResults& results_;     // borrowed
     const LineSink sink_;
 
     mutable boost::mutex mutex_;

@@ -10,10 +10,15 @@
 #include "lab/simagent/LpcServer.h"
 #include "lab/simagent/Registration.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
+#include "lab/simagent/commands/StatusCommands.h"
+#include "lab/simagent/commands/TransferCommands.h"
 #include "lab/simagent/commands/XmlCommands.h"
 #include "lab/simagent/console/AreaCommands.h"
+#include "lab/simagent/console/ConfigurationCommands.h"
 #include "lab/simagent/console/Console.h"
+#include "lab/simagent/console/ProtectionCommands.h"
 #include "lab/simagent/console/RegistrationCommands.h"
+#include "lab/simagent/console/ResultsCommands.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {
@@ -100,15 +105,22 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     CLabProcesses processes(*launcher, sink);
-    CProduct product(processes, sink);
-    const CInnerCommands commands({XmlCommands(product), AgentUuidCommands(sink)});
+    CTaskResults results;
+    CConfiguration configuration;
+    CProtection protection(configuration);
+    CProduct product(processes, results, sink);
+    const CInnerCommands commands({XmlCommands(product), AgentUuidCommands(sink),
+                                   StatusCommands(protection, results, sink),
+                                   TransferCommands(configuration, sink)});
     CAgent agent(commands, options.misbehaviours, Kyr::Base::SystemClock(), sink,
                  {options.wire, [] { EndThisProcess(); }});
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);
     CBroadcastArea area;
     CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
-                     {RegistrationCommands(*registration, sink), AreaCommands(area, sink)});
+                     {RegistrationCommands(*registration, sink), AreaCommands(area, sink),
+                      ProtectionCommands(protection, sink), ResultsCommands(results, sink),
+                      ConfigurationCommands(configuration, sink)});
     try {
         if (!options.installOnly) {
             area.Open();  // who finds a port open finds the area, too

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,6 +27,9 @@ using ConsoleCommandGroup = std::vector<CConsoleCommand>;
 
 /// The `answer` event of a command.
 CLine AnswerTo(const std::string& command);
+
+/// What stands behind `name=`; nothing when the word begins otherwise.
+std::optional<std::string> ValueOf(const std::string& word, const std::string& name);
 
 /// Refuses a word beyond `most`.
 void RequireWords(const Words& words, std::size_t most);

@@ -103,6 +103,11 @@ TEST(ParseNumberTest, DecimalAndHexadecimalAreRead) {
     EXPECT_EQ(0xFFCFu, ParseNumber("0xFfcF"));
 }
 
+TEST(ParseNumberTest, NumberOf32BitsEndsThere) {
+    EXPECT_EQ(4294967295u, ParseNumber32("0xFFFFFFFF"));
+    EXPECT_THROW(ParseNumber32("4294967296"), std::invalid_argument);
+}
+
 class MalformedNumberTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(MalformedNumberTest, IsRefused) {

@@ -31,7 +31,8 @@ class ProductFixture : public ::testing::Test {
     CLineList lines_;
     CFakeLauncher launcher_;
     CLabProcesses processes_{launcher_, lines_.Sink()};
-    CProduct product_{processes_, lines_.Sink()};
+    CTaskResults results_;
+    CProduct product_{processes_, results_, lines_.Sink()};
 };
 
 }  // namespace Kyr::Lab::SimAgent

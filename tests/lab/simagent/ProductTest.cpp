@@ -141,6 +141,30 @@ TEST_F(ProductTest, BlockingLeavesRunningProcessesAlone) {
     EXPECT_TRUE(std::ifstream(program_).good());
 }
 
+TEST_F(ProductTest, OutcomesWaitAsResultsWithTheTasksUserData) {
+    StartOne();
+
+    product_.KillProcess("1000", {}, "a;b;c");
+    product_.KillProcess("1", {}, "d;e;f");
+    product_.BlockExecutable({kSha1, std::nullopt}, false, "g;h;i");
+
+    const std::vector<CTaskResult> results = results_.List();
+    ASSERT_EQ(3u, results.size());
+    EXPECT_EQ("a;b;c", results[0].userData);
+    EXPECT_EQ(1u, results[0].outcome);
+    EXPECT_EQ("d;e;f", results[1].userData);
+    EXPECT_EQ(2u, results[1].outcome);
+    EXPECT_EQ("g;h;i", results[2].userData);
+    EXPECT_EQ(1u, results[2].outcome);
+}
+
+TEST_F(ProductTest, TaskWithoutUserDataHasNoResult) {
+    product_.KillProcess("1", {}, "");
+
+    EXPECT_EQ(1u, product_.TaskLog().size());
+    EXPECT_TRUE(results_.List().empty());
+}
+
 TEST_F(ProductTest, TasksAreNumberedInOrder) {
     product_.KillProcess("1", {}, "first");
     product_.BlockExecutable({kSha1, std::nullopt}, false, "second");

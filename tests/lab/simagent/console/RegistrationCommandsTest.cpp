@@ -1,9 +1,8 @@
-#include "lab/simagent/console/RegistrationCommands.h"
-
 #include <gmock/gmock.h>
 #include <optional>
 #include <stdexcept>
 
+#include "lab/simagent/console/RegistrationCommands.h"
 #include "tests/lab/simagent/LineList.h"
 
 namespace Kyr::Lab::SimAgent {

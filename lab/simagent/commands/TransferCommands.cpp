@@ -1,0 +1,36 @@
+#include "lab/simagent/commands/TransferCommands.h"
+
+namespace Kyr::Lab::SimAgent {
+
+namespace {
+
+// Protocol.
+constexpr std::uint32_t kImport = 0x6D;
+constexpr std::uint32_t kExport = 0x6E;
+
+CReply Import(CConfiguration& configuration, const Bytes& body, const LineSink& sink) {
+    configuration.Replace({body.begin(), body.end()});
+    sink(CLine("did").With("action", "import").With("length", body.size()));
+    return {};
+}
+
+CReply Export(const CConfiguration& configuration, const LineSink& sink) {
+    const std::string text = configuration.Text();
+    sink(CLine("did").With("action", "export").With("length", text.size()));
+    CReply reply;
+    reply.payload.assign(text.begin(), text.end());
+    return reply;
+}
+
+}  // namespace
+
+InnerCommandGroup TransferCommands(CConfiguration& configuration, LineSink sink) {
+    return {{kImport, "import",
+             [&configuration, sink](const CAction& action) {
+                 return Import(configuration, action.inner.body, sink);
+             }},
+            {kExport, "export",
+             [&configuration, sink](const CAction&) { return Export(configuration, sink); }}};
+}
+
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,34 @@
+#include "lab/simagent/state/TaskResults.h"
+
+#include <utility>
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimAgent {
+
+void CTaskResults::Add(const CTaskResult& result) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    waiting_.push_back(result);
+}
+
+std::optional<CTaskResult> CTaskResults::Take() {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    if (waiting_.empty()) {
+        return std::nullopt;
+    }
+    CTaskResult oldest = std::move(waiting_.front());
+    waiting_.pop_front();
+    return oldest;
+}
+
+std::vector<CTaskResult> CTaskResults::List() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return {waiting_.begin(), waiting_.end()};
+}
+
+void CTaskResults::Clear() {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    waiting_.clear();
+}
+
+}  // namespace Kyr::Lab::SimAgent
