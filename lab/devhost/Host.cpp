@@ -14,7 +14,7 @@ CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSi
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       printer_(events),
       bus_(boost::make_shared<CBus>(printer_)),
-      loader_(settings.libraryPath),
+      loader_(settings.libraryPath, settings.onLoaded),
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),

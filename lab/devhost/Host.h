@@ -4,6 +4,7 @@
 // Errors: std::exception from the constructor when the database or the library cannot be opened.
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "lab/common/LineWriter.h"
@@ -20,6 +21,8 @@ namespace Kyr::Lab::DevHost {
 struct CHostSettings {
     std::string libraryPath;
     std::string databasePath;
+    /// Called once the library is loaded, before anything of it runs.
+    std::function<void()> onLoaded = {};
 };
 
 class CHost {

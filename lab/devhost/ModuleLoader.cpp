@@ -11,12 +11,16 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 
 }  // namespace
 
-CModuleLoader::CModuleLoader(const std::string& libraryPath) {
+CModuleLoader::CModuleLoader(const std::string& libraryPath,
+                             const std::function<void()>& onLoaded) {
     try {
         loader_.loadLibrary(libraryPath);
     } catch (const Poco::Exception& exception) {
         // Its what() says only that loading failed; the reason stands in its message.
         throw std::runtime_error(exception.displayText());
+    }
+    if (onLoaded) {
+        onLoaded();
     }
 }
 

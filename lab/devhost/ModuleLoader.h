@@ -8,6 +8,7 @@
 #pragma once
 
 #include <Poco/ClassLoader.h>
+#include <functional>
 #include <string>
 
 #include "host/kernel/IModule.h"
@@ -18,7 +19,8 @@ class CModuleLoader {
   public:
     using Module = Common::Kernel::IModule;
 
-    explicit CModuleLoader(const std::string& libraryPath);
+    /// Calls `onLoaded`, unless it is empty, before anything of the library runs.
+    CModuleLoader(const std::string& libraryPath, const std::function<void()>& onLoaded);
 
     /// A new module, which only Destroy may delete. At the latest the loader's destructor does.
     Module& Create();

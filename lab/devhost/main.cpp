@@ -7,6 +7,7 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/devhost/Host.h"
+#include "lab/devhost/PortPatch.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ constexpr int kBadCommandLine = 2;
 
 constexpr char kUsage[] =
     "usage: devhost --library=<file> [--database=<file>] [--log=<file>]\n"
-    "               [--colour=auto|always|never]\n"
+    "               [--port-layer] [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -36,6 +37,9 @@ void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     }
     options.host.libraryPath = *library;
     options.host.databasePath = arguments.TakeValue("database").value_or("devhost.db");
+    if (arguments.TakeFlag("port-layer")) {
+        options.host.onLoaded = [path = *library] { Lab::DevHost::TakePortsFromLayer(path); };
+    }
     options.logPath = arguments.TakeValue("log").value_or("devhost.log");
     options.coloured = Lab::TakeColour(arguments, Lab::OutputIsTerminal());
     arguments.Finish();
