@@ -9,6 +9,8 @@ enum class MessageType : std::int32_t {
     Reply = 1,                      // second reply type of the host's request/response scheme
     RequestConfiguration = 5,       // export the product's configuration
     OvAgentRequest = 7,             // the connector's own trigger
+    TFDERequest = 8,                // trigger of another connector: disk encryption
+    TchRequest = 9,                 // trigger of another connector
     DataMinerOutOfOrderEvent = 69,  // remediation actions were stored
     DataMinerStoreEcsIndicatorLogs = 76,
     DataMinerStoreEcsTelemetryLogs = 77,
@@ -17,9 +19,9 @@ enum class MessageType : std::int32_t {
     KillProcessByPid = 918,       // task: kill a process
     BlockExecutableByHash = 919,  // task: block an executable
     ProductStatus = 10044,        // status log
-    TaskEvent = 10244,            // event log: result of a task
+    ConfigurationEvent = 10244,   // event log: the configuration of a product
     PresenceStatus = 10292,       // status log: the product is present
-    TaskFailureEvent = 10368,     // event log: a task failed or was cancelled
+    TaskFailureEvent = 10368,     // event log: outcome of a task
     MultiProductStatus = 10405,   // multi-product status log
 };
 

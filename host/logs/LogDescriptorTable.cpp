@@ -28,7 +28,7 @@ std::vector<CLogMessageDescriptor> LogMessageTable() {
         Status(MessageType::PresenceStatus, AGENT_PRESENCE),
         Status(MessageType::MultiProductStatus, PRODUCT_PRESENCE),
         Event(MessageType::TaskFailureEvent, TASK),
-        Event(MessageType::TaskEvent, PRODUCT_CONFIGURATION),
+        Event(MessageType::ConfigurationEvent, PRODUCT_CONFIGURATION),
     };
 }
 

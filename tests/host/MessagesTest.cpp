@@ -60,7 +60,7 @@ TEST(SubscriberInterfaceTest, ForeignSubscribersNeedNotShowTheirMessages) {
 class CLog : public CLogMessage {
   public:
     explicit CLog(int fault) : fault_(fault) {}
-    MessageType GetMessageType() const override { return MessageType::TaskEvent; }
+    MessageType GetMessageType() const override { return MessageType::ConfigurationEvent; }
     std::string GetName() const override { return "Log"; }
     bool Equals(const Kernel::IMessage&) const override { return false; }
     void Validate() const override {

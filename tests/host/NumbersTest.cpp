@@ -19,6 +19,8 @@ TEST(NumbersTest, MessageTypes) {
     EXPECT_EQ(Number(MessageType::Reply), 1);
     EXPECT_EQ(Number(MessageType::RequestConfiguration), 5);
     EXPECT_EQ(Number(MessageType::OvAgentRequest), 7);
+    EXPECT_EQ(Number(MessageType::TFDERequest), 8);
+    EXPECT_EQ(Number(MessageType::TchRequest), 9);
     EXPECT_EQ(Number(MessageType::DataMinerOutOfOrderEvent), 69);
     EXPECT_EQ(Number(MessageType::DataMinerStoreEcsIndicatorLogs), 76);
     EXPECT_EQ(Number(MessageType::DataMinerStoreEcsTelemetryLogs), 77);
@@ -27,7 +29,7 @@ TEST(NumbersTest, MessageTypes) {
     EXPECT_EQ(Number(MessageType::KillProcessByPid), 918);
     EXPECT_EQ(Number(MessageType::BlockExecutableByHash), 919);
     EXPECT_EQ(Number(MessageType::ProductStatus), 10044);
-    EXPECT_EQ(Number(MessageType::TaskEvent), 10244);
+    EXPECT_EQ(Number(MessageType::ConfigurationEvent), 10244);
     EXPECT_EQ(Number(MessageType::PresenceStatus), 10292);
     EXPECT_EQ(Number(MessageType::TaskFailureEvent), 10368);
     EXPECT_EQ(Number(MessageType::MultiProductStatus), 10405);

@@ -93,7 +93,7 @@ TEST(StandardLogsTest, TaskEventIsValidWithAndWithoutADescription) {
 }
 
 TEST(StandardLogsTest, ConfigurationEventIsValid) {
-    const CEventLog log(MessageType::TaskEvent);
+    const CEventLog log(MessageType::ConfigurationEvent);
     log.GetSymbols()
         ->AddInt32(1888, 1)
         .AddUuidString(1886, kUuid)

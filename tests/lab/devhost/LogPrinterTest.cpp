@@ -53,7 +53,7 @@ TEST(LogPrinterTest, NegativeNumberKeepsItsSign) {
 }
 
 TEST(LogPrinterTest, OfABlobOnlyTheSizeIsTold) {
-    CEventLog log(MessageType::TaskEvent);
+    CEventLog log(MessageType::ConfigurationEvent);
     log.GetSymbols()->AddBlob(1892, std::string("\0\1\2", 3));
     EXPECT_THAT(Print(log), ElementsAre("row name=0 1892-configuration=\"3 bytes\""));
 }

@@ -1,0 +1,29 @@
+// A policy of the server, for one product to apply.
+#pragma once
+
+#include <string>
+
+#include "host/message/Message.h"
+
+namespace Kyr::Common::Message::Policies {
+
+/// Type 194, name "ApplyPolicy".
+class CApplyPolicy : public CMessage {
+  public:
+    ~CApplyPolicy() override;
+    Kernel::MessageType GetMessageType() const override;
+    std::string GetName() const override;
+    /// Equal type and policy.
+    bool Equals(const Kernel::IMessage& other) const override;
+
+    /// A serialized Common::CompressedBlob; what is compressed in it is a serialized
+    /// Policy::PolicyData. As it came: nothing has been checked.
+    const std::string& GetPolicyBlob() const { return policyBlob_; }
+    /// Throws std::runtime_error "Message is read only".
+    void SetPolicyBlob(const std::string& policyBlob);
+
+  private:
+    std::string policyBlob_;
+};
+
+}  // namespace Kyr::Common::Message::Policies
