@@ -36,6 +36,15 @@ boost::shared_ptr<CTask> ReportableTask(
 
 boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const CTask& task, const TaskFailure& failure,
                                                   const TaskReporter& reporter) {
+    return MakeTaskFailureEvent(
+        TaskIdentifiers{task.GetFirstIdentifier(), task.GetSecondIdentifier(),
+                        task.GetThirdIdentifier()},
+        failure, reporter);
+}
+
+boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const TaskIdentifiers& task,
+                                                  const TaskFailure& failure,
+                                                  const TaskReporter& reporter) {
     auto event = boost::make_shared<CEventLog>(Kyr::Common::Kernel::MessageType::TaskFailureEvent,
                                                reporter.clock);
     // The third identifier stands before the second in the row; the host knows it so.
@@ -43,9 +52,9 @@ boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const CTask& task, const TaskF
         ->AddInt32(kStatus, failure.status)
         .AddUuidString(kInstance, reporter.instanceUuid)
         .AddCurrentTime(kTime)
-        .AddUuidMessage(kFirstIdentifier, task.GetFirstIdentifier())
-        .AddUuidMessage(kThirdIdentifier, task.GetThirdIdentifier())
-        .AddUuidMessage(kSecondIdentifier, task.GetSecondIdentifier())
+        .AddUuidMessage(kFirstIdentifier, task.first)
+        .AddUuidMessage(kThirdIdentifier, task.third)
+        .AddUuidMessage(kSecondIdentifier, task.second)
         .AddResourceId(kCode, failure.code)
         .AddResourceId(kProduct, reporter.productId)
         .AddInt64(kSeverity, failure.severity);

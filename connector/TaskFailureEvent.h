@@ -1,6 +1,7 @@
-// The event log by which the host learns that a task message failed or was cancelled.
+// The event log by which the host learns what became of a task message: that it failed or was
+// cancelled, or how the product carried it out.
 //
-// Shared by the core and by the tasks that report failures of their own.
+// Shared by the core and by the tasks that report outcomes of their own.
 #pragma once
 
 #include <cstdint>
@@ -22,6 +23,14 @@ struct TaskFailure {
     std::string text;  // left out of the event when empty
 };
 
+/// Which task message it was: its identifiers in their declared order.
+struct TaskIdentifiers {
+    using Uuid = Kyr::Common::Message::CTask::Uuid;
+    Uuid first;
+    Uuid second;
+    Uuid third;
+};
+
 /// Who reports it.
 struct TaskReporter {
     std::string instanceUuid;
@@ -39,5 +48,7 @@ boost::shared_ptr<Kyr::Common::Message::CTask> ReportableTask(
 boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskFailureEvent(
     const Kyr::Common::Message::CTask& task, const TaskFailure& failure,
     const TaskReporter& reporter);
+boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskFailureEvent(
+    const TaskIdentifiers& task, const TaskFailure& failure, const TaskReporter& reporter);
 
 }  // namespace Kyr::Connectors::Common
