@@ -26,7 +26,7 @@ function(kyr_copy_beside_programs)
 endfunction()
 
 # What stands beside the compiler: its own libraries, always shared, since an exception that leaves the connector's
-# library is caught by the host only when both use the same copy of them; and zlib, which others link.
+# library is caught by the host only when both use the same copy of them; and zlib, which we and Boost link.
 set(libraries)
 foreach(name libgcc_s_dw2-1.dll libstdc++-6.dll libwinpthread-1.dll zlib1.dll)
     execute_process(COMMAND "${CMAKE_CXX_COMPILER}" -print-file-name=${name}

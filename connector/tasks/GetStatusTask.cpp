@@ -1,0 +1,105 @@
+#include "connector/tasks/GetStatusTask.h"
+
+#include <utility>
+
+#include <boost/make_shared.hpp>
+
+#include "connector/channel/Responses.h"
+#include "connector/tasks/CountedRetry.h"
+#include "connector/tasks/ProductTrigger.h"
+#include "connector/tasks/ProtectionStatusLog.h"
+#include "host/message/ConnectorRequests.h"
+#include "logs/OvAgentRequest.h"
+
+namespace Kyr::Connectors::Common::Tasks {
+
+using Kyr::Common::Kernel::IMessage;
+using Kyr::Common::Kernel::MessageType;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+using Kyr::Common::Message::Connectors::OvAgentConnector::kProtectionStatus;
+using Kyr::Common::Message::Connectors::TCHConnector::CTchRequest;
+using Kyr::Common::Message::Connectors::TFDEConnector::CTFDERequest;
+using Kyr::Common::Module::IMessagePublisher;
+
+namespace {
+
+// The numbers of the other connectors.
+constexpr std::int32_t kTfdeProtectionStatus = 0;
+constexpr std::int32_t kTchProtectionStatus = 1;
+
+}  // namespace
+
+CGetStatusTask::CGetStatusTask(MessageType messageType, boost::shared_ptr<ILogger> logger,
+                               boost::shared_ptr<IMessagePublisher> publisher,
+                               boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+                               boost::shared_ptr<IChannelMessageFactory> messageFactory,
+                               boost::shared_ptr<IChannel> channel, std::uint64_t productId,
+                               std::int32_t productType, boost::shared_ptr<Base::IClock> clock)
+    : CMessageTask(messageType),
+      logger_(std::move(logger)),
+      publisher_(std::move(publisher)),
+      instanceUuidProvider_(std::move(instanceUuidProvider)),
+      messageFactory_(std::move(messageFactory)),
+      channel_(std::move(channel)),
+      productId_(productId),
+      productType_(productType),
+      clock_(std::move(clock)) {}
+
+CGetStatusTask::~CGetStatusTask() = default;
+
+bool CGetStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) const {
+    switch (GetMessageType()) {
+        case MessageType::OvAgentRequest:
+            return IsTriggerOf<COvAgentRequest>(message, kProtectionStatus);
+        case MessageType::TFDERequest:
+            return IsTriggerOf<CTFDERequest>(message, kTfdeProtectionStatus);
+        case MessageType::TchRequest:
+            return IsTriggerOf<CTchRequest>(message, kTchProtectionStatus);
+        default:
+            return false;
+    }
+}
+
+void CGetStatusTask::Execute(const boost::shared_ptr<IMessage>& message) {
+    WithCountedRetry([&] {
+        if (!IsTrigger(message)) {
+            return;
+        }
+        const auto request = messageFactory_->CreateGetStatusRequest()->Serialize();
+        channel_->SetBufferReceiver(
+            boost::make_shared<BufferReceiver>(logger_, publisher_, productId_, productType_,
+                                               messageFactory_, instanceUuidProvider_, clock_));
+        channel_->Send(request);
+    });
+}
+
+CGetStatusTask::BufferReceiver::BufferReceiver(
+    boost::shared_ptr<ILogger> logger, boost::shared_ptr<IMessagePublisher> publisher,
+    std::uint64_t productId, std::int32_t productType,
+    boost::shared_ptr<IChannelMessageFactory> messageFactory,
+    boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+    boost::shared_ptr<Base::IClock> clock)
+    : logger_(std::move(logger)),
+      publisher_(std::move(publisher)),
+      productId_(productId),
+      productType_(productType),
+      messageFactory_(std::move(messageFactory)),
+      instanceUuidProvider_(std::move(instanceUuidProvider)),
+      clock_(std::move(clock)) {}
+
+CGetStatusTask::BufferReceiver::~BufferReceiver() = default;
+
+void CGetStatusTask::BufferReceiver::OnBufferReceived(const std::vector<unsigned char>& reply) {
+    const auto message = messageFactory_->CreateGetStatusResponse();
+    auto& response = dynamic_cast<CGetStatusResponse&>(*message);
+    response.Deserialize(reply);
+    const auto& records = response.GetRecords();
+    logger_->GetLog(1) << "Protection status log raw content: " << response.GetRawContent();
+    logger_->GetLog(0) << "Protection status log metadata received, size: " << records.size();
+    const auto log = MakeProtectionStatusLog(
+        records, {instanceUuidProvider_->GetInstanceUUID(), productId_, productType_, clock_});
+    publisher_->Publish(log);
+    logger_->GetLog(0) << "Protection status log deserialized and published";
+}
+
+}  // namespace Kyr::Connectors::Common::Tasks

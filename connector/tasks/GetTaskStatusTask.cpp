@@ -1,0 +1,119 @@
+#include "connector/tasks/GetTaskStatusTask.h"
+
+#include <utility>
+
+#include <boost/make_shared.hpp>
+
+#include "connector/TaskFailureEvent.h"
+#include "connector/channel/Responses.h"
+#include "connector/tasks/CountedRetry.h"
+#include "connector/tasks/ProductTrigger.h"
+#include "host/message/ConnectorRequests.h"
+#include "logs/OvAgentRequest.h"
+
+namespace Kyr::Connectors::Common::Tasks {
+
+using Kyr::Common::Kernel::IMessage;
+using Kyr::Common::Kernel::MessageType;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+using Kyr::Common::Message::Connectors::OvAgentConnector::kTaskStatus;
+using Kyr::Common::Message::Connectors::TFDEConnector::CTFDERequest;
+using Kyr::Common::Module::IMessagePublisher;
+
+namespace {
+
+// The number of the other connector.
+constexpr std::int32_t kTfdeTaskStatus = 2;
+
+}  // namespace
+
+CGetTaskStatusTask::CGetTaskStatusTask(
+    MessageType messageType, boost::shared_ptr<ILogger> logger,
+    boost::shared_ptr<IMessagePublisher> publisher,
+    boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+    boost::shared_ptr<IChannelMessageFactory> messageFactory, boost::shared_ptr<IChannel> channel,
+    std::uint64_t productId, boost::shared_ptr<Base::IClock> clock)
+    : CMessageTask(messageType),
+      logger_(std::move(logger)),
+      publisher_(std::move(publisher)),
+      instanceUuidProvider_(std::move(instanceUuidProvider)),
+      messageFactory_(std::move(messageFactory)),
+      channel_(std::move(channel)),
+      productId_(productId),
+      clock_(std::move(clock)) {}
+
+CGetTaskStatusTask::~CGetTaskStatusTask() = default;
+
+bool CGetTaskStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) const {
+    switch (GetMessageType()) {
+        case MessageType::OvAgentRequest:
+            return IsTriggerOf<COvAgentRequest>(message, kTaskStatus);
+        case MessageType::TFDERequest:
+            return IsTriggerOf<CTFDERequest>(message, kTfdeTaskStatus);
+        default:
+            return false;
+    }
+}
+
+void CGetTaskStatusTask::Execute(const boost::shared_ptr<IMessage>& message) {
+    WithCountedRetry([&] {
+        if (!IsTrigger(message)) {
+            return;
+        }
+        const auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
+        // This may release the receiver that called, and with it `message`: not to be used below.
+        Install(message);
+        channel_->Send(request);
+    });
+}
+
+// Apart, so that what it needs is not on the stack while the next exchange runs.
+void CGetTaskStatusTask::Install(const boost::shared_ptr<IMessage>& message) {
+    channel_->SetBufferReceiver(boost::make_shared<BufferReceiver>(
+        message, logger_, publisher_, instanceUuidProvider_, messageFactory_, productId_,
+        shared_from_this(), clock_));
+}
+
+CGetTaskStatusTask::BufferReceiver::BufferReceiver(
+    boost::shared_ptr<IMessage> message, boost::shared_ptr<ILogger> logger,
+    boost::shared_ptr<IMessagePublisher> publisher,
+    boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+    boost::shared_ptr<IChannelMessageFactory> messageFactory, std::uint64_t productId,
+    boost::shared_ptr<CGetTaskStatusTask> task, boost::shared_ptr<Base::IClock> clock)
+    : message_(std::move(message)),
+      logger_(std::move(logger)),
+      publisher_(std::move(publisher)),
+      instanceUuidProvider_(std::move(instanceUuidProvider)),
+      messageFactory_(std::move(messageFactory)),
+      productId_(productId),
+      task_(std::move(task)),
+      clock_(std::move(clock)) {}
+
+CGetTaskStatusTask::BufferReceiver::~BufferReceiver() = default;
+
+void CGetTaskStatusTask::BufferReceiver::OnBufferReceived(const std::vector<unsigned char>& reply) {
+    if (Publish(reply)) {
+        // The last action: the nested exchange installs its own receiver, which releases this one.
+        task_->Execute(message_);
+    }
+}
+
+// Apart, so that what it needs is not on the stack while the next exchange runs.
+bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char>& reply) const {
+    const auto message = messageFactory_->CreateGetTaskStatusResponse();
+    auto& response = dynamic_cast<CGetTaskStatusResponse&>(*message);
+    response.Deserialize(reply);
+    const auto records = response.GetRecords();
+    for (const CTaskStatusRecord& record : records) {
+        // A record names its identifiers as the event does: the message's third one second.
+        publisher_->Publish(
+            MakeTaskFailureEvent(TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier,
+                                                 record.secondIdentifier},
+                                 {record.status, record.code, record.severity, record.description},
+                                 {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
+        logger_->GetLog(0) << "Task status received";
+    }
+    return !records.empty();
+}
+
+}  // namespace Kyr::Connectors::Common::Tasks

@@ -1,0 +1,93 @@
+// Fetches the outcomes of the tasks that the product has finished and publishes an event log for
+// each.
+//
+// One exchange fetches one outcome; while there is one, the receiver runs the task again, inside
+// its own call, until a reply without payload ends the chain. Each further outcome therefore takes
+// stack; docs/threading.md tells how much.
+// Threads: the task-processing thread only; keeps nothing between two messages.
+// Ownership: the task must be owned by a boost::shared_ptr, which its receivers share.
+// Errors: every failure is a counted CRetryException with the failure's text. A message of another
+// class or kind is ignored.
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include <boost/enable_shared_from_this.hpp>
+
+#include "base/Clock.h"
+#include "connector/IInstanceUUIDProvider.h"
+#include "connector/ILogger.h"
+#include "connector/IMessagePublisher.h"
+#include "connector/MessageTask.h"
+#include "connector/channel/IChannel.h"
+#include "connector/channel/IChannelMessageFactory.h"
+
+namespace Kyr::Connectors::Common::Tasks {
+
+class CGetTaskStatusTask : public CMessageTask,
+                           public boost::enable_shared_from_this<CGetTaskStatusTask> {
+  public:
+    class BufferReceiver;
+
+    /// `messageType` says whose triggers the task serves: 7 or 8; for any other type it ignores
+    /// every message. `productId` is what the events name as their product; `clock` gives them
+    /// their current time.
+    /// REQUIRES: none of the pointers is empty.
+    CGetTaskStatusTask(Kyr::Common::Kernel::MessageType messageType,
+                       boost::shared_ptr<ILogger> logger,
+                       boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher,
+                       boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+                       boost::shared_ptr<IChannelMessageFactory> messageFactory,
+                       boost::shared_ptr<IChannel> channel, std::uint64_t productId,
+                       boost::shared_ptr<Base::IClock> clock = Base::SystemClock());
+    ~CGetTaskStatusTask() override;
+
+    /// `message` is not used once the receiver is installed: it may belong to the receiver before.
+    void Execute(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override;
+
+  private:
+    bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) const;
+    void Install(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message);
+
+    const boost::shared_ptr<ILogger> logger_;
+    const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
+    const boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider_;
+    const boost::shared_ptr<IChannelMessageFactory> messageFactory_;
+    const boost::shared_ptr<IChannel> channel_;
+    const std::uint64_t productId_;
+    const boost::shared_ptr<Base::IClock> clock_;
+};
+
+/// Publishes the outcome in one task-status reply, then asks for the next.
+class CGetTaskStatusTask::BufferReceiver : public IBufferReceiver {
+  public:
+    /// `message` is what `task` is run again with.
+    /// REQUIRES: none of the pointers is empty.
+    BufferReceiver(boost::shared_ptr<Kyr::Common::Kernel::IMessage> message,
+                   boost::shared_ptr<ILogger> logger,
+                   boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher,
+                   boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider,
+                   boost::shared_ptr<IChannelMessageFactory> messageFactory,
+                   std::uint64_t productId, boost::shared_ptr<CGetTaskStatusTask> task,
+                   boost::shared_ptr<Base::IClock> clock);
+    ~BufferReceiver() override;
+
+    /// The receiver may have been destroyed when this returns.
+    void OnBufferReceived(const std::vector<unsigned char>& reply) override;
+
+  private:
+    /// Whether there was an outcome.
+    bool Publish(const std::vector<unsigned char>& reply) const;
+
+    const boost::shared_ptr<Kyr::Common::Kernel::IMessage> message_;
+    const boost::shared_ptr<ILogger> logger_;
+    const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
+    const boost::shared_ptr<IInstanceUUIDProvider> instanceUuidProvider_;
+    const boost::shared_ptr<IChannelMessageFactory> messageFactory_;
+    const std::uint64_t productId_;
+    const boost::shared_ptr<CGetTaskStatusTask> task_;
+    const boost::shared_ptr<Base::IClock> clock_;
+};
+
+}  // namespace Kyr::Connectors::Common::Tasks
