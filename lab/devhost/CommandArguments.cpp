@@ -1,8 +1,11 @@
 #include "lab/devhost/CommandArguments.h"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 #include <utility>
+
+#include "lab/common/LineProtocol.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -28,6 +31,18 @@ std::optional<std::string> CCommandArguments::TakeValue(const std::string& name)
     std::string value = found->substr(start.size());
     words_.erase(found);
     return value;
+}
+
+std::optional<std::int32_t> CCommandArguments::TakeInt32(const std::string& name) {
+    const auto text = TakeValue(name);
+    if (!text) {
+        return std::nullopt;
+    }
+    const std::uint64_t number = ParseNumber(*text);
+    if (number > std::numeric_limits<std::int32_t>::max()) {
+        throw std::invalid_argument(name + " is too large");
+    }
+    return static_cast<std::int32_t>(number);
 }
 
 bool CCommandArguments::TakeFlag(const std::string& name) {

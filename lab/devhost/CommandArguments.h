@@ -5,6 +5,7 @@
 // Errors: std::invalid_argument with a text for the person who typed the command.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -19,6 +20,8 @@ class CCommandArguments {
     std::string TakeWord(const std::string& what);
     /// The value of `name=value`, if it was given.
     std::optional<std::string> TakeValue(const std::string& name);
+    /// The number of `name=<number>`, if it was given; none is negative.
+    std::optional<std::int32_t> TakeInt32(const std::string& name);
     /// True when the word `name` stands there.
     bool TakeFlag(const std::string& name);
     void Finish() const;

@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "lab/devhost/PolicyBuilder.h"
 #include "lab/devhost/RequestBuilder.h"
 #include "lab/devhost/TaskBuilder.h"
 
@@ -63,6 +64,16 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          "Sends the task that blocks an executable.",
          [targets](Arguments& arguments, const LineSink& answer) {
              PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
+         }},
+        {"policy", "file=<path>|text=<text> [length=<n>] [broken=blob|stream|policy]",
+         "Sends a policy to be applied; with another length stated, or with something broken.",
+         [targets](Arguments& arguments, const LineSink&) {
+             targets.bus.PublishAsHost(BuildPolicy(arguments));
+         }},
+        {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
+         "Asks for the configuration of a product of that type.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildConfigurationRequest(arguments), "export", answer);
          }},
         {"trigger", "kind=<number>",
          "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"

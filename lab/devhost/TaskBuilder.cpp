@@ -11,6 +11,7 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include "host/message/OvAgentTasks.h"
+#include "host/message/RequestConfigurationMessage.h"
 #include "lab/common/LineProtocol.h"
 
 namespace Kyr::Lab::DevHost {
@@ -56,8 +57,7 @@ void SetHashes(CCommandArguments& arguments, Payload& payload) {
 }
 
 template <typename Message>
-TaskPointer Finish(CCommandArguments& arguments, typename Message::Payload& payload) {
-    SetHashes(arguments, payload);
+TaskPointer Finish(CCommandArguments& arguments, const typename Message::Payload& payload) {
     const auto task = boost::make_shared<Message>();
     SetIdentifiers(arguments, *task);
     arguments.Finish();
@@ -82,6 +82,7 @@ TaskPointer BuildKillTask(CCommandArguments& arguments) {
     }
     Task::CKillProcessByPid::Payload payload;
     payload.set_process_id(ParseNumber(*process));
+    SetHashes(arguments, payload);
     return Finish<Task::CKillProcessByPid>(arguments, payload);
 }
 
@@ -89,7 +90,17 @@ TaskPointer BuildBlockTask(CCommandArguments& arguments) {
     Task::CBlockExecutableByHash::Payload payload;
     payload.set_delete_executable(
         ParseSwitch("delete", arguments.TakeValue("delete").value_or("0")));
+    SetHashes(arguments, payload);
     return Finish<Task::CBlockExecutableByHash>(arguments, payload);
+}
+
+TaskPointer BuildConfigurationRequest(CCommandArguments& arguments) {
+    using Message = Common::Message::Configuration::CRequestConfigurationMessage;
+    Message::Payload payload;
+    if (const auto type = arguments.TakeInt32("type")) {
+        payload.set_producttype(*type);
+    }
+    return Finish<Message>(arguments, payload);
 }
 
 std::string IdentifiersOf(const CTask& task) {

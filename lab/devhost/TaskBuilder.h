@@ -18,6 +18,10 @@ TaskPointer BuildKillTask(CCommandArguments& arguments);
 /// From `[sha256=<text>] [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]`.
 TaskPointer BuildBlockTask(CCommandArguments& arguments);
 
+/// A request for the product's configuration, which is no task but reports its outcome as one. From
+/// `[type=<number>] [ids=<a>,<b>,<c>]`; without a type it is for no product at all.
+TaskPointer BuildConfigurationRequest(CCommandArguments& arguments);
+
 /// The identifiers of a task, as `ids` takes them.
 std::string IdentifiersOf(const Common::Message::CTask& task);
 

@@ -4,6 +4,7 @@
 #include <boost/pointer_cast.hpp>
 
 #include "host/message/OvAgentTasks.h"
+#include "host/message/RequestConfigurationMessage.h"
 #include "lab/devhost/TaskBuilder.h"
 #include "tests/support/UuidText.h"
 
@@ -11,12 +12,20 @@ namespace Kyr::Test {
 namespace {
 
 namespace Task = Common::Message::Connectors::OvAgentConnector::Task;
+using Common::Message::Configuration::CRequestConfigurationMessage;
 using Lab::DevHost::CCommandArguments;
 
 boost::shared_ptr<Task::CKillProcessByPid> BuildKill(std::vector<std::string> words) {
     CCommandArguments arguments(std::move(words));
     return boost::dynamic_pointer_cast<Task::CKillProcessByPid>(
         Lab::DevHost::BuildKillTask(arguments));
+}
+
+boost::shared_ptr<CRequestConfigurationMessage> BuildConfigurationRequest(
+    std::vector<std::string> words) {
+    CCommandArguments arguments(std::move(words));
+    return boost::dynamic_pointer_cast<CRequestConfigurationMessage>(
+        Lab::DevHost::BuildConfigurationRequest(arguments));
 }
 
 boost::shared_ptr<Task::CBlockExecutableByHash> BuildBlock(std::vector<std::string> words) {
@@ -41,6 +50,17 @@ TEST(TaskBuilderTest, KillTaskCarriesTheHashesAsTheyAre) {
     EXPECT_EQ(task->GetPayload().executable_hash_sha1(), "AB\"<");
     EXPECT_TRUE(task->GetPayload().has_executable_hash_sha2_256());
     EXPECT_EQ(task->GetPayload().executable_hash_sha2_256(), "");
+}
+
+TEST(TaskBuilderTest, ConfigurationRequestNamesTheProductType) {
+    const auto request = BuildConfigurationRequest({"type=9", "ids=a,b,c"});
+    EXPECT_EQ(request->GetPayload().producttype(), 9);
+    EXPECT_EQ(Lab::DevHost::IdentifiersOf(*request), "a,b,c");
+    EXPECT_TRUE(request->IsReadOnly());
+}
+
+TEST(TaskBuilderTest, ConfigurationRequestMayNameNoProductType) {
+    EXPECT_FALSE(BuildConfigurationRequest({})->GetPayload().has_producttype());
 }
 
 TEST(TaskBuilderTest, KillTaskNeedsAProcessIdentifier) {
