@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -46,6 +48,14 @@ bool Fits(const EventPattern& pattern, const CLine& line) {
                                                ? *value == field.value
                                                : value->find(field.value) != std::string::npos);
            });
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace
@@ -107,6 +117,7 @@ bool CRunner::Run(const Scenario& scenario) {
             line = numbered.line;
             Play(numbered);
         }
+        CompareTranscript();
     } catch (const std::exception& e) {
         passed = false;
         const std::string failure = "line " + std::to_string(line) + ": " + e.what();
@@ -133,6 +144,22 @@ void CRunner::CloseStep() {
         results_.push_back(*cast_->step);
         cast_->step.reset();
     }
+}
+
+void CRunner::CompareTranscript() {
+    if (paths_.transcript.empty()) {
+        return;
+    }
+    Do(StepStatement{"Bus messages, log lines and wire bytes are those of every run"});
+    cast_->members.clear();  // every process has told all that it has to tell
+    const std::string told = neutral_.Text();
+    const std::string own = (boost::filesystem::path(paths_.work) / "neutral.txt").string();
+    std::ofstream(own, std::ios::binary) << told;
+    const std::string difference = FirstDifference(ReadFile(paths_.transcript), told);
+    if (!difference.empty()) {
+        throw CFailedExpectation(own + " differs from " + paths_.transcript + ": " + difference);
+    }
+    screen_.Passed("the transcript is that of every run");
 }
 
 void CRunner::Do(const StepStatement& step) {
@@ -167,8 +194,12 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
                             (boost::filesystem::path(paths_.work) / "host.db").string());
         arguments.push_back("--log=" +
                             (boost::filesystem::path(paths_.work) / "host.log").string());
+        arguments.insert(arguments.end(), paths_.hostOptions.begin(), paths_.hostOptions.end());
     } else {
         arguments.push_back("--victim=" + ProgramFile("victim"));
+        if (!paths_.transcript.empty()) {
+            arguments.emplace_back("--wire");
+        }
     }
     for (const std::string& argument : start.arguments) {
         arguments.push_back(Substitute(argument, cast_->variables));
@@ -184,12 +215,14 @@ void CRunner::Do(const StartStatement& start) {
         command += " " + argument;
     }
     screen_.Command(start.actor, command);
+    neutral_.Begin(start.actor);
     member.actor =
         std::make_unique<CActor>(start.actor, ProgramPath(start.actor), Arguments(start),
                                  CActor::Environment{{"KELCOMM_RUNTIME_DIR", paths_.ports}},
                                  [this](const std::string& actor, const CTimedLine& line) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
+                                     neutral_.Event(actor, line.line);
                                  });
 }
 
@@ -232,6 +265,7 @@ void CRunner::Do(const GoneStatement& gone) {
 void CRunner::Do(const CommandStatement& command) {
     const std::string line = Substitute(command.line, cast_->variables);
     screen_.Command(command.actor, line);
+    neutral_.Given(line + "\n");
     Find(command.actor).Send(line);
 }
 
@@ -270,6 +304,7 @@ void CRunner::Do(const ExpectStatement& expect) {
         const CTimedLine event = actor.EventAt(*found);
         for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables.emplace_back(*expect.name + "." + key, value);
+            neutral_.Name(key, value, *expect.name + "." + key);
         }
     }
     screen_.Passed(Text(pattern));

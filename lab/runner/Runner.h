@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "lab/runner/Actor.h"
+#include "lab/runner/NeutralTranscript.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/Transcript.h"
@@ -25,6 +26,9 @@ struct RunnerPaths {
     std::string library;   // the module library
     std::string ports;     // folder in which the ports of this run have their names
     std::string work;      // folder of this run; made when missing
+    /// What is known of a scenario's neutral transcript, for comparing; empty: it is not compared.
+    std::string transcript = {};
+    std::vector<std::string> hostOptions = {};  // what every host is started with besides
 };
 
 class CRunner {
@@ -33,8 +37,8 @@ class CRunner {
     CRunner(RunnerPaths paths, CScreen& screen);
     ~CRunner();
 
-    /// Plays one scenario to its end or its first failure, and adds a row for each step.
-    /// Returns true when every expectation held.
+    /// Plays one scenario to its end or its first failure, and adds a row for each step, and one
+    /// for the transcript when it is compared. Returns true when every expectation held.
     bool Run(const Scenario& scenario);
 
     const std::vector<StepResult>& Results() const { return results_; }
@@ -55,6 +59,7 @@ class CRunner {
     void Do(const CountdownStatement& countdown);
 
     void CloseStep();
+    void CompareTranscript();
     CActor& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;
     std::string ProgramPath(const std::string& actor) const;
@@ -64,6 +69,7 @@ class CRunner {
     const RunnerPaths paths_;
     CScreen& screen_;
     CTranscript transcript_;
+    CNeutralTranscript neutral_;
     std::vector<StepResult> results_;
 
     std::unique_ptr<Cast> cast_;  // what belongs to the scenario that is being played

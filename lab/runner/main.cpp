@@ -20,9 +20,8 @@ using namespace Kyr::Lab;
 using namespace Kyr::Lab::Runner;
 
 constexpr const char* kUsage =
-    "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--quiet] "
-    "[--colour=auto|always|never] "
-    "SCENARIO...\n";
+    "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--host-option=OPTION]... "
+    "[--transcripts=DIR] [--quiet] [--colour=auto|always|never] SCENARIO...\n";
 
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
@@ -49,6 +48,8 @@ int Run(int argc, char** argv) {
     paths.library = arguments.TakeValue("library").value_or("");
     const auto work = arguments.TakeValue("work");
     paths.work = work ? *work : NewWorkFolder();
+    paths.hostOptions = arguments.TakeValues("host-option");
+    const auto transcripts = arguments.TakeValue("transcripts");
     const std::vector<std::string> files = arguments.TakeWords();
     arguments.Finish();
     if (paths.programs.empty() || paths.library.empty() || files.empty()) {
@@ -65,8 +66,12 @@ int Run(int argc, char** argv) {
     bool passed = true;
     for (const std::string& file : files) {
         RunnerPaths own = paths;
-        own.work =
-            (boost::filesystem::path(paths.work) / boost::filesystem::path(file).stem()).string();
+        const boost::filesystem::path stem = boost::filesystem::path(file).stem();
+        own.work = (boost::filesystem::path(paths.work) / stem).string();
+        if (transcripts) {
+            own.transcript =
+                (boost::filesystem::path(*transcripts) / (stem.string() + ".txt")).string();
+        }
         boost::filesystem::remove_all(own.work);
         CRunner runner(own, screen);
         passed = runner.Run(ParseScenario(ReadFile(file))) && passed;

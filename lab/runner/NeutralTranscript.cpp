@@ -1,0 +1,201 @@
+#include "lab/runner/NeutralTranscript.h"
+
+#include <algorithm>
+#include <cctype>
+#include <istream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+// The kinds that tell of the library and of what the product was asked, in the order in which they
+// stand. Answers, connections, and the starts and ends of programs are the lab's.
+const std::vector<std::string> kKinds{"life",    "log",   "publish", "deliver", "symbols",
+                                      "request", "reply", "ping",    "did"};
+
+// Their values say nothing that another run would say again.
+const std::set<std::string> kCounters{"id", "client", "context"};
+const std::set<std::string> kOfThisRun{"pid", "program", "sha1", "sha256"};
+
+bool IsNumber(const std::string& value) {
+    return !value.empty() && std::all_of(value.begin(), value.end(), [](unsigned char byte) {
+        return std::isdigit(byte) != 0;
+    });
+}
+
+bool IsWordByte(const std::string& text, std::size_t at) {
+    return at < text.size() && std::isalnum(static_cast<unsigned char>(text[at])) != 0;
+}
+
+/// Replaces `value` where it is no part of a longer word.
+void ReplaceWord(std::string& text, const std::string& value, const std::string& by) {
+    std::size_t at = 0;
+    while ((at = text.find(value, at)) != std::string::npos) {
+        const std::size_t end = at + value.size();
+        if (IsWordByte(text, end) || (at > 0 && IsWordByte(text, at - 1))) {
+            at = end;
+        } else {
+            text.replace(at, value.size(), by);
+            at += by.size();
+        }
+    }
+}
+
+/// Replaces every match of `pattern` that is not contained in `kept`.
+void ReplaceMatches(std::string& text, const std::regex& pattern, const std::string& kept,
+                    const std::string& by) {
+    std::string result;
+    std::smatch match;
+    while (std::regex_search(text, match, pattern)) {
+        const bool keep = kept.find(match.str()) != std::string::npos;
+        result += match.prefix().str() + (keep ? match.str() : by);
+        text = match.suffix().str();
+    }
+    text = result + text;
+}
+
+std::string FromHex(const std::string& hex) {
+    std::string bytes;
+    for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
+        bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
+    }
+    return bytes;
+}
+
+/// Bytes for a person: letters and signs as they are, all others as "%" and two digits.
+std::string Readable(const std::string& bytes) {
+    constexpr char kDigits[] = "0123456789abcdef";
+    std::string text;
+    for (const char byte : bytes) {
+        const auto code = static_cast<unsigned char>(byte);
+        if (code >= ' ' && code < 0x7F && code != '%') {
+            text += byte;
+        } else {
+            text += {'%', kDigits[code >> 4], kDigits[code & 0x0F]};
+        }
+    }
+    return text;
+}
+
+bool IsPing(const CLine& line) {
+    const std::string* const command = line.Find("command");
+    return line.Kind() == "request" && command != nullptr && *command == "0";
+}
+
+/// A ping's reply carries no status, since it has no bytes.
+bool IsPingReply(const CLine& line) {
+    const std::string* const length = line.Find("length");
+    return line.Kind() == "reply" && length != nullptr && *length == "0";
+}
+
+std::string NextLine(std::istream& text) {
+    std::string line;
+    return std::getline(text, line) ? line : "(the end)";
+}
+
+/// A busy module is asked to stop again and again, as often as time passes.
+bool IsRepeatedStop(const CLine& line) {
+    const std::string* const result = line.Find("result");
+    return line.Kind() == "life" && result != nullptr && *result == "false";
+}
+
+}  // namespace
+
+void CNeutralTranscript::Begin(const std::string& actor) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    ++processes_[actor];
+}
+
+void CNeutralTranscript::Event(const std::string& actor, const CLine& line) {
+    if (IsRepeatedStop(line)) {
+        return;
+    }
+    const std::string kind = IsPing(line) || IsPingReply(line) ? "ping" : line.Kind();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    events_.emplace_back(actor + " " + std::to_string(processes_[actor]) + ": " + kind, line);
+}
+
+void CNeutralTranscript::Name(const std::string& key, const std::string& value,
+                              const std::string& name) {
+    if (kOfThisRun.count(key) != 0) {
+        names_.emplace_back(value, "$" + name);
+    }
+}
+
+std::string CNeutralTranscript::Text() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::string text;
+    for (const auto& [actor, count] : processes_) {
+        for (int process = 1; process <= count; ++process) {
+            for (const std::string& kind : kKinds) {
+                const std::string stream = actor + " " + std::to_string(process) + ": " + kind;
+                std::set<std::string> told;
+                for (const auto& [own, line] : events_) {
+                    const std::string neutral = own == stream ? Neutral(line) : "";
+                    if (own == stream && (kind != "ping" || told.insert(neutral).second)) {
+                        text += actor + " " + std::to_string(process) + ": " + neutral + "\n";
+                    }
+                }
+            }
+        }
+    }
+    return text;
+}
+
+std::string CNeutralTranscript::Neutral(const CLine& line) const {
+    // Bytes say how many they are, and a process id in them may have more digits another time.
+    const bool hasBytes = line.Find("bytes") != nullptr;
+    CLine neutral(line.Kind());
+    for (const auto& [key, value] : line.Fields()) {
+        if (kCounters.count(key) == 0 && !(hasBytes && key == "length")) {
+            neutral.With(key, NeutralField(key, value));
+        }
+    }
+    return neutral.Text();
+}
+
+std::string CNeutralTranscript::NeutralField(const std::string& key,
+                                             const std::string& value) const {
+    if (kOfThisRun.count(key) != 0) {
+        const auto named = std::find_if(names_.begin(), names_.end(),
+                                        [&](const auto& name) { return name.first == value; });
+        return named == names_.end() ? "*" : named->second;
+    }
+    if (key == "bytes") {
+        return Readable(NeutralText(FromHex(value)));
+    }
+    return IsNumber(value) ? value : NeutralText(value);
+}
+
+std::string CNeutralTranscript::NeutralText(std::string text) const {
+    static const std::regex kUuid(
+        "[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}");
+    static const std::regex kTime(
+        "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\\.[0-9]+)?Z");
+    for (const auto& [value, name] : names_) {
+        ReplaceWord(text, value, name);
+    }
+    ReplaceMatches(text, kUuid, given_, "<uuid>");
+    ReplaceMatches(text, kTime, given_, "<time>");
+    return text;
+}
+
+std::string FirstDifference(const std::string& expected, const std::string& told) {
+    if (expected == told) {
+        return "";
+    }
+    std::istringstream left(expected);
+    std::istringstream right(told);
+    for (std::size_t number = 1;; ++number) {
+        const std::string one = NextLine(left);
+        const std::string other = NextLine(right);
+        if (one != other || (!left && !right)) {
+            return "line " + std::to_string(number) + " is " + other + " instead of " + one;
+        }
+    }
+}
+
+}  // namespace Kyr::Lab::Runner

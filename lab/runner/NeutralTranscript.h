@@ -1,0 +1,55 @@
+// What a run told, without what differs between two runs of one scenario, or between systems: bus
+// messages, log lines, life-cycle calls, what went over the ports, and what the product did.
+//
+//   - Times, process ids, hashes, paths and counters have their place but no value. What the
+//     scenario gave a name (`as victim`) is written as that name, in texts and in wire bytes.
+//   - Identifiers that the scenario did not give itself are `<uuid>`, dates are `<time>`.
+//   - Several threads tell, so that only the order among events of one kind of one process is
+//     kept: these stand together. Pings come as often as time passes; each kind of them is told
+//     once.
+//
+// Threads: Event from any thread; the rest by one.
+#pragma once
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+class CNeutralTranscript {
+  public:
+    /// A process of `actor` is started; what follows is told of this one.
+    void Begin(const std::string& actor);
+    void Event(const std::string& actor, const CLine& line);
+
+    /// The scenario calls the field `key` of an event, which has `value`, by `name`. Nothing
+    /// happens where the value is the same in every run.
+    void Name(const std::string& key, const std::string& value, const std::string& name);
+    /// The scenario itself contains this text; identifiers in it are the same in every run.
+    void Given(const std::string& text) { given_ += text; }
+
+    /// The whole transcript, one event a line, every line ended by "\n".
+    std::string Text() const;
+
+  private:
+    std::string Neutral(const CLine& line) const;
+    std::string NeutralField(const std::string& key, const std::string& value) const;
+    std::string NeutralText(std::string text) const;
+
+    mutable std::mutex mutex_;                           // guards the two below
+    std::map<std::string, int> processes_;               // how many each actor had
+    std::vector<std::pair<std::string, CLine>> events_;  // with the stream that each belongs to
+
+    std::vector<std::pair<std::string, std::string>> names_;
+    std::string given_;
+};
+
+/// The first line in which two transcripts differ, as each has it; empty when they are the same.
+std::string FirstDifference(const std::string& expected, const std::string& told);
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include "lab/runner/NeutralTranscript.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+/// A run with one process of each actor.
+class NeutralTranscript : public ::testing::Test {
+  protected:
+    NeutralTranscript() {
+        transcript_.Begin("host");
+        transcript_.Begin("agent");
+    }
+
+    void Log(const std::string& text) {
+        transcript_.Event("host", CLine("log").With("level", "2").With("text", text));
+    }
+    static std::string Logged(const std::string& text) {
+        return "host 1: log level=2 text=" + text + "\n";
+    }
+
+    CNeutralTranscript transcript_;
+};
+
+TEST_F(NeutralTranscript, KeepsTheOrderWithinAKindAndPutsKindsTogether) {
+    Log("one");
+    transcript_.Event("host", CLine("life").With("call", "Start"));
+    Log("two");
+    EXPECT_EQ(transcript_.Text(),
+              "host 1: life call=Start\n"
+              "host 1: log level=2 text=one\n"
+              "host 1: log level=2 text=two\n");
+}
+
+TEST_F(NeutralTranscript, WhatTheLabTellsOfItselfIsLeftOut) {
+    transcript_.Event("host", CLine("ready").With("module", "M"));
+    transcript_.Event("agent", CLine("connect").With("client", "1"));
+    transcript_.Event("agent", CLine("answer").With("command", "quit"));
+    EXPECT_EQ(transcript_.Text(), "");
+}
+
+TEST_F(NeutralTranscript, ProcessesOfOneActorStandOneAfterTheOther) {
+    Log("before");
+    transcript_.Begin("host");
+    Log("after");
+    EXPECT_EQ(transcript_.Text(),
+              "host 1: log level=2 text=before\n"
+              "host 2: log level=2 text=after\n");
+}
+
+TEST_F(NeutralTranscript, CountersAreDroppedAndUnnamedProcessesHaveNoNumber) {
+    transcript_.Event("agent",
+                      CLine("did").With("id", "7").With("action", "kill").With("pid", "4711"));
+    EXPECT_EQ(transcript_.Text(), "agent 1: did action=kill pid=*\n");
+}
+
+TEST_F(NeutralTranscript, NamedProcessIsWrittenByItsNameWhereItIsAWholeWord) {
+    transcript_.Name("pid", "36", "victim.pid");
+    Log("PID=\"36\" 360 136 36");
+    EXPECT_EQ(transcript_.Text(), Logged("\"PID=\\\"$victim.pid\\\" 360 136 $victim.pid\""));
+}
+
+TEST_F(NeutralTranscript, NumbersThatHappenToBeAProcessStay) {
+    transcript_.Name("pid", "918", "victim.pid");
+    transcript_.Event("host", CLine("publish").With("type", "918"));
+    EXPECT_EQ(transcript_.Text(), "host 1: publish type=918\n");
+}
+
+TEST_F(NeutralTranscript, NameOfWhatIsTheSameInEveryRunChangesNothing) {
+    transcript_.Name("command", "start", "victim.command");
+    Log("start");
+    EXPECT_EQ(transcript_.Text(), Logged("start"));
+}
+
+TEST_F(NeutralTranscript, IdentifiersStayOnlyWhereTheScenarioGaveThem) {
+    transcript_.Given("kill ids=11111111-2222-3333-4444-555555555555\n");
+    Log("11111111-2222-3333-4444-555555555555;0a0b0c0d-2222-3333-4444-555555555555");
+    EXPECT_EQ(transcript_.Text(), Logged("11111111-2222-3333-4444-555555555555;<uuid>"));
+}
+
+TEST_F(NeutralTranscript, DatesHaveNoValue) {
+    Log("2026-11-21T13:05:59Z");
+    EXPECT_EQ(transcript_.Text(), Logged("<time>"));
+}
+
+TEST_F(NeutralTranscript, WireBytesAreReadableAndNameProcessesToo) {
+    transcript_.Name("pid", "4711", "victim.pid");
+    transcript_.Event("agent", CLine("request")
+                                   .With("command", "3")
+                                   .With("length", "9")
+                                   .With("bytes",
+                                         "0c00ff25"  // 12 0 255 %
+                                         "3c34373131"));
+    EXPECT_EQ(transcript_.Text(), "agent 1: request command=3 bytes=%0c%00%ff%25<$victim.pid\n");
+}
+
+TEST_F(NeutralTranscript, LengthStaysWhereNoBytesTellIt) {
+    transcript_.Event("agent", CLine("reply").With("code", "0").With("length", "12"));
+    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 length=12\n");
+}
+
+TEST_F(NeutralTranscript, PingsAreToldOnceEach) {
+    for (int ping = 0; ping < 3; ++ping) {
+        transcript_.Event("agent", CLine("request").With("transport", "alpc").With("command", "0"));
+        transcript_.Event("agent", CLine("reply").With("transport", "alpc").With("length", "0"));
+    }
+    transcript_.Event("agent", CLine("request").With("transport", "lpc").With("command", "0"));
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: request transport=alpc command=0\n"
+              "agent 1: reply transport=alpc length=0\n"
+              "agent 1: request transport=lpc command=0\n");
+}
+
+TEST_F(NeutralTranscript, StopThatFoundTheModuleBusyIsNotTold) {
+    transcript_.Event("host", CLine("life").With("call", "Stop(false)").With("result", "false"));
+    transcript_.Event("host", CLine("life").With("call", "Stop(false)").With("result", "true"));
+    EXPECT_EQ(transcript_.Text(), "host 1: life call=Stop(false) result=true\n");
+}
+
+TEST(FirstDifference, EqualTranscriptsHaveNone) {
+    EXPECT_EQ(FirstDifference("a\nb\n", "a\nb\n"), "");
+}
+
+TEST(FirstDifference, NamesTheLineAndBothOfItsForms) {
+    EXPECT_EQ(FirstDifference("a\nb\nc\n", "a\nx\nc\n"), "line 2 is x instead of b");
+}
+
+TEST(FirstDifference, OneMayEndBeforeTheOther) {
+    EXPECT_EQ(FirstDifference("a\nb\n", "a\n"), "line 2 is (the end) instead of b");
+    EXPECT_EQ(FirstDifference("a\n", "a\nb\n"), "line 2 is b instead of (the end)");
+}
+
+TEST(FirstDifference, EndsOfLinesCount) {
+    EXPECT_NE(FirstDifference("a\n", "a\r\n"), "");
+    EXPECT_NE(FirstDifference("a\n", "a"), "");
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner
