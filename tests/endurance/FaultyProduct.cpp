@@ -1,0 +1,123 @@
+#include "tests/endurance/FaultyProduct.h"
+
+#include "lab/simagent/Product.h"
+#include "lab/simagent/commands/AgentUuidCommand.h"
+#include "lab/simagent/commands/StatusCommands.h"
+#include "lab/simagent/commands/TransferCommands.h"
+#include "lab/simagent/commands/XmlCommands.h"
+
+namespace Kyr::Endurance {
+
+namespace {
+
+using namespace Lab;
+using namespace Lab::SimAgent;
+
+const char* const kFaults[] = {
+    "status 1",       "status 5",     "status 14",        "status 2",
+    "code 1",         "code 9",       "short 0",          "short 11",
+    "header-size 13", "value 7",      "oversized 70000",  "oversized 300000",
+    "bad-length",     "bad-length 0", "delay 1",          "drop",
+    "view-missing",   "view-small",   "drop command=any", "code 3 command=any"};
+
+constexpr AreaField kFields[] = {
+    AreaField::HeaderSize, AreaField::Version,     AreaField::DataOffset, AreaField::DataSize,
+    AreaField::ModuleId,   AreaField::ModuleCount, AreaField::UserSize,   AreaField::UserOffset,
+    AreaField::Timestamp,  AreaField::FirstModule};
+constexpr std::uint32_t kLies[] = {0,          1,          7,          31,        1017,
+                                   0x7FFFFFFF, 0x80000000, 0xFFFFFFFC, 0xFFFFFFFF};
+
+template <std::size_t Size, typename Value>
+const Value& Pick(Random& random, const Value (&values)[Size]) {
+    return values[random() % Size];
+}
+
+}  // namespace
+
+struct CFaultyProduct::CRunning {
+    CRunning(IProcessLauncher& launcher, CMisbehaviours& misbehaviours, const LineSink& sink)
+        : processes(launcher, sink),
+          protection(configuration),
+          product(processes, results, sink),
+          commands({XmlCommands(product), AgentUuidCommands(sink),
+                    StatusCommands(protection, results, sink),
+                    TransferCommands(configuration, sink)}),
+          agent(commands, misbehaviours, Base::SystemClock(), sink, {false, [] {}}),
+          alpc(agent, sink),
+          lpc(agent, sink) {
+        area.Open();
+        alpc.Open();
+        lpc.Open();
+    }
+    ~CRunning() { agent.Stop(); }
+    CRunning(const CRunning&) = delete;
+    CRunning& operator=(const CRunning&) = delete;
+
+    CLabProcesses processes;
+    CTaskResults results;
+    CConfiguration configuration;
+    CProtection protection;
+    CProduct product;
+    const CInnerCommands commands;
+    CAgent agent;
+    CAlpcServer alpc;
+    CLpcServer lpc;
+    CBroadcastArea area;
+};
+
+CFaultyProduct::CFaultyProduct(CLedger& ledger)
+    : ledger_(ledger), launcher_(MakeSystemLauncher()) {}
+
+CFaultyProduct::~CFaultyProduct() = default;
+
+void CFaultyProduct::Restart() {
+    End();
+    misbehaviours_.Clear();
+    const auto sink = [this](const CLine& line) {
+        const std::string* const userData = line.Find("userdata");
+        if (line.Kind() == "did" && userData != nullptr) {
+            ledger_.Reached(userData->substr(userData->rfind(';') + 1));
+        }
+    };
+    running_ = std::make_unique<CRunning>(*launcher_, misbehaviours_, sink);
+}
+
+void CFaultyProduct::End() {
+    running_.reset();
+}
+
+void CFaultyProduct::MisbehaveOnce(Random& random, bool hang) {
+    const std::string fault = hang ? "hang" : Pick(random, kFaults);
+    misbehaviours_.Add(ParseMisbehaviour(SplitWords(fault + " for=1")));
+}
+
+void CFaultyProduct::ChangeArea(Random& random) {
+    if (!IsThere()) {
+        return;
+    }
+    CBroadcastArea& area = running_->area;
+    switch (random() % 5) {
+        case 0:
+            area.SetValue(random() % CAreaImage::kValues, static_cast<std::uint32_t>(random()));
+            break;
+        case 1:
+            area.MovePlugIn(random() % CAreaImage::kModules);
+            break;
+        case 2:
+            area.Write(Pick(random, kFields), Pick(random, kLies));
+            break;
+        case 3:
+            area.Abandon();
+            break;
+        default:
+            area.Restore();
+    }
+}
+
+void CFaultyProduct::CloseAPort(Random& random) {
+    if (IsThere()) {
+        (random() % 2 == 0 ? static_cast<IPortServer&>(running_->alpc) : running_->lpc).Close();
+    }
+}
+
+}  // namespace Kyr::Endurance

@@ -1,0 +1,47 @@
+// The simulated product in this process, which goes wrong at random: in its replies, in its ports,
+// in its broadcast area.
+//
+// Threads: one, which also owns the area's mutex.
+#pragma once
+
+#include <memory>
+#include <random>
+
+#include "lab/simagent/Agent.h"
+#include "lab/simagent/AlpcServer.h"
+#include "lab/simagent/BroadcastArea.h"
+#include "lab/simagent/LpcServer.h"
+#include "lab/simagent/Process.h"
+#include "tests/endurance/Ledger.h"
+
+namespace Kyr::Endurance {
+
+using Random = std::mt19937_64;
+
+class CFaultyProduct {
+  public:
+    explicit CFaultyProduct(CLedger& ledger);
+    ~CFaultyProduct();
+
+    /// Comes, or goes and comes again, as a process would: ports and area anew, nothing remembered.
+    void Restart();
+    void End();
+    bool IsThere() const { return running_ != nullptr; }
+
+    /// One fault for the next request that it fits; `hang`: never to answer it.
+    void MisbehaveOnce(Random& random, bool hang);
+    /// Another value, a moved table, a lie, or an end of all lies.
+    void ChangeArea(Random& random);
+    /// Closes one port for the rest of this run.
+    void CloseAPort(Random& random);
+
+  private:
+    struct CRunning;
+
+    CLedger& ledger_;
+    const std::unique_ptr<Lab::SimAgent::IProcessLauncher> launcher_;
+    Lab::SimAgent::CMisbehaviours misbehaviours_;
+    std::unique_ptr<CRunning> running_;
+};
+
+}  // namespace Kyr::Endurance

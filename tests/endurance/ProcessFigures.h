@@ -1,0 +1,24 @@
+// What this process holds of the system, to be compared between two moments.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "portlayer/LiveCounters.h"
+
+namespace Kyr::Endurance {
+
+struct CProcessFigures {
+    std::uint64_t residentKiB = 0;
+    std::uint64_t descriptors = 0;
+    std::uint64_t threads = 0;
+    PortLayer::CLiveCounters live;
+
+    /// All but the memory, in one line: two moments that hold the same give the same text.
+    std::string Held() const;
+};
+
+/// Memory that is free and still mapped is given back first.
+CProcessFigures ReadProcessFigures();
+
+}  // namespace Kyr::Endurance
