@@ -5,6 +5,7 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include "lab/simagent/AlpcMessages.h"
+#include "lab/simagent/commands/RecordCommands.h"
 
 namespace Kyr::Lab::SimAgent {
 
@@ -51,6 +52,18 @@ std::optional<CAnswer> Refusal(const std::vector<CMisbehaviour>& faults) {
         return answer;
     }
     return std::nullopt;
+}
+
+void DamagePayload(const std::vector<CMisbehaviour>& faults, CReply& reply) {
+    if (const auto code = NumberOf(faults, Fault::ResultCode)) {
+        reply.payload = EncodeResultCode(*code);
+    }
+    if (Find(faults, Fault::BadPayload) != nullptr) {
+        reply.payload = {0x07};  // a field number that may not be, of a type that is none
+    }
+    if (Find(faults, Fault::NoPayload) != nullptr) {
+        reply.payload.clear();
+    }
 }
 
 void DamageBytes(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
@@ -127,7 +140,7 @@ CAnswer CAgent::Answer(const CPortRequest& request) {
     if (const std::optional<CAnswer> refusal = Refusal(faults)) {
         answer = *refusal;
     } else {
-        answer = Healthy(request, read);
+        answer = CarryOut(request, read, faults);
     }
     DamageBytes(faults, answer);
     DamageDelivery(faults, answer);
@@ -163,7 +176,8 @@ CAgent::CRead CAgent::Read(const CPortRequest& request) const {
     return read;
 }
 
-CAnswer CAgent::Healthy(const CPortRequest& request, const CRead& read) {
+CAnswer CAgent::CarryOut(const CPortRequest& request, const CRead& read,
+                         const std::vector<CMisbehaviour>& faults) {
     CAnswer answer;
     if (request.command == kPingCommand) {
         return answer;
@@ -180,6 +194,7 @@ CAnswer CAgent::Healthy(const CPortRequest& request, const CRead& read) {
             answer.problem = problem.what();
         }
     }
+    DamagePayload(faults, reply);
     answer.bytes = EncodeReply(reply);
     FitIntoLegacyReply(request, answer);
     return answer;

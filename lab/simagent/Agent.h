@@ -38,7 +38,8 @@ class CAgent {
     struct CRead;
 
     CRead Read(const CPortRequest& request) const;
-    CAnswer Healthy(const CPortRequest& request, const CRead& read);
+    CAnswer CarryOut(const CPortRequest& request, const CRead& read,
+                     const std::vector<CMisbehaviour>& faults);
     void WriteRequest(std::uint64_t id, const CPortRequest& request, const CRead& read) const;
     void WriteReply(std::uint64_t id, const CPortRequest& request, const CAnswer& answer) const;
     void Delay(std::chrono::milliseconds duration);

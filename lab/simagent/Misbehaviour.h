@@ -28,6 +28,9 @@ enum class Fault {
     HeaderSize,   // another size in the reply header
     Value,        // another value in the reply header
     Oversized,    // a reply of that many bytes
+    ResultCode,   // a message with that result code instead of the payload
+    NoPayload,    // the reply header alone
+    BadPayload,   // a payload that is no protobuf message
     BadLength,    // the port reply announces that many bytes, or one more than there are
     Delay,        // milliseconds before the reply
     Drop,         // the connection is closed; nothing is carried out

@@ -10,13 +10,16 @@
 #include "lab/simagent/LpcServer.h"
 #include "lab/simagent/Registration.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
+#include "lab/simagent/commands/RecordCommands.h"
 #include "lab/simagent/commands/StatusCommands.h"
 #include "lab/simagent/commands/TransferCommands.h"
 #include "lab/simagent/commands/XmlCommands.h"
 #include "lab/simagent/console/AreaCommands.h"
 #include "lab/simagent/console/ConfigurationCommands.h"
 #include "lab/simagent/console/Console.h"
+#include "lab/simagent/console/LiveCommands.h"
 #include "lab/simagent/console/ProtectionCommands.h"
+#include "lab/simagent/console/RecordListCommands.h"
 #include "lab/simagent/console/RegistrationCommands.h"
 #include "lab/simagent/console/ResultsCommands.h"
 #include "portlayer/LiveCounters.h"
@@ -33,8 +36,9 @@ constexpr int kBadCommandLine = 2;
 constexpr int kLeftSomethingBehind = 3;
 
 constexpr char kUsage[] =
-    "usage: simagent [--victim=<program>] [--misbehave=\"<fault> ...\"]... [--wire] [--detached]\n"
-    "                [--build=<n>|--not-installed] [--install-only] [--colour=auto|always|never]\n"
+    "usage: simagent [--victim=<program>] [--records=<file>] [--misbehave=\"<fault> ...\"]...\n"
+    "                [--build=<n>|--not-installed] [--install-only] [--wire] [--detached]\n"
+    "                [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -45,6 +49,7 @@ struct COptions {
     bool installOnly = false;
     std::optional<std::int32_t> build = kUsualBuild;
     std::string victim;
+    std::optional<std::string> records;
     CMisbehaviours misbehaviours;
 };
 
@@ -63,6 +68,7 @@ void ReadOptions(int argc, char** argv, COptions& options) {
     options.coloured = TakeColour(arguments, OutputIsTerminal());
     options.victim =
         arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX);
+    options.records = arguments.TakeValue("records");
     for (const std::string& fault : arguments.TakeValues("misbehave")) {
         options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
     }
@@ -100,8 +106,9 @@ void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
     }
 }
 
-/// Everything that lives while the agent serves. False when it could not start.
-bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
+/// Everything that lives while the agent serves.
+/// Errors: std::runtime_error when it cannot start.
+void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     CLabProcesses processes(*launcher, sink);
@@ -109,9 +116,12 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     CConfiguration configuration;
     CProtection protection(configuration);
     CProduct product(processes, results, sink);
-    const CInnerCommands commands({XmlCommands(product), AgentUuidCommands(sink),
-                                   StatusCommands(protection, results, sink),
-                                   TransferCommands(configuration, sink)});
+    CRecordLists records = options.records ? CRecordLists(*options.records) : CRecordLists();
+    const std::unique_ptr<IProcessTable> table = MakeSystemProcessTable();
+    CLiveTelemetry telemetry(*table, records, Kyr::Base::SystemClock(), sink);
+    const CInnerCommands commands(
+        {XmlCommands(product), AgentUuidCommands(sink), StatusCommands(protection, results, sink),
+         TransferCommands(configuration, sink), RecordCommands(records, sink)});
     CAgent agent(commands, options.misbehaviours, Kyr::Base::SystemClock(), sink,
                  {options.wire, [] { EndThisProcess(); }});
     CAlpcServer alpc(agent, sink);
@@ -120,19 +130,16 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
                      {RegistrationCommands(*registration, sink), AreaCommands(area, sink),
                       ProtectionCommands(protection, sink), ResultsCommands(results, sink),
-                      ConfigurationCommands(configuration, sink)});
-    try {
-        if (!options.installOnly) {
-            area.Open();  // who finds a port open finds the area, too
-            console.OpenPorts();
-        }
-        Register(*registration, options);
-    } catch (const std::exception& problem) {
-        sink(CLine("error").With("text", problem.what()));
-        return false;
+                      ConfigurationCommands(configuration, sink),
+                      RecordListCommands(records, Kyr::Base::SystemClock(), sink),
+                      LiveCommands(telemetry, sink)});
+    if (!options.installOnly) {
+        area.Open();  // who finds a port open finds the area, too
+        console.OpenPorts();
     }
+    Register(*registration, options);
     if (options.installOnly) {
-        return true;
+        return;
     }
     sink(CLine("ready")
              .With("pid", OwnProcessId())
@@ -141,7 +148,6 @@ bool Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     ServeCommands(input, console, options.detached);
     agent.Stop();
     processes.EndAll();
-    return true;
 }
 
 }  // namespace
@@ -161,7 +167,13 @@ int main(int argc, char** argv) {
     CCommandInput input;
     CLineWriter writer(std::cout, SystemTimeOfDay, options.coloured);
     const LineSink sink = [&](const CLine& line) { writer.Write(line); };
-    const bool started = Run(input, options, sink);
+    bool started = false;
+    try {
+        Run(input, options, sink);
+        started = true;
+    } catch (const std::exception& problem) {
+        sink(CLine("error").With("text", problem.what()));
+    }
     const Kyr::PortLayer::CLiveCounters counters = Kyr::PortLayer::ReadLiveCounters();
     if (!counters.AllZero()) {
         sink(CLine("error").With("text", "left behind: " + counters.Text()));

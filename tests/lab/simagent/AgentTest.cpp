@@ -49,11 +49,24 @@ class AgentTest : public ProductFixture {
         return ping;
     }
 
+    /// A command that answers with two bytes.
+    static InnerCommandGroup TwoByteCommands() {
+        return {{8, "two-bytes", [](const CAction&) {
+                     CReply reply;
+                     reply.payload = {0xAA, 0xBB};
+                     return reply;
+                 }}};
+    }
+    CAnswer TwoBytes() {
+        return Agent().Answer(
+            Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 08 00 00 00")));
+    }
+
     bool OneIsRunning() { return processes_.Find(1000)->running; }
 
     bool wire_ = false;
     int endings_ = 0;
-    const CInnerCommands commands_{{XmlCommands(product_), FussyCommands()}};
+    const CInnerCommands commands_{{XmlCommands(product_), FussyCommands(), TwoByteCommands()}};
     CMisbehaviours misbehaviours_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
     std::unique_ptr<CAgent> agent_;
@@ -302,6 +315,21 @@ TEST_F(AgentTest, StopEndsADelay) {
     Kill();
 
     EXPECT_EQ(2u, product_.TaskLog().size());
+}
+
+TEST_F(AgentTest, NoPayloadLeavesTheHeader) {
+    Misbehave("no-payload");
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), TwoBytes().bytes);
+}
+
+TEST_F(AgentTest, BadPayloadIsNoMessage) {
+    Misbehave("bad-payload inner=8");
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 01 00 00 00 07"), TwoBytes().bytes);
+}
+
+TEST_F(AgentTest, ResultCodeReplacesThePayload) {
+    Misbehave("result-code 7");
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 10 07"), TwoBytes().bytes);
 }
 
 }  // namespace

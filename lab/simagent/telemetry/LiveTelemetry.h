@@ -1,0 +1,70 @@
+// Real telemetry: a record for every process that starts or ends on this computer.
+//
+// Looks at the list of processes ten times a second, and so never sees a process that lives shorter
+// than that. A process is recorded at the second sight of it: at the first it may still be the copy
+// of its parent that is about to become another program.
+//
+// Writes an `observed` event for each record.
+//
+// Threads: Start and Stop by one thread; the looking is done by a thread of its own.
+// Ownership: table and lists must outlive this.
+// Errors: what keeps a look from being taken is an `error` event, and ends the telemetry.
+#pragma once
+
+#include <map>
+#include <optional>
+#include <string>
+
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "base/Clock.h"
+#include "lab/common/LineWriter.h"
+#include "lab/simagent/records/EcsRecord.h"
+#include "lab/simagent/records/RecordLists.h"
+#include "lab/simagent/telemetry/ProcessTable.h"
+
+namespace Kyr::Lab::SimAgent {
+
+class CLiveTelemetry {
+  public:
+    CLiveTelemetry(IProcessTable& table, CRecordLists& lists, boost::shared_ptr<Base::IClock> clock,
+                   LineSink sink);
+    ~CLiveTelemetry();
+    CLiveTelemetry(const CLiveTelemetry&) = delete;
+    CLiveTelemetry& operator=(const CLiveTelemetry&) = delete;
+
+    /// From now on. What runs already gets no record of its start. `name` is a program's name
+    /// without its suffix, or empty for all. Ends an earlier telemetry.
+    /// Errors: std::runtime_error when the system gives no list.
+    void Start(const std::string& name);
+    void Stop();
+
+  private:
+    struct CKnown {
+        CProcessFacts facts;
+        std::string sha256;
+        bool recorded = false;  // its start
+    };
+
+    void Watch();
+    void Look();
+    bool IsWanted(const CProcessFacts& facts) const;
+    void Meet(const CProcessId& id, const CProcessFacts& facts);
+    void Record(const CProcessId& id, const CKnown& process, const char* type, const char* action);
+    std::string HashOf(const CProcessFacts& facts);
+
+    IProcessTable& table_;  // borrowed
+    CRecordLists& lists_;   // borrowed
+    const boost::shared_ptr<Base::IClock> clock_;
+    const LineSink sink_;
+
+    // Of the looking thread while it runs.
+    std::string name_;
+    std::map<CProcessId, CKnown> known_;
+    std::map<std::string, std::string> hashes_;  // by path of the executable
+
+    boost::thread thread_;
+};
+
+}  // namespace Kyr::Lab::SimAgent

@@ -1,0 +1,131 @@
+#include <gmock/gmock.h>
+
+#include <boost/make_shared.hpp>
+
+#include "lab/simagent/telemetry/LiveTelemetry.h"
+#include "tests/lab/simagent/LineList.h"
+#include "tests/support/ManualClock.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+using Test::CManualClock;
+using ::testing::ElementsAre;
+using ::testing::HasSubstr;
+using ::testing::IsEmpty;
+
+/// Processes that a test puts there and takes away.
+class CFakeTable : public IProcessTable {
+  public:
+    std::vector<CProcessId> List() override {
+        std::vector<CProcessId> list;
+        for (const auto& [id, facts] : processes) {
+            list.push_back(id);
+        }
+        return list;
+    }
+    std::optional<CProcessFacts> Describe(const CProcessId& id) override {
+        const auto found = processes.find(id);
+        return found == processes.end() ? std::nullopt : std::optional(found->second);
+    }
+
+    std::map<CProcessId, CProcessFacts> processes;  // changed only while nobody looks
+};
+
+CProcessFacts Facts(const std::string& name) {
+    return {1, name, "", "", "1000"};
+}
+
+class LiveTelemetryTest : public ::testing::Test {
+  protected:
+    void Start(const std::string& name = "") {
+        telemetry_.Start(name);
+        ASSERT_TRUE(clock_->AwaitSleepers(1));
+    }
+
+    /// Lets the telemetry look once, and returns what it saw.
+    std::vector<std::string> Look() {
+        const std::size_t sleeps = clock_->Sleeps().size();
+        clock_->Advance(std::chrono::milliseconds(100));
+        while (clock_->Sleeps().size() == sleeps) {
+            boost::this_thread::yield();
+        }
+        return lines_.Take();
+    }
+
+    std::string Record(std::uint64_t number) const {
+        return lists_.From(RecordKind::Telemetry, number - 1).at(0).text;
+    }
+
+    CFakeTable table_;
+    CRecordLists lists_;
+    CLineList lines_;
+    boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
+    CLiveTelemetry telemetry_{table_, lists_, clock_, lines_.Sink()};
+};
+
+TEST_F(LiveTelemetryTest, WhatRunsAlreadyIsNotRecorded) {
+    table_.processes[{7, 1}] = Facts("old");
+    Start();
+    Look();
+    EXPECT_THAT(Look(), IsEmpty());
+}
+
+TEST_F(LiveTelemetryTest, NewProcessIsRecordedAtTheSecondLook) {
+    Start();
+    table_.processes[{8, 1}] = Facts("sh");
+    EXPECT_THAT(Look(), IsEmpty());
+    EXPECT_THAT(Look(), ElementsAre("observed action=process-started pid=8 name=sh number=1"));
+    EXPECT_THAT(Record(1), HasSubstr("\"action\":\"process-started\",\"sequence\":1"));
+    EXPECT_THAT(Record(1), HasSubstr("\"@timestamp\":\"2023-11-14T22:13:20Z\""));
+}
+
+TEST_F(LiveTelemetryTest, ProcessThatBecomesAnotherProgramIsRecordedAsThat) {
+    Start();
+    table_.processes[{8, 1}] = Facts("shell");
+    Look();
+    table_.processes[{8, 1}] = Facts("child");
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("name=child")));
+}
+
+TEST_F(LiveTelemetryTest, EndIsRecordedWithWhatWasKnown) {
+    table_.processes[{7, 1}] = Facts("old");
+    Start();
+    table_.processes.clear();
+    EXPECT_THAT(Look(), ElementsAre("observed action=process-ended pid=7 name=old number=1"));
+    EXPECT_THAT(Record(1), HasSubstr("\"user\":{\"id\":\"1000\"}"));
+}
+
+TEST_F(LiveTelemetryTest, ProcessSeenOnceIsRecordedWithStartAndEnd) {
+    Start();
+    table_.processes[{8, 1}] = Facts("brief");
+    Look();
+    table_.processes.clear();
+    EXPECT_THAT(Look(), ElementsAre("observed action=process-started pid=8 name=brief number=1",
+                                    "observed action=process-ended pid=8 name=brief number=2"));
+}
+
+TEST_F(LiveTelemetryTest, NumberThatIsUsedAgainIsAnotherProcess) {
+    table_.processes[{7, 1}] = Facts("old");
+    Start();
+    table_.processes = {{{7, 2}, Facts("new")}};
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("process-ended pid=7 name=old")));
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("process-started pid=7 name=new")));
+}
+
+TEST_F(LiveTelemetryTest, OnlyTheNamedProgramIsRecorded) {
+    table_.processes = {{{7, 1}, Facts("sh")}, {{8, 1}, Facts("victim.exe")}};
+    Start("victim");
+    table_.processes.clear();
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim.exe")));
+}
+
+TEST_F(LiveTelemetryTest, StoppedTelemetryLooksNoMore) {
+    Start();
+    telemetry_.Stop();
+    EXPECT_TRUE(clock_->AwaitSleepers(0));
+    telemetry_.Stop();
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent
