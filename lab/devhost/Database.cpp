@@ -15,6 +15,8 @@ constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS key_values (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
     "CREATE TABLE IF NOT EXISTS remediation_actions ("
     "  number INTEGER PRIMARY KEY AUTOINCREMENT, action BLOB NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS mined_records ("
+    "  number INTEGER PRIMARY KEY AUTOINCREMENT, type TEXT NOT NULL, record BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS host (name TEXT PRIMARY KEY, value TEXT NOT NULL);";
 
 }  // namespace
@@ -24,6 +26,7 @@ CDatabase::CDatabase(const std::string& path) : connection_(path) {
     connection_.Execute(kSchema);
     keyValues_ = boost::make_shared<CKeyValueMapper>(connection_);
     remediationActions_ = boost::make_shared<CRemediationMapper>(connection_);
+    miner_ = std::make_unique<CMinerStore>(connection_);
 }
 
 CDatabase::~CDatabase() = default;

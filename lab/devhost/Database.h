@@ -1,5 +1,5 @@
-// The host database: one SQLite file with the key-value entries, the remediation actions and what
-// the host keeps of itself.
+// The host database: one SQLite file with the key-value entries, the remediation actions, the
+// records of the data miner and what the host keeps of itself.
 //
 // Every write is on disk when the call returns, so that the host may be killed at any time.
 //
@@ -11,6 +11,7 @@
 
 #include "host/kernel/Resources.h"
 #include "lab/devhost/KeyValueMapper.h"
+#include "lab/devhost/MinerStore.h"
 #include "lab/devhost/RemediationMapper.h"
 #include "lab/devhost/Sqlite.h"
 
@@ -32,11 +33,13 @@ class CDatabase final : public Common::Kernel::IDatabaseResource {
 
     CKeyValueMapper& KeyValues() { return *keyValues_; }
     CRemediationMapper& RemediationActions() { return *remediationActions_; }
+    CMinerStore& Miner() { return *miner_; }
 
   private:
     CSqliteConnection connection_;
     boost::shared_ptr<CKeyValueMapper> keyValues_;
     boost::shared_ptr<CRemediationMapper> remediationActions_;
+    std::unique_ptr<CMinerStore> miner_;
 };
 
 }  // namespace Kyr::Lab::DevHost

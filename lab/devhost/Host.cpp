@@ -1,17 +1,31 @@
 #include "lab/devhost/Host.h"
 
+#include <Poco/Process.h>
+
 #include <boost/make_shared.hpp>
 
+#include "lab/devhost/DataMiner.h"
 #include "lab/devhost/HostCommands.h"
 #include "lab/devhost/HostLog.h"
+#include "lab/devhost/SteppedDatabase.h"
 
 namespace Kyr::Lab::DevHost {
 
 namespace Kernel = Common::Kernel;
 
+namespace {
+
+/// Ends this process as a kill from outside would: nothing is cleaned up.
+void KillThisProcess() {
+    Poco::Process::kill(Poco::Process::id());
+}
+
+}  // namespace
+
 CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile)
     : events_(events),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
+      steps_(settings.dieAt, KillThisProcess),
       printer_(events),
       bus_(boost::make_shared<CBus>(printer_)),
       loader_(settings.libraryPath, settings.onLoaded),
@@ -20,13 +34,15 @@ CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSi
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
       console_(MakeHostCommands({*bus_, *database_, lifeCycle_, [this] { quitting_ = true; }}),
                events) {
-    provider_.Add(Kernel::kBusResource, bus_);
+    provider_.Add(Kernel::kBusResource,
+                  boost::make_shared<CDataMiner>(bus_, database_->Miner(), steps_, events));
     provider_.Add(Kernel::kInstallConfigurationResource,
                   boost::make_shared<CInstallConfiguration>(database_->InstanceUuid()));
     provider_.Add(Kernel::kLoggerResource,
                   boost::make_shared<CHostLog>(std::vector<LineSink>{events, logFile}));
     provider_.Add(Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>());
-    provider_.Add(Kernel::kDatabaseResource, database_);
+    provider_.Add(Kernel::kDatabaseResource,
+                  boost::make_shared<CSteppedDatabase>(*database_, steps_));
     provider_.Add(Kernel::kConfigurationResource, boost::make_shared<CConfiguration>());
     provider_.Add(Kernel::kNetworkGrpcResource, boost::make_shared<CNetworkGrpc>());
 }

@@ -5,10 +5,12 @@
 #pragma once
 
 #include <functional>
+#include <optional>
 #include <string>
 
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/Bus.h"
+#include "lab/devhost/CollectionSteps.h"
 #include "lab/devhost/Console.h"
 #include "lab/devhost/Database.h"
 #include "lab/devhost/LifeCycle.h"
@@ -23,6 +25,7 @@ struct CHostSettings {
     std::string databasePath;
     /// Called once the library is loaded, before anything of it runs.
     std::function<void()> onLoaded = {};
+    std::optional<CDeathWish> dieAt = std::nullopt;  // nothing: lives on
 };
 
 class CHost {
@@ -41,6 +44,7 @@ class CHost {
   private:
     const LineSink events_;
     boost::shared_ptr<CDatabase> database_;
+    CCollectionSteps steps_;
     CMessagePrinter printer_;
     boost::shared_ptr<CBus> bus_;
     CResourceProvider provider_;

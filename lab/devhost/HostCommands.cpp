@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "lab/devhost/MinerCommand.h"
 #include "lab/devhost/PolicyBuilder.h"
 #include "lab/devhost/RequestBuilder.h"
 #include "lab/devhost/TaskBuilder.h"
@@ -89,6 +90,7 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          [targets](Arguments& arguments, const LineSink& answer) {
              SetValue(targets.database, arguments, answer);
          }},
+        MakeMinerCommand(targets.database),
         {"dump", "", "Shows what waits in the module, and what the database holds.",
          [targets](Arguments& arguments, const LineSink& answer) {
              arguments.Finish();

@@ -21,7 +21,7 @@ constexpr int kBadCommandLine = 2;
 
 constexpr char kUsage[] =
     "usage: devhost --library=<file> [--database=<file>] [--log=<file>]\n"
-    "               [--port-layer] [--colour=auto|always|never]\n"
+    "               [--port-layer] [--die-at=<step>[:<n>]] [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -39,6 +39,9 @@ void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     options.host.databasePath = arguments.TakeValue("database").value_or("devhost.db");
     if (arguments.TakeFlag("port-layer")) {
         options.host.onLoaded = [path = *library] { Lab::DevHost::TakePortsFromLayer(path); };
+    }
+    if (const auto dieAt = arguments.TakeValue("die-at")) {
+        options.host.dieAt = Lab::DevHost::ParseDeathWish(*dieAt);
     }
     options.logPath = arguments.TakeValue("log").value_or("devhost.log");
     options.coloured = Lab::TakeColour(arguments, Lab::OutputIsTerminal());

@@ -1,0 +1,48 @@
+// The steps of a collection as the host sees them, and a host that dies at one of them on request.
+//
+// A collection reads its offset, brings its records, and stores its new offset. Each end of these
+// is a step, told by whoever lends the module the resource.
+//
+// Threads: any; collections run one after another.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace Kyr::Lab::DevHost {
+
+enum class CollectionStep { BeforeRequest, AfterReply, AfterPublish, BeforeOffset, AfterOffset };
+
+/// "<step>" or "<step>:<n>": the n-th time that a collection comes there.
+struct CDeathWish {
+    CollectionStep step = CollectionStep::BeforeRequest;
+    std::uint64_t count = 1;
+};
+
+/// Errors: std::invalid_argument for a text that names no step.
+CDeathWish ParseDeathWish(const std::string& text);
+
+class CCollectionSteps {
+  public:
+    /// Calls `die` at that step; never without a wish.
+    CCollectionSteps(std::optional<CDeathWish> wish, std::function<void()> die);
+
+    void OffsetRead();
+    void RecordsCame();
+    void RecordsStored();
+    void OffsetCame();
+    void OffsetStored();
+
+  private:
+    void Pass(CollectionStep step);
+
+    const std::optional<CDeathWish> wish_;
+    const std::function<void()> die_;
+    std::atomic<std::uint64_t> passed_{0};    // times that the wished step was passed
+    std::atomic<bool> recordsStored_{false};  // of the collection that is under way
+};
+
+}  // namespace Kyr::Lab::DevHost

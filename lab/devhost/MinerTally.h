@@ -1,0 +1,34 @@
+// How many of the records that were handed out have come, how many twice, and how many never.
+//
+// Records of the lab carry their number in `event.sequence`, from 1.
+//
+// Threads: any.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Kyr::Lab::DevHost {
+
+/// The number of a record; nothing for a text that is no JSON or has none.
+std::optional<std::uint64_t> SequenceOf(const std::string& record);
+
+/// The text inside an action, which is itself a record; empty when there is none.
+std::string TextOfAction(const std::string& action);
+
+struct CMinerTally {
+    std::uint64_t stored = 0;  // all that came
+    std::uint64_t twice = 0;   // of them, those that had come before
+    std::uint64_t unnumbered = 0;
+    std::uint64_t highest = 0;  // the highest number
+    bool inOrder = true;        // those that came first came in the order of their numbers
+
+    /// How many different numbered records came.
+    std::uint64_t Distinct() const { return stored - twice - unnumbered; }
+};
+
+CMinerTally Count(const std::vector<std::string>& records);
+
+}  // namespace Kyr::Lab::DevHost
