@@ -1,5 +1,8 @@
 #include "lab/runner/Narration.h"
 
+#include <iomanip>
+#include <sstream>
+
 #include <boost/algorithm/string/case_conv.hpp>
 
 namespace Kyr::Lab::Runner {
@@ -63,6 +66,35 @@ Narration Bus(const CLine& line) {
             Weight::Ordinary};
 }
 
+Narration Handed(const CLine& line) {
+    return {"hands out " + Value(line, "records") + " records (" + Value(line, "kind") +
+                "), from number " + Value(line, "from") + " on",
+            Weight::Ordinary};
+}
+
+Narration Observed(const CLine& line) {
+    return {"telemetry record " + Value(line, "number") + ": " + Value(line, "action") + ", " +
+                Value(line, "name") + " (" + Value(line, "pid") + ")",
+            Weight::Ordinary};
+}
+
+Narration Mined(const CLine& line) {
+    return {"miner  stored " + Value(line, "records") + " records (" + Value(line, "name") + ")",
+            Weight::Ordinary};
+}
+
+/// A row of a table: the rows of all kinds stand below each other.
+Narration Tally(const CLine& line) {
+    std::ostringstream text;
+    text << "miner  " << std::left << std::setw(9) << Value(line, "kind");
+    for (const char* key : {"sent", "stored", "twice", "lost"}) {
+        if (line.Find(key) != nullptr) {
+            text << "  " << key << std::right << std::setw(6) << Value(line, key);
+        }
+    }
+    return {text.str(), Weight::Ordinary};
+}
+
 bool IsUuid(const std::string& text) {
     return text.size() == 36 && text[8] == '-' && text[13] == '-' && text[18] == '-' &&
            text[23] == '-';
@@ -93,9 +125,10 @@ struct Teller {
 };
 
 constexpr Teller kTellers[] = {
-    {"log", Log},         {"request", Request}, {"reply", Reply},   {"did", Did},
-    {"started", Process}, {"adopted", Process}, {"ended", Process}, {"publish", Bus},
-    {"deliver", Bus},     {"symbols", Symbols}, {"life", Life},
+    {"log", Log},           {"request", Request}, {"reply", Reply},   {"did", Did},
+    {"started", Process},   {"adopted", Process}, {"ended", Process}, {"publish", Bus},
+    {"deliver", Bus},       {"symbols", Symbols}, {"life", Life},     {"handed", Handed},
+    {"observed", Observed}, {"mined", Mined},     {"tally", Tally},
 };
 
 }  // namespace

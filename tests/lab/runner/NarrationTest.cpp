@@ -66,5 +66,38 @@ TEST(Narration, UnknownKindIsToldAsItStands) {
     EXPECT_EQ(Narrate(CLine("text").With("text", "a b")).text, "text text=\"a b\"");
 }
 
+TEST(Narration, TalliesStandBelowEachOther) {
+    EXPECT_EQ(Narrate(CLine("tally")
+                          .With("kind", "indicator")
+                          .With("sent", "1500")
+                          .With("stored", "1600")
+                          .With("twice", "100")
+                          .With("lost", "0"))
+                  .text,
+              "miner  indicator  sent  1500  stored  1600  twice   100  lost     0");
+    EXPECT_EQ(
+        Narrate(CLine("tally").With("kind", "action").With("stored", "3").With("twice", "0")).text,
+        "miner  action     stored     3  twice     0");
+}
+
+TEST(Narration, BatchOfRecordsIsToldOnBothSides) {
+    EXPECT_EQ(
+        Narrate(CLine("handed").With("kind", "telemetry").With("from", "3").With("records", "2"))
+            .text,
+        "hands out 2 records (telemetry), from number 3 on");
+    EXPECT_EQ(Narrate(CLine("mined").With("name", "Batch").With("records", "2")).text,
+              "miner  stored 2 records (Batch)");
+}
+
+TEST(Narration, ObservedProcessNamesItsRecord) {
+    EXPECT_EQ(Narrate(CLine("observed")
+                          .With("action", "process-started")
+                          .With("pid", "7")
+                          .With("name", "victim")
+                          .With("number", "1"))
+                  .text,
+              "telemetry record 1: process-started, victim (7)");
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::Runner
