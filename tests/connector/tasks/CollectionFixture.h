@@ -10,7 +10,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/IMessagePublisher.h"
 #include "connector/TaskExceptions.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/OvAgentRequest.h"
@@ -18,27 +17,13 @@
 #include "tests/support/FakeDatabase.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/RecordingPublisher.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 
 using Effects = std::vector<std::string>;
-
-/// Keeps what is published, or throws what the test wants to be thrown.
-class CRecordingPublisher final : public Kyr::Common::Module::IMessagePublisher {
-  public:
-    using Message = boost::shared_ptr<Kyr::Common::Kernel::IMessage>;
-
-    std::vector<Message> messages;
-    std::function<void(const Message&)> onPublish;  // called first
-
-    void Publish(const Message& message) override {
-        if (onPublish) {
-            onPublish(message);
-        }
-        messages.push_back(message);
-    }
-};
+using Kyr::Test::CRecordingPublisher;
 
 class CollectionFixture : public testing::Test {
   protected:

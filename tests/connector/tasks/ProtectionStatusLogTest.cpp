@@ -1,0 +1,108 @@
+#include "connector/tasks/ProtectionStatusLog.h"
+#include "tests/connector/tasks/CommonTaskFixture.h"
+
+namespace Kyr::Connectors::Common::Tasks {
+namespace {
+
+using Kyr::Common::Message::Logs::CStatusLog;
+using Kyr::Test::ThrownText;
+using testing::ElementsAre;
+
+class ProtectionStatusLogTest : public CommonTaskFixture {
+  protected:
+    /// A record as a status of 1 or 2 gives it.
+    static CProtectionStatusRecord Problem(std::uint32_t status = 1) {
+        return {status, 3, 0x071000000000021F, 0x11, 0x22, 0x33};
+    }
+    static CProtectionStatusRecord Fine() { return {0, 1, 0x071000000000021E, 0x11, 0x22, {}}; }
+    static CProtectionStatusRecord NotAvailable() {
+        CProtectionStatusRecord record;
+        record.status = 0xFFFFFFFF;
+        return record;
+    }
+    boost::shared_ptr<CStatusLog> Make(const std::vector<CProtectionStatusRecord>& records,
+                                       std::int32_t productType = 17) const {
+        return MakeProtectionStatusLog(records,
+                                       {instance->GetInstanceUUID(), kProduct, productType, clock});
+    }
+    void ExpectAllIsWell(const CStatusLog& log) const {
+        ASSERT_EQ(log.GetSymbols()->GetRowCount(), 1u);
+        const auto row = log.GetSymbols()->GetRow(0);
+        EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
+        EXPECT_EQ(row->GetInt32(241), 1);
+        EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+        EXPECT_EQ(row->GetUtcTime(242).year(), 2023);
+        EXPECT_EQ(row->GetInt64(244), 17);
+        EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
+        EXPECT_EQ(row->GetResourceId(246), 0x071000000000022Bu);
+        EXPECT_EQ(row->GetResourceId(247), 0x071000000000021Eu);
+        EXPECT_EQ(row->GetResourceId(248), 0xFFFFFFFFFFFFFFFFu);
+        EXPECT_TRUE(log.IsValid());
+    }
+};
+
+TEST_F(ProtectionStatusLogTest, ProblemIsARowInTheOrderOfSetting) {
+    const auto log = Make({Problem()});
+    EXPECT_EQ(static_cast<int>(log->GetMessageType()), 10044);
+    ASSERT_EQ(log->GetSymbols()->GetRowCount(), 1u);
+    EXPECT_THAT(Ids(*log->GetSymbols()->GetRow(0)),
+                ElementsAre(241, 235, 242, 244, 245, 246, 247, 248, 4298));
+    EXPECT_TRUE(log->IsValid());
+}
+
+TEST_F(ProtectionStatusLogTest, RowHoldsTheValuesOfTheRecord) {
+    const auto row = Make({Problem()})->GetSymbols()->GetRow(0);
+    EXPECT_EQ(row->GetInt64(241), 3);
+    EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+    EXPECT_EQ(row->GetUtcTime(242).hour(), 22);
+    EXPECT_EQ(row->GetInt64(244), 17);
+    EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
+    EXPECT_EQ(row->GetResourceId(246), 0x11u);
+    EXPECT_EQ(row->GetResourceId(247), 0x071000000000021Fu);
+    EXPECT_EQ(row->GetResourceId(248), 0x22u);
+    EXPECT_EQ(row->GetResourceId(4298), 0x33u);
+}
+
+TEST_F(ProtectionStatusLogTest, NoDescriptionIsNoSymbol) {
+    CProtectionStatusRecord problem = Problem(2);
+    problem.descriptionId.reset();
+    const auto row = Make({problem})->GetSymbols()->GetRow(0);
+    EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
+}
+
+TEST_F(ProtectionStatusLogTest, OnlyProblemsAreRows) {
+    const auto rows = Make({Fine(), Problem(1), NotAvailable(), Problem(2), Fine()})->GetSymbols();
+    EXPECT_EQ(rows->GetRowCount(), 2u);
+}
+
+TEST_F(ProtectionStatusLogTest, NoRecordsAreOneRowThatSaysAllIsWell) {
+    ExpectAllIsWell(*Make({}));
+}
+
+TEST_F(ProtectionStatusLogTest, FineRecordsAreOneRowThatSaysAllIsWell) {
+    ExpectAllIsWell(*Make({Fine(), Fine()}));
+}
+
+TEST_F(ProtectionStatusLogTest, RecordsThatAreNotAvailableAreOneRowThatSaysAllIsWell) {
+    ExpectAllIsWell(*Make({NotAvailable(), Fine()}));
+}
+
+TEST_F(ProtectionStatusLogTest, NegativeProductTypeKeepsItsSign) {
+    EXPECT_EQ(Make({Problem()}, -2)->GetSymbols()->GetRow(0)->GetInt64(244), -2);
+    EXPECT_EQ(Make({}, -2)->GetSymbols()->GetRow(0)->GetInt64(244), -2);
+}
+
+TEST_F(ProtectionStatusLogTest, LogAndRowsAreReadOnly) {
+    const auto log = Make({Problem()});
+    EXPECT_TRUE(log->IsReadOnly());
+    EXPECT_EQ(ThrownText([&] { log->GetSymbols()->GetRow(0)->AddInt32(1, 1); }),
+              "Cannot add symbol 1: container is locked");
+}
+
+TEST_F(ProtectionStatusLogTest, InstanceThatIsNoUuidIsRefused) {
+    instance->uuid = "nobody";
+    EXPECT_EQ(ThrownText([&] { Make({}); }), "invalid uuid string");
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Tasks

@@ -1,0 +1,101 @@
+// How much memory the status task holds at most while it turns a large reply into a log. A program
+// of its own: it counts every allocation of the process.
+#include <atomic>
+#include <cstdlib>
+#include <malloc.h>
+#include <new>
+
+#include "connector/tasks/GetStatusTask.h"
+#include "tests/connector/tasks/CommonTaskFixture.h"
+
+namespace {
+
+std::atomic<std::size_t> held{0};
+std::atomic<std::size_t> most{0};
+
+void* Allocate(std::size_t size) {
+    void* const memory = std::malloc(size);
+    if (memory == nullptr) {
+        throw std::bad_alloc();
+    }
+    const std::size_t now = held += malloc_usable_size(memory);
+    if (now > most) {
+        most = now;
+    }
+    return memory;
+}
+
+void Release(void* memory) {
+    held -= malloc_usable_size(memory);
+    std::free(memory);
+}
+
+}  // namespace
+
+void* operator new(std::size_t size) {
+    return Allocate(size);
+}
+void* operator new[](std::size_t size) {
+    return Allocate(size);
+}
+void operator delete(void* memory) noexcept {
+    Release(memory);
+}
+void operator delete[](void* memory) noexcept {
+    Release(memory);
+}
+void operator delete(void* memory, std::size_t) noexcept {
+    Release(memory);
+}
+void operator delete[](void* memory, std::size_t) noexcept {
+    Release(memory);
+}
+
+namespace Kyr::Connectors::Common::Tasks {
+namespace {
+
+class CNoLines final : public ILogger {
+  public:
+    CLogLine GetLog(int level) override { return CLogLine(sink_, level, ""); }
+
+  private:
+    class CSink : public Kyr::Common::Kernel::ILoggerResource {
+        void Log(const std::string&, int, const std::string&) override {}
+    };
+    const boost::shared_ptr<CSink> sink_ = boost::make_shared<CSink>();
+};
+
+class StatusMemoryTest : public CommonTaskFixture {
+  protected:
+    /// The most memory held beside what was held before, as a multiple of the reply's size.
+    double MultipleOf(int records) {
+        std::string xml = "<TULK><SECTION><STATUS>";
+        for (int count = 0; count < records; ++count) {
+            xml += R"(<RECORD STATUS="1" CATEGORY_RES_ID="71000000000022C")"
+                   R"( STATUS_RES_ID="7100000000002FF" DESCRIPTION_RES_ID="7100000000003FF"/>)";
+        }
+        const Bytes reply = ReplyWith(Kyr::Test::TextBytes(xml + "</STATUS></SECTION></TULK>"));
+        CGetStatusTask::BufferReceiver receiver(boost::make_shared<CNoLines>(), publisher, kProduct,
+                                                17, factory, instance, clock);
+        const std::size_t before = held;
+        most = before;
+        receiver.OnBufferReceived(reply);
+        const double multiple =
+            static_cast<double>(most - before) / static_cast<double>(reply.size());
+        RecordProperty("multiple_of_the_reply", std::to_string(multiple));
+        return multiple;
+    }
+};
+
+TEST_F(StatusMemoryTest, LargeStatusHoldsASmallMultipleOfItsReply) {
+    EXPECT_LT(MultipleOf(10000), 30.0);
+    EXPECT_EQ(publisher->messages.size(), 1u);
+}
+
+TEST_F(StatusMemoryTest, MultipleDoesNotGrowWithTheReply) {
+    const double small = MultipleOf(1000);
+    EXPECT_LT(MultipleOf(10000), small * 1.5);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common::Tasks
