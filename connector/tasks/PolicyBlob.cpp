@@ -42,10 +42,9 @@ Inflated Inflate(CompressedBlob& compressed, std::size_t sourceLength, std::stri
         uncompress(reinterpret_cast<Bytef*>(inflated.bytes.data()), &length,
                    reinterpret_cast<const Bytef*>(source.data()), static_cast<uLong>(sourceLength));
     inflated.tooLarge = result == Z_BUF_ERROR && room < stated;
-    if (result == Z_BUF_ERROR) {
-        Add(damage, "more than " + std::to_string(room) + " bytes");
-    } else if (result != Z_OK) {
-        Add(damage, "does not inflate (zlib " + std::to_string(result) + ")");
+    if (result != Z_OK) {
+        Add(damage, "does not inflate to " + std::to_string(room) + " bytes (zlib " +
+                        std::to_string(result) + ")");
     } else if (length != stated) {
         Add(damage, std::to_string(length) + " bytes instead of " + std::to_string(stated));
     }

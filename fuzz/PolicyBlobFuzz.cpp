@@ -1,0 +1,18 @@
+// The policy in a policy message: a protobuf message, a zlib stream and another protobuf message.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+
+#include "connector/tasks/PolicyBlob.h"
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    using namespace Kyr::Connectors::Common::Tasks;
+    const PolicyText policy =
+        ReadPolicyBlob(std::string(reinterpret_cast<const char*>(data), size));
+    // Whatever the blob states: nothing is too large that cannot be, and the damage is told.
+    if (policy.text ? policy.text->size() > kLargestPolicy : policy.damage.empty()) {
+        std::abort();
+    }
+    return 0;
+}
