@@ -2,6 +2,7 @@
 //   u32 count, count x u32 id, count x (u32 tag, value)
 // Value: 8 bytes for integer, double, resource id and time (its tick count); 16 bytes for a uuid;
 // one byte for a bool; u32 length and bytes for string and blob.
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <ios>
@@ -28,6 +29,9 @@ enum Tag : std::uint32_t {
     kTagBool = 7,
     kTagBlob = 8,
 };
+
+/// A tag and a bool.
+constexpr std::size_t kSmallestEntry = 5;
 
 static_assert(sizeof(double) == sizeof(std::uint64_t), "a double takes eight bytes");
 
@@ -104,6 +108,7 @@ class CReader {
         rest_.remove_prefix(length);
         return taken;
     }
+    std::size_t Remaining() const { return rest_.size(); }
     std::uint32_t U32() { return Number<std::uint32_t>(); }
     std::uint64_t U64() { return Number<std::uint64_t>(); }
     std::string Text() { return std::string(Take(U32())); }
@@ -177,7 +182,8 @@ void CSymbolContainer::DeserializeFromBinary(const char* data, std::size_t lengt
     for (std::uint32_t index = 0; index < count; ++index) {
         ids.push_back(static_cast<std::int32_t>(reader.U32()));
     }
-    Reserve(ids.size());
+    // Nor are there more values than the rest of the bytes can hold.
+    Reserve(std::min(ids.size(), reader.Remaining() / kSmallestEntry));
     for (const std::int32_t id : ids) {
         Add(id, reader.Value(id));
     }

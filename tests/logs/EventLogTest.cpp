@@ -5,6 +5,7 @@
 
 #include "host/logs/LogDescriptorMapOverride.h"
 #include "logs/EventLog.h"
+#include "tests/support/GroupingLocale.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
@@ -55,6 +56,12 @@ TEST_F(EventLogTest, DeltaTypeIsNamedAfterTheDeltaLogType) {
 }
 
 TEST_F(EventLogTest, StatusTypeIsRefused) {
+    EXPECT_EQ(ThrownText([] { CEventLog log(kStatus); }),
+              "CEventLog: Message type 20003 is not event or delta log");
+}
+
+TEST_F(EventLogTest, TypeIsWrittenWithoutGrouping) {
+    const Kyr::Test::CGroupingLocale grouping;
     EXPECT_EQ(ThrownText([] { CEventLog log(kStatus); }),
               "CEventLog: Message type 20003 is not event or delta log");
 }

@@ -2,6 +2,7 @@
 
 #include "logs/SymbolTime.h"
 #include "tests/logs/SymbolFixture.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Common::Logs {
@@ -176,6 +177,31 @@ TEST_F(SymbolContainerBinaryTest, EveryTruncationIsAStreamFailure) {
 
 TEST_F(SymbolContainerBinaryTest, HugeCountIsAStreamFailure) {
     EXPECT_THROW(Read("FF FF FF FF  01 00 00 00"), std::ios_base::failure);
+}
+
+TEST_F(SymbolContainerBinaryTest, HugeCountAllocatesNothing) {
+    const Kyr::Test::CAllocationWatch watch;
+    EXPECT_THROW(Read("FF FF FF FF  01 00 00 00"), std::ios_base::failure);
+    EXPECT_LT(watch.Largest(), 4096u);
+}
+
+TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
+    // 65536 ids and the first two bytes of a tag; a value takes more in memory than its id.
+    std::string bytes("\x00\x00\x01\x00", 4);
+    for (int id = 0; id < 65536; ++id) {
+        bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8), 0, 0};
+    }
+    bytes += std::string(2, '\0');
+    const Kyr::Test::CAllocationWatch watch;
+    EXPECT_THROW(row_.DeserializeFromBinary(bytes), std::ios_base::failure);
+    EXPECT_LE(watch.Largest(), 2 * bytes.size());
+}
+
+TEST_F(SymbolContainerBinaryTest, HugeLengthAllocatesNothing) {
+    const Kyr::Test::CAllocationWatch watch;
+    EXPECT_THROW(Read("01 00 00 00  01 00 00 00  08 00 00 00  FF FF FF FF  00"),
+                 std::ios_base::failure);
+    EXPECT_LT(watch.Largest(), 4096u);
 }
 
 TEST_F(SymbolContainerBinaryTest, HugeLengthIsAStreamFailure) {

@@ -3,6 +3,7 @@
 #include "logs/SymbolTime.h"
 #include "tests/logs/ForeignSymbolContainer.h"
 #include "tests/logs/SymbolFixture.h"
+#include "tests/support/GroupingLocale.h"
 
 namespace Kyr::Common::Logs {
 namespace {
@@ -63,6 +64,14 @@ TEST_F(SymbolContainerTest, AddingTwiceIsRefused) {
     EXPECT_EQ(Thrown([&] { row_.AddBool(7, true); }), "Symbol 7 is already in container");
     EXPECT_EQ(row_.GetInt64(7), 1);
     EXPECT_EQ(row_.GetCount(), 1u);
+}
+
+TEST_F(SymbolContainerTest, NumbersInTextsAreNotGrouped) {
+    const Kyr::Test::CGroupingLocale grouping;
+    EXPECT_EQ(ThrownText([&] { row_.GetBool(1234567); }),
+              "Cannot find symbol 1234567 in symbol container");
+    EXPECT_EQ(ThrownText([&] { row_.GetBool(-1234567); }),
+              "Cannot find symbol -1234567 in symbol container");
 }
 
 TEST_F(SymbolContainerTest, UnknownSymbolCannotBeGot) {
