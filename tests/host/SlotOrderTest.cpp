@@ -2,6 +2,7 @@
 // calls another one across the library border.
 #include <gtest/gtest.h>
 
+#include "host/database/IMapper.h"
 #include "host/kernel/IModule.h"
 #include "host/kernel/Resources.h"
 #include "host/logs/ILockable.h"
@@ -14,6 +15,8 @@
 namespace Kyr::Common {
 namespace {
 
+using Database::IKeyValueAccessMapper;
+using Database::IOvRemediationActionsMapper;
 using Kernel::IBusResource;
 using Kernel::IDatabaseResource;
 using Kernel::IInstallConfigurationResource;
@@ -49,6 +52,12 @@ TEST(SlotOrderTest, Resources) {
     EXPECT_EQ(VirtualSlot(&ILoggerResource::Log), 2);
     EXPECT_EQ(VirtualSlot(&IInstallConfigurationResource::GetInstanceUUID), 12);
     EXPECT_EQ(VirtualSlot(&IDatabaseResource::GetMapper), 2);
+}
+
+TEST(SlotOrderTest, Mappers) {
+    EXPECT_EQ(VirtualSlot(&IKeyValueAccessMapper::GetValue), 1);
+    EXPECT_EQ(VirtualSlot(&IKeyValueAccessMapper::SetValue), 2);
+    EXPECT_EQ(VirtualSlot(&IOvRemediationActionsMapper::StoreActions), 1);
 }
 
 TEST(SlotOrderTest, Subscriber) {

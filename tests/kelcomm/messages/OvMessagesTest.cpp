@@ -121,6 +121,23 @@ TEST(OvMessagesTest, PayloadThatDoesNotParseIsNoError) {
     EXPECT_EQ(response.GetResponse()->logs_size(), 0);
 }
 
+TEST(OvMessagesTest, RecordsEndBeforeWhatFollowsATextThatIsNotUtf8) {
+    CGetEcsIndicatorLogsResponse response;
+    response.Deserialize(Payload("0A 01 61  0A 02 C3 28  0A 01 62  10 07"));
+    // The parser keeps the text that it refused, and sees nothing behind it.
+    ASSERT_EQ(response.GetResponse()->logs_size(), 2);
+    EXPECT_EQ(response.GetResponse()->logs(1), "\xC3\x28");
+    EXPECT_EQ(response.GetResponse()->result_code(), 0u);
+}
+
+TEST(OvMessagesTest, LargestPayloadLengthLeavesTheResponseEmpty) {
+    CGetEcsIndicatorLogsResponse response;
+    const auto reply = HexBytes("0C 00 00 00  00 00 00 00  FF FF FF FF  0A 01 61");
+    EXPECT_EQ(Kyr::Test::ThrownText([&] { response.Deserialize(reply); }),
+              Kyr::Test::kNotFullEnough);
+    EXPECT_FALSE(response.GetResponse());
+}
+
 TEST(OvMessagesTest, SecondPayloadReplacesTheMessage) {
     CGetEcsIndicatorLogsResponse response;
     response.Deserialize(Payload("0A 01 61"));
