@@ -75,8 +75,9 @@ void CWinOvGetEcsIndicatorLogsTask::BufferReceiver::OnBufferReceived(
     const auto records = ReadRecords<CGetEcsIndicatorLogsResponse>(
         messageFactory_->CreateGetEcsIndicatorLogsResponse(), reply);
     if (IsServed(records, kRefusals, *logger_)) {
-        PassOnEcsLogs<CDataMinerStoreEcsIndicatorLogs>(records->logs(), kPublishing, kOffsetKey,
-                                                       *logger_, *publisher_, *keyValueStore_);
+        PassOnEcsLogs<CDataMinerStoreEcsIndicatorLogs>(*records->mutable_logs(), kPublishing,
+                                                       kOffsetKey, *logger_, *publisher_,
+                                                       *keyValueStore_);
     }
 }
 

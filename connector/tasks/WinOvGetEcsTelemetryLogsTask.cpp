@@ -75,9 +75,9 @@ void CWinOvGetEcsTelemetryLogsTask::BufferReceiver::OnBufferReceived(
     const auto records = ReadRecords<CGetEcsTelemetryLogsResponse>(
         messageFactory_->CreateGetEcsTelemetryLogsResponse(), reply);
     if (IsServed(records, kRefusals, *logger_)) {
-        PassOnEcsLogs<CDataMinerStoreEcsTelemetryLogs>(records->telemetrylogs(), kPublishing,
-                                                       kOffsetKey, *logger_, *publisher_,
-                                                       *keyValueStore_);
+        PassOnEcsLogs<CDataMinerStoreEcsTelemetryLogs>(*records->mutable_telemetrylogs(),
+                                                       kPublishing, kOffsetKey, *logger_,
+                                                       *publisher_, *keyValueStore_);
     }
 }
 

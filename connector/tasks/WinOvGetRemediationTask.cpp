@@ -31,6 +31,7 @@ constexpr std::int32_t kBlockAction = 3;  // the product's number
 /// The block actions of a reply, each in its own serialization, in the product's order.
 std::vector<std::string> BlockActions(const GetRemediationActionsResponse& response) {
     std::vector<std::string> batch;
+    batch.reserve(static_cast<std::size_t>(response.actions_size()));
     for (const RemediationAction& action : response.actions()) {
         if (action.action_type() == kBlockAction) {
             batch.push_back(action.SerializeAsString());

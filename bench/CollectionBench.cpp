@@ -1,0 +1,157 @@
+// What a batch costs on its way from the bytes of a reply to the published message and the stored
+// offset, side by side with the parsing of the same protobuf bytes alone.
+//
+// Records and actions carry 1 KiB. The host takes a message and lets it go, as a queue would later,
+// and keeps its offset in memory: its own cost is not ours.
+#include <algorithm>
+#include <benchmark/benchmark.h>
+#include <stdexcept>
+#include <string>
+
+#include <boost/make_shared.hpp>
+
+#include "base/LittleEndian.h"
+#include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
+#include "connector/tasks/WinOvGetRemediationTask.h"
+#include "host/proto/ov_agent.pb.h"
+#include "kelcomm/messages/KelcommMessageFactory.h"
+#include "logs/DataMinerMessages.h"
+
+namespace {
+
+namespace Ov = Kyr::Connectors::OvAgentConnector;
+using Kyr::Connectors::Common::CLogLine;
+using Bytes = std::vector<unsigned char>;
+
+constexpr std::size_t kRecordSize = 1024;
+
+class CHost final : public Kyr::Connectors::Common::ILogger,
+                    public Kyr::Common::Module::IMessagePublisher,
+                    public Kyr::Common::Database::IKeyValueAccessMapper,
+                    public Kyr::Common::Database::IOvRemediationActionsMapper {
+  public:
+    CLogLine GetLog(int level) override { return {log_, level, "bench"}; }
+    void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override {
+        benchmark::DoNotOptimize(message.get());
+    }
+    std::string GetValue(const std::string& /*key*/) override { return offset_; }
+    bool SetValue(const std::string& /*key*/, const std::string& value) override {
+        offset_ = value;
+        return true;
+    }
+    bool StoreActions(const std::vector<std::string>& actions) override {
+        benchmark::DoNotOptimize(actions.data());
+        return true;
+    }
+    std::uint64_t Offset() const { return std::stoull(offset_); }
+
+  private:
+    class CLog : public Kyr::Common::Kernel::ILoggerResource {
+        void Log(const std::string& text, int /*level*/, const std::string& /*source*/) override {
+            benchmark::DoNotOptimize(text.data());
+        }
+    };
+
+    const boost::shared_ptr<CLog> log_ = boost::make_shared<CLog>();
+    std::string offset_ = "0";
+};
+
+GetEcsLogsResponse Records(std::int64_t count) {
+    GetEcsLogsResponse response;
+    for (std::int64_t i = 0; i < count; ++i) {
+        response.add_logs(std::string(kRecordSize, 'r'));
+    }
+    return response;
+}
+
+/// Every action blocks something, and has a field of 1 KiB that the module does not know.
+GetRemediationActionsResponse Actions(std::int64_t count) {
+    const std::string unknown = std::string("\x12\x80\x08", 3) + std::string(kRecordSize, 'a');
+    GetRemediationActionsResponse response;
+    for (std::int64_t i = 0; i < count; ++i) {
+        if (!response.add_actions()->ParseFromString(std::string("\x08\x03", 2) + unknown)) {
+            throw std::runtime_error("action");
+        }
+    }
+    return response;
+}
+
+template <typename Protobuf>
+Bytes Reply(const Protobuf& response) {
+    const std::string payload = response.SerializeAsString();
+    Bytes reply(12 + payload.size());
+    Kyr::Base::StoreLittleEndian<std::uint32_t>(reply.data(), 12);
+    Kyr::Base::StoreLittleEndian(reply.data() + 8, static_cast<std::uint32_t>(payload.size()));
+    std::copy(payload.begin(), payload.end(), reply.begin() + 12);
+    return reply;
+}
+
+/// The floor: the payload becomes a protobuf message and nothing more.
+template <typename Protobuf>
+void ParseAlone(benchmark::State& state, const Protobuf& source) {
+    const std::string payload = source.SerializeAsString();
+    for (auto _ : state) {
+        Protobuf response;
+        response.ParseFromArray(payload.data(), static_cast<int>(payload.size()));
+        benchmark::DoNotOptimize(&response);
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(payload.size()));
+}
+
+/// Runs the replies through `receiver`; all of the records must arrive.
+void Receive(benchmark::State& state, Kyr::Connectors::Common::IBufferReceiver& receiver,
+             const CHost& host, const Bytes& reply) {
+    for (auto _ : state) {
+        receiver.OnBufferReceived(reply);
+    }
+    if (host.Offset() != static_cast<std::uint64_t>(state.iterations() * state.range(0))) {
+        state.SkipWithError("records are missing");
+    }
+    state.SetBytesProcessed(state.iterations() * static_cast<std::int64_t>(reply.size() - 12));
+}
+
+void ParseRecords(benchmark::State& state) {
+    ParseAlone(state, Records(state.range(0)));
+}
+
+void EcsBatch(benchmark::State& state) {
+    const auto host = boost::make_shared<CHost>();
+    Ov::CWinOvGetEcsIndicatorLogsTask::BufferReceiver receiver(
+        host, {},
+        boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),
+        host, host);
+    Receive(state, receiver, *host, Reply(Records(state.range(0))));
+}
+
+/// What copying the records of a parsed response into the published message would cost on top.
+void CopyRecords(benchmark::State& state) {
+    const GetEcsLogsResponse response = Records(state.range(0));
+    for (auto _ : state) {
+        Kyr::Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs batch;
+        batch.SetLogs({response.logs().begin(), response.logs().end()});
+        benchmark::DoNotOptimize(&batch);
+    }
+}
+
+void ParseActions(benchmark::State& state) {
+    ParseAlone(state, Actions(state.range(0)));
+}
+
+void RemediationBatch(benchmark::State& state) {
+    const auto host = boost::make_shared<CHost>();
+    Ov::CWinOvGetRemediationTask::BufferReceiver receiver(
+        host, host, {},
+        boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),
+        host, host);
+    Receive(state, receiver, *host, Reply(Actions(state.range(0))));
+}
+
+BENCHMARK(ParseRecords)->Arg(100)->Arg(10000);
+BENCHMARK(EcsBatch)->Arg(100)->Arg(10000);
+BENCHMARK(CopyRecords)->Arg(100)->Arg(10000);
+BENCHMARK(ParseActions)->Arg(100)->Arg(10000);
+BENCHMARK(RemediationBatch)->Arg(100)->Arg(10000);
+
+}  // namespace
+
+BENCHMARK_MAIN();
