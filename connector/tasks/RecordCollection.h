@@ -1,23 +1,17 @@
-// What the tasks share that collect records from the Ov agent: each acts on triggers of one kind,
-// and looks first whether the product served its request.
+// What the tasks share that collect records from the Ov agent: each reads its reply, and looks
+// first whether the product served its request.
 //
 // Threads: the task-processing thread.
 #pragma once
 
-#include <cstdint>
 #include <vector>
 
 #include <boost/shared_ptr.hpp>
 
 #include "connector/ILogger.h"
 #include "connector/channel/ChannelMessage.h"
-#include "host/kernel/IMessage.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
-
-/// Whether `message` is a COvAgentRequest of this kind; see OvAgentRequestType.
-bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message,
-               std::int32_t requestType);
 
 /// Reads `reply` into `message`, a new response of the class `Response`, and returns the protobuf
 /// message in it: empty when the reply has no payload. Throws std::runtime_error for a short reply.

@@ -4,6 +4,7 @@
 
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/EcsLogs.h"
+#include "connector/tasks/ProductTrigger.h"
 #include "connector/tasks/RecordCollection.h"
 #include "kelcomm/messages/OvResponse.h"
 #include "logs/DataMinerMessages.h"
@@ -14,6 +15,8 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 using Common::Kelcomm::Messages::CGetEcsIndicatorLogsResponse;
+using Common::Tasks::IsTriggerOf;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Kyr::Common::Message::Connectors::OvAgentConnector::kEcsIndicatorLogs;
 using Kyr::Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
 
@@ -45,7 +48,7 @@ CWinOvGetEcsIndicatorLogsTask::~CWinOvGetEcsIndicatorLogsTask() = default;
 void CWinOvGetEcsIndicatorLogsTask::Execute(
     const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) {
     Common::WithCountedRetry([&] {
-        if (!IsTrigger(message, kEcsIndicatorLogs)) {
+        if (!IsTriggerOf<COvAgentRequest>(message, kEcsIndicatorLogs)) {
             return;
         }
         const std::uint64_t offset = ReadOffset(*keyValueStore_, kOffsetKey);

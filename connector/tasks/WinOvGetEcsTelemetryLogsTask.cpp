@@ -4,6 +4,7 @@
 
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/EcsLogs.h"
+#include "connector/tasks/ProductTrigger.h"
 #include "connector/tasks/RecordCollection.h"
 #include "kelcomm/messages/OvResponse.h"
 #include "logs/DataMinerMessages.h"
@@ -14,6 +15,8 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 using Common::Kelcomm::Messages::CGetEcsTelemetryLogsResponse;
+using Common::Tasks::IsTriggerOf;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Kyr::Common::Message::Connectors::OvAgentConnector::kEcsTelemetryLogs;
 using Kyr::Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
 
@@ -45,7 +48,7 @@ CWinOvGetEcsTelemetryLogsTask::~CWinOvGetEcsTelemetryLogsTask() = default;
 void CWinOvGetEcsTelemetryLogsTask::Execute(
     const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) {
     Common::WithCountedRetry([&] {
-        if (!IsTrigger(message, kEcsTelemetryLogs)) {
+        if (!IsTriggerOf<COvAgentRequest>(message, kEcsTelemetryLogs)) {
             return;
         }
         const std::uint64_t offset = ReadOffset(*keyValueStore_, kOffsetKey);

@@ -7,6 +7,7 @@
 #include <boost/make_shared.hpp>
 
 #include "connector/tasks/CountedRetry.h"
+#include "connector/tasks/ProductTrigger.h"
 #include "connector/tasks/RecordCollection.h"
 #include "connector/tasks/RecordOffset.h"
 #include "kelcomm/messages/OvResponse.h"
@@ -18,6 +19,8 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 using Common::Kelcomm::Messages::CGetOvRemediationResponse;
+using Common::Tasks::IsTriggerOf;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Kyr::Common::Message::Connectors::OvAgentConnector::kRemediationActions;
 using Kyr::Common::Message::DataMiners::CDataMinerOutOfOrderEventMessage;
 
@@ -63,7 +66,7 @@ CWinOvGetRemediationTask::~CWinOvGetRemediationTask() = default;
 void CWinOvGetRemediationTask::Execute(
     const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) {
     Common::WithCountedRetry([&] {
-        if (!IsTrigger(message, kRemediationActions)) {
+        if (!IsTriggerOf<COvAgentRequest>(message, kRemediationActions)) {
             return;
         }
         const std::uint64_t offset = ReadOffset(*keyValueStore_, kOffsetKey);
