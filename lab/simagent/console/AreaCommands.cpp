@@ -1,6 +1,5 @@
 #include "lab/simagent/console/AreaCommands.h"
 
-#include <limits>
 #include <stdexcept>
 
 #include "lab/simagent/Process.h"
@@ -34,25 +33,12 @@ AreaField ParseField(const std::string& name) {
     throw std::invalid_argument("'" + name + "' is none of " + names);
 }
 
-std::uint32_t ParseWord(const std::string& text) {
-    const std::uint64_t number = ParseNumber(text);
-    if (number > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::invalid_argument("'" + text + "' has more than 32 bits");
-    }
-    return static_cast<std::uint32_t>(number);
-}
-
 std::uint32_t ParseWordBelow(const std::string& text, std::uint32_t end) {
-    const std::uint32_t number = ParseWord(text);
+    const std::uint32_t number = ParseNumber32(text);
     if (number >= end) {
         throw std::invalid_argument("'" + text + "' is not below " + std::to_string(end));
     }
     return number;
-}
-
-/// What stands behind `key` and "=", or nothing.
-std::string ValueOf(const std::string& word, const std::string& key) {
-    return word.compare(0, key.size() + 1, key + "=") == 0 ? word.substr(key.size() + 1) : "";
 }
 
 std::uint32_t ParsePlace(const std::string& text) {
@@ -75,11 +61,11 @@ const CRow kRows[] = {
     {"healthy", 2, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
     {"set", 4,
      [](CBroadcastArea& area, const Words& words) {
-         area.Write(ParseField(words[2]), ParseWord(words[3]));
+         area.Write(ParseField(words[2]), ParseNumber32(words[3]));
      }},
     {"put", 4,
      [](CBroadcastArea& area, const Words& words) {
-         area.WriteWord(ParsePlace(words[2]), ParseWord(words[3]));
+         area.WriteWord(ParsePlace(words[2]), ParseNumber32(words[3]));
      }},
     {"move", 3,
      [](CBroadcastArea& area, const Words& words) {
@@ -87,7 +73,7 @@ const CRow kRows[] = {
      }},
     {"flicker", 4,
      [](CBroadcastArea& area, const Words& words) {
-         area.Flicker(ParseField(words[2]), ParseWord(words[3]));
+         area.Flicker(ParseField(words[2]), ParseNumber32(words[3]));
      }},
     {"hold", 2, [](CBroadcastArea& area, const Words&) { area.Hold(); }},
     {"release", 2, [](CBroadcastArea& area, const Words&) { area.Release(); }},
@@ -135,13 +121,13 @@ CLine Publish(CBroadcastArea& area, const Words& words) {
         }
         return answer;
     }
-    const std::string index = ValueOf(words[1], "index");
-    const std::string given = words.size() > 2 ? ValueOf(words[2], "value") : "";
+    const std::string index = ValueOf(words[1], "index").value_or("");
+    const std::string given = words.size() > 2 ? ValueOf(words[2], "value").value_or("") : "";
     if (index.empty() || words.size() > 3 || (words.size() > 2 && given.empty())) {
         throw std::invalid_argument("index=<n> and perhaps value=<number> are wanted");
     }
     const std::uint32_t place = ParseWordBelow(index, CAreaImage::kValues);
-    const std::uint32_t value = given.empty() ? area.Value(place) + 1 : ParseWord(given);
+    const std::uint32_t value = given.empty() ? area.Value(place) + 1 : ParseNumber32(given);
     area.SetValue(place, value);
     return answer.With("index", place).With("value", value);
 }

@@ -73,7 +73,7 @@ TEST_F(AreaCommandsTest, BroadcastWithoutAnIndexTellsThemAll) {
 
 TEST_F(AreaCommandsTest, BroadcastRefusesWhatIsNoValue) {
     EXPECT_EQ(Refusal("broadcast index=11"), "'11' is not below 11");
-    EXPECT_EQ(Refusal("broadcast index=1 value=4294967296"), "'4294967296' has more than 32 bits");
+    EXPECT_EQ(Refusal("broadcast index=1 value=4294967296"), "'4294967296' is too large");
     EXPECT_EQ(Refusal("broadcast 1"), "index=<n> and perhaps value=<number> are wanted");
     EXPECT_EQ(Refusal("broadcast index=1 1"), "index=<n> and perhaps value=<number> are wanted");
 }
