@@ -37,8 +37,8 @@ constexpr int kLeftSomethingBehind = 3;
 
 constexpr char kUsage[] =
     "usage: simagent [--victim=<program>] [--records=<file>] [--misbehave=\"<fault> ...\"]...\n"
-    "                [--build=<n>|--not-installed] [--install-only] [--wire] [--detached]\n"
-    "                [--colour=auto|always|never]\n"
+    "                [--build=<n>|--not-installed] [--install-only] [--nothing-new] [--wire]\n"
+    "                [--detached] [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -47,6 +47,7 @@ struct COptions {
     bool detached = false;
     bool coloured = false;
     bool installOnly = false;
+    bool nothingNew = false;
     std::optional<std::int32_t> build = kUsualBuild;
     std::string victim;
     std::optional<std::string> records;
@@ -59,6 +60,7 @@ void ReadOptions(int argc, char** argv, COptions& options) {
     options.wire = arguments.TakeFlag("wire");
     options.detached = arguments.TakeFlag("detached");
     options.installOnly = arguments.TakeFlag("install-only");
+    options.nothingNew = arguments.TakeFlag("nothing-new");
     if (const auto build = arguments.TakeValue("build")) {
         options.build = ParseBuild(*build);
     }
@@ -82,6 +84,13 @@ void Register(IRegistration& registration, const COptions& options) {
         registration.Install(*options.build);
     } else {
         registration.Uninstall();
+    }
+}
+
+/// Makes all values of the area what a connector that has read none takes for read (protocol).
+void AnnounceNothing(CBroadcastArea& area) {
+    for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
+        area.SetValue(index, 0xFFFFFFFF);
     }
 }
 
@@ -135,6 +144,9 @@ void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
                       LiveCommands(telemetry, sink)});
     if (!options.installOnly) {
         area.Open();  // who finds a port open finds the area, too
+        if (options.nothingNew) {
+            AnnounceNothing(area);
+        }
         console.OpenPorts();
     }
     Register(*registration, options);

@@ -421,5 +421,13 @@ TEST_F(EndToEndRegistrationTest, ProductMayServeWithoutBeingInstalled) {
     EXPECT_EQ("", Build());
 }
 
+TEST_F(EndToEndTest, AgentWithNothingNewHasOnlyValuesThatCountAsRead) {
+    Run({"--nothing-new"});
+
+    const CLine values = Command("broadcast");
+    EXPECT_EQ("4294967295", Field(values, "2"));
+    EXPECT_EQ("4294967295", Field(values, "10"));
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::SimAgent
