@@ -1,0 +1,85 @@
+// One life of the real module, told by the bytes of an input: what the host delivers, what the
+// product answers, how time passes, when the host has enough of it.
+//
+//     input = *( operation argument )        one byte each; an operation modulo the number of them
+//
+// Everything runs in virtual time and by turns (TurnClock.h), so that an input always tells the
+// same life. Whatever it tells, the life must end, in order: no thread is left, every message that
+// was delivered is counted and let go, and so is every delivery context.
+//
+// Not in it: replies of the host's request scheme, whose thread is started by the pushing one.
+// Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/thread/thread.hpp>
+#include <boost/weak_ptr.hpp>
+
+#include "fuzz/TurnClock.h"
+#include "module/OvAgentConnectorModule.h"
+#include "tests/support/FakeHost.h"
+#include "tests/support/FakeKelcommClient.h"
+
+namespace Kyr::Fuzz {
+
+class CConversation {
+  public:
+    CConversation();
+    ~CConversation();
+    CConversation(const CConversation&) = delete;
+    CConversation& operator=(const CConversation&) = delete;
+
+    void Run(const std::uint8_t* data, std::size_t size);
+
+    /// What the module has logged.
+    const std::vector<std::string>& Lines() const { return lines_; }
+
+  private:
+    class CBuild;
+    class CLog;
+    struct COperation;
+    using Argument = std::uint8_t;
+    using Module = Connectors::OvAgentConnector::COvAgentConnectorModule;
+    static const COperation kOperations[];
+
+    void DeliverTask(Argument argument);
+    void DeliverTrigger(Argument argument);
+    void DeliverStranger(Argument argument);
+    void AnswerOnce(Argument argument);
+    void AnswerAlways(Argument argument);
+    void AnswerPings(Argument argument);
+    void SetArea(Argument argument);
+    void SetKey(Argument argument);
+    void SetBuild(Argument argument);
+    void PassTime(Argument argument);
+    void PassToNextWait(Argument argument);
+    void HostCalls(Argument argument);
+
+    void Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message);
+    /// On a thread of its own, since it may wait for the module's. Gives time until it returns.
+    void Call(const std::function<void()>& call);
+    void End();
+    void ExpectAccountsToBalance() const;
+
+    // Only by whoever has the turn.
+    std::uint64_t activity_ = 0;
+    std::vector<std::string> lines_;
+
+    const boost::shared_ptr<Test::CKelcommScript> product_;
+    const boost::shared_ptr<CTurnClock> clock_;
+    const boost::shared_ptr<CBuild> build_;
+    std::unique_ptr<Test::CFakeHost> host_;
+    std::unique_ptr<Module> module_;
+    bool stopped_ = false;
+    std::uint64_t delivered_ = 0;
+    std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;
+    std::vector<boost::weak_ptr<Common::Kernel::IDeliveryContext>> contexts_;
+};
+
+}  // namespace Kyr::Fuzz

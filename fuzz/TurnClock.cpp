@@ -1,0 +1,260 @@
+#include "fuzz/TurnClock.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <string>
+#include <unistd.h>
+
+#include <boost/thread/thread.hpp>
+
+namespace Kyr::Fuzz {
+
+namespace {
+
+constexpr std::int64_t kStartTime = 1700000000;
+
+// Our own choices. A round that changes nothing is the last one, and every round does something
+// that the input asked for: far fewer suffice.
+constexpr int kMostRounds = 5000;
+constexpr std::chrono::seconds kPatience(20);
+constexpr int kSleepingLooks = 4;
+
+std::size_t CountThreads() {
+    const std::filesystem::directory_iterator tasks("/proc/self/task");
+    return static_cast<std::size_t>(std::distance(begin(tasks), end(tasks)));
+}
+
+/// Whether the thread sleeps in the system.
+bool Sleeps(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    const std::size_t name = text.rfind(')');
+    return name != std::string::npos && text.compare(name, 3, ") S") == 0;
+}
+
+[[noreturn]] void GiveUp(const char* why) {
+    std::fprintf(stderr, "turn clock: %s\n", why);
+    std::abort();
+}
+
+}  // namespace
+
+struct CTurnClock::CParticipant {
+    pid_t thread = ::gettid();
+    bool waiting = false;
+    bool turn = false;
+    bool ended = false;
+    std::optional<Milliseconds> deadline;
+};
+
+CTurnClock::CTurnClock(std::function<std::uint64_t()> activity)
+    : activity_(std::move(activity)), otherThreads_(CountThreads()) {}
+
+CTurnClock::~CTurnClock() = default;
+
+std::int64_t CTurnClock::CalendarTime() const {
+    const Lock lock(mutex_);
+    return kStartTime + std::chrono::duration_cast<std::chrono::seconds>(now_).count();
+}
+
+void CTurnClock::SleepFor(Milliseconds duration) {
+    boost::this_thread::interruption_point();
+    Milliseconds deadline;
+    {
+        const Lock lock(mutex_);
+        deadline = now_ + duration;
+    }
+    for (;;) {
+        {
+            const Lock lock(mutex_);
+            if (now_ >= deadline) {
+                return;
+            }
+        }
+        Yield(deadline);
+        boost::this_thread::interruption_point();
+    }
+}
+
+void CTurnClock::Wait(boost::condition_variable& /*condition*/, Lock& lock) {
+    boost::this_thread::interruption_point();
+    lock.unlock();
+    Yield(std::nullopt);
+    lock.lock();
+    boost::this_thread::interruption_point();
+}
+
+bool CTurnClock::WaitFor(boost::condition_variable& /*condition*/, Lock& lock,
+                         Milliseconds timeout) {
+    boost::this_thread::interruption_point();
+    Milliseconds deadline;
+    {
+        const Lock own(mutex_);
+        deadline = now_ + timeout;
+    }
+    lock.unlock();
+    Yield(deadline);
+    lock.lock();
+    boost::this_thread::interruption_point();
+    const Lock own(mutex_);
+    return now_ < deadline;
+}
+
+void CTurnClock::Enter() {
+    Yield(std::nullopt);
+}
+
+void CTurnClock::Yield(std::optional<Milliseconds> deadline) {
+    // An interruption waits for the turn, too.
+    const boost::this_thread::disable_interruption notNow;
+    const auto self = Self();
+    Lock lock(mutex_);
+    self->deadline = deadline;
+    self->waiting = true;
+    changed_.notify_all();
+    while (!self->turn) {
+        changed_.wait(lock);
+    }
+    self->turn = false;
+    self->waiting = false;
+}
+
+std::shared_ptr<CTurnClock::CParticipant> CTurnClock::Self() {
+    Lock lock(mutex_);
+    const pid_t thread = ::gettid();
+    for (const auto& participant : participants_) {
+        if (participant->thread == thread && !participant->ended) {
+            return participant;
+        }
+    }
+    const auto self = std::make_shared<CParticipant>();
+    participants_.push_back(self);
+    ++comings_;
+    lock.unlock();
+    boost::this_thread::at_thread_exit([this, self] {
+        const Lock inner(mutex_);
+        self->ended = true;
+        ++comings_;
+        changed_.notify_all();
+    });
+    return self;
+}
+
+void CTurnClock::Settle() {
+    AwaitRest();
+    for (int round = 0; round < kMostRounds; ++round) {
+        if (!OneRound()) {
+            return;
+        }
+    }
+    GiveUp("the threads never come to an end");
+}
+
+// True when something has happened.
+bool CTurnClock::OneRound() {
+    const std::uint64_t activity = activity_();
+    Lock lock(mutex_);
+    const std::uint64_t comings = comings_;
+    lock.unlock();
+    bool somebodyLeft = false;
+    for (const auto& participant : Participants()) {
+        somebodyLeft = GiveTurn(participant) || somebodyLeft;
+    }
+    lock.lock();
+    participants_.erase(std::remove_if(participants_.begin(), participants_.end(),
+                                       [](const auto& one) { return one->ended; }),
+                        participants_.end());
+    return somebodyLeft || comings_ != comings || activity_() != activity;
+}
+
+bool CTurnClock::GiveTurn(const std::shared_ptr<CParticipant>& participant) {
+    Lock lock(mutex_);
+    if (!participant->waiting) {
+        return false;  // ended, or waits outside
+    }
+    participant->turn = true;
+    changed_.notify_all();
+    lock.unlock();
+    AwaitRest();
+    lock.lock();
+    return !participant->waiting;
+}
+
+void CTurnClock::AwaitRest() {
+    const auto end = std::chrono::steady_clock::now() + kPatience;
+    while (!IsAtRest()) {
+        if (std::chrono::steady_clock::now() > end) {
+            GiveUp("a thread runs for ever");
+        }
+        Lock lock(mutex_);
+        changed_.wait_for(lock, boost::chrono::microseconds(50));
+    }
+}
+
+bool CTurnClock::IsAtRest() const {
+    for (int look = 0; look < kSleepingLooks; ++look) {
+        bool outside = false;
+        std::size_t alive = otherThreads_;
+        for (const auto& participant : Participants()) {
+            const Lock lock(mutex_);
+            alive += participant->ended ? 0 : 1;
+            if (participant->ended || (participant->waiting && !participant->turn)) {
+                continue;
+            }
+            if (participant->turn || !Sleeps(participant->thread)) {
+                return false;
+            }
+            outside = true;
+        }
+        // A thread that is not known yet is on its way to its first wait, or to its end.
+        if (CountThreads() != alive) {
+            return false;
+        }
+        if (!outside) {
+            return true;
+        }
+        ::usleep(100);
+    }
+    return true;
+}
+
+std::vector<std::shared_ptr<CTurnClock::CParticipant>> CTurnClock::Participants() const {
+    const Lock lock(mutex_);
+    return participants_;
+}
+
+void CTurnClock::Advance(Milliseconds duration) {
+    {
+        const Lock lock(mutex_);
+        now_ += duration;
+    }
+    Settle();
+}
+
+std::optional<CTurnClock::Milliseconds> CTurnClock::UntilNextDeadline() const {
+    const Lock lock(mutex_);
+    std::optional<Milliseconds> next;
+    for (const auto& participant : participants_) {
+        if (!participant->ended && participant->deadline && *participant->deadline > now_ &&
+            (!next || *participant->deadline < *next)) {
+            next = participant->deadline;
+        }
+    }
+    return next ? std::optional<Milliseconds>(*next - now_) : std::nullopt;
+}
+
+std::size_t CTurnClock::Threads() const {
+    std::size_t alive = 0;
+    for (const auto& participant : Participants()) {
+        const Lock lock(mutex_);
+        alive += participant->ended ? 0 : 1;
+    }
+    return alive;
+}
+
+}  // namespace Kyr::Fuzz

@@ -1,0 +1,81 @@
+// Virtual time for the module's own threads: they take turns, one at a time, in an order that is
+// always the same, and time moves only when a conductor says so.
+//
+// Every wait of the module goes through its clock. Here a wait gives the turn back; whoever gets it
+// next wakes, as waits may, without a reason, looks whether its condition holds, and waits again.
+// So nobody needs to be signalled, and nobody runs while another does. A thread that waits outside
+// the clock, to join another, is recognised by its state in the system and passed over until it
+// moves again by itself.
+//
+// Limits: Linux. A thread that has been joined and the one that joined it run on at the same time
+// for a moment. Locks are not scheduled: a thread that waits for one is taken for a joining one.
+//
+// Threads: the conductor's operations belong to one thread; the clock's to every other.
+// Errors: threads that do not come to rest end the process, with a line that says so.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "base/Clock.h"
+
+namespace Kyr::Fuzz {
+
+class CTurnClock final : public Base::IClock {
+  public:
+    using Milliseconds = std::chrono::milliseconds;
+
+    /// `activity` grows whenever a thread has done something that the outside can see.
+    /// REQUIRES: every thread of the process that is alive now stays alive, and starts none.
+    explicit CTurnClock(std::function<std::uint64_t()> activity);
+    ~CTurnClock() override;
+
+    std::int64_t CalendarTime() const override;
+    void SleepFor(Milliseconds duration) override;
+    void Wait(boost::condition_variable& condition,
+              boost::unique_lock<boost::mutex>& lock) override;
+    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+                 Milliseconds timeout) override;
+
+    // For the conductor.
+
+    /// Gives everybody turns until nobody does anything any more.
+    void Settle();
+    /// Moves time, and settles.
+    void Advance(Milliseconds duration);
+    /// The time until the next wait of anybody ends; nothing when none has an end.
+    std::optional<Milliseconds> UntilNextDeadline() const;
+    /// How many of the module's threads are alive.
+    std::size_t Threads() const;
+
+    // For a thread that the conductor has started.
+
+    /// Waits for a first turn.
+    void Enter();
+
+  private:
+    struct CParticipant;
+    using Lock = boost::unique_lock<boost::mutex>;
+
+    void Yield(std::optional<Milliseconds> deadline);
+    std::shared_ptr<CParticipant> Self();
+    bool OneRound();
+    /// True when the thread, instead of waiting for the next turn, has left the clock.
+    bool GiveTurn(const std::shared_ptr<CParticipant>& participant);
+    void AwaitRest();
+    bool IsAtRest() const;
+    std::vector<std::shared_ptr<CParticipant>> Participants() const;
+
+    const std::function<std::uint64_t()> activity_;
+    const std::size_t otherThreads_;
+
+    mutable boost::mutex mutex_;  // guards everything below
+    boost::condition_variable changed_;
+    std::vector<std::shared_ptr<CParticipant>> participants_;  // in the order of their first waits
+    Milliseconds now_{0};
+    std::uint64_t comings_ = 0;  // and goings
+};
+
+}  // namespace Kyr::Fuzz
