@@ -47,8 +47,8 @@ void Read(Kyr::Test::CScriptedNative& native, const std::uint8_t* reads, std::si
                 std::terminate();  // nothing has changed meanwhile
             }
         } catch (const std::runtime_error& error) {
-            missing = missing || std::string(error.what()).find("serverPluginSize") !=
-                                     std::string::npos;
+            missing =
+                missing || std::string(error.what()).find("serverPluginSize") != std::string::npos;
         }
     }
 }

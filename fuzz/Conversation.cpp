@@ -27,9 +27,12 @@ constexpr int kMostWaitsOfACall = 200;
 constexpr std::size_t kMostOperations = 64;
 
 const char* const kIdentifiers[] = {"6ba7b810-9dad-11d1-80b4-00c04fd430c8", "", "no-uuid"};
-const char* const kKeys[] = {"XDR_ENABLED",      "XDR_HOST",
-                             "XDR_OFFSET",       "XDR_TELEMETRY_OFFSET",
-                             "OV_REMEDIATION_ENABLED", "OV_REMEDIATION_OFFSET"};
+const char* const kKeys[] = {"XDR_ENABLED",
+                             "XDR_HOST",
+                             "XDR_OFFSET",
+                             "XDR_TELEMETRY_OFFSET",
+                             "OV_REMEDIATION_ENABLED",
+                             "OV_REMEDIATION_OFFSET"};
 const char* const kTexts[] = {"", "1", "0", "true", "+1", "-1", "18446744073709551615", "1x"};
 
 [[noreturn]] void Broken(const char* promise) {
@@ -95,11 +98,11 @@ struct CConversation::COperation {
 };
 
 const CConversation::COperation CConversation::kOperations[] = {
-    {&CConversation::DeliverTask},  {&CConversation::DeliverTrigger},
+    {&CConversation::DeliverTask},     {&CConversation::DeliverTrigger},
     {&CConversation::DeliverStranger}, {&CConversation::AnswerOnce},
-    {&CConversation::AnswerAlways}, {&CConversation::AnswerPings},
-    {&CConversation::SetArea},      {&CConversation::SetKey},
-    {&CConversation::SetBuild},     {&CConversation::PassTime},
+    {&CConversation::AnswerAlways},    {&CConversation::AnswerPings},
+    {&CConversation::SetArea},         {&CConversation::SetKey},
+    {&CConversation::SetBuild},        {&CConversation::PassTime},
     {&CConversation::PassToNextWait},  {&CConversation::HostCalls},
 };
 
@@ -175,10 +178,9 @@ void CConversation::DeliverTrigger(Argument argument) {
 
 // A message of a class that its type does not promise.
 void CConversation::DeliverStranger(Argument argument) {
-    constexpr MessageType kTypes[] = {MessageType::KillProcessByPid,
-                                      MessageType::BlockExecutableByHash,
-                                      MessageType::OvAgentRequest, MessageType::ApplyPolicy,
-                                      MessageType::RequestConfiguration};
+    constexpr MessageType kTypes[] = {
+        MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
+        MessageType::OvAgentRequest, MessageType::ApplyPolicy, MessageType::RequestConfiguration};
     Deliver(Test::MakeMessage("stranger", kTypes[argument % std::size(kTypes)]));
 }
 
@@ -209,8 +211,8 @@ void CConversation::SetKey(Argument argument) {
 void CConversation::SetBuild(Argument argument) {
     constexpr std::int64_t kBuilds[] = {5600, 5542, 5543, 5057, 5058, -1, 0};
     const std::size_t choice = argument % (std::size(kBuilds) + 1);
-    build_->build = choice < std::size(kBuilds) ? std::optional<std::int64_t>(kBuilds[choice])
-                                                : std::nullopt;
+    build_->build =
+        choice < std::size(kBuilds) ? std::optional<std::int64_t>(kBuilds[choice]) : std::nullopt;
 }
 
 void CConversation::PassTime(Argument argument) {

@@ -20,8 +20,8 @@ constexpr std::uint8_t kPassToNextWait = 10;
 constexpr std::uint8_t kHostCalls = 11;
 
 // Arguments.
-constexpr std::uint8_t kRefuse = 4;         // of an answer
-constexpr std::uint8_t kUnreachable = 1;    // of an answer to pings
+constexpr std::uint8_t kRefuse = 4;          // of an answer
+constexpr std::uint8_t kUnreachable = 1;     // of an answer to pings
 constexpr std::uint8_t kStopGracefully = 1;  // of a call
 
 std::vector<std::string> Life(const std::vector<std::uint8_t>& input) {
@@ -71,9 +71,9 @@ TEST(ConversationTest, GracefulStopEndsTheQueue) {
 }
 
 TEST(ConversationTest, SameInputTellsTheSameLife) {
-    const std::vector<std::uint8_t> input = {kTask, 0,   kAnswerAlways, kRefuse, kTask,
-                                             1,     kPassToNextWait, 7, kTask,  200,
-                                             kAnswerAlways, 0, kPassToNextWait, 15};
+    const std::vector<std::uint8_t> input = {
+        kTask, 0,   kAnswerAlways, kRefuse, kTask,           1, kPassToNextWait, 7,
+        kTask, 200, kAnswerAlways, 0,       kPassToNextWait, 15};
     const auto first = Life(input);
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(Life(input), first);
