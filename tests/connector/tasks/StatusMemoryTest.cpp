@@ -14,7 +14,7 @@ namespace {
 std::atomic<std::size_t> held{0};
 std::atomic<std::size_t> most{0};
 
-void* Allocate(std::size_t size) {
+[[gnu::noinline]] void* Allocate(std::size_t size) {
     void* const memory = std::malloc(size);
     if (memory == nullptr) {
         throw std::bad_alloc();
@@ -26,7 +26,7 @@ void* Allocate(std::size_t size) {
     return memory;
 }
 
-void Release(void* memory) {
+[[gnu::noinline]] void Release(void* memory) {
     held -= malloc_usable_size(memory);
     std::free(memory);
 }
