@@ -1,0 +1,2 @@
+# Util's package asks for this one, but ours is built without it (scripts/windows/build-dependencies).
+set(PocoJSON_FOUND TRUE)
