@@ -1,6 +1,6 @@
 // What the port layer makes of a packet from a hostile peer, before it uses any of it.
 //
-// An input is one byte, how many descriptors came along (at most the layer's own limit), and the
+// An input is one byte, how many handles came along (at most the layer's own limit), and the
 // packet as the socket hands it over.
 #include <algorithm>
 #include <cstddef>
@@ -8,7 +8,7 @@
 #include <exception>
 #include <memory>
 
-#include "portlayer/linux/Packet.h"
+#include "portlayer/core/Packet.h"
 
 namespace {
 
@@ -32,18 +32,18 @@ unsigned Sum(const std::uint8_t* bytes, std::size_t size) {
 /// What users of a checked packet rely on.
 void UsePacket(const CIncomingPacket& packet, const std::uint8_t* end) {
     std::size_t inlineSize = 0;
-    std::size_t descriptors = packet.head.kind == EPacket::Fetch ? 1 : 0;
+    std::size_t handles = packet.head.kind == EPacket::Fetch ? 1 : 0;
     if (packet.head.viewSlot != kNoSlot) {
         Require(packet.head.viewSlot < kMaxSlots);
-        descriptors += packet.head.viewSlotSize != 0 ? 1 : 0;
+        handles += packet.head.viewSlotSize != 0 ? 1 : 0;
     }
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
         const CTransferRecord record = packet.Transfer(i);
         inlineSize += record.slot == kNoSlot ? record.size : 0;
-        descriptors += record.slotSize != 0 ? 1 : 0;
+        handles += record.slotSize != 0 ? 1 : 0;
     }
     Require(inlineSize == packet.head.inlineLength);
-    Require(descriptors == packet.descriptorCount);
+    Require(handles == packet.handleCount);
     Require(packet.inlineBytes + inlineSize == end);
     volatile unsigned sum = Sum(packet.message, packet.head.messageLength);
     sum = Sum(packet.inlineBytes, inlineSize);
@@ -58,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     static const std::unique_ptr<CPacketBuffer> buffer(new CPacketBuffer);
     CIncomingPacket packet;
-    packet.descriptorCount = std::min<std::size_t>(data[0], kMaxDescriptors);
+    packet.handleCount = std::min<std::size_t>(data[0], kMaxHandles);
     std::copy(data + 1, data + size, buffer->bytes.begin());
     if (ParsePacket(*buffer, size - 1, packet)) {
         UsePacket(packet, buffer->bytes.data() + size - 1);

@@ -1,6 +1,6 @@
 // Events without a name.
 #include "portlayer/ClientFunctions.h"
-#include "portlayer/linux/LiveCounterCells.h"
+#include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/linux/Waits.h"
 
 namespace Kyr::PortLayer {

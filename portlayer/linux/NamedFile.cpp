@@ -6,7 +6,7 @@
 #include <sys/stat.h>
 #include <thread>
 
-#include "portlayer/linux/Deadline.h"
+#include "portlayer/core/Deadline.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -18,9 +18,10 @@
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
-#include "portlayer/linux/LiveCounterCells.h"
+#include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/core/SharedMemory.h"
+#include "portlayer/linux/MapFile.h"
 #include "portlayer/linux/NamedFile.h"
-#include "portlayer/linux/SharedPool.h"
 #include "portlayer/linux/Waits.h"
 
 namespace Kyr::PortLayer {
@@ -45,7 +46,7 @@ class CNamedMutex final : public CExclusiveWaitable,
 
   private:
     NtApi::NtStatus Map(NtApi::NtStatus opened);
-    bool MapFile(int file);
+    bool MapMutex(int file);
     bool Initialise(int file, bool owned);
     /// Of a mutex that nobody else has seen.
     void Discard();
@@ -88,13 +89,13 @@ void KeepWhileOwned(std::shared_ptr<CNamedMutex> mutex) {
     ownedYet.closed.push_back(std::move(mutex));
 }
 
-bool CNamedMutex::MapFile(int file) {
-    return mapping_.Map(file, sizeof(pthread_mutex_t), PROT_READ | PROT_WRITE);
+bool CNamedMutex::MapMutex(int file) {
+    return MapFile(file, sizeof(pthread_mutex_t), PROT_READ | PROT_WRITE, mapping_);
 }
 
 bool CNamedMutex::Initialise(int file, bool owned) {
     Discard();
-    if (!MapFile(file)) {
+    if (!MapMutex(file)) {
         return false;
     }
     pthread_mutexattr_t attributes;
@@ -133,7 +134,7 @@ NtApi::NtStatus CNamedMutex::Map(NtApi::NtStatus opened) {
     if (opened != NtApi::kStatusSuccess) {
         return opened;
     }
-    const bool mapped = file_.Size() >= sizeof(pthread_mutex_t) && MapFile(file_.Descriptor());
+    const bool mapped = file_.Size() >= sizeof(pthread_mutex_t) && MapMutex(file_.Descriptor());
     return mapped ? NtApi::kStatusSuccess : NtApi::kStatusNoMemory;
 }
 

@@ -5,10 +5,11 @@
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
-#include "portlayer/linux/Handles.h"
-#include "portlayer/linux/LiveCounterCells.h"
+#include "portlayer/core/Handles.h"
+#include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/core/SharedMemory.h"
+#include "portlayer/linux/MapFile.h"
 #include "portlayer/linux/NamedFile.h"
-#include "portlayer/linux/SharedPool.h"
 
 namespace Kyr::PortLayer {
 
@@ -88,8 +89,8 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
     CView view;
     view.file = section->file;
     if (wanted == 0 || wanted > whole ||
-        !view.mapping.Map(section->file->Descriptor(), wanted,
-                          writes ? PROT_READ | PROT_WRITE : PROT_READ)) {
+        !MapFile(section->file->Descriptor(), wanted, writes ? PROT_READ | PROT_WRITE : PROT_READ,
+                 view.mapping)) {
         return nullptr;
     }
     void* const base = view.mapping.Base();

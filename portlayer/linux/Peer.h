@@ -5,7 +5,7 @@
 #include <string>
 
 #include "ntapi/Status.h"
-#include "portlayer/linux/Deadline.h"
+#include "portlayer/core/Deadline.h"
 #include "portlayer/linux/FileDescriptor.h"
 
 namespace Kyr::PortLayer::Detail {
@@ -23,6 +23,5 @@ bool WaitFor(int socket, short events, const CDeadline& deadline);
 /// True when the peer runs as our effective user.
 bool IsSameUser(int socket);
 std::uint32_t PeerProcessId(int socket);
-std::uint32_t CurrentThreadId();
 
 }  // namespace Kyr::PortLayer::Detail

@@ -1,23 +1,20 @@
-// The calling process, counted strings, and the window messages that there are not.
+// Handles, the calling process, and the window messages that there are not.
 #include <chrono>
-#include <string>
 
-#include "portlayer/ClientFunctions.h"
+#include "ntapi/Status.h"
+#include "portlayer/ServerFunctions.h"
+#include "portlayer/core/Handles.h"
+#include "portlayer/core/MessageHeader.h"
 
 namespace Kyr::PortLayer {
 
-void KYR_NTAPI RtlInitUnicodeString(UnicodeString* target, const char16_t* source) {
-    // The longest counted string, in bytes, that leaves room for a terminator.
-    constexpr std::size_t kLongest = 0xFFFC;
-    std::size_t bytes = 0;
-    if (source != nullptr) {
-        bytes = std::char_traits<char16_t>::length(source) * sizeof(char16_t);
-        bytes = bytes > kLongest ? kLongest : bytes;
-    }
-    target->Buffer = const_cast<char16_t*>(source);
-    target->Length = static_cast<std::uint16_t>(bytes);
-    target->MaximumLength =
-        static_cast<std::uint16_t>(source != nullptr ? bytes + sizeof(char16_t) : 0);
+// Every handle here is one of the layer's.
+Bool KYR_NTAPI CloseHandle(Handle handle) {
+    return Detail::RemoveHandle(handle) ? 1 : 0;
+}
+
+NtStatus KYR_NTAPI NtClose(Handle handle) {
+    return Detail::RemoveHandle(handle) ? NtApi::kStatusSuccess : NtApi::kStatusInvalidHandle;
 }
 
 Handle KYR_NTAPI GetCurrentProcess() {
@@ -25,11 +22,16 @@ Handle KYR_NTAPI GetCurrentProcess() {
     return reinterpret_cast<Handle>(~std::uintptr_t{0});
 }
 
+// The addresses of a 64-bit process do not fit the 32-bit structures.
+bool Detail::LegacyPortsAreWide() {
+    return sizeof(void*) == 8;
+}
+
 Bool KYR_NTAPI IsWow64Process(Handle process, Bool* isWow64) {
     if (process != GetCurrentProcess() || isWow64 == nullptr) {
         return 0;
     }
-    *isWow64 = sizeof(void*) == 8 ? 1 : 0;
+    *isWow64 = Detail::LegacyPortsAreWide() ? 1 : 0;
     return 1;
 }
 

@@ -1,15 +1,47 @@
-#include "portlayer/linux/RequestData.h"
-
+// The server's end of a request's data: the request brings its first entry along, other entries are
+// fetched from the waiting client over a stream, and written bytes go with the reply. Nothing
+// reaches into another process.
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "portlayer/linux/Answers.h"
+#include "portlayer/core/Answers.h"
+#include "portlayer/linux/FileDescriptor.h"
 #include "portlayer/linux/Peer.h"
 
 namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+/// Bytes that wait in the server for the reply to take them to the client.
+struct CPendingWrite {
+    std::uint32_t entry = 0;
+    std::size_t size = 0;
+    CSendArea area;                   // when they are in shared memory
+    std::vector<std::uint8_t> bytes;  // when they are not
+};
+
+/// Bytes of a data entry that came with the request.
+struct CEagerEntry {
+    std::uint32_t entry = 0;
+    std::size_t size = 0;
+    std::uint32_t slot = kNoSlot;
+    const std::uint8_t* base = nullptr;  // of the slot; else:
+    std::size_t offset = 0;              // in CRequestData::inlineBytes
+};
+
+}  // namespace
+
+class CRequestData {
+  public:
+    // Guarded by the record's mutex.
+    std::vector<CEagerEntry> eager;
+    std::vector<std::uint8_t> inlineBytes;
+    std::vector<CPendingWrite> writes;  // the first writeCount; the others keep their memory
+    std::size_t writeCount = 0;
+};
 
 namespace {
 
@@ -55,34 +87,41 @@ bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t 
     return ReadStream(mine.Get(), buffer, size);
 }
 
-CPendingWrite* FindWrite(CPendingMessage& record, std::uint32_t entryIndex) {
-    for (std::size_t i = 0; i < record.writeCount; ++i) {
-        if (record.writes[i].entry == entryIndex) {
-            return &record.writes[i];
+CPendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
+    for (std::size_t i = 0; i < data.writeCount; ++i) {
+        if (data.writes[i].entry == entryIndex) {
+            return &data.writes[i];
         }
     }
     return nullptr;
 }
 
 /// The entry's bytes when they came with the request, else null.
-const std::uint8_t* EagerBytes(const CPendingMessage& record, std::uint32_t entryIndex) {
-    for (const CEagerEntry& entry : record.eager) {
+const std::uint8_t* EagerBytes(const CRequestData& data, std::uint32_t entryIndex) {
+    for (const CEagerEntry& entry : data.eager) {
         if (entry.entry == entryIndex) {
-            return entry.slot != kNoSlot ? entry.base : record.inlineBytes.data() + entry.offset;
+            return entry.slot != kNoSlot ? entry.base : data.inlineBytes.data() + entry.offset;
         }
     }
     return nullptr;
+}
+
+CRequestData& DataOf(CPendingMessage& record) {
+    if (!record.data) {
+        record.data = std::make_shared<CRequestData>();
+    }
+    return *record.data;
 }
 
 /// Copies the entry as the client sent it, unless it has been written over in this length. Lets go
 /// of the lock while it waits for the client. False: the client did not hand it over.
 bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
                std::uint32_t entryIndex, std::uint8_t* buffer, std::size_t size) {
-    const CPendingWrite* const write = FindWrite(record, entryIndex);
+    const CPendingWrite* const write = FindWrite(DataOf(record), entryIndex);
     if (write != nullptr && write->size >= size) {
         return true;
     }
-    if (const std::uint8_t* const bytes = EagerBytes(record, entryIndex)) {
+    if (const std::uint8_t* const bytes = EagerBytes(DataOf(record), entryIndex)) {
         std::memcpy(buffer, bytes, size);
         return true;
     }
@@ -98,11 +137,11 @@ std::uint8_t* BytesOf(CPendingWrite& write) {
     return write.area.slot != kNoSlot ? write.area.base : write.bytes.data();
 }
 
-CPendingWrite& NewWrite(CPendingMessage& record, std::uint32_t entryIndex) {
-    if (record.writeCount == record.writes.size()) {
-        record.writes.emplace_back();
+CPendingWrite& NewWrite(CRequestData& data, std::uint32_t entryIndex) {
+    if (data.writeCount == data.writes.size()) {
+        data.writes.emplace_back();
     }
-    CPendingWrite& write = record.writes[record.writeCount++];
+    CPendingWrite& write = data.writes[data.writeCount++];
     write.entry = entryIndex;
     write.size = 0;
     return write;
@@ -112,10 +151,11 @@ CPendingWrite& NewWrite(CPendingMessage& record, std::uint32_t entryIndex) {
 /// the entry's base.
 bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
     CSendPool& pool = record.connection->SendPool();
+    const CRequestData& data = DataOf(record);
     std::size_t inlineTotal = size;
-    for (std::size_t i = 0; i < record.writeCount; ++i) {
-        const bool other = &record.writes[i] != &write;
-        inlineTotal += other && record.writes[i].area.slot == kNoSlot ? record.writes[i].size : 0;
+    for (std::size_t i = 0; i < data.writeCount; ++i) {
+        const bool other = &data.writes[i] != &write;
+        inlineTotal += other && data.writes[i].area.slot == kNoSlot ? data.writes[i].size : 0;
     }
     if (size <= kMaxInlineTransfer && inlineTotal <= kMaxInline) {
         // Grows only: what a shrunken vector gains is cleared, for nothing.
@@ -136,18 +176,81 @@ bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
     return true;
 }
 
-NtStatus CheckTransfer(const CPendingMessage& record, const CServerPort& port,
-                       const CMessageIds& ids, std::uint32_t entryIndex, std::size_t size) {
-    if (!IsOpenRequest(record, port, ids)) {
-        return kStatusReplyMessageMismatch;
+}  // namespace
+
+bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& record) {
+    CReceivePool& pool = record.connection->ReceivePool();
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
+        const CTransferRecord transfer = packet.Transfer(i);
+        if (transfer.entry >= record.entries.count ||
+            transfer.size != record.entries.entries[transfer.entry].size) {
+            return false;
+        }
+        CRequestData& data = DataOf(record);
+        CEagerEntry entry;
+        entry.entry = transfer.entry;
+        entry.size = transfer.size;
+        if (transfer.slot == kNoSlot) {
+            entry.offset = data.inlineBytes.size();
+            const std::uint8_t* const bytes = packet.inlineBytes + entry.offset;
+            data.inlineBytes.insert(data.inlineBytes.end(), bytes, bytes + transfer.size);
+        } else {
+            if (transfer.slotSize != 0 &&
+                !pool.Announce(transfer.slot, transfer.slotSize, packet.handles[handle++])) {
+                return false;
+            }
+            entry.base = pool.Hold(transfer.slot, transfer.size);
+            if (entry.base == nullptr) {
+                return false;
+            }
+            entry.slot = transfer.slot;
+        }
+        data.eager.push_back(entry);
     }
-    if (entryIndex >= record.entries.count || size > record.entries.entries[entryIndex].size) {
-        return kStatusInvalidParameter;
-    }
-    return kStatusSuccess;
+    return true;
 }
 
-}  // namespace
+void AddWrites(COutgoingPacket& packet, const CPendingMessage& record) {
+    if (!record.data) {
+        return;
+    }
+    for (std::size_t i = 0; i < record.data->writeCount; ++i) {
+        const CPendingWrite& write = record.data->writes[i];
+        if (write.area.slot != kNoSlot) {
+            packet.AddShared(write.entry, write.area.slot, write.size);
+        } else {
+            packet.AddInline(write.entry, write.bytes.data(), write.size);
+        }
+    }
+}
+
+void ReleaseEntries(CPendingMessage& record) {
+    if (!record.data) {
+        return;
+    }
+    for (const CEagerEntry& entry : record.data->eager) {
+        if (entry.slot != kNoSlot) {
+            record.connection->ReceivePool().Free(entry.slot);
+        }
+    }
+    record.data->eager.clear();
+}
+
+void ClearRequestData(CPendingMessage& record) {
+    if (!record.data) {
+        return;
+    }
+    ReleaseEntries(record);
+    CRequestData& data = *record.data;
+    for (std::size_t i = 0; i < data.writeCount; ++i) {
+        if (data.writes[i].area.slot != kNoSlot) {
+            record.connection->SendPool().Release(data.writes[i].area.slot);
+        }
+        data.writes[i].area = {};
+    }
+    data.inlineBytes.clear();
+    data.writeCount = 0;
+}
 
 NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
                          void* buffer, std::size_t size) {
@@ -165,7 +268,7 @@ NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::u
     if (!ReadEntry(*record, lock, entryIndex, bytes, size) || !IsOpenRequest(*record, port, ids)) {
         return kStatusReplyMessageMismatch;
     }
-    CPendingWrite* const write = FindWrite(*record, entryIndex);
+    CPendingWrite* const write = FindWrite(DataOf(*record), entryIndex);
     if (write != nullptr && write->size != 0) {
         std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
     }
@@ -183,9 +286,9 @@ NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::
     if (status != kStatusSuccess || size == 0) {
         return status;
     }
-    CPendingWrite* write = FindWrite(*record, entryIndex);
+    CPendingWrite* write = FindWrite(DataOf(*record), entryIndex);
     if (write == nullptr) {
-        write = &NewWrite(*record, entryIndex);
+        write = &NewWrite(DataOf(*record), entryIndex);
     }
     if (size > write->size) {
         if (!Grow(*record, *write, size)) {

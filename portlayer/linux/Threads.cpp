@@ -6,8 +6,8 @@
 #include <pthread.h>
 
 #include "portlayer/ClientFunctions.h"
-#include "portlayer/linux/LiveCounterCells.h"
-#include "portlayer/linux/Peer.h"
+#include "portlayer/core/Channel.h"
+#include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/linux/Waits.h"
 
 namespace Kyr::PortLayer {

@@ -9,8 +9,8 @@
 #include <cstdint>
 #include <mutex>
 
-#include "portlayer/linux/Deadline.h"
-#include "portlayer/linux/Handles.h"
+#include "portlayer/core/Deadline.h"
+#include "portlayer/core/Handles.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -8,9 +8,9 @@
 #include <sys/socket.h>
 #include <thread>
 
-#include "portlayer/linux/MessageHeader.h"
-#include "portlayer/linux/Packet.h"
+#include "portlayer/core/MessageHeader.h"
 #include "portlayer/linux/Peer.h"
+#include "portlayer/linux/SocketPackets.h"
 #include "tests/portlayer/AlpcTest.h"
 
 namespace Kyr::Test {

@@ -1,0 +1,203 @@
+#include "portlayer/core/AlpcClient.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "portlayer/ClientFunctions.h"
+#include "portlayer/LayerSettings.h"
+#include "portlayer/core/AlpcAttributes.h"
+
+namespace Kyr::PortLayer {
+
+namespace Detail {
+
+namespace {
+
+using namespace NtApi;
+
+constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
+
+NtStatus CheckMessage(const std::uint8_t* message, std::size_t limit) {
+    if (TotalLength(message) != kHeader + DataLength(message)) {
+        return kStatusInvalidParameter;
+    }
+    return TotalLength(message) > limit ? kStatusPortMessageTooLong : kStatusSuccess;
+}
+
+}  // namespace
+
+CAlpcClientPort::CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit)
+    : connection_(std::move(connection)),
+      limit_(limit),
+      memory_(connection_->SendPool(), connection_->ReceivePool()) {}
+
+void CAlpcClientPort::OnClose() {
+    Disconnect();
+    memory_.Clear();
+}
+
+void CAlpcClientPort::Disconnect() {
+    connection_->Disconnect();
+}
+
+NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
+    const bool release = (call.flags & kAlpcReleaseMessage) != 0;
+    const bool synchronous = (call.flags & kAlpcSynchronous) != 0;
+    if (release && synchronous) {
+        return kStatusInvalidParameter2;
+    }
+    if (synchronous && (call.receiveMessage == nullptr || call.bufferLength == nullptr)) {
+        return kStatusLpcReceiveBufferExpected;
+    }
+    // Requests whose reply is received by another call do not exist here.
+    if ((!release && !synchronous) || call.sendMessage == nullptr ||
+        (release && call.receiveMessage != nullptr)) {
+        return kStatusInvalidParameter;
+    }
+    if (release && (MessageType(call.sendMessage) & kLpcContinuationRequired) != 0) {
+        return Release(call);
+    }
+    NtStatus status = CheckMessage(call.sendMessage, limit_);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    COutgoingPacket packet(synchronous ? EPacket::Request : EPacket::Datagram);
+    packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
+    std::shared_ptr<CPortSection> section;
+    if (const AlpcDataViewAttr* view = SentView(call.sendAttributes)) {
+        status = memory_.PrepareView(*view, section);
+        if (status != kStatusSuccess) {
+            return status;
+        }
+        packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
+    }
+    const bool autoRelease =
+        section && (SentView(call.sendAttributes)->Flags & kAlpcViewAutoRelease) != 0;
+    status = Request(call, packet);
+    if (autoRelease && status != kStatusPortDisconnected) {
+        memory_.ViewSent(*section);
+    }
+    return status;
+}
+
+NtStatus CAlpcClientPort::Release(const CAlpcCall& call) {
+    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
+    const bool unmap = view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
+    return memory_.ReleaseMessage(ReadIds(EDialect::Alpc, call.sendMessage).messageId, unmap);
+}
+
+NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet) {
+    const CDeadline deadline = CDeadline::FromNative(call.timeout);
+    CExchange exchange;
+    EExchange result = EExchange::Lost;
+    if (packet.head.kind == EPacket::Datagram) {
+        result = connection_->Post(packet, deadline);
+    } else {
+        exchange.reply = call.receiveMessage;
+        exchange.capacity = *call.bufferLength;
+        result = connection_->Exchange(packet, exchange, deadline);
+    }
+    switch (result) {
+        case EExchange::TimedOut:
+            return kStatusTimeout;
+        case EExchange::NotSent:
+            return kStatusPortDisconnected;
+        case EExchange::Lost:
+            return AlpcServerGoneStatus();
+        default:
+            return packet.head.kind == EPacket::Datagram ? kStatusSuccess
+                                                         : TakeReply(call, exchange);
+    }
+}
+
+NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) {
+    ClearValid(call.receiveAttributes);
+    const bool fits = exchange.replyLength <= exchange.capacity;
+    if (!fits || exchange.replyLength < kHeader ||
+        TotalLength(call.receiveMessage) != exchange.replyLength ||
+        CheckMessage(call.receiveMessage, exchange.replyLength) != kStatusSuccess) {
+        if (exchange.view.slot != kNoSlot) {
+            connection_->ReceivePool().Free(exchange.view.slot);
+        }
+        if (!fits) {
+            *call.bufferLength = exchange.replyLength;
+            return kStatusBufferTooSmall;
+        }
+        connection_->Disconnect();
+        return AlpcServerGoneStatus();
+    }
+    if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
+        connection_->ReceivePool().Free(exchange.view.slot);
+        exchange.view = {};
+    }
+    const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
+    CMessageIds ids = ReadIds(EDialect::Alpc, call.receiveMessage);
+    if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
+        ClearValid(call.receiveAttributes);
+        connection_->Disconnect();
+        return AlpcServerGoneStatus();
+    }
+    ids.processId = connection_->ServerProcessId();
+    ids.threadId = exchange.serverThread;
+    WriteIds(EDialect::Alpc, call.receiveMessage, ids);
+    const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
+    StoreField(call.receiveMessage, kTypeOffset, type);
+    *call.bufferLength = exchange.replyLength;
+    return kStatusSuccess;
+}
+
+}  // namespace Detail
+
+using namespace Detail;
+using namespace NtApi;
+
+NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAttributes*,
+                                     AlpcPortAttributes* portAttributes, std::uint32_t flags,
+                                     void* requiredServerSid, void* connectionMessage,
+                                     std::size_t* bufferLength, AlpcMessageAttributes*,
+                                     AlpcMessageAttributes*, std::int64_t* timeout) {
+    // A client that waits is the only kind that there is here, and there are no SIDs.
+    if (port == nullptr || name == nullptr || flags != kAlpcSynchronous ||
+        requiredServerSid != nullptr) {
+        return kStatusInvalidParameter;
+    }
+    std::size_t limit = kAlpcMaxMessage;
+    if (portAttributes != nullptr) {
+        limit = std::min(limit, portAttributes->MaxMessageLength);
+    }
+    std::uint8_t empty[kHeader] = {kHeader & 0, 0, kHeader, 0};
+    auto* const message =
+        connectionMessage != nullptr ? static_cast<std::uint8_t*>(connectionMessage) : empty;
+    NtStatus status = CheckMessage(message, limit);
+    const CDeadline deadline = CDeadline::FromNative(timeout);
+    std::shared_ptr<CClientConnection> connection;
+    if (status == kStatusSuccess) {
+        status = CClientConnection::Open(*name, deadline, connection);
+    }
+    std::vector<std::uint8_t> answer;
+    std::size_t serverLimit = 0;
+    if (status == kStatusSuccess) {
+        status = connection->Handshake(EDialect::Alpc, message, TotalLength(message), deadline,
+                                       answer, serverLimit);
+    }
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    if (connectionMessage != nullptr && answer.size() >= kHeader) {
+        // Without a length the buffer is known to hold what was sent.
+        const std::size_t room = bufferLength != nullptr ? *bufferLength : TotalLength(message);
+        if (answer.size() > room) {
+            return kStatusBufferTooSmall;
+        }
+        std::memcpy(message, answer.data(), answer.size());
+        StoreField(message, kTypeOffset, kLpcConnectionReply);
+        if (bufferLength != nullptr) {
+            *bufferLength = answer.size();
+        }
+    }
+    limit = std::min(limit, serverLimit);
+    *port = AddHandle(std::make_shared<CAlpcClientPort>(std::move(connection), limit));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+}  // namespace Kyr::PortLayer

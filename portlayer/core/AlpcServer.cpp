@@ -1,0 +1,154 @@
+#include "portlayer/core/AlpcServer.h"
+
+#include <cstring>
+
+#include "portlayer/ServerFunctions.h"
+#include "portlayer/core/AlpcAttributes.h"
+#include "portlayer/core/Answers.h"
+
+namespace Kyr::PortLayer {
+
+namespace Detail {
+
+namespace {
+
+using namespace NtApi;
+
+constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
+
+NtStatus Release(CServerPort& port, const CAlpcCall& call, std::uint32_t messageId) {
+    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
+    return port.ReleaseMessage(messageId,
+                               view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0);
+}
+
+NtStatus Send(CServerPort& port, const CAlpcCall& call) {
+    const CMessageIds ids = ReadIds(EDialect::Alpc, call.sendMessage);
+    const bool release = (call.flags & kAlpcReleaseMessage) != 0;
+    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
+    std::shared_ptr<CPortSection> section;
+    std::shared_ptr<CServerConnection> owner;  // of the section
+    const auto fill = [&](COutgoingPacket& packet,
+                          const std::shared_ptr<CServerConnection>& connection) {
+        if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
+            return kStatusInvalidParameter;
+        }
+        if (TotalLength(call.sendMessage) > port.Limits().message) {
+            return kStatusPortMessageTooLong;
+        }
+        packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
+        if (view != nullptr) {
+            owner = connection;
+            const NtStatus status = connection->Memory().PrepareView(*view, section);
+            if (status != kStatusSuccess) {
+                return status;
+            }
+            packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
+        }
+        packet.head.flags = release && view == nullptr ? 0 : kPacketContinuation;
+        return kStatusSuccess;
+    };
+    const NtStatus status = AnswerRequest(port, ids, fill);
+    if (status == kStatusReplyMessageMismatch) {
+        return release ? Release(port, call, ids.messageId) : kStatusInvalidMessage;
+    }
+    if (status == kStatusSuccess && section && (view->Flags & kAlpcViewAutoRelease) != 0) {
+        owner->Memory().ViewSent(*section);
+    }
+    return status;
+}
+
+/// Hands the received message over. False: the buffer is too small.
+bool Deliver(const CAlpcCall& call, CIncomingMessage& message) {
+    const bool fits = message.length <= *call.bufferLength;
+    *call.bufferLength = message.length;
+    if (!fits) {
+        return false;
+    }
+    std::memcpy(call.receiveMessage, message.bytes, message.length);
+    StoreField(call.receiveMessage, kTypeOffset, message.type);
+    WriteIds(EDialect::Alpc, call.receiveMessage, message.ids);
+    ClearValid(call.receiveAttributes);
+    StoreContext(call.receiveAttributes, message.connection->Context(), message.ids.messageId);
+    if (message.view.slot != kNoSlot && !StoreView(call.receiveAttributes, message.view)) {
+        message.connection->ReceivePool().Free(message.view.slot);
+        message.view = {};
+    }
+    const bool isDatagram = (message.type & kMessageKindMask) == kLpcDatagram;
+    message.connection->Memory().AddReceived(
+        message.ids.messageId, message.view,
+        isDatagram && (message.type & kLpcContinuationRequired) != 0);
+    return true;
+}
+
+NtStatus Receive(CServerPort& port, const CAlpcCall& call) {
+    auto scratch = port.TakeScratch();
+    NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
+    if (status == kStatusSuccess && !Deliver(call, scratch->message)) {
+        port.PutBack(*scratch);
+        status = kStatusBufferTooSmall;
+    }
+    port.GiveScratch(std::move(scratch));
+    return status;
+}
+
+}  // namespace
+
+NtStatus ServerSendWaitReceive(CServerPort& port, const CAlpcCall& call) {
+    if ((call.flags & kAlpcSynchronous) != 0 ||
+        (call.receiveMessage != nullptr && call.bufferLength == nullptr)) {
+        return kStatusInvalidParameter;
+    }
+    if (call.sendMessage != nullptr) {
+        const NtStatus status = Send(port, call);
+        if (status != kStatusSuccess) {
+            return status;
+        }
+    }
+    return call.receiveMessage != nullptr ? Receive(port, call) : kStatusSuccess;
+}
+
+}  // namespace Detail
+
+using namespace Detail;
+using namespace NtApi;
+
+NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
+                                    AlpcPortAttributes* portAttributes) {
+    if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
+        return kStatusInvalidParameter;
+    }
+    CPortLimits limits;
+    limits.message = kAlpcMaxMessage;
+    if (portAttributes != nullptr) {
+        limits.message = portAttributes->MaxMessageLength;
+    }
+    if (limits.message < AlpcLayout::kHeaderSize || limits.message > kAlpcMaxMessage) {
+        return kStatusInvalidParameter;
+    }
+    std::shared_ptr<CServerPort> created;
+    const NtStatus status =
+        CServerPort::Create(EDialect::Alpc, *attributes->ObjectName, limits, created);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    *port = AddHandle(std::move(created));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+NtStatus KYR_NTAPI NtAlpcAcceptConnectPort(Handle* port, Handle connectionPort, std::uint32_t,
+                                           ObjectAttributes*, AlpcPortAttributes*,
+                                           void* portContext, void* connectionRequest,
+                                           AlpcMessageAttributes*, Bool accept) {
+    if (port == nullptr || connectionRequest == nullptr ||
+        TotalLength(connectionRequest) != AlpcLayout::kHeaderSize + DataLength(connectionRequest)) {
+        return kStatusInvalidParameter;
+    }
+    const auto server = Find<CServerPort>(connectionPort);
+    if (!server || server->Dialect() != EDialect::Alpc) {
+        return kStatusInvalidHandle;
+    }
+    return AnswerConnection(EDialect::Alpc, connectionRequest, accept != 0, portContext, *port);
+}
+
+}  // namespace Kyr::PortLayer

@@ -1,0 +1,11 @@
+// The server's side of NtAlpcSendWaitReceivePort.
+#pragma once
+
+#include "portlayer/core/AlpcClient.h"
+#include "portlayer/core/ServerPort.h"
+
+namespace Kyr::PortLayer::Detail {
+
+NtApi::NtStatus ServerSendWaitReceive(CServerPort& port, const CAlpcCall& call);
+
+}  // namespace Kyr::PortLayer::Detail

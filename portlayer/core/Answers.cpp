@@ -1,0 +1,93 @@
+#include "portlayer/core/Answers.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+using EState = CServerConnection::EState;
+
+}  // namespace
+
+bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids) {
+    return record.IsOpen() && !record.isConnectionRequest &&
+           record.ids.messageId == ids.messageId &&
+           (port.Dialect() == EDialect::Alpc || record.ids == ids) &&
+           record.connection->PortNumber() == port.Number();
+}
+
+NtStatus CheckTransfer(const CPendingMessage& record, const CServerPort& port,
+                       const CMessageIds& ids, std::uint32_t entryIndex, std::size_t size) {
+    if (!IsOpenRequest(record, port, ids)) {
+        return kStatusReplyMessageMismatch;
+    }
+    if (entryIndex >= record.entries.count || size > record.entries.entries[entryIndex].size) {
+        return kStatusInvalidParameter;
+    }
+    return kStatusSuccess;
+}
+
+NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool accept,
+                          void* context, Handle& handle) {
+    handle = nullptr;
+    const CMessageIds ids = ReadIds(dialect, connectionRequest);
+    const auto record = FindPendingMessage(ids.messageId);
+    if (!record) {
+        return kStatusReplyMessageMismatch;
+    }
+    std::shared_ptr<CServerConnection> connection;
+    {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        if (!record->IsOpen() || !record->isConnectionRequest || !(record->ids == ids)) {
+            return kStatusReplyMessageMismatch;
+        }
+        record->answered = true;
+        connection = record->connection;
+    }
+    EndPendingMessage(record);
+    const auto port = connection->Port();
+    if (!port || port->Dialect() != dialect) {
+        return kStatusReplyMessageMismatch;
+    }
+    if (!accept) {
+        COutgoingPacket packet(EPacket::Refused);
+        connection->Send(packet);
+        port->Drop(connection);
+        return kStatusSuccess;
+    }
+    connection->SetContext(context);
+    const auto* const bytes = static_cast<const std::uint8_t*>(connectionRequest);
+    connection->SetConnectionAnswer({bytes, bytes + TotalLength(bytes)});
+    if (!connection->ChangeState(EState::Requested, EState::Accepted)) {
+        return kStatusPortDisconnected;
+    }
+    handle = AddHandle(std::make_shared<CServerCommPort>(connection));
+    if (handle == nullptr) {
+        port->Drop(connection);
+        return kStatusNoMemory;
+    }
+    if (dialect == EDialect::Lpc) {
+        return kStatusSuccess;
+    }
+    const NtStatus status = CompleteConnection(*connection);
+    if (status != kStatusSuccess) {
+        RemoveHandle(handle);
+        handle = nullptr;
+    }
+    return status;
+}
+
+NtStatus CompleteConnection(CServerConnection& connection) {
+    const auto port = connection.Port();
+    // Connected before the client knows: its first request may come at once, on another thread.
+    if (!port || !connection.ChangeState(EState::Accepted, EState::Connected)) {
+        return kStatusPortDisconnected;
+    }
+    const std::vector<std::uint8_t> answer = connection.TakeConnectionAnswer();
+    COutgoingPacket packet(EPacket::Accepted);
+    packet.head.flags = static_cast<std::uint32_t>(port->Limits().message);
+    packet.SetMessage(answer.data(), answer.size());
+    return connection.Send(packet);
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,94 @@
+// The client's end of a connection to a port.
+//
+// Exchanges follow leader and followers: of the threads that wait for replies one reads the
+// channel; it hands replies over to the others, and when its own has come, the reading too. A
+// thread that is alone makes one send and one receive. The layer has no thread of its own. A reply
+// whose request timed out is dropped, and its view given back. Threads: any. Errors: statuses;
+// after a malformed packet or a lost peer every call fails.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "portlayer/core/Channel.h"
+#include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/core/MessageHeader.h"
+#include "portlayer/core/Packet.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// How an exchange ended.
+enum class EExchange { Replied, TimedOut, NotSent, Lost };
+
+/// One request in flight: where its reply goes.
+struct CExchange {
+    std::uint8_t* reply = nullptr;        // receives the whole reply message
+    std::size_t capacity = 0;             // a longer reply is cut; replyLength tells its length
+    const CDataBlock* entries = nullptr;  // what the server may read and write; may be null
+    std::size_t replyLength = 0;
+    std::uint32_t replyFlags = 0;  // of the packet
+    std::uint32_t serverThread = 0;
+    CReceivedView view;
+};
+
+class CClientConnection {
+  public:
+    /// Finds the named port and connects to it; kStatusObjectNameNotFound when nobody
+    /// serves it, kStatusAccessDenied when another user does.
+    static NtApi::NtStatus Open(const NtApi::UnicodeString& name, const CDeadline& deadline,
+                                std::shared_ptr<CClientConnection>& connection);
+    ~CClientConnection();
+
+    /// Sends the connection request and waits for the answer, which is at most `capacity` bytes.
+    /// kStatusTimeout, kStatusPortConnectionRefused.
+    /// `serverLimit` is the longest message that the server takes.
+    NtApi::NtStatus Handshake(EDialect dialect, const void* message, std::size_t length,
+                              const CDeadline& deadline, std::vector<std::uint8_t>& answer,
+                              std::size_t& serverLimit);
+
+    EExchange Exchange(COutgoingPacket& packet, CExchange& exchange, const CDeadline& deadline);
+    EExchange Post(COutgoingPacket& packet, const CDeadline& deadline);
+
+    CSendPool& SendPool() { return pool_; }
+    CReceivePool& ReceivePool() { return received_; }
+    std::uint32_t ServerProcessId() const { return serverProcessId_; }
+    /// Ends the connection; threads inside an exchange leave with Lost.
+    void Disconnect();
+    bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
+
+  private:
+    struct CWaiter;
+    explicit CClientConnection(std::unique_ptr<IChannel> channel);
+    ESend SendRequest(COutgoingPacket& packet, CWaiter& waiter, const CDeadline& deadline);
+    /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
+    /// the caller does not hold.
+    void Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter, const CDeadline& deadline);
+    bool Dispatch(CIncomingPacket& packet);
+    bool TakeReply(CIncomingPacket& packet, CWaiter* waiter);
+    CWaiter* FindWaiter(std::uint32_t exchange);
+    // REQUIRE: mutex_ is held.
+    bool TryToLead(CWaiter& waiter);
+    void PassLeadership(CWaiter& from);
+    void Lose();
+
+    const CLiveCount live_{ECounter::Connections};
+    const std::unique_ptr<IChannel> channel_;
+    const std::uint32_t serverProcessId_;
+    CSendPool pool_;
+    CReceivePool received_;
+    std::atomic<bool> lost_{false};
+
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    CWaiter* waiters_ = nullptr;
+    bool hasLeader_ = false;
+    std::uint32_t lastExchange_ = 0;
+
+    // Belongs to the leader.
+    const std::unique_ptr<CPacketBuffer> buffer_;
+    CIncomingPacket packet_;
+};
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,36 @@
+#include "portlayer/core/DataBlock.h"
+
+#include "portlayer/core/MessageHeader.h"
+
+namespace Kyr::PortLayer::Detail {
+
+NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, CDataBlock& block) {
+    block.count = 0;
+    const std::size_t offset = DataInfoOffset(message);
+    if (offset == 0) {
+        return NtApi::kStatusSuccess;
+    }
+    const CLpcLayout& layout = LpcLayout();
+    if (offset < layout.headerSize || offset + layout.dataEntries > totalLength) {
+        return NtApi::kStatusInvalidParameter;
+    }
+    const std::size_t count = LoadField<std::uint32_t>(message, offset);
+    const std::size_t room = totalLength - offset - layout.dataEntries;
+    if (count > room / layout.dataEntrySize || count > kMaxDataEntries) {
+        return NtApi::kStatusInvalidParameter;
+    }
+    for (std::size_t i = 0; i < count; ++i) {
+        const std::size_t at = offset + layout.dataEntries + i * layout.dataEntrySize;
+        const std::uint64_t base = layout.isWide ? LoadField<std::uint64_t>(message, at)
+                                                 : LoadField<std::uint32_t>(message, at);
+        if (base > UINTPTR_MAX) {
+            return NtApi::kStatusInvalidParameter;
+        }
+        block.entries[i].base = reinterpret_cast<std::uint8_t*>(static_cast<std::uintptr_t>(base));
+        block.entries[i].size = LoadField<std::uint32_t>(message, at + layout.dataEntryLength);
+    }
+    block.count = count;
+    return NtApi::kStatusSuccess;
+}
+
+}  // namespace Kyr::PortLayer::Detail

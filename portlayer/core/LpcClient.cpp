@@ -1,0 +1,150 @@
+// The client's calls on legacy ports.
+#include <algorithm>
+#include <cstring>
+
+#include "ntapi/Status.h"
+#include "portlayer/ClientFunctions.h"
+#include "portlayer/core/ClientConnection.h"
+#include "portlayer/core/Handles.h"
+#include "portlayer/core/RequestData.h"
+
+namespace Kyr::PortLayer {
+
+namespace {
+
+using namespace Detail;
+using namespace NtApi;
+
+class CLpcClientPort final : public CObject {
+  public:
+    CLpcClientPort(std::shared_ptr<CClientConnection> theConnection, std::size_t theLimit)
+        : connection(std::move(theConnection)), limit(theLimit) {}
+    void OnClose() override { connection->Disconnect(); }
+
+    const CLiveCount live{ECounter::Ports};
+    const std::shared_ptr<CClientConnection> connection;
+    const std::size_t limit;
+};
+
+NtStatus CheckMessage(const CLpcClientPort& port, const void* message, CDataBlock& block) {
+    if (TotalLength(message) > port.limit) {
+        return kStatusPortMessageTooLong;
+    }
+    if (LpcLayout().headerSize + DataLength(message) > TotalLength(message)) {
+        return kStatusInvalidParameter;
+    }
+    return ReadDataBlock(message, TotalLength(message), block);
+}
+
+bool IsValidReply(const std::uint8_t* reply, std::size_t length) {
+    return length >= LpcLayout().headerSize && length <= LpcLayout().maxMessage &&
+           TotalLength(reply) == length && LpcLayout().headerSize + DataLength(reply) <= length;
+}
+
+}  // namespace
+
+NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQualityOfService*,
+                                 void* clientView, void* serverView,
+                                 std::uint32_t* maxMessageLength, void* connectionInfo,
+                                 std::uint32_t* connectionInfoLength) {
+    if (port == nullptr || name == nullptr || clientView != nullptr || serverView != nullptr) {
+        return kStatusInvalidParameter;
+    }
+    const std::size_t header = LpcLayout().headerSize;
+    std::uint8_t message[kLongestLpcMessage] = {};
+    const std::size_t infoLength =
+        connectionInfo != nullptr && connectionInfoLength != nullptr ? *connectionInfoLength : 0;
+    if (infoLength > LpcLayout().maxMessage - header) {
+        return kStatusPortMessageTooLong;
+    }
+    StoreField(message, kDataLengthOffset, static_cast<std::uint16_t>(infoLength));
+    StoreField(message, kTotalLengthOffset, static_cast<std::uint16_t>(header + infoLength));
+    if (infoLength != 0) {
+        std::memcpy(message + header, connectionInfo, infoLength);
+    }
+    std::shared_ptr<CClientConnection> connection;
+    NtStatus status = CClientConnection::Open(*name, CDeadline::Never(), connection);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    std::vector<std::uint8_t> answer;
+    std::size_t limit = 0;
+    status = connection->Handshake(EDialect::Lpc, message, header + infoLength, CDeadline::Never(),
+                                   answer, limit);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    limit = std::min(limit, LpcLayout().maxMessage);
+    if (infoLength != 0) {
+        const std::size_t length =
+            std::min(infoLength, answer.size() > header ? answer.size() - header : std::size_t{0});
+        std::memcpy(connectionInfo, answer.data() + header, length);
+        *connectionInfoLength = static_cast<std::uint32_t>(length);
+    }
+    if (maxMessageLength != nullptr) {
+        *maxMessageLength = static_cast<std::uint32_t>(limit);
+    }
+    *port = AddHandle(std::make_shared<CLpcClientPort>(std::move(connection), limit));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
+    const auto port = Find<CLpcClientPort>(handle);
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    CDataBlock block;
+    const NtStatus status = CheckMessage(*port, request, block);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    if (DataInfoOffset(request) != 0) {
+        return kStatusInvalidParameter;
+    }
+    COutgoingPacket packet(EPacket::Datagram);
+    packet.SetMessage(request, TotalLength(request));
+    const EExchange result = port->connection->Post(packet, CDeadline::Never());
+    return result == EExchange::Replied ? kStatusSuccess : kStatusPortDisconnected;
+}
+
+NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
+    const auto port = Find<CLpcClientPort>(handle);
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    CDataBlock block;
+    const NtStatus status = CheckMessage(*port, request, block);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    CClientConnection& connection = *port->connection;
+    COutgoingPacket packet(EPacket::Request);
+    packet.SetMessage(request, TotalLength(request));
+    const std::uint32_t slot = SendEntries(packet, block, connection.SendPool());
+    CExchange exchange;
+    exchange.reply = static_cast<std::uint8_t*>(reply);
+    exchange.capacity = LpcLayout().maxMessage;
+    exchange.entries = &block;
+    const EExchange result = connection.Exchange(packet, exchange, CDeadline::Never());
+    if (slot != kNoSlot) {
+        connection.SendPool().Release(slot);
+    }
+    if (result == EExchange::NotSent) {
+        return kStatusPortDisconnected;
+    }
+    if (result != EExchange::Replied) {
+        return kStatusLpcReplyLost;
+    }
+    if (!IsValidReply(exchange.reply, exchange.replyLength) || exchange.view.slot != kNoSlot) {
+        connection.Disconnect();
+        return kStatusLpcReplyLost;
+    }
+    CMessageIds ids = ReadIds(EDialect::Lpc, reply);
+    ids.processId = connection.ServerProcessId();
+    ids.threadId = exchange.serverThread;
+    WriteIds(EDialect::Lpc, reply, ids);
+    StoreField(reply, kTypeOffset, kLpcReply);
+    return kStatusSuccess;
+}
+
+}  // namespace Kyr::PortLayer

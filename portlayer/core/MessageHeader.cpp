@@ -1,0 +1,63 @@
+#include "portlayer/core/MessageHeader.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+template <typename Word>
+CMessageIds ReadIdsOf(const void* message) {
+    using Layout = NtApi::PortMessageLayout<Word>;
+    return {static_cast<std::uint32_t>(LoadField<Word>(message, Layout::kProcessId)),
+            static_cast<std::uint32_t>(LoadField<Word>(message, Layout::kThreadId)),
+            LoadField<std::uint32_t>(message, Layout::kMessageId)};
+}
+
+template <typename Word>
+void WriteIdsOf(void* message, const CMessageIds& ids) {
+    using Layout = NtApi::PortMessageLayout<Word>;
+    StoreField<Word>(message, Layout::kProcessId, ids.processId);
+    StoreField<Word>(message, Layout::kThreadId, ids.threadId);
+    StoreField<std::uint32_t>(message, Layout::kMessageId, ids.messageId);
+    StoreField<Word>(message, Layout::kViewSize, 0);
+}
+
+template <typename Word>
+constexpr CLpcLayout LayoutOf() {
+    using Layout = NtApi::PortMessageLayout<Word>;
+    return {sizeof(Word) == 8,    Layout::kHeaderSize,    Layout::kMaxMessage,
+            Layout::kDataEntries, Layout::kDataEntrySize, Layout::kDataEntryLength};
+}
+
+}  // namespace
+
+const CLpcLayout& LpcLayout() {
+    static const CLpcLayout layout =
+        LegacyPortsAreWide() ? LayoutOf<std::uint64_t>() : LayoutOf<std::uint32_t>();
+    return layout;
+}
+
+std::size_t HeaderSize(EDialect dialect) {
+    return dialect == EDialect::Lpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
+}
+
+namespace {
+
+bool IsWide(EDialect dialect) {
+    return dialect == EDialect::Lpc && LpcLayout().isWide;
+}
+
+}  // namespace
+
+CMessageIds ReadIds(EDialect dialect, const void* message) {
+    return IsWide(dialect) ? ReadIdsOf<std::uint64_t>(message) : ReadIdsOf<std::uint32_t>(message);
+}
+
+void WriteIds(EDialect dialect, void* message, const CMessageIds& ids) {
+    if (IsWide(dialect)) {
+        WriteIdsOf<std::uint64_t>(message, ids);
+    } else {
+        WriteIdsOf<std::uint32_t>(message, ids);
+    }
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,77 @@
+// Reading and writing the header of a port message, field by field.
+#pragma once
+
+#include <cstring>
+
+#include "ntapi/PortMessage.h"
+
+namespace Kyr::PortLayer::Detail {
+
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "port messages are little-endian");
+
+/// Advanced messages are the same everywhere.
+using AlpcLayout = NtApi::PortMessageLayout<std::uint32_t>;
+
+/// Legacy messages and their data blocks in one of the two widths (ntapi/PortMessage.h).
+struct CLpcLayout {
+    bool isWide;  // words of 64 bits
+    std::size_t headerSize;
+    std::size_t maxMessage;
+    std::size_t dataEntries;
+    std::size_t dataEntrySize;
+    std::size_t dataEntryLength;
+};
+
+/// The one that all processes of this system use on legacy ports.
+const CLpcLayout& LpcLayout();
+/// Defined by the back end: true when that is the wide one.
+bool LegacyPortsAreWide();
+
+/// In either width.
+constexpr std::size_t kLongestLpcMessage = NtApi::PortMessageLayout<std::uint64_t>::kMaxMessage;
+
+template <typename T>
+T LoadField(const void* message, std::size_t offset) {
+    T value;
+    std::memcpy(&value, static_cast<const std::uint8_t*>(message) + offset, sizeof value);
+    return value;
+}
+
+template <typename T>
+void StoreField(void* message, std::size_t offset, T value) {
+    std::memcpy(static_cast<std::uint8_t*>(message) + offset, &value, sizeof value);
+}
+
+inline std::uint16_t DataLength(const void* message) {
+    return LoadField<std::uint16_t>(message, NtApi::kDataLengthOffset);
+}
+inline std::uint16_t TotalLength(const void* message) {
+    return LoadField<std::uint16_t>(message, NtApi::kTotalLengthOffset);
+}
+inline std::uint16_t MessageType(const void* message) {
+    return LoadField<std::uint16_t>(message, NtApi::kTypeOffset);
+}
+inline std::uint16_t DataInfoOffset(const void* message) {
+    return LoadField<std::uint16_t>(message, NtApi::kDataInfoOffset);
+}
+
+/// Which of the two layouts a port speaks.
+enum class EDialect : std::uint32_t { Lpc, Alpc };
+
+/// The fields that the system fills in.
+struct CMessageIds {
+    std::uint32_t processId = 0;
+    std::uint32_t threadId = 0;
+    std::uint32_t messageId = 0;
+
+    bool operator==(const CMessageIds& other) const {
+        return processId == other.processId && threadId == other.threadId &&
+               messageId == other.messageId;
+    }
+};
+
+std::size_t HeaderSize(EDialect dialect);
+CMessageIds ReadIds(EDialect dialect, const void* message);
+void WriteIds(EDialect dialect, void* message, const CMessageIds& ids);
+
+}  // namespace Kyr::PortLayer::Detail

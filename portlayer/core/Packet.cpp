@@ -1,0 +1,175 @@
+#include "portlayer/core/Packet.h"
+
+#include <cstring>
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+// "KyP2": changes with the layout of packets.
+constexpr std::uint32_t kMagic = 0x3250794B;
+
+bool TransfersFit(const CIncomingPacket& packet) {
+    std::uint64_t inlineLeft = packet.head.inlineLength;
+    std::size_t handlesLeft = packet.handleCount;
+    const auto takeHandle = [&handlesLeft](std::uint64_t slotSize) {
+        return slotSize == 0 || handlesLeft-- > 0;
+    };
+    if (packet.head.viewSlot != kNoSlot && !takeHandle(packet.head.viewSlotSize)) {
+        return false;
+    }
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
+        const CTransferRecord record = packet.Transfer(i);
+        if (record.slot != kNoSlot) {
+            if (!takeHandle(record.slotSize)) {
+                return false;
+            }
+        } else if (record.size > inlineLeft || record.slotSize != 0) {
+            return false;
+        } else {
+            inlineLeft -= record.size;
+        }
+    }
+    if (packet.head.kind == EPacket::Fetch && !takeHandle(1)) {
+        return false;
+    }
+    return inlineLeft == 0 && handlesLeft == 0;
+}
+
+}  // namespace
+
+COutgoingPacket::COutgoingPacket(EPacket kind) {
+    head.magic = kMagic;
+    head.kind = kind;
+    head.viewSlot = kNoSlot;
+}
+
+void COutgoingPacket::SetMessage(const void* bytes, std::size_t length) {
+    message = bytes;
+    head.messageLength = static_cast<std::uint32_t>(length);
+}
+
+void COutgoingPacket::SetView(std::uint32_t slot, std::size_t size, std::uint32_t flags) {
+    head.viewSlot = slot;
+    head.viewSize = size;
+    head.viewFlags = flags;
+}
+
+void COutgoingPacket::AddInline(std::uint32_t entry, const void* bytes, std::size_t size) {
+    Transfer& transfer = transfers[transferCount++];
+    transfer.entry = entry;
+    transfer.slot = kNoSlot;
+    transfer.bytes = bytes;
+    transfer.size = size;
+    head.inlineLength += static_cast<std::uint32_t>(size);
+}
+
+void COutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::size_t size) {
+    Transfer& transfer = transfers[transferCount++];
+    transfer.entry = entry;
+    transfer.slot = slot;
+    transfer.bytes = nullptr;
+    transfer.size = size;
+}
+
+void CIncomingPacket::DropHandles() {
+    for (std::size_t i = 0; i < handleCount; ++i) {
+        handles[i].Reset();
+    }
+    handleCount = 0;
+}
+
+CTransferRecord CIncomingPacket::Transfer(std::size_t index) const {
+    CTransferRecord record;
+    std::memcpy(&record, transferRecords + index * sizeof record, sizeof record);
+    return record;
+}
+
+bool ParsePacket(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& packet) {
+    CPacketHead& head = packet.head;
+    if (size < sizeof head) {
+        return false;
+    }
+    std::memcpy(&head, buffer.bytes.data(), sizeof head);
+    if (head.magic != kMagic || head.messageLength > NtApi::kAlpcMaxMessage ||
+        head.transferCount > kMaxDataEntries || head.inlineLength > kMaxInline ||
+        (head.viewSlot != kNoSlot && head.viewSlot >= kMaxSlots)) {
+        return false;
+    }
+    const std::size_t records = head.transferCount * sizeof(CTransferRecord);
+    if (size != sizeof head + head.messageLength + records + head.inlineLength) {
+        return false;
+    }
+    packet.message = buffer.bytes.data() + sizeof head;
+    packet.transferRecords = packet.message + head.messageLength;
+    packet.inlineBytes = packet.transferRecords + records;
+    return TransfersFit(packet);
+}
+
+bool TakeView(CIncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
+              CReceivedView& view) {
+    const CPacketHead& head = packet.head;
+    if (head.viewSlot == kNoSlot) {
+        return true;
+    }
+    if (head.viewSlotSize != 0 &&
+        !pool.Announce(head.viewSlot, head.viewSlotSize, packet.handles[handle++])) {
+        return false;
+    }
+    const std::uint8_t* const base = pool.Hold(head.viewSlot, head.viewSize);
+    if (base == nullptr) {
+        return false;
+    }
+    view = {head.viewSlot, base, static_cast<std::size_t>(head.viewSize), head.viewFlags};
+    return true;
+}
+
+CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed)
+    : packet_(packet), pool_(pool), freed_(freed) {
+    if (packet.head.viewSlot != kNoSlot) {
+        packet.head.viewSlotSize = Lend(packet.head.viewSlot, packet.head.viewMemory);
+    }
+    std::uint64_t unnamed = 0;
+    for (std::size_t i = 0; i < packet.transferCount; ++i) {
+        const COutgoingPacket::Transfer& transfer = packet.transfers[i];
+        records[i] = {transfer.entry, transfer.slot, transfer.size,
+                      transfer.slot == kNoSlot ? 0 : Lend(transfer.slot, unnamed)};
+    }
+    if (packet.stream >= 0) {
+        handles[handleCount++] = packet.stream;
+    }
+    packet.head.transferCount = static_cast<std::uint32_t>(packet.transferCount);
+    packet.head.freedSlots = freed.TakeFreed();
+}
+
+std::uint64_t CPacketLoan::Lend(std::uint32_t slot, std::uint64_t& name) {
+    const CSlotReference reference = pool_.Lend(slot);
+    if (reference.slotSize != 0) {
+        handles[handleCount++] = reference.handle;
+        name = reference.name;
+    }
+    return reference.slotSize;
+}
+
+template <typename Action>
+void CPacketLoan::ForEachSlot(Action action) {
+    if (packet_.head.viewSlot != kNoSlot) {
+        action(packet_.head.viewSlot);
+    }
+    for (std::size_t i = 0; i < packet_.transferCount; ++i) {
+        if (packet_.transfers[i].slot != kNoSlot) {
+            action(packet_.transfers[i].slot);
+        }
+    }
+}
+
+void CPacketLoan::Sent() {
+    ForEachSlot([this](std::uint32_t slot) { pool_.Sent(slot); });
+}
+
+void CPacketLoan::NotSent() {
+    freed_.PutBack(packet_.head.freedSlots);
+    ForEachSlot([this](std::uint32_t slot) { pool_.NotSent(slot); });
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,38 @@
+#include "portlayer/core/ServerConnection.h"
+
+#include "portlayer/core/ServerPort.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+// How long a client may leave its full buffer unread before the server gives it up: a real port
+// never blocks its server. Our choice.
+constexpr std::chrono::seconds kSendPatience{1};
+
+}  // namespace
+
+CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
+                                     std::unique_ptr<IChannel> channel)
+    : port_(port),
+      portNumber_(port->Number()),
+      number_(number),
+      channel_(std::move(channel)),
+      clientProcessId_(channel_->PeerProcessId()),
+      memory_(pool_, received_) {}
+
+NtApi::NtStatus CServerConnection::Send(COutgoingPacket& packet) {
+    packet.head.threadId = CurrentThreadId();
+    ESend result = channel_->Send(packet, pool_, received_, CDeadline::Now());
+    if (result == ESend::TimedOut) {
+        result = channel_->Send(packet, pool_, received_, CDeadline::In(kSendPatience));
+    }
+    if (result == ESend::Sent) {
+        return NtApi::kStatusSuccess;
+    }
+    // The receiving side of the port sees the end and tells the server.
+    channel_->Shutdown();
+    return NtApi::kStatusPortDisconnected;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,76 @@
+// The server's end of one connection: its channel, its shared memory and what the server attached
+// to it. Made by CServerPort when a client comes.
+//
+// Threads: any.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <vector>
+
+#include "portlayer/core/AlpcMemory.h"
+#include "portlayer/core/Channel.h"
+#include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/core/Packet.h"
+
+namespace Kyr::PortLayer::Detail {
+
+class CServerPort;
+
+class CServerConnection {
+  public:
+    /// Anonymous: the connection request has not come. Requested: the server has not answered it.
+    enum class EState { Anonymous, Requested, Accepted, Connected, Closed };
+
+    CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
+                      std::unique_ptr<IChannel> channel);
+
+    IChannel& Channel() const { return *channel_; }
+    std::uint64_t Number() const { return number_; }
+    std::uint32_t ClientProcessId() const { return clientProcessId_; }
+    std::shared_ptr<CServerPort> Port() const { return port_.lock(); }
+    /// Tells ports apart even when one is gone, without holding it.
+    std::uint64_t PortNumber() const { return portNumber_; }
+    CSendPool& SendPool() { return pool_; }
+    CReceivePool& ReceivePool() { return received_; }
+    CAlpcMemory& Memory() { return memory_; }
+
+    EState State() const { return state_.load(); }
+    /// Closed from now on. Answers what it was before: one caller alone learns that.
+    EState Close() { return state_.exchange(EState::Closed); }
+    bool ChangeState(EState from, EState to) { return state_.compare_exchange_strong(from, to); }
+    void* Context() const { return context_.load(); }
+    void SetContext(void* context) { context_.store(context); }
+
+    /// False when the client has let too many requests pile up.
+    bool MayAsk() const { return openRequests_.load() < kMaxOpenRequests; }
+    void CountRequest(int change) { openRequests_.fetch_add(change); }
+
+    /// What the client gets when its connection is completed. One thread at a time: the one that
+    /// answers the connection request.
+    void SetConnectionAnswer(std::vector<std::uint8_t> answer) { answer_ = std::move(answer); }
+    std::vector<std::uint8_t> TakeConnectionAnswer() { return std::move(answer_); }
+
+    /// Waits a moment for a client that does not read, then gives the connection up.
+    NtApi::NtStatus Send(COutgoingPacket& packet);
+
+  private:
+    // Our choice, far above what a client has threads: so that one cannot use up everybody's.
+    static constexpr int kMaxOpenRequests = 256;
+
+    const CLiveCount live_{ECounter::Connections};
+    const std::weak_ptr<CServerPort> port_;
+    const std::uint64_t portNumber_;
+    const std::uint64_t number_;
+    const std::unique_ptr<IChannel> channel_;
+    const std::uint32_t clientProcessId_;
+    CSendPool pool_;
+    CReceivePool received_;
+    CAlpcMemory memory_;
+    std::vector<std::uint8_t> answer_;
+    std::atomic<EState> state_{EState::Anonymous};
+    std::atomic<void*> context_{nullptr};
+    std::atomic<int> openRequests_{0};
+};
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,396 @@
+#include "portlayer/core/ServerPort.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "portlayer/core/RequestData.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// Connections of a port, accepted or not. Our choice, below the usual limit of a process's
+// descriptors (1024) and, with all their slots mapped, of its mappings (65530). Further clients are
+// turned away, unless one gives way that has not sent its connection request.
+constexpr std::size_t kMaxConnections = 256;
+// How often a receive whose time is up looks on when what it found was not for the server: a
+// receive that may not wait still gets past the connecting of clients, and none gets lost among
+// clients that flood. Our choice.
+constexpr int kLateLooks = 4;
+std::atomic<std::uint64_t> lastPort{0};
+
+/// Another thread may have dropped the connection, and ended its messages, before this one stood
+/// among them.
+bool IsStillOpen(const CServerConnection& connection,
+                 const std::shared_ptr<CPendingMessage>& record) {
+    const bool open = connection.State() != CServerConnection::EState::Closed;
+    if (!open) {
+        EndPendingMessage(record);
+    }
+    return open;
+}
+
+}  // namespace
+
+NtStatus CServerPort::Create(EDialect dialect, const UnicodeString& name, const CPortLimits& limits,
+                             std::shared_ptr<CServerPort>& port) {
+    const std::shared_ptr<CServerPort> created(new CServerPort(dialect, limits));
+    const NtStatus status = CreatePortListener(name, created->listener_);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    port = created;
+    return kStatusSuccess;
+}
+
+CServerPort::CServerPort(EDialect dialect, const CPortLimits& limits)
+    : number_(lastPort.fetch_add(1, std::memory_order_relaxed)),
+      dialect_(dialect),
+      limits_(limits) {}
+
+CServerPort::~CServerPort() {
+    delete spareScratch_.load();
+}
+
+void CServerPort::OnClose() {
+    listener_->Close();
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        closed_ = true;
+        putBack_.clear();
+    }
+    for (const auto& connection : Connections()) {
+        Drop(connection);
+    }
+    listener_->Wake();
+}
+
+std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
+    std::unique_ptr<CReceiveScratch> scratch(
+        spareScratch_.exchange(nullptr, std::memory_order_acquire));
+    if (scratch) {
+        return scratch;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (scratches_.empty()) {
+        // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
+        // NOLINTNEXTLINE(modernize-make-unique)
+        return std::unique_ptr<CReceiveScratch>(new CReceiveScratch);
+    }
+    scratch = std::move(scratches_.back());
+    scratches_.pop_back();
+    return scratch;
+}
+
+void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
+    scratch->message.connection.reset();
+    scratch->message.view = {};
+    scratch.reset(spareScratch_.exchange(scratch.release(), std::memory_order_acq_rel));
+    if (scratch) {
+        // Several threads receive.
+        const std::lock_guard<std::mutex> lock(mutex_);
+        scratches_.push_back(std::move(scratch));
+    }
+}
+
+NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
+    for (int late = 0; late < kLateLooks; late += deadline.HasPassed() ? 1 : 0) {
+        if (closed_.load()) {
+            return kStatusPortClosed;
+        }
+        if (hasPutBack_.load() && TakePutBack(scratch.message)) {
+            return kStatusSuccess;
+        }
+        std::uint64_t number = 0;
+        switch (listener_->Wait(deadline, number)) {
+            case IPortListener::EEvent::Nothing:
+                if (deadline.HasPassed()) {
+                    return kStatusTimeout;
+                }
+                continue;
+            case IPortListener::EEvent::Woken:
+                continue;
+            case IPortListener::EEvent::Client:
+                AcceptClient();
+                continue;
+            case IPortListener::EEvent::Readable:
+                break;
+        }
+        const auto connection = FindConnection(number);
+        if (connection && TakePacket(connection, scratch)) {
+            return kStatusSuccess;
+        }
+    }
+    return kStatusTimeout;
+}
+
+bool CServerPort::TakePutBack(CIncomingMessage& message) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    hasPutBack_ = putBack_.size() > 1;
+    if (putBack_.empty()) {
+        return false;
+    }
+    message = std::move(putBack_.front());
+    putBack_.pop_front();
+    message.bytes = message.kept.data();
+    return true;
+}
+
+void CServerPort::PutBack(CReceiveScratch& scratch) {
+    CIncomingMessage& message = scratch.message;
+    if (message.kept.empty()) {
+        message.kept.assign(message.bytes, message.bytes + message.length);
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    putBack_.push_front(std::move(message));
+    hasPutBack_ = true;
+    message = {};
+}
+
+void CServerPort::AcceptClient() {
+    std::unique_ptr<IChannel> channel;
+    const IPortListener::EAccept accepted = listener_->Accept(channel);
+    if (accepted == IPortListener::EAccept::Exhausted && !DropOldestAnonymous()) {
+        // The client stays in front of the door, which would keep us running.
+        listener_->Rest();
+    }
+    if (!channel) {
+        return;
+    }
+    std::unique_lock<std::mutex> lock(mutex_);
+    if (connections_.size() >= kMaxConnections) {
+        lock.unlock();
+        DropOldestAnonymous();
+        lock.lock();
+    }
+    if (closed_ || connections_.size() >= kMaxConnections) {
+        return;
+    }
+    const std::uint64_t number = ++lastNumber_;
+    const auto connection =
+        std::make_shared<CServerConnection>(shared_from_this(), number, std::move(channel));
+    connections_[number] = connection;
+    if (!listener_->Watch(connection->Channel(), number)) {
+        connections_.erase(number);
+    }
+}
+
+bool CServerPort::DropOldestAnonymous() {
+    std::shared_ptr<CServerConnection> oldest;
+    for (const auto& connection : Connections()) {
+        const bool older = !oldest || connection->Number() < oldest->Number();
+        if (connection->State() == CServerConnection::EState::Anonymous && older) {
+            oldest = connection;
+        }
+    }
+    if (oldest) {
+        Drop(oldest);
+    }
+    return oldest != nullptr;
+}
+
+std::shared_ptr<CServerConnection> CServerPort::FindConnection(std::uint64_t number) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = connections_.find(number);
+    return found != connections_.end() ? found->second : nullptr;
+}
+
+std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::shared_ptr<CServerConnection>> all;
+    for (const auto& item : connections_) {
+        all.push_back(item.second);
+    }
+    return all;
+}
+
+CServerConnection::EState CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+    const CServerConnection::EState state = connection->Close();
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (connections_.erase(connection->Number()) != 0) {
+            listener_->Unwatch(connection->Channel());
+        }
+        for (auto item = putBack_.begin(); item != putBack_.end();) {
+            item = item->connection == connection ? putBack_.erase(item) : item + 1;
+        }
+    }
+    connection->Channel().Shutdown();
+    EndPendingMessagesOf(connection.get());
+    return state;
+}
+
+NtStatus CServerPort::DeleteView(const void* base) {
+    for (const auto& connection : Connections()) {
+        if (connection->Memory().DeleteView(base) == kStatusSuccess) {
+            return kStatusSuccess;
+        }
+    }
+    return kStatusInvalidParameter;
+}
+
+NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
+    for (const auto& connection : Connections()) {
+        if (connection->Memory().ReleaseMessage(messageId, unmapView) == kStatusSuccess) {
+            return kStatusSuccess;
+        }
+    }
+    return kStatusInvalidMessage;
+}
+
+bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connection,
+                             CReceiveScratch& scratch) {
+    const EReceive result =
+        connection->Channel().Receive(CDeadline::Now(), scratch.buffer, scratch.packet);
+    if (result == EReceive::Nothing) {
+        return false;
+    }
+    if (result != EReceive::Packet) {
+        return TakeEnd(connection, scratch);
+    }
+    connection->SendPool().TakeBack(scratch.packet.head.freedSlots);
+    CIncomingMessage& message = scratch.message;
+    message.connection = connection;
+    message.bytes = scratch.packet.message;
+    message.length = scratch.packet.head.messageLength;
+    message.view = {};
+    message.kept.clear();
+    message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
+    bool valid = false;
+    switch (scratch.packet.head.kind) {
+        case EPacket::Connect:
+            valid = TakeConnect(connection, scratch);
+            break;
+        case EPacket::Request:
+            valid = TakeMessage(connection, scratch, true);
+            break;
+        case EPacket::Datagram:
+            valid = TakeMessage(connection, scratch, false);
+            break;
+        default:
+            break;
+    }
+    scratch.packet.DropHandles();
+    return valid || TakeEnd(connection, scratch);
+}
+
+bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
+                          CReceiveScratch& scratch) {
+    const CServerConnection::EState state = Drop(connection);
+    if (state != CServerConnection::EState::Connected &&
+        state != CServerConnection::EState::Accepted) {
+        return false;
+    }
+    CIncomingMessage& message = scratch.message;
+    message.connection = connection;
+    message.view = {};
+    message.type = kLpcPortClosed;
+    message.length = HeaderSize(dialect_);
+    message.ids = {connection->ClientProcessId(), 0, 0};
+    message.kept.clear();
+    scratch.buffer.bytes.fill(0);
+    StoreField(scratch.buffer.bytes.data(), kTotalLengthOffset,
+               static_cast<std::uint16_t>(message.length));
+    message.bytes = scratch.buffer.bytes.data();
+    return true;
+}
+
+bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const {
+    const std::size_t length = packet.head.messageLength;
+    const std::size_t header = HeaderSize(dialect_);
+    return length >= header && length <= limit && TotalLength(packet.message) == length &&
+           header + DataLength(packet.message) <= length;
+}
+
+bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
+                              CReceiveScratch& scratch) {
+    // Never more than the server's receive buffer holds.
+    const std::size_t limit =
+        dialect_ == EDialect::Lpc
+            ? std::min(HeaderSize(dialect_) + limits_.connectionInfo, limits_.message)
+            : limits_.message;
+    if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
+        scratch.packet.handleCount != 0 || scratch.packet.head.transferCount != 0 ||
+        scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
+        !connection->ChangeState(CServerConnection::EState::Anonymous,
+                                 CServerConnection::EState::Requested)) {
+        return false;
+    }
+    std::unique_lock<std::mutex> lock;
+    const auto record = NewPendingMessage(lock);
+    if (!record) {
+        return false;
+    }
+    record->open = true;
+    record->isConnectionRequest = true;
+    record->connection = connection;
+    scratch.message.ids.messageId = record->ids.messageId;
+    record->ids = scratch.message.ids;
+    lock.unlock();
+    scratch.message.type = kLpcConnectionRequest;
+    return IsStillOpen(*connection, record);
+}
+
+bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connection,
+                              CReceiveScratch& scratch, bool isRequest) {
+    CIncomingPacket& packet = scratch.packet;
+    CIncomingMessage& message = scratch.message;
+    CDataBlock block;
+    block.count = 0;
+    if (connection->State() != CServerConnection::EState::Connected ||
+        !IsWellFormed(packet, limits_.message) ||
+        (dialect_ == EDialect::Lpc &&
+         ReadDataBlock(packet.message, message.length, block) != kStatusSuccess) ||
+        (dialect_ == EDialect::Lpc ? packet.head.viewSlot != kNoSlot
+                                   : packet.head.transferCount != 0) ||
+        (isRequest ? !connection->MayAsk() : block.count != 0 || packet.head.transferCount != 0)) {
+        return false;
+    }
+    std::unique_lock<std::mutex> lock;
+    const auto record = NewPendingMessage(lock);
+    if (!record) {
+        return false;
+    }
+    message.ids.messageId = record->ids.messageId;
+    record->ids = message.ids;
+    record->connection = connection;
+    record->exchange = packet.head.exchange;
+    record->entries.count = block.count;
+    std::copy_n(block.entries.begin(), block.count, record->entries.entries.begin());
+    std::size_t handle = 0;
+    const bool valid = TakeView(packet, connection->ReceivePool(), handle, message.view) &&
+                       TakeEntries(packet, handle, *record);
+    record->open = valid && isRequest;
+    connection->CountRequest(record->open ? 1 : 0);
+    CounterCell(ECounter::PendingRequests)
+        .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
+    lock.unlock();
+    if (!valid || !isRequest) {
+        // A datagram needs an id, but no record.
+        EndPendingMessage(record);
+    }
+    message.type = isRequest ? kLpcRequest : kLpcDatagram;
+    const bool continuation =
+        dialect_ == EDialect::Alpc && (isRequest || message.view.slot != kNoSlot);
+    message.type |= continuation ? kLpcContinuationRequired : 0;
+    return valid && IsStillOpen(*connection, record);
+}
+
+void CServerCommPort::OnClose() {
+    if (const auto port = connection->Port()) {
+        port->Drop(connection);
+    }
+    connection->Memory().Clear();
+}
+
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object) {
+    if (As<CServerPort>(object.get()) != nullptr) {
+        return std::static_pointer_cast<CServerPort>(object);
+    }
+    const CServerCommPort* const comm = As<CServerCommPort>(object.get());
+    return comm != nullptr ? comm->connection->Port() : nullptr;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,11 @@
+// Maps a file, shared with whoever else maps it.
+#pragma once
+
+#include "portlayer/core/SharedMemory.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// `protection` as for mmap. What was mapped before is unmapped in any case.
+bool MapFile(int file, std::size_t size, int protection, CMapping& mapping);
+
+}  // namespace Kyr::PortLayer::Detail

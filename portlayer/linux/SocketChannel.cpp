@@ -1,0 +1,51 @@
+#include "portlayer/linux/SocketChannel.h"
+
+#include <string>
+#include <sys/socket.h>
+
+#include "portlayer/linux/Peer.h"
+#include "portlayer/linux/RunDirectory.h"
+#include "portlayer/linux/SocketPackets.h"
+
+namespace Kyr::PortLayer::Detail {
+
+CSocketChannel::CSocketChannel(CFileDescriptor socket)
+    : socket_(std::move(socket)), peerProcessId_(Detail::PeerProcessId(socket_.Get())) {}
+
+EReceive CSocketChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
+                                 CIncomingPacket& packet) {
+    return ReceivePacket(socket_.Get(), deadline, buffer, packet);
+}
+
+ESend CSocketChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                           const CDeadline& deadline) {
+    return SendPacket(socket_.Get(), packet, pool, freed, deadline);
+}
+
+void CSocketChannel::Shutdown() {
+    ::shutdown(socket_.Get(), SHUT_RDWR);
+}
+
+NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& deadline,
+                            std::unique_ptr<IChannel>& channel) {
+    std::string file;
+    CFileDescriptor directory;
+    NtApi::NtStatus status = FileNameOf(name, "port", file);
+    if (status == NtApi::kStatusSuccess) {
+        status = OpenRunDirectory(false, directory);
+    }
+    CFileDescriptor socket;
+    if (status == NtApi::kStatusSuccess) {
+        status = ConnectSocket(PathIn(directory, file), deadline, socket);
+    }
+    if (status != NtApi::kStatusSuccess) {
+        return status;
+    }
+    if (!IsSameUser(socket.Get())) {
+        return NtApi::kStatusAccessDenied;
+    }
+    channel = std::make_unique<CSocketChannel>(std::move(socket));
+    return NtApi::kStatusSuccess;
+}
+
+}  // namespace Kyr::PortLayer::Detail

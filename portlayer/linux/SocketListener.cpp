@@ -1,0 +1,115 @@
+// A port as a listening socket in the run directory, and epoll over the sockets of its clients.
+#include <cerrno>
+#include <poll.h>
+#include <sys/epoll.h>
+#include <sys/eventfd.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include "portlayer/core/PortListener.h"
+#include "portlayer/linux/Peer.h"
+#include "portlayer/linux/PortName.h"
+#include "portlayer/linux/SocketChannel.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// What epoll tells us: one of these, or the number of a channel moved behind them.
+constexpr std::uint64_t kListener = 0;
+constexpr std::uint64_t kWake = 1;
+constexpr std::uint64_t kFirstChannel = 2;
+// How long a port out of descriptors rests before it tries to take a client again. Our choice.
+constexpr std::chrono::milliseconds kRest{10};
+
+bool WatchDescriptor(int poll, int descriptor, std::uint64_t number) {
+    epoll_event event = {};
+    event.events = EPOLLIN;
+    event.data.u64 = number;
+    return ::epoll_ctl(poll, EPOLL_CTL_ADD, descriptor, &event) == 0;
+}
+
+int SocketOf(IChannel& channel) {
+    return static_cast<CSocketChannel&>(channel).Socket();
+}
+
+class CSocketListener final : public IPortListener {
+  public:
+    NtStatus Open(const UnicodeString& name);
+
+    EEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
+    EAccept Accept(std::unique_ptr<IChannel>& channel) override;
+    bool Watch(IChannel& channel, std::uint64_t number) override {
+        return WatchDescriptor(poll_.Get(), SocketOf(channel), kFirstChannel + number);
+    }
+    void Unwatch(IChannel& channel) override {
+        ::epoll_ctl(poll_.Get(), EPOLL_CTL_DEL, SocketOf(channel), nullptr);
+    }
+    void Rest() override { WaitFor(wake_.Get(), POLLIN, CDeadline::In(kRest)); }
+    void Close() override { name_.Give(); }
+    void Wake() override {
+        // The waiting threads see this one after another; it is never read.
+        const std::uint64_t one = 1;
+        [[maybe_unused]] const ssize_t written = ::write(wake_.Get(), &one, sizeof one);
+    }
+
+  private:
+    CPortName name_;
+    CFileDescriptor listener_;
+    CFileDescriptor poll_;
+    CFileDescriptor wake_;
+};
+
+NtStatus CSocketListener::Open(const UnicodeString& name) {
+    const NtStatus status = name_.Take(name, listener_);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    poll_.Reset(::epoll_create1(EPOLL_CLOEXEC));
+    wake_.Reset(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK));
+    const bool watching = poll_.IsOpen() && wake_.IsOpen() &&
+                          WatchDescriptor(poll_.Get(), listener_.Get(), kListener) &&
+                          WatchDescriptor(poll_.Get(), wake_.Get(), kWake);
+    return watching ? kStatusSuccess : kStatusNoMemory;
+}
+
+IPortListener::EEvent CSocketListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
+    epoll_event event = {};
+    if (::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds()) <= 0) {
+        return EEvent::Nothing;
+    }
+    if (event.data.u64 < kFirstChannel) {
+        return event.data.u64 == kListener ? EEvent::Client : EEvent::Woken;
+    }
+    number = event.data.u64 - kFirstChannel;
+    return EEvent::Readable;
+}
+
+IPortListener::EAccept CSocketListener::Accept(std::unique_ptr<IChannel>& channel) {
+    CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
+    if (!socket.IsOpen()) {
+        const bool exhausted =
+            errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
+        return exhausted ? EAccept::Exhausted : EAccept::Nobody;
+    }
+    if (!IsSameUser(socket.Get())) {
+        return EAccept::Nobody;
+    }
+    channel = std::make_unique<CSocketChannel>(std::move(socket));
+    return EAccept::Accepted;
+}
+
+}  // namespace
+
+NtStatus CreatePortListener(const UnicodeString& name, std::unique_ptr<IPortListener>& listener) {
+    auto created = std::make_unique<CSocketListener>();
+    const NtStatus status = created->Open(name);
+    if (status == kStatusSuccess) {
+        listener = std::move(created);
+    }
+    return status;
+}
+
+}  // namespace Kyr::PortLayer::Detail
