@@ -1,23 +1,24 @@
-// The clients over real ports: a server thread of the test behind the system's own functions, no
+// The clients over real ports: a server thread of the test behind the port layer's functions, no
 // scripted answer anywhere.
-#include <cstdlib>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
-#include <unistd.h>
 
 #include "base/LittleEndian.h"
 #include "kelcomm/Buffer.h"
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/KelcommNames.h"
+#include "kelcomm/native/NativeTable.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
+#include "portlayer/FunctionsByName.h"
 #include "portlayer/LiveCounters.h"
 #include "portlayer/ServerFunctions.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/RunDirectory.h"
 
 namespace Kyr::Test {
 
@@ -25,12 +26,23 @@ namespace {
 
 namespace Kelcomm = Connectors::Common::Kelcomm;
 namespace Layer = PortLayer;
+namespace Native = Kelcomm::Native;
 using Base::LoadLittleEndian;
 using Base::StoreLittleEndian;
 using NtApi::Handle;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kEcho = 3;  // answers the request's bytes
+
+/// The system's functions, with the layer's in place of those that the layer has.
+const Native::CNativeFunctions& LayerFunctions() {
+    static const Native::CNativeFunctions table = Native::ResolveNativeFunctions(
+        [](Native::NativeLibrary library, const char* name) -> Native::GenericFunction {
+            const auto function = Layer::FindFunctionByName(name);
+            return function != nullptr ? function : Native::FindNativeFunction(library, name);
+        });
+    return table;
+}
 
 /// Serves one port on a thread of its own until it is stopped.
 class CServer {
@@ -77,20 +89,22 @@ class CServer {
     NtApi::ObjectAttributes attributes_;
 };
 
+template <typename Word>
 class CLpcServer : public CServer {
   public:
-    using Structs = Kelcomm::CKelcommStructsNt<std::uintptr_t>;
+    using Structs = Kelcomm::CKelcommStructsNt<Word>;
+    using Message = typename Structs::Message;
     CLpcServer() {
         EXPECT_EQ(0, Layer::NtCreatePort(&port_,
                                          Attributes(Kelcomm::LpcPortName(
                                              Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId)),
-                                         260, sizeof(Structs::Message), 0));
+                                         260, sizeof(Message), 0));
         thread_ = std::thread([this] { Run(); });
     }
 
   private:
     void Run() {
-        Structs::Message message;
+        Message message;
         while (Layer::NtReplyWaitReceivePort(port_, nullptr, nullptr, message.bytes) == 0) {
             if (Kind(message.bytes) == NtApi::kLpcConnectionRequest) {
                 Handle client = nullptr;
@@ -102,7 +116,7 @@ class CLpcServer : public CServer {
             }
         }
     }
-    void Answer(Structs::Message& message) {
+    void Answer(Message& message) {
         std::uint8_t* const bytes = message.bytes;
         const auto command = LoadLittleEndian<std::uint32_t>(bytes + Structs::kCommand);
         const std::size_t end = LoadLittleEndian<std::uint16_t>(bytes + 2);
@@ -206,20 +220,36 @@ class CAlpcServer : public CServer {
     }
 };
 
-template <typename Server>
+struct CLpc {
+    static constexpr const char* kName = "Lpc";
+    static std::unique_ptr<Kelcomm::IKelcommClient> Client() {
+        return Kelcomm::CreateKelcommClientNt(LayerFunctions());
+    }
+    static std::unique_ptr<CServer> Server() {
+        NtApi::Bool isWow64 = 0;
+        Layer::IsWow64Process(Layer::GetCurrentProcess(), &isWow64);
+        if (isWow64 != 0) {
+            return std::make_unique<CLpcServer<std::uint64_t>>();
+        }
+        return std::make_unique<CLpcServer<std::uint32_t>>();
+    }
+};
+
+struct CAlpc {
+    static constexpr const char* kName = "Alpc";
+    static std::unique_ptr<Kelcomm::IKelcommClient> Client() {
+        auto client = std::make_unique<Kelcomm::CKelcommAlpcClient>(LayerFunctions());
+        client->Initialize(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId, 0);
+        return client;
+    }
+    static std::unique_ptr<CServer> Server() { return std::make_unique<CAlpcServer>(); }
+};
+
+template <typename Ports>
 class PortExchangeTest : public testing::Test {
   protected:
     void SetUp() override {
-        char pattern[] = "/tmp/kelcomm-test-XXXXXX";
-        ASSERT_NE(nullptr, ::mkdtemp(pattern));
-        directory_ = pattern;
-        ::setenv("KELCOMM_RUNTIME_DIR", pattern, 1);
-        if (std::is_same<Server, CLpcServer>::value) {
-            client_ = Kelcomm::CreateKelcommClientNt();
-        } else {
-            client_ = std::make_unique<Kelcomm::CKelcommAlpcClient>();
-            client_->Initialize(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId, 0);
-        }
+        client_ = Ports::Client();
         ASSERT_NE(nullptr, client_);
     }
     void TearDown() override {
@@ -227,10 +257,9 @@ class PortExchangeTest : public testing::Test {
         client_.reset();
         StopServer();
         EXPECT_TRUE(Layer::ReadLiveCounters().AllZero()) << Layer::ReadLiveCounters().Text();
-        EXPECT_EQ(0, ::rmdir(directory_.c_str()));
-        ::unsetenv("KELCOMM_RUNTIME_DIR");
+        EXPECT_TRUE(directory_.IsEmpty());
     }
-    void StartServer() { server_ = std::make_unique<Server>(); }
+    void StartServer() { server_ = Ports::Server(); }
     void StopServer() {
         if (server_ != nullptr) {
             server_->Stop();
@@ -254,19 +283,19 @@ class PortExchangeTest : public testing::Test {
         EXPECT_EQ(request, reply) << length;
     }
 
-    std::string directory_;
-    std::unique_ptr<Server> server_;
+    CRunDirectory directory_;
+    std::unique_ptr<CServer> server_;
     std::unique_ptr<Kelcomm::IKelcommClient> client_;
 };
 
-using Servers = testing::Types<CLpcServer, CAlpcServer>;
-struct ServerNames {
-    template <typename Server>
+using BothPorts = testing::Types<CLpc, CAlpc>;
+struct PortNames {
+    template <typename Ports>
     static std::string GetName(int) {
-        return std::is_same<Server, CLpcServer>::value ? "Lpc" : "Alpc";
+        return Ports::kName;
     }
 };
-TYPED_TEST_SUITE(PortExchangeTest, Servers, ServerNames);
+TYPED_TEST_SUITE(PortExchangeTest, BothPorts, PortNames);
 
 TYPED_TEST(PortExchangeTest, AbsentServerIsAFailure) {
     EXPECT_EQ(1U, this->client_->Request(0, 0, nullptr, 0, nullptr, 0, nullptr, 0));
@@ -327,7 +356,7 @@ TYPED_TEST(PortExchangeTest, BroadcastAreaIsReadFromTheNamedSection) {
     this->client_->Close();
 }
 
-using LpcPortExchangeTest = PortExchangeTest<CLpcServer>;
+using LpcPortExchangeTest = PortExchangeTest<CLpc>;
 
 TEST_F(LpcPortExchangeTest, ServerCodeComesBack) {
     StartServer();
@@ -342,7 +371,7 @@ TEST_F(LpcPortExchangeTest, WaitPoolExchangesWithoutAMessagePump) {
     ExpectEcho(5000);
 }
 
-using AlpcPortExchangeTest = PortExchangeTest<CAlpcServer>;
+using AlpcPortExchangeTest = PortExchangeTest<CAlpc>;
 
 TEST_F(AlpcPortExchangeTest, GrowableBufferTakesALongReply) {
     StartServer();

@@ -1,9 +1,9 @@
 // Advanced ports: requests and replies, one-way messages, limits, flags, time-outs, releases.
 #include <atomic>
 #include <future>
-#include <unistd.h>
 
 #include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/ChildProcess.h"
 
 namespace Kyr::Test {
 
@@ -97,8 +97,7 @@ TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
         }
         // The sender did not release it, so the continuation flag stands beside the kind.
         EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 0x2001);
-        EXPECT_EQ(Get<std::uint32_t>(call.message.data(), 8),
-                  static_cast<std::uint32_t>(::getpid()));
+        EXPECT_EQ(Get<std::uint32_t>(call.message.data(), 8), CurrentProcessId());
         EXPECT_NE(Get<std::uint32_t>(call.message.data(), 12), 0u);
         messageId = Get<std::uint32_t>(call.message.data(), 16);
         EXPECT_NE(messageId, 0u);

@@ -1,9 +1,13 @@
-// A second process of a test: a forked copy that runs one function and never returns to the test.
+// A second process of a test: a copy that runs one function and never returns to the test.
 //
-// REQUIRES: made before the test has threads or ports, so that the copy holds none of them.
+// Where a process cannot be copied the test's program is started again with this one test, which
+// runs up to here in the second process. So the function sees the same objects, set up anew.
+// REQUIRES: made first in a test, before it has threads or ports; one for each test.
 #pragma once
 
+#include <cstdint>
 #include <functional>
+#include <memory>
 
 namespace Kyr::Test {
 
@@ -12,7 +16,10 @@ class CChildProcess {
     explicit CChildProcess(const std::function<void(CChildProcess&)>& body);
     CChildProcess(const CChildProcess&) = delete;
     CChildProcess& operator=(const CChildProcess&) = delete;
-    ~CChildProcess() { Kill(); }
+    ~CChildProcess();
+
+    /// True in a program that was started again: what the first one set up is there already.
+    static bool IsStartedAgain();
 
     // In the parent.
     void AwaitReady();
@@ -20,7 +27,6 @@ class CChildProcess {
     void Kill();
     /// The code that the child's body ended with (0 when it returned).
     int ExitCode();
-    int Id() const { return id_; }
 
     // In the child.
     void Ready();
@@ -30,9 +36,11 @@ class CChildProcess {
     [[noreturn]] void Exit(int code);
 
   private:
-    int id_ = -1;
-    int toParent_[2] = {-1, -1};
-    int toChild_[2] = {-1, -1};
+    struct CSystem;  // what the operating system needs
+    std::unique_ptr<CSystem> system_;
 };
+
+/// The id of the calling process.
+std::uint32_t CurrentProcessId();
 
 }  // namespace Kyr::Test

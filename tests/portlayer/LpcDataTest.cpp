@@ -222,15 +222,16 @@ INSTANTIATE_TEST_SUITE_P(Backends, LpcBadBlockTest, Backends(), BackendName);
 TEST_P(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
     Serve([](CLpcCall& call) { call.Reply({}); });
     const Handle port = Connect();
-    constexpr std::uint16_t kHeader = LpcLayout::kHeaderSize;
-    const CBadBlock blocks[] = {{1, 0},           {kHeader - 1, 0},      {kHeader, 2},
-                                {kHeader + 1, 1}, {kHeader, 0xFFFFFFFF}, {kHeader, 0x10000001},
-                                {0xFFFF, 0},      {kHeader + 100, 0}};
+    const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
+    const auto after = [header](int bytes) { return static_cast<std::uint16_t>(header + bytes); };
+    const CBadBlock blocks[] = {{1, 0},        {after(-1), 0},       {header, 2},
+                                {after(1), 1}, {header, 0xFFFFFFFF}, {header, 0x10000001},
+                                {0xFFFF, 0},   {after(100), 0}};
     for (const CBadBlock& block : blocks) {
         std::uint8_t byte = 0;
         Bytes request = LpcMessageWithEntries({{&byte, 1}});
         Put(request.data(), 6, block.offset);
-        if (block.offset >= kHeader && block.offset < LpcLayout::kMaxMessage - 4) {
+        if (block.offset >= header && block.offset < LpcLayout::kMaxMessage - 4) {
             Put(request.data(), block.offset, block.count);
         }
         Bytes reply;

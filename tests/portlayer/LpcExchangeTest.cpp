@@ -1,8 +1,8 @@
 // Legacy ports: requests and replies, one-way messages, limits, kinds and ids.
 #include <future>
 #include <thread>
-#include <unistd.h>
 
+#include "tests/portlayer/ChildProcess.h"
 #include "tests/portlayer/LpcTest.h"
 
 namespace Kyr::Test {
@@ -55,7 +55,7 @@ TEST_P(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
     ServeEcho();
     const Handle port = Connect();
     Bytes request = LpcMessage({});
-    Put<std::uint16_t>(request.data(), 2, LpcLayout::kMaxMessage + 1);
+    Put(request.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
     Bytes reply;
     EXPECT_EQ(Exchange(port, request, reply), kStatusPortMessageTooLong);
     EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
@@ -80,9 +80,8 @@ TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
         if (Kind(call.message.data()) != kLpcRequest) {
             return;
         }
-        EXPECT_EQ(Get<Word>(call.message.data(), LpcLayout::kProcessId),
-                  static_cast<Word>(::getpid()));
-        EXPECT_NE(Get<Word>(call.message.data(), LpcLayout::kThreadId), Word{0});
+        EXPECT_EQ(GetWord(call.message.data(), LpcLayout::kProcessId), CurrentProcessId());
+        EXPECT_NE(GetWord(call.message.data(), LpcLayout::kThreadId), 0u);
         messageId = Get<std::uint32_t>(call.message.data(), LpcLayout::kMessageId);
         EXPECT_NE(messageId, 0u);
         call.Reply({});
@@ -95,7 +94,7 @@ TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
     ASSERT_EQ(Exchange(port, request, reply), kStatusSuccess);
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), kLpcReply);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), LpcLayout::kMessageId), messageId);
-    EXPECT_EQ(Get<Word>(reply.data(), LpcLayout::kProcessId), static_cast<Word>(::getpid()));
+    EXPECT_EQ(GetWord(reply.data(), LpcLayout::kProcessId), CurrentProcessId());
     Ports().CloseHandle(port);
 }
 
@@ -148,7 +147,7 @@ TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
             return;
         }
         Bytes foreign = call.message;
-        Put<Word>(foreign.data(), LpcLayout::kThreadId, Word{1});
+        PutWord(foreign.data(), LpcLayout::kThreadId, 1);
         CLpcCall other(call.Ports(), call.Port(), foreign, nullptr);
         EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
         Put<std::uint32_t>(foreign.data(), LpcLayout::kMessageId, 0x7FFFFFFF);
@@ -166,9 +165,9 @@ TEST_P(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
             return;
         }
         Bytes reply = call.message;
-        Put<std::uint16_t>(reply.data(), 2, LpcLayout::kMaxMessage + 1);
+        Put(reply.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
         EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusPortMessageTooLong);
-        Put<std::uint16_t>(reply.data(), 2, LpcLayout::kHeaderSize);
+        Put(reply.data(), 2, static_cast<std::uint16_t>(LpcLayout::kHeaderSize));
         Put<std::uint16_t>(reply.data(), 0, 1);
         EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusInvalidParameter);
         EXPECT_EQ(call.Reply({}), kStatusSuccess);

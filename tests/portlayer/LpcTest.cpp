@@ -29,10 +29,12 @@ void CLpcTest::TearDown() {
     CPortTest::TearDown();
 }
 
-Handle CLpcTest::CreatePort(std::uint32_t maxMessage) {
+Handle CLpcTest::CreatePort(std::size_t maxMessage) {
     ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
     Handle port = nullptr;
-    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 260, maxMessage, 0), kStatusSuccess);
+    EXPECT_EQ(
+        Ports().NtCreatePort(&port, &attributes, 260, static_cast<std::uint32_t>(maxMessage), 0),
+        kStatusSuccess);
     return port;
 }
 

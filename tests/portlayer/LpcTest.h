@@ -37,7 +37,7 @@ class CLpcTest : public CPortTest {
     void TearDown() override;
 
     /// Creates the port without serving it.
-    Handle CreatePort(std::uint32_t maxMessage = LpcLayout::kMaxMessage);
+    Handle CreatePort(std::size_t maxMessage = LpcLayout::kMaxMessage);
     /// Creates the port and serves it until StopServer: accepts clients, hands every message but
     /// connection requests to the handler.
     void Serve(Handler handler);

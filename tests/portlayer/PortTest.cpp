@@ -1,10 +1,46 @@
 #include "tests/portlayer/PortTest.h"
 
-#include <cstdlib>
-#include <filesystem>
-#include <unistd.h>
+#include "tests/portlayer/ChildProcess.h"
 
 namespace Kyr::Test {
+
+namespace {
+
+using Narrow = NtApi::PortMessageLayout<std::uint32_t>;
+using Wide = NtApi::PortMessageLayout<std::uint64_t>;
+
+// As a client of the ports finds it out.
+bool SystemIsWide() {
+    NtApi::Bool isWow64 = 0;
+    return PortLayer::IsWow64Process(PortLayer::GetCurrentProcess(), &isWow64) != 0 && isWow64 != 0;
+}
+
+}  // namespace
+
+const bool LpcLayout::kIsWide = SystemIsWide();
+const std::size_t LpcLayout::kHeaderSize = kIsWide ? Wide::kHeaderSize : Narrow::kHeaderSize;
+const std::size_t LpcLayout::kProcessId = kIsWide ? Wide::kProcessId : Narrow::kProcessId;
+const std::size_t LpcLayout::kThreadId = kIsWide ? Wide::kThreadId : Narrow::kThreadId;
+const std::size_t LpcLayout::kMessageId = kIsWide ? Wide::kMessageId : Narrow::kMessageId;
+const std::size_t LpcLayout::kMaxMessage = kIsWide ? Wide::kMaxMessage : Narrow::kMaxMessage;
+const std::size_t LpcLayout::kDataEntries = kIsWide ? Wide::kDataEntries : Narrow::kDataEntries;
+const std::size_t LpcLayout::kDataEntrySize =
+    kIsWide ? Wide::kDataEntrySize : Narrow::kDataEntrySize;
+const std::size_t LpcLayout::kDataEntryLength =
+    kIsWide ? Wide::kDataEntryLength : Narrow::kDataEntryLength;
+
+std::uint64_t GetWord(const void* message, std::size_t offset) {
+    return LpcLayout::kIsWide ? Get<std::uint64_t>(message, offset)
+                              : Get<std::uint32_t>(message, offset);
+}
+
+void PutWord(void* message, std::size_t offset, std::uint64_t value) {
+    if (LpcLayout::kIsWide) {
+        Put(message, offset, value);
+    } else {
+        Put(message, offset, static_cast<std::uint32_t>(value));
+    }
+}
 
 Bytes ToBytes(const std::string& text) {
     return Bytes(text.begin(), text.end());
@@ -55,11 +91,11 @@ Bytes LpcMessageWithEntries(const std::vector<CEntry>& entries) {
     Put<std::uint32_t>(data.data(), 0, static_cast<std::uint32_t>(entries.size()));
     for (std::size_t i = 0; i < entries.size(); ++i) {
         const std::size_t at = LpcLayout::kDataEntries + i * LpcLayout::kDataEntrySize;
-        Put<Word>(data.data(), at, reinterpret_cast<std::uintptr_t>(entries[i].base));
+        PutWord(data.data(), at, reinterpret_cast<std::uintptr_t>(entries[i].base));
         Put<std::uint32_t>(data.data(), at + LpcLayout::kDataEntryLength, entries[i].size);
     }
     Bytes message = LpcMessage(data);
-    Put<std::uint16_t>(message.data(), 6, LpcLayout::kHeaderSize);
+    Put(message.data(), 6, static_cast<std::uint16_t>(LpcLayout::kHeaderSize));
     return message;
 }
 
@@ -68,23 +104,19 @@ std::int64_t Within(std::chrono::milliseconds duration) {
 }
 
 void CPortTest::SetUp() {
-    char pattern[] = "/tmp/portlayer-test-XXXXXX";
-    ASSERT_NE(::mkdtemp(pattern), nullptr);
-    directory_ = pattern;
-    ::setenv("KELCOMM_RUNTIME_DIR", pattern, 1);
+    if (!CChildProcess::IsStartedAgain()) {
+        directory_ = std::make_unique<CRunDirectory>();
+    }
     ASSERT_EQ(Ports().liveObjects(), "");
 }
 
 void CPortTest::TearDown() {
     EXPECT_EQ(Ports().liveObjects(), "");
-    // Fails when a name was left behind.
-    EXPECT_EQ(::rmdir(directory_.c_str()), 0) << "names left in " << directory_;
-    ::unsetenv("KELCOMM_RUNTIME_DIR");
+    EXPECT_TRUE(directory_->IsEmpty()) << "names left in " << directory_->Path();
 }
 
 void CPortTest::ForgetName() {
-    std::filesystem::remove_all(directory_);
-    std::filesystem::create_directory(directory_);
+    directory_->Clear();
 }
 
 NtApi::UnicodeString* CPortTest::Name() {

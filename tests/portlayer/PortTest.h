@@ -6,10 +6,12 @@
 #include <cstdint>
 #include <cstring>
 #include <gtest/gtest.h>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "tests/portlayer/PortBackend.h"
+#include "tests/support/RunDirectory.h"
 
 namespace Kyr::Test {
 
@@ -21,9 +23,18 @@ Bytes ToBytes(const std::string& text);
 /// `size` bytes that differ from place to place.
 Bytes Pattern(std::size_t size);
 
-/// The layout of legacy messages in this process.
-using Word = std::conditional_t<sizeof(void*) == 8, std::uint64_t, std::uint32_t>;
-using LpcLayout = NtApi::PortMessageLayout<Word>;
+/// The layout of legacy messages on this system: which one is found out when the program starts.
+struct LpcLayout {
+    static const bool kIsWide;
+    static const std::size_t kHeaderSize;
+    static const std::size_t kProcessId;
+    static const std::size_t kThreadId;
+    static const std::size_t kMessageId;
+    static const std::size_t kMaxMessage;
+    static const std::size_t kDataEntries;
+    static const std::size_t kDataEntrySize;
+    static const std::size_t kDataEntryLength;
+};
 using AlpcLayout = NtApi::PortMessageLayout<std::uint32_t>;
 
 template <typename T>
@@ -37,6 +48,10 @@ template <typename T>
 void Put(void* message, std::size_t offset, T value) {
     std::memcpy(static_cast<std::uint8_t*>(message) + offset, &value, sizeof value);
 }
+
+/// A field of a legacy message that is as wide as its layout.
+std::uint64_t GetWord(const void* message, std::size_t offset);
+void PutWord(void* message, std::size_t offset, std::uint64_t value);
 
 /// A message of a header of `headerSize` bytes and the data, in a buffer of `room` bytes.
 Bytes Message(std::size_t headerSize, const Bytes& data, std::size_t room);
@@ -66,13 +81,13 @@ class CPortTest : public testing::TestWithParam<const CPortBackend*> {
     void TearDown() override;
 
     const CPortBackend& Ports() const { return *GetParam(); }
-    const std::string& RunDirectory() const { return directory_; }
+    const std::string& RunDirectory() const { return directory_->Path(); }
     static NtApi::UnicodeString* Name();
     /// Removes what a killed process left in the run directory.
     void ForgetName();
 
   private:
-    std::string directory_;
+    std::unique_ptr<CRunDirectory> directory_;
 };
 
 /// Every back end of this build, for INSTANTIATE_TEST_SUITE_P.

@@ -94,17 +94,17 @@ TEST_P(WaitsTest, ThreadHandleIsSignalledWhenTheRoutineReturns) {
         const CPortBackend* ports;
         Handle go;
         std::atomic<int> done{0};
-    } work{GetParam(), Event(true, false)};
-    std::uint32_t threadId = 0;
-    const Handle thread = Ports().CreateThread(
-        nullptr, 0,
-        [](void* parameter) -> std::uint32_t {
+
+        // A lambda would not have the routine's calling convention.
+        static std::uint32_t KYR_NTAPI Run(void* parameter) {
             auto& mine = *static_cast<CWork*>(parameter);
             mine.ports->WaitForSingleObject(mine.go, kInfinite);
             mine.done = 1;
             return 0;
-        },
-        &work, 0, &threadId);
+        }
+    } work{GetParam(), Event(true, false)};
+    std::uint32_t threadId = 0;
+    const Handle thread = Ports().CreateThread(nullptr, 0, &CWork::Run, &work, 0, &threadId);
     ASSERT_NE(thread, nullptr);
     EXPECT_NE(threadId, 0u);
     EXPECT_EQ(Ports().WaitForSingleObject(thread, 1), kTimeout);
