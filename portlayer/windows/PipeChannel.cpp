@@ -1,0 +1,273 @@
+#include "portlayer/windows/PipeChannel.h"
+
+#include <algorithm>
+#include <cstring>
+#include <vector>
+
+#include "portlayer/windows/ObjectNames.h"
+#include "portlayer/windows/Peer.h"
+#include "portlayer/windows/SectionName.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+CSystemHandle NewEvent() {
+    return Own(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+}
+
+/// An operation that only its starter waits for: the lowest bit of the event keeps it out of the
+/// queue that the pipe may belong to.
+OVERLAPPED Overlapped(const CSystemHandle& event) {
+    OVERLAPPED overlapped = {};
+    overlapped.hEvent = reinterpret_cast<HANDLE>(event.Get() | 1);
+    return overlapped;
+}
+
+/// The packet in one piece.
+std::vector<std::uint8_t> Gather(const COutgoingPacket& packet) {
+    std::vector<std::uint8_t> bytes(sizeof packet.head + packet.head.messageLength);
+    std::memcpy(bytes.data(), &packet.head, sizeof packet.head);
+    if (packet.head.messageLength != 0) {
+        std::memcpy(bytes.data() + sizeof packet.head, packet.message, packet.head.messageLength);
+    }
+    return bytes;
+}
+
+/// Opens the memory that the packet brings. Its name is the peer's word, and as good as a handle
+/// of the peer's: only sections of our own user open.
+void OpenMemory(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& packet) {
+    packet.DropHandles();
+    CPacketHead head;
+    if (size < sizeof head) {
+        return;
+    }
+    std::memcpy(&head, buffer.bytes.data(), sizeof head);
+    if (head.viewSlot == kNoSlot || head.viewSlotSize == 0) {
+        return;
+    }
+    CSystemHandle section =
+        Own(::OpenFileMappingW(FILE_MAP_READ, FALSE, SectionName(head.viewMemory).c_str()));
+    if (section.IsOpen()) {
+        packet.handles[packet.handleCount++] = std::move(section);
+    }
+}
+
+EReceive ResultOf(DWORD error) {
+    return error == ERROR_MORE_DATA ? EReceive::Malformed : EReceive::Closed;
+}
+
+}  // namespace
+
+/// Keeps the pipe open during one call.
+class CPipeChannel::CUse {
+  public:
+    explicit CUse(CPipeChannel& channel) : channel_(channel), entered_(channel.Enter()) {}
+    CUse(const CUse&) = delete;
+    CUse& operator=(const CUse&) = delete;
+    ~CUse() {
+        if (entered_) {
+            channel_.Leave();
+        }
+    }
+    explicit operator bool() const { return entered_; }
+
+  private:
+    CPipeChannel& channel_;
+    const bool entered_;
+};
+
+CPipeChannel::CPipeChannel(CSystemHandle pipe, CPipePeer peer, std::shared_ptr<CPipeQueue> queue)
+    : peer_(std::move(peer)),
+      queue_(std::move(queue)),
+      closing_(NewEvent()),
+      pipe_(std::move(pipe)) {}
+
+CPipeChannel::~CPipeChannel() {
+    Shutdown();
+}
+
+bool CPipeChannel::Enter() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    users_ += closed_ ? 0 : 1;
+    return !closed_;
+}
+
+void CPipeChannel::Leave() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (--users_ == 0) {
+        pipe_.Reset();
+    }
+}
+
+void CPipeChannel::Shutdown() {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (closed_) {
+            return;
+        }
+        closed_ = true;
+        ::SetEvent(Native(closing_));
+        ::CancelIoEx(Native(pipe_), nullptr);
+    }
+    Leave();
+}
+
+bool CPipeChannel::Watch(std::uint64_t number) {
+    read_ = std::make_shared<CPipeRead>();
+    read_->number = number;
+    const CUse use(*this);
+    return use && ReadAhead();
+}
+
+bool CPipeChannel::ReadAhead() {
+    queue_->Begin(read_);
+    const BOOL ended =
+        ::ReadFile(Native(pipe_), read_->buffer.bytes.data(),
+                   static_cast<DWORD>(read_->buffer.bytes.size()), nullptr, &read_->overlapped);
+    const DWORD error = ended != 0 ? ERROR_SUCCESS : ::GetLastError();
+    // What ended well or half so comes to the queue by itself.
+    if (ended == 0 && error != ERROR_IO_PENDING && error != ERROR_MORE_DATA) {
+        queue_->EndAtOnce(*read_, error);
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (closed_) {
+        // Too late for Shutdown to call it back.
+        ::CancelIoEx(Native(pipe_), &read_->overlapped);
+    }
+    return true;
+}
+
+EReceive CPipeChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
+                               CIncomingPacket& packet) {
+    const CUse use(*this);
+    if (!use) {
+        return EReceive::Closed;
+    }
+    std::size_t size = 0;
+    const EReceive result = queue_ ? TakeReadAhead(buffer, size) : Read(deadline, buffer, size);
+    if (result != EReceive::Packet) {
+        return result;
+    }
+    OpenMemory(buffer, size, packet);
+    if (!ParsePacket(buffer, size, packet) || packet.head.transferCount != 0) {
+        packet.DropHandles();
+        return EReceive::Malformed;
+    }
+    return EReceive::Packet;
+}
+
+EReceive CPipeChannel::TakeReadAhead(CPacketBuffer& buffer, std::size_t& size) {
+    if (read_->error != ERROR_SUCCESS) {
+        return ResultOf(read_->error);
+    }
+    size = read_->size;
+    std::copy_n(read_->buffer.bytes.begin(), size, buffer.bytes.begin());
+    ReadAhead();
+    return EReceive::Packet;
+}
+
+EReceive CPipeChannel::Read(const CDeadline& deadline, CPacketBuffer& buffer, std::size_t& size) {
+    const CSystemHandle event = NewEvent();
+    OVERLAPPED overlapped = Overlapped(event);
+    DWORD got = 0;
+    const BOOL ended = ::ReadFile(Native(pipe_), buffer.bytes.data(),
+                                  static_cast<DWORD>(buffer.bytes.size()), nullptr, &overlapped);
+    const DWORD error = ended != 0 ? ERROR_IO_PENDING : ::GetLastError();
+    if (error != ERROR_IO_PENDING) {
+        return ResultOf(error);
+    }
+    const DWORD result = Finish(overlapped, Native(event), deadline, got);
+    size = got;
+    if (result == ERROR_OPERATION_ABORTED) {
+        const bool closed = ::WaitForSingleObject(Native(closing_), 0) == WAIT_OBJECT_0;
+        return closed ? EReceive::Closed : EReceive::Nothing;
+    }
+    return result == ERROR_SUCCESS ? EReceive::Packet : ResultOf(result);
+}
+
+DWORD CPipeChannel::Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline& deadline,
+                           DWORD& size) {
+    const HANDLE both[] = {event, Native(closing_)};
+    const auto patience = static_cast<DWORD>(deadline.PollMilliseconds());
+    if (::WaitForMultipleObjects(2, both, FALSE, patience) != WAIT_OBJECT_0) {
+        ::CancelIoEx(Native(pipe_), &overlapped);
+    }
+    // What was called back may have ended well meanwhile.
+    const BOOL ended = ::GetOverlappedResult(Native(pipe_), &overlapped, &size, TRUE);
+    return ended != 0 ? ERROR_SUCCESS : ::GetLastError();
+}
+
+ESend CPipeChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                         const CDeadline& deadline) {
+    CPacketLoan loan(packet, pool, freed);
+    const CUse use(*this);
+    if (!use) {
+        loan.NotSent();
+        return ESend::Closed;
+    }
+    const std::vector<std::uint8_t> bytes = Gather(packet);
+    const CSystemHandle event = NewEvent();
+    OVERLAPPED overlapped = Overlapped(event);
+    DWORD sent = 0;
+    const BOOL ended = ::WriteFile(Native(pipe_), bytes.data(), static_cast<DWORD>(bytes.size()),
+                                   nullptr, &overlapped);
+    DWORD error = ended != 0 ? ERROR_IO_PENDING : ::GetLastError();
+    if (error == ERROR_IO_PENDING) {
+        error = Finish(overlapped, Native(event), deadline, sent);
+    }
+    if (error == ERROR_SUCCESS) {
+        loan.Sent();
+        return ESend::Sent;
+    }
+    loan.NotSent();
+    const bool closed = ::WaitForSingleObject(Native(closing_), 0) == WAIT_OBJECT_0;
+    return error == ERROR_OPERATION_ABORTED && !closed ? ESend::TimedOut : ESend::Closed;
+}
+
+NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
+                     std::unique_ptr<IChannel>& channel) {
+    std::wstring port;
+    const NtStatus status = PortNameOf(name, port);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    const std::wstring path = PipeName(port);
+    // The server learns who we are and cannot act as us.
+    constexpr DWORD kFlags = FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
+    CSystemHandle pipe;
+    while (!pipe.IsOpen()) {
+        pipe.Reset(reinterpret_cast<std::intptr_t>(
+            ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
+                          kFlags, nullptr)));
+        if (pipe.IsOpen()) {
+            break;
+        }
+        const DWORD error = ::GetLastError();
+        if (error != ERROR_PIPE_BUSY) {
+            return error == ERROR_ACCESS_DENIED ? kStatusAccessDenied : kStatusObjectNameNotFound;
+        }
+        if (deadline.HasPassed()) {
+            return kStatusTimeout;
+        }
+        // Zero would be a default of the server's; -1 waits for ever.
+        ::WaitNamedPipeW(path.c_str(),
+                         std::max(DWORD{1}, static_cast<DWORD>(deadline.PollMilliseconds())));
+    }
+    DWORD mode = PIPE_READMODE_MESSAGE;
+    ULONG processId = 0;
+    if (::SetNamedPipeHandleState(Native(pipe), &mode, nullptr, nullptr) == 0 ||
+        ::GetNamedPipeServerProcessId(Native(pipe), &processId) == 0 ||
+        !IsProcessOfSameUser(processId)) {
+        return kStatusAccessDenied;
+    }
+    CPipePeer peer;
+    peer.processId = processId;
+    channel = std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), nullptr);
+    return kStatusSuccess;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,69 @@
+// A channel over one end of a message-mode pipe.
+//
+// A client's end reads when it is asked to. A server's end always has one read under way, whose end
+// the port's queue tells.
+#pragma once
+
+#include <array>
+#include <memory>
+#include <mutex>
+
+#include "portlayer/core/Channel.h"
+#include "portlayer/windows/PipeQueue.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// The process at the other end of a pipe.
+struct CPipePeer {
+    std::uint32_t processId = 0;
+    CSystemHandle process;  // kept open by servers: to reach the memory of requests
+};
+
+class CPipeChannel final : public IChannel {
+  public:
+    /// A server's end when there is a queue.
+    CPipeChannel(CSystemHandle pipe, CPipePeer peer, std::shared_ptr<CPipeQueue> queue);
+    ~CPipeChannel() override;
+
+    EReceive Receive(const CDeadline& deadline, CPacketBuffer& buffer,
+                     CIncomingPacket& packet) override;
+    ESend Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+               const CDeadline& deadline) override;
+    void Shutdown() override;
+    std::uint32_t PeerProcessId() const override { return peer_.processId; }
+
+    HANDLE PeerProcess() const { return Native(peer_.process); }
+    /// Begins to read, a server's end: operations of this number come to the queue. Once.
+    bool Watch(std::uint64_t number);
+
+  private:
+    class CUse;
+
+    bool ReadAhead();
+    EReceive TakeReadAhead(CPacketBuffer& buffer, std::size_t& size);
+    EReceive Read(const CDeadline& deadline, CPacketBuffer& buffer, std::size_t& size);
+    /// Waits for the end of an operation begun with `event`; one that is late is called back.
+    DWORD Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline& deadline, DWORD& size);
+    bool Enter();
+    void Leave();
+
+    const CPipePeer peer_;
+    const std::shared_ptr<CPipeQueue> queue_;
+    const CSystemHandle closing_;  // an event
+    std::shared_ptr<struct CPipeRead> read_;
+
+    std::mutex mutex_;
+    // Guarded by mutex_. The pipe is open as long as it has users; one of them is the channel.
+    CSystemHandle pipe_;
+    int users_ = 1;
+    bool closed_ = false;
+};
+
+/// What the port's queue tells about a server's channel.
+struct CPipeRead : CPipeOperation {
+    CPipeRead() : CPipeOperation(false) {}
+    std::uint64_t number = 0;
+    CPacketBuffer buffer;
+};
+
+}  // namespace Kyr::PortLayer::Detail

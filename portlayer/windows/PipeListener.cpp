@@ -1,0 +1,208 @@
+// A port as a named pipe, and a completion queue over the instances of its clients.
+#include <array>
+#include <deque>
+#include <mutex>
+
+#include "portlayer/core/PortListener.h"
+#include "portlayer/windows/ObjectNames.h"
+#include "portlayer/windows/Peer.h"
+#include "portlayer/windows/PipeChannel.h"
+#include "portlayer/windows/PipeQueue.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+// Instances that wait for clients. Our choice; when all are taken clients wait for the next.
+constexpr std::size_t kBacklog = 4;
+// What the system keeps of unread messages in each direction: a few of the longest. Our choice.
+constexpr DWORD kBufferSize = 256 * 1024;
+// How long a port that can hold no more clients rests before it tries again. Our choice.
+constexpr DWORD kRestMilliseconds = 10;
+
+/// An instance that waits for a client.
+struct CPipeConnect : CPipeOperation {
+    CPipeConnect() : CPipeOperation(true) {}
+    CSystemHandle pipe;
+};
+
+class CPipeListener final : public IPortListener {
+  public:
+    ~CPipeListener() override;
+    NtStatus Open(const UnicodeString& name);
+
+    EEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
+    EAccept Accept(std::unique_ptr<IChannel>& channel) override;
+    bool Watch(IChannel& channel, std::uint64_t number) override {
+        return static_cast<CPipeChannel&>(channel).Watch(number);
+    }
+    // A channel that is not watched any more is shut down, which ends its read.
+    void Unwatch(IChannel&) override {}
+    void Rest() override { ::WaitForSingleObject(Native(wake_), kRestMilliseconds); }
+    void Close() override;
+    void Wake() override {
+        ::SetEvent(Native(wake_));
+        queue_->Wake();
+    }
+
+  private:
+    bool Listen();
+    NtStatus Claim(const std::wstring& port);
+
+    const std::shared_ptr<CPipeQueue> queue_ = std::make_shared<CPipeQueue>();
+    const CSystemHandle wake_ = Own(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
+    std::wstring path_;
+
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    CSystemHandle claim_;
+    std::deque<std::shared_ptr<CPipeConnect>> listening_;
+    std::deque<std::shared_ptr<CPipeConnect>> connected_;
+    bool closed_ = false;
+};
+
+CPipeListener::~CPipeListener() {
+    CPipeListener::Close();
+}
+
+/// Pipes have instances, so their names alone do not tell a second server from the first; the flag
+/// for the first instance would, but not every system heeds it.
+NtStatus CPipeListener::Claim(const std::wstring& port) {
+    SECURITY_ATTRIBUTES* const ownUser = OwnUserOnly();
+    if (ownUser == nullptr) {
+        return kStatusAccessDenied;
+    }
+    const HANDLE claim = ::CreateEventW(ownUser, TRUE, FALSE, PipeClaimName(port).c_str());
+    const DWORD error = ::GetLastError();
+    claim_ = Own(claim);
+    return claim_.IsOpen() && error != ERROR_ALREADY_EXISTS ? kStatusSuccess
+                                                            : kStatusObjectNameCollision;
+}
+
+NtStatus CPipeListener::Open(const UnicodeString& name) {
+    std::wstring port;
+    NtStatus status = PortNameOf(name, port);
+    if (status == kStatusSuccess) {
+        status = Claim(port);
+    }
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    path_ = PipeName(port);
+    if (!queue_->IsOpen() || !wake_.IsOpen()) {
+        return kStatusNoMemory;
+    }
+    while (listening_.size() < kBacklog) {
+        if (!Listen()) {
+            // A pipe of that name that is not of this layer, or another user's.
+            return kStatusObjectNameCollision;
+        }
+    }
+    return kStatusSuccess;
+}
+
+/// One more instance waits. REQUIRES: mutex_ is held, or nobody else knows the listener.
+bool CPipeListener::Listen() {
+    const bool isFirst = listening_.empty() && connected_.empty();
+    const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
+    auto connect = std::make_shared<CPipeConnect>();
+    connect->pipe.Reset(reinterpret_cast<std::intptr_t>(::CreateNamedPipeW(
+        path_.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
+        PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
+        PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, 0, OwnUserOnly())));
+    if (!connect->pipe.IsOpen() || !queue_->Add(Native(connect->pipe))) {
+        return false;
+    }
+    listening_.push_back(connect);
+    queue_->Begin(connect);
+    const BOOL ended = ::ConnectNamedPipe(Native(connect->pipe), &connect->overlapped);
+    const DWORD error = ended != 0 ? ERROR_IO_PENDING : ::GetLastError();
+    if (error != ERROR_IO_PENDING) {
+        // A client that was here first is as good as one that comes.
+        queue_->EndAtOnce(*connect, error == ERROR_PIPE_CONNECTED ? ERROR_SUCCESS : error);
+    }
+    return true;
+}
+
+IPortListener::EEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
+    bool woken = false;
+    const auto operation = queue_->Next(deadline, woken);
+    if (woken) {
+        return EEvent::Woken;
+    }
+    if (!operation) {
+        return EEvent::Nothing;
+    }
+    if (!operation->isConnect) {
+        number = static_cast<CPipeRead&>(*operation).number;
+        return EEvent::Readable;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (auto item = listening_.begin(); item != listening_.end(); ++item) {
+        if (*item == operation) {
+            connected_.push_back(*item);
+            listening_.erase(item);
+            return EEvent::Client;
+        }
+    }
+    return EEvent::Nothing;  // closed meanwhile
+}
+
+IPortListener::EAccept CPipeListener::Accept(std::unique_ptr<IChannel>& channel) {
+    CSystemHandle pipe;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        if (closed_ || connected_.empty()) {
+            return EAccept::Nobody;
+        }
+        // The next one waits before this one is served: a name without instances does not exist.
+        if (!Listen()) {
+            queue_->Begin(connected_.front());
+            queue_->EndAtOnce(*connected_.front(), connected_.front()->error);
+            listening_.push_back(connected_.front());
+            connected_.pop_front();
+            return EAccept::Exhausted;
+        }
+        pipe = std::move(connected_.front()->pipe);
+        connected_.pop_front();
+    }
+    ULONG processId = 0;
+    if (::GetNamedPipeClientProcessId(Native(pipe), &processId) == 0 ||
+        !IsProcessOfSameUser(processId)) {
+        return EAccept::Nobody;
+    }
+    CPipePeer peer;
+    peer.processId = processId;
+    peer.process = Own(
+        ::OpenProcess(PROCESS_VM_READ | PROCESS_VM_WRITE | PROCESS_VM_OPERATION, FALSE, processId));
+    channel = std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), queue_);
+    return EAccept::Accepted;
+}
+
+void CPipeListener::Close() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    closed_ = true;
+    for (const auto& connect : listening_) {
+        // Its operation comes to the queue once more, and finds nobody.
+        ::CancelIoEx(Native(connect->pipe), nullptr);
+        connect->pipe.Reset();
+    }
+    listening_.clear();
+    connected_.clear();
+    claim_.Reset();
+}
+
+}  // namespace
+
+NtStatus CreatePortListener(const UnicodeString& name, std::unique_ptr<IPortListener>& listener) {
+    auto created = std::make_unique<CPipeListener>();
+    const NtStatus status = created->Open(name);
+    if (status == kStatusSuccess) {
+        listener = std::move(created);
+    }
+    return status;
+}
+
+}  // namespace Kyr::PortLayer::Detail

@@ -1,0 +1,72 @@
+// The data of legacy requests goes from memory to memory: the server's process reads and writes
+// that of the waiting client. Nothing of it is in the messages.
+#include "portlayer/core/RequestData.h"
+
+#include "portlayer/core/Answers.h"
+#include "portlayer/windows/PipeChannel.h"
+
+namespace Kyr::PortLayer::Detail {
+
+using namespace NtApi;
+
+std::uint32_t SendEntries(COutgoingPacket&, const CDataBlock&, CSendPool&) {
+    return kNoSlot;
+}
+
+bool TakeWrites(CIncomingPacket& packet, std::size_t, const CDataBlock*, bool, CReceivePool&) {
+    return packet.head.transferCount == 0;
+}
+
+bool HandOverEntry(CIncomingPacket&, const CDataBlock*) {
+    return false;
+}
+
+bool TakeEntries(CIncomingPacket& packet, std::size_t, CPendingMessage&) {
+    return packet.head.transferCount == 0;
+}
+
+void AddWrites(COutgoingPacket&, const CPendingMessage&) {}
+
+void ReleaseEntries(CPendingMessage&) {}
+
+void ClearRequestData(CPendingMessage&) {}
+
+namespace {
+
+/// Calls `move(process, address)` for the entry while its request stays open.
+template <typename Move>
+NtStatus Transfer(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+                  std::size_t size, Move move) {
+    const auto record = FindPendingMessage(ids.messageId);
+    if (!record) {
+        return kStatusReplyMessageMismatch;
+    }
+    // Held until the bytes have moved: nobody may let the client go on meanwhile.
+    const std::lock_guard<std::mutex> lock(record->mutex);
+    const NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
+    if (status != kStatusSuccess || size == 0) {
+        return status;
+    }
+    const auto& channel = static_cast<const CPipeChannel&>(record->connection->Channel());
+    SIZE_T moved = 0;
+    const BOOL done = move(channel.PeerProcess(), record->entries.entries[entryIndex].base, moved);
+    return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
+}
+
+}  // namespace
+
+NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+                         void* buffer, std::size_t size) {
+    return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
+        return ::ReadProcessMemory(process, base, buffer, size, &moved);
+    });
+}
+
+NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+                          const void* buffer, std::size_t size) {
+    return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
+        return ::WriteProcessMemory(process, base, buffer, size, &moved);
+    });
+}
+
+}  // namespace Kyr::PortLayer::Detail

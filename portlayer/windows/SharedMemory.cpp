@@ -1,0 +1,73 @@
+// Shared memory as named sections: the packet tells the name, which only our own user may open.
+#include "portlayer/core/SharedMemory.h"
+
+#include <atomic>
+
+#include "portlayer/windows/Peer.h"
+#include "portlayer/windows/SectionName.h"
+#include "portlayer/windows/SystemHeader.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+std::atomic<std::uint32_t> lastSection{0};
+
+/// A section that nobody had under its name before us.
+CSystemHandle CreateSection(std::size_t size, std::uint64_t& name) {
+    SECURITY_ATTRIBUTES* const ownUser = OwnUserOnly();
+    while (ownUser != nullptr) {
+        name = std::uint64_t{::GetCurrentProcessId()} << 32 | ++lastSection;
+        const HANDLE section =
+            ::CreateFileMappingW(INVALID_HANDLE_VALUE, ownUser, PAGE_READWRITE, 0,
+                                 static_cast<DWORD>(size), SectionName(name).c_str());
+        const bool isOurs = ::GetLastError() != ERROR_ALREADY_EXISTS;
+        if (section == nullptr) {
+            break;
+        }
+        CSystemHandle created(reinterpret_cast<std::intptr_t>(section));
+        if (isOurs) {
+            return created;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+void CloseSystemHandle(std::intptr_t handle) {
+    ::CloseHandle(reinterpret_cast<HANDLE>(handle));
+}
+
+void UnmapMemory(std::uint8_t* base, std::size_t) {
+    ::UnmapViewOfFile(base);
+}
+
+bool CreateSharedMemory(std::size_t size, CSharedMemory& memory, CMapping& mapping) {
+    CSystemHandle section = CreateSection(size, memory.name);
+    void* const base =
+        section.IsOpen() ? ::MapViewOfFile(Native(section), FILE_MAP_WRITE, 0, 0, size) : nullptr;
+    if (base == nullptr) {
+        return false;
+    }
+    mapping = CMapping(static_cast<std::uint8_t*>(base), size);
+    memory.handle = std::move(section);
+    return true;
+}
+
+// A section cannot shrink, and the system maps no more than there is.
+bool MapPeersMemory(const CSystemHandle& memory, std::size_t size, CMapping& mapping) {
+    mapping.Unmap();
+    void* const base = ::MapViewOfFile(Native(memory), FILE_MAP_READ, 0, 0, size);
+    if (base == nullptr) {
+        return false;
+    }
+    mapping = CMapping(static_cast<std::uint8_t*>(base), size);
+    return true;
+}
+
+std::wstring SectionName(std::uint64_t name) {
+    return L"Local\\kelcomm-view-" + std::to_wstring(name);
+}
+
+}  // namespace Kyr::PortLayer::Detail
