@@ -1,12 +1,13 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check bench fuzz windows dependencies
+.PHONY: help demo test check crashtest bench fuzz windows dependencies
 .DEFAULT_GOAL := help
 
 help:
 	@echo "make demo    install what is missing, build, show the library at work"
 	@echo "make test    install what is missing, build, run every suite"
 	@echo "make check   all that continuous integration runs: test, clang++, clang-tidy, sanitizers, fuzzers"
+	@echo "make crashtest kill host and product thousands of times while records flow; minutes"
 	@echo "make bench   build the release variant and run the benchmarks"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
@@ -24,6 +25,9 @@ check: test
 
 demo: dependencies
 	scripts/demo
+
+crashtest: dependencies
+	scripts/crashtest
 
 bench: dependencies
 	scripts/bench

@@ -1,0 +1,200 @@
+#include "lab/crashtest/CrashTest.h"
+
+#include <algorithm>
+#include <functional>
+#include <random>
+
+#include <boost/filesystem/path.hpp>
+#include <boost/thread/thread.hpp>
+
+namespace Kyr::Lab::CrashTest {
+
+namespace {
+
+constexpr std::uint64_t kBatch = 7;          // small, so that a life sees many batches
+constexpr int kTriggers = 4;                 // of each kind in one life
+constexpr std::uint64_t kMostAppended = 20;  // of each kind in one round
+constexpr std::chrono::seconds kDrain(60);
+
+const char* const kSteps[] = {"before-request", "after-reply", "after-publish", "before-offset",
+                              "after-offset"};
+
+using Microseconds = std::chrono::microseconds;
+
+void Sleep(Microseconds duration) {
+    boost::this_thread::sleep_for(boost::chrono::microseconds(duration.count()));
+}
+
+/// One world and what may happen to it.
+class CRounds {
+  public:
+    CRounds(const CCrashPlan& plan, const std::string& name, std::uint64_t seed)
+        : world_(plan.programs, (boost::filesystem::path(plan.work) / name).string(), kBatch),
+          random_(seed) {
+        world_.StartAgent();
+    }
+
+    /// The host dies at each step of a collection of each kind.
+    void KillAtSteps(CCrashReport& report) {
+        for (const char* step : kSteps) {
+            for (int kind = 1; kind <= 3; ++kind) {
+                world_.Append(Number(1, kMostAppended));
+                world_.StartHost({"--die-at=" + (step + (":" + std::to_string(kind)))});
+                world_.Trigger(kTriggers);
+                world_.AwaitEndOfHost();
+                ++report.stepKills;
+            }
+        }
+    }
+
+    void KillHostAtRandom(CCrashReport& report, int times) {
+        for (int i = 0; i < times; ++i) {
+            StartCollecting();
+            Sleep(RandomMoment());
+            world_.KillHost();
+            ++report.randomKills;
+        }
+    }
+
+    void KillBothAtRandom(CCrashReport& report, int times) {
+        for (int i = 0; i < times; ++i) {
+            StartCollecting();
+            Sleep(RandomMoment());
+            if (Number(0, 1) == 0) {
+                world_.KillAgent();
+                Sleep(Microseconds(Number(0, 3000)));
+                world_.KillHost();
+            } else {
+                world_.KillHost();
+                world_.KillAgent();
+            }
+            world_.StartAgent();
+            ++report.bothKills;
+        }
+    }
+
+    /// The host lives through it: it waits, reconnects and goes on.
+    void KillAgentAtRandom(CCrashReport& report, int times) {
+        StartCollecting();
+        for (int i = 0; i < times; ++i) {
+            Sleep(RandomMoment());
+            world_.KillAgent();
+            world_.StartAgent();
+            world_.Append(Number(1, kMostAppended));
+            world_.Drain(kDrain);
+            world_.Append(Number(1, kMostAppended));
+            world_.Trigger(kTriggers);
+            ++report.agentKills;
+        }
+        world_.KillHost();
+    }
+
+    /// Lets everything come that is left, and counts.
+    void Settle(CCrashReport& report) {
+        world_.StartHost();
+        world_.Drain(kDrain);
+        world_.QuitBoth();
+        for (std::size_t i = 0; i < report.rows.size(); ++i) {
+            const CLedger& ledger = world_.Ledger(i);
+            CCrashReport::CRow& row = report.rows[i];
+            row.sent = world_.HandedOut().Count(kKinds[i].name);
+            row.stored = ledger.Stored();
+            row.twice = ledger.Twice();
+            row.lost = row.sent - std::min(row.sent, ledger.Highest());
+            row.inFlight = ledger.BatchesInFlight();
+            if (row.lost != 0 || row.sent != world_.Appended() ||
+                ledger.Highest() != world_.Appended()) {
+                throw std::runtime_error(std::string(kKinds[i].name) + ": of " +
+                                         std::to_string(world_.Appended()) + " records " +
+                                         std::to_string(row.sent) + " went out and " +
+                                         std::to_string(ledger.Highest()) + " came");
+            }
+        }
+    }
+
+  private:
+    std::uint64_t Number(std::uint64_t least, std::uint64_t most) {
+        return std::uniform_int_distribution<std::uint64_t>(least, most)(random_);
+    }
+
+    /// Starts a host with records to fetch; returns, three times of four, when it fetches the first
+    /// ones, and else at once.
+    void StartCollecting() {
+        const std::uint64_t before = world_.HandedOut().Batches();
+        world_.Append(Number(1, kMostAppended));
+        world_.StartHost();
+        world_.Trigger(kTriggers);
+        fetching_ = Number(0, 3) != 0 && world_.HandedOut().AwaitBeyond(before);
+    }
+
+    /// Up to what all collections of one life take, or the way to the first one.
+    Microseconds RandomMoment() { return Microseconds(Number(0, fetching_ ? 25000 : 80000)); }
+
+    CWorld world_;
+    std::mt19937_64 random_;
+    bool fetching_ = false;
+};
+
+/// Plays one world to its end; what goes wrong becomes a problem in its report.
+CCrashReport Play(const CCrashPlan& plan, const std::string& name, std::uint64_t seed,
+                  const std::function<void(CRounds&, CCrashReport&)>& kill) {
+    CCrashReport report;
+    try {
+        CRounds rounds(plan, name, seed);
+        kill(rounds, report);
+        rounds.Settle(report);
+    } catch (const std::exception& problem) {
+        report.problems.push_back(name + ": " + problem.what());
+    }
+    return report;
+}
+
+}  // namespace
+
+void CCrashReport::Add(const CCrashReport& other) {
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        rows[i].sent += other.rows[i].sent;
+        rows[i].stored += other.rows[i].stored;
+        rows[i].twice += other.rows[i].twice;
+        rows[i].lost += other.rows[i].lost;
+        rows[i].inFlight += other.rows[i].inFlight;
+    }
+    stepKills += other.stepKills;
+    randomKills += other.randomKills;
+    bothKills += other.bothKills;
+    agentKills += other.agentKills;
+    problems.insert(problems.end(), other.problems.begin(), other.problems.end());
+}
+
+CCrashReport Run(const CCrashPlan& plan) {
+    std::array<CCrashReport, 4> reports;
+    boost::thread_group threads;
+    const auto play = [&](std::size_t place, const char* name,
+                          std::function<void(CRounds&, CCrashReport&)> kill) {
+        threads.create_thread([&plan, &reports, place, name, kill = std::move(kill)] {
+            reports[place] = Play(plan, name, plan.seed + place, kill);
+        });
+    };
+    play(0, "steps", [&](CRounds& rounds, CCrashReport& report) {
+        rounds.KillAtSteps(report);
+        rounds.KillHostAtRandom(report, plan.randomKills - plan.randomKills / 2);
+    });
+    play(1, "random", [&](CRounds& rounds, CCrashReport& report) {
+        rounds.KillHostAtRandom(report, plan.randomKills / 2);
+        rounds.KillBothAtRandom(report, plan.bothKills);
+    });
+    play(2, "agent-1", [&](CRounds& rounds, CCrashReport& report) {
+        rounds.KillAgentAtRandom(report, plan.agentKills - plan.agentKills / 2);
+    });
+    play(3, "agent-2", [&](CRounds& rounds, CCrashReport& report) {
+        rounds.KillAgentAtRandom(report, plan.agentKills / 2);
+    });
+    threads.join_all();
+    CCrashReport all;
+    for (const CCrashReport& report : reports) {
+        all.Add(report);
+    }
+    return all;
+}
+
+}  // namespace Kyr::Lab::CrashTest

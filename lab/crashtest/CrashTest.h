@@ -1,0 +1,47 @@
+// Kills host and product again and again while records flow, and keeps account of what comes.
+//
+// Threads: Run blocks; several worlds are killed at the same time, each by a thread of its own.
+// Errors: what goes wrong in a world ends that world and stands in its report.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "lab/crashtest/World.h"
+
+namespace Kyr::Lab::CrashTest {
+
+struct CCrashPlan {
+    CPrograms programs;
+    std::string work;
+    std::uint64_t seed = 1;
+    int randomKills = 200;  // of the host, at random moments
+    int bothKills = 40;     // of host and product within a few milliseconds
+    int agentKills = 6;     // of the product alone; the host waits ten seconds each time
+};
+
+/// What happened in one world, or in several.
+struct CCrashReport {
+    struct CRow {
+        std::uint64_t sent = 0;
+        std::uint64_t stored = 0;
+        std::uint64_t twice = 0;
+        std::uint64_t lost = 0;
+        std::uint64_t inFlight = 0;  // kills between a batch and its offset
+    };
+
+    std::array<CRow, 3> rows;  // in the order of kKinds
+    int stepKills = 0;
+    int randomKills = 0;
+    int bothKills = 0;
+    int agentKills = 0;
+    std::vector<std::string> problems;
+
+    void Add(const CCrashReport& other);
+};
+
+CCrashReport Run(const CCrashPlan& plan);
+
+}  // namespace Kyr::Lab::CrashTest

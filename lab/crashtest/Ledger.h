@@ -1,0 +1,41 @@
+// The account of one kind of records over many lives of a host: what a life has stored must go on
+// exactly where the offset that it found said.
+//
+// Threads: one at a time.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Kyr::Lab::CrashTest {
+
+class CLedger {
+  public:
+    /// `batch` is how many records one reply carries at most.
+    explicit CLedger(std::uint64_t batch) : batch_(batch) {}
+
+    /// Closes the account of one life: the numbers of the records that it stored, in order, and the
+    /// offset that it left. Says what is wrong, if anything is.
+    std::optional<std::string> CloseLife(const std::vector<std::uint64_t>& numbers,
+                                         std::uint64_t offset);
+
+    std::uint64_t Stored() const { return stored_; }
+    /// Of them, those that an earlier life had stored.
+    std::uint64_t Twice() const { return twice_; }
+    /// The highest number; all below have come, or CloseLife has complained.
+    std::uint64_t Highest() const { return highest_; }
+    /// Lives that ended between a batch and its offset.
+    std::uint64_t BatchesInFlight() const { return batchesInFlight_; }
+
+  private:
+    const std::uint64_t batch_;
+    std::uint64_t offset_ = 0;  // that the next life finds
+    std::uint64_t stored_ = 0;
+    std::uint64_t twice_ = 0;
+    std::uint64_t highest_ = 0;
+    std::uint64_t batchesInFlight_ = 0;
+};
+
+}  // namespace Kyr::Lab::CrashTest

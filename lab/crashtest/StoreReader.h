@@ -1,0 +1,41 @@
+// Reads in the database of a host what its data miner has stored, and how far the offsets are.
+//
+// Threads: one at a time; a host may be writing.
+// Errors: std::runtime_error with SQLite's text.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <string>
+#include <vector>
+
+#include "lab/devhost/Database.h"
+
+namespace Kyr::Lab::CrashTest {
+
+/// The kinds of records, and how host and product call what belongs to each.
+struct CKind {
+    const char* name;       // as the product calls it
+    const char* trigger;    // the number of the request for it
+    const char* offsetKey;  // in the host's database
+    const char* query;      // the records behind the number of a row
+    bool isAction;
+};
+extern const CKind kKinds[3];
+
+class CStoreReader {
+  public:
+    explicit CStoreReader(const std::string& path) : path_(path) {}
+
+    /// The numbers of the records that have come since the last call, in order; 0 stands for a
+    /// record that has none.
+    std::vector<std::uint64_t> NewNumbers(const CKind& kind);
+
+    std::uint64_t Offset(const CKind& kind) const;
+
+  private:
+    const std::string path_;
+    std::map<std::string, std::string> lastRows_;  // by name of the kind
+};
+
+}  // namespace Kyr::Lab::CrashTest

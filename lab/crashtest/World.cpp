@@ -1,0 +1,148 @@
+#include "lab/crashtest/World.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+#include <boost/filesystem/path.hpp>
+#include <boost/thread/thread.hpp>
+
+namespace Kyr::Lab::CrashTest {
+
+namespace {
+
+using Runner::CActor;
+
+constexpr std::chrono::seconds kPatience(20);
+constexpr boost::chrono::milliseconds kPoll(20);
+
+std::string File(const std::string& folder, const std::string& name) {
+    return (boost::filesystem::path(folder) / name).string();
+}
+
+void Ignore(const std::string&, const CTimedLine&) {}
+
+}  // namespace
+
+CWorld::CWorld(CPrograms programs, const std::string& folder, std::uint64_t batch)
+    : programs_(std::move(programs)),
+      folder_(folder),
+      batch_(batch),
+      store_(File(folder, "host.db")),
+      ledgers_{CLedger(batch), CLedger(batch), CLedger(batch)} {
+    boost::filesystem::remove_all(folder);
+    const std::string ports = File(folder, "ports");
+    boost::filesystem::create_directories(ports);
+    boost::filesystem::permissions(ports, boost::filesystem::owner_all);
+}
+
+std::unique_ptr<CActor> CWorld::Start(const std::string& program,
+                                      const std::vector<std::string>& arguments,
+                                      CActor::Listener listener) const {
+    return std::make_unique<CActor>(
+        program, File(programs_.folder, program + KYR_PROGRAM_SUFFIX), arguments,
+        CActor::Environment{{"KELCOMM_RUNTIME_DIR", File(folder_, "ports")}}, std::move(listener));
+}
+
+void CWorld::StartAgent() {
+    agent_ =
+        Start("simagent", {"--records=" + File(folder_, "records")},
+              [this](const std::string&, const CTimedLine& line) { handedOut_.Take(line.line); });
+    answers_ = 0;
+    if (!agent_->Find(
+            0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
+        throw std::runtime_error("the product does not start");
+    }
+    Command("records limit batch=" + std::to_string(batch_));
+}
+
+void CWorld::KillAgent() {
+    agent_->Kill();
+    agent_->AwaitEnd(kPatience);  // with its last event
+    agent_.reset();
+}
+
+void CWorld::Command(const std::string& line) {
+    agent_->Send(line);
+    const auto answer = agent_->Find(
+        answers_, [](const CLine& event) { return event.Kind() == "answer"; }, kPatience);
+    if (!answer) {
+        throw std::runtime_error("the product does not answer: " + line);
+    }
+    answers_ = *answer + 1;
+}
+
+void CWorld::Append(std::uint64_t count) {
+    for (const CKind& kind : kKinds) {
+        Command(std::string("records append ") + kind.name + " count=" + std::to_string(count));
+    }
+    appended_ += count;
+}
+
+void CWorld::StartHost(const std::vector<std::string>& options) {
+    std::vector<std::string> arguments = {"--library=" + programs_.library,
+                                          "--database=" + File(folder_, "host.db"),
+                                          "--log=" + File(folder_, "host.log")};
+    arguments.insert(arguments.end(), programs_.hostOptions.begin(), programs_.hostOptions.end());
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    host_ = Start("devhost", arguments, Ignore);
+}
+
+void CWorld::KillHost() {
+    host_->Kill();
+    AwaitEndOfHost();
+}
+
+void CWorld::AwaitEndOfHost() {
+    if (!host_->AwaitEnd(kPatience)) {
+        throw std::runtime_error("the host does not end");
+    }
+    host_.reset();
+    CloseLife();
+}
+
+void CWorld::Trigger(int times) {
+    for (int i = 0; i < times; ++i) {
+        for (const CKind& kind : kKinds) {
+            host_->Send(std::string("trigger kind=") + kind.trigger);
+        }
+    }
+}
+
+void CWorld::Drain(std::chrono::seconds patience) {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    const auto isDrained = [this] {
+        return std::all_of(std::begin(kKinds), std::end(kKinds),
+                           [this](const CKind& kind) { return store_.Offset(kind) == appended_; });
+    };
+    do {
+        if (std::chrono::steady_clock::now() > end) {
+            throw std::runtime_error("records are left with the product");
+        }
+        Trigger(2);
+        boost::this_thread::sleep_for(kPoll);
+    } while (!isDrained());
+}
+
+void CWorld::QuitBoth() {
+    for (auto* actor : {&host_, &agent_}) {
+        (*actor)->Send("quit");
+        if ((*actor)->AwaitEnd(kPatience) != 0) {
+            throw std::runtime_error("a program does not end well");
+        }
+        actor->reset();
+    }
+    CloseLife();
+}
+
+void CWorld::CloseLife() {
+    for (std::size_t i = 0; i < ledgers_.size(); ++i) {
+        const std::optional<std::string> problem =
+            ledgers_[i].CloseLife(store_.NewNumbers(kKinds[i]), store_.Offset(kKinds[i]));
+        if (problem) {
+            throw std::runtime_error(std::string(kKinds[i].name) + ": " + *problem);
+        }
+    }
+}
+
+}  // namespace Kyr::Lab::CrashTest

@@ -1,0 +1,75 @@
+// One product and one host with a folder and a port namespace of their own, to be killed and
+// started again.
+//
+// Threads: one at a time.
+// Errors: std::runtime_error when a program does not do what it must.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "lab/crashtest/HandedOut.h"
+#include "lab/crashtest/Ledger.h"
+#include "lab/crashtest/StoreReader.h"
+#include "lab/runner/Actor.h"
+
+namespace Kyr::Lab::CrashTest {
+
+struct CPrograms {
+    std::string folder;  // of simagent and devhost
+    std::string library;
+    std::vector<std::string> hostOptions;
+};
+
+class CWorld {
+  public:
+    /// `folder` is made anew; `batch` is how many records one reply carries.
+    CWorld(CPrograms programs, const std::string& folder, std::uint64_t batch);
+
+    /// Returns when the product serves.
+    void StartAgent();
+    void KillAgent();
+
+    /// More records of each kind. REQUIRES: the agent runs.
+    void Append(std::uint64_t count);
+
+    void StartHost(const std::vector<std::string>& options = {});
+    void KillHost();
+    /// Waits for a host that ends by itself.
+    void AwaitEndOfHost();
+
+    /// Asks for every kind of records, that many times.
+    void Trigger(int times);
+    /// Asks again and again until everything that was appended is stored and counted.
+    void Drain(std::chrono::seconds patience);
+    void QuitBoth();
+
+    /// Closes the accounts of a host that has ended.
+    void CloseLife();
+
+    const CHandedOut& HandedOut() const { return handedOut_; }
+    const CLedger& Ledger(std::size_t kind) const { return ledgers_.at(kind); }
+    std::uint64_t Appended() const { return appended_; }
+
+  private:
+    std::unique_ptr<Runner::CActor> Start(const std::string& program,
+                                          const std::vector<std::string>& arguments,
+                                          Runner::CActor::Listener listener) const;
+    void Command(const std::string& line);
+
+    const CPrograms programs_;
+    const std::string folder_;
+    const std::uint64_t batch_;
+    CHandedOut handedOut_;
+    CStoreReader store_;
+    std::array<CLedger, 3> ledgers_;
+    std::uint64_t appended_ = 0;  // of each kind
+    std::size_t answers_ = 0;     // of this agent
+    std::unique_ptr<Runner::CActor> agent_;
+    std::unique_ptr<Runner::CActor> host_;
+};
+
+}  // namespace Kyr::Lab::CrashTest
