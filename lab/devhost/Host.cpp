@@ -7,6 +7,8 @@
 #include "lab/devhost/DataMiner.h"
 #include "lab/devhost/HostCommands.h"
 #include "lab/devhost/HostLog.h"
+#include "lab/devhost/MemoryUse.h"
+#include "lab/devhost/PortPatch.h"
 #include "lab/devhost/SteppedDatabase.h"
 
 namespace Kyr::Lab::DevHost {
@@ -20,6 +22,21 @@ void KillThisProcess() {
     Poco::Process::kill(Poco::Process::id());
 }
 
+CModuleLoader::CHooks HooksFor(const CHostSettings& settings, const LineSink& events) {
+    const auto tellMemory = [memory = settings.memory, events](const char* when) {
+        if (memory) {
+            events(MemoryLine(when));
+        }
+    };
+    return {[tellMemory] { tellMemory("before-loading"); },
+            [tellMemory, settings] {
+                tellMemory("loaded");
+                if (settings.portLayer) {
+                    TakePortsFromLayer(settings.libraryPath);
+                }
+            }};
+}
+
 }  // namespace
 
 CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile)
@@ -28,7 +45,7 @@ CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSi
       steps_(settings.dieAt, KillThisProcess),
       printer_(events),
       bus_(boost::make_shared<CBus>(printer_)),
-      loader_(settings.libraryPath, settings.onLoaded),
+      loader_(settings.libraryPath, HooksFor(settings, events)),
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),

@@ -4,7 +4,6 @@
 // Errors: std::exception from the constructor when the database or the library cannot be opened.
 #pragma once
 
-#include <functional>
 #include <optional>
 #include <string>
 
@@ -23,8 +22,8 @@ namespace Kyr::Lab::DevHost {
 struct CHostSettings {
     std::string libraryPath;
     std::string databasePath;
-    /// Called once the library is loaded, before anything of it runs.
-    std::function<void()> onLoaded = {};
+    bool portLayer = false;  // the library takes its ports from the layer in this program
+    bool memory = false;     // a `memory` event before and after the library is loaded
     std::optional<CDeathWish> dieAt = std::nullopt;  // nothing: lives on
 };
 

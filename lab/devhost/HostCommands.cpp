@@ -3,6 +3,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "lab/devhost/MemoryUse.h"
 #include "lab/devhost/MinerCommand.h"
 #include "lab/devhost/PolicyBuilder.h"
 #include "lab/devhost/RequestBuilder.h"
@@ -95,6 +96,11 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          [targets](Arguments& arguments, const LineSink& answer) {
              arguments.Finish();
              Dump(targets, answer);
+         }},
+        {"memory", "", "Tells how much memory the host uses.",
+         [](Arguments& arguments, const LineSink& answer) {
+             arguments.Finish();
+             answer(MemoryLine("asked"));
          }},
         {"stop", "[force]", "Stops the module; with force also one that is still busy.",
          [targets](Arguments& arguments, const LineSink& answer) {

@@ -11,17 +11,15 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 
 }  // namespace
 
-CModuleLoader::CModuleLoader(const std::string& libraryPath,
-                             const std::function<void()>& onLoaded) {
+CModuleLoader::CModuleLoader(const std::string& libraryPath, const CHooks& hooks) {
+    hooks.before();
     try {
         loader_.loadLibrary(libraryPath);
     } catch (const Poco::Exception& exception) {
         // Its what() says only that loading failed; the reason stands in its message.
         throw std::runtime_error(exception.displayText());
     }
-    if (onLoaded) {
-        onLoaded();
-    }
+    hooks.after();
 }
 
 CModuleLoader::Module& CModuleLoader::Create() {

@@ -19,8 +19,13 @@ class CModuleLoader {
   public:
     using Module = Common::Kernel::IModule;
 
-    /// Calls `onLoaded`, unless it is empty, before anything of the library runs.
-    CModuleLoader(const std::string& libraryPath, const std::function<void()>& onLoaded);
+    /// What the host does around loading.
+    struct CHooks {
+        std::function<void()> before;
+        std::function<void()> after;  // nothing of the library has been asked for yet
+    };
+
+    CModuleLoader(const std::string& libraryPath, const CHooks& hooks);
 
     /// A new module, which only Destroy may delete. At the latest the loader's destructor does.
     Module& Create();

@@ -7,7 +7,6 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/devhost/Host.h"
-#include "lab/devhost/PortPatch.h"
 
 namespace {
 
@@ -21,7 +20,8 @@ constexpr int kBadCommandLine = 2;
 
 constexpr char kUsage[] =
     "usage: devhost --library=<file> [--database=<file>] [--log=<file>]\n"
-    "               [--port-layer] [--die-at=<step>[:<n>]] [--colour=auto|always|never]\n"
+    "               [--port-layer] [--memory] [--die-at=<step>[:<n>]]\n"
+    "               [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct COptions {
@@ -37,9 +37,8 @@ void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     }
     options.host.libraryPath = *library;
     options.host.databasePath = arguments.TakeValue("database").value_or("devhost.db");
-    if (arguments.TakeFlag("port-layer")) {
-        options.host.onLoaded = [path = *library] { Lab::DevHost::TakePortsFromLayer(path); };
-    }
+    options.host.portLayer = arguments.TakeFlag("port-layer");
+    options.host.memory = arguments.TakeFlag("memory");
     if (const auto dieAt = arguments.TakeValue("die-at")) {
         options.host.dieAt = Lab::DevHost::ParseDeathWish(*dieAt);
     }

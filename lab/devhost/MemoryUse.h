@@ -1,0 +1,22 @@
+// How much memory this process uses, as its system counts it.
+//
+// Threads: any. Errors: std::runtime_error when the system does not tell.
+#pragma once
+
+#include <cstdint>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::DevHost {
+
+struct CMemoryUse {
+    std::uint64_t privateBytes;   // that no other process can share: what the process costs
+    std::uint64_t residentBytes;  // in memory at this moment, shared pages included
+};
+
+CMemoryUse ReadMemoryUse();
+
+/// The event `memory`, in KiB; `when` says at what moment.
+CLine MemoryLine(const char* when);
+
+}  // namespace Kyr::Lab::DevHost
