@@ -4,8 +4,12 @@ include(CheckCXXCompilerFlag)
 
 function(kyr_configure_target name)
     target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
-    target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow=local
-        -Wnon-virtual-dtor -fno-strict-aliasing)
+    if(MSVC)
+        target_compile_options(${name} PRIVATE /W4 /permissive- /utf-8 /Zc:__cplusplus /EHsc)
+    else()
+        target_compile_options(${name} PRIVATE -Wall -Wextra -Wpedantic -Werror -Wshadow=local
+            -Wnon-virtual-dtor -fno-strict-aliasing)
+    endif()
     if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
         target_compile_options(${name} PRIVATE -Wno-unknown-warning-option -Wno-error=unknown-warning-option)
     endif()
