@@ -34,8 +34,9 @@ class BroadcastEndToEndTest : public ::testing::Test {
         EXPECT_EQ(PortLayer::ReadLiveCounters().Text(), "");
     }
 
-    void StartAgent() {
-        agent_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, std::vector<std::string>{},
+    void StartAgent(const std::vector<std::string>& arguments = {}) {
+        agent_.reset();
+        agent_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
                                                   Runner::CActor::Environment{},
                                                   [](const std::string&, const CTimedLine&) {});
         next_ = 0;
@@ -74,6 +75,15 @@ TEST_F(BroadcastEndToEndTest, ChangeOfAValueIsSeenOnce) {
     EXPECT_EQ(channel_->GetBroadcast(2), 1);
 }
 
+TEST_F(BroadcastEndToEndTest, AgentWithoutNewsTellsNoChangeUntilThereIsOne) {
+    StartAgent({"--nothing-new"});
+    EXPECT_FALSE(channel_->HasBroadcastChanged(2));
+    EXPECT_FALSE(channel_->HasBroadcastChanged(8));
+    Agent("broadcast index=8");
+    EXPECT_FALSE(channel_->HasBroadcastChanged(2));
+    EXPECT_TRUE(channel_->HasBroadcastChanged(8));
+}
+
 TEST_F(BroadcastEndToEndTest, EveryValueIsReadAtItsPlace) {
     for (std::int32_t index = 0; index <= 10; ++index) {
         Agent("broadcast index=" + std::to_string(index) + " value=" + std::to_string(100 + index));
@@ -83,6 +93,7 @@ TEST_F(BroadcastEndToEndTest, EveryValueIsReadAtItsPlace) {
 
 TEST_F(BroadcastEndToEndTest, AreaIsReadByALegacyClientToo) {
     Agent("misbehave no-alpc");
+    Await("answer");  // it gives two
     Agent("broadcast index=8 value=3");
     EXPECT_EQ(channel_->GetBroadcast(8), 3);
 }
