@@ -6,12 +6,17 @@
 
 #include <boost/make_shared.hpp>
 
+#include "connector/tasks/ExportConfigurationTask.h"
+#include "connector/tasks/GetStatusTask.h"
+#include "connector/tasks/GetTaskStatusTask.h"
+#include "connector/tasks/ImportConfigurationTask.h"
 #include "connector/tasks/WinOvBlockExecutableByHashTask.h"
 #include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
 #include "connector/tasks/WinOvGetEcsTelemetryLogsTask.h"
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
+#include "module/PeriodicWatch.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 
@@ -19,10 +24,21 @@ using Common::Kelcomm::Messages::CKelcommMessageFactory;
 using Kyr::Common::Database::IKeyValueAccessMapper;
 using Kyr::Common::Database::IOvRemediationActionsMapper;
 using Kyr::Common::Kernel::IDatabaseResource;
+using Kyr::Common::Kernel::MessageType;
+
+namespace Tasks = Common::Tasks;
 
 namespace {
 
+// The product as the host's server knows it, and as the logs name it.
 constexpr std::uint64_t kProductId = 0x07100000000007AA;
+constexpr std::uint64_t kLoggedProductId = 0x07100000000005E2;
+constexpr std::int32_t kProductType = 17;
+
+/// The product types of the host whose configuration the product has.
+Tasks::CExportConfigurationTask::ProductTypes ExportedProductTypes() {
+    return {0, 9};
+}
 
 /// One of the module's interfaces for a task, which the module owns.
 template <typename Interface>
@@ -44,6 +60,7 @@ COvAgentConnectorModule::COvAgentConnectorModule(CModuleSystem system)
 
 COvAgentConnectorModule::~COvAgentConnectorModule() {
     EndThreads();
+    EndPeriodicThread();
     if (channel_) {
         // A receiver may own the task that owns the channel that owns the receiver.
         channel_->SetBufferReceiver({});
@@ -84,7 +101,21 @@ bool COvAgentConnectorModule::IsProductInstalled() {
 void COvAgentConnectorModule::CreateTasks(TaskList& tasks) {
     const auto logger = Borrowed<Common::ILogger>(this);
     const auto publisher = Borrowed<Kyr::Common::Module::IMessagePublisher>(this);
+    const auto instance = Borrowed<Common::IInstanceUUIDProvider>(this);
+    const auto& clock = system_.clock;
+    importConfigurationTask_ =
+        boost::make_shared<Tasks::CImportConfigurationTask>(logger, messageFactory_, channel_);
     // The order decides which task gets a message of a shared type first.
+    tasks.push_back(boost::make_shared<Tasks::CExportConfigurationTask>(
+        publisher, instance, ExportedProductTypes(), messageFactory_, channel_, kLoggedProductId,
+        clock));
+    tasks.push_back(importConfigurationTask_);
+    tasks.push_back(boost::make_shared<Tasks::CGetStatusTask>(
+        MessageType::OvAgentRequest, logger, publisher, instance, messageFactory_, channel_,
+        kLoggedProductId, kProductType, clock));
+    tasks.push_back(boost::make_shared<Tasks::CGetTaskStatusTask>(
+        MessageType::OvAgentRequest, logger, publisher, instance, messageFactory_, channel_,
+        kLoggedProductId, clock));
     tasks.push_back(boost::make_shared<CWinOvKillProcessByPidTask>(channel_, this));
     tasks.push_back(boost::make_shared<CWinOvBlockExecutableByHashTask>(channel_, this));
     tasks.push_back(boost::make_shared<CWinOvGetEcsIndicatorLogsTask>(
@@ -104,6 +135,8 @@ bool COvAgentConnectorModule::Connect() {
         Publish(MakeAgentPresence(LogOrigin()));
         Publish(MakeProductPresence(LogOrigin(), GetProductId()));
         Publish(MakeConnectedStatus(LogOrigin()));
+        importConfigurationTask_->ImportConfiguration();  // the product may have lost the policy
+        StartPeriodicThread();
         return true;
     } catch (const std::exception& error) {
         GetLog(3) << error.what();
@@ -124,10 +157,39 @@ CLogOrigin COvAgentConnectorModule::LogOrigin() const {
 
 void COvAgentConnectorModule::Interrupt() {
     channel_->Stop();
+    EndPeriodicThread();
 }
 
 void COvAgentConnectorModule::Disconnect() {
     Interrupt();
+}
+
+void COvAgentConnectorModule::StartPeriodicThread() {
+    const boost::unique_lock<boost::mutex> lock(periodicThreadMutex_);
+    periodicThread_ = std::make_unique<boost::thread>([this] { PeriodicThread(); });
+}
+
+void COvAgentConnectorModule::EndPeriodicThread() {
+    std::unique_ptr<boost::thread> thread;
+    {
+        const boost::unique_lock<boost::mutex> lock(periodicThreadMutex_);
+        thread = std::move(periodicThread_);
+    }
+    // Joined without the mutex: the thread may be behind a request that takes its time.
+    if (thread) {
+        const boost::this_thread::disable_interruption joinIsNoWayOut;
+        thread->interrupt();
+        thread->join();
+    }
+}
+
+void COvAgentConnectorModule::PeriodicThread() {
+    try {
+        CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild_)
+            .Run();
+    } catch (const std::exception&) {
+        // The watch is over until the next connection; the host must not go down with it.
+    }
 }
 
 }  // namespace Kyr::Connectors::OvAgentConnector

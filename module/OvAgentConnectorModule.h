@@ -1,21 +1,27 @@
 // The Ov connector module: joins the host to the Ov agent on the same computer. It knows whether
-// the product is installed, makes the channel and the tasks, and announces the agent to the
-// product and the product to the host.
+// the product is installed, makes the channel and the tasks, announces the agent to the product and
+// the product to the host, and keeps watch while it is connected.
 //
 // Created by the library's meta-object, driven by the host in the order that IModule gives. A
 // module whose product is not installed when it is initialized stays inactive for good.
-// Threads: see CConnectorModule.
+// Threads: see CConnectorModule. The periodic thread lives from a successful Connect to the next
+// Interrupt; it has no part in the requests to the product, see CPeriodicWatch.
 // Errors: see CConnectorModule. Initialize also throws what the product build reader throws.
 #pragma once
 
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
+
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
 #include "connector/ConnectorModule.h"
 #include "connector/channel/IChannelMessageFactory.h"
+#include "connector/tasks/ImportConfigurationTask.h"
 #include "host/database/IMapper.h"
 #include "kelcomm/OvAgentChannel.h"
 #include "module/PresenceLogs.h"
@@ -57,6 +63,9 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     void ObtainMappers(Kyr::Common::Kernel::IResourceProvider& provider);
     void SendAgentUuid();
     CLogOrigin LogOrigin() const;
+    void StartPeriodicThread();
+    void EndPeriodicThread();
+    void PeriodicThread();
 
     const CModuleSystem system_;
 
@@ -64,9 +73,15 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     boost::shared_ptr<COvAgentChannel> channel_;  // the one that all tasks use
     boost::shared_ptr<Kyr::Common::Database::IOvRemediationActionsMapper> remediationMapper_;
     boost::shared_ptr<Kyr::Common::Database::IKeyValueAccessMapper> keyValueMapper_;
+    boost::shared_ptr<Common::Tasks::CImportConfigurationTask> importConfigurationTask_;
     boost::shared_ptr<Common::IChannelMessageFactory> messageFactory_;
 
-    std::optional<std::int64_t> productBuild_;  // as of the last Connect
+    // As of the last Connect; no periodic thread lives while it changes.
+    std::optional<std::int64_t> productBuild_;
+
+    // Interrupt may be called by a host's thread and by the processing thread at once.
+    boost::mutex periodicThreadMutex_;
+    std::unique_ptr<boost::thread> periodicThread_;  // guarded by periodicThreadMutex_
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

@@ -51,7 +51,9 @@ class ModuleLifeTest : public ::testing::Test {
 TEST_F(ModuleLifeTest, ModuleSubscribesOnceForEachTaskAndThenToReplies) {
     EXPECT_THAT(
         SubscribedTypes(),
-        ElementsAre(MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
+        ElementsAre(MessageType::RequestConfiguration, MessageType::ApplyPolicy,
+                    MessageType::OvAgentRequest, MessageType::OvAgentRequest,
+                    MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
                     MessageType::OvAgentRequest, MessageType::OvAgentRequest,
                     MessageType::OvAgentRequest, MessageType::Response, MessageType::Reply));
 }

@@ -1,0 +1,169 @@
+#include "module/PeriodicWatch.h"
+
+#include <exception>
+
+#include <boost/lexical_cast.hpp>
+#include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "logs/SymbolTime.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+using namespace Kyr::Common::Message::Connectors::OvAgentConnector;
+
+namespace {
+
+constexpr std::chrono::milliseconds kPause{5000};
+constexpr std::uint64_t kIterationsUntilResend = 720;  // about an hour
+
+/// A broadcast value whose change calls for a request, and how long the product gets to settle.
+struct CBroadcastRow {
+    std::int32_t index;
+    OvAgentRequestType request;
+    int delaySeconds;
+};
+
+constexpr CBroadcastRow kBroadcasts[] = {
+    {2, kProtectionStatus, 5},
+    {8, kTaskStatus, 5},
+};
+
+// The last builds of the product that cannot give such records.
+constexpr std::int64_t kLastBuildWithoutIndicators = 5057;
+constexpr std::int64_t kLastBuildWithoutTelemetry = 5542;
+
+constexpr char kRecordsFailure[] = "Error during checking for new ECS logs: ";
+
+boost::shared_ptr<COvAgentRequest> MakeRequest(OvAgentRequestType type) {
+    const auto request = boost::make_shared<COvAgentRequest>();
+    request->SetRequestType(type);
+    request->SetReadOnly();
+    return request;
+}
+
+}  // namespace
+
+CPeriodicWatch::CPeriodicWatch(const CParts& parts, std::optional<std::int64_t> productBuild)
+    : parts_(parts), productBuild_(productBuild) {}
+
+void CPeriodicWatch::Run() {
+    for (std::uint64_t iteration = 1;; ++iteration) {
+        boost::this_thread::interruption_point();
+        Look(iteration);
+        parts_.clock.SleepFor(kPause);
+    }
+}
+
+void CPeriodicWatch::Look(std::uint64_t iteration) {
+    PingProduct();
+    const Time now = Kyr::Common::Logs::FromCalendarTime(parts_.clock.CalendarTime());
+    CheckBroadcasts(now);
+    PublishDueRequests(now);
+    if (iteration % kIterationsUntilResend == 0) {
+        ResendRequests();
+    }
+    RequestNewRecords();
+    RequestNewActions();
+}
+
+void CPeriodicWatch::PingProduct() {
+    std::string errors;
+    if (!parts_.channel.Ping(errors)) {
+        parts_.logger.GetLog(3) << "Ping failed -> COvAgentConnector will be restarted: " << errors;
+        // The status task meets the same failure, and that makes the core reconnect.
+        PublishRequest(kProtectionStatus);
+    }
+}
+
+void CPeriodicWatch::CheckBroadcasts(const Time& now) {
+    try {
+        for (const CBroadcastRow& row : kBroadcasts) {
+            if (parts_.channel.HasBroadcastChanged(row.index)) {
+                parts_.logger.GetLog(2) << "Received broadcast " << row.index;
+                pending_.push_back(
+                    {now + boost::posix_time::seconds(row.delaySeconds), MakeRequest(row.request)});
+            }
+        }
+    } catch (const std::exception& error) {
+        parts_.logger.GetLog(4) << "Error during checking for new broadcast messages: "
+                                << error.what();
+    }
+}
+
+void CPeriodicWatch::PublishDueRequests(const Time& now) {
+    for (auto entry = pending_.begin(); entry != pending_.end();) {
+        if (entry->due > now) {
+            ++entry;
+            continue;
+        }
+        const Request request = entry->request;
+        entry = pending_.erase(entry);
+        parts_.logger.GetLog(2) << "Publishing request " << request->GetRequestType();
+        parts_.publisher.Publish(request);
+    }
+}
+
+void CPeriodicWatch::ResendRequests() {
+    parts_.logger.GetLog(2) << "Regular resending of all requests";
+    PublishRequest(kProtectionStatus);
+    PublishRequest(kTaskStatus);
+}
+
+void CPeriodicWatch::RequestNewRecords() {
+    try {
+        const bool enabled = parts_.keyValues.GetValue("XDR_ENABLED") == "1" &&
+                             !parts_.keyValues.GetValue("XDR_HOST").empty();
+        if (!enabled || !productBuild_) {
+            return;
+        }
+        if (*productBuild_ > kLastBuildWithoutIndicators) {
+            TryToRequest(kEcsIndicatorLogs, "Error during checking for new ECS indicator logs: ");
+        }
+        if (*productBuild_ > kLastBuildWithoutTelemetry) {
+            TryToRequest(kEcsTelemetryLogs, "Error during checking for new ECS telemetry logs: ");
+        }
+    } catch (const std::exception& error) {
+        parts_.logger.GetLog(4) << kRecordsFailure << error.what();
+    }
+}
+
+void CPeriodicWatch::RequestNewActions() {
+    try {
+        RequestNewActions(parts_.keyValues.GetValue("OV_REMEDIATION_ENABLED"));
+    } catch (const std::exception& error) {
+        // Deliberately the text of the records' check.
+        parts_.logger.GetLog(4) << kRecordsFailure << error.what();
+    }
+}
+
+void CPeriodicWatch::RequestNewActions(const std::string& flag) {
+    if (flag.empty()) {
+        return;
+    }
+    try {
+        if (boost::lexical_cast<bool>(flag)) {
+            PublishRequest(kRemediationActions);
+        }
+    } catch (const boost::bad_lexical_cast&) {
+        parts_.logger.GetLog(4)
+            << "OV rule actions flag is not a bool, disabling rule actions propagation";
+    } catch (const std::exception& error) {
+        parts_.logger.GetLog(4) << "Error during checking for new OV remediation actions: "
+                                << error.what();
+    }
+}
+
+void CPeriodicWatch::TryToRequest(RequestType type, const char* failureText) {
+    try {
+        PublishRequest(type);
+    } catch (const std::exception& error) {
+        parts_.logger.GetLog(4) << failureText << error.what();
+    }
+}
+
+void CPeriodicWatch::PublishRequest(RequestType type) {
+    parts_.publisher.Publish(MakeRequest(type));
+}
+
+}  // namespace Kyr::Connectors::OvAgentConnector

@@ -1,0 +1,77 @@
+// Watches the product beside the processing thread, one look every five seconds: pings it, looks
+// for changed broadcast values, and asks for what is due.
+//
+// It never talks to the product but to ping it and to read its broadcast area. Whatever else it
+// wants done it publishes as a COvAgentRequest, which comes back over the bus to the module's own
+// tasks. It remembers nothing from one connection to the next.
+//
+// Threads: a watch belongs to the one thread that runs it.
+// Ownership: borrows everything; all of it must outlive the watch.
+// Errors: see Run.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <optional>
+#include <string>
+
+#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include <boost/shared_ptr.hpp>
+
+#include "base/Clock.h"
+#include "connector/ILogger.h"
+#include "connector/IMessagePublisher.h"
+#include "host/database/IMapper.h"
+#include "kelcomm/OvAgentChannel.h"
+#include "logs/OvAgentRequest.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+class CPeriodicWatch {
+  public:
+    struct CParts {
+        COvAgentChannel& channel;
+        Kyr::Common::Database::IKeyValueAccessMapper& keyValues;  // the policy's flags
+        Kyr::Common::Module::IMessagePublisher& publisher;
+        Common::ILogger& logger;
+        Base::IClock& clock;
+    };
+
+    /// `productBuild` decides which records the product can give.
+    CPeriodicWatch(const CParts& parts, std::optional<std::int64_t> productBuild);
+
+    /// Watches until the thread is interrupted, at the latest within the five seconds of a sleep.
+    /// Throws boost::thread_interrupted then; and what the publisher throws for a request that is
+    /// not about records or actions, and std::runtime_error "could not convert calendar time to UTC
+    /// time".
+    void Run();
+
+  private:
+    using Request =
+        boost::shared_ptr<Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest>;
+    using RequestType = Kyr::Common::Message::Connectors::OvAgentConnector::OvAgentRequestType;
+    using Time = boost::posix_time::ptime;
+
+    struct CPendingRequest {
+        Time due;
+        Request request;
+    };
+
+    void Look(std::uint64_t iteration);
+    void PingProduct();
+    void CheckBroadcasts(const Time& now);
+    void PublishDueRequests(const Time& now);
+    void ResendRequests();
+    void RequestNewRecords();
+    void RequestNewActions();
+    void RequestNewActions(const std::string& flag);
+    /// What the publisher throws is written behind `failureText`.
+    void TryToRequest(RequestType type, const char* failureText);
+    void PublishRequest(RequestType type);
+
+    const CParts parts_;
+    const std::optional<std::int64_t> productBuild_;
+    std::list<CPendingRequest> pending_;  // in the order of their detection
+};
+
+}  // namespace Kyr::Connectors::OvAgentConnector

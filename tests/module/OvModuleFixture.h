@@ -1,0 +1,89 @@
+// The Ov connector module in a fake host, with a product that is a script, a registration that the
+// test sets, and a clock that the test moves.
+#pragma once
+
+#include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+
+#include "module/OvAgentConnectorModule.h"
+#include "tests/support/Await.h"
+#include "tests/support/FakeHost.h"
+#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/ManualClock.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+
+class CFakeBuildReader final : public IProductBuildReader {
+  public:
+    std::optional<std::int64_t> Read() override {
+        if (!failure.empty()) {
+            throw std::runtime_error(failure);
+        }
+        return build;
+    }
+
+    std::optional<std::int64_t> build = 5600;
+    std::string failure;
+};
+
+/// The module with what only its core may call.
+class CTestedModule final : public COvAgentConnectorModule {
+  public:
+    using COvAgentConnectorModule::Connect;
+    using COvAgentConnectorModule::COvAgentConnectorModule;
+    using COvAgentConnectorModule::CreateTasks;
+    using COvAgentConnectorModule::Disconnect;
+    using COvAgentConnectorModule::Interrupt;
+    using COvAgentConnectorModule::IsProductInstalled;
+};
+
+class OvModuleFixture : public testing::Test {
+  protected:
+    using MessageType = Kyr::Common::Kernel::MessageType;
+    using Strings = std::vector<std::string>;
+
+    /// A product that answers everything with success and whose broadcast values are all -1.
+    OvModuleFixture();
+    ~OvModuleFixture() override;
+
+    CModuleSystem System();
+    void Initialize() { module_->Initialize(host_); }
+    void InitializeAndConnect();
+    /// Starts the module and waits until it has connected and looked at the product once.
+    void StartAndConnect();
+    /// Waits until the watch sleeps.
+    bool AwaitWatchAsleep() { return clock_->AwaitSleepers(1); }
+    /// Lets the watch look once more and waits until it sleeps again.
+    void WatchOnceMore();
+
+    /// From now on no ping is answered.
+    void SilenceProduct();
+    void SetBroadcast(std::int32_t index, std::int32_t value);
+
+    std::vector<MessageType> PublishedTypes() const;
+    /// The kinds of the requests that the module published to itself.
+    std::vector<int> PublishedKinds() const;
+    /// What the product was asked for: the words at 8 of all requests.
+    std::vector<std::uint32_t> InnerCommands() const;
+
+    const boost::shared_ptr<Kyr::Test::CManualClock> clock_ =
+        boost::make_shared<Kyr::Test::CManualClock>();
+    const boost::shared_ptr<CFakeBuildReader> registration_ =
+        boost::make_shared<CFakeBuildReader>();
+    const boost::shared_ptr<Kyr::Test::CKelcommScript> alpc_ =
+        boost::make_shared<Kyr::Test::CKelcommScript>();
+    const boost::shared_ptr<Kyr::Test::CKelcommScript> lpc_ =
+        boost::make_shared<Kyr::Test::CKelcommScript>();
+    boost::shared_ptr<COvAgentChannel> channel_;  // the module's
+    Kyr::Test::CFakeHost host_;
+    std::unique_ptr<CTestedModule> module_;
+};
+
+}  // namespace Kyr::Connectors::OvAgentConnector
