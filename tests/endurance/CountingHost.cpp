@@ -15,9 +15,13 @@ using Common::Kernel::MessageType;
 using Guard = boost::lock_guard<boost::mutex>;
 
 // Our own choice: more than a module ever has waiting while its product answers.
-constexpr std::size_t kMostWaiting = 200;
+constexpr std::size_t kMostWaiting = 10;
 
 constexpr int kThirdIdentifier = 2846;
+
+bool IsTrigger(const Common::Kernel::IMessage& message) {
+    return message.GetMessageType() == MessageType::OvAgentRequest;
+}
 
 }  // namespace
 
@@ -26,7 +30,7 @@ void CCountingBus::Publish(const Message& message, const Context& context) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(*message);
         ledger_.ReportedFailed(event.GetSymbols()->GetUuid(kThirdIdentifier).uuid());
     }
-    if (message->GetMessageType() != MessageType::OvAgentRequest || Unfinished() < kMostWaiting) {
+    if (!IsTrigger(*message) || CountHeld(triggers_) < kMostWaiting) {
         Deliver(message, context);
     }
 }
@@ -51,7 +55,7 @@ void CCountingBus::Deliver(const Message& message, const Context& context) {
             subscribers.push_back(entry->second);
         }
         if (!subscribers.empty()) {
-            unfinished_.push_back(message);
+            (IsTrigger(*message) ? triggers_ : messages_).push_back(message);
         }
     }
     for (const auto& subscriber : subscribers) {
@@ -60,11 +64,14 @@ void CCountingBus::Deliver(const Message& message, const Context& context) {
 }
 
 std::size_t CCountingBus::Unfinished() {
+    return CountHeld(messages_);
+}
+
+std::size_t CCountingBus::CountHeld(Delivered& delivered) {
     const Guard guard(mutex_);
     const auto finished = [](const auto& message) { return message.expired(); };
-    unfinished_.erase(std::remove_if(unfinished_.begin(), unfinished_.end(), finished),
-                      unfinished_.end());
-    return unfinished_.size();
+    delivered.erase(std::remove_if(delivered.begin(), delivered.end(), finished), delivered.end());
+    return delivered.size();
 }
 
 void CCountingLog::Log(const std::string& text, int level, const std::string& /*source*/) {

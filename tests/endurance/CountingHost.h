@@ -32,15 +32,21 @@ class CCountingBus final : public Common::Kernel::IBusResource {
                    Common::Kernel::MessageType type) override;
     void Deliver(const Message& message, const Context& context = Context());
 
-    /// How many delivered messages somebody still holds.
+    /// How many delivered messages somebody still holds, the module's own triggers not counted: a
+    /// receiver may keep the last one for as long as the channel keeps the receiver.
     std::size_t Unfinished();
 
   private:
+    using Delivered = std::deque<boost::weak_ptr<Common::Kernel::IMessage>>;
+
+    std::size_t CountHeld(Delivered& delivered);
+
     CLedger& ledger_;
     boost::mutex mutex_;  // guards everything below
     std::multimap<Common::Kernel::MessageType, boost::shared_ptr<Common::Kernel::ISubscriber>>
         subscribers_;
-    std::deque<boost::weak_ptr<Common::Kernel::IMessage>> unfinished_;
+    Delivered messages_;
+    Delivered triggers_;
 };
 
 class CCountingLog final : public Common::Kernel::ILoggerResource {
