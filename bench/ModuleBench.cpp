@@ -1,0 +1,180 @@
+// What the whole module costs: a request from the bus to the product and back, a connection, and
+// one look of the periodic watch.
+#include <benchmark/benchmark.h>
+#include <memory>
+#include <string>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+
+#include "base/LittleEndian.h"
+#include "bench/PortBench.h"
+#include "kelcomm/AlpcMessages.h"
+#include "kelcomm/KelcommNames.h"
+#include "logs/OvAgentRequest.h"
+#include "module/OvAgentConnectorModule.h"
+#include "module/PeriodicWatch.h"
+#include "tests/support/FakeHost.h"
+
+namespace {
+
+using namespace Kyr::Bench;
+using namespace Kyr::Connectors;
+using namespace Kyr::Connectors::Common::Kelcomm;
+using namespace Kyr::Connectors::OvAgentConnector;
+using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+
+constexpr int kRequestsAtOnce = 1000;
+
+/// A host log that forgets its lines and counts those with one text.
+class CLineCounter : public Kyr::Common::Kernel::ILoggerResource {
+  public:
+    explicit CLineCounter(std::string text) : text_(std::move(text)) {}
+
+    void Log(const std::string& text, int, const std::string&) override {
+        if (text == text_) {
+            const boost::unique_lock<boost::mutex> lock(mutex_);
+            ++count_;
+            counted_.notify_all();
+        }
+    }
+    void Await(std::uint64_t count) {
+        boost::unique_lock<boost::mutex> lock(mutex_);
+        counted_.wait(lock, [&] { return count_ >= count; });
+    }
+
+  private:
+    const std::string text_;
+    boost::mutex mutex_;
+    boost::condition_variable counted_;
+    std::uint64_t count_ = 0;  // guarded by mutex_
+};
+
+class CInstalled : public IProductBuildReader {
+  public:
+    std::optional<std::int64_t> Read() override { return 5600; }
+};
+
+/// The product accepts everything and has nothing to tell.
+void ServeProduct(int ready) {
+    static const std::vector<std::uint8_t> accepted = {12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+    ServeAlpc(
+        AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
+        [](const std::uint8_t* request) {
+            const bool ping =
+                Kyr::Base::LoadLittleEndian<std::uint32_t>(request + Alpc::kReplyCapacity) == 0;
+            CReply reply = {{}, sizeof reply.head, accepted.data(), ping ? 0 : accepted.size()};
+            Kyr::Base::StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(reply.size));
+            return reply;
+        },
+        ready);
+}
+
+/// The module over real ports in a host that only counts one line.
+class CRunningModule {
+  public:
+    explicit CRunningModule(const std::string& line)
+        : lines(boost::make_shared<CLineCounter>(line)) {
+        host.Set(3, lines);
+        CModuleSystem system;
+        system.productBuild = boost::make_shared<CInstalled>();
+        module = std::make_unique<COvAgentConnectorModule>(system);
+        module->Initialize(host);
+        module->Start();
+    }
+    ~CRunningModule() { module->Stop(true); }
+
+    Kyr::Test::CFakeHost host;
+    const boost::shared_ptr<CLineCounter> lines;
+    std::unique_ptr<COvAgentConnectorModule> module;
+};
+
+/// From the bus over queue, task, channel and port to the product, and back to the task's receiver.
+void BusToProductAndBack(benchmark::State& state) {
+    const CServerProcess server(static_cast<int>(state.range(0)), ServeProduct);
+    CRunningModule running("Empty indicator logs response received from OVANTA Connector");
+    const auto request = boost::make_shared<COvAgentRequest>();
+    request->SetRequestType(Kyr::Common::Message::Connectors::OvAgentConnector::kEcsIndicatorLogs);
+    request->SetReadOnly();
+    std::uint64_t count = 0;
+    for (auto _ : state) {
+        for (int index = 0; index < kRequestsAtOnce; ++index) {
+            running.host.bus->Deliver(request);
+        }
+        running.lines->Await(count += kRequestsAtOnce);
+    }
+    state.SetItemsProcessed(static_cast<std::int64_t>(count));
+}
+BENCHMARK(BusToProductAndBack)->ArgName("cores")->Arg(1)->Arg(2)->UseRealTime();
+
+/// From the host's call of Start to the line that says that tasks are processed.
+void StartUntilConnected(benchmark::State& state) {
+    const CServerProcess server(1, ServeProduct);
+    for (auto _ : state) {
+        CRunningModule running("Connected to product, processing tasks");
+        running.lines->Await(1);
+        state.PauseTiming();
+        running.module->Stop(true);
+        state.ResumeTiming();
+    }
+}
+BENCHMARK(StartUntilConnected)->UseRealTime();
+
+/// Ends the watch after so many sleeps, which take no time.
+class CCountdownClock final : public Kyr::Base::IClock {
+  public:
+    explicit CCountdownClock(std::int64_t sleeps) : left_(sleeps) {}
+
+    std::int64_t CalendarTime() const override { return 1700000000 + slept_ * 5; }
+    void SleepFor(std::chrono::milliseconds) override {
+        if (++slept_ == left_) {
+            throw boost::thread_interrupted();
+        }
+    }
+    void Wait(boost::condition_variable&, boost::unique_lock<boost::mutex>&) override {}
+    bool WaitFor(boost::condition_variable&, boost::unique_lock<boost::mutex>&,
+                 std::chrono::milliseconds) override {
+        return false;
+    }
+
+  private:
+    const std::int64_t left_;
+    std::int64_t slept_ = 0;
+};
+
+class CQuietHost : public Kyr::Common::Module::IMessagePublisher, public Common::ILogger {
+  public:
+    void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>&) override {}
+    Common::CLogLine GetLog(int level) override { return Common::CLogLine(log_, level, "Watch"); }
+
+  private:
+    const boost::shared_ptr<CLineCounter> log_ = boost::make_shared<CLineCounter>("");
+};
+
+/// One hour of a connected module that has nothing to do: 720 looks over real ports. The product
+/// has no broadcast area; each look says so to a log that drops it.
+void IdleHour(benchmark::State& state) {
+    const CServerProcess server(1, ServeProduct);
+    COvAgentChannel channel(0, 0);
+    Kyr::Test::CFakeKeyValues keyValues;
+    CQuietHost host;
+    const double before = server.CpuTime();
+    for (auto _ : state) {
+        CCountdownClock clock(720);
+        try {
+            CPeriodicWatch({channel, keyValues, host, host, clock}, 5600).Run();
+        } catch (const boost::thread_interrupted&) {
+            // The hour is over.
+        }
+    }
+    state.counters["product_ns"] =
+        benchmark::Counter(server.CpuTime() - before, benchmark::Counter::kAvgIterations);
+}
+BENCHMARK(IdleHour)->Unit(benchmark::kMillisecond);
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    return Run(argc, argv);
+}
