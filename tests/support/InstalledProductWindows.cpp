@@ -4,18 +4,24 @@
 
 namespace Kyr::Test {
 
-// The value of the real registry; a fresh Wine prefix has none.
+// The value of the real registry, which all programs of the system share.
 struct CInstalledProduct::Place {
+    void Clear() {
+        if (key.exists()) {
+            key.deleteKey();
+        }
+    }
+
     Poco::Util::WinRegistryKey key{
         "HKEY_LOCAL_MACHINE\\SOFTWARE\\TULK\\Ovanta\\Agent\\CurrentVersion\\Info"};
 };
 
-CInstalledProduct::CInstalledProduct() : place_(std::make_unique<Place>()) {}
+CInstalledProduct::CInstalledProduct() : place_(std::make_unique<Place>()) {
+    place_->Clear();  // of what programs before this one have left
+}
 
 CInstalledProduct::~CInstalledProduct() {
-    if (place_->key.exists()) {
-        place_->key.deleteKey();
-    }
+    place_->Clear();
 }
 
 void CInstalledProduct::Install(std::int32_t build) {
