@@ -5,6 +5,7 @@
 #include <iterator>
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include "base/LittleEndian.h"
 #include "connector/Subscriber.h"
@@ -79,7 +80,8 @@ class CConversation::CLog final : public Common::Kernel::ILoggerResource {
   public:
     explicit CLog(CConversation& conversation) : conversation_(conversation) {}
     void Log(const std::string& text, int level, const std::string& /*source*/) override {
-        ++conversation_.activity_;
+        conversation_.Note();
+        const boost::lock_guard<boost::mutex> guard(conversation_.linesMutex_);
         conversation_.lines_.push_back(std::to_string(level) + " " + text);
     }
 
@@ -108,20 +110,25 @@ const CConversation::COperation CConversation::kOperations[] = {
 
 CConversation::CConversation()
     : product_(boost::make_shared<Test::CKelcommScript>()),
-      clock_(boost::make_shared<CTurnClock>([this] { return activity_; })),
+      clock_(boost::make_shared<CTurnClock>([this] { return activity_.load(); })),
       build_(boost::make_shared<CBuild>()),
       host_(std::make_unique<Test::CFakeHost>()) {
-    product_->whileServing = [this] { ++activity_; };
+    product_->whileServing = [this] { Note(); };
     product_->broadcastArea.assign(256, 0);
     host_->Set(Common::Kernel::kLoggerResource, boost::make_shared<CLog>(*this));
     host_->bus->SetDelivering(true);
     host_->bus->OnPublish([this](const auto& message) {
-        ++activity_;
+        Note();
         delivered_ += message->GetMessageType() == MessageType::OvAgentRequest ? 1 : 0;
     });
 }
 
 CConversation::~CConversation() = default;
+
+void CConversation::Note() {
+    clock_->Enter();
+    ++activity_;
+}
 
 void CConversation::Run(const std::uint8_t* data, std::size_t size) {
     if (size != 0 && data[0] == 0xFF) {

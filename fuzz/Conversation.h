@@ -11,6 +11,7 @@
 // Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -18,6 +19,7 @@
 #include <string>
 #include <vector>
 
+#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 #include <boost/weak_ptr.hpp>
 
@@ -37,7 +39,7 @@ class CConversation {
 
     void Run(const std::uint8_t* data, std::size_t size);
 
-    /// What the module has logged.
+    /// What the module has logged. REQUIRES: Run has returned.
     const std::vector<std::string>& Lines() const { return lines_; }
 
   private:
@@ -67,9 +69,12 @@ class CConversation {
     void End();
     void ExpectAccountsToBalance() const;
 
-    // Only by whoever has the turn.
-    std::uint64_t activity_ = 0;
-    std::vector<std::string> lines_;
+    /// The calling thread has done something.
+    void Note();
+
+    std::atomic<std::uint64_t> activity_{0};
+    boost::mutex linesMutex_;
+    std::vector<std::string> lines_;  // guarded by linesMutex_
 
     const boost::shared_ptr<Test::CKelcommScript> product_;
     const boost::shared_ptr<CTurnClock> clock_;
@@ -77,7 +82,7 @@ class CConversation {
     std::unique_ptr<Test::CFakeHost> host_;
     std::unique_ptr<Module> module_;
     bool stopped_ = false;
-    std::uint64_t delivered_ = 0;
+    std::atomic<std::uint64_t> delivered_{0};
     std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;
     std::vector<boost::weak_ptr<Common::Kernel::IDeliveryContext>> contexts_;
 };

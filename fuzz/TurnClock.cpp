@@ -106,7 +106,16 @@ bool CTurnClock::WaitFor(boost::condition_variable& /*condition*/, Lock& lock,
 }
 
 void CTurnClock::Enter() {
-    Yield(std::nullopt);
+    if (boost::this_thread::get_id() != conductor_ && !IsKnown()) {
+        Yield(std::nullopt);
+    }
+}
+
+bool CTurnClock::IsKnown() const {
+    const Lock lock(mutex_);
+    return std::any_of(
+        participants_.begin(), participants_.end(),
+        [thread = ::gettid()](const auto& one) { return one->thread == thread && !one->ended; });
 }
 
 void CTurnClock::Yield(std::optional<Milliseconds> deadline) {

@@ -7,8 +7,10 @@
 // the clock, to join another, is recognised by its state in the system and passed over until it
 // moves again by itself.
 //
-// Limits: Linux. A thread that has been joined and the one that joined it run on at the same time
-// for a moment. Locks are not scheduled: a thread that waits for one is taken for a joining one.
+// Limits: Linux. A new thread runs beside its creator until it is first caught, and a thread that
+// has been joined beside the one that joined it. Locks are not scheduled: a thread that waits for
+// one is taken for a joining one, and goes on as soon as the lock is free. What such moments leave
+// to chance is the order of two threads' deeds, which no promise may depend on.
 //
 // Threads: the conductor's operations belong to one thread; the clock's to every other.
 // Errors: threads that do not come to rest end the process, with a line that says so.
@@ -18,6 +20,8 @@
 #include <memory>
 #include <optional>
 #include <vector>
+
+#include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
 
@@ -50,9 +54,10 @@ class CTurnClock final : public Base::IClock {
     /// How many of the module's threads are alive.
     std::size_t Threads() const;
 
-    // For a thread that the conductor has started.
+    // For threads, as early as they can be caught: those that the conductor starts, and the
+    // module's own where they first touch the host or the product.
 
-    /// Waits for a first turn.
+    /// Waits for a first turn; does nothing in the conductor, or in a thread that had one.
     void Enter();
 
   private:
@@ -67,9 +72,11 @@ class CTurnClock final : public Base::IClock {
     void AwaitRest();
     bool IsAtRest() const;
     std::vector<std::shared_ptr<CParticipant>> Participants() const;
+    bool IsKnown() const;
 
     const std::function<std::uint64_t()> activity_;
     const std::size_t otherThreads_;
+    const boost::thread::id conductor_ = boost::this_thread::get_id();
 
     mutable boost::mutex mutex_;  // guards everything below
     boost::condition_variable changed_;

@@ -70,10 +70,10 @@ TEST(ConversationTest, GracefulStopEndsTheQueue) {
     EXPECT_THAT(lines, Not(Contains("4 Task processing was interrupted")));
 }
 
+// Nothing waits in the queue while a thread is new, so that nothing is left to chance.
 TEST(ConversationTest, SameInputTellsTheSameLife) {
-    const std::vector<std::uint8_t> input = {
-        kTask, 0,   kAnswerAlways, kRefuse, kTask,           1, kPassToNextWait, 7,
-        kTask, 200, kAnswerAlways, 0,       kPassToNextWait, 15};
+    const std::vector<std::uint8_t> input = {kTask,     0,  kPassToNextWait, 7, kTask, 200,
+                                             kPassTime, 60, kTask,           1};
     const auto first = Life(input);
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(Life(input), first);
