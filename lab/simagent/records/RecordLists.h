@@ -24,7 +24,7 @@ namespace Kyr::Lab::SimAgent {
 /// How much one reply carries at most; one record always fits, or its list would end there.
 struct CBatchLimit {
     std::uint64_t records = 1000;
-    std::uint64_t bytes = 1024 * 1024;
+    std::uint64_t bytes = std::uint64_t{1024} * 1024;
 };
 
 class CRecordLists {
