@@ -11,7 +11,7 @@
 #include <boost/make_shared.hpp>
 
 #include "base/LittleEndian.h"
-#include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
+#include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "host/proto/ov_agent.pb.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"

@@ -4,8 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
-#include "connector/tasks/WinOvGetEcsTelemetryLogsTask.h"
+#include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "fuzz/CollectionHost.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/DataMinerMessages.h"

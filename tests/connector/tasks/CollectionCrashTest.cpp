@@ -3,7 +3,7 @@
 // flight may come twice.
 #include <stdexcept>
 
-#include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
+#include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "logs/DataMinerMessages.h"
 #include "tests/connector/tasks/CollectionFixture.h"

@@ -4,8 +4,7 @@
 #include <boost/thread/exceptions.hpp>
 #include <boost/weak_ptr.hpp>
 
-#include "connector/tasks/WinOvGetEcsIndicatorLogsTask.h"
-#include "connector/tasks/WinOvGetEcsTelemetryLogsTask.h"
+#include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "logs/DataMinerMessages.h"
 #include "tests/connector/tasks/CollectionFixture.h"
 #include "tests/support/GroupingLocale.h"
@@ -51,11 +50,11 @@ struct TelemetryLogs {
 };
 
 template <typename Kind>
-class EcsLogsTasksTest : public CollectionFixture {
+class WinOvGetEcsLogsTasksTest : public CollectionFixture {
   protected:
     static constexpr char kTwoRecords[] = "0A 01 62  0A 01 61";  // "b", "a"
 
-    EcsLogsTasksTest() { ProductAnswers(Reply(kTwoRecords)); }
+    WinOvGetEcsLogsTasksTest() { ProductAnswers(Reply(kTwoRecords)); }
 
     void Execute() { task.Execute(MakeTrigger(Kind::kKind)); }
     std::string RetryText() {
@@ -85,16 +84,16 @@ struct KindNames {
         return Kind::kKey;
     }
 };
-TYPED_TEST_SUITE(EcsLogsTasksTest, Kinds, KindNames);
+TYPED_TEST_SUITE(WinOvGetEcsLogsTasksTest, Kinds, KindNames);
 
 // Triggers.
 
-TYPED_TEST(EcsLogsTasksTest, ServesTriggers) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ServesTriggers) {
     EXPECT_EQ(this->task.GetMessageType(), MessageType::OvAgentRequest);
     EXPECT_EQ(static_cast<int>(this->task.GetMessageType()), 7);
 }
 
-TYPED_TEST(EcsLogsTasksTest, ActsOnTriggersOfItsKindOnly) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ActsOnTriggersOfItsKindOnly) {
     int reads = 0;
     this->keyValueStore->OnGet([&](const auto&) { ++reads; });
     for (const int kind : {0, 1, 2, TypeParam::kOtherKind, 5, 6, -1}) {
@@ -106,14 +105,14 @@ TYPED_TEST(EcsLogsTasksTest, ActsOnTriggersOfItsKindOnly) {
     EXPECT_THAT(this->effects, IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, MessageOfAnotherClassIsIgnored) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, MessageOfAnotherClassIsIgnored) {
     EXPECT_NO_THROW(this->task.Execute(Kyr::Test::MakeMessage("A", MessageType::OvAgentRequest)));
     EXPECT_NO_THROW(this->task.Execute({}));
     EXPECT_THAT(this->channel->calls, IsEmpty());
     EXPECT_THAT(this->effects, IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, CancelDoesNotKeepItFromExecuting) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, CancelDoesNotKeepItFromExecuting) {
     this->task.Cancel();
     this->Execute();
     EXPECT_EQ(this->channel->requests.size(), 1u);
@@ -121,25 +120,25 @@ TYPED_TEST(EcsLogsTasksTest, CancelDoesNotKeepItFromExecuting) {
 
 // Requests.
 
-TYPED_TEST(EcsLogsTasksTest, FirstRequestHasOffsetZero) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, FirstRequestHasOffsetZero) {
     this->Execute();
     EXPECT_THAT(this->channel->requests, ElementsAre(HexBytes(TypeParam::kRequest)));
 }
 
-TYPED_TEST(EcsLogsTasksTest, EmptyOffsetIsZero) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, EmptyOffsetIsZero) {
     this->SetOffset("");
     this->Execute();
     EXPECT_THAT(this->channel->requests, ElementsAre(HexBytes(TypeParam::kRequest)));
 }
 
-TYPED_TEST(EcsLogsTasksTest, RequestCarriesTheStoredOffset) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RequestCarriesTheStoredOffset) {
     this->SetOffset("300");
     this->Execute();
     EXPECT_THAT(this->channel->requests,
                 ElementsAre(HexBytes(std::string(TypeParam::kRequest) + " 08 AC 02")));
 }
 
-TYPED_TEST(EcsLogsTasksTest, MinusOneIsSentAsTheLargestOffset) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, MinusOneIsSentAsTheLargestOffset) {
     this->SetOffset("-1");
     this->Execute();
     EXPECT_THAT(this->channel->requests,
@@ -147,12 +146,12 @@ TYPED_TEST(EcsLogsTasksTest, MinusOneIsSentAsTheLargestOffset) {
                                      " 08 FF FF FF FF FF FF FF FF FF 01")));
 }
 
-TYPED_TEST(EcsLogsTasksTest, ReceiverIsInstalledBeforeTheRequestIsSent) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ReceiverIsInstalledBeforeTheRequestIsSent) {
     this->Execute();
     EXPECT_THAT(this->channel->calls, ElementsAre("SetBufferReceiver", "Send"));
 }
 
-TYPED_TEST(EcsLogsTasksTest, EveryRequestGetsAReceiverOfItsOwn) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, EveryRequestGetsAReceiverOfItsOwn) {
     this->Execute();
     const boost::weak_ptr<Common::IBufferReceiver> first = this->channel->receiver;
     this->Execute();
@@ -160,7 +159,7 @@ TYPED_TEST(EcsLogsTasksTest, EveryRequestGetsAReceiverOfItsOwn) {
     EXPECT_TRUE(this->channel->receiver);
 }
 
-TYPED_TEST(EcsLogsTasksTest, ReceiverKeepsTheTriggerAlive) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ReceiverKeepsTheTriggerAlive) {
     boost::weak_ptr<Kyr::Common::Kernel::IMessage> observed;
     {
         const auto trigger = this->MakeTrigger(TypeParam::kKind);
@@ -172,7 +171,7 @@ TYPED_TEST(EcsLogsTasksTest, ReceiverKeepsTheTriggerAlive) {
     EXPECT_TRUE(observed.expired());
 }
 
-TYPED_TEST(EcsLogsTasksTest, ReceiverOutlivesTheTask) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ReceiverOutlivesTheTask) {
     {
         typename TypeParam::Task shortLived(this->logger, this->publisher, this->channel, nullptr,
                                             this->factory, this->keyValueStore);
@@ -185,43 +184,43 @@ TYPED_TEST(EcsLogsTasksTest, ReceiverOutlivesTheTask) {
 
 // Records.
 
-TYPED_TEST(EcsLogsTasksTest, RecordsArePublishedInTheProductsOrder) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsArePublishedInTheProductsOrder) {
     this->Execute();
     EXPECT_THAT(this->Published(), ElementsAre("b", "a"));
 }
 
-TYPED_TEST(EcsLogsTasksTest, RecordsArePassedOnByteForByte) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsArePassedOnByteForByte) {
     // "", a zero byte between two letters, three bytes of UTF-8.
     this->ProductAnswers(this->Reply("0A 00  0A 03 61 00 62  0A 03 E2 82 AC"));
     this->Execute();
     EXPECT_THAT(this->Published(), ElementsAre("", std::string("a\0b", 3), "\xE2\x82\xAC"));
 }
 
-TYPED_TEST(EcsLogsTasksTest, PublishedMessageIsWritable) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, PublishedMessageIsWritable) {
     this->Execute();
     ASSERT_EQ(this->publisher->messages.size(), 1u);
     EXPECT_FALSE(
         dynamic_cast<Kyr::Common::Message::CMessage&>(*this->publisher->messages[0]).IsReadOnly());
 }
 
-TYPED_TEST(EcsLogsTasksTest, FiveRecordsStoreFive) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, FiveRecordsStoreFive) {
     this->ProductAnswers(this->Reply("0A 01 61  0A 01 62  0A 01 63  0A 01 64  0A 01 65"));
     this->Execute();
     EXPECT_EQ(this->Offset(), "5");
 }
 
-TYPED_TEST(EcsLogsTasksTest, RecordsAreAddedToTheOffset) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsAreAddedToTheOffset) {
     this->SetOffset("98");
     this->Execute();
     EXPECT_EQ(this->Offset(), "100");
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetMovesAfterTheRecordsWerePublished) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetMovesAfterTheRecordsWerePublished) {
     this->Execute();
     EXPECT_THAT(this->effects, ElementsAre(TypeParam::kPublish, this->Stored("2")));
 }
 
-TYPED_TEST(EcsLogsTasksTest, PublishingIsAnnounced) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, PublishingIsAnnounced) {
     this->publisher->onPublish = [&](const auto&) {
         EXPECT_THAT(this->Lines(), ElementsAre(TypeParam::kPublishing));
     };
@@ -229,7 +228,7 @@ TYPED_TEST(EcsLogsTasksTest, PublishingIsAnnounced) {
     EXPECT_THAT(this->Lines(), ElementsAre(TypeParam::kPublishing));
 }
 
-TYPED_TEST(EcsLogsTasksTest, BatchWithoutRecordsIsPublishedAndRewritesTheOffset) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, BatchWithoutRecordsIsPublishedAndRewritesTheOffset) {
     this->ProductAnswers(this->Reply("10 00"));
     for (const auto& [before, after] :
          {std::pair{"", "0"}, {"+7", "7"}, {"007", "7"}, {"-1", "18446744073709551615"}}) {
@@ -241,28 +240,28 @@ TYPED_TEST(EcsLogsTasksTest, BatchWithoutRecordsIsPublishedAndRewritesTheOffset)
     EXPECT_EQ(this->publisher->messages.size(), 4u);
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetComesRoundToZero) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetComesRoundToZero) {
     this->SetOffset("-1");
     this->ProductAnswers(this->Reply("0A 01 61"));
     this->Execute();
     EXPECT_EQ(this->Offset(), "0");
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetThatChangedMeanwhileIsAddedTo) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetThatChangedMeanwhileIsAddedTo) {
     this->SetOffset("10");
     this->publisher->onPublish = [&](const auto&) { this->SetOffset("40"); };
     this->Execute();
     EXPECT_EQ(this->Offset(), "42");
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetIsReadAndWrittenWithoutGrouping) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetIsReadAndWrittenWithoutGrouping) {
     const Kyr::Test::CGroupingLocale grouping;
     this->SetOffset("1234567");
     this->Execute();
     EXPECT_EQ(this->Offset(), "1234569");
 }
 
-TYPED_TEST(EcsLogsTasksTest, NextTriggerFetchesWhatFollows) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, NextTriggerFetchesWhatFollows) {
     this->Execute();
     this->Execute();
     ASSERT_EQ(this->channel->requests.size(), 2u);
@@ -272,7 +271,7 @@ TYPED_TEST(EcsLogsTasksTest, NextTriggerFetchesWhatFollows) {
 
 // The product has nothing, or refuses.
 
-TYPED_TEST(EcsLogsTasksTest, ReplyWithoutPayloadIsLogged) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ReplyWithoutPayloadIsLogged) {
     this->SetOffset("007");
     this->ProductAnswers(this->Reply(""));
     this->Execute();
@@ -281,7 +280,7 @@ TYPED_TEST(EcsLogsTasksTest, ReplyWithoutPayloadIsLogged) {
     EXPECT_EQ(this->Offset(), "007");
 }
 
-TYPED_TEST(EcsLogsTasksTest, ResultCodeIsLogged) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ResultCodeIsLogged) {
     this->ProductAnswers(this->Reply("0A 01 61  10 07"));
     this->Execute();
     EXPECT_THAT(this->Lines(), ElementsAre(std::string(TypeParam::kError) + "7"));
@@ -289,7 +288,7 @@ TYPED_TEST(EcsLogsTasksTest, ResultCodeIsLogged) {
     EXPECT_EQ(this->Offset(), "");
 }
 
-TYPED_TEST(EcsLogsTasksTest, ResultCodeIsUnsignedAndUngrouped) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ResultCodeIsUnsignedAndUngrouped) {
     const Kyr::Test::CGroupingLocale grouping;
     this->ProductAnswers(this->Reply("10 FF FF FF FF 0F"));
     this->Execute();
@@ -298,7 +297,7 @@ TYPED_TEST(EcsLogsTasksTest, ResultCodeIsUnsignedAndUngrouped) {
 
 // Replies that should not be.
 
-TYPED_TEST(EcsLogsTasksTest, ShortReplyIsACountedRetry) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, ShortReplyIsACountedRetry) {
     const auto cut = [&](std::size_t size) {
         auto reply = this->Reply(this->kTwoRecords);
         reply.resize(size);
@@ -311,13 +310,13 @@ TYPED_TEST(EcsLogsTasksTest, ShortReplyIsACountedRetry) {
     EXPECT_THAT(this->effects, IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, LyingPayloadLengthIsACountedRetry) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, LyingPayloadLengthIsACountedRetry) {
     this->ProductAnswers(HexBytes("0C 00 00 00  00 00 00 00  FF FF FF FF  0A 01 61"));
     EXPECT_EQ(this->RetryText(), "KelcommChannelBuffer: Buffer is not full enough");
     EXPECT_THAT(this->effects, IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, BytesBehindThePayloadAreIgnored) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, BytesBehindThePayloadAreIgnored) {
     using Kyr::Test::operator+;
     this->ProductAnswers(this->Reply("0A 01 61") + HexBytes("0A 01 62"));
     this->Execute();
@@ -325,7 +324,7 @@ TYPED_TEST(EcsLogsTasksTest, BytesBehindThePayloadAreIgnored) {
     EXPECT_EQ(this->Offset(), "1");
 }
 
-TYPED_TEST(EcsLogsTasksTest, PayloadThatDoesNotParseReadsAsServedWithoutRecords) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, PayloadThatDoesNotParseReadsAsServedWithoutRecords) {
     this->SetOffset("+7");
     this->ProductAnswers(this->Reply("FF"));
     this->Execute();
@@ -333,7 +332,7 @@ TYPED_TEST(EcsLogsTasksTest, PayloadThatDoesNotParseReadsAsServedWithoutRecords)
     EXPECT_EQ(this->Offset(), "7");
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetCoversNoMoreThanWhatWasPublished) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetCoversNoMoreThanWhatWasPublished) {
     // A record, then one of five bytes that has only one: what the parser left is passed on.
     this->ProductAnswers(this->Reply("0A 01 61  0A 05 62"));
     this->Execute();
@@ -341,7 +340,18 @@ TYPED_TEST(EcsLogsTasksTest, OffsetCoversNoMoreThanWhatWasPublished) {
     EXPECT_THAT(this->Published()[0], "a");
 }
 
-TYPED_TEST(EcsLogsTasksTest, SixteenMebibytesInOneRecord) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsBehindATextThatIsNotUtf8AreFetchedAgain) {
+    // "a", then the bytes C3 28, at which the parser stops, then "b".
+    this->ProductAnswers(this->Reply("0A 01 61  0A 02 C3 28  0A 01 62"));
+    this->Execute();
+    EXPECT_THAT(this->Published(), ElementsAre("a", "\xC3\x28"));
+    this->ProductAnswers(this->Reply("0A 01 62"));
+    this->Execute();
+    EXPECT_EQ(this->channel->requests[1], HexBytes(std::string(TypeParam::kRequest) + " 08 02"));
+    EXPECT_THAT(this->Published(1), ElementsAre("b"));
+}
+
+TYPED_TEST(WinOvGetEcsLogsTasksTest, SixteenMebibytesInOneRecord) {
     constexpr std::size_t kSize = 16 << 20;
     // 0A, then the length 2^24 as a varint of four bytes: 80 80 80 08.
     auto reply = HexBytes("0C 00 00 00  00 00 00 00  05 00 00 01  0A 80 80 80 08");
@@ -353,7 +363,7 @@ TYPED_TEST(EcsLogsTasksTest, SixteenMebibytesInOneRecord) {
     EXPECT_EQ(this->Offset(), "1");
 }
 
-TYPED_TEST(EcsLogsTasksTest, SixteenMebibytesInManyRecords) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, SixteenMebibytesInManyRecords) {
     constexpr std::size_t kRecords = 16384;
     auto reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00 01");
     for (std::size_t i = 0; i < kRecords; ++i) {
@@ -369,14 +379,14 @@ TYPED_TEST(EcsLogsTasksTest, SixteenMebibytesInManyRecords) {
 
 // Failures.
 
-TYPED_TEST(EcsLogsTasksTest, FailureOfTheChannelIsACountedRetryWithItsText) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, FailureOfTheChannelIsACountedRetryWithItsText) {
     this->ProductFails("CKelcommChannel: Send request failed with 9");
     EXPECT_EQ(this->RetryText(), "CKelcommChannel: Send request failed with 9");
     EXPECT_THAT(this->effects, IsEmpty());
     EXPECT_THAT(this->Lines(), IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetThatIsNoNumberFailsEveryTrigger) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetThatIsNoNumberFailsEveryTrigger) {
     for (const char* text : {" 5", "5a", "18446744073709551616"}) {
         this->SetOffset(text);
         EXPECT_EQ(this->RetryText(), this->kNotANumber);
@@ -388,13 +398,13 @@ TYPED_TEST(EcsLogsTasksTest, OffsetThatIsNoNumberFailsEveryTrigger) {
     EXPECT_NO_THROW(this->Execute());
 }
 
-TYPED_TEST(EcsLogsTasksTest, OffsetThatIsNoNumberAnyMoreIsLeftAsItIs) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetThatIsNoNumberAnyMoreIsLeftAsItIs) {
     this->publisher->onPublish = [&](const auto&) { this->SetOffset("5a"); };
     EXPECT_EQ(this->RetryText(), this->kNotANumber);
     EXPECT_EQ(this->Offset(), "5a");
 }
 
-TYPED_TEST(EcsLogsTasksTest, RecordsThatCannotBePublishedAreFetchedAgain) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsThatCannotBePublishedAreFetchedAgain) {
     this->publisher->onPublish = [](const auto&) { throw std::runtime_error("bus is down"); };
     EXPECT_EQ(this->RetryText(), "bus is down");
     EXPECT_EQ(this->Offset(), "");
@@ -404,7 +414,7 @@ TYPED_TEST(EcsLogsTasksTest, RecordsThatCannotBePublishedAreFetchedAgain) {
     EXPECT_THAT(this->Published(), ElementsAre("b", "a"));
 }
 
-TYPED_TEST(EcsLogsTasksTest, StoreThatFailsSilentlyGetsTheRecordsTwice) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, StoreThatFailsSilentlyGetsTheRecordsTwice) {
     this->keyValueStore->OnSet([](const auto&, const auto&) { return false; });
     EXPECT_NO_THROW(this->Execute());
     EXPECT_NO_THROW(this->Execute());
@@ -412,7 +422,7 @@ TYPED_TEST(EcsLogsTasksTest, StoreThatFailsSilentlyGetsTheRecordsTwice) {
     EXPECT_EQ(this->Published(0), this->Published(1));
 }
 
-TYPED_TEST(EcsLogsTasksTest, StoreThatThrowsIsACountedRetry) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, StoreThatThrowsIsACountedRetry) {
     this->keyValueStore->OnSet(
         [](const auto&, const auto&) -> bool { throw std::runtime_error("disk is full"); });
     EXPECT_EQ(this->RetryText(), "disk is full");
@@ -420,13 +430,23 @@ TYPED_TEST(EcsLogsTasksTest, StoreThatThrowsIsACountedRetry) {
     EXPECT_EQ(this->publisher->messages.size(), 1u);
 }
 
-TYPED_TEST(EcsLogsTasksTest, StoreThatCannotBeReadIsACountedRetry) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, StoreThatCannotBeReadIsACountedRetry) {
     this->keyValueStore->OnGet([](const auto&) { throw std::runtime_error("store is locked"); });
     EXPECT_EQ(this->RetryText(), "store is locked");
     EXPECT_THAT(this->channel->calls, IsEmpty());
 }
 
-TYPED_TEST(EcsLogsTasksTest, InterruptionIsNoFailure) {
+TYPED_TEST(WinOvGetEcsLogsTasksTest, StoreThatCannotBeReadBehindTheRecordsIsACountedRetry) {
+    this->publisher->onPublish = [&](const auto&) {
+        this->keyValueStore->OnGet(
+            [](const auto&) { throw std::runtime_error("store is locked"); });
+    };
+    EXPECT_EQ(this->RetryText(), "store is locked");
+    EXPECT_EQ(this->publisher->messages.size(), 1u);
+    EXPECT_EQ(this->Offset(), "");
+}
+
+TYPED_TEST(WinOvGetEcsLogsTasksTest, InterruptionIsNoFailure) {
     this->channel->product = [](const auto&) -> std::vector<unsigned char> {
         throw boost::thread_interrupted();
     };
