@@ -175,6 +175,24 @@ TEST_F(WinOvGetRemediationTaskTest, ActionsThatBlockNothingAreFetchedAgain) {
     EXPECT_THAT(effects, IsEmpty());
 }
 
+TEST_F(WinOvGetRemediationTaskTest, NextBlockActionTakesTheOthersBeforeItAlong) {
+    const std::string others = std::string(kOther) + kOther;
+    ProductAnswers(Reply(others));
+    Execute();
+    ProductAnswers(Reply(others + kBlock));
+    Execute();
+    EXPECT_THAT(effects, ElementsAre("store 1", "OV_REMEDIATION_OFFSET=3", kPublish));
+}
+
+TEST_F(WinOvGetRemediationTaskTest, ActionIsStoredInItsOwnSerialization) {
+    // Field 2, "x", came before the type; what the host's message does not name is written last.
+    ProductAnswers(Reply("0A 05 12 01 78 08 03"));
+    Execute();
+    ASSERT_EQ(remediationStore->Batches().size(), 1u);
+    ASSERT_EQ(remediationStore->Batches()[0].size(), 1u);
+    EXPECT_EQ(TextBytes(remediationStore->Batches()[0][0]), HexBytes("08 03 12 01 78"));
+}
+
 TEST_F(WinOvGetRemediationTaskTest, ReplyWithoutActionsMovesNothing) {
     ProductAnswers(Reply("10 00"));
     Execute();
@@ -189,7 +207,8 @@ TEST_F(WinOvGetRemediationTaskTest, OnlyTypeThreeBlocks) {
               "0A 0B 08 FD FF FF FF FF FF FF FF FF 01"));
     Execute();
     ASSERT_EQ(remediationStore->Batches().size(), 1u);
-    EXPECT_EQ(remediationStore->Batches()[0].size(), 1u);
+    ASSERT_EQ(remediationStore->Batches()[0].size(), 1u);
+    EXPECT_EQ(TextBytes(remediationStore->Batches()[0][0]), HexBytes("08 03"));
     EXPECT_EQ(Offset(), "5");
 }
 
@@ -295,6 +314,16 @@ TEST_F(WinOvGetRemediationTaskTest, OffsetThatIsNoNumberFailsEveryTrigger) {
     EXPECT_EQ(RetryText(), kNotANumber);
     EXPECT_EQ(Offset(), " 5");
     EXPECT_THAT(channel->calls, IsEmpty());
+}
+
+TEST_F(WinOvGetRemediationTaskTest, OffsetThatIsNoNumberAnyMoreIsLeftAsItIs) {
+    remediationStore->OnStore([&](const auto&) {
+        SetOffset("5a");
+        return true;
+    });
+    EXPECT_EQ(RetryText(), kNotANumber);
+    EXPECT_EQ(Offset(), "5a");
+    EXPECT_THAT(publisher->messages, IsEmpty());
 }
 
 TEST_F(WinOvGetRemediationTaskTest, BatchThatWasNotStoredIsACountedRetry) {
