@@ -37,7 +37,7 @@
 
 namespace Kyr::Connectors::Common {
 
-struct TaskFailure;
+struct TaskOutcome;
 
 class CConnectorModule : public Kyr::Common::Module::CGenericModule,
                          public Kyr::Common::Module::IMessagePublisher,
@@ -126,7 +126,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     bool ProcessTask(CMessageTask& task, const MessagePointer& message, bool& notCounted);
     void CancelQueuedMessages();
     void CancelMessage(const MessagePointer& message, const std::string& reason);
-    void PublishTaskFailure(const MessagePointer& message, const TaskFailure& failure);
+    void PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome);
     bool GuardedConnect();
     bool GuardedReconnect();
     void GuardedDisconnect();

@@ -5,8 +5,8 @@
 #include "connector/ConnectorModule.h"
 #include "connector/DeliveryContext.h"
 #include "connector/LocalizedException.h"
+#include "connector/TaskEvent.h"
 #include "connector/TaskExceptions.h"
-#include "connector/TaskFailureEvent.h"
 
 namespace Kyr::Connectors::Common {
 
@@ -163,12 +163,12 @@ bool CConnectorModule::ProcessTask(CMessageTask& task, const MessagePointer& mes
         }
         return true;
     } catch (const CLocalizedException& error) {
-        PublishTaskFailure(message, {kStatusFailed, Code(error.GetCodeLow(), error.GetCodeHigh()),
-                                     kSeverityError, error.what()});
+        PublishTaskEvent(message, {kStatusFailed, Code(error.GetCodeLow(), error.GetCodeHigh()),
+                                   kSeverityError, error.what()});
         GetLog(4) << error.what();
         return true;
     } catch (const CRetryException& error) {
-        PublishTaskFailure(message, {kStatusRetried, kCodeFailed, kSeverityWarning, error.what()});
+        PublishTaskEvent(message, {kStatusRetried, kCodeFailed, kSeverityWarning, error.what()});
         GetLog(4) << error.what();
         notCounted = error.IsRestartNeeded();
         return false;
@@ -177,7 +177,7 @@ bool CConnectorModule::ProcessTask(CMessageTask& task, const MessagePointer& mes
         notCounted = true;
         return false;
     } catch (const std::exception& error) {
-        PublishTaskFailure(message, {kStatusFailed, kCodeFailed, kSeverityError, error.what()});
+        PublishTaskEvent(message, {kStatusFailed, kCodeFailed, kSeverityError, error.what()});
         GetLog(4) << error.what();
         return true;
     }
@@ -192,7 +192,7 @@ void CConnectorModule::CancelQueuedMessages() {
 }
 
 void CConnectorModule::CancelMessage(const MessagePointer& message, const std::string& reason) {
-    PublishTaskFailure(message, {kStatusFailed, kCodeCancelled, kSeverityError, reason});
+    PublishTaskEvent(message, {kStatusFailed, kCodeCancelled, kSeverityError, reason});
     try {
         GetLog(4) << reason << ", message was: " << message->GetName();
     } catch (const std::exception& error) {
@@ -203,12 +203,11 @@ void CConnectorModule::CancelMessage(const MessagePointer& message, const std::s
 
 // The event is a courtesy to the server: a message whose identifiers are no UUIDs, or a bus that
 // fails, costs the event and a line, not the thread.
-void CConnectorModule::PublishTaskFailure(const MessagePointer& message,
-                                          const TaskFailure& failure) {
+void CConnectorModule::PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome) {
     try {
         if (const auto task = ReportableTask(message)) {
-            Publish(MakeTaskFailureEvent(*task, failure,
-                                         {GetInstanceUUID(), connectorProductId_, clock_}));
+            Publish(
+                MakeTaskEvent(*task, outcome, {GetInstanceUUID(), connectorProductId_, clock_}));
         }
     } catch (const std::exception& error) {
         GetLog(4) << error.what();

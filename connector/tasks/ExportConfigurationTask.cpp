@@ -5,7 +5,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/TaskFailureEvent.h"
+#include "connector/TaskEvent.h"
 #include "connector/channel/Responses.h"
 #include "connector/tasks/CountedRetry.h"
 #include "host/message/RequestConfigurationMessage.h"
@@ -32,7 +32,7 @@ enum Symbol : std::int32_t {
 constexpr std::int32_t kExported = 1;
 
 /// How the request is reported: done, in the host's terms.
-const TaskFailure kDone{1, 0x000000010000000B, 30, ""};
+const TaskOutcome kDone{1, 0x000000010000000B, 30, ""};
 
 }  // namespace
 
@@ -108,7 +108,7 @@ void CExportConfigurationTask::BufferReceiver::PublishConfiguration(
 
 void CExportConfigurationTask::BufferReceiver::ReportDone() const {
     if (const auto task = ReportableTask(message_)) {
-        publisher_->Publish(MakeTaskFailureEvent(
+        publisher_->Publish(MakeTaskEvent(
             *task, kDone, {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
     }
 }

@@ -4,7 +4,7 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/TaskFailureEvent.h"
+#include "connector/TaskEvent.h"
 #include "connector/channel/Responses.h"
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/ProductTrigger.h"
@@ -107,10 +107,10 @@ bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char
     for (const CTaskStatusRecord& record : records) {
         // A record names its identifiers as the event does: the message's third one second.
         publisher_->Publish(
-            MakeTaskFailureEvent(TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier,
-                                                 record.secondIdentifier},
-                                 {record.status, record.code, record.severity, record.description},
-                                 {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
+            MakeTaskEvent(TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier,
+                                          record.secondIdentifier},
+                          {record.status, record.code, record.severity, record.description},
+                          {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
         logger_->GetLog(0) << "Task status received";
     }
     return !records.empty();

@@ -1,6 +1,6 @@
 #include <stdexcept>
 
-#include "connector/TaskFailureEvent.h"
+#include "connector/TaskEvent.h"
 #include "tests/connector/ModuleFixture.h"
 #include "tests/support/ThrownText.h"
 
@@ -11,17 +11,17 @@ using Kyr::Common::Message::CTask;
 using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 
-class TaskFailureEventTest : public ModuleFixture {
+class TaskEventTest : public ModuleFixture {
   protected:
-    EventPointer Make(const TaskFailure& failure) {
-        return MakeTaskFailureEvent(*MakeTaskMessage(), failure, reporter);
+    EventPointer Make(const TaskOutcome& outcome) {
+        return MakeTaskEvent(*MakeTaskMessage(), outcome, reporter);
     }
 
     TaskReporter reporter{"12345678-9abc-def0-1234-56789abcdef0", 0x07100000000005E2, clock};
-    const TaskFailure failed{4, 0x000000010000009B, 40, "It did not work"};
+    const TaskOutcome failed{4, 0x000000010000009B, 40, "It did not work"};
 };
 
-TEST_F(TaskFailureEventTest, IsAReadOnlyEventLogOfItsType) {
+TEST_F(TaskEventTest, IsAReadOnlyEventLogOfItsType) {
     const auto event = Make(failed);
     EXPECT_EQ(static_cast<int>(event->GetMessageType()), 10368);
     EXPECT_TRUE(event->IsReadOnly());
@@ -29,7 +29,7 @@ TEST_F(TaskFailureEventTest, IsAReadOnlyEventLogOfItsType) {
               "Cannot add symbol 1: container is locked");
 }
 
-TEST_F(TaskFailureEventTest, SymbolsStandInTheOrderOfSetting) {
+TEST_F(TaskEventTest, SymbolsStandInTheOrderOfSetting) {
     const auto symbols = Make(failed)->GetSymbols();
     std::vector<int> ids;
     for (std::size_t index = 0; index < symbols->GetCount(); ++index) {
@@ -38,7 +38,7 @@ TEST_F(TaskFailureEventTest, SymbolsStandInTheOrderOfSetting) {
     EXPECT_THAT(ids, ElementsAre(2836, 2834, 2838, 2842, 2846, 2844, 2848, 2853, 2850, 2913));
 }
 
-TEST_F(TaskFailureEventTest, SymbolsHoldTheirValues) {
+TEST_F(TaskEventTest, SymbolsHoldTheirValues) {
     const auto symbols = Make(failed)->GetSymbols();
     EXPECT_EQ(symbols->GetInt32(2836), 4);
     EXPECT_EQ(symbols->GetUuid(2834).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
@@ -51,7 +51,7 @@ TEST_F(TaskFailureEventTest, SymbolsHoldTheirValues) {
     EXPECT_EQ(symbols->GetString(2913), "It did not work");
 }
 
-TEST_F(TaskFailureEventTest, TimeIsNowInUtc) {
+TEST_F(TaskEventTest, TimeIsNowInUtc) {
     const auto time = Make(failed)->GetSymbols()->GetUtcTime(2838);
     EXPECT_EQ(time.year(), 2023);
     EXPECT_EQ(time.month(), 11);
@@ -61,33 +61,33 @@ TEST_F(TaskFailureEventTest, TimeIsNowInUtc) {
     EXPECT_EQ(time.second(), 20);
 }
 
-TEST_F(TaskFailureEventTest, EmptyTextIsLeftOut) {
+TEST_F(TaskEventTest, EmptyTextIsLeftOut) {
     const auto symbols = Make({1, 0x000000010000000B, 30, ""})->GetSymbols();
     EXPECT_FALSE(symbols->HasSymbol(2913));
     EXPECT_EQ(symbols->GetCount(), 9u);
 }
 
-TEST_F(TaskFailureEventTest, FitsItsLogType) {
+TEST_F(TaskEventTest, FitsItsLogType) {
     EXPECT_TRUE(Make(failed)->IsValid());
 }
 
-TEST_F(TaskFailureEventTest, IdentifierThatIsNoUuidThrows) {
-    const auto make = [&] { MakeTaskFailureEvent(*MakeTaskMessage("no uuid"), failed, reporter); };
+TEST_F(TaskEventTest, IdentifierThatIsNoUuidThrows) {
+    const auto make = [&] { MakeTaskEvent(*MakeTaskMessage("no uuid"), failed, reporter); };
     EXPECT_EQ(ThrownText(make), "invalid uuid string");
 }
 
-TEST_F(TaskFailureEventTest, InstanceThatIsNoUuidThrows) {
+TEST_F(TaskEventTest, InstanceThatIsNoUuidThrows) {
     reporter.instanceUuid = "";
     EXPECT_EQ(ThrownText([this] { Make(failed); }), "invalid uuid string");
 }
 
-TEST_F(TaskFailureEventTest, OnlyTaskMessagesAreReportable) {
+TEST_F(TaskEventTest, OnlyTaskMessagesAreReportable) {
     EXPECT_EQ(ReportableTask(Kyr::Test::MakeMessage("A", MessageType::KillProcessByPid)), nullptr);
     const auto task = MakeTaskMessage();
     EXPECT_EQ(ReportableTask(task), task);
 }
 
-TEST_F(TaskFailureEventTest, EachMissingIdentifierMakesTheTaskUnreportable) {
+TEST_F(TaskEventTest, EachMissingIdentifierMakesTheTaskUnreportable) {
     for (int missing = 0; missing < 3; ++missing) {
         CTask::Uuid ids[3];
         for (int id = 0; id < 3; ++id) {

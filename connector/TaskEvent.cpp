@@ -1,4 +1,4 @@
-#include "connector/TaskFailureEvent.h"
+#include "connector/TaskEvent.h"
 
 #include <boost/make_shared.hpp>
 
@@ -34,32 +34,30 @@ boost::shared_ptr<CTask> ReportableTask(
     return reportable ? task : nullptr;
 }
 
-boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const CTask& task, const TaskFailure& failure,
-                                                  const TaskReporter& reporter) {
-    return MakeTaskFailureEvent(
-        TaskIdentifiers{task.GetFirstIdentifier(), task.GetSecondIdentifier(),
-                        task.GetThirdIdentifier()},
-        failure, reporter);
+boost::shared_ptr<CEventLog> MakeTaskEvent(const CTask& task, const TaskOutcome& outcome,
+                                           const TaskReporter& reporter) {
+    return MakeTaskEvent(TaskIdentifiers{task.GetFirstIdentifier(), task.GetSecondIdentifier(),
+                                         task.GetThirdIdentifier()},
+                         outcome, reporter);
 }
 
-boost::shared_ptr<CEventLog> MakeTaskFailureEvent(const TaskIdentifiers& task,
-                                                  const TaskFailure& failure,
-                                                  const TaskReporter& reporter) {
+boost::shared_ptr<CEventLog> MakeTaskEvent(const TaskIdentifiers& task, const TaskOutcome& outcome,
+                                           const TaskReporter& reporter) {
     auto event = boost::make_shared<CEventLog>(Kyr::Common::Kernel::MessageType::TaskFailureEvent,
                                                reporter.clock);
     // The third identifier stands before the second in the row; the host knows it so.
     event->GetSymbols()
-        ->AddInt32(kStatus, failure.status)
+        ->AddInt32(kStatus, outcome.status)
         .AddUuidString(kInstance, reporter.instanceUuid)
         .AddCurrentTime(kTime)
         .AddUuidMessage(kFirstIdentifier, task.first)
         .AddUuidMessage(kThirdIdentifier, task.third)
         .AddUuidMessage(kSecondIdentifier, task.second)
-        .AddResourceId(kCode, failure.code)
+        .AddResourceId(kCode, outcome.code)
         .AddResourceId(kProduct, reporter.productId)
-        .AddInt64(kSeverity, failure.severity);
-    if (!failure.text.empty()) {
-        event->GetSymbols()->AddString(kText, failure.text);
+        .AddInt64(kSeverity, outcome.severity);
+    if (!outcome.text.empty()) {
+        event->GetSymbols()->AddString(kText, outcome.text);
     }
     event->SetReadOnly();
     return event;

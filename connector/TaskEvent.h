@@ -16,7 +16,7 @@
 namespace Kyr::Connectors::Common {
 
 /// What became of the task, in the host's terms.
-struct TaskFailure {
+struct TaskOutcome {
     std::int32_t status;
     std::uint64_t code;
     std::int64_t severity;
@@ -45,10 +45,10 @@ boost::shared_ptr<Kyr::Common::Message::CTask> ReportableTask(
 
 /// A read-only event ready to be published. Throws std::runtime_error when an identifier is not a
 /// UUID.
-boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskFailureEvent(
-    const Kyr::Common::Message::CTask& task, const TaskFailure& failure,
+boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskEvent(
+    const Kyr::Common::Message::CTask& task, const TaskOutcome& outcome,
     const TaskReporter& reporter);
-boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskFailureEvent(
-    const TaskIdentifiers& task, const TaskFailure& failure, const TaskReporter& reporter);
+boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskEvent(
+    const TaskIdentifiers& task, const TaskOutcome& outcome, const TaskReporter& reporter);
 
 }  // namespace Kyr::Connectors::Common
