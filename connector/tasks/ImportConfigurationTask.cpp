@@ -47,11 +47,13 @@ void CImportConfigurationTask::SendPolicy() {
         return;
     }
     const PolicyText policy = ReadPolicyBlob(message->GetPolicyBlob());
+    if (!policy.text) {
+        logger_->GetLog(4) << "Policy is not sent: it is larger than " << kLargestPolicy
+                           << " bytes";
+        return;
+    }
     if (!policy.damage.empty()) {
         logger_->GetLog(4) << "Policy is damaged: " << policy.damage;
-    }
-    if (!policy.text) {
-        return;
     }
     const auto request =
         messageFactory_->CreateImportConfigurationRequest(*policy.text)->Serialize();

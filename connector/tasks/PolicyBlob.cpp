@@ -41,7 +41,10 @@ Inflated Inflate(CompressedBlob& compressed, std::size_t sourceLength, std::stri
     const int result =
         uncompress(reinterpret_cast<Bytef*>(inflated.bytes.data()), &length,
                    reinterpret_cast<const Bytef*>(source.data()), static_cast<uLong>(sourceLength));
-    inflated.tooLarge = result == Z_BUF_ERROR && room < stated;
+    inflated.tooLarge = result == Z_BUF_ERROR && room == kLargestPolicy && room < stated;
+    if (inflated.tooLarge) {
+        return inflated;
+    }
     if (result != Z_OK) {
         Add(damage, "does not inflate to " + std::to_string(room) + " bytes (zlib " +
                         std::to_string(result) + ")");

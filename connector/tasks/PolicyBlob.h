@@ -16,9 +16,10 @@ constexpr std::uint64_t kLargestPolicy = std::uint64_t{64} << 20;
 
 struct PolicyText {
     /// What the product is to be given: as much as can be read, nothing perhaps. Absent when the
-    /// policy is too large to be read at all.
+    /// policy is larger than kLargestPolicy.
     std::optional<std::string> text;
-    /// What is wrong with the blob, for a line of the log; empty when nothing is.
+    /// What is wrong with the blob, for a line of the log; empty when nothing is, or when the
+    /// policy is only too large.
     std::string damage;
 };
 

@@ -1,8 +1,10 @@
 #include "connector/channel/ErrorReplyChannelException.h"
 #include "connector/tasks/ImportConfigurationTask.h"
+#include "connector/tasks/PolicyBlob.h"
 #include "host/message/ApplyPolicy.h"
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
+#include "tests/connector/tasks/PackedPolicy.h"
 #include "tests/connector/tasks/SmallPolicy.h"
 
 namespace Kyr::Connectors::Common::Tasks {
@@ -51,6 +53,12 @@ TEST_F(ImportConfigurationTaskTest, ContentOfTheReplyDoesNotMatter) {
     ProductAnswers({0xFF});
     Import();
     EXPECT_THAT(Lines(), ElementsAre("2 Set policy request to product was successfull"));
+}
+
+TEST_F(ImportConfigurationTaskTest, ReceiverOutlivesTheTask) {
+    CImportConfigurationTask(logger, factory, channel).Execute(PolicyOf(SmallPolicyBlob()));
+    channel->receiver->OnBufferReceived({});
+    EXPECT_EQ(Lines().size(), 2u);
 }
 
 TEST_F(ImportConfigurationTaskTest, MessageOfAnotherClassLeavesTheProductUntouched) {
@@ -134,11 +142,17 @@ TEST_F(ImportConfigurationTaskTest, SendingAgainFailsLikeTheTask) {
 // Damaged policies
 
 TEST_F(ImportConfigurationTaskTest, DamagedPolicyIsSentAsFarAsItReadsAndLoggedOnce) {
-    task.Execute(PolicyOf("08 05"));
+    task.Execute(PolicyOf(TextOf("08 05")));  // five bytes are stated, none are there
     EXPECT_THAT(channel->requests, ElementsAre(kImportOfNothing));
-    ASSERT_EQ(Lines().size(), 2u);
-    EXPECT_EQ(Lines()[0].rfind("4 Policy is damaged: ", 0), 0u);
-    EXPECT_EQ(Lines()[1], "2 Set policy request to product was successfull");
+    EXPECT_THAT(Lines(), ElementsAre("4 Policy is damaged: does not inflate to 5 bytes (zlib -3), "
+                                     "content does not parse",
+                                     "2 Set policy request to product was successfull"));
+}
+
+TEST_F(ImportConfigurationTaskTest, PolicyThatIsTooLargeIsLoggedAndDone) {
+    task.Execute(PolicyOf(Packed(std::string(kLargestPolicy, 'x'))));
+    EXPECT_THAT(channel->calls, ElementsAre());
+    EXPECT_THAT(Lines(), ElementsAre("4 Policy is not sent: it is larger than 67108864 bytes"));
 }
 
 TEST_F(ImportConfigurationTaskTest, PolicyWhoseLengthLiesIsStillSent) {

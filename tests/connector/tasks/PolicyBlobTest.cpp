@@ -1,37 +1,14 @@
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include "connector/tasks/PolicyBlob.h"
 #include "host/proto/common.pb.h"
-#include "host/proto/policy.pb.h"
+#include "tests/connector/tasks/PackedPolicy.h"
 #include "tests/connector/tasks/SmallPolicy.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
 
 using Kyr::Common::DataDefinition::Common::CompressedBlob;
-using Kyr::Common::DataDefinition::Policy::PolicyData;
-
-std::string BlobOf(std::uint64_t stated, const std::string& compressed) {
-    CompressedBlob blob;
-    blob.set_uncompressed_length(stated);
-    blob.set_compressed_data(compressed);
-    return blob.SerializeAsString();
-}
-
-/// As the host packs a policy; compressed as much as can be.
-std::string Packed(const std::string& text) {
-    PolicyData policy;
-    policy.set_policy_text(text);
-    const std::string content = policy.SerializeAsString();
-    uLongf length = compressBound(static_cast<uLong>(content.size()));
-    std::string compressed(length, '\0');
-    compress2(reinterpret_cast<Bytef*>(compressed.data()), &length,
-              reinterpret_cast<const Bytef*>(content.data()), static_cast<uLong>(content.size()),
-              9);
-    compressed.resize(length);
-    return BlobOf(content.size(), compressed);
-}
 
 void ExpectRead(const std::string& blob, const std::string& text, const std::string& damage) {
     const PolicyText policy = ReadPolicyBlob(blob);
@@ -143,7 +120,15 @@ TEST(PolicyBlobTest, LargestPolicyIsRead) {
 TEST(PolicyBlobTest, PolicyThatIsTooLargeIsAbsent) {
     const PolicyText policy = ReadPolicyBlob(Packed(std::string(kLargestPolicy - 4, 'x')));
     EXPECT_FALSE(policy.text);
-    EXPECT_EQ(policy.damage, "does not inflate to 67108864 bytes (zlib -5)");
+    EXPECT_EQ(policy.damage, "");
+}
+
+TEST(PolicyBlobTest, PolicyThatIsTooLargeAndLiesAboutItIsCut) {
+    // Stated to be small: a length that is too small like any other.
+    CompressedBlob blob;
+    ASSERT_TRUE(blob.ParseFromString(Packed(std::string(kLargestPolicy, 'x'))));
+    EXPECT_EQ(ReadPolicyBlob(BlobOf(5, blob.compressed_data())).damage,
+              "does not inflate to 5 bytes (zlib -5), content does not parse");
 }
 
 }  // namespace
