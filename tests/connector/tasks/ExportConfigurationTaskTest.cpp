@@ -149,6 +149,40 @@ TEST_F(ExportConfigurationTaskTest, IdentifierThatIsNoUuidIsARetryAfterTheConfig
     EXPECT_THAT(PublishedTypes(), ElementsAre(10244));
 }
 
+TEST_F(ExportConfigurationTaskTest, BusThatFailsAtTheReportIsARetryAfterTheConfiguration) {
+    publisher->onPublish = [](const MessagePointer& message) {
+        if (static_cast<int>(message->GetMessageType()) == 10368) {
+            throw std::runtime_error("bus is down");
+        }
+    };
+    EXPECT_EQ(RetryAfter([&] { Run(RequestFor(9)); }), "bus is down");
+    EXPECT_THAT(PublishedTypes(), ElementsAre(10244));
+}
+
+TEST_F(ExportConfigurationTaskTest, RetriedRequestIsSentAgain) {
+    ProductFails("broken");
+    const auto request = RequestFor(9);
+    EXPECT_EQ(RetryAfter([&] { Run(request); }), "broken");
+    ProductAnswers(ReplyWith(TextBytes("hello")));
+    Run(request);
+    EXPECT_EQ(channel->requests.size(), 2u);
+    EXPECT_THAT(PublishedTypes(), ElementsAre(10244, 10368));
+}
+
+TEST_F(ExportConfigurationTaskTest, EachRequestHasAReceiverOfItsOwn) {
+    Run(RequestFor(9));
+    const boost::weak_ptr<IBufferReceiver> first = channel->receiver;
+    EXPECT_FALSE(first.expired());
+    Run(RequestFor(9));
+    EXPECT_TRUE(first.expired());
+}
+
+TEST_F(ExportConfigurationTaskTest, ReceiverOutlivesTheTask) {
+    Run(RequestFor(9));  // the task is gone when this returns
+    channel->receiver->OnBufferReceived(ReplyWith(TextBytes("again")));
+    EXPECT_EQ(Published<CEventLog>(2)->GetSymbols()->GetBlob(1892), "again");
+}
+
 TEST_F(ExportConfigurationTaskTest, ShortReplyIsACountedRetry) {
     ProductAnswers(HexBytes("0C 00 00 00  00 00 00 00  05 00 00 00  61 62 63 64"));
     EXPECT_EQ(RetryAfter([&] { Run(RequestFor(9)); }),

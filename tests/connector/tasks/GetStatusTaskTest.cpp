@@ -131,6 +131,38 @@ TEST_F(GetStatusTaskTest, UnknownStatusPublishesNothing) {
     EXPECT_TRUE(publisher->messages.empty());
 }
 
+TEST_F(GetStatusTaskTest, ReplyThatCannotBeReadIsACountedRetry) {
+    for (const char* text : {"<TULK>", "<TULK><SECTION/></TULK>",
+                             "<TULK><SECTION><STATUS><RECORD/></STATUS></SECTION></TULK>"}) {
+        ProductAnswers(ReplyWith(TextBytes(text)));
+        EXPECT_NE(RetryAfter([&] { Run(); }), "no retry was asked for") << text;
+    }
+    EXPECT_TRUE(publisher->messages.empty());
+    EXPECT_THAT(Lines(), ElementsAre());
+}
+
+TEST_F(GetStatusTaskTest, EmptyReplyDoesNotBringTheLastStatusBack) {
+    ProductHasNoProblems();
+    Run();
+    ProductAnswers(ReplyWith({}));
+    EXPECT_NE(RetryAfter([&] { Run(); }), "no retry was asked for");
+    EXPECT_EQ(publisher->messages.size(), 1u);
+}
+
+TEST_F(GetStatusTaskTest, BusThatFailsIsACountedRetry) {
+    ProductHasNoProblems();
+    publisher->onPublish = [](const auto&) { throw std::runtime_error("bus is down"); };
+    EXPECT_EQ(RetryAfter([&] { Run(); }), "bus is down");
+    EXPECT_EQ(Lines().size(), 2u);  // the line about the published log is not written
+}
+
+TEST_F(GetStatusTaskTest, InstanceThatIsNoUuidIsACountedRetry) {
+    ProductHasNoProblems();
+    instance->uuid = "nobody";
+    EXPECT_EQ(RetryAfter([&] { Run(); }), "invalid uuid string");
+    EXPECT_TRUE(publisher->messages.empty());
+}
+
 TEST_F(GetStatusTaskTest, FailedExchangeIsACountedRetry) {
     ProductFails("CKelcommChannel: Send request failed with 7");
     EXPECT_EQ(RetryAfter([&] { Run(); }), "CKelcommChannel: Send request failed with 7");

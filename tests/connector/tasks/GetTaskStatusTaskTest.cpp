@@ -45,6 +45,11 @@ class GetTaskStatusTaskTest : public CommonTaskFixture {
     std::deque<Bytes> outcomes;
 };
 
+TEST_F(GetTaskStatusTaskTest, ServesTheTypeThatItWasMadeFor) {
+    EXPECT_EQ(static_cast<int>(TaskFor(7)->GetMessageType()), 7);
+    EXPECT_EQ(static_cast<int>(TaskFor(8)->GetMessageType()), 8);
+}
+
 TEST_F(GetTaskStatusTaskTest, TriggerOfKindTwoSendsExactlyTheTaskStatusCommand) {
     Run();
     EXPECT_THAT(channel->requests, ElementsAre(HexBytes("0C 00 00 00 00 06 00 01 70 00 00 00")));
@@ -140,12 +145,17 @@ TEST_F(GetTaskStatusTaskTest, OutcomeIsPublishedBeforeTheNextIsAskedFor) {
     EXPECT_THAT(requestsSoFar, ElementsAre(1u, 2u));
 }
 
-TEST_F(GetTaskStatusTaskTest, OddUserDataIsACountedRetry) {
-    outcomes = {OutcomeReply(0, "only one part")};
-    outcomes.push_back(OutcomeReply(0, "one;two"));
-    EXPECT_EQ(RetryAfter([&] { Run(); }), "invalid uuid string");
+TEST_F(GetTaskStatusTaskTest, UserDataThatAreNotThreePartsAreACountedRetry) {
+    outcomes = {OutcomeReply(0, "one;two")};
     EXPECT_EQ(RetryAfter([&] { Run(); }),
               "Task log: Log record has badly formated uuids in user data");
+    EXPECT_TRUE(publisher->messages.empty());
+    EXPECT_EQ(channel->requests.size(), 1u);  // no further outcome is asked for
+}
+
+TEST_F(GetTaskStatusTaskTest, PartsThatAreNoUuidsAreACountedRetry) {
+    outcomes = {OutcomeReply(0, "one;two;three")};
+    EXPECT_EQ(RetryAfter([&] { Run(); }), "invalid uuid string");
     EXPECT_TRUE(publisher->messages.empty());
 }
 

@@ -75,6 +75,14 @@ TEST_F(ProtectionStatusLogTest, OnlyProblemsAreRows) {
     EXPECT_EQ(rows->GetRowCount(), 2u);
 }
 
+TEST_F(ProtectionStatusLogTest, RowsKeepTheOrderOfTheRecords) {
+    CProtectionStatusRecord worse = Problem(2);
+    worse.severity = 5;
+    const auto rows = Make({worse, Problem(1)})->GetSymbols();
+    EXPECT_EQ(rows->GetRow(0)->GetInt64(241), 5);
+    EXPECT_EQ(rows->GetRow(1)->GetInt64(241), 3);
+}
+
 TEST_F(ProtectionStatusLogTest, NoRecordsAreOneRowThatSaysAllIsWell) {
     ExpectAllIsWell(*Make({}));
 }

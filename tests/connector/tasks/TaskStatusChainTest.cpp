@@ -40,9 +40,7 @@ class TaskStatusChainTest : public CommonTaskFixture {
         const auto task =
             boost::make_shared<CGetTaskStatusTask>(MessageType::OvAgentRequest, logger, publisher,
                                                    instance, factory, over, kProduct, clock);
-        // The only owner of the message is the chain itself.
-        MessagePointer message = TriggerOf(2);
-        task->Execute(message);
+        task->Execute(trigger);
         over->SetBufferReceiver({});
     }
     /// The real channel, to a product with this many outcomes.
@@ -58,6 +56,8 @@ class TaskStatusChainTest : public CommonTaskFixture {
             clockOf());
     }
     static boost::shared_ptr<Base::IClock> clockOf() { return Base::SystemClock(); }
+
+    MessagePointer trigger = TriggerOf(2);
 };
 
 TEST_F(TaskStatusChainTest, ReceiverMayBeReleasedWhileItRuns) {
@@ -65,6 +65,12 @@ TEST_F(TaskStatusChainTest, ReceiverMayBeReleasedWhileItRuns) {
     Run(forgetful);
     EXPECT_EQ(publisher->messages.size(), 3u);
     EXPECT_EQ(forgetful->released, 4);
+}
+
+TEST_F(TaskStatusChainTest, ChainOwnsItsTrigger) {
+    publisher->onPublish = [this](const auto&) { trigger.reset(); };
+    Run(boost::make_shared<CForgetfulChannel>(3));
+    EXPECT_EQ(publisher->messages.size(), 3u);
 }
 
 TEST_F(TaskStatusChainTest, ThousandOutcomesFitTheStackOfAThread) {
