@@ -176,6 +176,16 @@ TEST_F(GetTaskStatusTest, LoneSurrogateIsSkipped) {
     EXPECT_EQ(response_.GetRecords().at(0).thirdIdentifier.uuid(), "b");
 }
 
+TEST_F(GetTaskStatusTest, LoneHighSurrogateTakesTheNextUnitWithIt) {
+    ReadUserData(HexBytes("61 00 3B 00 00 D8 62 00 3B 00 63 00"));
+    EXPECT_EQ(response_.GetRecords().at(0).thirdIdentifier.uuid(), "");
+}
+
+TEST_F(GetTaskStatusTest, HighSurrogateAtTheEndIsSkipped) {
+    ReadUserData(HexBytes("61 00 3B 00 62 00 3B 00 63 00 00 D8"));
+    EXPECT_EQ(response_.GetRecords().at(0).secondIdentifier.uuid(), "c");
+}
+
 TEST_F(GetTaskStatusTest, OffsetCountsFromThePayloadsStart) {
     Read(HexBytes("00 00 00 00  00 00 00 00  10 00 00 00  AA AA AA AA") + Utf16("a;b;c"));
     EXPECT_EQ(response_.GetRecords().at(0).firstIdentifier.uuid(), "a");
