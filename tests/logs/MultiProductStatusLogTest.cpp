@@ -101,6 +101,11 @@ TEST_F(MultiProductStatusLogTest, ReadOnlyLogLocksItsRows) {
     EXPECT_EQ(Thrown([&] { row->AddInt64(11, 1); }), "Cannot add symbol 11: container is locked");
 }
 
+TEST_F(MultiProductStatusLogTest, ReadOnlyLogLeavesTheIdentificationWritable) {
+    log_.SetReadOnly();
+    EXPECT_NO_THROW(product_->AddInt64(11, 1));
+}
+
 // Validation
 
 TEST_F(MultiProductStatusLogTest, LogWithoutRowsIsValid) {
@@ -182,6 +187,14 @@ TEST_F(MultiProductStatusLogTest, OtherProductInALaterRowIsFoundWithTheFirst) {
     EXPECT_EQ(Fault(),
               "CMultiProductStatusLog [PRODUCT_PRESENCE][Row: 1]: Container symbol does not match "
               "the product identifications symbol '32' (symbol is mandatory)");
+}
+
+TEST_F(MultiProductStatusLogTest, SmallestProductKeyIsComparedInAllRowsFirst) {
+    AddRow(5, "other name");
+    AddRow(6);
+    EXPECT_EQ(Fault(),
+              "CMultiProductStatusLog [PRODUCT_PRESENCE][Row: 1]: Container symbol does not match "
+              "the product identifications symbol '31' (symbol is mandatory)");
 }
 
 TEST_F(MultiProductStatusLogTest, MissingProductKeyInALaterRowIsTheRowsOwnFault) {

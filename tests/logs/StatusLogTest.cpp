@@ -8,6 +8,11 @@
 namespace Kyr::Common::Message::Logs {
 namespace {
 
+using Common::Logs::CLogDescriptorMap;
+using Common::Logs::CLogDescriptorMapOverride;
+using Common::Logs::kInteger;
+using Common::Logs::kNoMessageType;
+using Common::Logs::TAG_MANDATORY;
 using Kernel::MessageType;
 using Test::CLyingRow;
 using Test::CManualClock;
@@ -199,6 +204,32 @@ TEST_F(StatusLogTest, ChecksOfARowHaveTheirOrder) {
     EXPECT_NE(Fault().find("'11' datatype"), std::string::npos);  // before missing
     row->repeated = 1;
     EXPECT_NE(Fault().find("'99' cannot be repeated"), std::string::npos);  // before data types
+}
+
+TEST_F(StatusLogTest, DataTypesAreCheckedInTheOrderOfTheDescriptors) {
+    AddValidRow()->AddBool(14, true).AddBool(12, true);
+    EXPECT_NE(Fault().find("'12' datatype"), std::string::npos);
+}
+
+TEST_F(StatusLogTest, UuidLengthIsCheckedWithItsDataType) {
+    const auto row = AddLyingRow();
+    row->AddBool(17, true).AddUuidString(16, "01234567-89ab-cdef-0011-223344556677");
+    row->lyingId = 16;
+    row->lie.add_val_uuid()->set_uuid("short");
+    EXPECT_NE(Fault().find("Symbol value 'short'"), std::string::npos);
+}
+
+TEST_F(StatusLogTest, MandatorySymbolsAreCheckedInTheOrderOfTheDescriptors) {
+    const CLogDescriptorMap map{
+        {{{kNoMessageType, kNoMessageType, kStatus},
+          DataDefinition::Logs::UNKNOWN,
+          DataDefinition::Logs::PROTECTION_STATUS}},
+        {{DataDefinition::Logs::PROTECTION_STATUS,
+          false,
+          {{2, kInteger, {TAG_MANDATORY}}, {1, kInteger, {TAG_MANDATORY}}}}}};
+    const CLogDescriptorMapOverride override_(map);
+    log_.GetSymbols()->CreateRow();
+    EXPECT_NE(Fault().find("missing symbol '2'"), std::string::npos);
 }
 
 TEST_F(StatusLogTest, FirstRowIsCheckedWholeBeforeTheSecond) {
