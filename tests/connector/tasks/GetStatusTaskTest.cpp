@@ -1,3 +1,5 @@
+#include <boost/weak_ptr.hpp>
+
 #include "connector/tasks/GetStatusTask.h"
 #include "host/message/ConnectorRequests.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"

@@ -1,5 +1,7 @@
 #include <deque>
 
+#include <boost/weak_ptr.hpp>
+
 #include "connector/tasks/GetTaskStatusTask.h"
 #include "host/message/ConnectorRequests.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"

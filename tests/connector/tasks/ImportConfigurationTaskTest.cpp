@@ -1,3 +1,5 @@
+#include <boost/weak_ptr.hpp>
+
 #include "connector/channel/ErrorReplyChannelException.h"
 #include "connector/tasks/ImportConfigurationTask.h"
 #include "connector/tasks/PolicyBlob.h"
