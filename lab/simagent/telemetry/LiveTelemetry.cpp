@@ -1,7 +1,6 @@
 #include "lab/simagent/telemetry/LiveTelemetry.h"
 
 #include <exception>
-#include <filesystem>
 #include <set>
 
 #include "lab/simagent/Program.h"
@@ -115,12 +114,12 @@ std::string CLiveTelemetry::HashOf(const CProcessFacts& facts) {
     if (facts.executable.empty()) {
         return {};
     }
-    const auto known = hashes_.find(facts.executable);
-    if (known != hashes_.end()) {
-        return known->second;
-    }
     try {
-        return hashes_[facts.executable] = ReadProgram(facts.image).sha256;
+        const CVersion version{facts.executable, std::filesystem::last_write_time(facts.image),
+                               std::filesystem::file_size(facts.image)};
+        const auto known = hashes_.find(version);
+        return known != hashes_.end() ? known->second
+                                      : hashes_[version] = ReadProgram(facts.image).sha256;
     } catch (const std::exception&) {
         return {};  // not ours to read, or gone
     }

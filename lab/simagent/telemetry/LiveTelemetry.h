@@ -11,9 +11,12 @@
 // Errors: what keeps a look from being taken is an `error` event, and ends the telemetry.
 #pragma once
 
+#include <cstdint>
+#include <filesystem>
 #include <map>
 #include <optional>
 #include <string>
+#include <tuple>
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/thread.hpp>
@@ -47,6 +50,9 @@ class CLiveTelemetry {
         bool recorded = false;  // its start
     };
 
+    /// A file as it stood: one that is replaced has another digest under the same path.
+    using CVersion = std::tuple<std::string, std::filesystem::file_time_type, std::uintmax_t>;
+
     void Watch();
     void Look();
     bool IsWanted(const CProcessFacts& facts) const;
@@ -62,7 +68,7 @@ class CLiveTelemetry {
     // Of the looking thread while it runs.
     std::string name_;
     std::map<CProcessId, CKnown> known_;
-    std::map<std::string, std::string> hashes_;  // by path of the executable
+    std::map<CVersion, std::string> hashes_;
 
     boost::thread thread_;
 };

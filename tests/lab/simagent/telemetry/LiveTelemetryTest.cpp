@@ -1,23 +1,34 @@
+#include <fstream>
 #include <gmock/gmock.h>
+#include <stdexcept>
 
 #include <boost/make_shared.hpp>
 
 #include "lab/simagent/telemetry/LiveTelemetry.h"
 #include "tests/lab/simagent/LineList.h"
 #include "tests/support/ManualClock.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimAgent {
 namespace {
 
 using Test::CManualClock;
+using Test::CTemporaryFolder;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
+using ::testing::Not;
+
+constexpr char kDigestOfAbc[] =
+    R"("sha256":"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad")";
 
 /// Processes that a test puts there and takes away.
 class CFakeTable : public IProcessTable {
   public:
     std::vector<CProcessId> List() override {
+        if (broken) {
+            throw std::runtime_error("cannot list processes");
+        }
         std::vector<CProcessId> list;
         for (const auto& [id, facts] : processes) {
             list.push_back(id);
@@ -29,7 +40,9 @@ class CFakeTable : public IProcessTable {
         return found == processes.end() ? std::nullopt : std::optional(found->second);
     }
 
-    std::map<CProcessId, CProcessFacts> processes;  // changed only while nobody looks
+    // Changed only while nobody looks.
+    std::map<CProcessId, CProcessFacts> processes;
+    bool broken = false;
 };
 
 CProcessFacts Facts(const std::string& name) {
@@ -53,11 +66,21 @@ class LiveTelemetryTest : public ::testing::Test {
         return lines_.Take();
     }
 
+    /// Lets a process of the program run for two looks, and returns the record of its start.
+    std::string RecordOfStart(const std::string& program) {
+        const std::uint64_t pid = ++lastPid_;
+        table_.processes[{pid, 1}] = {1, "sh", program, program, "1000"};
+        Look();
+        Look();
+        return Record(lists_.Count(RecordKind::Telemetry));
+    }
+
     std::string Record(std::uint64_t number) const {
         return lists_.From(RecordKind::Telemetry, number - 1).at(0).text;
     }
 
     CFakeTable table_;
+    std::uint64_t lastPid_ = 100;
     CRecordLists lists_;
     CLineList lines_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
@@ -118,6 +141,37 @@ TEST_F(LiveTelemetryTest, OnlyTheNamedProgramIsRecorded) {
     Start("victim");
     table_.processes.clear();
     EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim.exe")));
+}
+
+TEST_F(LiveTelemetryTest, RecordHasTheDigestOfTheProgram) {
+    const CTemporaryFolder folder;
+    std::ofstream(folder.File("sh")) << "abc";
+    Start();
+    EXPECT_THAT(RecordOfStart(folder.File("sh")), HasSubstr(kDigestOfAbc));
+}
+
+TEST_F(LiveTelemetryTest, ReplacedProgramHasAnotherDigest) {
+    const CTemporaryFolder folder;
+    std::ofstream(folder.File("sh")) << "abcd";
+    Start();
+    EXPECT_THAT(RecordOfStart(folder.File("sh")), Not(HasSubstr(kDigestOfAbc)));
+    std::ofstream(folder.File("sh")) << "abc";
+    EXPECT_THAT(RecordOfStart(folder.File("sh")), HasSubstr(kDigestOfAbc));
+}
+
+TEST_F(LiveTelemetryTest, ProgramThatCannotBeReadHasNoDigest) {
+    const CTemporaryFolder folder;
+    Start();
+    EXPECT_THAT(RecordOfStart(folder.File("gone")), Not(HasSubstr("sha256")));
+}
+
+TEST_F(LiveTelemetryTest, LookThatCannotBeTakenEndsTheTelemetry) {
+    Start();
+    table_.broken = true;
+    clock_->Advance(std::chrono::milliseconds(100));
+    EXPECT_TRUE(clock_->AwaitSleepers(0));
+    telemetry_.Stop();
+    EXPECT_THAT(lines_.Take(), ElementsAre("error operation=live text=\"cannot list processes\""));
 }
 
 TEST_F(LiveTelemetryTest, StoppedTelemetryLooksNoMore) {
