@@ -1,3 +1,5 @@
+#include <boost/weak_ptr.hpp>
+
 #include "connector/tasks/ExportConfigurationTask.h"
 #include "host/message/RequestConfigurationMessage.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
