@@ -5,6 +5,7 @@
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/date_time/posix_time/time_formatters.hpp>
 #include <boost/json.hpp>
+#include <boost/locale/encoding_utf.hpp>
 
 namespace Kyr::Lab::SimAgent {
 
@@ -34,7 +35,8 @@ json::object Record(const CEcsEvent& event) {
 
 void AddKnown(json::object& object, const char* key, const std::string& value) {
     if (!value.empty()) {
-        object[key] = value;
+        // Names of files may be any bytes; JSON, and the texts of protobuf, are UTF-8.
+        object[key] = boost::locale::conv::utf_to_utf<char>(value);
     }
 }
 

@@ -30,6 +30,7 @@ struct CEcsProcess {
     std::string userId;
 };
 
+/// What of a text is not UTF-8 is left out.
 std::string ProcessRecord(const CEcsEvent& event, const CEcsProcess& process);
 
 /// A record that was made up: a message that fills it to `size` bytes; longer when that is too

@@ -33,6 +33,12 @@ TEST(EcsRecordTest, QuotesInANameAreEscaped) {
               ProcessRecord(kStart, {77, 0, "a\"b", "", "", ""}).find("\"name\":\"a\\\"b\""));
 }
 
+TEST(EcsRecordTest, BytesOfANameThatAreNoTextAreLeftOut) {
+    EXPECT_NE(
+        std::string::npos,
+        ProcessRecord(kStart, {77, 0, "a\xFF\xC3\xA9", "", "", ""}).find("\"name\":\"a\xC3\xA9\""));
+}
+
 TEST(EcsRecordTest, SampleHasTheWantedSize) {
     EXPECT_EQ(1024u, SampleRecord(kStart, 1024).size());
 }
