@@ -1,0 +1,66 @@
+// Names that somebody else has taken, with the layer or without it.
+#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/windows/RawPipe.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+using namespace PortLayer::Detail;
+
+class ClaimedNameTest : public CLpcTest {
+  protected:
+    NtStatus TryCreate(Handle& port) {
+        ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+        return Ports().NtCreatePort(&port, &attributes, 0, 100, 0);
+    }
+    void ExpectCollision() {
+        Handle port = nullptr;
+        EXPECT_EQ(TryCreate(port), kStatusObjectNameCollision);
+        EXPECT_EQ(port, nullptr);
+    }
+    /// What the one who failed left behind would be in its own way now.
+    void ExpectFree() {
+        Handle port = nullptr;
+        EXPECT_EQ(TryCreate(port), kStatusSuccess);
+        Ports().CloseHandle(port);
+    }
+};
+INSTANTIATE_TEST_SUITE_P(Layer, ClaimedNameTest, Backends(), BackendName);
+
+TEST_P(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
+    {
+        const CSystemHandle claim = ClaimContractPort();
+        ASSERT_TRUE(claim.IsOpen());
+        ExpectCollision();
+    }
+    ExpectFree();
+}
+
+TEST_P(ClaimedNameTest, ClaimWithoutAPipeIsNoPort) {
+    const CSystemHandle claim = ClaimContractPort();
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+}
+
+TEST_P(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
+    {
+        const CSystemHandle mutex = MutexInPlaceOfClaim();
+        ASSERT_TRUE(mutex.IsOpen());
+        ExpectCollision();
+    }
+    ExpectFree();
+}
+
+TEST_P(ClaimedNameTest, PipeOfAnotherProgramIsACollision) {
+    {
+        const CRawPipe pipe = CRawPipe::OfServer();
+        ExpectCollision();
+    }
+    ExpectFree();
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

@@ -1,0 +1,201 @@
+// Clients that break the layer's own protocol, written to the server's pipe by hand: they are
+// dropped, and everybody else is served.
+#include <limits>
+
+#include "portlayer/core/SharedMemory.h"
+#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/windows/RawPipe.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+using namespace PortLayer::Detail;
+
+class HostileLpcClientTest : public CLpcTest {
+  protected:
+    void SetUp() override {
+        CLpcTest::SetUp();
+        Serve([](CLpcCall& call) {
+            if (Kind(call.message.data()) == kLpcRequest) {
+                call.Reply(call.Data());
+            }
+        });
+    }
+    void TearDown() override {
+        const Handle port = Connect();
+        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
+        Ports().CloseHandle(port);
+        CLpcTest::TearDown();
+    }
+    COutgoingPacket Packet(EPacket kind) const {
+        COutgoingPacket packet(kind);
+        packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
+        return packet;
+    }
+    static void ExpectDropped(const COutgoingPacket& packet, const Bytes& behind = {}) {
+        CRawPipe client = CRawPipe::OfClient();
+        client.Handshake(EDialect::Lpc);
+        client.Send(packet, behind);
+        EXPECT_TRUE(client.IsDropped());
+    }
+    Bytes message_ = LpcMessage({});
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
+
+TEST_P(HostileLpcClientTest, GarbageIsDropped) {
+    for (const Bytes& garbage :
+         {Bytes{1}, Bytes(sizeof(CPacketHead)), Pattern(sizeof(CPacketHead)), Pattern(70000)}) {
+        CRawPipe client = CRawPipe::OfClient();
+        EXPECT_TRUE(client.SendRaw(garbage));
+        EXPECT_TRUE(client.IsDropped()) << garbage.size();
+    }
+}
+
+TEST_P(HostileLpcClientTest, PacketLongerThanAnyIsDropped) {
+    CRawPipe client = CRawPipe::OfClient();
+    client.SendRaw(Bytes(kMaxPacket + 1));
+    EXPECT_TRUE(client.IsDropped());
+}
+
+TEST_P(HostileLpcClientTest, PacketLongerThanThePipeHoldsIsDropped) {
+    CRawPipe client = CRawPipe::OfClient();
+    EXPECT_FALSE(client.SendRaw(Bytes(4 << 20)));
+    EXPECT_TRUE(client.IsDropped());
+}
+
+TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
+    CRawPipe client = CRawPipe::OfClient();
+    client.Send(Packet(EPacket::Request));
+    EXPECT_TRUE(client.IsDropped());
+}
+
+TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
+    ExpectDropped(Packet(EPacket::Connect));
+}
+
+TEST_P(HostileLpcClientTest, PacketThatOnlyServersSendIsDropped) {
+    ExpectDropped(Packet(EPacket::Reply));
+}
+
+TEST_P(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
+    for (const std::uint32_t length : {0u, 1u, 65536u, 0xFFFFFFFFu}) {
+        CRawPipe client = CRawPipe::OfClient();
+        client.Handshake(EDialect::Lpc);
+        COutgoingPacket packet = Packet(EPacket::Request);
+        packet.head.messageLength = length;
+        Bytes bytes(sizeof packet.head + LpcLayout::kHeaderSize);
+        std::memcpy(bytes.data(), &packet.head, sizeof packet.head);
+        EXPECT_TRUE(client.SendRaw(bytes));
+        EXPECT_TRUE(client.IsDropped()) << length;
+    }
+}
+
+TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
+    const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
+    for (const int total : {0, header - 1, header + 1, 648, 0xFFFF}) {
+        Put(message_.data(), 2, static_cast<std::uint16_t>(total));
+        ExpectDropped(Packet(EPacket::Request));
+    }
+}
+
+TEST_P(HostileLpcClientTest, DataBesideTheMessageAreDropped) {
+    COutgoingPacket packet = Packet(EPacket::Request);
+    packet.head.transferCount = 1;
+    packet.head.inlineLength = 1;
+    Bytes behind(sizeof(CTransferRecord) + 1);
+    const CTransferRecord record = {0, kNoSlot, 1, 0};
+    std::memcpy(behind.data(), &record, sizeof record);
+    ExpectDropped(packet, behind);
+}
+
+TEST_P(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
+    CRawPipe::OfClient().Close();
+}
+
+TEST_P(HostileLpcClientTest, ClientThatGoesBeforeItsReplyHoldsNobodyUp) {
+    CRawPipe client = CRawPipe::OfClient();
+    client.Handshake(EDialect::Lpc);
+    client.Send(Packet(EPacket::Request));
+    client.Close();
+}
+
+class HostileAlpcClientTest : public CAlpcTest {
+  protected:
+    static constexpr std::size_t kSize = 65536;
+
+    void SetUp() override {
+        CAlpcTest::SetUp();
+        Serve([this](CAlpcCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
+    }
+    /// Sends a view in the memory of that name, new to the server when it has a size.
+    static CRawPipe SendView(std::uint64_t name, std::uint64_t slotSize, std::uint64_t viewSize,
+                             std::uint32_t slot = 3) {
+        CRawPipe client = CRawPipe::OfClient();
+        client.Handshake(EDialect::Alpc);
+        const Bytes message = Message(24, {}, 24);
+        COutgoingPacket packet(EPacket::Datagram);
+        packet.SetMessage(message.data(), message.size());
+        packet.SetView(slot, viewSize, 0);
+        packet.head.viewMemory = name;
+        packet.head.viewSlotSize = slotSize;
+        client.Send(packet);
+        return client;
+    }
+    /// Expects to be dropped without the server seeing a view.
+    void ExpectDropped(CRawPipe client) {
+        EXPECT_TRUE(client.IsDropped());
+        StopServer();
+        EXPECT_EQ(views_, 0);
+    }
+    /// Memory that the server could open; answers its name.
+    std::uint64_t MakeMemory() {
+        EXPECT_TRUE(CreateSharedMemory(kSize, memory_, mapping_));
+        return memory_.name;
+    }
+    int views_ = 0;
+
+  private:
+    CSharedMemory memory_;
+    CMapping mapping_;
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileAlpcClientTest, Backends(), BackendName);
+
+TEST_P(HostileAlpcClientTest, ViewThatKeepsTheRulesArrives) {
+    CRawPipe client = SendView(MakeMemory(), kSize, kSize);
+    client.Close();
+    // The view was sent first, and a client that connects comes later.
+    Ports().CloseHandle(Connect());
+    StopServer();
+    EXPECT_EQ(views_, 1);
+}
+
+TEST_P(HostileAlpcClientTest, ViewWhoseNameDoesNotOpenIsDropped) {
+    ExpectDropped(SendView(std::numeric_limits<std::uint64_t>::max(), kSize, 100));
+}
+
+TEST_P(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
+    ExpectDropped(SendView(MakeMemory(), kSize + 1, 100));
+}
+
+TEST_P(HostileAlpcClientTest, MemoryLargerThanAnyIsDropped) {
+    ExpectDropped(SendView(MakeMemory(), std::numeric_limits<std::uint64_t>::max(), 100));
+}
+
+TEST_P(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
+    ExpectDropped(SendView(MakeMemory(), kSize, kSize + 1));
+}
+
+TEST_P(HostileAlpcClientTest, SlotWithoutMemoryIsDropped) {
+    ExpectDropped(SendView(0, 0, 100));
+}
+
+TEST_P(HostileAlpcClientTest, SlotBeyondAllIsDropped) {
+    ExpectDropped(SendView(MakeMemory(), kSize, 100, 64));
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test

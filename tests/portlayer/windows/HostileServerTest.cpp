@@ -1,0 +1,194 @@
+// Servers that break the layer's own protocol, written to the client's pipe by hand: the client's
+// calls end with a status.
+#include <thread>
+
+#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/windows/RawPipe.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace NtApi;
+using namespace PortLayer::Detail;
+using Body = std::function<void(CRawPipe&)>;
+
+/// Runs `body` with the only instance of the contract's pipe, once a client has come.
+std::thread RawServer(const Body& body) {
+    auto pipe = std::make_shared<CRawPipe>(CRawPipe::OfServer());
+    return std::thread([pipe, body] {
+        pipe->Accept();
+        body(*pipe);
+    });
+}
+
+/// One that begins as it should.
+std::thread AcceptingServer(const Body& body) {
+    return RawServer([body](CRawPipe& pipe) {
+        EXPECT_EQ(pipe.Await().kind, EPacket::Connect);
+        COutgoingPacket accepted(EPacket::Accepted);
+        accepted.head.flags = kAlpcMaxMessage;
+        pipe.Send(accepted);
+        body(pipe);
+    });
+}
+
+/// Awaits a request and replies with the message, after `change` has seen the packet.
+Body Replier(const Bytes& message, const std::function<void(COutgoingPacket&)>& change = {},
+             const Bytes& behind = {}) {
+    return [=](CRawPipe& pipe) {
+        COutgoingPacket packet(EPacket::Reply);
+        packet.head.exchange = pipe.Await().exchange;
+        packet.SetMessage(message.data(), message.size());
+        if (change) {
+            change(packet);
+        }
+        pipe.Send(packet, behind);
+        EXPECT_TRUE(pipe.IsDropped());
+    };
+}
+
+class HostileServerTest : public CAlpcTest {
+  protected:
+    /// Connects, asks, and expects the connection to be given up.
+    void ExpectGivenUp(const Body& body) {
+        std::thread server = AcceptingServer(body);
+        const Handle port = Connect();
+        Bytes reply;
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+        Ports().CloseHandle(port);
+        server.join();
+    }
+    void ExpectRefused(const Body& body) {
+        std::thread server = RawServer(body);
+        Handle port = nullptr;
+        EXPECT_EQ(TryConnect(port), kStatusPortConnectionRefused);
+        server.join();
+    }
+    const Bytes message_ = Message(24, {}, 24);
+};
+INSTANTIATE_TEST_SUITE_P(Layer, HostileServerTest, Backends(), BackendName);
+
+TEST_P(HostileServerTest, GarbageInsteadOfAnAnswerRefusesTheConnection) {
+    ExpectRefused([](CRawPipe& pipe) {
+        pipe.Await();
+        EXPECT_TRUE(pipe.SendRaw(ToBytes("garbage")));
+        EXPECT_TRUE(pipe.IsDropped());
+    });
+}
+
+TEST_P(HostileServerTest, EndInsteadOfAnAnswerRefusesTheConnection) {
+    ExpectRefused([](CRawPipe& pipe) {
+        pipe.Await();
+        pipe.Close();
+    });
+}
+
+TEST_P(HostileServerTest, SilenceInsteadOfAnAnswerEndsWithTheTime) {
+    std::thread server = RawServer([](CRawPipe& pipe) {
+        pipe.Await();
+        EXPECT_TRUE(pipe.IsDropped());
+    });
+    std::int64_t timeout = Within(std::chrono::milliseconds(50));
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port, nullptr, &timeout), kStatusTimeout);
+    server.join();
+}
+
+TEST_P(HostileServerTest, ServerThatTakesNobodyInEndsWithTheTime) {
+    const CRawPipe server = CRawPipe::OfServer();
+    const CRawPipe taken = CRawPipe::OfClient();
+    std::int64_t timeout = Within(std::chrono::milliseconds(50));
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port, nullptr, &timeout), kStatusTimeout);
+}
+
+TEST_P(HostileServerTest, PipeWithoutMessagesIsRefused) {
+    const CRawPipe server = CRawPipe::OfServer(false);
+    Handle port = nullptr;
+    EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
+}
+
+TEST_P(HostileServerTest, GarbageEndsTheConnection) {
+    ExpectGivenUp([](CRawPipe& pipe) {
+        pipe.Await();
+        EXPECT_TRUE(pipe.SendRaw(ToBytes("garbage")));
+        EXPECT_TRUE(pipe.IsDropped());
+    });
+}
+
+TEST_P(HostileServerTest, PacketLongerThanAnyEndsTheConnection) {
+    ExpectGivenUp([](CRawPipe& pipe) {
+        pipe.Await();
+        EXPECT_TRUE(pipe.SendRaw(Bytes(kMaxPacket + 1)));
+        EXPECT_TRUE(pipe.IsDropped());
+    });
+}
+
+TEST_P(HostileServerTest, ServerThatGoesEndsTheConnection) {
+    ExpectGivenUp([](CRawPipe& pipe) {
+        pipe.Await();
+        pipe.Close();
+    });
+}
+
+TEST_P(HostileServerTest, PacketThatOnlyClientsSendEndsTheConnection) {
+    ExpectGivenUp(
+        Replier(message_, [](COutgoingPacket& packet) { packet.head.kind = EPacket::Request; }));
+}
+
+TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
+    ExpectGivenUp(Replier(ToBytes("short")));
+}
+
+TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
+    ExpectGivenUp(Replier(Message(24, {}, 30)));
+}
+
+TEST_P(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
+    ExpectGivenUp(Replier(message_, [](COutgoingPacket& packet) {
+        packet.SetView(3, 100, 0);
+        packet.head.viewSlotSize = 65536;
+        packet.head.viewMemory = 0xFFFFFFFFFFFFFFFF;
+    }));
+}
+
+TEST_P(HostileServerTest, DataBesideTheMessageEndTheConnection) {
+    Bytes behind(sizeof(CTransferRecord) + 1);
+    const CTransferRecord record = {0, kNoSlot, 1, 0};
+    std::memcpy(behind.data(), &record, sizeof record);
+    ExpectGivenUp(Replier(
+        message_,
+        [](COutgoingPacket& packet) {
+            packet.head.transferCount = 1;
+            packet.head.inlineLength = 1;
+        },
+        behind));
+}
+
+TEST_P(HostileServerTest, FetchWhichNeedsNoneHereEndsTheConnection) {
+    ExpectGivenUp(
+        Replier(message_, [](COutgoingPacket& packet) { packet.head.kind = EPacket::Fetch; }));
+}
+
+TEST_P(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
+    std::thread server = AcceptingServer([this](CRawPipe& pipe) {
+        COutgoingPacket packet(EPacket::Reply);
+        packet.SetMessage(message_.data(), message_.size());
+        const std::uint32_t exchange = pipe.Await().exchange;
+        for (const std::uint32_t number : {exchange + 1, exchange}) {
+            packet.head.exchange = number;
+            pipe.Send(packet);
+        }
+        EXPECT_TRUE(pipe.IsDropped());
+    });
+    const Handle port = Connect();
+    EXPECT_EQ(Ask(port, {}), Bytes());
+    Ports().CloseHandle(port);
+    server.join();
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
