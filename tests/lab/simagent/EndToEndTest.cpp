@@ -1,15 +1,11 @@
-// The program itself, in a process of its own, with a client on its ports.
-#include <csignal>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
+// The program with a client on its ports.
+#include "tests/lab/simagent/EndToEndTest.h"
+
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <boost/thread/thread.hpp>
 
-#include "lab/runner/Actor.h"
-#include "portlayer/LiveCounters.h"
+#include "lab/simagent/Process.h"
 #include "tests/lab/simagent/PortClient.h"
 #include "tests/lab/simagent/Requests.h"
 
@@ -18,75 +14,7 @@ namespace {
 
 using ::testing::HasSubstr;
 
-constexpr std::chrono::seconds kPatience(20);
-constexpr char kRunDirectory[] = "KELCOMM_RUNTIME_DIR";
-
 const Bytes kAccepted = Test::HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
-
-class EndToEndTest : public ::testing::Test {
-  protected:
-    EndToEndTest() {
-        std::string pattern = ::testing::TempDir() + "simagentXXXXXX";
-        directory_ = mkdtemp(pattern.data());
-        setenv(kRunDirectory, directory_.c_str(), 1);
-    }
-
-    ~EndToEndTest() override {
-        actor_.reset();
-        EXPECT_TRUE(PortLayer::ReadLiveCounters().AllZero())
-            << PortLayer::ReadLiveCounters().Text();
-        unsetenv(kRunDirectory);
-        std::filesystem::remove_all(directory_);
-    }
-
-    void Run(const std::vector<std::string>& arguments = {}) {
-        Launch(arguments);
-        Await("ready");
-    }
-
-    void Launch(const std::vector<std::string>& arguments) {
-        next_ = 0;
-        actor_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
-                                                  Runner::CActor::Environment{},
-                                                  [](const std::string&, const CTimedLine&) {});
-    }
-
-    /// Waits for the next event that begins so, and returns it.
-    CLine Await(const std::string& beginning) {
-        const auto found = actor_->Find(
-            next_,
-            [&](const CLine& line) {
-                return line.Text().compare(0, beginning.size(), beginning) == 0;
-            },
-            kPatience);
-        if (!found) {
-            ADD_FAILURE() << "no event '" << beginning << "'";
-            return CLine("none");
-        }
-        next_ = *found + 1;
-        return actor_->EventAt(*found).line;
-    }
-
-    /// Sends a command and returns the first line of its answer.
-    CLine Command(const std::string& line) {
-        actor_->Send(line);
-        return Await("answer command=" + line.substr(0, line.find(' ')));
-    }
-
-    static std::string Field(const CLine& line, const char* key) {
-        const std::string* const value = line.Find(key);
-        return value == nullptr ? "missing" : *value;
-    }
-
-    /// Starts a victim and returns its number.
-    std::string StartVictim() { return Field(Command("start one"), "pid"); }
-
-    void ExpectCleanEnd() { EXPECT_EQ(0, actor_->AwaitEnd(kPatience)); }
-
-    std::string directory_;
-    std::unique_ptr<Runner::CActor> actor_;
-    std::size_t next_ = 0;
-};
 
 /// What holds on both ports alike.
 template <typename Client>
@@ -132,7 +60,7 @@ TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
     this->Run();
     TypeParam client;
     ASSERT_EQ(0, client.Connect());
-    const std::string own = std::to_string(getpid());
+    const std::string own = std::to_string(OwnProcessId());
 
     EXPECT_EQ(kAccepted, client.Exchange(kRequestCommand, KillPayload(own), 65536).bytes);
 
@@ -187,7 +115,7 @@ TYPED_TEST(EndToEndPortTest, DeathInMidRequestIsANativeFailure) {
 
     EXPECT_TRUE(NtApi::IsError(client.Exchange(kRequestCommand, KillPayload("1"), 65536).status));
 
-    EXPECT_NE(0, this->actor_->AwaitEnd(kPatience));
+    EXPECT_NE(0, this->actor_->AwaitEnd(this->kPatience));
 }
 
 TYPED_TEST(EndToEndPortTest, HangingRequestEndsWithTheAgent) {
@@ -352,15 +280,6 @@ TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {
     ExpectCleanEnd();
 }
 
-TEST_F(EndToEndTest, PoliteTerminationEndsCleanly) {
-    Run();
-
-    const auto ready = actor_->EventAt(0);
-    kill(static_cast<pid_t>(ParseNumber(Field(ready.line, "pid"))), SIGTERM);
-
-    ExpectCleanEnd();
-}
-
 TEST_F(EndToEndTest, SecondAgentCannotHaveThePorts) {
     Run();
     Runner::CActor second("second", KYR_SIMAGENT, {}, {},
@@ -382,43 +301,6 @@ TEST_F(EndToEndTest, UnknownFaultIsRefused) {
                          [](const std::string&, const CTimedLine&) {});
 
     EXPECT_EQ(2, agent.AwaitEnd(kPatience));
-}
-
-class EndToEndRegistrationTest : public EndToEndTest {
-  protected:
-    std::string Build() const {
-        std::ifstream file(directory_ + "/ovanta-agent-build");
-        return {std::istreambuf_iterator<char>(file), {}};
-    }
-};
-
-TEST_F(EndToEndRegistrationTest, ProductThatServesIsRegistered) {
-    Run();
-    EXPECT_EQ("5600", Build());
-    Command("install build=5058");
-    EXPECT_EQ("5058", Build());
-    Command("uninstall");
-    EXPECT_EQ("", Build());
-}
-
-TEST_F(EndToEndRegistrationTest, BuildOfTheCommandLineOutlivesTheProduct) {
-    Run({"--build=5057"});
-    actor_->Send("quit");
-    ExpectCleanEnd();
-    EXPECT_EQ("5057", Build());
-}
-
-TEST_F(EndToEndRegistrationTest, ProductThatIsOnlyInstalledDoesNotServe) {
-    Launch({"--install-only"});
-    ExpectCleanEnd();
-    EXPECT_EQ("5600", Build());
-}
-
-TEST_F(EndToEndRegistrationTest, ProductMayServeWithoutBeingInstalled) {
-    Launch({"--install-only"});
-    ExpectCleanEnd();
-    Run({"--not-installed"});
-    EXPECT_EQ("", Build());
 }
 
 TEST_F(EndToEndTest, AgentWithNothingNewHasOnlyValuesThatCountAsRead) {

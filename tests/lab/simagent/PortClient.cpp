@@ -36,31 +36,57 @@ NtApi::UnicodeString Name(const char16_t* text) {
     return name;
 }
 
-// The 64-bit structures of legacy messages, which a 64-bit process uses.
-constexpr std::size_t kHeader = 40;
-constexpr std::size_t kInlinePayload = 596;
-constexpr std::size_t kInlineReply = 600;
+/// Places in a legacy message.
+struct CLayout {
+    std::size_t pointer;        // bytes of an address
+    std::size_t header;         // the command stands behind it
+    std::size_t longest;        // message
+    std::size_t entries;        // the first, in the block of data entries
+    std::size_t entry;          // bytes of one
+    std::size_t inlinePayload;  // the longest of a small message
+    std::size_t inlineLarge;    // and of a large one
+    std::size_t inlineReply;
+};
+constexpr CLayout kNarrow{4, 24, 328, 4, 8, 292, 272, 296};
+constexpr CLayout kWide{8, 40, 648, 8, 16, 596, 556, 600};
+
+/// Legacy ports are the system's own, whatever the process is.
+const CLayout& SystemLayout() {
+    static const CLayout& layout = [&]() -> const CLayout& {
+        NtApi::Bool isWow64 = 0;
+        PortLayer::IsWow64Process(PortLayer::GetCurrentProcess(), &isWow64);
+        return isWow64 != 0 ? kWide : kNarrow;
+    }();
+    return layout;
+}
+
+void PutEntry(ByteVector& message, std::size_t index, const void* base, std::size_t size) {
+    const CLayout& layout = SystemLayout();
+    const std::size_t at = layout.header + 12 + layout.entries + index * layout.entry;
+    Put(message, at, reinterpret_cast<std::uintptr_t>(base), layout.pointer);
+    Put(message, at + layout.pointer, size, 4);
+}
 
 ByteVector LpcMessage(std::uint32_t command, std::uint32_t flags, const ByteVector& payload,
                       std::uint32_t capacity, ByteVector& reply) {
-    const bool isLarge = payload.size() > kInlinePayload || capacity > kInlineReply;
-    const bool isInline = !isLarge || payload.size() <= 556;
-    ByteVector message(kHeader + 12 + (isLarge ? 40 : 0));
-    Put(message, 40, command, 4);
-    Put(message, 44, flags, 4);
-    Put(message, 48, capacity, 4);
+    const CLayout& layout = SystemLayout();
+    const std::size_t header = layout.header;
+    const bool isLarge = payload.size() > layout.inlinePayload || capacity > layout.inlineReply;
+    const bool isInline = !isLarge || payload.size() <= layout.inlineLarge;
+    ByteVector message(header + 12 + (isLarge ? layout.entries + 2 * layout.entry : 0));
+    Put(message, header, command, 4);
+    Put(message, header + 4, flags, 4);
+    Put(message, header + 8, capacity, 4);
     if (isLarge) {
-        Put(message, 6, 52, 2);
-        Put(message, 52, 2, 4);
-        Put(message, 60, isInline ? 0 : reinterpret_cast<std::uintptr_t>(payload.data()), 8);
-        Put(message, 68, isInline ? 0 : payload.size(), 4);
-        Put(message, 76, reinterpret_cast<std::uintptr_t>(reply.data()), 8);
-        Put(message, 84, capacity, 4);
+        Put(message, 6, header + 12, 2);
+        Put(message, header + 12, 2, 4);
+        PutEntry(message, 0, isInline ? nullptr : payload.data(), isInline ? 0 : payload.size());
+        PutEntry(message, 1, reply.data(), capacity);
     }
     if (isInline) {
         message.insert(message.end(), payload.begin(), payload.end());
     }
-    PutLengths(message, kHeader);
+    PutLengths(message, header);
     return message;
 }
 
@@ -86,20 +112,20 @@ CExchange CLpcPortClient::Exchange(std::uint32_t command, const ByteVector& payl
                                    std::uint32_t capacity) {
     ByteVector buffer(capacity);
     ByteVector message = LpcMessage(command, 0, payload, capacity, buffer);
-    ByteVector reply(648);
-    Put(reply, 0, 608, 2);
-    Put(reply, 2, 648, 2);
+    const CLayout& layout = SystemLayout();
+    ByteVector reply(layout.longest);
+    PutLengths(reply, layout.header);
     CExchange result;
     result.status = PortLayer::NtRequestWaitReplyPort(port_.handle, message.data(), reply.data());
     if (NtApi::IsError(result.status)) {
         return result;
     }
-    result.code = Get(reply, 40);
-    result.length = Get(reply, 44);
+    result.code = Get(reply, layout.header);
+    result.length = Get(reply, layout.header + 4);
     const std::size_t inlineLength = Get(reply, 0, 2) - 8;
     if (inlineLength > 0 || result.length == 0) {
-        result.bytes.assign(reply.begin() + 48,
-                            reply.begin() + 48 + static_cast<std::ptrdiff_t>(inlineLength));
+        const auto begin = reply.begin() + static_cast<std::ptrdiff_t>(layout.header + 8);
+        result.bytes.assign(begin, begin + static_cast<std::ptrdiff_t>(inlineLength));
     } else {
         buffer.resize(std::min<std::size_t>(result.length, capacity));
         result.bytes = buffer;

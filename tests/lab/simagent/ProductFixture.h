@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdio>
+#include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 
@@ -26,8 +27,10 @@ class ProductFixture : public ::testing::Test {
         lines_.Take();
     }
 
-    const std::string program_ =
-        ::testing::TempDir() + "simagent_program_" + std::to_string(OwnProcessId());
+    // With slashes everywhere: a line puts a word with backslashes in quotes.
+    const std::string program_ = std::filesystem::path(::testing::TempDir() + "simagent_program_" +
+                                                       std::to_string(OwnProcessId()))
+                                     .generic_string();
     CLineList lines_;
     CFakeLauncher launcher_;
     CLabProcesses processes_{launcher_, lines_.Sink()};

@@ -67,7 +67,7 @@ TEST_F(RecordFileTest, HalfARecordAtTheEndIsCutOff) {
 }
 
 TEST_F(RecordFileTest, FileOfSomethingElseIsRefused) {
-    std::ofstream(path_) << "tasks 3 3\none\n";
+    std::ofstream(path_, std::ios::binary) << "tasks 3 3\none\n";
     EXPECT_THROW(Reopen(), std::runtime_error);
 }
 

@@ -1,0 +1,19 @@
+// The program asked to end by a signal. Elsewhere only a console asks so, and the suite has none.
+#include <csignal>
+
+#include "tests/lab/simagent/EndToEndTest.h"
+
+namespace Kyr::Lab::SimAgent {
+namespace {
+
+TEST_F(EndToEndTest, PoliteTerminationEndsCleanly) {
+    Run();
+
+    const auto ready = actor_->EventAt(0);
+    kill(static_cast<pid_t>(ParseNumber(Field(ready.line, "pid"))), SIGTERM);
+
+    ExpectCleanEnd();
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimAgent
