@@ -128,12 +128,14 @@ void CBus::Deliver(const CPublication& publication) {
 
 void CBus::DeliverTo(const CPublication& publication, std::size_t index, const Subscriber& to) {
     const std::size_t number = index + 1;
-    observer_.OnDeliver(publication, number);
     try {
         to->Push(publication.message, publication.context);
     } catch (const std::exception& exception) {
         observer_.OnDeliveryFailed(publication, number, exception.what());
+        return;
     }
+    // Not before: who hears of it may count on the message being the subscriber's.
+    observer_.OnDeliver(publication, number);
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -52,7 +52,8 @@ class IBusObserver {
   public:
     virtual ~IBusObserver();
     virtual void OnPublish(const CPublication& publication) = 0;
-    /// `subscriber` is its number in the order of first subscriptions, from 1.
+    /// The subscriber has taken it; `subscriber` is its number in the order of first
+    /// subscriptions, from 1.
     virtual void OnDeliver(const CPublication& publication, std::size_t subscriber) = 0;
     virtual void OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
                                   const std::string& text) = 0;

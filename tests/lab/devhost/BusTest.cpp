@@ -133,6 +133,42 @@ TEST_F(BusTest, FailingSubscriberDoesNotKeepOthersFromTheMessage) {
     EXPECT_THAT(subscriber->messages, SizeIs(1));
 }
 
+/// Tells of deliveries when they are told to it, and of messages when it gets them.
+class CTellingEnd : public CSilentObserver, public CKeepingSubscriber {
+  public:
+    void OnDeliver(const CPublication&, std::size_t subscriber) override {
+        told.push_back("delivered to " + std::to_string(subscriber));
+    }
+    void OnDeliveryFailed(const CPublication&, std::size_t subscriber,
+                          const std::string& text) override {
+        told.push_back("not delivered to " + std::to_string(subscriber) + ": " + text);
+    }
+    void Push(const boost::shared_ptr<IMessage>&,
+              const boost::shared_ptr<IDeliveryContext>&) override {
+        told.emplace_back("taken");
+    }
+
+    std::vector<std::string> told;
+};
+
+TEST_F(BusTest, DeliveryIsToldOnceTheSubscriberHasTheMessage) {
+    const auto end = boost::make_shared<CTellingEnd>();
+    CBus bus(*end);
+    bus.Subscribe(end, MessageType::Response);
+    bus.Publish(MakeMessage(), {});
+    bus.WaitUntilDelivered();
+    EXPECT_THAT(end->told, ElementsAre("taken", "delivered to 1"));
+}
+
+TEST_F(BusTest, FailedDeliveryIsToldInsteadOfADelivery) {
+    CTellingEnd end;
+    CBus bus(end);
+    bus.Subscribe(boost::make_shared<CThrowingSubscriber>(), MessageType::Response);
+    bus.Publish(MakeMessage(), {});
+    bus.WaitUntilDelivered();
+    EXPECT_THAT(end.told, ElementsAre("not delivered to 1: no room"));
+}
+
 TEST_F(BusTest, DumpHasALineForEachSubscriberOnce) {
     const auto subscriber = Subscribe(MessageType::Response);
     bus_.Subscribe(subscriber, MessageType::Reply);
