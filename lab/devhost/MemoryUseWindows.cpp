@@ -1,5 +1,6 @@
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
+#include <algorithm>
 #include <stdexcept>
 #include <windows.h>
 // Behind the other: it needs its types.
@@ -16,7 +17,8 @@ CMemoryUse ReadMemoryUse() {
                              sizeof counters) == 0) {
         throw std::runtime_error("the system does not tell how much memory is used");
     }
-    return {counters.PrivateUsage, counters.WorkingSetSize};
+    // Two names of one figure: Windows 7 fills in the first only, Wine the second only.
+    return {std::max(counters.PrivateUsage, counters.PagefileUsage), counters.WorkingSetSize};
 }
 
 }  // namespace Kyr::Lab::DevHost
