@@ -1,6 +1,7 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -31,8 +32,11 @@ std::string ReadFile(const std::string& path) {
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
+/// A new folder below the one that KYR_LAB_FOLDER names, or else among the temporary ones.
 std::string NewWorkFolder() {
-    const auto folder = boost::filesystem::temp_directory_path() /
+    const char* const parent = std::getenv("KYR_LAB_FOLDER");
+    const auto folder = (parent != nullptr ? boost::filesystem::path(parent)
+                                           : boost::filesystem::temp_directory_path()) /
                         boost::filesystem::unique_path("kyr-lab-%%%%%%%%");
     boost::filesystem::create_directories(folder);
     return folder.string();
