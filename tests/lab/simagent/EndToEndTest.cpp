@@ -208,6 +208,10 @@ TEST_F(EndToEndTest, BlockedProgramIsNotStartedAgain) {
     actor_->Send("start two");
 
     Await("error command=start text=blocked");
+
+    // On Windows the victim would outlive an agent that is ended by force.
+    actor_->Send("quit");
+    ExpectCleanEnd();
 }
 
 TEST_F(EndToEndTest, LongReplyWithoutItsViewOnlyAnnouncesIt) {
