@@ -1,5 +1,6 @@
 #include "fuzz/Conversation.h"
 
+#include <atomic>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -263,7 +264,7 @@ void CConversation::Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& m
 }
 
 void CConversation::Call(const std::function<void()>& call) {
-    bool returned = false;
+    std::atomic<bool> returned = false;
     boost::thread caller([&] {
         clock_->Enter();
         call();
