@@ -36,7 +36,7 @@ constexpr std::int64_t kLastBuildWithoutTelemetry = 5542;
 constexpr char kRecordsFailure[] = "Error during checking for new ECS logs: ";
 
 boost::shared_ptr<COvAgentRequest> MakeRequest(OvAgentRequestType type) {
-    const auto request = boost::make_shared<COvAgentRequest>();
+    auto request = boost::make_shared<COvAgentRequest>();
     request->SetRequestType(type);
     request->SetReadOnly();
     return request;
