@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cctype>
 #include <istream>
-#include <regex>
 #include <set>
 #include <sstream>
 
@@ -44,17 +43,59 @@ void ReplaceWord(std::string& text, const std::string& value, const std::string&
     }
 }
 
-/// Replaces every match of `pattern` that is not contained in `kept`.
-void ReplaceMatches(std::string& text, const std::regex& pattern, const std::string& kept,
-                    const std::string& by) {
-    std::string result;
-    std::smatch match;
-    while (std::regex_search(text, match, pattern)) {
-        const bool keep = kept.find(match.str()) != std::string::npos;
-        result += match.prefix().str() + (keep ? match.str() : by);
-        text = match.suffix().str();
+bool IsDigit(char byte) {
+    return std::isdigit(static_cast<unsigned char>(byte)) != 0;
+}
+
+/// The length of what stands at `at` in the form of `shape`, in which x is any hexadecimal and 0
+/// any decimal digit; 0 when something else stands there.
+std::size_t ShapeAt(const std::string& text, std::size_t at, const std::string& shape) {
+    for (std::size_t index = 0; index < shape.size(); ++index) {
+        if (at + index >= text.size()) {
+            return 0;
+        }
+        const char byte = text[at + index];
+        const bool fits = shape[index] == 'x'
+                              ? std::isxdigit(static_cast<unsigned char>(byte)) != 0
+                              : (shape[index] == '0' ? IsDigit(byte) : byte == shape[index]);
+        if (!fits) {
+            return 0;
+        }
     }
-    text = result + text;
+    return shape.size();
+}
+
+/// The length of the identifier at `at`, or 0.
+std::size_t UuidAt(const std::string& text, std::size_t at) {
+    return ShapeAt(text, at, "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx");
+}
+
+/// The length of the moment in UTC at `at`, with or without parts of a second, or 0.
+std::size_t TimeAt(const std::string& text, std::size_t at) {
+    std::size_t length = ShapeAt(text, at, "0000-00-00T00:00:00");
+    if (length == 0) {
+        return 0;
+    }
+    if (ShapeAt(text, at + length, ".0") != 0) {
+        length += 2;
+        while (ShapeAt(text, at + length, "0") != 0) {
+            ++length;
+        }
+    }
+    return ShapeAt(text, at + length, "Z") == 0 ? 0 : length + 1;
+}
+
+/// Replaces all that `lengthAt` finds, unless it is contained in `kept`.
+void ReplaceAll(std::string& text, std::size_t (*lengthAt)(const std::string&, std::size_t),
+                const std::string& kept, const std::string& by) {
+    std::string result;
+    for (std::size_t at = 0; at < text.size();) {
+        const std::size_t length = lengthAt(text, at);
+        const std::string own = text.substr(at, std::max<std::size_t>(length, 1));
+        result += length == 0 || kept.find(own) != std::string::npos ? own : by;
+        at += own.size();
+    }
+    text = result;
 }
 
 std::string FromHex(const std::string& hex) {
@@ -171,15 +212,11 @@ std::string CNeutralTranscript::NeutralField(const std::string& key,
 }
 
 std::string CNeutralTranscript::NeutralText(std::string text) const {
-    static const std::regex kUuid(
-        "[0-9A-Fa-f]{8}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{4}-[0-9A-Fa-f]{12}");
-    static const std::regex kTime(
-        "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}(\\.[0-9]+)?Z");
     for (const auto& [value, name] : names_) {
         ReplaceWord(text, value, name);
     }
-    ReplaceMatches(text, kUuid, given_, "<uuid>");
-    ReplaceMatches(text, kTime, given_, "<time>");
+    ReplaceAll(text, UuidAt, given_, "<uuid>");
+    ReplaceAll(text, TimeAt, given_, "<time>");
     return text;
 }
 
