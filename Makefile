@@ -6,7 +6,7 @@
 help:
 	@echo "make demo    install what is missing, build, show the library at work"
 	@echo "make test    install what is missing, build, run every suite"
-	@echo "make check   all that continuous integration runs: test, clang++, clang-tidy, sanitizers, fuzzers"
+	@echo "make check   all that continuous integration runs: test, clang-tidy, sanitizers with clang++, Windows, fuzzers"
 	@echo "make crashtest kill host and product thousands of times while records flow; minutes"
 	@echo "make bench   build the release variant and run the benchmarks"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"

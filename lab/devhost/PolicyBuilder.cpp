@@ -88,7 +88,7 @@ boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
     const std::string text = TakeText(arguments);
     arguments.Finish();
     const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
-    const auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
+    auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
     message->SetPolicyBlob(
         MakeBlob(broken == Broken::Policy ? kNonsense : MakePolicy(text), stated, broken));
     message->SetReadOnly();

@@ -13,7 +13,7 @@ boost::shared_ptr<Common::Message::Connectors::OvAgentConnector::COvAgentRequest
         throw std::invalid_argument("kind is missing");
     }
     arguments.Finish();
-    const auto trigger =
+    auto trigger =
         boost::make_shared<Common::Message::Connectors::OvAgentConnector::COvAgentRequest>();
     trigger->SetRequestType(*kind);
     trigger->SetReadOnly();

@@ -137,6 +137,12 @@ std::string NextLine(std::istream& text) {
     return std::getline(text, line) ? line : "(the end)";
 }
 
+/// What `process`, one of those that `actor` started, tells: a stream of one kind, or a line of it.
+std::string Told(const std::string& actor, int process, const std::string& what) {
+    std::string text = actor;
+    return text.append(" ").append(std::to_string(process)).append(": ").append(what);
+}
+
 /// A busy module is asked to stop again and again, as often as time passes.
 bool IsRepeatedStop(const CLine& line) {
     const std::string* const result = line.Find("result");
@@ -156,7 +162,7 @@ void CNeutralTranscript::Event(const std::string& actor, const CLine& line) {
     }
     const std::string kind = IsPing(line) || IsPingReply(line) ? "ping" : line.Kind();
     const std::lock_guard<std::mutex> lock(mutex_);
-    events_.emplace_back(actor + " " + std::to_string(processes_[actor]) + ": " + kind, line);
+    events_.emplace_back(Told(actor, processes_[actor], kind), line);
 }
 
 void CNeutralTranscript::Name(const std::string& key, const std::string& value,
@@ -172,12 +178,12 @@ std::string CNeutralTranscript::Text() const {
     for (const auto& [actor, count] : processes_) {
         for (int process = 1; process <= count; ++process) {
             for (const std::string& kind : kKinds) {
-                const std::string stream = actor + " " + std::to_string(process) + ": " + kind;
+                const std::string stream = Told(actor, process, kind);
                 std::set<std::string> told;
                 for (const auto& [own, line] : events_) {
                     const std::string neutral = own == stream ? Neutral(line) : "";
                     if (own == stream && (kind != "ping" || told.insert(neutral).second)) {
-                        text += actor + " " + std::to_string(process) + ": " + neutral + "\n";
+                        text.append(Told(actor, process, neutral)).append("\n");
                     }
                 }
             }
@@ -230,7 +236,9 @@ std::string FirstDifference(const std::string& expected, const std::string& told
         const std::string one = NextLine(left);
         const std::string other = NextLine(right);
         if (one != other || (!left && !right)) {
-            return "line " + std::to_string(number) + " is " + other + " instead of " + one;
+            std::string difference = "line ";
+            difference.append(std::to_string(number)).append(" is ").append(other);
+            return difference.append(" instead of ").append(one);
         }
     }
 }
