@@ -1,6 +1,6 @@
 // The product-independent half of a connector module: one queue of bus messages, one thread that
 // connects to the product and runs the message tasks, with retries, reconnections, cancellations
-// and failure events.
+// and task events.
 //
 // Life cycle, driven by the host on its own threads, one call at a time:
 //   Initialize once - Start - RequestStop - Stop(false) until it returns true, or Stop(true).
@@ -132,7 +132,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     void GuardedDisconnect();
 
     const boost::shared_ptr<Base::IClock> clock_;
-    /// What task-failure events name as their product.
+    /// What task events name as their product.
     const std::uint64_t connectorProductId_;
 
     // Constant after Initialize.

@@ -11,7 +11,7 @@ namespace Kyr::Common::Module {
 
 class CLocalizedException : public CInterModuleExceptionImpl<CLocalizedException> {
   public:
-    /// The code of the failure event is `codeLow` + `codeHigh` * 2^32.
+    /// The code of the task event is `codeLow` + `codeHigh` * 2^32.
     CLocalizedException(const std::string& text, std::uint32_t codeLow, std::uint32_t codeHigh);
     CLocalizedException(const CLocalizedException&) = default;
     ~CLocalizedException() override;

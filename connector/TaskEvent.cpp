@@ -43,8 +43,8 @@ boost::shared_ptr<CEventLog> MakeTaskEvent(const CTask& task, const TaskOutcome&
 
 boost::shared_ptr<CEventLog> MakeTaskEvent(const TaskIdentifiers& task, const TaskOutcome& outcome,
                                            const TaskReporter& reporter) {
-    auto event = boost::make_shared<CEventLog>(Kyr::Common::Kernel::MessageType::TaskFailureEvent,
-                                               reporter.clock);
+    auto event =
+        boost::make_shared<CEventLog>(Kyr::Common::Kernel::MessageType::TaskEvent, reporter.clock);
     // The third identifier stands before the second in the row; the host knows it so.
     event->GetSymbols()
         ->AddInt32(kStatus, outcome.status)

@@ -21,7 +21,7 @@ class CRetryException : public std::runtime_error {
     bool restartNeeded_;
 };
 
-/// Reconnect, then offer the same message again; never counted, and no failure event is published.
+/// Reconnect, then offer the same message again; never counted, and no task event is published.
 class CRestartNeededException : public std::exception {
   public:
     explicit CRestartNeededException(std::string message);

@@ -21,7 +21,7 @@ enum class MessageType : std::int32_t {
     ProductStatus = 10044,        // status log
     ConfigurationEvent = 10244,   // event log: the configuration of a product
     PresenceStatus = 10292,       // status log: the product is present
-    TaskFailureEvent = 10368,     // event log: outcome of a task
+    TaskEvent = 10368,            // event log: outcome of a task
     MultiProductStatus = 10405,   // multi-product status log
 };
 

@@ -27,7 +27,7 @@ std::vector<CLogMessageDescriptor> LogMessageTable() {
         Status(MessageType::ProductStatus, PROTECTION_STATUS),
         Status(MessageType::PresenceStatus, AGENT_PRESENCE),
         Status(MessageType::MultiProductStatus, PRODUCT_PRESENCE),
-        Event(MessageType::TaskFailureEvent, TASK),
+        Event(MessageType::TaskEvent, TASK),
         Event(MessageType::ConfigurationEvent, PRODUCT_CONFIGURATION),
     };
 }

@@ -26,7 +26,7 @@ bool IsTrigger(const Common::Kernel::IMessage& message) {
 }  // namespace
 
 void CCountingBus::Publish(const Message& message, const Context& context) {
-    if (message->GetMessageType() == MessageType::TaskFailureEvent) {
+    if (message->GetMessageType() == MessageType::TaskEvent) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(*message);
         ledger_.ReportedFailed(event.GetSymbols()->GetUuid(kThirdIdentifier).uuid());
     }

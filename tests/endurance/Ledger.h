@@ -1,7 +1,7 @@
 // The account of the tasks: every one that was given to the module must have reached the product,
 // or been reported as failed.
 //
-// A task carries its number in its third identifier, which product and failure event repeat.
+// A task carries its number in its third identifier, which product and task event repeat.
 // Threads: any.
 #pragma once
 

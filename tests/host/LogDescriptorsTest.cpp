@@ -125,7 +125,7 @@ TEST(LogDescriptorTableTest, StatusTypesAreStatusOnly) {
 }
 
 TEST(LogDescriptorTableTest, EventTypesAreEventsOnly) {
-    for (const auto type : {MessageType::TaskFailureEvent, MessageType::ConfigurationEvent}) {
+    for (const auto type : {MessageType::TaskEvent, MessageType::ConfigurationEvent}) {
         const auto& message = StandardMap().GetMessageDescriptor(type);
         EXPECT_EQ(message.GetEventMessageType(), type);
         EXPECT_EQ(message.GetStatusMessageType(), kNoMessageType);

@@ -31,7 +31,7 @@ TEST(NumbersTest, MessageTypes) {
     EXPECT_EQ(Number(MessageType::ProductStatus), 10044);
     EXPECT_EQ(Number(MessageType::ConfigurationEvent), 10244);
     EXPECT_EQ(Number(MessageType::PresenceStatus), 10292);
-    EXPECT_EQ(Number(MessageType::TaskFailureEvent), 10368);
+    EXPECT_EQ(Number(MessageType::TaskEvent), 10368);
     EXPECT_EQ(Number(MessageType::MultiProductStatus), 10405);
 }
 

@@ -24,7 +24,7 @@ boost::shared_ptr<Common::Logs::ISymbolContainer> ProductOf(std::uint64_t produc
 }
 
 CEventLog TaskLog() {
-    CEventLog log(MessageType::TaskFailureEvent);
+    CEventLog log(MessageType::TaskEvent);
     log.GetSymbols()
         ->AddInt32(2836, 4)
         .AddUuidString(2834, kUuid)

@@ -83,8 +83,7 @@ TEST_F(ModuleLifeTest, TaskThatNeverMetTheProductIsReportedAsCancelled) {
                 Contains("4 Message task was canceled because product is not available, message "
                          "was: KillProcessByPid"));
     ASSERT_EQ(host_.bus->Publications().size(), 1);
-    EXPECT_EQ(host_.bus->Publications()[0].message->GetMessageType(),
-              MessageType::TaskFailureEvent);
+    EXPECT_EQ(host_.bus->Publications()[0].message->GetMessageType(), MessageType::TaskEvent);
 }
 
 TEST_F(ModuleLifeTest, ModuleThatWasForgottenEndsItsThreadsWhenItIsDestroyed) {

@@ -35,13 +35,13 @@ std::vector<std::string> Print(const CLogMessage& log) {
 }
 
 TEST(LogPrinterTest, EventHasOneRow) {
-    CEventLog log(MessageType::TaskFailureEvent);
+    CEventLog log(MessageType::TaskEvent);
     log.GetSymbols()->AddInt32(2836, 4).AddString(2913, "not done");
     EXPECT_THAT(Print(log), ElementsAre("row name=0 2836-status=4 2913-description=\"not done\""));
 }
 
 TEST(LogPrinterTest, ResourceIdIsHexadecimal) {
-    CEventLog log(MessageType::TaskFailureEvent);
+    CEventLog log(MessageType::TaskEvent);
     log.GetSymbols()->AddResourceId(2848, 0x000000010000009B);
     EXPECT_THAT(Print(log), ElementsAre("row name=0 2848-outcome=0x000000010000009b"));
 }
