@@ -19,6 +19,8 @@ const std::vector<std::string> kKinds{"life",    "log",   "publish", "deliver", 
 const std::set<std::string> kCounters{"id", "client", "context"};
 const std::set<std::string> kOfThisRun{"pid", "program", "sha1", "sha256"};
 
+constexpr std::size_t kManyBytes = 64;
+
 bool IsNumber(const std::string& value) {
     return !value.empty() && std::all_of(value.begin(), value.end(), [](unsigned char byte) {
         return std::isdigit(byte) != 0;
@@ -106,16 +108,29 @@ std::string FromHex(const std::string& hex) {
     return bytes;
 }
 
-/// Bytes for a person: letters and signs as they are, all others as "%" and two digits.
-std::string Readable(const std::string& bytes) {
+std::string ReadableByte(char byte) {
     constexpr char kDigits[] = "0123456789abcdef";
+    const auto code = static_cast<unsigned char>(byte);
+    if (code >= ' ' && code < 0x7F && code != '%') {
+        return {byte};
+    }
+    return {'%', kDigits[code >> 4], kDigits[code & 0x0F]};
+}
+
+/// Bytes for a person: letters and signs as they are, all others as "%" and two digits. Of many
+/// equal ones in a row, one stands with their count.
+std::string Readable(const std::string& bytes) {
     std::string text;
-    for (const char byte : bytes) {
-        const auto code = static_cast<unsigned char>(byte);
-        if (code >= ' ' && code < 0x7F && code != '%') {
-            text += byte;
+    for (std::size_t at = 0; at < bytes.size();) {
+        const std::string byte = ReadableByte(bytes[at]);
+        const std::size_t end = std::min(bytes.find_first_not_of(bytes[at], at), bytes.size());
+        const std::size_t count = end - at;
+        if (count > kManyBytes) {
+            text.append(byte).append("{").append(std::to_string(count)).append("}");
+            at = end;
         } else {
-            text += {'%', kDigits[code >> 4], kDigits[code & 0x0F]};
+            text += byte;
+            ++at;
         }
     }
     return text;

@@ -7,6 +7,7 @@
 //   - Several threads tell, so that only the order among events of one kind of one process is
 //     kept: these stand together. Pings come as often as time passes; each kind of them is told
 //     once.
+//   - Wire bytes are text as far as they can be; a long row of equal ones is one with its length.
 //
 // Threads: Event from any thread; the rest by one.
 #pragma once

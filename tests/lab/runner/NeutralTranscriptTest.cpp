@@ -95,6 +95,25 @@ TEST_F(NeutralTranscript, WireBytesAreReadableAndNameProcessesToo) {
     EXPECT_EQ(transcript_.Text(), "agent 1: request command=3 bytes=%0c%00%ff%25<$victim.pid\n");
 }
 
+TEST_F(NeutralTranscript, LongRowOfEqualBytesIsCounted) {
+    std::string hex = "07";
+    for (int i = 0; i < 65; ++i) {
+        hex += "00";
+    }
+    transcript_.Event("agent", CLine("reply").With("code", "0").With("bytes", hex + "41"));
+    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 bytes=%07%00{65}A\n");
+}
+
+TEST_F(NeutralTranscript, ShortRowOfEqualBytesIsWrittenOut) {
+    const std::string zeros(64, '0');  // 32 bytes
+    transcript_.Event("agent", CLine("reply").With("code", "0").With("bytes", zeros + zeros));
+    std::string written;
+    for (int i = 0; i < 64; ++i) {
+        written += "%00";
+    }
+    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 bytes=" + written + "\n");
+}
+
 TEST_F(NeutralTranscript, LengthStaysWhereNoBytesTellIt) {
     transcript_.Event("agent", CLine("reply").With("code", "0").With("length", "12"));
     EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 length=12\n");
