@@ -38,7 +38,8 @@ struct CXmlRequest {
 };
 
 /// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, TYPE, VALUE). Elements that do
-/// not belong there are passed over, and DATA may be missing.
+/// not belong there are passed over, and DATA may be missing. Text with more than 256 tags is
+/// refused unread.
 CXmlRequest ParseXmlRequest(const Bytes& body);
 
 }  // namespace Kyr::Lab::SimAgent

@@ -69,6 +69,30 @@ TEST(XmlRequestTest, OtherElementsArePassedOver) {
     EXPECT_EQ("1", request.Find("A"));
 }
 
+TEST(XmlRequestTest, TextThatNestsForeverIsRefused) {
+    std::string text;
+    for (int i = 0; i < 100000; ++i) {
+        text += "<a>";
+    }
+    try {
+        ParseXmlRequest(TextBytes(text));
+        ADD_FAILURE() << "was read";
+    } catch (const CMalformed& problem) {
+        EXPECT_STREQ("the request's XML has more than 256 tags", problem.what());
+    }
+}
+
+TEST(XmlRequestTest, TextOf256TagsIsRead) {
+    // Three elements around it open and close, REQUEST's 250 children are closed by themselves.
+    std::string text = "<TULK><MESSAGE><REQUEST FUNCTION=\"F\">";
+    for (int i = 0; i < 250; ++i) {
+        text += "<a/>";
+    }
+    text += "</REQUEST></MESSAGE></TULK>";
+    EXPECT_EQ("F", ParseXmlRequest(TextBytes(text)).function);
+    EXPECT_THROW(ParseXmlRequest(TextBytes(text + "<")), CMalformed);
+}
+
 class MalformedXmlTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(MalformedXmlTest, IsRefused) {
