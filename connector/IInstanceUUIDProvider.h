@@ -1,4 +1,4 @@
-// Knows the agent's instance identifier.
+// Knows the agent's instance identifier. Threads: any. Errors: what the host throws.
 #pragma once
 
 #include <string>

@@ -1,6 +1,6 @@
 // Publishes messages on the host bus, with the delivery context of the thread that calls.
 //
-// Threads: any. The message must be complete; nobody changes it afterwards.
+// Threads: any. Errors: the bus's. The message is complete; nobody changes it afterwards.
 #pragma once
 
 #include <boost/shared_ptr.hpp>

@@ -1,4 +1,4 @@
-// One line of the host log, built like a stream and written when it is destroyed.
+// One line of the host log, of one thread: built like a stream, written when it is destroyed.
 //
 // Numbers are written in the classic locale, whatever the process's locale is. An empty line writes
 // nothing. What the host's logger throws is swallowed: a log line never takes its writer down.

@@ -1,4 +1,4 @@
-// The texts of symbol rows: the length limit of string symbols, and UUIDs as text.
+// The texts of symbol rows: the length limit of string symbols, UUIDs as text. Threads: any.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,4 @@
-// The protection status of a product as the status log that the host knows.
+// The protection status of a product as the status log that the host knows. Threads: any.
 #pragma once
 
 #include <cstdint>
