@@ -8,6 +8,7 @@
 
 #include "kelcomm/messages/CommandHeader.h"
 #include "kelcomm/messages/XmlRequest.h"
+#include "logs/SymbolTime.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
@@ -16,17 +17,9 @@ namespace {
 using Kyr::Common::DataDefinition::Common::UTCTime;
 
 /// 2026-03-31T23:59:00, whole seconds. Throws std::out_of_range for what is no date.
-std::string TimeText(const UTCTime& time) {
-    namespace Gregorian = boost::gregorian;
-    // In the library's own narrow types: a number that does not fit must not come round to a valid
-    // one, so all of them are clamped to what the library refuses.
-    const auto clamp = [](int value, int largest) {
-        return static_cast<unsigned short>(value < 0 || value > largest ? largest : value);
-    };
-    const Gregorian::date date(clamp(time.year(), 10000), clamp(time.month(), 13),
-                               clamp(time.day(), 32));
-    const boost::posix_time::time_duration clock(time.hour(), time.minute(), time.second());
-    return boost::posix_time::to_iso_extended_string(boost::posix_time::ptime(date, clock));
+std::string TimeText(UTCTime time) {
+    time.clear_nanos();
+    return boost::posix_time::to_iso_extended_string(Kyr::Common::Logs::FromUtcTime(time));
 }
 
 }  // namespace

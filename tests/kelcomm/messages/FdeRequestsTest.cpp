@@ -137,6 +137,41 @@ TEST_F(MaintenanceTest, EndTimeThatIsNoDateIsOutOfRange) {
     }
 }
 
+TEST_F(MaintenanceTest, EndTimeIsSentInWholeSeconds) {
+    SetEndTime(2026, 3, 31, 23, 59, 59);
+    configuration_.mutable_end_time()->set_nanos(999999999);
+    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
+                           "ENABLE_MAINTENANCE_MODE",
+                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T23:59:59" />)")));
+}
+
+TEST_F(MaintenanceTest, ClockPastMidnightIsTheNextDay) {
+    SetEndTime(2025, 12, 31, 24, 0, 60);
+    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
+                           "ENABLE_MAINTENANCE_MODE",
+                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-01-01T00:01:00" />)")));
+}
+
+TEST_F(MaintenanceTest, LastSecondOfTheCalendarIsSent) {
+    SetEndTime(9999, 12, 31, 23, 59, 59);
+    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
+                           "ENABLE_MAINTENANCE_MODE",
+                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="9999-12-31T23:59:59" />)")));
+}
+
+TEST_F(MaintenanceTest, ClockThatLeavesTheCalendarIsOutOfRange) {
+    SetEndTime(9999, 12, 31, 23, 59, 60);
+    EXPECT_THROW(Bytes(), std::out_of_range);
+    SetEndTime(1400, 1, 1, 0, 0, -1);
+    EXPECT_THROW(Bytes(), std::out_of_range);
+}
+
+TEST_F(MaintenanceTest, EndTimeOfAYearPast16BitsDoesNotComeRound) {
+    // The hours reach into the year 67983, whose lower 16 bits are 2447.
+    SetEndTime(2026, 3, 31, 578169600, 0, 0);
+    EXPECT_THROW(Bytes(), std::out_of_range);
+}
+
 TEST_F(MaintenanceTest, NumbersAreNeverGrouped) {
     const CGroupingLocale locale;
     configuration_.set_seconds(1234567);
