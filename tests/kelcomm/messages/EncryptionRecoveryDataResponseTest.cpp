@@ -52,12 +52,21 @@ TEST_F(EncryptionRecoveryDataResponseTest, ItemWithoutTextIsEmpty) {
 
 TEST_F(EncryptionRecoveryDataResponseTest, ListsKeepTheDocumentsOrder) {
     const auto& data = Read(
-        "<RECOVERY_DATA UID='2' DEVICEID=''/><RECOVERY_PASSWORD UID='3' DEVICEID='' INDEX=''/>"
-        "<RECOVERY_DATA UID='1' DEVICEID=''/>");
+        "<RECOVERY_DATA UID='2' DEVICEID=''/><RECOVERY_PASSWORD UID='4' DEVICEID='' INDEX=''/>"
+        "<RECOVERY_DATA UID='1' DEVICEID=''/><RECOVERY_PASSWORD UID='3' DEVICEID='' INDEX=''/>");
     ASSERT_EQ(data.items.size(), 2u);
     EXPECT_EQ(data.items[0].uid, "2");
     EXPECT_EQ(data.items[1].uid, "1");
-    EXPECT_EQ(data.passwords.size(), 1u);
+    ASSERT_EQ(data.passwords.size(), 2u);
+    EXPECT_EQ(data.passwords[0].uid, "4");
+    EXPECT_EQ(data.passwords[1].uid, "3");
+}
+
+TEST_F(EncryptionRecoveryDataResponseTest, FurtherReplyIsAppended) {
+    Read("<RECOVERY_DATA UID='1' DEVICEID=''/>");
+    const auto& data = Read("<RECOVERY_DATA UID='2' DEVICEID=''/>");
+    ASSERT_EQ(data.items.size(), 2u);
+    EXPECT_EQ(data.items[1].uid, "2");
 }
 
 TEST_F(EncryptionRecoveryDataResponseTest, OtherChildrenAreSkipped) {

@@ -67,6 +67,21 @@ TEST_F(EncryptionStorageStatusResponseTest, System) {
     EXPECT_TRUE(status.disks.empty());
 }
 
+TEST_F(EncryptionStorageStatusResponseTest, LaterSystemReplacesTheEarlierOne) {
+    const auto& status = Read(
+        "<SYSTEM TPM_USED='1' WORKSTATION_ID='first'/><SYSTEM TPM_USED='0' "
+        "WORKSTATION_ID='second'/>");
+    EXPECT_FALSE(status.tpmUsed);
+    EXPECT_EQ(status.workstationId, "second");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, ReplyWithoutASystemTellsOfNoTpm) {
+    const auto& status = Read("");
+    EXPECT_FALSE(status.tpmUsed);
+    EXPECT_EQ(status.workstationId, "");
+    EXPECT_TRUE(status.disks.empty());
+}
+
 TEST_F(EncryptionStorageStatusResponseTest, Disk) {
     const auto& status = Read(std::string(kDisk) + "</DISK>");
     ASSERT_EQ(status.disks.size(), 1u);
@@ -97,6 +112,28 @@ TEST_F(EncryptionStorageStatusResponseTest, PartitionsBelongToTheirDisk) {
     EXPECT_TRUE(status.disks[1].partitions.empty());
 }
 
+TEST_F(EncryptionStorageStatusResponseTest, DisksAndPartitionsKeepTheDocumentsOrder) {
+    const auto& status =
+        Read(kDisk + PartitionWith("part1", "part2") + kPartition +
+             "</DISK><SYSTEM TPM_USED='1' WORKSTATION_ID='w'/>"
+             "<DISK DEVICE_ID='disk1' OPAL_SUPPORT='0' OPAL_USED='1' PARTITIONING_SCHEME='MBR'/>");
+    ASSERT_EQ(status.disks.size(), 2u);
+    ASSERT_EQ(status.disks[0].partitions.size(), 2u);
+    EXPECT_EQ(status.disks[0].partitions[0].deviceId, "part2");
+    EXPECT_EQ(status.disks[0].partitions[1].deviceId, "part1");
+    EXPECT_EQ(status.disks[1].deviceId, "disk1");
+    EXPECT_FALSE(status.disks[1].opalSupported);
+    EXPECT_TRUE(status.disks[1].opalUsed);
+    EXPECT_EQ(status.workstationId, "w");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, PartitionThatIsNoChildOfADiskIsSkipped) {
+    const std::string outer = PartitionWith("/>", ">");
+    const auto& status = Read(kPartition + (kDisk + outer) + kPartition + "</PARTITION></DISK>");
+    ASSERT_EQ(status.disks.size(), 1u);
+    EXPECT_EQ(status.disks[0].partitions.size(), 1u);
+}
+
 TEST_F(EncryptionStorageStatusResponseTest, OtherChildrenAreSkipped) {
     const auto& status = Read("text<disk/><X><DISK/></X>" + std::string(kDisk) +
                               "<partition/><!--c--><X><PARTITION/></X></DISK>");
@@ -116,6 +153,18 @@ TEST_F(EncryptionStorageStatusResponseTest, AnyOtherTextIsFalse) {
     }
 }
 
+TEST_F(EncryptionStorageStatusResponseTest, FlagsOfDisksAndPartitionsAreReadTheSameWay) {
+    const auto& disk = Read(
+                           "<DISK DEVICE_ID='' OPAL_SUPPORT='on' OPAL_USED='YES' "
+                           "PARTITIONING_SCHEME=''/>")
+                           .disks.back();
+    EXPECT_FALSE(disk.opalSupported);
+    EXPECT_TRUE(disk.opalUsed);
+    EXPECT_TRUE(ReadPartition(PartitionWith("'True'", "'1'")).systemPartition);
+    EXPECT_FALSE(ReadPartition(PartitionWith("'True'", "'on'")).systemPartition);
+    EXPECT_FALSE(ReadPartition(PartitionWith("'True'", "''")).systemPartition);
+}
+
 TEST_F(EncryptionStorageStatusResponseTest, EmptyGuidIsAllZeros) {
     const auto& partition =
         ReadPartition(PartitionWith("6f9619ff-8b86-4d01-b42d-00cf4fc964ff", ""));
@@ -129,13 +178,33 @@ TEST_F(EncryptionStorageStatusResponseTest, NumbersReachTheTypesLimits) {
               -0x7FFFFFFFFFFFFFFF - 1);
 }
 
+TEST_F(EncryptionStorageStatusResponseTest, NumbersAreDecimalWhateverTheirZeros) {
+    EXPECT_EQ(ReadPartition(PartitionWith("512110190592", "0010")).size, 10);
+    EXPECT_EQ(ReadPartition(PartitionWith("512110190592", "-0")).size, 0);
+    EXPECT_EQ(ReadPartition(PartitionWith("512110190592", "-007")).size, -7);
+}
+
 TEST_F(EncryptionStorageStatusResponseTest, TextThatIsNoNumberIsABadCast) {
-    for (const char* text : {"", "12x", "0x10", " 1", "1 ", "+", "1-", "9223372036854775808",
-                             "-9223372036854775809"}) {
+    for (const char* text : {"", "12x", "0x10", " 1", "1 ", "+", "-", "--1", "+-1", "1-", "1.0",
+                             "9223372036854775808", "-9223372036854775809"}) {
         EXPECT_EQ(SizeFailure(text),
                   "bad lexical cast: source type value could not be interpreted as target")
             << text;
     }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, EveryNumberOfAPartitionIsChecked) {
+    for (const char* number : {"'-2'", "'100'", "'512110190592'"}) {
+        EXPECT_THROW(ReadPartition(PartitionWith(number, "'many'")), boost::bad_lexical_cast)
+            << number;
+    }
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, DisksBeforeABadNumberStay) {
+    EXPECT_THROW(
+        Read(kDisk + std::string("</DISK>") + kDisk + PartitionWith("'100'", "''") + "</DISK>"),
+        boost::bad_lexical_cast);
+    EXPECT_EQ(response_.GetRecords().disks.size(), 1u);
 }
 
 TEST_F(EncryptionStorageStatusResponseTest, DigitGroupsOfTheProcessesLocaleAreNoNumber) {
@@ -165,6 +234,18 @@ TEST_F(EncryptionStorageStatusResponseTest, AttributesAreMandatory) {
 TEST_F(EncryptionStorageStatusResponseTest, RawContentIsTheTextAsItCame) {
     const std::string text = "<TULK><MESSAGE><RESPONSE> </RESPONSE></MESSAGE></TULK>\n";
     response_.Deserialize(TextReply(text));
+    EXPECT_EQ(response_.GetRawContent(), text);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, RawContentIsKeptThoughItIsMalformed) {
+    EXPECT_THROW(response_.Deserialize(TextReply("<TULK>")), xml_parser_error);
+    EXPECT_EQ(response_.GetRawContent(), "<TULK>");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, ReplyWithoutAPayloadLeavesTheHeldText) {
+    const std::string text = "<TULK><MESSAGE><RESPONSE/></MESSAGE></TULK>";
+    response_.Deserialize(TextReply(text));
+    response_.Deserialize(EmptyReply());
     EXPECT_EQ(response_.GetRawContent(), text);
 }
 
