@@ -165,7 +165,8 @@ void COvAgentConnectorModule::Disconnect() {
 
 void COvAgentConnectorModule::StartPeriodicThread() {
     const boost::unique_lock<boost::mutex> lock(periodicThreadMutex_);
-    periodicThread_ = std::make_unique<boost::thread>([this] { PeriodicThread(); });
+    periodicThread_ = std::make_unique<boost::thread>(
+        [this, productBuild = productBuild_] { PeriodicThread(productBuild); });
 }
 
 void COvAgentConnectorModule::EndPeriodicThread() {
@@ -182,12 +183,13 @@ void COvAgentConnectorModule::EndPeriodicThread() {
     }
 }
 
-void COvAgentConnectorModule::PeriodicThread() {
+void COvAgentConnectorModule::PeriodicThread(std::optional<std::int64_t> productBuild) {
     try {
-        CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild_)
+        CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild)
             .Run();
-    } catch (const std::exception&) {
-        // The watch is over until the next connection; the host must not go down with it.
+    } catch (...) {
+        // Interrupted, or failed: a host's bus may throw anything. The watch is over until the next
+        // connection; the host must not go down with it.
     }
 }
 

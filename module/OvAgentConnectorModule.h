@@ -65,7 +65,7 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     CLogOrigin LogOrigin() const;
     void StartPeriodicThread();
     void EndPeriodicThread();
-    void PeriodicThread();
+    void PeriodicThread(std::optional<std::int64_t> productBuild);
 
     const CModuleSystem system_;
 
@@ -76,7 +76,7 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     boost::shared_ptr<Common::Tasks::CImportConfigurationTask> importConfigurationTask_;
     boost::shared_ptr<Common::IChannelMessageFactory> messageFactory_;
 
-    // As of the last Connect; no periodic thread lives while it changes.
+    // As of the last Connect; the periodic thread of that connection has a copy.
     std::optional<std::int64_t> productBuild_;
 
     // Interrupt may be called by a host's thread and by the processing thread at once.

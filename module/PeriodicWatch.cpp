@@ -2,7 +2,7 @@
 
 #include <exception>
 
-#include <boost/lexical_cast.hpp>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
 #include <boost/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 
@@ -130,27 +130,21 @@ void CPeriodicWatch::RequestNewRecords() {
 
 void CPeriodicWatch::RequestNewActions() {
     try {
-        RequestNewActions(parts_.keyValues.GetValue("OV_REMEDIATION_ENABLED"));
+        const std::string flag = parts_.keyValues.GetValue("OV_REMEDIATION_ENABLED");
+        if (flag.empty()) {
+            return;
+        }
+        bool enabled = false;
+        if (!boost::conversion::try_lexical_convert(flag, enabled)) {
+            parts_.logger.GetLog(4)
+                << "OV rule actions flag is not a bool, disabling rule actions propagation";
+        } else if (enabled) {
+            TryToRequest(kRemediationActions,
+                         "Error during checking for new OV remediation actions: ");
+        }
     } catch (const std::exception& error) {
         // Deliberately the text of the records' check.
         parts_.logger.GetLog(4) << kRecordsFailure << error.what();
-    }
-}
-
-void CPeriodicWatch::RequestNewActions(const std::string& flag) {
-    if (flag.empty()) {
-        return;
-    }
-    try {
-        if (boost::lexical_cast<bool>(flag)) {
-            PublishRequest(kRemediationActions);
-        }
-    } catch (const boost::bad_lexical_cast&) {
-        parts_.logger.GetLog(4)
-            << "OV rule actions flag is not a bool, disabling rule actions propagation";
-    } catch (const std::exception& error) {
-        parts_.logger.GetLog(4) << "Error during checking for new OV remediation actions: "
-                                << error.what();
     }
 }
 

@@ -64,7 +64,6 @@ class CPeriodicWatch {
     void ResendRequests();
     void RequestNewRecords();
     void RequestNewActions();
-    void RequestNewActions(const std::string& flag);
     /// What the publisher throws is written behind `failureText`.
     void TryToRequest(RequestType type, const char* failureText);
     void PublishRequest(RequestType type);

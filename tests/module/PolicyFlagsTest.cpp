@@ -1,4 +1,6 @@
 // What the policy's flags and the product's build make the watch ask for.
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+
 #include "tests/module/WatchFixture.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
@@ -33,6 +35,11 @@ TEST_F(RecordsFlagTest, OnlyTheTextOneCountsAsEnabled) {
         SetXdr(text, "xdr.example");
         EXPECT_THAT(WatchOnce(), IsEmpty()) << text;
     }
+}
+
+TEST_F(RecordsFlagTest, ZeroByteBelongsToTheText) {
+    SetXdr(std::string("1\0", 2), "xdr.example");
+    EXPECT_THAT(WatchOnce(), IsEmpty());
 }
 
 TEST_F(RecordsFlagTest, AnyHostThatIsNotEmptyWillDo) {
@@ -134,6 +141,15 @@ TEST_F(ActionsFlagTest, AnythingElseIsNoBoolean) {
     }
 }
 
+TEST_F(ActionsFlagTest, ZeroByteBelongsToTheText) {
+    for (const std::string& flag : {std::string("1\0", 2), std::string("\0"
+                                                                       "1",
+                                                                       2)}) {
+        EXPECT_THAT(WatchWith(flag), ElementsAre("4 OV rule actions flag is not a bool, disabling "
+                                                 "rule actions propagation"));
+    }
+}
+
 TEST_F(ActionsFlagTest, LaterValidFlagTakesEffectAgain) {
     SetKey("OV_REMEDIATION_ENABLED", "yes");
     BeforeIteration(2, [this] { SetKey("OV_REMEDIATION_ENABLED", "1"); });
@@ -150,6 +166,14 @@ TEST_F(ActionsFlagTest, BusThatRefusesIsTold) {
     journal_.failing = {5};
     EXPECT_THAT(WatchWith("1"),
                 ElementsAre("4 Error during checking for new OV remediation actions: bus failed"));
+}
+
+TEST_F(ActionsFlagTest, BusThatFailsInAConversionDoesNotMakeTheFlagNoBoolean) {
+    journal_.failing = {5};
+    journal_.failure = [] { throw boost::bad_lexical_cast(); };
+    EXPECT_THAT(WatchWith("1"),
+                ElementsAre("4 Error during checking for new OV remediation actions: bad lexical "
+                            "cast: source type value could not be interpreted as target"));
 }
 
 TEST_F(ActionsFlagTest, UnreadableFlagIsToldInTheWordsOfTheRecords) {

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -48,13 +49,14 @@ class CWatchJournal : public Kyr::Common::Kernel::ILoggerResource,
     explicit CWatchJournal(const CIterationClock& clock) : clock_(clock) {}
 
     void Log(const std::string& text, int level, const std::string& source) override;
-    /// Throws std::runtime_error "bus failed" for the kinds of `failing`.
+    /// Calls `failure` for the kinds of `failing`.
     void Publish(const Message& message) override;
     Common::CLogLine GetLog(int level) override;
 
     std::map<unsigned, std::vector<std::string>> byIteration;
     std::vector<Message> messages;
     std::vector<int> failing;
+    std::function<void()> failure = [] { throw std::runtime_error("bus failed"); };
 
   private:
     const CIterationClock& clock_;

@@ -207,6 +207,20 @@ TEST_F(WatchLifeTest, WatchThatFailsEndsWithoutALineAndWithoutTheModule) {
     EXPECT_EQ(Pings(), 3u);  // of the connection and twice of the watch
 }
 
+TEST_F(WatchLifeTest, BusThatThrowsWhatIsNoExceptionEndsTheWatchOnly) {
+    StartAndConnect();
+    SilenceProduct();
+    std::promise<void> asked;
+    host_.bus->OnPublish([&asked](const auto&) {
+        asked.set_value();
+        throw 7;
+    });
+    clock_->Advance(std::chrono::seconds(5));
+    asked.get_future().wait();
+    EXPECT_TRUE(module_->Stop(false));
+    EXPECT_THAT(host_.log->Lines(), Contains("2 Disconnecting from product"));
+}
+
 TEST_F(WatchLifeTest, ConnectionAfterAFailedWatchHasAWatchAgain) {
     InitializeAndConnect();
     FailWatch();
