@@ -1,41 +1,16 @@
-// What happens when the operating system has no thread to give: the default stack of new threads is
-// made larger than any address space, so that creating one really fails. glibc only.
-#include <cstddef>
-#include <limits>
-#include <pthread.h>
-
+// What happens when the operating system has no thread to give.
 #include <boost/thread/thread.hpp>
 
 #include "connector/MessageProcessorThreadHolder.h"
 #include "host/module/Response.h"
 #include "tests/connector/ModuleFixture.h"
+#include "tests/support/NoThreads.h"
 
 namespace Kyr::Connectors::Common {
 namespace {
 
+using Kyr::Test::CNoThreads;
 using testing::IsEmpty;
-
-/// No thread can be created while this lives.
-class CNoThreads {
-  public:
-    CNoThreads() {
-        pthread_getattr_default_np(&before_);
-        pthread_attr_t huge;
-        pthread_attr_init(&huge);
-        pthread_attr_setstacksize(&huge, std::size_t{1} << (sizeof(std::size_t) * 8 - 2));
-        pthread_setattr_default_np(&huge);
-        pthread_attr_destroy(&huge);
-    }
-    ~CNoThreads() {
-        pthread_setattr_default_np(&before_);
-        pthread_attr_destroy(&before_);
-    }
-    CNoThreads(const CNoThreads&) = delete;
-    CNoThreads& operator=(const CNoThreads&) = delete;
-
-  private:
-    pthread_attr_t before_;
-};
 
 class ThreadCreationTest : public ModuleFixture {};
 

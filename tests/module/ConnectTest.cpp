@@ -8,7 +8,6 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using Kyr::Common::Kernel::MessageType;
 using Kyr::Common::Message::CLogMessage;
 using Kyr::Common::Message::Logs::CMultiProductStatusLog;
 using Kyr::Common::Message::Logs::CStatusLog;
@@ -101,6 +100,14 @@ TEST_F(ConnectTest, ReplyToTheIdentifierIsNobodysBusiness) {
     EXPECT_EQ(receiver.use_count(), 1);
 }
 
+TEST_F(ConnectTest, EarlierReceiverGoesThoughTheProductIsUnreachable) {
+    const auto receiver = boost::make_shared<CCountingReceiver>();
+    channel_->SetBufferReceiver(receiver);
+    SilenceProduct();
+    ConnectFailure();
+    EXPECT_EQ(receiver.use_count(), 1);
+}
+
 TEST_F(ConnectTest, UnreachableProductFailsAfterAMinuteWithAFailureStatus) {
     SilenceProduct();
     EXPECT_EQ(ConnectFailure(),
@@ -144,6 +151,16 @@ TEST_F(ConnectTest, BusThatRefusesAPresenceLogFailsTheConnection) {
     EXPECT_THAT(PublishedTypes(),
                 ElementsAre(MessageType::PresenceStatus, MessageType::ProductStatus));
     EXPECT_EQ(SeverityOf(1), 6);
+}
+
+TEST_F(ConnectTest, BusThatRefusesEvenTheFailureStatusIsWhatTheCoreLearnsOf) {
+    host_.bus->OnPublish([](const auto& message) {
+        throw std::runtime_error(message->GetMessageType() == MessageType::ProductStatus
+                                     ? "no failure status"
+                                     : "bus failed");
+    });
+    EXPECT_EQ(ConnectFailure(), "no failure status");
+    EXPECT_THAT(host_.log->Lines(), ElementsAre("3 bus failed"));
 }
 
 TEST_F(ConnectTest, UnreadableBuildFailsBeforeTheProductIsTouched) {

@@ -52,6 +52,16 @@ TEST_F(OvModuleTest, UnreadableBuildLeavesInitializeAsItIs) {
     EXPECT_THROW(Initialize(), std::runtime_error);
 }
 
+TEST_F(OvModuleTest, ChannelThatCannotBeMadeLeavesInitializeBeforeTheHostIsAsked) {
+    CModuleSystem system = System();
+    system.makeChannel = []() -> boost::shared_ptr<COvAgentChannel> {
+        throw std::runtime_error("no channel");
+    };
+    module_ = std::make_unique<CTestedModule>(system);
+    EXPECT_THROW(Initialize(), std::runtime_error);
+    EXPECT_THAT(host_.requested, IsEmpty());
+}
+
 TEST_F(OvModuleTest, TasksComeInTheirOrder) {
     Initialize();
     const auto tasks = Tasks();
