@@ -2,32 +2,36 @@
 
 #include <stdexcept>
 
+#include "lab/simagent/Process.h"
+
 namespace Kyr::Lab::SimAgent {
 
 namespace {
 
-std::string TakeName(const Words& words) {
-    RequireWords(words, 3);
-    if (words.size() < 3) {
-        return {};
+CTelemetryScope TakeScope(const Words& words) {
+    CTelemetryScope scope;
+    for (std::size_t i = 2; i < words.size(); ++i) {
+        if (const std::optional<std::string> name = ValueOf(words[i], "name")) {
+            scope.program = *name;
+        } else if (words[i] == "own") {
+            scope.parentPid = OwnProcessId();
+        } else {
+            throw std::invalid_argument("not understood: " + words[i]);
+        }
     }
-    const std::optional<std::string> name = ValueOf(words[2], "name");
-    if (!name) {
-        throw std::invalid_argument("not understood: " + words[2]);
-    }
-    return *name;
+    return scope;
 }
 
 }  // namespace
 
 ConsoleCommandGroup LiveCommands(CLiveTelemetry& telemetry, LineSink sink) {
-    return {{"live", "live on [name=<program>] | off",
+    return {{"live", "live on [name=<program>] [own] | off",
              "telemetry of the processes that start and end on this computer, or only of those of "
-             "one program",
+             "one program, or that this agent starts",
              [&telemetry, sink = std::move(sink)](const Words& words) {
                  const std::string what = words.size() > 1 ? words[1] : "";
                  if (what == "on") {
-                     telemetry.Start(TakeName(words));
+                     telemetry.Start(TakeScope(words));
                  } else if (what == "off") {
                      RequireWords(words, 2);
                      telemetry.Stop();

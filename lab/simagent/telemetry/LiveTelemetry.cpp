@@ -21,9 +21,9 @@ CLiveTelemetry::~CLiveTelemetry() {
     Stop();
 }
 
-void CLiveTelemetry::Start(const std::string& name) {
+void CLiveTelemetry::Start(const CTelemetryScope& scope) {
     Stop();
-    name_ = name;
+    scope_ = scope;
     known_.clear();
     for (const CProcessId& id : table_.List()) {
         if (const auto facts = table_.Describe(id)) {
@@ -77,7 +77,8 @@ void CLiveTelemetry::Look() {
 }
 
 bool CLiveTelemetry::IsWanted(const CProcessFacts& facts) const {
-    return name_.empty() || std::filesystem::path(facts.name).stem() == name_;
+    return (scope_.program.empty() || std::filesystem::path(facts.name).stem() == scope_.program) &&
+           (scope_.parentPid == 0 || facts.parentPid == scope_.parentPid);
 }
 
 void CLiveTelemetry::Meet(const CProcessId& id, const CProcessFacts& facts) {

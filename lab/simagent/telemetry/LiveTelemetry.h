@@ -29,6 +29,12 @@
 
 namespace Kyr::Lab::SimAgent {
 
+/// The processes that are recorded: all, unless one of these says less.
+struct CTelemetryScope {
+    std::string program = {};     // of this name only, without its suffix
+    std::uint64_t parentPid = 0;  // only what this process has started
+};
+
 class CLiveTelemetry {
   public:
     CLiveTelemetry(IProcessTable& table, CRecordLists& lists, boost::shared_ptr<Base::IClock> clock,
@@ -37,10 +43,9 @@ class CLiveTelemetry {
     CLiveTelemetry(const CLiveTelemetry&) = delete;
     CLiveTelemetry& operator=(const CLiveTelemetry&) = delete;
 
-    /// From now on. What runs already gets no record of its start. `name` is a program's name
-    /// without its suffix, or empty for all. Ends an earlier telemetry.
+    /// From now on. What runs already gets no record of its start. Ends an earlier telemetry.
     /// Errors: std::runtime_error when the system gives no list.
-    void Start(const std::string& name);
+    void Start(const CTelemetryScope& scope);
     void Stop();
 
   private:
@@ -66,7 +71,7 @@ class CLiveTelemetry {
     const LineSink sink_;
 
     // Of the looking thread while it runs.
-    std::string name_;
+    CTelemetryScope scope_;
     std::map<CProcessId, CKnown> known_;
     std::map<CVersion, std::string> hashes_;
 

@@ -31,6 +31,8 @@ class LiveCommandsTest : public GroupFixture {
 TEST_F(LiveCommandsTest, OnBeginsToLookAndOffEndsIt) {
     EXPECT_THAT(Execute("live on name=victim"), ElementsAre("answer command=live state=on"));
     EXPECT_TRUE(clock_->AwaitSleepers(1));
+    EXPECT_THAT(Execute("live on own"), ElementsAre("answer command=live state=on"));
+    EXPECT_TRUE(clock_->AwaitSleepers(1));
     EXPECT_THAT(Execute("live off"), ElementsAre("answer command=live state=off"));
     EXPECT_TRUE(clock_->AwaitSleepers(0));
 }

@@ -51,8 +51,8 @@ CProcessFacts Facts(const std::string& name) {
 
 class LiveTelemetryTest : public ::testing::Test {
   protected:
-    void Start(const std::string& name = "") {
-        telemetry_.Start(name);
+    void Start(const CTelemetryScope& scope = {}) {
+        telemetry_.Start(scope);
         ASSERT_TRUE(clock_->AwaitSleepers(1));
     }
 
@@ -138,9 +138,27 @@ TEST_F(LiveTelemetryTest, NumberThatIsUsedAgainIsAnotherProcess) {
 
 TEST_F(LiveTelemetryTest, OnlyTheNamedProgramIsRecorded) {
     table_.processes = {{{7, 1}, Facts("sh")}, {{8, 1}, Facts("victim.exe")}};
-    Start("victim");
+    Start({"victim"});
     table_.processes.clear();
     EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim.exe")));
+}
+
+TEST_F(LiveTelemetryTest, OnlyWhatThatProcessHasStartedIsRecorded) {
+    Start({"", 5});
+    table_.processes = {{{7, 1}, {6, "victim", "", "", "1000"}},
+                        {{8, 1}, {5, "victim", "", "", "1000"}},
+                        {{9, 1}, {5, "sh", "", "", "1000"}}};
+    Look();
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim"), HasSubstr("pid=9 name=sh")));
+}
+
+TEST_F(LiveTelemetryTest, ProgramAndParentMustBothFit) {
+    Start({"victim", 5});
+    table_.processes = {{{7, 1}, {6, "victim", "", "", "1000"}},
+                        {{8, 1}, {5, "victim", "", "", "1000"}},
+                        {{9, 1}, {5, "sh", "", "", "1000"}}};
+    Look();
+    EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim")));
 }
 
 TEST_F(LiveTelemetryTest, RecordHasTheDigestOfTheProgram) {
