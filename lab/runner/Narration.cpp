@@ -1,6 +1,7 @@
 #include "lab/runner/Narration.h"
 
 #include <iomanip>
+#include <map>
 #include <sstream>
 
 #include <boost/algorithm/string/case_conv.hpp>
@@ -29,26 +30,43 @@ Narration Log(const CLine& line) {
 
 Narration Request(const CLine& line) {
     if (Value(line, "command") == "0") {
-        return {"ping " + Over(line), Weight::Ordinary};
+        return {"ping " + Over(line), Weight::Ordinary, Road::ToProduct, true};
     }
     const std::string function = Value(line, "function");
-    return {"request " + Over(line) + ": " + (function.empty() ? Value(line, "name") : function) +
-                ", " + Value(line, "length") + " bytes",
-            Weight::Ordinary};
+    return {(function.empty() ? Value(line, "name") : function) + " " + Over(line) + ", " +
+                Value(line, "length") + " bytes",
+            Weight::Ordinary, Road::ToProduct};
 }
 
 Narration Reply(const CLine& line) {
+    if (line.Find("delivery") != nullptr) {
+        return {"no reply " + Over(line) + ": " + Value(line, "delivery"), Weight::Warning,
+                Road::FromProduct};
+    }
     const std::string status = Value(line, "status");
     if (status.empty()) {
-        return {"answered " + Over(line), Weight::Detail};
+        return {"answered " + Over(line), Weight::Detail, Road::FromProduct};
     }
-    return {"reply " + Over(line) + ": status " + status + ", " + Value(line, "length") + " bytes",
-            status == "0" ? Weight::Ordinary : Weight::Warning};
+    return {"status " + status + " " + Over(line) + ", " + Value(line, "length") + " bytes",
+            status == "0" ? Weight::Ordinary : Weight::Warning, Road::FromProduct};
 }
 
 Narration Did(const CLine& line) {
-    return {Value(line, "action") + " " + Value(line, "pid") + ": " + Value(line, "outcome") +
-                ", " + Value(line, "text"),
+    const std::string action = Value(line, "action");
+    if (action == "agent-uuid") {
+        return {"notes who manages it: " + Value(line, "uuid"), Weight::Ordinary};
+    }
+    if (action == "import" || action == "export") {
+        return {(action == "import" ? "takes a policy of " : "gives its configuration, ") +
+                    Value(line, "length") + " bytes",
+                Weight::Ordinary};
+    }
+    if (action == "task-result") {
+        return {"tells the outcome of a task: " + Value(line, "outcome"), Weight::Ordinary};
+    }
+    const std::string what =
+        action == "block" ? Value(line, "sha256").substr(0, 12) + "..." : Value(line, "pid");
+    return {action + " " + what + ": " + Value(line, "outcome") + ", " + Value(line, "text"),
             Weight::Ordinary};
 }
 
@@ -59,11 +77,29 @@ Narration Process(const CLine& line) {
             Weight::Ordinary};
 }
 
+/// What the module asks of itself, so that it takes the way of every message.
+const char* OwnRequest(const std::string& kind) {
+    static const std::map<std::string, const char*> kKinds{{"0", "protection status"},
+                                                           {"2", "task results"},
+                                                           {"3", "indicators"},
+                                                           {"4", "telemetry"},
+                                                           {"5", "remediation actions"}};
+    const auto known = kKinds.find(kind);
+    return known == kKinds.end() ? "" : known->second;
+}
+
 Narration Bus(const CLine& line) {
-    const bool published = line.Kind() == "publish";
-    return {"bus    " + Value(line, "name") + " (" + Value(line, "type") + ") " +
-                (published ? "published by the " + Value(line, "by") : "delivered to the module"),
-            Weight::Ordinary};
+    const std::string name = "bus    " + Value(line, "name") + " (" + Value(line, "type") + ")";
+    const std::string kind = Value(line, "request");
+    if (!kind.empty()) {
+        return {name + " for " + OwnRequest(kind) + " published by the " + Value(line, "by"),
+                Weight::Ordinary, Road::None, true};
+    }
+    if (line.Kind() == "publish") {
+        return {name + " published by the " + Value(line, "by"), Weight::Ordinary};
+    }
+    return {name + " delivered to the module",
+            Value(line, "name") == "OvAgentRequest" ? Weight::Detail : Weight::Ordinary};
 }
 
 Narration Handed(const CLine& line) {
@@ -114,9 +150,20 @@ Narration Symbols(const CLine& line) {
 }
 
 Narration Life(const CLine& line) {
-    const bool failed = Value(line, "result") == "failed";
-    return {"life   " + Value(line, "call") + " " + Value(line, "result"),
-            failed ? Weight::Error : Weight::Detail};
+    const std::string call = Value(line, "call");
+    const std::string result = Value(line, "result");
+    const bool stopped = call.compare(0, 5, "Stop(") == 0 && result == "true";
+    return {"life   " + call + " " + result, result == "failed" ? Weight::Error
+                                             : stopped          ? Weight::Ordinary
+                                                                : Weight::Detail};
+}
+
+/// A command that was refused is what a scenario may want; other errors are not.
+Narration Error(const CLine& line) {
+    const std::string command = Value(line, "command");
+    return command.empty()
+               ? Narration{line.Text(), Weight::Error}
+               : Narration{"refuses: " + command + ", " + Value(line, "text"), Weight::Warning};
 }
 
 struct Teller {
@@ -128,7 +175,7 @@ constexpr Teller kTellers[] = {
     {"log", Log},           {"request", Request}, {"reply", Reply},   {"did", Did},
     {"started", Process},   {"adopted", Process}, {"ended", Process}, {"publish", Bus},
     {"deliver", Bus},       {"symbols", Symbols}, {"life", Life},     {"handed", Handed},
-    {"observed", Observed}, {"mined", Mined},     {"tally", Tally},
+    {"observed", Observed}, {"mined", Mined},     {"tally", Tally},   {"error", Error},
 };
 
 }  // namespace
@@ -141,9 +188,7 @@ Narration Narrate(const CLine& line) {
     }
     const bool detail = line.Kind() == "answer" || line.Kind() == "connect" ||
                         line.Kind() == "disconnect" || line.Kind() == "ready";
-    return {line.Text(), line.Kind() == "error" ? Weight::Error
-                         : detail               ? Weight::Detail
-                                                : Weight::Ordinary};
+    return {line.Text(), detail ? Weight::Detail : Weight::Ordinary};
 }
 
 }  // namespace Kyr::Lab::Runner

@@ -17,9 +17,14 @@ enum class Weight {
     Error,
 };
 
+/// Which way it crosses the wire between host and product, as far as it does.
+enum class Road { None, ToProduct, FromProduct };
+
 struct Narration {
     std::string text;
     Weight weight;
+    Road road = Road::None;
+    bool oncePerStep = false;  // it comes again and again, as time passes
 };
 
 Narration Narrate(const CLine& line);

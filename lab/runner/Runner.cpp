@@ -8,6 +8,7 @@
 #include <optional>
 #include <set>
 #include <stdexcept>
+#include <thread>
 #include <utility>
 
 #include <boost/filesystem/operations.hpp>
@@ -78,6 +79,7 @@ struct CRunner::Cast {
     std::size_t stepNumber = 0;
     std::optional<StepResult> step;
     Clock::time_point stepStart;
+    std::size_t expected = 0;  // how many expectations of the step have held
 
     Clock::time_point countdownEnd;
     std::string countdownText;
@@ -109,6 +111,7 @@ CRunner::~CRunner() = default;
 bool CRunner::Run(const Scenario& scenario) {
     cast_ = std::make_unique<Cast>();
     cast_->title = scenario.title;
+    cast_->variables.emplace_back("folder", paths_.work);
     screen_.Title(scenario.title);
     std::size_t line = 0;
     bool passed = true;
@@ -141,6 +144,9 @@ void CRunner::Play(const NumberedStatement& numbered) {
 void CRunner::CloseStep() {
     if (cast_->step) {
         cast_->step->took = Since(cast_->stepStart);
+        if (cast_->step->passed) {
+            screen_.StepPassed(cast_->expected, cast_->step->took);
+        }
         results_.push_back(*cast_->step);
         cast_->step.reset();
     }
@@ -165,6 +171,7 @@ void CRunner::CompareTranscript() {
 void CRunner::Do(const StepStatement& step) {
     CloseStep();
     cast_->step = StepResult{cast_->title, step.text, true, "", {}};
+    cast_->expected = 0;
     cast_->stepStart = Clock::now();
     for (auto& [name, member] : cast_->members) {
         // Not at the events of this moment: what the last step set going may be ahead of us.
@@ -223,6 +230,7 @@ void CRunner::Do(const StartStatement& start) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
                                      neutral_.Event(actor, line.line);
+                                     figures_.Event(line.line);
                                  });
 }
 
@@ -307,7 +315,7 @@ void CRunner::Do(const ExpectStatement& expect) {
             neutral_.Name(key, value, *expect.name + "." + key);
         }
     }
-    screen_.Passed(Text(pattern));
+    ++cast_->expected;
 }
 
 void CRunner::Do(const NeverStatement& never) {
@@ -316,13 +324,25 @@ void CRunner::Do(const NeverStatement& never) {
     if (cast_->members[never.actor].Find(pattern, {})) {
         throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
     }
-    screen_.Passed("the " + never.actor + " never said: " + Text(pattern));
+    ++cast_->expected;
+    screen_.Passed("the " + ShownName(never.actor) + " told of no " + Text(pattern));
 }
 
 void CRunner::Do(const CountdownStatement& countdown) {
     cast_->countdownEnd = Clock::now() + countdown.duration;
     cast_->countdownText = countdown.text;
     screen_.Say(countdown.text);
+}
+
+void CRunner::Do(const WaitStatement& wait) {
+    const Clock::time_point end = Clock::now() + wait.duration;
+    screen_.Say(wait.text);
+    for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - now);
+        screen_.Countdown(left, wait.text);
+        std::this_thread::sleep_for(std::min(left + std::chrono::milliseconds(1), kTick));
+    }
+    screen_.Countdown({}, "");
 }
 
 }  // namespace Kyr::Lab::Runner

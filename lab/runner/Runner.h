@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "lab/runner/Actor.h"
+#include "lab/runner/Figures.h"
 #include "lab/runner/NeutralTranscript.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
@@ -42,6 +43,7 @@ class CRunner {
     bool Run(const Scenario& scenario);
 
     const std::vector<StepResult>& Results() const { return results_; }
+    Figures Sum() const { return figures_.Sum(); }
 
   private:
     struct Cast;
@@ -57,6 +59,7 @@ class CRunner {
     void Do(const ExpectStatement& expect);
     void Do(const NeverStatement& never);
     void Do(const CountdownStatement& countdown);
+    void Do(const WaitStatement& wait);
 
     void CloseStep();
     void CompareTranscript();
@@ -70,6 +73,7 @@ class CRunner {
     CScreen& screen_;
     CTranscript transcript_;
     CNeutralTranscript neutral_;
+    CFigures figures_;
     std::vector<StepResult> results_;
 
     std::unique_ptr<Cast> cast_;  // what belongs to the scenario that is being played

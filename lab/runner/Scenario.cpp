@@ -186,6 +186,10 @@ Statement ParseStatement(CWords& words) {
         const std::chrono::milliseconds duration = words.NextDuration();
         return CountdownStatement{duration, words.Rest("what is waited for")};
     }
+    if (word == "wait") {
+        const std::chrono::milliseconds duration = words.NextDuration();
+        return WaitStatement{duration, words.Rest("what is waited for")};
+    }
     if (IsActor(word)) {
         return CommandStatement{word, words.Rest("a command")};
     }

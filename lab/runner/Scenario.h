@@ -97,9 +97,15 @@ struct CountdownStatement {
     std::string text;
 };
 
+/// A time in which something must not happen, as the NeverStatements behind it say.
+struct WaitStatement {
+    std::chrono::milliseconds duration;
+    std::string text;
+};
+
 using Statement = std::variant<StepStatement, SayStatement, StartStatement, KillStatement,
                                QuitStatement, GoneStatement, CommandStatement, ExpectStatement,
-                               NeverStatement, CountdownStatement>;
+                               NeverStatement, CountdownStatement, WaitStatement>;
 
 struct NumberedStatement {
     std::size_t line;

@@ -11,12 +11,15 @@ namespace Kyr::Lab::Runner {
 namespace {
 
 constexpr std::size_t kTimeWidth = 12;
-constexpr std::size_t kActorWidth = 7;
-constexpr std::size_t kStepWidth = 76;
+constexpr std::size_t kActorWidth = 9;
 constexpr std::size_t kEventWidth = 104;
 
 std::string Padded(const std::string& text, std::size_t width) {
     return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
+}
+
+std::string RightAligned(const std::string& text, std::size_t width) {
+    return text.size() < width ? std::string(width - text.size(), ' ') + text : text;
 }
 
 /// Long texts stand whole in the transcript.
@@ -32,7 +35,24 @@ std::string Seconds(std::chrono::milliseconds duration) {
     return text.str();
 }
 
+/// Who tells it, or which way it crosses the wire between host and product.
+std::string Origin(const std::string& actor, Road road) {
+    switch (road) {
+        case Road::ToProduct:
+            return "wire ->";
+        case Road::FromProduct:
+            return "wire <-";
+        case Road::None:
+            break;
+    }
+    return ShownName(actor);
+}
+
 }  // namespace
+
+std::string ShownName(const std::string& actor) {
+    return actor == "agent" ? "product" : actor;
+}
 
 CScreen::CScreen(std::ostream& out, bool interactive, Detail detail)
     : out_(out), interactive_(interactive), detail_(detail) {}
@@ -68,6 +88,7 @@ void CScreen::Title(const std::string& title) {
 void CScreen::Step(std::size_t number, const std::string& text) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
+        shown_.clear();
         Print("");
         Print(Paint(Colour::Bold, std::to_string(number) + ". " + text));
     }
@@ -84,7 +105,7 @@ void CScreen::Command(const std::string& actor, const std::string& line) {
     if (detail_ == Detail::Everything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::Bold, Padded(actor, kActorWidth) + "<- " + Shortened(line)));
+              Paint(Colour::Bold, Padded(ShownName(actor), kActorWidth) + "<- " + Shortened(line)));
     }
 }
 
@@ -93,7 +114,9 @@ void CScreen::Event(const std::string& actor, const CTimedLine& line) {
         return;
     }
     const Narration told = Narrate(line.line);
-    Colour colour = actor == "agent" ? Colour::Magenta : Colour::Cyan;
+    Colour colour = told.road != Road::None ? Colour::Plain
+                    : actor == "agent"      ? Colour::Magenta
+                                            : Colour::Cyan;
     switch (told.weight) {
         case Weight::Detail:
             return;
@@ -107,8 +130,11 @@ void CScreen::Event(const std::string& actor, const CTimedLine& line) {
             break;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
+    if (told.oncePerStep && !shown_.insert(told.text).second) {
+        return;
+    }
     Print("  " + Paint(Colour::Dim, Padded(line.time, kTimeWidth)) + "  " +
-          Paint(colour, Padded(actor, kActorWidth) + Shortened(told.text)));
+          Paint(colour, Padded(Origin(actor, told.road), kActorWidth) + Shortened(told.text)));
 }
 
 void CScreen::Passed(const std::string& what) {
@@ -116,6 +142,18 @@ void CScreen::Passed(const std::string& what) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("  " + Padded("", kTimeWidth) + "  " +
               Paint(Colour::Green, Padded("ok", kActorWidth) + Shortened(what)));
+    }
+}
+
+void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds took) {
+    if (detail_ == Detail::Everything) {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        const std::string what = expectations == 0 ? "as expected"
+                                 : expectations == 1
+                                     ? "1 expectation held"
+                                     : std::to_string(expectations) + " expectations held";
+        Print("  " + Padded("", kTimeWidth) + "  " +
+              Paint(Colour::Green, Padded("ok", kActorWidth) + what + ", " + Seconds(took)));
     }
 }
 
@@ -139,24 +177,34 @@ void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text)
 
 void CScreen::Table(const std::vector<StepResult>& results) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    std::size_t width = 0;
+    for (const StepResult& result : results) {
+        width = std::max(width, result.step.size() + 2);
+    }
     std::string scenario;
     Print("");
-    Print(Paint(Colour::Bold, Padded("What was asked", kStepWidth) + "  What happened      Time"));
+    Print(Paint(Colour::Bold, Padded("What was asked", width) + "  What happened      Time"));
     for (const StepResult& result : results) {
         if (result.scenario != scenario) {
             scenario = result.scenario;
             Print(Paint(Colour::Dim, scenario));
         }
-        Print(Padded("  " + result.step, kStepWidth) + "  " +
+        Print(Padded("  " + result.step, width) + "  " +
               Paint(result.passed ? Colour::Green : Colour::Red,
                     Padded(result.passed ? "as expected" : "FAILED", 12)) +
-              std::string(std::max<std::size_t>(11, Seconds(result.took).size()) -
-                              Seconds(result.took).size(),
-                          ' ') +
-              Seconds(result.took));
+              RightAligned(Seconds(result.took), 11));
         if (!result.passed) {
             Print(Paint(Colour::Red, "    " + result.failure));
         }
+    }
+}
+
+void CScreen::Show(const Figures& figures) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Print("");
+    Print(Paint(Colour::Bold, "In figures"));
+    for (const auto& [what, count] : Rows(figures)) {
+        Print(Padded("  " + what, 26) + RightAligned(count, 6));
     }
 }
 

@@ -8,10 +8,12 @@
 #include <cstddef>
 #include <mutex>
 #include <ostream>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "lab/common/LineProtocol.h"
+#include "lab/runner/Figures.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -37,11 +39,14 @@ class CScreen {
     void Say(const std::string& text);
     void Command(const std::string& actor, const std::string& line);
     void Event(const std::string& actor, const CTimedLine& line);
+    /// What was checked and cannot be seen.
     void Passed(const std::string& what);
+    void StepPassed(std::size_t expectations, std::chrono::milliseconds took);
     void Failed(const std::string& what);
     /// Shows how long the system will still wait; empty text takes the line away.
     void Countdown(std::chrono::milliseconds left, const std::string& text);
     void Table(const std::vector<StepResult>& results);
+    void Show(const Figures& figures);
 
   private:
     enum class Colour { Plain, Bold, Dim, Red, Green, Yellow, Magenta, Cyan };
@@ -56,6 +61,10 @@ class CScreen {
 
     std::mutex mutex_;  // guards the stream and what stands below
     bool countdownShown_ = false;
+    std::set<std::string> shown_;  // in this step, of what is shown once a step
 };
+
+/// What a person calls the actor.
+std::string ShownName(const std::string& actor);
 
 }  // namespace Kyr::Lab::Runner

@@ -11,6 +11,7 @@
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
+#include "lab/runner/Figures.h"
 #include "lab/runner/Runner.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
@@ -67,6 +68,7 @@ int Run(int argc, char** argv) {
 
     CScreen screen(std::cout, colour, detail);
     std::vector<StepResult> results;
+    Figures figures;
     bool passed = true;
     for (const std::string& file : files) {
         RunnerPaths own = paths;
@@ -80,9 +82,12 @@ int Run(int argc, char** argv) {
         CRunner runner(own, screen);
         passed = runner.Run(ParseScenario(ReadFile(file))) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());
+        figures += runner.Sum();
     }
     screen.Table(results);
-    std::cout << "\nDatabases, logs and ports of this run: " << paths.work << std::endl;
+    screen.Show(figures);
+    std::cout << "\nhost.db, host.log and transcript.txt of each scenario are left in "
+              << paths.work << std::endl;
     return passed ? 0 : 1;
 }
 

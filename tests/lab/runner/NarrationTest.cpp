@@ -21,7 +21,7 @@ TEST(Narration, RequestNamesTransportFunctionAndLength) {
                           .With("function", "KILL_PROCESS_BY_PID")
                           .With("length", "361"))
                   .text,
-              "request over ALPC: KILL_PROCESS_BY_PID, 361 bytes");
+              "KILL_PROCESS_BY_PID over ALPC, 361 bytes");
 }
 
 TEST(Narration, CommandZeroIsAPing) {
@@ -32,8 +32,63 @@ TEST(Narration, CommandZeroIsAPing) {
 TEST(Narration, RefusalWeighsMoreThanSuccess) {
     CLine refused("reply");
     refused.With("transport", "lpc").With("status", "14").With("length", "12");
-    EXPECT_EQ(Narrate(refused).text, "reply over LPC: status 14, 12 bytes");
+    EXPECT_EQ(Narrate(refused).text, "status 14 over LPC, 12 bytes");
     EXPECT_EQ(Narrate(refused).weight, Weight::Warning);
+}
+
+TEST(Narration, RequestAndReplyCrossTheWireInTheirDirections) {
+    EXPECT_EQ(Narrate(CLine("request").With("command", "3")).road, Road::ToProduct);
+    EXPECT_EQ(Narrate(CLine("reply").With("status", "0")).road, Road::FromProduct);
+    EXPECT_EQ(Narrate(CLine("did").With("action", "kill")).road, Road::None);
+}
+
+TEST(Narration, ReplyThatNeverComesIsAWarning) {
+    const Narration told =
+        Narrate(CLine("reply").With("transport", "alpc").With("delivery", "never"));
+    EXPECT_EQ(told.text, "no reply over ALPC: never");
+    EXPECT_EQ(told.weight, Weight::Warning);
+}
+
+TEST(Narration, WhatComesWithTimeIsToldOncePerStep) {
+    EXPECT_TRUE(Narrate(CLine("request").With("command", "0")).oncePerStep);
+    EXPECT_FALSE(Narrate(CLine("request").With("command", "3")).oncePerStep);
+}
+
+TEST(Narration, ModulesOwnRequestSaysWhatItIsFor) {
+    EXPECT_EQ(Narrate(CLine("publish")
+                          .With("type", "7")
+                          .With("name", "OvAgentRequest")
+                          .With("by", "module")
+                          .With("request", "3"))
+                  .text,
+              "bus    OvAgentRequest (7) for indicators published by the module");
+}
+
+TEST(Narration, DeedOfTheProductIsToldInItsOwnWords) {
+    EXPECT_EQ(Narrate(CLine("did").With("action", "import").With("length", "20")).text,
+              "takes a policy of 20 bytes");
+    EXPECT_EQ(Narrate(CLine("did")
+                          .With("action", "block")
+                          .With("sha256", "26e8bb5584744017af08")
+                          .With("outcome", "done")
+                          .With("text", "blocked"))
+                  .text,
+              "block 26e8bb558474...: done, blocked");
+}
+
+TEST(Narration, RefusedCommandIsAWarningAndAnyOtherErrorAnError) {
+    const Narration refused =
+        Narrate(CLine("error").With("command", "start").With("text", "blocked"));
+    EXPECT_EQ(refused.text, "refuses: start, blocked");
+    EXPECT_EQ(refused.weight, Weight::Warning);
+    EXPECT_EQ(Narrate(CLine("error").With("text", "t")).weight, Weight::Error);
+}
+
+TEST(Narration, StopThatSucceededIsShown) {
+    EXPECT_EQ(Narrate(CLine("life").With("call", "Stop(true)").With("result", "true")).weight,
+              Weight::Ordinary);
+    EXPECT_EQ(Narrate(CLine("life").With("call", "Stop(false)").With("result", "false")).weight,
+              Weight::Detail);
 }
 
 TEST(Narration, EndedProcessNamesWhoDidIt) {

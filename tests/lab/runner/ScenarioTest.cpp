@@ -76,6 +76,12 @@ TEST(Scenario, GoneTakesPatience) {
     EXPECT_EQ(OnlyStatement<GoneStatement>("gone agent within 3s").within, std::chrono::seconds(3));
 }
 
+TEST(Scenario, WaitTakesDurationAndText) {
+    const auto wait = OnlyStatement<WaitStatement>("wait 3s in which nothing happens");
+    EXPECT_EQ(wait.duration, std::chrono::seconds(3));
+    EXPECT_EQ(wait.text, "in which nothing happens");
+}
+
 TEST(Scenario, CountdownTakesDurationAndText) {
     const auto countdown = OnlyStatement<CountdownStatement>("countdown 10s until it reconnects");
     EXPECT_EQ(countdown.duration, std::chrono::seconds(10));

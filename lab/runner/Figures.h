@@ -1,0 +1,59 @@
+// What a run comes to in figures, counted from what host and product tell.
+//
+// Threads: Event from any thread; the rest too.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "lab/common/LineProtocol.h"
+
+namespace Kyr::Lab::Runner {
+
+struct Figures {
+    std::uint64_t requests = 0;  // that the product was asked, without pings
+    std::uint64_t pings = 0;
+    std::uint64_t connections = 0;    // the first of every start of the host
+    std::uint64_t reconnections = 0;  // those that came about
+    std::uint64_t givenUp = 0;        // messages after their last attempt
+    std::uint64_t records = 0;        // that the host has stored
+    /// What the host's own count of its records says; nothing when it was never asked.
+    bool counted = false;
+    std::uint64_t twice = 0;
+    std::uint64_t lost = 0;
+
+    /// Every reconnection is for a message: it is tried again then, or given up.
+    std::uint64_t Retries() const { return reconnections - givenUp; }
+
+    Figures& operator+=(const Figures& other);
+};
+
+/// One row each, for a person: what was counted, and how often.
+std::vector<std::pair<std::string, std::string>> Rows(const Figures& figures);
+
+/// Counts the events of one scenario.
+class CFigures {
+  public:
+    void Event(const CLine& line);
+    Figures Sum() const;
+
+  private:
+    void Log(const CLine& line);
+
+    struct Tally {
+        std::uint64_t stored;
+        std::uint64_t twice;
+        std::uint64_t lost;
+    };
+
+    mutable std::mutex mutex_;  // guards what stands below
+    Figures sum_;
+    bool reconnecting_ = false;
+    std::map<std::string, Tally> tallies_;  // by kind of record, the latest
+};
+
+}  // namespace Kyr::Lab::Runner
