@@ -4,7 +4,7 @@
 .DEFAULT_GOAL := help
 
 help:
-	@echo "make demo    install what is missing, build, show the library at work"
+	@echo "make demo    install what is missing, build, show one whole life of the library"
 	@echo "make test    install what is missing, build, run every suite"
 	@echo "make check   all that continuous integration runs: test, clang-tidy, sanitizers with clang++, Windows, fuzzers"
 	@echo "make crashtest kill host and product thousands of times while records flow; minutes"
