@@ -332,6 +332,15 @@ TYPED_TEST(WinOvGetEcsLogsTasksTest, PayloadThatDoesNotParseReadsAsServedWithout
     EXPECT_EQ(this->Offset(), "7");
 }
 
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsBeforeTheDamageArePassedOn) {
+    // "b", "a", then a byte that begins no field: there is no wire type 7.
+    this->SetOffset("5");
+    this->ProductAnswers(this->Reply("0A 01 62  0A 01 61  0F"));
+    this->Execute();
+    EXPECT_THAT(this->Published(), ElementsAre("b", "a"));
+    EXPECT_EQ(this->Offset(), "7");
+}
+
 TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetCoversNoMoreThanWhatWasPublished) {
     // A record, then one of five bytes that has only one: what the parser left is passed on.
     this->ProductAnswers(this->Reply("0A 01 61  0A 05 62"));
