@@ -4,6 +4,8 @@
 
 #include <chrono>
 #include <functional>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 #include <map>
 #include <memory>
 #include <string>
@@ -14,5 +16,3 @@
 #include <boost/make_shared.hpp>
 #include <boost/shared_ptr.hpp>
 #include <boost/thread.hpp>
-#include <gmock/gmock.h>
-#include <gtest/gtest.h>

@@ -16,7 +16,10 @@ class FiguresTest : public ::testing::Test {
         figures_.Event(CLine("log").With("level", level).With("text", text));
     }
     void Tally(const char* kind, const char* stored, const char* twice, const char* lost) {
-        figures_.Event(CLine("tally").With("kind", kind).With("stored", stored).With("twice", twice)
+        figures_.Event(CLine("tally")
+                           .With("kind", kind)
+                           .With("stored", stored)
+                           .With("twice", twice)
                            .With("lost", lost));
     }
 
