@@ -6,28 +6,14 @@
 #include <unistd.h>
 
 #include "lab/common/CommandInput.h"
+#include "lab/common/UnreadLines.h"
 
 namespace Kyr::Lab {
 
 struct CCommandInput::CState {
     int terminateFd;
-    std::string unread;
-    bool inputEnded = false;
+    CUnreadLines lines;
     bool endReported = false;
-
-    /// Cuts the first line off what has been read; false when it is not whole yet.
-    bool TakeLine(std::string& line) {
-        const std::size_t end = unread.find('\n');
-        if (end == std::string::npos) {
-            return false;
-        }
-        line = unread.substr(0, end);
-        unread.erase(0, end + 1);
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        return true;
-    }
 };
 
 CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
@@ -49,14 +35,15 @@ CCommandInput::~CCommandInput() {
 }
 
 CCommandInput::CEvent CCommandInput::Next() {
-    std::string line;
-    while (!state_->TakeLine(line)) {
-        if (state_->inputEnded && !state_->endReported) {
+    CUnreadLines& lines = state_->lines;
+    std::optional<std::string> line;
+    while (!(line = lines.Take())) {
+        if (lines.HasEnded() && !state_->endReported) {
             state_->endReported = true;
             return {Kind::EndOfInput, {}};
         }
         pollfd waits[] = {{state_->terminateFd, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-        if (poll(waits, state_->inputEnded ? 1 : 2, -1) < 0) {
+        if (poll(waits, lines.HasEnded() ? 1 : 2, -1) < 0) {
             continue;  // interrupted by a signal that nobody here cares for
         }
         if (waits[0].revents != 0) {
@@ -67,15 +54,12 @@ CCommandInput::CEvent CCommandInput::Next() {
         char block[4096];
         const ssize_t count = read(STDIN_FILENO, block, sizeof block);
         if (count > 0) {
-            state_->unread.append(block, static_cast<std::size_t>(count));
+            lines.Append(block, static_cast<std::size_t>(count));
         } else if (count == 0 || errno != EINTR) {
-            state_->inputEnded = true;
-            if (!state_->unread.empty()) {
-                state_->unread += '\n';  // the last line may lack its end
-            }
+            lines.End();
         }
     }
-    return {Kind::Line, line};
+    return {Kind::Line, *line};
 }
 
 bool OutputIsTerminal() {

@@ -8,6 +8,7 @@
 #include <windows.h>
 
 #include "lab/common/CommandInput.h"
+#include "lab/common/UnreadLines.h"
 
 namespace Kyr::Lab {
 
@@ -29,8 +30,7 @@ struct CReading {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     const HANDLE changed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::mutex mutex;  // guards what follows
-    std::string unread;
-    bool ended = false;
+    CUnreadLines lines;
 
     ~CReading() { CloseHandle(changed); }
 
@@ -39,29 +39,12 @@ struct CReading {
         DWORD count = 0;
         while (ReadFile(input, block, sizeof block, &count, nullptr) && count != 0) {
             const std::lock_guard<std::mutex> lock(mutex);
-            unread.append(block, count);
+            lines.Append(block, count);
             SetEvent(changed);
         }
         const std::lock_guard<std::mutex> lock(mutex);
-        if (!unread.empty() && unread.back() != '\n') {
-            unread += '\n';  // the last line may lack its end
-        }
-        ended = true;
+        lines.End();
         SetEvent(changed);
-    }
-
-    /// Cuts the first line off what has been read; false when it is not whole yet.
-    bool TakeLine(std::string& line) {
-        const std::size_t end = unread.find('\n');
-        if (end == std::string::npos) {
-            return false;
-        }
-        line = unread.substr(0, end);
-        unread.erase(0, end + 1);
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        return true;
     }
 };
 
@@ -92,11 +75,10 @@ CCommandInput::CEvent CCommandInput::Next() {
     while (true) {
         {
             const std::lock_guard<std::mutex> lock(reading.mutex);
-            std::string line;
-            if (reading.TakeLine(line)) {
-                return {Kind::Line, line};
+            if (const auto line = reading.lines.Take()) {
+                return {Kind::Line, *line};
             }
-            if (reading.ended && !state_->endReported) {
+            if (reading.lines.HasEnded() && !state_->endReported) {
                 state_->endReported = true;
                 return {Kind::EndOfInput, {}};
             }

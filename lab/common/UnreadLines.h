@@ -1,0 +1,29 @@
+// Cuts what has been read of a program's input into lines.
+//
+// A line ends with "\n" or "\r\n"; the last one of the input may lack its end.
+//
+// Threads: one at a time. Errors: none.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+
+namespace Kyr::Lab {
+
+class CUnreadLines {
+  public:
+    void Append(const char* bytes, std::size_t count);
+    /// Nothing will be appended any more: what is left is a line.
+    void End();
+    bool HasEnded() const { return ended_; }
+
+    /// The first line, without its end; nothing when it is not whole yet.
+    std::optional<std::string> Take();
+
+  private:
+    std::string unread_;
+    bool ended_ = false;
+};
+
+}  // namespace Kyr::Lab
