@@ -205,6 +205,32 @@ TYPED_TEST(KelcommCommonNtTest, DataSizeIsReadAtEachRead) {
     EXPECT_EQ(0U, this->Read(11, 4));
 }
 
+TYPED_TEST(KelcommCommonNtTest, DataSizeIsReadForEachValue) {
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(12, &this->value_));
+    this->Put(kDataSizeAt, 15);
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(12, &this->value_));
+    this->Put(kDataSizeAt, 3);
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0, &this->value_));
+    EXPECT_EQ(0x0F0E0D0CU, this->value_);
+}
+
+TYPED_TEST(KelcommCommonNtTest, DataOffsetIsReadAtEachReadAndMayLieInTheHeader) {
+    EXPECT_EQ(0U, this->Read(0, 4));
+    this->Put(kDataOffsetAt, 41);
+    EXPECT_EQ(0U, this->Read(0, 4));
+    EXPECT_EQ(HexBytes("01 02 03 04"), this->read_);
+    this->Put(kDataOffsetAt, 8);
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(0, &this->value_));
+    EXPECT_EQ(0x436C654BU, this->value_);  // "KelC"
+}
+
+TYPED_TEST(KelcommCommonNtTest, EmptyDataAreaHasNothingToRead) {
+    this->Put(kDataSizeAt, 0);
+    EXPECT_EQ(0U, this->Read(0, 0));
+    EXPECT_EQ(1U, this->Read(0, 1));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0, &this->value_));
+}
+
 TYPED_TEST(KelcommCommonNtTest, DataSizeThatShrinksWhileTheMutexIsWaitedForCounts) {
     this->native_.onMutexWait = [this] { this->Put(kDataSizeAt, 15); };
     EXPECT_EQ(1U, this->Read(12, 4));

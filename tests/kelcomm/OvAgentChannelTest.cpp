@@ -121,6 +121,21 @@ TEST_F(OvAgentChannelTest, Value10IsTheServerPlugins) {
     EXPECT_EQ(channel_->GetBroadcast(10), 42);
 }
 
+TEST_F(OvAgentChannelTest, AfterTheFallBackValue10ComesFromTheLegacyClient) {
+    SetWord(20, 1);
+    SetModule(0, 0x1004000, 1);
+    SetWord(204, 42);
+    alpc_->standingPing.code = 1;
+    EXPECT_EQ(channel_->GetBroadcast(10), 42);
+    EXPECT_TRUE(alpc_->seenBroadcastOffsets.empty());
+}
+
+TEST_F(OvAgentChannelTest, MissingClientHasNoModules) {
+    channel_.emplace(nullptr, nullptr, clock_);
+    EXPECT_NE(BroadcastFailure(10), "nothing was thrown");  // the ping
+    EXPECT_EQ(BroadcastFailure(10), "CKelcommChannel: Get modules count broadcast failed");
+}
+
 TEST_F(OvAgentChannelTest, Value10WithoutThePluginIsMinus1AndNeverReadAgain) {
     EXPECT_EQ(channel_->GetBroadcast(10), -1);
     SetWord(20, 1);
@@ -185,6 +200,19 @@ TEST_F(OvAgentChannelTest, EachIndexHasAMemoryOfItsOwn) {
     SetWord(28, 1000);  // what index 0 showed
     EXPECT_TRUE(channel_->HasBroadcastChanged(1));
     EXPECT_FALSE(channel_->HasBroadcastChanged(0));
+}
+
+TEST_F(OvAgentChannelTest, LookAtAnUnknownValueFailsEveryTime) {
+    for (int look = 0; look < 2; ++look) {
+        EXPECT_EQ(ThrownText([this] { channel_->HasBroadcastChanged(11); }),
+                  "CKelcommChannel: Unknown broadcast was specified");
+    }
+}
+
+TEST_F(OvAgentChannelTest, ChangeBackToMinus1IsAChange) {
+    channel_->HasBroadcastChanged(0);
+    SetWord(24, 0xFFFFFFFF);
+    EXPECT_TRUE(channel_->HasBroadcastChanged(0));
 }
 
 TEST_F(OvAgentChannelTest, FailedLookPassesOnAndKeepsTheMemory) {

@@ -68,6 +68,19 @@ TEST_F(ServerBroadcastTest, NewTimestampReadsTheValueAgain) {
               (std::vector<std::uint32_t>{132, 120, 128, 124, 200}));
 }
 
+TEST_F(ServerBroadcastTest, TimestampOf0IsOneLikeAnyOther) {
+    SetModule(1, kServerPlugin, 0);
+    EXPECT_EQ(Read(), 77);
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 77); }), (std::vector<std::uint32_t>{132}));
+}
+
+TEST_F(ServerBroadcastTest, OlderTimestampIsANewOne) {
+    Read();
+    SetModule(1, kServerPlugin, 8);
+    SetWord(204, 78);
+    EXPECT_EQ(Read(), 78);
+}
+
 TEST_F(ServerBroadcastTest, MovedModuleIsFoundAgain) {
     Read();
     SetModule(1, 0x1001000, 10);
@@ -104,6 +117,14 @@ TEST_F(ServerBroadcastTest, ModuleThatVanishesIsMissedForGood) {
 
 TEST_F(ServerBroadcastTest, UserDataOf7BytesThrowAndDisable) {
     SetModule(1, kServerPlugin, 9, 200, 7);
+    EXPECT_EQ(ReadFailure(),
+              "CKelcommChannel: serverPluginSize size is smaller than requested size");
+    EXPECT_FALSE(broadcast_.IsAvailable());
+}
+
+TEST_F(ServerBroadcastTest, UserDataThatBecomeTooShortDisableTheKnownModule) {
+    Read();
+    SetModule(1, kServerPlugin, 10, 200, 0);
     EXPECT_EQ(ReadFailure(),
               "CKelcommChannel: serverPluginSize size is smaller than requested size");
     EXPECT_FALSE(broadcast_.IsAvailable());
@@ -156,9 +177,50 @@ TEST_F(ServerBroadcastTest, CountBeyondTheAreaEndsAtItsEdge) {
 }
 
 TEST_F(ServerBroadcastTest, TableAtTheEndOfTheNumbersDoesNotComeRound) {
-    SetWord(12, 0xFFFFFFFF);  // entry 1 would stand at 19
-    MakeUnreadable(0xFFFFFFFF);
+    SetWord(12, 0xFFFFFFF0);
+    alpc_->farBroadcastWords[0xFFFFFFF0] = 0x1001000;
+    SetWord(4, kServerPlugin);  // where entry 1 would stand in 32 bits
+    EXPECT_EQ(OffsetsOf([this] {
+                  EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get module id broadcast failed");
+              }),
+              (std::vector<std::uint32_t>{20, 12, 0xFFFFFFF0}));
+}
+
+TEST_F(ServerBroadcastTest, EntryAtTheEndOfTheNumbersDoesNotComeRound) {
+    SetWord(12, 0xFFFFFFF8);
+    alpc_->farBroadcastWords[0xFFFFFFF8] = kServerPlugin;
+    SetWord(4, 9);  // where its timestamp would stand in 32 bits
+    EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get user data timestamp broadcast failed");
+}
+
+TEST_F(ServerBroadcastTest, BlockBeyondTheAreaIsUnreadable) {
+    std::uint32_t timestamp = 9;
+    for (const std::uint32_t offset : {201U, 0x7FFFFFFFU, 0x80000000U, 0xFFFFFFFCU}) {
+        SetModule(1, kServerPlugin, timestamp++, offset);
+        EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get TSERVER_BROADCAST failed") << offset;
+    }
+}
+
+TEST_F(ServerBroadcastTest, TableThatShrinksWhileItIsSearchedEndsInAFailure) {
+    int words = 0;
+    alpc_->whileServing = [&] {
+        if (++words == 4) {  // the count, the table's offset and the first id have been read
+            alpc_->broadcastArea.resize(120);
+        }
+    };
     EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get module id broadcast failed");
+    EXPECT_TRUE(broadcast_.IsAvailable());
+}
+
+TEST_F(ServerBroadcastTest, BlockThatShrinksBehindItsCheckedSizeEndsInAFailure) {
+    int words = 0;
+    alpc_->whileServing = [&] {
+        if (++words == 8) {  // all but the block have been read
+            alpc_->broadcastArea.resize(207);
+        }
+    };
+    EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get TSERVER_BROADCAST failed");
+    EXPECT_TRUE(broadcast_.IsAvailable());
 }
 
 TEST_F(ServerBroadcastTest, UnreadableTimestampOfTheFoundModule) {
@@ -223,6 +285,20 @@ TEST_F(ServerBroadcastTest, AfterAFailedBlockTheOldValueHoldsUntilTheNextTimesta
     EXPECT_EQ(Read(), 77);  // the timestamp was seen before the block failed
     SetModule(1, kServerPlugin, 11);
     EXPECT_EQ(Read(), 78);
+}
+
+TEST_F(ServerBroadcastTest, UnreadableOffsetOfATableAt0KeepsTheKnownModule) {
+    SetWord(12, 0);
+    SetWord(20, 1);
+    SetWord(0, kServerPlugin);
+    SetWord(4, 8);
+    SetWord(8, 200);  // and the table's offset, 0, is the module's timestamp, too
+    EXPECT_EQ(Read(), 77);
+    MakeUnreadable(12);
+    EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get first module offset broadcast failed");
+    alpc_->unreadableBroadcastOffsets.clear();
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 77); }),
+              (std::vector<std::uint32_t>{12, 12, 12}));
 }
 
 TEST_F(ServerBroadcastTest, FirstModuleOffsetOf0IsReadAgain) {

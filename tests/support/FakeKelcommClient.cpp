@@ -127,6 +127,12 @@ std::uint32_t CFakeKelcommClient::ReadBroadcast(std::uint32_t offset, void* dest
 }
 
 std::uint32_t CFakeKelcommClient::ReadBroadcastValue(std::uint32_t offset, std::uint32_t* value) {
+    if (const auto far = script_->farBroadcastWords.find(offset);
+        far != script_->farBroadcastWords.end()) {
+        script_->seenBroadcastOffsets.push_back(offset);
+        *value = far->second;
+        return Kelcomm::kKelcommSuccess;
+    }
     unsigned char bytes[4];
     const std::uint32_t code = ReadBroadcast(offset, bytes, sizeof bytes);
     if (code == Kelcomm::kKelcommSuccess) {

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <map>
 #include <memory>
 #include <set>
 #include <string>
@@ -51,7 +52,8 @@ struct CKelcommScript {
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
     std::set<std::uint32_t> unreadableBroadcastOffsets;
-    std::function<void()> whileServing;  // called inside every exchange
+    std::map<std::uint32_t, std::uint32_t> farBroadcastWords;  // beyond the area, by offset
+    std::function<void()> whileServing;                        // called inside every exchange
 
     // What the product saw.
     std::vector<Request> seenPings;
