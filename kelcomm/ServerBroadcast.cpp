@@ -42,6 +42,9 @@ std::uint32_t ReadWord(IKelcommClient* client, std::uint64_t offset, const char*
 }  // namespace
 
 std::int32_t CServerBroadcast::Read(IKelcommClient* client) {
+    if (!available_) {
+        return kNoValue;  // since the caller asked; another one had the lock meanwhile
+    }
     if (moduleIndex_ >= 0 && IsUnchanged(client)) {
         return value_;
     }

@@ -21,7 +21,8 @@ class CServerBroadcast {
     /// False once the product was seen to have no usable plug-in; never true again.
     bool IsAvailable() const { return available_; }
 
-    /// The plug-in's value. REQUIRES: IsAvailable; `client` is used by nobody else meanwhile.
+    /// The plug-in's value; kNoValue, with nothing read, when IsAvailable is false.
+    /// REQUIRES: `client` is used by nobody else meanwhile.
     std::int32_t Read(IKelcommClient* client);
 
   private:

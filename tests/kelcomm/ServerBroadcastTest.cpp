@@ -102,6 +102,13 @@ TEST_F(ServerBroadcastTest, TableWithoutTheModuleIsNeverReadAgain) {
     EXPECT_FALSE(broadcast_.IsAvailable());
 }
 
+TEST_F(ServerBroadcastTest, ReadOfALostValueTouchesNothing) {
+    SetModule(1, 0x1005000, 9);
+    Read();
+    SetModule(1, kServerPlugin, 10);
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), -1); }), std::vector<std::uint32_t>());
+}
+
 TEST_F(ServerBroadcastTest, EmptyTableHasNoModule) {
     SetWord(20, 0);
     EXPECT_EQ(Read(), -1);
