@@ -1,6 +1,6 @@
 // Starts a program whose input and output we hold; the way to start one differs between systems.
 //
-// Threads: one owner of the streams; starts are made one after the other. Errors: by `error`.
+// Threads: any may start one; the streams have one owner. Errors: by `error`.
 #pragma once
 
 #include <string>
