@@ -8,6 +8,7 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/LineProtocol.h"
 #include "lab/crashtest/CrashTest.h"
+#include "lab/runner/WorkFolder.h"
 
 namespace {
 
@@ -20,7 +21,7 @@ constexpr int kSomethingWrong = 1;
 constexpr int kBadCommandLine = 2;
 
 constexpr char kUsage[] =
-    "usage: crashtest --programs=DIR --library=FILE --work=DIR [--seed=N] [--kills=N]\n"
+    "usage: crashtest --programs=DIR --library=FILE [--work=DIR] [--seed=N] [--kills=N]\n"
     "                 [--both-kills=N] [--agent-kills=N] [--host-option=OPTION]...\n";
 
 void TakeCount(CArguments& arguments, const char* name, int& count) {
@@ -42,13 +43,14 @@ CCrashPlan ReadPlan(CArguments& arguments) {
     plan.programs.folder = Needed(arguments, "programs");
     plan.programs.library = Needed(arguments, "library");
     plan.programs.hostOptions = arguments.TakeValues("host-option");
-    plan.work = Needed(arguments, "work");
+    const auto work = arguments.TakeValue("work");
     const auto seed = arguments.TakeValue("seed");
     plan.seed = seed ? ParseNumber(*seed) : std::random_device()();
     TakeCount(arguments, "kills", plan.randomKills);
     TakeCount(arguments, "both-kills", plan.bothKills);
     TakeCount(arguments, "agent-kills", plan.agentKills);
     arguments.Finish();
+    plan.work = work ? *work : Runner::NewWorkFolder();
     return plan;
 }
 
@@ -87,7 +89,7 @@ int main(int argc, char** argv) {
         std::cerr << "crashtest: " << problem.what() << '\n' << kUsage;
         return kBadCommandLine;
     }
-    std::cout << "Seed " << plan.seed << std::endl;
+    std::cout << "Seed " << plan.seed << ", databases and logs in " << plan.work << std::endl;
     const CCrashReport report = Run(plan);
     Print(report);
     return report.problems.empty() ? kNothingLost : kSomethingWrong;

@@ -1,7 +1,6 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
 #include <csignal>
-#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -15,6 +14,7 @@
 #include "lab/runner/Runner.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
+#include "lab/runner/WorkFolder.h"
 
 namespace {
 
@@ -31,16 +31,6 @@ std::string ReadFile(const std::string& path) {
         throw std::runtime_error("cannot read " + path);
     }
     return {std::istreambuf_iterator<char>(file), {}};
-}
-
-/// A new folder below the one that KYR_LAB_FOLDER names, or else among the temporary ones.
-std::string NewWorkFolder() {
-    const char* const parent = std::getenv("KYR_LAB_FOLDER");
-    const auto folder = (parent != nullptr ? boost::filesystem::path(parent)
-                                           : boost::filesystem::temp_directory_path()) /
-                        boost::filesystem::unique_path("kyr-lab-%%%%%%%%");
-    boost::filesystem::create_directories(folder);
-    return folder.string();
 }
 
 int Run(int argc, char** argv) {
