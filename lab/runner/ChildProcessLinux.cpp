@@ -1,4 +1,5 @@
 #include <array>
+#include <mutex>
 
 #include <boost/process/args.hpp>
 #include <boost/process/env.hpp>
@@ -20,11 +21,15 @@ struct CStandardHandles : process::extend::handler, process::extend::uses_handle
     static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
 };
 
+/// Boost.Process 1.81 gathers the handles to keep in one place for the whole process.
+std::mutex oneAtATime;
+
 }  // namespace
 
 process::child StartChild(const std::string& program, const std::vector<std::string>& arguments,
                           const process::environment& environment, process::opstream& input,
                           process::ipstream& output, std::error_code& error) {
+    const std::lock_guard<std::mutex> lock(oneAtATime);
     return process::child(program, process::args(arguments), environment,
                           process::std_in<input, process::std_out> output, CStandardHandles(),
                           process::limit_handles, error);

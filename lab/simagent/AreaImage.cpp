@@ -3,6 +3,8 @@
 #include <algorithm>
 #include <iterator>
 
+#include <boost/atomic/atomic_ref.hpp>
+
 namespace Kyr::Lab::SimAgent {
 
 namespace {
@@ -16,6 +18,11 @@ constexpr std::uint32_t kUserData = 200;
 constexpr std::uint32_t kUserDataLength = 8;
 
 constexpr std::uint32_t kServerPlugIn = 0x1004000;
+/// A word that other threads, and readers in other processes, may meet at any time.
+boost::atomic_ref<std::uint32_t> Word(std::uint8_t* at) {
+    return boost::atomic_ref<std::uint32_t>(*reinterpret_cast<std::uint32_t*>(at));
+}
+
 constexpr std::uint32_t kModuleIds[] = {0x1001000, kServerPlugIn, 0x1002000};
 
 constexpr std::size_t kValuePlaces[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
@@ -85,11 +92,11 @@ void CAreaImage::MovePlugIn(std::uint32_t position) {
 }
 
 std::uint32_t CAreaImage::ReadWord(std::size_t offset) const {
-    return *reinterpret_cast<const volatile std::uint32_t*>(bytes_ + offset);
+    return Word(bytes_ + offset).load(boost::memory_order_relaxed);
 }
 
 void CAreaImage::WriteWord(std::size_t offset, std::uint32_t value) {
-    *reinterpret_cast<volatile std::uint32_t*>(bytes_ + offset) = value;
+    Word(bytes_ + offset).store(value, boost::memory_order_relaxed);
 }
 
 std::size_t CAreaImage::PlaceOf(AreaField field) const {
