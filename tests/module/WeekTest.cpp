@@ -1,0 +1,192 @@
+// A week of the whole module, which nothing disturbs: what it says and asks for is counted, and
+// the counts are worked out by hand. Time moves when the watch sleeps, so that it takes a moment.
+#include <array>
+#include <atomic>
+#include <map>
+
+#include "tests/module/OvModuleFixture.h"
+
+namespace Kyr::Connectors::OvAgentConnector {
+namespace {
+
+using Kyr::Test::Await;
+using Kyr::Test::CKelcommScript;
+using Kyr::Test::KelcommReply;
+using ::testing::Each;
+using ::testing::Not;
+using ::testing::StartsWith;
+
+// The watch looks every five seconds: 720 times an hour, 24 hours a day, seven days.
+constexpr std::uint64_t kLooksPerHour = 720;
+constexpr std::uint64_t kHours = 168;
+constexpr std::uint64_t kLooks = 120960;
+
+// In this hour the policy wants records and actions.
+constexpr std::uint64_t kHourOfRecords = 31;
+
+/// Only the watch sleeps here, since nothing fails. Its sleep moves the time and returns at once,
+/// until the week is over; then it lasts until it is interrupted.
+class CWeekClock final : public Base::IClock {
+  public:
+    std::int64_t CalendarTime() const override {
+        return 1700000000 + 5 * static_cast<std::int64_t>(look_);
+    }
+    void SleepFor(std::chrono::milliseconds duration) override {
+        EXPECT_EQ(duration, std::chrono::seconds(5));
+        if (look_ == kLooks - 1) {
+            over_ = true;
+            boost::this_thread::sleep_for(boost::chrono::hours(1));
+            return;
+        }
+        ++look_;
+        if (beforeLook) {
+            beforeLook(look_ + 1);
+        }
+    }
+    void Wait(boost::condition_variable& condition,
+              boost::unique_lock<boost::mutex>& lock) override {
+        condition.wait(lock);
+    }
+    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+                 std::chrono::milliseconds) override {
+        condition.wait(lock);
+        return true;
+    }
+
+    bool IsOver() const { return over_; }
+
+    std::function<void(std::uint64_t look)> beforeLook;  // the first look is number 1
+
+  private:
+    std::atomic<std::uint64_t> look_{0};  // how many are over
+    std::atomic<bool> over_{false};
+};
+
+bool IsHalfPast(std::uint64_t look) {
+    return look % kLooksPerHour == kLooksPerHour / 2;
+}
+
+std::uint64_t HourOf(std::uint64_t look) {
+    return (look - 1) / kLooksPerHour + 1;
+}
+
+class WeekTest : public OvModuleFixture {
+  protected:
+    WeekTest() {
+        module_ = std::make_unique<CTestedModule>(WeekSystem());
+        host_.bus->SetDelivering(true);
+        week_->beforeLook = [this](std::uint64_t look) { Happen(look); };
+        AnswerInOrder();
+    }
+    ~WeekTest() override {
+        if (module_) {
+            module_->Stop(true);
+            module_.reset();
+        }
+    }
+
+    CModuleSystem WeekSystem() {
+        CModuleSystem system = System();
+        system.clock = week_;
+        system.makeChannel = [this] {
+            return boost::make_shared<COvAgentChannel>(
+                std::make_unique<Kyr::Test::CFakeKelcommClient>(alpc_),
+                std::make_unique<Kyr::Test::CFakeKelcommClient>(lpc_), week_);
+        };
+        return system;
+    }
+
+    /// The product changes its status every sixth hour and has results every twenty-fourth, half an
+    /// hour before the resend.
+    void Happen(std::uint64_t look) {
+        const std::uint64_t hour = HourOf(look);
+        if (IsHalfPast(look) && hour % 6 == 0) {
+            SetBroadcast(2, static_cast<std::int32_t>(hour));
+        }
+        if (IsHalfPast(look) && hour % 24 == 0) {
+            SetBroadcast(8, static_cast<std::int32_t>(hour));
+        }
+        if (look % kLooksPerHour == 1) {
+            const bool wanted = hour == kHourOfRecords;
+            host_.database->keyValues->SetValue("XDR_HOST", "host");
+            host_.database->keyValues->SetValue("XDR_ENABLED", wanted ? "1" : "0");
+            host_.database->keyValues->SetValue("OV_REMEDIATION_ENABLED", wanted ? "1" : "0");
+        }
+    }
+
+    /// The answers to the module's requests in the order in which it must come to them: with
+    /// another order the status would find no status, and that would be an error in the log.
+    void AnswerInOrder() {
+        alpc_->requests.push_back({0, KelcommReply(0, 0)});  // to the agent's identifier
+        for (std::uint64_t hour = 1; hour <= kHours; ++hour) {
+            if (hour % 6 == 0) {
+                AnswerStatus();
+            }
+            if (hour % 24 == 0) {
+                AnswerNothing(1);
+            }
+            const std::uint64_t kinds = hour == kHourOfRecords ? 3 : 0;
+            AnswerNothing(kinds * (kLooksPerHour - 1));
+            AnswerStatus();
+            AnswerNothing(1 + kinds);
+        }
+    }
+    void AnswerStatus() {
+        const std::string text = "<TULK><SECTION><STATUS></STATUS></SECTION></TULK>";
+        alpc_->requests.push_back({0, KelcommReply(0, static_cast<std::uint32_t>(text.size()),
+                                                   {text.begin(), text.end()})});
+    }
+    void AnswerNothing(std::uint64_t count) {
+        alpc_->requests.insert(alpc_->requests.end(), count, {0, KelcommReply(0, 0)});
+    }
+
+    template <typename Value>
+    static std::map<Value, int> Counted(const std::vector<Value>& values) {
+        std::map<Value, int> counts;
+        for (const Value& value : values) {
+            ++counts[value];
+        }
+        return counts;
+    }
+
+    const boost::shared_ptr<CWeekClock> week_ = boost::make_shared<CWeekClock>();
+};
+
+TEST_F(WeekTest, QuietWeekIsPingedAskedAndReportedAsOftenAsItShouldBe) {
+    Initialize();
+    module_->Start();
+    while (!week_->IsOver()) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+    }
+    ASSERT_TRUE(Await([this] { return module_->Stop(false); }));
+
+    // One for the connection, one a look.
+    EXPECT_EQ(alpc_->seenPings.size(), 120961u);
+    EXPECT_TRUE(lpc_->seenPings.empty());
+    EXPECT_FALSE(alpc_->overlapped);
+
+    // Status: 168 hours, 28 changes. Results: 168 hours, 7 announcements. Each kind of record: the
+    // 720 looks of one hour.
+    const std::map<int, int> kinds{{0, 196}, {2, 175}, {3, 720}, {4, 720}, {5, 720}};
+    EXPECT_EQ(Counted(PublishedKinds()), kinds);
+    const std::map<std::uint32_t, int> commands{{0x9A, 1},         {0x21, 196},
+                                                {0x70, 175},       {0x00100000, 720},
+                                                {0x00100001, 720}, {0x00100002, 720}};
+    EXPECT_EQ(Counted(InnerCommands()), commands);
+    EXPECT_TRUE(alpc_->requests.empty());
+
+    const Strings lines = host_.log->Lines();
+    std::map<std::string, int> counts = Counted(lines);
+    EXPECT_EQ(counts["2 Regular resending of all requests"], 168);
+    EXPECT_EQ(counts["2 Received broadcast 2"], 28);
+    EXPECT_EQ(counts["2 Received broadcast 8"], 7);
+    EXPECT_EQ(counts["2 Publishing request 0"], 28);
+    EXPECT_EQ(counts["2 Publishing request 2"], 7);
+    EXPECT_EQ(counts["2 Protection status log deserialized and published"], 196);
+    EXPECT_EQ(counts["2 Connected to product, processing tasks"], 1);
+    EXPECT_THAT(lines, Each(Not(StartsWith("3 "))));
+    EXPECT_THAT(lines, Each(Not(StartsWith("4 "))));
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::OvAgentConnector
