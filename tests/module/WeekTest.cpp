@@ -10,7 +10,6 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 using Kyr::Test::Await;
-using Kyr::Test::CKelcommScript;
 using Kyr::Test::KelcommReply;
 using ::testing::Each;
 using ::testing::Not;
