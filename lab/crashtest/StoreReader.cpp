@@ -25,6 +25,7 @@ const CKind kKinds[3] = {
 };
 
 std::vector<std::uint64_t> CStoreReader::NewNumbers(const CKind& kind) {
+    const CDatabase tables(path_);  // a host that was killed early had not made them yet
     CSqliteConnection connection(path_);
     CSqliteStatement select(connection, kind.query);
     std::string& lastRow = lastRows_.try_emplace(kind.name, "0").first->second;

@@ -1,0 +1,20 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "lab/crashtest/StoreReader.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Kyr::Lab::CrashTest {
+namespace {
+
+TEST(StoreReaderTest, HostKilledBeforeItMadeItsTablesHasStoredNothing) {
+    const Kyr::Test::CTemporaryFolder folder;
+    CStoreReader reader(folder.File("host.db"));
+    for (const CKind& kind : kKinds) {
+        EXPECT_THAT(reader.NewNumbers(kind), testing::IsEmpty()) << kind.name;
+        EXPECT_EQ(reader.Offset(kind), 0U) << kind.name;
+    }
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::CrashTest
