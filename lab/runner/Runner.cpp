@@ -260,14 +260,14 @@ void CRunner::Do(const QuitStatement& quit) {
     if (*code != 0) {
         throw CFailedExpectation("the " + quit.actor + " ended with code " + std::to_string(*code));
     }
-    screen_.Passed("the " + quit.actor + " ended in good order");
+    screen_.Passed("the " + ShownName(quit.actor) + " ended in good order");
 }
 
 void CRunner::Do(const GoneStatement& gone) {
     if (!Find(gone.actor).AwaitEnd(gone.within)) {
         throw CFailedExpectation("the " + gone.actor + " is still there");
     }
-    screen_.Passed("the " + gone.actor + " is gone");
+    screen_.Passed("the " + ShownName(gone.actor) + " is gone");
 }
 
 void CRunner::Do(const CommandStatement& command) {

@@ -76,8 +76,11 @@ int Run(int argc, char** argv) {
     }
     screen.Table(results);
     screen.Show(figures);
-    std::cout << "\nhost.db, host.log and transcript.txt of each scenario are left in "
-              << paths.work << std::endl;
+    const auto left =
+        boost::filesystem::path(paths.work) /
+        (files.size() == 1 ? boost::filesystem::path(files.front()).stem().string() : "<scenario>");
+    std::cout << "\nThe host's database and log and the transcript are left in " << left.string()
+              << std::endl;
     return passed ? 0 : 1;
 }
 
