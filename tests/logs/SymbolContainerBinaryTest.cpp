@@ -1,4 +1,5 @@
 #include <ios>
+#include <vector>
 
 #include "logs/SymbolTime.h"
 #include "tests/logs/SymbolFixture.h"
@@ -177,6 +178,12 @@ TEST_F(SymbolContainerBinaryTest, EveryTruncationIsAStreamFailure) {
 
 TEST_F(SymbolContainerBinaryTest, HugeCountIsAStreamFailure) {
     EXPECT_THROW(Read("FF FF FF FF  01 00 00 00"), std::ios_base::failure);
+}
+
+TEST(AllocationWatchTest, LargestAllocationIsSeen) {
+    const Kyr::Test::CAllocationWatch watch;
+    const std::vector<char> bytes(5000);
+    EXPECT_GE(watch.Largest(), bytes.size());
 }
 
 TEST_F(SymbolContainerBinaryTest, HugeCountAllocatesNothing) {

@@ -1,5 +1,5 @@
 // The largest single allocation of a stretch of code, for tests of what numbers from outside make a
-// decoder reserve. A program that links it has its `operator new` replaced.
+// decoder reserve. A program that links it has its `operator new` replaced, unless a sanitizer did.
 //
 // Threads: any; allocations of all of them are seen.
 #pragma once
