@@ -416,6 +416,9 @@ TEST_F(KelcommAlpcClientDeathTest, DestructionWithAnOpenPortEndsTheProcess) {
 // ---- threads ----
 
 TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
+    // Connecting would wait for a request in flight.
+    QueueReply(Reply(0, 0, {}));
+    ASSERT_EQ(0U, Ping());
     std::atomic<int> inFlight{0};
     native_.defaultAnswer.status = 0;
     native_.defaultAnswer.reply = Reply(0, 0, {});
@@ -428,7 +431,7 @@ TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
     std::thread other([this] { EXPECT_EQ(0U, Ping()); });
     EXPECT_EQ(0U, Ping());
     other.join();
-    EXPECT_EQ(2U, native_.requests.size());
+    EXPECT_EQ(3U, native_.requests.size());
     EXPECT_EQ(1U, native_.connections.size());
 }
 
