@@ -185,6 +185,7 @@ void COvAgentConnectorModule::EndPeriodicThread() {
 
 void COvAgentConnectorModule::PeriodicThread(std::optional<std::int64_t> productBuild) {
     try {
+        const boost::unique_lock<boost::mutex> lock(watchMutex_);
         CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild)
             .Run();
     } catch (...) {

@@ -82,6 +82,9 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     // Interrupt may be called by a host's thread and by the processing thread at once.
     boost::mutex periodicThreadMutex_;
     std::unique_ptr<boost::thread> periodicThread_;  // guarded by periodicThreadMutex_
+    // Held by a watch while it runs: the one of an earlier connection may still be about to end
+    // behind a request or a host's bus that takes its time.
+    boost::mutex watchMutex_;
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

@@ -12,6 +12,7 @@ using Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPi
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 /// A place in another thread's work where that thread waits until the test lets it go on.
 class CStage {
@@ -225,6 +226,29 @@ TEST_F(ModuleStagesTest, SecondStartHasNoSecondConnection) {
     module_->Start();
     EXPECT_TRUE(AwaitWatchAsleep());
     EXPECT_THAT(InnerCommands(), ElementsAre(0x9A));
+}
+
+TEST_F(ModuleStagesTest, WatchOfANewConnectionWaitsForTheEndOfTheOneBefore) {
+    StartAndConnect();
+    alpc_->pings = {{1, {}}};
+    lpc_->pings = {{1, {}}};
+    alpc_->requests = {{1, {}}};
+    host_.bus->OnPublish([this](const auto&) { stage_.Pass(); });
+    clock_->Advance(std::chrono::seconds(5));
+    stage_.AwaitReached();  // the watch, which asks for a reconnection
+    auto interrupted = std::async(std::launch::async, [this] { module_->Interrupt(); });
+    EXPECT_EQ(interrupted.wait_for(kMoment), std::future_status::timeout);
+
+    host_.bus->Deliver(boost::make_shared<CKillProcessByPid>());
+    ASSERT_TRUE(clock_->AwaitSleepers(1));  // the failed task, until the reconnection
+    clock_->Advance(std::chrono::seconds(10));
+    ASSERT_TRUE(clock_->AwaitWaiters(1));  // connected, and the task done
+    boost::this_thread::sleep_for(boost::chrono::milliseconds(kMoment.count()));
+    EXPECT_THAT(clock_->Sleeps(), SizeIs(2));  // of the first watch, and of the failed task
+
+    stage_.Release();
+    interrupted.get();
+    EXPECT_TRUE(Kyr::Test::Await([&] { return clock_->Sleeps().size() == 3; }));
 }
 
 TEST_F(ModuleStagesTest, ModuleThatWasStoppedByForceConnectsAndWatchesAgain) {
