@@ -1,3 +1,5 @@
+#include <locale>
+
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
@@ -153,6 +155,32 @@ TEST_F(EncryptionStorageStatusResponseTest, AnyOtherTextIsFalse) {
     }
 }
 
+/// While it lives, the process's locale takes j for a small Y.
+class CLocaleWithASmallY {
+  public:
+    CLocaleWithASmallY()
+        : previous_(std::locale::global({std::locale::classic(), new UpperCase})) {}
+    ~CLocaleWithASmallY() { std::locale::global(previous_); }
+    CLocaleWithASmallY(const CLocaleWithASmallY&) = delete;
+    CLocaleWithASmallY& operator=(const CLocaleWithASmallY&) = delete;
+
+  private:
+    struct UpperCase : std::ctype<char> {
+        char do_toupper(char c) const override {
+            return c == 'j' ? 'Y' : std::ctype<char>::do_toupper(c);
+        }
+    };
+
+    const std::locale previous_;
+};
+
+TEST_F(EncryptionStorageStatusResponseTest, UpperCaseOfAFlagIsThatOfTheProcessesLocale) {
+    EXPECT_FALSE(ReadTpm("jes"));
+    const CLocaleWithASmallY locale;
+    EXPECT_TRUE(ReadTpm("jes"));
+    EXPECT_TRUE(ReadTpm("true"));
+}
+
 TEST_F(EncryptionStorageStatusResponseTest, FlagsOfDisksAndPartitionsAreReadTheSameWay) {
     const auto& disk = Read(
                            "<DISK DEVICE_ID='' OPAL_SUPPORT='on' OPAL_USED='YES' "
@@ -169,6 +197,14 @@ TEST_F(EncryptionStorageStatusResponseTest, EmptyGuidIsAllZeros) {
     const auto& partition =
         ReadPartition(PartitionWith("6f9619ff-8b86-4d01-b42d-00cf4fc964ff", ""));
     EXPECT_EQ(partition.guid.uuid(), "00000000-0000-0000-0000-000000000000");
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, GuidThatIsNoUuidIsKeptAsItStands) {
+    for (const char* text : {"{6F9619FF-8B86-4D01-B42D-00CF4FC964FF}", "part 1", "0", " "}) {
+        const auto& partition =
+            ReadPartition(PartitionWith("6f9619ff-8b86-4d01-b42d-00cf4fc964ff", text));
+        EXPECT_EQ(partition.guid.uuid(), text);
+    }
 }
 
 TEST_F(EncryptionStorageStatusResponseTest, NumbersReachTheTypesLimits) {
@@ -247,6 +283,15 @@ TEST_F(EncryptionStorageStatusResponseTest, ReplyWithoutAPayloadLeavesTheHeldTex
     response_.Deserialize(TextReply(text));
     response_.Deserialize(EmptyReply());
     EXPECT_EQ(response_.GetRawContent(), text);
+}
+
+TEST_F(EncryptionStorageStatusResponseTest, ReplyWithoutAPayloadReadsTheHeldTextAgain) {
+    Read("<SYSTEM TPM_USED='1' WORKSTATION_ID='w'/>" + std::string(kDisk) + "</DISK>");
+    response_.Deserialize(EmptyReply());
+    const auto& status = response_.GetRecords();
+    EXPECT_EQ(status.workstationId, "w");
+    ASSERT_EQ(status.disks.size(), 2u);  // as behind any second reply
+    EXPECT_EQ(status.disks[1].deviceId, "disk0");
 }
 
 TEST_F(EncryptionStorageStatusResponseTest, MissingResponseThrowsBadPath) {

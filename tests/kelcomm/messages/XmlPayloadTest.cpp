@@ -4,6 +4,7 @@
 
 #include "kelcomm/messages/XmlPayload.h"
 #include "tests/support/GroupingLocale.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
@@ -11,6 +12,7 @@ namespace {
 using boost::property_tree::ptree_bad_path;
 using boost::property_tree::xml_parser_error;
 using Test::CGroupingLocale;
+using Test::ThrownText;
 
 /// `count` elements inside each other.
 std::string Nested(int count) {
@@ -98,7 +100,8 @@ TEST(XmlPayloadTest, NestingOf256ElementsIsParsed) {
 }
 
 TEST(XmlPayloadTest, NestingOf257ElementsIsRefusedLikeMalformedText) {
-    EXPECT_THROW(ParseXml(Nested(257)), xml_parser_error);
+    EXPECT_EQ(ThrownText<xml_parser_error>([] { ParseXml(Nested(257)); }),
+              "<unspecified file>: elements nest too deep");
 }
 
 TEST(XmlPayloadTest, NestingThatWouldUseUpTheStackIsRefused) {
