@@ -266,6 +266,20 @@ TEST_F(ServerBroadcastTest, UnreadableModuleIdOfTheCachedModule) {
     EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get module id broadcast failed");
 }
 
+TEST_F(ServerBroadcastTest, AfterAnUnreadableModuleIdTheOldValueHoldsUntilTheNextTimestamp) {
+    Read();
+    SetModule(1, kServerPlugin, 10);
+    SetWord(204, 78);
+    MakeUnreadable(120);
+    EXPECT_NE(ReadFailure(), kNothing);
+    alpc_->unreadableBroadcastOffsets.clear();
+    // The module is still known, and its timestamp was seen before its id failed.
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 77); }), (std::vector<std::uint32_t>{132}));
+    SetModule(1, kServerPlugin, 11);
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 78); }),
+              (std::vector<std::uint32_t>{132, 120, 128, 124, 200}));
+}
+
 TEST_F(ServerBroadcastTest, UnreadableUserDataOffset) {
     MakeUnreadable(128);
     EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get user data offset broadcast failed");
