@@ -308,6 +308,14 @@ TYPED_TEST(KelcommCommonNtTest, ValueOutsideTheDataAreaIsAnInvalidArgument) {
     EXPECT_EQ(0x0F0E0D0CU, this->value_);
 }
 
+TYPED_TEST(KelcommCommonNtTest, NegativeOffsetIsAnInvalidArgumentHoweverLargeTheDataAreaIs) {
+    this->Put(kDataSizeAt, 0xFFFFFFFF);
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0x80000000, &this->value_));
+    EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0xFFFFFFFB, &this->value_));
+    EXPECT_EQ(1U, this->client_->ReadBroadcastValue(0x7FFFFFFF, &this->value_));  // not mapped
+    EXPECT_EQ(0xEEEEEEEEU, this->value_);
+}
+
 }  // namespace
 
 }  // namespace Kyr::Test
