@@ -1,4 +1,7 @@
 // The broadcast area as both kinds of client read it.
+#include <chrono>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <memory>
 
@@ -314,6 +317,88 @@ TYPED_TEST(KelcommCommonNtTest, NegativeOffsetIsAnInvalidArgumentHoweverLargeThe
     EXPECT_EQ(10U, this->client_->ReadBroadcastValue(0xFFFFFFFB, &this->value_));
     EXPECT_EQ(1U, this->client_->ReadBroadcastValue(0x7FFFFFFF, &this->value_));  // not mapped
     EXPECT_EQ(0xEEEEEEEEU, this->value_);
+}
+
+// ---- several threads ----
+
+/// The scripted system, with an action inside the calls that a client makes while it opens the area
+/// and while it gives the mutex back: in the midst of a read.
+class CSystemWithAction {
+  public:
+    explicit CSystemWithAction(const CNativeFunctions& system) : functions_(system) {
+        original = &system;
+        functions_.MapViewOfFile = &MapViewOfFile;
+        functions_.ReleaseMutex = &ReleaseMutex;
+    }
+    ~CSystemWithAction() { whileMapping = whileReleasing = nullptr; }
+    CSystemWithAction(const CSystemWithAction&) = delete;
+    CSystemWithAction& operator=(const CSystemWithAction&) = delete;
+
+    const CNativeFunctions& GetFunctions() const { return functions_; }
+
+    static inline std::function<void()> whileMapping;
+    static inline std::function<void()> whileReleasing;
+
+  private:
+    static void* KYR_NTAPI MapViewOfFile(NtApi::Handle section, std::uint32_t access,
+                                         std::uint32_t offsetHigh, std::uint32_t offsetLow,
+                                         std::size_t size) {
+        if (whileMapping) {
+            whileMapping();
+        }
+        return original->MapViewOfFile(section, access, offsetHigh, offsetLow, size);
+    }
+    static NtApi::Bool KYR_NTAPI ReleaseMutex(NtApi::Handle mutex) {
+        if (whileReleasing) {
+            whileReleasing();
+        }
+        return original->ReleaseMutex(mutex);
+    }
+
+    static inline const CNativeFunctions* original = nullptr;
+    CNativeFunctions functions_;
+};
+
+template <typename Client>
+class KelcommCommonNtThreadsTest : public KelcommCommonNtTest<Client> {
+  protected:
+    KelcommCommonNtThreadsTest() {
+        this->client_ = std::make_unique<Client>(system_.GetFunctions());
+        this->InitializeClient();
+    }
+
+    /// Closes the client on another thread, which is to find no way in where this is called.
+    void ExpectThatCloseWaits() {
+        closed_ = std::async(std::launch::async, [this] { this->client_->Close(); });
+        EXPECT_EQ(std::future_status::timeout, closed_.wait_for(std::chrono::milliseconds(50)));
+    }
+
+    CSystemWithAction system_{this->native_.GetFunctions()};
+    std::future<void> closed_;
+};
+TYPED_TEST_SUITE(KelcommCommonNtThreadsTest, Clients, ClientNames);
+
+TYPED_TEST(KelcommCommonNtThreadsTest, CloseWaitsForAValueThatIsBeingRead) {
+    CSystemWithAction::whileMapping = [this] { this->ExpectThatCloseWaits(); };
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
+    EXPECT_EQ(0x07060504U, this->value_);
+    this->closed_.get();
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtThreadsTest, CloseWaitsForAnAreaThatIsBeingOpened) {
+    CSystemWithAction::whileMapping = [this] { this->ExpectThatCloseWaits(); };
+    this->Read(4, 1);  // may find the area closed again
+    this->closed_.get();
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtThreadsTest, CloseWaitsForBytesThatAreBeingRead) {
+    CSystemWithAction::whileReleasing = [this] { this->ExpectThatCloseWaits(); };
+    EXPECT_EQ(0U, this->Read(4, 1));
+    EXPECT_EQ(HexBytes("04"), this->read_);
+    this->closed_.get();
+    EXPECT_EQ(0U, this->native_.CountLive());
 }
 
 }  // namespace
