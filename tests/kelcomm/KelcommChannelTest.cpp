@@ -1,5 +1,8 @@
+#include <chrono>
+#include <future>
 #include <optional>
 #include <thread>
+#include <utility>
 
 #include "kelcomm/KelcommChannel.h"
 #include "kelcomm/KelcommChannelBuffer.h"
@@ -39,6 +42,14 @@ class KelcommChannelTest : public Test::ChannelFixture {
     void Fail(std::uint32_t alpcCode, std::uint32_t lpcCode) {
         alpc_->standingRequest = {alpcCode, {}};
         lpc_->standingRequest = {lpcCode, {}};
+    }
+
+    /// The product publishes 77 as its values 3 and 10.
+    void PublishValues() {
+        SetWord(36, 77);
+        SetWord(20, 1);
+        SetModule(0, 0x1004000, 9);
+        SetWord(204, 77);
     }
 
     /// The capacities that the ALPC client was offered, in order.
@@ -448,6 +459,8 @@ TEST_F(KelcommChannelTest, MutexIsFreeAfterEveryFailure) {
 // Several threads.
 
 TEST_F(KelcommChannelTest, ClientsAreUsedByOneThreadAtATime) {
+    PublishValues();
+    Ping();
     alpc_->whileServing = [] { std::this_thread::yield(); };
     std::thread pinging([this] {
         for (int i = 0; i < 200; ++i) {
@@ -455,13 +468,40 @@ TEST_F(KelcommChannelTest, ClientsAreUsedByOneThreadAtATime) {
             channel_->Ping(errors);
         }
     });
+    std::thread reading([this] {
+        for (int i = 0; i < 200; ++i) {
+            channel_->GetBroadcast(3);
+            channel_->GetBroadcast(10);
+        }
+    });
     for (int i = 0; i < 200; ++i) {
         Send();
     }
     pinging.join();
+    reading.join();
     EXPECT_FALSE(alpc_->overlapped);
-    EXPECT_EQ(alpc_->seenPings.size(), 200u);
+    EXPECT_EQ(alpc_->seenPings.size(), 201u);
     EXPECT_EQ(alpc_->seenRequests.size(), 200u);
+    // Of the server plug-in's value all but the first read is its timestamp's only.
+    EXPECT_EQ(alpc_->seenBroadcastOffsets.size(), 406u);
+}
+
+TEST_F(KelcommChannelTest, BroadcastValuesWaitForAPingThatIsUnderWay) {
+    PublishValues();
+    Ping();
+    for (const std::int32_t index : {3, 10}) {
+        std::future<std::int32_t> value;
+        alpc_->whileServing = [&, first = true]() mutable {
+            if (!std::exchange(first, false)) {
+                return;
+            }
+            value = std::async(std::launch::async, [=] { return channel_->GetBroadcast(index); });
+            EXPECT_EQ(value.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+        };
+        Ping();
+        EXPECT_EQ(value.get(), 77);
+    }
+    EXPECT_FALSE(alpc_->overlapped);
 }
 
 }  // namespace
