@@ -67,6 +67,7 @@ function(kyr_add_test_suite name)
         # the time without.
         target_compile_options(${name} PRIVATE -O0)
     endif()
-    add_test(NAME ${name} COMMAND ${name} --gtest_brief=1)
+    # Every test is named as it begins, so that of a suite that hangs one sees where.
+    add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 120)
 endfunction()
