@@ -53,8 +53,13 @@ function(kyr_add_program name)
     kyr_configure_target(${name})
 endfunction()
 
+# The layer makes a suite's own directory in here, with the rights that it wants.
+set(KYR_RUN_DIRECTORIES "${CMAKE_BINARY_DIR}/run")
+file(MAKE_DIRECTORY "${KYR_RUN_DIRECTORIES}")
+
 # kyr_add_test_suite(<name> SOURCES <file>... [DEPENDS <target>...])
-# One program a folder under test, run as one test by CTest.
+# One program a folder under test, run as one test by CTest, in a name space of ports of its own: what serves or is left
+# on this computer changes nothing. Where a product's registration is a file (Linux), it belongs to that name space.
 function(kyr_add_test_suite name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     kyr_add_program(${name} SOURCES ${ARG_SOURCES} DEPENDS ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
@@ -69,5 +74,7 @@ function(kyr_add_test_suite name)
     endif()
     # Every test is named as it begins, so that of a suite that hangs one sees where.
     add_test(NAME ${name} COMMAND ${name})
-    set_tests_properties(${name} PROPERTIES TIMEOUT 120)
+    set_tests_properties(${name} PROPERTIES
+        TIMEOUT 120
+        ENVIRONMENT "KELCOMM_RUNTIME_DIR=${KYR_RUN_DIRECTORIES}/${name}")
 endfunction()
