@@ -100,6 +100,7 @@ TEST_F(CollectionCrashTest, NoStepOfARecordCollectionLosesARecord) {
         CrashAt(0);
         collect();
         EXPECT_EQ(keyValueStore->Text("XDR_OFFSET"), "3") << step;
+        ASSERT_GE(received.size(), 3u) << step;
         EXPECT_EQ(std::vector<std::string>(received.begin(), received.begin() + 3),
                   (std::vector<std::string>{"a", "b", "c"}))
             << step;
