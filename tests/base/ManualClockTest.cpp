@@ -87,6 +87,35 @@ TEST_F(AManualClock, SleeperSleepsUntilItsTimeHasCome) {
     EXPECT_FALSE(interrupted_);
 }
 
+TEST_F(AManualClock, SleeperWhoseTimeHasComeIsAwakeWhenAdvanceReturns) {
+    for (int round = 0; round < 200; ++round) {
+        SleepOnThread(seconds(10));
+        ASSERT_TRUE(clock_.AwaitSleepers(1));
+        clock_.Advance(seconds(10));
+        thread_.interrupt();  // meets no interruption point any more
+        thread_.join();
+        ASSERT_FALSE(interrupted_) << round;
+    }
+}
+
+TEST_F(AManualClock, AdvanceToNextSleepReturnsWhenTheWorkBetweenTwoSleepsIsDone) {
+    std::atomic<int> rounds{0};
+    OnThread([&] {
+        while (true) {
+            clock_.SleepFor(seconds(1));
+            boost::this_thread::yield();
+            ++rounds;
+        }
+    });
+    ASSERT_TRUE(clock_.AwaitSleepers(1));
+    for (int round = 1; round <= 200; ++round) {
+        ASSERT_TRUE(clock_.AdvanceToNextSleep(seconds(1)));
+        ASSERT_EQ(rounds, round);
+    }
+    thread_.interrupt();
+    thread_.join();
+}
+
 TEST_F(AManualClock, SleeperCanBeInterrupted) {
     SleepOnThread(seconds(10));
     ASSERT_TRUE(clock_.AwaitSleepers(1));

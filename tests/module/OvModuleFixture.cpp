@@ -47,10 +47,7 @@ void OvModuleFixture::StartAndConnect() {
 }
 
 void OvModuleFixture::WatchOnceMore() {
-    const std::size_t sleeps = clock_->Sleeps().size();
-    clock_->Advance(std::chrono::seconds(5));
-    ASSERT_TRUE(Kyr::Test::Await([&] { return clock_->Sleeps().size() > sleeps; }));
-    ASSERT_TRUE(AwaitWatchAsleep());
+    ASSERT_TRUE(clock_->AdvanceToNextSleep(std::chrono::seconds(5)));
 }
 
 void OvModuleFixture::SilenceProduct() {

@@ -28,18 +28,12 @@ class WatchLifeTest : public OvModuleFixture {
         alpc_->requests = {{1, {}}};
         host_.bus->Deliver(boost::make_shared<CKillProcessByPid>());
         ASSERT_TRUE(clock_->AwaitSleepers(2));
-        AdvanceUntilAsleep(std::chrono::seconds(2));
-        AdvanceUntilAsleep(std::chrono::seconds(5));
+        ASSERT_TRUE(clock_->AdvanceToNextSleep(std::chrono::seconds(2)));
+        ASSERT_TRUE(clock_->AdvanceToNextSleep(std::chrono::seconds(5)));
         clock_->Advance(std::chrono::seconds(3));
         ASSERT_TRUE(host_.log->AwaitText("Reconnecting to product"));
         ASSERT_TRUE(clock_->AwaitWaiters(1));
         ASSERT_TRUE(AwaitWatchAsleep());
-    }
-    void AdvanceUntilAsleep(std::chrono::seconds duration) {
-        const std::size_t sleeps = clock_->Sleeps().size();
-        clock_->Advance(duration);
-        ASSERT_TRUE(Await([&] { return clock_->Sleeps().size() > sleeps; }));
-        ASSERT_TRUE(clock_->AwaitSleepers(2));
     }
     /// Lets the watch meet a time that has no calendar date.
     void FailWatch() {

@@ -44,10 +44,10 @@ void CManualClock::SleepFor(Milliseconds duration) {
         WakeExpired(lock);
         return;
     }
-    ++sleepers_;
+    const auto self = sleepers_.insert(sleepers_.end(), deadline);
     changed_.notify_all();
-    const CLeave leave([this] {
-        --sleepers_;
+    const CLeave leave([this, self] {
+        sleepers_.erase(self);
         changed_.notify_all();
     });
     while (now_ < deadline) {
@@ -98,16 +98,30 @@ void CManualClock::Advance(Milliseconds duration) {
     WakeExpired(lock);
 }
 
+bool CManualClock::AdvanceToNextSleep(Milliseconds duration) {
+    const boost::this_thread::disable_interruption notInterruptible;
+    Lock lock(mutex_);
+    const std::size_t sleeps = sleeps_.size();
+    now_ += duration;
+    WakeExpired(lock);
+    return changed_.wait_for(lock, kPatience, [&] { return sleeps_.size() > sleeps; });
+}
+
+bool CManualClock::AnyExpired() const {
+    return std::any_of(sleepers_.begin(), sleepers_.end(),
+                       [this](Milliseconds deadline) { return deadline <= now_; }) ||
+           std::any_of(timedWaiters_.begin(), timedWaiters_.end(),
+                       [this](const TimedWaiter& waiter) { return waiter.deadline <= now_; });
+}
+
 // A waiter registers before it blocks on its own condition, so that one signal could come too
 // early: signal until every expired waiter has left.
 void CManualClock::WakeExpired(Lock& lock) {
     changed_.notify_all();
     const auto giveUp = boost::chrono::steady_clock::now() + kPatience;
-    const auto expired = [this](const TimedWaiter& waiter) { return waiter.deadline <= now_; };
-    while (std::any_of(timedWaiters_.begin(), timedWaiters_.end(), expired) &&
-           boost::chrono::steady_clock::now() < giveUp) {
+    while (AnyExpired() && boost::chrono::steady_clock::now() < giveUp) {
         for (const TimedWaiter& waiter : timedWaiters_) {
-            if (expired(waiter)) {
+            if (waiter.deadline <= now_) {
                 waiter.condition->notify_all();
             }
         }
@@ -131,7 +145,7 @@ bool CManualClock::Await(const std::function<bool()>& reached) {
 }
 
 bool CManualClock::AwaitSleepers(std::size_t count) {
-    return Await([this, count] { return sleepers_ == count; });
+    return Await([this, count] { return sleepers_.size() == count; });
 }
 
 bool CManualClock::AwaitWaiters(std::size_t count) {

@@ -32,9 +32,13 @@ class CManualClock final : public Base::IClock {
     bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
                  Milliseconds timeout) override;
 
-    /// Moves time and returns when every thread whose time has come is awake.
+    /// Moves time and returns when every thread whose time has come is awake: none of them is in
+    /// SleepFor or WaitFor any more.
     /// REQUIRES: the caller holds no mutex that a thread in WaitFor needs.
     void Advance(Milliseconds duration);
+    /// The same, and then waits until one of the threads has done its work and sleeps: until a
+    /// SleepFor has begun since time moved. False when none has within ten real seconds.
+    bool AdvanceToNextSleep(Milliseconds duration);
 
     /// From now on sleeps move the time themselves and return at once. Timed waits still wait for
     /// Advance.
@@ -62,6 +66,7 @@ class CManualClock final : public Base::IClock {
     };
 
     bool Await(const std::function<bool()>& reached);
+    bool AnyExpired() const;
     void WakeExpired(boost::unique_lock<boost::mutex>& lock);
 
     mutable boost::mutex mutex_;  // guards everything below
@@ -69,7 +74,7 @@ class CManualClock final : public Base::IClock {
     Milliseconds now_{0};
     std::int64_t startTime_ = kStartTime;
     bool automaticSleep_ = false;
-    std::size_t sleepers_ = 0;
+    std::list<Milliseconds> sleepers_;  // their deadlines
     std::size_t untimedWaiters_ = 0;
     std::list<TimedWaiter> timedWaiters_;
     std::vector<Milliseconds> sleeps_;

@@ -58,11 +58,7 @@ class LiveTelemetryTest : public ::testing::Test {
 
     /// Lets the telemetry look once, and returns what it saw.
     std::vector<std::string> Look() {
-        const std::size_t sleeps = clock_->Sleeps().size();
-        clock_->Advance(std::chrono::milliseconds(100));
-        while (clock_->Sleeps().size() == sleeps) {
-            boost::this_thread::yield();
-        }
+        EXPECT_TRUE(clock_->AdvanceToNextSleep(std::chrono::milliseconds(100)));
         return lines_.Take();
     }
 
