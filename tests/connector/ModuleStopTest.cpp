@@ -374,7 +374,10 @@ TEST_F(ModuleStopTest, RepliesAfterTheStopOnlyQueue) {
 
 TEST_F(ModuleStopTest, InterruptedHostThreadStillWaitsForTheThreads) {
     StartAndConnect();
-    boost::thread stopper([this] { EXPECT_TRUE(module->Stop(true)); });
+    boost::thread stopper([this] {
+        EXPECT_TRUE(Kyr::Test::AwaitInterruption());
+        EXPECT_TRUE(module->Stop(true));
+    });
     stopper.interrupt();
     stopper.join();
     EXPECT_TRUE(clock->AwaitWaiters(0));
