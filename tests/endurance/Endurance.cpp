@@ -23,6 +23,10 @@ constexpr int kHurry = 2000;
 constexpr std::uint64_t kTasksPerLife = 1000;
 constexpr std::size_t kMostUnfinished = 50;
 constexpr Milliseconds kStalled(200);
+/// A process rests that holds the same so many times in a row, ten milliseconds apart.
+constexpr int kReadingsAtRest = 10;
+/// For what holds more than before: perhaps it is only slow.
+constexpr Milliseconds kUntilAtRest(10000);
 
 /// The first part of a run fills caches, pools and lists of free memory.
 constexpr std::uint64_t kWarmUpPart = 5;
@@ -68,7 +72,7 @@ void CEndurance::RunCycles(std::uint64_t count) {
         }
         OneCycle();
     }
-    Compare("cycles", before, Rest());
+    Compare("cycles", before, RestUntilAs(before));
     const auto took = std::chrono::steady_clock::now() - start;
     std::cout << "cycles: " << count << " in "
               << std::chrono::duration_cast<std::chrono::seconds>(took).count() << " s; "
@@ -93,7 +97,7 @@ void CEndurance::RunTasks(std::uint64_t count) {
         OneLife(tasks);
         done += tasks;
     }
-    Compare("tasks", before, Rest());
+    Compare("tasks", before, RestUntilAs(before));
     const auto took = std::chrono::steady_clock::now() - start;
     const std::uint64_t lost = ledger_.Lost() - lostBefore;
     std::cout << "tasks: " << count << " in "
@@ -239,8 +243,24 @@ void CEndurance::Stop(Module& module, bool force) {
 
 CProcessFigures CEndurance::Rest() {
     product_.Restart();
-    Sleep(Milliseconds(50));
-    return ReadProcessFigures();
+    CProcessFigures figures = ReadProcessFigures();
+    for (int same = 0; same < kReadingsAtRest; ++same) {
+        Sleep(Milliseconds(10));
+        const CProcessFigures next = ReadProcessFigures();
+        same = next.Held() == figures.Held() ? same : -1;
+        figures = next;
+    }
+    return figures;
+}
+
+CProcessFigures CEndurance::RestUntilAs(const CProcessFigures& before) {
+    product_.Restart();
+    CProcessFigures figures;
+    AwaitFor(kUntilAtRest, [&] {
+        figures = ReadProcessFigures();
+        return figures.Held() == before.Held();
+    });
+    return figures;
 }
 
 void CEndurance::Compare(const char* what, const CProcessFigures& before,

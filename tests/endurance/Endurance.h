@@ -40,7 +40,11 @@ class CEndurance {
     void OneLife(std::uint64_t tasks);
     void AwaitFewer(CCountingHost& host, std::size_t unfinished);
     void Stop(Module& module, bool force);
+    /// What the process holds once that no longer changes: a thread that was joined is still
+    /// counted for a moment.
     CProcessFigures Rest();
+    /// What it holds as soon as that is as before, or after all the patience that we have.
+    CProcessFigures RestUntilAs(const CProcessFigures& before);
     void Compare(const char* what, const CProcessFigures& before, const CProcessFigures& after);
     void Tell(const std::string& problem);
 
