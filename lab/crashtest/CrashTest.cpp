@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <functional>
 #include <random>
+#include <stdexcept>
 
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/thread.hpp>
@@ -34,15 +35,22 @@ class CRounds {
         world_.StartAgent();
     }
 
-    /// The host dies at each step of a collection of each kind.
+    /// The host dies at each step of a collection of each kind. Some of the steps are between a
+    /// batch and its offset; where no kill met one, nothing was shown.
     void KillAtSteps(CCrashReport& report) {
         for (const char* step : kSteps) {
             for (int kind = 1; kind <= 3; ++kind) {
                 world_.Append(Number(1, kMostAppended));
                 world_.StartHost({"--die-at=" + (step + (":" + std::to_string(kind)))});
                 world_.Trigger(kTriggers);
-                world_.AwaitEndOfHost();
+                world_.AwaitKilledHost();
                 ++report.stepKills;
+            }
+        }
+        for (std::size_t i = 0; i < report.rows.size(); ++i) {
+            if (world_.Ledger(i).BatchesInFlight() == 0) {
+                throw std::runtime_error(std::string(kKinds[i].name) +
+                                         ": no kill at a step met a batch in flight");
             }
         }
     }

@@ -7,6 +7,8 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "lab/common/EndThisProcess.h"
+
 namespace Kyr::Lab::CrashTest {
 
 namespace {
@@ -22,6 +24,13 @@ std::string File(const std::string& folder, const std::string& name) {
 
 void Ignore(const std::string&, const CTimedLine&) {}
 
+/// What is left of a program that ended before its kill is no crash that was meant.
+void ExpectAlive(CActor& actor, const std::string& who) {
+    if (const auto end = actor.AwaitEnd(std::chrono::milliseconds(0))) {
+        throw std::runtime_error(who + " has ended by itself, with " + std::to_string(*end));
+    }
+}
+
 }  // namespace
 
 CWorld::CWorld(CPrograms programs, const std::string& folder, std::uint64_t batch)
@@ -36,17 +45,17 @@ CWorld::CWorld(CPrograms programs, const std::string& folder, std::uint64_t batc
     boost::filesystem::permissions(ports, boost::filesystem::owner_all);
 }
 
-std::unique_ptr<CActor> CWorld::Start(const std::string& program,
+std::unique_ptr<CActor> CWorld::Start(const std::string& name, const std::string& program,
                                       const std::vector<std::string>& arguments,
                                       CActor::Listener listener) const {
     return std::make_unique<CActor>(
-        program, File(programs_.folder, program + KYR_PROGRAM_SUFFIX), arguments,
+        name, program, arguments,
         CActor::Environment{{"KELCOMM_RUNTIME_DIR", File(folder_, "ports")}}, std::move(listener));
 }
 
 void CWorld::StartAgent() {
     agent_ =
-        Start("simagent", {"--records=" + File(folder_, "records")},
+        Start("simagent", programs_.agent, {"--records=" + File(folder_, "records")},
               [this](const std::string&, const CTimedLine& line) { handedOut_.Take(line.line); });
     answers_ = 0;
     if (!agent_->Find(
@@ -57,6 +66,7 @@ void CWorld::StartAgent() {
 }
 
 void CWorld::KillAgent() {
+    ExpectAlive(*agent_, "the product");
     agent_->Kill();
     agent_->AwaitEnd(kPatience);  // with its last event
     agent_.reset();
@@ -85,18 +95,32 @@ void CWorld::StartHost(const std::vector<std::string>& options) {
                                           "--log=" + File(folder_, "host.log")};
     arguments.insert(arguments.end(), programs_.hostOptions.begin(), programs_.hostOptions.end());
     arguments.insert(arguments.end(), options.begin(), options.end());
-    host_ = Start("devhost", arguments, Ignore);
+    host_ = Start("devhost", programs_.host, arguments, Ignore);
+}
+
+bool CWorld::HostLives() {
+    return !host_->AwaitEnd(std::chrono::milliseconds(0));
 }
 
 void CWorld::KillHost() {
+    ExpectAlive(*host_, "the host");
     host_->Kill();
-    AwaitEndOfHost();
+    host_->AwaitEnd(kPatience);
+    BuryHost();
 }
 
-void CWorld::AwaitEndOfHost() {
-    if (!host_->AwaitEnd(kPatience)) {
+void CWorld::AwaitKilledHost() {
+    const std::optional<int> end = host_->AwaitEnd(kPatience);
+    if (!end) {
         throw std::runtime_error("the host does not end");
     }
+    if (*end != kKilled) {
+        throw std::runtime_error("the host was not killed, it ended with " + std::to_string(*end));
+    }
+    BuryHost();
+}
+
+void CWorld::BuryHost() {
     host_.reset();
     CloseLife();
 }
@@ -119,6 +143,7 @@ void CWorld::Drain(std::chrono::seconds patience) {
         if (std::chrono::steady_clock::now() > end) {
             throw std::runtime_error("records are left with the product");
         }
+        ExpectAlive(*host_, "the host");
         Trigger(2);
         boost::this_thread::sleep_for(kPoll);
     } while (!isDrained());

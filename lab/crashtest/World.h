@@ -19,7 +19,8 @@
 namespace Kyr::Lab::CrashTest {
 
 struct CPrograms {
-    std::string folder;  // of simagent and devhost
+    std::string agent;  // simagent
+    std::string host;   // devhost
     std::string library;
     std::vector<std::string> hostOptions;
 };
@@ -31,19 +32,24 @@ class CWorld {
 
     /// Returns when the product serves.
     void StartAgent();
+    /// Errors: the product has ended before.
     void KillAgent();
 
     /// More records of each kind. REQUIRES: the agent runs.
     void Append(std::uint64_t count);
 
     void StartHost(const std::vector<std::string>& options = {});
+    /// False when the host has ended by itself.
+    bool HostLives();
+    /// Errors: the host has ended before; whatever ended it was not this kill.
     void KillHost();
-    /// Waits for a host that ends by itself.
-    void AwaitEndOfHost();
+    /// Waits for a host that was told to kill itself. Errors: it ends in any other way.
+    void AwaitKilledHost();
 
     /// Asks for every kind of records, that many times.
     void Trigger(int times);
-    /// Asks again and again until everything that was appended is stored and counted.
+    /// Asks again and again until everything that was appended is stored and counted. Errors: it
+    /// takes too long, or the host ends.
     void Drain(std::chrono::seconds patience);
     void QuitBoth();
 
@@ -55,10 +61,11 @@ class CWorld {
     std::uint64_t Appended() const { return appended_; }
 
   private:
-    std::unique_ptr<Runner::CActor> Start(const std::string& program,
+    std::unique_ptr<Runner::CActor> Start(const std::string& name, const std::string& program,
                                           const std::vector<std::string>& arguments,
                                           Runner::CActor::Listener listener) const;
     void Command(const std::string& line);
+    void BuryHost();
 
     const CPrograms programs_;
     const std::string folder_;

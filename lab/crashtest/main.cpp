@@ -5,6 +5,8 @@
 #include <iostream>
 #include <random>
 
+#include <boost/filesystem/path.hpp>
+
 #include "lab/common/Arguments.h"
 #include "lab/common/LineProtocol.h"
 #include "lab/crashtest/CrashTest.h"
@@ -40,7 +42,9 @@ std::string Needed(CArguments& arguments, const char* name) {
 
 CCrashPlan ReadPlan(CArguments& arguments) {
     CCrashPlan plan;
-    plan.programs.folder = Needed(arguments, "programs");
+    const boost::filesystem::path folder = Needed(arguments, "programs");
+    plan.programs.agent = (folder / ("simagent" KYR_PROGRAM_SUFFIX)).string();
+    plan.programs.host = (folder / ("devhost" KYR_PROGRAM_SUFFIX)).string();
     plan.programs.library = Needed(arguments, "library");
     plan.programs.hostOptions = arguments.TakeValues("host-option");
     const auto work = arguments.TakeValue("work");

@@ -1,9 +1,8 @@
 #include "lab/devhost/Host.h"
 
-#include <Poco/Process.h>
-
 #include <boost/make_shared.hpp>
 
+#include "lab/common/EndThisProcess.h"
 #include "lab/devhost/DataMiner.h"
 #include "lab/devhost/HostCommands.h"
 #include "lab/devhost/HostLog.h"
@@ -16,11 +15,6 @@ namespace Kyr::Lab::DevHost {
 namespace Kernel = Common::Kernel;
 
 namespace {
-
-/// Ends this process as a kill from outside would: nothing is cleaned up.
-void KillThisProcess() {
-    Poco::Process::kill(Poco::Process::id());
-}
 
 CModuleLoader::CHooks HooksFor(const CHostSettings& settings, const LineSink& events) {
     const auto tellMemory = [memory = settings.memory, events](const char* when) {
@@ -42,7 +36,7 @@ CModuleLoader::CHooks HooksFor(const CHostSettings& settings, const LineSink& ev
 CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile)
     : events_(events),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
-      steps_(settings.dieAt, KillThisProcess),
+      steps_(settings.dieAt, EndThisProcess),
       printer_(events),
       bus_(boost::make_shared<CBus>(printer_)),
       loader_(settings.libraryPath, HooksFor(settings, events)),

@@ -46,7 +46,9 @@ class CActor {
 
     /// Ends the process at once.
     void Kill();
-    /// Waits for the process to end and for its last event; empty when it lives on.
+    /// Waits for the process to end and for its last event; empty when it lives on. The number is
+    /// the exit code or, where signals end processes, the number of the signal that ended it. After
+    /// Kill it says nothing: the process may have ended before.
     std::optional<int> AwaitEnd(std::chrono::milliseconds patience);
 
   private:

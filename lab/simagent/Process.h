@@ -45,7 +45,4 @@ std::string OwnProgramFolder();
 
 std::uint64_t OwnProcessId();
 
-/// Ends this process at once, without any clean-up, as a crash would.
-[[noreturn]] void EndThisProcess();
-
 }  // namespace Kyr::Lab::SimAgent

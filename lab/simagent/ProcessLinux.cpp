@@ -1,6 +1,5 @@
 #include <cerrno>
 #include <csignal>
-#include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <poll.h>
@@ -166,11 +165,6 @@ std::string OwnProgramFolder() {
 
 std::uint64_t OwnProcessId() {
     return static_cast<std::uint64_t>(getpid());
-}
-
-void EndThisProcess() {
-    kill(getpid(), SIGKILL);
-    std::abort();  // not reached: the signal cannot be held off
 }
 
 }  // namespace Kyr::Lab::SimAgent

@@ -1,18 +1,16 @@
 #define WIN32_LEAN_AND_MEAN
 #define NOMINMAX
-#include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
 #include <system_error>
 #include <windows.h>
 
+#include "lab/common/EndThisProcess.h"
 #include "lab/simagent/Process.h"
 
 namespace Kyr::Lab::SimAgent {
 
 namespace {
-
-constexpr UINT kKilled = 9;  // the exit code of what we end
 
 class CWindowsProcess : public IProcess {
   public:
@@ -111,11 +109,6 @@ std::string OwnProgramFolder() {
 
 std::uint64_t OwnProcessId() {
     return GetCurrentProcessId();
-}
-
-void EndThisProcess() {
-    TerminateProcess(GetCurrentProcess(), kKilled);
-    std::abort();  // not reached
 }
 
 }  // namespace Kyr::Lab::SimAgent

@@ -6,6 +6,7 @@
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
+#include "lab/common/EndThisProcess.h"
 #include "lab/simagent/AlpcServer.h"
 #include "lab/simagent/LpcServer.h"
 #include "lab/simagent/Registration.h"
@@ -132,7 +133,7 @@ void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
         {XmlCommands(product), AgentUuidCommands(sink), StatusCommands(protection, results, sink),
          TransferCommands(configuration, sink), RecordCommands(records, sink)});
     CAgent agent(commands, options.misbehaviours, Kyr::Base::SystemClock(), sink,
-                 {options.wire, [] { EndThisProcess(); }});
+                 {options.wire, EndThisProcess});
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);
     CBroadcastArea area;

@@ -2,7 +2,7 @@
 
 #include <stdexcept>
 
-#include "lab/simagent/Process.h"
+#include "lab/common/EndThisProcess.h"
 
 namespace Kyr::Lab::SimAgent {
 
