@@ -6,14 +6,12 @@
 #include <set>
 #include <sstream>
 
+#include "lab/runner/NeutralRecords.h"
+#include "lab/runner/TranscriptStreams.h"
+
 namespace Kyr::Lab::Runner {
 
 namespace {
-
-// The kinds that tell of the library and of what the product was asked, in the order in which they
-// stand. Answers, connections, and the starts and ends of programs are the lab's.
-const std::vector<std::string> kKinds{"life",    "log",   "publish", "deliver", "symbols",
-                                      "request", "reply", "ping",    "did"};
 
 // Their values say nothing that another run would say again.
 const std::set<std::string> kCounters{"id", "client", "context"};
@@ -136,26 +134,15 @@ std::string Readable(const std::string& bytes) {
     return text;
 }
 
-bool IsPing(const CLine& line) {
-    const std::string* const command = line.Find("command");
-    return line.Kind() == "request" && command != nullptr && *command == "0";
-}
-
-/// A ping's reply carries no status, since it has no bytes.
-bool IsPingReply(const CLine& line) {
-    const std::string* const length = line.Find("length");
-    return line.Kind() == "reply" && length != nullptr && *length == "0";
-}
-
 std::string NextLine(std::istream& text) {
     std::string line;
     return std::getline(text, line) ? line : "(the end)";
 }
 
-/// What `process`, one of those that `actor` started, tells: a stream of one kind, or a line of it.
-std::string Told(const std::string& actor, int process, const std::string& what) {
+/// One of the processes that `actor` started, as it stands before what it tells.
+std::string Process(const std::string& actor, int number) {
     std::string text = actor;
-    return text.append(" ").append(std::to_string(process)).append(": ").append(what);
+    return text.append(" ").append(std::to_string(number)).append(": ");
 }
 
 /// A busy module is asked to stop again and again, as often as time passes.
@@ -175,31 +162,40 @@ void CNeutralTranscript::Event(const std::string& actor, const CLine& line) {
     if (IsRepeatedStop(line)) {
         return;
     }
-    const std::string kind = IsPing(line) || IsPingReply(line) ? "ping" : line.Kind();
     const std::lock_guard<std::mutex> lock(mutex_);
-    events_.emplace_back(Told(actor, processes_[actor], kind), line);
+    events_.push_back({Process(actor, processes_[actor]), line});
 }
 
 void CNeutralTranscript::Name(const std::string& key, const std::string& value,
                               const std::string& name) {
     if (kOfThisRun.count(key) != 0) {
-        names_.emplace_back(value, "$" + name);
+        const std::lock_guard<std::mutex> lock(mutex_);
+        names_.push_back({value, "$" + name, events_.size()});
     }
 }
 
 std::string CNeutralTranscript::Text() const {
     const std::lock_guard<std::mutex> lock(mutex_);
+    CTranscriptStreams streamOf(std::any_of(
+        events_.begin(), events_.end(),
+        [](const CEvent& event) { return CTranscriptStreams::IsCollection(event.line); }));
+    std::map<std::string, std::vector<std::string>> streams;
+    for (std::size_t event = 0; event < events_.size(); ++event) {
+        const auto& [process, line] = events_[event];
+        streams[process + streamOf.Of(process, line)].push_back(Neutral(line, NamesAt(event)));
+    }
     std::string text;
     for (const auto& [actor, count] : processes_) {
-        for (int process = 1; process <= count; ++process) {
-            for (const std::string& kind : kKinds) {
-                const std::string stream = Told(actor, process, kind);
-                std::set<std::string> told;
-                for (const auto& [own, line] : events_) {
-                    const std::string neutral = own == stream ? Neutral(line) : "";
-                    if (own == stream && (kind != "ping" || told.insert(neutral).second)) {
-                        text.append(Told(actor, process, neutral)).append("\n");
-                    }
+        for (int number = 1; number <= count; ++number) {
+            const std::string process = Process(actor, number);
+            for (const std::string& stream : CTranscriptStreams::All()) {
+                std::vector<std::string>& lines = streams[process + stream];
+                if (stream == CTranscriptStreams::kLook) {
+                    std::sort(lines.begin(), lines.end());
+                    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+                }
+                for (const std::string& line : lines) {
+                    text.append(process).append(line).append("\n");
                 }
             }
         }
@@ -207,33 +203,44 @@ std::string CNeutralTranscript::Text() const {
     return text;
 }
 
-std::string CNeutralTranscript::Neutral(const CLine& line) const {
+CNeutralTranscript::Names CNeutralTranscript::NamesAt(std::size_t event) const {
+    Names names;
+    for (const CName& name : names_) {
+        if (name.since <= event) {
+            names[name.value] = name.name;  // a number may have been another process's before
+        } else {
+            names.emplace(name.value, name.name);
+        }
+    }
+    return names;
+}
+
+std::string CNeutralTranscript::Neutral(const CLine& line, const Names& names) const {
     // Bytes say how many they are, and a process id in them may have more digits another time.
     const bool hasBytes = line.Find("bytes") != nullptr;
     CLine neutral(line.Kind());
     for (const auto& [key, value] : line.Fields()) {
         if (kCounters.count(key) == 0 && !(hasBytes && key == "length")) {
-            neutral.With(key, NeutralField(key, value));
+            neutral.With(key, NeutralField(key, value, names));
         }
     }
     return neutral.Text();
 }
 
-std::string CNeutralTranscript::NeutralField(const std::string& key,
-                                             const std::string& value) const {
+std::string CNeutralTranscript::NeutralField(const std::string& key, const std::string& value,
+                                             const Names& names) const {
     if (kOfThisRun.count(key) != 0) {
-        const auto named = std::find_if(names_.begin(), names_.end(),
-                                        [&](const auto& name) { return name.first == value; });
-        return named == names_.end() ? "*" : named->second;
+        const auto named = names.find(value);
+        return named == names.end() ? "*" : named->second;
     }
     if (key == "bytes") {
-        return Readable(NeutralText(FromHex(value)));
+        return Readable(NeutralText(NeutralRecords(FromHex(value)), names));
     }
-    return IsNumber(value) ? value : NeutralText(value);
+    return IsNumber(value) ? value : NeutralText(value, names);
 }
 
-std::string CNeutralTranscript::NeutralText(std::string text) const {
-    for (const auto& [value, name] : names_) {
+std::string CNeutralTranscript::NeutralText(std::string text, const Names& names) const {
+    for (const auto& [value, name] : names) {
         ReplaceWord(text, value, name);
     }
     ReplaceAll(text, UuidAt, given_, "<uuid>");

@@ -4,9 +4,13 @@
 //   - Times, process ids, hashes, paths and counters have their place but no value. What the
 //     scenario gave a name (`as victim`) is written as that name, in texts and in wire bytes.
 //   - Identifiers that the scenario did not give itself are `<uuid>`, dates are `<time>`.
-//   - Several threads tell, so that only the order among events of one kind of one process is
-//     kept: these stand together. Pings come as often as time passes; each kind of them is told
-//     once.
+//   - Several threads tell, so that only the order among events of one stream of one process is
+//     kept: these stand together. What the host asks, what the connector's watch tells and what
+//     its processing thread tells are streams of their own.
+//   - What comes with every look of the watch comes as often as time passes: pings, and where the
+//     watch collects, requests for records and the replies that have none. Each is told once, in no
+//     order.
+//   - What records tell of the processes of this computer is left out (NeutralRecords.h).
 //   - Wire bytes are text as far as they can be; a long row of equal ones is one with its length.
 //
 // Threads: Event from any thread; the rest by one.
@@ -28,8 +32,9 @@ class CNeutralTranscript {
     void Begin(const std::string& actor);
     void Event(const std::string& actor, const CLine& line);
 
-    /// The scenario calls the field `key` of an event, which has `value`, by `name`. Nothing
-    /// happens where the value is the same in every run.
+    /// The scenario calls the field `key` of an event, which has `value`, by `name`: from now on,
+    /// and so far where the value had no name. Nothing happens where the value is the same in every
+    /// run.
     void Name(const std::string& key, const std::string& value, const std::string& name);
     /// The scenario itself contains this text; identifiers in it are the same in every run.
     void Given(const std::string& text) { given_ += text; }
@@ -38,15 +43,28 @@ class CNeutralTranscript {
     std::string Text() const;
 
   private:
-    std::string Neutral(const CLine& line) const;
-    std::string NeutralField(const std::string& key, const std::string& value) const;
-    std::string NeutralText(std::string text) const;
+    struct CEvent {
+        std::string process;
+        CLine line;
+    };
+    struct CName {
+        std::string value;
+        std::string name;
+        std::size_t since;  // so many events had been told
+    };
+    using Names = std::map<std::string, std::string>;  // by value
 
-    mutable std::mutex mutex_;                           // guards the two below
-    std::map<std::string, int> processes_;               // how many each actor had
-    std::vector<std::pair<std::string, CLine>> events_;  // with the stream that each belongs to
+    Names NamesAt(std::size_t event) const;
+    std::string Neutral(const CLine& line, const Names& names) const;
+    std::string NeutralField(const std::string& key, const std::string& value,
+                             const Names& names) const;
+    std::string NeutralText(std::string text, const Names& names) const;
 
-    std::vector<std::pair<std::string, std::string>> names_;
+    mutable std::mutex mutex_;              // guards what follows, up to the names
+    std::map<std::string, int> processes_;  // how many each actor had
+    std::vector<CEvent> events_;
+    std::vector<CName> names_;
+
     std::string given_;
 };
 

@@ -13,6 +13,13 @@ class NeutralTranscript : public ::testing::Test {
         transcript_.Begin("agent");
     }
 
+    /// From now on the run is one in which the connector's watch collects records.
+    void Collect() {
+        transcript_.Event("host", CLine("publish")
+                                      .With("name", "OvAgentRequest")
+                                      .With("by", "module")
+                                      .With("request", "5"));
+    }
     void Log(const std::string& text) {
         transcript_.Event("host", CLine("log").With("level", "2").With("text", text));
     }
@@ -59,6 +66,16 @@ TEST_F(NeutralTranscript, NamedProcessIsWrittenByItsNameWhereItIsAWholeWord) {
     transcript_.Name("pid", "36", "victim.pid");
     Log("PID=\"36\" 360 136 36");
     EXPECT_EQ(transcript_.Text(), Logged("\"PID=\\\"$victim.pid\\\" 360 136 $victim.pid\""));
+}
+
+TEST_F(NeutralTranscript, NumberThatAnotherProcessGetsIsWrittenByItsNewName) {
+    Log("start 36");
+    transcript_.Name("pid", "36", "first.pid");
+    Log("end 36");
+    transcript_.Name("pid", "36", "second.pid");
+    Log("end 36");
+    EXPECT_EQ(transcript_.Text(), Logged("\"start $first.pid\"") + Logged("\"end $first.pid\"") +
+                                      Logged("\"end $second.pid\""));
 }
 
 TEST_F(NeutralTranscript, NumbersThatHappenToBeAProcessStay) {
@@ -114,6 +131,17 @@ TEST_F(NeutralTranscript, ShortRowOfEqualBytesIsWrittenOut) {
     EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 bytes=" + written + "\n");
 }
 
+TEST_F(NeutralTranscript, RecordsTellNothingOfTheProcessesOfThisComputer) {
+    transcript_.Event("agent", CLine("reply").With("bytes",
+                                                   "0c00000000000000ff000000"
+                                                   "0a1d"  // and {"@timestamp":1,"process":{}}
+                                                   "7b224074696d657374616d70223a312c"
+                                                   "2270726f63657373223a7b7d7d"));
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: reply bytes=\"%0c%00%00%00%00%00%00%00<length>%0a<length>"
+              "{\\\"@timestamp\\\":1,\\\"process\\\":\\\"*\\\"}\"\n");
+}
+
 TEST_F(NeutralTranscript, LengthStaysWhereNoBytesTellIt) {
     transcript_.Event("agent", CLine("reply").With("code", "0").With("length", "12"));
     EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 length=12\n");
@@ -126,9 +154,93 @@ TEST_F(NeutralTranscript, PingsAreToldOnceEach) {
     }
     transcript_.Event("agent", CLine("request").With("transport", "lpc").With("command", "0"));
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: request transport=alpc command=0\n"
               "agent 1: reply transport=alpc length=0\n"
+              "agent 1: request transport=alpc command=0\n"
               "agent 1: request transport=lpc command=0\n");
+}
+
+TEST_F(NeutralTranscript, LooksForRecordsThatFindNoneAreToldOnceEach) {
+    for (const char* const id : {"1", "2"}) {
+        Collect();
+        transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
+        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("agent",
+                          CLine("reply").With("id", id).With("status", "0").With("length", "12"));
+        Log("Empty response received from OV Connector");
+    }
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: reply status=0 length=12\n"
+              "agent 1: request name=get-actions\n"
+              "host 1: deliver name=OvAgentRequest\n" +
+                  Logged("\"Empty response received from OV Connector\"") +
+                  "host 1: publish name=OvAgentRequest by=module request=5\n");
+}
+
+TEST_F(NeutralTranscript, RequestsForRecordsThatSomebodyGaveAreToldEach) {
+    for (const char* const id : {"1", "2"}) {
+        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("agent",
+                          CLine("reply").With("id", id).With("status", "0").With("length", "12"));
+        transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
+    }
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: request name=get-actions\n"
+              "agent 1: request name=get-actions\n"
+              "agent 1: reply status=0 length=12\n"
+              "agent 1: reply status=0 length=12\n"
+              "host 1: deliver name=OvAgentRequest\n"
+              "host 1: deliver name=OvAgentRequest\n");
+}
+
+TEST_F(NeutralTranscript, ErrorsOfEitherSideAreTold) {
+    transcript_.Event("agent", CLine("error").With("text", "blocked"));
+    transcript_.Event("host", CLine("error").With("text", "no descriptor"));
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: error text=blocked\n"
+              "host 1: error text=\"no descriptor\"\n");
+}
+
+TEST_F(NeutralTranscript, EachReplyThatIsNoEmptyListOfRecordsIsTold) {
+    Collect();
+    const CLine empty = CLine("reply").With("status", "0").With("length", "12");
+    transcript_.Event("agent", CLine("request").With("id", "1").With("name", "import"));
+    transcript_.Event("agent", CLine(empty).With("id", "1"));
+    transcript_.Event("agent", CLine("request").With("id", "2").With("name", "import"));
+    transcript_.Event("agent", CLine(empty).With("id", "2"));
+    for (const char* const id : {"3", "4"}) {
+        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("agent",
+                          CLine("reply").With("id", id).With("status", "0").With("length", "40"));
+    }
+    EXPECT_EQ(transcript_.Text(),
+              "agent 1: request name=import\n"
+              "agent 1: request name=import\n"
+              "agent 1: reply status=0 length=12\n"
+              "agent 1: reply status=0 length=12\n"
+              "agent 1: reply status=0 length=40\n"
+              "agent 1: reply status=0 length=40\n"
+              "agent 1: request name=get-actions\n"
+              "host 1: publish name=OvAgentRequest by=module request=5\n");
+}
+
+TEST_F(NeutralTranscript, ThreadsThatTellBesideEachOtherAreKeptApart) {
+    const CLine task = CLine("publish").With("name", "KillProcessByPid").With("by", "host");
+    const CLine request =
+        CLine("publish").With("name", "OvAgentRequest").With("by", "module").With("request", "0");
+    transcript_.Event("host", request);
+    Log("Ping failed -> again");
+    Log("one");
+    transcript_.Event("host", CLine("publish").With("name", "EventLog_TASK").With("by", "module"));
+    transcript_.Event("host", task);
+    Log("Received broadcast 2");
+    Log("two");
+    EXPECT_EQ(transcript_.Text(),
+              "host 1: publish name=KillProcessByPid by=host\n"
+              "host 1: log level=2 text=one\n"
+              "host 1: log level=2 text=two\n"
+              "host 1: publish name=EventLog_TASK by=module\n"
+              "host 1: publish name=OvAgentRequest by=module request=0\n" +
+                  Logged("\"Ping failed -> again\"") + Logged("\"Received broadcast 2\""));
 }
 
 TEST_F(NeutralTranscript, StopThatFoundTheModuleBusyIsNotTold) {
