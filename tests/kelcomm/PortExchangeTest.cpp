@@ -11,12 +11,11 @@
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/KelcommNames.h"
-#include "kelcomm/native/NativeTable.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
-#include "portlayer/FunctionsByName.h"
 #include "portlayer/LiveCounters.h"
 #include "portlayer/ServerFunctions.h"
+#include "tests/kelcomm/LayerFunctions.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/RunDirectory.h"
 
@@ -26,23 +25,12 @@ namespace {
 
 namespace Kelcomm = Connectors::Common::Kelcomm;
 namespace Layer = PortLayer;
-namespace Native = Kelcomm::Native;
 using Base::LoadLittleEndian;
 using Base::StoreLittleEndian;
 using NtApi::Handle;
 using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kEcho = 3;  // answers the request's bytes
-
-/// The system's functions, with the layer's in place of those that the layer has.
-const Native::CNativeFunctions& LayerFunctions() {
-    static const Native::CNativeFunctions table = Native::ResolveNativeFunctions(
-        [](Native::NativeLibrary library, const char* name) -> Native::GenericFunction {
-            const auto function = Layer::FindFunctionByName(name);
-            return function != nullptr ? function : Native::FindNativeFunction(library, name);
-        });
-    return table;
-}
 
 /// Serves one port on a thread of its own until it is stopped.
 class CServer {

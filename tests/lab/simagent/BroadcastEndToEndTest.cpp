@@ -1,21 +1,19 @@
 // The area of a simulated product in a process of its own, read by the connector's channel here.
-#include <Poco/Environment.h>
+#include <future>
 #include <gtest/gtest.h>
-
-#include <boost/make_shared.hpp>
-#include <boost/thread/thread.hpp>
 
 #include "kelcomm/OvAgentChannel.h"
 #include "lab/runner/Actor.h"
 #include "portlayer/LiveCounters.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/kelcomm/LayerFunctions.h"
+#include "tests/support/InstalledProduct.h"
+#include "tests/support/RunDirectory.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Lab::SimAgent {
 namespace {
 
 using Connectors::OvAgentConnector::COvAgentChannel;
-using Kyr::Test::CTemporaryFolder;
 using Kyr::Test::ThrownText;
 
 constexpr std::chrono::seconds kPatience(20);
@@ -23,9 +21,8 @@ constexpr std::chrono::seconds kPatience(20);
 class BroadcastEndToEndTest : public ::testing::Test {
   protected:
     BroadcastEndToEndTest() {
-        Poco::Environment::set("KELCOMM_RUNTIME_DIR", folder_.File("run"));
         StartAgent();
-        channel_ = std::make_unique<COvAgentChannel>(0, 0);
+        channel_ = std::make_unique<COvAgentChannel>(0, 0, Kyr::Test::LayerFunctions());
     }
 
     ~BroadcastEndToEndTest() override {
@@ -60,7 +57,8 @@ class BroadcastEndToEndTest : public ::testing::Test {
         return ThrownText([&] { channel_->GetBroadcast(index); });
     }
 
-    const CTemporaryFolder folder_;
+    const Kyr::Test::CInstalledProduct place_;  // takes back what the agent registers
+    const Kyr::Test::CRunDirectory directory_;
     std::unique_ptr<Runner::CActor> agent_;
     std::size_t next_ = 0;
     std::unique_ptr<COvAgentChannel> channel_;
@@ -162,13 +160,15 @@ TEST_F(BroadcastEndToEndTest, DataThatShrinkAreReadOrRefusedButNeverWrong) {
 TEST_F(BroadcastEndToEndTest, HeldMutexIsWaitedForAndThenHad) {
     Agent("broadcast index=10 value=4");
     Agent("area hold");
-    boost::thread release([this] {
-        boost::this_thread::sleep_for(boost::chrono::milliseconds(50));
-        agent_->Send("area release");
+    std::promise<void> begins;
+    auto read = std::async(std::launch::async, [&] {
+        begins.set_value();
+        return channel_->GetBroadcast(10);
     });
-    EXPECT_EQ(channel_->GetBroadcast(10), 4);
-    release.join();
-    Await("answer");
+    begins.get_future().wait();
+    EXPECT_EQ(read.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
+    Agent("area release");
+    EXPECT_EQ(read.get(), 4);
 }
 
 TEST_F(BroadcastEndToEndTest, MutexHeldForLongIsGivenUpAfterFiveSeconds) {
