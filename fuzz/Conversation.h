@@ -5,7 +5,8 @@
 //
 // Everything runs in virtual time and by turns (TurnClock.h), so that an input always tells the
 // same life. Whatever it tells, the life must end, in order: no thread is left, every message that
-// was delivered is counted and let go, and so is every delivery context.
+// the bus delivered to a queue has come there, none twice, and is let go in the end, and so is
+// every delivery context.
 //
 // Not in it: replies of the host's request scheme, whose thread is started by the pushing one.
 // Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
@@ -15,6 +16,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -64,6 +66,8 @@ class CConversation {
     void HostCalls(Argument argument);
 
     void Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message);
+    /// The bus is about to deliver a message of this type, from the host or from the module itself.
+    void CountDelivery(Common::Kernel::MessageType type);
     /// On a thread of its own, since it may wait for the module's. Gives time until it returns.
     void Call(const std::function<void()>& call);
     void End();
@@ -75,6 +79,9 @@ class CConversation {
     std::atomic<std::uint64_t> activity_{0};
     boost::mutex linesMutex_;
     std::vector<std::string> lines_;  // guarded by linesMutex_
+    mutable boost::mutex deliveriesMutex_;
+    std::map<Common::Kernel::MessageType, std::uint64_t>
+        deliveries_;  // guarded by deliveriesMutex_
 
     const boost::shared_ptr<Test::CKelcommScript> product_;
     const boost::shared_ptr<CTurnClock> clock_;
@@ -82,7 +89,6 @@ class CConversation {
     std::unique_ptr<Test::CFakeHost> host_;
     std::unique_ptr<Module> module_;
     bool stopped_ = false;
-    std::atomic<std::uint64_t> delivered_{0};
     std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;
     std::vector<boost::weak_ptr<Common::Kernel::IDeliveryContext>> contexts_;
 };
