@@ -105,13 +105,47 @@ TEST_F(PeriodicWatchTest, OtherBroadcastValuesAreNotLookedAt) {
     EXPECT_THAT(journal_.byIteration, IsEmpty());
 }
 
-TEST_F(PeriodicWatchTest, RequestWaitsUntilFiveSecondsHavePassed) {
+struct CBroadcastAndKind {
+    std::int32_t broadcast;
+    int kind;
+};
+
+class WatchedBroadcastTest : public PeriodicWatchTest,
+                             public testing::WithParamInterface<CBroadcastAndKind> {
+  protected:
+    void ChangeBroadcast() { SetBroadcast(GetParam().broadcast, 1); }
+    void ExpectPublished(unsigned iteration) {
+        const std::string kind = std::to_string(GetParam().kind);
+        EXPECT_THAT(In(iteration), ElementsAre("2 Publishing request " + kind, "publish " + kind));
+    }
+};
+
+TEST_P(WatchedBroadcastTest, RequestWaitsUntilFiveSecondsHavePassed) {
     clock_->secondsPerSleep = 4;
-    SetBroadcast(2, 1);
+    ChangeBroadcast();
     Watch(3);
     EXPECT_THAT(In(2), IsEmpty());
-    EXPECT_THAT(In(3), ElementsAre("2 Publishing request 0", "publish 0"));
+    ExpectPublished(3);
 }
+
+TEST_P(WatchedBroadcastTest, FiveSecondsCountFromTheTimeBeforeTheValuesAreRead) {
+    clock_->secondsPerSleep = 0;
+    alpc_->whileServing = [this, exchanges = 0]() mutable {
+        if (++exchanges == 2) {  // the ping was the first
+            clock_->now += 5;
+        }
+    };
+    ChangeBroadcast();
+    Watch(2);
+    EXPECT_THAT(In(1), SizeIs(1));  // that the value was received
+    ExpectPublished(2);
+}
+
+INSTANTIATE_TEST_SUITE_P(Broadcasts, WatchedBroadcastTest,
+                         testing::Values(CBroadcastAndKind{2, 0}, CBroadcastAndKind{8, 2}),
+                         [](const auto& row) {
+                             return "Broadcast" + std::to_string(row.param.broadcast);
+                         });
 
 TEST_F(PeriodicWatchTest, RequestWaitsForAClockThatWasSetBack) {
     SetBroadcast(2, 1);
