@@ -44,7 +44,21 @@ class WatchLifeTest : public OvModuleFixture {
         pinged.get_future().wait();
         ASSERT_TRUE(clock_->AwaitSleepers(0));
     }
+    /// Lets the watch look once more; its ping is held until `answer_` is set.
+    void HoldPing() {
+        alpc_->whileServing = [this, first = true]() mutable {
+            if (std::exchange(first, false)) {
+                pinging_.set_value();
+                answer_.get_future().wait();
+            }
+        };
+        clock_->Advance(std::chrono::seconds(5));
+        pinging_.get_future().wait();
+    }
     std::size_t Pings() const { return alpc_->seenPings.size(); }
+
+    std::promise<void> pinging_;
+    std::promise<void> answer_;
 };
 
 TEST_F(WatchLifeTest, ConnectedModuleWatches) {
@@ -116,32 +130,32 @@ TEST_F(WatchLifeTest, InterruptsOfTwoThreadsMeetWithoutHarm) {
 
 TEST_F(WatchLifeTest, InterruptWaitsForAPingThatIsUnderWay) {
     InitializeAndConnect();
-    std::promise<void> pinging;
-    std::promise<void> answer;
-    alpc_->whileServing = [&, first = true]() mutable {
-        if (std::exchange(first, false)) {
-            pinging.set_value();
-            answer.get_future().wait();
-        }
-    };
-    clock_->Advance(std::chrono::seconds(5));
-    pinging.get_future().wait();
+    HoldPing();
     auto interrupted = std::async(std::launch::async, [this] { module_->Interrupt(); });
     EXPECT_EQ(interrupted.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
-    answer.set_value();
+    answer_.set_value();
     interrupted.get();
     EXPECT_TRUE(clock_->AwaitSleepers(0));
 }
 
 TEST_F(WatchLifeTest, InterruptedThreadJoinsTheWatchAllTheSame) {
     InitializeAndConnect();
-    boost::thread thread([this] {
+    HoldPing();
+    std::promise<bool> disconnected;  // still interrupted?
+    auto stillInterrupted = disconnected.get_future();
+    boost::thread thread([&] {
         EXPECT_TRUE(Kyr::Test::AwaitInterruption());
         module_->Disconnect();
-        EXPECT_TRUE(boost::this_thread::interruption_requested());
+        disconnected.set_value(boost::this_thread::interruption_requested());
     });
     thread.interrupt();
+    EXPECT_EQ(stillInterrupted.wait_for(std::chrono::milliseconds(50)),
+              std::future_status::timeout);
+    answer_.set_value();
     thread.join();
+    // An interruption inside Disconnect would have ended the thread before it could say so.
+    ASSERT_EQ(stillInterrupted.wait_for(std::chrono::seconds(0)), std::future_status::ready);
+    EXPECT_TRUE(stillInterrupted.get());
     EXPECT_TRUE(clock_->AwaitSleepers(0));
 }
 
