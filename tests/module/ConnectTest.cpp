@@ -108,6 +108,14 @@ TEST_F(ConnectTest, EarlierReceiverGoesThoughTheProductIsUnreachable) {
     EXPECT_EQ(receiver.use_count(), 1);
 }
 
+TEST_F(ConnectTest, EarlierReceiverStaysWhenTheBuildIsUnreadable) {
+    const auto receiver = boost::make_shared<CCountingReceiver>();
+    channel_->SetBufferReceiver(receiver);
+    registration_->failure = "no number";
+    ConnectFailure();
+    EXPECT_EQ(receiver.use_count(), 2);
+}
+
 TEST_F(ConnectTest, UnreachableProductFailsAfterAMinuteWithAFailureStatus) {
     SilenceProduct();
     EXPECT_EQ(ConnectFailure(),

@@ -6,6 +6,7 @@
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "logs/StatusLog.h"
+#include "tests/connector/tasks/TaskOutcomeReply.h"
 #include "tests/module/OvModuleFixture.h"
 #include "tests/support/HexBytes.h"
 
@@ -93,6 +94,19 @@ TEST_F(OvTasksTest, TaskStatusIsAskedFor) {
     StartAndConnect();
     Carry(MakeRequest(2));
     EXPECT_THAT(InnerCommands(), ElementsAre(0x9A, 0x70));
+}
+
+TEST_F(OvTasksTest, OutcomeOfATaskIsReportedForTheProduct) {
+    AnswerWith(Common::Tasks::OutcomeReply(0));
+    StartAndConnect();
+    Carry(MakeRequest(2));
+    ASSERT_EQ(PublishedTypes().size(), 4u);  // behind the three of the connection
+    const auto log = LastPublished<CEventLog>();
+    ASSERT_TRUE(log);
+    EXPECT_EQ(log->GetMessageType(), MessageType::TaskEvent);
+    EXPECT_EQ(log->GetSymbols()->GetResourceId(2853), 0x07100000000005E2u);
+    EXPECT_EQ(log->GetSymbols()->GetUuid(2834).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+    EXPECT_EQ(log->GetSymbols()->GetUtcTime(2838).year(), 2023);
 }
 
 TEST_F(OvTasksTest, EachKindIsTakenByOneTaskOnly) {
