@@ -4,7 +4,7 @@
 // Construct it first in main, before any thread: it keeps the requests to end (an interrupt from
 // the terminal, a polite termination) away from every thread, and Next reports them instead.
 //
-// Threads: Next by one thread; one object a process.
+// Threads: Next by one thread, Wake by any; one object a process.
 // Errors: std::runtime_error from the constructor when the system refuses.
 #pragma once
 
@@ -15,7 +15,7 @@ namespace Kyr::Lab {
 
 class CCommandInput {
   public:
-    enum class Kind { Line, EndOfInput, Terminate };
+    enum class Kind { Line, EndOfInput, Terminate, Woken };
 
     struct CEvent {
         Kind kind;
@@ -27,8 +27,10 @@ class CCommandInput {
     CCommandInput(const CCommandInput&) = delete;
     CCommandInput& operator=(const CCommandInput&) = delete;
 
-    /// Blocks until there is something to report. After EndOfInput only Terminate can follow.
+    /// Blocks until there is something to report. After EndOfInput no line can follow.
     CEvent Next();
+    /// Makes Next report Woken, once for all calls that it has not reported yet.
+    void Wake();
 
   private:
     struct CState;  // the platform's own

@@ -2,6 +2,7 @@
 #include <csignal>
 #include <poll.h>
 #include <stdexcept>
+#include <sys/eventfd.h>
 #include <sys/signalfd.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@ namespace Kyr::Lab {
 
 struct CCommandInput::CState {
     int terminateFd;
+    int wakeFd;
     CUnreadLines lines;
     bool endReported = false;
 };
@@ -25,13 +27,15 @@ CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
     // A reader that goes away must not end the program before it has cleaned up.
     std::signal(SIGPIPE, SIG_IGN);
     state_->terminateFd = signalfd(-1, &signals, SFD_CLOEXEC);
-    if (state_->terminateFd < 0) {
+    state_->wakeFd = eventfd(0, EFD_CLOEXEC);
+    if (state_->terminateFd < 0 || state_->wakeFd < 0) {
         throw std::runtime_error("cannot watch for termination");
     }
 }
 
 CCommandInput::~CCommandInput() {
     close(state_->terminateFd);
+    close(state_->wakeFd);
 }
 
 CCommandInput::CEvent CCommandInput::Next() {
@@ -42,14 +46,21 @@ CCommandInput::CEvent CCommandInput::Next() {
             state_->endReported = true;
             return {Kind::EndOfInput, {}};
         }
-        pollfd waits[] = {{state_->terminateFd, POLLIN, 0}, {STDIN_FILENO, POLLIN, 0}};
-        if (poll(waits, lines.HasEnded() ? 1 : 2, -1) < 0) {
+        pollfd waits[] = {{state_->terminateFd, POLLIN, 0},
+                          {state_->wakeFd, POLLIN, 0},
+                          {STDIN_FILENO, POLLIN, 0}};
+        if (poll(waits, lines.HasEnded() ? 2 : 3, -1) < 0) {
             continue;  // interrupted by a signal that nobody here cares for
         }
         if (waits[0].revents != 0) {
             signalfd_siginfo taken;  // taken out, so that it does not stay pending
             return read(state_->terminateFd, &taken, sizeof taken) > 0 ? CEvent{Kind::Terminate, {}}
                                                                        : Next();
+        }
+        if (waits[1].revents != 0) {
+            eventfd_t calls;
+            eventfd_read(state_->wakeFd, &calls);
+            return {Kind::Woken, {}};
         }
         char block[4096];
         const ssize_t count = read(STDIN_FILENO, block, sizeof block);
@@ -60,6 +71,10 @@ CCommandInput::CEvent CCommandInput::Next() {
         }
     }
     return {Kind::Line, *line};
+}
+
+void CCommandInput::Wake() {
+    eventfd_write(state_->wakeFd, 1);
 }
 
 bool OutputIsTerminal() {

@@ -52,14 +52,18 @@ struct CReading {
 
 struct CCommandInput::CState {
     std::shared_ptr<CReading> reading = std::make_shared<CReading>();
+    const HANDLE woken = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     bool endReported = false;
+
+    ~CState() { CloseHandle(woken); }
 };
 
 CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
     if (terminateEvent == nullptr) {
         terminateEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     }
-    if (terminateEvent == nullptr || state_->reading->changed == nullptr) {
+    if (terminateEvent == nullptr || state_->reading->changed == nullptr ||
+        state_->woken == nullptr) {
         throw std::runtime_error("cannot watch for termination");
     }
     for (const int signal : {SIGINT, SIGTERM, SIGBREAK}) {  // the last: Ctrl+Break, a closed window
@@ -83,11 +87,20 @@ CCommandInput::CEvent CCommandInput::Next() {
                 return {Kind::EndOfInput, {}};
             }
         }
-        const HANDLE waits[] = {terminateEvent, reading.changed};
-        if (WaitForMultipleObjects(2, waits, FALSE, INFINITE) == WAIT_OBJECT_0) {
-            return {Kind::Terminate, {}};
+        const HANDLE waits[] = {terminateEvent, state_->woken, reading.changed};
+        switch (WaitForMultipleObjects(3, waits, FALSE, INFINITE)) {
+            case WAIT_OBJECT_0:
+                return {Kind::Terminate, {}};
+            case WAIT_OBJECT_0 + 1:
+                return {Kind::Woken, {}};
+            default:
+                break;
         }
     }
+}
+
+void CCommandInput::Wake() {
+    SetEvent(state_->woken);
 }
 
 bool OutputIsTerminal() {

@@ -43,8 +43,9 @@ CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSi
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
-      console_(MakeHostCommands({*bus_, *database_, lifeCycle_, [this] { quitting_ = true; }}),
-               events) {
+      console_(
+          MakeHostCommands({*bus_, *database_, lifeCycle_, [this](bool force) { Quit(force); }}),
+          events) {
     provider_.Add(Kernel::kBusResource,
                   boost::make_shared<CDataMiner>(bus_, database_->Miner(), steps_, events));
     provider_.Add(Kernel::kInstallConfigurationResource,
@@ -66,9 +67,13 @@ bool CHost::Start() {
     return true;
 }
 
-void CHost::Stop() {
-    lifeCycle_.BeginStop(false);
-    lifeCycle_.WaitUntilDestroyed();
+void CHost::Quit(bool force) {
+    quitting_ = true;
+    lifeCycle_.BeginStop(force);
+}
+
+void CHost::WhenDestroyed(std::function<void()> notify) {
+    lifeCycle_.WhenDestroyed(std::move(notify));
 }
 
 }  // namespace Kyr::Lab::DevHost

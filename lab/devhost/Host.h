@@ -35,10 +35,13 @@ class CHost {
     /// Begins the module's life and says `ready`. False when that failed.
     bool Start();
     void Execute(const std::string& command) { console_.Execute(command); }
-    /// True when a command has asked the host to end.
-    bool IsQuitting() const { return quitting_; }
-    /// Returns when the module has been stopped and destroyed, which no command need have begun.
-    void Stop();
+    /// Begins the module's stop, after which the host ends; as the command `quit` does.
+    void Quit(bool force);
+    /// True when the host was to end and the module has been destroyed.
+    bool HasEnded() const { return quitting_ && lifeCycle_.IsDestroyed(); }
+    /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
+    /// not begun.
+    void WhenDestroyed(std::function<void()> notify);
 
   private:
     const LineSink events_;

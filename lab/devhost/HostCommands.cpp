@@ -114,8 +114,7 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
              const bool force = arguments.TakeFlag("force");
              arguments.Finish();
              answer(Answer("quit"));
-             targets.lifeCycle.BeginStop(force);
-             targets.quit();
+             targets.quit(force);
          }},
     };
 }

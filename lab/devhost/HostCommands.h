@@ -16,7 +16,7 @@ struct CCommandTargets {
     CBus& bus;
     CDatabase& database;
     CLifeCycle& lifeCycle;
-    std::function<void()> quit;  // asks the program to end
+    std::function<void(bool force)> quit;  // stops the module and ends the program
 };
 
 std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets);

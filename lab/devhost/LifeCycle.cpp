@@ -1,7 +1,6 @@
 #include "lab/devhost/LifeCycle.h"
 
 #include <exception>
-#include <utility>
 
 namespace Kyr::Lab::DevHost {
 
@@ -99,6 +98,9 @@ void CLifeCycle::Destroy() {
         return "ok";
     });
     state_ = State::Destroyed;
+    if (destroyed_) {
+        destroyed_();
+    }
 }
 
 bool CLifeCycle::Call(const char* name, const std::function<std::string()>& call) {

@@ -5,11 +5,13 @@
 // module is asked again and again.
 //
 // Threads: one thread calls; the stop thread is the life cycle's own.
+// Errors: none; a call that fails is told in its event.
 // Ownership: the module is borrowed until it is handed to `destroy`.
 #pragma once
 
 #include <atomic>
 #include <functional>
+#include <utility>
 
 #include <boost/thread/thread.hpp>
 
@@ -37,8 +39,10 @@ class CLifeCycle {
     /// REQUIRES: BeginStop. Returns when the module has been destroyed.
     void WaitUntilDestroyed();
 
-    /// True from a successful Begin until the stop begins.
-    bool IsRunning() const { return state_ == State::Running; }
+    /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
+    /// not begun.
+    void WhenDestroyed(std::function<void()> notify) { destroyed_ = std::move(notify); }
+    bool IsDestroyed() const { return state_ == State::Destroyed; }
 
   private:
     enum class State { Created, Running, Stopping, Destroyed };
@@ -53,6 +57,7 @@ class CLifeCycle {
     const boost::shared_ptr<Base::IClock> clock_;
     std::atomic<State> state_{State::Created};
     std::atomic<bool> force_{false};
+    std::function<void()> destroyed_;  // of the owner until the stop begins, then the stop thread's
     boost::thread stopThread_;
 };
 

@@ -6,7 +6,8 @@
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
-#include "lab/devhost/Host.h"
+#include "lab/common/EndThisProcess.h"
+#include "lab/devhost/CommandLoop.h"
 
 namespace {
 
@@ -47,16 +48,6 @@ void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     arguments.Finish();
 }
 
-void ObeyCommands(Lab::CCommandInput& input, CHost& host) {
-    while (!host.IsQuitting()) {
-        const Lab::CCommandInput::CEvent event = input.Next();
-        if (event.kind != Lab::CCommandInput::Kind::Line) {
-            return;
-        }
-        host.Execute(event.line);
-    }
-}
-
 int Run(const COptions& options, Lab::CCommandInput& input) {
     std::ofstream logFile(options.logPath, std::ios::app);
     if (!logFile) {
@@ -70,8 +61,7 @@ int Run(const COptions& options, Lab::CCommandInput& input) {
     if (!host.Start()) {
         return kCannotStart;
     }
-    ObeyCommands(input, host);
-    host.Stop();
+    ObeyCommands(input, host, Lab::EndThisProcess);
     return kEndedWell;
 }
 

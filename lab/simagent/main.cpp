@@ -112,6 +112,8 @@ void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
                 break;
             case CCommandInput::Kind::Terminate:
                 return;
+            case CCommandInput::Kind::Woken:
+                break;
         }
     }
 }

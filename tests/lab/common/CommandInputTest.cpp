@@ -61,5 +61,24 @@ TEST_F(CommandInputTest, AfterTheEndOfInputTerminationIsReported) {
     EXPECT_EQ(Kind::Terminate, input.Next().kind);
 }
 
+TEST_F(CommandInputTest, WakingIsReportedOnce) {
+    CCommandInput input;
+    input.Wake();
+    input.Wake();
+    EXPECT_EQ(Kind::Woken, input.Next().kind);
+    pipe_.Write("quit\n");
+
+    ExpectLine("quit", input.Next());
+}
+
+TEST_F(CommandInputTest, AfterTheEndOfInputWakingIsReported) {
+    CCommandInput input;
+    pipe_.Close();
+    EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
+    input.Wake();
+
+    EXPECT_EQ(Kind::Woken, input.Next().kind);
+}
+
 }  // namespace
 }  // namespace Kyr::Lab

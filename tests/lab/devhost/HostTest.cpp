@@ -1,4 +1,6 @@
 // The whole host around the built library.
+#include <chrono>
+#include <future>
 #include <gmock/gmock.h>
 #include <stdexcept>
 
@@ -16,6 +18,16 @@ class HostTest : public ::testing::Test {
   protected:
     std::string LastEvent() const { return events_.Texts().back(); }
 
+    /// Carries out a command that stops the module, and waits until that is destroyed.
+    void StopBy(const std::string& command) {
+        host_.Start();
+        std::promise<void> destroyed;
+        host_.WhenDestroyed([&] { destroyed.set_value(); });
+        host_.Execute(command);
+        ASSERT_EQ(std::future_status::ready,
+                  destroyed.get_future().wait_for(std::chrono::seconds(20)));
+    }
+
     CEventList events_;
     CEventList logFile_;
     // ":memory:" is a database without a file.
@@ -27,24 +39,16 @@ TEST_F(HostTest, StartedHostIsReady) {
     EXPECT_THAT(events_.Texts(), Contains("ready module=COvAgentConnectorModule"));
 }
 
-TEST_F(HostTest, StopEndsWithTheModulesDestruction) {
-    host_.Start();
-    host_.Stop();
-    EXPECT_EQ(LastEvent(), "life call=destroy result=ok");
-}
-
 TEST_F(HostTest, StopCommandStopsTheModuleAndTheHostGoesOn) {
-    host_.Start();
-    host_.Execute("stop force");
-    host_.Stop();
+    StopBy("stop force");
     EXPECT_THAT(events_.Texts(), Contains("life call=Stop(true) result=true"));
-    EXPECT_FALSE(host_.IsQuitting());
+    EXPECT_FALSE(host_.HasEnded());
 }
 
-TEST_F(HostTest, QuitCommandAsksTheProgramToEnd) {
-    host_.Start();
-    host_.Execute("quit");
-    EXPECT_TRUE(host_.IsQuitting());
+TEST_F(HostTest, QuitCommandEndsWithTheModulesDestruction) {
+    StopBy("quit");
+    EXPECT_TRUE(host_.HasEnded());
+    EXPECT_EQ(LastEvent(), "life call=destroy result=ok");
 }
 
 TEST_F(HostTest, ValueThatWasSetIsShown) {

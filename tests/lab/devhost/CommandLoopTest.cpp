@@ -1,0 +1,89 @@
+#include <csignal>
+#include <functional>
+#include <gmock/gmock.h>
+#include <map>
+#include <string>
+
+#include "lab/devhost/CommandLoop.h"
+#include "tests/lab/common/InputPipe.h"
+#include "tests/lab/devhost/EventList.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Lab::DevHost::CHost;
+using ::testing::Contains;
+using ::testing::MockFunction;
+using ::testing::StrictMock;
+
+constexpr char kStopBegins[] = "life call=RequestStop result=ok";
+
+/// A host whose module never stops but by force, and what ends it at once.
+class CommandLoopTest : public ::testing::Test {
+  protected:
+    void Obey() {
+        ASSERT_TRUE(host_.Start());
+        Lab::DevHost::ObeyCommands(input_, host_, endAtOnce_.AsStdFunction());
+        EXPECT_THAT(events_.Texts().back(), "life call=destroy result=ok");
+    }
+
+    /// Calls `action` with that event, on the thread that tells it.
+    void With(const std::string& event, std::function<void()> action) {
+        actions_[event] = std::move(action);
+    }
+
+    void Take(const Lab::CLine& line) {
+        events_.Sink()(line);
+        const auto action = actions_.find(line.Text());
+        if (action != actions_.end()) {
+            action->second();
+        }
+    }
+
+    CInputPipe pipe_;
+    Lab::CCommandInput input_;
+    CEventList events_;
+    std::map<std::string, std::function<void()>> actions_;
+    StrictMock<MockFunction<void()>> endAtOnce_;
+    CHost host_{{KYR_BUSY_MODULE_PATH, ":memory:"},
+                [this](const Lab::CLine& line) { Take(line); },
+                [](const Lab::CLine&) {}};
+};
+
+TEST_F(CommandLoopTest, ForceReachesAModuleThatHangsInTheStopOfQuit) {
+    pipe_.Write("quit\nstop force\n");
+    Obey();
+    EXPECT_THAT(events_.Texts(), Contains("life call=Stop(true) result=true"));
+}
+
+TEST_F(CommandLoopTest, ForceReachesAModuleThatHangsInTheStopOfARequestToTerminate) {
+    With(kStopBegins, [this] { pipe_.Write("stop force\n"); });
+    std::raise(SIGTERM);
+    Obey();
+    EXPECT_THAT(events_.Texts(), Contains("life call=Stop(true) result=true"));
+}
+
+TEST_F(CommandLoopTest, SecondRequestToTerminateEndsAtOnce) {
+    With(kStopBegins, [this] { pipe_.Write("get once-more\n"); });
+    With("answer command=get key=once-more value=\"\"", [] { std::raise(SIGTERM); });
+    EXPECT_CALL(endAtOnce_, Call).WillOnce([this] { host_.Execute("stop force"); });
+    std::raise(SIGTERM);
+    Obey();
+}
+
+TEST_F(CommandLoopTest, RequestToTerminateBehindQuitIsTheFirst) {
+    With(kStopBegins, [this] { pipe_.Write("get once\nstop force\n"); });
+    With("answer command=get key=once value=\"\"", [] { std::raise(SIGTERM); });
+    EXPECT_CALL(endAtOnce_, Call).Times(0);
+    pipe_.Write("quit\n");
+    Obey();
+}
+
+TEST_F(CommandLoopTest, StopWithoutQuitDoesNotEndTheProgram) {
+    pipe_.Write("stop force\nget still\nquit\n");
+    Obey();
+    EXPECT_THAT(events_.Texts(), Contains("answer command=get key=still value=\"\""));
+}
+
+}  // namespace
+}  // namespace Kyr::Test
