@@ -30,7 +30,9 @@ class CSteppedKeyValues final : public Database::IKeyValueAccessMapper {
         }
         steps_.OffsetCame();
         const bool stored = mapper_.SetValue(key, value);
-        steps_.OffsetStored();
+        if (stored) {
+            steps_.OffsetStored();
+        }
         return stored;
     }
 

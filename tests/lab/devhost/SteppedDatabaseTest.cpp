@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "lab/devhost/SteppedDatabase.h"
+#include "tests/support/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {
@@ -9,6 +10,7 @@ using Common::Database::IKeyValueAccessMapper;
 using Common::Database::IOvRemediationActionsMapper;
 using Lab::DevHost::CCollectionSteps;
 using Lab::DevHost::CDatabase;
+using Lab::DevHost::CSqliteConnection;
 using Lab::DevHost::CSteppedDatabase;
 using Lab::DevHost::ParseDeathWish;
 
@@ -29,7 +31,8 @@ class SteppedDatabaseTest : public ::testing::Test {
         return dynamic_cast<IOvRemediationActionsMapper&>(*stepped_->GetMapper(388));
     }
 
-    CDatabase database_{":memory:"};
+    const CTemporaryFolder folder_;
+    CDatabase database_{folder_.File("host.db")};
     bool dead_ = false;
     std::string offsetAtDeath_;
     std::unique_ptr<CCollectionSteps> steps_;
@@ -48,6 +51,16 @@ TEST_F(SteppedDatabaseTest, OffsetIsStoredAfterItsStep) {
     KeyValues().SetValue("XDR_OFFSET", "7");
     EXPECT_TRUE(dead_);
     EXPECT_EQ("7", offsetAtDeath_);
+}
+
+TEST_F(SteppedDatabaseTest, RefusedOffsetIsNoStep) {
+    CSqliteConnection(folder_.File("host.db"))
+        .Execute(
+            "CREATE TRIGGER refuse BEFORE INSERT ON key_values WHEN NEW.value = '7' "
+            "BEGIN SELECT RAISE(ABORT, 'refused'); END");
+    Wish("after-offset");
+    EXPECT_FALSE(KeyValues().SetValue("XDR_OFFSET", "7"));
+    EXPECT_FALSE(dead_);
 }
 
 TEST_F(SteppedDatabaseTest, ReadingAnOffsetBeginsACollection) {
