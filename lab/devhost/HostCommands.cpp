@@ -69,8 +69,10 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          }},
         {"policy", "file=<path>|text=<text> [length=<n>] [broken=blob|stream|policy]",
          "Sends a policy to be applied; with another length stated, or with something broken.",
-         [targets](Arguments& arguments, const LineSink&) {
-             targets.bus.PublishAsHost(BuildPolicy(arguments));
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const auto policy = BuildPolicy(arguments);
+             answer(Answer("policy"));
+             targets.bus.PublishAsHost(policy);
          }},
         {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
          "Asks for the configuration of a product of that type.",
@@ -80,8 +82,10 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
         {"trigger", "kind=<number>",
          "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
          " 4 telemetry, 5 remediation actions.",
-         [targets](Arguments& arguments, const LineSink&) {
-             targets.bus.PublishAsHost(BuildTrigger(arguments));
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const auto trigger = BuildTrigger(arguments);
+             answer(Answer("trigger"));
+             targets.bus.PublishAsHost(trigger);
          }},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](Arguments& arguments, const LineSink& answer) {
@@ -101,6 +105,7 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          [](Arguments& arguments, const LineSink& answer) {
              arguments.Finish();
              answer(MemoryLine("asked"));
+             answer(Answer("memory"));
          }},
         {"stop", "[force]", "Stops the module; with force also one that is still busy.",
          [targets](Arguments& arguments, const LineSink& answer) {

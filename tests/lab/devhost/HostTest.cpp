@@ -65,6 +65,26 @@ TEST_F(HostTest, KillCommandAnswersWithItsIdentifiersAndThenPublishesTheTask) {
                             "publish type=918 name=KillProcessByPid context=1 by=host"));
 }
 
+TEST_F(HostTest, PolicyCommandAnswersAndThenPublishesThePolicy) {
+    host_.Execute("policy text=a");
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("answer command=policy",
+                            "publish type=194 name=ApplyPolicy context=1 by=host"));
+}
+
+TEST_F(HostTest, TriggerCommandAnswersAndThenPublishesTheTrigger) {
+    host_.Execute("trigger kind=3");
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("answer command=trigger",
+                            "publish type=7 name=OvAgentRequest context=1 by=host request=3"));
+}
+
+TEST_F(HostTest, MemoryCommandTellsTheMemoryAndThenAnswers) {
+    host_.Execute("memory");
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre(::testing::StartsWith("memory when=asked "), "answer command=memory"));
+}
+
 TEST_F(HostTest, BlockCommandPublishesTheTask) {
     host_.Execute("block sha256=ab ids=a,b,c");
     EXPECT_EQ(LastEvent(), "publish type=919 name=BlockExecutableByHash context=1 by=host");
