@@ -1,8 +1,8 @@
 #include "lab/common/LineProtocol.h"
 
-#include <charconv>
-#include <limits>
 #include <stdexcept>
+
+#include "lab/common/LineScanner.h"
 
 namespace Kyr::Lab {
 
@@ -62,85 +62,6 @@ void AppendValue(std::string& text, const std::string& value) {
     text += '"';
 }
 
-/// Reads words, keys and values from one text; every operation moves on behind what it read.
-class CScanner {
-  public:
-    explicit CScanner(std::string_view text) : text_(text) {}
-
-    bool AtEnd() const { return position_ == text_.size(); }
-    char Peek() const { return AtEnd() ? '\0' : text_[position_]; }
-    void Skip() { ++position_; }
-
-    template <typename Predicate>
-    std::string_view TakeWhile(Predicate predicate) {
-        const std::size_t start = position_;
-        while (!AtEnd() && predicate(text_[position_])) {
-            ++position_;
-        }
-        return text_.substr(start, position_ - start);
-    }
-
-    void Expect(char byte) {
-        if (AtEnd() || text_[position_] != byte) {
-            throw std::invalid_argument(std::string("'") + byte + "' expected");
-        }
-        ++position_;
-    }
-
-    std::string TakeQuoted() {
-        Expect('"');
-        std::string value;
-        while (Peek() != '"') {
-            value += TakeQuotedByte();
-        }
-        Skip();
-        return value;
-    }
-
-  private:
-    char Take() {
-        if (AtEnd()) {
-            throw std::invalid_argument("closing quote missing");
-        }
-        return text_[position_++];
-    }
-
-    char TakeQuotedByte() {
-        const char byte = Take();
-        if (byte != '\\') {
-            return byte;
-        }
-        switch (const char escaped = Take()) {
-            case '"':
-            case '\\':
-                return escaped;
-            case 'n':
-                return '\n';
-            case 'r':
-                return '\r';
-            case 't':
-                return '\t';
-            case 'x': {
-                const std::size_t high = TakeHexDigit();
-                return static_cast<char>(high << 4 | TakeHexDigit());
-            }
-            default:
-                throw std::invalid_argument(std::string("unknown escape '\\") + escaped + "'");
-        }
-    }
-
-    std::size_t TakeHexDigit() {
-        const std::size_t digit = kHexDigits.find(Take());
-        if (digit == std::string_view::npos) {
-            throw std::invalid_argument("two hexadecimal digits expected behind '\\x'");
-        }
-        return digit;
-    }
-
-    std::string_view text_;
-    std::size_t position_ = 0;
-};
-
 bool IsTime(std::string_view text) {
     constexpr std::string_view kShape = "00:00:00.000";
     if (text.size() != kShape.size()) {
@@ -189,7 +110,7 @@ std::string CLine::Text() const {
 }
 
 CTimedLine ParseLine(std::string_view text) {
-    CScanner scanner(text);
+    CLineScanner scanner(text);
     const std::string time(scanner.TakeWhile([](char byte) { return byte != ' '; }));
     if (!IsTime(time)) {
         throw std::invalid_argument("time expected");
@@ -220,47 +141,6 @@ CTimedLine ParseLine(std::string_view text) {
         result.line.With(std::move(key), value);
     }
     return result;
-}
-
-std::vector<std::string> SplitWords(std::string_view command) {
-    const auto isBlank = [](char byte) { return byte == ' ' || byte == '\t' || byte == '\r'; };
-    CScanner scanner(command);
-    std::vector<std::string> words;
-    for (;;) {
-        scanner.TakeWhile(isBlank);
-        if (scanner.AtEnd()) {
-            return words;
-        }
-        std::string& word = words.emplace_back();
-        while (!scanner.AtEnd() && !isBlank(scanner.Peek())) {
-            if (scanner.Peek() == '"') {
-                word += scanner.TakeQuoted();
-            } else {
-                word += scanner.Peek();
-                scanner.Skip();
-            }
-        }
-    }
-}
-
-std::uint64_t ParseNumber(std::string_view text) {
-    const bool hexadecimal = text.substr(0, 2) == "0x";
-    const std::string_view digits = hexadecimal ? text.substr(2) : text;
-    std::uint64_t number = 0;
-    const char* const end = digits.data() + digits.size();
-    const auto result = std::from_chars(digits.data(), end, number, hexadecimal ? 16 : 10);
-    if (result.ec != std::errc() || result.ptr != end) {
-        throw std::invalid_argument("'" + std::string(text) + "' is not a number");
-    }
-    return number;
-}
-
-std::uint32_t ParseNumber32(std::string_view text) {
-    const std::uint64_t number = ParseNumber(text);
-    if (number > std::numeric_limits<std::uint32_t>::max()) {
-        throw std::invalid_argument("'" + std::string(text) + "' is too large");
-    }
-    return static_cast<std::uint32_t>(number);
 }
 
 }  // namespace Kyr::Lab

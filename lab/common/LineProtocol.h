@@ -1,4 +1,4 @@
-// The lines that lab programs write and read: one event a line, one command a line.
+// The lines in which lab programs tell what happens: one event a line.
 //
 //     line  = time " " kind *( " " key "=" value )
 //     time  = HH ":" MM ":" SS "." mmm          (UTC, when the line was written)
@@ -51,15 +51,5 @@ struct CTimedLine {
 
 /// Reads a line back, without its end of line.
 CTimedLine ParseLine(std::string_view text);
-
-/// Splits a command into its words: blanks part them, and a quoted run (as in a line's value) is
-/// part of its word, so that `start "my program" name="a b"` has three words.
-std::vector<std::string> SplitWords(std::string_view command);
-
-/// A number in decimal, or in hexadecimal after "0x"; nothing may stand before or behind it.
-std::uint64_t ParseNumber(std::string_view text);
-
-/// The same, of 32 bits at most.
-std::uint32_t ParseNumber32(std::string_view text);
 
 }  // namespace Kyr::Lab

@@ -4,6 +4,8 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::CrashTest {
 
 void CHandedOut::Take(const CLine& event) {

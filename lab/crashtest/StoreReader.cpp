@@ -1,6 +1,6 @@
 #include "lab/crashtest/StoreReader.h"
 
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 #include "lab/devhost/MinerTally.h"
 
 namespace Kyr::Lab::CrashTest {

@@ -8,7 +8,7 @@
 #include <boost/filesystem/path.hpp>
 
 #include "lab/common/Arguments.h"
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 #include "lab/crashtest/CrashTest.h"
 #include "lab/runner/WorkFolder.h"
 

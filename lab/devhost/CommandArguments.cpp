@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 

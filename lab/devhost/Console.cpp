@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "lab/common/CommandWords.h"
 #include "lab/common/LineProtocol.h"
 
 namespace Kyr::Lab::DevHost {

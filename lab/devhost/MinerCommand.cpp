@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "lab/common/CommandWords.h"
 #include "lab/common/LineProtocol.h"
 #include "lab/devhost/MinerTally.h"
 

@@ -9,7 +9,7 @@
 
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 

@@ -12,7 +12,7 @@
 
 #include "host/message/OvAgentTasks.h"
 #include "host/message/RequestConfigurationMessage.h"
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 

@@ -1,5 +1,7 @@
 #include "lab/runner/Figures.h"
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::Runner {
 
 namespace {

@@ -7,7 +7,7 @@
 
 #include <boost/algorithm/string/trim.hpp>
 
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::Runner {
 

@@ -5,7 +5,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::SimAgent {
 

@@ -6,6 +6,8 @@
 #include <boost/algorithm/string/predicate.hpp>
 #include <boost/thread/lock_guard.hpp>
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::SimAgent {
 
 namespace {

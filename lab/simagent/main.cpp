@@ -6,6 +6,7 @@
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
+#include "lab/common/CommandWords.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simagent/AlpcServer.h"
 #include "lab/simagent/LpcServer.h"

@@ -1,5 +1,6 @@
 #include "tests/endurance/FaultyProduct.h"
 
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/Product.h"
 #include "lab/simagent/commands/AgentUuidCommand.h"
 #include "lab/simagent/commands/StatusCommands.h"

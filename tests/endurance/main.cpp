@@ -5,7 +5,7 @@
 #include <iostream>
 
 #include "lab/common/Arguments.h"
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 #include "tests/endurance/Endurance.h"
 #include "tests/support/TemporaryFolder.h"
 

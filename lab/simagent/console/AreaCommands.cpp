@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
 #include "lab/common/EndThisProcess.h"
 
 namespace Kyr::Lab::SimAgent {

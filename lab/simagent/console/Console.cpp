@@ -2,6 +2,8 @@
 
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::SimAgent {
 
 CConsole::CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups)

@@ -5,6 +5,8 @@
 #include <sstream>
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::SimAgent {
 
 namespace {

@@ -6,6 +6,7 @@
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/records/EcsRecord.h"
 
 namespace Kyr::Lab::SimAgent {

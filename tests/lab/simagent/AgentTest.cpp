@@ -3,6 +3,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/Agent.h"
 #include "lab/simagent/commands/XmlCommands.h"
 #include "tests/lab/simagent/ProductFixture.h"

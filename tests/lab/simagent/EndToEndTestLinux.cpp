@@ -1,6 +1,7 @@
 // The program asked to end by a signal. Elsewhere only a console asks so, and the suite has none.
 #include <csignal>
 
+#include "lab/common/CommandWords.h"
 #include "tests/lab/simagent/EndToEndTest.h"
 
 namespace Kyr::Lab::SimAgent {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
-#include "lab/common/LineProtocol.h"
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/Misbehaviour.h"
 
 namespace Kyr::Lab::SimAgent {

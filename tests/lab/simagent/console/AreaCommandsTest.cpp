@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/console/AreaCommands.h"
 #include "tests/lab/simagent/LineList.h"
 #include "tests/support/TemporaryFolder.h"

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
 #include "lab/simagent/console/ConsoleCommand.h"
 #include "tests/lab/simagent/LineList.h"
 

@@ -1,0 +1,95 @@
+// What events and commands have in common: words, and quoted runs with their escapes.
+//
+// For LineProtocol.cpp and CommandWords.cpp only; all of it stands in this header.
+//
+// Threads: one at a time. Errors: std::invalid_argument that says what is missing.
+#pragma once
+
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+namespace Kyr::Lab {
+
+/// Reads words, keys and values from one text; every operation moves on behind what it read.
+class CLineScanner {
+  public:
+    explicit CLineScanner(std::string_view text) : text_(text) {}
+
+    bool AtEnd() const { return position_ == text_.size(); }
+    char Peek() const { return AtEnd() ? '\0' : text_[position_]; }
+    void Skip() { ++position_; }
+
+    template <typename Predicate>
+    std::string_view TakeWhile(Predicate predicate) {
+        const std::size_t start = position_;
+        while (!AtEnd() && predicate(text_[position_])) {
+            ++position_;
+        }
+        return text_.substr(start, position_ - start);
+    }
+
+    void Expect(char byte) {
+        if (AtEnd() || text_[position_] != byte) {
+            throw std::invalid_argument(std::string("'") + byte + "' expected");
+        }
+        ++position_;
+    }
+
+    std::string TakeQuoted() {
+        Expect('"');
+        std::string value;
+        while (Peek() != '"') {
+            value += TakeQuotedByte();
+        }
+        Skip();
+        return value;
+    }
+
+  private:
+    char Take() {
+        if (AtEnd()) {
+            throw std::invalid_argument("closing quote missing");
+        }
+        return text_[position_++];
+    }
+
+    char TakeQuotedByte() {
+        const char byte = Take();
+        if (byte != '\\') {
+            return byte;
+        }
+        switch (const char escaped = Take()) {
+            case '"':
+            case '\\':
+                return escaped;
+            case 'n':
+                return '\n';
+            case 'r':
+                return '\r';
+            case 't':
+                return '\t';
+            case 'x': {
+                const std::size_t high = TakeHexDigit();
+                return static_cast<char>(high << 4 | TakeHexDigit());
+            }
+            default:
+                throw std::invalid_argument(std::string("unknown escape '\\") + escaped + "'");
+        }
+    }
+
+    std::size_t TakeHexDigit() {
+        constexpr std::string_view kDigits = "0123456789abcdef";
+        const std::size_t digit = kDigits.find(Take());
+        if (digit == std::string_view::npos) {
+            throw std::invalid_argument("two hexadecimal digits expected behind '\\x'");
+        }
+        return digit;
+    }
+
+    std::string_view text_;
+    std::size_t position_ = 0;
+};
+
+}  // namespace Kyr::Lab
