@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstddef>
 #include <fstream>
-#include <iterator>
 #include <map>
 #include <optional>
 #include <set>
@@ -13,6 +12,8 @@
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
+
+#include "lab/runner/ReadFile.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -34,11 +35,15 @@ std::chrono::milliseconds Since(Clock::time_point start) {
 }
 
 std::string Text(const EventPattern& pattern) {
-    CLine line(pattern.kind);
+    std::string text = pattern.kind;
     for (const FieldMatch& field : pattern.fields) {
-        line.With(field.key, field.value);
+        std::string part = CLine("").With(field.key, field.value).Text();
+        if (field.kind == FieldMatch::Kind::Contains) {
+            part[1 + field.key.size()] = '~';
+        }
+        text += part;
     }
-    return line.Text();
+    return text;
 }
 
 bool Fits(const EventPattern& pattern, const CLine& line) {
@@ -49,14 +54,6 @@ bool Fits(const EventPattern& pattern, const CLine& line) {
                                                ? *value == field.value
                                                : value->find(field.value) != std::string::npos);
            });
-}
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error("cannot read " + path);
-    }
-    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace
@@ -298,7 +295,8 @@ void CRunner::Do(const ExpectStatement& expect) {
                                            cast_->countdownEnd - Clock::now())),
                               cast_->countdownText);
         }
-        found = member.Find(pattern, kTick);
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        found = member.Find(pattern, std::clamp(left, std::chrono::milliseconds(0), kTick));
     } while (!found && Clock::now() < end);
     if (!cast_->countdownText.empty()) {
         cast_->countdownText.clear();

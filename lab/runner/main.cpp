@@ -1,9 +1,7 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
 #include <csignal>
-#include <fstream>
 #include <iostream>
-#include <iterator>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
@@ -11,6 +9,7 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/runner/Figures.h"
+#include "lab/runner/ReadFile.h"
 #include "lab/runner/Runner.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
@@ -24,14 +23,6 @@ using namespace Kyr::Lab::Runner;
 constexpr const char* kUsage =
     "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--host-option=OPTION]... "
     "[--transcripts=DIR] [--quiet] [--colour=auto|always|never] SCENARIO...\n";
-
-std::string ReadFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error("cannot read " + path);
-    }
-    return {std::istreambuf_iterator<char>(file), {}};
-}
 
 int Run(int argc, char** argv) {
     CArguments arguments(argc, argv);
