@@ -38,7 +38,26 @@ struct CActor::State {
     mutable std::mutex mutex;  // guards what stands below
     mutable std::condition_variable changed;
     std::vector<CTimedLine> events;
-    bool ended = false;  // the output has been read to its end
+    bool ended = false;   // the output has been read to its end
+    std::string failure;  // of the listener, its first
+
+    /// REQUIRES: the mutex is held.
+    void RethrowFailure() const {
+        if (!failure.empty()) {
+            throw std::runtime_error(failure);
+        }
+    }
+
+    /// What the listener makes of it; empty when it takes it.
+    std::string Tell(const CTimedLine& event) const {
+        try {
+            listener(name, event);
+            return "";
+        } catch (const std::exception& e) {
+            return "cannot make use of what the " + name + " tells, " + e.what() + ": " +
+                   event.line.Text();
+        }
+    }
 
     void ReadEvents() {
         std::string text;
@@ -47,9 +66,12 @@ struct CActor::State {
                 text.pop_back();
             }
             CTimedLine event = Parse(text);
-            listener(name, event);
+            std::string refused = Tell(event);
             const std::lock_guard<std::mutex> lock(mutex);
             events.push_back(std::move(event));
+            if (failure.empty()) {
+                failure = std::move(refused);
+            }
             changed.notify_all();
         }
         const std::lock_guard<std::mutex> lock(mutex);
@@ -100,7 +122,9 @@ std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wante
         }
         return at < state_->events.size();
     };
-    state_->changed.wait_for(lock, patience, [&] { return found() || state_->ended; });
+    state_->changed.wait_for(lock, patience,
+                             [&] { return found() || state_->ended || !state_->failure.empty(); });
+    state_->RethrowFailure();
     return found() ? std::make_optional(at) : std::nullopt;
 }
 
@@ -119,6 +143,7 @@ std::optional<int> CActor::AwaitEnd(std::chrono::milliseconds patience) {
     if (!state_->changed.wait_for(lock, patience, [&] { return state_->ended; })) {
         return std::nullopt;
     }
+    state_->RethrowFailure();
     lock.unlock();
     std::error_code ignored;
     state_->child.wait(ignored);

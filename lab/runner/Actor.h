@@ -4,7 +4,9 @@
 // Threads: one owner thread calls the operations; a thread of the actor reads the events. The
 // listener is called on that thread.
 // Ownership: the actor owns its process and kills it when it is destroyed.
-// Errors: std::runtime_error when the program cannot be started.
+// Errors: std::runtime_error when the program cannot be started. What a listener throws ends
+// nothing: the next Find or AwaitEnd throws it as a std::runtime_error that names the actor and the
+// event.
 #pragma once
 
 #include <chrono>

@@ -14,7 +14,8 @@
 namespace Kyr::Lab::Runner {
 
 /// The child keeps no handle of ours but the two ends that belong to it: one that kept the pipes of
-/// another would hide the other's end.
+/// another would hide the other's end. From then on, what this process writes to one that has ended
+/// is lost, and that is all: where a signal tells of it, it is ignored.
 boost::process::child StartChild(const std::string& program,
                                  const std::vector<std::string>& arguments,
                                  const boost::process::environment& environment,

@@ -1,4 +1,5 @@
 #include <array>
+#include <csignal>
 #include <mutex>
 
 #include <boost/process/args.hpp>
@@ -30,6 +31,7 @@ process::child StartChild(const std::string& program, const std::vector<std::str
                           const process::environment& environment, process::opstream& input,
                           process::ipstream& output, std::error_code& error) {
     const std::lock_guard<std::mutex> lock(oneAtATime);
+    std::signal(SIGPIPE, SIG_IGN);
     return process::child(program, process::args(arguments), environment,
                           process::std_in<input, process::std_out> output, CStandardHandles(),
                           process::limit_handles, error);

@@ -1,6 +1,5 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
-#include <csignal>
 #include <iostream>
 
 #include <boost/filesystem/operations.hpp>
@@ -78,10 +77,6 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-#ifdef SIGPIPE
-    // A command to a program that has just ended is lost, and that is all.
-    std::signal(SIGPIPE, SIG_IGN);
-#endif
     try {
         return Run(argc, argv);
     } catch (const std::exception& e) {

@@ -32,6 +32,67 @@ TEST(ActorTest, WhatIsSentReachesTheProgram) {
     EXPECT_EQ("answer command=list", actor.EventAt(0).line.Text());
 }
 
+TEST(ActorTest, LineThatIsNoEventIsToldAsText) {
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
+
+    actor.Send("raw what(): bad lexical cast");
+
+    ASSERT_TRUE(actor.Find(0, Any, kPatience).has_value());
+    EXPECT_EQ("text text=\"what(): bad lexical cast\"", actor.EventAt(0).line.Text());
+}
+
+TEST(ActorTest, EndTellsItsCode) {
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
+
+    EXPECT_EQ(std::nullopt, actor.AwaitEnd(std::chrono::milliseconds(0)));
+    actor.Send("end 3");
+    EXPECT_EQ(3, actor.AwaitEnd(kPatience));
+}
+
+TEST(ActorTest, EndEndsTheWaitForAnEventThatCannotComeAnyMore) {
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
+
+    actor.Send("end 0");
+    EXPECT_EQ(std::nullopt, actor.Find(0, Any, std::chrono::hours(1)));
+}
+
+TEST(ActorTest, WhatIsSentToAProgramThatHasEndedIsLost) {
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
+
+    actor.Send("end 0");
+    EXPECT_EQ(0, actor.AwaitEnd(kPatience));
+    actor.Send("ready");
+    actor.Send("ready");
+    EXPECT_EQ(std::nullopt, actor.Find(0, Any, kPatience));
+}
+
+/// Does not know "bad".
+void TakeGoodOnes(const std::string&, const CTimedLine& line) {
+    if (line.line.Kind() == "bad") {
+        throw std::invalid_argument("'x' is not a number");
+    }
+}
+
+TEST(ActorTest, EventThatTheListenerCannotTakeComesOutByName) {
+    CActor actor("one", KYR_PARROT, {}, {}, TakeGoodOnes);
+    const auto refusal = [&actor] {
+        try {
+            actor.Find(
+                0, [](const CLine& line) { return line.Kind() == "end"; }, kPatience);
+        } catch (const std::runtime_error& e) {
+            return std::string(e.what());
+        }
+        return std::string("none");
+    };
+
+    actor.Send("good");
+    actor.Send("bad records=x");
+    EXPECT_EQ("cannot make use of what the one tells, 'x' is not a number: bad records=x",
+              refusal());
+    actor.Send("end 0");
+    EXPECT_THROW(actor.AwaitEnd(kPatience), std::runtime_error);
+}
+
 TEST(ActorTest, EndIsSeenWhileOthersOfTheSameMomentLive) {
     constexpr int kEach = 8;
     std::vector<std::unique_ptr<CActor>> mortals;
