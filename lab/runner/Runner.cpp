@@ -34,6 +34,10 @@ std::chrono::milliseconds Since(Clock::time_point start) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start);
 }
 
+std::chrono::milliseconds Until(Clock::time_point end) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+}
+
 std::string Text(const EventPattern& pattern) {
     std::string text = pattern.kind;
     for (const FieldMatch& field : pattern.fields) {
@@ -56,20 +60,34 @@ bool Fits(const EventPattern& pattern, const CLine& line) {
            });
 }
 
+template <typename Kind>
+bool Is(const Statement& statement, const std::string& actor) {
+    const auto* const one = std::get_if<Kind>(&statement);
+    return one != nullptr && one->actor == actor;
+}
+
 }  // namespace
 
+struct CRunner::Member {
+    std::unique_ptr<CActor> actor;
+    std::set<std::size_t> taken;  // the places of the events that were expected
+    std::size_t stepFrom = 0;     // where the events of this step begin
+    bool endIsKnown = false;      // a statement has ended the process, or seen its end
+
+    /// The first event of this step that fits and has not been taken.
+    std::optional<std::size_t> Find(const EventPattern& pattern,
+                                    std::chrono::milliseconds patience) const;
+};
+
 struct CRunner::Cast {
-    struct Member {
-        std::unique_ptr<CActor> actor;
-        std::set<std::size_t> taken;  // the places of the events that were expected
-        std::size_t stepFrom = 0;     // the events of this step begin behind the last of them
+    explicit Cast(const Scenario& played) : scenario(played) {}
 
-        /// The first event of this step that fits and has not been taken.
-        std::optional<std::size_t> Find(const EventPattern& pattern,
-                                        std::chrono::milliseconds patience) const;
-    };
+    /// Whether the process may have ended by now: the next statement about its life says so.
+    bool MayHaveEnded(const std::string& actor) const;
 
-    std::string title;
+    const Scenario& scenario;  // borrowed
+    std::size_t at = 0;        // the statement that is being played
+
     std::map<std::string, Member> members;
     std::vector<std::pair<std::string, std::string>> variables;
 
@@ -82,20 +100,33 @@ struct CRunner::Cast {
     std::string countdownText;
 };
 
-std::optional<std::size_t> CRunner::Cast::Member::Find(const EventPattern& pattern,
-                                                       std::chrono::milliseconds patience) const {
+std::optional<std::size_t> CRunner::Member::Find(const EventPattern& pattern,
+                                                 std::chrono::milliseconds patience) const {
     const Clock::time_point end = Clock::now() + patience;
     std::size_t from = stepFrom;
     for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
         const std::optional<std::size_t> found = actor->Find(
             from, [&](const CLine& line) { return Fits(pattern, line); },
-            std::max(left, std::chrono::milliseconds(0)));
+            std::max(Until(end), std::chrono::milliseconds(0)));
         if (!found || taken.count(*found) == 0) {
             return found;
         }
         from = *found + 1;
     }
+}
+
+bool CRunner::Cast::MayHaveEnded(const std::string& actor) const {
+    for (std::size_t next = at; next < scenario.statements.size(); ++next) {
+        const Statement& statement = scenario.statements[next].statement;
+        if (Is<GoneStatement>(statement, actor)) {
+            return true;
+        }
+        if (Is<StartStatement>(statement, actor) || Is<KillStatement>(statement, actor) ||
+            Is<QuitStatement>(statement, actor)) {
+            return false;
+        }
+    }
+    return false;
 }
 
 CRunner::CRunner(RunnerPaths paths, CScreen& screen)
@@ -106,17 +137,19 @@ CRunner::CRunner(RunnerPaths paths, CScreen& screen)
 CRunner::~CRunner() = default;
 
 bool CRunner::Run(const Scenario& scenario) {
-    cast_ = std::make_unique<Cast>();
-    cast_->title = scenario.title;
+    cast_ = std::make_unique<Cast>(scenario);
     cast_->variables.emplace_back("folder", paths_.work);
     screen_.Title(scenario.title);
     std::size_t line = 0;
     bool passed = true;
     try {
-        for (const NumberedStatement& numbered : scenario.statements) {
-            line = numbered.line;
-            Play(numbered);
+        for (; cast_->at < scenario.statements.size(); ++cast_->at) {
+            line = scenario.statements[cast_->at].line;
+            RefuseUnaskedEnds();
+            std::visit([this](const auto& statement) { Do(statement); },
+                       scenario.statements[cast_->at].statement);
         }
+        RefuseUnaskedEnds();
         CompareTranscript();
     } catch (const std::exception& e) {
         passed = false;
@@ -134,8 +167,16 @@ bool CRunner::Run(const Scenario& scenario) {
     return passed;
 }
 
-void CRunner::Play(const NumberedStatement& numbered) {
-    std::visit([this](const auto& statement) { Do(statement); }, numbered.statement);
+void CRunner::RefuseUnaskedEnds() {
+    for (auto& [actor, member] : cast_->members) {
+        if (!member.actor || member.endIsKnown || cast_->MayHaveEnded(actor)) {
+            continue;
+        }
+        if (const auto code = member.actor->AwaitEnd({})) {
+            throw CFailedExpectation("the " + actor + " has ended unasked, with " +
+                                     std::to_string(*code));
+        }
+    }
 }
 
 void CRunner::CloseStep() {
@@ -167,7 +208,7 @@ void CRunner::CompareTranscript() {
 
 void CRunner::Do(const StepStatement& step) {
     CloseStep();
-    cast_->step = StepResult{cast_->title, step.text, true, "", {}};
+    cast_->step = StepResult{cast_->scenario.title, step.text, true, "", {}};
     cast_->expected = 0;
     cast_->stepStart = Clock::now();
     for (auto& [name, member] : cast_->members) {
@@ -231,39 +272,45 @@ void CRunner::Do(const StartStatement& start) {
                                  });
 }
 
-CActor& CRunner::Find(const std::string& actor) {
+CRunner::Member& CRunner::Find(const std::string& actor) {
     const auto found = cast_->members.find(actor);
     if (found == cast_->members.end() || !found->second.actor) {
         throw CFailedExpectation("the " + actor + " has not been started");
     }
-    return *found->second.actor;
+    return found->second;
 }
 
 void CRunner::Do(const KillStatement& kill) {
     screen_.Command(kill.actor, "(killed)");
-    Find(kill.actor).Kill();
-    if (!Find(kill.actor).AwaitEnd(kQuitPatience)) {
+    auto& member = Find(kill.actor);
+    member.actor->Kill();
+    if (!member.actor->AwaitEnd(kQuitPatience)) {
         throw CFailedExpectation("the " + kill.actor + " outlived its killing");
     }
+    member.endIsKnown = true;
 }
 
 void CRunner::Do(const QuitStatement& quit) {
     screen_.Command(quit.actor, "quit");
-    Find(quit.actor).Send("quit");
-    const std::optional<int> code = Find(quit.actor).AwaitEnd(kQuitPatience);
+    auto& member = Find(quit.actor);
+    member.actor->Send("quit");
+    const std::optional<int> code = member.actor->AwaitEnd(kQuitPatience);
     if (!code) {
         throw CFailedExpectation("the " + quit.actor + " did not quit");
     }
     if (*code != 0) {
         throw CFailedExpectation("the " + quit.actor + " ended with code " + std::to_string(*code));
     }
+    member.endIsKnown = true;
     screen_.Passed("the " + ShownName(quit.actor) + " ended in good order");
 }
 
 void CRunner::Do(const GoneStatement& gone) {
-    if (!Find(gone.actor).AwaitEnd(gone.within)) {
+    auto& member = Find(gone.actor);
+    if (!member.actor->AwaitEnd(gone.within)) {
         throw CFailedExpectation("the " + gone.actor + " is still there");
     }
+    member.endIsKnown = true;
     screen_.Passed("the " + ShownName(gone.actor) + " is gone");
 }
 
@@ -271,7 +318,7 @@ void CRunner::Do(const CommandStatement& command) {
     const std::string line = Substitute(command.line, cast_->variables);
     screen_.Command(command.actor, line);
     neutral_.Given(line + "\n");
-    Find(command.actor).Send(line);
+    Find(command.actor).actor->Send(line);
 }
 
 EventPattern CRunner::Filled(const EventPattern& pattern) const {
@@ -283,21 +330,18 @@ EventPattern CRunner::Filled(const EventPattern& pattern) const {
 }
 
 void CRunner::Do(const ExpectStatement& expect) {
-    const CActor& actor = Find(expect.actor);
-    auto& member = cast_->members[expect.actor];
+    auto& member = Find(expect.actor);
     const EventPattern pattern = Filled(expect.pattern);
     const Clock::time_point end = Clock::now() + expect.within;
     std::optional<std::size_t> found;
-    do {
-        if (!cast_->countdownText.empty()) {
-            screen_.Countdown(std::max(std::chrono::milliseconds(0),
-                                       std::chrono::duration_cast<std::chrono::milliseconds>(
-                                           cast_->countdownEnd - Clock::now())),
-                              cast_->countdownText);
-        }
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        found = member.Find(pattern, std::clamp(left, std::chrono::milliseconds(0), kTick));
-    } while (!found && Clock::now() < end);
+    for (bool last = false; !found && !last;) {
+        ShowCountdown();
+        const auto left = std::max(Until(end), std::chrono::milliseconds(0));
+        // Who has ended tells nothing more.
+        last = left <= kTick || member.actor->AwaitEnd({});
+        found = member.Find(pattern, std::min(left, kTick));
+        RefuseUnaskedEnds();
+    }
     if (!cast_->countdownText.empty()) {
         cast_->countdownText.clear();
         screen_.Countdown({}, "");
@@ -307,7 +351,7 @@ void CRunner::Do(const ExpectStatement& expect) {
     }
     member.taken.insert(*found);
     if (expect.name) {
-        const CTimedLine event = actor.EventAt(*found);
+        const CTimedLine event = member.actor->EventAt(*found);
         for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables.emplace_back(*expect.name + "." + key, value);
             neutral_.Name(key, value, *expect.name + "." + key);
@@ -318,12 +362,18 @@ void CRunner::Do(const ExpectStatement& expect) {
 
 void CRunner::Do(const NeverStatement& never) {
     const EventPattern pattern = Filled(never.pattern);
-    Find(never.actor);  // it must have been started
-    if (cast_->members[never.actor].Find(pattern, {})) {
+    if (Find(never.actor).Find(pattern, {})) {
         throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
     }
     ++cast_->expected;
     screen_.Passed("the " + ShownName(never.actor) + " told of no " + Text(pattern));
+}
+
+void CRunner::ShowCountdown() {
+    if (!cast_->countdownText.empty()) {
+        screen_.Countdown(std::max(Until(cast_->countdownEnd), std::chrono::milliseconds(0)),
+                          cast_->countdownText);
+    }
 }
 
 void CRunner::Do(const CountdownStatement& countdown) {
@@ -335,10 +385,11 @@ void CRunner::Do(const CountdownStatement& countdown) {
 void CRunner::Do(const WaitStatement& wait) {
     const Clock::time_point end = Clock::now() + wait.duration;
     screen_.Say(wait.text);
-    for (Clock::time_point now = Clock::now(); now < end; now = Clock::now()) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - now);
+    while (Clock::now() < end) {
+        const auto left = Until(end);
         screen_.Countdown(left, wait.text);
         std::this_thread::sleep_for(std::min(left + std::chrono::milliseconds(1), kTick));
+        RefuseUnaskedEnds();
     }
     screen_.Countdown({}, "");
 }

@@ -47,8 +47,8 @@ class CRunner {
 
   private:
     struct Cast;
+    struct Member;
 
-    void Play(const NumberedStatement& numbered);
     void Do(const StepStatement& step);
     void Do(const SayStatement& say);
     void Do(const StartStatement& start);
@@ -63,7 +63,10 @@ class CRunner {
 
     void CloseStep();
     void CompareTranscript();
-    CActor& Find(const std::string& actor);
+    /// Every process lives until a statement ends it, or lets it end.
+    void RefuseUnaskedEnds();
+    void ShowCountdown();
+    Member& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;
     std::string ProgramPath(const std::string& actor) const;
     std::string ProgramFile(const std::string& name) const;

@@ -47,7 +47,9 @@ struct EventPattern {
     std::vector<FieldMatch> fields;
 };
 
-/// Opens a step: one row of the table at the end.
+/// Opens a step: one row of the table at the end. For each actor the events of the step begin right
+/// behind the last one that an earlier step expected of the same process: what that step set going
+/// at its end may have been told before this one opens.
 struct StepStatement {
     std::string text;
 };
@@ -78,15 +80,16 @@ struct CommandStatement {
     std::string actor;
     std::string line;
 };
-/// The actor must tell of such an event in this step; each event serves one expectation. The order
-/// does not matter within a step, since several threads tell.
+/// The actor must tell of such an event in this step, or have told of it; each event serves one
+/// expectation. The order does not matter within a step, since several threads tell.
 struct ExpectStatement {
     std::string actor;
     EventPattern pattern;
     std::chrono::milliseconds within;
     std::optional<std::string> name;  // keeps the event's fields as $name.key
 };
-/// Since the step began the actor must not have told of such an event.
+/// The actor must not have told of such an event in this step so far, except where one was
+/// expected.
 struct NeverStatement {
     std::string actor;
     EventPattern pattern;

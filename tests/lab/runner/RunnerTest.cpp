@@ -249,6 +249,57 @@ TEST_F(RunnerTest, CountdownDoesNotMakeTheExpectationWaitLonger) {
               std::chrono::seconds(10));
 }
 
+// A process that ends unasked fails the scenario, and at once.
+
+constexpr std::chrono::seconds kAtOnce(10);
+
+TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfItsEvent) {
+    EXPECT_LT(TimeOf("start host\nhost end 3\nexpect host log within 20s\n",
+                     "line 4: the host has ended unasked, with 3"),
+              kAtOnce);
+}
+
+TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfAnothersEvent) {
+    EXPECT_LT(TimeOf("start host\nstart agent\nhost end 0\nexpect agent did within 20s\n",
+                     "line 5: the host has ended unasked, with 0"),
+              kAtOnce);
+}
+
+TEST_F(RunnerTest, UnaskedEndFailsAWait) {
+    EXPECT_LT(TimeOf("start host\nhost end 3\nwait 20s for nothing\nnever host log\nquit host\n",
+                     "line 4: the host has ended unasked, with 3"),
+              kAtOnce);
+}
+
+TEST_F(RunnerTest, UnaskedEndFailsAtTheEndOfTheScenario) {
+    EXPECT_EQ(Play("start host\nstart agent\nhost end 3\nagent after 1000 end 0\ngone agent\n"),
+              "line 6: the host has ended unasked, with 3");
+}
+
+TEST_F(RunnerTest, UnaskedEndFailsTheNextStart) {
+    EXPECT_EQ(Play("start host\nstart agent\nhost end 3\nagent after 1000 end 0\ngone agent\n"
+                   "start host\ngone host\n"),
+              "line 7: the host has ended unasked, with 3");
+}
+
+TEST_F(RunnerTest, ProcessThatMustBeGoneMayEndBefore) {
+    EXPECT_EQ(Play("start host\nhost end 3\nwait 300ms until it has ended\ngone host\n"
+                   "start host\nquit host\n"),
+              kHeld);
+}
+
+TEST_F(RunnerTest, ExpectationOfAProcessThatHasQuitFailsAtOnce) {
+    EXPECT_LT(TimeOf("start host\nquit host\nexpect host log within 20s\n",
+                     "line 4: the host never said: log"),
+              kAtOnce);
+}
+
+TEST_F(RunnerTest, EventWithoutSenseFailsTheScenario) {
+    EXPECT_EQ(Play("start host\nhost mined records=x\nexpect host log within 20s\n"),
+              "line 4: cannot make use of what the host tells, 'x' is not a number: "
+              "mined records=x");
+}
+
 TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
     Play(
         "start host\n"
