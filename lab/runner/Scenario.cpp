@@ -196,6 +196,15 @@ Statement ParseStatement(CWords& words) {
     throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
 }
 
+/// Whether the statement can fail for something that a program did or did not do.
+bool Expects(const NumberedStatement& numbered) {
+    const Statement& statement = numbered.statement;
+    return std::holds_alternative<ExpectStatement>(statement) ||
+           std::holds_alternative<NeverStatement>(statement) ||
+           std::holds_alternative<GoneStatement>(statement) ||
+           std::holds_alternative<QuitStatement>(statement);
+}
+
 }  // namespace
 
 CScenarioError::CScenarioError(std::size_t line, const std::string& text)
@@ -205,7 +214,8 @@ Scenario ParseScenario(const std::string& text) {
     Scenario scenario;
     std::istringstream lines(text);
     std::string line;
-    for (std::size_t number = 1; std::getline(lines, line); ++number) {
+    std::size_t number = 1;
+    for (; std::getline(lines, line); ++number) {
         CWords words(number, line);
         if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
             continue;
@@ -221,6 +231,12 @@ Scenario ParseScenario(const std::string& text) {
         if (!words.AtEnd()) {
             throw CScenarioError(number, "\"" + words.Rest("") + "\" is left over");
         }
+    }
+    if (scenario.title.empty()) {
+        throw CScenarioError(number, "a scenario begins with its title");
+    }
+    if (std::none_of(scenario.statements.begin(), scenario.statements.end(), Expects)) {
+        throw CScenarioError(number, "a scenario must expect something: nothing can fail here");
     }
     return scenario;
 }

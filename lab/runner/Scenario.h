@@ -14,7 +14,7 @@
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.
 //
-// Errors: a line that is not understood throws CScenarioError with its number.
+// Errors: a line that is not understood, or missing, throws CScenarioError with its number.
 #pragma once
 
 #include <chrono>
@@ -120,7 +120,8 @@ struct Scenario {
     std::vector<NumberedStatement> statements;
 };
 
-/// Reads a whole scenario.
+/// Reads a whole scenario. One without title, and one in which nothing is expected (by `expect`,
+/// `never`, `gone` or `quit`), is none.
 Scenario ParseScenario(const std::string& text);
 
 /// Replaces $name.key by its value; throws std::runtime_error for a name that is not known.

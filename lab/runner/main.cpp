@@ -1,6 +1,10 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
+#include <cstddef>
 #include <iostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
@@ -23,6 +27,19 @@ constexpr const char* kUsage =
     "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--host-option=OPTION]... "
     "[--transcripts=DIR] [--quiet] [--colour=auto|always|never] SCENARIO...\n";
 
+/// Reads them all, so that one that is none ends the run before anything has been played.
+std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
+    std::vector<Scenario> scenarios;
+    for (const std::string& file : files) {
+        try {
+            scenarios.push_back(ParseScenario(ReadFile(file)));
+        } catch (const CScenarioError& e) {
+            throw std::runtime_error(file + ": " + e.what());
+        }
+    }
+    return scenarios;
+}
+
 int Run(int argc, char** argv) {
     CArguments arguments(argc, argv);
     const bool colour = TakeColour(arguments, OutputIsTerminal());
@@ -32,7 +49,6 @@ int Run(int argc, char** argv) {
     paths.programs = arguments.TakeValue("programs").value_or("");
     paths.library = arguments.TakeValue("library").value_or("");
     const auto work = arguments.TakeValue("work");
-    paths.work = work ? *work : NewWorkFolder();
     paths.hostOptions = arguments.TakeValues("host-option");
     const auto transcripts = arguments.TakeValue("transcripts");
     const std::vector<std::string> files = arguments.TakeWords();
@@ -42,6 +58,8 @@ int Run(int argc, char** argv) {
         return 2;
     }
 
+    const std::vector<Scenario> scenarios = ReadScenarios(files);
+    paths.work = work ? *work : NewWorkFolder();
     paths.ports = (boost::filesystem::path(paths.work) / "ports").string();
     boost::filesystem::create_directories(paths.ports);
     boost::filesystem::permissions(paths.ports, boost::filesystem::owner_all);
@@ -50,9 +68,9 @@ int Run(int argc, char** argv) {
     std::vector<StepResult> results;
     Figures figures;
     bool passed = true;
-    for (const std::string& file : files) {
+    for (std::size_t played = 0; played < files.size(); ++played) {
         RunnerPaths own = paths;
-        const boost::filesystem::path stem = boost::filesystem::path(file).stem();
+        const boost::filesystem::path stem = boost::filesystem::path(files[played]).stem();
         own.work = (boost::filesystem::path(paths.work) / stem).string();
         if (transcripts) {
             own.transcript =
@@ -60,7 +78,7 @@ int Run(int argc, char** argv) {
         }
         boost::filesystem::remove_all(own.work);
         CRunner runner(own, screen);
-        passed = runner.Run(ParseScenario(ReadFile(file))) && passed;
+        passed = runner.Run(scenarios[played]) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());
         figures += runner.Sum();
     }

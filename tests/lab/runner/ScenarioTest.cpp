@@ -7,8 +7,8 @@ namespace {
 
 template <typename Expected>
 Expected OnlyStatement(const std::string& line) {
-    const Scenario scenario = ParseScenario("title T\n" + line + "\n");
-    EXPECT_EQ(scenario.statements.size(), 1U);
+    const Scenario scenario = ParseScenario("title T\n" + line + "\nquit host\n");
+    EXPECT_EQ(scenario.statements.size(), 2U);
     EXPECT_EQ(scenario.statements.at(0).line, 2U);
     return std::get<Expected>(scenario.statements.at(0).statement);
 }
@@ -23,15 +23,31 @@ std::string ErrorOf(const std::string& text) {
 }
 
 TEST(Scenario, TitleIsTheRestOfItsLine) {
-    EXPECT_EQ(ParseScenario("# a remark\n\ntitle  A kill task \n").title, "A kill task");
+    EXPECT_EQ(ParseScenario("# a remark\n\ntitle  A kill task \nquit host\n").title, "A kill task");
 }
 
 TEST(Scenario, WithoutTitleIsRefused) {
     EXPECT_EQ(ErrorOf("start host\n"), "line 1: a scenario begins with its title");
+    EXPECT_EQ(ErrorOf(""), "line 1: a scenario begins with its title");
+    EXPECT_EQ(ErrorOf("# only this\n"), "line 2: a scenario begins with its title");
+}
+
+TEST(Scenario, WithoutAnExpectationIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\n"),
+              "line 2: a scenario must expect something: nothing can fail here");
+    EXPECT_EQ(ErrorOf("title T\nstep one\nstart host\nkill host\n"),
+              "line 5: a scenario must expect something: nothing can fail here");
+}
+
+TEST(Scenario, EachStatementThatCanFailIsAnExpectation) {
+    for (const char* const statement :
+         {"expect host log", "never host log", "gone host", "quit host"}) {
+        EXPECT_EQ(ErrorOf("title T\n" + std::string(statement) + "\n"), "no error");
+    }
 }
 
 TEST(Scenario, EmptyLinesAndCommentsAreSkippedButCounted) {
-    const Scenario scenario = ParseScenario("title T\n\n  # remark\nkill agent\n");
+    const Scenario scenario = ParseScenario("title T\n\n  # remark\nquit agent\n");
     ASSERT_EQ(scenario.statements.size(), 1U);
     EXPECT_EQ(scenario.statements[0].line, 4U);
 }

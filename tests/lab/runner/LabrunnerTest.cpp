@@ -1,0 +1,99 @@
+// The program itself: what it ends with, and what it prints.
+#include <chrono>
+#include <gmock/gmock.h>
+#include <optional>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "lab/runner/Actor.h"
+#include "tests/lab/runner/ParrotFolder.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+using ::testing::ContainsRegex;
+using ::testing::HasSubstr;
+using ::testing::Not;
+
+constexpr std::chrono::seconds kPatience(60);
+
+class LabrunnerTest : public ::testing::Test {
+  protected:
+    /// Runs the program and tells its exit code; nothing when it does not end.
+    std::optional<int> Run(std::vector<std::string> arguments) {
+        std::ostringstream printed;
+        std::optional<int> code;
+        {
+            CActor labrunner("labrunner", KYR_LABRUNNER, arguments, {},
+                             [&printed](const std::string&, const CTimedLine& line) {
+                                 const std::string* const text = line.line.Find("text");
+                                 printed << (text == nullptr ? "" : *text) << '\n';
+                             });
+            code = labrunner.AwaitEnd(kPatience);
+        }
+        printed_ = printed.str();
+        return code;
+    }
+
+    std::optional<int> Play(std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(),
+                         {"--programs=" + folder_.Path(), "--library=the-library",
+                          "--work=" + folder_.File("work"), "--colour=never"});
+        return Run(std::move(arguments));
+    }
+
+    const CParrotFolder folder_;
+    const std::string held_ = folder_.Write("held.scenario",
+                                            "title It holds\nstart host\nstep One\n"
+                                            "host mined records=5\nexpect host mined\n"
+                                            "quit host\n");
+    const std::string failed_ = folder_.Write("failed.scenario",
+                                              "title It fails\nstart host\nstep Two\n"
+                                              "never host argument\n"
+                                              "expect host log within 10ms\n");
+    std::string printed_;
+};
+
+TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
+    EXPECT_EQ(Play({held_}), 0);
+    EXPECT_THAT(printed_, ContainsRegex("  One +as expected "));
+    EXPECT_THAT(printed_, ContainsRegex("  Records stored +5\n"));
+    EXPECT_THAT(printed_, HasSubstr("are left in " + folder_.File("work/held")));
+}
+
+TEST_F(LabrunnerTest, OneThatFailsAmongSeveralEndsItWithOne) {
+    EXPECT_EQ(Play({"--quiet", failed_, held_}), 1);
+    EXPECT_THAT(printed_, ContainsRegex("  Two +FAILED "));
+    EXPECT_THAT(printed_, ContainsRegex("  One +as expected "));
+}
+
+TEST_F(LabrunnerTest, KnownTranscriptIsTheOneWithTheScenariosName) {
+    const std::string transcripts = folder_.File("transcripts");
+    boost::filesystem::create_directory(transcripts);
+    EXPECT_EQ(Play({"--transcripts=" + transcripts, held_}), 1);
+    folder_.Write("transcripts/held.txt", "");
+    EXPECT_EQ(Play({"--transcripts=" + transcripts, held_}), 0);
+}
+
+TEST_F(LabrunnerTest, BadUsageEndsItWithTwo) {
+    EXPECT_EQ(Run({}), 2);
+    EXPECT_EQ(Play({}), 2);
+    EXPECT_EQ(Run({"--programs=" + folder_.Path(), held_}), 2);
+    EXPECT_EQ(Run({"--library=the-library", held_}), 2);
+    EXPECT_EQ(Play({"--loud", held_}), 2);
+    EXPECT_EQ(Play({"--colour=blue", held_}), 2);
+}
+
+TEST_F(LabrunnerTest, FileThatIsNoScenarioEndsItBeforeAnythingIsPlayed) {
+    EXPECT_EQ(Play({held_, folder_.File("missing.scenario")}), 2);
+    EXPECT_EQ(Play({held_, folder_.Write("empty.scenario", "")}), 2);
+    EXPECT_EQ(Play({held_, folder_.Write("title.scenario", "title Nothing\n")}), 2);
+    EXPECT_THAT(printed_, Not(HasSubstr("It holds")));
+    EXPECT_FALSE(boost::filesystem::exists(folder_.File("work")));
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner
