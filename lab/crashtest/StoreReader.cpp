@@ -1,7 +1,7 @@
 #include "lab/crashtest/StoreReader.h"
 
 #include "lab/common/CommandWords.h"
-#include "lab/devhost/MinerTally.h"
+#include "lab/devhost/database/MinerTally.h"
 
 namespace Kyr::Lab::CrashTest {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/devhost/Database.h"
+#include "lab/devhost/database/Database.h"
 
 namespace Kyr::Lab::CrashTest {
 

@@ -3,12 +3,12 @@
 #include <boost/make_shared.hpp>
 
 #include "lab/common/EndThisProcess.h"
-#include "lab/devhost/DataMiner.h"
-#include "lab/devhost/HostCommands.h"
-#include "lab/devhost/HostLog.h"
-#include "lab/devhost/MemoryUse.h"
 #include "lab/devhost/PortPatch.h"
-#include "lab/devhost/SteppedDatabase.h"
+#include "lab/devhost/commands/HostCommands.h"
+#include "lab/devhost/printing/MemoryUse.h"
+#include "lab/devhost/resources/DataMiner.h"
+#include "lab/devhost/resources/HostLog.h"
+#include "lab/devhost/resources/SteppedDatabase.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -44,7 +44,8 @@ CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSi
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
       console_(
-          MakeHostCommands({*bus_, *database_, lifeCycle_, [this](bool force) { Quit(force); }}),
+          MakeHostCommands({*bus_, *database_, [this](bool force) { lifeCycle_.BeginStop(force); },
+                            [this](bool force) { Quit(force); }}),
           events) {
     provider_.Add(Kernel::kBusResource,
                   boost::make_shared<CDataMiner>(bus_, database_->Miner(), steps_, events));

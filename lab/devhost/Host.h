@@ -8,14 +8,14 @@
 #include <string>
 
 #include "lab/common/LineWriter.h"
-#include "lab/devhost/Bus.h"
-#include "lab/devhost/CollectionSteps.h"
-#include "lab/devhost/Console.h"
-#include "lab/devhost/Database.h"
 #include "lab/devhost/LifeCycle.h"
-#include "lab/devhost/MessagePrinter.h"
 #include "lab/devhost/ModuleLoader.h"
-#include "lab/devhost/Resources.h"
+#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/database/Database.h"
+#include "lab/devhost/printing/MessagePrinter.h"
+#include "lab/devhost/resources/Bus.h"
+#include "lab/devhost/resources/CollectionSteps.h"
+#include "lab/devhost/resources/Resources.h"
 
 namespace Kyr::Lab::DevHost {
 

@@ -4,7 +4,7 @@
 #include <boost/make_shared.hpp>
 
 #include "lab/devhost/LifeCycle.h"
-#include "lab/devhost/Resources.h"
+#include "lab/devhost/resources/Resources.h"
 #include "tests/lab/devhost/EventList.h"
 #include "tests/support/ManualClock.h"
 

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "lab/devhost/Database.h"
+#include "lab/devhost/database/Database.h"
 #include "tests/support/TemporaryFolder.h"
 
 namespace Kyr::Test {

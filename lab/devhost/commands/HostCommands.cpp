@@ -1,0 +1,127 @@
+#include "lab/devhost/commands/HostCommands.h"
+
+#include <stdexcept>
+#include <string>
+
+#include "lab/devhost/commands/MinerCommand.h"
+#include "lab/devhost/commands/PolicyBuilder.h"
+#include "lab/devhost/commands/RequestBuilder.h"
+#include "lab/devhost/commands/TaskBuilder.h"
+#include "lab/devhost/printing/MemoryUse.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+CLine Answer(const char* command) {
+    return CLine("answer").With("command", command);
+}
+
+void PublishTask(CBus& bus, const TaskPointer& task, const char* command, const LineSink& answer) {
+    // Answered first, so that whoever reads knows the identifiers before they come back.
+    answer(Answer(command).With("ids", IdentifiersOf(*task)));
+    bus.PublishAsHost(task);
+}
+
+void SetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
+    const std::string key = arguments.TakeWord("key");
+    const std::string value = arguments.TakeWord("value");
+    arguments.Finish();
+    if (!database.KeyValues().SetValue(key, value)) {
+        throw std::runtime_error("the database refused the value");
+    }
+    answer(Answer("set").With("key", key).With("value", value));
+}
+
+void GetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
+    const std::string key = arguments.TakeWord("key");
+    arguments.Finish();
+    answer(Answer("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
+}
+
+void Dump(const CCommandTargets& targets, const LineSink& answer) {
+    const std::vector<std::string> dumps = targets.bus.DumpSubscribers();
+    for (std::size_t index = 0; index < dumps.size(); ++index) {
+        answer(Answer("dump")
+                   .With("subscriber", std::uint64_t{index + 1})
+                   .With("pending", dumps[index]));
+    }
+    answer(Answer("dump").With("instance", targets.database.InstanceUuid()));
+    for (const std::string& action : targets.database.RemediationActions().StoredActions()) {
+        answer(Answer("dump").With("remediation-action", action));
+    }
+}
+
+}  // namespace
+
+std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
+    using Arguments = CCommandArguments;
+    return {
+        {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
+         "Sends the task that ends a process.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildKillTask(arguments), "kill", answer);
+         }},
+        {"block", "sha256=<text> [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]",
+         "Sends the task that blocks an executable.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
+         }},
+        {"policy", "file=<path>|text=<text> [length=<n>] [broken=blob|stream|policy]",
+         "Sends a policy to be applied; with another length stated, or with something broken.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const auto policy = BuildPolicy(arguments);
+             answer(Answer("policy"));
+             targets.bus.PublishAsHost(policy);
+         }},
+        {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
+         "Asks for the configuration of a product of that type.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             PublishTask(targets.bus, BuildConfigurationRequest(arguments), "export", answer);
+         }},
+        {"trigger", "kind=<number>",
+         "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
+         " 4 telemetry, 5 remediation actions.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const auto trigger = BuildTrigger(arguments);
+             answer(Answer("trigger"));
+             targets.bus.PublishAsHost(trigger);
+         }},
+        {"get", "<key>", "Shows a key-value entry.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             GetValue(targets.database, arguments, answer);
+         }},
+        {"set", "<key> <value>", "Stores a key-value entry.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             SetValue(targets.database, arguments, answer);
+         }},
+        MakeMinerCommand(targets.database),
+        {"dump", "", "Shows what waits in the module, and what the database holds.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             arguments.Finish();
+             Dump(targets, answer);
+         }},
+        {"memory", "", "Tells how much memory the host uses.",
+         [](Arguments& arguments, const LineSink& answer) {
+             arguments.Finish();
+             answer(MemoryLine("asked"));
+             answer(Answer("memory"));
+         }},
+        {"stop", "[force]", "Stops the module; with force also one that is still busy.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const bool force = arguments.TakeFlag("force");
+             arguments.Finish();
+             answer(Answer("stop"));
+             targets.stop(force);
+         }},
+        {"quit", "[force]", "Stops the module and ends the host.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const bool force = arguments.TakeFlag("force");
+             arguments.Finish();
+             answer(Answer("quit"));
+             targets.quit(force);
+         }},
+    };
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,23 @@
+// The commands of the host: one row each. A new command is a new row.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/database/Database.h"
+#include "lab/devhost/resources/Bus.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// What the commands work on; all of it must outlive them.
+struct CCommandTargets {
+    CBus& bus;
+    CDatabase& database;
+    std::function<void(bool force)> stop;  // stops the module
+    std::function<void(bool force)> quit;  // and ends the program
+};
+
+std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets);
+
+}  // namespace Kyr::Lab::DevHost

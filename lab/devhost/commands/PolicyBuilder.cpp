@@ -1,0 +1,98 @@
+#include "lab/devhost/commands/PolicyBuilder.h"
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <zlib.h>
+
+#include <boost/make_shared.hpp>
+
+#include "host/proto/common.pb.h"
+#include "host/proto/policy.pb.h"
+#include "lab/common/CommandWords.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+enum class Broken { Nothing, Blob, Stream, Policy };
+
+/// Protobuf and zlib alike stop at these bytes.
+constexpr char kNonsense[] = "\xFF\xFF\xFF";
+
+Broken TakeBroken(CCommandArguments& arguments) {
+    const std::string what = arguments.TakeValue("broken").value_or("");
+    if (what.empty()) {
+        return Broken::Nothing;
+    }
+    if (what == "blob") {
+        return Broken::Blob;
+    }
+    if (what == "stream") {
+        return Broken::Stream;
+    }
+    if (what == "policy") {
+        return Broken::Policy;
+    }
+    throw std::invalid_argument("broken is blob, stream or policy");
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string TakeText(CCommandArguments& arguments) {
+    const auto file = arguments.TakeValue("file");
+    const auto text = arguments.TakeValue("text");
+    if (file.has_value() == text.has_value()) {
+        throw std::invalid_argument("a file or a text is wanted");
+    }
+    return text ? *text : ReadFile(*file);
+}
+
+std::string MakePolicy(const std::string& text) {
+    Common::DataDefinition::Policy::PolicyData policy;
+    policy.set_policy_text(text);
+    return policy.SerializeAsString();
+}
+
+std::string Compress(const std::string& plain) {
+    uLongf length = compressBound(static_cast<uLong>(plain.size()));
+    std::string compressed(length, '\0');
+    if (compress(reinterpret_cast<Bytef*>(&compressed[0]), &length,
+                 reinterpret_cast<const Bytef*>(plain.data()),
+                 static_cast<uLong>(plain.size())) != Z_OK) {
+        throw std::runtime_error("the policy cannot be compressed");
+    }
+    compressed.resize(length);
+    return compressed;
+}
+
+std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stated, Broken broken) {
+    Common::DataDefinition::Common::CompressedBlob blob;
+    blob.set_uncompressed_length(stated.value_or(plain.size()));
+    blob.set_compressed_data(broken == Broken::Stream ? kNonsense : Compress(plain));
+    return broken == Broken::Blob ? kNonsense : blob.SerializeAsString();
+}
+
+}  // namespace
+
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
+    CCommandArguments& arguments) {
+    const Broken broken = TakeBroken(arguments);
+    const auto length = arguments.TakeValue("length");
+    const std::string text = TakeText(arguments);
+    arguments.Finish();
+    const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
+    auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
+    message->SetPolicyBlob(
+        MakeBlob(broken == Broken::Policy ? kNonsense : MakePolicy(text), stated, broken));
+    message->SetReadOnly();
+    return message;
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,24 @@
+// Builds the policy message of a command: the text in its protobuf message, compressed by zlib, in
+// a blob that states the length; on request with one of these wrong.
+//
+// Errors: std::invalid_argument with a text for the person who typed the command;
+// std::runtime_error
+//   when the file cannot be read.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+
+#include "host/message/ApplyPolicy.h"
+#include "lab/devhost/commands/CommandArguments.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// From `file=<path>` or `text=<text>`, and
+/// `[length=<n>]`: that length is stated, whatever the true one is;
+/// `[broken=blob]`: the message carries bytes that are no blob,
+/// `[broken=stream]`: the compressed data does not inflate,
+/// `[broken=policy]`: what it inflates to is no policy message.
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
+    CCommandArguments& arguments);
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,57 @@
+#include "lab/devhost/database/Database.h"
+
+#include <boost/make_shared.hpp>
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+// Write-ahead logging keeps readers and the writer apart; FULL puts every commit on disk.
+constexpr char kSettings[] = "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;";
+
+constexpr char kSchema[] =
+    "CREATE TABLE IF NOT EXISTS key_values (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS remediation_actions ("
+    "  number INTEGER PRIMARY KEY AUTOINCREMENT, action BLOB NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS mined_records ("
+    "  number INTEGER PRIMARY KEY AUTOINCREMENT, type TEXT NOT NULL, record BLOB NOT NULL);"
+    "CREATE TABLE IF NOT EXISTS host (name TEXT PRIMARY KEY, value TEXT NOT NULL);";
+
+}  // namespace
+
+CDatabase::CDatabase(const std::string& path) : connection_(path) {
+    connection_.Execute(kSettings);
+    connection_.Execute(kSchema);
+    keyValues_ = boost::make_shared<CKeyValueMapper>(connection_);
+    remediationActions_ = boost::make_shared<CRemediationMapper>(connection_);
+    miner_ = std::make_unique<CMinerStore>(connection_);
+}
+
+CDatabase::~CDatabase() = default;
+
+boost::shared_ptr<Common::Database::IMapper> CDatabase::GetMapper(int number) {
+    switch (number) {
+        case Common::Database::kKeyValueAccessMapper:
+            return keyValues_;
+        case Common::Database::kOvRemediationActionsMapper:
+            return remediationActions_;
+        default:
+            return {};
+    }
+}
+
+std::string CDatabase::InstanceUuid() {
+    const boost::unique_lock<boost::mutex> lock(connection_.Mutex());
+    // Ignored when there is one, so that two hosts that start at once agree.
+    CSqliteStatement insert(connection_,
+                            "INSERT OR IGNORE INTO host (name, value) VALUES ('instance', ?)");
+    insert.BindText(1, boost::uuids::to_string(boost::uuids::random_generator()()));
+    insert.Step();
+    CSqliteStatement select(connection_, "SELECT value FROM host WHERE name = 'instance'");
+    select.Step();
+    return select.Column(0);
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,48 @@
+#include "lab/devhost/database/MinerStore.h"
+
+#include <exception>
+
+namespace Kyr::Lab::DevHost {
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+namespace {
+
+std::string TypeText(Common::Kernel::MessageType type) {
+    return std::to_string(static_cast<std::int32_t>(type));
+}
+
+}  // namespace
+
+CMinerStore::CMinerStore(CSqliteConnection& connection)
+    : connection_(connection),
+      insert_(connection, "INSERT INTO mined_records (type, record) VALUES (?, ?)"),
+      select_(connection, "SELECT record FROM mined_records WHERE type = ? ORDER BY number") {}
+
+void CMinerStore::Store(Common::Kernel::MessageType type, const std::vector<std::string>& records) {
+    const Lock lock(connection_.Mutex());
+    connection_.Execute("BEGIN IMMEDIATE");
+    try {
+        for (const std::string& record : records) {
+            insert_.BindText(1, TypeText(type));
+            insert_.BindBlob(2, record);
+            insert_.Step();
+        }
+        connection_.Execute("COMMIT");
+    } catch (const std::exception&) {
+        connection_.Rollback();
+        throw;
+    }
+}
+
+std::vector<std::string> CMinerStore::Records(Common::Kernel::MessageType type) {
+    const Lock lock(connection_.Mutex());
+    select_.BindText(1, TypeText(type));
+    std::vector<std::string> records;
+    while (select_.Step()) {
+        records.push_back(select_.Column(0));
+    }
+    return records;
+}
+
+}  // namespace Kyr::Lab::DevHost

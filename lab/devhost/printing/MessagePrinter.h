@@ -1,0 +1,28 @@
+// Turns what happens on the bus into events: `publish`, `deliver`, `error`, and for each log that
+// is published `symbols`. A log that does not fit its own type is an `error`.
+//
+// Threads: any.
+#pragma once
+
+#include "host/message/LogMessage.h"
+#include "lab/common/LineWriter.h"
+#include "lab/devhost/resources/Bus.h"
+
+namespace Kyr::Lab::DevHost {
+
+class CMessagePrinter final : public IBusObserver {
+  public:
+    explicit CMessagePrinter(LineSink events);
+    ~CMessagePrinter() override;
+    void OnPublish(const CPublication& publication) override;
+    void OnDeliver(const CPublication& publication, std::size_t subscriber) override;
+    void OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
+                          const std::string& text) override;
+
+  private:
+    void PrintLog(const CPublication& publication, const Common::Message::CLogMessage& log);
+
+    const LineSink events_;
+};
+
+}  // namespace Kyr::Lab::DevHost

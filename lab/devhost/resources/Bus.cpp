@@ -1,0 +1,141 @@
+#include "lab/devhost/resources/Bus.h"
+
+#include <algorithm>
+#include <exception>
+#include <stdexcept>
+#include <utility>
+
+#include <boost/make_shared.hpp>
+
+namespace Kyr::Lab::DevHost {
+
+using Common::Kernel::IDeliveryContext;
+using Common::Kernel::IMessage;
+using Common::Kernel::ISubscriber;
+using Common::Kernel::MessageType;
+
+using Lock = boost::unique_lock<boost::mutex>;
+
+CDeliveryContext::~CDeliveryContext() = default;
+IBusObserver::~IBusObserver() = default;
+
+std::uint64_t CPublication::ContextNumber() const {
+    const auto own = boost::dynamic_pointer_cast<CDeliveryContext>(context);
+    return own ? own->Number() : 0;
+}
+
+CBus::CBus(IBusObserver& observer) : observer_(observer), thread_([this] { DeliveryThread(); }) {}
+
+CBus::~CBus() {
+    {
+        const Lock lock(mutex_);
+        ending_ = true;
+        changed_.notify_all();
+    }
+    const boost::this_thread::disable_interruption noInterruption;
+    thread_.join();
+}
+
+void CBus::Publish(const boost::shared_ptr<IMessage>& message,
+                   const boost::shared_ptr<IDeliveryContext>& context) {
+    Enqueue({"module", message, context});
+}
+
+void CBus::PublishAsHost(const boost::shared_ptr<IMessage>& message) {
+    Enqueue({"host", message, {}});
+}
+
+void CBus::Enqueue(CPublication publication) {
+    if (!publication.message) {
+        throw std::invalid_argument("Publish without a message");
+    }
+    const Lock lock(mutex_);
+    if (!publication.context) {
+        publication.context = boost::make_shared<CDeliveryContext>(++lastContext_);
+    }
+    observer_.OnPublish(publication);
+    queue_.push_back(std::move(publication));
+    changed_.notify_all();
+}
+
+void CBus::Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageType type) {
+    if (!subscriber) {
+        throw std::invalid_argument("Subscribe without a subscriber");
+    }
+    const Lock lock(mutex_);
+    const auto known = std::find(subscribers_.begin(), subscribers_.end(), subscriber);
+    const auto index = static_cast<std::size_t>(known - subscribers_.begin());
+    if (known == subscribers_.end()) {
+        subscribers_.push_back(subscriber);
+    }
+    std::vector<std::size_t>& route = routes_[type];
+    if (std::find(route.begin(), route.end(), index) == route.end()) {
+        route.push_back(index);
+    }
+}
+
+void CBus::WaitUntilDelivered() {
+    Lock lock(mutex_);
+    while (!queue_.empty() || delivering_) {
+        changed_.wait(lock);
+    }
+}
+
+std::vector<std::string> CBus::DumpSubscribers() const {
+    std::vector<Subscriber> subscribers;
+    {
+        const Lock lock(mutex_);
+        subscribers = subscribers_;
+    }
+    std::vector<std::string> dumps;
+    dumps.reserve(subscribers.size());
+    for (const Subscriber& subscriber : subscribers) {
+        dumps.push_back(subscriber->Dump());
+    }
+    return dumps;
+}
+
+void CBus::DeliveryThread() {
+    Lock lock(mutex_);
+    while (!ending_) {
+        if (queue_.empty()) {
+            changed_.wait(lock);
+            continue;
+        }
+        const CPublication publication = std::move(queue_.front());
+        queue_.pop_front();
+        delivering_ = true;
+        lock.unlock();
+        Deliver(publication);
+        lock.lock();
+        delivering_ = false;
+        changed_.notify_all();
+    }
+}
+
+void CBus::Deliver(const CPublication& publication) {
+    std::vector<std::pair<std::size_t, Subscriber>> receivers;
+    {
+        const Lock lock(mutex_);
+        for (const std::size_t index : routes_[publication.message->GetMessageType()]) {
+            receivers.emplace_back(index, subscribers_[index]);
+        }
+    }
+    for (const auto& [index, subscriber] : receivers) {
+        DeliverTo(publication, index, subscriber);
+    }
+}
+
+void CBus::DeliverTo(const CPublication& publication, std::size_t index, const Subscriber& to) {
+    const std::size_t number = index + 1;
+    try {
+        to->Push(publication.message, publication.context);
+    } catch (const std::exception& exception) {
+        observer_.OnDeliveryFailed(publication, number, exception.what());
+        return;
+    }
+    // Not before: who hears of it may count on the message being the subscriber's.
+    observer_.OnDeliver(publication, number);
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,51 @@
+#include "lab/devhost/resources/DataMiner.h"
+
+#include <utility>
+
+#include "logs/DataMinerMessages.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace Kernel = Common::Kernel;
+
+namespace {
+
+/// The records of a message for the data miner, or null.
+const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
+    namespace Miner = Common::Message::DataMiners;
+    if (const auto* indicators =
+            dynamic_cast<const Miner::CDataMinerStoreEcsIndicatorLogs*>(&message)) {
+        return &indicators->GetLogs();
+    }
+    const auto* telemetry = dynamic_cast<const Miner::CDataMinerStoreEcsTelemetryLogs*>(&message);
+    return telemetry == nullptr ? nullptr : &telemetry->GetLogs();
+}
+
+}  // namespace
+
+CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CMinerStore& store,
+                       CCollectionSteps& steps, LineSink events)
+    : bus_(std::move(bus)), store_(store), steps_(steps), events_(std::move(events)) {}
+
+CDataMiner::~CDataMiner() = default;
+
+void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
+                         const boost::shared_ptr<Kernel::IDeliveryContext>& context) {
+    const std::vector<std::string>* const records = message ? RecordsOf(*message) : nullptr;
+    if (records == nullptr) {
+        bus_->Publish(message, context);
+        return;
+    }
+    steps_.RecordsCame();
+    store_.Store(message->GetMessageType(), *records);
+    events_(CLine("mined").With("name", message->GetName()).With("records", records->size()));
+    bus_->Publish(message, context);
+    steps_.RecordsStored();
+}
+
+void CDataMiner::Subscribe(const boost::shared_ptr<Kernel::ISubscriber>& subscriber,
+                           Kernel::MessageType type) {
+    bus_->Subscribe(subscriber, type);
+}
+
+}  // namespace Kyr::Lab::DevHost

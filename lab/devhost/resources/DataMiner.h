@@ -1,0 +1,42 @@
+// The bus as modules see it, with the data miner in front: records are on disk before Publish
+// returns.
+//
+// A module counts what it has published as delivered. Were records to wait in the bus's queue, a
+// kill of the host could take them with it.
+//
+// Writes a `mined` event for each batch of records.
+//
+// Threads: any.
+// Ownership: store and steps must outlive this; the bus is shared.
+// Errors: Publish throws std::runtime_error when the records cannot be stored; nothing is published
+// then.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+
+#include "host/kernel/Resources.h"
+#include "lab/common/LineWriter.h"
+#include "lab/devhost/database/MinerStore.h"
+#include "lab/devhost/resources/CollectionSteps.h"
+
+namespace Kyr::Lab::DevHost {
+
+class CDataMiner final : public Common::Kernel::IBusResource {
+  public:
+    CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CMinerStore& store,
+               CCollectionSteps& steps, LineSink events);
+    ~CDataMiner() override;
+
+    void Publish(const boost::shared_ptr<Common::Kernel::IMessage>& message,
+                 const boost::shared_ptr<Common::Kernel::IDeliveryContext>& context) override;
+    void Subscribe(const boost::shared_ptr<Common::Kernel::ISubscriber>& subscriber,
+                   Common::Kernel::MessageType type) override;
+
+  private:
+    const boost::shared_ptr<Common::Kernel::IBusResource> bus_;
+    CMinerStore& store_;       // borrowed
+    CCollectionSteps& steps_;  // borrowed
+    const LineSink events_;
+};
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,18 @@
+#include "lab/devhost/resources/HostLog.h"
+
+#include <utility>
+
+namespace Kyr::Lab::DevHost {
+
+CHostLog::CHostLog(std::vector<LineSink> sinks) : sinks_(std::move(sinks)) {}
+CHostLog::~CHostLog() = default;
+
+void CHostLog::Log(const std::string& text, int level, const std::string& source) {
+    const CLine line =
+        CLine("log").With("level", std::to_string(level)).With("source", source).With("text", text);
+    for (const LineSink& sink : sinks_) {
+        sink(line);
+    }
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,81 @@
+#include <gmock/gmock.h>
+#include <stdexcept>
+
+#include "lab/devhost/database/Database.h"
+#include "lab/devhost/resources/DataMiner.h"
+#include "logs/DataMinerMessages.h"
+#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/devhost/resources/TestBus.h"
+#include "tests/support/TemporaryFolder.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
+using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
+using Lab::DevHost::CBus;
+using Lab::DevHost::CCollectionSteps;
+using Lab::DevHost::CDatabase;
+using Lab::DevHost::CDataMiner;
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+template <typename Batch>
+boost::shared_ptr<Batch> MakeBatch(const std::vector<std::string>& records) {
+    const auto batch = boost::make_shared<Batch>();
+    batch->SetLogs(records);
+    return batch;
+}
+
+class DataMinerTest : public ::testing::Test {
+  protected:
+    const CTemporaryFolder folder_;
+    CDatabase database_{folder_.File("host.db")};
+    CSilentObserver observer_;
+    boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(observer_);
+    CCollectionSteps steps_{std::nullopt, nullptr};
+    CEventList events_;
+    CDataMiner miner_{bus_, database_.Miner(), steps_, events_.Sink()};
+};
+
+TEST_F(DataMinerTest, IndicatorsAreStoredBeforePublishReturns) {
+    miner_.Publish(MakeBatch<CDataMinerStoreEcsIndicatorLogs>({"one", "two"}), {});
+    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsIndicatorLogs),
+                ElementsAre("one", "two"));
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("mined name=DataMinerStoreEcsIndicatorLogs records=2"));
+}
+
+TEST_F(DataMinerTest, TelemetryIsStoredAsSuch) {
+    miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {});
+    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsTelemetryLogs),
+                ElementsAre("one"));
+}
+
+TEST_F(DataMinerTest, MessagesGoOnToTheBus) {
+    const auto subscriber = boost::make_shared<CKeepingSubscriber>();
+    miner_.Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
+    miner_.Subscribe(subscriber, MessageType::Response);
+    miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {});
+    miner_.Publish(MakeMessage(), {});
+    bus_->WaitUntilDelivered();
+    EXPECT_EQ(2u, subscriber->messages.size());
+    EXPECT_EQ(1u, events_.Texts().size());
+}
+
+TEST_F(DataMinerTest, RecordsThatCannotBeStoredAreNotPublished) {
+    const auto subscriber = boost::make_shared<CKeepingSubscriber>();
+    miner_.Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
+    Lab::DevHost::CSqliteConnection(folder_.File("host.db")).Execute("DROP TABLE mined_records");
+    EXPECT_THROW(miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {}),
+                 std::runtime_error);
+    bus_->WaitUntilDelivered();
+    EXPECT_THAT(subscriber->messages, IsEmpty());
+}
+
+TEST_F(DataMinerTest, NoMessageIsAnError) {
+    EXPECT_THROW(miner_.Publish({}, {}), std::invalid_argument);
+}
+
+}  // namespace
+}  // namespace Kyr::Test

@@ -1,0 +1,45 @@
+// A bus with an observer that does nothing, and messages and subscribers for it.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <boost/make_shared.hpp>
+
+#include "host/module/Response.h"
+#include "lab/devhost/resources/Bus.h"
+
+namespace Kyr::Test {
+
+using Common::Kernel::IDeliveryContext;
+using Common::Kernel::IMessage;
+using Common::Kernel::MessageType;
+using Lab::DevHost::CPublication;
+
+class CSilentObserver : public Lab::DevHost::IBusObserver {
+  public:
+    void OnPublish(const CPublication&) override {}
+    void OnDeliver(const CPublication&, std::size_t) override {}
+    void OnDeliveryFailed(const CPublication&, std::size_t, const std::string&) override {}
+};
+
+/// Keeps what it gets. Read it after CBus::WaitUntilDelivered.
+class CKeepingSubscriber : public Common::Kernel::ISubscriber {
+  public:
+    void Push(const boost::shared_ptr<IMessage>& message,
+              const boost::shared_ptr<IDeliveryContext>& context) override {
+        messages.push_back(message);
+        contexts.push_back(context);
+    }
+    std::string Dump() const override { return "keeper"; }
+
+    std::vector<boost::shared_ptr<IMessage>> messages;
+    std::vector<boost::shared_ptr<IDeliveryContext>> contexts;
+};
+
+inline boost::shared_ptr<IMessage> MakeMessage(MessageType type = MessageType::Response) {
+    return boost::make_shared<Common::Module::CResponse>(7, type);
+}
+
+}  // namespace Kyr::Test
