@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     Kyr::Test::CScriptedNative native;
-    Kyr::Test::CScriptedNative::Answer& answer = native.defaultAnswer;
+    Kyr::Test::CScriptedPorts::Answer& answer = native.ports.defaultAnswer;
     answer.status = Kyr::Fuzz::ReplyStatus(data[1]);
     answer.reply.assign(data + kHead, data + size);
     answer.hasView = (data[0] & 2) != 0;
@@ -55,7 +55,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     client.Close();
     // A view that no message asks to be released is the server's affair; all else must be gone.
-    if (native.CountLive() != native.CountLive("view")) {
+    if (native.CountLive() != native.CountLive("view") || !native.Misuses().empty()) {
         std::terminate();
     }
     return 0;

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto offset = Kyr::Base::LoadLittleEndian<std::uint32_t>(data);
     const std::uint32_t length = Kyr::Base::LoadLittleEndian<std::uint32_t>(data + 4) & kLengthMask;
     Kyr::Test::CScriptedNative native;
-    native.area.assign(data + kHead, data + size);
+    native.area.bytes.assign(data + kHead, data + size);
 
     const auto client =
         Kyr::Connectors::Common::Kelcomm::CreateKelcommClientNt(native.GetFunctions());
@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     std::uint32_t value = 0;
     client->ReadBroadcastValue(offset, &value);
     client->Close();
-    if (native.CountLive() != 0) {
+    if (native.CountLive() != 0 || !native.Misuses().empty()) {
         std::terminate();
     }
     return 0;

@@ -33,8 +33,8 @@ void Read(Kyr::Test::CScriptedNative& native, const std::uint8_t* reads, std::si
     bool missing = false;  // once said to be missing, the server plug-in stays so
     for (std::size_t i = 0; i < count; ++i, reads += kReadSize) {
         const std::size_t place = Kyr::Base::LoadLittleEndian<std::uint16_t>(reads + 1);
-        if (place < native.area.size()) {
-            native.area[place] = reads[3];
+        if (place < native.area.bytes.size()) {
+            native.area.bytes[place] = reads[3];
         }
         const std::int32_t index = reads[0] % 16;
         try {
@@ -68,9 +68,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     Kyr::Test::CScriptedNative native;
     native.Fail("NtAlpcConnectPort");
     native.Fail("NtConnectPort");
-    native.area.assign(block, data + size);
+    native.area.bytes.assign(block, data + size);
     Read(native, data + 1, count);
-    if (native.CountLive() != 0) {
+    if (native.CountLive() != 0 || !native.Misuses().empty()) {
         std::terminate();
     }
     return 0;

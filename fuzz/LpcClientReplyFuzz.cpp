@@ -23,9 +23,9 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         return 0;
     }
     Kyr::Test::CScriptedNative native;
-    native.isWow64 = (data[0] & 1) != 0;
-    native.defaultAnswer.status = Kyr::Fuzz::ReplyStatus(data[1]);
-    native.defaultAnswer.reply.assign(data + kHead, data + size);
+    native.process.isWow64 = (data[0] & 1) != 0;
+    native.ports.defaultAnswer.status = Kyr::Fuzz::ReplyStatus(data[1]);
+    native.ports.defaultAnswer.reply.assign(data + kHead, data + size);
     const std::uint32_t capacity = Kyr::Base::LoadLittleEndian<std::uint16_t>(data + 2);
 
     const auto client =
@@ -38,7 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         std::terminate();  // a caller reads so many bytes
     }
     client->Close();
-    if (native.CountLive() != 0) {
+    if (native.CountLive() != 0 || !native.Misuses().empty()) {
         std::terminate();
     }
     return 0;

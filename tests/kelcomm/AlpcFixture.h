@@ -29,12 +29,12 @@ class AlpcFixture : public ClientFixture {
     /// A reply of command 3 whose bytes come in a view.
     void QueueViewReply(std::uint32_t length, Bytes view, std::uint32_t viewFlags = 0x40000,
                         std::uint32_t result = 0) {
-        CScriptedNative::Answer answer;
+        CScriptedPorts::Answer answer;
         answer.reply = Unreleased(Reply(result, length, {}));
         answer.hasView = true;
         answer.view = std::move(view);
         answer.viewFlags = viewFlags;
-        native_.Queue(answer);
+        native_.ports.Queue(answer);
     }
 };
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
@@ -23,7 +24,7 @@ class ClientFixture : public testing::Test {
         client_->Close();
         client_.reset();
         EXPECT_EQ(0U, native_.CountLive());
-        EXPECT_EQ(0U, native_.badCloses);
+        EXPECT_THAT(native_.Misuses(), testing::IsEmpty());
     }
 
     void InitializeClient(std::uint32_t options = 0) {
@@ -47,14 +48,14 @@ class ClientFixture : public testing::Test {
     std::uint32_t Ping() { return client_->Request(0, 0, nullptr, 0, nullptr, 0, nullptr, 0); }
 
     void QueueStatus(NtApi::NtStatus status) {
-        CScriptedNative::Answer answer;
+        CScriptedPorts::Answer answer;
         answer.status = status;
-        native_.Queue(answer);
+        native_.ports.Queue(answer);
     }
     void QueueReply(Bytes message) {
-        CScriptedNative::Answer answer;
+        CScriptedPorts::Answer answer;
         answer.reply = std::move(message);
-        native_.Queue(answer);
+        native_.ports.Queue(answer);
     }
 
     CScriptedNative native_;

@@ -17,8 +17,8 @@ class KelcommAlpcClientTest : public AlpcFixture {};
 TEST_F(KelcommAlpcClientTest, FirstRequestConnectsWithTheConnectionMessage) {
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Ping());
-    ASSERT_EQ(1U, native_.connections.size());
-    const CScriptedNative::Connection& connection = native_.connections[0];
+    ASSERT_EQ(1U, native_.ports.connections.size());
+    const CScriptedPorts::Connection& connection = native_.ports.connections[0];
     EXPECT_EQ(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPortAlpc", connection.name);
     // data length 16, total 40, zeros; magic, version 2, largest inline reply
     EXPECT_EQ(
@@ -32,7 +32,7 @@ TEST_F(KelcommAlpcClientTest, FirstRequestConnectsWithTheConnectionMessage) {
 TEST_F(KelcommAlpcClientTest, PortAttributesAreTheProtocols) {
     QueueReply(Reply(0, 0, {}));
     Ping();
-    const NtApi::AlpcPortAttributes attributes = native_.connections.at(0).attributes;
+    const NtApi::AlpcPortAttributes attributes = native_.ports.connections.at(0).attributes;
     EXPECT_EQ(65519U, attributes.MaxMessageLength);
     EXPECT_EQ(0U, attributes.MemoryBandwidth);
     EXPECT_EQ(0xFFFFFFFFU, attributes.MaxPoolUsage);
@@ -45,7 +45,7 @@ TEST_F(KelcommAlpcClientTest, PortAttributesAreTheProtocols) {
 TEST_F(KelcommAlpcClientTest, OrdinaryProcessLetsTheServerImpersonateIt) {
     QueueReply(Reply(0, 0, {}));
     Ping();
-    const NtApi::AlpcPortAttributes attributes = native_.connections.at(0).attributes;
+    const NtApi::AlpcPortAttributes attributes = native_.ports.connections.at(0).attributes;
     EXPECT_EQ(0x10000U, attributes.Flags);
     EXPECT_EQ(12U, attributes.SecurityQos.Length);
     EXPECT_EQ(2U, attributes.SecurityQos.ImpersonationLevel);
@@ -54,10 +54,10 @@ TEST_F(KelcommAlpcClientTest, OrdinaryProcessLetsTheServerImpersonateIt) {
 }
 
 TEST_F(KelcommAlpcClientTest, LocalSystemLetsTheServerIdentifyIt) {
-    native_.isLocalSystem = true;
+    native_.process.isLocalSystem = true;
     QueueReply(Reply(0, 0, {}));
     Ping();
-    const NtApi::AlpcPortAttributes attributes = native_.connections.at(0).attributes;
+    const NtApi::AlpcPortAttributes attributes = native_.ports.connections.at(0).attributes;
     EXPECT_EQ(0U, attributes.Flags);
     EXPECT_EQ(1U, attributes.SecurityQos.ImpersonationLevel);
     EXPECT_EQ(1, attributes.SecurityQos.ContextTrackingMode);
@@ -69,29 +69,29 @@ TEST_F(KelcommAlpcClientTest, LaterRequestsUseTheSamePort) {
     QueueReply(Reply(0, 0, {}));
     Ping();
     Ping();
-    EXPECT_EQ(1U, native_.connections.size());
+    EXPECT_EQ(1U, native_.ports.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, FailedConnectIsTriedTwiceAndFails) {
     native_.Fail("NtAlpcConnectPort");
     EXPECT_EQ(1U, Ping());
-    EXPECT_EQ(2U, native_.connections.size());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_EQ(2U, native_.ports.connections.size());
+    EXPECT_TRUE(native_.ports.requests.empty());
 }
 
 TEST_F(KelcommAlpcClientTest, HandleOfAFailedConnectIsClosed) {
     native_.Fail("NtAlpcConnectPort");
-    native_.leaveHandleOnFailedConnect = true;
+    native_.ports.leaveHandleOnFailedConnect = true;
     EXPECT_EQ(1U, Ping());
     EXPECT_EQ(0U, native_.CountLive());
 }
 
 TEST_F(KelcommAlpcClientTest, ConnectionWithAPositiveStatusIsUsed) {
     native_.Fail("NtAlpcConnectPort", 1, 0, 0x103);
-    native_.leaveHandleOnFailedConnect = true;
+    native_.ports.leaveHandleOnFailedConnect = true;
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Ping());
-    EXPECT_EQ(1U, native_.connections.size());
+    EXPECT_EQ(1U, native_.ports.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, SystemWithoutAdvancedPortsIsAFailure) {
@@ -107,7 +107,7 @@ TEST_F(KelcommAlpcClientTest, ClientWithoutIdsDoesNotConnect) {
     client_->Uninitialize();
     client_->Initialize(0, 0x61564B51, 0);
     EXPECT_EQ(1U, Ping());
-    EXPECT_TRUE(native_.connections.empty());
+    EXPECT_TRUE(native_.ports.connections.empty());
 }
 
 // ---- the request message ----
@@ -118,7 +118,7 @@ TEST_F(KelcommAlpcClientTest, RequestIsHeaderFieldsAndPayload) {
     // data length 19, total 43; command 3, not growable, length 3, capacity 16
     EXPECT_EQ(HexBytes("13 00 2B 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
                        "03 00 00 00  00 00 00 00  03 00 00 00  10 00 00 00  61 62 63"),
-              native_.requests.at(0).message);
+              native_.ports.requests.at(0).message);
 }
 
 TEST_F(KelcommAlpcClientTest, GrowableRequestSaysSoAndOffersNoCapacity) {
@@ -127,13 +127,13 @@ TEST_F(KelcommAlpcClientTest, GrowableRequestSaysSoAndOffersNoCapacity) {
     EXPECT_EQ(0U, client_->RequestToBuffer(0, 3, "abc", 3, &buffer, 0));
     EXPECT_EQ(HexBytes("13 00 2B 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
                        "03 00 00 00  01 00 00 00  03 00 00 00  00 00 00 00  61 62 63"),
-              native_.requests.at(0).message);
+              native_.ports.requests.at(0).message);
 }
 
 TEST_F(KelcommAlpcClientTest, SynchronousRequestHasAReceiveBufferAndNoTimeLimit) {
     QueueReply(Reply(0, 0, {}));
     Ping();
-    const CScriptedNative::Sent& sent = native_.requests.at(0);
+    const CScriptedPorts::Sent& sent = native_.ports.requests.at(0);
     EXPECT_EQ(0x20000U, sent.flags);
     EXPECT_TRUE(sent.hasReceiveBuffer);
     EXPECT_EQ(65519U, sent.bufferLength);
@@ -144,14 +144,14 @@ TEST_F(KelcommAlpcClientTest, SynchronousRequestHasAReceiveBufferAndNoTimeLimit)
 TEST_F(KelcommAlpcClientTest, TimeLimitIsPassedOn) {
     QueueReply(Reply(0, 0, {}));
     Request({}, 16, 0, -50000000);
-    EXPECT_TRUE(native_.requests.at(0).hasTimeout);
-    EXPECT_EQ(-50000000, native_.requests.at(0).timeout);
+    EXPECT_TRUE(native_.ports.requests.at(0).hasTimeout);
+    EXPECT_EQ(-50000000, native_.ports.requests.at(0).timeout);
 }
 
 TEST_F(KelcommAlpcClientTest, OneWayRequestIsReleasedAndWantsNothingBack) {
     QueueStatus(0);
     EXPECT_EQ(0U, Request(TextBytes("abc"), 16, 1));
-    const CScriptedNative::Sent& sent = native_.oneWays.at(0);
+    const CScriptedPorts::Sent& sent = native_.ports.oneWays.at(0);
     EXPECT_EQ(0x10000U, sent.flags);
     EXPECT_FALSE(sent.hasReceiveBuffer);
     EXPECT_EQ(65519U, sent.bufferLength);
@@ -166,16 +166,16 @@ TEST_F(KelcommAlpcClientTest, FlagsOtherThanOneWayMeanNothing) {
     EXPECT_EQ(0U, Request(TextBytes("abc"), 16, 0xFFFFFFFE));
     EXPECT_EQ(TextBytes("xyz"), reply_);
     // command 3, not growable, length 3, capacity 16
-    EXPECT_EQ(
-        HexBytes("03 00 00 00  00 00 00 00  03 00 00 00  10 00 00 00  61 62 63"),
-        Bytes(native_.requests.at(0).message.begin() + 24, native_.requests.at(0).message.end()));
+    EXPECT_EQ(HexBytes("03 00 00 00  00 00 00 00  03 00 00 00  10 00 00 00  61 62 63"),
+              Bytes(native_.ports.requests.at(0).message.begin() + 24,
+                    native_.ports.requests.at(0).message.end()));
 }
 
 TEST_F(KelcommAlpcClientTest, OneWayGrowableRequestIsNotMarkedAsGrowable) {
     QueueStatus(0);
     Kelcomm::CBuffer buffer;
     EXPECT_EQ(0U, client_->RequestToBuffer(1, 3, "abc", 3, &buffer, 0));
-    EXPECT_EQ(0, native_.oneWays.at(0).message.at(28));
+    EXPECT_EQ(0, native_.ports.oneWays.at(0).message.at(28));
     EXPECT_EQ(0U, buffer.GetSize());
 }
 
@@ -184,17 +184,17 @@ TEST_F(KelcommAlpcClientTest, OneWayGrowableRequestIsNotMarkedAsGrowable) {
 TEST_F(KelcommAlpcClientTest, LongestInlinePayloadFillsTheMessage) {
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Request(Bytes(65479, 'p'), 0));
-    const CScriptedNative::Sent& sent = native_.requests.at(0);
+    const CScriptedPorts::Sent& sent = native_.ports.requests.at(0);
     EXPECT_EQ(65519U, sent.message.size());
     EXPECT_EQ('p', sent.message.back());
     EXPECT_FALSE(sent.hasView);
-    EXPECT_TRUE(native_.sectionSizes.empty());
+    EXPECT_TRUE(native_.ports.sectionSizes.empty());
 }
 
 TEST_F(KelcommAlpcClientTest, LongerPayloadTravelsInAView) {
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Request(Bytes(65480, 'p'), 0));
-    const CScriptedNative::Sent& sent = native_.requests.at(0);
+    const CScriptedPorts::Sent& sent = native_.ports.requests.at(0);
     // data length 16, total 40; length 65480
     EXPECT_EQ(HexBytes("10 00 28 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
                        "03 00 00 00  00 00 00 00  C8 FF 00 00  00 00 00 00"),
@@ -202,7 +202,7 @@ TEST_F(KelcommAlpcClientTest, LongerPayloadTravelsInAView) {
     EXPECT_TRUE(sent.hasView);
     EXPECT_EQ(0x60000U, sent.viewFlags);
     EXPECT_EQ(Bytes(65480, 'p'), sent.view);
-    EXPECT_EQ(std::vector<std::size_t>({65480}), native_.sectionSizes);
+    EXPECT_EQ(std::vector<std::size_t>({65480}), native_.ports.sectionSizes);
 }
 
 TEST_F(KelcommAlpcClientTest, ViewAndSectionOfARequestAreDeleted) {
@@ -220,7 +220,7 @@ TEST_F(KelcommAlpcClientTest, ViewAndSectionAreDeletedWhateverTheOutcome) {
     QueueStatus(0x103);
     EXPECT_EQ(0U, Request(Bytes(65480), 0));
     EXPECT_EQ(1U, Request(Bytes(65480), 0));
-    EXPECT_EQ(4U, native_.sectionSizes.size());
+    EXPECT_EQ(4U, native_.ports.sectionSizes.size());
     EXPECT_EQ(0U, native_.CountLive("view"));
     EXPECT_EQ(0U, native_.CountLive("section"));
 }
@@ -228,22 +228,22 @@ TEST_F(KelcommAlpcClientTest, ViewAndSectionAreDeletedWhateverTheOutcome) {
 TEST_F(KelcommAlpcClientTest, OneWayPayloadTravelsInAViewToo) {
     QueueStatus(0);
     EXPECT_EQ(0U, Request(Bytes(65480, 'p'), 0, 1));
-    EXPECT_EQ(Bytes(65480, 'p'), native_.oneWays.at(0).view);
+    EXPECT_EQ(Bytes(65480, 'p'), native_.ports.oneWays.at(0).view);
     EXPECT_EQ(0U, native_.CountLive("section"));
 }
 
 TEST_F(KelcommAlpcClientTest, SectionThatCannotBeMadeIsAFailure) {
     native_.Fail("NtAlpcCreatePortSection");
     EXPECT_EQ(1U, Request(Bytes(65480), 0));
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
     EXPECT_EQ(2U, native_.CountCalls("NtAlpcCreatePortSection"));  // repeated on a new port
 }
 
 TEST_F(KelcommAlpcClientTest, ViewThatCannotBeMadeIsAFailureAndDeletesTheSection) {
     native_.Fail("NtAlpcCreateSectionView");
     EXPECT_EQ(1U, Request(Bytes(65480), 0));
-    EXPECT_TRUE(native_.requests.empty());
-    EXPECT_EQ(2U, native_.sectionSizes.size());
+    EXPECT_TRUE(native_.ports.requests.empty());
+    EXPECT_EQ(2U, native_.ports.sectionSizes.size());
     EXPECT_EQ(0U, native_.CountLive("section"));
 }
 
@@ -251,33 +251,33 @@ TEST_F(KelcommAlpcClientTest, SendAttributesThatCannotBeMadeAreAFailure) {
     // Two calls make the receive attributes; the next one belongs to the send attributes.
     native_.Fail("AlpcInitializeMessageAttribute", CScriptedNative::kAlways, 2);
     EXPECT_EQ(1U, Request(Bytes(65480), 0));
-    EXPECT_TRUE(native_.requests.empty());
-    EXPECT_TRUE(native_.sectionSizes.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
+    EXPECT_TRUE(native_.ports.sectionSizes.empty());
 }
 
 TEST_F(KelcommAlpcClientTest, ReceiveAttributesThatCannotBeMadeAreAFailure) {
     native_.Fail("AlpcInitializeMessageAttribute");
     EXPECT_EQ(1U, Ping());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
 }
 
 TEST_F(KelcommAlpcClientTest, SystemWithoutAttributesIsAFailure) {
     native_.Remove("AlpcInitializeMessageAttribute");
     EXPECT_EQ(1U, Ping());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
 }
 
 TEST_F(KelcommAlpcClientTest, LargerAttributeBufferThanUsualIsMade) {
-    native_.viewAttributeSize = 400;
+    native_.ports.viewAttributeSize = 400;
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Request(Bytes(65480, 'p'), 0));
-    EXPECT_EQ(Bytes(65480, 'p'), native_.requests.at(0).view);
+    EXPECT_EQ(Bytes(65480, 'p'), native_.ports.requests.at(0).view);
 }
 
 TEST_F(KelcommAlpcClientTest, AttributeBufferWithoutRoomForAViewIsAFailure) {
-    native_.viewAttributeSize = 8;
+    native_.ports.viewAttributeSize = 8;
     EXPECT_EQ(1U, Ping());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
 }
 
 // ---- statuses and repeating ----
@@ -287,9 +287,9 @@ TEST_F(KelcommAlpcClientTest, FailedExchangeDropsThePortAndRepeatsOnce) {
     QueueReply(Reply(0, 3, TextBytes("xyz")));
     EXPECT_EQ(0U, Request(TextBytes("abc"), 16));
     EXPECT_EQ(TextBytes("xyz"), reply_);
-    ASSERT_EQ(2U, native_.requests.size());
-    EXPECT_EQ(native_.requests[0].message, native_.requests[1].message);
-    EXPECT_NE(native_.requests[0].port, native_.requests[1].port);
+    ASSERT_EQ(2U, native_.ports.requests.size());
+    EXPECT_EQ(native_.ports.requests[0].message, native_.ports.requests[1].message);
+    EXPECT_NE(native_.ports.requests[0].port, native_.ports.requests[1].port);
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
@@ -297,30 +297,30 @@ TEST_F(KelcommAlpcClientTest, InvalidParameterIsRepeatedHere) {
     QueueStatus(kInvalidParameter);
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Ping());
-    EXPECT_EQ(2U, native_.connections.size());
+    EXPECT_EQ(2U, native_.ports.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, SecondFailureIsFinalAndDropsThePort) {
     EXPECT_EQ(1U, Ping());
-    EXPECT_EQ(2U, native_.requests.size());
+    EXPECT_EQ(2U, native_.ports.requests.size());
     EXPECT_EQ(0U, native_.CountLive("alpc port"));
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Ping());
-    EXPECT_EQ(3U, native_.connections.size());
-    EXPECT_EQ(3U, native_.requests.size());
+    EXPECT_EQ(3U, native_.ports.connections.size());
+    EXPECT_EQ(3U, native_.ports.requests.size());
 }
 
 TEST_F(KelcommAlpcClientTest, ServersOwnCodeOneIsRepeatedLikeAFailure) {
     QueueReply(Reply(1, 0, {}));
     QueueReply(Reply(1, 0, {}));
     EXPECT_EQ(1U, Ping());
-    EXPECT_EQ(2U, native_.connections.size());
+    EXPECT_EQ(2U, native_.ports.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, TimeoutIsReportedAndKeepsThePort) {
     QueueStatus(0x102);
     EXPECT_EQ(9U, Request({}, 16, 0, -10000));
-    EXPECT_EQ(1U, native_.requests.size());
+    EXPECT_EQ(1U, native_.ports.requests.size());
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
@@ -330,10 +330,10 @@ TEST_F(KelcommAlpcClientTest, TimedOutOneWayRequestIsReportedToo) {
 }
 
 TEST_F(KelcommAlpcClientTest, OtherPositiveStatusIsSuccessWithoutAReply) {
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.status = 0x103;
     answer.reply = Reply(0, 3, TextBytes("xyz"));
-    native_.Queue(answer);
+    native_.ports.Queue(answer);
     EXPECT_EQ(0U, Request({}, 16));
     EXPECT_EQ(kUntouchedLength, replyLength_);
     EXPECT_EQ(Bytes(16, 0xEE), reply_);
@@ -349,7 +349,7 @@ TEST_F(KelcommAlpcClientTest, FailedOneWayRequestIsRepeatedOnce) {
     QueueStatus(kPortDisconnected);
     QueueStatus(0);
     EXPECT_EQ(0U, Request({}, 0, 1));
-    EXPECT_EQ(2U, native_.oneWays.size());
+    EXPECT_EQ(2U, native_.ports.oneWays.size());
 }
 
 // ---- life cycle ----
@@ -373,12 +373,13 @@ TEST_F(KelcommAlpcClientTest, PumpingMessagesIsRefusedFirst) {
 
 TEST_F(KelcommAlpcClientTest, UninitializeDisconnectsAnOpenPort) {
     EXPECT_EQ(0U, client_->Uninitialize());
-    EXPECT_TRUE(native_.disconnected.empty());
+    EXPECT_TRUE(native_.ports.disconnected.empty());
     InitializeClient();
     QueueReply(Reply(0, 0, {}));
     Ping();
     EXPECT_EQ(0U, client_->Uninitialize());
-    EXPECT_EQ(std::vector<NtApi::Handle>({native_.requests.at(0).port}), native_.disconnected);
+    EXPECT_EQ(std::vector<NtApi::Handle>({native_.ports.requests.at(0).port}),
+              native_.ports.disconnected);
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
@@ -386,7 +387,7 @@ TEST_F(KelcommAlpcClientTest, CloseDisconnectsClosesAndForgetsTheIds) {
     QueueReply(Reply(0, 0, {}));
     Ping();
     EXPECT_EQ(0U, client_->Close());
-    EXPECT_EQ(1U, native_.disconnected.size());
+    EXPECT_EQ(1U, native_.ports.disconnected.size());
     EXPECT_EQ(0U, native_.CountLive());
     EXPECT_EQ(0U, client_->Initialize(1, 2, 0));
 }
@@ -420,9 +421,9 @@ TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
     QueueReply(Reply(0, 0, {}));
     ASSERT_EQ(0U, Ping());
     std::atomic<int> inFlight{0};
-    native_.defaultAnswer.status = 0;
-    native_.defaultAnswer.reply = Reply(0, 0, {});
-    native_.defaultAnswer.action = [&](const CScriptedNative::Sent&) {
+    native_.ports.defaultAnswer.status = 0;
+    native_.ports.defaultAnswer.reply = Reply(0, 0, {});
+    native_.ports.defaultAnswer.action = [&](const CScriptedPorts::Sent&) {
         ++inFlight;
         while (inFlight < 2) {
             std::this_thread::yield();
@@ -431,8 +432,8 @@ TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
     std::thread other([this] { EXPECT_EQ(0U, Ping()); });
     EXPECT_EQ(0U, Ping());
     other.join();
-    EXPECT_EQ(3U, native_.requests.size());
-    EXPECT_EQ(1U, native_.connections.size());
+    EXPECT_EQ(3U, native_.ports.requests.size());
+    EXPECT_EQ(1U, native_.ports.connections.size());
 }
 
 TEST_F(KelcommAlpcClientTest, WhatChangesThePortOrTheIdsHoldsTheLockExclusively) {
@@ -457,35 +458,35 @@ TEST_F(KelcommAlpcClientTest, RequestsAndUninitializeShareTheLock) {
 }
 
 TEST_F(KelcommAlpcClientTest, BroadcastCanBeReadDuringAnExchange) {
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.reply = Reply(0, 0, {});
-    answer.action = [this](const CScriptedNative::Sent&) {
+    answer.action = [this](const CScriptedPorts::Sent&) {
         std::uint32_t value = 0;
         EXPECT_EQ(1U, client_->ReadBroadcastValue(0, &value));  // there is no area
     };
     native_.Fail("OpenMutexW");
-    native_.Queue(answer);
+    native_.ports.Queue(answer);
     EXPECT_EQ(0U, Ping());
 }
 
 TEST_F(KelcommAlpcClientTest, UninitializeReachesARequestInFlight) {
     std::atomic<bool> waiting{false};
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.status = kPortDisconnected;
-    answer.action = [&](const CScriptedNative::Sent&) {
+    answer.action = [&](const CScriptedPorts::Sent&) {
         waiting = true;
         while (native_.CountCalls("NtAlpcDisconnectPort") == 0) {
             std::this_thread::yield();
         }
     };
-    native_.Queue(answer);
+    native_.ports.Queue(answer);
     std::thread requester([this] { EXPECT_EQ(1U, Ping()); });
     while (!waiting) {
         std::this_thread::yield();
     }
     EXPECT_EQ(0U, client_->Uninitialize());
     requester.join();
-    EXPECT_EQ(1U, native_.requests.size());  // without ids there is no second connection
+    EXPECT_EQ(1U, native_.ports.requests.size());  // without ids there is no second connection
 }
 
 TEST_F(KelcommAlpcClientTest, SystemWithoutSlimLocksStillExchanges) {

@@ -22,7 +22,7 @@ class KelcommAlpcReplyTest : public AlpcFixture {
         queueOne();
         queueOne();
         const std::uint32_t result = Request({}, capacity);
-        EXPECT_EQ(2U, native_.requests.size());
+        EXPECT_EQ(2U, native_.ports.requests.size());
         EXPECT_EQ(0U, native_.CountLive("alpc port"));
         return result;
     }
@@ -43,7 +43,7 @@ TEST_F(KelcommAlpcReplyTest, InlineReplyIsCopied) {
     QueueReply(Reply(0, 3, TextBytes("xyz")));
     EXPECT_EQ(0U, Request({}, 3));
     EXPECT_EQ(TextBytes("xyz"), reply_);
-    EXPECT_TRUE(native_.releases.empty());
+    EXPECT_TRUE(native_.ports.releases.empty());
 }
 
 TEST_F(KelcommAlpcReplyTest, ServerCodeIsReturnedWithoutTheReply) {
@@ -51,7 +51,7 @@ TEST_F(KelcommAlpcReplyTest, ServerCodeIsReturnedWithoutTheReply) {
     EXPECT_EQ(0x12345678U, Request({}, 3));
     EXPECT_EQ(kUntouchedLength, replyLength_);
     EXPECT_EQ(Bytes(3, 0xEE), reply_);
-    EXPECT_EQ(1U, native_.requests.size());
+    EXPECT_EQ(1U, native_.ports.requests.size());
 }
 
 TEST_F(KelcommAlpcReplyTest, ReplyLengthPointerIsOptional) {
@@ -65,7 +65,7 @@ TEST_F(KelcommAlpcReplyTest, ReplyLongerThanTheBufferDoesNotFit) {
     QueueReply(Reply(0, 4, TextBytes("wxyz")));
     EXPECT_EQ(6U, Request({}, 3));
     EXPECT_EQ(kUntouchedLength, replyLength_);
-    EXPECT_EQ(1U, native_.requests.size());
+    EXPECT_EQ(1U, native_.ports.requests.size());
     EXPECT_EQ(1U, native_.CountLive("alpc port"));
 }
 
@@ -112,11 +112,11 @@ TEST_F(KelcommAlpcReplyTest, ViewMayBeLargerThanTheReply) {
 }
 
 TEST_F(KelcommAlpcReplyTest, ShortReplyWithAViewIsStillReadFromTheMessage) {
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.reply = Unreleased(Reply(0, 3, TextBytes("xyz")));
     answer.hasView = true;
     answer.view = Bytes(4096, 'v');
-    native_.Queue(answer);
+    native_.ports.Queue(answer);
     EXPECT_EQ(0U, Request({}, 16));
     EXPECT_EQ(TextBytes("xyz"), reply_);
 }
@@ -138,7 +138,7 @@ TEST_F(KelcommAlpcReplyTest, ViewOfNoSecureSectionIsMalformed) {
 TEST_F(KelcommAlpcReplyTest, ViewReplyThatDoesNotFitIsReleased) {
     QueueViewReply(65488, Bytes(65488, 'v'));
     EXPECT_EQ(6U, Request({}, 65487));
-    EXPECT_EQ(1U, native_.releases.size());
+    EXPECT_EQ(1U, native_.ports.releases.size());
     EXPECT_EQ(0U, native_.CountLive("view"));
 }
 
@@ -147,17 +147,17 @@ TEST_F(KelcommAlpcReplyTest, ViewReplyThatDoesNotFitIsReleased) {
 TEST_F(KelcommAlpcReplyTest, MessageThatAsksForItIsReleasedWithItsView) {
     QueueViewReply(65488, Bytes(65488, 'v'), 0x40000);
     EXPECT_EQ(0U, Request({}, 65488));
-    ASSERT_EQ(1U, native_.releases.size());
-    EXPECT_EQ(Unreleased(Reply(0, 65488, {})), native_.releases[0].message);
-    EXPECT_EQ(0x50000U, native_.releases[0].releasedViewFlags);
+    ASSERT_EQ(1U, native_.ports.releases.size());
+    EXPECT_EQ(Unreleased(Reply(0, 65488, {})), native_.ports.releases[0].message);
+    EXPECT_EQ(0x50000U, native_.ports.releases[0].releasedViewFlags);
     EXPECT_EQ(0U, native_.CountLive("view"));
 }
 
 TEST_F(KelcommAlpcReplyTest, ReleaseGoesToTheSamePortAndWantsNothingBack) {
     QueueViewReply(65488, Bytes(65488, 'v'));
     Request({}, 65488, 0, -10000);
-    const CScriptedNative::Sent& release = native_.releases.at(0);
-    EXPECT_EQ(native_.requests.at(0).port, release.port);
+    const CScriptedPorts::Sent& release = native_.ports.releases.at(0);
+    EXPECT_EQ(native_.ports.requests.at(0).port, release.port);
     EXPECT_EQ(0x10000U, release.flags);
     EXPECT_FALSE(release.hasReceiveBuffer);
     EXPECT_FALSE(release.hasBufferLength);
@@ -167,14 +167,14 @@ TEST_F(KelcommAlpcReplyTest, ReleaseGoesToTheSamePortAndWantsNothingBack) {
 TEST_F(KelcommAlpcReplyTest, MessageWithoutAViewIsReleasedToo) {
     QueueReply(Unreleased(Reply(0, 3, TextBytes("xyz"))));
     EXPECT_EQ(0U, Request({}, 3));
-    ASSERT_EQ(1U, native_.releases.size());
-    EXPECT_FALSE(native_.releases[0].hasView);
+    ASSERT_EQ(1U, native_.ports.releases.size());
+    EXPECT_FALSE(native_.ports.releases[0].hasView);
 }
 
 TEST_F(KelcommAlpcReplyTest, ErrorReplyIsReleasedToo) {
     QueueViewReply(0, Bytes(10), 0x40000, 77);
     EXPECT_EQ(77U, Request({}, 3));
-    EXPECT_EQ(1U, native_.releases.size());
+    EXPECT_EQ(1U, native_.ports.releases.size());
     EXPECT_EQ(0U, native_.CountLive("view"));
 }
 
@@ -186,7 +186,7 @@ TEST_F(KelcommAlpcReplyTest, FailedReleaseChangesNothing) {
 
 TEST_F(KelcommAlpcReplyTest, MalformedReplyIsReleasedToo) {
     EXPECT_EQ(1U, ResultOfTwo([this] { QueueReply(Unreleased(Reply(0, 0, {}, 7))); }, 16));
-    EXPECT_EQ(2U, native_.releases.size());
+    EXPECT_EQ(2U, native_.ports.releases.size());
 }
 
 // ---- malformed messages ----

@@ -13,7 +13,7 @@ template <typename Width>
 class KelcommClientNtTest : public LpcClientFixture<Width> {
   protected:
     void ExpectNeitherRepeatedNorDropped() {
-        EXPECT_EQ(1U, this->native_.requests.size());
+        EXPECT_EQ(1U, this->native_.ports.requests.size());
         EXPECT_EQ(1U, this->native_.CountLive("port"));
     }
 };
@@ -23,11 +23,11 @@ TYPED_TEST_SUITE(KelcommClientNtTest, LpcWidths, LpcWidthNames);
 // ---- connecting ----
 
 TYPED_TEST(KelcommClientNtTest, FirstRequestConnects) {
-    EXPECT_TRUE(this->native_.connections.empty());
+    EXPECT_TRUE(this->native_.ports.connections.empty());
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    ASSERT_EQ(1U, this->native_.connections.size());
-    const CScriptedNative::Connection& connection = this->native_.connections[0];
+    ASSERT_EQ(1U, this->native_.ports.connections.size());
+    const CScriptedPorts::Connection& connection = this->native_.ports.connections[0];
     EXPECT_EQ(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort", connection.name);
     EXPECT_EQ(TextBytes("KelComm ") + HexBytes("02 00 00 00"), connection.message);
     EXPECT_FALSE(connection.hasOptional);
@@ -36,7 +36,7 @@ TYPED_TEST(KelcommClientNtTest, FirstRequestConnects) {
 TYPED_TEST(KelcommClientNtTest, ServerMayImpersonateTheClient) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Ping();
-    const NtApi::SecurityQualityOfService qos = this->native_.connections.at(0).qos;
+    const NtApi::SecurityQualityOfService qos = this->native_.ports.connections.at(0).qos;
     EXPECT_EQ(12U, qos.Length);
     EXPECT_EQ(2U, qos.ImpersonationLevel);
     EXPECT_EQ(1, qos.ContextTrackingMode);
@@ -48,34 +48,34 @@ TYPED_TEST(KelcommClientNtTest, LaterRequestsUseTheSamePort) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Ping();
     this->Ping();
-    EXPECT_EQ(1U, this->native_.connections.size());
+    EXPECT_EQ(1U, this->native_.ports.connections.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, FailedConnectIsAFailure) {
     this->native_.Fail("NtConnectPort");
     EXPECT_EQ(1U, this->Ping());
-    EXPECT_TRUE(this->native_.requests.empty());
+    EXPECT_TRUE(this->native_.ports.requests.empty());
 }
 
 TYPED_TEST(KelcommClientNtTest, HandleOfAFailedConnectIsClosed) {
     this->native_.Fail("NtConnectPort");
-    this->native_.leaveHandleOnFailedConnect = true;
+    this->native_.ports.leaveHandleOnFailedConnect = true;
     EXPECT_EQ(1U, this->Ping());
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
 TYPED_TEST(KelcommClientNtTest, ConnectionWithAPositiveStatusIsUsed) {
     this->native_.Fail("NtConnectPort", 1, 0, 0x103);
-    this->native_.leaveHandleOnFailedConnect = true;
+    this->native_.ports.leaveHandleOnFailedConnect = true;
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    EXPECT_EQ(1U, this->native_.connections.size());
+    EXPECT_EQ(1U, this->native_.ports.connections.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, ConnectionIsTriedAgainByTheNextRequest) {
     this->native_.Fail("NtConnectPort", 1);
     EXPECT_EQ(1U, this->Ping());
-    EXPECT_EQ(1U, this->native_.connections.size());
+    EXPECT_EQ(1U, this->native_.ports.connections.size());
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
 }
@@ -134,12 +134,12 @@ TYPED_TEST(KelcommClientNtTest, LongestInlineReplyIsCopiedFromTheMessage) {
 
 TYPED_TEST(KelcommClientNtTest, LongerReplyHasBeenWrittenByTheServer) {
     const std::uint32_t length = TypeParam::kSmallReply + 1;
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.reply = this->Reply(0, length, {});
-    answer.action = [this](const CScriptedNative::Sent&) {
+    answer.action = [this](const CScriptedPorts::Sent&) {
         std::fill(this->reply_.begin(), this->reply_.end(), std::uint8_t{'s'});
     };
-    this->native_.Queue(answer);
+    this->native_.ports.Queue(answer);
     EXPECT_EQ(0U, this->Request({}, length));
     EXPECT_EQ(Bytes(length, 's'), this->reply_);
 }
@@ -176,17 +176,17 @@ TYPED_TEST(KelcommClientNtTest, ReplyThatEndsBeforeItsBytesIsAFailure) {
 // ---- failures, dropping the port and repeating ----
 
 TYPED_TEST(KelcommClientNtTest, FailedExchangeReconnectsAndRepeatsOnce) {
-    CScriptedNative::Answer failure;
+    CScriptedPorts::Answer failure;
     failure.status = kPortDisconnected;
     failure.reply = this->Reply(9, 2, TextBytes("no"));  // must not reach the second exchange
-    this->native_.Queue(failure);
+    this->native_.ports.Queue(failure);
     this->QueueReply(this->Reply(0, 3, TextBytes("xyz")));
     EXPECT_EQ(0U, this->Request(TextBytes("abc"), 16));
     EXPECT_EQ(TextBytes("xyz"), this->reply_);
-    ASSERT_EQ(2U, this->native_.requests.size());
-    EXPECT_EQ(this->native_.requests[0].message, this->native_.requests[1].message);
-    EXPECT_EQ(this->native_.requests[0].announced, this->native_.requests[1].announced);
-    EXPECT_NE(this->native_.requests[0].port, this->native_.requests[1].port);
+    ASSERT_EQ(2U, this->native_.ports.requests.size());
+    EXPECT_EQ(this->native_.ports.requests[0].message, this->native_.ports.requests[1].message);
+    EXPECT_EQ(this->native_.ports.requests[0].announced, this->native_.ports.requests[1].announced);
+    EXPECT_NE(this->native_.ports.requests[0].port, this->native_.ports.requests[1].port);
     EXPECT_EQ(1U, this->native_.CountLive("port"));
 }
 
@@ -194,18 +194,18 @@ TYPED_TEST(KelcommClientNtTest, SecondFailureIsFinalAndDropsThePort) {
     this->QueueStatus(kPortDisconnected);
     this->QueueStatus(kPortDisconnected);
     EXPECT_EQ(1U, this->Request({}, 16));
-    EXPECT_EQ(2U, this->native_.requests.size());
+    EXPECT_EQ(2U, this->native_.ports.requests.size());
     EXPECT_EQ(0U, this->native_.CountLive("port"));
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    EXPECT_EQ(3U, this->native_.connections.size());
+    EXPECT_EQ(3U, this->native_.ports.connections.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, FailedReconnectIsAFailure) {
     this->native_.Fail("NtConnectPort", 1, 1);
     this->QueueStatus(kPortDisconnected);
     EXPECT_EQ(1U, this->Request({}, 16));
-    EXPECT_EQ(1U, this->native_.requests.size());
+    EXPECT_EQ(1U, this->native_.ports.requests.size());
     EXPECT_EQ(0U, this->native_.CountLive("port"));
 }
 
@@ -219,27 +219,27 @@ TYPED_TEST(KelcommClientNtTest, InvalidParameterOfTheRepeatKeepsTheNewPort) {
     this->QueueStatus(kPortDisconnected);
     this->QueueStatus(kInvalidParameter);
     EXPECT_EQ(1U, this->Request({}, 16));
-    EXPECT_EQ(2U, this->native_.requests.size());
+    EXPECT_EQ(2U, this->native_.ports.requests.size());
     EXPECT_EQ(1U, this->native_.CountLive("port"));
 }
 
 TYPED_TEST(KelcommClientNtTest, BroadcastCanBeReadDuringAnExchange) {
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.reply = this->Reply(0, 0, {});
-    answer.action = [this](const CScriptedNative::Sent&) {
+    answer.action = [this](const CScriptedPorts::Sent&) {
         std::uint32_t value = 0;
         EXPECT_EQ(1U, this->client_->ReadBroadcastValue(0, &value));  // there is no area
     };
     this->native_.Fail("OpenMutexW");
-    this->native_.Queue(answer);
+    this->native_.ports.Queue(answer);
     EXPECT_EQ(0U, this->Ping());
 }
 
 TYPED_TEST(KelcommClientNtTest, PositiveStatusIsASuccess) {
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.status = 0x102;
     answer.reply = this->Reply(0, 0, {});
-    this->native_.Queue(answer);
+    this->native_.ports.Queue(answer);
     EXPECT_EQ(0U, this->Ping());
 }
 
@@ -247,28 +247,28 @@ TYPED_TEST(KelcommClientNtTest, PositiveStatusIsASuccess) {
 
 TYPED_TEST(KelcommClientNtTest, OneWayRequestWaitsForNoReply) {
     EXPECT_EQ(0U, this->Request(TextBytes("abc"), 16, 1));
-    EXPECT_EQ(1U, this->native_.oneWays.size());
-    EXPECT_TRUE(this->native_.requests.empty());
+    EXPECT_EQ(1U, this->native_.ports.oneWays.size());
+    EXPECT_TRUE(this->native_.ports.requests.empty());
     EXPECT_EQ(this->kUntouchedLength, this->replyLength_);
 }
 
 TYPED_TEST(KelcommClientNtTest, OneWayWithAPositiveStatusIsASuccess) {
     this->native_.Fail("NtRequestPort", 1, 0, 0x103);
     EXPECT_EQ(0U, this->Request({}, 0, 1));
-    EXPECT_EQ(1U, this->native_.oneWays.size());
+    EXPECT_EQ(1U, this->native_.ports.oneWays.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, FailedOneWayReconnectsAndRepeatsOnce) {
     this->native_.Fail("NtRequestPort", 1);
     EXPECT_EQ(0U, this->Request({}, 0, 1));
-    EXPECT_EQ(2U, this->native_.oneWays.size());
-    EXPECT_EQ(2U, this->native_.connections.size());
+    EXPECT_EQ(2U, this->native_.ports.oneWays.size());
+    EXPECT_EQ(2U, this->native_.ports.connections.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, OneWayFailingTwiceIsAFailure) {
     this->native_.Fail("NtRequestPort");
     EXPECT_EQ(1U, this->Request({}, 0, 1));
-    EXPECT_EQ(2U, this->native_.oneWays.size());
+    EXPECT_EQ(2U, this->native_.ports.oneWays.size());
     EXPECT_EQ(0U, this->native_.CountLive("port"));
 }
 
@@ -276,13 +276,13 @@ TYPED_TEST(KelcommClientNtTest, OneWayWithFailedReconnectIsAFailure) {
     this->native_.Fail("NtRequestPort");
     this->native_.Fail("NtConnectPort", 1, 1);
     EXPECT_EQ(1U, this->Request({}, 0, 1));
-    EXPECT_EQ(1U, this->native_.oneWays.size());
+    EXPECT_EQ(1U, this->native_.ports.oneWays.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, OneWayInvalidParameterIsNotRepeated) {
     this->native_.Fail("NtRequestPort", CScriptedNative::kAlways, 0, kInvalidParameter);
     EXPECT_EQ(1U, this->Request({}, 0, 1));
-    EXPECT_EQ(1U, this->native_.oneWays.size());
+    EXPECT_EQ(1U, this->native_.ports.oneWays.size());
     EXPECT_EQ(1U, this->native_.CountLive("port"));
 }
 
@@ -290,7 +290,7 @@ TYPED_TEST(KelcommClientNtTest, LargeOneWayRequestIsAnExchange) {
     // Data entries can only be read while the sender waits.
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Request(Bytes(TypeParam::kSmallPayload + 1), 16, 1));
-    EXPECT_EQ(1U, this->native_.requests.size());
+    EXPECT_EQ(1U, this->native_.ports.requests.size());
     EXPECT_EQ(this->kUntouchedLength, this->replyLength_);
 }
 
@@ -299,8 +299,8 @@ TYPED_TEST(KelcommClientNtTest, LargeOneWayRequestIsAnExchange) {
 TYPED_TEST(KelcommClientNtTest, TimeoutIsAnInvalidArgument) {
     EXPECT_EQ(10U, this->Request({}, 16, 0, -10000));
     EXPECT_EQ(10U, this->Request({}, 16, 0, 1));
-    EXPECT_TRUE(this->native_.requests.empty());
-    EXPECT_EQ(1U, this->native_.connections.size());
+    EXPECT_TRUE(this->native_.ports.requests.empty());
+    EXPECT_EQ(1U, this->native_.ports.connections.size());
 }
 
 TYPED_TEST(KelcommClientNtTest, TimeoutIsLookedAtAfterConnecting) {
@@ -311,7 +311,7 @@ TYPED_TEST(KelcommClientNtTest, TimeoutIsLookedAtAfterConnecting) {
 TYPED_TEST(KelcommClientNtTest, GrowableRepliesAreNotProvided) {
     Kelcomm::CBuffer buffer;
     EXPECT_EQ(1U, this->client_->RequestToBuffer(0, 3, nullptr, 0, &buffer, 0));
-    EXPECT_TRUE(this->native_.connections.empty());
+    EXPECT_TRUE(this->native_.ports.connections.empty());
 }
 
 TYPED_TEST(KelcommClientNtTest, UninitializeIsNotProvidedAndChangesNothing) {
@@ -335,7 +335,8 @@ TYPED_TEST(KelcommClientNtTest, CloseClosesThePortAndKeepsTheIds) {
     EXPECT_EQ(0U, this->native_.CountLive());
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    EXPECT_EQ(this->native_.connections.at(0).name, this->native_.connections.at(1).name);
+    EXPECT_EQ(this->native_.ports.connections.at(0).name,
+              this->native_.ports.connections.at(1).name);
 }
 
 TYPED_TEST(KelcommClientNtTest, InitializeClosesAndTakesNewIds) {
@@ -346,7 +347,7 @@ TYPED_TEST(KelcommClientNtTest, InitializeClosesAndTakesNewIds) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Ping();
     EXPECT_EQ(u"\\BaseNamedObjects\\KELCOMM00000001To00000002CommPort",
-              this->native_.connections.at(1).name);
+              this->native_.ports.connections.at(1).name);
 }
 
 TYPED_TEST(KelcommClientNtTest, DestructorClosesThePort) {
@@ -373,7 +374,7 @@ class CreateKelcommClientNtTest : public ClientFixture {
 };
 
 TEST_F(CreateKelcommClientNtTest, ProcessOnA64BitSystemUses64BitStructures) {
-    native_.isWow64 = true;
+    native_.process.isWow64 = true;
     Create();
     EXPECT_TRUE(Uses64BitStructures());
 }
@@ -384,14 +385,14 @@ TEST_F(CreateKelcommClientNtTest, ProcessOnA32BitSystemUses32BitStructures) {
 }
 
 TEST_F(CreateKelcommClientNtTest, UnknownSystemUses32BitStructures) {
-    native_.isWow64 = true;
+    native_.process.isWow64 = true;
     native_.Fail("IsWow64Process");
     Create();
     EXPECT_TRUE(Uses32BitStructures());
 }
 
 TEST_F(CreateKelcommClientNtTest, SystemWithoutTheQuestionUses32BitStructures) {
-    native_.isWow64 = true;
+    native_.process.isWow64 = true;
     native_.Remove("IsWow64Process");
     Create();
     EXPECT_TRUE(Uses32BitStructures());
@@ -402,7 +403,7 @@ TEST_F(CreateKelcommClientNtTest, ClientHasTheModulesIds) {
     QueueReply(ReceivedMessage(24, 0, 0, {}));
     EXPECT_EQ(0U, Ping());
     EXPECT_EQ(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort",
-              native_.connections.at(0).name);
+              native_.ports.connections.at(0).name);
 }
 
 TEST(IKelcommClientTest, SlotsStandInTheirOrder) {

@@ -32,7 +32,7 @@ class KelcommCommonNtTest : public ClientFixture {
     KelcommCommonNtTest() {
         client_ = std::make_unique<Client>(native_.GetFunctions());
         InitializeClient();
-        native_.area = HexBytes(kArea);
+        native_.area.bytes = HexBytes(kArea);
     }
 
     std::uint32_t Read(std::uint32_t offset, std::uint32_t length) {
@@ -42,7 +42,7 @@ class KelcommCommonNtTest : public ClientFixture {
     void Put(std::size_t place, std::uint32_t value) {
         const Bytes bytes = LittleEndian(value, 4);
         std::copy(bytes.begin(), bytes.end(),
-                  native_.area.begin() + static_cast<std::ptrdiff_t>(place));
+                  native_.area.bytes.begin() + static_cast<std::ptrdiff_t>(place));
     }
     /// A header that does not hold makes both reads fail and leaves nothing open.
     void ExpectRefused() {
@@ -70,19 +70,19 @@ TYPED_TEST_SUITE(KelcommCommonNtTest, Clients, ClientNames);
 // ---- opening ----
 
 TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedByTheFirstReadOnly) {
-    EXPECT_TRUE(this->native_.openedNames.empty());
+    EXPECT_TRUE(this->native_.area.openedNames.empty());
     this->Read(0, 4);
     this->Read(0, 4);
     this->client_->ReadBroadcastValue(0, &this->value_);
     EXPECT_EQ(std::vector<std::u16string>({u"Global\\KELCOMM61564B51To31564B51BroadcastMutex",
                                            u"Global\\KELCOMM61564B51To31564B51Broadcast"}),
-              this->native_.openedNames);
-    EXPECT_EQ(std::vector<std::uint32_t>({0x100001, 4}), this->native_.openedAccess);
+              this->native_.area.openedNames);
+    EXPECT_EQ(std::vector<std::uint32_t>({0x100001, 4}), this->native_.area.openedAccess);
 }
 
 TYPED_TEST(KelcommCommonNtTest, ValueReadOpensTheAreaToo) {
     EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
-    EXPECT_EQ(2U, this->native_.openedNames.size());
+    EXPECT_EQ(2U, this->native_.area.openedNames.size());
 }
 
 TYPED_TEST(KelcommCommonNtTest, MissingMutexIsAFailure) {
@@ -117,7 +117,7 @@ TYPED_TEST(KelcommCommonNtTest, OtherHeaderSizeIsRefused) {
 }
 
 TYPED_TEST(KelcommCommonNtTest, OtherMagicIsRefused) {
-    this->native_.area[kMagicAt + 7] = 'X';  // instead of the trailing blank
+    this->native_.area.bytes[kMagicAt + 7] = 'X';  // instead of the trailing blank
     this->ExpectRefused();
 }
 
@@ -127,8 +127,8 @@ TYPED_TEST(KelcommCommonNtTest, OtherVersionIsRefused) {
 }
 
 TYPED_TEST(KelcommCommonNtTest, ViewSmallerThanTheHeaderIsRefused) {
-    this->native_.area.resize(31);
-    this->native_.area.shrink_to_fit();
+    this->native_.area.bytes.resize(31);
+    this->native_.area.bytes.shrink_to_fit();
     this->ExpectRefused();
 }
 
@@ -162,23 +162,23 @@ TYPED_TEST(KelcommCommonNtTest, BytesComeFromTheDataArea) {
 
 TYPED_TEST(KelcommCommonNtTest, ReadHoldsTheMutexForFiveSecondsAtMost) {
     this->Read(0, 4);
-    EXPECT_EQ(std::vector<std::uint32_t>({5000}), this->native_.mutexTimeouts);
-    EXPECT_EQ(1U, this->native_.releasedMutexes);
+    EXPECT_EQ(std::vector<std::uint32_t>({5000}), this->native_.area.mutexTimeouts);
+    EXPECT_EQ(1U, this->native_.area.releasedMutexes);
 }
 
 TYPED_TEST(KelcommCommonNtTest, AbandonedMutexCountsAsOwned) {
-    this->native_.mutexWait = 0x80;
+    this->native_.area.mutexWait = 0x80;
     EXPECT_EQ(0U, this->Read(4, 1));
     EXPECT_EQ(HexBytes("04"), this->read_);
-    EXPECT_EQ(1U, this->native_.releasedMutexes);
+    EXPECT_EQ(1U, this->native_.area.releasedMutexes);
 }
 
 TYPED_TEST(KelcommCommonNtTest, MutexThatIsNotObtainedIsAFailure) {
     for (const std::uint32_t wait : {0x102U, 0xFFFFFFFFU, 1U}) {
-        this->native_.mutexWait = wait;
+        this->native_.area.mutexWait = wait;
         EXPECT_EQ(1U, this->Read(0, 4));
     }
-    EXPECT_EQ(0U, this->native_.releasedMutexes);
+    EXPECT_EQ(0U, this->native_.area.releasedMutexes);
 }
 
 TYPED_TEST(KelcommCommonNtTest, ReadMayEndWithTheDataAreaButNotPastIt) {
@@ -188,7 +188,7 @@ TYPED_TEST(KelcommCommonNtTest, ReadMayEndWithTheDataAreaButNotPastIt) {
     EXPECT_EQ(1U, this->Read(12, 5));
     EXPECT_EQ(1U, this->Read(13, 4));
     EXPECT_EQ(1U, this->Read(17, 0));
-    EXPECT_EQ(5U, this->native_.releasedMutexes);  // on every path
+    EXPECT_EQ(5U, this->native_.area.releasedMutexes);  // on every path
 }
 
 TYPED_TEST(KelcommCommonNtTest, NegativeOffsetIsAFailure) {
@@ -235,9 +235,9 @@ TYPED_TEST(KelcommCommonNtTest, EmptyDataAreaHasNothingToRead) {
 }
 
 TYPED_TEST(KelcommCommonNtTest, DataSizeThatShrinksWhileTheMutexIsWaitedForCounts) {
-    this->native_.onMutexWait = [this] { this->Put(kDataSizeAt, 15); };
+    this->native_.area.onMutexWait = [this] { this->Put(kDataSizeAt, 15); };
     EXPECT_EQ(1U, this->Read(12, 4));
-    EXPECT_EQ(1U, this->native_.releasedMutexes);
+    EXPECT_EQ(1U, this->native_.area.releasedMutexes);
 }
 
 TYPED_TEST(KelcommCommonNtTest, DataAreaPastTheMappingIsNotRead) {
@@ -251,25 +251,25 @@ TYPED_TEST(KelcommCommonNtTest, DataAreaPastTheMappingIsNotRead) {
 }
 
 TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsWaitedForIsAFailure) {
-    this->native_.onMutexWait = [this] { this->client_->Close(); };
+    this->native_.area.onMutexWait = [this] { this->client_->Close(); };
     EXPECT_EQ(1U, this->Read(0, 4));
-    EXPECT_EQ(1U, this->native_.releasedMutexes);  // by a handle that is still open
+    EXPECT_EQ(1U, this->native_.area.releasedMutexes);  // by a handle that is still open
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
 TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsNotObtainedIsClosedAfterwards) {
-    this->native_.onMutexWait = [this] { this->client_->Close(); };
-    this->native_.mutexWait = 0x102;
+    this->native_.area.onMutexWait = [this] { this->client_->Close(); };
+    this->native_.area.mutexWait = 0x102;
     EXPECT_EQ(1U, this->Read(0, 4));
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
 TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedAgainOnceTheMutexIsNoLongerWaitedFor) {
-    this->native_.onMutexWait = [this] {
+    this->native_.area.onMutexWait = [this] {
         this->client_->Close();
         this->InitializeClient();
         EXPECT_EQ(1U, this->client_->ReadBroadcastValue(4, &this->value_));
-        this->native_.onMutexWait = nullptr;
+        this->native_.area.onMutexWait = nullptr;
     };
     EXPECT_EQ(1U, this->Read(4, 1));
     EXPECT_EQ(0U, this->native_.CountLive());
@@ -282,11 +282,11 @@ TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedAgainOnceTheMutexIsNoLongerWaitedFor
 TYPED_TEST(KelcommCommonNtTest, ValueIsReadWithoutTheMutex) {
     EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
     EXPECT_EQ(0x07060504U, this->value_);
-    EXPECT_TRUE(this->native_.mutexTimeouts.empty());
+    EXPECT_TRUE(this->native_.area.mutexTimeouts.empty());
 }
 
 TYPED_TEST(KelcommCommonNtTest, ValueIsReadWhileTheMutexCannotBeHad) {
-    this->native_.mutexWait = 0x102;
+    this->native_.area.mutexWait = 0x102;
     EXPECT_EQ(0U, this->client_->ReadBroadcastValue(4, &this->value_));
 }
 

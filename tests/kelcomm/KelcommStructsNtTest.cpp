@@ -16,7 +16,7 @@ class KelcommStructsNtTest : public LpcClientFixture<Width> {
         payload_ = Bytes(length, 'p');
         this->QueueReply(this->Reply(0, 0, {}));
         EXPECT_EQ(0U, this->Request(payload_, capacity));
-        return this->native_.requests.back().message;
+        return this->native_.ports.requests.back().message;
     }
     bool IsLarge(std::uint32_t length, std::uint32_t capacity) {
         return this->DataInfoOffset(Message(length, capacity)) != 0;
@@ -30,13 +30,13 @@ TYPED_TEST_SUITE(KelcommStructsNtTest, LpcWidths, LpcWidthNames);
 TYPED_TEST(KelcommStructsNtTest, SmallRequestIsHeaderFieldsAndPayload) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Request(TextBytes("abc"), 16);
-    EXPECT_EQ(HexBytes(TypeParam::kSmallMessage), this->native_.requests.at(0).message);
+    EXPECT_EQ(HexBytes(TypeParam::kSmallMessage), this->native_.ports.requests.at(0).message);
 }
 
 TYPED_TEST(KelcommStructsNtTest, PingIsAnEmptySmallRequest) {
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    EXPECT_EQ(HexBytes(TypeParam::kPingMessage), this->native_.requests.at(0).message);
+    EXPECT_EQ(HexBytes(TypeParam::kPingMessage), this->native_.ports.requests.at(0).message);
 }
 
 TYPED_TEST(KelcommStructsNtTest, LargeReplyCapacityAddsEntriesAndKeepsThePayloadInline) {
@@ -44,7 +44,7 @@ TYPED_TEST(KelcommStructsNtTest, LargeReplyCapacityAddsEntriesAndKeepsThePayload
     this->Request(TextBytes("abc"), TypeParam::kSmallReply + 1);
     EXPECT_EQ(HexBytes(TypeParam::kInlineHead) + this->Address(this->reply_.data()) +
                   HexBytes(TypeParam::kReplyEntryLength) + TextBytes("abc"),
-              this->native_.requests.at(0).message);
+              this->native_.ports.requests.at(0).message);
 }
 
 TYPED_TEST(KelcommStructsNtTest, LongPayloadTravelsByReferenceOnly) {
@@ -84,13 +84,13 @@ TYPED_TEST(KelcommStructsNtTest, LargeMessageCopiesAsMuchPayloadAsFitsBehindTheE
 TYPED_TEST(KelcommStructsNtTest, FlagsAreCutToThreeBits) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Request(TextBytes("abc"), 16, 0xFFFFFFF6);
-    const Bytes& message = this->native_.requests.at(0).message;
+    const Bytes& message = this->native_.ports.requests.at(0).message;
     EXPECT_EQ(HexBytes("06 00 00 00 10 00 00 00"), Bytes(message.end() - 11, message.end() - 3));
 }
 
 TYPED_TEST(KelcommStructsNtTest, OneWayRequestOffersNoReplyRoom) {
     EXPECT_EQ(0U, this->Request(TextBytes("abc"), 16, 1));
-    const Bytes& message = this->native_.oneWays.at(0).message;
+    const Bytes& message = this->native_.ports.oneWays.at(0).message;
     EXPECT_EQ(HexBytes("03 00 00 00 01 00 00 00 00 00 00 00 61 62 63"),
               Bytes(message.end() - 15, message.end()));
 }
@@ -102,13 +102,13 @@ TYPED_TEST(KelcommStructsNtTest, LargeOneWayRequestOffersNoReplyRoomEither) {
     EXPECT_EQ(HexBytes(TypeParam::kOneWayReferenceHead) + this->Address(payload.data()) +
                   HexBytes(TypeParam::kRequestEntryLength) + this->Address(this->reply_.data()) +
                   HexBytes(TypeParam::kZero),
-              this->native_.requests.at(0).message);
+              this->native_.ports.requests.at(0).message);
 }
 
 TYPED_TEST(KelcommStructsNtTest, ReplyBufferAnnouncesItsRoom) {
     this->QueueReply(this->Reply(0, 0, {}));
     this->Request({}, 16);
-    EXPECT_EQ(HexBytes(TypeParam::kAnnounced), this->native_.requests.at(0).announced);
+    EXPECT_EQ(HexBytes(TypeParam::kAnnounced), this->native_.ports.requests.at(0).announced);
 }
 
 }  // namespace

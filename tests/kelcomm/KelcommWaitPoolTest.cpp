@@ -46,8 +46,8 @@ class CDoor {
 class KelcommWaitPoolTest : public testing::Test {
   protected:
     KelcommWaitPoolTest() {
-        native_.defaultAnswer.status = 0;
-        native_.defaultAnswer.action = [this](const CScriptedNative::Sent& sent) {
+        native_.ports.defaultAnswer.status = 0;
+        native_.ports.defaultAnswer.action = [this](const CScriptedPorts::Sent& sent) {
             if (!sent.message.empty() && sent.message.back() == 'w') {
                 door_.Wait();
             }
@@ -58,7 +58,7 @@ class KelcommWaitPoolTest : public testing::Test {
         door_.Open();
         pool_.reset();
         EXPECT_EQ(0U, native_.CountLive());
-        EXPECT_EQ(0U, native_.badCloses);
+        EXPECT_THAT(native_.Misuses(), testing::IsEmpty());
     }
 
     /// Exchanges a 25-byte message that ends with `mark`; 'w' waits at the door.
@@ -77,7 +77,7 @@ class KelcommWaitPoolTest : public testing::Test {
 
 TEST_F(KelcommWaitPoolTest, ExchangeRunsOnAThreadOfThePool) {
     std::thread::id exchanger;
-    native_.defaultAnswer.action = [&](const CScriptedNative::Sent&) {
+    native_.ports.defaultAnswer.action = [&](const CScriptedPorts::Sent&) {
         exchanger = std::this_thread::get_id();
     };
     EXPECT_EQ(0, Exchange());
@@ -86,7 +86,7 @@ TEST_F(KelcommWaitPoolTest, ExchangeRunsOnAThreadOfThePool) {
 }
 
 TEST_F(KelcommWaitPoolTest, StatusOfTheExchangeIsReturned) {
-    native_.defaultAnswer.status = kPortDisconnected;
+    native_.ports.defaultAnswer.status = kPortDisconnected;
     EXPECT_EQ(kPortDisconnected, Exchange());
 }
 
@@ -122,26 +122,26 @@ TEST_F(KelcommWaitPoolTest, IdleThreadEndsAfterAMinute) {
 }
 
 TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
-    native_.onDispatch = [this] {
-        if (native_.dispatched == 3) {
+    native_.waits.onDispatch = [this] {
+        if (native_.waits.dispatched == 3) {
             door_.Open();
         }
     };
     native_.threads.PostMessages(3);
     EXPECT_EQ(0, Exchange('w'));
-    EXPECT_EQ(3, native_.translated);
-    EXPECT_EQ(3, native_.dispatched);
+    EXPECT_EQ(3, native_.waits.translated);
+    EXPECT_EQ(3, native_.waits.dispatched);
     // one event, not all of several, no time limit, every kind of input
-    EXPECT_EQ(std::vector<std::uint32_t>({1, 0, 0xFFFFFFFF, 0x1CFF}), native_.messageWait);
+    EXPECT_EQ(std::vector<std::uint32_t>({1, 0, 0xFFFFFFFF, 0x1CFF}), native_.waits.messageWait);
 }
 
 TEST_F(KelcommWaitPoolTest, AtMostAHundredMessagesAreDispatchedBeforeWaitingAgain) {
     unsigned waitsAtHundred = 0;
     unsigned waitsAtNext = 0;
-    native_.onDispatch = [&] {
-        if (native_.dispatched == 100) {
+    native_.waits.onDispatch = [&] {
+        if (native_.waits.dispatched == 100) {
             waitsAtHundred = native_.CountCalls("MsgWaitForMultipleObjects");
-        } else if (native_.dispatched == 101) {
+        } else if (native_.waits.dispatched == 101) {
             waitsAtNext = native_.CountCalls("MsgWaitForMultipleObjects");
             door_.Open();
         }
@@ -170,13 +170,13 @@ TEST_F(KelcommWaitPoolTest, PoolWithoutItsEventIsNotMade) {
 TEST_F(KelcommWaitPoolTest, CallWithoutItsEventIsAFailure) {
     native_.Fail("CreateEventW", 1);
     EXPECT_EQ(kUnsuccessful, Exchange());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
 }
 
 TEST_F(KelcommWaitPoolTest, ThreadThatCannotBeStartedIsAFailure) {
     native_.Fail("CreateThread", 1);
     EXPECT_EQ(kUnsuccessful, Exchange());
-    EXPECT_TRUE(native_.requests.empty());
+    EXPECT_TRUE(native_.ports.requests.empty());
     EXPECT_EQ(0, Exchange());
 }
 
@@ -288,10 +288,10 @@ TYPED_TEST_SUITE(PumpingClientTest, LpcWidths, LpcWidthNames);
 
 TYPED_TEST(PumpingClientTest, ExchangesGoThroughThePool) {
     std::thread::id exchanger;
-    CScriptedNative::Answer answer;
+    CScriptedPorts::Answer answer;
     answer.reply = this->Reply(5, 3, TextBytes("xyz"));
-    answer.action = [&](const CScriptedNative::Sent&) { exchanger = std::this_thread::get_id(); };
-    this->native_.Queue(answer);
+    answer.action = [&](const CScriptedPorts::Sent&) { exchanger = std::this_thread::get_id(); };
+    this->native_.ports.Queue(answer);
     EXPECT_EQ(5U, this->Request(TextBytes("abc"), 16));
     EXPECT_EQ(TextBytes("xyz"), this->reply_);
     EXPECT_NE(std::this_thread::get_id(), exchanger);
@@ -306,7 +306,7 @@ TYPED_TEST(PumpingClientTest, PoolIsMadeOnceAndOutlivesAReconnection) {
     this->QueueStatus(kPortDisconnected);
     this->QueueReply(this->Reply(0, 0, {}));
     EXPECT_EQ(0U, this->Ping());
-    EXPECT_EQ(2U, this->native_.connections.size());
+    EXPECT_EQ(2U, this->native_.ports.connections.size());
     EXPECT_EQ(3U, this->native_.CountCalls("CreateEventW"));  // the pool's and one a call
 }
 

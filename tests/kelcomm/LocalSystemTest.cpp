@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "kelcomm/LocalSystem.h"
@@ -14,14 +15,14 @@ class LocalSystemTest : public testing::Test {
     }
     void TearDown() override {
         EXPECT_EQ(0U, native_.CountLive());
-        EXPECT_EQ(0U, native_.badCloses);
+        EXPECT_THAT(native_.Misuses(), testing::IsEmpty());
     }
 
     CScriptedNative native_;
 };
 
 TEST_F(LocalSystemTest, EqualUserIsLocalSystem) {
-    native_.isLocalSystem = true;
+    native_.process.isLocalSystem = true;
     EXPECT_TRUE(RunsAsLocalSystem());
 }
 
@@ -31,13 +32,13 @@ TEST_F(LocalSystemTest, OtherUserIsNot) {
 
 TEST_F(LocalSystemTest, AsksForTheTokenUserAndTheWellKnownIdentifier) {
     RunsAsLocalSystem();
-    EXPECT_EQ(8U, native_.tokenAccess);
-    EXPECT_EQ(76U, native_.tokenBufferSize);
-    EXPECT_EQ(std::vector<std::uint32_t>({5, 1, 18}), native_.sidParts);
+    EXPECT_EQ(8U, native_.process.tokenAccess);
+    EXPECT_EQ(76U, native_.process.tokenBufferSize);
+    EXPECT_EQ(std::vector<std::uint32_t>({5, 1, 18}), native_.process.sidParts);
 }
 
 TEST_F(LocalSystemTest, UnreadableTokenIsNot) {
-    native_.isLocalSystem = true;
+    native_.process.isLocalSystem = true;
     for (const char* function :
          {"AllocateAndInitializeSid", "GetTokenInformation", "OpenProcessToken"}) {
         native_.Fail(function);
@@ -46,7 +47,7 @@ TEST_F(LocalSystemTest, UnreadableTokenIsNot) {
 }
 
 TEST_F(LocalSystemTest, SystemWithoutTokensIsNot) {
-    native_.isLocalSystem = true;
+    native_.process.isLocalSystem = true;
     for (const char* function :
          {"EqualSid", "AllocateAndInitializeSid", "GetTokenInformation", "OpenProcessToken"}) {
         native_.Remove(function);

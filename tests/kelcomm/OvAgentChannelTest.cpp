@@ -239,14 +239,14 @@ TEST_F(OvAgentChannelTest, OwnClientsConnectUnderTheProductsNames) {
     native.Fail("NtAlpcConnectPort");
     native.Fail("NtConnectPort");
     COvAgentChannel channel(1, 2, native.GetFunctions(), clock_);
-    EXPECT_TRUE(native.connections.empty());  // nothing connects before the first use
+    EXPECT_TRUE(native.ports.connections.empty());  // nothing connects before the first use
     std::string errors;
     EXPECT_FALSE(channel.Ping(errors));
     EXPECT_EQ(errors, "Ping (CCCOMM_PING) failed with 1, Legacy ping (CCCOMM_PING) failed with 1");
-    ASSERT_GE(native.connections.size(), 2u);
-    EXPECT_EQ(native.connections.front().name,
+    ASSERT_GE(native.ports.connections.size(), 2u);
+    EXPECT_EQ(native.ports.connections.front().name,
               u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPortAlpc");
-    EXPECT_EQ(native.connections.back().name,
+    EXPECT_EQ(native.ports.connections.back().name,
               u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort");
 }
 

@@ -1,0 +1,355 @@
+#include "tests/support/ScriptedPorts.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "base/LittleEndian.h"
+#include "ntapi/PortMessage.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+
+CScriptedPorts* current = nullptr;
+
+/// The message as its header says; a message that was received says what it likes, but has no more
+/// than `room` bytes.
+Bytes MessageBytes(const void* message, std::size_t room = NtApi::kAlpcMaxMessage) {
+    const auto* bytes = static_cast<const std::uint8_t*>(message);
+    const std::size_t length =
+        Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kTotalLengthOffset);
+    return Bytes(bytes, bytes + std::min(length, room));
+}
+
+NtApi::AlpcDataViewAttr& ViewOf(NtApi::AlpcMessageAttributes* attributes) {
+    return *reinterpret_cast<NtApi::AlpcDataViewAttr*>(attributes + 1);
+}
+
+bool HasView(const NtApi::AlpcMessageAttributes* attributes) {
+    return attributes != nullptr &&
+           (attributes->ValidAttributes & NtApi::kAlpcMessageViewAttribute) != 0;
+}
+
+std::u16string NameOf(const NtApi::UnicodeString& name) {
+    return std::u16string(name.Buffer, name.Length / sizeof(char16_t));
+}
+
+}  // namespace
+
+struct CScriptedPorts::Legacy {
+    static NtApi::NtStatus KYR_NTAPI NtConnectPort(NtApi::Handle* port, NtApi::UnicodeString* name,
+                                                   NtApi::SecurityQualityOfService* qos,
+                                                   void* clientView, void* serverView,
+                                                   std::uint32_t* maxLength, void* information,
+                                                   std::uint32_t* informationLength) {
+        Connection connection{};
+        connection.name = NameOf(*name);
+        const auto* bytes = static_cast<const std::uint8_t*>(information);
+        connection.message.assign(bytes, bytes + *informationLength);
+        connection.qos = *qos;
+        connection.hasOptional =
+            clientView != nullptr || serverView != nullptr || maxLength != nullptr;
+        return current->Connect("NtConnectPort", "port", connection, port);
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtRequestPort(NtApi::Handle port, void* request) {
+        Sent sent{};
+        sent.port = port;
+        sent.message = MessageBytes(request);
+        current->Record(current->oneWays, sent);
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        current->calls_.Enter("NtRequestPort", &status);
+        return status;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtRequestWaitReplyPort(NtApi::Handle port, void* request,
+                                                            void* reply) {
+        Sent sent{};
+        sent.port = port;
+        sent.message = MessageBytes(request);
+        const auto* bytes = static_cast<const std::uint8_t*>(reply);
+        const std::size_t room =
+            Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kTotalLengthOffset);
+        const std::size_t header =
+            room - Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kDataLengthOffset);
+        sent.announced.assign(bytes, bytes + header + 8);
+        current->Record(current->requests, sent);
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        if (!current->calls_.Enter("NtRequestWaitReplyPort", &status)) {
+            return status;
+        }
+        const Answer answer = current->TakeAnswer(sent);
+        if (!answer.reply.empty()) {
+            std::memcpy(reply, answer.reply.data(), std::min(answer.reply.size(), room));
+        }
+        return answer.status;
+    }
+
+    static void KYR_NTAPI RtlInitUnicodeString(NtApi::UnicodeString* target,
+                                               const char16_t* source) {
+        current->calls_.Note("RtlInitUnicodeString");
+        const std::size_t length = std::char_traits<char16_t>::length(source);
+        target->Length = static_cast<std::uint16_t>(length * sizeof(char16_t));
+        target->MaximumLength = static_cast<std::uint16_t>((length + 1) * sizeof(char16_t));
+        target->Buffer = const_cast<char16_t*>(source);
+    }
+};
+
+struct CScriptedPorts::Advanced {
+    static NtApi::NtStatus KYR_NTAPI NtAlpcConnectPort(
+        NtApi::Handle* port, NtApi::UnicodeString* name, NtApi::ObjectAttributes* objectAttributes,
+        NtApi::AlpcPortAttributes* portAttributes, std::uint32_t flags, void* requiredServerSid,
+        void* connectionMessage, std::size_t* bufferLength, NtApi::AlpcMessageAttributes* out,
+        NtApi::AlpcMessageAttributes* in, std::int64_t* timeout) {
+        Connection connection{};
+        connection.name = NameOf(*name);
+        const auto* bytes = static_cast<const std::uint8_t*>(connectionMessage);
+        connection.message.assign(bytes, bytes + *bufferLength);
+        connection.qos = portAttributes->SecurityQos;
+        connection.attributes = *portAttributes;
+        connection.flags = flags;
+        connection.hasOptional = objectAttributes != nullptr || requiredServerSid != nullptr ||
+                                 out != nullptr || in != nullptr || timeout != nullptr;
+        return current->Connect("NtAlpcConnectPort", "alpc port", connection, port);
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtAlpcDisconnectPort(NtApi::Handle port, std::uint32_t flags) {
+        current->calls_.Require(flags == 0, "NtAlpcDisconnectPort with flags");
+        current->objects_.Check(port);
+        {
+            const Guard guard(current->mutex_);
+            current->disconnected.push_back(port);
+        }
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        current->calls_.Enter("NtAlpcDisconnectPort", &status);
+        return status;
+    }
+
+    static void FillSent(Sent& sent, NtApi::AlpcMessageAttributes* attributes) {
+        if (HasView(attributes)) {
+            const NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
+            sent.hasView = true;
+            sent.viewFlags = view.Flags;
+            const auto* base = static_cast<const std::uint8_t*>(view.ViewBase);
+            sent.view.assign(base, base + view.ViewSize);
+        }
+    }
+
+    static NtApi::NtStatus Release(Sent& sent, void* message,
+                                   NtApi::AlpcMessageAttributes* attributes) {
+        sent.message = MessageBytes(message, current->receiveRoom_);
+        if (HasView(attributes)) {
+            const NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
+            sent.hasView = true;
+            sent.releasedViewFlags = view.Flags;
+            if ((view.Flags & NtApi::kAlpcViewUnmapExisting) != 0) {
+                current->DropView(view.ViewBase);
+                current->objects_.Forget(view.ViewBase);
+            }
+        }
+        current->Record(current->releases, sent);
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        current->calls_.Enter(CScriptedCalls::kReleaseMessage, &status);
+        return status;
+    }
+
+    static void GiveView(const Answer& answer, NtApi::AlpcMessageAttributes* attributes) {
+        NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
+        view.Flags = answer.viewFlags;
+        view.SectionHandle = nullptr;
+        view.ViewBase = current->MakeView(answer.view);
+        view.ViewSize = answer.viewSize == 0 ? answer.view.size() : answer.viewSize;
+        attributes->ValidAttributes |= NtApi::kAlpcMessageViewAttribute;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(
+        NtApi::Handle port, std::uint32_t flags, void* message,
+        NtApi::AlpcMessageAttributes* sendAttributes, void* receiveMessage,
+        std::size_t* bufferLength, NtApi::AlpcMessageAttributes* receiveAttributes,
+        std::int64_t* timeout) {
+        Sent sent{};
+        sent.port = port;
+        sent.flags = flags;
+        sent.hasReceiveBuffer = receiveMessage != nullptr || receiveAttributes != nullptr;
+        sent.hasBufferLength = bufferLength != nullptr;
+        sent.bufferLength = bufferLength == nullptr ? 0 : *bufferLength;
+        sent.hasTimeout = timeout != nullptr;
+        sent.timeout = timeout == nullptr ? 0 : *timeout;
+        const auto type = Base::LoadLittleEndian<std::uint16_t>(
+            static_cast<std::uint8_t*>(message) + NtApi::kTypeOffset);
+        if (type != 0) {
+            return Release(sent, message, sendAttributes);
+        }
+        sent.message = MessageBytes(message);
+        FillSent(sent, sendAttributes);
+        current->Record(receiveMessage != nullptr ? current->requests : current->oneWays, sent);
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        if (!current->calls_.Enter("NtAlpcSendWaitReceivePort", &status)) {
+            return status;
+        }
+        const Answer answer = current->TakeAnswer(sent);
+        if (receiveMessage != nullptr && !answer.reply.empty()) {
+            current->receiveRoom_ = *bufferLength;
+            const std::size_t length = std::min(answer.reply.size(), *bufferLength);
+            std::memcpy(receiveMessage, answer.reply.data(), length);
+            *bufferLength = length;
+        }
+        if (receiveAttributes != nullptr && answer.hasView) {
+            GiveView(answer, receiveAttributes);
+        }
+        return answer.status;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI
+    NtAlpcCreatePortSection(NtApi::Handle port, std::uint32_t flags, NtApi::Handle section,
+                            std::size_t size, NtApi::Handle* alpcSection, std::size_t* actualSize) {
+        current->objects_.Check(port);
+        const bool secureAndNew =
+            flags == NtApi::kAlpcPortSectionSecure && section == nullptr && size != 0;
+        if (!current->calls_.Require(secureAndNew, "NtAlpcCreatePortSection of another kind")) {
+            return NtApi::kStatusInvalidParameter;
+        }
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        if (current->calls_.Enter("NtAlpcCreatePortSection", &status)) {
+            {
+                const Guard guard(current->mutex_);
+                current->sectionSizes.push_back(size);
+            }
+            *alpcSection = current->objects_.Open("section");
+            *actualSize = (size + 4095) / 4096 * 4096;
+        }
+        return status;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtAlpcDeletePortSection(NtApi::Handle port, std::uint32_t,
+                                                             NtApi::Handle section) {
+        current->calls_.Note("NtAlpcDeletePortSection");
+        current->objects_.Check(port);
+        return current->objects_.Close(section) ? NtApi::kStatusSuccess
+                                                : NtApi::kStatusInvalidHandle;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtAlpcCreateSectionView(NtApi::Handle port,
+                                                             std::uint32_t flags,
+                                                             NtApi::AlpcDataViewAttr* view) {
+        current->objects_.Check(port);
+        const bool isNew = flags == 0 && view->Flags == 0 && view->ViewBase == nullptr;
+        if (!current->calls_.Require(isNew, "NtAlpcCreateSectionView of another kind") ||
+            !current->objects_.Check(view->SectionHandle)) {
+            return NtApi::kStatusInvalidParameter;
+        }
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        if (current->calls_.Enter("NtAlpcCreateSectionView", &status)) {
+            view->ViewBase = current->MakeView(Bytes(view->ViewSize));
+        }
+        return status;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI NtAlpcDeleteSectionView(NtApi::Handle port, std::uint32_t,
+                                                             void* base) {
+        current->calls_.Note("NtAlpcDeleteSectionView");
+        current->objects_.Check(port);
+        current->DropView(base);
+        return current->objects_.Close(base) ? NtApi::kStatusSuccess
+                                             : NtApi::kStatusInvalidParameter;
+    }
+
+    static NtApi::NtStatus KYR_NTAPI
+    AlpcInitializeMessageAttribute(std::uint32_t attributes, NtApi::AlpcMessageAttributes* buffer,
+                                   std::size_t size, std::size_t* required) {
+        NtApi::NtStatus status = NtApi::kStatusSuccess;
+        if (!current->calls_.Enter("AlpcInitializeMessageAttribute", &status)) {
+            return status;
+        }
+        *required = current->viewAttributeSize;
+        if (buffer == nullptr || size < *required) {
+            return NtApi::kStatusBufferTooSmall;
+        }
+        buffer->AllocatedAttributes = attributes;
+        buffer->ValidAttributes = 0;
+        return NtApi::kStatusSuccess;
+    }
+};
+
+CScriptedPorts::CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
+                               Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+    : viewAttributeSize(sizeof(NtApi::AlpcMessageAttributes) + sizeof(NtApi::AlpcDataViewAttr)),
+      calls_(calls),
+      objects_(objects) {
+    current = this;
+    defaultAnswer.status = NtApi::kStatusPortDisconnected;
+    functions.NtConnectPort = &Legacy::NtConnectPort;
+    functions.NtRequestPort = &Legacy::NtRequestPort;
+    functions.NtRequestWaitReplyPort = &Legacy::NtRequestWaitReplyPort;
+    functions.RtlInitUnicodeString = &Legacy::RtlInitUnicodeString;
+    functions.NtAlpcConnectPort = &Advanced::NtAlpcConnectPort;
+    functions.NtAlpcDisconnectPort = &Advanced::NtAlpcDisconnectPort;
+    functions.NtAlpcSendWaitReceivePort = &Advanced::NtAlpcSendWaitReceivePort;
+    functions.NtAlpcCreatePortSection = &Advanced::NtAlpcCreatePortSection;
+    functions.NtAlpcDeletePortSection = &Advanced::NtAlpcDeletePortSection;
+    functions.NtAlpcCreateSectionView = &Advanced::NtAlpcCreateSectionView;
+    functions.NtAlpcDeleteSectionView = &Advanced::NtAlpcDeleteSectionView;
+    functions.AlpcInitializeMessageAttribute = &Advanced::AlpcInitializeMessageAttribute;
+}
+
+CScriptedPorts::~CScriptedPorts() {
+    current = nullptr;
+}
+
+void CScriptedPorts::Queue(Answer answer) {
+    const Guard guard(mutex_);
+    answers_.push_back(std::move(answer));
+}
+
+void CScriptedPorts::Record(std::vector<Sent>& list, const Sent& sent) {
+    const Guard guard(mutex_);
+    list.push_back(sent);
+}
+
+NtApi::NtStatus CScriptedPorts::Connect(const char* function, const char* kind,
+                                        const Connection& connection, NtApi::Handle* port) {
+    {
+        const Guard guard(mutex_);
+        connections.push_back(connection);
+    }
+    NtApi::NtStatus status = NtApi::kStatusSuccess;
+    if (calls_.Enter(function, &status) || leaveHandleOnFailedConnect) {
+        *port = objects_.Open(kind);
+    }
+    return status;
+}
+
+CScriptedPorts::Answer CScriptedPorts::TakeAnswer(const Sent& sent) {
+    Answer answer;
+    {
+        const Guard guard(mutex_);
+        if (answers_.empty()) {
+            answer = defaultAnswer;
+        } else {
+            answer = std::move(answers_.front());
+            answers_.pop_front();
+        }
+    }
+    if (answer.action) {
+        answer.action(sent);
+    }
+    return answer;
+}
+
+void* CScriptedPorts::MakeView(Bytes bytes) {
+    bytes.reserve(1);  // a view has an address even when it is empty
+    void* const base = bytes.data();
+    objects_.Add(base, "view");
+    const Guard guard(mutex_);
+    views_[base] = std::move(bytes);
+    return base;
+}
+
+void CScriptedPorts::DropView(void* base) {
+    const Guard guard(mutex_);
+    views_.erase(base);
+}
+
+}  // namespace Kyr::Test

@@ -1,0 +1,112 @@
+#include "tests/support/ScriptedProcess.h"
+
+#include <cstring>
+
+namespace Kyr::Test {
+
+namespace {
+
+using Guard = std::lock_guard<std::mutex>;
+
+constexpr std::uint32_t kTokenUser = 1;
+
+CScriptedProcess* current = nullptr;
+
+NtApi::Handle ThisProcess() {
+    return reinterpret_cast<NtApi::Handle>(std::intptr_t{-1});
+}
+
+}  // namespace
+
+struct CScriptedProcess::Functions {
+    static NtApi::Handle KYR_NTAPI GetCurrentProcess() {
+        current->calls_.Note("GetCurrentProcess");
+        return ThisProcess();
+    }
+    static NtApi::Bool KYR_NTAPI IsWow64Process(NtApi::Handle process, NtApi::Bool* isWow64) {
+        if (!current->calls_.Require(process == ThisProcess(), "IsWow64Process of another") ||
+            !current->calls_.Enter("IsWow64Process")) {
+            return 0;
+        }
+        *isWow64 = current->isWow64 ? 1 : 0;
+        return 1;
+    }
+    static NtApi::Bool KYR_NTAPI OpenProcessToken(NtApi::Handle process, std::uint32_t access,
+                                                  NtApi::Handle* token) {
+        {
+            const Guard guard(current->mutex_);
+            current->tokenAccess = access;
+        }
+        if (!current->calls_.Require(process == ThisProcess(), "OpenProcessToken of another") ||
+            !current->calls_.Enter("OpenProcessToken")) {
+            return 0;
+        }
+        *token = current->objects_.Open("token");
+        return 1;
+    }
+    static NtApi::Bool KYR_NTAPI GetTokenInformation(NtApi::Handle token, std::uint32_t kind,
+                                                     void* buffer, std::uint32_t size,
+                                                     std::uint32_t* returned) {
+        current->objects_.Check(token);
+        {
+            const Guard guard(current->mutex_);
+            current->tokenBufferSize = size;
+        }
+        if (!current->calls_.Require(kind == kTokenUser, "GetTokenInformation of another kind") ||
+            !current->calls_.Enter("GetTokenInformation")) {
+            return 0;
+        }
+        void* const user = current->userSid_;
+        std::memcpy(buffer, &user, sizeof(user));
+        *returned = sizeof(user);
+        return 1;
+    }
+    static NtApi::Bool KYR_NTAPI AllocateAndInitializeSid(const std::uint8_t* authority,
+                                                          std::uint8_t count, std::uint32_t first,
+                                                          std::uint32_t, std::uint32_t,
+                                                          std::uint32_t, std::uint32_t,
+                                                          std::uint32_t, std::uint32_t,
+                                                          std::uint32_t, void** sid) {
+        {
+            const Guard guard(current->mutex_);
+            current->sidParts.assign({authority[5], count, first});
+        }
+        if (!current->calls_.Enter("AllocateAndInitializeSid")) {
+            return 0;
+        }
+        *sid = current->localSystemSid_;
+        current->objects_.Add(*sid, "sid");
+        return 1;
+    }
+    static NtApi::Bool KYR_NTAPI EqualSid(void* first, void* second) {
+        current->calls_.Note("EqualSid");
+        return current->isLocalSystem && first == current->userSid_ &&
+                       second == current->localSystemSid_
+                   ? 1
+                   : 0;
+    }
+    static void* KYR_NTAPI FreeSid(void* sid) {
+        current->calls_.Note("FreeSid");
+        current->objects_.Close(sid);
+        return nullptr;
+    }
+};
+
+CScriptedProcess::CScriptedProcess(CScriptedCalls& calls, CScriptedObjects& objects,
+                                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+    : calls_(calls), objects_(objects) {
+    current = this;
+    functions.GetCurrentProcess = &Functions::GetCurrentProcess;
+    functions.IsWow64Process = &Functions::IsWow64Process;
+    functions.OpenProcessToken = &Functions::OpenProcessToken;
+    functions.GetTokenInformation = &Functions::GetTokenInformation;
+    functions.AllocateAndInitializeSid = &Functions::AllocateAndInitializeSid;
+    functions.EqualSid = &Functions::EqualSid;
+    functions.FreeSid = &Functions::FreeSid;
+}
+
+CScriptedProcess::~CScriptedProcess() {
+    current = nullptr;
+}
+
+}  // namespace Kyr::Test

@@ -1,0 +1,44 @@
+// The process of a scripted system: its width, and the token that tells whose it is.
+//
+// At most one instance at a time. Threads: the functions may be called from any thread; the records
+// are read, and the script is changed, when no call is running.
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "kelcomm/native/NativeFunctions.h"
+#include "tests/support/ScriptedObjects.h"
+
+namespace Kyr::Test {
+
+class CScriptedProcess {
+  public:
+    /// `calls` and `objects` must outlive the process.
+    CScriptedProcess(CScriptedCalls& calls, CScriptedObjects& objects,
+                     Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+    ~CScriptedProcess();
+    CScriptedProcess(const CScriptedProcess&) = delete;
+    CScriptedProcess& operator=(const CScriptedProcess&) = delete;
+
+    // The script.
+    bool isWow64 = false;
+    bool isLocalSystem = false;
+
+    // The records.
+    std::vector<std::uint32_t> sidParts;  // authority, count and first sub-authority
+    std::uint32_t tokenBufferSize = 0;
+    std::uint32_t tokenAccess = 0;
+
+  private:
+    struct Functions;  // those of the table
+
+    CScriptedCalls& calls_;
+    CScriptedObjects& objects_;
+    std::mutex mutex_;  // guards the records
+    std::uint8_t userSid_[12] = {};
+    std::uint8_t localSystemSid_[12] = {};
+};
+
+}  // namespace Kyr::Test

@@ -1,0 +1,49 @@
+// What threads of a scripted system start, signal, wait for and close, and the window messages that
+// come meanwhile: the functions of the table around CScriptedThreads.
+//
+// At most one instance at a time. Threads: the functions may be called from any thread; the records
+// are read, and the script is changed, when no call is running.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+#include "kelcomm/native/NativeFunctions.h"
+#include "tests/support/ScriptedArea.h"
+#include "tests/support/ScriptedObjects.h"
+#include "tests/support/ScriptedThreads.h"
+
+namespace Kyr::Test {
+
+class CScriptedWaits {
+  public:
+    /// All must outlive the waits. What is neither a thread nor an event is the area's mutex to
+    /// WaitForSingleObject, and one of `objects` to CloseHandle.
+    CScriptedWaits(CScriptedCalls& calls, CScriptedObjects& objects, CScriptedThreads& threads,
+                   CScriptedArea& area,
+                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+    ~CScriptedWaits();
+    CScriptedWaits(const CScriptedWaits&) = delete;
+    CScriptedWaits& operator=(const CScriptedWaits&) = delete;
+
+    /// Runs in every dispatch of a window message, without a lock.
+    std::function<void()> onDispatch;
+
+    // The records.
+    int translated = 0;
+    int dispatched = 0;
+    std::vector<std::uint32_t> messageWait;  // count, wait for all, time-out, wake mask
+
+  private:
+    struct Functions;  // those of the table
+
+    CScriptedCalls& calls_;
+    CScriptedObjects& objects_;
+    CScriptedThreads& threads_;
+    CScriptedArea& area_;
+    std::mutex mutex_;  // guards the records
+};
+
+}  // namespace Kyr::Test
