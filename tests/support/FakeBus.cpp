@@ -5,8 +5,6 @@
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "tests/support/Await.h"
-
 namespace Kyr::Test {
 
 namespace {
@@ -69,10 +67,6 @@ std::vector<CFakeBus::Publication> CFakeBus::Publications() const {
 std::vector<CFakeBus::Subscription> CFakeBus::Subscriptions() const {
     const Guard guard(mutex_);
     return subscriptions_;
-}
-
-bool CFakeBus::AwaitPublications(std::size_t count) const {
-    return Await([this, count] { return Publications().size() >= count; });
 }
 
 }  // namespace Kyr::Test

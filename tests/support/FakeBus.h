@@ -43,7 +43,6 @@ class CFakeBus : public Common::Kernel::IBusResource {
 
     std::vector<Publication> Publications() const;
     std::vector<Subscription> Subscriptions() const;
-    bool AwaitPublications(std::size_t count) const;
 
   private:
     mutable boost::mutex mutex_;  // guards everything below

@@ -35,10 +35,6 @@ void CScriptedModule::OnDisconnect(std::function<void()> action) {
     onDisconnect_ = std::move(action);
 }
 
-void CScriptedModule::OnInterrupt(std::function<void()> action) {
-    onInterrupt_ = std::move(action);
-}
-
 std::vector<std::string> CScriptedModule::Calls() const {
     const Guard guard(mutex_);
     return calls_;
@@ -71,9 +67,6 @@ bool CScriptedModule::Connect() {
 
 void CScriptedModule::Interrupt() {
     Record("Interrupt");
-    if (onInterrupt_) {
-        onInterrupt_();
-    }
 }
 
 void CScriptedModule::Disconnect() {

@@ -29,7 +29,6 @@ class CScriptedModule final : public Connectors::Common::CConnectorModule {
     CScriptedModule& ThenConnectBy(std::function<bool()> action);
     CScriptedModule& ThenConnect(bool result);
     void OnDisconnect(std::function<void()> action);
-    void OnInterrupt(std::function<void()> action);
     void SetInstalled(bool installed) { installed_ = installed; }
 
     /// What CreateTasks appends.
@@ -63,7 +62,6 @@ class CScriptedModule final : public Connectors::Common::CConnectorModule {
     bool installed_ = true;
     std::vector<std::function<bool()>> connects_;
     std::function<void()> onDisconnect_;
-    std::function<void()> onInterrupt_;
 
     mutable boost::mutex mutex_;  // guards what follows
     std::size_t attempts_ = 0;

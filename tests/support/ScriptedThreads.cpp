@@ -142,11 +142,6 @@ void CScriptedThreads::PostMessages(int count) {
     changed_.notify_all();
 }
 
-int CScriptedThreads::QueuedMessages() const {
-    const Lock lock(mutex_);
-    return messages_;
-}
-
 void CScriptedThreads::AwaitWaiter(std::uint32_t milliseconds) {
     Lock lock(mutex_);
     changed_.wait(lock, [&] { return waiters_.count(milliseconds) != 0; });

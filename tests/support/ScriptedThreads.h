@@ -41,7 +41,6 @@ class CScriptedThreads {
 
     // For tests.
     void PostMessages(int count);
-    int QueuedMessages() const;
     /// Returns once some thread waits with this time-out.
     void AwaitWaiter(std::uint32_t milliseconds);
     void Advance(std::uint32_t milliseconds);
