@@ -24,9 +24,9 @@ CModuleSystem OvModuleFixture::System() {
     system.clock = clock_;
     system.productBuild = registration_;
     system.makeChannel = [this] {
-        channel_ =
-            boost::make_shared<COvAgentChannel>(std::make_unique<CFakeKelcommClient>(alpc_),
-                                                std::make_unique<CFakeKelcommClient>(lpc_), clock_);
+        channel_ = boost::make_shared<CObservedChannel>(std::make_unique<CFakeKelcommClient>(alpc_),
+                                                        std::make_unique<CFakeKelcommClient>(lpc_),
+                                                        clock_);
         return channel_;
     };
     return system;

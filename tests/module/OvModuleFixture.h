@@ -2,6 +2,7 @@
 // test sets, and a clock that the test moves.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -31,6 +32,22 @@ class CFakeBuildReader final : public IProductBuildReader {
 
     std::optional<std::int64_t> build = 5600;
     std::string failure;
+};
+
+/// The module's own channel, whose stop a test can see.
+class CObservedChannel final : public COvAgentChannel {
+  public:
+    using COvAgentChannel::COvAgentChannel;
+    void Stop() override {
+        ++stops;
+        if (onStop) {
+            onStop();
+        }
+        COvAgentChannel::Stop();
+    }
+
+    std::atomic<int> stops{0};
+    std::function<void()> onStop;
 };
 
 /// The module with what only its core may call.
@@ -81,7 +98,7 @@ class OvModuleFixture : public testing::Test {
         boost::make_shared<Kyr::Test::CKelcommScript>();
     const boost::shared_ptr<Kyr::Test::CKelcommScript> lpc_ =
         boost::make_shared<Kyr::Test::CKelcommScript>();
-    boost::shared_ptr<COvAgentChannel> channel_;  // the module's
+    boost::shared_ptr<CObservedChannel> channel_;  // the module's
     Kyr::Test::CFakeHost host_;
     std::unique_ptr<CTestedModule> module_;
 };

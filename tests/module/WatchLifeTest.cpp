@@ -1,4 +1,5 @@
 // The periodic thread: when it lives, what ends it, and what a connection gives it.
+#include <atomic>
 #include <future>
 
 #include <boost/thread/thread.hpp>
@@ -135,6 +136,31 @@ TEST_F(WatchLifeTest, InterruptWaitsForAPingThatIsUnderWay) {
     EXPECT_EQ(interrupted.wait_for(std::chrono::milliseconds(50)), std::future_status::timeout);
     answer_.set_value();
     interrupted.get();
+    EXPECT_TRUE(clock_->AwaitSleepers(0));
+}
+
+// A channel may let go of a request when it is stopped; who waited for the watch first would wait
+// for ever.
+TEST_F(WatchLifeTest, InterruptStopsTheChannelBeforeItWaitsForTheWatch) {
+    InitializeAndConnect();
+    std::promise<void> pinging;
+    std::promise<void> stopped;
+    std::atomic<bool> letGo{false};
+    alpc_->whileServing = [&, first = true]() mutable {
+        if (std::exchange(first, false)) {
+            pinging.set_value();
+            letGo = stopped.get_future().wait_for(std::chrono::seconds(10)) ==
+                    std::future_status::ready;
+        }
+    };
+    channel_->onStop = [&stopped] { stopped.set_value(); };
+    clock_->Advance(std::chrono::seconds(5));
+    pinging.get_future().wait();
+    module_->Interrupt();
+    channel_->onStop = nullptr;
+    alpc_->whileServing = nullptr;
+    EXPECT_TRUE(letGo);
+    EXPECT_EQ(channel_->stops, 1);
     EXPECT_TRUE(clock_->AwaitSleepers(0));
 }
 
