@@ -14,7 +14,7 @@ class IProductBuildReader {
   public:
     virtual ~IProductBuildReader();
     /// The registered build, a signed 32-bit number; none when the product is not installed.
-    /// Throws std::exception when what is registered as the build is no number.
+    /// Throws std::exception when what is registered as the build is no number, or cannot be read.
     virtual std::optional<std::int64_t> Read() = 0;
 };
 

@@ -1,4 +1,5 @@
 #include <charconv>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -17,8 +18,15 @@ class CRunFileBuildReader final : public IProductBuildReader {
   public:
     std::optional<std::int64_t> Read() override {
         std::string text;
-        if (NtApi::IsError(PortLayer::ReadRunFile(PortLayer::kProductBuildFile, text))) {
+        const NtApi::NtStatus status = PortLayer::ReadRunFile(PortLayer::kProductBuildFile, text);
+        if (status == NtApi::kStatusObjectNameNotFound) {
             return std::nullopt;
+        }
+        if (NtApi::IsError(status)) {
+            std::ostringstream failure;
+            failure << "The registered product build cannot be read: status " << std::hex
+                    << std::uppercase << static_cast<std::uint32_t>(status);
+            throw std::runtime_error(failure.str());
         }
         std::int32_t build = 0;
         const char* const end = text.data() + text.size();

@@ -1,3 +1,4 @@
+#include <sstream>
 #include <stdexcept>
 #include <string>
 
@@ -8,19 +9,27 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
+[[noreturn]] void Fail(NtApi::NtStatus status) {
+    std::ostringstream text;
+    text << "cannot write to the run directory: status " << std::hex << std::uppercase
+         << static_cast<std::uint32_t>(status);
+    throw std::runtime_error(text.str());
+}
+
 class CRunFileRegistration final : public IRegistration {
   public:
     void Install(std::int32_t build) override {
-        if (NtApi::IsError(
-                PortLayer::WriteRunFile(PortLayer::kProductBuildFile, std::to_string(build)))) {
-            throw std::runtime_error("cannot write to the run directory");
+        const NtApi::NtStatus status =
+            PortLayer::WriteRunFile(PortLayer::kProductBuildFile, std::to_string(build));
+        if (NtApi::IsError(status)) {
+            Fail(status);
         }
     }
 
     void Uninstall() override {
         const NtApi::NtStatus status = PortLayer::RemoveRunFile(PortLayer::kProductBuildFile);
         if (NtApi::IsError(status) && status != NtApi::kStatusObjectNameNotFound) {
-            throw std::runtime_error("cannot write to the run directory");
+            Fail(status);
         }
     }
 };

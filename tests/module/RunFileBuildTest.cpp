@@ -13,6 +13,7 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 constexpr char kNoNumber[] = "The registered product build is no 32-bit number";
+constexpr char kUnreadable[] = "The registered product build cannot be read: status C0000022";
 
 class RunFileBuildTest : public testing::Test {
   protected:
@@ -50,9 +51,21 @@ TEST_F(RunFileBuildTest, NumberOfMoreThan32BitsIsRefused) {
     }
 }
 
-TEST_F(RunFileBuildTest, RegistrationThatCannotBeReadCountsAsNone) {
-    boost::filesystem::create_directory(folder_.File(PortLayer::kProductBuildFile));
+TEST_F(RunFileBuildTest, MissingFileAndMissingDirectoryMeanNotInstalled) {
     EXPECT_EQ(reader_->Read(), std::nullopt);
+    Poco::Environment::set("KELCOMM_RUNTIME_DIR", folder_.File("missing"));
+    EXPECT_EQ(reader_->Read(), std::nullopt);
+}
+
+TEST_F(RunFileBuildTest, RegistrationThatCannotBeReadIsAFailureWithItsStatus) {
+    boost::filesystem::create_directory(folder_.File(PortLayer::kProductBuildFile));
+    EXPECT_EQ(Kyr::Test::ThrownText([this] { reader_->Read(); }), kUnreadable);
+}
+
+TEST_F(RunFileBuildTest, RunDirectoryThatOthersMayEnterIsAFailureWithItsStatus) {
+    boost::filesystem::permissions(folder_.Path(),
+                                   boost::filesystem::add_perms | boost::filesystem::others_read);
+    EXPECT_EQ(Kyr::Test::ThrownText([this] { reader_->Read(); }), kUnreadable);
 }
 
 }  // namespace
