@@ -6,6 +6,9 @@ set(poco Foundation)
 if(WIN32)
     list(APPEND poco Util)  # reads the registry
 endif()
+if(MINGW)
+    list(APPEND CMAKE_MODULE_PATH "${CMAKE_SOURCE_DIR}/cmake/mingw")  # stands in for packages that our POCO lacks
+endif()
 find_package(Poco 1.11 REQUIRED COMPONENTS ${poco})
 find_package(Protobuf REQUIRED)
 find_package(ZLIB REQUIRED)
