@@ -4,7 +4,7 @@
 
 #include "portlayer/core/SharedMemory.h"
 #include "tests/portlayer/AlpcTest.h"
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/HostileLpcClient.h"
 #include "tests/portlayer/windows/RawPipe.h"
 
 namespace Kyr::Test {
@@ -14,22 +14,8 @@ namespace {
 using namespace NtApi;
 using namespace PortLayer::Detail;
 
-class HostileLpcClientTest : public CLpcTest {
+class HostileLpcClientTest : public CHostileLpcClientTest {
   protected:
-    void SetUp() override {
-        CLpcTest::SetUp();
-        Serve([](CLpcCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                call.Reply(call.Data());
-            }
-        });
-    }
-    void TearDown() override {
-        const Handle port = Connect();
-        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
-        Ports().CloseHandle(port);
-        CLpcTest::TearDown();
-    }
     COutgoingPacket Packet(EPacket kind) const {
         COutgoingPacket packet(kind);
         packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
@@ -41,7 +27,6 @@ class HostileLpcClientTest : public CLpcTest {
         client.Send(packet, behind);
         EXPECT_TRUE(client.IsDropped());
     }
-    Bytes message_ = LpcMessage({});
 };
 INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
 

@@ -1,0 +1,31 @@
+// A legacy port whose clients break the layer's own protocol: whatever one of them does, the next
+// one is served.
+#pragma once
+
+#include "ntapi/PortMessage.h"
+#include "tests/portlayer/LpcTest.h"
+
+namespace Kyr::Test {
+
+class CHostileLpcClientTest : public CLpcTest {
+  protected:
+    void SetUp() override {
+        CLpcTest::SetUp();
+        Serve([](CLpcCall& call) {
+            if (Kind(call.message.data()) == NtApi::kLpcRequest) {
+                call.Reply(call.Data());
+            }
+        });
+    }
+    void TearDown() override {
+        const Handle port = Connect();
+        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
+        Ports().CloseHandle(port);
+        CLpcTest::TearDown();
+    }
+
+    /// A message without data.
+    Bytes message_ = LpcMessage({});
+};
+
+}  // namespace Kyr::Test
