@@ -24,6 +24,21 @@ function(kyr_configure_target name)
     endif()
 endfunction()
 
+# kyr_precompile(<target> <header>)
+# With KYR_PRECOMPILE, compiles the header once for all of the target's sources, if they are enough to pay for it.
+function(kyr_precompile name header)
+    get_target_property(sources ${name} SOURCES)
+    list(FILTER sources INCLUDE REGEX "\\.cpp$")
+    list(LENGTH sources files)
+    if(KYR_PRECOMPILE AND files GREATER 3)
+        target_precompile_headers(${name} PRIVATE "${CMAKE_SOURCE_DIR}/${header}")
+        if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+            # What is cached would be of no use to a tree whose header has another time.
+            target_compile_options(${name} PRIVATE "SHELL:-Xclang -fno-pch-timestamp")
+        endif()
+    endif()
+endfunction()
+
 # kyr_add_library(<name> [SHARED] SOURCES <file>... [DEPENDS <target>...])
 # Headers are listed with the sources, so that the list is the folder's table of contents.
 function(kyr_add_library name)
@@ -35,6 +50,7 @@ function(kyr_add_library name)
     endif()
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
     kyr_configure_target(${name})
+    kyr_precompile(${name} cmake/Precompiled.h)
 endfunction()
 
 # kyr_add_header_library(<name> HEADERS <file>... [DEPENDS <target>...])
@@ -63,10 +79,7 @@ file(MAKE_DIRECTORY "${KYR_RUN_DIRECTORIES}")
 function(kyr_add_test_suite name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     kyr_add_program(${name} SOURCES ${ARG_SOURCES} DEPENDS ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
-    list(LENGTH ARG_SOURCES files)
-    if(KYR_PRECOMPILE_TESTS AND files GREATER 4)
-        target_precompile_headers(${name} PRIVATE "${CMAKE_SOURCE_DIR}/tests/support/Precompiled.h")
-    endif()
+    kyr_precompile(${name} tests/support/Precompiled.h)
     if(MINGW)
         # The only variant there is optimised. What is tested stays so; the tests themselves compile in two thirds of
         # the time without.
