@@ -1,4 +1,6 @@
 // The commands of the host: one row each. A new command is a new row.
+//
+// Threads: one at a time. Errors: a command throws, and the console tells it.
 #pragma once
 
 #include <functional>

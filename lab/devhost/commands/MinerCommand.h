@@ -1,4 +1,7 @@
 // The command `miner`: what has come of what was sent, kind by kind.
+//
+// Threads: one at a time. Errors: std::invalid_argument for a number that is none,
+// std::runtime_error when the database fails.
 #pragma once
 
 #include "lab/devhost/commands/Console.h"

@@ -1,9 +1,9 @@
 // Builds the policy message of a command: the text in its protobuf message, compressed by zlib, in
 // a blob that states the length; on request with one of these wrong.
 //
-// Errors: std::invalid_argument with a text for the person who typed the command;
-// std::runtime_error
-//   when the file cannot be read.
+// Threads: any.
+// Errors: std::invalid_argument with a text for the person who typed the command; a file that
+// cannot be read is a std::runtime_error.
 #pragma once
 
 #include <boost/shared_ptr.hpp>

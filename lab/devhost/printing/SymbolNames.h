@@ -1,4 +1,6 @@
 // Names for the symbols in the logs of this system, for people who read events.
+//
+// Threads: any. Errors: none.
 #pragma once
 
 #include <cstdint>

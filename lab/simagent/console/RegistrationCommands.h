@@ -1,4 +1,7 @@
 // `install` and `uninstall`: the product's registration changes while it runs.
+//
+// Threads: one at a time.
+// Errors: ConsoleCommand.h, and std::runtime_error from the registration.
 #pragma once
 
 #include "lab/simagent/Registration.h"
