@@ -1,6 +1,6 @@
 #include "lab/devhost/database/MinerStore.h"
 
-#include <exception>
+#include "lab/devhost/database/Transaction.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -21,18 +21,13 @@ CMinerStore::CMinerStore(CSqliteConnection& connection)
 
 void CMinerStore::Store(Common::Kernel::MessageType type, const std::vector<std::string>& records) {
     const Lock lock(connection_.Mutex());
-    connection_.Execute("BEGIN IMMEDIATE");
-    try {
-        for (const std::string& record : records) {
-            insert_.BindText(1, TypeText(type));
-            insert_.BindBlob(2, record);
-            insert_.Step();
-        }
-        connection_.Execute("COMMIT");
-    } catch (const std::exception&) {
-        connection_.Rollback();
-        throw;
+    CTransaction transaction(connection_);
+    for (const std::string& record : records) {
+        insert_.BindText(1, TypeText(type));
+        insert_.BindBlob(2, record);
+        insert_.Step();
     }
+    transaction.Commit();
 }
 
 std::vector<std::string> CMinerStore::Records(Common::Kernel::MessageType type) {

@@ -2,6 +2,8 @@
 
 #include <exception>
 
+#include "lab/devhost/database/Transaction.h"
+
 namespace Kyr::Lab::DevHost {
 
 using Lock = boost::unique_lock<boost::mutex>;
@@ -16,19 +18,14 @@ CRemediationMapper::~CRemediationMapper() = default;
 bool CRemediationMapper::StoreActions(const std::vector<std::string>& actions) {
     const Lock lock(connection_.Mutex());
     try {
-        connection_.Execute("BEGIN IMMEDIATE");
-    } catch (const std::exception&) {
-        return false;
-    }
-    try {
+        CTransaction transaction(connection_);
         for (const std::string& action : actions) {
             insert_.BindBlob(1, action);
             insert_.Step();
         }
-        connection_.Execute("COMMIT");
+        transaction.Commit();
         return true;
     } catch (const std::exception&) {
-        connection_.Rollback();
         return false;
     }
 }
