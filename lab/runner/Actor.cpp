@@ -27,7 +27,7 @@ CTimedLine Parse(const std::string& text) {
 
 }  // namespace
 
-struct CActor::State {
+struct CActor::CState {
     std::string name;
     Listener listener;
     process::opstream input;
@@ -83,7 +83,7 @@ struct CActor::State {
 CActor::CActor(const std::string& name, const std::string& program,
                const std::vector<std::string>& arguments, const Environment& environment,
                Listener listener)
-    : state_(std::make_unique<State>()) {
+    : state_(std::make_unique<CState>()) {
     state_->name = name;
     state_->listener = std::move(listener);
     // With the other handles, a child loses the one to report a failed start through.

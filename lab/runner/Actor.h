@@ -54,9 +54,9 @@ class CActor {
     std::optional<int> AwaitEnd(std::chrono::milliseconds patience);
 
   private:
-    struct State;
+    struct CState;
 
-    std::unique_ptr<State> state_;
+    std::unique_ptr<CState> state_;
 };
 
 }  // namespace Kyr::Lab::Runner

@@ -1,20 +1,16 @@
-// What a run comes to in figures, counted from what host and product tell.
+// What a run comes to in figures.
 //
-// Threads: Event from any thread; the rest too.
+// Threads: values; each object by one thread at a time.
 #pragma once
 
 #include <cstdint>
-#include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "lab/common/LineProtocol.h"
-
 namespace Kyr::Lab::Runner {
 
-struct Figures {
+struct CFigures {
     std::uint64_t requests = 0;  // that the product was asked, without pings
     std::uint64_t pings = 0;
     std::uint64_t connections = 0;    // the first of every start of the host
@@ -29,31 +25,10 @@ struct Figures {
     /// Every reconnection is for a message: it is tried again then, or given up.
     std::uint64_t Retries() const { return reconnections - givenUp; }
 
-    Figures& operator+=(const Figures& other);
+    CFigures& operator+=(const CFigures& other);
 };
 
 /// One row each, for a person: what was counted, and how often.
-std::vector<std::pair<std::string, std::string>> Rows(const Figures& figures);
-
-/// Counts the events of one scenario.
-class CFigures {
-  public:
-    void Event(const CLine& line);
-    Figures Sum() const;
-
-  private:
-    void Log(const CLine& line);
-
-    struct Tally {
-        std::uint64_t stored;
-        std::uint64_t twice;
-        std::uint64_t lost;
-    };
-
-    mutable std::mutex mutex_;  // guards what stands below
-    Figures sum_;
-    bool reconnecting_ = false;
-    std::map<std::string, Tally> tallies_;  // by kind of record, the latest
-};
+std::vector<std::pair<std::string, std::string>> Rows(const CFigures& figures);
 
 }  // namespace Kyr::Lab::Runner

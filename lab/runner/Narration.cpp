@@ -20,7 +20,7 @@ std::string Over(const CLine& line) {
     return "over " + boost::algorithm::to_upper_copy(Value(line, "transport"));
 }
 
-Narration Log(const CLine& line) {
+CNarration Log(const CLine& line) {
     const std::string level = Value(line, "level");
     const Weight weight = level == "4"   ? Weight::Error
                           : level == "3" ? Weight::Warning
@@ -28,7 +28,7 @@ Narration Log(const CLine& line) {
     return {"log " + level + "  " + Value(line, "text"), weight};
 }
 
-Narration Request(const CLine& line) {
+CNarration Request(const CLine& line) {
     if (Value(line, "command") == "0") {
         return {"ping " + Over(line), Weight::Ordinary, Road::ToProduct, true};
     }
@@ -38,7 +38,7 @@ Narration Request(const CLine& line) {
             Weight::Ordinary, Road::ToProduct};
 }
 
-Narration Reply(const CLine& line) {
+CNarration Reply(const CLine& line) {
     if (line.Find("delivery") != nullptr) {
         return {"no reply " + Over(line) + ": " + Value(line, "delivery"), Weight::Warning,
                 Road::FromProduct};
@@ -51,7 +51,7 @@ Narration Reply(const CLine& line) {
             status == "0" ? Weight::Ordinary : Weight::Warning, Road::FromProduct};
 }
 
-Narration Did(const CLine& line) {
+CNarration Did(const CLine& line) {
     const std::string action = Value(line, "action");
     if (action == "agent-uuid") {
         return {"notes who manages it: " + Value(line, "uuid"), Weight::Ordinary};
@@ -70,7 +70,7 @@ Narration Did(const CLine& line) {
             Weight::Ordinary};
 }
 
-Narration Process(const CLine& line) {
+CNarration Process(const CLine& line) {
     const std::string by = Value(line, "by");
     return {"process " + Value(line, "name") + " (" + Value(line, "pid") + ") " + line.Kind() +
                 (by.empty() ? "" : " by " + by),
@@ -88,7 +88,7 @@ const char* OwnRequest(const std::string& kind) {
     return known == kKinds.end() ? "" : known->second;
 }
 
-Narration Bus(const CLine& line) {
+CNarration Bus(const CLine& line) {
     const std::string name = "bus    " + Value(line, "name") + " (" + Value(line, "type") + ")";
     const std::string kind = Value(line, "request");
     if (!kind.empty()) {
@@ -102,25 +102,25 @@ Narration Bus(const CLine& line) {
             Value(line, "name") == "OvAgentRequest" ? Weight::Detail : Weight::Ordinary};
 }
 
-Narration Handed(const CLine& line) {
+CNarration Handed(const CLine& line) {
     return {"hands out " + Value(line, "records") + " records (" + Value(line, "kind") +
                 "), from number " + Value(line, "from") + " on",
             Weight::Ordinary};
 }
 
-Narration Observed(const CLine& line) {
+CNarration Observed(const CLine& line) {
     return {"telemetry record " + Value(line, "number") + ": " + Value(line, "action") + ", " +
                 Value(line, "name") + " (" + Value(line, "pid") + ")",
             Weight::Ordinary};
 }
 
-Narration Mined(const CLine& line) {
+CNarration Mined(const CLine& line) {
     return {"miner  stored " + Value(line, "records") + " records (" + Value(line, "name") + ")",
             Weight::Ordinary};
 }
 
 /// A row of a table: the rows of all kinds stand below each other.
-Narration Tally(const CLine& line) {
+CNarration Tally(const CLine& line) {
     std::ostringstream text;
     text << "miner  " << std::left << std::setw(9) << Value(line, "kind");
     for (const char* key : {"sent", "stored", "twice", "lost"}) {
@@ -136,7 +136,7 @@ bool IsUuid(const std::string& text) {
            text[23] == '-';
 }
 
-Narration Symbols(const CLine& line) {
+CNarration Symbols(const CLine& line) {
     std::string text = "       ";
     for (const auto& [key, value] : line.Fields()) {
         // The symbols carry their number in front of their name. Identifiers and times are for the
@@ -149,7 +149,7 @@ Narration Symbols(const CLine& line) {
     return {text, Weight::Ordinary};
 }
 
-Narration Life(const CLine& line) {
+CNarration Life(const CLine& line) {
     const std::string call = Value(line, "call");
     const std::string result = Value(line, "result");
     const bool stopped = call.compare(0, 5, "Stop(") == 0 && result == "true";
@@ -159,19 +159,19 @@ Narration Life(const CLine& line) {
 }
 
 /// A command that was refused is what a scenario may want; other errors are not.
-Narration Error(const CLine& line) {
+CNarration Error(const CLine& line) {
     const std::string command = Value(line, "command");
     return command.empty()
-               ? Narration{line.Text(), Weight::Error}
-               : Narration{"refuses: " + command + ", " + Value(line, "text"), Weight::Warning};
+               ? CNarration{line.Text(), Weight::Error}
+               : CNarration{"refuses: " + command + ", " + Value(line, "text"), Weight::Warning};
 }
 
-struct Teller {
+struct CTeller {
     const char* kind;
-    Narration (*tell)(const CLine& line);
+    CNarration (*tell)(const CLine& line);
 };
 
-constexpr Teller kTellers[] = {
+constexpr CTeller kTellers[] = {
     {"log", Log},           {"request", Request}, {"reply", Reply},   {"did", Did},
     {"started", Process},   {"adopted", Process}, {"ended", Process}, {"publish", Bus},
     {"deliver", Bus},       {"symbols", Symbols}, {"life", Life},     {"handed", Handed},
@@ -180,8 +180,8 @@ constexpr Teller kTellers[] = {
 
 }  // namespace
 
-Narration Narrate(const CLine& line) {
-    for (const Teller& teller : kTellers) {
+CNarration Narrate(const CLine& line) {
+    for (const CTeller& teller : kTellers) {
         if (line.Kind() == teller.kind) {
             return teller.tell(line);
         }

@@ -20,13 +20,13 @@ enum class Weight {
 /// Which way it crosses the wire between host and product, as far as it does.
 enum class Road { None, ToProduct, FromProduct };
 
-struct Narration {
+struct CNarration {
     std::string text;
     Weight weight;
     Road road = Road::None;
     bool oncePerStep = false;  // it comes again and again, as time passes
 };
 
-Narration Narrate(const CLine& line);
+CNarration Narrate(const CLine& line);
 
 }  // namespace Kyr::Lab::Runner

@@ -103,18 +103,18 @@ class CWords {
     std::string rest_;
 };
 
-FieldMatch ParseField(std::size_t line, const std::string& word) {
+CFieldMatch ParseField(std::size_t line, const std::string& word) {
     const std::size_t sign = word.find_first_of("=~");
     if (sign == 0 || sign == std::string::npos) {
         throw CScenarioError(line, "\"" + word + "\" is no field such as pid=7 or text~Ping");
     }
     return {word.substr(0, sign),
-            word[sign] == '=' ? FieldMatch::Kind::Equals : FieldMatch::Kind::Contains,
+            word[sign] == '=' ? CFieldMatch::Kind::Equals : CFieldMatch::Kind::Contains,
             word.substr(sign + 1)};
 }
 
-ExpectStatement ParseExpect(CWords& words) {
-    ExpectStatement expect{
+CExpectStatement ParseExpect(CWords& words) {
+    CExpectStatement expect{
         words.NextActor(), {words.Next("a kind of event"), {}}, kDefaultPatience, std::nullopt};
     while (!words.AtEnd()) {
         const std::string word = words.Next("");
@@ -129,24 +129,24 @@ ExpectStatement ParseExpect(CWords& words) {
     return expect;
 }
 
-NeverStatement ParseNever(CWords& words) {
-    NeverStatement never{words.NextActor(), {words.Next("a kind of event"), {}}};
+CNeverStatement ParseNever(CWords& words) {
+    CNeverStatement never{words.NextActor(), {words.Next("a kind of event"), {}}};
     while (!words.AtEnd()) {
         never.pattern.fields.push_back(ParseField(words.Line(), words.Next("")));
     }
     return never;
 }
 
-StartStatement ParseStart(CWords& words) {
-    StartStatement start{words.NextActor(), {}};
+CStartStatement ParseStart(CWords& words) {
+    CStartStatement start{words.NextActor(), {}};
     while (!words.AtEnd()) {
         start.arguments.push_back(words.Next(""));
     }
     return start;
 }
 
-GoneStatement ParseGone(CWords& words) {
-    GoneStatement gone{words.NextActor(), kDefaultPatience};
+CGoneStatement ParseGone(CWords& words) {
+    CGoneStatement gone{words.NextActor(), kDefaultPatience};
     if (!words.AtEnd()) {
         if (words.Next("") != "within") {
             throw CScenarioError(words.Line(), "expected \"within\" and a duration");
@@ -159,19 +159,19 @@ GoneStatement ParseGone(CWords& words) {
 Statement ParseStatement(CWords& words) {
     const std::string word = words.Next("a statement");
     if (word == "step") {
-        return StepStatement{words.Rest("the step's text")};
+        return CStepStatement{words.Rest("the step's text")};
     }
     if (word == "say") {
-        return SayStatement{words.Rest("a remark")};
+        return CSayStatement{words.Rest("a remark")};
     }
     if (word == "start") {
         return ParseStart(words);
     }
     if (word == "kill") {
-        return KillStatement{words.NextActor()};
+        return CKillStatement{words.NextActor()};
     }
     if (word == "quit") {
-        return QuitStatement{words.NextActor()};
+        return CQuitStatement{words.NextActor()};
     }
     if (word == "gone") {
         return ParseGone(words);
@@ -184,25 +184,25 @@ Statement ParseStatement(CWords& words) {
     }
     if (word == "countdown") {
         const std::chrono::milliseconds duration = words.NextDuration();
-        return CountdownStatement{duration, words.Rest("what is waited for")};
+        return CCountdownStatement{duration, words.Rest("what is waited for")};
     }
     if (word == "wait") {
         const std::chrono::milliseconds duration = words.NextDuration();
-        return WaitStatement{duration, words.Rest("what is waited for")};
+        return CWaitStatement{duration, words.Rest("what is waited for")};
     }
     if (IsActor(word)) {
-        return CommandStatement{word, words.Rest("a command")};
+        return CCommandStatement{word, words.Rest("a command")};
     }
     throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
 }
 
 /// Whether the statement can fail for something that a program did or did not do.
-bool Expects(const NumberedStatement& numbered) {
+bool Expects(const CNumberedStatement& numbered) {
     const Statement& statement = numbered.statement;
-    return std::holds_alternative<ExpectStatement>(statement) ||
-           std::holds_alternative<NeverStatement>(statement) ||
-           std::holds_alternative<GoneStatement>(statement) ||
-           std::holds_alternative<QuitStatement>(statement);
+    return std::holds_alternative<CExpectStatement>(statement) ||
+           std::holds_alternative<CNeverStatement>(statement) ||
+           std::holds_alternative<CGoneStatement>(statement) ||
+           std::holds_alternative<CQuitStatement>(statement);
 }
 
 }  // namespace
@@ -210,8 +210,8 @@ bool Expects(const NumberedStatement& numbered) {
 CScenarioError::CScenarioError(std::size_t line, const std::string& text)
     : std::runtime_error("line " + std::to_string(line) + ": " + text) {}
 
-Scenario ParseScenario(const std::string& text) {
-    Scenario scenario;
+CScenario ParseScenario(const std::string& text) {
+    CScenario scenario;
     std::istringstream lines(text);
     std::string line;
     std::size_t number = 1;

@@ -34,7 +34,7 @@ class CScenarioError : public std::runtime_error {
 };
 
 /// How one field of an event is compared.
-struct FieldMatch {
+struct CFieldMatch {
     enum class Kind { Equals, Contains };
     std::string key;
     Kind kind;
@@ -42,87 +42,87 @@ struct FieldMatch {
 };
 
 /// What an event must look like.
-struct EventPattern {
+struct CEventPattern {
     std::string kind;
-    std::vector<FieldMatch> fields;
+    std::vector<CFieldMatch> fields;
 };
 
 /// Opens a step: one row of the table at the end. For each actor the events of the step begin right
 /// behind the last one that an earlier step expected of the same process: what that step set going
 /// at its end may have been told before this one opens.
-struct StepStatement {
+struct CStepStatement {
     std::string text;
 };
 /// A remark for the person who watches.
-struct SayStatement {
+struct CSayStatement {
     std::string text;
 };
 /// Starts an actor's program with further arguments.
-struct StartStatement {
+struct CStartStatement {
     std::string actor;
     std::vector<std::string> arguments;
 };
 /// Kills an actor's process at once.
-struct KillStatement {
+struct CKillStatement {
     std::string actor;
 };
 /// Tells an actor to quit and waits for its end; its exit code must be 0.
-struct QuitStatement {
+struct CQuitStatement {
     std::string actor;
 };
 /// The actor's process must end by itself, by whatever way.
-struct GoneStatement {
+struct CGoneStatement {
     std::string actor;
     std::chrono::milliseconds within;
 };
 /// One line to an actor's standard input.
-struct CommandStatement {
+struct CCommandStatement {
     std::string actor;
     std::string line;
 };
 /// The actor must tell of such an event in this step, or have told of it; each event serves one
 /// expectation. The order does not matter within a step, since several threads tell.
-struct ExpectStatement {
+struct CExpectStatement {
     std::string actor;
-    EventPattern pattern;
+    CEventPattern pattern;
     std::chrono::milliseconds within;
     std::optional<std::string> name;  // keeps the event's fields as $name.key
 };
 /// The actor must not have told of such an event in this step so far, except where one was
 /// expected.
-struct NeverStatement {
+struct CNeverStatement {
     std::string actor;
-    EventPattern pattern;
+    CEventPattern pattern;
 };
 /// A real wait of the system under test, shown counting down while the next expectation is awaited.
-struct CountdownStatement {
+struct CCountdownStatement {
     std::chrono::milliseconds duration;
     std::string text;
 };
 
-/// A time in which something must not happen, as the NeverStatements behind it say.
-struct WaitStatement {
+/// A time in which something must not happen, as the CNeverStatements behind it say.
+struct CWaitStatement {
     std::chrono::milliseconds duration;
     std::string text;
 };
 
-using Statement = std::variant<StepStatement, SayStatement, StartStatement, KillStatement,
-                               QuitStatement, GoneStatement, CommandStatement, ExpectStatement,
-                               NeverStatement, CountdownStatement, WaitStatement>;
+using Statement = std::variant<CStepStatement, CSayStatement, CStartStatement, CKillStatement,
+                               CQuitStatement, CGoneStatement, CCommandStatement, CExpectStatement,
+                               CNeverStatement, CCountdownStatement, CWaitStatement>;
 
-struct NumberedStatement {
+struct CNumberedStatement {
     std::size_t line;
     Statement statement;
 };
 
-struct Scenario {
+struct CScenario {
     std::string title;
-    std::vector<NumberedStatement> statements;
+    std::vector<CNumberedStatement> statements;
 };
 
 /// Reads a whole scenario. One without title, and one in which nothing is expected (by `expect`,
 /// `never`, `gone` or `quit`), is none.
-Scenario ParseScenario(const std::string& text);
+CScenario ParseScenario(const std::string& text);
 
 /// Replaces $name.key by its value; throws std::runtime_error for a name that is not known.
 std::string Substitute(const std::string& text,

@@ -113,7 +113,7 @@ void CScreen::Event(const std::string& actor, const CTimedLine& line) {
     if (detail_ != Detail::Everything) {
         return;
     }
-    const Narration told = Narrate(line.line);
+    const CNarration told = Narrate(line.line);
     Colour colour = told.road != Road::None ? Colour::Plain
                     : actor == "agent"      ? Colour::Magenta
                                             : Colour::Cyan;
@@ -175,16 +175,16 @@ void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text)
     }
 }
 
-void CScreen::Table(const std::vector<StepResult>& results) {
+void CScreen::Table(const std::vector<CStepResult>& results) {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::size_t width = 0;
-    for (const StepResult& result : results) {
+    for (const CStepResult& result : results) {
         width = std::max(width, result.step.size() + 2);
     }
     std::string scenario;
     Print("");
     Print(Paint(Colour::Bold, Padded("What was asked", width) + "  What happened      Time"));
-    for (const StepResult& result : results) {
+    for (const CStepResult& result : results) {
         if (result.scenario != scenario) {
             scenario = result.scenario;
             Print(Paint(Colour::Dim, scenario));
@@ -199,7 +199,7 @@ void CScreen::Table(const std::vector<StepResult>& results) {
     }
 }
 
-void CScreen::Show(const Figures& figures) {
+void CScreen::Show(const CFigures& figures) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Print("");
     Print(Paint(Colour::Bold, "In figures"));

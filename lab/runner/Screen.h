@@ -18,7 +18,7 @@
 namespace Kyr::Lab::Runner {
 
 /// One row of the table.
-struct StepResult {
+struct CStepResult {
     std::string scenario;
     std::string step;
     bool passed;
@@ -45,8 +45,8 @@ class CScreen {
     void Failed(const std::string& what);
     /// Shows how long the system will still wait; empty text takes the line away.
     void Countdown(std::chrono::milliseconds left, const std::string& text);
-    void Table(const std::vector<StepResult>& results);
-    void Show(const Figures& figures);
+    void Table(const std::vector<CStepResult>& results);
+    void Show(const CFigures& figures);
 
   private:
     enum class Colour { Plain, Bold, Dim, Red, Green, Yellow, Magenta, Cyan };

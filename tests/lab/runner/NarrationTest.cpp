@@ -6,7 +6,7 @@ namespace Kyr::Lab::Runner {
 namespace {
 
 TEST(Narration, LogLineKeepsItsTextAndWeighsByLevel) {
-    const Narration told =
+    const CNarration told =
         Narrate(CLine("log").With("level", "4").With("source", "M").With("text", "it failed"));
     EXPECT_EQ(told.text, "log 4  it failed");
     EXPECT_EQ(told.weight, Weight::Error);
@@ -43,7 +43,7 @@ TEST(Narration, RequestAndReplyCrossTheWireInTheirDirections) {
 }
 
 TEST(Narration, ReplyThatNeverComesIsAWarning) {
-    const Narration told =
+    const CNarration told =
         Narrate(CLine("reply").With("transport", "alpc").With("delivery", "never"));
     EXPECT_EQ(told.text, "no reply over ALPC: never");
     EXPECT_EQ(told.weight, Weight::Warning);
@@ -77,7 +77,7 @@ TEST(Narration, DeedOfTheProductIsToldInItsOwnWords) {
 }
 
 TEST(Narration, RefusedCommandIsAWarningAndAnyOtherErrorAnError) {
-    const Narration refused =
+    const CNarration refused =
         Narrate(CLine("error").With("command", "start").With("text", "blocked"));
     EXPECT_EQ(refused.text, "refuses: start, blocked");
     EXPECT_EQ(refused.weight, Weight::Warning);

@@ -50,9 +50,9 @@ class RunnerTest : public ::testing::Test {
     }
 
     const CParrotFolder folder_;
-    RunnerPaths paths_;
+    CRunnerPaths paths_;
     std::ostringstream screen_;
-    std::vector<StepResult> results_;
+    std::vector<CStepResult> results_;
 };
 
 TEST_F(RunnerTest, HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario) {
@@ -307,8 +307,8 @@ TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
         "step two\nexpect host log within 10ms\n"
         "step three\nquit host\n");
     const auto row = [](const char* step, bool passed) {
-        return AllOf(Field(&StepResult::scenario, "T"), Field(&StepResult::step, step),
-                     Field(&StepResult::passed, passed));
+        return AllOf(Field(&CStepResult::scenario, "T"), Field(&CStepResult::step, step),
+                     Field(&CStepResult::passed, passed));
     };
     EXPECT_THAT(results_, ElementsAre(row("one", true), row("two", false)));
 }
