@@ -40,6 +40,8 @@ void CFigureCounter::Log(const CLine& line) {
     const std::string text = Value(line, "text");
     if (text == "Connected to product, processing tasks") {
         ++sum_.connections;
+    } else if (text == "Connecting to product") {
+        reconnecting_ = false;  // another process: its connection may fail, too
     } else if (text == "Reconnecting to product") {
         ++sum_.reconnections;
         reconnecting_ = true;

@@ -30,7 +30,7 @@ class CFigureCounter {
 
     mutable std::mutex mutex_;  // guards what stands below
     CFigures sum_;
-    bool reconnecting_ = false;
+    bool reconnecting_ = false;              // this process has connected anew, or tries to
     std::map<std::string, CTally> tallies_;  // by kind of record, the latest
 };
 

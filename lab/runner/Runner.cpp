@@ -268,7 +268,7 @@ void CRunner::Do(const CStartStatement& start) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
                                      neutral_.Event(actor, line.line);
-                                     figures_.Event(line.line);
+                                     counter_.Event(line.line);
                                  });
 }
 

@@ -44,7 +44,7 @@ class CRunner {
     bool Run(const CScenario& scenario);
 
     const std::vector<CStepResult>& Results() const { return results_; }
-    CFigures Sum() const { return figures_.Sum(); }
+    CFigures Sum() const { return counter_.Sum(); }
 
   private:
     struct CCast;
@@ -77,7 +77,7 @@ class CRunner {
     CScreen& screen_;
     CTranscript transcript_;
     CNeutralTranscript neutral_;
-    CFigureCounter figures_;
+    CFigureCounter counter_;
     std::vector<CStepResult> results_;
 
     std::unique_ptr<CCast> cast_;  // what belongs to the scenario that is being played

@@ -54,6 +54,14 @@ TEST_F(FigureCounterTest, FirstConnectionThatFailedTakesNothingAway) {
     EXPECT_EQ(counter_.Sum().reconnections, 0u);
 }
 
+TEST_F(FigureCounterTest, FirstConnectionOfTheNextHostThatFailedTakesNothingAway) {
+    Log("2", "Connecting to product");
+    Log("2", "Reconnecting to product");
+    Log("2", "Connecting to product");
+    Log("4", "Starting TULK OVANTA Connector connector module failed with: it is gone");
+    EXPECT_EQ(counter_.Sum().reconnections, 1u);
+}
+
 TEST_F(FigureCounterTest, MessageThatIsGivenUpWasTriedAgainOnce) {
     Log("2", "Reconnecting to product");
     Log("2", "Reconnecting to product");
