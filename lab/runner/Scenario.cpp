@@ -103,9 +103,25 @@ class CWords {
     std::string rest_;
 };
 
+/// A word of small letters and hyphens; a key may have digits, too.
+bool IsName(const std::string& word, const std::string& further) {
+    return !word.empty() && std::all_of(word.begin(), word.end(), [&further](char byte) {
+        return (byte >= 'a' && byte <= 'z') || further.find(byte) != std::string::npos;
+    });
+}
+
+/// What no program can tell is refused: `never` would hold for it whatever happens.
+std::string ParseKind(CWords& words) {
+    const std::string kind = words.Next("a kind of event");
+    if (!IsName(kind, "-")) {
+        throw CScenarioError(words.Line(), "\"" + kind + "\" is no kind of event such as log");
+    }
+    return kind;
+}
+
 CFieldMatch ParseField(std::size_t line, const std::string& word) {
     const std::size_t sign = word.find_first_of("=~");
-    if (sign == 0 || sign == std::string::npos) {
+    if (sign == std::string::npos || !IsName(word.substr(0, sign), "-0123456789")) {
         throw CScenarioError(line, "\"" + word + "\" is no field such as pid=7 or text~Ping");
     }
     return {word.substr(0, sign),
@@ -115,7 +131,7 @@ CFieldMatch ParseField(std::size_t line, const std::string& word) {
 
 CExpectStatement ParseExpect(CWords& words) {
     CExpectStatement expect{
-        words.NextActor(), {words.Next("a kind of event"), {}}, kDefaultPatience, std::nullopt};
+        words.NextActor(), {ParseKind(words), {}}, kDefaultPatience, std::nullopt};
     while (!words.AtEnd()) {
         const std::string word = words.Next("");
         if (word == "within") {
@@ -130,7 +146,7 @@ CExpectStatement ParseExpect(CWords& words) {
 }
 
 CNeverStatement ParseNever(CWords& words) {
-    CNeverStatement never{words.NextActor(), {words.Next("a kind of event"), {}}};
+    CNeverStatement never{words.NextActor(), {ParseKind(words), {}}};
     while (!words.AtEnd()) {
         never.pattern.fields.push_back(ParseField(words.Line(), words.Next("")));
     }

@@ -232,8 +232,9 @@ TEST_F(RunnerTest, WaitLetsItsTimeGoBy) {
 }
 
 TEST_F(RunnerTest, WaitGivesWhatNeverForbidsTimeToHappen) {
-    EXPECT_EQ(Play("start host\nhost after 100 log\nwait 600ms for it\nnever host log\n"),
-              "line 5: the host said: log");
+    EXPECT_EQ(Play("start host\nhost life\nexpect host life\n"
+                   "host after 100 log\nwait 1s for it\nnever host log\n"),
+              "line 7: the host said: log");
 }
 
 TEST_F(RunnerTest, CountdownIsShownWhileTheNextExpectationIsAwaited) {
@@ -272,14 +273,16 @@ TEST_F(RunnerTest, UnaskedEndFailsAWait) {
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsAtTheEndOfTheScenario) {
-    EXPECT_EQ(Play("start host\nstart agent\nhost end 3\nagent after 1000 end 0\ngone agent\n"),
-              "line 6: the host has ended unasked, with 3");
+    EXPECT_EQ(Play("start host\nstart agent\nhost life\nexpect host life\n"
+                   "host end 3\nagent after 1000 end 0\ngone agent\n"),
+              "line 8: the host has ended unasked, with 3");
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsTheNextStart) {
-    EXPECT_EQ(Play("start host\nstart agent\nhost end 3\nagent after 1000 end 0\ngone agent\n"
+    EXPECT_EQ(Play("start host\nstart agent\nhost life\nexpect host life\n"
+                   "host end 3\nagent after 1000 end 0\ngone agent\n"
                    "start host\ngone host\n"),
-              "line 7: the host has ended unasked, with 3");
+              "line 9: the host has ended unasked, with 3");
 }
 
 TEST_F(RunnerTest, ProcessThatMustBeGoneMayEndBefore) {

@@ -125,6 +125,17 @@ TEST(Scenario, FieldWithoutSignIsRefused) {
               "line 2: \"text\" is no field such as pid=7 or text~Ping");
 }
 
+TEST(Scenario, WhatNoProgramCanTellIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nnever host text=\"it failed\"\n"),
+              "line 2: \"text=it failed\" is no kind of event such as log");
+    EXPECT_EQ(ErrorOf("title T\nexpect host Log level=4\n"),
+              "line 2: \"Log\" is no kind of event such as log");
+    EXPECT_EQ(ErrorOf("title T\nnever host log Level=4\n"),
+              "line 2: \"Level=4\" is no field such as pid=7 or text~Ping");
+    EXPECT_EQ(ErrorOf("title T\nnever host log =4\n"),
+              "line 2: \"=4\" is no field such as pid=7 or text~Ping");
+}
+
 TEST(Scenario, WordsLeftOverAreRefused) {
     EXPECT_EQ(ErrorOf("title T\nkill agent now\n"), "line 2: \"now\" is left over");
 }
