@@ -177,13 +177,14 @@ void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text)
 
 void CScreen::Table(const std::vector<CStepResult>& results) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    std::size_t width = 0;
+    const std::string asked = "What was asked";
+    std::size_t width = asked.size();
     for (const CStepResult& result : results) {
         width = std::max(width, result.step.size() + 2);
     }
     std::string scenario;
     Print("");
-    Print(Paint(Colour::Bold, Padded("What was asked", width) + "  What happened      Time"));
+    Print(Paint(Colour::Bold, Padded(asked, width) + "  What happened      Time"));
     for (const CStepResult& result : results) {
         if (result.scenario != scenario) {
             scenario = result.scenario;
