@@ -2,6 +2,7 @@
 
 #include <cstring>
 
+#include "lab/simagent/PortNames.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
@@ -70,7 +71,7 @@ NtApi::AlpcPortAttributes PortAttributes() {
 }  // namespace
 
 CAlpcServer::CAlpcServer(CAgent& agent, LineSink sink)
-    : CServedPort(agent, std::move(sink),
+    : CPortServer(agent, std::move(sink),
                   {Transport::Alpc, "advanced", kAlpcPortName, kConnectionInfo, kAlpcHeaderSize}) {}
 
 CAlpcServer::~CAlpcServer() {

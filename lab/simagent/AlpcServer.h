@@ -1,15 +1,15 @@
 // Serves the advanced port, one request at a time, on a thread of its own.
 //
 // Ownership: the agent must outlive this; the destructor closes the port.
-// Errors, threads: PortServer.h.
+// Errors, threads: Port.h.
 #pragma once
 
 #include "lab/simagent/AlpcMessages.h"
-#include "lab/simagent/ServedPort.h"
+#include "lab/simagent/PortServer.h"
 
 namespace Kyr::Lab::SimAgent {
 
-class CAlpcServer final : public CServedPort {
+class CAlpcServer final : public CPortServer {
   public:
     CAlpcServer(CAgent& agent, LineSink sink);
     ~CAlpcServer() override;

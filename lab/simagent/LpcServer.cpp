@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "lab/simagent/PortNames.h"
+#include "lab/simagent/StatusText.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
@@ -30,7 +32,7 @@ CLpcServer::CLpcServer(CAgent& agent, LineSink sink)
     : CLpcServer(agent, std::move(sink), SystemLayout()) {}
 
 CLpcServer::CLpcServer(CAgent& agent, LineSink sink, const CLpcLayout& layout)
-    : CServedPort(agent, std::move(sink),
+    : CPortServer(agent, std::move(sink),
                   {Transport::Lpc, "legacy", kLpcPortName, kConnectionInfo, layout.headerSize}),
       layout_(layout) {}
 

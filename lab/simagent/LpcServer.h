@@ -1,15 +1,15 @@
 // Serves the legacy port, one request at a time, on a thread of its own.
 //
 // Ownership: the agent must outlive this; the destructor closes the port.
-// Errors, threads: PortServer.h.
+// Errors, threads: Port.h.
 #pragma once
 
 #include "lab/simagent/LpcMessages.h"
-#include "lab/simagent/ServedPort.h"
+#include "lab/simagent/PortServer.h"
 
 namespace Kyr::Lab::SimAgent {
 
-class CLpcServer final : public CServedPort {
+class CLpcServer final : public CPortServer {
   public:
     CLpcServer(CAgent& agent, LineSink sink);
     ~CLpcServer() override;

@@ -1,13 +1,154 @@
 #include "lab/simagent/PortServer.h"
 
-#include <cstdio>
+#include <stdexcept>
+
+#include "lab/simagent/StatusText.h"
+#include "ntapi/PortMessage.h"
+#include "ntapi/Status.h"
+#include "portlayer/ServerFunctions.h"
 
 namespace Kyr::Lab::SimAgent {
 
-std::string StatusText(NtApi::NtStatus status) {
-    char text[16];
-    std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(status));
-    return text;
+CPortServer::CPortServer(CAgent& agent, LineSink sink, CKind kind)
+    : agent_(agent), sink_(std::move(sink)), kind_(std::move(kind)) {}
+
+void CPortServer::Open() {
+    NtApi::UnicodeString name;
+    PortLayer::RtlInitUnicodeString(&name, kind_.portName);
+    NtApi::ObjectAttributes object{sizeof object, nullptr, &name, 0, nullptr, nullptr};
+    const NtApi::NtStatus status = CreatePort(&port_, object);
+    if (NtApi::IsError(status)) {
+        port_ = nullptr;
+        throw std::runtime_error(std::string("cannot create the ") + kind_.name +
+                                 " port: " + StatusText(status));
+    }
+    closing_ = false;
+    thread_ = boost::thread([this] { Serve(); });
+}
+
+void CPortServer::Close() {
+    if (port_ == nullptr) {
+        return;
+    }
+    closing_ = true;
+    thread_.join();
+    while (!clients_.empty()) {
+        Disconnect(clients_.begin()->first, "agent");
+    }
+    PortLayer::NtClose(port_);
+    port_ = nullptr;
+}
+
+NtApi::Handle CPortServer::PortOf(ClientId client) const {
+    const auto found = clients_.find(client);
+    return found == clients_.end() ? nullptr : found->second;
+}
+
+void CPortServer::Serve() {
+    CReceived received;
+    while (Next(received)) {
+        try {
+            Handle(received);
+        } catch (const std::exception& problem) {
+            sink_(Line("error").With("text", problem.what()));
+        }
+        Release(received);
+    }
+}
+
+bool CPortServer::Next(CReceived& received) {
+    while (!closing_) {
+        const NtApi::NtStatus status = Receive(received);
+        if (status == NtApi::kStatusTimeout) {
+            continue;
+        }
+        ReportFailure("receive", status);
+        return !NtApi::IsError(status);
+    }
+    return false;
+}
+
+void CPortServer::Handle(CReceived& received) {
+    switch (ReadU16(received.message, NtApi::kTypeOffset) & NtApi::kMessageKindMask) {
+        case NtApi::kLpcConnectionRequest:
+            Connect(received);
+            break;
+        case NtApi::kLpcRequest:
+            HandleRequest(received, true);
+            break;
+        case NtApi::kLpcDatagram:
+            HandleRequest(received, false);
+            break;
+        case NtApi::kLpcPortClosed:
+        case NtApi::kLpcClientDied:
+            Disconnect(received.client, "client");
+            break;
+        default:
+            break;
+    }
+}
+
+void CPortServer::Connect(CReceived& received) {
+    const Bytes& info = kind_.connectionInfo;
+    const bool known = ReadU16(received.message, NtApi::kDataLengthOffset) == info.size() &&
+                       ReadBytes(received.message, kind_.headerSize, info.size()) == info;
+    const ClientId client = ++lastClient_;
+    NtApi::Handle port = nullptr;
+    const NtApi::NtStatus status = Accept(received, client, known, &port);
+    if (!known) {
+        sink_(Line("error").With("text", "a stranger was refused"));
+        return;
+    }
+    if (NtApi::IsError(status)) {
+        ReportFailure("accept", status);
+        return;
+    }
+    clients_[client] = port;
+    sink_(Line("connect").With("client", client).With("pid", ReadU32(received.message, 8)));
+}
+
+void CPortServer::Disconnect(ClientId client, const char* by) {
+    const auto found = clients_.find(client);
+    if (found == clients_.end()) {
+        return;
+    }
+    CloseClient(found->second);
+    clients_.erase(found);
+    sink_(Line("disconnect").With("client", client).With("by", by));
+}
+
+void CPortServer::HandleRequest(CReceived& received, bool wantsReply) {
+    CAnswer answer;
+    try {
+        CPortRequest request = ReadRequest(received);
+        request.transport = kind_.transport;
+        request.wantsReply = wantsReply;
+        answer = agent_.Answer(request);
+    } catch (const CMalformed& problem) {
+        sink_(Line("error").With("text", problem.what()));
+        answer.code = kCodeMalformed;
+    }
+    switch (answer.delivery) {
+        case CAnswer::Delivery::Drop:
+            Disconnect(received.client, "agent");
+            break;
+        case CAnswer::Delivery::Hang:
+            break;
+        case CAnswer::Delivery::Reply:
+            if (wantsReply) {
+                Reply(received, answer);
+            }
+    }
+}
+
+void CPortServer::ReportFailure(const char* operation, NtApi::NtStatus status) const {
+    if (NtApi::IsError(status)) {
+        sink_(Line("error").With("operation", operation).With("status", StatusText(status)));
+    }
+}
+
+CLine CPortServer::Line(const char* kind) const {
+    return CLine(kind).With("transport", NameOf(kind_.transport));
 }
 
 }  // namespace Kyr::Lab::SimAgent

@@ -1,40 +1,102 @@
-// A port of the simulated product: open for clients, or closed.
+// What the servers of both ports share: the port's life, its clients, and the way of a request from
+// the port to the agent and back. A server adds the calls of its kind of port.
 //
-// Threads: Open and Close by one thread; the port is served by a thread of its own.
-// Errors: std::runtime_error from Open when the port cannot be made. What goes wrong with one
-//   client becomes an `error` event, and the others are served on.
+// Ownership: the agent must outlive this. A server's destructor calls Close, because the serving
+//   thread calls the server's own functions.
+// Errors, threads: Port.h. Everything that is virtual here but CreatePort runs on the serving
+//   thread; CloseClient also on the thread that closes the port, after the serving one has ended.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
-#include <string>
+#include <map>
+#include <optional>
 
+#include <boost/thread/thread.hpp>
+
+#include "lab/simagent/Agent.h"
+#include "lab/simagent/Port.h"
+#include "ntapi/Alpc.h"
 #include "ntapi/Types.h"
 
 namespace Kyr::Lab::SimAgent {
 
-class IPortServer {
-  public:
-    virtual ~IPortServer() = default;
-
-    virtual void Open() = 0;
-    /// Disconnects every client and ends the serving thread. Nothing happens when it is closed.
-    virtual void Close() = 0;
-    virtual bool IsOpen() const = 0;
-};
-
-// The names that clients look for (protocol); the ids of client and server stand in them.
-constexpr char16_t kLpcPortName[] = u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort";
-constexpr char16_t kAlpcPortName[] = u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPortAlpc";
-
-/// How long a serving thread waits for a message before it looks whether the port is to be closed:
-/// nothing wakes a thread that waits on a port. In 100 ns units, negative: from now. Our own
-/// choice.
+/// How long a serving thread waits for a message before it looks whether the port is to be closed.
+/// Closing the handle would wake it, too, but it may just be about to use that handle, which by
+/// then names nothing or another object; so the handle is closed when the thread has ended. In 100
+/// ns units, negative: from now. Our own choice.
 constexpr std::int64_t kServeTimeout = -50 * std::int64_t{10000};
 
 /// The longest request that is taken, twice what the longest reply may be: our own choice.
 constexpr std::uint32_t kMaxRequest = 0x20000000;
 
-/// A native status for people: eight hexadecimal digits.
-std::string StatusText(NtApi::NtStatus status);
+class CPortServer : public IPort {
+  public:
+    void Open() final;
+    void Close() final;
+    bool IsOpen() const final { return port_ != nullptr; }
+
+  protected:
+    /// Ids of our own stand for the clients in the port's messages; they are never used again.
+    using ClientId = std::uintptr_t;
+
+    struct CReceived {
+        Bytes message;
+        ClientId client = 0;
+        std::optional<NtApi::AlpcDataViewAttr> view;  // advanced port only
+    };
+
+    /// What tells one kind of port from the other.
+    struct CKind {
+        Transport transport;
+        const char* name;  // for people
+        const char16_t* portName;
+        Bytes connectionInfo;  // what a client sends when it connects
+        std::size_t headerSize;
+    };
+
+    CPortServer(CAgent& agent, LineSink sink, CKind kind);
+
+    virtual NtApi::NtStatus CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) = 0;
+    /// Waits for one message, for kServeTimeout at most.
+    virtual NtApi::NtStatus Receive(CReceived& received) = 0;
+    /// Accepts or refuses a client; `port` becomes its port.
+    virtual NtApi::NtStatus Accept(CReceived& received, ClientId client, bool known,
+                                   NtApi::Handle* port) = 0;
+    virtual void CloseClient(NtApi::Handle port) = 0;
+    /// Throws CMalformed.
+    virtual CPortRequest ReadRequest(CReceived& received) = 0;
+    virtual void Reply(CReceived& received, const CAnswer& answer) = 0;
+    /// Gives back what the message keeps of the system's memory.
+    virtual void Release(CReceived&) {}
+
+    NtApi::Handle Port() const { return port_; }
+    /// The client's port, or null when it has none any more.
+    NtApi::Handle PortOf(ClientId client) const;
+    /// Reports `status` when it is an error.
+    void ReportFailure(const char* operation, NtApi::NtStatus status) const;
+
+  private:
+    void Serve();
+    /// False when the port is to be closed, or cannot be served any more.
+    bool Next(CReceived& received);
+    void Handle(CReceived& received);
+    void Connect(CReceived& received);
+    void Disconnect(ClientId client, const char* by);
+    void HandleRequest(CReceived& received, bool wantsReply);
+    CLine Line(const char* kind) const;
+
+    CAgent& agent_;  // borrowed
+    const LineSink sink_;
+    const CKind kind_;
+
+    NtApi::Handle port_ = nullptr;
+    boost::thread thread_;
+    std::atomic<bool> closing_{false};
+
+    // By the serving thread only, while there is one.
+    std::map<ClientId, NtApi::Handle> clients_;
+    ClientId lastClient_ = 0;
+};
 
 }  // namespace Kyr::Lab::SimAgent

@@ -117,7 +117,7 @@ void CFaultyProduct::ChangeArea(Random& random) {
 
 void CFaultyProduct::CloseAPort(Random& random) {
     if (IsThere()) {
-        (random() % 2 == 0 ? static_cast<IPortServer&>(running_->alpc) : running_->lpc).Close();
+        (random() % 2 == 0 ? static_cast<IPort&>(running_->alpc) : running_->lpc).Close();
     }
 }
 

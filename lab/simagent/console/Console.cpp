@@ -57,7 +57,7 @@ bool CConsole::Execute(const std::string& line) {
 }
 
 void CConsole::OpenPorts() {
-    const auto apply = [&](Transport transport, IPortServer& server) {
+    const auto apply = [&](Transport transport, IPort& server) {
         const bool wanted = parts_.misbehaviours.Offers(transport);
         if (wanted && !server.IsOpen()) {
             server.Open();

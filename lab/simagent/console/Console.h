@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lab/simagent/Misbehaviour.h"
-#include "lab/simagent/PortServer.h"
+#include "lab/simagent/Port.h"
 #include "lab/simagent/Product.h"
 #include "lab/simagent/console/ConsoleCommand.h"
 
@@ -20,8 +20,8 @@ class CConsole {
         CProduct& product;
         CLabProcesses& processes;
         CMisbehaviours& misbehaviours;
-        IPortServer& alpc;
-        IPortServer& lpc;
+        IPort& alpc;
+        IPort& lpc;
         LineSink sink;
         std::string victim;  // the program that `start` starts when none is named
     };

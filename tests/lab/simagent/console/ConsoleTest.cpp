@@ -12,7 +12,7 @@ using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
 
-class CFakeServer : public IPortServer {
+class CFakeServer : public IPort {
   public:
     void Open() override { open_ = true; }
     void Close() override { open_ = false; }
