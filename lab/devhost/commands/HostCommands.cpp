@@ -67,8 +67,9 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          [targets](Arguments& arguments, const LineSink& answer) {
              PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
          }},
-        {"policy", "file=<path>|text=<text> [length=<n>] [broken=blob|stream|policy]",
-         "Sends a policy to be applied; with another length stated, or with something broken.",
+        {"policy", "file=<path>|text=<text> [repeat=<n>] [length=<n>] [broken=blob|stream|policy]",
+         "Sends a policy to be applied; its text n times over, with another length stated, or with "
+         "something broken.",
          [targets](Arguments& arguments, const LineSink& answer) {
              const auto policy = BuildPolicy(arguments);
              answer(Answer("policy"));

@@ -54,6 +54,15 @@ std::string TakeText(CCommandArguments& arguments) {
     return text ? *text : ReadFile(*file);
 }
 
+/// `text` that often, one behind the other.
+std::string Repeated(const std::string& text, std::uint32_t times) {
+    std::string all;
+    for (std::uint32_t time = 0; time < times; ++time) {
+        all += text;
+    }
+    return all;
+}
+
 std::string MakePolicy(const std::string& text) {
     Common::DataDefinition::Policy::PolicyData policy;
     policy.set_policy_text(text);
@@ -85,7 +94,8 @@ boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
     CCommandArguments& arguments) {
     const Broken broken = TakeBroken(arguments);
     const auto length = arguments.TakeValue("length");
-    const std::string text = TakeText(arguments);
+    const auto repeat = arguments.TakeValue("repeat");
+    const std::string text = Repeated(TakeText(arguments), ParseNumber32(repeat.value_or("1")));
     arguments.Finish();
     const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
     auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();

@@ -14,6 +14,7 @@
 namespace Kyr::Lab::DevHost {
 
 /// From `file=<path>` or `text=<text>`, and
+/// `[repeat=<n>]`: the text stands there so often,
 /// `[length=<n>]`: that length is stated, whatever the true one is;
 /// `[broken=blob]`: the message carries bytes that are no blob,
 /// `[broken=stream]`: the compressed data does not inflate,

@@ -51,6 +51,19 @@ TEST(PolicyBuilderTest, FileIsReadByteByByte) {
     EXPECT_EQ(DataOf(blob), kPackedAbc);
 }
 
+TEST(PolicyBuilderTest, TextIsRepeatedAsOftenAsWanted) {
+    EXPECT_EQ(DataOf(BlobOf({"text=abc", "repeat=1"})), kPackedAbc);
+    EXPECT_EQ(BlobOf({"text=abc", "repeat=0"}).uncompressed_length(), 2u);
+    // 70000 bytes behind the tag and a length of three bytes; so many equal ones take few.
+    const CompressedBlob blob = BlobOf({"text=ab", "repeat=35000"});
+    EXPECT_EQ(blob.uncompressed_length(), 70004u);
+    EXPECT_LT(blob.compressed_data().size(), 1000u);
+}
+
+TEST(PolicyBuilderTest, RepeatThatIsNoNumberIsRefused) {
+    EXPECT_THROW(BuildPolicy({"text=a", "repeat=often"}), std::invalid_argument);
+}
+
 TEST(PolicyBuilderTest, LengthCanBeALie) {
     const CompressedBlob blob = BlobOf({"text=abc", "length=9223372036854775808"});
 
