@@ -50,7 +50,7 @@ function(kyr_add_library name)
     endif()
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
     kyr_configure_target(${name})
-    kyr_precompile(${name} cmake/Precompiled.h)
+    kyr_precompile(${name} base/Precompiled.h)
 endfunction()
 
 # kyr_add_header_library(<name> HEADERS <file>... [DEPENDS <target>...])

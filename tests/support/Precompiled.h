@@ -8,4 +8,4 @@
 
 #include <boost/function.hpp>
 
-#include "cmake/Precompiled.h"
+#include "base/Precompiled.h"
