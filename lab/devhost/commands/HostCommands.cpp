@@ -5,6 +5,7 @@
 
 #include "lab/devhost/commands/MinerCommand.h"
 #include "lab/devhost/commands/PolicyBuilder.h"
+#include "lab/devhost/commands/ReplyBuilder.h"
 #include "lab/devhost/commands/RequestBuilder.h"
 #include "lab/devhost/commands/TaskBuilder.h"
 #include "lab/devhost/printing/MemoryUse.h"
@@ -87,6 +88,13 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
              const auto trigger = BuildTrigger(arguments);
              answer(Answer("trigger"));
              targets.bus.PublishAsHost(trigger);
+         }},
+        {"reply", "[type=688|1] [request=<number>] [alien]",
+         "Sends a reply to a request, or, alien, another message of its type.",
+         [targets](Arguments& arguments, const LineSink& answer) {
+             const auto reply = BuildReply(arguments);
+             answer(Answer("reply"));
+             targets.bus.PublishAsHost(reply);
          }},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](Arguments& arguments, const LineSink& answer) {

@@ -79,6 +79,12 @@ TEST_F(HostTest, TriggerCommandAnswersAndThenPublishesTheTrigger) {
                             "publish type=7 name=OvAgentRequest context=1 by=host request=3"));
 }
 
+TEST_F(HostTest, ReplyCommandAnswersAndThenPublishesTheReply) {
+    host_.Execute("reply request=3");
+    EXPECT_THAT(events_.Texts(), ElementsAre("answer command=reply",
+                                             "publish type=688 name=Response context=1 by=host"));
+}
+
 TEST_F(HostTest, MemoryCommandTellsTheMemoryAndThenAnswers) {
     host_.Execute("memory");
     EXPECT_THAT(events_.Texts(),
