@@ -6,7 +6,7 @@
 
 #include "lab/devhost/CommandLoop.h"
 #include "tests/lab/common/InputPipe.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
@@ -42,7 +42,7 @@ class CommandLoopTest : public ::testing::Test {
 
     CInputPipe pipe_;
     Lab::CCommandInput input_;
-    CEventList events_;
+    Lab::CLineList events_;
     std::map<std::string, std::function<void()>> actions_;
     StrictMock<MockFunction<void()>> endAtOnce_;
     CHost host_{{KYR_BUSY_MODULE_PATH, ":memory:"},

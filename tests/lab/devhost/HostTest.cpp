@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/Host.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
@@ -28,8 +28,8 @@ class HostTest : public ::testing::Test {
                   destroyed.get_future().wait_for(std::chrono::seconds(20)));
     }
 
-    CEventList events_;
-    CEventList logFile_;
+    Lab::CLineList events_;
+    Lab::CLineList logFile_;
     // ":memory:" is a database without a file.
     CHost host_{{KYR_LIBRARY_PATH, ":memory:"}, events_.Sink(), logFile_.Sink()};
 };
@@ -97,7 +97,7 @@ TEST_F(HostTest, BlockCommandPublishesTheTask) {
 }
 
 TEST(HostWithoutLibraryTest, MissingLibraryIsAnErrorThatNamesIt) {
-    CEventList events;
+    Lab::CLineList events;
     try {
         const CHost host({"/absent/library", ":memory:"}, events.Sink(), events.Sink());
         FAIL() << "no exception";

@@ -5,7 +5,7 @@
 
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/resources/Resources.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/support/ManualClock.h"
 
 namespace Kyr::Test {
@@ -43,7 +43,7 @@ class LifeCycleTest : public ::testing::Test {
     }
 
     InSequence sequence_;
-    CEventList events_;
+    Lab::CLineList events_;
     Lab::DevHost::CResourceProvider provider_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
     StrictMock<CModuleMock> module_;

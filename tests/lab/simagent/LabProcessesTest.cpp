@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 
 #include "lab/simagent/LabProcesses.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/lab/simagent/FakeLauncher.h"
-#include "tests/lab/simagent/LineList.h"
 
 namespace Kyr::Lab::SimAgent {
 namespace {

@@ -7,8 +7,8 @@
 #include <gtest/gtest.h>
 
 #include "lab/simagent/Product.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/lab/simagent/FakeLauncher.h"
-#include "tests/lab/simagent/LineList.h"
 
 namespace Kyr::Lab::SimAgent {
 

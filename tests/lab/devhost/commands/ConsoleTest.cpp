@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "lab/devhost/commands/Console.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
@@ -30,7 +30,7 @@ class ConsoleTest : public ::testing::Test {
         return events_.Texts();
     }
 
-    CEventList events_;
+    Lab::CLineList events_;
     CConsole console_{{{"echo", "<word> [loud] [to=<name>]", "Says it again.", &Echo}},
                       events_.Sink()};
 };

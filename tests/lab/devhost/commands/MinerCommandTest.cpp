@@ -2,7 +2,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/commands/MinerCommand.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
@@ -14,7 +14,7 @@ using ::testing::ElementsAre;
 class MinerCommandTest : public ::testing::Test {
   protected:
     std::vector<std::string> Run(const std::vector<std::string>& words) {
-        CEventList events;
+        Lab::CLineList events;
         Lab::DevHost::CCommandArguments arguments(words);
         MakeMinerCommand(database_).run(arguments, events.Sink());
         return events.Texts();

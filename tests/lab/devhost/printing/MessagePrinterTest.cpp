@@ -5,7 +5,7 @@
 #include "logs/DataMinerMessages.h"
 #include "logs/OvAgentRequest.h"
 #include "logs/StatusLog.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
 
 namespace Kyr::Test {
@@ -37,7 +37,7 @@ Common::Logs::ISymbolContainer::UTCTime TimeOf(int year, int month, int day) {
 
 class MessagePrinterTest : public ::testing::Test {
   protected:
-    CEventList events_;
+    Lab::CLineList events_;
     CMessagePrinter printer_{events_.Sink()};
     CBus bus_{printer_};
 };

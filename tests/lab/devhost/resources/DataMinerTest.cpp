@@ -4,7 +4,7 @@
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/DataMiner.h"
 #include "logs/DataMinerMessages.h"
-#include "tests/lab/devhost/EventList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -34,7 +34,7 @@ class DataMinerTest : public ::testing::Test {
     CSilentObserver observer_;
     boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(observer_);
     CCollectionSteps steps_{std::nullopt, nullptr};
-    CEventList events_;
+    Lab::CLineList events_;
     CDataMiner miner_{bus_, database_.Miner(), steps_, events_.Sink()};
 };
 

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "lab/simagent/commands/RecordCommands.h"
-#include "tests/lab/simagent/LineList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Lab::SimAgent {

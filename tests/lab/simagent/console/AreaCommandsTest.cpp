@@ -5,7 +5,7 @@
 
 #include "lab/common/CommandWords.h"
 #include "lab/simagent/console/AreaCommands.h"
-#include "tests/lab/simagent/LineList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThrownText.h"
 

@@ -6,7 +6,7 @@
 
 #include "lab/common/CommandWords.h"
 #include "lab/simagent/console/ConsoleCommand.h"
-#include "tests/lab/simagent/LineList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Lab::SimAgent {
 

@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "lab/simagent/console/RegistrationCommands.h"
-#include "tests/lab/simagent/LineList.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Lab::SimAgent {
 namespace {

@@ -5,7 +5,7 @@
 #include <boost/make_shared.hpp>
 
 #include "lab/simagent/telemetry/LiveTelemetry.h"
-#include "tests/lab/simagent/LineList.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TemporaryFolder.h"
 

@@ -1,7 +1,10 @@
 // A sink that keeps events, to be compared as text.
+//
+// Threads: any.
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/thread/lock_guard.hpp>
@@ -9,7 +12,7 @@
 
 #include "lab/common/LineWriter.h"
 
-namespace Kyr::Lab::SimAgent {
+namespace Kyr::Lab {
 
 class CLineList {
   public:
@@ -20,15 +23,20 @@ class CLineList {
         };
     }
 
+    /// All events so far.
+    std::vector<std::string> Texts() const {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        return texts_;
+    }
     /// All events so far, which are then forgotten.
     std::vector<std::string> Take() {
         const boost::lock_guard<boost::mutex> lock(mutex_);
-        return std::move(texts_);
+        return std::exchange(texts_, {});
     }
 
   private:
-    boost::mutex mutex_;
+    mutable boost::mutex mutex_;
     std::vector<std::string> texts_;  // guarded by mutex_
 };
 
-}  // namespace Kyr::Lab::SimAgent
+}  // namespace Kyr::Lab
