@@ -112,7 +112,7 @@ bool IsName(const std::string& word, const std::string& further) {
 
 /// What no program can tell is refused: `never` would hold for it whatever happens.
 std::string ParseKind(CWords& words) {
-    const std::string kind = words.Next("a kind of event");
+    std::string kind = words.Next("a kind of event");
     if (!IsName(kind, "-")) {
         throw CScenarioError(words.Line(), "\"" + kind + "\" is no kind of event such as log");
     }
