@@ -18,6 +18,12 @@ CLine Answer(const char* command) {
     return CLine("answer").With("command", command);
 }
 
+void Publish(CBus& bus, const boost::shared_ptr<Common::Kernel::IMessage>& message,
+             const char* command, const LineSink& answer) {
+    answer(Answer(command));
+    bus.PublishAsHost(message);
+}
+
 void PublishTask(CBus& bus, const TaskPointer& task, const char* command, const LineSink& answer) {
     // Answered first, so that whoever reads knows the identifiers before they come back.
     answer(Answer(command).With("ids", IdentifiersOf(*task)));
@@ -72,9 +78,7 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          "Sends a policy to be applied; its text n times over, with another length stated, or with "
          "something broken.",
          [targets](Arguments& arguments, const LineSink& answer) {
-             const auto policy = BuildPolicy(arguments);
-             answer(Answer("policy"));
-             targets.bus.PublishAsHost(policy);
+             Publish(targets.bus, BuildPolicy(arguments), "policy", answer);
          }},
         {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
          "Asks for the configuration of a product of that type.",
@@ -85,16 +89,12 @@ std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
          "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
          " 4 telemetry, 5 remediation actions.",
          [targets](Arguments& arguments, const LineSink& answer) {
-             const auto trigger = BuildTrigger(arguments);
-             answer(Answer("trigger"));
-             targets.bus.PublishAsHost(trigger);
+             Publish(targets.bus, BuildTrigger(arguments), "trigger", answer);
          }},
         {"reply", "[type=688|1] [request=<number>] [alien]",
          "Sends a reply to a request, or, alien, another message of its type.",
          [targets](Arguments& arguments, const LineSink& answer) {
-             const auto reply = BuildReply(arguments);
-             answer(Answer("reply"));
-             targets.bus.PublishAsHost(reply);
+             Publish(targets.bus, BuildReply(arguments), "reply", answer);
          }},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](Arguments& arguments, const LineSink& answer) {
