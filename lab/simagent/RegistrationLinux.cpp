@@ -1,8 +1,8 @@
-#include <sstream>
 #include <stdexcept>
 #include <string>
 
 #include "lab/simagent/Registration.h"
+#include "lab/simagent/StatusText.h"
 #include "portlayer/RunFiles.h"
 
 namespace Kyr::Lab::SimAgent {
@@ -10,10 +10,7 @@ namespace Kyr::Lab::SimAgent {
 namespace {
 
 [[noreturn]] void Fail(NtApi::NtStatus status) {
-    std::ostringstream text;
-    text << "cannot write to the run directory: status " << std::hex << std::uppercase
-         << static_cast<std::uint32_t>(status);
-    throw std::runtime_error(text.str());
+    throw std::runtime_error("cannot write to the run directory: status " + StatusText(status));
 }
 
 class CRunFileRegistration final : public IRegistration {
