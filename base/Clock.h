@@ -13,10 +13,11 @@
 #include <cstdint>
 
 #include <boost/shared_ptr.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
 
 namespace Kyr::Base {
+
+class CCondition;
+class CLock;
 
 class IClock {
   public:
@@ -31,15 +32,12 @@ class IClock {
 
     /// Waits until `condition` is signalled; may wake without a reason.
     /// REQUIRES: `lock` is held by the calling thread.
-    virtual void Wait(boost::condition_variable& condition,
-                      boost::unique_lock<boost::mutex>& lock) = 0;
+    virtual void Wait(CCondition& condition, CLock& lock) = 0;
 
     /// Waits until `condition` is signalled or `timeout` has passed; may wake without a reason.
     /// Returns false when the time has passed, true otherwise.
     /// REQUIRES: `lock` is held by the calling thread.
-    virtual bool WaitFor(boost::condition_variable& condition,
-                         boost::unique_lock<boost::mutex>& lock,
-                         std::chrono::milliseconds timeout) = 0;
+    virtual bool WaitFor(CCondition& condition, CLock& lock, std::chrono::milliseconds timeout) = 0;
 };
 
 /// The clock of the operating system; one for the whole process.

@@ -4,16 +4,13 @@
 #include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 
 namespace Kyr::Base {
 
 IClock::~IClock() = default;
 
 namespace {
-
-boost::chrono::milliseconds ToBoost(std::chrono::milliseconds duration) {
-    return boost::chrono::milliseconds(duration.count());
-}
 
 class CSystemClock final : public IClock {
   public:
@@ -27,17 +24,13 @@ class CSystemClock final : public IClock {
         // boost::this_thread::sleep_for returns at once, without an interruption point, when there
         // is nothing to sleep.
         boost::this_thread::interruption_point();
-        boost::this_thread::sleep_for(ToBoost(duration));
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(duration.count()));
     }
 
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override {
-        condition.wait(lock);
-    }
+    void Wait(CCondition& condition, CLock& lock) override { condition.Wait(lock); }
 
-    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
-                 std::chrono::milliseconds timeout) override {
-        return condition.wait_for(lock, ToBoost(timeout)) == boost::cv_status::no_timeout;
+    bool WaitFor(CCondition& condition, CLock& lock, std::chrono::milliseconds timeout) override {
+        return condition.WaitFor(lock, timeout);
     }
 };
 

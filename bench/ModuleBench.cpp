@@ -132,9 +132,8 @@ class CCountdownClock final : public Kyr::Base::IClock {
             throw boost::thread_interrupted();
         }
     }
-    void Wait(boost::condition_variable&, boost::unique_lock<boost::mutex>&) override {}
-    bool WaitFor(boost::condition_variable&, boost::unique_lock<boost::mutex>&,
-                 std::chrono::milliseconds) override {
+    void Wait(Kyr::Base::CCondition&, Kyr::Base::CLock&) override {}
+    bool WaitFor(Kyr::Base::CCondition&, Kyr::Base::CLock&, std::chrono::milliseconds) override {
         return false;
     }
 

@@ -11,7 +11,8 @@ function(kyr_configure_target name)
             -Wnon-virtual-dtor -fno-strict-aliasing)
     endif()
     if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-        target_compile_options(${name} PRIVATE -Wno-unknown-warning-option -Wno-error=unknown-warning-option)
+        target_compile_options(${name} PRIVATE -Wno-unknown-warning-option -Wno-error=unknown-warning-option
+            -Werror=thread-safety)
     endif()
     if(KYR_SANITIZE)
         target_compile_options(${name} PRIVATE -fsanitize=${KYR_SANITIZE} -fno-sanitize-recover=all

@@ -5,7 +5,6 @@
 #include <utility>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/locks.hpp>
 #include <boost/thread/thread.hpp>
 #include <boost/weak_ptr.hpp>
 
@@ -24,7 +23,7 @@ struct CMessageProcessorThreadHolder::State {
         : logger(loggerToUse), processor(processorToUse) {}
 
     void OnIdleEnded();
-    void JoinThread();
+    void JoinThread() KYR_REQUIRES(lock);
     void ThreadBody();
     void RunUntilIdle();
     void ProcessMessages();
@@ -33,12 +32,12 @@ struct CMessageProcessorThreadHolder::State {
     IMessageProcessor& processor;
     boost::shared_ptr<CSubscriber> subscriber;
 
-    CRecursiveLock lock;  // guards what follows
-    std::unique_ptr<boost::thread> thread;
-    bool running = true;
+    CRecursiveLock lock;
+    std::unique_ptr<boost::thread> thread KYR_GUARDED_BY(lock);
+    bool running KYR_GUARDED_BY(lock) = true;
 };
 
-using Guard = boost::lock_guard<CRecursiveLock>;
+using Guard = CRecursiveGuard;
 
 void CMessageProcessorThreadHolder::State::OnIdleEnded() {
     const Guard guard(lock);

@@ -9,7 +9,7 @@ namespace Kyr::Common::Module {
 
 namespace {
 
-using Lock = boost::unique_lock<boost::mutex>;
+using Lock = Base::CLock;
 
 }  // namespace
 
@@ -31,7 +31,7 @@ void CReplyProcessor::Process(const boost::shared_ptr<Kernel::IMessage>& message
     const auto found = pending_.find(response->GetRequestId());
     if (found != pending_.end()) {
         found->second->response = response;
-        found->second->answered.notify_all();
+        found->second->answered.NotifyAll();
     }
 }
 

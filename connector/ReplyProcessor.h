@@ -8,10 +8,8 @@
 #include <cstdint>
 #include <map>
 
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include "base/Clock.h"
+#include "base/Mutex.h"
 #include "connector/IMessageProcessor.h"
 #include "host/kernel/Resources.h"
 #include "host/module/Response.h"
@@ -39,11 +37,11 @@ class CReplyProcessor : public IMessageProcessor {
   private:
     struct Pending {
         boost::shared_ptr<CResponse> response;
-        boost::condition_variable answered;
+        Base::CCondition answered;
     };
 
-    boost::mutex mutex_;  // guards pending_ and what it points to
-    std::map<std::uint32_t, boost::shared_ptr<Pending>> pending_;
+    Base::CMutex mutex_;  // guards also what the pointers point to
+    std::map<std::uint32_t, boost::shared_ptr<Pending>> pending_ KYR_GUARDED_BY(mutex_);
     const boost::shared_ptr<Kernel::IBusResource> bus_;
     const boost::shared_ptr<Kernel::IIdGeneratorResource> idGenerator_;
     const boost::shared_ptr<Base::IClock> clock_;

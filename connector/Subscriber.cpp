@@ -6,7 +6,7 @@ namespace Kyr::Common::Module {
 
 namespace {
 
-using Lock = boost::unique_lock<boost::mutex>;
+using Lock = Base::CLock;
 
 // The host family's choice: long enough to keep the taker through a burst of messages.
 constexpr std::chrono::seconds kIdleAfter(5);
@@ -14,14 +14,14 @@ constexpr std::chrono::seconds kIdleAfter(5);
 }  // namespace
 
 CSubscriber::CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock)
-    : name_(std::move(name)), clock_(std::move(clock)) {}
+    : name_(std::move(name)), clock_(std::move(clock)), timed_(false), waiting_(false) {}
 
 CSubscriber::CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock,
                          IdleEnded idleEnded)
     : name_(std::move(name)),
       clock_(std::move(clock)),
-      waiting_(true),
       timed_(true),
+      waiting_(true),
       idleEnded_(std::move(idleEnded)) {}
 
 CSubscriber::~CSubscriber() = default;
@@ -30,13 +30,13 @@ void CSubscriber::Push(const Message& message, const Context& context) {
     Lock lock(mutex_);
     ++received_;
     queue_.emplace_back(message, context);
-    available_.notify_all();
+    available_.NotifyAll();
     if (!idle_) {
         return;
     }
     idle_ = false;
     const IdleEnded idleEnded = idleEnded_;
-    lock.unlock();
+    lock.Unlock();
     if (idleEnded) {
         idleEnded();
     }
@@ -105,7 +105,7 @@ bool CSubscriber::Wake() {
         idle_ = false;
     } else {
         wake_ = true;
-        available_.notify_all();
+        available_.NotifyAll();
     }
     return true;
 }
@@ -120,7 +120,7 @@ void CSubscriber::Rearm() {
         return;
     }
     const IdleEnded idleEnded = idleEnded_;
-    lock.unlock();
+    lock.Unlock();
     if (idleEnded) {
         idleEnded();
     }

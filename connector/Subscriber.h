@@ -14,10 +14,9 @@
 #include <utility>
 
 #include <boost/function.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 #include "host/kernel/ISubscriber.h"
 
 namespace Kyr::Common::Module {
@@ -65,21 +64,22 @@ class CSubscriber : public Kernel::ISubscriber {
     bool IsIdle() const;
 
   private:
-    void TakeFirst(Message& message, Context& context);
-    bool ConsumeWake();
+    void TakeFirst(Message& message, Context& context) KYR_REQUIRES(mutex_);
+    bool ConsumeWake() KYR_REQUIRES(mutex_);
 
     const std::string name_;
     const boost::shared_ptr<Base::IClock> clock_;
 
-    mutable boost::mutex mutex_;  // guards everything below
-    boost::condition_variable available_;
-    std::list<std::pair<Message, Context>> queue_;
-    bool wake_ = false;
-    bool waiting_ = false;
-    bool timed_ = false;
-    bool idle_ = false;
-    IdleEnded idleEnded_;
-    std::uint64_t received_ = 0;
+    const bool timed_;
+
+    mutable Base::CMutex mutex_;
+    Base::CCondition available_;
+    std::list<std::pair<Message, Context>> queue_ KYR_GUARDED_BY(mutex_);
+    bool wake_ KYR_GUARDED_BY(mutex_) = false;
+    bool waiting_ KYR_GUARDED_BY(mutex_);
+    bool idle_ KYR_GUARDED_BY(mutex_) = false;
+    IdleEnded idleEnded_ KYR_GUARDED_BY(mutex_);
+    std::uint64_t received_ KYR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace Kyr::Common::Module

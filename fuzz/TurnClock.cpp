@@ -21,6 +21,7 @@ constexpr std::int64_t kStartTime = 1700000000;
 // that the input asked for: far fewer suffice.
 constexpr int kMostRounds = 5000;
 constexpr std::chrono::seconds kPatience(20);
+constexpr std::chrono::microseconds kPoll(50);
 constexpr int kSleepingLooks = 4;
 
 std::size_t CountThreads() {
@@ -92,28 +93,30 @@ void CTurnClock::SleepFor(Milliseconds duration) {
     }
 }
 
-void CTurnClock::Wait(boost::condition_variable& /*condition*/, Lock& lock) {
+void CTurnClock::Wait(Base::CCondition& /*condition*/, Lock& lock) {
     boost::this_thread::interruption_point();
-    lock.unlock();
-    Yield(std::nullopt);
-    lock.lock();
+    YieldWithout(lock, std::nullopt);
     boost::this_thread::interruption_point();
 }
 
-bool CTurnClock::WaitFor(boost::condition_variable& /*condition*/, Lock& lock,
-                         Milliseconds timeout) {
+bool CTurnClock::WaitFor(Base::CCondition& /*condition*/, Lock& lock, Milliseconds timeout) {
     boost::this_thread::interruption_point();
     Milliseconds deadline;
     {
         const Lock own(mutex_);
         deadline = now_ + timeout;
     }
-    lock.unlock();
-    Yield(deadline);
-    lock.lock();
+    YieldWithout(lock, deadline);
     boost::this_thread::interruption_point();
     const Lock own(mutex_);
     return now_ < deadline;
+}
+
+// The lock is the caller's; which one it is, the analysis cannot know.
+void CTurnClock::YieldWithout(Lock& lock, std::optional<Milliseconds> deadline) {
+    lock.Unlock();
+    Yield(deadline);
+    lock.Lock();
 }
 
 void CTurnClock::Enter() {
@@ -136,9 +139,9 @@ void CTurnClock::Yield(std::optional<Milliseconds> deadline) {
     Lock lock(mutex_);
     self->deadline = deadline;
     self->waiting = true;
-    changed_.notify_all();
+    changed_.NotifyAll();
     while (!self->turn) {
-        changed_.wait(lock);
+        changed_.Wait(lock);
     }
     self->turn = false;
     self->waiting = false;
@@ -155,12 +158,12 @@ std::shared_ptr<CTurnClock::CParticipant> CTurnClock::Self() {
     const auto self = std::make_shared<CParticipant>();
     participants_.push_back(self);
     ++comings_;
-    lock.unlock();
+    lock.Unlock();
     boost::this_thread::at_thread_exit([this, self] {
         const Lock inner(mutex_);
         self->ended = true;
         ++comings_;
-        changed_.notify_all();
+        changed_.NotifyAll();
     });
     return self;
 }
@@ -180,12 +183,12 @@ bool CTurnClock::OneRound() {
     const std::uint64_t activity = activity_();
     Lock lock(mutex_);
     const std::uint64_t comings = comings_;
-    lock.unlock();
+    lock.Unlock();
     bool somebodyLeft = false;
     for (const auto& participant : Participants()) {
         somebodyLeft = GiveTurn(participant) || somebodyLeft;
     }
-    lock.lock();
+    lock.Lock();
     participants_.erase(std::remove_if(participants_.begin(), participants_.end(),
                                        [](const auto& one) { return one->ended; }),
                         participants_.end());
@@ -198,10 +201,10 @@ bool CTurnClock::GiveTurn(const std::shared_ptr<CParticipant>& participant) {
         return false;  // ended, or waits outside
     }
     participant->turn = true;
-    changed_.notify_all();
-    lock.unlock();
+    changed_.NotifyAll();
+    lock.Unlock();
     AwaitRest();
-    lock.lock();
+    lock.Lock();
     return !participant->waiting;
 }
 
@@ -212,7 +215,7 @@ void CTurnClock::AwaitRest() {
             GiveUp("a thread runs for ever");
         }
         Lock lock(mutex_);
-        changed_.wait_for(lock, boost::chrono::microseconds(50));
+        changed_.WaitFor(lock, kPoll);
     }
 }
 

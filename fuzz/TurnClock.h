@@ -24,6 +24,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 
 namespace Kyr::Fuzz {
 
@@ -38,10 +39,8 @@ class CTurnClock final : public Base::IClock {
 
     std::int64_t CalendarTime() const override;
     void SleepFor(Milliseconds duration) override;
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override;
-    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
-                 Milliseconds timeout) override;
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override;
+    bool WaitFor(Base::CCondition& condition, Base::CLock& lock, Milliseconds timeout) override;
 
     // For the conductor.
 
@@ -62,8 +61,11 @@ class CTurnClock final : public Base::IClock {
 
   private:
     struct CParticipant;
-    using Lock = boost::unique_lock<boost::mutex>;
+    using Lock = Base::CLock;
 
+    /// Gives the caller's lock back for a turn of the others.
+    void YieldWithout(Base::CLock& lock,
+                      std::optional<Milliseconds> deadline) KYR_NO_THREAD_SAFETY_ANALYSIS;
     void Yield(std::optional<Milliseconds> deadline);
     std::shared_ptr<CParticipant> Self();
     bool OneRound();
@@ -78,11 +80,12 @@ class CTurnClock final : public Base::IClock {
     const std::size_t otherThreads_;
     const boost::thread::id conductor_ = boost::this_thread::get_id();
 
-    mutable boost::mutex mutex_;  // guards everything below
-    boost::condition_variable changed_;
-    std::vector<std::shared_ptr<CParticipant>> participants_;  // in the order of their first waits
-    Milliseconds now_{0};
-    std::uint64_t comings_ = 0;  // and goings
+    mutable Base::CMutex mutex_;  // guards also what the pointers point to
+    Base::CCondition changed_;
+    /// In the order of their first waits.
+    std::vector<std::shared_ptr<CParticipant>> participants_ KYR_GUARDED_BY(mutex_);
+    Milliseconds now_ KYR_GUARDED_BY(mutex_){0};
+    std::uint64_t comings_ KYR_GUARDED_BY(mutex_) = 0;  // and goings
 };
 
 }  // namespace Kyr::Fuzz

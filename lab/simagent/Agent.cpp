@@ -124,7 +124,7 @@ CAgent::CAgent(const CInnerCommands& commands, CMisbehaviours& misbehaviours,
 CAnswer CAgent::Answer(const CPortRequest& request) {
     std::uint64_t id = 0;
     {
-        const boost::lock_guard<boost::mutex> lock(mutex_);
+        const Base::CLock lock(mutex_);
         id = ++requests_;
     }
     const CRead read = Read(request);
@@ -149,9 +149,9 @@ CAnswer CAgent::Answer(const CPortRequest& request) {
 }
 
 void CAgent::Stop() {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const Base::CLock lock(mutex_);
     stopping_ = true;
-    stopRequested_.notify_all();
+    stopRequested_.NotifyAll();
 }
 
 CAgent::CRead CAgent::Read(const CPortRequest& request) const {
@@ -248,7 +248,7 @@ void CAgent::WriteReply(std::uint64_t id, const CPortRequest& request,
 }
 
 void CAgent::Delay(std::chrono::milliseconds duration) {
-    boost::unique_lock<boost::mutex> lock(mutex_);
+    Base::CLock lock(mutex_);
     // A spurious wake-up shortens the delay, which a fault of our own making can bear.
     if (!stopping_) {
         clock_->WaitFor(stopRequested_, lock, duration);

@@ -8,10 +8,8 @@
 
 #include <functional>
 
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include "base/Clock.h"
+#include "base/Mutex.h"
 #include "lab/common/LineWriter.h"
 #include "lab/simagent/Misbehaviour.h"
 #include "lab/simagent/commands/InnerCommands.h"
@@ -50,10 +48,10 @@ class CAgent {
     const LineSink sink_;
     const CSettings settings_;
 
-    boost::mutex mutex_;
-    boost::condition_variable stopRequested_;
-    bool stopping_ = false;       // guarded by mutex_
-    std::uint64_t requests_ = 0;  // guarded by mutex_
+    Base::CMutex mutex_;
+    Base::CCondition stopRequested_;
+    bool stopping_ KYR_GUARDED_BY(mutex_) = false;
+    std::uint64_t requests_ KYR_GUARDED_BY(mutex_) = 0;
 };
 
 }  // namespace Kyr::Lab::SimAgent

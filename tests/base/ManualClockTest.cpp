@@ -5,6 +5,7 @@
 
 #include <boost/thread/thread.hpp>
 
+#include "base/Mutex.h"
 #include "tests/support/ManualClock.h"
 
 namespace Kyr::Test {
@@ -39,20 +40,20 @@ class AManualClock : public ::testing::Test {
 
     void WaitOnThread(milliseconds timeout) {
         OnThread([this, timeout] {
-            boost::unique_lock<boost::mutex> lock(mutex_);
+            Base::CLock lock(mutex_);
             inTime_ = clock_.WaitFor(condition_, lock, timeout);
-            lockHeld_ = lock.owns_lock();
+            lockHeld_ = lock.IsHeld();
         });
     }
 
     void Signal() {
-        const boost::unique_lock<boost::mutex> lock(mutex_);
-        condition_.notify_all();
+        const Base::CLock lock(mutex_);
+        condition_.NotifyAll();
     }
 
     CManualClock clock_;
-    boost::mutex mutex_;
-    boost::condition_variable condition_;
+    Base::CMutex mutex_;
+    Base::CCondition condition_;
     std::atomic<bool> ended_{false};
     std::atomic<bool> interrupted_{false};
     std::atomic<bool> inTime_{false};
@@ -193,7 +194,7 @@ TEST_F(AManualClock, AutomaticSleepOfOneThreadWakesTheTimedWaitOfAnother) {
 
 TEST_F(AManualClock, UntimedWaitEndsBySignalOnly) {
     OnThread([this] {
-        boost::unique_lock<boost::mutex> lock(mutex_);
+        Base::CLock lock(mutex_);
         clock_.Wait(condition_, lock);
     });
     ASSERT_TRUE(clock_.AwaitWaiters(1));
@@ -206,7 +207,7 @@ TEST_F(AManualClock, UntimedWaitEndsBySignalOnly) {
 
 TEST_F(AManualClock, UntimedWaitCanBeInterrupted) {
     OnThread([this] {
-        boost::unique_lock<boost::mutex> lock(mutex_);
+        Base::CLock lock(mutex_);
         clock_.Wait(condition_, lock);
     });
     ASSERT_TRUE(clock_.AwaitWaiters(1));

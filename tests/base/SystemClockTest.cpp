@@ -9,6 +9,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 
 namespace Kyr::Base {
 namespace {
@@ -35,8 +36,8 @@ class ASystemClock : public ::testing::Test {
     }
 
     boost::shared_ptr<IClock> clock_ = SystemClock();
-    boost::mutex mutex_;
-    boost::condition_variable condition_;
+    CMutex mutex_;
+    CCondition condition_;
 };
 
 TEST_F(ASystemClock, IsOneForTheProcess) {
@@ -84,7 +85,7 @@ TEST_F(ASystemClock, SleepOfLessThanNothingIsAnInterruptionPoint) {
 
 TEST_F(ASystemClock, WaitEndsWhenInterrupted) {
     EXPECT_TRUE(EndsWhenInterrupted([this] {
-        boost::unique_lock<boost::mutex> lock(mutex_);
+        CLock lock(mutex_);
         while (true) {
             clock_->Wait(condition_, lock);
         }
@@ -93,7 +94,7 @@ TEST_F(ASystemClock, WaitEndsWhenInterrupted) {
 
 TEST_F(ASystemClock, TimedWaitEndsWhenInterrupted) {
     EXPECT_TRUE(EndsWhenInterrupted([this] {
-        boost::unique_lock<boost::mutex> lock(mutex_);
+        CLock lock(mutex_);
         while (true) {
             clock_->WaitFor(condition_, lock, hours(1));
         }
@@ -102,13 +103,13 @@ TEST_F(ASystemClock, TimedWaitEndsWhenInterrupted) {
 
 TEST_F(ASystemClock, InterruptedWaitHoldsItsLockAgain) {
     boost::thread thread([this] {
-        boost::unique_lock<boost::mutex> lock(mutex_);
+        CLock lock(mutex_);
         try {
             while (true) {
                 clock_->WaitFor(condition_, lock, hours(1));
             }
         } catch (const boost::thread_interrupted&) {
-            EXPECT_TRUE(lock.owns_lock());
+            EXPECT_TRUE(lock.IsHeld());
         }
     });
     thread.interrupt();
@@ -117,16 +118,16 @@ TEST_F(ASystemClock, InterruptedWaitHoldsItsLockAgain) {
 
 TEST_F(ASystemClock, WaitEndsWhenSignalled) {
     bool signalled = false;
-    boost::unique_lock<boost::mutex> lock(mutex_);
+    CLock lock(mutex_);
     boost::thread thread([&] {
-        const boost::unique_lock<boost::mutex> own(mutex_);
+        const CLock own(mutex_);
         signalled = true;
-        condition_.notify_one();
+        condition_.NotifyOne();
     });
     while (!signalled) {
         clock_->Wait(condition_, lock);
     }
-    lock.unlock();
+    lock.Unlock();
     thread.join();
     EXPECT_TRUE(signalled);
 }
@@ -134,28 +135,28 @@ TEST_F(ASystemClock, WaitEndsWhenSignalled) {
 TEST_F(ASystemClock, TimedWaitThatIsSignalledIsTrue) {
     bool signalled = false;
     bool inTime = false;
-    boost::unique_lock<boost::mutex> lock(mutex_);
+    CLock lock(mutex_);
     boost::thread thread([&] {
-        const boost::unique_lock<boost::mutex> own(mutex_);
+        const CLock own(mutex_);
         signalled = true;
-        condition_.notify_one();
+        condition_.NotifyOne();
     });
     while (!signalled) {
         inTime = clock_->WaitFor(condition_, lock, hours(1));
     }
-    lock.unlock();
+    lock.Unlock();
     thread.join();
     EXPECT_TRUE(inTime);
 }
 
 TEST_F(ASystemClock, TimedWaitWithoutSignalIsFalseWhenTheTimeHasPassed) {
-    boost::unique_lock<boost::mutex> lock(mutex_);
+    CLock lock(mutex_);
     const auto start = steady_clock::now();
     while (clock_->WaitFor(condition_, lock, milliseconds(5))) {
         // Woken without a reason, which is allowed.
     }
     EXPECT_GE(steady_clock::now() - start, milliseconds(5));
-    EXPECT_TRUE(lock.owns_lock());
+    EXPECT_TRUE(lock.IsHeld());
 }
 
 }  // namespace

@@ -21,16 +21,16 @@ TEST(RecursiveLockTest, OwnerMayTakeItAgain) {
 TEST(RecursiveLockTest, OthersWaitForTheOutermostRelease) {
     CRecursiveLock lock;
     std::atomic<bool> entered{false};
-    lock.lock();
-    lock.lock();
+    Guard outer(lock);
+    Guard inner(lock);
     boost::thread other([&] {
         const Guard guard(lock);
         entered = true;
     });
-    lock.unlock();
+    inner.unlock();
     boost::this_thread::sleep_for(boost::chrono::milliseconds(20));
     EXPECT_FALSE(entered);
-    lock.unlock();
+    outer.unlock();
     other.join();
     EXPECT_TRUE(entered);
 }

@@ -75,17 +75,16 @@ class CScriptedWaits : public Base::IClock {
 
     std::int64_t CalendarTime() const override { return 0; }
     void SleepFor(milliseconds) override {}
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override {
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override {
         WaitFor(condition, lock, milliseconds(0));
     }
-    bool WaitFor(boost::condition_variable&, boost::unique_lock<boost::mutex>& lock,
-                 milliseconds timeout) override {
+    bool WaitFor(Base::CCondition&, Base::CLock& lock,
+                 milliseconds timeout) override KYR_NO_THREAD_SAFETY_ANALYSIS {
         const Action action = actions.at(timeouts.size());
         timeouts.push_back(timeout);
-        lock.unlock();
+        lock.Unlock();
         const bool signalled = action();
-        lock.lock();
+        lock.Lock();
         return signalled;
     }
 };

@@ -19,13 +19,11 @@ void CHurryingClock::SleepFor(std::chrono::milliseconds duration) {
     system_->SleepFor(Shortened(duration));
 }
 
-void CHurryingClock::Wait(boost::condition_variable& condition,
-                          boost::unique_lock<boost::mutex>& lock) {
+void CHurryingClock::Wait(Base::CCondition& condition, Base::CLock& lock) {
     system_->Wait(condition, lock);
 }
 
-bool CHurryingClock::WaitFor(boost::condition_variable& condition,
-                             boost::unique_lock<boost::mutex>& lock,
+bool CHurryingClock::WaitFor(Base::CCondition& condition, Base::CLock& lock,
                              std::chrono::milliseconds timeout) {
     return system_->WaitFor(condition, lock, Shortened(timeout));
 }

@@ -14,9 +14,8 @@ class CHurryingClock final : public Base::IClock {
 
     std::int64_t CalendarTime() const override;
     void SleepFor(std::chrono::milliseconds duration) override;
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override;
-    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override;
+    bool WaitFor(Base::CCondition& condition, Base::CLock& lock,
                  std::chrono::milliseconds timeout) override;
 
   private:

@@ -25,9 +25,8 @@ class CIterationClock final : public Base::IClock {
   public:
     std::int64_t CalendarTime() const override { return now; }
     void SleepFor(std::chrono::milliseconds duration) override;
-    void Wait(boost::condition_variable&, boost::unique_lock<boost::mutex>&) override {}
-    bool WaitFor(boost::condition_variable&, boost::unique_lock<boost::mutex>&,
-                 std::chrono::milliseconds) override {
+    void Wait(Base::CCondition&, Base::CLock&) override {}
+    bool WaitFor(Base::CCondition&, Base::CLock&, std::chrono::milliseconds) override {
         return false;
     }
 

@@ -42,13 +42,10 @@ class CWeekClock final : public Base::IClock {
             beforeLook(look_ + 1);
         }
     }
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override {
-        condition.wait(lock);
-    }
-    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override { condition.Wait(lock); }
+    bool WaitFor(Base::CCondition& condition, Base::CLock& lock,
                  std::chrono::milliseconds) override {
-        condition.wait(lock);
+        condition.Wait(lock);
         return true;
     }
 

@@ -8,10 +8,11 @@ namespace Kyr::Test {
 
 namespace {
 
-using Lock = boost::unique_lock<boost::mutex>;
+using Base::CLock;
+using RealClock = std::chrono::steady_clock;
 
-constexpr boost::chrono::seconds kPatience(10);
-constexpr boost::chrono::milliseconds kPoll(1);
+constexpr std::chrono::seconds kPatience(10);
+constexpr std::chrono::milliseconds kPoll(1);
 
 /// Runs an action when a wait is left, by return or by interruption.
 class CLeave {
@@ -30,13 +31,13 @@ class CLeave {
 CManualClock::~CManualClock() = default;
 
 std::int64_t CManualClock::CalendarTime() const {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     return startTime_ + std::chrono::duration_cast<std::chrono::seconds>(now_).count();
 }
 
 void CManualClock::SleepFor(Milliseconds duration) {
     boost::this_thread::interruption_point();
-    Lock lock(mutex_);
+    CLock lock(mutex_);
     sleeps_.push_back(duration);
     const Milliseconds deadline = now_ + duration;
     if (automaticSleep_ && deadline > now_) {
@@ -45,125 +46,146 @@ void CManualClock::SleepFor(Milliseconds duration) {
         return;
     }
     const auto self = sleepers_.insert(sleepers_.end(), deadline);
-    changed_.notify_all();
-    const CLeave leave([this, self] {
+    changed_.NotifyAll();
+    // Runs with the lock held, which the analysis does not see in a lambda.
+    const CLeave leave([this, self]() KYR_NO_THREAD_SAFETY_ANALYSIS {
         sleepers_.erase(self);
-        changed_.notify_all();
+        changed_.NotifyAll();
     });
     while (now_ < deadline) {
-        changed_.wait(lock);
+        changed_.Wait(lock);
     }
 }
 
-void CManualClock::Wait(boost::condition_variable& condition, Lock& lock) {
+void CManualClock::Wait(Base::CCondition& condition, CLock& lock) {
     {
-        const Lock own(mutex_);
+        const CLock own(mutex_);
         ++untimedWaiters_;
-        changed_.notify_all();
+        changed_.NotifyAll();
     }
     const CLeave leave([this] {
-        const Lock own(mutex_);
+        const CLock own(mutex_);
         --untimedWaiters_;
-        changed_.notify_all();
+        changed_.NotifyAll();
     });
-    condition.wait(lock);
+    condition.Wait(lock);
 }
 
-bool CManualClock::WaitFor(boost::condition_variable& condition, Lock& lock, Milliseconds timeout) {
+bool CManualClock::WaitFor(Base::CCondition& condition, CLock& lock, Milliseconds timeout) {
     std::list<TimedWaiter>::iterator self;
     Milliseconds deadline;
     {
-        const Lock own(mutex_);
+        const CLock own(mutex_);
         timedWaits_.push_back(timeout);
         deadline = now_ + timeout;
         self = timedWaiters_.insert(timedWaiters_.end(), TimedWaiter{&condition, deadline});
-        changed_.notify_all();
+        changed_.NotifyAll();
     }
     {
         const CLeave leave([this, self] {
-            const Lock own(mutex_);
+            const CLock own(mutex_);
             timedWaiters_.erase(self);
-            changed_.notify_all();
+            changed_.NotifyAll();
         });
-        condition.wait(lock);
+        condition.Wait(lock);
     }
-    const Lock own(mutex_);
+    const CLock own(mutex_);
     return now_ < deadline;
 }
 
 void CManualClock::Advance(Milliseconds duration) {
     const boost::this_thread::disable_interruption notInterruptible;
-    Lock lock(mutex_);
+    CLock lock(mutex_);
     now_ += duration;
     WakeExpired(lock);
 }
 
 bool CManualClock::AdvanceToNextSleep(Milliseconds duration) {
     const boost::this_thread::disable_interruption notInterruptible;
-    Lock lock(mutex_);
+    const auto giveUp = RealClock::now() + kPatience;
+    CLock lock(mutex_);
     const std::size_t sleeps = sleeps_.size();
     now_ += duration;
     WakeExpired(lock);
-    return changed_.wait_for(lock, kPatience, [&] { return sleeps_.size() > sleeps; });
+    while (sleeps_.size() <= sleeps) {
+        if (!AwaitChange(lock, giveUp)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool CManualClock::AwaitChange(CLock& lock, RealClock::time_point giveUp) {
+    const auto left = std::chrono::duration_cast<Milliseconds>(giveUp - RealClock::now());
+    return left > Milliseconds(0) && changed_.WaitFor(lock, left);
 }
 
 bool CManualClock::AnyExpired() const {
-    return std::any_of(sleepers_.begin(), sleepers_.end(),
-                       [this](Milliseconds deadline) { return deadline <= now_; }) ||
+    const auto expired = [now = now_](Milliseconds deadline) { return deadline <= now; };
+    return std::any_of(sleepers_.begin(), sleepers_.end(), expired) ||
            std::any_of(timedWaiters_.begin(), timedWaiters_.end(),
-                       [this](const TimedWaiter& waiter) { return waiter.deadline <= now_; });
+                       [&](const TimedWaiter& waiter) { return expired(waiter.deadline); });
 }
 
 // A waiter registers before it blocks on its own condition, so that one signal could come too
 // early: signal until every expired waiter has left.
-void CManualClock::WakeExpired(Lock& lock) {
-    changed_.notify_all();
-    const auto giveUp = boost::chrono::steady_clock::now() + kPatience;
-    while (AnyExpired() && boost::chrono::steady_clock::now() < giveUp) {
+void CManualClock::WakeExpired(CLock& lock) {
+    changed_.NotifyAll();
+    const auto giveUp = RealClock::now() + kPatience;
+    while (AnyExpired() && RealClock::now() < giveUp) {
         for (const TimedWaiter& waiter : timedWaiters_) {
             if (waiter.deadline <= now_) {
-                waiter.condition->notify_all();
+                waiter.condition->NotifyAll();
             }
         }
-        changed_.wait_for(lock, kPoll);
+        changed_.WaitFor(lock, kPoll);
     }
 }
 
 void CManualClock::SetAutomaticSleep(bool automatic) {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     automaticSleep_ = automatic;
 }
 
 void CManualClock::SetStartTime(std::int64_t secondsSinceEpoch) {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     startTime_ = secondsSinceEpoch;
 }
 
-bool CManualClock::Await(const std::function<bool()>& reached) {
-    Lock lock(mutex_);
-    return changed_.wait_for(lock, kPatience, reached);
-}
-
 bool CManualClock::AwaitSleepers(std::size_t count) {
-    return Await([this, count] { return sleepers_.size() == count; });
+    const auto giveUp = RealClock::now() + kPatience;
+    CLock lock(mutex_);
+    while (sleepers_.size() != count) {
+        if (!AwaitChange(lock, giveUp)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool CManualClock::AwaitWaiters(std::size_t count) {
-    return Await([this, count] { return untimedWaiters_ + timedWaiters_.size() == count; });
+    const auto giveUp = RealClock::now() + kPatience;
+    CLock lock(mutex_);
+    while (untimedWaiters_ + timedWaiters_.size() != count) {
+        if (!AwaitChange(lock, giveUp)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 CManualClock::Milliseconds CManualClock::Elapsed() const {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     return now_;
 }
 
 std::vector<CManualClock::Milliseconds> CManualClock::Sleeps() const {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     return sleeps_;
 }
 
 std::vector<CManualClock::Milliseconds> CManualClock::TimedWaits() const {
-    const Lock lock(mutex_);
+    const CLock lock(mutex_);
     return timedWaits_;
 }
 

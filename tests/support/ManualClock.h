@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 
 namespace Kyr::Test {
 
@@ -27,10 +28,8 @@ class CManualClock final : public Base::IClock {
 
     std::int64_t CalendarTime() const override;
     void SleepFor(Milliseconds duration) override;
-    void Wait(boost::condition_variable& condition,
-              boost::unique_lock<boost::mutex>& lock) override;
-    bool WaitFor(boost::condition_variable& condition, boost::unique_lock<boost::mutex>& lock,
-                 Milliseconds timeout) override;
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override;
+    bool WaitFor(Base::CCondition& condition, Base::CLock& lock, Milliseconds timeout) override;
 
     /// Moves time and returns when every thread whose time has come is awake: none of them is in
     /// SleepFor or WaitFor any more.
@@ -61,24 +60,25 @@ class CManualClock final : public Base::IClock {
 
   private:
     struct TimedWaiter {
-        boost::condition_variable* condition;
+        Base::CCondition* condition;
         Milliseconds deadline;
     };
 
-    bool Await(const std::function<bool()>& reached);
-    bool AnyExpired() const;
-    void WakeExpired(boost::unique_lock<boost::mutex>& lock);
+    /// Waits for `changed_` in real time. False: patience has come to its end.
+    bool AwaitChange(Base::CLock& lock, std::chrono::steady_clock::time_point giveUp);
+    bool AnyExpired() const KYR_REQUIRES(mutex_);
+    void WakeExpired(Base::CLock& lock) KYR_REQUIRES(mutex_);
 
-    mutable boost::mutex mutex_;  // guards everything below
-    boost::condition_variable changed_;
-    Milliseconds now_{0};
-    std::int64_t startTime_ = kStartTime;
-    bool automaticSleep_ = false;
-    std::list<Milliseconds> sleepers_;  // their deadlines
-    std::size_t untimedWaiters_ = 0;
-    std::list<TimedWaiter> timedWaiters_;
-    std::vector<Milliseconds> sleeps_;
-    std::vector<Milliseconds> timedWaits_;
+    mutable Base::CMutex mutex_;
+    Base::CCondition changed_;
+    Milliseconds now_ KYR_GUARDED_BY(mutex_){0};
+    std::int64_t startTime_ KYR_GUARDED_BY(mutex_) = kStartTime;
+    bool automaticSleep_ KYR_GUARDED_BY(mutex_) = false;
+    std::list<Milliseconds> sleepers_ KYR_GUARDED_BY(mutex_);  // their deadlines
+    std::size_t untimedWaiters_ KYR_GUARDED_BY(mutex_) = 0;
+    std::list<TimedWaiter> timedWaiters_ KYR_GUARDED_BY(mutex_);
+    std::vector<Milliseconds> sleeps_ KYR_GUARDED_BY(mutex_);
+    std::vector<Milliseconds> timedWaits_ KYR_GUARDED_BY(mutex_);
 };
 
 }  // namespace Kyr::Test
