@@ -1,5 +1,3 @@
-// What the host's threads call: the life cycle, and the services for tasks. The processing thread
-// is in ProcessingThread.cpp.
 #include "connector/ConnectorModule.h"
 
 #include <stdexcept>
@@ -9,13 +7,13 @@
 
 #include "connector/DeliveryContext.h"
 #include "connector/MessageProcessorThreadHolder.h"
+#include "connector/TaskRunner.h"
 #include "logs/MultiProductStatusLog.h"
 #include "logs/SymbolContainer.h"
 
 namespace Kyr::Connectors::Common {
 
 using Kyr::Common::Kernel::MessageType;
-using Kyr::Common::Module::CSubscriber;
 
 namespace {
 
@@ -26,8 +24,26 @@ constexpr std::int32_t kProductIdSymbol = 4429;
 
 }  // namespace
 
+/// The module's virtual operations, in the hands of the task thread.
+class CConnectorModule::Connection final : public IProductConnection {
+  public:
+    explicit Connection(CConnectorModule& module) : module_(module) {}
+
+    bool Connect() override { return module_.Connect(); }
+    bool Reconnect() override { return module_.Reconnect(); }
+    void Disconnect() override { module_.Disconnect(); }
+    std::chrono::milliseconds ReconnectDelay() const override {
+        return std::chrono::milliseconds(module_.reconnectDelayMs);
+    }
+
+  private:
+    CConnectorModule& module_;
+};
+
 CConnectorModule::CConnectorModule(boost::shared_ptr<Base::IClock> clock)
-    : clock_(std::move(clock)), connectorProductId_(kConnectorProductId) {}
+    : clock_(std::move(clock)),
+      connectorProductId_(kConnectorProductId),
+      connection_(std::make_unique<Connection>(*this)) {}
 
 CConnectorModule::~CConnectorModule() {
     // Too late for a thread that is alive, which needs the derived class; the last resort for a
@@ -43,12 +59,14 @@ void CConnectorModule::Initialize(Kyr::Common::Kernel::IResourceProvider& provid
                      "produced.";
         return;
     }
-    subscriber_ = boost::make_shared<CSubscriber>(GetName(), clock_);
+    tasks_ = std::make_unique<CTaskRunner>(GetName(), *connection_,
+                                           CTaskRunner::Services{*this, *this, *this},
+                                           connectorProductId_, clock_);
     TaskList tasks;
     CreateTasks(tasks);
     for (const TaskPointer& task : tasks) {
-        tasks_.emplace(task->GetMessageType(), task);
-        GetBus()->Subscribe(subscriber_, task->GetMessageType());
+        tasks_->AddTask(task);
+        GetBus()->Subscribe(tasks_->Queue(), task->GetMessageType());
     }
     networkGrpc_ = boost::dynamic_pointer_cast<Kyr::Common::Kernel::INetworkGrpcResource>(
         provider.GetResource(Kyr::Common::Kernel::kNetworkGrpcResource));
@@ -63,13 +81,7 @@ void CConnectorModule::Start() {
     if (processorThreadHolder_) {
         processorThreadHolder_->Resume();
     }
-    if (!processingThread_) {
-        {
-            const Lock lock(tasksMutex_);
-            connected_ = false;
-        }
-        processingThread_ = std::make_unique<boost::thread>([this] { ProcessingThread(); });
-    }
+    tasks_->Start();
 }
 
 void CConnectorModule::RequestStop() {
@@ -77,14 +89,11 @@ void CConnectorModule::RequestStop() {
         return;
     }
     {
-        const Lock lock(stopMutex_);
+        const Base::CLock lock(stopMutex_);
         stopRequested_ = true;
     }
     Interrupt();
-    const Lock lock(tasksMutex_);
-    for (const auto& entry : tasks_) {
-        entry.second->Cancel();
-    }
+    tasks_->CancelTasks();
 }
 
 bool CConnectorModule::Stop(bool force) {
@@ -95,18 +104,12 @@ bool CConnectorModule::Stop(bool force) {
         EndThreads();
         return true;
     }
-    Lock lock(tasksMutex_);
-    const bool connected = connected_;
-    if (!connected) {
-        InterruptProcessingThread();
-    }
-    lock.unlock();
-    if (!connected) {
+    if (!tasks_->InterruptUnlessConnected()) {
         if (processorThreadHolder_) {
             processorThreadHolder_->Halt();
         }
-    } else if (!subscriber_->Wake() && processingThread_) {
-        // Busy. Without a thread, after an earlier Stop, there is nobody to wait for.
+    } else if (!tasks_->Wake()) {
+        // Busy; replies may be what it is busy with.
         if (processorThreadHolder_) {
             processorThreadHolder_->Resume();
         }
@@ -117,22 +120,15 @@ bool CConnectorModule::Stop(bool force) {
 }
 
 void CConnectorModule::EndThreads() {
-    InterruptProcessingThread();
+    if (tasks_) {
+        tasks_->Interrupt();
+    }
     JoinThreads();
 }
 
-void CConnectorModule::InterruptProcessingThread() {
-    if (processingThread_) {
-        processingThread_->interrupt();
-    }
-}
-
 void CConnectorModule::JoinThreads() {
-    if (processingThread_) {
-        // A host thread that is being interrupted must not leave with the thread alive.
-        const boost::this_thread::disable_interruption joinIsNoWayOut;
-        processingThread_->join();
-        processingThread_.reset();
+    if (tasks_) {
+        tasks_->Join();
     }
     processorThreadHolder_.reset();
 }

@@ -1,6 +1,6 @@
-// The product-independent half of a connector module: one queue of bus messages, one thread that
-// connects to the product and runs the message tasks, with retries, reconnections, cancellations
-// and task events.
+// The product-independent half of a connector module: the life cycle that the host drives, the
+// subscriptions, and the services for tasks. What runs on the processing thread, with retries,
+// reconnections, cancellations and task events, is CTaskRunner.
 //
 // Life cycle, driven by the host on its own threads, one call at a time:
 //   Initialize once - Start - RequestStop - Stop(false) until it returns true, or Stop(true).
@@ -19,25 +19,21 @@
 #pragma once
 
 #include <cstdint>
-#include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-#include <boost/thread/thread.hpp>
-
 #include "base/Clock.h"
+#include "base/Mutex.h"
 #include "connector/GenericModule.h"
 #include "connector/IInstanceUUIDProvider.h"
 #include "connector/ILogger.h"
 #include "connector/IMessagePublisher.h"
 #include "connector/MessageTask.h"
-#include "connector/Subscriber.h"
 
 namespace Kyr::Connectors::Common {
 
-struct TaskOutcome;
+class CTaskRunner;
 
 class CConnectorModule : public Kyr::Common::Module::CGenericModule,
                          public Kyr::Common::Module::IMessagePublisher,
@@ -108,28 +104,9 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     std::int64_t reconnectDelayMs = kReconnectDelayMs;
 
   private:
-    using Lock = boost::unique_lock<boost::mutex>;
+    class Connection;
 
-    // On the host's threads (ConnectorModule.cpp).
-    void InterruptProcessingThread();
     void JoinThreads();
-
-    // On the processing thread (ProcessingThread.cpp).
-    void ProcessingThread();
-    void EndAfterFailure(const char* text);
-    void RunUntilStopped();
-    void ConnectFirst();
-    void ProcessMessages();
-    void ProcessMessage(const MessagePointer& message);
-    bool RunWithRetries(CMessageTask& task, const MessagePointer& message, Lock& tasksLock);
-    void ReconnectUntilConnected(Lock& tasksLock);
-    bool ProcessTask(CMessageTask& task, const MessagePointer& message, bool& notCounted);
-    void CancelQueuedMessages();
-    void CancelMessage(const MessagePointer& message, const std::string& reason);
-    void PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome);
-    bool GuardedConnect();
-    bool GuardedReconnect();
-    void GuardedDisconnect();
 
     const boost::shared_ptr<Base::IClock> clock_;
     /// What task events name as their product.
@@ -137,19 +114,14 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
 
     // Constant after Initialize.
     bool active_ = false;
-    boost::shared_ptr<Kyr::Common::Module::CSubscriber> subscriber_;
-    std::multimap<Kyr::Common::Kernel::MessageType, TaskPointer> tasks_;
+    const std::unique_ptr<Connection> connection_;
+    std::unique_ptr<CTaskRunner> tasks_;  // of an active module
     boost::shared_ptr<Kyr::Common::Kernel::INetworkGrpcResource> networkGrpc_;
 
-    // Held by the processing thread while it handles a message, except while it reconnects.
-    boost::mutex tasksMutex_;
-    bool connected_ = false;  // guarded by tasksMutex_
-
-    boost::mutex stopMutex_;
-    bool stopRequested_ = false;  // guarded by stopMutex_; for a debugger's eyes
+    Base::CMutex stopMutex_;
+    bool stopRequested_ KYR_GUARDED_BY(stopMutex_) = false;  // for a debugger's eyes
 
     // Used by the host's threads only.
-    std::unique_ptr<boost::thread> processingThread_;
     boost::shared_ptr<IMessageProcessorThreadHolder> processorThreadHolder_;
 };
 

@@ -4,6 +4,7 @@
 
 #include <boost/thread/thread.hpp>
 
+#include "connector/Subscriber.h"
 #include "host/module/Response.h"
 #include "tests/connector/ModuleFixture.h"
 

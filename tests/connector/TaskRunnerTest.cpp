@@ -23,7 +23,7 @@ constexpr char kRetriesExhaustedLine[] =
     "Message task was canceled because maximum retry count was reached, message was: "
     "KillProcessByPid";
 
-class ProcessingThreadTest : public ModuleFixture {
+class TaskRunnerTest : public ModuleFixture {
   protected:
     void ExpectEvent(const EventPointer& event, int status, std::uint64_t code, int severity,
                      const std::string& text) {
@@ -56,7 +56,7 @@ class ProcessingThreadTest : public ModuleFixture {
     }
 };
 
-TEST_F(ProcessingThreadTest, ConnectsAtOnce) {
+TEST_F(TaskRunnerTest, ConnectsAtOnce) {
     StartAndConnect();
     EXPECT_THAT(module->Calls(), ElementsAre("Connect"));
     EXPECT_THAT(clock->Sleeps(), IsEmpty());
@@ -64,7 +64,7 @@ TEST_F(ProcessingThreadTest, ConnectsAtOnce) {
                 ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks"));
 }
 
-TEST_F(ProcessingThreadTest, FailedConnectionIsTriedAgainAfterTenSeconds) {
+TEST_F(TaskRunnerTest, FailedConnectionIsTriedAgainAfterTenSeconds) {
     module->ThenConnect(false).ThenConnect(true);
     Start();
     ASSERT_TRUE(clock->AwaitSleepers(1));
@@ -75,7 +75,7 @@ TEST_F(ProcessingThreadTest, FailedConnectionIsTriedAgainAfterTenSeconds) {
     EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds));
 }
 
-TEST_F(ProcessingThreadTest, ConnectionIsTriedForEver) {
+TEST_F(TaskRunnerTest, ConnectionIsTriedForEver) {
     for (int attempt = 0; attempt < 100; ++attempt) {
         module->ThenConnect(false);
     }
@@ -86,7 +86,7 @@ TEST_F(ProcessingThreadTest, ConnectionIsTriedForEver) {
     EXPECT_THAT(clock->Sleeps(), Each(kTenSeconds));
 }
 
-TEST_F(ProcessingThreadTest, ReconnectDelayIsTheModules) {
+TEST_F(TaskRunnerTest, ReconnectDelayIsTheModules) {
     module->reconnectDelayMs = 250;
     module->ThenConnect(false).ThenConnect(true);
     AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
@@ -97,7 +97,7 @@ TEST_F(ProcessingThreadTest, ReconnectDelayIsTheModules) {
                 ElementsAre(std::chrono::milliseconds(250), std::chrono::milliseconds(250)));
 }
 
-TEST_F(ProcessingThreadTest, ThrowingConnectionIsLoggedAndTriedAgain) {
+TEST_F(TaskRunnerTest, ThrowingConnectionIsLoggedAndTriedAgain) {
     module->ThenConnectBy([]() -> bool { throw std::runtime_error("no product"); })
         .ThenConnect(true);
     clock->SetAutomaticSleep(true);
@@ -107,7 +107,7 @@ TEST_F(ProcessingThreadTest, ThrowingConnectionIsLoggedAndTriedAgain) {
     EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Connect"));
 }
 
-TEST_F(ProcessingThreadTest, ThrowingDisconnectionIsLogged) {
+TEST_F(TaskRunnerTest, ThrowingDisconnectionIsLogged) {
     module->ThenConnect(false).ThenConnect(true);
     module->OnDisconnect([] { throw std::runtime_error("still busy"); });
     clock->SetAutomaticSleep(true);
@@ -118,14 +118,14 @@ TEST_F(ProcessingThreadTest, ThrowingDisconnectionIsLogged) {
                                                "2 Disconnecting from product", "4 still busy"));
 }
 
-TEST_F(ProcessingThreadTest, SecondStartKeepsTheThread) {
+TEST_F(TaskRunnerTest, SecondStartKeepsTheThread) {
     StartAndConnect();
     module->Start();
     EXPECT_THAT(module->Calls(), ElementsAre("Connect"));
     Finish();
 }
 
-TEST_F(ProcessingThreadTest, TaskGetsTheMessageItself) {
+TEST_F(TaskRunnerTest, TaskGetsTheMessageItself) {
     CScriptedTask& task = AddTask();
     const auto message = MakeTaskMessage();
     StartAndConnect();
@@ -136,7 +136,7 @@ TEST_F(ProcessingThreadTest, TaskGetsTheMessageItself) {
     EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, MessagesAreHandledInTheirOrder) {
+TEST_F(TaskRunnerTest, MessagesAreHandledInTheirOrder) {
     CScriptedTask& task = AddTask(MessageType::OvAgentRequest);
     const auto first = MakeMessage("A");
     const auto second = MakeMessage("B");
@@ -148,7 +148,7 @@ TEST_F(ProcessingThreadTest, MessagesAreHandledInTheirOrder) {
     EXPECT_THAT(task.Received(), ElementsAre(first, second));
 }
 
-TEST_F(ProcessingThreadTest, MessageGoesToEveryTaskOfItsTypeInCreationOrder) {
+TEST_F(TaskRunnerTest, MessageGoesToEveryTaskOfItsTypeInCreationOrder) {
     Strings order;
     AddTask().Then([&](const auto&) { order.push_back("first"); });
     AddTask(MessageType::BlockExecutableByHash).Then([&](const auto&) { order.push_back("no"); });
@@ -158,7 +158,7 @@ TEST_F(ProcessingThreadTest, MessageGoesToEveryTaskOfItsTypeInCreationOrder) {
     EXPECT_THAT(order, ElementsAre("first", "second", "third"));
 }
 
-TEST_F(ProcessingThreadTest, MessageWithoutATaskIsDroppedSilently) {
+TEST_F(TaskRunnerTest, MessageWithoutATaskIsDroppedSilently) {
     CScriptedTask& task = AddTask();
     StartAndConnect();
     host.bus->Subscriptions()[0].subscriber->Push(MakeMessage("A", MessageType::ApplyPolicy), {});
@@ -167,7 +167,7 @@ TEST_F(ProcessingThreadTest, MessageWithoutATaskIsDroppedSilently) {
     EXPECT_THAT(LinesWhileConnected(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
+TEST_F(TaskRunnerTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
     AddTask().Then([this](const auto&) { module->Publish(MakeMessage("result")); });
     const auto first = MakeContext();
     const auto second = MakeContext();
@@ -183,7 +183,7 @@ TEST_F(ProcessingThreadTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
     EXPECT_EQ(publications[2].context, nullptr);
 }
 
-TEST_F(ProcessingThreadTest, FailureEventTravelsWithItsMessagesContext) {
+TEST_F(TaskRunnerTest, FailureEventTravelsWithItsMessagesContext) {
     AddTask().ThenThrow(std::runtime_error("broken"));
     const auto context = MakeContext();
     StartAndConnect();
@@ -193,7 +193,7 @@ TEST_F(ProcessingThreadTest, FailureEventTravelsWithItsMessagesContext) {
     EXPECT_EQ(host.bus->Publications()[0].context, context);
 }
 
-TEST_F(ProcessingThreadTest, LocalizedFailureIsOneEventAndNoRetry) {
+TEST_F(TaskRunnerTest, LocalizedFailureIsOneEventAndNoRetry) {
     CScriptedTask& task = AddTask().ThenThrow(CLocalizedException("Disk is full", 0x11, 0x22));
     RunTaskMessage();
     EXPECT_EQ(task.ExecutionCount(), 1u);
@@ -203,7 +203,7 @@ TEST_F(ProcessingThreadTest, LocalizedFailureIsOneEventAndNoRetry) {
     EXPECT_THAT(clock->Sleeps(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, OtherFailureIsOneEventAndNoRetry) {
+TEST_F(TaskRunnerTest, OtherFailureIsOneEventAndNoRetry) {
     CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken"));
     RunTaskMessage();
     EXPECT_EQ(task.ExecutionCount(), 1u);
@@ -213,7 +213,7 @@ TEST_F(ProcessingThreadTest, OtherFailureIsOneEventAndNoRetry) {
     EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect"));
 }
 
-TEST_F(ProcessingThreadTest, FailureWithoutATextHasNoTextSymbol) {
+TEST_F(TaskRunnerTest, FailureWithoutATextHasNoTextSymbol) {
     AddTask().ThenThrow(CLocalizedException("", 1, 0));
     RunTaskMessage();
     ASSERT_EQ(Events().size(), 1u);
@@ -221,7 +221,7 @@ TEST_F(ProcessingThreadTest, FailureWithoutATextHasNoTextSymbol) {
     EXPECT_THAT(LinesWhileConnected(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, CountedFailureReconnectsAndTriesAgain) {
+TEST_F(TaskRunnerTest, CountedFailureReconnectsAndTriesAgain) {
     CScriptedTask& task =
         AddTask().ThenThrow(CRetryException("no answer", false)).Then([this](const auto&) {
             module->GetLog(2) << "done";
@@ -238,7 +238,7 @@ TEST_F(ProcessingThreadTest, CountedFailureReconnectsAndTriesAgain) {
     ExpectEvent(Events()[0], 1, 0x000000010000000C, 20, "no answer");
 }
 
-TEST_F(ProcessingThreadTest, TwoCountedFailuresCancelTheMessage) {
+TEST_F(TaskRunnerTest, TwoCountedFailuresCancelTheMessage) {
     CScriptedTask& task = AddTask().ThenThrow(CRetryException("no answer", false));
     RunUntilLogged(kRetriesExhaustedLine);
     EXPECT_EQ(task.ExecutionCount(), 2u);
@@ -252,7 +252,7 @@ TEST_F(ProcessingThreadTest, TwoCountedFailuresCancelTheMessage) {
     ExpectEvent(Events()[2], 4, 0x000000010000009B, 40, kRetriesExhausted);
 }
 
-TEST_F(ProcessingThreadTest, UncountedFailureIsAnEventButNoAttempt) {
+TEST_F(TaskRunnerTest, UncountedFailureIsAnEventButNoAttempt) {
     CScriptedTask& task = AddTask();
     for (int failure = 0; failure < 5; ++failure) {
         task.ThenThrow(CRetryException("gone", true));
@@ -265,7 +265,7 @@ TEST_F(ProcessingThreadTest, UncountedFailureIsAnEventButNoAttempt) {
     ExpectEvent(Events()[4], 1, 0x000000010000000C, 20, "gone");
 }
 
-TEST_F(ProcessingThreadTest, UncountedFailureBetweenCountedOnesChangesNothing) {
+TEST_F(TaskRunnerTest, UncountedFailureBetweenCountedOnesChangesNothing) {
     CScriptedTask& task = AddTask()
                               .ThenThrow(CRetryException("counted", false))
                               .ThenThrow(CRetryException("uncounted", true))
@@ -276,7 +276,7 @@ TEST_F(ProcessingThreadTest, UncountedFailureBetweenCountedOnesChangesNothing) {
     EXPECT_EQ(clock->Sleeps().size(), 4u);
 }
 
-TEST_F(ProcessingThreadTest, RestartIsARoutineLineAndNoEvent) {
+TEST_F(TaskRunnerTest, RestartIsARoutineLineAndNoEvent) {
     CScriptedTask& task =
         AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
             module->GetLog(2) << "done";
@@ -288,7 +288,7 @@ TEST_F(ProcessingThreadTest, RestartIsARoutineLineAndNoEvent) {
                 ElementsAre("2 restart", "2 Reconnecting to product", "2 done"));
 }
 
-TEST_F(ProcessingThreadTest, RestartsAreRetriedWithoutEnd) {
+TEST_F(TaskRunnerTest, RestartsAreRetriedWithoutEnd) {
     CScriptedTask& task = AddTask().ThenThrow(CRestartNeededException("restart"));
     clock->SetAutomaticSleep(true);
     StartAndConnect();
@@ -300,7 +300,7 @@ TEST_F(ProcessingThreadTest, RestartsAreRetriedWithoutEnd) {
     EXPECT_THAT(Events(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, EveryReconnectionAttemptIsPrecededByAWait) {
+TEST_F(TaskRunnerTest, EveryReconnectionAttemptIsPrecededByAWait) {
     AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
         module->GetLog(2) << "done";
     });
@@ -315,7 +315,7 @@ TEST_F(ProcessingThreadTest, EveryReconnectionAttemptIsPrecededByAWait) {
                             "4 no product", "2 Reconnecting to product", "2 done"));
 }
 
-TEST_F(ProcessingThreadTest, ThrowingDisconnectionFailsTheReconnection) {
+TEST_F(TaskRunnerTest, ThrowingDisconnectionFailsTheReconnection) {
     AddTask().ThenThrow(CRestartNeededException("restart")).Then([this](const auto&) {
         module->GetLog(2) << "done";
     });
@@ -331,7 +331,7 @@ TEST_F(ProcessingThreadTest, ThrowingDisconnectionFailsTheReconnection) {
                             "2 Reconnecting to product", "2 done"));
 }
 
-TEST_F(ProcessingThreadTest, CancelledTaskDoesNotStopTheNextOne) {
+TEST_F(TaskRunnerTest, CancelledTaskDoesNotStopTheNextOne) {
     CScriptedTask& first = AddTask().ThenThrow(CRetryException("no answer", false));
     CScriptedTask& second =
         AddTask().ThenThrow(CRetryException("nor here", false)).Then([this](const auto&) {
@@ -343,7 +343,7 @@ TEST_F(ProcessingThreadTest, CancelledTaskDoesNotStopTheNextOne) {
     EXPECT_EQ(Events().size(), 4u);
 }
 
-TEST_F(ProcessingThreadTest, EachTaskHasItsOwnTwoAttempts) {
+TEST_F(TaskRunnerTest, EachTaskHasItsOwnTwoAttempts) {
     CScriptedTask& first = AddTask().ThenThrow(CRetryException("no answer", false));
     CScriptedTask& second = AddTask().ThenThrow(CRetryException("nor here", false));
     AddTask().Then([this](const auto&) { module->GetLog(2) << "done"; });
@@ -353,7 +353,7 @@ TEST_F(ProcessingThreadTest, EachTaskHasItsOwnTwoAttempts) {
     EXPECT_EQ(clock->Sleeps().size(), 4u);
 }
 
-TEST_F(ProcessingThreadTest, CancelledMessageDoesNotStopTheNextOne) {
+TEST_F(TaskRunnerTest, CancelledMessageDoesNotStopTheNextOne) {
     CScriptedTask& task = AddTask()
                               .ThenThrow(CRetryException("no answer", false))
                               .ThenThrow(CRetryException("no answer", false))
@@ -367,7 +367,7 @@ TEST_F(ProcessingThreadTest, CancelledMessageDoesNotStopTheNextOne) {
     EXPECT_EQ(task.ExecutionCount(), 3u);
 }
 
-TEST_F(ProcessingThreadTest, MessageThatIsNoTaskMessageGetsLinesButNoEvent) {
+TEST_F(TaskRunnerTest, MessageThatIsNoTaskMessageGetsLinesButNoEvent) {
     AddTask().ThenThrow(std::runtime_error("broken"));
     StartAndConnect();
     Deliver(MakeMessage("A", MessageType::KillProcessByPid));
@@ -376,7 +376,7 @@ TEST_F(ProcessingThreadTest, MessageThatIsNoTaskMessageGetsLinesButNoEvent) {
     EXPECT_THAT(host.bus->Publications(), IsEmpty());
 }
 
-TEST_F(ProcessingThreadTest, UninitializedSecondIdentifierGetsLinesButNoEvent) {
+TEST_F(TaskRunnerTest, UninitializedSecondIdentifierGetsLinesButNoEvent) {
     AddTask().ThenThrow(CRetryException("no answer", false));
     Kyr::Common::Message::CTask::Uuid set;
     set.set_uuid(kFirst);
@@ -391,7 +391,7 @@ TEST_F(ProcessingThreadTest, UninitializedSecondIdentifierGetsLinesButNoEvent) {
     EXPECT_EQ(LinesWhileConnected().size(), 5u);
 }
 
-TEST_F(ProcessingThreadTest, IdentifierThatIsNoUuidCostsTheEventOnly) {
+TEST_F(TaskRunnerTest, IdentifierThatIsNoUuidCostsTheEventOnly) {
     CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken")).ThenReturn();
     StartAndConnect();
     Deliver(MakeTaskMessage("no uuid"));
@@ -402,7 +402,7 @@ TEST_F(ProcessingThreadTest, IdentifierThatIsNoUuidCostsTheEventOnly) {
     EXPECT_EQ(task.ExecutionCount(), 2u);
 }
 
-TEST_F(ProcessingThreadTest, FailingBusCostsTheEventOnly) {
+TEST_F(TaskRunnerTest, FailingBusCostsTheEventOnly) {
     CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken"));
     host.bus->OnPublish([](const auto&) { throw std::runtime_error("bus is closed"); });
     StartAndConnect();
@@ -414,7 +414,7 @@ TEST_F(ProcessingThreadTest, FailingBusCostsTheEventOnly) {
     EXPECT_EQ(task.ExecutionCount(), 2u);
 }
 
-TEST_F(ProcessingThreadTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
+TEST_F(TaskRunnerTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
     class CNameless : public Kyr::Test::CTestMessage {
       public:
         CNameless() : CTestMessage(MessageType::KillProcessByPid, "") {}
@@ -435,7 +435,7 @@ TEST_F(ProcessingThreadTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
     EXPECT_EQ(next.ExecutionCount(), 2u);
 }
 
-TEST_F(ProcessingThreadTest, MessageThatCannotTellItsTypeCostsALineOnly) {
+TEST_F(TaskRunnerTest, MessageThatCannotTellItsTypeCostsALineOnly) {
     class CTypeless : public Kyr::Test::CTestMessage {
       public:
         CTypeless() : CTestMessage(MessageType::KillProcessByPid, "") {}
@@ -450,7 +450,7 @@ TEST_F(ProcessingThreadTest, MessageThatCannotTellItsTypeCostsALineOnly) {
     EXPECT_EQ(task.ExecutionCount(), 1u);
 }
 
-TEST_F(ProcessingThreadTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProcess) {
+TEST_F(TaskRunnerTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProcess) {
     AddTask().Then([](const auto&) { throw 42; });
     StartAndConnect();
     Deliver(MakeTaskMessage());
@@ -460,7 +460,7 @@ TEST_F(ProcessingThreadTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProces
     EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
 }
 
-TEST_F(ProcessingThreadTest, DisconnectionThatFailsInAForeignWayEndsTheThreadToo) {
+TEST_F(TaskRunnerTest, DisconnectionThatFailsInAForeignWayEndsTheThreadToo) {
     module->OnDisconnect([] { throw 42; });
     StartAndConnect();
     Finish();

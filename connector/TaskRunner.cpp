@@ -1,8 +1,11 @@
-// The processing thread of CConnectorModule: connects, runs the tasks, retries and cancels.
-#include <chrono>
-#include <exception>
+#include "connector/TaskRunner.h"
 
-#include "connector/ConnectorModule.h"
+#include <exception>
+#include <utility>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
+
 #include "connector/DeliveryContext.h"
 #include "connector/LocalizedException.h"
 #include "connector/TaskEvent.h"
@@ -39,7 +42,78 @@ constexpr char kProductNotAvailable[] =
 
 }  // namespace
 
-void CConnectorModule::ProcessingThread() {
+IProductConnection::~IProductConnection() = default;
+
+CTaskRunner::CTaskRunner(std::string name, IProductConnection& connection, Services services,
+                         std::uint64_t productId, boost::shared_ptr<Base::IClock> clock)
+    : connection_(connection),
+      services_(services),
+      productId_(productId),
+      clock_(std::move(clock)),
+      queue_(boost::make_shared<CSubscriber>(std::move(name), clock_)) {}
+
+CTaskRunner::~CTaskRunner() {
+    Interrupt();
+    Join();
+}
+
+// On the host's threads.
+
+void CTaskRunner::AddTask(const TaskPointer& task) {
+    tasks_.emplace(task->GetMessageType(), task);
+}
+
+void CTaskRunner::Start() {
+    if (thread_) {
+        return;
+    }
+    {
+        const Base::CLock lock(tasksMutex_);
+        connected_ = false;
+    }
+    thread_ = std::make_unique<boost::thread>([this] { ThreadBody(); });
+}
+
+void CTaskRunner::CancelTasks() {
+    const Base::CLock lock(tasksMutex_);
+    for (const auto& entry : tasks_) {
+        entry.second->Cancel();
+    }
+}
+
+bool CTaskRunner::InterruptUnlessConnected() {
+    // Both under the lock: a thread that is about to be connected either finds the interruption
+    // before it says so, or has said so.
+    const Base::CLock lock(tasksMutex_);
+    if (!connected_) {
+        Interrupt();
+    }
+    return connected_;
+}
+
+bool CTaskRunner::Wake() {
+    // Without a thread, after an earlier stop, there is nobody to wait for.
+    return queue_->Wake() || !thread_;
+}
+
+void CTaskRunner::Interrupt() {
+    if (thread_) {
+        thread_->interrupt();
+    }
+}
+
+void CTaskRunner::Join() {
+    if (thread_) {
+        // A host thread that is being interrupted must not leave with the thread alive.
+        const boost::this_thread::disable_interruption joinIsNoWayOut;
+        thread_->join();
+        thread_.reset();
+    }
+}
+
+// On the runner's own thread.
+
+void CTaskRunner::ThreadBody() {
     try {
         RunUntilStopped();
     } catch (const boost::thread_interrupted&) {
@@ -51,11 +125,11 @@ void CConnectorModule::ProcessingThread() {
     }
 }
 
-void CConnectorModule::EndAfterFailure(const char* text) {
+void CTaskRunner::EndAfterFailure(const char* text) {
     try {
         {
             // Nobody empties the queue any more: without this, Stop would wait for it.
-            const Lock lock(tasksMutex_);
+            const Base::CLock lock(tasksMutex_);
             connected_ = false;
         }
         GetLog(4) << text;
@@ -65,7 +139,7 @@ void CConnectorModule::EndAfterFailure(const char* text) {
     }
 }
 
-void CConnectorModule::RunUntilStopped() {
+void CTaskRunner::RunUntilStopped() {
     GetLog(2) << "Connecting to product";
     try {
         ConnectFirst();
@@ -84,24 +158,24 @@ void CConnectorModule::RunUntilStopped() {
     GuardedDisconnect();
 }
 
-void CConnectorModule::ConnectFirst() {
+void CTaskRunner::ConnectFirst() {
     while (!GuardedConnect()) {
         GuardedDisconnect();
-        clock_->SleepFor(std::chrono::milliseconds(reconnectDelayMs));
+        clock_->SleepFor(connection_.ReconnectDelay());
     }
     {
-        const Lock tasksLock(tasksMutex_);
+        const Base::CLock lock(tasksMutex_);
         boost::this_thread::interruption_point();
         connected_ = true;
     }
     GetLog(2) << "Connected to product, processing tasks";
 }
 
-void CConnectorModule::ProcessMessages() {
+void CTaskRunner::ProcessMessages() {
     for (;;) {
         CSubscriber::Message message;
         CSubscriber::Context context;
-        if (!subscriber_->WaitForMessage(message, context)) {
+        if (!queue_->WaitForMessage(message, context)) {
             return;
         }
         SetDeliveryContext(context);
@@ -114,26 +188,25 @@ void CConnectorModule::ProcessMessages() {
     }
 }
 
-void CConnectorModule::ProcessMessage(const MessagePointer& message) {
-    Lock tasksLock(tasksMutex_);
+void CTaskRunner::ProcessMessage(const MessagePointer& message) {
+    const Base::CLock lock(tasksMutex_);
     const auto range = tasks_.equal_range(message->GetMessageType());
     for (auto entry = range.first; entry != range.second; ++entry) {
-        if (!RunWithRetries(*entry->second, message, tasksLock)) {
+        if (!RunWithRetries(*entry->second, message)) {
             CancelMessage(message, kRetriesExhausted);
         }
     }
 }
 
 // False: the task has used up its attempts.
-bool CConnectorModule::RunWithRetries(CMessageTask& task, const MessagePointer& message,
-                                      Lock& tasksLock) {
+bool CTaskRunner::RunWithRetries(CMessageTask& task, const MessagePointer& message) {
     int attempts = 0;
     while (attempts < kCountedAttempts) {
         bool notCounted = false;
         if (ProcessTask(task, message, notCounted)) {
             return true;
         }
-        ReconnectUntilConnected(tasksLock);
+        ReconnectUntilConnected();
         if (!notCounted) {
             ++attempts;
         }
@@ -141,21 +214,9 @@ bool CConnectorModule::RunWithRetries(CMessageTask& task, const MessagePointer& 
     return false;
 }
 
-void CConnectorModule::ReconnectUntilConnected(Lock& tasksLock) {
-    connected_ = false;
-    tasksLock.unlock();
-    do {
-        clock_->SleepFor(std::chrono::milliseconds(reconnectDelayMs));
-        GetLog(2) << "Reconnecting to product";
-    } while (!GuardedReconnect());
-    tasksLock.lock();
-    boost::this_thread::interruption_point();
-    connected_ = true;
-}
-
-// True: the task is done with the message. False: reconnect and try again.
-bool CConnectorModule::ProcessTask(CMessageTask& task, const MessagePointer& message,
-                                   bool& notCounted) {
+// True: the task is done with the message. False: reconnect and try again; the failure is no
+// attempt of the task's when it is not counted.
+bool CTaskRunner::ProcessTask(CMessageTask& task, const MessagePointer& message, bool& notCounted) {
     notCounted = false;
     try {
         if (message->GetMessageType() == task.GetMessageType()) {
@@ -183,15 +244,29 @@ bool CConnectorModule::ProcessTask(CMessageTask& task, const MessagePointer& mes
     }
 }
 
-void CConnectorModule::CancelQueuedMessages() {
+void CTaskRunner::ReconnectUntilConnected() {
+    connected_ = false;
+    {
+        // Free meanwhile, so that Stop finds out that nobody is connected.
+        const Base::CUnlock whileWaiting(tasksMutex_);
+        do {
+            clock_->SleepFor(connection_.ReconnectDelay());
+            GetLog(2) << "Reconnecting to product";
+        } while (!GuardedReconnect());
+    }
+    boost::this_thread::interruption_point();
+    connected_ = true;
+}
+
+void CTaskRunner::CancelQueuedMessages() {
     CSubscriber::Message message;
     CSubscriber::Context context;
-    while (subscriber_->TryTakeMessage(message, context)) {
+    while (queue_->TryTakeMessage(message, context)) {
         CancelMessage(message, kProductNotAvailable);
     }
 }
 
-void CConnectorModule::CancelMessage(const MessagePointer& message, const std::string& reason) {
+void CTaskRunner::CancelMessage(const MessagePointer& message, const std::string& reason) {
     PublishTaskEvent(message, {kStatusFailed, kCodeCancelled, kSeverityError, reason});
     try {
         GetLog(4) << reason << ", message was: " << message->GetName();
@@ -203,38 +278,38 @@ void CConnectorModule::CancelMessage(const MessagePointer& message, const std::s
 
 // The event is a courtesy to the server: a message whose identifiers are no UUIDs, or a bus that
 // fails, costs the event and a line, not the thread.
-void CConnectorModule::PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome) {
+void CTaskRunner::PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome) {
     try {
         if (const auto task = ReportableTask(message)) {
-            Publish(
-                MakeTaskEvent(*task, outcome, {GetInstanceUUID(), connectorProductId_, clock_}));
+            services_.publisher.Publish(MakeTaskEvent(
+                *task, outcome, {services_.instance.GetInstanceUUID(), productId_, clock_}));
         }
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
     }
 }
 
-bool CConnectorModule::GuardedConnect() {
+bool CTaskRunner::GuardedConnect() {
     try {
-        return Connect();
+        return connection_.Connect();
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
         return false;
     }
 }
 
-bool CConnectorModule::GuardedReconnect() {
+bool CTaskRunner::GuardedReconnect() {
     try {
-        return Reconnect();
+        return connection_.Reconnect();
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
         return false;
     }
 }
 
-void CConnectorModule::GuardedDisconnect() {
+void CTaskRunner::GuardedDisconnect() {
     try {
-        Disconnect();
+        connection_.Disconnect();
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
     }
