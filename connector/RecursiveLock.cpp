@@ -1,14 +1,6 @@
 #include "connector/RecursiveLock.h"
 
-#include <boost/thread/lock_guard.hpp>
-
 namespace Kyr::Connectors::Common {
-
-namespace {
-
-using Guard = boost::lock_guard<boost::mutex>;
-
-}  // namespace
 
 CRecursiveLock::CRecursiveLock() = default;
 CRecursiveLock::~CRecursiveLock() = default;
@@ -16,7 +8,7 @@ CRecursiveLock::~CRecursiveLock() = default;
 void CRecursiveLock::lock() {
     const boost::thread::id self = boost::this_thread::get_id();
     {
-        const Guard guard(ownerMutex_);
+        const Base::CLock guard(ownerMutex_);
         if (owner_ == self) {
             // Nobody but this thread can change that.
             ++count_;
@@ -24,7 +16,7 @@ void CRecursiveLock::lock() {
         }
     }
     mutex_.lock();
-    const Guard guard(ownerMutex_);
+    const Base::CLock guard(ownerMutex_);
     owner_ = self;
     count_ = 1;
 }
@@ -34,7 +26,7 @@ void CRecursiveLock::unlock() {
         return;
     }
     {
-        const Guard guard(ownerMutex_);
+        const Base::CLock guard(ownerMutex_);
         owner_ = boost::thread::id();
     }
     mutex_.unlock();

@@ -3,10 +3,9 @@
 // Threads: any. Has the shape that boost::unique_lock needs, too.
 #pragma once
 
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
-#include "base/ThreadAnnotations.h"
+#include "base/Mutex.h"
 
 namespace Kyr::Connectors::Common {
 
@@ -25,8 +24,8 @@ class KYR_CAPABILITY("recursive lock") CRecursiveLock {
   private:
     unsigned count_ = 0;  // belongs to the owner
 
-    mutable boost::mutex ownerMutex_;  // guards owner_ only, which other threads compare with
-    boost::thread::id owner_;
+    Base::CMutex ownerMutex_;
+    boost::thread::id owner_ KYR_GUARDED_BY(ownerMutex_);  // other threads compare with it
 
     boost::mutex mutex_;  // held by the owner
 };
