@@ -87,10 +87,12 @@ NtStatus KYR_NTAPI AlpcInitializeMessageAttribute(std::uint32_t attributes,
     if ((attributes & ~Detail::kKnown) != 0 || requiredSize == nullptr) {
         return NtApi::kStatusInvalidParameter;
     }
+    // Told in every case: callers ask with no buffer first.
     *requiredSize = Detail::RequiredSize(attributes);
     if (buffer == nullptr || bufferSize < *requiredSize) {
         return NtApi::kStatusBufferTooSmall;
     }
+    // The bodies stay as they are, as with the system.
     buffer->AllocatedAttributes = attributes;
     buffer->ValidAttributes = 0;
     return NtApi::kStatusSuccess;
@@ -101,6 +103,7 @@ void* KYR_NTAPI AlpcGetMessageAttribute(AlpcMessageAttributes* buffer, std::uint
         return nullptr;
     }
     std::size_t offset = sizeof(AlpcMessageAttributes);
+    // Whether the attribute is valid is not asked: with the system, too, the caller has to look.
     for (const Detail::CAttributeSize& item : Detail::kAttributes) {
         if (item.bit == attribute) {
             return reinterpret_cast<std::uint8_t*>(buffer) + offset;

@@ -17,6 +17,7 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
 
+// An advanced message is header and data and nothing behind them.
 NtStatus CheckMessage(const std::uint8_t* message, std::size_t limit) {
     if (TotalLength(message) != kHeader + DataLength(message)) {
         return kStatusInvalidParameter;
@@ -32,6 +33,8 @@ CAlpcClientPort::CAlpcClientPort(std::shared_ptr<CClientConnection> connection, 
       memory_(connection_->SendPool(), connection_->ReceivePool()) {}
 
 void CAlpcClientPort::OnClose() {
+    // First, so that threads inside an exchange leave. What one of them still adds is cleared at
+    // the end of the object.
     Disconnect();
     memory_.Clear();
 }
@@ -49,11 +52,14 @@ NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
     if (synchronous && (call.receiveMessage == nullptr || call.bufferLength == nullptr)) {
         return kStatusLpcReceiveBufferExpected;
     }
-    // Requests whose reply is received by another call do not exist here.
+    // What is left over: neither flag, both ends of a release, or no message (AlpcClient.h).
     if ((!release && !synchronous) || call.sendMessage == nullptr ||
         (release && call.receiveMessage != nullptr)) {
         return kStatusInvalidParameter;
     }
+    // The port itself set this flag in a message that it delivered. So this is that message, sent
+    // back to be released, and no new one. Nothing goes out: the server learns of freed memory with
+    // the next packet.
     if (release && (MessageType(call.sendMessage) & kLpcContinuationRequired) != 0) {
         return Release(call);
     }
@@ -63,17 +69,21 @@ NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
     }
     COutgoingPacket packet(synchronous ? EPacket::Request : EPacket::Datagram);
     packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
+    // Kept until the call is over: another thread may delete the section meanwhile.
     std::shared_ptr<CPortSection> section;
     if (const AlpcDataViewAttr* view = SentView(call.sendAttributes)) {
         status = memory_.PrepareView(*view, section);
         if (status != kStatusSuccess) {
             return status;
         }
+        // The server is told that the section is a secure one; the other flags are for our end.
         packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
     }
     const bool autoRelease =
         section && (SentView(call.sendAttributes)->Flags & kAlpcViewAutoRelease) != 0;
     status = Request(call, packet);
+    // The flag lets the view end with its message, so that the caller need not delete it. On a dead
+    // port the view stays the caller's, whether the message got out or not.
     if (autoRelease && status != kStatusPortDisconnected) {
         memory_.ViewSent(*section);
     }
@@ -81,6 +91,7 @@ NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
 }
 
 NtStatus CAlpcClientPort::Release(const CAlpcCall& call) {
+    // A view that the caller marks goes with its message. Unmarked, it stays until it is deleted.
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     const bool unmap = view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
     return memory_.ReleaseMessage(ReadIds(EDialect::Alpc, call.sendMessage).messageId, unmap);
@@ -93,6 +104,7 @@ NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet
     if (packet.head.kind == EPacket::Datagram) {
         result = connection_->Post(packet, deadline);
     } else {
+        // The reply goes straight into the caller's buffer, on whichever thread it is read.
         exchange.reply = call.receiveMessage;
         exchange.capacity = *call.bufferLength;
         result = connection_->Exchange(packet, exchange, deadline);
@@ -100,6 +112,7 @@ NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet
     switch (result) {
         case EExchange::TimedOut:
             return kStatusTimeout;
+        // The server was gone before the request; below, with the request in its hands.
         case EExchange::NotSent:
             return kStatusPortDisconnected;
         case EExchange::Lost:
@@ -111,8 +124,12 @@ NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet
 }
 
 NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) {
+    // The buffer may still tell of the view of an earlier reply.
     ClearValid(call.receiveAttributes);
     const bool fits = exchange.replyLength <= exchange.capacity;
+    // A reply that does not fit is lost; the caller learns its length. One whose header contradicts
+    // its length breaks the rules: the connection ends. A view goes back in both cases, as nobody
+    // will see it.
     if (!fits || exchange.replyLength < kHeader ||
         TotalLength(call.receiveMessage) != exchange.replyLength ||
         CheckMessage(call.receiveMessage, exchange.replyLength) != kStatusSuccess) {
@@ -126,17 +143,20 @@ NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) 
         connection_->Disconnect();
         return AlpcServerGoneStatus();
     }
+    // The caller made no room for a view. It gets the reply without.
     if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
         connection_->ReceivePool().Free(exchange.view.slot);
         exchange.view = {};
     }
     const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
     CMessageIds ids = ReadIds(EDialect::Alpc, call.receiveMessage);
+    // The server used the id of a message that the caller has not released yet.
     if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
         ClearValid(call.receiveAttributes);
         connection_->Disconnect();
         return AlpcServerGoneStatus();
     }
+    // Fields of the header that the system fills in, whatever the server wrote there.
     ids.processId = connection_->ServerProcessId();
     ids.threadId = exchange.serverThread;
     WriteIds(EDialect::Alpc, call.receiveMessage, ids);
@@ -165,6 +185,7 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
     if (portAttributes != nullptr) {
         limit = std::min(limit, portAttributes->MaxMessageLength);
     }
+    // No data, and a total length of the header alone: what a client without a message sends.
     std::uint8_t empty[kHeader] = {kHeader & 0, 0, kHeader, 0};
     auto* const message =
         connectionMessage != nullptr ? static_cast<std::uint8_t*>(connectionMessage) : empty;
@@ -195,6 +216,8 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
             *bufferLength = answer.size();
         }
     }
+    // Each end has a limit of its own. The shorter one holds, so that a message too long fails here
+    // and not on the way.
     limit = std::min(limit, serverLimit);
     *port = AddHandle(std::make_shared<CAlpcClientPort>(std::move(connection), limit));
     return *port != nullptr ? kStatusSuccess : kStatusNoMemory;

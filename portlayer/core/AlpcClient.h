@@ -1,4 +1,14 @@
 // The client's handle of an advanced port.
+//
+// What one call of NtAlpcSendWaitReceivePort does goes by its flags. "Synchronous" (0x20000) waits
+// for the reply, "release" (0x10000) gives the message up:
+//   synchronous  release  receive buffer
+//   yes          no       yes             a request; returns with its reply
+//   no           yes      no              a datagram; of a type with 0x2000: gives a received
+//                                         message back, and sends nothing
+//   yes          no       no              C0000705
+//   yes          yes      -               C00000F0
+// All else is C000000D: requests whose reply another call receives do not exist here.
 #pragma once
 
 #include "portlayer/core/AlpcMemory.h"

@@ -24,9 +24,12 @@ NtStatus CAlpcMemory::CreateSection(std::size_t size, Handle& section, std::size
     if (!pool_.Acquire(size, area)) {
         return kStatusNoMemory;
     }
+    // The system gives whole pages and tells how much.
     const std::size_t rounded = (size + kPageSize - 1) / kPageSize * kPageSize;
     const auto created = std::make_shared<CPortSection>(pool_, area, rounded);
     const std::lock_guard<std::mutex> lock(mutex_);
+    // Section handles are a port's own, numbered like the system's: never null, and multiples of
+    // four.
     lastHandle_ += 4;
     created->handle = reinterpret_cast<Handle>(lastHandle_);
     sections_.push_back(created);
@@ -80,6 +83,8 @@ NtStatus CAlpcMemory::CreateView(AlpcDataViewAttr& view) {
 
 NtStatus CAlpcMemory::DeleteView(const void* base) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // Views that were made here and views that were received here are mapped at the same time, so
+    // that an address is of one of them.
     for (const auto& section : sections_) {
         if (section->view && section->area.base == base) {
             EndOwnView(*section);
@@ -130,6 +135,7 @@ void CAlpcMemory::EndOwnView(CPortSection& section) {
 
 bool CAlpcMemory::AddReceived(std::uint32_t messageId, const CReceivedView& view,
                               bool needsRelease) {
+    // Nothing that could be released: most messages.
     const bool hasView = view.slot != kNoSlot;
     if (!hasView && !needsRelease) {
         return true;

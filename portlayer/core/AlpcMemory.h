@@ -27,6 +27,7 @@ class CPortSection {
     const CSendArea area;
     const std::size_t size;
     // Guarded by the mutex of CAlpcMemory.
+    // A section ends when both are gone, in either order.
     NtApi::Handle handle = nullptr;    // null when deleted; the view may still stand
     std::unique_ptr<CLiveCount> view;  // null when there is none
 
@@ -63,6 +64,8 @@ class CAlpcMemory {
     void Clear();
 
   private:
+    // A received message stays known while one of the two is true. They end in either order: the
+    // release of the message may leave its view standing, and a view may be deleted before.
     struct Received {
         std::uint32_t messageId;
         CReceivedView view;

@@ -28,6 +28,8 @@ NtStatus Send(CServerPort& port, const CAlpcCall& call) {
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     std::shared_ptr<CPortSection> section;
     std::shared_ptr<CServerConnection> owner;  // of the section
+    // Called when the message is an open request, with the request's connection: the view's section
+    // must be one of that connection. What it refuses leaves the request open.
     const auto fill = [&](COutgoingPacket& packet,
                           const std::shared_ptr<CServerConnection>& connection) {
         if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
@@ -45,10 +47,14 @@ NtStatus Send(CServerPort& port, const CAlpcCall& call) {
             }
             packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
         }
+        // A view must be given back, and so the message that brings it; "released" holds for a
+        // reply without one.
         packet.head.flags = release && view == nullptr ? 0 : kPacketContinuation;
         return kStatusSuccess;
     };
     const NtStatus status = AnswerRequest(port, ids, fill);
+    // No request that waits. It may be a datagram that came with a view: sent back with the flag,
+    // it is released. Else there is nobody to send it to.
     if (status == kStatusReplyMessageMismatch) {
         return release ? Release(port, call, ids.messageId) : kStatusInvalidMessage;
     }
@@ -74,6 +80,8 @@ bool Deliver(const CAlpcCall& call, CIncomingMessage& message) {
         message.connection->ReceivePool().Free(message.view.slot);
         message.view = {};
     }
+    // A request is released by its reply. A datagram with a view has none, and must be sent back.
+    // Ids are this layer's own, so that no message of the same id waits already.
     const bool isDatagram = (message.type & kMessageKindMask) == kLpcDatagram;
     message.connection->Memory().AddReceived(
         message.ids.messageId, message.view,
@@ -85,6 +93,7 @@ NtStatus Receive(CServerPort& port, const CAlpcCall& call) {
     auto scratch = port.TakeScratch();
     NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
     if (status == kStatusSuccess && !Deliver(call, scratch->message)) {
+        // A short buffer costs no message: the next receive yields it.
         port.PutBack(*scratch);
         status = kStatusBufferTooSmall;
     }
@@ -95,11 +104,13 @@ NtStatus Receive(CServerPort& port, const CAlpcCall& call) {
 }  // namespace
 
 NtStatus ServerSendWaitReceive(CServerPort& port, const CAlpcCall& call) {
+    // Servers answer; requests of theirs to clients do not exist here.
     if ((call.flags & kAlpcSynchronous) != 0 ||
         (call.receiveMessage != nullptr && call.bufferLength == nullptr)) {
         return kStatusInvalidParameter;
     }
     if (call.sendMessage != nullptr) {
+        // Reply and next receive are one call. After a reply that failed nothing is received.
         const NtStatus status = Send(port, call);
         if (status != kStatusSuccess) {
             return status;

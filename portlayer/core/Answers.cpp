@@ -10,6 +10,8 @@ using EState = CServerConnection::EState;
 }  // namespace
 
 bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids) {
+    // Legacy servers name a request by all its ids, and a port does not answer the requests of
+    // another. The connection may outlive its port: hence the number.
     return record.IsOpen() && !record.isConnectionRequest &&
            record.ids.messageId == ids.messageId &&
            (port.Dialect() == EDialect::Alpc || record.ids == ids) &&
@@ -41,9 +43,11 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         if (!record->IsOpen() || !record->isConnectionRequest || !(record->ids == ids)) {
             return kStatusReplyMessageMismatch;
         }
+        // From here on this thread alone answers, though it has let the lock go.
         record->answered = true;
         connection = record->connection;
     }
+    // Whatever becomes of it now, it cannot be answered again.
     EndPendingMessage(record);
     const auto port = connection->Port();
     if (!port || port->Dialect() != dialect) {
@@ -55,9 +59,12 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         port->Drop(connection);
         return kStatusSuccess;
     }
+    // All that belongs to the connection is set before it is Accepted: another thread may complete
+    // it, or receive its end, from then on.
     connection->SetContext(context);
     const auto* const bytes = static_cast<const std::uint8_t*>(connectionRequest);
     connection->SetConnectionAnswer({bytes, bytes + TotalLength(bytes)});
+    // The client has gone since its request was received.
     if (!connection->ChangeState(EState::Requested, EState::Accepted)) {
         return kStatusPortDisconnected;
     }
@@ -66,11 +73,13 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         port->Drop(connection);
         return kStatusNoMemory;
     }
+    // Legacy clients wait until NtCompleteConnectPort.
     if (dialect == EDialect::Lpc) {
         return kStatusSuccess;
     }
     const NtStatus status = CompleteConnection(*connection);
     if (status != kStatusSuccess) {
+        // Closing it drops the connection.
         RemoveHandle(handle);
         handle = nullptr;
     }
@@ -85,6 +94,7 @@ NtStatus CompleteConnection(CServerConnection& connection) {
     }
     const std::vector<std::uint8_t> answer = connection.TakeConnectionAnswer();
     COutgoingPacket packet(EPacket::Accepted);
+    // So the client finds messages too long by itself.
     packet.head.flags = static_cast<std::uint32_t>(port->Limits().message);
     packet.SetMessage(answer.data(), answer.size());
     return connection.Send(packet);

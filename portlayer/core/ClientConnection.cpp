@@ -15,10 +15,18 @@ using namespace NtApi;
 
 }  // namespace
 
+/// A thread inside an exchange. It stands on that thread's stack, and in the list from before its
+/// request is sent until it leaves. What it is doing:
+///   leads  waits
+///   yes    no     sends its request, or reads the channel; nobody else may read
+///   no     no     sends its request, or is on its way to one of the other two
+///   no     yes    sleeps, until its reply has come or somebody has to read
 struct CClientConnection::CWaiter {
     explicit CWaiter(CExchange& theExchange) : exchange(theExchange) {}
 
     CExchange& exchange;
+    // Guarded by mutex_; its own thread may read what it alone writes, `number` and `leads`,
+    // without.
     std::uint32_t number = 0;
     bool replied = false;
     bool leads = false;
@@ -35,6 +43,7 @@ struct CClientConnection::CWaiter {
         if (deadline.IsNever()) {
             wake->wait(lock);
         } else {
+            // It may wake for nothing or too early: the caller looks at everything anew.
             wake->wait_until(lock, deadline.At());
         }
         waits = false;
@@ -73,6 +82,8 @@ NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std
     if (channel_->Send(request, pool_, received_, deadline) != ESend::Sent) {
         return kStatusPortConnectionRefused;
     }
+    // Nobody else knows the connection yet: no leader, no number, and the first packet is the
+    // answer.
     EReceive result = EReceive::Nothing;
     while (result == EReceive::Nothing) {
         result = channel_->Receive(deadline, *buffer_, packet_);
@@ -83,6 +94,7 @@ NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std
     if (result != EReceive::Packet || packet_.head.kind != EPacket::Accepted) {
         return kStatusPortConnectionRefused;
     }
+    // An answer brings no memory. Whatever came along is closed.
     packet_.DropHandles();
     serverLimit = packet_.head.flags;
     answer.assign(packet_.message, packet_.message + packet_.head.messageLength);
@@ -91,6 +103,13 @@ NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std
 
 EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchange,
                                       const CDeadline& deadline) {
+    // 1. Into the list before the request is sent: whoever reads the channel may read the reply
+    //    before the send has returned.
+    // 2. The right to read is taken along at once when it is free, which spares a thread that is
+    //    alone a second turn at the lock. Nobody reads while it sends.
+    // 3. With the request sent, the leader reads; the others sleep until their reply has come or it
+    //    is their turn to read.
+    // 4. Out of the list, and the right to read to somebody who still waits.
     CWaiter waiter(exchange);
     std::unique_lock<std::mutex> lock(mutex_);
     waiter.number = ++lastExchange_;
@@ -102,6 +121,7 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     packet.head.exchange = waiter.number;
     packet.head.threadId = CurrentThreadId();
     const ESend sent = SendRequest(packet, waiter, deadline);
+    // Either way the lock is held afterwards.
     if (sent == ESend::Sent && waiter.leads) {
         Lead(lock, waiter, deadline);
     } else {
@@ -111,7 +131,11 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     if (sent != ESend::Sent) {
         result = sent == ESend::TimedOut ? EExchange::TimedOut : EExchange::NotSent;
     } else {
+        // A reply that came at the last moment counts, also when the connection has been lost
+        // since.
         while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
+            // Before sleeping, every time: nobody wakes a thread that was still sending when the
+            // leader left.
             if (TryToLead(waiter)) {
                 lock.unlock();
                 Lead(lock, waiter, deadline);
@@ -137,12 +161,14 @@ ESend CClientConnection::SendRequest(COutgoingPacket& packet, CWaiter& waiter,
     if (IsLost()) {
         return ESend::Closed;
     }
+    // Without waiting: as long as this thread leads, nobody reads.
     const ESend sent = channel_->Send(packet, pool_, received_, CDeadline::Now());
     if (sent != ESend::TimedOut || deadline.HasPassed()) {
         return sent;
     }
     {
-        // The server may first have to get rid of replies: somebody who waits for one reads them.
+        // The server may first have to get rid of replies before it reads on, and it drops a client
+        // that leaves its replies unread. So somebody who waits for one reads now.
         const std::lock_guard<std::mutex> lock(mutex_);
         PassLeadership(waiter);
     }
@@ -160,6 +186,7 @@ EExchange CClientConnection::Post(COutgoingPacket& packet, const CDeadline& dead
         case ESend::TimedOut:
             return EExchange::TimedOut;
         default:
+            // Nobody may be reading who would notice.
             Disconnect();
             return EExchange::NotSent;
     }
@@ -176,12 +203,15 @@ bool CClientConnection::TryToLead(CWaiter& waiter) {
 void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter,
                              const CDeadline& deadline) {
     for (;;) {
+        // The lock is free while this thread waits, and held while it hands over: waiters stand on
+        // the stacks of their threads, which need it to leave.
         const EReceive result = channel_->Receive(deadline, *buffer_, packet_);
         lock.lock();
         if (result == EReceive::Nothing) {
             return;
         }
         if (result != EReceive::Packet || !Dispatch(packet_)) {
+            // The reading thread leaves at once, and so do all others.
             Lose();
         }
         packet_.DropHandles();
@@ -194,6 +224,7 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter
 }
 
 bool CClientConnection::Dispatch(CIncomingPacket& packet) {
+    // Also from packets that are nobody's.
     pool_.TakeBack(packet.head.freedSlots);
     CWaiter* const waiter = FindWaiter(packet.head.exchange);
     if (packet.head.kind == EPacket::Reply) {
@@ -203,10 +234,14 @@ bool CClientConnection::Dispatch(CIncomingPacket& packet) {
         // A fetch for a request that is not waiting any more: the server sees its stream end.
         return waiter == nullptr || HandOverEntry(packet, waiter->exchange.entries);
     }
+    // All other kinds come before a connection is complete, or from clients.
     return false;
 }
 
 bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
+    // Memory is taken out of late replies, too, and given back below and in TakeWrites: the server
+    // would run out of slots otherwise. The bytes of a late reply go nowhere, as the memory that
+    // they are for may be gone.
     std::size_t handle = 0;
     CReceivedView view;
     const bool isWaitedFor = waiter != nullptr;
@@ -215,6 +250,7 @@ bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
                     received_)) {
         return false;
     }
+    // Timed out, or answered already: a server has one reply for each request.
     if (waiter == nullptr || waiter->replied) {
         if (view.slot != kNoSlot) {
             received_.Free(view.slot);
@@ -246,8 +282,8 @@ void CClientConnection::PassLeadership(CWaiter& from) {
         from.leads = false;
         hasLeader_ = false;
     }
-    // Not only a leader's task: one that was woken to lead may have come too late for its own
-    // reply.
+    // Not only a leader's task. A thread that was woken to lead may find its own reply there, or
+    // its time up, and leave; the one that woke it relies on it.
     if (hasLeader_) {
         return;
     }
@@ -261,6 +297,7 @@ void CClientConnection::PassLeadership(CWaiter& from) {
 }
 
 void CClientConnection::Disconnect() {
+    // First, so that whoever is woken by the end of the channel knows why.
     lost_.store(true);
     // Wakes the thread that reads, which wakes the others.
     channel_->Shutdown();

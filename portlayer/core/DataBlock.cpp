@@ -15,6 +15,7 @@ NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, CDat
         return NtApi::kStatusInvalidParameter;
     }
     const std::size_t count = LoadField<std::uint32_t>(message, offset);
+    // The count is the sender's word: it is compared by a division, as its product could overflow.
     const std::size_t room = totalLength - offset - layout.dataEntries;
     if (count > room / layout.dataEntrySize || count > kMaxDataEntries) {
         return NtApi::kStatusInvalidParameter;
@@ -23,6 +24,7 @@ NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, CDat
         const std::size_t at = offset + layout.dataEntries + i * layout.dataEntrySize;
         const std::uint64_t base = layout.isWide ? LoadField<std::uint64_t>(message, at)
                                                  : LoadField<std::uint32_t>(message, at);
+        // 32-bit processes write 64-bit addresses on some systems (ntapi/PortMessage.h).
         if (base > UINTPTR_MAX) {
             return NtApi::kStatusInvalidParameter;
         }

@@ -24,6 +24,7 @@ CDeadline CDeadline::FromNative(const std::int64_t* timeout) {
             std::chrono::duration_cast<std::chrono::nanoseconds>(now).count() / 100 + kTicksTo1970;
         ticks = std::max<std::int64_t>(0, *timeout - nowTicks);
     } else {
+        // Zero or relative. The smallest number has no positive counterpart.
         ticks = *timeout == INT64_MIN ? INT64_MAX : -*timeout;
     }
     const std::chrono::nanoseconds longest = kLongestWait;
@@ -42,6 +43,8 @@ int CDeadline::PollMilliseconds() const {
         return 0;
     }
     const auto left = std::chrono::ceil<std::chrono::milliseconds>(*at_ - Clock::now()).count();
+    // Rounded up, so that a wait does not end just before the deadline and is tried again at once.
+    // An hour at most, which fits the int: who waits looks at the deadline again.
     return static_cast<int>(std::clamp<std::int64_t>(left, 0, std::int64_t{1000} * 60 * 60));
 }
 

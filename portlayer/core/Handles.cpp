@@ -40,6 +40,7 @@ NtApi::Handle Encode(std::uint32_t index, std::uint32_t generation) {
 
 /// REQUIRES: the table's mutex is held.
 Entry* Decode(Table& table, NtApi::Handle handle) {
+    // A handle without the mark gains it here, above the generation, and so matches none.
     const std::uintptr_t value = reinterpret_cast<std::uintptr_t>(handle) ^ kMark;
     const std::uintptr_t index = value >> 2 & ((1u << kIndexBits) - 1);
     if ((value & 3) != 0 || index >= table.entries.size()) {
@@ -57,7 +58,8 @@ NtApi::Handle AddHandle(std::shared_ptr<CObject> object) {
     Table& table = TheTable();
     const std::lock_guard<std::mutex> lock(table.mutex);
     std::uint32_t index = 0;
-    // A few entries rest before the first one is used again.
+    // Generations come round. A few entries rest before the first one is used again, so that a
+    // stale handle of a busy process stays stale.
     if (table.free.size() < 64 && table.entries.size() < 1u << kIndexBits) {
         index = static_cast<std::uint32_t>(table.entries.size());
         table.entries.emplace_back();
@@ -93,6 +95,8 @@ bool RemoveHandle(NtApi::Handle handle) {
         entry->generation = entry->generation % ((1u << kGenerationBits) - 1) + 1;
         table.free.push_back(static_cast<std::uint32_t>(entry - table.entries.data()));
     }
+    // Without the lock: it wakes threads that look handles up and may close handles itself. The
+    // object lives on while one of them still holds it.
     object->OnClose();
     return true;
 }

@@ -26,6 +26,7 @@ class CLpcClientPort final : public CObject {
     const std::size_t limit;
 };
 
+// A legacy message may be longer than its data: the data block stands behind them.
 NtStatus CheckMessage(const CLpcClientPort& port, const void* message, CDataBlock& block) {
     if (TotalLength(message) > port.limit) {
         return kStatusPortMessageTooLong;
@@ -36,6 +37,7 @@ NtStatus CheckMessage(const CLpcClientPort& port, const void* message, CDataBloc
     return ReadDataBlock(message, TotalLength(message), block);
 }
 
+// The caller trusts the lengths in the header, and its buffer holds the longest message, no more.
 bool IsValidReply(const std::uint8_t* reply, std::size_t length) {
     return length >= LpcLayout().headerSize && length <= LpcLayout().maxMessage &&
            TotalLength(reply) == length && LpcLayout().headerSize + DataLength(reply) <= length;
@@ -51,6 +53,7 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
         return kStatusInvalidParameter;
     }
     const std::size_t header = LpcLayout().headerSize;
+    // The system makes a message of the connection data; the server receives it like any other.
     std::uint8_t message[kLongestLpcMessage] = {};
     const std::size_t infoLength =
         connectionInfo != nullptr && connectionInfoLength != nullptr ? *connectionInfoLength : 0;
@@ -76,6 +79,8 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
     }
     limit = std::min(limit, LpcLayout().maxMessage);
     if (infoLength != 0) {
+        // The answer replaces what was sent, and may be shorter, never longer: the buffer is that
+        // long.
         const std::size_t length =
             std::min(infoLength, answer.size() > header ? answer.size() - header : std::size_t{0});
         std::memcpy(connectionInfo, answer.data() + header, length);
@@ -98,6 +103,7 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
     if (status != kStatusSuccess) {
         return status;
     }
+    // The server may read the memory of requests while they wait. A one-way message does not wait.
     if (DataInfoOffset(request) != 0) {
         return kStatusInvalidParameter;
     }
@@ -123,12 +129,15 @@ NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* re
     const std::uint32_t slot = SendEntries(packet, block, connection.SendPool());
     CExchange exchange;
     exchange.reply = static_cast<std::uint8_t*>(reply);
+    // The call has no length for the reply: its buffer must hold the longest message.
     exchange.capacity = LpcLayout().maxMessage;
     exchange.entries = &block;
     const EExchange result = connection.Exchange(packet, exchange, CDeadline::Never());
+    // However it ended. If the server holds the slot still, it is free with its return.
     if (slot != kNoSlot) {
         connection.SendPool().Release(slot);
     }
+    // The system tells a server that was gone before from one that went while the client waited.
     if (result == EExchange::NotSent) {
         return kStatusPortDisconnected;
     }

@@ -23,6 +23,7 @@ NtStatus Reply(const CServerPort& port, const void* reply) {
     if (TotalLength(reply) > port.Limits().message) {
         return kStatusPortMessageTooLong;
     }
+    // Data blocks belong to requests: nobody waits for a reply to be read.
     if (LpcLayout().headerSize + DataLength(reply) > TotalLength(reply) ||
         DataInfoOffset(reply) != 0) {
         return kStatusInvalidParameter;
@@ -38,6 +39,8 @@ NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadli
     auto scratch = port.TakeScratch();
     const NtStatus status = port.Receive(*scratch, deadline);
     if (status == kStatusSuccess) {
+        // The call has no length for the buffer. Messages are no longer than the port's limit
+        // (ServerPort.cpp), which the server chose.
         const CIncomingMessage& message = scratch->message;
         std::memcpy(receive, message.bytes, message.length);
         StoreField(receive, kTypeOffset, message.type);
@@ -76,6 +79,7 @@ NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
 
 NtStatus KYR_NTAPI NtListenPort(Handle handle, void* connectionRequest) {
     for (;;) {
+        // Anything but a connection request is passed over: the call has no way to hand it out.
         const NtStatus status = NtReplyWaitReceivePort(handle, nullptr, nullptr, connectionRequest);
         const std::uint16_t kind = MessageType(connectionRequest) & kMessageKindMask;
         if (status != kStatusSuccess || kind == kLpcConnectionRequest) {

@@ -6,9 +6,13 @@ namespace Kyr::PortLayer::Detail {
 
 namespace {
 
-// "KyP2": changes with the layout of packets.
+// "KyP2": changes with the layout of packets, so that ends of two builds do not take one for the
+// other.
 constexpr std::uint32_t kMagic = 0x3250794B;
 
+/// Whether bytes and handles are neither too few nor too many: each inline transfer has its bytes,
+/// each memory that is new to us its handle, and nothing is left over. TakeView and what reads
+/// transfers may then take both in this order without checking.
 bool TransfersFit(const CIncomingPacket& packet) {
     std::uint64_t inlineLeft = packet.head.inlineLength;
     std::size_t handlesLeft = packet.handleCount;
@@ -30,6 +34,7 @@ bool TransfersFit(const CIncomingPacket& packet) {
             inlineLeft -= record.size;
         }
     }
+    // The stream of a fetch is a handle, too.
     if (packet.head.kind == EPacket::Fetch && !takeHandle(1)) {
         return false;
     }
@@ -91,11 +96,13 @@ bool ParsePacket(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket&
         return false;
     }
     std::memcpy(&head, buffer.bytes.data(), sizeof head);
+    // Each length by itself first: the sum below cannot overflow then.
     if (head.magic != kMagic || head.messageLength > NtApi::kAlpcMaxMessage ||
         head.transferCount > kMaxDataEntries || head.inlineLength > kMaxInline ||
         (head.viewSlot != kNoSlot && head.viewSlot >= kMaxSlots)) {
         return false;
     }
+    // A packet is one message of its channel, so that its size is a statement of its own.
     const std::size_t records = head.transferCount * sizeof(CTransferRecord);
     if (size != sizeof head + head.messageLength + records + head.inlineLength) {
         return false;
@@ -112,10 +119,13 @@ bool TakeView(CIncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
     if (head.viewSlot == kNoSlot) {
         return true;
     }
+    // Only memory that is new comes with a handle; known memory is named by its slot alone.
     if (head.viewSlotSize != 0 &&
         !pool.Announce(head.viewSlot, head.viewSlotSize, packet.handles[handle++])) {
         return false;
     }
+    // Refused while the slot is held here: the sender promised not to touch it until it is given
+    // back.
     const std::uint8_t* const base = pool.Hold(head.viewSlot, head.viewSize);
     if (base == nullptr) {
         return false;
@@ -126,9 +136,11 @@ bool TakeView(CIncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
 
 CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed)
     : packet_(packet), pool_(pool), freed_(freed) {
+    // Before the packet is sent, in the order in which the receiver takes the handles.
     if (packet.head.viewSlot != kNoSlot) {
         packet.head.viewSlotSize = Lend(packet.head.viewSlot, packet.head.viewMemory);
     }
+    // Records of transfers hold no names: where handles do not travel, no transfers do.
     std::uint64_t unnamed = 0;
     for (std::size_t i = 0; i < packet.transferCount; ++i) {
         const COutgoingPacket::Transfer& transfer = packet.transfers[i];
@@ -139,6 +151,7 @@ CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool&
         handles[handleCount++] = packet.stream;
     }
     packet.head.transferCount = static_cast<std::uint32_t>(packet.transferCount);
+    // Last, so that the packet brings back as much as it can.
     packet.head.freedSlots = freed.TakeFreed();
 }
 
@@ -168,6 +181,7 @@ void CPacketLoan::Sent() {
 }
 
 void CPacketLoan::NotSent() {
+    // The next packet takes them.
     freed_.PutBack(packet_.head.freedSlots);
     ForEachSlot([this](std::uint32_t slot) { pool_.NotSent(slot); });
 }

@@ -6,7 +6,9 @@ namespace Kyr::PortLayer::Detail {
 
 namespace {
 
-// Ids hold the place in the table and a generation, so that an answered message stays unknown.
+// An id is the place in the table, and above it the generation of that place: an answered message
+// stays unknown although its place is used again. Generations begin with 1, so that no id is 0, and
+// end where ids would become negative as signed numbers.
 constexpr std::uint32_t kIndexBits = 14;
 constexpr std::uint32_t kMaxPending = 1u << kIndexBits;
 constexpr std::uint32_t kGenerations = 1u << (31 - kIndexBits);
@@ -33,6 +35,7 @@ Registry& TheRegistry() {
 }  // namespace
 
 void CPendingMessage::Clear() {
+    // First: it gives memory back to the connection, which the last line lets go.
     ClearRequestData(*this);
     if (open && !isConnectionRequest) {
         connection->CountRequest(-1);
@@ -59,7 +62,9 @@ std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>&
         return nullptr;
     }
     Entry& entry = registry.entries[index];
-    // A thread that looked the old message up may still hold its record: it gets a new one then.
+    // A thread that looked the old message up may still hold its record. It would take the new
+    // message for the old one, and end it. So it keeps that record, and this message gets another.
+    // Records are handed out under the registry's lock alone: a count of one cannot grow meanwhile.
     if (!entry.record || entry.record.use_count() != 1) {
         entry.record = std::make_shared<CPendingMessage>();
     }
@@ -82,6 +87,8 @@ std::shared_ptr<CPendingMessage> FindPendingMessage(std::uint32_t messageId) {
 
 void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message) {
     Registry& registry = TheRegistry();
+    // One lock after the other, as the registry's comes first where both are held. In between the
+    // id is still found, but names nothing that is open.
     std::uint32_t messageId = 0;
     {
         const std::lock_guard<std::mutex> lock(message->mutex);
@@ -91,6 +98,7 @@ void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message) {
     const std::lock_guard<std::mutex> lock(registry.mutex);
     const std::uint32_t index = messageId & (kMaxPending - 1);
     Entry& entry = registry.entries[index];
+    // Ending a message twice does no harm: the generation has moved on.
     if (entry.used && entry.generation == messageId >> kIndexBits) {
         entry.used = false;
         entry.generation = entry.generation % (kGenerations - 1) + 1;
@@ -99,6 +107,7 @@ void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message) {
 }
 
 void EndPendingMessagesOf(const CServerConnection* connection) {
+    // Gathered first and ended afterwards, because ending takes the registry's lock.
     std::vector<std::shared_ptr<CPendingMessage>> ended;
     Registry& registry = TheRegistry();
     {

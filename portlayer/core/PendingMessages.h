@@ -19,6 +19,11 @@ namespace Kyr::PortLayer::Detail {
 
 class CServerConnection;
 
+// What the two flags say:
+//   open  answered
+//   no    no        free, being filled, or a datagram's, which is never delivered as a record
+//   yes   no        the server may use the data of the request, and answer it
+//   yes   yes       one thread is sending the answer; all others find the message unknown
 struct CPendingMessage {
     std::mutex mutex;
     // Guarded by mutex.

@@ -23,6 +23,7 @@ CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, s
 
 NtApi::NtStatus CServerConnection::Send(COutgoingPacket& packet) {
     packet.head.threadId = CurrentThreadId();
+    // Nearly always there is room at once, and the clock need not be read for a deadline.
     ESend result = channel_->Send(packet, pool_, received_, CDeadline::Now());
     if (result == ESend::TimedOut) {
         result = channel_->Send(packet, pool_, received_, CDeadline::In(kSendPatience));

@@ -19,7 +19,14 @@ class CServerPort;
 
 class CServerConnection {
   public:
-    /// Anonymous: the connection request has not come. Requested: the server has not answered it.
+    /// How far a connection has come, and what the client may send meanwhile:
+    ///   Anonymous  a channel without a name: its connection request, and nothing else
+    ///   Requested  nothing: the server has not answered the connection request
+    ///   Accepted   nothing: legacy servers complete a connection by a second call
+    ///   Connected  requests and datagrams
+    ///   Closed     nothing; whoever closes first learns the state before
+    /// States only go down this list, and one caller alone makes each step. The server is told of
+    /// the end of a connection that was Accepted or Connected; it never answered for the others.
     enum class EState { Anonymous, Requested, Accepted, Connected, Closed };
 
     CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,

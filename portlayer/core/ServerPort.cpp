@@ -21,8 +21,9 @@ constexpr std::size_t kMaxConnections = 256;
 constexpr int kLateLooks = 4;
 std::atomic<std::uint64_t> lastPort{0};
 
-/// Another thread may have dropped the connection, and ended its messages, before this one stood
-/// among them.
+/// The last step of taking a message. Drop closes a connection first and ends its records
+/// afterwards. A record that is made in between would be missed and stay for ever, so that its
+/// maker has to look once more.
 bool IsStillOpen(const CServerConnection& connection,
                  const std::shared_ptr<CPendingMessage>& record) {
     const bool open = connection.State() != CServerConnection::EState::Closed;
@@ -55,6 +56,9 @@ CServerPort::~CServerPort() {
 }
 
 void CServerPort::OnClose() {
+    // The name first: no client comes any more, and the next server may have it. Whoever accepted a
+    // client just now finds `closed_` under the lock and lets it go. Threads that wait are woken
+    // last, when all that they look at says that the port is closed.
     listener_->Close();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -68,6 +72,7 @@ void CServerPort::OnClose() {
 }
 
 std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
+    // One thread that receives again and again gets by without the lock.
     std::unique_ptr<CReceiveScratch> scratch(
         spareScratch_.exchange(nullptr, std::memory_order_acquire));
     if (scratch) {
@@ -85,6 +90,7 @@ std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
 }
 
 void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
+    // What waits here for the next receive must not keep a dropped connection alive.
     scratch->message.connection.reset();
     scratch->message.view = {};
     scratch.reset(spareScratch_.exchange(scratch.release(), std::memory_order_acq_rel));
@@ -96,16 +102,21 @@ void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
 }
 
 NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
+    // Most of what the listener tells is no message: a client that connects, a packet that another
+    // thread has read meanwhile, a connection that ended before it was accepted. So this goes round
+    // until there is a message or the time is up.
     for (int late = 0; late < kLateLooks; late += deadline.HasPassed() ? 1 : 0) {
         if (closed_.load()) {
             return kStatusPortClosed;
         }
+        // Before the channels: it is older than anything that they hold.
         if (hasPutBack_.load() && TakePutBack(scratch.message)) {
             return kStatusSuccess;
         }
         std::uint64_t number = 0;
         switch (listener_->Wait(deadline, number)) {
             case IPortListener::EEvent::Nothing:
+                // Waits end early, too: by a signal, or because they cannot be told so long a time.
                 if (deadline.HasPassed()) {
                     return kStatusTimeout;
                 }
@@ -118,6 +129,7 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
             case IPortListener::EEvent::Readable:
                 break;
         }
+        // Dropped since the listener saw it: no longer found.
         const auto connection = FindConnection(number);
         if (connection && TakePacket(connection, scratch)) {
             return kStatusSuccess;
@@ -128,6 +140,7 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
 
 bool CServerPort::TakePutBack(CIncomingMessage& message) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // What will be true once the first one is taken.
     hasPutBack_ = putBack_.size() > 1;
     if (putBack_.empty()) {
         return false;
@@ -140,6 +153,8 @@ bool CServerPort::TakePutBack(CIncomingMessage& message) {
 
 void CServerPort::PutBack(CReceiveScratch& scratch) {
     CIncomingMessage& message = scratch.message;
+    // The bytes stand in the scratch, which the next receive overwrites. A message that is put back
+    // a second time brings its own.
     if (message.kept.empty()) {
         message.kept.assign(message.bytes, message.bytes + message.length);
     }
@@ -153,7 +168,8 @@ void CServerPort::AcceptClient() {
     std::unique_ptr<IChannel> channel;
     const IPortListener::EAccept accepted = listener_->Accept(channel);
     if (accepted == IPortListener::EAccept::Exhausted && !DropOldestAnonymous()) {
-        // The client stays in front of the door, which would keep us running.
+        // The client stays in the queue of the name, and the listener would tell of it again and
+        // again without end.
         listener_->Rest();
     }
     if (!channel) {
@@ -161,11 +177,14 @@ void CServerPort::AcceptClient() {
     }
     std::unique_lock<std::mutex> lock(mutex_);
     if (connections_.size() >= kMaxConnections) {
+        // Drop takes the lock itself. Others may accept clients meanwhile: so the limit is looked
+        // at again.
         lock.unlock();
         DropOldestAnonymous();
         lock.lock();
     }
     if (closed_ || connections_.size() >= kMaxConnections) {
+        // The channel is destroyed, and so the client sees its connection request fail.
         return;
     }
     const std::uint64_t number = ++lastNumber_;
@@ -207,6 +226,10 @@ std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
 }
 
 CServerConnection::EState CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+    // The order matters. Closed first, so that whoever takes a packet at this moment sees it
+    // (IsStillOpen). Out of the table next, so that one thread alone ends the watching. The channel
+    // is shut down outside the lock: that wakes threads inside it, and the client. The records
+    // last: one that comes even later is ended by the thread that made it.
     const CServerConnection::EState state = connection->Close();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
@@ -223,6 +246,8 @@ CServerConnection::EState CServerPort::Drop(const std::shared_ptr<CServerConnect
 }
 
 NtStatus CServerPort::DeleteView(const void* base) {
+    // The system's call names the connection port and the address; whose view it is has to be found
+    // out.
     for (const auto& connection : Connections()) {
         if (connection->Memory().DeleteView(base) == kStatusSuccess) {
             return kStatusSuccess;
@@ -232,6 +257,7 @@ NtStatus CServerPort::DeleteView(const void* base) {
 }
 
 NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
+    // The message id says it all: ids are unique in the process.
     for (const auto& connection : Connections()) {
         if (connection->Memory().ReleaseMessage(messageId, unmapView) == kStatusSuccess) {
             return kStatusSuccess;
@@ -242,6 +268,7 @@ NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
 
 bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connection,
                              CReceiveScratch& scratch) {
+    // Without waiting: several threads may be told of one packet, and all but one find nothing.
     const EReceive result =
         connection->Channel().Receive(CDeadline::Now(), scratch.buffer, scratch.packet);
     if (result == EReceive::Nothing) {
@@ -250,6 +277,7 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
     if (result != EReceive::Packet) {
         return TakeEnd(connection, scratch);
     }
+    // Packets of every kind bring back what the client has read.
     connection->SendPool().TakeBack(scratch.packet.head.freedSlots);
     CIncomingMessage& message = scratch.message;
     message.connection = connection;
@@ -257,6 +285,8 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
     message.length = scratch.packet.head.messageLength;
     message.view = {};
     message.kept.clear();
+    // Of the header that the client wrote only lengths and data count; what names a message is
+    // filled in here, as the system does. The process is the one that the operating system names.
     message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
     bool valid = false;
     switch (scratch.packet.head.kind) {
@@ -269,21 +299,26 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
         case EPacket::Datagram:
             valid = TakeMessage(connection, scratch, false);
             break;
+        // All other kinds are for servers to send.
         default:
             break;
     }
+    // What was mapped does not need its handle any more; the rest was sent for nothing.
     scratch.packet.DropHandles();
     return valid || TakeEnd(connection, scratch);
 }
 
 bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
                           CReceiveScratch& scratch) {
+    // Drop tells the state before to one caller. So the server hears of each end once, and not at
+    // all when it ended the connection itself or never accepted it.
     const CServerConnection::EState state = Drop(connection);
     if (state != CServerConnection::EState::Connected &&
         state != CServerConnection::EState::Accepted) {
         return false;
     }
     CIncomingMessage& message = scratch.message;
+    // The system's message of a vanished client: a header and no data, of the kind "port closed".
     message.connection = connection;
     message.view = {};
     message.type = kLpcPortClosed;
@@ -298,6 +333,8 @@ bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
 }
 
 bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const {
+    // The packet's own length was checked against the bytes that came. Here the client's header
+    // must tell the same: servers trust it when they read the data.
     const std::size_t length = packet.head.messageLength;
     const std::size_t header = HeaderSize(dialect_);
     return length >= header && length <= limit && TotalLength(packet.message) == length &&
@@ -306,11 +343,15 @@ bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit)
 
 bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
                               CReceiveScratch& scratch) {
-    // Never more than the server's receive buffer holds.
+    // Legacy ports limit connection data by a number of its own; but never more than the server's
+    // receive buffer holds.
     const std::size_t limit =
         dialect_ == EDialect::Lpc
             ? std::min(HeaderSize(dialect_) + limits_.connectionInfo, limits_.message)
             : limits_.message;
+    // A connection request breaks the rules when it is for a port of the other kind, when it brings
+    // memory of any sort, when its lengths do not fit, or when it is not the first. The change of
+    // state comes last: it is the only one that leaves a mark.
     if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
         scratch.packet.handleCount != 0 || scratch.packet.head.transferCount != 0 ||
         scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
@@ -323,6 +364,7 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
     if (!record) {
         return false;
     }
+    // Not counted among the requests of the client: there is one at most.
     record->open = true;
     record->isConnectionRequest = true;
     record->connection = connection;
@@ -337,6 +379,17 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
                               CReceiveScratch& scratch, bool isRequest) {
     CIncomingPacket& packet = scratch.packet;
     CIncomingMessage& message = scratch.message;
+    // A message ends its connection, unless all of this holds:
+    // - the connection is complete: until then a client can only wait;
+    // - its lengths fit each other and the port's limit;
+    // - on a legacy port, its data block lies inside the message;
+    // - it brings memory in the way of its kind of port: views belong to advanced ports, data
+    //   entries to legacy ones;
+    // - a request is not one too many of this client;
+    // - a datagram has no data entries: its sender does not wait, and so its memory need not stay
+    //   as it is.
+    // But for the number of requests, a client that uses this layer's calls is told its mistakes
+    // before anything is sent: what fails here came from somebody else.
     CDataBlock block;
     block.count = 0;
     if (connection->State() != CServerConnection::EState::Connected ||
@@ -348,6 +401,8 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
         (isRequest ? !connection->MayAsk() : block.count != 0 || packet.head.transferCount != 0)) {
         return false;
     }
+    // The record's lock is held until the record is complete: whoever guesses its id, or ends all
+    // messages of the connection, waits for that.
     std::unique_lock<std::mutex> lock;
     const auto record = NewPendingMessage(lock);
     if (!record) {
@@ -356,22 +411,30 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     message.ids.messageId = record->ids.messageId;
     record->ids = message.ids;
     record->connection = connection;
+    // The client's own number of the request, by which it finds the waiting thread for the reply.
     record->exchange = packet.head.exchange;
     record->entries.count = block.count;
     std::copy_n(block.entries.begin(), block.count, record->entries.entries.begin());
+    // The handles of a packet come in this order: the view's, then the entries'.
     std::size_t handle = 0;
     const bool valid = TakeView(packet, connection->ReceivePool(), handle, message.view) &&
                        TakeEntries(packet, handle, *record);
+    // Only open records are counted, since only those count down when they end
+    // (CPendingMessage::Clear).
     record->open = valid && isRequest;
     connection->CountRequest(record->open ? 1 : 0);
     CounterCell(ECounter::PendingRequests)
         .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
+    // EndPendingMessage takes the lock itself.
     lock.unlock();
     if (!valid || !isRequest) {
-        // A datagram needs an id, but no record.
+        // A datagram needs an id, by which its view is released, but no record: nobody answers it.
         EndPendingMessage(record);
     }
     message.type = isRequest ? kLpcRequest : kLpcDatagram;
+    // On advanced ports the flag says that the sender has not released the message. A request it
+    // never has, as it waits for the reply; a datagram it has, unless the receiver must still give
+    // back the view that came along.
     const bool continuation =
         dialect_ == EDialect::Alpc && (isRequest || message.view.slot != kNoSlot);
     message.type |= continuation ? kLpcContinuationRequired : 0;

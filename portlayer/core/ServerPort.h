@@ -59,6 +59,8 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     std::uint64_t Number() const { return number_; }
     const CPortLimits& Limits() const { return limits_; }
 
+    /// Large memory that a receiving thread borrows for one call, so that it is neither on its
+    /// stack nor made anew each time.
     std::unique_ptr<CReceiveScratch> TakeScratch();
     void GiveScratch(std::unique_ptr<CReceiveScratch> scratch);
     /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.

@@ -61,6 +61,7 @@ bool CSendPool::IsLent(std::uint32_t index) {
 bool CSendPool::Renew(Slot& slot, std::size_t size) {
     slot.mapping.Unmap();
     slot.memory.handle.Reset();
+    // The peer keeps the old memory under this number until it is told of the new one.
     slot.sent = false;
     return CreateSharedMemory(size, slot.memory, slot.mapping);
 }
@@ -68,6 +69,7 @@ bool CSendPool::Renew(Slot& slot, std::size_t size) {
 CSlotReference CSendPool::Lend(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Slot& slot = slots_[index];
+    // Without a handle, the peer knows the memory by the slot's number.
     slot.heldByPeer = true;
     CSlotReference reference;
     if (slot.memory.handle.IsOpen()) {
@@ -80,12 +82,16 @@ CSlotReference CSendPool::Lend(std::uint32_t index) {
 
 void CSendPool::Sent(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // The return of the slot may have come already, on the thread that reads: then this is the
+    // moment.
     slots_[index].sent = true;
     CloseWhenKnown(slots_[index]);
 }
 
 void CSendPool::NotSent(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // The memory did not go either: if it has never gone, its handle is still open for the next
+    // time.
     slots_[index].heldByPeer = false;
 }
 
@@ -110,13 +116,16 @@ void CSendPool::TakeBack(std::uint64_t slots) {
 }
 
 void CSendPool::CloseWhenKnown(Slot& slot) {
-    // Memory that the peer does not keep goes along again when its holder sends it again.
+    // That the slot came back proves that the peer has opened the memory; before, a name that
+    // nobody holds open could be gone. Very large memory the peer does not keep: it goes along
+    // again each time that it is sent.
     if (slot.sent && !slot.heldByPeer && slot.mapping.Size() <= kLargestKeptSlot) {
         slot.memory.handle.Reset();
     }
 }
 
 void CSendPool::DropIfLarge(Slot& slot) {
+    // The last of the two holders has gone.
     if (!slot.heldHere && !slot.heldByPeer && slot.mapping.Size() > kLargestKeptSlot) {
         slot.mapping.Unmap();
         slot.memory.handle.Reset();
@@ -129,6 +138,7 @@ bool CReceivePool::Announce(std::uint32_t index, std::uint64_t size, const CSyst
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     Slot& slot = slots_[index];
+    // Replacing memory that somebody here reads would take it away under the reader.
     return !slot.held && MapPeersMemory(memory, static_cast<std::size_t>(size), slot.mapping);
 }
 
@@ -148,6 +158,8 @@ const std::uint8_t* CReceivePool::Hold(std::uint32_t index, std::uint64_t size) 
 void CReceivePool::Free(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Slot& slot = slots_[index];
+    // The bit may be on its way at once, and new memory for the slot come back. Announce waits for
+    // this lock then.
     slot.held = false;
     freed_ |= Bit(index);
     if (slot.mapping.Size() > kLargestKeptSlot) {
@@ -156,6 +168,7 @@ void CReceivePool::Free(std::uint32_t index) {
 }
 
 std::uint64_t CReceivePool::TakeFreed() {
+    // Most packets find nothing, and need not write to what all threads share.
     return freed_.load(std::memory_order_relaxed) == 0 ? 0 : freed_.exchange(0);
 }
 

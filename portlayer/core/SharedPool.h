@@ -59,6 +59,14 @@ class CSendPool {
     void TakeBack(std::uint64_t slots);
 
   private:
+    // Who holds a slot, and how it gets from one to the other:
+    //   heldHere  heldByPeer
+    //   no        no          free: Acquire may take it, or make it anew in another size
+    //   yes       no          Acquire: the local holder fills it
+    //   yes       yes         Lend: in a packet, which the peer may have read already
+    //   no        yes         Release before the peer's return: free once TakeBack was called
+    // NotSent takes a Lend back. The memory is open, and goes along with packets, until the peer is
+    // known to have it and to keep it: a packet with it was sent, and the slot has come back.
     struct Slot {
         CMapping mapping;
         CSharedMemory memory;  // open until the peer, which then has it, gave the slot back
@@ -93,7 +101,7 @@ class CReceivePool {
     };
     std::mutex mutex_;
     std::array<Slot, kMaxSlots> slots_;  // guarded by mutex_
-    // Added to under mutex_; taken without it, as every packet does.
+    // Free adds under mutex_. Every packet takes, most of them nothing: without the mutex.
     std::atomic<std::uint64_t> freed_{0};
 };
 
