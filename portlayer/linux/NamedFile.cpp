@@ -54,6 +54,8 @@ NtStatus CNamedFile::OpenLive() {
     if (!file.IsOpen()) {
         return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
     }
+    // Nobody holds the file: it was left behind. While we have it alone nobody else can remove the
+    // name, so that a file that still has a link is the one with that name.
     if (::flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
         struct stat info = {};
         if (::fstat(file.Get(), &info) == 0 && info.st_nlink != 0) {
@@ -64,6 +66,7 @@ NtStatus CNamedFile::OpenLive() {
     if (!LockShared(file.Get())) {
         return kStatusAccessDenied;
     }
+    // Its last holder may have removed it while we waited for the lock.
     struct stat info = {};
     if (::fstat(file.Get(), &info) != 0 || info.st_nlink == 0) {
         return kStatusObjectNameNotFound;
@@ -78,6 +81,7 @@ NtStatus CNamedFile::OpenOrCreate(const char16_t* name, const char* kind, std::s
     if (status == kStatusSuccess) {
         status = OpenRunDirectory(true, directory_);
     }
+    // Goes round only when theirs, which made ours fail, is gone before we open it.
     while (status == kStatusSuccess) {
         const NtStatus opened = OpenLive();
         if (opened != kStatusObjectNameNotFound) {
@@ -94,11 +98,14 @@ NtStatus CNamedFile::OpenOrCreate(const char16_t* name, const char* kind, std::s
 }
 
 NtStatus CNamedFile::Create(std::size_t size, const std::function<bool(int)>& initialise) {
+    // A file without a name. It is filled and locked first: found by its name half made, it would
+    // be used; found without a lock, it would be removed.
     CFileDescriptor file(::openat(directory_.Get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
     if (!file.IsOpen() || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0 ||
         !LockShared(file.Get()) || (initialise && !initialise(file.Get()))) {
         return kStatusNoMemory;
     }
+    // The way to name such a file without special rights. It fails where the name is in use.
     const std::string source = "/proc/self/fd/" + std::to_string(file.Get());
     if (::linkat(AT_FDCWD, source.c_str(), directory_.Get(), name_.c_str(), AT_SYMLINK_FOLLOW) !=
         0) {

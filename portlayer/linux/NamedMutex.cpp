@@ -120,6 +120,7 @@ bool CNamedMutex::MapMutex(int file) {
 }
 
 bool CNamedMutex::Initialise(int file, bool owned) {
+    // Called again when another process had the name first and is gone by now.
     Discard();
     if (!MapMutex(file)) {
         return false;
@@ -131,6 +132,7 @@ bool CNamedMutex::Initialise(int file, bool owned) {
     ::pthread_mutexattr_settype(&attributes, PTHREAD_MUTEX_RECURSIVE);
     const int result = ::pthread_mutex_init(Mutex(), &attributes);
     ::pthread_mutexattr_destroy(&attributes);
+    // Owned before the file has a name: nobody can be first.
     return result == 0 && (!owned || ::pthread_mutex_trylock(Mutex()) == 0);
 }
 
@@ -152,6 +154,7 @@ NtApi::NtStatus CNamedMutex::OpenOrCreate(const char16_t* name, bool owned) {
     if (status == NtApi::kStatusSuccess && file_.WasCreated()) {
         return status;
     }
+    // What was initialised here is not the mutex that has the name.
     Discard();
     return Map(status);
 }
@@ -160,6 +163,7 @@ NtApi::NtStatus CNamedMutex::Map(NtApi::NtStatus opened) {
     if (opened != NtApi::kStatusSuccess) {
         return opened;
     }
+    // Memory behind the end of a file cannot be touched: a shorter file is none of ours.
     const bool mapped = file_.Size() >= sizeof(pthread_mutex_t) && MapMutex(file_.Descriptor());
     return mapped ? NtApi::kStatusSuccess : NtApi::kStatusNoMemory;
 }
@@ -182,6 +186,9 @@ int CNamedMutex::Lock(const CDeadline& deadline) {
 
 void CNamedMutex::OnClose() {
     live_.reset();
+    // A thread of this process may still own the mutex, or come to own it while it waits in it.
+    // Both here and in Wait one writes first and looks at the other's mark afterwards: at least one
+    // of the two keeps the memory.
     closed_ = true;
     EndClosedMutexes();
     if (IsOwnedHere()) {
@@ -190,6 +197,8 @@ void CNamedMutex::OnClose() {
 }
 
 bool CNamedMutex::IsOwnedHere() {
+    // A robust mutex holds the thread id of its owner, so that the system finds it when that thread
+    // dies. Signal 0 is not sent: it only asks whether our process has such a thread.
     const int owner = __atomic_load_n(&Mutex()->__data.__lock, __ATOMIC_RELAXED) & FUTEX_TID_MASK;
     return owner != 0 && ::syscall(SYS_tgkill, ::getpid(), owner, 0) == 0;
 }
@@ -203,6 +212,8 @@ std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
     switch (result) {
         case 0:
             return kWaitObject0;
+        // The owner died, and this thread owns the mutex now. Unless it is declared consistent it
+        // could never be locked again after its release.
         case EOWNERDEAD:
             ::pthread_mutex_consistent(Mutex());
             return kWaitAbandoned0;

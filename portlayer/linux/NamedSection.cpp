@@ -59,6 +59,8 @@ Handle KYR_NTAPI CreateFileMappingW(Handle file, void*, std::uint32_t protection
         return nullptr;
     }
     auto shared = std::make_shared<CNamedFile>();
+    // A section that is there keeps its size; the system refuses views beyond it, this layer the
+    // section.
     if (shared->OpenOrCreate(name, "section", sizeLow, nullptr) != NtApi::kStatusSuccess ||
         shared->Size() < sizeLow) {
         return nullptr;
@@ -103,6 +105,7 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
 
 Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
     Views& views = TheViews();
+    // Outlives the lock: the view may be the last holder of its file, which is then removed.
     CView ended;
     const std::lock_guard<std::mutex> lock(views.mutex);
     const auto found = views.byBase.find(base);

@@ -60,6 +60,7 @@ void CPortName::Give() {
     if (!lock_.IsOpen()) {
         return;
     }
+    // Both while the lock is held: afterwards the names may be those of the next server.
     ::unlinkat(directory_.Get(), file_.c_str(), 0);
     ::unlinkat(directory_.Get(), LockName(file_).c_str(), 0);
     lock_.Reset();

@@ -36,6 +36,8 @@ struct CEagerEntry {
 
 class CRequestData {
   public:
+    // Where the bytes of an entry are, as the server sees them: what it wrote comes first, then
+    // what came with the request, then the client, who is asked.
     // Guarded by the record's mutex.
     std::vector<CEagerEntry> eager;
     std::vector<std::uint8_t> inlineBytes;
@@ -54,6 +56,7 @@ bool ReadStream(int stream, std::uint8_t* buffer, std::size_t size) {
     const CDeadline deadline = CDeadline::In(kFetchPatience);
     while (size != 0) {
         const ssize_t got = ::recv(stream, buffer, size, MSG_DONTWAIT);
+        // Nothing yet: wait. Nothing any more, as the client has closed its end or died: give up.
         const bool again = got < 0 && (errno == EINTR || errno == EAGAIN);
         if (again && WaitFor(stream, POLLIN, deadline)) {
             continue;
@@ -69,6 +72,8 @@ bool ReadStream(int stream, std::uint8_t* buffer, std::size_t size) {
 
 bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t entryIndex,
            std::uint8_t* buffer, std::size_t size) {
+    // A stream beside the packets: an entry may be longer than any of them, and the client's end
+    // hands it over on whichever thread reads.
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
@@ -83,6 +88,8 @@ bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t 
     if (connection.Send(packet) != kStatusSuccess) {
         return false;
     }
+    // The client has its own now. With ours open the stream would not end when the client closes
+    // it.
     theirs.Reset();
     return ReadStream(mine.Get(), buffer, size);
 }
@@ -117,6 +124,7 @@ CRequestData& DataOf(CPendingMessage& record) {
 /// of the lock while it waits for the client. False: the client did not hand it over.
 bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
                std::uint32_t entryIndex, std::uint8_t* buffer, std::size_t size) {
+    // All of it will be covered by what was written (ReadRequestData).
     const CPendingWrite* const write = FindWrite(DataOf(record), entryIndex);
     if (write != nullptr && write->size >= size) {
         return true;
@@ -127,6 +135,8 @@ bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
     }
     const std::shared_ptr<CServerConnection> connection = record.connection;
     const std::uint32_t exchange = record.exchange;
+    // The client may take seconds. The request can be answered, or its client can go, meanwhile:
+    // only what was copied before is used.
     lock.unlock();
     const bool fetched = Fetch(*connection, exchange, entryIndex, buffer, size);
     lock.lock();
@@ -152,6 +162,7 @@ CPendingWrite& NewWrite(CRequestData& data, std::uint32_t entryIndex) {
 bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
     CSendPool& pool = record.connection->SendPool();
     const CRequestData& data = DataOf(record);
+    // What the reply would carry in its packet, this write as it will be.
     std::size_t inlineTotal = size;
     for (std::size_t i = 0; i < data.writeCount; ++i) {
         const bool other = &data.writes[i] != &write;
@@ -166,6 +177,7 @@ bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
         return true;
     }
     CSendArea area;
+    // Taken before the old one is released: a failure leaves the write as it was.
     if (!pool.Acquire(size, area)) {
         return false;
     }
@@ -182,6 +194,7 @@ bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& r
     CReceivePool& pool = record.connection->ReceivePool();
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
         const CTransferRecord transfer = packet.Transfer(i);
+        // An entry comes whole or not at all: reads are checked against the length in the message.
         if (transfer.entry >= record.entries.count ||
             transfer.size != record.entries.entries[transfer.entry].size) {
             return false;
@@ -191,6 +204,8 @@ bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& r
         entry.entry = transfer.entry;
         entry.size = transfer.size;
         if (transfer.slot == kNoSlot) {
+            // Inline bytes stand in the packet one after another, and are copied to the same
+            // places: the packet's buffer is used again.
             entry.offset = data.inlineBytes.size();
             const std::uint8_t* const bytes = packet.inlineBytes + entry.offset;
             data.inlineBytes.insert(data.inlineBytes.end(), bytes, bytes + transfer.size);
@@ -248,6 +263,7 @@ void ClearRequestData(CPendingMessage& record) {
         }
         data.writes[i].area = {};
     }
+    // Emptied, not freed: the record's next message uses the memory.
     data.inlineBytes.clear();
     data.writeCount = 0;
 }
@@ -290,6 +306,7 @@ NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::
     if (write == nullptr) {
         write = &NewWrite(DataOf(*record), entryIndex);
     }
+    // A shorter write leaves the end of a longer one, as it would in the client's memory.
     if (size > write->size) {
         if (!Grow(*record, *write, size)) {
             return kStatusNoMemory;

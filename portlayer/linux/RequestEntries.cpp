@@ -27,6 +27,7 @@ std::uint32_t SendEntries(COutgoingPacket& packet, const CDataBlock& block, CSen
         packet.AddInline(0, entry.base, entry.size);
         return kNoSlot;
     }
+    // Without memory the entry stays here, and the server asks for it.
     CSendArea area;
     if (pool.Acquire(entry.size, area)) {
         std::memcpy(area.base, entry.base, entry.size);
@@ -50,6 +51,8 @@ bool TakeWrites(CIncomingPacket& packet, std::size_t handle, const CDataBlock* e
                     return false;
                 }
             }
+            // Held, though only for the copy: the rules for slots are the same for all that use
+            // them.
             bytes = received.Hold(record.slot, record.size);
             if (bytes == nullptr) {
                 return false;
@@ -60,12 +63,15 @@ bool TakeWrites(CIncomingPacket& packet, std::size_t handle, const CDataBlock* e
         const bool fits = entries != nullptr && record.entry < entries->count &&
                           record.size <= entries->entries[record.entry].size;
         std::uint8_t* const target = fits ? entries->entries[record.entry].base : nullptr;
+        // A late reply has nowhere to go. Its slots go back all the same.
         if (target != nullptr && record.size != 0) {
             std::memcpy(target, bytes, record.size);
         }
         if (record.slot != kNoSlot) {
             received.Free(record.slot);
         }
+        // A server that writes outside of the entries breaks the rules. After a time-out nobody
+        // knows them.
         if (!fits && isWaitedFor) {
             return false;
         }
@@ -78,6 +84,7 @@ bool HandOverEntry(CIncomingPacket& packet, const CDataBlock* entries) {
         packet.head.fetchSize > entries->entries[packet.head.fetchEntry].size) {
         return false;
     }
+    // ParsePacket has seen to it that a fetch comes with its stream.
     const int stream = static_cast<int>(packet.handles[0].Get());
     const CDeadline deadline = CDeadline::In(kFetchPatience);
     const std::uint8_t* bytes = entries->entries[packet.head.fetchEntry].base;

@@ -52,12 +52,14 @@ NtStatus FileNameOfUnits(const char16_t* units, std::size_t count, const char* k
                          std::string& file) {
     std::string name;
     for (std::size_t i = 0; i < count; ++i) {
+        // Names of the system are compared without regard to case; the names here are plain ASCII.
         const char16_t unit = units[i];
         if (unit < 0x20 || unit > 0x7E) {
             return kStatusObjectNameInvalid;
         }
         name += static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 0x20 : unit);
     }
+    // Name spaces of the system, of which there is one here.
     StripPrefix(name, "\\basenamedobjects\\") || StripPrefix(name, "global\\") ||
         StripPrefix(name, "local\\");
     if (name.empty()) {
@@ -85,6 +87,7 @@ NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory) {
         return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
     }
     struct stat info = {};
+    // Others could put their own sockets and files under our names.
     if (::fstat(directory.Get(), &info) != 0 || info.st_uid != ::geteuid() ||
         (info.st_mode & 0777) != 0700) {
         directory.Reset();
@@ -108,6 +111,8 @@ NtStatus FileNameOf(const char16_t* name, const char* kind, std::string& file) {
 }
 
 std::string PathIn(const CFileDescriptor& directory, const std::string& file) {
+    // Short enough for a socket address, and in the directory that was checked, whatever its name
+    // is now.
     return "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + file;
 }
 

@@ -40,6 +40,7 @@ NtStatus ReadRunFile(const char* name, std::string& text) {
         status != kStatusSuccess) {
         return status;
     }
+    // Whatever stands there under this name must not hold us up, nor lead elsewhere.
     const CFileDescriptor file(
         ::openat(directory.Get(), name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.IsOpen()) {
@@ -65,6 +66,7 @@ NtStatus WriteRunFile(const char* name, const std::string& text) {
         status != kStatusSuccess) {
         return status;
     }
+    // Written beside and renamed: readers find the old text or the new one, whole.
     const std::string draft = std::string(name) + ".new";
     const CFileDescriptor file(::openat(directory.Get(), draft.c_str(),
                                         O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,

@@ -23,6 +23,8 @@ ESend CSocketChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePoo
 }
 
 void CSocketChannel::Shutdown() {
+    // Wakes whoever is inside a call, which a close would not. The descriptor stays open until
+    // nobody uses the channel.
     ::shutdown(socket_.Get(), SHUT_RDWR);
 }
 
@@ -41,6 +43,7 @@ NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& d
     if (status != NtApi::kStatusSuccess) {
         return status;
     }
+    // The directory keeps other users out, all but root.
     if (!IsSameUser(socket.Get())) {
         return NtApi::kStatusAccessDenied;
     }

@@ -35,6 +35,9 @@ int SocketOf(IChannel& channel) {
     return static_cast<CSocketChannel&>(channel).Socket();
 }
 
+// Epoll tells of a socket as long as it has something, to one waiting thread after another. So
+// nothing is lost when a thread does not use what it was told, and several threads may be told the
+// same: all but one find nothing then.
 class CSocketListener final : public IPortListener {
   public:
     NtStatus Open(const UnicodeString& name);
@@ -77,6 +80,7 @@ NtStatus CSocketListener::Open(const UnicodeString& name) {
 
 IPortListener::EEvent CSocketListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
     epoll_event event = {};
+    // One event a call: the other ones are for other threads.
     if (::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds()) <= 0) {
         return EEvent::Nothing;
     }
@@ -88,6 +92,7 @@ IPortListener::EEvent CSocketListener::Wait(const CDeadline& deadline, std::uint
 }
 
 IPortListener::EAccept CSocketListener::Accept(std::unique_ptr<IChannel>& channel) {
+    // The listener does not block: the client may have gone, or be another thread's by now.
     CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!socket.IsOpen()) {
         const bool exhausted =

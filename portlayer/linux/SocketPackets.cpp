@@ -18,6 +18,7 @@ union ControlBuffer {
 };
 
 void TakeDescriptors(msghdr& header, CIncomingPacket& packet) {
+    // What the packet before brought.
     packet.DropHandles();
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
          part = CMSG_NXTHDR(&header, part)) {
@@ -28,6 +29,7 @@ void TakeDescriptors(msghdr& header, CIncomingPacket& packet) {
         for (std::size_t i = 0; i < count; ++i) {
             int descriptor = -1;
             std::memcpy(&descriptor, CMSG_DATA(part) + i * sizeof(int), sizeof descriptor);
+            // Owned at once: one too many is closed and not leaked.
             CSystemHandle owner(descriptor);
             if (packet.handleCount < kMaxHandles) {
                 packet.handles[packet.handleCount++] = std::move(owner);
@@ -63,6 +65,8 @@ class CScatter {
     }
     /// Like send; descriptors go along.
     ssize_t Send(int socket, const std::intptr_t* descriptors, std::size_t descriptorCount) {
+        // Never blocks, as waiting is limited by the caller's deadline; a dead peer is a result,
+        // not a signal.
         constexpr int kFlags = MSG_DONTWAIT | MSG_NOSIGNAL;
         if (descriptorCount == 0 && size_ <= kGathered) {
             std::uint8_t packet[kGathered];
@@ -117,11 +121,13 @@ EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buf
             }
             continue;
         }
+        // First, whatever the packet is: descriptors that came are ours to close.
         TakeDescriptors(header, packet);
         if (size == 0) {
             packet.DropHandles();
             return EReceive::Closed;
         }
+        // Cut by the system: longer than any packet of ours, or with more descriptors.
         if ((header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ||
             !ParsePacket(buffer, static_cast<std::size_t>(size), packet)) {
             packet.DropHandles();
@@ -147,6 +153,7 @@ ESend SendPacket(int socket, COutgoingPacket& packet, CSendPool& pool, CReceiveP
         if (errno == EINTR) {
             continue;
         }
+        // Packets go whole or not at all, so that there is nothing half sent.
         const bool full = errno == EAGAIN;
         if (!full || deadline.HasPassed() || !WaitFor(socket, POLLOUT, deadline)) {
             loan.NotSent();

@@ -26,6 +26,8 @@ std::uint32_t* WordOf(void** lock) {
 
 void Sleep(std::uint32_t* word, std::uint32_t seen) {
     const std::uint32_t marked = seen | kSleepers;
+    // Not if the word has changed: the lock may be free then. The system compares once more before
+    // it lets the thread sleep, so that no wake-up is missed.
     if (seen == marked || __atomic_compare_exchange_n(word, &seen, marked, false, __ATOMIC_RELAXED,
                                                       __ATOMIC_RELAXED)) {
         ::syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, marked, nullptr, nullptr, 0);
@@ -36,7 +38,8 @@ void WakeAll(std::uint32_t* word) {
     ::syscall(SYS_futex, word, FUTEX_WAKE_PRIVATE, INT_MAX, nullptr, nullptr, 0);
 }
 
-/// Acquires by adding `add` to a word that has none of the `blocking` bits and holders.
+/// Adds `add` to the word as soon as the lock is free: for a writer, of everything; for a reader,
+/// of a writer and of anybody who sleeps. Who was woken tries like a newcomer.
 void Acquire(std::uint32_t* word, std::uint32_t add, bool exclusive) {
     std::uint32_t seen = __atomic_load_n(word, __ATOMIC_RELAXED);
     for (;;) {
@@ -76,6 +79,8 @@ void KYR_NTAPI RtlReleaseSRWLockShared(void** lock) {
     std::uint32_t* const word = WordOf(lock);
     std::uint32_t seen = __atomic_load_n(word, __ATOMIC_RELAXED);
     for (;;) {
+        // The last one clears the mark of sleepers as well: all are woken, and mark again what they
+        // do not get.
         const bool last = seen / kOneShared == 1;
         const std::uint32_t next = last ? 0 : seen - kOneShared;
         if (__atomic_compare_exchange_n(word, &seen, next, false, __ATOMIC_RELEASE,

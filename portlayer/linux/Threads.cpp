@@ -55,6 +55,8 @@ bool Launch(const std::shared_ptr<CStart>& start, std::size_t stackSize) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
     ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    // The C library refuses very small stacks, and takes a part of each for itself. The floor is
+    // our choice.
     if (stackSize != 0) {
         ::pthread_attr_setstacksize(
             &attributes, std::max<std::size_t>(stackSize, static_cast<std::size_t>(256) * 1024));
@@ -91,6 +93,7 @@ Handle KYR_NTAPI CreateThread(void*, std::size_t stackSize, ThreadRoutine routin
     }
     if (threadId != nullptr) {
         std::unique_lock<std::mutex> lock(start->mutex);
+        // The id is known to the thread alone until it runs.
         start->started.wait(lock, [&start] { return start->threadId != 0; });
         *threadId = start->threadId;
     }
@@ -103,6 +106,7 @@ Bool KYR_NTAPI TerminateThread(Handle handle, std::uint32_t) {
         return 0;
     }
     const auto lock = WaitLock();
+    // There is no way to end a running thread here (README.md).
     return thread->IsSignalled() ? 1 : 0;
 }
 

@@ -43,6 +43,7 @@ std::uint32_t TryTake(CWaitSet& set, bool waitAll) {
     if (!waitAll || signalled != set.count || set.count == 0) {
         return kWaitTimeout;
     }
+    // All are taken at one moment or none: an object that is signalled alone stays so for others.
     for (std::uint32_t i = 0; i < set.count; ++i) {
         set.objects[i]->Consume();
     }
@@ -53,6 +54,7 @@ std::uint32_t Wait(CWaitSet& set, bool waitAll, const CDeadline& deadline) {
     Dispatcher& dispatcher = TheDispatcher();
     std::unique_lock<std::mutex> lock(dispatcher.mutex);
     for (;;) {
+        // Before the deadline is looked at: a wait without time still takes what is there.
         const std::uint32_t result = TryTake(set, waitAll);
         if (result != kWaitTimeout) {
             return result;
@@ -76,6 +78,7 @@ std::unique_lock<std::mutex> WaitLock() {
 void CWaitable::SetSignalled(bool signalled) {
     signalled_ = signalled;
     if (signalled) {
+        // All of them: which objects a thread waits for it alone knows.
         TheDispatcher().changed.notify_all();
     }
 }
@@ -96,6 +99,7 @@ std::uint32_t KYR_NTAPI WaitForMultipleObjects(std::uint32_t count, const Handle
     const CDeadline deadline = CDeadline::FromMilliseconds(milliseconds);
     CWaitSet set;
     for (std::uint32_t i = 0; i < count; ++i) {
+        // The objects are held: closing a handle does not take it from under a thread that waits.
         auto object = FindObject(handles[i]);
         if (auto exclusive = std::dynamic_pointer_cast<CExclusiveWaitable>(object)) {
             return count == 1 ? exclusive->Wait(deadline) : kWaitFailed;
