@@ -41,6 +41,7 @@ std::wstring NameSpace() {
 
 NtStatus PortNameOf(const UnicodeString& name, std::wstring& port) {
     port.assign(reinterpret_cast<const wchar_t*>(name.Buffer), name.Length / sizeof(wchar_t));
+    // Directories of the system's name space: a pipe has none.
     port.erase(0, port.rfind(L'\\') + 1);
     const bool printable = std::all_of(port.begin(), port.end(), [](wchar_t letter) {
         return letter > L' ' && letter < 0x7F && letter != L'/';
@@ -63,6 +64,7 @@ std::wstring PipeClaimName(const std::wstring& port) {
 
 std::wstring ObjectNameOf(const char16_t* name) {
     std::wstring object = reinterpret_cast<const wchar_t*>(name);
+    // Behind "Global\" or "Local\", which the system reads.
     object.insert(object.rfind(L'\\') + 1, NameSpace());
     return object;
 }

@@ -16,6 +16,7 @@ std::vector<std::uint8_t> UserOf(HANDLE process) {
     }
     const CSystemHandle token(reinterpret_cast<std::intptr_t>(opened));
     DWORD size = 0;
+    // The first call only tells the size, and fails as it should.
     ::GetTokenInformation(opened, TokenUser, nullptr, 0, &size);
     std::vector<std::uint8_t> user(size);
     if (size == 0 || ::GetTokenInformation(opened, TokenUser, user.data(), size, &size) == 0) {

@@ -39,6 +39,7 @@ std::vector<std::uint8_t> Gather(const COutgoingPacket& packet) {
 /// Opens the memory that the packet brings. Its name is the peer's word, and as good as a handle
 /// of the peer's: only sections of our own user open.
 void OpenMemory(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& packet) {
+    // What the packet before brought.
     packet.DropHandles();
     CPacketHead head;
     if (size < sizeof head) {
@@ -56,6 +57,7 @@ void OpenMemory(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& 
 }
 
 EReceive ResultOf(DWORD error) {
+    // More than the longest packet: not a peer of this layer.
     return error == ERROR_MORE_DATA ? EReceive::Malformed : EReceive::Closed;
 }
 
@@ -91,6 +93,7 @@ CPipeChannel::~CPipeChannel() {
 
 bool CPipeChannel::Enter() {
     const std::lock_guard<std::mutex> lock(mutex_);
+    // Nobody enters any more once it is closed, so that the users only become fewer.
     users_ += closed_ ? 0 : 1;
     return !closed_;
 }
@@ -109,9 +112,12 @@ void CPipeChannel::Shutdown() {
             return;
         }
         closed_ = true;
+        // The event is for threads that are about to wait, the call for what the system has in
+        // hand.
         ::SetEvent(Native(closing_));
         ::CancelIoEx(Native(pipe_), nullptr);
     }
+    // The channel's own use ends.
     Leave();
 }
 
@@ -123,6 +129,7 @@ bool CPipeChannel::Watch(std::uint64_t number) {
 }
 
 bool CPipeChannel::ReadAhead() {
+    // First: the read may end, and another thread be told of it, before ReadFile has returned.
     queue_->Begin(read_);
     const BOOL ended =
         ::ReadFile(Native(pipe_), read_->buffer.bytes.data(),
@@ -152,7 +159,9 @@ EReceive CPipeChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
     if (result != EReceive::Packet) {
         return result;
     }
+    // Handles do not travel here. Opened before the checks, which count them.
     OpenMemory(buffer, size, packet);
+    // Data of requests is read in the memory of the client, never sent (RequestData.cpp).
     if (!ParsePacket(buffer, size, packet) || packet.head.transferCount != 0) {
         packet.DropHandles();
         return EReceive::Malformed;
@@ -166,6 +175,7 @@ EReceive CPipeChannel::TakeReadAhead(CPacketBuffer& buffer, std::size_t& size) {
     }
     size = read_->size;
     std::copy_n(read_->buffer.bytes.begin(), size, buffer.bytes.begin());
+    // The bytes are out: from here on another thread may be told of the next packet.
     ReadAhead();
     return EReceive::Packet;
 }
@@ -176,6 +186,7 @@ EReceive CPipeChannel::Read(const CDeadline& deadline, CPacketBuffer& buffer, st
     DWORD got = 0;
     const BOOL ended = ::ReadFile(Native(pipe_), buffer.bytes.data(),
                                   static_cast<DWORD>(buffer.bytes.size()), nullptr, &overlapped);
+    // One that ended at once tells its size in the same way as one that is waited for.
     const DWORD error = ended != 0 ? ERROR_IO_PENDING : ::GetLastError();
     if (error != ERROR_IO_PENDING) {
         return ResultOf(error);
@@ -183,6 +194,7 @@ EReceive CPipeChannel::Read(const CDeadline& deadline, CPacketBuffer& buffer, st
     const DWORD result = Finish(overlapped, Native(event), deadline, got);
     size = got;
     if (result == ERROR_OPERATION_ABORTED) {
+        // Called back by us, for one of two reasons: the channel was shut down, or the time was up.
         const bool closed = ::WaitForSingleObject(Native(closing_), 0) == WAIT_OBJECT_0;
         return closed ? EReceive::Closed : EReceive::Nothing;
     }
@@ -196,7 +208,8 @@ DWORD CPipeChannel::Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline
     if (::WaitForMultipleObjects(2, both, FALSE, patience) != WAIT_OBJECT_0) {
         ::CancelIoEx(Native(pipe_), &overlapped);
     }
-    // What was called back may have ended well meanwhile.
+    // What was called back may have ended well meanwhile: then it is data. Waited for in any case:
+    // until it has ended the system writes to the caller's buffer and to the caller's stack.
     const BOOL ended = ::GetOverlappedResult(Native(pipe_), &overlapped, &size, TRUE);
     return ended != 0 ? ERROR_SUCCESS : ::GetLastError();
 }
@@ -209,6 +222,7 @@ ESend CPipeChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool&
         loan.NotSent();
         return ESend::Closed;
     }
+    // A write is a message of the pipe: the packet must be one piece.
     const std::vector<std::uint8_t> bytes = Gather(packet);
     const CSystemHandle event = NewEvent();
     OVERLAPPED overlapped = Overlapped(event);
@@ -246,6 +260,8 @@ NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
         if (pipe.IsOpen()) {
             break;
         }
+        // Busy: there is a server, and all its instances are taken. Any other error: there is none
+        // for us.
         const DWORD error = ::GetLastError();
         if (error != ERROR_PIPE_BUSY) {
             return error == ERROR_ACCESS_DENIED ? kStatusAccessDenied : kStatusObjectNameNotFound;
@@ -257,6 +273,7 @@ NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
         ::WaitNamedPipeW(path.c_str(),
                          std::max(DWORD{1}, static_cast<DWORD>(deadline.PollMilliseconds())));
     }
+    // A client's end reads bytes unless it asks for messages.
     DWORD mode = PIPE_READMODE_MESSAGE;
     ULONG processId = 0;
     if (::SetNamedPipeHandleState(Native(pipe), &mode, nullptr, nullptr) == 0 ||

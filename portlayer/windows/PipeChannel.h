@@ -39,6 +39,10 @@ class CPipeChannel final : public IChannel {
   private:
     class CUse;
 
+    // How a server's end reads: ReadAhead begins a read; its end comes to the queue, which tells
+    // one thread (PipeListener.cpp, Wait); that thread calls Receive, which takes the bytes and
+    // begins the next read. So there is one read under way, or one thread inside TakeReadAhead, and
+    // never both. A read that ended with an error is the last one.
     bool ReadAhead();
     EReceive TakeReadAhead(CPacketBuffer& buffer, std::size_t& size);
     EReceive Read(const CDeadline& deadline, CPacketBuffer& buffer, std::size_t& size);
@@ -53,6 +57,9 @@ class CPipeChannel final : public IChannel {
     std::shared_ptr<struct CPipeRead> read_;
 
     std::mutex mutex_;
+    // The number of a closed handle may be given to another object at once. So Shutdown only ends
+    // what is under way, and the handle is closed by whoever leaves last, the channel itself (one
+    // user from the beginning) or a thread inside a call.
     // Guarded by mutex_. The pipe is open as long as it has users; one of them is the channel.
     CSystemHandle pipe_;
     int users_ = 1;

@@ -28,6 +28,12 @@ struct CPipeConnect : CPipeOperation {
     CSystemHandle pipe;
 };
 
+// An instance of the pipe goes through three hands:
+//   listening_  waits for a client; the connect is an operation of the queue
+//   connected_  Wait took the connect from the queue and answered Client
+//   a channel   Accept handed it out, and put a new instance into listening_
+// Unlike a socket that listens, a connect is told once. An instance that cannot be accepted yet
+// goes back into the queue, so that a later Wait tells of it again.
 class CPipeListener final : public IPortListener {
   public:
     ~CPipeListener() override;
@@ -74,6 +80,7 @@ NtStatus CPipeListener::Claim(const std::wstring& port) {
     if (ownUser == nullptr) {
         return kStatusAccessDenied;
     }
+    // Held as long as the port has its name; it ends with the process, however that ends.
     const HANDLE claim = ::CreateEventW(ownUser, TRUE, FALSE, PipeClaimName(port).c_str());
     const DWORD error = ::GetLastError();
     claim_ = Own(claim);
@@ -115,6 +122,7 @@ bool CPipeListener::Listen() {
     if (!connect->pipe.IsOpen() || !queue_->Add(Native(connect->pipe))) {
         return false;
     }
+    // Before the system knows: its end may come at once, on a thread that searches the list.
     listening_.push_back(connect);
     queue_->Begin(connect);
     const BOOL ended = ::ConnectNamedPipe(Native(connect->pipe), &connect->overlapped);
@@ -135,6 +143,8 @@ IPortListener::EEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64
     if (!operation) {
         return EEvent::Nothing;
     }
+    // Of a read or a connect; those that failed are told as well, and found out by Receive or
+    // Accept.
     if (!operation->isConnect) {
         number = static_cast<CPipeRead&>(*operation).number;
         return EEvent::Readable;
@@ -159,6 +169,7 @@ IPortListener::EAccept CPipeListener::Accept(std::unique_ptr<IChannel>& channel)
         }
         // The next one waits before this one is served: a name without instances does not exist.
         if (!Listen()) {
+            // As if it had connected just now.
             queue_->Begin(connected_.front());
             queue_->EndAtOnce(*connected_.front(), connected_.front()->error);
             listening_.push_back(connected_.front());

@@ -18,6 +18,7 @@ CPipeQueue::CPipeQueue()
 
 CPipeQueue::~CPipeQueue() {
     bool woken = false;
+    // The system still writes to operations that have not ended.
     while (begun_.load() != 0) {
         Take(INFINITE, woken);
     }
@@ -31,6 +32,7 @@ void CPipeQueue::Begin(const std::shared_ptr<CPipeOperation>& operation) {
     operation->overlapped = {};
     operation->error = ERROR_SUCCESS;
     operation->size = 0;
+    // The system holds a bare address. This keeps what it points to alive until Take.
     operation->self_ = operation;
     ++begun_;
 }
@@ -56,17 +58,25 @@ std::shared_ptr<CPipeOperation> CPipeQueue::Take(DWORD milliseconds, bool& woken
     OVERLAPPED* overlapped = nullptr;
     const BOOL succeeded =
         ::GetQueuedCompletionStatus(Native(port_), &size, &kind, &overlapped, milliseconds);
+    // What the answer means:
+    //   succeeded  overlapped
+    //   yes        yes         an operation ended well, or EndAtOnce put it here
+    //   no         yes         an operation failed: the error is its own
+    //   yes        no          Wake
+    //   no         no          the time is up
     const DWORD error = succeeded != 0 ? ERROR_SUCCESS : ::GetLastError();
     woken = overlapped == nullptr && succeeded != 0 && kind == kWake;
     if (overlapped == nullptr) {
         return nullptr;
     }
     CPipeOperation& ended = *CONTAINING_RECORD(overlapped, CPipeOperation, overlapped);
+    // EndAtOnce has set the error; what the queue says here is only that it took the entry.
     if (kind != kEndedAtOnce) {
         ended.error = error;
         ended.size = size;
     }
     --begun_;
+    // From now on the operation is the caller's, and may begin anew.
     return std::move(ended.self_);
 }
 

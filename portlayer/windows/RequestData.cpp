@@ -47,6 +47,7 @@ NtStatus Transfer(const CServerPort& port, const CMessageIds& ids, std::uint32_t
     if (status != kStatusSuccess || size == 0) {
         return status;
     }
+    // As long as the client waits its memory stands. One that has died makes the move fail.
     const auto& channel = static_cast<const CPipeChannel&>(record->connection->Channel());
     SIZE_T moved = 0;
     const BOOL done = move(channel.PeerProcess(), record->entries.entries[entryIndex].base, moved);

@@ -16,6 +16,8 @@ std::atomic<std::uint32_t> lastSection{0};
 /// A section that nobody had under its name before us.
 CSystemHandle CreateSection(std::size_t size, std::uint64_t& name) {
     SECURITY_ATTRIBUTES* const ownUser = OwnUserOnly();
+    // Process ids are used again, and names are not taken back from a process that died while its
+    // peer still holds a section. A name that is there already is left alone, as somebody maps it.
     while (ownUser != nullptr) {
         name = std::uint64_t{::GetCurrentProcessId()} << 32 | ++lastSection;
         const HANDLE section =
