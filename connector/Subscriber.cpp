@@ -31,10 +31,13 @@ void CSubscriber::Push(const Message& message, const Context& context) {
     ++received_;
     queue_.emplace_back(message, context);
     available_.NotifyAll();
+    // Idle is cleared by the push that finds it set, so that one push alone calls back.
     if (!idle_) {
         return;
     }
     idle_ = false;
+    // A copy, called without the lock: the callback joins a thread and starts another, meanwhile
+    // others push, and Detach may empty the member.
     const IdleEnded idleEnded = idleEnded_;
     lock.Unlock();
     if (idleEnded) {
@@ -63,6 +66,8 @@ bool CSubscriber::WaitForMessage(Message& message, Context& context) {
     Lock lock(mutex_);
     // Stays set when the taker gives up: who wakes the queue later still finds it waiting.
     waiting_ = true;
+    // A wake-up that found nobody, as the taker had left: it counts even if messages are queued
+    // now.
     if (ConsumeWake()) {
         return false;
     }
@@ -73,9 +78,11 @@ bool CSubscriber::WaitForMessage(Message& message, Context& context) {
         } else {
             clock_->Wait(available_, lock);
         }
+        // Before messages that came meanwhile: who woke the queue counts on its being left.
         if (ConsumeWake()) {
             return false;
         }
+        // A message that came at the very end of the time is taken all the same.
         if (timedOut && queue_.empty()) {
             idle_ = true;
             return false;
@@ -97,11 +104,12 @@ bool CSubscriber::TryTakeMessage(Message& message, Context& context) {
 
 bool CSubscriber::Wake() {
     const Lock lock(mutex_);
+    // Busy: the taker cannot be made to leave between messages, or the rest would stay queued.
     if (!queue_.empty() || !waiting_) {
         return false;
     }
     if (idle_) {
-        // The taker has left already.
+        // The taker has left already. The next push must not call for another one.
         idle_ = false;
     } else {
         wake_ = true;
@@ -115,6 +123,7 @@ void CSubscriber::Rearm() {
     if (!timed_) {
         return;
     }
+    // Messages that came while there was no taker have called nobody. They do now.
     idle_ = queue_.empty();
     if (idle_) {
         return;

@@ -75,6 +75,15 @@ class CSubscriber : public Kernel::ISubscriber {
     mutable Base::CMutex mutex_;
     Base::CCondition available_;
     std::list<std::pair<Message, Context>> queue_ KYR_GUARDED_BY(mutex_);
+    // What the flags say of the taker:
+    //   waiting  wake  idle
+    //   no       no    no    busy with a message, or has not come yet
+    //   yes      no    no    waits, is about to find a message, or left because it was woken; a
+    //                        timed queue begins so, although its taker does not exist yet
+    //   yes      yes   no    was woken and has not noticed; if it has left already, the next one
+    //                        leaves as soon as it comes
+    //   yes      no    yes   timed queues: left after five seconds of silence, or Rearm said
+    //                        that there is none; the next push calls the idle callback
     bool wake_ KYR_GUARDED_BY(mutex_) = false;
     bool waiting_ KYR_GUARDED_BY(mutex_);
     bool idle_ KYR_GUARDED_BY(mutex_) = false;
