@@ -47,6 +47,8 @@ boost::shared_ptr<COvAgentRequest> MakeRequest(OvAgentRequestType type) {
 CPeriodicWatch::CPeriodicWatch(const CParts& parts, std::optional<std::int64_t> productBuild)
     : parts_(parts), productBuild_(productBuild) {}
 
+// The thread ends by interruption: in the sleep, or here before the first look. Counting starts
+// with each connection, and so does the hour until everything is sent again.
 void CPeriodicWatch::Run() {
     for (std::uint64_t iteration = 1;; ++iteration) {
         boost::this_thread::interruption_point();
@@ -58,6 +60,8 @@ void CPeriodicWatch::Run() {
 void CPeriodicWatch::Look(std::uint64_t iteration) {
     PingProduct();
     const Time now = Kyr::Common::Logs::FromCalendarTime(parts_.clock.CalendarTime());
+    // One time serves the whole look. A change that is found now is due five seconds from now:
+    // never in the look that found it.
     CheckBroadcasts(now);
     PublishDueRequests(now);
     if (iteration % kIterationsUntilResend == 0) {
@@ -78,6 +82,8 @@ void CPeriodicWatch::PingProduct() {
 
 void CPeriodicWatch::CheckBroadcasts(const Time& now) {
     try {
+        // Reading a value also remembers it: a change is told once. If the second read fails, what
+        // the first one found is in the list already.
         for (const CBroadcastRow& row : kBroadcasts) {
             if (parts_.channel.HasBroadcastChanged(row.index)) {
                 parts_.logger.GetLog(2) << "Received broadcast " << row.index;
@@ -93,6 +99,8 @@ void CPeriodicWatch::CheckBroadcasts(const Time& now) {
 
 void CPeriodicWatch::PublishDueRequests(const Time& now) {
     for (auto entry = pending_.begin(); entry != pending_.end();) {
+        // The list is in the order of detection; that this is the order of due times, too, nothing
+        // relies on. Two changes of one value are two requests.
         if (entry->due > now) {
             ++entry;
             continue;
@@ -112,12 +120,16 @@ void CPeriodicWatch::ResendRequests() {
 
 void CPeriodicWatch::RequestNewRecords() {
     try {
+        // Read anew in every look: a policy may switch it on and off. Exactly "1", as the policy
+        // writes it; a product of unknown build is asked for nothing.
         const bool enabled = parts_.keyValues.GetValue("XDR_ENABLED") == "1" &&
                              !parts_.keyValues.GetValue("XDR_HOST").empty();
         if (!enabled || !productBuild_) {
             return;
         }
         if (*productBuild_ > kLastBuildWithoutIndicators) {
+            // Each with a handler of its own: a failure of one kind does not cost the other, and
+            // the line names the kind.
             TryToRequest(kEcsIndicatorLogs, "Error during checking for new ECS indicator logs: ");
         }
         if (*productBuild_ > kLastBuildWithoutTelemetry) {
@@ -134,6 +146,8 @@ void CPeriodicWatch::RequestNewActions() {
         if (flag.empty()) {
             return;
         }
+        // What a cast to bool takes: "1" and "0", also behind zeros and a sign ("-" before 0 only).
+        // No words.
         bool enabled = false;
         if (!boost::conversion::try_lexical_convert(flag, enabled)) {
             parts_.logger.GetLog(4)
