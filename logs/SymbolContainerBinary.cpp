@@ -1,7 +1,15 @@
 // The binary form of a symbol row. All integers are little-endian:
 //   u32 count, count x u32 id, count x (u32 tag, value)
-// Value: 8 bytes for integer, double, resource id and time (its tick count); 16 bytes for a uuid;
-// one byte for a bool; u32 length and bytes for string and blob.
+// All ids come before the first value; both are in the row's order.
+//   tag  kind         value
+//   1    integer      8 bytes, signed
+//   2    double       8 bytes
+//   3    string       u32 length, UTF-8
+//   4    resource id  8 bytes
+//   5    uuid         16 bytes, as they are written in text
+//   6    time         8 bytes, the tick count (SymbolTime.h)
+//   7    bool         1 byte, true when it is 1
+//   8    blob         u32 length, bytes
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -36,10 +44,12 @@ constexpr std::size_t kSmallestEntry = 5;
 static_assert(sizeof(double) == sizeof(std::uint64_t), "a double takes eight bytes");
 
 struct Sizer {
+    // Tag included: 4 bytes, 4 more for a length.
     std::uint64_t operator()(const BlobValue& value) const { return 8 + value.bytes.size(); }
     std::uint64_t operator()(const std::string& value) const { return 8 + value.size(); }
     std::uint64_t operator()(const boost::uuids::uuid&) const { return 20; }
     std::uint64_t operator()(bool) const { return 5; }
+    // Whatever is not named above takes eight bytes; a new kind needs a line of its own here.
     template <typename EightBytes>
     std::uint64_t operator()(const EightBytes&) const {
         return 12;
@@ -124,6 +134,7 @@ class CReader {
                 return value;
             }
             case kTagString:
+                // A row from outside keeps the limits of one that was built here.
                 return LimitText(id, Text());
             case kTagResourceId:
                 return ResourceIdValue{static_cast<std::int64_t>(U64())};
@@ -139,6 +150,7 @@ class CReader {
             case kTagBlob:
                 return BlobValue(Text());
         }
+        // The length of an unknown value is unknown, too: there is no reading on behind it.
         throw std::runtime_error("Unimplemented type handler");
     }
 
@@ -185,6 +197,9 @@ void CSymbolContainer::DeserializeFromBinary(const char* data, std::size_t lengt
     // Nor are there more values than the rest of the bytes can hold.
     Reserve(std::min(ids.size(), reader.Remaining() / kSmallestEntry));
     for (const std::int32_t id : ids) {
+        // Adds to what the row holds. A failure leaves the symbols before it in the row: a symbol
+        // that is there already, a tag or a text that is refused, or the end of the bytes. A locked
+        // row fails with the first.
         Add(id, reader.Value(id));
     }
 }

@@ -12,6 +12,7 @@ namespace {
 
 /// The byte count of the UTF-8 character that starts with `lead`: its number of leading one bits.
 std::uint32_t CharacterLength(unsigned char lead) {
+    // Only the first byte is looked at: the walk trusts it for the others.
     if (lead < 0x80) {
         return 1;
     }
@@ -50,6 +51,7 @@ unsigned HexDigit(char character) {
 
 std::string LimitText(std::int32_t id, std::string text) {
     const CLogDescriptorMap& map = CLogDescriptorMap::Instance();
+    // The limits are the host's. A symbol that its tables do not know has none.
     if (!map.HasSymbol(id)) {
         return text;
     }
@@ -58,11 +60,16 @@ std::string LimitText(std::int32_t id, std::string text) {
 }
 
 std::string ShortenText(std::string text, std::uint32_t limit) {
+    // Zero and numbers that are negative as signed ones are the tables' way to say "no limit". Text
+    // that fits is not looked at: broken UTF-8 is found only in text that has to be cut.
     if (limit == 0 || limit > 0x7FFFFFFFu || text.size() <= limit) {
         return text;
     }
-    // Deliberate: below 3 the subtraction wraps, so that such a limit keeps its last character,
-    // too.
+    // Three bytes are for the dots. The last character that begins at or before `last` goes,
+    // however long it is; what stands before it stays. So ASCII text becomes exactly `limit` bytes
+    // long, and no character is cut in two.
+    // Deliberate: below 3 the subtraction wraps. Then the limit alone ends the walk, and the result
+    // is longer than the limit.
     const std::uint32_t last = limit - 3;
     std::uint32_t start = 0;
     std::uint32_t position = 0;
@@ -77,9 +84,11 @@ std::string ShortenText(std::string text, std::uint32_t limit) {
 
 boost::uuids::uuid ParseUuid(const std::string& text) {
     std::string_view digits = text;
+    // Both braces or neither.
     if (digits.size() == 38 && digits.front() == '{' && digits.back() == '}') {
         digits = digits.substr(1, 36);
     }
+    // 32 digits and four hyphens: from here on no index is out of range.
     if (digits.size() != 36) {
         RefuseUuid();
     }

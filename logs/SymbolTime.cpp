@@ -10,6 +10,8 @@ using boost::posix_time::ptime;
 using boost::posix_time::time_duration;
 
 constexpr std::int64_t kTicksPerSecond = 1000000;
+// The tick count of 1970-01-01, as the date-time library counts: from the beginning of its Julian
+// days.
 constexpr std::int64_t kUnixEpoch = 210866803200000000;
 constexpr std::int64_t kFirstSecond = -17987443200;  // 1400-01-01T00:00:00
 constexpr std::int64_t kLastSecond = 253402300799;   // 9999-12-31T23:59:59
@@ -39,6 +41,8 @@ ptime FromUtcTime(const DataDefinition::Common::UTCTime& time) {
         return static_cast<unsigned short>(value < 0 || value > 9999 ? 10000 : value);
     };
     const boost::gregorian::date date(field(time.year()), field(time.month()), field(time.day()));
+    // Hours and so on are not checked one by one: they only move the time, and the sum must be a
+    // date.
     const std::int64_t seconds =
         (std::int64_t{time.hour()} * 60 + time.minute()) * 60 + time.second();
     const std::int64_t ticks =
@@ -57,6 +61,7 @@ void ToUtcTime(const ptime& time, DataDefinition::Common::UTCTime& target) {
     target.set_hour(static_cast<std::int32_t>(clock.hours()));
     target.set_minute(static_cast<std::int32_t>(clock.minutes()));
     target.set_second(static_cast<std::int32_t>(clock.seconds()));
+    // Not set where there is no fraction: a field that is set to 0 makes another message.
     if (clock.fractional_seconds() != 0) {
         target.set_nanos(static_cast<std::int32_t>(clock.fractional_seconds() * 1000));
     }
