@@ -14,11 +14,14 @@ constexpr std::size_t kValue = 8;  // behind the header's size and the status
 
 }  // namespace
 
+// A reply is 12 bytes of header (its size, the status, a value) and the payload. Take needs the
+// position, which the order of the members sets before the length.
 CReplyReader::CReplyReader(const std::vector<unsigned char>& reply)
     : reply_(reply),
       payloadLength_(Base::LoadLittleEndian<std::uint32_t>(Take(kHeaderSize) + kValue)) {}
 
 std::string_view CReplyReader::ReadPayload() {
+    // The announced length is the product's word; Take compares it with what came.
     return {reinterpret_cast<const char*>(Take(payloadLength_)), payloadLength_};
 }
 

@@ -6,8 +6,23 @@ namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
 namespace {
 
-/// Walks over the text exactly as the parser does, character class by character class: where the
-/// two read differently, text could be made that nests unseen.
+/// Walks over the text exactly as the parser (Boost.PropertyTree's, with default flags) does,
+/// character class by character class: where the two read differently, text could be made that
+/// nests unseen.
+///
+/// What follows a "<", and where the parser goes on:
+///   /                  an end tag: one element fewer is open; its name is not compared
+///   ?                  a declaration or an instruction: behind the next "?>"
+///   !--                a comment: behind "-->"
+///   ![CDATA[           character data: behind "]]>"
+///   !DOCTYPE, a blank  behind the ">" that is outside of brackets
+///   !, anything else   behind the next ">"
+///   anything else      a start tag: name, attributes, ">" or "/>"
+/// Between these only "<" matters: text has none. A zero byte ends the text for the parser, and so
+/// it does here.
+///
+/// Where the parser gives up the walk stops, or goes on and counts what nobody will read: either
+/// way the text is refused.
 class CScanner {
   public:
     explicit CScanner(const char* text) : at_(text) {}
@@ -15,6 +30,8 @@ class CScanner {
     bool NestsDeeperThan(int limit) {
         int depth = 0;
         while (SkipTo("<")) {
+            // Too many end tags bring the depth below zero: the parser has given up at the first of
+            // them.
             if (Take("/")) {
                 --depth;
                 continue;
@@ -25,6 +42,7 @@ class CScanner {
                     return false;
                 }
                 depth += open ? 1 : 0;
+                // At once: what comes behind cannot take it back.
                 if (depth > limit) {
                     return true;
                 }
@@ -68,6 +86,8 @@ class CScanner {
         if (Take("![CDATA[")) {
             return SkipTo("]]>");
         }
+        // To the parser the blank is part of it. At the end of the text, whose zero strchr finds,
+        // both give up.
         if (Take("!DOCTYPE") && std::strchr(" \n\r\t", *at_) != nullptr) {
             return SkipDocumentType();
         }
@@ -89,6 +109,8 @@ class CScanner {
 
     /// `open`: the element is not closed by its own tag. False: malformed.
     bool SkipStartTag(bool& open) {
+        // The parser's two classes: a name of an element ends before these, one of an attribute
+        // before those below.
         at_ += std::strcspn(at_, " \n\r\t/>?");
         SkipBlanks();
         while (const std::size_t name = std::strcspn(at_, " \n\r\t/<>=?!")) {
@@ -98,11 +120,13 @@ class CScanner {
                 return false;
             }
             SkipBlanks();
+            // Values end with the quote that they begin with, and may hold "<" and ">" meanwhile.
             if (!(Take("\"") ? SkipTo("\"") : Take("'") && SkipTo("'"))) {
                 return false;
             }
             SkipBlanks();
         }
+        // Its contents come next, one element deeper; "/>" has none.
         open = Take(">");
         return open || Take("/>");
     }

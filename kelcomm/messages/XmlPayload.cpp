@@ -18,6 +18,8 @@ constexpr int kDeepestNesting = 256;
 
 template <typename Number>
 Number ParseHex(const std::string& text) {
+    // A stream reads as many digits as there are: what is behind them is not looked at, and without
+    // any the number is 0.
     std::istringstream stream(text);
     stream.imbue(std::locale::classic());
     Number number = 0;
@@ -29,6 +31,7 @@ Number ParseHex(const std::string& text) {
 
 PropertyTree::ptree ParseXml(const std::string& text) {
     if (NestsDeeperThan(text, kDeepestNesting)) {
+        // The parser's own error: for whoever asked it is text that cannot be parsed.
         throw PropertyTree::xml_parser_error("elements nest too deep", "", 0);
     }
     std::istringstream stream(text);
