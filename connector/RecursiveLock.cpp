@@ -15,6 +15,7 @@ void CRecursiveLock::lock() {
             return;
         }
     }
+    // Not under ownerMutex_: whoever unlocks needs it to say that there is no owner.
     mutex_.lock();
     const Base::CLock guard(ownerMutex_);
     owner_ = self;
@@ -29,6 +30,7 @@ void CRecursiveLock::unlock() {
         const Base::CLock guard(ownerMutex_);
         owner_ = boost::thread::id();
     }
+    // Last: the next owner enters itself at once, and must not be taken out by us.
     mutex_.unlock();
 }
 

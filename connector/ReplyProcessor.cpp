@@ -28,6 +28,8 @@ void CReplyProcessor::Process(const boost::shared_ptr<Kernel::IMessage>& message
         throw std::runtime_error("Bad cast to Kyr::Common::Module::CResponse");
     }
     const Lock lock(mutex_);
+    // A response that nobody waits for, or not any more, is dropped: the bus brings those of other
+    // modules, too.
     const auto found = pending_.find(response->GetRequestId());
     if (found != pending_.end()) {
         found->second->response = response;
@@ -38,6 +40,7 @@ void CReplyProcessor::Process(const boost::shared_ptr<Kernel::IMessage>& message
 std::uint32_t CReplyProcessor::Expect() {
     const std::uint32_t requestId = idGenerator_->GenerateId();
     const Lock lock(mutex_);
+    // Before the request is published: its response may come at once.
     pending_[requestId] = boost::make_shared<Pending>();
     return requestId;
 }
@@ -49,6 +52,7 @@ boost::shared_ptr<CResponse> CReplyProcessor::WaitForReply(std::uint32_t request
     if (found == pending_.end()) {
         return {};
     }
+    // Held on its own: the map may change while this thread waits.
     const boost::shared_ptr<Pending> pending = found->second;
     while (!pending->response && clock_->WaitFor(pending->answered, lock, timeout)) {
     }
