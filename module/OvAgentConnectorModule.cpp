@@ -58,6 +58,7 @@ COvAgentConnectorModule::COvAgentConnectorModule(CModuleSystem system)
     : CConnectorModule(system.clock), system_(std::move(system)) {}
 
 COvAgentConnectorModule::~COvAgentConnectorModule() {
+    // Before any member goes: the threads run operations of this class.
     EndThreads();
     EndPeriodicThread();
     if (channel_) {
@@ -127,7 +128,9 @@ void COvAgentConnectorModule::CreateTasks(TaskList& tasks) {
 
 bool COvAgentConnectorModule::Connect() {
     try {
+        // Anew for each connection: an upgrade of the product is noticed with the next one.
         productBuild_ = system_.productBuild->Read();
+        // What a task of an earlier connection left there is not for the replies of this one.
         channel_->SetBufferReceiver({});
         channel_->Start();
         SendAgentUuid();
@@ -135,6 +138,7 @@ bool COvAgentConnectorModule::Connect() {
         Publish(MakeProductPresence(LogOrigin(), GetProductId()));
         Publish(MakeConnectedStatus(LogOrigin()));
         importConfigurationTask_->ImportConfiguration();  // the product may have lost the policy
+        // Last: whatever fails before, there is no connection to watch then.
         StartPeriodicThread();
         return true;
     } catch (const std::exception& error) {
@@ -185,6 +189,9 @@ void COvAgentConnectorModule::EndPeriodicThread() {
 
 void COvAgentConnectorModule::PeriodicThread(std::optional<std::int64_t> productBuild) {
     try {
+        // Waits here for the watch of the connection before. That one may be about to end behind a
+        // request of the product or behind the host's bus, and both would remember broadcast values
+        // in the channel.
         const boost::unique_lock<boost::mutex> lock(watchMutex_);
         CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild)
             .Run();
