@@ -82,6 +82,8 @@ std::uint64_t CSymbolContainer::GetResourceId(std::int32_t id) const {
 }
 
 std::int32_t CSymbolContainer::GetInt32(std::int32_t id) const {
+    // The low half, whatever the other one holds: the host's small numbers are stored as large
+    // ones.
     return static_cast<std::int32_t>(static_cast<std::uint32_t>(Get<std::int64_t>(id)));
 }
 
@@ -178,6 +180,7 @@ void CSymbolContainer::CheckUnlocked(std::int32_t id) const {
 }
 
 void CSymbolContainer::Append(std::int32_t id, SymbolValue value) {
+    // Both or neither: the two run in parallel.
     values_.push_back(std::move(value));
     try {
         ids_.push_back(id);
@@ -267,6 +270,9 @@ ISymbolContainer& CSymbolContainer::AddUuidMessage(std::int32_t id, const Uuid& 
 
 ISymbolContainer& CSymbolContainer::SetValue(std::int32_t id, const MultiDataType& value) {
     CheckUnlocked(id);
+    // Unlike the other setters: an old symbol goes, whatever its kind, and the new one stands at
+    // the end of the row. A value without an element only removes. Converted first, because it may
+    // fail.
     auto converted = ToSymbolValue(id, value);
     RemoveSymbol(id);
     if (converted) {
@@ -284,6 +290,7 @@ ISymbolContainer& CSymbolContainer::SetInt64(std::int32_t id, std::int64_t value
 }
 
 ISymbolContainer& CSymbolContainer::SetString(std::int32_t id, const std::string& value) {
+    // Deliberate: not shortened, unlike every other way for a text into a row.
     return Set(id, value);
 }
 
@@ -305,6 +312,7 @@ ISymbolContainer& CSymbolContainer::SetUtcTime(std::int32_t id, const UTCTime& v
 
 void CSymbolContainer::RemoveSymbol(std::int32_t id) {
     const std::size_t index = Find(id);
+    // Deliberate: a locked row lets symbols be removed.
     if (index != ids_.size()) {
         ids_.erase(ids_.begin() + static_cast<std::ptrdiff_t>(index));
         values_.erase(values_.begin() + static_cast<std::ptrdiff_t>(index));
@@ -344,6 +352,7 @@ boost::shared_ptr<google::protobuf::Message> CSymbolContainer::GetProtobuf() con
 }
 
 std::size_t CSymbolContainer::GetProtobufSize() const {
+    // In an arena, which is freed in one piece: a row is some dozens of small messages.
     google::protobuf::Arena arena;
     auto* message = google::protobuf::Arena::CreateMessage<LogSymbolContainer>(&arena);
     FillProtobuf(*message);

@@ -56,6 +56,8 @@ void AppendTo(MultiDataType& target, const SymbolValue& value) {
 }
 
 boost::optional<SymbolValue> ToSymbolValue(std::int32_t id, const MultiDataType& value) {
+    // The first field that is set decides, in this order, and the first element of it. It is not
+    // the order of the kinds in memory.
     if (value.val_bool_size() > 0) {
         return SymbolValue(value.val_bool(0));
     }
