@@ -40,6 +40,7 @@ std::uint64_t ResourceId(const std::string& text) {
 CProtectionStatusRecord ReadRecord(const boost::property_tree::ptree& element) {
     CProtectionStatusRecord record;
     record.status = ParseHex32(ReadAttribute(element, "STATUS"));
+    // Its other attributes are not read, and need not be there.
     if (record.status == CProtectionStatusRecord::kNotAvailable) {
         return record;
     }
@@ -62,6 +63,7 @@ std::vector<unsigned char> CGetStatusRequest::Serialize() const {
 
 void CGetStatusResponse::Deserialize(const std::vector<unsigned char>& reply) {
     CReplyReader reader(reply);
+    // An empty payload is empty text: it parses, and lacks the section that is asked for below.
     if (reader.GetPayloadLength() != 0) {
         rawContent_ = reader.ReadPayload();
     }

@@ -67,11 +67,13 @@ std::vector<unsigned char> CGetTaskStatusRequest::Serialize() const {
 
 void CGetTaskStatusResponse::Deserialize(const std::vector<unsigned char>& reply) {
     CReplyReader reader(reply);
+    // No outcome waits.
     if (reader.GetPayloadLength() == 0) {
         return;
     }
     reader.ReadU32();  // known to the product only
     const std::uint32_t statusWord = reader.ReadU32();
+    // The offset is the product's word, too: behind the reply's end there is no text.
     reader.MoveTo(reader.ReadU32());
     const std::vector<std::string> parts = SplitUserData(ReadUserData(reader));
 
