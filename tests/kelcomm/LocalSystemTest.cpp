@@ -34,7 +34,8 @@ TEST_F(LocalSystemTest, AsksForTheTokenUserAndTheWellKnownIdentifier) {
     RunsAsLocalSystem();
     EXPECT_EQ(8U, native_.process.tokenAccess);
     EXPECT_EQ(76U, native_.process.tokenBufferSize);
-    EXPECT_EQ(std::vector<std::uint32_t>({5, 1, 18}), native_.process.sidParts);
+    EXPECT_EQ(std::vector<std::uint32_t>({0, 0, 0, 0, 0, 5}), native_.process.sidAuthority);
+    EXPECT_EQ(std::vector<std::uint32_t>({1, 18, 0, 0, 0, 0, 0, 0, 0}), native_.process.sidParts);
 }
 
 TEST_F(LocalSystemTest, UnreadableTokenIsNot) {
@@ -44,6 +45,19 @@ TEST_F(LocalSystemTest, UnreadableTokenIsNot) {
         native_.Fail(function);
         EXPECT_FALSE(RunsAsLocalSystem()) << function;
     }
+}
+
+TEST_F(LocalSystemTest, UnreadableUserIsComparedWithNothing) {
+    native_.Fail("GetTokenInformation");
+    EXPECT_FALSE(RunsAsLocalSystem());
+    EXPECT_EQ(0U, native_.CountCalls("EqualSid"));
+}
+
+TEST_F(LocalSystemTest, UserIsNotComparedWithAnIdentifierThatCouldNotBeMade) {
+    native_.Fail("AllocateAndInitializeSid");
+    EXPECT_FALSE(RunsAsLocalSystem());
+    EXPECT_EQ(0U, native_.CountCalls("EqualSid"));
+    EXPECT_EQ(0U, native_.CountCalls("FreeSid"));
 }
 
 TEST_F(LocalSystemTest, SystemWithoutTokensIsNot) {

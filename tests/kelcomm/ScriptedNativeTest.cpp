@@ -61,6 +61,34 @@ TEST_F(ScriptedNativeTest, HandleThatIsClosedTwiceIsAMisuse) {
     EXPECT_THAT(native_.Misuses(), SizeIs(1));
 }
 
+TEST_F(ScriptedNativeTest, WhatIsGivenBackIsKnownByItsKindAndOrder) {
+    const NtApi::Handle event = System().CreateEventW(nullptr, 1, 0, nullptr);
+    const NtApi::Handle mutex = System().OpenMutexW(0, 0, u"M");
+    System().CloseHandle(mutex);
+    System().CloseHandle(event);
+    System().CloseHandle(mutex);  // a misuse gives nothing back
+    EXPECT_THAT(native_.GivenBack(), ElementsAre("mutex", "event"));
+}
+
+TEST_F(ScriptedNativeTest, WatcherSeesWhichLocksAreHeldInACall) {
+    std::vector<std::size_t> counts;
+    native_.OnCall([&](const std::string& function) {
+        if (function == "GetTickCount") {
+            counts.push_back(native_.CountHeldLocks());
+            counts.push_back(native_.CountExclusiveLocks());
+        }
+    });
+    void* lock = nullptr;
+    System().GetTickCount();
+    System().RtlAcquireSRWLockShared(&lock);
+    System().GetTickCount();
+    System().RtlReleaseSRWLockShared(&lock);
+    System().RtlAcquireSRWLockExclusive(&lock);
+    System().GetTickCount();
+    System().RtlReleaseSRWLockExclusive(&lock);
+    EXPECT_THAT(counts, ElementsAre(0U, 0U, 1U, 0U, 1U, 1U));
+}
+
 TEST_F(ScriptedNativeTest, ArgumentThatTheProtocolDoesNotUseIsAMisuse) {
     System().CloseHandle(System().OpenMutexW(0, 1, u"M"));
     System().NtAlpcDisconnectPort(nullptr, 1);

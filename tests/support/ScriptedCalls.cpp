@@ -58,7 +58,14 @@ std::vector<std::string> CScriptedCalls::Misuses() const {
     return misuses_;
 }
 
+void CScriptedCalls::OnCall(std::function<void(const std::string&)> action) {
+    onCall_ = std::move(action);
+}
+
 bool CScriptedCalls::Enter(const char* function, NtApi::NtStatus* status) {
+    if (onCall_) {
+        onCall_(function);
+    }
     const Guard guard(mutex_);
     Function& entry = functions_[PlaceOf(function)];
     ++entry.calls;

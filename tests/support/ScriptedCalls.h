@@ -7,6 +7,7 @@
 // Threads: any.
 #pragma once
 
+#include <functional>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -29,6 +30,9 @@ class CScriptedCalls {
     /// Lets the next `times` calls fail, after `after` calls that still work.
     void Fail(const std::string& function, unsigned times, unsigned after, NtApi::NtStatus status);
     unsigned Count(const std::string& function) const;
+    /// Runs `action` with the name of every function that is called, without a lock.
+    /// REQUIRES: no call is running.
+    void OnCall(std::function<void(const std::string&)> action);
     /// What callers did wrong, a line each: handles that are not open, arguments that a system
     /// would refuse or that the protocol does not use.
     std::vector<std::string> Misuses() const;
@@ -51,6 +55,7 @@ class CScriptedCalls {
         NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
     };
 
+    std::function<void(const std::string&)> onCall_;
     mutable std::mutex mutex_;         // guards everything below
     std::vector<Function> functions_;  // all that there are
     std::vector<std::string> misuses_;

@@ -84,6 +84,15 @@ std::size_t CScriptedLocks::CountHeld() const {
         holders_.begin(), holders_.end(), [](const auto& entry) { return entry.second != 0; }));
 }
 
+std::size_t CScriptedLocks::CountHeldExclusively() const {
+    const Guard guard(mutex_);
+    return static_cast<std::size_t>(
+        std::count_if(holders_.begin(), holders_.end(), [](const auto& entry) {
+            // Held at all: the lock still lives.
+            return entry.second != 0 && (Word(static_cast<void**>(entry.first)) & kExclusive) != 0;
+        }));
+}
+
 void CScriptedLocks::CountHolder(void* lock, int change) {
     const Guard guard(mutex_);
     holders_[lock] += change;

@@ -24,6 +24,8 @@ class CScriptedLocks {
 
     /// How many locks are held.
     std::size_t CountHeld() const;
+    /// How many of these exclusively.
+    std::size_t CountHeldExclusively() const;
 
   private:
     struct Functions;  // those of the table

@@ -11,7 +11,9 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
@@ -51,6 +53,16 @@ class CScriptedNative {
     /// What was handed out and not given back: handles, views, sections, identifiers and locks.
     std::size_t CountLive() const;
     std::size_t CountLive(const std::string& kind) const { return objects_.Count(kind); }
+    /// The kinds of what was given back, in order; those of CountLive, "event" and "thread".
+    std::vector<std::string> GivenBack() const { return objects_.GivenBack(); }
+    /// How many slim locks are held, and how many of these exclusively.
+    std::size_t CountHeldLocks() const { return locks_.CountHeld(); }
+    std::size_t CountExclusiveLocks() const { return locks_.CountHeldExclusively(); }
+    /// Runs `action` with the name of every function that is called, on the calling thread and
+    /// without a lock of the fake. REQUIRES: no call is running.
+    void OnCall(std::function<void(const std::string&)> action) {
+        calls_.OnCall(std::move(action));
+    }
     /// What callers did wrong, a line each.
     std::vector<std::string> Misuses() const { return calls_.Misuses(); }
 

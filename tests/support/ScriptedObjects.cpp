@@ -38,7 +38,13 @@ void CScriptedObjects::Add(void* address, const char* kind) {
 
 bool CScriptedObjects::Close(NtApi::Handle handle) {
     const Guard guard(mutex_);
-    return Report(live_.erase(handle) != 0, handle);
+    const auto found = live_.find(handle);
+    if (!Report(found != live_.end(), handle)) {
+        return false;
+    }
+    givenBack_.push_back(found->second);
+    live_.erase(found);
+    return true;
 }
 
 bool CScriptedObjects::Check(NtApi::Handle handle) const {
@@ -58,6 +64,16 @@ bool CScriptedObjects::Report(bool wasLive, NtApi::Handle handle) const {
 void CScriptedObjects::Forget(void* address) {
     const Guard guard(mutex_);
     live_.erase(address);
+}
+
+void CScriptedObjects::NoteGivenBack(const char* kind) {
+    const Guard guard(mutex_);
+    givenBack_.push_back(kind);
+}
+
+std::vector<std::string> CScriptedObjects::GivenBack() const {
+    const Guard guard(mutex_);
+    return givenBack_;
 }
 
 std::size_t CScriptedObjects::Count() const {

@@ -9,6 +9,7 @@
 #include <map>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "ntapi/Types.h"
 #include "tests/support/ScriptedCalls.h"
@@ -32,6 +33,11 @@ class CScriptedObjects {
     /// What a system takes away by itself, if it is there.
     void Forget(void* address);
 
+    /// Remembers that an object of another keeper was given back.
+    void NoteGivenBack(const char* kind);
+
+    /// The kinds of what callers gave back, in order.
+    std::vector<std::string> GivenBack() const;
     std::size_t Count() const;
     /// Throws std::invalid_argument for a kind that there is not.
     std::size_t Count(const std::string& kind) const;
@@ -42,6 +48,7 @@ class CScriptedObjects {
     CScriptedCalls& calls_;
     mutable std::mutex mutex_;  // guards everything below
     std::map<NtApi::Handle, std::string> live_;
+    std::vector<std::string> givenBack_;
     std::uintptr_t nextHandle_ = 0x1000;
 };
 

@@ -12,6 +12,9 @@ namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 
+// The system's own number, not the clients' name for it.
+constexpr std::uint32_t kSecureSection = 0x40000;
+
 CScriptedPorts* current = nullptr;
 
 /// The message as its header says; a message that was received says what it likes, but has no more
@@ -206,8 +209,7 @@ struct CScriptedPorts::Advanced {
     NtAlpcCreatePortSection(NtApi::Handle port, std::uint32_t flags, NtApi::Handle section,
                             std::size_t size, NtApi::Handle* alpcSection, std::size_t* actualSize) {
         current->objects_.Check(port);
-        const bool secureAndNew =
-            flags == NtApi::kAlpcPortSectionSecure && section == nullptr && size != 0;
+        const bool secureAndNew = flags == kSecureSection && section == nullptr && size != 0;
         if (!current->calls_.Require(secureAndNew, "NtAlpcCreatePortSection of another kind")) {
             return NtApi::kStatusInvalidParameter;
         }
@@ -242,7 +244,10 @@ struct CScriptedPorts::Advanced {
         }
         NtApi::NtStatus status = NtApi::kStatusSuccess;
         if (current->calls_.Enter("NtAlpcCreateSectionView", &status)) {
-            view->ViewBase = current->MakeView(Bytes(view->ViewSize));
+            view->ViewSize -= current->sectionViewShortage;
+            if (!current->leaveOutSectionViewBase) {
+                view->ViewBase = current->MakeView(Bytes(view->ViewSize));
+            }
         }
         return status;
     }
@@ -265,7 +270,7 @@ struct CScriptedPorts::Advanced {
         }
         *required = current->viewAttributeSize;
         if (buffer == nullptr || size < *required) {
-            return NtApi::kStatusBufferTooSmall;
+            return current->viewAttributeQueryStatus;
         }
         buffer->AllocatedAttributes = attributes;
         buffer->ValidAttributes = 0;

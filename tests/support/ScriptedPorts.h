@@ -82,6 +82,10 @@ class CScriptedPorts {
     /// A handle that connecting returns together with the status of Fail.
     bool leaveHandleOnFailedConnect = false;
     std::size_t viewAttributeSize;  // what AlpcInitializeMessageAttribute asks for
+    /// What it answers when it is given too little.
+    NtApi::NtStatus viewAttributeQueryStatus = static_cast<NtApi::NtStatus>(0xC0000023);
+    std::size_t sectionViewShortage = 0;   // bytes that a new section view lacks
+    bool leaveOutSectionViewBase = false;  // a new section view that is told to be nowhere
 
   private:
     struct Legacy;    // the functions of the table, by kind of port

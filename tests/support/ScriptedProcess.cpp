@@ -61,15 +61,15 @@ struct CScriptedProcess::Functions {
         *returned = sizeof(user);
         return 1;
     }
-    static NtApi::Bool KYR_NTAPI AllocateAndInitializeSid(const std::uint8_t* authority,
-                                                          std::uint8_t count, std::uint32_t first,
-                                                          std::uint32_t, std::uint32_t,
-                                                          std::uint32_t, std::uint32_t,
-                                                          std::uint32_t, std::uint32_t,
-                                                          std::uint32_t, void** sid) {
+    static NtApi::Bool KYR_NTAPI AllocateAndInitializeSid(
+        const std::uint8_t* authority, std::uint8_t count, std::uint32_t first,
+        std::uint32_t second, std::uint32_t third, std::uint32_t fourth, std::uint32_t fifth,
+        std::uint32_t sixth, std::uint32_t seventh, std::uint32_t eighth, void** sid) {
         {
             const Guard guard(current->mutex_);
-            current->sidParts.assign({authority[5], count, first});
+            current->sidAuthority.assign(authority, authority + 6);
+            current->sidParts.assign(
+                {count, first, second, third, fourth, fifth, sixth, seventh, eighth});
         }
         if (!current->calls_.Enter("AllocateAndInitializeSid")) {
             return 0;

@@ -27,7 +27,8 @@ class CScriptedProcess {
     bool isLocalSystem = false;
 
     // The records.
-    std::vector<std::uint32_t> sidParts;  // authority, count and first sub-authority
+    std::vector<std::uint32_t> sidAuthority;  // its six bytes
+    std::vector<std::uint32_t> sidParts;      // the count of sub-authorities, and all eight
     std::uint32_t tokenBufferSize = 0;
     std::uint32_t tokenAccess = 0;
 

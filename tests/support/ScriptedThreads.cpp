@@ -58,6 +58,12 @@ bool CScriptedThreads::Owns(NtApi::Handle handle) const {
     return objects_.count(handle) != 0;
 }
 
+bool CScriptedThreads::IsThread(NtApi::Handle handle) const {
+    const Lock lock(mutex_);
+    const auto found = objects_.find(handle);
+    return found != objects_.end() && found->second->isThread;
+}
+
 bool CScriptedThreads::Close(NtApi::Handle handle) {
     const Lock lock(mutex_);
     return objects_.erase(handle) != 0;

@@ -28,6 +28,7 @@ class CScriptedThreads {
     NtApi::Handle CreateEvent(bool manualReset, bool set);
     bool Set(NtApi::Handle event, bool set);
     bool Owns(NtApi::Handle handle) const;
+    bool IsThread(NtApi::Handle handle) const;
     bool Close(NtApi::Handle handle);
     /// Waits for all of `handles`; time-outs count the scripted clock.
     std::uint32_t WaitForAll(const std::vector<NtApi::Handle>& handles, std::uint32_t milliseconds);

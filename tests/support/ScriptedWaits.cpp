@@ -18,6 +18,8 @@ struct CScriptedWaits::Functions {
     static NtApi::Bool KYR_NTAPI CloseHandle(NtApi::Handle handle) {
         current->calls_.Note("CloseHandle");
         if (current->threads_.Owns(handle)) {
+            current->objects_.NoteGivenBack(current->threads_.IsThread(handle) ? "thread"
+                                                                               : "event");
             return current->threads_.Close(handle) ? 1 : 0;
         }
         return current->objects_.Close(handle) ? 1 : 0;
@@ -37,17 +39,27 @@ struct CScriptedWaits::Functions {
     static NtApi::Handle KYR_NTAPI CreateEventW(void*, NtApi::Bool manualReset,
                                                 NtApi::Bool initialState, const char16_t* name) {
         current->calls_.Require(name == nullptr, "CreateEventW of one that others may find");
+        {
+            const Guard guard(current->mutex_);
+            current->manualResets.push_back(manualReset != 0);
+        }
         return current->calls_.Enter("CreateEventW")
                    ? current->threads_.CreateEvent(manualReset != 0, initialState != 0)
                    : nullptr;
     }
     static NtApi::Bool KYR_NTAPI SetEvent(NtApi::Handle event) {
         current->calls_.Note("SetEvent");
-        return current->threads_.Set(event, true) ? 1 : 0;
+        return current->calls_.Require(event == nullptr || current->threads_.Set(event, true),
+                                       "SetEvent of one that is not open")
+                   ? 1
+                   : 0;
     }
     static NtApi::Bool KYR_NTAPI ResetEvent(NtApi::Handle event) {
         current->calls_.Note("ResetEvent");
-        return current->threads_.Set(event, false) ? 1 : 0;
+        return current->calls_.Require(event == nullptr || current->threads_.Set(event, false),
+                                       "ResetEvent of one that is not open")
+                   ? 1
+                   : 0;
     }
     static std::uint32_t KYR_NTAPI WaitForSingleObject(NtApi::Handle handle,
                                                        std::uint32_t milliseconds) {
@@ -81,25 +93,33 @@ struct CScriptedWaits::Functions {
                    ? current->threads_.WaitForEventOrMessage(handles[0])
                    : NtApi::kWaitFailed;
     }
-    static NtApi::Bool KYR_NTAPI PeekMessageW(NtApi::WindowMessage*, NtApi::Handle, std::uint32_t,
-                                              std::uint32_t, std::uint32_t remove) {
+    static NtApi::Bool KYR_NTAPI PeekMessageW(NtApi::WindowMessage* message, NtApi::Handle window,
+                                              std::uint32_t first, std::uint32_t last,
+                                              std::uint32_t remove) {
         current->calls_.Note("PeekMessageW");
-        return current->calls_.Require(remove == kRemoveMessage, "PeekMessageW without taking") &&
-                       current->threads_.TakeMessage()
-                   ? 1
-                   : 0;
+        current->calls_.Require(window == nullptr && first == 0 && last == 0,
+                                "PeekMessageW for some messages only");
+        if (!current->calls_.Require(remove == kRemoveMessage, "PeekMessageW without taking") ||
+            !current->threads_.TakeMessage()) {
+            return 0;
+        }
+        const Guard guard(current->mutex_);
+        message->message = ++current->taken_;
+        return 1;
     }
-    static NtApi::Bool KYR_NTAPI TranslateMessage(const NtApi::WindowMessage*) {
+    static NtApi::Bool KYR_NTAPI TranslateMessage(const NtApi::WindowMessage* message) {
         current->calls_.Note("TranslateMessage");
         const Guard guard(current->mutex_);
         ++current->translated;
+        current->handled.push_back("translated " + std::to_string(message->message));
         return 1;
     }
-    static std::intptr_t KYR_NTAPI DispatchMessageW(const NtApi::WindowMessage*) {
+    static std::intptr_t KYR_NTAPI DispatchMessageW(const NtApi::WindowMessage* message) {
         current->calls_.Note("DispatchMessageW");
         {
             const Guard guard(current->mutex_);
             ++current->dispatched;
+            current->handled.push_back("dispatched " + std::to_string(message->message));
         }
         if (current->onDispatch) {
             current->onDispatch();

@@ -8,6 +8,7 @@
 #include <cstdint>
 #include <functional>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
@@ -34,6 +35,8 @@ class CScriptedWaits {
     // The records.
     int translated = 0;
     int dispatched = 0;
+    std::vector<std::string> handled;        // what was done with which message, numbered from 1
+    std::vector<bool> manualResets;          // of the events, in the order of their making
     std::vector<std::uint32_t> messageWait;  // count, wait for all, time-out, wake mask
 
   private:
@@ -43,7 +46,8 @@ class CScriptedWaits {
     CScriptedObjects& objects_;
     CScriptedThreads& threads_;
     CScriptedArea& area_;
-    std::mutex mutex_;  // guards the records
+    std::mutex mutex_;         // guards the records
+    std::uint32_t taken_ = 0;  // window messages
 };
 
 }  // namespace Kyr::Test
