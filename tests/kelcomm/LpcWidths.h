@@ -108,7 +108,7 @@ class LpcClientFixture : public ClientFixture {
                             sizeof(typename Width::Word));
     }
     static std::uint16_t DataInfoOffset(const Bytes& message) {
-        return static_cast<std::uint16_t>(message[6] | message[7] << 8);
+        return static_cast<std::uint16_t>(message.at(6) | message.at(7) << 8);
     }
 };
 

@@ -1,6 +1,7 @@
 // Bytes as a protocol description writes them: HexBytes("0C 00 00 00 00 06 00 01").
 #pragma once
 
+#include <cstddef>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -37,6 +38,16 @@ inline std::vector<unsigned char> operator+(std::vector<unsigned char> first,
                                             const std::vector<unsigned char>& second) {
     first.insert(first.end(), second.begin(), second.end());
     return first;
+}
+
+/// `length` bytes from `first` on; throws std::out_of_range unless they are all there.
+inline std::vector<unsigned char> BytesAt(const std::vector<unsigned char>& bytes,
+                                          std::size_t first, std::size_t length) {
+    if (first > bytes.size() || length > bytes.size() - first) {
+        throw std::out_of_range("BytesAt: the bytes end before");
+    }
+    const auto* const start = bytes.data() + first;
+    return {start, start + length};
 }
 
 }  // namespace Kyr::Test

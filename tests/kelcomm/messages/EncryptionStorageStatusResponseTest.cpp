@@ -42,7 +42,8 @@ class EncryptionStorageStatusResponseTest : public testing::Test {
     }
 
     const CEncryptionPartition& ReadPartition(const std::string& partition) {
-        return Read(kDisk + partition + "</DISK>").disks.back().partitions.at(0);
+        const auto& disks = Read(kDisk + partition + "</DISK>").disks;
+        return disks.at(disks.size() - 1).partitions.at(0);
     }
 
     bool ReadTpm(const std::string& text) {
@@ -185,7 +186,7 @@ TEST_F(EncryptionStorageStatusResponseTest, FlagsOfDisksAndPartitionsAreReadTheS
     const auto& disk = Read(
                            "<DISK DEVICE_ID='' OPAL_SUPPORT='on' OPAL_USED='YES' "
                            "PARTITIONING_SCHEME=''/>")
-                           .disks.back();
+                           .disks.at(0);
     EXPECT_FALSE(disk.opalSupported);
     EXPECT_TRUE(disk.opalUsed);
     EXPECT_TRUE(ReadPartition(PartitionWith("'True'", "'1'")).systemPartition);

@@ -38,7 +38,8 @@ class GetTaskStatusTest : public testing::Test {
 
     CTaskStatusRecord RecordWithStatus(const std::string& hexWord) {
         Read(HexBytes("00 00 00 00" + hexWord + "0C 00 00 00") + Utf16("a;b;c"));
-        return response_.GetRecords().back();
+        const auto& records = response_.GetRecords();
+        return records.at(records.size() - 1);
     }
 
     std::string UserDataFailure(const std::string& userData) {

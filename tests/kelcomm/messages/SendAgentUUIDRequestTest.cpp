@@ -4,6 +4,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
+using Test::BytesAt;
 using Test::HexBytes;
 
 TEST(SendAgentUUIDRequestTest, TwoRecordsFollowTheHeader) {
@@ -15,15 +16,15 @@ TEST(SendAgentUUIDRequestTest, TwoRecordsFollowTheHeader) {
 
 TEST(SendAgentUUIDRequestTest, UuidOf36CharactersGives69Bytes) {
     const auto bytes = CSendAgentUUIDRequest("6f9619ff-8b86-4d01-b42d-00cf4fc964ff").Serialize();
-    EXPECT_EQ(bytes.size(), 69u);
+    ASSERT_EQ(bytes.size(), 69u);
     EXPECT_EQ(bytes[28], 37);  // the second record's length
     EXPECT_EQ(bytes.back(), 0);
 }
 
 TEST(SendAgentUUIDRequestTest, EmptyTextIsOneZero) {
     const auto bytes = CSendAgentUUIDRequest("").Serialize();
-    EXPECT_EQ(std::vector<unsigned char>(bytes.begin() + 24, bytes.end()),
-              HexBytes("02 00 10 00 01 00 00 00 00"));
+    EXPECT_EQ(bytes.size(), 33u);
+    EXPECT_EQ(BytesAt(bytes, 24, 9), HexBytes("02 00 10 00 01 00 00 00 00"));
 }
 
 TEST(SendAgentUUIDRequestTest, TextIsCutAtItsFirstZero) {
