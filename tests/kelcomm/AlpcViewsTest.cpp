@@ -1,4 +1,9 @@
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <new>
+#include <string>
+#include <vector>
 
 #include "kelcomm/AlpcViews.h"
 #include "tests/support/ScriptedNative.h"
@@ -26,6 +31,32 @@ TEST_F(AlpcViewsTest, NewAttributeHasRoomForAViewAndHoldsNone) {
     EXPECT_EQ(kView, attribute.GetAttributes()->AllocatedAttributes);
     EXPECT_EQ(0U, attribute.GetView().Flags);
     EXPECT_EQ(nullptr, attribute.GetView().ViewBase);
+}
+
+TEST_F(AlpcViewsTest, NewAttributeHoldsNothingOfWhatItsMemoryHeldBefore) {
+    alignas(CViewAttribute) std::uint8_t memory[sizeof(CViewAttribute)];
+    std::fill(std::begin(memory), std::end(memory), std::uint8_t{0xEE});
+    auto* const attribute = new (memory) CViewAttribute;
+    ASSERT_TRUE(attribute->Allocate(native_.GetFunctions()));
+    EXPECT_EQ(0U, attribute->GetView().Flags);
+    EXPECT_EQ(nullptr, attribute->GetView().SectionHandle);
+    EXPECT_EQ(nullptr, attribute->GetView().ViewBase);
+    EXPECT_EQ(0U, attribute->GetView().ViewSize);
+    attribute->~CViewAttribute();
+}
+
+TEST_F(AlpcViewsTest, LargeAttributeIsZeroToItsEnd) {
+    constexpr std::size_t kSize = 400;
+    native_.ports.viewAttributeSize = kSize;
+    // What the heap hands out next is, as a rule, what it was given back last.
+    auto* const dirty = new std::uint8_t[kSize];
+    std::fill_n(static_cast<volatile std::uint8_t*>(dirty), kSize, std::uint8_t{0xEE});
+    delete[] dirty;
+    CViewAttribute attribute;
+    ASSERT_TRUE(attribute.Allocate(native_.GetFunctions()));
+    const auto* const bytes = reinterpret_cast<const std::uint8_t*>(attribute.GetAttributes());
+    EXPECT_EQ(std::vector<std::uint8_t>(kSize - 8),  // behind the head
+              std::vector<std::uint8_t>(bytes + 8, bytes + kSize));
 }
 
 TEST_F(AlpcViewsTest, AttributeOfTheUsualSizeNeedsNoHeap) {
@@ -65,6 +96,16 @@ TEST_F(AlpcViewsTest, LeftOverViewIsDeletedFirst) {
     EXPECT_EQ(1U, native_.CountCalls("NtAlpcDeletePortSection"));
     EXPECT_EQ(1U, native_.CountLive("view"));
     EXPECT_EQ(1U, native_.CountLive("section"));
+}
+
+TEST_F(AlpcViewsTest, ViewIsDeletedBeforeItsSection) {
+    {
+        CSendView view(native_.GetFunctions(), nullptr);
+        ASSERT_TRUE(view.Fill("abc", 3));
+        ASSERT_TRUE(view.Fill("defg", 4));
+    }
+    EXPECT_EQ(std::vector<std::string>({"view", "section", "view", "section"}),
+              native_.GivenBack());
 }
 
 TEST_F(AlpcViewsTest, NothingIsSentAlongWithoutAView) {

@@ -37,7 +37,10 @@ class CProbedBuffer : public CBuffer {
         allocated.push_back(size);
         return failing ? nullptr : CBuffer::Allocate(size);
     }
-    void Free(void* block) override { CBuffer::Free(block); }
+    void Free(void* block) override {
+        freed.push_back(block);
+        CBuffer::Free(block);
+    }
 
     /// Base, data, capacity and size lie one after the other behind the table.
     bool HasItsFieldsInOrder() const {
@@ -53,6 +56,7 @@ class CProbedBuffer : public CBuffer {
     bool failing = false;
     std::vector<std::uint32_t> reallocated;
     std::vector<std::uint32_t> allocated;
+    std::vector<const void*> freed;  // pointers that are not to be used
 
     using CBuffer::base_;
     using CBuffer::data_;
@@ -102,8 +106,16 @@ TEST(BufferTest, GrowthIsOneAndAHalfTimesRoundedToAPage) {
     CProbedBuffer buffer;
     buffer.Append(Counting(4096).data(), 4096);
     buffer.Append("x", 1);
-    EXPECT_EQ(8192U, buffer.GetCapacity());  // 6144 rounded up
+    ASSERT_EQ(8192U, buffer.GetCapacity());  // 6144 rounded up
     EXPECT_EQ('x', buffer.GetData()[4096]);
+}
+
+TEST(BufferTest, GrowthIsByAHalfWhereRoundingHidesNoOtherPart) {
+    CProbedBuffer buffer;
+    buffer.Append(Counting(65536).data(), 65536);
+    EXPECT_EQ(65536U, buffer.GetCapacity());
+    buffer.Append("x", 1);
+    EXPECT_EQ(98304U, buffer.GetCapacity());  // a whole number of pages as it is
 }
 
 TEST(BufferTest, GrowthFollowsTheNeedWhenThatIsLarger) {
@@ -130,6 +142,15 @@ TEST(BufferTest, ReservePastTheLargestSizeIsRefused) {
     buffer.Pretend(memory, 0xFFFFFFFF, 0xFFFFFFFF);
     EXPECT_EQ(nullptr, buffer.Reserve(1));
     EXPECT_TRUE(buffer.reallocated.empty());
+}
+
+TEST(BufferTest, ReserveUpToTheLargestSizeIsAskedFor) {
+    std::uint8_t memory[1];
+    CProbedBuffer buffer;
+    buffer.failing = true;
+    buffer.Pretend(memory, 0xFFFFFFFE, 0xFFFFFFFE);
+    EXPECT_EQ(nullptr, buffer.Reserve(1));
+    EXPECT_EQ(std::vector<std::uint32_t>({0xFFFFFFFF}), buffer.reallocated);
 }
 
 TEST(BufferTest, RoundingPastTheLargestSizeAsksForTheNeedItself) {
@@ -220,6 +241,17 @@ TEST(BufferTest, GrowingAppendKeepsConsumedBytesOut) {
     buffer.Consume(3);
     EXPECT_TRUE(buffer.AppendGrowing("ef", 2));
     EXPECT_EQ(HexBytes("64 65 66"), Held(buffer));
+    EXPECT_EQ(6U, buffer.GetCapacity());  // the consumed room is not used again
+}
+
+TEST(BufferTest, GrowingAppendFreesWhatItOutgrew) {
+    CProbedBuffer buffer;
+    buffer.AppendGrowing("a", 1);
+    buffer.Consume(1);
+    const void* const outgrown = buffer.base_;
+    buffer.freed.clear();
+    EXPECT_TRUE(buffer.AppendGrowing("b", 1));
+    EXPECT_EQ(std::vector<const void*>({outgrown}), buffer.freed);
 }
 
 TEST(BufferTest, FailedGrowingAppendLeavesTheHeldBytes) {

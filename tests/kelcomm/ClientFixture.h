@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "kelcomm/IKelcommClient.h"
 #include "tests/support/HexBytes.h"
@@ -21,6 +22,7 @@ class ClientFixture : public testing::Test {
     static constexpr std::uint32_t kUntouchedLength = 0xDEADBEEF;
 
     void TearDown() override {
+        native_.OnCall({});  // may look at what has ended with the test
         client_->Close();
         client_.reset();
         EXPECT_EQ(0U, native_.CountLive());
@@ -43,6 +45,22 @@ class ClientFixture : public testing::Test {
             reply_.resize(replyLength_);
         }
         return result;
+    }
+
+    /// The kinds of what the call gives back to the system, in order.
+    template <typename Call>
+    std::vector<std::string> GivenBackBy(const Call& call) {
+        const std::size_t before = native_.GivenBack().size();
+        call();
+        std::vector<std::string> kinds = native_.GivenBack();
+        kinds.erase(kinds.begin(), kinds.begin() + static_cast<std::ptrdiff_t>(before));
+        return kinds;
+    }
+
+    /// An area with nothing but its head, for clients that are to open it.
+    void ProvideEmptyArea() {
+        native_.area.bytes = HexBytes("20 00 00 00  00 00 00 00") + TextBytes("KelComm ") +
+                             HexBytes("02 00 00 00  00 00 00 00  20 00 00 00  00 00 00 00");
     }
 
     std::uint32_t Ping() { return client_->Request(0, 0, nullptr, 0, nullptr, 0, nullptr, 0); }

@@ -148,6 +148,26 @@ TEST_F(KelcommAlpcClientTest, TimeLimitIsPassedOn) {
     EXPECT_EQ(-50000000, native_.ports.requests.at(0).timeout);
 }
 
+TEST_F(KelcommAlpcClientTest, TimeLimitOfAGrowableRequestIsPassedOn) {
+    QueueReply(Reply(0, 0, {}));
+    Kelcomm::CBuffer buffer;
+    EXPECT_EQ(0U, client_->RequestToBuffer(0, 3, "abc", 3, &buffer, -50000000));
+    EXPECT_TRUE(native_.ports.requests.at(0).hasTimeout);
+    EXPECT_EQ(-50000000, native_.ports.requests.at(0).timeout);
+}
+
+TEST_F(KelcommAlpcClientTest, MissingReplyBufferOffersNoCapacity) {
+    QueueReply(Reply(0, 0, {}));
+    EXPECT_EQ(0U, client_->Request(0, 3, "abc", 3, nullptr, 16, nullptr, 0));
+    EXPECT_EQ(HexBytes("00 00 00 00"), BytesAt(native_.ports.requests.at(0).message, 36, 4));
+}
+
+TEST_F(KelcommAlpcClientTest, MissingGrowableBufferIsNotAnnounced) {
+    QueueReply(Reply(0, 0, {}));
+    EXPECT_EQ(0U, client_->RequestToBuffer(0, 3, "abc", 3, nullptr, 0));
+    EXPECT_EQ(HexBytes("00 00 00 00"), BytesAt(native_.ports.requests.at(0).message, 28, 4));
+}
+
 TEST_F(KelcommAlpcClientTest, OneWayRequestIsReleasedAndWantsNothingBack) {
     QueueStatus(0);
     EXPECT_EQ(0U, Request(TextBytes("abc"), 16, 1));
@@ -157,7 +177,7 @@ TEST_F(KelcommAlpcClientTest, OneWayRequestIsReleasedAndWantsNothingBack) {
     EXPECT_EQ(65519U, sent.bufferLength);
     EXPECT_EQ(kUntouchedLength, replyLength_);
     EXPECT_EQ(HexBytes("03 00 00 00  00 00 00 00"),  // length 3, capacity 0
-              Bytes(sent.message.begin() + 32, sent.message.begin() + 40));
+              BytesAt(sent.message, 32, 8));
     EXPECT_EQ(0U, native_.CountCalls("AlpcInitializeMessageAttribute"));
 }
 
@@ -167,8 +187,8 @@ TEST_F(KelcommAlpcClientTest, FlagsOtherThanOneWayMeanNothing) {
     EXPECT_EQ(TextBytes("xyz"), reply_);
     // command 3, not growable, length 3, capacity 16
     EXPECT_EQ(HexBytes("03 00 00 00  00 00 00 00  03 00 00 00  10 00 00 00  61 62 63"),
-              Bytes(native_.ports.requests.at(0).message.begin() + 24,
-                    native_.ports.requests.at(0).message.end()));
+              BytesAt(native_.ports.requests.at(0).message, 24, 19));
+    EXPECT_EQ(43U, native_.ports.requests.at(0).message.size());
 }
 
 TEST_F(KelcommAlpcClientTest, OneWayGrowableRequestIsNotMarkedAsGrowable) {
@@ -185,7 +205,7 @@ TEST_F(KelcommAlpcClientTest, LongestInlinePayloadFillsTheMessage) {
     QueueReply(Reply(0, 0, {}));
     EXPECT_EQ(0U, Request(Bytes(65479, 'p'), 0));
     const CScriptedPorts::Sent& sent = native_.ports.requests.at(0);
-    EXPECT_EQ(65519U, sent.message.size());
+    ASSERT_EQ(65519U, sent.message.size());
     EXPECT_EQ('p', sent.message.back());
     EXPECT_FALSE(sent.hasView);
     EXPECT_TRUE(native_.ports.sectionSizes.empty());
@@ -265,6 +285,30 @@ TEST_F(KelcommAlpcClientTest, SystemWithoutAttributesIsAFailure) {
     native_.Remove("AlpcInitializeMessageAttribute");
     EXPECT_EQ(1U, Ping());
     EXPECT_TRUE(native_.ports.requests.empty());
+}
+
+TEST_F(KelcommAlpcClientTest, AttributeSizeThatComesWithAnotherStatusIsAFailure) {
+    for (const std::uint32_t status : {0U, 0x102U, 0xC0000001U, 0xC0000022U, 0xC0000024U}) {
+        native_.ports.viewAttributeQueryStatus = static_cast<NtApi::NtStatus>(status);
+        EXPECT_EQ(1U, Ping()) << status;
+    }
+    EXPECT_TRUE(native_.ports.requests.empty());
+}
+
+TEST_F(KelcommAlpcClientTest, SectionViewThatIsTooSmallIsAFailureAndDeleted) {
+    native_.ports.sectionViewShortage = 1;
+    EXPECT_EQ(1U, Request(Bytes(65480), 0));
+    EXPECT_TRUE(native_.ports.requests.empty());
+    EXPECT_EQ(0U, native_.CountLive("view"));
+    EXPECT_EQ(0U, native_.CountLive("section"));
+}
+
+TEST_F(KelcommAlpcClientTest, SectionViewThatIsNowhereIsAFailure) {
+    native_.ports.leaveOutSectionViewBase = true;
+    EXPECT_EQ(1U, Request(Bytes(65480), 0));
+    EXPECT_TRUE(native_.ports.requests.empty());
+    EXPECT_EQ(0U, native_.CountCalls("NtAlpcDeleteSectionView"));
+    EXPECT_EQ(0U, native_.CountLive("section"));
 }
 
 TEST_F(KelcommAlpcClientTest, LargerAttributeBufferThanUsualIsMade) {
@@ -406,6 +450,30 @@ TEST_F(KelcommAlpcClientTest, ClientIsUsableAgainAfterCloseAndInitialize) {
     EXPECT_EQ(0U, Ping());
 }
 
+TEST_F(KelcommAlpcClientTest, CloseDisconnectsThenClosesThePortThenTheArea) {
+    ProvideEmptyArea();
+    QueueReply(Reply(0, 0, {}));
+    ASSERT_EQ(0U, Ping());
+    ASSERT_EQ(0U, client_->ReadBroadcast(0, nullptr, 0));
+    native_.OnCall([this](const std::string& function) {
+        if (function == "NtAlpcDisconnectPort") {
+            EXPECT_EQ(1U, native_.CountLive("alpc port"));
+            EXPECT_EQ(1U, native_.CountLive("mapped area"));
+        }
+    });
+    EXPECT_EQ(std::vector<std::string>({"alpc port", "mapped area", "mapping", "mutex"}),
+              GivenBackBy([this] { client_->Close(); }));
+    EXPECT_EQ(1U, native_.CountCalls("NtAlpcDisconnectPort"));
+}
+
+TEST_F(KelcommAlpcClientTest, ViewOfARequestIsDeletedBeforeItsSection) {
+    QueueReply(Reply(0, 0, {}));
+    QueueReply(Reply(0, 0, {}));
+    Ping();
+    EXPECT_EQ(std::vector<std::string>({"view", "section"}),
+              GivenBackBy([this] { Request(Bytes(65480), 0); }));
+}
+
 using KelcommAlpcClientDeathTest = KelcommAlpcClientTest;
 
 TEST_F(KelcommAlpcClientDeathTest, DestructionWithAnOpenPortEndsTheProcess) {
@@ -436,6 +504,26 @@ TEST_F(KelcommAlpcClientTest, SeveralRequestsMayBeInFlight) {
     EXPECT_EQ(1U, native_.ports.connections.size());
 }
 
+TEST_F(KelcommAlpcClientTest, FirstRequestsOfTwoThreadsConnectOnce) {
+    native_.ports.defaultAnswer.status = 0;
+    native_.ports.defaultAnswer.reply = Reply(0, 0, {});
+    // Both have seen that there is no port before either connects.
+    std::atomic<int> looked{0};
+    native_.OnCall([&](const std::string& function) {
+        if (function == "RtlReleaseSRWLockShared" && native_.ports.connections.empty()) {
+            ++looked;
+            while (looked < 2) {
+                std::this_thread::yield();
+            }
+        }
+    });
+    std::thread other([this] { EXPECT_EQ(0U, Ping()); });
+    EXPECT_EQ(0U, Ping());
+    other.join();
+    EXPECT_EQ(1U, native_.ports.connections.size());
+    EXPECT_EQ(1U, native_.CountLive("alpc port"));
+}
+
 TEST_F(KelcommAlpcClientTest, WhatChangesThePortOrTheIdsHoldsTheLockExclusively) {
     EXPECT_EQ(1U, native_.CountCalls("RtlAcquireSRWLockExclusive"));  // Initialize
     QueueReply(Reply(0, 0, {}));
@@ -455,6 +543,40 @@ TEST_F(KelcommAlpcClientTest, RequestsAndUninitializeShareTheLock) {
     client_->Uninitialize();
     EXPECT_EQ(4U, native_.CountCalls("RtlAcquireSRWLockShared"));
     EXPECT_EQ(2U, native_.CountCalls("RtlAcquireSRWLockExclusive"));
+}
+
+TEST_F(KelcommAlpcClientTest, ConnectingDroppingAndClosingHoldTheLockExclusively) {
+    std::vector<std::string> calls;
+    native_.OnCall([&](const std::string& function) {
+        if (function == "NtAlpcConnectPort" || function == "CloseHandle") {
+            calls.push_back(function + (native_.CountExclusiveLocks() == 1 ? " exclusive" : ""));
+        }
+    });
+    native_.Fail("OpenProcessToken");  // whose token would be closed, too
+    QueueStatus(kPortDisconnected);
+    QueueReply(Reply(0, 0, {}));
+    EXPECT_EQ(0U, Ping());
+    client_->Close();
+    EXPECT_EQ(std::vector<std::string>({"NtAlpcConnectPort exclusive", "CloseHandle exclusive",
+                                        "NtAlpcConnectPort exclusive", "CloseHandle exclusive"}),
+              calls);
+}
+
+TEST_F(KelcommAlpcClientTest, ExchangesAndDisconnectingHoldTheLockShared) {
+    std::vector<std::string> calls;
+    native_.OnCall([&](const std::string& function) {
+        if (function == "NtAlpcSendWaitReceivePort" || function == "Release" ||
+            function == "NtAlpcDisconnectPort") {
+            const bool shared = native_.CountHeldLocks() == 1 && native_.CountExclusiveLocks() == 0;
+            calls.push_back(function + (shared ? " shared" : ""));
+        }
+    });
+    QueueReply(Unreleased(Reply(0, 0, {})));
+    EXPECT_EQ(0U, Ping());
+    client_->Uninitialize();
+    EXPECT_EQ(std::vector<std::string>({"NtAlpcSendWaitReceivePort shared", "Release shared",
+                                        "NtAlpcDisconnectPort shared"}),
+              calls);
 }
 
 TEST_F(KelcommAlpcClientTest, BroadcastCanBeReadDuringAnExchange) {

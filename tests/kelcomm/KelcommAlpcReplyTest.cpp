@@ -54,6 +54,14 @@ TEST_F(KelcommAlpcReplyTest, ServerCodeIsReturnedWithoutTheReply) {
     EXPECT_EQ(1U, native_.ports.requests.size());
 }
 
+TEST_F(KelcommAlpcReplyTest, ServerCodeIsReturnedThoughTheReplyIsNotThere) {
+    QueueReply(Reply(77, 4, TextBytes("wxy")));
+    EXPECT_EQ(77U, Request({}, 16));
+    QueueReply(Reply(78, 65488, {}));
+    EXPECT_EQ(78U, Request({}, 16));
+    EXPECT_EQ(2U, native_.ports.requests.size());
+}
+
 TEST_F(KelcommAlpcReplyTest, ReplyLengthPointerIsOptional) {
     QueueReply(Reply(0, 3, TextBytes("xyz")));
     char reply[4] = {};

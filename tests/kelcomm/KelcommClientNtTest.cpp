@@ -1,4 +1,6 @@
+#include <future>
 #include <gtest/gtest.h>
+#include <mutex>
 
 #include "kelcomm/Buffer.h"
 #include "kelcomm/KelcommClientNt.h"
@@ -360,6 +362,83 @@ TYPED_TEST(KelcommClientNtTest, DestructorClosesThePort) {
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
+// ---- what is done in which order, and under which lock ----
+
+TYPED_TEST(KelcommClientNtTest, CloseClosesThePortBeforeTheArea) {
+    this->ProvideEmptyArea();
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(0U, this->client_->ReadBroadcast(0, nullptr, 0));
+    EXPECT_EQ(std::vector<std::string>({"port", "mapped area", "mapping", "mutex"}),
+              this->GivenBackBy([this] { this->client_->Close(); }));
+}
+
+/// The critical section of a client, which only its own class can name.
+class CCriticalSection : public Kelcomm::CKelcommCommonNt {
+  public:
+    static bool IsHeld(Kelcomm::CKelcommCommonNt& client) {
+        std::mutex& section = client.*(&CCriticalSection::criticalSection_);
+        // On a thread of its own: the owner must not ask.
+        return std::async(
+                   std::launch::async,
+                   [&section] {
+                       return !std::unique_lock<std::mutex>(section, std::try_to_lock).owns_lock();
+                   })
+            .get();
+    }
+};
+
+template <typename Width>
+class KelcommClientNtLockTest : public KelcommClientNtTest<Width> {
+  protected:
+    KelcommClientNtLockTest() {
+        this->native_.OnCall([this](const std::string& function) {
+            if (function == function_) {
+                held_.push_back(CCriticalSection::IsHeld(
+                    static_cast<Kelcomm::CKelcommClientNt<typename Width::Word>&>(*this->client_)));
+            }
+        });
+    }
+    std::string function_;    // that is watched
+    std::vector<bool> held_;  // the critical section, at each of its calls
+};
+
+TYPED_TEST_SUITE(KelcommClientNtLockTest, LpcWidths, LpcWidthNames);
+
+TYPED_TEST(KelcommClientNtLockTest, ConnectingHoldsTheCriticalSection) {
+    this->function_ = "NtConnectPort";
+    this->QueueStatus(kPortDisconnected);
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(std::vector<bool>({true, true}), this->held_);
+}
+
+TYPED_TEST(KelcommClientNtLockTest, ClosingThePortHoldsTheCriticalSection) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    this->function_ = "CloseHandle";
+    this->client_->Close();
+    EXPECT_EQ(std::vector<bool>({true}), this->held_);
+}
+
+TYPED_TEST(KelcommClientNtLockTest, DroppingThePortHoldsTheCriticalSection) {
+    this->QueueStatus(kPortDisconnected);
+    this->QueueStatus(kPortDisconnected);
+    this->function_ = "CloseHandle";
+    EXPECT_EQ(1U, this->Ping());
+    EXPECT_EQ(std::vector<bool>({true, true}), this->held_);
+}
+
+TYPED_TEST(KelcommClientNtLockTest, ExchangesRunOutsideTheCriticalSection) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    this->function_ = "NtRequestWaitReplyPort";
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(std::vector<bool>({false}), this->held_);
+    this->function_ = "NtRequestPort";
+    EXPECT_EQ(0U, this->Request({}, 0, 1));
+    EXPECT_EQ(std::vector<bool>({false, false}), this->held_);
+}
+
 // ---- the factory ----
 
 class CreateKelcommClientNtTest : public ClientFixture {
@@ -404,6 +483,13 @@ TEST_F(CreateKelcommClientNtTest, ClientHasTheModulesIds) {
     EXPECT_EQ(0U, Ping());
     EXPECT_EQ(u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort",
               native_.ports.connections.at(0).name);
+}
+
+TEST_F(CreateKelcommClientNtTest, ClientHasNoOptions) {
+    Create();
+    QueueReply(ReceivedMessage(24, 0, 0, {}));
+    EXPECT_EQ(0U, Ping());
+    EXPECT_EQ(0U, native_.CountCalls("CreateEventW"));  // no pool for window messages
 }
 
 TEST(IKelcommClientTest, SlotsStandInTheirOrder) {

@@ -112,18 +112,25 @@ TYPED_TEST(KelcommCommonNtTest, SystemWithoutSectionsIsAFailure) {
 }
 
 TYPED_TEST(KelcommCommonNtTest, OtherHeaderSizeIsRefused) {
-    this->Put(kHeaderSizeAt, 31);
-    this->ExpectRefused();
+    for (const std::uint32_t size : {0U, 31U, 33U, 0x120U, 0x20000020U}) {
+        this->Put(kHeaderSizeAt, size);
+        this->ExpectRefused();
+    }
 }
 
 TYPED_TEST(KelcommCommonNtTest, OtherMagicIsRefused) {
-    this->native_.area.bytes[kMagicAt + 7] = 'X';  // instead of the trailing blank
-    this->ExpectRefused();
+    for (std::size_t i = 0; i < 8; ++i) {  // the last is the trailing blank
+        this->native_.area.bytes = HexBytes(kArea);
+        this->native_.area.bytes.at(kMagicAt + i) = 'X';
+        this->ExpectRefused();
+    }
 }
 
 TYPED_TEST(KelcommCommonNtTest, OtherVersionIsRefused) {
-    this->Put(kVersionAt, 3);
-    this->ExpectRefused();
+    for (const std::uint32_t version : {0U, 1U, 3U, 0x102U, 0x02000002U}) {
+        this->Put(kVersionAt, version);
+        this->ExpectRefused();
+    }
 }
 
 TYPED_TEST(KelcommCommonNtTest, ViewSmallerThanTheHeaderIsRefused) {
@@ -151,6 +158,12 @@ TYPED_TEST(KelcommCommonNtTest, DestructorReleasesTheArea) {
     this->Read(0, 4);
     this->client_ = std::make_unique<TypeParam>(this->native_.GetFunctions());
     EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaIsClosedInTheReverseOrderOfItsOpening) {
+    this->Read(0, 4);
+    EXPECT_EQ(std::vector<std::string>({"mapped area", "mapping", "mutex"}),
+              this->GivenBackBy([this] { this->client_->Close(); }));
 }
 
 // ---- reading bytes ----
@@ -262,6 +275,33 @@ TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTheMutexIsNotObtainedIsClosedAfte
     this->native_.area.mutexWait = 0x102;
     EXPECT_EQ(1U, this->Read(0, 4));
     EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaClosedWhileTwoReadersWaitKeepsTheMutexForTheSecond) {
+    this->native_.area.onMutexWait = [this] {
+        this->native_.area.onMutexWait = [this] { this->client_->Close(); };
+        EXPECT_EQ(1U, this->Read(0, 4));  // a second reader, which is done first
+        this->native_.area.onMutexWait = nullptr;
+        EXPECT_EQ(1U, this->native_.CountLive("mutex"));
+    };
+    EXPECT_EQ(1U, this->Read(0, 4));
+    EXPECT_EQ(2U, this->native_.area.releasedMutexes);
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(KelcommCommonNtTest, ViewOfTheHeadAloneIsAnArea) {
+    this->ProvideEmptyArea();
+    EXPECT_EQ(0U, this->Read(0, 0));
+    EXPECT_EQ(1U, this->Read(0, 1));
+}
+
+TYPED_TEST(KelcommCommonNtTest, AreaOfOtherIdsIsFoundUnderThem) {
+    this->client_->Close();
+    ASSERT_EQ(0U, this->client_->Initialize(1, 2, 0));
+    this->Read(0, 4);
+    EXPECT_EQ(std::vector<std::u16string>({u"Global\\KELCOMM00000002To00000001BroadcastMutex",
+                                           u"Global\\KELCOMM00000002To00000001Broadcast"}),
+              this->native_.area.openedNames);
 }
 
 TYPED_TEST(KelcommCommonNtTest, AreaIsOpenedAgainOnceTheMutexIsNoLongerWaitedFor) {

@@ -1,5 +1,7 @@
 // The finished messages of the legacy port's client, byte for byte, as the system gets them.
+#include <algorithm>
 #include <gtest/gtest.h>
+#include <iterator>
 
 #include "kelcomm/KelcommStructsNt.h"
 #include "tests/kelcomm/LpcWidths.h"
@@ -16,7 +18,7 @@ class KelcommStructsNtTest : public LpcClientFixture<Width> {
         payload_ = Bytes(length, 'p');
         this->QueueReply(this->Reply(0, 0, {}));
         EXPECT_EQ(0U, this->Request(payload_, capacity));
-        return this->native_.ports.requests.back().message;
+        return this->native_.ports.requests.at(this->native_.ports.requests.size() - 1).message;
     }
     bool IsLarge(std::uint32_t length, std::uint32_t capacity) {
         return this->DataInfoOffset(Message(length, capacity)) != 0;
@@ -58,7 +60,7 @@ TYPED_TEST(KelcommStructsNtTest, LongPayloadTravelsByReferenceOnly) {
 TYPED_TEST(KelcommStructsNtTest, LargestSmallMessageFillsTheWholeMessage) {
     const Bytes message = this->Message(TypeParam::kSmallPayload, TypeParam::kSmallReply);
     EXPECT_EQ(0, this->DataInfoOffset(message));
-    EXPECT_EQ(TypeParam::kHeader + 12 + TypeParam::kSmallPayload, message.size());
+    ASSERT_EQ(TypeParam::kHeader + 12 + TypeParam::kSmallPayload, message.size());
     EXPECT_EQ('p', message.back());
 }
 
@@ -72,27 +74,26 @@ TYPED_TEST(KelcommStructsNtTest, LargeMessageCopiesAsMuchPayloadAsFitsBehindTheE
     const std::uint32_t capacity = TypeParam::kSmallReply + 1;
     const Bytes inlined = this->Message(TypeParam::kInlinePayload, capacity);
     const Bytes referenced = this->Message(TypeParam::kInlinePayload + 1, capacity);
+    ASSERT_FALSE(inlined.empty());
     EXPECT_EQ(inlined.size() - TypeParam::kInlinePayload, referenced.size());
     EXPECT_EQ('p', inlined.back());
     const std::size_t entry = TypeParam::kHeader + (TypeParam::kHeader == 24 ? 16 : 20);
     const Bytes address = this->Address(this->payload_.data());
-    EXPECT_EQ(address, Bytes(referenced.begin() + static_cast<std::ptrdiff_t>(entry),
-                             referenced.begin() + static_cast<std::ptrdiff_t>(entry) +
-                                 static_cast<std::ptrdiff_t>(address.size())));
+    EXPECT_EQ(address, BytesAt(referenced, entry, address.size()));
 }
 
 TYPED_TEST(KelcommStructsNtTest, FlagsAreCutToThreeBits) {
     this->QueueReply(this->Reply(0, 0, {}));
-    this->Request(TextBytes("abc"), 16, 0xFFFFFFF6);
+    this->Request(TextBytes("abc"), 16, 0xFFFFFFFE);
     const Bytes& message = this->native_.ports.requests.at(0).message;
-    EXPECT_EQ(HexBytes("06 00 00 00 10 00 00 00"), Bytes(message.end() - 11, message.end() - 3));
+    EXPECT_EQ(HexBytes("06 00 00 00 10 00 00 00"), BytesAt(message, message.size() - 11, 8));
 }
 
 TYPED_TEST(KelcommStructsNtTest, OneWayRequestOffersNoReplyRoom) {
     EXPECT_EQ(0U, this->Request(TextBytes("abc"), 16, 1));
     const Bytes& message = this->native_.ports.oneWays.at(0).message;
     EXPECT_EQ(HexBytes("03 00 00 00 01 00 00 00 00 00 00 00 61 62 63"),
-              Bytes(message.end() - 15, message.end()));
+              BytesAt(message, message.size() - 15, 15));
 }
 
 TYPED_TEST(KelcommStructsNtTest, LargeOneWayRequestOffersNoReplyRoomEither) {
@@ -103,6 +104,26 @@ TYPED_TEST(KelcommStructsNtTest, LargeOneWayRequestOffersNoReplyRoomEither) {
                   HexBytes(TypeParam::kRequestEntryLength) + this->Address(this->reply_.data()) +
                   HexBytes(TypeParam::kZero),
               this->native_.ports.requests.at(0).message);
+}
+
+TYPED_TEST(KelcommStructsNtTest, RequestLeavesNothingOfWhatItsMemoryHeldBefore) {
+    using Structs = Kelcomm::CKelcommStructsNt<typename TypeParam::Word>;
+    char reply[1];
+    typename Structs::Message message;
+    std::fill(std::begin(message.bytes), std::end(message.bytes), std::uint8_t{0xEE});
+    Structs::BuildRequest(message, {0, 3, "abc", 3, reply, TypeParam::kSmallReply + 1});
+    const Bytes expected = HexBytes(TypeParam::kInlineHead) + this->Address(reply) +
+                           HexBytes(TypeParam::kReplyEntryLength) + TextBytes("abc");
+    EXPECT_EQ(expected, Bytes(message.bytes, message.bytes + expected.size()));
+}
+
+TYPED_TEST(KelcommStructsNtTest, ReplyBufferLeavesNothingOfWhatItsMemoryHeldBefore) {
+    using Structs = Kelcomm::CKelcommStructsNt<typename TypeParam::Word>;
+    typename Structs::Message message;
+    std::fill(std::begin(message.bytes), std::end(message.bytes), std::uint8_t{0xEE});
+    Structs::PrepareReply(message);
+    const Bytes expected = HexBytes(TypeParam::kAnnounced);
+    EXPECT_EQ(expected, Bytes(message.bytes, message.bytes + expected.size()));
 }
 
 TYPED_TEST(KelcommStructsNtTest, ReplyBufferAnnouncesItsRoom) {

@@ -57,6 +57,7 @@ class KelcommWaitPoolTest : public testing::Test {
     void TearDown() override {
         door_.Open();
         pool_.reset();
+        native_.threads.Join();  // those that were given up go on until here
         EXPECT_EQ(0U, native_.CountLive());
         EXPECT_THAT(native_.Misuses(), testing::IsEmpty());
     }
@@ -110,6 +111,55 @@ TEST_F(KelcommWaitPoolTest, BusyThreadsGetCompanyWithoutLimit) {
     }
 }
 
+TEST_F(KelcommWaitPoolTest, SecondIdleThreadIsWokenAfterTheFirstHasTakenItsExchange) {
+    // Two threads, each held back where it would begin to wait for work.
+    CDoor idle[2];
+    std::atomic<std::size_t> waits{0};
+    native_.OnCall([&](const std::string& function) {
+        if (function == "WaitForSingleObject") {
+            if (const std::size_t wait = waits++; wait < 2) {
+                idle[wait].Wait();
+            }
+        }
+    });
+    std::vector<std::thread> callers;
+    callers.emplace_back([this] { EXPECT_EQ(0, Exchange('w')); });
+    callers.emplace_back([this] { EXPECT_EQ(0, Exchange('w')); });
+    door_.AwaitWaiting(2);
+    door_.Open();
+    idle[0].AwaitWaiting(1);
+    idle[1].AwaitWaiting(1);
+
+    // Two exchanges, which do not end before both have begun.
+    CDoor busy;
+    native_.ports.defaultAnswer.action = [&](const CScriptedPorts::Sent&) { busy.Wait(); };
+    const unsigned resets = native_.CountCalls("ResetEvent");
+    for (const unsigned exchange : {3U, 4U}) {
+        callers.emplace_back(
+            [this, exchange] { EXPECT_EQ(0, Exchange(exchange == 3 ? '3' : '4')); });
+        while (native_.CountCalls("MsgWaitForMultipleObjects") != exchange) {
+            std::this_thread::yield();
+        }
+    }
+    idle[0].Open();
+    busy.AwaitWaiting(1);
+    EXPECT_EQ(HexBytes("33"), BytesAt(native_.ports.requests.at(2).message, 24, 1));  // in order
+    EXPECT_EQ(resets, native_.CountCalls("ResetEvent"));  // the other exchange still waits
+    idle[1].Open();
+    if (HasFailure()) {  // else the test would never end
+        native_.threads.AwaitWaiter(60000);
+        native_.threads.Advance(60000);
+    }
+    busy.AwaitWaiting(2);
+    busy.Open();
+    for (std::thread& caller : callers) {
+        caller.join();
+    }
+    EXPECT_EQ(2, native_.threads.StartedThreads());
+    pool_->Close();
+    native_.OnCall({});
+}
+
 TEST_F(KelcommWaitPoolTest, IdleThreadEndsAfterAMinute) {
     Exchange();
     native_.threads.AwaitWaiter(60000);
@@ -133,6 +183,19 @@ TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
     EXPECT_EQ(3, native_.waits.dispatched);
     // one event, not all of several, no time limit, every kind of input
     EXPECT_EQ(std::vector<std::uint32_t>({1, 0, 0xFFFFFFFF, 0x1CFF}), native_.waits.messageWait);
+}
+
+TEST_F(KelcommWaitPoolTest, MessageIsTranslatedBeforeItIsDispatched) {
+    native_.waits.onDispatch = [this] {
+        if (native_.waits.dispatched == 2) {
+            door_.Open();
+        }
+    };
+    native_.threads.PostMessages(2);
+    EXPECT_EQ(0, Exchange('w'));
+    EXPECT_EQ(
+        std::vector<std::string>({"translated 1", "dispatched 1", "translated 2", "dispatched 2"}),
+        native_.waits.handled);
 }
 
 TEST_F(KelcommWaitPoolTest, AtMostAHundredMessagesAreDispatchedBeforeWaitingAgain) {
@@ -162,6 +225,10 @@ TEST_F(KelcommWaitPoolTest, SystemWithoutWindowMessagesWaitsPlainly) {
     opener.join();
 }
 
+TEST_F(KelcommWaitPoolTest, IdleEventStaysSetUntilItIsCleared) {
+    EXPECT_EQ(std::vector<bool>({true}), native_.waits.manualResets);
+}
+
 TEST_F(KelcommWaitPoolTest, PoolWithoutItsEventIsNotMade) {
     native_.Fail("CreateEventW", 1);
     EXPECT_EQ(nullptr, CKelcommWaitPool::Create(native_.GetFunctions()));
@@ -178,6 +245,7 @@ TEST_F(KelcommWaitPoolTest, ThreadThatCannotBeStartedIsAFailure) {
     EXPECT_EQ(kUnsuccessful, Exchange());
     EXPECT_TRUE(native_.ports.requests.empty());
     EXPECT_EQ(0, Exchange());
+    EXPECT_EQ(1U, native_.ports.requests.size());  // the failed one was not left for later
 }
 
 // ---- closing ----
@@ -188,13 +256,38 @@ TEST_F(KelcommWaitPoolTest, CloseWakesIdleThreadsAndWaitsForThem) {
     pool_->Close();
     EXPECT_EQ(0U, native_.threads.OpenHandles());
     EXPECT_EQ(0, native_.threads.TerminatedThreads());
-    EXPECT_EQ(1000U, native_.threads.WaitTimeouts().back());
+    const std::vector<std::uint32_t> timeouts = native_.threads.WaitTimeouts();
+    EXPECT_EQ(1000U, timeouts.at(timeouts.size() - 1));
 }
 
 TEST_F(KelcommWaitPoolTest, ClosedPoolRefusesExchanges) {
     pool_->Close();
     EXPECT_EQ(kUnsuccessful, Exchange());
     pool_->Close();
+}
+
+TEST_F(KelcommWaitPoolTest, ExchangeThatNoThreadHasTakenIsGivenUpByClose) {
+    std::atomic<int> waits{0};
+    native_.OnCall([&](const std::string& function) {
+        if (function == "WaitForSingleObject" && ++waits == 1) {
+            door_.Wait();  // the thread counts as idle, but does not come for the next exchange
+        }
+    });
+    EXPECT_EQ(0, Exchange());
+    door_.AwaitWaiting(1);
+    std::thread caller([this] {
+        EXPECT_EQ(kUnsuccessful, Exchange());
+        door_.Open();
+    });
+    while (native_.CountCalls("MsgWaitForMultipleObjects") != 2) {
+        std::this_thread::yield();
+    }
+    pool_->Close();
+    caller.join();
+    native_.OnCall({});
+    EXPECT_EQ(1, native_.threads.StartedThreads());
+    EXPECT_EQ(0, native_.threads.TerminatedThreads());
+    EXPECT_EQ(1U, native_.ports.requests.size());
 }
 
 TEST_F(KelcommWaitPoolTest, ThreadsAreWaitedForInGroupsOfSixtyFour) {
@@ -313,6 +406,23 @@ TYPED_TEST(PumpingClientTest, PoolIsMadeOnceAndOutlivesAReconnection) {
 TYPED_TEST(PumpingClientTest, PoolThatCannotBeMadeFailsTheConnection) {
     this->native_.Fail("CreateEventW");
     EXPECT_EQ(1U, this->Ping());
+    EXPECT_EQ(0U, this->native_.CountLive());
+}
+
+TYPED_TEST(PumpingClientTest, CloseClosesThePortThenThePoolThenTheArea) {
+    this->ProvideEmptyArea();
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(0U, this->client_->ReadBroadcast(0, nullptr, 0));
+    EXPECT_EQ(
+        std::vector<std::string>({"port", "thread", "event", "mapped area", "mapping", "mutex"}),
+        this->GivenBackBy([this] { this->client_->Close(); }));
+}
+
+TYPED_TEST(PumpingClientTest, InitializeDestroysThePool) {
+    this->QueueReply(this->Reply(0, 0, {}));
+    this->Ping();
+    this->InitializeClient(0);
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 

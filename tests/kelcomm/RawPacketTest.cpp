@@ -59,6 +59,21 @@ TEST(RawPacketTest, GrowingMovesToOwnMemory) {
     EXPECT_EQ(0, std::memcmp(foreign, "abcd", 4));
 }
 
+/// Attached memory is all that it can have.
+class CExhaustedBuffer : public CAttachableBuffer {
+  protected:
+    void* Allocate(std::uint32_t) override { return nullptr; }
+};
+
+TEST(RawPacketTest, GrowingWithoutMemoryLeavesTheAttachedOne) {
+    char foreign[4] = {'a', 'b', 'c', 'd'};
+    CExhaustedBuffer buffer;
+    buffer.Attach(foreign, 4, 4);
+    EXPECT_EQ(CAttachableBuffer::kNoOffset, buffer.Append("e", 1));
+    EXPECT_TRUE(buffer.IsAttached());
+    EXPECT_EQ("abcd", Held(buffer));
+}
+
 TEST(RawPacketTest, GrowingByteByByteMovesToOwnMemory) {
     char foreign[2] = {'a', 'b'};
     CAttachableBuffer buffer;

@@ -115,6 +115,19 @@ TEST_F(ServerBroadcastTest, EmptyTableHasNoModule) {
     EXPECT_FALSE(broadcast_.IsAvailable());
 }
 
+TEST_F(ServerBroadcastTest, EntryBehindTheTableIsNotLookedAt) {
+    SetWord(20, 1);  // the plug-in's entry is the second
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), -1); }),
+              (std::vector<std::uint32_t>{20, 12, 100}));
+    EXPECT_FALSE(broadcast_.IsAvailable());
+}
+
+TEST_F(ServerBroadcastTest, EmptyTableIsNotLookedAtThoughThePluginFollows) {
+    SetModule(0, kServerPlugin, 9);
+    SetWord(20, 0);
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), -1); }), (std::vector<std::uint32_t>{20}));
+}
+
 TEST_F(ServerBroadcastTest, ModuleThatVanishesIsMissedForGood) {
     Read();
     SetModule(1, 0x1005000, 10);
@@ -256,7 +269,9 @@ TEST_F(ServerBroadcastTest, UnreadableTimestampOfTheCachedModuleForgetsIt) {
     MakeUnreadable(132);
     EXPECT_EQ(ReadFailure(), "CKelcommChannel: Get user data timestamp broadcast failed");
     alpc_->unreadableBroadcastOffsets.clear();
-    EXPECT_EQ(OffsetsOf([this] { Read(); }).front(), 20u);  // scans again
+    const auto offsets = OffsetsOf([this] { Read(); });
+    ASSERT_FALSE(offsets.empty());
+    EXPECT_EQ(offsets[0], 20u);  // scans again
 }
 
 TEST_F(ServerBroadcastTest, UnreadableModuleIdOfTheCachedModule) {
@@ -326,6 +341,7 @@ TEST_F(ServerBroadcastTest, FirstModuleOffsetOf0IsReadAgain) {
     SetWord(12, 0);  // the table begins at 0 then
     SetWord(0, kServerPlugin);
     const auto offsets = OffsetsOf([this] { ReadFailure(); });
+    ASSERT_GE(offsets.size(), 5u);
     EXPECT_EQ((std::vector<std::uint32_t>(offsets.begin(), offsets.begin() + 5)),
               (std::vector<std::uint32_t>{20, 12, 0, 12, 12}));
 }
