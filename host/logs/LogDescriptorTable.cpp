@@ -1,5 +1,7 @@
 #include "host/logs/LogDescriptorTable.h"
 
+#include "host/logs/Symbols.h"
+
 namespace Kyr::Common::Logs {
 
 namespace {
@@ -11,6 +13,9 @@ using DataDefinition::Logs::PROTECTION_STATUS;
 using DataDefinition::Logs::TASK;
 using DataDefinition::Logs::UNKNOWN;
 using Kernel::MessageType;
+using namespace Symbols;
+
+using Tags = std::vector<std::int32_t>;
 
 CLogMessageDescriptor Event(MessageType type, LogType logType) {
     return {{type, kNoMessageType, kNoMessageType}, logType, UNKNOWN};
@@ -32,66 +37,66 @@ std::vector<CLogMessageDescriptor> LogMessageTable() {
     };
 }
 
-// The numbers and tag numbers are the host's. Texts have no length limit.
+// The tag numbers are the host's. Texts have no length limit.
 std::vector<CLogDescriptor> LogTable() {
-    const std::vector<std::int32_t> optional = {};
-    const std::vector<std::int32_t> mandatory = {TAG_MANDATORY};
-    const std::vector<std::int32_t> productKey = {TAG_PRODUCT_KEY};
+    const Tags optional = {};
+    const Tags mandatory = {TAG_MANDATORY};
+    const Tags productKey = {TAG_PRODUCT_KEY};
     return {
         {PROTECTION_STATUS,
          false,
          {
-             {235, kUuid, mandatory},        // agent instance
-             {241, kInteger, mandatory},     // severity
-             {242, kTime, mandatory},        // time of occurrence
-             {244, kInteger, mandatory},     // product type
-             {245, kResourceId, mandatory},  // product
-             {246, kResourceId, mandatory},  // category
-             {247, kResourceId, mandatory},  // status text
-             {248, kResourceId, mandatory},  // status
-             {4298, kResourceId, optional},  // description
+             {ProtectionStatus::kInstance, kUuid, mandatory, "agent"},
+             {ProtectionStatus::kSeverity, kInteger, mandatory, "severity"},
+             {ProtectionStatus::kTime, kTime, mandatory, "time"},
+             {ProtectionStatus::kProductType, kInteger, mandatory, "product-type"},
+             {ProtectionStatus::kProduct, kResourceId, mandatory, "product"},
+             {ProtectionStatus::kCategory, kResourceId, mandatory, "category"},
+             {ProtectionStatus::kStatusText, kResourceId, mandatory, "status-text"},
+             {ProtectionStatus::kStatus, kResourceId, mandatory, "status"},
+             {ProtectionStatus::kDescription, kResourceId, optional, "description"},
          }},
         {AGENT_PRESENCE,
          false,
          {
-             {2141, kUuid, mandatory},     // agent instance
-             {2143, kInteger, mandatory},  // presence
-             {2144, kTime, mandatory},     // time of occurrence
-             {2146, kInteger, mandatory},
-             {2147, kInteger, mandatory},
+             {AgentPresence::kInstance, kUuid, mandatory, "agent"},
+             {AgentPresence::kPresence, kInteger, mandatory, "presence"},
+             {AgentPresence::kTime, kTime, mandatory, "time"},
+             {AgentPresence::k2146, kInteger, mandatory},
+             {AgentPresence::k2147, kInteger, mandatory},
          }},
         {PRODUCT_PRESENCE,
          true,
          {
-             {3552, kUuid, mandatory},         // agent instance
-             {3554, kInteger, mandatory},      // presence
-             {3555, kTime, mandatory},         // time of occurrence
-             {3559, kInteger, mandatory},      // product type
-             {3560, kString, mandatory},       // product name
-             {4429, kResourceId, productKey},  // product
+             {ProductPresence::kInstance, kUuid, mandatory, "agent"},
+             {ProductPresence::kPresence, kInteger, mandatory, "presence"},
+             {ProductPresence::kTime, kTime, mandatory, "time"},
+             {ProductPresence::kProductType, kInteger, mandatory, "product-type"},
+             {ProductPresence::kProductName, kString, mandatory, "product-name"},
+             {ProductPresence::kProduct, kResourceId, productKey, "product"},
          }},
         {TASK,
          false,
          {
-             {2834, kUuid, mandatory},        // agent instance
-             {2836, kInteger, mandatory},     // status
-             {2838, kTime, mandatory},        // time of occurrence
-             {2842, kUuid, mandatory},        // first identifier of the task
-             {2844, kUuid, mandatory},        // second identifier of the task
-             {2846, kUuid, mandatory},        // third identifier of the task
-             {2848, kResourceId, mandatory},  // outcome
-             {2850, kInteger, mandatory},     // severity
-             {2853, kResourceId, mandatory},  // product
-             {2913, kString, optional},       // description
+             {Task::kInstance, kUuid, mandatory, "agent"},
+             {Task::kStatus, kInteger, mandatory, "status"},
+             {Task::kTime, kTime, mandatory, "time"},
+             {Task::kFirstIdentifier, kUuid, mandatory, "task-first"},
+             {Task::kSecondIdentifier, kUuid, mandatory, "task-second"},
+             {Task::kThirdIdentifier, kUuid, mandatory, "task-third"},
+             {Task::kOutcome, kResourceId, mandatory, "outcome"},
+             {Task::kSeverity, kInteger, mandatory, "severity"},
+             {Task::kProduct, kResourceId, mandatory, "product"},
+             {Task::kDescription, kString, optional, "description"},
          }},
         {PRODUCT_CONFIGURATION,
          false,
          {
-             {1886, kUuid, mandatory},        // agent instance
-             {1888, kInteger, mandatory},     // status
-             {1889, kTime, mandatory},        // time of occurrence
-             {1891, kResourceId, mandatory},  // product
-             {1892, kBlob, mandatory},        // the configuration
+             {ProductConfiguration::kInstance, kUuid, mandatory, "agent"},
+             {ProductConfiguration::kStatus, kInteger, mandatory, "status"},
+             {ProductConfiguration::kTime, kTime, mandatory, "time"},
+             {ProductConfiguration::kProduct, kResourceId, mandatory, "product"},
+             {ProductConfiguration::kConfiguration, kBlob, mandatory, "configuration"},
          }},
     };
 }

@@ -20,6 +20,10 @@ CSymbolDescriptor::CSymbolDescriptor(std::int32_t symbol, SymbolDataType dataTyp
                                      std::vector<std::int32_t> tags, std::uint32_t otlLength)
     : symbol_(symbol), dataType_(dataType), tags_(std::move(tags)), otlLength_(otlLength) {}
 
+CSymbolDescriptor::CSymbolDescriptor(std::int32_t symbol, SymbolDataType dataType,
+                                     std::vector<std::int32_t> tags, std::string name)
+    : symbol_(symbol), dataType_(dataType), tags_(std::move(tags)), name_(std::move(name)) {}
+
 bool CSymbolDescriptor::HasTag(std::int32_t tag) const {
     return std::find(tags_.begin(), tags_.end(), tag) != tags_.end();
 }

@@ -1,9 +1,10 @@
-// What the host knows of one symbol: its number, data type, tags and largest length.
+// What the host knows of one symbol: its number, data type, tags, largest length and name.
 //
 // Immutable after construction; shared by all threads.
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <vector>
 
 namespace Kyr::Common::Logs {
@@ -30,18 +31,24 @@ class CSymbolDescriptor {
   public:
     CSymbolDescriptor(std::int32_t symbol, SymbolDataType dataType,
                       std::vector<std::int32_t> tags = {}, std::uint32_t otlLength = 0);
+    /// A text of it may have any length.
+    CSymbolDescriptor(std::int32_t symbol, SymbolDataType dataType, std::vector<std::int32_t> tags,
+                      std::string name);
 
     std::int32_t GetDeltaSymbolType() const { return symbol_; }
     SymbolDataType GetDataType() const { return dataType_; }
     /// The largest length of a text in bytes. No limit unless positive as a signed number.
     std::uint32_t GetOtlLength() const { return otlLength_; }
     bool HasTag(std::int32_t tag) const;
+    /// For people who read logs. Empty when it has none.
+    const std::string& GetName() const { return name_; }
 
   private:
     std::int32_t symbol_;
     SymbolDataType dataType_;
     std::vector<std::int32_t> tags_;
-    std::uint32_t otlLength_;
+    std::uint32_t otlLength_ = 0;
+    std::string name_;
 };
 
 }  // namespace Kyr::Common::Logs

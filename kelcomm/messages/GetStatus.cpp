@@ -3,11 +3,14 @@
 #include <algorithm>
 #include <stdexcept>
 
+#include "host/Catalogue.h"
 #include "kelcomm/messages/CommandHeader.h"
 #include "kelcomm/messages/ReplyReader.h"
 #include "kelcomm/messages/XmlPayload.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
+
+namespace Protection = Kyr::Common::Catalogue::Protection;
 
 namespace {
 
@@ -18,9 +21,9 @@ struct StatusMeaning {
 };
 
 constexpr StatusMeaning kMeanings[] = {
-    {0, 1, 0x071000000000021E},
-    {1, 3, 0x071000000000021F},
-    {2, 5, 0x0710000000000220},
+    {0, Protection::kFineSeverity, Protection::kFineText},
+    {1, Protection::kWarningSeverity, Protection::kWarningText},
+    {2, Protection::kProblemSeverity, Protection::kProblemText},
 };
 
 const StatusMeaning& MeaningOf(std::uint32_t status) {

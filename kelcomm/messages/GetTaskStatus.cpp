@@ -8,10 +8,13 @@
 #include <boost/algorithm/string/split.hpp>
 #include <boost/locale/encoding_utf.hpp>
 
+#include "host/Catalogue.h"
 #include "kelcomm/messages/CommandHeader.h"
 #include "kelcomm/messages/ReplyReader.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
+
+namespace Outcome = Kyr::Common::Catalogue::Task;
 
 namespace {
 
@@ -41,20 +44,20 @@ std::vector<std::string> SplitUserData(const std::string& userData) {
 void SetOutcome(CTaskStatusRecord& record, std::uint32_t statusWord) {
     switch (statusWord) {
         case 0:
-            record.code = 0x000000010000000A;
-            record.severity = 20;
-            record.status = 1;
+            record.code = Outcome::kWarningText;
+            record.severity = Outcome::kWarningSeverity;
+            record.status = Outcome::kNotFailed;
             break;
         case 1:
-            record.code = 0x000000010000000B;
-            record.severity = 30;
-            record.status = 1;
+            record.code = Outcome::kDoneText;
+            record.severity = Outcome::kInformationSeverity;
+            record.status = Outcome::kNotFailed;
             break;
         default:
-            record.code = 0x000000010000000C;
+            record.code = Outcome::kFailedText;
             record.description = "Task failed";
-            record.severity = 40;
-            record.status = 4;
+            record.severity = Outcome::kErrorSeverity;
+            record.status = Outcome::kFailed;
             break;
     }
 }

@@ -1,4 +1,4 @@
-// Names for the symbols in the logs of this system, for people who read events.
+// The host's names for the symbols in its logs, for people who read events.
 //
 // Threads: any. Errors: none.
 #pragma once
