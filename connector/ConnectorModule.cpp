@@ -8,21 +8,12 @@
 #include "connector/DeliveryContext.h"
 #include "connector/MessageProcessorThreadHolder.h"
 #include "connector/TaskRunner.h"
-#include "logs/MultiProductStatusLog.h"
-#include "logs/SymbolContainer.h"
+#include "connector/reports/Presence.h"
+#include "host/Catalogue.h"
 
 namespace Kyr::Connectors::Common {
 
 using Kyr::Common::Kernel::MessageType;
-
-namespace {
-
-// The Ov product.
-constexpr std::uint64_t kConnectorProductId = 0x07100000000005E2;
-
-constexpr std::int32_t kProductIdSymbol = 4429;
-
-}  // namespace
 
 /// The module's virtual operations, in the hands of the task thread.
 class CConnectorModule::Connection final : public IProductConnection {
@@ -42,7 +33,7 @@ class CConnectorModule::Connection final : public IProductConnection {
 
 CConnectorModule::CConnectorModule(boost::shared_ptr<Base::IClock> clock)
     : clock_(std::move(clock)),
-      connectorProductId_(kConnectorProductId),
+      connectorProductId_(Kyr::Common::Catalogue::Product::kOvAgentInLogs),
       connection_(std::make_unique<Connection>(*this)) {}
 
 CConnectorModule::~CConnectorModule() {
@@ -157,12 +148,7 @@ bool CConnectorModule::Reconnect() {
 }
 
 void CConnectorModule::PublishDeactivatedStatus() {
-    const auto product = boost::make_shared<Kyr::Common::Logs::CSymbolContainer>(clock_);
-    product->AddResourceId(kProductIdSymbol, GetProductId());
-    const auto status = boost::make_shared<Kyr::Common::Message::Logs::CMultiProductStatusLog>(
-        MessageType::MultiProductStatus, product, clock_);
-    status->SetReadOnly();
-    Publish(status);
+    Publish(MakeDeactivatedStatus(GetProductId(), clock_));
 }
 
 void CConnectorModule::Publish(const MessagePointer& message) {

@@ -8,11 +8,13 @@
 
 #include "connector/DeliveryContext.h"
 #include "connector/LocalizedException.h"
-#include "connector/TaskEvent.h"
 #include "connector/TaskExceptions.h"
+#include "connector/reports/TaskEvent.h"
+#include "host/Catalogue.h"
 
 namespace Kyr::Connectors::Common {
 
+namespace Outcome = Kyr::Common::Catalogue::Task;
 using Kyr::Common::Module::CLocalizedException;
 using Kyr::Common::Module::CSubscriber;
 
@@ -21,19 +23,9 @@ namespace {
 // A message is given up with the second failure that counts.
 constexpr int kCountedAttempts = 2;
 
-// The host's terms for the outcome of a task: its status, the severity, and the 64-bit code of a
-// message text in the server's catalogue.
-constexpr std::int32_t kStatusFailed = 4;
-constexpr std::int32_t kStatusRetried = 1;
-constexpr std::int64_t kSeverityError = 40;
-constexpr std::int64_t kSeverityWarning = 20;
-
-constexpr std::uint64_t Code(std::uint32_t low, std::uint32_t high) {
-    return (static_cast<std::uint64_t>(high) << 32) | low;
+std::uint64_t TextOf(const CLocalizedException& error) {
+    return (std::uint64_t{error.GetCodeHigh()} << 32) | error.GetCodeLow();
 }
-
-constexpr std::uint64_t kCodeCancelled = Code(155, 1);
-constexpr std::uint64_t kCodeFailed = Code(12, 1);
 
 constexpr char kRetriesExhausted[] =
     "Message task was canceled because maximum retry count was reached";
@@ -224,12 +216,13 @@ bool CTaskRunner::ProcessTask(CMessageTask& task, const MessagePointer& message,
         }
         return true;
     } catch (const CLocalizedException& error) {
-        PublishTaskEvent(message, {kStatusFailed, Code(error.GetCodeLow(), error.GetCodeHigh()),
-                                   kSeverityError, error.what()});
+        PublishTaskEvent(message,
+                         {Outcome::kFailed, TextOf(error), Outcome::kErrorSeverity, error.what()});
         GetLog(4) << error.what();
         return true;
     } catch (const CRetryException& error) {
-        PublishTaskEvent(message, {kStatusRetried, kCodeFailed, kSeverityWarning, error.what()});
+        PublishTaskEvent(message, {Outcome::kNotFailed, Outcome::kFailedText,
+                                   Outcome::kWarningSeverity, error.what()});
         GetLog(4) << error.what();
         notCounted = error.IsRestartNeeded();
         return false;
@@ -238,7 +231,8 @@ bool CTaskRunner::ProcessTask(CMessageTask& task, const MessagePointer& message,
         notCounted = true;
         return false;
     } catch (const std::exception& error) {
-        PublishTaskEvent(message, {kStatusFailed, kCodeFailed, kSeverityError, error.what()});
+        PublishTaskEvent(message, {Outcome::kFailed, Outcome::kFailedText, Outcome::kErrorSeverity,
+                                   error.what()});
         GetLog(4) << error.what();
         return true;
     }
@@ -267,7 +261,8 @@ void CTaskRunner::CancelQueuedMessages() {
 }
 
 void CTaskRunner::CancelMessage(const MessagePointer& message, const std::string& reason) {
-    PublishTaskEvent(message, {kStatusFailed, kCodeCancelled, kSeverityError, reason});
+    PublishTaskEvent(message,
+                     {Outcome::kFailed, Outcome::kCancelledText, Outcome::kErrorSeverity, reason});
     try {
         GetLog(4) << reason << ", message was: " << message->GetName();
     } catch (const std::exception& error) {
@@ -282,7 +277,7 @@ void CTaskRunner::PublishTaskEvent(const MessagePointer& message, const TaskOutc
     try {
         if (const auto task = ReportableTask(message)) {
             services_.publisher.Publish(MakeTaskEvent(
-                *task, outcome, {services_.instance.GetInstanceUUID(), productId_, clock_}));
+                *task, outcome, {services_.instance.GetInstanceUUID(), clock_, productId_}));
         }
     } catch (const std::exception& error) {
         GetLog(4) << error.what();

@@ -1,11 +1,14 @@
 #include "module/OvAgentConnectorModule.h"
 
 #include <exception>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
 #include <boost/make_shared.hpp>
 
+#include "connector/reports/Presence.h"
+#include "connector/reports/ProtectionStatus.h"
 #include "connector/tasks/ExportConfigurationTask.h"
 #include "connector/tasks/GetStatusTask.h"
 #include "connector/tasks/GetTaskStatusTask.h"
@@ -14,6 +17,7 @@
 #include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
+#include "host/Catalogue.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "module/PeriodicWatch.h"
 
@@ -25,18 +29,15 @@ using Kyr::Common::Database::IOvRemediationActionsMapper;
 using Kyr::Common::Kernel::IDatabaseResource;
 using Kyr::Common::Kernel::MessageType;
 
+namespace Product = Kyr::Common::Catalogue::Product;
+namespace ProductType = Kyr::Common::Catalogue::ProductType;
 namespace Tasks = Common::Tasks;
 
 namespace {
 
-// The product as the host's server knows it, and as the logs name it.
-constexpr std::uint64_t kProductId = 0x07100000000007AA;
-constexpr std::uint64_t kLoggedProductId = 0x07100000000005E2;
-constexpr std::int32_t kProductType = 17;
-
 /// The product types of the host whose configuration the product has.
 Tasks::CExportConfigurationTask::ProductTypes ExportedProductTypes() {
-    return {0, 9};
+    return {std::begin(ProductType::kConfiguredOvAgent), std::end(ProductType::kConfiguredOvAgent)};
 }
 
 /// One of the module's interfaces for a task, which the module owns.
@@ -91,7 +92,7 @@ std::string COvAgentConnectorModule::GetName() const {
 }
 
 std::uint64_t COvAgentConnectorModule::GetProductId() const {
-    return kProductId;
+    return Product::kOvAgent;
 }
 
 bool COvAgentConnectorModule::IsProductInstalled() {
@@ -107,15 +108,15 @@ void COvAgentConnectorModule::CreateTasks(TaskList& tasks) {
         boost::make_shared<Tasks::CImportConfigurationTask>(logger, messageFactory_, channel_);
     // The order decides which task gets a message of a shared type first.
     tasks.push_back(boost::make_shared<Tasks::CExportConfigurationTask>(
-        publisher, instance, ExportedProductTypes(), messageFactory_, channel_, kLoggedProductId,
-        clock));
+        publisher, instance, ExportedProductTypes(), messageFactory_, channel_,
+        Product::kOvAgentInLogs, clock));
     tasks.push_back(importConfigurationTask_);
     tasks.push_back(boost::make_shared<Tasks::CGetStatusTask>(
         MessageType::OvAgentRequest, logger, publisher, instance, messageFactory_, channel_,
-        kLoggedProductId, kProductType, clock));
+        Product::kOvAgentInLogs, ProductType::kOvAgent, clock));
     tasks.push_back(boost::make_shared<Tasks::CGetTaskStatusTask>(
         MessageType::OvAgentRequest, logger, publisher, instance, messageFactory_, channel_,
-        kLoggedProductId, clock));
+        Product::kOvAgentInLogs, clock));
     tasks.push_back(boost::make_shared<CWinOvKillProcessByPidTask>(channel_, this));
     tasks.push_back(boost::make_shared<CWinOvBlockExecutableByHashTask>(channel_, this));
     tasks.push_back(boost::make_shared<CWinOvGetEcsIndicatorLogsTask>(
@@ -134,16 +135,16 @@ bool COvAgentConnectorModule::Connect() {
         channel_->SetBufferReceiver({});
         channel_->Start();
         SendAgentUuid();
-        Publish(MakeAgentPresence(LogOrigin()));
-        Publish(MakeProductPresence(LogOrigin(), GetProductId()));
-        Publish(MakeConnectedStatus(LogOrigin()));
+        Publish(Common::MakeAgentPresence(Self()));
+        Publish(Common::MakeProductPresence(Self(), GetProductId()));
+        Publish(Common::MakeConnectedStatus(Self()));
         importConfigurationTask_->ImportConfiguration();  // the product may have lost the policy
         // Last: whatever fails before, there is no connection to watch then.
         StartPeriodicThread();
         return true;
     } catch (const std::exception& error) {
         GetLog(3) << error.what();
-        Publish(MakeConnectFailureStatus(LogOrigin()));
+        Publish(Common::MakeConnectFailureStatus(Self()));
         throw std::runtime_error(
             std::string("Starting TULK OVANTA Connector connector module failed with: ") +
             error.what());
@@ -154,8 +155,8 @@ void COvAgentConnectorModule::SendAgentUuid() {
     channel_->Send(messageFactory_->CreateSendAgentUUIDRequest(GetInstanceUUID())->Serialize());
 }
 
-CLogOrigin COvAgentConnectorModule::LogOrigin() const {
-    return {GetInstanceUUID(), system_.clock};
+Common::Reporter COvAgentConnectorModule::Self() const {
+    return {GetInstanceUUID(), system_.clock, Product::kOvAgentInLogs, ProductType::kOvAgent};
 }
 
 void COvAgentConnectorModule::Interrupt() {

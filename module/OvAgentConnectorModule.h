@@ -21,10 +21,10 @@
 #include "base/Clock.h"
 #include "connector/ConnectorModule.h"
 #include "connector/channel/IChannelMessageFactory.h"
+#include "connector/reports/Reporter.h"
 #include "connector/tasks/ImportConfigurationTask.h"
 #include "host/database/IMapper.h"
 #include "kelcomm/OvAgentChannel.h"
-#include "module/PresenceLogs.h"
 #include "module/ProductBuildReader.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
@@ -62,7 +62,7 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
   private:
     void ObtainMappers(Kyr::Common::Kernel::IResourceProvider& provider);
     void SendAgentUuid();
-    CLogOrigin LogOrigin() const;
+    Common::Reporter Self() const;
     void StartPeriodicThread();
     void EndPeriodicThread();
     void PeriodicThread(std::optional<std::int64_t> productBuild);

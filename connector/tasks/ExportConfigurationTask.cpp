@@ -5,34 +5,25 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/TaskEvent.h"
 #include "connector/channel/Responses.h"
+#include "connector/reports/ConfigurationEvent.h"
+#include "connector/reports/TaskEvent.h"
 #include "connector/tasks/CountedRetry.h"
+#include "host/Catalogue.h"
 #include "host/message/RequestConfigurationMessage.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 
+namespace Outcome = Kyr::Common::Catalogue::Task;
 using Kyr::Common::Kernel::IMessage;
 using Kyr::Common::Kernel::MessageType;
 using Kyr::Common::Message::Configuration::CRequestConfigurationMessage;
-using Kyr::Common::Message::Logs::CEventLog;
 using Kyr::Common::Module::IMessagePublisher;
 
 namespace {
 
-// The host's numbers for the symbols of the event that carries the configuration.
-enum Symbol : std::int32_t {
-    kInstance = 1886,
-    kStatus = 1888,
-    kTime = 1889,
-    kProduct = 1891,
-    kConfiguration = 1892,
-};
-
-constexpr std::int32_t kExported = 1;
-
-/// How the request is reported: done, in the host's terms.
-const TaskOutcome kDone{1, 0x000000010000000B, 30, ""};
+/// How the request is reported.
+const TaskOutcome kDone{Outcome::kNotFailed, Outcome::kDoneText, Outcome::kInformationSeverity, ""};
 
 }  // namespace
 
@@ -95,22 +86,17 @@ void CExportConfigurationTask::BufferReceiver::PublishConfiguration(
     const auto message = messageFactory_->CreateExportConfigurationResponse();
     auto& response = dynamic_cast<CExportConfigurationResponse&>(*message);
     response.Deserialize(reply);
-    const auto event = boost::make_shared<CEventLog>(MessageType::ConfigurationEvent, clock_);
-    event->GetSymbols()
-        ->AddInt32(kStatus, kExported)
-        .AddUuidString(kInstance, instanceUuidProvider_->GetInstanceUUID())
-        .AddCurrentTime(kTime)
-        .AddResourceId(kProduct, productId_)
-        .AddBlob(kConfiguration, response.GetConfiguration());
-    event->SetReadOnly();
-    publisher_->Publish(event);
+    publisher_->Publish(MakeConfigurationEvent(response.GetConfiguration(), Self()));
 }
 
 void CExportConfigurationTask::BufferReceiver::ReportDone() const {
     if (const auto task = ReportableTask(message_)) {
-        publisher_->Publish(MakeTaskEvent(
-            *task, kDone, {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
+        publisher_->Publish(MakeTaskEvent(*task, kDone, Self()));
     }
+}
+
+Reporter CExportConfigurationTask::BufferReceiver::Self() const {
+    return {instanceUuidProvider_->GetInstanceUUID(), clock_, productId_};
 }
 
 }  // namespace Kyr::Connectors::Common::Tasks

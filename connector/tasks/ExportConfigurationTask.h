@@ -17,6 +17,7 @@
 #include "connector/MessageTask.h"
 #include "connector/channel/IChannel.h"
 #include "connector/channel/IChannelMessageFactory.h"
+#include "connector/reports/Reporter.h"
 #include "host/proto/configuration.pb.h"
 
 namespace Kyr::Connectors::Common::Tasks {
@@ -71,6 +72,7 @@ class CExportConfigurationTask::BufferReceiver : public IBufferReceiver {
   private:
     void PublishConfiguration(const std::vector<unsigned char>& reply) const;
     void ReportDone() const;
+    Reporter Self() const;
 
     const boost::shared_ptr<Kyr::Common::Kernel::IMessage> message_;
     const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;

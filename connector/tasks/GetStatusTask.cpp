@@ -5,9 +5,9 @@
 #include <boost/make_shared.hpp>
 
 #include "connector/channel/Responses.h"
+#include "connector/reports/ProtectionStatus.h"
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/ProductTrigger.h"
-#include "connector/tasks/ProtectionStatusLog.h"
 #include "host/message/ConnectorRequests.h"
 #include "logs/OvAgentRequest.h"
 
@@ -96,8 +96,8 @@ void CGetStatusTask::BufferReceiver::OnBufferReceived(const std::vector<unsigned
     const auto& records = response.GetRecords();
     logger_->GetLog(1) << "Protection status log raw content: " << response.GetRawContent();
     logger_->GetLog(0) << "Protection status log metadata received, size: " << records.size();
-    const auto log = MakeProtectionStatusLog(
-        records, {instanceUuidProvider_->GetInstanceUUID(), productId_, productType_, clock_});
+    const auto log = MakeProtectionStatus(
+        records, {instanceUuidProvider_->GetInstanceUUID(), clock_, productId_, productType_});
     publisher_->Publish(log);
     logger_->GetLog(0) << "Protection status log deserialized and published";
 }

@@ -4,8 +4,8 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/TaskEvent.h"
 #include "connector/channel/Responses.h"
+#include "connector/reports/TaskEvent.h"
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/ProductTrigger.h"
 #include "host/message/ConnectorRequests.h"
@@ -110,7 +110,7 @@ bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char
             MakeTaskEvent(TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier,
                                           record.secondIdentifier},
                           {record.status, record.code, record.severity, record.description},
-                          {instanceUuidProvider_->GetInstanceUUID(), productId_, clock_}));
+                          {instanceUuidProvider_->GetInstanceUUID(), clock_, productId_}));
         logger_->GetLog(0) << "Task status received";
     }
     return !records.empty();

@@ -1,23 +1,43 @@
-#include <stdexcept>
+#include <array>
 
-#include "connector/TaskEvent.h"
-#include "tests/connector/ModuleFixture.h"
-#include "tests/support/ThrownText.h"
+#include "connector/reports/TaskEvent.h"
+#include "host/message/OvAgentTasks.h"
+#include "tests/connector/reports/ReportFixture.h"
+#include "tests/support/TestMessage.h"
 
 namespace Kyr::Connectors::Common {
 namespace {
 
+using Kyr::Common::Kernel::MessageType;
 using Kyr::Common::Message::CTask;
+using Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
+using Kyr::Common::Message::Logs::CEventLog;
 using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 
-class TaskEventTest : public ModuleFixture {
+class TaskEventTest : public ReportFixture {
   protected:
-    EventPointer Make(const TaskOutcome& outcome) {
-        return MakeTaskEvent(*MakeTaskMessage(), outcome, reporter);
+    using Texts = std::array<std::string, 3>;
+
+    /// A task with these identifiers; an empty one is not set.
+    static boost::shared_ptr<CTask> Task(const Texts& texts = {
+                                             "11111111-1111-1111-1111-111111111111",
+                                             "22222222-2222-2222-2222-222222222222",
+                                             "33333333-3333-3333-3333-333333333333"}) {
+        std::array<CTask::Uuid, 3> ids;
+        for (std::size_t id = 0; id < ids.size(); ++id) {
+            if (!texts[id].empty()) {
+                ids[id].set_uuid(texts[id]);
+            }
+        }
+        const auto task = boost::make_shared<CKillProcessByPid>();
+        task->SetIdentifiers(ids[0], ids[1], ids[2]);
+        return task;
+    }
+    boost::shared_ptr<CEventLog> Make(const TaskOutcome& outcome) const {
+        return MakeTaskEvent(*Task(), outcome, reporter);
     }
 
-    TaskReporter reporter{"12345678-9abc-def0-1234-56789abcdef0", 0x07100000000005E2, clock};
     const TaskOutcome failed{4, 0x000000010000009B, 40, "It did not work"};
 };
 
@@ -31,11 +51,8 @@ TEST_F(TaskEventTest, IsAReadOnlyEventLogOfItsType) {
 
 TEST_F(TaskEventTest, SymbolsStandInTheOrderOfSetting) {
     const auto symbols = Make(failed)->GetSymbols();
-    std::vector<int> ids;
-    for (std::size_t index = 0; index < symbols->GetCount(); ++index) {
-        ids.push_back(symbols->GetSymbolAt(index));
-    }
-    EXPECT_THAT(ids, ElementsAre(2836, 2834, 2838, 2842, 2846, 2844, 2848, 2853, 2850, 2913));
+    EXPECT_THAT(Ids(*symbols),
+                ElementsAre(2836, 2834, 2838, 2842, 2846, 2844, 2848, 2853, 2850, 2913));
 }
 
 TEST_F(TaskEventTest, SymbolsHoldTheirValues) {
@@ -52,13 +69,7 @@ TEST_F(TaskEventTest, SymbolsHoldTheirValues) {
 }
 
 TEST_F(TaskEventTest, TimeIsNowInUtc) {
-    const auto time = Make(failed)->GetSymbols()->GetUtcTime(2838);
-    EXPECT_EQ(time.year(), 2023);
-    EXPECT_EQ(time.month(), 11);
-    EXPECT_EQ(time.day(), 14);
-    EXPECT_EQ(time.hour(), 22);
-    EXPECT_EQ(time.minute(), 13);
-    EXPECT_EQ(time.second(), 20);
+    EXPECT_EQ(Time(*Make(failed)->GetSymbols(), 2838), "2023-11-14 22:13:20");
 }
 
 TEST_F(TaskEventTest, EmptyTextIsLeftOut) {
@@ -72,8 +83,9 @@ TEST_F(TaskEventTest, FitsItsLogType) {
 }
 
 TEST_F(TaskEventTest, IdentifierThatIsNoUuidThrows) {
-    const auto make = [&] { MakeTaskEvent(*MakeTaskMessage("no uuid"), failed, reporter); };
-    EXPECT_EQ(ThrownText(make), "invalid uuid string");
+    const auto task = Task({"no uuid", "22222222-2222-2222-2222-222222222222",
+                            "33333333-3333-3333-3333-333333333333"});
+    EXPECT_EQ(ThrownText([&] { MakeTaskEvent(*task, failed, reporter); }), "invalid uuid string");
 }
 
 TEST_F(TaskEventTest, InstanceThatIsNoUuidThrows) {
@@ -83,22 +95,15 @@ TEST_F(TaskEventTest, InstanceThatIsNoUuidThrows) {
 
 TEST_F(TaskEventTest, OnlyTaskMessagesAreReportable) {
     EXPECT_EQ(ReportableTask(Kyr::Test::MakeMessage("A", MessageType::KillProcessByPid)), nullptr);
-    const auto task = MakeTaskMessage();
+    const auto task = Task();
     EXPECT_EQ(ReportableTask(task), task);
 }
 
 TEST_F(TaskEventTest, EachMissingIdentifierMakesTheTaskUnreportable) {
-    for (int missing = 0; missing < 3; ++missing) {
-        CTask::Uuid ids[3];
-        for (int id = 0; id < 3; ++id) {
-            if (id != missing) {
-                ids[id].set_uuid(kFirst);
-            }
-        }
-        const auto message = boost::make_shared<TaskMessage>();
-        message->SetIdentifiers(ids[0], ids[1], ids[2]);
-        EXPECT_EQ(ReportableTask(message), nullptr) << "missing: " << missing;
-    }
+    const std::string id = "11111111-1111-1111-1111-111111111111";
+    EXPECT_EQ(ReportableTask(Task({"", id, id})), nullptr);
+    EXPECT_EQ(ReportableTask(Task({id, "", id})), nullptr);
+    EXPECT_EQ(ReportableTask(Task({id, id, ""})), nullptr);
 }
 
 }  // namespace

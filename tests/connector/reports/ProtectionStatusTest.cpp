@@ -1,14 +1,14 @@
-#include "connector/tasks/ProtectionStatusLog.h"
-#include "tests/connector/tasks/CommonTaskFixture.h"
+#include "connector/reports/ProtectionStatus.h"
+#include "tests/connector/reports/ReportFixture.h"
 
-namespace Kyr::Connectors::Common::Tasks {
+namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Message::Logs::CStatusLog;
 using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 
-class ProtectionStatusLogTest : public CommonTaskFixture {
+class ProtectionStatusTest : public ReportFixture {
   protected:
     /// A record as a status of 1 or 2 gives it.
     static CProtectionStatusRecord Problem(std::uint32_t status = 1) {
@@ -20,18 +20,16 @@ class ProtectionStatusLogTest : public CommonTaskFixture {
         record.status = 0xFFFFFFFF;
         return record;
     }
-    boost::shared_ptr<CStatusLog> Make(const std::vector<CProtectionStatusRecord>& records,
-                                       std::int32_t productType = 17) const {
-        return MakeProtectionStatusLog(records,
-                                       {instance->GetInstanceUUID(), kProduct, productType, clock});
+    boost::shared_ptr<CStatusLog> Make(const std::vector<CProtectionStatusRecord>& records) const {
+        return MakeProtectionStatus(records, reporter);
     }
-    void ExpectAllIsWell(const CStatusLog& log) const {
+    static void ExpectAllIsWell(const CStatusLog& log) {
         ASSERT_EQ(log.GetSymbols()->GetRowCount(), 1u);
         const auto row = log.GetSymbols()->GetRow(0);
         EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
         EXPECT_EQ(row->GetInt32(241), 1);
         EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
-        EXPECT_EQ(row->GetUtcTime(242).year(), 2023);
+        EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
         EXPECT_EQ(row->GetInt64(244), 17);
         EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
         EXPECT_EQ(row->GetResourceId(246), 0x071000000000022Bu);
@@ -41,7 +39,7 @@ class ProtectionStatusLogTest : public CommonTaskFixture {
     }
 };
 
-TEST_F(ProtectionStatusLogTest, ProblemIsARowInTheOrderOfSetting) {
+TEST_F(ProtectionStatusTest, ProblemIsARowInTheOrderOfSetting) {
     const auto log = Make({Problem()});
     EXPECT_EQ(static_cast<int>(log->GetMessageType()), 10044);
     ASSERT_EQ(log->GetSymbols()->GetRowCount(), 1u);
@@ -50,11 +48,11 @@ TEST_F(ProtectionStatusLogTest, ProblemIsARowInTheOrderOfSetting) {
     EXPECT_TRUE(log->IsValid());
 }
 
-TEST_F(ProtectionStatusLogTest, RowHoldsTheValuesOfTheRecord) {
+TEST_F(ProtectionStatusTest, RowHoldsTheValuesOfTheRecord) {
     const auto row = Make({Problem()})->GetSymbols()->GetRow(0);
     EXPECT_EQ(row->GetInt64(241), 3);
     EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
-    EXPECT_EQ(row->GetUtcTime(242).hour(), 22);
+    EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
     EXPECT_EQ(row->GetInt64(244), 17);
     EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
     EXPECT_EQ(row->GetResourceId(246), 0x11u);
@@ -63,19 +61,19 @@ TEST_F(ProtectionStatusLogTest, RowHoldsTheValuesOfTheRecord) {
     EXPECT_EQ(row->GetResourceId(4298), 0x33u);
 }
 
-TEST_F(ProtectionStatusLogTest, NoDescriptionIsNoSymbol) {
+TEST_F(ProtectionStatusTest, NoDescriptionIsNoSymbol) {
     CProtectionStatusRecord problem = Problem(2);
     problem.descriptionId.reset();
     const auto row = Make({problem})->GetSymbols()->GetRow(0);
     EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
 }
 
-TEST_F(ProtectionStatusLogTest, OnlyProblemsAreRows) {
+TEST_F(ProtectionStatusTest, OnlyProblemsAreRows) {
     const auto rows = Make({Fine(), Problem(1), NotAvailable(), Problem(2), Fine()})->GetSymbols();
     EXPECT_EQ(rows->GetRowCount(), 2u);
 }
 
-TEST_F(ProtectionStatusLogTest, RowsKeepTheOrderOfTheRecords) {
+TEST_F(ProtectionStatusTest, RowsKeepTheOrderOfTheRecords) {
     CProtectionStatusRecord worse = Problem(2);
     worse.severity = 5;
     const auto rows = Make({worse, Problem(1)})->GetSymbols();
@@ -83,34 +81,61 @@ TEST_F(ProtectionStatusLogTest, RowsKeepTheOrderOfTheRecords) {
     EXPECT_EQ(rows->GetRow(1)->GetInt64(241), 3);
 }
 
-TEST_F(ProtectionStatusLogTest, NoRecordsAreOneRowThatSaysAllIsWell) {
+TEST_F(ProtectionStatusTest, NoRecordsAreOneRowThatSaysAllIsWell) {
     ExpectAllIsWell(*Make({}));
 }
 
-TEST_F(ProtectionStatusLogTest, FineRecordsAreOneRowThatSaysAllIsWell) {
+TEST_F(ProtectionStatusTest, FineRecordsAreOneRowThatSaysAllIsWell) {
     ExpectAllIsWell(*Make({Fine(), Fine()}));
 }
 
-TEST_F(ProtectionStatusLogTest, RecordsThatAreNotAvailableAreOneRowThatSaysAllIsWell) {
+TEST_F(ProtectionStatusTest, RecordsThatAreNotAvailableAreOneRowThatSaysAllIsWell) {
     ExpectAllIsWell(*Make({NotAvailable(), Fine()}));
 }
 
-TEST_F(ProtectionStatusLogTest, NegativeProductTypeKeepsItsSign) {
-    EXPECT_EQ(Make({Problem()}, -2)->GetSymbols()->GetRow(0)->GetInt64(244), -2);
-    EXPECT_EQ(Make({}, -2)->GetSymbols()->GetRow(0)->GetInt64(244), -2);
+TEST_F(ProtectionStatusTest, ConnectedIsOneRowThatSaysAllIsWell) {
+    const auto log = MakeConnectedStatus(reporter);
+    EXPECT_EQ(static_cast<int>(log->GetMessageType()), 10044);
+    EXPECT_TRUE(log->IsReadOnly());
+    ExpectAllIsWell(*log);
 }
 
-TEST_F(ProtectionStatusLogTest, LogAndRowsAreReadOnly) {
+TEST_F(ProtectionStatusTest, FailedConnectionIsOneRowThatSaysSo) {
+    const auto log = MakeConnectFailureStatus(reporter);
+    EXPECT_EQ(static_cast<int>(log->GetMessageType()), 10044);
+    EXPECT_TRUE(log->IsReadOnly());
+    EXPECT_TRUE(log->IsValid());
+    ASSERT_EQ(log->GetSymbols()->GetRowCount(), 1u);
+    const auto row = log->GetSymbols()->GetRow(0);
+    EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
+    EXPECT_EQ(row->GetInt32(241), 6);
+    EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+    EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
+    EXPECT_EQ(row->GetInt64(244), 17);
+    EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
+    EXPECT_EQ(row->GetResourceId(246), 0x071000000000022Bu);
+    EXPECT_EQ(row->GetResourceId(247), 0x0710000000000221u);
+    EXPECT_EQ(row->GetResourceId(248), 0x00000001000000B3u);
+}
+
+TEST_F(ProtectionStatusTest, NegativeProductTypeKeepsItsSign) {
+    reporter.productType = -2;
+    EXPECT_EQ(Make({Problem()})->GetSymbols()->GetRow(0)->GetInt64(244), -2);
+    EXPECT_EQ(Make({})->GetSymbols()->GetRow(0)->GetInt64(244), -2);
+}
+
+TEST_F(ProtectionStatusTest, LogAndRowsAreReadOnly) {
     const auto log = Make({Problem()});
     EXPECT_TRUE(log->IsReadOnly());
     EXPECT_EQ(ThrownText([&] { log->GetSymbols()->GetRow(0)->AddInt32(1, 1); }),
               "Cannot add symbol 1: container is locked");
 }
 
-TEST_F(ProtectionStatusLogTest, InstanceThatIsNoUuidIsRefused) {
-    instance->uuid = "nobody";
-    EXPECT_EQ(ThrownText([&] { Make({}); }), "invalid uuid string");
+TEST_F(ProtectionStatusTest, InstanceThatIsNoUuidIsRefused) {
+    reporter.instanceUuid = "nobody";
+    EXPECT_EQ(ThrownText([this] { Make({}); }), "invalid uuid string");
+    EXPECT_EQ(ThrownText([this] { MakeConnectFailureStatus(reporter); }), "invalid uuid string");
 }
 
 }  // namespace
-}  // namespace Kyr::Connectors::Common::Tasks
+}  // namespace Kyr::Connectors::Common

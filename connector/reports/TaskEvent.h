@@ -1,7 +1,7 @@
 // The event log by which the host learns what became of a task message: that it failed or was
 // cancelled, or how the product carried it out.
 //
-// Shared by the core and by the tasks that report outcomes of their own. Threads: any.
+// Threads: any.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "base/Clock.h"
+#include "connector/reports/Reporter.h"
 #include "host/message/Task.h"
 #include "logs/EventLog.h"
 
 namespace Kyr::Connectors::Common {
 
-/// What became of the task, in the host's terms.
+/// What became of the task, in the terms of host/Catalogue.h.
 struct TaskOutcome {
     std::int32_t status;
     std::uint64_t code;
@@ -31,13 +31,6 @@ struct TaskIdentifiers {
     Uuid third;
 };
 
-/// Who reports it.
-struct TaskReporter {
-    std::string instanceUuid;
-    std::uint64_t productId;
-    boost::shared_ptr<Base::IClock> clock;
-};
-
 /// The message as a task message whose three identifiers are all set; otherwise empty, and there is
 /// nobody to send an event to.
 boost::shared_ptr<Kyr::Common::Message::CTask> ReportableTask(
@@ -46,9 +39,9 @@ boost::shared_ptr<Kyr::Common::Message::CTask> ReportableTask(
 /// A read-only event ready to be published. Throws std::runtime_error when an identifier is not a
 /// UUID.
 boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskEvent(
-    const Kyr::Common::Message::CTask& task, const TaskOutcome& outcome,
-    const TaskReporter& reporter);
-boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskEvent(
-    const TaskIdentifiers& task, const TaskOutcome& outcome, const TaskReporter& reporter);
+    const Kyr::Common::Message::CTask& task, const TaskOutcome& outcome, const Reporter& reporter);
+boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> MakeTaskEvent(const TaskIdentifiers& task,
+                                                                       const TaskOutcome& outcome,
+                                                                       const Reporter& reporter);
 
 }  // namespace Kyr::Connectors::Common
