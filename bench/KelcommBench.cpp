@@ -13,8 +13,8 @@
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommChannelBuffer.h"
 #include "kelcomm/KelcommClientNt.h"
-#include "kelcomm/KelcommNames.h"
 #include "kelcomm/OvAgentChannel.h"
+#include "kelcomm/client/KelcommNames.h"
 
 namespace {
 

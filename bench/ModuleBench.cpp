@@ -11,7 +11,7 @@
 #include "base/LittleEndian.h"
 #include "bench/PortBench.h"
 #include "kelcomm/AlpcMessages.h"
-#include "kelcomm/KelcommNames.h"
+#include "kelcomm/client/KelcommNames.h"
 #include "logs/OvAgentRequest.h"
 #include "module/OvAgentConnectorModule.h"
 #include "module/PeriodicWatch.h"

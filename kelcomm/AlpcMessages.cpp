@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/KelcommConnection.h"
+#include "kelcomm/client/KelcommConnection.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Alpc {
 

@@ -7,9 +7,9 @@
 
 #include "kelcomm/AlpcMessages.h"
 #include "kelcomm/AlpcViews.h"
-#include "kelcomm/Buffer.h"
-#include "kelcomm/KelcommNames.h"
 #include "kelcomm/LocalSystem.h"
+#include "kelcomm/client/Buffer.h"
+#include "kelcomm/client/KelcommNames.h"
 #include "ntapi/Status.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

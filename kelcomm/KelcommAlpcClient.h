@@ -12,9 +12,9 @@
 
 #include <atomic>
 
-#include "kelcomm/IKelcommClient.h"
 #include "kelcomm/KelcommCommonNt.h"
 #include "kelcomm/SlimLock.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

@@ -17,8 +17,8 @@
 
 #include <boost/thread/mutex.hpp>
 
-#include "kelcomm/IKelcommClient.h"
 #include "kelcomm/ServerBroadcast.h"
+#include "kelcomm/client/IKelcommClient.h"
 #include "kelcomm/native/NativeFunctions.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

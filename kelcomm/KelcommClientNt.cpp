@@ -4,8 +4,8 @@
 #include <new>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/KelcommConnection.h"
-#include "kelcomm/KelcommNames.h"
+#include "kelcomm/client/KelcommConnection.h"
+#include "kelcomm/client/KelcommNames.h"
 #include "ntapi/Status.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

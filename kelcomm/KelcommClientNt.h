@@ -11,9 +11,9 @@
 
 #include <memory>
 
-#include "kelcomm/IKelcommClient.h"
 #include "kelcomm/KelcommCommonNt.h"
 #include "kelcomm/KelcommStructsNt.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

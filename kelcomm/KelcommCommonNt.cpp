@@ -4,9 +4,9 @@
 
 #include "base/LittleEndian.h"
 #include "kelcomm/BroadcastLayout.h"
-#include "kelcomm/IKelcommClient.h"
-#include "kelcomm/KelcommConnection.h"
-#include "kelcomm/KelcommNames.h"
+#include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/client/KelcommConnection.h"
+#include "kelcomm/client/KelcommNames.h"
 #include "ntapi/Status.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

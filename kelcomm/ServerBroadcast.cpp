@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 #include <utility>
 
-#include "kelcomm/Buffer.h"
+#include "kelcomm/client/Buffer.h"
 #include "kelcomm/messages/CommandHeader.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "kelcomm/KelcommAlpcClient.h"
-#include "tests/kelcomm/ClientFixture.h"
+#include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {
 

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-#include "kelcomm/Buffer.h"
 #include "kelcomm/KelcommAlpcClient.h"
+#include "kelcomm/client/Buffer.h"
 #include "tests/kelcomm/AlpcFixture.h"
 
 namespace Kyr::Test {

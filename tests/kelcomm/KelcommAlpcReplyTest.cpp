@@ -1,7 +1,7 @@
 // What the advanced port's client makes of a reply, honest or not.
 #include <gtest/gtest.h>
 
-#include "kelcomm/Buffer.h"
+#include "kelcomm/client/Buffer.h"
 #include "tests/kelcomm/AlpcFixture.h"
 
 namespace Kyr::Test {

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <mutex>
 
-#include "kelcomm/Buffer.h"
 #include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/client/Buffer.h"
 #include "tests/kelcomm/LpcWidths.h"
 #include "tests/support/VirtualSlot.h"
 

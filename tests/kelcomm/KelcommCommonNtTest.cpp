@@ -8,7 +8,7 @@
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/KelcommCommonNt.h"
-#include "tests/kelcomm/ClientFixture.h"
+#include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {
 

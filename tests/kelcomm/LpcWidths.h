@@ -7,7 +7,7 @@
 #include <string>
 
 #include "kelcomm/KelcommClientNt.h"
-#include "tests/kelcomm/ClientFixture.h"
+#include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {
 

@@ -8,8 +8,8 @@
 
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommClientNt.h"
-#include "kelcomm/KelcommNames.h"
 #include "kelcomm/KelcommWaitPool.h"
+#include "kelcomm/client/KelcommNames.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Test {

@@ -18,7 +18,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Test {
 

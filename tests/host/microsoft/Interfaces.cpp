@@ -10,7 +10,7 @@
 #include "host/logs/IProtobufGetter.h"
 #include "host/logs/ISymbolContainer.h"
 #include "host/message/LogMessage.h"
-#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Common::Kernel {
 IBusResource::~IBusResource() = default;

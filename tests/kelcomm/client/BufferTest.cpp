@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <vector>
 
-#include "kelcomm/Buffer.h"
+#include "kelcomm/client/Buffer.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/VirtualSlot.h"
 

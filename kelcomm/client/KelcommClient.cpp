@@ -1,4 +1,4 @@
-#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

@@ -1,4 +1,4 @@
-#include "kelcomm/Buffer.h"
+#include "kelcomm/client/Buffer.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "kelcomm/KelcommNames.h"
+#include "kelcomm/client/KelcommNames.h"
 
 #include <cstdio>
 

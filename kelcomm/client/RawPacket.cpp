@@ -1,4 +1,4 @@
-#include "kelcomm/RawPacket.h"
+#include "kelcomm/client/RawPacket.h"
 
 #include <algorithm>
 #include <cstring>

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "kelcomm/RawPacket.h"
+#include "kelcomm/client/RawPacket.h"
 
 namespace Kyr::Test {
 

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "kelcomm/IKelcommClient.h"
-#include "kelcomm/KelcommNames.h"
+#include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/client/KelcommNames.h"
 
 namespace Kyr::Test {
 

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-#include "kelcomm/IKelcommClient.h"
+#include "kelcomm/client/IKelcommClient.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/ScriptedNative.h"
 

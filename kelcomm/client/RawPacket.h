@@ -5,7 +5,7 @@
 
 #include <cstdint>
 
-#include "kelcomm/Buffer.h"
+#include "kelcomm/client/Buffer.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
