@@ -12,8 +12,8 @@
 
 #include <atomic>
 
-#include "kelcomm/KelcommCommonNt.h"
 #include "kelcomm/SlimLock.h"
+#include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

@@ -11,8 +11,8 @@
 
 #include <memory>
 
-#include "kelcomm/KelcommCommonNt.h"
 #include "kelcomm/KelcommStructsNt.h"
+#include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

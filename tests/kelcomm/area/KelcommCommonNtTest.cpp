@@ -7,7 +7,7 @@
 
 #include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommClientNt.h"
-#include "kelcomm/KelcommCommonNt.h"
+#include "kelcomm/area/KelcommCommonNt.h"
 #include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {

@@ -1,9 +1,9 @@
-#include "kelcomm/KelcommCommonNt.h"
+#include "kelcomm/area/KelcommCommonNt.h"
 
 #include <cstring>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/BroadcastLayout.h"
+#include "kelcomm/area/BroadcastLayout.h"
 #include "kelcomm/client/IKelcommClient.h"
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
