@@ -9,12 +9,12 @@
 
 #include "base/LittleEndian.h"
 #include "bench/PortBench.h"
-#include "kelcomm/AlpcMessages.h"
-#include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommChannelBuffer.h"
-#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/OvAgentChannel.h"
 #include "kelcomm/client/KelcommNames.h"
+#include "kelcomm/ports/AlpcMessages.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 
 namespace {
 

@@ -10,8 +10,8 @@
 
 #include "base/LittleEndian.h"
 #include "bench/PortBench.h"
-#include "kelcomm/AlpcMessages.h"
 #include "kelcomm/client/KelcommNames.h"
+#include "kelcomm/ports/AlpcMessages.h"
 #include "logs/OvAgentRequest.h"
 #include "module/OvAgentConnectorModule.h"
 #include "module/PeriodicWatch.h"

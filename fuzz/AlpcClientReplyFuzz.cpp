@@ -10,8 +10,8 @@
 
 #include "base/LittleEndian.h"
 #include "fuzz/ReplyStatus.h"
-#include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/client/Buffer.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
 #include "tests/support/ScriptedNative.h"
 
 namespace {

@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 #include "tests/support/ScriptedNative.h"
 
 namespace {

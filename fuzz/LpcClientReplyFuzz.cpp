@@ -9,7 +9,7 @@
 
 #include "base/LittleEndian.h"
 #include "fuzz/ReplyStatus.h"
-#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 #include "tests/support/ScriptedNative.h"
 
 namespace {

@@ -3,10 +3,10 @@
 #include <stdexcept>
 #include <utility>
 
-#include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/KelcommChannelBuffer.h"
-#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/KelcommErrorReplyException.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 #include <memory>
 
-#include "kelcomm/KelcommAlpcClient.h"
-#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/area/KelcommCommonNt.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 #include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {

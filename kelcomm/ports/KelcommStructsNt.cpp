@@ -1,4 +1,4 @@
-#include "kelcomm/KelcommStructsNt.h"
+#include "kelcomm/ports/KelcommStructsNt.h"
 
 #include <cstring>
 

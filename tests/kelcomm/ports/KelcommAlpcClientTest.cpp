@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <thread>
 
-#include "kelcomm/KelcommAlpcClient.h"
 #include "kelcomm/client/Buffer.h"
-#include "tests/kelcomm/AlpcFixture.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "tests/kelcomm/ports/AlpcFixture.h"
 
 namespace Kyr::Test {
 

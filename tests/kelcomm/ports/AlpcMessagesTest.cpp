@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-#include "kelcomm/AlpcMessages.h"
+#include "kelcomm/ports/AlpcMessages.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Test {

@@ -7,10 +7,10 @@
 #include <thread>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/KelcommAlpcClient.h"
-#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/client/Buffer.h"
 #include "kelcomm/client/KelcommNames.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
 #include "portlayer/LiveCounters.h"

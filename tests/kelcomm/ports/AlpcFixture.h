@@ -4,7 +4,7 @@
 #include <memory>
 #include <utility>
 
-#include "kelcomm/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
 #include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {

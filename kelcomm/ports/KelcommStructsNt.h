@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "kelcomm/KelcommWaitPool.h"
+#include "kelcomm/ports/KelcommWaitPool.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Types.h"
 

@@ -6,10 +6,10 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "kelcomm/KelcommAlpcClient.h"
-#include "kelcomm/KelcommClientNt.h"
-#include "kelcomm/KelcommWaitPool.h"
 #include "kelcomm/client/KelcommNames.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommWaitPool.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Test {

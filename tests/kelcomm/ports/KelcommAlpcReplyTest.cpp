@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "kelcomm/client/Buffer.h"
-#include "tests/kelcomm/AlpcFixture.h"
+#include "tests/kelcomm/ports/AlpcFixture.h"
 
 namespace Kyr::Test {
 

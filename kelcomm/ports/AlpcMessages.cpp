@@ -1,4 +1,4 @@
-#include "kelcomm/AlpcMessages.h"
+#include "kelcomm/ports/AlpcMessages.h"
 
 #include <cstring>
 

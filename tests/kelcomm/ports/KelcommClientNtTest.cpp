@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 #include <mutex>
 
-#include "kelcomm/KelcommClientNt.h"
 #include "kelcomm/client/Buffer.h"
-#include "tests/kelcomm/LpcWidths.h"
+#include "kelcomm/ports/KelcommClientNt.h"
+#include "tests/kelcomm/ports/LpcWidths.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace Kyr::Test {

@@ -5,9 +5,9 @@
 #include <mutex>
 #include <thread>
 
-#include "kelcomm/KelcommClientNt.h"
-#include "kelcomm/KelcommWaitPool.h"
-#include "tests/kelcomm/LpcWidths.h"
+#include "kelcomm/ports/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommWaitPool.h"
+#include "tests/kelcomm/ports/LpcWidths.h"
 
 namespace Kyr::Test {
 

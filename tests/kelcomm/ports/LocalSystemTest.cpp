@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "kelcomm/LocalSystem.h"
+#include "kelcomm/ports/LocalSystem.h"
 #include "tests/support/ScriptedNative.h"
 
 namespace Kyr::Test {

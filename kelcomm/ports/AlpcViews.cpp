@@ -1,4 +1,4 @@
-#include "kelcomm/AlpcViews.h"
+#include "kelcomm/ports/AlpcViews.h"
 
 #include <cstring>
 #include <new>

@@ -1,4 +1,4 @@
-#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 
 #include <cstring>
 #include <new>

@@ -1,15 +1,15 @@
-#include "kelcomm/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
 
 #include <cstring>
 #include <exception>
 #include <mutex>
 #include <shared_mutex>
 
-#include "kelcomm/AlpcMessages.h"
-#include "kelcomm/AlpcViews.h"
-#include "kelcomm/LocalSystem.h"
 #include "kelcomm/client/Buffer.h"
 #include "kelcomm/client/KelcommNames.h"
+#include "kelcomm/ports/AlpcMessages.h"
+#include "kelcomm/ports/AlpcViews.h"
+#include "kelcomm/ports/LocalSystem.h"
 #include "ntapi/Status.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {

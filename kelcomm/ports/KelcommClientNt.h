@@ -11,9 +11,9 @@
 
 #include <memory>
 
-#include "kelcomm/KelcommStructsNt.h"
 #include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/ports/KelcommStructsNt.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

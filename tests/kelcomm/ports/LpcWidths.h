@@ -6,7 +6,7 @@
 #include <memory>
 #include <string>
 
-#include "kelcomm/KelcommClientNt.h"
+#include "kelcomm/ports/KelcommClientNt.h"
 #include "tests/kelcomm/client/ClientFixture.h"
 
 namespace Kyr::Test {

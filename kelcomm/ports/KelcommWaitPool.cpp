@@ -1,4 +1,4 @@
-#include "kelcomm/KelcommWaitPool.h"
+#include "kelcomm/ports/KelcommWaitPool.h"
 
 #include <algorithm>
 #include <condition_variable>

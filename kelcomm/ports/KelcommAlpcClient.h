@@ -12,9 +12,9 @@
 
 #include <atomic>
 
-#include "kelcomm/SlimLock.h"
 #include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/ports/SlimLock.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 

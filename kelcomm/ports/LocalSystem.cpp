@@ -1,4 +1,4 @@
-#include "kelcomm/LocalSystem.h"
+#include "kelcomm/ports/LocalSystem.h"
 
 #include <cstring>
 

@@ -3,8 +3,8 @@
 #include <gtest/gtest.h>
 #include <iterator>
 
-#include "kelcomm/KelcommStructsNt.h"
-#include "tests/kelcomm/LpcWidths.h"
+#include "kelcomm/ports/KelcommStructsNt.h"
+#include "tests/kelcomm/ports/LpcWidths.h"
 
 namespace Kyr::Test {
 

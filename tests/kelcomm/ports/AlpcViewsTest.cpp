@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "kelcomm/AlpcViews.h"
+#include "kelcomm/ports/AlpcViews.h"
 #include "tests/support/ScriptedNative.h"
 
 namespace Kyr::Test {
