@@ -15,7 +15,7 @@
 #include "ntapi/Status.h"
 #include "portlayer/LiveCounters.h"
 #include "portlayer/ServerFunctions.h"
-#include "tests/kelcomm/LayerFunctions.h"
+#include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/RunDirectory.h"
 

@@ -5,7 +5,7 @@
 #include "kelcomm/OvAgentChannel.h"
 #include "lab/runner/Actor.h"
 #include "portlayer/LiveCounters.h"
-#include "tests/kelcomm/LayerFunctions.h"
+#include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/support/InstalledProduct.h"
 #include "tests/support/RunDirectory.h"
 #include "tests/support/ThrownText.h"
