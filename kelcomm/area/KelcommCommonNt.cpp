@@ -44,58 +44,55 @@ CKelcommCommonNt::~CKelcommCommonNt() {
 }
 
 bool CKelcommCommonNt::OpenArea(const Identity& identity) {
-    if (broadcastView_ == nullptr && !MapArea(identity)) {
+    if (!broadcastView_ && !MapArea(identity)) {
         UnmapArea();
     }
-    return broadcastView_ != nullptr;
+    return static_cast<bool>(broadcastView_);
 }
 
 bool CKelcommCommonNt::MapArea(const Identity& identity) {
-    if (broadcastMutex_ != nullptr) {
+    if (broadcastMutex_) {
         return false;  // a reader of the area that was closed still waits
     }
-    broadcastMutex_ = native_.OpenMutexW(
-        kMutexAccess, 0, BroadcastMutexName(identity.clientId, identity.serverId).data());
-    if (broadcastMutex_ == nullptr) {
+    broadcastMutex_ = Native::CHandle(
+        native_,
+        native_.OpenMutexW(kMutexAccess, 0,
+                           BroadcastMutexName(identity.clientId, identity.serverId).data()));
+    if (!broadcastMutex_) {
         return false;
     }
-    broadcastSection_ = native_.OpenFileMappingW(
-        kFileMapRead, 0, BroadcastSectionName(identity.clientId, identity.serverId).data());
-    if (broadcastSection_ == nullptr) {
+    broadcastSection_ = Native::CHandle(
+        native_,
+        native_.OpenFileMappingW(
+            kFileMapRead, 0, BroadcastSectionName(identity.clientId, identity.serverId).data()));
+    if (!broadcastSection_) {
         return false;
     }
-    broadcastView_ = static_cast<const std::uint8_t*>(
-        native_.MapViewOfFile(broadcastSection_, kFileMapRead, 0, 0, 0));
-    if (broadcastView_ == nullptr) {
+    broadcastView_ = Native::CMappedView(
+        native_, native_.MapViewOfFile(broadcastSection_.Get(), kFileMapRead, 0, 0, 0));
+    if (!broadcastView_) {
         return false;
     }
     NtApi::MemoryBasicInformation pages{};
-    if (native_.VirtualQuery(broadcastView_, &pages, sizeof(pages)) == 0) {
+    if (native_.VirtualQuery(broadcastView_.Get(), &pages, sizeof(pages)) == 0) {
         return false;
     }
     broadcastViewSize_ = pages.RegionSize;
     return broadcastViewSize_ >= kBroadcastHeaderSize &&
            ReadHeaderField(kBroadcastHeaderSizeField) == kBroadcastHeaderSize &&
-           std::memcmp(broadcastView_ + kBroadcastMagicField, kKelcommMagic, kKelcommMagicSize) ==
+           std::memcmp(SectionStart() + kBroadcastMagicField, kKelcommMagic, kKelcommMagicSize) ==
                0 &&
            ReadHeaderField(kBroadcastVersionField) == kKelcommVersion;
 }
 
 void CKelcommCommonNt::UnmapArea() {
-    if (broadcastView_ != nullptr) {
-        native_.UnmapViewOfFile(broadcastView_);
-        broadcastView_ = nullptr;
-        broadcastViewSize_ = 0;
-    }
-    if (broadcastSection_ != nullptr) {
-        native_.CloseHandle(broadcastSection_);
-        broadcastSection_ = nullptr;
-    }
+    broadcastView_.Reset();
+    broadcastViewSize_ = 0;
+    broadcastSection_.Reset();
     // Without the handle a waiting reader could not release the mutex, and the product would miss
     // it: that reader closes it.
-    if (broadcastMutex_ != nullptr && mutexReaders_ == 0) {
-        native_.CloseHandle(broadcastMutex_);
-        broadcastMutex_ = nullptr;
+    if (mutexReaders_ == 0) {
+        broadcastMutex_.Reset();
     }
 }
 
@@ -104,8 +101,12 @@ void CKelcommCommonNt::CloseArea() {
     UnmapArea();
 }
 
+const std::uint8_t* CKelcommCommonNt::SectionStart() const {
+    return static_cast<const std::uint8_t*>(broadcastView_.Get());
+}
+
 std::uint32_t CKelcommCommonNt::ReadHeaderField(std::size_t field) const {
-    return LoadShared(broadcastView_ + field);
+    return LoadShared(SectionStart() + field);
 }
 
 bool CKelcommCommonNt::IsInsideData(std::uint32_t offset, std::uint32_t length) const {
@@ -119,7 +120,7 @@ const std::uint8_t* CKelcommCommonNt::Locate(std::uint32_t offset, std::uint32_t
     if (start + length > broadcastViewSize_) {
         return nullptr;
     }
-    return broadcastView_ + start;
+    return SectionStart() + start;
 }
 
 std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t offset,
@@ -130,7 +131,7 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
         if (!OpenArea(identity)) {
             return kKelcommFailure;
         }
-        mutex = broadcastMutex_;
+        mutex = broadcastMutex_.Get();
         ++mutexReaders_;
     }
     const std::uint32_t wait = native_.WaitForSingleObject(mutex, kMutexTimeoutMs);
@@ -141,7 +142,7 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
         native_.ReleaseMutex(mutex);
     }
     --mutexReaders_;
-    if (broadcastView_ == nullptr) {
+    if (!broadcastView_) {
         UnmapArea();
     }
     return result;
@@ -150,7 +151,7 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
 std::uint32_t CKelcommCommonNt::CopyOut(std::uint32_t offset, void* destination,
                                         std::uint32_t length) const {
     // The area may have been closed while the mutex was waited for.
-    if (broadcastView_ == nullptr || !IsInsideData(offset, length)) {
+    if (!broadcastView_ || !IsInsideData(offset, length)) {
         return kKelcommFailure;
     }
     const std::uint8_t* const source = Locate(offset, length);

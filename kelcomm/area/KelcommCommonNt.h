@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "kelcomm/native/NativeFunctions.h"
+#include "kelcomm/native/Handle.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
@@ -48,16 +48,18 @@ class CKelcommCommonNt {
     void UnmapArea();
     /// What a read under the product's mutex results in.
     std::uint32_t CopyOut(std::uint32_t offset, void* destination, std::uint32_t length) const;
+    /// The first byte of the section. REQUIRES: it is mapped.
+    const std::uint8_t* SectionStart() const;
     std::uint32_t ReadHeaderField(std::size_t field) const;
     /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
     /// view.
     const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const;
     bool IsInsideData(std::uint32_t offset, std::uint32_t length) const;
 
-    NtApi::Handle broadcastMutex_ = nullptr;  // stays open while a reader waits for it
-    std::uint32_t mutexReaders_ = 0;          // readers that wait for the mutex or hold it
-    NtApi::Handle broadcastSection_ = nullptr;
-    const std::uint8_t* broadcastView_ = nullptr;
+    Native::CHandle broadcastMutex_;  // stays open while a reader waits for it
+    std::uint32_t mutexReaders_ = 0;  // readers that wait for the mutex or hold it
+    Native::CHandle broadcastSection_;
+    Native::CMappedView broadcastView_;
     std::size_t broadcastViewSize_ = 0;
 };
 

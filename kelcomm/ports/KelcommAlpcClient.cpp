@@ -4,6 +4,7 @@
 #include <exception>
 #include <mutex>
 #include <shared_mutex>
+#include <utility>
 
 #include "kelcomm/client/Buffer.h"
 #include "kelcomm/client/KelcommNames.h"
@@ -53,7 +54,7 @@ CKelcommAlpcClient::CKelcommAlpcClient(const Native::CNativeFunctions& native)
 
 CKelcommAlpcClient::~CKelcommAlpcClient() {
     CloseArea();
-    if (port_ != nullptr) {
+    if (port_) {
         // Requests may still be using it.
         std::terminate();
     }
@@ -79,8 +80,8 @@ std::uint32_t CKelcommAlpcClient::Uninitialize() {
     clientId_ = 0;
     serverId_ = 0;
     options_ = 0;
-    if (port_ != nullptr) {
-        native_.NtAlpcDisconnectPort(port_, 0);
+    if (port_) {
+        native_.NtAlpcDisconnectPort(port_.Get(), 0);
     }
     return kKelcommSuccess;
 }
@@ -94,15 +95,12 @@ std::uint32_t CKelcommAlpcClient::Close() {
 
 void CKelcommAlpcClient::ClosePort() {
     const std::lock_guard<CSlimLock> lock(lock_);
-    if (port_ != nullptr) {
-        native_.CloseHandle(port_);
-        port_ = nullptr;
-    }
+    port_.Reset();
 }
 
 std::uint32_t CKelcommAlpcClient::Connect() {
     const std::lock_guard<CSlimLock> lock(lock_);
-    if (port_ != nullptr) {
+    if (port_) {
         return kKelcommSuccess;
     }
     if (clientId_ == 0 || serverId_ == 0) {
@@ -116,27 +114,25 @@ std::uint32_t CKelcommAlpcClient::Connect() {
     Alpc::BuildConnectionMessage(message);
     std::size_t messageSize = sizeof(message);
 
-    NtApi::Handle port = nullptr;
+    NtApi::Handle opened = nullptr;
     const NtApi::NtStatus status =
-        native_.NtAlpcConnectPort(&port, &name, nullptr, &attributes, NtApi::kAlpcSynchronous,
+        native_.NtAlpcConnectPort(&opened, &name, nullptr, &attributes, NtApi::kAlpcSynchronous,
                                   nullptr, message, &messageSize, nullptr, nullptr, nullptr);
+    Native::CHandle port(native_, opened);
     if (NtApi::IsError(status)) {
-        if (port != nullptr) {
-            native_.CloseHandle(port);
-        }
         return kKelcommCannotConnect;
     }
-    port_ = port;
+    port_ = std::move(port);
     return kKelcommSuccess;
 }
 
 std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     std::shared_lock<CSlimLock> lock(lock_);
-    if (port_ == nullptr) {
+    if (!port_) {
         lock.unlock();
         Connect();
         lock.lock();
-        if (port_ == nullptr) {
+        if (!port_) {
             return kKelcommFailure;
         }
     }
@@ -155,7 +151,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
             return kKelcommFailure;
         }
     }
-    Alpc::CSendView sendView(native_, port_);
+    Alpc::CSendView sendView(native_, port_.Get());
     if (parts.requestLength > Alpc::kMaxInlinePayload &&
         !sendView.Fill(parts.request, parts.requestLength)) {
         return kKelcommFailure;
@@ -164,7 +160,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     std::size_t bufferLength = Alpc::kMaxMessage;
     std::int64_t timeout = parts.timeout;
     const NtApi::NtStatus status = native_.NtAlpcSendWaitReceivePort(
-        port_, oneWay ? NtApi::kAlpcReleaseMessage : NtApi::kAlpcSynchronous, request,
+        port_.Get(), oneWay ? NtApi::kAlpcReleaseMessage : NtApi::kAlpcSynchronous, request,
         sendView.GetAttributes(), oneWay ? nullptr : reply, &bufferLength,
         oneWay ? nullptr : receiveView.GetAttributes(), timeout != 0 ? &timeout : nullptr);
     if (NtApi::IsError(status)) {
@@ -187,7 +183,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     }
     const std::uint32_t result = TakeReply(parts, reply, receiveView);
     if ((Alpc::MessageType(reply) & NtApi::kLpcContinuationRequired) != 0) {
-        native_.NtAlpcSendWaitReceivePort(port_, NtApi::kAlpcReleaseMessage, reply,
+        native_.NtAlpcSendWaitReceivePort(port_.Get(), NtApi::kAlpcReleaseMessage, reply,
                                           receiveView.GetAttributes(), nullptr, nullptr, nullptr,
                                           nullptr);
     }

@@ -14,6 +14,7 @@
 
 #include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/native/Handle.h"
 #include "kelcomm/ports/SlimLock.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -59,7 +60,7 @@ class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt
     void ClosePort();
 
     CSlimLock lock_;
-    NtApi::Handle port_ = nullptr;  // changed under lock_ held exclusively
+    Native::CHandle port_;  // changed under lock_ held exclusively
     // Changed under lock_, by Uninitialize even when it is held shared.
     std::atomic<std::uint32_t> clientId_{0};
     std::atomic<std::uint32_t> serverId_{0};

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "base/LittleEndian.h"
 #include "kelcomm/client/KelcommConnection.h"
@@ -18,8 +19,8 @@ constexpr std::uint32_t kConnectionInfoSize = kKelcommMagicSize + 4;
 /// Replies shorter than result code and reply length are malformed.
 constexpr std::uint16_t kReplyHeadSize = 8;
 
-NtApi::Handle OpenPort(const Native::CNativeFunctions& native, std::uint32_t clientId,
-                       std::uint32_t serverId) {
+Native::CHandle OpenPort(const Native::CNativeFunctions& native, std::uint32_t clientId,
+                         std::uint32_t serverId) {
     ObjectName nameText = LpcPortName(clientId, serverId);
     NtApi::UnicodeString name{};
     native.RtlInitUnicodeString(&name, nameText.data());
@@ -32,12 +33,12 @@ NtApi::Handle OpenPort(const Native::CNativeFunctions& native, std::uint32_t cli
     Base::StoreLittleEndian(information + kKelcommMagicSize, kKelcommVersion);
     std::uint32_t informationSize = kConnectionInfoSize;
 
-    NtApi::Handle port = nullptr;
-    const NtApi::NtStatus status = native.NtConnectPort(&port, &name, &qos, nullptr, nullptr,
+    NtApi::Handle opened = nullptr;
+    const NtApi::NtStatus status = native.NtConnectPort(&opened, &name, &qos, nullptr, nullptr,
                                                         nullptr, information, &informationSize);
-    if (NtApi::IsError(status) && port != nullptr) {
-        native.CloseHandle(port);
-        port = nullptr;
+    Native::CHandle port(native, opened);
+    if (NtApi::IsError(status)) {
+        port.Reset();
     }
     return port;
 }
@@ -85,37 +86,33 @@ std::uint32_t CKelcommClientNt<T>::RequestToBuffer(std::uint32_t, std::uint32_t,
 template <typename T>
 std::uint32_t CKelcommClientNt<T>::Connect() {
     const std::lock_guard<std::mutex> lock(criticalSection_);
-    if (this->port_ != nullptr) {
+    if (this->port_) {
         return kKelcommSuccess;
     }
-    NtApi::Handle port = OpenPort(native_, this->clientId_, this->serverId_);
-    if (port == nullptr) {
+    Native::CHandle port = OpenPort(native_, this->clientId_, this->serverId_);
+    if (!port) {
         return kKelcommCannotConnect;
     }
     if ((this->options_ & kKelcommPumpMessages) != 0 && this->waitPool_ == nullptr) {
         this->waitPool_ = CKelcommWaitPool::Create(native_);
         if (this->waitPool_ == nullptr) {
-            native_.CloseHandle(port);
             return kKelcommCannotConnect;
         }
     }
-    this->port_ = port;
+    this->port_ = std::move(port);
     return kKelcommSuccess;
 }
 
 template <typename T>
 void CKelcommClientNt<T>::ClosePort() {
     const std::lock_guard<std::mutex> lock(criticalSection_);
-    if (this->port_ != nullptr) {
-        native_.CloseHandle(this->port_);
-        this->port_ = nullptr;
-    }
+    this->port_.Reset();
 }
 
 template <typename T>
 NtApi::Handle CKelcommClientNt<T>::CurrentPort() {
     const std::lock_guard<std::mutex> lock(criticalSection_);
-    return this->port_;
+    return this->port_.Get();
 }
 
 template <typename T>

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "kelcomm/native/Handle.h"
 #include "kelcomm/ports/KelcommWaitPool.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Types.h"
@@ -66,7 +67,7 @@ class CKelcommStructsNt {
     std::uint32_t clientId_ = 0;
     std::uint32_t serverId_ = 0;
     std::uint32_t options_ = 0;
-    NtApi::Handle port_ = nullptr;  // null while not connected
+    Native::CHandle port_;  // holds nothing while not connected
     std::unique_ptr<CKelcommWaitPool> waitPool_;
 };
 

@@ -8,6 +8,7 @@
 #include <utility>
 #include <vector>
 
+#include "kelcomm/native/Handle.h"
 #include "ntapi/Status.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -43,8 +44,8 @@ struct CKelcommWaitPool::Job {
 
 struct CKelcommWaitPool::Shared {
     struct Worker {
-        NtApi::Handle handle = nullptr;  // null until its creator has stored it
-        std::shared_ptr<Job> job;        // what it is busy with
+        Native::CHandle handle;    // nothing until its creator has stored it
+        std::shared_ptr<Job> job;  // what it is busy with
     };
 
     /// What a new thread is given.
@@ -65,8 +66,8 @@ struct CKelcommWaitPool::Shared {
 
     const Native::CNativeFunctions& native;
 
-    std::mutex mutex;                   // guards what follows, and the jobs
-    NtApi::Handle idleEvent = nullptr;  // set while there is something to do for idle threads
+    std::mutex mutex;           // guards what follows, and the jobs
+    Native::CHandle idleEvent;  // set while there is something to do for idle threads
     std::deque<std::shared_ptr<Job>> waiting;
     std::vector<std::shared_ptr<Worker>> workers;
     std::size_t idleWorkers = 0;
@@ -106,9 +107,10 @@ bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared
     auto parameter = std::make_unique<Parameter>(shared, worker);
     shared->workers.push_back(worker);
     // The new thread first takes the mutex, which is held until its handle is stored.
-    worker->handle =
-        shared->native.CreateThread(nullptr, 0, &WorkerMain, parameter.get(), 0, nullptr);
-    if (worker->handle == nullptr) {
+    worker->handle = Native::CHandle(
+        shared->native,
+        shared->native.CreateThread(nullptr, 0, &WorkerMain, parameter.get(), 0, nullptr));
+    if (!worker->handle) {
         shared->workers.pop_back();
         return false;
     }
@@ -161,7 +163,7 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
             self->job = waiting.front();
             waiting.pop_front();
             if (waiting.empty()) {
-                native.ResetEvent(idleEvent);
+                native.ResetEvent(idleEvent.Get());
             }
             return self->job;
         }
@@ -169,14 +171,14 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
             break;
         }
         ++idleWorkers;
-        const NtApi::Handle event = idleEvent;
+        const NtApi::Handle event = idleEvent.Get();
         lock.unlock();
         woken = native.WaitForSingleObject(event, kIdleTimeoutMs);
         lock.lock();
         --idleWorkers;
     }
     workers.erase(std::find(workers.begin(), workers.end(), self));
-    native.CloseHandle(self->handle);
+    self->handle.Reset();
     return nullptr;
 }
 
@@ -189,8 +191,8 @@ CKelcommWaitPool::~CKelcommWaitPool() {
 std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
     const Native::CNativeFunctions& native) try {
     auto shared = std::make_shared<Shared>(native);
-    shared->idleEvent = native.CreateEventW(nullptr, 1, 0, nullptr);
-    if (shared->idleEvent == nullptr) {
+    shared->idleEvent = Native::CHandle(native, native.CreateEventW(nullptr, 1, 0, nullptr));
+    if (!shared->idleEvent) {
         return nullptr;
     }
     return std::unique_ptr<CKelcommWaitPool>(new CKelcommWaitPool(std::move(shared)));
@@ -200,18 +202,16 @@ std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
 
 NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, void* reply) {
     const Native::CNativeFunctions& native = shared_->native;
-    const NtApi::Handle finishedEvent = native.CreateEventW(nullptr, 0, 0, nullptr);
-    if (finishedEvent == nullptr) {
+    const Native::CHandle finishedEvent(native, native.CreateEventW(nullptr, 0, 0, nullptr));
+    if (!finishedEvent) {
         return NtApi::kStatusUnsuccessful;
     }
-    NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
-    if (const std::shared_ptr<Job> job = Submit(port, request, reply, finishedEvent)) {
-        PumpUntil(native, finishedEvent);
-        // Nothing is left to wait for, unless waiting with messages is impossible here.
-        status = shared_->Await(*job);
+    const std::shared_ptr<Job> job = Submit(port, request, reply, finishedEvent.Get());
+    if (job == nullptr) {
+        return NtApi::kStatusUnsuccessful;
     }
-    native.CloseHandle(finishedEvent);
-    return status;
+    PumpUntil(native, finishedEvent.Get());
+    return shared_->Await(*job);
 }
 
 std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle port, void* request,
@@ -223,12 +223,11 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle po
         return nullptr;
     }
     shared_->waiting.push_back(job);
-    // An idle thread for each waiting job, else a new one.
     if (shared_->waiting.size() > shared_->idleWorkers && !Shared::StartWorker(shared_)) {
         shared_->waiting.pop_back();
         return nullptr;
     }
-    shared_->native.SetEvent(shared_->idleEvent);
+    shared_->native.SetEvent(shared_->idleEvent.Get());
     return job;
 } catch (const std::bad_alloc&) {
     return nullptr;
@@ -243,7 +242,7 @@ void CKelcommWaitPool::Close() {
         shared_->stopping = true;
         workers.swap(shared_->workers);
         abandoned.swap(shared_->waiting);
-        native.SetEvent(shared_->idleEvent);
+        native.SetEvent(shared_->idleEvent.Get());
         for (const auto& job : abandoned) {
             shared_->Finish(*job, NtApi::kStatusUnsuccessful);
         }
@@ -254,28 +253,24 @@ void CKelcommWaitPool::Close() {
         NtApi::Handle handles[kHandlesPerWait];
         const std::size_t count = std::min(kHandlesPerWait, workers.size() - first);
         for (std::size_t i = 0; i < count; ++i) {
-            handles[i] = workers[first + i]->handle;
+            handles[i] = workers[first + i]->handle.Get();
         }
         const std::uint32_t elapsed = std::min(native.GetTickCount() - start, kCloseTimeoutMs);
         native.WaitForMultipleObjects(static_cast<std::uint32_t>(count), handles, 1,
                                       kCloseTimeoutMs - elapsed);
     }
     for (const auto& worker : workers) {
-        if (native.WaitForSingleObject(worker->handle, 0) != NtApi::kWaitObject0) {
+        if (native.WaitForSingleObject(worker->handle.Get(), 0) != NtApi::kWaitObject0) {
             // Under the mutex, so that no thread dies while it holds it.
             const std::lock_guard<std::mutex> lock(shared_->mutex);
-            if (native.TerminateThread(worker->handle, 1) != 0 && worker->job != nullptr) {
-                // Its caller's messages are out of the dead thread's reach.
+            if (native.TerminateThread(worker->handle.Get(), 1) != 0 && worker->job != nullptr) {
                 shared_->Finish(*worker->job, NtApi::kStatusUnsuccessful);
             }
         }
-        native.CloseHandle(worker->handle);
+        worker->handle.Reset();
     }
     const std::lock_guard<std::mutex> lock(shared_->mutex);
-    if (shared_->idleEvent != nullptr) {
-        native.CloseHandle(shared_->idleEvent);
-        shared_->idleEvent = nullptr;
-    }
+    shared_->idleEvent.Reset();
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

@@ -2,6 +2,8 @@
 
 #include <cstring>
 
+#include "kelcomm/native/Handle.h"
+
 namespace Kyr::Connectors::Common::Kelcomm {
 
 namespace {
@@ -28,21 +30,20 @@ bool IsLocalSystem(const Native::CNativeFunctions& native, void* user) {
 }  // namespace
 
 bool RunsAsLocalSystem(const Native::CNativeFunctions& native) {
-    NtApi::Handle token = nullptr;
-    if (native.OpenProcessToken(native.GetCurrentProcess(), kTokenQuery, &token) == 0) {
+    NtApi::Handle opened = nullptr;
+    if (native.OpenProcessToken(native.GetCurrentProcess(), kTokenQuery, &opened) == 0) {
         return false;
     }
+    const Native::CHandle token(native, opened);
     alignas(void*) std::uint8_t buffer[kTokenUserSize];
     std::uint32_t size = 0;
-    bool result = false;
-    if (native.GetTokenInformation(token, kTokenUser, buffer, kTokenUserSize, &size) != 0) {
-        // The answer begins with a pointer to the identifier, which follows in the same buffer.
-        void* user = nullptr;
-        std::memcpy(&user, buffer, sizeof(user));
-        result = IsLocalSystem(native, user);
+    if (native.GetTokenInformation(token.Get(), kTokenUser, buffer, kTokenUserSize, &size) == 0) {
+        return false;
     }
-    native.CloseHandle(token);
-    return result;
+    // The answer begins with a pointer to the identifier, which follows in the same buffer.
+    void* user = nullptr;
+    std::memcpy(&user, buffer, sizeof(user));
+    return IsLocalSystem(native, user);
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm
