@@ -89,8 +89,9 @@ ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
 
 CKelcommChannel::CKelcommChannel(std::uint32_t /*unused1*/, std::uint32_t /*unused2*/,
                                  const Native::CNativeFunctions& native)
-    : CKelcommChannel(Required(CreateAlpcClient(native)), Required(CreateKelcommClientNt(native))) {
-}
+    // Made in the order of the members: the preferred client first.
+    : nonLegacyClient_(Required(CreateAlpcClient(native))),
+      legacyClient_(Required(CreateKelcommClientNt(native))) {}
 
 CKelcommChannel::CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
                                  std::unique_ptr<IKelcommClient> legacyClient)

@@ -84,6 +84,30 @@ TEST_F(KelcommChannelTest, PresentClientIsPassedOn) {
     EXPECT_EQ(CChannelWithRequired::Required(std::move(client)).get(), expected);
 }
 
+/// The clients that a channel has made, each told by a function that it alone calls meanwhile.
+std::vector<std::string>& MadeClients() {
+    static std::vector<std::string> made;
+    return made;
+}
+
+void KYR_NTAPI InitializeLock(void** /*lock*/) {
+    MadeClients().push_back("alpc");
+}
+
+NtApi::Bool KYR_NTAPI AskForWidth(NtApi::Handle /*process*/, NtApi::Bool* /*isWow64*/) {
+    MadeClients().push_back("lpc");
+    return 0;
+}
+
+TEST_F(KelcommChannelTest, NonLegacyClientIsMadeFirst) {
+    Native::CNativeFunctions native = Native::FallbackNativeFunctions();
+    native.RtlInitializeSRWLock = &InitializeLock;
+    native.IsWow64Process = &AskForWidth;
+    MadeClients().clear();
+    const CKelcommChannel channel(0, 0, native);
+    EXPECT_EQ(MadeClients(), (std::vector<std::string>{"alpc", "lpc"}));
+}
+
 TEST_F(KelcommChannelTest, DestructionClosesThenDestroysNonLegacyThenLegacy) {
     channel_.reset();
     EXPECT_EQ(journal_, (std::vector<std::string>{"alpc closed", "alpc destroyed", "lpc closed",
