@@ -51,6 +51,7 @@ std::uint32_t SendPing(IKelcommClient* client) {
     return client->Request(0, kPing, nullptr, 0, nullptr, 0, nullptr, kNoTimeout);
 }
 
+/// Also keeps doubling inside 32 bits.
 void CheckCapacity(std::size_t capacity) {
     if (capacity > kLargestCapacity) {
         // The spelling is the product family's own; log readers match on it.
@@ -63,6 +64,7 @@ struct ReplyHeader {
     std::uint32_t value;
 };
 
+/// Leaves the read position behind the header, where whoever reads the body goes on.
 ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
     reply.SetReadPosition(0);
     if (reply.GetRemaining() < kReplyHeaderSize) {
@@ -115,11 +117,16 @@ std::unique_ptr<IKelcommClient> CKelcommChannel::Required(std::unique_ptr<IKelco
 }
 
 bool CKelcommChannel::Ping(std::string& errors) {
+    // The switch between the clients goes one way, and only two places turn it: here, when the
+    // product answers on the older port only, and FallBackOrThrow, when nobody has asked before the
+    // first request. Either way it has been decided from then on, also by pings that both fail:
+    // `pinged_` says that a failed request may no longer turn it.
     const boost::unique_lock<boost::mutex> lock(mutex_);
     pinged_ = true;
     std::uint32_t code = SendPing(nonLegacyClient_.get());
     if (code == kKelcommSuccess) {
-        // Deliberate: useLegacy_ stays as it is.
+        // Deliberate: useLegacy_ stays as it is. A product that has been spoken to over the older
+        // port is spoken to over it to the end, however the newer one may come and go.
         return true;
     }
     errors += "Ping (CCCOMM_PING) failed with " + std::to_string(code);
@@ -138,10 +145,14 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
     std::uint32_t capacity =
         reply.IsEmpty() ? kFirstCapacity : static_cast<std::uint32_t>(reply.GetSize());
     std::string nonLegacyError;
+    // Each turn sends the whole request: with more room for the reply, or to the other client.
+    // Neither client nor product keeps a reply that did not fit.
     for (;; CheckCapacity(capacity)) {
         reply.Resize(capacity);
         std::uint32_t replyLength = 0;
         {
+            // One exchange at a time, whose end may be far away. Between the turns, and while the
+            // reply is examined, others have their turn.
             const boost::unique_lock<boost::mutex> lock(mutex_);
             IKelcommClient* const client = CurrentClient();
             const std::uint32_t code =
@@ -159,6 +170,8 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
                 continue;
             }
         }
+        // From here on the transport has worked. What the product says decides, and no answer of
+        // its moves the channel to the other client.
         reply.Resize(replyLength);
         const ReplyHeader header = ReadHeader(reply);
         switch (header.status) {
@@ -166,6 +179,8 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
                 return header.value;
             case kSuccessWithoutValue:
                 return 0;
+            // The product's own way to say what the ALPC client says by its code: its reply was
+            // made for the capacity that the request announced.
             case kReplyBufferTooSmall:
                 capacity *= 2;
                 continue;
@@ -176,8 +191,9 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
 }
 
 std::int32_t CKelcommChannel::GetBroadcast(std::int32_t index) {
+    // Before the index is looked at: the first use of a channel finds out which client to use.
     PingOnce();
-    const auto place = static_cast<std::uint32_t>(index);
+    const auto place = static_cast<std::uint32_t>(index);  // a negative index is above all places
     if (place > kServerBroadcast) {
         throw std::runtime_error("CKelcommChannel: Unknown broadcast was specified");
     }
@@ -201,6 +217,8 @@ void CKelcommChannel::PingOnce() {
     if (pinged_) {
         return;
     }
+    // Fails at most once in a channel's life: Ping sets the flag whatever becomes of it. The area
+    // may well be readable while no port answers.
     std::string errors;
     if (!Ping(errors)) {
         throw std::runtime_error("CKelcommChannel::GetBroadcast: " + errors);
@@ -212,6 +230,8 @@ IKelcommClient* CKelcommChannel::CurrentClient() const {
 }
 
 void CKelcommChannel::FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError) {
+    // An unpinged channel does not know yet whether the product has the newer port at all: its
+    // first failure is taken for the answer "no". Once that is decided, a failure is a failure.
     std::string error =
         "CKelcommChannel: Send request failed with kelcomm error " + std::to_string(code);
     if (pinged_) {

@@ -30,6 +30,7 @@ class CKelcommChannelAdapter : public IChannel, public CKelcommChannel {
 
     /// Pings until the product answers, one second apart; gives up after a minute.
     void Start() override;
+    /// One exchange; the receiver gets the whole reply, header included. Throws like SendRequest.
     void Send(const std::vector<unsigned char>& request) override;
     void SetBufferReceiver(const boost::shared_ptr<IBufferReceiver>& receiver) override;
     /// Does nothing: the ports stay open as long as the channel lives.

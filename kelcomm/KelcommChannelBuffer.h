@@ -15,6 +15,7 @@ class KelcommChannelBuffer {
     /// An empty buffer with 65536 bytes reserved.
     KelcommChannelBuffer();
 
+    /// Behind what is held; the read position stays.
     void Append(const void* bytes, std::size_t length);
     /// New bytes are zero. The read position stays, even behind the new end: nothing remains then.
     void Resize(std::size_t length);

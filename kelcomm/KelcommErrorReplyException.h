@@ -1,4 +1,6 @@
 // A refusal by the product: the exchange worked, and the reply's status says no.
+//
+// Threads and ownership: a value, like any exception.
 #pragma once
 
 #include <cstdint>

@@ -72,6 +72,8 @@ void CServerBroadcast::ReadFirstModuleOffset(IKelcommClient* client) {
 
 bool CServerBroadcast::IsUnchanged(IKelcommClient* client) {
     const auto index = static_cast<std::uint32_t>(moduleIndex_);
+    // The table's place may still be unknown; that it cannot be read says nothing about the entry,
+    // and must not make the channel forget it.
     ReadFirstModuleOffset(client);
     std::uint32_t timestamp = 0;
     try {
@@ -83,6 +85,9 @@ bool CServerBroadcast::IsUnchanged(IKelcommClient* client) {
     if (timestamp == timestamp_) {
         return true;
     }
+    // Remembered before anything else is read, which may fail: then the old value is answered until
+    // the data change once more. The table may have been rearranged as well; an entry that is no
+    // longer the plug-in's is looked for anew.
     timestamp_ = timestamp;
     if (ReadEntry(client, index, kModuleId, kModuleIdFailed) != kServerPlugin) {
         moduleIndex_ = -1;
@@ -109,11 +114,14 @@ std::int32_t CServerBroadcast::ReadValue(IKelcommClient* client) {
         client, index, kUserDataOffset, "CKelcommChannel: Get user data offset broadcast failed");
     const std::uint32_t size = ReadEntry(client, index, kUserDataSize,
                                          "CKelcommChannel: Get user data size broadcast failed");
+    // A plug-in of another kind than we know: no use in asking again.
     if (size < kBlockSize) {
         available_ = false;
         throw std::runtime_error(
             "CKelcommChannel: serverPluginSize size is smaller than requested size");
     }
+    // In one read, under the product's mutex: what was checked piece by piece may be old by now,
+    // but the two words of the block belong together.
     unsigned char block[kBlockSize];
     if (client->ReadBroadcast(offset, block, sizeof block) != kKelcommSuccess) {
         throw std::runtime_error("CKelcommChannel: Get TSERVER_BROADCAST failed");

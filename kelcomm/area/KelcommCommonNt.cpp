@@ -22,7 +22,9 @@ bool IsNegative(std::uint32_t offset) {
     return offset > 0x7FFFFFFF;
 }
 
-/// One read of a word that another process may be writing; the value never changes after a check.
+/// One read of a word that another process may be writing. Volatile: a compiler that read the word
+/// again would let it change between check and use. An aligned word is read in one access, which
+/// never meets half of a write; no such promise exists for one that stands across a border.
 std::uint32_t LoadShared(const std::uint8_t* place) {
     std::uint8_t bytes[4];
     if (reinterpret_cast<std::uintptr_t>(place) % sizeof(std::uint32_t) == 0) {
@@ -51,6 +53,8 @@ bool CKelcommCommonNt::OpenArea(const Identity& identity) {
 }
 
 bool CKelcommCommonNt::MapArea(const Identity& identity) {
+    // Mutex, section, view, checks: a step that fails leaves the ones before it to UnmapArea, which
+    // takes them back in reverse.
     if (broadcastMutex_) {
         return false;  // a reader of the area that was closed still waits
     }
@@ -73,11 +77,15 @@ bool CKelcommCommonNt::MapArea(const Identity& identity) {
     if (!broadcastView_) {
         return false;
     }
+    // How long the view really is, only the system knows. What the header says of itself would be
+    // the product's word for it.
     NtApi::MemoryBasicInformation pages{};
     if (native_.VirtualQuery(broadcastView_.Get(), &pages, sizeof(pages)) == 0) {
         return false;
     }
     broadcastViewSize_ = pages.RegionSize;
+    // Once is enough for these: they say which format the area has, for as long as it is there.
+    // Where the data stand and how many they are may change, and is read for each read.
     return broadcastViewSize_ >= kBroadcastHeaderSize &&
            ReadHeaderField(kBroadcastHeaderSizeField) == kBroadcastHeaderSize &&
            std::memcmp(SectionStart() + kBroadcastMagicField, kKelcommMagic, kKelcommMagicSize) ==
@@ -123,6 +131,10 @@ const std::uint8_t* CKelcommCommonNt::Locate(std::uint32_t offset, std::uint32_t
     return SectionStart() + start;
 }
 
+// The product writes a block under its mutex: only for a reader who has it, too, do the words of a
+// block belong together. The mutex is in the hands of another process, which may keep it
+// for the whole five seconds; meanwhile the critical section is free, so that single values can be
+// read and the client be closed. Order of locks: the product's mutex, then the critical section.
 std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t offset,
                                          void* destination, std::uint32_t length) {
     NtApi::Handle mutex = nullptr;
@@ -131,17 +143,21 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
         if (!OpenArea(identity)) {
             return kKelcommFailure;
         }
+        // Borrowed; being counted as a reader keeps it open.
         mutex = broadcastMutex_.Get();
         ++mutexReaders_;
     }
     const std::uint32_t wait = native_.WaitForSingleObject(mutex, kMutexTimeoutMs);
     std::uint32_t result = kKelcommFailure;
     const std::lock_guard<std::mutex> lock(criticalSection_);
+    // Abandoned: its owner died, and the system has made it ours. It is read and given back like
+    // any other; kept, it would shut the next product out of its own area.
     if (wait == NtApi::kWaitObject0 || wait == NtApi::kWaitAbandoned) {
         result = CopyOut(offset, destination, length);
         native_.ReleaseMutex(mutex);
     }
     --mutexReaders_;
+    // Closed meanwhile: the mutex was left to the last reader.
     if (!broadcastView_) {
         UnmapArea();
     }
@@ -170,6 +186,9 @@ std::uint32_t CKelcommCommonNt::ReadAreaValue(const Identity& identity, std::uin
     if (!OpenArea(identity)) {
         return kKelcommFailure;
     }
+    // Without the mutex: a single word needs nobody's consent, and a look at it must not wait for
+    // the product. Unlike a block, a value outside the data is the caller's mistake, with a code of
+    // its own; one outside the mapping is the product's, and a failure.
     if (!IsInsideData(offset, sizeof(*value))) {
         return kKelcommInvalidArgument;
     }

@@ -1,4 +1,5 @@
-// What both kinds of client share: the product's broadcast area and the critical section.
+// The reader of the product's broadcast area, and the critical section: what both kinds of client
+// share, and derive from. The name is the product family's.
 //
 // The area is a named section of the product, guarded by a named mutex; its format is described at
 // BroadcastLayout.h. It is opened by the first read and stays mapped until it is closed.
@@ -32,10 +33,13 @@ class CKelcommCommonNt {
     /// Closes the area.
     ~CKelcommCommonNt();
 
+    /// Copies a block under the product's mutex; 1 when it cannot be had or the block is not there.
     std::uint32_t ReadArea(const Identity& identity, std::uint32_t offset, void* destination,
                            std::uint32_t length);
+    /// Reads one word without the mutex; 10 when it is outside the data, 1 without an area.
     std::uint32_t ReadAreaValue(const Identity& identity, std::uint32_t offset,
                                 std::uint32_t* value);
+    /// The next read opens the area anew. A reader that waits for the mutex meanwhile fails.
     void CloseArea();
 
     const Native::CNativeFunctions& native_;
@@ -43,6 +47,7 @@ class CKelcommCommonNt {
 
   private:
     // REQUIRES, for all: criticalSection_ is held.
+    /// Maps the area if it is not; true when it is mapped and checked afterwards.
     bool OpenArea(const Identity& identity);
     bool MapArea(const Identity& identity);
     void UnmapArea();
@@ -54,8 +59,10 @@ class CKelcommCommonNt {
     /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
     /// view.
     const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const;
+    /// Whether the header, as it is now, counts all of these bytes among its data.
     bool IsInsideData(std::uint32_t offset, std::uint32_t length) const;
 
+    // In the order in which they are opened; closed in reverse.
     Native::CHandle broadcastMutex_;  // stays open while a reader waits for it
     std::uint32_t mutexReaders_ = 0;  // readers that wait for the mutex or hold it
     Native::CHandle broadcastSection_;

@@ -53,6 +53,8 @@ std::uint8_t* CBuffer::Reserve(std::uint32_t length) {
     if (length == 0) {
         return data_;
     }
+    // First, since consumed room is room: a buffer that is filled and emptied in turn need not
+    // grow.
     Compact();
     const std::uint64_t needed = std::uint64_t{size_} + length;
     if (needed > kLargestSize) {
@@ -108,6 +110,8 @@ bool CBuffer::GrowByHalf() {
                                                          std::uint64_t{capacity_} + 1);
     const auto capacity =
         static_cast<std::uint32_t>(std::min<std::uint64_t>(wanted, kLargestGrowingCapacity));
+    // A new block, not a moved one: what is consumed stays behind, and memory that is only attached
+    // cannot be moved.
     auto* block = static_cast<std::uint8_t*>(Allocate(capacity));
     if (block == nullptr) {
         return false;
@@ -125,6 +129,7 @@ bool CBuffer::AppendGrowing(const void* bytes, std::uint32_t length) {
     const auto* source = static_cast<const std::uint8_t*>(bytes);
     const std::uint32_t before = size_;
     while (length != 0) {
+        // Unlike Reserve it does not compact: consumed room comes back with the next growth.
         const std::uint32_t room = capacity_ - DataOffset() - size_;
         if (room == 0) {
             if (!GrowByHalf()) {

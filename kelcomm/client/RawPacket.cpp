@@ -6,6 +6,7 @@
 namespace Kyr::Connectors::Common::Kelcomm {
 
 CRawPacket::CAttachableBuffer::~CAttachableBuffer() {
+    // The base class frees what it finds, by its own Free: the virtual one is out of reach there.
     if (attached_ != 0) {
         base_ = data_ = nullptr;
         capacity_ = size_ = 0;
@@ -25,6 +26,7 @@ void* CRawPacket::CAttachableBuffer::Reallocate(void* block, std::uint32_t size)
     if (attached_ == 0) {
         return CBuffer::Reallocate(block, size);
     }
+    // What grows past foreign memory moves out of it; the owner's bytes stay as they are.
     void* const own = Allocate(size);
     if (own != nullptr) {
         if (capacity_ != 0) {

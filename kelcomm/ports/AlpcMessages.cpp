@@ -12,6 +12,7 @@ namespace {
 using Base::LoadLittleEndian;
 using Base::StoreLittleEndian;
 
+// What the port may use is the product's to limit: a long request must not fail on our side first.
 constexpr std::uint32_t kUnlimited = 0xFFFFFFFF;
 
 /// A header of zeros but for its two lengths.
@@ -33,6 +34,9 @@ void BuildConnectionMessage(std::uint8_t (&message)[kConnectionMessageSize]) {
 }
 
 NtApi::AlpcPortAttributes PortAttributes(bool runsAsLocalSystem) {
+    // A server may act in the name of whoever lets it. The system's own account lets itself be
+    // recognised and no more: whoever has taken the port's name would else have the whole computer.
+    // Other callers lend no more than they have.
     NtApi::AlpcPortAttributes attributes{};
     attributes.Flags = runsAsLocalSystem ? 0 : NtApi::kAlpcPortAllowImpersonation;
     attributes.SecurityQos.Length = sizeof(attributes.SecurityQos);
@@ -48,6 +52,7 @@ NtApi::AlpcPortAttributes PortAttributes(bool runsAsLocalSystem) {
 }
 
 void BuildRequest(std::uint8_t* message, const Request& request) {
+    // A longer payload stands in the view; the message is then its head alone, with the length.
     std::size_t end = kPayload;
     if (request.payloadLength != 0 && request.payloadLength <= kMaxInlinePayload) {
         std::memcpy(message + kPayload, request.payload, request.payloadLength);
@@ -78,6 +83,8 @@ bool ParseReply(const std::uint8_t* message, ReplyHead& head) {
         totalLength != dataLength + Port::kHeaderSize) {
         return false;
     }
+    // The message's own lengths agree, so that the fields below have been received. Whether
+    // the reply has, is for the caller to decide by `inlineBytes`.
     head.result = LoadLittleEndian<std::uint32_t>(message + kResult);
     head.length = LoadLittleEndian<std::uint32_t>(message + kReplyLength);
     head.inlineBytes = dataLength - kHeadSize;

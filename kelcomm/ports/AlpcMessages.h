@@ -47,7 +47,9 @@ struct Request {
     bool growable;
 };
 
+/// What the server sees first: who we are and how long a reply may be inside a message.
 void BuildConnectionMessage(std::uint8_t (&message)[kConnectionMessageSize]);
+/// The limits of a connection, and how much of our identity the server may take on.
 NtApi::AlpcPortAttributes PortAttributes(bool runsAsLocalSystem);
 /// Writes the request; a payload longer than kMaxInlinePayload is left to its view.
 /// REQUIRES: `message` has kMaxMessage bytes.
@@ -62,6 +64,7 @@ struct ReplyHead {
 
 /// Marks `message` as holding nothing, so that a port that writes nothing leaves a malformed reply.
 void ClearReply(std::uint8_t* message);
+/// The system's type word: the kind in its low byte, flags above it.
 std::uint16_t MessageType(const std::uint8_t* message);
 /// False when the message is too short for a result code and a length, or its lengths disagree.
 bool ParseReply(const std::uint8_t* message, ReplyHead& head);

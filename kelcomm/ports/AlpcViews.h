@@ -1,6 +1,10 @@
 // The view attribute of a message of the advanced port, and the view that a long request travels
 // in.
 //
+// What is too long for a message goes beside it, as a view of a section that the port makes. The
+// message then carries an attribute buffer: a head, which says which attributes there are and which
+// of them are filled in, and behind it the body of the view.
+//
 // Threads: an object belongs to one thread. Ownership: the native table must outlive it.
 // Errors: false when the system refuses; nothing throws.
 #pragma once
@@ -20,13 +24,16 @@ class CViewAttribute {
     CViewAttribute(const CViewAttribute&) = delete;
     CViewAttribute& operator=(const CViewAttribute&) = delete;
 
-    /// Makes the buffer, without a view in it.
+    /// Makes the buffer, without a view in it. The object's own memory is enough for that on the
+    /// systems there are, since it is made for every request.
     bool Allocate(const Native::CNativeFunctions& native);
 
     // REQUIRES, for all below: Allocate succeeded.
     NtApi::AlpcMessageAttributes* GetAttributes() { return attributes_; }
+    /// Whether the view's mark is set: by the system in a received message, by us in one to send.
     bool HasView() const;
     void SetHasView(bool valid);
+    /// The view's body, which means something only while the mark is set.
     NtApi::AlpcDataViewAttr& GetView();
 
   private:
@@ -60,10 +67,10 @@ class CSendView {
     void Delete();
 
     const Native::CNativeFunctions& native_;
-    const NtApi::Handle port_;
+    const NtApi::Handle port_;  // borrowed, must outlive the object: both are deleted through it
     CViewAttribute attribute_;
-    NtApi::Handle section_ = nullptr;
-    void* base_ = nullptr;
+    NtApi::Handle section_ = nullptr;  // the port's own kind of handle, no CloseHandle ends it
+    void* base_ = nullptr;             // the view; null when there is none or the system refused
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Alpc

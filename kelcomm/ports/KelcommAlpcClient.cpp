@@ -15,6 +15,11 @@
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
+// One request, from the outside in: RequestWithRepeat tries it at most twice, RequestOnce makes the
+// exchange, TakeReply decides what the received message is worth. The lock is held shared for the
+// whole of RequestOnce, since the port, and the view that a reply may stand in, must not go away
+// under it; it is free between the two tries, so that the port can be replaced.
+
 struct CKelcommAlpcClient::Parts {
     std::uint32_t flags;
     std::uint32_t command;
@@ -34,12 +39,15 @@ namespace {
 /// The reply's bytes, wherever they came; null when they are not all there.
 const std::uint8_t* FindReplyBytes(const std::uint8_t* message, const Alpc::ReplyHead& head,
                                    Alpc::CViewAttribute& attribute) {
+    // The length alone tells where a reply is: a server has no choice between message and view.
     if (head.length <= Alpc::kMaxInlineReply) {
         return head.length <= head.inlineBytes ? message + Alpc::kReply : nullptr;
     }
     if (!attribute.HasView()) {
         return nullptr;
     }
+    // Only of a secure section does the system promise that the sender can no longer write to it,
+    // so that what is checked here is what will be copied.
     const NtApi::AlpcDataViewAttr& view = attribute.GetView();
     if ((view.Flags & NtApi::kAlpcViewSecured) == 0 || view.ViewSize < head.length) {
         return nullptr;
@@ -66,6 +74,7 @@ std::uint32_t CKelcommAlpcClient::Initialize(std::uint32_t clientId, std::uint32
         return kKelcommInvalidArgument;
     }
     const std::lock_guard<CSlimLock> lock(lock_);
+    // A port may be open that was found under the old names.
     if (clientId_ != 0 || serverId_ != 0) {
         return kKelcommCannotConnect;
     }
@@ -76,6 +85,9 @@ std::uint32_t CKelcommAlpcClient::Initialize(std::uint32_t clientId, std::uint32
 }
 
 std::uint32_t CKelcommAlpcClient::Uninitialize() {
+    // Shared: a request that waits for its reply has the lock shared, too, and would be waited for
+    // as long as the product likes. The ids go first: a request that the disconnection ends comes
+    // back for its repeat, and must find no name to connect to.
     const std::shared_lock<CSlimLock> lock(lock_);
     clientId_ = 0;
     serverId_ = 0;
@@ -87,6 +99,7 @@ std::uint32_t CKelcommAlpcClient::Uninitialize() {
 }
 
 std::uint32_t CKelcommAlpcClient::Close() {
+    // Disconnecting ends the requests in flight, which is what closing the port waits for.
     CKelcommAlpcClient::Uninitialize();
     ClosePort();
     CloseArea();
@@ -94,12 +107,15 @@ std::uint32_t CKelcommAlpcClient::Close() {
 }
 
 void CKelcommAlpcClient::ClosePort() {
+    // Exclusive: no request is inside the system with this handle any more, whose number the system
+    // may give to another object at once.
     const std::lock_guard<CSlimLock> lock(lock_);
     port_.Reset();
 }
 
 std::uint32_t CKelcommAlpcClient::Connect() {
     const std::lock_guard<CSlimLock> lock(lock_);
+    // Of several requests that found no port, the first one connects for all.
     if (port_) {
         return kKelcommSuccess;
     }
@@ -118,6 +134,7 @@ std::uint32_t CKelcommAlpcClient::Connect() {
     const NtApi::NtStatus status =
         native_.NtAlpcConnectPort(&opened, &name, nullptr, &attributes, NtApi::kAlpcSynchronous,
                                   nullptr, message, &messageSize, nullptr, nullptr, nullptr);
+    // Owned before the status is looked at: a failure may come with a handle.
     Native::CHandle port(native_, opened);
     if (NtApi::IsError(status)) {
         return kKelcommCannotConnect;
@@ -129,6 +146,8 @@ std::uint32_t CKelcommAlpcClient::Connect() {
 std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     std::shared_lock<CSlimLock> lock(lock_);
     if (!port_) {
+        // A slim lock cannot be raised from shared to exclusive. While it is free, anybody may
+        // connect or drop the port: what counts is what is there afterwards, not Connect's result.
         lock.unlock();
         Connect();
         lock.lock();
@@ -137,6 +156,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
         }
     }
 
+    // No room is announced for a reply that nobody waits for.
     const bool oneWay = parts.IsOneWay();
     const std::uint32_t capacity = oneWay || parts.reply == nullptr ? 0 : parts.replyCapacity;
     // Both stay unwritten but for what is used: clearing 128 KiB would cost more than the exchange.
@@ -144,6 +164,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     alignas(8) std::uint8_t reply[Alpc::kMaxMessage];
     Alpc::BuildRequest(request, {parts.command, parts.request, parts.requestLength, capacity,
                                  !oneWay && parts.growable != nullptr});
+    // Offered with every request: only the server knows whether its reply will need a view.
     Alpc::CViewAttribute receiveView;
     if (!oneWay) {
         Alpc::ClearReply(reply);
@@ -151,6 +172,7 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
             return kKelcommFailure;
         }
     }
+    // Made after the lock and so deleted before it is let go, but after the reply is released.
     Alpc::CSendView sendView(native_, port_.Get());
     if (parts.requestLength > Alpc::kMaxInlinePayload &&
         !sendView.Fill(parts.request, parts.requestLength)) {
@@ -166,6 +188,8 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     if (NtApi::IsError(status)) {
         return kKelcommFailure;
     }
+    // Positive, and so no error by its sign. The request has arrived, and the port is sound:
+    // neither a repeat nor a new port would help.
     if (status == NtApi::kStatusTimeout) {
         return kKelcommTimedOut;
     }
@@ -182,6 +206,8 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
         receiveView.GetView().Flags |= NtApi::kAlpcViewUnmapExisting;
     }
     const std::uint32_t result = TakeReply(parts, reply, receiveView);
+    // Whatever the reply was worth: the server keeps its view until the message comes back. Only
+    // now, since that takes away the bytes that TakeReply has copied.
     if ((Alpc::MessageType(reply) & NtApi::kLpcContinuationRequired) != 0) {
         native_.NtAlpcSendWaitReceivePort(port_.Get(), NtApi::kAlpcReleaseMessage, reply,
                                           receiveView.GetAttributes(), nullptr, nullptr, nullptr,
@@ -196,6 +222,7 @@ std::uint32_t CKelcommAlpcClient::TakeReply(const Parts& parts, const std::uint8
     if (!Alpc::ParseReply(message, head)) {
         return kKelcommFailure;
     }
+    // A code of the server's own, passed on unchanged; bytes that come with it mean nothing.
     if (head.result != kKelcommSuccess) {
         return head.result;
     }
@@ -203,6 +230,7 @@ std::uint32_t CKelcommAlpcClient::TakeReply(const Parts& parts, const std::uint8
     if (bytes == nullptr) {
         return kKelcommFailure;
     }
+    // "Too large" is a code of its own, since the caller can mend it with a larger buffer.
     if (parts.reply != nullptr && head.length <= parts.replyCapacity) {
         if (head.length != 0) {
             std::memcpy(parts.reply, bytes, head.length);
@@ -220,6 +248,13 @@ std::uint32_t CKelcommAlpcClient::TakeReply(const Parts& parts, const std::uint8
 }
 
 std::uint32_t CKelcommAlpcClient::RequestWithRepeat(const Parts& parts) {
+    // A port whose server is gone never recovers, and only the next exchange tells. The repeat lets
+    // the request that notices reach a product that has been restarted since. Once only: that the
+    // first exchange failed does not say that the product has not carried the command out.
+    //
+    // A server that answers 1 itself cannot be told from a failure and is asked again, too. The
+    // port that is closed here may be one that another thread has just opened; that costs a
+    // connection and no request, since closing waits for those in flight.
     std::uint32_t result = RequestOnce(parts);
     if (result == kKelcommFailure) {
         ClosePort();

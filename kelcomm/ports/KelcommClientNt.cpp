@@ -36,6 +36,7 @@ Native::CHandle OpenPort(const Native::CNativeFunctions& native, std::uint32_t c
     NtApi::Handle opened = nullptr;
     const NtApi::NtStatus status = native.NtConnectPort(&opened, &name, &qos, nullptr, nullptr,
                                                         nullptr, information, &informationSize);
+    // Owned before the status is looked at: a failure may come with a handle.
     Native::CHandle port(native, opened);
     if (NtApi::IsError(status)) {
         port.Reset();
@@ -93,6 +94,8 @@ std::uint32_t CKelcommClientNt<T>::Connect() {
     if (!port) {
         return kKelcommCannotConnect;
     }
+    // The pool outlives the port: a reconnection finds its threads idle. A connection that cannot
+    // keep the promise of the option is none.
     if ((this->options_ & kKelcommPumpMessages) != 0 && this->waitPool_ == nullptr) {
         this->waitPool_ = CKelcommWaitPool::Create(native_);
         if (this->waitPool_ == nullptr) {
@@ -128,6 +131,8 @@ NtApi::NtStatus CKelcommClientNt<T>::Exchange(NtApi::Handle port, Message& reque
 template <typename T>
 template <typename Send>
 NtApi::NtStatus CKelcommClientNt<T>::SendWithRepeat(const Send& send) {
+    // A port that has failed once fails for ever, and the repeat reaches a product that has been
+    // restarted since. An invalid parameter speaks of the message, which would be the same again.
     const auto dropIfFailed = [this](NtApi::NtStatus status) {
         const bool drop = NtApi::IsError(status) && status != NtApi::kStatusInvalidParameter;
         if (drop) {
@@ -143,6 +148,7 @@ NtApi::NtStatus CKelcommClientNt<T>::SendWithRepeat(const Send& send) {
         return NtApi::kStatusUnsuccessful;
     }
     status = send(CurrentPort());
+    // No third time, but the next request must not begin with this port.
     dropIfFailed(status);
     return status;
 }
@@ -155,6 +161,7 @@ std::uint32_t CKelcommClientNt<T>::Request(std::uint32_t flags, std::uint32_t co
     if (Connect() != kKelcommSuccess) {
         return kKelcommFailure;
     }
+    // Deliberately behind the connecting: without a server even this is a failure to connect.
     if (timeout != 0) {
         return kKelcommInvalidArgument;
     }
@@ -168,6 +175,8 @@ std::uint32_t CKelcommClientNt<T>::Request(std::uint32_t flags, std::uint32_t co
     Message requestMessage;
     Structs::BuildRequest(requestMessage, parts);
 
+    // A server can read the data entries of a large message only as long as the sender waits for
+    // the reply; a large one-way request is therefore an exchange, with a reply without bytes.
     if (oneWay && !Structs::IsLarge(parts)) {
         const NtApi::NtStatus sent = SendWithRepeat(
             [&](NtApi::Handle port) { return native_.NtRequestPort(port, requestMessage.bytes); });
@@ -182,6 +191,7 @@ std::uint32_t CKelcommClientNt<T>::Request(std::uint32_t flags, std::uint32_t co
     if (NtApi::IsError(exchanged) || dataLength < kReplyHeadSize) {
         return kKelcommFailure;
     }
+    // From here on nothing is repeated: the exchange worked, and the port is sound.
     const auto length =
         Base::LoadLittleEndian<std::uint32_t>(replyMessage.bytes + Structs::kReplyLength);
     if (length > replyCapacity) {
@@ -216,6 +226,8 @@ template class CKelcommClientNt<std::uint32_t>;
 template class CKelcommClientNt<std::uint64_t>;
 
 std::unique_ptr<IKelcommClient> CreateKelcommClientNt(const Native::CNativeFunctions& native) {
+    // Legacy ports are not translated for a 32-bit process on a 64-bit system: it has to write the
+    // structures of the kernel below. Everybody else writes the 32-bit ones, the protocol's own.
     NtApi::Bool isWow64 = 0;
     const bool use64 =
         native.IsWow64Process(native.GetCurrentProcess(), &isWow64) != 0 && isWow64 != 0;

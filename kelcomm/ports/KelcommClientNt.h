@@ -41,6 +41,7 @@ class CKelcommClientNt final : public IKelcommClient,
     std::uint32_t Request(std::uint32_t flags, std::uint32_t command, const void* request,
                           std::uint32_t requestLength, void* reply, std::uint32_t replyCapacity,
                           std::uint32_t* replyLength, std::int64_t timeout) override;
+    // The area has nothing to do with the port: it can be read while no server answers.
     std::uint32_t ReadBroadcast(std::uint32_t offset, void* destination,
                                 std::uint32_t length) override;
     std::uint32_t ReadBroadcastValue(std::uint32_t offset, std::uint32_t* value) override;
@@ -49,9 +50,12 @@ class CKelcommClientNt final : public IKelcommClient,
     using Structs = CKelcommStructsNt<T>;
     using Message = typename Structs::Message;
 
+    // Each of the three takes the critical section; nobody holds it during an exchange.
     std::uint32_t Connect();
     void ClosePort();
+    /// Borrowed; null when there is no port, which the system refuses like any other bad handle.
     NtApi::Handle CurrentPort();
+    /// On the calling thread, or through the wait pool when messages are to be kept flowing.
     NtApi::NtStatus Exchange(NtApi::Handle port, Message& request, Message& reply);
     /// Runs `send` on the current port, and once more on a new one when it fails.
     template <typename Send>

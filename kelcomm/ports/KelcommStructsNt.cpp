@@ -36,6 +36,9 @@ void CKelcommStructsNt<T>::BuildRequest(Message& message, const Request& request
     Base::StoreLittleEndian(bytes + kFlags, request.flags & kFlagsForServer);
     Base::StoreLittleEndian(bytes + kReplyCapacity, request.replyCapacity);
 
+    // In a large message the block takes the place of the payload. A payload that fits behind it is
+    // copied there and its entry left empty; a longer one is only named, and the server fetches it.
+    // The reply buffer is always named: whether it is needed depends on the reply.
     std::size_t end = kSmallPayload;
     bool isInline = true;
     if (IsLarge(request)) {
@@ -58,6 +61,8 @@ void CKelcommStructsNt<T>::BuildRequest(Message& message, const Request& request
 
 template <typename T>
 void CKelcommStructsNt<T>::PrepareReply(Message& reply) {
+    // The fields are zeros, so that a system that reports success and writes nothing leaves no
+    // stale result. The lengths tell the system how much it may write.
     std::memset(reply.bytes, 0, kReply);
     StoreLengths<T>(reply.bytes, Port::kMaxMessage - Port::kHeaderSize);
 }

@@ -4,6 +4,11 @@
 // at run time, so every build holds both. Messages are built byte by byte, little-endian. In a
 // process whose pointers are wider than T the entry addresses are cut off: such a pair serves tests
 // only.
+//
+// A message is small when payload and reply fit beside each other into what the system passes by
+// value. Otherwise it is large: it carries a block with the addresses of both buffers, by which the
+// server reads the one and writes the other while the sender waits.
+// Threads and ownership: the class of the client that derives from it. Errors: none.
 #pragma once
 
 #include <cstddef>
@@ -46,6 +51,7 @@ class CKelcommStructsNt {
         alignas(8) std::uint8_t bytes[Port::kMaxMessage];
     };
 
+    /// What a message is to carry. A one-way request has no capacity.
     struct Request {
         std::uint32_t flags;
         std::uint32_t command;
@@ -59,11 +65,15 @@ class CKelcommStructsNt {
     static bool IsLarge(const Request& request) {
         return request.payloadLength > kMaxSmallPayload || request.replyCapacity > kMaxSmallReply;
     }
+    /// Writes all of `message` that is sent; what lies behind stays as it is. REQUIRES: payload and
+    /// reply buffer stay valid until the exchange is over, since a large message names them.
     static void BuildRequest(Message& message, const Request& request);
     /// Announces the room for a reply; the reply's own fields are zero.
     static void PrepareReply(Message& reply);
 
   protected:
+    // The connection, kept here as the product family has it. Ids and options belong to whoever
+    // initialises the client; port and pool are guarded by the client's critical section.
     std::uint32_t clientId_ = 0;
     std::uint32_t serverId_ = 0;
     std::uint32_t options_ = 0;

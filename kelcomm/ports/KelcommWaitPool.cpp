@@ -26,6 +26,19 @@ constexpr std::uint32_t kRemoveMessage = 1;  // PM_REMOVE
 
 }  // namespace
 
+// Who waits for whom, and who ends whom:
+//
+// A caller waits for its job. Either the thread that took the job finishes it, with the status of
+// the exchange, or Close does, with STATUS_UNSUCCESSFUL; whoever comes second finds it finished.
+//
+// A thread ends itself after a minute without work: it takes itself off the list and closes its own
+// handle. Once `stopping` is set, list and handles are Close's: a thread then only returns, and
+// Close, which waits for the handle, closes it. Without that rule both would close it.
+//
+// A thread that is still in its exchange when Close's second is over is ended by force. If even
+// that fails, it goes on with what it holds: its job, and `Shared`, which lives as long as any
+// thread does.
+
 // One exchange. It lives until both its caller and its thread have let go of it; `mutex` of Shared
 // guards what changes.
 struct CKelcommWaitPool::Job {
@@ -79,6 +92,7 @@ namespace {
 /// Dispatches at most kMessagesPerWake queued messages of the calling thread.
 void DispatchMessages(const Native::CNativeFunctions& native) {
     NtApi::WindowMessage message{};
+    // Limited, so that a flood of messages does not keep the caller from the reply that has come.
     for (int i = 0; i < kMessagesPerWake; ++i) {
         if (native.PeekMessageW(&message, nullptr, 0, 0, kRemoveMessage) == 0) {
             return;
@@ -93,6 +107,8 @@ void PumpUntil(const Native::CNativeFunctions& native, NtApi::Handle event) {
     for (;;) {
         const std::uint32_t woken =
             native.MsgWaitForMultipleObjects(1, &event, 0, NtApi::kInfinite, kWakeMask);
+        // One past the handles means messages; anything else is the event, or a system that cannot
+        // wait for both.
         if (woken != NtApi::kWaitObject0 + 1) {
             return;
         }
@@ -103,6 +119,7 @@ void PumpUntil(const Native::CNativeFunctions& native, NtApi::Handle event) {
 }  // namespace
 
 bool CKelcommWaitPool::Shared::StartWorker(const std::shared_ptr<Shared>& shared) try {
+    // All that can run out of memory comes before the thread: afterwards there is no way back.
     const auto worker = std::make_shared<Worker>();
     auto parameter = std::make_unique<Parameter>(shared, worker);
     shared->workers.push_back(worker);
@@ -131,6 +148,7 @@ void CKelcommWaitPool::Shared::Work(const std::shared_ptr<Worker>& self) {
         const NtApi::NtStatus status =
             native.NtRequestWaitReplyPort(job->port, job->request, job->reply);
         const std::lock_guard<std::mutex> lock(mutex);
+        // Idle in Close's eyes from here on: a thread that it ends now has no caller to let down.
         self->job.reset();
         Finish(*job, status);
     }
@@ -141,6 +159,8 @@ void CKelcommWaitPool::Shared::Finish(Job& job, NtApi::NtStatus status) const {
         job.finished = true;
         job.status = status;
         job.changed.notify_all();
+        // The event is the caller's, who closes it once Await has returned. Await needs the mutex
+        // that is held here, so the event is still open.
         native.SetEvent(job.finishedEvent);
     }
 }
@@ -155,6 +175,8 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
     const std::shared_ptr<Worker>& self) {
     std::unique_lock<std::mutex> lock(mutex);
     std::uint32_t woken = NtApi::kWaitObject0;
+    // The queue is looked at once more after a wait that timed out: a job may have come before the
+    // mutex was had again, and Submit has started no thread for it, since this one was still idle.
     for (;;) {
         if (stopping) {
             return nullptr;  // Close waits for this thread and closes its handle
@@ -162,13 +184,15 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
         if (!waiting.empty()) {
             self->job = waiting.front();
             waiting.pop_front();
+            // The event stays set for the other idle threads while there are jobs. Set and reset
+            // under the mutex, it is never reset behind the back of a job that has just come.
             if (waiting.empty()) {
                 native.ResetEvent(idleEvent.Get());
             }
             return self->job;
         }
         if (woken != NtApi::kWaitObject0) {
-            break;
+            break;  // a minute without work, or waiting is not possible here
         }
         ++idleWorkers;
         const NtApi::Handle event = idleEvent.Get();
@@ -177,6 +201,7 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
         lock.lock();
         --idleWorkers;
     }
+    // Still under the mutex: Close finds this thread either in the list or gone altogether.
     workers.erase(std::find(workers.begin(), workers.end(), self));
     self->handle.Reset();
     return nullptr;
@@ -210,6 +235,8 @@ NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, vo
     if (job == nullptr) {
         return NtApi::kStatusUnsuccessful;
     }
+    // The event only ends the pumping. The job says whether the exchange is over: where there is
+    // nothing to pump, the second wait is the real one, and the messages are ours again afterwards.
     PumpUntil(native, finishedEvent.Get());
     return shared_->Await(*job);
 }
@@ -223,7 +250,10 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle po
         return nullptr;
     }
     shared_->waiting.push_back(job);
+    // An idle thread for each waiting job, else a new one. Threads that have been woken for an
+    // earlier job, but have not taken it yet, count as idle, and so does their job as waiting.
     if (shared_->waiting.size() > shared_->idleWorkers && !Shared::StartWorker(shared_)) {
+        // Nobody else can have taken it: the mutex has been held since it was put in.
         shared_->waiting.pop_back();
         return nullptr;
     }
@@ -239,15 +269,19 @@ void CKelcommWaitPool::Close() {
     std::deque<std::shared_ptr<Job>> abandoned;
     {
         const std::lock_guard<std::mutex> lock(shared_->mutex);
+        // Never reset: the event stays set, since nobody takes jobs any more.
         shared_->stopping = true;
         workers.swap(shared_->workers);
         abandoned.swap(shared_->waiting);
         native.SetEvent(shared_->idleEvent.Get());
+        // No thread has seen these; their callers need not wait for the threads to end.
         for (const auto& job : abandoned) {
             shared_->Finish(*job, NtApi::kStatusUnsuccessful);
         }
     }
 
+    // One second for all groups together. Who is late is told below by each thread alone, so that
+    // neither a group's result nor a wait that is not possible here matters.
     const std::uint32_t start = native.GetTickCount();
     for (std::size_t first = 0; first < workers.size(); first += kHandlesPerWait) {
         NtApi::Handle handles[kHandlesPerWait];
@@ -264,6 +298,9 @@ void CKelcommWaitPool::Close() {
             // Under the mutex, so that no thread dies while it holds it.
             const std::lock_guard<std::mutex> lock(shared_->mutex);
             if (native.TerminateThread(worker->handle.Get(), 1) != 0 && worker->job != nullptr) {
+                // Its caller's messages are out of the dead thread's reach. While a thread lives
+                // its caller must go on waiting, or the reply would be written where nobody owns
+                // the memory any more.
                 shared_->Finish(*worker->job, NtApi::kStatusUnsuccessful);
             }
         }

@@ -1,6 +1,9 @@
 // The system's slim reader/writer lock behind the names that std::unique_lock and std::shared_lock
 // use.
 //
+// Neither recursive nor to be raised from shared to exclusive: who tries waits for himself. Waiting
+// threads are served in no certain order.
+//
 // On a system without the functions it locks nothing, as their fallbacks say.
 // Ownership: the native table must outlive the lock. Errors: none.
 #pragma once
