@@ -193,7 +193,7 @@ void COvAgentConnectorModule::PeriodicThread(std::optional<std::int64_t> product
         // Waits here for the watch of the connection before. That one may be about to end behind a
         // request of the product or behind the host's bus, and both would remember broadcast values
         // in the channel.
-        const boost::unique_lock<boost::mutex> lock(watchMutex_);
+        const CTurnstile::CPassage passage(watchTurnstile_);
         CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild)
             .Run();
     } catch (...) {

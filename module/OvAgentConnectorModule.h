@@ -26,6 +26,7 @@
 #include "host/database/IMapper.h"
 #include "kelcomm/OvAgentChannel.h"
 #include "module/ProductBuildReader.h"
+#include "module/Turnstile.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 
@@ -82,9 +83,10 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     // Interrupt may be called by a host's thread and by the processing thread at once.
     boost::mutex periodicThreadMutex_;
     std::unique_ptr<boost::thread> periodicThread_;  // guarded by periodicThreadMutex_
-    // Held by a watch while it runs: the one of an earlier connection may still be about to end
-    // behind a request or a host's bus that takes its time.
-    boost::mutex watchMutex_;
+    // Passed by a watch while it runs: the one of an earlier connection may still be about to end
+    // behind a request or a host's bus that takes its time. No mutex: an ending that has begun must
+    // reach a watch that waits, too, or it would wait for a later watch that nobody ends.
+    CTurnstile watchTurnstile_;
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

@@ -78,6 +78,12 @@ TEST_F(WatchLifeTest, DisconnectEndsASleepingWatchAtOnce) {
     EXPECT_EQ(clock_->Elapsed(), std::chrono::seconds(0));
 }
 
+TEST_F(WatchLifeTest, DisconnectStopsTheChannel) {
+    InitializeAndConnect();
+    module_->Disconnect();
+    EXPECT_EQ(channel_->stops, 1);
+}
+
 TEST_F(WatchLifeTest, InterruptWithoutAWatchDoesNothing) {
     Initialize();
     module_->Interrupt();
@@ -183,6 +189,35 @@ TEST_F(WatchLifeTest, InterruptedThreadJoinsTheWatchAllTheSame) {
     ASSERT_EQ(stillInterrupted.wait_for(std::chrono::seconds(0)), std::future_status::ready);
     EXPECT_TRUE(stillInterrupted.get());
     EXPECT_TRUE(clock_->AwaitSleepers(0));
+}
+
+// The watch of the earlier connection sits in the host's bus, and somebody waits for it already. It
+// has not left when the module connects again.
+TEST_F(WatchLifeTest, RequestedStopEndsAWatchThatWaitsForTheEarlierOne) {
+    InitializeAndConnect();
+    std::promise<void> interrupted;
+    std::promise<void> busIsFree;
+    std::atomic<bool> first{true};
+    host_.bus->OnPublish([&](const auto&) {
+        if (first.exchange(false)) {
+            EXPECT_TRUE(Kyr::Test::AwaitInterruption());
+            interrupted.set_value();
+            busIsFree.get_future().wait();
+        }
+    });
+    SilenceProduct();
+    clock_->Advance(std::chrono::seconds(5));
+    auto earlier = std::async(std::launch::async, [this] { module_->Interrupt(); });
+    interrupted.get_future().wait();
+    alpc_->standingPing = {0, {}};
+    EXPECT_TRUE(module_->Connect());
+    auto stop = std::async(std::launch::async, [this] { module_->RequestStop(); });
+    EXPECT_EQ(stop.wait_for(std::chrono::seconds(10)), std::future_status::ready);
+    busIsFree.set_value();
+    earlier.get();
+    stop.get();
+    EXPECT_TRUE(clock_->AwaitSleepers(0));
+    EXPECT_EQ(Pings(), 4u);  // of two connections, and twice of the first watch
 }
 
 TEST_F(WatchLifeTest, ReconnectionGivesTheModuleANewWatch) {
