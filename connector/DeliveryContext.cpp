@@ -15,21 +15,24 @@ boost::thread_specific_ptr<Context>& Slot() {
     return slot;
 }
 
-Context& Current() {
-    if (Slot().get() == nullptr) {
-        Slot().reset(new Context());
-    }
-    return *Slot();
+// Never destroyed, for the same reason.
+const Context& EmptyContext() {
+    static const auto& empty = *new Context();
+    return empty;
 }
 
 }  // namespace
 
 void SetDeliveryContext(const Context& context) {
-    Current() = context;
+    if (Slot().get() == nullptr) {
+        Slot().reset(new Context());
+    }
+    *Slot() = context;
 }
 
 const Context& GetDeliveryContext() {
-    return Current();
+    const Context* const own = Slot().get();
+    return own != nullptr ? *own : EmptyContext();
 }
 
 }  // namespace Kyr::Connectors::Common

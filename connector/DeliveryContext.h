@@ -12,7 +12,8 @@ namespace Kyr::Connectors::Common {
 
 void SetDeliveryContext(const boost::shared_ptr<Kyr::Common::Kernel::IDeliveryContext>& context);
 
-/// The reference is valid until the thread sets another context or ends.
+/// The reference is valid until the thread sets another context or ends. Leaves nothing behind in a
+/// thread that has set none: such a thread may outlive the library.
 const boost::shared_ptr<Kyr::Common::Kernel::IDeliveryContext>& GetDeliveryContext();
 
 }  // namespace Kyr::Connectors::Common

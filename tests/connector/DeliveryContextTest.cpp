@@ -16,6 +16,15 @@ TEST(DeliveryContextTest, NewThreadHasAnEmptyOne) {
     EXPECT_TRUE(empty);
 }
 
+// One that were made for the reading thread would be cleaned up when that thread ends, at a time
+// when the library may be gone.
+TEST(DeliveryContextTest, ThreadsThatSetNoneShareTheEmptyOne) {
+    boost::thread([] {
+        const auto* mine = &GetDeliveryContext();
+        boost::thread([mine] { EXPECT_EQ(&GetDeliveryContext(), mine); }).join();
+    }).join();
+}
+
 TEST(DeliveryContextTest, ThreadKeepsItsOwn) {
     const auto mine = MakeContext();
     const auto theirs = MakeContext();

@@ -23,8 +23,7 @@ class CLoadedLibrary {
     CLoadedLibrary() { loader_.loadLibrary(LibraryPath()); }
     CLoadedLibrary(const CLoadedLibrary&) = delete;
     CLoadedLibrary& operator=(const CLoadedLibrary&) = delete;
-    // Not unloaded: the threads that use a module leave thread-specific values behind whose
-    // clean-up stands in the library.
+    // Not unloaded: what a module has published may live on in the test.
     ~CLoadedLibrary() = default;
 
     const Poco::Manifest<Module>& Manifest() const { return loader_.manifestFor(LibraryPath()); }
