@@ -22,7 +22,10 @@ const Common::Logs::CLogMessageDescriptor& DescriptorOf(Kernel::MessageType type
 CEventLog::CEventLog(Kernel::MessageType type, boost::shared_ptr<Base::IClock> clock)
     : type_(type), symbols_(boost::make_shared<Common::Logs::CSymbolContainer>(std::move(clock))) {
     const auto& descriptor = DescriptorOf(type);
-    if (type != descriptor.GetEventMessageType() && type != descriptor.GetDeltaMessageType()) {
+    const bool described =
+        type == descriptor.GetEventMessageType() || type == descriptor.GetDeltaMessageType();
+    // What is not described has the number that means "no type" in all places.
+    if (!described || type == Common::Logs::kNoMessageType) {
         throw std::runtime_error("CEventLog: Message type " +
                                  std::to_string(static_cast<std::uint32_t>(type)) +
                                  " is not event or delta log");

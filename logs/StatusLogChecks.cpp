@@ -153,7 +153,8 @@ boost::shared_ptr<const Common::Logs::CLogDescriptor> StatusLogDescriptor(
     const char* className, Kernel::MessageType type) {
     const CLogDescriptorMap& map = CLogDescriptorMap::Instance();
     const auto& descriptor = map.GetMessageDescriptor(type);
-    if (type != descriptor.GetStatusMessageType()) {
+    // What is not described has the number that means "no type" in all places.
+    if (type != descriptor.GetStatusMessageType() || type == Common::Logs::kNoMessageType) {
         RefuseMessageType(className, type, "is not status log");
     }
     return map.GetLogDescriptor(descriptor);

@@ -71,6 +71,12 @@ TEST_F(EventLogTest, TypeThatIsNoLogIsRefused) {
               "CEventLog: Message type 918 is not event or delta log");
 }
 
+// A descriptor uses it for the forms in which a thing is not reported.
+TEST_F(EventLogTest, NumberThatMeansNoTypeIsRefused) {
+    EXPECT_EQ(ThrownText([] { CEventLog log(Common::Logs::kNoMessageType); }),
+              "CEventLog: Message type 4294967295 is not event or delta log");
+}
+
 TEST_F(EventLogTest, NewLogIsWritableAndEmpty) {
     const CEventLog log(kEvent);
     EXPECT_FALSE(log.IsReadOnly());

@@ -60,6 +60,11 @@ TEST_F(StatusLogTest, TypeThatIsNoLogIsRefused) {
               "CStatusLog: Message type 194 is not status log");
 }
 
+TEST_F(StatusLogTest, NumberThatMeansNoTypeIsRefused) {
+    EXPECT_EQ(Thrown([] { CStatusLog log(kNoMessageType); }),
+              "CStatusLog: Message type 4294967295 is not status log");
+}
+
 TEST_F(StatusLogTest, MultiProductTypeIsRefused) {
     EXPECT_EQ(Thrown([] { CStatusLog log(kMultiProduct); }),
               "CStatusLog: Message type 20004 is not status log, but a multi product status log");
