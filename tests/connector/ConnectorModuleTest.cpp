@@ -60,6 +60,16 @@ TEST_F(ConnectorModuleTest, NetworkOfAnotherTypeIsNoError) {
     EXPECT_TRUE(module->IsActive());
 }
 
+TEST_F(ConnectorModuleTest, NetworkIsHeldForTheLifeOfTheModule) {
+    const auto network = boost::make_shared<Kyr::Test::CFakeNetwork>();
+    host.Set(12, network);
+    const long owners = network.use_count();
+    module->Initialize(host);
+    EXPECT_EQ(network.use_count(), owners + 1);
+    module.reset();
+    EXPECT_EQ(network.use_count(), owners);
+}
+
 TEST_F(ConnectorModuleTest, TasksAreCreatedIntoAnEmptyList) {
     module->Initialize(host);
     EXPECT_EQ(module->tasksBefore, 0);

@@ -1,3 +1,4 @@
+#include <atomic>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -11,6 +12,7 @@
 
 #include "connector/DeliveryContext.h"
 #include "connector/MessageProcessorThreadHolder.h"
+#include "tests/connector/LastingContext.h"
 #include "tests/support/Await.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ManualClock.h"
@@ -72,6 +74,11 @@ class CRecordingProcessor : public Kyr::Common::Module::IMessageProcessor {
         return contexts_;
     }
 
+    void ForgetContexts() {
+        const boost::lock_guard<boost::mutex> guard(mutex_);
+        contexts_.clear();
+    }
+
   private:
     boost::mutex mutex_;
     boost::condition_variable unblocked_;
@@ -107,6 +114,58 @@ class MessageProcessorThreadHolderTest : public testing::Test {
         std::make_unique<CMessageProcessorThreadHolder>(logger, "M", processor, clock);
     const boost::shared_ptr<Kyr::Common::Module::CSubscriber> subscriber = holder->GetSubscriber();
 };
+
+/// A thread that has begun to end, and does not get to the end before goOn is set.
+class EndingThreadTest : public MessageProcessorThreadHolderTest {
+  protected:
+    void SetUp() override {
+        holder->Resume();
+        subscriber->Push(MakeMessage("A"), boost::make_shared<CLastingContext>(ending, goOn));
+        ASSERT_TRUE(AwaitProcessed(1));
+        processor.ForgetContexts();
+        ASSERT_TRUE(clock->AwaitWaiters(1));
+        LetThreadEnd();
+        ASSERT_TRUE(Await([this] { return ending.load(); }));
+    }
+
+    std::atomic<bool> ending{false};
+    std::atomic<bool> goOn{false};
+};
+
+TEST_F(EndingThreadTest, IsJoinedBeforeThereIsAnother) {
+    boost::thread pusher([this] { Push("B"); });
+    EXPECT_FALSE(pusher.try_join_for(boost::chrono::milliseconds(50)));
+    EXPECT_THAT(processor.Names(), ElementsAre("A"));
+    goOn = true;
+    pusher.join();
+    EXPECT_TRUE(AwaitProcessed(2));
+}
+
+TEST_F(EndingThreadTest, ResumeWaitsForAHaltThatIsUnderWay) {
+    std::atomic<bool> halted{false};
+    std::atomic<unsigned> resumptions{0};
+    boost::thread halter([&] {
+        holder->Halt();
+        halted = true;
+    });
+    boost::thread resumer([&] {
+        while (!halted) {
+            holder->Resume();
+            ++resumptions;
+            boost::this_thread::yield();
+        }
+    });
+    // As soon as Halt is under way, no Resume returns any more.
+    EXPECT_TRUE(Await([&] {
+        const unsigned before = resumptions;
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(200));
+        return resumptions == before;
+    }));
+    EXPECT_FALSE(halted);
+    goOn = true;
+    halter.join();
+    resumer.join();
+}
 
 TEST_F(MessageProcessorThreadHolderTest, NewHolderHasNoThread) {
     Push("A");

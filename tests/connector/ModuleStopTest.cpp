@@ -6,6 +6,7 @@
 
 #include "connector/Subscriber.h"
 #include "host/module/Response.h"
+#include "tests/connector/LastingContext.h"
 #include "tests/connector/ModuleFixture.h"
 
 namespace Kyr::Connectors::Common {
@@ -117,21 +118,6 @@ TEST_F(ModuleStopTest, BusyModuleIsToBeStoppedAgain) {
     releaser.join();
     EXPECT_EQ(task.ExecutionCount(), 2u);
 }
-
-/// Holds up the thread that lets it go, which is the processing thread with no lock held.
-class CLastingContext : public Kyr::Common::Kernel::IDeliveryContext {
-  public:
-    CLastingContext(std::atomic<bool>& reached, const std::atomic<bool>& released)
-        : reached_(reached), released_(released) {}
-    ~CLastingContext() override {
-        reached_ = true;
-        EXPECT_TRUE(Kyr::Test::Await([this] { return released_.load(); }));
-    }
-
-  private:
-    std::atomic<bool>& reached_;
-    const std::atomic<bool>& released_;
-};
 
 TEST_F(ModuleStopTest, StopOfABusyModuleIsFalseAndResumesTheReplyThread) {
     CScriptedTask& task = AddTask();
@@ -355,6 +341,20 @@ TEST_F(ModuleStopTest, StopWithoutAProductWaitsForTheReplyThread) {
     EXPECT_TRUE(stopped);
 }
 
+// The processing thread needs the tasks' lock to see that it is not wanted any more.
+TEST_F(ModuleStopTest, TasksAreCancelledWhileStopStillWaitsForTheReplyThread) {
+    module->ThenConnectBy([] { return Kyr::Test::AwaitInterruption(); });
+    Start();
+    Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(1));
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    bool stopped = false;
+    boost::thread stopper([&] { stopped = module->Stop(false); });
+    EXPECT_TRUE(host.log->AwaitText("Product is not available, canceling tasks"));
+    clock->Advance(std::chrono::seconds(5));
+    stopper.join();
+    EXPECT_TRUE(stopped);
+}
+
 TEST_F(ModuleStopTest, ConnectedStopInterruptsTheReplyThread) {
     StartAndConnect();
     Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(1));
@@ -374,14 +374,27 @@ TEST_F(ModuleStopTest, RepliesAfterTheStopOnlyQueue) {
 }
 
 TEST_F(ModuleStopTest, InterruptedHostThreadStillWaitsForTheThreads) {
+    std::atomic<bool> goOn{false};
+    std::atomic<bool> disconnected{false};
+    module->OnDisconnect([&] {
+        EXPECT_TRUE(Kyr::Test::Await([&] { return goOn.load(); }));
+        disconnected = true;
+    });
     StartAndConnect();
-    boost::thread stopper([this] {
+    bool stopped = false;
+    bool disconnectedByThen = false;
+    boost::thread stopper([&] {
         EXPECT_TRUE(Kyr::Test::AwaitInterruption());
-        EXPECT_TRUE(module->Stop(true));
+        stopped = module->Stop(true);
+        disconnectedByThen = disconnected;
     });
     stopper.interrupt();
+    // An interruption that took effect would end the stopper now.
+    EXPECT_FALSE(stopper.try_join_for(boost::chrono::milliseconds(50)));
+    goOn = true;
     stopper.join();
-    EXPECT_TRUE(clock->AwaitWaiters(0));
+    EXPECT_TRUE(stopped);
+    EXPECT_TRUE(disconnectedByThen);
     EXPECT_EQ(host.log->Lines().back(), "2 Disconnecting from product");
 }
 
@@ -394,6 +407,20 @@ TEST_F(ModuleStopTest, ModuleCanBeStartedAgainAfterAForcedStop) {
     Deliver(MakeTaskMessage());
     Finish();
     EXPECT_EQ(task.ExecutionCount(), 1u);
+}
+
+TEST_F(ModuleStopTest, ConnectionOfAnEarlierStartDoesNotCount) {
+    AddTask();
+    module->ThenConnect(true).ThenConnect(false);
+    StartAndConnect();
+    EXPECT_TRUE(module->Stop(true));
+    module->Start();
+    ASSERT_TRUE(clock->AwaitSleepers(1));
+    Deliver(MakeTaskMessage());
+    // Not "busy", which would be for ever.
+    EXPECT_TRUE(module->Stop(false));
+    EXPECT_THAT(host.log->Lines(),
+                testing::Contains("4 Product is not available, canceling tasks"));
 }
 
 }  // namespace

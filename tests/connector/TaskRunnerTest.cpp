@@ -167,6 +167,25 @@ TEST_F(TaskRunnerTest, MessageWithoutATaskIsDroppedSilently) {
     EXPECT_THAT(LinesWhileConnected(), IsEmpty());
 }
 
+TEST_F(TaskRunnerTest, TaskIsNotGivenAMessageThatHasAnotherTypeByThen) {
+    class CFickle : public Kyr::Test::CTestMessage {
+      public:
+        CFickle() : CTestMessage(MessageType::KillProcessByPid, "") {}
+        MessageType GetMessageType() const override {
+            return asked_++ == 0 ? MessageType::KillProcessByPid : MessageType::ApplyPolicy;
+        }
+
+      private:
+        mutable int asked_ = 0;
+    };
+    CScriptedTask& task = AddTask();
+    StartAndConnect();
+    host.bus->Subscriptions()[0].subscriber->Push(boost::make_shared<CFickle>(), {});
+    Finish();
+    EXPECT_EQ(task.ExecutionCount(), 0u);
+    EXPECT_THAT(LinesWhileConnected(), IsEmpty());
+}
+
 TEST_F(TaskRunnerTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
     AddTask().Then([this](const auto&) { module->Publish(MakeMessage("result")); });
     const auto first = MakeContext();

@@ -12,8 +12,10 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
+using ::testing::Each;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
+using ::testing::SizeIs;
 
 class OvModuleTest : public OvModuleFixture {
   protected:
@@ -35,7 +37,13 @@ TEST_F(OvModuleTest, NameAndProduct) {
 }
 
 TEST_F(OvModuleTest, ReconnectsTenSecondsApart) {
-    EXPECT_EQ(Common::CConnectorModule::kReconnectDelayMs, 10000);
+    alpc_->standingRequest = {0, Kyr::Test::KelcommReply(14, 0)};
+    Initialize();
+    module_->Start();
+    ASSERT_TRUE(clock_->AwaitSleepers(1));
+    ASSERT_TRUE(clock_->AdvanceToNextSleep(std::chrono::seconds(10)));
+    EXPECT_THAT(clock_->Sleeps(), Each(std::chrono::milliseconds(10000)));
+    EXPECT_THAT(alpc_->seenRequests, SizeIs(2));
 }
 
 TEST_F(OvModuleTest, AnyBuildMeansInstalled) {

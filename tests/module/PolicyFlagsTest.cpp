@@ -80,6 +80,17 @@ TEST_F(RecordsFlagTest, AbsentBuildGivesNeither) {
     EXPECT_THAT(WatchOnce(), IsEmpty());
 }
 
+TEST_F(RecordsFlagTest, UnreadableFlagIsToldThoughTheBuildIsAbsent) {
+    build_.reset();
+    for (const char* key : {"XDR_ENABLED", "XDR_HOST"}) {
+        FailKey(key);
+        journal_.byIteration.clear();
+        EXPECT_THAT(WatchOnce(),
+                    ElementsAre("4 Error during checking for new ECS logs: store failed"))
+            << key;
+    }
+}
+
 TEST_F(RecordsFlagTest, BusThatRefusesTheIndicatorsDoesNotStopTheTelemetry) {
     journal_.failing = {3};
     EXPECT_THAT(
