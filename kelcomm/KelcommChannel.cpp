@@ -121,7 +121,7 @@ bool CKelcommChannel::Ping(std::string& errors) {
     // product answers on the older port only, and FallBackOrThrow, when nobody has asked before the
     // first request. Either way it has been decided from then on, also by pings that both fail:
     // `pinged_` says that a failed request may no longer turn it.
-    const boost::unique_lock<boost::mutex> lock(mutex_);
+    const Base::CLock lock(mutex_);
     pinged_ = true;
     std::uint32_t code = SendPing(nonLegacyClient_.get());
     if (code == kKelcommSuccess) {
@@ -153,7 +153,7 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
         {
             // One exchange at a time, whose end may be far away. Between the turns, and while the
             // reply is examined, others have their turn.
-            const boost::unique_lock<boost::mutex> lock(mutex_);
+            const Base::CLock lock(mutex_);
             IKelcommClient* const client = CurrentClient();
             const std::uint32_t code =
                 client == nullptr
@@ -200,7 +200,7 @@ std::int32_t CKelcommChannel::GetBroadcast(std::int32_t index) {
     if (place == kServerBroadcast && !serverBroadcast_.IsAvailable()) {
         return CServerBroadcast::kNoValue;
     }
-    const boost::unique_lock<boost::mutex> lock(mutex_);
+    const Base::CLock lock(mutex_);
     IKelcommClient* const client = CurrentClient();
     if (place == kServerBroadcast) {
         return serverBroadcast_.Read(client);

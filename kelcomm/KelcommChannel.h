@@ -15,8 +15,7 @@
 #include <memory>
 #include <string>
 
-#include <boost/thread/mutex.hpp>
-
+#include "base/Mutex.h"
 #include "kelcomm/ServerBroadcast.h"
 #include "kelcomm/client/IKelcommClient.h"
 #include "kelcomm/native/NativeFunctions.h"
@@ -59,19 +58,19 @@ class CKelcommChannel {
   private:
     void PingOnce();
 
-    // REQUIRES: mutex_ is held, for both.
-    IKelcommClient* CurrentClient() const;
+    IKelcommClient* CurrentClient() const KYR_REQUIRES(mutex_);
     /// Decides what a failed exchange means: moves an unpinged channel to the fallback and returns,
     /// or throws. `nonLegacyError` carries the first failure's text to the second.
-    void FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError);
+    void FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError) KYR_REQUIRES(mutex_);
 
-    boost::mutex mutex_;  // guards everything below
-    std::unique_ptr<IKelcommClient> nonLegacyClient_;
+    Base::CMutex mutex_;
+    std::unique_ptr<IKelcommClient> nonLegacyClient_ KYR_GUARDED_BY(mutex_);
     // A ping or a fallback has decided; only ever set, and read without the mutex, too.
     std::atomic<bool> pinged_{false};
-    bool useLegacy_ = false;  // only ever set
-    std::unique_ptr<IKelcommClient> legacyClient_;
-    CServerBroadcast serverBroadcast_;  // its flag is read without the mutex, too
+    bool useLegacy_ KYR_GUARDED_BY(mutex_) = false;  // only ever set
+    std::unique_ptr<IKelcommClient> legacyClient_ KYR_GUARDED_BY(mutex_);
+    // Used with the mutex held, but for its flag.
+    CServerBroadcast serverBroadcast_;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

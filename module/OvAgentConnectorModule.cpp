@@ -169,7 +169,7 @@ void COvAgentConnectorModule::Disconnect() {
 }
 
 void COvAgentConnectorModule::StartPeriodicThread() {
-    const boost::unique_lock<boost::mutex> lock(periodicThreadMutex_);
+    const Base::CLock lock(periodicThreadMutex_);
     periodicThread_ = std::make_unique<boost::thread>(
         [this, productBuild = productBuild_] { PeriodicThread(productBuild); });
 }
@@ -177,7 +177,7 @@ void COvAgentConnectorModule::StartPeriodicThread() {
 void COvAgentConnectorModule::EndPeriodicThread() {
     std::unique_ptr<boost::thread> thread;
     {
-        const boost::unique_lock<boost::mutex> lock(periodicThreadMutex_);
+        const Base::CLock lock(periodicThreadMutex_);
         thread = std::move(periodicThread_);
     }
     // Joined without the mutex: the thread may be behind a request that takes its time.

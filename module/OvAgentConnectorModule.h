@@ -15,10 +15,10 @@
 #include <optional>
 #include <string>
 
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
+#include "base/Mutex.h"
 #include "connector/ConnectorModule.h"
 #include "connector/channel/IChannelMessageFactory.h"
 #include "connector/reports/Reporter.h"
@@ -81,8 +81,8 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     std::optional<std::int64_t> productBuild_;
 
     // Interrupt may be called by a host's thread and by the processing thread at once.
-    boost::mutex periodicThreadMutex_;
-    std::unique_ptr<boost::thread> periodicThread_;  // guarded by periodicThreadMutex_
+    Base::CMutex periodicThreadMutex_;
+    std::unique_ptr<boost::thread> periodicThread_ KYR_GUARDED_BY(periodicThreadMutex_);
     // Passed by a watch while it runs: the one of an earlier connection may still be about to end
     // behind a request or a host's bus that takes its time. No mutex: an ending that has begun must
     // reach a watch that waits, too, or it would wait for a later watch that nobody ends.

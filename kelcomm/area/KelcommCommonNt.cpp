@@ -105,7 +105,7 @@ void CKelcommCommonNt::UnmapArea() {
 }
 
 void CKelcommCommonNt::CloseArea() {
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     UnmapArea();
 }
 
@@ -139,7 +139,7 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
                                          void* destination, std::uint32_t length) {
     NtApi::Handle mutex = nullptr;
     {
-        const std::lock_guard<std::mutex> lock(criticalSection_);
+        const Base::CLock lock(criticalSection_);
         if (!OpenArea(identity)) {
             return kKelcommFailure;
         }
@@ -149,7 +149,7 @@ std::uint32_t CKelcommCommonNt::ReadArea(const Identity& identity, std::uint32_t
     }
     const std::uint32_t wait = native_.WaitForSingleObject(mutex, kMutexTimeoutMs);
     std::uint32_t result = kKelcommFailure;
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     // Abandoned: its owner died, and the system has made it ours. It is read and given back like
     // any other; kept, it would shut the next product out of its own area.
     if (wait == NtApi::kWaitObject0 || wait == NtApi::kWaitAbandoned) {
@@ -182,7 +182,7 @@ std::uint32_t CKelcommCommonNt::CopyOut(std::uint32_t offset, void* destination,
 
 std::uint32_t CKelcommCommonNt::ReadAreaValue(const Identity& identity, std::uint32_t offset,
                                               std::uint32_t* value) {
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     if (!OpenArea(identity)) {
         return kKelcommFailure;
     }

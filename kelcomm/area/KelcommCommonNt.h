@@ -11,8 +11,8 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 
+#include "base/Mutex.h"
 #include "kelcomm/native/Handle.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -43,31 +43,35 @@ class CKelcommCommonNt {
     void CloseArea();
 
     const Native::CNativeFunctions& native_;
-    std::mutex criticalSection_;  // guards the area below, and the port of the LPC client
+    Base::CMutex criticalSection_;  // guards the area below, and the port of the LPC client
 
   private:
-    // REQUIRES, for all: criticalSection_ is held.
     /// Maps the area if it is not; true when it is mapped and checked afterwards.
-    bool OpenArea(const Identity& identity);
-    bool MapArea(const Identity& identity);
-    void UnmapArea();
+    bool OpenArea(const Identity& identity) KYR_REQUIRES(criticalSection_);
+    bool MapArea(const Identity& identity) KYR_REQUIRES(criticalSection_);
+    void UnmapArea() KYR_REQUIRES(criticalSection_);
     /// What a read under the product's mutex results in.
-    std::uint32_t CopyOut(std::uint32_t offset, void* destination, std::uint32_t length) const;
+    std::uint32_t CopyOut(std::uint32_t offset, void* destination, std::uint32_t length) const
+        KYR_REQUIRES(criticalSection_);
     /// The first byte of the section. REQUIRES: it is mapped.
-    const std::uint8_t* SectionStart() const;
-    std::uint32_t ReadHeaderField(std::size_t field) const;
+    const std::uint8_t* SectionStart() const KYR_REQUIRES(criticalSection_);
+    std::uint32_t ReadHeaderField(std::size_t field) const KYR_REQUIRES(criticalSection_);
     /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
     /// view.
-    const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const;
+    const std::uint8_t* Locate(std::uint32_t offset, std::uint32_t length) const
+        KYR_REQUIRES(criticalSection_);
     /// Whether the header, as it is now, counts all of these bytes among its data.
-    bool IsInsideData(std::uint32_t offset, std::uint32_t length) const;
+    bool IsInsideData(std::uint32_t offset, std::uint32_t length) const
+        KYR_REQUIRES(criticalSection_);
 
     // In the order in which they are opened; closed in reverse.
-    Native::CHandle broadcastMutex_;  // stays open while a reader waits for it
-    std::uint32_t mutexReaders_ = 0;  // readers that wait for the mutex or hold it
-    Native::CHandle broadcastSection_;
-    Native::CMappedView broadcastView_;
-    std::size_t broadcastViewSize_ = 0;
+    /// Stays open while a reader waits for it.
+    Native::CHandle broadcastMutex_ KYR_GUARDED_BY(criticalSection_);
+    /// Readers that wait for the mutex or hold it.
+    std::uint32_t mutexReaders_ KYR_GUARDED_BY(criticalSection_) = 0;
+    Native::CHandle broadcastSection_ KYR_GUARDED_BY(criticalSection_);
+    Native::CMappedView broadcastView_ KYR_GUARDED_BY(criticalSection_);
+    std::size_t broadcastViewSize_ KYR_GUARDED_BY(criticalSection_) = 0;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

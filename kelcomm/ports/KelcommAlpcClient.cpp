@@ -2,8 +2,6 @@
 
 #include <cstring>
 #include <exception>
-#include <mutex>
-#include <shared_mutex>
 #include <utility>
 
 #include "kelcomm/client/Buffer.h"
@@ -73,7 +71,7 @@ std::uint32_t CKelcommAlpcClient::Initialize(std::uint32_t clientId, std::uint32
     if ((options & kKelcommPumpMessages) != 0) {
         return kKelcommInvalidArgument;
     }
-    const std::lock_guard<CSlimLock> lock(lock_);
+    const CExclusiveLock lock(lock_);
     // A port may be open that was found under the old names.
     if (clientId_ != 0 || serverId_ != 0) {
         return kKelcommCannotConnect;
@@ -88,7 +86,7 @@ std::uint32_t CKelcommAlpcClient::Uninitialize() {
     // Shared: a request that waits for its reply has the lock shared, too, and would be waited for
     // as long as the product likes. The ids go first: a request that the disconnection ends comes
     // back for its repeat, and must find no name to connect to.
-    const std::shared_lock<CSlimLock> lock(lock_);
+    const CSharedLock lock(lock_);
     clientId_ = 0;
     serverId_ = 0;
     options_ = 0;
@@ -109,12 +107,12 @@ std::uint32_t CKelcommAlpcClient::Close() {
 void CKelcommAlpcClient::ClosePort() {
     // Exclusive: no request is inside the system with this handle any more, whose number the system
     // may give to another object at once.
-    const std::lock_guard<CSlimLock> lock(lock_);
+    const CExclusiveLock lock(lock_);
     port_.Reset();
 }
 
 std::uint32_t CKelcommAlpcClient::Connect() {
-    const std::lock_guard<CSlimLock> lock(lock_);
+    const CExclusiveLock lock(lock_);
     // Of several requests that found no port, the first one connects for all.
     if (port_) {
         return kKelcommSuccess;
@@ -144,13 +142,13 @@ std::uint32_t CKelcommAlpcClient::Connect() {
 }
 
 std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
-    std::shared_lock<CSlimLock> lock(lock_);
+    CSharedLock lock(lock_);
     if (!port_) {
         // A slim lock cannot be raised from shared to exclusive. While it is free, anybody may
         // connect or drop the port: what counts is what is there afterwards, not Connect's result.
-        lock.unlock();
+        lock.Unlock();
         Connect();
-        lock.lock();
+        lock.Lock();
         if (!port_) {
             return kKelcommFailure;
         }

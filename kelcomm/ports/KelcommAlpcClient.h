@@ -60,7 +60,7 @@ class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt
     void ClosePort();
 
     CSlimLock lock_;
-    Native::CHandle port_;  // changed under lock_ held exclusively
+    Native::CHandle port_ KYR_GUARDED_BY(lock_);
     // Changed under lock_, by Uninitialize even when it is held shared.
     std::atomic<std::uint32_t> clientId_{0};
     std::atomic<std::uint32_t> serverId_{0};

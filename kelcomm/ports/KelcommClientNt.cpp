@@ -86,7 +86,7 @@ std::uint32_t CKelcommClientNt<T>::RequestToBuffer(std::uint32_t, std::uint32_t,
 
 template <typename T>
 std::uint32_t CKelcommClientNt<T>::Connect() {
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     if (this->port_) {
         return kKelcommSuccess;
     }
@@ -108,13 +108,13 @@ std::uint32_t CKelcommClientNt<T>::Connect() {
 
 template <typename T>
 void CKelcommClientNt<T>::ClosePort() {
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     this->port_.Reset();
 }
 
 template <typename T>
 NtApi::Handle CKelcommClientNt<T>::CurrentPort() {
-    const std::lock_guard<std::mutex> lock(criticalSection_);
+    const Base::CLock lock(criticalSection_);
     return this->port_.Get();
 }
 

@@ -1,13 +1,14 @@
 #include "kelcomm/ports/KelcommWaitPool.h"
 
 #include <algorithm>
-#include <condition_variable>
 #include <deque>
-#include <mutex>
 #include <new>
 #include <utility>
 #include <vector>
 
+#include <boost/thread/thread.hpp>
+
+#include "base/Mutex.h"
 #include "kelcomm/native/Handle.h"
 #include "ntapi/Status.h"
 
@@ -47,7 +48,7 @@ struct CKelcommWaitPool::Job {
     void* const reply;
     const NtApi::Handle finishedEvent;  // the caller's; not touched once the job is finished
 
-    std::condition_variable changed;
+    Base::CCondition changed;
     bool finished = false;
     NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
 
@@ -66,25 +67,26 @@ struct CKelcommWaitPool::Shared {
 
     explicit Shared(const Native::CNativeFunctions& functions) : native(functions) {}
 
-    /// False when the thread cannot be started. REQUIRES: `mutex` is held.
-    static bool StartWorker(const std::shared_ptr<Shared>& shared);
+    /// False when the thread cannot be started.
+    static bool StartWorker(const std::shared_ptr<Shared>& shared) KYR_REQUIRES(shared->mutex);
     static std::uint32_t KYR_NTAPI WorkerMain(void* parameter);
     void Work(const std::shared_ptr<Worker>& self);
     /// The next job, or null when `self` is to end.
     std::shared_ptr<Job> Take(const std::shared_ptr<Worker>& self);
-    /// Hands the status to the job's caller, unless it has one. REQUIRES: `mutex` is held.
-    void Finish(Job& job, NtApi::NtStatus status) const;
+    /// Hands the status to the job's caller, unless it has one.
+    void Finish(Job& job, NtApi::NtStatus status) const KYR_REQUIRES(mutex);
     /// Returns when the job is finished.
     NtApi::NtStatus Await(Job& job);
 
     const Native::CNativeFunctions& native;
 
-    std::mutex mutex;           // guards what follows, and the jobs
-    Native::CHandle idleEvent;  // set while there is something to do for idle threads
-    std::deque<std::shared_ptr<Job>> waiting;
-    std::vector<std::shared_ptr<Worker>> workers;
-    std::size_t idleWorkers = 0;
-    bool stopping = false;
+    Base::CMutex mutex;  // guards also jobs and workers
+    /// Set while there is something to do for idle threads.
+    Native::CHandle idleEvent KYR_GUARDED_BY(mutex);
+    std::deque<std::shared_ptr<Job>> waiting KYR_GUARDED_BY(mutex);
+    std::vector<std::shared_ptr<Worker>> workers KYR_GUARDED_BY(mutex);
+    std::size_t idleWorkers KYR_GUARDED_BY(mutex) = 0;
+    bool stopping KYR_GUARDED_BY(mutex) = false;
 };
 
 namespace {
@@ -147,7 +149,7 @@ void CKelcommWaitPool::Shared::Work(const std::shared_ptr<Worker>& self) {
     while (const std::shared_ptr<Job> job = Take(self)) {
         const NtApi::NtStatus status =
             native.NtRequestWaitReplyPort(job->port, job->request, job->reply);
-        const std::lock_guard<std::mutex> lock(mutex);
+        const Base::CLock lock(mutex);
         // Idle in Close's eyes from here on: a thread that it ends now has no caller to let down.
         self->job.reset();
         Finish(*job, status);
@@ -158,7 +160,7 @@ void CKelcommWaitPool::Shared::Finish(Job& job, NtApi::NtStatus status) const {
     if (!job.finished) {
         job.finished = true;
         job.status = status;
-        job.changed.notify_all();
+        job.changed.NotifyAll();
         // The event is the caller's, who closes it once Await has returned. Await needs the mutex
         // that is held here, so the event is still open.
         native.SetEvent(job.finishedEvent);
@@ -166,14 +168,18 @@ void CKelcommWaitPool::Shared::Finish(Job& job, NtApi::NtStatus status) const {
 }
 
 NtApi::NtStatus CKelcommWaitPool::Shared::Await(Job& job) {
-    std::unique_lock<std::mutex> lock(mutex);
-    job.changed.wait(lock, [&job] { return job.finished; });
+    // An exchange is no interruption point, whoever makes it.
+    const boost::this_thread::disable_interruption toTheEnd;
+    Base::CLock lock(mutex);
+    while (!job.finished) {
+        job.changed.Wait(lock);
+    }
     return job.status;
 }
 
 std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
     const std::shared_ptr<Worker>& self) {
-    std::unique_lock<std::mutex> lock(mutex);
+    Base::CLock lock(mutex);
     std::uint32_t woken = NtApi::kWaitObject0;
     // The queue is looked at once more after a wait that timed out: a job may have come before the
     // mutex was had again, and Submit has started no thread for it, since this one was still idle.
@@ -196,9 +202,9 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Shared::Take(
         }
         ++idleWorkers;
         const NtApi::Handle event = idleEvent.Get();
-        lock.unlock();
+        lock.Unlock();
         woken = native.WaitForSingleObject(event, kIdleTimeoutMs);
-        lock.lock();
+        lock.Lock();
         --idleWorkers;
     }
     // Still under the mutex: Close finds this thread either in the list or gone altogether.
@@ -216,6 +222,7 @@ CKelcommWaitPool::~CKelcommWaitPool() {
 std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
     const Native::CNativeFunctions& native) try {
     auto shared = std::make_shared<Shared>(native);
+    const Base::CLock lock(shared->mutex);
     shared->idleEvent = Native::CHandle(native, native.CreateEventW(nullptr, 1, 0, nullptr));
     if (!shared->idleEvent) {
         return nullptr;
@@ -245,7 +252,7 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle po
                                                                 void* reply,
                                                                 NtApi::Handle finishedEvent) try {
     auto job = std::make_shared<Job>(port, request, reply, finishedEvent);
-    const std::lock_guard<std::mutex> lock(shared_->mutex);
+    const Base::CLock lock(shared_->mutex);
     if (shared_->stopping) {
         return nullptr;
     }
@@ -268,7 +275,7 @@ void CKelcommWaitPool::Close() {
     std::vector<std::shared_ptr<Shared::Worker>> workers;
     std::deque<std::shared_ptr<Job>> abandoned;
     {
-        const std::lock_guard<std::mutex> lock(shared_->mutex);
+        const Base::CLock lock(shared_->mutex);
         // Never reset: the event stays set, since nobody takes jobs any more.
         shared_->stopping = true;
         workers.swap(shared_->workers);
@@ -296,7 +303,7 @@ void CKelcommWaitPool::Close() {
     for (const auto& worker : workers) {
         if (native.WaitForSingleObject(worker->handle.Get(), 0) != NtApi::kWaitObject0) {
             // Under the mutex, so that no thread dies while it holds it.
-            const std::lock_guard<std::mutex> lock(shared_->mutex);
+            const Base::CLock lock(shared_->mutex);
             if (native.TerminateThread(worker->handle.Get(), 1) != 0 && worker->job != nullptr) {
                 // Its caller's messages are out of the dead thread's reach. While a thread lives
                 // its caller must go on waiting, or the reply would be written where nobody owns
@@ -306,7 +313,7 @@ void CKelcommWaitPool::Close() {
         }
         worker->handle.Reset();
     }
-    const std::lock_guard<std::mutex> lock(shared_->mutex);
+    const Base::CLock lock(shared_->mutex);
     shared_->idleEvent.Reset();
 }
 
