@@ -105,9 +105,9 @@ void GetBroadcastPlugInCached(benchmark::State& state) {
 void GetBroadcastPlugInUncached(benchmark::State& state) {
     CArea area;
     CAreaImage image = area.Image();
-    std::uint32_t timestamp = image.Read(AreaField::Timestamp);
+    std::uint32_t timestamp = image.Read(AreaField::kTimestamp);
     for (auto _ : state) {
-        image.Write(AreaField::Timestamp, ++timestamp);
+        image.Write(AreaField::kTimestamp, ++timestamp);
         benchmark::DoNotOptimize(area.channel.GetBroadcast(kServerPlugIn));
     }
 }
@@ -115,8 +115,8 @@ void GetBroadcastPlugInUncached(benchmark::State& state) {
 void GetBroadcastPlugInMissing(benchmark::State& state) {
     CArea area;
     CAreaImage image = area.Image();
-    image.Write(AreaField::ModuleId, 1);
-    image.Write(AreaField::Timestamp, 99);
+    image.Write(AreaField::kModuleId, 1);
+    image.Write(AreaField::kTimestamp, 99);
     for (auto _ : state) {
         benchmark::DoNotOptimize(area.channel.GetBroadcast(kServerPlugIn));
     }

@@ -25,10 +25,10 @@ using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kRecordSize = 1024;
 
-class CHost final : public Kyr::Connectors::Common::ILogger,
-                    public Kyr::Common::Module::IMessagePublisher,
-                    public Kyr::Common::Database::IKeyValueAccessMapper,
-                    public Kyr::Common::Database::IOvRemediationActionsMapper {
+class CCollectionHost final : public Kyr::Connectors::Common::ILogger,
+                              public Kyr::Common::Module::IMessagePublisher,
+                              public Kyr::Common::Database::IKeyValueAccessMapper,
+                              public Kyr::Common::Database::IOvRemediationActionsMapper {
   public:
     CLogLine GetLog(int level) override { return {log_, level, "bench"}; }
     void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override {
@@ -100,7 +100,7 @@ void ParseAlone(benchmark::State& state, const Protobuf& source) {
 
 /// Runs the replies through `receiver`; all of the records must arrive.
 void Receive(benchmark::State& state, Kyr::Connectors::Common::IBufferReceiver& receiver,
-             const CHost& host, const Bytes& reply) {
+             const CCollectionHost& host, const Bytes& reply) {
     for (auto _ : state) {
         receiver.OnBufferReceived(reply);
     }
@@ -115,7 +115,7 @@ void ParseRecords(benchmark::State& state) {
 }
 
 void EcsBatch(benchmark::State& state) {
-    const auto host = boost::make_shared<CHost>();
+    const auto host = boost::make_shared<CCollectionHost>();
     Ov::CWinOvGetEcsIndicatorLogsTask::BufferReceiver receiver(
         host, {},
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),
@@ -138,7 +138,7 @@ void ParseActions(benchmark::State& state) {
 }
 
 void RemediationBatch(benchmark::State& state) {
-    const auto host = boost::make_shared<CHost>();
+    const auto host = boost::make_shared<CCollectionHost>();
     Ov::CWinOvGetRemediationTask::BufferReceiver receiver(
         host, host, {},
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),

@@ -41,7 +41,8 @@ class CQuietLogger final : public ILogger {
     const boost::shared_ptr<CSink> sink_ = boost::make_shared<CSink>();
 };
 
-class CHost final : public Kyr::Common::Module::IMessagePublisher, public IInstanceUUIDProvider {
+class CTasksHost final : public Kyr::Common::Module::IMessagePublisher,
+                         public IInstanceUUIDProvider {
   public:
     void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override {
         benchmark::DoNotOptimize(message.get());
@@ -72,7 +73,7 @@ class CChannel final : public IChannel {
 
 struct Setting {
     boost::shared_ptr<ILogger> logger = boost::make_shared<CQuietLogger>();
-    boost::shared_ptr<CHost> host = boost::make_shared<CHost>();
+    boost::shared_ptr<CTasksHost> host = boost::make_shared<CTasksHost>();
     boost::shared_ptr<IChannelMessageFactory> factory =
         boost::make_shared<Kelcomm::Messages::CKelcommMessageFactory>();
     boost::shared_ptr<CChannel> channel = boost::make_shared<CChannel>();

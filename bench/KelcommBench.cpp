@@ -34,15 +34,15 @@ Bytes Header(std::uint32_t status) {
 }
 
 /// Answers with the bytes, or with status 5 when the request offers less room.
-class CProduct {
+class CReplyingProduct {
   public:
-    CProduct(std::size_t capacityField, Bytes bytes)
+    CReplyingProduct(std::size_t capacityField, Bytes bytes)
         : capacityField_(capacityField), bytes_(std::move(bytes)), tooSmall_(Header(5)) {}
-    CReply operator()(const std::uint8_t* request) const {
+    PortReply operator()(const std::uint8_t* request) const {
         const auto capacity = Kyr::Base::LoadLittleEndian<std::uint32_t>(request + capacityField_);
         const Bytes& bytes = bytes_.size() <= capacity ? bytes_ : tooSmall_;
         const std::size_t size = capacity == 0 ? 0 : bytes.size();
-        CReply reply = {{}, sizeof reply.head, bytes.data(), size};
+        PortReply reply = {{}, sizeof reply.head, bytes.data(), size};
         StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(size));
         return reply;
     }
@@ -53,7 +53,7 @@ class CProduct {
     const Bytes tooSmall_;
 };
 
-struct CAlpc {
+struct AlpcTraits {
     static std::unique_ptr<IKelcommClient> Client() {
         auto client = std::make_unique<CKelcommAlpcClient>();
         client->Initialize(kKelcommClientId, kKelcommServerId, kKelcommNoOptions);
@@ -61,15 +61,15 @@ struct CAlpc {
     }
     static void Serve(const Bytes& bytes, int ready) {
         ServeAlpc(AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
-                  CProduct(Alpc::kReplyCapacity, bytes), ready);
+                  CReplyingProduct(Alpc::kReplyCapacity, bytes), ready);
     }
 };
 
-struct CLpc {
+struct LpcTraits {
     static std::unique_ptr<IKelcommClient> Client() { return CreateKelcommClientNt(); }
     static void Serve(const Bytes& bytes, int ready) {
         ServeLpc(LpcPortName(kKelcommClientId, kKelcommServerId).data(),
-                 CProduct(CKelcommStructsNt<std::uintptr_t>::kReplyCapacity, bytes), ready);
+                 CReplyingProduct(CKelcommStructsNt<std::uintptr_t>::kReplyCapacity, bytes), ready);
     }
 };
 
@@ -154,11 +154,11 @@ void Register(const char* name, Function function) {
 
 int main(int argc, char** argv) {
     RegisterFloor();
-    Register("AlpcClient", Client<CAlpc>);
-    Register("LpcClient", Client<CLpc>);
-    Register("AlpcChannel", Channel<CAlpc>);
-    Register("LpcChannel", Channel<CLpc>);
-    Register("AlpcAgentChannel", AgentChannel<CAlpc>);
-    Register("LpcAgentChannel", AgentChannel<CLpc>);
+    Register("AlpcClient", Client<AlpcTraits>);
+    Register("LpcClient", Client<LpcTraits>);
+    Register("AlpcChannel", Channel<AlpcTraits>);
+    Register("LpcChannel", Channel<LpcTraits>);
+    Register("AlpcAgentChannel", AgentChannel<AlpcTraits>);
+    Register("LpcAgentChannel", AgentChannel<LpcTraits>);
     return Run(argc, argv);
 }

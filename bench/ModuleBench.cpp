@@ -64,7 +64,7 @@ void ServeProduct(int ready) {
         [](const std::uint8_t* request) {
             const bool ping =
                 Kyr::Base::LoadLittleEndian<std::uint32_t>(request + Alpc::kReplyCapacity) == 0;
-            CReply reply = {{}, sizeof reply.head, accepted.data(), ping ? 0 : accepted.size()};
+            PortReply reply = {{}, sizeof reply.head, accepted.data(), ping ? 0 : accepted.size()};
             Kyr::Base::StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(reply.size));
             return reply;
         },
@@ -77,7 +77,7 @@ class CRunningModule {
     explicit CRunningModule(const std::string& line)
         : lines(boost::make_shared<CLineCounter>(line)) {
         host.Set(3, lines);
-        CModuleSystem system;
+        ModuleSystem system;
         system.productBuild = boost::make_shared<CInstalled>();
         module = std::make_unique<COvAgentConnectorModule>(system);
         module->Initialize(host);

@@ -48,8 +48,8 @@ void ServePackets(int socket, std::size_t size) {
 }
 
 /// The counted name and the attributes that a port is created with.
-struct CPortName {
-    explicit CPortName(const std::u16string& text) {
+struct PortName {
+    explicit PortName(const std::u16string& text) {
         RtlInitUnicodeString(&name, text.c_str());
         attributes = {sizeof attributes, nullptr, &name, 0, nullptr, nullptr};
     }
@@ -70,7 +70,7 @@ std::uint16_t KindOf(const std::uint8_t* message) {
 }
 
 /// Turns the request into its reply, with the bytes inside when `inside` is set.
-void PutReply(std::uint8_t* message, std::size_t header, const CReply& reply, bool inside) {
+void PutReply(std::uint8_t* message, std::size_t header, const PortReply& reply, bool inside) {
     std::memcpy(message + header, reply.head, reply.headSize);
     if (inside && reply.size != 0) {
         std::memcpy(message + header + reply.headSize, reply.bytes, reply.size);
@@ -78,13 +78,13 @@ void PutReply(std::uint8_t* message, std::size_t header, const CReply& reply, bo
     PutLengths(message, header, reply.headSize + (inside ? reply.size : 0));
 }
 
-struct CViewAttributes {
+struct ViewAttributes {
     AlpcMessageAttributes head = {kAlpcMessageViewAttribute, kAlpcMessageViewAttribute};
     AlpcDataViewAttr view = {};
 };
 
-void ReplyWithView(Handle port, Handle client, std::uint8_t* message, const CReply& reply) {
-    CViewAttributes sent;
+void ReplyWithView(Handle port, Handle client, std::uint8_t* message, const PortReply& reply) {
+    ViewAttributes sent;
     std::size_t actual = 0;
     Require(NtAlpcCreatePortSection(client, kAlpcPortSectionSecure, nullptr, reply.size,
                                     &sent.view.SectionHandle, &actual) == 0,
@@ -179,7 +179,7 @@ void Measure(benchmark::State& state, const CServerProcess& server,
 
 void ServeLpc(const std::u16string& name, const Answer& answer, int ready) {
     constexpr std::size_t kHeader = LpcLayout::kHeaderSize;
-    CPortName portName(name);
+    PortName portName(name);
     Handle port = nullptr;
     Require(NtCreatePort(&port, &portName.attributes, 260, LpcLayout::kMaxMessage, 0) == 0,
             "create");
@@ -194,7 +194,7 @@ void ServeLpc(const std::u16string& name, const Answer& answer, int ready) {
                     "accept");
             Require(NtCompleteConnectPort(client) == 0, "complete");
         } else if (KindOf(message) == kLpcRequest) {
-            const CReply reply = answer(message);
+            const PortReply reply = answer(message);
             const bool inside = reply.headSize + reply.size <= LpcLayout::kMaxMessage - kHeader;
             Require(inside ||
                         NtWriteRequestData(port, message, 1, const_cast<std::uint8_t*>(reply.bytes),
@@ -210,7 +210,7 @@ void ServeLpc(const std::u16string& name, const Answer& answer, int ready) {
 
 void ServeAlpc(const std::u16string& name, const Answer& answer, int ready) {
     constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
-    CPortName portName(name);
+    PortName portName(name);
     Handle port = nullptr;
     Require(NtAlpcCreatePort(&port, &portName.attributes, nullptr) == 0, "create");
     CServerProcess::Ready(ready);
@@ -227,7 +227,7 @@ void ServeAlpc(const std::u16string& name, const Answer& answer, int ready) {
                                             message.data(), nullptr, 1) == 0,
                     "accept");
         } else if (KindOf(message.data()) == kLpcRequest) {
-            const CReply reply = answer(message.data());
+            const PortReply reply = answer(message.data());
             const bool inside = reply.headSize + reply.size <= kLargestInline;
             PutReply(message.data(), kHeader, reply, inside);
             if (inside) {

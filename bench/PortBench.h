@@ -70,13 +70,13 @@ void Measure(benchmark::State& state, const CServerProcess& server,
 
 /// What a server answers: `head` and, behind it, the bytes: in the message when they fit, else the
 /// way that the port offers for long ones.
-struct CReply {
+struct PortReply {
     std::uint8_t head[8];
     std::size_t headSize;
     const std::uint8_t* bytes;
     std::size_t size;
 };
-using Answer = std::function<CReply(const std::uint8_t* request)>;
+using Answer = std::function<PortReply(const std::uint8_t* request)>;
 
 // Serve one client after the other; they do not return. Bytes too long for a message: data entry 1
 // on a legacy port, a view on an advanced one.

@@ -15,7 +15,7 @@ const std::u16string kName = u"\\BaseNamedObjects\\Bench";
 
 /// Answers every request with so many bytes.
 Answer Always(const std::vector<std::uint8_t>& bytes) {
-    return [&bytes](const std::uint8_t*) { return CReply{{}, 0, bytes.data(), bytes.size()}; };
+    return [&bytes](const std::uint8_t*) { return PortReply{{}, 0, bytes.data(), bytes.size()}; };
 }
 
 void PutLengths(std::uint8_t* message, std::size_t header, std::size_t data) {
@@ -66,7 +66,7 @@ void LegacyPort(benchmark::State& state) {
     CloseHandle(port);
 }
 
-struct CViewAttributes {
+struct ViewAttributes {
     AlpcMessageAttributes head = {kAlpcMessageViewAttribute, 0};
     AlpcDataViewAttr view = {};
 };
@@ -88,7 +88,7 @@ void AdvancedPort(benchmark::State& state) {
     std::uint8_t request[kHeader + kRequestSize] = {};
     PutLengths(request, kHeader, kRequestSize);
     Measure(state, server, [&] {
-        CViewAttributes received;
+        ViewAttributes received;
         std::size_t length = reply.size();
         Require(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request, nullptr, reply.data(),
                                           &length, &received.head, nullptr) == 0,

@@ -16,9 +16,9 @@ namespace Kyr::Connectors::Common {
 using Kyr::Common::Kernel::MessageType;
 
 /// The module's virtual operations, in the hands of the task thread.
-class CConnectorModule::Connection final : public IProductConnection {
+class CConnectorModule::CConnection final : public IProductConnection {
   public:
-    explicit Connection(CConnectorModule& module) : module_(module) {}
+    explicit CConnection(CConnectorModule& module) : module_(module) {}
 
     bool Connect() override { return module_.Connect(); }
     bool Reconnect() override { return module_.Reconnect(); }
@@ -34,7 +34,7 @@ class CConnectorModule::Connection final : public IProductConnection {
 CConnectorModule::CConnectorModule(boost::shared_ptr<Base::IClock> clock)
     : clock_(std::move(clock)),
       connectorProductId_(Kyr::Common::Catalogue::Product::kOvAgentInLogs),
-      connection_(std::make_unique<Connection>(*this)) {}
+      connection_(std::make_unique<CConnection>(*this)) {}
 
 CConnectorModule::~CConnectorModule() {
     // Too late for a thread that is alive, which needs the derived class; the last resort for a

@@ -104,7 +104,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     std::int64_t reconnectDelayMs = kReconnectDelayMs;
 
   private:
-    class Connection;
+    class CConnection;
 
     void JoinThreads();
 
@@ -114,7 +114,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
 
     // Constant after Initialize.
     bool active_ = false;
-    const std::unique_ptr<Connection> connection_;
+    const std::unique_ptr<CConnection> connection_;
     std::unique_ptr<CTaskRunner> tasks_;  // of an active module
     boost::shared_ptr<Kyr::Common::Kernel::INetworkGrpcResource> networkGrpc_;
 

@@ -106,7 +106,7 @@ void CMessageProcessorThreadHolder::State::ProcessMessages() {
         } catch (const std::exception& error) {
             logger.GetLog(4) << error.what();
         } catch (...) {
-            // Ending here would leave the queue without a taker: it is not idle.
+            // Ending here would leave the queue without a consumer: it is not idle.
             logger.GetLog(4) << "Message processing failed with an unknown exception";
         }
     }

@@ -8,7 +8,7 @@ namespace {
 
 using Lock = Base::CLock;
 
-// The host family's choice: long enough to keep the taker through a burst of messages.
+// The host family's choice: long enough to keep the consumer through a burst of messages.
 constexpr std::chrono::seconds kIdleAfter(5);
 
 }  // namespace
@@ -64,9 +64,9 @@ void CSubscriber::VisitPendingMessages(MessageVisitor visitor) {
 
 bool CSubscriber::WaitForMessage(Message& message, Context& context) {
     Lock lock(mutex_);
-    // Stays set when the taker gives up: who wakes the queue later still finds it waiting.
+    // Stays set when the consumer gives up: who wakes the queue later still finds it waiting.
     waiting_ = true;
-    // A wake-up that found nobody, as the taker had left: it counts even if messages are queued
+    // A wake-up that found nobody, as the consumer had left: it counts even if messages are queued
     // now.
     if (ConsumeWake()) {
         return false;
@@ -104,12 +104,12 @@ bool CSubscriber::TryTakeMessage(Message& message, Context& context) {
 
 bool CSubscriber::Wake() {
     const Lock lock(mutex_);
-    // Busy: the taker cannot be made to leave between messages, or the rest would stay queued.
+    // Busy: the consumer cannot be made to leave between messages, or the rest would stay queued.
     if (!queue_.empty() || !waiting_) {
         return false;
     }
     if (idle_) {
-        // The taker has left already. The next push must not call for another one.
+        // The consumer has left already. The next push must not call for another one.
         idle_ = false;
     } else {
         wake_ = true;
@@ -123,7 +123,7 @@ void CSubscriber::Rearm() {
     if (!timed_) {
         return;
     }
-    // Messages that came while there was no taker have called nobody. They do now.
+    // Messages that came while there was no consumer have called nobody. They do now.
     idle_ = queue_.empty();
     if (idle_) {
         return;

@@ -27,11 +27,12 @@ class CSubscriber : public Kernel::ISubscriber {
     using Context = boost::shared_ptr<Kernel::IDeliveryContext>;
     using IdleEnded = boost::function<void()>;
 
-    /// A queue whose taker waits without limit.
+    /// A queue whose consumer waits without limit.
     explicit CSubscriber(std::string name,
                          boost::shared_ptr<Base::IClock> clock = Base::SystemClock());
-    /// A queue whose taker gives up after five seconds without a message; it counts as waiting from
-    /// the beginning. `idleEnded` is called when a message arrives after the taker has given up.
+    /// A queue whose consumer gives up after five seconds without a message; it counts as waiting
+    /// from the beginning. `idleEnded` is called when a message arrives after the consumer has
+    /// given up.
     CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock, IdleEnded idleEnded);
     ~CSubscriber() override;
 
@@ -43,17 +44,17 @@ class CSubscriber : public Kernel::ISubscriber {
     /// boost::bad_function_call as soon as a message is there to be visited.
     void VisitPendingMessages(MessageVisitor visitor) override;
 
-    /// Blocks until there is a message, and takes it. False: the taker is to give up, because it
+    /// Blocks until there is a message, and takes it. False: the consumer is to give up, because it
     /// was woken or, on a timed queue, because nothing came for five seconds.
     bool WaitForMessage(Message& message, Context& context);
     /// Takes the first message without waiting. False: the queue is empty.
     bool TryTakeMessage(Message& message, Context& context);
-    /// Makes the taker that waits on the empty queue give up. False: messages are queued, or the
-    /// taker is busy with one; nothing has changed then.
+    /// Makes the consumer that waits on the empty queue give up. False: messages are queued, or the
+    /// consumer is busy with one; nothing has changed then.
     bool Wake();
 
     /// Declares a timed queue idle, so that the next message calls the idle callback; calls it at
-    /// once when messages are queued already. REQUIRES: the queue has no taker.
+    /// once when messages are queued already. REQUIRES: the queue has no consumer.
     void Rearm();
     /// Drops the idle callback. A push that has copied it already may still call it.
     void Detach();
@@ -75,11 +76,11 @@ class CSubscriber : public Kernel::ISubscriber {
     mutable Base::CMutex mutex_;
     Base::CCondition available_;
     std::list<std::pair<Message, Context>> queue_ KYR_GUARDED_BY(mutex_);
-    // What the flags say of the taker:
+    // What the flags say of the consumer:
     //   waiting  wake  idle
     //   no       no    no    busy with a message, or has not come yet
     //   yes      no    no    waits, is about to find a message, or left because it was woken; a
-    //                        timed queue begins so, although its taker does not exist yet
+    //                        timed queue begins so, although its consumer does not exist yet
     //   yes      yes   no    was woken and has not noticed; if it has left already, the next one
     //                        leaves as soon as it comes
     //   yes      no    yes   timed queues: left after five seconds of silence, or Rearm said

@@ -33,7 +33,7 @@ void Require(bool condition) {
 
 void ReadPayload(const Bytes& payload) {
     static const InnerCommandGroup agentUuid = AgentUuidCommands([](const Kyr::Lab::CLine&) {});
-    CAction action;
+    InnerAction action;
     action.inner = DecodeInnerRequest(payload);
     // Whatever command the header names: the bodies of all of them are worth a look.
     Try([&] { ParseXmlRequest(action.inner.body); });
@@ -42,15 +42,15 @@ void ReadPayload(const Bytes& payload) {
 }
 
 void ReadAlpc(const Bytes& message) {
-    const CAlpcRequest request = DecodeAlpcRequest(message);
+    const AlpcRequest request = DecodeAlpcRequest(message);
     Require(request.payload.size() == (request.payloadInView ? 0 : request.requestLength));
     // To what was read, an answer can be given.
     Require(EncodeAlpcReply(message, 0, 1, {0}).size() == kAlpcHeaderSize + 9);
     ReadPayload(request.payload);
 }
 
-void ReadLpc(const CLpcLayout& layout, const Bytes& message) {
-    const CLpcRequest request = DecodeLpcRequest(layout, message);
+void ReadLpc(const LpcLayout& layout, const Bytes& message) {
+    const LpcRequest request = DecodeLpcRequest(layout, message);
     Require(request.isLarge || request.requestEntryLength + request.replyEntryLength == 0);
     Require(EncodeLpcReply(layout, message, 0, 1, {0}).size() == layout.headerSize + 9);
     ReadPayload(request.payload);

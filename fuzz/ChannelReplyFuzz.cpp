@@ -20,13 +20,13 @@
 namespace {
 
 using Kyr::Test::CFakeKelcommClient;
-using Kyr::Test::CKelcommScript;
+using Kyr::Test::KelcommScript;
 namespace Kelcomm = Kyr::Connectors::Common::Kelcomm;
 
 constexpr std::size_t kMostAnswers = 8;
 
-boost::shared_ptr<CKelcommScript> ReadScript(const std::uint8_t* data, std::size_t size) {
-    auto script = boost::make_shared<CKelcommScript>();
+boost::shared_ptr<KelcommScript> ReadScript(const std::uint8_t* data, std::size_t size) {
+    auto script = boost::make_shared<KelcommScript>();
     while (size >= 2 && script->requests.size() < kMostAnswers) {
         const std::uint32_t code = data[0];
         const std::size_t length = std::min<std::size_t>(data[1], size - 2);

@@ -44,7 +44,7 @@ const char* const kTexts[] = {"", "1", "0", "true", "+1", "-1", "184467440737095
 }
 
 /// What a product may answer, by the low bits: a good reply, refusals, broken replies, failures.
-Test::CKelcommScript::Answer MakeAnswer(std::uint8_t choice) {
+Test::KelcommScript::Answer MakeAnswer(std::uint8_t choice) {
     static const std::string kDocument = "<TULK><MESSAGE><RESPONSE></RESPONSE></MESSAGE></TULK>";
     const std::vector<unsigned char> document(kDocument.begin(), kDocument.end());
     const std::uint32_t size = static_cast<std::uint32_t>(document.size());
@@ -97,11 +97,11 @@ class CConversation::CBuild final : public IProductBuildReader {
     std::optional<std::int64_t> build = 5600;
 };
 
-struct CConversation::COperation {
+struct CConversation::Operation {
     void (CConversation::*run)(Argument);
 };
 
-const CConversation::COperation CConversation::kOperations[] = {
+const CConversation::Operation CConversation::kOperations[] = {
     {&CConversation::DeliverTask},     {&CConversation::DeliverTrigger},
     {&CConversation::DeliverStranger}, {&CConversation::AnswerOnce},
     {&CConversation::AnswerAlways},    {&CConversation::AnswerPings},
@@ -111,7 +111,7 @@ const CConversation::COperation CConversation::kOperations[] = {
 };
 
 CConversation::CConversation()
-    : product_(boost::make_shared<Test::CKelcommScript>()),
+    : product_(boost::make_shared<Test::KelcommScript>()),
       clock_(boost::make_shared<CTurnClock>([this] { return activity_.load(); })),
       build_(boost::make_shared<CBuild>()),
       host_(std::make_unique<Test::CFakeHost>()) {
@@ -136,7 +136,7 @@ void CConversation::Run(const std::uint8_t* data, std::size_t size) {
     if (size != 0 && data[0] == 0xFF) {
         build_->build.reset();  // a life without the product's registration
     }
-    CModuleSystem system;
+    ModuleSystem system;
     system.clock = clock_;
     system.productBuild = build_;
     system.makeChannel = [this] {
@@ -149,7 +149,7 @@ void CConversation::Run(const std::uint8_t* data, std::size_t size) {
     module_->Start();
     clock_->Settle();
     for (std::size_t place = 0; place + 1 < size && place / 2 < kMostOperations; place += 2) {
-        const COperation& operation = kOperations[data[place] % std::size(kOperations)];
+        const Operation& operation = kOperations[data[place] % std::size(kOperations)];
         (this->*operation.run)(data[place + 1]);
         clock_->Settle();
     }

@@ -47,10 +47,10 @@ class CConversation {
   private:
     class CBuild;
     class CLog;
-    struct COperation;
+    struct Operation;
     using Argument = std::uint8_t;
     using Module = Connectors::OvAgentConnector::COvAgentConnectorModule;
-    static const COperation kOperations[];
+    static const Operation kOperations[];
 
     void DeliverTask(Argument argument);
     void DeliverTrigger(Argument argument);
@@ -83,7 +83,7 @@ class CConversation {
     std::map<Common::Kernel::MessageType, std::uint64_t>
         deliveries_;  // guarded by deliveriesMutex_
 
-    const boost::shared_ptr<Test::CKelcommScript> product_;
+    const boost::shared_ptr<Test::KelcommScript> product_;
     const boost::shared_ptr<CTurnClock> clock_;
     const boost::shared_ptr<CBuild> build_;
     std::unique_ptr<Test::CFakeHost> host_;

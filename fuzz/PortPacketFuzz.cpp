@@ -30,15 +30,15 @@ unsigned Sum(const std::uint8_t* bytes, std::size_t size) {
 }
 
 /// What users of a checked packet rely on.
-void UsePacket(const CIncomingPacket& packet, const std::uint8_t* end) {
+void UsePacket(const IncomingPacket& packet, const std::uint8_t* end) {
     std::size_t inlineSize = 0;
-    std::size_t handles = packet.head.kind == EPacket::Fetch ? 1 : 0;
+    std::size_t handles = packet.head.kind == PacketKind::kFetch ? 1 : 0;
     if (packet.head.viewSlot != kNoSlot) {
         Require(packet.head.viewSlot < kMaxSlots);
         handles += packet.head.viewSlotSize != 0 ? 1 : 0;
     }
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
-        const CTransferRecord record = packet.Transfer(i);
+        const TransferRecord record = packet.Transfer(i);
         inlineSize += record.slot == kNoSlot ? record.size : 0;
         handles += record.slotSize != 0 ? 1 : 0;
     }
@@ -56,8 +56,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (size < 1 || size - 1 > kMaxPacket) {
         return 0;
     }
-    static const std::unique_ptr<CPacketBuffer> buffer(new CPacketBuffer);
-    CIncomingPacket packet;
+    static const std::unique_ptr<PacketBuffer> buffer(new PacketBuffer);
+    IncomingPacket packet;
     packet.handleCount = std::min<std::size_t>(data[0], kMaxHandles);
     std::copy(data + 1, data + size, buffer->bytes.begin());
     if (ParsePacket(*buffer, size - 1, packet)) {

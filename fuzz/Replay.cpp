@@ -22,7 +22,7 @@ constexpr std::array<std::uint8_t, 3> kFlips = {0x01, 0x80, 0xFF};
 
 class CReplay {
   public:
-    CReplay(const CSeed& seed, const Target& target, const Trace& trace)
+    CReplay(const Seed& seed, const Target& target, const Trace& trace)
         : seed_(seed), target_(target), trace_(trace) {}
 
     std::size_t Run() {
@@ -75,7 +75,7 @@ class CReplay {
         }
     }
 
-    const CSeed& seed_;
+    const Seed& seed_;
     const Target& target_;
     const Trace& trace_;
     std::size_t inputs_ = 0;
@@ -91,8 +91,8 @@ Bytes ReadFile(const std::filesystem::path& path) {
 
 }  // namespace
 
-std::vector<CSeed> ReadCorpus(const std::filesystem::path& folder) {
-    std::vector<CSeed> seeds;
+std::vector<Seed> ReadCorpus(const std::filesystem::path& folder) {
+    std::vector<Seed> seeds;
     for (const auto& entry : std::filesystem::directory_iterator(folder)) {
         const std::string name = entry.path().filename().string();
         if (entry.is_regular_file() && name.front() != '.') {
@@ -103,11 +103,11 @@ std::vector<CSeed> ReadCorpus(const std::filesystem::path& folder) {
         throw std::runtime_error("no seed in " + folder.string());
     }
     std::sort(seeds.begin(), seeds.end(),
-              [](const CSeed& left, const CSeed& right) { return left.name < right.name; });
+              [](const Seed& left, const Seed& right) { return left.name < right.name; });
     return seeds;
 }
 
-std::size_t ReplaySeed(const CSeed& seed, const Target& target, const Trace& trace) {
+std::size_t ReplaySeed(const Seed& seed, const Target& target, const Trace& trace) {
     return CReplay(seed, target, trace).Run();
 }
 

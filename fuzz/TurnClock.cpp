@@ -56,7 +56,7 @@ bool Sleeps(pid_t thread) {
 
 }  // namespace
 
-struct CTurnClock::CParticipant {
+struct CTurnClock::Participant {
     pid_t thread = ::gettid();
     bool waiting = false;
     bool turn = false;
@@ -147,7 +147,7 @@ void CTurnClock::Yield(std::optional<Milliseconds> deadline) {
     self->waiting = false;
 }
 
-std::shared_ptr<CTurnClock::CParticipant> CTurnClock::Self() {
+std::shared_ptr<CTurnClock::Participant> CTurnClock::Self() {
     Lock lock(mutex_);
     const pid_t thread = ::gettid();
     for (const auto& participant : participants_) {
@@ -155,7 +155,7 @@ std::shared_ptr<CTurnClock::CParticipant> CTurnClock::Self() {
             return participant;
         }
     }
-    const auto self = std::make_shared<CParticipant>();
+    const auto self = std::make_shared<Participant>();
     participants_.push_back(self);
     ++comings_;
     lock.Unlock();
@@ -195,7 +195,7 @@ bool CTurnClock::OneRound() {
     return somebodyLeft || comings_ != comings || activity_() != activity;
 }
 
-bool CTurnClock::GiveTurn(const std::shared_ptr<CParticipant>& participant) {
+bool CTurnClock::GiveTurn(const std::shared_ptr<Participant>& participant) {
     Lock lock(mutex_);
     if (!participant->waiting) {
         return false;  // ended, or waits outside
@@ -246,7 +246,7 @@ bool CTurnClock::IsAtRest() const {
     return true;
 }
 
-std::vector<std::shared_ptr<CTurnClock::CParticipant>> CTurnClock::Participants() const {
+std::vector<std::shared_ptr<CTurnClock::Participant>> CTurnClock::Participants() const {
     const Lock lock(mutex_);
     return participants_;
 }

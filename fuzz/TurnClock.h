@@ -60,20 +60,20 @@ class CTurnClock final : public Base::IClock {
     void Enter();
 
   private:
-    struct CParticipant;
+    struct Participant;
     using Lock = Base::CLock;
 
     /// Gives the caller's lock back for a turn of the others.
     void YieldWithout(Base::CLock& lock,
                       std::optional<Milliseconds> deadline) KYR_NO_THREAD_SAFETY_ANALYSIS;
     void Yield(std::optional<Milliseconds> deadline);
-    std::shared_ptr<CParticipant> Self();
+    std::shared_ptr<Participant> Self();
     bool OneRound();
     /// True when the thread, instead of waiting for the next turn, has left the clock.
-    bool GiveTurn(const std::shared_ptr<CParticipant>& participant);
+    bool GiveTurn(const std::shared_ptr<Participant>& participant);
     void AwaitRest();
     bool IsAtRest() const;
-    std::vector<std::shared_ptr<CParticipant>> Participants() const;
+    std::vector<std::shared_ptr<Participant>> Participants() const;
     bool IsKnown() const;
 
     const std::function<std::uint64_t()> activity_;
@@ -83,7 +83,7 @@ class CTurnClock final : public Base::IClock {
     mutable Base::CMutex mutex_;  // guards also what the pointers point to
     Base::CCondition changed_;
     /// In the order of their first waits.
-    std::vector<std::shared_ptr<CParticipant>> participants_ KYR_GUARDED_BY(mutex_);
+    std::vector<std::shared_ptr<Participant>> participants_ KYR_GUARDED_BY(mutex_);
     Milliseconds now_ KYR_GUARDED_BY(mutex_){0};
     std::uint64_t comings_ KYR_GUARDED_BY(mutex_) = 0;  // and goings
 };

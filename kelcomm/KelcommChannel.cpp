@@ -35,7 +35,7 @@ constexpr std::uint32_t kSuccessWithoutValue = 18;
 constexpr std::uint32_t kBroadcastOffsets[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
 constexpr std::uint32_t kServerBroadcast = 10;
 
-std::unique_ptr<IKelcommClient> CreateAlpcClient(const Native::CNativeFunctions& native) {
+std::unique_ptr<IKelcommClient> CreateAlpcClient(const Native::NativeFunctions& native) {
     auto client = std::make_unique<CKelcommAlpcClient>(native);
     if (client->Initialize(kKelcommClientId, kKelcommServerId, kKelcommNoOptions) !=
         kKelcommSuccess) {
@@ -90,7 +90,7 @@ ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
 }  // namespace
 
 CKelcommChannel::CKelcommChannel(std::uint32_t /*unused1*/, std::uint32_t /*unused2*/,
-                                 const Native::CNativeFunctions& native)
+                                 const Native::NativeFunctions& native)
     // Made in the order of the members: the preferred client first.
     : nonLegacyClient_(Required(CreateAlpcClient(native))),
       legacyClient_(Required(CreateKelcommClientNt(native))) {}

@@ -29,7 +29,7 @@ class CKelcommChannel {
     /// Makes and initialises both clients, the non-legacy one first; throws std::runtime_error when
     /// that fails. The two numbers have no meaning. `native` must outlive the channel.
     CKelcommChannel(std::uint32_t unused1, std::uint32_t unused2,
-                    const Native::CNativeFunctions& native = Native::SystemNativeFunctions());
+                    const Native::NativeFunctions& native = Native::SystemNativeFunctions());
     /// A channel over two initialised clients. A missing one answers everything with code 10.
     CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
                     std::unique_ptr<IKelcommClient> legacyClient);

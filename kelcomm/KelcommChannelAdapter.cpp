@@ -17,7 +17,7 @@ constexpr std::chrono::milliseconds kStartDelay{1000};
 }  // namespace
 
 CKelcommChannelAdapter::CKelcommChannelAdapter(std::uint32_t unused1, std::uint32_t unused2,
-                                               const Native::CNativeFunctions& native,
+                                               const Native::NativeFunctions& native,
                                                boost::shared_ptr<Base::IClock> clock)
     : CKelcommChannel(unused1, unused2, native), clock_(std::move(clock)) {}
 

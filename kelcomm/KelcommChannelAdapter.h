@@ -21,7 +21,7 @@ class CKelcommChannelAdapter : public IChannel, public CKelcommChannel {
   public:
     /// As the channel's; `native` must outlive the channel.
     CKelcommChannelAdapter(std::uint32_t unused1, std::uint32_t unused2,
-                           const Native::CNativeFunctions& native = Native::SystemNativeFunctions(),
+                           const Native::NativeFunctions& native = Native::SystemNativeFunctions(),
                            boost::shared_ptr<Base::IClock> clock = Base::SystemClock());
     CKelcommChannelAdapter(std::unique_ptr<IKelcommClient> nonLegacyClient,
                            std::unique_ptr<IKelcommClient> legacyClient,

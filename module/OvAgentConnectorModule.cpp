@@ -48,14 +48,14 @@ boost::shared_ptr<Interface> Borrowed(Interface* module) {
 
 }  // namespace
 
-CModuleSystem::CModuleSystem()
+ModuleSystem::ModuleSystem()
     : clock(Base::SystemClock()),
       productBuild(SystemProductBuildReader()),
       makeChannel([] { return boost::make_shared<COvAgentChannel>(0, 0); }) {}
 
-COvAgentConnectorModule::COvAgentConnectorModule() : COvAgentConnectorModule(CModuleSystem()) {}
+COvAgentConnectorModule::COvAgentConnectorModule() : COvAgentConnectorModule(ModuleSystem()) {}
 
-COvAgentConnectorModule::COvAgentConnectorModule(CModuleSystem system)
+COvAgentConnectorModule::COvAgentConnectorModule(ModuleSystem system)
     : CConnectorModule(system.clock), system_(std::move(system)) {}
 
 COvAgentConnectorModule::~COvAgentConnectorModule() {

@@ -31,9 +31,9 @@
 namespace Kyr::Connectors::OvAgentConnector {
 
 /// What the module takes from this computer.
-struct CModuleSystem {
+struct ModuleSystem {
     /// The real clock, product registration and channel.
-    CModuleSystem();
+    ModuleSystem();
 
     boost::shared_ptr<Base::IClock> clock;
     boost::shared_ptr<IProductBuildReader> productBuild;
@@ -44,7 +44,7 @@ struct CModuleSystem {
 class COvAgentConnectorModule : public Common::CConnectorModule {
   public:
     COvAgentConnectorModule();
-    explicit COvAgentConnectorModule(CModuleSystem system);
+    explicit COvAgentConnectorModule(ModuleSystem system);
     /// Ends the threads of a module that the host forgot to stop.
     ~COvAgentConnectorModule() override;
 
@@ -68,7 +68,7 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     void EndPeriodicThread();
     void PeriodicThread(std::optional<std::int64_t> productBuild);
 
-    const CModuleSystem system_;
+    const ModuleSystem system_;
 
     // Constant after Initialize. The mappers are the host's and must be there to be used.
     boost::shared_ptr<COvAgentChannel> channel_;  // the one that all tasks use

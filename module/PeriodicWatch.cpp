@@ -18,13 +18,13 @@ constexpr std::chrono::milliseconds kPause{5000};
 constexpr std::uint64_t kIterationsUntilResend = 720;  // about an hour
 
 /// A broadcast value whose change calls for a request, and how long the product gets to settle.
-struct CBroadcastRow {
+struct BroadcastRow {
     std::int32_t index;
     OvAgentRequestType request;
     int delaySeconds;
 };
 
-constexpr CBroadcastRow kBroadcasts[] = {
+constexpr BroadcastRow kBroadcasts[] = {
     {2, kProtectionStatus, 5},
     {8, kTaskStatus, 5},
 };
@@ -44,7 +44,7 @@ boost::shared_ptr<COvAgentRequest> MakeRequest(OvAgentRequestType type) {
 
 }  // namespace
 
-CPeriodicWatch::CPeriodicWatch(const CParts& parts, std::optional<std::int64_t> productBuild)
+CPeriodicWatch::CPeriodicWatch(const Parts& parts, std::optional<std::int64_t> productBuild)
     : parts_(parts), productBuild_(productBuild) {}
 
 // The thread ends by interruption: in the sleep, or here before the first look. Counting starts
@@ -84,7 +84,7 @@ void CPeriodicWatch::CheckBroadcasts(const Time& now) {
     try {
         // Reading a value also remembers it: a change is told once. If the second read fails, what
         // the first one found is in the list already.
-        for (const CBroadcastRow& row : kBroadcasts) {
+        for (const BroadcastRow& row : kBroadcasts) {
             if (parts_.channel.HasBroadcastChanged(row.index)) {
                 parts_.logger.GetLog(2) << "Received broadcast " << row.index;
                 pending_.push_back(

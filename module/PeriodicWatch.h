@@ -29,7 +29,7 @@ namespace Kyr::Connectors::OvAgentConnector {
 
 class CPeriodicWatch {
   public:
-    struct CParts {
+    struct Parts {
         COvAgentChannel& channel;
         Kyr::Common::Database::IKeyValueAccessMapper& keyValues;  // the policy's flags
         Kyr::Common::Module::IMessagePublisher& publisher;
@@ -38,7 +38,7 @@ class CPeriodicWatch {
     };
 
     /// `productBuild` decides which records the product can give.
-    CPeriodicWatch(const CParts& parts, std::optional<std::int64_t> productBuild);
+    CPeriodicWatch(const Parts& parts, std::optional<std::int64_t> productBuild);
 
     /// Watches until the thread is interrupted, at the latest within the five seconds of a sleep.
     /// Throws boost::thread_interrupted then; and what the publisher throws for a request that is
@@ -52,7 +52,7 @@ class CPeriodicWatch {
     using RequestType = Kyr::Common::Message::Connectors::OvAgentConnector::OvAgentRequestType;
     using Time = boost::posix_time::ptime;
 
-    struct CPendingRequest {
+    struct PendingRequest {
         Time due;
         Request request;
     };
@@ -68,9 +68,9 @@ class CPeriodicWatch {
     void TryToRequest(RequestType type, const char* failureText);
     void PublishRequest(RequestType type);
 
-    const CParts parts_;
+    const Parts parts_;
     const std::optional<std::int64_t> productBuild_;
-    std::list<CPendingRequest> pending_;  // in the order of their detection
+    std::list<PendingRequest> pending_;  // in the order of their detection
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

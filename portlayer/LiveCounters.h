@@ -9,7 +9,7 @@
 
 namespace Kyr::PortLayer {
 
-struct CLiveCounters {
+struct LiveCounters {
     std::int64_t ports = 0;          // connection, server and client port handles
     std::int64_t connections = 0;    // ends of connections, sockets included
     std::int64_t events = 0;         // event handles
@@ -29,6 +29,6 @@ struct CLiveCounters {
     std::string Text() const;
 };
 
-CLiveCounters ReadLiveCounters();
+LiveCounters ReadLiveCounters();
 
 }  // namespace Kyr::PortLayer

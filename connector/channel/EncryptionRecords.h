@@ -9,7 +9,7 @@
 
 namespace Kyr::Connectors::Common {
 
-struct CEncryptionPartition {
+struct EncryptionPartition {
     std::string deviceId;
     /// All zeros when the product gives none.
     Kyr::Common::DataDefinition::Common::Uuid guid;
@@ -21,40 +21,40 @@ struct CEncryptionPartition {
     std::int64_t size = 0;
 };
 
-struct CEncryptionDisk {
+struct EncryptionDisk {
     std::string deviceId;
     bool opalSupported = false;
     bool opalUsed = false;
     std::string partitioningScheme;
-    std::vector<CEncryptionPartition> partitions;
+    std::vector<EncryptionPartition> partitions;
 };
 
-struct CEncryptionStorageStatus {
+struct EncryptionStorageStatus {
     bool tpmUsed = false;
     std::string workstationId;
-    std::vector<CEncryptionDisk> disks;
+    std::vector<EncryptionDisk> disks;
 };
 
 /// The texts of all fields are the product's own.
-struct CEncryptionRecoveryPassword {
+struct EncryptionRecoveryPassword {
     std::string uid;
     std::string deviceId;
     std::string index;
 };
 
-struct CEncryptionRecoveryItem {
+struct EncryptionRecoveryItem {
     std::string uid;
     std::string deviceId;
     std::string data;
 };
 
-struct CEncryptionRecoveryData {
-    std::vector<CEncryptionRecoveryPassword> passwords;
-    std::vector<CEncryptionRecoveryItem> items;
+struct EncryptionRecoveryData {
+    std::vector<EncryptionRecoveryPassword> passwords;
+    std::vector<EncryptionRecoveryItem> items;
 };
 
 /// Which recovery data has been stored safely: the UIDs of both lists.
-struct CEncryptionRecoveryConfirmation {
+struct EncryptionRecoveryConfirmation {
     std::vector<std::string> passwordUids;
     std::vector<std::string> itemUids;
 };

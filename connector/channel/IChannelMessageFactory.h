@@ -48,7 +48,7 @@ class IChannelMessageFactory {
     virtual Message CreateGetEncryptionStorageStatusRequest() = 0;
     virtual Message CreateGetEncryptionStorageStatusResponse() = 0;
     virtual Message CreateConfirmEncryptionRecoveryDataRequest(
-        const CEncryptionRecoveryConfirmation& confirmation) = 0;
+        const EncryptionRecoveryConfirmation& confirmation) = 0;
     virtual Message CreateEnableFDEMaintenanceModeRequest(const MaintenanceTask& task) = 0;
     virtual Message CreateDisableFDEMaintenanceModeRequest(const Task& task) = 0;
 

@@ -40,7 +40,7 @@ class CGetTaskStatusResponse : public CChannelResponse {
 class CGetEncryptionStorageStatusResponse : public CChannelResponse {
   public:
     ~CGetEncryptionStorageStatusResponse() override;
-    virtual const CEncryptionStorageStatus& GetRecords() const = 0;
+    virtual const EncryptionStorageStatus& GetRecords() const = 0;
     /// The XML text as it came.
     virtual const std::string& GetRawContent() const = 0;
 };
@@ -48,7 +48,7 @@ class CGetEncryptionStorageStatusResponse : public CChannelResponse {
 class CGetEncryptionRecoveryDataResponse : public CChannelResponse {
   public:
     ~CGetEncryptionRecoveryDataResponse() override;
-    virtual const CEncryptionRecoveryData& GetRecoveryData() const = 0;
+    virtual const EncryptionRecoveryData& GetRecoveryData() const = 0;
 };
 
 }  // namespace Kyr::Connectors::Common

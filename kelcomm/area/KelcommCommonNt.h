@@ -29,7 +29,7 @@ class CKelcommCommonNt {
         std::uint32_t serverId;
     };
 
-    explicit CKelcommCommonNt(const Native::CNativeFunctions& native) : native_(native) {}
+    explicit CKelcommCommonNt(const Native::NativeFunctions& native) : native_(native) {}
     /// Closes the area.
     ~CKelcommCommonNt();
 
@@ -42,7 +42,7 @@ class CKelcommCommonNt {
     /// The next read opens the area anew. A reader that waits for the mutex meanwhile fails.
     void CloseArea();
 
-    const Native::CNativeFunctions& native_;
+    const Native::NativeFunctions& native_;
     Base::CMutex criticalSection_;  // guards the area below, and the port of the LPC client
 
   private:

@@ -11,10 +11,10 @@ class CGetEncryptionRecoveryDataResponse final : public Common::CGetEncryptionRe
   public:
     /// Appends to both lists.
     void Deserialize(const std::vector<unsigned char>& reply) override;
-    const CEncryptionRecoveryData& GetRecoveryData() const override { return recoveryData_; }
+    const EncryptionRecoveryData& GetRecoveryData() const override { return recoveryData_; }
 
   private:
-    CEncryptionRecoveryData recoveryData_;
+    EncryptionRecoveryData recoveryData_;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

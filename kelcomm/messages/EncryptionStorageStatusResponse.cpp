@@ -36,8 +36,8 @@ std::int64_t ReadInt64(const ptree& element, const char* name) {
     return boost::lexical_cast<std::int64_t>(text);
 }
 
-CEncryptionPartition ReadPartition(const ptree& element) {
-    CEncryptionPartition partition;
+EncryptionPartition ReadPartition(const ptree& element) {
+    EncryptionPartition partition;
     partition.deviceId = ReadAttribute(element, "DEVICE_ID");
     const std::string guid = ReadAttribute(element, "GUID");
     partition.guid.set_uuid(guid.empty() ? kNoGuid : guid);
@@ -51,8 +51,8 @@ CEncryptionPartition ReadPartition(const ptree& element) {
     return partition;
 }
 
-CEncryptionDisk ReadDisk(const ptree& element) {
-    CEncryptionDisk disk;
+EncryptionDisk ReadDisk(const ptree& element) {
+    EncryptionDisk disk;
     disk.deviceId = ReadAttribute(element, "DEVICE_ID");
     disk.opalSupported = ReadBool(element, "OPAL_SUPPORT");
     disk.opalUsed = ReadBool(element, "OPAL_USED");

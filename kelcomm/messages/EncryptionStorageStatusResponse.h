@@ -14,12 +14,12 @@ class CGetEncryptionStorageStatusResponse final
     /// Appends to the disks. A reply without payload leaves the held text as it is, and parses it
     /// again. A number that is none throws boost::bad_lexical_cast; the disks before it stay.
     void Deserialize(const std::vector<unsigned char>& reply) override;
-    const CEncryptionStorageStatus& GetRecords() const override { return status_; }
+    const EncryptionStorageStatus& GetRecords() const override { return status_; }
     const std::string& GetRawContent() const override { return rawContent_; }
 
   private:
     std::string rawContent_;
-    CEncryptionStorageStatus status_;
+    EncryptionStorageStatus status_;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

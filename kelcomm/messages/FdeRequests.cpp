@@ -82,7 +82,7 @@ std::vector<unsigned char> CGetEncryptionRecoveryDataRequest::Serialize() const 
 }
 
 CConfirmEncryptionRecoveryDataRequest::CConfirmEncryptionRecoveryDataRequest(
-    CEncryptionRecoveryConfirmation confirmation)
+    EncryptionRecoveryConfirmation confirmation)
     : confirmation_(std::move(confirmation)) {}
 
 std::vector<unsigned char> CConfirmEncryptionRecoveryDataRequest::Serialize() const {

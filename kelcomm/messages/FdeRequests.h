@@ -87,11 +87,11 @@ class CGetEncryptionRecoveryDataRequest final : public CChannelRequest {
 
 class CConfirmEncryptionRecoveryDataRequest final : public CChannelRequest {
   public:
-    explicit CConfirmEncryptionRecoveryDataRequest(CEncryptionRecoveryConfirmation confirmation);
+    explicit CConfirmEncryptionRecoveryDataRequest(EncryptionRecoveryConfirmation confirmation);
     std::vector<unsigned char> Serialize() const override;
 
   private:
-    const CEncryptionRecoveryConfirmation confirmation_;
+    const EncryptionRecoveryConfirmation confirmation_;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

@@ -101,7 +101,7 @@ IChannelMessageFactory::Message CKelcommMessageFactory::CreateGetEncryptionStora
 }
 
 IChannelMessageFactory::Message CKelcommMessageFactory::CreateConfirmEncryptionRecoveryDataRequest(
-    const CEncryptionRecoveryConfirmation& confirmation) {
+    const EncryptionRecoveryConfirmation& confirmation) {
     return boost::make_shared<CConfirmEncryptionRecoveryDataRequest>(confirmation);
 }
 

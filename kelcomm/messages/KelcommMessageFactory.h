@@ -25,7 +25,7 @@ class CKelcommMessageFactory final : public IChannelMessageFactory {
     Message CreateGetEncryptionStorageStatusRequest() override;
     Message CreateGetEncryptionStorageStatusResponse() override;
     Message CreateConfirmEncryptionRecoveryDataRequest(
-        const CEncryptionRecoveryConfirmation& confirmation) override;
+        const EncryptionRecoveryConfirmation& confirmation) override;
     Message CreateEnableFDEMaintenanceModeRequest(const MaintenanceTask& task) override;
     Message CreateDisableFDEMaintenanceModeRequest(const Task& task) override;
     Message CreateGetEcsIndicatorLogsRequest(std::uint64_t offset) override;

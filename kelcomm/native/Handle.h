@@ -24,16 +24,14 @@ namespace Kyr::Connectors::Common::Kelcomm::Native {
 struct HandleKind {
     using Value = NtApi::Handle;
     static constexpr Value kNone = nullptr;
-    static void Close(const CNativeFunctions& native, Value value) { native.CloseHandle(value); }
+    static void Close(const NativeFunctions& native, Value value) { native.CloseHandle(value); }
 };
 
 /// Views that MapViewOfFile has made. They hold the section open by themselves.
 struct ViewKind {
     using Value = const void*;
     static constexpr Value kNone = nullptr;
-    static void Close(const CNativeFunctions& native, Value value) {
-        native.UnmapViewOfFile(value);
-    }
+    static void Close(const NativeFunctions& native, Value value) { native.UnmapViewOfFile(value); }
 };
 
 template <typename Kind>
@@ -44,7 +42,7 @@ class COwned {
     /// Owns nothing, and needs a table before it can: assign an owner that has one.
     COwned() = default;
     /// Owns `value` from here on; its kind's kNone is nothing.
-    explicit COwned(const CNativeFunctions& native, Value value = Kind::kNone)
+    explicit COwned(const NativeFunctions& native, Value value = Kind::kNone)
         : native_(&native), value_(value) {}
     COwned(const COwned&) = delete;
     COwned& operator=(const COwned&) = delete;
@@ -79,7 +77,7 @@ class COwned {
     }
 
   private:
-    const CNativeFunctions* native_ = nullptr;
+    const NativeFunctions* native_ = nullptr;
     Value value_ = Kind::kNone;
 };
 

@@ -6,15 +6,15 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Native {
 
-const CNativeFunctions& SystemNativeFunctions() {
+const NativeFunctions& SystemNativeFunctions() {
     static std::once_flag once;
     // Without a destructor: threads may use it while the process ends.
-    static CNativeFunctions table;
+    static NativeFunctions table;
     std::call_once(once, [] { table = ResolveNativeFunctions(&FindNativeFunction); });
     return table;
 }
 
-CNativeFunctions FallbackNativeFunctions() {
+NativeFunctions FallbackNativeFunctions() {
     return ResolveNativeFunctions(
         [](NativeLibrary, const char*) -> GenericFunction { return nullptr; });
 }

@@ -11,7 +11,7 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Native {
 
-struct CNativeFunctions {
+struct NativeFunctions {
     // ntdll: legacy ports
     NtApi::NtConnectPortFn NtConnectPort;
     NtApi::NtRequestPortFn NtRequestPort;
@@ -65,9 +65,9 @@ struct CNativeFunctions {
 
 /// The table of this process, resolved on the first call and kept for the life of the process.
 /// Never call it from a library entry point or a static initialiser.
-const CNativeFunctions& SystemNativeFunctions();
+const NativeFunctions& SystemNativeFunctions();
 
 /// A table that holds nothing but fallbacks: what a system without any of the functions looks like.
-CNativeFunctions FallbackNativeFunctions();
+NativeFunctions FallbackNativeFunctions();
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Native

@@ -42,7 +42,7 @@ template <typename Slot>
 struct SlotType;
 
 template <typename Function>
-struct SlotType<Function CNativeFunctions::*> {
+struct SlotType<Function NativeFunctions::*> {
     using Type = Function;
 };
 
@@ -50,10 +50,10 @@ template <auto slot, Missing answer>
 constexpr NativeEntry Entry(NativeLibrary library, const char* name) {
     using Function = typename SlotType<decltype(slot)>::Type;
     return {library, name,
-            [](CNativeFunctions& table, GenericFunction function) {
+            [](NativeFunctions& table, GenericFunction function) {
                 table.*slot = reinterpret_cast<Function>(function);
             },
-            [](CNativeFunctions& table) { table.*slot = &Fallback<answer, Function>::Call; }};
+            [](NativeFunctions& table) { table.*slot = &Fallback<answer, Function>::Call; }};
 }
 
 template <auto slot>
@@ -77,7 +77,7 @@ constexpr NativeEntry Security(const char* name) {
     return Entry<slot, Missing::kZero>(NativeLibrary::kAdvapi32, name);
 }
 
-using F = CNativeFunctions;
+using F = NativeFunctions;
 
 constexpr NativeEntry kEntries[] = {
     Port<&F::NtConnectPort>("NtConnectPort"),
@@ -134,8 +134,8 @@ NativeTable AllNativeFunctions() {
     return {kEntries, sizeof(kEntries) / sizeof(kEntries[0])};
 }
 
-CNativeFunctions ResolveNativeFunctions(GenericFunction (*find)(NativeLibrary, const char*)) {
-    CNativeFunctions table{};
+NativeFunctions ResolveNativeFunctions(GenericFunction (*find)(NativeLibrary, const char*)) {
+    NativeFunctions table{};
     for (const NativeEntry& entry : kEntries) {
         if (const GenericFunction function = find(entry.library, entry.name)) {
             entry.store(table, function);

@@ -19,8 +19,8 @@ enum class NativeLibrary { kNtdll, kKernel32, kAdvapi32, kUser32 };
 struct NativeEntry {
     NativeLibrary library;
     const char* name;
-    void (*store)(CNativeFunctions& table, GenericFunction function);
-    void (*storeFallback)(CNativeFunctions& table);
+    void (*store)(NativeFunctions& table, GenericFunction function);
+    void (*storeFallback)(NativeFunctions& table);
 };
 
 struct NativeTable {
@@ -28,7 +28,7 @@ struct NativeTable {
     std::size_t count;
 };
 
-/// Every function, in the order of CNativeFunctions.
+/// Every function, in the order of NativeFunctions.
 NativeTable AllNativeFunctions();
 
 /// Looks one function up in this process; null when the system does not have it. Chosen by
@@ -36,6 +36,6 @@ NativeTable AllNativeFunctions();
 GenericFunction FindNativeFunction(NativeLibrary library, const char* name);
 
 /// The table that `find` gives, with fallbacks for everything that it does not know.
-CNativeFunctions ResolveNativeFunctions(GenericFunction (*find)(NativeLibrary, const char*));
+NativeFunctions ResolveNativeFunctions(GenericFunction (*find)(NativeLibrary, const char*));
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Native

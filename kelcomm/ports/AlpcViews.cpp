@@ -7,7 +7,7 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Alpc {
 
-bool CViewAttribute::Allocate(const Native::CNativeFunctions& native) {
+bool CViewAttribute::Allocate(const Native::NativeFunctions& native) {
     // The system is asked for the size first, which it tells by failing; any other answer comes
     // from a system without advanced ports. In less room than the structures used here need, they
     // would run past its end.

@@ -26,7 +26,7 @@ class CViewAttribute {
 
     /// Makes the buffer, without a view in it. The object's own memory is enough for that on the
     /// systems there are, since it is made for every request.
-    bool Allocate(const Native::CNativeFunctions& native);
+    bool Allocate(const Native::NativeFunctions& native);
 
     // REQUIRES, for all below: Allocate succeeded.
     NtApi::AlpcMessageAttributes* GetAttributes() { return attributes_; }
@@ -49,7 +49,7 @@ class CViewAttribute {
 /// The section and view of one long request, deleted with the object.
 class CSendView {
   public:
-    CSendView(const Native::CNativeFunctions& native, NtApi::Handle port)
+    CSendView(const Native::NativeFunctions& native, NtApi::Handle port)
         : native_(native), port_(port) {}
     CSendView(const CSendView&) = delete;
     CSendView& operator=(const CSendView&) = delete;
@@ -66,7 +66,7 @@ class CSendView {
   private:
     void Delete();
 
-    const Native::CNativeFunctions& native_;
+    const Native::NativeFunctions& native_;
     const NtApi::Handle port_;  // borrowed, must outlive the object: both are deleted through it
     CViewAttribute attribute_;
     NtApi::Handle section_ = nullptr;  // the port's own kind of handle, no CloseHandle ends it

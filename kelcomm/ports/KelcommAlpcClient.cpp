@@ -55,7 +55,7 @@ const std::uint8_t* FindReplyBytes(const std::uint8_t* message, const Alpc::Repl
 
 }  // namespace
 
-CKelcommAlpcClient::CKelcommAlpcClient(const Native::CNativeFunctions& native)
+CKelcommAlpcClient::CKelcommAlpcClient(const Native::NativeFunctions& native)
     : CKelcommCommonNt(native), lock_(native) {}
 
 CKelcommAlpcClient::~CKelcommAlpcClient() {

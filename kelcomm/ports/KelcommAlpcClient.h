@@ -26,7 +26,7 @@ class CViewAttribute;
 class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt {
   public:
     explicit CKelcommAlpcClient(
-        const Native::CNativeFunctions& native = Native::SystemNativeFunctions());
+        const Native::NativeFunctions& native = Native::SystemNativeFunctions());
     /// REQUIRES: no port is open, see Close.
     ~CKelcommAlpcClient() override;
 

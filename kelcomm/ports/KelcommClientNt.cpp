@@ -19,7 +19,7 @@ constexpr std::uint32_t kConnectionInfoSize = kKelcommMagicSize + 4;
 /// Replies shorter than result code and reply length are malformed.
 constexpr std::uint16_t kReplyHeadSize = 8;
 
-Native::CHandle OpenPort(const Native::CNativeFunctions& native, std::uint32_t clientId,
+Native::CHandle OpenPort(const Native::NativeFunctions& native, std::uint32_t clientId,
                          std::uint32_t serverId) {
     ObjectName nameText = LpcPortName(clientId, serverId);
     NtApi::UnicodeString name{};
@@ -47,7 +47,7 @@ Native::CHandle OpenPort(const Native::CNativeFunctions& native, std::uint32_t c
 }  // namespace
 
 template <typename T>
-CKelcommClientNt<T>::CKelcommClientNt(const Native::CNativeFunctions& native)
+CKelcommClientNt<T>::CKelcommClientNt(const Native::NativeFunctions& native)
     : CKelcommCommonNt(native) {}
 
 template <typename T>
@@ -225,7 +225,7 @@ std::uint32_t CKelcommClientNt<T>::ReadBroadcastValue(std::uint32_t offset, std:
 template class CKelcommClientNt<std::uint32_t>;
 template class CKelcommClientNt<std::uint64_t>;
 
-std::unique_ptr<IKelcommClient> CreateKelcommClientNt(const Native::CNativeFunctions& native) {
+std::unique_ptr<IKelcommClient> CreateKelcommClientNt(const Native::NativeFunctions& native) {
     // Legacy ports are not translated for a 32-bit process on a 64-bit system: it has to write the
     // structures of the kernel below. Everybody else writes the 32-bit ones, the protocol's own.
     NtApi::Bool isWow64 = 0;

@@ -23,7 +23,7 @@ class CKelcommClientNt final : public IKelcommClient,
                                public CKelcommStructsNt<T> {
   public:
     explicit CKelcommClientNt(
-        const Native::CNativeFunctions& native = Native::SystemNativeFunctions());
+        const Native::NativeFunctions& native = Native::SystemNativeFunctions());
     /// Closes whatever is open.
     ~CKelcommClientNt() override;
 
@@ -68,6 +68,6 @@ extern template class CKelcommClientNt<std::uint64_t>;
 /// A client for the structures that this process' legacy ports use, with the module's ids. Null
 /// when it cannot be made.
 std::unique_ptr<IKelcommClient> CreateKelcommClientNt(
-    const Native::CNativeFunctions& native = Native::SystemNativeFunctions());
+    const Native::NativeFunctions& native = Native::SystemNativeFunctions());
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

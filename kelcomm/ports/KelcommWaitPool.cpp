@@ -65,7 +65,7 @@ struct CKelcommWaitPool::Shared {
     /// What a new thread is given.
     using Parameter = std::pair<std::shared_ptr<Shared>, std::shared_ptr<Worker>>;
 
-    explicit Shared(const Native::CNativeFunctions& functions) : native(functions) {}
+    explicit Shared(const Native::NativeFunctions& functions) : native(functions) {}
 
     /// False when the thread cannot be started.
     static bool StartWorker(const std::shared_ptr<Shared>& shared) KYR_REQUIRES(shared->mutex);
@@ -78,7 +78,7 @@ struct CKelcommWaitPool::Shared {
     /// Returns when the job is finished.
     NtApi::NtStatus Await(Job& job);
 
-    const Native::CNativeFunctions& native;
+    const Native::NativeFunctions& native;
 
     Base::CMutex mutex;  // guards also jobs and workers
     /// Set while there is something to do for idle threads.
@@ -92,7 +92,7 @@ struct CKelcommWaitPool::Shared {
 namespace {
 
 /// Dispatches at most kMessagesPerWake queued messages of the calling thread.
-void DispatchMessages(const Native::CNativeFunctions& native) {
+void DispatchMessages(const Native::NativeFunctions& native) {
     NtApi::WindowMessage message{};
     // Limited, so that a flood of messages does not keep the caller from the reply that has come.
     for (int i = 0; i < kMessagesPerWake; ++i) {
@@ -105,7 +105,7 @@ void DispatchMessages(const Native::CNativeFunctions& native) {
 }
 
 /// Returns when the event is set, or when waiting for messages is not possible.
-void PumpUntil(const Native::CNativeFunctions& native, NtApi::Handle event) {
+void PumpUntil(const Native::NativeFunctions& native, NtApi::Handle event) {
     for (;;) {
         const std::uint32_t woken =
             native.MsgWaitForMultipleObjects(1, &event, 0, NtApi::kInfinite, kWakeMask);
@@ -220,7 +220,7 @@ CKelcommWaitPool::~CKelcommWaitPool() {
 }
 
 std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
-    const Native::CNativeFunctions& native) try {
+    const Native::NativeFunctions& native) try {
     auto shared = std::make_shared<Shared>(native);
     const Base::CLock lock(shared->mutex);
     shared->idleEvent = Native::CHandle(native, native.CreateEventW(nullptr, 1, 0, nullptr));
@@ -233,7 +233,7 @@ std::unique_ptr<CKelcommWaitPool> CKelcommWaitPool::Create(
 }
 
 NtApi::NtStatus CKelcommWaitPool::Exchange(NtApi::Handle port, void* request, void* reply) {
-    const Native::CNativeFunctions& native = shared_->native;
+    const Native::NativeFunctions& native = shared_->native;
     const Native::CHandle finishedEvent(native, native.CreateEventW(nullptr, 0, 0, nullptr));
     if (!finishedEvent) {
         return NtApi::kStatusUnsuccessful;
@@ -271,7 +271,7 @@ std::shared_ptr<CKelcommWaitPool::Job> CKelcommWaitPool::Submit(NtApi::Handle po
 }
 
 void CKelcommWaitPool::Close() {
-    const Native::CNativeFunctions& native = shared_->native;
+    const Native::NativeFunctions& native = shared_->native;
     std::vector<std::shared_ptr<Shared::Worker>> workers;
     std::deque<std::shared_ptr<Job>> abandoned;
     {

@@ -17,7 +17,7 @@ namespace Kyr::Connectors::Common::Kelcomm {
 class CKelcommWaitPool {
   public:
     /// Null when the pool's event cannot be made.
-    static std::unique_ptr<CKelcommWaitPool> Create(const Native::CNativeFunctions& native);
+    static std::unique_ptr<CKelcommWaitPool> Create(const Native::NativeFunctions& native);
     ~CKelcommWaitPool();
     CKelcommWaitPool(const CKelcommWaitPool&) = delete;
     CKelcommWaitPool& operator=(const CKelcommWaitPool&) = delete;

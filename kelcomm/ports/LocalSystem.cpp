@@ -16,7 +16,7 @@ constexpr std::uint32_t kLocalSystemRid = 18;
 /// Holds the 32-bit form of the answer with the longest identifier there is.
 constexpr std::uint32_t kTokenUserSize = 76;
 
-bool IsLocalSystem(const Native::CNativeFunctions& native, void* user) {
+bool IsLocalSystem(const Native::NativeFunctions& native, void* user) {
     void* localSystem = nullptr;
     if (native.AllocateAndInitializeSid(kNtAuthority, 1, kLocalSystemRid, 0, 0, 0, 0, 0, 0, 0,
                                         &localSystem) == 0) {
@@ -29,7 +29,7 @@ bool IsLocalSystem(const Native::CNativeFunctions& native, void* user) {
 
 }  // namespace
 
-bool RunsAsLocalSystem(const Native::CNativeFunctions& native) {
+bool RunsAsLocalSystem(const Native::NativeFunctions& native) {
     NtApi::Handle opened = nullptr;
     if (native.OpenProcessToken(native.GetCurrentProcess(), kTokenQuery, &opened) == 0) {
         return false;

@@ -11,7 +11,7 @@ namespace Kyr::Connectors::Common::Kelcomm {
 
 class KYR_CAPABILITY("slim lock") CSlimLock {
   public:
-    explicit CSlimLock(const Native::CNativeFunctions& native) : native_(native) {
+    explicit CSlimLock(const Native::NativeFunctions& native) : native_(native) {
         native_.RtlInitializeSRWLock(&word_);
     }
     CSlimLock(const CSlimLock&) = delete;
@@ -23,7 +23,7 @@ class KYR_CAPABILITY("slim lock") CSlimLock {
     void UnlockShared() KYR_RELEASE_SHARED() { native_.RtlReleaseSRWLockShared(&word_); }
 
   private:
-    const Native::CNativeFunctions& native_;
+    const Native::NativeFunctions& native_;
     void* word_ = nullptr;
 };
 

@@ -24,7 +24,7 @@ CArguments::CArguments(int argc, const char* const* argv) {
 
 bool CArguments::TakeFlag(const std::string& name) {
     bool given = false;
-    for (const COption& option : options_) {
+    for (const Option& option : options_) {
         if (option.name == name) {
             if (option.value) {
                 throw std::invalid_argument("--" + name + " takes no value");
@@ -33,15 +33,15 @@ bool CArguments::TakeFlag(const std::string& name) {
         }
     }
     options_.erase(std::remove_if(options_.begin(), options_.end(),
-                                  [&](const COption& option) { return option.name == name; }),
+                                  [&](const Option& option) { return option.name == name; }),
                    options_.end());
     return given;
 }
 
 std::vector<std::string> CArguments::TakeValues(const std::string& name) {
     std::vector<std::string> values;
-    std::vector<COption> others;
-    for (const COption& option : options_) {
+    std::vector<Option> others;
+    for (const Option& option : options_) {
         if (option.name != name) {
             others.push_back(option);
         } else if (!option.value) {

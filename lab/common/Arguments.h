@@ -34,12 +34,12 @@ class CArguments {
     void Finish() const;
 
   private:
-    struct COption {
+    struct Option {
         std::string name;
         std::optional<std::string> value;
     };
 
-    std::vector<COption> options_;
+    std::vector<Option> options_;
     std::vector<std::string> words_;
 };
 

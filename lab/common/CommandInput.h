@@ -15,9 +15,9 @@ namespace Kyr::Lab {
 
 class CCommandInput {
   public:
-    enum class Kind { Line, EndOfInput, Terminate, Woken };
+    enum class Kind { kLine, kEndOfInput, kTerminate, kWoken };
 
-    struct CEvent {
+    struct Event {
         Kind kind;
         std::string line;  // without its end of line
     };
@@ -28,13 +28,13 @@ class CCommandInput {
     CCommandInput& operator=(const CCommandInput&) = delete;
 
     /// Blocks until there is something to report. After EndOfInput no line can follow.
-    CEvent Next();
+    Event Next();
     /// Makes Next report Woken, once for all calls that it has not reported yet.
     void Wake();
 
   private:
-    struct CState;  // the platform's own
-    std::unique_ptr<CState> state_;
+    struct State;  // the platform's own
+    std::unique_ptr<State> state_;
 };
 
 /// True when standard output is a person's terminal.

@@ -11,14 +11,14 @@
 
 namespace Kyr::Lab {
 
-struct CCommandInput::CState {
+struct CCommandInput::State {
     int terminateFd;
     int wakeFd;
     CUnreadLines lines;
     bool endReported = false;
 };
 
-CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
+CCommandInput::CCommandInput() : state_(std::make_unique<State>()) {
     sigset_t signals;
     sigemptyset(&signals);
     sigaddset(&signals, SIGTERM);
@@ -38,13 +38,13 @@ CCommandInput::~CCommandInput() {
     close(state_->wakeFd);
 }
 
-CCommandInput::CEvent CCommandInput::Next() {
+CCommandInput::Event CCommandInput::Next() {
     CUnreadLines& lines = state_->lines;
     std::optional<std::string> line;
     while (!(line = lines.Take())) {
         if (lines.HasEnded() && !state_->endReported) {
             state_->endReported = true;
-            return {Kind::EndOfInput, {}};
+            return {Kind::kEndOfInput, {}};
         }
         pollfd waits[] = {{state_->terminateFd, POLLIN, 0},
                           {state_->wakeFd, POLLIN, 0},
@@ -54,13 +54,13 @@ CCommandInput::CEvent CCommandInput::Next() {
         }
         if (waits[0].revents != 0) {
             signalfd_siginfo taken;  // taken out, so that it does not stay pending
-            return read(state_->terminateFd, &taken, sizeof taken) > 0 ? CEvent{Kind::Terminate, {}}
+            return read(state_->terminateFd, &taken, sizeof taken) > 0 ? Event{Kind::kTerminate, {}}
                                                                        : Next();
         }
         if (waits[1].revents != 0) {
             eventfd_t calls;
             eventfd_read(state_->wakeFd, &calls);
-            return {Kind::Woken, {}};
+            return {Kind::kWoken, {}};
         }
         char block[4096];
         const ssize_t count = read(STDIN_FILENO, block, sizeof block);
@@ -70,7 +70,7 @@ CCommandInput::CEvent CCommandInput::Next() {
             lines.End();
         }
     }
-    return {Kind::Line, *line};
+    return {Kind::kLine, *line};
 }
 
 void CCommandInput::Wake() {

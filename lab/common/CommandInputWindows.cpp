@@ -26,13 +26,13 @@ void OnTerminate(int signal) {
 /// What the thread that reads hands to the one that asks. Both own it: a read from a pipe or a
 /// console cannot be waited for together with an event, nor surely be cancelled, so the reader may
 /// outlive the input.
-struct CReading {
+struct Reading {
     const HANDLE input = GetStdHandle(STD_INPUT_HANDLE);
     const HANDLE changed = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     std::mutex mutex;  // guards what follows
     CUnreadLines lines;
 
-    ~CReading() { CloseHandle(changed); }
+    ~Reading() { CloseHandle(changed); }
 
     void Run() {
         char block[4096];
@@ -50,15 +50,15 @@ struct CReading {
 
 }  // namespace
 
-struct CCommandInput::CState {
-    std::shared_ptr<CReading> reading = std::make_shared<CReading>();
+struct CCommandInput::State {
+    std::shared_ptr<Reading> reading = std::make_shared<Reading>();
     const HANDLE woken = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     bool endReported = false;
 
-    ~CState() { CloseHandle(woken); }
+    ~State() { CloseHandle(woken); }
 };
 
-CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
+CCommandInput::CCommandInput() : state_(std::make_unique<State>()) {
     if (terminateEvent == nullptr) {
         terminateEvent = CreateEventW(nullptr, FALSE, FALSE, nullptr);
     }
@@ -74,25 +74,25 @@ CCommandInput::CCommandInput() : state_(std::make_unique<CState>()) {
 
 CCommandInput::~CCommandInput() = default;
 
-CCommandInput::CEvent CCommandInput::Next() {
-    CReading& reading = *state_->reading;
+CCommandInput::Event CCommandInput::Next() {
+    Reading& reading = *state_->reading;
     while (true) {
         {
             const std::lock_guard<std::mutex> lock(reading.mutex);
             if (const auto line = reading.lines.Take()) {
-                return {Kind::Line, *line};
+                return {Kind::kLine, *line};
             }
             if (reading.lines.HasEnded() && !state_->endReported) {
                 state_->endReported = true;
-                return {Kind::EndOfInput, {}};
+                return {Kind::kEndOfInput, {}};
             }
         }
         const HANDLE waits[] = {terminateEvent, state_->woken, reading.changed};
         switch (WaitForMultipleObjects(3, waits, FALSE, INFINITE)) {
             case WAIT_OBJECT_0:
-                return {Kind::Terminate, {}};
+                return {Kind::kTerminate, {}};
             case WAIT_OBJECT_0 + 1:
-                return {Kind::Woken, {}};
+                return {Kind::kWoken, {}};
             default:
                 break;
         }

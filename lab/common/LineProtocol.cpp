@@ -109,7 +109,7 @@ std::string CLine::Text() const {
     return text;
 }
 
-CTimedLine ParseLine(std::string_view text) {
+TimedLine ParseLine(std::string_view text) {
     CLineScanner scanner(text);
     const std::string time(scanner.TakeWhile([](char byte) { return byte != ' '; }));
     if (!IsTime(time)) {
@@ -121,7 +121,7 @@ CTimedLine ParseLine(std::string_view text) {
     if (kind.empty()) {
         throw std::invalid_argument("kind expected");
     }
-    CTimedLine result{time, CLine(std::string(kind))};
+    TimedLine result{time, CLine(std::string(kind))};
     while (!scanner.AtEnd()) {
         scanner.Expect(' ');
         std::string key(scanner.TakeWhile(IsKeyByte));

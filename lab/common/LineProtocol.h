@@ -44,12 +44,12 @@ class CLine {
     std::vector<std::pair<std::string, std::string>> fields_;
 };
 
-struct CTimedLine {
+struct TimedLine {
     std::string time;
     CLine line;
 };
 
 /// Reads a line back, without its end of line.
-CTimedLine ParseLine(std::string_view text);
+TimedLine ParseLine(std::string_view text);
 
 }  // namespace Kyr::Lab

@@ -29,7 +29,7 @@ void Sleep(Microseconds duration) {
 /// One world and what may happen to it.
 class CRounds {
   public:
-    CRounds(const CCrashPlan& plan, const std::string& name, std::uint64_t seed)
+    CRounds(const CrashPlan& plan, const std::string& name, std::uint64_t seed)
         : world_(plan.programs, (boost::filesystem::path(plan.work) / name).string(), kBatch),
           random_(seed) {
         world_.StartAgent();
@@ -37,7 +37,7 @@ class CRounds {
 
     /// The host dies at each step of a collection of each kind. Some of the steps are between a
     /// batch and its offset; where no kill met one, nothing was shown.
-    void KillAtSteps(CCrashReport& report) {
+    void KillAtSteps(CrashReport& report) {
         for (const char* step : kSteps) {
             for (int kind = 1; kind <= 3; ++kind) {
                 world_.Append(Number(1, kMostAppended));
@@ -55,7 +55,7 @@ class CRounds {
         }
     }
 
-    void KillHostAtRandom(CCrashReport& report, int times) {
+    void KillHostAtRandom(CrashReport& report, int times) {
         for (int i = 0; i < times; ++i) {
             StartCollecting();
             Sleep(RandomMoment());
@@ -64,7 +64,7 @@ class CRounds {
         }
     }
 
-    void KillBothAtRandom(CCrashReport& report, int times) {
+    void KillBothAtRandom(CrashReport& report, int times) {
         for (int i = 0; i < times; ++i) {
             StartCollecting();
             Sleep(RandomMoment());
@@ -82,7 +82,7 @@ class CRounds {
     }
 
     /// The host lives through it: it waits, reconnects and goes on.
-    void KillAgentAtRandom(CCrashReport& report, int times) {
+    void KillAgentAtRandom(CrashReport& report, int times) {
         StartCollecting();
         for (int i = 0; i < times; ++i) {
             Sleep(RandomMoment());
@@ -98,13 +98,13 @@ class CRounds {
     }
 
     /// Lets everything come that is left, and counts.
-    void Settle(CCrashReport& report) {
+    void Settle(CrashReport& report) {
         world_.StartHost();
         world_.Drain(kDrain);
         world_.QuitBoth();
         for (std::size_t i = 0; i < report.rows.size(); ++i) {
-            const CLedger& ledger = world_.Ledger(i);
-            CCrashReport::CRow& row = report.rows[i];
+            const CRecordLedger& ledger = world_.Ledger(i);
+            CrashReport::Row& row = report.rows[i];
             row.sent = world_.HandedOut().Count(kKinds[i].name);
             row.stored = ledger.Stored();
             row.twice = ledger.Twice();
@@ -144,9 +144,9 @@ class CRounds {
 };
 
 /// Plays one world to its end; what goes wrong becomes a problem in its report.
-CCrashReport Play(const CCrashPlan& plan, const std::string& name, std::uint64_t seed,
-                  const std::function<void(CRounds&, CCrashReport&)>& kill) {
-    CCrashReport report;
+CrashReport Play(const CrashPlan& plan, const std::string& name, std::uint64_t seed,
+                 const std::function<void(CRounds&, CrashReport&)>& kill) {
+    CrashReport report;
     try {
         CRounds rounds(plan, name, seed);
         kill(rounds, report);
@@ -159,7 +159,7 @@ CCrashReport Play(const CCrashPlan& plan, const std::string& name, std::uint64_t
 
 }  // namespace
 
-void CCrashReport::Add(const CCrashReport& other) {
+void CrashReport::Add(const CrashReport& other) {
     for (std::size_t i = 0; i < rows.size(); ++i) {
         rows[i].sent += other.rows[i].sent;
         rows[i].stored += other.rows[i].stored;
@@ -174,32 +174,32 @@ void CCrashReport::Add(const CCrashReport& other) {
     problems.insert(problems.end(), other.problems.begin(), other.problems.end());
 }
 
-CCrashReport Run(const CCrashPlan& plan) {
-    std::array<CCrashReport, 4> reports;
+CrashReport Run(const CrashPlan& plan) {
+    std::array<CrashReport, 4> reports;
     boost::thread_group threads;
     const auto play = [&](std::size_t place, const char* name,
-                          std::function<void(CRounds&, CCrashReport&)> kill) {
+                          std::function<void(CRounds&, CrashReport&)> kill) {
         threads.create_thread([&plan, &reports, place, name, kill = std::move(kill)] {
             reports[place] = Play(plan, name, plan.seed + place, kill);
         });
     };
-    play(0, "steps", [&](CRounds& rounds, CCrashReport& report) {
+    play(0, "steps", [&](CRounds& rounds, CrashReport& report) {
         rounds.KillAtSteps(report);
         rounds.KillHostAtRandom(report, plan.randomKills - plan.randomKills / 2);
     });
-    play(1, "random", [&](CRounds& rounds, CCrashReport& report) {
+    play(1, "random", [&](CRounds& rounds, CrashReport& report) {
         rounds.KillHostAtRandom(report, plan.randomKills / 2);
         rounds.KillBothAtRandom(report, plan.bothKills);
     });
-    play(2, "agent-1", [&](CRounds& rounds, CCrashReport& report) {
+    play(2, "agent-1", [&](CRounds& rounds, CrashReport& report) {
         rounds.KillAgentAtRandom(report, plan.agentKills - plan.agentKills / 2);
     });
-    play(3, "agent-2", [&](CRounds& rounds, CCrashReport& report) {
+    play(3, "agent-2", [&](CRounds& rounds, CrashReport& report) {
         rounds.KillAgentAtRandom(report, plan.agentKills / 2);
     });
     threads.join_all();
-    CCrashReport all;
-    for (const CCrashReport& report : reports) {
+    CrashReport all;
+    for (const CrashReport& report : reports) {
         all.Add(report);
     }
     return all;

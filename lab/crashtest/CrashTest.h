@@ -13,8 +13,8 @@
 
 namespace Kyr::Lab::CrashTest {
 
-struct CCrashPlan {
-    CPrograms programs;
+struct CrashPlan {
+    Programs programs;
     std::string work;
     std::uint64_t seed = 1;
     int randomKills = 200;  // of the host, at random moments
@@ -23,8 +23,8 @@ struct CCrashPlan {
 };
 
 /// What happened in one world, or in several.
-struct CCrashReport {
-    struct CRow {
+struct CrashReport {
+    struct Row {
         std::uint64_t sent = 0;
         std::uint64_t stored = 0;
         std::uint64_t twice = 0;
@@ -32,16 +32,16 @@ struct CCrashReport {
         std::uint64_t inFlight = 0;  // kills between a batch and its offset
     };
 
-    std::array<CRow, 3> rows;  // in the order of kKinds
+    std::array<Row, 3> rows;  // in the order of kKinds
     int stepKills = 0;
     int randomKills = 0;
     int bothKills = 0;
     int agentKills = 0;
     std::vector<std::string> problems;
 
-    void Add(const CCrashReport& other);
+    void Add(const CrashReport& other);
 };
 
-CCrashReport Run(const CCrashPlan& plan);
+CrashReport Run(const CrashPlan& plan);
 
 }  // namespace Kyr::Lab::CrashTest

@@ -9,7 +9,7 @@ using DevHost::CDatabase;
 using DevHost::CSqliteConnection;
 using DevHost::CSqliteStatement;
 
-const CKind kKinds[3] = {
+const RecordSource kKinds[3] = {
     {"indicator", "3", "XDR_OFFSET",
      "SELECT number, record FROM mined_records WHERE type = '76' AND number > CAST(? AS INTEGER) "
      "ORDER BY number",
@@ -24,7 +24,7 @@ const CKind kKinds[3] = {
      true},
 };
 
-std::vector<std::uint64_t> CStoreReader::NewNumbers(const CKind& kind) {
+std::vector<std::uint64_t> CStoreReader::NewNumbers(const RecordSource& kind) {
     const CDatabase tables(path_);  // a host that was killed early had not made them yet
     CSqliteConnection connection(path_);
     CSqliteStatement select(connection, kind.query);
@@ -41,7 +41,7 @@ std::vector<std::uint64_t> CStoreReader::NewNumbers(const CKind& kind) {
     return numbers;
 }
 
-std::uint64_t CStoreReader::Offset(const CKind& kind) const {
+std::uint64_t CStoreReader::Offset(const RecordSource& kind) const {
     const std::string text = CDatabase(path_).KeyValues().GetValue(kind.offsetKey);
     return text.empty() ? 0 : ParseNumber(text);
 }

@@ -14,14 +14,14 @@
 namespace Kyr::Lab::CrashTest {
 
 /// The kinds of records, and how host and product call what belongs to each.
-struct CKind {
+struct RecordSource {
     const char* name;       // as the product calls it
     const char* trigger;    // the number of the request for it
     const char* offsetKey;  // in the host's database
     const char* query;      // the records behind the number of a row
     bool isAction;
 };
-extern const CKind kKinds[3];
+extern const RecordSource kKinds[3];
 
 class CStoreReader {
   public:
@@ -29,9 +29,9 @@ class CStoreReader {
 
     /// The numbers of the records that have come since the last call, in order; 0 stands for a
     /// record that has none.
-    std::vector<std::uint64_t> NewNumbers(const CKind& kind);
+    std::vector<std::uint64_t> NewNumbers(const RecordSource& kind);
 
-    std::uint64_t Offset(const CKind& kind) const;
+    std::uint64_t Offset(const RecordSource& kind) const;
 
   private:
     const std::string path_;

@@ -22,7 +22,7 @@ std::string File(const std::string& folder, const std::string& name) {
     return (boost::filesystem::path(folder) / name).string();
 }
 
-void Ignore(const std::string&, const CTimedLine&) {}
+void Ignore(const std::string&, const TimedLine&) {}
 
 /// What is left of a program that ended before its kill is no crash that was meant.
 void ExpectAlive(CActor& actor, const std::string& who) {
@@ -33,12 +33,12 @@ void ExpectAlive(CActor& actor, const std::string& who) {
 
 }  // namespace
 
-CWorld::CWorld(CPrograms programs, const std::string& folder, std::uint64_t batch)
+CWorld::CWorld(Programs programs, const std::string& folder, std::uint64_t batch)
     : programs_(std::move(programs)),
       folder_(folder),
       batch_(batch),
       store_(File(folder, "host.db")),
-      ledgers_{CLedger(batch), CLedger(batch), CLedger(batch)} {
+      ledgers_{CRecordLedger(batch), CRecordLedger(batch), CRecordLedger(batch)} {
     boost::filesystem::remove_all(folder);
     const std::string ports = File(folder, "ports");
     boost::filesystem::create_directories(ports);
@@ -56,7 +56,7 @@ std::unique_ptr<CActor> CWorld::Start(const std::string& name, const std::string
 void CWorld::StartAgent() {
     agent_ =
         Start("simagent", programs_.agent, {"--records=" + File(folder_, "records")},
-              [this](const std::string&, const CTimedLine& line) { handedOut_.Take(line.line); });
+              [this](const std::string&, const TimedLine& line) { handedOut_.Take(line.line); });
     answers_ = 0;
     if (!agent_->Find(
             0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
@@ -83,7 +83,7 @@ void CWorld::Command(const std::string& line) {
 }
 
 void CWorld::Append(std::uint64_t count) {
-    for (const CKind& kind : kKinds) {
+    for (const RecordSource& kind : kKinds) {
         Command(std::string("records append ") + kind.name + " count=" + std::to_string(count));
     }
     appended_ += count;
@@ -127,7 +127,7 @@ void CWorld::BuryHost() {
 
 void CWorld::Trigger(int times) {
     for (int i = 0; i < times; ++i) {
-        for (const CKind& kind : kKinds) {
+        for (const RecordSource& kind : kKinds) {
             host_->Send(std::string("trigger kind=") + kind.trigger);
         }
     }
@@ -136,8 +136,9 @@ void CWorld::Trigger(int times) {
 void CWorld::Drain(std::chrono::seconds patience) {
     const auto end = std::chrono::steady_clock::now() + patience;
     const auto isDrained = [this] {
-        return std::all_of(std::begin(kKinds), std::end(kKinds),
-                           [this](const CKind& kind) { return store_.Offset(kind) == appended_; });
+        return std::all_of(std::begin(kKinds), std::end(kKinds), [this](const RecordSource& kind) {
+            return store_.Offset(kind) == appended_;
+        });
     };
     do {
         if (std::chrono::steady_clock::now() > end) {

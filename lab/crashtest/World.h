@@ -12,13 +12,13 @@
 #include <vector>
 
 #include "lab/crashtest/HandedOut.h"
-#include "lab/crashtest/Ledger.h"
+#include "lab/crashtest/RecordLedger.h"
 #include "lab/crashtest/StoreReader.h"
 #include "lab/runner/Actor.h"
 
 namespace Kyr::Lab::CrashTest {
 
-struct CPrograms {
+struct Programs {
     std::string agent;  // simagent
     std::string host;   // devhost
     std::string library;
@@ -28,7 +28,7 @@ struct CPrograms {
 class CWorld {
   public:
     /// `folder` is made anew; `batch` is how many records one reply carries.
-    CWorld(CPrograms programs, const std::string& folder, std::uint64_t batch);
+    CWorld(Programs programs, const std::string& folder, std::uint64_t batch);
 
     /// Returns when the product serves.
     void StartAgent();
@@ -57,7 +57,7 @@ class CWorld {
     void CloseLife();
 
     const CHandedOut& HandedOut() const { return handedOut_; }
-    const CLedger& Ledger(std::size_t kind) const { return ledgers_.at(kind); }
+    const CRecordLedger& Ledger(std::size_t kind) const { return ledgers_.at(kind); }
     std::uint64_t Appended() const { return appended_; }
 
   private:
@@ -67,12 +67,12 @@ class CWorld {
     void Command(const std::string& line);
     void BuryHost();
 
-    const CPrograms programs_;
+    const Programs programs_;
     const std::string folder_;
     const std::uint64_t batch_;
     CHandedOut handedOut_;
     CStoreReader store_;
-    std::array<CLedger, 3> ledgers_;
+    std::array<CRecordLedger, 3> ledgers_;
     std::uint64_t appended_ = 0;  // of each kind
     std::size_t answers_ = 0;     // of this agent
     std::unique_ptr<Runner::CActor> agent_;

@@ -40,8 +40,8 @@ std::string Needed(CArguments& arguments, const char* name) {
     return *value;
 }
 
-CCrashPlan ReadPlan(CArguments& arguments) {
-    CCrashPlan plan;
+CrashPlan ReadPlan(CArguments& arguments) {
+    CrashPlan plan;
     const boost::filesystem::path folder = Needed(arguments, "programs");
     plan.programs.agent = (folder / ("simagent" KYR_PROGRAM_SUFFIX)).string();
     plan.programs.host = (folder / ("devhost" KYR_PROGRAM_SUFFIX)).string();
@@ -58,7 +58,7 @@ CCrashPlan ReadPlan(CArguments& arguments) {
     return plan;
 }
 
-void Print(const CCrashReport& report) {
+void Print(const CrashReport& report) {
     std::cout << "Kills: of the host " << report.stepKills << " at steps, " << report.randomKills
               << " at random; of both " << report.bothKills << "; of the product alone "
               << report.agentKills << "\n\n"
@@ -67,7 +67,7 @@ void Print(const CCrashReport& report) {
               << std::setw(20) << "batches in flight"
               << "\n";
     for (std::size_t i = 0; i < report.rows.size(); ++i) {
-        const CCrashReport::CRow& row = report.rows[i];
+        const CrashReport::Row& row = report.rows[i];
         std::cout << std::left << std::setw(12) << kKinds[i].name << std::right << std::setw(8)
                   << row.sent << std::setw(8) << row.stored << std::setw(8) << row.twice
                   << std::setw(8) << row.lost << std::setw(20) << row.inFlight << "\n";
@@ -85,7 +85,7 @@ int main(int argc, char** argv) {
     // A command to a program that has just been killed is lost, and that is all.
     std::signal(SIGPIPE, SIG_IGN);
 #endif
-    CCrashPlan plan;
+    CrashPlan plan;
     try {
         CArguments arguments(argc, argv);
         plan = ReadPlan(arguments);
@@ -94,7 +94,7 @@ int main(int argc, char** argv) {
         return kBadCommandLine;
     }
     std::cout << "Seed " << plan.seed << ", databases and logs in " << plan.work << std::endl;
-    const CCrashReport report = Run(plan);
+    const CrashReport report = Run(plan);
     Print(report);
     return report.problems.empty() ? kNothingLost : kSomethingWrong;
 }

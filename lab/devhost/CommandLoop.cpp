@@ -7,22 +7,22 @@ void ObeyCommands(CCommandInput& input, CHost& host, const std::function<void()>
     host.WhenDestroyed([&input] { input.Wake(); });
     bool askedToTerminate = false;
     while (!host.HasEnded()) {
-        const CCommandInput::CEvent event = input.Next();
+        const CCommandInput::Event event = input.Next();
         switch (event.kind) {
-            case Kind::Line:
+            case Kind::kLine:
                 host.Execute(event.line);
                 break;
-            case Kind::Terminate:
+            case Kind::kTerminate:
                 if (askedToTerminate) {
                     endAtOnce();
                 }
                 askedToTerminate = true;
                 host.Quit(false);
                 break;
-            case Kind::EndOfInput:
+            case Kind::kEndOfInput:
                 host.Quit(false);
                 break;
-            case Kind::Woken:
+            case Kind::kWoken:
                 break;
         }
     }

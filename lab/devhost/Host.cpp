@@ -16,7 +16,7 @@ namespace Kernel = Common::Kernel;
 
 namespace {
 
-CModuleLoader::CHooks HooksFor(const CHostSettings& settings, const LineSink& events) {
+CModuleLoader::Hooks HooksFor(const HostSettings& settings, const LineSink& events) {
     const auto tellMemory = [memory = settings.memory, events](const char* when) {
         if (memory) {
             events(MemoryLine(when));
@@ -33,7 +33,7 @@ CModuleLoader::CHooks HooksFor(const CHostSettings& settings, const LineSink& ev
 
 }  // namespace
 
-CHost::CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile)
+CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile)
     : events_(events),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),

@@ -10,7 +10,7 @@
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
-#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/commands/HostConsole.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
@@ -19,18 +19,18 @@
 
 namespace Kyr::Lab::DevHost {
 
-struct CHostSettings {
+struct HostSettings {
     std::string libraryPath;
     std::string databasePath;
     bool portLayer = false;  // the library takes its ports from the layer in this program
     bool memory = false;     // a `memory` event before and after the library is loaded
-    std::optional<CDeathWish> dieAt = std::nullopt;  // nothing: lives on
+    std::optional<DeathWish> dieAt = std::nullopt;  // nothing: lives on
 };
 
 class CHost {
   public:
     /// `events` takes every event, `logFile` the log lines once more.
-    CHost(const CHostSettings& settings, const LineSink& events, const LineSink& logFile);
+    CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile);
 
     /// Begins the module's life and says `ready`. False when that failed.
     bool Start();
@@ -54,7 +54,7 @@ class CHost {
     Common::Kernel::IModule& module_;  // the loader's
     CLifeCycle lifeCycle_;
     bool quitting_ = false;
-    CConsole console_;
+    CHostConsole console_;
 };
 
 }  // namespace Kyr::Lab::DevHost

@@ -19,13 +19,13 @@ CLifeCycle::CLifeCycle(Common::Kernel::IModule& module, std::function<void()> de
       clock_(std::move(clock)) {}
 
 CLifeCycle::~CLifeCycle() {
-    if (state_ == State::Running) {
+    if (state_ == State::kRunning) {
         BeginStop(true);
     }
     if (stopThread_.joinable()) {
         WaitUntilDestroyed();
     }
-    if (state_ == State::Created) {
+    if (state_ == State::kCreated) {
         Destroy();
     }
 }
@@ -48,7 +48,7 @@ bool CLifeCycle::Begin(Common::Kernel::IResourceProvider& provider) {
         WaitUntilDestroyed();
         return false;
     }
-    state_ = State::Running;
+    state_ = State::kRunning;
     return true;
 }
 
@@ -56,10 +56,10 @@ void CLifeCycle::BeginStop(bool force) {
     if (force) {
         force_ = true;
     }
-    if (state_ == State::Stopping || state_ == State::Destroyed) {
+    if (state_ == State::kStopping || state_ == State::kDestroyed) {
         return;
     }
-    state_ = State::Stopping;
+    state_ = State::kStopping;
     stopThread_ = boost::thread([this] { StopThread(); });
 }
 
@@ -97,7 +97,7 @@ void CLifeCycle::Destroy() {
         destroy_();
         return "ok";
     });
-    state_ = State::Destroyed;
+    state_ = State::kDestroyed;
     if (destroyed_) {
         destroyed_();
     }

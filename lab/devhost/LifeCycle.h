@@ -42,10 +42,10 @@ class CLifeCycle {
     /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
     /// not begun.
     void WhenDestroyed(std::function<void()> notify) { destroyed_ = std::move(notify); }
-    bool IsDestroyed() const { return state_ == State::Destroyed; }
+    bool IsDestroyed() const { return state_ == State::kDestroyed; }
 
   private:
-    enum class State { Created, Running, Stopping, Destroyed };
+    enum class State { kCreated, kRunning, kStopping, kDestroyed };
 
     bool Call(const char* name, const std::function<std::string()>& call);
     void StopThread();
@@ -55,7 +55,7 @@ class CLifeCycle {
     const std::function<void()> destroy_;
     const LineSink events_;
     const boost::shared_ptr<Base::IClock> clock_;
-    std::atomic<State> state_{State::Created};
+    std::atomic<State> state_{State::kCreated};
     std::atomic<bool> force_{false};
     std::function<void()> destroyed_;  // of the owner until the stop begins, then the stop thread's
     boost::thread stopThread_;

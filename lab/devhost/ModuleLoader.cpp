@@ -11,7 +11,7 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 
 }  // namespace
 
-CModuleLoader::CModuleLoader(const std::string& libraryPath, const CHooks& hooks) {
+CModuleLoader::CModuleLoader(const std::string& libraryPath, const Hooks& hooks) {
     hooks.before();
     try {
         loader_.loadLibrary(libraryPath);

@@ -20,12 +20,12 @@ class CModuleLoader {
     using Module = Common::Kernel::IModule;
 
     /// What the host does around loading.
-    struct CHooks {
+    struct Hooks {
         std::function<void()> before;
         std::function<void()> after;  // nothing of the library has been asked for yet
     };
 
-    CModuleLoader(const std::string& libraryPath, const CHooks& hooks);
+    CModuleLoader(const std::string& libraryPath, const Hooks& hooks);
 
     /// A new module, which only Destroy may delete. At the latest the loader's destructor does.
     Module& Create();

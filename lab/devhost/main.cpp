@@ -25,13 +25,13 @@ constexpr char kUsage[] =
     "               [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
-struct COptions {
-    Lab::DevHost::CHostSettings host;
+struct Options {
+    Lab::DevHost::HostSettings host;
     std::string logPath;
     bool coloured = false;
 };
 
-void ReadOptions(Lab::CArguments& arguments, COptions& options) {
+void ReadOptions(Lab::CArguments& arguments, Options& options) {
     const auto library = arguments.TakeValue("library");
     if (!library) {
         throw std::invalid_argument("--library is missing");
@@ -48,7 +48,7 @@ void ReadOptions(Lab::CArguments& arguments, COptions& options) {
     arguments.Finish();
 }
 
-int Run(const COptions& options, Lab::CCommandInput& input) {
+int Run(const Options& options, Lab::CCommandInput& input) {
     std::ofstream logFile(options.logPath, std::ios::app);
     if (!logFile) {
         throw std::runtime_error("cannot open the log file " + options.logPath);
@@ -68,7 +68,7 @@ int Run(const COptions& options, Lab::CCommandInput& input) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    COptions options;
+    Options options;
     try {
         Lab::CArguments arguments(argc, argv);
         if (arguments.TakeFlag("help")) {

@@ -17,7 +17,7 @@ namespace {
 
 namespace process = boost::process;
 
-CTimedLine Parse(const std::string& text) {
+TimedLine Parse(const std::string& text) {
     try {
         return ParseLine(text);
     } catch (const std::invalid_argument&) {
@@ -27,7 +27,7 @@ CTimedLine Parse(const std::string& text) {
 
 }  // namespace
 
-struct CActor::CState {
+struct CActor::State {
     std::string name;
     Listener listener;
     process::opstream input;
@@ -37,7 +37,7 @@ struct CActor::CState {
 
     mutable std::mutex mutex;  // guards what stands below
     mutable std::condition_variable changed;
-    std::vector<CTimedLine> events;
+    std::vector<TimedLine> events;
     bool ended = false;   // the output has been read to its end
     std::string failure;  // of the listener, its first
 
@@ -49,7 +49,7 @@ struct CActor::CState {
     }
 
     /// What the listener makes of it; empty when it takes it.
-    std::string Tell(const CTimedLine& event) const {
+    std::string Tell(const TimedLine& event) const {
         try {
             listener(name, event);
             return "";
@@ -65,7 +65,7 @@ struct CActor::CState {
             if (!text.empty() && text.back() == '\r') {
                 text.pop_back();
             }
-            CTimedLine event = Parse(text);
+            TimedLine event = Parse(text);
             std::string refused = Tell(event);
             const std::lock_guard<std::mutex> lock(mutex);
             events.push_back(std::move(event));
@@ -83,7 +83,7 @@ struct CActor::CState {
 CActor::CActor(const std::string& name, const std::string& program,
                const std::vector<std::string>& arguments, const Environment& environment,
                Listener listener)
-    : state_(std::make_unique<CState>()) {
+    : state_(std::make_unique<State>()) {
     state_->name = name;
     state_->listener = std::move(listener);
     // With the other handles, a child loses the one to report a failed start through.
@@ -128,7 +128,7 @@ std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wante
     return found() ? std::make_optional(at) : std::nullopt;
 }
 
-CTimedLine CActor::EventAt(std::size_t index) const {
+TimedLine CActor::EventAt(std::size_t index) const {
     const std::lock_guard<std::mutex> lock(state_->mutex);
     return state_->events.at(index);
 }

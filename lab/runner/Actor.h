@@ -24,7 +24,7 @@ namespace Kyr::Lab::Runner {
 
 class CActor {
   public:
-    using Listener = std::function<void(const std::string& actor, const CTimedLine& line)>;
+    using Listener = std::function<void(const std::string& actor, const TimedLine& line)>;
     using Predicate = std::function<bool(const CLine& line)>;
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
@@ -44,7 +44,7 @@ class CActor {
     /// `patience`.
     std::optional<std::size_t> Find(std::size_t from, const Predicate& wanted,
                                     std::chrono::milliseconds patience) const;
-    CTimedLine EventAt(std::size_t index) const;
+    TimedLine EventAt(std::size_t index) const;
 
     /// Ends the process at once.
     void Kill();
@@ -54,9 +54,9 @@ class CActor {
     std::optional<int> AwaitEnd(std::chrono::milliseconds patience);
 
   private:
-    struct CState;
+    struct State;
 
-    std::unique_ptr<CState> state_;
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace Kyr::Lab::Runner

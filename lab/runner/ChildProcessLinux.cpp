@@ -18,7 +18,7 @@ namespace process = boost::process;
 
 /// The handles that a child keeps when all others are closed. Boost.Process 1.81 forgets to name
 /// the one that it has just made a pipe for standard output, and standard error.
-struct CStandardHandles : process::extend::handler, process::extend::uses_handles {
+struct StandardHandles : process::extend::handler, process::extend::uses_handles {
     static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
 };
 
@@ -33,7 +33,7 @@ process::child StartChild(const std::string& program, const std::vector<std::str
     const std::lock_guard<std::mutex> lock(oneAtATime);
     std::signal(SIGPIPE, SIG_IGN);
     return process::child(program, process::args(arguments), environment,
-                          process::std_in<input, process::std_out> output, CStandardHandles(),
+                          process::std_in<input, process::std_out> output, StandardHandles(),
                           process::limit_handles, error);
 }
 

@@ -54,9 +54,9 @@ void CFigureCounter::Log(const CLine& line) {
     }
 }
 
-CFigures CFigureCounter::Sum() const {
+Figures CFigureCounter::Sum() const {
     const std::lock_guard<std::mutex> lock(mutex_);
-    CFigures sum = sum_;
+    Figures sum = sum_;
     if (!tallies_.empty()) {
         // Actions go to the database without the miner, so that its count is the whole one.
         sum.counted = true;

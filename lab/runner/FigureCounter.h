@@ -17,21 +17,21 @@ namespace Kyr::Lab::Runner {
 class CFigureCounter {
   public:
     void Event(const CLine& line);
-    CFigures Sum() const;
+    Figures Sum() const;
 
   private:
     void Log(const CLine& line);
 
-    struct CTally {
+    struct Tally {
         std::uint64_t stored;
         std::uint64_t twice;
         std::uint64_t lost;
     };
 
     mutable std::mutex mutex_;  // guards what stands below
-    CFigures sum_;
-    bool reconnecting_ = false;              // this process has connected anew, or tries to
-    std::map<std::string, CTally> tallies_;  // by kind of record, the latest
+    Figures sum_;
+    bool reconnecting_ = false;             // this process has connected anew, or tries to
+    std::map<std::string, Tally> tallies_;  // by kind of record, the latest
 };
 
 }  // namespace Kyr::Lab::Runner

@@ -2,7 +2,7 @@
 
 namespace Kyr::Lab::Runner {
 
-CFigures& CFigures::operator+=(const CFigures& other) {
+Figures& Figures::operator+=(const Figures& other) {
     requests += other.requests;
     pings += other.pings;
     connections += other.connections;
@@ -15,7 +15,7 @@ CFigures& CFigures::operator+=(const CFigures& other) {
     return *this;
 }
 
-std::vector<std::pair<std::string, std::string>> Rows(const CFigures& figures) {
+std::vector<std::pair<std::string, std::string>> Rows(const Figures& figures) {
     std::vector<std::pair<std::string, std::string>> rows{
         {"Requests to the product", std::to_string(figures.requests)},
         {"Pings", std::to_string(figures.pings)},

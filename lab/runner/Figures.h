@@ -10,7 +10,7 @@
 
 namespace Kyr::Lab::Runner {
 
-struct CFigures {
+struct Figures {
     std::uint64_t requests = 0;  // that the product was asked, without pings
     std::uint64_t pings = 0;
     std::uint64_t connections = 0;    // the first of every start of the host
@@ -25,10 +25,10 @@ struct CFigures {
     /// Every reconnection is for a message: it is tried again then, or given up.
     std::uint64_t Retries() const { return reconnections - givenUp; }
 
-    CFigures& operator+=(const CFigures& other);
+    Figures& operator+=(const Figures& other);
 };
 
 /// One row each, for a person: what was counted, and how often.
-std::vector<std::pair<std::string, std::string>> Rows(const CFigures& figures);
+std::vector<std::pair<std::string, std::string>> Rows(const Figures& figures);
 
 }  // namespace Kyr::Lab::Runner

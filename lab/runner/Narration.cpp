@@ -20,61 +20,61 @@ std::string Over(const CLine& line) {
     return "over " + boost::algorithm::to_upper_copy(Value(line, "transport"));
 }
 
-CNarration Log(const CLine& line) {
+Narration Log(const CLine& line) {
     const std::string level = Value(line, "level");
-    const Weight weight = level == "4"   ? Weight::Error
-                          : level == "3" ? Weight::Warning
-                                         : Weight::Ordinary;
+    const Weight weight = level == "4"   ? Weight::kError
+                          : level == "3" ? Weight::kWarning
+                                         : Weight::kOrdinary;
     return {"log " + level + "  " + Value(line, "text"), weight};
 }
 
-CNarration Request(const CLine& line) {
+Narration Request(const CLine& line) {
     if (Value(line, "command") == "0") {
-        return {"ping " + Over(line), Weight::Ordinary, Road::ToProduct, true};
+        return {"ping " + Over(line), Weight::kOrdinary, Road::kToProduct, true};
     }
     const std::string function = Value(line, "function");
     return {(function.empty() ? Value(line, "name") : function) + " " + Over(line) + ", " +
                 Value(line, "length") + " bytes",
-            Weight::Ordinary, Road::ToProduct};
+            Weight::kOrdinary, Road::kToProduct};
 }
 
-CNarration Reply(const CLine& line) {
+Narration Reply(const CLine& line) {
     if (line.Find("delivery") != nullptr) {
-        return {"no reply " + Over(line) + ": " + Value(line, "delivery"), Weight::Warning,
-                Road::FromProduct};
+        return {"no reply " + Over(line) + ": " + Value(line, "delivery"), Weight::kWarning,
+                Road::kFromProduct};
     }
     const std::string status = Value(line, "status");
     if (status.empty()) {
-        return {"answered " + Over(line), Weight::Detail, Road::FromProduct};
+        return {"answered " + Over(line), Weight::kDetail, Road::kFromProduct};
     }
     return {"status " + status + " " + Over(line) + ", " + Value(line, "length") + " bytes",
-            status == "0" ? Weight::Ordinary : Weight::Warning, Road::FromProduct};
+            status == "0" ? Weight::kOrdinary : Weight::kWarning, Road::kFromProduct};
 }
 
-CNarration Did(const CLine& line) {
+Narration Did(const CLine& line) {
     const std::string action = Value(line, "action");
     if (action == "agent-uuid") {
-        return {"notes who manages it: " + Value(line, "uuid"), Weight::Ordinary};
+        return {"notes who manages it: " + Value(line, "uuid"), Weight::kOrdinary};
     }
     if (action == "import" || action == "export") {
         return {(action == "import" ? "takes a policy of " : "gives its configuration, ") +
                     Value(line, "length") + " bytes",
-                Weight::Ordinary};
+                Weight::kOrdinary};
     }
     if (action == "task-result") {
-        return {"tells the outcome of a task: " + Value(line, "outcome"), Weight::Ordinary};
+        return {"tells the outcome of a task: " + Value(line, "outcome"), Weight::kOrdinary};
     }
     const std::string what =
         action == "block" ? Value(line, "sha256").substr(0, 12) + "..." : Value(line, "pid");
     return {action + " " + what + ": " + Value(line, "outcome") + ", " + Value(line, "text"),
-            Weight::Ordinary};
+            Weight::kOrdinary};
 }
 
-CNarration Process(const CLine& line) {
+Narration Process(const CLine& line) {
     const std::string by = Value(line, "by");
     return {"process " + Value(line, "name") + " (" + Value(line, "pid") + ") " + line.Kind() +
                 (by.empty() ? "" : " by " + by),
-            Weight::Ordinary};
+            Weight::kOrdinary};
 }
 
 /// What the module asks of itself, so that it takes the way of every message.
@@ -88,39 +88,39 @@ const char* OwnRequest(const std::string& kind) {
     return known == kKinds.end() ? "" : known->second;
 }
 
-CNarration Bus(const CLine& line) {
+Narration Bus(const CLine& line) {
     const std::string name = "bus    " + Value(line, "name") + " (" + Value(line, "type") + ")";
     const std::string kind = Value(line, "request");
     if (!kind.empty()) {
         return {name + " for " + OwnRequest(kind) + " published by the " + Value(line, "by"),
-                Weight::Ordinary, Road::None, true};
+                Weight::kOrdinary, Road::kNone, true};
     }
     if (line.Kind() == "publish") {
-        return {name + " published by the " + Value(line, "by"), Weight::Ordinary};
+        return {name + " published by the " + Value(line, "by"), Weight::kOrdinary};
     }
     return {name + " delivered to the module",
-            Value(line, "name") == "OvAgentRequest" ? Weight::Detail : Weight::Ordinary};
+            Value(line, "name") == "OvAgentRequest" ? Weight::kDetail : Weight::kOrdinary};
 }
 
-CNarration Handed(const CLine& line) {
+Narration Handed(const CLine& line) {
     return {"hands out " + Value(line, "records") + " records (" + Value(line, "kind") +
                 "), from number " + Value(line, "from") + " on",
-            Weight::Ordinary};
+            Weight::kOrdinary};
 }
 
-CNarration Observed(const CLine& line) {
+Narration Observed(const CLine& line) {
     return {"telemetry record " + Value(line, "number") + ": " + Value(line, "action") + ", " +
                 Value(line, "name") + " (" + Value(line, "pid") + ")",
-            Weight::Ordinary};
+            Weight::kOrdinary};
 }
 
-CNarration Mined(const CLine& line) {
+Narration Mined(const CLine& line) {
     return {"miner  stored " + Value(line, "records") + " records (" + Value(line, "name") + ")",
-            Weight::Ordinary};
+            Weight::kOrdinary};
 }
 
 /// A row of a table: the rows of all kinds stand below each other.
-CNarration Tally(const CLine& line) {
+Narration Tally(const CLine& line) {
     std::ostringstream text;
     text << "miner  " << std::left << std::setw(9) << Value(line, "kind");
     for (const char* key : {"sent", "stored", "twice", "lost"}) {
@@ -128,7 +128,7 @@ CNarration Tally(const CLine& line) {
             text << "  " << key << std::right << std::setw(6) << Value(line, key);
         }
     }
-    return {text.str(), Weight::Ordinary};
+    return {text.str(), Weight::kOrdinary};
 }
 
 bool IsUuid(const std::string& text) {
@@ -136,7 +136,7 @@ bool IsUuid(const std::string& text) {
            text[23] == '-';
 }
 
-CNarration Symbols(const CLine& line) {
+Narration Symbols(const CLine& line) {
     std::string text = "       ";
     for (const auto& [key, value] : line.Fields()) {
         // The symbols carry their number in front of their name. Identifiers and times are for the
@@ -146,32 +146,32 @@ CNarration Symbols(const CLine& line) {
             text += " " + key.substr(key.find('-') + 1) + "=" + value;
         }
     }
-    return {text, Weight::Ordinary};
+    return {text, Weight::kOrdinary};
 }
 
-CNarration Life(const CLine& line) {
+Narration Life(const CLine& line) {
     const std::string call = Value(line, "call");
     const std::string result = Value(line, "result");
     const bool stopped = call.compare(0, 5, "Stop(") == 0 && result == "true";
-    return {"life   " + call + " " + result, result == "failed" ? Weight::Error
-                                             : stopped          ? Weight::Ordinary
-                                                                : Weight::Detail};
+    return {"life   " + call + " " + result, result == "failed" ? Weight::kError
+                                             : stopped          ? Weight::kOrdinary
+                                                                : Weight::kDetail};
 }
 
 /// A command that was refused is what a scenario may want; other errors are not.
-CNarration Error(const CLine& line) {
+Narration Error(const CLine& line) {
     const std::string command = Value(line, "command");
     return command.empty()
-               ? CNarration{line.Text(), Weight::Error}
-               : CNarration{"refuses: " + command + ", " + Value(line, "text"), Weight::Warning};
+               ? Narration{line.Text(), Weight::kError}
+               : Narration{"refuses: " + command + ", " + Value(line, "text"), Weight::kWarning};
 }
 
-struct CTeller {
+struct Teller {
     const char* kind;
-    CNarration (*tell)(const CLine& line);
+    Narration (*tell)(const CLine& line);
 };
 
-constexpr CTeller kTellers[] = {
+constexpr Teller kTellers[] = {
     {"log", Log},           {"request", Request}, {"reply", Reply},   {"did", Did},
     {"started", Process},   {"adopted", Process}, {"ended", Process}, {"publish", Bus},
     {"deliver", Bus},       {"symbols", Symbols}, {"life", Life},     {"handed", Handed},
@@ -180,15 +180,15 @@ constexpr CTeller kTellers[] = {
 
 }  // namespace
 
-CNarration Narrate(const CLine& line) {
-    for (const CTeller& teller : kTellers) {
+Narration Narrate(const CLine& line) {
+    for (const Teller& teller : kTellers) {
         if (line.Kind() == teller.kind) {
             return teller.tell(line);
         }
     }
     const bool detail = line.Kind() == "answer" || line.Kind() == "connect" ||
                         line.Kind() == "disconnect" || line.Kind() == "ready";
-    return {line.Text(), detail ? Weight::Detail : Weight::Ordinary};
+    return {line.Text(), detail ? Weight::kDetail : Weight::kOrdinary};
 }
 
 }  // namespace Kyr::Lab::Runner

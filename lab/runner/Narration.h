@@ -11,22 +11,22 @@ namespace Kyr::Lab::Runner {
 
 /// How much an event weighs for the person who watches.
 enum class Weight {
-    Detail,  // only in the transcript: answers to commands, life-cycle calls that went well
-    Ordinary,
-    Warning,
-    Error,
+    kDetail,  // only in the transcript: answers to commands, life-cycle calls that went well
+    kOrdinary,
+    kWarning,
+    kError,
 };
 
 /// Which way it crosses the wire between host and product, as far as it does.
-enum class Road { None, ToProduct, FromProduct };
+enum class Road { kNone, kToProduct, kFromProduct };
 
-struct CNarration {
+struct Narration {
     std::string text;
     Weight weight;
-    Road road = Road::None;
+    Road road = Road::kNone;
     bool oncePerStep = false;  // it comes again and again, as time passes
 };
 
-CNarration Narrate(const CLine& line);
+Narration Narrate(const CLine& line);
 
 }  // namespace Kyr::Lab::Runner

@@ -178,7 +178,7 @@ std::string CNeutralTranscript::Text() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     CTranscriptStreams streamOf(std::any_of(
         events_.begin(), events_.end(),
-        [](const CEvent& event) { return CTranscriptStreams::IsCollection(event.line); }));
+        [](const SeenEvent& event) { return CTranscriptStreams::IsCollection(event.line); }));
     std::map<std::string, std::vector<std::string>> streams;
     for (std::size_t event = 0; event < events_.size(); ++event) {
         const auto& [process, line] = events_[event];
@@ -205,7 +205,7 @@ std::string CNeutralTranscript::Text() const {
 
 CNeutralTranscript::Names CNeutralTranscript::NamesAt(std::size_t event) const {
     Names names;
-    for (const CName& name : names_) {
+    for (const KnownName& name : names_) {
         if (name.since <= event) {
             names[name.value] = name.name;  // a number may have been another process's before
         } else {

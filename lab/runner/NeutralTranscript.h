@@ -43,11 +43,11 @@ class CNeutralTranscript {
     std::string Text() const;
 
   private:
-    struct CEvent {
+    struct SeenEvent {
         std::string process;
         CLine line;
     };
-    struct CName {
+    struct KnownName {
         std::string value;
         std::string name;
         std::size_t since;  // so many events had been told
@@ -62,8 +62,8 @@ class CNeutralTranscript {
 
     mutable std::mutex mutex_;              // guards what follows, up to the names
     std::map<std::string, int> processes_;  // how many each actor had
-    std::vector<CEvent> events_;
-    std::vector<CName> names_;
+    std::vector<SeenEvent> events_;
+    std::vector<KnownName> names_;
 
     std::string given_;
 };

@@ -38,11 +38,11 @@ std::chrono::milliseconds Until(Clock::time_point end) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
 }
 
-std::string Text(const CEventPattern& pattern) {
+std::string Text(const EventPattern& pattern) {
     std::string text = pattern.kind;
-    for (const CFieldMatch& field : pattern.fields) {
+    for (const FieldMatch& field : pattern.fields) {
         std::string part = CLine("").With(field.key, field.value).Text();
-        if (field.kind == CFieldMatch::Kind::Contains) {
+        if (field.kind == FieldMatch::Kind::kContains) {
             part[1 + field.key.size()] = '~';
         }
         text += part;
@@ -50,11 +50,11 @@ std::string Text(const CEventPattern& pattern) {
     return text;
 }
 
-bool Fits(const CEventPattern& pattern, const CLine& line) {
+bool Fits(const EventPattern& pattern, const CLine& line) {
     return line.Kind() == pattern.kind &&
-           std::all_of(pattern.fields.begin(), pattern.fields.end(), [&](const CFieldMatch& field) {
+           std::all_of(pattern.fields.begin(), pattern.fields.end(), [&](const FieldMatch& field) {
                const std::string* value = line.Find(field.key);
-               return value != nullptr && (field.kind == CFieldMatch::Kind::Equals
+               return value != nullptr && (field.kind == FieldMatch::Kind::kEquals
                                                ? *value == field.value
                                                : value->find(field.value) != std::string::npos);
            });
@@ -68,31 +68,31 @@ bool Is(const Statement& statement, const std::string& actor) {
 
 }  // namespace
 
-struct CRunner::CMember {
+struct CRunner::Member {
     std::unique_ptr<CActor> actor;
     std::set<std::size_t> taken;  // the places of the events that were expected
     std::size_t stepFrom = 0;     // where the events of this step begin
     bool endIsKnown = false;      // a statement has ended the process, or seen its end
 
     /// The first event of this step that fits and has not been taken.
-    std::optional<std::size_t> Find(const CEventPattern& pattern,
+    std::optional<std::size_t> Find(const EventPattern& pattern,
                                     std::chrono::milliseconds patience) const;
 };
 
-struct CRunner::CCast {
-    explicit CCast(const CScenario& played) : scenario(played) {}
+struct CRunner::Cast {
+    explicit Cast(const Scenario& played) : scenario(played) {}
 
     /// Whether the process may have ended by now: the next statement about its life says so.
     bool MayHaveEnded(const std::string& actor) const;
 
-    const CScenario& scenario;  // borrowed
-    std::size_t at = 0;         // the statement that is being played
+    const Scenario& scenario;  // borrowed
+    std::size_t at = 0;        // the statement that is being played
 
-    std::map<std::string, CMember> members;
+    std::map<std::string, Member> members;
     std::vector<std::pair<std::string, std::string>> variables;
 
     std::size_t stepNumber = 0;
-    std::optional<CStepResult> step;
+    std::optional<StepResult> step;
     Clock::time_point stepStart;
     std::size_t expected = 0;  // how many expectations of the step have held
 
@@ -100,8 +100,8 @@ struct CRunner::CCast {
     std::string countdownText;
 };
 
-std::optional<std::size_t> CRunner::CMember::Find(const CEventPattern& pattern,
-                                                  std::chrono::milliseconds patience) const {
+std::optional<std::size_t> CRunner::Member::Find(const EventPattern& pattern,
+                                                 std::chrono::milliseconds patience) const {
     const Clock::time_point end = Clock::now() + patience;
     std::size_t from = stepFrom;
     for (;;) {
@@ -115,29 +115,29 @@ std::optional<std::size_t> CRunner::CMember::Find(const CEventPattern& pattern,
     }
 }
 
-bool CRunner::CCast::MayHaveEnded(const std::string& actor) const {
+bool CRunner::Cast::MayHaveEnded(const std::string& actor) const {
     for (std::size_t next = at; next < scenario.statements.size(); ++next) {
         const Statement& statement = scenario.statements[next].statement;
-        if (Is<CGoneStatement>(statement, actor)) {
+        if (Is<GoneStatement>(statement, actor)) {
             return true;
         }
-        if (Is<CStartStatement>(statement, actor) || Is<CKillStatement>(statement, actor) ||
-            Is<CQuitStatement>(statement, actor)) {
+        if (Is<StartStatement>(statement, actor) || Is<KillStatement>(statement, actor) ||
+            Is<QuitStatement>(statement, actor)) {
             return false;
         }
     }
     return false;
 }
 
-CRunner::CRunner(CRunnerPaths paths, CScreen& screen)
+CRunner::CRunner(RunnerPaths paths, CScreen& screen)
     : paths_(std::move(paths)),
       screen_(screen),
       transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string()) {}
 
 CRunner::~CRunner() = default;
 
-bool CRunner::Run(const CScenario& scenario) {
-    cast_ = std::make_unique<CCast>(scenario);
+bool CRunner::Run(const Scenario& scenario) {
+    cast_ = std::make_unique<Cast>(scenario);
     cast_->variables.emplace_back("folder", paths_.work);
     screen_.Title(scenario.title);
     std::size_t line = 0;
@@ -156,7 +156,7 @@ bool CRunner::Run(const CScenario& scenario) {
         const std::string failure = "line " + std::to_string(line) + ": " + e.what();
         screen_.Failed(failure);
         if (!cast_->step) {
-            cast_->step = CStepResult{scenario.title, "before the first step", true, "", {}};
+            cast_->step = StepResult{scenario.title, "before the first step", true, "", {}};
             cast_->stepStart = Clock::now();
         }
         cast_->step->passed = false;
@@ -194,7 +194,7 @@ void CRunner::CompareTranscript() {
     if (paths_.transcript.empty()) {
         return;
     }
-    Do(CStepStatement{"Bus messages, log lines and wire bytes are those of every run"});
+    Do(StepStatement{"Bus messages, log lines and wire bytes are those of every run"});
     cast_->members.clear();  // every process has told all that it has to tell
     const std::string told = neutral_.Text();
     const std::string own = (boost::filesystem::path(paths_.work) / "neutral.txt").string();
@@ -206,9 +206,9 @@ void CRunner::CompareTranscript() {
     screen_.Passed("the transcript is that of every run");
 }
 
-void CRunner::Do(const CStepStatement& step) {
+void CRunner::Do(const StepStatement& step) {
     CloseStep();
-    cast_->step = CStepResult{cast_->scenario.title, step.text, true, "", {}};
+    cast_->step = StepResult{cast_->scenario.title, step.text, true, "", {}};
     cast_->expected = 0;
     cast_->stepStart = Clock::now();
     for (auto& [name, member] : cast_->members) {
@@ -218,7 +218,7 @@ void CRunner::Do(const CStepStatement& step) {
     screen_.Step(++cast_->stepNumber, step.text);
 }
 
-void CRunner::Do(const CSayStatement& say) {
+void CRunner::Do(const SayStatement& say) {
     screen_.Say(say.text);
 }
 
@@ -231,7 +231,7 @@ std::string CRunner::ProgramPath(const std::string& actor) const {
     return ProgramFile(program);
 }
 
-std::vector<std::string> CRunner::Arguments(const CStartStatement& start) const {
+std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
     std::vector<std::string> arguments;
     if (start.actor == "host") {
         arguments.push_back("--library=" + paths_.library);
@@ -252,7 +252,7 @@ std::vector<std::string> CRunner::Arguments(const CStartStatement& start) const 
     return arguments;
 }
 
-void CRunner::Do(const CStartStatement& start) {
+void CRunner::Do(const StartStatement& start) {
     auto& member = cast_->members[start.actor];
     member = {};  // an earlier process of this name ends first
     std::string command = "(started)";
@@ -264,7 +264,7 @@ void CRunner::Do(const CStartStatement& start) {
     member.actor =
         std::make_unique<CActor>(start.actor, ProgramPath(start.actor), Arguments(start),
                                  CActor::Environment{{"KELCOMM_RUNTIME_DIR", paths_.ports}},
-                                 [this](const std::string& actor, const CTimedLine& line) {
+                                 [this](const std::string& actor, const TimedLine& line) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
                                      neutral_.Event(actor, line.line);
@@ -272,7 +272,7 @@ void CRunner::Do(const CStartStatement& start) {
                                  });
 }
 
-CRunner::CMember& CRunner::Find(const std::string& actor) {
+CRunner::Member& CRunner::Find(const std::string& actor) {
     const auto found = cast_->members.find(actor);
     if (found == cast_->members.end() || !found->second.actor) {
         throw CFailedExpectation("the " + actor + " has not been started");
@@ -280,7 +280,7 @@ CRunner::CMember& CRunner::Find(const std::string& actor) {
     return found->second;
 }
 
-void CRunner::Do(const CKillStatement& kill) {
+void CRunner::Do(const KillStatement& kill) {
     screen_.Command(kill.actor, "(killed)");
     auto& member = Find(kill.actor);
     member.actor->Kill();
@@ -290,7 +290,7 @@ void CRunner::Do(const CKillStatement& kill) {
     member.endIsKnown = true;
 }
 
-void CRunner::Do(const CQuitStatement& quit) {
+void CRunner::Do(const QuitStatement& quit) {
     screen_.Command(quit.actor, "quit");
     auto& member = Find(quit.actor);
     member.actor->Send("quit");
@@ -305,7 +305,7 @@ void CRunner::Do(const CQuitStatement& quit) {
     screen_.Passed("the " + ShownName(quit.actor) + " ended in good order");
 }
 
-void CRunner::Do(const CGoneStatement& gone) {
+void CRunner::Do(const GoneStatement& gone) {
     auto& member = Find(gone.actor);
     if (!member.actor->AwaitEnd(gone.within)) {
         throw CFailedExpectation("the " + gone.actor + " is still there");
@@ -314,24 +314,24 @@ void CRunner::Do(const CGoneStatement& gone) {
     screen_.Passed("the " + ShownName(gone.actor) + " is gone");
 }
 
-void CRunner::Do(const CCommandStatement& command) {
+void CRunner::Do(const CommandStatement& command) {
     const std::string line = Substitute(command.line, cast_->variables);
     screen_.Command(command.actor, line);
     neutral_.Given(line + "\n");
     Find(command.actor).actor->Send(line);
 }
 
-CEventPattern CRunner::Filled(const CEventPattern& pattern) const {
-    CEventPattern filled = pattern;
-    for (CFieldMatch& field : filled.fields) {
+EventPattern CRunner::Filled(const EventPattern& pattern) const {
+    EventPattern filled = pattern;
+    for (FieldMatch& field : filled.fields) {
         field.value = Substitute(field.value, cast_->variables);
     }
     return filled;
 }
 
-void CRunner::Do(const CExpectStatement& expect) {
+void CRunner::Do(const ExpectStatement& expect) {
     auto& member = Find(expect.actor);
-    const CEventPattern pattern = Filled(expect.pattern);
+    const EventPattern pattern = Filled(expect.pattern);
     const Clock::time_point end = Clock::now() + expect.within;
     std::optional<std::size_t> found;
     for (bool last = false; !found && !last;) {
@@ -351,7 +351,7 @@ void CRunner::Do(const CExpectStatement& expect) {
     }
     member.taken.insert(*found);
     if (expect.name) {
-        const CTimedLine event = member.actor->EventAt(*found);
+        const TimedLine event = member.actor->EventAt(*found);
         for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables.emplace_back(*expect.name + "." + key, value);
             neutral_.Name(key, value, *expect.name + "." + key);
@@ -360,8 +360,8 @@ void CRunner::Do(const CExpectStatement& expect) {
     ++cast_->expected;
 }
 
-void CRunner::Do(const CNeverStatement& never) {
-    const CEventPattern pattern = Filled(never.pattern);
+void CRunner::Do(const NeverStatement& never) {
+    const EventPattern pattern = Filled(never.pattern);
     if (Find(never.actor).Find(pattern, {})) {
         throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
     }
@@ -376,13 +376,13 @@ void CRunner::ShowCountdown() {
     }
 }
 
-void CRunner::Do(const CCountdownStatement& countdown) {
+void CRunner::Do(const CountdownStatement& countdown) {
     cast_->countdownEnd = Clock::now() + countdown.duration;
     cast_->countdownText = countdown.text;
     screen_.Say(countdown.text);
 }
 
-void CRunner::Do(const CWaitStatement& wait) {
+void CRunner::Do(const WaitStatement& wait) {
     const Clock::time_point end = Clock::now() + wait.duration;
     screen_.Say(wait.text);
     while (Clock::now() < end) {

@@ -23,7 +23,7 @@
 namespace Kyr::Lab::Runner {
 
 /// Where the lab's programs are and where a run leaves its files.
-struct CRunnerPaths {
+struct RunnerPaths {
     std::string programs;  // folder of simagent, devhost and victim
     std::string library;   // the module library
     std::string ports;     // folder in which the ports of this run have their names
@@ -36,51 +36,51 @@ struct CRunnerPaths {
 class CRunner {
   public:
     /// `screen` must outlive the runner.
-    CRunner(CRunnerPaths paths, CScreen& screen);
+    CRunner(RunnerPaths paths, CScreen& screen);
     ~CRunner();
 
     /// Plays one scenario to its end or its first failure, and adds a row for each step, and one
     /// for the transcript when it is compared. Returns true when every expectation held.
-    bool Run(const CScenario& scenario);
+    bool Run(const Scenario& scenario);
 
-    const std::vector<CStepResult>& Results() const { return results_; }
-    CFigures Sum() const { return counter_.Sum(); }
+    const std::vector<StepResult>& Results() const { return results_; }
+    Figures Sum() const { return counter_.Sum(); }
 
   private:
-    struct CCast;
-    struct CMember;
+    struct Cast;
+    struct Member;
 
-    void Do(const CStepStatement& step);
-    void Do(const CSayStatement& say);
-    void Do(const CStartStatement& start);
-    void Do(const CKillStatement& kill);
-    void Do(const CQuitStatement& quit);
-    void Do(const CGoneStatement& gone);
-    void Do(const CCommandStatement& command);
-    void Do(const CExpectStatement& expect);
-    void Do(const CNeverStatement& never);
-    void Do(const CCountdownStatement& countdown);
-    void Do(const CWaitStatement& wait);
+    void Do(const StepStatement& step);
+    void Do(const SayStatement& say);
+    void Do(const StartStatement& start);
+    void Do(const KillStatement& kill);
+    void Do(const QuitStatement& quit);
+    void Do(const GoneStatement& gone);
+    void Do(const CommandStatement& command);
+    void Do(const ExpectStatement& expect);
+    void Do(const NeverStatement& never);
+    void Do(const CountdownStatement& countdown);
+    void Do(const WaitStatement& wait);
 
     void CloseStep();
     void CompareTranscript();
     /// Every process lives until a statement ends it, or lets it end.
     void RefuseUnaskedEnds();
     void ShowCountdown();
-    CMember& Find(const std::string& actor);
-    std::vector<std::string> Arguments(const CStartStatement& start) const;
+    Member& Find(const std::string& actor);
+    std::vector<std::string> Arguments(const StartStatement& start) const;
     std::string ProgramPath(const std::string& actor) const;
     std::string ProgramFile(const std::string& name) const;
-    CEventPattern Filled(const CEventPattern& pattern) const;
+    EventPattern Filled(const EventPattern& pattern) const;
 
-    const CRunnerPaths paths_;
+    const RunnerPaths paths_;
     CScreen& screen_;
     CTranscript transcript_;
     CNeutralTranscript neutral_;
     CFigureCounter counter_;
-    std::vector<CStepResult> results_;
+    std::vector<StepResult> results_;
 
-    std::unique_ptr<CCast> cast_;  // what belongs to the scenario that is being played
+    std::unique_ptr<Cast> cast_;  // what belongs to the scenario that is being played
 };
 
 }  // namespace Kyr::Lab::Runner

@@ -119,18 +119,18 @@ std::string ParseKind(CWords& words) {
     return kind;
 }
 
-CFieldMatch ParseField(std::size_t line, const std::string& word) {
+FieldMatch ParseField(std::size_t line, const std::string& word) {
     const std::size_t sign = word.find_first_of("=~");
     if (sign == std::string::npos || !IsName(word.substr(0, sign), "-0123456789")) {
         throw CScenarioError(line, "\"" + word + "\" is no field such as pid=7 or text~Ping");
     }
     return {word.substr(0, sign),
-            word[sign] == '=' ? CFieldMatch::Kind::Equals : CFieldMatch::Kind::Contains,
+            word[sign] == '=' ? FieldMatch::Kind::kEquals : FieldMatch::Kind::kContains,
             word.substr(sign + 1)};
 }
 
-CExpectStatement ParseExpect(CWords& words) {
-    CExpectStatement expect{
+ExpectStatement ParseExpect(CWords& words) {
+    ExpectStatement expect{
         words.NextActor(), {ParseKind(words), {}}, kDefaultPatience, std::nullopt};
     while (!words.AtEnd()) {
         const std::string word = words.Next("");
@@ -145,24 +145,24 @@ CExpectStatement ParseExpect(CWords& words) {
     return expect;
 }
 
-CNeverStatement ParseNever(CWords& words) {
-    CNeverStatement never{words.NextActor(), {ParseKind(words), {}}};
+NeverStatement ParseNever(CWords& words) {
+    NeverStatement never{words.NextActor(), {ParseKind(words), {}}};
     while (!words.AtEnd()) {
         never.pattern.fields.push_back(ParseField(words.Line(), words.Next("")));
     }
     return never;
 }
 
-CStartStatement ParseStart(CWords& words) {
-    CStartStatement start{words.NextActor(), {}};
+StartStatement ParseStart(CWords& words) {
+    StartStatement start{words.NextActor(), {}};
     while (!words.AtEnd()) {
         start.arguments.push_back(words.Next(""));
     }
     return start;
 }
 
-CGoneStatement ParseGone(CWords& words) {
-    CGoneStatement gone{words.NextActor(), kDefaultPatience};
+GoneStatement ParseGone(CWords& words) {
+    GoneStatement gone{words.NextActor(), kDefaultPatience};
     if (!words.AtEnd()) {
         if (words.Next("") != "within") {
             throw CScenarioError(words.Line(), "expected \"within\" and a duration");
@@ -175,19 +175,19 @@ CGoneStatement ParseGone(CWords& words) {
 Statement ParseStatement(CWords& words) {
     const std::string word = words.Next("a statement");
     if (word == "step") {
-        return CStepStatement{words.Rest("the step's text")};
+        return StepStatement{words.Rest("the step's text")};
     }
     if (word == "say") {
-        return CSayStatement{words.Rest("a remark")};
+        return SayStatement{words.Rest("a remark")};
     }
     if (word == "start") {
         return ParseStart(words);
     }
     if (word == "kill") {
-        return CKillStatement{words.NextActor()};
+        return KillStatement{words.NextActor()};
     }
     if (word == "quit") {
-        return CQuitStatement{words.NextActor()};
+        return QuitStatement{words.NextActor()};
     }
     if (word == "gone") {
         return ParseGone(words);
@@ -200,25 +200,25 @@ Statement ParseStatement(CWords& words) {
     }
     if (word == "countdown") {
         const std::chrono::milliseconds duration = words.NextDuration();
-        return CCountdownStatement{duration, words.Rest("what is waited for")};
+        return CountdownStatement{duration, words.Rest("what is waited for")};
     }
     if (word == "wait") {
         const std::chrono::milliseconds duration = words.NextDuration();
-        return CWaitStatement{duration, words.Rest("what is waited for")};
+        return WaitStatement{duration, words.Rest("what is waited for")};
     }
     if (IsActor(word)) {
-        return CCommandStatement{word, words.Rest("a command")};
+        return CommandStatement{word, words.Rest("a command")};
     }
     throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
 }
 
 /// Whether the statement can fail for something that a program did or did not do.
-bool Expects(const CNumberedStatement& numbered) {
+bool Expects(const NumberedStatement& numbered) {
     const Statement& statement = numbered.statement;
-    return std::holds_alternative<CExpectStatement>(statement) ||
-           std::holds_alternative<CNeverStatement>(statement) ||
-           std::holds_alternative<CGoneStatement>(statement) ||
-           std::holds_alternative<CQuitStatement>(statement);
+    return std::holds_alternative<ExpectStatement>(statement) ||
+           std::holds_alternative<NeverStatement>(statement) ||
+           std::holds_alternative<GoneStatement>(statement) ||
+           std::holds_alternative<QuitStatement>(statement);
 }
 
 }  // namespace
@@ -226,8 +226,8 @@ bool Expects(const CNumberedStatement& numbered) {
 CScenarioError::CScenarioError(std::size_t line, const std::string& text)
     : std::runtime_error("line " + std::to_string(line) + ": " + text) {}
 
-CScenario ParseScenario(const std::string& text) {
-    CScenario scenario;
+Scenario ParseScenario(const std::string& text) {
+    Scenario scenario;
     std::istringstream lines(text);
     std::string line;
     std::size_t number = 1;

@@ -34,95 +34,95 @@ class CScenarioError : public std::runtime_error {
 };
 
 /// How one field of an event is compared.
-struct CFieldMatch {
-    enum class Kind { Equals, Contains };
+struct FieldMatch {
+    enum class Kind { kEquals, kContains };
     std::string key;
     Kind kind;
     std::string value;
 };
 
 /// What an event must look like.
-struct CEventPattern {
+struct EventPattern {
     std::string kind;
-    std::vector<CFieldMatch> fields;
+    std::vector<FieldMatch> fields;
 };
 
 /// Opens a step: one row of the table at the end. For each actor the events of the step begin right
 /// behind the last one that an earlier step expected of the same process: what that step set going
 /// at its end may have been told before this one opens.
-struct CStepStatement {
+struct StepStatement {
     std::string text;
 };
 /// A remark for the person who watches.
-struct CSayStatement {
+struct SayStatement {
     std::string text;
 };
 /// Starts an actor's program with further arguments.
-struct CStartStatement {
+struct StartStatement {
     std::string actor;
     std::vector<std::string> arguments;
 };
 /// Kills an actor's process at once.
-struct CKillStatement {
+struct KillStatement {
     std::string actor;
 };
 /// Tells an actor to quit and waits for its end; its exit code must be 0.
-struct CQuitStatement {
+struct QuitStatement {
     std::string actor;
 };
 /// The actor's process must end by itself, by whatever way.
-struct CGoneStatement {
+struct GoneStatement {
     std::string actor;
     std::chrono::milliseconds within;
 };
 /// One line to an actor's standard input.
-struct CCommandStatement {
+struct CommandStatement {
     std::string actor;
     std::string line;
 };
 /// The actor must tell of such an event in this step, or have told of it; each event serves one
 /// expectation. The order does not matter within a step, since several threads tell.
-struct CExpectStatement {
+struct ExpectStatement {
     std::string actor;
-    CEventPattern pattern;
+    EventPattern pattern;
     std::chrono::milliseconds within;
     std::optional<std::string> name;  // keeps the event's fields as $name.key
 };
 /// The actor must not have told of such an event in this step so far, except where one was
 /// expected.
-struct CNeverStatement {
+struct NeverStatement {
     std::string actor;
-    CEventPattern pattern;
+    EventPattern pattern;
 };
 /// A real wait of the system under test, shown counting down while the next expectation is awaited.
-struct CCountdownStatement {
+struct CountdownStatement {
     std::chrono::milliseconds duration;
     std::string text;
 };
 
 /// A time in which something must not happen, as the CNeverStatements behind it say.
-struct CWaitStatement {
+struct WaitStatement {
     std::chrono::milliseconds duration;
     std::string text;
 };
 
-using Statement = std::variant<CStepStatement, CSayStatement, CStartStatement, CKillStatement,
-                               CQuitStatement, CGoneStatement, CCommandStatement, CExpectStatement,
-                               CNeverStatement, CCountdownStatement, CWaitStatement>;
+using Statement = std::variant<StepStatement, SayStatement, StartStatement, KillStatement,
+                               QuitStatement, GoneStatement, CommandStatement, ExpectStatement,
+                               NeverStatement, CountdownStatement, WaitStatement>;
 
-struct CNumberedStatement {
+struct NumberedStatement {
     std::size_t line;
     Statement statement;
 };
 
-struct CScenario {
+struct Scenario {
     std::string title;
-    std::vector<CNumberedStatement> statements;
+    std::vector<NumberedStatement> statements;
 };
 
 /// Reads a whole scenario. One without title, and one in which nothing is expected (by `expect`,
 /// `never`, `gone` or `quit`), is none.
-CScenario ParseScenario(const std::string& text);
+Scenario ParseScenario(const std::string& text);
 
 /// Replaces $name.key by its value; throws std::runtime_error for a name that is not known.
 std::string Substitute(const std::string& text,

@@ -38,11 +38,11 @@ std::string Seconds(std::chrono::milliseconds duration) {
 /// Who tells it, or which way it crosses the wire between host and product.
 std::string Origin(const std::string& actor, Road road) {
     switch (road) {
-        case Road::ToProduct:
+        case Road::kToProduct:
             return "wire ->";
-        case Road::FromProduct:
+        case Road::kFromProduct:
             return "wire <-";
-        case Road::None:
+        case Road::kNone:
             break;
     }
     return ShownName(actor);
@@ -58,7 +58,7 @@ CScreen::CScreen(std::ostream& out, bool interactive, Detail detail)
     : out_(out), interactive_(interactive), detail_(detail) {}
 
 std::string CScreen::Paint(Colour colour, const std::string& text) const {
-    if (!interactive_ || colour == Colour::Plain) {
+    if (!interactive_ || colour == Colour::kPlain) {
         return text;
     }
     static const char* const codes[] = {"", "1", "2", "31", "32", "33", "35", "36"};
@@ -78,132 +78,133 @@ void CScreen::Print(const std::string& line) {
 }
 
 void CScreen::Title(const std::string& title) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("");
-        Print(Paint(Colour::Bold, title));
+        Print(Paint(Colour::kBold, title));
     }
 }
 
 void CScreen::Step(std::size_t number, const std::string& text) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         shown_.clear();
         Print("");
-        Print(Paint(Colour::Bold, std::to_string(number) + ". " + text));
+        Print(Paint(Colour::kBold, std::to_string(number) + ". " + text));
     }
 }
 
 void CScreen::Say(const std::string& text) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("  " + Padded("", kTimeWidth) + "  " + text);
     }
 }
 
 void CScreen::Command(const std::string& actor, const std::string& line) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::Bold, Padded(ShownName(actor), kActorWidth) + "<- " + Shortened(line)));
+        Print(
+            "  " + Padded("", kTimeWidth) + "  " +
+            Paint(Colour::kBold, Padded(ShownName(actor), kActorWidth) + "<- " + Shortened(line)));
     }
 }
 
-void CScreen::Event(const std::string& actor, const CTimedLine& line) {
-    if (detail_ != Detail::Everything) {
+void CScreen::Event(const std::string& actor, const TimedLine& line) {
+    if (detail_ != Detail::kEverything) {
         return;
     }
-    const CNarration told = Narrate(line.line);
-    Colour colour = told.road != Road::None ? Colour::Plain
-                    : actor == "agent"      ? Colour::Magenta
-                                            : Colour::Cyan;
+    const Narration told = Narrate(line.line);
+    Colour colour = told.road != Road::kNone ? Colour::kPlain
+                    : actor == "agent"       ? Colour::kMagenta
+                                             : Colour::kCyan;
     switch (told.weight) {
-        case Weight::Detail:
+        case Weight::kDetail:
             return;
-        case Weight::Ordinary:
+        case Weight::kOrdinary:
             break;
-        case Weight::Warning:
-            colour = Colour::Yellow;
+        case Weight::kWarning:
+            colour = Colour::kYellow;
             break;
-        case Weight::Error:
-            colour = Colour::Red;
+        case Weight::kError:
+            colour = Colour::kRed;
             break;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     if (told.oncePerStep && !shown_.insert(told.text).second) {
         return;
     }
-    Print("  " + Paint(Colour::Dim, Padded(line.time, kTimeWidth)) + "  " +
+    Print("  " + Paint(Colour::kDim, Padded(line.time, kTimeWidth)) + "  " +
           Paint(colour, Padded(Origin(actor, told.road), kActorWidth) + Shortened(told.text)));
 }
 
 void CScreen::Passed(const std::string& what) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::Green, Padded("ok", kActorWidth) + Shortened(what)));
+              Paint(Colour::kGreen, Padded("ok", kActorWidth) + Shortened(what)));
     }
 }
 
 void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds took) {
-    if (detail_ == Detail::Everything) {
+    if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
         const std::string what = expectations == 0 ? "as expected"
                                  : expectations == 1
                                      ? "1 expectation held"
                                      : std::to_string(expectations) + " expectations held";
         Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::Green, Padded("ok", kActorWidth) + what + ", " + Seconds(took)));
+              Paint(Colour::kGreen, Padded("ok", kActorWidth) + what + ", " + Seconds(took)));
     }
 }
 
 void CScreen::Failed(const std::string& what) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    Print("  " + Padded("", kTimeWidth) + "  " + Paint(Colour::Red, "NOT as expected: " + what));
+    Print("  " + Padded("", kTimeWidth) + "  " + Paint(Colour::kRed, "NOT as expected: " + what));
 }
 
 void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text) {
-    if (detail_ != Detail::Everything || !interactive_) {
+    if (detail_ != Detail::kEverything || !interactive_) {
         return;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     ClearCountdown();
     if (!text.empty()) {
-        out_ << Paint(Colour::Yellow, "     " + Padded(Seconds(left), 12) + " " + text)
+        out_ << Paint(Colour::kYellow, "     " + Padded(Seconds(left), 12) + " " + text)
              << std::flush;
         countdownShown_ = true;
     }
 }
 
-void CScreen::Table(const std::vector<CStepResult>& results) {
+void CScreen::Table(const std::vector<StepResult>& results) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const std::string asked = "What was asked";
     std::size_t width = asked.size();
-    for (const CStepResult& result : results) {
+    for (const StepResult& result : results) {
         width = std::max(width, result.step.size() + 2);
     }
     std::string scenario;
     Print("");
-    Print(Paint(Colour::Bold, Padded(asked, width) + "  What happened      Time"));
-    for (const CStepResult& result : results) {
+    Print(Paint(Colour::kBold, Padded(asked, width) + "  What happened      Time"));
+    for (const StepResult& result : results) {
         if (result.scenario != scenario) {
             scenario = result.scenario;
-            Print(Paint(Colour::Dim, scenario));
+            Print(Paint(Colour::kDim, scenario));
         }
         Print(Padded("  " + result.step, width) + "  " +
-              Paint(result.passed ? Colour::Green : Colour::Red,
+              Paint(result.passed ? Colour::kGreen : Colour::kRed,
                     Padded(result.passed ? "as expected" : "FAILED", 12)) +
               RightAligned(Seconds(result.took), 11));
         if (!result.passed) {
-            Print(Paint(Colour::Red, "    " + result.failure));
+            Print(Paint(Colour::kRed, "    " + result.failure));
         }
     }
 }
 
-void CScreen::Show(const CFigures& figures) {
+void CScreen::Show(const Figures& figures) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Print("");
-    Print(Paint(Colour::Bold, "In figures"));
+    Print(Paint(Colour::kBold, "In figures"));
     for (const auto& [what, count] : Rows(figures)) {
         Print(Padded("  " + what, 26) + RightAligned(count, 6));
     }

@@ -18,7 +18,7 @@
 namespace Kyr::Lab::Runner {
 
 /// One row of the table.
-struct CStepResult {
+struct StepResult {
     std::string scenario;
     std::string step;
     bool passed;
@@ -28,7 +28,7 @@ struct CStepResult {
 
 class CScreen {
   public:
-    enum class Detail { Results, Everything };
+    enum class Detail { kResults, kEverything };
 
     /// `out` must outlive the screen. `interactive`: a terminal with colours and a line that can be
     /// rewritten.
@@ -38,18 +38,18 @@ class CScreen {
     void Step(std::size_t number, const std::string& text);
     void Say(const std::string& text);
     void Command(const std::string& actor, const std::string& line);
-    void Event(const std::string& actor, const CTimedLine& line);
+    void Event(const std::string& actor, const TimedLine& line);
     /// What was checked and cannot be seen.
     void Passed(const std::string& what);
     void StepPassed(std::size_t expectations, std::chrono::milliseconds took);
     void Failed(const std::string& what);
     /// Shows how long the system will still wait; empty text takes the line away.
     void Countdown(std::chrono::milliseconds left, const std::string& text);
-    void Table(const std::vector<CStepResult>& results);
-    void Show(const CFigures& figures);
+    void Table(const std::vector<StepResult>& results);
+    void Show(const Figures& figures);
 
   private:
-    enum class Colour { Plain, Bold, Dim, Red, Green, Yellow, Magenta, Cyan };
+    enum class Colour { kPlain, kBold, kDim, kRed, kGreen, kYellow, kMagenta, kCyan };
 
     std::string Paint(Colour colour, const std::string& text) const;
     void Print(const std::string& line);

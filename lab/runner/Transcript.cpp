@@ -15,7 +15,7 @@ CTranscript::CTranscript(const std::string& path) {
     }
 }
 
-void CTranscript::Event(const std::string& actor, const CTimedLine& line) {
+void CTranscript::Event(const std::string& actor, const TimedLine& line) {
     const std::lock_guard<std::mutex> lock(mutex_);
     file_ << line.time << ' ' << actor << ' ' << line.line.Text() << std::endl;
 }

@@ -17,7 +17,7 @@ class CTranscript {
     /// cannot.
     explicit CTranscript(const std::string& path);
 
-    void Event(const std::string& actor, const CTimedLine& line);
+    void Event(const std::string& actor, const TimedLine& line);
 
   private:
     std::mutex mutex_;  // guards the file

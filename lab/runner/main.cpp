@@ -28,8 +28,8 @@ constexpr const char* kUsage =
     "[--transcripts=DIR] [--quiet] [--colour=auto|always|never] SCENARIO...\n";
 
 /// Reads them all, so that one that is none ends the run before anything has been played.
-std::vector<CScenario> ReadScenarios(const std::vector<std::string>& files) {
-    std::vector<CScenario> scenarios;
+std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
+    std::vector<Scenario> scenarios;
     for (const std::string& file : files) {
         try {
             scenarios.push_back(ParseScenario(ReadFile(file)));
@@ -44,8 +44,8 @@ int Run(int argc, char** argv) {
     CArguments arguments(argc, argv);
     const bool colour = TakeColour(arguments, OutputIsTerminal());
     const auto detail =
-        arguments.TakeFlag("quiet") ? CScreen::Detail::Results : CScreen::Detail::Everything;
-    CRunnerPaths paths;
+        arguments.TakeFlag("quiet") ? CScreen::Detail::kResults : CScreen::Detail::kEverything;
+    RunnerPaths paths;
     paths.programs = arguments.TakeValue("programs").value_or("");
     paths.library = arguments.TakeValue("library").value_or("");
     const auto work = arguments.TakeValue("work");
@@ -58,18 +58,18 @@ int Run(int argc, char** argv) {
         return 2;
     }
 
-    const std::vector<CScenario> scenarios = ReadScenarios(files);
+    const std::vector<Scenario> scenarios = ReadScenarios(files);
     paths.work = work ? *work : NewWorkFolder();
     paths.ports = (boost::filesystem::path(paths.work) / "ports").string();
     boost::filesystem::create_directories(paths.ports);
     boost::filesystem::permissions(paths.ports, boost::filesystem::owner_all);
 
     CScreen screen(std::cout, colour, detail);
-    std::vector<CStepResult> results;
-    CFigures figures;
+    std::vector<StepResult> results;
+    Figures figures;
     bool passed = true;
     for (std::size_t played = 0; played < files.size(); ++played) {
-        CRunnerPaths own = paths;
+        RunnerPaths own = paths;
         const boost::filesystem::path stem = boost::filesystem::path(files[played]).stem();
         own.work = (boost::filesystem::path(paths.work) / stem).string();
         if (transcripts) {

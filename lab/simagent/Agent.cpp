@@ -9,16 +9,16 @@
 
 namespace Kyr::Lab::SimAgent {
 
-struct CAgent::CRead {
-    CRequestFacts facts;
-    std::optional<CAction> action;  // nothing: a ping, an unknown command, or unreadable
-    std::string problem;            // why the request is unreadable
+struct CAgent::ReadRequest {
+    RequestFacts facts;
+    std::optional<InnerAction> action;  // nothing: a ping, an unknown command, or unreadable
+    std::string problem;                // why the request is unreadable
 };
 
 namespace {
 
-const CMisbehaviour* Find(const std::vector<CMisbehaviour>& faults, Fault fault) {
-    for (const CMisbehaviour& one : faults) {
+const Misbehaviour* Find(const std::vector<Misbehaviour>& faults, Fault fault) {
+    for (const Misbehaviour& one : faults) {
         if (one.fault == fault) {
             return &one;
         }
@@ -27,46 +27,46 @@ const CMisbehaviour* Find(const std::vector<CMisbehaviour>& faults, Fault fault)
 }
 
 /// The fault's number. REQUIRES: the kind of fault has one.
-std::optional<std::uint32_t> NumberOf(const std::vector<CMisbehaviour>& faults, Fault fault) {
-    const CMisbehaviour* const found = Find(faults, fault);
+std::optional<std::uint32_t> NumberOf(const std::vector<Misbehaviour>& faults, Fault fault) {
+    const Misbehaviour* const found = Find(faults, fault);
     return found == nullptr ? std::nullopt : found->number;
 }
 
 /// What a refused request gets instead of being carried out.
-std::optional<CAnswer> Refusal(const std::vector<CMisbehaviour>& faults) {
-    CAnswer answer;
-    if (Find(faults, Fault::Drop) != nullptr) {
-        answer.delivery = CAnswer::Delivery::Drop;
+std::optional<PortAnswer> Refusal(const std::vector<Misbehaviour>& faults) {
+    PortAnswer answer;
+    if (Find(faults, Fault::kDrop) != nullptr) {
+        answer.delivery = PortAnswer::Delivery::kDrop;
         return answer;
     }
-    if (Find(faults, Fault::Hang) != nullptr) {
-        answer.delivery = CAnswer::Delivery::Hang;
+    if (Find(faults, Fault::kHang) != nullptr) {
+        answer.delivery = PortAnswer::Delivery::kHang;
         return answer;
     }
-    if (const auto code = NumberOf(faults, Fault::Code)) {
+    if (const auto code = NumberOf(faults, Fault::kCode)) {
         answer.code = *code;
         return answer;
     }
-    if (const auto status = NumberOf(faults, Fault::Status)) {
+    if (const auto status = NumberOf(faults, Fault::kStatus)) {
         answer.bytes = EncodeReply(ErrorReply(*status));
         return answer;
     }
     return std::nullopt;
 }
 
-void DamagePayload(const std::vector<CMisbehaviour>& faults, CReply& reply) {
-    if (const auto code = NumberOf(faults, Fault::ResultCode)) {
+void DamagePayload(const std::vector<Misbehaviour>& faults, InnerReply& reply) {
+    if (const auto code = NumberOf(faults, Fault::kResultCode)) {
         reply.payload = EncodeResultCode(*code);
     }
-    if (Find(faults, Fault::BadPayload) != nullptr) {
+    if (Find(faults, Fault::kBadPayload) != nullptr) {
         reply.payload = {0x07};  // a field number that may not be, of a type that is none
     }
-    if (Find(faults, Fault::NoPayload) != nullptr) {
+    if (Find(faults, Fault::kNoPayload) != nullptr) {
         reply.payload.clear();
     }
 }
 
-void DamageBytes(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
+void DamageBytes(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
     const auto overwrite = [&](std::size_t offset, std::optional<std::uint32_t> value) {
         if (value && answer.bytes.size() >= offset + 4) {
             Bytes bytes;
@@ -75,22 +75,22 @@ void DamageBytes(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
                       answer.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
         }
     };
-    overwrite(0, NumberOf(faults, Fault::HeaderSize));
-    overwrite(8, NumberOf(faults, Fault::Value));
-    if (const auto size = NumberOf(faults, Fault::Oversized)) {
+    overwrite(0, NumberOf(faults, Fault::kHeaderSize));
+    overwrite(8, NumberOf(faults, Fault::kValue));
+    if (const auto size = NumberOf(faults, Fault::kOversized)) {
         answer.bytes.resize(*size);
     }
-    if (const auto size = NumberOf(faults, Fault::Short)) {
+    if (const auto size = NumberOf(faults, Fault::kShort)) {
         answer.bytes.resize(std::min<std::size_t>(*size, answer.bytes.size()));
     }
 }
 
-void DamageDelivery(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
-    if (const CMisbehaviour* const fault = Find(faults, Fault::BadLength)) {
+void DamageDelivery(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
+    if (const Misbehaviour* const fault = Find(faults, Fault::kBadLength)) {
         answer.announcedLength = fault->number.value_or(answer.AnnouncedLength() + 1);
     }
-    answer.withoutView = Find(faults, Fault::ViewMissing) != nullptr;
-    answer.smallView = Find(faults, Fault::ViewSmall) != nullptr;
+    answer.withoutView = Find(faults, Fault::kViewMissing) != nullptr;
+    answer.smallView = Find(faults, Fault::kViewSmall) != nullptr;
     if ((answer.withoutView || answer.smallView) &&
         answer.AnnouncedLength() <= kAlpcMaxInlineReply) {
         answer.bytes.resize(kAlpcMaxInlineReply + 1);
@@ -100,8 +100,8 @@ void DamageDelivery(const std::vector<CMisbehaviour>& faults, CAnswer& answer) {
 
 /// The legacy port cannot give more than the client has room for; the product says so in the reply
 /// header, and the client asks again with more room.
-void FitIntoLegacyReply(const CPortRequest& request, CAnswer& answer) {
-    if (request.transport != Transport::Lpc || answer.bytes.size() <= request.replyCapacity) {
+void FitIntoLegacyReply(const PortRequest& request, PortAnswer& answer) {
+    if (request.transport != Transport::kLpc || answer.bytes.size() <= request.replyCapacity) {
         return;
     }
     answer.bytes = EncodeReply(ErrorReply(kStatusBufferTooSmall));
@@ -114,30 +114,30 @@ void FitIntoLegacyReply(const CPortRequest& request, CAnswer& answer) {
 }  // namespace
 
 CAgent::CAgent(const CInnerCommands& commands, CMisbehaviours& misbehaviours,
-               boost::shared_ptr<Base::IClock> clock, LineSink sink, CSettings settings)
+               boost::shared_ptr<Base::IClock> clock, LineSink sink, Settings settings)
     : commands_(commands),
       misbehaviours_(misbehaviours),
       clock_(std::move(clock)),
       sink_(std::move(sink)),
       settings_(std::move(settings)) {}
 
-CAnswer CAgent::Answer(const CPortRequest& request) {
+PortAnswer CAgent::Answer(const PortRequest& request) {
     std::uint64_t id = 0;
     {
         const Base::CLock lock(mutex_);
         id = ++requests_;
     }
-    const CRead read = Read(request);
+    const ReadRequest read = Read(request);
     WriteRequest(id, request, read);
-    const std::vector<CMisbehaviour> faults = misbehaviours_.Take(read.facts);
-    if (const auto milliseconds = NumberOf(faults, Fault::Delay)) {
+    const std::vector<Misbehaviour> faults = misbehaviours_.Take(read.facts);
+    if (const auto milliseconds = NumberOf(faults, Fault::kDelay)) {
         Delay(std::chrono::milliseconds(*milliseconds));
     }
-    if (Find(faults, Fault::Die) != nullptr) {
+    if (Find(faults, Fault::kDie) != nullptr) {
         settings_.endAgent();
     }
-    CAnswer answer;
-    if (const std::optional<CAnswer> refusal = Refusal(faults)) {
+    PortAnswer answer;
+    if (const std::optional<PortAnswer> refusal = Refusal(faults)) {
         answer = *refusal;
     } else {
         answer = CarryOut(request, read, faults);
@@ -154,15 +154,15 @@ void CAgent::Stop() {
     stopRequested_.NotifyAll();
 }
 
-CAgent::CRead CAgent::Read(const CPortRequest& request) const {
-    CRead read;
+CAgent::ReadRequest CAgent::Read(const PortRequest& request) const {
+    ReadRequest read;
     read.facts.transport = request.transport;
     read.facts.command = request.command;
     if (request.command != kRequestCommand) {
         return read;
     }
     try {
-        CAction action;
+        InnerAction action;
         action.inner = DecodeInnerRequest(request.payload);
         read.facts.inner = action.inner.command;
         if (action.inner.command == kXmlCommand) {
@@ -176,9 +176,9 @@ CAgent::CRead CAgent::Read(const CPortRequest& request) const {
     return read;
 }
 
-CAnswer CAgent::CarryOut(const CPortRequest& request, const CRead& read,
-                         const std::vector<CMisbehaviour>& faults) {
-    CAnswer answer;
+PortAnswer CAgent::CarryOut(const PortRequest& request, const ReadRequest& read,
+                            const std::vector<Misbehaviour>& faults) {
+    PortAnswer answer;
     if (request.command == kPingCommand) {
         return answer;
     }
@@ -186,7 +186,7 @@ CAnswer CAgent::CarryOut(const CPortRequest& request, const CRead& read,
         answer.code = kCodeUnknownCommand;
         return answer;
     }
-    CReply reply = ErrorReply(kStatusMalformedRequest);
+    InnerReply reply = ErrorReply(kStatusMalformedRequest);
     if (read.action) {
         try {
             reply = commands_.Perform(*read.action);
@@ -200,7 +200,8 @@ CAnswer CAgent::CarryOut(const CPortRequest& request, const CRead& read,
     return answer;
 }
 
-void CAgent::WriteRequest(std::uint64_t id, const CPortRequest& request, const CRead& read) const {
+void CAgent::WriteRequest(std::uint64_t id, const PortRequest& request,
+                          const ReadRequest& read) const {
     CLine line("request");
     line.With("id", id).With("transport", NameOf(request.transport));
     line.With("command", request.command);
@@ -220,13 +221,13 @@ void CAgent::WriteRequest(std::uint64_t id, const CPortRequest& request, const C
     sink_(line);
 }
 
-void CAgent::WriteReply(std::uint64_t id, const CPortRequest& request,
-                        const CAnswer& answer) const {
+void CAgent::WriteReply(std::uint64_t id, const PortRequest& request,
+                        const PortAnswer& answer) const {
     CLine line("reply");
     line.With("id", id).With("transport", NameOf(request.transport));
-    if (answer.delivery != CAnswer::Delivery::Reply) {
+    if (answer.delivery != PortAnswer::Delivery::kReply) {
         sink_(line.With("delivery",
-                        answer.delivery == CAnswer::Delivery::Drop ? "dropped" : "never"));
+                        answer.delivery == PortAnswer::Delivery::kDrop ? "dropped" : "never"));
         return;
     }
     if (!request.wantsReply) {

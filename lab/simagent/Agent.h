@@ -18,35 +18,35 @@ namespace Kyr::Lab::SimAgent {
 
 class CAgent {
   public:
-    struct CSettings {
+    struct Settings {
         bool wire = false;               // events carry the bytes
         std::function<void()> endAgent;  // what the fault `die` calls
     };
 
     CAgent(const CInnerCommands& commands, CMisbehaviours& misbehaviours,
-           boost::shared_ptr<Base::IClock> clock, LineSink sink, CSettings settings);
+           boost::shared_ptr<Base::IClock> clock, LineSink sink, Settings settings);
 
     /// Blocks for the time of a `delay` fault.
-    CAnswer Answer(const CPortRequest& request);
+    PortAnswer Answer(const PortRequest& request);
 
     /// Ends every delay, now and later.
     void Stop();
 
   private:
-    struct CRead;
+    struct ReadRequest;
 
-    CRead Read(const CPortRequest& request) const;
-    CAnswer CarryOut(const CPortRequest& request, const CRead& read,
-                     const std::vector<CMisbehaviour>& faults);
-    void WriteRequest(std::uint64_t id, const CPortRequest& request, const CRead& read) const;
-    void WriteReply(std::uint64_t id, const CPortRequest& request, const CAnswer& answer) const;
+    ReadRequest Read(const PortRequest& request) const;
+    PortAnswer CarryOut(const PortRequest& request, const ReadRequest& read,
+                        const std::vector<Misbehaviour>& faults);
+    void WriteRequest(std::uint64_t id, const PortRequest& request, const ReadRequest& read) const;
+    void WriteReply(std::uint64_t id, const PortRequest& request, const PortAnswer& answer) const;
     void Delay(std::chrono::milliseconds duration);
 
     const CInnerCommands& commands_;  // borrowed
     CMisbehaviours& misbehaviours_;   // borrowed
     const boost::shared_ptr<Base::IClock> clock_;
     const LineSink sink_;
-    const CSettings settings_;
+    const Settings settings_;
 
     Base::CMutex mutex_;
     Base::CCondition stopRequested_;

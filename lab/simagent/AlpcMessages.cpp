@@ -10,7 +10,7 @@ constexpr std::size_t kPayloadOffset = kAlpcHeaderSize + 16;
 
 }  // namespace
 
-CAlpcRequest DecodeAlpcRequest(const Bytes& message) {
+AlpcRequest DecodeAlpcRequest(const Bytes& message) {
     const std::size_t end = kAlpcHeaderSize + ReadU16(message, NtApi::kDataLengthOffset);
     if (ReadU16(message, NtApi::kTotalLengthOffset) != end) {
         throw CMalformed("the message's two lengths do not agree");
@@ -18,7 +18,7 @@ CAlpcRequest DecodeAlpcRequest(const Bytes& message) {
     if (end > message.size() || end < kPayloadOffset) {
         throw CMalformed("the message is too short");
     }
-    CAlpcRequest request;
+    AlpcRequest request;
     request.command = ReadU32(message, kAlpcHeaderSize);
     request.growableReply = message[kAlpcHeaderSize + 4] != 0;
     request.requestLength = ReadU32(message, kAlpcHeaderSize + 8);

@@ -25,7 +25,7 @@ constexpr std::size_t kAlpcMaxInlineRequest = 0xFFC7;
 /// Longer replies go in a view (protocol).
 constexpr std::size_t kAlpcMaxInlineReply = 0xFFCF;
 
-struct CAlpcRequest {
+struct AlpcRequest {
     std::uint32_t command = 0;
     bool growableReply = false;
     std::uint32_t replyCapacity = 0;
@@ -34,7 +34,7 @@ struct CAlpcRequest {
     Bytes payload;  // empty when it comes in a view
 };
 
-CAlpcRequest DecodeAlpcRequest(const Bytes& message);
+AlpcRequest DecodeAlpcRequest(const Bytes& message);
 
 /// A reply message. Its header repeats the ids of the request's, which name the waiting client.
 /// REQUIRES: `inlineReply` is at most kAlpcMaxInlineReply long; `request` has passed

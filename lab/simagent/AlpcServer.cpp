@@ -72,7 +72,8 @@ NtApi::AlpcPortAttributes PortAttributes() {
 
 CAlpcServer::CAlpcServer(CAgent& agent, LineSink sink)
     : CPortServer(agent, std::move(sink),
-                  {Transport::Alpc, "advanced", kAlpcPortName, kConnectionInfo, kAlpcHeaderSize}) {}
+                  {Transport::kAlpc, "advanced", kAlpcPortName, kConnectionInfo, kAlpcHeaderSize}) {
+}
 
 CAlpcServer::~CAlpcServer() {
     Close();
@@ -83,7 +84,7 @@ NtApi::NtStatus CAlpcServer::CreatePort(NtApi::Handle* port, NtApi::ObjectAttrib
     return PortLayer::NtAlpcCreatePort(port, &object, &attributes);
 }
 
-NtApi::NtStatus CAlpcServer::Receive(CReceived& received) {
+NtApi::NtStatus CAlpcServer::Receive(ReceivedRequest& received) {
     CAttributes attributes(NtApi::kAlpcMessageViewAttribute | NtApi::kAlpcMessageContextAttribute);
     received.message.assign(kAlpcMaxMessage, 0);
     std::size_t size = received.message.size();
@@ -98,7 +99,7 @@ NtApi::NtStatus CAlpcServer::Receive(CReceived& received) {
     return status;
 }
 
-NtApi::NtStatus CAlpcServer::Accept(CReceived& received, ClientId client, bool known,
+NtApi::NtStatus CAlpcServer::Accept(ReceivedRequest& received, ClientId client, bool known,
                                     NtApi::Handle* port) {
     NtApi::AlpcPortAttributes attributes = PortAttributes();
     return PortLayer::NtAlpcAcceptConnectPort(port, Port(), 0, nullptr, &attributes,
@@ -111,7 +112,7 @@ void CAlpcServer::CloseClient(NtApi::Handle port) {
     PortLayer::NtClose(port);
 }
 
-void CAlpcServer::Release(CReceived& received) {
+void CAlpcServer::Release(ReceivedRequest& received) {
     const NtApi::Handle port = PortOf(received.client);
     if (port == nullptr) {
         return;  // everything that came from it went with its port
@@ -128,9 +129,9 @@ void CAlpcServer::Release(CReceived& received) {
     }
 }
 
-CPortRequest CAlpcServer::ReadRequest(CReceived& received) {
-    const CAlpcRequest decoded = DecodeAlpcRequest(received.message);
-    CPortRequest request;
+PortRequest CAlpcServer::ReadRequest(ReceivedRequest& received) {
+    const AlpcRequest decoded = DecodeAlpcRequest(received.message);
+    PortRequest request;
     request.command = decoded.command;
     request.replyCapacity = decoded.replyCapacity;
     request.payload = decoded.payload;
@@ -148,7 +149,7 @@ CPortRequest CAlpcServer::ReadRequest(CReceived& received) {
     return request;
 }
 
-void CAlpcServer::Reply(CReceived& received, const CAnswer& answer) {
+void CAlpcServer::Reply(ReceivedRequest& received, const PortAnswer& answer) {
     const NtApi::Handle port = PortOf(received.client);
     if (answer.bytes.size() > kAlpcMaxInlineReply && !answer.withoutView) {
         SendInView(port, received, answer);
@@ -166,8 +167,8 @@ void CAlpcServer::Reply(CReceived& received, const CAnswer& answer) {
     ReportFailure("reply", status);
 }
 
-void CAlpcServer::SendInView(NtApi::Handle port, const CReceived& received,
-                             const CAnswer& answer) const {
+void CAlpcServer::SendInView(NtApi::Handle port, const ReceivedRequest& received,
+                             const PortAnswer& answer) const {
     const std::size_t size = answer.bytes.size() - (answer.smallView ? 1 : 0);
     CAttributes attributes(NtApi::kAlpcMessageViewAttribute);
     AlpcDataViewAttr& view = attributes.MakeView();

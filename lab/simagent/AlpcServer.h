@@ -16,15 +16,16 @@ class CAlpcServer final : public CPortServer {
 
   private:
     NtApi::NtStatus CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) override;
-    NtApi::NtStatus Receive(CReceived& received) override;
-    NtApi::NtStatus Accept(CReceived& received, ClientId client, bool known,
+    NtApi::NtStatus Receive(ReceivedRequest& received) override;
+    NtApi::NtStatus Accept(ReceivedRequest& received, ClientId client, bool known,
                            NtApi::Handle* port) override;
     void CloseClient(NtApi::Handle port) override;
-    CPortRequest ReadRequest(CReceived& received) override;
-    void Reply(CReceived& received, const CAnswer& answer) override;
-    void Release(CReceived& received) override;
+    PortRequest ReadRequest(ReceivedRequest& received) override;
+    void Reply(ReceivedRequest& received, const PortAnswer& answer) override;
+    void Release(ReceivedRequest& received) override;
 
-    void SendInView(NtApi::Handle port, const CReceived& received, const CAnswer& answer) const;
+    void SendInView(NtApi::Handle port, const ReceivedRequest& received,
+                    const PortAnswer& answer) const;
 };
 
 }  // namespace Kyr::Lab::SimAgent

@@ -2,13 +2,13 @@
 
 namespace Kyr::Lab::SimAgent {
 
-CReply ErrorReply(std::uint32_t status) {
-    CReply reply;
+InnerReply ErrorReply(std::uint32_t status) {
+    InnerReply reply;
     reply.status = status;
     return reply;
 }
 
-Bytes EncodeReply(const CReply& reply) {
+Bytes EncodeReply(const InnerReply& reply) {
     Bytes bytes;
     bytes.reserve(12 + reply.payload.size());
     AppendU32(bytes, reply.headerSize);

@@ -25,7 +25,7 @@ constexpr std::uint32_t kCodeUnknownCommand = 3;
 constexpr std::uint32_t kCodeDoesNotFit = 6;
 
 /// The reply to a request command.
-struct CReply {
+struct InnerReply {
     std::uint32_t headerSize = 12;
     std::uint32_t status = kStatusDone;
     std::optional<std::uint32_t> value;  // nothing: the payload's length
@@ -33,16 +33,16 @@ struct CReply {
 };
 
 /// A reply without payload that says why nothing was done.
-CReply ErrorReply(std::uint32_t status);
+InnerReply ErrorReply(std::uint32_t status);
 
 /// u32 header size, u32 status, u32 value, then the payload.
-Bytes EncodeReply(const CReply& reply);
+Bytes EncodeReply(const InnerReply& reply);
 
 /// What a server does about a request.
-struct CAnswer {
-    enum class Delivery { Reply, Drop, Hang };
+struct PortAnswer {
+    enum class Delivery { kReply, kDrop, kHang };
 
-    Delivery delivery = Delivery::Reply;
+    Delivery delivery = Delivery::kReply;
     std::uint32_t code = kCodeDone;
     Bytes bytes;
     std::optional<std::uint32_t> announcedLength;  // nothing: the length of `bytes`

@@ -48,14 +48,14 @@ void CAreaImage::WriteHealthy() {
         WriteWord(EntryAt(entry) + 8, kUserData + kUserDataLength * entry);
         Touch(entry);
     }
-    Write(AreaField::FirstModule, kTable);
-    Write(AreaField::ModuleCount, kModules);
-    Write(AreaField::DataOffset, kData);
-    Write(AreaField::DataSize, kDataLength);
-    Write(AreaField::Version, 2);
-    Write(AreaField::Magic, 0x436C654B);  // "KelC"
-    WriteWord(12, 0x206D6D6F);            // "omm "
-    Write(AreaField::HeaderSize, 32);     // last: an area without it is not opened
+    Write(AreaField::kFirstModule, kTable);
+    Write(AreaField::kModuleCount, kModules);
+    Write(AreaField::kDataOffset, kData);
+    Write(AreaField::kDataSize, kDataLength);
+    Write(AreaField::kVersion, 2);
+    Write(AreaField::kMagic, 0x436C654B);  // "KelC"
+    WriteWord(12, 0x206D6D6F);             // "omm "
+    Write(AreaField::kHeaderSize, 32);     // last: an area without it is not opened
 }
 
 std::uint32_t CAreaImage::Value(std::uint32_t index) const {
@@ -101,27 +101,27 @@ void CAreaImage::WriteWord(std::size_t offset, std::uint32_t value) {
 
 std::size_t CAreaImage::PlaceOf(AreaField field) const {
     switch (field) {
-        case AreaField::HeaderSize:
+        case AreaField::kHeaderSize:
             return 0;
-        case AreaField::Magic:
+        case AreaField::kMagic:
             return 8;
-        case AreaField::Version:
+        case AreaField::kVersion:
             return 16;
-        case AreaField::DataOffset:
+        case AreaField::kDataOffset:
             return 24;
-        case AreaField::DataSize:
+        case AreaField::kDataSize:
             return 28;
-        case AreaField::FirstModule:
+        case AreaField::kFirstModule:
             return kData + 12;
-        case AreaField::ModuleCount:
+        case AreaField::kModuleCount:
             return kData + 20;
-        case AreaField::ModuleId:
+        case AreaField::kModuleId:
             return EntryAt(position_);
-        case AreaField::UserSize:
+        case AreaField::kUserSize:
             return EntryAt(position_) + 4;
-        case AreaField::UserOffset:
+        case AreaField::kUserOffset:
             return EntryAt(position_) + 8;
-        case AreaField::Timestamp:
+        case AreaField::kTimestamp:
             break;
     }
     return EntryAt(position_) + 12;

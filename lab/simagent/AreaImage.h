@@ -19,17 +19,17 @@ namespace Kyr::Lab::SimAgent {
 
 /// Words that a lie is told in, by their place in the area.
 enum class AreaField {
-    HeaderSize,
-    Magic,  // the first four of its bytes
-    Version,
-    DataOffset,
-    DataSize,
-    FirstModule,
-    ModuleCount,
-    ModuleId,  // of the server plug-in's entry, as the following
-    UserSize,
-    UserOffset,
-    Timestamp,
+    kHeaderSize,
+    kMagic,  // the first four of its bytes
+    kVersion,
+    kDataOffset,
+    kDataSize,
+    kFirstModule,
+    kModuleCount,
+    kModuleId,  // of the server plug-in's entry, as the following
+    kUserSize,
+    kUserOffset,
+    kTimestamp,
 };
 
 class CAreaImage {

@@ -26,7 +26,7 @@ void RequireFewTags(const Bytes& body) {
 
 }  // namespace
 
-CInnerRequest DecodeInnerRequest(const Bytes& payload) {
+InnerRequest DecodeInnerRequest(const Bytes& payload) {
     if (ReadU32(payload, 0) != kHeaderSize) {
         throw CMalformed("the request header's size is not 12");
     }
@@ -36,8 +36,8 @@ CInnerRequest DecodeInnerRequest(const Bytes& payload) {
     return {ReadU32(payload, 8), ReadBytes(payload, kHeaderSize, payload.size() - kHeaderSize)};
 }
 
-std::optional<std::string> CXmlRequest::Find(const std::string& name) const {
-    for (const CXmlNode& node : nodes) {
+std::optional<std::string> XmlCall::Find(const std::string& name) const {
+    for (const XmlNode& node : nodes) {
         if (node.name == name) {
             return node.value;
         }
@@ -45,10 +45,10 @@ std::optional<std::string> CXmlRequest::Find(const std::string& name) const {
     return std::nullopt;
 }
 
-CXmlRequest ParseXmlRequest(const Bytes& body) {
+XmlCall ParseXmlRequest(const Bytes& body) {
     namespace pt = boost::property_tree;
     RequireFewTags(body);
-    CXmlRequest request;
+    XmlCall request;
     try {
         std::istringstream text(std::string(body.begin(), body.end()));
         pt::ptree tree;

@@ -15,23 +15,23 @@ namespace Kyr::Lab::SimAgent {
 /// The inner command of every XML request (protocol).
 constexpr std::uint32_t kXmlCommand = 2;
 
-struct CInnerRequest {
+struct InnerRequest {
     std::uint32_t command = 0;
     Bytes body;
 };
 
 /// Reads the header (u32 12, u32 0x01000600, u32 inner command); the rest is the body.
-CInnerRequest DecodeInnerRequest(const Bytes& payload);
+InnerRequest DecodeInnerRequest(const Bytes& payload);
 
-struct CXmlNode {
+struct XmlNode {
     std::string name;
     std::string type;
     std::string value;
 };
 
-struct CXmlRequest {
+struct XmlCall {
     std::string function;
-    std::vector<CXmlNode> nodes;
+    std::vector<XmlNode> nodes;
 
     /// The value of the first node `name`; nothing when there is none.
     std::optional<std::string> Find(const std::string& name) const;
@@ -40,6 +40,6 @@ struct CXmlRequest {
 /// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, TYPE, VALUE). Elements that do
 /// not belong there are passed over, and DATA may be missing. Text with more than 256 tags is
 /// refused unread.
-CXmlRequest ParseXmlRequest(const Bytes& body);
+XmlCall ParseXmlRequest(const Bytes& body);
 
 }  // namespace Kyr::Lab::SimAgent

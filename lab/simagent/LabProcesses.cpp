@@ -13,26 +13,26 @@ CLabProcesses::~CLabProcesses() {
     EndAll();
 }
 
-CLabProcess CLabProcesses::Start(const std::string& name, const CProgram& program,
-                                 const std::vector<std::string>& arguments) {
+LabProcess CLabProcesses::Start(const std::string& name, const Program& program,
+                                const std::vector<std::string>& arguments) {
     return Keep("started", name, program,
                 [&] { return launcher_.Launch(program.path, arguments); });
 }
 
-CLabProcess CLabProcesses::Adopt(const std::string& name, const CProgram& program,
-                                 std::uint64_t pid) {
+LabProcess CLabProcesses::Adopt(const std::string& name, const Program& program,
+                                std::uint64_t pid) {
     return Keep("adopted", name, program, [&] { return launcher_.Adopt(program.path, pid); });
 }
 
-CLabProcess CLabProcesses::Keep(const char* event, const std::string& name, const CProgram& program,
-                                const Launch& launch) {
+LabProcess CLabProcesses::Keep(const char* event, const std::string& name, const Program& program,
+                               const Launch& launch) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     for (const auto& entry : entries_) {
         if (entry->facts.running && entry->facts.name == name) {
             throw std::runtime_error("a process named " + name + " is running");
         }
     }
-    auto entry = std::make_unique<CEntry>();
+    auto entry = std::make_unique<Entry>();
     entry->process = launch();
     entry->facts = {name, entry->process->Pid(), program, true};
     // Written under the lock: the watcher's `ended` must not overtake it.
@@ -41,30 +41,30 @@ CLabProcess CLabProcesses::Keep(const char* event, const std::string& name, cons
               .With("name", name)
               .With("program", program.path)
               .With("sha256", program.sha256));
-    CEntry& kept = *entries_.emplace_back(std::move(entry));
+    Entry& kept = *entries_.emplace_back(std::move(entry));
     watchers_.create_thread([this, &kept] { Watch(kept); });
     return kept.facts;
 }
 
-std::vector<CLabProcess> CLabProcesses::List() const {
+std::vector<LabProcess> CLabProcesses::List() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    std::vector<CLabProcess> list;
+    std::vector<LabProcess> list;
     for (const auto& entry : entries_) {
         list.push_back(entry->facts);
     }
     return list;
 }
 
-std::optional<CLabProcess> CLabProcesses::Find(std::uint64_t pid) const {
+std::optional<LabProcess> CLabProcesses::Find(std::uint64_t pid) const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    const CEntry* const entry = FindEntry(pid);
+    const Entry* const entry = FindEntry(pid);
     return entry == nullptr ? std::nullopt : std::optional(entry->facts);
 }
 
 bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by,
                          const std::function<void()>& onKilled) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    CEntry* const entry = FindEntry(pid);
+    Entry* const entry = FindEntry(pid);
     if (entry == nullptr || !entry->facts.running || !entry->process->Kill()) {
         return false;
     }
@@ -76,7 +76,7 @@ bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by,
 }
 
 void CLabProcesses::EndAll() {
-    for (const CLabProcess& process : List()) {
+    for (const LabProcess& process : List()) {
         if (process.running) {
             Kill(process.pid, "agent");
         }
@@ -84,7 +84,7 @@ void CLabProcesses::EndAll() {
     watchers_.join_all();
 }
 
-void CLabProcesses::Watch(CEntry& entry) {
+void CLabProcesses::Watch(Entry& entry) {
     entry.process->Wait();
     const boost::lock_guard<boost::mutex> lock(mutex_);
     entry.facts.running = false;
@@ -94,7 +94,7 @@ void CLabProcesses::Watch(CEntry& entry) {
               .With("by", entry.endedBy));
 }
 
-CLabProcesses::CEntry* CLabProcesses::FindEntry(std::uint64_t pid) const {
+CLabProcesses::Entry* CLabProcesses::FindEntry(std::uint64_t pid) const {
     for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
         if ((*entry)->facts.pid == pid) {
             return entry->get();

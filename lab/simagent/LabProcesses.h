@@ -24,10 +24,10 @@
 
 namespace Kyr::Lab::SimAgent {
 
-struct CLabProcess {
+struct LabProcess {
     std::string name;
     std::uint64_t pid = 0;
-    CProgram program;
+    Program program;
     bool running = true;
 };
 
@@ -37,16 +37,16 @@ class CLabProcesses {
     ~CLabProcesses();
 
     /// Starts a program under a name of its own. Refuses a name that a running process has.
-    CLabProcess Start(const std::string& name, const CProgram& program,
-                      const std::vector<std::string>& arguments);
+    LabProcess Start(const std::string& name, const Program& program,
+                     const std::vector<std::string>& arguments);
 
     /// Takes over a process of `program` that an agent before this one started.
-    CLabProcess Adopt(const std::string& name, const CProgram& program, std::uint64_t pid);
+    LabProcess Adopt(const std::string& name, const Program& program, std::uint64_t pid);
 
-    std::vector<CLabProcess> List() const;
+    std::vector<LabProcess> List() const;
 
     /// The latest process of that number.
-    std::optional<CLabProcess> Find(std::uint64_t pid) const;
+    std::optional<LabProcess> Find(std::uint64_t pid) const;
 
     /// Ends a running process; `by` says in its `ended` event who did, and `onKilled` is called
     /// before that event. False when no process of this agent with that number is running.
@@ -57,24 +57,24 @@ class CLabProcesses {
     void EndAll();
 
   private:
-    struct CEntry {
-        CLabProcess facts;
+    struct Entry {
+        LabProcess facts;
         std::unique_ptr<IProcess> process;
         std::string endedBy = "itself";
     };
 
     using Launch = std::function<std::unique_ptr<IProcess>()>;
 
-    CLabProcess Keep(const char* event, const std::string& name, const CProgram& program,
-                     const Launch& launch);
-    void Watch(CEntry& entry);
-    CEntry* FindEntry(std::uint64_t pid) const;
+    LabProcess Keep(const char* event, const std::string& name, const Program& program,
+                    const Launch& launch);
+    void Watch(Entry& entry);
+    Entry* FindEntry(std::uint64_t pid) const;
 
     IProcessLauncher& launcher_;  // borrowed
     const LineSink sink_;
 
     mutable boost::mutex mutex_;
-    std::vector<std::unique_ptr<CEntry>> entries_;  // guarded by mutex_; never shrinks
+    std::vector<std::unique_ptr<Entry>> entries_;  // guarded by mutex_; never shrinks
     boost::thread_group watchers_;
 };
 

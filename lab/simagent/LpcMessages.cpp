@@ -4,7 +4,7 @@
 
 namespace Kyr::Lab::SimAgent {
 
-CLpcRequest DecodeLpcRequest(const CLpcLayout& layout, const Bytes& message) {
+LpcRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message) {
     const std::size_t dataLength = ReadU16(message, NtApi::kDataLengthOffset);
     const std::size_t end = layout.headerSize + dataLength;
     if (ReadU16(message, NtApi::kTotalLengthOffset) != end) {
@@ -13,7 +13,7 @@ CLpcRequest DecodeLpcRequest(const CLpcLayout& layout, const Bytes& message) {
     if (end > message.size()) {
         throw CMalformed("the message is shorter than it says");
     }
-    CLpcRequest request;
+    LpcRequest request;
     request.command = ReadU32(message, layout.headerSize);
     request.flags = ReadU32(message, layout.headerSize + 4);
     request.replyCapacity = ReadU32(message, layout.headerSize + 8);
@@ -44,7 +44,7 @@ CLpcRequest DecodeLpcRequest(const CLpcLayout& layout, const Bytes& message) {
     return request;
 }
 
-Bytes EncodeLpcReply(const CLpcLayout& layout, const Bytes& request, std::uint32_t result,
+Bytes EncodeLpcReply(const LpcLayout& layout, const Bytes& request, std::uint32_t result,
                      std::uint32_t replyLength, const Bytes& inlineReply) {
     Bytes reply = ReadBytes(request, 0, layout.headerSize);
     AppendU32(reply, result);

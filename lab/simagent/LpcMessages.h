@@ -19,7 +19,7 @@
 namespace Kyr::Lab::SimAgent {
 
 /// What depends on the pointer width of the port's structures.
-struct CLpcLayout {
+struct LpcLayout {
     std::size_t headerSize;
     std::size_t entriesOffset;      // in the data-information block
     std::size_t entrySize;          // of one data entry
@@ -27,10 +27,10 @@ struct CLpcLayout {
     std::size_t maxInlineReply;     // what fits a message of this width
 };
 
-constexpr CLpcLayout kLpcLayout32{24, 4, 8, 4, 296};
-constexpr CLpcLayout kLpcLayout64{40, 8, 16, 8, 600};
+constexpr LpcLayout kLpcLayout32{24, 4, 8, 4, 296};
+constexpr LpcLayout kLpcLayout64{40, 8, 16, 8, 600};
 
-struct CLpcRequest {
+struct LpcRequest {
     std::uint32_t command = 0;
     std::uint32_t flags = 0;
     std::uint32_t replyCapacity = 0;
@@ -40,11 +40,11 @@ struct CLpcRequest {
     std::uint32_t replyEntryLength = 0;
 };
 
-CLpcRequest DecodeLpcRequest(const CLpcLayout& layout, const Bytes& message);
+LpcRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message);
 
 /// A reply message. Its header repeats the ids of the request's, which name the waiting client.
 /// REQUIRES: `inlineReply` fits the layout; `request` has passed DecodeLpcRequest.
-Bytes EncodeLpcReply(const CLpcLayout& layout, const Bytes& request, std::uint32_t result,
+Bytes EncodeLpcReply(const LpcLayout& layout, const Bytes& request, std::uint32_t result,
                      std::uint32_t replyLength, const Bytes& inlineReply);
 
 }  // namespace Kyr::Lab::SimAgent

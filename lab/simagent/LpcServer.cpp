@@ -16,13 +16,13 @@ namespace {
 const Bytes kConnectionInfo{'K', 'e', 'l', 'C', 'o', 'm', 'm', ' ', 2, 0, 0, 0};
 
 /// The structures that clients on this computer use on legacy ports.
-CLpcLayout SystemLayout() {
+LpcLayout SystemLayout() {
     NtApi::Bool isWow64 = 0;
     const bool known = PortLayer::IsWow64Process(PortLayer::GetCurrentProcess(), &isWow64) != 0;
     return known && isWow64 != 0 ? kLpcLayout64 : kLpcLayout32;
 }
 
-constexpr std::uint32_t LongestMessage(const CLpcLayout& layout) {
+constexpr std::uint32_t LongestMessage(const LpcLayout& layout) {
     return static_cast<std::uint32_t>(layout.headerSize + 8 + layout.maxInlineReply);
 }
 
@@ -31,9 +31,9 @@ constexpr std::uint32_t LongestMessage(const CLpcLayout& layout) {
 CLpcServer::CLpcServer(CAgent& agent, LineSink sink)
     : CLpcServer(agent, std::move(sink), SystemLayout()) {}
 
-CLpcServer::CLpcServer(CAgent& agent, LineSink sink, const CLpcLayout& layout)
+CLpcServer::CLpcServer(CAgent& agent, LineSink sink, const LpcLayout& layout)
     : CPortServer(agent, std::move(sink),
-                  {Transport::Lpc, "legacy", kLpcPortName, kConnectionInfo, layout.headerSize}),
+                  {Transport::kLpc, "legacy", kLpcPortName, kConnectionInfo, layout.headerSize}),
       layout_(layout) {}
 
 CLpcServer::~CLpcServer() {
@@ -46,7 +46,7 @@ NtApi::NtStatus CLpcServer::CreatePort(NtApi::Handle* port, NtApi::ObjectAttribu
                                    LongestMessage(layout_), 0);
 }
 
-NtApi::NtStatus CLpcServer::Receive(CReceived& received) {
+NtApi::NtStatus CLpcServer::Receive(ReceivedRequest& received) {
     received.message.assign(LongestMessage(layout_), 0);
     void* context = nullptr;
     std::int64_t timeout = kServeTimeout;
@@ -56,7 +56,7 @@ NtApi::NtStatus CLpcServer::Receive(CReceived& received) {
     return status;
 }
 
-NtApi::NtStatus CLpcServer::Accept(CReceived& received, ClientId client, bool known,
+NtApi::NtStatus CLpcServer::Accept(ReceivedRequest& received, ClientId client, bool known,
                                    NtApi::Handle* port) {
     const NtApi::NtStatus status =
         PortLayer::NtAcceptConnectPort(port, reinterpret_cast<void*>(client),
@@ -75,10 +75,10 @@ void CLpcServer::CloseClient(NtApi::Handle port) {
     PortLayer::NtClose(port);
 }
 
-CPortRequest CLpcServer::ReadRequest(CReceived& received) {
+PortRequest CLpcServer::ReadRequest(ReceivedRequest& received) {
     current_ = {};
     current_ = DecodeLpcRequest(layout_, received.message);
-    CPortRequest request;
+    PortRequest request;
     request.command = current_.command;
     request.replyCapacity = current_.replyCapacity;
     request.payload = current_.payload;
@@ -99,7 +99,7 @@ CPortRequest CLpcServer::ReadRequest(CReceived& received) {
     return request;
 }
 
-void CLpcServer::Reply(CReceived& received, const CAnswer& answer) {
+void CLpcServer::Reply(ReceivedRequest& received, const PortAnswer& answer) {
     Bytes inlineReply = answer.bytes;
     if (inlineReply.size() > layout_.maxInlineReply) {
         if (current_.isLarge) {

@@ -15,19 +15,19 @@ class CLpcServer final : public CPortServer {
     ~CLpcServer() override;
 
   private:
-    CLpcServer(CAgent& agent, LineSink sink, const CLpcLayout& layout);
+    CLpcServer(CAgent& agent, LineSink sink, const LpcLayout& layout);
 
     NtApi::NtStatus CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) override;
-    NtApi::NtStatus Receive(CReceived& received) override;
-    NtApi::NtStatus Accept(CReceived& received, ClientId client, bool known,
+    NtApi::NtStatus Receive(ReceivedRequest& received) override;
+    NtApi::NtStatus Accept(ReceivedRequest& received, ClientId client, bool known,
                            NtApi::Handle* port) override;
     void CloseClient(NtApi::Handle port) override;
-    CPortRequest ReadRequest(CReceived& received) override;
-    void Reply(CReceived& received, const CAnswer& answer) override;
+    PortRequest ReadRequest(ReceivedRequest& received) override;
+    void Reply(ReceivedRequest& received, const PortAnswer& answer) override;
 
-    const CLpcLayout layout_;
+    const LpcLayout layout_;
     /// The request that is being handled, for its reply. By the serving thread only.
-    CLpcRequest current_;
+    LpcRequest current_;
 };
 
 }  // namespace Kyr::Lab::SimAgent

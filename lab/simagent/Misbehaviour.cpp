@@ -11,56 +11,56 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
-enum class Number { None, Optional, Needed };
+enum class Number { kNone, kOptional, kNeeded };
 
-struct CFaultRow {
+struct FaultRow {
     Fault fault;
     const char* name;
     Number number;
     const char* description;
 };
 
-constexpr CFaultRow kFaults[] = {
-    {Fault::NoAlpc, "no-alpc", Number::None, "do not offer the advanced port"},
-    {Fault::NoLpc, "no-lpc", Number::None, "do not offer the legacy port"},
-    {Fault::Status, "status", Number::Needed, "status n in the reply header; nothing is done"},
-    {Fault::Code, "code", Number::Needed, "result code n of the port reply; nothing is done"},
-    {Fault::Short, "short", Number::Needed, "the reply cut to n bytes"},
-    {Fault::HeaderSize, "header-size", Number::Needed, "header size n in the reply header"},
-    {Fault::Value, "value", Number::Needed, "value n in the reply header"},
-    {Fault::Oversized, "oversized", Number::Needed, "a reply of n bytes"},
-    {Fault::ResultCode, "result-code", Number::Needed,
+constexpr FaultRow kFaults[] = {
+    {Fault::kNoAlpc, "no-alpc", Number::kNone, "do not offer the advanced port"},
+    {Fault::kNoLpc, "no-lpc", Number::kNone, "do not offer the legacy port"},
+    {Fault::kStatus, "status", Number::kNeeded, "status n in the reply header; nothing is done"},
+    {Fault::kCode, "code", Number::kNeeded, "result code n of the port reply; nothing is done"},
+    {Fault::kShort, "short", Number::kNeeded, "the reply cut to n bytes"},
+    {Fault::kHeaderSize, "header-size", Number::kNeeded, "header size n in the reply header"},
+    {Fault::kValue, "value", Number::kNeeded, "value n in the reply header"},
+    {Fault::kOversized, "oversized", Number::kNeeded, "a reply of n bytes"},
+    {Fault::kResultCode, "result-code", Number::kNeeded,
      "records: a message with result code n instead of the payload"},
-    {Fault::NoPayload, "no-payload", Number::None, "the reply header alone"},
-    {Fault::BadPayload, "bad-payload", Number::None, "a payload that is no protobuf message"},
-    {Fault::BadLength, "bad-length", Number::Optional,
+    {Fault::kNoPayload, "no-payload", Number::kNone, "the reply header alone"},
+    {Fault::kBadPayload, "bad-payload", Number::kNone, "a payload that is no protobuf message"},
+    {Fault::kBadLength, "bad-length", Number::kOptional,
      "n bytes (or one more than there are) announced, the true bytes sent"},
-    {Fault::Delay, "delay", Number::Needed, "the reply comes n milliseconds late"},
-    {Fault::Drop, "drop", Number::None, "the connection is closed instead of a reply"},
-    {Fault::Die, "die", Number::None, "the agent's process is ended before it replies"},
-    {Fault::Hang, "hang", Number::None, "no reply, ever"},
-    {Fault::ViewMissing, "view-missing", Number::None,
+    {Fault::kDelay, "delay", Number::kNeeded, "the reply comes n milliseconds late"},
+    {Fault::kDrop, "drop", Number::kNone, "the connection is closed instead of a reply"},
+    {Fault::kDie, "die", Number::kNone, "the agent's process is ended before it replies"},
+    {Fault::kHang, "hang", Number::kNone, "no reply, ever"},
+    {Fault::kViewMissing, "view-missing", Number::kNone,
      "a reply too long for a message, without its view (advanced port)"},
-    {Fault::ViewSmall, "view-small", Number::None,
+    {Fault::kViewSmall, "view-small", Number::kNone,
      "a view one byte shorter than announced (advanced port)"},
 };
 
-const CFaultRow& RowOf(Fault fault) {
+const FaultRow& RowOf(Fault fault) {
     return *std::find_if(std::begin(kFaults), std::end(kFaults),
-                         [&](const CFaultRow& row) { return row.fault == fault; });
+                         [&](const FaultRow& row) { return row.fault == fault; });
 }
 
 Transport ParseTransport(const std::string& text) {
     if (text == "alpc") {
-        return Transport::Alpc;
+        return Transport::kAlpc;
     }
     if (text == "lpc") {
-        return Transport::Lpc;
+        return Transport::kLpc;
     }
     throw std::invalid_argument("a transport is alpc or lpc");
 }
 
-void ParseLimit(CMisbehaviour& result, const std::string& name, const std::string& value) {
+void ParseLimit(Misbehaviour& result, const std::string& name, const std::string& value) {
     if (name == "for") {
         result.remaining = ParseNumber(value);
         if (result.remaining == 0u) {
@@ -83,7 +83,7 @@ void ParseLimit(CMisbehaviour& result, const std::string& name, const std::strin
 constexpr std::uint32_t kLargestReply = 0x20000000;
 
 bool IsPortFault(Fault fault) {
-    return fault == Fault::NoAlpc || fault == Fault::NoLpc;
+    return fault == Fault::kNoAlpc || fault == Fault::kNoLpc;
 }
 
 template <typename Value>
@@ -93,14 +93,14 @@ bool Allows(const std::optional<Value>& limit, const std::optional<Value>& fact)
 
 }  // namespace
 
-bool CMisbehaviour::Fits(const CRequestFacts& facts) const {
-    const bool needsViews = fault == Fault::ViewMissing || fault == Fault::ViewSmall;
-    return !IsPortFault(fault) && !(needsViews && facts.transport == Transport::Lpc) &&
+bool Misbehaviour::Fits(const RequestFacts& facts) const {
+    const bool needsViews = fault == Fault::kViewMissing || fault == Fault::kViewSmall;
+    return !IsPortFault(fault) && !(needsViews && facts.transport == Transport::kLpc) &&
            (!transport || transport == facts.transport) && (!command || command == facts.command) &&
            Allows(inner, facts.inner) && (!function || function == facts.function);
 }
 
-std::string CMisbehaviour::Text() const {
+std::string Misbehaviour::Text() const {
     std::string text = RowOf(fault).name;
     if (number) {
         text += ' ' + std::to_string(*number);
@@ -123,27 +123,27 @@ std::string CMisbehaviour::Text() const {
     return text;
 }
 
-CMisbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
+Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
     const std::optional<Fault> fault = words.empty() ? std::nullopt : FindFault(words[0]);
     if (!fault) {
         throw std::invalid_argument("no such fault; `help` lists them");
     }
-    CMisbehaviour result;
+    Misbehaviour result;
     result.fault = *fault;
     for (std::size_t i = 1; i < words.size(); ++i) {
         const std::size_t equals = words[i].find('=');
         if (equals != std::string::npos) {
             ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
-        } else if (i == 1 && RowOf(*fault).number != Number::None) {
+        } else if (i == 1 && RowOf(*fault).number != Number::kNone) {
             result.number = ParseNumber32(words[i]);
         } else {
             throw std::invalid_argument("'" + words[i] + "' is one word too many");
         }
     }
-    if (RowOf(*fault).number == Number::Needed && !result.number) {
+    if (RowOf(*fault).number == Number::kNeeded && !result.number) {
         throw std::invalid_argument(words[0] + " needs a number");
     }
-    if (*fault == Fault::Oversized && *result.number > kLargestReply) {
+    if (*fault == Fault::kOversized && *result.number > kLargestReply) {
         throw std::invalid_argument("a reply has at most 536870912 bytes");
     }
     if (IsPortFault(*fault) && words.size() > 1) {
@@ -153,7 +153,7 @@ CMisbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
 }
 
 std::optional<Fault> FindFault(const std::string& name) {
-    for (const CFaultRow& row : kFaults) {
+    for (const FaultRow& row : kFaults) {
         if (row.name == name) {
             return row.fault;
         }
@@ -163,19 +163,19 @@ std::optional<Fault> FindFault(const std::string& name) {
 
 std::vector<std::string> DescribeFaults() {
     std::vector<std::string> lines;
-    for (const CFaultRow& row : kFaults) {
-        const char* const number = row.number == Number::None       ? ""
-                                   : row.number == Number::Optional ? " [n]"
-                                                                    : " n";
+    for (const FaultRow& row : kFaults) {
+        const char* const number = row.number == Number::kNone       ? ""
+                                   : row.number == Number::kOptional ? " [n]"
+                                                                     : " n";
         lines.push_back(row.name + std::string(number) + ": " + row.description);
     }
     return lines;
 }
 
-void CMisbehaviours::Add(const CMisbehaviour& misbehaviour) {
+void CMisbehaviours::Add(const Misbehaviour& misbehaviour) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     active_.erase(std::remove_if(active_.begin(), active_.end(),
-                                 [&](const CMisbehaviour& older) {
+                                 [&](const Misbehaviour& older) {
                                      return older.fault == misbehaviour.fault &&
                                             older.transport == misbehaviour.transport &&
                                             older.command == misbehaviour.command &&
@@ -190,29 +190,29 @@ void CMisbehaviours::Clear(std::optional<Fault> fault) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     active_.erase(
         std::remove_if(active_.begin(), active_.end(),
-                       [&](const CMisbehaviour& one) { return !fault || one.fault == *fault; }),
+                       [&](const Misbehaviour& one) { return !fault || one.fault == *fault; }),
         active_.end());
 }
 
-std::vector<CMisbehaviour> CMisbehaviours::List() const {
+std::vector<Misbehaviour> CMisbehaviours::List() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return active_;
 }
 
 bool CMisbehaviours::Offers(Transport transport) const {
-    const Fault absent = transport == Transport::Alpc ? Fault::NoAlpc : Fault::NoLpc;
+    const Fault absent = transport == Transport::kAlpc ? Fault::kNoAlpc : Fault::kNoLpc;
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return std::none_of(active_.begin(), active_.end(),
-                        [&](const CMisbehaviour& one) { return one.fault == absent; });
+                        [&](const Misbehaviour& one) { return one.fault == absent; });
 }
 
-std::vector<CMisbehaviour> CMisbehaviours::Take(const CRequestFacts& facts) {
+std::vector<Misbehaviour> CMisbehaviours::Take(const RequestFacts& facts) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    std::vector<CMisbehaviour> taken;
-    for (CMisbehaviour& one : active_) {
+    std::vector<Misbehaviour> taken;
+    for (Misbehaviour& one : active_) {
         const bool alreadyTaken =
             std::any_of(taken.begin(), taken.end(),
-                        [&](const CMisbehaviour& other) { return other.fault == one.fault; });
+                        [&](const Misbehaviour& other) { return other.fault == one.fault; });
         if (alreadyTaken || !one.Fits(facts)) {
             continue;
         }
@@ -222,7 +222,7 @@ std::vector<CMisbehaviour> CMisbehaviours::Take(const CRequestFacts& facts) {
         }
     }
     active_.erase(std::remove_if(active_.begin(), active_.end(),
-                                 [](const CMisbehaviour& one) { return one.remaining == 0u; }),
+                                 [](const Misbehaviour& one) { return one.remaining == 0u; }),
                   active_.end());
     return taken;
 }

@@ -7,18 +7,18 @@
 
 namespace Kyr::Lab::SimAgent {
 
-enum class Transport { Lpc, Alpc };
+enum class Transport { kLpc, kAlpc };
 
 constexpr const char* NameOf(Transport transport) {
-    return transport == Transport::Lpc ? "lpc" : "alpc";
+    return transport == Transport::kLpc ? "lpc" : "alpc";
 }
 
 // Kelcomm commands (protocol).
 constexpr std::uint32_t kPingCommand = 0;
 constexpr std::uint32_t kRequestCommand = 3;
 
-struct CPortRequest {
-    Transport transport = Transport::Lpc;
+struct PortRequest {
+    Transport transport = Transport::kLpc;
     std::uint32_t command = 0;
     std::uint32_t replyCapacity = 0;
     bool wantsReply = true;

@@ -9,7 +9,7 @@
 
 namespace Kyr::Lab::SimAgent {
 
-CPortServer::CPortServer(CAgent& agent, LineSink sink, CKind kind)
+CPortServer::CPortServer(CAgent& agent, LineSink sink, PortKind kind)
     : agent_(agent), sink_(std::move(sink)), kind_(std::move(kind)) {}
 
 void CPortServer::Open() {
@@ -45,7 +45,7 @@ NtApi::Handle CPortServer::PortOf(ClientId client) const {
 }
 
 void CPortServer::Serve() {
-    CReceived received;
+    ReceivedRequest received;
     while (Next(received)) {
         try {
             Handle(received);
@@ -56,7 +56,7 @@ void CPortServer::Serve() {
     }
 }
 
-bool CPortServer::Next(CReceived& received) {
+bool CPortServer::Next(ReceivedRequest& received) {
     while (!closing_) {
         const NtApi::NtStatus status = Receive(received);
         if (status == NtApi::kStatusTimeout) {
@@ -68,7 +68,7 @@ bool CPortServer::Next(CReceived& received) {
     return false;
 }
 
-void CPortServer::Handle(CReceived& received) {
+void CPortServer::Handle(ReceivedRequest& received) {
     switch (ReadU16(received.message, NtApi::kTypeOffset) & NtApi::kMessageKindMask) {
         case NtApi::kLpcConnectionRequest:
             Connect(received);
@@ -88,7 +88,7 @@ void CPortServer::Handle(CReceived& received) {
     }
 }
 
-void CPortServer::Connect(CReceived& received) {
+void CPortServer::Connect(ReceivedRequest& received) {
     const Bytes& info = kind_.connectionInfo;
     const bool known = ReadU16(received.message, NtApi::kDataLengthOffset) == info.size() &&
                        ReadBytes(received.message, kind_.headerSize, info.size()) == info;
@@ -117,10 +117,10 @@ void CPortServer::Disconnect(ClientId client, const char* by) {
     sink_(Line("disconnect").With("client", client).With("by", by));
 }
 
-void CPortServer::HandleRequest(CReceived& received, bool wantsReply) {
-    CAnswer answer;
+void CPortServer::HandleRequest(ReceivedRequest& received, bool wantsReply) {
+    PortAnswer answer;
     try {
-        CPortRequest request = ReadRequest(received);
+        PortRequest request = ReadRequest(received);
         request.transport = kind_.transport;
         request.wantsReply = wantsReply;
         answer = agent_.Answer(request);
@@ -129,12 +129,12 @@ void CPortServer::HandleRequest(CReceived& received, bool wantsReply) {
         answer.code = kCodeMalformed;
     }
     switch (answer.delivery) {
-        case CAnswer::Delivery::Drop:
+        case PortAnswer::Delivery::kDrop:
             Disconnect(received.client, "agent");
             break;
-        case CAnswer::Delivery::Hang:
+        case PortAnswer::Delivery::kHang:
             break;
-        case CAnswer::Delivery::Reply:
+        case PortAnswer::Delivery::kReply:
             if (wantsReply) {
                 Reply(received, answer);
             }

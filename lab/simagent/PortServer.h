@@ -40,14 +40,14 @@ class CPortServer : public IPort {
     /// Ids of our own stand for the clients in the port's messages; they are never used again.
     using ClientId = std::uintptr_t;
 
-    struct CReceived {
+    struct ReceivedRequest {
         Bytes message;
         ClientId client = 0;
         std::optional<NtApi::AlpcDataViewAttr> view;  // advanced port only
     };
 
     /// What tells one kind of port from the other.
-    struct CKind {
+    struct PortKind {
         Transport transport;
         const char* name;  // for people
         const char16_t* portName;
@@ -55,20 +55,20 @@ class CPortServer : public IPort {
         std::size_t headerSize;
     };
 
-    CPortServer(CAgent& agent, LineSink sink, CKind kind);
+    CPortServer(CAgent& agent, LineSink sink, PortKind kind);
 
     virtual NtApi::NtStatus CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) = 0;
     /// Waits for one message, for kServeTimeout at most.
-    virtual NtApi::NtStatus Receive(CReceived& received) = 0;
+    virtual NtApi::NtStatus Receive(ReceivedRequest& received) = 0;
     /// Accepts or refuses a client; `port` becomes its port.
-    virtual NtApi::NtStatus Accept(CReceived& received, ClientId client, bool known,
+    virtual NtApi::NtStatus Accept(ReceivedRequest& received, ClientId client, bool known,
                                    NtApi::Handle* port) = 0;
     virtual void CloseClient(NtApi::Handle port) = 0;
     /// Throws CMalformed.
-    virtual CPortRequest ReadRequest(CReceived& received) = 0;
-    virtual void Reply(CReceived& received, const CAnswer& answer) = 0;
+    virtual PortRequest ReadRequest(ReceivedRequest& received) = 0;
+    virtual void Reply(ReceivedRequest& received, const PortAnswer& answer) = 0;
     /// Gives back what the message keeps of the system's memory.
-    virtual void Release(CReceived&) {}
+    virtual void Release(ReceivedRequest&) {}
 
     NtApi::Handle Port() const { return port_; }
     /// The client's port, or null when it has none any more.
@@ -79,16 +79,16 @@ class CPortServer : public IPort {
   private:
     void Serve();
     /// False when the port is to be closed, or cannot be served any more.
-    bool Next(CReceived& received);
-    void Handle(CReceived& received);
-    void Connect(CReceived& received);
+    bool Next(ReceivedRequest& received);
+    void Handle(ReceivedRequest& received);
+    void Connect(ReceivedRequest& received);
     void Disconnect(ClientId client, const char* by);
-    void HandleRequest(CReceived& received, bool wantsReply);
+    void HandleRequest(ReceivedRequest& received, bool wantsReply);
     CLine Line(const char* kind) const;
 
     CAgent& agent_;  // borrowed
     const LineSink sink_;
-    const CKind kind_;
+    const PortKind kind_;
 
     NtApi::Handle port_ = nullptr;
     boost::thread thread_;

@@ -28,8 +28,8 @@ std::optional<std::uint64_t> ParsePid(const std::optional<std::string>& text) {
     }
 }
 
-CTaskLogEntry Outcome(TaskState state, const char* text) {
-    CTaskLogEntry entry;
+TaskLogEntry Outcome(TaskState state, const char* text) {
+    TaskLogEntry entry;
     entry.state = state;
     entry.text = text;
     return entry;
@@ -37,11 +37,11 @@ CTaskLogEntry Outcome(TaskState state, const char* text) {
 
 }  // namespace
 
-bool CHashes::MatchAny(const CProgram& program) const {
+bool Hashes::MatchAny(const Program& program) const {
     return Same(sha1, program.sha1) || Same(sha256, program.sha256);
 }
 
-bool CHashes::MatchAll(const CProgram& program) const {
+bool Hashes::MatchAll(const Program& program) const {
     return (!Given(sha1) || Same(sha1, program.sha1)) &&
            (!Given(sha256) || Same(sha256, program.sha256));
 }
@@ -49,49 +49,47 @@ bool CHashes::MatchAll(const CProgram& program) const {
 CProduct::CProduct(CLabProcesses& processes, CTaskResults& results, LineSink sink)
     : processes_(processes), results_(results), sink_(std::move(sink)) {}
 
-CLabProcess CProduct::Start(const std::string& name, const std::string& program,
-                            const std::vector<std::string>& arguments) {
-    const CProgram facts = ReadProgram(program);
-    const std::vector<CBlockedProgram> blocked = Blocked();
+LabProcess CProduct::Start(const std::string& name, const std::string& program,
+                           const std::vector<std::string>& arguments) {
+    const Program facts = ReadProgram(program);
+    const std::vector<BlockedProgram> blocked = Blocked();
     if (std::any_of(blocked.begin(), blocked.end(),
-                    [&](const CBlockedProgram& one) { return one.hashes.MatchAny(facts); })) {
+                    [&](const BlockedProgram& one) { return one.hashes.MatchAny(facts); })) {
         throw std::runtime_error("blocked");
     }
     return processes_.Start(name, facts, arguments);
 }
 
-CLabProcess CProduct::Adopt(const std::string& name, const std::string& program,
-                            std::uint64_t pid) {
+LabProcess CProduct::Adopt(const std::string& name, const std::string& program, std::uint64_t pid) {
     return processes_.Adopt(name, ReadProgram(program), pid);
 }
 
-void CProduct::KillProcess(const std::optional<std::string>& pidText, const CHashes& hashes,
+void CProduct::KillProcess(const std::optional<std::string>& pidText, const Hashes& hashes,
                            const std::string& userData) {
     const auto note = [&](TaskState state, const char* text) {
         Note(Outcome(state, text), "KILL_PROCESS_BY_PID", userData,
              CLine("did").With("action", "kill").With("pid", pidText.value_or("")));
     };
     const std::optional<std::uint64_t> pid = ParsePid(pidText);
-    const std::optional<CLabProcess> process = pid ? processes_.Find(*pid) : std::nullopt;
+    const std::optional<LabProcess> process = pid ? processes_.Find(*pid) : std::nullopt;
     if (!pid) {
-        note(TaskState::Refused, "no process id");
+        note(TaskState::kRefused, "no process id");
     } else if (!process) {
-        note(TaskState::Refused, "not a lab process");
+        note(TaskState::kRefused, "not a lab process");
     } else if (!hashes.MatchAll(process->program)) {
-        note(TaskState::Refused, "another program has that hash");
-    } else if (!processes_.Kill(*pid, "kill-request", [&] { note(TaskState::Done, "killed"); })) {
-        note(TaskState::Refused, "ended before");
+        note(TaskState::kRefused, "another program has that hash");
+    } else if (!processes_.Kill(*pid, "kill-request", [&] { note(TaskState::kDone, "killed"); })) {
+        note(TaskState::kRefused, "ended before");
     }
 }
 
-void CProduct::BlockExecutable(const CHashes& hashes, bool deleteFile,
-                               const std::string& userData) {
-    CTaskLogEntry entry = Outcome(TaskState::Done, "blocked");
+void CProduct::BlockExecutable(const Hashes& hashes, bool deleteFile, const std::string& userData) {
+    TaskLogEntry entry = Outcome(TaskState::kDone, "blocked");
     if (Given(hashes.sha1) || Given(hashes.sha256)) {
         const boost::lock_guard<boost::mutex> lock(mutex_);
         blocked_.push_back({hashes, deleteFile});
     } else {
-        entry = Outcome(TaskState::Refused, "no hash");
+        entry = Outcome(TaskState::kRefused, "no hash");
     }
     Note(std::move(entry), "BLOCK_EXECUTABLE_BY_HASH", userData,
          CLine("did")
@@ -101,17 +99,17 @@ void CProduct::BlockExecutable(const CHashes& hashes, bool deleteFile,
              .With("delete", deleteFile ? "yes" : "no"));
 }
 
-std::vector<CTaskLogEntry> CProduct::TaskLog() const {
+std::vector<TaskLogEntry> CProduct::TaskLog() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return taskLog_;
 }
 
-std::vector<CBlockedProgram> CProduct::Blocked() const {
+std::vector<BlockedProgram> CProduct::Blocked() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return blocked_;
 }
 
-void CProduct::Note(CTaskLogEntry entry, const char* function, const std::string& userData,
+void CProduct::Note(TaskLogEntry entry, const char* function, const std::string& userData,
                     CLine didLine) {
     entry.function = function;
     entry.userData = userData;
@@ -119,7 +117,7 @@ void CProduct::Note(CTaskLogEntry entry, const char* function, const std::string
               .With("text", entry.text)
               .With("userdata", userData));
     if (!userData.empty()) {  // else nobody could tell whose task it was
-        results_.Add({entry.state == TaskState::Done ? kTaskDone : kTaskFailed, userData});
+        results_.Add({entry.state == TaskState::kDone ? kTaskDone : kTaskFailed, userData});
     }
     const boost::lock_guard<boost::mutex> lock(mutex_);
     entry.number = taskLog_.size() + 1;

@@ -19,33 +19,33 @@
 
 namespace Kyr::Lab::SimAgent {
 
-enum class TaskState { Done, Refused };
+enum class TaskState { kDone, kRefused };
 
 constexpr const char* NameOf(TaskState state) {
-    return state == TaskState::Done ? "done" : "refused";
+    return state == TaskState::kDone ? "done" : "refused";
 }
 
-struct CTaskLogEntry {
+struct TaskLogEntry {
     std::uint64_t number = 0;  // 1 for the first task
     std::string function;
     std::string userData;
-    TaskState state = TaskState::Done;
+    TaskState state = TaskState::kDone;
     std::string text;
 };
 
 /// Digests of an executable as a request names them. Letter case does not matter.
-struct CHashes {
+struct Hashes {
     std::optional<std::string> sha1;
     std::optional<std::string> sha256;
 
     /// True when one of them is the program's.
-    bool MatchAny(const CProgram& program) const;
+    bool MatchAny(const Program& program) const;
     /// True when none of them is another program's; an empty text says nothing.
-    bool MatchAll(const CProgram& program) const;
+    bool MatchAll(const Program& program) const;
 };
 
-struct CBlockedProgram {
-    CHashes hashes;
+struct BlockedProgram {
+    Hashes hashes;
     bool deleteFile = false;
 };
 
@@ -56,35 +56,34 @@ class CProduct {
 
     /// Starts a program. Errors: std::runtime_error "blocked" when one of its hashes is blocked,
     /// and whatever keeps the program from starting.
-    CLabProcess Start(const std::string& name, const std::string& program,
-                      const std::vector<std::string>& arguments);
+    LabProcess Start(const std::string& name, const std::string& program,
+                     const std::vector<std::string>& arguments);
 
     /// Takes over a process of `program` that an agent before this one started. Errors:
     /// std::runtime_error when that number does not run that program.
-    CLabProcess Adopt(const std::string& name, const std::string& program, std::uint64_t pid);
+    LabProcess Adopt(const std::string& name, const std::string& program, std::uint64_t pid);
 
     /// Ends a process that this lab started, unless a hash says that another program was meant.
-    void KillProcess(const std::optional<std::string>& pid, const CHashes& hashes,
+    void KillProcess(const std::optional<std::string>& pid, const Hashes& hashes,
                      const std::string& userData);
 
     /// Keeps programs of these hashes from being started. The delete flag is kept and nothing is
     /// deleted: the files of this computer are not the lab's.
-    void BlockExecutable(const CHashes& hashes, bool deleteFile, const std::string& userData);
+    void BlockExecutable(const Hashes& hashes, bool deleteFile, const std::string& userData);
 
-    std::vector<CTaskLogEntry> TaskLog() const;
-    std::vector<CBlockedProgram> Blocked() const;
+    std::vector<TaskLogEntry> TaskLog() const;
+    std::vector<BlockedProgram> Blocked() const;
 
   private:
-    void Note(CTaskLogEntry entry, const char* function, const std::string& userData,
-              CLine didLine);
+    void Note(TaskLogEntry entry, const char* function, const std::string& userData, CLine didLine);
 
     CLabProcesses& processes_;  // borrowed
     CTaskResults& results_;     // borrowed
     const LineSink sink_;
 
     mutable boost::mutex mutex_;
-    std::vector<CTaskLogEntry> taskLog_;    // guarded by mutex_
-    std::vector<CBlockedProgram> blocked_;  // guarded by mutex_
+    std::vector<TaskLogEntry> taskLog_;    // guarded by mutex_
+    std::vector<BlockedProgram> blocked_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::SimAgent

@@ -8,7 +8,7 @@
 
 namespace Kyr::Lab::SimAgent {
 
-CProgram ReadProgram(const std::string& path) {
+Program ReadProgram(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     Poco::SHA1Engine sha1;
     Poco::SHA2Engine sha256(Poco::SHA2Engine::SHA_256);

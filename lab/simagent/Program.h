@@ -5,13 +5,13 @@
 
 namespace Kyr::Lab::SimAgent {
 
-struct CProgram {
+struct Program {
     std::string path;
     std::string sha1;    // lower-case hexadecimal
     std::string sha256;  // lower-case hexadecimal
 };
 
 /// Reads the file whole. Errors: std::runtime_error when it cannot be read.
-CProgram ReadProgram(const std::string& path);
+Program ReadProgram(const std::string& path);
 
 }  // namespace Kyr::Lab::SimAgent

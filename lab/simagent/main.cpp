@@ -18,8 +18,8 @@
 #include "lab/simagent/commands/XmlCommands.h"
 #include "lab/simagent/console/AreaCommands.h"
 #include "lab/simagent/console/ConfigurationCommands.h"
-#include "lab/simagent/console/Console.h"
 #include "lab/simagent/console/LiveCommands.h"
+#include "lab/simagent/console/ProductConsole.h"
 #include "lab/simagent/console/ProtectionCommands.h"
 #include "lab/simagent/console/RecordListCommands.h"
 #include "lab/simagent/console/RegistrationCommands.h"
@@ -43,7 +43,7 @@ constexpr char kUsage[] =
     "                [--detached] [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
-struct COptions {
+struct Options {
     bool help = false;
     bool wire = false;
     bool detached = false;
@@ -56,7 +56,7 @@ struct COptions {
     CMisbehaviours misbehaviours;
 };
 
-void ReadOptions(int argc, char** argv, COptions& options) {
+void ReadOptions(int argc, char** argv, Options& options) {
     CArguments arguments(argc, argv);
     options.help = arguments.TakeFlag("help");
     options.wire = arguments.TakeFlag("wire");
@@ -81,7 +81,7 @@ void ReadOptions(int argc, char** argv, COptions& options) {
 
 /// Makes the registration what the command line says.
 /// Errors: std::runtime_error.
-void Register(IRegistration& registration, const COptions& options) {
+void Register(IRegistration& registration, const Options& options) {
     if (options.build) {
         registration.Install(*options.build);
     } else {
@@ -97,23 +97,23 @@ void AnnounceNothing(CBroadcastArea& area) {
 }
 
 /// Carries out commands until one says to end, the input ends, or the system asks to end.
-void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
+void ServeCommands(CCommandInput& input, CProductConsole& console, bool detached) {
     for (;;) {
-        const CCommandInput::CEvent event = input.Next();
+        const CCommandInput::Event event = input.Next();
         switch (event.kind) {
-            case CCommandInput::Kind::Line:
+            case CCommandInput::Kind::kLine:
                 if (!console.Execute(event.line)) {
                     return;
                 }
                 break;
-            case CCommandInput::Kind::EndOfInput:
+            case CCommandInput::Kind::kEndOfInput:
                 if (!detached) {
                     return;
                 }
                 break;
-            case CCommandInput::Kind::Terminate:
+            case CCommandInput::Kind::kTerminate:
                 return;
-            case CCommandInput::Kind::Woken:
+            case CCommandInput::Kind::kWoken:
                 break;
         }
     }
@@ -121,7 +121,7 @@ void ServeCommands(CCommandInput& input, CConsole& console, bool detached) {
 
 /// Everything that lives while the agent serves.
 /// Errors: std::runtime_error when it cannot start.
-void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
+void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     CLabProcesses processes(*launcher, sink);
@@ -140,12 +140,13 @@ void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
     CAlpcServer alpc(agent, sink);
     CLpcServer lpc(agent, sink);
     CBroadcastArea area;
-    CConsole console({product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
-                     {RegistrationCommands(*registration, sink), AreaCommands(area, sink),
-                      ProtectionCommands(protection, sink), ResultsCommands(results, sink),
-                      ConfigurationCommands(configuration, sink),
-                      RecordListCommands(records, Kyr::Base::SystemClock(), sink),
-                      LiveCommands(telemetry, sink)});
+    CProductConsole console(
+        {product, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
+        {RegistrationCommands(*registration, sink), AreaCommands(area, sink),
+         ProtectionCommands(protection, sink), ResultsCommands(results, sink),
+         ConfigurationCommands(configuration, sink),
+         RecordListCommands(records, Kyr::Base::SystemClock(), sink),
+         LiveCommands(telemetry, sink)});
     if (!options.installOnly) {
         area.Open();  // who finds a port open finds the area, too
         if (options.nothingNew) {
@@ -169,7 +170,7 @@ void Run(CCommandInput& input, COptions& options, const LineSink& sink) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    COptions options;
+    Options options;
     try {
         ReadOptions(argc, argv, options);
     } catch (const std::exception& problem) {
@@ -190,7 +191,7 @@ int main(int argc, char** argv) {
     } catch (const std::exception& problem) {
         sink(CLine("error").With("text", problem.what()));
     }
-    const Kyr::PortLayer::CLiveCounters counters = Kyr::PortLayer::ReadLiveCounters();
+    const Kyr::PortLayer::LiveCounters counters = Kyr::PortLayer::ReadLiveCounters();
     if (!counters.AllZero()) {
         sink(CLine("error").With("text", "left behind: " + counters.Text()));
         return kLeftSomethingBehind;

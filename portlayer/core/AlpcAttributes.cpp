@@ -11,14 +11,14 @@ namespace {
 
 using namespace NtApi;
 
-struct CAttributeSize {
+struct AttributeSize {
     std::uint32_t bit;
     std::size_t size;
 };
 
 // In the order of their bodies: highest bit first. The security attribute holds flags, a pointer
 // and a handle; the handle attribute flags, a handle, a type and rights.
-constexpr CAttributeSize kAttributes[] = {
+constexpr AttributeSize kAttributes[] = {
     {kAlpcMessageSecurityAttribute, sizeof(void*) == 4 ? 12 : 24},
     {kAlpcMessageViewAttribute, sizeof(AlpcDataViewAttr)},
     {kAlpcMessageContextAttribute, sizeof(AlpcContextAttr)},
@@ -30,7 +30,7 @@ constexpr std::uint32_t kKnown = kAlpcMessageSecurityAttribute | kAlpcMessageVie
 
 std::size_t RequiredSize(std::uint32_t attributes) {
     std::size_t size = sizeof(AlpcMessageAttributes);
-    for (const CAttributeSize& attribute : kAttributes) {
+    for (const AttributeSize& attribute : kAttributes) {
         size += (attributes & attribute.bit) != 0 ? attribute.size : 0;
     }
     return size;
@@ -49,7 +49,7 @@ AlpcDataViewAttr* SentView(AlpcMessageAttributes* attributes) {
     return valid ? AllocatedBody<AlpcDataViewAttr>(attributes, kAlpcMessageViewAttribute) : nullptr;
 }
 
-bool StoreView(AlpcMessageAttributes* attributes, const CReceivedView& view) {
+bool StoreView(AlpcMessageAttributes* attributes, const ReceivedView& view) {
     auto* const body = AllocatedBody<AlpcDataViewAttr>(attributes, kAlpcMessageViewAttribute);
     if (body == nullptr) {
         return false;
@@ -104,7 +104,7 @@ void* KYR_NTAPI AlpcGetMessageAttribute(AlpcMessageAttributes* buffer, std::uint
     }
     std::size_t offset = sizeof(AlpcMessageAttributes);
     // Whether the attribute is valid is not asked: with the system, too, the caller has to look.
-    for (const Detail::CAttributeSize& item : Detail::kAttributes) {
+    for (const Detail::AttributeSize& item : Detail::kAttributes) {
         if (item.bit == attribute) {
             return reinterpret_cast<std::uint8_t*>(buffer) + offset;
         }

@@ -10,7 +10,7 @@ namespace Kyr::PortLayer::Detail {
 NtApi::AlpcDataViewAttr* SentView(NtApi::AlpcMessageAttributes* attributes);
 
 /// Tells the receiver of its view. False when the buffer has no place for one.
-bool StoreView(NtApi::AlpcMessageAttributes* attributes, const CReceivedView& view);
+bool StoreView(NtApi::AlpcMessageAttributes* attributes, const ReceivedView& view);
 void StoreContext(NtApi::AlpcMessageAttributes* attributes, void* portContext,
                   std::uint32_t messageId);
 /// No attribute of the buffer is valid until the message has one.

@@ -28,16 +28,16 @@ NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, v
                                              void* receiveMessage, std::size_t* bufferLength,
                                              AlpcMessageAttributes* receiveAttributes,
                                              std::int64_t* timeout) {
-    const CAlpcCall call = {flags,          static_cast<std::uint8_t*>(sendMessage),
-                            sendAttributes, static_cast<std::uint8_t*>(receiveMessage),
-                            bufferLength,   receiveAttributes,
-                            timeout};
+    const AlpcCall call = {flags,          static_cast<std::uint8_t*>(sendMessage),
+                           sendAttributes, static_cast<std::uint8_t*>(receiveMessage),
+                           bufferLength,   receiveAttributes,
+                           timeout};
     const auto object = FindObject(port);
     if (auto* const client = As<CAlpcClientPort>(object.get())) {
         return client->SendWaitReceive(call);
     }
     const auto server = ServerPortOf(object);
-    if (!server || server->Dialect() != EDialect::Alpc) {
+    if (!server || server->Dialect() != PortDialect::kAlpc) {
         return kStatusInvalidHandle;
     }
     return ServerSendWaitReceive(*server, call);

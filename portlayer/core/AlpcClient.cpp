@@ -43,7 +43,7 @@ void CAlpcClientPort::Disconnect() {
     connection_->Disconnect();
 }
 
-NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
+NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
     const bool synchronous = (call.flags & kAlpcSynchronous) != 0;
     if (release && synchronous) {
@@ -67,7 +67,7 @@ NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
     if (status != kStatusSuccess) {
         return status;
     }
-    COutgoingPacket packet(synchronous ? EPacket::Request : EPacket::Datagram);
+    OutgoingPacket packet(synchronous ? PacketKind::kRequest : PacketKind::kDatagram);
     packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
     // Kept until the call is over: another thread may delete the section meanwhile.
     std::shared_ptr<CPortSection> section;
@@ -90,18 +90,18 @@ NtStatus CAlpcClientPort::SendWaitReceive(const CAlpcCall& call) {
     return status;
 }
 
-NtStatus CAlpcClientPort::Release(const CAlpcCall& call) {
+NtStatus CAlpcClientPort::Release(const AlpcCall& call) {
     // A view that the caller marks goes with its message. Unmarked, it stays until it is deleted.
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     const bool unmap = view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
-    return memory_.ReleaseMessage(ReadIds(EDialect::Alpc, call.sendMessage).messageId, unmap);
+    return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId, unmap);
 }
 
-NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet) {
+NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) {
     const CDeadline deadline = CDeadline::FromNative(call.timeout);
-    CExchange exchange;
-    EExchange result = EExchange::Lost;
-    if (packet.head.kind == EPacket::Datagram) {
+    PendingExchange exchange;
+    ExchangeResult result = ExchangeResult::kLost;
+    if (packet.head.kind == PacketKind::kDatagram) {
         result = connection_->Post(packet, deadline);
     } else {
         // The reply goes straight into the caller's buffer, on whichever thread it is read.
@@ -110,20 +110,20 @@ NtStatus CAlpcClientPort::Request(const CAlpcCall& call, COutgoingPacket& packet
         result = connection_->Exchange(packet, exchange, deadline);
     }
     switch (result) {
-        case EExchange::TimedOut:
+        case ExchangeResult::kTimedOut:
             return kStatusTimeout;
         // The server was gone before the request; below, with the request in its hands.
-        case EExchange::NotSent:
+        case ExchangeResult::kNotSent:
             return kStatusPortDisconnected;
-        case EExchange::Lost:
+        case ExchangeResult::kLost:
             return AlpcServerGoneStatus();
         default:
-            return packet.head.kind == EPacket::Datagram ? kStatusSuccess
-                                                         : TakeReply(call, exchange);
+            return packet.head.kind == PacketKind::kDatagram ? kStatusSuccess
+                                                             : TakeReply(call, exchange);
     }
 }
 
-NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) {
+NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& exchange) {
     // The buffer may still tell of the view of an earlier reply.
     ClearValid(call.receiveAttributes);
     const bool fits = exchange.replyLength <= exchange.capacity;
@@ -149,7 +149,7 @@ NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) 
         exchange.view = {};
     }
     const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
-    CMessageIds ids = ReadIds(EDialect::Alpc, call.receiveMessage);
+    MessageIds ids = ReadIds(PortDialect::kAlpc, call.receiveMessage);
     // The server used the id of a message that the caller has not released yet.
     if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
         ClearValid(call.receiveAttributes);
@@ -159,7 +159,7 @@ NtStatus CAlpcClientPort::TakeReply(const CAlpcCall& call, CExchange& exchange) 
     // Fields of the header that the system fills in, whatever the server wrote there.
     ids.processId = connection_->ServerProcessId();
     ids.threadId = exchange.serverThread;
-    WriteIds(EDialect::Alpc, call.receiveMessage, ids);
+    WriteIds(PortDialect::kAlpc, call.receiveMessage, ids);
     const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
     StoreField(call.receiveMessage, kTypeOffset, type);
     *call.bufferLength = exchange.replyLength;
@@ -198,7 +198,7 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
     std::vector<std::uint8_t> answer;
     std::size_t serverLimit = 0;
     if (status == kStatusSuccess) {
-        status = connection->Handshake(EDialect::Alpc, message, TotalLength(message), deadline,
+        status = connection->Handshake(PortDialect::kAlpc, message, TotalLength(message), deadline,
                                        answer, serverLimit);
     }
     if (status != kStatusSuccess) {

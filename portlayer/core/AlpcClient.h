@@ -18,7 +18,7 @@
 namespace Kyr::PortLayer::Detail {
 
 /// One call of NtAlpcSendWaitReceivePort.
-struct CAlpcCall {
+struct AlpcCall {
     std::uint32_t flags;
     std::uint8_t* sendMessage;
     NtApi::AlpcMessageAttributes* sendAttributes;
@@ -33,17 +33,17 @@ class CAlpcClientPort final : public CObject {
     CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit);
     void OnClose() override;
 
-    NtApi::NtStatus SendWaitReceive(const CAlpcCall& call);
+    NtApi::NtStatus SendWaitReceive(const AlpcCall& call);
     void Disconnect();
     CAlpcMemory& Memory() { return memory_; }
     bool IsLost() const { return connection_->IsLost(); }
 
   private:
-    NtApi::NtStatus Release(const CAlpcCall& call);
-    NtApi::NtStatus Request(const CAlpcCall& call, COutgoingPacket& packet);
-    NtApi::NtStatus TakeReply(const CAlpcCall& call, CExchange& exchange);
+    NtApi::NtStatus Release(const AlpcCall& call);
+    NtApi::NtStatus Request(const AlpcCall& call, OutgoingPacket& packet);
+    NtApi::NtStatus TakeReply(const AlpcCall& call, PendingExchange& exchange);
 
-    const CLiveCount live_{ECounter::Ports};
+    const CLiveCount live_{LiveCounter::kPorts};
     const std::shared_ptr<CClientConnection> connection_;
     const std::size_t limit_;
     CAlpcMemory memory_;

@@ -10,7 +10,7 @@ using namespace NtApi;
 
 constexpr std::size_t kPageSize = 4096;
 
-void Count(ECounter counter, int change) {
+void Count(LiveCounter counter, int change) {
     CounterCell(counter).fetch_add(change, std::memory_order_relaxed);
 }
 
@@ -20,7 +20,7 @@ NtStatus CAlpcMemory::CreateSection(std::size_t size, Handle& section, std::size
     if (size == 0) {
         return kStatusInvalidParameter;
     }
-    CSendArea area;
+    SendArea area;
     if (!pool_.Acquire(size, area)) {
         return kStatusNoMemory;
     }
@@ -74,7 +74,7 @@ NtStatus CAlpcMemory::CreateView(AlpcDataViewAttr& view) {
         if (section->view || view.ViewSize > section->size) {
             return kStatusInvalidParameter;
         }
-        section->view = std::make_unique<CLiveCount>(ECounter::SectionViews);
+        section->view = std::make_unique<CLiveCount>(LiveCounter::kSectionViews);
         view.ViewBase = section->area.base;
         return kStatusSuccess;
     }
@@ -133,7 +133,7 @@ void CAlpcMemory::EndOwnView(CPortSection& section) {
     }
 }
 
-bool CAlpcMemory::AddReceived(std::uint32_t messageId, const CReceivedView& view,
+bool CAlpcMemory::AddReceived(std::uint32_t messageId, const ReceivedView& view,
                               bool needsRelease) {
     // Nothing that could be released: most messages.
     const bool hasView = view.slot != kNoSlot;
@@ -148,8 +148,8 @@ bool CAlpcMemory::AddReceived(std::uint32_t messageId, const CReceivedView& view
     if (known) {
         return false;
     }
-    Count(ECounter::ReceivedViews, hasView ? 1 : 0);
-    Count(ECounter::UnreleasedMessages, needsRelease ? 1 : 0);
+    Count(LiveCounter::kReceivedViews, hasView ? 1 : 0);
+    Count(LiveCounter::kUnreleasedMessages, needsRelease ? 1 : 0);
     messages_.push_back({messageId, view, needsRelease, hasView});
     return true;
 }
@@ -161,7 +161,7 @@ NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
             continue;
         }
         message->needsRelease = false;
-        Count(ECounter::UnreleasedMessages, -1);
+        Count(LiveCounter::kUnreleasedMessages, -1);
         if (unmapView && message->viewIsLive) {
             EndView(*message);
         }
@@ -176,7 +176,7 @@ NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
 void CAlpcMemory::EndView(Received& message) {
     message.viewIsLive = false;
     received_.Free(message.view.slot);
-    Count(ECounter::ReceivedViews, -1);
+    Count(LiveCounter::kReceivedViews, -1);
 }
 
 void CAlpcMemory::Clear() {
@@ -185,7 +185,7 @@ void CAlpcMemory::Clear() {
         if (message.viewIsLive) {
             EndView(message);
         }
-        Count(ECounter::UnreleasedMessages, message.needsRelease ? -1 : 0);
+        Count(LiveCounter::kUnreleasedMessages, message.needsRelease ? -1 : 0);
     }
     messages_.clear();
     sections_.clear();

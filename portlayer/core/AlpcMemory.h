@@ -20,11 +20,11 @@ namespace Kyr::PortLayer::Detail {
 /// A section made here. Its slot is used again after the section's end and the peer's release.
 class CPortSection {
   public:
-    CPortSection(CSendPool& pool, const CSendArea& area, std::size_t size)
+    CPortSection(CSendPool& pool, const SendArea& area, std::size_t size)
         : area(area), size(size), pool_(pool) {}
     ~CPortSection() { pool_.Release(area.slot); }
 
-    const CSendArea area;
+    const SendArea area;
     const std::size_t size;
     // Guarded by the mutex of CAlpcMemory.
     // A section ends when both are gone, in either order.
@@ -32,7 +32,7 @@ class CPortSection {
     std::unique_ptr<CLiveCount> view;  // null when there is none
 
   private:
-    const CLiveCount live_{ECounter::PortSections};
+    const CLiveCount live_{LiveCounter::kPortSections};
     CSendPool& pool_;
 };
 
@@ -56,7 +56,7 @@ class CAlpcMemory {
 
     /// Remembers a received message. One that needs a release is unknown after it. False when
     /// another one with this id still waits for its release, which would end this one's view.
-    bool AddReceived(std::uint32_t messageId, const CReceivedView& view, bool needsRelease);
+    bool AddReceived(std::uint32_t messageId, const ReceivedView& view, bool needsRelease);
     /// kStatusInvalidMessage when no such message waits for its release.
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 
@@ -68,7 +68,7 @@ class CAlpcMemory {
     // release of the message may leave its view standing, and a view may be deleted before.
     struct Received {
         std::uint32_t messageId;
-        CReceivedView view;
+        ReceivedView view;
         bool needsRelease;
         bool viewIsLive;
     };

@@ -16,21 +16,21 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
 
-NtStatus Release(CServerPort& port, const CAlpcCall& call, std::uint32_t messageId) {
+NtStatus Release(CServerPort& port, const AlpcCall& call, std::uint32_t messageId) {
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     return port.ReleaseMessage(messageId,
                                view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0);
 }
 
-NtStatus Send(CServerPort& port, const CAlpcCall& call) {
-    const CMessageIds ids = ReadIds(EDialect::Alpc, call.sendMessage);
+NtStatus Send(CServerPort& port, const AlpcCall& call) {
+    const MessageIds ids = ReadIds(PortDialect::kAlpc, call.sendMessage);
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     std::shared_ptr<CPortSection> section;
     std::shared_ptr<CServerConnection> owner;  // of the section
     // Called when the message is an open request, with the request's connection: the view's section
     // must be one of that connection. What it refuses leaves the request open.
-    const auto fill = [&](COutgoingPacket& packet,
+    const auto fill = [&](OutgoingPacket& packet,
                           const std::shared_ptr<CServerConnection>& connection) {
         if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
             return kStatusInvalidParameter;
@@ -65,7 +65,7 @@ NtStatus Send(CServerPort& port, const CAlpcCall& call) {
 }
 
 /// Hands the received message over. False: the buffer is too small.
-bool Deliver(const CAlpcCall& call, CIncomingMessage& message) {
+bool Deliver(const AlpcCall& call, IncomingMessage& message) {
     const bool fits = message.length <= *call.bufferLength;
     *call.bufferLength = message.length;
     if (!fits) {
@@ -73,7 +73,7 @@ bool Deliver(const CAlpcCall& call, CIncomingMessage& message) {
     }
     std::memcpy(call.receiveMessage, message.bytes, message.length);
     StoreField(call.receiveMessage, kTypeOffset, message.type);
-    WriteIds(EDialect::Alpc, call.receiveMessage, message.ids);
+    WriteIds(PortDialect::kAlpc, call.receiveMessage, message.ids);
     ClearValid(call.receiveAttributes);
     StoreContext(call.receiveAttributes, message.connection->Context(), message.ids.messageId);
     if (message.view.slot != kNoSlot && !StoreView(call.receiveAttributes, message.view)) {
@@ -89,7 +89,7 @@ bool Deliver(const CAlpcCall& call, CIncomingMessage& message) {
     return true;
 }
 
-NtStatus Receive(CServerPort& port, const CAlpcCall& call) {
+NtStatus Receive(CServerPort& port, const AlpcCall& call) {
     auto scratch = port.TakeScratch();
     NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
     if (status == kStatusSuccess && !Deliver(call, scratch->message)) {
@@ -103,7 +103,7 @@ NtStatus Receive(CServerPort& port, const CAlpcCall& call) {
 
 }  // namespace
 
-NtStatus ServerSendWaitReceive(CServerPort& port, const CAlpcCall& call) {
+NtStatus ServerSendWaitReceive(CServerPort& port, const AlpcCall& call) {
     // Servers answer; requests of theirs to clients do not exist here.
     if ((call.flags & kAlpcSynchronous) != 0 ||
         (call.receiveMessage != nullptr && call.bufferLength == nullptr)) {
@@ -129,7 +129,7 @@ NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
     if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
         return kStatusInvalidParameter;
     }
-    CPortLimits limits;
+    PortLimits limits;
     limits.message = kAlpcMaxMessage;
     if (portAttributes != nullptr) {
         limits.message = portAttributes->MaxMessageLength;
@@ -139,7 +139,7 @@ NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
     }
     std::shared_ptr<CServerPort> created;
     const NtStatus status =
-        CServerPort::Create(EDialect::Alpc, *attributes->ObjectName, limits, created);
+        CServerPort::Create(PortDialect::kAlpc, *attributes->ObjectName, limits, created);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -156,10 +156,10 @@ NtStatus KYR_NTAPI NtAlpcAcceptConnectPort(Handle* port, Handle connectionPort, 
         return kStatusInvalidParameter;
     }
     const auto server = Find<CServerPort>(connectionPort);
-    if (!server || server->Dialect() != EDialect::Alpc) {
+    if (!server || server->Dialect() != PortDialect::kAlpc) {
         return kStatusInvalidHandle;
     }
-    return AnswerConnection(EDialect::Alpc, connectionRequest, accept != 0, portContext, *port);
+    return AnswerConnection(PortDialect::kAlpc, connectionRequest, accept != 0, portContext, *port);
 }
 
 }  // namespace Kyr::PortLayer

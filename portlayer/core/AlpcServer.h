@@ -6,6 +6,6 @@
 
 namespace Kyr::PortLayer::Detail {
 
-NtApi::NtStatus ServerSendWaitReceive(CServerPort& port, const CAlpcCall& call);
+NtApi::NtStatus ServerSendWaitReceive(CServerPort& port, const AlpcCall& call);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -5,21 +5,21 @@ namespace Kyr::PortLayer::Detail {
 namespace {
 
 using namespace NtApi;
-using EState = CServerConnection::EState;
+using Stage = CServerConnection::Stage;
 
 }  // namespace
 
-bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids) {
+bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const MessageIds& ids) {
     // Legacy servers name a request by all its ids, and a port does not answer the requests of
     // another. The connection may outlive its port: hence the number.
     return record.IsOpen() && !record.isConnectionRequest &&
            record.ids.messageId == ids.messageId &&
-           (port.Dialect() == EDialect::Alpc || record.ids == ids) &&
+           (port.Dialect() == PortDialect::kAlpc || record.ids == ids) &&
            record.connection->PortNumber() == port.Number();
 }
 
-NtStatus CheckTransfer(const CPendingMessage& record, const CServerPort& port,
-                       const CMessageIds& ids, std::uint32_t entryIndex, std::size_t size) {
+NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port, const MessageIds& ids,
+                       std::uint32_t entryIndex, std::size_t size) {
     if (!IsOpenRequest(record, port, ids)) {
         return kStatusReplyMessageMismatch;
     }
@@ -29,10 +29,10 @@ NtStatus CheckTransfer(const CPendingMessage& record, const CServerPort& port,
     return kStatusSuccess;
 }
 
-NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool accept,
+NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
                           void* context, Handle& handle) {
     handle = nullptr;
-    const CMessageIds ids = ReadIds(dialect, connectionRequest);
+    const MessageIds ids = ReadIds(dialect, connectionRequest);
     const auto record = FindPendingMessage(ids.messageId);
     if (!record) {
         return kStatusReplyMessageMismatch;
@@ -54,7 +54,7 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         return kStatusReplyMessageMismatch;
     }
     if (!accept) {
-        COutgoingPacket packet(EPacket::Refused);
+        OutgoingPacket packet(PacketKind::kRefused);
         connection->Send(packet);
         port->Drop(connection);
         return kStatusSuccess;
@@ -65,7 +65,7 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
     const auto* const bytes = static_cast<const std::uint8_t*>(connectionRequest);
     connection->SetConnectionAnswer({bytes, bytes + TotalLength(bytes)});
     // The client has gone since its request was received.
-    if (!connection->ChangeState(EState::Requested, EState::Accepted)) {
+    if (!connection->ChangeState(Stage::kRequested, Stage::kAccepted)) {
         return kStatusPortDisconnected;
     }
     handle = AddHandle(std::make_shared<CServerCommPort>(connection));
@@ -74,7 +74,7 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
         return kStatusNoMemory;
     }
     // Legacy clients wait until NtCompleteConnectPort.
-    if (dialect == EDialect::Lpc) {
+    if (dialect == PortDialect::kLpc) {
         return kStatusSuccess;
     }
     const NtStatus status = CompleteConnection(*connection);
@@ -89,11 +89,11 @@ NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool 
 NtStatus CompleteConnection(CServerConnection& connection) {
     const auto port = connection.Port();
     // Connected before the client knows: its first request may come at once, on another thread.
-    if (!port || !connection.ChangeState(EState::Accepted, EState::Connected)) {
+    if (!port || !connection.ChangeState(Stage::kAccepted, Stage::kConnected)) {
         return kStatusPortDisconnected;
     }
     const std::vector<std::uint8_t> answer = connection.TakeConnectionAnswer();
-    COutgoingPacket packet(EPacket::Accepted);
+    OutgoingPacket packet(PacketKind::kAccepted);
     // So the client finds messages too long by itself.
     packet.head.flags = static_cast<std::uint32_t>(port->Limits().message);
     packet.SetMessage(answer.data(), answer.size());

@@ -10,25 +10,25 @@ namespace Kyr::PortLayer::Detail {
 /// and view, or returns why there is no reply yet: the request stays open then.
 /// kStatusReplyMessageMismatch when the port has no such request.
 template <typename Fill>
-NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, Fill fill);
+NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fill fill);
 
 /// True when the record is an open request of the port with these ids. Advanced ports know a
 /// message by its message id alone. REQUIRES: the record's mutex is held.
-bool IsOpenRequest(const CPendingMessage& record, const CServerPort& port, const CMessageIds& ids);
+bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const MessageIds& ids);
 
 /// Whether so many bytes of the data entry may be read or written; a status of ReadRequestData.
 /// REQUIRES: the record's mutex is held.
-NtApi::NtStatus CheckTransfer(const CPendingMessage& record, const CServerPort& port,
-                              const CMessageIds& ids, std::uint32_t entryIndex, std::size_t size);
+NtApi::NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port,
+                              const MessageIds& ids, std::uint32_t entryIndex, std::size_t size);
 
 /// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on
 /// when the connection is completed.
-NtApi::NtStatus AnswerConnection(EDialect dialect, const void* connectionRequest, bool accept,
+NtApi::NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
                                  void* context, NtApi::Handle& handle);
 NtApi::NtStatus CompleteConnection(CServerConnection& connection);
 
 template <typename Fill>
-NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, Fill fill) {
+NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fill fill) {
     const auto record = FindPendingMessage(ids.messageId);
     if (!record) {
         return NtApi::kStatusReplyMessageMismatch;
@@ -37,7 +37,7 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const CMessageIds& ids, F
     if (!IsOpenRequest(*record, port, ids)) {
         return NtApi::kStatusReplyMessageMismatch;
     }
-    COutgoingPacket packet(EPacket::Reply);
+    OutgoingPacket packet(PacketKind::kReply);
     packet.head.exchange = record->exchange;
     const NtApi::NtStatus filled = fill(packet, record->connection);
     if (filled != NtApi::kStatusSuccess) {

@@ -21,17 +21,17 @@ using namespace NtApi;
 ///   yes    no     sends its request, or reads the channel; nobody else may read
 ///   no     no     sends its request, or is on its way to one of the other two
 ///   no     yes    sleeps, until its reply has come or somebody has to read
-struct CClientConnection::CWaiter {
-    explicit CWaiter(CExchange& theExchange) : exchange(theExchange) {}
+struct CClientConnection::Waiter {
+    explicit Waiter(PendingExchange& theExchange) : exchange(theExchange) {}
 
-    CExchange& exchange;
+    PendingExchange& exchange;
     // Guarded by mutex_; its own thread may read what it alone writes, `number` and `leads`,
     // without.
     std::uint32_t number = 0;
     bool replied = false;
     bool leads = false;
     bool waits = false;
-    CWaiter* next = nullptr;
+    Waiter* next = nullptr;
     // Made when the thread has to wait for another one to read. Guarded by mutex_.
     std::optional<std::condition_variable> wake;
 
@@ -57,7 +57,7 @@ struct CClientConnection::CWaiter {
 
 NtStatus CClientConnection::Open(const UnicodeString& name, const CDeadline& deadline,
                                  std::shared_ptr<CClientConnection>& connection) {
-    std::unique_ptr<IChannel> channel;
+    std::unique_ptr<IPacketChannel> channel;
     const NtStatus status = OpenChannel(name, deadline, channel);
     if (status == kStatusSuccess) {
         connection.reset(new CClientConnection(std::move(channel)));
@@ -65,33 +65,33 @@ NtStatus CClientConnection::Open(const UnicodeString& name, const CDeadline& dea
     return status;
 }
 
-CClientConnection::CClientConnection(std::unique_ptr<IChannel> channel)
+CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
     : channel_(std::move(channel)),
       serverProcessId_(channel_->PeerProcessId()),
-      buffer_(new CPacketBuffer) {}
+      buffer_(new PacketBuffer) {}
 
 CClientConnection::~CClientConnection() = default;
 
-NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std::size_t length,
+NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message, std::size_t length,
                                       const CDeadline& deadline, std::vector<std::uint8_t>& answer,
                                       std::size_t& serverLimit) {
-    COutgoingPacket request(EPacket::Connect);
+    OutgoingPacket request(PacketKind::kConnect);
     request.head.flags = static_cast<std::uint32_t>(dialect);
     request.head.threadId = CurrentThreadId();
     request.SetMessage(message, length);
-    if (channel_->Send(request, pool_, received_, deadline) != ESend::Sent) {
+    if (channel_->Send(request, pool_, received_, deadline) != SendResult::kSent) {
         return kStatusPortConnectionRefused;
     }
     // Nobody else knows the connection yet: no leader, no number, and the first packet is the
     // answer.
-    EReceive result = EReceive::Nothing;
-    while (result == EReceive::Nothing) {
+    ReceiveResult result = ReceiveResult::kNothing;
+    while (result == ReceiveResult::kNothing) {
         result = channel_->Receive(deadline, *buffer_, packet_);
-        if (result == EReceive::Nothing && deadline.HasPassed()) {
+        if (result == ReceiveResult::kNothing && deadline.HasPassed()) {
             return kStatusTimeout;
         }
     }
-    if (result != EReceive::Packet || packet_.head.kind != EPacket::Accepted) {
+    if (result != ReceiveResult::kPacket || packet_.head.kind != PacketKind::kAccepted) {
         return kStatusPortConnectionRefused;
     }
     // An answer brings no memory. Whatever came along is closed.
@@ -101,8 +101,8 @@ NtStatus CClientConnection::Handshake(EDialect dialect, const void* message, std
     return kStatusSuccess;
 }
 
-EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchange,
-                                      const CDeadline& deadline) {
+ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                                           const CDeadline& deadline) {
     // 1. Into the list before the request is sent: whoever reads the channel may read the reply
     //    before the send has returned.
     // 2. The right to read is taken along at once when it is free, which spares a thread that is
@@ -110,7 +110,7 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     // 3. With the request sent, the leader reads; the others sleep until their reply has come or it
     //    is their turn to read.
     // 4. Out of the list, and the right to read to somebody who still waits.
-    CWaiter waiter(exchange);
+    Waiter waiter(exchange);
     std::unique_lock<std::mutex> lock(mutex_);
     waiter.number = ++lastExchange_;
     waiter.next = waiters_;
@@ -120,16 +120,17 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
 
     packet.head.exchange = waiter.number;
     packet.head.threadId = CurrentThreadId();
-    const ESend sent = SendRequest(packet, waiter, deadline);
+    const SendResult sent = SendRequest(packet, waiter, deadline);
     // Either way the lock is held afterwards.
-    if (sent == ESend::Sent && waiter.leads) {
+    if (sent == SendResult::kSent && waiter.leads) {
         Lead(lock, waiter, deadline);
     } else {
         lock.lock();
     }
-    EExchange result = EExchange::Replied;
-    if (sent != ESend::Sent) {
-        result = sent == ESend::TimedOut ? EExchange::TimedOut : EExchange::NotSent;
+    ExchangeResult result = ExchangeResult::kReplied;
+    if (sent != SendResult::kSent) {
+        result =
+            sent == SendResult::kTimedOut ? ExchangeResult::kTimedOut : ExchangeResult::kNotSent;
     } else {
         // A reply that came at the last moment counts, also when the connection has been lost
         // since.
@@ -144,10 +145,10 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
             }
         }
         if (!waiter.replied) {
-            result = IsLost() ? EExchange::Lost : EExchange::TimedOut;
+            result = IsLost() ? ExchangeResult::kLost : ExchangeResult::kTimedOut;
         }
     }
-    CWaiter** link = &waiters_;
+    Waiter** link = &waiters_;
     while (*link != &waiter) {
         link = &(*link)->next;
     }
@@ -156,14 +157,14 @@ EExchange CClientConnection::Exchange(COutgoingPacket& packet, CExchange& exchan
     return result;
 }
 
-ESend CClientConnection::SendRequest(COutgoingPacket& packet, CWaiter& waiter,
-                                     const CDeadline& deadline) {
+SendResult CClientConnection::SendRequest(OutgoingPacket& packet, Waiter& waiter,
+                                          const CDeadline& deadline) {
     if (IsLost()) {
-        return ESend::Closed;
+        return SendResult::kClosed;
     }
     // Without waiting: as long as this thread leads, nobody reads.
-    const ESend sent = channel_->Send(packet, pool_, received_, CDeadline::Now());
-    if (sent != ESend::TimedOut || deadline.HasPassed()) {
+    const SendResult sent = channel_->Send(packet, pool_, received_, CDeadline::Now());
+    if (sent != SendResult::kTimedOut || deadline.HasPassed()) {
         return sent;
     }
     {
@@ -175,24 +176,24 @@ ESend CClientConnection::SendRequest(COutgoingPacket& packet, CWaiter& waiter,
     return channel_->Send(packet, pool_, received_, deadline);
 }
 
-EExchange CClientConnection::Post(COutgoingPacket& packet, const CDeadline& deadline) {
+ExchangeResult CClientConnection::Post(OutgoingPacket& packet, const CDeadline& deadline) {
     packet.head.threadId = CurrentThreadId();
     if (IsLost()) {
-        return EExchange::NotSent;
+        return ExchangeResult::kNotSent;
     }
     switch (channel_->Send(packet, pool_, received_, deadline)) {
-        case ESend::Sent:
-            return EExchange::Replied;
-        case ESend::TimedOut:
-            return EExchange::TimedOut;
+        case SendResult::kSent:
+            return ExchangeResult::kReplied;
+        case SendResult::kTimedOut:
+            return ExchangeResult::kTimedOut;
         default:
             // Nobody may be reading who would notice.
             Disconnect();
-            return EExchange::NotSent;
+            return ExchangeResult::kNotSent;
     }
 }
 
-bool CClientConnection::TryToLead(CWaiter& waiter) {
+bool CClientConnection::TryToLead(Waiter& waiter) {
     if (!hasLeader_) {
         hasLeader_ = true;
         waiter.leads = true;
@@ -200,17 +201,17 @@ bool CClientConnection::TryToLead(CWaiter& waiter) {
     return waiter.leads;
 }
 
-void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter,
+void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter,
                              const CDeadline& deadline) {
     for (;;) {
         // The lock is free while this thread waits, and held while it hands over: waiters stand on
         // the stacks of their threads, which need it to leave.
-        const EReceive result = channel_->Receive(deadline, *buffer_, packet_);
+        const ReceiveResult result = channel_->Receive(deadline, *buffer_, packet_);
         lock.lock();
-        if (result == EReceive::Nothing) {
+        if (result == ReceiveResult::kNothing) {
             return;
         }
-        if (result != EReceive::Packet || !Dispatch(packet_)) {
+        if (result != ReceiveResult::kPacket || !Dispatch(packet_)) {
             // The reading thread leaves at once, and so do all others.
             Lose();
         }
@@ -223,14 +224,14 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter
     }
 }
 
-bool CClientConnection::Dispatch(CIncomingPacket& packet) {
+bool CClientConnection::Dispatch(IncomingPacket& packet) {
     // Also from packets that are nobody's.
     pool_.TakeBack(packet.head.freedSlots);
-    CWaiter* const waiter = FindWaiter(packet.head.exchange);
-    if (packet.head.kind == EPacket::Reply) {
+    Waiter* const waiter = FindWaiter(packet.head.exchange);
+    if (packet.head.kind == PacketKind::kReply) {
         return TakeReply(packet, waiter);
     }
-    if (packet.head.kind == EPacket::Fetch) {
+    if (packet.head.kind == PacketKind::kFetch) {
         // A fetch for a request that is not waiting any more: the server sees its stream end.
         return waiter == nullptr || HandOverEntry(packet, waiter->exchange.entries);
     }
@@ -238,12 +239,12 @@ bool CClientConnection::Dispatch(CIncomingPacket& packet) {
     return false;
 }
 
-bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
+bool CClientConnection::TakeReply(IncomingPacket& packet, Waiter* waiter) {
     // Memory is taken out of late replies, too, and given back below and in TakeWrites: the server
     // would run out of slots otherwise. The bytes of a late reply go nowhere, as the memory that
     // they are for may be gone.
     std::size_t handle = 0;
-    CReceivedView view;
+    ReceivedView view;
     const bool isWaitedFor = waiter != nullptr;
     if (!TakeView(packet, received_, handle, view) ||
         !TakeWrites(packet, handle, isWaitedFor ? waiter->exchange.entries : nullptr, isWaitedFor,
@@ -257,7 +258,7 @@ bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
         }
         return true;
     }
-    CExchange& exchange = waiter->exchange;
+    PendingExchange& exchange = waiter->exchange;
     exchange.view = view;
     exchange.replyFlags = packet.head.flags;
     exchange.serverThread = packet.head.threadId;
@@ -269,15 +270,15 @@ bool CClientConnection::TakeReply(CIncomingPacket& packet, CWaiter* waiter) {
     return true;
 }
 
-CClientConnection::CWaiter* CClientConnection::FindWaiter(std::uint32_t exchange) {
-    CWaiter* waiter = waiters_;
+CClientConnection::Waiter* CClientConnection::FindWaiter(std::uint32_t exchange) {
+    Waiter* waiter = waiters_;
     while (waiter != nullptr && waiter->number != exchange) {
         waiter = waiter->next;
     }
     return waiter;
 }
 
-void CClientConnection::PassLeadership(CWaiter& from) {
+void CClientConnection::PassLeadership(Waiter& from) {
     if (from.leads) {
         from.leads = false;
         hasLeader_ = false;
@@ -287,7 +288,7 @@ void CClientConnection::PassLeadership(CWaiter& from) {
     if (hasLeader_) {
         return;
     }
-    for (CWaiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
+    for (Waiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
         // One that still sends looks for itself when it is done, which may be long from now.
         if (waiter->waits && !waiter->replied) {
             waiter->Wake();
@@ -305,7 +306,7 @@ void CClientConnection::Disconnect() {
 
 void CClientConnection::Lose() {
     Disconnect();
-    for (CWaiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
+    for (Waiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
         waiter->Wake();
     }
 }

@@ -12,25 +12,25 @@
 #include <mutex>
 #include <vector>
 
-#include "portlayer/core/Channel.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/core/MessageHeader.h"
 #include "portlayer/core/Packet.h"
+#include "portlayer/core/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 
 /// How an exchange ended.
-enum class EExchange { Replied, TimedOut, NotSent, Lost };
+enum class ExchangeResult { kReplied, kTimedOut, kNotSent, kLost };
 
 /// One request in flight: where its reply goes.
-struct CExchange {
-    std::uint8_t* reply = nullptr;        // receives the whole reply message
-    std::size_t capacity = 0;             // a longer reply is cut; replyLength tells its length
-    const CDataBlock* entries = nullptr;  // what the server may read and write; may be null
+struct PendingExchange {
+    std::uint8_t* reply = nullptr;       // receives the whole reply message
+    std::size_t capacity = 0;            // a longer reply is cut; replyLength tells its length
+    const DataBlock* entries = nullptr;  // what the server may read and write; may be null
     std::size_t replyLength = 0;
     std::uint32_t replyFlags = 0;  // of the packet
     std::uint32_t serverThread = 0;
-    CReceivedView view;
+    ReceivedView view;
 };
 
 class CClientConnection {
@@ -44,12 +44,13 @@ class CClientConnection {
     /// Sends the connection request and waits for the answer, which is at most `capacity` bytes.
     /// kStatusTimeout, kStatusPortConnectionRefused.
     /// `serverLimit` is the longest message that the server takes.
-    NtApi::NtStatus Handshake(EDialect dialect, const void* message, std::size_t length,
+    NtApi::NtStatus Handshake(PortDialect dialect, const void* message, std::size_t length,
                               const CDeadline& deadline, std::vector<std::uint8_t>& answer,
                               std::size_t& serverLimit);
 
-    EExchange Exchange(COutgoingPacket& packet, CExchange& exchange, const CDeadline& deadline);
-    EExchange Post(COutgoingPacket& packet, const CDeadline& deadline);
+    ExchangeResult Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                            const CDeadline& deadline);
+    ExchangeResult Post(OutgoingPacket& packet, const CDeadline& deadline);
 
     CSendPool& SendPool() { return pool_; }
     CReceivePool& ReceivePool() { return received_; }
@@ -59,22 +60,22 @@ class CClientConnection {
     bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
 
   private:
-    struct CWaiter;
-    explicit CClientConnection(std::unique_ptr<IChannel> channel);
-    ESend SendRequest(COutgoingPacket& packet, CWaiter& waiter, const CDeadline& deadline);
+    struct Waiter;
+    explicit CClientConnection(std::unique_ptr<IPacketChannel> channel);
+    SendResult SendRequest(OutgoingPacket& packet, Waiter& waiter, const CDeadline& deadline);
     /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
     /// the caller does not hold.
-    void Lead(std::unique_lock<std::mutex>& lock, CWaiter& waiter, const CDeadline& deadline);
-    bool Dispatch(CIncomingPacket& packet);
-    bool TakeReply(CIncomingPacket& packet, CWaiter* waiter);
-    CWaiter* FindWaiter(std::uint32_t exchange);
+    void Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter, const CDeadline& deadline);
+    bool Dispatch(IncomingPacket& packet);
+    bool TakeReply(IncomingPacket& packet, Waiter* waiter);
+    Waiter* FindWaiter(std::uint32_t exchange);
     // REQUIRE: mutex_ is held.
-    bool TryToLead(CWaiter& waiter);
-    void PassLeadership(CWaiter& from);
+    bool TryToLead(Waiter& waiter);
+    void PassLeadership(Waiter& from);
     void Lose();
 
-    const CLiveCount live_{ECounter::Connections};
-    const std::unique_ptr<IChannel> channel_;
+    const CLiveCount live_{LiveCounter::kConnections};
+    const std::unique_ptr<IPacketChannel> channel_;
     const std::uint32_t serverProcessId_;
     CSendPool pool_;
     CReceivePool received_;
@@ -82,13 +83,13 @@ class CClientConnection {
 
     std::mutex mutex_;
     // Guarded by mutex_.
-    CWaiter* waiters_ = nullptr;
+    Waiter* waiters_ = nullptr;
     bool hasLeader_ = false;
     std::uint32_t lastExchange_ = 0;
 
     // Belongs to the leader.
-    const std::unique_ptr<CPacketBuffer> buffer_;
-    CIncomingPacket packet_;
+    const std::unique_ptr<PacketBuffer> buffer_;
+    IncomingPacket packet_;
 };
 
 }  // namespace Kyr::PortLayer::Detail

@@ -4,13 +4,13 @@
 
 namespace Kyr::PortLayer::Detail {
 
-NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, CDataBlock& block) {
+NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, DataBlock& block) {
     block.count = 0;
     const std::size_t offset = DataInfoOffset(message);
     if (offset == 0) {
         return NtApi::kStatusSuccess;
     }
-    const CLpcLayout& layout = LpcLayout();
+    const LpcHeaderLayout& layout = LpcLayout();
     if (offset < layout.headerSize || offset + layout.dataEntries > totalLength) {
         return NtApi::kStatusInvalidParameter;
     }

@@ -13,20 +13,20 @@ namespace Kyr::PortLayer::Detail {
 /// More entries than the longest message can hold.
 constexpr std::size_t kMaxDataEntries = 40;
 
-struct CDataEntry {
+struct DataEntry {
     std::uint8_t* base;
     std::uint32_t size;
 };
 
-struct CDataBlock {
+struct DataBlock {
     std::size_t count = 0;
-    std::array<CDataEntry, kMaxDataEntries> entries;  // the first `count` are set
+    std::array<DataEntry, kMaxDataEntries> entries;  // the first `count` are set
 };
 
 /// Checks and reads the block of a message of `totalLength` bytes; an offset of 0 means none.
 /// kStatusInvalidParameter when it starts inside the header or ends after the message, or holds an
 /// address that no pointer of this process can. The addresses are the sender's: the receiving side
 /// must not use them as its own.
-NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, CDataBlock& block);
+NtApi::NtStatus ReadDataBlock(const void* message, std::size_t totalLength, DataBlock& block);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -13,45 +13,45 @@ namespace Detail {
 namespace {
 
 // Zero-initialised before any code runs: nothing of this layer runs at load time.
-std::array<std::atomic<std::int64_t>, static_cast<std::size_t>(ECounter::Count)> cells;
+std::array<std::atomic<std::int64_t>, static_cast<std::size_t>(LiveCounter::kCount)> cells;
 std::atomic<NtApi::NtStatus> alpcServerGone{NtApi::kStatusPortDisconnected};
 
-std::int64_t Read(ECounter counter) {
+std::int64_t Read(LiveCounter counter) {
     return CounterCell(counter).load(std::memory_order_relaxed);
 }
 
 }  // namespace
 
-std::atomic<std::int64_t>& CounterCell(ECounter counter) {
+std::atomic<std::int64_t>& CounterCell(LiveCounter counter) {
     return cells[static_cast<std::size_t>(counter)];
 }
 
 }  // namespace Detail
 
-CLiveCounters ReadLiveCounters() {
-    using Detail::ECounter;
+LiveCounters ReadLiveCounters() {
+    using Detail::LiveCounter;
     using Detail::Read;
-    CLiveCounters counters;
-    counters.ports = Read(ECounter::Ports);
-    counters.connections = Read(ECounter::Connections);
-    counters.events = Read(ECounter::Events);
-    counters.threads = Read(ECounter::Threads);
-    counters.mutexes = Read(ECounter::Mutexes);
-    counters.sections = Read(ECounter::Sections);
-    counters.mappedViews = Read(ECounter::MappedViews);
-    counters.portSections = Read(ECounter::PortSections);
-    counters.sectionViews = Read(ECounter::SectionViews);
-    counters.receivedViews = Read(ECounter::ReceivedViews);
-    counters.unreleasedMessages = Read(ECounter::UnreleasedMessages);
-    counters.pendingRequests = Read(ECounter::PendingRequests);
+    LiveCounters counters;
+    counters.ports = Read(LiveCounter::kPorts);
+    counters.connections = Read(LiveCounter::kConnections);
+    counters.events = Read(LiveCounter::kEvents);
+    counters.threads = Read(LiveCounter::kThreads);
+    counters.mutexes = Read(LiveCounter::kMutexes);
+    counters.sections = Read(LiveCounter::kSections);
+    counters.mappedViews = Read(LiveCounter::kMappedViews);
+    counters.portSections = Read(LiveCounter::kPortSections);
+    counters.sectionViews = Read(LiveCounter::kSectionViews);
+    counters.receivedViews = Read(LiveCounter::kReceivedViews);
+    counters.unreleasedMessages = Read(LiveCounter::kUnreleasedMessages);
+    counters.pendingRequests = Read(LiveCounter::kPendingRequests);
     return counters;
 }
 
-bool CLiveCounters::AllZero() const {
+bool LiveCounters::AllZero() const {
     return Text().empty();
 }
 
-std::string CLiveCounters::Text() const {
+std::string LiveCounters::Text() const {
     std::ostringstream text;
     text.imbue(std::locale::classic());
     const auto add = [&text](const char* name, std::int64_t value) {

@@ -6,28 +6,28 @@
 
 namespace Kyr::PortLayer::Detail {
 
-enum class ECounter {
-    Ports,
-    Connections,
-    Events,
-    Threads,
-    Mutexes,
-    Sections,
-    MappedViews,
-    PortSections,
-    SectionViews,
-    ReceivedViews,
-    UnreleasedMessages,
-    PendingRequests,
-    Count
+enum class LiveCounter {
+    kPorts,
+    kConnections,
+    kEvents,
+    kThreads,
+    kMutexes,
+    kSections,
+    kMappedViews,
+    kPortSections,
+    kSectionViews,
+    kReceivedViews,
+    kUnreleasedMessages,
+    kPendingRequests,
+    kCount
 };
 
-std::atomic<std::int64_t>& CounterCell(ECounter counter);
+std::atomic<std::int64_t>& CounterCell(LiveCounter counter);
 
 /// Counts one live object from construction to destruction.
 class CLiveCount {
   public:
-    explicit CLiveCount(ECounter counter) : counter_(counter) {
+    explicit CLiveCount(LiveCounter counter) : counter_(counter) {
         CounterCell(counter_).fetch_add(1, std::memory_order_relaxed);
     }
     CLiveCount(const CLiveCount&) = delete;
@@ -35,7 +35,7 @@ class CLiveCount {
     ~CLiveCount() { CounterCell(counter_).fetch_sub(1, std::memory_order_relaxed); }
 
   private:
-    const ECounter counter_;
+    const LiveCounter counter_;
 };
 
 }  // namespace Kyr::PortLayer::Detail

@@ -21,13 +21,13 @@ class CLpcClientPort final : public CObject {
         : connection(std::move(theConnection)), limit(theLimit) {}
     void OnClose() override { connection->Disconnect(); }
 
-    const CLiveCount live{ECounter::Ports};
+    const CLiveCount live{LiveCounter::kPorts};
     const std::shared_ptr<CClientConnection> connection;
     const std::size_t limit;
 };
 
 // A legacy message may be longer than its data: the data block stands behind them.
-NtStatus CheckMessage(const CLpcClientPort& port, const void* message, CDataBlock& block) {
+NtStatus CheckMessage(const CLpcClientPort& port, const void* message, DataBlock& block) {
     if (TotalLength(message) > port.limit) {
         return kStatusPortMessageTooLong;
     }
@@ -72,8 +72,8 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
     }
     std::vector<std::uint8_t> answer;
     std::size_t limit = 0;
-    status = connection->Handshake(EDialect::Lpc, message, header + infoLength, CDeadline::Never(),
-                                   answer, limit);
+    status = connection->Handshake(PortDialect::kLpc, message, header + infoLength,
+                                   CDeadline::Never(), answer, limit);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -98,7 +98,7 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
     if (!port) {
         return kStatusInvalidHandle;
     }
-    CDataBlock block;
+    DataBlock block;
     const NtStatus status = CheckMessage(*port, request, block);
     if (status != kStatusSuccess) {
         return status;
@@ -107,10 +107,10 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
     if (DataInfoOffset(request) != 0) {
         return kStatusInvalidParameter;
     }
-    COutgoingPacket packet(EPacket::Datagram);
+    OutgoingPacket packet(PacketKind::kDatagram);
     packet.SetMessage(request, TotalLength(request));
-    const EExchange result = port->connection->Post(packet, CDeadline::Never());
-    return result == EExchange::Replied ? kStatusSuccess : kStatusPortDisconnected;
+    const ExchangeResult result = port->connection->Post(packet, CDeadline::Never());
+    return result == ExchangeResult::kReplied ? kStatusSuccess : kStatusPortDisconnected;
 }
 
 NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
@@ -118,40 +118,40 @@ NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* re
     if (!port) {
         return kStatusInvalidHandle;
     }
-    CDataBlock block;
+    DataBlock block;
     const NtStatus status = CheckMessage(*port, request, block);
     if (status != kStatusSuccess) {
         return status;
     }
     CClientConnection& connection = *port->connection;
-    COutgoingPacket packet(EPacket::Request);
+    OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(request, TotalLength(request));
     const std::uint32_t slot = SendEntries(packet, block, connection.SendPool());
-    CExchange exchange;
+    PendingExchange exchange;
     exchange.reply = static_cast<std::uint8_t*>(reply);
     // The call has no length for the reply: its buffer must hold the longest message.
     exchange.capacity = LpcLayout().maxMessage;
     exchange.entries = &block;
-    const EExchange result = connection.Exchange(packet, exchange, CDeadline::Never());
+    const ExchangeResult result = connection.Exchange(packet, exchange, CDeadline::Never());
     // However it ended. If the server holds the slot still, it is free with its return.
     if (slot != kNoSlot) {
         connection.SendPool().Release(slot);
     }
     // The system tells a server that was gone before from one that went while the client waited.
-    if (result == EExchange::NotSent) {
+    if (result == ExchangeResult::kNotSent) {
         return kStatusPortDisconnected;
     }
-    if (result != EExchange::Replied) {
+    if (result != ExchangeResult::kReplied) {
         return kStatusLpcReplyLost;
     }
     if (!IsValidReply(exchange.reply, exchange.replyLength) || exchange.view.slot != kNoSlot) {
         connection.Disconnect();
         return kStatusLpcReplyLost;
     }
-    CMessageIds ids = ReadIds(EDialect::Lpc, reply);
+    MessageIds ids = ReadIds(PortDialect::kLpc, reply);
     ids.processId = connection.ServerProcessId();
     ids.threadId = exchange.serverThread;
-    WriteIds(EDialect::Lpc, reply, ids);
+    WriteIds(PortDialect::kLpc, reply, ids);
     StoreField(reply, kTypeOffset, kLpcReply);
     return kStatusSuccess;
 }

@@ -16,7 +16,7 @@ using namespace NtApi;
 
 std::shared_ptr<CServerPort> LpcPort(Handle handle) {
     auto port = ServerPortOf(FindObject(handle));
-    return port && port->Dialect() == EDialect::Lpc ? port : nullptr;
+    return port && port->Dialect() == PortDialect::kLpc ? port : nullptr;
 }
 
 NtStatus Reply(const CServerPort& port, const void* reply) {
@@ -28,8 +28,8 @@ NtStatus Reply(const CServerPort& port, const void* reply) {
         DataInfoOffset(reply) != 0) {
         return kStatusInvalidParameter;
     }
-    return AnswerRequest(port, ReadIds(EDialect::Lpc, reply),
-                         [reply](COutgoingPacket& packet, const auto&) {
+    return AnswerRequest(port, ReadIds(PortDialect::kLpc, reply),
+                         [reply](OutgoingPacket& packet, const auto&) {
                              packet.SetMessage(reply, TotalLength(reply));
                              return kStatusSuccess;
                          });
@@ -41,10 +41,10 @@ NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadli
     if (status == kStatusSuccess) {
         // The call has no length for the buffer. Messages are no longer than the port's limit
         // (ServerPort.cpp), which the server chose.
-        const CIncomingMessage& message = scratch->message;
+        const IncomingMessage& message = scratch->message;
         std::memcpy(receive, message.bytes, message.length);
         StoreField(receive, kTypeOffset, message.type);
-        WriteIds(EDialect::Lpc, receive, message.ids);
+        WriteIds(PortDialect::kLpc, receive, message.ids);
         if (context != nullptr) {
             *context = message.connection->Context();
         }
@@ -68,7 +68,7 @@ NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
         return kStatusInvalidParameter4;
     }
     std::shared_ptr<CServerPort> created;
-    const NtStatus status = CServerPort::Create(EDialect::Lpc, *attributes->ObjectName,
+    const NtStatus status = CServerPort::Create(PortDialect::kLpc, *attributes->ObjectName,
                                                 {maxMessageLength, maxConnectionInfo}, created);
     if (status != kStatusSuccess) {
         return status;
@@ -117,7 +117,7 @@ NtStatus KYR_NTAPI NtAcceptConnectPort(Handle* handle, void* context, void* conn
         LpcLayout().headerSize + DataLength(connectionRequest) > TotalLength(connectionRequest)) {
         return kStatusInvalidParameter;
     }
-    return AnswerConnection(EDialect::Lpc, connectionRequest, accept != 0, context, *handle);
+    return AnswerConnection(PortDialect::kLpc, connectionRequest, accept != 0, context, *handle);
 }
 
 NtStatus KYR_NTAPI NtCompleteConnectPort(Handle handle) {
@@ -140,7 +140,7 @@ NtStatus KYR_NTAPI NtReadRequestData(Handle handle, void* message, std::uint32_t
         return kStatusInvalidHandle;
     }
     const NtStatus status =
-        ReadRequestData(*port, ReadIds(EDialect::Lpc, message), entryIndex, buffer, size);
+        ReadRequestData(*port, ReadIds(PortDialect::kLpc, message), entryIndex, buffer, size);
     if (transferred != nullptr) {
         *transferred = status == kStatusSuccess ? size : 0;
     }
@@ -154,7 +154,7 @@ NtStatus KYR_NTAPI NtWriteRequestData(Handle handle, void* message, std::uint32_
         return kStatusInvalidHandle;
     }
     const NtStatus status =
-        WriteRequestData(*port, ReadIds(EDialect::Lpc, message), entryIndex, buffer, size);
+        WriteRequestData(*port, ReadIds(PortDialect::kLpc, message), entryIndex, buffer, size);
     if (transferred != nullptr) {
         *transferred = status == kStatusSuccess ? size : 0;
     }

@@ -5,7 +5,7 @@ namespace Kyr::PortLayer::Detail {
 namespace {
 
 template <typename Word>
-CMessageIds ReadIdsOf(const void* message) {
+MessageIds ReadIdsOf(const void* message) {
     using Layout = NtApi::PortMessageLayout<Word>;
     return {static_cast<std::uint32_t>(LoadField<Word>(message, Layout::kProcessId)),
             static_cast<std::uint32_t>(LoadField<Word>(message, Layout::kThreadId)),
@@ -13,7 +13,7 @@ CMessageIds ReadIdsOf(const void* message) {
 }
 
 template <typename Word>
-void WriteIdsOf(void* message, const CMessageIds& ids) {
+void WriteIdsOf(void* message, const MessageIds& ids) {
     using Layout = NtApi::PortMessageLayout<Word>;
     StoreField<Word>(message, Layout::kProcessId, ids.processId);
     StoreField<Word>(message, Layout::kThreadId, ids.threadId);
@@ -22,7 +22,7 @@ void WriteIdsOf(void* message, const CMessageIds& ids) {
 }
 
 template <typename Word>
-constexpr CLpcLayout LayoutOf() {
+constexpr LpcHeaderLayout LayoutOf() {
     using Layout = NtApi::PortMessageLayout<Word>;
     return {sizeof(Word) == 8,    Layout::kHeaderSize,    Layout::kMaxMessage,
             Layout::kDataEntries, Layout::kDataEntrySize, Layout::kDataEntryLength};
@@ -30,29 +30,29 @@ constexpr CLpcLayout LayoutOf() {
 
 }  // namespace
 
-const CLpcLayout& LpcLayout() {
-    static const CLpcLayout layout =
+const LpcHeaderLayout& LpcLayout() {
+    static const LpcHeaderLayout layout =
         LegacyPortsAreWide() ? LayoutOf<std::uint64_t>() : LayoutOf<std::uint32_t>();
     return layout;
 }
 
-std::size_t HeaderSize(EDialect dialect) {
-    return dialect == EDialect::Lpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
+std::size_t HeaderSize(PortDialect dialect) {
+    return dialect == PortDialect::kLpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
 }
 
 namespace {
 
-bool IsWide(EDialect dialect) {
-    return dialect == EDialect::Lpc && LpcLayout().isWide;
+bool IsWide(PortDialect dialect) {
+    return dialect == PortDialect::kLpc && LpcLayout().isWide;
 }
 
 }  // namespace
 
-CMessageIds ReadIds(EDialect dialect, const void* message) {
+MessageIds ReadIds(PortDialect dialect, const void* message) {
     return IsWide(dialect) ? ReadIdsOf<std::uint64_t>(message) : ReadIdsOf<std::uint32_t>(message);
 }
 
-void WriteIds(EDialect dialect, void* message, const CMessageIds& ids) {
+void WriteIds(PortDialect dialect, void* message, const MessageIds& ids) {
     if (IsWide(dialect)) {
         WriteIdsOf<std::uint64_t>(message, ids);
     } else {

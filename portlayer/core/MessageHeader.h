@@ -13,7 +13,7 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__, "port messages are litt
 using AlpcLayout = NtApi::PortMessageLayout<std::uint32_t>;
 
 /// Legacy messages and their data blocks in one of the two widths (ntapi/PortMessage.h).
-struct CLpcLayout {
+struct LpcHeaderLayout {
     bool isWide;  // words of 64 bits
     std::size_t headerSize;
     std::size_t maxMessage;
@@ -23,7 +23,7 @@ struct CLpcLayout {
 };
 
 /// The one that all processes of this system use on legacy ports.
-const CLpcLayout& LpcLayout();
+const LpcHeaderLayout& LpcLayout();
 /// Defined by the back end: true when that is the wide one.
 bool LegacyPortsAreWide();
 
@@ -56,22 +56,22 @@ inline std::uint16_t DataInfoOffset(const void* message) {
 }
 
 /// Which of the two layouts a port speaks.
-enum class EDialect : std::uint32_t { Lpc, Alpc };
+enum class PortDialect : std::uint32_t { kLpc, kAlpc };
 
 /// The fields that the system fills in.
-struct CMessageIds {
+struct MessageIds {
     std::uint32_t processId = 0;
     std::uint32_t threadId = 0;
     std::uint32_t messageId = 0;
 
-    bool operator==(const CMessageIds& other) const {
+    bool operator==(const MessageIds& other) const {
         return processId == other.processId && threadId == other.threadId &&
                messageId == other.messageId;
     }
 };
 
-std::size_t HeaderSize(EDialect dialect);
-CMessageIds ReadIds(EDialect dialect, const void* message);
-void WriteIds(EDialect dialect, void* message, const CMessageIds& ids);
+std::size_t HeaderSize(PortDialect dialect);
+MessageIds ReadIds(PortDialect dialect, const void* message);
+void WriteIds(PortDialect dialect, void* message, const MessageIds& ids);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -13,7 +13,7 @@ constexpr std::uint32_t kMagic = 0x3250794B;
 /// Whether bytes and handles are neither too few nor too many: each inline transfer has its bytes,
 /// each memory that is new to us its handle, and nothing is left over. TakeView and what reads
 /// transfers may then take both in this order without checking.
-bool TransfersFit(const CIncomingPacket& packet) {
+bool TransfersFit(const IncomingPacket& packet) {
     std::uint64_t inlineLeft = packet.head.inlineLength;
     std::size_t handlesLeft = packet.handleCount;
     const auto takeHandle = [&handlesLeft](std::uint64_t slotSize) {
@@ -23,7 +23,7 @@ bool TransfersFit(const CIncomingPacket& packet) {
         return false;
     }
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
-        const CTransferRecord record = packet.Transfer(i);
+        const TransferRecord record = packet.Transfer(i);
         if (record.slot != kNoSlot) {
             if (!takeHandle(record.slotSize)) {
                 return false;
@@ -35,7 +35,7 @@ bool TransfersFit(const CIncomingPacket& packet) {
         }
     }
     // The stream of a fetch is a handle, too.
-    if (packet.head.kind == EPacket::Fetch && !takeHandle(1)) {
+    if (packet.head.kind == PacketKind::kFetch && !takeHandle(1)) {
         return false;
     }
     return inlineLeft == 0 && handlesLeft == 0;
@@ -43,24 +43,24 @@ bool TransfersFit(const CIncomingPacket& packet) {
 
 }  // namespace
 
-COutgoingPacket::COutgoingPacket(EPacket kind) {
+OutgoingPacket::OutgoingPacket(PacketKind kind) {
     head.magic = kMagic;
     head.kind = kind;
     head.viewSlot = kNoSlot;
 }
 
-void COutgoingPacket::SetMessage(const void* bytes, std::size_t length) {
+void OutgoingPacket::SetMessage(const void* bytes, std::size_t length) {
     message = bytes;
     head.messageLength = static_cast<std::uint32_t>(length);
 }
 
-void COutgoingPacket::SetView(std::uint32_t slot, std::size_t size, std::uint32_t flags) {
+void OutgoingPacket::SetView(std::uint32_t slot, std::size_t size, std::uint32_t flags) {
     head.viewSlot = slot;
     head.viewSize = size;
     head.viewFlags = flags;
 }
 
-void COutgoingPacket::AddInline(std::uint32_t entry, const void* bytes, std::size_t size) {
+void OutgoingPacket::AddInline(std::uint32_t entry, const void* bytes, std::size_t size) {
     Transfer& transfer = transfers[transferCount++];
     transfer.entry = entry;
     transfer.slot = kNoSlot;
@@ -69,7 +69,7 @@ void COutgoingPacket::AddInline(std::uint32_t entry, const void* bytes, std::siz
     head.inlineLength += static_cast<std::uint32_t>(size);
 }
 
-void COutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::size_t size) {
+void OutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::size_t size) {
     Transfer& transfer = transfers[transferCount++];
     transfer.entry = entry;
     transfer.slot = slot;
@@ -77,21 +77,21 @@ void COutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::si
     transfer.size = size;
 }
 
-void CIncomingPacket::DropHandles() {
+void IncomingPacket::DropHandles() {
     for (std::size_t i = 0; i < handleCount; ++i) {
         handles[i].Reset();
     }
     handleCount = 0;
 }
 
-CTransferRecord CIncomingPacket::Transfer(std::size_t index) const {
-    CTransferRecord record;
+TransferRecord IncomingPacket::Transfer(std::size_t index) const {
+    TransferRecord record;
     std::memcpy(&record, transferRecords + index * sizeof record, sizeof record);
     return record;
 }
 
-bool ParsePacket(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& packet) {
-    CPacketHead& head = packet.head;
+bool ParsePacket(const PacketBuffer& buffer, std::size_t size, IncomingPacket& packet) {
+    PacketHead& head = packet.head;
     if (size < sizeof head) {
         return false;
     }
@@ -103,7 +103,7 @@ bool ParsePacket(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket&
         return false;
     }
     // A packet is one message of its channel, so that its size is a statement of its own.
-    const std::size_t records = head.transferCount * sizeof(CTransferRecord);
+    const std::size_t records = head.transferCount * sizeof(TransferRecord);
     if (size != sizeof head + head.messageLength + records + head.inlineLength) {
         return false;
     }
@@ -113,9 +113,8 @@ bool ParsePacket(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket&
     return TransfersFit(packet);
 }
 
-bool TakeView(CIncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
-              CReceivedView& view) {
-    const CPacketHead& head = packet.head;
+bool TakeView(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle, ReceivedView& view) {
+    const PacketHead& head = packet.head;
     if (head.viewSlot == kNoSlot) {
         return true;
     }
@@ -134,7 +133,7 @@ bool TakeView(CIncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
     return true;
 }
 
-CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed)
+CPacketLoan::CPacketLoan(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed)
     : packet_(packet), pool_(pool), freed_(freed) {
     // Before the packet is sent, in the order in which the receiver takes the handles.
     if (packet.head.viewSlot != kNoSlot) {
@@ -143,7 +142,7 @@ CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool&
     // Records of transfers hold no names: where handles do not travel, no transfers do.
     std::uint64_t unnamed = 0;
     for (std::size_t i = 0; i < packet.transferCount; ++i) {
-        const COutgoingPacket::Transfer& transfer = packet.transfers[i];
+        const OutgoingPacket::Transfer& transfer = packet.transfers[i];
         records[i] = {transfer.entry, transfer.slot, transfer.size,
                       transfer.slot == kNoSlot ? 0 : Lend(transfer.slot, unnamed)};
     }
@@ -156,7 +155,7 @@ CPacketLoan::CPacketLoan(COutgoingPacket& packet, CSendPool& pool, CReceivePool&
 }
 
 std::uint64_t CPacketLoan::Lend(std::uint32_t slot, std::uint64_t& name) {
-    const CSlotReference reference = pool_.Lend(slot);
+    const SlotReference reference = pool_.Lend(slot);
     if (reference.slotSize != 0) {
         handles[handleCount++] = reference.handle;
         name = reference.name;

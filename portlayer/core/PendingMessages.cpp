@@ -14,7 +14,7 @@ constexpr std::uint32_t kMaxPending = 1u << kIndexBits;
 constexpr std::uint32_t kGenerations = 1u << (31 - kIndexBits);
 
 struct Entry {
-    std::shared_ptr<CPendingMessage> record;
+    std::shared_ptr<PendingMessage> record;
     std::uint32_t generation = 1;
     bool used = false;
 };
@@ -34,12 +34,12 @@ Registry& TheRegistry() {
 
 }  // namespace
 
-void CPendingMessage::Clear() {
+void PendingMessage::Clear() {
     // First: it gives memory back to the connection, which the last line lets go.
     ClearRequestData(*this);
     if (open && !isConnectionRequest) {
         connection->CountRequest(-1);
-        CounterCell(ECounter::PendingRequests).fetch_sub(1, std::memory_order_relaxed);
+        CounterCell(LiveCounter::kPendingRequests).fetch_sub(1, std::memory_order_relaxed);
     }
     open = false;
     isConnectionRequest = false;
@@ -48,7 +48,7 @@ void CPendingMessage::Clear() {
     connection.reset();
 }
 
-std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock) {
+std::shared_ptr<PendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock) {
     Registry& registry = TheRegistry();
     const std::lock_guard<std::mutex> registryLock(registry.mutex);
     std::uint32_t index = 0;
@@ -66,7 +66,7 @@ std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>&
     // message for the old one, and end it. So it keeps that record, and this message gets another.
     // Records are handed out under the registry's lock alone: a count of one cannot grow meanwhile.
     if (!entry.record || entry.record.use_count() != 1) {
-        entry.record = std::make_shared<CPendingMessage>();
+        entry.record = std::make_shared<PendingMessage>();
     }
     entry.used = true;
     lock = std::unique_lock<std::mutex>(entry.record->mutex);
@@ -74,7 +74,7 @@ std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>&
     return entry.record;
 }
 
-std::shared_ptr<CPendingMessage> FindPendingMessage(std::uint32_t messageId) {
+std::shared_ptr<PendingMessage> FindPendingMessage(std::uint32_t messageId) {
     Registry& registry = TheRegistry();
     const std::lock_guard<std::mutex> lock(registry.mutex);
     const std::uint32_t index = messageId & (kMaxPending - 1);
@@ -85,7 +85,7 @@ std::shared_ptr<CPendingMessage> FindPendingMessage(std::uint32_t messageId) {
     return entry.used && entry.generation == messageId >> kIndexBits ? entry.record : nullptr;
 }
 
-void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message) {
+void EndPendingMessage(const std::shared_ptr<PendingMessage>& message) {
     Registry& registry = TheRegistry();
     // One lock after the other, as the registry's comes first where both are held. In between the
     // id is still found, but names nothing that is open.
@@ -108,7 +108,7 @@ void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message) {
 
 void EndPendingMessagesOf(const CServerConnection* connection) {
     // Gathered first and ended afterwards, because ending takes the registry's lock.
-    std::vector<std::shared_ptr<CPendingMessage>> ended;
+    std::vector<std::shared_ptr<PendingMessage>> ended;
     Registry& registry = TheRegistry();
     {
         const std::lock_guard<std::mutex> lock(registry.mutex);

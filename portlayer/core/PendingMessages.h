@@ -24,7 +24,7 @@ class CServerConnection;
 //   no    no        free, being filled, or a datagram's, which is never delivered as a record
 //   yes   no        the server may use the data of the request, and answer it
 //   yes   yes       one thread is sending the answer; all others find the message unknown
-struct CPendingMessage {
+struct PendingMessage {
     std::mutex mutex;
     // Guarded by mutex.
     bool open = false;
@@ -33,8 +33,8 @@ struct CPendingMessage {
     bool isConnectionRequest = false;
     std::shared_ptr<CServerConnection> connection;
     std::uint32_t exchange = 0;
-    CMessageIds ids;
-    CDataBlock entries;                  // the addresses are the client's
+    MessageIds ids;
+    DataBlock entries;                   // the addresses are the client's
     std::shared_ptr<CRequestData> data;  // kept when the record ends, for the next one
 
     bool IsOpen() const { return open && !answered; }
@@ -44,11 +44,11 @@ struct CPendingMessage {
 
 /// A record for the next message, with its ids.messageId set and nothing else; `lock` holds its
 /// mutex. Null when a server has let too many requests pile up.
-std::shared_ptr<CPendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock);
+std::shared_ptr<PendingMessage> NewPendingMessage(std::unique_lock<std::mutex>& lock);
 /// Null when there is none.
-std::shared_ptr<CPendingMessage> FindPendingMessage(std::uint32_t messageId);
+std::shared_ptr<PendingMessage> FindPendingMessage(std::uint32_t messageId);
 /// Makes the id unknown and takes the record back. REQUIRES: the record's mutex is not held.
-void EndPendingMessage(const std::shared_ptr<CPendingMessage>& message);
+void EndPendingMessage(const std::shared_ptr<PendingMessage>& message);
 /// Ends every record of a connection that has gone.
 void EndPendingMessagesOf(const CServerConnection* connection);
 

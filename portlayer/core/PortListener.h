@@ -7,19 +7,19 @@
 #include <cstdint>
 #include <memory>
 
-#include "portlayer/core/Channel.h"
+#include "portlayer/core/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 
 class IPortListener {
   public:
-    enum class EEvent {
-        Nothing,   // the deadline passed, or somebody else was faster
-        Client,    // Accept has a new client
-        Readable,  // the channel with the number has a packet, or has ended
-        Woken,     // Wake was called
+    enum class ListenerEvent {
+        kNothing,   // the deadline passed, or somebody else was faster
+        kClient,    // Accept has a new client
+        kReadable,  // the channel with the number has a packet, or has ended
+        kWoken,     // Wake was called
     };
-    enum class EAccept { Accepted, Nobody, Exhausted };
+    enum class AcceptResult { kAccepted, kNobody, kExhausted };
 
     IPortListener() = default;
     IPortListener(const IPortListener&) = delete;
@@ -27,14 +27,14 @@ class IPortListener {
     virtual ~IPortListener() = default;
 
     /// Waits for what comes first; `number` is set for Readable.
-    virtual EEvent Wait(const CDeadline& deadline, std::uint64_t& number) = 0;
+    virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) = 0;
     /// The channel of a new client of our own user; another user's is turned away (Nobody).
     /// Exhausted: the process can hold no more; the client stays in front of the door.
-    virtual EAccept Accept(std::unique_ptr<IChannel>& channel) = 0;
+    virtual AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) = 0;
     /// From now on Wait tells of the channel. False when that is impossible. Each number is used
     /// once.
-    virtual bool Watch(IChannel& channel, std::uint64_t number) = 0;
-    virtual void Unwatch(IChannel& channel) = 0;
+    virtual bool Watch(IPacketChannel& channel, std::uint64_t number) = 0;
+    virtual void Unwatch(IPacketChannel& channel) = 0;
     /// Rests for a moment, but not after Wake.
     virtual void Rest() = 0;
     /// Gives the name up.

@@ -14,19 +14,19 @@
 namespace Kyr::PortLayer::Detail {
 
 class CServerPort;
-struct CPendingMessage;
+struct PendingMessage;
 
 // In the client.
 
 /// Lets the entries that a server reads first go along with the request. Answers the slot that
 /// holds them until the exchange is over, or kNoSlot.
-std::uint32_t SendEntries(COutgoingPacket& packet, const CDataBlock& block, CSendPool& pool);
+std::uint32_t SendEntries(OutgoingPacket& packet, const DataBlock& block, CSendPool& pool);
 /// Takes what the server wrote out of a reply, its handles from `handle` on. `entries` are those of
 /// the waiting request, if any. False when the server broke the rules.
-bool TakeWrites(CIncomingPacket& packet, std::size_t handle, const CDataBlock* entries,
+bool TakeWrites(IncomingPacket& packet, std::size_t handle, const DataBlock* entries,
                 bool isWaitedFor, CReceivePool& received);
 /// Gives the server the entry that it asks for. False when it broke the rules.
-bool HandOverEntry(CIncomingPacket& packet, const CDataBlock* entries);
+bool HandOverEntry(IncomingPacket& packet, const DataBlock* entries);
 
 // In the server.
 
@@ -35,19 +35,19 @@ class CRequestData;
 
 /// Takes the entries that came with the request, their handles from `handle` on. False when the
 /// client broke the rules.
-bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& record);
+bool TakeEntries(IncomingPacket& packet, std::size_t handle, PendingMessage& record);
 /// Puts what was written to the request's entries into the reply.
-void AddWrites(COutgoingPacket& packet, const CPendingMessage& record);
+void AddWrites(OutgoingPacket& packet, const PendingMessage& record);
 /// The request is about to be answered: gives back what came with it.
-void ReleaseEntries(CPendingMessage& record);
+void ReleaseEntries(PendingMessage& record);
 /// The record ends.
-void ClearRequestData(CPendingMessage& record);
+void ClearRequestData(PendingMessage& record);
 
 /// kStatusInvalidParameter: no such entry, or it is shorter. kStatusReplyMessageMismatch: the port
 /// has no such open request, or its client is gone.
-NtApi::NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids,
+NtApi::NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids,
                                 std::uint32_t entryIndex, void* buffer, std::size_t size);
-NtApi::NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids,
+NtApi::NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids,
                                  std::uint32_t entryIndex, const void* buffer, std::size_t size);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -13,7 +13,7 @@ constexpr std::chrono::seconds kSendPatience{1};
 }  // namespace
 
 CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
-                                     std::unique_ptr<IChannel> channel)
+                                     std::unique_ptr<IPacketChannel> channel)
     : port_(port),
       portNumber_(port->Number()),
       number_(number),
@@ -21,14 +21,14 @@ CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, s
       clientProcessId_(channel_->PeerProcessId()),
       memory_(pool_, received_) {}
 
-NtApi::NtStatus CServerConnection::Send(COutgoingPacket& packet) {
+NtApi::NtStatus CServerConnection::Send(OutgoingPacket& packet) {
     packet.head.threadId = CurrentThreadId();
     // Nearly always there is room at once, and the clock need not be read for a deadline.
-    ESend result = channel_->Send(packet, pool_, received_, CDeadline::Now());
-    if (result == ESend::TimedOut) {
+    SendResult result = channel_->Send(packet, pool_, received_, CDeadline::Now());
+    if (result == SendResult::kTimedOut) {
         result = channel_->Send(packet, pool_, received_, CDeadline::In(kSendPatience));
     }
-    if (result == ESend::Sent) {
+    if (result == SendResult::kSent) {
         return NtApi::kStatusSuccess;
     }
     // The receiving side of the port sees the end and tells the server.

@@ -9,9 +9,9 @@
 #include <vector>
 
 #include "portlayer/core/AlpcMemory.h"
-#include "portlayer/core/Channel.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/core/Packet.h"
+#include "portlayer/core/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -27,12 +27,12 @@ class CServerConnection {
     ///   Closed     nothing; whoever closes first learns the state before
     /// States only go down this list, and one caller alone makes each step. The server is told of
     /// the end of a connection that was Accepted or Connected; it never answered for the others.
-    enum class EState { Anonymous, Requested, Accepted, Connected, Closed };
+    enum class Stage { kAnonymous, kRequested, kAccepted, kConnected, kClosed };
 
     CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
-                      std::unique_ptr<IChannel> channel);
+                      std::unique_ptr<IPacketChannel> channel);
 
-    IChannel& Channel() const { return *channel_; }
+    IPacketChannel& Channel() const { return *channel_; }
     std::uint64_t Number() const { return number_; }
     std::uint32_t ClientProcessId() const { return clientProcessId_; }
     std::shared_ptr<CServerPort> Port() const { return port_.lock(); }
@@ -42,10 +42,10 @@ class CServerConnection {
     CReceivePool& ReceivePool() { return received_; }
     CAlpcMemory& Memory() { return memory_; }
 
-    EState State() const { return state_.load(); }
+    Stage State() const { return state_.load(); }
     /// Closed from now on. Answers what it was before: one caller alone learns that.
-    EState Close() { return state_.exchange(EState::Closed); }
-    bool ChangeState(EState from, EState to) { return state_.compare_exchange_strong(from, to); }
+    Stage Close() { return state_.exchange(Stage::kClosed); }
+    bool ChangeState(Stage from, Stage to) { return state_.compare_exchange_strong(from, to); }
     void* Context() const { return context_.load(); }
     void SetContext(void* context) { context_.store(context); }
 
@@ -59,23 +59,23 @@ class CServerConnection {
     std::vector<std::uint8_t> TakeConnectionAnswer() { return std::move(answer_); }
 
     /// Waits a moment for a client that does not read, then gives the connection up.
-    NtApi::NtStatus Send(COutgoingPacket& packet);
+    NtApi::NtStatus Send(OutgoingPacket& packet);
 
   private:
     // Our choice, far above what a client has threads: so that one cannot use up everybody's.
     static constexpr int kMaxOpenRequests = 256;
 
-    const CLiveCount live_{ECounter::Connections};
+    const CLiveCount live_{LiveCounter::kConnections};
     const std::weak_ptr<CServerPort> port_;
     const std::uint64_t portNumber_;
     const std::uint64_t number_;
-    const std::unique_ptr<IChannel> channel_;
+    const std::unique_ptr<IPacketChannel> channel_;
     const std::uint32_t clientProcessId_;
     CSendPool pool_;
     CReceivePool received_;
     CAlpcMemory memory_;
     std::vector<std::uint8_t> answer_;
-    std::atomic<EState> state_{EState::Anonymous};
+    std::atomic<Stage> state_{Stage::kAnonymous};
     std::atomic<void*> context_{nullptr};
     std::atomic<int> openRequests_{0};
 };

@@ -25,8 +25,8 @@ std::atomic<std::uint64_t> lastPort{0};
 /// afterwards. A record that is made in between would be missed and stay for ever, so that its
 /// maker has to look once more.
 bool IsStillOpen(const CServerConnection& connection,
-                 const std::shared_ptr<CPendingMessage>& record) {
-    const bool open = connection.State() != CServerConnection::EState::Closed;
+                 const std::shared_ptr<PendingMessage>& record) {
+    const bool open = connection.State() != CServerConnection::Stage::kClosed;
     if (!open) {
         EndPendingMessage(record);
     }
@@ -35,8 +35,8 @@ bool IsStillOpen(const CServerConnection& connection,
 
 }  // namespace
 
-NtStatus CServerPort::Create(EDialect dialect, const UnicodeString& name, const CPortLimits& limits,
-                             std::shared_ptr<CServerPort>& port) {
+NtStatus CServerPort::Create(PortDialect dialect, const UnicodeString& name,
+                             const PortLimits& limits, std::shared_ptr<CServerPort>& port) {
     const std::shared_ptr<CServerPort> created(new CServerPort(dialect, limits));
     const NtStatus status = CreatePortListener(name, created->listener_);
     if (status != kStatusSuccess) {
@@ -46,7 +46,7 @@ NtStatus CServerPort::Create(EDialect dialect, const UnicodeString& name, const 
     return kStatusSuccess;
 }
 
-CServerPort::CServerPort(EDialect dialect, const CPortLimits& limits)
+CServerPort::CServerPort(PortDialect dialect, const PortLimits& limits)
     : number_(lastPort.fetch_add(1, std::memory_order_relaxed)),
       dialect_(dialect),
       limits_(limits) {}
@@ -71,9 +71,9 @@ void CServerPort::OnClose() {
     listener_->Wake();
 }
 
-std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
+std::unique_ptr<ReceiveScratch> CServerPort::TakeScratch() {
     // One thread that receives again and again gets by without the lock.
-    std::unique_ptr<CReceiveScratch> scratch(
+    std::unique_ptr<ReceiveScratch> scratch(
         spareScratch_.exchange(nullptr, std::memory_order_acquire));
     if (scratch) {
         return scratch;
@@ -82,14 +82,14 @@ std::unique_ptr<CReceiveScratch> CServerPort::TakeScratch() {
     if (scratches_.empty()) {
         // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
         // NOLINTNEXTLINE(modernize-make-unique)
-        return std::unique_ptr<CReceiveScratch>(new CReceiveScratch);
+        return std::unique_ptr<ReceiveScratch>(new ReceiveScratch);
     }
     scratch = std::move(scratches_.back());
     scratches_.pop_back();
     return scratch;
 }
 
-void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
+void CServerPort::GiveScratch(std::unique_ptr<ReceiveScratch> scratch) {
     // What waits here for the next receive must not keep a dropped connection alive.
     scratch->message.connection.reset();
     scratch->message.view = {};
@@ -101,7 +101,7 @@ void CServerPort::GiveScratch(std::unique_ptr<CReceiveScratch> scratch) {
     }
 }
 
-NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadline) {
+NtStatus CServerPort::Receive(ReceiveScratch& scratch, const CDeadline& deadline) {
     // Most of what the listener tells is no message: a client that connects, a packet that another
     // thread has read meanwhile, a connection that ended before it was accepted. So this goes round
     // until there is a message or the time is up.
@@ -115,18 +115,18 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
         }
         std::uint64_t number = 0;
         switch (listener_->Wait(deadline, number)) {
-            case IPortListener::EEvent::Nothing:
+            case IPortListener::ListenerEvent::kNothing:
                 // Waits end early, too: by a signal, or because they cannot be told so long a time.
                 if (deadline.HasPassed()) {
                     return kStatusTimeout;
                 }
                 continue;
-            case IPortListener::EEvent::Woken:
+            case IPortListener::ListenerEvent::kWoken:
                 continue;
-            case IPortListener::EEvent::Client:
+            case IPortListener::ListenerEvent::kClient:
                 AcceptClient();
                 continue;
-            case IPortListener::EEvent::Readable:
+            case IPortListener::ListenerEvent::kReadable:
                 break;
         }
         // Dropped since the listener saw it: no longer found.
@@ -138,7 +138,7 @@ NtStatus CServerPort::Receive(CReceiveScratch& scratch, const CDeadline& deadlin
     return kStatusTimeout;
 }
 
-bool CServerPort::TakePutBack(CIncomingMessage& message) {
+bool CServerPort::TakePutBack(IncomingMessage& message) {
     const std::lock_guard<std::mutex> lock(mutex_);
     // What will be true once the first one is taken.
     hasPutBack_ = putBack_.size() > 1;
@@ -151,8 +151,8 @@ bool CServerPort::TakePutBack(CIncomingMessage& message) {
     return true;
 }
 
-void CServerPort::PutBack(CReceiveScratch& scratch) {
-    CIncomingMessage& message = scratch.message;
+void CServerPort::PutBack(ReceiveScratch& scratch) {
+    IncomingMessage& message = scratch.message;
     // The bytes stand in the scratch, which the next receive overwrites. A message that is put back
     // a second time brings its own.
     if (message.kept.empty()) {
@@ -165,9 +165,9 @@ void CServerPort::PutBack(CReceiveScratch& scratch) {
 }
 
 void CServerPort::AcceptClient() {
-    std::unique_ptr<IChannel> channel;
-    const IPortListener::EAccept accepted = listener_->Accept(channel);
-    if (accepted == IPortListener::EAccept::Exhausted && !DropOldestAnonymous()) {
+    std::unique_ptr<IPacketChannel> channel;
+    const IPortListener::AcceptResult accepted = listener_->Accept(channel);
+    if (accepted == IPortListener::AcceptResult::kExhausted && !DropOldestAnonymous()) {
         // The client stays in the queue of the name, and the listener would tell of it again and
         // again without end.
         listener_->Rest();
@@ -200,7 +200,7 @@ bool CServerPort::DropOldestAnonymous() {
     std::shared_ptr<CServerConnection> oldest;
     for (const auto& connection : Connections()) {
         const bool older = !oldest || connection->Number() < oldest->Number();
-        if (connection->State() == CServerConnection::EState::Anonymous && older) {
+        if (connection->State() == CServerConnection::Stage::kAnonymous && older) {
             oldest = connection;
         }
     }
@@ -225,12 +225,12 @@ std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
     return all;
 }
 
-CServerConnection::EState CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+CServerConnection::Stage CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
     // The order matters. Closed first, so that whoever takes a packet at this moment sees it
     // (IsStillOpen). Out of the table next, so that one thread alone ends the watching. The channel
     // is shut down outside the lock: that wakes threads inside it, and the client. The records
     // last: one that comes even later is ended by the thread that made it.
-    const CServerConnection::EState state = connection->Close();
+    const CServerConnection::Stage state = connection->Close();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (connections_.erase(connection->Number()) != 0) {
@@ -267,19 +267,19 @@ NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
 }
 
 bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connection,
-                             CReceiveScratch& scratch) {
+                             ReceiveScratch& scratch) {
     // Without waiting: several threads may be told of one packet, and all but one find nothing.
-    const EReceive result =
+    const ReceiveResult result =
         connection->Channel().Receive(CDeadline::Now(), scratch.buffer, scratch.packet);
-    if (result == EReceive::Nothing) {
+    if (result == ReceiveResult::kNothing) {
         return false;
     }
-    if (result != EReceive::Packet) {
+    if (result != ReceiveResult::kPacket) {
         return TakeEnd(connection, scratch);
     }
     // Packets of every kind bring back what the client has read.
     connection->SendPool().TakeBack(scratch.packet.head.freedSlots);
-    CIncomingMessage& message = scratch.message;
+    IncomingMessage& message = scratch.message;
     message.connection = connection;
     message.bytes = scratch.packet.message;
     message.length = scratch.packet.head.messageLength;
@@ -290,13 +290,13 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
     message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
     bool valid = false;
     switch (scratch.packet.head.kind) {
-        case EPacket::Connect:
+        case PacketKind::kConnect:
             valid = TakeConnect(connection, scratch);
             break;
-        case EPacket::Request:
+        case PacketKind::kRequest:
             valid = TakeMessage(connection, scratch, true);
             break;
-        case EPacket::Datagram:
+        case PacketKind::kDatagram:
             valid = TakeMessage(connection, scratch, false);
             break;
         // All other kinds are for servers to send.
@@ -309,15 +309,15 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
 }
 
 bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
-                          CReceiveScratch& scratch) {
+                          ReceiveScratch& scratch) {
     // Drop tells the state before to one caller. So the server hears of each end once, and not at
     // all when it ended the connection itself or never accepted it.
-    const CServerConnection::EState state = Drop(connection);
-    if (state != CServerConnection::EState::Connected &&
-        state != CServerConnection::EState::Accepted) {
+    const CServerConnection::Stage state = Drop(connection);
+    if (state != CServerConnection::Stage::kConnected &&
+        state != CServerConnection::Stage::kAccepted) {
         return false;
     }
-    CIncomingMessage& message = scratch.message;
+    IncomingMessage& message = scratch.message;
     // The system's message of a vanished client: a header and no data, of the kind "port closed".
     message.connection = connection;
     message.view = {};
@@ -332,7 +332,7 @@ bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
     return true;
 }
 
-bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const {
+bool CServerPort::IsWellFormed(const IncomingPacket& packet, std::size_t limit) const {
     // The packet's own length was checked against the bytes that came. Here the client's header
     // must tell the same: servers trust it when they read the data.
     const std::size_t length = packet.head.messageLength;
@@ -342,11 +342,11 @@ bool CServerPort::IsWellFormed(const CIncomingPacket& packet, std::size_t limit)
 }
 
 bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
-                              CReceiveScratch& scratch) {
+                              ReceiveScratch& scratch) {
     // Legacy ports limit connection data by a number of its own; but never more than the server's
     // receive buffer holds.
     const std::size_t limit =
-        dialect_ == EDialect::Lpc
+        dialect_ == PortDialect::kLpc
             ? std::min(HeaderSize(dialect_) + limits_.connectionInfo, limits_.message)
             : limits_.message;
     // A connection request breaks the rules when it is for a port of the other kind, when it brings
@@ -355,8 +355,8 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
     if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
         scratch.packet.handleCount != 0 || scratch.packet.head.transferCount != 0 ||
         scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
-        !connection->ChangeState(CServerConnection::EState::Anonymous,
-                                 CServerConnection::EState::Requested)) {
+        !connection->ChangeState(CServerConnection::Stage::kAnonymous,
+                                 CServerConnection::Stage::kRequested)) {
         return false;
     }
     std::unique_lock<std::mutex> lock;
@@ -376,9 +376,9 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
 }
 
 bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connection,
-                              CReceiveScratch& scratch, bool isRequest) {
-    CIncomingPacket& packet = scratch.packet;
-    CIncomingMessage& message = scratch.message;
+                              ReceiveScratch& scratch, bool isRequest) {
+    IncomingPacket& packet = scratch.packet;
+    IncomingMessage& message = scratch.message;
     // A message ends its connection, unless all of this holds:
     // - the connection is complete: until then a client can only wait;
     // - its lengths fit each other and the port's limit;
@@ -390,14 +390,14 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     //   as it is.
     // But for the number of requests, a client that uses this layer's calls is told its mistakes
     // before anything is sent: what fails here came from somebody else.
-    CDataBlock block;
+    DataBlock block;
     block.count = 0;
-    if (connection->State() != CServerConnection::EState::Connected ||
+    if (connection->State() != CServerConnection::Stage::kConnected ||
         !IsWellFormed(packet, limits_.message) ||
-        (dialect_ == EDialect::Lpc &&
+        (dialect_ == PortDialect::kLpc &&
          ReadDataBlock(packet.message, message.length, block) != kStatusSuccess) ||
-        (dialect_ == EDialect::Lpc ? packet.head.viewSlot != kNoSlot
-                                   : packet.head.transferCount != 0) ||
+        (dialect_ == PortDialect::kLpc ? packet.head.viewSlot != kNoSlot
+                                       : packet.head.transferCount != 0) ||
         (isRequest ? !connection->MayAsk() : block.count != 0 || packet.head.transferCount != 0)) {
         return false;
     }
@@ -420,10 +420,10 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     const bool valid = TakeView(packet, connection->ReceivePool(), handle, message.view) &&
                        TakeEntries(packet, handle, *record);
     // Only open records are counted, since only those count down when they end
-    // (CPendingMessage::Clear).
+    // (PendingMessage::Clear).
     record->open = valid && isRequest;
     connection->CountRequest(record->open ? 1 : 0);
-    CounterCell(ECounter::PendingRequests)
+    CounterCell(LiveCounter::kPendingRequests)
         .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
     // EndPendingMessage takes the lock itself.
     lock.unlock();
@@ -436,7 +436,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     // never has, as it waits for the reply; a datagram it has, unless the receiver must still give
     // back the view that came along.
     const bool continuation =
-        dialect_ == EDialect::Alpc && (isRequest || message.view.slot != kNoSlot);
+        dialect_ == PortDialect::kAlpc && (isRequest || message.view.slot != kNoSlot);
     message.type |= continuation ? kLpcContinuationRequired : 0;
     return valid && IsStillOpen(*connection, record);
 }

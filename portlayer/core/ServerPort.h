@@ -23,17 +23,17 @@
 
 namespace Kyr::PortLayer::Detail {
 
-struct CPortLimits {
+struct PortLimits {
     std::size_t message = 0;         // header included
     std::size_t connectionInfo = 0;  // legacy ports
 };
 
 /// A message as the server receives it, without its view.
-struct CIncomingMessage {
+struct IncomingMessage {
     std::shared_ptr<CServerConnection> connection;
     std::uint16_t type = 0;
-    CMessageIds ids;
-    CReceivedView view;
+    MessageIds ids;
+    ReceivedView view;
     // Points into the receive buffer, or into `kept` when the message waited for a larger buffer.
     const std::uint8_t* bytes = nullptr;
     std::size_t length = 0;
@@ -41,74 +41,73 @@ struct CIncomingMessage {
 };
 
 /// Memory of one receiving thread; the port keeps it for the next.
-struct CReceiveScratch {
-    CPacketBuffer buffer;
-    CIncomingPacket packet;
-    CIncomingMessage message;
+struct ReceiveScratch {
+    PacketBuffer buffer;
+    IncomingPacket packet;
+    IncomingMessage message;
 };
 
 class CServerPort final : public CObject, public std::enable_shared_from_this<CServerPort> {
   public:
-    static NtApi::NtStatus Create(EDialect dialect, const NtApi::UnicodeString& name,
-                                  const CPortLimits& limits, std::shared_ptr<CServerPort>& port);
+    static NtApi::NtStatus Create(PortDialect dialect, const NtApi::UnicodeString& name,
+                                  const PortLimits& limits, std::shared_ptr<CServerPort>& port);
     ~CServerPort() override;
     void OnClose() override;
 
-    EDialect Dialect() const { return dialect_; }
+    PortDialect Dialect() const { return dialect_; }
     /// No other port of the process has it or had it.
     std::uint64_t Number() const { return number_; }
-    const CPortLimits& Limits() const { return limits_; }
+    const PortLimits& Limits() const { return limits_; }
 
     /// Large memory that a receiving thread borrows for one call, so that it is neither on its
     /// stack nor made anew each time.
-    std::unique_ptr<CReceiveScratch> TakeScratch();
-    void GiveScratch(std::unique_ptr<CReceiveScratch> scratch);
+    std::unique_ptr<ReceiveScratch> TakeScratch();
+    void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
     /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.
-    NtApi::NtStatus Receive(CReceiveScratch& scratch, const CDeadline& deadline);
+    NtApi::NtStatus Receive(ReceiveScratch& scratch, const CDeadline& deadline);
     /// The message did not fit the caller's buffer: the next Receive yields it again.
-    void PutBack(CReceiveScratch& scratch);
+    void PutBack(ReceiveScratch& scratch);
 
     /// Ends the connection without a word to the server. Answers its state until now.
-    CServerConnection::EState Drop(const std::shared_ptr<CServerConnection>& connection);
+    CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
     /// Deletes a received view of any connection.
     NtApi::NtStatus DeleteView(const void* base);
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 
   private:
-    CServerPort(EDialect dialect, const CPortLimits& limits);
+    CServerPort(PortDialect dialect, const PortLimits& limits);
 
-    bool TakePutBack(CIncomingMessage& message);
+    bool TakePutBack(IncomingMessage& message);
     void AcceptClient();
     /// Makes room for a new client. False when every client has sent its connection request.
     bool DropOldestAnonymous();
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
     std::vector<std::shared_ptr<CServerConnection>> Connections();
     /// False: nothing for the server in it.
-    bool TakePacket(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch);
-    bool TakeConnect(const std::shared_ptr<CServerConnection>& connection,
-                     CReceiveScratch& scratch);
-    bool TakeMessage(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch,
+    bool TakePacket(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
+    bool TakeConnect(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
+    bool TakeMessage(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch,
                      bool isRequest);
-    bool IsWellFormed(const CIncomingPacket& packet, std::size_t limit) const;
-    bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, CReceiveScratch& scratch);
+    bool IsWellFormed(const IncomingPacket& packet, std::size_t limit) const;
+    bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
 
-    const CLiveCount live_{ECounter::Ports};
+    const CLiveCount live_{LiveCounter::kPorts};
     const std::uint64_t number_;
-    const EDialect dialect_;
-    const CPortLimits limits_;
+    const PortDialect dialect_;
+    const PortLimits limits_;
     std::unique_ptr<IPortListener> listener_;
 
     std::mutex mutex_;
     // Guarded by mutex_.
     std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
     std::uint64_t lastNumber_ = 0;
-    std::deque<CIncomingMessage> putBack_;
-    std::vector<std::unique_ptr<CReceiveScratch>> scratches_;
+    std::deque<IncomingMessage> putBack_;
+    std::vector<std::unique_ptr<ReceiveScratch>> scratches_;
 
     std::atomic<bool> closed_{false};
     std::atomic<bool> hasPutBack_{false};  // changed under mutex_, read without it
     // Owned; the one that a single receiving thread takes and gives.
-    std::atomic<CReceiveScratch*> spareScratch_{nullptr};
+    std::atomic<ReceiveScratch*> spareScratch_{nullptr};
 };
 
 /// An accepted connection, as the server's handle of it.
@@ -118,7 +117,7 @@ class CServerCommPort final : public CObject {
         : connection(std::move(theConnection)) {}
     void OnClose() override;
 
-    const CLiveCount live{ECounter::Ports};
+    const CLiveCount live{LiveCounter::kPorts};
     const std::shared_ptr<CServerConnection> connection;
 };
 

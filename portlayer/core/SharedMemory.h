@@ -34,13 +34,13 @@ class CMapping {
 void UnmapMemory(std::uint8_t* base, std::size_t size);
 
 /// Memory of this end that the peer does not have yet.
-struct CSharedMemory {
+struct SharedMemory {
     CSystemHandle handle;    // keeps the memory within the peer's reach
     std::uint64_t name = 0;  // by which the peer finds it, where handles do not travel
 };
 
 /// New memory, mapped for writing. False when there is none left.
-bool CreateSharedMemory(std::size_t size, CSharedMemory& memory, CMapping& mapping);
+bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping);
 /// Maps the peer's memory for reading. False when it is something else, is smaller, or could shrink
 /// below `size` while it is read.
 bool MapPeersMemory(const CSystemHandle& memory, std::size_t size, CMapping& mapping);

@@ -20,7 +20,7 @@ std::size_t SlotSizeFor(std::size_t size) {
 
 }  // namespace
 
-bool CSendPool::Acquire(std::size_t size, CSendArea& area) {
+bool CSendPool::Acquire(std::size_t size, SendArea& area) {
     if (size > kLargestSlot) {
         return false;
     }
@@ -66,12 +66,12 @@ bool CSendPool::Renew(Slot& slot, std::size_t size) {
     return CreateSharedMemory(size, slot.memory, slot.mapping);
 }
 
-CSlotReference CSendPool::Lend(std::uint32_t index) {
+SlotReference CSendPool::Lend(std::uint32_t index) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Slot& slot = slots_[index];
     // Without a handle, the peer knows the memory by the slot's number.
     slot.heldByPeer = true;
-    CSlotReference reference;
+    SlotReference reference;
     if (slot.memory.handle.IsOpen()) {
         reference.slotSize = slot.mapping.Size();
         reference.handle = slot.memory.handle.Get();

@@ -28,14 +28,14 @@ constexpr std::size_t kLargestKeptSlot = std::size_t{64} * 1024 * 1024;
 constexpr std::size_t kLargestSlot = std::size_t{1} << 30;
 
 /// A slot in the hands of the sending end.
-struct CSendArea {
+struct SendArea {
     std::uint32_t slot = kNoSlot;
     std::uint8_t* base = nullptr;
     std::size_t size = 0;
 };
 
 /// How a packet names a slot. `slotSize` is not 0, and the memory goes along, the first time.
-struct CSlotReference {
+struct SlotReference {
     std::size_t slotSize = 0;
     std::intptr_t handle = -1;
     std::uint64_t name = 0;
@@ -44,11 +44,11 @@ struct CSlotReference {
 class CSendPool {
   public:
     /// False when every slot is in use, there is no memory, or no slot is so large.
-    bool Acquire(std::size_t size, CSendArea& area);
+    bool Acquire(std::size_t size, SendArea& area);
     /// For the packet that is about to carry the slot: from now on the peer counts as a holder, as
     /// its return may overtake the end of the send. The handle stays the pool's.
     /// REQUIRES: the caller holds the slot until after Sent or NotSent.
-    CSlotReference Lend(std::uint32_t slot);
+    SlotReference Lend(std::uint32_t slot);
     /// The peer has not given the slot back yet.
     bool IsLent(std::uint32_t slot);
     void Sent(std::uint32_t slot);
@@ -69,8 +69,8 @@ class CSendPool {
     // known to have it and to keep it: a packet with it was sent, and the slot has come back.
     struct Slot {
         CMapping mapping;
-        CSharedMemory memory;  // open until the peer, which then has it, gave the slot back
-        bool sent = false;     // a packet with the memory is with the peer
+        SharedMemory memory;  // open until the peer, which then has it, gave the slot back
+        bool sent = false;    // a packet with the memory is with the peer
         bool heldHere = false;
         bool heldByPeer = false;
     };

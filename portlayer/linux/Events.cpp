@@ -17,7 +17,7 @@ class CEvent final : public CWaitable {
     void Consume() override { signalled_ = signalled_ && manualReset_; }
 
   private:
-    const CLiveCount live_{ECounter::Events};
+    const CLiveCount live_{LiveCounter::kEvents};
     const bool manualReset_;
 };
 

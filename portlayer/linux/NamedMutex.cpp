@@ -80,27 +80,27 @@ class CNamedMutex final : public CExclusiveWaitable,
     int Lock(const CDeadline& deadline);
 
     // Only the handle counts as live.
-    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(ECounter::Mutexes);
+    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kMutexes);
     std::atomic<bool> closed_{false};
     CNamedFile file_;
     CMapping mapping_;
 };
 
-struct COwnedYet {
+struct ClosedMutexes {
     std::mutex mutex;
     std::vector<std::shared_ptr<CNamedMutex>> closed;  // guarded by mutex
 };
 
 // Made by the first call and never destroyed: threads may still own mutexes at exit.
-COwnedYet& OwnedYet() {
-    static COwnedYet* const ownedYet = new COwnedYet;
+ClosedMutexes& OwnedYet() {
+    static ClosedMutexes* const ownedYet = new ClosedMutexes;
     return *ownedYet;
 }
 
 /// Ends the closed mutexes whose owners let go or ended.
 void EndClosedMutexes() {
     std::vector<std::shared_ptr<CNamedMutex>> ended;
-    COwnedYet& ownedYet = OwnedYet();
+    ClosedMutexes& ownedYet = OwnedYet();
     const std::lock_guard<std::mutex> lock(ownedYet.mutex);
     const auto firstEnded = std::stable_partition(
         ownedYet.closed.begin(), ownedYet.closed.end(),
@@ -110,7 +110,7 @@ void EndClosedMutexes() {
 }
 
 void KeepWhileOwned(std::shared_ptr<CNamedMutex> mutex) {
-    COwnedYet& ownedYet = OwnedYet();
+    ClosedMutexes& ownedYet = OwnedYet();
     const std::lock_guard<std::mutex> lock(ownedYet.mutex);
     ownedYet.closed.push_back(std::move(mutex));
 }

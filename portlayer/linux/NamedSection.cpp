@@ -27,20 +27,20 @@ class CNamedSection final : public CObject {
     CNamedSection(std::shared_ptr<CNamedFile> theFile, bool isWritable)
         : file(std::move(theFile)), writable(isWritable) {}
 
-    const CLiveCount live{ECounter::Sections};
+    const CLiveCount live{LiveCounter::kSections};
     const std::shared_ptr<CNamedFile> file;
     const bool writable;
 };
 
 /// A view keeps the object alive after the section's handle is closed.
-struct CView {
+struct MappedView {
     std::shared_ptr<CNamedFile> file;
     CMapping mapping;
 };
 
 struct Views {
     std::mutex mutex;
-    std::map<const void*, CView> byBase;  // guarded by mutex
+    std::map<const void*, MappedView> byBase;  // guarded by mutex
 };
 
 // Made by the first call and never destroyed: views may stand at exit.
@@ -88,7 +88,7 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
     }
     const std::size_t whole = section->file->Size();
     const std::size_t wanted = size == 0 ? whole : size;
-    CView view;
+    MappedView view;
     view.file = section->file;
     if (wanted == 0 || wanted > whole ||
         !MapFile(section->file->Descriptor(), wanted, writes ? PROT_READ | PROT_WRITE : PROT_READ,
@@ -99,14 +99,14 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
     Views& views = TheViews();
     const std::lock_guard<std::mutex> lock(views.mutex);
     views.byBase[base] = std::move(view);
-    CounterCell(ECounter::MappedViews).fetch_add(1, std::memory_order_relaxed);
+    CounterCell(LiveCounter::kMappedViews).fetch_add(1, std::memory_order_relaxed);
     return base;
 }
 
 Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
     Views& views = TheViews();
     // Outlives the lock: the view may be the last holder of its file, which is then removed.
-    CView ended;
+    MappedView ended;
     const std::lock_guard<std::mutex> lock(views.mutex);
     const auto found = views.byBase.find(base);
     if (found == views.byBase.end()) {
@@ -114,7 +114,7 @@ Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
     }
     ended = std::move(found->second);
     views.byBase.erase(found);
-    CounterCell(ECounter::MappedViews).fetch_sub(1, std::memory_order_relaxed);
+    CounterCell(LiveCounter::kMappedViews).fetch_sub(1, std::memory_order_relaxed);
     return 1;
 }
 

@@ -16,15 +16,15 @@ namespace Kyr::PortLayer::Detail {
 namespace {
 
 /// Bytes that wait in the server for the reply to take them to the client.
-struct CPendingWrite {
+struct PendingWrite {
     std::uint32_t entry = 0;
     std::size_t size = 0;
-    CSendArea area;                   // when they are in shared memory
+    SendArea area;                    // when they are in shared memory
     std::vector<std::uint8_t> bytes;  // when they are not
 };
 
 /// Bytes of a data entry that came with the request.
-struct CEagerEntry {
+struct EagerEntry {
     std::uint32_t entry = 0;
     std::size_t size = 0;
     std::uint32_t slot = kNoSlot;
@@ -39,9 +39,9 @@ class CRequestData {
     // Where the bytes of an entry are, as the server sees them: what it wrote comes first, then
     // what came with the request, then the client, who is asked.
     // Guarded by the record's mutex.
-    std::vector<CEagerEntry> eager;
+    std::vector<EagerEntry> eager;
     std::vector<std::uint8_t> inlineBytes;
-    std::vector<CPendingWrite> writes;  // the first writeCount; the others keep their memory
+    std::vector<PendingWrite> writes;  // the first writeCount; the others keep their memory
     std::size_t writeCount = 0;
 };
 
@@ -80,7 +80,7 @@ bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t 
     }
     const CFileDescriptor mine(ends[0]);
     CFileDescriptor theirs(ends[1]);
-    COutgoingPacket packet(EPacket::Fetch);
+    OutgoingPacket packet(PacketKind::kFetch);
     packet.head.exchange = exchange;
     packet.head.fetchEntry = entryIndex;
     packet.head.fetchSize = static_cast<std::uint32_t>(size);
@@ -94,7 +94,7 @@ bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t 
     return ReadStream(mine.Get(), buffer, size);
 }
 
-CPendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
+PendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
     for (std::size_t i = 0; i < data.writeCount; ++i) {
         if (data.writes[i].entry == entryIndex) {
             return &data.writes[i];
@@ -105,7 +105,7 @@ CPendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
 
 /// The entry's bytes when they came with the request, else null.
 const std::uint8_t* EagerBytes(const CRequestData& data, std::uint32_t entryIndex) {
-    for (const CEagerEntry& entry : data.eager) {
+    for (const EagerEntry& entry : data.eager) {
         if (entry.entry == entryIndex) {
             return entry.slot != kNoSlot ? entry.base : data.inlineBytes.data() + entry.offset;
         }
@@ -113,7 +113,7 @@ const std::uint8_t* EagerBytes(const CRequestData& data, std::uint32_t entryInde
     return nullptr;
 }
 
-CRequestData& DataOf(CPendingMessage& record) {
+CRequestData& DataOf(PendingMessage& record) {
     if (!record.data) {
         record.data = std::make_shared<CRequestData>();
     }
@@ -122,10 +122,10 @@ CRequestData& DataOf(CPendingMessage& record) {
 
 /// Copies the entry as the client sent it, unless it has been written over in this length. Lets go
 /// of the lock while it waits for the client. False: the client did not hand it over.
-bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
-               std::uint32_t entryIndex, std::uint8_t* buffer, std::size_t size) {
+bool ReadEntry(PendingMessage& record, std::unique_lock<std::mutex>& lock, std::uint32_t entryIndex,
+               std::uint8_t* buffer, std::size_t size) {
     // All of it will be covered by what was written (ReadRequestData).
-    const CPendingWrite* const write = FindWrite(DataOf(record), entryIndex);
+    const PendingWrite* const write = FindWrite(DataOf(record), entryIndex);
     if (write != nullptr && write->size >= size) {
         return true;
     }
@@ -143,15 +143,15 @@ bool ReadEntry(CPendingMessage& record, std::unique_lock<std::mutex>& lock,
     return fetched;
 }
 
-std::uint8_t* BytesOf(CPendingWrite& write) {
+std::uint8_t* BytesOf(PendingWrite& write) {
     return write.area.slot != kNoSlot ? write.area.base : write.bytes.data();
 }
 
-CPendingWrite& NewWrite(CRequestData& data, std::uint32_t entryIndex) {
+PendingWrite& NewWrite(CRequestData& data, std::uint32_t entryIndex) {
     if (data.writeCount == data.writes.size()) {
         data.writes.emplace_back();
     }
-    CPendingWrite& write = data.writes[data.writeCount++];
+    PendingWrite& write = data.writes[data.writeCount++];
     write.entry = entryIndex;
     write.size = 0;
     return write;
@@ -159,7 +159,7 @@ CPendingWrite& NewWrite(CRequestData& data, std::uint32_t entryIndex) {
 
 /// Makes room for `size` bytes; what was written before is replaced, as every transfer starts at
 /// the entry's base.
-bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
+bool Grow(PendingMessage& record, PendingWrite& write, std::size_t size) {
     CSendPool& pool = record.connection->SendPool();
     const CRequestData& data = DataOf(record);
     // What the reply would carry in its packet, this write as it will be.
@@ -176,7 +176,7 @@ bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
     if (write.area.slot != kNoSlot && size <= write.area.size) {
         return true;
     }
-    CSendArea area;
+    SendArea area;
     // Taken before the old one is released: a failure leaves the write as it was.
     if (!pool.Acquire(size, area)) {
         return false;
@@ -190,17 +190,17 @@ bool Grow(CPendingMessage& record, CPendingWrite& write, std::size_t size) {
 
 }  // namespace
 
-bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& record) {
+bool TakeEntries(IncomingPacket& packet, std::size_t handle, PendingMessage& record) {
     CReceivePool& pool = record.connection->ReceivePool();
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
-        const CTransferRecord transfer = packet.Transfer(i);
+        const TransferRecord transfer = packet.Transfer(i);
         // An entry comes whole or not at all: reads are checked against the length in the message.
         if (transfer.entry >= record.entries.count ||
             transfer.size != record.entries.entries[transfer.entry].size) {
             return false;
         }
         CRequestData& data = DataOf(record);
-        CEagerEntry entry;
+        EagerEntry entry;
         entry.entry = transfer.entry;
         entry.size = transfer.size;
         if (transfer.slot == kNoSlot) {
@@ -225,12 +225,12 @@ bool TakeEntries(CIncomingPacket& packet, std::size_t handle, CPendingMessage& r
     return true;
 }
 
-void AddWrites(COutgoingPacket& packet, const CPendingMessage& record) {
+void AddWrites(OutgoingPacket& packet, const PendingMessage& record) {
     if (!record.data) {
         return;
     }
     for (std::size_t i = 0; i < record.data->writeCount; ++i) {
-        const CPendingWrite& write = record.data->writes[i];
+        const PendingWrite& write = record.data->writes[i];
         if (write.area.slot != kNoSlot) {
             packet.AddShared(write.entry, write.area.slot, write.size);
         } else {
@@ -239,11 +239,11 @@ void AddWrites(COutgoingPacket& packet, const CPendingMessage& record) {
     }
 }
 
-void ReleaseEntries(CPendingMessage& record) {
+void ReleaseEntries(PendingMessage& record) {
     if (!record.data) {
         return;
     }
-    for (const CEagerEntry& entry : record.data->eager) {
+    for (const EagerEntry& entry : record.data->eager) {
         if (entry.slot != kNoSlot) {
             record.connection->ReceivePool().Free(entry.slot);
         }
@@ -251,7 +251,7 @@ void ReleaseEntries(CPendingMessage& record) {
     record.data->eager.clear();
 }
 
-void ClearRequestData(CPendingMessage& record) {
+void ClearRequestData(PendingMessage& record) {
     if (!record.data) {
         return;
     }
@@ -268,7 +268,7 @@ void ClearRequestData(CPendingMessage& record) {
     data.writeCount = 0;
 }
 
-NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                          void* buffer, std::size_t size) {
     const auto record = FindPendingMessage(ids.messageId);
     if (!record) {
@@ -284,14 +284,14 @@ NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::u
     if (!ReadEntry(*record, lock, entryIndex, bytes, size) || !IsOpenRequest(*record, port, ids)) {
         return kStatusReplyMessageMismatch;
     }
-    CPendingWrite* const write = FindWrite(DataOf(*record), entryIndex);
+    PendingWrite* const write = FindWrite(DataOf(*record), entryIndex);
     if (write != nullptr && write->size != 0) {
         std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
     }
     return kStatusSuccess;
 }
 
-NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                           const void* buffer, std::size_t size) {
     const auto record = FindPendingMessage(ids.messageId);
     if (!record) {
@@ -302,7 +302,7 @@ NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::
     if (status != kStatusSuccess || size == 0) {
         return status;
     }
-    CPendingWrite* write = FindWrite(DataOf(*record), entryIndex);
+    PendingWrite* write = FindWrite(DataOf(*record), entryIndex);
     if (write == nullptr) {
         write = &NewWrite(DataOf(*record), entryIndex);
     }

@@ -17,18 +17,18 @@ constexpr std::chrono::seconds kFetchPatience{5};
 
 }  // namespace
 
-std::uint32_t SendEntries(COutgoingPacket& packet, const CDataBlock& block, CSendPool& pool) {
+std::uint32_t SendEntries(OutgoingPacket& packet, const DataBlock& block, CSendPool& pool) {
     // Requests put their payload into the first entry, and the server reads it next.
     if (block.count == 0 || block.entries[0].size == 0 || block.entries[0].base == nullptr) {
         return kNoSlot;
     }
-    const CDataEntry& entry = block.entries[0];
+    const DataEntry& entry = block.entries[0];
     if (entry.size <= kMaxInlineTransfer) {
         packet.AddInline(0, entry.base, entry.size);
         return kNoSlot;
     }
     // Without memory the entry stays here, and the server asks for it.
-    CSendArea area;
+    SendArea area;
     if (pool.Acquire(entry.size, area)) {
         std::memcpy(area.base, entry.base, entry.size);
         packet.AddShared(0, area.slot, entry.size);
@@ -36,11 +36,11 @@ std::uint32_t SendEntries(COutgoingPacket& packet, const CDataBlock& block, CSen
     return area.slot;
 }
 
-bool TakeWrites(CIncomingPacket& packet, std::size_t handle, const CDataBlock* entries,
+bool TakeWrites(IncomingPacket& packet, std::size_t handle, const DataBlock* entries,
                 bool isWaitedFor, CReceivePool& received) {
     const std::uint8_t* inlineBytes = packet.inlineBytes;
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
-        const CTransferRecord record = packet.Transfer(i);
+        const TransferRecord record = packet.Transfer(i);
         const std::uint8_t* bytes = inlineBytes;
         if (record.slot != kNoSlot) {
             if (record.slotSize != 0) {
@@ -79,7 +79,7 @@ bool TakeWrites(CIncomingPacket& packet, std::size_t handle, const CDataBlock* e
     return true;
 }
 
-bool HandOverEntry(CIncomingPacket& packet, const CDataBlock* entries) {
+bool HandOverEntry(IncomingPacket& packet, const DataBlock* entries) {
     if (entries == nullptr || packet.head.fetchEntry >= entries->count ||
         packet.head.fetchSize > entries->entries[packet.head.fetchEntry].size) {
         return false;

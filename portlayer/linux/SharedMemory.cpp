@@ -28,7 +28,7 @@ bool MapFile(int file, std::size_t size, int protection, CMapping& mapping) {
     return true;
 }
 
-bool CreateSharedMemory(std::size_t size, CSharedMemory& memory, CMapping& mapping) {
+bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping) {
     CSystemHandle created(::memfd_create("portlayer", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     const int file = static_cast<int>(created.Get());
     if (!created.IsOpen() || ::ftruncate(file, static_cast<off_t>(size)) != 0 ||

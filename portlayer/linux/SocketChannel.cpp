@@ -12,13 +12,13 @@ namespace Kyr::PortLayer::Detail {
 CSocketChannel::CSocketChannel(CFileDescriptor socket)
     : socket_(std::move(socket)), peerProcessId_(Detail::PeerProcessId(socket_.Get())) {}
 
-EReceive CSocketChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
-                                 CIncomingPacket& packet) {
+ReceiveResult CSocketChannel::Receive(const CDeadline& deadline, PacketBuffer& buffer,
+                                      IncomingPacket& packet) {
     return ReceivePacket(socket_.Get(), deadline, buffer, packet);
 }
 
-ESend CSocketChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-                           const CDeadline& deadline) {
+SendResult CSocketChannel::Send(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                                const CDeadline& deadline) {
     return SendPacket(socket_.Get(), packet, pool, freed, deadline);
 }
 
@@ -29,7 +29,7 @@ void CSocketChannel::Shutdown() {
 }
 
 NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& deadline,
-                            std::unique_ptr<IChannel>& channel) {
+                            std::unique_ptr<IPacketChannel>& channel) {
     std::string file;
     CFileDescriptor directory;
     NtApi::NtStatus status = FileNameOf(name, "port", file);

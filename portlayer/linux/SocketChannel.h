@@ -1,19 +1,19 @@
 // A channel over a connected SOCK_SEQPACKET socket.
 #pragma once
 
-#include "portlayer/core/Channel.h"
+#include "portlayer/core/PacketChannel.h"
 #include "portlayer/linux/FileDescriptor.h"
 
 namespace Kyr::PortLayer::Detail {
 
-class CSocketChannel final : public IChannel {
+class CSocketChannel final : public IPacketChannel {
   public:
     explicit CSocketChannel(CFileDescriptor socket);
 
-    EReceive Receive(const CDeadline& deadline, CPacketBuffer& buffer,
-                     CIncomingPacket& packet) override;
-    ESend Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-               const CDeadline& deadline) override;
+    ReceiveResult Receive(const CDeadline& deadline, PacketBuffer& buffer,
+                          IncomingPacket& packet) override;
+    SendResult Send(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                    const CDeadline& deadline) override;
     void Shutdown() override;
     std::uint32_t PeerProcessId() const override { return peerProcessId_; }
 

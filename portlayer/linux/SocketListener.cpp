@@ -31,7 +31,7 @@ bool WatchDescriptor(int poll, int descriptor, std::uint64_t number) {
     return ::epoll_ctl(poll, EPOLL_CTL_ADD, descriptor, &event) == 0;
 }
 
-int SocketOf(IChannel& channel) {
+int SocketOf(IPacketChannel& channel) {
     return static_cast<CSocketChannel&>(channel).Socket();
 }
 
@@ -42,12 +42,12 @@ class CSocketListener final : public IPortListener {
   public:
     NtStatus Open(const UnicodeString& name);
 
-    EEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    EAccept Accept(std::unique_ptr<IChannel>& channel) override;
-    bool Watch(IChannel& channel, std::uint64_t number) override {
+    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
+    AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) override;
+    bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return WatchDescriptor(poll_.Get(), SocketOf(channel), kFirstChannel + number);
     }
-    void Unwatch(IChannel& channel) override {
+    void Unwatch(IPacketChannel& channel) override {
         ::epoll_ctl(poll_.Get(), EPOLL_CTL_DEL, SocketOf(channel), nullptr);
     }
     void Rest() override { WaitFor(wake_.Get(), POLLIN, CDeadline::In(kRest)); }
@@ -78,32 +78,33 @@ NtStatus CSocketListener::Open(const UnicodeString& name) {
     return watching ? kStatusSuccess : kStatusNoMemory;
 }
 
-IPortListener::EEvent CSocketListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
+IPortListener::ListenerEvent CSocketListener::Wait(const CDeadline& deadline,
+                                                   std::uint64_t& number) {
     epoll_event event = {};
     // One event a call: the other ones are for other threads.
     if (::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds()) <= 0) {
-        return EEvent::Nothing;
+        return ListenerEvent::kNothing;
     }
     if (event.data.u64 < kFirstChannel) {
-        return event.data.u64 == kListener ? EEvent::Client : EEvent::Woken;
+        return event.data.u64 == kListener ? ListenerEvent::kClient : ListenerEvent::kWoken;
     }
     number = event.data.u64 - kFirstChannel;
-    return EEvent::Readable;
+    return ListenerEvent::kReadable;
 }
 
-IPortListener::EAccept CSocketListener::Accept(std::unique_ptr<IChannel>& channel) {
+IPortListener::AcceptResult CSocketListener::Accept(std::unique_ptr<IPacketChannel>& channel) {
     // The listener does not block: the client may have gone, or be another thread's by now.
     CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
     if (!socket.IsOpen()) {
         const bool exhausted =
             errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-        return exhausted ? EAccept::Exhausted : EAccept::Nobody;
+        return exhausted ? AcceptResult::kExhausted : AcceptResult::kNobody;
     }
     if (!IsSameUser(socket.Get())) {
-        return EAccept::Nobody;
+        return AcceptResult::kNobody;
     }
     channel = std::make_unique<CSocketChannel>(std::move(socket));
-    return EAccept::Accepted;
+    return AcceptResult::kAccepted;
 }
 
 }  // namespace

@@ -17,7 +17,7 @@ union ControlBuffer {
     cmsghdr align;
 };
 
-void TakeDescriptors(msghdr& header, CIncomingPacket& packet) {
+void TakeDescriptors(msghdr& header, IncomingPacket& packet) {
     // What the packet before brought.
     packet.DropHandles();
     for (cmsghdr* part = CMSG_FIRSTHDR(&header); part != nullptr;
@@ -96,8 +96,8 @@ class CScatter {
 
 }  // namespace
 
-EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buffer,
-                       CIncomingPacket& packet) {
+ReceiveResult ReceivePacket(int socket, const CDeadline& deadline, PacketBuffer& buffer,
+                            IncomingPacket& packet) {
     ControlBuffer control;
     iovec part = {buffer.bytes.data(), buffer.bytes.size()};
     for (;;) {
@@ -114,10 +114,10 @@ EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buf
                 continue;
             }
             if (errno != EAGAIN) {
-                return EReceive::Closed;
+                return ReceiveResult::kClosed;
             }
             if (deadline.HasPassed() || !WaitFor(socket, POLLIN, deadline)) {
-                return EReceive::Nothing;
+                return ReceiveResult::kNothing;
             }
             continue;
         }
@@ -125,25 +125,25 @@ EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buf
         TakeDescriptors(header, packet);
         if (size == 0) {
             packet.DropHandles();
-            return EReceive::Closed;
+            return ReceiveResult::kClosed;
         }
         // Cut by the system: longer than any packet of ours, or with more descriptors.
         if ((header.msg_flags & (MSG_TRUNC | MSG_CTRUNC)) != 0 ||
             !ParsePacket(buffer, static_cast<std::size_t>(size), packet)) {
             packet.DropHandles();
-            return EReceive::Malformed;
+            return ReceiveResult::kMalformed;
         }
-        return EReceive::Packet;
+        return ReceiveResult::kPacket;
     }
 }
 
-ESend SendPacket(int socket, COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-                 const CDeadline& deadline) {
+SendResult SendPacket(int socket, OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                      const CDeadline& deadline) {
     CPacketLoan loan(packet, pool, freed);
     CScatter scatter;
     scatter.Add(&packet.head, sizeof packet.head);
     scatter.Add(packet.message, packet.head.messageLength);
-    scatter.Add(loan.records.data(), packet.transferCount * sizeof(CTransferRecord));
+    scatter.Add(loan.records.data(), packet.transferCount * sizeof(TransferRecord));
     for (std::size_t i = 0; i < packet.transferCount; ++i) {
         if (packet.transfers[i].slot == kNoSlot) {
             scatter.Add(packet.transfers[i].bytes, packet.transfers[i].size);
@@ -157,11 +157,11 @@ ESend SendPacket(int socket, COutgoingPacket& packet, CSendPool& pool, CReceiveP
         const bool full = errno == EAGAIN;
         if (!full || deadline.HasPassed() || !WaitFor(socket, POLLOUT, deadline)) {
             loan.NotSent();
-            return full ? ESend::TimedOut : ESend::Closed;
+            return full ? SendResult::kTimedOut : SendResult::kClosed;
         }
     }
     loan.Sent();
-    return ESend::Sent;
+    return SendResult::kSent;
 }
 
 }  // namespace Kyr::PortLayer::Detail

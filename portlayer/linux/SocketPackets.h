@@ -3,16 +3,16 @@
 // Threads: any number may send on one socket and receive from it.
 #pragma once
 
-#include "portlayer/core/Channel.h"
+#include "portlayer/core/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 
-/// As IChannel::Receive.
-EReceive ReceivePacket(int socket, const CDeadline& deadline, CPacketBuffer& buffer,
-                       CIncomingPacket& packet);
+/// As IPacketChannel::Receive.
+ReceiveResult ReceivePacket(int socket, const CDeadline& deadline, PacketBuffer& buffer,
+                            IncomingPacket& packet);
 
-/// As IChannel::Send.
-ESend SendPacket(int socket, COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-                 const CDeadline& deadline);
+/// As IPacketChannel::Send.
+SendResult SendPacket(int socket, OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                      const CDeadline& deadline);
 
 }  // namespace Kyr::PortLayer::Detail

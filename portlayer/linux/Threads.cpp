@@ -6,8 +6,8 @@
 #include <pthread.h>
 
 #include "portlayer/ClientFunctions.h"
-#include "portlayer/core/Channel.h"
 #include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/core/PacketChannel.h"
 #include "portlayer/linux/Waits.h"
 
 namespace Kyr::PortLayer {
@@ -22,11 +22,11 @@ class CThread final : public CWaitable {
     void OnClose() override { live_.reset(); }
 
   private:
-    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(ECounter::Threads);
+    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kThreads);
 };
 
 /// What a new thread takes with it.
-struct CStart {
+struct ThreadStart {
     ThreadRoutine routine;
     void* parameter;
     std::shared_ptr<CThread> thread;
@@ -37,9 +37,9 @@ struct CStart {
 };
 
 void* Run(void* argument) {
-    const std::unique_ptr<std::shared_ptr<CStart>> owner(
-        static_cast<std::shared_ptr<CStart>*>(argument));
-    CStart& start = **owner;
+    const std::unique_ptr<std::shared_ptr<ThreadStart>> owner(
+        static_cast<std::shared_ptr<ThreadStart>*>(argument));
+    ThreadStart& start = **owner;
     {
         const std::lock_guard<std::mutex> lock(start.mutex);
         start.threadId = CurrentThreadId();
@@ -51,7 +51,7 @@ void* Run(void* argument) {
     return nullptr;
 }
 
-bool Launch(const std::shared_ptr<CStart>& start, std::size_t stackSize) {
+bool Launch(const std::shared_ptr<ThreadStart>& start, std::size_t stackSize) {
     pthread_attr_t attributes;
     ::pthread_attr_init(&attributes);
     ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
@@ -61,7 +61,7 @@ bool Launch(const std::shared_ptr<CStart>& start, std::size_t stackSize) {
         ::pthread_attr_setstacksize(
             &attributes, std::max<std::size_t>(stackSize, static_cast<std::size_t>(256) * 1024));
     }
-    auto argument = std::make_unique<std::shared_ptr<CStart>>(start);
+    auto argument = std::make_unique<std::shared_ptr<ThreadStart>>(start);
     pthread_t thread;
     const bool created = ::pthread_create(&thread, &attributes, Run, argument.get()) == 0;
     ::pthread_attr_destroy(&attributes);
@@ -79,7 +79,7 @@ Handle KYR_NTAPI CreateThread(void*, std::size_t stackSize, ThreadRoutine routin
     if (routine == nullptr || flags != 0) {
         return nullptr;
     }
-    const auto start = std::make_shared<CStart>();
+    const auto start = std::make_shared<ThreadStart>();
     start->routine = routine;
     start->parameter = parameter;
     start->thread = std::make_shared<CThread>();

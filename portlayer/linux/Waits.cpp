@@ -22,13 +22,13 @@ Dispatcher& TheDispatcher() {
     return *dispatcher;
 }
 
-struct CWaitSet {
+struct WaitSet {
     std::uint32_t count = 0;
     std::array<std::shared_ptr<CWaitable>, kMaximumWaitObjects> objects;
 };
 
 /// The index of the object that ends the wait; kWaitTimeout when none does yet.
-std::uint32_t TryTake(CWaitSet& set, bool waitAll) {
+std::uint32_t TryTake(WaitSet& set, bool waitAll) {
     std::uint32_t signalled = 0;
     for (std::uint32_t i = 0; i < set.count; ++i) {
         if (!set.objects[i]->IsSignalled()) {
@@ -50,7 +50,7 @@ std::uint32_t TryTake(CWaitSet& set, bool waitAll) {
     return kWaitObject0;
 }
 
-std::uint32_t Wait(CWaitSet& set, bool waitAll, const CDeadline& deadline) {
+std::uint32_t Wait(WaitSet& set, bool waitAll, const CDeadline& deadline) {
     Dispatcher& dispatcher = TheDispatcher();
     std::unique_lock<std::mutex> lock(dispatcher.mutex);
     for (;;) {
@@ -97,7 +97,7 @@ std::uint32_t KYR_NTAPI WaitForMultipleObjects(std::uint32_t count, const Handle
         return kWaitFailed;
     }
     const CDeadline deadline = CDeadline::FromMilliseconds(milliseconds);
-    CWaitSet set;
+    WaitSet set;
     for (std::uint32_t i = 0; i < count; ++i) {
         // The objects are held: closing a handle does not take it from under a thread that waits.
         auto object = FindObject(handles[i]);
@@ -120,7 +120,7 @@ std::uint32_t KYR_NTAPI MsgWaitForMultipleObjects(std::uint32_t count, const Han
         return WaitForMultipleObjects(count, handles, waitAll, milliseconds);
     }
     // Nothing but messages could end this wait, and there are none.
-    CWaitSet nothing;
+    WaitSet nothing;
     return Wait(nothing, false, CDeadline::FromMilliseconds(milliseconds));
 }
 

@@ -4,9 +4,9 @@
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
-#include "portlayer/core/Channel.h"
 #include "portlayer/core/Handles.h"
 #include "portlayer/core/MessageHeader.h"
+#include "portlayer/core/PacketChannel.h"
 #include "portlayer/windows/NativeHandles.h"
 #include "portlayer/windows/ObjectNames.h"
 #include "portlayer/windows/SystemHeader.h"
@@ -96,7 +96,7 @@ Handle KYR_NTAPI CreateThread(void* security, std::size_t stackSize, ThreadRouti
     if (thread != nullptr && threadId != nullptr) {
         *threadId = id;
     }
-    return CountNative(thread, ECounter::Threads);
+    return CountNative(thread, LiveCounter::kThreads);
 }
 
 Bool KYR_NTAPI TerminateThread(Handle thread, std::uint32_t) {
@@ -108,7 +108,7 @@ Handle KYR_NTAPI CreateEventW(void* security, Bool manualReset, Bool initialStat
     const std::wstring given = GivenName(name);
     return CountNative(::CreateEventW(static_cast<SECURITY_ATTRIBUTES*>(security), manualReset,
                                       initialState, NameOrNull(given, name)),
-                       ECounter::Events);
+                       LiveCounter::kEvents);
 }
 
 Bool KYR_NTAPI SetEvent(Handle event) {
@@ -136,12 +136,13 @@ Handle KYR_NTAPI CreateMutexW(void* security, Bool initialOwner, const char16_t*
     const std::wstring given = GivenName(name);
     return CountNative(::CreateMutexW(static_cast<SECURITY_ATTRIBUTES*>(security), initialOwner,
                                       NameOrNull(given, name)),
-                       ECounter::Mutexes);
+                       LiveCounter::kMutexes);
 }
 
 Handle KYR_NTAPI OpenMutexW(std::uint32_t access, Bool inherit, const char16_t* name) {
     const std::wstring given = GivenName(name);
-    return CountNative(::OpenMutexW(access, inherit, NameOrNull(given, name)), ECounter::Mutexes);
+    return CountNative(::OpenMutexW(access, inherit, NameOrNull(given, name)),
+                       LiveCounter::kMutexes);
 }
 
 Bool KYR_NTAPI ReleaseMutex(Handle mutex) {
@@ -154,25 +155,25 @@ Handle KYR_NTAPI CreateFileMappingW(Handle file, void* security, std::uint32_t p
     const std::wstring given = GivenName(name);
     return CountNative(::CreateFileMappingW(file, static_cast<SECURITY_ATTRIBUTES*>(security),
                                             protection, sizeHigh, sizeLow, NameOrNull(given, name)),
-                       ECounter::Sections);
+                       LiveCounter::kSections);
 }
 
 Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, Bool inherit, const char16_t* name) {
     const std::wstring given = GivenName(name);
     return CountNative(::OpenFileMappingW(access, inherit, NameOrNull(given, name)),
-                       ECounter::Sections);
+                       LiveCounter::kSections);
 }
 
 void* KYR_NTAPI MapViewOfFile(Handle section, std::uint32_t access, std::uint32_t offsetHigh,
                               std::uint32_t offsetLow, std::size_t size) {
     void* const view = ::MapViewOfFile(section, access, offsetHigh, offsetLow, size);
-    CounterCell(ECounter::MappedViews).fetch_add(view != nullptr ? 1 : 0);
+    CounterCell(LiveCounter::kMappedViews).fetch_add(view != nullptr ? 1 : 0);
     return view;
 }
 
 Bool KYR_NTAPI UnmapViewOfFile(const void* view) {
     const BOOL unmapped = ::UnmapViewOfFile(view);
-    CounterCell(ECounter::MappedViews).fetch_sub(unmapped != 0 ? 1 : 0);
+    CounterCell(LiveCounter::kMappedViews).fetch_sub(unmapped != 0 ? 1 : 0);
     return unmapped;
 }
 

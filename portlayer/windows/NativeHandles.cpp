@@ -11,7 +11,7 @@ namespace {
 
 struct Counted {
     std::mutex mutex;
-    std::unordered_map<NtApi::Handle, ECounter> handles;  // guarded by mutex
+    std::unordered_map<NtApi::Handle, LiveCounter> handles;  // guarded by mutex
 };
 
 // Made by the first call and never destroyed: threads may still close handles at exit.
@@ -22,7 +22,7 @@ Counted& TheCounted() {
 
 }  // namespace
 
-NtApi::Handle CountNative(NtApi::Handle handle, ECounter counter) {
+NtApi::Handle CountNative(NtApi::Handle handle, LiveCounter counter) {
     if (handle != nullptr) {
         Counted& counted = TheCounted();
         const std::lock_guard<std::mutex> lock(counted.mutex);

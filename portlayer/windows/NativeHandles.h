@@ -9,7 +9,7 @@
 namespace Kyr::PortLayer::Detail {
 
 /// Counts the handle until CloseNative. Answers the handle, which may be null.
-NtApi::Handle CountNative(NtApi::Handle handle, ECounter counter);
+NtApi::Handle CountNative(NtApi::Handle handle, LiveCounter counter);
 /// Closes the handle, counted or not. False when there is none.
 bool CloseNative(NtApi::Handle handle);
 

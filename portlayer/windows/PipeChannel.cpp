@@ -27,7 +27,7 @@ OVERLAPPED Overlapped(const CSystemHandle& event) {
 }
 
 /// The packet in one piece.
-std::vector<std::uint8_t> Gather(const COutgoingPacket& packet) {
+std::vector<std::uint8_t> Gather(const OutgoingPacket& packet) {
     std::vector<std::uint8_t> bytes(sizeof packet.head + packet.head.messageLength);
     std::memcpy(bytes.data(), &packet.head, sizeof packet.head);
     if (packet.head.messageLength != 0) {
@@ -38,10 +38,10 @@ std::vector<std::uint8_t> Gather(const COutgoingPacket& packet) {
 
 /// Opens the memory that the packet brings. Its name is the peer's word, and as good as a handle
 /// of the peer's: only sections of our own user open.
-void OpenMemory(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& packet) {
+void OpenMemory(const PacketBuffer& buffer, std::size_t size, IncomingPacket& packet) {
     // What the packet before brought.
     packet.DropHandles();
-    CPacketHead head;
+    PacketHead head;
     if (size < sizeof head) {
         return;
     }
@@ -56,9 +56,9 @@ void OpenMemory(const CPacketBuffer& buffer, std::size_t size, CIncomingPacket& 
     }
 }
 
-EReceive ResultOf(DWORD error) {
+ReceiveResult ResultOf(DWORD error) {
     // More than the longest packet: not a peer of this layer.
-    return error == ERROR_MORE_DATA ? EReceive::Malformed : EReceive::Closed;
+    return error == ERROR_MORE_DATA ? ReceiveResult::kMalformed : ReceiveResult::kClosed;
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ class CPipeChannel::CUse {
     const bool entered_;
 };
 
-CPipeChannel::CPipeChannel(CSystemHandle pipe, CPipePeer peer, std::shared_ptr<CPipeQueue> queue)
+CPipeChannel::CPipeChannel(CSystemHandle pipe, PipePeer peer, std::shared_ptr<CPipeQueue> queue)
     : peer_(std::move(peer)),
       queue_(std::move(queue)),
       closing_(NewEvent()),
@@ -122,7 +122,7 @@ void CPipeChannel::Shutdown() {
 }
 
 bool CPipeChannel::Watch(std::uint64_t number) {
-    read_ = std::make_shared<CPipeRead>();
+    read_ = std::make_shared<PipeRead>();
     read_->number = number;
     const CUse use(*this);
     return use && ReadAhead();
@@ -148,15 +148,16 @@ bool CPipeChannel::ReadAhead() {
     return true;
 }
 
-EReceive CPipeChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
-                               CIncomingPacket& packet) {
+ReceiveResult CPipeChannel::Receive(const CDeadline& deadline, PacketBuffer& buffer,
+                                    IncomingPacket& packet) {
     const CUse use(*this);
     if (!use) {
-        return EReceive::Closed;
+        return ReceiveResult::kClosed;
     }
     std::size_t size = 0;
-    const EReceive result = queue_ ? TakeReadAhead(buffer, size) : Read(deadline, buffer, size);
-    if (result != EReceive::Packet) {
+    const ReceiveResult result =
+        queue_ ? TakeReadAhead(buffer, size) : Read(deadline, buffer, size);
+    if (result != ReceiveResult::kPacket) {
         return result;
     }
     // Handles do not travel here. Opened before the checks, which count them.
@@ -164,12 +165,12 @@ EReceive CPipeChannel::Receive(const CDeadline& deadline, CPacketBuffer& buffer,
     // Data of requests is read in the memory of the client, never sent (RequestData.cpp).
     if (!ParsePacket(buffer, size, packet) || packet.head.transferCount != 0) {
         packet.DropHandles();
-        return EReceive::Malformed;
+        return ReceiveResult::kMalformed;
     }
-    return EReceive::Packet;
+    return ReceiveResult::kPacket;
 }
 
-EReceive CPipeChannel::TakeReadAhead(CPacketBuffer& buffer, std::size_t& size) {
+ReceiveResult CPipeChannel::TakeReadAhead(PacketBuffer& buffer, std::size_t& size) {
     if (read_->error != ERROR_SUCCESS) {
         return ResultOf(read_->error);
     }
@@ -177,10 +178,11 @@ EReceive CPipeChannel::TakeReadAhead(CPacketBuffer& buffer, std::size_t& size) {
     std::copy_n(read_->buffer.bytes.begin(), size, buffer.bytes.begin());
     // The bytes are out: from here on another thread may be told of the next packet.
     ReadAhead();
-    return EReceive::Packet;
+    return ReceiveResult::kPacket;
 }
 
-EReceive CPipeChannel::Read(const CDeadline& deadline, CPacketBuffer& buffer, std::size_t& size) {
+ReceiveResult CPipeChannel::Read(const CDeadline& deadline, PacketBuffer& buffer,
+                                 std::size_t& size) {
     const CSystemHandle event = NewEvent();
     OVERLAPPED overlapped = Overlapped(event);
     DWORD got = 0;
@@ -196,9 +198,9 @@ EReceive CPipeChannel::Read(const CDeadline& deadline, CPacketBuffer& buffer, st
     if (result == ERROR_OPERATION_ABORTED) {
         // Called back by us, for one of two reasons: the channel was shut down, or the time was up.
         const bool closed = ::WaitForSingleObject(Native(closing_), 0) == WAIT_OBJECT_0;
-        return closed ? EReceive::Closed : EReceive::Nothing;
+        return closed ? ReceiveResult::kClosed : ReceiveResult::kNothing;
     }
-    return result == ERROR_SUCCESS ? EReceive::Packet : ResultOf(result);
+    return result == ERROR_SUCCESS ? ReceiveResult::kPacket : ResultOf(result);
 }
 
 DWORD CPipeChannel::Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline& deadline,
@@ -214,13 +216,13 @@ DWORD CPipeChannel::Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline
     return ended != 0 ? ERROR_SUCCESS : ::GetLastError();
 }
 
-ESend CPipeChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-                         const CDeadline& deadline) {
+SendResult CPipeChannel::Send(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                              const CDeadline& deadline) {
     CPacketLoan loan(packet, pool, freed);
     const CUse use(*this);
     if (!use) {
         loan.NotSent();
-        return ESend::Closed;
+        return SendResult::kClosed;
     }
     // A write is a message of the pipe: the packet must be one piece.
     const std::vector<std::uint8_t> bytes = Gather(packet);
@@ -235,15 +237,16 @@ ESend CPipeChannel::Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool&
     }
     if (error == ERROR_SUCCESS) {
         loan.Sent();
-        return ESend::Sent;
+        return SendResult::kSent;
     }
     loan.NotSent();
     const bool closed = ::WaitForSingleObject(Native(closing_), 0) == WAIT_OBJECT_0;
-    return error == ERROR_OPERATION_ABORTED && !closed ? ESend::TimedOut : ESend::Closed;
+    return error == ERROR_OPERATION_ABORTED && !closed ? SendResult::kTimedOut
+                                                       : SendResult::kClosed;
 }
 
 NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
-                     std::unique_ptr<IChannel>& channel) {
+                     std::unique_ptr<IPacketChannel>& channel) {
     std::wstring port;
     const NtStatus status = PortNameOf(name, port);
     if (status != kStatusSuccess) {
@@ -281,7 +284,7 @@ NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
         !IsProcessOfSameUser(processId)) {
         return kStatusAccessDenied;
     }
-    CPipePeer peer;
+    PipePeer peer;
     peer.processId = processId;
     channel = std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), nullptr);
     return kStatusSuccess;

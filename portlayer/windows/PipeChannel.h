@@ -8,27 +8,27 @@
 #include <memory>
 #include <mutex>
 
-#include "portlayer/core/Channel.h"
+#include "portlayer/core/PacketChannel.h"
 #include "portlayer/windows/PipeQueue.h"
 
 namespace Kyr::PortLayer::Detail {
 
 /// The process at the other end of a pipe.
-struct CPipePeer {
+struct PipePeer {
     std::uint32_t processId = 0;
     CSystemHandle process;  // kept open by servers: to reach the memory of requests
 };
 
-class CPipeChannel final : public IChannel {
+class CPipeChannel final : public IPacketChannel {
   public:
     /// A server's end when there is a queue.
-    CPipeChannel(CSystemHandle pipe, CPipePeer peer, std::shared_ptr<CPipeQueue> queue);
+    CPipeChannel(CSystemHandle pipe, PipePeer peer, std::shared_ptr<CPipeQueue> queue);
     ~CPipeChannel() override;
 
-    EReceive Receive(const CDeadline& deadline, CPacketBuffer& buffer,
-                     CIncomingPacket& packet) override;
-    ESend Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-               const CDeadline& deadline) override;
+    ReceiveResult Receive(const CDeadline& deadline, PacketBuffer& buffer,
+                          IncomingPacket& packet) override;
+    SendResult Send(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                    const CDeadline& deadline) override;
     void Shutdown() override;
     std::uint32_t PeerProcessId() const override { return peer_.processId; }
 
@@ -44,17 +44,17 @@ class CPipeChannel final : public IChannel {
     // begins the next read. So there is one read under way, or one thread inside TakeReadAhead, and
     // never both. A read that ended with an error is the last one.
     bool ReadAhead();
-    EReceive TakeReadAhead(CPacketBuffer& buffer, std::size_t& size);
-    EReceive Read(const CDeadline& deadline, CPacketBuffer& buffer, std::size_t& size);
+    ReceiveResult TakeReadAhead(PacketBuffer& buffer, std::size_t& size);
+    ReceiveResult Read(const CDeadline& deadline, PacketBuffer& buffer, std::size_t& size);
     /// Waits for the end of an operation begun with `event`; one that is late is called back.
     DWORD Finish(OVERLAPPED& overlapped, HANDLE event, const CDeadline& deadline, DWORD& size);
     bool Enter();
     void Leave();
 
-    const CPipePeer peer_;
+    const PipePeer peer_;
     const std::shared_ptr<CPipeQueue> queue_;
     const CSystemHandle closing_;  // an event
-    std::shared_ptr<struct CPipeRead> read_;
+    std::shared_ptr<struct PipeRead> read_;
 
     std::mutex mutex_;
     // The number of a closed handle may be given to another object at once. So Shutdown only ends
@@ -67,10 +67,10 @@ class CPipeChannel final : public IChannel {
 };
 
 /// What the port's queue tells about a server's channel.
-struct CPipeRead : CPipeOperation {
-    CPipeRead() : CPipeOperation(false) {}
+struct PipeRead : PipeOperation {
+    PipeRead() : PipeOperation(false) {}
     std::uint64_t number = 0;
-    CPacketBuffer buffer;
+    PacketBuffer buffer;
 };
 
 }  // namespace Kyr::PortLayer::Detail

@@ -23,8 +23,8 @@ constexpr DWORD kBufferSize = 256 * 1024;
 constexpr DWORD kRestMilliseconds = 10;
 
 /// An instance that waits for a client.
-struct CPipeConnect : CPipeOperation {
-    CPipeConnect() : CPipeOperation(true) {}
+struct PipeConnect : PipeOperation {
+    PipeConnect() : PipeOperation(true) {}
     CSystemHandle pipe;
 };
 
@@ -39,13 +39,13 @@ class CPipeListener final : public IPortListener {
     ~CPipeListener() override;
     NtStatus Open(const UnicodeString& name);
 
-    EEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    EAccept Accept(std::unique_ptr<IChannel>& channel) override;
-    bool Watch(IChannel& channel, std::uint64_t number) override {
+    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
+    AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) override;
+    bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return static_cast<CPipeChannel&>(channel).Watch(number);
     }
     // A channel that is not watched any more is shut down, which ends its read.
-    void Unwatch(IChannel&) override {}
+    void Unwatch(IPacketChannel&) override {}
     void Rest() override { ::WaitForSingleObject(Native(wake_), kRestMilliseconds); }
     void Close() override;
     void Wake() override {
@@ -64,8 +64,8 @@ class CPipeListener final : public IPortListener {
     std::mutex mutex_;
     // Guarded by mutex_.
     CSystemHandle claim_;
-    std::deque<std::shared_ptr<CPipeConnect>> listening_;
-    std::deque<std::shared_ptr<CPipeConnect>> connected_;
+    std::deque<std::shared_ptr<PipeConnect>> listening_;
+    std::deque<std::shared_ptr<PipeConnect>> connected_;
     bool closed_ = false;
 };
 
@@ -114,7 +114,7 @@ NtStatus CPipeListener::Open(const UnicodeString& name) {
 bool CPipeListener::Listen() {
     const bool isFirst = listening_.empty() && connected_.empty();
     const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
-    auto connect = std::make_shared<CPipeConnect>();
+    auto connect = std::make_shared<PipeConnect>();
     connect->pipe.Reset(reinterpret_cast<std::intptr_t>(::CreateNamedPipeW(
         path_.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
         PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
@@ -134,38 +134,38 @@ bool CPipeListener::Listen() {
     return true;
 }
 
-IPortListener::EEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
+IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
     bool woken = false;
     const auto operation = queue_->Next(deadline, woken);
     if (woken) {
-        return EEvent::Woken;
+        return ListenerEvent::kWoken;
     }
     if (!operation) {
-        return EEvent::Nothing;
+        return ListenerEvent::kNothing;
     }
     // Of a read or a connect; those that failed are told as well, and found out by Receive or
     // Accept.
     if (!operation->isConnect) {
-        number = static_cast<CPipeRead&>(*operation).number;
-        return EEvent::Readable;
+        number = static_cast<PipeRead&>(*operation).number;
+        return ListenerEvent::kReadable;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
     for (auto item = listening_.begin(); item != listening_.end(); ++item) {
         if (*item == operation) {
             connected_.push_back(*item);
             listening_.erase(item);
-            return EEvent::Client;
+            return ListenerEvent::kClient;
         }
     }
-    return EEvent::Nothing;  // closed meanwhile
+    return ListenerEvent::kNothing;  // closed meanwhile
 }
 
-IPortListener::EAccept CPipeListener::Accept(std::unique_ptr<IChannel>& channel) {
+IPortListener::AcceptResult CPipeListener::Accept(std::unique_ptr<IPacketChannel>& channel) {
     CSystemHandle pipe;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (closed_ || connected_.empty()) {
-            return EAccept::Nobody;
+            return AcceptResult::kNobody;
         }
         // The next one waits before this one is served: a name without instances does not exist.
         if (!Listen()) {
@@ -174,7 +174,7 @@ IPortListener::EAccept CPipeListener::Accept(std::unique_ptr<IChannel>& channel)
             queue_->EndAtOnce(*connected_.front(), connected_.front()->error);
             listening_.push_back(connected_.front());
             connected_.pop_front();
-            return EAccept::Exhausted;
+            return AcceptResult::kExhausted;
         }
         pipe = std::move(connected_.front()->pipe);
         connected_.pop_front();
@@ -182,14 +182,14 @@ IPortListener::EAccept CPipeListener::Accept(std::unique_ptr<IChannel>& channel)
     ULONG processId = 0;
     if (::GetNamedPipeClientProcessId(Native(pipe), &processId) == 0 ||
         !IsProcessOfSameUser(processId)) {
-        return EAccept::Nobody;
+        return AcceptResult::kNobody;
     }
-    CPipePeer peer;
+    PipePeer peer;
     peer.processId = processId;
     peer.process = Own(
         ::OpenProcess(PROCESS_VM_READ | PROCESS_VM_WRITE | PROCESS_VM_OPERATION, FALSE, processId));
     channel = std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), queue_);
-    return EAccept::Accepted;
+    return AcceptResult::kAccepted;
 }
 
 void CPipeListener::Close() {

@@ -28,7 +28,7 @@ bool CPipeQueue::Add(HANDLE pipe) {
     return ::CreateIoCompletionPort(pipe, Native(port_), kEnded, 0) != nullptr;
 }
 
-void CPipeQueue::Begin(const std::shared_ptr<CPipeOperation>& operation) {
+void CPipeQueue::Begin(const std::shared_ptr<PipeOperation>& operation) {
     operation->overlapped = {};
     operation->error = ERROR_SUCCESS;
     operation->size = 0;
@@ -37,12 +37,12 @@ void CPipeQueue::Begin(const std::shared_ptr<CPipeOperation>& operation) {
     ++begun_;
 }
 
-void CPipeQueue::EndAtOnce(CPipeOperation& operation, DWORD error) {
+void CPipeQueue::EndAtOnce(PipeOperation& operation, DWORD error) {
     operation.error = error;
     ::PostQueuedCompletionStatus(Native(port_), 0, kEndedAtOnce, &operation.overlapped);
 }
 
-std::shared_ptr<CPipeOperation> CPipeQueue::Next(const CDeadline& deadline, bool& woken) {
+std::shared_ptr<PipeOperation> CPipeQueue::Next(const CDeadline& deadline, bool& woken) {
     // -1, without a deadline, is the system's endless wait.
     auto operation = Take(static_cast<DWORD>(deadline.PollMilliseconds()), woken);
     if (woken) {
@@ -52,7 +52,7 @@ std::shared_ptr<CPipeOperation> CPipeQueue::Next(const CDeadline& deadline, bool
     return operation;
 }
 
-std::shared_ptr<CPipeOperation> CPipeQueue::Take(DWORD milliseconds, bool& woken) {
+std::shared_ptr<PipeOperation> CPipeQueue::Take(DWORD milliseconds, bool& woken) {
     DWORD size = 0;
     ULONG_PTR kind = kEnded;
     OVERLAPPED* overlapped = nullptr;
@@ -69,7 +69,7 @@ std::shared_ptr<CPipeOperation> CPipeQueue::Take(DWORD milliseconds, bool& woken
     if (overlapped == nullptr) {
         return nullptr;
     }
-    CPipeOperation& ended = *CONTAINING_RECORD(overlapped, CPipeOperation, overlapped);
+    PipeOperation& ended = *CONTAINING_RECORD(overlapped, PipeOperation, overlapped);
     // EndAtOnce has set the error; what the queue says here is only that it took the entry.
     if (kind != kEndedAtOnce) {
         ended.error = error;

@@ -16,11 +16,11 @@
 
 namespace Kyr::PortLayer::Detail {
 
-struct CPipeOperation {
-    explicit CPipeOperation(bool connects) : isConnect(connects) {}
-    CPipeOperation(const CPipeOperation&) = delete;
-    CPipeOperation& operator=(const CPipeOperation&) = delete;
-    virtual ~CPipeOperation() = default;
+struct PipeOperation {
+    explicit PipeOperation(bool connects) : isConnect(connects) {}
+    PipeOperation(const PipeOperation&) = delete;
+    PipeOperation& operator=(const PipeOperation&) = delete;
+    virtual ~PipeOperation() = default;
 
     OVERLAPPED overlapped = {};
     const bool isConnect;
@@ -30,7 +30,7 @@ struct CPipeOperation {
 
   private:
     friend class CPipeQueue;
-    std::shared_ptr<CPipeOperation> self_;
+    std::shared_ptr<PipeOperation> self_;
 };
 
 class CPipeQueue {
@@ -44,17 +44,17 @@ class CPipeQueue {
     /// set.
     bool Add(HANDLE pipe);
     /// To be called before the system is.
-    void Begin(const std::shared_ptr<CPipeOperation>& operation);
+    void Begin(const std::shared_ptr<PipeOperation>& operation);
     /// The system refused: there is nothing to wait for.
-    void EndAtOnce(CPipeOperation& operation, DWORD error);
+    void EndAtOnce(PipeOperation& operation, DWORD error);
 
     /// An operation that has ended, or null: the deadline passed, or `woken`.
-    std::shared_ptr<CPipeOperation> Next(const CDeadline& deadline, bool& woken);
+    std::shared_ptr<PipeOperation> Next(const CDeadline& deadline, bool& woken);
     /// From now on Next answers at once, and nothing but that it was woken.
     void Wake();
 
   private:
-    std::shared_ptr<CPipeOperation> Take(DWORD milliseconds, bool& woken);
+    std::shared_ptr<PipeOperation> Take(DWORD milliseconds, bool& woken);
 
     CSystemHandle port_;
     std::atomic<int> begun_{0};

@@ -9,33 +9,33 @@ namespace Kyr::PortLayer::Detail {
 
 using namespace NtApi;
 
-std::uint32_t SendEntries(COutgoingPacket&, const CDataBlock&, CSendPool&) {
+std::uint32_t SendEntries(OutgoingPacket&, const DataBlock&, CSendPool&) {
     return kNoSlot;
 }
 
-bool TakeWrites(CIncomingPacket& packet, std::size_t, const CDataBlock*, bool, CReceivePool&) {
+bool TakeWrites(IncomingPacket& packet, std::size_t, const DataBlock*, bool, CReceivePool&) {
     return packet.head.transferCount == 0;
 }
 
-bool HandOverEntry(CIncomingPacket&, const CDataBlock*) {
+bool HandOverEntry(IncomingPacket&, const DataBlock*) {
     return false;
 }
 
-bool TakeEntries(CIncomingPacket& packet, std::size_t, CPendingMessage&) {
+bool TakeEntries(IncomingPacket& packet, std::size_t, PendingMessage&) {
     return packet.head.transferCount == 0;
 }
 
-void AddWrites(COutgoingPacket&, const CPendingMessage&) {}
+void AddWrites(OutgoingPacket&, const PendingMessage&) {}
 
-void ReleaseEntries(CPendingMessage&) {}
+void ReleaseEntries(PendingMessage&) {}
 
-void ClearRequestData(CPendingMessage&) {}
+void ClearRequestData(PendingMessage&) {}
 
 namespace {
 
 /// Calls `move(process, address)` for the entry while its request stays open.
 template <typename Move>
-NtStatus Transfer(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+NtStatus Transfer(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                   std::size_t size, Move move) {
     const auto record = FindPendingMessage(ids.messageId);
     if (!record) {
@@ -56,14 +56,14 @@ NtStatus Transfer(const CServerPort& port, const CMessageIds& ids, std::uint32_t
 
 }  // namespace
 
-NtStatus ReadRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                          void* buffer, std::size_t size) {
     return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
         return ::ReadProcessMemory(process, base, buffer, size, &moved);
     });
 }
 
-NtStatus WriteRequestData(const CServerPort& port, const CMessageIds& ids, std::uint32_t entryIndex,
+NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                           const void* buffer, std::size_t size) {
     return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
         return ::WriteProcessMemory(process, base, buffer, size, &moved);

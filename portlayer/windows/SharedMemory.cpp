@@ -45,7 +45,7 @@ void UnmapMemory(std::uint8_t* base, std::size_t) {
     ::UnmapViewOfFile(base);
 }
 
-bool CreateSharedMemory(std::size_t size, CSharedMemory& memory, CMapping& mapping) {
+bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping) {
     CSystemHandle section = CreateSection(size, memory.name);
     void* const base =
         section.IsOpen() ? ::MapViewOfFile(Native(section), FILE_MAP_WRITE, 0, 0, size) : nullptr;

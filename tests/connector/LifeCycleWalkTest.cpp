@@ -14,14 +14,14 @@ namespace Kyr::Connectors::Common {
 namespace {
 
 enum class Stage {
-    Initialized,
-    Connecting,
-    SleepingBeforeConnection,
-    Waiting,
-    InTask,
-    InInterruptibleTask,
-    SleepingBeforeReconnection,
-    Reconnecting,
+    kInitialized,
+    kConnecting,
+    kSleepingBeforeConnection,
+    kWaiting,
+    kInTask,
+    kInInterruptibleTask,
+    kSleepingBeforeReconnection,
+    kReconnecting,
 };
 
 /// R RequestStop, G Stop(false) until it is true, g Stop(false) once, F Stop(true), S Start.
@@ -54,10 +54,10 @@ class LifeCycleWalkTest : public ModuleFixture,
 
     void Reach(Stage stage) {
         switch (stage) {
-            case Stage::Initialized:
+            case Stage::kInitialized:
                 module->Initialize(host);
                 return;
-            case Stage::Connecting:
+            case Stage::kConnecting:
                 module->ThenConnectBy([this] {
                     Block();
                     return true;
@@ -65,28 +65,28 @@ class LifeCycleWalkTest : public ModuleFixture,
                 Start();
                 ASSERT_TRUE(AwaitInside());
                 return;
-            case Stage::SleepingBeforeConnection:
+            case Stage::kSleepingBeforeConnection:
                 module->ThenConnect(false);
                 Start();
                 ASSERT_TRUE(clock->AwaitSleepers(1));
                 return;
-            case Stage::Waiting:
+            case Stage::kWaiting:
                 StartAndConnect();
                 return;
-            case Stage::InTask:
+            case Stage::kInTask:
                 ReachTask([this](const auto&) { BlockUninterruptibly(); });
                 ASSERT_TRUE(AwaitInside());
                 return;
-            case Stage::InInterruptibleTask:
+            case Stage::kInInterruptibleTask:
                 ReachTask([this](const auto&) { Block(); });
                 ASSERT_TRUE(AwaitInside());
                 return;
-            case Stage::SleepingBeforeReconnection:
+            case Stage::kSleepingBeforeReconnection:
                 module->ThenConnect(true).ThenConnect(false);
                 ReachTask([](const auto&) { throw CRetryException("no answer", false); });
                 ASSERT_TRUE(clock->AwaitSleepers(1));
                 return;
-            case Stage::Reconnecting:
+            case Stage::kReconnecting:
                 module->ThenConnect(true).ThenConnectBy([this] {
                     Block();
                     return true;
@@ -171,10 +171,10 @@ std::string NameOfWalk(const testing::TestParamInfo<LifeCycleWalkTest::ParamType
 
 INSTANTIATE_TEST_SUITE_P(
     AllStages, LifeCycleWalkTest,
-    testing::Combine(testing::Values(Stage::Initialized, Stage::Connecting,
-                                     Stage::SleepingBeforeConnection, Stage::Waiting, Stage::InTask,
-                                     Stage::InInterruptibleTask, Stage::SleepingBeforeReconnection,
-                                     Stage::Reconnecting),
+    testing::Combine(testing::Values(Stage::kInitialized, Stage::kConnecting,
+                                     Stage::kSleepingBeforeConnection, Stage::kWaiting,
+                                     Stage::kInTask, Stage::kInInterruptibleTask,
+                                     Stage::kSleepingBeforeReconnection, Stage::kReconnecting),
                      testing::ValuesIn(kOrders), testing::Bool()),
     NameOfWalk);
 

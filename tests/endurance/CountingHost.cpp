@@ -90,7 +90,7 @@ bool CCountingLog::Connected() const {
     return connected_;
 }
 
-CCountingHost::CCountingHost(CLedger& ledger)
+CountingHost::CountingHost(CTaskLedger& ledger)
     : bus(boost::make_shared<CCountingBus>(ledger)), log(boost::make_shared<CCountingLog>()) {
     resources.Set(Common::Kernel::kBusResource, bus);
     resources.Set(Common::Kernel::kLoggerResource, log);

@@ -15,7 +15,7 @@
 #include <boost/weak_ptr.hpp>
 
 #include "host/kernel/Resources.h"
-#include "tests/endurance/Ledger.h"
+#include "tests/endurance/TaskLedger.h"
 #include "tests/support/FakeHost.h"
 
 namespace Kyr::Endurance {
@@ -25,7 +25,7 @@ class CCountingBus final : public Common::Kernel::IBusResource {
     using Message = boost::shared_ptr<Common::Kernel::IMessage>;
     using Context = boost::shared_ptr<Common::Kernel::IDeliveryContext>;
 
-    explicit CCountingBus(CLedger& ledger) : ledger_(ledger) {}
+    explicit CCountingBus(CTaskLedger& ledger) : ledger_(ledger) {}
 
     void Publish(const Message& message, const Context& context) override;
     void Subscribe(const boost::shared_ptr<Common::Kernel::ISubscriber>& subscriber,
@@ -41,7 +41,7 @@ class CCountingBus final : public Common::Kernel::IBusResource {
 
     std::size_t CountHeld(Delivered& delivered);
 
-    CLedger& ledger_;
+    CTaskLedger& ledger_;
     boost::mutex mutex_;  // guards everything below
     std::multimap<Common::Kernel::MessageType, boost::shared_ptr<Common::Kernel::ISubscriber>>
         subscribers_;
@@ -64,8 +64,8 @@ class CCountingLog final : public Common::Kernel::ILoggerResource {
     bool connected_ = false;
 };
 
-struct CCountingHost {
-    explicit CCountingHost(CLedger& ledger);
+struct CountingHost {
+    explicit CountingHost(CTaskLedger& ledger);
 
     const boost::shared_ptr<CCountingBus> bus;
     const boost::shared_ptr<CCountingLog> log;

@@ -65,7 +65,7 @@ CEndurance::CEndurance(std::uint64_t seed, std::uint64_t growthKiB)
 void CEndurance::RunCycles(std::uint64_t count) {
     const std::uint64_t warmUp = count / kWarmUpPart;
     const auto start = std::chrono::steady_clock::now();
-    CProcessFigures before = Rest();
+    ProcessFigures before = Rest();
     for (std::uint64_t cycle = 0; cycle < count; ++cycle) {
         if (cycle == warmUp) {
             before = Rest();
@@ -86,7 +86,7 @@ void CEndurance::RunTasks(std::uint64_t count) {
     const std::uint64_t lostBefore = ledger_.Lost();
     const std::uint64_t deedsBefore = ledger_.Deeds();
     const std::uint64_t reportsBefore = ledger_.Reports();
-    CProcessFigures before = Rest();
+    ProcessFigures before = Rest();
     bool warm = false;
     for (std::uint64_t done = 0; done < count;) {
         if (!warm && done >= warmUp) {
@@ -122,7 +122,7 @@ void CEndurance::ExpectNothingLeft() {
 }
 
 std::unique_ptr<CEndurance::Module> CEndurance::MakeModule(bool installed) const {
-    CModuleSystem system;
+    ModuleSystem system;
     system.clock = clock_;
     system.productBuild =
         boost::make_shared<CBuild>(installed ? std::optional<std::int64_t>(5600) : std::nullopt);
@@ -164,7 +164,7 @@ void CEndurance::OneCycle() {
     const bool installed = !OneIn(30);
     inactive_ += installed ? 0 : 1;
 
-    CCountingHost host(ledger_);
+    CountingHost host(ledger_);
     const auto module = MakeModule(installed);
     module->Initialize(host.resources);
     module->Start();
@@ -194,7 +194,7 @@ void CEndurance::OneCycle() {
 
 void CEndurance::OneLife(std::uint64_t tasks) {
     product_.Restart();
-    CCountingHost host(ledger_);
+    CountingHost host(ledger_);
     const auto module = MakeModule(true);
     module->Initialize(host.resources);
     module->Start();
@@ -222,7 +222,7 @@ void CEndurance::OneLife(std::uint64_t tasks) {
     errorLines_ += host.log->Lines(4);
 }
 
-void CEndurance::AwaitFewer(CCountingHost& host, std::size_t unfinished) {
+void CEndurance::AwaitFewer(CountingHost& host, std::size_t unfinished) {
     std::size_t last = host.bus->Unfinished();
     while (last >= unfinished) {
         const bool moved = AwaitFor(kStalled, [&] { return host.bus->Unfinished() < last; });
@@ -241,21 +241,21 @@ void CEndurance::Stop(Module& module, bool force) {
     }
 }
 
-CProcessFigures CEndurance::Rest() {
+ProcessFigures CEndurance::Rest() {
     product_.Restart();
-    CProcessFigures figures = ReadProcessFigures();
+    ProcessFigures figures = ReadProcessFigures();
     for (int same = 0; same < kReadingsAtRest; ++same) {
         Sleep(Milliseconds(10));
-        const CProcessFigures next = ReadProcessFigures();
+        const ProcessFigures next = ReadProcessFigures();
         same = next.Held() == figures.Held() ? same : -1;
         figures = next;
     }
     return figures;
 }
 
-CProcessFigures CEndurance::RestUntilAs(const CProcessFigures& before) {
+ProcessFigures CEndurance::RestUntilAs(const ProcessFigures& before) {
     product_.Restart();
-    CProcessFigures figures;
+    ProcessFigures figures;
     AwaitFor(kUntilAtRest, [&] {
         figures = ReadProcessFigures();
         return figures.Held() == before.Held();
@@ -263,8 +263,8 @@ CProcessFigures CEndurance::RestUntilAs(const CProcessFigures& before) {
     return figures;
 }
 
-void CEndurance::Compare(const char* what, const CProcessFigures& before,
-                         const CProcessFigures& after) {
+void CEndurance::Compare(const char* what, const ProcessFigures& before,
+                         const ProcessFigures& after) {
     std::cout << what << ": held before: " << before.Held() << "; after: " << after.Held() << '\n'
               << what << ": resident before: " << before.residentKiB
               << " KiB; after: " << after.residentKiB << " KiB\n";

@@ -38,21 +38,21 @@ class CEndurance {
     CCountingBus::Message MakeTask();
     void OneCycle();
     void OneLife(std::uint64_t tasks);
-    void AwaitFewer(CCountingHost& host, std::size_t unfinished);
+    void AwaitFewer(CountingHost& host, std::size_t unfinished);
     void Stop(Module& module, bool force);
     /// What the process holds once that no longer changes: a thread that was joined is still
     /// counted for a moment.
-    CProcessFigures Rest();
+    ProcessFigures Rest();
     /// What it holds as soon as that is as before, or after all the patience that we have.
-    CProcessFigures RestUntilAs(const CProcessFigures& before);
-    void Compare(const char* what, const CProcessFigures& before, const CProcessFigures& after);
+    ProcessFigures RestUntilAs(const ProcessFigures& before);
+    void Compare(const char* what, const ProcessFigures& before, const ProcessFigures& after);
     void Tell(const std::string& problem);
 
     Random random_;
     const std::uint64_t growthKiB_;
     const boost::shared_ptr<Base::IClock> clock_;
     CWatchdog watchdog_;
-    CLedger ledger_;
+    CTaskLedger ledger_;
     CFaultyProduct product_{ledger_};
     std::uint64_t problems_ = 0;
     std::uint64_t forced_ = 0;

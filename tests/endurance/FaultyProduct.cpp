@@ -22,9 +22,9 @@ const char* const kFaults[] = {
     "view-missing",   "view-small",   "drop command=any", "code 3 command=any"};
 
 constexpr AreaField kFields[] = {
-    AreaField::HeaderSize, AreaField::Version,     AreaField::DataOffset, AreaField::DataSize,
-    AreaField::ModuleId,   AreaField::ModuleCount, AreaField::UserSize,   AreaField::UserOffset,
-    AreaField::Timestamp,  AreaField::FirstModule};
+    AreaField::kHeaderSize, AreaField::kVersion,     AreaField::kDataOffset, AreaField::kDataSize,
+    AreaField::kModuleId,   AreaField::kModuleCount, AreaField::kUserSize,   AreaField::kUserOffset,
+    AreaField::kTimestamp,  AreaField::kFirstModule};
 constexpr std::uint32_t kLies[] = {0,          1,          7,          31,        1017,
                                    0x7FFFFFFF, 0x80000000, 0xFFFFFFFC, 0xFFFFFFFF};
 
@@ -35,8 +35,8 @@ const Value& Pick(Random& random, const Value (&values)[Size]) {
 
 }  // namespace
 
-struct CFaultyProduct::CRunning {
-    CRunning(IProcessLauncher& launcher, CMisbehaviours& misbehaviours, const LineSink& sink)
+struct CFaultyProduct::Running {
+    Running(IProcessLauncher& launcher, CMisbehaviours& misbehaviours, const LineSink& sink)
         : processes(launcher, sink),
           protection(configuration),
           product(processes, results, sink),
@@ -50,9 +50,9 @@ struct CFaultyProduct::CRunning {
         alpc.Open();
         lpc.Open();
     }
-    ~CRunning() { agent.Stop(); }
-    CRunning(const CRunning&) = delete;
-    CRunning& operator=(const CRunning&) = delete;
+    ~Running() { agent.Stop(); }
+    Running(const Running&) = delete;
+    Running& operator=(const Running&) = delete;
 
     CLabProcesses processes;
     CTaskResults results;
@@ -66,7 +66,7 @@ struct CFaultyProduct::CRunning {
     CBroadcastArea area;
 };
 
-CFaultyProduct::CFaultyProduct(CLedger& ledger)
+CFaultyProduct::CFaultyProduct(CTaskLedger& ledger)
     : ledger_(ledger), launcher_(MakeSystemLauncher()) {}
 
 CFaultyProduct::~CFaultyProduct() = default;
@@ -80,7 +80,7 @@ void CFaultyProduct::Restart() {
             ledger_.Reached(userData->substr(userData->rfind(';') + 1));
         }
     };
-    running_ = std::make_unique<CRunning>(*launcher_, misbehaviours_, sink);
+    running_ = std::make_unique<Running>(*launcher_, misbehaviours_, sink);
 }
 
 void CFaultyProduct::End() {

@@ -12,7 +12,7 @@
 #include "lab/simagent/BroadcastArea.h"
 #include "lab/simagent/LpcServer.h"
 #include "lab/simagent/Process.h"
-#include "tests/endurance/Ledger.h"
+#include "tests/endurance/TaskLedger.h"
 
 namespace Kyr::Endurance {
 
@@ -20,7 +20,7 @@ using Random = std::mt19937_64;
 
 class CFaultyProduct {
   public:
-    explicit CFaultyProduct(CLedger& ledger);
+    explicit CFaultyProduct(CTaskLedger& ledger);
     ~CFaultyProduct();
 
     /// Comes, or goes and comes again, as a process would: ports and area anew, nothing remembered.
@@ -36,12 +36,12 @@ class CFaultyProduct {
     void CloseAPort(Random& random);
 
   private:
-    struct CRunning;
+    struct Running;
 
-    CLedger& ledger_;
+    CTaskLedger& ledger_;
     const std::unique_ptr<Lab::SimAgent::IProcessLauncher> launcher_;
     Lab::SimAgent::CMisbehaviours misbehaviours_;
-    std::unique_ptr<CRunning> running_;
+    std::unique_ptr<Running> running_;
 };
 
 }  // namespace Kyr::Endurance

@@ -32,7 +32,7 @@ std::uint64_t CountDescriptors() {
 
 }  // namespace
 
-std::string CProcessFigures::Held() const {
+std::string ProcessFigures::Held() const {
     std::ostringstream text;
     text << "descriptors " << descriptors << ", threads " << threads;
     const std::string objects = live.Text();
@@ -42,9 +42,9 @@ std::string CProcessFigures::Held() const {
     return text.str();
 }
 
-CProcessFigures ReadProcessFigures() {
+ProcessFigures ReadProcessFigures() {
     ::malloc_trim(0);
-    CProcessFigures figures;
+    ProcessFigures figures;
     figures.residentKiB = StatusNumber("VmRSS");
     figures.descriptors = CountDescriptors();
     figures.threads = StatusNumber("Threads");

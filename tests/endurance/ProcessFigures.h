@@ -8,17 +8,17 @@
 
 namespace Kyr::Endurance {
 
-struct CProcessFigures {
+struct ProcessFigures {
     std::uint64_t residentKiB = 0;
     std::uint64_t descriptors = 0;
     std::uint64_t threads = 0;
-    PortLayer::CLiveCounters live;
+    PortLayer::LiveCounters live;
 
     /// All but the memory, in one line: two moments that hold the same give the same text.
     std::string Held() const;
 };
 
 /// Memory that is free and still mapped is given back first.
-CProcessFigures ReadProcessFigures();
+ProcessFigures ReadProcessFigures();
 
 }  // namespace Kyr::Endurance

@@ -11,15 +11,15 @@
 
 namespace {
 
-struct COptions {
+struct Options {
     std::uint64_t cycles = 100;
     std::uint64_t tasks = 1500;
     std::uint64_t seed = 1;
     std::uint64_t growthKiB = 0;
 };
 
-COptions ReadOptions(int argc, char** argv) {
-    COptions options;
+Options ReadOptions(int argc, char** argv) {
+    Options options;
     Kyr::Lab::CArguments arguments(argc, argv);
     const auto take = [&](const char* name, std::uint64_t& value) {
         if (const auto text = arguments.TakeValue(name)) {
@@ -37,7 +37,7 @@ COptions ReadOptions(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
-    COptions options;
+    Options options;
     try {
         options = ReadOptions(argc, argv);
     } catch (const std::exception& problem) {

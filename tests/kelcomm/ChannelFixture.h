@@ -28,7 +28,7 @@ class ChannelFixture : public testing::Test {
     std::unique_ptr<Kelcomm::IKelcommClient> LpcClient() const { return Client(lpc_); }
 
     static std::unique_ptr<Kelcomm::IKelcommClient> Client(
-        const boost::shared_ptr<CKelcommScript>& script) {
+        const boost::shared_ptr<KelcommScript>& script) {
         return std::make_unique<CFakeKelcommClient>(script);
     }
 
@@ -56,8 +56,8 @@ class ChannelFixture : public testing::Test {
     }
 
     std::vector<std::string> journal_;
-    const boost::shared_ptr<CKelcommScript> alpc_ = boost::make_shared<CKelcommScript>();
-    const boost::shared_ptr<CKelcommScript> lpc_ = boost::make_shared<CKelcommScript>();
+    const boost::shared_ptr<KelcommScript> alpc_ = boost::make_shared<KelcommScript>();
+    const boost::shared_ptr<KelcommScript> lpc_ = boost::make_shared<KelcommScript>();
 };
 
 }  // namespace Kyr::Test

@@ -13,9 +13,9 @@
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
 
-using Test::CKelcommScript;
 using Test::HexBytes;
 using Test::KelcommReply;
+using Test::KelcommScript;
 using Test::TextBytes;
 using Test::ThrownText;
 
@@ -100,7 +100,7 @@ NtApi::Bool KYR_NTAPI AskForWidth(NtApi::Handle /*process*/, NtApi::Bool* /*isWo
 }
 
 TEST_F(KelcommChannelTest, NonLegacyClientIsMadeFirst) {
-    Native::CNativeFunctions native = Native::FallbackNativeFunctions();
+    Native::NativeFunctions native = Native::FallbackNativeFunctions();
     native.RtlInitializeSRWLock = &InitializeLock;
     native.IsWow64Process = &AskForWidth;
     MadeClients().clear();
@@ -465,7 +465,7 @@ TEST_F(KelcommChannelTest, MissingClientsCountAsCode10InRequests) {
 }
 
 TEST_F(KelcommChannelTest, MutexIsFreeAfterEveryFailure) {
-    const std::vector<CKelcommScript::Answer> failures = {
+    const std::vector<KelcommScript::Answer> failures = {
         {1, {}},                                               // falls back, and both fail
         {0, HexBytes("00")},                                   // short
         {0, HexBytes("0D 00 00 00 00 00 00 00 00 00 00 00")},  // wrong header size

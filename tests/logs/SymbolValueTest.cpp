@@ -10,7 +10,7 @@ namespace {
 using Test::ThrownText;
 
 /// Leaves a value without any kind: it throws while the value changes to another one.
-struct CBomb {
+struct Bomb {
     operator std::string() const { throw std::runtime_error("bomb"); }
 };
 
@@ -27,7 +27,7 @@ TEST(SymbolValueTest, IndexOfEachKindIsTheHosts) {
 
 TEST(SymbolValueTest, ValueOfNoKindCannotBeConverted) {
     SymbolValue value = true;
-    EXPECT_THROW(value.emplace<BlobValue>(CBomb()), std::runtime_error);
+    EXPECT_THROW(value.emplace<BlobValue>(Bomb()), std::runtime_error);
     ASSERT_TRUE(value.valueless_by_exception());
     DataDefinition::Common::MultiDataType target;
     EXPECT_EQ(ThrownText<std::logic_error>([&] { AppendTo(target, value); }),

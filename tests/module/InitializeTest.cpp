@@ -17,14 +17,14 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::Not;
 
-struct CMandatoryResource {
+struct MandatoryResource {
     int number;
     const char* complaint;
     std::vector<int> before;  // asked for and kept before this one
     std::vector<int> after;   // not asked for any more
 };
 
-void PrintTo(const CMandatoryResource& resource, std::ostream* out) {
+void PrintTo(const MandatoryResource& resource, std::ostream* out) {
     *out << "resource " << resource.number;
 }
 
@@ -47,7 +47,7 @@ class InitializeTest : public ::testing::Test {
 };
 
 class MandatoryResourceTest : public InitializeTest,
-                              public ::testing::WithParamInterface<CMandatoryResource> {
+                              public ::testing::WithParamInterface<MandatoryResource> {
   protected:
     long Owners(int number) { return host_.GetResource(number).use_count(); }
 };
@@ -85,17 +85,17 @@ TEST_P(MandatoryResourceTest, ResourcesBehindTheMissingOneAreNotAskedFor) {
 INSTANTIATE_TEST_SUITE_P(
     Each, MandatoryResourceTest,
     ::testing::Values(
-        CMandatoryResource{
+        MandatoryResource{
             1, "Bad cast to Kyr::Common::Kernel::IBusResource", {}, {2, 3, 4, 11, 12}},
-        CMandatoryResource{2,
-                           "Bad cast to Kyr::Common::Kernel::IInstallConfigurationResource",
-                           {1},
-                           {3, 4, 11, 12}},
-        CMandatoryResource{
+        MandatoryResource{2,
+                          "Bad cast to Kyr::Common::Kernel::IInstallConfigurationResource",
+                          {1},
+                          {3, 4, 11, 12}},
+        MandatoryResource{
             3, "Bad cast to Kyr::Common::Kernel::ILoggerResource", {1, 2}, {4, 11, 12}},
-        CMandatoryResource{
+        MandatoryResource{
             4, "Bad cast to Kyr::Common::Kernel::IIdGeneratorResource", {1, 2, 3}, {11, 12}},
-        CMandatoryResource{
+        MandatoryResource{
             11, "Bad cast to Kyr::Common::Kernel::IConfigurationResource", {1, 2, 3, 4}, {12}}));
 
 TEST_F(InitializeTest, HostWithoutAnythingLacksTheBusFirst) {

@@ -19,8 +19,8 @@ OvModuleFixture::~OvModuleFixture() {
     }
 }
 
-CModuleSystem OvModuleFixture::System() {
-    CModuleSystem system;
+ModuleSystem OvModuleFixture::System() {
+    ModuleSystem system;
     system.clock = clock_;
     system.productBuild = registration_;
     system.makeChannel = [this] {

@@ -70,7 +70,7 @@ class OvModuleFixture : public testing::Test {
     OvModuleFixture();
     ~OvModuleFixture() override;
 
-    CModuleSystem System();
+    ModuleSystem System();
     void Initialize() { module_->Initialize(host_); }
     void InitializeAndConnect();
     /// Starts the module and waits until it has connected and looked at the product once.
@@ -94,10 +94,10 @@ class OvModuleFixture : public testing::Test {
         boost::make_shared<Kyr::Test::CManualClock>();
     const boost::shared_ptr<CFakeBuildReader> registration_ =
         boost::make_shared<CFakeBuildReader>();
-    const boost::shared_ptr<Kyr::Test::CKelcommScript> alpc_ =
-        boost::make_shared<Kyr::Test::CKelcommScript>();
-    const boost::shared_ptr<Kyr::Test::CKelcommScript> lpc_ =
-        boost::make_shared<Kyr::Test::CKelcommScript>();
+    const boost::shared_ptr<Kyr::Test::KelcommScript> alpc_ =
+        boost::make_shared<Kyr::Test::KelcommScript>();
+    const boost::shared_ptr<Kyr::Test::KelcommScript> lpc_ =
+        boost::make_shared<Kyr::Test::KelcommScript>();
     boost::shared_ptr<CObservedChannel> channel_;  // the module's
     Kyr::Test::CFakeHost host_;
     std::unique_ptr<CTestedModule> module_;

@@ -61,7 +61,7 @@ TEST_F(OvModuleTest, UnreadableBuildLeavesInitializeAsItIs) {
 }
 
 TEST_F(OvModuleTest, ChannelThatCannotBeMadeLeavesInitializeBeforeTheHostIsAsked) {
-    CModuleSystem system = System();
+    ModuleSystem system = System();
     system.makeChannel = []() -> boost::shared_ptr<COvAgentChannel> {
         throw std::runtime_error("no channel");
     };

@@ -105,13 +105,13 @@ TEST_F(PeriodicWatchTest, OtherBroadcastValuesAreNotLookedAt) {
     EXPECT_THAT(journal_.byIteration, IsEmpty());
 }
 
-struct CBroadcastAndKind {
+struct BroadcastAndKind {
     std::int32_t broadcast;
     int kind;
 };
 
 class WatchedBroadcastTest : public PeriodicWatchTest,
-                             public testing::WithParamInterface<CBroadcastAndKind> {
+                             public testing::WithParamInterface<BroadcastAndKind> {
   protected:
     void ChangeBroadcast() { SetBroadcast(GetParam().broadcast, 1); }
     void ExpectPublished(unsigned iteration) {
@@ -142,7 +142,7 @@ TEST_P(WatchedBroadcastTest, FiveSecondsCountFromTheTimeBeforeTheValuesAreRead) 
 }
 
 INSTANTIATE_TEST_SUITE_P(Broadcasts, WatchedBroadcastTest,
-                         testing::Values(CBroadcastAndKind{2, 0}, CBroadcastAndKind{8, 2}),
+                         testing::Values(BroadcastAndKind{2, 0}, BroadcastAndKind{8, 2}),
                          [](const auto& row) {
                              return "Broadcast" + std::to_string(row.param.broadcast);
                          });

@@ -85,10 +85,10 @@ class WatchFixture : public testing::Test {
     /// Reading that key fails with "store failed".
     void FailKey(const std::string& key);
 
-    const boost::shared_ptr<Kyr::Test::CKelcommScript> alpc_ =
-        boost::make_shared<Kyr::Test::CKelcommScript>();
-    const boost::shared_ptr<Kyr::Test::CKelcommScript> lpc_ =
-        boost::make_shared<Kyr::Test::CKelcommScript>();
+    const boost::shared_ptr<Kyr::Test::KelcommScript> alpc_ =
+        boost::make_shared<Kyr::Test::KelcommScript>();
+    const boost::shared_ptr<Kyr::Test::KelcommScript> lpc_ =
+        boost::make_shared<Kyr::Test::KelcommScript>();
     const boost::shared_ptr<CIterationClock> clock_ = boost::make_shared<CIterationClock>();
     COvAgentChannel channel_{std::make_unique<Kyr::Test::CFakeKelcommClient>(alpc_),
                              std::make_unique<Kyr::Test::CFakeKelcommClient>(lpc_), clock_};

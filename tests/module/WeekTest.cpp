@@ -81,8 +81,8 @@ class WeekTest : public OvModuleFixture {
         }
     }
 
-    CModuleSystem WeekSystem() {
-        CModuleSystem system = System();
+    ModuleSystem WeekSystem() {
+        ModuleSystem system = System();
         system.clock = week_;
         system.makeChannel = [this] {
             return boost::make_shared<COvAgentChannel>(

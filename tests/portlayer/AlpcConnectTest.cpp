@@ -1,7 +1,7 @@
 // Advanced ports: connecting, refusing, disconnecting, the death of either end, and attributes.
 #include <future>
 
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/ChildProcess.h"
 
 namespace Kyr::Test {
@@ -10,7 +10,7 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcConnectTest : public CAlpcTest {
+class AlpcConnectTest : public AlpcPortFixture {
   protected:
     void Receive(Handle port, Bytes& message) {
         message.assign(kAlpcMaxMessage, 0);
@@ -25,7 +25,7 @@ class AlpcConnectTest : public CAlpcTest {
     }
     /// Serves in silence; `asked` is set when a request has come.
     void ServeSilence(std::promise<void>& asked) {
-        Serve([&](CAlpcCall& call) {
+        Serve([&](ReceivedCall& call) {
             if (Kind(call.message.data()) == kLpcRequest) {
                 asked.set_value();
             }
@@ -91,7 +91,7 @@ TEST_P(AlpcConnectTest, ConnectTimesOutWhenNobodyAccepts) {
 }
 
 TEST_P(AlpcConnectTest, LegacyClientIsNotServedByAnAdvancedPort) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     Handle port = nullptr;
     EXPECT_EQ(
         Ports().NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
@@ -100,7 +100,7 @@ TEST_P(AlpcConnectTest, LegacyClientIsNotServedByAnAdvancedPort) {
 
 TEST_P(AlpcConnectTest, ServerHearsOfAClientThatCloses) {
     std::promise<Handle> closed;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcPortClosed) {
             closed.set_value(call.client);
         }
@@ -165,12 +165,12 @@ TEST_P(AlpcConnectTest, ClientThatDiesInMidRequestLeavesNothing) {
     std::promise<void> asked;
     std::promise<NtStatus> replied;
     Bytes request;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             request = call.message;
             asked.set_value();
         } else if (Kind(call.message.data()) == kLpcPortClosed) {
-            CAlpcCall open{call.ports, call.port, call.client, request, call.attributes};
+            ReceivedCall open{call.ports, call.port, call.client, request, call.attributes};
             replied.set_value(open.Reply({}));
         }
     });

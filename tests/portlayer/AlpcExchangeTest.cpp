@@ -2,7 +2,7 @@
 #include <atomic>
 #include <future>
 
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/ChildProcess.h"
 
 namespace Kyr::Test {
@@ -11,11 +11,11 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcExchangeTest : public CAlpcTest {
+class AlpcExchangeTest : public AlpcPortFixture {
   protected:
     void ServeEcho(int threads = 1) {
         Serve(
-            [](CAlpcCall& call) {
+            [](ReceivedCall& call) {
                 if (Kind(call.message.data()) == kLpcRequest) {
                     EXPECT_EQ(call.Reply(call.Data()), kStatusSuccess);
                 }
@@ -26,7 +26,7 @@ class AlpcExchangeTest : public CAlpcTest {
 INSTANTIATE_TEST_SUITE_P(Backends, AlpcExchangeTest, Backends(), BackendName);
 
 TEST_P(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
-    Serve([](CAlpcCall& call) {
+    Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             EXPECT_EQ(call.Data(), ToBytes("question"));
             EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
@@ -91,7 +91,7 @@ TEST_P(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
 
 TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) != kLpcRequest) {
             return;
         }
@@ -115,7 +115,7 @@ TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
 
 TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     std::promise<Bytes> received;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcDatagram) {
             EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 3);
             received.set_value(call.Data());
@@ -129,7 +129,7 @@ TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
 
 TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
     std::promise<void> checked;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
             EXPECT_EQ(call.Reply(ToBytes("second")), kStatusInvalidMessage);
@@ -143,7 +143,7 @@ TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
 }
 
 TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
-    Serve([](CAlpcCall& call) {
+    Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
         }
@@ -201,7 +201,7 @@ TEST_P(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
 TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     std::promise<void> timedOut;
     auto waitForTimeOut = timedOut.get_future().share();
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) != kLpcRequest) {
             return;
         }
@@ -252,7 +252,7 @@ TEST_P(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
 }
 
 TEST_P(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
-    Serve([](CAlpcCall& call) {
+    Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest && call.Data() != ToBytes("forget me")) {
             call.Reply(call.Data());
         }

@@ -1,7 +1,7 @@
 // Advanced ports: sections, views in requests, replies and one-way messages, and their release.
 #include <future>
 
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -9,10 +9,10 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcViewTest : public CAlpcTest {
+class AlpcViewTest : public AlpcPortFixture {
   protected:
     void ServeView(const Bytes& bytes) {
-        Serve([bytes](CAlpcCall& call) {
+        Serve([bytes](ReceivedCall& call) {
             if (Kind(call.message.data()) == kLpcRequest) {
                 EXPECT_EQ(call.ReplyWithView(ToBytes("see view"), bytes), kStatusSuccess);
             }
@@ -20,7 +20,7 @@ class AlpcViewTest : public CAlpcTest {
     }
     /// Serves by answering with the bytes of the request's view, which it then deletes.
     void ServeViewEcho() {
-        Serve([](CAlpcCall& call) {
+        Serve([](ReceivedCall& call) {
             if (Kind(call.message.data()) != kLpcRequest) {
                 return;
             }
@@ -150,7 +150,7 @@ TEST_P(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
 TEST_P(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
     std::promise<void> released;
     auto release = released.get_future().share();
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest && call.attributes.HasView()) {
             release.wait();
             EXPECT_EQ(
@@ -178,7 +178,7 @@ TEST_P(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
 }
 
 TEST_P(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
-    Serve([](CAlpcCall& call) {
+    Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             EXPECT_EQ(
                 call.ports.NtAlpcDeleteSectionView(call.client, 0, call.attributes.View().ViewBase),
@@ -204,7 +204,7 @@ TEST_P(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
 }
 
 TEST_P(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     Handle section = nullptr;
     EXPECT_EQ(Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr,
@@ -215,7 +215,7 @@ TEST_P(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
 
 TEST_P(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
     std::promise<Bytes> received;
-    Serve([&](CAlpcCall& call) {
+    Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) != kLpcDatagram) {
             return;
         }
@@ -240,7 +240,7 @@ TEST_P(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
 }
 
 TEST_P(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
-    Serve([](CAlpcCall& call) {
+    Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             if (call.Data() == ToBytes("slow")) {
                 std::this_thread::sleep_for(std::chrono::milliseconds(1));
@@ -264,7 +264,7 @@ TEST_P(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
 }
 
 TEST_P(AlpcViewTest, SectionsAreCheckedWhenMade) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     Handle section = nullptr;
     EXPECT_EQ(CreateSection(port, 0, section), kStatusInvalidParameter);
@@ -281,7 +281,7 @@ TEST_P(AlpcViewTest, SectionsAreCheckedWhenMade) {
 }
 
 TEST_P(AlpcViewTest, ViewsAreCheckedWhenMadeAndSent) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     AlpcDataViewAttr view = MakeView(port, Pattern(100));
     AlpcDataViewAttr bad = {0, view.SectionHandle, nullptr, 5000};
@@ -299,7 +299,7 @@ TEST_P(AlpcViewTest, ViewsAreCheckedWhenMadeAndSent) {
 }
 
 TEST_P(AlpcViewTest, DeletedSectionLivesUntilItsViewEnds) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     const AlpcDataViewAttr view = MakeView(port, Pattern(100));
     EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);

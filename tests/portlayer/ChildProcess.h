@@ -36,8 +36,8 @@ class CChildProcess {
     [[noreturn]] void Exit(int code);
 
   private:
-    struct CSystem;  // what the operating system needs
-    std::unique_ptr<CSystem> system_;
+    struct System;  // what the operating system needs
+    std::unique_ptr<System> system_;
 };
 
 /// The id of the calling process.

@@ -8,14 +8,14 @@
 
 namespace Kyr::Test {
 
-struct CChildProcess::CSystem {
+struct CChildProcess::System {
     int id = -1;
     int toParent[2] = {-1, -1};
     int toChild[2] = {-1, -1};
 };
 
 CChildProcess::CChildProcess(const std::function<void(CChildProcess&)>& body)
-    : system_(std::make_unique<CSystem>()) {
+    : system_(std::make_unique<System>()) {
     EXPECT_EQ(::pipe(system_->toParent), 0);
     EXPECT_EQ(::pipe(system_->toChild), 0);
     system_->id = ::fork();

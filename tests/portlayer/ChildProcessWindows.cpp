@@ -36,14 +36,14 @@ std::wstring ThisTest() {
 
 }  // namespace
 
-struct CChildProcess::CSystem {
+struct CChildProcess::System {
     HANDLE process = nullptr;  // in the parent
     HANDLE ready = nullptr;
     HANDLE go = nullptr;
 };
 
 CChildProcess::CChildProcess(const std::function<void(CChildProcess&)>& body)
-    : system_(std::make_unique<CSystem>()) {
+    : system_(std::make_unique<System>()) {
     const std::wstring parent =
         IsStartedAgain() ? ParentId() : std::to_wstring(::GetCurrentProcessId());
     system_->ready = Signal(parent, L"-ready");

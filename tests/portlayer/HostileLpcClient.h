@@ -3,14 +3,14 @@
 #pragma once
 
 #include "ntapi/PortMessage.h"
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 
 namespace Kyr::Test {
 
-class CHostileLpcClientTest : public CLpcTest {
+class HostileLpcClientFixture : public LpcPortFixture {
   protected:
     void SetUp() override {
-        CLpcTest::SetUp();
+        LpcPortFixture::SetUp();
         Serve([](CLpcCall& call) {
             if (Kind(call.message.data()) == NtApi::kLpcRequest) {
                 call.Reply(call.Data());
@@ -21,7 +21,7 @@ class CHostileLpcClientTest : public CLpcTest {
         const Handle port = Connect();
         EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
         Ports().CloseHandle(port);
-        CLpcTest::TearDown();
+        LpcPortFixture::TearDown();
     }
 
     /// A message without data.

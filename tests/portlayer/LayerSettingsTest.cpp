@@ -1,6 +1,6 @@
 // What the client of a vanished server sees, as the layer's settings say.
 #include "portlayer/LayerSettings.h"
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -8,11 +8,11 @@ namespace {
 
 using namespace NtApi;
 
-class LayerSettingsTest : public CAlpcTest {
+class LayerSettingsTest : public AlpcPortFixture {
   protected:
     void TearDown() override {
         PortLayer::SetAlpcServerGoneStatus(kStatusPortDisconnected);
-        CAlpcTest::TearDown();
+        AlpcPortFixture::TearDown();
     }
     /// The status of a request whose server goes away while it waits.
     NtStatus AskAVanishingServer(Handle port) {
@@ -21,7 +21,7 @@ class LayerSettingsTest : public CAlpcTest {
     }
     /// A server that drops every client that asks.
     void ServeNobody() {
-        Serve([](CAlpcCall& call) {
+        Serve([](ReceivedCall& call) {
             if (Kind(call.message.data()) == kLpcRequest) {
                 call.ports.NtAlpcDisconnectPort(call.client, 0);
             }

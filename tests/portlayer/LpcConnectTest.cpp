@@ -3,7 +3,7 @@
 #include <future>
 
 #include "tests/portlayer/ChildProcess.h"
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace NtApi;
 
-class LpcConnectTest : public CLpcTest {
+class LpcConnectTest : public LpcPortFixture {
   protected:
     void Receive(Handle port, Bytes& message) {
         message.assign(LpcLayout::kMaxMessage, 0);

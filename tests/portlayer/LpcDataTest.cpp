@@ -1,7 +1,7 @@
 // Legacy ports: the data-information block, and what the server reads and writes through it.
 #include <future>
 
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -9,7 +9,7 @@ namespace {
 
 using namespace NtApi;
 
-class LpcDataTest : public CLpcTest {
+class LpcDataTest : public LpcPortFixture {
   protected:
     /// Serves requests with `use`, then answers them.
     void ServeRequests(const std::function<void(CLpcCall&)>& use) {
@@ -21,14 +21,14 @@ class LpcDataTest : public CLpcTest {
         });
     }
     /// One request with these entries.
-    void Offer(const std::vector<CEntry>& entries) {
+    void Offer(const std::vector<BlockEntry>& entries) {
         const Handle port = Connect();
         Bytes reply;
         EXPECT_EQ(Exchange(port, LpcMessageWithEntries(entries), reply), kStatusSuccess);
         EXPECT_EQ(LpcData(reply.data()), ToBytes("done"));
         Ports().CloseHandle(port);
     }
-    static CEntry Entry(Bytes& bytes) {
+    static BlockEntry Entry(Bytes& bytes) {
         return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
     }
     static Bytes ReadAll(CLpcCall& call, std::uint32_t entry, std::size_t size) {
@@ -105,7 +105,7 @@ TEST_P(LpcDataTest, WritesToOneEntryOverlay) {
 
 TEST_P(LpcDataTest, EveryEntryCanBeWritten) {
     std::vector<Bytes> memory(5, Bytes(20000));
-    std::vector<CEntry> entries;
+    std::vector<BlockEntry> entries;
     for (Bytes& bytes : memory) {
         entries.push_back(Entry(bytes));
     }
@@ -211,12 +211,12 @@ TEST_P(LpcDataTest, EmptyEntriesAreHarmless) {
     Offer({{nullptr, 0}, Entry(memory)});
 }
 
-struct CBadBlock {
+struct BadBlock {
     std::uint16_t offset;
     std::uint32_t count;
 };
 
-class LpcBadBlockTest : public CLpcTest {};
+class LpcBadBlockTest : public LpcPortFixture {};
 INSTANTIATE_TEST_SUITE_P(Backends, LpcBadBlockTest, Backends(), BackendName);
 
 TEST_P(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
@@ -224,10 +224,10 @@ TEST_P(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
     const Handle port = Connect();
     const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
     const auto after = [header](int bytes) { return static_cast<std::uint16_t>(header + bytes); };
-    const CBadBlock blocks[] = {{1, 0},        {after(-1), 0},       {header, 2},
-                                {after(1), 1}, {header, 0xFFFFFFFF}, {header, 0x10000001},
-                                {0xFFFF, 0},   {after(100), 0}};
-    for (const CBadBlock& block : blocks) {
+    const BadBlock blocks[] = {{1, 0},        {after(-1), 0},       {header, 2},
+                               {after(1), 1}, {header, 0xFFFFFFFF}, {header, 0x10000001},
+                               {0xFFFF, 0},   {after(100), 0}};
+    for (const BadBlock& block : blocks) {
         std::uint8_t byte = 0;
         Bytes request = LpcMessageWithEntries({{&byte, 1}});
         Put(request.data(), 6, block.offset);

@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "tests/portlayer/ChildProcess.h"
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -11,7 +11,7 @@ namespace {
 
 using namespace NtApi;
 
-class LpcExchangeTest : public CLpcTest {
+class LpcExchangeTest : public LpcPortFixture {
   protected:
     /// Answers requests with what they brought, and ignores everything else.
     void ServeEcho() {

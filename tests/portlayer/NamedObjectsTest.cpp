@@ -3,7 +3,7 @@
 #include <thread>
 
 #include "tests/portlayer/ChildProcess.h"
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
 
@@ -17,7 +17,7 @@ constexpr std::uint32_t kSynchronize = 0x100001;
 constexpr std::uint32_t kMapRead = 4;
 constexpr std::uint32_t kMapWrite = 2;
 
-class NamedObjectsTest : public CPortTest {
+class NamedObjectsTest : public PortFixture {
   protected:
     Handle CreateMutex(bool owned = false) { return Ports().CreateMutexW(nullptr, owned, kMutex); }
     Handle OpenMutex() { return Ports().OpenMutexW(kSynchronize, 0, kMutex); }

@@ -4,8 +4,8 @@
 
 namespace Kyr::Test {
 
-const CPortBackend& LayerBackend() {
-    static const CPortBackend backend = {
+const PortBackend& LayerBackend() {
+    static const PortBackend backend = {
         "Layer",
         [] { return PortLayer::ReadLiveCounters().Text(); },
         PortLayer::NtConnectPort,

@@ -10,7 +10,7 @@
 
 namespace Kyr::Test {
 
-struct CPortBackend {
+struct PortBackend {
     const char* name;
     /// Leaves nothing behind: called before and after each test. Empty text when all is clean.
     std::string (*liveObjects)();
@@ -66,6 +66,6 @@ struct CPortBackend {
 };
 
 /// This project's layer.
-const CPortBackend& LayerBackend();
+const PortBackend& LayerBackend();
 
 }  // namespace Kyr::Test

@@ -2,7 +2,7 @@
 #include <atomic>
 #include <thread>
 
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
 
@@ -12,7 +12,7 @@ constexpr std::uint32_t kTimeout = 0x102;
 constexpr std::uint32_t kFailed = 0xFFFFFFFF;
 constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 
-class WaitsTest : public CPortTest {
+class WaitsTest : public PortFixture {
   protected:
     Handle Event(bool manual, bool signalled) {
         const Handle event = Ports().CreateEventW(nullptr, manual, signalled, nullptr);
@@ -90,21 +90,21 @@ TEST_P(WaitsTest, SettingAnEventWakesAWaitingThread) {
 }
 
 TEST_P(WaitsTest, ThreadHandleIsSignalledWhenTheRoutineReturns) {
-    struct CWork {
-        const CPortBackend* ports;
+    struct Work {
+        const PortBackend* ports;
         Handle go;
         std::atomic<int> done{0};
 
         // A lambda would not have the routine's calling convention.
         static std::uint32_t KYR_NTAPI Run(void* parameter) {
-            auto& mine = *static_cast<CWork*>(parameter);
+            auto& mine = *static_cast<Work*>(parameter);
             mine.ports->WaitForSingleObject(mine.go, kInfinite);
             mine.done = 1;
             return 0;
         }
     } work{GetParam(), Event(true, false)};
     std::uint32_t threadId = 0;
-    const Handle thread = Ports().CreateThread(nullptr, 0, &CWork::Run, &work, 0, &threadId);
+    const Handle thread = Ports().CreateThread(nullptr, 0, &Work::Run, &work, 0, &threadId);
     ASSERT_NE(thread, nullptr);
     EXPECT_NE(threadId, 0u);
     EXPECT_EQ(Ports().WaitForSingleObject(thread, 1), kTimeout);

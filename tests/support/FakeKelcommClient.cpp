@@ -15,12 +15,12 @@ void AppendWord(std::vector<unsigned char>& bytes, std::uint32_t value) {
     }
 }
 
-CKelcommScript::Answer NextAnswer(std::deque<CKelcommScript::Answer>& queue,
-                                  const CKelcommScript::Answer& standing) {
+KelcommScript::Answer NextAnswer(std::deque<KelcommScript::Answer>& queue,
+                                 const KelcommScript::Answer& standing) {
     if (queue.empty()) {
         return standing;
     }
-    CKelcommScript::Answer answer = std::move(queue.front());
+    KelcommScript::Answer answer = std::move(queue.front());
     queue.pop_front();
     return answer;
 }
@@ -28,7 +28,7 @@ CKelcommScript::Answer NextAnswer(std::deque<CKelcommScript::Answer>& queue,
 /// Marks a script as in use, and notices when it already was.
 class CUse {
   public:
-    explicit CUse(CKelcommScript& script) : script_(script) {
+    explicit CUse(KelcommScript& script) : script_(script) {
         if (script_.inUse.exchange(true)) {
             script_.overlapped = true;
         }
@@ -41,7 +41,7 @@ class CUse {
     CUse& operator=(const CUse&) = delete;
 
   private:
-    CKelcommScript& script_;
+    KelcommScript& script_;
 };
 
 }  // namespace
@@ -56,7 +56,7 @@ std::vector<unsigned char> KelcommReply(std::uint32_t status, std::uint32_t valu
     return reply;
 }
 
-CFakeKelcommClient::CFakeKelcommClient(boost::shared_ptr<CKelcommScript> script)
+CFakeKelcommClient::CFakeKelcommClient(boost::shared_ptr<KelcommScript> script)
     : script_(std::move(script)) {}
 
 CFakeKelcommClient::~CFakeKelcommClient() {
@@ -97,7 +97,7 @@ std::uint32_t CFakeKelcommClient::Request(std::uint32_t flags, std::uint32_t com
                     replyLength != nullptr,
                     timeout,
                     request});
-    const CKelcommScript::Answer answer =
+    const KelcommScript::Answer answer =
         isPing ? NextAnswer(script_->pings, script_->standingPing)
                : NextAnswer(script_->requests, script_->standingRequest);
     if (answer.code != Kelcomm::kKelcommSuccess) {

@@ -28,7 +28,7 @@ namespace Kelcomm = Connectors::Common::Kelcomm;
 std::vector<unsigned char> KelcommReply(std::uint32_t status, std::uint32_t value,
                                         const std::vector<unsigned char>& body = {});
 
-struct CKelcommScript {
+struct KelcommScript {
     struct Answer {
         std::uint32_t code;
         std::vector<unsigned char> reply;
@@ -67,7 +67,7 @@ struct CKelcommScript {
 
 class CFakeKelcommClient final : public Kelcomm::IKelcommClient {
   public:
-    explicit CFakeKelcommClient(boost::shared_ptr<CKelcommScript> script);
+    explicit CFakeKelcommClient(boost::shared_ptr<KelcommScript> script);
     ~CFakeKelcommClient() override;
 
     std::uint32_t Initialize(std::uint32_t clientId, std::uint32_t serverId,
@@ -87,7 +87,7 @@ class CFakeKelcommClient final : public Kelcomm::IKelcommClient {
   private:
     void Note(const std::string& event);
 
-    const boost::shared_ptr<CKelcommScript> script_;
+    const boost::shared_ptr<KelcommScript> script_;
 };
 
 }  // namespace Kyr::Test

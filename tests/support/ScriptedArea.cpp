@@ -57,7 +57,7 @@ struct CScriptedArea::Functions {
 };
 
 CScriptedArea::CScriptedArea(CScriptedCalls& calls, CScriptedObjects& objects,
-                             Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+                             Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls), objects_(objects) {
     current = this;
     functions.OpenMutexW = &Functions::OpenMutexW;

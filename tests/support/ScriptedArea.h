@@ -21,7 +21,7 @@ class CScriptedArea {
   public:
     /// `calls` and `objects` must outlive the area.
     CScriptedArea(CScriptedCalls& calls, CScriptedObjects& objects,
-                  Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+                  Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
     ~CScriptedArea();
     CScriptedArea(const CScriptedArea&) = delete;
     CScriptedArea& operator=(const CScriptedArea&) = delete;

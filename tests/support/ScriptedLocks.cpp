@@ -64,7 +64,7 @@ struct CScriptedLocks::Functions {
 };
 
 CScriptedLocks::CScriptedLocks(CScriptedCalls& calls,
-                               Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+                               Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls) {
     current = this;
     functions.RtlInitializeSRWLock = &Functions::RtlInitializeSRWLock;

@@ -17,7 +17,7 @@ class CScriptedLocks {
   public:
     /// `calls` must outlive the locks.
     CScriptedLocks(CScriptedCalls& calls,
-                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+                   Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
     ~CScriptedLocks();
     CScriptedLocks(const CScriptedLocks&) = delete;
     CScriptedLocks& operator=(const CScriptedLocks&) = delete;

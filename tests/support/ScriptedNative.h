@@ -29,7 +29,7 @@
 
 namespace Kyr::Test {
 
-using CNativeFunctions = Connectors::Common::Kelcomm::Native::CNativeFunctions;
+using NativeFunctions = Connectors::Common::Kelcomm::Native::NativeFunctions;
 
 class CScriptedNative {
   public:
@@ -40,7 +40,7 @@ class CScriptedNative {
     CScriptedNative(const CScriptedNative&) = delete;
     CScriptedNative& operator=(const CScriptedNative&) = delete;
 
-    const CNativeFunctions& GetFunctions() const { return functions_; }
+    const NativeFunctions& GetFunctions() const { return functions_; }
     /// Takes a function out of the table, as on a system that lacks it.
     void Remove(const std::string& function);
     /// Lets the next `times` calls of a function fail, after `after` calls that still work.
@@ -67,7 +67,7 @@ class CScriptedNative {
     std::vector<std::string> Misuses() const { return calls_.Misuses(); }
 
   private:
-    CNativeFunctions functions_;
+    NativeFunctions functions_;
     CScriptedCalls calls_;
     CScriptedObjects objects_{calls_};
     CScriptedLocks locks_{calls_, functions_};

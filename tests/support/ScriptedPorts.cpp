@@ -279,7 +279,7 @@ struct CScriptedPorts::Advanced {
 };
 
 CScriptedPorts::CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
-                               Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+                               Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : viewAttributeSize(sizeof(NtApi::AlpcMessageAttributes) + sizeof(NtApi::AlpcDataViewAttr)),
       calls_(calls),
       objects_(objects) {

@@ -27,7 +27,7 @@ class CScriptedPorts {
   public:
     /// `calls` and `objects` must outlive the ports.
     CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
-                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+                   Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
     ~CScriptedPorts();
     CScriptedPorts(const CScriptedPorts&) = delete;
     CScriptedPorts& operator=(const CScriptedPorts&) = delete;

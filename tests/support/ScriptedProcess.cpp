@@ -93,7 +93,7 @@ struct CScriptedProcess::Functions {
 };
 
 CScriptedProcess::CScriptedProcess(CScriptedCalls& calls, CScriptedObjects& objects,
-                                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+                                   Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls), objects_(objects) {
     current = this;
     functions.GetCurrentProcess = &Functions::GetCurrentProcess;

@@ -17,7 +17,7 @@ class CScriptedProcess {
   public:
     /// `calls` and `objects` must outlive the process.
     CScriptedProcess(CScriptedCalls& calls, CScriptedObjects& objects,
-                     Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+                     Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
     ~CScriptedProcess();
     CScriptedProcess(const CScriptedProcess&) = delete;
     CScriptedProcess& operator=(const CScriptedProcess&) = delete;

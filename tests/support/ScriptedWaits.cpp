@@ -130,7 +130,7 @@ struct CScriptedWaits::Functions {
 
 CScriptedWaits::CScriptedWaits(CScriptedCalls& calls, CScriptedObjects& objects,
                                CScriptedThreads& threads, CScriptedArea& area,
-                               Connectors::Common::Kelcomm::Native::CNativeFunctions& functions)
+                               Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls), objects_(objects), threads_(threads), area_(area) {
     current = this;
     functions.CloseHandle = &Functions::CloseHandle;

@@ -24,7 +24,7 @@ class CScriptedWaits {
     /// WaitForSingleObject, and one of `objects` to CloseHandle.
     CScriptedWaits(CScriptedCalls& calls, CScriptedObjects& objects, CScriptedThreads& threads,
                    CScriptedArea& area,
-                   Connectors::Common::Kelcomm::Native::CNativeFunctions& functions);
+                   Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
     ~CScriptedWaits();
     CScriptedWaits(const CScriptedWaits&) = delete;
     CScriptedWaits& operator=(const CScriptedWaits&) = delete;

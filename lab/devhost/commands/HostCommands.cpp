@@ -46,7 +46,7 @@ void GetValue(CDatabase& database, CCommandArguments& arguments, const LineSink&
     answer(Answer("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
 }
 
-void Dump(const CCommandTargets& targets, const LineSink& answer) {
+void Dump(const CommandTargets& targets, const LineSink& answer) {
     const std::vector<std::string> dumps = targets.bus.DumpSubscribers();
     for (std::size_t index = 0; index < dumps.size(); ++index) {
         answer(Answer("dump")
@@ -61,7 +61,7 @@ void Dump(const CCommandTargets& targets, const LineSink& answer) {
 
 }  // namespace
 
-std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets) {
+std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets) {
     using Arguments = CCommandArguments;
     return {
         {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",

@@ -6,20 +6,20 @@
 #include <functional>
 #include <vector>
 
-#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/commands/HostConsole.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/Bus.h"
 
 namespace Kyr::Lab::DevHost {
 
 /// What the commands work on; all of it must outlive them.
-struct CCommandTargets {
+struct CommandTargets {
     CBus& bus;
     CDatabase& database;
     std::function<void(bool force)> stop;  // stops the module
     std::function<void(bool force)> quit;  // and ends the program
 };
 
-std::vector<CCommand> MakeHostCommands(const CCommandTargets& targets);
+std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets);
 
 }  // namespace Kyr::Lab::DevHost

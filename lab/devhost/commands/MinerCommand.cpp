@@ -19,8 +19,7 @@ std::vector<std::string> StoredActions(CDatabase& database) {
 }
 
 /// `sent` is how many records there were to come, as far as the person knows it.
-CLine TallyLine(const char* kind, const CMinerTally& tally,
-                const std::optional<std::string>& sent) {
+CLine TallyLine(const char* kind, const MinerTally& tally, const std::optional<std::string>& sent) {
     CLine line = CLine("tally").With("kind", kind);
     if (sent) {
         line.With("sent", ParseNumber(*sent));
@@ -36,7 +35,7 @@ CLine TallyLine(const char* kind, const CMinerTally& tally,
 
 }  // namespace
 
-CCommand MakeMinerCommand(CDatabase& database) {
+HostCommand MakeMinerCommand(CDatabase& database) {
     return {"miner", "[indicator=<sent>] [telemetry=<sent>] [action=<sent>]",
             "Counts the records that have come: stored, of them twice, of those sent lost.",
             [&database](CCommandArguments& arguments, const LineSink& answer) {

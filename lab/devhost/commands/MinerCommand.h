@@ -4,12 +4,12 @@
 // std::runtime_error when the database fails.
 #pragma once
 
-#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/commands/HostConsole.h"
 #include "lab/devhost/database/Database.h"
 
 namespace Kyr::Lab::DevHost {
 
 /// The database must outlive the command.
-CCommand MakeMinerCommand(CDatabase& database);
+HostCommand MakeMinerCommand(CDatabase& database);
 
 }  // namespace Kyr::Lab::DevHost

@@ -15,7 +15,7 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-enum class Broken { Nothing, Blob, Stream, Policy };
+enum class Broken { kNothing, kBlob, kStream, kPolicy };
 
 /// Protobuf and zlib alike stop at these bytes.
 constexpr char kNonsense[] = "\xFF\xFF\xFF";
@@ -23,16 +23,16 @@ constexpr char kNonsense[] = "\xFF\xFF\xFF";
 Broken TakeBroken(CCommandArguments& arguments) {
     const std::string what = arguments.TakeValue("broken").value_or("");
     if (what.empty()) {
-        return Broken::Nothing;
+        return Broken::kNothing;
     }
     if (what == "blob") {
-        return Broken::Blob;
+        return Broken::kBlob;
     }
     if (what == "stream") {
-        return Broken::Stream;
+        return Broken::kStream;
     }
     if (what == "policy") {
-        return Broken::Policy;
+        return Broken::kPolicy;
     }
     throw std::invalid_argument("broken is blob, stream or policy");
 }
@@ -84,8 +84,8 @@ std::string Compress(const std::string& plain) {
 std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stated, Broken broken) {
     Common::DataDefinition::Common::CompressedBlob blob;
     blob.set_uncompressed_length(stated.value_or(plain.size()));
-    blob.set_compressed_data(broken == Broken::Stream ? kNonsense : Compress(plain));
-    return broken == Broken::Blob ? kNonsense : blob.SerializeAsString();
+    blob.set_compressed_data(broken == Broken::kStream ? kNonsense : Compress(plain));
+    return broken == Broken::kBlob ? kNonsense : blob.SerializeAsString();
 }
 
 }  // namespace
@@ -100,7 +100,7 @@ boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
     const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
     auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
     message->SetPolicyBlob(
-        MakeBlob(broken == Broken::Policy ? kNonsense : MakePolicy(text), stated, broken));
+        MakeBlob(broken == Broken::kPolicy ? kNonsense : MakePolicy(text), stated, broken));
     message->SetReadOnly();
     return message;
 }

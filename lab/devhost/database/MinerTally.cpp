@@ -40,8 +40,8 @@ std::string TextOfAction(const std::string& action) {
     return {};
 }
 
-CMinerTally Count(const std::vector<std::string>& records) {
-    CMinerTally tally;
+MinerTally Count(const std::vector<std::string>& records) {
+    MinerTally tally;
     std::set<std::uint64_t> seen;
     for (const std::string& record : records) {
         ++tally.stored;

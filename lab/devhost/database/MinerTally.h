@@ -18,7 +18,7 @@ std::optional<std::uint64_t> SequenceOf(const std::string& record);
 /// The text inside an action, which is itself a record; empty when there is none.
 std::string TextOfAction(const std::string& action);
 
-struct CMinerTally {
+struct MinerTally {
     std::uint64_t stored = 0;  // all that came
     std::uint64_t twice = 0;   // of them, those that had come before
     std::uint64_t unnumbered = 0;
@@ -29,6 +29,6 @@ struct CMinerTally {
     std::uint64_t Distinct() const { return stored - twice - unnumbered; }
 };
 
-CMinerTally Count(const std::vector<std::string>& records);
+MinerTally Count(const std::vector<std::string>& records);
 
 }  // namespace Kyr::Lab::DevHost

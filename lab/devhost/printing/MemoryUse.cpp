@@ -3,7 +3,7 @@
 namespace Kyr::Lab::DevHost {
 
 CLine MemoryLine(const char* when) {
-    const CMemoryUse use = ReadMemoryUse();
+    const MemoryUse use = ReadMemoryUse();
     return CLine("memory")
         .With("when", when)
         .With("private", use.privateBytes / 1024)

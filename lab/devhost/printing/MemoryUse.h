@@ -9,12 +9,12 @@
 
 namespace Kyr::Lab::DevHost {
 
-struct CMemoryUse {
+struct MemoryUse {
     std::uint64_t privateBytes;   // that no other process can share: what the process costs
     std::uint64_t residentBytes;  // in memory at this moment, shared pages included
 };
 
-CMemoryUse ReadMemoryUse();
+MemoryUse ReadMemoryUse();
 
 /// The event `memory`, in KiB; `when` says at what moment.
 CLine MemoryLine(const char* when);

@@ -6,9 +6,9 @@
 
 namespace Kyr::Lab::DevHost {
 
-CMemoryUse ReadMemoryUse() {
+MemoryUse ReadMemoryUse() {
     std::ifstream file("/proc/self/smaps_rollup");
-    CMemoryUse use{0, 0};
+    MemoryUse use{0, 0};
     bool told = false;
     std::string word;
     while (file >> word) {

@@ -10,7 +10,7 @@
 
 namespace Kyr::Lab::DevHost {
 
-CMemoryUse ReadMemoryUse() {
+MemoryUse ReadMemoryUse() {
     PROCESS_MEMORY_COUNTERS_EX counters{};
     if (GetProcessMemoryInfo(GetCurrentProcess(),
                              reinterpret_cast<PROCESS_MEMORY_COUNTERS*>(&counters),

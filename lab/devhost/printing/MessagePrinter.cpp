@@ -13,11 +13,11 @@ namespace {
 
 namespace Message = Common::Message;
 
-std::string TypeOf(const CPublication& publication) {
+std::string TypeOf(const Publication& publication) {
     return std::to_string(static_cast<std::int32_t>(publication.message->GetMessageType()));
 }
 
-CLine BusLine(const char* kind, const CPublication& publication) {
+CLine BusLine(const char* kind, const Publication& publication) {
     return CLine(kind)
         .With("type", TypeOf(publication))
         .With("name", publication.message->GetName())
@@ -46,7 +46,7 @@ void AddContent(CLine& line, const Common::Kernel::IMessage& message) {
 CMessagePrinter::CMessagePrinter(LineSink events) : events_(std::move(events)) {}
 CMessagePrinter::~CMessagePrinter() = default;
 
-void CMessagePrinter::OnPublish(const CPublication& publication) {
+void CMessagePrinter::OnPublish(const Publication& publication) {
     CLine line = BusLine("publish", publication).With("by", publication.publisher);
     AddContent(line, *publication.message);
     events_(line);
@@ -56,7 +56,7 @@ void CMessagePrinter::OnPublish(const CPublication& publication) {
     }
 }
 
-void CMessagePrinter::PrintLog(const CPublication& publication, const Message::CLogMessage& log) {
+void CMessagePrinter::PrintLog(const Publication& publication, const Message::CLogMessage& log) {
     VisitRows(log, [&](const std::string& name, const Common::Logs::ISymbolContainer& row) {
         CLine line = BusLine("symbols", publication).With("row", name);
         AddSymbols(line, row);
@@ -69,11 +69,11 @@ void CMessagePrinter::PrintLog(const CPublication& publication, const Message::C
     }
 }
 
-void CMessagePrinter::OnDeliver(const CPublication& publication, std::size_t subscriber) {
+void CMessagePrinter::OnDeliver(const Publication& publication, std::size_t subscriber) {
     events_(BusLine("deliver", publication).With("to", std::uint64_t{subscriber}));
 }
 
-void CMessagePrinter::OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
+void CMessagePrinter::OnDeliveryFailed(const Publication& publication, std::size_t subscriber,
                                        const std::string& text) {
     events_(BusLine("error", publication).With("to", std::uint64_t{subscriber}).With("text", text));
 }

@@ -14,13 +14,13 @@ class CMessagePrinter final : public IBusObserver {
   public:
     explicit CMessagePrinter(LineSink events);
     ~CMessagePrinter() override;
-    void OnPublish(const CPublication& publication) override;
-    void OnDeliver(const CPublication& publication, std::size_t subscriber) override;
-    void OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
+    void OnPublish(const Publication& publication) override;
+    void OnDeliver(const Publication& publication, std::size_t subscriber) override;
+    void OnDeliveryFailed(const Publication& publication, std::size_t subscriber,
                           const std::string& text) override;
 
   private:
-    void PrintLog(const CPublication& publication, const Common::Message::CLogMessage& log);
+    void PrintLog(const Publication& publication, const Common::Message::CLogMessage& log);
 
     const LineSink events_;
 };

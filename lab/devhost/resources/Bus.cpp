@@ -19,7 +19,7 @@ using Lock = boost::unique_lock<boost::mutex>;
 CDeliveryContext::~CDeliveryContext() = default;
 IBusObserver::~IBusObserver() = default;
 
-std::uint64_t CPublication::ContextNumber() const {
+std::uint64_t Publication::ContextNumber() const {
     const auto own = boost::dynamic_pointer_cast<CDeliveryContext>(context);
     return own ? own->Number() : 0;
 }
@@ -45,7 +45,7 @@ void CBus::PublishAsHost(const boost::shared_ptr<IMessage>& message) {
     Enqueue({"host", message, {}});
 }
 
-void CBus::Enqueue(CPublication publication) {
+void CBus::Enqueue(Publication publication) {
     if (!publication.message) {
         throw std::invalid_argument("Publish without a message");
     }
@@ -102,7 +102,7 @@ void CBus::DeliveryThread() {
             changed_.wait(lock);
             continue;
         }
-        const CPublication publication = std::move(queue_.front());
+        const Publication publication = std::move(queue_.front());
         queue_.pop_front();
         delivering_ = true;
         lock.unlock();
@@ -113,7 +113,7 @@ void CBus::DeliveryThread() {
     }
 }
 
-void CBus::Deliver(const CPublication& publication) {
+void CBus::Deliver(const Publication& publication) {
     std::vector<std::pair<std::size_t, Subscriber>> receivers;
     {
         const Lock lock(mutex_);
@@ -126,7 +126,7 @@ void CBus::Deliver(const CPublication& publication) {
     }
 }
 
-void CBus::DeliverTo(const CPublication& publication, std::size_t index, const Subscriber& to) {
+void CBus::DeliverTo(const Publication& publication, std::size_t index, const Subscriber& to) {
     const std::size_t number = index + 1;
     try {
         to->Push(publication.message, publication.context);

@@ -38,7 +38,7 @@ class CDeliveryContext final : public Common::Kernel::IDeliveryContext {
 };
 
 /// One message on its way.
-struct CPublication {
+struct Publication {
     std::string publisher;
     boost::shared_ptr<Common::Kernel::IMessage> message;
     boost::shared_ptr<Common::Kernel::IDeliveryContext> context;
@@ -51,11 +51,11 @@ struct CPublication {
 class IBusObserver {
   public:
     virtual ~IBusObserver();
-    virtual void OnPublish(const CPublication& publication) = 0;
+    virtual void OnPublish(const Publication& publication) = 0;
     /// The subscriber has taken it; `subscriber` is its number in the order of first
     /// subscriptions, from 1.
-    virtual void OnDeliver(const CPublication& publication, std::size_t subscriber) = 0;
-    virtual void OnDeliveryFailed(const CPublication& publication, std::size_t subscriber,
+    virtual void OnDeliver(const Publication& publication, std::size_t subscriber) = 0;
+    virtual void OnDeliveryFailed(const Publication& publication, std::size_t subscriber,
                                   const std::string& text) = 0;
 };
 
@@ -85,17 +85,17 @@ class CBus final : public Common::Kernel::IBusResource {
   private:
     using Subscriber = boost::shared_ptr<Common::Kernel::ISubscriber>;
 
-    void Enqueue(CPublication publication);
+    void Enqueue(Publication publication);
     void DeliveryThread();
-    void Deliver(const CPublication& publication);
-    void DeliverTo(const CPublication& publication, std::size_t index, const Subscriber& to);
+    void Deliver(const Publication& publication);
+    void DeliverTo(const Publication& publication, std::size_t index, const Subscriber& to);
 
     IBusObserver& observer_;  // borrowed
 
     // Guarded by mutex_.
     mutable boost::mutex mutex_;
     boost::condition_variable changed_;
-    std::list<CPublication> queue_;
+    std::list<Publication> queue_;
     std::vector<Subscriber> subscribers_;
     std::map<Common::Kernel::MessageType, std::vector<std::size_t>> routes_;  // indices, each once
     std::uint64_t lastContext_ = 0;

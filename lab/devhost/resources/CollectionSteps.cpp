@@ -9,26 +9,26 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-struct CStepRow {
+struct StepRow {
     CollectionStep step;
     const char* name;
 };
 
-constexpr CStepRow kSteps[] = {
-    {CollectionStep::BeforeRequest, "before-request"},
-    {CollectionStep::AfterReply, "after-reply"},
-    {CollectionStep::AfterPublish, "after-publish"},
-    {CollectionStep::BeforeOffset, "before-offset"},
-    {CollectionStep::AfterOffset, "after-offset"},
+constexpr StepRow kSteps[] = {
+    {CollectionStep::kBeforeRequest, "before-request"},
+    {CollectionStep::kAfterReply, "after-reply"},
+    {CollectionStep::kAfterPublish, "after-publish"},
+    {CollectionStep::kBeforeOffset, "before-offset"},
+    {CollectionStep::kAfterOffset, "after-offset"},
 };
 
 }  // namespace
 
-CDeathWish ParseDeathWish(const std::string& text) {
+DeathWish ParseDeathWish(const std::string& text) {
     const std::size_t colon = text.find(':');
-    CDeathWish wish;
+    DeathWish wish;
     wish.count = colon == std::string::npos ? 1 : ParseNumber(text.substr(colon + 1));
-    for (const CStepRow& row : kSteps) {
+    for (const StepRow& row : kSteps) {
         if (text.compare(0, colon, row.name) == 0) {
             wish.step = row.step;
             return wish;
@@ -37,32 +37,32 @@ CDeathWish ParseDeathWish(const std::string& text) {
     throw std::invalid_argument("no such step: " + text);
 }
 
-CCollectionSteps::CCollectionSteps(std::optional<CDeathWish> wish, std::function<void()> die)
+CCollectionSteps::CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die)
     : wish_(wish), die_(std::move(die)) {}
 
 void CCollectionSteps::OffsetRead() {
     // It is read once more behind the records, to add to it.
     if (!recordsStored_) {
-        Pass(CollectionStep::BeforeRequest);
+        Pass(CollectionStep::kBeforeRequest);
     }
 }
 
 void CCollectionSteps::RecordsCame() {
-    Pass(CollectionStep::AfterReply);
+    Pass(CollectionStep::kAfterReply);
 }
 
 void CCollectionSteps::RecordsStored() {
     recordsStored_ = true;
-    Pass(CollectionStep::AfterPublish);
+    Pass(CollectionStep::kAfterPublish);
 }
 
 void CCollectionSteps::OffsetCame() {
-    Pass(CollectionStep::BeforeOffset);
+    Pass(CollectionStep::kBeforeOffset);
 }
 
 void CCollectionSteps::OffsetStored() {
     recordsStored_ = false;
-    Pass(CollectionStep::AfterOffset);
+    Pass(CollectionStep::kAfterOffset);
 }
 
 void CCollectionSteps::Pass(CollectionStep step) {

@@ -14,21 +14,27 @@
 
 namespace Kyr::Lab::DevHost {
 
-enum class CollectionStep { BeforeRequest, AfterReply, AfterPublish, BeforeOffset, AfterOffset };
+enum class CollectionStep {
+    kBeforeRequest,
+    kAfterReply,
+    kAfterPublish,
+    kBeforeOffset,
+    kAfterOffset
+};
 
 /// "<step>" or "<step>:<n>": the n-th time that a collection comes there.
-struct CDeathWish {
-    CollectionStep step = CollectionStep::BeforeRequest;
+struct DeathWish {
+    CollectionStep step = CollectionStep::kBeforeRequest;
     std::uint64_t count = 1;
 };
 
 /// Errors: std::invalid_argument for a text that names no step.
-CDeathWish ParseDeathWish(const std::string& text);
+DeathWish ParseDeathWish(const std::string& text);
 
 class CCollectionSteps {
   public:
     /// Calls `die` at that step; never without a wish.
-    CCollectionSteps(std::optional<CDeathWish> wish, std::function<void()> die);
+    CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die);
 
     void OffsetRead();
     void RecordsCame();
@@ -39,7 +45,7 @@ class CCollectionSteps {
   private:
     void Pass(CollectionStep step);
 
-    const std::optional<CDeathWish> wish_;
+    const std::optional<DeathWish> wish_;
     const std::function<void()> die_;
     std::atomic<std::uint64_t> passed_{0};    // times that the wished step was passed
     std::atomic<bool> recordsStored_{false};  // of the collection that is under way

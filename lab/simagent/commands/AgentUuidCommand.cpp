@@ -42,7 +42,8 @@ std::string UuidIn(const Records& records) {
 }  // namespace
 
 InnerCommandGroup AgentUuidCommands(LineSink sink) {
-    return {{kAgentUuid, "agent-uuid", [sink = std::move(sink)](const CAction& action) -> CReply {
+    return {{kAgentUuid, "agent-uuid",
+             [sink = std::move(sink)](const InnerAction& action) -> InnerReply {
                  const std::string uuid = UuidIn(ReadRecords(action.inner.body));
                  sink(CLine("did").With("action", "agent-uuid").With("uuid", uuid));
                  return {};

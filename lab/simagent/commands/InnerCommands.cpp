@@ -8,18 +8,18 @@ CInnerCommands::CInnerCommands(const std::vector<InnerCommandGroup>& groups) {
     }
 }
 
-CReply CInnerCommands::Perform(const CAction& action) const {
-    const CInnerCommand* const row = Find(action.inner.command);
+InnerReply CInnerCommands::Perform(const InnerAction& action) const {
+    const InnerCommand* const row = Find(action.inner.command);
     return row == nullptr ? ErrorReply(kStatusUnknownCommand) : row->handler(action);
 }
 
 const char* CInnerCommands::NameOf(std::uint32_t number) const {
-    const CInnerCommand* const row = Find(number);
+    const InnerCommand* const row = Find(number);
     return row == nullptr ? "unknown" : row->name;
 }
 
-const CInnerCommand* CInnerCommands::Find(std::uint32_t number) const {
-    for (const CInnerCommand& row : rows_) {
+const InnerCommand* CInnerCommands::Find(std::uint32_t number) const {
+    for (const InnerCommand& row : rows_) {
         if (row.number == number) {
             return &row;
         }

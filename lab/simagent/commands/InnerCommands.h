@@ -15,18 +15,18 @@
 namespace Kyr::Lab::SimAgent {
 
 /// A request as far as it could be read.
-struct CAction {
-    CInnerRequest inner;
-    CXmlRequest xml;  // empty unless the inner command is the one of XML requests
+struct InnerAction {
+    InnerRequest inner;
+    XmlCall xml;  // empty unless the inner command is the one of XML requests
 };
 
-struct CInnerCommand {
+struct InnerCommand {
     std::uint32_t number = 0;
     const char* name = "";  // for people
-    std::function<CReply(const CAction&)> handler;
+    std::function<InnerReply(const InnerAction&)> handler;
 };
 
-using InnerCommandGroup = std::vector<CInnerCommand>;
+using InnerCommandGroup = std::vector<InnerCommand>;
 
 class CInnerCommands {
   public:
@@ -35,15 +35,15 @@ class CInnerCommands {
 
     /// Carries out the action and says what to reply: status 0 for what was accepted, or a status
     /// that says why not.
-    CReply Perform(const CAction& action) const;
+    InnerReply Perform(const InnerAction& action) const;
 
     /// The name of an inner command, or "unknown".
     const char* NameOf(std::uint32_t number) const;
 
   private:
-    const CInnerCommand* Find(std::uint32_t number) const;
+    const InnerCommand* Find(std::uint32_t number) const;
 
-    std::vector<CInnerCommand> rows_;
+    std::vector<InnerCommand> rows_;
 };
 
 }  // namespace Kyr::Lab::SimAgent

@@ -17,7 +17,7 @@ constexpr std::uint32_t kResultCodeField = 2;
 constexpr std::uint32_t kActionTypeField = 1;
 constexpr std::uint32_t kActionTextField = 2;
 
-std::string EncodeAction(const CRecord& action) {
+std::string EncodeAction(const ProductRecord& action) {
     CWireWriter writer;
     // A negative type is written as the 64-bit number that it widens to.
     writer.AddInteger(kActionTypeField, static_cast<std::uint64_t>(std::int64_t{action.actionType}))
@@ -25,27 +25,27 @@ std::string EncodeAction(const CRecord& action) {
     return {writer.Written().begin(), writer.Written().end()};
 }
 
-Bytes EncodeBatch(RecordKind kind, const std::vector<CRecord>& batch) {
+Bytes EncodeBatch(RecordKind kind, const std::vector<ProductRecord>& batch) {
     CWireWriter writer;
-    for (const CRecord& record : batch) {
+    for (const ProductRecord& record : batch) {
         writer.AddBytes(kRecordsField,
-                        kind == RecordKind::Action ? EncodeAction(record) : record.text);
+                        kind == RecordKind::kAction ? EncodeAction(record) : record.text);
     }
     // The result code is 0, the default, and so not written: no records make no payload at all.
     return writer.Written();
 }
 
-CReply HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink,
-               const CAction& action) {
+InnerReply HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink,
+                   const InnerAction& action) {
     const std::uint64_t offset = ReadInteger(action.inner.body, kOffsetField).value_or(0);
-    const std::vector<CRecord> batch = lists.From(kind, offset);
+    const std::vector<ProductRecord> batch = lists.From(kind, offset);
     if (!batch.empty()) {
         sink(CLine("handed")
                  .With("kind", NameOf(kind))
                  .With("from", offset + 1)
                  .With("records", batch.size()));
     }
-    CReply reply;
+    InnerReply reply;
     reply.payload = EncodeBatch(kind, batch);
     return reply;
 }
@@ -54,13 +54,13 @@ CReply HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink,
 
 InnerCommandGroup RecordCommands(const CRecordLists& lists, LineSink sink) {
     const auto handOut = [&](RecordKind kind) {
-        return [&lists, kind, sink](const CAction& action) {
+        return [&lists, kind, sink](const InnerAction& action) {
             return HandOut(lists, kind, sink, action);
         };
     };
-    return {{kGetIndicators, "get-indicators", handOut(RecordKind::Indicator)},
-            {kGetActions, "get-actions", handOut(RecordKind::Action)},
-            {kGetTelemetry, "get-telemetry", handOut(RecordKind::Telemetry)}};
+    return {{kGetIndicators, "get-indicators", handOut(RecordKind::kIndicator)},
+            {kGetActions, "get-actions", handOut(RecordKind::kAction)},
+            {kGetTelemetry, "get-telemetry", handOut(RecordKind::kTelemetry)}};
 }
 
 Bytes EncodeResultCode(std::uint32_t code) {

@@ -10,16 +10,16 @@ namespace {
 constexpr std::uint32_t kGetStatus = 0x21;
 constexpr std::uint32_t kGetTaskStatus = 0x70;
 
-CReply TextReply(const std::string& text) {
-    CReply reply;
+InnerReply TextReply(const std::string& text) {
+    InnerReply reply;
     reply.payload.assign(text.begin(), text.end());
     return reply;
 }
 
 /// A reply without payload when no result is left.
-CReply NextResult(CTaskResults& results, const LineSink& sink) {
-    CReply reply;
-    if (const std::optional<CTaskResult> result = results.Take()) {
+InnerReply NextResult(CTaskResults& results, const LineSink& sink) {
+    InnerReply reply;
+    if (const std::optional<TaskResult> result = results.Take()) {
         sink(CLine("did")
                  .With("action", "task-result")
                  .With("outcome", result->outcome)
@@ -31,7 +31,7 @@ CReply NextResult(CTaskResults& results, const LineSink& sink) {
 
 }  // namespace
 
-Bytes EncodeTaskResult(const CTaskResult& result) {
+Bytes EncodeTaskResult(const TaskResult& result) {
     Bytes bytes;
     AppendU32(bytes, 0);
     AppendU32(bytes, result.outcome);
@@ -46,8 +46,8 @@ Bytes EncodeTaskResult(const CTaskResult& result) {
 InnerCommandGroup StatusCommands(const CProtection& protection, CTaskResults& results,
                                  LineSink sink) {
     return {{kGetStatus, "status",
-             [&protection](const CAction&) { return TextReply(protection.Report()); }},
-            {kGetTaskStatus, "task-status", [&results, sink = std::move(sink)](const CAction&) {
+             [&protection](const InnerAction&) { return TextReply(protection.Report()); }},
+            {kGetTaskStatus, "task-status", [&results, sink = std::move(sink)](const InnerAction&) {
                  return NextResult(results, sink);
              }}};
 }

@@ -17,6 +17,6 @@ InnerCommandGroup StatusCommands(const CProtection& protection, CTaskResults& re
 
 /// u32 0, u32 outcome, u32 offset of the user data, then the user data in UTF-16 with a final 0.
 /// The offset is written as it is told; the user data always follows it.
-Bytes EncodeTaskResult(const CTaskResult& result);
+Bytes EncodeTaskResult(const TaskResult& result);
 
 }  // namespace Kyr::Lab::SimAgent

@@ -8,16 +8,16 @@ namespace {
 constexpr std::uint32_t kImport = 0x6D;
 constexpr std::uint32_t kExport = 0x6E;
 
-CReply Import(CConfiguration& configuration, const Bytes& body, const LineSink& sink) {
+InnerReply Import(CConfiguration& configuration, const Bytes& body, const LineSink& sink) {
     configuration.Replace({body.begin(), body.end()});
     sink(CLine("did").With("action", "import").With("length", body.size()));
     return {};
 }
 
-CReply Export(const CConfiguration& configuration, const LineSink& sink) {
+InnerReply Export(const CConfiguration& configuration, const LineSink& sink) {
     const std::string text = configuration.Text();
     sink(CLine("did").With("action", "export").With("length", text.size()));
-    CReply reply;
+    InnerReply reply;
     reply.payload.assign(text.begin(), text.end());
     return reply;
 }
@@ -26,11 +26,11 @@ CReply Export(const CConfiguration& configuration, const LineSink& sink) {
 
 InnerCommandGroup TransferCommands(CConfiguration& configuration, LineSink sink) {
     return {{kImport, "import",
-             [&configuration, sink](const CAction& action) {
+             [&configuration, sink](const InnerAction& action) {
                  return Import(configuration, action.inner.body, sink);
              }},
             {kExport, "export",
-             [&configuration, sink](const CAction&) { return Export(configuration, sink); }}};
+             [&configuration, sink](const InnerAction&) { return Export(configuration, sink); }}};
 }
 
 }  // namespace Kyr::Lab::SimAgent

@@ -4,31 +4,31 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
-CHashes HashesOf(const CXmlRequest& xml) {
+Hashes HashesOf(const XmlCall& xml) {
     return {xml.Find("HASH_SHA1"), xml.Find("HASH_SHA2_256")};
 }
 
-void KillProcess(const CXmlRequest& xml, CProduct& product) {
+void KillProcess(const XmlCall& xml, CProduct& product) {
     product.KillProcess(xml.Find("PID"), HashesOf(xml), xml.Find("USERDATA").value_or(""));
 }
 
-void BlockExecutable(const CXmlRequest& xml, CProduct& product) {
+void BlockExecutable(const XmlCall& xml, CProduct& product) {
     product.BlockExecutable(HashesOf(xml), xml.Find("DELETE") == "1",
                             xml.Find("USERDATA").value_or(""));
 }
 
-struct CFunctionRow {
+struct FunctionRow {
     const char* name;
-    void (*handler)(const CXmlRequest&, CProduct&);
+    void (*handler)(const XmlCall&, CProduct&);
 };
 
-constexpr CFunctionRow kFunctions[] = {
+constexpr FunctionRow kFunctions[] = {
     {"KILL_PROCESS_BY_PID", KillProcess},
     {"BLOCK_EXECUTABLE_BY_HASH", BlockExecutable},
 };
 
-CReply PerformFunction(const CXmlRequest& xml, CProduct& product) {
-    for (const CFunctionRow& row : kFunctions) {
+InnerReply PerformFunction(const XmlCall& xml, CProduct& product) {
+    for (const FunctionRow& row : kFunctions) {
         if (row.name == xml.function) {
             row.handler(xml, product);
             return {};
@@ -40,8 +40,9 @@ CReply PerformFunction(const CXmlRequest& xml, CProduct& product) {
 }  // namespace
 
 InnerCommandGroup XmlCommands(CProduct& product) {
-    return {{kXmlCommand, "xml",
-             [&product](const CAction& action) { return PerformFunction(action.xml, product); }}};
+    return {{kXmlCommand, "xml", [&product](const InnerAction& action) {
+                 return PerformFunction(action.xml, product);
+             }}};
 }
 
 }  // namespace Kyr::Lab::SimAgent

@@ -9,23 +9,23 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
-struct CFieldRow {
+struct FieldRow {
     const char* name;
     AreaField field;
 };
 
-constexpr CFieldRow kFields[] = {
-    {"header-size", AreaField::HeaderSize},   {"magic", AreaField::Magic},
-    {"version", AreaField::Version},          {"data-offset", AreaField::DataOffset},
-    {"data-size", AreaField::DataSize},       {"first-module", AreaField::FirstModule},
-    {"module-count", AreaField::ModuleCount}, {"module-id", AreaField::ModuleId},
-    {"user-size", AreaField::UserSize},       {"user-offset", AreaField::UserOffset},
-    {"timestamp", AreaField::Timestamp},
+constexpr FieldRow kFields[] = {
+    {"header-size", AreaField::kHeaderSize},   {"magic", AreaField::kMagic},
+    {"version", AreaField::kVersion},          {"data-offset", AreaField::kDataOffset},
+    {"data-size", AreaField::kDataSize},       {"first-module", AreaField::kFirstModule},
+    {"module-count", AreaField::kModuleCount}, {"module-id", AreaField::kModuleId},
+    {"user-size", AreaField::kUserSize},       {"user-offset", AreaField::kUserOffset},
+    {"timestamp", AreaField::kTimestamp},
 };
 
 AreaField ParseField(const std::string& name) {
     std::string names;
-    for (const CFieldRow& row : kFields) {
+    for (const FieldRow& row : kFields) {
         if (row.name == name) {
             return row.field;
         }
@@ -50,13 +50,13 @@ std::uint32_t ParsePlace(const std::string& text) {
     return offset;
 }
 
-struct CRow {
+struct AreaCommandRow {
     const char* name;
     std::size_t words;  // `area` and the name included
     void (*run)(CBroadcastArea& area, const Words& words);
 };
 
-const CRow kRows[] = {
+const AreaCommandRow kRows[] = {
     {"open", 2, [](CBroadcastArea& area, const Words&) { area.Open(); }},
     {"close", 2, [](CBroadcastArea& area, const Words&) { area.Close(); }},
     {"healthy", 2, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
@@ -88,7 +88,7 @@ const CRow kRows[] = {
 
 void Change(CBroadcastArea& area, const Words& words) {
     std::string names;
-    for (const CRow& row : kRows) {
+    for (const AreaCommandRow& row : kRows) {
         if (row.name == words[1]) {
             if (words.size() != row.words) {
                 throw std::invalid_argument("'" + words[1] + "' takes " +
@@ -107,7 +107,7 @@ CLine Tell(const CBroadcastArea& area) {
     if (area.IsOpen()) {
         answer.With("mutex", area.IsHeld() ? "held" : "free");
         answer.With("position", area.PlugInPosition());
-        for (const CFieldRow& row : kFields) {
+        for (const FieldRow& row : kFields) {
             answer.With(row.name, area.Read(row.field));
         }
     }

@@ -15,7 +15,7 @@ namespace Kyr::Lab::SimAgent {
 
 using Words = std::vector<std::string>;
 
-struct CConsoleCommand {
+struct ConsoleCommand {
     std::string name;
     std::string usage;
     std::string text;
@@ -23,7 +23,7 @@ struct CConsoleCommand {
     std::function<void(const Words& words)> run;
 };
 
-using ConsoleCommandGroup = std::vector<CConsoleCommand>;
+using ConsoleCommandGroup = std::vector<ConsoleCommand>;
 
 /// The `answer` event of a command.
 CLine AnswerTo(const std::string& command);

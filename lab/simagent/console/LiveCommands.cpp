@@ -8,8 +8,8 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
-CTelemetryScope TakeScope(const Words& words) {
-    CTelemetryScope scope;
+TelemetryScope TakeScope(const Words& words) {
+    TelemetryScope scope;
     for (std::size_t i = 2; i < words.size(); ++i) {
         if (const std::optional<std::string> name = ValueOf(words[i], "name")) {
             scope.program = *name;

@@ -19,15 +19,15 @@ std::string HexText(std::uint64_t value) {
 }
 
 /// The component as it stands, or a new one.
-CComponent StartFrom(const CProtection& protection, const std::string& name) {
-    const std::vector<CComponent> components = protection.Reported();
+Component StartFrom(const CProtection& protection, const std::string& name) {
+    const std::vector<Component> components = protection.Reported();
     const auto found =
         std::find_if(components.begin(), components.end(),
-                     [&](const CComponent& candidate) { return candidate.name == name; });
+                     [&](const Component& candidate) { return candidate.name == name; });
     if (found != components.end()) {
         return *found;
     }
-    CComponent component;
+    Component component;
     component.name = name;
     return component;
 }
@@ -36,7 +36,7 @@ void Set(CProtection& protection, const Words& words) {
     if (words.size() < 4) {
         throw std::invalid_argument("a component and its status are wanted");
     }
-    CComponent component = StartFrom(protection, words[2]);
+    Component component = StartFrom(protection, words[2]);
     component.status = ParseNumber32(words[3]);
     for (std::size_t i = 4; i < words.size(); ++i) {
         if (const auto category = ValueOf(words[i], "category")) {
@@ -60,8 +60,8 @@ void Remove(CProtection& protection, const Words& words) {
 }
 
 void List(const CProtection& protection, const LineSink& sink) {
-    const std::vector<CComponent> components = protection.Reported();
-    for (const CComponent& component : components) {
+    const std::vector<Component> components = protection.Reported();
+    for (const Component& component : components) {
         CLine line = AnswerTo("protection");
         line.With("name", component.name).With("status", component.status);
         line.With("category", HexText(component.category));

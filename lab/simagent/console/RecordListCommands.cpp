@@ -17,16 +17,16 @@ constexpr char kUsage[] =
     "records [append indicator|telemetry|action [count=<n>] [size=<bytes>] [text=<text>] "
     "[type=<n>[,<n>...]]] [limit [batch=<records>] [bytes=<n>]]";
 
-struct COption {
+struct Option {
     const char* name;
     std::function<void(const std::string& value)> take;
 };
 
 /// Gives the value of each `name=value` from word `first` on to the option of that name.
-void TakeOptions(const Words& words, std::size_t first, const std::vector<COption>& options) {
+void TakeOptions(const Words& words, std::size_t first, const std::vector<Option>& options) {
     for (std::size_t i = first; i < words.size(); ++i) {
         bool known = false;
-        for (const COption& option : options) {
+        for (const Option& option : options) {
             if (const std::optional<std::string> value = ValueOf(words[i], option.name)) {
                 option.take(*value);
                 known = true;
@@ -52,13 +52,13 @@ std::vector<std::int32_t> ParseTypes(const std::string& text) {
     return types;
 }
 
-CEcsEvent SampleEvent(RecordKind kind, std::uint64_t number, std::int64_t time) {
+EcsEvent SampleEvent(RecordKind kind, std::uint64_t number, std::int64_t time) {
     switch (kind) {
-        case RecordKind::Indicator:
+        case RecordKind::kIndicator:
             return {number, time, "alert", "malware", "info", "indicator-matched"};
-        case RecordKind::Telemetry:
+        case RecordKind::kTelemetry:
             return {number, time, "event", "process", "info", "process-observed"};
-        case RecordKind::Action:
+        case RecordKind::kAction:
             break;
     }
     return {number, time, "event", "intrusion_detection", "info", "remediation"};
@@ -80,11 +80,11 @@ void Append(CRecordLists& lists, const Base::IClock& clock, const Words& words) 
                  {"type", [&](const std::string& value) { types = ParseTypes(value); }}});
     for (std::uint64_t i = 0; i < count; ++i) {
         lists.Append(*kind, [&](std::uint64_t number) {
-            CRecord record;
+            ProductRecord record;
             record.text = text ? *text
                                : SampleRecord(SampleEvent(*kind, number, clock.CalendarTime()),
                                               static_cast<std::size_t>(size));
-            if (*kind == RecordKind::Action) {
+            if (*kind == RecordKind::kAction) {
                 record.actionType = types[static_cast<std::size_t>(i % types.size())];
             }
             return record;
@@ -93,7 +93,7 @@ void Append(CRecordLists& lists, const Base::IClock& clock, const Words& words) 
 }
 
 void Limit(CRecordLists& lists, const Words& words) {
-    CBatchLimit limit = lists.Limit();
+    BatchLimit limit = lists.Limit();
     TakeOptions(words, 2, {{"batch", Into(limit.records)}, {"bytes", Into(limit.bytes)}});
     lists.SetLimit(limit);
 }
@@ -103,7 +103,7 @@ CLine Answer(const CRecordLists& lists) {
     for (const RecordKind kind : kRecordKinds) {
         answer.With(NameOf(kind), lists.Count(kind));
     }
-    const CBatchLimit limit = lists.Limit();
+    const BatchLimit limit = lists.Limit();
     return answer.With("batch", limit.records).With("bytes", limit.bytes);
 }
 

@@ -13,7 +13,7 @@ void Add(CTaskResults& results, const Words& words) {
     if (words.size() < 4) {
         throw std::invalid_argument("an outcome and its user data are wanted");
     }
-    CTaskResult result;
+    TaskResult result;
     result.outcome = ParseNumber32(words[2]);
     result.userData = words[3];
     if (words.size() > 4) {
@@ -27,8 +27,8 @@ void Add(CTaskResults& results, const Words& words) {
 }
 
 void List(const CTaskResults& results, const LineSink& sink) {
-    const std::vector<CTaskResult> waiting = results.List();
-    for (const CTaskResult& result : waiting) {
+    const std::vector<TaskResult> waiting = results.List();
+    for (const TaskResult& result : waiting) {
         sink(AnswerTo("results")
                  .With("outcome", result.outcome)
                  .With("userdata", result.userData)

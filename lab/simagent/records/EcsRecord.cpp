@@ -16,7 +16,7 @@ namespace json = boost::json;
 // The edition of the schema whose field names are used here.
 constexpr char kSchema[] = "8.11.0";
 
-json::object EventFields(const CEcsEvent& event) {
+json::object EventFields(const EcsEvent& event) {
     json::object fields{{"kind", event.kind},
                         {"category", json::array{event.category}},
                         {"action", event.action},
@@ -27,7 +27,7 @@ json::object EventFields(const CEcsEvent& event) {
     return fields;
 }
 
-json::object Record(const CEcsEvent& event) {
+json::object Record(const EcsEvent& event) {
     return {{"@timestamp", IsoTime(event.time)},
             {"ecs", json::object{{"version", kSchema}}},
             {"event", EventFields(event)}};
@@ -42,7 +42,7 @@ void AddKnown(json::object& object, const char* key, const std::string& value) {
 
 }  // namespace
 
-std::string ProcessRecord(const CEcsEvent& event, const CEcsProcess& process) {
+std::string ProcessRecord(const EcsEvent& event, const EcsProcess& process) {
     json::object fields{{"pid", process.pid}};
     if (process.parentPid != 0) {
         fields["parent"] = json::object{{"pid", process.parentPid}};
@@ -60,7 +60,7 @@ std::string ProcessRecord(const CEcsEvent& event, const CEcsProcess& process) {
     return json::serialize(record);
 }
 
-std::string SampleRecord(const CEcsEvent& event, std::size_t size) {
+std::string SampleRecord(const EcsEvent& event, std::size_t size) {
     json::object record = Record(event);
     record["message"] = "";
     const std::size_t least = json::serialize(record).size();

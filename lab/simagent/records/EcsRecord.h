@@ -11,7 +11,7 @@
 namespace Kyr::Lab::SimAgent {
 
 /// The fields that all records have.
-struct CEcsEvent {
+struct EcsEvent {
     std::uint64_t sequence = 0;
     std::int64_t time = 0;  // seconds since 1970-01-01T00:00:00 UTC
     std::string kind;       // "event", "alert"
@@ -21,7 +21,7 @@ struct CEcsEvent {
 };
 
 /// What is known of a process; what is not known is empty, and missing in the record.
-struct CEcsProcess {
+struct EcsProcess {
     std::uint64_t pid = 0;
     std::uint64_t parentPid = 0;
     std::string name;
@@ -31,11 +31,11 @@ struct CEcsProcess {
 };
 
 /// What of a text is not UTF-8 is left out.
-std::string ProcessRecord(const CEcsEvent& event, const CEcsProcess& process);
+std::string ProcessRecord(const EcsEvent& event, const EcsProcess& process);
 
 /// A record that was made up: a message that fills it to `size` bytes; longer when that is too
 /// little for what every record has.
-std::string SampleRecord(const CEcsEvent& event, std::size_t size);
+std::string SampleRecord(const EcsEvent& event, std::size_t size);
 
 /// Seconds since 1970-01-01T00:00:00 UTC as "2023-11-14T22:13:20Z".
 std::string IsoTime(std::int64_t time);

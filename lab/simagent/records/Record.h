@@ -9,15 +9,15 @@
 
 namespace Kyr::Lab::SimAgent {
 
-enum class RecordKind { Indicator, Telemetry, Action };
+enum class RecordKind { kIndicator, kTelemetry, kAction };
 
-constexpr std::array<RecordKind, 3> kRecordKinds = {RecordKind::Indicator, RecordKind::Telemetry,
-                                                    RecordKind::Action};
+constexpr std::array<RecordKind, 3> kRecordKinds = {RecordKind::kIndicator, RecordKind::kTelemetry,
+                                                    RecordKind::kAction};
 
 constexpr const char* NameOf(RecordKind kind) {
-    return kind == RecordKind::Indicator   ? "indicator"
-           : kind == RecordKind::Telemetry ? "telemetry"
-                                           : "action";
+    return kind == RecordKind::kIndicator   ? "indicator"
+           : kind == RecordKind::kTelemetry ? "telemetry"
+                                            : "action";
 }
 
 constexpr std::optional<RecordKind> FindRecordKind(std::string_view name) {
@@ -32,7 +32,7 @@ constexpr std::optional<RecordKind> FindRecordKind(std::string_view name) {
 /// The action type of a block action (protocol).
 constexpr std::int32_t kBlockAction = 3;
 
-struct CRecord {
+struct ProductRecord {
     std::string text;
     std::int32_t actionType = 0;  // of an action only
 };

@@ -8,7 +8,7 @@ namespace Kyr::Lab::SimAgent {
 namespace {
 
 /// The next record; false at the end and where a record is not whole.
-bool Read(std::istream& stream, RecordKind& kind, CRecord& record) {
+bool Read(std::istream& stream, RecordKind& kind, ProductRecord& record) {
     std::string name;
     std::size_t length = 0;
     if (!(stream >> name >> record.actionType >> length) || stream.get() != '\n') {
@@ -29,11 +29,11 @@ std::uintmax_t ReadAll(const std::string& path, const CRecordFile::TakeRecord& t
     std::ifstream file(path, std::ios::binary);
     std::uintmax_t whole = 0;
     RecordKind kind{};
-    CRecord record;
+    ProductRecord record;
     while (Read(file, kind, record)) {
         whole = static_cast<std::uintmax_t>(file.tellg());
         take(kind, std::move(record));
-        record = CRecord();
+        record = ProductRecord();
     }
     return whole;
 }
@@ -50,7 +50,7 @@ CRecordFile::CRecordFile(const std::string& path, const TakeRecord& take) : path
     }
 }
 
-void CRecordFile::Append(RecordKind kind, const CRecord& record) {
+void CRecordFile::Append(RecordKind kind, const ProductRecord& record) {
     file_ << NameOf(kind) << ' ' << record.actionType << ' ' << record.text.size() << '\n'
           << record.text << '\n'
           << std::flush;

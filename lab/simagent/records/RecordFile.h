@@ -19,14 +19,14 @@ namespace Kyr::Lab::SimAgent {
 
 class CRecordFile {
   public:
-    using TakeRecord = std::function<void(RecordKind, CRecord)>;
+    using TakeRecord = std::function<void(RecordKind, ProductRecord)>;
 
     /// Opens or makes the file, and gives every record in it to `take`, in order.
     CRecordFile(const std::string& path, const TakeRecord& take);
 
     /// The record is with the operating system when the call returns; it survives this process,
     /// though not a failure of power.
-    void Append(RecordKind kind, const CRecord& record);
+    void Append(RecordKind kind, const ProductRecord& record);
 
   private:
     const std::string path_;

@@ -5,15 +5,15 @@
 namespace Kyr::Lab::SimAgent {
 
 CRecordLists::CRecordLists(const std::string& path)
-    : file_(std::make_unique<CRecordFile>(path, [this](RecordKind kind, CRecord record) {
+    : file_(std::make_unique<CRecordFile>(path, [this](RecordKind kind, ProductRecord record) {
           List(kind).push_back(std::move(record));
       })) {}
 
 std::uint64_t CRecordLists::Append(RecordKind kind, const MakeRecord& make) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    std::vector<CRecord>& list = List(kind);
+    std::vector<ProductRecord>& list = List(kind);
     const std::uint64_t number = list.size() + 1;
-    CRecord record = make(number);
+    ProductRecord record = make(number);
     if (file_) {
         file_->Append(kind, record);
     }
@@ -26,13 +26,13 @@ std::uint64_t CRecordLists::Count(RecordKind kind) const {
     return List(kind).size();
 }
 
-std::vector<CRecord> CRecordLists::From(RecordKind kind, std::uint64_t offset) const {
+std::vector<ProductRecord> CRecordLists::From(RecordKind kind, std::uint64_t offset) const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    const std::vector<CRecord>& list = List(kind);
-    std::vector<CRecord> batch;
+    const std::vector<ProductRecord>& list = List(kind);
+    std::vector<ProductRecord> batch;
     std::uint64_t bytes = 0;
     for (std::uint64_t place = offset; place < list.size(); ++place) {
-        const CRecord& record = list[static_cast<std::size_t>(place)];
+        const ProductRecord& record = list[static_cast<std::size_t>(place)];
         bytes += record.text.size();
         if (batch.size() == limit_.records || (!batch.empty() && bytes > limit_.bytes)) {
             break;
@@ -42,21 +42,21 @@ std::vector<CRecord> CRecordLists::From(RecordKind kind, std::uint64_t offset) c
     return batch;
 }
 
-CBatchLimit CRecordLists::Limit() const {
+BatchLimit CRecordLists::Limit() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return limit_;
 }
 
-void CRecordLists::SetLimit(const CBatchLimit& limit) {
+void CRecordLists::SetLimit(const BatchLimit& limit) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     limit_ = limit;
 }
 
-std::vector<CRecord>& CRecordLists::List(RecordKind kind) {
+std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) {
     return lists_[static_cast<std::size_t>(kind)];
 }
 
-const std::vector<CRecord>& CRecordLists::List(RecordKind kind) const {
+const std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) const {
     return lists_[static_cast<std::size_t>(kind)];
 }
 

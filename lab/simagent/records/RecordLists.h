@@ -22,7 +22,7 @@
 namespace Kyr::Lab::SimAgent {
 
 /// How much one reply carries at most; one record always fits, or its list would end there.
-struct CBatchLimit {
+struct BatchLimit {
     std::uint64_t records = 1000;
     std::uint64_t bytes = std::uint64_t{1024} * 1024;
 };
@@ -30,7 +30,7 @@ struct CBatchLimit {
 class CRecordLists {
   public:
     /// Makes the record of that number.
-    using MakeRecord = std::function<CRecord(std::uint64_t number)>;
+    using MakeRecord = std::function<ProductRecord(std::uint64_t number)>;
 
     CRecordLists() = default;
     /// Starts with what the file holds, and keeps it up to date.
@@ -42,19 +42,19 @@ class CRecordLists {
     std::uint64_t Count(RecordKind kind) const;
 
     /// The records behind the first `offset` ones, as many as the limit allows.
-    std::vector<CRecord> From(RecordKind kind, std::uint64_t offset) const;
+    std::vector<ProductRecord> From(RecordKind kind, std::uint64_t offset) const;
 
-    CBatchLimit Limit() const;
-    void SetLimit(const CBatchLimit& limit);
+    BatchLimit Limit() const;
+    void SetLimit(const BatchLimit& limit);
 
   private:
-    std::vector<CRecord>& List(RecordKind kind);
-    const std::vector<CRecord>& List(RecordKind kind) const;
+    std::vector<ProductRecord>& List(RecordKind kind);
+    const std::vector<ProductRecord>& List(RecordKind kind) const;
 
     // Guarded by mutex_.
     mutable boost::mutex mutex_;
-    std::array<std::vector<CRecord>, kRecordKinds.size()> lists_;
-    CBatchLimit limit_;
+    std::array<std::vector<ProductRecord>, kRecordKinds.size()> lists_;
+    BatchLimit limit_;
     std::unique_ptr<CRecordFile> file_;  // nothing: the lists end with the process
 };
 

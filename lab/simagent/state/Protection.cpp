@@ -16,7 +16,7 @@ void WriteAttribute(std::ostream& text, const char* name, std::uint64_t value, i
     text << ' ' << name << "=\"" << std::setw(digits) << value << '"';
 }
 
-void WriteRecord(std::ostream& text, const CComponent& component) {
+void WriteRecord(std::ostream& text, const Component& component) {
     text << "<RECORD";
     WriteAttribute(text, "STATUS", component.status, 1);
     WriteAttribute(text, "CATEGORY_RES_ID", component.category, 16);
@@ -27,9 +27,9 @@ void WriteRecord(std::ostream& text, const CComponent& component) {
     text << "/>";
 }
 
-auto FindNamed(std::vector<CComponent>& components, const std::string& name) {
+auto FindNamed(std::vector<Component>& components, const std::string& name) {
     return std::find_if(components.begin(), components.end(),
-                        [&](const CComponent& candidate) { return candidate.name == name; });
+                        [&](const Component& candidate) { return candidate.name == name; });
 }
 
 }  // namespace
@@ -40,7 +40,7 @@ CProtection::CProtection(const CConfiguration& configuration)
           {"files", kProtectionFine, 0x0710000000000301, 0x0710000000000311, std::nullopt},
           {"network", kProtectionFine, 0x0710000000000302, 0x0710000000000312, std::nullopt}} {}
 
-void CProtection::Set(const CComponent& component) {
+void CProtection::Set(const Component& component) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     const auto found = FindNamed(components_, component.name);
     if (found == components_.end()) {
@@ -60,13 +60,13 @@ bool CProtection::Remove(const std::string& name) {
     return true;
 }
 
-std::vector<CComponent> CProtection::Reported() const {
-    std::vector<CComponent> reported;
+std::vector<Component> CProtection::Reported() const {
+    std::vector<Component> reported;
     {
         const boost::lock_guard<boost::mutex> lock(mutex_);
         reported = components_;
     }
-    for (CComponent& component : reported) {
+    for (Component& component : reported) {
         if (configuration_.Setting(component.name) == "off") {
             component.status = kProtectionOff;
         }
@@ -90,7 +90,7 @@ std::string CProtection::Report() const {
     text.imbue(std::locale::classic());
     text << std::hex << std::uppercase << std::setfill('0')
          << "<?xml version=\"1.0\" encoding=\"utf-8\"?><TULK><SECTION><STATUS>";
-    for (const CComponent& component : Reported()) {
+    for (const Component& component : Reported()) {
         WriteRecord(text, component);
     }
     text << "</STATUS></SECTION></TULK>";

@@ -23,7 +23,7 @@ constexpr std::uint32_t kProtectionOff = 2;
 
 /// The numbers that are no statuses are texts which the management side resolves; those of this
 /// product begin with 0x07100000.
-struct CComponent {
+struct Component {
     std::string name;
     std::uint32_t status = kProtectionFine;
     std::uint64_t category = 0x0710000000000300;
@@ -37,12 +37,12 @@ class CProtection {
     explicit CProtection(const CConfiguration& configuration);
 
     /// Adds a component, or replaces the one of that name.
-    void Set(const CComponent& component);
+    void Set(const Component& component);
     /// False when there is none of that name.
     bool Remove(const std::string& name);
 
     /// The components as they are reported, in the order in which they were added.
-    std::vector<CComponent> Reported() const;
+    std::vector<Component> Reported() const;
 
     /// Makes every report this text, or the components again.
     void ReportInstead(std::optional<std::string> text);
@@ -54,7 +54,7 @@ class CProtection {
     const CConfiguration& configuration_;  // borrowed
 
     mutable boost::mutex mutex_;
-    std::vector<CComponent> components_;  // guarded by mutex_
+    std::vector<Component> components_;   // guarded by mutex_
     std::optional<std::string> instead_;  // guarded by mutex_
 };
 

@@ -6,22 +6,22 @@
 
 namespace Kyr::Lab::SimAgent {
 
-void CTaskResults::Add(const CTaskResult& result) {
+void CTaskResults::Add(const TaskResult& result) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     waiting_.push_back(result);
 }
 
-std::optional<CTaskResult> CTaskResults::Take() {
+std::optional<TaskResult> CTaskResults::Take() {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     if (waiting_.empty()) {
         return std::nullopt;
     }
-    CTaskResult oldest = std::move(waiting_.front());
+    TaskResult oldest = std::move(waiting_.front());
     waiting_.pop_front();
     return oldest;
 }
 
-std::vector<CTaskResult> CTaskResults::List() const {
+std::vector<TaskResult> CTaskResults::List() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return {waiting_.begin(), waiting_.end()};
 }

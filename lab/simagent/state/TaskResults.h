@@ -21,7 +21,7 @@ constexpr std::uint32_t kTaskFailed = 2;
 /// Where the user data stands in a result: right behind its three numbers.
 constexpr std::uint32_t kUserDataOffset = 12;
 
-struct CTaskResult {
+struct TaskResult {
     std::uint32_t outcome = kTaskDone;
     std::string userData;                    // UTF-8; as it stood in the task
     std::uint32_t offset = kUserDataOffset;  // where the reader is told to find it
@@ -29,15 +29,15 @@ struct CTaskResult {
 
 class CTaskResults {
   public:
-    void Add(const CTaskResult& result);
+    void Add(const TaskResult& result);
     /// The oldest, which is then forgotten; nothing when none is left.
-    std::optional<CTaskResult> Take();
-    std::vector<CTaskResult> List() const;
+    std::optional<TaskResult> Take();
+    std::vector<TaskResult> List() const;
     void Clear();
 
   private:
     mutable boost::mutex mutex_;
-    std::deque<CTaskResult> waiting_;  // guarded by mutex_
+    std::deque<TaskResult> waiting_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::SimAgent

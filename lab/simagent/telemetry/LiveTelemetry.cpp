@@ -21,11 +21,11 @@ CLiveTelemetry::~CLiveTelemetry() {
     Stop();
 }
 
-void CLiveTelemetry::Start(const CTelemetryScope& scope) {
+void CLiveTelemetry::Start(const TelemetryScope& scope) {
     Stop();
     scope_ = scope;
     known_.clear();
-    for (const CProcessId& id : table_.List()) {
+    for (const ProcessId& id : table_.List()) {
         if (const auto facts = table_.Describe(id)) {
             known_[id] = {*facts, {}, true};
         }
@@ -53,8 +53,8 @@ void CLiveTelemetry::Watch() {
 }
 
 void CLiveTelemetry::Look() {
-    std::set<CProcessId> present;
-    for (const CProcessId& id : table_.List()) {
+    std::set<ProcessId> present;
+    for (const ProcessId& id : table_.List()) {
         present.insert(id);
         const auto found = known_.find(id);
         if (found == known_.end() || !found->second.recorded) {
@@ -76,14 +76,14 @@ void CLiveTelemetry::Look() {
     }
 }
 
-bool CLiveTelemetry::IsWanted(const CProcessFacts& facts) const {
+bool CLiveTelemetry::IsWanted(const ProcessFacts& facts) const {
     return (scope_.program.empty() || std::filesystem::path(facts.name).stem() == scope_.program) &&
            (scope_.parentPid == 0 || facts.parentPid == scope_.parentPid);
 }
 
-void CLiveTelemetry::Meet(const CProcessId& id, const CProcessFacts& facts) {
+void CLiveTelemetry::Meet(const ProcessId& id, const ProcessFacts& facts) {
     const auto [found, isNew] = known_.try_emplace(id);
-    CKnown& process = found->second;
+    KnownProcess& process = found->second;
     process.facts = facts;
     process.sha256 = IsWanted(facts) ? HashOf(facts) : "";
     if (!isNew) {
@@ -92,17 +92,17 @@ void CLiveTelemetry::Meet(const CProcessId& id, const CProcessFacts& facts) {
     }
 }
 
-void CLiveTelemetry::Record(const CProcessId& id, const CKnown& process, const char* type,
+void CLiveTelemetry::Record(const ProcessId& id, const KnownProcess& process, const char* type,
                             const char* action) {
-    const CProcessFacts& facts = process.facts;
+    const ProcessFacts& facts = process.facts;
     if (!IsWanted(facts)) {
         return;
     }
-    const std::uint64_t number = lists_.Append(RecordKind::Telemetry, [&](std::uint64_t sequence) {
-        const CEcsEvent event{sequence, clock_->CalendarTime(), "event", "process", type, action};
-        return CRecord{ProcessRecord(event, {id.pid, facts.parentPid, facts.name, facts.executable,
-                                             process.sha256, facts.userId}),
-                       0};
+    const std::uint64_t number = lists_.Append(RecordKind::kTelemetry, [&](std::uint64_t sequence) {
+        const EcsEvent event{sequence, clock_->CalendarTime(), "event", "process", type, action};
+        return ProductRecord{ProcessRecord(event, {id.pid, facts.parentPid, facts.name,
+                                                   facts.executable, process.sha256, facts.userId}),
+                             0};
     });
     sink_(CLine("observed")
               .With("action", action)
@@ -111,7 +111,7 @@ void CLiveTelemetry::Record(const CProcessId& id, const CKnown& process, const c
               .With("number", number));
 }
 
-std::string CLiveTelemetry::HashOf(const CProcessFacts& facts) {
+std::string CLiveTelemetry::HashOf(const ProcessFacts& facts) {
     if (facts.executable.empty()) {
         return {};
     }

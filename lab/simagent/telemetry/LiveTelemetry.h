@@ -30,7 +30,7 @@
 namespace Kyr::Lab::SimAgent {
 
 /// The processes that are recorded: all, unless one of these says less.
-struct CTelemetryScope {
+struct TelemetryScope {
     std::string program = {};     // of this name only, without its suffix
     std::uint64_t parentPid = 0;  // only what this process has started
 };
@@ -45,12 +45,12 @@ class CLiveTelemetry {
 
     /// From now on. What runs already gets no record of its start. Ends an earlier telemetry.
     /// Errors: std::runtime_error when the system gives no list.
-    void Start(const CTelemetryScope& scope);
+    void Start(const TelemetryScope& scope);
     void Stop();
 
   private:
-    struct CKnown {
-        CProcessFacts facts;
+    struct KnownProcess {
+        ProcessFacts facts;
         std::string sha256;
         bool recorded = false;  // its start
     };
@@ -60,10 +60,11 @@ class CLiveTelemetry {
 
     void Watch();
     void Look();
-    bool IsWanted(const CProcessFacts& facts) const;
-    void Meet(const CProcessId& id, const CProcessFacts& facts);
-    void Record(const CProcessId& id, const CKnown& process, const char* type, const char* action);
-    std::string HashOf(const CProcessFacts& facts);
+    bool IsWanted(const ProcessFacts& facts) const;
+    void Meet(const ProcessId& id, const ProcessFacts& facts);
+    void Record(const ProcessId& id, const KnownProcess& process, const char* type,
+                const char* action);
+    std::string HashOf(const ProcessFacts& facts);
 
     IProcessTable& table_;  // borrowed
     CRecordLists& lists_;   // borrowed
@@ -71,8 +72,8 @@ class CLiveTelemetry {
     const LineSink sink_;
 
     // Of the looking thread while it runs.
-    CTelemetryScope scope_;
-    std::map<CProcessId, CKnown> known_;
+    TelemetryScope scope_;
+    std::map<ProcessId, KnownProcess> known_;
     std::map<CVersion, std::string> hashes_;
 
     boost::thread thread_;

@@ -16,16 +16,16 @@
 namespace Kyr::Lab::SimAgent {
 
 /// Tells a process from all others, also from a later one of the same number.
-struct CProcessId {
+struct ProcessId {
     std::uint64_t pid = 0;
     std::uint64_t start = 0;  // when it started, in a unit of the system
 
-    bool operator<(const CProcessId& other) const {
+    bool operator<(const ProcessId& other) const {
         return std::tie(pid, start) < std::tie(other.pid, other.start);
     }
 };
 
-struct CProcessFacts {
+struct ProcessFacts {
     std::uint64_t parentPid = 0;
     std::string name;
     std::string executable;
@@ -36,9 +36,9 @@ struct CProcessFacts {
 class IProcessTable {
   public:
     virtual ~IProcessTable() = default;
-    virtual std::vector<CProcessId> List() = 0;
+    virtual std::vector<ProcessId> List() = 0;
     /// Nothing when the process has ended.
-    virtual std::optional<CProcessFacts> Describe(const CProcessId& process) = 0;
+    virtual std::optional<ProcessFacts> Describe(const ProcessId& process) = 0;
 };
 
 /// The processes that this process may see.

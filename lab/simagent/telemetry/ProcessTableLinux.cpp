@@ -14,14 +14,14 @@ std::string Folder(std::uint64_t pid) {
     return "/proc/" + std::to_string(pid);
 }
 
-struct CStat {
+struct Stat {
     std::string command;
     std::uint64_t parentPid = 0;
     std::uint64_t start = 0;
 };
 
 /// From "<pid> (<command>) <state> <parent> ...", in which the command may hold anything.
-std::optional<CStat> ReadStat(std::uint64_t pid) {
+std::optional<Stat> ReadStat(std::uint64_t pid) {
     std::ifstream file(Folder(pid) + "/stat");
     std::string line;
     std::getline(file, line, '\0');
@@ -30,7 +30,7 @@ std::optional<CStat> ReadStat(std::uint64_t pid) {
     if (open == std::string::npos || close == std::string::npos) {
         return std::nullopt;
     }
-    CStat stat;
+    Stat stat;
     stat.command = line.substr(open + 1, close - open - 1);
     std::istringstream rest(line.substr(close + 1));
     std::string state;
@@ -70,15 +70,15 @@ std::string ReadExecutable(std::uint64_t pid) {
 
 class CLinuxProcessTable : public IProcessTable {
   public:
-    std::vector<CProcessId> List() override {
+    std::vector<ProcessId> List() override {
         std::error_code error;
-        std::vector<CProcessId> list;
+        std::vector<ProcessId> list;
         for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
             const std::string name = entry.path().filename().string();
             if (std::all_of(name.begin(), name.end(),
                             [](char c) { return c >= '0' && c <= '9'; })) {
                 const std::uint64_t pid = std::stoull(name);
-                if (const std::optional<CStat> stat = ReadStat(pid)) {
+                if (const std::optional<Stat> stat = ReadStat(pid)) {
                     list.push_back({pid, stat->start});
                 }
             }
@@ -89,13 +89,13 @@ class CLinuxProcessTable : public IProcessTable {
         return list;
     }
 
-    std::optional<CProcessFacts> Describe(const CProcessId& process) override {
-        CProcessFacts facts;
+    std::optional<ProcessFacts> Describe(const ProcessId& process) override {
+        ProcessFacts facts;
         facts.executable = ReadExecutable(process.pid);
         facts.userId = ReadUserId(process.pid);
         facts.image = Folder(process.pid) + "/exe";
         // Last: while it is the same process now, all that was read was of this one.
-        const std::optional<CStat> stat = ReadStat(process.pid);
+        const std::optional<Stat> stat = ReadStat(process.pid);
         if (!stat || stat->start != process.start) {
             return std::nullopt;
         }

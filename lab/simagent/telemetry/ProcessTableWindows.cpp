@@ -78,8 +78,8 @@ std::string UserOf(HANDLE process) {
 
 class CWindowsProcessTable : public IProcessTable {
   public:
-    std::vector<CProcessId> List() override {
-        std::vector<CProcessId> list;
+    std::vector<ProcessId> List() override {
+        std::vector<ProcessId> list;
         for (const PROCESSENTRY32W& entry : Snapshot()) {
             const CHandle process(Open(entry.th32ProcessID));
             list.push_back({entry.th32ProcessID, process ? StartOf(process.Get()) : 0});
@@ -87,7 +87,7 @@ class CWindowsProcessTable : public IProcessTable {
         return list;
     }
 
-    std::optional<CProcessFacts> Describe(const CProcessId& id) override {
+    std::optional<ProcessFacts> Describe(const ProcessId& id) override {
         for (const PROCESSENTRY32W& entry : Snapshot()) {
             if (entry.th32ProcessID != id.pid) {
                 continue;
@@ -96,7 +96,7 @@ class CWindowsProcessTable : public IProcessTable {
             if ((process ? StartOf(process.Get()) : 0) != id.start) {
                 return std::nullopt;
             }
-            CProcessFacts facts;
+            ProcessFacts facts;
             facts.parentPid = entry.th32ParentProcessID;
             facts.name = std::filesystem::path(entry.szExeFile).u8string();
             if (process) {

@@ -10,7 +10,7 @@
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
 
-using Kyr::Test::CKelcommScript;
+using Kyr::Test::KelcommScript;
 
 /// Releases the receiver that is replaced at once, as a channel may that keeps nothing of it.
 class CForgetfulChannel final : public IChannel {
@@ -45,14 +45,14 @@ class TaskStatusChainTest : public CommonTaskFixture {
     }
     /// The real channel, to a product with this many outcomes.
     static boost::shared_ptr<IChannel> ChannelWith(int outcomes) {
-        const auto script = boost::make_shared<CKelcommScript>();
+        const auto script = boost::make_shared<KelcommScript>();
         for (int count = 0; count < outcomes; ++count) {
             script->requests.push_back({0, OutcomeReply(0)});
         }
         script->standingRequest = {0, NoOutcomeReply()};
         return boost::make_shared<Kelcomm::CKelcommChannelAdapter>(
             std::make_unique<Kyr::Test::CFakeKelcommClient>(script),
-            std::make_unique<Kyr::Test::CFakeKelcommClient>(boost::make_shared<CKelcommScript>()),
+            std::make_unique<Kyr::Test::CFakeKelcommClient>(boost::make_shared<KelcommScript>()),
             clockOf());
     }
     static boost::shared_ptr<Base::IClock> clockOf() { return Base::SystemClock(); }

@@ -365,7 +365,7 @@ TYPED_TEST(KelcommCommonNtTest, NegativeOffsetIsAnInvalidArgumentHoweverLargeThe
 /// and while it gives the mutex back: in the midst of a read.
 class CSystemWithAction {
   public:
-    explicit CSystemWithAction(const CNativeFunctions& system) : functions_(system) {
+    explicit CSystemWithAction(const NativeFunctions& system) : functions_(system) {
         original = &system;
         functions_.MapViewOfFile = &MapViewOfFile;
         functions_.ReleaseMutex = &ReleaseMutex;
@@ -374,7 +374,7 @@ class CSystemWithAction {
     CSystemWithAction(const CSystemWithAction&) = delete;
     CSystemWithAction& operator=(const CSystemWithAction&) = delete;
 
-    const CNativeFunctions& GetFunctions() const { return functions_; }
+    const NativeFunctions& GetFunctions() const { return functions_; }
 
     static inline std::function<void()> whileMapping;
     static inline std::function<void()> whileReleasing;
@@ -395,8 +395,8 @@ class CSystemWithAction {
         return original->ReleaseMutex(mutex);
     }
 
-    static inline const CNativeFunctions* original = nullptr;
-    CNativeFunctions functions_;
+    static inline const NativeFunctions* original = nullptr;
+    NativeFunctions functions_;
 };
 
 template <typename Client>

@@ -16,7 +16,7 @@ using Test::VirtualSlot;
 
 class EncryptionRecoveryDataResponseTest : public testing::Test {
   protected:
-    const CEncryptionRecoveryData& Read(const std::string& elements) {
+    const EncryptionRecoveryData& Read(const std::string& elements) {
         response_.Deserialize(
             TextReply("<TULK><MESSAGE><RESPONSE>" + elements + "</RESPONSE></MESSAGE></TULK>"));
         return response_.GetRecoveryData();

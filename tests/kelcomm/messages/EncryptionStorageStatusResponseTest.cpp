@@ -35,13 +35,13 @@ std::string PartitionWith(const std::string& from, const std::string& to) {
 
 class EncryptionStorageStatusResponseTest : public testing::Test {
   protected:
-    const CEncryptionStorageStatus& Read(const std::string& elements) {
+    const EncryptionStorageStatus& Read(const std::string& elements) {
         response_.Deserialize(
             TextReply("<TULK><MESSAGE><RESPONSE>" + elements + "</RESPONSE></MESSAGE></TULK>"));
         return response_.GetRecords();
     }
 
-    const CEncryptionPartition& ReadPartition(const std::string& partition) {
+    const EncryptionPartition& ReadPartition(const std::string& partition) {
         const auto& disks = Read(kDisk + partition + "</DISK>").disks;
         return disks.at(disks.size() - 1).partitions.at(0);
     }

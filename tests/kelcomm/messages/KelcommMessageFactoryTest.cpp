@@ -237,7 +237,7 @@ TEST_F(KelcommMessageFactoryTest, TextsAreCopied) {
 }
 
 TEST_F(KelcommMessageFactoryTest, ConfirmationIsCopied) {
-    CEncryptionRecoveryConfirmation confirmation{{"p"}, {"d"}};
+    EncryptionRecoveryConfirmation confirmation{{"p"}, {"d"}};
     const auto request = factory_.CreateConfirmEncryptionRecoveryDataRequest(confirmation);
     confirmation = {};
     EXPECT_EQ(request->Serialize(),

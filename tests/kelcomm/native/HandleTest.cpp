@@ -66,8 +66,8 @@ class HandleTest : public testing::Test {
     }
     Owner Own(std::uintptr_t number) { return Owner(native_, Value(number)); }
 
-    Native::CNativeFunctions native_ = Native::FallbackNativeFunctions();
-    Native::CNativeFunctions other_ = Native::FallbackNativeFunctions();
+    Native::NativeFunctions native_ = Native::FallbackNativeFunctions();
+    Native::NativeFunctions other_ = Native::FallbackNativeFunctions();
 };
 
 using Owners = testing::Types<Native::CHandle, Native::CMappedView>;

@@ -8,9 +8,9 @@
 namespace Kyr::Test {
 
 /// The system's functions, with the layer's in place of those that the layer has.
-inline const Connectors::Common::Kelcomm::Native::CNativeFunctions& LayerFunctions() {
+inline const Connectors::Common::Kelcomm::Native::NativeFunctions& LayerFunctions() {
     namespace Native = Connectors::Common::Kelcomm::Native;
-    static const Native::CNativeFunctions table = Native::ResolveNativeFunctions(
+    static const Native::NativeFunctions table = Native::ResolveNativeFunctions(
         [](Native::NativeLibrary library, const char* name) -> Native::GenericFunction {
             const auto function = PortLayer::FindFunctionByName(name);
             return function != nullptr ? function : Native::FindNativeFunction(library, name);

@@ -83,7 +83,7 @@ std::string NameOf(Function function) {
 }
 
 TEST(NativeTableTest, EveryFunctionTakesTheSlotOfItsName) {
-    const Native::CNativeFunctions t = Native::ResolveNativeFunctions(&FindByName);
+    const Native::NativeFunctions t = Native::ResolveNativeFunctions(&FindByName);
     EXPECT_EQ("NtConnectPort", NameOf(t.NtConnectPort));
     EXPECT_EQ("NtRequestPort", NameOf(t.NtRequestPort));
     EXPECT_EQ("NtRequestWaitReplyPort", NameOf(t.NtRequestWaitReplyPort));
@@ -130,7 +130,7 @@ TEST(NativeTableTest, EveryFunctionTakesTheSlotOfItsName) {
 }
 
 TEST(NativeTableTest, FoundFunctionTakesItsSlot) {
-    const Native::CNativeFunctions table = Native::ResolveNativeFunctions(&FindOnlyIsWow64Process);
+    const Native::NativeFunctions table = Native::ResolveNativeFunctions(&FindOnlyIsWow64Process);
     NtApi::Bool isWow64 = 0;
     EXPECT_EQ(1, table.IsWow64Process(nullptr, &isWow64));
     EXPECT_EQ(7, isWow64);
@@ -139,7 +139,7 @@ TEST(NativeTableTest, FoundFunctionTakesItsSlot) {
 
 TEST(NativeTableTest, MissingPortFunctionsReportUnsuccessful) {
     constexpr auto kUnsuccessful = static_cast<NtApi::NtStatus>(0xC0000001);
-    const Native::CNativeFunctions table = Native::FallbackNativeFunctions();
+    const Native::NativeFunctions table = Native::FallbackNativeFunctions();
     EXPECT_EQ(kUnsuccessful, table.NtConnectPort(nullptr, nullptr, nullptr, nullptr, nullptr,
                                                  nullptr, nullptr, nullptr));
     EXPECT_EQ(kUnsuccessful, table.NtRequestPort(nullptr, nullptr));
@@ -158,7 +158,7 @@ TEST(NativeTableTest, MissingPortFunctionsReportUnsuccessful) {
 }
 
 TEST(NativeTableTest, MissingProcessFunctionsReturnZero) {
-    const Native::CNativeFunctions table = Native::FallbackNativeFunctions();
+    const Native::NativeFunctions table = Native::FallbackNativeFunctions();
     NtApi::Bool isWow64 = 5;
     EXPECT_EQ(0, table.IsWow64Process(nullptr, &isWow64));
     EXPECT_EQ(5, isWow64);
@@ -170,14 +170,14 @@ TEST(NativeTableTest, MissingProcessFunctionsReturnZero) {
 }
 
 TEST(NativeTableTest, MissingWaitsReportFailure) {
-    const Native::CNativeFunctions table = Native::FallbackNativeFunctions();
+    const Native::NativeFunctions table = Native::FallbackNativeFunctions();
     EXPECT_EQ(0xFFFFFFFFU, table.WaitForSingleObject(nullptr, 0));
     EXPECT_EQ(0xFFFFFFFFU, table.WaitForMultipleObjects(0, nullptr, 0, 0));
     EXPECT_EQ(0xFFFFFFFFU, table.MsgWaitForMultipleObjects(0, nullptr, 0, 0, 0));
 }
 
 TEST(NativeTableTest, MissingSlimLocksDoNothing) {
-    const Native::CNativeFunctions table = Native::FallbackNativeFunctions();
+    const Native::NativeFunctions table = Native::FallbackNativeFunctions();
     int guarded = 0;
     void* lock = &guarded;
     table.RtlInitializeSRWLock(&lock);
@@ -189,7 +189,7 @@ TEST(NativeTableTest, MissingSlimLocksDoNothing) {
 }
 
 TEST(NativeTableTest, SystemTableIsResolvedOnce) {
-    const Native::CNativeFunctions& table = Native::SystemNativeFunctions();
+    const Native::NativeFunctions& table = Native::SystemNativeFunctions();
     EXPECT_EQ(&table, &Native::SystemNativeFunctions());
     EXPECT_NE(nullptr, table.NtConnectPort);
     EXPECT_NE(nullptr, table.FreeSid);

@@ -15,7 +15,7 @@ using ::testing::SizeIs;
 
 class ScriptedNativeTest : public testing::Test {
   protected:
-    const CNativeFunctions& System() const { return native_.GetFunctions(); }
+    const NativeFunctions& System() const { return native_.GetFunctions(); }
 
     CScriptedNative native_;
 };

@@ -208,7 +208,7 @@ class CAlpcServer : public CServer {
     }
 };
 
-struct CLpc {
+struct LpcTraits {
     static constexpr const char* kName = "Lpc";
     static std::unique_ptr<Kelcomm::IKelcommClient> Client() {
         return Kelcomm::CreateKelcommClientNt(LayerFunctions());
@@ -223,7 +223,7 @@ struct CLpc {
     }
 };
 
-struct CAlpc {
+struct AlpcTraits {
     static constexpr const char* kName = "Alpc";
     static std::unique_ptr<Kelcomm::IKelcommClient> Client() {
         auto client = std::make_unique<Kelcomm::CKelcommAlpcClient>(LayerFunctions());
@@ -276,7 +276,7 @@ class PortExchangeTest : public testing::Test {
     std::unique_ptr<Kelcomm::IKelcommClient> client_;
 };
 
-using BothPorts = testing::Types<CLpc, CAlpc>;
+using BothPorts = testing::Types<LpcTraits, AlpcTraits>;
 struct PortNames {
     template <typename Ports>
     static std::string GetName(int) {
@@ -344,7 +344,7 @@ TYPED_TEST(PortExchangeTest, BroadcastAreaIsReadFromTheNamedSection) {
     this->client_->Close();
 }
 
-using LpcPortExchangeTest = PortExchangeTest<CLpc>;
+using LpcPortExchangeTest = PortExchangeTest<LpcTraits>;
 
 TEST_F(LpcPortExchangeTest, ServerCodeComesBack) {
     StartServer();
@@ -359,7 +359,7 @@ TEST_F(LpcPortExchangeTest, WaitPoolExchangesWithoutAMessagePump) {
     ExpectEcho(5000);
 }
 
-using AlpcPortExchangeTest = PortExchangeTest<CAlpc>;
+using AlpcPortExchangeTest = PortExchangeTest<AlpcTraits>;
 
 TEST_F(AlpcPortExchangeTest, GrowableBufferTakesALongReply) {
     StartServer();

@@ -33,7 +33,7 @@ class WindowsSystemTest : public testing::Test {
         alpc_.Close();
     }
 
-    const Native::CNativeFunctions& native_ = Native::SystemNativeFunctions();
+    const Native::NativeFunctions& native_ = Native::SystemNativeFunctions();
     const std::unique_ptr<Kelcomm::IKelcommClient> lpc_ = Kelcomm::CreateKelcommClientNt();
     Kelcomm::CKelcommAlpcClient alpc_;
 };
@@ -209,7 +209,7 @@ class WindowsWaitPoolTest : public testing::Test {
         return DefWindowProcW(window, message, first, second);
     }
 
-    Native::CNativeFunctions native_ = Native::SystemNativeFunctions();
+    Native::NativeFunctions native_ = Native::SystemNativeFunctions();
 };
 
 TEST_F(WindowsWaitPoolTest, MessagesOfTheCallersWindowsAreDispatchedWhileItWaits) {

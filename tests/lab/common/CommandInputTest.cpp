@@ -12,8 +12,8 @@ using Kind = CCommandInput::Kind;
 
 class CommandInputTest : public ::testing::Test {
   protected:
-    static void ExpectLine(const std::string& line, const CCommandInput::CEvent& event) {
-        EXPECT_EQ(Kind::Line, event.kind);
+    static void ExpectLine(const std::string& line, const CCommandInput::Event& event) {
+        EXPECT_EQ(Kind::kLine, event.kind);
         EXPECT_EQ(line, event.line);
     }
 
@@ -35,7 +35,7 @@ TEST_F(CommandInputTest, LastLineMayLackItsEnd) {
     pipe_.Close();
 
     ExpectLine("quit", input.Next());
-    EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
+    EXPECT_EQ(Kind::kEndOfInput, input.Next().kind);
 }
 
 TEST_F(CommandInputTest, LineMayEndAsOnWindows) {
@@ -49,23 +49,23 @@ TEST_F(CommandInputTest, TerminationIsReported) {
     CCommandInput input;
     std::raise(SIGTERM);
 
-    EXPECT_EQ(Kind::Terminate, input.Next().kind);
+    EXPECT_EQ(Kind::kTerminate, input.Next().kind);
 }
 
 TEST_F(CommandInputTest, AfterTheEndOfInputTerminationIsReported) {
     CCommandInput input;
     pipe_.Close();
-    EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
+    EXPECT_EQ(Kind::kEndOfInput, input.Next().kind);
     std::raise(SIGINT);
 
-    EXPECT_EQ(Kind::Terminate, input.Next().kind);
+    EXPECT_EQ(Kind::kTerminate, input.Next().kind);
 }
 
 TEST_F(CommandInputTest, WakingIsReportedOnce) {
     CCommandInput input;
     input.Wake();
     input.Wake();
-    EXPECT_EQ(Kind::Woken, input.Next().kind);
+    EXPECT_EQ(Kind::kWoken, input.Next().kind);
     pipe_.Write("quit\n");
 
     ExpectLine("quit", input.Next());
@@ -74,10 +74,10 @@ TEST_F(CommandInputTest, WakingIsReportedOnce) {
 TEST_F(CommandInputTest, AfterTheEndOfInputWakingIsReported) {
     CCommandInput input;
     pipe_.Close();
-    EXPECT_EQ(Kind::EndOfInput, input.Next().kind);
+    EXPECT_EQ(Kind::kEndOfInput, input.Next().kind);
     input.Wake();
 
-    EXPECT_EQ(Kind::Woken, input.Next().kind);
+    EXPECT_EQ(Kind::kWoken, input.Next().kind);
 }
 
 }  // namespace

@@ -20,8 +20,8 @@ class CInputPipe {
     void Close();
 
   private:
-    struct CState;  // the platform's own
-    std::unique_ptr<CState> state_;
+    struct State;  // the platform's own
+    std::unique_ptr<State> state_;
 };
 
 }  // namespace Kyr::Test

@@ -6,13 +6,13 @@
 
 namespace Kyr::Test {
 
-struct CInputPipe::CState {
+struct CInputPipe::State {
     const int saved = dup(STDIN_FILENO);
     int writer = -1;
     sigset_t savedMask{};
 };
 
-CInputPipe::CInputPipe() : state_(std::make_unique<CState>()) {
+CInputPipe::CInputPipe() : state_(std::make_unique<State>()) {
     int ends[2];
     EXPECT_EQ(0, pipe(ends));
     dup2(ends[0], STDIN_FILENO);

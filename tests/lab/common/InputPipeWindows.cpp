@@ -8,13 +8,13 @@
 
 namespace Kyr::Test {
 
-struct CInputPipe::CState {
+struct CInputPipe::State {
     const HANDLE saved = GetStdHandle(STD_INPUT_HANDLE);
     HANDLE reader = nullptr;
     HANDLE writer = nullptr;
 };
 
-CInputPipe::CInputPipe() : state_(std::make_unique<CState>()) {
+CInputPipe::CInputPipe() : state_(std::make_unique<State>()) {
     EXPECT_TRUE(CreatePipe(&state_->reader, &state_->writer, nullptr, 0));
     SetStdHandle(STD_INPUT_HANDLE, state_->reader);
 }

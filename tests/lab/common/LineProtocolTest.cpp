@@ -51,7 +51,7 @@ TEST(LineProtocolTest, FindReturnsFirstFieldOfThatName) {
 }
 
 TEST(LineProtocolTest, WrittenLineIsReadBack) {
-    const CTimedLine read = ParseLine(R"(23:59:07.042 did pid=7 text="a \"b\"\n\x1f" name="")");
+    const TimedLine read = ParseLine(R"(23:59:07.042 did pid=7 text="a \"b\"\n\x1f" name="")");
 
     EXPECT_EQ("23:59:07.042", read.time);
     EXPECT_EQ("did", read.line.Kind());

@@ -18,7 +18,7 @@ class CrashTestTest : public ::testing::Test {
 
     /// Every host ends in that way at once: an exit code or "killed".
     std::vector<std::string> ProblemsWithHostThatEnds(const std::string& way) {
-        CCrashPlan plan;
+        CrashPlan plan;
         plan.programs = {KYR_SIMAGENT, KYR_FRAIL_HOST, "", {"--end=" + way}};
         plan.work = folder_.Path();
         plan.randomKills = 2;

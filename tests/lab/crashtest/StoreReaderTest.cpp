@@ -10,7 +10,7 @@ namespace {
 TEST(StoreReaderTest, HostKilledBeforeItMadeItsTablesHasStoredNothing) {
     const Kyr::Test::CTemporaryFolder folder;
     CStoreReader reader(folder.File("host.db"));
-    for (const CKind& kind : kKinds) {
+    for (const RecordSource& kind : kKinds) {
         EXPECT_THAT(reader.NewNumbers(kind), testing::IsEmpty()) << kind.name;
         EXPECT_EQ(reader.Offset(kind), 0U) << kind.name;
     }

@@ -10,7 +10,7 @@ namespace {
 
 constexpr std::chrono::seconds kPatience(20);
 
-void Ignore(const std::string&, const CTimedLine&) {}
+void Ignore(const std::string&, const TimedLine&) {}
 
 bool Any(const CLine&) {
     return true;
@@ -67,7 +67,7 @@ TEST(ActorTest, WhatIsSentToAProgramThatHasEndedIsLost) {
 }
 
 /// Does not know "bad".
-void TakeGoodOnes(const std::string&, const CTimedLine& line) {
+void TakeGoodOnes(const std::string&, const TimedLine& line) {
     if (line.line.Kind() == "bad") {
         throw std::invalid_argument("'x' is not a number");
     }

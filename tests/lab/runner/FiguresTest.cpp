@@ -9,8 +9,8 @@ using ::testing::ElementsAre;
 using ::testing::Pair;
 
 /// Each figure another one.
-CFigures Some() {
-    CFigures figures;
+Figures Some() {
+    Figures figures;
     figures.requests = 1;
     figures.pings = 2;
     figures.connections = 3;
@@ -24,7 +24,7 @@ CFigures Some() {
 }
 
 TEST(Figures, ScenariosAddUp) {
-    CFigures sum = Some();
+    Figures sum = Some();
     sum += Some();
     EXPECT_THAT(Rows(sum),
                 ElementsAre(Pair("Requests to the product", "2"), Pair("Pings", "4"),
@@ -35,9 +35,9 @@ TEST(Figures, ScenariosAddUp) {
 }
 
 TEST(Figures, OneScenarioThatCountedMakesTheSumCounted) {
-    CFigures sum;
+    Figures sum;
     sum += Some();
-    sum += CFigures();
+    sum += Figures();
     EXPECT_TRUE(sum.counted);
 }
 

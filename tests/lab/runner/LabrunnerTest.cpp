@@ -28,7 +28,7 @@ class LabrunnerTest : public ::testing::Test {
         std::optional<int> code;
         {
             CActor labrunner("labrunner", KYR_LABRUNNER, arguments, {},
-                             [&printed](const std::string&, const CTimedLine& line) {
+                             [&printed](const std::string&, const TimedLine& line) {
                                  const std::string* const text = line.line.Find("text");
                                  printed << (text == nullptr ? "" : *text) << '\n';
                              });

@@ -6,12 +6,12 @@ namespace Kyr::Lab::Runner {
 namespace {
 
 TEST(Narration, LogLineKeepsItsTextAndWeighsByLevel) {
-    const CNarration told =
+    const Narration told =
         Narrate(CLine("log").With("level", "4").With("source", "M").With("text", "it failed"));
     EXPECT_EQ(told.text, "log 4  it failed");
-    EXPECT_EQ(told.weight, Weight::Error);
-    EXPECT_EQ(Narrate(CLine("log").With("level", "3").With("text", "t")).weight, Weight::Warning);
-    EXPECT_EQ(Narrate(CLine("log").With("level", "2").With("text", "t")).weight, Weight::Ordinary);
+    EXPECT_EQ(told.weight, Weight::kError);
+    EXPECT_EQ(Narrate(CLine("log").With("level", "3").With("text", "t")).weight, Weight::kWarning);
+    EXPECT_EQ(Narrate(CLine("log").With("level", "2").With("text", "t")).weight, Weight::kOrdinary);
 }
 
 TEST(Narration, RequestNamesTransportFunctionAndLength) {
@@ -33,20 +33,20 @@ TEST(Narration, RefusalWeighsMoreThanSuccess) {
     CLine refused("reply");
     refused.With("transport", "lpc").With("status", "14").With("length", "12");
     EXPECT_EQ(Narrate(refused).text, "status 14 over LPC, 12 bytes");
-    EXPECT_EQ(Narrate(refused).weight, Weight::Warning);
+    EXPECT_EQ(Narrate(refused).weight, Weight::kWarning);
 }
 
 TEST(Narration, RequestAndReplyCrossTheWireInTheirDirections) {
-    EXPECT_EQ(Narrate(CLine("request").With("command", "3")).road, Road::ToProduct);
-    EXPECT_EQ(Narrate(CLine("reply").With("status", "0")).road, Road::FromProduct);
-    EXPECT_EQ(Narrate(CLine("did").With("action", "kill")).road, Road::None);
+    EXPECT_EQ(Narrate(CLine("request").With("command", "3")).road, Road::kToProduct);
+    EXPECT_EQ(Narrate(CLine("reply").With("status", "0")).road, Road::kFromProduct);
+    EXPECT_EQ(Narrate(CLine("did").With("action", "kill")).road, Road::kNone);
 }
 
 TEST(Narration, ReplyThatNeverComesIsAWarning) {
-    const CNarration told =
+    const Narration told =
         Narrate(CLine("reply").With("transport", "alpc").With("delivery", "never"));
     EXPECT_EQ(told.text, "no reply over ALPC: never");
-    EXPECT_EQ(told.weight, Weight::Warning);
+    EXPECT_EQ(told.weight, Weight::kWarning);
 }
 
 TEST(Narration, WhatComesWithTimeIsToldOncePerStep) {
@@ -77,18 +77,18 @@ TEST(Narration, DeedOfTheProductIsToldInItsOwnWords) {
 }
 
 TEST(Narration, RefusedCommandIsAWarningAndAnyOtherErrorAnError) {
-    const CNarration refused =
+    const Narration refused =
         Narrate(CLine("error").With("command", "start").With("text", "blocked"));
     EXPECT_EQ(refused.text, "refuses: start, blocked");
-    EXPECT_EQ(refused.weight, Weight::Warning);
-    EXPECT_EQ(Narrate(CLine("error").With("text", "t")).weight, Weight::Error);
+    EXPECT_EQ(refused.weight, Weight::kWarning);
+    EXPECT_EQ(Narrate(CLine("error").With("text", "t")).weight, Weight::kError);
 }
 
 TEST(Narration, StopThatSucceededIsShown) {
     EXPECT_EQ(Narrate(CLine("life").With("call", "Stop(true)").With("result", "true")).weight,
-              Weight::Ordinary);
+              Weight::kOrdinary);
     EXPECT_EQ(Narrate(CLine("life").With("call", "Stop(false)").With("result", "false")).weight,
-              Weight::Detail);
+              Weight::kDetail);
 }
 
 TEST(Narration, EndedProcessNamesWhoDidIt) {
@@ -112,9 +112,9 @@ TEST(Narration, SymbolsLeaveIdentifiersAndTimesToTheTranscript) {
 
 TEST(Narration, FailedLifeCycleCallIsAnError) {
     EXPECT_EQ(Narrate(CLine("life").With("call", "Start").With("result", "failed")).weight,
-              Weight::Error);
+              Weight::kError);
     EXPECT_EQ(Narrate(CLine("life").With("call", "Start").With("result", "ok")).weight,
-              Weight::Detail);
+              Weight::kDetail);
 }
 
 TEST(Narration, UnknownKindIsToldAsItStands) {

@@ -32,7 +32,7 @@ class RunnerTest : public ::testing::Test {
 
     /// Plays statements, the first of which stands in line 2. Tells what failed.
     std::string Play(const std::string& statements) {
-        CScreen screen(screen_, true, CScreen::Detail::Everything);
+        CScreen screen(screen_, true, CScreen::Detail::kEverything);
         CRunner runner(paths_, screen);
         const bool held = runner.Run(ParseScenario("title T\n" + statements));
         results_ = runner.Results();
@@ -50,9 +50,9 @@ class RunnerTest : public ::testing::Test {
     }
 
     const CParrotFolder folder_;
-    CRunnerPaths paths_;
+    RunnerPaths paths_;
     std::ostringstream screen_;
-    std::vector<CStepResult> results_;
+    std::vector<StepResult> results_;
 };
 
 TEST_F(RunnerTest, HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario) {
@@ -310,8 +310,8 @@ TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
         "step two\nexpect host log within 10ms\n"
         "step three\nquit host\n");
     const auto row = [](const char* step, bool passed) {
-        return AllOf(Field(&CStepResult::scenario, "T"), Field(&CStepResult::step, step),
-                     Field(&CStepResult::passed, passed));
+        return AllOf(Field(&StepResult::scenario, "T"), Field(&StepResult::step, step),
+                     Field(&StepResult::passed, passed));
     };
     EXPECT_THAT(results_, ElementsAre(row("one", true), row("two", false)));
 }

@@ -7,7 +7,7 @@ namespace {
 
 template <typename Expected>
 Expected OnlyStatement(const std::string& line) {
-    const CScenario scenario = ParseScenario("title T\n" + line + "\nquit host\n");
+    const Scenario scenario = ParseScenario("title T\n" + line + "\nquit host\n");
     EXPECT_EQ(scenario.statements.size(), 2U);
     EXPECT_EQ(scenario.statements.at(0).line, 2U);
     return std::get<Expected>(scenario.statements.at(0).statement);
@@ -47,61 +47,59 @@ TEST(Scenario, EachStatementThatCanFailIsAnExpectation) {
 }
 
 TEST(Scenario, EmptyLinesAndCommentsAreSkippedButCounted) {
-    const CScenario scenario = ParseScenario("title T\n\n  # remark\nquit agent\n");
+    const Scenario scenario = ParseScenario("title T\n\n  # remark\nquit agent\n");
     ASSERT_EQ(scenario.statements.size(), 1U);
     EXPECT_EQ(scenario.statements[0].line, 4U);
 }
 
 TEST(Scenario, StepAndSayTakeTheRestAsItStands) {
-    EXPECT_EQ(OnlyStatement<CStepStatement>("step The \"host\" starts ").text,
+    EXPECT_EQ(OnlyStatement<StepStatement>("step The \"host\" starts ").text,
               "The \"host\" starts");
-    EXPECT_EQ(OnlyStatement<CSayStatement>("say  a  b").text, "a  b");
+    EXPECT_EQ(OnlyStatement<SayStatement>("say  a  b").text, "a  b");
 }
 
 TEST(Scenario, StartTakesArguments) {
-    const auto start = OnlyStatement<CStartStatement>("start agent --misbehave=no-alpc \"a b\"");
+    const auto start = OnlyStatement<StartStatement>("start agent --misbehave=no-alpc \"a b\"");
     EXPECT_EQ(start.actor, "agent");
     EXPECT_EQ(start.arguments, (std::vector<std::string>{"--misbehave=no-alpc", "a b"}));
 }
 
 TEST(Scenario, CommandIsSentAsItStands) {
-    const auto command = OnlyStatement<CCommandStatement>("host  kill pid=$v.pid sha1=\"\"");
+    const auto command = OnlyStatement<CommandStatement>("host  kill pid=$v.pid sha1=\"\"");
     EXPECT_EQ(command.actor, "host");
     EXPECT_EQ(command.line, "kill pid=$v.pid sha1=\"\"");
 }
 
 TEST(Scenario, ExpectTakesFieldsPatienceAndName) {
     const auto expect =
-        OnlyStatement<CExpectStatement>("expect host log text=\"a b\" level~4 within 200ms as x");
+        OnlyStatement<ExpectStatement>("expect host log text=\"a b\" level~4 within 200ms as x");
     EXPECT_EQ(expect.actor, "host");
     EXPECT_EQ(expect.pattern.kind, "log");
     ASSERT_EQ(expect.pattern.fields.size(), 2U);
     EXPECT_EQ(expect.pattern.fields[0].key, "text");
-    EXPECT_EQ(expect.pattern.fields[0].kind, CFieldMatch::Kind::Equals);
+    EXPECT_EQ(expect.pattern.fields[0].kind, FieldMatch::Kind::kEquals);
     EXPECT_EQ(expect.pattern.fields[0].value, "a b");
-    EXPECT_EQ(expect.pattern.fields[1].kind, CFieldMatch::Kind::Contains);
+    EXPECT_EQ(expect.pattern.fields[1].kind, FieldMatch::Kind::kContains);
     EXPECT_EQ(expect.within, std::chrono::milliseconds(200));
     EXPECT_EQ(expect.name, "x");
 }
 
 TEST(Scenario, ExpectWaitsFiveSecondsUnlessTold) {
-    EXPECT_EQ(OnlyStatement<CExpectStatement>("expect agent ready").within,
-              std::chrono::seconds(5));
+    EXPECT_EQ(OnlyStatement<ExpectStatement>("expect agent ready").within, std::chrono::seconds(5));
 }
 
 TEST(Scenario, GoneTakesPatience) {
-    EXPECT_EQ(OnlyStatement<CGoneStatement>("gone agent within 3s").within,
-              std::chrono::seconds(3));
+    EXPECT_EQ(OnlyStatement<GoneStatement>("gone agent within 3s").within, std::chrono::seconds(3));
 }
 
 TEST(Scenario, WaitTakesDurationAndText) {
-    const auto wait = OnlyStatement<CWaitStatement>("wait 3s in which nothing happens");
+    const auto wait = OnlyStatement<WaitStatement>("wait 3s in which nothing happens");
     EXPECT_EQ(wait.duration, std::chrono::seconds(3));
     EXPECT_EQ(wait.text, "in which nothing happens");
 }
 
 TEST(Scenario, CountdownTakesDurationAndText) {
-    const auto countdown = OnlyStatement<CCountdownStatement>("countdown 10s until it reconnects");
+    const auto countdown = OnlyStatement<CountdownStatement>("countdown 10s until it reconnects");
     EXPECT_EQ(countdown.duration, std::chrono::seconds(10));
     EXPECT_EQ(countdown.text, "until it reconnects");
 }

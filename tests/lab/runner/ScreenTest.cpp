@@ -14,16 +14,16 @@ using ::testing::Not;
 constexpr bool kOnATerminal = true;
 constexpr bool kInAFile = false;
 
-CTimedLine At(const std::string& time, const CLine& line) {
+TimedLine At(const std::string& time, const CLine& line) {
     return {time, line};
 }
 
 class ScreenTest : public ::testing::Test {
   protected:
     std::ostringstream out_;
-    CScreen screen_{out_, kInAFile, CScreen::Detail::Everything};
-    CScreen quiet_{out_, kInAFile, CScreen::Detail::Results};
-    CScreen terminal_{out_, kOnATerminal, CScreen::Detail::Everything};
+    CScreen screen_{out_, kInAFile, CScreen::Detail::kEverything};
+    CScreen quiet_{out_, kInAFile, CScreen::Detail::kResults};
+    CScreen terminal_{out_, kOnATerminal, CScreen::Detail::kEverything};
 };
 
 TEST_F(ScreenTest, EventIsItsTimeWhoTellsItAndWhat) {
@@ -50,7 +50,7 @@ TEST_F(ScreenTest, LongTextIsShortened) {
 }
 
 TEST_F(ScreenTest, PingIsShownOncePerStep) {
-    const CTimedLine ping =
+    const TimedLine ping =
         At("12:00:01.002", CLine("request").With("transport", "alpc").With("command", "0"));
     const std::string shown = "  12:00:01.002  wire ->  ping over ALPC\n";
     screen_.Step(1, "One");
@@ -118,7 +118,7 @@ TEST_F(ScreenTest, TableHasARowForEachStepBelowItsScenario) {
 }
 
 TEST_F(ScreenTest, FiguresStandBelowEachOther) {
-    CFigures figures;
+    Figures figures;
     figures.requests = 12;
     quiet_.Show(figures);
     EXPECT_THAT(out_.str(), HasSubstr("\nIn figures\n"

@@ -13,7 +13,7 @@
 namespace Kyr::Lab::SimAgent {
 namespace {
 
-using Delivery = CAnswer::Delivery;
+using Delivery = PortAnswer::Delivery;
 using Test::CManualClock;
 using Test::HexBytes;
 using ::testing::ElementsAre;
@@ -24,7 +24,7 @@ class AgentTest : public ProductFixture {
     CAgent& Agent() {
         if (!agent_) {
             agent_ = std::make_unique<CAgent>(commands_, misbehaviours_, clock_, lines_.Sink(),
-                                              CAgent::CSettings{wire_, [this] { ++endings_; }});
+                                              CAgent::Settings{wire_, [this] { ++endings_; }});
         }
         return *agent_;
     }
@@ -34,33 +34,34 @@ class AgentTest : public ProductFixture {
     }
 
     /// A kill request for process 1000, which "one" is when it was started.
-    CAnswer Kill(Transport transport = Transport::Alpc) {
+    PortAnswer Kill(Transport transport = Transport::kAlpc) {
         return Agent().Answer(Request(transport, KillPayload("1000")));
     }
 
     /// A command that understands no body.
     static InnerCommandGroup FussyCommands() {
-        return {{7, "fussy", [](const CAction&) -> CReply { throw CMalformed("not that"); }}};
+        return {
+            {7, "fussy", [](const InnerAction&) -> InnerReply { throw CMalformed("not that"); }}};
     }
 
-    static CPortRequest Ping() {
-        CPortRequest ping;
-        ping.transport = Transport::Alpc;
+    static PortRequest Ping() {
+        PortRequest ping;
+        ping.transport = Transport::kAlpc;
         ping.command = kPingCommand;
         return ping;
     }
 
     /// A command that answers with two bytes.
     static InnerCommandGroup TwoByteCommands() {
-        return {{8, "two-bytes", [](const CAction&) {
-                     CReply reply;
+        return {{8, "two-bytes", [](const InnerAction&) {
+                     InnerReply reply;
                      reply.payload = {0xAA, 0xBB};
                      return reply;
                  }}};
     }
-    CAnswer TwoBytes() {
+    PortAnswer TwoBytes() {
         return Agent().Answer(
-            Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 08 00 00 00")));
+            Request(Transport::kAlpc, HexBytes("0C 00 00 00 00 06 00 01 08 00 00 00")));
     }
 
     bool OneIsRunning() { return processes_.Find(1000)->running; }
@@ -76,9 +77,9 @@ class AgentTest : public ProductFixture {
 const Bytes kDoneReply = HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
 
 TEST_F(AgentTest, PingIsAnsweredWithNothing) {
-    const CAnswer answer = Agent().Answer(Ping());
+    const PortAnswer answer = Agent().Answer(Ping());
 
-    EXPECT_EQ(Delivery::Reply, answer.delivery);
+    EXPECT_EQ(Delivery::kReply, answer.delivery);
     EXPECT_EQ(0u, answer.code);
     EXPECT_TRUE(answer.bytes.empty());
     EXPECT_THAT(lines_.Take(),
@@ -89,7 +90,7 @@ TEST_F(AgentTest, PingIsAnsweredWithNothing) {
 TEST_F(AgentTest, KillRequestIsCarriedOutAndAccepted) {
     StartOne();
 
-    const CAnswer answer = Kill();
+    const PortAnswer answer = Kill();
 
     EXPECT_EQ(0u, answer.code);
     EXPECT_EQ(kDoneReply, answer.bytes);
@@ -98,7 +99,7 @@ TEST_F(AgentTest, KillRequestIsCarriedOutAndAccepted) {
 }
 
 TEST_F(AgentTest, EventsTellRequestDeedAndReplyInOrder) {
-    Agent().Answer(Request(Transport::Lpc, KillPayload("7")));
+    Agent().Answer(Request(Transport::kLpc, KillPayload("7")));
 
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("request id=1 transport=lpc command=3 inner=2 name=xml "
@@ -111,7 +112,7 @@ TEST_F(AgentTest, EventsTellRequestDeedAndReplyInOrder) {
 TEST_F(AgentTest, WireShowsTheBytes) {
     wire_ = true;
 
-    Agent().Answer(Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")));
+    Agent().Answer(Request(Transport::kAlpc, HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")));
 
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("request id=1 transport=alpc command=3 inner=33 name=unknown length=12 "
@@ -121,22 +122,22 @@ TEST_F(AgentTest, WireShowsTheBytes) {
 }
 
 TEST_F(AgentTest, UnknownPortCommandIsAFailureCode) {
-    CPortRequest request = Ping();
+    PortRequest request = Ping();
     request.command = 7;
 
     EXPECT_EQ(3u, Agent().Answer(request).code);
 }
 
 TEST_F(AgentTest, RequestThatCannotBeReadGetsItsStatus) {
-    const CAnswer answer = Agent().Answer(Request(Transport::Alpc, XmlPayload("<TULK>")));
+    const PortAnswer answer = Agent().Answer(Request(Transport::kAlpc, XmlPayload("<TULK>")));
 
     EXPECT_EQ(HexBytes("0C 00 00 00 02 00 00 00 00 00 00 00"), answer.bytes);
     EXPECT_THAT(lines_.Take()[0], HasSubstr("problem="));
 }
 
 TEST_F(AgentTest, BodyThatACommandCannotReadGetsItsStatus) {
-    const CAnswer answer =
-        Agent().Answer(Request(Transport::Alpc, HexBytes("0C 00 00 00 00 06 00 01 07 00 00 00")));
+    const PortAnswer answer =
+        Agent().Answer(Request(Transport::kAlpc, HexBytes("0C 00 00 00 00 06 00 01 07 00 00 00")));
 
     EXPECT_EQ(HexBytes("0C 00 00 00 02 00 00 00 00 00 00 00"), answer.bytes);
     EXPECT_EQ("reply id=1 transport=alpc code=0 status=2 length=12 problem=\"not that\"",
@@ -145,7 +146,7 @@ TEST_F(AgentTest, BodyThatACommandCannotReadGetsItsStatus) {
 
 TEST_F(AgentTest, OneWayRequestIsCarriedOutWithoutAReply) {
     StartOne();
-    CPortRequest request = Request(Transport::Alpc, KillPayload("1000"));
+    PortRequest request = Request(Transport::kAlpc, KillPayload("1000"));
     request.wantsReply = false;
 
     Agent().Answer(request);
@@ -156,10 +157,10 @@ TEST_F(AgentTest, OneWayRequestIsCarriedOutWithoutAReply) {
 }
 
 TEST_F(AgentTest, LegacyReplyThatDoesNotFitAsksForMoreRoom) {
-    CPortRequest request = Request(Transport::Lpc, KillPayload("7"));
+    PortRequest request = Request(Transport::kLpc, KillPayload("7"));
     request.replyCapacity = 11;
 
-    const CAnswer answer = Agent().Answer(request);
+    const PortAnswer answer = Agent().Answer(request);
 
     EXPECT_EQ(6u, answer.code);
     EXPECT_TRUE(answer.bytes.empty());
@@ -178,7 +179,7 @@ TEST_F(AgentTest, CodeFaultRefusesTheRequest) {
     StartOne();
     Misbehave("code 9");
 
-    const CAnswer answer = Kill();
+    const PortAnswer answer = Kill();
 
     EXPECT_EQ(9u, answer.code);
     EXPECT_TRUE(answer.bytes.empty());
@@ -226,7 +227,7 @@ TEST_F(AgentTest, ValueFaultChangesTheThirdField) {
 TEST_F(AgentTest, OversizedFaultLengthensTheReply) {
     Misbehave("oversized 65537");
 
-    const CAnswer answer = Kill();
+    const PortAnswer answer = Kill();
 
     EXPECT_EQ(65537u, answer.bytes.size());
     EXPECT_EQ(65537u, answer.AnnouncedLength());
@@ -236,7 +237,7 @@ TEST_F(AgentTest, OversizedFaultLengthensTheReply) {
 TEST_F(AgentTest, BadLengthFaultAnnouncesOneMoreThanThereIs) {
     Misbehave("bad-length");
 
-    const CAnswer answer = Kill();
+    const PortAnswer answer = Kill();
 
     EXPECT_EQ(kDoneReply, answer.bytes);
     EXPECT_EQ(13u, answer.AnnouncedLength());
@@ -250,12 +251,12 @@ TEST_F(AgentTest, BadLengthFaultAnnouncesWhatItIsTold) {
 
 TEST_F(AgentTest, ViewFaultsMakeTheReplyLongEnoughForAView) {
     Misbehave("view-missing for=1");
-    const CAnswer missing = Kill();
+    const PortAnswer missing = Kill();
     EXPECT_TRUE(missing.withoutView);
     EXPECT_EQ(65488u, missing.AnnouncedLength());
 
     Misbehave("view-small for=1");
-    const CAnswer small = Kill();
+    const PortAnswer small = Kill();
     EXPECT_TRUE(small.smallView);
     EXPECT_FALSE(small.withoutView);
     EXPECT_EQ(65488u, small.bytes.size());
@@ -265,7 +266,7 @@ TEST_F(AgentTest, DropFaultClosesTheConnectionAndDoesNothing) {
     StartOne();
     Misbehave("drop");
 
-    EXPECT_EQ(Delivery::Drop, Kill().delivery);
+    EXPECT_EQ(Delivery::kDrop, Kill().delivery);
     EXPECT_TRUE(OneIsRunning());
     EXPECT_THAT(lines_.Take(), ::testing::Contains("reply id=1 transport=alpc delivery=dropped"));
 }
@@ -274,7 +275,7 @@ TEST_F(AgentTest, HangFaultNeverRepliesAndDoesNothing) {
     StartOne();
     Misbehave("hang");
 
-    EXPECT_EQ(Delivery::Hang, Kill().delivery);
+    EXPECT_EQ(Delivery::kHang, Kill().delivery);
     EXPECT_TRUE(OneIsRunning());
     EXPECT_THAT(lines_.Take(), ::testing::Contains("reply id=1 transport=alpc delivery=never"));
 }

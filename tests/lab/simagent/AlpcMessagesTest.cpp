@@ -20,7 +20,7 @@ const Bytes kInView =
     HexBytes("10 00 28 00 01 20 00 00 " + kIds + "03 00 00 00 01 CC CC CC C8 FF 00 00 00 00 00 00");
 
 TEST(AlpcMessagesTest, RequestWithItsPayloadInTheMessageIsRead) {
-    const CAlpcRequest request = DecodeAlpcRequest(kInline);
+    const AlpcRequest request = DecodeAlpcRequest(kInline);
 
     EXPECT_EQ(3u, request.command);
     EXPECT_FALSE(request.growableReply);
@@ -30,7 +30,7 @@ TEST(AlpcMessagesTest, RequestWithItsPayloadInTheMessageIsRead) {
 }
 
 TEST(AlpcMessagesTest, RequestWithItsPayloadInAViewIsRead) {
-    const CAlpcRequest request = DecodeAlpcRequest(kInView);
+    const AlpcRequest request = DecodeAlpcRequest(kInView);
 
     EXPECT_TRUE(request.payloadInView);
     EXPECT_EQ(65480u, request.requestLength);

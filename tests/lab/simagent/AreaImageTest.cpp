@@ -68,16 +68,16 @@ TEST_F(AreaImageTest, MoveChangesTheTimestampsOfBothPlaces) {
 
 TEST_F(AreaImageTest, FieldsOfTheEntryFollowThePlugIn) {
     image_.MovePlugIn(2);
-    image_.Write(AreaField::UserSize, 7);
+    image_.Write(AreaField::kUserSize, 7);
     EXPECT_EQ(Bytes(64 + 80 + 44, 4), HexBytes("07 00 00 00"));
-    EXPECT_EQ(image_.Read(AreaField::UserSize), 7U);
+    EXPECT_EQ(image_.Read(AreaField::kUserSize), 7U);
 }
 
 TEST_F(AreaImageTest, TimestampsGoOnWhereAnAgentBeforeLeftThem) {
     image_.SetValue(10, 1);
     CAreaImage next(memory_);
     next.WriteHealthy();
-    EXPECT_EQ(next.Read(AreaField::Timestamp), 6U);
+    EXPECT_EQ(next.Read(AreaField::kTimestamp), 6U);
 }
 
 }  // namespace

@@ -35,7 +35,7 @@ class BroadcastEndToEndTest : public ::testing::Test {
         agent_.reset();
         agent_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
                                                   Runner::CActor::Environment{},
-                                                  [](const std::string&, const CTimedLine&) {});
+                                                  [](const std::string&, const TimedLine&) {});
         next_ = 0;
         Await("ready");
     }

@@ -35,7 +35,7 @@ TYPED_TEST(EndToEndPortTest, PingIsAnsweredWithNothing) {
     ASSERT_EQ(0, client.Connect());
     this->Await("connect");
 
-    const CExchange ping = client.Exchange(kPingCommand, {}, 0);
+    const PortReply ping = client.Exchange(kPingCommand, {}, 0);
 
     EXPECT_EQ(0, ping.status);
     EXPECT_EQ(0u, ping.code);
@@ -48,7 +48,7 @@ TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
     TypeParam client;
     ASSERT_EQ(0, client.Connect());
 
-    const CExchange kill = client.Exchange(kRequestCommand, KillPayload(pid), 65536);
+    const PortReply kill = client.Exchange(kRequestCommand, KillPayload(pid), 65536);
 
     EXPECT_EQ(kAccepted, kill.bytes);
     this->Await("did action=kill pid=" + pid + " outcome=done");
@@ -85,7 +85,7 @@ TYPED_TEST(EndToEndPortTest, LongRequestAndLongReplyArriveWhole) {
     Bytes payload = KillPayload("1");
     payload.resize(150000, ' ');  // blanks behind the document
 
-    const CExchange exchange = client.Exchange(kRequestCommand, payload, 200000);
+    const PortReply exchange = client.Exchange(kRequestCommand, payload, 200000);
 
     this->Await("request id=1");
     this->Await("did action=kill pid=1 outcome=refused");
@@ -122,7 +122,7 @@ TYPED_TEST(EndToEndPortTest, HangingRequestEndsWithTheAgent) {
     this->Run({"--misbehave=hang"});
     TypeParam client;
     ASSERT_EQ(0, client.Connect());
-    CExchange hanging;
+    PortReply hanging;
     boost::thread requester(
         [&] { hanging = client.Exchange(kRequestCommand, KillPayload("1"), 65536); });
     this->Await("reply id=1");
@@ -152,7 +152,7 @@ TYPED_TEST(EndToEndPortTest, AnnouncedLengthCanBeWrong) {
     TypeParam client;
     ASSERT_EQ(0, client.Connect());
 
-    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
 
     EXPECT_EQ(100u, exchange.length);
     EXPECT_EQ(kAccepted, exchange.bytes);
@@ -219,7 +219,7 @@ TEST_F(EndToEndTest, LongReplyWithoutItsViewOnlyAnnouncesIt) {
     CAlpcPortClient client;
     ASSERT_EQ(0, client.Connect());
 
-    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
 
     EXPECT_EQ(65488u, exchange.length);
     EXPECT_FALSE(client.CameWithView());
@@ -230,7 +230,7 @@ TEST_F(EndToEndTest, SmallViewIsOneByteShort) {
     CAlpcPortClient client;
     ASSERT_EQ(0, client.Connect());
 
-    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
 
     EXPECT_EQ(65488u, exchange.length);
     EXPECT_TRUE(client.CameWithView());
@@ -242,7 +242,7 @@ TEST_F(EndToEndTest, LegacyReplyBeyondTheCapacityIsCutInTheBuffer) {
     CLpcPortClient client;
     ASSERT_EQ(0, client.Connect());
 
-    const CExchange exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
+    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
 
     EXPECT_EQ(70000u, exchange.length);
     EXPECT_EQ(65536u, exchange.bytes.size());
@@ -287,7 +287,7 @@ TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {
 TEST_F(EndToEndTest, SecondAgentCannotHaveThePorts) {
     Run();
     Runner::CActor second("second", KYR_SIMAGENT, {}, {},
-                          [](const std::string&, const CTimedLine&) {});
+                          [](const std::string&, const TimedLine&) {});
 
     EXPECT_EQ(1, second.AwaitEnd(kPatience));
     EXPECT_THAT(second.EventAt(0).line.Text(), HasSubstr("cannot create the advanced port"));
@@ -295,14 +295,14 @@ TEST_F(EndToEndTest, SecondAgentCannotHaveThePorts) {
 
 TEST_F(EndToEndTest, UnknownOptionIsRefused) {
     Runner::CActor agent("agent", KYR_SIMAGENT, {"--unknown"}, {},
-                         [](const std::string&, const CTimedLine&) {});
+                         [](const std::string&, const TimedLine&) {});
 
     EXPECT_EQ(2, agent.AwaitEnd(kPatience));
 }
 
 TEST_F(EndToEndTest, UnknownFaultIsRefused) {
     Runner::CActor agent("agent", KYR_SIMAGENT, {"--misbehave=unknown"}, {},
-                         [](const std::string&, const CTimedLine&) {});
+                         [](const std::string&, const TimedLine&) {});
 
     EXPECT_EQ(2, agent.AwaitEnd(kPatience));
 }

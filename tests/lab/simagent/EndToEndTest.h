@@ -32,7 +32,7 @@ class EndToEndTest : public ::testing::Test {
         next_ = 0;
         actor_ = std::make_unique<Runner::CActor>("agent", KYR_SIMAGENT, arguments,
                                                   Runner::CActor::Environment{},
-                                                  [](const std::string&, const CTimedLine&) {});
+                                                  [](const std::string&, const TimedLine&) {});
     }
 
     /// Waits for the next event that begins so, and returns it.

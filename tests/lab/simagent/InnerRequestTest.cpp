@@ -10,7 +10,7 @@ using Test::HexBytes;
 using Test::TextBytes;
 
 TEST(InnerRequestTest, BodyFollowsTheHeader) {
-    const CInnerRequest request =
+    const InnerRequest request =
         DecodeInnerRequest(HexBytes("0C 00 00 00 00 06 00 01 02 00 10 00 AA BB"));
 
     EXPECT_EQ(0x00100002u, request.command);
@@ -35,7 +35,7 @@ TEST(InnerRequestTest, ShortHeaderIsRefused) {
 }
 
 TEST(XmlRequestTest, FunctionAndNodesAreRead) {
-    const CXmlRequest request = ParseXmlRequest(TextBytes(
+    const XmlCall request = ParseXmlRequest(TextBytes(
         "<?xml version=\"1.0\" encoding=\"utf-8\"?><TULK><MESSAGE VERSION=\"1\"><REQUEST "
         "FUNCTION=\"BLOCK_EXECUTABLE_BY_HASH\"><DATA>"
         "<NODE NAME=\"HASH_SHA1\" TYPE=\"STRING\" VALUE=\"\" />"
@@ -52,7 +52,7 @@ TEST(XmlRequestTest, FunctionAndNodesAreRead) {
 }
 
 TEST(XmlRequestTest, RequestWithoutDataHasNoNodes) {
-    const CXmlRequest request = ParseXmlRequest(TextBytes(
+    const XmlCall request = ParseXmlRequest(TextBytes(
         "<TULK><MESSAGE VERSION=\"1\"><REQUEST FUNCTION=\"GET_ENCRYPTION_STORAGE_STATUS\">"
         "</REQUEST></MESSAGE></TULK>"));
 
@@ -61,7 +61,7 @@ TEST(XmlRequestTest, RequestWithoutDataHasNoNodes) {
 }
 
 TEST(XmlRequestTest, OtherElementsArePassedOver) {
-    const CXmlRequest request = ParseXmlRequest(
+    const XmlCall request = ParseXmlRequest(
         TextBytes("<TULK><MESSAGE><OTHER/><REQUEST FUNCTION=\"F\"><DATA><!-- -->"
                   "<OTHER/><NODE NAME=\"A\" VALUE=\"1\"/></DATA></REQUEST></MESSAGE></TULK>"));
 

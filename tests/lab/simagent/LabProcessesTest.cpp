@@ -10,7 +10,7 @@ namespace {
 
 using ::testing::ElementsAre;
 
-const CProgram kProgram{"/lab/victim", "s1", "s2"};
+const Program kProgram{"/lab/victim", "s1", "s2"};
 
 class LabProcessesTest : public ::testing::Test {
   protected:

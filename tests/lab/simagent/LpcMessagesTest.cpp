@@ -46,7 +46,7 @@ const Bytes kLargeByReference64 = HexBytes("34 00 5C 00 01 20 34 00 " + kIds64 +
                                            "00 20 00 00 00 7F 00 00 00 00 01 00 00 00 00 00");
 
 TEST(LpcMessagesTest, SmallRequestIn32BitStructuresIsRead) {
-    const CLpcRequest request = DecodeLpcRequest(kLpcLayout32, kSmall32);
+    const LpcRequest request = DecodeLpcRequest(kLpcLayout32, kSmall32);
 
     EXPECT_EQ(3u, request.command);
     EXPECT_EQ(0u, request.flags);
@@ -56,7 +56,7 @@ TEST(LpcMessagesTest, SmallRequestIn32BitStructuresIsRead) {
 }
 
 TEST(LpcMessagesTest, SmallRequestIn64BitStructuresIsRead) {
-    const CLpcRequest request = DecodeLpcRequest(kLpcLayout64, kSmall64);
+    const LpcRequest request = DecodeLpcRequest(kLpcLayout64, kSmall64);
 
     EXPECT_EQ(0u, request.command);
     EXPECT_EQ(1u, request.flags);
@@ -72,7 +72,7 @@ TEST(LpcMessagesTest, BytesBehindTheMessageAreNotRead) {
 }
 
 TEST(LpcMessagesTest, LargeRequestWithItsPayloadInTheMessageIsRead) {
-    const CLpcRequest request = DecodeLpcRequest(kLpcLayout32, kLargeInline32);
+    const LpcRequest request = DecodeLpcRequest(kLpcLayout32, kLargeInline32);
 
     EXPECT_TRUE(request.isLarge);
     EXPECT_EQ(0u, request.requestEntryLength);
@@ -81,7 +81,7 @@ TEST(LpcMessagesTest, LargeRequestWithItsPayloadInTheMessageIsRead) {
 }
 
 TEST(LpcMessagesTest, LargeRequestByReferenceIn32BitStructuresIsRead) {
-    const CLpcRequest request = DecodeLpcRequest(kLpcLayout32, kLargeByReference32);
+    const LpcRequest request = DecodeLpcRequest(kLpcLayout32, kLargeByReference32);
 
     EXPECT_TRUE(request.isLarge);
     EXPECT_EQ(273u, request.requestEntryLength);
@@ -90,7 +90,7 @@ TEST(LpcMessagesTest, LargeRequestByReferenceIn32BitStructuresIsRead) {
 }
 
 TEST(LpcMessagesTest, LargeRequestByReferenceIn64BitStructuresIsRead) {
-    const CLpcRequest request = DecodeLpcRequest(kLpcLayout64, kLargeByReference64);
+    const LpcRequest request = DecodeLpcRequest(kLpcLayout64, kLargeByReference64);
 
     EXPECT_TRUE(request.isLarge);
     EXPECT_EQ(557u, request.requestEntryLength);

@@ -11,20 +11,20 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-CMisbehaviour Parse(const std::string& text) {
+Misbehaviour Parse(const std::string& text) {
     return ParseMisbehaviour(SplitWords(text));
 }
 
-CRequestFacts KillOver(Transport transport) {
-    CRequestFacts facts;
+RequestFacts KillOver(Transport transport) {
+    RequestFacts facts;
     facts.transport = transport;
     facts.inner = 2;
     facts.function = "KILL_PROCESS_BY_PID";
     return facts;
 }
 
-CRequestFacts Ping() {
-    CRequestFacts facts;
+RequestFacts Ping() {
+    RequestFacts facts;
     facts.command = kPingCommand;
     return facts;
 }
@@ -57,9 +57,9 @@ INSTANTIATE_TEST_SUITE_P(MisbehaviourTest, MalformedMisbehaviourTest,
 
 class MisbehavioursTest : public ::testing::Test {
   protected:
-    std::vector<std::string> Take(const CRequestFacts& facts) {
+    std::vector<std::string> Take(const RequestFacts& facts) {
         std::vector<std::string> texts;
-        for (const CMisbehaviour& one : misbehaviours_.Take(facts)) {
+        for (const Misbehaviour& one : misbehaviours_.Take(facts)) {
             texts.push_back(one.Text());
         }
         return texts;
@@ -67,7 +67,7 @@ class MisbehavioursTest : public ::testing::Test {
 
     std::vector<std::string> List() const {
         std::vector<std::string> texts;
-        for (const CMisbehaviour& one : misbehaviours_.List()) {
+        for (const Misbehaviour& one : misbehaviours_.List()) {
             texts.push_back(one.Text());
         }
         return texts;
@@ -79,18 +79,18 @@ class MisbehavioursTest : public ::testing::Test {
 TEST_F(MisbehavioursTest, FaultWithoutCountHoldsUntilCleared) {
     misbehaviours_.Add(Parse("drop"));
 
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), ElementsAre("drop"));
-    EXPECT_THAT(Take(KillOver(Transport::Alpc)), ElementsAre("drop"));
-    misbehaviours_.Clear(Fault::Drop);
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), IsEmpty());
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop"));
+    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), ElementsAre("drop"));
+    misbehaviours_.Clear(Fault::kDrop);
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
 }
 
 TEST_F(MisbehavioursTest, CountedFaultIsGoneAfterItsRequests) {
     misbehaviours_.Add(Parse("drop for=2"));
 
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), ElementsAre("drop for=2"));
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop for=2"));
     EXPECT_THAT(List(), ElementsAre("drop for=1"));
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), ElementsAre("drop for=1"));
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop for=1"));
     EXPECT_THAT(List(), IsEmpty());
 }
 
@@ -99,7 +99,7 @@ TEST_F(MisbehavioursTest, RequestThatDoesNotFitCountsNothingDown) {
     misbehaviours_.Add(Parse("hang for=1 function=RESTART_FDE"));
     misbehaviours_.Add(Parse("die for=1 inner=33"));
 
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), IsEmpty());
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
     EXPECT_EQ(3u, List().size());
 }
 
@@ -122,24 +122,24 @@ TEST_F(MisbehavioursTest, OfOneKindTheOldestThatFitsIsTaken) {
     misbehaviours_.Add(Parse("status 14 for=1 transport=lpc"));
     misbehaviours_.Add(Parse("status 18"));
 
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), ElementsAre("status 14 for=1 transport=lpc"));
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), ElementsAre("status 18"));
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("status 14 for=1 transport=lpc"));
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("status 18"));
 }
 
 TEST_F(MisbehavioursTest, ViewFaultsAreForTheAdvancedPort) {
     misbehaviours_.Add(Parse("view-missing"));
     misbehaviours_.Add(Parse("view-small"));
 
-    EXPECT_THAT(Take(KillOver(Transport::Lpc)), IsEmpty());
-    EXPECT_THAT(Take(KillOver(Transport::Alpc)), ElementsAre("view-missing", "view-small"));
+    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
+    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), ElementsAre("view-missing", "view-small"));
 }
 
 TEST_F(MisbehavioursTest, AbsentPortIsNotOfferedAndFitsNoRequest) {
     misbehaviours_.Add(Parse("no-alpc"));
 
-    EXPECT_FALSE(misbehaviours_.Offers(Transport::Alpc));
-    EXPECT_TRUE(misbehaviours_.Offers(Transport::Lpc));
-    EXPECT_THAT(Take(KillOver(Transport::Alpc)), IsEmpty());
+    EXPECT_FALSE(misbehaviours_.Offers(Transport::kAlpc));
+    EXPECT_TRUE(misbehaviours_.Offers(Transport::kLpc));
+    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), IsEmpty());
 }
 
 TEST_F(MisbehavioursTest, ClearingAllOffersBothPortsAgain) {
@@ -147,7 +147,7 @@ TEST_F(MisbehavioursTest, ClearingAllOffersBothPortsAgain) {
     misbehaviours_.Add(Parse("drop"));
     misbehaviours_.Clear();
 
-    EXPECT_TRUE(misbehaviours_.Offers(Transport::Lpc));
+    EXPECT_TRUE(misbehaviours_.Offers(Transport::kLpc));
     EXPECT_THAT(List(), IsEmpty());
 }
 

@@ -37,7 +37,7 @@ NtApi::UnicodeString Name(const char16_t* text) {
 }
 
 /// Places in a legacy message.
-struct CLayout {
+struct Layout {
     std::size_t pointer;        // bytes of an address
     std::size_t header;         // the command stands behind it
     std::size_t longest;        // message
@@ -47,12 +47,12 @@ struct CLayout {
     std::size_t inlineLarge;    // and of a large one
     std::size_t inlineReply;
 };
-constexpr CLayout kNarrow{4, 24, 328, 4, 8, 292, 272, 296};
-constexpr CLayout kWide{8, 40, 648, 8, 16, 596, 556, 600};
+constexpr Layout kNarrow{4, 24, 328, 4, 8, 292, 272, 296};
+constexpr Layout kWide{8, 40, 648, 8, 16, 596, 556, 600};
 
 /// Legacy ports are the system's own, whatever the process is.
-const CLayout& SystemLayout() {
-    static const CLayout& layout = [&]() -> const CLayout& {
+const Layout& SystemLayout() {
+    static const Layout& layout = [&]() -> const Layout& {
         NtApi::Bool isWow64 = 0;
         PortLayer::IsWow64Process(PortLayer::GetCurrentProcess(), &isWow64);
         return isWow64 != 0 ? kWide : kNarrow;
@@ -61,7 +61,7 @@ const CLayout& SystemLayout() {
 }
 
 void PutEntry(ByteVector& message, std::size_t index, const void* base, std::size_t size) {
-    const CLayout& layout = SystemLayout();
+    const Layout& layout = SystemLayout();
     const std::size_t at = layout.header + 12 + layout.entries + index * layout.entry;
     Put(message, at, reinterpret_cast<std::uintptr_t>(base), layout.pointer);
     Put(message, at + layout.pointer, size, 4);
@@ -69,7 +69,7 @@ void PutEntry(ByteVector& message, std::size_t index, const void* base, std::siz
 
 ByteVector LpcMessage(std::uint32_t command, std::uint32_t flags, const ByteVector& payload,
                       std::uint32_t capacity, ByteVector& reply) {
-    const CLayout& layout = SystemLayout();
+    const Layout& layout = SystemLayout();
     const std::size_t header = layout.header;
     const bool isLarge = payload.size() > layout.inlinePayload || capacity > layout.inlineReply;
     const bool isInline = !isLarge || payload.size() <= layout.inlineLarge;
@@ -108,14 +108,14 @@ NtApi::NtStatus CLpcPortClient::Connect(const char* magic) {
                                     info.data(), &size);
 }
 
-CExchange CLpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
+PortReply CLpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
                                    std::uint32_t capacity) {
     ByteVector buffer(capacity);
     ByteVector message = LpcMessage(command, 0, payload, capacity, buffer);
-    const CLayout& layout = SystemLayout();
+    const Layout& layout = SystemLayout();
     ByteVector reply(layout.longest);
     PutLengths(reply, layout.header);
-    CExchange result;
+    PortReply result;
     result.status = PortLayer::NtRequestWaitReplyPort(port_.handle, message.data(), reply.data());
     if (NtApi::IsError(result.status)) {
         return result;
@@ -160,8 +160,8 @@ NtApi::NtStatus CAlpcPortClient::Connect(const char* magic) {
 namespace {
 
 /// Attribute buffer with room for a view.
-struct CViewBuffer {
-    CViewBuffer() {
+struct ViewBuffer {
+    ViewBuffer() {
         std::size_t size = sizeof *this;
         PortLayer::AlpcInitializeMessageAttribute(NtApi::kAlpcMessageViewAttribute, &head,
                                                   sizeof *this, &size);
@@ -184,10 +184,10 @@ ByteVector AlpcMessage(std::uint32_t command, const ByteVector& payload, std::ui
 
 }  // namespace
 
-CExchange CAlpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
+PortReply CAlpcPortClient::Exchange(std::uint32_t command, const ByteVector& payload,
                                     std::uint32_t capacity) {
     ByteVector message = AlpcMessage(command, payload, capacity);
-    CViewBuffer sent;
+    ViewBuffer sent;
     if (payload.size() > 65479) {
         NtApi::Handle section = nullptr;
         PortLayer::NtAlpcCreatePortSection(port_.handle, 0x40000, nullptr, payload.size(), &section,
@@ -198,10 +198,10 @@ CExchange CAlpcPortClient::Exchange(std::uint32_t command, const ByteVector& pay
         sent.view.Flags = 0x60000;
         sent.head.ValidAttributes = NtApi::kAlpcMessageViewAttribute;
     }
-    CViewBuffer received;
+    ViewBuffer received;
     ByteVector reply(0xFFEF);
     std::size_t size = reply.size();
-    CExchange result;
+    PortReply result;
     result.status =
         PortLayer::NtAlpcSendWaitReceivePort(port_.handle, 0x20000, message.data(), &sent.head,
                                              reply.data(), &size, &received.head, nullptr);

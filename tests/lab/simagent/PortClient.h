@@ -13,7 +13,7 @@
 
 namespace Kyr::Lab::SimAgent {
 
-struct CExchange {
+struct PortReply {
     NtApi::NtStatus status = NtApi::kStatusUnsuccessful;
     std::uint32_t code = 0;           // result code; the rest holds only when status is a success
     std::uint32_t length = 0;         // announced
@@ -35,7 +35,7 @@ class CLpcPortClient {
   public:
     NtApi::NtStatus Connect(const char* magic = "KelComm ");
     /// A small message when payload and capacity allow it, else a large one.
-    CExchange Exchange(std::uint32_t command, const std::vector<std::uint8_t>& payload,
+    PortReply Exchange(std::uint32_t command, const std::vector<std::uint8_t>& payload,
                        std::uint32_t capacity);
     NtApi::NtStatus SendOneWay(const std::vector<std::uint8_t>& payload);
 
@@ -47,7 +47,7 @@ class CAlpcPortClient {
   public:
     NtApi::NtStatus Connect(const char* magic = "KelComm ");
     /// A long payload goes in a view, and a view that comes with the reply is read and released.
-    CExchange Exchange(std::uint32_t command, const std::vector<std::uint8_t>& payload,
+    PortReply Exchange(std::uint32_t command, const std::vector<std::uint8_t>& payload,
                        std::uint32_t capacity);
     NtApi::NtStatus SendOneWay(const std::vector<std::uint8_t>& payload);
 

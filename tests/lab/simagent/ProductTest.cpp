@@ -36,7 +36,7 @@ TEST_F(ProductTest, KillEndsALabProcess) {
     EXPECT_EQ(1u, product_.TaskLog()[0].number);
     EXPECT_EQ("KILL_PROCESS_BY_PID", product_.TaskLog()[0].function);
     EXPECT_EQ("a;b;c", product_.TaskLog()[0].userData);
-    ExpectLastTask(TaskState::Done, "killed");
+    ExpectLastTask(TaskState::kDone, "killed");
 }
 
 TEST_F(ProductTest, KillOfAStrangerIsRefusedAndNoted) {
@@ -46,7 +46,7 @@ TEST_F(ProductTest, KillOfAStrangerIsRefusedAndNoted) {
 
     EXPECT_THAT(lines_.Take(), ElementsAre("did action=kill pid=1 outcome=refused text=\"not a lab "
                                            "process\" userdata=a;b;c"));
-    ExpectLastTask(TaskState::Refused, "not a lab process");
+    ExpectLastTask(TaskState::kRefused, "not a lab process");
     EXPECT_TRUE(IsRunning(1000));
 }
 
@@ -56,7 +56,7 @@ TEST_F(ProductTest, KillOfAnEndedProcessIsRefused) {
 
     product_.KillProcess("1000", {}, "");
 
-    ExpectLastTask(TaskState::Refused, "ended before");
+    ExpectLastTask(TaskState::kRefused, "ended before");
 }
 
 TEST_F(ProductTest, KillWithTheProgramsHashesInAnyCaseIsDone) {
@@ -64,7 +64,7 @@ TEST_F(ProductTest, KillWithTheProgramsHashesInAnyCaseIsDone) {
 
     product_.KillProcess("1000", {"A9993E364706816ABA3E25717850C26C9CD0D89D", kSha256}, "");
 
-    ExpectLastTask(TaskState::Done, "killed");
+    ExpectLastTask(TaskState::kDone, "killed");
 }
 
 TEST_F(ProductTest, KillWithAnotherProgramsHashIsRefused) {
@@ -72,7 +72,7 @@ TEST_F(ProductTest, KillWithAnotherProgramsHashIsRefused) {
 
     product_.KillProcess("1000", {kSha1, std::string(64, '0')}, "");
 
-    ExpectLastTask(TaskState::Refused, "another program has that hash");
+    ExpectLastTask(TaskState::kRefused, "another program has that hash");
     EXPECT_TRUE(IsRunning(1000));
 }
 
@@ -81,20 +81,20 @@ TEST_F(ProductTest, EmptyHashesSayNothing) {
 
     product_.KillProcess("1000", {"", ""}, "");
 
-    ExpectLastTask(TaskState::Done, "killed");
+    ExpectLastTask(TaskState::kDone, "killed");
 }
 
 TEST_F(ProductTest, KillWithoutAReadableNumberIsRefused) {
     product_.KillProcess(std::nullopt, {}, "");
-    ExpectLastTask(TaskState::Refused, "no process id");
+    ExpectLastTask(TaskState::kRefused, "no process id");
     product_.KillProcess("12x", {}, "");
-    ExpectLastTask(TaskState::Refused, "no process id");
+    ExpectLastTask(TaskState::kRefused, "no process id");
 }
 
 TEST_F(ProductTest, LargestProcessNumberIsLookedUpWhole) {
     product_.KillProcess("18446744073709551615", {}, "");
 
-    ExpectLastTask(TaskState::Refused, "not a lab process");
+    ExpectLastTask(TaskState::kRefused, "not a lab process");
 }
 
 TEST_F(ProductTest, BlockedSha256KeepsAProgramFromStarting) {
@@ -103,7 +103,7 @@ TEST_F(ProductTest, BlockedSha256KeepsAProgramFromStarting) {
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("did action=block sha1=\"\" sha256=" + std::string(kSha256) +
                             " delete=yes outcome=done text=blocked userdata=a;b;c"));
-    ExpectLastTask(TaskState::Done, "blocked");
+    ExpectLastTask(TaskState::kDone, "blocked");
     try {
         product_.Start("one", program_, {});
         FAIL() << "started";
@@ -128,7 +128,7 @@ TEST_F(ProductTest, OtherHashesBlockNothing) {
 TEST_F(ProductTest, BlockWithoutAHashIsRefused) {
     product_.BlockExecutable({"", std::nullopt}, false, "");
 
-    ExpectLastTask(TaskState::Refused, "no hash");
+    ExpectLastTask(TaskState::kRefused, "no hash");
     EXPECT_TRUE(product_.Blocked().empty());
 }
 
@@ -148,7 +148,7 @@ TEST_F(ProductTest, OutcomesWaitAsResultsWithTheTasksUserData) {
     product_.KillProcess("1", {}, "d;e;f");
     product_.BlockExecutable({kSha1, std::nullopt}, false, "g;h;i");
 
-    const std::vector<CTaskResult> results = results_.List();
+    const std::vector<TaskResult> results = results_.List();
     ASSERT_EQ(3u, results.size());
     EXPECT_EQ("a;b;c", results[0].userData);
     EXPECT_EQ(1u, results[0].outcome);

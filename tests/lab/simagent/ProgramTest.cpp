@@ -16,7 +16,7 @@ TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
     const std::string path = TemporaryPath("abc");
     std::ofstream(path, std::ios::binary) << "abc";
 
-    const CProgram program = ReadProgram(path);
+    const Program program = ReadProgram(path);
     std::remove(path.c_str());
 
     EXPECT_EQ(path, program.path);
@@ -28,7 +28,7 @@ TEST(ProgramTest, EmptyFileHasDigestsToo) {
     const std::string path = TemporaryPath("empty");
     std::ofstream(path, std::ios::binary).flush();
 
-    const CProgram program = ReadProgram(path);
+    const Program program = ReadProgram(path);
     std::remove(path.c_str());
 
     EXPECT_EQ("da39a3ee5e6b4b0d3255bfef95601890afd80709", program.sha1);

@@ -21,8 +21,8 @@ inline Bytes KillPayload(const std::string& pid) {
         "</DATA></REQUEST></MESSAGE></TULK>");
 }
 
-inline CPortRequest Request(Transport transport, const Bytes& payload) {
-    CPortRequest request;
+inline PortRequest Request(Transport transport, const Bytes& payload) {
+    PortRequest request;
     request.transport = transport;
     request.command = kRequestCommand;
     request.replyCapacity = 65536;

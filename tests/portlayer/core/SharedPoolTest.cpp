@@ -1,5 +1,5 @@
 // The limit of the shared memory of a connection's end. The system has another one, of its own.
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -7,7 +7,7 @@ namespace {
 
 using namespace NtApi;
 
-class SectionLimitTest : public CAlpcTest {
+class SectionLimitTest : public AlpcPortFixture {
   protected:
     NtStatus CreateSection(Handle port, Handle& section) {
         std::size_t actual = 0;
@@ -26,7 +26,7 @@ class SectionLimitTest : public CAlpcTest {
 INSTANTIATE_TEST_SUITE_P(Layer, SectionLimitTest, Backends(), BackendName);
 
 TEST_P(SectionLimitTest, SixtyFifthSectionIsRefused) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     CreateAll(port);
     Handle oneMore = nullptr;
@@ -36,7 +36,7 @@ TEST_P(SectionLimitTest, SixtyFifthSectionIsRefused) {
 }
 
 TEST_P(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
-    Serve([](CAlpcCall&) {});
+    Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     const std::vector<Handle> sections = CreateAll(port);
     EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
@@ -50,7 +50,7 @@ TEST_P(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
 TEST_P(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     // One-way messages whose views nobody releases, until the next one says so.
     std::vector<void*> kept;
-    Serve([&kept](CAlpcCall& call) {
+    Serve([&kept](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcDatagram) {
             kept.push_back(call.attributes.View().ViewBase);
         } else if (Kind(call.message.data()) == kLpcRequest) {

@@ -23,12 +23,12 @@ using namespace PortLayer::Detail;
 
 constexpr uid_t kNobody = 65534;
 
-class HostileLpcClientTest : public CHostileLpcClientTest {};
+class HostileLpcClientTest : public HostileLpcClientFixture {};
 INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
 
 TEST_P(HostileLpcClientTest, GarbageIsDropped) {
     for (const Bytes& garbage :
-         {Bytes{1}, Bytes(sizeof(CPacketHead)), Pattern(sizeof(CPacketHead)), Pattern(70000)}) {
+         {Bytes{1}, Bytes(sizeof(PacketHead)), Pattern(sizeof(PacketHead)), Pattern(70000)}) {
         CRawClient client(RunDirectory());
         client.SendRaw(garbage);
         EXPECT_TRUE(client.IsDropped());
@@ -37,7 +37,7 @@ TEST_P(HostileLpcClientTest, GarbageIsDropped) {
 
 TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
     CRawClient client(RunDirectory());
-    COutgoingPacket packet(EPacket::Request);
+    OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
     client.Send(packet);
     EXPECT_TRUE(client.IsDropped());
@@ -45,8 +45,8 @@ TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
 
 TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
     CRawClient client(RunDirectory());
-    client.Handshake(EDialect::Lpc);
-    COutgoingPacket packet(EPacket::Connect);
+    client.Handshake(PortDialect::kLpc);
+    OutgoingPacket packet(PacketKind::kConnect);
     packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
     client.Send(packet);
     EXPECT_TRUE(client.IsDropped());
@@ -55,9 +55,9 @@ TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
 TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     for (const std::uint16_t total : {0, 39, 41, 648, 0xFFFF}) {
         CRawClient client(RunDirectory());
-        client.Handshake(EDialect::Lpc);
+        client.Handshake(PortDialect::kLpc);
         Put(message_.data(), 2, total);
-        COutgoingPacket packet(EPacket::Request);
+        OutgoingPacket packet(PacketKind::kRequest);
         packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
         client.Send(packet);
         EXPECT_TRUE(client.IsDropped()) << total;
@@ -68,9 +68,9 @@ TEST_P(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
     std::uint8_t byte = 0;
     for (const std::uint32_t entry : {1u, 0xFFFFFFFFu}) {
         CRawClient client(RunDirectory());
-        client.Handshake(EDialect::Lpc);
+        client.Handshake(PortDialect::kLpc);
         Bytes request = LpcMessageWithEntries({{&byte, 1}});
-        COutgoingPacket packet(EPacket::Request);
+        OutgoingPacket packet(PacketKind::kRequest);
         packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
         packet.AddInline(entry, &byte, 1);
         client.Send(packet);
@@ -80,28 +80,28 @@ TEST_P(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
 
 TEST_P(HostileLpcClientTest, EntryOfAnotherSizeIsDropped) {
     CRawClient client(RunDirectory());
-    client.Handshake(EDialect::Lpc);
+    client.Handshake(PortDialect::kLpc);
     std::uint8_t bytes[2] = {};
     Bytes request = LpcMessageWithEntries({{bytes, 2}});
-    COutgoingPacket packet(EPacket::Request);
+    OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
     packet.AddInline(0, bytes, 1);
     client.Send(packet);
     EXPECT_TRUE(client.IsDropped());
 }
 
-class HostileAlpcClientTest : public CAlpcTest {
+class HostileAlpcClientTest : public AlpcPortFixture {
   protected:
     void SetUp() override {
-        CAlpcTest::SetUp();
-        Serve([this](CAlpcCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
+        AlpcPortFixture::SetUp();
+        Serve([this](ReceivedCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
     }
     /// Sends a view in this memory and expects to be dropped without the server seeing a view.
     void ExpectDropped(int memory, std::uint64_t slotSize, std::uint64_t viewSize) {
         CRawClient client(RunDirectory());
-        client.Handshake(EDialect::Alpc);
+        client.Handshake(PortDialect::kAlpc);
         const Bytes message = Message(24, {}, 24);
-        COutgoingPacket packet(EPacket::Datagram);
+        OutgoingPacket packet(PacketKind::kDatagram);
         packet.SetMessage(message.data(), message.size());
         packet.SetView(3, viewSize, 0);
         packet.head.viewSlotSize = slotSize;
@@ -138,10 +138,10 @@ TEST_P(HostileAlpcClientTest, DescriptorThatIsNoMemoryIsDropped) {
 
 TEST_P(HostileAlpcClientTest, UnknownSlotIsDropped) {
     CRawClient client(RunDirectory());
-    client.Handshake(EDialect::Alpc);
-    CPacketHead head = {};
+    client.Handshake(PortDialect::kAlpc);
+    PacketHead head = {};
     const Bytes message = Message(24, {}, 24);
-    COutgoingPacket packet(EPacket::Datagram);
+    OutgoingPacket packet(PacketKind::kDatagram);
     packet.SetMessage(message.data(), message.size());
     packet.SetView(3, 100, 0);
     head = packet.head;
@@ -173,7 +173,7 @@ TEST_P(HostileAlpcClientTest, OtherUsersClientIsTurnedAway) {
     ASSERT_EQ(::chmod(RunDirectory().c_str(), 0700), 0);
 }
 
-class HostileServerTest : public CRawServerTest {
+class HostileServerTest : public RawServerFixture {
   protected:
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp(std::thread server) {
@@ -196,7 +196,7 @@ TEST_P(HostileServerTest, GarbageEndsTheConnection) {
 
 TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = Await(socket).exchange;
         packet.SetMessage("short", 5);
         Send(socket, packet);
@@ -206,7 +206,7 @@ TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
 TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         const Bytes message = Message(24, {}, 30);
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = Await(socket).exchange;
         packet.SetMessage(message.data(), message.size());
         Send(socket, packet);
@@ -216,7 +216,7 @@ TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
 TEST_P(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
     const auto reply = [this](int socket) {
         const Bytes message = Message(24, {}, 24);
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = Await(socket).exchange;
         packet.head.flags = kPacketContinuation;
         packet.SetMessage(message.data(), message.size());
@@ -239,7 +239,7 @@ TEST_P(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
 TEST_P(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         const Bytes message = Message(24, {}, 24);
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = Await(socket).exchange;
         packet.SetMessage(message.data(), message.size());
         packet.AddInline(0, "x", 1);
@@ -251,7 +251,7 @@ TEST_P(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         int ends[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        COutgoingPacket packet(EPacket::Fetch);
+        OutgoingPacket packet(PacketKind::kFetch);
         packet.head.exchange = Await(socket).exchange;
         packet.head.fetchEntry = 0;
         packet.head.fetchSize = 100;
@@ -288,7 +288,7 @@ TEST_P(HostileServerTest, OtherUsersServerIsRefused) {
     EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
 }
 
-class RunDirectoryTest : public CLpcTest {
+class RunDirectoryTest : public LpcPortFixture {
   protected:
     void ExpectRefused() {
         ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};

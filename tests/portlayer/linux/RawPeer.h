@@ -11,7 +11,7 @@
 #include "portlayer/core/MessageHeader.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/SocketPackets.h"
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -30,29 +30,29 @@ class CRawClient {
                   kStatusSuccess);
     }
     /// Connects properly; the server must accept.
-    void Handshake(EDialect dialect) {
-        COutgoingPacket packet(EPacket::Connect);
+    void Handshake(PortDialect dialect) {
+        OutgoingPacket packet(PacketKind::kConnect);
         packet.head.flags = static_cast<std::uint32_t>(dialect);
         message_ = Message(HeaderSize(dialect), {}, HeaderSize(dialect));
         packet.SetMessage(message_.data(), message_.size());
         Send(packet);
-        CPacketBuffer buffer;
-        CIncomingPacket answer;
+        PacketBuffer buffer;
+        IncomingPacket answer;
         ASSERT_EQ(ReceivePacket(socket_.Get(), CDeadline::Never(), buffer, answer),
-                  EReceive::Packet);
-        ASSERT_EQ(answer.head.kind, EPacket::Accepted);
+                  ReceiveResult::kPacket);
+        ASSERT_EQ(answer.head.kind, PacketKind::kAccepted);
     }
-    void Send(COutgoingPacket& packet) {
+    void Send(OutgoingPacket& packet) {
         EXPECT_EQ(SendPacket(socket_.Get(), packet, pool_, freed_, CDeadline::Never()),
-                  ESend::Sent);
+                  SendResult::kSent);
     }
     void SendRaw(const Bytes& bytes) {
         EXPECT_EQ(::send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
     /// A head with the descriptor attached.
-    void SendWithDescriptor(const COutgoingPacket& packet, int descriptor) {
-        iovec parts[2] = {{const_cast<CPacketHead*>(&packet.head), sizeof packet.head},
+    void SendWithDescriptor(const OutgoingPacket& packet, int descriptor) {
+        iovec parts[2] = {{const_cast<PacketHead*>(&packet.head), sizeof packet.head},
                           {const_cast<void*>(packet.message), packet.head.messageLength}};
         alignas(cmsghdr) char control[CMSG_SPACE(sizeof(int))] = {};
         msghdr header = {};
@@ -84,7 +84,7 @@ class CRawClient {
 };
 
 /// Advanced clients of a server by hand.
-class CRawServerTest : public CAlpcTest {
+class RawServerFixture : public AlpcPortFixture {
   protected:
     /// A server that accepts one connection by hand and then runs `body` with its socket.
     std::thread RawServer(std::function<void(int)> body) {
@@ -93,25 +93,26 @@ class CRawServerTest : public CAlpcTest {
         return std::thread([this, body] {
             const CFileDescriptor socket(::accept(listener_.Get(), nullptr, nullptr));
             Await(socket.Get());
-            COutgoingPacket accepted(EPacket::Accepted);
+            OutgoingPacket accepted(PacketKind::kAccepted);
             accepted.head.flags = kAlpcMaxMessage;
             Send(socket.Get(), accepted);
             body(socket.Get());
         });
     }
-    CPacketHead Await(int socket) {
-        const auto buffer = std::make_unique<CPacketBuffer>();
-        CIncomingPacket packet;
-        EXPECT_EQ(ReceivePacket(socket, CDeadline::Never(), *buffer, packet), EReceive::Packet);
+    PacketHead Await(int socket) {
+        const auto buffer = std::make_unique<PacketBuffer>();
+        IncomingPacket packet;
+        EXPECT_EQ(ReceivePacket(socket, CDeadline::Never(), *buffer, packet),
+                  ReceiveResult::kPacket);
         return packet.head;
     }
-    void Send(int socket, COutgoingPacket& packet) {
-        EXPECT_EQ(SendPacket(socket, packet, pool_, freed_, CDeadline::Never()), ESend::Sent);
+    void Send(int socket, OutgoingPacket& packet) {
+        EXPECT_EQ(SendPacket(socket, packet, pool_, freed_, CDeadline::Never()), SendResult::kSent);
     }
     void TearDown() override {
         listener_.Reset();
         ForgetName();
-        CAlpcTest::TearDown();
+        AlpcPortFixture::TearDown();
     }
 
     CFileDescriptor listener_;

@@ -5,7 +5,7 @@
 #include <poll.h>
 #include <sys/resource.h>
 
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 #include "tests/portlayer/linux/RawPeer.h"
 
 namespace Kyr::Test {
@@ -15,7 +15,7 @@ namespace {
 /// What a machine under load may take for what takes no time.
 constexpr std::chrono::seconds kPatience(30);
 
-class StarvingServerTest : public CRawServerTest {
+class StarvingServerTest : public RawServerFixture {
   protected:
     std::future<NtStatus> AskWithin(Handle port, std::chrono::milliseconds patience) {
         return std::async(std::launch::async, [this, port, patience] {
@@ -38,12 +38,13 @@ class StarvingServerTest : public CRawServerTest {
     }
     /// Replies to every request until the client is gone.
     void AnswerAll(int socket) {
-        const auto buffer = std::make_unique<CPacketBuffer>();
+        const auto buffer = std::make_unique<PacketBuffer>();
         const Bytes message = Message(24, {}, 24);
-        CIncomingPacket packet;
-        while (ReceivePacket(socket, CDeadline::Never(), *buffer, packet) == EReceive::Packet) {
-            if (packet.head.kind == EPacket::Request) {
-                COutgoingPacket reply(EPacket::Reply);
+        IncomingPacket packet;
+        while (ReceivePacket(socket, CDeadline::Never(), *buffer, packet) ==
+               ReceiveResult::kPacket) {
+            if (packet.head.kind == PacketKind::kRequest) {
+                OutgoingPacket reply(PacketKind::kReply);
                 reply.head.exchange = packet.head.exchange;
                 reply.SetMessage(message.data(), message.size());
                 SendPacket(socket, reply, pool_, freed_, CDeadline::Never());
@@ -100,11 +101,11 @@ TEST_P(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     std::thread server = RawServer([&](int socket) {
         const Bytes message = Message(24, {}, 24);
         const std::uint32_t exchange = Await(socket).exchange;
-        COutgoingPacket stray(EPacket::Reply);
+        OutgoingPacket stray(PacketKind::kReply);
         stray.head.exchange = exchange + 1000;
         stray.SetMessage(message.data(), message.size());
         while (flooding &&
-               SendPacket(socket, stray, pool_, freed_, CDeadline::Never()) == ESend::Sent) {
+               SendPacket(socket, stray, pool_, freed_, CDeadline::Never()) == SendResult::kSent) {
         }
     });
     const Handle port = Connect();
@@ -130,7 +131,7 @@ class CNoDescriptors {
     rlimit before_ = {};
 };
 
-class StarvingClientTest : public CLpcTest {
+class StarvingClientTest : public LpcPortFixture {
   protected:
     NtStatus Receive(Handle port, Bytes& message, std::chrono::milliseconds patience) {
         message.assign(LpcLayout::kMaxMessage, 0xEE);
@@ -169,7 +170,7 @@ TEST_P(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     }
     EXPECT_EQ(status, kStatusTimeout);
     const Bytes request = LpcMessage({});
-    COutgoingPacket packet(EPacket::Connect);
+    OutgoingPacket packet(PacketKind::kConnect);
     packet.SetMessage(request.data(), LpcLayout::kHeaderSize);
     client.Send(packet);
     EXPECT_EQ(Receive(port, message, kPatience), kStatusSuccess);
@@ -206,7 +207,7 @@ TEST_P(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
     const Handle port = CreatePort();
     CRawClient client(RunDirectory());
     const Bytes message = LpcMessage({});
-    COutgoingPacket packet(EPacket::Connect);
+    OutgoingPacket packet(PacketKind::kConnect);
     packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
     client.Send(packet);
     Bytes received;
@@ -232,17 +233,17 @@ TEST_P(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
         }
     });
     CRawClient client(RunDirectory());
-    client.Handshake(EDialect::Lpc);
+    client.Handshake(PortDialect::kLpc);
     const Bytes message = LpcMessage({});
-    ESend sent = ESend::Sent;
-    for (int i = 0; i < 5000 && sent == ESend::Sent; ++i) {
-        COutgoingPacket packet(EPacket::Request);
+    SendResult sent = SendResult::kSent;
+    for (int i = 0; i < 5000 && sent == SendResult::kSent; ++i) {
+        OutgoingPacket packet(PacketKind::kRequest);
         packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
         CSendPool pool;
         CReceivePool freed;
         sent = SendPacket(client.Socket(), packet, pool, freed, CDeadline::Never());
     }
-    EXPECT_EQ(sent, ESend::Closed);
+    EXPECT_EQ(sent, SendResult::kClosed);
     ExpectOthersAreServed();
 }
 
@@ -265,10 +266,10 @@ TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
         started.set_value();
     });
     auto hostile = std::make_unique<CRawClient>(RunDirectory());
-    hostile->Handshake(EDialect::Lpc);
+    hostile->Handshake(PortDialect::kLpc);
     std::uint8_t bytes[2] = {};
     const Bytes request = LpcMessageWithEntries({{bytes, 1}, {bytes + 1, 1}});
-    COutgoingPacket packet(EPacket::Request);
+    OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
     hostile->Send(packet);
     started.get_future().wait();
@@ -287,7 +288,7 @@ TEST_P(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
     {
         const CFileDescriptor writeEnd(ends[1]);
         CRawClient client(RunDirectory());
-        client.SendWithDescriptor(COutgoingPacket(EPacket::Request), writeEnd.Get());
+        client.SendWithDescriptor(OutgoingPacket(PacketKind::kRequest), writeEnd.Get());
         EXPECT_TRUE(client.IsDropped());
     }
     pollfd closed = {readEnd.Get(), 0, 0};
@@ -308,16 +309,16 @@ TEST_P(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
     EXPECT_EQ(client.get(), kStatusPortConnectionRefused);
 }
 
-class VanishingClientTest : public CAlpcTest {};
+class VanishingClientTest : public AlpcPortFixture {};
 INSTANTIATE_TEST_SUITE_P(Layer, VanishingClientTest, Backends(), BackendName);
 
 TEST_P(VanishingClientTest, UnansweredRequestsLeaveNothing) {
-    Serve([](CAlpcCall&) {}, 4);
+    Serve([](ReceivedCall&) {}, 4);
     const Bytes message = Message(24, {}, 24);
     for (int i = 0; i < 300; ++i) {
         CRawClient client(RunDirectory());
-        client.Handshake(EDialect::Alpc);
-        COutgoingPacket packet(EPacket::Request);
+        client.Handshake(PortDialect::kAlpc);
+        OutgoingPacket packet(PacketKind::kRequest);
         packet.SetMessage(message.data(), message.size());
         client.Send(packet);
     }
@@ -329,8 +330,8 @@ TEST_P(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     {
         CRawClient client(RunDirectory());
         const Bytes request = Message(24, {}, 24);
-        COutgoingPacket packet(EPacket::Connect);
-        packet.head.flags = static_cast<std::uint32_t>(EDialect::Alpc);
+        OutgoingPacket packet(PacketKind::kConnect);
+        packet.head.flags = static_cast<std::uint32_t>(PortDialect::kAlpc);
         packet.SetMessage(request.data(), request.size());
         client.Send(packet);
         std::size_t length = message.size();

@@ -1,5 +1,5 @@
 // Names that somebody else has taken, with the layer or without it.
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 #include "tests/portlayer/windows/RawPipe.h"
 
 namespace Kyr::Test {
@@ -9,7 +9,7 @@ namespace {
 using namespace NtApi;
 using namespace PortLayer::Detail;
 
-class ClaimedNameTest : public CLpcTest {
+class ClaimedNameTest : public LpcPortFixture {
   protected:
     NtStatus TryCreate(Handle& port) {
         ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};

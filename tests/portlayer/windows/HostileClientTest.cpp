@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "portlayer/core/SharedMemory.h"
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/HostileLpcClient.h"
 #include "tests/portlayer/windows/RawPipe.h"
 
@@ -14,16 +14,16 @@ namespace {
 using namespace NtApi;
 using namespace PortLayer::Detail;
 
-class HostileLpcClientTest : public CHostileLpcClientTest {
+class HostileLpcClientTest : public HostileLpcClientFixture {
   protected:
-    COutgoingPacket Packet(EPacket kind) const {
-        COutgoingPacket packet(kind);
+    OutgoingPacket Packet(PacketKind kind) const {
+        OutgoingPacket packet(kind);
         packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
         return packet;
     }
-    static void ExpectDropped(const COutgoingPacket& packet, const Bytes& behind = {}) {
+    static void ExpectDropped(const OutgoingPacket& packet, const Bytes& behind = {}) {
         CRawPipe client = CRawPipe::OfClient();
-        client.Handshake(EDialect::Lpc);
+        client.Handshake(PortDialect::kLpc);
         client.Send(packet, behind);
         EXPECT_TRUE(client.IsDropped());
     }
@@ -32,7 +32,7 @@ INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
 
 TEST_P(HostileLpcClientTest, GarbageIsDropped) {
     for (const Bytes& garbage :
-         {Bytes{1}, Bytes(sizeof(CPacketHead)), Pattern(sizeof(CPacketHead)), Pattern(70000)}) {
+         {Bytes{1}, Bytes(sizeof(PacketHead)), Pattern(sizeof(PacketHead)), Pattern(70000)}) {
         CRawPipe client = CRawPipe::OfClient();
         EXPECT_TRUE(client.SendRaw(garbage));
         EXPECT_TRUE(client.IsDropped()) << garbage.size();
@@ -53,23 +53,23 @@ TEST_P(HostileLpcClientTest, PacketLongerThanThePipeHoldsIsDropped) {
 
 TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
     CRawPipe client = CRawPipe::OfClient();
-    client.Send(Packet(EPacket::Request));
+    client.Send(Packet(PacketKind::kRequest));
     EXPECT_TRUE(client.IsDropped());
 }
 
 TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
-    ExpectDropped(Packet(EPacket::Connect));
+    ExpectDropped(Packet(PacketKind::kConnect));
 }
 
 TEST_P(HostileLpcClientTest, PacketThatOnlyServersSendIsDropped) {
-    ExpectDropped(Packet(EPacket::Reply));
+    ExpectDropped(Packet(PacketKind::kReply));
 }
 
 TEST_P(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
     for (const std::uint32_t length : {0u, 1u, 65536u, 0xFFFFFFFFu}) {
         CRawPipe client = CRawPipe::OfClient();
-        client.Handshake(EDialect::Lpc);
-        COutgoingPacket packet = Packet(EPacket::Request);
+        client.Handshake(PortDialect::kLpc);
+        OutgoingPacket packet = Packet(PacketKind::kRequest);
         packet.head.messageLength = length;
         Bytes bytes(sizeof packet.head + LpcLayout::kHeaderSize);
         std::memcpy(bytes.data(), &packet.head, sizeof packet.head);
@@ -82,16 +82,16 @@ TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
     for (const int total : {0, header - 1, header + 1, 648, 0xFFFF}) {
         Put(message_.data(), 2, static_cast<std::uint16_t>(total));
-        ExpectDropped(Packet(EPacket::Request));
+        ExpectDropped(Packet(PacketKind::kRequest));
     }
 }
 
 TEST_P(HostileLpcClientTest, DataBesideTheMessageAreDropped) {
-    COutgoingPacket packet = Packet(EPacket::Request);
+    OutgoingPacket packet = Packet(PacketKind::kRequest);
     packet.head.transferCount = 1;
     packet.head.inlineLength = 1;
-    Bytes behind(sizeof(CTransferRecord) + 1);
-    const CTransferRecord record = {0, kNoSlot, 1, 0};
+    Bytes behind(sizeof(TransferRecord) + 1);
+    const TransferRecord record = {0, kNoSlot, 1, 0};
     std::memcpy(behind.data(), &record, sizeof record);
     ExpectDropped(packet, behind);
 }
@@ -102,26 +102,26 @@ TEST_P(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
 
 TEST_P(HostileLpcClientTest, ClientThatGoesBeforeItsReplyHoldsNobodyUp) {
     CRawPipe client = CRawPipe::OfClient();
-    client.Handshake(EDialect::Lpc);
-    client.Send(Packet(EPacket::Request));
+    client.Handshake(PortDialect::kLpc);
+    client.Send(Packet(PacketKind::kRequest));
     client.Close();
 }
 
-class HostileAlpcClientTest : public CAlpcTest {
+class HostileAlpcClientTest : public AlpcPortFixture {
   protected:
     static constexpr std::size_t kSize = 65536;
 
     void SetUp() override {
-        CAlpcTest::SetUp();
-        Serve([this](CAlpcCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
+        AlpcPortFixture::SetUp();
+        Serve([this](ReceivedCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
     }
     /// Sends a view in the memory of that name, new to the server when it has a size.
     static CRawPipe SendView(std::uint64_t name, std::uint64_t slotSize, std::uint64_t viewSize,
                              std::uint32_t slot = 3) {
         CRawPipe client = CRawPipe::OfClient();
-        client.Handshake(EDialect::Alpc);
+        client.Handshake(PortDialect::kAlpc);
         const Bytes message = Message(24, {}, 24);
-        COutgoingPacket packet(EPacket::Datagram);
+        OutgoingPacket packet(PacketKind::kDatagram);
         packet.SetMessage(message.data(), message.size());
         packet.SetView(slot, viewSize, 0);
         packet.head.viewMemory = name;
@@ -143,7 +143,7 @@ class HostileAlpcClientTest : public CAlpcTest {
     int views_ = 0;
 
   private:
-    CSharedMemory memory_;
+    SharedMemory memory_;
     CMapping mapping_;
 };
 INSTANTIATE_TEST_SUITE_P(Layer, HostileAlpcClientTest, Backends(), BackendName);

@@ -2,7 +2,7 @@
 // calls end with a status.
 #include <thread>
 
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/windows/RawPipe.h"
 
 namespace Kyr::Test {
@@ -25,8 +25,8 @@ std::thread RawServer(const Body& body) {
 /// One that begins as it should.
 std::thread AcceptingServer(const Body& body) {
     return RawServer([body](CRawPipe& pipe) {
-        EXPECT_EQ(pipe.Await().kind, EPacket::Connect);
-        COutgoingPacket accepted(EPacket::Accepted);
+        EXPECT_EQ(pipe.Await().kind, PacketKind::kConnect);
+        OutgoingPacket accepted(PacketKind::kAccepted);
         accepted.head.flags = kAlpcMaxMessage;
         pipe.Send(accepted);
         body(pipe);
@@ -34,10 +34,10 @@ std::thread AcceptingServer(const Body& body) {
 }
 
 /// Awaits a request and replies with the message, after `change` has seen the packet.
-Body Replier(const Bytes& message, const std::function<void(COutgoingPacket&)>& change = {},
+Body Replier(const Bytes& message, const std::function<void(OutgoingPacket&)>& change = {},
              const Bytes& behind = {}) {
     return [=](CRawPipe& pipe) {
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = pipe.Await().exchange;
         packet.SetMessage(message.data(), message.size());
         if (change) {
@@ -48,7 +48,7 @@ Body Replier(const Bytes& message, const std::function<void(COutgoingPacket&)>& 
     };
 }
 
-class HostileServerTest : public CAlpcTest {
+class HostileServerTest : public AlpcPortFixture {
   protected:
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp(const Body& body) {
@@ -135,7 +135,7 @@ TEST_P(HostileServerTest, ServerThatGoesEndsTheConnection) {
 
 TEST_P(HostileServerTest, PacketThatOnlyClientsSendEndsTheConnection) {
     ExpectGivenUp(
-        Replier(message_, [](COutgoingPacket& packet) { packet.head.kind = EPacket::Request; }));
+        Replier(message_, [](OutgoingPacket& packet) { packet.head.kind = PacketKind::kRequest; }));
 }
 
 TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
@@ -147,7 +147,7 @@ TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
 }
 
 TEST_P(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
-    ExpectGivenUp(Replier(message_, [](COutgoingPacket& packet) {
+    ExpectGivenUp(Replier(message_, [](OutgoingPacket& packet) {
         packet.SetView(3, 100, 0);
         packet.head.viewSlotSize = 65536;
         packet.head.viewMemory = 0xFFFFFFFFFFFFFFFF;
@@ -155,12 +155,12 @@ TEST_P(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
 }
 
 TEST_P(HostileServerTest, DataBesideTheMessageEndTheConnection) {
-    Bytes behind(sizeof(CTransferRecord) + 1);
-    const CTransferRecord record = {0, kNoSlot, 1, 0};
+    Bytes behind(sizeof(TransferRecord) + 1);
+    const TransferRecord record = {0, kNoSlot, 1, 0};
     std::memcpy(behind.data(), &record, sizeof record);
     ExpectGivenUp(Replier(
         message_,
-        [](COutgoingPacket& packet) {
+        [](OutgoingPacket& packet) {
             packet.head.transferCount = 1;
             packet.head.inlineLength = 1;
         },
@@ -169,12 +169,12 @@ TEST_P(HostileServerTest, DataBesideTheMessageEndTheConnection) {
 
 TEST_P(HostileServerTest, FetchWhichNeedsNoneHereEndsTheConnection) {
     ExpectGivenUp(
-        Replier(message_, [](COutgoingPacket& packet) { packet.head.kind = EPacket::Fetch; }));
+        Replier(message_, [](OutgoingPacket& packet) { packet.head.kind = PacketKind::kFetch; }));
 }
 
 TEST_P(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
     std::thread server = AcceptingServer([this](CRawPipe& pipe) {
-        COutgoingPacket packet(EPacket::Reply);
+        OutgoingPacket packet(PacketKind::kReply);
         packet.SetMessage(message_.data(), message_.size());
         const std::uint32_t exchange = pipe.Await().exchange;
         for (const std::uint32_t number : {exchange + 1, exchange}) {

@@ -54,16 +54,16 @@ void CRawPipe::Accept() {
                 ::GetLastError() == ERROR_PIPE_CONNECTED);
 }
 
-void CRawPipe::Handshake(EDialect dialect) {
-    COutgoingPacket packet(EPacket::Connect);
+void CRawPipe::Handshake(PortDialect dialect) {
+    OutgoingPacket packet(PacketKind::kConnect);
     packet.head.flags = static_cast<std::uint32_t>(dialect);
     const Bytes message = Message(HeaderSize(dialect), {}, HeaderSize(dialect));
     packet.SetMessage(message.data(), message.size());
     Send(packet);
-    EXPECT_EQ(Await().kind, EPacket::Accepted);
+    EXPECT_EQ(Await().kind, PacketKind::kAccepted);
 }
 
-void CRawPipe::Send(const COutgoingPacket& packet, const Bytes& behind) {
+void CRawPipe::Send(const OutgoingPacket& packet, const Bytes& behind) {
     const auto* const head = reinterpret_cast<const std::uint8_t*>(&packet.head);
     const auto* const message = static_cast<const std::uint8_t*>(packet.message);
     Bytes bytes(head, head + sizeof packet.head);
@@ -79,13 +79,13 @@ bool CRawPipe::SendRaw(const Bytes& bytes) {
            sent == bytes.size();
 }
 
-CPacketHead CRawPipe::Await() {
-    const auto buffer = std::make_unique<CPacketBuffer>();
+PacketHead CRawPipe::Await() {
+    const auto buffer = std::make_unique<PacketBuffer>();
     DWORD got = 0;
     EXPECT_NE(::ReadFile(Native(pipe_), buffer->bytes.data(),
                          static_cast<DWORD>(buffer->bytes.size()), &got, nullptr),
               0);
-    CPacketHead head = {};
+    PacketHead head = {};
     EXPECT_GE(got, sizeof head);
     std::memcpy(&head, buffer->bytes.data(), sizeof head);
     return head;

@@ -7,7 +7,7 @@
 
 #include "portlayer/core/MessageHeader.h"
 #include "portlayer/core/Packet.h"
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
 
@@ -25,13 +25,13 @@ class CRawPipe {
     /// Waits for a client.
     void Accept();
     /// Connects properly; the server must accept.
-    void Handshake(PortLayer::Detail::EDialect dialect);
+    void Handshake(PortLayer::Detail::PortDialect dialect);
 
-    void Send(const PortLayer::Detail::COutgoingPacket& packet, const Bytes& behind = {});
+    void Send(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
     /// False when the peer has ended the connection meanwhile.
     bool SendRaw(const Bytes& bytes);
     /// The head of the packet that comes next.
-    PortLayer::Detail::CPacketHead Await();
+    PortLayer::Detail::PacketHead Await();
     /// True when the peer ends the connection without another word.
     bool IsDropped();
     void Close() { pipe_.Reset(); }

@@ -5,8 +5,8 @@
 namespace Kyr::Test {
 namespace {
 
-using Lab::DevHost::CMinerTally;
 using Lab::DevHost::Count;
+using Lab::DevHost::MinerTally;
 using Lab::DevHost::SequenceOf;
 using Lab::DevHost::TextOfAction;
 
@@ -37,7 +37,7 @@ TEST(MinerTallyTest, ActionWithoutATextHasNone) {
 }
 
 TEST(MinerTallyTest, RecordsOnceAndInOrder) {
-    const CMinerTally tally = Count({kOne, kTwo, kThree});
+    const MinerTally tally = Count({kOne, kTwo, kThree});
     EXPECT_EQ(3u, tally.stored);
     EXPECT_EQ(0u, tally.twice);
     EXPECT_EQ(3u, tally.Distinct());
@@ -46,7 +46,7 @@ TEST(MinerTallyTest, RecordsOnceAndInOrder) {
 }
 
 TEST(MinerTallyTest, BatchThatCameAgainCountsAsTwiceAndKeepsTheOrder) {
-    const CMinerTally tally = Count({kOne, kTwo, kOne, kTwo, kThree});
+    const MinerTally tally = Count({kOne, kTwo, kOne, kTwo, kThree});
     EXPECT_EQ(5u, tally.stored);
     EXPECT_EQ(2u, tally.twice);
     EXPECT_EQ(3u, tally.Distinct());
@@ -54,7 +54,7 @@ TEST(MinerTallyTest, BatchThatCameAgainCountsAsTwiceAndKeepsTheOrder) {
 }
 
 TEST(MinerTallyTest, RecordThatWasSkippedIsMissing) {
-    const CMinerTally tally = Count({kOne, kThree});
+    const MinerTally tally = Count({kOne, kThree});
     EXPECT_EQ(2u, tally.Distinct());
     EXPECT_EQ(3u, tally.highest);
 }
@@ -64,7 +64,7 @@ TEST(MinerTallyTest, RecordThatCameTooEarlyBreaksTheOrder) {
 }
 
 TEST(MinerTallyTest, RecordWithoutANumberIsCountedApart) {
-    const CMinerTally tally = Count({"text", kOne});
+    const MinerTally tally = Count({"text", kOne});
     EXPECT_EQ(2u, tally.stored);
     EXPECT_EQ(1u, tally.unnumbered);
     EXPECT_EQ(1u, tally.Distinct());

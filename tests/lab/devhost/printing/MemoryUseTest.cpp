@@ -8,17 +8,17 @@ namespace Kyr::Test {
 namespace {
 
 using Lab::CLine;
-using Lab::DevHost::CMemoryUse;
 using Lab::DevHost::MemoryLine;
+using Lab::DevHost::MemoryUse;
 using Lab::DevHost::ReadMemoryUse;
 
 constexpr std::uint64_t kMebibyte = 1024 * 1024;
 
 TEST(MemoryUseTest, GrowsByWhatIsTakenAndWritten) {
-    const CMemoryUse before = ReadMemoryUse();
+    const MemoryUse before = ReadMemoryUse();
     std::string block(32 * kMebibyte, '\0');
     std::fill(block.begin(), block.end(), 'x');
-    const CMemoryUse after = ReadMemoryUse();
+    const MemoryUse after = ReadMemoryUse();
     EXPECT_GE(after.privateBytes, before.privateBytes + 30 * kMebibyte);
     EXPECT_GE(after.residentBytes, before.residentBytes + 30 * kMebibyte);
     EXPECT_LT(after.privateBytes, before.privateBytes + 500 * kMebibyte);

@@ -136,10 +136,10 @@ TEST_F(BusTest, FailingSubscriberDoesNotKeepOthersFromTheMessage) {
 /// Tells of deliveries when they are told to it, and of messages when it gets them.
 class CTellingEnd : public CSilentObserver, public CKeepingSubscriber {
   public:
-    void OnDeliver(const CPublication&, std::size_t subscriber) override {
+    void OnDeliver(const Publication&, std::size_t subscriber) override {
         told.push_back("delivered to " + std::to_string(subscriber));
     }
-    void OnDeliveryFailed(const CPublication&, std::size_t subscriber,
+    void OnDeliveryFailed(const Publication&, std::size_t subscriber,
                           const std::string& text) override {
         told.push_back("not delivered to " + std::to_string(subscriber) + ": " + text);
     }

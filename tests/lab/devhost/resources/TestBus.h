@@ -15,13 +15,13 @@ namespace Kyr::Test {
 using Common::Kernel::IDeliveryContext;
 using Common::Kernel::IMessage;
 using Common::Kernel::MessageType;
-using Lab::DevHost::CPublication;
+using Lab::DevHost::Publication;
 
 class CSilentObserver : public Lab::DevHost::IBusObserver {
   public:
-    void OnPublish(const CPublication&) override {}
-    void OnDeliver(const CPublication&, std::size_t) override {}
-    void OnDeliveryFailed(const CPublication&, std::size_t, const std::string&) override {}
+    void OnPublish(const Publication&) override {}
+    void OnDeliver(const Publication&, std::size_t) override {}
+    void OnDeliveryFailed(const Publication&, std::size_t, const std::string&) override {}
 };
 
 /// Keeps what it gets. Read it after CBus::WaitUntilDelivered.

@@ -15,8 +15,8 @@ using ::testing::IsEmpty;
 
 class AgentUuidCommandTest : public ::testing::Test {
   protected:
-    CReply Send(const Bytes& body) {
-        CAction action;
+    InnerReply Send(const Bytes& body) {
+        InnerAction action;
         action.inner.body = body;
         return AgentUuidCommands(lines_.Sink()).at(0).handler(action);
     }
@@ -35,7 +35,7 @@ TEST_F(AgentUuidCommandTest, RequestIsNumber9A) {
 }
 
 TEST_F(AgentUuidCommandTest, UuidIsToldAndAcceptedWithoutPayload) {
-    const CReply reply = Send(kKindRecord + kUuidRecord);
+    const InnerReply reply = Send(kKindRecord + kUuidRecord);
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), EncodeReply(reply));
     EXPECT_THAT(lines_.Take(),

@@ -8,16 +8,16 @@ namespace {
 
 using Test::HexBytes;
 
-CInnerCommand Command(std::uint32_t number, const char* name) {
-    return {number, name, [](const CAction& action) {
-                CReply reply;
+InnerCommand Command(std::uint32_t number, const char* name) {
+    return {number, name, [](const InnerAction& action) {
+                InnerReply reply;
                 reply.payload = action.inner.body;
                 return reply;
             }};
 }
 
-CAction Action(std::uint32_t number) {
-    CAction action;
+InnerAction Action(std::uint32_t number) {
+    InnerAction action;
     action.inner.command = number;
     action.inner.body = {0xAB};
     return action;
@@ -45,7 +45,7 @@ TEST(InnerCommandsTest, NamesAreForPeople) {
 }
 
 TEST(EncodeReplyTest, ValueIsThePayloadsLengthUnlessSaidOtherwise) {
-    CReply reply;
+    InnerReply reply;
     reply.payload = {0xAA, 0xBB};
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), EncodeReply(reply));
     reply.value = 7;

@@ -14,12 +14,12 @@ using ::testing::IsEmpty;
 class RecordCommandsTest : public ::testing::Test {
   protected:
     void Append(RecordKind kind, const std::string& text, std::int32_t type = 0) {
-        lists_.Append(kind, [&](std::uint64_t) { return CRecord{text, type}; });
+        lists_.Append(kind, [&](std::uint64_t) { return ProductRecord{text, type}; });
     }
 
     /// The reply to a request of that command with that message.
     Bytes Fetch(std::uint32_t command, const Bytes& message) {
-        CAction action;
+        InnerAction action;
         action.inner.command = command;
         action.inner.body = message;
         return EncodeReply(CInnerCommands({RecordCommands(lists_, lines_.Sink())}).Perform(action));
@@ -30,8 +30,8 @@ class RecordCommandsTest : public ::testing::Test {
 };
 
 TEST_F(RecordCommandsTest, IndicatorsComeInOrder) {
-    Append(RecordKind::Indicator, "ab");
-    Append(RecordKind::Indicator, "c");
+    Append(RecordKind::kIndicator, "ab");
+    Append(RecordKind::kIndicator, "c");
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00"
                        "0A 02 61 62"
@@ -40,8 +40,8 @@ TEST_F(RecordCommandsTest, IndicatorsComeInOrder) {
 }
 
 TEST_F(RecordCommandsTest, TelemetryBehindTheOffsetComes) {
-    Append(RecordKind::Telemetry, "ab");
-    Append(RecordKind::Telemetry, "c");
+    Append(RecordKind::kTelemetry, "ab");
+    Append(RecordKind::kTelemetry, "c");
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 03 00 00 00"
                        "0A 01 63"),
@@ -49,7 +49,7 @@ TEST_F(RecordCommandsTest, TelemetryBehindTheOffsetComes) {
 }
 
 TEST_F(RecordCommandsTest, ActionsCarryTypeAndText) {
-    Append(RecordKind::Action, "ab", 3);
+    Append(RecordKind::kAction, "ab", 3);
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 08 00 00 00"
                        "0A 06 08 03 12 02 61 62"),
@@ -57,7 +57,7 @@ TEST_F(RecordCommandsTest, ActionsCarryTypeAndText) {
 }
 
 TEST_F(RecordCommandsTest, NegativeActionTypeIsWidened) {
-    Append(RecordKind::Action, "", -1);
+    Append(RecordKind::kAction, "", -1);
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 0F 00 00 00"
                        "0A 0D 08 FF FF FF FF FF FF FF FF FF 01 12 00"),
@@ -65,7 +65,7 @@ TEST_F(RecordCommandsTest, NegativeActionTypeIsWidened) {
 }
 
 TEST_F(RecordCommandsTest, WithoutNewRecordsThereIsNoPayload) {
-    Append(RecordKind::Indicator, "ab");
+    Append(RecordKind::kIndicator, "ab");
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"),
               Fetch(0x00100000, HexBytes("08 01")));
@@ -73,9 +73,9 @@ TEST_F(RecordCommandsTest, WithoutNewRecordsThereIsNoPayload) {
 }
 
 TEST_F(RecordCommandsTest, BatchIsToldBeforeItGoesOut) {
-    Append(RecordKind::Telemetry, "ab");
-    Append(RecordKind::Telemetry, "c");
-    Append(RecordKind::Telemetry, "d");
+    Append(RecordKind::kTelemetry, "ab");
+    Append(RecordKind::kTelemetry, "c");
+    Append(RecordKind::kTelemetry, "d");
 
     Fetch(0x00100002, HexBytes("08 01"));
 

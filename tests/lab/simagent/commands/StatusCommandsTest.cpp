@@ -16,7 +16,7 @@ using ::testing::IsEmpty;
 class StatusCommandsTest : public ::testing::Test {
   protected:
     Bytes Ask(std::uint32_t number) {
-        CAction action;
+        InnerAction action;
         action.inner.command = number;
         return EncodeReply(
             CInnerCommands({StatusCommands(protection_, results_, lines_.Sink())}).Perform(action));

@@ -15,7 +15,7 @@ using ::testing::ElementsAre;
 class TransferCommandsTest : public ::testing::Test {
   protected:
     Bytes Ask(std::uint32_t number, const Bytes& body = {}) {
-        CAction action;
+        InnerAction action;
         action.inner.command = number;
         action.inner.body = body;
         return EncodeReply(

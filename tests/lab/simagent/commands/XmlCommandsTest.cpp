@@ -9,15 +9,15 @@ using Test::HexBytes;
 
 class XmlCommandsTest : public ProductFixture {
   protected:
-    CReply PerformXml(const std::string& function, std::vector<CXmlNode> nodes) {
-        CAction action;
+    InnerReply PerformXml(const std::string& function, std::vector<XmlNode> nodes) {
+        InnerAction action;
         action.inner.command = kXmlCommand;
         action.xml.function = function;
         action.xml.nodes = std::move(nodes);
         return XmlCommands(product_).at(0).handler(action);
     }
 
-    CTaskLogEntry OnlyTask() {
+    TaskLogEntry OnlyTask() {
         EXPECT_EQ(1u, product_.TaskLog().size());
         return product_.TaskLog().at(0);
     }
@@ -26,9 +26,9 @@ class XmlCommandsTest : public ProductFixture {
 TEST_F(XmlCommandsTest, KillIsAcceptedWithoutPayload) {
     StartOne();
 
-    const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1000"},
-                                                            {"HASH_SHA1", "STRING", kSha1},
-                                                            {"USERDATA", "STRING", "a;b;c"}});
+    const InnerReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1000"},
+                                                                {"HASH_SHA1", "STRING", kSha1},
+                                                                {"USERDATA", "STRING", "a;b;c"}});
 
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), EncodeReply(reply));
     EXPECT_EQ("killed", OnlyTask().text);
@@ -36,10 +36,10 @@ TEST_F(XmlCommandsTest, KillIsAcceptedWithoutPayload) {
 }
 
 TEST_F(XmlCommandsTest, RefusedKillIsAcceptedAllTheSame) {
-    const CReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1"}});
+    const InnerReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1"}});
 
     EXPECT_EQ(kStatusDone, reply.status);
-    EXPECT_EQ(TaskState::Refused, OnlyTask().state);
+    EXPECT_EQ(TaskState::kRefused, OnlyTask().state);
 }
 
 TEST_F(XmlCommandsTest, KillHashesAreHeeded) {
@@ -52,10 +52,11 @@ TEST_F(XmlCommandsTest, KillHashesAreHeeded) {
 }
 
 TEST_F(XmlCommandsTest, BlockTakesHashesAndDeleteFlag) {
-    const CReply reply = PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "STRING", "s1"},
-                                                                 {"HASH_SHA2_256", "STRING", "s2"},
-                                                                 {"DELETE", "DWORD", "1"},
-                                                                 {"USERDATA", "STRING", "a;b;c"}});
+    const InnerReply reply =
+        PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "STRING", "s1"},
+                                                {"HASH_SHA2_256", "STRING", "s2"},
+                                                {"DELETE", "DWORD", "1"},
+                                                {"USERDATA", "STRING", "a;b;c"}});
 
     EXPECT_EQ(kStatusDone, reply.status);
     ASSERT_EQ(1u, product_.Blocked().size());
@@ -74,7 +75,7 @@ TEST_F(XmlCommandsTest, DeleteFlagZeroIsNoDelete) {
 }
 
 TEST_F(XmlCommandsTest, UnknownFunctionIsAnErrorStatus) {
-    const CReply reply = PerformXml("RESTART_FDE", {});
+    const InnerReply reply = PerformXml("RESTART_FDE", {});
 
     EXPECT_EQ(HexBytes("0C 00 00 00 03 00 00 00 00 00 00 00"), EncodeReply(reply));
     EXPECT_TRUE(product_.TaskLog().empty());

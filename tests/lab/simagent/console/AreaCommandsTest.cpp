@@ -37,7 +37,7 @@ class AreaCommandsTest : public ::testing::Test {
     }
     void Run(const std::string& line) {
         const Words words = SplitWords(line);
-        for (const CConsoleCommand& command : commands_) {
+        for (const ConsoleCommand& command : commands_) {
             if (command.name == words[0]) {
                 command.run(words);
                 return;

@@ -14,8 +14,8 @@ using ::testing::ElementsAre;
 
 class CEmptyTable : public IProcessTable {
   public:
-    std::vector<CProcessId> List() override { return {}; }
-    std::optional<CProcessFacts> Describe(const CProcessId&) override { return std::nullopt; }
+    std::vector<ProcessId> List() override { return {}; }
+    std::optional<ProcessFacts> Describe(const ProcessId&) override { return std::nullopt; }
 };
 
 class LiveCommandsTest : public GroupFixture {

@@ -19,7 +19,7 @@ class RecordListCommandsTest : public GroupFixture {
         return RecordListCommands(lists_, boost::make_shared<CManualClock>(), lines_.Sink());
     }
 
-    CRecord Record(RecordKind kind, std::uint64_t number) const {
+    ProductRecord Record(RecordKind kind, std::uint64_t number) const {
         return lists_.From(kind, number - 1).at(0);
     }
 
@@ -39,28 +39,28 @@ TEST_F(RecordListCommandsTest, AppendedRecordsAreCounted) {
 
 TEST_F(RecordListCommandsTest, RecordCarriesItsNumber) {
     Execute("records append indicator count=2");
-    EXPECT_THAT(Record(RecordKind::Indicator, 2).text, ::testing::HasSubstr("\"sequence\":2"));
+    EXPECT_THAT(Record(RecordKind::kIndicator, 2).text, ::testing::HasSubstr("\"sequence\":2"));
 }
 
 TEST_F(RecordListCommandsTest, RecordHasTheWantedSize) {
     Execute("records append indicator size=500");
-    EXPECT_EQ(500u, Record(RecordKind::Indicator, 1).text.size());
+    EXPECT_EQ(500u, Record(RecordKind::kIndicator, 1).text.size());
 }
 
 TEST_F(RecordListCommandsTest, TextReplacesTheMadeUpRecord) {
     Execute("records append telemetry text=\"two words\"");
-    EXPECT_EQ("two words", Record(RecordKind::Telemetry, 1).text);
+    EXPECT_EQ("two words", Record(RecordKind::kTelemetry, 1).text);
 }
 
 TEST_F(RecordListCommandsTest, ActionsBlockUnlessTypesAreNamed) {
     Execute("records append action");
     Execute("records append action type=1,3,2 count=4");
 
-    EXPECT_EQ(3, Record(RecordKind::Action, 1).actionType);
-    EXPECT_EQ(1, Record(RecordKind::Action, 2).actionType);
-    EXPECT_EQ(3, Record(RecordKind::Action, 3).actionType);
-    EXPECT_EQ(2, Record(RecordKind::Action, 4).actionType);
-    EXPECT_EQ(1, Record(RecordKind::Action, 5).actionType);
+    EXPECT_EQ(3, Record(RecordKind::kAction, 1).actionType);
+    EXPECT_EQ(1, Record(RecordKind::kAction, 2).actionType);
+    EXPECT_EQ(3, Record(RecordKind::kAction, 3).actionType);
+    EXPECT_EQ(2, Record(RecordKind::kAction, 4).actionType);
+    EXPECT_EQ(1, Record(RecordKind::kAction, 5).actionType);
 }
 
 TEST_F(RecordListCommandsTest, LimitsAreSetOneByOne) {

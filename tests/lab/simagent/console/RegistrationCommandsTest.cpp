@@ -21,7 +21,7 @@ class CFakeRegistration : public IRegistration {
 class RegistrationCommandsTest : public ::testing::Test {
   protected:
     std::vector<std::string> Execute(const Words& words) {
-        for (const CConsoleCommand& command : commands_) {
+        for (const ConsoleCommand& command : commands_) {
             if (command.name == words[0]) {
                 command.run(words);
             }

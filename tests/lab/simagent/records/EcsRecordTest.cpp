@@ -6,7 +6,7 @@ namespace Kyr::Lab::SimAgent {
 namespace {
 
 // 1700000000 is 2023-11-14T22:13:20 UTC.
-const CEcsEvent kStart{12, 1700000000, "event", "process", "start", "process-started"};
+const EcsEvent kStart{12, 1700000000, "event", "process", "start", "process-started"};
 
 TEST(EcsRecordTest, ProcessIsDescribedInNestedFields) {
     EXPECT_EQ(

@@ -18,9 +18,10 @@ class RecordFileTest : public ::testing::Test {
     std::vector<std::string> Reopen() {
         std::vector<std::string> texts;
         file_.reset();
-        file_ = std::make_unique<CRecordFile>(path_, [&](RecordKind kind, const CRecord& record) {
-            texts.push_back(NameOf(kind) + (" " + record.text));
-        });
+        file_ =
+            std::make_unique<CRecordFile>(path_, [&](RecordKind kind, const ProductRecord& record) {
+                texts.push_back(NameOf(kind) + (" " + record.text));
+            });
         return texts;
     }
 
@@ -40,15 +41,15 @@ TEST_F(RecordFileTest, NewFileIsEmpty) {
 
 TEST_F(RecordFileTest, RecordIsWrittenBehindItsKindTypeAndLength) {
     Reopen();
-    file_->Append(RecordKind::Action, {"two\nlines", 3});
+    file_->Append(RecordKind::kAction, {"two\nlines", 3});
     EXPECT_EQ("action 3 9\ntwo\nlines\n", Content());
 }
 
 TEST_F(RecordFileTest, RecordsAreReadBackInOrder) {
     Reopen();
-    file_->Append(RecordKind::Telemetry, {" blanks ", 0});
-    file_->Append(RecordKind::Action, {"", -1});
-    file_->Append(RecordKind::Indicator, {std::string("zero\0", 5), 0});
+    file_->Append(RecordKind::kTelemetry, {" blanks ", 0});
+    file_->Append(RecordKind::kAction, {"", -1});
+    file_->Append(RecordKind::kIndicator, {std::string("zero\0", 5), 0});
 
     EXPECT_THAT(Reopen(), ElementsAre("telemetry  blanks ", "action ",
                                       "indicator " + std::string("zero\0", 5)));
@@ -61,7 +62,7 @@ TEST_F(RecordFileTest, HalfARecordAtTheEndIsCutOff) {
 
         EXPECT_THAT(Reopen(), ElementsAre("action one")) << half;
 
-        file_->Append(RecordKind::Action, {"new", 3});
+        file_->Append(RecordKind::kAction, {"new", 3});
         EXPECT_EQ("action 3 3\none\naction 3 3\nnew\n", Content()) << half;
     }
 }
@@ -78,11 +79,11 @@ TEST_F(RecordFileTest, FileThatCannotBeMadeIsRefused) {
 TEST_F(RecordFileTest, ListsWithAFileOutliveTheirObject) {
     {
         CRecordLists lists(path_);
-        lists.Append(RecordKind::Indicator, [](std::uint64_t) { return CRecord{"one", 0}; });
+        lists.Append(RecordKind::kIndicator, [](std::uint64_t) { return ProductRecord{"one", 0}; });
     }
     CRecordLists again(path_);
-    EXPECT_EQ(2u, again.Append(RecordKind::Indicator, [](std::uint64_t) {
-        return CRecord{"two", 0};
+    EXPECT_EQ(2u, again.Append(RecordKind::kIndicator, [](std::uint64_t) {
+        return ProductRecord{"two", 0};
     }));
 }
 

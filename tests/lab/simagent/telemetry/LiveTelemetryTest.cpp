@@ -25,33 +25,33 @@ constexpr char kDigestOfAbc[] =
 /// Processes that a test puts there and takes away.
 class CFakeTable : public IProcessTable {
   public:
-    std::vector<CProcessId> List() override {
+    std::vector<ProcessId> List() override {
         if (broken) {
             throw std::runtime_error("cannot list processes");
         }
-        std::vector<CProcessId> list;
+        std::vector<ProcessId> list;
         for (const auto& [id, facts] : processes) {
             list.push_back(id);
         }
         return list;
     }
-    std::optional<CProcessFacts> Describe(const CProcessId& id) override {
+    std::optional<ProcessFacts> Describe(const ProcessId& id) override {
         const auto found = processes.find(id);
         return found == processes.end() ? std::nullopt : std::optional(found->second);
     }
 
     // Changed only while nobody looks.
-    std::map<CProcessId, CProcessFacts> processes;
+    std::map<ProcessId, ProcessFacts> processes;
     bool broken = false;
 };
 
-CProcessFacts Facts(const std::string& name) {
+ProcessFacts Facts(const std::string& name) {
     return {1, name, "", "", "1000"};
 }
 
 class LiveTelemetryTest : public ::testing::Test {
   protected:
-    void Start(const CTelemetryScope& scope = {}) {
+    void Start(const TelemetryScope& scope = {}) {
         telemetry_.Start(scope);
         ASSERT_TRUE(clock_->AwaitSleepers(1));
     }
@@ -68,11 +68,11 @@ class LiveTelemetryTest : public ::testing::Test {
         table_.processes[{pid, 1}] = {1, "sh", program, program, "1000"};
         Look();
         Look();
-        return Record(lists_.Count(RecordKind::Telemetry));
+        return Record(lists_.Count(RecordKind::kTelemetry));
     }
 
     std::string Record(std::uint64_t number) const {
-        return lists_.From(RecordKind::Telemetry, number - 1).at(0).text;
+        return lists_.From(RecordKind::kTelemetry, number - 1).at(0).text;
     }
 
     CFakeTable table_;

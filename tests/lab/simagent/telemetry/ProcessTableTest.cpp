@@ -11,10 +11,10 @@ namespace {
 
 class ProcessTableTest : public ::testing::Test {
   protected:
-    std::optional<CProcessId> Find(std::uint64_t pid) {
-        const std::vector<CProcessId> list = table_->List();
+    std::optional<ProcessId> Find(std::uint64_t pid) {
+        const std::vector<ProcessId> list = table_->List();
         const auto found = std::find_if(list.begin(), list.end(),
-                                        [&](const CProcessId& id) { return id.pid == pid; });
+                                        [&](const ProcessId& id) { return id.pid == pid; });
         return found == list.end() ? std::nullopt : std::optional(*found);
     }
 
@@ -24,10 +24,10 @@ class ProcessTableTest : public ::testing::Test {
 
 TEST_F(ProcessTableTest, RunningProcessIsDescribed) {
     const auto victim = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
-    const std::optional<CProcessId> id = Find(victim->Pid());
+    const std::optional<ProcessId> id = Find(victim->Pid());
     ASSERT_TRUE(id);
 
-    const std::optional<CProcessFacts> facts = table_->Describe(*id);
+    const std::optional<ProcessFacts> facts = table_->Describe(*id);
 
     ASSERT_TRUE(facts);
     EXPECT_EQ(OwnProcessId(), facts->parentPid);
@@ -41,7 +41,7 @@ TEST_F(ProcessTableTest, RunningProcessIsDescribed) {
 
 TEST_F(ProcessTableTest, EndedProcessIsGone) {
     const auto victim = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
-    const std::optional<CProcessId> id = Find(victim->Pid());
+    const std::optional<ProcessId> id = Find(victim->Pid());
     ASSERT_TRUE(id);
     victim->Kill();
     victim->Wait();
@@ -51,7 +51,7 @@ TEST_F(ProcessTableTest, EndedProcessIsGone) {
 }
 
 TEST_F(ProcessTableTest, ProcessOfAnotherStartIsNotDescribed) {
-    std::optional<CProcessId> id = Find(OwnProcessId());
+    std::optional<ProcessId> id = Find(OwnProcessId());
     ASSERT_TRUE(id);
     ++id->start;
 

@@ -11,10 +11,10 @@
 
 namespace Kyr::Lab::CrashTest {
 
-class CLedger {
+class CRecordLedger {
   public:
     /// `batch` is how many records one reply carries at most.
-    explicit CLedger(std::uint64_t batch) : batch_(batch) {}
+    explicit CRecordLedger(std::uint64_t batch) : batch_(batch) {}
 
     /// Closes the account of one life: the numbers of the records that it stored, in order, and the
     /// offset that it left. Says what is wrong, if anything is.

@@ -1,4 +1,4 @@
-#include "lab/simagent/console/Console.h"
+#include "lab/simagent/console/ProductConsole.h"
 
 #include <stdexcept>
 
@@ -6,7 +6,7 @@
 
 namespace Kyr::Lab::SimAgent {
 
-CConsole::CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups)
+CProductConsole::CProductConsole(Parts parts, const std::vector<ConsoleCommandGroup>& groups)
     : parts_(std::move(parts)) {
     commands_ = {
         {"start", "start <name> [<program> [<argument>...]]",
@@ -35,7 +35,7 @@ CConsole::CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups)
     commands_.insert(commands_.end(), last.begin(), last.end());
 }
 
-bool CConsole::Execute(const std::string& line) {
+bool CProductConsole::Execute(const std::string& line) {
     std::string command;
     try {
         const Words words = SplitWords(line);
@@ -43,7 +43,7 @@ bool CConsole::Execute(const std::string& line) {
             return true;
         }
         command = words[0];
-        for (const CConsoleCommand& row : commands_) {
+        for (const ConsoleCommand& row : commands_) {
             if (row.name == command) {
                 row.run(words);
                 return !quit_;
@@ -56,7 +56,7 @@ bool CConsole::Execute(const std::string& line) {
     return true;
 }
 
-void CConsole::OpenPorts() {
+void CProductConsole::OpenPorts() {
     const auto apply = [&](Transport transport, IPort& server) {
         const bool wanted = parts_.misbehaviours.Offers(transport);
         if (wanted && !server.IsOpen()) {
@@ -65,34 +65,33 @@ void CConsole::OpenPorts() {
             server.Close();
         }
     };
-    apply(Transport::Alpc, parts_.alpc);
-    apply(Transport::Lpc, parts_.lpc);
+    apply(Transport::kAlpc, parts_.alpc);
+    apply(Transport::kLpc, parts_.lpc);
 }
 
-void CConsole::Start(const Words& words) {
+void CProductConsole::Start(const Words& words) {
     if (words.size() < 2) {
         throw std::invalid_argument("a name is missing");
     }
     const std::string program = words.size() > 2 ? words[2] : parts_.victim;
     const Words arguments(words.begin() + (words.size() > 2 ? 3 : 2), words.end());
-    const CLabProcess process = parts_.product.Start(words[1], program, arguments);
+    const LabProcess process = parts_.product.Start(words[1], program, arguments);
     parts_.sink(AnswerTo("start").With("name", process.name).With("pid", process.pid));
 }
 
-void CConsole::Adopt(const Words& words) {
+void CProductConsole::Adopt(const Words& words) {
     RequireWords(words, 3);
     if (words.size() < 3) {
         throw std::invalid_argument("a name and a process id are wanted");
     }
-    const CLabProcess process =
-        parts_.product.Adopt(words[1], parts_.victim, ParseNumber(words[2]));
+    const LabProcess process = parts_.product.Adopt(words[1], parts_.victim, ParseNumber(words[2]));
     parts_.sink(AnswerTo("adopt").With("name", process.name).With("pid", process.pid));
 }
 
-void CConsole::List(const Words& words) {
+void CProductConsole::List(const Words& words) {
     RequireWords(words, 1);
-    const std::vector<CLabProcess> processes = parts_.processes.List();
-    for (const CLabProcess& process : processes) {
+    const std::vector<LabProcess> processes = parts_.processes.List();
+    for (const LabProcess& process : processes) {
         parts_.sink(AnswerTo("list")
                         .With("name", process.name)
                         .With("pid", process.pid)
@@ -100,8 +99,8 @@ void CConsole::List(const Words& words) {
                         .With("program", process.program.path)
                         .With("sha256", process.program.sha256));
     }
-    const std::vector<CBlockedProgram> blocked = parts_.product.Blocked();
-    for (const CBlockedProgram& one : blocked) {
+    const std::vector<BlockedProgram> blocked = parts_.product.Blocked();
+    for (const BlockedProgram& one : blocked) {
         parts_.sink(AnswerTo("list")
                         .With("state", "blocked")
                         .With("sha1", one.hashes.sha1.value_or(""))
@@ -112,10 +111,10 @@ void CConsole::List(const Words& words) {
         AnswerTo("list").With("processes", processes.size()).With("blocked", blocked.size()));
 }
 
-void CConsole::TaskLog(const Words& words) {
+void CProductConsole::TaskLog(const Words& words) {
     RequireWords(words, 1);
-    const std::vector<CTaskLogEntry> entries = parts_.product.TaskLog();
-    for (const CTaskLogEntry& entry : entries) {
+    const std::vector<TaskLogEntry> entries = parts_.product.TaskLog();
+    for (const TaskLogEntry& entry : entries) {
         parts_.sink(AnswerTo("tasklog")
                         .With("number", entry.number)
                         .With("function", entry.function)
@@ -126,7 +125,7 @@ void CConsole::TaskLog(const Words& words) {
     parts_.sink(AnswerTo("tasklog").With("tasks", entries.size()));
 }
 
-void CConsole::Misbehave(const Words& words) {
+void CProductConsole::Misbehave(const Words& words) {
     const std::string what = words.size() > 1 ? words[1] : "list";
     if (what == "clear") {
         RequireWords(words, 3);
@@ -139,16 +138,16 @@ void CConsole::Misbehave(const Words& words) {
         parts_.misbehaviours.Add(ParseMisbehaviour({words.begin() + 1, words.end()}));
     }
     OpenPorts();
-    const std::vector<CMisbehaviour> active = parts_.misbehaviours.List();
-    for (const CMisbehaviour& one : active) {
+    const std::vector<Misbehaviour> active = parts_.misbehaviours.List();
+    for (const Misbehaviour& one : active) {
         parts_.sink(AnswerTo("misbehave").With("fault", one.Text()));
     }
     parts_.sink(AnswerTo("misbehave").With("faults", active.size()));
 }
 
-void CConsole::Help(const Words& words) {
+void CProductConsole::Help(const Words& words) {
     RequireWords(words, 1);
-    for (const CConsoleCommand& row : commands_) {
+    for (const ConsoleCommand& row : commands_) {
         parts_.sink(AnswerTo("help").With("usage", row.usage).With("text", row.text));
     }
     for (const std::string& fault : DescribeFaults()) {
@@ -156,7 +155,7 @@ void CConsole::Help(const Words& words) {
     }
 }
 
-void CConsole::Quit(const Words& words) {
+void CProductConsole::Quit(const Words& words) {
     RequireWords(words, 1);
     quit_ = true;
     parts_.sink(AnswerTo(words[0]));

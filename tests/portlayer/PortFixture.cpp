@@ -1,4 +1,4 @@
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 #include "tests/portlayer/ChildProcess.h"
 
@@ -86,7 +86,7 @@ std::uint16_t Kind(const void* message) {
     return Get<std::uint16_t>(message, 4) & 0xFF;
 }
 
-Bytes LpcMessageWithEntries(const std::vector<CEntry>& entries) {
+Bytes LpcMessageWithEntries(const std::vector<BlockEntry>& entries) {
     Bytes data(LpcLayout::kDataEntries + entries.size() * LpcLayout::kDataEntrySize);
     Put<std::uint32_t>(data.data(), 0, static_cast<std::uint32_t>(entries.size()));
     for (std::size_t i = 0; i < entries.size(); ++i) {
@@ -103,23 +103,23 @@ std::int64_t Within(std::chrono::milliseconds duration) {
     return -duration.count() * 10000;
 }
 
-void CPortTest::SetUp() {
+void PortFixture::SetUp() {
     if (!CChildProcess::IsStartedAgain()) {
         directory_ = std::make_unique<CRunDirectory>();
     }
     ASSERT_EQ(Ports().liveObjects(), "");
 }
 
-void CPortTest::TearDown() {
+void PortFixture::TearDown() {
     EXPECT_EQ(Ports().liveObjects(), "");
     EXPECT_TRUE(directory_->IsEmpty()) << "names left in " << directory_->Path();
 }
 
-void CPortTest::ForgetName() {
+void PortFixture::ForgetName() {
     directory_->Clear();
 }
 
-NtApi::UnicodeString* CPortTest::Name() {
+NtApi::UnicodeString* PortFixture::Name() {
     static char16_t text[] = u"\\BaseNamedObjects\\ContractPort";
     static NtApi::UnicodeString name = {sizeof text - 2, sizeof text, text};
     return &name;

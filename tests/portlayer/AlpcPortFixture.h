@@ -5,14 +5,14 @@
 #include <mutex>
 #include <thread>
 
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
 
 /// An attribute buffer with a view and a context.
 class CAttributes {
   public:
-    explicit CAttributes(const CPortBackend& ports);
+    explicit CAttributes(const PortBackend& ports);
 
     NtApi::AlpcMessageAttributes* Get() {
         return reinterpret_cast<NtApi::AlpcMessageAttributes*>(buffer_.data());
@@ -23,13 +23,13 @@ class CAttributes {
     void SetView(const NtApi::AlpcDataViewAttr& view);
 
   private:
-    const CPortBackend& ports_;
+    const PortBackend& ports_;
     std::vector<std::uint64_t> buffer_;
 };
 
 /// A message as the server's handler gets it, and what it can do with it.
-struct CAlpcCall {
-    const CPortBackend& ports;
+struct ReceivedCall {
+    const PortBackend& ports;
     Handle port;    // the connection port
     Handle client;  // the accepted port of the message's sender
     Bytes& message;
@@ -43,9 +43,9 @@ struct CAlpcCall {
     NtStatus ReplyWithView(const Bytes& data, const Bytes& viewBytes);
 };
 
-class CAlpcTest : public CPortTest {
+class AlpcPortFixture : public PortFixture {
   protected:
-    using Handler = std::function<void(CAlpcCall&)>;
+    using Handler = std::function<void(ReceivedCall&)>;
 
     void TearDown() override;
 
@@ -77,6 +77,6 @@ class CAlpcTest : public CPortTest {
     std::vector<Handle> clients_;  // guarded by mutex_; the context of a connection is its number
 };
 
-NtApi::AlpcDataViewAttr MakeSectionView(const CPortBackend& ports, Handle port, const Bytes& bytes);
+NtApi::AlpcDataViewAttr MakeSectionView(const PortBackend& ports, Handle port, const Bytes& bytes);
 
 }  // namespace Kyr::Test

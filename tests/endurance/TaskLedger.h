@@ -13,7 +13,7 @@
 
 namespace Kyr::Endurance {
 
-class CLedger {
+class CTaskLedger {
   public:
     /// The identifier of a new task.
     std::string Enter();

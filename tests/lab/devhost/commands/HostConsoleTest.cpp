@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/commands/HostConsole.h"
 #include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
@@ -9,11 +9,11 @@ namespace {
 using Lab::CLine;
 using Lab::LineSink;
 using Lab::DevHost::CCommandArguments;
-using Lab::DevHost::CConsole;
+using Lab::DevHost::CHostConsole;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-class ConsoleTest : public ::testing::Test {
+class HostConsoleTest : public ::testing::Test {
   protected:
     /// The command `echo <word> [loud] [to=<name>]`.
     static void Echo(CCommandArguments& arguments, const LineSink& answer) {
@@ -31,47 +31,47 @@ class ConsoleTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    CConsole console_{{{"echo", "<word> [loud] [to=<name>]", "Says it again.", &Echo}},
-                      events_.Sink()};
+    CHostConsole console_{{{"echo", "<word> [loud] [to=<name>]", "Says it again.", &Echo}},
+                          events_.Sink()};
 };
 
-TEST_F(ConsoleTest, CommandGetsItsWord) {
+TEST_F(HostConsoleTest, CommandGetsItsWord) {
     EXPECT_THAT(Execute("echo hello"), ElementsAre("answer loud=0 to=nobody word=hello"));
 }
 
-TEST_F(ConsoleTest, FlagsAndValuesMayStandBeforeOrBehindTheWord) {
+TEST_F(HostConsoleTest, FlagsAndValuesMayStandBeforeOrBehindTheWord) {
     EXPECT_THAT(Execute("echo to=all hello loud"), ElementsAre("answer loud=1 to=all word=hello"));
 }
 
-TEST_F(ConsoleTest, QuotedWordKeepsItsBlanks) {
+TEST_F(HostConsoleTest, QuotedWordKeepsItsBlanks) {
     EXPECT_THAT(Execute("echo \"good day\""),
                 ElementsAre("answer loud=0 to=nobody word=\"good day\""));
 }
 
-TEST_F(ConsoleTest, EmptyLineDoesNothing) {
+TEST_F(HostConsoleTest, EmptyLineDoesNothing) {
     EXPECT_THAT(Execute("  "), IsEmpty());
 }
 
-TEST_F(ConsoleTest, UnknownCommandIsAnError) {
+TEST_F(HostConsoleTest, UnknownCommandIsAnError) {
     EXPECT_THAT(Execute("shout"),
                 ElementsAre("error command=shout text=\"no such command; try help\""));
 }
 
-TEST_F(ConsoleTest, MissingWordIsAnErrorThatNamesIt) {
+TEST_F(HostConsoleTest, MissingWordIsAnErrorThatNamesIt) {
     EXPECT_THAT(Execute("echo"), ElementsAre("error command=echo text=\"the word is missing\""));
 }
 
-TEST_F(ConsoleTest, WordTooManyIsAnErrorThatNamesIt) {
+TEST_F(HostConsoleTest, WordTooManyIsAnErrorThatNamesIt) {
     EXPECT_THAT(Execute("echo a b"),
                 ElementsAre("error command=\"echo a b\" text=\"not understood: b\""));
 }
 
-TEST_F(ConsoleTest, UnfinishedQuoteIsAnError) {
+TEST_F(HostConsoleTest, UnfinishedQuoteIsAnError) {
     ASSERT_THAT(Execute("echo \"a"), ::testing::SizeIs(1));
     EXPECT_THAT(events_.Texts().front(), ::testing::StartsWith("error command="));
 }
 
-TEST_F(ConsoleTest, HelpListsEveryCommandAndItself) {
+TEST_F(HostConsoleTest, HelpListsEveryCommandAndItself) {
     EXPECT_THAT(Execute("help"),
                 ElementsAre("answer command=help usage=\"echo <word> [loud] [to=<name>]\" "
                             "text=\"Says it again.\"",

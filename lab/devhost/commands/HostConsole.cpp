@@ -1,4 +1,4 @@
-#include "lab/devhost/commands/Console.h"
+#include "lab/devhost/commands/HostConsole.h"
 
 #include <algorithm>
 #include <exception>
@@ -10,7 +10,7 @@
 
 namespace Kyr::Lab::DevHost {
 
-CConsole::CConsole(std::vector<CCommand> commands, LineSink events)
+CHostConsole::CHostConsole(std::vector<HostCommand> commands, LineSink events)
     : commands_(std::move(commands)), events_(std::move(events)) {
     commands_.push_back(
         {"help", "", "Lists the commands.", [this](CCommandArguments& arguments, const LineSink&) {
@@ -19,7 +19,7 @@ CConsole::CConsole(std::vector<CCommand> commands, LineSink events)
          }});
 }
 
-void CConsole::Execute(const std::string& line) {
+void CHostConsole::Execute(const std::string& line) {
     try {
         const std::vector<std::string> words = SplitWords(line);
         if (!words.empty()) {
@@ -30,10 +30,10 @@ void CConsole::Execute(const std::string& line) {
     }
 }
 
-void CConsole::Run(const std::vector<std::string>& words) {
+void CHostConsole::Run(const std::vector<std::string>& words) {
     const auto command =
         std::find_if(commands_.begin(), commands_.end(),
-                     [&](const CCommand& candidate) { return candidate.name == words.front(); });
+                     [&](const HostCommand& candidate) { return candidate.name == words.front(); });
     if (command == commands_.end()) {
         throw std::invalid_argument("no such command; try help");
     }
@@ -41,8 +41,8 @@ void CConsole::Run(const std::vector<std::string>& words) {
     command->run(arguments, events_);
 }
 
-void CConsole::Help() const {
-    for (const CCommand& command : commands_) {
+void CHostConsole::Help() const {
+    for (const HostCommand& command : commands_) {
         const std::string blank = command.usage.empty() ? "" : " ";
         events_(CLine("answer")
                     .With("command", "help")

@@ -5,17 +5,17 @@
 #include <mutex>
 #include <thread>
 
-#include "tests/portlayer/PortTest.h"
+#include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
 
 /// A message as the server's handler gets it, and what it can do with it.
 class CLpcCall {
   public:
-    CLpcCall(const CPortBackend& ports, Handle port, Bytes& message, void* context)
+    CLpcCall(const PortBackend& ports, Handle port, Bytes& message, void* context)
         : message(message), context(context), ports_(ports), port_(port) {}
 
-    const CPortBackend& Ports() const { return ports_; }
+    const PortBackend& Ports() const { return ports_; }
     Handle Port() const { return port_; }
     Bytes Data() const { return LpcData(message.data()); }
     NtStatus Reply(const Bytes& data);
@@ -26,11 +26,11 @@ class CLpcCall {
     void* const context;
 
   private:
-    const CPortBackend& ports_;
+    const PortBackend& ports_;
     const Handle port_;
 };
 
-class CLpcTest : public CPortTest {
+class LpcPortFixture : public PortFixture {
   protected:
     using Handler = std::function<void(CLpcCall&)>;
 

@@ -1,9 +1,9 @@
-#include "lab/crashtest/Ledger.h"
+#include "lab/crashtest/RecordLedger.h"
 
 namespace Kyr::Lab::CrashTest {
 
-std::optional<std::string> CLedger::CloseLife(const std::vector<std::uint64_t>& numbers,
-                                              std::uint64_t offset) {
+std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::uint64_t>& numbers,
+                                                    std::uint64_t offset) {
     std::uint64_t last = offset_;
     for (const std::uint64_t number : numbers) {
         if (number != last + 1) {

@@ -1,4 +1,4 @@
-#include "tests/portlayer/AlpcTest.h"
+#include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -8,7 +8,7 @@ using namespace NtApi;
 
 }  // namespace
 
-CAttributes::CAttributes(const CPortBackend& ports) : ports_(ports) {
+CAttributes::CAttributes(const PortBackend& ports) : ports_(ports) {
     constexpr std::uint32_t kBoth = kAlpcMessageViewAttribute | kAlpcMessageContextAttribute;
     std::size_t size = 0;
     EXPECT_EQ(ports.AlpcInitializeMessageAttribute(kBoth, nullptr, 0, &size),
@@ -32,11 +32,11 @@ void CAttributes::SetView(const AlpcDataViewAttr& view) {
     Get()->ValidAttributes |= kAlpcMessageViewAttribute;
 }
 
-NtStatus CAlpcCall::Reply(const Bytes& data) {
+NtStatus ReceivedCall::Reply(const Bytes& data) {
     return Reply(data, kAlpcReleaseMessage, nullptr);
 }
 
-NtStatus CAlpcCall::Reply(const Bytes& data, std::uint32_t flags, CAttributes* sent) {
+NtStatus ReceivedCall::Reply(const Bytes& data, std::uint32_t flags, CAttributes* sent) {
     Bytes reply = AlpcMessage(data);
     std::memcpy(reply.data() + 8, message.data() + 8, 16);
     return ports.NtAlpcSendWaitReceivePort(port, flags, reply.data(),
@@ -44,7 +44,7 @@ NtStatus CAlpcCall::Reply(const Bytes& data, std::uint32_t flags, CAttributes* s
                                            nullptr, nullptr, nullptr);
 }
 
-NtStatus CAlpcCall::ReplyWithView(const Bytes& data, const Bytes& viewBytes) {
+NtStatus ReceivedCall::ReplyWithView(const Bytes& data, const Bytes& viewBytes) {
     AlpcDataViewAttr view = MakeSectionView(ports, client, viewBytes);
     view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
     CAttributes sent(ports);
@@ -57,7 +57,7 @@ NtStatus CAlpcCall::ReplyWithView(const Bytes& data, const Bytes& viewBytes) {
     return status;
 }
 
-AlpcDataViewAttr MakeSectionView(const CPortBackend& ports, Handle port, const Bytes& bytes) {
+AlpcDataViewAttr MakeSectionView(const PortBackend& ports, Handle port, const Bytes& bytes) {
     AlpcDataViewAttr view = {};
     std::size_t actualSize = 0;
     EXPECT_EQ(ports.NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, bytes.size(),
@@ -70,16 +70,16 @@ AlpcDataViewAttr MakeSectionView(const CPortBackend& ports, Handle port, const B
     return view;
 }
 
-AlpcDataViewAttr CAlpcTest::MakeView(Handle port, const Bytes& bytes) {
+AlpcDataViewAttr AlpcPortFixture::MakeView(Handle port, const Bytes& bytes) {
     return MakeSectionView(Ports(), port, bytes);
 }
 
-void CAlpcTest::TearDown() {
+void AlpcPortFixture::TearDown() {
     StopServer();
-    CPortTest::TearDown();
+    PortFixture::TearDown();
 }
 
-Handle CAlpcTest::CreatePort(std::size_t maxMessage) {
+Handle AlpcPortFixture::CreatePort(std::size_t maxMessage) {
     ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
     AlpcPortAttributes portAttributes = {};
     portAttributes.MaxMessageLength = maxMessage;
@@ -88,7 +88,7 @@ Handle CAlpcTest::CreatePort(std::size_t maxMessage) {
     return port;
 }
 
-void CAlpcTest::Serve(Handler handler, int threads) {
+void AlpcPortFixture::Serve(Handler handler, int threads) {
     handler_ = std::move(handler);
     serverPort_ = CreatePort();
     for (int i = 0; i < threads; ++i) {
@@ -96,7 +96,7 @@ void CAlpcTest::Serve(Handler handler, int threads) {
     }
 }
 
-void CAlpcTest::StopServer() {
+void AlpcPortFixture::StopServer() {
     if (servers_.empty()) {
         return;
     }
@@ -111,7 +111,7 @@ void CAlpcTest::StopServer() {
     clients_.clear();
 }
 
-void CAlpcTest::Run() {
+void AlpcPortFixture::Run() {
     Bytes message(kAlpcMaxMessage);
     CAttributes attributes(Ports());
     for (;;) {
@@ -127,13 +127,13 @@ void CAlpcTest::Run() {
         }
         const auto number = reinterpret_cast<std::uintptr_t>(attributes.Context().PortContext);
         std::unique_lock<std::mutex> lock(mutex_);
-        CAlpcCall call{Ports(), serverPort_, clients_.at(number - 1), message, attributes};
+        ReceivedCall call{Ports(), serverPort_, clients_.at(number - 1), message, attributes};
         lock.unlock();
         handler_(call);
     }
 }
 
-void CAlpcTest::Accept(Bytes& message) {
+void AlpcPortFixture::Accept(Bytes& message) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Handle client = nullptr;
     auto* const number = reinterpret_cast<void*>(clients_.size() + 1);
@@ -143,8 +143,8 @@ void CAlpcTest::Accept(Bytes& message) {
     clients_.push_back(client);
 }
 
-NtStatus CAlpcTest::TryConnect(Handle& port, Bytes* message, std::int64_t* timeout,
-                               std::size_t maxMessage) {
+NtStatus AlpcPortFixture::TryConnect(Handle& port, Bytes* message, std::int64_t* timeout,
+                                     std::size_t maxMessage) {
     AlpcPortAttributes attributes = {};
     attributes.MaxMessageLength = maxMessage;
     std::size_t length = message != nullptr ? message->size() : 0;
@@ -154,14 +154,14 @@ NtStatus CAlpcTest::TryConnect(Handle& port, Bytes* message, std::int64_t* timeo
                                      timeout);
 }
 
-Handle CAlpcTest::Connect() {
+Handle AlpcPortFixture::Connect() {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusSuccess);
     return port;
 }
 
-NtStatus CAlpcTest::Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent,
-                             CAttributes* received, std::int64_t* timeout) {
+NtStatus AlpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent,
+                                   CAttributes* received, std::int64_t* timeout) {
     reply.assign(kAlpcMaxMessage, 0xEE);
     std::size_t length = reply.size();
     const NtStatus status = Ports().NtAlpcSendWaitReceivePort(
@@ -173,17 +173,17 @@ NtStatus CAlpcTest::Exchange(Handle port, Bytes request, Bytes& reply, CAttribut
     return status;
 }
 
-NtStatus CAlpcTest::Release(Handle port, Bytes& message, CAttributes* attributes) {
+NtStatus AlpcPortFixture::Release(Handle port, Bytes& message, CAttributes* attributes) {
     return Ports().NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(),
                                              attributes != nullptr ? attributes->Get() : nullptr,
                                              nullptr, nullptr, nullptr, nullptr);
 }
 
-NtStatus CAlpcTest::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {
+NtStatus AlpcPortFixture::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {
     return Release(port, message, attributes);
 }
 
-Bytes CAlpcTest::Ask(Handle port, const Bytes& data) {
+Bytes AlpcPortFixture::Ask(Handle port, const Bytes& data) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage(data), reply), kStatusSuccess);
     return AlpcData(reply.data());

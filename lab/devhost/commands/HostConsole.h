@@ -14,17 +14,17 @@
 
 namespace Kyr::Lab::DevHost {
 
-struct CCommand {
+struct HostCommand {
     std::string name;
     std::string usage;  // what stands behind the name
     std::string help;   // one sentence
     std::function<void(CCommandArguments&, const LineSink& answer)> run;
 };
 
-class CConsole {
+class CHostConsole {
   public:
     /// Adds `help` to the table.
-    CConsole(std::vector<CCommand> commands, LineSink events);
+    CHostConsole(std::vector<HostCommand> commands, LineSink events);
 
     /// An empty line does nothing.
     void Execute(const std::string& line);
@@ -33,7 +33,7 @@ class CConsole {
     void Run(const std::vector<std::string>& words);
     void Help() const;
 
-    std::vector<CCommand> commands_;
+    std::vector<HostCommand> commands_;
     const LineSink events_;
 };
 

@@ -1,7 +1,7 @@
 // The agent's line commands: reads one, acts, and writes `answer` or `error` events.
 //
 // Threads: one at a time.
-// Ownership: everything in CParts must outlive this.
+// Ownership: everything in Parts must outlive this.
 #pragma once
 
 #include <string>
@@ -14,9 +14,9 @@
 
 namespace Kyr::Lab::SimAgent {
 
-class CConsole {
+class CProductConsole {
   public:
-    struct CParts {
+    struct Parts {
         CProduct& product;
         CLabProcesses& processes;
         CMisbehaviours& misbehaviours;
@@ -27,9 +27,9 @@ class CConsole {
     };
 
     /// `groups` are commands besides the ones of processes, tasks and faults.
-    explicit CConsole(CParts parts, const std::vector<ConsoleCommandGroup>& groups = {});
-    CConsole(const CConsole&) = delete;
-    CConsole& operator=(const CConsole&) = delete;
+    explicit CProductConsole(Parts parts, const std::vector<ConsoleCommandGroup>& groups = {});
+    CProductConsole(const CProductConsole&) = delete;
+    CProductConsole& operator=(const CProductConsole&) = delete;
 
     /// Carries out one line; an empty one does nothing. False when the agent is to end.
     bool Execute(const std::string& line);
@@ -47,8 +47,8 @@ class CConsole {
     void Help(const Words& words);
     void Quit(const Words& words);
 
-    CParts parts_;
-    std::vector<CConsoleCommand> commands_;
+    Parts parts_;
+    std::vector<ConsoleCommand> commands_;
     bool quit_ = false;
 };
 

@@ -1,4 +1,4 @@
-#include "tests/portlayer/LpcTest.h"
+#include "tests/portlayer/LpcPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -24,12 +24,12 @@ NtStatus CLpcCall::Write(std::uint32_t entry, const void* buffer, std::size_t si
                                      nullptr);
 }
 
-void CLpcTest::TearDown() {
+void LpcPortFixture::TearDown() {
     StopServer();
-    CPortTest::TearDown();
+    PortFixture::TearDown();
 }
 
-Handle CLpcTest::CreatePort(std::size_t maxMessage) {
+Handle LpcPortFixture::CreatePort(std::size_t maxMessage) {
     ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
     Handle port = nullptr;
     EXPECT_EQ(
@@ -38,20 +38,20 @@ Handle CLpcTest::CreatePort(std::size_t maxMessage) {
     return port;
 }
 
-void CLpcTest::Serve(Handler handler) {
+void LpcPortFixture::Serve(Handler handler) {
     handler_ = std::move(handler);
     serverPort_ = CreatePort();
     server_ = std::thread([this] { Run(); });
 }
 
-void CLpcTest::StopServer() {
+void LpcPortFixture::StopServer() {
     if (server_.joinable()) {
         EXPECT_EQ(Ports().NtClose(serverPort_), kStatusSuccess);
         server_.join();
     }
 }
 
-void CLpcTest::Run() {
+void LpcPortFixture::Run() {
     std::vector<Handle> clients;
     Bytes message(LpcLayout::kMaxMessage);
     void* context = nullptr;
@@ -74,7 +74,7 @@ void CLpcTest::Run() {
     }
 }
 
-NtStatus CLpcTest::TryConnect(Handle& port, Bytes* information) {
+NtStatus LpcPortFixture::TryConnect(Handle& port, Bytes* information) {
     SecurityQualityOfService qos = {12, kSecurityImpersonation, kSecurityDynamicTracking, 0, {}};
     std::uint32_t length = information != nullptr ? information->size() : 0;
     const NtStatus status =
@@ -87,18 +87,18 @@ NtStatus CLpcTest::TryConnect(Handle& port, Bytes* information) {
     return status;
 }
 
-Handle CLpcTest::Connect() {
+Handle LpcPortFixture::Connect() {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusSuccess);
     return port;
 }
 
-NtStatus CLpcTest::Exchange(Handle port, Bytes request, Bytes& reply) {
+NtStatus LpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply) {
     reply.assign(LpcLayout::kMaxMessage, 0xEE);
     return Ports().NtRequestWaitReplyPort(port, request.data(), reply.data());
 }
 
-Bytes CLpcTest::Ask(Handle port, const Bytes& data) {
+Bytes LpcPortFixture::Ask(Handle port, const Bytes& data) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, LpcMessage(data), reply), kStatusSuccess);
     return LpcData(reply.data());

@@ -1,16 +1,16 @@
 #include <gtest/gtest.h>
 
-#include "lab/crashtest/Ledger.h"
+#include "lab/crashtest/RecordLedger.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {
 
-class LedgerTest : public ::testing::Test {
+class RecordLedgerTest : public ::testing::Test {
   protected:
-    CLedger ledger_{3};
+    CRecordLedger ledger_{3};
 };
 
-TEST_F(LedgerTest, LifeThatGoesOnWhereTheOffsetSaidIsRight) {
+TEST_F(RecordLedgerTest, LifeThatGoesOnWhereTheOffsetSaidIsRight) {
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({1, 2, 3}, 3));
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({4, 5}, 5));
     EXPECT_EQ(5u, ledger_.Stored());
@@ -19,11 +19,11 @@ TEST_F(LedgerTest, LifeThatGoesOnWhereTheOffsetSaidIsRight) {
     EXPECT_EQ(0u, ledger_.BatchesInFlight());
 }
 
-TEST_F(LedgerTest, LifeWithoutRecordsIsRight) {
+TEST_F(RecordLedgerTest, LifeWithoutRecordsIsRight) {
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({}, 0));
 }
 
-TEST_F(LedgerTest, BatchWithoutItsOffsetComesTwice) {
+TEST_F(RecordLedgerTest, BatchWithoutItsOffsetComesTwice) {
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({1, 2, 3, 4, 5}, 3));
     EXPECT_EQ(1u, ledger_.BatchesInFlight());
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({4, 5, 6}, 6));
@@ -32,30 +32,30 @@ TEST_F(LedgerTest, BatchWithoutItsOffsetComesTwice) {
     EXPECT_EQ(6u, ledger_.Highest());
 }
 
-TEST_F(LedgerTest, RecordThatWasSkippedIsWrong) {
+TEST_F(RecordLedgerTest, RecordThatWasSkippedIsWrong) {
     EXPECT_EQ("record 3 came where 2 was due", ledger_.CloseLife({1, 3}, 2));
 }
 
-TEST_F(LedgerTest, RecordThatComesAgainBehindItsOffsetIsWrong) {
+TEST_F(RecordLedgerTest, RecordThatComesAgainBehindItsOffsetIsWrong) {
     ledger_.CloseLife({1, 2}, 2);
     EXPECT_EQ("record 2 came where 3 was due", ledger_.CloseLife({2}, 2));
 }
 
-TEST_F(LedgerTest, RecordThatComesTwiceInOneLifeIsWrong) {
+TEST_F(RecordLedgerTest, RecordThatComesTwiceInOneLifeIsWrong) {
     EXPECT_EQ("record 1 came where 2 was due", ledger_.CloseLife({1, 1}, 1));
 }
 
-TEST_F(LedgerTest, OffsetBeyondWhatIsStoredIsWrong) {
+TEST_F(RecordLedgerTest, OffsetBeyondWhatIsStoredIsWrong) {
     EXPECT_EQ("lost: the offset is 3, and the last record that came 2",
               ledger_.CloseLife({1, 2}, 3));
 }
 
-TEST_F(LedgerTest, OffsetThatGoesBackIsWrong) {
+TEST_F(RecordLedgerTest, OffsetThatGoesBackIsWrong) {
     ledger_.CloseLife({1, 2}, 2);
     EXPECT_EQ("the offset went back from 2 to 1", ledger_.CloseLife({}, 1));
 }
 
-TEST_F(LedgerTest, MoreThanOneBatchBeyondTheOffsetIsWrong) {
+TEST_F(RecordLedgerTest, MoreThanOneBatchBeyondTheOffsetIsWrong) {
     EXPECT_EQ("4 records are stored beyond the offset; one batch is 3",
               ledger_.CloseLife({1, 2, 3, 4}, 0));
 }

@@ -65,22 +65,22 @@ Bytes AlpcData(const void* message);
 std::uint16_t Kind(const void* message);
 
 /// A part of memory that a legacy request offers.
-struct CEntry {
+struct BlockEntry {
     void* base;
     std::uint32_t size;
 };
 /// A legacy message whose data is the block of these entries.
-Bytes LpcMessageWithEntries(const std::vector<CEntry>& entries);
+Bytes LpcMessageWithEntries(const std::vector<BlockEntry>& entries);
 
 /// A relative native time-out.
 std::int64_t Within(std::chrono::milliseconds duration);
 
-class CPortTest : public testing::TestWithParam<const CPortBackend*> {
+class PortFixture : public testing::TestWithParam<const PortBackend*> {
   protected:
     void SetUp() override;
     void TearDown() override;
 
-    const CPortBackend& Ports() const { return *GetParam(); }
+    const PortBackend& Ports() const { return *GetParam(); }
     const std::string& RunDirectory() const { return directory_->Path(); }
     static NtApi::UnicodeString* Name();
     /// Removes what a killed process left in the run directory.
@@ -94,7 +94,7 @@ class CPortTest : public testing::TestWithParam<const CPortBackend*> {
 inline auto Backends() {
     return testing::Values(&LayerBackend());
 }
-inline std::string BackendName(const testing::TestParamInfo<const CPortBackend*>& info) {
+inline std::string BackendName(const testing::TestParamInfo<const PortBackend*>& info) {
     return info.param->name;
 }
 

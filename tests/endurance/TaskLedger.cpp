@@ -1,4 +1,4 @@
-#include "tests/endurance/Ledger.h"
+#include "tests/endurance/TaskLedger.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -18,7 +18,7 @@ constexpr std::size_t kBeginningSize = sizeof kBeginning - 1;
 
 }  // namespace
 
-std::string CLedger::Enter() {
+std::string CTaskLedger::Enter() {
     const Guard guard(mutex_);
     char number[13];
     std::snprintf(number, sizeof number, "%012zx", heardOf_.size());
@@ -26,40 +26,40 @@ std::string CLedger::Enter() {
     return std::string(kBeginning) + number;
 }
 
-void CLedger::Reached(const std::string& identifier) {
+void CTaskLedger::Reached(const std::string& identifier) {
     const Guard guard(mutex_);
     ++deeds_;
     MarkHeardOf(identifier);
 }
 
-void CLedger::ReportedFailed(const std::string& identifier) {
+void CTaskLedger::ReportedFailed(const std::string& identifier) {
     const Guard guard(mutex_);
     ++reports_;
     MarkHeardOf(identifier);
 }
 
-void CLedger::MarkHeardOf(const std::string& identifier) {
+void CTaskLedger::MarkHeardOf(const std::string& identifier) {
     if (identifier.compare(0, kBeginningSize, kBeginning) == 0) {
         heardOf_.at(std::strtoull(identifier.c_str() + kBeginningSize, nullptr, 16)) = true;
     }
 }
 
-std::uint64_t CLedger::Tasks() const {
+std::uint64_t CTaskLedger::Tasks() const {
     const Guard guard(mutex_);
     return heardOf_.size();
 }
 
-std::uint64_t CLedger::Deeds() const {
+std::uint64_t CTaskLedger::Deeds() const {
     const Guard guard(mutex_);
     return deeds_;
 }
 
-std::uint64_t CLedger::Reports() const {
+std::uint64_t CTaskLedger::Reports() const {
     const Guard guard(mutex_);
     return reports_;
 }
 
-std::uint64_t CLedger::Lost() const {
+std::uint64_t CTaskLedger::Lost() const {
     const Guard guard(mutex_);
     return static_cast<std::uint64_t>(std::count(heardOf_.begin(), heardOf_.end(), false));
 }

@@ -14,25 +14,25 @@
 
 namespace Kyr::PortLayer::Detail {
 
-enum class EReceive { Packet, Nothing, Closed, Malformed };
+enum class ReceiveResult { kPacket, kNothing, kClosed, kMalformed };
 
-enum class ESend { Sent, TimedOut, Closed };
+enum class SendResult { kSent, kTimedOut, kClosed };
 
-class IChannel {
+class IPacketChannel {
   public:
-    IChannel() = default;
-    IChannel(const IChannel&) = delete;
-    IChannel& operator=(const IChannel&) = delete;
-    virtual ~IChannel() = default;
+    IPacketChannel() = default;
+    IPacketChannel(const IPacketChannel&) = delete;
+    IPacketChannel& operator=(const IPacketChannel&) = delete;
+    virtual ~IPacketChannel() = default;
 
     /// Waits for a packet until the deadline; one that has passed already looks once. Nothing: the
     /// deadline passed, or the channel had been readable for another thread.
-    virtual EReceive Receive(const CDeadline& deadline, CPacketBuffer& buffer,
-                             CIncomingPacket& packet) = 0;
+    virtual ReceiveResult Receive(const CDeadline& deadline, PacketBuffer& buffer,
+                                  IncomingPacket& packet) = 0;
     /// Sends the packet, with the slots that `freed` has to give back. Waits until the deadline
     /// when the peer's buffer is full. On Sent the slots of the packet are the peer's.
-    virtual ESend Send(COutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
-                       const CDeadline& deadline) = 0;
+    virtual SendResult Send(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed,
+                            const CDeadline& deadline) = 0;
     /// Ends the connection: threads inside leave, and the peer reads what was sent and then Closed.
     virtual void Shutdown() = 0;
     /// As the operating system tells it, not the peer.
@@ -42,7 +42,7 @@ class IChannel {
 /// A channel to the server of the named port. kStatusObjectNameNotFound when nobody serves it,
 /// kStatusAccessDenied when another user does, kStatusTimeout.
 NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& deadline,
-                            std::unique_ptr<IChannel>& channel);
+                            std::unique_ptr<IPacketChannel>& channel);
 
 /// The id that the operating system gave the calling thread.
 std::uint32_t CurrentThreadId();

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "lab/simagent/console/Console.h"
+#include "lab/simagent/console/ProductConsole.h"
 #include "tests/lab/simagent/ProductFixture.h"
 
 namespace Kyr::Lab::SimAgent {
@@ -22,7 +22,7 @@ class CFakeServer : public IPort {
     bool open_ = false;
 };
 
-class ConsoleTest : public ProductFixture {
+class ProductConsoleTest : public ProductFixture {
   protected:
     std::vector<std::string> Execute(const std::string& line) {
         EXPECT_TRUE(console_.Execute(line));
@@ -40,33 +40,34 @@ class ConsoleTest : public ProductFixture {
                  }}};
     }
 
-    CConsole console_{{product_, processes_, misbehaviours_, alpc_, lpc_, lines_.Sink(), program_},
-                      {Whistling()}};
+    CProductConsole console_{
+        {product_, processes_, misbehaviours_, alpc_, lpc_, lines_.Sink(), program_},
+        {Whistling()}};
 };
 
-TEST_F(ConsoleTest, CommandOfAGroupIsCarriedOut) {
+TEST_F(ProductConsoleTest, CommandOfAGroupIsCarriedOut) {
     EXPECT_THAT(Execute("whistle low"), ElementsAre("answer command=whistle tune=low"));
     EXPECT_THAT(Execute("whistle low high"),
                 ElementsAre("error command=whistle text=\"'high' is one word too many\""));
 }
 
-TEST_F(ConsoleTest, CommandOfAGroupStandsInTheHelp) {
+TEST_F(ProductConsoleTest, CommandOfAGroupStandsInTheHelp) {
     EXPECT_THAT(Execute("help"),
                 Contains("answer command=help usage=\"whistle <tune>\" text=\"a tune\""));
 }
 
-TEST_F(ConsoleTest, StartWithoutProgramStartsTheVictim) {
+TEST_F(ProductConsoleTest, StartWithoutProgramStartsTheVictim) {
     EXPECT_THAT(Execute("start one"), Contains("answer command=start name=one pid=1000"));
     EXPECT_THAT(launcher_.launches, ElementsAre(program_));
 }
 
-TEST_F(ConsoleTest, StartHandsOnTheArguments) {
+TEST_F(ProductConsoleTest, StartHandsOnTheArguments) {
     Execute("start one \"" + program_ + "\" first \"second one\"");
 
     EXPECT_THAT(launcher_.launches, ElementsAre(program_ + " first second one"));
 }
 
-TEST_F(ConsoleTest, StartOfABlockedProgramIsRefused) {
+TEST_F(ProductConsoleTest, StartOfABlockedProgramIsRefused) {
     product_.BlockExecutable({kSha1, std::nullopt}, false, "");
     lines_.Take();
 
@@ -74,21 +75,21 @@ TEST_F(ConsoleTest, StartOfABlockedProgramIsRefused) {
     EXPECT_THAT(launcher_.launches, IsEmpty());
 }
 
-TEST_F(ConsoleTest, StartWithoutANameIsRefused) {
+TEST_F(ProductConsoleTest, StartWithoutANameIsRefused) {
     EXPECT_THAT(Execute("start"), ElementsAre("error command=start text=\"a name is missing\""));
 }
 
-TEST_F(ConsoleTest, AdoptTakesOverAVictim) {
+TEST_F(ProductConsoleTest, AdoptTakesOverAVictim) {
     EXPECT_THAT(Execute("adopt old 77"), Contains("answer command=adopt name=old pid=77"));
     EXPECT_THAT(launcher_.launches, ElementsAre(program_ + " #77"));
 }
 
-TEST_F(ConsoleTest, AdoptWithoutANumberIsRefused) {
+TEST_F(ProductConsoleTest, AdoptWithoutANumberIsRefused) {
     EXPECT_THAT(Execute("adopt old"),
                 ElementsAre("error command=adopt text=\"a name and a process id are wanted\""));
 }
 
-TEST_F(ConsoleTest, ListTellsProcessesAndBlockedHashes) {
+TEST_F(ProductConsoleTest, ListTellsProcessesAndBlockedHashes) {
     StartOne();
     product_.BlockExecutable({"s1", std::nullopt}, true, "");
     lines_.Take();
@@ -100,7 +101,7 @@ TEST_F(ConsoleTest, ListTellsProcessesAndBlockedHashes) {
                             "answer command=list processes=1 blocked=1"));
 }
 
-TEST_F(ConsoleTest, TaskLogTellsOutcomes) {
+TEST_F(ProductConsoleTest, TaskLogTellsOutcomes) {
     product_.KillProcess("7", {}, "a;b;c");
     lines_.Take();
 
@@ -110,7 +111,7 @@ TEST_F(ConsoleTest, TaskLogTellsOutcomes) {
                             "answer command=tasklog tasks=1"));
 }
 
-TEST_F(ConsoleTest, MisbehaveAddsListsAndClears) {
+TEST_F(ProductConsoleTest, MisbehaveAddsListsAndClears) {
     EXPECT_THAT(Execute("misbehave status 14 for=2"),
                 ElementsAre("answer command=misbehave fault=\"status 14 for=2\"",
                             "answer command=misbehave faults=1"));
@@ -118,7 +119,7 @@ TEST_F(ConsoleTest, MisbehaveAddsListsAndClears) {
     EXPECT_THAT(Execute("misbehave clear"), ElementsAre("answer command=misbehave faults=0"));
 }
 
-TEST_F(ConsoleTest, ClearingOneFaultLeavesTheOthers) {
+TEST_F(ProductConsoleTest, ClearingOneFaultLeavesTheOthers) {
     Execute("misbehave drop");
     Execute("misbehave hang");
 
@@ -126,14 +127,14 @@ TEST_F(ConsoleTest, ClearingOneFaultLeavesTheOthers) {
                                                              "answer command=misbehave faults=1"));
 }
 
-TEST_F(ConsoleTest, ClearingAnUnknownFaultIsRefused) {
+TEST_F(ProductConsoleTest, ClearingAnUnknownFaultIsRefused) {
     Execute("misbehave drop");
 
     EXPECT_THAT(Execute("misbehave clear dorp"), ElementsAre(HasSubstr("error command=misbehave")));
     EXPECT_EQ(1u, misbehaviours_.List().size());
 }
 
-TEST_F(ConsoleTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
+TEST_F(ProductConsoleTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
     console_.OpenPorts();
     EXPECT_TRUE(alpc_.IsOpen());
     EXPECT_TRUE(lpc_.IsOpen());
@@ -146,7 +147,7 @@ TEST_F(ConsoleTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
     EXPECT_TRUE(alpc_.IsOpen());
 }
 
-TEST_F(ConsoleTest, HelpNamesEveryCommandAndFault) {
+TEST_F(ProductConsoleTest, HelpNamesEveryCommandAndFault) {
     const std::vector<std::string> help = Execute("help");
 
     for (const char* word : {"start", "list", "tasklog", "misbehave", "help", "quit", "stop"}) {
@@ -156,21 +157,21 @@ TEST_F(ConsoleTest, HelpNamesEveryCommandAndFault) {
                                "milliseconds late\""));
 }
 
-TEST_F(ConsoleTest, QuitAndStopEnd) {
+TEST_F(ProductConsoleTest, QuitAndStopEnd) {
     EXPECT_FALSE(console_.Execute("quit"));
     EXPECT_THAT(lines_.Take(), ElementsAre("answer command=quit"));
     EXPECT_FALSE(console_.Execute("stop"));
 }
 
-TEST_F(ConsoleTest, EmptyLineDoesNothing) {
+TEST_F(ProductConsoleTest, EmptyLineDoesNothing) {
     EXPECT_THAT(Execute("  "), IsEmpty());
 }
 
-TEST_F(ConsoleTest, UnknownCommandIsAnError) {
+TEST_F(ProductConsoleTest, UnknownCommandIsAnError) {
     EXPECT_THAT(Execute("jump"), ElementsAre(HasSubstr("error command=jump text=")));
 }
 
-TEST_F(ConsoleTest, WordsTooManyAreAnError) {
+TEST_F(ProductConsoleTest, WordsTooManyAreAnError) {
     EXPECT_THAT(Execute("list all"),
                 ElementsAre("error command=list text=\"'all' is one word too many\""));
 }
