@@ -1,7 +1,7 @@
 // Little-endian numbers in bytes, for everything that crosses a port, a file or shared memory.
 //
 // Bytes are written and read one by one, so that neither alignment nor the machine's byte order
-// matters. Threads: any. Errors: none; the caller has checked the length.
+// matters. The caller has checked the length.
 #pragma once
 
 #include <cstddef>

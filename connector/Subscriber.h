@@ -1,4 +1,4 @@
-// The queue between the host bus, which pushes, and one worker thread, which takes.
+// The queue between the host bus, which pushes, and one worker thread, its consumer.
 //
 // Threads: the bus calls Push on its own threads, several at a time; one thread takes. The idle
 // callback runs on the pushing thread, after the queue's lock has been released, so that it may

@@ -1,4 +1,4 @@
-// The texts of symbol rows: the length limit of string symbols, UUIDs as text. Threads: any.
+// The texts of symbol rows: the length limit of string symbols, UUIDs as text.
 #pragma once
 
 #include <cstdint>

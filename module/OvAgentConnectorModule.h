@@ -1,6 +1,6 @@
 // The Ov connector module: joins the host to the Ov agent on the same computer. It knows whether
-// the product is installed, makes the channel and the tasks, announces the agent to the product and
-// the product to the host, and keeps watch while it is connected.
+// the product is installed, makes the channel and the tasks, tells the product which agent this is
+// and the host of the product, and keeps watch while it is connected.
 //
 // Created by the library's meta-object, driven by the host in the order that IModule gives. A
 // module whose product is not installed when it is initialized stays inactive for good.

@@ -1,7 +1,7 @@
 // The event log by which the host learns what became of a task message: that it failed or was
 // cancelled, or how the product carried it out.
 //
-// Threads: any.
+// Shared by the core and by the tasks that report outcomes of their own.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // The policy text in a policy message: a protobuf message that is compressed inside another one.
 //
-// Threads: any. Errors: a damaged blob throws nothing; it gives what can be read of it, and the
+// Errors: a damaged blob throws nothing; it gives what can be read of it, and the
 // damage in words.
 #pragma once
 

@@ -28,7 +28,7 @@ class IBusResource : public IResource {
     virtual void Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageType type) = 0;
 };
 
-/// What the agent's installation knows of itself.
+/// What the host's installation knows of itself.
 class IInstallConfigurationResource : public IResource {
   public:
     ~IInstallConfigurationResource() override;
@@ -63,13 +63,13 @@ class IIdGeneratorResource : public IResource {
     virtual std::uint32_t GenerateId() = 0;
 };
 
-/// The agent's configuration; held by modules, not called.
+/// The host's configuration; held by modules, not called.
 class IConfigurationResource : public IResource {
   public:
     ~IConfigurationResource() override;
 };
 
-/// The agent's server connection; held by modules, not called.
+/// The host's server connection; held by modules, not called.
 class INetworkGrpcResource : public IResource {
   public:
     ~INetworkGrpcResource() override;

@@ -1,4 +1,4 @@
-// The names of the kernel objects that the product and its clients meet at. Threads: any.
+// The names of the kernel objects by which the product and its clients find each other.
 //
 // The order of the two ids differs on purpose: port names begin with the client's id, broadcast
 // names with the server's.

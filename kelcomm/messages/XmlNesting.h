@@ -1,4 +1,4 @@
-// Looks at XML text before it is parsed: the parser recurses once for each open element, so that
+// Checks XML text before it is parsed: the parser recurses once for each open element, so that
 // text made to nest would use up the thread's stack. It has no limit of its own.
 //
 // Threads: any. Errors: none.

@@ -2,7 +2,6 @@
 //
 // Malformed text, missing paths and missing mandatory attributes throw the property tree's own
 // exceptions (all std::runtime_error), which pass to the task unchanged.
-// Threads: any.
 #pragma once
 
 #include <cstdint>
