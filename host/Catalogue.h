@@ -22,7 +22,7 @@ constexpr std::int32_t kOvAgent = 17;
 constexpr std::int32_t kConfiguredOvAgent[] = {0, 9};
 }  // namespace ProductType
 
-/// The presence of the agent and of products.
+/// The presence of an agent instance and of products.
 namespace Presence {
 constexpr std::int32_t kAgentPresent = 1;
 constexpr std::int32_t kProductPresent = 6;

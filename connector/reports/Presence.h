@@ -16,7 +16,7 @@
 
 namespace Kyr::Connectors::Common {
 
-/// Type 10292, one row: the agent serves the product.
+/// Type 10292, one row: this agent instance serves the product.
 boost::shared_ptr<Kyr::Common::Message::Logs::CStatusLog> MakeAgentPresence(
     const Reporter& reporter);
 
