@@ -5,7 +5,6 @@
 #include "connector/channel/ErrorReplyChannelException.h"
 #include "connector/channel/IChannel.h"
 #include "connector/channel/IChannelMessageFactory.h"
-#include "connector/channel/Responses.h"
 
 namespace Kyr::Connectors::Common {
 
@@ -14,11 +13,6 @@ IChannel::~IChannel() = default;
 IChannelMessage::~IChannelMessage() = default;
 CChannelRequest::~CChannelRequest() = default;
 CChannelResponse::~CChannelResponse() = default;
-CExportConfigurationResponse::~CExportConfigurationResponse() = default;
-CGetStatusResponse::~CGetStatusResponse() = default;
-CGetTaskStatusResponse::~CGetTaskStatusResponse() = default;
-CGetEncryptionStorageStatusResponse::~CGetEncryptionStorageStatusResponse() = default;
-CGetEncryptionRecoveryDataResponse::~CGetEncryptionRecoveryDataResponse() = default;
 IChannelMessageFactory::~IChannelMessageFactory() = default;
 
 // The spelling of the two texts is the product family's own; log readers match on it.

@@ -16,14 +16,12 @@ namespace Kyr::Connectors::Common {
 
 class CExportConfigurationResponse : public CChannelResponse {
   public:
-    ~CExportConfigurationResponse() override;
     /// The product's configuration; may hold any bytes.
     virtual const std::string& GetConfiguration() const = 0;
 };
 
 class CGetStatusResponse : public CChannelResponse {
   public:
-    ~CGetStatusResponse() override;
     /// In the product's order.
     virtual const std::vector<CProtectionStatusRecord>& GetRecords() const = 0;
     /// The XML text as it came.
@@ -32,14 +30,12 @@ class CGetStatusResponse : public CChannelResponse {
 
 class CGetTaskStatusResponse : public CChannelResponse {
   public:
-    ~CGetTaskStatusResponse() override;
     /// Empty when the product has no more outcomes to tell, else one record.
     virtual std::vector<CTaskStatusRecord> GetRecords() const = 0;
 };
 
 class CGetEncryptionStorageStatusResponse : public CChannelResponse {
   public:
-    ~CGetEncryptionStorageStatusResponse() override;
     virtual const EncryptionStorageStatus& GetRecords() const = 0;
     /// The XML text as it came.
     virtual const std::string& GetRawContent() const = 0;
@@ -47,7 +43,6 @@ class CGetEncryptionStorageStatusResponse : public CChannelResponse {
 
 class CGetEncryptionRecoveryDataResponse : public CChannelResponse {
   public:
-    ~CGetEncryptionRecoveryDataResponse() override;
     virtual const EncryptionRecoveryData& GetRecoveryData() const = 0;
 };
 
