@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check crashtest bench fuzz windows dependencies
+.PHONY: help demo test check crashtest bench fuzz windows mutants dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -11,6 +11,7 @@ help:
 	@echo "make bench   build the release variant and run the benchmarks"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
+	@echo "make mutants change the code in three thousand places, one at a time: does a test notice? An hour"
 
 dependencies:
 	@scripts/install-dependencies -q
@@ -39,3 +40,6 @@ windows: dependencies
 
 fuzz: dependencies
 	scripts/fuzz
+
+mutants: dependencies
+	scripts/mutants
