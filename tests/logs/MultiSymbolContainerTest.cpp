@@ -131,6 +131,14 @@ TEST_F(MultiSymbolContainerTest, EqualityIsRowByRow) {
     EXPECT_FALSE(rows_.Equals(other));
 }
 
+TEST_F(MultiSymbolContainerTest, DifferenceInTheFirstRowIsEnough) {
+    AddRows({1, 2});
+    CMultiSymbolContainer other;
+    other.CreateRow()->AddInt64(1, 3);
+    other.CreateRow()->AddInt64(1, 2);
+    EXPECT_FALSE(rows_.Equals(other));
+}
+
 TEST_F(MultiSymbolContainerTest, OrderOfRowsMattersForEquality) {
     AddRows({1, 2});
     CMultiSymbolContainer other;

@@ -204,6 +204,18 @@ TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
     EXPECT_LE(watch.Largest(), 2 * bytes.size());
 }
 
+TEST_F(SymbolContainerBinaryTest, RoomForValuesFollowsFromTheirBytesAndNotFromTheirCount) {
+    // 65536 ids, and behind them as many bytes: 13107 values at most, none of which begins so.
+    std::string bytes("\x00\x00\x01\x00", 4);
+    for (int id = 0; id < 65536; ++id) {
+        bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8), 0, 0};
+    }
+    bytes += std::string(65536, '\0');
+    const Kyr::Test::CAllocationWatch watch;
+    EXPECT_THROW(row_.DeserializeFromBinary(bytes), std::runtime_error);
+    EXPECT_LE(watch.Largest(), 2 * bytes.size());
+}
+
 TEST_F(SymbolContainerBinaryTest, HugeLengthAllocatesNothing) {
     const Kyr::Test::CAllocationWatch watch;
     EXPECT_THROW(Read("01 00 00 00  01 00 00 00  08 00 00 00  FF FF FF FF  00"),

@@ -97,6 +97,13 @@ TEST(ParseUuidTest, UpperCaseAndBracesAreTaken) {
               "01234567-89ab-cdef-0011-223344556677");
 }
 
+TEST(ParseUuidTest, EveryDigitIsTakenAtEitherPlaceOfAByte) {
+    EXPECT_EQ(to_string(ParseUuid("fedcba98-7654-3210-0123-456789abcdef")),
+              "fedcba98-7654-3210-0123-456789abcdef");
+    EXPECT_EQ(to_string(ParseUuid("0f1e2d3c-4b5a-6978-8796-A5B4C3D2E1F0")),
+              "0f1e2d3c-4b5a-6978-8796-a5b4c3d2e1f0");
+}
+
 class ParseUuidRefusalTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(ParseUuidRefusalTest, TextIsRefused) {
@@ -111,6 +118,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "01234567-89ab-cdef-0011-223344556677}",    //
                       "(01234567-89ab-cdef-0011-223344556677)",   // another pair
                       "{01234567-89ab-cdef-0011-223344556677)",   //
+                      "(01234567-89ab-cdef-0011-223344556677}",   //
                       "0123456-789ab-cdef-0011-223344556677",     // hyphens at wrong places
                       "01234567-89abc-def-0011-223344556677",     //
                       "01234567-89ab-cdef0-011-223344556677",     //

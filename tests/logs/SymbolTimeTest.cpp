@@ -79,6 +79,19 @@ TEST(SymbolTimeTest, DateThatIsNoneIsRefused) {
     }
 }
 
+TEST(SymbolTimeTest, LastSecondOfTheCalendarIsTakenAndTheNextIsRefused) {
+    auto time = Epoch();
+    time.set_year(9999);
+    time.set_month(12);
+    time.set_day(31);
+    time.set_hour(23);
+    time.set_minute(59);
+    time.set_second(59);
+    EXPECT_EQ(ToTicks(FromUtcTime(time)), kEpoch + 253402300799000000);
+    time.set_second(60);
+    EXPECT_THROW(FromUtcTime(time), std::out_of_range);
+}
+
 TEST(SymbolTimeTest, SumOutsideTheCalendarIsRefused) {
     auto time = Epoch();
     time.set_hour(std::numeric_limits<std::int32_t>::max());
@@ -104,6 +117,11 @@ TEST(SymbolTimeTest, TicksWithoutACalendarDateAreRefused) {
     }
 }
 
+// 164 times 400 years after 2000-01-01: the year, 67600, would be 2064 in 16 bits.
+TEST(SymbolTimeTest, YearBeyond16BitsIsRefusedAndNotCut) {
+    EXPECT_THROW(BackFrom(kEpoch + 2071082736000000000), std::out_of_range);
+}
+
 TEST(SymbolTimeTest, EveryTickCountComesBack) {
     for (const std::int64_t ticks :
          {std::int64_t{0}, std::int64_t{-1}, kEpoch, std::int64_t{0x7FFFFFFFFFFFFFFE},
@@ -120,6 +138,11 @@ TEST(SymbolTimeTest, CalendarTimeCountsFromTheEpoch) {
     EXPECT_EQ(ToTicks(FromCalendarTime(0)), kEpoch);
     EXPECT_EQ(ToTicks(FromCalendarTime(86400)), kNextDay);
     EXPECT_EQ(ToTicks(FromCalendarTime(-1)), kEpoch - 1000000);
+}
+
+TEST(SymbolTimeTest, FirstAndLastSecondOfTheCalendarAreTaken) {
+    EXPECT_EQ(ToTicks(FromCalendarTime(-17987443200)), kEpoch - 17987443200000000);
+    EXPECT_EQ(ToTicks(FromCalendarTime(253402300799)), kEpoch + 253402300799000000);
 }
 
 TEST(SymbolTimeTest, CalendarTimeIsNotCutTo32Bits) {

@@ -46,8 +46,9 @@ class Places(unittest.TestCase):
                          self.found("int F(int a, int b, int c) { return a + b * c; }"))
 
     def test_overloaded_comparison_is_swapped(self):
-        self.assertEqual([("return", "result inverted: a == b")],
-                         self.found("struct S {}; bool operator==(S, S); bool F(S a, S b) { return a == b; }"))
+        self.assertEqual([("call", "removed: F(a == b)"), ("equality", "== to !=: a == b")],
+                         self.found("struct S {}; bool operator==(S, S); void F(bool);"
+                                    " void G(S a, S b) { F(a == b); }"))
 
     def test_step_goes_the_other_way_or_is_not_made(self):
         self.assertEqual([("assignment", "removed: ++a"), ("arithmetic", "++ to --: ++a")],
