@@ -34,7 +34,7 @@ ROOMS = {Kind.NAMESPACE, Kind.CLASS_DECL, Kind.STRUCT_DECL, Kind.CLASS_TEMPLATE,
 LOOPS = {Kind.WHILE_STMT, Kind.FOR_STMT, Kind.CXX_FOR_RANGE_STMT}
 UNEVALUATED = {Kind.CXX_UNARY_EXPR, Kind.CXX_TYPEID_EXPR, Kind.SIZE_OF_PACK_EXPR, Kind.STRING_LITERAL}
 LOG_LINE = re.compile(r"[\w.>-]*\bGetLog\(")
-EMPTY_VALUE = re.compile(r"nullptr|NULL|\{\s*\}|[\w:<>\s]+(\(\s*\)|\{\s*\})")
+EMPTY_VALUE = re.compile(r"nullptr|NULL|std::nullopt|boost::none|\{\s*\}|[\w:<>\s]+(\(\s*\)|\{\s*\})")
 
 
 @dataclasses.dataclass

@@ -108,11 +108,6 @@ class Writer:
         self.spans.append((begin, self.length, edit))
 
 
-def head(path):
-    """What stands before the text of a file with edits in it. Its warnings are nobody's: a header says so itself."""
-    return ("#pragma GCC system_header\n" if path.endswith(".h") else "") + f'#include "{SWITCH}"\n'
-
-
 def write(source, edits):
     """The source with the edits in it, the spans of the edits in that text, and edits that found no room."""
     writer = Writer(source, sorted(edits, key=lambda edit: (edit.start, -edit.end)))

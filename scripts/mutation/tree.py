@@ -2,6 +2,7 @@
 import dataclasses
 import hashlib
 import json
+import os
 import pathlib
 import re
 import shlex
@@ -19,20 +20,13 @@ NOT_HERE = re.compile(r"Windows\.(h|cpp)$")
 # PARSE_SKIP_FUNCTION_BODIES, CreatePreambleOnFirstParse, LimitSkipFunctionBodiesToPreamble.
 PARSING = 0x4 | 0x40 | 0x100 | 0x800
 NOT_COPIED = {"build", ".git", ".cache"}
-# Compiles as the tree's own debug build does, so that the compiler's cache serves what is not changed. A changed source
-# is compiled without warnings and without symbols, and past the cache.
-LAUNCHER = """\
-#!/bin/bash
-for word; do
-    case $word in
-        {sources}) exec "$@" -w -Wno-narrowing -g0 ;;
-    esac
-done
-exec ccache "$@"
-"""
 # A message of the compiler about a place in a file.
 MESSAGE = re.compile(r"^(?P<file>[^:\s]+):(?P<line>\d+):(?P<column>\d+): (?P<kind>fatal error|error|note): ", re.M)
 ROUNDS = 12
+
+
+# What the compiler is told by its environment: precompiled headers may come from the compiler's cache.
+ENVIRONMENT = {**os.environ, "CCACHE_SLOPPINESS": "pch_defines,time_macros"}
 
 
 def digest(*texts):
@@ -63,9 +57,7 @@ class Tree:
 
     def __init__(self, root, work, folders, say=print):
         self.root, self.work, self.folders, self.say = root, work, folders, say
-        # The build folder stands to the sources as it does in the tree: the compiler's cache cares.
-        self.source = work / "src"
-        self.build = self.source / "build" / "debug"
+        self.source, self.build = work / "src", work / "build"
         self.index_file = work / "index.json"
         self.files = {}    # path -> {"hash", "edits": [as in JSON], "dropped": [number...]}
         self.next = 1
@@ -109,7 +101,7 @@ class Tree:
                 self.put(path, self.read(path))
         for path in [path for path in self.source.rglob("*") if path.is_file()]:
             relative = path.relative_to(self.source).as_posix()
-            if relative not in files and relative != schemata.SWITCH and not relative.startswith("build/"):
+            if relative not in files and relative != schemata.SWITCH:
                 path.unlink()
         self.put(schemata.SWITCH, schemata.SWITCH_TEXT)
 
@@ -121,19 +113,18 @@ class Tree:
     # CMake.
 
     def command(self, *words, check=True):
-        done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False)
+        done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False,
+                              env=ENVIRONMENT)
         if check and done.returncode != 0:
             raise BuildFailed(f"{' '.join(map(str, words))}\n{done.stdout}{done.stderr}")
         return done
 
     def configure(self):
-        launcher = self.work / "launcher"
-        patterns = "|".join(f"{self.source / folder}/*.cpp" for folder in self.folders)
-        launcher.write_text(LAUNCHER.format(sources=patterns), encoding="utf-8")
-        launcher.chmod(0o755)
+        # Precompiled headers, no symbols, no warnings: the copy is compiled far more often than it is looked at.
         self.command("cmake", "-S", self.source, "-B", self.build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                     "-DCMAKE_CXX_COMPILER=g++", f"-DCMAKE_CXX_COMPILER_LAUNCHER={launcher}",
-                     "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", "-DKYR_BUILD_BENCH=OFF")
+                     "-DCMAKE_CXX_COMPILER=clang++", "-DCMAKE_CXX_FLAGS=-w -Wno-narrowing",
+                     "-DCMAKE_CXX_FLAGS_DEBUG=-O0 -g0", "-DCMAKE_CXX_COMPILER_LAUNCHER=ccache",
+                     "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", "-DKYR_BUILD_BENCH=OFF", "-DKYR_PRECOMPILE=ON")
 
     def suites(self, pattern):
         """What CTest would run for the suites: name -> program and environment."""
@@ -284,7 +275,7 @@ class Tree:
             text = self.read(path)
             edits = [mutant.edit for mutant in self.mutants.values() if mutant.path == path]
             written, spans, _ = schemata.write(text, edits)
-            head = schemata.head(path) if edits else ""
+            head = f'#include "{schemata.SWITCH}"\n' if edits else ""
             self.put(path, head + written)
             self.texts[path] = head + written
             self.spans[path] = [(begin + len(head), end + len(head), edit) for begin, end, edit in spans]
