@@ -68,6 +68,16 @@ TEST_F(ProtectionStatusTest, NoDescriptionIsNoSymbol) {
     EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
 }
 
+TEST_F(ProtectionStatusTest, WhatAProblemLacksIsZero) {
+    CProtectionStatusRecord problem;
+    problem.status = 1;
+    const auto row = Make({problem})->GetSymbols()->GetRow(0);
+    EXPECT_EQ(row->GetInt64(241), 0);
+    EXPECT_EQ(row->GetResourceId(246), 0u);
+    EXPECT_EQ(row->GetResourceId(247), 0u);
+    EXPECT_EQ(row->GetResourceId(248), 0u);
+}
+
 TEST_F(ProtectionStatusTest, OnlyProblemsAreRows) {
     const auto rows = Make({Fine(), Problem(1), NotAvailable(), Problem(2), Fine()})->GetSymbols();
     EXPECT_EQ(rows->GetRowCount(), 2u);

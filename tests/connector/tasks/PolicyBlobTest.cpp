@@ -74,6 +74,18 @@ TEST(PolicyBlobTest, HugeStatedLengthStillGivesTheText) {
                "5 bytes instead of 18446744073709551615, content does not parse");
 }
 
+TEST(PolicyBlobTest, RoomFollowsFromTheBytesOfTheBlob) {
+    // Twenty-one bytes, ten of them a length that is the largest there is: 21 times 1032.
+    ExpectRead(BlobOf(UINT64_MAX, "not zlib"), "",
+               "does not inflate to 21672 bytes (zlib -3), content does not parse");
+}
+
+TEST(PolicyBlobTest, StatedLengthAboveTheLargestStillGivesASmallText) {
+    // As many bytes behind the stream as would hold the largest policy.
+    ExpectRead(BlobOf(kLargestPolicy + 1, SmallPolicyStream() + std::string(65537, 'x')), "abc",
+               "5 bytes instead of 67108865, content does not parse");
+}
+
 TEST(PolicyBlobTest, BytesThatAreNoStreamGiveNothing) {
     ExpectRead(BlobOf(5, "not zlib"), "",
                "does not inflate to 5 bytes (zlib -3), content does not parse");
@@ -121,6 +133,21 @@ TEST(PolicyBlobTest, PolicyThatIsTooLargeIsAbsent) {
     const PolicyText policy = ReadPolicyBlob(Packed(std::string(kLargestPolicy - 4, 'x')));
     EXPECT_FALSE(policy.text);
     EXPECT_EQ(policy.damage, "");
+}
+
+TEST(PolicyBlobTest, DamagedBlobOfATooLargePolicyIsStillTold) {
+    const PolicyText policy = ReadPolicyBlob(Packed(std::string(kLargestPolicy - 4, 'x')) + "\x0F");
+    EXPECT_FALSE(policy.text);
+    EXPECT_EQ(policy.damage, "not a compressed blob");
+}
+
+TEST(PolicyBlobTest, PolicyThatLiesToBeTheLargestIsCut) {
+    CompressedBlob blob;
+    ASSERT_TRUE(blob.ParseFromString(Packed(std::string(kLargestPolicy, 'x'))));
+    const PolicyText policy = ReadPolicyBlob(BlobOf(kLargestPolicy, blob.compressed_data()));
+    EXPECT_TRUE(policy.text);
+    EXPECT_EQ(policy.damage,
+              "does not inflate to 67108864 bytes (zlib -5), content does not parse");
 }
 
 TEST(PolicyBlobTest, PolicyThatIsTooLargeAndLiesAboutItIsCut) {

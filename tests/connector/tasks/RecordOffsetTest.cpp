@@ -47,7 +47,7 @@ TEST(RecordOffsetTest, MinusNegatesModuloTwoToThe64) {
 
 TEST(RecordOffsetTest, AnythingElseIsRefused) {
     for (const char* text : {"", "+", "-", "+-1", "--1", "1-", " 5", "5 ", "\t5", "5a", "a", "0x5",
-                             "5.0", "1e3", "1,234", "\xD9\xA5"}) {
+                             "5/", "5:", "5.0", "1e3", "1,234", "\xD9\xA5"}) {
         EXPECT_EQ(RefusalOf(text), kRefused) << "\"" << text << "\"";
     }
     EXPECT_EQ(RefusalOf(std::string("5\0", 2)), kRefused);

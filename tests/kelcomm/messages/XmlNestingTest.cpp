@@ -55,6 +55,33 @@ TEST(XmlNestingTest, ScanningEndsWhereTheParserGivesUp) {
     EXPECT_EQ(Depth(std::string("<a>\0<b>", 7)), 1);
 }
 
+TEST(XmlNestingTest, TagThatTheParserRefusesEndsTheScanning) {
+    EXPECT_EQ(Depth("<a><b x'1'><c>"), 1);
+    EXPECT_EQ(Depth("<a><b x '1'><c>"), 1);
+    EXPECT_EQ(Depth("<a><b x=1><c>"), 1);
+    EXPECT_EQ(Depth("<a><b x=><c>"), 1);
+}
+
+TEST(XmlNestingTest, BlanksAroundTheEqualSignAreTheParsersToo) {
+    EXPECT_EQ(Depth("<a x ='1'><b x= '1'><c x \n=\t'1'>"), 3);
+}
+
+TEST(XmlNestingTest, InstructionEndsBehindItsQuestionMarkOnly) {
+    EXPECT_EQ(Depth("<a><?p ></a>?><a>"), 2);
+    EXPECT_EQ(Depth("<?p ><a><a>?><a>"), 1);
+}
+
+TEST(XmlNestingTest, DocumentTypeEndsOutsideOfItsBracketsOnly) {
+    EXPECT_EQ(Depth("<!DOCTYPE d [[]><a>]><a>"), 1);
+    EXPECT_EQ(Depth("<!DOCTYPE d ]><a>"), 1);
+    EXPECT_EQ(Depth("<!DOCTYPE <>"), 0);
+    EXPECT_EQ(Depth(std::string("<a><!DOCTYPE d\0><b>", 19)), 1);
+}
+
+TEST(XmlNestingTest, OnlyABlankMakesItADocumentType) {
+    EXPECT_EQ(Depth("<!DOCTYPEd [><a>]><a>"), 2);
+}
+
 TEST(XmlNestingTest, ShortestTexts) {
     EXPECT_EQ(Depth(""), 0);
     EXPECT_EQ(Depth("<"), 0);
