@@ -417,7 +417,10 @@ class Places:
             self.functions.pop()
 
     def integer(self, start, end):
-        if re.fullmatch(r"[0-9a-fA-FxXuUlL']+", self.text[start:end]):
+        if self.text[:start].endswith("GetLog("):  # a level above the highest is the highest
+            self.note(start, end, "constant", f"{self.text[start:end]} - 1",
+                      either(start, end, [("was", start, end), " - 1"]))
+        elif re.fullmatch(r"[0-9a-fA-FxXuUlL']+", self.text[start:end]):
             self.note(start, end, "constant", f"{self.text[start:end]} + 1",
                       either(start, end, [("was", start, end), " + 1"]))
 

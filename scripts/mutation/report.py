@@ -4,7 +4,7 @@ import json
 import pathlib
 import re
 
-REASONS = re.compile(r"^- `([^`]+)` `([^`]*)` `([^`]+)`: (.+?)(?=\n- |\n\n|\Z)", re.M | re.S)
+REASONS = re.compile(r"^- `([^`]+)` `([^`]*)` `([^`]+)`:\s+(.+?)(?=\n- |\n\n|\Z)", re.M | re.S)
 
 
 def reasons(text):

@@ -15,7 +15,8 @@ FAILED = re.compile(r"^\[  FAILED  \] (\S+?)(?:,| \(|$)", re.M)
 BEGUN = re.compile(r"^\[ RUN      \] (\S+)", re.M)
 MEMORY = 4 << 30     # bytes of address space
 FILE_SIZE = 256 << 20
-HANG_SECONDS = 10    # beside ten times what the tests take unchanged
+HANG_SECONDS = 8     # of silence, beside ten times what the longest test takes unchanged
+ALL_SECONDS = 600    # of one program
 CHEAP_SECONDS = 0.3  # of tests that are tried together first
 MIDDLE_SECONDS = 3.0
 BATCH = 800          # names in one command line
@@ -35,6 +36,21 @@ class Runner:
     def __init__(self, scratch, memory=MEMORY):
         self.scratch, self.memory = scratch, memory
 
+    @staticmethod
+    def wait(process, log, seconds, end):
+        """The exit status, or nothing when nothing was written for so long; every test writes as it begins."""
+        size, since = 0, time.monotonic()
+        while True:
+            try:
+                return process.wait(timeout=min(0.5, seconds))
+            except subprocess.TimeoutExpired:
+                now = time.monotonic()
+                written = log.stat().st_size
+                if written != size:
+                    size, since = written, now
+                if now - since >= seconds or now > end:
+                    return None
+
     def run(self, program, filters, seconds, environment):
         shutil.rmtree(self.scratch, ignore_errors=True)
         for name in ("run", "tmp"):
@@ -42,16 +58,15 @@ class Runner:
         log = self.scratch / "output"
         words = ["prlimit", f"--as={self.memory}", f"--fsize={FILE_SIZE}", "--core=0", "--", str(program),
                  "--gtest_color=no", f"--gtest_filter={':'.join(filters)}", "--gtest_fail_fast"]
-        surroundings = {**os.environ, "KELCOMM_RUNTIME_DIR": str(self.scratch / "run"),
+        # The port layer makes the folder of its ports by itself, with the rights that it wants.
+        surroundings = {**os.environ, "KELCOMM_RUNTIME_DIR": str(self.scratch / "run" / "ports"),
                         "TMPDIR": str(self.scratch / "tmp"), **environment}
         begin = time.monotonic()
         with log.open("wb") as output:
             process = subprocess.Popen(words, stdout=output, stderr=subprocess.STDOUT, stdin=subprocess.DEVNULL,
                                        cwd=self.scratch / "tmp", env=surroundings, start_new_session=True)
             try:
-                code = process.wait(timeout=seconds)
-            except subprocess.TimeoutExpired:
-                code = None
+                code = self.wait(process, log, seconds, begin + ALL_SECONDS)
             finally:
                 # What it started must not outlive it, either.
                 try:
@@ -171,7 +186,7 @@ class Trials:
         if not tests:
             return {"status": "not reached", "seconds": 0.0, "tests": 0}
         for batch in self.batches(tests):
-            seconds = HANG_SECONDS + 10 * sum(test.seconds for test in batch)
+            seconds = HANG_SECONDS + 10 * max(test.seconds for test in batch)
             code, _, output = self.runner().run(self.suites[batch[0].suite], [test.name for test in batch], seconds,
                                                 {"KYR_MUTANT": str(number)})
             end = how_it_ended(code, output)
