@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
 #include <unistd.h>
 
@@ -40,13 +41,22 @@ std::size_t CountOtherThreads() {
     return CountThreads();
 }
 
-/// Whether the thread sleeps in the system.
-bool Sleeps(pid_t thread) {
-    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/stat");
-    std::string text;
-    std::getline(file, text);
-    const std::size_t name = text.rfind(')');
-    return name != std::string::npos && text.compare(name, 3, ") S") == 0;
+/// Which of its sleeps a thread is in, counted by the system; nothing when it is awake.
+std::optional<std::uint64_t> NumberOfSleep(pid_t thread) {
+    std::ifstream file("/proc/self/task/" + std::to_string(thread) + "/status");
+    bool asleep = false;
+    for (std::string key; file >> key; std::getline(file, key)) {
+        if (key == "State:") {
+            std::string state;
+            file >> state;
+            asleep = state == "S";
+        } else if (key == "voluntary_ctxt_switches:") {
+            std::uint64_t sleeps = 0;
+            file >> sleeps;
+            return asleep ? std::optional<std::uint64_t>(sleeps) : std::nullopt;
+        }
+    }
+    return std::nullopt;
 }
 
 [[noreturn]] void GiveUp(const char* why) {
@@ -58,6 +68,7 @@ bool Sleeps(pid_t thread) {
 
 struct CTurnClock::Participant {
     pid_t thread = ::gettid();
+    bool coming = true;  // into its first wait
     bool waiting = false;
     bool turn = false;
     bool ended = false;
@@ -139,6 +150,7 @@ void CTurnClock::Yield(std::optional<Milliseconds> deadline) {
     Lock lock(mutex_);
     self->deadline = deadline;
     self->waiting = true;
+    self->coming = false;
     changed_.NotifyAll();
     while (!self->turn) {
         changed_.Wait(lock);
@@ -220,30 +232,48 @@ void CTurnClock::AwaitRest() {
 }
 
 bool CTurnClock::IsAtRest() const {
+    std::map<pid_t, std::uint64_t> sleepers;
     for (int look = 0; look < kSleepingLooks; ++look) {
-        bool outside = false;
-        std::size_t alive = otherThreads_;
-        for (const auto& participant : Participants()) {
-            const Lock lock(mutex_);
-            alive += participant->ended ? 0 : 1;
-            if (participant->ended || (participant->waiting && !participant->turn)) {
-                continue;
-            }
-            if (participant->turn || !Sleeps(participant->thread)) {
-                return false;
-            }
-            outside = true;
-        }
-        // A thread that is not known yet is on its way to its first wait, or to its end.
-        if (CountThreads() != alive) {
+        const auto outside = ThreadsOutside();
+        if (!outside) {
             return false;
         }
-        if (!outside) {
+        // The mutex is free: whoever sleeps does not wait for this very look. One that was asleep
+        // before and is again has been awake in between.
+        for (const pid_t thread : *outside) {
+            const auto sleep = NumberOfSleep(thread);
+            if (!sleep || (look > 0 && sleepers[thread] != *sleep)) {
+                return false;
+            }
+            sleepers[thread] = *sleep;
+        }
+        if (outside->empty()) {
             return true;
         }
         ::usleep(100);
     }
     return true;
+}
+
+// The threads that have left the clock; nothing while somebody is on its way into it or out of it.
+std::optional<std::vector<pid_t>> CTurnClock::ThreadsOutside() const {
+    const Lock lock(mutex_);
+    std::vector<pid_t> outside;
+    std::size_t alive = otherThreads_;
+    for (const auto& participant : participants_) {
+        if (participant->ended) {
+            continue;
+        }
+        ++alive;
+        if (participant->turn || participant->coming) {
+            return std::nullopt;
+        }
+        if (!participant->waiting) {
+            outside.push_back(participant->thread);
+        }
+    }
+    // A thread that is not known yet is on its way to its first wait, or to its end.
+    return CountThreads() == alive ? std::optional(outside) : std::nullopt;
 }
 
 std::vector<std::shared_ptr<CTurnClock::Participant>> CTurnClock::Participants() const {

@@ -19,6 +19,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <sys/types.h>
 #include <vector>
 
 #include <boost/thread/thread.hpp>
@@ -73,6 +74,7 @@ class CTurnClock final : public Base::IClock {
     bool GiveTurn(const std::shared_ptr<Participant>& participant);
     void AwaitRest();
     bool IsAtRest() const;
+    std::optional<std::vector<pid_t>> ThreadsOutside() const;
     std::vector<std::shared_ptr<Participant>> Participants() const;
     bool IsKnown() const;
 
