@@ -22,6 +22,12 @@ class KYR_CAPABILITY("mutex") CMutex {
     CMutex(const CMutex&) = delete;
     CMutex& operator=(const CMutex&) = delete;
 
+    /// False: somebody holds it. For who only looks whether it is held; others use CLock.
+    /// REQUIRES: the calling thread does not hold it.
+    bool TryLock() KYR_TRY_ACQUIRE(true) { return mutex_.try_lock(); }
+    /// REQUIRES: TryLock took it.
+    void Unlock() KYR_RELEASE() { mutex_.unlock(); }
+
   private:
     friend class CLock;
     friend class CUnlock;

@@ -33,6 +33,8 @@
 #define KYR_ACQUIRE_SHARED(...) KYR_THREAD_ANNOTATION(acquire_shared_capability(__VA_ARGS__))
 #define KYR_RELEASE(...) KYR_THREAD_ANNOTATION(release_capability(__VA_ARGS__))
 #define KYR_RELEASE_SHARED(...) KYR_THREAD_ANNOTATION(release_shared_capability(__VA_ARGS__))
+/// The operation has taken the lock when it returns `success`.
+#define KYR_TRY_ACQUIRE(success) KYR_THREAD_ANNOTATION(try_acquire_capability(success))
 /// Releases a lock in whichever way it was taken.
 #define KYR_RELEASE_GENERIC(...) KYR_THREAD_ANNOTATION(release_generic_capability(__VA_ARGS__))
 

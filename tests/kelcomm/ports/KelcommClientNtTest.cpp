@@ -372,24 +372,19 @@ TYPED_TEST(KelcommClientNtTest, CloseClosesThePortBeforeTheArea) {
               this->GivenBackBy([this] { this->client_->Close(); }));
 }
 
-/// Names the system's mutex in ours, which offers nobody to try it: an instantiation may.
-template <boost::mutex Base::CMutex::*member>
-struct NativeMutex {
-    friend boost::mutex& NativeMutexOf(Base::CMutex& mutex) { return mutex.*member; }
-};
-boost::mutex& NativeMutexOf(Base::CMutex& mutex);
-template struct NativeMutex<&Base::CMutex::mutex_>;
-
 /// The critical section of a client, which only its own class can name.
 class CCriticalSection : public Kelcomm::CKelcommCommonNt {
   public:
     static bool IsHeld(Kelcomm::CKelcommCommonNt& client) {
-        boost::mutex& section = NativeMutexOf(client.*(&CCriticalSection::criticalSection_));
+        Base::CMutex& section = client.*(&CCriticalSection::criticalSection_);
         // On a thread of its own: the owner must not ask.
         return std::async(std::launch::async,
                           [&section] {
-                              return !boost::unique_lock<boost::mutex>(section, boost::try_to_lock)
-                                          .owns_lock();
+                              if (!section.TryLock()) {
+                                  return true;
+                              }
+                              section.Unlock();
+                              return false;
                           })
             .get();
     }
