@@ -1,9 +1,7 @@
-// Runs a message processor on a thread that starts with the first message and ends after five
-// seconds without one.
+// Holds a message processor's queue and its thread, which starts with the first message and ends
+// after five seconds without one: what the bus pushes into, and what the module starts and halts.
 //
-// Threads: any. Resume, Halt, the bus's pushes and the destructor exclude one another; a push that
-//   finds the thread ended joins it and starts the next one. The thread itself never takes that
-//   lock.
+// Threads: any. Resume, Halt, the bus's pushes and the destructor exclude one another.
 // Ownership: the bus keeps the holder's subscriber for ever. What it pushes after the holder's end
 //   is queued and starts nothing.
 // Errors: what the processor throws is logged at level 4. A push throws
@@ -19,6 +17,8 @@
 #include "connector/Subscriber.h"
 
 namespace Kyr::Connectors::Common {
+
+class CReplyThread;
 
 class CMessageProcessorThreadHolder final : public CConnectorModule::IMessageProcessorThreadHolder {
   public:
@@ -38,10 +38,8 @@ class CMessageProcessorThreadHolder final : public CConnectorModule::IMessagePro
     const boost::shared_ptr<Kyr::Common::Module::CSubscriber>& GetSubscriber() const;
 
   private:
-    struct State;
-
     // Shared with pushes that are under way when the holder ends.
-    const boost::shared_ptr<State> state_;
+    const boost::shared_ptr<CReplyThread> thread_;
 };
 
 }  // namespace Kyr::Connectors::Common
