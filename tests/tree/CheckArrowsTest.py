@@ -30,6 +30,10 @@ class CheckArrows(TreeCheck):
         self.write("low/Low.h")
         self.write("low/deep/Deep.h")
         self.write("high/High.h")
+        # Every permission is used.
+        self.write("low/deep/Deep.cpp", '#include "low/Low.h"')
+        self.write("high/Uses.cpp", '#include "low/Low.h"')
+        self.write("high/PlatformLinux.cpp", '#include "low/Low.h"', '#include "low/deep/Deep.h"')
 
     def test_arrow_in_the_table_holds(self):
         self.write("high/High.cpp", '#include "high/High.h"', "#include <vector>", '#include "low/Low.h"')
@@ -37,15 +41,21 @@ class CheckArrows(TreeCheck):
 
     def test_arrow_not_in_the_table_is_found(self):
         self.write("low/Low.cpp", "", '#include "high/High.h"')
-        self.assert_finds('low/Low.cpp:2: low may not include high ("high/High.h")')
+        self.assert_finds('low/Low.cpp:2: low may not include high ("high/High.h")',
+                          "cycle of folders: high -> low -> high")
 
     def test_sub_folder_is_not_covered_by_its_parent(self):
         self.write("high/High.cpp", '#include "low/deep/Deep.h"')
         self.assert_finds('high/High.cpp:1: high may not include low/deep ("low/deep/Deep.h")')
 
     def test_row_of_one_file_allows_that_file_only(self):
-        self.write("high/PlatformLinux.cpp", '#include "low/deep/Deep.h"')
         self.assert_holds()
+
+    def test_permission_that_nobody_uses_is_found(self):
+        self.write("low/deep/Deep.cpp")
+        self.write("high/PlatformLinux.cpp", '#include "low/deep/Deep.h"')
+        self.assert_finds("docs/architecture.md: low/deep may include low, but does not",
+                          "docs/architecture.md: high/PlatformLinux.cpp may include low, but does not")
 
     def test_star_allows_every_folder_with_a_row(self):
         self.write("top/Top.cpp", '#include "low/deep/Deep.h"', '#include "high/High.h"')
@@ -59,7 +69,8 @@ class CheckArrows(TreeCheck):
 
     def test_include_with_blanks_is_read(self):
         self.write("low/Low.cpp", '  #  include  "high/High.h"')
-        self.assert_finds('low/Low.cpp:1: low may not include high ("high/High.h")')
+        self.assert_finds('low/Low.cpp:1: low may not include high ("high/High.h")',
+                          "cycle of folders: high -> low -> high")
 
     def test_include_beside_the_file_is_found(self):
         self.write("low/Low.cpp", '#include "Low.h"')
@@ -72,7 +83,8 @@ class CheckArrows(TreeCheck):
     def test_generated_header_belongs_to_the_folder_of_its_description(self):
         self.write("high/proto/task.proto")
         self.write("low/Low.cpp", '#include "high/proto/task.pb.h"')
-        self.assert_finds('low/Low.cpp:1: low may not include high ("high/proto/task.pb.h")')
+        self.assert_finds('low/Low.cpp:1: low may not include high ("high/proto/task.pb.h")',
+                          "cycle of folders: high -> low -> high")
 
     def test_system_header_at_its_place_holds(self):
         self.write("low/Low.cpp", "#include <windows.h>")
