@@ -9,12 +9,13 @@
 namespace Kyr::Connectors::Common {
 namespace {
 
+/// For a release before the end of a block.
 using Guard = boost::unique_lock<CRecursiveLock>;
 
 TEST(RecursiveLockTest, OwnerMayTakeItAgain) {
     CRecursiveLock lock;
-    const Guard outer(lock);
-    const Guard inner(lock);
+    const CRecursiveGuard outer(lock);
+    const CRecursiveGuard inner(lock);
     SUCCEED();
 }
 
@@ -24,7 +25,7 @@ TEST(RecursiveLockTest, OthersWaitForTheOutermostRelease) {
     Guard outer(lock);
     Guard inner(lock);
     boost::thread other([&] {
-        const Guard guard(lock);
+        const CRecursiveGuard guard(lock);
         entered = true;
     });
     inner.unlock();
@@ -42,8 +43,8 @@ TEST(RecursiveLockTest, ExcludesAcrossManyThreads) {
     for (int thread = 0; thread < 4; ++thread) {
         threads.create_thread([&] {
             for (int round = 0; round < 500; ++round) {
-                const Guard outer(lock);
-                const Guard inner(lock);
+                const CRecursiveGuard outer(lock);
+                const CRecursiveGuard inner(lock);
                 ++counter;
             }
         });
