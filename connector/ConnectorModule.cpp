@@ -33,14 +33,11 @@ class CConnectorModule::CConnection final : public IProductConnection {
 
 CConnectorModule::CConnectorModule(boost::shared_ptr<Base::IClock> clock)
     : clock_(std::move(clock)),
+      // The one product that the core names: task events of every connector carry it.
       connectorProductId_(Kyr::Common::Catalogue::Product::kOvAgentInLogs),
       connection_(std::make_unique<CConnection>(*this)) {}
 
-CConnectorModule::~CConnectorModule() {
-    // Too late for a thread that is alive, which needs the derived class; the last resort for a
-    // class that has no destructor of its own and was stopped anyway.
-    EndThreads();
-}
+CConnectorModule::~CConnectorModule() = default;
 
 void CConnectorModule::Initialize(Kyr::Common::Kernel::IResourceProvider& provider) {
     CGenericModule::Initialize(provider);

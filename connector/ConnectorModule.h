@@ -1,5 +1,5 @@
 // The product-independent half of a connector module: the life cycle that the host drives, the
-// subscriptions, and the services for tasks. What runs on the processing thread, with retries,
+// subscriptions, and the services for tasks. What runs on the task thread, with retries,
 // reconnections, cancellations and task events, is CTaskRunner.
 //
 // Life cycle, driven by the host on its own threads, one call at a time:
@@ -10,8 +10,8 @@
 // REQUIRES: the destructor of the most derived class calls EndThreads() before anything else, since
 //   the threads call the operations of the derived class.
 //
-// Threads: Connect, Disconnect and Reconnect are called on the processing thread, Interrupt also
-//   from RequestStop, at the same time perhaps. Publish, GetLog and GetInstanceUUID: any thread
+// Threads: Connect, Disconnect and Reconnect are called on the task thread, Interrupt from
+//   RequestStop, at the same time perhaps. Publish, GetLog and GetInstanceUUID: any thread
 //   after Initialize.
 // Errors: nothing leaves the threads. Initialize throws what a resource or a concrete operation
 //   throws, Start boost::thread_resource_error.
@@ -72,7 +72,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     virtual std::uint64_t GetProductId() const = 0;
 
   protected:
-    /// Tells the host which product the inactive module stands for.
+    /// Tells the server which product the inactive module stands for.
     virtual void PublishDeactivatedStatus();
     /// Asked once, by Initialize. True here.
     virtual bool IsProductInstalled();
@@ -119,7 +119,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
     boost::shared_ptr<Kyr::Common::Kernel::INetworkGrpcResource> networkGrpc_;
 
     Base::CMutex stopMutex_;
-    bool stopRequested_ KYR_GUARDED_BY(stopMutex_) = false;  // for a debugger's eyes
+    bool stopRequested_ KYR_GUARDED_BY(stopMutex_) = false;  // nobody reads it; contract
 
     // Used by the host's threads only.
     boost::shared_ptr<IMessageProcessorThreadHolder> processorThreadHolder_;

@@ -1,7 +1,10 @@
 // The delivery context that the calling thread publishes with.
 //
-// Every thread has its own, an empty one until it sets another. It is kept until it is replaced:
-// what a thread publishes between two messages travels with the context of the first one.
+// A thread has none until it sets one of its own, and publishes with an empty one until then. It is
+// kept until it is replaced: what a thread publishes between two messages travels with the context
+// of the first one.
+//
+// Threads: each sees its own context only.
 #pragma once
 
 #include <boost/shared_ptr.hpp>

@@ -10,8 +10,8 @@ namespace Kyr::Connectors::Common {
 class ILogger {
   public:
     virtual ~ILogger();
-    /// A line of the connector level `level`: 1 routine progress, 2 progress and requests sent, 3
-    /// product warnings, 4 errors and cancellations. Level 0 is written as 2, any other value as 4.
+    /// A line of the connector level `level`: 1 progress, 2 requests and steps, 3 product warnings,
+    /// 4 errors and cancelling. Level 0 is written as 2, any other value as 4.
     virtual CLogLine GetLog(int level) = 0;
 };
 

@@ -1,6 +1,7 @@
 // Exceptions that one module of the host can hand to another: each can put a copy of itself into a
 // holder, which travels as an object and throws the copy again where it arrives.
 //
+// Threads: values; a holder that never changes may be shared.
 // Ownership: a holder owns its copy. The order of the virtual operations is part of the contract.
 #pragma once
 

@@ -1,5 +1,7 @@
 // A failure whose text is meant for the user. Thrown by a task, it ends the message: the core
 // reports it as failed with this text and this code.
+//
+// Threads: a value; thrown and caught on the task thread.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 // A unit of work: carries out one type of bus message against the product.
 //
-// Threads: Execute runs on the task-processing thread only; Cancel may be called from any thread.
+// Threads: Execute runs on the task thread only; Cancel may be called from any thread.
 // Ownership: shared; created once by the module, living as long as the connector core keeps its
 // task list.
 // Errors: exceptions tell the outcome. A normal return is done, CRetryException asks for another

@@ -1,4 +1,5 @@
-// Matches replies of the host's request/response scheme to the requests that wait for them.
+// Matches replies of the host's request/response scheme to the requests that wait for them. Made
+// for every connector: the Ov agent's asks the host for nothing, so all that comes here is dropped.
 //
 // Threads: any; the reply thread calls Process, requesting threads the rest.
 // Errors: Process throws std::runtime_error on a message that is no reply.
@@ -42,7 +43,7 @@ class CReplyProcessor : public IMessageProcessor {
 
     Base::CMutex mutex_;  // guards also what the pointers point to
     std::map<std::uint32_t, boost::shared_ptr<Pending>> pending_ KYR_GUARDED_BY(mutex_);
-    const boost::shared_ptr<Kernel::IBusResource> bus_;
+    const boost::shared_ptr<Kernel::IBusResource> bus_;  // nobody reads it; contract
     const boost::shared_ptr<Kernel::IIdGeneratorResource> idGenerator_;
     const boost::shared_ptr<Base::IClock> clock_;
 };

@@ -1,4 +1,6 @@
 // How a task tells the core what to do next. See docs/errors.md for who reacts how.
+//
+// Threads: values; thrown and caught on the task thread.
 #pragma once
 
 #include <stdexcept>

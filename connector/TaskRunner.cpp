@@ -103,7 +103,7 @@ void CTaskRunner::Join() {
     }
 }
 
-// On the runner's own thread.
+// On the task thread.
 
 void CTaskRunner::ThreadBody() {
     try {
@@ -151,7 +151,7 @@ void CTaskRunner::RunUntilStopped() {
 }
 
 void CTaskRunner::ConnectFirst() {
-    while (!GuardedConnect()) {
+    while (!Guarded(&IProductConnection::Connect)) {
         GuardedDisconnect();
         clock_->SleepFor(connection_.ReconnectDelay());
     }
@@ -246,7 +246,7 @@ void CTaskRunner::ReconnectUntilConnected() {
         do {
             clock_->SleepFor(connection_.ReconnectDelay());
             GetLog(2) << "Reconnecting to product";
-        } while (!GuardedReconnect());
+        } while (!Guarded(&IProductConnection::Reconnect));
     }
     boost::this_thread::interruption_point();
     connected_ = true;
@@ -284,18 +284,9 @@ void CTaskRunner::PublishTaskEvent(const MessagePointer& message, const TaskOutc
     }
 }
 
-bool CTaskRunner::GuardedConnect() {
+bool CTaskRunner::Guarded(bool (IProductConnection::*operation)()) {
     try {
-        return connection_.Connect();
-    } catch (const std::exception& error) {
-        GetLog(4) << error.what();
-        return false;
-    }
-}
-
-bool CTaskRunner::GuardedReconnect() {
-    try {
-        return connection_.Reconnect();
+        return (connection_.*operation)();
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
         return false;

@@ -10,7 +10,7 @@
 //                what is queued; in every case it disconnects.
 //
 // Threads: the life cycle, Start to Join, belongs to the host's threads, one call at a time; the
-//   connection is called on the runner's thread only.
+//   connection is called on the task thread only.
 // Ownership: shares the queue with the host's bus, which never gives it up. Connection and services
 //   must outlive the runner.
 // Errors: nothing leaves the thread. Start throws boost::thread_resource_error.
@@ -104,8 +104,8 @@ class CTaskRunner {
     void CancelQueuedMessages();
     void CancelMessage(const MessagePointer& message, const std::string& reason);
     void PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome);
-    bool GuardedConnect();
-    bool GuardedReconnect();
+    /// What the operation returns; a std::exception costs a line and counts as false.
+    bool Guarded(bool (IProductConnection::*operation)());
     void GuardedDisconnect();
     CLogLine GetLog(int level) { return services_.logger.GetLog(level); }
 

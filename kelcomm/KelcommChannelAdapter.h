@@ -1,6 +1,6 @@
 // The Kelcomm channel as the connector sees it: starts by pinging, hands each reply to a receiver.
 //
-// Threads: Start, Send and SetBufferReceiver belong to the task-processing thread; the channel's
+// Threads: Start, Send and SetBufferReceiver belong to the task thread; the channel's
 // own operations may be used by others at the same time. Start's sleeps are interruption points.
 // Ownership: the receiver is shared until the next SetBufferReceiver. A receiver may replace itself
 // while it runs, and may send: it is kept alive until its call returns, and no lock is held.

@@ -80,7 +80,7 @@ class COvAgentConnectorModule : public Common::CConnectorModule {
     // As of the last Connect; the periodic thread of that connection has a copy.
     std::optional<std::int64_t> productBuild_;
 
-    // Interrupt may be called by a host's thread and by the processing thread at once.
+    // Interrupt may be called by a host's thread and by the task thread at once.
     Base::CMutex periodicThreadMutex_;
     std::unique_ptr<boost::thread> periodicThread_ KYR_GUARDED_BY(periodicThreadMutex_);
     // Passed by a watch while it runs: the one of an earlier connection may still be about to end

@@ -17,10 +17,10 @@ namespace {
 constexpr std::chrono::milliseconds kPause{5000};
 constexpr std::uint64_t kIterationsUntilResend = 720;  // about an hour
 
-/// A broadcast value whose change calls for a request, and how long the product gets to settle.
+/// A broadcast value whose change calls for a trigger, and how long the product gets to settle.
 struct BroadcastRow {
     std::int32_t index;
-    OvAgentRequestType request;
+    OvAgentRequestType trigger;
     int delaySeconds;
 };
 
@@ -35,11 +35,11 @@ constexpr std::int64_t kLastBuildWithoutTelemetry = 5542;
 
 constexpr char kRecordsFailure[] = "Error during checking for new ECS logs: ";
 
-boost::shared_ptr<COvAgentRequest> MakeRequest(OvAgentRequestType type) {
-    auto request = boost::make_shared<COvAgentRequest>();
-    request->SetRequestType(type);
-    request->SetReadOnly();
-    return request;
+boost::shared_ptr<COvAgentRequest> MakeTrigger(OvAgentRequestType type) {
+    auto trigger = boost::make_shared<COvAgentRequest>();
+    trigger->SetRequestType(type);
+    trigger->SetReadOnly();
+    return trigger;
 }
 
 }  // namespace
@@ -63,12 +63,12 @@ void CPeriodicWatch::Look(std::uint64_t iteration) {
     // One time serves the whole look. A change that is found now is due five seconds from now:
     // never in the look that found it.
     CheckBroadcasts(now);
-    PublishDueRequests(now);
+    PublishDueTriggers(now);
     if (iteration % kIterationsUntilResend == 0) {
-        ResendRequests();
+        ResendTriggers();
     }
-    RequestNewRecords();
-    RequestNewActions();
+    TriggerNewRecords();
+    TriggerNewActions();
 }
 
 void CPeriodicWatch::PingProduct() {
@@ -76,7 +76,7 @@ void CPeriodicWatch::PingProduct() {
     if (!parts_.channel.Ping(errors)) {
         parts_.logger.GetLog(3) << "Ping failed -> COvAgentConnector will be restarted: " << errors;
         // The status task meets the same failure, and that makes the core reconnect.
-        PublishRequest(kProtectionStatus);
+        PublishTrigger(kProtectionStatus);
     }
 }
 
@@ -88,7 +88,7 @@ void CPeriodicWatch::CheckBroadcasts(const Time& now) {
             if (parts_.channel.HasBroadcastChanged(row.index)) {
                 parts_.logger.GetLog(2) << "Received broadcast " << row.index;
                 pending_.push_back(
-                    {now + boost::posix_time::seconds(row.delaySeconds), MakeRequest(row.request)});
+                    {now + boost::posix_time::seconds(row.delaySeconds), MakeTrigger(row.trigger)});
             }
         }
     } catch (const std::exception& error) {
@@ -97,28 +97,28 @@ void CPeriodicWatch::CheckBroadcasts(const Time& now) {
     }
 }
 
-void CPeriodicWatch::PublishDueRequests(const Time& now) {
+void CPeriodicWatch::PublishDueTriggers(const Time& now) {
     for (auto entry = pending_.begin(); entry != pending_.end();) {
         // The list is in the order of detection; that this is the order of due times, too, nothing
-        // relies on. Two changes of one value are two requests.
+        // relies on. Two changes of one value are two triggers.
         if (entry->due > now) {
             ++entry;
             continue;
         }
-        const Request request = entry->request;
+        const Trigger trigger = entry->trigger;
         entry = pending_.erase(entry);
-        parts_.logger.GetLog(2) << "Publishing request " << request->GetRequestType();
-        parts_.publisher.Publish(request);
+        parts_.logger.GetLog(2) << "Publishing request " << trigger->GetRequestType();
+        parts_.publisher.Publish(trigger);
     }
 }
 
-void CPeriodicWatch::ResendRequests() {
+void CPeriodicWatch::ResendTriggers() {
     parts_.logger.GetLog(2) << "Regular resending of all requests";
-    PublishRequest(kProtectionStatus);
-    PublishRequest(kTaskStatus);
+    PublishTrigger(kProtectionStatus);
+    PublishTrigger(kTaskStatus);
 }
 
-void CPeriodicWatch::RequestNewRecords() {
+void CPeriodicWatch::TriggerNewRecords() {
     try {
         // Read anew in every look: a policy may switch it on and off. Exactly "1", as the policy
         // writes it; a product of unknown build is asked for nothing.
@@ -130,17 +130,17 @@ void CPeriodicWatch::RequestNewRecords() {
         if (*productBuild_ > kLastBuildWithoutIndicators) {
             // Each with a handler of its own: a failure of one kind does not cost the other, and
             // the line names the kind.
-            TryToRequest(kEcsIndicatorLogs, "Error during checking for new ECS indicator logs: ");
+            TryToTrigger(kEcsIndicatorLogs, "Error during checking for new ECS indicator logs: ");
         }
         if (*productBuild_ > kLastBuildWithoutTelemetry) {
-            TryToRequest(kEcsTelemetryLogs, "Error during checking for new ECS telemetry logs: ");
+            TryToTrigger(kEcsTelemetryLogs, "Error during checking for new ECS telemetry logs: ");
         }
     } catch (const std::exception& error) {
         parts_.logger.GetLog(4) << kRecordsFailure << error.what();
     }
 }
 
-void CPeriodicWatch::RequestNewActions() {
+void CPeriodicWatch::TriggerNewActions() {
     try {
         const std::string flag = parts_.keyValues.GetValue("OV_REMEDIATION_ENABLED");
         if (flag.empty()) {
@@ -153,7 +153,7 @@ void CPeriodicWatch::RequestNewActions() {
             parts_.logger.GetLog(4)
                 << "OV rule actions flag is not a bool, disabling rule actions propagation";
         } else if (enabled) {
-            TryToRequest(kRemediationActions,
+            TryToTrigger(kRemediationActions,
                          "Error during checking for new OV remediation actions: ");
         }
     } catch (const std::exception& error) {
@@ -162,16 +162,16 @@ void CPeriodicWatch::RequestNewActions() {
     }
 }
 
-void CPeriodicWatch::TryToRequest(RequestType type, const char* failureText) {
+void CPeriodicWatch::TryToTrigger(TriggerType type, const char* failureText) {
     try {
-        PublishRequest(type);
+        PublishTrigger(type);
     } catch (const std::exception& error) {
         parts_.logger.GetLog(4) << failureText << error.what();
     }
 }
 
-void CPeriodicWatch::PublishRequest(RequestType type) {
-    parts_.publisher.Publish(MakeRequest(type));
+void CPeriodicWatch::PublishTrigger(TriggerType type) {
+    parts_.publisher.Publish(MakeTrigger(type));
 }
 
 }  // namespace Kyr::Connectors::OvAgentConnector

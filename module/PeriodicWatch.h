@@ -1,4 +1,4 @@
-// Watches the product beside the processing thread, one look every five seconds: pings it, looks
+// Watches the product beside the task thread, one look every five seconds: pings it, looks
 // for changed broadcast values, and asks for what is due.
 //
 // It never talks to the product but to ping it and to read its broadcast area. Whatever else it
@@ -41,36 +41,36 @@ class CPeriodicWatch {
     CPeriodicWatch(const Parts& parts, std::optional<std::int64_t> productBuild);
 
     /// Watches until the thread is interrupted, at the latest within the five seconds of a sleep.
-    /// Throws boost::thread_interrupted then; and what the publisher throws for a request that is
+    /// Throws boost::thread_interrupted then; and what the publisher throws for a trigger that is
     /// not about records or actions, and std::runtime_error "could not convert calendar time to UTC
     /// time".
     void Run();
 
   private:
-    using Request =
+    using Trigger =
         boost::shared_ptr<Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest>;
-    using RequestType = Kyr::Common::Message::Connectors::OvAgentConnector::OvAgentRequestType;
+    using TriggerType = Kyr::Common::Message::Connectors::OvAgentConnector::OvAgentRequestType;
     using Time = boost::posix_time::ptime;
 
-    struct PendingRequest {
+    struct PendingTrigger {
         Time due;
-        Request request;
+        Trigger trigger;
     };
 
     void Look(std::uint64_t iteration);
     void PingProduct();
     void CheckBroadcasts(const Time& now);
-    void PublishDueRequests(const Time& now);
-    void ResendRequests();
-    void RequestNewRecords();
-    void RequestNewActions();
+    void PublishDueTriggers(const Time& now);
+    void ResendTriggers();
+    void TriggerNewRecords();
+    void TriggerNewActions();
     /// What the publisher throws is written behind `failureText`.
-    void TryToRequest(RequestType type, const char* failureText);
-    void PublishRequest(RequestType type);
+    void TryToTrigger(TriggerType type, const char* failureText);
+    void PublishTrigger(TriggerType type);
 
     const Parts parts_;
     const std::optional<std::int64_t> productBuild_;
-    std::list<PendingRequest> pending_;  // in the order of their detection
+    std::list<PendingTrigger> pending_;  // in the order of their detection
 };
 
 }  // namespace Kyr::Connectors::OvAgentConnector

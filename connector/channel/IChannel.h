@@ -1,6 +1,6 @@
 // The road to the product: one serialized request at a time, its reply to the receiver.
 //
-// Threads: Start, Send and SetBufferReceiver are called on the task-processing thread.
+// Threads: Start, Send and SetBufferReceiver are called on the task thread.
 // The order of the virtual operations is part of the contract.
 #pragma once
 

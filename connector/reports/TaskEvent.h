@@ -1,7 +1,10 @@
-// The event log by which the host learns what became of a task message: that it failed or was
+// The event log by which the server learns what became of a task message: that it failed or was
 // cancelled, or how the product carried it out.
 //
-// Shared by the core and by the tasks that report outcomes of their own.
+// Shared by the core and by the tasks that report outcomes of their own. The identifiers stand in
+// the event in another order than they are declared in: the third before the second.
+//
+// Threads: any; functions without memory.
 #pragma once
 
 #include <cstdint>

@@ -1,4 +1,7 @@
-// What the tasks share that send one of the server's commands to the Ov agent as an XML request.
+// What those tasks share by which the server has the Ov agent do something: each sends one XML
+// request.
+//
+// Threads: the task thread.
 #pragma once
 
 #include <string>

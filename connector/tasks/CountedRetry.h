@@ -1,7 +1,7 @@
 // The rule for failures that most tasks follow: whatever goes wrong asks for another, counted
 // attempt.
 //
-// Threads: the task-processing thread.
+// Threads: the task thread.
 #pragma once
 
 #include <exception>

@@ -1,7 +1,7 @@
 // Fetches the product's configuration and publishes it as an event log, for request-configuration
 // messages of the server (type 5); a second event reports the request as done.
 //
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Ownership: shares what it is given; its receivers share only what a reply needs, not the task.
 // Errors: every failure is a counted CRetryException with the failure's text. What was published
 // before it stays published, and comes again with the retry. A message of another class, or for

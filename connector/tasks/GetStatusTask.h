@@ -1,7 +1,7 @@
 // Fetches the product's protection status and publishes it as a status log, for the triggers of
 // several connectors.
 //
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Ownership: shares what it is given; its receivers share only what a reply needs, not the task.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.

@@ -4,7 +4,7 @@
 // One exchange fetches one outcome; while there is one, the receiver runs the task again, inside
 // its own call, until a reply without payload ends the chain. Each further outcome therefore takes
 // stack; docs/threading.md tells how much.
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Ownership: the task must be owned by a boost::shared_ptr, which its receivers share.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.

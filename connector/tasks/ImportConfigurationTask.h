@@ -1,7 +1,7 @@
 // Hands the policy of a policy message (type 194) to the product, and hands the last one over again
 // when the module asks.
 //
-// Threads: the task-processing thread only.
+// Threads: the task thread only.
 // Ownership: shares what it is given, and keeps the last message, whatever became of it.
 // Errors: a refusal that the channel reports as CErrorReplyChannelException is logged, and the
 // message is done. Any other std::runtime_error is an uncounted CRetryException with its text: the

@@ -1,6 +1,6 @@
 // Recognises the triggers of the connectors that share the common tasks.
 //
-// Threads: the task-processing thread.
+// Threads: the task thread.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 // What the tasks share that collect records from the Ov agent: each reads its reply, and looks
 // first whether the product served its request.
 //
-// Threads: the task-processing thread.
+// Threads: the task thread.
 #pragma once
 
 #include <vector>

@@ -1,7 +1,7 @@
 // How many records of one kind the module has passed on: a count in the host's key-value store,
 // kept as decimal text, so that collecting resumes where it stopped.
 //
-// Threads: the task-processing thread; each key has one writer, so that reading, adding and storing
+// Threads: the task thread; each key has one writer, so that reading, adding and storing
 // need no lock.
 // Errors: boost::bad_lexical_cast for a stored text that is no number, and what the store throws.
 #pragma once

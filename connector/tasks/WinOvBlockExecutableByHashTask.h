@@ -2,7 +2,7 @@
 //
 // Done when the product has accepted the request; the outcome comes later through the product's
 // task log, under the three identifiers that travel in the request.
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class is ignored.
 #pragma once

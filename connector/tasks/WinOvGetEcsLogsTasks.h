@@ -5,7 +5,7 @@
 // One batch a trigger: what the product puts into one reply. It is published first, then the offset
 // under the kind's key moves over it, so that an interruption in between makes the batch come twice
 // and never skips a record.
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.
 #pragma once

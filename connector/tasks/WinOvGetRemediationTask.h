@@ -5,7 +5,7 @@
 // then the offset under "OV_REMEDIATION_OFFSET" moves over all actions of the reply, then the data
 // miner is told: an interruption may store a batch twice and never skips one. A reply without a
 // block action moves nothing and is fetched again.
-// Threads: the task-processing thread only; keeps nothing between two messages.
+// Threads: the task thread only; keeps nothing between two messages.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.
 #pragma once

@@ -6,7 +6,7 @@
 //   - Identifiers that the scenario did not give itself are `<uuid>`, dates are `<time>`.
 //   - Several threads tell, so that only the order among events of one stream of one process is
 //     kept: these stand together. What the host asks, what the connector's watch tells and what
-//     its processing thread tells are streams of their own.
+//     its task thread tells are streams of their own.
 //   - What comes with every look of the watch comes as often as time passes: pings, and where the
 //     watch collects, requests for records and the replies that have none. Each is told once, in no
 //     order.

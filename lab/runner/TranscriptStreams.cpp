@@ -9,7 +9,7 @@ namespace {
 // What the connector's watch writes to the host's log, beside the thread that processes messages.
 const std::vector<std::string> kWatchTexts{"Ping failed", "Received broadcast",
                                            "Publishing request", "Regular resending"};
-// What the look for new records makes the processing thread write when there are none.
+// What the look for new records makes the task thread write when there are none.
 const std::string kNoRecords = "Empty ";
 constexpr char kRequestName[] = "OvAgentRequest";
 // By these numbers the watch asks for records and actions.

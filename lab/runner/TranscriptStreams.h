@@ -1,6 +1,6 @@
 // Which of the events that one process tells stand in an order that is the same in every run.
 //
-// Several threads tell beside each other: those of the host, the connector's processing thread and
+// Several threads tell beside each other: those of the host, the connector's task thread and
 // its watch, the product's. The events of one stream are one thread's, or follow from each other.
 // Threads: one.
 #pragma once

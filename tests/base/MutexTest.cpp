@@ -15,16 +15,16 @@ using std::chrono::hours;
 using std::chrono::milliseconds;
 
 /// Another thread that takes the mutex and gives it back at once.
-class CTaker {
+class CCompetitor {
   public:
-    explicit CTaker(CMutex& mutex)
+    explicit CCompetitor(CMutex& mutex)
         : thread_([&mutex, taken = taken_] {
               const CLock lock(mutex);
               *taken = true;
           }) {}
-    ~CTaker() { thread_.join(); }
-    CTaker(const CTaker&) = delete;
-    CTaker& operator=(const CTaker&) = delete;
+    ~CCompetitor() { thread_.join(); }
+    CCompetitor(const CCompetitor&) = delete;
+    CCompetitor& operator=(const CCompetitor&) = delete;
 
     /// Long enough for a free mutex to be taken.
     bool HasToWait() {
@@ -39,13 +39,13 @@ class CTaker {
 
 /// Does not return before the mutex is free.
 void AwaitFree(CMutex& mutex) {
-    const CTaker taker(mutex);
+    const CCompetitor competitor(mutex);
 }
 
 class MutexTest : public testing::Test {
   protected:
     CMutex mutex_;
-    std::optional<CTaker> taker_;  // waits behind the locks of a test
+    std::optional<CCompetitor> competitor_;  // waits behind the locks of a test
     CCondition condition_;
 };
 
@@ -53,8 +53,8 @@ TEST_F(MutexTest, LockHoldsTheMutexUntilItEnds) {
     {
         const CLock lock(mutex_);
         EXPECT_TRUE(lock.IsHeld());
-        taker_.emplace(mutex_);
-        EXPECT_TRUE(taker_->HasToWait());
+        competitor_.emplace(mutex_);
+        EXPECT_TRUE(competitor_->HasToWait());
     }
     AwaitFree(mutex_);
 }
@@ -75,8 +75,8 @@ TEST_F(MutexTest, LockThatIsTakenAgainIsReleasedAtItsEnd) {
         lock.Unlock();
         lock.Lock();
         EXPECT_TRUE(lock.IsHeld());
-        taker_.emplace(mutex_);
-        EXPECT_TRUE(taker_->HasToWait());
+        competitor_.emplace(mutex_);
+        EXPECT_TRUE(competitor_->HasToWait());
     }
     AwaitFree(mutex_);
 }
@@ -87,8 +87,8 @@ TEST_F(MutexTest, MutexIsFreeWhileItIsGivenBackAndHeldAfterwards) {
         const CUnlock free(mutex_);
         AwaitFree(mutex_);
     }
-    taker_.emplace(mutex_);
-    EXPECT_TRUE(taker_->HasToWait());
+    competitor_.emplace(mutex_);
+    EXPECT_TRUE(competitor_->HasToWait());
 }
 
 TEST_F(MutexTest, ExceptionOutOfAPauseLeavesTheMutexFree) {

@@ -341,7 +341,7 @@ TEST_F(ModuleStopTest, StopWithoutAProductWaitsForTheReplyThread) {
     EXPECT_TRUE(stopped);
 }
 
-// The processing thread needs the tasks' lock to see that it is not wanted any more.
+// The task thread needs the tasks' lock to see that it is not wanted any more.
 TEST_F(ModuleStopTest, TasksAreCancelledWhileStopStillWaitsForTheReplyThread) {
     module->ThenConnectBy([] { return Kyr::Test::AwaitInterruption(); });
     Start();

@@ -21,9 +21,9 @@ using std::chrono::seconds;
 using testing::ElementsAre;
 
 /// One take on a thread of its own.
-class CTaker {
+class CConsumer {
   public:
-    explicit CTaker(CSubscriber& subscriber)
+    explicit CConsumer(CSubscriber& subscriber)
         : thread_([this, &subscriber] {
               try {
                   taken_ = subscriber.WaitForMessage(message_, context_);
@@ -31,9 +31,9 @@ class CTaker {
                   interrupted_ = true;
               }
           }) {}
-    ~CTaker() { Join(); }
-    CTaker(const CTaker&) = delete;
-    CTaker& operator=(const CTaker&) = delete;
+    ~CConsumer() { Join(); }
+    CConsumer(const CConsumer&) = delete;
+    CConsumer& operator=(const CConsumer&) = delete;
 
     void Interrupt() { thread_.interrupt(); }
     void Join() {
@@ -94,12 +94,12 @@ class SubscriberTest : public testing::Test {
     void Push(const std::string& name) { queue.Push(MakeMessage(name), {}); }
     bool Take() { return queue.WaitForMessage(message, context); }
     bool TakeTimed() { return timed.WaitForMessage(message, context); }
-    /// Lets a taker give up on the timed queue.
+    /// Lets a consumer give up on the timed queue.
     void LetTimedQueueGoIdle() {
-        CTaker taker(timed);
+        CConsumer consumer(timed);
         EXPECT_TRUE(clock->AwaitWaiters(1));
         clock->Advance(seconds(5));
-        EXPECT_FALSE(taker.Took());
+        EXPECT_FALSE(consumer.Took());
     }
 
     const boost::shared_ptr<CManualClock> clock = boost::make_shared<CManualClock>();
@@ -129,33 +129,33 @@ TEST_F(SubscriberTest, MessageComesOutWithItsOwnContext) {
     EXPECT_EQ(context, nullptr);
 }
 
-TEST_F(SubscriberTest, UntimedTakerWaitsUntilAMessageComes) {
-    CTaker taker(queue);
+TEST_F(SubscriberTest, UntimedConsumerWaitsUntilAMessageComes) {
+    CConsumer consumer(queue);
     ASSERT_TRUE(clock->AwaitWaiters(1));
     clock->Advance(std::chrono::hours(24));
     EXPECT_TRUE(clock->AwaitWaiters(1));
     Push("A");
-    EXPECT_TRUE(taker.Took());
-    EXPECT_EQ(taker.Name(), "A");
+    EXPECT_TRUE(consumer.Took());
+    EXPECT_EQ(consumer.Name(), "A");
     EXPECT_TRUE(clock->TimedWaits().empty());
 }
 
-TEST_F(SubscriberTest, TimedTakerWaitsFiveSecondsAtATime) {
+TEST_F(SubscriberTest, TimedConsumerWaitsFiveSecondsAtATime) {
     LetTimedQueueGoIdle();
     EXPECT_THAT(clock->TimedWaits(), ElementsAre(milliseconds(5000)));
 }
 
-TEST_F(SubscriberTest, TimedTakerStillWaitsJustBeforeFiveSeconds) {
-    CTaker taker(timed);
+TEST_F(SubscriberTest, TimedConsumerStillWaitsJustBeforeFiveSeconds) {
+    CConsumer consumer(timed);
     ASSERT_TRUE(clock->AwaitWaiters(1));
     clock->Advance(milliseconds(4999));
     EXPECT_TRUE(clock->AwaitWaiters(1));
     EXPECT_FALSE(timed.IsIdle());
     timed.Push(MakeMessage("A"), {});
-    EXPECT_TRUE(taker.Took());
+    EXPECT_TRUE(consumer.Took());
 }
 
-TEST_F(SubscriberTest, TimedTakerThatGivesUpLeavesTheQueueIdle) {
+TEST_F(SubscriberTest, TimedConsumerThatGivesUpLeavesTheQueueIdle) {
     EXPECT_FALSE(timed.IsIdle());
     LetTimedQueueGoIdle();
     EXPECT_TRUE(timed.IsIdle());
@@ -221,18 +221,18 @@ TEST_F(SubscriberTest, TryTakeIgnoresAWake) {
     EXPECT_FALSE(TakeTimed());
 }
 
-TEST_F(SubscriberTest, WakeEndsAWaitingTaker) {
-    CTaker taker(queue);
+TEST_F(SubscriberTest, WakeEndsAWaitingConsumer) {
+    CConsumer consumer(queue);
     ASSERT_TRUE(clock->AwaitWaiters(1));
     EXPECT_TRUE(queue.Wake());
-    EXPECT_FALSE(taker.Took());
+    EXPECT_FALSE(consumer.Took());
 }
 
-TEST_F(SubscriberTest, WakeEndsAWaitingTimedTakerWithoutIdle) {
-    CTaker taker(timed);
+TEST_F(SubscriberTest, WakeEndsAWaitingTimedConsumerWithoutIdle) {
+    CConsumer consumer(timed);
     ASSERT_TRUE(clock->AwaitWaiters(1));
     EXPECT_TRUE(timed.Wake());
-    EXPECT_FALSE(taker.Took());
+    EXPECT_FALSE(consumer.Took());
     EXPECT_FALSE(timed.IsIdle());
 }
 
@@ -248,7 +248,7 @@ TEST_F(SubscriberTest, WakeBeforeAnybodyHasWaitedReturnsFalse) {
     EXPECT_FALSE(queue.Wake());
 }
 
-TEST_F(SubscriberTest, WakeOfABusyTakerReturnsFalse) {
+TEST_F(SubscriberTest, WakeOfABusyConsumerReturnsFalse) {
     Push("A");
     EXPECT_TRUE(Take());
     EXPECT_FALSE(queue.Wake());
@@ -282,19 +282,19 @@ TEST_F(SubscriberTest, WakeOfAnIdleQueueClearsIdleInstead) {
     EXPECT_TRUE(TakeTimed());
 }
 
-TEST_F(SubscriberTest, TakerThatGaveUpStillCountsAsWaiting) {
-    CTaker taker(queue);
+TEST_F(SubscriberTest, ConsumerThatGaveUpStillCountsAsWaiting) {
+    CConsumer consumer(queue);
     ASSERT_TRUE(clock->AwaitWaiters(1));
     EXPECT_TRUE(queue.Wake());
-    EXPECT_FALSE(taker.Took());
+    EXPECT_FALSE(consumer.Took());
     EXPECT_TRUE(queue.Wake());
 }
 
-TEST_F(SubscriberTest, InterruptedTakerLeaves) {
-    CTaker taker(queue);
+TEST_F(SubscriberTest, InterruptedConsumerLeaves) {
+    CConsumer consumer(queue);
     ASSERT_TRUE(clock->AwaitWaiters(1));
-    taker.Interrupt();
-    EXPECT_TRUE(taker.WasInterrupted());
+    consumer.Interrupt();
+    EXPECT_TRUE(consumer.WasInterrupted());
 }
 
 TEST_F(SubscriberTest, RearmedEmptyQueueIsIdle) {
@@ -361,7 +361,7 @@ TEST_F(SubscriberWaitTest, WakeIsServedBeforeTheMessageThatFollowsIt) {
     EXPECT_TRUE(TakeScripted());
 }
 
-TEST_F(SubscriberWaitTest, UntimedTakerSleepsOnAfterAWakeUpWithoutAReason) {
+TEST_F(SubscriberWaitTest, UntimedConsumerSleepsOnAfterAWakeUpWithoutAReason) {
     waits->actions = {[] { return true; }, [this] { return untimed.Wake(); }};
     EXPECT_FALSE(untimed.WaitForMessage(message, context));
     EXPECT_THAT(waits->timeouts, ElementsAre(milliseconds(0), milliseconds(0)));

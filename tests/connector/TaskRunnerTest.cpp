@@ -172,16 +172,17 @@ TEST_F(TaskRunnerTest, TaskIsNotGivenAMessageThatHasAnotherTypeByThen) {
       public:
         CFickle() : CTestMessage(MessageType::KillProcessByPid, "") {}
         MessageType GetMessageType() const override {
-            return asked_++ == 0 ? MessageType::KillProcessByPid : MessageType::ApplyPolicy;
+            return asked++ == 0 ? MessageType::KillProcessByPid : MessageType::ApplyPolicy;
         }
 
-      private:
-        mutable int asked_ = 0;
+        mutable int asked = 0;  // by who looks for its tasks, then by the task's turn
     };
     CScriptedTask& task = AddTask();
     StartAndConnect();
-    host.bus->Subscriptions()[0].subscriber->Push(boost::make_shared<CFickle>(), {});
+    const auto message = boost::make_shared<CFickle>();
+    host.bus->Subscriptions()[0].subscriber->Push(message, {});
     Finish();
+    EXPECT_EQ(message->asked, 2);
     EXPECT_EQ(task.ExecutionCount(), 0u);
     EXPECT_THAT(LinesWhileConnected(), IsEmpty());
 }

@@ -41,7 +41,7 @@ void OvModuleFixture::InitializeAndConnect() {
 void OvModuleFixture::StartAndConnect() {
     Initialize();
     module_->Start();
-    // The processing thread waits for messages, the watch sleeps.
+    // The task thread waits for messages, the watch sleeps.
     ASSERT_TRUE(clock_->AwaitWaiters(1));
     ASSERT_TRUE(AwaitWatchAsleep());
 }
