@@ -206,7 +206,7 @@ void CConversation::AnswerPings(Argument argument) {
 }
 
 void CConversation::SetArea(Argument argument) {
-    constexpr std::uint32_t kPlaces[] = {12, 20, 24, 32, 60, 100, 104, 108, 112, 204};
+    constexpr std::uint32_t kPlaces[] = {12, 20, 24, 32, 64, 100, 104, 108, 112, 204};
     constexpr std::uint32_t kWords[] = {0, 1, 7, 8, 100, 200, 0x1004000, 0xFFFFFFFF};
     Base::StoreLittleEndian(product_->broadcastArea.data() + kPlaces[argument % std::size(kPlaces)],
                             kWords[argument / 16 % std::size(kWords)]);

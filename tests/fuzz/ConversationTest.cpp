@@ -15,6 +15,7 @@ using ::testing::Not;
 constexpr std::uint8_t kTask = 0;
 constexpr std::uint8_t kAnswerAlways = 4;
 constexpr std::uint8_t kAnswerPings = 5;
+constexpr std::uint8_t kSetArea = 6;
 constexpr std::uint8_t kPassTime = 9;
 constexpr std::uint8_t kPassToNextWait = 10;
 constexpr std::uint8_t kHostCalls = 11;
@@ -23,6 +24,8 @@ constexpr std::uint8_t kHostCalls = 11;
 constexpr std::uint8_t kRefuse = 4;          // of an answer
 constexpr std::uint8_t kUnreachable = 1;     // of an answer to pings
 constexpr std::uint8_t kStopGracefully = 1;  // of a call
+constexpr std::uint8_t kStatusIsOne = 23;    // of the area: place 3, word 1
+constexpr std::uint8_t kResultsAreOne = 24;  // of the area: place 4, word 1
 
 std::vector<std::string> Life(const std::vector<std::uint8_t>& input) {
     CConversation conversation;
@@ -62,6 +65,14 @@ TEST(ConversationTest, ProductIsReachedAsSoonAsItAnswersAgain) {
     };
     EXPECT_EQ(sent(away), 1);
     EXPECT_EQ(sent(back), 2);
+}
+
+// A product that has just been met announces whatever it has; the second announcement is the
+// area's.
+TEST(ConversationTest, AreaAnnouncesAStatusAndResults) {
+    const auto lines = Life({kSetArea, kStatusIsOne, kSetArea, kResultsAreOne, kPassToNextWait, 1});
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "2 Received broadcast 2"), 2);
+    EXPECT_EQ(std::count(lines.begin(), lines.end(), "2 Received broadcast 8"), 2);
 }
 
 TEST(ConversationTest, GracefulStopEndsTheQueue) {
