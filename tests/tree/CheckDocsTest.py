@@ -57,6 +57,20 @@ class CheckDocs(TreeCheck):
         self.write("README.md", "`docs/parts/`")
         self.assert_finds("README.md:1: no folder docs/parts/")
 
+    def test_name_that_the_code_has_holds(self):
+        self.write("base/Gate.cpp", "void CGate::OpenWide() {}")
+        self.write("README.md", "`OpenWide`, `CGate`, `wide`, `<Name>Gate`, and UnquotedGate")
+        self.assert_holds()
+
+    def test_name_that_the_code_has_not_is_found(self):
+        self.write("base/Gate.cpp", "void CGate::OpenWideAgain() {}")
+        self.write("README.md", "", "`kGates` and `OpenWide`")
+        self.assert_finds("README.md:2: no kGates in the code", "README.md:2: no OpenWide in the code")
+
+    def test_name_in_another_text_is_not_in_the_code(self):
+        self.write("README.md", "`OpenWide`")
+        self.assert_finds("README.md:1: no OpenWide in the code")
+
     def test_file_is_no_folder_and_a_folder_no_file(self):
         self.write("base/parts.h/Part.h")
         self.write("README.md", "`base/Clock.h/`", "`base/parts.h`")
