@@ -11,14 +11,6 @@ Kernel::MessageType CTFDERequest::GetMessageType() const {
 std::string CTFDERequest::GetName() const {
     return "TFDERequest";
 }
-bool CTFDERequest::Equals(const Kernel::IMessage& other) const {
-    const auto* same = dynamic_cast<const CTFDERequest*>(&other);
-    return same != nullptr && same->requestType_ == requestType_;
-}
-void CTFDERequest::SetRequestType(std::int32_t requestType) {
-    CheckWritable();
-    requestType_ = requestType;
-}
 
 }  // namespace TFDEConnector
 
@@ -30,14 +22,6 @@ Kernel::MessageType CTchRequest::GetMessageType() const {
 }
 std::string CTchRequest::GetName() const {
     return "TchRequest";
-}
-bool CTchRequest::Equals(const Kernel::IMessage& other) const {
-    const auto* same = dynamic_cast<const CTchRequest*>(&other);
-    return same != nullptr && same->requestType_ == requestType_;
-}
-void CTchRequest::SetRequestType(std::int32_t requestType) {
-    CheckWritable();
-    requestType_ = requestType;
 }
 
 }  // namespace TCHConnector
