@@ -16,10 +16,7 @@ std::string CEnableFDEMaintenanceMode::GetName() const {
 
 bool CEnableFDEMaintenanceMode::Equals(const Kernel::IMessage& other) const {
     const auto* same = dynamic_cast<const CEnableFDEMaintenanceMode*>(&other);
-    return same != nullptr && same->type_ == type_ &&
-           GetFirstIdentifier().uuid() == same->GetFirstIdentifier().uuid() &&
-           GetSecondIdentifier().uuid() == same->GetSecondIdentifier().uuid() &&
-           GetThirdIdentifier().uuid() == same->GetThirdIdentifier().uuid() &&
+    return same != nullptr && same->type_ == type_ && HasSameIdentifiers(*same) &&
            configuration_.SerializePartialAsString() ==
                same->configuration_.SerializePartialAsString();
 }

@@ -6,24 +6,6 @@
 
 namespace Kyr::Common::Message {
 
-namespace {
-
-bool SameIdentifiers(const CTask& left, const CTask& right) {
-    return left.GetFirstIdentifier().uuid() == right.GetFirstIdentifier().uuid() &&
-           left.GetSecondIdentifier().uuid() == right.GetSecondIdentifier().uuid() &&
-           left.GetThirdIdentifier().uuid() == right.GetThirdIdentifier().uuid();
-}
-
-template <typename Task>
-bool SameTask(const Task& task, const Kernel::IMessage& other) {
-    const auto* same = dynamic_cast<const Task*>(&other);
-    return same != nullptr && SameIdentifiers(task, *same) &&
-           task.GetPayload().SerializePartialAsString() ==
-               same->GetPayload().SerializePartialAsString();
-}
-
-}  // namespace
-
 CWriteControl::~CWriteControl() = default;
 bool CWriteControl::IsReadOnly() const {
     return readOnly_;
@@ -56,6 +38,10 @@ void CTask::SetIdentifiers(const Uuid& first, const Uuid& second, const Uuid& th
     second_ = second;
     third_ = third;
 }
+bool CTask::HasSameIdentifiers(const CTask& other) const {
+    return first_.uuid() == other.first_.uuid() && second_.uuid() == other.second_.uuid() &&
+           third_.uuid() == other.third_.uuid();
+}
 
 namespace Connectors::OvAgentConnector::Task {
 
@@ -66,13 +52,6 @@ Kernel::MessageType CKillProcessByPid::GetMessageType() const {
 std::string CKillProcessByPid::GetName() const {
     return "KillProcessByPid";
 }
-bool CKillProcessByPid::Equals(const Kernel::IMessage& other) const {
-    return SameTask(*this, other);
-}
-void CKillProcessByPid::SetPayload(const Payload& payload) {
-    CheckWritable();
-    payload_ = payload;
-}
 
 CBlockExecutableByHash::~CBlockExecutableByHash() = default;
 Kernel::MessageType CBlockExecutableByHash::GetMessageType() const {
@@ -80,13 +59,6 @@ Kernel::MessageType CBlockExecutableByHash::GetMessageType() const {
 }
 std::string CBlockExecutableByHash::GetName() const {
     return "BlockExecutableByHash";
-}
-bool CBlockExecutableByHash::Equals(const Kernel::IMessage& other) const {
-    return SameTask(*this, other);
-}
-void CBlockExecutableByHash::SetPayload(const Payload& payload) {
-    CheckWritable();
-    payload_ = payload;
 }
 
 }  // namespace Connectors::OvAgentConnector::Task

@@ -20,6 +20,9 @@ class CTask : public CMessage {
     /// Throws std::runtime_error "Message is read only".
     void SetIdentifiers(const Uuid& first, const Uuid& second, const Uuid& third);
 
+  protected:
+    bool HasSameIdentifiers(const CTask& other) const;
+
   private:
     Uuid first_;
     Uuid second_;
