@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <optional>
@@ -44,6 +45,22 @@ void AwaitFree(CMutex& mutex) {
 
 class MutexTest : public testing::Test {
   protected:
+    /// Waits with `wait` until another thread, which needs the lock for it, has notified.
+    void AwaitNotice(const std::function<void(CLock&)>& wait) {
+        bool done = false;
+        CLock lock(mutex_);
+        boost::thread other([&] {
+            const CLock own(mutex_);
+            done = true;
+            condition_.NotifyAll();
+        });
+        while (!done) {
+            wait(lock);
+        }
+        lock.Unlock();
+        other.join();
+    }
+
     CMutex mutex_;
     std::optional<CCompetitor> competitor_;  // waits behind the locks of a test
     CCondition condition_;
@@ -102,19 +119,10 @@ TEST_F(MutexTest, ExceptionOutOfAPauseLeavesTheMutexFree) {
 }
 
 TEST_F(MutexTest, NotifiedWaiterHoldsTheLockAgain) {
-    bool done = false;
-    CLock lock(mutex_);
-    boost::thread other([&] {
-        const CLock own(mutex_);
-        done = true;
-        condition_.NotifyAll();
-    });
-    while (!done) {
+    AwaitNotice([this](CLock& lock) {
         condition_.Wait(lock);
-    }
-    EXPECT_TRUE(lock.IsHeld());
-    lock.Unlock();
-    other.join();
+        EXPECT_TRUE(lock.IsHeld());
+    });
 }
 
 TEST_F(MutexTest, WaitIsFalseWhenItsTimeHasPassed) {
@@ -126,20 +134,9 @@ TEST_F(MutexTest, WaitIsFalseWhenItsTimeHasPassed) {
 }
 
 TEST_F(MutexTest, WaitThatIsNotifiedInTimeIsTrue) {
-    bool done = false;
     bool inTime = false;
-    CLock lock(mutex_);
-    boost::thread other([&] {
-        const CLock own(mutex_);
-        done = true;
-        condition_.NotifyAll();
-    });
-    while (!done) {
-        inTime = condition_.WaitFor(lock, hours(1));
-    }
+    AwaitNotice([&](CLock& lock) { inTime = condition_.WaitFor(lock, hours(1)); });
     EXPECT_TRUE(inTime);
-    lock.Unlock();
-    other.join();
 }
 
 TEST_F(MutexTest, InterruptedWaiterHoldsTheLockWhileItLeaves) {

@@ -35,9 +35,25 @@ class ASystemClock : public ::testing::Test {
         return interrupted;
     }
 
+    /// Waits with `wait` until another thread, which needs the lock for it, has signalled.
+    void AwaitSignal(const std::function<void(CLock&)>& wait) {
+        CLock lock(mutex_);
+        boost::thread thread([this] {
+            const CLock own(mutex_);
+            signalled_ = true;
+            condition_.NotifyOne();
+        });
+        while (!signalled_) {
+            wait(lock);
+        }
+        lock.Unlock();
+        thread.join();
+    }
+
     boost::shared_ptr<IClock> clock_ = SystemClock();
     CMutex mutex_;
     CCondition condition_;
+    bool signalled_ = false;
 };
 
 TEST_F(ASystemClock, IsOneForTheProcess) {
@@ -117,35 +133,13 @@ TEST_F(ASystemClock, InterruptedWaitHoldsItsLockAgain) {
 }
 
 TEST_F(ASystemClock, WaitEndsWhenSignalled) {
-    bool signalled = false;
-    CLock lock(mutex_);
-    boost::thread thread([&] {
-        const CLock own(mutex_);
-        signalled = true;
-        condition_.NotifyOne();
-    });
-    while (!signalled) {
-        clock_->Wait(condition_, lock);
-    }
-    lock.Unlock();
-    thread.join();
-    EXPECT_TRUE(signalled);
+    AwaitSignal([this](CLock& lock) { clock_->Wait(condition_, lock); });
+    EXPECT_TRUE(signalled_);
 }
 
 TEST_F(ASystemClock, TimedWaitThatIsSignalledIsTrue) {
-    bool signalled = false;
     bool inTime = false;
-    CLock lock(mutex_);
-    boost::thread thread([&] {
-        const CLock own(mutex_);
-        signalled = true;
-        condition_.NotifyOne();
-    });
-    while (!signalled) {
-        inTime = clock_->WaitFor(condition_, lock, hours(1));
-    }
-    lock.Unlock();
-    thread.join();
+    AwaitSignal([&](CLock& lock) { inTime = clock_->WaitFor(condition_, lock, hours(1)); });
     EXPECT_TRUE(inTime);
 }
 
