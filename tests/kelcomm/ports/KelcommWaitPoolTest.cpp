@@ -71,6 +71,26 @@ class KelcommWaitPoolTest : public testing::Test {
         return pool_->Exchange(reinterpret_cast<NtApi::Handle>(8), request.bytes, reply.bytes);
     }
 
+    /// Posts window messages to the caller; the last to be dispatched opens the door.
+    void PostMessages(int count) {
+        native_.waits.onDispatch = [this, count] {
+            if (native_.waits.dispatched == count) {
+                door_.Open();
+            }
+        };
+        native_.threads.PostMessages(count);
+    }
+
+    /// The time passes once closing waits for the threads.
+    void CloseWhileASecondPasses() {
+        std::thread clock([this] {
+            native_.threads.AwaitWaiter(1000);
+            native_.threads.Advance(1000);
+        });
+        pool_->Close();
+        clock.join();
+    }
+
     CDoor door_;
     CScriptedNative native_;
     std::unique_ptr<CKelcommWaitPool> pool_;
@@ -172,12 +192,7 @@ TEST_F(KelcommWaitPoolTest, IdleThreadEndsAfterAMinute) {
 }
 
 TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
-    native_.waits.onDispatch = [this] {
-        if (native_.waits.dispatched == 3) {
-            door_.Open();
-        }
-    };
-    native_.threads.PostMessages(3);
+    PostMessages(3);
     EXPECT_EQ(0, Exchange('w'));
     EXPECT_EQ(3, native_.waits.translated);
     EXPECT_EQ(3, native_.waits.dispatched);
@@ -186,12 +201,7 @@ TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
 }
 
 TEST_F(KelcommWaitPoolTest, MessageIsTranslatedBeforeItIsDispatched) {
-    native_.waits.onDispatch = [this] {
-        if (native_.waits.dispatched == 2) {
-            door_.Open();
-        }
-    };
-    native_.threads.PostMessages(2);
+    PostMessages(2);
     EXPECT_EQ(0, Exchange('w'));
     EXPECT_EQ(
         std::vector<std::string>({"translated 1", "dispatched 1", "translated 2", "dispatched 2"}),
@@ -317,12 +327,7 @@ TEST_F(KelcommWaitPoolTest, ThreadsAreWaitedForInGroupsOfSixtyFour) {
 TEST_F(KelcommWaitPoolTest, ThreadThatDoesNotFinishInASecondIsTerminated) {
     std::thread caller([this] { EXPECT_EQ(kUnsuccessful, Exchange('w')); });
     door_.AwaitWaiting(1);
-    std::thread clock([this] {
-        native_.threads.AwaitWaiter(1000);
-        native_.threads.Advance(1000);
-    });
-    pool_->Close();
-    clock.join();
+    CloseWhileASecondPasses();
     caller.join();  // its exchange is given up with the thread
     EXPECT_EQ(1, native_.threads.TerminatedThreads());
     EXPECT_EQ(0U, native_.threads.OpenHandles());
@@ -335,12 +340,7 @@ TEST_F(KelcommWaitPoolTest, OneSecondIsAllThatTheGroupsGetTogether) {
         callers.emplace_back([this] { EXPECT_EQ(kUnsuccessful, Exchange('w')); });
     }
     door_.AwaitWaiting(65);
-    std::thread clock([this] {
-        native_.threads.AwaitWaiter(1000);
-        native_.threads.Advance(1000);
-    });
-    pool_->Close();
-    clock.join();
+    CloseWhileASecondPasses();
     for (std::thread& caller : callers) {
         caller.join();
     }
@@ -358,12 +358,7 @@ TEST_F(KelcommWaitPoolTest, ThreadThatCannotBeTerminatedKeepsItsCaller) {
         returned = true;
     });
     door_.AwaitWaiting(1);
-    std::thread clock([this] {
-        native_.threads.AwaitWaiter(1000);
-        native_.threads.Advance(1000);
-    });
-    pool_->Close();
-    clock.join();
+    CloseWhileASecondPasses();
     EXPECT_FALSE(returned);  // the thread still writes to the caller's messages
     door_.Open();
     caller.join();
