@@ -21,6 +21,12 @@ bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const 
 NtApi::NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port,
                               const MessageIds& ids, std::uint32_t entryIndex, std::size_t size);
 
+/// Calls `move(record, lock)` when so many bytes of the data entry may be read or written, and are
+/// any; the record's mutex is held by `lock`. A status of ReadRequestData.
+template <typename Move>
+NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
+                              std::uint32_t entryIndex, std::size_t size, Move move);
+
 /// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on
 /// when the connection is completed.
 NtApi::NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
@@ -54,6 +60,18 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fi
     const NtApi::NtStatus status = connection->Send(packet);
     EndPendingMessage(record);
     return status;
+}
+
+template <typename Move>
+NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
+                              std::uint32_t entryIndex, std::size_t size, Move move) {
+    const auto record = FindPendingMessage(ids.messageId);
+    if (!record) {
+        return NtApi::kStatusReplyMessageMismatch;
+    }
+    std::unique_lock<std::mutex> lock(record->mutex);
+    const NtApi::NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
+    return status != NtApi::kStatusSuccess || size == 0 ? status : move(*record, lock);
 }
 
 }  // namespace Kyr::PortLayer::Detail

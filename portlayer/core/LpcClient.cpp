@@ -37,6 +37,13 @@ NtStatus CheckMessage(const CLpcClientPort& port, const void* message, DataBlock
     return ReadDataBlock(message, TotalLength(message), block);
 }
 
+/// The port of the handle and the data block of the message that is to be sent through it.
+NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcClientPort>& port,
+                      DataBlock& block) {
+    port = Find<CLpcClientPort>(handle);
+    return port ? CheckMessage(*port, message, block) : kStatusInvalidHandle;
+}
+
 // The caller trusts the lengths in the header, and its buffer holds the longest message, no more.
 bool IsValidReply(const std::uint8_t* reply, std::size_t length) {
     return length >= LpcLayout().headerSize && length <= LpcLayout().maxMessage &&
@@ -94,12 +101,9 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
 }
 
 NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
-    const auto port = Find<CLpcClientPort>(handle);
-    if (!port) {
-        return kStatusInvalidHandle;
-    }
+    std::shared_ptr<CLpcClientPort> port;
     DataBlock block;
-    const NtStatus status = CheckMessage(*port, request, block);
+    const NtStatus status = CheckSending(handle, request, port, block);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -114,12 +118,9 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
 }
 
 NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
-    const auto port = Find<CLpcClientPort>(handle);
-    if (!port) {
-        return kStatusInvalidHandle;
-    }
+    std::shared_ptr<CLpcClientPort> port;
     DataBlock block;
-    const NtStatus status = CheckMessage(*port, request, block);
+    const NtStatus status = CheckSending(handle, request, port, block);
     if (status != kStatusSuccess) {
         return status;
     }

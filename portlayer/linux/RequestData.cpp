@@ -270,51 +270,38 @@ void ClearRequestData(PendingMessage& record) {
 
 NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                          void* buffer, std::size_t size) {
-    const auto record = FindPendingMessage(ids.messageId);
-    if (!record) {
-        return kStatusReplyMessageMismatch;
-    }
-    std::unique_lock<std::mutex> lock(record->mutex);
-    const NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
-    if (status != kStatusSuccess || size == 0) {
-        return status;
-    }
-    auto* const bytes = static_cast<std::uint8_t*>(buffer);
-    // The request may have been answered while the client was asked for the bytes.
-    if (!ReadEntry(*record, lock, entryIndex, bytes, size) || !IsOpenRequest(*record, port, ids)) {
-        return kStatusReplyMessageMismatch;
-    }
-    PendingWrite* const write = FindWrite(DataOf(*record), entryIndex);
-    if (write != nullptr && write->size != 0) {
-        std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
-    }
-    return kStatusSuccess;
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, auto& lock) {
+        auto* const bytes = static_cast<std::uint8_t*>(buffer);
+        // The request may have been answered while the client was asked for the bytes.
+        if (!ReadEntry(record, lock, entryIndex, bytes, size) ||
+            !IsOpenRequest(record, port, ids)) {
+            return kStatusReplyMessageMismatch;
+        }
+        PendingWrite* const write = FindWrite(DataOf(record), entryIndex);
+        if (write != nullptr && write->size != 0) {
+            std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
+        }
+        return kStatusSuccess;
+    });
 }
 
 NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                           const void* buffer, std::size_t size) {
-    const auto record = FindPendingMessage(ids.messageId);
-    if (!record) {
-        return kStatusReplyMessageMismatch;
-    }
-    const std::lock_guard<std::mutex> lock(record->mutex);
-    const NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
-    if (status != kStatusSuccess || size == 0) {
-        return status;
-    }
-    PendingWrite* write = FindWrite(DataOf(*record), entryIndex);
-    if (write == nullptr) {
-        write = &NewWrite(DataOf(*record), entryIndex);
-    }
-    // A shorter write leaves the end of a longer one, as it would in the client's memory.
-    if (size > write->size) {
-        if (!Grow(*record, *write, size)) {
-            return kStatusNoMemory;
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, const auto&) {
+        PendingWrite* write = FindWrite(DataOf(record), entryIndex);
+        if (write == nullptr) {
+            write = &NewWrite(DataOf(record), entryIndex);
         }
-        write->size = size;
-    }
-    std::memcpy(BytesOf(*write), buffer, size);
-    return kStatusSuccess;
+        // A shorter write leaves the end of a longer one, as it would in the client's memory.
+        if (size > write->size) {
+            if (!Grow(record, *write, size)) {
+                return kStatusNoMemory;
+            }
+            write->size = size;
+        }
+        std::memcpy(BytesOf(*write), buffer, size);
+        return kStatusSuccess;
+    });
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -37,21 +37,15 @@ namespace {
 template <typename Move>
 NtStatus Transfer(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                   std::size_t size, Move move) {
-    const auto record = FindPendingMessage(ids.messageId);
-    if (!record) {
-        return kStatusReplyMessageMismatch;
-    }
-    // Held until the bytes have moved: nobody may let the client go on meanwhile.
-    const std::lock_guard<std::mutex> lock(record->mutex);
-    const NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
-    if (status != kStatusSuccess || size == 0) {
-        return status;
-    }
-    // As long as the client waits its memory stands. One that has died makes the move fail.
-    const auto& channel = static_cast<const CPipeChannel&>(record->connection->Channel());
-    SIZE_T moved = 0;
-    const BOOL done = move(channel.PeerProcess(), record->entries.entries[entryIndex].base, moved);
-    return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
+    // The lock is held until the bytes have moved: nobody may let the client go on meanwhile.
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, const auto&) {
+        // As long as the client waits its memory stands. One that has died makes the move fail.
+        const auto& channel = static_cast<const CPipeChannel&>(record.connection->Channel());
+        SIZE_T moved = 0;
+        const BOOL done =
+            move(channel.PeerProcess(), record.entries.entries[entryIndex].base, moved);
+        return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
+    });
 }
 
 }  // namespace
