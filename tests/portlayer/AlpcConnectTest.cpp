@@ -12,30 +12,17 @@ using namespace NtApi;
 
 class AlpcConnectTest : public AlpcPortFixture {
   protected:
-    void Receive(Handle port, Bytes& message) {
-        message.assign(kAlpcMaxMessage, 0);
+    Bytes Receive(Handle port) {
+        Bytes message(kAlpcMaxMessage);
         std::size_t length = message.size();
         EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(),
                                                     &length, nullptr, nullptr),
                   kStatusSuccess);
+        return message;
     }
     NtStatus Accept(Handle server, Bytes& message, bool accept, Handle& accepted) {
         return Ports().NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
                                                message.data(), nullptr, accept ? 1 : 0);
-    }
-    /// Serves in silence; `asked` is set when a request has come.
-    void ServeSilence(std::promise<void>& asked) {
-        Serve([&](ReceivedCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                asked.set_value();
-            }
-        });
-    }
-    std::future<NtStatus> AskInBackground(Handle port) {
-        return std::async(std::launch::async, [this, port] {
-            Bytes reply;
-            return Exchange(port, AlpcMessage({}), reply);
-        });
     }
 };
 INSTANTIATE_TEST_SUITE_P(Backends, AlpcConnectTest, Backends(), BackendName);
@@ -55,8 +42,7 @@ TEST_P(AlpcConnectTest, ConnectionMessageCrossesBothWays) {
         EXPECT_EQ(AlpcData(message.data()), ToBytes("from him"));
         return port;
     });
-    Bytes message;
-    Receive(server, message);
+    Bytes message = Receive(server);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
     EXPECT_EQ(AlpcData(message.data()), ToBytes("KelComm "));
     std::memcpy(message.data() + 24, "from him", 8);
@@ -73,8 +59,7 @@ TEST_P(AlpcConnectTest, RefusedClientIsTold) {
         Handle port = nullptr;
         return TryConnect(port);
     });
-    Bytes message;
-    Receive(server, message);
+    Bytes message = Receive(server);
     Handle accepted = nullptr;
     EXPECT_EQ(Accept(server, message, false, accepted), kStatusSuccess);
     EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
@@ -110,11 +95,9 @@ TEST_P(AlpcConnectTest, ServerHearsOfAClientThatCloses) {
 }
 
 TEST_P(AlpcConnectTest, DisconnectingEndsTheWaitAndThePort) {
-    std::promise<void> asked;
-    ServeSilence(asked);
+    Serve(Silence());
     const Handle port = Connect();
-    auto asking = AskInBackground(port);
-    asked.get_future().get();
+    auto asking = AskInVain(port);
     EXPECT_EQ(Ports().NtAlpcDisconnectPort(port, 0), kStatusSuccess);
     EXPECT_EQ(asking.get(), kStatusPortDisconnected);
     Bytes reply;
@@ -124,11 +107,9 @@ TEST_P(AlpcConnectTest, DisconnectingEndsTheWaitAndThePort) {
 }
 
 TEST_P(AlpcConnectTest, ServerThatClosesEndsEveryWait) {
-    std::promise<void> asked;
-    ServeSilence(asked);
+    Serve(Silence());
     const Handle port = Connect();
-    auto first = AskInBackground(port);
-    asked.get_future().get();
+    auto first = AskInVain(port);
     StopServer();
     EXPECT_EQ(first.get(), kStatusPortDisconnected);
     Ports().CloseHandle(port);
@@ -138,19 +119,14 @@ TEST_P(AlpcConnectTest, KilledServerDisconnects) {
     CChildProcess server([this](CChildProcess& self) {
         const Handle port = CreatePort();
         self.Ready();
-        Bytes message;
-        Receive(port, message);
+        Bytes message = Receive(port);
         Handle accepted = nullptr;
         Accept(port, message, true, accepted);
-        Receive(port, message);
+        Receive(port);
         self.KillSelf();
     });
     server.AwaitReady();
-    const Handle port = Connect();
-    Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-    Ports().CloseHandle(port);
+    ExpectGivenUp();
     server.Kill();
     Handle again = nullptr;
     EXPECT_EQ(TryConnect(again), kStatusObjectNameNotFound);

@@ -11,34 +11,21 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcExchangeTest : public AlpcPortFixture {
-  protected:
-    void ServeEcho(int threads = 1) {
-        Serve(
-            [](ReceivedCall& call) {
-                if (Kind(call.message.data()) == kLpcRequest) {
-                    EXPECT_EQ(call.Reply(call.Data()), kStatusSuccess);
-                }
-            },
-            threads);
-    }
-};
+class AlpcExchangeTest : public AlpcPortFixture {};
 INSTANTIATE_TEST_SUITE_P(Backends, AlpcExchangeTest, Backends(), BackendName);
 
 TEST_P(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
-    Serve([](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Data(), ToBytes("question"));
-            EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
-        }
-    });
+    Serve(OnRequests([](ReceivedCall& call) {
+        EXPECT_EQ(call.Data(), ToBytes("question"));
+        EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
+    }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
     EXPECT_EQ(Ports().CloseHandle(port), 1);
 }
 
 TEST_P(AlpcExchangeTest, LongestMessageCrossesBothWays) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     const Bytes data = Pattern(0xFFEF - 24);
     EXPECT_EQ(Ask(port, data), data);
@@ -46,7 +33,7 @@ TEST_P(AlpcExchangeTest, LongestMessageCrossesBothWays) {
 }
 
 TEST_P(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage(Pattern(0xFFEF - 23)), reply), kStatusPortMessageTooLong);
@@ -56,7 +43,7 @@ TEST_P(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
 }
 
 TEST_P(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     for (const std::uint16_t total : {23, 27, 29, 0}) {
         Bytes request = AlpcMessage(ToBytes("abcd"));
@@ -68,7 +55,7 @@ TEST_P(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
 }
 
 TEST_P(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
     EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
@@ -78,7 +65,7 @@ TEST_P(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
 }
 
 TEST_P(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
     std::size_t length = request.size();
@@ -91,10 +78,7 @@ TEST_P(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
 
 TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
-    Serve([&](ReceivedCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([&](ReceivedCall& call) {
         // The sender did not release it, so the continuation flag stands beside the kind.
         EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 0x2001);
         EXPECT_EQ(Get<std::uint32_t>(call.message.data(), 8), CurrentProcessId());
@@ -103,7 +87,7 @@ TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
         EXPECT_NE(messageId, 0u);
         EXPECT_EQ(call.attributes.Context().MessageId, messageId);
         call.Reply({});
-    });
+    }));
     const Handle port = Connect();
     Bytes reply;
     ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
@@ -129,13 +113,11 @@ TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
 
 TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
     std::promise<void> checked;
-    Serve([&](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
-            EXPECT_EQ(call.Reply(ToBytes("second")), kStatusInvalidMessage);
-            checked.set_value();
-        }
-    });
+    Serve(OnRequests([&](ReceivedCall& call) {
+        EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
+        EXPECT_EQ(call.Reply(ToBytes("second")), kStatusInvalidMessage);
+        checked.set_value();
+    }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
@@ -143,11 +125,9 @@ TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
 }
 
 TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
-    Serve([](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
-        }
-    });
+    Serve(OnRequests([](ReceivedCall& call) {
+        EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
+    }));
     const Handle port = Connect();
     Bytes reply;
     ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
@@ -158,7 +138,7 @@ TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
 }
 
 TEST_P(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage(Pattern(100));
     Bytes reply(60);
@@ -201,15 +181,12 @@ TEST_P(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
 TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     std::promise<void> timedOut;
     auto waitForTimeOut = timedOut.get_future().share();
-    Serve([&](ReceivedCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([&](ReceivedCall& call) {
         if (call.Data() == ToBytes("slow")) {
             waitForTimeOut.wait();
         }
         EXPECT_EQ(call.Reply(call.Data(), 0, nullptr), kStatusSuccess);
-    });
+    }));
     const Handle port = Connect();
     std::int64_t timeout = Within(std::chrono::milliseconds(3));
     Bytes reply;
@@ -223,7 +200,7 @@ TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
 }
 
 TEST_P(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     std::int64_t timeout = Within(std::chrono::seconds(60));
     Bytes reply;
@@ -234,20 +211,9 @@ TEST_P(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
 }
 
 TEST_P(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
-    ServeEcho(3);
+    Serve(OnRequests(Echo), 3);
     const Handle port = Connect();
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 6; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < 150; ++i) {
-                const Bytes data = ToBytes(std::to_string(thread) + ":" + std::to_string(i));
-                ASSERT_EQ(Ask(port, data), data);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    AskOnThreads(port, 6, 150);
     Ports().CloseHandle(port);
 }
 

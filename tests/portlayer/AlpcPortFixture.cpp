@@ -179,14 +179,25 @@ NtStatus AlpcPortFixture::Release(Handle port, Bytes& message, CAttributes* attr
                                              nullptr, nullptr, nullptr, nullptr);
 }
 
+void AlpcPortFixture::ExpectGivenUp() {
+    const Handle port = Connect();
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    Ports().CloseHandle(port);
+}
+
 NtStatus AlpcPortFixture::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {
     return Release(port, message, attributes);
 }
 
-Bytes AlpcPortFixture::Ask(Handle port, const Bytes& data) {
+NtStatus AlpcPortFixture::TryAsk(Handle port, const Bytes& data, Bytes& answer) {
     Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage(data), reply), kStatusSuccess);
-    return AlpcData(reply.data());
+    const NtStatus status = Exchange(port, AlpcMessage(data), reply);
+    if (status == kStatusSuccess) {
+        answer = AlpcData(reply.data());
+    }
+    return status;
 }
 
 }  // namespace Kyr::Test

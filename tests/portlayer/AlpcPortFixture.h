@@ -1,11 +1,10 @@
 // An advanced port served by threads of the test, and clients of it.
 #pragma once
 
-#include <functional>
 #include <mutex>
 #include <thread>
 
-#include "tests/portlayer/PortFixture.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -43,10 +42,8 @@ struct ReceivedCall {
     NtStatus ReplyWithView(const Bytes& data, const Bytes& viewBytes);
 };
 
-class AlpcPortFixture : public PortFixture {
+class AlpcPortFixture : public ServedPortFixture<ReceivedCall> {
   protected:
-    using Handler = std::function<void(ReceivedCall&)>;
-
     void TearDown() override;
 
     Handle CreatePort(std::size_t maxMessage = NtApi::kAlpcMaxMessage);
@@ -61,9 +58,11 @@ class AlpcPortFixture : public PortFixture {
     NtStatus Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent = nullptr,
                       CAttributes* received = nullptr, std::int64_t* timeout = nullptr);
     NtStatus Release(Handle port, Bytes& message, CAttributes* attributes);
-    Bytes Ask(Handle port, const Bytes& data);
+    NtStatus TryAsk(Handle port, const Bytes& data, Bytes& answer) override;
     /// A section of the connection with a view that holds the bytes.
     NtApi::AlpcDataViewAttr MakeView(Handle port, const Bytes& bytes);
+    /// Connects, asks, and expects the connection to be given up.
+    void ExpectGivenUp();
     NtStatus SendOneWay(Handle port, Bytes message, CAttributes* attributes = nullptr);
 
   private:

@@ -12,18 +12,13 @@ using namespace NtApi;
 class AlpcViewTest : public AlpcPortFixture {
   protected:
     void ServeView(const Bytes& bytes) {
-        Serve([bytes](ReceivedCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                EXPECT_EQ(call.ReplyWithView(ToBytes("see view"), bytes), kStatusSuccess);
-            }
-        });
+        Serve(OnRequests([bytes](ReceivedCall& call) {
+            EXPECT_EQ(call.ReplyWithView(ToBytes("see view"), bytes), kStatusSuccess);
+        }));
     }
     /// Serves by answering with the bytes of the request's view, which it then deletes.
     void ServeViewEcho() {
-        Serve([](ReceivedCall& call) {
-            if (Kind(call.message.data()) != kLpcRequest) {
-                return;
-            }
+        Serve(OnRequests([](ReceivedCall& call) {
             EXPECT_TRUE(call.attributes.HasView());
             const AlpcDataViewAttr view = call.attributes.View();
             const auto* const bytes = static_cast<const std::uint8_t*>(view.ViewBase);
@@ -31,7 +26,7 @@ class AlpcViewTest : public AlpcPortFixture {
             EXPECT_EQ(call.ports.NtAlpcDeleteSectionView(call.client, 0, view.ViewBase),
                       kStatusSuccess);
             EXPECT_EQ(call.ReplyWithView({}, copy), kStatusSuccess);
-        });
+        }));
     }
     static Bytes BytesOf(CAttributes& attributes) {
         const auto* const bytes = static_cast<const std::uint8_t*>(attributes.View().ViewBase);
@@ -178,14 +173,12 @@ TEST_P(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
 }
 
 TEST_P(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
-    Serve([](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(
-                call.ports.NtAlpcDeleteSectionView(call.client, 0, call.attributes.View().ViewBase),
-                kStatusSuccess);
-            call.Reply({});
-        }
-    });
+    Serve(OnRequests([](ReceivedCall& call) {
+        EXPECT_EQ(
+            call.ports.NtAlpcDeleteSectionView(call.client, 0, call.attributes.View().ViewBase),
+            kStatusSuccess);
+        call.Reply({});
+    }));
     const Handle port = Connect();
     AlpcDataViewAttr view = {};
     // Above what the two ends keep mapped.
@@ -240,14 +233,12 @@ TEST_P(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
 }
 
 TEST_P(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
-    Serve([](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            if (call.Data() == ToBytes("slow")) {
-                std::this_thread::sleep_for(std::chrono::milliseconds(1));
-            }
-            EXPECT_EQ(call.ReplyWithView(call.Data(), Pattern(70000)), kStatusSuccess);
+    Serve(OnRequests([](ReceivedCall& call) {
+        if (call.Data() == ToBytes("slow")) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
         }
-    });
+        EXPECT_EQ(call.ReplyWithView(call.Data(), Pattern(70000)), kStatusSuccess);
+    }));
     const Handle port = Connect();
     int timeouts = 0;
     // More than one end can hold at once.

@@ -21,11 +21,8 @@ class LayerSettingsTest : public AlpcPortFixture {
     }
     /// A server that drops every client that asks.
     void ServeNobody() {
-        Serve([](ReceivedCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                call.ports.NtAlpcDisconnectPort(call.client, 0);
-            }
-        });
+        Serve(OnRequests(
+            [](ReceivedCall& call) { call.ports.NtAlpcDisconnectPort(call.client, 0); }));
     }
 };
 INSTANTIATE_TEST_SUITE_P(Layer, LayerSettingsTest, Backends(), BackendName);

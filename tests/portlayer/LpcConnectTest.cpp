@@ -13,26 +13,13 @@ using namespace NtApi;
 
 class LpcConnectTest : public LpcPortFixture {
   protected:
-    void Receive(Handle port, Bytes& message) {
-        message.assign(LpcLayout::kMaxMessage, 0);
+    Bytes Receive(Handle port) {
+        Bytes message(LpcLayout::kMaxMessage);
         EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), nullptr),
                   kStatusSuccess);
+        return message;
     }
     static void Ignore(CLpcCall&) {}
-    /// Serves in silence; `asked` is set when a request has come.
-    void ServeSilence(std::promise<void>& asked) {
-        Serve([&](CLpcCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                asked.set_value();
-            }
-        });
-    }
-    std::future<NtStatus> AskInBackground(Handle port) {
-        return std::async(std::launch::async, [this, port] {
-            Bytes reply;
-            return Exchange(port, LpcMessage({}), reply);
-        });
-    }
     std::future<NtStatus> ConnectInBackground() {
         return std::async(std::launch::async, [this] {
             Handle port = nullptr;
@@ -98,8 +85,7 @@ TEST_P(LpcConnectTest, PortsLongestMessageIsToldAndBoundsTheClient) {
         EXPECT_EQ(longest, 100u);
         return port;
     });
-    Bytes message;
-    Receive(server, message);
+    Bytes message = Receive(server);
     Handle accepted = nullptr;
     Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
     Ports().NtCompleteConnectPort(accepted);
@@ -129,8 +115,7 @@ TEST_P(LpcConnectTest, InformationCrossesBothWays) {
         EXPECT_EQ(information, ToBytes("from him"));
         return port;
     });
-    Bytes message;
-    Receive(server, message);
+    Bytes message = Receive(server);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
     EXPECT_EQ(LpcData(message.data()), ToBytes("KelComm "));
     std::memcpy(message.data() + LpcLayout::kHeaderSize, "from him", 8);
@@ -167,8 +152,7 @@ TEST_P(LpcConnectTest, ClientWaitsForTheCompletion) {
 TEST_P(LpcConnectTest, RefusedClientIsTold) {
     const Handle server = CreatePort();
     auto connecting = ConnectInBackground();
-    Bytes message;
-    Receive(server, message);
+    Bytes message = Receive(server);
     Handle accepted = server;
     EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 0, nullptr, nullptr),
               kStatusSuccess);
@@ -182,20 +166,17 @@ TEST_P(LpcConnectTest, RefusedClientIsTold) {
 TEST_P(LpcConnectTest, ServerThatClosesItsPortRefusesWaitingClients) {
     const Handle server = CreatePort();
     auto connecting = ConnectInBackground();
-    Bytes message;
-    Receive(server, message);
+    Receive(server);
     Ports().CloseHandle(server);
     EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
 }
 
 TEST_P(LpcConnectTest, ContextTellsTheClientsApart) {
     std::vector<std::uintptr_t> contexts;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            contexts.push_back(reinterpret_cast<std::uintptr_t>(call.context));
-            call.Reply({});
-        }
-    });
+    Serve(OnRequests([&](CLpcCall& call) {
+        contexts.push_back(reinterpret_cast<std::uintptr_t>(call.context));
+        call.Reply({});
+    }));
     const Handle first = Connect();
     const Handle second = Connect();
     Ask(second, {});
@@ -242,11 +223,9 @@ TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
 }
 
 TEST_P(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
-    std::promise<void> asked;
-    ServeSilence(asked);
+    Serve(Silence());
     const Handle port = Connect();
-    auto asking = AskInBackground(port);
-    asked.get_future().get();
+    auto asking = AskInVain(port);
     StopServer();
     EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
     Bytes reply;
@@ -260,12 +239,11 @@ TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
     CChildProcess server([this](CChildProcess& self) {
         const Handle port = CreatePort();
         self.Ready();
-        Bytes message;
-        Receive(port, message);
+        Bytes message = Receive(port);
         Handle accepted = nullptr;
         Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
         Ports().NtCompleteConnectPort(accepted);
-        Receive(port, message);
+        Receive(port);
         self.KillSelf();
     });
     server.AwaitReady();
@@ -279,11 +257,9 @@ TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
 }
 
 TEST_P(LpcConnectTest, ClosingTheClientsHandleEndsItsWait) {
-    std::promise<void> asked;
-    ServeSilence(asked);
+    Serve(Silence());
     const Handle port = Connect();
-    auto asking = AskInBackground(port);
-    asked.get_future().get();
+    auto asking = AskInVain(port);
     Ports().CloseHandle(port);
     EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
 }

@@ -13,12 +13,10 @@ class LpcDataTest : public LpcPortFixture {
   protected:
     /// Serves requests with `use`, then answers them.
     void ServeRequests(const std::function<void(CLpcCall&)>& use) {
-        Serve([use](CLpcCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                use(call);
-                EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
-            }
-        });
+        Serve(OnRequests([use](CLpcCall& call) {
+            use(call);
+            EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
+        }));
     }
     /// One request with these entries.
     void Offer(const std::vector<BlockEntry>& entries) {
@@ -175,10 +173,7 @@ TEST_P(LpcDataTest, TransferredCountIsTold) {
 TEST_P(LpcDataTest, AnsweredAndUnknownRequestsHaveNoData) {
     Bytes memory = Pattern(10);
     std::promise<void> checked;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([&](CLpcCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
         Bytes buffer(10);
         EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
@@ -186,7 +181,7 @@ TEST_P(LpcDataTest, AnsweredAndUnknownRequestsHaveNoData) {
         Put<std::uint32_t>(call.message.data(), LpcLayout::kMessageId, 0x3FFFFFFF);
         EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
         checked.set_value();
-    });
+    }));
     Offer({Entry(memory)});
     checked.get_future().get();
 }
@@ -242,13 +237,11 @@ TEST_P(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
 }
 
 TEST_P(LpcBadBlockTest, OnlyRequestsMayHaveABlock) {
-    Serve([](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), call.message.data()),
-                      kStatusInvalidParameter);
-            EXPECT_EQ(call.Reply({}), kStatusSuccess);
-        }
-    });
+    Serve(OnRequests([](CLpcCall& call) {
+        EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), call.message.data()),
+                  kStatusInvalidParameter);
+        EXPECT_EQ(call.Reply({}), kStatusSuccess);
+    }));
     const Handle port = Connect();
     std::uint8_t byte = 0;
     Bytes message = LpcMessageWithEntries({{&byte, 1}});

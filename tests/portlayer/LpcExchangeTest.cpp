@@ -1,6 +1,5 @@
 // Legacy ports: requests and replies, one-way messages, limits, kinds and ids.
 #include <future>
-#include <thread>
 
 #include "tests/portlayer/ChildProcess.h"
 #include "tests/portlayer/LpcPortFixture.h"
@@ -11,40 +10,28 @@ namespace {
 
 using namespace NtApi;
 
-class LpcExchangeTest : public LpcPortFixture {
-  protected:
-    /// Answers requests with what they brought, and ignores everything else.
-    void ServeEcho() {
-        Serve([](CLpcCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                EXPECT_EQ(call.Reply(call.Data()), kStatusSuccess);
-            }
-        });
-    }
-};
+class LpcExchangeTest : public LpcPortFixture {};
 INSTANTIATE_TEST_SUITE_P(Backends, LpcExchangeTest, Backends(), BackendName);
 
 TEST_P(LpcExchangeTest, RequestIsAnsweredWithTheServersData) {
-    Serve([](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Data(), ToBytes("question"));
-            EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
-        }
-    });
+    Serve(OnRequests([](CLpcCall& call) {
+        EXPECT_EQ(call.Data(), ToBytes("question"));
+        EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
+    }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
     EXPECT_EQ(Ports().CloseHandle(port), 1);
 }
 
 TEST_P(LpcExchangeTest, EmptyMessagesCross) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), Bytes());
     Ports().CloseHandle(port);
 }
 
 TEST_P(LpcExchangeTest, LongestMessageCrossesBothWays) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     const Bytes data = Pattern(LpcLayout::kMaxMessage - LpcLayout::kHeaderSize);
     EXPECT_EQ(Ask(port, data), data);
@@ -52,7 +39,7 @@ TEST_P(LpcExchangeTest, LongestMessageCrossesBothWays) {
 }
 
 TEST_P(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = LpcMessage({});
     Put(request.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
@@ -64,7 +51,7 @@ TEST_P(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
 }
 
 TEST_P(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = LpcMessage(ToBytes("abcd"));
     Put<std::uint16_t>(request.data(), 0, 5);
@@ -76,16 +63,13 @@ TEST_P(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
 
 TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([&](CLpcCall& call) {
         EXPECT_EQ(GetWord(call.message.data(), LpcLayout::kProcessId), CurrentProcessId());
         EXPECT_NE(GetWord(call.message.data(), LpcLayout::kThreadId), 0u);
         messageId = Get<std::uint32_t>(call.message.data(), LpcLayout::kMessageId);
         EXPECT_NE(messageId, 0u);
         call.Reply({});
-    });
+    }));
     const Handle port = Connect();
     Bytes request = LpcMessage(ToBytes("x"));
     Put<std::uint16_t>(request.data(), 4, 7);
@@ -99,7 +83,7 @@ TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
 }
 
 TEST_P(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes buffer = LpcMessage(ToBytes("both"));
     EXPECT_EQ(Ports().NtRequestWaitReplyPort(port, buffer.data(), buffer.data()), kStatusSuccess);
@@ -128,13 +112,11 @@ TEST_P(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
 
 TEST_P(LpcExchangeTest, SecondReplyIsAMismatch) {
     std::promise<void> checked;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest) {
-            EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
-            EXPECT_EQ(call.Reply(ToBytes("second")), kStatusReplyMessageMismatch);
-            checked.set_value();
-        }
-    });
+    Serve(OnRequests([&](CLpcCall& call) {
+        EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
+        EXPECT_EQ(call.Reply(ToBytes("second")), kStatusReplyMessageMismatch);
+        checked.set_value();
+    }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
@@ -142,10 +124,7 @@ TEST_P(LpcExchangeTest, SecondReplyIsAMismatch) {
 }
 
 TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
-    Serve([](CLpcCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([](CLpcCall& call) {
         Bytes foreign = call.message;
         PutWord(foreign.data(), LpcLayout::kThreadId, 1);
         CLpcCall other(call.Ports(), call.Port(), foreign, nullptr);
@@ -153,17 +132,14 @@ TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
         Put<std::uint32_t>(foreign.data(), LpcLayout::kMessageId, 0x7FFFFFFF);
         EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
         EXPECT_EQ(call.Reply(ToBytes("right")), kStatusSuccess);
-    });
+    }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("right"));
     Ports().CloseHandle(port);
 }
 
 TEST_P(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
-    Serve([](CLpcCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([](CLpcCall& call) {
         Bytes reply = call.message;
         Put(reply.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
         EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusPortMessageTooLong);
@@ -171,32 +147,21 @@ TEST_P(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
         Put<std::uint16_t>(reply.data(), 0, 1);
         EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusInvalidParameter);
         EXPECT_EQ(call.Reply({}), kStatusSuccess);
-    });
+    }));
     const Handle port = Connect();
     Ask(port, {});
     Ports().CloseHandle(port);
 }
 
 TEST_P(LpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle port = Connect();
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < 200; ++i) {
-                const Bytes data = ToBytes(std::to_string(thread) + ":" + std::to_string(i));
-                ASSERT_EQ(Ask(port, data), data);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    AskOnThreads(port, 4, 200);
     Ports().CloseHandle(port);
 }
 
 TEST_P(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     const Handle closed = Connect();
     Ports().CloseHandle(closed);
     const Handle event = Ports().CreateEventW(nullptr, 1, 0, nullptr);

@@ -98,10 +98,13 @@ NtStatus LpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply) {
     return Ports().NtRequestWaitReplyPort(port, request.data(), reply.data());
 }
 
-Bytes LpcPortFixture::Ask(Handle port, const Bytes& data) {
+NtStatus LpcPortFixture::TryAsk(Handle port, const Bytes& data, Bytes& answer) {
     Bytes reply;
-    EXPECT_EQ(Exchange(port, LpcMessage(data), reply), kStatusSuccess);
-    return LpcData(reply.data());
+    const NtStatus status = Exchange(port, LpcMessage(data), reply);
+    if (status == kStatusSuccess) {
+        answer = LpcData(reply.data());
+    }
+    return status;
 }
 
 }  // namespace Kyr::Test

@@ -1,11 +1,10 @@
 // A legacy port served by a thread of the test, and clients of it.
 #pragma once
 
-#include <functional>
 #include <mutex>
 #include <thread>
 
-#include "tests/portlayer/PortFixture.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -30,10 +29,8 @@ class CLpcCall {
     const Handle port_;
 };
 
-class LpcPortFixture : public PortFixture {
+class LpcPortFixture : public ServedPortFixture<CLpcCall> {
   protected:
-    using Handler = std::function<void(CLpcCall&)>;
-
     void TearDown() override;
 
     /// Creates the port without serving it.
@@ -46,8 +43,7 @@ class LpcPortFixture : public PortFixture {
     NtStatus TryConnect(Handle& port, Bytes* information = nullptr);
     Handle Connect();
     NtStatus Exchange(Handle port, Bytes request, Bytes& reply);
-    /// The data of the reply; fails the test on an error status.
-    Bytes Ask(Handle port, const Bytes& data);
+    NtStatus TryAsk(Handle port, const Bytes& data, Bytes& answer) override;
 
   private:
     void Run();

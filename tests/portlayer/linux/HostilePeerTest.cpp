@@ -177,11 +177,7 @@ class HostileServerTest : public RawServerFixture {
   protected:
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp(std::thread server) {
-        const Handle port = Connect();
-        Bytes reply;
-        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-        Ports().CloseHandle(port);
+        AlpcPortFixture::ExpectGivenUp();
         server.join();
     }
 };

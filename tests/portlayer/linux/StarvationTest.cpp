@@ -138,13 +138,6 @@ class StarvingClientTest : public LpcPortFixture {
         std::int64_t timeout = Within(patience);
         return Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), &timeout);
     }
-    void ServeEcho() {
-        Serve([](CLpcCall& call) {
-            if (Kind(call.message.data()) == kLpcRequest) {
-                call.Reply(call.Data());
-            }
-        });
-    }
     /// A client that comes, asks and goes.
     void ExpectOthersAreServed() {
         auto other = std::async(std::launch::async, [this] {
@@ -217,7 +210,7 @@ TEST_P(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
 }
 
 TEST_P(StarvingClientTest, ClientsThatSayNothingGiveWay) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     std::vector<std::unique_ptr<CRawClient>> silent;
     for (int i = 0; i < 300; ++i) {
         silent.push_back(std::make_unique<CRawClient>(RunDirectory()));
@@ -250,10 +243,7 @@ TEST_P(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
 TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
     std::future<NtStatus> reading;
     std::promise<void> started;
-    Serve([&](CLpcCall& call) {
-        if (Kind(call.message.data()) != kLpcRequest) {
-            return;
-        }
+    Serve(OnRequests([&](CLpcCall& call) {
         if (call.Data() == ToBytes("x")) {
             call.Reply(call.Data());
             return;
@@ -264,7 +254,7 @@ TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
                 return Ports().NtReadRequestData(port, message.data(), 1, &byte, 1, nullptr);
             });
         started.set_value();
-    });
+    }));
     auto hostile = std::make_unique<CRawClient>(RunDirectory());
     hostile->Handshake(PortDialect::kLpc);
     std::uint8_t bytes[2] = {};
@@ -281,7 +271,7 @@ TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
 }
 
 TEST_P(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
-    ServeEcho();
+    Serve(OnRequests(Echo));
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
     const CFileDescriptor readEnd(ends[0]);

@@ -53,11 +53,7 @@ class HostileServerTest : public AlpcPortFixture {
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp(const Body& body) {
         std::thread server = AcceptingServer(body);
-        const Handle port = Connect();
-        Bytes reply;
-        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-        Ports().CloseHandle(port);
+        AlpcPortFixture::ExpectGivenUp();
         server.join();
     }
     void ExpectRefused(const Body& body) {
