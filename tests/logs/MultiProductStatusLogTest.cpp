@@ -2,20 +2,14 @@
 
 #include "logs/MultiProductStatusLog.h"
 #include "tests/logs/StatusLogFixture.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/TestMessage.h"
 
 namespace Kyr::Common::Message::Logs {
 namespace {
 
 using Kernel::MessageType;
-using Test::CLyingRow;
-using Test::CManualClock;
-using Test::CTestMessage;
-using Test::StatusLogTypes::kEvent;
-using Test::StatusLogTypes::kMultiProduct;
-using Test::StatusLogTypes::kOtherMultiProduct;
-using Test::StatusLogTypes::kStatus;
+using namespace Test;
+using namespace Test::StatusLogTypes;
 
 class MultiProductStatusLogTest : public Test::StatusLogFixture {
   protected:
@@ -70,9 +64,7 @@ TEST_F(MultiProductStatusLogTest, IdentificationWithoutAProductKeyIsRefused) {
 }
 
 TEST_F(MultiProductStatusLogTest, CreatedRowsHaveTheLogsClock) {
-    const auto clock = boost::make_shared<CManualClock>();
-    clock->SetStartTime(0);
-    const CMultiProductStatusLog log(kMultiProduct, Product(), clock);
+    const CMultiProductStatusLog log(kMultiProduct, Product(), ClockOf1970());
     const Row row = log.GetSymbols()->CreateRow();
     row->AddCurrentTime(15);
     EXPECT_EQ(row->GetUtcTime(15).year(), 1970);
@@ -95,10 +87,7 @@ TEST_F(MultiProductStatusLogTest, SameTypeOfAnotherClassThrows) {
 }
 
 TEST_F(MultiProductStatusLogTest, ReadOnlyLogLocksItsRows) {
-    const Row row = AddRow();
-    log_.SetReadOnly();
-    EXPECT_TRUE(log_.IsReadOnly());
-    EXPECT_EQ(Thrown([&] { row->AddInt64(11, 1); }), "Cannot add symbol 11: container is locked");
+    ExpectReadOnlyLocks(log_, AddRow());
 }
 
 TEST_F(MultiProductStatusLogTest, ReadOnlyLogLeavesTheIdentificationWritable) {

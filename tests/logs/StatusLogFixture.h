@@ -10,6 +10,7 @@
 #include "logs/MultiProductStatusLog.h"
 #include "logs/StatusLog.h"
 #include "logs/SymbolContainer.h"
+#include "tests/support/ManualClock.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Test {
@@ -31,6 +32,20 @@ class StatusLogFixture : public ::testing::Test {
     using Row = boost::shared_ptr<Common::Logs::ISymbolContainer>;
 
     static Row NewRow() { return boost::make_shared<Common::Logs::CSymbolContainer>(); }
+
+    static boost::shared_ptr<CManualClock> ClockOf1970() {
+        const auto clock = boost::make_shared<CManualClock>();
+        clock->SetStartTime(0);
+        return clock;
+    }
+
+    /// `row` is one of the log.
+    static void ExpectReadOnlyLocks(Common::Message::CLogMessage& log, const Row& row) {
+        log.SetReadOnly();
+        EXPECT_TRUE(log.IsReadOnly());
+        EXPECT_EQ(Thrown([&] { row->AddInt64(11, 1); }),
+                  "Cannot add symbol 11: container is locked");
+    }
 
     template <typename Action>
     static std::string Thrown(Action action) {

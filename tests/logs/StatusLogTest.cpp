@@ -2,7 +2,6 @@
 
 #include "logs/StatusLog.h"
 #include "tests/logs/StatusLogFixture.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/TestMessage.h"
 
 namespace Kyr::Common::Message::Logs {
@@ -14,13 +13,8 @@ using Common::Logs::kInteger;
 using Common::Logs::kNoMessageType;
 using Common::Logs::TAG_MANDATORY;
 using Kernel::MessageType;
-using Test::CLyingRow;
-using Test::CManualClock;
-using Test::CTestMessage;
-using Test::StatusLogTypes::kEvent;
-using Test::StatusLogTypes::kMultiProduct;
-using Test::StatusLogTypes::kOtherStatus;
-using Test::StatusLogTypes::kStatus;
+using namespace Test;
+using namespace Test::StatusLogTypes;
 
 class StatusLogTest : public Test::StatusLogFixture {
   protected:
@@ -76,9 +70,7 @@ TEST_F(StatusLogTest, NewLogIsWritableAndHasNoRows) {
 }
 
 TEST_F(StatusLogTest, CreatedRowsHaveTheLogsClock) {
-    const auto clock = boost::make_shared<CManualClock>();
-    clock->SetStartTime(0);
-    const CStatusLog log(kStatus, clock);
+    const CStatusLog log(kStatus, ClockOf1970());
     const Row row = log.GetSymbols()->CreateRow();
     row->AddCurrentTime(15);
     EXPECT_EQ(row->GetUtcTime(15).year(), 1970);
@@ -101,10 +93,7 @@ TEST_F(StatusLogTest, SameTypeOfAnotherClassThrows) {
 }
 
 TEST_F(StatusLogTest, ReadOnlyLogLocksItsRows) {
-    const Row row = AddValidRow();
-    log_.SetReadOnly();
-    EXPECT_TRUE(log_.IsReadOnly());
-    EXPECT_EQ(Thrown([&] { row->AddInt64(11, 1); }), "Cannot add symbol 11: container is locked");
+    ExpectReadOnlyLocks(log_, AddValidRow());
 }
 
 TEST_F(StatusLogTest, ReadOnlyLogStillTakesRows) {

@@ -23,19 +23,33 @@ class ProtectionStatusTest : public ReportFixture {
     boost::shared_ptr<CStatusLog> Make(const std::vector<CProtectionStatusRecord>& records) const {
         return MakeProtectionStatus(records, reporter);
     }
-    static void ExpectAllIsWell(const CStatusLog& log) {
+    /// What a row tells about the product's state, and the same of every row: instance, time,
+    /// product.
+    struct State {
+        std::int64_t severity;
+        std::uint64_t category;
+        std::uint64_t status;
+        std::uint64_t text;
+    };
+    static void ExpectRow(const Kyr::Common::Logs::ISymbolContainer& row, const State& state) {
+        EXPECT_EQ(row.GetInt64(241), state.severity);
+        EXPECT_EQ(row.GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
+        EXPECT_EQ(Time(row, 242), "2023-11-14 22:13:20");
+        EXPECT_EQ(row.GetInt64(244), 17);
+        EXPECT_EQ(row.GetResourceId(245), 0x07100000000005E2u);
+        EXPECT_EQ(row.GetResourceId(246), state.category);
+        EXPECT_EQ(row.GetResourceId(247), state.status);
+        EXPECT_EQ(row.GetResourceId(248), state.text);
+    }
+    static void ExpectOnlyRow(const CStatusLog& log, const State& state) {
         ASSERT_EQ(log.GetSymbols()->GetRowCount(), 1u);
         const auto row = log.GetSymbols()->GetRow(0);
         EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
-        EXPECT_EQ(row->GetInt32(241), 1);
-        EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
-        EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
-        EXPECT_EQ(row->GetInt64(244), 17);
-        EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
-        EXPECT_EQ(row->GetResourceId(246), 0x071000000000022Bu);
-        EXPECT_EQ(row->GetResourceId(247), 0x071000000000021Eu);
-        EXPECT_EQ(row->GetResourceId(248), 0xFFFFFFFFFFFFFFFFu);
+        ExpectRow(*row, state);
         EXPECT_TRUE(log.IsValid());
+    }
+    static void ExpectAllIsWell(const CStatusLog& log) {
+        ExpectOnlyRow(log, {1, 0x071000000000022B, 0x071000000000021E, 0xFFFFFFFFFFFFFFFF});
     }
 };
 
@@ -50,14 +64,7 @@ TEST_F(ProtectionStatusTest, ProblemIsARowInTheOrderOfSetting) {
 
 TEST_F(ProtectionStatusTest, RowHoldsTheValuesOfTheRecord) {
     const auto row = Make({Problem()})->GetSymbols()->GetRow(0);
-    EXPECT_EQ(row->GetInt64(241), 3);
-    EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
-    EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
-    EXPECT_EQ(row->GetInt64(244), 17);
-    EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
-    EXPECT_EQ(row->GetResourceId(246), 0x11u);
-    EXPECT_EQ(row->GetResourceId(247), 0x071000000000021Fu);
-    EXPECT_EQ(row->GetResourceId(248), 0x22u);
+    ExpectRow(*row, {3, 0x11, 0x071000000000021F, 0x22});
     EXPECT_EQ(row->GetResourceId(4298), 0x33u);
 }
 
@@ -114,18 +121,7 @@ TEST_F(ProtectionStatusTest, FailedConnectionIsOneRowThatSaysSo) {
     const auto log = MakeConnectFailureStatus(reporter);
     EXPECT_EQ(static_cast<int>(log->GetMessageType()), 10044);
     EXPECT_TRUE(log->IsReadOnly());
-    EXPECT_TRUE(log->IsValid());
-    ASSERT_EQ(log->GetSymbols()->GetRowCount(), 1u);
-    const auto row = log->GetSymbols()->GetRow(0);
-    EXPECT_THAT(Ids(*row), ElementsAre(241, 235, 242, 244, 245, 246, 247, 248));
-    EXPECT_EQ(row->GetInt32(241), 6);
-    EXPECT_EQ(row->GetUuid(235).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
-    EXPECT_EQ(Time(*row, 242), "2023-11-14 22:13:20");
-    EXPECT_EQ(row->GetInt64(244), 17);
-    EXPECT_EQ(row->GetResourceId(245), 0x07100000000005E2u);
-    EXPECT_EQ(row->GetResourceId(246), 0x071000000000022Bu);
-    EXPECT_EQ(row->GetResourceId(247), 0x0710000000000221u);
-    EXPECT_EQ(row->GetResourceId(248), 0x00000001000000B3u);
+    ExpectOnlyRow(*log, {6, 0x071000000000022B, 0x0710000000000221, 0x00000001000000B3});
 }
 
 TEST_F(ProtectionStatusTest, NegativeProductTypeKeepsItsSign) {

@@ -144,31 +144,26 @@ TEST(BufferTest, ReservePastTheLargestSizeIsRefused) {
     EXPECT_TRUE(buffer.reallocated.empty());
 }
 
-TEST(BufferTest, ReserveUpToTheLargestSizeIsAskedFor) {
+/// The sizes that a full buffer of `size` bytes asks for, in vain, to reserve `more`.
+std::vector<std::uint32_t> AskedFor(std::uint32_t size, std::uint32_t more) {
     std::uint8_t memory[1];
     CProbedBuffer buffer;
     buffer.failing = true;
-    buffer.Pretend(memory, 0xFFFFFFFE, 0xFFFFFFFE);
-    EXPECT_EQ(nullptr, buffer.Reserve(1));
-    EXPECT_EQ(std::vector<std::uint32_t>({0xFFFFFFFF}), buffer.reallocated);
+    buffer.Pretend(memory, size, size);
+    EXPECT_EQ(nullptr, buffer.Reserve(more));
+    return buffer.reallocated;
+}
+
+TEST(BufferTest, ReserveUpToTheLargestSizeIsAskedFor) {
+    EXPECT_EQ(std::vector<std::uint32_t>({0xFFFFFFFF}), AskedFor(0xFFFFFFFE, 1));
 }
 
 TEST(BufferTest, RoundingPastTheLargestSizeAsksForTheNeedItself) {
-    std::uint8_t memory[1];
-    CProbedBuffer buffer;
-    buffer.failing = true;
-    buffer.Pretend(memory, 1, 1);
-    EXPECT_EQ(nullptr, buffer.Reserve(0xFFFFF000));
-    EXPECT_EQ(std::vector<std::uint32_t>({0xFFFFF001}), buffer.reallocated);
+    EXPECT_EQ(std::vector<std::uint32_t>({0xFFFFF001}), AskedFor(1, 0xFFFFF000));
 }
 
 TEST(BufferTest, HalfMoreThatOverflowsAsksForTheNeedItself) {
-    std::uint8_t memory[1];
-    CProbedBuffer buffer;
-    buffer.failing = true;
-    buffer.Pretend(memory, 0xC0000000, 0xC0000000);
-    EXPECT_EQ(nullptr, buffer.Reserve(1));
-    EXPECT_EQ(std::vector<std::uint32_t>({0xC0000001}), buffer.reallocated);
+    EXPECT_EQ(std::vector<std::uint32_t>({0xC0000001}), AskedFor(0xC0000000, 1));
 }
 
 TEST(BufferTest, FailedAllocationLeavesTheHeldBytes) {

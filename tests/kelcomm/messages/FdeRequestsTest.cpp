@@ -9,11 +9,7 @@ namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
 using Kyr::Common::Message::Connectors::FDEConnector::Task::CEnableFDEMaintenanceMode;
-using Test::CGroupingLocale;
-using Test::CPlainTask;
-using Test::Identify;
-using Test::ThrownText;
-using Test::XmlBytes;
+using namespace Test;
 
 /// The text of a request that has `nodes` behind the USERDATA of the task a, b, c.
 std::string DataRequest(const std::string& function, const std::string& nodes = "") {
@@ -34,6 +30,10 @@ class MaintenanceTest : public testing::Test {
     std::vector<unsigned char> Bytes() {
         task_->SetConfiguration(configuration_);
         return CEnableFDEMaintenanceModeRequest(task_).Serialize();
+    }
+
+    void ExpectNodes(const std::string& nodes) {
+        EXPECT_EQ(Bytes(), XmlBytes(DataRequest("ENABLE_MAINTENANCE_MODE", nodes)));
     }
 
     void SetEndTime(int year, int month, int day, int hour, int minute, int second) {
@@ -95,32 +95,24 @@ TEST_F(MaintenanceTest, AllSettingsInTheirOrder) {
     configuration_.set_boots(3);
     configuration_.set_seconds(86400);
     SetEndTime(2026, 3, 31, 23, 59, 1);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="BOOTS" TYPE="STRING" VALUE="3" />)"
-                           R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="86400" />)"
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T23:59:01" />)")));
+    ExpectNodes(R"(<NODE NAME="BOOTS" TYPE="STRING" VALUE="3" />)"
+                R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="86400" />)"
+                R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T23:59:01" />)");
 }
 
 TEST_F(MaintenanceTest, BootsAlone) {
     configuration_.set_boots(0);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest("ENABLE_MAINTENANCE_MODE",
-                                            R"(<NODE NAME="BOOTS" TYPE="STRING" VALUE="0" />)")));
+    ExpectNodes(R"(<NODE NAME="BOOTS" TYPE="STRING" VALUE="0" />)");
 }
 
 TEST_F(MaintenanceTest, SecondsAlone) {
     configuration_.set_seconds(0xFFFFFFFFFFFFFFFF);
-    EXPECT_EQ(Bytes(),
-              XmlBytes(DataRequest(
-                  "ENABLE_MAINTENANCE_MODE",
-                  R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="18446744073709551615" />)")));
+    ExpectNodes(R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="18446744073709551615" />)");
 }
 
 TEST_F(MaintenanceTest, EndTimeAlone) {
     SetEndTime(2024, 2, 29, 0, 0, 0);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2024-02-29T00:00:00" />)")));
+    ExpectNodes(R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2024-02-29T00:00:00" />)");
 }
 
 TEST_F(MaintenanceTest, NoSettingIsInvalid) {
@@ -140,23 +132,17 @@ TEST_F(MaintenanceTest, EndTimeThatIsNoDateIsOutOfRange) {
 TEST_F(MaintenanceTest, EndTimeIsSentInWholeSeconds) {
     SetEndTime(2026, 3, 31, 23, 59, 59);
     configuration_.mutable_end_time()->set_nanos(999999999);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T23:59:59" />)")));
+    ExpectNodes(R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T23:59:59" />)");
 }
 
 TEST_F(MaintenanceTest, ClockPastMidnightIsTheNextDay) {
     SetEndTime(2025, 12, 31, 24, 0, 60);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-01-01T00:01:00" />)")));
+    ExpectNodes(R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-01-01T00:01:00" />)");
 }
 
 TEST_F(MaintenanceTest, LastSecondOfTheCalendarIsSent) {
     SetEndTime(9999, 12, 31, 23, 59, 59);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="9999-12-31T23:59:59" />)")));
+    ExpectNodes(R"(<NODE NAME="TIME" TYPE="STRING" VALUE="9999-12-31T23:59:59" />)");
 }
 
 TEST_F(MaintenanceTest, ClockThatLeavesTheCalendarIsOutOfRange) {
@@ -176,10 +162,8 @@ TEST_F(MaintenanceTest, NumbersAreNeverGrouped) {
     const CGroupingLocale locale;
     configuration_.set_seconds(1234567);
     SetEndTime(2026, 3, 31, 1, 2, 3);
-    EXPECT_EQ(Bytes(), XmlBytes(DataRequest(
-                           "ENABLE_MAINTENANCE_MODE",
-                           R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="1234567" />)"
-                           R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T01:02:03" />)")));
+    ExpectNodes(R"(<NODE NAME="SECONDS" TYPE="STRING" VALUE="1234567" />)"
+                R"(<NODE NAME="TIME" TYPE="STRING" VALUE="2026-03-31T01:02:03" />)");
 }
 
 }  // namespace

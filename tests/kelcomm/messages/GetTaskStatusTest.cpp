@@ -5,12 +5,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
-using Test::EmptyReply;
-using Test::HexBytes;
-using Test::kNotFullEnough;
-using Test::ThrownText;
-using Test::VirtualSlot;
-using Test::operator+;
+using namespace Test;
 
 constexpr char kBadlyFormated[] = "Task log: Log record has badly formated uuids in user data";
 
@@ -40,6 +35,15 @@ class GetTaskStatusTest : public testing::Test {
         Read(HexBytes("00 00 00 00" + hexWord + "0C 00 00 00") + Utf16("a;b;c"));
         const auto& records = response_.GetRecords();
         return records.at(records.size() - 1);
+    }
+
+    void ExpectOutcome(const std::string& hexWord, int status, std::uint64_t code, int severity,
+                       const std::string& description) {
+        const auto record = RecordWithStatus(hexWord);
+        EXPECT_EQ(record.status, status) << hexWord;
+        EXPECT_EQ(record.code, code) << hexWord;
+        EXPECT_EQ(record.severity, severity) << hexWord;
+        EXPECT_EQ(record.description, description) << hexWord;
     }
 
     std::string UserDataFailure(const std::string& userData) {
@@ -95,28 +99,16 @@ TEST_F(GetTaskStatusTest, SecondAndThirdPartChangePlaces) {
 }
 
 TEST_F(GetTaskStatusTest, StatusWord0IsASuccess) {
-    const auto record = RecordWithStatus("00 00 00 00");
-    EXPECT_EQ(record.code, 0x000000010000000Au);
-    EXPECT_EQ(record.description, "");
-    EXPECT_EQ(record.severity, 20);
-    EXPECT_EQ(record.status, 1);
+    ExpectOutcome("00 00 00 00", 1, 0x000000010000000A, 20, "");
 }
 
 TEST_F(GetTaskStatusTest, StatusWord1IsASuccessOfSeverity30) {
-    const auto record = RecordWithStatus("01 00 00 00");
-    EXPECT_EQ(record.code, 0x000000010000000Bu);
-    EXPECT_EQ(record.description, "");
-    EXPECT_EQ(record.severity, 30);
-    EXPECT_EQ(record.status, 1);
+    ExpectOutcome("01 00 00 00", 1, 0x000000010000000B, 30, "");
 }
 
 TEST_F(GetTaskStatusTest, AnyOtherStatusWordIsAFailure) {
     for (const char* word : {"02 00 00 00", "07 00 00 00", "FF FF FF FF", "00 00 00 01"}) {
-        const auto record = RecordWithStatus(word);
-        EXPECT_EQ(record.code, 0x000000010000000Cu);
-        EXPECT_EQ(record.description, "Task failed");
-        EXPECT_EQ(record.severity, 40);
-        EXPECT_EQ(record.status, 4);
+        ExpectOutcome(word, 4, 0x000000010000000C, 40, "Task failed");
     }
 }
 
