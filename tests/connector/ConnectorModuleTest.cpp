@@ -17,12 +17,7 @@ namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Message::Logs::CMultiProductStatusLog;
-using Kyr::Test::LogEntry;
-using Kyr::Test::MakeContext;
-using Kyr::Test::MakeMessage;
-using Kyr::Test::RawVirtualSlot;
-using Kyr::Test::ThrownText;
-using Kyr::Test::VirtualSlot;
+using namespace Kyr::Test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

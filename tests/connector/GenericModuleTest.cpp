@@ -13,9 +13,7 @@
 namespace Kyr::Common::Module {
 namespace {
 
-using Kyr::Test::CFakeHost;
-using Kyr::Test::COtherResource;
-using Kyr::Test::ThrownText;
+using namespace Kyr::Test;
 using testing::ElementsAre;
 
 class CPlainModule : public CGenericModule {

@@ -22,12 +22,7 @@
 namespace Kyr::Connectors::Common {
 namespace {
 
-using Kyr::Test::Await;
-using Kyr::Test::CCapturingLogger;
-using Kyr::Test::CManualClock;
-using Kyr::Test::MakeContext;
-using Kyr::Test::MakeMessage;
-using Kyr::Test::VirtualSlot;
+using namespace Kyr::Test;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::ElementsAre;

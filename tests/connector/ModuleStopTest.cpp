@@ -12,9 +12,7 @@
 namespace Kyr::Connectors::Common {
 namespace {
 
-using Kyr::Test::CScriptedTask;
-using Kyr::Test::MakeContext;
-using Kyr::Test::MakeMessage;
+using namespace Kyr::Test;
 using testing::ElementsAre;
 using testing::IsEmpty;
 

@@ -13,9 +13,7 @@
 namespace Kyr::Common::Module {
 namespace {
 
-using Kyr::Test::CManualClock;
-using Kyr::Test::MakeMessage;
-using Kyr::Test::ThrownText;
+using namespace Kyr::Test;
 using std::chrono::seconds;
 
 class ReplyProcessorTest : public testing::Test {

@@ -13,9 +13,7 @@
 namespace Kyr::Common::Module {
 namespace {
 
-using Kyr::Test::CManualClock;
-using Kyr::Test::MakeContext;
-using Kyr::Test::MakeMessage;
+using namespace Kyr::Test;
 using std::chrono::milliseconds;
 using std::chrono::seconds;
 using testing::ElementsAre;

@@ -9,9 +9,7 @@ namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Module::CLocalizedException;
-using Kyr::Test::CScriptedTask;
-using Kyr::Test::MakeContext;
-using Kyr::Test::MakeMessage;
+using namespace Kyr::Test;
 using testing::Each;
 using testing::ElementsAre;
 using testing::IsEmpty;

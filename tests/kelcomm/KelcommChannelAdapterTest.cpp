@@ -16,12 +16,7 @@ namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
 
 using std::chrono::milliseconds;
-using Test::CManualClock;
-using Test::HexBytes;
-using Test::KelcommReply;
-using Test::TextBytes;
-using Test::ThrownText;
-using Test::VirtualSlot;
+using namespace Test;
 
 class CRecordingReceiver : public IBufferReceiver {
   public:

@@ -13,11 +13,7 @@
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {
 
-using Test::HexBytes;
-using Test::KelcommReply;
-using Test::KelcommScript;
-using Test::TextBytes;
-using Test::ThrownText;
+using namespace Test;
 
 constexpr char kTooLarge[] = "CKelcommChannel: Reply buffer exeeded allowed size";
 constexpr char kNotFullEnough[] = "KelcommChannelBuffer: Buffer is not full enough";

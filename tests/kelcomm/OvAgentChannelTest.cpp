@@ -11,10 +11,7 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using Test::CManualClock;
-using Test::CScriptedNative;
-using Test::ThrownText;
-using Test::VirtualSlot;
+using namespace Test;
 
 /// A channel whose product publishes the values 1000 to 1009 and no module.
 class OvAgentChannelTest : public Test::ChannelFixture {

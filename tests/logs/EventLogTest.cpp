@@ -15,9 +15,7 @@ namespace {
 
 using Common::Logs::CLogDescriptorMap;
 using Kernel::MessageType;
-using Test::CManualClock;
-using Test::CTestMessage;
-using Test::ThrownText;
+using namespace Test;
 
 constexpr auto kEvent = static_cast<MessageType>(20001);
 constexpr auto kDelta = static_cast<MessageType>(20002);

@@ -9,9 +9,7 @@
 namespace Kyr::Common::Logs {
 namespace {
 
-using Test::HexBytes;
-using Test::IdsOf;
-using Test::kUuidText;
+using namespace Test;
 
 std::string Bytes(const std::string& hex) {
     const auto bytes = HexBytes(hex);

@@ -8,16 +8,7 @@
 namespace Kyr::Common::Logs {
 namespace {
 
-using Test::CForeignSymbolContainer;
-using Test::IdsOf;
-using Test::IntegerValue;
-using Test::kUuidBytes;
-using Test::kUuidText;
-using Test::MultiDataType;
-using Test::SomeUtcTime;
-using Test::TextValue;
-using Test::ThrownText;
-using Test::UuidMessage;
+using namespace Test;
 
 using SymbolContainerTest = Test::SymbolFixture;
 

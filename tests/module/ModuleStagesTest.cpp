@@ -9,10 +9,7 @@ namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
 using Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 /// A place in another thread's work where that thread waits until the test lets it go on.
 class CStage {

@@ -12,10 +12,7 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 class OvModuleTest : public OvModuleFixture {
   protected:

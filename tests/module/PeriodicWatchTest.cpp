@@ -8,11 +8,7 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using ::testing::Contains;
-using ::testing::Each;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 class PeriodicWatchTest : public WatchFixture {
   protected:

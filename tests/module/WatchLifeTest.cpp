@@ -12,10 +12,7 @@ namespace {
 
 using Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
 using Kyr::Test::Await;
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 class WatchLifeTest : public OvModuleFixture {
   protected:

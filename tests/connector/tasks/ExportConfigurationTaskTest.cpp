@@ -10,9 +10,7 @@ namespace {
 using Kyr::Common::Message::CTask;
 using Kyr::Common::Message::Configuration::CRequestConfigurationMessage;
 using Kyr::Common::Message::Logs::CEventLog;
-using Kyr::Test::HexBytes;
-using Kyr::Test::TextBytes;
-using Kyr::Test::ThrownText;
+using namespace Kyr::Test;
 using testing::ElementsAre;
 
 class ExportConfigurationTaskTest : public CommonTaskFixture {

@@ -9,10 +9,7 @@ namespace {
 
 using boost::property_tree::ptree_bad_path;
 using boost::property_tree::xml_parser_error;
-using Test::EmptyReply;
-using Test::ExpectShortRepliesAreRefused;
-using Test::TextReply;
-using Test::VirtualSlot;
+using namespace Test;
 
 class EncryptionRecoveryDataResponseTest : public testing::Test {
   protected:

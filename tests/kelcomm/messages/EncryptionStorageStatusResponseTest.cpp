@@ -13,12 +13,7 @@ namespace {
 
 using boost::property_tree::ptree_bad_path;
 using boost::property_tree::xml_parser_error;
-using Test::CGroupingLocale;
-using Test::EmptyReply;
-using Test::ExpectShortRepliesAreRefused;
-using Test::TextReply;
-using Test::ThrownText;
-using Test::VirtualSlot;
+using namespace Test;
 
 constexpr char kDisk[] =
     "<DISK DEVICE_ID='disk0' OPAL_SUPPORT='Yes' OPAL_USED='no' PARTITIONING_SCHEME='GPT'>";

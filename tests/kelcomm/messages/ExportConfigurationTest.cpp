@@ -4,10 +4,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
-using Test::EmptyReply;
-using Test::ExpectShortRepliesAreRefused;
-using Test::HexBytes;
-using Test::TextReply;
+using namespace Test;
 
 TEST(ExportConfigurationTest, RequestIsTheHeaderAlone) {
     EXPECT_EQ(CExportConfigurationRequest().Serialize(),

@@ -9,12 +9,7 @@ namespace {
 
 using boost::property_tree::ptree_bad_path;
 using boost::property_tree::xml_parser_error;
-using Test::EmptyReply;
-using Test::ExpectShortRepliesAreRefused;
-using Test::HexBytes;
-using Test::TextReply;
-using Test::ThrownText;
-using Test::VirtualSlot;
+using namespace Test;
 
 class GetStatusTest : public testing::Test {
   protected:

@@ -22,13 +22,7 @@ namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
 using Kyr::Common::Message::Connectors::FDEConnector::Task::CEnableFDEMaintenanceMode;
-using Test::CPlainTask;
-using Test::HexBytes;
-using Test::Identify;
-using Test::TextReply;
-using Test::ThrownText;
-using Test::VirtualSlot;
-using Test::XmlBytes;
+using namespace Test;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using Factory = IChannelMessageFactory;

@@ -7,12 +7,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
-using Test::EmptyReply;
-using Test::ExpectShortRepliesAreRefused;
-using Test::HexBytes;
-using Test::KelcommReply;
-using Test::TextBytes;
-using Test::operator+;
+using namespace Test;
 
 /// The bytes of a request made with `offset`.
 template <typename Request, typename Protobuf>

@@ -4,9 +4,7 @@
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace {
 
-using Test::HexBytes;
-using Test::kNotFullEnough;
-using Test::ThrownText;
+using namespace Test;
 
 TEST(ReplyReaderTest, ElevenBytesAreNotFullEnough) {
     const auto reply = HexBytes("0C 00 00 00  00 00 00 00  00 00 00");

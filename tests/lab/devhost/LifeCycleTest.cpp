@@ -14,11 +14,7 @@ namespace {
 using Common::Kernel::IModule;
 using Common::Kernel::IResourceProvider;
 using Lab::DevHost::CLifeCycle;
-using ::testing::ElementsAre;
-using ::testing::InSequence;
-using ::testing::Return;
-using ::testing::StrictMock;
-using ::testing::Throw;
+using namespace testing;
 
 class CModuleMock : public IModule {
   public:

@@ -5,10 +5,7 @@
 namespace Kyr::Lab::Runner {
 namespace {
 
-using ::testing::Contains;
-using ::testing::Key;
-using ::testing::Not;
-using ::testing::Pair;
+using namespace testing;
 
 class FigureCounterTest : public ::testing::Test {
   protected:

@@ -13,11 +13,7 @@
 namespace Kyr::Lab::Runner {
 namespace {
 
-using ::testing::AllOf;
-using ::testing::ContainsRegex;
-using ::testing::ElementsAre;
-using ::testing::Field;
-using ::testing::HasSubstr;
+using namespace testing;
 
 const std::string kHeld;
 

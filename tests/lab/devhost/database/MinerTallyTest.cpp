@@ -5,10 +5,7 @@
 namespace Kyr::Test {
 namespace {
 
-using Lab::DevHost::Count;
-using Lab::DevHost::MinerTally;
-using Lab::DevHost::SequenceOf;
-using Lab::DevHost::TextOfAction;
+using namespace Lab::DevHost;
 
 constexpr char kOne[] = "{\"event\":{\"sequence\":1}}";
 constexpr char kTwo[] = "{\"event\":{\"sequence\":2}}";

@@ -6,9 +6,7 @@
 namespace Kyr::Test {
 namespace {
 
-using Lab::DevHost::CSqliteConnection;
-using Lab::DevHost::CSqliteStatement;
-using Lab::DevHost::CTransaction;
+using namespace Lab::DevHost;
 
 class TransactionTest : public ::testing::Test {
   protected:

@@ -8,9 +8,7 @@ namespace Kyr::Test {
 namespace {
 
 using Lab::CLine;
-using Lab::DevHost::MemoryLine;
-using Lab::DevHost::MemoryUse;
-using Lab::DevHost::ReadMemoryUse;
+using namespace Lab::DevHost;
 
 constexpr std::uint64_t kMebibyte = 1024 * 1024;
 

@@ -9,10 +9,7 @@ namespace {
 
 using Lab::DevHost::CBus;
 using Lab::DevHost::CDeliveryContext;
-using ::testing::ElementsAre;
-using ::testing::ElementsAreArray;
-using ::testing::IsEmpty;
-using ::testing::SizeIs;
+using namespace testing;
 
 class BusTest : public ::testing::Test {
   protected:

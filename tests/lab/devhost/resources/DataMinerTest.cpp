@@ -13,10 +13,7 @@ namespace {
 
 using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
 using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
-using Lab::DevHost::CBus;
-using Lab::DevHost::CCollectionSteps;
-using Lab::DevHost::CDatabase;
-using Lab::DevHost::CDataMiner;
+using namespace Lab::DevHost;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

@@ -8,11 +8,7 @@ namespace {
 
 using Common::Database::IKeyValueAccessMapper;
 using Common::Database::IOvRemediationActionsMapper;
-using Lab::DevHost::CCollectionSteps;
-using Lab::DevHost::CDatabase;
-using Lab::DevHost::CSqliteConnection;
-using Lab::DevHost::CSteppedDatabase;
-using Lab::DevHost::ParseDeathWish;
+using namespace Lab::DevHost;
 
 /// A database for a host that wishes to die, and whether it has.
 class SteppedDatabaseTest : public ::testing::Test {

@@ -7,9 +7,7 @@
 namespace Kyr::Lab::SimAgent {
 namespace {
 
-using Test::HexBytes;
-using Test::TextBytes;
-using Test::operator+;
+using namespace Test;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 

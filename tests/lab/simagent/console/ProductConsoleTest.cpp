@@ -7,10 +7,7 @@
 namespace Kyr::Lab::SimAgent {
 namespace {
 
-using ::testing::Contains;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
+using namespace testing;
 
 class CFakeServer : public IPort {
   public:

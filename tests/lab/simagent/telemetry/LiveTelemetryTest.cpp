@@ -14,10 +14,7 @@ namespace {
 
 using Test::CManualClock;
 using Test::CTemporaryFolder;
-using ::testing::ElementsAre;
-using ::testing::HasSubstr;
-using ::testing::IsEmpty;
-using ::testing::Not;
+using namespace testing;
 
 constexpr char kDigestOfAbc[] =
     R"("sha256":"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad")";
