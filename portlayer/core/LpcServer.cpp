@@ -53,6 +53,21 @@ NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadli
     return status;
 }
 
+/// Tells how many bytes `move(port, ids)` has transferred: all or none.
+template <typename Move>
+NtStatus TransferData(Handle handle, const void* message, std::size_t size,
+                      std::size_t* transferred, Move move) {
+    const auto port = LpcPort(handle);
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    const NtStatus status = move(*port, ReadIds(PortDialect::kLpc, message));
+    if (transferred != nullptr) {
+        *transferred = status == kStatusSuccess ? size : 0;
+    }
+    return status;
+}
+
 }  // namespace
 
 NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
@@ -135,30 +150,16 @@ NtStatus KYR_NTAPI NtReplyPort(Handle handle, void* reply) {
 
 NtStatus KYR_NTAPI NtReadRequestData(Handle handle, void* message, std::uint32_t entryIndex,
                                      void* buffer, std::size_t size, std::size_t* transferred) {
-    const auto port = LpcPort(handle);
-    if (!port) {
-        return kStatusInvalidHandle;
-    }
-    const NtStatus status =
-        ReadRequestData(*port, ReadIds(PortDialect::kLpc, message), entryIndex, buffer, size);
-    if (transferred != nullptr) {
-        *transferred = status == kStatusSuccess ? size : 0;
-    }
-    return status;
+    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
+        return ReadRequestData(port, ids, entryIndex, buffer, size);
+    });
 }
 
 NtStatus KYR_NTAPI NtWriteRequestData(Handle handle, void* message, std::uint32_t entryIndex,
                                       void* buffer, std::size_t size, std::size_t* transferred) {
-    const auto port = LpcPort(handle);
-    if (!port) {
-        return kStatusInvalidHandle;
-    }
-    const NtStatus status =
-        WriteRequestData(*port, ReadIds(PortDialect::kLpc, message), entryIndex, buffer, size);
-    if (transferred != nullptr) {
-        *transferred = status == kStatusSuccess ? size : 0;
-    }
-    return status;
+    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
+        return WriteRequestData(port, ids, entryIndex, buffer, size);
+    });
 }
 
 }  // namespace Kyr::PortLayer
