@@ -59,6 +59,29 @@ class CollectionCrashTest : public CollectionFixture {
         }
     }
 
+    /// Collects with an end at the first step, at the second and so on until one collection comes
+    /// to its end; each time from the beginning, and another collection goes on. Returns how many
+    /// records arrived, by step; `check` looks at them before that.
+    std::vector<std::size_t> Arrivals(
+        const std::string& offsetKey, const std::string& lastOffset,
+        const std::function<void()>& collect,
+        const std::function<void(int step)>& check = [](int) {}) {
+        std::vector<std::size_t> arrivals;
+        bool survived = false;
+        for (int step = 1; !survived; ++step) {
+            received.clear();
+            keyValueStore->Put(offsetKey, "");
+            CrashAt(step);
+            survived = Survives(collect);
+            CrashAt(0);
+            collect();
+            EXPECT_EQ(keyValueStore->Text(offsetKey), lastOffset) << step;
+            check(step);
+            arrivals.push_back(received.size());
+        }
+        return arrivals;
+    }
+
     std::function<Bytes(const Bytes& request)> product;
     std::function<void(const CRecordingPublisher::Message&)> delivered = [](const auto&) {};
     std::vector<std::string> received;  // in the order of arrival
@@ -90,22 +113,12 @@ TEST_F(CollectionCrashTest, NoStepOfARecordCollectionLosesARecord) {
         CWinOvGetEcsIndicatorLogsTask(logger, publisher, channel, nullptr, factory, keyValueStore)
             .Execute(MakeTrigger(3));
     };
-    std::vector<std::size_t> arrivals;  // by step
-    bool survived = false;
-    for (int step = 1; !survived; ++step) {
-        received.clear();
-        keyValueStore->Put("XDR_OFFSET", "");
-        CrashAt(step);
-        survived = Survives(collect);
-        CrashAt(0);
-        collect();
-        EXPECT_EQ(keyValueStore->Text("XDR_OFFSET"), "3") << step;
+    const auto arrivals = Arrivals("XDR_OFFSET", "3", collect, [this](int step) {
         ASSERT_GE(received.size(), 3u) << step;
         EXPECT_EQ(std::vector<std::string>(received.begin(), received.begin() + 3),
                   (std::vector<std::string>{"a", "b", "c"}))
             << step;
-        arrivals.push_back(received.size());
-    }
+    });
     // Read, request, reply, publish: once. Published, read again, stored: twice. Then it is past.
     EXPECT_THAT(arrivals, ElementsAre(3u, 3u, 3u, 3u, 6u, 6u, 6u, 3u, 3u));
 }
@@ -120,21 +133,10 @@ TEST_F(CollectionCrashTest, NoStepOfARemediationLosesAnAction) {
                                  keyValueStore)
             .Execute(MakeTrigger(5));
     };
-    std::vector<std::size_t> arrivals;  // by step
-    bool survived = false;
-    for (int step = 1; !survived; ++step) {
-        received.clear();
-        keyValueStore->Put("OV_REMEDIATION_OFFSET", "");
-        CrashAt(step);
-        survived = Survives(collect);
-        CrashAt(0);
-        collect();
-        EXPECT_EQ(keyValueStore->Text("OV_REMEDIATION_OFFSET"), "2") << step;
-        arrivals.push_back(received.size());
-    }
     // Read, request, reply, store: once. Stored, read again, offset: twice. Offset stored, and the
     // event before and after: past.
-    EXPECT_THAT(arrivals, ElementsAre(1u, 1u, 1u, 1u, 2u, 2u, 2u, 1u, 1u, 1u, 1u));
+    EXPECT_THAT(Arrivals("OV_REMEDIATION_OFFSET", "2", collect),
+                ElementsAre(1u, 1u, 1u, 1u, 2u, 2u, 2u, 1u, 1u, 1u, 1u));
 }
 
 }  // namespace
