@@ -18,16 +18,27 @@ CLine Answer(const char* command) {
     return CLine("answer").With("command", command);
 }
 
-void Publish(CBus& bus, const boost::shared_ptr<Common::Kernel::IMessage>& message,
-             const char* command, const LineSink& answer) {
-    answer(Answer(command));
-    bus.PublishAsHost(message);
+/// Builds a message from the words of the command and publishes it.
+template <typename Build>
+auto Publishing(const CommandTargets& targets, const char* command, Build build) {
+    CBus& bus = targets.bus;
+    return [&bus, command, build](CCommandArguments& arguments, const LineSink& answer) {
+        const auto message = build(arguments);
+        answer(Answer(command));
+        bus.PublishAsHost(message);
+    };
 }
 
-void PublishTask(CBus& bus, const TaskPointer& task, const char* command, const LineSink& answer) {
-    // Answered first, so that whoever reads knows the identifiers before they come back.
-    answer(Answer(command).With("ids", IdentifiersOf(*task)));
-    bus.PublishAsHost(task);
+/// The same for a task, whose identifiers are told.
+template <typename Build>
+auto PublishingTask(const CommandTargets& targets, const char* command, Build build) {
+    CBus& bus = targets.bus;
+    return [&bus, command, build](CCommandArguments& arguments, const LineSink& answer) {
+        const TaskPointer task = build(arguments);
+        // Answered first, so that whoever reads knows the identifiers before they come back.
+        answer(Answer(command).With("ids", IdentifiersOf(*task)));
+        bus.PublishAsHost(task);
+    };
 }
 
 void SetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
@@ -65,37 +76,24 @@ std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets) {
     using Arguments = CCommandArguments;
     return {
         {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
-         "Sends the task that ends a process.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             PublishTask(targets.bus, BuildKillTask(arguments), "kill", answer);
-         }},
+         "Sends the task that ends a process.", PublishingTask(targets, "kill", BuildKillTask)},
         {"block", "sha256=<text> [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]",
          "Sends the task that blocks an executable.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             PublishTask(targets.bus, BuildBlockTask(arguments), "block", answer);
-         }},
+         PublishingTask(targets, "block", BuildBlockTask)},
         {"policy", "file=<path>|text=<text> [repeat=<n>] [length=<n>] [broken=blob|stream|policy]",
          "Sends a policy to be applied; its text n times over, with another length stated, or with "
          "something broken.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             Publish(targets.bus, BuildPolicy(arguments), "policy", answer);
-         }},
+         Publishing(targets, "policy", BuildPolicy)},
         {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
          "Asks for the configuration of a product of that type.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             PublishTask(targets.bus, BuildConfigurationRequest(arguments), "export", answer);
-         }},
+         PublishingTask(targets, "export", BuildConfigurationRequest)},
         {"trigger", "kind=<number>",
          "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
          " 4 telemetry, 5 remediation actions.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             Publish(targets.bus, BuildTrigger(arguments), "trigger", answer);
-         }},
+         Publishing(targets, "trigger", BuildTrigger)},
         {"reply", "[type=688|1] [request=<number>] [alien]",
          "Sends a reply to a request, or, alien, another message of its type.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             Publish(targets.bus, BuildReply(arguments), "reply", answer);
-         }},
+         Publishing(targets, "reply", BuildReply)},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](Arguments& arguments, const LineSink& answer) {
              GetValue(targets.database, arguments, answer);
