@@ -8,50 +8,48 @@ using Guard = std::lock_guard<std::mutex>;
 
 constexpr std::uint32_t kFileMapRead = 4;
 
-CScriptedArea* current = nullptr;
-
 }  // namespace
 
 struct CScriptedArea::Functions {
     static NtApi::Handle KYR_NTAPI OpenMutexW(std::uint32_t access, NtApi::Bool inherit,
                                               const char16_t* name) {
-        return current->Open("OpenMutexW", "mutex", access, inherit, name);
+        return current_->Open("OpenMutexW", "mutex", access, inherit, name);
     }
     static NtApi::Bool KYR_NTAPI ReleaseMutex(NtApi::Handle mutex) {
-        current->calls_.Note("ReleaseMutex");
-        current->objects_.Check(mutex);
-        const Guard guard(current->mutex_);
-        ++current->releasedMutexes;
+        current_->calls_.Note("ReleaseMutex");
+        current_->objects_.Check(mutex);
+        const Guard guard(current_->mutex_);
+        ++current_->releasedMutexes;
         return 1;
     }
     static NtApi::Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, NtApi::Bool inherit,
                                                     const char16_t* name) {
-        return current->Open("OpenFileMappingW", "mapping", access, inherit, name);
+        return current_->Open("OpenFileMappingW", "mapping", access, inherit, name);
     }
     static void* KYR_NTAPI MapViewOfFile(NtApi::Handle mapping, std::uint32_t access,
                                          std::uint32_t offsetHigh, std::uint32_t offsetLow,
                                          std::size_t size) {
-        current->objects_.Check(mapping);
+        current_->objects_.Check(mapping);
         const bool wholeForReading =
             access == kFileMapRead && offsetHigh == 0 && offsetLow == 0 && size == 0;
-        if (!current->calls_.Require(wholeForReading, "MapViewOfFile of a part, or for writing") ||
-            !current->calls_.Enter("MapViewOfFile")) {
+        if (!current_->calls_.Require(wholeForReading, "MapViewOfFile of a part, or for writing") ||
+            !current_->calls_.Enter("MapViewOfFile")) {
             return nullptr;
         }
-        current->objects_.Add(current->bytes.data(), "mapped area");
-        return current->bytes.data();
+        current_->objects_.Add(current_->bytes.data(), "mapped area");
+        return current_->bytes.data();
     }
     static NtApi::Bool KYR_NTAPI UnmapViewOfFile(const void* view) {
-        current->calls_.Note("UnmapViewOfFile");
-        return current->objects_.Close(const_cast<void*>(view)) ? 1 : 0;
+        current_->calls_.Note("UnmapViewOfFile");
+        return current_->objects_.Close(const_cast<void*>(view)) ? 1 : 0;
     }
     static std::size_t KYR_NTAPI VirtualQuery(const void*, NtApi::MemoryBasicInformation* pages,
                                               std::size_t size) {
-        if (!current->calls_.Require(size == sizeof(*pages), "VirtualQuery with another size") ||
-            !current->calls_.Enter("VirtualQuery")) {
+        if (!current_->calls_.Require(size == sizeof(*pages), "VirtualQuery with another size") ||
+            !current_->calls_.Enter("VirtualQuery")) {
             return 0;
         }
-        pages->RegionSize = current->bytes.size();
+        pages->RegionSize = current_->bytes.size();
         return sizeof(*pages);
     }
 };
@@ -59,17 +57,12 @@ struct CScriptedArea::Functions {
 CScriptedArea::CScriptedArea(CScriptedCalls& calls, CScriptedObjects& objects,
                              Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls), objects_(objects) {
-    current = this;
     functions.OpenMutexW = &Functions::OpenMutexW;
     functions.ReleaseMutex = &Functions::ReleaseMutex;
     functions.OpenFileMappingW = &Functions::OpenFileMappingW;
     functions.MapViewOfFile = &Functions::MapViewOfFile;
     functions.UnmapViewOfFile = &Functions::UnmapViewOfFile;
     functions.VirtualQuery = &Functions::VirtualQuery;
-}
-
-CScriptedArea::~CScriptedArea() {
-    current = nullptr;
 }
 
 NtApi::Handle CScriptedArea::Open(const char* function, const char* kind, std::uint32_t access,

@@ -13,18 +13,16 @@
 
 #include "kelcomm/native/NativeFunctions.h"
 #include "ntapi/Status.h"
+#include "tests/support/Current.h"
 #include "tests/support/ScriptedObjects.h"
 
 namespace Kyr::Test {
 
-class CScriptedArea {
+class CScriptedArea : public CCurrent<CScriptedArea> {
   public:
     /// `calls` and `objects` must outlive the area.
     CScriptedArea(CScriptedCalls& calls, CScriptedObjects& objects,
                   Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
-    ~CScriptedArea();
-    CScriptedArea(const CScriptedArea&) = delete;
-    CScriptedArea& operator=(const CScriptedArea&) = delete;
 
     // The script.
     std::vector<std::uint8_t> bytes;  // exactly what is mapped

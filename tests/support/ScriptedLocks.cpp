@@ -11,8 +11,6 @@ namespace {
 
 using Guard = std::lock_guard<std::mutex>;
 
-CScriptedLocks* current = nullptr;
-
 // The word counts shared holders; its top bit means exclusive.
 constexpr std::uintptr_t kExclusive = std::uintptr_t{1} << (8 * sizeof(void*) - 1);
 
@@ -25,7 +23,7 @@ std::atomic<std::uintptr_t>& Word(void** lock) {
 
 struct CScriptedLocks::Functions {
     static void KYR_NTAPI RtlInitializeSRWLock(void** lock) {
-        current->calls_.Note("RtlInitializeSRWLock");
+        current_->calls_.Note("RtlInitializeSRWLock");
         Word(lock) = 0;
     }
     static void KYR_NTAPI RtlAcquireSRWLockExclusive(void** lock) {
@@ -36,8 +34,8 @@ struct CScriptedLocks::Functions {
             }
             std::this_thread::yield();
         }
-        current->calls_.Note("RtlAcquireSRWLockExclusive");
-        current->CountHolder(lock, 1);
+        current_->calls_.Note("RtlAcquireSRWLockExclusive");
+        current_->CountHolder(lock, 1);
     }
     static void KYR_NTAPI RtlAcquireSRWLockShared(void** lock) {
         for (;;) {
@@ -48,17 +46,17 @@ struct CScriptedLocks::Functions {
             }
             std::this_thread::yield();
         }
-        current->calls_.Note("RtlAcquireSRWLockShared");
-        current->CountHolder(lock, 1);
+        current_->calls_.Note("RtlAcquireSRWLockShared");
+        current_->CountHolder(lock, 1);
     }
     static void KYR_NTAPI RtlReleaseSRWLockExclusive(void** lock) {
-        current->calls_.Note("RtlReleaseSRWLockExclusive");
-        current->CountHolder(lock, -1);
+        current_->calls_.Note("RtlReleaseSRWLockExclusive");
+        current_->CountHolder(lock, -1);
         Word(lock) = 0;
     }
     static void KYR_NTAPI RtlReleaseSRWLockShared(void** lock) {
-        current->calls_.Note("RtlReleaseSRWLockShared");
-        current->CountHolder(lock, -1);
+        current_->calls_.Note("RtlReleaseSRWLockShared");
+        current_->CountHolder(lock, -1);
         --Word(lock);
     }
 };
@@ -66,16 +64,11 @@ struct CScriptedLocks::Functions {
 CScriptedLocks::CScriptedLocks(CScriptedCalls& calls,
                                Connectors::Common::Kelcomm::Native::NativeFunctions& functions)
     : calls_(calls) {
-    current = this;
     functions.RtlInitializeSRWLock = &Functions::RtlInitializeSRWLock;
     functions.RtlAcquireSRWLockExclusive = &Functions::RtlAcquireSRWLockExclusive;
     functions.RtlAcquireSRWLockShared = &Functions::RtlAcquireSRWLockShared;
     functions.RtlReleaseSRWLockExclusive = &Functions::RtlReleaseSRWLockExclusive;
     functions.RtlReleaseSRWLockShared = &Functions::RtlReleaseSRWLockShared;
-}
-
-CScriptedLocks::~CScriptedLocks() {
-    current = nullptr;
 }
 
 std::size_t CScriptedLocks::CountHeld() const {

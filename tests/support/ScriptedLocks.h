@@ -9,18 +9,16 @@
 #include <mutex>
 
 #include "kelcomm/native/NativeFunctions.h"
+#include "tests/support/Current.h"
 #include "tests/support/ScriptedCalls.h"
 
 namespace Kyr::Test {
 
-class CScriptedLocks {
+class CScriptedLocks : public CCurrent<CScriptedLocks> {
   public:
     /// `calls` must outlive the locks.
     CScriptedLocks(CScriptedCalls& calls,
                    Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
-    ~CScriptedLocks();
-    CScriptedLocks(const CScriptedLocks&) = delete;
-    CScriptedLocks& operator=(const CScriptedLocks&) = delete;
 
     /// How many locks are held.
     std::size_t CountHeld() const;

@@ -15,8 +15,6 @@ using Guard = std::lock_guard<std::mutex>;
 // The system's own number, not the clients' name for it.
 constexpr std::uint32_t kSecureSection = 0x40000;
 
-CScriptedPorts* current = nullptr;
-
 /// The message as its header says; a message that was received says what it likes, but has no more
 /// than `room` bytes.
 Bytes MessageBytes(const void* message, std::size_t room = NtApi::kAlpcMaxMessage) {
@@ -54,16 +52,16 @@ struct CScriptedPorts::Legacy {
         connection.qos = *qos;
         connection.hasOptional =
             clientView != nullptr || serverView != nullptr || maxLength != nullptr;
-        return current->Connect("NtConnectPort", "port", connection, port);
+        return current_->Connect("NtConnectPort", "port", connection, port);
     }
 
     static NtApi::NtStatus KYR_NTAPI NtRequestPort(NtApi::Handle port, void* request) {
         Sent sent{};
         sent.port = port;
         sent.message = MessageBytes(request);
-        current->Record(current->oneWays, sent);
+        current_->Record(current_->oneWays, sent);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        current->calls_.Enter("NtRequestPort", &status);
+        current_->calls_.Enter("NtRequestPort", &status);
         return status;
     }
 
@@ -78,12 +76,12 @@ struct CScriptedPorts::Legacy {
         const std::size_t header =
             room - Base::LoadLittleEndian<std::uint16_t>(bytes + NtApi::kDataLengthOffset);
         sent.announced.assign(bytes, bytes + header + 8);
-        current->Record(current->requests, sent);
+        current_->Record(current_->requests, sent);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (!current->calls_.Enter("NtRequestWaitReplyPort", &status)) {
+        if (!current_->calls_.Enter("NtRequestWaitReplyPort", &status)) {
             return status;
         }
-        const Answer answer = current->TakeAnswer(sent);
+        const Answer answer = current_->TakeAnswer(sent);
         if (!answer.reply.empty()) {
             std::memcpy(reply, answer.reply.data(), std::min(answer.reply.size(), room));
         }
@@ -92,7 +90,7 @@ struct CScriptedPorts::Legacy {
 
     static void KYR_NTAPI RtlInitUnicodeString(NtApi::UnicodeString* target,
                                                const char16_t* source) {
-        current->calls_.Note("RtlInitUnicodeString");
+        current_->calls_.Note("RtlInitUnicodeString");
         const std::size_t length = std::char_traits<char16_t>::length(source);
         target->Length = static_cast<std::uint16_t>(length * sizeof(char16_t));
         target->MaximumLength = static_cast<std::uint16_t>((length + 1) * sizeof(char16_t));
@@ -115,18 +113,18 @@ struct CScriptedPorts::Advanced {
         connection.flags = flags;
         connection.hasOptional = objectAttributes != nullptr || requiredServerSid != nullptr ||
                                  out != nullptr || in != nullptr || timeout != nullptr;
-        return current->Connect("NtAlpcConnectPort", "alpc port", connection, port);
+        return current_->Connect("NtAlpcConnectPort", "alpc port", connection, port);
     }
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcDisconnectPort(NtApi::Handle port, std::uint32_t flags) {
-        current->calls_.Require(flags == 0, "NtAlpcDisconnectPort with flags");
-        current->objects_.Check(port);
+        current_->calls_.Require(flags == 0, "NtAlpcDisconnectPort with flags");
+        current_->objects_.Check(port);
         {
-            const Guard guard(current->mutex_);
-            current->disconnected.push_back(port);
+            const Guard guard(current_->mutex_);
+            current_->disconnected.push_back(port);
         }
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        current->calls_.Enter("NtAlpcDisconnectPort", &status);
+        current_->calls_.Enter("NtAlpcDisconnectPort", &status);
         return status;
     }
 
@@ -142,19 +140,19 @@ struct CScriptedPorts::Advanced {
 
     static NtApi::NtStatus Release(Sent& sent, void* message,
                                    NtApi::AlpcMessageAttributes* attributes) {
-        sent.message = MessageBytes(message, current->receiveRoom_);
+        sent.message = MessageBytes(message, current_->receiveRoom_);
         if (HasView(attributes)) {
             const NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
             sent.hasView = true;
             sent.releasedViewFlags = view.Flags;
             if ((view.Flags & NtApi::kAlpcViewUnmapExisting) != 0) {
-                current->DropView(view.ViewBase);
-                current->objects_.Forget(view.ViewBase);
+                current_->DropView(view.ViewBase);
+                current_->objects_.Forget(view.ViewBase);
             }
         }
-        current->Record(current->releases, sent);
+        current_->Record(current_->releases, sent);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        current->calls_.Enter(CScriptedCalls::kReleaseMessage, &status);
+        current_->calls_.Enter(CScriptedCalls::kReleaseMessage, &status);
         return status;
     }
 
@@ -162,7 +160,7 @@ struct CScriptedPorts::Advanced {
         NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
         view.Flags = answer.viewFlags;
         view.SectionHandle = nullptr;
-        view.ViewBase = current->MakeView(answer.view);
+        view.ViewBase = current_->MakeView(answer.view);
         view.ViewSize = answer.viewSize == 0 ? answer.view.size() : answer.viewSize;
         attributes->ValidAttributes |= NtApi::kAlpcMessageViewAttribute;
     }
@@ -187,14 +185,14 @@ struct CScriptedPorts::Advanced {
         }
         sent.message = MessageBytes(message);
         FillSent(sent, sendAttributes);
-        current->Record(receiveMessage != nullptr ? current->requests : current->oneWays, sent);
+        current_->Record(receiveMessage != nullptr ? current_->requests : current_->oneWays, sent);
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (!current->calls_.Enter("NtAlpcSendWaitReceivePort", &status)) {
+        if (!current_->calls_.Enter("NtAlpcSendWaitReceivePort", &status)) {
             return status;
         }
-        const Answer answer = current->TakeAnswer(sent);
+        const Answer answer = current_->TakeAnswer(sent);
         if (receiveMessage != nullptr && !answer.reply.empty()) {
-            current->receiveRoom_ = *bufferLength;
+            current_->receiveRoom_ = *bufferLength;
             const std::size_t length = std::min(answer.reply.size(), *bufferLength);
             std::memcpy(receiveMessage, answer.reply.data(), length);
             *bufferLength = length;
@@ -208,18 +206,18 @@ struct CScriptedPorts::Advanced {
     static NtApi::NtStatus KYR_NTAPI
     NtAlpcCreatePortSection(NtApi::Handle port, std::uint32_t flags, NtApi::Handle section,
                             std::size_t size, NtApi::Handle* alpcSection, std::size_t* actualSize) {
-        current->objects_.Check(port);
+        current_->objects_.Check(port);
         const bool secureAndNew = flags == kSecureSection && section == nullptr && size != 0;
-        if (!current->calls_.Require(secureAndNew, "NtAlpcCreatePortSection of another kind")) {
+        if (!current_->calls_.Require(secureAndNew, "NtAlpcCreatePortSection of another kind")) {
             return NtApi::kStatusInvalidParameter;
         }
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (current->calls_.Enter("NtAlpcCreatePortSection", &status)) {
+        if (current_->calls_.Enter("NtAlpcCreatePortSection", &status)) {
             {
-                const Guard guard(current->mutex_);
-                current->sectionSizes.push_back(size);
+                const Guard guard(current_->mutex_);
+                current_->sectionSizes.push_back(size);
             }
-            *alpcSection = current->objects_.Open("section");
+            *alpcSection = current_->objects_.Open("section");
             *actualSize = (size + 4095) / 4096 * 4096;
         }
         return status;
@@ -227,26 +225,26 @@ struct CScriptedPorts::Advanced {
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcDeletePortSection(NtApi::Handle port, std::uint32_t,
                                                              NtApi::Handle section) {
-        current->calls_.Note("NtAlpcDeletePortSection");
-        current->objects_.Check(port);
-        return current->objects_.Close(section) ? NtApi::kStatusSuccess
-                                                : NtApi::kStatusInvalidHandle;
+        current_->calls_.Note("NtAlpcDeletePortSection");
+        current_->objects_.Check(port);
+        return current_->objects_.Close(section) ? NtApi::kStatusSuccess
+                                                 : NtApi::kStatusInvalidHandle;
     }
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcCreateSectionView(NtApi::Handle port,
                                                              std::uint32_t flags,
                                                              NtApi::AlpcDataViewAttr* view) {
-        current->objects_.Check(port);
+        current_->objects_.Check(port);
         const bool isNew = flags == 0 && view->Flags == 0 && view->ViewBase == nullptr;
-        if (!current->calls_.Require(isNew, "NtAlpcCreateSectionView of another kind") ||
-            !current->objects_.Check(view->SectionHandle)) {
+        if (!current_->calls_.Require(isNew, "NtAlpcCreateSectionView of another kind") ||
+            !current_->objects_.Check(view->SectionHandle)) {
             return NtApi::kStatusInvalidParameter;
         }
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (current->calls_.Enter("NtAlpcCreateSectionView", &status)) {
-            view->ViewSize -= current->sectionViewShortage;
-            if (!current->leaveOutSectionViewBase) {
-                view->ViewBase = current->MakeView(Bytes(view->ViewSize));
+        if (current_->calls_.Enter("NtAlpcCreateSectionView", &status)) {
+            view->ViewSize -= current_->sectionViewShortage;
+            if (!current_->leaveOutSectionViewBase) {
+                view->ViewBase = current_->MakeView(Bytes(view->ViewSize));
             }
         }
         return status;
@@ -254,23 +252,23 @@ struct CScriptedPorts::Advanced {
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcDeleteSectionView(NtApi::Handle port, std::uint32_t,
                                                              void* base) {
-        current->calls_.Note("NtAlpcDeleteSectionView");
-        current->objects_.Check(port);
-        current->DropView(base);
-        return current->objects_.Close(base) ? NtApi::kStatusSuccess
-                                             : NtApi::kStatusInvalidParameter;
+        current_->calls_.Note("NtAlpcDeleteSectionView");
+        current_->objects_.Check(port);
+        current_->DropView(base);
+        return current_->objects_.Close(base) ? NtApi::kStatusSuccess
+                                              : NtApi::kStatusInvalidParameter;
     }
 
     static NtApi::NtStatus KYR_NTAPI
     AlpcInitializeMessageAttribute(std::uint32_t attributes, NtApi::AlpcMessageAttributes* buffer,
                                    std::size_t size, std::size_t* required) {
         NtApi::NtStatus status = NtApi::kStatusSuccess;
-        if (!current->calls_.Enter("AlpcInitializeMessageAttribute", &status)) {
+        if (!current_->calls_.Enter("AlpcInitializeMessageAttribute", &status)) {
             return status;
         }
-        *required = current->viewAttributeSize;
+        *required = current_->viewAttributeSize;
         if (buffer == nullptr || size < *required) {
-            return current->viewAttributeQueryStatus;
+            return current_->viewAttributeQueryStatus;
         }
         buffer->AllocatedAttributes = attributes;
         buffer->ValidAttributes = 0;
@@ -283,7 +281,6 @@ CScriptedPorts::CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
     : viewAttributeSize(sizeof(NtApi::AlpcMessageAttributes) + sizeof(NtApi::AlpcDataViewAttr)),
       calls_(calls),
       objects_(objects) {
-    current = this;
     defaultAnswer.status = NtApi::kStatusPortDisconnected;
     functions.NtConnectPort = &Legacy::NtConnectPort;
     functions.NtRequestPort = &Legacy::NtRequestPort;
@@ -297,10 +294,6 @@ CScriptedPorts::CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
     functions.NtAlpcCreateSectionView = &Advanced::NtAlpcCreateSectionView;
     functions.NtAlpcDeleteSectionView = &Advanced::NtAlpcDeleteSectionView;
     functions.AlpcInitializeMessageAttribute = &Advanced::AlpcInitializeMessageAttribute;
-}
-
-CScriptedPorts::~CScriptedPorts() {
-    current = nullptr;
 }
 
 void CScriptedPorts::Queue(Answer answer) {

@@ -17,20 +17,18 @@
 
 #include "kelcomm/native/NativeFunctions.h"
 #include "ntapi/Status.h"
+#include "tests/support/Current.h"
 #include "tests/support/ScriptedObjects.h"
 
 namespace Kyr::Test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-class CScriptedPorts {
+class CScriptedPorts : public CCurrent<CScriptedPorts> {
   public:
     /// `calls` and `objects` must outlive the ports.
     CScriptedPorts(CScriptedCalls& calls, CScriptedObjects& objects,
                    Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
-    ~CScriptedPorts();
-    CScriptedPorts(const CScriptedPorts&) = delete;
-    CScriptedPorts& operator=(const CScriptedPorts&) = delete;
 
     // The records.
     struct Connection {

@@ -9,18 +9,16 @@
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
+#include "tests/support/Current.h"
 #include "tests/support/ScriptedObjects.h"
 
 namespace Kyr::Test {
 
-class CScriptedProcess {
+class CScriptedProcess : public CCurrent<CScriptedProcess> {
   public:
     /// `calls` and `objects` must outlive the process.
     CScriptedProcess(CScriptedCalls& calls, CScriptedObjects& objects,
                      Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
-    ~CScriptedProcess();
-    CScriptedProcess(const CScriptedProcess&) = delete;
-    CScriptedProcess& operator=(const CScriptedProcess&) = delete;
 
     // The script.
     bool isWow64 = false;

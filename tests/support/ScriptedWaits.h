@@ -12,22 +12,20 @@
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
+#include "tests/support/Current.h"
 #include "tests/support/ScriptedArea.h"
 #include "tests/support/ScriptedObjects.h"
 #include "tests/support/ScriptedThreads.h"
 
 namespace Kyr::Test {
 
-class CScriptedWaits {
+class CScriptedWaits : public CCurrent<CScriptedWaits> {
   public:
     /// All must outlive the waits. What is neither a thread nor an event is the area's mutex to
     /// WaitForSingleObject, and one of `objects` to CloseHandle.
     CScriptedWaits(CScriptedCalls& calls, CScriptedObjects& objects, CScriptedThreads& threads,
                    CScriptedArea& area,
                    Connectors::Common::Kelcomm::Native::NativeFunctions& functions);
-    ~CScriptedWaits();
-    CScriptedWaits(const CScriptedWaits&) = delete;
-    CScriptedWaits& operator=(const CScriptedWaits&) = delete;
 
     /// Runs in every dispatch of a window message, without a lock.
     std::function<void()> onDispatch;
