@@ -16,6 +16,15 @@ std::string Bytes(const std::string& hex) {
     return {bytes.begin(), bytes.end()};
 }
 
+/// The beginning of a row: 65536 as its count, and as many ids.
+std::string ManyIds() {
+    std::string bytes("\x00\x00\x01\x00", 4);
+    for (int id = 0; id < 65536; ++id) {
+        bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8), 0, 0};
+    }
+    return bytes;
+}
+
 class SymbolContainerBinaryTest : public Test::SymbolFixture {
   protected:
     std::string Written() const {
@@ -192,11 +201,7 @@ TEST_F(SymbolContainerBinaryTest, HugeCountAllocatesNothing) {
 
 TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
     // 65536 ids and the first two bytes of a tag; a value takes more in memory than its id.
-    std::string bytes("\x00\x00\x01\x00", 4);
-    for (int id = 0; id < 65536; ++id) {
-        bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8), 0, 0};
-    }
-    bytes += std::string(2, '\0');
+    const std::string bytes = ManyIds() + std::string(2, '\0');
     const Kyr::Test::CAllocationWatch watch;
     EXPECT_THROW(row_.DeserializeFromBinary(bytes), std::ios_base::failure);
     EXPECT_LE(watch.Largest(), 2 * bytes.size());
@@ -204,11 +209,7 @@ TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
 
 TEST_F(SymbolContainerBinaryTest, RoomForValuesFollowsFromTheirBytesAndNotFromTheirCount) {
     // 65536 ids, and behind them as many bytes: 13107 values at most, none of which begins so.
-    std::string bytes("\x00\x00\x01\x00", 4);
-    for (int id = 0; id < 65536; ++id) {
-        bytes += {static_cast<char>(id & 0xFF), static_cast<char>(id >> 8), 0, 0};
-    }
-    bytes += std::string(65536, '\0');
+    const std::string bytes = ManyIds() + std::string(65536, '\0');
     const Kyr::Test::CAllocationWatch watch;
     EXPECT_THROW(row_.DeserializeFromBinary(bytes), std::runtime_error);
     EXPECT_LE(watch.Largest(), 2 * bytes.size());

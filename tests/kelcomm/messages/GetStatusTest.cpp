@@ -27,6 +27,14 @@ class GetStatusTest : public testing::Test {
             .at(0);
     }
 
+    void ExpectMeaning(const std::string& text, std::uint32_t status, int severity,
+                       std::uint64_t statusTextId) {
+        const auto record = Record(text);
+        EXPECT_EQ(record.status, status);
+        EXPECT_EQ(record.severity, severity);
+        EXPECT_EQ(record.statusTextId, statusTextId);
+    }
+
     CGetStatusResponse response_;
 };
 
@@ -47,24 +55,15 @@ TEST_F(GetStatusTest, NewResponseHoldsNothing) {
 }
 
 TEST_F(GetStatusTest, Status0IsFine) {
-    const auto record = Record("0");
-    EXPECT_EQ(record.status, 0u);
-    EXPECT_EQ(record.severity, 1);
-    EXPECT_EQ(record.statusTextId, 0x071000000000021Eu);
+    ExpectMeaning("0", 0, 1, 0x071000000000021E);
 }
 
 TEST_F(GetStatusTest, Status1HasSeverity3) {
-    const auto record = Record("1");
-    EXPECT_EQ(record.status, 1u);
-    EXPECT_EQ(record.severity, 3);
-    EXPECT_EQ(record.statusTextId, 0x071000000000021Fu);
+    ExpectMeaning("1", 1, 3, 0x071000000000021F);
 }
 
 TEST_F(GetStatusTest, Status2HasSeverity5) {
-    const auto record = Record("2");
-    EXPECT_EQ(record.status, 2u);
-    EXPECT_EQ(record.severity, 5);
-    EXPECT_EQ(record.statusTextId, 0x0710000000000220u);
+    ExpectMeaning("2", 2, 5, 0x0710000000000220);
 }
 
 TEST_F(GetStatusTest, StatusOfAllOnesHasNothingElse) {

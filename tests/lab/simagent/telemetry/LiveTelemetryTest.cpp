@@ -68,6 +68,14 @@ class LiveTelemetryTest : public ::testing::Test {
         return Record(lists_.Count(RecordKind::kTelemetry));
     }
 
+    /// A victim that is no child of 5, one that is, and another program that is; seen once.
+    void StartThree() {
+        table_.processes = {{{7, 1}, {6, "victim", "", "", "1000"}},
+                            {{8, 1}, {5, "victim", "", "", "1000"}},
+                            {{9, 1}, {5, "sh", "", "", "1000"}}};
+        Look();
+    }
+
     std::string Record(std::uint64_t number) const {
         return lists_.From(RecordKind::kTelemetry, number - 1).at(0).text;
     }
@@ -138,19 +146,13 @@ TEST_F(LiveTelemetryTest, OnlyTheNamedProgramIsRecorded) {
 
 TEST_F(LiveTelemetryTest, OnlyWhatThatProcessHasStartedIsRecorded) {
     Start({"", 5});
-    table_.processes = {{{7, 1}, {6, "victim", "", "", "1000"}},
-                        {{8, 1}, {5, "victim", "", "", "1000"}},
-                        {{9, 1}, {5, "sh", "", "", "1000"}}};
-    Look();
+    StartThree();
     EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim"), HasSubstr("pid=9 name=sh")));
 }
 
 TEST_F(LiveTelemetryTest, ProgramAndParentMustBothFit) {
     Start({"victim", 5});
-    table_.processes = {{{7, 1}, {6, "victim", "", "", "1000"}},
-                        {{8, 1}, {5, "victim", "", "", "1000"}},
-                        {{9, 1}, {5, "sh", "", "", "1000"}}};
-    Look();
+    StartThree();
     EXPECT_THAT(Look(), ElementsAre(HasSubstr("pid=8 name=victim")));
 }
 
