@@ -197,7 +197,7 @@ std::int32_t CKelcommChannel::GetBroadcast(std::int32_t index) {
     if (place > kServerBroadcast) {
         throw std::runtime_error("CKelcommChannel: Unknown broadcast was specified");
     }
-    if (place == kServerBroadcast && !serverBroadcast_.IsAvailable()) {
+    if (place == kServerBroadcast && !serverBroadcastAvailable_) {
         return CServerBroadcast::kNoValue;
     }
     const Base::CLock lock(mutex_);

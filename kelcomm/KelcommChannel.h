@@ -69,8 +69,9 @@ class CKelcommChannel {
     std::atomic<bool> pinged_{false};
     bool useLegacy_ KYR_GUARDED_BY(mutex_) = false;  // only ever set
     std::unique_ptr<IKelcommClient> legacyClient_ KYR_GUARDED_BY(mutex_);
-    // Used with the mutex held, but for its flag.
-    CServerBroadcast serverBroadcast_;
+    // Whether there may be a server plug-in: only ever cleared, and read without the mutex, too.
+    std::atomic<bool> serverBroadcastAvailable_{true};
+    CServerBroadcast serverBroadcast_ KYR_GUARDED_BY(mutex_){serverBroadcastAvailable_};
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

@@ -43,7 +43,9 @@ std::uint32_t ReadWord(IKelcommClient* client, std::uint64_t offset, const char*
 
 std::int32_t CServerBroadcast::Read(IKelcommClient* client) {
     if (!available_) {
-        return kNoValue;  // since the caller asked; another one had the lock meanwhile
+        // A caller that found it still available has waited for its lock, and the one who had the
+        // lock meanwhile has found the plug-in missing.
+        return kNoValue;
     }
     if (moduleIndex_ >= 0 && IsUnchanged(client)) {
         return value_;

@@ -2,7 +2,7 @@
 //
 // The plug-in is one entry of the area's module table, which the product may rearrange at any time;
 // the entry's timestamp says when its data have changed, so that a call usually costs one word.
-// Threads: Read needs the caller's lock; IsAvailable may be called from any thread.
+// Threads: an object belongs to one thread, or to its owner's lock.
 // Errors: std::runtime_error with the channel's texts.
 #pragma once
 
@@ -18,10 +18,11 @@ class CServerBroadcast {
     /// What Read returns when the product has no server plug-in.
     static constexpr std::int32_t kNoValue = -1;
 
-    /// False once the product was seen to have no usable plug-in; never true again.
-    bool IsAvailable() const { return available_; }
+    /// `available` is cleared once the product was seen to have no usable plug-in, and never set.
+    /// It belongs to the owner, who may read it without the lock, and must outlive the object.
+    explicit CServerBroadcast(std::atomic<bool>& available) : available_(available) {}
 
-    /// The plug-in's value; kNoValue, with nothing read, when IsAvailable is false.
+    /// The plug-in's value; kNoValue, with nothing read, when the plug-in is not available.
     /// REQUIRES: `client` is used by nobody else meanwhile.
     std::int32_t Read(IKelcommClient* client);
 
@@ -35,7 +36,7 @@ class CServerBroadcast {
     bool FindModule(IKelcommClient* client);
     std::int32_t ReadValue(IKelcommClient* client);
 
-    std::atomic<bool> available_{true};
+    std::atomic<bool>& available_;
     std::uint32_t firstModuleOffset_ = 0;  // 0: not yet read
     std::int32_t moduleIndex_ = -1;        // -1: unknown
     std::uint32_t timestamp_ = 0;          // of the value that was read last
