@@ -1,10 +1,14 @@
 #include "kelcomm/KelcommChannel.h"
 
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
 #include "kelcomm/KelcommChannelBuffer.h"
 #include "kelcomm/KelcommErrorReplyException.h"
+#include "kelcomm/client/BroadcastLayout.h"
+#include "kelcomm/client/KelcommConnection.h"
+#include "kelcomm/client/PayloadHeader.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
 
@@ -18,12 +22,8 @@ constexpr std::uint32_t kRequest = 3;  // CCCOMM_REQUEST
 
 constexpr std::int64_t kNoTimeout = 0;
 
-// Our own choice for an ordinary reply, and the product family's limit for any reply.
-constexpr std::uint32_t kFirstCapacity = 0x10000;
+/// The product family's limit for any reply.
 constexpr std::uint32_t kLargestCapacity = 0x10000000;
-
-// The reply header: its size, the status and a value, three little-endian words.
-constexpr std::uint32_t kReplyHeaderSize = 12;
 
 // Statuses of a reply.
 constexpr std::uint32_t kSuccess = 0;
@@ -31,9 +31,9 @@ constexpr std::uint32_t kReplyBufferTooSmall = 5;
 constexpr std::uint32_t kCommandFailed = 14;
 constexpr std::uint32_t kSuccessWithoutValue = 18;
 
-// Where the broadcast area's data keep the values 0 to 9, and the index of the server plug-in's.
-constexpr std::uint32_t kBroadcastOffsets[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
+/// The index of the server plug-in's broadcast value, behind those at fixed places.
 constexpr std::uint32_t kServerBroadcast = 10;
+static_assert(std::size(Broadcast::kValues) == kServerBroadcast);
 
 std::unique_ptr<IKelcommClient> CreateAlpcClient(const Native::NativeFunctions& native) {
     auto client = std::make_unique<CKelcommAlpcClient>(native);
@@ -59,6 +59,7 @@ void CheckCapacity(std::size_t capacity) {
     }
 }
 
+/// What follows the header's own size in it.
 struct ReplyHeader {
     std::uint32_t status;
     std::uint32_t value;
@@ -67,13 +68,12 @@ struct ReplyHeader {
 /// Leaves the read position behind the header, where whoever reads the body goes on.
 ReplyHeader ReadHeader(KelcommChannelBuffer& reply) {
     reply.SetReadPosition(0);
-    if (reply.GetRemaining() < kReplyHeaderSize) {
-        throw std::runtime_error("KelcommChannelBuffer: Buffer is not full enough");
-    }
+    // All three are read before one is judged: a reply that ends too soon is short, whatever size
+    // it states.
     const std::uint32_t headerSize = reply.ReadU32();
     const std::uint32_t status = reply.ReadU32();
     const std::uint32_t value = reply.ReadU32();
-    if (headerSize != kReplyHeaderSize) {
+    if (headerSize != kPayloadHeaderSize) {
         throw std::runtime_error("CKelcommChannel: Reply header has wrong size");
     }
     return {status, value};
@@ -142,8 +142,8 @@ bool CKelcommChannel::Ping(std::string& errors) {
 std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
                                            KelcommChannelBuffer& reply) {
     CheckCapacity(reply.GetSize());
-    std::uint32_t capacity =
-        reply.IsEmpty() ? kFirstCapacity : static_cast<std::uint32_t>(reply.GetSize());
+    std::uint32_t capacity = reply.IsEmpty() ? KelcommChannelBuffer::kUsualSize
+                                             : static_cast<std::uint32_t>(reply.GetSize());
     std::string nonLegacyError;
     // Each turn sends the whole request: with more room for the reply, or to the other client.
     // Neither client nor product keeps a reply that did not fit.
@@ -170,7 +170,7 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
                 continue;
             }
         }
-        // From here on the transport has worked. What the product says decides, and no answer of
+        // From here on the transport has worked. What the product says decides, and no reply of
         // its moves the channel to the other client.
         reply.Resize(replyLength);
         const ReplyHeader header = ReadHeader(reply);
@@ -207,7 +207,7 @@ std::int32_t CKelcommChannel::GetBroadcast(std::int32_t index) {
     }
     std::uint32_t value = 0;
     if (client == nullptr ||
-        client->ReadBroadcastValue(kBroadcastOffsets[place], &value) != kKelcommSuccess) {
+        client->ReadBroadcastValue(Broadcast::kValues[place], &value) != kKelcommSuccess) {
         throw std::runtime_error("CKelcommChannel: Get broadcast failed");
     }
     return static_cast<std::int32_t>(value);
@@ -231,7 +231,7 @@ IKelcommClient* CKelcommChannel::CurrentClient() const {
 
 void CKelcommChannel::FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError) {
     // An unpinged channel does not know yet whether the product has the newer port at all: its
-    // first failure is taken for the answer "no". Once that is decided, a failure is a failure.
+    // first failure is taken for a "no". Once that is decided, a failure is a failure.
     std::string error =
         "CKelcommChannel: Send request failed with kelcomm error " + std::to_string(code);
     if (pinged_) {

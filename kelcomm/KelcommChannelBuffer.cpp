@@ -8,15 +8,8 @@
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
-namespace {
-
-// The size of an ordinary reply; also the capacity that the channel offers first.
-constexpr std::size_t kReservedBytes = 65536;
-
-}  // namespace
-
 KelcommChannelBuffer::KelcommChannelBuffer() {
-    bytes_.reserve(kReservedBytes);
+    bytes_.reserve(kUsualSize);
 }
 
 void KelcommChannelBuffer::Append(const void* bytes, std::size_t length) {

@@ -12,7 +12,11 @@ namespace Kyr::Connectors::Common::Kelcomm {
 
 class KelcommChannelBuffer {
   public:
-    /// An empty buffer with 65536 bytes reserved.
+    /// Room for an ordinary reply, by our own choice: what a buffer reserves, and the capacity that
+    /// the channel offers first.
+    static constexpr std::uint32_t kUsualSize = 0x10000;
+
+    /// An empty buffer with kUsualSize bytes reserved.
     KelcommChannelBuffer();
 
     /// Behind what is held; the read position stays.

@@ -4,28 +4,12 @@
 #include <stdexcept>
 
 #include "base/LittleEndian.h"
+#include "kelcomm/client/BroadcastLayout.h"
 #include "kelcomm/client/IKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
 namespace {
-
-// Places in the data area.
-constexpr std::uint32_t kFirstModuleOffset = 12;
-constexpr std::uint32_t kModuleCount = 20;
-
-// An entry of the module table.
-constexpr std::uint32_t kEntrySize = 20;
-constexpr std::uint32_t kModuleId = 0;
-constexpr std::uint32_t kUserDataSize = 4;
-constexpr std::uint32_t kUserDataOffset = 8;
-constexpr std::uint32_t kUserDataTimestamp = 12;
-
-constexpr std::uint32_t kServerPlugin = 0x1004000;
-
-// TSERVER_BROADCAST: a word of the product's own, then the value.
-constexpr std::uint32_t kBlockSize = 8;
-constexpr std::uint32_t kValueInBlock = 4;
 
 constexpr char kTimestampFailed[] = "CKelcommChannel: Get user data timestamp broadcast failed";
 constexpr char kModuleIdFailed[] = "CKelcommChannel: Get module id broadcast failed";
@@ -61,13 +45,13 @@ std::int32_t CServerBroadcast::Read(IKelcommClient* client) {
 std::uint32_t CServerBroadcast::ReadEntry(IKelcommClient* client, std::uint32_t index,
                                           std::uint32_t field, const char* failure) {
     ReadFirstModuleOffset(client);
-    return ReadWord(client, firstModuleOffset_ + std::uint64_t{kEntrySize} * index + field,
-                    failure);
+    return ReadWord(
+        client, firstModuleOffset_ + std::uint64_t{Broadcast::kEntrySize} * index + field, failure);
 }
 
 void CServerBroadcast::ReadFirstModuleOffset(IKelcommClient* client) {
     if (firstModuleOffset_ == 0) {
-        firstModuleOffset_ = ReadWord(client, kFirstModuleOffset,
+        firstModuleOffset_ = ReadWord(client, Broadcast::kFirstModuleOffset,
                                       "CKelcommChannel: Get first module offset broadcast failed");
     }
 }
@@ -79,7 +63,7 @@ bool CServerBroadcast::IsUnchanged(IKelcommClient* client) {
     ReadFirstModuleOffset(client);
     std::uint32_t timestamp = 0;
     try {
-        timestamp = ReadEntry(client, index, kUserDataTimestamp, kTimestampFailed);
+        timestamp = ReadEntry(client, index, Broadcast::kUserDataTimestamp, kTimestampFailed);
     } catch (const std::runtime_error&) {
         moduleIndex_ = -1;
         throw;
@@ -91,19 +75,21 @@ bool CServerBroadcast::IsUnchanged(IKelcommClient* client) {
     // the data change once more. The table may have been rearranged as well; an entry that is no
     // longer the plug-in's is looked for anew.
     timestamp_ = timestamp;
-    if (ReadEntry(client, index, kModuleId, kModuleIdFailed) != kServerPlugin) {
+    if (ReadEntry(client, index, Broadcast::kModuleId, kModuleIdFailed) !=
+        Broadcast::kServerPlugin) {
         moduleIndex_ = -1;
     }
     return false;
 }
 
 bool CServerBroadcast::FindModule(IKelcommClient* client) {
-    const std::uint32_t count =
-        ReadWord(client, kModuleCount, "CKelcommChannel: Get modules count broadcast failed");
+    const std::uint32_t count = ReadWord(client, Broadcast::kModuleCount,
+                                         "CKelcommChannel: Get modules count broadcast failed");
     for (std::uint32_t index = 0; index < count; ++index) {
-        if (ReadEntry(client, index, kModuleId, kModuleIdFailed) == kServerPlugin) {
+        if (ReadEntry(client, index, Broadcast::kModuleId, kModuleIdFailed) ==
+            Broadcast::kServerPlugin) {
             moduleIndex_ = static_cast<std::int32_t>(index);
-            timestamp_ = ReadEntry(client, index, kUserDataTimestamp, kTimestampFailed);
+            timestamp_ = ReadEntry(client, index, Broadcast::kUserDataTimestamp, kTimestampFailed);
             return true;
         }
     }
@@ -112,23 +98,25 @@ bool CServerBroadcast::FindModule(IKelcommClient* client) {
 
 std::int32_t CServerBroadcast::ReadValue(IKelcommClient* client) {
     const auto index = static_cast<std::uint32_t>(moduleIndex_);
-    const std::uint32_t offset = ReadEntry(
-        client, index, kUserDataOffset, "CKelcommChannel: Get user data offset broadcast failed");
-    const std::uint32_t size = ReadEntry(client, index, kUserDataSize,
+    const std::uint32_t offset =
+        ReadEntry(client, index, Broadcast::kUserDataOffset,
+                  "CKelcommChannel: Get user data offset broadcast failed");
+    const std::uint32_t size = ReadEntry(client, index, Broadcast::kUserDataSize,
                                          "CKelcommChannel: Get user data size broadcast failed");
     // A plug-in of another kind than we know: no use in asking again.
-    if (size < kBlockSize) {
+    if (size < Broadcast::kServerBlockSize) {
         available_ = false;
         throw std::runtime_error(
             "CKelcommChannel: serverPluginSize size is smaller than requested size");
     }
     // In one read, under the product's mutex: what was checked piece by piece may be old by now,
     // but the two words of the block belong together.
-    unsigned char block[kBlockSize];
+    unsigned char block[Broadcast::kServerBlockSize];
     if (client->ReadBroadcast(offset, block, sizeof block) != kKelcommSuccess) {
         throw std::runtime_error("CKelcommChannel: Get TSERVER_BROADCAST failed");
     }
-    return static_cast<std::int32_t>(Base::LoadLittleEndian<std::uint32_t>(block + kValueInBlock));
+    return static_cast<std::int32_t>(
+        Base::LoadLittleEndian<std::uint32_t>(block + Broadcast::kServerValue));
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm

@@ -3,7 +3,7 @@
 #include <cstring>
 
 #include "base/LittleEndian.h"
-#include "kelcomm/area/BroadcastLayout.h"
+#include "kelcomm/client/BroadcastLayout.h"
 #include "kelcomm/client/IKelcommClient.h"
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
@@ -86,11 +86,11 @@ bool CKelcommCommonNt::MapArea(const Identity& identity) {
     broadcastViewSize_ = pages.RegionSize;
     // Once is enough for these: they say which format the area has, for as long as it is there.
     // Where the data stand and how many they are may change, and is read for each read.
-    return broadcastViewSize_ >= kBroadcastHeaderSize &&
-           ReadHeaderField(kBroadcastHeaderSizeField) == kBroadcastHeaderSize &&
-           std::memcmp(SectionStart() + kBroadcastMagicField, kKelcommMagic, kKelcommMagicSize) ==
+    return broadcastViewSize_ >= Broadcast::kHeaderSize &&
+           ReadHeaderField(Broadcast::kHeaderSizeField) == Broadcast::kHeaderSize &&
+           std::memcmp(SectionStart() + Broadcast::kMagicField, kKelcommMagic, kKelcommMagicSize) ==
                0 &&
-           ReadHeaderField(kBroadcastVersionField) == kKelcommVersion;
+           ReadHeaderField(Broadcast::kVersionField) == kKelcommVersion;
 }
 
 void CKelcommCommonNt::UnmapArea() {
@@ -119,11 +119,12 @@ std::uint32_t CKelcommCommonNt::ReadHeaderField(std::size_t field) const {
 
 bool CKelcommCommonNt::IsInsideData(std::uint32_t offset, std::uint32_t length) const {
     return !IsNegative(offset) &&
-           std::uint64_t{offset} + length <= ReadHeaderField(kBroadcastDataSizeField);
+           std::uint64_t{offset} + length <= ReadHeaderField(Broadcast::kDataSizeField);
 }
 
 const std::uint8_t* CKelcommCommonNt::Locate(std::uint32_t offset, std::uint32_t length) const {
-    const std::uint64_t start = std::uint64_t{ReadHeaderField(kBroadcastDataOffsetField)} + offset;
+    const std::uint64_t start =
+        std::uint64_t{ReadHeaderField(Broadcast::kDataOffsetField)} + offset;
     // The header's numbers are the product's word only; the mapping is what is really there.
     if (start + length > broadcastViewSize_) {
         return nullptr;

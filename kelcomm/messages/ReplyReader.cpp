@@ -4,21 +4,20 @@
 #include <stdexcept>
 
 #include "base/LittleEndian.h"
+#include "kelcomm/client/PayloadHeader.h"
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
 namespace {
 
-constexpr std::uint32_t kHeaderSize = 12;
-constexpr std::size_t kValue = 8;  // behind the header's size and the status
+constexpr std::size_t kValue = 8;  // in the header, behind its size and the status
 
 }  // namespace
 
-// A reply is 12 bytes of header (its size, the status, a value) and the payload. Take needs the
-// position, which the order of the members sets before the length.
+// Take needs the position, which the order of the members sets before the length.
 CReplyReader::CReplyReader(const std::vector<unsigned char>& reply)
     : reply_(reply),
-      payloadLength_(Base::LoadLittleEndian<std::uint32_t>(Take(kHeaderSize) + kValue)) {}
+      payloadLength_(Base::LoadLittleEndian<std::uint32_t>(Take(kPayloadHeaderSize) + kValue)) {}
 
 std::string_view CReplyReader::ReadPayload() {
     // The announced length is the product's word; Take compares it with what came.
@@ -35,7 +34,7 @@ std::uint16_t CReplyReader::ReadU16() {
 
 void CReplyReader::MoveTo(std::uint32_t offset) {
     // In 64 bits: an offset near 2^32 must not come round to the header.
-    const std::uint64_t position = std::uint64_t{kHeaderSize} + offset;
+    const std::uint64_t position = std::uint64_t{kPayloadHeaderSize} + offset;
     position_ = static_cast<std::size_t>(std::min<std::uint64_t>(position, reply_.size()));
 }
 
