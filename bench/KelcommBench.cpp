@@ -11,6 +11,7 @@
 #include "bench/PortBench.h"
 #include "kelcomm/KelcommChannelBuffer.h"
 #include "kelcomm/OvAgentChannel.h"
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 #include "kelcomm/ports/AlpcMessages.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"

@@ -10,6 +10,7 @@
 
 #include "base/LittleEndian.h"
 #include "bench/PortBench.h"
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 #include "kelcomm/ports/AlpcMessages.h"
 #include "logs/OvAgentRequest.h"

@@ -11,6 +11,7 @@
 #include "base/LittleEndian.h"
 #include "fuzz/ReplyStatus.h"
 #include "kelcomm/client/Buffer.h"
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "tests/support/ScriptedNative.h"
 

@@ -39,8 +39,8 @@ class CBuffer {
     /// time it is used up, to at most 0x7FFFFFFF. All or nothing; false on failure.
     bool AppendGrowing(const void* bytes, std::uint32_t length);
 
-    /// Moves the data pointer past the first `length` bytes. REQUIRES: `length` is at most
-    /// GetSize().
+    /// Moves the data pointer past the first `length` bytes: for whoever reads a buffer piece by
+    /// piece, which nobody in the library does. REQUIRES: `length` is at most GetSize().
     void Consume(std::uint32_t length);
 
     const std::uint8_t* GetData() const { return data_; }

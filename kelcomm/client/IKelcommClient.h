@@ -16,10 +16,11 @@ namespace Kyr::Connectors::Common::Kelcomm {
 
 class CBuffer;
 
-/// Result codes that the clients make themselves.
+/// Result codes that the clients make themselves. An operation that the LPC client does not provide
+/// is a failure when it is a request, and kKelcommNotProvided when it is Uninitialize.
 enum KelcommResult : std::uint32_t {
     kKelcommSuccess = 0,
-    kKelcommFailure = 1,  // not connected, exchange failed, malformed reply, operation not provided
+    kKelcommFailure = 1,  // not connected, exchange failed, malformed reply, request not provided
     kKelcommNotProvided = 3,
     kKelcommCannotConnect = 4,  // or ids already set
     kKelcommReplyTooLarge = 6,  // the reply does not fit
@@ -27,10 +28,7 @@ enum KelcommResult : std::uint32_t {
     kKelcommInvalidArgument = 10,
 };
 
-/// The identity that both sides of this connection agree on, and the options word of the module's
-/// clients.
-constexpr std::uint32_t kKelcommClientId = 0x31564B51;  // the bytes "QKV1"
-constexpr std::uint32_t kKelcommServerId = 0x61564B51;  // the bytes "QKVa"
+// Options. The module's clients have none.
 constexpr std::uint32_t kKelcommNoOptions = 0;
 /// Keep the calling thread's window messages flowing while it waits for a reply (LPC only).
 constexpr std::uint32_t kKelcommPumpMessages = 2;
@@ -45,7 +43,8 @@ class IKelcommClient {
                                      std::uint32_t options) = 0;
     virtual std::uint32_t Uninitialize() = 0;
     virtual std::uint32_t Close() = 0;
-    /// Like Request, but the reply is appended to `reply`. `timeout` as in Request.
+    /// Like Request, but the reply is appended to `reply`. `timeout` as in Request. Part of the
+    /// contract; nothing in the library calls it.
     virtual std::uint32_t RequestToBuffer(std::uint32_t flags, std::uint32_t command,
                                           const void* request, std::uint32_t requestLength,
                                           CBuffer* reply, std::int64_t timeout) = 0;

@@ -1,5 +1,6 @@
-// The buffer of a raw packet: either its own memory or a view of memory that somebody else owns.
+// The buffer of a raw packet: its own memory, or memory that somebody else owns.
 //
+// Part of the contract of the clients' buffers; the library itself has no raw packets.
 // Errors and threads: as CBuffer.
 #pragma once
 

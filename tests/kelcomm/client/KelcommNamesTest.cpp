@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 #include <string>
 
-#include "kelcomm/client/IKelcommClient.h"
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 
 namespace Kyr::Test {

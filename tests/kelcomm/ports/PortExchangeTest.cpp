@@ -8,6 +8,7 @@
 
 #include "base/LittleEndian.h"
 #include "kelcomm/client/Buffer.h"
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"

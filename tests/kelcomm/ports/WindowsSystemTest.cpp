@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
+#include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
