@@ -1,4 +1,4 @@
-// One road to the product over two clients: ALPC, the preferred one, and LPC, the fallback for
+// The channel to the product over two clients: ALPC, the preferred one, and LPC, the fallback for
 // products that offer only the older port.
 //
 // The choice is made by pings and by the first failure, and it is a one-way switch: once a channel
@@ -30,7 +30,7 @@ class CKelcommChannel {
     /// that fails. The two numbers have no meaning. `native` must outlive the channel.
     CKelcommChannel(std::uint32_t unused1, std::uint32_t unused2,
                     const Native::NativeFunctions& native = Native::SystemNativeFunctions());
-    /// A channel over two initialised clients. A missing one answers everything with code 10.
+    /// A channel over two initialised clients. A missing one counts as one that returns code 10.
     CKelcommChannel(std::unique_ptr<IKelcommClient> nonLegacyClient,
                     std::unique_ptr<IKelcommClient> legacyClient);
     CKelcommChannel(const CKelcommChannel&) = delete;
@@ -38,8 +38,8 @@ class CKelcommChannel {
     /// Closes and destroys the non-legacy client, then the legacy one.
     ~CKelcommChannel();
 
-    /// True when one of the clients gets an answer. What failed is appended to `errors`, also when
-    /// only the non-legacy ping failed.
+    /// True when the product answers one of the clients. What failed is appended to `errors`, also
+    /// when only the non-legacy ping failed.
     bool Ping(std::string& errors);
 
     /// Sends `request` unchanged and fills `reply` with the whole reply, header included, the read
@@ -63,6 +63,7 @@ class CKelcommChannel {
     /// or throws. `nonLegacyError` carries the first failure's text to the second.
     void FallBackOrThrow(std::uint32_t code, std::string& nonLegacyError) KYR_REQUIRES(mutex_);
 
+    // The order of mutex, clients and their flags is part of the contract; in it they are made.
     Base::CMutex mutex_;
     std::unique_ptr<IKelcommClient> nonLegacyClient_ KYR_GUARDED_BY(mutex_);
     // A ping or a fallback has decided; only ever set, and read without the mutex, too.

@@ -40,7 +40,7 @@ void CKelcommChannelAdapter::Start() {
         }
         clock_->SleepFor(kStartDelay);
     }
-    // Deliberate: an answer to the last attempt comes too late.
+    // Deliberate: a reply to the last ping comes too late.
     if (attemptsLeft == 0) {
         throw std::runtime_error("Cannot start kelcomm channel: " + errors);
     }
