@@ -13,8 +13,8 @@
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
-// One request, from the outside in: RequestWithRepeat tries it at most twice, RequestOnce makes the
-// exchange, TakeReply decides what the received message is worth. The lock is held shared for the
+// One request, from the outside in: RequestWithRepeat tries it at most twice; RequestOnce finds a
+// port, prepares the messages, exchanges them and takes the reply. The lock is held shared for the
 // whole of RequestOnce, since the port, and the view that a reply may stand in, must not go away
 // under it; it is free between the two tries, so that the port can be replaced.
 
@@ -30,6 +30,18 @@ struct CKelcommAlpcClient::Parts {
     std::int64_t timeout;
 
     bool IsOneWay() const { return (flags & kKelcommOneWay) != 0; }
+};
+
+struct CKelcommAlpcClient::Messages {
+    const NtApi::Handle port;  // borrowed; the lock keeps it open
+    // Unwritten but for what is used: clearing 128 KiB would cost more than the exchange.
+    alignas(8) std::uint8_t request[Alpc::kMaxMessage];
+    alignas(8) std::uint8_t reply[Alpc::kMaxMessage];
+    Alpc::CViewAttribute replyView;
+    Alpc::CSendView requestView;
+
+    Messages(const Native::NativeFunctions& native, NtApi::Handle openPort)
+        : port(openPort), requestView(native, openPort) {}
 };
 
 namespace {
@@ -153,36 +165,12 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
             return kKelcommFailure;
         }
     }
-
-    // No room is announced for a reply that nobody waits for.
-    const bool oneWay = parts.IsOneWay();
-    const std::uint32_t capacity = oneWay || parts.reply == nullptr ? 0 : parts.replyCapacity;
-    // Both stay unwritten but for what is used: clearing 128 KiB would cost more than the exchange.
-    alignas(8) std::uint8_t request[Alpc::kMaxMessage];
-    alignas(8) std::uint8_t reply[Alpc::kMaxMessage];
-    Alpc::BuildRequest(request, {parts.command, parts.request, parts.requestLength, capacity,
-                                 !oneWay && parts.growable != nullptr});
-    // Offered with every request: only the server knows whether its reply will need a view.
-    Alpc::CViewAttribute receiveView;
-    if (!oneWay) {
-        Alpc::ClearReply(reply);
-        if (!receiveView.Allocate(native_)) {
-            return kKelcommFailure;
-        }
-    }
-    // Made after the lock and so deleted before it is let go, but after the reply is released.
-    Alpc::CSendView sendView(native_, port_.Get());
-    if (parts.requestLength > Alpc::kMaxInlinePayload &&
-        !sendView.Fill(parts.request, parts.requestLength)) {
+    // Made after the lock, and so destroyed before it is let go.
+    Messages messages(native_, port_.Get());
+    if (!Prepare(parts, messages)) {
         return kKelcommFailure;
     }
-
-    std::size_t bufferLength = Alpc::kMaxMessage;
-    std::int64_t timeout = parts.timeout;
-    const NtApi::NtStatus status = native_.NtAlpcSendWaitReceivePort(
-        port_.Get(), oneWay ? NtApi::kAlpcReleaseMessage : NtApi::kAlpcSynchronous, request,
-        sendView.GetAttributes(), oneWay ? nullptr : reply, &bufferLength,
-        oneWay ? nullptr : receiveView.GetAttributes(), timeout != 0 ? &timeout : nullptr);
+    const NtApi::NtStatus status = Exchange(parts, messages);
     if (NtApi::IsError(status)) {
         return kKelcommFailure;
     }
@@ -194,37 +182,68 @@ std::uint32_t CKelcommAlpcClient::RequestOnce(const Parts& parts) {
     if (status != NtApi::kStatusSuccess) {
         return kKelcommSuccess;  // deliberate: sent, and no reply to read
     }
-    sendView.MarkSent();
-    if (oneWay) {
+    messages.requestView.MarkSent();
+    if (parts.IsOneWay()) {
         return kKelcommSuccess;
     }
-
-    if (receiveView.HasView()) {
-        // The view goes with the message when that is released.
-        receiveView.GetView().Flags |= NtApi::kAlpcViewUnmapExisting;
-    }
-    const std::uint32_t result = TakeReply(parts, reply, receiveView);
-    // Whatever the reply was worth: the server keeps its view until the message comes back. Only
-    // now, since that takes away the bytes that TakeReply has copied.
-    if ((Alpc::MessageType(reply) & NtApi::kLpcContinuationRequired) != 0) {
-        native_.NtAlpcSendWaitReceivePort(port_.Get(), NtApi::kAlpcReleaseMessage, reply,
-                                          receiveView.GetAttributes(), nullptr, nullptr, nullptr,
-                                          nullptr);
-    }
+    const std::uint32_t result = TakeReply(parts, messages);
+    // Whatever the reply was worth, and only now: it takes away the bytes that TakeReply copies.
+    Release(messages);
     return result;
 }
 
-std::uint32_t CKelcommAlpcClient::TakeReply(const Parts& parts, const std::uint8_t* message,
-                                            Alpc::CViewAttribute& view) {
+bool CKelcommAlpcClient::Prepare(const Parts& parts, Messages& messages) const {
+    // No room is announced for a reply that nobody waits for.
+    const bool oneWay = parts.IsOneWay();
+    const std::uint32_t capacity = oneWay || parts.reply == nullptr ? 0 : parts.replyCapacity;
+    Alpc::BuildRequest(messages.request, {parts.command, parts.request, parts.requestLength,
+                                          capacity, !oneWay && parts.growable != nullptr});
+    if (!oneWay) {
+        Alpc::ClearReply(messages.reply);
+        // With every request: only the server knows whether its reply will need a view.
+        if (!messages.replyView.Allocate(native_)) {
+            return false;
+        }
+    }
+    return parts.requestLength <= Alpc::kMaxInlinePayload ||
+           messages.requestView.Fill(parts.request, parts.requestLength);
+}
+
+NtApi::NtStatus CKelcommAlpcClient::Exchange(const Parts& parts, Messages& messages) const {
+    const bool oneWay = parts.IsOneWay();
+    std::size_t bufferLength = Alpc::kMaxMessage;
+    std::int64_t timeout = parts.timeout;
+    return native_.NtAlpcSendWaitReceivePort(
+        messages.port, oneWay ? NtApi::kAlpcReleaseMessage : NtApi::kAlpcSynchronous,
+        messages.request, messages.requestView.GetAttributes(), oneWay ? nullptr : messages.reply,
+        &bufferLength, oneWay ? nullptr : messages.replyView.GetAttributes(),
+        timeout != 0 ? &timeout : nullptr);
+}
+
+void CKelcommAlpcClient::Release(Messages& messages) const {
+    // Only a message that asks for it: the server then keeps its view until the message is back.
+    if ((Alpc::MessageType(messages.reply) & NtApi::kLpcContinuationRequired) == 0) {
+        return;
+    }
+    if (messages.replyView.HasView()) {
+        // The view goes with the message.
+        messages.replyView.GetView().Flags |= NtApi::kAlpcViewUnmapExisting;
+    }
+    native_.NtAlpcSendWaitReceivePort(messages.port, NtApi::kAlpcReleaseMessage, messages.reply,
+                                      messages.replyView.GetAttributes(), nullptr, nullptr, nullptr,
+                                      nullptr);
+}
+
+std::uint32_t CKelcommAlpcClient::TakeReply(const Parts& parts, Messages& messages) {
     Alpc::ReplyHead head{};
-    if (!Alpc::ParseReply(message, head)) {
+    if (!Alpc::ParseReply(messages.reply, head)) {
         return kKelcommFailure;
     }
     // A code of the server's own, passed on unchanged; bytes that come with it mean nothing.
     if (head.result != kKelcommSuccess) {
         return head.result;
     }
-    const std::uint8_t* const bytes = FindReplyBytes(message, head, view);
+    const std::uint8_t* const bytes = FindReplyBytes(messages.reply, head, messages.replyView);
     if (bytes == nullptr) {
         return kKelcommFailure;
     }

@@ -19,10 +19,6 @@
 
 namespace Kyr::Connectors::Common::Kelcomm {
 
-namespace Alpc {
-class CViewAttribute;
-}
-
 class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt {
   public:
     explicit CKelcommAlpcClient(
@@ -48,23 +44,34 @@ class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt
     std::uint32_t ReadBroadcastValue(std::uint32_t offset, std::uint32_t* value) override;
 
   private:
-    struct Parts;  // one request as its caller gave it
+    struct Parts;     // one request as its caller gave it
+    struct Messages;  // what one exchange sends and receives
 
     std::uint32_t RequestWithRepeat(const Parts& parts);
     std::uint32_t RequestOnce(const Parts& parts);
+
+    // The steps of RequestOnce, which holds the lock shared meanwhile.
+
+    /// Writes the request, and makes the views that go with the messages. False when the system
+    /// refuses one.
+    bool Prepare(const Parts& parts, Messages& messages) const;
+    NtApi::NtStatus Exchange(const Parts& parts, Messages& messages) const;
     /// Delivers a received reply; its result code, or a local one when it is malformed or does not
     /// fit.
-    static std::uint32_t TakeReply(const Parts& parts, const std::uint8_t* message,
-                                   Alpc::CViewAttribute& view);
+    static std::uint32_t TakeReply(const Parts& parts, Messages& messages);
+    /// Gives the reply back to a server that waits for it.
+    void Release(Messages& messages) const;
+
     std::uint32_t Connect();
     void ClosePort();
 
     CSlimLock lock_;
     Native::CHandle port_ KYR_GUARDED_BY(lock_);
-    // Changed under lock_, by Uninitialize even when it is held shared.
+    // Changed under lock_, by Uninitialize even when it is held shared, and read by the readers of
+    // the area without it: atomic instead of guarded.
     std::atomic<std::uint32_t> clientId_{0};
     std::atomic<std::uint32_t> serverId_{0};
-    std::atomic<std::uint32_t> options_{0};
+    std::atomic<std::uint32_t> options_{0};  // contract; nothing here reads it
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm
