@@ -33,14 +33,11 @@ class CKelcommWaitPool {
 
   private:
     struct Job;
-    struct Shared;
-    explicit CKelcommWaitPool(std::shared_ptr<Shared> shared);
-    /// Null when no thread can take the exchange.
-    std::shared_ptr<Job> Submit(NtApi::Handle port, void* request, void* reply,
-                                NtApi::Handle finishedEvent);
+    class CShared;
+    explicit CKelcommWaitPool(std::shared_ptr<CShared> shared);
 
     // Shared with the threads, so that one that outlives Close finds it.
-    std::shared_ptr<Shared> shared_;
+    const std::shared_ptr<CShared> shared_;
 };
 
 }  // namespace Kyr::Connectors::Common::Kelcomm
