@@ -2,8 +2,9 @@
 //
 // T is std::uint32_t for 32-bit structures and std::uint64_t for 64-bit ones; the width is chosen
 // at run time, so every build holds both. Messages are built byte by byte, little-endian. In a
-// process whose pointers are wider than T the entry addresses are cut off: such a pair serves tests
-// only.
+// process whose pointers are wider than T the entry addresses are cut off. Where native ports are
+// real, that does not happen: on Windows the library is built for 32 bits only, and the port layer
+// says of a 64-bit process that it needs the 64-bit structures.
 //
 // A message is small when payload and reply fit beside each other into what the system passes by
 // value. Otherwise it is large: it carries a block with the addresses of both buffers, by which the
@@ -72,8 +73,9 @@ class CKelcommStructsNt {
     static void PrepareReply(Message& reply);
 
   protected:
-    // The connection, kept here as the product family has it. Ids and options belong to whoever
-    // initialises the client; port and pool are guarded by the client's critical section.
+    // The connection, kept here as the product family has it. Ids, options and pool belong to the
+    // one thread that uses the client. The port is read and written with the client's critical
+    // section held; no annotation can say so, since that is a member of the client's other base.
     std::uint32_t clientId_ = 0;
     std::uint32_t serverId_ = 0;
     std::uint32_t options_ = 0;
