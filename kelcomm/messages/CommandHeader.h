@@ -2,6 +2,8 @@
 //
 // Three little-endian words: the header's size, a fixed marker and the command. The body follows at
 // once and runs to the end of the request; no length stands anywhere.
+//
+// Threads: any. Errors: none.
 #pragma once
 
 #include <cstdint>
@@ -10,6 +12,7 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
+/// The numbers are the product's. A reply does not repeat them: who asked knows what comes.
 enum class Command : std::uint32_t {
     Xml = 2,  // every request whose body is XML text
     GetStatus = 0x21,

@@ -1,4 +1,8 @@
 // The disks and partitions of this computer as disk encryption sees them.
+//
+// For connectors of disk encryption, as all of that: no task of this one asks.
+// Threads: a message belongs to one thread at a time.
+// Errors: std::runtime_error for a short reply, and for XML that is malformed or lacks a part.
 #pragma once
 
 #include <string>

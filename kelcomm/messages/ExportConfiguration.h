@@ -1,4 +1,8 @@
-// Asks the product for its configuration, and holds the answer: text that nobody here looks into.
+// Asks the product for its configuration, and holds the reply: text that nobody here looks into.
+//
+// Made by the factory for CExportConfigurationTask, which publishes the text as it is.
+// Threads: a message belongs to one thread at a time.
+// Errors: a reply shorter than it announces throws std::runtime_error.
 #pragma once
 
 #include <string>
@@ -8,6 +12,7 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
+/// The command header alone.
 class CExportConfigurationRequest final : public CChannelRequest {
   public:
     std::vector<unsigned char> Serialize() const override;

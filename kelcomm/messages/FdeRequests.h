@@ -1,7 +1,11 @@
 // The requests of the product's disk encryption, all of them XML.
 //
-// A request that answers a bus message holds that message and quotes its identifiers.
-// Ownership: shares the bus message. REQUIRES: it is not empty.
+// The messages and their factory serve every connector of the product family; the tasks of disk
+// encryption belong to another one, so that nothing in this library asks for these.
+// A request that carries out a task message holds that message and quotes its identifiers, as
+// USERDATA, so that the product can tell what became of it.
+// Threads: a message belongs to one thread at a time.
+// Ownership: shares the task message. REQUIRES: it is not empty.
 #pragma once
 
 #include <vector>
@@ -75,16 +79,19 @@ class CEnableFDEMaintenanceModeRequest final : public CChannelRequest {
     const Task task_;
 };
 
+/// Its reply is read by CGetEncryptionStorageStatusResponse.
 class CGetEncryptionStorageStatusRequest final : public CChannelRequest {
   public:
     std::vector<unsigned char> Serialize() const override;
 };
 
+/// Its reply is read by CGetEncryptionRecoveryDataResponse.
 class CGetEncryptionRecoveryDataRequest final : public CChannelRequest {
   public:
     std::vector<unsigned char> Serialize() const override;
 };
 
+/// Tells the product which recovery data has been stored safely.
 class CConfirmEncryptionRecoveryDataRequest final : public CChannelRequest {
   public:
     explicit CConfirmEncryptionRecoveryDataRequest(EncryptionRecoveryConfirmation confirmation);

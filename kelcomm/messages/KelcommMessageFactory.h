@@ -1,4 +1,8 @@
-// Makes the Kelcomm form of every request and response. Has no state.
+// Makes the Kelcomm form of every request and response.
+//
+// The module makes one, which all tasks share. Order, arguments and ownership are those of the
+// interface, where they are explained.
+// Threads: any; it has no state. Errors: std::bad_alloc at most.
 #pragma once
 
 #include "connector/channel/IChannelMessageFactory.h"

@@ -1,6 +1,9 @@
 // A request whose body is one of the Ov agent's protobuf messages; it runs to the end of the
 // request, so that a message of defaults is no body at all.
 //
+// Made by the factory for the tasks that collect records: the protobuf message holds the offset
+// from which they want them.
+// Threads: a message belongs to one thread at a time.
 // Ownership: shares the protobuf message, which nobody changes after the request was made.
 #pragma once
 

@@ -1,7 +1,10 @@
 // A response whose payload is one of the Ov agent's protobuf messages.
 //
 // A payload that does not parse raises no error: the reader sees whatever fields were decoded, in
-// the worst case a message of defaults, which reads as served with no records.
+// the worst case a message of defaults, which reads as served with no records. A task that finds
+// none asks from the same offset again at its next trigger.
+// Threads: a message belongs to one thread at a time.
+// Errors: std::runtime_error for a short reply.
 #pragma once
 
 #include <string_view>

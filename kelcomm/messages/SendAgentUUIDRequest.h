@@ -1,4 +1,8 @@
 // Tells the product which agent instance it talks to: two tag/length/value records.
+//
+// Made by the factory; the module sends one for each connection, as soon as the channel has
+// started. Of the reply only the status counts, which the channel checks.
+// Threads: a message belongs to one thread at a time. Errors: none of its own.
 #pragma once
 
 #include <string>

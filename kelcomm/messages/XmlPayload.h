@@ -2,6 +2,7 @@
 //
 // Malformed text, missing paths and missing mandatory attributes throw the property tree's own
 // exceptions (all std::runtime_error), which pass to the task unchanged.
+// Threads: any; nothing here has a state.
 #pragma once
 
 #include <cstdint>
