@@ -19,7 +19,7 @@ class CResponse : public Kernel::IMessage {
     /// Equal type and request identifier.
     bool Equals(const Kernel::IMessage& other) const override;
 
-    /// The identifier of the request that this message answers.
+    /// The identifier of the request whose reply this is.
     std::uint32_t GetRequestId() const { return requestId_; }
 
   private:

@@ -125,7 +125,7 @@ bool CKelcommCommonNt::IsInsideData(std::uint32_t offset, std::uint32_t length) 
 const std::uint8_t* CKelcommCommonNt::Locate(std::uint32_t offset, std::uint32_t length) const {
     const std::uint64_t start =
         std::uint64_t{ReadHeaderField(Broadcast::kDataOffsetField)} + offset;
-    // The header's numbers are the product's word only; the mapping is what is really there.
+    // The header's numbers are the product's word only; the view is what is really there.
     if (start + length > broadcastViewSize_) {
         return nullptr;
     }
@@ -189,7 +189,7 @@ std::uint32_t CKelcommCommonNt::ReadAreaValue(const Identity& identity, std::uin
     }
     // Without the mutex: a single word needs nobody's consent, and a look at it must not wait for
     // the product. Unlike a block, a value outside the data is the caller's mistake, with a code of
-    // its own; one outside the mapping is the product's, and a failure.
+    // its own; one outside the view is the product's, and a failure.
     if (!IsInsideData(offset, sizeof(*value))) {
         return kKelcommInvalidArgument;
     }

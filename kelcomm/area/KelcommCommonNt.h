@@ -2,7 +2,8 @@
 // share, and derive from. The name is the product family's.
 //
 // The area is a named section of the product, guarded by a named mutex; its format is described at
-// BroadcastLayout.h. It is opened by the first read and stays mapped until it is closed.
+// kelcomm/client/BroadcastLayout.h. It is opened by the first read and stays open, as a mapped
+// view, until it is closed.
 // Threads: any; the critical section is held while the area is opened, read and closed, not while
 // the product's mutex is waited for.
 // Errors: KelcommResult codes; nothing throws.
@@ -53,7 +54,7 @@ class CKelcommCommonNt {
     /// What a read under the product's mutex results in.
     std::uint32_t CopyOut(std::uint32_t offset, void* destination, std::uint32_t length) const
         KYR_REQUIRES(criticalSection_);
-    /// The first byte of the section. REQUIRES: it is mapped.
+    /// The first byte of the section. REQUIRES: there is a view.
     const std::uint8_t* SectionStart() const KYR_REQUIRES(criticalSection_);
     std::uint32_t ReadHeaderField(std::size_t field) const KYR_REQUIRES(criticalSection_);
     /// Where `length` bytes at `offset` of the data area stand; null when they are outside the
