@@ -15,7 +15,8 @@ class CEventLog : public CLogMessage {
   public:
     using Symbols = boost::shared_ptr<Common::Logs::ISymbolContainer>;
 
-    /// What the host reads of an event log beside its symbols; this system does not touch it.
+    /// What the host reads of an event log beside its symbols. Layout and values are contract; this
+    /// system leaves them as they are.
     struct HostFields {
         bool flag = true;
         std::int32_t first = -1;

@@ -18,7 +18,8 @@ using Ids = std::set<std::int32_t>;
 
 constexpr std::size_t kUuidTextLength = 36;
 
-/// Whether the field of `dataType` holds exactly one element.
+/// Whether the field of `dataType` holds exactly one element. The host's validator asks the same in
+/// its own way: it belongs to a library that may be replaced, and lends nothing to these checks.
 bool Holds(const MultiDataType& value, Common::Logs::SymbolDataType dataType) {
     // In the order of the data type codes.
     const std::array<int, 8> sizes = {value.val_bool_size(),   value.val_int_size(),

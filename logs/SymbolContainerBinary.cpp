@@ -1,15 +1,5 @@
-// The binary form of a symbol row. All integers are little-endian:
-//   u32 count, count x u32 id, count x (u32 tag, value)
-// All ids come before the first value; both are in the row's order.
-//   tag  kind         value
-//   1    integer      8 bytes, signed
-//   2    double       8 bytes
-//   3    string       u32 length, UTF-8
-//   4    resource id  8 bytes
-//   5    uuid         16 bytes, as they are written in text
-//   6    time         8 bytes, the tick count (SymbolTime.h)
-//   7    bool         1 byte, true when it is 1
-//   8    blob         u32 length, bytes
+// The binary form of a symbol row, as logs/README.md describes it with an example. It belongs to
+// CSymbolContainer, and stands apart since nothing else of a row knows bytes.
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -27,15 +17,15 @@ namespace Kyr::Common::Logs {
 namespace {
 
 // Deliberate: the tags of time and uuid are crossed against the order of the kinds in memory.
-enum Tag : std::uint32_t {
-    kTagInteger = 1,
-    kTagDouble = 2,
-    kTagString = 3,
-    kTagResourceId = 4,
-    kTagUuid = 5,
-    kTagTime = 6,
-    kTagBool = 7,
-    kTagBlob = 8,
+enum class Tag : std::uint32_t {
+    kInteger = 1,
+    kDouble = 2,
+    kString = 3,
+    kResourceId = 4,
+    kUuid = 5,
+    kTime = 6,
+    kBool = 7,
+    kBlob = 8,
 };
 
 /// A tag and a bool.
@@ -62,26 +52,26 @@ class CWriter {
 
     void U32(std::uint32_t value) { Number(value); }
 
-    void operator()(const BlobValue& value) { Text(kTagBlob, value.bytes); }
-    void operator()(const std::string& value) { Text(kTagString, value); }
-    void operator()(std::int64_t value) { Eight(kTagInteger, static_cast<std::uint64_t>(value)); }
+    void operator()(const BlobValue& value) { Text(Tag::kBlob, value.bytes); }
+    void operator()(const std::string& value) { Text(Tag::kString, value); }
+    void operator()(std::int64_t value) { Eight(Tag::kInteger, static_cast<std::uint64_t>(value)); }
     void operator()(ResourceIdValue value) {
-        Eight(kTagResourceId, static_cast<std::uint64_t>(value.id));
+        Eight(Tag::kResourceId, static_cast<std::uint64_t>(value.id));
     }
     void operator()(const boost::posix_time::ptime& value) {
-        Eight(kTagTime, static_cast<std::uint64_t>(ToTicks(value)));
+        Eight(Tag::kTime, static_cast<std::uint64_t>(ToTicks(value)));
     }
     void operator()(double value) {
         std::uint64_t bits = 0;
         std::memcpy(&bits, &value, sizeof bits);
-        Eight(kTagDouble, bits);
+        Eight(Tag::kDouble, bits);
     }
     void operator()(const boost::uuids::uuid& value) {
-        U32(kTagUuid);
+        StoreTag(Tag::kUuid);
         out_.append(value.begin(), value.end());
     }
     void operator()(bool value) {
-        U32(kTagBool);
+        StoreTag(Tag::kBool);
         out_.push_back(value ? '\1' : '\0');
     }
 
@@ -92,12 +82,13 @@ class CWriter {
         Base::StoreLittleEndian(bytes.data(), value);
         out_.append(bytes.data(), bytes.size());
     }
+    void StoreTag(Tag tag) { Number(static_cast<std::uint32_t>(tag)); }
     void Eight(Tag tag, std::uint64_t value) {
-        U32(tag);
+        StoreTag(tag);
         Number(value);
     }
     void Text(Tag tag, const std::string& value) {
-        U32(tag);
+        StoreTag(tag);
         U32(static_cast<std::uint32_t>(value.size()));
         out_ += value;
     }
@@ -124,30 +115,30 @@ class CReader {
     std::string Text() { return std::string(Take(U32())); }
 
     SymbolValue Value(std::int32_t id) {
-        switch (U32()) {
-            case kTagInteger:
+        switch (Tag{U32()}) {
+            case Tag::kInteger:
                 return static_cast<std::int64_t>(U64());
-            case kTagDouble: {
+            case Tag::kDouble: {
                 const std::uint64_t bits = U64();
                 double value = 0;
                 std::memcpy(&value, &bits, sizeof value);
                 return value;
             }
-            case kTagString:
+            case Tag::kString:
                 // A row from outside keeps the limits of one that was built here.
                 return LimitText(id, Text());
-            case kTagResourceId:
+            case Tag::kResourceId:
                 return ResourceIdValue{static_cast<std::int64_t>(U64())};
-            case kTagUuid: {
+            case Tag::kUuid: {
                 boost::uuids::uuid value;
                 std::memcpy(value.data, Take(value.size()).data(), value.size());
                 return value;
             }
-            case kTagTime:
+            case Tag::kTime:
                 return FromTicks(static_cast<std::int64_t>(U64()));
-            case kTagBool:
+            case Tag::kBool:
                 return Take(1).front() == '\1';
-            case kTagBlob:
+            case Tag::kBlob:
                 return BlobValue(Text());
         }
         // The length of an unknown value is unknown, too: there is no reading on behind it.

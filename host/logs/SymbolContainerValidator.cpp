@@ -10,6 +10,7 @@ namespace Kyr::Common::Logs {
 
 namespace {
 
+/// Whether the field of `dataType` holds exactly one element.
 bool Holds(const DataDefinition::Common::MultiDataType& value, SymbolDataType dataType) {
     switch (dataType) {
         case kBool:
