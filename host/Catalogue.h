@@ -1,13 +1,16 @@
-// The numbers by which host and management server know products, and what became of them and of
-// their tasks. Those of 64 bits stand for texts that the server looks up.
+// The numbers that logs carry as values: which product is meant, how it is, what became of a task.
+// Host and management server know what they stand for.
 //
-// What no name explains is known to the host only.
+// A std::uint64_t is a resource id: a product, or a text that the server looks up for people;
+// kNoStatus is the one that means none. The others are codes. What no name explains is known to the
+// host only. The columns that hold them are in host/logs/Symbols.h.
 #pragma once
 
 #include <cstdint>
 
 namespace Kyr::Common::Catalogue {
 
+/// Which product a log is about.
 namespace Product {
 constexpr std::uint64_t kOvAgent = 0x07100000000007AA;        // whose presence is told
 constexpr std::uint64_t kOvAgentInLogs = 0x07100000000005E2;  // as all other logs name it
@@ -16,6 +19,7 @@ constexpr char kDomain[] = "tulk.local.products.";
 constexpr char kOvAgentName[] = "ov.agent";
 }  // namespace Product
 
+/// What kind of product it is, in rows and in requests.
 namespace ProductType {
 constexpr std::int32_t kOvAgent = 17;
 /// In requests for a configuration: those that mean the Ov agent.

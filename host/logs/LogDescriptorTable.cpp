@@ -13,7 +13,12 @@ using DataDefinition::Logs::PROTECTION_STATUS;
 using DataDefinition::Logs::TASK;
 using DataDefinition::Logs::UNKNOWN;
 using Kernel::MessageType;
-using namespace Symbols;
+
+namespace ProtectionStatus = Symbols::ProtectionStatus;
+namespace AgentPresence = Symbols::AgentPresence;
+namespace ProductPresence = Symbols::ProductPresence;
+namespace Task = Symbols::Task;
+namespace ProductConfiguration = Symbols::ProductConfiguration;
 
 using Tags = std::vector<std::int32_t>;
 
