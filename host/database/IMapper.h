@@ -1,6 +1,7 @@
 // The host database as modules see it: mappers by number.
 //
 // Threads: the host makes all of them safe to call from any thread.
+// The order of the virtual operations is the host's contract.
 #pragma once
 
 #include <string>
@@ -13,7 +14,8 @@ class IMapper {
     virtual ~IMapper();
 };
 
-/// Mapper 348: texts by text key.
+/// Texts by text key. The connector keeps the offsets of its collections there, and reads its
+/// settings.
 class IKeyValueAccessMapper : public IMapper {
   public:
     ~IKeyValueAccessMapper() override;
@@ -23,11 +25,11 @@ class IKeyValueAccessMapper : public IMapper {
     virtual bool SetValue(const std::string& key, const std::string& value) = 0;
 };
 
-/// Mapper 388: remediation actions.
+/// Remediation actions, which the host's data miner takes from there.
 class IOvRemediationActionsMapper : public IMapper {
   public:
     ~IOvRemediationActionsMapper() override;
-    /// Stores the whole batch of serialized actions. Returns true when it was stored.
+    /// Stores the whole batch of serialised actions. Returns true when it was stored.
     virtual bool StoreActions(const std::vector<std::string>& actions) = 0;
 };
 

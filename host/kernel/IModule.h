@@ -1,9 +1,10 @@
 // What the host loads a library for: a module with a life cycle.
 //
-// The host drives it in this order, on threads of its own, one call at a time except where said
-// otherwise:
+// The host drives it in this order:
 //   create - Initialize once - Start - RequestStop - Stop(false) until it returns true, or
 //   Stop(true) - destroy.
+// Threads: the host's own, one call at a time.
+// Ownership: the host's, through the library's meta-object.
 // The order of the virtual operations is the host's contract.
 #pragma once
 

@@ -1,5 +1,7 @@
 // The base of what the host lends to its modules, and the object that modules ask for it by number.
 //
+// Threads: the provider is asked on the thread that initialises the module, while that call lasts;
+// what threads a resource allows stands in Resources.h.
 // The order of the virtual operations is the host's contract. Operations named Reserved belong to
 // the host and only keep the places of the ones that follow; no module of this system calls them.
 #pragma once

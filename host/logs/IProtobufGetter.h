@@ -1,5 +1,6 @@
 // What can give itself as a protobuf message.
 //
+// Threads: none inside; as the class that implements it.
 // The order of the virtual operations is the host's contract.
 #pragma once
 

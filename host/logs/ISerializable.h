@@ -1,5 +1,6 @@
 // What can be written to and read from the byte form of its protobuf message.
 //
+// Threads: none inside; as the class that implements it.
 // The order of the virtual operations is the host's contract.
 #pragma once
 
