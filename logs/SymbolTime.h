@@ -13,7 +13,7 @@
 
 namespace Kyr::Common::Logs {
 
-/// REQUIRES: `time` is initialized.
+/// REQUIRES: `time` is initialised.
 /// Hours, minutes and seconds are added up, whatever their size. Throws std::out_of_range when the
 /// date is none or the sum has no calendar date.
 boost::posix_time::ptime FromUtcTime(const DataDefinition::Common::UTCTime& time);

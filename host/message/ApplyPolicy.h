@@ -16,7 +16,7 @@ class CApplyPolicy : public CMessage {
     /// Equal type and policy.
     bool Equals(const Kernel::IMessage& other) const override;
 
-    /// A serialized Common::CompressedBlob; what is compressed in it is a serialized
+    /// A serialised Common::CompressedBlob; what is compressed in it is a serialised
     /// Policy::PolicyData. As it came: nothing has been checked.
     const std::string& GetPolicyBlob() const { return policyBlob_; }
     /// Throws std::runtime_error "Message is read only".

@@ -31,7 +31,7 @@ class CKelcommAlpcClient final : public IKelcommClient, private CKelcommCommonNt
                              std::uint32_t options) override;
     /// Forgets the ids and disconnects an open port, which stays to be closed.
     std::uint32_t Uninitialize() override;
-    /// Uninitializes, waits for requests in flight and closes port and broadcast area.
+    /// Uninitialises, waits for requests in flight and closes port and broadcast area.
     std::uint32_t Close() override;
     std::uint32_t RequestToBuffer(std::uint32_t flags, std::uint32_t command, const void* request,
                                   std::uint32_t requestLength, CBuffer* reply,
