@@ -9,6 +9,8 @@
 
 namespace Kyr::NtApi {
 
+/// What a connection is opened with: how far the server may act for the client, and the limits of
+/// messages and sections.
 struct AlpcPortAttributes {
     std::uint32_t Flags;
     SecurityQualityOfService SecurityQos;

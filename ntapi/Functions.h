@@ -4,6 +4,8 @@
 // A table of these pointers is all that the Kelcomm clients see of the operating system
 // (kelcomm/native). Message pointers are bytes in the layouts of PortMessage.h. `std::int64_t`
 // time-outs count 100 ns units, negative values are relative, and a null pointer waits without end.
+// Threads: any. Errors: NtStatus, or what a classic call says failure by, as the fallbacks in
+// kelcomm/native/NativeTable.cpp do.
 #pragma once
 
 #include "ntapi/Alpc.h"
@@ -12,12 +14,16 @@
 namespace Kyr::NtApi {
 
 // ntdll: legacy ports
+/// `connectionInfo` goes to the server and comes back as it leaves it, its length as well.
 using NtConnectPortFn = NtStatus(KYR_NTAPI*)(Handle* port, UnicodeString* name,
                                              SecurityQualityOfService* qos, void* clientView,
                                              void* serverView, std::uint32_t* maxMessageLength,
                                              void* connectionInfo,
                                              std::uint32_t* connectionInfoLength);
+/// Sends a message that nobody answers.
 using NtRequestPortFn = NtStatus(KYR_NTAPI*)(Handle port, void* request);
+/// Sends a message and waits for the reply, without a time limit. The lengths in `reply` say
+/// beforehand how much may be written there.
 using NtRequestWaitReplyPortFn = NtStatus(KYR_NTAPI*)(Handle port, void* request, void* reply);
 using RtlInitUnicodeStringFn = void(KYR_NTAPI*)(UnicodeString* target, const char16_t* source);
 
@@ -27,21 +33,27 @@ using NtAlpcConnectPortFn = NtStatus(KYR_NTAPI*)(
     AlpcPortAttributes* portAttributes, std::uint32_t flags, void* requiredServerSid,
     void* connectionMessage, std::size_t* bufferLength, AlpcMessageAttributes* outAttributes,
     AlpcMessageAttributes* inAttributes, std::int64_t* timeout);
+/// Ends requests that wait on the port. The handle stays to be closed.
 using NtAlpcDisconnectPortFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags);
+/// Sends, receives, or sends and waits for the reply: null stands for what is not wanted, `flags`
+/// say the rest. Also gives a received message back, with the flag of release.
 using NtAlpcSendWaitReceivePortFn = NtStatus(KYR_NTAPI*)(
     Handle port, std::uint32_t flags, void* sendMessage, AlpcMessageAttributes* sendAttributes,
     void* receiveMessage, std::size_t* bufferLength, AlpcMessageAttributes* receiveAttributes,
     std::int64_t* timeout);
+/// A section is the port's own kind of handle: no CloseHandle ends it.
 using NtAlpcCreatePortSectionFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
                                                        Handle section, std::size_t size,
                                                        Handle* alpcSection,
                                                        std::size_t* actualSize);
 using NtAlpcDeletePortSectionFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
                                                        Handle section);
+/// Maps what `view` asks for, and fills in the rest of it.
 using NtAlpcCreateSectionViewFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
                                                        AlpcDataViewAttr* view);
 using NtAlpcDeleteSectionViewFn = NtStatus(KYR_NTAPI*)(Handle port, std::uint32_t flags,
                                                        void* viewBase);
+/// Writes the head of an attribute buffer. With too small a buffer it fails, and tells the size.
 using AlpcInitializeMessageAttributeFn = NtStatus(KYR_NTAPI*)(std::uint32_t attributes,
                                                               AlpcMessageAttributes* buffer,
                                                               std::size_t bufferSize,

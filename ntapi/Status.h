@@ -1,4 +1,7 @@
 // The native statuses that the port functions are known to return, under the system's names.
+//
+// The clients tell success, time-out, invalid parameter and buffer too small apart, and report
+// unsuccessful themselves. The others are what the port layer returns, and what people read.
 #pragma once
 
 #include "ntapi/Types.h"
