@@ -1,4 +1,9 @@
 // The host's message types that this system consumes or produces. The host routes by the numbers.
+//
+// The host delivers the server's tasks, policies and requests (5, 194, 918, 919) and replies
+// (1, 688). The connector publishes its logs (above 10000) and what is for the data miner
+// (69, 76, 77). Its trigger (7) goes to itself; those of others (8, 9) are known because the tasks
+// that they start are shared.
 #pragma once
 
 #include <cstdint>

@@ -18,7 +18,7 @@
 
 namespace Kyr::Common::Kernel {
 
-/// The message bus.
+/// The message bus. What a module publishes reaches its own subscribers as well.
 class IBusResource : public IResource {
   public:
     ~IBusResource() override;
