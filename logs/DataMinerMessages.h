@@ -1,6 +1,8 @@
 // The messages to the host's data miner: batches of ECS records that it is to store, and the event
 // that tells it to look at the remediation actions out of its order.
 //
+// The tasks that collect records publish them. Records are the product's texts, which nobody on the
+// way looks into.
 // Threads: none inside; filled by one thread, then published.
 #pragma once
 

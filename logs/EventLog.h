@@ -1,5 +1,7 @@
 // A log message that reports one event, or one change of state, as one row of symbols.
 //
+// Which symbols an event has, the host's table says; connector/reports fills them in, in one place
+// for each kind.
 // Threads: none inside; built by one thread, made read-only, then published.
 #pragma once
 

@@ -1,5 +1,6 @@
 // A list of symbol rows.
 //
+// The rows are shared with whoever added or asked for them; a copy of the list has rows of its own.
 // Threads: none inside; a list belongs to one thread at a time.
 // The list has no lock of its own: Lock and Unlock pass on to the rows that are there, and rows
 // that are added later are unlocked.

@@ -1,6 +1,7 @@
 // A log message that reports the current state of something as a table of symbol rows. No rows is a
 // valid state.
 //
+// It tells the whole state: what is not in its rows is not so.
 // Threads: none inside; built by one thread, made read-only, then published.
 #pragma once
 

@@ -1,5 +1,6 @@
 // What the host knows of one log type: the symbols that its rows may carry.
 //
+// Asked by the checks of finished logs, and by whoever shortens texts.
 // Immutable after construction; shared by all threads.
 #pragma once
 

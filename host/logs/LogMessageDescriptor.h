@@ -1,6 +1,8 @@
 // What the host knows of the message types that report one thing: as an event, as a change of state
 // (delta), or as a whole state (status).
 //
+// A thing has at most one message type for each of the three forms. The log type says which symbols
+// its rows have; delta and status share one.
 // Immutable after construction; shared by all threads.
 #pragma once
 

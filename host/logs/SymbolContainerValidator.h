@@ -1,4 +1,7 @@
 // The host's check that a row fits its log type.
+//
+// For logs of one row; those of many have checks of their own, with other texts.
+// Threads: any, as long as nobody changes the row.
 #pragma once
 
 #include "host/logs/ISymbolContainer.h"

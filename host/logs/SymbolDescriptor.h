@@ -1,5 +1,7 @@
 // What the host knows of one symbol: its number, data type, tags, largest length and name.
 //
+// "Delta symbol" is the host's word for any symbol of a log, "otl length" for the largest length of
+// its text.
 // Immutable after construction; shared by all threads.
 #pragma once
 
@@ -21,7 +23,7 @@ enum SymbolDataType : std::int32_t {
     kBlob = 7,
 };
 
-/// The numbers are the host's.
+/// What is asked of a symbol in every row. The numbers are the host's.
 enum SymbolTag : std::int32_t {
     TAG_MANDATORY = 6,
     TAG_PRODUCT_KEY = 15,  // tells the products of a multi-product log apart
