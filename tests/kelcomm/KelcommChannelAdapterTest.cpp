@@ -209,6 +209,28 @@ TEST_F(KelcommChannelAdapterTest, SmallReplyKeepsNoSpareRoom) {
     EXPECT_EQ(receiver->capacity, 12u);
 }
 
+TEST_F(KelcommChannelAdapterTest, ReplyOfHalfItsRoomKeepsNoSpareRoom) {
+    std::vector<unsigned char> reply = HexBytes("0C 00 00 00  00 00 00 00  F4 7F 00 00");
+    reply.resize(32768, 0x61);
+    alpc_->standingRequest.reply = reply;
+    const auto receiver = boost::make_shared<CRoomReceiver>();
+    channel_->SetBufferReceiver(receiver);
+    channel_->Send(TextBytes("question"));
+    EXPECT_EQ(receiver->size, 32768u);
+    EXPECT_EQ(receiver->capacity, 32768u);
+}
+
+TEST_F(KelcommChannelAdapterTest, ReplyOfMoreThanHalfItsRoomIsNotCopiedForTheRest) {
+    std::vector<unsigned char> reply = HexBytes("0C 00 00 00  00 00 00 00  F5 7F 00 00");
+    reply.resize(32769, 0x61);
+    alpc_->standingRequest.reply = reply;
+    const auto receiver = boost::make_shared<CRoomReceiver>();
+    channel_->SetBufferReceiver(receiver);
+    channel_->Send(TextBytes("question"));
+    EXPECT_EQ(receiver->size, 32769u);
+    EXPECT_EQ(receiver->capacity, 65536u);
+}
+
 TEST_F(KelcommChannelAdapterTest, EmptyReceiverDropsLaterReplies) {
     const auto receiver = Receive();
     channel_->SetBufferReceiver({});

@@ -3,6 +3,7 @@
 #include "logs/SymbolTime.h"
 #include "tests/logs/ForeignSymbolContainer.h"
 #include "tests/logs/SymbolFixture.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/GroupingLocale.h"
 
 namespace Kyr::Common::Logs {
@@ -55,6 +56,17 @@ TEST_F(SymbolContainerTest, AddingTwiceIsRefused) {
     EXPECT_EQ(Thrown([&] { row_.AddBool(7, true); }), "Symbol 7 is already in container");
     EXPECT_EQ(row_.GetInt64(7), 1);
     EXPECT_EQ(row_.GetCount(), 1u);
+}
+
+TEST_F(SymbolContainerTest, SymbolThatTheMemoryDoesNotLastForIsNotAddedByHalf) {
+    {
+        // The value has its place, the identifier has none.
+        const Kyr::Test::CAllocationFailure failure(1);
+        EXPECT_THROW(row_.AddInt64(7, 1), std::bad_alloc);
+    }
+    EXPECT_EQ(row_.GetCount(), 0u);
+    row_.AddInt64(8, 2);
+    EXPECT_EQ(row_.GetInt64(8), 2);
 }
 
 TEST_F(SymbolContainerTest, NumbersInTextsAreNotGrouped) {

@@ -1,7 +1,8 @@
-// The largest single allocation of a stretch of code, for tests of what numbers from outside make a
-// decoder reserve. A program that links it has its `operator new` replaced, unless a sanitizer did.
+// What a stretch of code allocates: its largest single allocation, for tests of what numbers from
+// outside make a decoder reserve; and an allocation that fails, for tests of what is left when the
+// memory runs out. A program that links it has its `operator new` replaced.
 //
-// Threads: any; allocations of all of them are seen.
+// Threads: the watch sees allocations of all threads; a failure belongs to the thread that made it.
 #pragma once
 
 #include <cstddef>
@@ -14,6 +15,19 @@ class CAllocationWatch {
     CAllocationWatch();
     /// In bytes, since the watch was made.
     std::size_t Largest() const;
+};
+
+/// Lets one allocation of this thread fail, while it lives: the one after `after` that work. Those
+/// behind it work again. One at a time on a thread.
+class CAllocationFailure {
+  public:
+    explicit CAllocationFailure(unsigned after = 0);
+    ~CAllocationFailure();
+    CAllocationFailure(const CAllocationFailure&) = delete;
+    CAllocationFailure& operator=(const CAllocationFailure&) = delete;
+
+    /// Whether the allocation has come, and failed.
+    bool HasHappened() const;
 };
 
 }  // namespace Kyr::Test

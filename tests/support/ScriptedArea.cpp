@@ -45,12 +45,11 @@ struct CScriptedArea::Functions {
     }
     static std::size_t KYR_NTAPI VirtualQuery(const void*, NtApi::MemoryBasicInformation* pages,
                                               std::size_t size) {
-        if (!current_->calls_.Require(size == sizeof(*pages), "VirtualQuery with another size") ||
-            !current_->calls_.Enter("VirtualQuery")) {
+        if (!current_->calls_.Require(size == sizeof(*pages), "VirtualQuery with another size")) {
             return 0;
         }
-        pages->RegionSize = current_->bytes.size();
-        return sizeof(*pages);
+        pages->RegionSize = current_->bytes.size();  // also in a call that says it has failed
+        return current_->calls_.Enter("VirtualQuery") ? sizeof(*pages) : 0;
     }
 };
 

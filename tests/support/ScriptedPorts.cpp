@@ -15,6 +15,9 @@ using Guard = std::lock_guard<std::mutex>;
 // The system's own number, not the clients' name for it.
 constexpr std::uint32_t kSecureSection = 0x40000;
 
+/// What a call that fails leaves where a handle would stand.
+const auto kNoHandle = reinterpret_cast<NtApi::Handle>(std::uintptr_t{0xBAD0});
+
 /// The message as its header says; a message that was received says what it likes, but has no more
 /// than `room` bytes.
 Bytes MessageBytes(const void* message, std::size_t room = NtApi::kAlpcMaxMessage) {
@@ -160,8 +163,13 @@ struct CScriptedPorts::Advanced {
         NtApi::AlpcDataViewAttr& view = ViewOf(attributes);
         view.Flags = answer.viewFlags;
         view.SectionHandle = nullptr;
-        view.ViewBase = current_->MakeView(answer.view);
         view.ViewSize = answer.viewSize == 0 ? answer.view.size() : answer.viewSize;
+        if (answer.leaveOutViewMark) {
+            current_->nowhere_ = answer.view;
+            view.ViewBase = current_->nowhere_.data();
+            return;
+        }
+        view.ViewBase = current_->MakeView(answer.view);
         attributes->ValidAttributes |= NtApi::kAlpcMessageViewAttribute;
     }
 
@@ -219,16 +227,20 @@ struct CScriptedPorts::Advanced {
             }
             *alpcSection = current_->objects_.Open("section");
             *actualSize = (size + 4095) / 4096 * 4096;
+        } else {
+            *alpcSection = kNoHandle;
         }
         return status;
     }
 
-    static NtApi::NtStatus KYR_NTAPI NtAlpcDeletePortSection(NtApi::Handle port, std::uint32_t,
+    static NtApi::NtStatus KYR_NTAPI NtAlpcDeletePortSection(NtApi::Handle port,
+                                                             std::uint32_t flags,
                                                              NtApi::Handle section) {
         current_->calls_.Note("NtAlpcDeletePortSection");
+        current_->calls_.Require(flags == 0, "NtAlpcDeletePortSection with flags");
         current_->objects_.Check(port);
         return current_->objects_.Close(section) ? NtApi::kStatusSuccess
-                                                 : NtApi::kStatusInvalidHandle;
+                                                : NtApi::kStatusInvalidHandle;
     }
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcCreateSectionView(NtApi::Handle port,
@@ -246,22 +258,28 @@ struct CScriptedPorts::Advanced {
             if (!current_->leaveOutSectionViewBase) {
                 view->ViewBase = current_->MakeView(Bytes(view->ViewSize));
             }
+        } else {
+            current_->nowhere_.resize(view->ViewSize);
+            view->ViewBase = current_->nowhere_.data();
         }
         return status;
     }
 
-    static NtApi::NtStatus KYR_NTAPI NtAlpcDeleteSectionView(NtApi::Handle port, std::uint32_t,
-                                                             void* base) {
+    static NtApi::NtStatus KYR_NTAPI NtAlpcDeleteSectionView(NtApi::Handle port,
+                                                             std::uint32_t flags, void* base) {
         current_->calls_.Note("NtAlpcDeleteSectionView");
+        current_->calls_.Require(flags == 0, "NtAlpcDeleteSectionView with flags");
         current_->objects_.Check(port);
         current_->DropView(base);
         return current_->objects_.Close(base) ? NtApi::kStatusSuccess
-                                              : NtApi::kStatusInvalidParameter;
+                                             : NtApi::kStatusInvalidParameter;
     }
 
     static NtApi::NtStatus KYR_NTAPI
     AlpcInitializeMessageAttribute(std::uint32_t attributes, NtApi::AlpcMessageAttributes* buffer,
                                    std::size_t size, std::size_t* required) {
+        current_->calls_.Require(buffer != nullptr || size == 0,
+                                "AlpcInitializeMessageAttribute of room that is not there");
         NtApi::NtStatus status = NtApi::kStatusSuccess;
         if (!current_->calls_.Enter("AlpcInitializeMessageAttribute", &status)) {
             return status;

@@ -67,6 +67,8 @@ class CScriptedPorts : public CCurrent<CScriptedPorts> {
         Bytes reply;  // the whole message; nothing is written when it is empty
         // A view in the receive attributes of an advanced port.
         bool hasView = false;
+        /// Written there without the mark that it is valid.
+        bool leaveOutViewMark = false;
         std::uint32_t viewFlags = NtApi::kAlpcViewSecured;
         Bytes view;
         std::size_t viewSize = 0;  // 0 = the size of `view`
@@ -102,6 +104,7 @@ class CScriptedPorts : public CCurrent<CScriptedPorts> {
     std::mutex mutex_;  // guards the records and what follows
     std::deque<Answer> answers_;
     std::map<void*, Bytes> views_;
+    Bytes nowhere_;  // what a view is said to be at by a call that fails, or without its mark
     std::atomic<std::size_t> receiveRoom_{0};  // of the last receive buffer
 };
 

@@ -26,8 +26,9 @@ NtApi::Handle CScriptedThreads::CreateThread(NtApi::ThreadRoutine routine, void*
     const std::shared_ptr<Object> self = objects_[handle];
     ++started_;
     threads_.emplace_back([this, routine, parameter, self] {
-        routine(parameter);
+        const std::uint32_t code = routine(parameter);
         const Lock inner(mutex_);
+        exitCodes_.push_back(code);
         self->set = true;
         changed_.notify_all();
     });
@@ -167,6 +168,11 @@ int CScriptedThreads::StartedThreads() const {
 int CScriptedThreads::TerminatedThreads() const {
     const Lock lock(mutex_);
     return terminated_;
+}
+
+std::vector<std::uint32_t> CScriptedThreads::ExitCodes() const {
+    const Lock lock(mutex_);
+    return exitCodes_;
 }
 
 std::size_t CScriptedThreads::OpenHandles() const {

@@ -47,6 +47,8 @@ class CScriptedThreads {
     void Advance(std::uint32_t milliseconds);
     int StartedThreads() const;
     int TerminatedThreads() const;
+    /// What the threads that have ended by themselves returned, in order.
+    std::vector<std::uint32_t> ExitCodes() const;
     std::size_t OpenHandles() const;
     /// The number of handles of each wait for several, in order.
     std::vector<std::size_t> WaitSizes() const;
@@ -69,6 +71,7 @@ class CScriptedThreads {
     std::multimap<std::uint32_t, int> waiters_;  // by time-out
     std::vector<std::size_t> waitSizes_;
     std::vector<std::uint32_t> waitTimeouts_;
+    std::vector<std::uint32_t> exitCodes_;
     std::uintptr_t nextHandle_ = 0x100000;
     std::uint32_t now_ = 0;
     int messages_ = 0;

@@ -22,9 +22,10 @@ struct CScriptedWaits::Functions {
         }
         return current_->objects_.Close(handle) ? 1 : 0;
     }
-    static NtApi::Handle KYR_NTAPI CreateThread(void*, std::size_t, NtApi::ThreadRoutine routine,
-                                                void* parameter, std::uint32_t flags,
-                                                std::uint32_t*) {
+    static NtApi::Handle KYR_NTAPI CreateThread(void*, std::size_t stackSize,
+                                                NtApi::ThreadRoutine routine, void* parameter,
+                                                std::uint32_t flags, std::uint32_t*) {
+        current_->calls_.Require(stackSize == 0, "CreateThread with a stack of another size");
         current_->calls_.Require(flags == 0, "CreateThread of one that does not run");
         return current_->calls_.Enter("CreateThread")
                    ? current_->threads_.CreateThread(routine, parameter)

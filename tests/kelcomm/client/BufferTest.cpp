@@ -221,6 +221,14 @@ TEST(BufferTest, RecordWithoutRoomForItsHeadFails) {
     EXPECT_EQ(0xFFFFFFFFU, buffer.GetSize());
 }
 
+TEST(BufferTest, RecordWhoseHeadDoesNotFitFailsThoughItsValueIsEmpty) {
+    std::uint8_t memory[1];
+    CProbedBuffer buffer;
+    buffer.Pretend(memory, 0xFFFFFFFC, 0xFFFFFFFC);
+    EXPECT_FALSE(buffer.AppendRecord(1, nullptr, 0));
+    EXPECT_EQ(0xFFFFFFFCU, buffer.GetSize());
+}
+
 TEST(BufferTest, GrowingAppendUsesTheCapacityThatAByteByByteOneWould) {
     CProbedBuffer buffer;
     EXPECT_TRUE(buffer.AppendGrowing(Counting(10).data(), 10));
@@ -255,6 +263,15 @@ TEST(BufferTest, FailedGrowingAppendLeavesTheHeldBytes) {
     buffer.failing = true;
     EXPECT_FALSE(buffer.AppendGrowing("defg", 4));
     EXPECT_EQ(HexBytes("61 62 63"), Held(buffer));
+}
+
+TEST(BufferTest, GrowingAppendThatFailsHalfwayLeavesNothingBehind) {
+    CProbedBuffer buffer;
+    buffer.AppendGrowing("abcde", 5);
+    ASSERT_EQ(6U, buffer.GetCapacity());  // room for one more
+    buffer.failing = true;
+    EXPECT_FALSE(buffer.AppendGrowing("fg", 2));
+    EXPECT_EQ(HexBytes("61 62 63 64 65"), Held(buffer));
 }
 
 TEST(BufferTest, GrowingAppendEndsAtTwoGigabytes) {

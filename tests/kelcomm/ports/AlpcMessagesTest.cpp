@@ -36,6 +36,13 @@ TEST_F(AlpcMessagesTest, RequestLeavesNothingOfWhatItsMemoryHeldBefore) {
               Built(44));
 }
 
+TEST_F(AlpcMessagesTest, PayloadOfOneByteIsInTheMessage) {
+    Alpc::BuildRequest(message_, {3, "a", 1, 16, false});
+    EXPECT_EQ(HexBytes("11 00 29 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
+                       "03 00 00 00  00 00 00 00  01 00 00 00  10 00 00 00  61  EE"),
+              Built(42));
+}
+
 TEST_F(AlpcMessagesTest, GrowableMarkIsAWholeWord) {
     Alpc::BuildRequest(message_, {3, nullptr, 0, 0, true});
     EXPECT_EQ(HexBytes("10 00 28 00 00 00 00 00  00 00 00 00 00 00 00 00  00 00 00 00 00 00 00 00"
@@ -57,6 +64,12 @@ TEST_F(AlpcMessagesTest, ClearedReplyIsMalformedAndAsksForNoRelease) {
     EXPECT_EQ(std::vector<unsigned char>(32), Built(32));
     EXPECT_FALSE(Alpc::ParseReply(message_, head_));
     EXPECT_EQ(0U, Alpc::MessageType(message_));
+}
+
+TEST_F(AlpcMessagesTest, ClearingAReplyLeavesWhatStandsBehindItsHead) {
+    Alpc::ClearReply(message_);
+    EXPECT_EQ(0, message_[31]);
+    EXPECT_EQ(0xEE, message_[32]);
 }
 
 TEST_F(AlpcMessagesTest, ReplyTellsItsCodeItsLengthAndTheBytesThatAreThere) {

@@ -46,6 +46,12 @@ TEST_F(KelcommAlpcReplyTest, InlineReplyIsCopied) {
     EXPECT_TRUE(native_.ports.releases.empty());
 }
 
+TEST_F(KelcommAlpcReplyTest, InlineReplyOfOneByteIsCopied) {
+    QueueReply(Reply(0, 1, TextBytes("x")));
+    EXPECT_EQ(0U, Request({}, 3));
+    EXPECT_EQ(TextBytes("x"), reply_);
+}
+
 TEST_F(KelcommAlpcReplyTest, ServerCodeIsReturnedWithoutTheReply) {
     QueueReply(Reply(0x12345678, 3, TextBytes("xyz")));
     EXPECT_EQ(0x12345678U, Request({}, 3));
@@ -133,13 +139,24 @@ TEST_F(KelcommAlpcReplyTest, LongReplyWithoutAViewIsMalformed) {
     EXPECT_EQ(1U, ResultOfTwo([this] { QueueReply(Reply(0, 65488, {})); }, 70000));
 }
 
+TEST_F(KelcommAlpcReplyTest, ViewWithoutItsMarkIsNotRead) {
+    CScriptedPorts::Answer answer;
+    answer.reply = Reply(0, 65488, {});
+    answer.hasView = true;
+    answer.leaveOutViewMark = true;
+    answer.view = Bytes(65488, 'v');
+    EXPECT_EQ(1U, ResultOfTwo([&] { native_.ports.Queue(answer); }, 70000));
+    EXPECT_EQ(Bytes(70000, 0xEE), reply_);
+}
+
 TEST_F(KelcommAlpcReplyTest, ViewSmallerThanTheReplyIsMalformed) {
     EXPECT_EQ(1U, ResultOfTwo([this] { QueueViewReply(65488, Bytes(65487, 'v')); }, 70000));
     EXPECT_EQ(Bytes(70000, 0xEE), reply_);
 }
 
 TEST_F(KelcommAlpcReplyTest, ViewOfNoSecureSectionIsMalformed) {
-    const auto queueOne = [this] { QueueViewReply(65488, Bytes(65488, 'v'), 0x20000); };
+    // every flag but the one that says so
+    const auto queueOne = [this] { QueueViewReply(65488, Bytes(65488, 'v'), 0xFFFBFFFF); };
     EXPECT_EQ(1U, ResultOfTwo(queueOne, 70000));
 }
 
@@ -170,6 +187,15 @@ TEST_F(KelcommAlpcReplyTest, ReleaseGoesToTheSamePortAndWantsNothingBack) {
     EXPECT_FALSE(release.hasReceiveBuffer);
     EXPECT_FALSE(release.hasBufferLength);
     EXPECT_FALSE(release.hasTimeout);
+}
+
+TEST_F(KelcommAlpcReplyTest, MessageThatDoesNotAskForItIsNotReleased) {
+    Bytes message = Reply(0, 3, TextBytes("xyz"));
+    message[4] = 0xFF;  // every kind and flag
+    message[5] = 0xDF;  // but 0x2000
+    QueueReply(message);
+    EXPECT_EQ(0U, Request({}, 3));
+    EXPECT_TRUE(native_.ports.releases.empty());
 }
 
 TEST_F(KelcommAlpcReplyTest, MessageWithoutAViewIsReleasedToo) {
@@ -222,6 +248,15 @@ TEST_F(KelcommAlpcReplyTest, LengthsThatDisagreeAreMalformed) {
 
 TEST_F(KelcommAlpcReplyTest, SuccessThatWroteNothingIsMalformed) {
     EXPECT_EQ(1U, ResultOfTwo([this] { QueueStatus(0); }, 16));
+}
+
+TEST_F(KelcommAlpcReplyTest, SuccessThatWroteNothingIsNotTheReplyBefore) {
+    QueueReply(Reply(0, 3, TextBytes("xyz")));
+    EXPECT_EQ(0U, Request({}, 3));
+    QueueStatus(0);
+    QueueStatus(0);
+    EXPECT_EQ(1U, Request({}, 3));
+    EXPECT_EQ(Bytes(3, 0xEE), reply_);
 }
 
 // ---- into a growable buffer ----

@@ -117,6 +117,19 @@ TYPED_TEST(KelcommStructsNtTest, RequestLeavesNothingOfWhatItsMemoryHeldBefore) 
     EXPECT_EQ(expected, Bytes(message.bytes, message.bytes + expected.size()));
 }
 
+TYPED_TEST(KelcommStructsNtTest, RequestWritesNothingBehindItsEnd) {
+    using Structs = Kelcomm::CKelcommStructsNt<typename TypeParam::Word>;
+    const Bytes payload(TypeParam::kSmallPayload + 1, 'p');
+    char reply[16];
+    typename Structs::Message message;
+    std::fill(std::begin(message.bytes), std::end(message.bytes), std::uint8_t{0xEE});
+    Structs::BuildRequest(message, {0, 3, payload.data(), TypeParam::kSmallPayload + 1, reply, 16});
+    const Bytes expected = HexBytes(TypeParam::kReferenceHead) + this->Address(payload.data()) +
+                           HexBytes(TypeParam::kRequestEntryLength) + this->Address(reply) +
+                           HexBytes(TypeParam::kSixteen) + HexBytes("EE");
+    EXPECT_EQ(expected, Bytes(message.bytes, message.bytes + expected.size()));
+}
+
 TYPED_TEST(KelcommStructsNtTest, ReplyBufferLeavesNothingOfWhatItsMemoryHeldBefore) {
     using Structs = Kelcomm::CKelcommStructsNt<typename TypeParam::Word>;
     typename Structs::Message message;
@@ -124,6 +137,15 @@ TYPED_TEST(KelcommStructsNtTest, ReplyBufferLeavesNothingOfWhatItsMemoryHeldBefo
     Structs::PrepareReply(message);
     const Bytes expected = HexBytes(TypeParam::kAnnounced);
     EXPECT_EQ(expected, Bytes(message.bytes, message.bytes + expected.size()));
+}
+
+TYPED_TEST(KelcommStructsNtTest, PreparingAReplyLeavesWhatStandsBehindItsHead) {
+    using Structs = Kelcomm::CKelcommStructsNt<typename TypeParam::Word>;
+    typename Structs::Message message;
+    std::fill(std::begin(message.bytes), std::end(message.bytes), std::uint8_t{0xEE});
+    Structs::PrepareReply(message);
+    EXPECT_EQ(0, message.bytes[TypeParam::kHeader + 7]);
+    EXPECT_EQ(0xEE, message.bytes[TypeParam::kHeader + 8]);
 }
 
 TYPED_TEST(KelcommStructsNtTest, ReplyBufferAnnouncesItsRoom) {

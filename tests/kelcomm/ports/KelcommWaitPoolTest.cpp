@@ -3,11 +3,13 @@
 #include <condition_variable>
 #include <gtest/gtest.h>
 #include <mutex>
+#include <optional>
 #include <thread>
 
 #include "kelcomm/ports/KelcommClientNt.h"
 #include "kelcomm/ports/KelcommWaitPool.h"
 #include "tests/kelcomm/ports/LpcWidths.h"
+#include "tests/support/AllocationWatch.h"
 
 namespace Kyr::Test {
 
@@ -41,6 +43,20 @@ class CDoor {
     std::condition_variable changed_;
     int waiting_ = 0;
     bool open_ = false;
+};
+
+/// An allocation that fails in an exchange, behind the making of the caller's event.
+struct Shortage {
+    static NtApi::Handle KYR_NTAPI CreateEventW(void* security, NtApi::Bool manualReset,
+                                                NtApi::Bool set, const char16_t* name) {
+        const NtApi::Handle event = createEvent(security, manualReset, set, name);
+        failure.emplace(after);
+        return event;
+    }
+
+    static inline NtApi::CreateEventWFn createEvent = nullptr;
+    static inline unsigned after = 0;
+    static inline std::optional<CAllocationFailure> failure;
 };
 
 class KelcommWaitPoolTest : public testing::Test {
@@ -242,6 +258,41 @@ TEST_F(KelcommWaitPoolTest, IdleEventStaysSetUntilItIsCleared) {
 TEST_F(KelcommWaitPoolTest, PoolWithoutItsEventIsNotMade) {
     native_.Fail("CreateEventW", 1);
     EXPECT_EQ(nullptr, CKelcommWaitPool::Create(native_.GetFunctions()));
+}
+
+TEST_F(KelcommWaitPoolTest, PoolWithoutMemoryIsNotMade) {
+    std::unique_ptr<CKelcommWaitPool> pool;
+    {
+        const CAllocationFailure failure;
+        pool = CKelcommWaitPool::Create(native_.GetFunctions());
+    }
+    EXPECT_EQ(nullptr, pool);
+}
+
+TEST_F(KelcommWaitPoolTest, ExchangeWithoutMemoryIsAFailureAndTheNextOneWorks) {
+    NativeFunctions functions = native_.GetFunctions();
+    pool_ = CKelcommWaitPool::Create(functions);
+    Shortage::createEvent = functions.CreateEventW;
+    functions.CreateEventW = &Shortage::CreateEventW;
+    // The exchange, its thread, what the thread is given, and its place among the threads.
+    for (Shortage::after = 0; Shortage::after < 4; ++Shortage::after) {
+        EXPECT_EQ(kUnsuccessful, Exchange()) << Shortage::after;
+        EXPECT_TRUE(Shortage::failure->HasHappened()) << Shortage::after;
+        Shortage::failure.reset();
+    }
+    EXPECT_EQ(0U, native_.CountCalls("CreateThread"));
+    EXPECT_EQ(1U, native_.threads.OpenHandles());  // the pool's own event
+    functions.CreateEventW = Shortage::createEvent;
+    EXPECT_EQ(0, Exchange());
+    EXPECT_EQ(1, native_.threads.StartedThreads());
+    pool_.reset();
+}
+
+TEST_F(KelcommWaitPoolTest, ThreadThatEndsByItselfTellsOfNoFailure) {
+    Exchange();
+    pool_->Close();
+    native_.threads.Join();
+    EXPECT_EQ(std::vector<std::uint32_t>({0}), native_.threads.ExitCodes());
 }
 
 TEST_F(KelcommWaitPoolTest, CallWithoutItsEventIsAFailure) {

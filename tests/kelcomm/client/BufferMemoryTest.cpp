@@ -1,0 +1,30 @@
+// That a buffer gives its memory back. What the heap has handed out is glibc's to tell; a build
+// with a sanitizer has another heap, which looks for what was lost by itself.
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include "kelcomm/client/Buffer.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using Connectors::Common::Kelcomm::CBuffer;
+
+std::size_t BytesInUse() {
+    const struct mallinfo2 heap = mallinfo2();
+    return heap.uordblks + heap.hblkhd;  // in the heap's own memory, and in pages of their own
+}
+
+TEST(BufferMemoryTest, DestroyedBufferHasGivenItsBlockBack) {
+    const std::size_t before = BytesInUse();
+    {
+        CBuffer buffer;
+        EXPECT_NE(nullptr, buffer.Reserve(8 << 20));
+    }
+    EXPECT_EQ(before, BytesInUse());
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
