@@ -1,4 +1,5 @@
 #include <atomic>
+#include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <memory>
@@ -110,6 +111,25 @@ class MessageProcessorThreadHolderTest : public testing::Test {
     const boost::shared_ptr<Kyr::Common::Module::CSubscriber> subscriber = holder->GetSubscriber();
 };
 
+/// A context that is let go by the ending thread, and then waits for the interruption of that
+/// thread and makes one more push.
+class CPushingContext : public Kyr::Common::Kernel::IDeliveryContext {
+  public:
+    CPushingContext(std::atomic<bool>& reached, std::function<void()> push)
+        : reached_(reached), push_(std::move(push)) {}
+    CPushingContext(const CPushingContext&) = delete;
+    CPushingContext& operator=(const CPushingContext&) = delete;
+    ~CPushingContext() override {
+        reached_ = true;
+        EXPECT_TRUE(Kyr::Test::AwaitInterruption());
+        push_();
+    }
+
+  private:
+    std::atomic<bool>& reached_;
+    const std::function<void()> push_;
+};
+
 /// A thread that has begun to end, and does not get to the end before goOn is set.
 class EndingThreadTest : public MessageProcessorThreadHolderTest {
   protected:
@@ -129,6 +149,7 @@ class EndingThreadTest : public MessageProcessorThreadHolderTest {
 
 TEST_F(EndingThreadTest, IsJoinedBeforeThereIsAnother) {
     boost::thread pusher([this] { Push("B"); });
+    ASSERT_TRUE(Await([this] { return subscriber->GetReceivedCount() == 2; }));
     EXPECT_FALSE(pusher.try_join_for(boost::chrono::milliseconds(50)));
     EXPECT_THAT(processor.Names(), ElementsAre("A"));
     goOn = true;
@@ -351,6 +372,21 @@ TEST_F(MessageProcessorThreadHolderTest, PushAfterTheHoldersEndOnlyQueues) {
     holder.reset();
     ASSERT_TRUE(subscriber->IsIdle());
     Push("B");
+    EXPECT_EQ(subscriber->GetQueueSize(), 1u);
+    EXPECT_THAT(processor.Names(), ElementsAre("A"));
+}
+
+TEST_F(MessageProcessorThreadHolderTest, EndingThreadMayPushWhileTheDestructorWaitsForIt) {
+    std::atomic<bool> ending{false};
+    holder->Resume();
+    subscriber->Push(MakeMessage("A"),
+                     boost::make_shared<CPushingContext>(ending, [this] { Push("B"); }));
+    ASSERT_TRUE(AwaitProcessed(1));
+    processor.ForgetContexts();
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    LetThreadEnd();
+    ASSERT_TRUE(Await([&] { return ending.load(); }));
+    holder.reset();
     EXPECT_EQ(subscriber->GetQueueSize(), 1u);
     EXPECT_THAT(processor.Names(), ElementsAre("A"));
 }

@@ -36,6 +36,29 @@ TEST(RecursiveLockTest, OthersWaitForTheOutermostRelease) {
     EXPECT_TRUE(entered);
 }
 
+TEST(RecursiveLockTest, OthersWaitForTheEndOfAGuard) {
+    CRecursiveLock lock;
+    std::atomic<bool> trying{false};
+    std::atomic<bool> entered{false};
+    boost::thread other;
+    {
+        const CRecursiveGuard outer(lock);
+        const CRecursiveGuard inner(lock);
+        other = boost::thread([&] {
+            trying = true;
+            const CRecursiveGuard guard(lock);
+            entered = true;
+        });
+        EXPECT_TRUE(Kyr::Test::Await([&] { return trying.load(); }));
+        for (int turn = 0; turn < 1000; ++turn) {
+            boost::this_thread::yield();
+            EXPECT_FALSE(entered);
+        }
+    }
+    other.join();
+    EXPECT_TRUE(entered);
+}
+
 TEST(RecursiveLockTest, ExcludesAcrossManyThreads) {
     CRecursiveLock lock;
     int counter = 0;

@@ -310,6 +310,16 @@ TEST_F(SubscriberTest, RearmWithQueuedMessagesCallsTheCallbackNow) {
     EXPECT_FALSE(timed.IsIdle());
 }
 
+TEST_F(SubscriberTest, CallbackOfARearmRunsWithoutTheLockToo) {
+    std::size_t sizeSeen = 0;
+    CSubscriber* self = nullptr;
+    CSubscriber reentrant("R", clock, [&] { sizeSeen = self->GetQueueSize(); });
+    self = &reentrant;
+    reentrant.Push(MakeMessage("A"), {});
+    reentrant.Rearm();
+    EXPECT_EQ(sizeSeen, 1u);
+}
+
 TEST_F(SubscriberTest, RearmOfAnUntimedQueueDoesNothing) {
     queue.Rearm();
     EXPECT_FALSE(queue.IsIdle());

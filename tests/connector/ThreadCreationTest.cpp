@@ -47,5 +47,23 @@ TEST_F(ThreadCreationTest, PushThrowsWhenTheReplyThreadCannotStart) {
     Finish();
 }
 
+TEST_F(ThreadCreationTest, ReplyWhoseThreadCouldNotStartAgainIsProcessedAfterTheNextStart) {
+    StartAndConnect();
+    const auto replies = host.bus->Subscriptions()[0].subscriber;
+    Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(1));
+    ASSERT_TRUE(clock->AwaitWaiters(2));
+    clock->Advance(std::chrono::seconds(5));
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    {
+        const CNoThreads noThreads;
+        EXPECT_THROW(Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(2)),
+                     boost::thread_resource_error);
+    }
+    EXPECT_EQ(replies->Dump(), "ScriptedModule:Response");
+    module->Start();
+    EXPECT_TRUE(Kyr::Test::Await([&] { return replies->Dump().empty(); }));
+    EXPECT_TRUE(module->Stop(true));
+}
+
 }  // namespace
 }  // namespace Kyr::Connectors::Common

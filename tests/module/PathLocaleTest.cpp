@@ -1,6 +1,8 @@
 // What pocoInitializeLibrary does to the path locale of boost.filesystem, which the library and
 // this program share. The suite runs once more with each environment that has no usable locale.
+#include <Poco/Environment.h>
 #include <Poco/SharedLibrary.h>
+#include <cstdlib>
 #include <gtest/gtest.h>
 #include <locale>
 #include <string>
@@ -48,6 +50,22 @@ TEST_F(PathLocaleTest, PathsAreConvertedByTheInstalledLocale) {
     const std::string text = boost::filesystem::path(L"\u00e4\u20ac").string();
     TakePathLocale();
     EXPECT_EQ(text, "\xC3\xA4\xE2\x82\xAC");
+}
+
+using PathLocaleDeathTest = PathLocaleTest;
+
+// In a process of its own: the path locale that a process begins with is made once.
+TEST_F(PathLocaleDeathTest, EnvironmentThatNamesNoLocaleKeepsNobodyFromInitializing) {
+    const std::string before = Poco::Environment::get("LC_ALL", "");
+    Poco::Environment::set("LC_ALL", "no_SUCH.UTF-8");
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(
+        {
+            InitializeLibrary();
+            std::exit(std::use_facet<boost::locale::info>(TakePathLocale()).utf8() ? 7 : 1);
+        },
+        testing::ExitedWithCode(7), "");
+    Poco::Environment::set("LC_ALL", before);
 }
 
 }  // namespace

@@ -1,9 +1,11 @@
 // The broadcast area as both kinds of client read it.
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
 #include <memory>
+#include <thread>
 
 #include "kelcomm/area/KelcommCommonNt.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
@@ -55,6 +57,16 @@ class KelcommCommonNtTest : public ClientFixture {
     Bytes read_;
     std::uint32_t value_ = 0xEEEEEEEE;
 };
+
+/// The product as it writes one word again and again, all zeros and all ones. To the reader it is
+/// another process, so that this is no race for a sanitizer to tell of.
+__attribute__((no_sanitize("thread"))) void WriteUntil(const std::atomic<bool>& enough,
+                                                       volatile std::uint32_t* word) {
+    while (!enough) {
+        *word = 0xFFFFFFFF;
+        *word = 0;
+    }
+}
 
 using Clients =
     testing::Types<Kelcomm::CKelcommClientNt<std::uint32_t>,
@@ -417,6 +429,23 @@ class KelcommCommonNtThreadsTest : public KelcommCommonNtTest<Client> {
     std::future<void> closed_;
 };
 TYPED_TEST_SUITE(KelcommCommonNtThreadsTest, Clients, ClientNames);
+
+TYPED_TEST(KelcommCommonNtTest, ValueThatIsBeingWrittenIsReadWhole) {
+    this->Put(40, 0);
+    EXPECT_EQ(0U, this->client_->ReadBroadcastValue(0, &this->value_));
+    auto* const word =
+        reinterpret_cast<volatile std::uint32_t*>(this->native_.area.bytes.data() + 40);
+    std::atomic<bool> enough{false};
+    std::thread product([&] { WriteUntil(enough, word); });
+    bool whole = true;
+    for (int read = 0; read < 50000 && whole; ++read) {
+        EXPECT_EQ(0U, this->client_->ReadBroadcastValue(0, &this->value_));
+        whole = this->value_ == 0 || this->value_ == 0xFFFFFFFF;
+    }
+    enough = true;
+    product.join();
+    EXPECT_TRUE(whole) << std::hex << this->value_;
+}
 
 TYPED_TEST(KelcommCommonNtThreadsTest, CloseWaitsForAValueThatIsBeingRead) {
     CSystemWithAction::whileMapping = [this] { this->ExpectThatCloseWaits(); };

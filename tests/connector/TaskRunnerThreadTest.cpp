@@ -1,0 +1,123 @@
+// The life of a runner's thread, without a module around it.
+#include <atomic>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <optional>
+#include <stdexcept>
+
+#include <boost/thread/thread.hpp>
+
+#include "connector/TaskRunner.h"
+#include "tests/support/Await.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/RecordingPublisher.h"
+
+namespace Kyr::Connectors::Common {
+namespace {
+
+using testing::ElementsAre;
+
+/// Connects while `available` is set.
+class CCountingConnection : public IProductConnection {
+  public:
+    bool Connect() override { return available; }
+    bool Reconnect() override { return available; }
+    void Disconnect() override {
+        // Gives the time in which somebody who does not wait for the thread would go on.
+        for (int turn = 0; turn < 1000; ++turn) {
+            boost::this_thread::yield();
+        }
+        ++disconnections;
+    }
+    std::chrono::milliseconds ReconnectDelay() const override {
+        return std::chrono::milliseconds(10000);
+    }
+
+    std::atomic<bool> available{true};
+    std::atomic<int> disconnections{0};
+};
+
+class CInstance : public IInstanceUUIDProvider {
+  public:
+    std::string GetInstanceUUID() const override { return "12345678-9abc-def0-1234-56789abcdef0"; }
+};
+
+/// Fails to begin its first line.
+class CLogger : public ILogger {
+  public:
+    CLogLine GetLog(int level) override {
+        if (failing_.exchange(false)) {
+            throw std::runtime_error("no memory for a line");
+        }
+        return capturing_.GetLog(level);
+    }
+    void FailOnce() { failing_ = true; }
+    std::vector<std::string> Lines() const { return capturing_.Capture().Lines(); }
+
+  private:
+    Kyr::Test::CCapturingLogger capturing_;
+    std::atomic<bool> failing_{false};
+};
+
+class TaskRunnerThreadTest : public testing::Test {
+  protected:
+    const boost::shared_ptr<Kyr::Test::CManualClock> clock =
+        boost::make_shared<Kyr::Test::CManualClock>();
+    CCountingConnection connection;
+    CLogger logger;
+    Kyr::Test::CRecordingPublisher publisher;
+    CInstance instance;
+    std::optional<CTaskRunner> runner{
+        std::in_place, "R", connection, CTaskRunner::Services{logger, publisher, instance}, 1u,
+        clock};
+};
+
+TEST_F(TaskRunnerThreadTest, RunnerThatWasNotStartedIsNotConnected) {
+    EXPECT_FALSE(runner->InterruptUnlessConnected());
+}
+
+TEST_F(TaskRunnerThreadTest, ConnectedThreadIsNotInterrupted) {
+    runner->Start();
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_TRUE(runner->InterruptUnlessConnected());
+    EXPECT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_EQ(connection.disconnections, 0);
+}
+
+TEST_F(TaskRunnerThreadTest, ThreadThatIsStartedAgainIsNotConnectedBeforeItConnects) {
+    runner->Start();
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    EXPECT_TRUE(runner->Wake());
+    runner->Join();
+    connection.available = false;
+    runner->Start();
+    ASSERT_TRUE(clock->AwaitSleepers(1));
+    EXPECT_FALSE(runner->InterruptUnlessConnected());
+    runner->Join();
+    EXPECT_THAT(logger.Lines(),
+                ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks",
+                            "2 Disconnecting from product", "2 Connecting to product",
+                            "4 Product is not available, canceling tasks"));
+}
+
+TEST_F(TaskRunnerThreadTest, DestroyedRunnerHasEndedItsThread) {
+    runner->Start();
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    runner.reset();
+    EXPECT_EQ(connection.disconnections, 1);
+    EXPECT_THAT(logger.Lines(),
+                ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks",
+                            "4 Task processing was interrupted", "2 Disconnecting from product"));
+}
+
+TEST_F(TaskRunnerThreadTest, LineThatFailsEndsTheThreadInGoodOrder) {
+    logger.FailOnce();
+    runner->Start();
+    runner->Join();
+    EXPECT_THAT(logger.Lines(), ElementsAre("4 no memory for a line"));
+    EXPECT_EQ(connection.disconnections, 1);
+}
+
+}  // namespace
+}  // namespace Kyr::Connectors::Common
