@@ -52,13 +52,19 @@ TEST_F(PathLocaleTest, PathsAreConvertedByTheInstalledLocale) {
     EXPECT_EQ(text, "\xC3\xA4\xE2\x82\xAC");
 }
 
-using PathLocaleDeathTest = PathLocaleTest;
+class PathLocaleDeathTest : public PathLocaleTest {
+  protected:
+    PathLocaleDeathTest() { testing::FLAGS_gtest_death_test_style = "threadsafe"; }
+    ~PathLocaleDeathTest() override { testing::FLAGS_gtest_death_test_style = styleBefore_; }
+
+  private:
+    const std::string styleBefore_ = testing::FLAGS_gtest_death_test_style;
+};
 
 // In a process of its own: the path locale that a process begins with is made once.
 TEST_F(PathLocaleDeathTest, EnvironmentThatNamesNoLocaleKeepsNobodyFromInitializing) {
     const std::string before = Poco::Environment::get("LC_ALL", "");
     Poco::Environment::set("LC_ALL", "no_SUCH.UTF-8");
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
     EXPECT_EXIT(
         {
             InitializeLibrary();
