@@ -5,6 +5,7 @@
 #include <optional>
 #include <stdexcept>
 
+#include <boost/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "connector/TaskRunner.h"
@@ -38,7 +39,7 @@ class CCountingConnection : public IProductConnection {
     std::atomic<int> disconnections{0};
 };
 
-class CInstance : public IInstanceUUIDProvider {
+class CInstance final : public IInstanceUUIDProvider {
   public:
     std::string GetInstanceUUID() const override { return "12345678-9abc-def0-1234-56789abcdef0"; }
 };
