@@ -97,7 +97,8 @@ class Tree:
             if path not in changed:
                 self.put(path, (self.root / path).read_bytes())
                 shutil.copymode(self.root / path, self.source / path)
-            elif not (self.source / path).exists():
+            elif not (self.source / path).exists() or self.files.get(path, {}).get("hash") != digest(self.read(path)):
+                # As it is now, since files that include it are read before it is written again.
                 self.put(path, self.read(path))
         for path in [path for path in self.source.rglob("*") if path.is_file()]:
             relative = path.relative_to(self.source).as_posix()
