@@ -165,6 +165,7 @@ struct CScriptedPorts::Advanced {
         view.SectionHandle = nullptr;
         view.ViewSize = answer.viewSize == 0 ? answer.view.size() : answer.viewSize;
         if (answer.leaveOutViewMark) {
+            const Guard guard(current_->mutex_);
             current_->nowhere_ = answer.view;
             view.ViewBase = current_->nowhere_.data();
             return;
@@ -240,7 +241,7 @@ struct CScriptedPorts::Advanced {
         current_->calls_.Require(flags == 0, "NtAlpcDeletePortSection with flags");
         current_->objects_.Check(port);
         return current_->objects_.Close(section) ? NtApi::kStatusSuccess
-                                                : NtApi::kStatusInvalidHandle;
+                                                 : NtApi::kStatusInvalidHandle;
     }
 
     static NtApi::NtStatus KYR_NTAPI NtAlpcCreateSectionView(NtApi::Handle port,
@@ -259,6 +260,7 @@ struct CScriptedPorts::Advanced {
                 view->ViewBase = current_->MakeView(Bytes(view->ViewSize));
             }
         } else {
+            const Guard guard(current_->mutex_);
             current_->nowhere_.resize(view->ViewSize);
             view->ViewBase = current_->nowhere_.data();
         }
@@ -272,14 +274,14 @@ struct CScriptedPorts::Advanced {
         current_->objects_.Check(port);
         current_->DropView(base);
         return current_->objects_.Close(base) ? NtApi::kStatusSuccess
-                                             : NtApi::kStatusInvalidParameter;
+                                              : NtApi::kStatusInvalidParameter;
     }
 
     static NtApi::NtStatus KYR_NTAPI
     AlpcInitializeMessageAttribute(std::uint32_t attributes, NtApi::AlpcMessageAttributes* buffer,
                                    std::size_t size, std::size_t* required) {
         current_->calls_.Require(buffer != nullptr || size == 0,
-                                "AlpcInitializeMessageAttribute of room that is not there");
+                                 "AlpcInitializeMessageAttribute of room that is not there");
         NtApi::NtStatus status = NtApi::kStatusSuccess;
         if (!current_->calls_.Enter("AlpcInitializeMessageAttribute", &status)) {
             return status;
