@@ -451,6 +451,7 @@ TEST_F(TaskRunnerTest, MessageThatCannotTellItsNameCostsItsLineOnly) {
     Finish();
     EXPECT_EQ(task.ExecutionCount(), 3u);
     EXPECT_EQ(next.ExecutionCount(), 2u);
+    EXPECT_EQ(LinesWhileConnected().back(), "4 no name");
 }
 
 TEST_F(TaskRunnerTest, MessageThatCannotTellItsTypeCostsALineOnly) {

@@ -69,6 +69,15 @@ TEST_F(ServerBroadcastTest, NewTimestampReadsTheValueAgain) {
               (std::vector<std::uint32_t>{132, 120, 128, 124, 200}));
 }
 
+TEST_F(ServerBroadcastTest, FirstEntryIsRememberedLikeAnyOther) {
+    SetModule(0, kServerPlugin, 9);
+    Read();
+    SetModule(0, kServerPlugin, 10);
+    SetWord(204, 78);
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 78); }),
+              (std::vector<std::uint32_t>{112, 100, 108, 104, 200}));
+}
+
 TEST_F(ServerBroadcastTest, TimestampOf0IsOneLikeAnyOther) {
     SetModule(1, kServerPlugin, 0);
     EXPECT_EQ(Read(), 77);
@@ -207,6 +216,13 @@ TEST_F(ServerBroadcastTest, TableAtTheEndOfTheNumbersDoesNotComeRound) {
               (std::vector<std::uint32_t>{20, 12, 0xFFFFFFF0}));
 }
 
+TEST_F(ServerBroadcastTest, EntryAtTheVeryLastNumberIsLookedAt) {
+    SetWord(12, 0xFFFFFFFF);
+    alpc_->farBroadcastWords[0xFFFFFFFF] = 0x1001000;
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_NE(ReadFailure(), kNothing); }),
+              (std::vector<std::uint32_t>{20, 12, 0xFFFFFFFF}));
+}
+
 TEST_F(ServerBroadcastTest, EntryAtTheEndOfTheNumbersDoesNotComeRound) {
     SetWord(12, 0xFFFFFFF8);
     alpc_->farBroadcastWords[0xFFFFFFF8] = kServerPlugin;
@@ -255,6 +271,23 @@ TEST_F(ServerBroadcastTest, FoundModuleIsKnownThoughItsTimestampWasUnreadable) {
     alpc_->unreadableBroadcastOffsets.clear();
     EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), 77); }),
               (std::vector<std::uint32_t>{132, 120, 128, 124, 200}));
+}
+
+TEST_F(ServerBroadcastTest, FoundModuleIsReadThoughItsFirstTimestampIs1) {
+    SetModule(1, kServerPlugin, 1);
+    MakeUnreadable(132);
+    EXPECT_NE(ReadFailure(), kNothing);
+    alpc_->unreadableBroadcastOffsets.clear();
+    EXPECT_EQ(Read(), 77);
+}
+
+TEST_F(ServerBroadcastTest, FoundModuleWhoseFirstTimestampIs0HasNoValueYet) {
+    SetModule(1, kServerPlugin, 0);
+    MakeUnreadable(132);
+    EXPECT_NE(ReadFailure(), kNothing);
+    alpc_->unreadableBroadcastOffsets.clear();
+    EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), -1); }), (std::vector<std::uint32_t>{132}));
+    EXPECT_TRUE(broadcast_.IsAvailable());
 }
 
 TEST_F(ServerBroadcastTest, FirstModuleOffsetIsReadOnceAndForAll) {

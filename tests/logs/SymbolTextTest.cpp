@@ -43,6 +43,10 @@ TEST(ShortenTextTest, LimitBelowThreeKeepsAllButTheLastCharacter) {
     EXPECT_EQ(ShortenText("abcdef", 2), "a...");
 }
 
+TEST(ShortenTextTest, LowestByteThatBeginsNoCharacterIsRefused) {
+    EXPECT_EQ(ThrownText([] { ShortenText("\x80 bcdefghijkl", 10); }), "Invalid utf8 leading byte");
+}
+
 TEST(ShortenTextTest, CharacterAcrossTheCutIsDroppedWhole) {
     // 6 ASCII bytes, then a character of 2 bytes at 6 and 7: position 7 is inside it.
     EXPECT_EQ(ShortenText("abcdef\xC3\xA4ghijkl", 10), "abcdef...");

@@ -76,7 +76,12 @@ TEST_F(ConnectTest, LogsCarryTheInstanceTheProductAndTheTime) {
     const auto row = presence->GetSymbols()->GetRow(0);
     EXPECT_EQ(row->GetUuid(3552).uuid(), "12345678-9abc-def0-1234-56789abcdef0");
     EXPECT_EQ(row->GetResourceId(4429), 0x07100000000007AAu);
+    EXPECT_EQ(row->GetInt64(3559), 17);
     EXPECT_EQ(row->GetUtcTime(3555).year(), 2023);
+    const auto status = Published<CStatusLog>(2);
+    ASSERT_TRUE(status);
+    EXPECT_EQ(status->GetSymbols()->GetRow(0)->GetInt64(244), 17);
+    EXPECT_EQ(status->GetSymbols()->GetRow(0)->GetResourceId(245), 0x07100000000005E2u);
 }
 
 TEST_F(ConnectTest, NothingIsLoggedWhenAllGoesWell) {

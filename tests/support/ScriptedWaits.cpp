@@ -31,7 +31,8 @@ struct CScriptedWaits::Functions {
                    ? current_->threads_.CreateThread(routine, parameter)
                    : nullptr;
     }
-    static NtApi::Bool KYR_NTAPI TerminateThread(NtApi::Handle thread, std::uint32_t) {
+    static NtApi::Bool KYR_NTAPI TerminateThread(NtApi::Handle thread, std::uint32_t code) {
+        current_->calls_.Require(code == 1, "TerminateThread that tells of no failure");
         return current_->calls_.Enter("TerminateThread") && current_->threads_.Terminate(thread)
                    ? 1
                    : 0;

@@ -49,6 +49,7 @@ class KelcommCommonNtTest : public ClientFixture {
     /// A header that does not hold makes both reads fail and leaves nothing open.
     void ExpectRefused() {
         EXPECT_EQ(1U, Read(0, 4));
+        EXPECT_EQ(0U, native_.CountLive());
         EXPECT_EQ(1U, client_->ReadBroadcastValue(0, &value_));
         EXPECT_EQ(0xEEEEEEEEU, value_);
         EXPECT_EQ(0U, native_.CountLive());
@@ -437,10 +438,16 @@ TYPED_TEST(KelcommCommonNtTest, ValueThatIsBeingWrittenIsReadWhole) {
         reinterpret_cast<volatile std::uint32_t*>(this->native_.area.bytes.data() + 40);
     std::atomic<bool> enough{false};
     std::thread product([&] { WriteUntil(enough, word); });
+    // Until it has been read in the midst of writing often enough, or there is no processor free
+    // for both.
     bool whole = true;
-    for (int read = 0; read < 50000 && whole; ++read) {
+    std::uint32_t before = 0;
+    int changes = 0;
+    for (int read = 0; read < 1000000 && changes < 20000 && whole; ++read) {
         EXPECT_EQ(0U, this->client_->ReadBroadcastValue(0, &this->value_));
         whole = this->value_ == 0 || this->value_ == 0xFFFFFFFF;
+        changes += this->value_ == before ? 0 : 1;
+        before = this->value_;
     }
     enough = true;
     product.join();

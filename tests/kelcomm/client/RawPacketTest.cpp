@@ -59,6 +59,14 @@ TEST(RawPacketTest, GrowingMovesToOwnMemory) {
     EXPECT_EQ(0, std::memcmp(foreign, "abcd", 4));
 }
 
+TEST(RawPacketTest, GrowingTakesASingleByteAlong) {
+    char foreign[1] = {'a'};
+    CAttachableBuffer buffer;
+    buffer.Attach(foreign, 1, 1);
+    EXPECT_EQ(1U, buffer.Append("b", 1));
+    EXPECT_EQ("ab", Held(buffer));
+}
+
 /// Attached memory is all that it can have.
 class CExhaustedBuffer : public CAttachableBuffer {
   protected:

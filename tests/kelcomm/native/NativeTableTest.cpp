@@ -188,6 +188,13 @@ TEST(NativeTableTest, MissingSlimLocksDoNothing) {
     EXPECT_EQ(&guarded, lock);
 }
 
+TEST(NativeTableTest, SystemsTableHoldsWhatTheSystemHas) {
+    EXPECT_NE(Native::FallbackNativeFunctions().CloseHandle,
+              Native::SystemNativeFunctions().CloseHandle);
+    EXPECT_NE(Native::FallbackNativeFunctions().GetCurrentProcess,
+              Native::SystemNativeFunctions().GetCurrentProcess);
+}
+
 TEST(NativeTableTest, SystemTableIsResolvedOnce) {
     const Native::NativeFunctions& table = Native::SystemNativeFunctions();
     EXPECT_EQ(&table, &Native::SystemNativeFunctions());

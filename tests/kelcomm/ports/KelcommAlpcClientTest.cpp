@@ -79,10 +79,11 @@ TEST_F(KelcommAlpcClientTest, FailedConnectIsTriedTwiceAndFails) {
     EXPECT_TRUE(native_.ports.requests.empty());
 }
 
-TEST_F(KelcommAlpcClientTest, HandleOfAFailedConnectIsClosed) {
+TEST_F(KelcommAlpcClientTest, HandleOfAFailedConnectIsClosedUnused) {
     native_.Fail("NtAlpcConnectPort");
     native_.ports.leaveHandleOnFailedConnect = true;
     EXPECT_EQ(1U, Ping());
+    EXPECT_TRUE(native_.ports.requests.empty());
     EXPECT_EQ(0U, native_.CountLive());
 }
 

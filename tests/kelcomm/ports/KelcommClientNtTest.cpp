@@ -58,10 +58,11 @@ TYPED_TEST(KelcommClientNtTest, FailedConnectIsAFailure) {
     EXPECT_TRUE(this->native_.ports.requests.empty());
 }
 
-TYPED_TEST(KelcommClientNtTest, HandleOfAFailedConnectIsClosed) {
+TYPED_TEST(KelcommClientNtTest, HandleOfAFailedConnectIsClosedUnused) {
     this->native_.Fail("NtConnectPort");
     this->native_.ports.leaveHandleOnFailedConnect = true;
     EXPECT_EQ(1U, this->Ping());
+    EXPECT_TRUE(this->native_.ports.requests.empty());
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
@@ -370,6 +371,17 @@ TYPED_TEST(KelcommClientNtTest, CloseClosesThePortBeforeTheArea) {
     EXPECT_EQ(0U, this->client_->ReadBroadcast(0, nullptr, 0));
     EXPECT_EQ(std::vector<std::string>({"port", "mapped area", "mapping", "mutex"}),
               this->GivenBackBy([this] { this->client_->Close(); }));
+}
+
+TYPED_TEST(KelcommClientNtTest, DestructionClosesThePortBeforeTheAreaToo) {
+    this->ProvideEmptyArea();
+    this->QueueReply(this->Reply(0, 0, {}));
+    EXPECT_EQ(0U, this->Ping());
+    EXPECT_EQ(0U, this->client_->ReadBroadcast(0, nullptr, 0));
+    EXPECT_EQ(std::vector<std::string>({"port", "mapped area", "mapping", "mutex"}),
+              this->GivenBackBy([this] { this->client_.reset(); }));
+    this->client_ = std::make_unique<Kelcomm::CKelcommClientNt<typename TypeParam::Word>>(
+        this->native_.GetFunctions());
 }
 
 /// The critical section of a client, which only its own class can name.

@@ -98,10 +98,11 @@ class KelcommWaitPoolTest : public testing::Test {
     }
 
     /// The time passes once closing waits for the threads.
-    void CloseWhileASecondPasses() {
-        std::thread clock([this] {
+    void CloseWhileASecondPasses() { CloseWhilePassing(1000); }
+    void CloseWhilePassing(std::uint32_t milliseconds) {
+        std::thread clock([this, milliseconds] {
             native_.threads.AwaitWaiter(1000);
-            native_.threads.Advance(1000);
+            native_.threads.Advance(milliseconds);
         });
         pool_->Close();
         clock.join();
@@ -205,6 +206,20 @@ TEST_F(KelcommWaitPoolTest, IdleThreadEndsAfterAMinute) {
     }
     EXPECT_EQ(0, Exchange());
     EXPECT_EQ(2, native_.threads.StartedThreads());
+}
+
+TEST_F(KelcommWaitPoolTest, IdleThreadThatIsWokenForNothingWaitsOn) {
+    Exchange();
+    native_.threads.AwaitWaiter(60000);
+    const auto event = reinterpret_cast<NtApi::Handle>(std::uintptr_t{0x100000});  // the first one
+    const unsigned waits = native_.CountCalls("WaitForSingleObject");
+    native_.threads.Set(event, true);
+    while (native_.CountCalls("WaitForSingleObject") < waits + 2) {
+        std::this_thread::yield();
+    }
+    native_.threads.Set(event, false);
+    EXPECT_EQ(0, Exchange());
+    EXPECT_EQ(1, native_.threads.StartedThreads());
 }
 
 TEST_F(KelcommWaitPoolTest, MessagesAreDispatchedWhileTheCallerWaits) {
@@ -321,6 +336,11 @@ TEST_F(KelcommWaitPoolTest, CloseWakesIdleThreadsAndWaitsForThem) {
     EXPECT_EQ(1000U, timeouts.at(timeouts.size() - 1));
 }
 
+TEST_F(KelcommWaitPoolTest, PoolWithoutThreadsIsClosedWithoutAWait) {
+    pool_->Close();
+    EXPECT_EQ(std::vector<std::size_t>(), native_.threads.WaitSizes());
+}
+
 TEST_F(KelcommWaitPoolTest, ClosedPoolRefusesExchanges) {
     pool_->Close();
     EXPECT_EQ(kUnsuccessful, Exchange());
@@ -391,7 +411,8 @@ TEST_F(KelcommWaitPoolTest, OneSecondIsAllThatTheGroupsGetTogether) {
         callers.emplace_back([this] { EXPECT_EQ(kUnsuccessful, Exchange('w')); });
     }
     door_.AwaitWaiting(65);
-    CloseWhileASecondPasses();
+    native_.threads.Advance(5000);  // a system has been up for some time
+    CloseWhilePassing(1500);        // woken late
     for (std::thread& caller : callers) {
         caller.join();
     }
@@ -452,6 +473,7 @@ TYPED_TEST(PumpingClientTest, PoolIsMadeOnceAndOutlivesAReconnection) {
 TYPED_TEST(PumpingClientTest, PoolThatCannotBeMadeFailsTheConnection) {
     this->native_.Fail("CreateEventW");
     EXPECT_EQ(1U, this->Ping());
+    EXPECT_TRUE(this->native_.ports.requests.empty());
     EXPECT_EQ(0U, this->native_.CountLive());
 }
 
