@@ -9,7 +9,8 @@
 
 namespace Kyr::Common::Message::Connectors::OvAgentConnector {
 
-/// What a trigger asks for. The numbers are the host's; 1 is not used.
+/// What a trigger asks for. The numbers are the host's; 1 is not used. Those of other connectors,
+/// whose tasks are shared, stand in host/message/ConnectorRequests.h.
 enum OvAgentRequestType : std::int32_t {
     kProtectionStatus = 0,
     kTaskStatus = 2,

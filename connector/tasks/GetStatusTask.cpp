@@ -15,19 +15,11 @@ namespace Kyr::Connectors::Common::Tasks {
 
 using Kyr::Common::Kernel::IMessage;
 using Kyr::Common::Kernel::MessageType;
-using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
-using Kyr::Common::Message::Connectors::OvAgentConnector::kProtectionStatus;
-using Kyr::Common::Message::Connectors::TCHConnector::CTchRequest;
-using Kyr::Common::Message::Connectors::TFDEConnector::CTFDERequest;
 using Kyr::Common::Module::IMessagePublisher;
 
-namespace {
-
-// The numbers of the other connectors.
-constexpr std::int32_t kTfdeProtectionStatus = 0;
-constexpr std::int32_t kTchProtectionStatus = 1;
-
-}  // namespace
+namespace OvAgent = Kyr::Common::Message::Connectors::OvAgentConnector;
+namespace Tfde = Kyr::Common::Message::Connectors::TFDEConnector;
+namespace Tch = Kyr::Common::Message::Connectors::TCHConnector;
 
 CGetStatusTask::CGetStatusTask(MessageType messageType, boost::shared_ptr<ILogger> logger,
                                boost::shared_ptr<IMessagePublisher> publisher,
@@ -50,11 +42,11 @@ CGetStatusTask::~CGetStatusTask() = default;
 bool CGetStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) const {
     switch (GetMessageType()) {
         case MessageType::OvAgentRequest:
-            return IsTriggerOf<COvAgentRequest>(message, kProtectionStatus);
+            return IsTriggerOf<OvAgent::COvAgentRequest>(message, OvAgent::kProtectionStatus);
         case MessageType::TFDERequest:
-            return IsTriggerOf<CTFDERequest>(message, kTfdeProtectionStatus);
+            return IsTriggerOf<Tfde::CTFDERequest>(message, Tfde::kProtectionStatus);
         case MessageType::TchRequest:
-            return IsTriggerOf<CTchRequest>(message, kTchProtectionStatus);
+            return IsTriggerOf<Tch::CTchRequest>(message, Tch::kProtectionStatus);
         default:
             return false;
     }

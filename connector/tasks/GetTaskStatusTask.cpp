@@ -15,17 +15,10 @@ namespace Kyr::Connectors::Common::Tasks {
 
 using Kyr::Common::Kernel::IMessage;
 using Kyr::Common::Kernel::MessageType;
-using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
-using Kyr::Common::Message::Connectors::OvAgentConnector::kTaskStatus;
-using Kyr::Common::Message::Connectors::TFDEConnector::CTFDERequest;
 using Kyr::Common::Module::IMessagePublisher;
 
-namespace {
-
-// The number of the other connector.
-constexpr std::int32_t kTfdeTaskStatus = 2;
-
-}  // namespace
+namespace OvAgent = Kyr::Common::Message::Connectors::OvAgentConnector;
+namespace Tfde = Kyr::Common::Message::Connectors::TFDEConnector;
 
 CGetTaskStatusTask::CGetTaskStatusTask(
     MessageType messageType, boost::shared_ptr<ILogger> logger,
@@ -47,9 +40,9 @@ CGetTaskStatusTask::~CGetTaskStatusTask() = default;
 bool CGetTaskStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) const {
     switch (GetMessageType()) {
         case MessageType::OvAgentRequest:
-            return IsTriggerOf<COvAgentRequest>(message, kTaskStatus);
+            return IsTriggerOf<OvAgent::COvAgentRequest>(message, OvAgent::kTaskStatus);
         case MessageType::TFDERequest:
-            return IsTriggerOf<CTFDERequest>(message, kTfdeTaskStatus);
+            return IsTriggerOf<Tfde::CTFDERequest>(message, Tfde::kTaskStatus);
         default:
             return false;
     }

@@ -7,6 +7,7 @@
 #include "host/kernel/MessageType.h"
 #include "host/kernel/Resources.h"
 #include "host/logs/SymbolDescriptor.h"
+#include "host/message/ConnectorRequests.h"
 
 namespace Kyr::Common {
 namespace {
@@ -35,6 +36,13 @@ TEST(NumbersTest, MessageTypes) {
     EXPECT_EQ(Number(MessageType::PresenceStatus), 10292);
     EXPECT_EQ(Number(MessageType::TaskEvent), 10368);
     EXPECT_EQ(Number(MessageType::MultiProductStatus), 10405);
+}
+
+TEST(NumbersTest, TriggersOfOtherConnectors) {
+    namespace Connectors = Message::Connectors;
+    EXPECT_EQ(Connectors::TFDEConnector::kProtectionStatus, 0);
+    EXPECT_EQ(Connectors::TFDEConnector::kTaskStatus, 2);
+    EXPECT_EQ(Connectors::TCHConnector::kProtectionStatus, 1);
 }
 
 TEST(NumbersTest, Resources) {
