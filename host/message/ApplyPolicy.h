@@ -1,4 +1,9 @@
 // A policy of the server, for one product to apply.
+//
+// Made and published by the host. The connector keeps the last one, and applies it again after each
+// connection, since the product may have lost it meanwhile. It carries no identifiers: nobody is
+// told what became of it.
+// Threads: one until the message is read-only, any from then on.
 #pragma once
 
 #include <string>
@@ -7,7 +12,7 @@
 
 namespace Kyr::Common::Message::Policies {
 
-/// Type 194, name "ApplyPolicy".
+/// Name "ApplyPolicy".
 class CApplyPolicy : public CMessage {
   public:
     ~CApplyPolicy() override;

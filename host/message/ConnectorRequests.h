@@ -1,4 +1,8 @@
 // The triggers of other connectors that share tasks with the Ov agent's.
+//
+// Those connectors publish them to themselves, as this one does with its own (type 7). A shared
+// task reads them when it is made for one of these types, which the Ov agent's module never does.
+// Threads and errors are those of CTrigger.
 #pragma once
 
 #include <cstdint>
@@ -16,7 +20,7 @@ enum TFDERequestType : std::int32_t {
     kTaskStatus = 2,
 };
 
-/// Type 8, name "TFDERequest".
+/// Name "TFDERequest".
 class CTFDERequest : public CTrigger<CTFDERequest> {
   public:
     ~CTFDERequest() override;
@@ -33,7 +37,7 @@ enum TchRequestType : std::int32_t {
     kProtectionStatus = 1,
 };
 
-/// Type 9, name "TchRequest".
+/// Name "TchRequest".
 class CTchRequest : public CTrigger<CTchRequest> {
   public:
     ~CTchRequest() override;

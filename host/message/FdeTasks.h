@@ -1,5 +1,8 @@
 // The server's tasks for disk encryption. Only the one that carries more than its identifiers has a
 // class; the others are told apart by who sends them.
+//
+// Known here because the requests that they become are the product family's; the connector of the
+// Ov agent has no task for them. Threads and errors are those of CTask.
 #pragma once
 
 #include <string>

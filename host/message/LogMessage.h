@@ -1,4 +1,6 @@
 // The base of all messages that report a log.
+//
+// Threads: one until the message is read-only, any from then on.
 #pragma once
 
 #include "host/message/Message.h"

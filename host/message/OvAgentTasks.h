@@ -1,4 +1,7 @@
 // The server's tasks for the Ov agent.
+//
+// Made and published by the host; read by the connector's task of the same type, which turns the
+// payload into a request to the product. Threads and errors are those of CTask.
 #pragma once
 
 #include <string>
@@ -8,7 +11,7 @@
 
 namespace Kyr::Common::Message::Connectors::OvAgentConnector::Task {
 
-/// Type 918, name "KillProcessByPid".
+/// Name "KillProcessByPid". The payload may hold hashes of the executable, too.
 class CKillProcessByPid
     : public CPayloadTask<CKillProcessByPid, DataDefinition::Task::OV::KillProcessByPid> {
   public:
@@ -17,7 +20,7 @@ class CKillProcessByPid
     std::string GetName() const override;
 };
 
-/// Type 919, name "BlockExecutableByHash".
+/// Name "BlockExecutableByHash".
 class CBlockExecutableByHash
     : public CPayloadTask<CBlockExecutableByHash, DataDefinition::Task::OV::BlockExecutableByHash> {
   public:

@@ -1,4 +1,6 @@
 // A task message that carries one protobuf message beside its identifiers.
+//
+// Threads and errors are those of CTask.
 #pragma once
 
 #include "host/message/Task.h"

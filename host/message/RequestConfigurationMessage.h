@@ -1,4 +1,7 @@
 // The server asks for the configuration of a product.
+//
+// Made and published by the host, for every connector; the one whose product type the payload names
+// publishes the configuration, and then the outcome. Threads and errors are those of CTask.
 #pragma once
 
 #include <string>
@@ -8,7 +11,7 @@
 
 namespace Kyr::Common::Message::Configuration {
 
-/// Type 5, name "RequestConfiguration". Its outcome is reported under the three identifiers.
+/// Name "RequestConfiguration". Its outcome is reported under the three identifiers.
 class CRequestConfigurationMessage
     : public CPayloadTask<CRequestConfigurationMessage,
                           DataDefinition::Configuration::RequestConfiguration> {

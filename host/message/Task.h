@@ -1,4 +1,9 @@
 // A task message of the server: what carries three identifiers and reports its outcome under them.
+//
+// The host makes it of what the server sent, and publishes it; the connector that subscribes to its
+// type reads it on its task thread.
+// Threads: one until the message is read-only, any from then on.
+// Errors: the setter throws std::runtime_error "Message is read only".
 #pragma once
 
 #include "host/message/Message.h"
@@ -12,7 +17,7 @@ class CTask : public CMessage {
 
     ~CTask() override;
 
-    /// The three identifiers, in their declared order.
+    /// The three identifiers, in their declared order. Their texts are not checked here.
     const Uuid& GetFirstIdentifier() const { return first_; }
     const Uuid& GetSecondIdentifier() const { return second_; }
     const Uuid& GetThirdIdentifier() const { return third_; }

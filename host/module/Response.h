@@ -1,4 +1,8 @@
 // A reply of the host's request/response scheme.
+//
+// Whoever answers a request of the host makes it; the module's reply thread hands it to the one who
+// waits for that request.
+// Threads: any; it is immutable.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +12,7 @@
 
 namespace Kyr::Common::Module {
 
-/// Types 688 and 1, name "Response".
+/// Name "Response", of either type of reply.
 class CResponse : public Kernel::IMessage {
   public:
     explicit CResponse(std::uint32_t requestId,
