@@ -44,9 +44,11 @@ TEST(BufferMemoryTest, OwnMemoryThatIsOutgrownIsGivenBack) {
         EXPECT_NE(nullptr, buffer.Reserve(16 << 20));
     }
     {
-        const std::vector<char> bytes(1 << 20);
+        const std::vector<char> bytes(8 << 20);
         CAttachableBuffer buffer;
-        EXPECT_TRUE(buffer.AppendGrowing(bytes.data(), 1 << 20));
+        EXPECT_NE(nullptr, buffer.Reserve(8 << 20));
+        EXPECT_TRUE(buffer.AppendGrowing(bytes.data(), 8 << 20));
+        EXPECT_TRUE(buffer.AppendGrowing("x", 1));
     }
     EXPECT_EQ(before, BytesInUse());
 }
