@@ -287,7 +287,7 @@ TEST_F(ServerBroadcastTest, FoundModuleWhoseFirstTimestampIs0HasNoValueYet) {
     EXPECT_NE(ReadFailure(), kNothing);
     alpc_->unreadableBroadcastOffsets.clear();
     EXPECT_EQ(OffsetsOf([this] { EXPECT_EQ(Read(), -1); }), (std::vector<std::uint32_t>{132}));
-    EXPECT_TRUE(broadcast_.IsAvailable());
+    EXPECT_TRUE(available_);
 }
 
 TEST_F(ServerBroadcastTest, FirstModuleOffsetIsReadOnceAndForAll) {
