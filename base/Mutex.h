@@ -39,7 +39,7 @@ class KYR_CAPABILITY("mutex") CMutex {
 class KYR_SCOPED_CAPABILITY CLock {
   public:
     explicit CLock(CMutex& mutex) KYR_ACQUIRE(mutex) : lock_(mutex.mutex_) {}
-    ~CLock() KYR_RELEASE() {}
+    ~CLock() KYR_RELEASE() = default;
     CLock(const CLock&) = delete;
     CLock& operator=(const CLock&) = delete;
 
