@@ -188,18 +188,21 @@ TEST_F(SymbolContainerBinaryTest, HugeCountIsAStreamFailure) {
 }
 
 TEST(AllocationWatchTest, LargestAllocationIsSeen) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     const Kyr::Test::CAllocationWatch watch;
     const std::vector<char> bytes(5000);
     EXPECT_GE(watch.Largest(), bytes.size());
 }
 
 TEST_F(SymbolContainerBinaryTest, HugeCountAllocatesNothing) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     const Kyr::Test::CAllocationWatch watch;
     EXPECT_THROW(Read("FF FF FF FF  01 00 00 00"), std::ios_base::failure);
     EXPECT_LT(watch.Largest(), 4096u);
 }
 
 TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     // 65536 ids and the first two bytes of a tag; a value takes more in memory than its id.
     const std::string bytes = ManyIds() + std::string(2, '\0');
     const Kyr::Test::CAllocationWatch watch;
@@ -208,6 +211,7 @@ TEST_F(SymbolContainerBinaryTest, IdsWithoutValuesAllocateNoValues) {
 }
 
 TEST_F(SymbolContainerBinaryTest, RoomForValuesFollowsFromTheirBytesAndNotFromTheirCount) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     // 65536 ids, and behind them as many bytes: 13107 values at most, none of which begins so.
     const std::string bytes = ManyIds() + std::string(65536, '\0');
     const Kyr::Test::CAllocationWatch watch;
@@ -216,6 +220,7 @@ TEST_F(SymbolContainerBinaryTest, RoomForValuesFollowsFromTheirBytesAndNotFromTh
 }
 
 TEST_F(SymbolContainerBinaryTest, HugeLengthAllocatesNothing) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     const Kyr::Test::CAllocationWatch watch;
     EXPECT_THROW(Read("01 00 00 00  01 00 00 00  08 00 00 00  FF FF FF FF  00"),
                  std::ios_base::failure);

@@ -4,12 +4,22 @@
 #include <cstdlib>
 #include <new>
 
+#if defined(__SANITIZE_THREAD__)
+#define KYR_KEEPS_OPERATOR_NEW
+#elif defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KYR_KEEPS_OPERATOR_NEW
+#endif
+#endif
+
 namespace {
 
 std::atomic<std::size_t> largest{0};
 
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
 thread_local unsigned untilFailure = 0;
+
+#ifndef KYR_KEEPS_OPERATOR_NEW
 
 void* Allocate(std::size_t size) noexcept {
     if (untilFailure != 0 && --untilFailure == 0) {
@@ -28,7 +38,11 @@ void* AllocateOrThrow(std::size_t size) {
     throw std::bad_alloc();
 }
 
+#endif
+
 }  // namespace
+
+#ifndef KYR_KEEPS_OPERATOR_NEW
 
 // All of them but the aligned ones: a sanitizer, which has its own, tells of memory that one of a
 // pair has handed out and the other's counterpart is given.
@@ -73,7 +87,17 @@ void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
     std::free(memory);
 }
 
+#endif
+
 namespace Kyr::Test {
+
+bool CAllocationWatch::IsPossible() {
+#ifdef KYR_KEEPS_OPERATOR_NEW
+    return false;
+#else
+    return true;
+#endif
+}
 
 CAllocationWatch::CAllocationWatch() {
     largest = 0;

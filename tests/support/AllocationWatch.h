@@ -1,16 +1,27 @@
 // What a stretch of code allocates: its largest single allocation, for tests of what numbers from
 // outside make a decoder reserve; and an allocation that fails, for tests of what is left when the
-// memory runs out. A program that links it has its `operator new` replaced.
+// memory runs out. A program that links it has its `operator new` replaced; ThreadSanitizer keeps
+// its own, so that tests of memory begin with `KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED`.
 //
 // Threads: the watch sees allocations of all threads; a failure belongs to the thread that made it.
 #pragma once
 
 #include <cstddef>
+#include <gtest/gtest.h>
+
+#define KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED()                \
+    if (!Kyr::Test::CAllocationWatch::IsPossible()) {            \
+        GTEST_SKIP() << "this build's operator new is not ours"; \
+    }                                                            \
+    static_assert(true, "takes the semicolon")
 
 namespace Kyr::Test {
 
 class CAllocationWatch {
   public:
+    /// Whether this build's allocations are seen, and can be made to fail.
+    static bool IsPossible();
+
     /// Starts anew; there is one watch at a time.
     CAllocationWatch();
     /// In bytes, since the watch was made.

@@ -93,6 +93,7 @@ TEST_F(AlpcViewsTest, AttributeOneByteLargerThanUsualIsMadeElsewhere) {
 }
 
 TEST_F(AlpcViewsTest, LargeAttributeWithoutMemoryIsAFailure) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     native_.ports.viewAttributeSize = 400;
     CViewAttribute attribute;
     bool allocated = true;

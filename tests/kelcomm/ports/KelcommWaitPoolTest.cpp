@@ -276,6 +276,7 @@ TEST_F(KelcommWaitPoolTest, PoolWithoutItsEventIsNotMade) {
 }
 
 TEST_F(KelcommWaitPoolTest, PoolWithoutMemoryIsNotMade) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     std::unique_ptr<CKelcommWaitPool> pool;
     {
         const CAllocationFailure failure;
@@ -285,6 +286,7 @@ TEST_F(KelcommWaitPoolTest, PoolWithoutMemoryIsNotMade) {
 }
 
 TEST_F(KelcommWaitPoolTest, ExchangeWithoutMemoryIsAFailureAndTheNextOneWorks) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
     NativeFunctions functions = native_.GetFunctions();
     pool_ = CKelcommWaitPool::Create(functions);
     Shortage::createEvent = functions.CreateEventW;
