@@ -8,7 +8,7 @@
 #include <exception>
 #include <memory>
 
-#include "portlayer/core/Packet.h"
+#include "portlayer/packets/Packet.h"
 
 namespace {
 

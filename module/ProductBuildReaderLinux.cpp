@@ -14,11 +14,15 @@ IProductBuildReader::~IProductBuildReader() = default;
 
 namespace {
 
+/// What the registry value "build" of the installed product is elsewhere: a signed 32-bit number in
+/// decimal. There is none while the product is not installed.
+constexpr char kProductBuildFile[] = "ovanta-agent-build";
+
 class CRunFileBuildReader final : public IProductBuildReader {
   public:
     std::optional<std::int64_t> Read() override {
         std::string text;
-        const NtApi::NtStatus status = PortLayer::ReadRunFile(PortLayer::kProductBuildFile, text);
+        const NtApi::NtStatus status = PortLayer::ReadRunFile(kProductBuildFile, text);
         if (status == NtApi::kStatusObjectNameNotFound) {
             return std::nullopt;
         }

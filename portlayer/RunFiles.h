@@ -12,10 +12,6 @@
 
 namespace Kyr::PortLayer {
 
-/// The text of the registry value "build" of the installed product: a signed 32-bit number in
-/// decimal. There is none while the product is not installed.
-constexpr char kProductBuildFile[] = "ovanta-agent-build";
-
 /// The longest text that is read; a longer file is refused.
 constexpr std::size_t kLongestRunFile = 4096;
 

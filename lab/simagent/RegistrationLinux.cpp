@@ -9,6 +9,9 @@ namespace Kyr::Lab::SimAgent {
 
 namespace {
 
+/// The registry value "build" elsewhere, in decimal.
+constexpr char kBuildFile[] = "ovanta-agent-build";
+
 [[noreturn]] void Fail(NtApi::NtStatus status) {
     throw std::runtime_error("cannot write to the run directory: status " + StatusText(status));
 }
@@ -16,15 +19,14 @@ namespace {
 class CRunFileRegistration final : public IRegistration {
   public:
     void Install(std::int32_t build) override {
-        const NtApi::NtStatus status =
-            PortLayer::WriteRunFile(PortLayer::kProductBuildFile, std::to_string(build));
+        const NtApi::NtStatus status = PortLayer::WriteRunFile(kBuildFile, std::to_string(build));
         if (NtApi::IsError(status)) {
             Fail(status);
         }
     }
 
     void Uninstall() override {
-        const NtApi::NtStatus status = PortLayer::RemoveRunFile(PortLayer::kProductBuildFile);
+        const NtApi::NtStatus status = PortLayer::RemoveRunFile(kBuildFile);
         if (NtApi::IsError(status) && status != NtApi::kStatusObjectNameNotFound) {
             Fail(status);
         }

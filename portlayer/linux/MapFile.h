@@ -1,7 +1,7 @@
 // Maps a file, shared with whoever else maps it.
 #pragma once
 
-#include "portlayer/core/SharedMemory.h"
+#include "portlayer/packets/SharedMemory.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -19,10 +19,10 @@
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
-#include "portlayer/core/SharedMemory.h"
 #include "portlayer/linux/MapFile.h"
 #include "portlayer/linux/NamedFile.h"
 #include "portlayer/linux/Waits.h"
+#include "portlayer/packets/SharedMemory.h"
 
 #if defined(__SANITIZE_THREAD__)
 #define KYR_CHECKS_THREADS

@@ -7,9 +7,9 @@
 #include "portlayer/ServerFunctions.h"
 #include "portlayer/core/Handles.h"
 #include "portlayer/core/LiveCounterCells.h"
-#include "portlayer/core/SharedMemory.h"
 #include "portlayer/linux/MapFile.h"
 #include "portlayer/linux/NamedFile.h"
+#include "portlayer/packets/SharedMemory.h"
 
 namespace Kyr::PortLayer {
 

@@ -4,7 +4,7 @@
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
 #include "portlayer/core/Handles.h"
-#include "portlayer/core/MessageHeader.h"
+#include "portlayer/packets/MessageHeader.h"
 
 namespace Kyr::PortLayer {
 

@@ -7,9 +7,9 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "portlayer/core/Answers.h"
 #include "portlayer/linux/FileDescriptor.h"
 #include "portlayer/linux/Peer.h"
+#include "portlayer/server/Answers.h"
 
 namespace Kyr::PortLayer::Detail {
 

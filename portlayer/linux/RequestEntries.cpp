@@ -5,8 +5,8 @@
 #include <poll.h>
 #include <sys/socket.h>
 
-#include "portlayer/core/RequestData.h"
 #include "portlayer/linux/Peer.h"
+#include "portlayer/packets/RequestData.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -1,5 +1,5 @@
 // Shared memory as sealed memory files, whose descriptors go along with packets.
-#include "portlayer/core/SharedMemory.h"
+#include "portlayer/packets/SharedMemory.h"
 
 #include <fcntl.h>
 #include <sys/mman.h>

@@ -1,8 +1,8 @@
 // A channel over a connected SOCK_SEQPACKET socket.
 #pragma once
 
-#include "portlayer/core/PacketChannel.h"
 #include "portlayer/linux/FileDescriptor.h"
+#include "portlayer/packets/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -6,10 +6,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "portlayer/core/PortListener.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/PortName.h"
 #include "portlayer/linux/SocketChannel.h"
+#include "portlayer/server/PortListener.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -3,7 +3,7 @@
 // Threads: any number may send on one socket and receive from it.
 #pragma once
 
-#include "portlayer/core/PacketChannel.h"
+#include "portlayer/packets/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
 

@@ -7,8 +7,8 @@
 
 #include "portlayer/ClientFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
-#include "portlayer/core/PacketChannel.h"
 #include "portlayer/linux/Waits.h"
+#include "portlayer/packets/PacketChannel.h"
 
 namespace Kyr::PortLayer {
 

@@ -8,7 +8,7 @@
 #include <memory>
 #include <mutex>
 
-#include "portlayer/core/PacketChannel.h"
+#include "portlayer/packets/PacketChannel.h"
 #include "portlayer/windows/PipeQueue.h"
 
 namespace Kyr::PortLayer::Detail {

@@ -3,7 +3,7 @@
 #include <deque>
 #include <mutex>
 
-#include "portlayer/core/PortListener.h"
+#include "portlayer/server/PortListener.h"
 #include "portlayer/windows/ObjectNames.h"
 #include "portlayer/windows/Peer.h"
 #include "portlayer/windows/PipeChannel.h"

@@ -1,8 +1,8 @@
 // The data of legacy requests goes from memory to memory: the server's process reads and writes
 // that of the waiting client. Nothing of it is in the messages.
-#include "portlayer/core/RequestData.h"
+#include "portlayer/packets/RequestData.h"
 
-#include "portlayer/core/Answers.h"
+#include "portlayer/server/Answers.h"
 #include "portlayer/windows/PipeChannel.h"
 
 namespace Kyr::PortLayer::Detail {

@@ -1,5 +1,5 @@
 // Shared memory as named sections: the packet tells the name, which only our own user may open.
-#include "portlayer/core/SharedMemory.h"
+#include "portlayer/packets/SharedMemory.h"
 
 #include <atomic>
 

@@ -23,7 +23,7 @@ class RunFileBuildTest : public testing::Test {
     }
 
     std::optional<std::int64_t> Read(const std::string& text) {
-        EXPECT_EQ(PortLayer::WriteRunFile(PortLayer::kProductBuildFile, text), 0);
+        EXPECT_EQ(PortLayer::WriteRunFile("ovanta-agent-build", text), 0);
         return reader_->Read();
     }
     std::string Failure(const std::string& text) {
@@ -58,7 +58,7 @@ TEST_F(RunFileBuildTest, MissingFileAndMissingDirectoryMeanNotInstalled) {
 }
 
 TEST_F(RunFileBuildTest, RegistrationThatCannotBeReadIsAFailureWithItsStatus) {
-    boost::filesystem::create_directory(folder_.File(PortLayer::kProductBuildFile));
+    boost::filesystem::create_directory(folder_.File("ovanta-agent-build"));
     EXPECT_EQ(Kyr::Test::ThrownText([this] { reader_->Read(); }), kUnreadable);
 }
 

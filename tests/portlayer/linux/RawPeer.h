@@ -8,9 +8,9 @@
 #include <sys/socket.h>
 #include <thread>
 
-#include "portlayer/core/MessageHeader.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/SocketPackets.h"
+#include "portlayer/packets/MessageHeader.h"
 #include "tests/portlayer/AlpcPortFixture.h"
 
 namespace Kyr::Test {

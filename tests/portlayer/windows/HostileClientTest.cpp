@@ -2,7 +2,7 @@
 // dropped, and everybody else is served.
 #include <limits>
 
-#include "portlayer/core/SharedMemory.h"
+#include "portlayer/packets/SharedMemory.h"
 #include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/HostileLpcClient.h"
 #include "tests/portlayer/windows/RawPipe.h"

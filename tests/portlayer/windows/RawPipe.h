@@ -5,8 +5,8 @@
 
 #include <memory>
 
-#include "portlayer/core/MessageHeader.h"
-#include "portlayer/core/Packet.h"
+#include "portlayer/packets/MessageHeader.h"
+#include "portlayer/packets/Packet.h"
 #include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {

@@ -1,0 +1,107 @@
+// The calls on advanced ports that clients and servers share: they find out whose port it is.
+#include "ntapi/Status.h"
+#include "portlayer/ClientFunctions.h"
+#include "portlayer/client/AlpcClient.h"
+#include "portlayer/server/AlpcServer.h"
+
+namespace Kyr::PortLayer {
+
+namespace {
+
+using namespace Detail;
+using namespace NtApi;
+
+/// The shared memory of the connection behind the handle; `keep` keeps it alive.
+CAlpcMemory* MemoryOf(Handle handle, std::shared_ptr<CObject>& keep) {
+    keep = FindObject(handle);
+    if (auto* const client = As<CAlpcClientPort>(keep.get())) {
+        return &client->Memory();
+    }
+    auto* const comm = As<CServerCommPort>(keep.get());
+    return comm != nullptr ? &comm->connection->Memory() : nullptr;
+}
+
+}  // namespace
+
+NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, void* sendMessage,
+                                             AlpcMessageAttributes* sendAttributes,
+                                             void* receiveMessage, std::size_t* bufferLength,
+                                             AlpcMessageAttributes* receiveAttributes,
+                                             std::int64_t* timeout) {
+    const AlpcCall call = {flags,          static_cast<std::uint8_t*>(sendMessage),
+                           sendAttributes, static_cast<std::uint8_t*>(receiveMessage),
+                           bufferLength,   receiveAttributes,
+                           timeout};
+    const auto object = FindObject(port);
+    if (auto* const client = As<CAlpcClientPort>(object.get())) {
+        return client->SendWaitReceive(call);
+    }
+    const auto server = ServerPortOf(object);
+    if (!server || server->Dialect() != PortDialect::kAlpc) {
+        return kStatusInvalidHandle;
+    }
+    return ServerSendWaitReceive(*server, call);
+}
+
+NtStatus KYR_NTAPI NtAlpcDisconnectPort(Handle port, std::uint32_t) {
+    const auto object = FindObject(port);
+    if (auto* const client = As<CAlpcClientPort>(object.get())) {
+        client->Disconnect();
+        return kStatusSuccess;
+    }
+    if (auto* const comm = As<CServerCommPort>(object.get())) {
+        if (const auto server = comm->connection->Port()) {
+            server->Drop(comm->connection);
+        }
+        return kStatusSuccess;
+    }
+    return kStatusInvalidHandle;
+}
+
+NtStatus KYR_NTAPI NtAlpcCreatePortSection(Handle port, std::uint32_t flags, Handle section,
+                                           std::size_t size, Handle* alpcSection,
+                                           std::size_t* actualSize) {
+    std::shared_ptr<CObject> keep;
+    CAlpcMemory* const memory = MemoryOf(port, keep);
+    if (memory == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    if (flags != kAlpcPortSectionSecure || section != nullptr || alpcSection == nullptr) {
+        return kStatusInvalidParameter;
+    }
+    return memory->CreateSection(size, *alpcSection, actualSize);
+}
+
+NtStatus KYR_NTAPI NtAlpcDeletePortSection(Handle port, std::uint32_t flags, Handle section) {
+    std::shared_ptr<CObject> keep;
+    CAlpcMemory* const memory = MemoryOf(port, keep);
+    if (memory == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    return flags != 0 ? kStatusInvalidParameter : memory->DeleteSection(section);
+}
+
+NtStatus KYR_NTAPI NtAlpcCreateSectionView(Handle port, std::uint32_t flags,
+                                           AlpcDataViewAttr* view) {
+    std::shared_ptr<CObject> keep;
+    CAlpcMemory* const memory = MemoryOf(port, keep);
+    if (memory == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    return flags != 0 || view == nullptr ? kStatusInvalidParameter : memory->CreateView(*view);
+}
+
+NtStatus KYR_NTAPI NtAlpcDeleteSectionView(Handle port, std::uint32_t flags, void* viewBase) {
+    std::shared_ptr<CObject> keep;
+    CAlpcMemory* const memory = MemoryOf(port, keep);
+    auto* const server = As<CServerPort>(keep.get());
+    if (memory == nullptr && server == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    if (flags != 0) {
+        return kStatusInvalidParameter;
+    }
+    return memory != nullptr ? memory->DeleteView(viewBase) : server->DeleteView(viewBase);
+}
+
+}  // namespace Kyr::PortLayer

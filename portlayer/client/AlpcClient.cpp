@@ -1,0 +1,226 @@
+#include "portlayer/client/AlpcClient.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "portlayer/ClientFunctions.h"
+#include "portlayer/LayerSettings.h"
+#include "portlayer/packets/AlpcAttributes.h"
+
+namespace Kyr::PortLayer {
+
+namespace Detail {
+
+namespace {
+
+using namespace NtApi;
+
+constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
+
+// An advanced message is header and data and nothing behind them.
+NtStatus CheckMessage(const std::uint8_t* message, std::size_t limit) {
+    if (TotalLength(message) != kHeader + DataLength(message)) {
+        return kStatusInvalidParameter;
+    }
+    return TotalLength(message) > limit ? kStatusPortMessageTooLong : kStatusSuccess;
+}
+
+}  // namespace
+
+CAlpcClientPort::CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit)
+    : connection_(std::move(connection)),
+      limit_(limit),
+      memory_(connection_->SendPool(), connection_->ReceivePool()) {}
+
+void CAlpcClientPort::OnClose() {
+    // First, so that threads inside an exchange leave. What one of them still adds is cleared at
+    // the end of the object.
+    Disconnect();
+    memory_.Clear();
+}
+
+void CAlpcClientPort::Disconnect() {
+    connection_->Disconnect();
+}
+
+NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
+    const bool release = (call.flags & kAlpcReleaseMessage) != 0;
+    const bool synchronous = (call.flags & kAlpcSynchronous) != 0;
+    if (release && synchronous) {
+        return kStatusInvalidParameter2;
+    }
+    if (synchronous && (call.receiveMessage == nullptr || call.bufferLength == nullptr)) {
+        return kStatusLpcReceiveBufferExpected;
+    }
+    // What is left over: neither flag, both ends of a release, or no message (AlpcClient.h).
+    if ((!release && !synchronous) || call.sendMessage == nullptr ||
+        (release && call.receiveMessage != nullptr)) {
+        return kStatusInvalidParameter;
+    }
+    // The port itself set this flag in a message that it delivered. So this is that message, sent
+    // back to be released, and no new one. Nothing goes out: the server learns of freed memory with
+    // the next packet.
+    if (release && (MessageType(call.sendMessage) & kLpcContinuationRequired) != 0) {
+        return Release(call);
+    }
+    NtStatus status = CheckMessage(call.sendMessage, limit_);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    OutgoingPacket packet(synchronous ? PacketKind::kRequest : PacketKind::kDatagram);
+    packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
+    // Kept until the call is over: another thread may delete the section meanwhile.
+    std::shared_ptr<CPortSection> section;
+    if (const AlpcDataViewAttr* view = SentView(call.sendAttributes)) {
+        status = memory_.PrepareView(*view, section);
+        if (status != kStatusSuccess) {
+            return status;
+        }
+        // The server is told that the section is a secure one; the other flags are for our end.
+        packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
+    }
+    const bool autoRelease =
+        section && (SentView(call.sendAttributes)->Flags & kAlpcViewAutoRelease) != 0;
+    status = Request(call, packet);
+    // The flag lets the view end with its message, so that the caller need not delete it. On a dead
+    // port the view stays the caller's, whether the message got out or not.
+    if (autoRelease && status != kStatusPortDisconnected) {
+        memory_.ViewSent(*section);
+    }
+    return status;
+}
+
+NtStatus CAlpcClientPort::Release(const AlpcCall& call) {
+    // A view that the caller marks goes with its message. Unmarked, it stays until it is deleted.
+    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
+    const bool unmap = view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
+    return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId, unmap);
+}
+
+NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) {
+    const CDeadline deadline = CDeadline::FromNative(call.timeout);
+    PendingExchange exchange;
+    ExchangeResult result = ExchangeResult::kLost;
+    if (packet.head.kind == PacketKind::kDatagram) {
+        result = connection_->Post(packet, deadline);
+    } else {
+        // The reply goes straight into the caller's buffer, on whichever thread it is read.
+        exchange.reply = call.receiveMessage;
+        exchange.capacity = *call.bufferLength;
+        result = connection_->Exchange(packet, exchange, deadline);
+    }
+    switch (result) {
+        case ExchangeResult::kTimedOut:
+            return kStatusTimeout;
+        // The server was gone before the request; below, with the request in its hands.
+        case ExchangeResult::kNotSent:
+            return kStatusPortDisconnected;
+        case ExchangeResult::kLost:
+            return AlpcServerGoneStatus();
+        default:
+            return packet.head.kind == PacketKind::kDatagram ? kStatusSuccess
+                                                             : TakeReply(call, exchange);
+    }
+}
+
+NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& exchange) {
+    // The buffer may still tell of the view of an earlier reply.
+    ClearValid(call.receiveAttributes);
+    const bool fits = exchange.replyLength <= exchange.capacity;
+    // A reply that does not fit is lost; the caller learns its length. One whose header contradicts
+    // its length breaks the rules: the connection ends. A view goes back in both cases, as nobody
+    // will see it.
+    if (!fits || exchange.replyLength < kHeader ||
+        TotalLength(call.receiveMessage) != exchange.replyLength ||
+        CheckMessage(call.receiveMessage, exchange.replyLength) != kStatusSuccess) {
+        if (exchange.view.slot != kNoSlot) {
+            connection_->ReceivePool().Free(exchange.view.slot);
+        }
+        if (!fits) {
+            *call.bufferLength = exchange.replyLength;
+            return kStatusBufferTooSmall;
+        }
+        connection_->Disconnect();
+        return AlpcServerGoneStatus();
+    }
+    // The caller made no room for a view. It gets the reply without.
+    if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
+        connection_->ReceivePool().Free(exchange.view.slot);
+        exchange.view = {};
+    }
+    const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
+    MessageIds ids = ReadIds(PortDialect::kAlpc, call.receiveMessage);
+    // The server used the id of a message that the caller has not released yet.
+    if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
+        ClearValid(call.receiveAttributes);
+        connection_->Disconnect();
+        return AlpcServerGoneStatus();
+    }
+    // Fields of the header that the system fills in, whatever the server wrote there.
+    ids.processId = connection_->ServerProcessId();
+    ids.threadId = exchange.serverThread;
+    WriteIds(PortDialect::kAlpc, call.receiveMessage, ids);
+    const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
+    StoreField(call.receiveMessage, kTypeOffset, type);
+    *call.bufferLength = exchange.replyLength;
+    return kStatusSuccess;
+}
+
+}  // namespace Detail
+
+using namespace Detail;
+using namespace NtApi;
+
+NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAttributes*,
+                                     AlpcPortAttributes* portAttributes, std::uint32_t flags,
+                                     void* requiredServerSid, void* connectionMessage,
+                                     std::size_t* bufferLength, AlpcMessageAttributes*,
+                                     AlpcMessageAttributes*, std::int64_t* timeout) {
+    // A client that waits is the only kind that there is here, and there are no SIDs.
+    if (port == nullptr || name == nullptr || flags != kAlpcSynchronous ||
+        requiredServerSid != nullptr) {
+        return kStatusInvalidParameter;
+    }
+    std::size_t limit = kAlpcMaxMessage;
+    if (portAttributes != nullptr) {
+        limit = std::min(limit, portAttributes->MaxMessageLength);
+    }
+    // No data, and a total length of the header alone: what a client without a message sends.
+    std::uint8_t empty[kHeader] = {kHeader & 0, 0, kHeader, 0};
+    auto* const message =
+        connectionMessage != nullptr ? static_cast<std::uint8_t*>(connectionMessage) : empty;
+    NtStatus status = CheckMessage(message, limit);
+    const CDeadline deadline = CDeadline::FromNative(timeout);
+    std::shared_ptr<CClientConnection> connection;
+    if (status == kStatusSuccess) {
+        status = CClientConnection::Open(*name, deadline, connection);
+    }
+    std::vector<std::uint8_t> answer;
+    std::size_t serverLimit = 0;
+    if (status == kStatusSuccess) {
+        status = connection->Handshake(PortDialect::kAlpc, message, TotalLength(message), deadline,
+                                       answer, serverLimit);
+    }
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    if (connectionMessage != nullptr && answer.size() >= kHeader) {
+        // Without a length the buffer is known to hold what was sent.
+        const std::size_t room = bufferLength != nullptr ? *bufferLength : TotalLength(message);
+        if (answer.size() > room) {
+            return kStatusBufferTooSmall;
+        }
+        std::memcpy(message, answer.data(), answer.size());
+        StoreField(message, kTypeOffset, kLpcConnectionReply);
+        if (bufferLength != nullptr) {
+            *bufferLength = answer.size();
+        }
+    }
+    // Each end has a limit of its own. The shorter one holds, so that a message too long fails here
+    // and not on the way.
+    limit = std::min(limit, serverLimit);
+    *port = AddHandle(std::make_shared<CAlpcClientPort>(std::move(connection), limit));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+}  // namespace Kyr::PortLayer

@@ -1,0 +1,314 @@
+#include "portlayer/client/ClientConnection.h"
+
+#include <algorithm>
+#include <condition_variable>
+#include <cstring>
+#include <optional>
+
+#include "portlayer/packets/RequestData.h"
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+}  // namespace
+
+/// A thread inside an exchange. It stands on that thread's stack, and in the list from before its
+/// request is sent until it leaves. What it is doing:
+///   leads  waits
+///   yes    no     sends its request, or reads the channel; nobody else may read
+///   no     no     sends its request, or is on its way to one of the other two
+///   no     yes    sleeps, until its reply has come or somebody has to read
+struct CClientConnection::Waiter {
+    explicit Waiter(PendingExchange& theExchange) : exchange(theExchange) {}
+
+    PendingExchange& exchange;
+    // Guarded by mutex_; its own thread may read what it alone writes, `number` and `leads`,
+    // without.
+    std::uint32_t number = 0;
+    bool replied = false;
+    bool leads = false;
+    bool waits = false;
+    Waiter* next = nullptr;
+    // Made when the thread has to wait for another one to read. Guarded by mutex_.
+    std::optional<std::condition_variable> wake;
+
+    void Wait(std::unique_lock<std::mutex>& lock, const CDeadline& deadline) {
+        if (!wake) {
+            wake.emplace();
+        }
+        waits = true;
+        if (deadline.IsNever()) {
+            wake->wait(lock);
+        } else {
+            // It may wake for nothing or too early: the caller looks at everything anew.
+            wake->wait_until(lock, deadline.At());
+        }
+        waits = false;
+    }
+    void Wake() {
+        if (wake) {
+            wake->notify_one();
+        }
+    }
+};
+
+NtStatus CClientConnection::Open(const UnicodeString& name, const CDeadline& deadline,
+                                 std::shared_ptr<CClientConnection>& connection) {
+    std::unique_ptr<IPacketChannel> channel;
+    const NtStatus status = OpenChannel(name, deadline, channel);
+    if (status == kStatusSuccess) {
+        connection.reset(new CClientConnection(std::move(channel)));
+    }
+    return status;
+}
+
+CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
+    : channel_(std::move(channel)),
+      serverProcessId_(channel_->PeerProcessId()),
+      buffer_(new PacketBuffer) {}
+
+CClientConnection::~CClientConnection() = default;
+
+NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message, std::size_t length,
+                                      const CDeadline& deadline, std::vector<std::uint8_t>& answer,
+                                      std::size_t& serverLimit) {
+    OutgoingPacket request(PacketKind::kConnect);
+    request.head.flags = static_cast<std::uint32_t>(dialect);
+    request.head.threadId = CurrentThreadId();
+    request.SetMessage(message, length);
+    if (channel_->Send(request, pool_, received_, deadline) != SendResult::kSent) {
+        return kStatusPortConnectionRefused;
+    }
+    // Nobody else knows the connection yet: no leader, no number, and the first packet is the
+    // answer.
+    ReceiveResult result = ReceiveResult::kNothing;
+    while (result == ReceiveResult::kNothing) {
+        result = channel_->Receive(deadline, *buffer_, packet_);
+        if (result == ReceiveResult::kNothing && deadline.HasPassed()) {
+            return kStatusTimeout;
+        }
+    }
+    if (result != ReceiveResult::kPacket || packet_.head.kind != PacketKind::kAccepted) {
+        return kStatusPortConnectionRefused;
+    }
+    // An answer brings no memory. Whatever came along is closed.
+    packet_.DropHandles();
+    serverLimit = packet_.head.flags;
+    answer.assign(packet_.message, packet_.message + packet_.head.messageLength);
+    return kStatusSuccess;
+}
+
+ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                                           const CDeadline& deadline) {
+    // 1. Into the list before the request is sent: whoever reads the channel may read the reply
+    //    before the send has returned.
+    // 2. The right to read is taken along at once when it is free, which spares a thread that is
+    //    alone a second turn at the lock. Nobody reads while it sends.
+    // 3. With the request sent, the leader reads; the others sleep until their reply has come or it
+    //    is their turn to read.
+    // 4. Out of the list, and the right to read to somebody who still waits.
+    Waiter waiter(exchange);
+    std::unique_lock<std::mutex> lock(mutex_);
+    waiter.number = ++lastExchange_;
+    waiter.next = waiters_;
+    waiters_ = &waiter;
+    TryToLead(waiter);
+    lock.unlock();
+
+    packet.head.exchange = waiter.number;
+    packet.head.threadId = CurrentThreadId();
+    const SendResult sent = SendRequest(packet, waiter, deadline);
+    // Either way the lock is held afterwards.
+    if (sent == SendResult::kSent && waiter.leads) {
+        Lead(lock, waiter, deadline);
+    } else {
+        lock.lock();
+    }
+    ExchangeResult result = ExchangeResult::kReplied;
+    if (sent != SendResult::kSent) {
+        result =
+            sent == SendResult::kTimedOut ? ExchangeResult::kTimedOut : ExchangeResult::kNotSent;
+    } else {
+        // A reply that came at the last moment counts, also when the connection has been lost
+        // since.
+        while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
+            // Before sleeping, every time: nobody wakes a thread that was still sending when the
+            // leader left.
+            if (TryToLead(waiter)) {
+                lock.unlock();
+                Lead(lock, waiter, deadline);
+            } else {
+                waiter.Wait(lock, deadline);
+            }
+        }
+        if (!waiter.replied) {
+            result = IsLost() ? ExchangeResult::kLost : ExchangeResult::kTimedOut;
+        }
+    }
+    Waiter** link = &waiters_;
+    while (*link != &waiter) {
+        link = &(*link)->next;
+    }
+    *link = waiter.next;
+    PassLeadership(waiter);
+    return result;
+}
+
+SendResult CClientConnection::SendRequest(OutgoingPacket& packet, Waiter& waiter,
+                                          const CDeadline& deadline) {
+    if (IsLost()) {
+        return SendResult::kClosed;
+    }
+    // Without waiting: as long as this thread leads, nobody reads.
+    const SendResult sent = channel_->Send(packet, pool_, received_, CDeadline::Now());
+    if (sent != SendResult::kTimedOut || deadline.HasPassed()) {
+        return sent;
+    }
+    {
+        // The server may first have to get rid of replies before it reads on, and it drops a client
+        // that leaves its replies unread. So somebody who waits for one reads now.
+        const std::lock_guard<std::mutex> lock(mutex_);
+        PassLeadership(waiter);
+    }
+    return channel_->Send(packet, pool_, received_, deadline);
+}
+
+ExchangeResult CClientConnection::Post(OutgoingPacket& packet, const CDeadline& deadline) {
+    packet.head.threadId = CurrentThreadId();
+    if (IsLost()) {
+        return ExchangeResult::kNotSent;
+    }
+    switch (channel_->Send(packet, pool_, received_, deadline)) {
+        case SendResult::kSent:
+            return ExchangeResult::kReplied;
+        case SendResult::kTimedOut:
+            return ExchangeResult::kTimedOut;
+        default:
+            // Nobody may be reading who would notice.
+            Disconnect();
+            return ExchangeResult::kNotSent;
+    }
+}
+
+bool CClientConnection::TryToLead(Waiter& waiter) {
+    if (!hasLeader_) {
+        hasLeader_ = true;
+        waiter.leads = true;
+    }
+    return waiter.leads;
+}
+
+void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter,
+                             const CDeadline& deadline) {
+    for (;;) {
+        // The lock is free while this thread waits, and held while it hands over: waiters stand on
+        // the stacks of their threads, which need it to leave.
+        const ReceiveResult result = channel_->Receive(deadline, *buffer_, packet_);
+        lock.lock();
+        if (result == ReceiveResult::kNothing) {
+            return;
+        }
+        if (result != ReceiveResult::kPacket || !Dispatch(packet_)) {
+            // The reading thread leaves at once, and so do all others.
+            Lose();
+        }
+        packet_.DropHandles();
+        // A server that never stops sending must not keep us past our time.
+        if (waiter.replied || IsLost() || deadline.HasPassed()) {
+            return;
+        }
+        lock.unlock();
+    }
+}
+
+bool CClientConnection::Dispatch(IncomingPacket& packet) {
+    // Also from packets that are nobody's.
+    pool_.TakeBack(packet.head.freedSlots);
+    Waiter* const waiter = FindWaiter(packet.head.exchange);
+    if (packet.head.kind == PacketKind::kReply) {
+        return TakeReply(packet, waiter);
+    }
+    if (packet.head.kind == PacketKind::kFetch) {
+        // A fetch for a request that is not waiting any more: the server sees its stream end.
+        return waiter == nullptr || HandOverEntry(packet, waiter->exchange.entries);
+    }
+    // All other kinds come before a connection is complete, or from clients.
+    return false;
+}
+
+bool CClientConnection::TakeReply(IncomingPacket& packet, Waiter* waiter) {
+    // Memory is taken out of late replies, too, and given back below and in TakeWrites: the server
+    // would run out of slots otherwise. The bytes of a late reply go nowhere, as the memory that
+    // they are for may be gone.
+    std::size_t handle = 0;
+    ReceivedView view;
+    const bool isWaitedFor = waiter != nullptr;
+    if (!TakeView(packet, received_, handle, view) ||
+        !TakeWrites(packet, handle, isWaitedFor ? waiter->exchange.entries : nullptr, isWaitedFor,
+                    received_)) {
+        return false;
+    }
+    // Timed out, or answered already: a server has one reply for each request.
+    if (waiter == nullptr || waiter->replied) {
+        if (view.slot != kNoSlot) {
+            received_.Free(view.slot);
+        }
+        return true;
+    }
+    PendingExchange& exchange = waiter->exchange;
+    exchange.view = view;
+    exchange.replyFlags = packet.head.flags;
+    exchange.serverThread = packet.head.threadId;
+    exchange.replyLength = packet.head.messageLength;
+    std::memcpy(exchange.reply, packet.message,
+                std::min<std::size_t>(exchange.capacity, packet.head.messageLength));
+    waiter->replied = true;
+    waiter->Wake();
+    return true;
+}
+
+CClientConnection::Waiter* CClientConnection::FindWaiter(std::uint32_t exchange) {
+    Waiter* waiter = waiters_;
+    while (waiter != nullptr && waiter->number != exchange) {
+        waiter = waiter->next;
+    }
+    return waiter;
+}
+
+void CClientConnection::PassLeadership(Waiter& from) {
+    if (from.leads) {
+        from.leads = false;
+        hasLeader_ = false;
+    }
+    // Not only a leader's task. A thread that was woken to lead may find its own reply there, or
+    // its time up, and leave; the one that woke it relies on it.
+    if (hasLeader_) {
+        return;
+    }
+    for (Waiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
+        // One that still sends looks for itself when it is done, which may be long from now.
+        if (waiter->waits && !waiter->replied) {
+            waiter->Wake();
+            return;
+        }
+    }
+}
+
+void CClientConnection::Disconnect() {
+    // First, so that whoever is woken by the end of the channel knows why.
+    lost_.store(true);
+    // Wakes the thread that reads, which wakes the others.
+    channel_->Shutdown();
+}
+
+void CClientConnection::Lose() {
+    Disconnect();
+    for (Waiter* waiter = waiters_; waiter != nullptr; waiter = waiter->next) {
+        waiter->Wake();
+    }
+}
+
+}  // namespace Kyr::PortLayer::Detail

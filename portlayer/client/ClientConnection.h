@@ -1,0 +1,95 @@
+// The client's end of a connection to a port.
+//
+// Exchanges follow leader and followers: of the threads that wait for replies one reads the
+// channel; it hands replies over to the others, and when its own has come, the reading too. A
+// thread that is alone makes one send and one receive. The layer has no thread of its own. A reply
+// whose request timed out is dropped, and its view given back. Threads: any. Errors: statuses;
+// after a malformed packet or a lost peer every call fails.
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/packets/MessageHeader.h"
+#include "portlayer/packets/Packet.h"
+#include "portlayer/packets/PacketChannel.h"
+
+namespace Kyr::PortLayer::Detail {
+
+/// How an exchange ended.
+enum class ExchangeResult { kReplied, kTimedOut, kNotSent, kLost };
+
+/// One request in flight: where its reply goes.
+struct PendingExchange {
+    std::uint8_t* reply = nullptr;       // receives the whole reply message
+    std::size_t capacity = 0;            // a longer reply is cut; replyLength tells its length
+    const DataBlock* entries = nullptr;  // what the server may read and write; may be null
+    std::size_t replyLength = 0;
+    std::uint32_t replyFlags = 0;  // of the packet
+    std::uint32_t serverThread = 0;
+    ReceivedView view;
+};
+
+class CClientConnection {
+  public:
+    /// Finds the named port and connects to it; kStatusObjectNameNotFound when nobody
+    /// serves it, kStatusAccessDenied when another user does.
+    static NtApi::NtStatus Open(const NtApi::UnicodeString& name, const CDeadline& deadline,
+                                std::shared_ptr<CClientConnection>& connection);
+    ~CClientConnection();
+
+    /// Sends the connection request and waits for the answer, which is at most `capacity` bytes.
+    /// kStatusTimeout, kStatusPortConnectionRefused.
+    /// `serverLimit` is the longest message that the server takes.
+    NtApi::NtStatus Handshake(PortDialect dialect, const void* message, std::size_t length,
+                              const CDeadline& deadline, std::vector<std::uint8_t>& answer,
+                              std::size_t& serverLimit);
+
+    ExchangeResult Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                            const CDeadline& deadline);
+    ExchangeResult Post(OutgoingPacket& packet, const CDeadline& deadline);
+
+    CSendPool& SendPool() { return pool_; }
+    CReceivePool& ReceivePool() { return received_; }
+    std::uint32_t ServerProcessId() const { return serverProcessId_; }
+    /// Ends the connection; threads inside an exchange leave with Lost.
+    void Disconnect();
+    bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
+
+  private:
+    struct Waiter;
+    explicit CClientConnection(std::unique_ptr<IPacketChannel> channel);
+    SendResult SendRequest(OutgoingPacket& packet, Waiter& waiter, const CDeadline& deadline);
+    /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
+    /// the caller does not hold.
+    void Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter, const CDeadline& deadline);
+    bool Dispatch(IncomingPacket& packet);
+    bool TakeReply(IncomingPacket& packet, Waiter* waiter);
+    Waiter* FindWaiter(std::uint32_t exchange);
+    // REQUIRE: mutex_ is held.
+    bool TryToLead(Waiter& waiter);
+    void PassLeadership(Waiter& from);
+    void Lose();
+
+    const CLiveCount live_{LiveCounter::kConnections};
+    const std::unique_ptr<IPacketChannel> channel_;
+    const std::uint32_t serverProcessId_;
+    CSendPool pool_;
+    CReceivePool received_;
+    std::atomic<bool> lost_{false};
+
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    Waiter* waiters_ = nullptr;
+    bool hasLeader_ = false;
+    std::uint32_t lastExchange_ = 0;
+
+    // Belongs to the leader.
+    const std::unique_ptr<PacketBuffer> buffer_;
+    IncomingPacket packet_;
+};
+
+}  // namespace Kyr::PortLayer::Detail

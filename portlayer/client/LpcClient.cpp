@@ -1,0 +1,160 @@
+// The client's calls on legacy ports.
+#include <algorithm>
+#include <cstring>
+
+#include "ntapi/Status.h"
+#include "portlayer/ClientFunctions.h"
+#include "portlayer/client/ClientConnection.h"
+#include "portlayer/core/Handles.h"
+#include "portlayer/packets/RequestData.h"
+
+namespace Kyr::PortLayer {
+
+namespace {
+
+using namespace Detail;
+using namespace NtApi;
+
+class CLpcClientPort final : public CObject {
+  public:
+    CLpcClientPort(std::shared_ptr<CClientConnection> theConnection, std::size_t theLimit)
+        : connection(std::move(theConnection)), limit(theLimit) {}
+    void OnClose() override { connection->Disconnect(); }
+
+    const CLiveCount live{LiveCounter::kPorts};
+    const std::shared_ptr<CClientConnection> connection;
+    const std::size_t limit;
+};
+
+// A legacy message may be longer than its data: the data block stands behind them.
+NtStatus CheckMessage(const CLpcClientPort& port, const void* message, DataBlock& block) {
+    if (TotalLength(message) > port.limit) {
+        return kStatusPortMessageTooLong;
+    }
+    if (LpcLayout().headerSize + DataLength(message) > TotalLength(message)) {
+        return kStatusInvalidParameter;
+    }
+    return ReadDataBlock(message, TotalLength(message), block);
+}
+
+/// The port of the handle and the data block of the message that is to be sent through it.
+NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcClientPort>& port,
+                      DataBlock& block) {
+    port = Find<CLpcClientPort>(handle);
+    return port ? CheckMessage(*port, message, block) : kStatusInvalidHandle;
+}
+
+// The caller trusts the lengths in the header, and its buffer holds the longest message, no more.
+bool IsValidReply(const std::uint8_t* reply, std::size_t length) {
+    return length >= LpcLayout().headerSize && length <= LpcLayout().maxMessage &&
+           TotalLength(reply) == length && LpcLayout().headerSize + DataLength(reply) <= length;
+}
+
+}  // namespace
+
+NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQualityOfService*,
+                                 void* clientView, void* serverView,
+                                 std::uint32_t* maxMessageLength, void* connectionInfo,
+                                 std::uint32_t* connectionInfoLength) {
+    if (port == nullptr || name == nullptr || clientView != nullptr || serverView != nullptr) {
+        return kStatusInvalidParameter;
+    }
+    const std::size_t header = LpcLayout().headerSize;
+    // The system makes a message of the connection data; the server receives it like any other.
+    std::uint8_t message[kLongestLpcMessage] = {};
+    const std::size_t infoLength =
+        connectionInfo != nullptr && connectionInfoLength != nullptr ? *connectionInfoLength : 0;
+    if (infoLength > LpcLayout().maxMessage - header) {
+        return kStatusPortMessageTooLong;
+    }
+    StoreField(message, kDataLengthOffset, static_cast<std::uint16_t>(infoLength));
+    StoreField(message, kTotalLengthOffset, static_cast<std::uint16_t>(header + infoLength));
+    if (infoLength != 0) {
+        std::memcpy(message + header, connectionInfo, infoLength);
+    }
+    std::shared_ptr<CClientConnection> connection;
+    NtStatus status = CClientConnection::Open(*name, CDeadline::Never(), connection);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    std::vector<std::uint8_t> answer;
+    std::size_t limit = 0;
+    status = connection->Handshake(PortDialect::kLpc, message, header + infoLength,
+                                   CDeadline::Never(), answer, limit);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    limit = std::min(limit, LpcLayout().maxMessage);
+    if (infoLength != 0) {
+        // The answer replaces what was sent, and may be shorter, never longer: the buffer is that
+        // long.
+        const std::size_t length =
+            std::min(infoLength, answer.size() > header ? answer.size() - header : std::size_t{0});
+        std::memcpy(connectionInfo, answer.data() + header, length);
+        *connectionInfoLength = static_cast<std::uint32_t>(length);
+    }
+    if (maxMessageLength != nullptr) {
+        *maxMessageLength = static_cast<std::uint32_t>(limit);
+    }
+    *port = AddHandle(std::make_shared<CLpcClientPort>(std::move(connection), limit));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
+    std::shared_ptr<CLpcClientPort> port;
+    DataBlock block;
+    const NtStatus status = CheckSending(handle, request, port, block);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    // The server may read the memory of requests while they wait. A one-way message does not wait.
+    if (DataInfoOffset(request) != 0) {
+        return kStatusInvalidParameter;
+    }
+    OutgoingPacket packet(PacketKind::kDatagram);
+    packet.SetMessage(request, TotalLength(request));
+    const ExchangeResult result = port->connection->Post(packet, CDeadline::Never());
+    return result == ExchangeResult::kReplied ? kStatusSuccess : kStatusPortDisconnected;
+}
+
+NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
+    std::shared_ptr<CLpcClientPort> port;
+    DataBlock block;
+    const NtStatus status = CheckSending(handle, request, port, block);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    CClientConnection& connection = *port->connection;
+    OutgoingPacket packet(PacketKind::kRequest);
+    packet.SetMessage(request, TotalLength(request));
+    const std::uint32_t slot = SendEntries(packet, block, connection.SendPool());
+    PendingExchange exchange;
+    exchange.reply = static_cast<std::uint8_t*>(reply);
+    // The call has no length for the reply: its buffer must hold the longest message.
+    exchange.capacity = LpcLayout().maxMessage;
+    exchange.entries = &block;
+    const ExchangeResult result = connection.Exchange(packet, exchange, CDeadline::Never());
+    // However it ended. If the server holds the slot still, it is free with its return.
+    if (slot != kNoSlot) {
+        connection.SendPool().Release(slot);
+    }
+    // The system tells a server that was gone before from one that went while the client waited.
+    if (result == ExchangeResult::kNotSent) {
+        return kStatusPortDisconnected;
+    }
+    if (result != ExchangeResult::kReplied) {
+        return kStatusLpcReplyLost;
+    }
+    if (!IsValidReply(exchange.reply, exchange.replyLength) || exchange.view.slot != kNoSlot) {
+        connection.Disconnect();
+        return kStatusLpcReplyLost;
+    }
+    MessageIds ids = ReadIds(PortDialect::kLpc, reply);
+    ids.processId = connection.ServerProcessId();
+    ids.threadId = exchange.serverThread;
+    WriteIds(PortDialect::kLpc, reply, ids);
+    StoreField(reply, kTypeOffset, kLpcReply);
+    return kStatusSuccess;
+}
+
+}  // namespace Kyr::PortLayer

@@ -1,0 +1,194 @@
+#include "portlayer/packets/AlpcMemory.h"
+
+#include <algorithm>
+
+namespace Kyr::PortLayer::Detail {
+
+namespace {
+
+using namespace NtApi;
+
+constexpr std::size_t kPageSize = 4096;
+
+void Count(LiveCounter counter, int change) {
+    CounterCell(counter).fetch_add(change, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+NtStatus CAlpcMemory::CreateSection(std::size_t size, Handle& section, std::size_t* actualSize) {
+    if (size == 0) {
+        return kStatusInvalidParameter;
+    }
+    SendArea area;
+    if (!pool_.Acquire(size, area)) {
+        return kStatusNoMemory;
+    }
+    // The system gives whole pages and tells how much.
+    const std::size_t rounded = (size + kPageSize - 1) / kPageSize * kPageSize;
+    const auto created = std::make_shared<CPortSection>(pool_, area, rounded);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    // Section handles are a port's own, numbered like the system's: never null, and multiples of
+    // four.
+    lastHandle_ += 4;
+    created->handle = reinterpret_cast<Handle>(lastHandle_);
+    sections_.push_back(created);
+    section = created->handle;
+    if (actualSize != nullptr) {
+        *actualSize = rounded;
+    }
+    return kStatusSuccess;
+}
+
+NtStatus CAlpcMemory::DeleteSection(Handle section) {
+    if (section == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found =
+        std::find_if(sections_.begin(), sections_.end(),
+                     [section](const auto& item) { return item->handle == section; });
+    if (found == sections_.end()) {
+        return kStatusInvalidHandle;
+    }
+    // A view that still stands keeps the memory.
+    (*found)->handle = nullptr;
+    if (!(*found)->view) {
+        sections_.erase(found);
+    }
+    return kStatusSuccess;
+}
+
+NtStatus CAlpcMemory::CreateView(AlpcDataViewAttr& view) {
+    if (view.ViewBase != nullptr || view.Flags != 0 || view.ViewSize == 0) {
+        return kStatusInvalidParameter;
+    }
+    if (view.SectionHandle == nullptr) {
+        return kStatusInvalidHandle;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& section : sections_) {
+        if (section->handle != view.SectionHandle) {
+            continue;
+        }
+        if (section->view || view.ViewSize > section->size) {
+            return kStatusInvalidParameter;
+        }
+        section->view = std::make_unique<CLiveCount>(LiveCounter::kSectionViews);
+        view.ViewBase = section->area.base;
+        return kStatusSuccess;
+    }
+    return kStatusInvalidHandle;
+}
+
+NtStatus CAlpcMemory::DeleteView(const void* base) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    // Views that were made here and views that were received here are mapped at the same time, so
+    // that an address is of one of them.
+    for (const auto& section : sections_) {
+        if (section->view && section->area.base == base) {
+            EndOwnView(*section);
+            return kStatusSuccess;
+        }
+    }
+    for (auto message = messages_.begin(); message != messages_.end(); ++message) {
+        if (message->viewIsLive && message->view.base == base) {
+            EndView(*message);
+            if (!message->needsRelease) {
+                messages_.erase(message);
+            }
+            return kStatusSuccess;
+        }
+    }
+    return kStatusInvalidParameter;
+}
+
+NtStatus CAlpcMemory::PrepareView(const AlpcDataViewAttr& view,
+                                  std::shared_ptr<CPortSection>& section) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (const auto& item : sections_) {
+        if (item->handle != nullptr && item->handle == view.SectionHandle) {
+            // The peer would take a view that it still has for a broken promise.
+            const bool fits = item->view && view.ViewBase == item->area.base &&
+                              view.ViewSize != 0 && view.ViewSize <= item->size &&
+                              !pool_.IsLent(item->area.slot);
+            section = fits ? item : nullptr;
+            return fits ? kStatusSuccess : kStatusInvalidParameter;
+        }
+    }
+    return kStatusInvalidHandle;
+}
+
+void CAlpcMemory::ViewSent(CPortSection& section) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    EndOwnView(section);
+}
+
+void CAlpcMemory::EndOwnView(CPortSection& section) {
+    section.view.reset();
+    if (section.handle == nullptr) {
+        sections_.erase(std::remove_if(sections_.begin(), sections_.end(),
+                                       [&](const auto& item) { return item.get() == &section; }),
+                        sections_.end());
+    }
+}
+
+bool CAlpcMemory::AddReceived(std::uint32_t messageId, const ReceivedView& view,
+                              bool needsRelease) {
+    // Nothing that could be released: most messages.
+    const bool hasView = view.slot != kNoSlot;
+    if (!hasView && !needsRelease) {
+        return true;
+    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const bool known = std::any_of(
+        messages_.begin(), messages_.end(), [messageId, needsRelease](const Received& message) {
+            return needsRelease && message.needsRelease && message.messageId == messageId;
+        });
+    if (known) {
+        return false;
+    }
+    Count(LiveCounter::kReceivedViews, hasView ? 1 : 0);
+    Count(LiveCounter::kUnreleasedMessages, needsRelease ? 1 : 0);
+    messages_.push_back({messageId, view, needsRelease, hasView});
+    return true;
+}
+
+NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (auto message = messages_.begin(); message != messages_.end(); ++message) {
+        if (!message->needsRelease || message->messageId != messageId) {
+            continue;
+        }
+        message->needsRelease = false;
+        Count(LiveCounter::kUnreleasedMessages, -1);
+        if (unmapView && message->viewIsLive) {
+            EndView(*message);
+        }
+        if (!message->viewIsLive) {
+            messages_.erase(message);
+        }
+        return kStatusSuccess;
+    }
+    return kStatusInvalidMessage;
+}
+
+void CAlpcMemory::EndView(Received& message) {
+    message.viewIsLive = false;
+    received_.Free(message.view.slot);
+    Count(LiveCounter::kReceivedViews, -1);
+}
+
+void CAlpcMemory::Clear() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    for (Received& message : messages_) {
+        if (message.viewIsLive) {
+            EndView(message);
+        }
+        Count(LiveCounter::kUnreleasedMessages, message.needsRelease ? -1 : 0);
+    }
+    messages_.clear();
+    sections_.clear();
+}
+
+}  // namespace Kyr::PortLayer::Detail

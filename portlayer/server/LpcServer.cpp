@@ -1,0 +1,165 @@
+// The server's calls on legacy ports.
+#include <cstring>
+
+#include "ntapi/Status.h"
+#include "portlayer/ServerFunctions.h"
+#include "portlayer/packets/RequestData.h"
+#include "portlayer/server/Answers.h"
+#include "portlayer/server/ServerPort.h"
+
+namespace Kyr::PortLayer {
+
+namespace {
+
+using namespace Detail;
+using namespace NtApi;
+
+std::shared_ptr<CServerPort> LpcPort(Handle handle) {
+    auto port = ServerPortOf(FindObject(handle));
+    return port && port->Dialect() == PortDialect::kLpc ? port : nullptr;
+}
+
+NtStatus Reply(const CServerPort& port, const void* reply) {
+    if (TotalLength(reply) > port.Limits().message) {
+        return kStatusPortMessageTooLong;
+    }
+    // Data blocks belong to requests: nobody waits for a reply to be read.
+    if (LpcLayout().headerSize + DataLength(reply) > TotalLength(reply) ||
+        DataInfoOffset(reply) != 0) {
+        return kStatusInvalidParameter;
+    }
+    return AnswerRequest(port, ReadIds(PortDialect::kLpc, reply),
+                         [reply](OutgoingPacket& packet, const auto&) {
+                             packet.SetMessage(reply, TotalLength(reply));
+                             return kStatusSuccess;
+                         });
+}
+
+NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadline& deadline) {
+    auto scratch = port.TakeScratch();
+    const NtStatus status = port.Receive(*scratch, deadline);
+    if (status == kStatusSuccess) {
+        // The call has no length for the buffer. Messages are no longer than the port's limit
+        // (ServerPort.cpp), which the server chose.
+        const IncomingMessage& message = scratch->message;
+        std::memcpy(receive, message.bytes, message.length);
+        StoreField(receive, kTypeOffset, message.type);
+        WriteIds(PortDialect::kLpc, receive, message.ids);
+        if (context != nullptr) {
+            *context = message.connection->Context();
+        }
+    }
+    port.GiveScratch(std::move(scratch));
+    return status;
+}
+
+/// Tells how many bytes `move(port, ids)` has transferred: all or none.
+template <typename Move>
+NtStatus TransferData(Handle handle, const void* message, std::size_t size,
+                      std::size_t* transferred, Move move) {
+    const auto port = LpcPort(handle);
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    const NtStatus status = move(*port, ReadIds(PortDialect::kLpc, message));
+    if (transferred != nullptr) {
+        *transferred = status == kStatusSuccess ? size : 0;
+    }
+    return status;
+}
+
+}  // namespace
+
+NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
+                                std::uint32_t maxConnectionInfo, std::uint32_t maxMessageLength,
+                                std::uint32_t) {
+    if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
+        return kStatusInvalidParameter;
+    }
+    if (maxConnectionInfo > LpcLayout().maxMessage - LpcLayout().headerSize) {
+        return kStatusInvalidParameter3;
+    }
+    if (maxMessageLength > LpcLayout().maxMessage || maxMessageLength < LpcLayout().headerSize) {
+        return kStatusInvalidParameter4;
+    }
+    std::shared_ptr<CServerPort> created;
+    const NtStatus status = CServerPort::Create(PortDialect::kLpc, *attributes->ObjectName,
+                                                {maxMessageLength, maxConnectionInfo}, created);
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    *port = AddHandle(std::move(created));
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+}
+
+NtStatus KYR_NTAPI NtListenPort(Handle handle, void* connectionRequest) {
+    for (;;) {
+        // Anything but a connection request is passed over: the call has no way to hand it out.
+        const NtStatus status = NtReplyWaitReceivePort(handle, nullptr, nullptr, connectionRequest);
+        const std::uint16_t kind = MessageType(connectionRequest) & kMessageKindMask;
+        if (status != kStatusSuccess || kind == kLpcConnectionRequest) {
+            return status;
+        }
+    }
+}
+
+NtStatus KYR_NTAPI NtReplyWaitReceivePort(Handle handle, void** context, void* reply,
+                                          void* receive) {
+    return NtReplyWaitReceivePortEx(handle, context, reply, receive, nullptr);
+}
+
+NtStatus KYR_NTAPI NtReplyWaitReceivePortEx(Handle handle, void** context, void* reply,
+                                            void* receive, std::int64_t* timeout) {
+    const auto port = LpcPort(handle);
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    if (reply != nullptr) {
+        const NtStatus status = Reply(*port, reply);
+        if (status != kStatusSuccess) {
+            return status;
+        }
+    }
+    return Receive(*port, context, receive, CDeadline::FromNative(timeout));
+}
+
+NtStatus KYR_NTAPI NtAcceptConnectPort(Handle* handle, void* context, void* connectionRequest,
+                                       Bool accept, void* serverView, void* clientView) {
+    if (handle == nullptr || serverView != nullptr || clientView != nullptr) {
+        return kStatusInvalidParameter;
+    }
+    if (TotalLength(connectionRequest) > LpcLayout().maxMessage ||
+        LpcLayout().headerSize + DataLength(connectionRequest) > TotalLength(connectionRequest)) {
+        return kStatusInvalidParameter;
+    }
+    return AnswerConnection(PortDialect::kLpc, connectionRequest, accept != 0, context, *handle);
+}
+
+NtStatus KYR_NTAPI NtCompleteConnectPort(Handle handle) {
+    const auto comm = Find<CServerCommPort>(handle);
+    if (!comm) {
+        return kStatusInvalidHandle;
+    }
+    return CompleteConnection(*comm->connection);
+}
+
+NtStatus KYR_NTAPI NtReplyPort(Handle handle, void* reply) {
+    const auto port = LpcPort(handle);
+    return port ? Reply(*port, reply) : kStatusInvalidHandle;
+}
+
+NtStatus KYR_NTAPI NtReadRequestData(Handle handle, void* message, std::uint32_t entryIndex,
+                                     void* buffer, std::size_t size, std::size_t* transferred) {
+    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
+        return ReadRequestData(port, ids, entryIndex, buffer, size);
+    });
+}
+
+NtStatus KYR_NTAPI NtWriteRequestData(Handle handle, void* message, std::uint32_t entryIndex,
+                                      void* buffer, std::size_t size, std::size_t* transferred) {
+    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
+        return WriteRequestData(port, ids, entryIndex, buffer, size);
+    });
+}
+
+}  // namespace Kyr::PortLayer

@@ -1,0 +1,50 @@
+// A port's name, the clients that come to it, and who of them has something to say.
+//
+// The back end has one implementation; a server's port owns one of these.
+// Threads: any number may wait, accept and unwatch at once.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "portlayer/packets/PacketChannel.h"
+
+namespace Kyr::PortLayer::Detail {
+
+class IPortListener {
+  public:
+    enum class ListenerEvent {
+        kNothing,   // the deadline passed, or somebody else was faster
+        kClient,    // Accept has a new client
+        kReadable,  // the channel with the number has a packet, or has ended
+        kWoken,     // Wake was called
+    };
+    enum class AcceptResult { kAccepted, kNobody, kExhausted };
+
+    IPortListener() = default;
+    IPortListener(const IPortListener&) = delete;
+    IPortListener& operator=(const IPortListener&) = delete;
+    virtual ~IPortListener() = default;
+
+    /// Waits for what comes first; `number` is set for Readable.
+    virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) = 0;
+    /// The channel of a new client of our own user; another user's is turned away (Nobody).
+    /// Exhausted: the process can hold no more; the client stays in front of the door.
+    virtual AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) = 0;
+    /// From now on Wait tells of the channel. False when that is impossible. Each number is used
+    /// once.
+    virtual bool Watch(IPacketChannel& channel, std::uint64_t number) = 0;
+    virtual void Unwatch(IPacketChannel& channel) = 0;
+    /// Rests for a moment, but not after Wake.
+    virtual void Rest() = 0;
+    /// Gives the name up.
+    virtual void Close() = 0;
+    /// Every Wait answers Woken, now and from now on.
+    virtual void Wake() = 0;
+};
+
+/// Takes the name. kStatusObjectNameCollision when it is in use.
+NtApi::NtStatus CreatePortListener(const NtApi::UnicodeString& name,
+                                   std::unique_ptr<IPortListener>& listener);
+
+}  // namespace Kyr::PortLayer::Detail

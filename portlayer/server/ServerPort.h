@@ -1,0 +1,127 @@
+// A server's connection port: the name, the channels of all its clients, and the queue that they
+// form. The system's queues are the queue; a thread that receives waits for any channel and reads
+// one packet.
+//
+// Threads: any number may receive at once. Receiving threads hold the object; closing its handle
+// wakes them.
+// Hostile clients: a connection that sends anything malformed, or out of order, is dropped, and the
+// server sees it as closed by the client.
+#pragma once
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <unordered_map>
+#include <vector>
+
+#include "ntapi/Types.h"
+#include "portlayer/core/Handles.h"
+#include "portlayer/server/PendingMessages.h"
+#include "portlayer/server/PortListener.h"
+#include "portlayer/server/ServerConnection.h"
+
+namespace Kyr::PortLayer::Detail {
+
+struct PortLimits {
+    std::size_t message = 0;         // header included
+    std::size_t connectionInfo = 0;  // legacy ports
+};
+
+/// A message as the server receives it, without its view.
+struct IncomingMessage {
+    std::shared_ptr<CServerConnection> connection;
+    std::uint16_t type = 0;
+    MessageIds ids;
+    ReceivedView view;
+    // Points into the receive buffer, or into `kept` when the message waited for a larger buffer.
+    const std::uint8_t* bytes = nullptr;
+    std::size_t length = 0;
+    std::vector<std::uint8_t> kept;
+};
+
+/// Memory of one receiving thread; the port keeps it for the next.
+struct ReceiveScratch {
+    PacketBuffer buffer;
+    IncomingPacket packet;
+    IncomingMessage message;
+};
+
+class CServerPort final : public CObject, public std::enable_shared_from_this<CServerPort> {
+  public:
+    static NtApi::NtStatus Create(PortDialect dialect, const NtApi::UnicodeString& name,
+                                  const PortLimits& limits, std::shared_ptr<CServerPort>& port);
+    ~CServerPort() override;
+    void OnClose() override;
+
+    PortDialect Dialect() const { return dialect_; }
+    /// No other port of the process has it or had it.
+    std::uint64_t Number() const { return number_; }
+    const PortLimits& Limits() const { return limits_; }
+
+    /// Large memory that a receiving thread borrows for one call, so that it is neither on its
+    /// stack nor made anew each time.
+    std::unique_ptr<ReceiveScratch> TakeScratch();
+    void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
+    /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.
+    NtApi::NtStatus Receive(ReceiveScratch& scratch, const CDeadline& deadline);
+    /// The message did not fit the caller's buffer: the next Receive yields it again.
+    void PutBack(ReceiveScratch& scratch);
+
+    /// Ends the connection without a word to the server. Answers its state until now.
+    CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
+    /// Deletes a received view of any connection.
+    NtApi::NtStatus DeleteView(const void* base);
+    NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
+
+  private:
+    CServerPort(PortDialect dialect, const PortLimits& limits);
+
+    bool TakePutBack(IncomingMessage& message);
+    void AcceptClient();
+    /// Makes room for a new client. False when every client has sent its connection request.
+    bool DropOldestAnonymous();
+    std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
+    std::vector<std::shared_ptr<CServerConnection>> Connections();
+    /// False: nothing for the server in it.
+    bool TakePacket(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
+    bool TakeConnect(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
+    bool TakeMessage(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch,
+                     bool isRequest);
+    bool IsWellFormed(const IncomingPacket& packet, std::size_t limit) const;
+    bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
+
+    const CLiveCount live_{LiveCounter::kPorts};
+    const std::uint64_t number_;
+    const PortDialect dialect_;
+    const PortLimits limits_;
+    std::unique_ptr<IPortListener> listener_;
+
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
+    std::uint64_t lastNumber_ = 0;
+    std::deque<IncomingMessage> putBack_;
+    std::vector<std::unique_ptr<ReceiveScratch>> scratches_;
+
+    std::atomic<bool> closed_{false};
+    std::atomic<bool> hasPutBack_{false};  // changed under mutex_, read without it
+    // Owned; the one that a single receiving thread takes and gives.
+    std::atomic<ReceiveScratch*> spareScratch_{nullptr};
+};
+
+/// An accepted connection, as the server's handle of it.
+class CServerCommPort final : public CObject {
+  public:
+    explicit CServerCommPort(std::shared_ptr<CServerConnection> theConnection)
+        : connection(std::move(theConnection)) {}
+    void OnClose() override;
+
+    const CLiveCount live{LiveCounter::kPorts};
+    const std::shared_ptr<CServerConnection> connection;
+};
+
+/// The connection port behind an object of either class; null when it is of another.
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object);
+
+}  // namespace Kyr::PortLayer::Detail
