@@ -10,7 +10,7 @@
 #include <string>
 
 #include "kelcomm/OvAgentChannel.h"
-#include "lab/simagent/AreaImage.h"
+#include "lab/simproduct/area/AreaImage.h"
 #include "portlayer/ServerFunctions.h"
 #include "tests/support/TemporaryFolder.h"
 
@@ -18,8 +18,8 @@ namespace {
 
 using namespace Kyr;
 using Connectors::OvAgentConnector::COvAgentChannel;
-using Lab::SimAgent::AreaField;
-using Lab::SimAgent::CAreaImage;
+using Lab::SimProduct::AreaField;
+using Lab::SimProduct::CAreaImage;
 
 constexpr char16_t kMutexName[] = u"Global\\KELCOMM61564B51To31564B51BroadcastMutex";
 constexpr char16_t kSectionName[] = u"Global\\KELCOMM61564B51To31564B51Broadcast";

@@ -32,7 +32,7 @@ class CRounds {
     CRounds(const CrashPlan& plan, const std::string& name, std::uint64_t seed)
         : world_(plan.programs, (boost::filesystem::path(plan.work) / name).string(), kBatch),
           random_(seed) {
-        world_.StartAgent();
+        world_.StartProduct();
     }
 
     /// The host dies at each step of a collection of each kind. Some of the steps are between a
@@ -69,30 +69,30 @@ class CRounds {
             StartCollecting();
             Sleep(RandomMoment());
             if (Number(0, 1) == 0) {
-                world_.KillAgent();
+                world_.KillProduct();
                 Sleep(Microseconds(Number(0, 3000)));
                 world_.KillHost();
             } else {
                 world_.KillHost();
-                world_.KillAgent();
+                world_.KillProduct();
             }
-            world_.StartAgent();
+            world_.StartProduct();
             ++report.bothKills;
         }
     }
 
     /// The host lives through it: it waits, reconnects and goes on.
-    void KillAgentAtRandom(CrashReport& report, int times) {
+    void KillProductAtRandom(CrashReport& report, int times) {
         StartCollecting();
         for (int i = 0; i < times; ++i) {
             Sleep(RandomMoment());
-            world_.KillAgent();
-            world_.StartAgent();
+            world_.KillProduct();
+            world_.StartProduct();
             world_.Append(Number(1, kMostAppended));
             world_.Drain(kDrain);
             world_.Append(Number(1, kMostAppended));
             world_.Trigger(kTriggers);
-            ++report.agentKills;
+            ++report.productKills;
         }
         world_.KillHost();
     }
@@ -170,7 +170,7 @@ void CrashReport::Add(const CrashReport& other) {
     stepKills += other.stepKills;
     randomKills += other.randomKills;
     bothKills += other.bothKills;
-    agentKills += other.agentKills;
+    productKills += other.productKills;
     problems.insert(problems.end(), other.problems.begin(), other.problems.end());
 }
 
@@ -191,11 +191,11 @@ CrashReport Run(const CrashPlan& plan) {
         rounds.KillHostAtRandom(report, plan.randomKills / 2);
         rounds.KillBothAtRandom(report, plan.bothKills);
     });
-    play(2, "agent-1", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillAgentAtRandom(report, plan.agentKills - plan.agentKills / 2);
+    play(2, "product-1", [&](CRounds& rounds, CrashReport& report) {
+        rounds.KillProductAtRandom(report, plan.productKills - plan.productKills / 2);
     });
-    play(3, "agent-2", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillAgentAtRandom(report, plan.agentKills / 2);
+    play(3, "product-2", [&](CRounds& rounds, CrashReport& report) {
+        rounds.KillProductAtRandom(report, plan.productKills / 2);
     });
     threads.join_all();
     CrashReport all;

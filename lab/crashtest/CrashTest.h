@@ -19,7 +19,7 @@ struct CrashPlan {
     std::uint64_t seed = 1;
     int randomKills = 200;  // of the host, at random moments
     int bothKills = 40;     // of host and product within a few milliseconds
-    int agentKills = 6;     // of the product alone; the host waits ten seconds each time
+    int productKills = 6;   // of the product alone; the host waits ten seconds each time
 };
 
 /// What happened in one world, or in several.
@@ -36,7 +36,7 @@ struct CrashReport {
     int stepKills = 0;
     int randomKills = 0;
     int bothKills = 0;
-    int agentKills = 0;
+    int productKills = 0;
     std::vector<std::string> problems;
 
     void Add(const CrashReport& other);

@@ -53,28 +53,28 @@ std::unique_ptr<CActor> CWorld::Start(const std::string& name, const std::string
         CActor::Environment{{"KELCOMM_RUNTIME_DIR", File(folder_, "ports")}}, std::move(listener));
 }
 
-void CWorld::StartAgent() {
-    agent_ =
-        Start("simagent", programs_.agent, {"--records=" + File(folder_, "records")},
+void CWorld::StartProduct() {
+    product_ =
+        Start("simproduct", programs_.product, {"--records=" + File(folder_, "records")},
               [this](const std::string&, const TimedLine& line) { handedOut_.Take(line.line); });
     answers_ = 0;
-    if (!agent_->Find(
+    if (!product_->Find(
             0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
         throw std::runtime_error("the product does not start");
     }
     Command("records limit batch=" + std::to_string(batch_));
 }
 
-void CWorld::KillAgent() {
-    ExpectAlive(*agent_, "the product");
-    agent_->Kill();
-    agent_->AwaitEnd(kPatience);  // with its last event
-    agent_.reset();
+void CWorld::KillProduct() {
+    ExpectAlive(*product_, "the product");
+    product_->Kill();
+    product_->AwaitEnd(kPatience);  // with its last event
+    product_.reset();
 }
 
 void CWorld::Command(const std::string& line) {
-    agent_->Send(line);
-    const auto answer = agent_->Find(
+    product_->Send(line);
+    const auto answer = product_->Find(
         answers_, [](const CLine& event) { return event.Kind() == "answer"; }, kPatience);
     if (!answer) {
         throw std::runtime_error("the product does not answer: " + line);
@@ -151,7 +151,7 @@ void CWorld::Drain(std::chrono::seconds patience) {
 }
 
 void CWorld::QuitBoth() {
-    for (auto* actor : {&host_, &agent_}) {
+    for (auto* actor : {&host_, &product_}) {
         (*actor)->Send("quit");
         if ((*actor)->AwaitEnd(kPatience) != 0) {
             throw std::runtime_error("a program does not end well");

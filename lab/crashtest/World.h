@@ -19,8 +19,8 @@
 namespace Kyr::Lab::CrashTest {
 
 struct Programs {
-    std::string agent;  // simagent
-    std::string host;   // devhost
+    std::string product;  // simproduct
+    std::string host;     // devhost
     std::string library;
     std::vector<std::string> hostOptions;
 };
@@ -31,11 +31,11 @@ class CWorld {
     CWorld(Programs programs, const std::string& folder, std::uint64_t batch);
 
     /// Returns when the product serves.
-    void StartAgent();
+    void StartProduct();
     /// Errors: the product has ended before.
-    void KillAgent();
+    void KillProduct();
 
-    /// More records of each kind. REQUIRES: the agent runs.
+    /// More records of each kind. REQUIRES: the product runs.
     void Append(std::uint64_t count);
 
     void StartHost(const std::vector<std::string>& options = {});
@@ -74,8 +74,8 @@ class CWorld {
     CStoreReader store_;
     std::array<CRecordLedger, 3> ledgers_;
     std::uint64_t appended_ = 0;  // of each kind
-    std::size_t answers_ = 0;     // of this agent
-    std::unique_ptr<Runner::CActor> agent_;
+    std::size_t answers_ = 0;     // of this product
+    std::unique_ptr<Runner::CActor> product_;
     std::unique_ptr<Runner::CActor> host_;
 };
 

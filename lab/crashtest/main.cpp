@@ -24,7 +24,7 @@ constexpr int kBadCommandLine = 2;
 
 constexpr char kUsage[] =
     "usage: crashtest --programs=DIR --library=FILE [--work=DIR] [--seed=N] [--kills=N]\n"
-    "                 [--both-kills=N] [--agent-kills=N] [--host-option=OPTION]...\n";
+    "                 [--both-kills=N] [--product-kills=N] [--host-option=OPTION]...\n";
 
 void TakeCount(CArguments& arguments, const char* name, int& count) {
     if (const auto text = arguments.TakeValue(name)) {
@@ -43,7 +43,7 @@ std::string Needed(CArguments& arguments, const char* name) {
 CrashPlan ReadPlan(CArguments& arguments) {
     CrashPlan plan;
     const boost::filesystem::path folder = Needed(arguments, "programs");
-    plan.programs.agent = (folder / ("simagent" KYR_PROGRAM_SUFFIX)).string();
+    plan.programs.product = (folder / ("simproduct" KYR_PROGRAM_SUFFIX)).string();
     plan.programs.host = (folder / ("devhost" KYR_PROGRAM_SUFFIX)).string();
     plan.programs.library = Needed(arguments, "library");
     plan.programs.hostOptions = arguments.TakeValues("host-option");
@@ -52,7 +52,7 @@ CrashPlan ReadPlan(CArguments& arguments) {
     plan.seed = seed ? ParseNumber(*seed) : std::random_device()();
     TakeCount(arguments, "kills", plan.randomKills);
     TakeCount(arguments, "both-kills", plan.bothKills);
-    TakeCount(arguments, "agent-kills", plan.agentKills);
+    TakeCount(arguments, "product-kills", plan.productKills);
     arguments.Finish();
     plan.work = work ? *work : Runner::NewWorkFolder();
     return plan;
@@ -61,7 +61,7 @@ CrashPlan ReadPlan(CArguments& arguments) {
 void Print(const CrashReport& report) {
     std::cout << "Kills: of the host " << report.stepKills << " at steps, " << report.randomKills
               << " at random; of both " << report.bothKills << "; of the product alone "
-              << report.agentKills << "\n\n"
+              << report.productKills << "\n\n"
               << std::left << std::setw(12) << "records" << std::right << std::setw(8) << "sent"
               << std::setw(8) << "stored" << std::setw(8) << "twice" << std::setw(8) << "lost"
               << std::setw(20) << "batches in flight"

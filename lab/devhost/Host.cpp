@@ -4,11 +4,11 @@
 
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/PortPatch.h"
-#include "lab/devhost/commands/HostCommands.h"
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/resources/DataMiner.h"
 #include "lab/devhost/resources/HostLog.h"
 #include "lab/devhost/resources/SteppedDatabase.h"
+#include "lab/devhost/typed/HostCommands.h"
 
 namespace Kyr::Lab::DevHost {
 

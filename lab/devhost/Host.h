@@ -10,12 +10,12 @@
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
-#include "lab/devhost/commands/HostConsole.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
 #include "lab/devhost/resources/Resources.h"
+#include "lab/devhost/typed/HostConsole.h"
 
 namespace Kyr::Lab::DevHost {
 

@@ -227,7 +227,7 @@ std::string CRunner::ProgramFile(const std::string& name) const {
 }
 
 std::string CRunner::ProgramPath(const std::string& actor) const {
-    const char* const program = actor == "agent" ? "simagent" : "devhost";
+    const char* const program = actor == "product" ? "simproduct" : "devhost";
     return ProgramFile(program);
 }
 
@@ -302,7 +302,7 @@ void CRunner::Do(const QuitStatement& quit) {
         throw CFailedExpectation("the " + quit.actor + " ended with code " + std::to_string(*code));
     }
     member.endIsKnown = true;
-    screen_.Passed("the " + ShownName(quit.actor) + " ended in good order");
+    screen_.Passed("the " + quit.actor + " ended in good order");
 }
 
 void CRunner::Do(const GoneStatement& gone) {
@@ -311,7 +311,7 @@ void CRunner::Do(const GoneStatement& gone) {
         throw CFailedExpectation("the " + gone.actor + " is still there");
     }
     member.endIsKnown = true;
-    screen_.Passed("the " + ShownName(gone.actor) + " is gone");
+    screen_.Passed("the " + gone.actor + " is gone");
 }
 
 void CRunner::Do(const CommandStatement& command) {
@@ -366,7 +366,7 @@ void CRunner::Do(const NeverStatement& never) {
         throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
     }
     ++cast_->expected;
-    screen_.Passed("the " + ShownName(never.actor) + " told of no " + Text(pattern));
+    screen_.Passed("the " + never.actor + " told of no " + Text(pattern));
 }
 
 void CRunner::ShowCountdown() {

@@ -24,7 +24,7 @@ namespace Kyr::Lab::Runner {
 
 /// Where the lab's programs are and where a run leaves its files.
 struct RunnerPaths {
-    std::string programs;  // folder of simagent, devhost and victim
+    std::string programs;  // folder of simproduct, devhost and victim
     std::string library;   // the module library
     std::string ports;     // folder in which the ports of this run have their names
     std::string work;      // folder of this run; made when missing

@@ -16,7 +16,7 @@ namespace {
 constexpr std::chrono::milliseconds kDefaultPatience = std::chrono::seconds(5);
 
 bool IsActor(const std::string& word) {
-    return word == "agent" || word == "host";
+    return word == "product" || word == "host";
 }
 
 /// The statement of one line: its first word, and what follows, as words or as it stands.
@@ -43,9 +43,9 @@ class CWords {
     }
 
     std::string NextActor() {
-        std::string word = Next("\"agent\" or \"host\"");
+        std::string word = Next("\"product\" or \"host\"");
         if (!IsActor(word)) {
-            throw CScenarioError(line_, "\"" + word + "\" is neither \"agent\" nor \"host\"");
+            throw CScenarioError(line_, "\"" + word + "\" is neither \"product\" nor \"host\"");
         }
         return word;
     }

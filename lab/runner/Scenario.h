@@ -3,14 +3,14 @@
 //
 //   title A kill task ends the process
 //   step  The product starts, the host connects
-//   start agent
+//   start product
 //   start host
 //   expect host log text="Connected to product, processing tasks" within 5s
 //   step  The server asks to end the process
-//   agent start victim
-//   expect agent started name=victim as victim
+//   product start victim
+//   expect product started name=victim as victim
 //   host  kill pid=$victim.pid
-//   expect agent did action=kill pid=$victim.pid outcome=done within 5s
+//   expect product did action=kill pid=$victim.pid outcome=done within 5s
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.
 //

@@ -45,14 +45,10 @@ std::string Origin(const std::string& actor, Road road) {
         case Road::kNone:
             break;
     }
-    return ShownName(actor);
+    return actor;
 }
 
 }  // namespace
-
-std::string ShownName(const std::string& actor) {
-    return actor == "agent" ? "product" : actor;
-}
 
 CScreen::CScreen(std::ostream& out, bool interactive, Detail detail)
     : out_(out), interactive_(interactive), detail_(detail) {}
@@ -104,9 +100,8 @@ void CScreen::Say(const std::string& text) {
 void CScreen::Command(const std::string& actor, const std::string& line) {
     if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print(
-            "  " + Padded("", kTimeWidth) + "  " +
-            Paint(Colour::kBold, Padded(ShownName(actor), kActorWidth) + "<- " + Shortened(line)));
+        Print("  " + Padded("", kTimeWidth) + "  " +
+              Paint(Colour::kBold, Padded(actor, kActorWidth) + "<- " + Shortened(line)));
     }
 }
 
@@ -116,7 +111,7 @@ void CScreen::Event(const std::string& actor, const TimedLine& line) {
     }
     const Narration told = Narrate(line.line);
     Colour colour = told.road != Road::kNone ? Colour::kPlain
-                    : actor == "agent"       ? Colour::kMagenta
+                    : actor == "product"     ? Colour::kMagenta
                                              : Colour::kCyan;
     switch (told.weight) {
         case Weight::kDetail:

@@ -64,7 +64,4 @@ class CScreen {
     std::set<std::string> shown_;  // in this step, of what is shown once a step
 };
 
-/// What a person calls the actor.
-std::string ShownName(const std::string& actor);
-
 }  // namespace Kyr::Lab::Runner

@@ -1,18 +1,18 @@
 #include "tests/endurance/FaultyProduct.h"
 
 #include "lab/common/CommandWords.h"
-#include "lab/simagent/Product.h"
-#include "lab/simagent/commands/AgentUuidCommand.h"
-#include "lab/simagent/commands/StatusCommands.h"
-#include "lab/simagent/commands/TransferCommands.h"
-#include "lab/simagent/commands/XmlCommands.h"
+#include "lab/simproduct/commands/AgentUuidCommand.h"
+#include "lab/simproduct/commands/StatusCommands.h"
+#include "lab/simproduct/commands/TransferCommands.h"
+#include "lab/simproduct/commands/XmlCommands.h"
+#include "lab/simproduct/processes/TaskBook.h"
 
 namespace Kyr::Endurance {
 
 namespace {
 
 using namespace Lab;
-using namespace Lab::SimAgent;
+using namespace Lab::SimProduct;
 
 const char* const kFaults[] = {
     "status 1",       "status 5",     "status 14",        "status 2",
@@ -39,18 +39,18 @@ struct CFaultyProduct::Running {
     Running(IProcessLauncher& launcher, CMisbehaviours& misbehaviours, const LineSink& sink)
         : processes(launcher, sink),
           protection(configuration),
-          product(processes, results, sink),
-          commands({XmlCommands(product), AgentUuidCommands(sink),
+          tasks(processes, results, sink),
+          commands({XmlCommands(tasks), AgentUuidCommands(sink),
                     StatusCommands(protection, results, sink),
                     TransferCommands(configuration, sink)}),
-          agent(commands, misbehaviours, Base::SystemClock(), sink, {false, [] {}}),
-          alpc(agent, sink),
-          lpc(agent, sink) {
+          desk(commands, misbehaviours, Base::SystemClock(), sink, {false, [] {}}),
+          alpc([this](const PortRequest& request) { return desk.Answer(request); }, sink),
+          lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {
         area.Open();
         alpc.Open();
         lpc.Open();
     }
-    ~Running() { agent.Stop(); }
+    ~Running() { desk.Stop(); }
     Running(const Running&) = delete;
     Running& operator=(const Running&) = delete;
 
@@ -58,9 +58,9 @@ struct CFaultyProduct::Running {
     CTaskResults results;
     CConfiguration configuration;
     CProtection protection;
-    CProduct product;
+    CTaskBook tasks;
     const CInnerCommands commands;
-    CAgent agent;
+    CRequestDesk desk;
     CAlpcServer alpc;
     CLpcServer lpc;
     CBroadcastArea area;

@@ -7,11 +7,11 @@
 #include <memory>
 #include <random>
 
-#include "lab/simagent/Agent.h"
-#include "lab/simagent/AlpcServer.h"
-#include "lab/simagent/BroadcastArea.h"
-#include "lab/simagent/LpcServer.h"
-#include "lab/simagent/Process.h"
+#include "lab/simproduct/area/BroadcastArea.h"
+#include "lab/simproduct/desk/RequestDesk.h"
+#include "lab/simproduct/ports/AlpcServer.h"
+#include "lab/simproduct/ports/LpcServer.h"
+#include "lab/simproduct/processes/Process.h"
 #include "tests/endurance/TaskLedger.h"
 
 namespace Kyr::Endurance {
@@ -39,8 +39,8 @@ class CFaultyProduct {
     struct Running;
 
     CTaskLedger& ledger_;
-    const std::unique_ptr<Lab::SimAgent::IProcessLauncher> launcher_;
-    Lab::SimAgent::CMisbehaviours misbehaviours_;
+    const std::unique_ptr<Lab::SimProduct::IProcessLauncher> launcher_;
+    Lab::SimProduct::CMisbehaviours misbehaviours_;
     std::unique_ptr<Running> running_;
 };
 

@@ -19,11 +19,11 @@ class CrashTestTest : public ::testing::Test {
     /// Every host ends in that way at once: an exit code or "killed".
     std::vector<std::string> ProblemsWithHostThatEnds(const std::string& way) {
         CrashPlan plan;
-        plan.programs = {KYR_SIMAGENT, KYR_FRAIL_HOST, "", {"--end=" + way}};
+        plan.programs = {KYR_SIMPRODUCT, KYR_FRAIL_HOST, "", {"--end=" + way}};
         plan.work = folder_.Path();
         plan.randomKills = 2;
         plan.bothKills = 1;
-        plan.agentKills = 2;
+        plan.productKills = 2;
         return CrashTest::Run(plan).problems;
     }
 
@@ -38,8 +38,8 @@ TEST_F(CrashTestTest, HostThatEndsByItselfFailsAtTheFirstStep) {
 TEST_F(CrashTestTest, HostThatEndsByItselfFailsInEveryWorld) {
     const auto problems = ProblemsWithHostThatEnds("42");
     EXPECT_THAT(problems, Contains(StartsWith("random: the host has ended by itself")));
-    EXPECT_THAT(problems, Contains(StartsWith("agent-1: the host has ended by itself")));
-    EXPECT_THAT(problems, Contains(StartsWith("agent-2: the host has ended by itself")));
+    EXPECT_THAT(problems, Contains(StartsWith("product-1: the host has ended by itself")));
+    EXPECT_THAT(problems, Contains(StartsWith("product-2: the host has ended by itself")));
 }
 
 TEST_F(CrashTestTest, KillsThatMeetNoBatchInFlightShowNothing) {

@@ -10,7 +10,7 @@ class NeutralTranscript : public ::testing::Test {
   protected:
     NeutralTranscript() {
         transcript_.Begin("host");
-        transcript_.Begin("agent");
+        transcript_.Begin("product");
     }
 
     /// From now on the run is one in which the connector's watch collects records.
@@ -42,8 +42,8 @@ TEST_F(NeutralTranscript, KeepsTheOrderWithinAKindAndPutsKindsTogether) {
 
 TEST_F(NeutralTranscript, WhatTheLabTellsOfItselfIsLeftOut) {
     transcript_.Event("host", CLine("ready").With("module", "M"));
-    transcript_.Event("agent", CLine("connect").With("client", "1"));
-    transcript_.Event("agent", CLine("answer").With("command", "quit"));
+    transcript_.Event("product", CLine("connect").With("client", "1"));
+    transcript_.Event("product", CLine("answer").With("command", "quit"));
     EXPECT_EQ(transcript_.Text(), "");
 }
 
@@ -57,9 +57,9 @@ TEST_F(NeutralTranscript, ProcessesOfOneActorStandOneAfterTheOther) {
 }
 
 TEST_F(NeutralTranscript, CountersAreDroppedAndUnnamedProcessesHaveNoNumber) {
-    transcript_.Event("agent",
+    transcript_.Event("product",
                       CLine("did").With("id", "7").With("action", "kill").With("pid", "4711"));
-    EXPECT_EQ(transcript_.Text(), "agent 1: did action=kill pid=*\n");
+    EXPECT_EQ(transcript_.Text(), "product 1: did action=kill pid=*\n");
 }
 
 TEST_F(NeutralTranscript, NamedProcessIsWrittenByItsNameWhereItIsAWholeWord) {
@@ -103,13 +103,13 @@ TEST_F(NeutralTranscript, DatesHaveNoValue) {
 
 TEST_F(NeutralTranscript, WireBytesAreReadableAndNameProcessesToo) {
     transcript_.Name("pid", "4711", "victim.pid");
-    transcript_.Event("agent", CLine("request")
-                                   .With("command", "3")
-                                   .With("length", "9")
-                                   .With("bytes",
-                                         "0c00ff25"  // 12 0 255 %
-                                         "3c34373131"));
-    EXPECT_EQ(transcript_.Text(), "agent 1: request command=3 bytes=%0c%00%ff%25<$victim.pid\n");
+    transcript_.Event("product", CLine("request")
+                                     .With("command", "3")
+                                     .With("length", "9")
+                                     .With("bytes",
+                                           "0c00ff25"  // 12 0 255 %
+                                           "3c34373131"));
+    EXPECT_EQ(transcript_.Text(), "product 1: request command=3 bytes=%0c%00%ff%25<$victim.pid\n");
 }
 
 TEST_F(NeutralTranscript, LongRowOfEqualBytesIsCounted) {
@@ -117,110 +117,110 @@ TEST_F(NeutralTranscript, LongRowOfEqualBytesIsCounted) {
     for (int i = 0; i < 65; ++i) {
         hex += "00";
     }
-    transcript_.Event("agent", CLine("reply").With("code", "0").With("bytes", hex + "41"));
-    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 bytes=%07%00{65}A\n");
+    transcript_.Event("product", CLine("reply").With("code", "0").With("bytes", hex + "41"));
+    EXPECT_EQ(transcript_.Text(), "product 1: reply code=0 bytes=%07%00{65}A\n");
 }
 
 TEST_F(NeutralTranscript, ShortRowOfEqualBytesIsWrittenOut) {
     const std::string zeros(64, '0');  // 32 bytes
-    transcript_.Event("agent", CLine("reply").With("code", "0").With("bytes", zeros + zeros));
+    transcript_.Event("product", CLine("reply").With("code", "0").With("bytes", zeros + zeros));
     std::string written;
     for (int i = 0; i < 64; ++i) {
         written += "%00";
     }
-    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 bytes=" + written + "\n");
+    EXPECT_EQ(transcript_.Text(), "product 1: reply code=0 bytes=" + written + "\n");
 }
 
 TEST_F(NeutralTranscript, RecordsTellNothingOfTheProcessesOfThisComputer) {
-    transcript_.Event("agent", CLine("reply").With("bytes",
-                                                   "0c00000000000000ff000000"
-                                                   "0a1d"  // and {"@timestamp":1,"process":{}}
-                                                   "7b224074696d657374616d70223a312c"
-                                                   "2270726f63657373223a7b7d7d"));
+    transcript_.Event("product", CLine("reply").With("bytes",
+                                                     "0c00000000000000ff000000"
+                                                     "0a1d"  // and {"@timestamp":1,"process":{}}
+                                                     "7b224074696d657374616d70223a312c"
+                                                     "2270726f63657373223a7b7d7d"));
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: reply bytes=\"%0c%00%00%00%00%00%00%00<length>%0a<length>"
+              "product 1: reply bytes=\"%0c%00%00%00%00%00%00%00<length>%0a<length>"
               "{\\\"@timestamp\\\":1,\\\"process\\\":\\\"*\\\"}\"\n");
 }
 
 TEST_F(NeutralTranscript, LengthStaysWhereNoBytesTellIt) {
-    transcript_.Event("agent", CLine("reply").With("code", "0").With("length", "12"));
-    EXPECT_EQ(transcript_.Text(), "agent 1: reply code=0 length=12\n");
+    transcript_.Event("product", CLine("reply").With("code", "0").With("length", "12"));
+    EXPECT_EQ(transcript_.Text(), "product 1: reply code=0 length=12\n");
 }
 
 TEST_F(NeutralTranscript, PingsAreToldOnceEach) {
     for (int ping = 0; ping < 3; ++ping) {
-        transcript_.Event("agent", CLine("request").With("transport", "alpc").With("command", "0"));
-        transcript_.Event("agent", CLine("reply").With("transport", "alpc").With("length", "0"));
+        transcript_.Event("product",
+                          CLine("request").With("transport", "alpc").With("command", "0"));
+        transcript_.Event("product", CLine("reply").With("transport", "alpc").With("length", "0"));
     }
-    transcript_.Event("agent", CLine("request").With("transport", "lpc").With("command", "0"));
+    transcript_.Event("product", CLine("request").With("transport", "lpc").With("command", "0"));
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: reply transport=alpc length=0\n"
-              "agent 1: request transport=alpc command=0\n"
-              "agent 1: request transport=lpc command=0\n");
+              "product 1: reply transport=alpc length=0\n"
+              "product 1: request transport=alpc command=0\n"
+              "product 1: request transport=lpc command=0\n");
 }
 
 TEST_F(NeutralTranscript, LooksForRecordsThatFindNoneAreToldOnceEach) {
     for (const char* const id : {"1", "2"}) {
         Collect();
         transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
-        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("agent",
+        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("product",
                           CLine("reply").With("id", id).With("status", "0").With("length", "12"));
         Log("Empty response received from OV Connector");
     }
-    EXPECT_EQ(transcript_.Text(),
-              "agent 1: reply status=0 length=12\n"
-              "agent 1: request name=get-actions\n"
-              "host 1: deliver name=OvAgentRequest\n" +
-                  Logged("\"Empty response received from OV Connector\"") +
-                  "host 1: publish name=OvAgentRequest by=module request=5\n");
+    EXPECT_EQ(transcript_.Text(), "host 1: deliver name=OvAgentRequest\n" +
+                                      Logged("\"Empty response received from OV Connector\"") +
+                                      "host 1: publish name=OvAgentRequest by=module request=5\n"
+                                      "product 1: reply status=0 length=12\n"
+                                      "product 1: request name=get-actions\n");
 }
 
 TEST_F(NeutralTranscript, RequestsForRecordsThatSomebodyGaveAreToldEach) {
     for (const char* const id : {"1", "2"}) {
-        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("agent",
+        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("product",
                           CLine("reply").With("id", id).With("status", "0").With("length", "12"));
         transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
     }
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: request name=get-actions\n"
-              "agent 1: request name=get-actions\n"
-              "agent 1: reply status=0 length=12\n"
-              "agent 1: reply status=0 length=12\n"
               "host 1: deliver name=OvAgentRequest\n"
-              "host 1: deliver name=OvAgentRequest\n");
+              "host 1: deliver name=OvAgentRequest\n"
+              "product 1: request name=get-actions\n"
+              "product 1: request name=get-actions\n"
+              "product 1: reply status=0 length=12\n"
+              "product 1: reply status=0 length=12\n");
 }
 
 TEST_F(NeutralTranscript, ErrorsOfEitherSideAreTold) {
-    transcript_.Event("agent", CLine("error").With("text", "blocked"));
+    transcript_.Event("product", CLine("error").With("text", "blocked"));
     transcript_.Event("host", CLine("error").With("text", "no descriptor"));
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: error text=blocked\n"
-              "host 1: error text=\"no descriptor\"\n");
+              "host 1: error text=\"no descriptor\"\n"
+              "product 1: error text=blocked\n");
 }
 
 TEST_F(NeutralTranscript, EachReplyThatIsNoEmptyListOfRecordsIsTold) {
     Collect();
     const CLine empty = CLine("reply").With("status", "0").With("length", "12");
-    transcript_.Event("agent", CLine("request").With("id", "1").With("name", "import"));
-    transcript_.Event("agent", CLine(empty).With("id", "1"));
-    transcript_.Event("agent", CLine("request").With("id", "2").With("name", "import"));
-    transcript_.Event("agent", CLine(empty).With("id", "2"));
+    transcript_.Event("product", CLine("request").With("id", "1").With("name", "import"));
+    transcript_.Event("product", CLine(empty).With("id", "1"));
+    transcript_.Event("product", CLine("request").With("id", "2").With("name", "import"));
+    transcript_.Event("product", CLine(empty).With("id", "2"));
     for (const char* const id : {"3", "4"}) {
-        transcript_.Event("agent", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("agent",
+        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
+        transcript_.Event("product",
                           CLine("reply").With("id", id).With("status", "0").With("length", "40"));
     }
     EXPECT_EQ(transcript_.Text(),
-              "agent 1: request name=import\n"
-              "agent 1: request name=import\n"
-              "agent 1: reply status=0 length=12\n"
-              "agent 1: reply status=0 length=12\n"
-              "agent 1: reply status=0 length=40\n"
-              "agent 1: reply status=0 length=40\n"
-              "agent 1: request name=get-actions\n"
-              "host 1: publish name=OvAgentRequest by=module request=5\n");
+              "host 1: publish name=OvAgentRequest by=module request=5\n"
+              "product 1: request name=import\n"
+              "product 1: request name=import\n"
+              "product 1: reply status=0 length=12\n"
+              "product 1: reply status=0 length=12\n"
+              "product 1: reply status=0 length=40\n"
+              "product 1: reply status=0 length=40\n"
+              "product 1: request name=get-actions\n");
 }
 
 TEST_F(NeutralTranscript, ThreadsThatTellBesideEachOtherAreKeptApart) {

@@ -15,7 +15,7 @@ namespace Kyr::Lab::Runner {
 class CParrotFolder {
   public:
     CParrotFolder() {
-        for (const char* const name : {"devhost", "simagent"}) {
+        for (const char* const name : {"devhost", "simproduct"}) {
             boost::filesystem::copy_file(KYR_PARROT, Program(name));
         }
     }

@@ -64,11 +64,11 @@ TEST_F(RunnerTest, HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario) {
               kHeld);
 }
 
-TEST_F(RunnerTest, AgentIsStartedWithItsVictim) {
-    EXPECT_EQ(Play("start agent --nothing-new\n"
-                   "expect agent argument text~--victim=\n"
-                   "expect agent argument text=--nothing-new\n"
-                   "never agent argument text=--wire\n"),
+TEST_F(RunnerTest, ProductIsStartedWithItsVictim) {
+    EXPECT_EQ(Play("start product --nothing-new\n"
+                   "expect product argument text~--victim=\n"
+                   "expect product argument text=--nothing-new\n"
+                   "never product argument text=--wire\n"),
               kHeld);
 }
 
@@ -148,8 +148,8 @@ TEST_F(RunnerTest, StepBeginsBehindTheLastEventThatAnEarlierOneExpected) {
 }
 
 TEST_F(RunnerTest, StepsOfTwoActorsBeginEachBehindItsOwnEvents) {
-    EXPECT_EQ(Play("start host\nstart agent\nhost log text=a\nagent did action=a\n"
-                   "expect agent did action=a\n"
+    EXPECT_EQ(Play("start host\nstart product\nhost log text=a\nproduct did action=a\n"
+                   "expect product did action=a\n"
                    "step two\n"
                    "expect host log text=a\n"),
               kHeld);
@@ -178,12 +178,12 @@ TEST_F(RunnerTest, NeverPassesOverWhatWasExpectedAndEarlierSteps) {
 }
 
 TEST_F(RunnerTest, FieldsOfANamedEventStandInLaterStatements) {
-    EXPECT_EQ(Play("start agent\nstart host\nagent started pid=77\n"
-                   "expect agent started as victim\n"
+    EXPECT_EQ(Play("start product\nstart host\nproduct started pid=77\n"
+                   "expect product started as victim\n"
                    "host kill pid=$victim.pid\n"
                    "expect host kill pid=77\n"
-                   "agent started pid=78\n"
-                   "expect agent started as victim\n"
+                   "product started pid=78\n"
+                   "expect product started as victim\n"
                    "never host kill pid=$victim.pid\n"
                    "start host --kill=$victim.pid\n"
                    "expect host argument text=--kill=78\n"),
@@ -210,9 +210,9 @@ TEST_F(RunnerTest, GoneFailsOnAProcessThatLives) {
 }
 
 TEST_F(RunnerTest, QuitHoldsForCodeZeroOnly) {
-    EXPECT_EQ(Play("start agent\nquit agent\n"), kHeld);
-    EXPECT_EQ(Play("start agent\nagent code 3\nquit agent\n"),
-              "line 4: the agent ended with code 3");
+    EXPECT_EQ(Play("start product\nquit product\n"), kHeld);
+    EXPECT_EQ(Play("start product\nproduct code 3\nquit product\n"),
+              "line 4: the product ended with code 3");
 }
 
 TEST_F(RunnerTest, WhatAProcessTellsAtItsEndCanBeExpected) {
@@ -257,7 +257,7 @@ TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfItsEvent) {
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfAnothersEvent) {
-    EXPECT_LT(TimeOf("start host\nstart agent\nhost end 0\nexpect agent did within 20s\n",
+    EXPECT_LT(TimeOf("start host\nstart product\nhost end 0\nexpect product did within 20s\n",
                      "line 5: the host has ended unasked, with 0"),
               kAtOnce);
 }
@@ -269,14 +269,14 @@ TEST_F(RunnerTest, UnaskedEndFailsAWait) {
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsAtTheEndOfTheScenario) {
-    EXPECT_EQ(Play("start host\nstart agent\nhost life\nexpect host life\n"
-                   "host after 400 end 3\nagent after 1200 end 0\ngone agent\n"),
+    EXPECT_EQ(Play("start host\nstart product\nhost life\nexpect host life\n"
+                   "host after 400 end 3\nproduct after 1200 end 0\ngone product\n"),
               "line 8: the host has ended unasked, with 3");
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsTheNextStart) {
-    EXPECT_EQ(Play("start host\nstart agent\nhost life\nexpect host life\n"
-                   "host after 400 end 3\nagent after 1200 end 0\ngone agent\n"
+    EXPECT_EQ(Play("start host\nstart product\nhost life\nexpect host life\n"
+                   "host after 400 end 3\nproduct after 1200 end 0\ngone product\n"
                    "start host\ngone host\n"),
               "line 9: the host has ended unasked, with 3");
 }
@@ -350,9 +350,9 @@ TEST_F(TranscriptTest, MissingOneFails) {
     EXPECT_THAT(Play(told_), HasSubstr("cannot read " + folder_.File("known.txt")));
 }
 
-TEST_F(TranscriptTest, AgentTellsTheWire) {
+TEST_F(TranscriptTest, ProductTellsTheWire) {
     folder_.Write("known.txt", "");
-    EXPECT_EQ(Play("start agent\nexpect agent argument text=--wire\n"), kHeld);
+    EXPECT_EQ(Play("start product\nexpect product argument text=--wire\n"), kHeld);
 }
 
 }  // namespace

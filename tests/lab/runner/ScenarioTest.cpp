@@ -47,7 +47,7 @@ TEST(Scenario, EachStatementThatCanFailIsAnExpectation) {
 }
 
 TEST(Scenario, EmptyLinesAndCommentsAreSkippedButCounted) {
-    const Scenario scenario = ParseScenario("title T\n\n  # remark\nquit agent\n");
+    const Scenario scenario = ParseScenario("title T\n\n  # remark\nquit product\n");
     ASSERT_EQ(scenario.statements.size(), 1U);
     EXPECT_EQ(scenario.statements[0].line, 4U);
 }
@@ -59,8 +59,8 @@ TEST(Scenario, StepAndSayTakeTheRestAsItStands) {
 }
 
 TEST(Scenario, StartTakesArguments) {
-    const auto start = OnlyStatement<StartStatement>("start agent --misbehave=no-alpc \"a b\"");
-    EXPECT_EQ(start.actor, "agent");
+    const auto start = OnlyStatement<StartStatement>("start product --misbehave=no-alpc \"a b\"");
+    EXPECT_EQ(start.actor, "product");
     EXPECT_EQ(start.arguments, (std::vector<std::string>{"--misbehave=no-alpc", "a b"}));
 }
 
@@ -85,11 +85,13 @@ TEST(Scenario, ExpectTakesFieldsPatienceAndName) {
 }
 
 TEST(Scenario, ExpectWaitsFiveSecondsUnlessTold) {
-    EXPECT_EQ(OnlyStatement<ExpectStatement>("expect agent ready").within, std::chrono::seconds(5));
+    EXPECT_EQ(OnlyStatement<ExpectStatement>("expect product ready").within,
+              std::chrono::seconds(5));
 }
 
 TEST(Scenario, GoneTakesPatience) {
-    EXPECT_EQ(OnlyStatement<GoneStatement>("gone agent within 3s").within, std::chrono::seconds(3));
+    EXPECT_EQ(OnlyStatement<GoneStatement>("gone product within 3s").within,
+              std::chrono::seconds(3));
 }
 
 TEST(Scenario, WaitTakesDurationAndText) {
@@ -110,7 +112,7 @@ TEST(Scenario, UnknownStatementIsRefusedWithItsLine) {
 
 TEST(Scenario, UnknownActorIsRefused) {
     EXPECT_EQ(ErrorOf("title T\nkill server\n"),
-              "line 2: \"server\" is neither \"agent\" nor \"host\"");
+              "line 2: \"server\" is neither \"product\" nor \"host\"");
 }
 
 TEST(Scenario, BadDurationIsRefused) {
@@ -135,7 +137,7 @@ TEST(Scenario, WhatNoProgramCanTellIsRefused) {
 }
 
 TEST(Scenario, WordsLeftOverAreRefused) {
-    EXPECT_EQ(ErrorOf("title T\nkill agent now\n"), "line 2: \"now\" is left over");
+    EXPECT_EQ(ErrorOf("title T\nkill product now\n"), "line 2: \"now\" is left over");
 }
 
 TEST(Substitute, LatestValueOfANameCounts) {

@@ -27,8 +27,8 @@ class ScreenTest : public ::testing::Test {
 };
 
 TEST_F(ScreenTest, EventIsItsTimeWhoTellsItAndWhat) {
-    screen_.Event("agent", At("12:00:01.002",
-                              CLine("did").With("action", "task-result").With("outcome", "1")));
+    screen_.Event("product", At("12:00:01.002",
+                                CLine("did").With("action", "task-result").With("outcome", "1")));
     EXPECT_EQ(out_.str(), "  12:00:01.002  product  tells the outcome of a task: 1\n");
 }
 
@@ -54,10 +54,10 @@ TEST_F(ScreenTest, PingIsShownOncePerStep) {
         At("12:00:01.002", CLine("request").With("transport", "alpc").With("command", "0"));
     const std::string shown = "  12:00:01.002  wire ->  ping over ALPC\n";
     screen_.Step(1, "One");
-    screen_.Event("agent", ping);
-    screen_.Event("agent", ping);
+    screen_.Event("product", ping);
+    screen_.Event("product", ping);
     screen_.Step(2, "Two");
-    screen_.Event("agent", ping);
+    screen_.Event("product", ping);
     EXPECT_EQ(out_.str(), "\n1. One\n" + shown + "\n2. Two\n" + shown);
 }
 

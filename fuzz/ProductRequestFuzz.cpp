@@ -1,0 +1,68 @@
+// What the simulated product makes of a client's bytes: the message of a port, the payload in it
+// and the body of each command.
+//
+// An input is taken for a message of either port and, since a long payload comes beside its
+// message, for a payload as well.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+
+#include "lab/simproduct/commands/AgentUuidCommand.h"
+#include "lab/simproduct/ports/AlpcMessages.h"
+#include "lab/simproduct/ports/LpcMessages.h"
+#include "lab/simproduct/records/ProtobufWire.h"
+#include "lab/simproduct/requests/InnerRequest.h"
+
+namespace {
+
+using namespace Kyr::Lab::SimProduct;
+
+template <typename Decode>
+void Try(const Decode& decode) {
+    try {
+        decode();
+    } catch (const CMalformed&) {
+    }
+}
+
+void Require(bool condition) {
+    if (!condition) {
+        std::abort();
+    }
+}
+
+void ReadPayload(const Bytes& payload) {
+    static const InnerCommandGroup agentUuid = AgentUuidCommands([](const Kyr::Lab::CLine&) {});
+    InnerAction action;
+    action.inner = DecodeInnerRequest(payload);
+    // Whatever command the header names: the bodies of all of them are worth a look.
+    Try([&] { ParseXmlRequest(action.inner.body); });
+    Try([&] { ReadInteger(action.inner.body, 1); });
+    Try([&] { agentUuid.front().handler(action); });
+}
+
+void ReadAlpc(const Bytes& message) {
+    const AlpcRequest request = DecodeAlpcRequest(message);
+    Require(request.payload.size() == (request.payloadInView ? 0 : request.requestLength));
+    // To what was read, an answer can be given.
+    Require(EncodeAlpcReply(message, 0, 1, {0}).size() == kAlpcHeaderSize + 9);
+    ReadPayload(request.payload);
+}
+
+void ReadLpc(const LpcLayout& layout, const Bytes& message) {
+    const LpcRequest request = DecodeLpcRequest(layout, message);
+    Require(request.isLarge || request.requestEntryLength + request.replyEntryLength == 0);
+    Require(EncodeLpcReply(layout, message, 0, 1, {0}).size() == layout.headerSize + 9);
+    ReadPayload(request.payload);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    const Bytes input(data, data + size);
+    Try([&] { ReadAlpc(input); });
+    Try([&] { ReadLpc(kLpcLayout32, input); });
+    Try([&] { ReadLpc(kLpcLayout64, input); });
+    Try([&] { ReadPayload(input); });
+    return 0;
+}

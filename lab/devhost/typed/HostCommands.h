@@ -1,0 +1,25 @@
+// The commands of the host: one row each. A new command is a new row.
+//
+// Threads: one at a time. Errors: a command throws, and the console tells it.
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "lab/devhost/database/Database.h"
+#include "lab/devhost/resources/Bus.h"
+#include "lab/devhost/typed/HostConsole.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// What the commands work on; all of it must outlive them.
+struct CommandTargets {
+    CBus& bus;
+    CDatabase& database;
+    std::function<void(bool force)> stop;  // stops the module
+    std::function<void(bool force)> quit;  // and ends the program
+};
+
+std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets);
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,108 @@
+#include "lab/devhost/typed/PolicyBuilder.h"
+
+#include <fstream>
+#include <iterator>
+#include <stdexcept>
+#include <zlib.h>
+
+#include <boost/make_shared.hpp>
+
+#include "host/proto/common.pb.h"
+#include "host/proto/policy.pb.h"
+#include "lab/common/CommandWords.h"
+
+namespace Kyr::Lab::DevHost {
+
+namespace {
+
+enum class Broken { kNothing, kBlob, kStream, kPolicy };
+
+/// Protobuf and zlib alike stop at these bytes.
+constexpr char kNonsense[] = "\xFF\xFF\xFF";
+
+Broken TakeBroken(CCommandArguments& arguments) {
+    const std::string what = arguments.TakeValue("broken").value_or("");
+    if (what.empty()) {
+        return Broken::kNothing;
+    }
+    if (what == "blob") {
+        return Broken::kBlob;
+    }
+    if (what == "stream") {
+        return Broken::kStream;
+    }
+    if (what == "policy") {
+        return Broken::kPolicy;
+    }
+    throw std::invalid_argument("broken is blob, stream or policy");
+}
+
+std::string ReadFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw std::runtime_error("cannot read " + path);
+    }
+    return {std::istreambuf_iterator<char>(file), {}};
+}
+
+std::string TakeText(CCommandArguments& arguments) {
+    const auto file = arguments.TakeValue("file");
+    const auto text = arguments.TakeValue("text");
+    if (file.has_value() == text.has_value()) {
+        throw std::invalid_argument("a file or a text is wanted");
+    }
+    return text ? *text : ReadFile(*file);
+}
+
+/// `text` that often, one behind the other.
+std::string Repeated(const std::string& text, std::uint32_t times) {
+    std::string all;
+    for (std::uint32_t time = 0; time < times; ++time) {
+        all += text;
+    }
+    return all;
+}
+
+std::string MakePolicy(const std::string& text) {
+    Common::DataDefinition::Policy::PolicyData policy;
+    policy.set_policy_text(text);
+    return policy.SerializeAsString();
+}
+
+std::string Compress(const std::string& plain) {
+    uLongf length = compressBound(static_cast<uLong>(plain.size()));
+    std::string compressed(length, '\0');
+    if (compress(reinterpret_cast<Bytef*>(&compressed[0]), &length,
+                 reinterpret_cast<const Bytef*>(plain.data()),
+                 static_cast<uLong>(plain.size())) != Z_OK) {
+        throw std::runtime_error("the policy cannot be compressed");
+    }
+    compressed.resize(length);
+    return compressed;
+}
+
+std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stated, Broken broken) {
+    Common::DataDefinition::Common::CompressedBlob blob;
+    blob.set_uncompressed_length(stated.value_or(plain.size()));
+    blob.set_compressed_data(broken == Broken::kStream ? kNonsense : Compress(plain));
+    return broken == Broken::kBlob ? kNonsense : blob.SerializeAsString();
+}
+
+}  // namespace
+
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
+    CCommandArguments& arguments) {
+    const Broken broken = TakeBroken(arguments);
+    const auto length = arguments.TakeValue("length");
+    const auto repeat = arguments.TakeValue("repeat");
+    const std::string text = Repeated(TakeText(arguments), ParseNumber32(repeat.value_or("1")));
+    arguments.Finish();
+    const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
+    auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
+    message->SetPolicyBlob(
+        MakeBlob(broken == Broken::kPolicy ? kNonsense : MakePolicy(text), stated, broken));
+    message->SetReadOnly();
+    return message;
+}
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,25 @@
+// Builds the policy message of a command: the text in its protobuf message, compressed by zlib, in
+// a blob that states the length; on request with one of these wrong.
+//
+// Threads: any.
+// Errors: std::invalid_argument with a text for the person who typed the command; a file that
+// cannot be read is a std::runtime_error.
+#pragma once
+
+#include <boost/shared_ptr.hpp>
+
+#include "host/message/ApplyPolicy.h"
+#include "lab/devhost/typed/CommandArguments.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// From `file=<path>` or `text=<text>`, and
+/// `[repeat=<n>]`: the text stands there so often,
+/// `[length=<n>]`: that length is stated, whatever the true one is;
+/// `[broken=blob]`: the message carries bytes that are no blob,
+/// `[broken=stream]`: the compressed data does not inflate,
+/// `[broken=policy]`: what it inflates to is no policy message.
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
+    CCommandArguments& arguments);
+
+}  // namespace Kyr::Lab::DevHost

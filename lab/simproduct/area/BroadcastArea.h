@@ -1,0 +1,72 @@
+// The broadcast area as the product keeps it: a named section that everybody reads, and a named
+// mutex that guards its writing.
+//
+// Threads: one, since a mutex belongs to the thread that took it. A flickering word is written by a
+//   thread of its own.
+// Ownership: the section ends with its last holder; a reader that has it mapped sees a product that
+//   starts again.
+// Errors: std::runtime_error when the area is not open, cannot be made, or its mutex cannot be had.
+#pragma once
+
+#include <atomic>
+#include <optional>
+
+#include <boost/thread/thread.hpp>
+
+#include "lab/simproduct/area/AreaImage.h"
+#include "ntapi/Types.h"
+
+namespace Kyr::Lab::SimProduct {
+
+class CBroadcastArea {
+  public:
+    CBroadcastArea() = default;
+    CBroadcastArea(const CBroadcastArea&) = delete;
+    CBroadcastArea& operator=(const CBroadcastArea&) = delete;
+    ~CBroadcastArea();
+
+    /// Makes section and mutex and writes a healthy area. Nothing happens when it is open.
+    void Open();
+    /// Gives section and mutex back, a held mutex included.
+    void Close();
+    bool IsOpen() const { return image_.has_value(); }
+
+    std::uint32_t Value(std::uint32_t index) const;
+    void SetValue(std::uint32_t index, std::uint32_t value);
+
+    std::uint32_t Read(AreaField field) const;
+    void Write(AreaField field, std::uint32_t value);
+    void WriteWord(std::size_t offset, std::uint32_t value);
+    std::uint32_t PlugInPosition() const;
+    void MovePlugIn(std::uint32_t position);
+    /// Ends every lie; the values stay.
+    void Restore();
+
+    /// From now on the word changes between what it is and `value`, as fast as it can.
+    void Flicker(AreaField field, std::uint32_t value);
+
+    /// Takes the mutex and keeps it until Release.
+    void Hold();
+    void Release();
+    bool IsHeld() const { return held_; }
+    /// Lets a thread take the mutex and end without giving it back.
+    void Abandon();
+
+  private:
+    class CTurn;
+
+    void Create();
+    const CAreaImage& Image() const;
+    void Take() const;
+    void StopFlicker();
+
+    NtApi::Handle mutex_ = nullptr;
+    NtApi::Handle section_ = nullptr;
+    void* view_ = nullptr;
+    std::optional<CAreaImage> image_;
+    bool held_ = false;
+    boost::thread flicker_;
+    std::atomic<bool> flickering_{false};
+};
+
+}  // namespace Kyr::Lab::SimProduct

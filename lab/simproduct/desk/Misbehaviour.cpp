@@ -1,0 +1,230 @@
+#include "lab/simproduct/desk/Misbehaviour.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+#include <boost/thread/lock_guard.hpp>
+
+#include "lab/common/CommandWords.h"
+
+namespace Kyr::Lab::SimProduct {
+
+namespace {
+
+enum class Number { kNone, kOptional, kNeeded };
+
+struct FaultRow {
+    Fault fault;
+    const char* name;
+    Number number;
+    const char* description;
+};
+
+constexpr FaultRow kFaults[] = {
+    {Fault::kNoAlpc, "no-alpc", Number::kNone, "do not offer the advanced port"},
+    {Fault::kNoLpc, "no-lpc", Number::kNone, "do not offer the legacy port"},
+    {Fault::kStatus, "status", Number::kNeeded, "status n in the reply header; nothing is done"},
+    {Fault::kCode, "code", Number::kNeeded, "result code n of the port reply; nothing is done"},
+    {Fault::kShort, "short", Number::kNeeded, "the reply cut to n bytes"},
+    {Fault::kHeaderSize, "header-size", Number::kNeeded, "header size n in the reply header"},
+    {Fault::kValue, "value", Number::kNeeded, "value n in the reply header"},
+    {Fault::kOversized, "oversized", Number::kNeeded, "a reply of n bytes"},
+    {Fault::kResultCode, "result-code", Number::kNeeded,
+     "records: a message with result code n instead of the payload"},
+    {Fault::kNoPayload, "no-payload", Number::kNone, "the reply header alone"},
+    {Fault::kBadPayload, "bad-payload", Number::kNone, "a payload that is no protobuf message"},
+    {Fault::kBadLength, "bad-length", Number::kOptional,
+     "n bytes (or one more than there are) announced, the true bytes sent"},
+    {Fault::kDelay, "delay", Number::kNeeded, "the reply comes n milliseconds late"},
+    {Fault::kDrop, "drop", Number::kNone, "the connection is closed instead of a reply"},
+    {Fault::kDie, "die", Number::kNone, "the product's process is ended before it replies"},
+    {Fault::kHang, "hang", Number::kNone, "no reply, ever"},
+    {Fault::kViewMissing, "view-missing", Number::kNone,
+     "a reply too long for a message, without its view (advanced port)"},
+    {Fault::kViewSmall, "view-small", Number::kNone,
+     "a view one byte shorter than announced (advanced port)"},
+};
+
+const FaultRow& RowOf(Fault fault) {
+    return *std::find_if(std::begin(kFaults), std::end(kFaults),
+                         [&](const FaultRow& row) { return row.fault == fault; });
+}
+
+Transport ParseTransport(const std::string& text) {
+    if (text == "alpc") {
+        return Transport::kAlpc;
+    }
+    if (text == "lpc") {
+        return Transport::kLpc;
+    }
+    throw std::invalid_argument("a transport is alpc or lpc");
+}
+
+void ParseLimit(Misbehaviour& result, const std::string& name, const std::string& value) {
+    if (name == "for") {
+        result.remaining = ParseNumber(value);
+        if (result.remaining == 0u) {
+            throw std::invalid_argument("for=0 would be no fault at all");
+        }
+    } else if (name == "transport") {
+        result.transport = ParseTransport(value);
+    } else if (name == "command") {
+        result.command = value == "any" ? std::nullopt : std::optional(ParseNumber32(value));
+    } else if (name == "inner") {
+        result.inner = ParseNumber32(value);
+    } else if (name == "function") {
+        result.function = value;
+    } else {
+        throw std::invalid_argument("unknown limit '" + name + "'");
+    }
+}
+
+/// Twice what clients take at most: enough to be refused, too little to bring this computer down.
+constexpr std::uint32_t kLargestReply = 0x20000000;
+
+bool IsPortFault(Fault fault) {
+    return fault == Fault::kNoAlpc || fault == Fault::kNoLpc;
+}
+
+template <typename Value>
+bool Allows(const std::optional<Value>& limit, const std::optional<Value>& fact) {
+    return !limit || limit == fact;
+}
+
+}  // namespace
+
+bool Misbehaviour::Fits(const RequestFacts& facts) const {
+    const bool needsViews = fault == Fault::kViewMissing || fault == Fault::kViewSmall;
+    return !IsPortFault(fault) && !(needsViews && facts.transport == Transport::kLpc) &&
+           (!transport || transport == facts.transport) && (!command || command == facts.command) &&
+           Allows(inner, facts.inner) && (!function || function == facts.function);
+}
+
+std::string Misbehaviour::Text() const {
+    std::string text = RowOf(fault).name;
+    if (number) {
+        text += ' ' + std::to_string(*number);
+    }
+    if (remaining) {
+        text += " for=" + std::to_string(*remaining);
+    }
+    if (transport) {
+        text += std::string(" transport=") + NameOf(*transport);
+    }
+    if (command != kRequestCommand) {
+        text += " command=" + (command ? std::to_string(*command) : "any");
+    }
+    if (inner) {
+        text += " inner=" + std::to_string(*inner);
+    }
+    if (function) {
+        text += " function=" + *function;
+    }
+    return text;
+}
+
+Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
+    const std::optional<Fault> fault = words.empty() ? std::nullopt : FindFault(words[0]);
+    if (!fault) {
+        throw std::invalid_argument("no such fault; `help` lists them");
+    }
+    Misbehaviour result;
+    result.fault = *fault;
+    for (std::size_t i = 1; i < words.size(); ++i) {
+        const std::size_t equals = words[i].find('=');
+        if (equals != std::string::npos) {
+            ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
+        } else if (i == 1 && RowOf(*fault).number != Number::kNone) {
+            result.number = ParseNumber32(words[i]);
+        } else {
+            throw std::invalid_argument("'" + words[i] + "' is one word too many");
+        }
+    }
+    if (RowOf(*fault).number == Number::kNeeded && !result.number) {
+        throw std::invalid_argument(words[0] + " needs a number");
+    }
+    if (*fault == Fault::kOversized && *result.number > kLargestReply) {
+        throw std::invalid_argument("a reply has at most 536870912 bytes");
+    }
+    if (IsPortFault(*fault) && words.size() > 1) {
+        throw std::invalid_argument(words[0] + " holds for every client until it is cleared");
+    }
+    return result;
+}
+
+std::optional<Fault> FindFault(const std::string& name) {
+    for (const FaultRow& row : kFaults) {
+        if (row.name == name) {
+            return row.fault;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<std::string> DescribeFaults() {
+    std::vector<std::string> lines;
+    for (const FaultRow& row : kFaults) {
+        const char* const number = row.number == Number::kNone       ? ""
+                                   : row.number == Number::kOptional ? " [n]"
+                                                                     : " n";
+        lines.push_back(row.name + std::string(number) + ": " + row.description);
+    }
+    return lines;
+}
+
+void CMisbehaviours::Add(const Misbehaviour& misbehaviour) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    active_.erase(std::remove_if(active_.begin(), active_.end(),
+                                 [&](const Misbehaviour& older) {
+                                     return older.fault == misbehaviour.fault &&
+                                            older.transport == misbehaviour.transport &&
+                                            older.command == misbehaviour.command &&
+                                            older.inner == misbehaviour.inner &&
+                                            older.function == misbehaviour.function;
+                                 }),
+                  active_.end());
+    active_.push_back(misbehaviour);
+}
+
+void CMisbehaviours::Clear(std::optional<Fault> fault) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    active_.erase(
+        std::remove_if(active_.begin(), active_.end(),
+                       [&](const Misbehaviour& one) { return !fault || one.fault == *fault; }),
+        active_.end());
+}
+
+std::vector<Misbehaviour> CMisbehaviours::List() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return active_;
+}
+
+bool CMisbehaviours::Offers(Transport transport) const {
+    const Fault absent = transport == Transport::kAlpc ? Fault::kNoAlpc : Fault::kNoLpc;
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return std::none_of(active_.begin(), active_.end(),
+                        [&](const Misbehaviour& one) { return one.fault == absent; });
+}
+
+std::vector<Misbehaviour> CMisbehaviours::Take(const RequestFacts& facts) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    std::vector<Misbehaviour> taken;
+    for (Misbehaviour& one : active_) {
+        const bool alreadyTaken =
+            std::any_of(taken.begin(), taken.end(),
+                        [&](const Misbehaviour& other) { return other.fault == one.fault; });
+        if (alreadyTaken || !one.Fits(facts)) {
+            continue;
+        }
+        taken.push_back(one);
+        if (one.remaining) {
+            --*one.remaining;
+        }
+    }
+    active_.erase(std::remove_if(active_.begin(), active_.end(),
+                                 [](const Misbehaviour& one) { return one.remaining == 0u; }),
+                  active_.end());
+    return taken;
+}
+
+}  // namespace Kyr::Lab::SimProduct

@@ -1,0 +1,106 @@
+#include "lab/simproduct/processes/LabProcesses.h"
+
+#include <stdexcept>
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimProduct {
+
+CLabProcesses::CLabProcesses(IProcessLauncher& launcher, LineSink sink)
+    : launcher_(launcher), sink_(std::move(sink)) {}
+
+CLabProcesses::~CLabProcesses() {
+    EndAll();
+}
+
+LabProcess CLabProcesses::Start(const std::string& name, const Program& program,
+                                const std::vector<std::string>& arguments) {
+    return Keep("started", name, program,
+                [&] { return launcher_.Launch(program.path, arguments); });
+}
+
+LabProcess CLabProcesses::Adopt(const std::string& name, const Program& program,
+                                std::uint64_t pid) {
+    return Keep("adopted", name, program, [&] { return launcher_.Adopt(program.path, pid); });
+}
+
+LabProcess CLabProcesses::Keep(const char* event, const std::string& name, const Program& program,
+                               const Launch& launch) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    for (const auto& entry : entries_) {
+        if (entry->facts.running && entry->facts.name == name) {
+            throw std::runtime_error("a process named " + name + " is running");
+        }
+    }
+    auto entry = std::make_unique<Entry>();
+    entry->process = launch();
+    entry->facts = {name, entry->process->Pid(), program, true};
+    // Written under the lock: the watcher's `ended` must not overtake it.
+    sink_(CLine(event)
+              .With("pid", entry->facts.pid)
+              .With("name", name)
+              .With("program", program.path)
+              .With("sha256", program.sha256));
+    Entry& kept = *entries_.emplace_back(std::move(entry));
+    watchers_.create_thread([this, &kept] { Watch(kept); });
+    return kept.facts;
+}
+
+std::vector<LabProcess> CLabProcesses::List() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    std::vector<LabProcess> list;
+    for (const auto& entry : entries_) {
+        list.push_back(entry->facts);
+    }
+    return list;
+}
+
+std::optional<LabProcess> CLabProcesses::Find(std::uint64_t pid) const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const Entry* const entry = FindEntry(pid);
+    return entry == nullptr ? std::nullopt : std::optional(entry->facts);
+}
+
+bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by,
+                         const std::function<void()>& onKilled) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    Entry* const entry = FindEntry(pid);
+    if (entry == nullptr || !entry->facts.running || !entry->process->Kill()) {
+        return false;
+    }
+    entry->endedBy = by;
+    if (onKilled) {
+        onKilled();  // under the lock, which the `ended` event needs
+    }
+    return true;
+}
+
+void CLabProcesses::EndAll() {
+    for (const LabProcess& process : List()) {
+        if (process.running) {
+            Kill(process.pid, "product");
+        }
+    }
+    watchers_.join_all();
+}
+
+void CLabProcesses::Watch(Entry& entry) {
+    entry.process->Wait();
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    entry.facts.running = false;
+    sink_(CLine("ended")
+              .With("pid", entry.facts.pid)
+              .With("name", entry.facts.name)
+              .With("by", entry.endedBy));
+}
+
+CLabProcesses::Entry* CLabProcesses::FindEntry(std::uint64_t pid) const {
+    for (auto entry = entries_.rbegin(); entry != entries_.rend(); ++entry) {
+        if ((*entry)->facts.pid == pid) {
+            return entry->get();
+        }
+    }
+    return nullptr;
+}
+
+}  // namespace Kyr::Lab::SimProduct

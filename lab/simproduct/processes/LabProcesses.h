@@ -1,0 +1,81 @@
+// The processes that this product has started and may therefore end.
+//
+// Writes `started`, `adopted` and `ended` events. A process is remembered after its end, so that a
+// request to end it can be answered truthfully; its number may by then belong to somebody else's
+// process, which is never touched.
+//
+// Threads: any. One watching thread a process, which ends with it.
+// Ownership: the launcher must outlive this; the destructor ends and awaits every process.
+// Errors: std::runtime_error from Start and Adopt.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "lab/common/LineWriter.h"
+#include "lab/simproduct/processes/Process.h"
+#include "lab/simproduct/processes/Program.h"
+
+namespace Kyr::Lab::SimProduct {
+
+struct LabProcess {
+    std::string name;
+    std::uint64_t pid = 0;
+    Program program;
+    bool running = true;
+};
+
+class CLabProcesses {
+  public:
+    CLabProcesses(IProcessLauncher& launcher, LineSink sink);
+    ~CLabProcesses();
+
+    /// Starts a program under a name of its own. Refuses a name that a running process has.
+    LabProcess Start(const std::string& name, const Program& program,
+                     const std::vector<std::string>& arguments);
+
+    /// Takes over a process of `program` that a product before this one started.
+    LabProcess Adopt(const std::string& name, const Program& program, std::uint64_t pid);
+
+    std::vector<LabProcess> List() const;
+
+    /// The latest process of that number.
+    std::optional<LabProcess> Find(std::uint64_t pid) const;
+
+    /// Ends a running process; `by` says in its `ended` event who did, and `onKilled` is called
+    /// before that event. False when no process of this product with that number is running.
+    bool Kill(std::uint64_t pid, const std::string& by,
+              const std::function<void()>& onKilled = nullptr);
+
+    /// Ends every process and awaits the watching threads.
+    void EndAll();
+
+  private:
+    struct Entry {
+        LabProcess facts;
+        std::unique_ptr<IProcess> process;
+        std::string endedBy = "itself";
+    };
+
+    using Launch = std::function<std::unique_ptr<IProcess>()>;
+
+    LabProcess Keep(const char* event, const std::string& name, const Program& program,
+                    const Launch& launch);
+    void Watch(Entry& entry);
+    Entry* FindEntry(std::uint64_t pid) const;
+
+    IProcessLauncher& launcher_;  // borrowed
+    const LineSink sink_;
+
+    mutable boost::mutex mutex_;
+    std::vector<std::unique_ptr<Entry>> entries_;  // guarded by mutex_; never shrinks
+    boost::thread_group watchers_;
+};
+
+}  // namespace Kyr::Lab::SimProduct

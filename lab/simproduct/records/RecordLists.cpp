@@ -1,0 +1,63 @@
+#include "lab/simproduct/records/RecordLists.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimProduct {
+
+CRecordLists::CRecordLists(const std::string& path)
+    : file_(std::make_unique<CRecordFile>(path, [this](RecordKind kind, ProductRecord record) {
+          List(kind).push_back(std::move(record));
+      })) {}
+
+std::uint64_t CRecordLists::Append(RecordKind kind, const MakeRecord& make) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    std::vector<ProductRecord>& list = List(kind);
+    const std::uint64_t number = list.size() + 1;
+    ProductRecord record = make(number);
+    if (file_) {
+        file_->Append(kind, record);
+    }
+    list.push_back(std::move(record));
+    return number;
+}
+
+std::uint64_t CRecordLists::Count(RecordKind kind) const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return List(kind).size();
+}
+
+std::vector<ProductRecord> CRecordLists::From(RecordKind kind, std::uint64_t offset) const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const std::vector<ProductRecord>& list = List(kind);
+    std::vector<ProductRecord> batch;
+    std::uint64_t bytes = 0;
+    for (std::uint64_t place = offset; place < list.size(); ++place) {
+        const ProductRecord& record = list[static_cast<std::size_t>(place)];
+        bytes += record.text.size();
+        if (batch.size() == limit_.records || (!batch.empty() && bytes > limit_.bytes)) {
+            break;
+        }
+        batch.push_back(record);
+    }
+    return batch;
+}
+
+BatchLimit CRecordLists::Limit() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return limit_;
+}
+
+void CRecordLists::SetLimit(const BatchLimit& limit) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    limit_ = limit;
+}
+
+std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) {
+    return lists_[static_cast<std::size_t>(kind)];
+}
+
+const std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) const {
+    return lists_[static_cast<std::size_t>(kind)];
+}
+
+}  // namespace Kyr::Lab::SimProduct

@@ -1,0 +1,58 @@
+// What the product answers, in two layers: the reply with its own header, and how that reply is
+// handed to the port.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "lab/simproduct/requests/Bytes.h"
+
+namespace Kyr::Lab::SimProduct {
+
+// Statuses of the reply header. The first two have a meaning for every client (protocol); the
+// others are errors whose numbers are this simulator's own choice.
+constexpr std::uint32_t kStatusDone = 0;
+constexpr std::uint32_t kStatusBufferTooSmall = 5;
+constexpr std::uint32_t kStatusUnknownCommand = 1;
+constexpr std::uint32_t kStatusMalformedRequest = 2;
+constexpr std::uint32_t kStatusUnknownFunction = 3;
+
+// Result codes of the port reply. Success is the protocol's; the others are read as failures.
+constexpr std::uint32_t kCodeDone = 0;
+constexpr std::uint32_t kCodeMalformed = 1;
+constexpr std::uint32_t kCodeUnknownCommand = 3;
+constexpr std::uint32_t kCodeDoesNotFit = 6;
+
+/// The reply to a request command.
+struct InnerReply {
+    std::uint32_t headerSize = 12;
+    std::uint32_t status = kStatusDone;
+    std::optional<std::uint32_t> value;  // nothing: the payload's length
+    Bytes payload;
+};
+
+/// A reply without payload that says why nothing was done.
+InnerReply ErrorReply(std::uint32_t status);
+
+/// u32 header size, u32 status, u32 value, then the payload.
+Bytes EncodeReply(const InnerReply& reply);
+
+/// What a server does about a request.
+struct PortAnswer {
+    enum class Delivery { kReply, kDrop, kHang };
+
+    Delivery delivery = Delivery::kReply;
+    std::uint32_t code = kCodeDone;
+    Bytes bytes;
+    std::optional<std::uint32_t> announcedLength;  // nothing: the length of `bytes`
+    bool withoutView = false;                      // advanced port: a long reply without its view
+    bool smallView = false;                        // advanced port: a view shorter than announced
+    std::string problem;                           // for people: why the body was not understood
+
+    std::uint32_t AnnouncedLength() const {
+        return announcedLength.value_or(static_cast<std::uint32_t>(bytes.size()));
+    }
+};
+
+}  // namespace Kyr::Lab::SimProduct

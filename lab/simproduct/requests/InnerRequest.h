@@ -1,0 +1,45 @@
+// What a request command carries: the messages' own header, then a body that belongs to the inner
+// command. XML bodies name a function and hold named nodes.
+//
+// Errors: CMalformed.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "lab/simproduct/requests/Bytes.h"
+
+namespace Kyr::Lab::SimProduct {
+
+/// The inner command of every XML request (protocol).
+constexpr std::uint32_t kXmlCommand = 2;
+
+struct InnerRequest {
+    std::uint32_t command = 0;
+    Bytes body;
+};
+
+/// Reads the header (u32 12, u32 0x01000600, u32 inner command); the rest is the body.
+InnerRequest DecodeInnerRequest(const Bytes& payload);
+
+struct XmlNode {
+    std::string name;
+    std::string type;
+    std::string value;
+};
+
+struct XmlCall {
+    std::string function;
+    std::vector<XmlNode> nodes;
+
+    /// The value of the first node `name`; nothing when there is none.
+    std::optional<std::string> Find(const std::string& name) const;
+};
+
+/// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, TYPE, VALUE). Elements that do
+/// not belong there are passed over, and DATA may be missing. Text with more than 256 tags is
+/// refused unread.
+XmlCall ParseXmlRequest(const Bytes& body);
+
+}  // namespace Kyr::Lab::SimProduct

@@ -1,0 +1,35 @@
+#include "lab/simproduct/state/Configuration.h"
+
+#include <sstream>
+#include <utility>
+
+#include <boost/thread/lock_guard.hpp>
+
+namespace Kyr::Lab::SimProduct {
+
+void CConfiguration::Replace(std::string text) {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    text_ = std::move(text);
+}
+
+std::string CConfiguration::Text() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return text_;
+}
+
+std::optional<std::string> CConfiguration::Setting(const std::string& name) const {
+    const std::string start = name + '=';
+    std::istringstream lines(Text());
+    std::optional<std::string> value;
+    for (std::string line; std::getline(lines, line);) {
+        if (!line.empty() && line.back() == '\r') {
+            line.pop_back();
+        }
+        if (line.compare(0, start.size(), start) == 0) {
+            value = line.substr(start.size());
+        }
+    }
+    return value;
+}
+
+}  // namespace Kyr::Lab::SimProduct

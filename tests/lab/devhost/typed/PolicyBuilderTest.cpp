@@ -1,0 +1,113 @@
+#include <fstream>
+#include <gmock/gmock.h>
+#include <stdexcept>
+
+#include <boost/filesystem/operations.hpp>
+
+#include "host/proto/common.pb.h"
+#include "lab/devhost/typed/PolicyBuilder.h"
+#include "tests/support/HexBytes.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Common::DataDefinition::Common::CompressedBlob;
+using Lab::DevHost::CCommandArguments;
+
+auto BuildPolicy(std::vector<std::string> words) {
+    CCommandArguments arguments(std::move(words));
+    return Lab::DevHost::BuildPolicy(arguments);
+}
+
+CompressedBlob BlobOf(std::vector<std::string> words) {
+    CompressedBlob blob;
+    EXPECT_TRUE(blob.ParseFromString(BuildPolicy(std::move(words))->GetPolicyBlob()));
+    return blob;
+}
+
+std::vector<unsigned char> DataOf(const CompressedBlob& blob) {
+    return TextBytes(blob.compressed_data());
+}
+
+// The policy message of "abc" (0A 03 and the text) as zlib packs it: its header, one block with
+// fixed codes, which spends eight bits a byte, and the Adler-32 checksum of the five bytes.
+const std::vector<unsigned char> kPackedAbc = HexBytes("78 9C E3 62 4E 4C 4A 06 00 02 8D 01 34");
+
+TEST(PolicyBuilderTest, TextIsPackedAndItsLengthStated) {
+    const CompressedBlob blob = BlobOf({"text=abc"});
+
+    EXPECT_EQ(blob.uncompressed_length(), 5u);
+    EXPECT_EQ(DataOf(blob), kPackedAbc);
+}
+
+TEST(PolicyBuilderTest, FileIsReadByteByByte) {
+    const auto path =
+        (boost::filesystem::temp_directory_path() / boost::filesystem::unique_path()).string();
+    std::ofstream(path, std::ios::binary) << "abc";
+
+    const CompressedBlob blob = BlobOf({"file=" + path});
+    boost::filesystem::remove(path);
+
+    EXPECT_EQ(DataOf(blob), kPackedAbc);
+}
+
+TEST(PolicyBuilderTest, TextIsRepeatedAsOftenAsWanted) {
+    EXPECT_EQ(DataOf(BlobOf({"text=abc", "repeat=1"})), kPackedAbc);
+    EXPECT_EQ(BlobOf({"text=abc", "repeat=0"}).uncompressed_length(), 2u);
+    // 70000 bytes behind the tag and a length of three bytes; so many equal ones take few.
+    const CompressedBlob blob = BlobOf({"text=ab", "repeat=35000"});
+    EXPECT_EQ(blob.uncompressed_length(), 70004u);
+    EXPECT_LT(blob.compressed_data().size(), 1000u);
+}
+
+TEST(PolicyBuilderTest, RepeatThatIsNoNumberIsRefused) {
+    EXPECT_THROW(BuildPolicy({"text=a", "repeat=often"}), std::invalid_argument);
+}
+
+TEST(PolicyBuilderTest, LengthCanBeALie) {
+    const CompressedBlob blob = BlobOf({"text=abc", "length=9223372036854775808"});
+
+    EXPECT_EQ(blob.uncompressed_length(), 9223372036854775808u);
+    EXPECT_EQ(DataOf(blob), kPackedAbc);
+}
+
+TEST(PolicyBuilderTest, BrokenStreamStatesTheLengthThatItShouldHave) {
+    const CompressedBlob blob = BlobOf({"text=abc", "broken=stream"});
+
+    EXPECT_EQ(blob.uncompressed_length(), 5u);
+    EXPECT_EQ(DataOf(blob), HexBytes("FF FF FF"));
+}
+
+TEST(PolicyBuilderTest, BrokenPolicyIsPackedWell) {
+    const CompressedBlob blob = BlobOf({"text=abc", "broken=policy"});
+
+    EXPECT_EQ(blob.uncompressed_length(), 3u);
+    EXPECT_THAT(blob.compressed_data(), ::testing::StartsWith("\x78\x9C"));
+}
+
+TEST(PolicyBuilderTest, BrokenBlobIsNoBlob) {
+    const std::string bytes = BuildPolicy({"text=abc", "broken=blob"})->GetPolicyBlob();
+
+    EXPECT_FALSE(bytes.empty());
+    EXPECT_FALSE(CompressedBlob().ParseFromString(bytes));
+}
+
+TEST(PolicyBuilderTest, MessageIsReadOnlyBeforeItIsPublished) {
+    EXPECT_TRUE(BuildPolicy({"text="})->IsReadOnly());
+}
+
+TEST(PolicyBuilderTest, FileAndTextAreOneTooMany) {
+    EXPECT_THROW(BuildPolicy({"file=a", "text=b"}), std::invalid_argument);
+    EXPECT_THROW(BuildPolicy({}), std::invalid_argument);
+}
+
+TEST(PolicyBuilderTest, OtherWordsForBrokenAreRefused) {
+    EXPECT_THROW(BuildPolicy({"text=a", "broken=all"}), std::invalid_argument);
+}
+
+TEST(PolicyBuilderTest, FileThatIsNotThereIsAnError) {
+    EXPECT_THROW(BuildPolicy({"file=/nowhere/at/all"}), std::runtime_error);
+}
+
+}  // namespace
+}  // namespace Kyr::Test

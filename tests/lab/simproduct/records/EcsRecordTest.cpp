@@ -1,0 +1,56 @@
+#include <gtest/gtest.h>
+
+#include "lab/simproduct/records/EcsRecord.h"
+
+namespace Kyr::Lab::SimProduct {
+namespace {
+
+// 1700000000 is 2023-11-14T22:13:20 UTC.
+const EcsEvent kStart{12, 1700000000, "event", "process", "start", "process-started"};
+
+TEST(EcsRecordTest, ProcessIsDescribedInNestedFields) {
+    EXPECT_EQ(
+        "{\"@timestamp\":\"2023-11-14T22:13:20Z\",\"ecs\":{\"version\":\"8.11.0\"},"
+        "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
+        "\"sequence\":12,\"type\":[\"start\"]},"
+        "\"process\":{\"pid\":77,\"parent\":{\"pid\":7},\"name\":\"sh\","
+        "\"executable\":\"/bin/sh\",\"hash\":{\"sha256\":\"ab\"}},"
+        "\"user\":{\"id\":\"1000\"}}",
+        ProcessRecord(kStart, {77, 7, "sh", "/bin/sh", "ab", "1000"}));
+}
+
+TEST(EcsRecordTest, WhatIsNotKnownIsMissing) {
+    EXPECT_EQ(
+        "{\"@timestamp\":\"2023-11-14T22:13:20Z\",\"ecs\":{\"version\":\"8.11.0\"},"
+        "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
+        "\"sequence\":12,\"type\":[\"start\"]},"
+        "\"process\":{\"pid\":77}}",
+        ProcessRecord(kStart, {77, 0, "", "", "", ""}));
+}
+
+TEST(EcsRecordTest, QuotesInANameAreEscaped) {
+    EXPECT_NE(std::string::npos,
+              ProcessRecord(kStart, {77, 0, "a\"b", "", "", ""}).find("\"name\":\"a\\\"b\""));
+}
+
+TEST(EcsRecordTest, BytesOfANameThatAreNoTextAreLeftOut) {
+    EXPECT_NE(
+        std::string::npos,
+        ProcessRecord(kStart, {77, 0, "a\xFF\xC3\xA9", "", "", ""}).find("\"name\":\"a\xC3\xA9\""));
+}
+
+TEST(EcsRecordTest, SampleHasTheWantedSize) {
+    EXPECT_EQ(1024u, SampleRecord(kStart, 1024).size());
+}
+
+TEST(EcsRecordTest, SampleThatWouldBeTooSmallHasAnEmptyMessage) {
+    EXPECT_NE(std::string::npos, SampleRecord(kStart, 1).find(",\"message\":\"\"}"));
+}
+
+TEST(EcsRecordTest, TimeBeyondThirtyTwoBitsIsWritten) {
+    EXPECT_EQ("1970-01-01T00:00:00Z", IsoTime(0));
+    EXPECT_EQ("2106-02-07T06:28:16Z", IsoTime(4294967296));
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimProduct

@@ -1,0 +1,111 @@
+#include <gtest/gtest.h>
+
+#include "lab/simproduct/requests/InnerRequest.h"
+#include "tests/lab/simproduct/Requests.h"
+
+namespace Kyr::Lab::SimProduct {
+namespace {
+
+using Test::HexBytes;
+using Test::TextBytes;
+
+TEST(InnerRequestTest, BodyFollowsTheHeader) {
+    const InnerRequest request =
+        DecodeInnerRequest(HexBytes("0C 00 00 00 00 06 00 01 02 00 10 00 AA BB"));
+
+    EXPECT_EQ(0x00100002u, request.command);
+    EXPECT_EQ((Bytes{0xAA, 0xBB}), request.body);
+}
+
+TEST(InnerRequestTest, HeaderAloneHasAnEmptyBody) {
+    EXPECT_TRUE(DecodeInnerRequest(HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")).body.empty());
+}
+
+TEST(InnerRequestTest, AnotherHeaderSizeIsRefused) {
+    EXPECT_THROW(DecodeInnerRequest(HexBytes("0D 00 00 00 00 06 00 01 02 00 00 00 00")),
+                 CMalformed);
+}
+
+TEST(InnerRequestTest, AnotherMarkerIsRefused) {
+    EXPECT_THROW(DecodeInnerRequest(HexBytes("0C 00 00 00 00 06 01 01 02 00 00 00")), CMalformed);
+}
+
+TEST(InnerRequestTest, ShortHeaderIsRefused) {
+    EXPECT_THROW(DecodeInnerRequest(HexBytes("0C 00 00 00 00 06 00 01 02 00 00")), CMalformed);
+}
+
+TEST(XmlRequestTest, FunctionAndNodesAreRead) {
+    const XmlCall request = ParseXmlRequest(TextBytes(
+        "<?xml version=\"1.0\" encoding=\"utf-8\"?><TULK><MESSAGE VERSION=\"1\"><REQUEST "
+        "FUNCTION=\"BLOCK_EXECUTABLE_BY_HASH\"><DATA>"
+        "<NODE NAME=\"HASH_SHA1\" TYPE=\"STRING\" VALUE=\"\" />"
+        "<NODE NAME=\"DELETE\" TYPE=\"DWORD\" VALUE=\"1\" /></DATA></REQUEST></MESSAGE></TULK>"));
+
+    EXPECT_EQ("BLOCK_EXECUTABLE_BY_HASH", request.function);
+    ASSERT_EQ(2u, request.nodes.size());
+    EXPECT_EQ("HASH_SHA1", request.nodes[0].name);
+    EXPECT_EQ("STRING", request.nodes[0].type);
+    EXPECT_EQ("DWORD", request.nodes[1].type);
+    EXPECT_EQ("", request.Find("HASH_SHA1"));
+    EXPECT_EQ("1", request.Find("DELETE"));
+    EXPECT_EQ(std::nullopt, request.Find("PID"));
+}
+
+TEST(XmlRequestTest, RequestWithoutDataHasNoNodes) {
+    const XmlCall request = ParseXmlRequest(TextBytes(
+        "<TULK><MESSAGE VERSION=\"1\"><REQUEST FUNCTION=\"GET_ENCRYPTION_STORAGE_STATUS\">"
+        "</REQUEST></MESSAGE></TULK>"));
+
+    EXPECT_EQ("GET_ENCRYPTION_STORAGE_STATUS", request.function);
+    EXPECT_TRUE(request.nodes.empty());
+}
+
+TEST(XmlRequestTest, OtherElementsArePassedOver) {
+    const XmlCall request = ParseXmlRequest(
+        TextBytes("<TULK><MESSAGE><OTHER/><REQUEST FUNCTION=\"F\"><DATA><!-- -->"
+                  "<OTHER/><NODE NAME=\"A\" VALUE=\"1\"/></DATA></REQUEST></MESSAGE></TULK>"));
+
+    ASSERT_EQ(1u, request.nodes.size());
+    EXPECT_EQ("1", request.Find("A"));
+}
+
+TEST(XmlRequestTest, TextThatNestsForeverIsRefused) {
+    std::string text;
+    for (int i = 0; i < 100000; ++i) {
+        text += "<a>";
+    }
+    try {
+        ParseXmlRequest(TextBytes(text));
+        ADD_FAILURE() << "was read";
+    } catch (const CMalformed& problem) {
+        EXPECT_STREQ("the request's XML has more than 256 tags", problem.what());
+    }
+}
+
+TEST(XmlRequestTest, TextOf256TagsIsRead) {
+    // Three elements around it open and close, REQUEST's 250 children are closed by themselves.
+    std::string text = "<TULK><MESSAGE><REQUEST FUNCTION=\"F\">";
+    for (int i = 0; i < 250; ++i) {
+        text += "<a/>";
+    }
+    text += "</REQUEST></MESSAGE></TULK>";
+    EXPECT_EQ("F", ParseXmlRequest(TextBytes(text)).function);
+    EXPECT_THROW(ParseXmlRequest(TextBytes(text + "<")), CMalformed);
+}
+
+class MalformedXmlTest : public ::testing::TestWithParam<const char*> {};
+
+TEST_P(MalformedXmlTest, IsRefused) {
+    EXPECT_THROW(ParseXmlRequest(TextBytes(GetParam())), CMalformed);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    XmlRequestTest, MalformedXmlTest,
+    ::testing::Values("", "<TULK>", "<TULK></TULK>", "<TULK><MESSAGE><REQUEST/></MESSAGE></TULK>",
+                      "<TULK><MESSAGE><REQUEST FUNCTION=\"F\"><DATA><NODE NAME=\"A\"/></DATA>"
+                      "</REQUEST></MESSAGE></TULK>",
+                      "<TULK><MESSAGE><REQUEST FUNCTION=\"F\"><DATA><NODE VALUE=\"A\"/></DATA>"
+                      "</REQUEST></MESSAGE></TULK>"));
+
+}  // namespace
+}  // namespace Kyr::Lab::SimProduct

@@ -1,0 +1,82 @@
+#include <gmock/gmock.h>
+
+#include <boost/make_shared.hpp>
+
+#include "lab/simproduct/typed/RecordListCommands.h"
+#include "tests/lab/simproduct/typed/GroupFixture.h"
+#include "tests/support/ManualClock.h"
+
+namespace Kyr::Lab::SimProduct {
+namespace {
+
+using Test::CManualClock;
+using ::testing::ElementsAre;
+using ::testing::StartsWith;
+
+class RecordListCommandsTest : public GroupFixture {
+  protected:
+    ConsoleCommandGroup Group() override {
+        return RecordListCommands(lists_, boost::make_shared<CManualClock>(), lines_.Sink());
+    }
+
+    ProductRecord Record(RecordKind kind, std::uint64_t number) const {
+        return lists_.From(kind, number - 1).at(0);
+    }
+
+    CRecordLists lists_;
+};
+
+TEST_F(RecordListCommandsTest, CountsAndLimitsAreTold) {
+    EXPECT_THAT(Execute("records"),
+                ElementsAre("answer command=records indicator=0 telemetry=0 action=0 batch=1000 "
+                            "bytes=1048576"));
+}
+
+TEST_F(RecordListCommandsTest, AppendedRecordsAreCounted) {
+    EXPECT_THAT(Execute("records append telemetry count=3"),
+                ElementsAre(StartsWith("answer command=records indicator=0 telemetry=3 action=0")));
+}
+
+TEST_F(RecordListCommandsTest, RecordCarriesItsNumber) {
+    Execute("records append indicator count=2");
+    EXPECT_THAT(Record(RecordKind::kIndicator, 2).text, ::testing::HasSubstr("\"sequence\":2"));
+}
+
+TEST_F(RecordListCommandsTest, RecordHasTheWantedSize) {
+    Execute("records append indicator size=500");
+    EXPECT_EQ(500u, Record(RecordKind::kIndicator, 1).text.size());
+}
+
+TEST_F(RecordListCommandsTest, TextReplacesTheMadeUpRecord) {
+    Execute("records append telemetry text=\"two words\"");
+    EXPECT_EQ("two words", Record(RecordKind::kTelemetry, 1).text);
+}
+
+TEST_F(RecordListCommandsTest, ActionsBlockUnlessTypesAreNamed) {
+    Execute("records append action");
+    Execute("records append action type=1,3,2 count=4");
+
+    EXPECT_EQ(3, Record(RecordKind::kAction, 1).actionType);
+    EXPECT_EQ(1, Record(RecordKind::kAction, 2).actionType);
+    EXPECT_EQ(3, Record(RecordKind::kAction, 3).actionType);
+    EXPECT_EQ(2, Record(RecordKind::kAction, 4).actionType);
+    EXPECT_EQ(1, Record(RecordKind::kAction, 5).actionType);
+}
+
+TEST_F(RecordListCommandsTest, LimitsAreSetOneByOne) {
+    Execute("records limit batch=5");
+    EXPECT_THAT(Execute("records limit bytes=7"),
+                ElementsAre(::testing::EndsWith("batch=5 bytes=7")));
+}
+
+TEST_F(RecordListCommandsTest, WhatIsNotUnderstoodIsRefused) {
+    for (const char* line :
+         {"records append", "records append tasks", "records append action kind=3",
+          "records append action count=many", "records append action type=3,", "records limit 5",
+          "records remove"}) {
+        EXPECT_NE("", Refusal(line)) << line;
+    }
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::SimProduct
