@@ -192,11 +192,13 @@ TEST_F(WatchLifeTest, InterruptedThreadJoinsTheWatchAllTheSame) {
 // has not left when the module connects again.
 TEST_F(WatchLifeTest, RequestedStopEndsAWatchThatWaitsForTheEarlierOne) {
     InitializeAndConnect();
+    std::promise<void> inBus;
     std::promise<void> interrupted;
     std::promise<void> busIsFree;
     std::atomic<bool> first{true};
     host_.bus->OnPublish([&](const auto&) {
         if (first.exchange(false)) {
+            inBus.set_value();
             EXPECT_TRUE(Kyr::Test::AwaitInterruption());
             interrupted.set_value();
             busIsFree.get_future().wait();
@@ -204,6 +206,7 @@ TEST_F(WatchLifeTest, RequestedStopEndsAWatchThatWaitsForTheEarlierOne) {
     });
     SilenceProduct();
     clock_->Advance(std::chrono::seconds(5));
+    inBus.get_future().wait();
     auto earlier = std::async(std::launch::async, [this] { module_->Interrupt(); });
     interrupted.get_future().wait();
     alpc_->standingPing = {0, {}};
