@@ -12,7 +12,7 @@
 #include "kelcomm/OvAgentChannel.h"
 #include "lab/simproduct/area/AreaImage.h"
 #include "portlayer/ServerFunctions.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace {
 

@@ -16,7 +16,7 @@
 #include "logs/OvAgentRequest.h"
 #include "module/OvAgentConnectorModule.h"
 #include "module/PeriodicWatch.h"
-#include "tests/support/FakeHost.h"
+#include "tests/support/host/FakeHost.h"
 
 namespace {
 

@@ -13,7 +13,7 @@
 #include "kelcomm/client/Buffer.h"
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace {
 

@@ -8,7 +8,7 @@
 
 #include "base/LittleEndian.h"
 #include "kelcomm/ports/KelcommClientNt.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace {
 

@@ -14,8 +14,8 @@
 
 #include "base/LittleEndian.h"
 #include "kelcomm/OvAgentChannel.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace {
 

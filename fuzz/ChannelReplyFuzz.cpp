@@ -15,7 +15,7 @@
 
 #include "kelcomm/KelcommChannel.h"
 #include "kelcomm/KelcommChannelBuffer.h"
-#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace {
 

@@ -11,8 +11,8 @@
 
 #include "connector/IMessagePublisher.h"
 #include "host/database/IMapper.h"
-#include "tests/support/FakeDatabase.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/host/FakeDatabase.h"
+#include "tests/support/host/LogCapture.h"
 
 namespace Kyr::Fuzz {
 

@@ -13,7 +13,7 @@
 #include "connector/Subscriber.h"
 #include "host/message/OvAgentTasks.h"
 #include "logs/OvAgentRequest.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Fuzz {
 

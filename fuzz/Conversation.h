@@ -27,8 +27,8 @@
 
 #include "fuzz/TurnClock.h"
 #include "module/OvAgentConnectorModule.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Fuzz {
 

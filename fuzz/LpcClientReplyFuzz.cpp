@@ -10,7 +10,7 @@
 #include "base/LittleEndian.h"
 #include "fuzz/ReplyStatus.h"
 #include "kelcomm/ports/KelcommClientNt.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace {
 

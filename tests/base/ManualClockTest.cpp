@@ -6,7 +6,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "base/Mutex.h"
-#include "tests/support/ManualClock.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Test {
 namespace {

@@ -3,7 +3,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/DeliveryContext.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

@@ -7,8 +7,8 @@
 #include <boost/make_shared.hpp>
 
 #include "connector/GenericModule.h"
-#include "tests/support/FakeHost.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/FakeHost.h"
 
 namespace Kyr::Common::Module {
 namespace {

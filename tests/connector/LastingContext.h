@@ -8,7 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "host/kernel/IDeliveryContext.h"
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Connectors::Common {
 

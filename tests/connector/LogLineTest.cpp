@@ -9,9 +9,9 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/LogLine.h"
-#include "tests/support/Await.h"
 #include "tests/support/GroupingLocale.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

@@ -14,11 +14,11 @@
 #include "connector/DeliveryContext.h"
 #include "connector/MessageProcessorThreadHolder.h"
 #include "tests/connector/LastingContext.h"
-#include "tests/support/Await.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TestMessage.h"
 #include "tests/support/VirtualSlot.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/Await.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

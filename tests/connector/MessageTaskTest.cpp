@@ -5,7 +5,7 @@
 #include "connector/MessageTask.h"
 #include "connector/TaskExceptions.h"
 #include "connector/channel/ErrorReplyChannelException.h"
-#include "tests/support/ScriptedTask.h"
+#include "tests/connector/ScriptedTask.h"
 #include "tests/support/VirtualSlot.h"
 
 namespace Kyr::Connectors::Common {

@@ -13,12 +13,12 @@
 #include "connector/TaskExceptions.h"
 #include "host/message/OvAgentTasks.h"
 #include "logs/EventLog.h"
-#include "tests/support/Await.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/ScriptedModule.h"
-#include "tests/support/ScriptedTask.h"
-#include "tests/support/TestMessage.h"
+#include "tests/connector/ScriptedModule.h"
+#include "tests/connector/ScriptedTask.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/Await.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
 

@@ -4,7 +4,7 @@
 #include <boost/thread/locks.hpp>
 
 #include "connector/RecursiveLock.h"
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

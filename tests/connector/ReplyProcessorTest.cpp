@@ -5,10 +5,10 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/ReplyProcessor.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Common::Module {
 namespace {

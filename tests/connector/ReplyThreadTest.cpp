@@ -7,9 +7,9 @@
 #include <boost/make_shared.hpp>
 
 #include "connector/ReplyThread.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

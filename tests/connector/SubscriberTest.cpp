@@ -7,8 +7,8 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/Subscriber.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Common::Module {
 namespace {

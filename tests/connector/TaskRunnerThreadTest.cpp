@@ -9,10 +9,10 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/TaskRunner.h"
-#include "tests/support/Await.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/RecordingPublisher.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
+#include "tests/support/time/Await.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

@@ -4,7 +4,7 @@
 #include "connector/MessageProcessorThreadHolder.h"
 #include "host/module/Response.h"
 #include "tests/connector/ModuleFixture.h"
-#include "tests/support/NoThreads.h"
+#include "tests/support/system/NoThreads.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

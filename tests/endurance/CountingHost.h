@@ -16,7 +16,7 @@
 
 #include "host/kernel/Resources.h"
 #include "tests/endurance/TaskLedger.h"
-#include "tests/support/FakeHost.h"
+#include "tests/support/host/FakeHost.h"
 
 namespace Kyr::Endurance {
 

@@ -6,7 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include "host/message/OvAgentTasks.h"
-#include "tests/endurance/HurryingClock.h"
+#include "tests/support/time/HurryingClock.h"
 
 namespace Kyr::Endurance {
 

@@ -7,7 +7,7 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandWords.h"
 #include "tests/endurance/Endurance.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace {
 

@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "fuzz/Replay.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Fuzz {
 namespace {

@@ -9,8 +9,8 @@
 
 #include <boost/make_shared.hpp>
 
-#include "tests/support/FakeKelcommClient.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Test {
 

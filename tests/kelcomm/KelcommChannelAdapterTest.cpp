@@ -8,9 +8,9 @@
 #include "kelcomm/KelcommChannelAdapter.h"
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "tests/kelcomm/ChannelFixture.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
 namespace {

@@ -3,10 +3,10 @@
 #include "kelcomm/OvAgentChannel.h"
 #include "kelcomm/native/NativeFunctions.h"
 #include "tests/kelcomm/ChannelFixture.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/ScriptedNative.h"
 #include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
+#include "tests/support/system/ScriptedNative.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

@@ -6,9 +6,9 @@
 #include "host/logs/LogDescriptorMapOverride.h"
 #include "logs/EventLog.h"
 #include "tests/support/GroupingLocale.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Common::Message::Logs {
 namespace {

@@ -1,8 +1,8 @@
 #include <gtest/gtest.h>
 
 #include "logs/OvAgentRequest.h"
-#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Common::Message::Connectors::OvAgentConnector {
 namespace {

@@ -10,8 +10,8 @@
 #include "logs/MultiProductStatusLog.h"
 #include "logs/StatusLog.h"
 #include "logs/SymbolContainer.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Test {
 

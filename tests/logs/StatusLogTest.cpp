@@ -2,7 +2,7 @@
 
 #include "logs/StatusLog.h"
 #include "tests/logs/StatusLogFixture.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Common::Message::Logs {
 namespace {

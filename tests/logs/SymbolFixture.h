@@ -9,8 +9,8 @@
 
 #include "host/logs/LogDescriptorMapOverride.h"
 #include "logs/SymbolContainer.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Test {
 

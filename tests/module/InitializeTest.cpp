@@ -7,8 +7,8 @@
 #include <boost/make_shared.hpp>
 
 #include "tests/module/LoadedLibrary.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Test {
 namespace {

@@ -5,7 +5,7 @@
 
 #include "tests/module/ExportedNames.h"
 #include "tests/module/LoadedLibrary.h"
-#include "tests/support/FakeHost.h"
+#include "tests/support/host/FakeHost.h"
 
 namespace Kyr::Test {
 namespace {

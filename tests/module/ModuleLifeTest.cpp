@@ -6,8 +6,8 @@
 #include "host/message/OvAgentTasks.h"
 #include "logs/MultiProductStatusLog.h"
 #include "tests/module/LoadedLibrary.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Test {
 namespace {

@@ -14,10 +14,10 @@
 #include <boost/make_shared.hpp>
 
 #include "module/OvAgentConnectorModule.h"
-#include "tests/support/Await.h"
-#include "tests/support/FakeHost.h"
-#include "tests/support/FakeKelcommClient.h"
-#include "tests/support/ManualClock.h"
+#include "tests/support/host/FakeHost.h"
+#include "tests/support/product/FakeKelcommClient.h"
+#include "tests/support/time/Await.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 

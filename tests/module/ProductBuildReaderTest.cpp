@@ -3,7 +3,7 @@
 #include <limits>
 
 #include "module/ProductBuildReader.h"
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

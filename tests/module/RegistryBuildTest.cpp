@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "module/ProductBuildReader.h"
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

@@ -6,8 +6,8 @@
 
 #include "module/ProductBuildReader.h"
 #include "portlayer/RunFiles.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

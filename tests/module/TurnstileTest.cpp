@@ -4,7 +4,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "module/Turnstile.h"
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

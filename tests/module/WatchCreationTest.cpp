@@ -4,8 +4,8 @@
 #include "logs/StatusLog.h"
 #include "tests/connector/tasks/SmallPolicy.h"
 #include "tests/module/OvModuleFixture.h"
-#include "tests/support/NoThreads.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/system/NoThreads.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

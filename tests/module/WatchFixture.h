@@ -15,8 +15,8 @@
 
 #include "base/Clock.h"
 #include "module/PeriodicWatch.h"
-#include "tests/support/FakeDatabase.h"
-#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/host/FakeDatabase.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 

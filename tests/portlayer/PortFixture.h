@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "tests/portlayer/PortBackend.h"
-#include "tests/support/RunDirectory.h"
+#include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Test {
 

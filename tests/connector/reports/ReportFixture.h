@@ -10,8 +10,8 @@
 
 #include "connector/reports/Reporter.h"
 #include "host/logs/ISymbolContainer.h"
-#include "tests/support/ManualClock.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
 

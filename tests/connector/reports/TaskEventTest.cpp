@@ -3,7 +3,7 @@
 #include "connector/reports/TaskEvent.h"
 #include "host/message/OvAgentTasks.h"
 #include "tests/connector/reports/ReportFixture.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Connectors::Common {
 namespace {

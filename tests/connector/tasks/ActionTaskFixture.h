@@ -9,8 +9,8 @@
 #include <boost/make_shared.hpp>
 
 #include "host/message/OvAgentTasks.h"
-#include "tests/support/FakeChannel.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/product/FakeChannel.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 

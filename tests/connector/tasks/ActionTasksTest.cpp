@@ -7,7 +7,7 @@
 #include "connector/tasks/WinOvBlockExecutableByHashTask.h"
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
 #include "tests/connector/tasks/ActionTaskFixture.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

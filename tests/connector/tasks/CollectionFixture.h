@@ -13,12 +13,12 @@
 #include "connector/TaskExceptions.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/OvAgentRequest.h"
-#include "tests/support/FakeChannel.h"
-#include "tests/support/FakeDatabase.h"
 #include "tests/support/HexBytes.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/RecordingPublisher.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/FakeDatabase.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
+#include "tests/support/product/FakeChannel.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 

@@ -15,13 +15,13 @@
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "logs/StatusLog.h"
-#include "tests/support/FakeChannel.h"
 #include "tests/support/HexBytes.h"
-#include "tests/support/LogCapture.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/RecordingPublisher.h"
-#include "tests/support/TestMessage.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
+#include "tests/support/host/TestMessage.h"
+#include "tests/support/product/FakeChannel.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 

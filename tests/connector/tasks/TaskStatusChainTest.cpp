@@ -5,7 +5,7 @@
 #include "kelcomm/KelcommChannelAdapter.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
 #include "tests/connector/tasks/TaskOutcomeReply.h"
-#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 namespace {

@@ -7,7 +7,7 @@
 #include "logs/DataMinerMessages.h"
 #include "tests/connector/tasks/CollectionFixture.h"
 #include "tests/support/GroupingLocale.h"
-#include "tests/support/TestMessage.h"
+#include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {

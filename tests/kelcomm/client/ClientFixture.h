@@ -11,7 +11,7 @@
 
 #include "kelcomm/client/IKelcommClient.h"
 #include "tests/support/HexBytes.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace Kyr::Test {
 

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "tests/support/FakeKelcommClient.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Test {
 

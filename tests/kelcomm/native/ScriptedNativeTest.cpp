@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace Kyr::Test {
 

@@ -8,7 +8,7 @@
 
 #include "kelcomm/ports/AlpcViews.h"
 #include "tests/support/AllocationWatch.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace Kyr::Test {
 

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "kelcomm/ports/LocalSystem.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace Kyr::Test {
 

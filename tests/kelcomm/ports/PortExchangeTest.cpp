@@ -18,7 +18,7 @@
 #include "portlayer/ServerFunctions.h"
 #include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/support/HexBytes.h"
-#include "tests/support/RunDirectory.h"
+#include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Test {
 

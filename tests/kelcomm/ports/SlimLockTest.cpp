@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "kelcomm/ports/SlimLock.h"
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 namespace Kyr::Test {
 

@@ -3,7 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "lab/crashtest/CrashTest.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {

@@ -2,7 +2,7 @@
 #include <gtest/gtest.h>
 
 #include "lab/crashtest/StoreReader.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {

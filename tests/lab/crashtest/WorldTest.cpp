@@ -5,7 +5,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/crashtest/World.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {

@@ -6,7 +6,7 @@
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/resources/Resources.h"
 #include "tests/lab/common/LineList.h"
-#include "tests/support/ManualClock.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Test {
 namespace {

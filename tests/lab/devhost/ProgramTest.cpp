@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "lab/devhost/database/Database.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

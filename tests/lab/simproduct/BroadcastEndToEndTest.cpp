@@ -6,9 +6,9 @@
 #include "lab/runner/Actor.h"
 #include "portlayer/LiveCounters.h"
 #include "tests/kelcomm/native/LayerFunctions.h"
-#include "tests/support/InstalledProduct.h"
-#include "tests/support/RunDirectory.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/product/InstalledProduct.h"
+#include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

@@ -9,8 +9,8 @@
 
 #include "lab/runner/Actor.h"
 #include "portlayer/LiveCounters.h"
-#include "tests/support/InstalledProduct.h"
-#include "tests/support/RunDirectory.h"
+#include "tests/support/product/InstalledProduct.h"
+#include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Lab::SimProduct {
 

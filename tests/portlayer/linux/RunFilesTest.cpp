@@ -6,7 +6,7 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "portlayer/RunFiles.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

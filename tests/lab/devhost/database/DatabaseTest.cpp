@@ -3,8 +3,8 @@
 #include <stdexcept>
 
 #include "lab/devhost/database/Database.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/UuidText.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

@@ -3,7 +3,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/database/Database.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

@@ -6,7 +6,7 @@
 #include "logs/DataMinerMessages.h"
 #include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "lab/devhost/resources/SteppedDatabase.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {

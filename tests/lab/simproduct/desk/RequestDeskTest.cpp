@@ -8,7 +8,7 @@
 #include "lab/simproduct/desk/RequestDesk.h"
 #include "tests/lab/simproduct/ProductFixture.h"
 #include "tests/lab/simproduct/Requests.h"
-#include "tests/support/ManualClock.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 #include "lab/simproduct/records/RecordLists.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

@@ -4,8 +4,8 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "lab/simproduct/state/Registration.h"
-#include "tests/support/RunDirectory.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

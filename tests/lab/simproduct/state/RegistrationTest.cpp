@@ -4,7 +4,7 @@
 
 #include "lab/simproduct/state/Registration.h"
 #include "module/ProductBuildReader.h"
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

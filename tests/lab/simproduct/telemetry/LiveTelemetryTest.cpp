@@ -6,8 +6,8 @@
 
 #include "lab/simproduct/telemetry/LiveTelemetry.h"
 #include "tests/lab/common/LineList.h"
-#include "tests/support/ManualClock.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/system/TemporaryFolder.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

@@ -6,8 +6,8 @@
 #include "lab/common/CommandWords.h"
 #include "lab/simproduct/typed/AreaCommands.h"
 #include "tests/lab/common/LineList.h"
-#include "tests/support/TemporaryFolder.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

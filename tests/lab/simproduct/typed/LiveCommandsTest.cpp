@@ -4,7 +4,7 @@
 
 #include "lab/simproduct/typed/LiveCommands.h"
 #include "tests/lab/simproduct/typed/GroupFixture.h"
-#include "tests/support/ManualClock.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {

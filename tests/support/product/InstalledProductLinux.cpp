@@ -3,8 +3,8 @@
 
 #include <boost/filesystem/operations.hpp>
 
-#include "tests/support/InstalledProduct.h"
-#include "tests/support/TemporaryFolder.h"
+#include "tests/support/product/InstalledProduct.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 

@@ -1,6 +1,6 @@
 #include <Poco/Util/WinRegistryKey.h>
 
-#include "tests/support/InstalledProduct.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Test {
 

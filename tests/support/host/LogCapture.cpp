@@ -1,4 +1,4 @@
-#include "tests/support/LogCapture.h"
+#include "tests/support/host/LogCapture.h"
 
 #include <algorithm>
 #include <ostream>
@@ -6,7 +6,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Test {
 

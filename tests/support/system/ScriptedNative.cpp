@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedNative.h"
+#include "tests/support/system/ScriptedNative.h"
 
 #include <stdexcept>
 

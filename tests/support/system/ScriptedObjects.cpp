@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedObjects.h"
+#include "tests/support/system/ScriptedObjects.h"
 
 #include <algorithm>
 #include <iterator>

@@ -9,8 +9,8 @@
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
-#include "tests/support/Current.h"
-#include "tests/support/ScriptedObjects.h"
+#include "tests/support/system/Current.h"
+#include "tests/support/system/ScriptedObjects.h"
 
 namespace Kyr::Test {
 

@@ -1,4 +1,4 @@
-#include "tests/support/ManualClock.h"
+#include "tests/support/time/ManualClock.h"
 
 #include <algorithm>
 

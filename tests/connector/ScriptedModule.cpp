@@ -1,11 +1,11 @@
-#include "tests/support/ScriptedModule.h"
+#include "tests/connector/ScriptedModule.h"
 
 #include <algorithm>
 #include <utility>
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 namespace Kyr::Test {
 

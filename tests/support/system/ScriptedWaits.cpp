@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedWaits.h"
+#include "tests/support/system/ScriptedWaits.h"
 
 #include "ntapi/Status.h"
 

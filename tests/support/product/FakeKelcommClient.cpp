@@ -1,4 +1,4 @@
-#include "tests/support/FakeKelcommClient.h"
+#include "tests/support/product/FakeKelcommClient.h"
 
 #include <algorithm>
 #include <utility>

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "ntapi/Types.h"
-#include "tests/support/ScriptedCalls.h"
+#include "tests/support/system/ScriptedCalls.h"
 
 namespace Kyr::Test {
 

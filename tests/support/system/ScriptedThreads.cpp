@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedThreads.h"
+#include "tests/support/system/ScriptedThreads.h"
 
 #include "ntapi/Status.h"
 

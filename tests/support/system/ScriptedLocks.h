@@ -9,8 +9,8 @@
 #include <mutex>
 
 #include "kelcomm/native/NativeFunctions.h"
-#include "tests/support/Current.h"
-#include "tests/support/ScriptedCalls.h"
+#include "tests/support/system/Current.h"
+#include "tests/support/system/ScriptedCalls.h"
 
 namespace Kyr::Test {
 

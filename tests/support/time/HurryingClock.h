@@ -6,7 +6,7 @@
 
 #include "base/Clock.h"
 
-namespace Kyr::Endurance {
+namespace Kyr::Test {
 
 class CHurryingClock final : public Base::IClock {
   public:
@@ -27,4 +27,4 @@ class CHurryingClock final : public Base::IClock {
     const std::chrono::steady_clock::time_point start_;
 };
 
-}  // namespace Kyr::Endurance
+}  // namespace Kyr::Test

@@ -10,9 +10,9 @@
 
 #include "host/kernel/IResource.h"
 #include "host/kernel/Resources.h"
-#include "tests/support/FakeBus.h"
-#include "tests/support/FakeDatabase.h"
-#include "tests/support/LogCapture.h"
+#include "tests/support/host/FakeBus.h"
+#include "tests/support/host/FakeDatabase.h"
+#include "tests/support/host/LogCapture.h"
 
 namespace Kyr::Test {
 

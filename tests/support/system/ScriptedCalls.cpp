@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedCalls.h"
+#include "tests/support/system/ScriptedCalls.h"
 
 #include <map>
 #include <stdexcept>

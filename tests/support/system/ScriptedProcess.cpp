@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedProcess.h"
+#include "tests/support/system/ScriptedProcess.h"
 
 #include <cstring>
 

@@ -1,4 +1,4 @@
-#include "tests/support/FakeHost.h"
+#include "tests/support/host/FakeHost.h"
 
 #include <utility>
 

@@ -12,10 +12,10 @@
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
-#include "tests/support/Current.h"
-#include "tests/support/ScriptedArea.h"
-#include "tests/support/ScriptedObjects.h"
-#include "tests/support/ScriptedThreads.h"
+#include "tests/support/system/Current.h"
+#include "tests/support/system/ScriptedArea.h"
+#include "tests/support/system/ScriptedObjects.h"
+#include "tests/support/system/ScriptedThreads.h"
 
 namespace Kyr::Test {
 

@@ -1,4 +1,4 @@
-#include "tests/support/RunDirectory.h"
+#include "tests/support/system/RunDirectory.h"
 
 #include <Poco/Environment.h>
 

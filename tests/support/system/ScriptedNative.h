@@ -18,14 +18,14 @@
 
 #include "kelcomm/native/NativeFunctions.h"
 #include "ntapi/Status.h"
-#include "tests/support/ScriptedArea.h"
-#include "tests/support/ScriptedCalls.h"
-#include "tests/support/ScriptedLocks.h"
-#include "tests/support/ScriptedObjects.h"
-#include "tests/support/ScriptedPorts.h"
-#include "tests/support/ScriptedProcess.h"
-#include "tests/support/ScriptedThreads.h"
-#include "tests/support/ScriptedWaits.h"
+#include "tests/support/system/ScriptedArea.h"
+#include "tests/support/system/ScriptedCalls.h"
+#include "tests/support/system/ScriptedLocks.h"
+#include "tests/support/system/ScriptedObjects.h"
+#include "tests/support/system/ScriptedPorts.h"
+#include "tests/support/system/ScriptedProcess.h"
+#include "tests/support/system/ScriptedThreads.h"
+#include "tests/support/system/ScriptedWaits.h"
 
 namespace Kyr::Test {
 

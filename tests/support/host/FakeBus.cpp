@@ -1,4 +1,4 @@
-#include "tests/support/FakeBus.h"
+#include "tests/support/host/FakeBus.h"
 
 #include <set>
 #include <utility>

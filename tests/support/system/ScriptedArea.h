@@ -13,8 +13,8 @@
 
 #include "kelcomm/native/NativeFunctions.h"
 #include "ntapi/Status.h"
-#include "tests/support/Current.h"
-#include "tests/support/ScriptedObjects.h"
+#include "tests/support/system/Current.h"
+#include "tests/support/system/ScriptedObjects.h"
 
 namespace Kyr::Test {
 

@@ -1,8 +1,8 @@
-#include "tests/endurance/HurryingClock.h"
+#include "tests/support/time/HurryingClock.h"
 
 #include <algorithm>
 
-namespace Kyr::Endurance {
+namespace Kyr::Test {
 
 CHurryingClock::CHurryingClock(int factor)
     : factor_(factor),
@@ -32,4 +32,4 @@ std::chrono::milliseconds CHurryingClock::Shortened(std::chrono::milliseconds du
     return std::max(duration / factor_, std::chrono::milliseconds(1));
 }
 
-}  // namespace Kyr::Endurance
+}  // namespace Kyr::Test

@@ -1,4 +1,4 @@
-#include "tests/support/Await.h"
+#include "tests/support/time/Await.h"
 
 #include <boost/thread/thread.hpp>
 

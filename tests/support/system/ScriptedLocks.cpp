@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedLocks.h"
+#include "tests/support/system/ScriptedLocks.h"
 
 #include <algorithm>
 #include <atomic>

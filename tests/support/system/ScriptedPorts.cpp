@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedPorts.h"
+#include "tests/support/system/ScriptedPorts.h"
 
 #include <algorithm>
 #include <cstring>

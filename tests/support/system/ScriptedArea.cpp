@@ -1,4 +1,4 @@
-#include "tests/support/ScriptedArea.h"
+#include "tests/support/system/ScriptedArea.h"
 
 namespace Kyr::Test {
 
