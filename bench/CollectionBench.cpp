@@ -16,44 +16,37 @@
 #include "host/proto/ov_agent.pb.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/DataMinerMessages.h"
+#include "tests/support/host/FakeDatabase.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
 
 namespace {
 
 namespace Ov = Kyr::Connectors::OvAgentConnector;
-using Kyr::Connectors::Common::CLogLine;
+namespace Test = Kyr::Test;
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::size_t kRecordSize = 1024;
 
-class CCollectionHost final : public Kyr::Connectors::Common::ILogger,
-                              public Kyr::Common::Module::IMessagePublisher,
-                              public Kyr::Common::Database::IKeyValueAccessMapper,
-                              public Kyr::Common::Database::IOvRemediationActionsMapper {
-  public:
-    CLogLine GetLog(int level) override { return {log_, level, "bench"}; }
-    void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override {
-        benchmark::DoNotOptimize(message.get());
+/// Takes everything and keeps nothing but the offset.
+struct ForgetfulHost {
+    explicit ForgetfulHost(std::string offsetKey) : key(std::move(offsetKey)) {
+        logger->Capture().SetRecording(false);
+        publisher->recording = false;
+        actions->SetRecording(false);
+        offsets->Put(key, "0");
     }
-    std::string GetValue(const std::string& /*key*/) override { return offset_; }
-    bool SetValue(const std::string& /*key*/, const std::string& value) override {
-        offset_ = value;
-        return true;
-    }
-    bool StoreActions(const std::vector<std::string>& actions) override {
-        benchmark::DoNotOptimize(actions.data());
-        return true;
-    }
-    std::uint64_t Offset() const { return std::stoull(offset_); }
+    std::uint64_t Offset() const { return std::stoull(offsets->Text(key)); }
 
-  private:
-    class CLog : public Kyr::Common::Kernel::ILoggerResource {
-        void Log(const std::string& text, int /*level*/, const std::string& /*source*/) override {
-            benchmark::DoNotOptimize(text.data());
-        }
-    };
-
-    const boost::shared_ptr<CLog> log_ = boost::make_shared<CLog>();
-    std::string offset_ = "0";
+    const std::string key;
+    const boost::shared_ptr<Test::CCapturingLogger> logger =
+        boost::make_shared<Test::CCapturingLogger>();
+    const boost::shared_ptr<Test::CRecordingPublisher> publisher =
+        boost::make_shared<Test::CRecordingPublisher>();
+    const boost::shared_ptr<Test::CFakeKeyValues> offsets =
+        boost::make_shared<Test::CFakeKeyValues>();
+    const boost::shared_ptr<Test::CFakeRemediationActions> actions =
+        boost::make_shared<Test::CFakeRemediationActions>();
 };
 
 GetEcsLogsResponse Records(std::int64_t count) {
@@ -100,7 +93,7 @@ void ParseAlone(benchmark::State& state, const Protobuf& source) {
 
 /// Runs the replies through `receiver`; all of the records must arrive.
 void Receive(benchmark::State& state, Kyr::Connectors::Common::IBufferReceiver& receiver,
-             const CCollectionHost& host, const Bytes& reply) {
+             const ForgetfulHost& host, const Bytes& reply) {
     for (auto _ : state) {
         receiver.OnBufferReceived(reply);
     }
@@ -115,12 +108,12 @@ void ParseRecords(benchmark::State& state) {
 }
 
 void EcsBatch(benchmark::State& state) {
-    const auto host = boost::make_shared<CCollectionHost>();
+    const ForgetfulHost host("XDR_OFFSET");
     Ov::CWinOvGetEcsIndicatorLogsTask::BufferReceiver receiver(
-        host, {},
+        host.logger, {},
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),
-        host, host);
-    Receive(state, receiver, *host, Reply(Records(state.range(0))));
+        host.offsets, host.publisher);
+    Receive(state, receiver, host, Reply(Records(state.range(0))));
 }
 
 /// What copying the records of a parsed response into the published message would cost on top.
@@ -138,12 +131,12 @@ void ParseActions(benchmark::State& state) {
 }
 
 void RemediationBatch(benchmark::State& state) {
-    const auto host = boost::make_shared<CCollectionHost>();
+    const ForgetfulHost host("OV_REMEDIATION_OFFSET");
     Ov::CWinOvGetRemediationTask::BufferReceiver receiver(
-        host, host, {},
+        host.logger, host.publisher, {},
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>(),
-        host, host);
-    Receive(state, receiver, *host, Reply(Actions(state.range(0))));
+        host.actions, host.offsets);
+    Receive(state, receiver, host, Reply(Actions(state.range(0))));
 }
 
 BENCHMARK(ParseRecords)->Arg(100)->Arg(10000);

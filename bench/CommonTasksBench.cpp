@@ -19,64 +19,41 @@
 #include "host/proto/policy.pb.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/OvAgentRequest.h"
+#include "tests/support/host/FixedInstance.h"
+#include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
+#include "tests/support/product/FakeChannel.h"
 
 namespace {
 
 using namespace Kyr::Connectors::Common;
+namespace Test = Kyr::Test;
 using Bytes = std::vector<unsigned char>;
 
 constexpr std::uint64_t kProduct = 0x07100000000005E2;
 
-class CQuietLogger final : public ILogger {
-  public:
-    CLogLine GetLog(int level) override { return CLogLine(sink_, level, "bench"); }
-
-  private:
-    class CSink : public Kyr::Common::Kernel::ILoggerResource {
-      public:
-        void Log(const std::string& text, int, const std::string&) override {
-            benchmark::DoNotOptimize(text.data());
-        }
-    };
-    const boost::shared_ptr<CSink> sink_ = boost::make_shared<CSink>();
-};
-
-class CTasksHost final : public Kyr::Common::Module::IMessagePublisher,
-                         public IInstanceUUIDProvider {
-  public:
-    void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override {
-        benchmark::DoNotOptimize(message.get());
-    }
-    std::string GetInstanceUUID() const override { return "12345678-9abc-def0-1234-56789abcdef0"; }
-};
-
-/// Answers the first `repliesLeft` requests with `reply`, the others without payload.
-class CChannel final : public IChannel {
-  public:
-    Bytes reply;
-    int repliesLeft = 0;
-
-    void Start() override {}
-    void Stop() override {}
-    void SetBufferReceiver(const boost::shared_ptr<IBufferReceiver>& receiver) override {
-        receiver_ = receiver;
-    }
-    void Send(const Bytes&) override {
-        static const Bytes nothing = {12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-        const auto current = receiver_;
-        current->OnBufferReceived(repliesLeft-- > 0 ? reply : nothing);
-    }
-
-  private:
-    boost::shared_ptr<IBufferReceiver> receiver_;
-};
-
 struct Setting {
-    boost::shared_ptr<ILogger> logger = boost::make_shared<CQuietLogger>();
-    boost::shared_ptr<CTasksHost> host = boost::make_shared<CTasksHost>();
+    Setting() {
+        logger->Capture().SetRecording(false);
+        publisher->recording = false;
+        channel->recording = false;
+        channel->product = [this](const Bytes&) {
+            return repliesLeft-- > 0 ? reply : Bytes{12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
+        };
+    }
+    Setting(const Setting&) = delete;
+    Setting& operator=(const Setting&) = delete;
+
+    /// Answers that many requests, the others get no payload.
+    Bytes reply;
+    std::int64_t repliesLeft = 0;
+    boost::shared_ptr<Test::CCapturingLogger> logger = boost::make_shared<Test::CCapturingLogger>();
+    boost::shared_ptr<Test::CRecordingPublisher> publisher =
+        boost::make_shared<Test::CRecordingPublisher>();
+    boost::shared_ptr<Test::CFixedInstance> instance = boost::make_shared<Test::CFixedInstance>();
     boost::shared_ptr<IChannelMessageFactory> factory =
         boost::make_shared<Kelcomm::Messages::CKelcommMessageFactory>();
-    boost::shared_ptr<CChannel> channel = boost::make_shared<CChannel>();
+    boost::shared_ptr<Test::CFakeChannel> channel = boost::make_shared<Test::CFakeChannel>();
 };
 
 boost::shared_ptr<Kyr::Common::Kernel::IMessage> Trigger(std::int32_t requestType) {
@@ -118,13 +95,14 @@ void XmlParseAlone(benchmark::State& state) {
 BENCHMARK(XmlParseAlone)->Arg(1)->Arg(100)->Arg(10000);
 
 void StatusToPublishedLog(benchmark::State& state) {
-    const Setting with;
-    with.channel->reply = ReplyWith(StatusXml(state.range(0)));
+    Setting with;
+    with.reply = ReplyWith(StatusXml(state.range(0)));
     Tasks::CGetStatusTask task(Kyr::Common::Kernel::MessageType::OvAgentRequest, with.logger,
-                               with.host, with.host, with.factory, with.channel, kProduct, 17);
+                               with.publisher, with.instance, with.factory, with.channel, kProduct,
+                               17);
     const auto trigger = Trigger(0);
     for (auto _ : state) {
-        with.channel->repliesLeft = 1;
+        with.repliesLeft = 1;
         task.Execute(trigger);
     }
     state.SetItemsProcessed(state.iterations() * state.range(0));
@@ -132,20 +110,20 @@ void StatusToPublishedLog(benchmark::State& state) {
 BENCHMARK(StatusToPublishedLog)->Arg(1)->Arg(100)->Arg(10000);
 
 void ChainOfTaskOutcomes(benchmark::State& state) {
-    const Setting with;
+    Setting with;
     std::string payload("\0\0\0\0\1\0\0\0\x0C\0\0\0", 12);
     for (const char character : std::string("11111111-1111-1111-1111-111111111111;"
                                             "22222222-2222-2222-2222-222222222222;"
                                             "33333333-3333-3333-3333-333333333333")) {
         payload += {character, '\0'};
     }
-    with.channel->reply = ReplyWith(payload);
+    with.reply = ReplyWith(payload);
     const auto task = boost::make_shared<Tasks::CGetTaskStatusTask>(
-        Kyr::Common::Kernel::MessageType::OvAgentRequest, with.logger, with.host, with.host,
-        with.factory, with.channel, kProduct);
+        Kyr::Common::Kernel::MessageType::OvAgentRequest, with.logger, with.publisher,
+        with.instance, with.factory, with.channel, kProduct);
     const auto trigger = Trigger(2);
     for (auto _ : state) {
-        with.channel->repliesLeft = static_cast<int>(state.range(0));
+        with.repliesLeft = state.range(0);
         task->Execute(trigger);
     }
     with.channel->SetBufferReceiver({});
@@ -193,7 +171,7 @@ void InflateAlone(benchmark::State& state) {
 BENCHMARK(InflateAlone)->Arg(1 << 20);
 
 void ImportPolicy(benchmark::State& state) {
-    const Setting with;
+    Setting with;
     const std::string content = PolicyContent(state.range(0));
     Kyr::Common::DataDefinition::Common::CompressedBlob blob;
     blob.set_uncompressed_length(content.size());

@@ -16,6 +16,7 @@
 #include "kelcomm/ports/AlpcMessages.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
+#include "tests/support/product/FakeReceiver.h"
 
 namespace {
 
@@ -120,14 +121,6 @@ void Channel(benchmark::State& state) {
     Require(reply.GetBytes() == bytes, "reply");
 }
 
-class CReceiver final : public Kyr::Connectors::Common::IBufferReceiver {
-  public:
-    void OnBufferReceived(const std::vector<unsigned char>& buffer) override {
-        size = buffer.size();
-    }
-    std::size_t size = 0;
-};
-
 /// COvAgentChannel::Send, as the module uses it: offers 64 KiB and doubles that until it suffices.
 template <typename Port>
 void AgentChannel(benchmark::State& state) {
@@ -135,12 +128,15 @@ void AgentChannel(benchmark::State& state) {
     const CServerProcess server(static_cast<int>(state.range(1)),
                                 [&](int ready) { Port::Serve(bytes, ready); });
     Kyr::Connectors::OvAgentConnector::COvAgentChannel channel(0, 0);
-    const auto receiver = boost::make_shared<CReceiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
+    receiver->recording = false;
+    std::size_t size = 0;
+    receiver->onReply = [&size](const auto& reply) { size = reply.size(); };
     channel.SetBufferReceiver(receiver);
     channel.Start();
     const std::vector<unsigned char> request(kRequestSize, 'r');
     Measure(state, server, [&] { channel.Send(request); });
-    Require(receiver->size == bytes.size(), "reply");
+    Require(size == bytes.size(), "reply");
 }
 
 template <typename Function>

@@ -17,6 +17,9 @@
 #include "module/OvAgentConnectorModule.h"
 #include "module/PeriodicWatch.h"
 #include "tests/support/host/FakeHost.h"
+#include "tests/support/host/RecordingPublisher.h"
+#include "tests/support/product/FakeBuildReader.h"
+#include "tests/support/time/ManualClock.h"
 
 namespace {
 
@@ -28,13 +31,13 @@ using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 
 constexpr int kRequestsAtOnce = 1000;
 
-/// A host log that forgets its lines and counts those with one text.
-class CLineCounter : public Kyr::Common::Kernel::ILoggerResource {
+/// Counts the lines with one text.
+class CLineCounter {
   public:
     explicit CLineCounter(std::string text) : text_(std::move(text)) {}
 
-    void Log(const std::string& text, int, const std::string&) override {
-        if (text == text_) {
+    void Count(const Kyr::Test::LogEntry& line) {
+        if (line.text == text_) {
             const boost::unique_lock<boost::mutex> lock(mutex_);
             ++count_;
             counted_.notify_all();
@@ -50,11 +53,6 @@ class CLineCounter : public Kyr::Common::Kernel::ILoggerResource {
     boost::mutex mutex_;
     boost::condition_variable counted_;
     std::uint64_t count_ = 0;  // guarded by mutex_
-};
-
-class CInstalled : public IProductBuildReader {
-  public:
-    std::optional<std::int64_t> Read() override { return 5600; }
 };
 
 /// The product accepts everything and has nothing to tell.
@@ -75,19 +73,19 @@ void ServeProduct(int ready) {
 /// The module over real ports in a host that only counts one line.
 class CRunningModule {
   public:
-    explicit CRunningModule(const std::string& line)
-        : lines(boost::make_shared<CLineCounter>(line)) {
-        host.Set(3, lines);
+    explicit CRunningModule(const std::string& line) : lines(line) {
+        host.log->SetRecording(false);
+        host.log->OnLine([this](const Kyr::Test::LogEntry& entry) { lines.Count(entry); });
         ModuleSystem system;
-        system.productBuild = boost::make_shared<CInstalled>();
+        system.productBuild = boost::make_shared<Kyr::Test::CFakeBuildReader>();
         module = std::make_unique<COvAgentConnectorModule>(system);
         module->Initialize(host);
         module->Start();
     }
     ~CRunningModule() { module->Stop(true); }
 
+    CLineCounter lines;
     Kyr::Test::CFakeHost host;
-    const boost::shared_ptr<CLineCounter> lines;
     std::unique_ptr<COvAgentConnectorModule> module;
 };
 
@@ -103,7 +101,7 @@ void BusToProductAndBack(benchmark::State& state) {
         for (int index = 0; index < kRequestsAtOnce; ++index) {
             running.host.bus->Deliver(request);
         }
-        running.lines->Await(count += kRequestsAtOnce);
+        running.lines.Await(count += kRequestsAtOnce);
     }
     state.SetItemsProcessed(static_cast<std::int64_t>(count));
 }
@@ -114,7 +112,7 @@ void StartUntilConnected(benchmark::State& state) {
     const CServerProcess server(1, ServeProduct);
     for (auto _ : state) {
         CRunningModule running("Connected to product, processing tasks");
-        running.lines->Await(1);
+        running.lines.Await(1);
         state.PauseTiming();
         running.module->Stop(true);
         state.ResumeTiming();
@@ -122,48 +120,27 @@ void StartUntilConnected(benchmark::State& state) {
 }
 BENCHMARK(StartUntilConnected)->UseRealTime();
 
-/// Ends the watch after so many sleeps, which take no time.
-class CCountdownClock final : public Kyr::Base::IClock {
-  public:
-    explicit CCountdownClock(std::int64_t sleeps) : left_(sleeps) {}
-
-    std::int64_t CalendarTime() const override { return 1700000000 + slept_ * 5; }
-    void SleepFor(std::chrono::milliseconds) override {
-        if (++slept_ == left_) {
-            throw boost::thread_interrupted();
-        }
-    }
-    void Wait(Kyr::Base::CCondition&, Kyr::Base::CLock&) override {}
-    bool WaitFor(Kyr::Base::CCondition&, Kyr::Base::CLock&, std::chrono::milliseconds) override {
-        return false;
-    }
-
-  private:
-    const std::int64_t left_;
-    std::int64_t slept_ = 0;
-};
-
-class CQuietHost : public Kyr::Common::Module::IMessagePublisher, public Common::ILogger {
-  public:
-    void Publish(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>&) override {}
-    Common::CLogLine GetLog(int level) override { return Common::CLogLine(log_, level, "Watch"); }
-
-  private:
-    const boost::shared_ptr<CLineCounter> log_ = boost::make_shared<CLineCounter>("");
-};
-
 /// One hour of a connected module that has nothing to do: 720 looks over real ports. The product
 /// has no broadcast area; each look says so to a log that drops it.
 void IdleHour(benchmark::State& state) {
     const CServerProcess server(1, ServeProduct);
     COvAgentChannel channel(0, 0);
     Kyr::Test::CFakeKeyValues keyValues;
-    CQuietHost host;
+    Kyr::Test::CRecordingPublisher publisher;
+    publisher.recording = false;
+    Kyr::Test::CCapturingLogger logger;
+    logger.Capture().SetRecording(false);
     const double before = server.CpuTime();
     for (auto _ : state) {
-        CCountdownClock clock(720);
+        Kyr::Test::CManualClock clock;
+        clock.SetAutomaticSleep(true);
+        clock.BeforeSleep([sleeps = 0](std::chrono::milliseconds) mutable {
+            if (++sleeps == 720) {
+                throw boost::thread_interrupted();
+            }
+        });
         try {
-            CPeriodicWatch({channel, keyValues, host, host, clock}, 5600).Run();
+            CPeriodicWatch({channel, keyValues, publisher, logger, clock}, 5600).Run();
         } catch (const boost::thread_interrupted&) {
             // The hour is over.
         }

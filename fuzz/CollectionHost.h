@@ -9,10 +9,9 @@
 #include <string>
 #include <vector>
 
-#include "connector/IMessagePublisher.h"
-#include "host/database/IMapper.h"
 #include "tests/support/host/FakeDatabase.h"
 #include "tests/support/host/LogCapture.h"
+#include "tests/support/host/RecordingPublisher.h"
 
 namespace Kyr::Fuzz {
 
@@ -21,18 +20,6 @@ inline void Require(bool condition) {
         std::terminate();
     }
 }
-
-/// Keeps the last message and counts all of them.
-class CCountingPublisher final : public Common::Module::IMessagePublisher {
-  public:
-    using Message = boost::shared_ptr<Common::Kernel::IMessage>;
-    Message last;
-    int count = 0;
-    void Publish(const Message& message) override {
-        last = message;
-        ++count;
-    }
-};
 
 /// Feeds the input to a receiver. Returns whether it took it, or refused it with the text of a
 /// short reply.

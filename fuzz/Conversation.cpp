@@ -78,25 +78,6 @@ Test::KelcommScript::Answer MakeAnswer(std::uint8_t choice) {
 
 }  // namespace
 
-class CConversation::CLog final : public Common::Kernel::ILoggerResource {
-  public:
-    explicit CLog(CConversation& conversation) : conversation_(conversation) {}
-    void Log(const std::string& text, int level, const std::string& /*source*/) override {
-        conversation_.Note();
-        const boost::lock_guard<boost::mutex> guard(conversation_.linesMutex_);
-        conversation_.lines_.push_back(std::to_string(level) + " " + text);
-    }
-
-  private:
-    CConversation& conversation_;
-};
-
-class CConversation::CBuild final : public IProductBuildReader {
-  public:
-    std::optional<std::int64_t> Read() override { return build; }
-    std::optional<std::int64_t> build = 5600;
-};
-
 struct CConversation::Operation {
     void (CConversation::*run)(Argument);
 };
@@ -113,11 +94,12 @@ const CConversation::Operation CConversation::kOperations[] = {
 CConversation::CConversation()
     : product_(boost::make_shared<Test::KelcommScript>()),
       clock_(boost::make_shared<CTurnClock>([this] { return activity_.load(); })),
-      build_(boost::make_shared<CBuild>()),
-      host_(std::make_unique<Test::CFakeHost>()) {
+      build_(boost::make_shared<Test::CFakeBuildReader>()),
+      host_(std::make_unique<Test::CFakeHost>()),
+      log_(host_->log) {
     product_->whileServing = [this] { Note(); };
     product_->broadcastArea.assign(256, 0);
-    host_->Set(Common::Kernel::kLoggerResource, boost::make_shared<CLog>(*this));
+    log_->OnLine([this](const Test::LogEntry&) { Note(); });
     host_->bus->SetDelivering(true);
     host_->bus->OnPublish([this](const auto& message) {
         Note();

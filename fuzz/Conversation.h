@@ -28,6 +28,7 @@
 #include "fuzz/TurnClock.h"
 #include "module/OvAgentConnectorModule.h"
 #include "tests/support/host/FakeHost.h"
+#include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Fuzz {
@@ -42,11 +43,9 @@ class CConversation {
     void Run(const std::uint8_t* data, std::size_t size);
 
     /// What the module has logged. REQUIRES: Run has returned.
-    const std::vector<std::string>& Lines() const { return lines_; }
+    std::vector<std::string> Lines() const { return log_->Lines(); }
 
   private:
-    class CBuild;
-    class CLog;
     struct Operation;
     using Argument = std::uint8_t;
     using Module = Connectors::OvAgentConnector::COvAgentConnectorModule;
@@ -77,16 +76,15 @@ class CConversation {
     void Note();
 
     std::atomic<std::uint64_t> activity_{0};
-    boost::mutex linesMutex_;
-    std::vector<std::string> lines_;  // guarded by linesMutex_
     mutable boost::mutex deliveriesMutex_;
     std::map<Common::Kernel::MessageType, std::uint64_t>
         deliveries_;  // guarded by deliveriesMutex_
 
     const boost::shared_ptr<Test::KelcommScript> product_;
     const boost::shared_ptr<CTurnClock> clock_;
-    const boost::shared_ptr<CBuild> build_;
+    const boost::shared_ptr<Test::CFakeBuildReader> build_;
     std::unique_ptr<Test::CFakeHost> host_;
+    const boost::shared_ptr<Test::CLogCapture> log_;
     std::unique_ptr<Module> module_;
     bool stopped_ = false;
     std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;

@@ -19,19 +19,20 @@ template <typename Task, typename StoreMessage>
 void Receive(const char* key, const std::uint8_t* data, std::size_t size) {
     const auto logger = boost::make_shared<Kyr::Test::CCapturingLogger>();
     const auto store = boost::make_shared<Kyr::Test::CFakeKeyValues>();
-    const auto publisher = boost::make_shared<Kyr::Fuzz::CCountingPublisher>();
+    const auto publisher = boost::make_shared<Kyr::Test::CRecordingPublisher>();
     const auto factory =
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>();
     typename Task::BufferReceiver receiver(logger, {}, factory, store, publisher);
     const bool taken = Kyr::Fuzz::Receive(receiver, data, size);
     // A line tells what became of every reply that was taken.
     Require(logger->Capture().Lines().size() == (taken ? 1u : 0u));
-    if (publisher->count == 0) {
+    if (publisher->messages.empty()) {
         Require(store->Text(key).empty());
         return;
     }
-    const auto& batch = dynamic_cast<const StoreMessage&>(*publisher->last);
-    Require(publisher->count == 1 && store->Text(key) == std::to_string(batch.GetLogs().size()));
+    const auto& batch = dynamic_cast<const StoreMessage&>(*publisher->messages.back());
+    Require(publisher->messages.size() == 1 &&
+            store->Text(key) == std::to_string(batch.GetLogs().size()));
 }
 
 }  // namespace

@@ -12,7 +12,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const auto logger = boost::make_shared<Kyr::Test::CCapturingLogger>();
     const auto actions = boost::make_shared<Kyr::Test::CFakeRemediationActions>();
     const auto offsets = boost::make_shared<Kyr::Test::CFakeKeyValues>();
-    const auto publisher = boost::make_shared<Kyr::Fuzz::CCountingPublisher>();
+    const auto publisher = boost::make_shared<Kyr::Test::CRecordingPublisher>();
     const auto factory =
         boost::make_shared<Kyr::Connectors::Common::Kelcomm::Messages::CKelcommMessageFactory>();
     Kyr::Connectors::OvAgentConnector::CWinOvGetRemediationTask::BufferReceiver receiver(
@@ -21,7 +21,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
 
     const auto batches = actions->Batches();
     const std::string offset = offsets->Text("OV_REMEDIATION_OFFSET");
-    Require(batches.size() <= 1 && publisher->count == static_cast<int>(batches.size()));
+    Require(batches.size() <= 1 && publisher->messages.size() == batches.size());
     // A line tells why a reply that was taken stored nothing.
     Require(logger->Capture().Lines().size() == (taken ? 1 - batches.size() : 0));
     Require(offset.empty() == batches.empty());

@@ -2,6 +2,8 @@
 #include <functional>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <utility>
+#include <vector>
 
 #include <boost/thread/thread.hpp>
 
@@ -142,6 +144,28 @@ TEST_F(AManualClock, AutomaticSleepMovesTheTime) {
     clock_.SleepFor(seconds(10));
     clock_.SleepFor(seconds(1));
     EXPECT_EQ(milliseconds(11000), clock_.Elapsed());
+}
+
+TEST_F(AManualClock, HookBeforeASleepFindsTheTimeUnmovedAndMayMoveTheCalendar) {
+    std::vector<std::pair<milliseconds, milliseconds>> seen;
+    clock_.SetAutomaticSleep(true);
+    clock_.BeforeSleep([&](milliseconds duration) {
+        seen.emplace_back(clock_.Elapsed(), duration);
+        clock_.SetStartTime(100);
+    });
+    clock_.SleepFor(seconds(10));
+    clock_.SleepFor(seconds(1));
+    EXPECT_THAT(seen, ElementsAre(std::pair(milliseconds(0), milliseconds(10000)),
+                                  std::pair(milliseconds(10000), milliseconds(1000))));
+    EXPECT_EQ(111, clock_.CalendarTime());
+}
+
+TEST_F(AManualClock, SleepThatTheHookEndsMovesNoTimeAndIsRemembered) {
+    clock_.SetAutomaticSleep(true);
+    clock_.BeforeSleep([](milliseconds) { throw boost::thread_interrupted(); });
+    EXPECT_THROW(clock_.SleepFor(seconds(10)), boost::thread_interrupted);
+    EXPECT_EQ(milliseconds(0), clock_.Elapsed());
+    EXPECT_THAT(clock_.Sleeps(), ElementsAre(milliseconds(10000)));
 }
 
 TEST_F(AManualClock, RemembersEverySleepAndTimedWait) {

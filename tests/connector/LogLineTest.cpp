@@ -63,24 +63,16 @@ TEST_F(LogLineTest, LineWithoutALoggerIsDropped) {
 }
 
 TEST_F(LogLineTest, FailingLoggerIsSwallowed) {
-    class CFailing : public CLogCapture {
-        void Log(const std::string&, int, const std::string&) override {
-            throw std::runtime_error("disk full");
-        }
-    };
-    EXPECT_NO_THROW(CLogLine(boost::make_shared<CFailing>(), 1, "Source") << "text");
+    log->OnLine([](const LogEntry&) { throw std::runtime_error("disk full"); });
+    EXPECT_NO_THROW(Line() << "text");
 }
 
 TEST_F(LogLineTest, WaitingLoggerDoesNotTakeTheInterruption) {
-    class CWaiting : public CLogCapture {
-        void Log(const std::string&, int, const std::string&) override {
-            boost::this_thread::interruption_point();
-        }
-    };
+    log->OnLine([](const LogEntry&) { boost::this_thread::interruption_point(); });
     bool interrupted = false;
     boost::thread thread([&] {
         EXPECT_TRUE(Kyr::Test::AwaitInterruption());
-        CLogLine(boost::make_shared<CWaiting>(), 1, "Source") << "text";
+        Line() << "text";
         interrupted = boost::this_thread::interruption_requested();
     });
     thread.interrupt();

@@ -280,16 +280,11 @@ TEST_F(MessageProcessorThreadHolderTest, InterruptedThreadLeavesBeforeTheNextMes
 }
 
 TEST_F(MessageProcessorThreadHolderTest, ThreadWhoseLoggerFailsEndsQuietly) {
-    class CFailing : public ILogger {
-      public:
-        CLogLine GetLog(int /*level*/) override { throw std::runtime_error("no memory"); }
-    };
-    CFailing failing;
-    CMessageProcessorThreadHolder other(failing, "M", processor, clock);
-    other.Resume();
-    other.GetSubscriber()->Push(MakeMessage("bad"), {});
+    logger.onGetLog = [] { throw std::runtime_error("no memory"); };
+    holder->Resume();
+    Push("bad");
     ASSERT_TRUE(AwaitProcessed(1));
-    other.Halt();
+    holder->Halt();
     EXPECT_THAT(processor.Names(), ElementsAre("bad"));
 }
 

@@ -4,11 +4,13 @@
 #include <gtest/gtest.h>
 #include <optional>
 #include <stdexcept>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "connector/TaskRunner.h"
+#include "tests/support/host/FixedInstance.h"
 #include "tests/support/host/LogCapture.h"
 #include "tests/support/host/RecordingPublisher.h"
 #include "tests/support/time/Await.h"
@@ -39,36 +41,14 @@ class CCountingConnection : public IProductConnection {
     std::atomic<int> disconnections{0};
 };
 
-class CInstance final : public IInstanceUUIDProvider {
-  public:
-    std::string GetInstanceUUID() const override { return "12345678-9abc-def0-1234-56789abcdef0"; }
-};
-
-/// Fails to begin its first line.
-class CLogger : public ILogger {
-  public:
-    CLogLine GetLog(int level) override {
-        if (failing_.exchange(false)) {
-            throw std::runtime_error("no memory for a line");
-        }
-        return capturing_.GetLog(level);
-    }
-    void FailOnce() { failing_ = true; }
-    std::vector<std::string> Lines() const { return capturing_.Capture().Lines(); }
-
-  private:
-    Kyr::Test::CCapturingLogger capturing_;
-    std::atomic<bool> failing_{false};
-};
-
 class TaskRunnerThreadTest : public testing::Test {
   protected:
     const boost::shared_ptr<Kyr::Test::CManualClock> clock =
         boost::make_shared<Kyr::Test::CManualClock>();
     CCountingConnection connection;
-    CLogger logger;
+    Kyr::Test::CCapturingLogger logger;
     Kyr::Test::CRecordingPublisher publisher;
-    CInstance instance;
+    Kyr::Test::CFixedInstance instance;
     std::optional<CTaskRunner> runner{
         std::in_place, "R", connection, CTaskRunner::Services{logger, publisher, instance}, 1u,
         clock};
@@ -96,7 +76,7 @@ TEST_F(TaskRunnerThreadTest, ThreadThatIsStartedAgainIsNotConnectedBeforeItConne
     ASSERT_TRUE(clock->AwaitSleepers(1));
     EXPECT_FALSE(runner->InterruptUnlessConnected());
     runner->Join();
-    EXPECT_THAT(logger.Lines(),
+    EXPECT_THAT(logger.Capture().Lines(),
                 ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks",
                             "2 Disconnecting from product", "2 Connecting to product",
                             "4 Product is not available, canceling tasks"));
@@ -107,16 +87,20 @@ TEST_F(TaskRunnerThreadTest, DestroyedRunnerHasEndedItsThread) {
     ASSERT_TRUE(clock->AwaitWaiters(1));
     runner.reset();
     EXPECT_EQ(connection.disconnections, 1);
-    EXPECT_THAT(logger.Lines(),
+    EXPECT_THAT(logger.Capture().Lines(),
                 ElementsAre("2 Connecting to product", "2 Connected to product, processing tasks",
                             "4 Task processing was interrupted", "2 Disconnecting from product"));
 }
 
 TEST_F(TaskRunnerThreadTest, LineThatFailsEndsTheThreadInGoodOrder) {
-    logger.FailOnce();
+    logger.onGetLog = [first = true]() mutable {
+        if (std::exchange(first, false)) {
+            throw std::runtime_error("no memory for a line");
+        }
+    };
     runner->Start();
     runner->Join();
-    EXPECT_THAT(logger.Lines(), ElementsAre("4 no memory for a line"));
+    EXPECT_THAT(logger.Capture().Lines(), ElementsAre("4 no memory for a line"));
     EXPECT_EQ(connection.disconnections, 1);
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 
-#include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
 
 #include "logs/EventLog.h"
@@ -25,78 +24,46 @@ bool IsTrigger(const Common::Kernel::IMessage& message) {
 
 }  // namespace
 
-void CCountingBus::Publish(const Message& message, const Context& context) {
+CCountingHost::CCountingHost(CTaskLedger& ledger) : ledger_(ledger) {
+    resources.bus->SetRecording(false);
+    resources.bus->OnPublish([this](const Message& message) { OnPublish(message); });
+    resources.log->SetRecording(false);
+    resources.log->OnLine([this](const Test::LogEntry& line) {
+        errors_ += line.level == 4 ? 1 : 0;
+        connected_ = connected_ || line.text == "Connected to product, processing tasks";
+    });
+    for (const auto& [key, value] : {std::pair{"XDR_ENABLED", "1"}, {"XDR_HOST", "server"}}) {
+        resources.database->keyValues->SetValue(key, value);
+    }
+}
+
+void CCountingHost::OnPublish(const Message& message) {
     if (message->GetMessageType() == MessageType::TaskEvent) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(*message);
         ledger_.ReportedFailed(event.GetSymbols()->GetUuid(kThirdIdentifier).uuid());
     }
     if (!IsTrigger(*message) || CountHeld(triggers_) < kMostWaiting) {
-        Deliver(message, context);
+        Deliver(message);
     }
 }
 
-void CCountingBus::Subscribe(const boost::shared_ptr<Common::Kernel::ISubscriber>& subscriber,
-                             MessageType type) {
-    const Guard guard(mutex_);
-    const auto known = subscribers_.equal_range(type);
-    const bool again = std::any_of(known.first, known.second,
-                                   [&](const auto& entry) { return entry.second == subscriber; });
-    if (!again) {
-        subscribers_.emplace(type, subscriber);
-    }
-}
-
-void CCountingBus::Deliver(const Message& message, const Context& context) {
-    std::vector<boost::shared_ptr<Common::Kernel::ISubscriber>> subscribers;
+void CCountingHost::Deliver(const Message& message) {
     {
         const Guard guard(mutex_);
-        const auto known = subscribers_.equal_range(message->GetMessageType());
-        for (auto entry = known.first; entry != known.second; ++entry) {
-            subscribers.push_back(entry->second);
-        }
-        if (!subscribers.empty()) {
-            (IsTrigger(*message) ? triggers_ : messages_).push_back(message);
-        }
+        (IsTrigger(*message) ? triggers_ : messages_).push_back(message);
     }
-    for (const auto& subscriber : subscribers) {
-        subscriber->Push(message, context);
-    }
+    resources.bus->Deliver(message);
 }
 
-std::size_t CCountingBus::Unfinished() {
+std::size_t CCountingHost::Unfinished() {
     return CountHeld(messages_);
 }
 
-std::size_t CCountingBus::CountHeld(Delivered& delivered) {
+std::size_t CCountingHost::CountHeld(Delivered& delivered) {
     const Guard guard(mutex_);
     const auto finished = [](const auto& message) { return message.expired(); };
     delivered.erase(std::remove_if(delivered.begin(), delivered.end(), finished), delivered.end());
     return delivered.size();
-}
-
-void CCountingLog::Log(const std::string& text, int level, const std::string& /*source*/) {
-    const Guard guard(mutex_);
-    ++lines_[level];
-    connected_ = connected_ || text == "Connected to product, processing tasks";
-}
-
-std::uint64_t CCountingLog::Lines(int level) const {
-    const Guard guard(mutex_);
-    return lines_[level];
-}
-
-bool CCountingLog::Connected() const {
-    const Guard guard(mutex_);
-    return connected_;
-}
-
-CountingHost::CountingHost(CTaskLedger& ledger)
-    : bus(boost::make_shared<CCountingBus>(ledger)), log(boost::make_shared<CCountingLog>()) {
-    resources.Set(Common::Kernel::kBusResource, bus);
-    resources.Set(Common::Kernel::kLoggerResource, log);
-    for (const auto& [key, value] : {std::pair{"XDR_ENABLED", "1"}, {"XDR_HOST", "server"}}) {
-        resources.database->keyValues->SetValue(key, value);
-    }
 }
 
 }  // namespace Kyr::Endurance

@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include "host/message/OvAgentTasks.h"
+#include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/time/HurryingClock.h"
 
 namespace Kyr::Endurance {
@@ -48,19 +49,12 @@ bool AwaitFor(Milliseconds patience, const Condition& reached) {
     return true;
 }
 
-class CBuild final : public IProductBuildReader {
-  public:
-    explicit CBuild(std::optional<std::int64_t> build) : build_(build) {}
-    std::optional<std::int64_t> Read() override { return build_; }
-
-  private:
-    const std::optional<std::int64_t> build_;
-};
-
 }  // namespace
 
 CEndurance::CEndurance(std::uint64_t seed, std::uint64_t growthKiB)
-    : random_(seed), growthKiB_(growthKiB), clock_(boost::make_shared<CHurryingClock>(kHurry)) {}
+    : random_(seed),
+      growthKiB_(growthKiB),
+      clock_(boost::make_shared<Test::CHurryingClock>(kHurry)) {}
 
 void CEndurance::RunCycles(std::uint64_t count) {
     const std::uint64_t warmUp = count / kWarmUpPart;
@@ -123,9 +117,12 @@ void CEndurance::ExpectNothingLeft() {
 
 std::unique_ptr<CEndurance::Module> CEndurance::MakeModule(bool installed) const {
     ModuleSystem system;
+    const auto registration = boost::make_shared<Test::CFakeBuildReader>();
+    if (!installed) {
+        registration->build.reset();
+    }
     system.clock = clock_;
-    system.productBuild =
-        boost::make_shared<CBuild>(installed ? std::optional<std::int64_t>(5600) : std::nullopt);
+    system.productBuild = registration;
     system.makeChannel = [clock = clock_] {
         return boost::make_shared<COvAgentChannel>(
             0, 0, Connectors::Common::Kelcomm::Native::SystemNativeFunctions(), clock);
@@ -133,7 +130,7 @@ std::unique_ptr<CEndurance::Module> CEndurance::MakeModule(bool installed) const
     return std::make_unique<Module>(system);
 }
 
-CCountingBus::Message CEndurance::MakeTask() {
+CCountingHost::Message CEndurance::MakeTask() {
     const auto task = boost::make_shared<CKillProcessByPid>();
     CKillProcessByPid::Uuid identifier;
     identifier.set_uuid("6ba7b810-9dad-11d1-80b4-00c04fd430c8");
@@ -164,21 +161,21 @@ void CEndurance::OneCycle() {
     const bool installed = !OneIn(30);
     inactive_ += installed ? 0 : 1;
 
-    CountingHost host(ledger_);
+    CCountingHost host(ledger_);
     const auto module = MakeModule(installed);
     module->Initialize(host.resources);
     module->Start();
     for (std::uint64_t tasks = random_() % 4; tasks > 0; --tasks) {
-        host.bus->Deliver(MakeTask());
+        host.Deliver(MakeTask());
     }
     switch (random_() % 4) {
         case 0:
             break;
         case 1:
-            AwaitFor(Milliseconds(20), [&] { return host.log->Connected(); });
+            AwaitFor(Milliseconds(20), [&] { return host.Connected(); });
             break;
         case 2:
-            AwaitFor(Milliseconds(50), [&] { return host.bus->Unfinished() == 0; });
+            AwaitFor(Milliseconds(50), [&] { return host.Unfinished() == 0; });
             break;
         default:
             Sleep(Milliseconds(1 + random_() % 10));
@@ -194,7 +191,7 @@ void CEndurance::OneCycle() {
 
 void CEndurance::OneLife(std::uint64_t tasks) {
     product_.Restart();
-    CountingHost host(ledger_);
+    CCountingHost host(ledger_);
     const auto module = MakeModule(true);
     module->Initialize(host.resources);
     module->Start();
@@ -212,21 +209,21 @@ void CEndurance::OneLife(std::uint64_t tasks) {
         if (OneIn(250)) {
             product_.Restart();
         }
-        host.bus->Deliver(MakeTask());
+        host.Deliver(MakeTask());
         AwaitFewer(host, kMostUnfinished);
     }
     AwaitFewer(host, 1);
     product_.Restart();  // also ends whatever still hangs
     module->RequestStop();
     Stop(*module, false);
-    errorLines_ += host.log->Lines(4);
+    errorLines_ += host.Errors();
 }
 
-void CEndurance::AwaitFewer(CountingHost& host, std::size_t unfinished) {
-    std::size_t last = host.bus->Unfinished();
+void CEndurance::AwaitFewer(CCountingHost& host, std::size_t unfinished) {
+    std::size_t last = host.Unfinished();
     while (last >= unfinished) {
-        const bool moved = AwaitFor(kStalled, [&] { return host.bus->Unfinished() < last; });
-        last = host.bus->Unfinished();
+        const bool moved = AwaitFor(kStalled, [&] { return host.Unfinished() < last; });
+        last = host.Unfinished();
         if (!moved) {
             watchdog_.Tell("a product that stalled");
             product_.Restart();

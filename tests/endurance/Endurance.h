@@ -35,10 +35,10 @@ class CEndurance {
 
     bool OneIn(std::uint64_t count) { return random_() % count == 0; }
     std::unique_ptr<Module> MakeModule(bool installed) const;
-    CCountingBus::Message MakeTask();
+    CCountingHost::Message MakeTask();
     void OneCycle();
     void OneLife(std::uint64_t tasks);
-    void AwaitFewer(CountingHost& host, std::size_t unfinished);
+    void AwaitFewer(CCountingHost& host, std::size_t unfinished);
     void Stop(Module& module, bool force);
     /// What the process holds once that no longer changes: a thread that was joined is still
     /// counted for a moment.

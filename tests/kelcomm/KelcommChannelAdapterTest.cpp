@@ -10,6 +10,7 @@
 #include "tests/kelcomm/ChannelFixture.h"
 #include "tests/support/ThrownText.h"
 #include "tests/support/VirtualSlot.h"
+#include "tests/support/product/FakeReceiver.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common::Kelcomm {
@@ -18,37 +19,6 @@ namespace {
 using std::chrono::milliseconds;
 using namespace Test;
 
-class CRecordingReceiver : public IBufferReceiver {
-  public:
-    explicit CRecordingReceiver(std::function<void()> whileReceiving = {})
-        : whileReceiving_(std::move(whileReceiving)) {}
-    void OnBufferReceived(const std::vector<unsigned char>& reply) override {
-        replies.push_back(reply);
-        if (whileReceiving_) {
-            whileReceiving_();
-            afterwards = replies.size();  // touches this object once more
-        }
-    }
-
-    std::vector<std::vector<unsigned char>> replies;
-    std::size_t afterwards = 0;
-
-  private:
-    const std::function<void()> whileReceiving_;
-};
-
-/// Looks at the reply's vector itself.
-class CRoomReceiver : public IBufferReceiver {
-  public:
-    void OnBufferReceived(const std::vector<unsigned char>& reply) override {
-        size = reply.size();
-        capacity = reply.capacity();
-    }
-
-    std::size_t size = 0;
-    std::size_t capacity = 0;
-};
-
 class KelcommChannelAdapterTest : public Test::ChannelFixture {
   protected:
     KelcommChannelAdapterTest() {
@@ -56,10 +26,22 @@ class KelcommChannelAdapterTest : public Test::ChannelFixture {
         channel_.emplace(AlpcClient(), LpcClient(), clock_);
     }
 
-    boost::shared_ptr<CRecordingReceiver> Receive(std::function<void()> whileReceiving = {}) {
-        auto receiver = boost::make_shared<CRecordingReceiver>(std::move(whileReceiving));
+    boost::shared_ptr<CFakeReceiver> Receive(const std::function<void()>& whileReceiving = {}) {
+        auto receiver = boost::make_shared<CFakeReceiver>();
+        if (whileReceiving) {
+            receiver->onReply = [whileReceiving](const auto&) { whileReceiving(); };
+        }
         channel_->SetBufferReceiver(receiver);
         return receiver;
+    }
+    /// Size and capacity of the vector in which the next reply comes.
+    std::pair<std::size_t, std::size_t> RoomOfReply() {
+        std::pair<std::size_t, std::size_t> room;
+        Receive()->onReply = [&room](const auto& reply) {
+            room = {reply.size(), reply.capacity()};
+        };
+        channel_->Send(TextBytes("question"));
+        return room;
     }
 
     /// The first `count` pings fail with `code` on both clients, the next ones are answered.
@@ -202,33 +184,21 @@ TEST_F(KelcommChannelAdapterTest, ReplyThatOutgrewTheFirstBufferArrivesWhole) {
 }
 
 TEST_F(KelcommChannelAdapterTest, SmallReplyKeepsNoSpareRoom) {
-    const auto receiver = boost::make_shared<CRoomReceiver>();
-    channel_->SetBufferReceiver(receiver);
-    channel_->Send(TextBytes("question"));
-    EXPECT_EQ(receiver->size, 12u);
-    EXPECT_EQ(receiver->capacity, 12u);
+    EXPECT_EQ(RoomOfReply(), std::pair(std::size_t{12}, std::size_t{12}));
 }
 
 TEST_F(KelcommChannelAdapterTest, ReplyOfHalfItsRoomKeepsNoSpareRoom) {
     std::vector<unsigned char> reply = HexBytes("0C 00 00 00  00 00 00 00  F4 7F 00 00");
     reply.resize(32768, 0x61);
     alpc_->standingRequest.reply = reply;
-    const auto receiver = boost::make_shared<CRoomReceiver>();
-    channel_->SetBufferReceiver(receiver);
-    channel_->Send(TextBytes("question"));
-    EXPECT_EQ(receiver->size, 32768u);
-    EXPECT_EQ(receiver->capacity, 32768u);
+    EXPECT_EQ(RoomOfReply(), std::pair(std::size_t{32768}, std::size_t{32768}));
 }
 
 TEST_F(KelcommChannelAdapterTest, ReplyOfMoreThanHalfItsRoomIsNotCopiedForTheRest) {
     std::vector<unsigned char> reply = HexBytes("0C 00 00 00  00 00 00 00  F5 7F 00 00");
     reply.resize(32769, 0x61);
     alpc_->standingRequest.reply = reply;
-    const auto receiver = boost::make_shared<CRoomReceiver>();
-    channel_->SetBufferReceiver(receiver);
-    channel_->Send(TextBytes("question"));
-    EXPECT_EQ(receiver->size, 32769u);
-    EXPECT_EQ(receiver->capacity, 65536u);
+    EXPECT_EQ(RoomOfReply(), std::pair(std::size_t{32769}, std::size_t{65536}));
 }
 
 TEST_F(KelcommChannelAdapterTest, EmptyReceiverDropsLaterReplies) {
@@ -296,7 +266,7 @@ TEST_F(KelcommChannelAdapterTest, ReceiverIsCalledWithoutTheMutex) {
 
 TEST_F(KelcommChannelAdapterTest, ReceiverMayReplaceItselfAndSendWhileItRuns) {
     // The channel owns the only reference when the receiver runs.
-    boost::shared_ptr<CRecordingReceiver> second;
+    boost::shared_ptr<CFakeReceiver> second;
     Receive([&] {
         second = Receive();
         channel_->Send(TextBytes("nested"));
@@ -309,7 +279,7 @@ TEST_F(KelcommChannelAdapterTest, ReceiverMayReplaceItselfAndSendWhileItRuns) {
 }
 
 TEST_F(KelcommChannelAdapterTest, ReplacedReceiverLivesUntilItReturns) {
-    boost::weak_ptr<CRecordingReceiver> first;
+    boost::weak_ptr<CFakeReceiver> first;
     bool alive = false;
     first = Receive([&] {
         channel_->SetBufferReceiver({});
@@ -343,8 +313,8 @@ TEST_F(KelcommChannelAdapterTest, StopLeavesTheChannelUsable) {
 }
 
 TEST_F(KelcommChannelAdapterTest, DestructionReleasesTheReceiverThenTheClients) {
-    channel_->SetBufferReceiver(boost::shared_ptr<CRecordingReceiver>(
-        new CRecordingReceiver, [this](CRecordingReceiver* receiver) {
+    channel_->SetBufferReceiver(
+        boost::shared_ptr<CFakeReceiver>(new CFakeReceiver, [this](CFakeReceiver* receiver) {
             delete receiver;
             journal_.emplace_back("receiver released");
         }));

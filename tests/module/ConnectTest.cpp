@@ -4,6 +4,7 @@
 #include "tests/module/OvModuleFixture.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/product/FakeReceiver.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
@@ -90,23 +91,16 @@ TEST_F(ConnectTest, NothingIsLoggedWhenAllGoesWell) {
     EXPECT_THAT(host_.log->Lines(), IsEmpty());
 }
 
-class CCountingReceiver : public Common::IBufferReceiver {
-  public:
-    void OnBufferReceived(const std::vector<unsigned char>&) override { ++replies; }
-
-    int replies = 0;
-};
-
 TEST_F(ConnectTest, ReplyToTheIdentifierIsNobodysBusiness) {
-    const auto receiver = boost::make_shared<CCountingReceiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
     channel_->SetBufferReceiver(receiver);
     module_->Connect();
-    EXPECT_EQ(receiver->replies, 0);
+    EXPECT_THAT(receiver->replies, IsEmpty());
     EXPECT_EQ(receiver.use_count(), 1);
 }
 
 TEST_F(ConnectTest, EarlierReceiverGoesThoughTheProductIsUnreachable) {
-    const auto receiver = boost::make_shared<CCountingReceiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
     channel_->SetBufferReceiver(receiver);
     SilenceProduct();
     ConnectFailure();
@@ -114,7 +108,7 @@ TEST_F(ConnectTest, EarlierReceiverGoesThoughTheProductIsUnreachable) {
 }
 
 TEST_F(ConnectTest, EarlierReceiverStaysWhenTheBuildIsUnreadable) {
-    const auto receiver = boost::make_shared<CCountingReceiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
     channel_->SetBufferReceiver(receiver);
     registration_->failure = "no number";
     ConnectFailure();

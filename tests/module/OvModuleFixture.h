@@ -15,24 +15,12 @@
 
 #include "module/OvAgentConnectorModule.h"
 #include "tests/support/host/FakeHost.h"
+#include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/product/FakeKelcommClient.h"
 #include "tests/support/time/Await.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
-
-class CFakeBuildReader final : public IProductBuildReader {
-  public:
-    std::optional<std::int64_t> Read() override {
-        if (!failure.empty()) {
-            throw std::runtime_error(failure);
-        }
-        return build;
-    }
-
-    std::optional<std::int64_t> build = 5600;
-    std::string failure;
-};
 
 /// The module's own channel, whose stop a test can see.
 class CObservedChannel final : public COvAgentChannel {
@@ -92,8 +80,8 @@ class OvModuleFixture : public testing::Test {
 
     const boost::shared_ptr<Kyr::Test::CManualClock> clock_ =
         boost::make_shared<Kyr::Test::CManualClock>();
-    const boost::shared_ptr<CFakeBuildReader> registration_ =
-        boost::make_shared<CFakeBuildReader>();
+    const boost::shared_ptr<Kyr::Test::CFakeBuildReader> registration_ =
+        boost::make_shared<Kyr::Test::CFakeBuildReader>();
     const boost::shared_ptr<Kyr::Test::KelcommScript> alpc_ =
         boost::make_shared<Kyr::Test::KelcommScript>();
     const boost::shared_ptr<Kyr::Test::KelcommScript> lpc_ =

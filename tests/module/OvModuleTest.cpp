@@ -8,6 +8,7 @@
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
 #include "tests/module/OvModuleFixture.h"
+#include "tests/support/product/FakeReceiver.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
@@ -111,11 +112,8 @@ TEST_F(OvModuleTest, ModuleWithoutAProductTakesNoPart) {
 }
 
 TEST_F(OvModuleTest, EndOfTheModuleGivesTheReceiverBack) {
-    class CReceiver : public Common::IBufferReceiver {
-        void OnBufferReceived(const std::vector<unsigned char>&) override {}
-    };
     Initialize();
-    const boost::shared_ptr<Common::IBufferReceiver> receiver = boost::make_shared<CReceiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
     channel_->SetBufferReceiver(receiver);
     module_.reset();
     EXPECT_EQ(receiver.use_count(), 1);  // although the channel lives on

@@ -12,10 +12,12 @@ using namespace testing;
 
 class PeriodicWatchTest : public WatchFixture {
   protected:
+    /// The calendar's time is set back by so many seconds.
+    void SetBack(std::int64_t seconds) {
+        clock_->SetStartTime(Kyr::Test::CManualClock::kStartTime - seconds);
+    }
     std::string RunFailure() {
-        return Kyr::Test::ThrownText([this] {
-            CPeriodicWatch({channel_, keyValues_, journal_, journal_, *clock_}, build_).Run();
-        });
+        return Kyr::Test::ThrownText([this] { RunWatch(); });
     }
 };
 
@@ -23,12 +25,12 @@ TEST_F(PeriodicWatchTest, HealthyProductIsPingedInEveryIterationAndNothingElse) 
     Watch(3);
     EXPECT_THAT(alpc_->seenPings, SizeIs(3));
     EXPECT_THAT(alpc_->seenRequests, IsEmpty());
-    EXPECT_THAT(journal_.byIteration, IsEmpty());
+    EXPECT_THAT(journal_, IsEmpty());
 }
 
 TEST_F(PeriodicWatchTest, IterationsAreFiveSecondsApart) {
     Watch(3);
-    EXPECT_THAT(clock_->sleeps,
+    EXPECT_THAT(clock_->Sleeps(),
                 ElementsAre(std::chrono::milliseconds(5000), std::chrono::milliseconds(5000),
                             std::chrono::milliseconds(5000)));
 }
@@ -98,7 +100,7 @@ TEST_F(PeriodicWatchTest, OtherBroadcastValuesAreNotLookedAt) {
         SetBroadcast(index, 1);
     }
     Watch(2);
-    EXPECT_THAT(journal_.byIteration, IsEmpty());
+    EXPECT_THAT(journal_, IsEmpty());
 }
 
 struct BroadcastAndKind {
@@ -117,20 +119,20 @@ class WatchedBroadcastTest : public PeriodicWatchTest,
 };
 
 TEST_P(WatchedBroadcastTest, RequestWaitsUntilFiveSecondsHavePassed) {
-    clock_->secondsPerSleep = 4;
     ChangeBroadcast();
+    BeforeIteration(2, [this] { SetBack(1); });
     Watch(3);
     EXPECT_THAT(In(2), IsEmpty());
     ExpectPublished(3);
 }
 
 TEST_P(WatchedBroadcastTest, FiveSecondsCountFromTheTimeBeforeTheValuesAreRead) {
-    clock_->secondsPerSleep = 0;
     alpc_->whileServing = [this, exchanges = 0]() mutable {
         if (++exchanges == 2) {  // the ping was the first
-            clock_->now += 5;
+            SetBack(-5);
         }
     };
+    BeforeIteration(2, [this] { SetBack(0); });
     ChangeBroadcast();
     Watch(2);
     EXPECT_THAT(In(1), SizeIs(1));  // that the value was received
@@ -145,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(Broadcasts, WatchedBroadcastTest,
 
 TEST_F(PeriodicWatchTest, RequestWaitsForAClockThatWasSetBack) {
     SetBroadcast(2, 1);
-    BeforeIteration(2, [this] { clock_->now -= 10; });
+    BeforeIteration(2, [this] { SetBack(10); });
     Watch(4);
     EXPECT_THAT(In(2), IsEmpty());
     EXPECT_THAT(In(3), IsEmpty());
@@ -156,7 +158,7 @@ TEST_F(PeriodicWatchTest, DueRequestPassesOneThatIsNotYetDue) {
     SetBroadcast(2, 1);
     BeforeIteration(2, [this] {
         SetBroadcast(8, 1);
-        clock_->now -= 7;  // the second change is due two seconds before the first
+        SetBack(7);  // the second change is due two seconds before the first
     });
     Watch(4);
     EXPECT_THAT(In(2), ElementsAre("2 Received broadcast 8"));
@@ -167,9 +169,9 @@ TEST_F(PeriodicWatchTest, DueRequestPassesOneThatIsNotYetDue) {
 TEST_F(PeriodicWatchTest, PendingRequestsEndWithTheWatch) {
     SetBroadcast(2, 1);
     Watch(1);
-    journal_.byIteration.clear();
+    journal_.clear();
     Watch(2);
-    EXPECT_THAT(journal_.byIteration, IsEmpty());
+    EXPECT_THAT(journal_, IsEmpty());
 }
 
 TEST_F(PeriodicWatchTest, UnreadableBroadcastIsTold) {
@@ -197,13 +199,13 @@ TEST_F(PeriodicWatchTest, EverythingIsAskedForInEvery720thIteration) {
                 ElementsAre("2 Regular resending of all requests", "publish 0", "publish 2"));
     EXPECT_THAT(In(721), IsEmpty());
     EXPECT_EQ(In(1440), In(720));
-    EXPECT_THAT(journal_.byIteration, SizeIs(4));  // and the two that were looked at just now
+    EXPECT_THAT(journal_, SizeIs(4));  // and the two that were looked at just now
 }
 
 TEST_F(PeriodicWatchTest, EveryWatchCountsItsOwnIterations) {
     Watch(719);
     Watch(719);
-    EXPECT_THAT(journal_.byIteration, IsEmpty());
+    EXPECT_THAT(journal_, IsEmpty());
 }
 
 TEST_F(PeriodicWatchTest, IterationGoesFromThePingToTheActions) {
@@ -228,42 +230,42 @@ TEST_F(PeriodicWatchTest, IterationGoesFromThePingToTheActions) {
 TEST_F(PeriodicWatchTest, RequestsAreReadOnlyAndEachItsOwnMessage) {
     using Kyr::Common::Message::CMessage;
     Watch(720);
-    ASSERT_THAT(journal_.messages, SizeIs(2));
-    for (const auto& message : journal_.messages) {
+    ASSERT_THAT(publisher_.messages, SizeIs(2));
+    for (const auto& message : publisher_.messages) {
         EXPECT_TRUE(boost::dynamic_pointer_cast<CMessage>(message)->IsReadOnly());
     }
-    EXPECT_NE(journal_.messages[0], journal_.messages[1]);
+    EXPECT_NE(publisher_.messages[0], publisher_.messages[1]);
 }
 
 TEST_F(PeriodicWatchTest, TimeWithoutACalendarDateEndsTheWatchBehindThePing) {
-    clock_->now = 253402300800;  // the year 10000
+    clock_->SetStartTime(253402300800);  // the year 10000
     SetBroadcast(2, 1);
     EXPECT_EQ(RunFailure(), "could not convert calendar time to UTC time");
     EXPECT_THAT(alpc_->seenPings, SizeIs(1));
-    EXPECT_THAT(journal_.byIteration, IsEmpty());
+    EXPECT_THAT(journal_, IsEmpty());
 }
 
 TEST_F(PeriodicWatchTest, BusThatRefusesTheRequestOfAFailedPingEndsTheWatch) {
     alpc_->standingPing = {1, {}};
     lpc_->standingPing = {1, {}};
-    journal_.failing = {0};
+    refused_ = {0};
     EXPECT_EQ(RunFailure(), "bus failed");
 }
 
 TEST_F(PeriodicWatchTest, BusThatRefusesADueRequestEndsTheWatch) {
     SetBroadcast(2, 1);
-    journal_.failing = {0};
-    clock_->lastIteration = 3;
+    refused_ = {0};
+    lastIteration_ = 3;
     EXPECT_EQ(RunFailure(), "bus failed");
-    EXPECT_EQ(clock_->iteration, 2u);
+    EXPECT_EQ(iteration_, 2u);
     EXPECT_THAT(In(2), ElementsAre("2 Publishing request 0"));
 }
 
 TEST_F(PeriodicWatchTest, BusThatRefusesTheResendEndsTheWatch) {
-    journal_.failing = {2};
-    clock_->lastIteration = 1000;
+    refused_ = {2};
+    lastIteration_ = 1000;
     EXPECT_EQ(RunFailure(), "bus failed");
-    EXPECT_EQ(clock_->iteration, 720u);
+    EXPECT_EQ(iteration_, 720u);
 }
 
 TEST_F(PeriodicWatchTest, InterruptedThreadDoesNotEvenPing) {
@@ -273,7 +275,7 @@ TEST_F(PeriodicWatchTest, InterruptedThreadDoesNotEvenPing) {
             boost::this_thread::yield();
         }
         try {
-            CPeriodicWatch({channel_, keyValues_, journal_, journal_, *clock_}, build_).Run();
+            RunWatch();
         } catch (const boost::thread_interrupted&) {
             interrupted = true;
         }

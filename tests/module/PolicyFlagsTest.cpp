@@ -65,7 +65,7 @@ TEST_F(RecordsFlagTest, BuildsUpTo5057GiveNeither) {
 TEST_F(RecordsFlagTest, BuildsFrom5058To5542GiveIndicatorsOnly) {
     for (const std::int64_t build : {5058, 5542}) {
         build_ = build;
-        journal_.byIteration.clear();
+        journal_.clear();
         EXPECT_THAT(WatchOnce(), ElementsAre("publish 3")) << build;
     }
 }
@@ -84,7 +84,7 @@ TEST_F(RecordsFlagTest, UnreadableFlagIsToldThoughTheBuildIsAbsent) {
     build_.reset();
     for (const char* key : {"XDR_ENABLED", "XDR_HOST"}) {
         FailKey(key);
-        journal_.byIteration.clear();
+        journal_.clear();
         EXPECT_THAT(WatchOnce(),
                     ElementsAre("4 Error during checking for new ECS logs: store failed"))
             << key;
@@ -92,14 +92,14 @@ TEST_F(RecordsFlagTest, UnreadableFlagIsToldThoughTheBuildIsAbsent) {
 }
 
 TEST_F(RecordsFlagTest, BusThatRefusesTheIndicatorsDoesNotStopTheTelemetry) {
-    journal_.failing = {3};
+    refused_ = {3};
     EXPECT_THAT(
         WatchOnce(),
         ElementsAre("4 Error during checking for new ECS indicator logs: bus failed", "publish 4"));
 }
 
 TEST_F(RecordsFlagTest, BusThatRefusesTheTelemetryIsTold) {
-    journal_.failing = {4};
+    refused_ = {4};
     EXPECT_THAT(
         WatchOnce(),
         ElementsAre("publish 3", "4 Error during checking for new ECS telemetry logs: bus failed"));
@@ -109,7 +109,7 @@ TEST_F(RecordsFlagTest, UnreadableFlagIsToldAndTheActionsAreStillAskedFor) {
     SetKey("OV_REMEDIATION_ENABLED", "1");
     for (const char* key : {"XDR_ENABLED", "XDR_HOST"}) {
         FailKey(key);
-        journal_.byIteration.clear();
+        journal_.clear();
         EXPECT_THAT(
             WatchOnce(),
             ElementsAre("4 Error during checking for new ECS logs: store failed", "publish 5"))
@@ -121,7 +121,7 @@ class ActionsFlagTest : public WatchFixture {
   protected:
     Strings WatchWith(const std::string& flag) {
         SetKey("OV_REMEDIATION_ENABLED", flag);
-        journal_.byIteration.clear();
+        journal_.clear();
         return WatchOnce();
     }
 };
@@ -174,14 +174,14 @@ TEST_F(ActionsFlagTest, ActionsDoNotDependOnTheBuild) {
 }
 
 TEST_F(ActionsFlagTest, BusThatRefusesIsTold) {
-    journal_.failing = {5};
+    refused_ = {5};
     EXPECT_THAT(WatchWith("1"),
                 ElementsAre("4 Error during checking for new OV remediation actions: bus failed"));
 }
 
 TEST_F(ActionsFlagTest, BusThatFailsInAConversionDoesNotMakeTheFlagNoBoolean) {
-    journal_.failing = {5};
-    journal_.failure = [] { throw boost::bad_lexical_cast(); };
+    refused_ = {5};
+    refusal_ = [] { throw boost::bad_lexical_cast(); };
     EXPECT_THAT(WatchWith("1"),
                 ElementsAre("4 Error during checking for new OV remediation actions: bad lexical "
                             "cast: source type value could not be interpreted as target"));

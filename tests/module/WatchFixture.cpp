@@ -7,48 +7,39 @@ namespace Kyr::Connectors::OvAgentConnector {
 
 using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 
-void CIterationClock::SleepFor(std::chrono::milliseconds duration) {
-    sleeps.push_back(duration);
-    if (iteration == lastIteration) {
-        throw boost::thread_interrupted();
-    }
-    now += secondsPerSleep;
-    ++iteration;
-    if (const auto action = beforeIteration.find(iteration); action != beforeIteration.end()) {
-        action->second();
-    }
-}
-
-void CWatchJournal::Log(const std::string& text, int level, const std::string&) {
-    byIteration[clock_.iteration].push_back(std::to_string(level) + " " + text);
-}
-
-void CWatchJournal::Publish(const Message& message) {
-    const auto request = boost::dynamic_pointer_cast<COvAgentRequest>(message);
-    const int kind = request ? request->GetRequestType() : -1;
-    if (std::count(failing.begin(), failing.end(), kind) != 0) {
-        failure();
-    }
-    byIteration[clock_.iteration].push_back("publish " + std::to_string(kind));
-    messages.push_back(message);
-}
-
-Common::CLogLine CWatchJournal::GetLog(int level) {
-    // The line borrows the journal, which outlives it.
-    return Common::CLogLine(
-        boost::shared_ptr<Kyr::Common::Kernel::ILoggerResource>(this, [](void*) {}), level,
-        "Watch");
-}
-
 WatchFixture::WatchFixture() {
     alpc_->broadcastArea.assign(72, 0xFF);
+    clock_->SetAutomaticSleep(true);
+    clock_->BeforeSleep([this](std::chrono::milliseconds) {
+        if (iteration_ == lastIteration_) {
+            throw boost::thread_interrupted();
+        }
+        if (const auto action = beforeIteration_.find(++iteration_);
+            action != beforeIteration_.end()) {
+            action->second();
+        }
+    });
+    logger_.Capture().OnLine([this](const Kyr::Test::LogEntry& line) {
+        journal_[iteration_].push_back(std::to_string(line.level) + " " + line.text);
+    });
+    publisher_.onPublish = [this](const auto& message) {
+        const auto request = boost::dynamic_pointer_cast<COvAgentRequest>(message);
+        const int kind = request ? request->GetRequestType() : -1;
+        if (std::count(refused_.begin(), refused_.end(), kind) != 0) {
+            refusal_();
+        }
+        journal_[iteration_].push_back("publish " + std::to_string(kind));
+    };
+}
+
+void WatchFixture::RunWatch() {
+    CPeriodicWatch({channel_, keyValues_, publisher_, logger_, *clock_}, build_).Run();
 }
 
 void WatchFixture::Watch(unsigned iterations) {
-    clock_->iteration = 1;
-    clock_->lastIteration = iterations;
-    CPeriodicWatch watch({channel_, keyValues_, journal_, journal_, *clock_}, build_);
-    EXPECT_THROW(watch.Run(), boost::thread_interrupted);
+    iteration_ = 1;
+    lastIteration_ = iterations;
+    EXPECT_THROW(RunWatch(), boost::thread_interrupted);
 }
 
 WatchFixture::Strings WatchFixture::WatchOnce() {

@@ -8,6 +8,7 @@
 #include "connector/tasks/WinOvKillProcessByPidTask.h"
 #include "tests/connector/tasks/ActionTaskFixture.h"
 #include "tests/support/host/TestMessage.h"
+#include "tests/support/product/FakeReceiver.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
@@ -96,18 +97,12 @@ TYPED_TEST(ActionTasksTest, AnnouncesAndLogsTheRequest) {
 }
 
 TYPED_TEST(ActionTasksTest, LeavesTheInstalledReceiverAlone) {
-    struct Receiver : Common::IBufferReceiver {
-        void OnBufferReceived(const std::vector<unsigned char>& reply) override {
-            sizes.push_back(reply.size());
-        }
-        std::vector<std::size_t> sizes;
-    };
-    const auto receiver = boost::make_shared<Receiver>();
+    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
     this->channel->receiver = receiver;
     this->Execute();
     EXPECT_THAT(this->channel->calls, ElementsAre("Send"));
     EXPECT_EQ(this->channel->receiver, receiver);
-    EXPECT_THAT(receiver->sizes, ElementsAre(12u));
+    EXPECT_THAT(receiver->replies, ElementsAre(testing::SizeIs(12)));
 }
 
 TYPED_TEST(ActionTasksTest, RefusalByTheProductIsACountedRetry) {
@@ -137,15 +132,9 @@ TYPED_TEST(ActionTasksTest, BothLinesPrecedeTheExchange) {
 }
 
 TYPED_TEST(ActionTasksTest, FailureBeforeTheExchangeIsACountedRetryToo) {
-    class CFailing : public Common::ILogger {
-      public:
-        Common::CLogLine GetLog(int /*level*/) override { throw std::runtime_error("no log"); }
-    };
-    CFailing failing;
-    typename TypeParam::Task task(this->channel, &failing);
+    this->logger.onGetLog = [] { throw std::runtime_error("no log"); };
     try {
-        task.Execute(
-            this->template MakeTaskMessage<typename TypeParam::Message>(TypeParam::Payload()));
+        this->Execute();
         FAIL() << "no exception";
     } catch (const Common::CRetryException& error) {
         EXPECT_STREQ(error.what(), "no log");

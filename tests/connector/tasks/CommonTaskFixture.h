@@ -9,7 +9,6 @@
 
 #include <boost/make_shared.hpp>
 
-#include "connector/IInstanceUUIDProvider.h"
 #include "connector/TaskExceptions.h"
 #include "kelcomm/messages/KelcommMessageFactory.h"
 #include "logs/EventLog.h"
@@ -17,6 +16,7 @@
 #include "logs/StatusLog.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/ThrownText.h"
+#include "tests/support/host/FixedInstance.h"
 #include "tests/support/host/LogCapture.h"
 #include "tests/support/host/RecordingPublisher.h"
 #include "tests/support/host/TestMessage.h"
@@ -24,12 +24,6 @@
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common::Tasks {
-
-class CFixedInstance final : public IInstanceUUIDProvider {
-  public:
-    std::string uuid = "12345678-9abc-def0-1234-56789abcdef0";
-    std::string GetInstanceUUID() const override { return uuid; }
-};
 
 class CommonTaskFixture : public testing::Test {
   protected:
@@ -96,7 +90,8 @@ class CommonTaskFixture : public testing::Test {
         boost::make_shared<Kyr::Test::CCapturingLogger>();
     const boost::shared_ptr<Kyr::Test::CRecordingPublisher> publisher =
         boost::make_shared<Kyr::Test::CRecordingPublisher>();
-    const boost::shared_ptr<CFixedInstance> instance = boost::make_shared<CFixedInstance>();
+    const boost::shared_ptr<Kyr::Test::CFixedInstance> instance =
+        boost::make_shared<Kyr::Test::CFixedInstance>();
     const boost::shared_ptr<IChannelMessageFactory> factory =
         boost::make_shared<Kelcomm::Messages::CKelcommMessageFactory>();
     const boost::shared_ptr<Kyr::Test::CManualClock> clock =

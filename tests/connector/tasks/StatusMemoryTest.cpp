@@ -55,17 +55,6 @@ void operator delete[](void* memory, std::size_t) noexcept {
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
 
-class CNoLines final : public ILogger {
-  public:
-    CLogLine GetLog(int level) override { return CLogLine(sink_, level, ""); }
-
-  private:
-    class CSink : public Kyr::Common::Kernel::ILoggerResource {
-        void Log(const std::string&, int, const std::string&) override {}
-    };
-    const boost::shared_ptr<CSink> sink_ = boost::make_shared<CSink>();
-};
-
 class StatusMemoryTest : public CommonTaskFixture {
   protected:
     static std::string StatusOf(int records) {
@@ -86,9 +75,10 @@ class StatusMemoryTest : public CommonTaskFixture {
         return static_cast<double>(most - before) / static_cast<double>(size);
     }
     double TaskMultiple(int records) {
+        logger->Capture().SetRecording(false);
         const Bytes reply = ReplyWith(Kyr::Test::TextBytes(StatusOf(records)));
-        CGetStatusTask::BufferReceiver receiver(boost::make_shared<CNoLines>(), publisher, kProduct,
-                                                17, factory, instance, clock);
+        CGetStatusTask::BufferReceiver receiver(logger, publisher, kProduct, 17, factory, instance,
+                                                clock);
         return MultipleOf(reply.size(), [&] { receiver.OnBufferReceived(reply); });
     }
     static double TreeMultiple(int records) {

@@ -25,7 +25,9 @@ void CFakeBus::Publish(const Message& message, const Context& context) {
     bool delivering = false;
     {
         const Guard guard(mutex_);
-        publications_.push_back({message, context});
+        if (recording_) {
+            publications_.push_back({message, context});
+        }
         delivering = delivering_;
     }
     if (delivering) {
@@ -52,6 +54,11 @@ void CFakeBus::Deliver(const Message& message, const Context& context) {
 void CFakeBus::SetDelivering(bool delivering) {
     const Guard guard(mutex_);
     delivering_ = delivering;
+}
+
+void CFakeBus::SetRecording(bool recording) {
+    const Guard guard(mutex_);
+    recording_ = recording;
 }
 
 void CFakeBus::OnPublish(std::function<void(const Message&)> hook) {

@@ -1,5 +1,5 @@
-// A host bus for tests: remembers what is published, and delivers to its subscribers what the test
-// tells it to, or everything.
+// A host bus for tests: remembers what is published, or forgets it, and delivers to its subscribers
+// what the test tells it to, or everything.
 //
 // Delivery only pushes into the subscribers' queues, in order, and once a subscriber however often
 // it has subscribed. Threads: any.
@@ -37,6 +37,8 @@ class CFakeBus : public Common::Kernel::IBusResource {
     void Deliver(const Message& message, const Context& context = Context());
     /// From now on what is published is delivered as well.
     void SetDelivering(bool delivering);
+    /// Whether what is published is remembered from now on.
+    void SetRecording(bool recording);
     /// Called with every published message before it is recorded; what it throws reaches the
     /// publisher.
     void OnPublish(std::function<void(const Message&)> hook);
@@ -49,6 +51,7 @@ class CFakeBus : public Common::Kernel::IBusResource {
     std::vector<Publication> publications_;
     std::vector<Subscription> subscriptions_;
     bool delivering_ = false;
+    bool recording_ = true;
     std::function<void(const Message&)> hook_;
 };
 

@@ -84,7 +84,9 @@ class CFakeRemediationActions : public Common::Database::IOvRemediationActionsMa
             return false;
         }
         const boost::lock_guard<boost::mutex> guard(mutex_);
-        batches_.push_back(actions);
+        if (recording_) {
+            batches_.push_back(actions);
+        }
         return true;
     }
     std::vector<Batch> Batches() const {
@@ -98,6 +100,11 @@ class CFakeRemediationActions : public Common::Database::IOvRemediationActionsMa
         const boost::lock_guard<boost::mutex> guard(mutex_);
         onStore_ = std::move(hook);
     }
+    /// Whether batches are kept from now on.
+    void SetRecording(bool recording) {
+        const boost::lock_guard<boost::mutex> guard(mutex_);
+        recording_ = recording;
+    }
 
   private:
     StoreHook Hook() const {
@@ -106,6 +113,7 @@ class CFakeRemediationActions : public Common::Database::IOvRemediationActionsMa
     }
 
     mutable boost::mutex mutex_;  // guards everything below
+    bool recording_ = true;
     std::vector<Batch> batches_;
     StoreHook onStore_;
 };

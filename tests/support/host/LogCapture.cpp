@@ -25,8 +25,17 @@ void PrintTo(const LogEntry& entry, std::ostream* out) {
 }
 
 void CLogCapture::Log(const std::string& text, int level, const std::string& source) {
-    const Guard guard(mutex_);
-    entries_.push_back({text, level, source});
+    if (!recording_ && !onLine_) {
+        return;
+    }
+    LogEntry entry{text, level, source};
+    if (onLine_) {
+        onLine_(entry);
+    }
+    if (recording_) {
+        const Guard guard(mutex_);
+        entries_.push_back(std::move(entry));
+    }
 }
 
 std::vector<LogEntry> CLogCapture::Entries() const {
@@ -53,6 +62,9 @@ bool CLogCapture::AwaitText(const std::string& text) const {
 CCapturingLogger::CCapturingLogger() : capture_(boost::make_shared<CLogCapture>()) {}
 
 Connectors::Common::CLogLine CCapturingLogger::GetLog(int level) {
+    if (onGetLog) {
+        onGetLog();
+    }
     return Connectors::Common::CLogLine(capture_, level, "Capture");
 }
 

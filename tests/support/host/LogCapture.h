@@ -1,10 +1,13 @@
-// A host log that keeps its lines, and the connector logger that writes into it.
+// A host log that keeps its lines, or forgets them, and the connector logger that writes into it.
 //
 // Threads: any.
 #pragma once
 
+#include <atomic>
+#include <functional>
 #include <iosfwd>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/thread/mutex.hpp>
@@ -33,7 +36,15 @@ class CLogCapture : public Common::Kernel::ILoggerResource {
     /// Waits until a line has exactly this text.
     bool AwaitText(const std::string& text) const;
 
+    /// Whether lines are kept from now on.
+    void SetRecording(bool recording) { recording_ = recording; }
+    /// Called with every line before it is kept, with no lock held; what it throws reaches who
+    /// logs. REQUIRES: nobody logs yet.
+    void OnLine(std::function<void(const LogEntry&)> hook) { onLine_ = std::move(hook); }
+
   private:
+    std::atomic<bool> recording_{true};
+    std::function<void(const LogEntry&)> onLine_;
     mutable boost::mutex mutex_;
     std::vector<LogEntry> entries_;  // guarded by mutex_
 };
@@ -44,7 +55,10 @@ class CCapturingLogger : public Connectors::Common::ILogger {
     CCapturingLogger();
     Connectors::Common::CLogLine GetLog(int level) override;
 
-    const CLogCapture& Capture() const { return *capture_; }
+    CLogCapture& Capture() const { return *capture_; }
+
+    /// Called for every line that is begun, on its thread; what it throws reaches who logs.
+    std::function<void()> onGetLog;
 
   private:
     const boost::shared_ptr<CLogCapture> capture_;

@@ -1,4 +1,4 @@
-// A host bus as tasks see it: keeps what is published.
+// A host bus as tasks see it: keeps what is published, or forgets it.
 //
 // Threads: one at a time.
 #pragma once
@@ -17,12 +17,15 @@ class CRecordingPublisher final : public Common::Module::IMessagePublisher {
     std::vector<Message> messages;
     /// Called first; what it throws reaches the publisher, and the message is not kept.
     std::function<void(const Message&)> onPublish;
+    bool recording = true;
 
     void Publish(const Message& message) override {
         if (onPublish) {
             onPublish(message);
         }
-        messages.push_back(message);
+        if (recording) {
+            messages.push_back(message);
+        }
     }
 };
 

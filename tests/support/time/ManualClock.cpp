@@ -39,6 +39,11 @@ void CManualClock::SleepFor(Milliseconds duration) {
     boost::this_thread::interruption_point();
     CLock lock(mutex_);
     sleeps_.push_back(duration);
+    if (beforeSleep_) {
+        lock.Unlock();
+        beforeSleep_(duration);
+        lock.Lock();
+    }
     const Milliseconds deadline = now_ + duration;
     if (automaticSleep_ && deadline > now_) {
         now_ = deadline;

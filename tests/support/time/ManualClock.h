@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <functional>
 #include <list>
+#include <utility>
 #include <vector>
 
 #include "base/Clock.h"
@@ -42,6 +43,10 @@ class CManualClock final : public Base::IClock {
     /// From now on sleeps move the time themselves and return at once. Timed waits still wait for
     /// Advance.
     void SetAutomaticSleep(bool automatic);
+    /// Called before each sleep with the duration, on the sleeping thread and with no lock held, so
+    /// that it may set what the sleeper is to find; what it throws ends the sleep. REQUIRES: nobody
+    /// sleeps yet.
+    void BeforeSleep(std::function<void(Milliseconds)> hook) { beforeSleep_ = std::move(hook); }
 
     /// What CalendarTime starts from; takes effect at once.
     void SetStartTime(std::int64_t secondsSinceEpoch);
@@ -69,6 +74,7 @@ class CManualClock final : public Base::IClock {
     bool AnyExpired() const KYR_REQUIRES(mutex_);
     void WakeExpired(Base::CLock& lock) KYR_REQUIRES(mutex_);
 
+    std::function<void(Milliseconds)> beforeSleep_;
     mutable Base::CMutex mutex_;
     Base::CCondition changed_;
     Milliseconds now_ KYR_GUARDED_BY(mutex_){0};
