@@ -17,13 +17,14 @@
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
 #include "tests/support/product/FakeReceiver.h"
+#include "tests/support/product/PortMessages.h"
 
 namespace {
 
 using namespace Kyr::Bench;
 using namespace Kyr::Connectors::Common::Kelcomm;
+using namespace Kyr::Test;
 using Kyr::Base::StoreLittleEndian;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kCommand = 3;
 constexpr std::size_t kHeaderSize = 12;
@@ -40,8 +41,9 @@ class CReplyingProduct {
   public:
     CReplyingProduct(std::size_t capacityField, Bytes bytes)
         : capacityField_(capacityField), bytes_(std::move(bytes)), tooSmall_(Header(5)) {}
-    PortReply operator()(const std::uint8_t* request) const {
-        const auto capacity = Kyr::Base::LoadLittleEndian<std::uint32_t>(request + capacityField_);
+    PortReply operator()(const PortRequest& request) const {
+        const auto capacity =
+            Kyr::Base::LoadLittleEndian<std::uint32_t>(request.message + capacityField_);
         const Bytes& bytes = bytes_.size() <= capacity ? bytes_ : tooSmall_;
         const std::size_t size = capacity == 0 ? 0 : bytes.size();
         PortReply reply = {{}, sizeof reply.head, bytes.data(), size};
@@ -62,16 +64,17 @@ struct AlpcTraits {
         return client;
     }
     static void Serve(const Bytes& bytes, int ready) {
-        ServeAlpc(AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
-                  CReplyingProduct(Alpc::kReplyCapacity, bytes), ready);
+        ServePort<CAlpcPortServer>(AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
+                                   CReplyingProduct(Alpc::kReplyCapacity, bytes), ready);
     }
 };
 
 struct LpcTraits {
     static std::unique_ptr<IKelcommClient> Client() { return CreateKelcommClientNt(); }
     static void Serve(const Bytes& bytes, int ready) {
-        ServeLpc(LpcPortName(kKelcommClientId, kKelcommServerId).data(),
-                 CReplyingProduct(CKelcommStructsNt<std::uintptr_t>::kReplyCapacity, bytes), ready);
+        ServePort<CLpcPortServer>(
+            LpcPortName(kKelcommClientId, kKelcommServerId).data(),
+            CReplyingProduct(CKelcommStructsNt<std::uintptr_t>::kReplyCapacity, bytes), ready);
     }
 };
 
@@ -128,7 +131,7 @@ void AgentChannel(benchmark::State& state) {
     const CServerProcess server(static_cast<int>(state.range(1)),
                                 [&](int ready) { Port::Serve(bytes, ready); });
     Kyr::Connectors::OvAgentConnector::COvAgentChannel channel(0, 0);
-    const auto receiver = boost::make_shared<Kyr::Test::CFakeReceiver>();
+    const auto receiver = boost::make_shared<CFakeReceiver>();
     receiver->recording = false;
     std::size_t size = 0;
     receiver->onReply = [&size](const auto& reply) { size = reply.size(); };

@@ -58,12 +58,13 @@ class CLineCounter {
 /// The product accepts everything and has nothing to tell.
 void ServeProduct(int ready) {
     static const std::vector<std::uint8_t> accepted = {12, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0};
-    ServeAlpc(
+    ServePort<Kyr::Test::CAlpcPortServer>(
         AlpcPortName(kKelcommClientId, kKelcommServerId).data(),
-        [](const std::uint8_t* request) {
-            const bool ping =
-                Kyr::Base::LoadLittleEndian<std::uint32_t>(request + Alpc::kReplyCapacity) == 0;
-            PortReply reply = {{}, sizeof reply.head, accepted.data(), ping ? 0 : accepted.size()};
+        [](const Kyr::Test::PortRequest& request) {
+            const bool ping = Kyr::Base::LoadLittleEndian<std::uint32_t>(request.message +
+                                                                         Alpc::kReplyCapacity) == 0;
+            Kyr::Test::PortReply reply = {
+                {}, sizeof reply.head, accepted.data(), ping ? 0 : accepted.size()};
             Kyr::Base::StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(reply.size));
             return reply;
         },

@@ -1,7 +1,6 @@
 #include "bench/PortBench.h"
 
 #include <algorithm>
-#include <cstring>
 #include <filesystem>
 #include <pthread.h>
 #include <sched.h>
@@ -14,19 +13,11 @@
 #include <time.h>
 #include <unistd.h>
 
-#include "portlayer/ServerFunctions.h"
-
 namespace Kyr::Bench {
 
 namespace {
 
-using namespace NtApi;
-using namespace PortLayer;
-
 constexpr std::size_t kLargestPacket = 64 * 1024;
-/// The head and the longest reply inside a message of the product's advanced port.
-constexpr std::size_t kLargestInline = 0xFFCF + 8;
-
 double Nanoseconds(clockid_t clock) {
     timespec time = {};
     Require(::clock_gettime(clock, &time) == 0, "clock_gettime");
@@ -45,58 +36,6 @@ void ServePackets(int socket, std::size_t size) {
             left -= part;
         }
     }
-}
-
-/// The counted name and the attributes that a port is created with.
-struct PortName {
-    explicit PortName(const std::u16string& text) {
-        RtlInitUnicodeString(&name, text.c_str());
-        attributes = {sizeof attributes, nullptr, &name, 0, nullptr, nullptr};
-    }
-    UnicodeString name;
-    ObjectAttributes attributes;
-};
-
-void PutLengths(std::uint8_t* message, std::size_t header, std::size_t data) {
-    const std::uint16_t lengths[] = {static_cast<std::uint16_t>(data),
-                                     static_cast<std::uint16_t>(header + data)};
-    std::memcpy(message, lengths, sizeof lengths);
-}
-
-std::uint16_t KindOf(const std::uint8_t* message) {
-    std::uint16_t type = 0;
-    std::memcpy(&type, message + kTypeOffset, sizeof type);
-    return type & kMessageKindMask;
-}
-
-/// Turns the request into its reply, with the bytes inside when `inside` is set.
-void PutReply(std::uint8_t* message, std::size_t header, const PortReply& reply, bool inside) {
-    std::memcpy(message + header, reply.head, reply.headSize);
-    if (inside && reply.size != 0) {
-        std::memcpy(message + header + reply.headSize, reply.bytes, reply.size);
-    }
-    PutLengths(message, header, reply.headSize + (inside ? reply.size : 0));
-}
-
-struct ViewAttributes {
-    AlpcMessageAttributes head = {kAlpcMessageViewAttribute, kAlpcMessageViewAttribute};
-    AlpcDataViewAttr view = {};
-};
-
-void ReplyWithView(Handle port, Handle client, std::uint8_t* message, const PortReply& reply) {
-    ViewAttributes sent;
-    std::size_t actual = 0;
-    Require(NtAlpcCreatePortSection(client, kAlpcPortSectionSecure, nullptr, reply.size,
-                                    &sent.view.SectionHandle, &actual) == 0,
-            "section");
-    sent.view.ViewSize = reply.size;
-    Require(NtAlpcCreateSectionView(client, 0, &sent.view) == 0, "view");
-    std::memcpy(sent.view.ViewBase, reply.bytes, reply.size);
-    sent.view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
-    Require(NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message, &sent.head, nullptr,
-                                      nullptr, nullptr, nullptr) == 0,
-            "reply");
-    NtAlpcDeletePortSection(client, 0, sent.view.SectionHandle);
 }
 
 }  // namespace
@@ -175,68 +114,6 @@ void Measure(benchmark::State& state, const CServerProcess& server,
     }
     const double used = server.CpuTime() + Nanoseconds(CLOCK_THREAD_CPUTIME_ID) - start;
     state.counters["cpu_ns"] = used / static_cast<double>(state.iterations());
-}
-
-void ServeLpc(const std::u16string& name, const Answer& answer, int ready) {
-    constexpr std::size_t kHeader = LpcLayout::kHeaderSize;
-    PortName portName(name);
-    Handle port = nullptr;
-    Require(NtCreatePort(&port, &portName.attributes, 260, LpcLayout::kMaxMessage, 0) == 0,
-            "create");
-    CServerProcess::Ready(ready);
-    std::uint8_t message[LpcLayout::kMaxMessage];
-    void* toSend = nullptr;
-    while (NtReplyWaitReceivePort(port, nullptr, toSend, message) == 0) {
-        toSend = nullptr;
-        if (KindOf(message) == kLpcConnectionRequest) {
-            Handle client = nullptr;
-            Require(NtAcceptConnectPort(&client, nullptr, message, 1, nullptr, nullptr) == 0,
-                    "accept");
-            Require(NtCompleteConnectPort(client) == 0, "complete");
-        } else if (KindOf(message) == kLpcRequest) {
-            const PortReply reply = answer(message);
-            const bool inside = reply.headSize + reply.size <= LpcLayout::kMaxMessage - kHeader;
-            Require(inside ||
-                        NtWriteRequestData(port, message, 1, const_cast<std::uint8_t*>(reply.bytes),
-                                           reply.size, nullptr) == 0,
-                    "write");
-            const std::uint16_t noBlock = 0;
-            std::memcpy(message + kDataInfoOffset, &noBlock, sizeof noBlock);
-            PutReply(message, kHeader, reply, inside);
-            toSend = message;
-        }
-    }
-}
-
-void ServeAlpc(const std::u16string& name, const Answer& answer, int ready) {
-    constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
-    PortName portName(name);
-    Handle port = nullptr;
-    Require(NtAlpcCreatePort(&port, &portName.attributes, nullptr) == 0, "create");
-    CServerProcess::Ready(ready);
-    std::vector<std::uint8_t> message(kAlpcMaxMessage);
-    Handle client = nullptr;
-    for (void* toSend = nullptr;;) {
-        std::size_t length = message.size();
-        Require(NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, toSend, nullptr,
-                                          message.data(), &length, nullptr, nullptr) == 0,
-                "receive");
-        toSend = nullptr;
-        if (KindOf(message.data()) == kLpcConnectionRequest) {
-            Require(NtAlpcAcceptConnectPort(&client, port, 0, nullptr, nullptr, nullptr,
-                                            message.data(), nullptr, 1) == 0,
-                    "accept");
-        } else if (KindOf(message.data()) == kLpcRequest) {
-            const PortReply reply = answer(message.data());
-            const bool inside = reply.headSize + reply.size <= kLargestInline;
-            PutReply(message.data(), kHeader, reply, inside);
-            if (inside) {
-                toSend = message.data();
-            } else {
-                ReplyWithView(port, client, message.data(), reply);
-            }
-        }
-    }
 }
 
 void BarePackets(benchmark::State& state) {

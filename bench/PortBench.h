@@ -17,13 +17,9 @@
 #include <thread>
 #include <vector>
 
-#include "ntapi/PortMessage.h"
+#include "tests/support/product/PortServer.h"
 
 namespace Kyr::Bench {
-
-using LpcLayout =
-    NtApi::PortMessageLayout<std::conditional_t<sizeof(void*) == 8, std::uint64_t, std::uint32_t>>;
-using AlpcLayout = NtApi::PortMessageLayout<std::uint32_t>;
 
 /// The reply sizes that every benchmark runs with, on one core and on two.
 const std::vector<std::vector<std::int64_t>> kCases = {{0, 64, 4096, 65536, 1 << 20, 16 << 20},
@@ -68,20 +64,13 @@ class CServerProcess {
 void Measure(benchmark::State& state, const CServerProcess& server,
              const std::function<void()>& roundTrip);
 
-/// What a server answers: `head` and, behind it, the bytes: in the message when they fit, else the
-/// way that the port offers for long ones.
-struct PortReply {
-    std::uint8_t head[8];
-    std::size_t headSize;
-    const std::uint8_t* bytes;
-    std::size_t size;
-};
-using Answer = std::function<PortReply(const std::uint8_t* request)>;
-
-// Serve one client after the other; they do not return. Bytes too long for a message: data entry 1
-// on a legacy port, a view on an advanced one.
-void ServeLpc(const std::u16string& name, const Answer& answer, int ready);
-void ServeAlpc(const std::u16string& name, const Answer& answer, int ready);
+/// Serves the port of that name until the process is killed.
+template <typename PortServer>
+void ServePort(const std::u16string& name, const Test::PortAnswer& answer, int ready) {
+    PortServer server(name);
+    CServerProcess::Ready(ready);
+    server.Serve(answer);
+}
 
 /// The same sizes as bare packets over a socket of the kind that the port layer uses: packets of
 /// 64 KiB at most.

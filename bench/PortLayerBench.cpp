@@ -4,61 +4,47 @@
 
 #include "bench/PortBench.h"
 #include "portlayer/ClientFunctions.h"
+#include "tests/support/product/PortMessages.h"
 
 namespace {
 
 using namespace Kyr::Bench;
 using namespace Kyr::NtApi;
 using namespace Kyr::PortLayer;
+using namespace Kyr::Test;
 
 const std::u16string kName = u"\\BaseNamedObjects\\Bench";
 
 /// Answers every request with so many bytes.
-Answer Always(const std::vector<std::uint8_t>& bytes) {
-    return [&bytes](const std::uint8_t*) { return PortReply{{}, 0, bytes.data(), bytes.size()}; };
-}
-
-void PutLengths(std::uint8_t* message, std::size_t header, std::size_t data) {
-    const std::uint16_t lengths[] = {static_cast<std::uint16_t>(data),
-                                     static_cast<std::uint16_t>(header + data)};
-    std::memcpy(message, lengths, sizeof lengths);
+PortAnswer Always(const Bytes& bytes) {
+    return [&bytes](const auto&) { return PortReply{{}, 0, bytes.data(), bytes.size()}; };
 }
 
 /// A request of 64 bytes that ends in a data-information block with the reply's memory.
-void BuildLpcRequest(std::uint8_t* request, std::vector<std::uint8_t>& reply) {
-    constexpr std::size_t kBlock = LpcLayout::kDataEntries + 2 * LpcLayout::kDataEntrySize;
-    constexpr std::size_t kOffset = LpcLayout::kHeaderSize + kRequestSize - kBlock;
-    PutLengths(request, LpcLayout::kHeaderSize, kRequestSize);
-    const std::uint16_t offset = kOffset;
-    std::memcpy(request + kDataInfoOffset, &offset, sizeof offset);
-    const std::uint32_t count = 2;
-    std::memcpy(request + kOffset, &count, sizeof count);
-    std::uint8_t* const entry =
-        request + kOffset + LpcLayout::kDataEntries + LpcLayout::kDataEntrySize;
-    const void* const base = reply.data();
-    const auto size = static_cast<std::uint32_t>(reply.size());
-    std::memcpy(entry, &base, sizeof base);
-    std::memcpy(entry + LpcLayout::kDataEntryLength, &size, sizeof size);
+Bytes LpcRequest(Bytes& reply) {
+    return LpcMessageWithEntries(
+        {{nullptr, 0}, {reply.data(), static_cast<std::uint32_t>(reply.size())}},
+        kRequestSize - LpcLayout::kDataEntries - 2 * LpcLayout::kDataEntrySize);
 }
 
 void LegacyPort(benchmark::State& state) {
     const auto size = static_cast<std::size_t>(state.range(0));
-    const std::vector<std::uint8_t> bytes(size, 'x');
-    const CServerProcess server(static_cast<int>(state.range(1)),
-                                [&](int ready) { ServeLpc(kName, Always(bytes), ready); });
+    const Bytes bytes(size, 'x');
+    const CServerProcess server(static_cast<int>(state.range(1)), [&](int ready) {
+        ServePort<CLpcPortServer>(kName, Always(bytes), ready);
+    });
     UnicodeString name;
     RtlInitUnicodeString(&name, kName.c_str());
     Handle port = nullptr;
     Require(NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr) == 0,
             "connect");
-    std::vector<std::uint8_t> memory(size);
-    std::uint8_t request[LpcLayout::kMaxMessage] = {};
-    BuildLpcRequest(request, memory);
-    std::uint8_t reply[LpcLayout::kMaxMessage] = {};
+    Bytes memory(size);
+    Bytes request = LpcRequest(memory);
+    Bytes reply(LpcLayout::kMaxMessage);
     Measure(state, server, [&] {
-        Require(NtRequestWaitReplyPort(port, request, reply) == 0, "request");
+        Require(NtRequestWaitReplyPort(port, request.data(), reply.data()) == 0, "request");
         if (size != 0 && size <= LpcLayout::kMaxMessage - LpcLayout::kHeaderSize) {
-            std::memcpy(memory.data(), reply + LpcLayout::kHeaderSize, size);
+            std::memcpy(memory.data(), reply.data() + LpcLayout::kHeaderSize, size);
         }
         benchmark::DoNotOptimize(memory.data());
     });
@@ -74,24 +60,24 @@ struct ViewAttributes {
 void AdvancedPort(benchmark::State& state) {
     constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
     const auto size = static_cast<std::size_t>(state.range(0));
-    const std::vector<std::uint8_t> bytes(size, 'x');
-    const CServerProcess server(static_cast<int>(state.range(1)),
-                                [&](int ready) { ServeAlpc(kName, Always(bytes), ready); });
+    const Bytes bytes(size, 'x');
+    const CServerProcess server(static_cast<int>(state.range(1)), [&](int ready) {
+        ServePort<CAlpcPortServer>(kName, Always(bytes), ready);
+    });
     UnicodeString name;
     RtlInitUnicodeString(&name, kName.c_str());
     Handle port = nullptr;
     Require(NtAlpcConnectPort(&port, &name, nullptr, nullptr, kAlpcSynchronous, nullptr, nullptr,
                               nullptr, nullptr, nullptr, nullptr) == 0,
             "connect");
-    std::vector<std::uint8_t> memory(size);
-    std::vector<std::uint8_t> reply(kAlpcMaxMessage);
-    std::uint8_t request[kHeader + kRequestSize] = {};
-    PutLengths(request, kHeader, kRequestSize);
+    Bytes memory(size);
+    Bytes reply(kAlpcMaxMessage);
+    Bytes request = Message(kHeader, Bytes(kRequestSize), kHeader + kRequestSize);
     Measure(state, server, [&] {
         ViewAttributes received;
         std::size_t length = reply.size();
-        Require(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request, nullptr, reply.data(),
-                                          &length, &received.head, nullptr) == 0,
+        Require(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
+                                          reply.data(), &length, &received.head, nullptr) == 0,
                 "request");
         const bool inView = received.head.ValidAttributes != 0;
         if (size != 0) {

@@ -1,7 +1,6 @@
 // The clients over real ports: a server thread of the test behind the port layer's functions, no
 // scripted answer anywhere.
 #include <cstring>
-#include <functional>
 #include <gtest/gtest.h>
 #include <memory>
 #include <thread>
@@ -18,6 +17,8 @@
 #include "portlayer/ServerFunctions.h"
 #include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/product/PortMessages.h"
+#include "tests/support/product/PortServer.h"
 #include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Test {
@@ -29,184 +30,57 @@ namespace Layer = PortLayer;
 using Base::LoadLittleEndian;
 using Base::StoreLittleEndian;
 using NtApi::Handle;
-using Bytes = std::vector<std::uint8_t>;
 
 constexpr std::uint32_t kEcho = 3;  // answers the request's bytes
 
-/// Serves one port on a thread of its own until it is stopped.
-class CServer {
-  public:
-    virtual ~CServer() = default;
-    void Stop() {
-        Layer::NtClose(port_);
-        thread_.join();
-        for (const Handle client : clients_) {
-            Layer::NtClose(client);
-        }
-    }
+/// A result code, the length of the bytes, and the bytes.
+PortReply Reply(std::uint32_t result, const Bytes& bytes) {
+    PortReply reply = {{}, sizeof reply.head, bytes.data(), bytes.size()};
+    StoreLittleEndian(reply.head, result);
+    StoreLittleEndian(reply.head + 4, static_cast<std::uint32_t>(bytes.size()));
+    return reply;
+}
 
-  protected:
-    NtApi::ObjectAttributes* Attributes(const Kelcomm::ObjectName& name) {
-        name_ = name;
-        Layer::RtlInitUnicodeString(&counted_, name_.data());
-        attributes_ = {sizeof(attributes_), nullptr, &counted_, 0, nullptr, nullptr};
-        return &attributes_;
-    }
-    static std::uint16_t Kind(const std::uint8_t* message) {
-        return LoadLittleEndian<std::uint16_t>(message + NtApi::kTypeOffset) &
-               NtApi::kMessageKindMask;
-    }
-    /// Turns a received message into a reply with this result and these bytes.
-    static void MakeReply(std::uint8_t* message, std::size_t header, std::uint32_t result,
-                          std::uint32_t length, const Bytes& bytes) {
-        const auto dataLength = static_cast<std::uint16_t>(8 + bytes.size());
-        StoreLittleEndian(message, dataLength);
-        StoreLittleEndian(message + 2, static_cast<std::uint16_t>(header + dataLength));
-        StoreLittleEndian<std::uint32_t>(message + 4, 0);
-        StoreLittleEndian(message + header, result);
-        StoreLittleEndian(message + header + 4, length);
-        std::copy(bytes.begin(), bytes.end(), message + header + 8);
-    }
-
-    Handle port_ = nullptr;
-    std::thread thread_;
-    std::vector<Handle> clients_;
-
-  private:
-    Kelcomm::ObjectName name_;
-    NtApi::UnicodeString counted_;
-    NtApi::ObjectAttributes attributes_;
-};
-
+/// Answers a request's bytes, and on a legacy port any other command with itself as the result
+/// code.
 template <typename Word>
-class CLpcServer : public CServer {
+class CLpcEcho {
   public:
-    using Structs = Kelcomm::CKelcommStructsNt<Word>;
-    using Message = typename Structs::Message;
-    CLpcServer() {
-        EXPECT_EQ(0, Layer::NtCreatePort(&port_,
-                                         Attributes(Kelcomm::LpcPortName(
-                                             Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId)),
-                                         260, sizeof(Message), 0));
-        thread_ = std::thread([this] { Run(); });
-    }
-
-  private:
-    void Run() {
-        Message message;
-        while (Layer::NtReplyWaitReceivePort(port_, nullptr, nullptr, message.bytes) == 0) {
-            if (Kind(message.bytes) == NtApi::kLpcConnectionRequest) {
-                Handle client = nullptr;
-                Layer::NtAcceptConnectPort(&client, nullptr, message.bytes, 1, nullptr, nullptr);
-                Layer::NtCompleteConnectPort(client);
-                clients_.push_back(client);
-            } else if (Kind(message.bytes) == NtApi::kLpcRequest) {
-                Answer(message);
-            }
-        }
-    }
-    void Answer(Message& message) {
-        std::uint8_t* const bytes = message.bytes;
-        const auto command = LoadLittleEndian<std::uint32_t>(bytes + Structs::kCommand);
-        const std::size_t end = LoadLittleEndian<std::uint16_t>(bytes + 2);
-        Bytes request(bytes + Structs::kSmallPayload, bytes + end);
-        if (LoadLittleEndian<std::uint16_t>(bytes + NtApi::kDataInfoOffset) != 0) {
-            request.assign(bytes + Structs::kLargePayload, bytes + end);
-            const auto length = LoadLittleEndian<std::uint32_t>(bytes + Structs::kRequestEntry +
+    PortReply operator()(const PortRequest& request) {
+        using Structs = Kelcomm::CKelcommStructsNt<Word>;
+        const std::uint8_t* const message = request.message;
+        const auto command = LoadLittleEndian<std::uint32_t>(message + Structs::kCommand);
+        const std::size_t end = LoadLittleEndian<std::uint16_t>(message + 2);
+        bytes_.assign(message + Structs::kSmallPayload, message + end);
+        if (LoadLittleEndian<std::uint16_t>(message + NtApi::kDataInfoOffset) != 0) {
+            bytes_.assign(message + Structs::kLargePayload, message + end);
+            const auto length = LoadLittleEndian<std::uint32_t>(message + Structs::kRequestEntry +
                                                                 Structs::Port::kDataEntryLength);
             if (length != 0) {
-                request.resize(length);
-                EXPECT_EQ(
-                    0, Layer::NtReadRequestData(port_, bytes, 0, request.data(), length, nullptr));
+                bytes_.resize(length);
+                EXPECT_EQ(0, Layer::NtReadRequestData(request.port, request.message, 0,
+                                                      bytes_.data(), length, nullptr));
             }
         }
-        const auto length = static_cast<std::uint32_t>(request.size());
-        if (length > Structs::kMaxSmallReply) {
-            EXPECT_EQ(0,
-                      Layer::NtWriteRequestData(port_, bytes, 1, request.data(), length, nullptr));
-            request.clear();
-        }
-        MakeReply(bytes, Structs::Port::kHeaderSize, command == kEcho ? 0 : command, length,
-                  request);
-        EXPECT_EQ(0, Layer::NtReplyPort(port_, bytes));
-    }
-};
-
-class CAlpcServer : public CServer {
-  public:
-    CAlpcServer() {
-        NtApi::AlpcPortAttributes attributes{};
-        attributes.MaxMessageLength = NtApi::kAlpcMaxMessage;
-        EXPECT_EQ(
-            0, Layer::NtAlpcCreatePort(&port_,
-                                       Attributes(Kelcomm::AlpcPortName(Kelcomm::kKelcommClientId,
-                                                                        Kelcomm::kKelcommServerId)),
-                                       &attributes));
-        thread_ = std::thread([this] { Run(); });
+        return Reply(command == kEcho ? 0 : command, bytes_);
     }
 
   private:
-    struct Attribute {
-        NtApi::AlpcMessageAttributes head{NtApi::kAlpcMessageViewAttribute, 0};
-        NtApi::AlpcDataViewAttr view{};
-    };
-    void Run() {
-        Bytes buffer(NtApi::kAlpcMaxMessage);
-        std::uint8_t* const message = buffer.data();
-        for (;;) {
-            Attribute received;
-            std::size_t length = buffer.size();
-            if (Layer::NtAlpcSendWaitReceivePort(port_, 0, nullptr, nullptr, message, &length,
-                                                 &received.head, nullptr) != 0) {
-                return;
-            }
-            if (Kind(message) == NtApi::kLpcConnectionRequest) {
-                Handle client = nullptr;
-                EXPECT_EQ(0, Layer::NtAlpcAcceptConnectPort(&client, port_, 0, nullptr, nullptr,
-                                                            nullptr, message, nullptr, 1));
-                clients_.push_back(client);
-            } else if (Kind(message) == NtApi::kLpcRequest) {
-                Answer(message, received);
-            }
-        }
+    Bytes bytes_;
+};
+
+class CAlpcEcho {
+  public:
+    PortReply operator()(const PortRequest& request) {
+        const auto length = LoadLittleEndian<std::uint32_t>(request.message + 32);
+        const std::uint8_t* const source =
+            request.view != nullptr ? request.view : request.message + 40;
+        bytes_.assign(source, source + length);
+        return Reply(0, bytes_);
     }
-    void Answer(std::uint8_t* message, Attribute& received) {
-        const auto length = LoadLittleEndian<std::uint32_t>(message + 32);
-        const std::uint8_t* source = message + 40;
-        const bool hasView = received.head.ValidAttributes != 0;
-        if (hasView) {
-            EXPECT_GE(received.view.ViewSize, length);
-            source = static_cast<const std::uint8_t*>(received.view.ViewBase);
-        }
-        Bytes bytes(source, source + length);
-        if (hasView) {
-            Layer::NtAlpcDeleteSectionView(clients_.back(), 0, received.view.ViewBase);
-        }
-        Attribute sent;
-        const bool longReply = length > 65487;
-        if (longReply) {
-            MakeView(sent.view, bytes);
-            sent.head.ValidAttributes = NtApi::kAlpcMessageViewAttribute;
-            bytes.clear();
-        }
-        MakeReply(message, 24, 0, length, bytes);
-        EXPECT_EQ(0, Layer::NtAlpcSendWaitReceivePort(port_, NtApi::kAlpcReleaseMessage, message,
-                                                      longReply ? &sent.head : nullptr, nullptr,
-                                                      nullptr, nullptr, nullptr));
-        if (longReply) {
-            Layer::NtAlpcDeletePortSection(clients_.back(), 0, sent.view.SectionHandle);
-        }
-    }
-    void MakeView(NtApi::AlpcDataViewAttr& view, const Bytes& bytes) {
-        std::size_t actual = 0;
-        EXPECT_EQ(
-            0, Layer::NtAlpcCreatePortSection(clients_.back(), NtApi::kAlpcPortSectionSecure,
-                                              nullptr, bytes.size(), &view.SectionHandle, &actual));
-        view.ViewSize = bytes.size();
-        EXPECT_EQ(0, Layer::NtAlpcCreateSectionView(clients_.back(), 0, &view));
-        std::copy(bytes.begin(), bytes.end(), static_cast<std::uint8_t*>(view.ViewBase));
-        view.Flags = NtApi::kAlpcViewSecured | NtApi::kAlpcViewAutoRelease;
-    }
+
+  private:
+    Bytes bytes_;
 };
 
 struct LpcTraits {
@@ -214,13 +88,13 @@ struct LpcTraits {
     static std::unique_ptr<Kelcomm::IKelcommClient> Client() {
         return Kelcomm::CreateKelcommClientNt(LayerFunctions());
     }
-    static std::unique_ptr<CServer> Server() {
-        NtApi::Bool isWow64 = 0;
-        Layer::IsWow64Process(Layer::GetCurrentProcess(), &isWow64);
-        if (isWow64 != 0) {
-            return std::make_unique<CLpcServer<std::uint64_t>>();
-        }
-        return std::make_unique<CLpcServer<std::uint32_t>>();
+    static std::unique_ptr<CPortServer> Server() {
+        return std::make_unique<CLpcPortServer>(
+            Kelcomm::LpcPortName(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId).data());
+    }
+    static PortAnswer Echo() {
+        return SystemIsWide() ? PortAnswer(CLpcEcho<std::uint64_t>())
+                              : PortAnswer(CLpcEcho<std::uint32_t>());
     }
 };
 
@@ -231,7 +105,11 @@ struct AlpcTraits {
         client->Initialize(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId, 0);
         return client;
     }
-    static std::unique_ptr<CServer> Server() { return std::make_unique<CAlpcServer>(); }
+    static std::unique_ptr<CPortServer> Server() {
+        return std::make_unique<CAlpcPortServer>(
+            Kelcomm::AlpcPortName(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId).data());
+    }
+    static PortAnswer Echo() { return CAlpcEcho(); }
 };
 
 template <typename Ports>
@@ -248,10 +126,14 @@ class PortExchangeTest : public testing::Test {
         EXPECT_TRUE(Layer::ReadLiveCounters().AllZero()) << Layer::ReadLiveCounters().Text();
         EXPECT_TRUE(directory_.IsEmpty());
     }
-    void StartServer() { server_ = Ports::Server(); }
+    void StartServer() {
+        server_ = Ports::Server();
+        thread_ = std::thread([this] { server_->Serve(Ports::Echo()); });
+    }
     void StopServer() {
         if (server_ != nullptr) {
             server_->Stop();
+            thread_.join();
             server_.reset();
         }
     }
@@ -273,7 +155,8 @@ class PortExchangeTest : public testing::Test {
     }
 
     CRunDirectory directory_;
-    std::unique_ptr<CServer> server_;
+    std::unique_ptr<CPortServer> server_;
+    std::thread thread_;
     std::unique_ptr<Kelcomm::IKelcommClient> client_;
 };
 
