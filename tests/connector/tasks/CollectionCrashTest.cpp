@@ -111,7 +111,7 @@ TEST_F(CollectionCrashTest, NoStepOfARecordCollectionLosesARecord) {
     };
     const auto collect = [this] {
         CWinOvGetEcsIndicatorLogsTask(logger, publisher, channel, nullptr, factory, keyValueStore)
-            .Execute(MakeTrigger(3));
+            .Execute(TriggerOf(3));
     };
     const auto arrivals = Arrivals("XDR_OFFSET", "3", collect, [this](int step) {
         ASSERT_GE(received.size(), 3u) << step;
@@ -131,7 +131,7 @@ TEST_F(CollectionCrashTest, NoStepOfARemediationLosesAnAction) {
     const auto collect = [this] {
         CWinOvGetRemediationTask(logger, publisher, channel, nullptr, factory, remediationStore,
                                  keyValueStore)
-            .Execute(MakeTrigger(5));
+            .Execute(TriggerOf(5));
     };
     // Read, request, reply, store: once. Stored, read again, offset: twice. Offset stored, and the
     // event before and after: past.

@@ -1,129 +1,22 @@
 #include <stdexcept>
 
-#include <boost/thread/exceptions.hpp>
-#include <boost/weak_ptr.hpp>
-
-#include "connector/tasks/WinOvGetRemediationTask.h"
-#include "logs/DataMinerMessages.h"
-#include "tests/connector/tasks/CollectionFixture.h"
-#include "tests/support/GroupingLocale.h"
-#include "tests/support/host/TestMessage.h"
+#include "tests/connector/tasks/CollectionKinds.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using Kyr::Common::Kernel::MessageType;
 using Kyr::Test::HexBytes;
 using Kyr::Test::TextBytes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-constexpr char kKey[] = "OV_REMEDIATION_OFFSET";
-constexpr char kRequest[] = "0C 00 00 00 00 06 00 01 01 00 10 00";
 constexpr char kPublish[] = "publish DataMinerOutOfOrderEventMessage";
 constexpr char kNoBlockActions[] = "1 No block actions received from OV Connector";
 // Actions: 0A, length, and in it 08, the action type.
 constexpr char kBlock[] = "0A 02 08 03 ";
 constexpr char kOther[] = "0A 02 08 02 ";
 
-class WinOvGetRemediationTaskTest : public CollectionFixture {
-  protected:
-    WinOvGetRemediationTaskTest() { ProductAnswers(Reply(kBlock)); }
-
-    void Execute() { task.Execute(MakeTrigger(5)); }
-    std::string RetryText() {
-        return CountedRetry([this] { Execute(); });
-    }
-    void SetOffset(const std::string& text) { keyValueStore->Put(kKey, text); }
-    std::string Offset() const { return keyValueStore->Text(kKey); }
-
-    CWinOvGetRemediationTask task{logger,  publisher,        channel,      nullptr,
-                                  factory, remediationStore, keyValueStore};
-};
-
-// Triggers and requests.
-
-TEST_F(WinOvGetRemediationTaskTest, ServesTriggers) {
-    EXPECT_EQ(task.GetMessageType(), MessageType::OvAgentRequest);
-    EXPECT_EQ(static_cast<int>(task.GetMessageType()), 7);
-}
-
-TEST_F(WinOvGetRemediationTaskTest, ActsOnTriggersOfItsKindOnly) {
-    int reads = 0;
-    keyValueStore->OnGet([&](const auto&) { ++reads; });
-    for (const int kind : {0, 1, 2, 3, 4, 6, -1}) {
-        EXPECT_NO_THROW(task.Execute(MakeTrigger(kind)));
-    }
-    EXPECT_EQ(reads, 0);
-    EXPECT_THAT(channel->calls, IsEmpty());
-    EXPECT_THAT(Lines(), IsEmpty());
-    EXPECT_THAT(effects, IsEmpty());
-}
-
-TEST_F(WinOvGetRemediationTaskTest, MessageOfAnotherClassIsIgnored) {
-    EXPECT_NO_THROW(task.Execute(Kyr::Test::MakeMessage("A", MessageType::OvAgentRequest)));
-    EXPECT_NO_THROW(task.Execute({}));
-    EXPECT_THAT(channel->calls, IsEmpty());
-    EXPECT_THAT(effects, IsEmpty());
-}
-
-TEST_F(WinOvGetRemediationTaskTest, CancelDoesNotKeepItFromExecuting) {
-    task.Cancel();
-    Execute();
-    EXPECT_EQ(channel->requests.size(), 1u);
-}
-
-TEST_F(WinOvGetRemediationTaskTest, FirstRequestHasOffsetZero) {
-    Execute();
-    EXPECT_THAT(channel->requests, ElementsAre(HexBytes(kRequest)));
-}
-
-TEST_F(WinOvGetRemediationTaskTest, EmptyOffsetIsZero) {
-    SetOffset("");
-    Execute();
-    EXPECT_THAT(channel->requests, ElementsAre(HexBytes(kRequest)));
-}
-
-TEST_F(WinOvGetRemediationTaskTest, RequestCarriesTheStoredOffset) {
-    SetOffset("300");
-    Execute();
-    EXPECT_THAT(channel->requests, ElementsAre(HexBytes(std::string(kRequest) + " 08 AC 02")));
-}
-
-TEST_F(WinOvGetRemediationTaskTest, ReceiverIsInstalledBeforeTheRequestIsSent) {
-    Execute();
-    EXPECT_THAT(channel->calls, ElementsAre("SetBufferReceiver", "Send"));
-}
-
-TEST_F(WinOvGetRemediationTaskTest, EveryRequestGetsAReceiverOfItsOwn) {
-    Execute();
-    const boost::weak_ptr<Common::IBufferReceiver> first = channel->receiver;
-    Execute();
-    EXPECT_TRUE(first.expired());
-    EXPECT_TRUE(channel->receiver);
-}
-
-TEST_F(WinOvGetRemediationTaskTest, ReceiverKeepsTheTriggerAlive) {
-    boost::weak_ptr<Kyr::Common::Kernel::IMessage> observed;
-    {
-        const auto trigger = MakeTrigger(5);
-        observed = trigger;
-        task.Execute(trigger);
-    }
-    EXPECT_FALSE(observed.expired());
-    channel->SetBufferReceiver({});
-    EXPECT_TRUE(observed.expired());
-}
-
-TEST_F(WinOvGetRemediationTaskTest, ReceiverOutlivesTheTask) {
-    {
-        CWinOvGetRemediationTask shortLived(logger, publisher, channel, nullptr, factory,
-                                            remediationStore, keyValueStore);
-        shortLived.Execute(MakeTrigger(5));
-    }
-    channel->receiver->OnBufferReceived(Reply(kBlock));
-    EXPECT_EQ(remediationStore->Batches().size(), 2u);
-}
+using WinOvGetRemediationTaskTest = CollectionKindFixture<RemediationActions>;
 
 // Actions.
 
@@ -212,14 +105,6 @@ TEST_F(WinOvGetRemediationTaskTest, OnlyTypeThreeBlocks) {
     EXPECT_EQ(Offset(), "5");
 }
 
-TEST_F(WinOvGetRemediationTaskTest, OffsetComesRoundToZero) {
-    SetOffset("-1");
-    Execute();
-    EXPECT_THAT(channel->requests,
-                ElementsAre(HexBytes(std::string(kRequest) + " 08 FF FF FF FF FF FF FF FF FF 01")));
-    EXPECT_EQ(Offset(), "0");
-}
-
 TEST_F(WinOvGetRemediationTaskTest, OffsetThatChangedMeanwhileIsAddedTo) {
     SetOffset("10");
     remediationStore->OnStore([&](const auto&) {
@@ -230,45 +115,7 @@ TEST_F(WinOvGetRemediationTaskTest, OffsetThatChangedMeanwhileIsAddedTo) {
     EXPECT_EQ(Offset(), "41");
 }
 
-TEST_F(WinOvGetRemediationTaskTest, NumbersAreWrittenWithoutGrouping) {
-    const Kyr::Test::CGroupingLocale grouping;
-    SetOffset("1234567");
-    Execute();
-    EXPECT_EQ(Offset(), "1234568");
-    ProductAnswers(Reply("10 FF FF FF FF 0F"));
-    Execute();
-    EXPECT_THAT(Lines(), ElementsAre("3 Failed to get remediation data from OV Connector with "
-                                     "code: 4294967295"));
-}
-
-// The product has nothing, or refuses.
-
-TEST_F(WinOvGetRemediationTaskTest, ReplyWithoutPayloadIsLogged) {
-    ProductAnswers(Reply(""));
-    Execute();
-    EXPECT_THAT(Lines(), ElementsAre("1 Empty response received from OV Connector"));
-    EXPECT_THAT(effects, IsEmpty());
-}
-
-TEST_F(WinOvGetRemediationTaskTest, ResultCodeIsLogged) {
-    ProductAnswers(Reply(std::string(kBlock) + "10 07"));
-    Execute();
-    EXPECT_THAT(Lines(),
-                ElementsAre("3 Failed to get remediation data from OV Connector with code: 7"));
-    EXPECT_THAT(effects, IsEmpty());
-}
-
 // Replies that should not be.
-
-TEST_F(WinOvGetRemediationTaskTest, ShortReplyIsACountedRetry) {
-    for (const std::size_t size : {0, 1, 11, 12, 15}) {
-        auto reply = Reply(kBlock);
-        reply.resize(size);
-        ProductAnswers(reply);
-        EXPECT_EQ(RetryText(), "KelcommChannelBuffer: Buffer is not full enough") << size;
-    }
-    EXPECT_THAT(effects, IsEmpty());
-}
 
 TEST_F(WinOvGetRemediationTaskTest, PayloadThatDoesNotParseHasNoBlockActions) {
     ProductAnswers(Reply("FF"));
@@ -301,20 +148,6 @@ TEST_F(WinOvGetRemediationTaskTest, SixteenMebibytesOfBlockActions) {
 }
 
 // Failures.
-
-TEST_F(WinOvGetRemediationTaskTest, FailureOfTheChannelIsACountedRetryWithItsText) {
-    ProductFails("CKelcommChannel: Send request failed with 9");
-    EXPECT_EQ(RetryText(), "CKelcommChannel: Send request failed with 9");
-    EXPECT_THAT(effects, IsEmpty());
-}
-
-TEST_F(WinOvGetRemediationTaskTest, OffsetThatIsNoNumberFailsEveryTrigger) {
-    SetOffset(" 5");
-    EXPECT_EQ(RetryText(), kNotANumber);
-    EXPECT_EQ(RetryText(), kNotANumber);
-    EXPECT_EQ(Offset(), " 5");
-    EXPECT_THAT(channel->calls, IsEmpty());
-}
 
 TEST_F(WinOvGetRemediationTaskTest, OffsetThatIsNoNumberAnyMoreIsLeftAsItIs) {
     remediationStore->OnStore([&](const auto&) {
@@ -367,12 +200,7 @@ TEST_F(WinOvGetRemediationTaskTest, EventThatCannotBePublishedLeavesTheOffsetMov
     EXPECT_EQ(Offset(), "1");
     publisher->onPublish = nullptr;
     Execute();
-    EXPECT_EQ(channel->requests[1], HexBytes(std::string(kRequest) + " 08 01"));
-}
-
-TEST_F(WinOvGetRemediationTaskTest, InterruptionIsNoFailure) {
-    channel->product = [](const auto&) -> Bytes { throw boost::thread_interrupted(); };
-    EXPECT_THROW(Execute(), boost::thread_interrupted);
+    EXPECT_EQ(channel->requests[1], HexBytes(std::string(RemediationActions::kRequest) + " 08 01"));
 }
 
 }  // namespace

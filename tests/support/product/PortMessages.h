@@ -15,7 +15,8 @@ namespace Kyr::Test {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// Whether legacy messages have the 64-bit layout on this system, as a client of the ports finds out.
+/// Whether legacy messages have the 64-bit layout on this system, as a client of the ports finds
+/// out.
 bool SystemIsWide();
 
 /// The layout of legacy messages on this system: which one is found out when the program starts.
@@ -27,18 +28,12 @@ struct LpcLayout {
     }
 
     static inline const bool kIsWide = SystemIsWide();
-    static inline const std::size_t kHeaderSize =
-        Choose(Narrow::kHeaderSize, Wide::kHeaderSize);
-    static inline const std::size_t kProcessId =
-        Choose(Narrow::kProcessId, Wide::kProcessId);
-    static inline const std::size_t kThreadId =
-        Choose(Narrow::kThreadId, Wide::kThreadId);
-    static inline const std::size_t kMessageId =
-        Choose(Narrow::kMessageId, Wide::kMessageId);
-    static inline const std::size_t kMaxMessage =
-        Choose(Narrow::kMaxMessage, Wide::kMaxMessage);
-    static inline const std::size_t kDataEntries =
-        Choose(Narrow::kDataEntries, Wide::kDataEntries);
+    static inline const std::size_t kHeaderSize = Choose(Narrow::kHeaderSize, Wide::kHeaderSize);
+    static inline const std::size_t kProcessId = Choose(Narrow::kProcessId, Wide::kProcessId);
+    static inline const std::size_t kThreadId = Choose(Narrow::kThreadId, Wide::kThreadId);
+    static inline const std::size_t kMessageId = Choose(Narrow::kMessageId, Wide::kMessageId);
+    static inline const std::size_t kMaxMessage = Choose(Narrow::kMaxMessage, Wide::kMaxMessage);
+    static inline const std::size_t kDataEntries = Choose(Narrow::kDataEntries, Wide::kDataEntries);
     static inline const std::size_t kDataEntrySize =
         Choose(Narrow::kDataEntrySize, Wide::kDataEntrySize);
     static inline const std::size_t kDataEntryLength =

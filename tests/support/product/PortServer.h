@@ -1,5 +1,5 @@
-// A small server of one port over the port layer: accepts every client and answers each request with
-// what a function says.
+// A small server of one port over the port layer: accepts every client and answers each request
+// with what a function says.
 //
 // Bytes that are too long for a message go the way that the port offers for them: data entry 1 of
 // the request on a legacy port, a view on an advanced one, which is the last client's.
