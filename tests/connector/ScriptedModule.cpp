@@ -3,17 +3,9 @@
 #include <algorithm>
 #include <utility>
 
-#include <boost/thread/lock_guard.hpp>
-
 #include "tests/support/time/Await.h"
 
 namespace Kyr::Test {
-
-namespace {
-
-using Guard = boost::lock_guard<boost::mutex>;
-
-}  // namespace
 
 CScriptedModule::CScriptedModule(boost::shared_ptr<Base::IClock> clock)
     : CConnectorModule(std::move(clock)) {}
@@ -35,11 +27,6 @@ void CScriptedModule::OnDisconnect(std::function<void()> action) {
     onDisconnect_ = std::move(action);
 }
 
-std::vector<std::string> CScriptedModule::Calls() const {
-    const Guard guard(mutex_);
-    return calls_;
-}
-
 bool CScriptedModule::AwaitCalls(const std::string& name, std::size_t count) const {
     return Await([&] {
         const std::vector<std::string> calls = Calls();
@@ -57,12 +44,7 @@ bool CScriptedModule::Connect() {
     if (connects_.empty()) {
         return true;
     }
-    std::size_t attempt = 0;
-    {
-        const Guard guard(mutex_);
-        attempt = attempts_++;
-    }
-    return connects_[std::min(attempt, connects_.size() - 1)]();
+    return connects_[std::min(attempts_++, connects_.size() - 1)]();
 }
 
 void CScriptedModule::Interrupt() {
@@ -82,8 +64,7 @@ bool CScriptedModule::Reconnect() {
 }
 
 void CScriptedModule::Record(const std::string& name) {
-    const Guard guard(mutex_);
-    calls_.push_back(name);
+    calls_.With([&](auto& calls) { calls.push_back(name); });
 }
 
 }  // namespace Kyr::Test

@@ -6,14 +6,14 @@
 // Start; observed from any.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include "connector/ConnectorModule.h"
+#include "tests/support/Guarded.h"
 
 namespace Kyr::Test {
 
@@ -37,7 +37,7 @@ class CScriptedModule final : public Connectors::Common::CConnectorModule {
     int tasksBefore = -1;
 
     /// "Connect", "Disconnect", "Reconnect" and "Interrupt" in the order of the calls.
-    std::vector<std::string> Calls() const;
+    std::vector<std::string> Calls() const { return calls_.Get(); }
     bool AwaitCalls(const std::string& name, std::size_t count) const;
 
     std::string GetName() const override { return kName; }
@@ -63,9 +63,8 @@ class CScriptedModule final : public Connectors::Common::CConnectorModule {
     std::vector<std::function<bool()>> connects_;
     std::function<void()> onDisconnect_;
 
-    mutable boost::mutex mutex_;  // guards what follows
-    std::size_t attempts_ = 0;
-    std::vector<std::string> calls_;
+    std::atomic<std::size_t> attempts_{0};
+    CGuarded<std::vector<std::string>> calls_;
 };
 
 }  // namespace Kyr::Test

@@ -10,10 +10,8 @@
 #include <utility>
 #include <vector>
 
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
-
 #include "connector/MessageTask.h"
+#include "tests/support/Guarded.h"
 
 namespace Kyr::Test {
 
@@ -37,28 +35,22 @@ class CScriptedTask : public Connectors::Common::CMessageTask {
     }
 
     void Execute(const Message& message) override {
-        std::size_t execution = 0;
-        {
-            const boost::lock_guard<boost::mutex> guard(mutex_);
-            execution = received_.size();
-            received_.push_back(message);
-        }
+        const std::size_t execution = received_.With([&](auto& received) {
+            received.push_back(message);
+            return received.size() - 1;
+        });
         if (!actions_.empty()) {
             actions_[std::min(execution, actions_.size() - 1)](message);
         }
     }
 
     /// The messages of all executions, in order.
-    std::vector<Message> Received() const {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        return received_;
-    }
+    std::vector<Message> Received() const { return received_.Get(); }
     std::size_t ExecutionCount() const { return Received().size(); }
 
   private:
     std::vector<Action> actions_;
-    mutable boost::mutex mutex_;
-    std::vector<Message> received_;  // guarded by mutex_
+    CGuarded<std::vector<Message>> received_;
 };
 
 }  // namespace Kyr::Test

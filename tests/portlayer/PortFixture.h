@@ -40,7 +40,7 @@ class PortFixture : public testing::TestWithParam<const PortBackend*> {
 
 /// Every back end of this build, for INSTANTIATE_TEST_SUITE_P.
 inline auto Backends() {
-    return testing::Values(&LayerBackend());
+    return testing::Values(&kLayerBackend);
 }
 inline std::string BackendName(const testing::TestParamInfo<const PortBackend*>& info) {
     return info.param->name;

@@ -72,8 +72,8 @@ class CollectionKindFixture : public CollectionFixture {
 
     boost::shared_ptr<typename Kind::Task> MakeTask() const {
         if constexpr (std::is_same_v<Kind, RemediationActions>) {
-            return boost::make_shared<typename Kind::Task>(logger, publisher, channel, nullptr,
-                                                           factory, remediationStore, keyValueStore);
+            return boost::make_shared<typename Kind::Task>(
+                logger, publisher, channel, nullptr, factory, remediationStore, keyValueStore);
         } else {
             return boost::make_shared<typename Kind::Task>(logger, publisher, channel, nullptr,
                                                            factory, keyValueStore);

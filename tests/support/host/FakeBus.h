@@ -5,13 +5,13 @@
 // it has subscribed. Threads: any.
 #pragma once
 
-#include <cstddef>
+#include <atomic>
 #include <functional>
+#include <utility>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include "host/kernel/Resources.h"
+#include "tests/support/Guarded.h"
 
 namespace Kyr::Test {
 
@@ -36,23 +36,22 @@ class CFakeBus : public Common::Kernel::IBusResource {
     /// Pushes `message` to the subscribers of its type, on the calling thread.
     void Deliver(const Message& message, const Context& context = Context());
     /// From now on what is published is delivered as well.
-    void SetDelivering(bool delivering);
+    void SetDelivering(bool delivering) { delivering_ = delivering; }
     /// Whether what is published is remembered from now on.
-    void SetRecording(bool recording);
+    void SetRecording(bool recording) { recording_ = recording; }
     /// Called with every published message before it is recorded; what it throws reaches the
     /// publisher.
-    void OnPublish(std::function<void(const Message&)> hook);
+    void OnPublish(std::function<void(const Message&)> hook) { hook_.Set(std::move(hook)); }
 
-    std::vector<Publication> Publications() const;
-    std::vector<Subscription> Subscriptions() const;
+    std::vector<Publication> Publications() const { return publications_.Get(); }
+    std::vector<Subscription> Subscriptions() const { return subscriptions_.Get(); }
 
   private:
-    mutable boost::mutex mutex_;  // guards everything below
-    std::vector<Publication> publications_;
-    std::vector<Subscription> subscriptions_;
-    bool delivering_ = false;
-    bool recording_ = true;
-    std::function<void(const Message&)> hook_;
+    CGuarded<std::vector<Publication>> publications_;
+    CGuarded<std::vector<Subscription>> subscriptions_;
+    std::atomic<bool> delivering_{false};
+    std::atomic<bool> recording_{true};
+    CGuarded<std::function<void(const Message&)>> hook_;
 };
 
 }  // namespace Kyr::Test

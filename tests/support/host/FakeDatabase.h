@@ -4,6 +4,7 @@
 // Threads: any. Hooks are called with no lock held.
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <map>
 #include <string>
@@ -11,11 +12,10 @@
 #include <vector>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include "host/database/IMapper.h"
 #include "host/kernel/Resources.h"
+#include "tests/support/Guarded.h"
 
 namespace Kyr::Test {
 
@@ -25,13 +25,13 @@ class CFakeKeyValues : public Common::Database::IKeyValueAccessMapper {
     using SetHook = std::function<bool(const std::string& key, const std::string& value)>;
 
     std::string GetValue(const std::string& key) override {
-        if (const GetHook hook = Copy(onGet_)) {
+        if (const GetHook hook = onGet_.Get()) {
             hook(key);
         }
         return Text(key);
     }
     bool SetValue(const std::string& key, const std::string& value) override {
-        if (const SetHook hook = Copy(onSet_); hook && !hook(key, value)) {
+        if (const SetHook hook = onSet_.Get(); hook && !hook(key, value)) {
             return false;
         }
         Put(key, value);
@@ -40,38 +40,24 @@ class CFakeKeyValues : public Common::Database::IKeyValueAccessMapper {
 
     /// The stored text, empty when there is none. Calls no hook, as Put.
     std::string Text(const std::string& key) const {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        const auto found = values_.find(key);
-        return found == values_.end() ? std::string() : found->second;
+        const auto values = values_.Get();
+        const auto found = values.find(key);
+        return found == values.end() ? std::string() : found->second;
     }
     void Put(const std::string& key, const std::string& value) {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        values_[key] = value;
+        values_.With([&](auto& values) { values[key] = value; });
     }
 
     /// Called before every reading; what it throws reaches the reader.
-    void OnGet(GetHook hook) {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        onGet_ = std::move(hook);
-    }
+    void OnGet(GetHook hook) { onGet_.Set(std::move(hook)); }
     /// Called before every writing, which is refused when it returns false; what it throws reaches
     /// the writer.
-    void OnSet(SetHook hook) {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        onSet_ = std::move(hook);
-    }
+    void OnSet(SetHook hook) { onSet_.Set(std::move(hook)); }
 
   private:
-    template <typename Hook>
-    Hook Copy(const Hook& hook) const {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        return hook;
-    }
-
-    mutable boost::mutex mutex_;  // guards everything below
-    std::map<std::string, std::string> values_;
-    GetHook onGet_;
-    SetHook onSet_;
+    CGuarded<std::map<std::string, std::string>> values_;
+    CGuarded<GetHook> onGet_;
+    CGuarded<SetHook> onSet_;
 };
 
 class CFakeRemediationActions : public Common::Database::IOvRemediationActionsMapper {
@@ -80,42 +66,26 @@ class CFakeRemediationActions : public Common::Database::IOvRemediationActionsMa
     using StoreHook = std::function<bool(const Batch& actions)>;
 
     bool StoreActions(const Batch& actions) override {
-        if (const StoreHook hook = Hook(); hook && !hook(actions)) {
+        if (const StoreHook hook = onStore_.Get(); hook && !hook(actions)) {
             return false;
         }
-        const boost::lock_guard<boost::mutex> guard(mutex_);
         if (recording_) {
-            batches_.push_back(actions);
+            batches_.With([&](auto& batches) { batches.push_back(actions); });
         }
         return true;
     }
-    std::vector<Batch> Batches() const {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        return batches_;
-    }
+    std::vector<Batch> Batches() const { return batches_.Get(); }
 
     /// Called before a batch is stored, which is refused when it returns false; what it throws
     /// reaches the caller.
-    void OnStore(StoreHook hook) {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        onStore_ = std::move(hook);
-    }
+    void OnStore(StoreHook hook) { onStore_.Set(std::move(hook)); }
     /// Whether batches are kept from now on.
-    void SetRecording(bool recording) {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        recording_ = recording;
-    }
+    void SetRecording(bool recording) { recording_ = recording; }
 
   private:
-    StoreHook Hook() const {
-        const boost::lock_guard<boost::mutex> guard(mutex_);
-        return onStore_;
-    }
-
-    mutable boost::mutex mutex_;  // guards everything below
-    bool recording_ = true;
-    std::vector<Batch> batches_;
-    StoreHook onStore_;
+    std::atomic<bool> recording_{true};
+    CGuarded<std::vector<Batch>> batches_;
+    CGuarded<StoreHook> onStore_;
 };
 
 /// Set up by one thread.

@@ -4,17 +4,10 @@
 #include <ostream>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
 
 #include "tests/support/time/Await.h"
 
 namespace Kyr::Test {
-
-namespace {
-
-using Guard = boost::lock_guard<boost::mutex>;
-
-}  // namespace
 
 bool operator==(const LogEntry& left, const LogEntry& right) {
     return left.text == right.text && left.level == right.level && left.source == right.source;
@@ -33,14 +26,8 @@ void CLogCapture::Log(const std::string& text, int level, const std::string& sou
         onLine_(entry);
     }
     if (recording_) {
-        const Guard guard(mutex_);
-        entries_.push_back(std::move(entry));
+        entries_.With([&](auto& entries) { entries.push_back(std::move(entry)); });
     }
-}
-
-std::vector<LogEntry> CLogCapture::Entries() const {
-    const Guard guard(mutex_);
-    return entries_;
 }
 
 std::vector<std::string> CLogCapture::Lines() const {

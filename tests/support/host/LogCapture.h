@@ -10,10 +10,9 @@
 #include <utility>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
-
 #include "connector/ILogger.h"
 #include "host/kernel/Resources.h"
+#include "tests/support/Guarded.h"
 
 namespace Kyr::Test {
 
@@ -30,7 +29,7 @@ class CLogCapture : public Common::Kernel::ILoggerResource {
   public:
     void Log(const std::string& text, int level, const std::string& source) override;
 
-    std::vector<LogEntry> Entries() const;
+    std::vector<LogEntry> Entries() const { return entries_.Get(); }
     /// "4 text" for each line: what most tests compare.
     std::vector<std::string> Lines() const;
     /// Waits until a line has exactly this text.
@@ -45,8 +44,7 @@ class CLogCapture : public Common::Kernel::ILoggerResource {
   private:
     std::atomic<bool> recording_{true};
     std::function<void(const LogEntry&)> onLine_;
-    mutable boost::mutex mutex_;
-    std::vector<LogEntry> entries_;  // guarded by mutex_
+    CGuarded<std::vector<LogEntry>> entries_;
 };
 
 /// The connector logger over a capture of its own; host level = connector level.

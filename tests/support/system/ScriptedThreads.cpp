@@ -116,11 +116,6 @@ bool CScriptedThreads::Terminate(NtApi::Handle thread) {
     return true;
 }
 
-std::uint32_t CScriptedThreads::Now() const {
-    const Lock lock(mutex_);
-    return now_;
-}
-
 std::uint32_t CScriptedThreads::WaitForEventOrMessage(NtApi::Handle event) {
     Lock lock(mutex_);
     for (;;) {
@@ -158,36 +153,6 @@ void CScriptedThreads::Advance(std::uint32_t milliseconds) {
     const Lock lock(mutex_);
     now_ += milliseconds;
     changed_.notify_all();
-}
-
-int CScriptedThreads::StartedThreads() const {
-    const Lock lock(mutex_);
-    return started_;
-}
-
-int CScriptedThreads::TerminatedThreads() const {
-    const Lock lock(mutex_);
-    return terminated_;
-}
-
-std::vector<std::uint32_t> CScriptedThreads::ExitCodes() const {
-    const Lock lock(mutex_);
-    return exitCodes_;
-}
-
-std::size_t CScriptedThreads::OpenHandles() const {
-    const Lock lock(mutex_);
-    return objects_.size();
-}
-
-std::vector<std::size_t> CScriptedThreads::WaitSizes() const {
-    const Lock lock(mutex_);
-    return waitSizes_;
-}
-
-std::vector<std::uint32_t> CScriptedThreads::WaitTimeouts() const {
-    const Lock lock(mutex_);
-    return waitTimeouts_;
 }
 
 }  // namespace Kyr::Test

@@ -34,7 +34,7 @@ class CScriptedThreads {
     std::uint32_t WaitForAll(const std::vector<NtApi::Handle>& handles, std::uint32_t milliseconds);
     /// Marks the thread; it runs on, since a thread cannot be ended from outside.
     bool Terminate(NtApi::Handle thread);
-    std::uint32_t Now() const;
+    std::uint32_t Now() const { return Read(now_); }
     /// Waits for the event or a queued window message.
     std::uint32_t WaitForEventOrMessage(NtApi::Handle event);
     /// Takes one window message out of the queue.
@@ -45,14 +45,14 @@ class CScriptedThreads {
     /// Returns once some thread waits with this time-out.
     void AwaitWaiter(std::uint32_t milliseconds);
     void Advance(std::uint32_t milliseconds);
-    int StartedThreads() const;
-    int TerminatedThreads() const;
+    int StartedThreads() const { return Read(started_); }
+    int TerminatedThreads() const { return Read(terminated_); }
     /// What the threads that have ended by themselves returned, in order.
-    std::vector<std::uint32_t> ExitCodes() const;
-    std::size_t OpenHandles() const;
+    std::vector<std::uint32_t> ExitCodes() const { return Read(exitCodes_); }
+    std::size_t OpenHandles() const { return Read(objects_).size(); }
     /// The number of handles of each wait for several, in order.
-    std::vector<std::size_t> WaitSizes() const;
-    std::vector<std::uint32_t> WaitTimeouts() const;
+    std::vector<std::size_t> WaitSizes() const { return Read(waitSizes_); }
+    std::vector<std::uint32_t> WaitTimeouts() const { return Read(waitTimeouts_); }
 
   private:
     struct Object {
@@ -62,6 +62,11 @@ class CScriptedThreads {
     };
     using Lock = std::unique_lock<std::mutex>;
     NtApi::Handle Add(Object object);
+    template <typename Value>
+    Value Read(const Value& value) const {
+        const Lock lock(mutex_);
+        return value;
+    }
     bool TakeAll(const std::vector<NtApi::Handle>& handles);
 
     mutable std::mutex mutex_;  // guards everything below
