@@ -1,5 +1,6 @@
 #include "tests/module/OvModuleFixture.h"
 
+#include "base/LittleEndian.h"
 #include "logs/OvAgentRequest.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
@@ -55,15 +56,6 @@ void OvModuleFixture::SilenceProduct() {
     lpc_->standingPing = {1, {}};
 }
 
-void OvModuleFixture::SetBroadcast(std::int32_t index, std::int32_t value) {
-    // The places of the values in the product's area.
-    constexpr std::size_t kPlaces[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
-    for (std::size_t byte = 0; byte < 4; ++byte) {
-        alpc_->broadcastArea[kPlaces[index] + byte] =
-            static_cast<unsigned char>(static_cast<std::uint32_t>(value) >> (8 * byte));
-    }
-}
-
 std::vector<OvModuleFixture::MessageType> OvModuleFixture::PublishedTypes() const {
     std::vector<MessageType> types;
     for (const auto& publication : host_.bus->Publications()) {
@@ -86,11 +78,7 @@ std::vector<int> OvModuleFixture::PublishedKinds() const {
 std::vector<std::uint32_t> OvModuleFixture::InnerCommands() const {
     std::vector<std::uint32_t> commands;
     for (const auto& request : alpc_->seenRequests) {
-        std::uint32_t command = 0;
-        for (std::size_t byte = 0; byte < 4; ++byte) {
-            command |= std::uint32_t{request.bytes.at(8 + byte)} << (8 * byte);
-        }
-        commands.push_back(command);
+        commands.push_back(Base::LoadLittleEndian<std::uint32_t>(&request.bytes.at(8)));
     }
     return commands;
 }

@@ -70,7 +70,7 @@ class OvModuleFixture : public testing::Test {
 
     /// From now on no ping is answered.
     void SilenceProduct();
-    void SetBroadcast(std::int32_t index, std::int32_t value);
+    void SetBroadcast(std::int32_t index, std::int32_t value) { alpc_->SetBroadcast(index, value); }
 
     std::vector<MessageType> PublishedTypes() const;
     /// The kinds of the requests that the module published to itself.

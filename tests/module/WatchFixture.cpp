@@ -47,15 +47,6 @@ WatchFixture::Strings WatchFixture::WatchOnce() {
     return In(1);
 }
 
-void WatchFixture::SetBroadcast(std::int32_t index, std::int32_t value) {
-    // The places of the values in the product's area.
-    constexpr std::size_t kPlaces[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
-    for (std::size_t byte = 0; byte < 4; ++byte) {
-        alpc_->broadcastArea[kPlaces[index] + byte] =
-            static_cast<unsigned char>(static_cast<std::uint32_t>(value) >> (8 * byte));
-    }
-}
-
 void WatchFixture::FailKey(const std::string& key) {
     keyValues_.OnGet([key](const std::string& wanted) {
         if (wanted == key) {

@@ -41,7 +41,7 @@ class WatchFixture : public testing::Test {
     void BeforeIteration(unsigned iteration, std::function<void()> action) {
         beforeIteration_[iteration] = std::move(action);
     }
-    void SetBroadcast(std::int32_t index, std::int32_t value);
+    void SetBroadcast(std::int32_t index, std::int32_t value) { alpc_->SetBroadcast(index, value); }
     void SetKey(const std::string& key, const std::string& value) {
         keyValues_.SetValue(key, value);
     }

@@ -3,17 +3,13 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/LittleEndian.h"
+
 namespace Kyr::Test {
 
 namespace {
 
 constexpr std::uint32_t kPingCommand = 0;
-
-void AppendWord(std::vector<unsigned char>& bytes, std::uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8) {
-        bytes.push_back(static_cast<unsigned char>(value >> shift));
-    }
-}
 
 KelcommScript::Answer NextAnswer(std::deque<KelcommScript::Answer>& queue,
                                  const KelcommScript::Answer& standing) {
@@ -48,12 +44,18 @@ class CUse {
 
 std::vector<unsigned char> KelcommReply(std::uint32_t status, std::uint32_t value,
                                         const std::vector<unsigned char>& body) {
-    std::vector<unsigned char> reply;
-    AppendWord(reply, 12);
-    AppendWord(reply, status);
-    AppendWord(reply, value);
+    std::vector<unsigned char> reply(12);
+    Base::StoreLittleEndian<std::uint32_t>(reply.data(), 12);
+    Base::StoreLittleEndian(reply.data() + 4, status);
+    Base::StoreLittleEndian(reply.data() + 8, value);
     reply.insert(reply.end(), body.begin(), body.end());
     return reply;
+}
+
+void KelcommScript::SetBroadcast(std::int32_t index, std::int32_t value) {
+    // The places of the values in the product's area.
+    constexpr std::size_t kPlaces[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
+    Base::StoreLittleEndian(&broadcastArea.at(kPlaces[index]), static_cast<std::uint32_t>(value));
 }
 
 CFakeKelcommClient::CFakeKelcommClient(boost::shared_ptr<KelcommScript> script)
@@ -136,8 +138,7 @@ std::uint32_t CFakeKelcommClient::ReadBroadcastValue(std::uint32_t offset, std::
     unsigned char bytes[4];
     const std::uint32_t code = ReadBroadcast(offset, bytes, sizeof bytes);
     if (code == Kelcomm::kKelcommSuccess) {
-        *value = bytes[0] | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
-                 std::uint32_t{bytes[3]} << 24;
+        *value = Base::LoadLittleEndian<std::uint32_t>(bytes);
     }
     return code;
 }

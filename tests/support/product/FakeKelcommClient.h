@@ -51,6 +51,8 @@ struct KelcommScript {
     Answer standingRequest{0, KelcommReply(0, 0)};
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
+    /// Changes a value of an area that has it.
+    void SetBroadcast(std::int32_t index, std::int32_t value);
     std::set<std::uint32_t> unreadableBroadcastOffsets;
     std::map<std::uint32_t, std::uint32_t> farBroadcastWords;  // beyond the area, by offset
     std::function<void()> whileServing;                        // called inside every exchange
