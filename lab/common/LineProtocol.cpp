@@ -2,6 +2,7 @@
 
 #include <stdexcept>
 
+#include "lab/common/CommandWords.h"
 #include "lab/common/LineScanner.h"
 
 namespace Kyr::Lab {
@@ -138,7 +139,11 @@ TimedLine ParseLine(std::string_view text) {
         if (value.empty()) {
             throw std::invalid_argument("value expected");
         }
-        result.line.With(std::move(key), value);
+        if (key == "at" && scanner.AtEnd()) {
+            result.stamp = ParseNumber(value);
+        } else {
+            result.line.With(std::move(key), value);
+        }
     }
     return result;
 }

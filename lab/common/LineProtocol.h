@@ -1,7 +1,8 @@
 // The lines in which lab programs tell what happens: one event a line.
 //
-//     line  = time " " kind *( " " key "=" value )
+//     line  = time " " kind *( " " key "=" value ) [ " at=" stamp ]
 //     time  = HH ":" MM ":" SS "." mmm          (UTC, when the line was written)
+//     stamp = 1*( "0"-"9" )                     (nanoseconds of a clock of the whole machine)
 //     kind  = 1*( "a"-"z" / "-" )
 //     key   = 1*( "a"-"z" / "0"-"9" / "-" )
 //     value = bare / quoted
@@ -10,11 +11,17 @@
 //
 // A value is bare whenever it can be, so that the same event always gives the same line.
 //
+// The time is for people: somebody may set it, and a thousandth of a second is long. The stamp is
+// for order: the clock that it is of is the same for every process, and never runs back. So what one
+// program tells before it does it has a lesser stamp than what another one tells because of it.
+// No kind of event has a field `at`.
+//
 // Threads: values; each object by one thread at a time.
 // Errors: text that does not follow the grammar is a std::invalid_argument that says why.
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -47,6 +54,7 @@ class CLine {
 struct TimedLine {
     std::string time;
     CLine line;
+    std::optional<std::uint64_t> stamp = std::nullopt;
 };
 
 /// Reads a line back, without its end of line.

@@ -37,8 +37,15 @@ std::chrono::milliseconds SystemTimeOfDay() {
     return std::chrono::duration_cast<std::chrono::milliseconds>(now % std::chrono::hours(24));
 }
 
-CLineWriter::CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloured)
-    : timeOfDay_(std::move(timeOfDay)), coloured_(coloured), stream_(stream) {}
+std::chrono::nanoseconds MachineStamp() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+CLineWriter::CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloured, Stamp stamp)
+    : timeOfDay_(std::move(timeOfDay)),
+      coloured_(coloured),
+      stamp_(std::move(stamp)),
+      stream_(stream) {}
 
 void CLineWriter::Write(const CLine& line) {
     std::string text = line.Text();
@@ -47,7 +54,10 @@ void CLineWriter::Write(const CLine& line) {
         text = ColourOf(kind) + kind + "\x1b[0m" + text.substr(kind.size());
     }
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    // The time is read under the lock: times of following lines never run backwards.
+    // Time and stamp are read under the lock: those of following lines never run backwards.
+    if (!coloured_) {
+        text += " at=" + std::to_string(stamp_().count());
+    }
     stream_ << FormatTime(timeOfDay_()) + ' ' + text + '\n' << std::flush;
 }
 

@@ -63,6 +63,14 @@ TEST(LineProtocolTest, LineWithoutFieldsIsReadBack) {
     EXPECT_THAT(ParseLine("00:00:00.000 ready").line.Fields(), IsEmpty());
 }
 
+TEST(LineProtocolTest, StampIsReadBackAndIsNoField) {
+    const TimedLine read = ParseLine("00:00:00.000 did pid=7 at=123456789012345678");
+
+    EXPECT_EQ(123456789012345678U, read.stamp);
+    EXPECT_THAT(read.line.Fields(), ElementsAre(Pair("pid", "7")));
+    EXPECT_EQ(std::nullopt, ParseLine("00:00:00.000 did pid=7").stamp);
+}
+
 class MalformedLineTest : public ::testing::TestWithParam<const char*> {};
 
 TEST_P(MalformedLineTest, IsRefused) {
@@ -77,7 +85,7 @@ INSTANTIATE_TEST_SUITE_P(
                       "00:00:00.000 did pid=1=2", "00:00:00.000 did name=\"a",
                       "00:00:00.000 did name=\"a\"b", "00:00:00.000 did name=\"\\q\"",
                       "00:00:00.000 did name=\"\\x0\"", "00:00:00.000 did name=\"\\x0G\"",
-                      "00:00:00.000 Did pid=1"));
+                      "00:00:00.000 Did pid=1", "00:00:00.000 did at=soon"));
 
 }  // namespace
 }  // namespace Kyr::Lab

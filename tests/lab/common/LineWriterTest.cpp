@@ -10,25 +10,29 @@ TimeOfDay At(std::int64_t milliseconds) {
     return [=] { return std::chrono::milliseconds(milliseconds); };
 }
 
-TEST(LineWriterTest, LineBeginsWithTimeAndEndsWithLineFeed) {
+std::chrono::nanoseconds AtFive() {
+    return std::chrono::nanoseconds(5);
+}
+
+TEST(LineWriterTest, LineBeginsWithTimeAndEndsWithItsStamp) {
     std::ostringstream stream;
-    CLineWriter writer(stream, At(((13 * 60 + 4) * 60 + 5) * 1000 + 67), false);
+    CLineWriter writer(stream, At(((13 * 60 + 4) * 60 + 5) * 1000 + 67), false, AtFive);
 
     writer.Write(CLine("did").With("pid", 7));
 
-    EXPECT_EQ("13:04:05.067 did pid=7\n", stream.str());
+    EXPECT_EQ("13:04:05.067 did pid=7 at=5\n", stream.str());
 }
 
 TEST(LineWriterTest, LastMillisecondOfTheDayIsWritten) {
     std::ostringstream stream;
-    CLineWriter writer(stream, At(86399999), false);
+    CLineWriter writer(stream, At(86399999), false, AtFive);
 
     writer.Write(CLine("ready"));
 
-    EXPECT_EQ("23:59:59.999 ready\n", stream.str());
+    EXPECT_EQ("23:59:59.999 ready at=5\n", stream.str());
 }
 
-TEST(LineWriterTest, OnlyTheKindIsColoured) {
+TEST(LineWriterTest, ColouredLineHasNoStampAndOnlyTheKindIsColoured) {
     std::ostringstream stream;
     CLineWriter writer(stream, At(0), true);
 

@@ -96,7 +96,9 @@ TEST_F(ProgramTest, KilledHostStartsAgainWithTheSameIdentifier) {
     process_->EndInput();
     process_->Wait();
     ASSERT_THAT(first, HasSubstr("instance="));
-    EXPECT_EQ(first.substr(first.find("instance=")), second.substr(second.find("instance=")));
+    const std::size_t length = sizeof("instance=12345678-1234-1234-1234-123456789012") - 1;
+    EXPECT_EQ(first.substr(first.find("instance="), length),
+              second.substr(second.find("instance="), length));
 }
 
 TEST_F(ProgramTest, MissingLibraryOptionEndsTheProgramWithTwo) {
