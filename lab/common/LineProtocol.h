@@ -12,8 +12,8 @@
 // A value is bare whenever it can be, so that the same event always gives the same line.
 //
 // The time is for people: somebody may set it, and a thousandth of a second is long. The stamp is
-// for order: the clock that it is of is the same for every process, and never runs back. So what one
-// program tells before it does it has a lesser stamp than what another one tells because of it.
+// for order: the clock that it is of is the same for every process, and never runs back. So what
+// one program tells before it does it has a lesser stamp than what another one tells because of it.
 // No kind of event has a field `at`.
 //
 // Threads: values; each object by one thread at a time.

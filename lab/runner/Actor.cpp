@@ -133,9 +133,18 @@ TimedLine CActor::EventAt(std::size_t index) const {
     return state_->events.at(index);
 }
 
+std::vector<TimedLine> CActor::Events() const {
+    const std::lock_guard<std::mutex> lock(state_->mutex);
+    return state_->events;
+}
+
 void CActor::Kill() {
     std::error_code ignored;  // it may have ended already
     state_->child.terminate(ignored);
+}
+
+std::string CActor::EndText() const {
+    return Runner::EndText(state_->child);
 }
 
 std::optional<int> CActor::AwaitEnd(std::chrono::milliseconds patience) {

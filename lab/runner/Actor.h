@@ -45,9 +45,13 @@ class CActor {
     std::optional<std::size_t> Find(std::size_t from, const Predicate& wanted,
                                     std::chrono::milliseconds patience) const;
     TimedLine EventAt(std::size_t index) const;
+    /// All so far.
+    std::vector<TimedLine> Events() const;
 
     /// Ends the process at once.
     void Kill();
+    /// How the process has ended, once AwaitEnd has seen it: "with code 3", "by SIGBUS".
+    std::string EndText() const;
     /// Waits for the process to end and for its last event; empty when it lives on. The number is
     /// the exit code or, where signals end processes, the number of the signal that ended it. After
     /// Kill it says nothing: the process may have ended before.

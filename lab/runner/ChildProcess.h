@@ -22,4 +22,8 @@ boost::process::child StartChild(const std::string& program,
                                  boost::process::opstream& input, boost::process::ipstream& output,
                                  std::error_code& error);
 
+/// How a process that was waited for has ended: "with code 3" or, where signals end processes, the
+/// name of the one that did, "by SIGBUS".
+std::string EndText(const boost::process::child& child);
+
 }  // namespace Kyr::Lab::Runner

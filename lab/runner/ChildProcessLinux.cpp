@@ -1,6 +1,8 @@
 #include <array>
 #include <csignal>
+#include <cstring>
 #include <mutex>
+#include <sys/wait.h>
 
 #include <boost/process/args.hpp>
 #include <boost/process/env.hpp>
@@ -35,6 +37,12 @@ process::child StartChild(const std::string& program, const std::vector<std::str
     return process::child(program, process::args(arguments), environment,
                           process::std_in<input, process::std_out> output, StandardHandles(),
                           process::limit_handles, error);
+}
+
+std::string EndText(const process::child& child) {
+    const int status = child.native_exit_code();
+    return WIFSIGNALED(status) ? "by SIG" + std::string(sigabbrev_np(WTERMSIG(status)))
+                               : "with code " + std::to_string(child.exit_code());
 }
 
 }  // namespace Kyr::Lab::Runner

@@ -22,4 +22,8 @@ process::child StartChild(const std::string& program, const std::vector<std::str
                           process::std_in<input, process::std_out> output, error);
 }
 
+std::string EndText(const process::child& child) {
+    return "with code " + std::to_string(child.exit_code());
+}
+
 }  // namespace Kyr::Lab::Runner

@@ -5,7 +5,6 @@
 #include <fstream>
 #include <map>
 #include <optional>
-#include <set>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -13,6 +12,8 @@
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
+#include "lab/runner/EventKinds.h"
+#include "lab/runner/Interruption.h"
 #include "lab/runner/ReadFile.h"
 
 namespace Kyr::Lab::Runner {
@@ -27,7 +28,13 @@ constexpr std::chrono::milliseconds kQuitPatience = std::chrono::seconds(10);
 /// Ends the scenario that is being played.
 class CFailedExpectation : public std::runtime_error {
   public:
-    using std::runtime_error::runtime_error;
+    explicit CFailedExpectation(const std::string& what, std::vector<std::string> details = {})
+        : std::runtime_error(what), details_(std::move(details)) {}
+    /// What helps to see why, a line each.
+    const std::vector<std::string>& Details() const { return details_; }
+
+  private:
+    std::vector<std::string> details_;
 };
 
 std::chrono::milliseconds Since(Clock::time_point start) {
@@ -38,28 +45,6 @@ std::chrono::milliseconds Until(Clock::time_point end) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
 }
 
-std::string Text(const EventPattern& pattern) {
-    std::string text = pattern.kind;
-    for (const FieldMatch& field : pattern.fields) {
-        std::string part = CLine("").With(field.key, field.value).Text();
-        if (field.kind == FieldMatch::Kind::kContains) {
-            part[1 + field.key.size()] = '~';
-        }
-        text += part;
-    }
-    return text;
-}
-
-bool Fits(const EventPattern& pattern, const CLine& line) {
-    return line.Kind() == pattern.kind &&
-           std::all_of(pattern.fields.begin(), pattern.fields.end(), [&](const FieldMatch& field) {
-               const std::string* value = line.Find(field.key);
-               return value != nullptr && (field.kind == FieldMatch::Kind::kEquals
-                                               ? *value == field.value
-                                               : value->find(field.value) != std::string::npos);
-           });
-}
-
 template <typename Kind>
 bool Is(const Statement& statement, const std::string& actor) {
     const auto* const one = std::get_if<Kind>(&statement);
@@ -67,17 +52,6 @@ bool Is(const Statement& statement, const std::string& actor) {
 }
 
 }  // namespace
-
-struct CRunner::Member {
-    std::unique_ptr<CActor> actor;
-    std::set<std::size_t> taken;  // the places of the events that were expected
-    std::size_t stepFrom = 0;     // where the events of this step begin
-    bool endIsKnown = false;      // a statement has ended the process, or seen its end
-
-    /// The first event of this step that fits and has not been taken.
-    std::optional<std::size_t> Find(const EventPattern& pattern,
-                                    std::chrono::milliseconds patience) const;
-};
 
 struct CRunner::Cast {
     explicit Cast(const Scenario& played) : scenario(played) {}
@@ -87,6 +61,7 @@ struct CRunner::Cast {
 
     const Scenario& scenario;  // borrowed
     std::size_t at = 0;        // the statement that is being played
+    std::size_t line = 0;      // where it stands
 
     std::map<std::string, Member> members;
     std::vector<std::pair<std::string, std::string>> variables;
@@ -94,26 +69,13 @@ struct CRunner::Cast {
     std::size_t stepNumber = 0;
     std::optional<StepResult> step;
     Clock::time_point stepStart;
-    std::size_t expected = 0;  // how many expectations of the step have held
+    std::size_t expected = 0;            // how many expectations of the step have held
+    std::optional<std::uint64_t> stamp;  // of the event that was expected last
+    std::vector<std::pair<std::size_t, NeverStatement>> only;  // of the step, with their lines
 
     Clock::time_point countdownEnd;
     std::string countdownText;
 };
-
-std::optional<std::size_t> CRunner::Member::Find(const EventPattern& pattern,
-                                                 std::chrono::milliseconds patience) const {
-    const Clock::time_point end = Clock::now() + patience;
-    std::size_t from = stepFrom;
-    for (;;) {
-        const std::optional<std::size_t> found = actor->Find(
-            from, [&](const CLine& line) { return Fits(pattern, line); },
-            std::max(Until(end), std::chrono::milliseconds(0)));
-        if (!found || taken.count(*found) == 0) {
-            return found;
-        }
-        from = *found + 1;
-    }
-}
 
 bool CRunner::Cast::MayHaveEnded(const std::string& actor) const {
     for (std::size_t next = at; next < scenario.statements.size(); ++next) {
@@ -140,21 +102,28 @@ bool CRunner::Run(const Scenario& scenario) {
     cast_ = std::make_unique<Cast>(scenario);
     cast_->variables.emplace_back("folder", paths_.work);
     screen_.Title(scenario.title);
-    std::size_t line = 0;
     bool passed = true;
     try {
         for (; cast_->at < scenario.statements.size(); ++cast_->at) {
-            line = scenario.statements[cast_->at].line;
+            const auto& [line, statement] = scenario.statements[cast_->at];
             RefuseUnaskedEnds();
-            std::visit([this](const auto& statement) { Do(statement); },
-                       scenario.statements[cast_->at].statement);
+            if (std::holds_alternative<StepStatement>(statement)) {
+                FinishStep();
+            }
+            cast_->line = line;
+            std::visit([this](const auto& one) { Do(one); }, statement);
         }
         RefuseUnaskedEnds();
+        FinishStep();
         CompareTranscript();
     } catch (const std::exception& e) {
         passed = false;
-        const std::string failure = "line " + std::to_string(line) + ": " + e.what();
-        screen_.Failed(failure);
+        const auto* const failed = dynamic_cast<const CFailedExpectation*>(&e);
+        const std::string failure = "line " + std::to_string(cast_->line) + ": " +
+                                    (CInterruption::Asked() ? "interrupted" : e.what());
+        screen_.Failed(failure, failed == nullptr || CInterruption::Asked()
+                                    ? std::vector<std::string>()
+                                    : failed->Details());
         if (!cast_->step) {
             cast_->step = StepResult{scenario.title, "before the first step", true, "", {}};
             cast_->stepStart = Clock::now();
@@ -167,14 +136,47 @@ bool CRunner::Run(const Scenario& scenario) {
     return passed;
 }
 
+void CRunner::FinishStep() {
+    for (const auto& [actor, member] : cast_->members) {
+        RefuseUnexpected(actor, member);
+    }
+    cast_->only.clear();
+    cast_->stamp.reset();
+}
+
+void CRunner::RefuseUnexpected(const std::string& actor, const Member& member) {
+    if (!member.actor) {
+        return;
+    }
+    Refuse(actor, member, {"error", {}});
+    for (const auto& [line, only] : cast_->only) {
+        if (only.actor == actor) {
+            cast_->line = line;
+            for (const EventPattern& pattern : only.patterns) {
+                Refuse(actor, member, Filled(pattern));
+            }
+        }
+    }
+}
+
+void CRunner::Refuse(const std::string& actor, const Member& member, const EventPattern& pattern) {
+    if (const auto found = member.Find(pattern, {})) {
+        throw CFailedExpectation("the " + actor + " said: " + Text(pattern),
+                                 {"it was: " + member.actor->EventAt(*found).line.Text()});
+    }
+}
+
 void CRunner::RefuseUnaskedEnds() {
+    if (CInterruption::Asked()) {
+        throw CFailedExpectation("interrupted");
+    }
     for (auto& [actor, member] : cast_->members) {
         if (!member.actor || member.endIsKnown || cast_->MayHaveEnded(actor)) {
             continue;
         }
-        if (const auto code = member.actor->AwaitEnd({})) {
-            throw CFailedExpectation("the " + actor + " has ended unasked, with " +
-                                     std::to_string(*code));
+        if (member.actor->AwaitEnd({})) {
+            throw CFailedExpectation("the " + actor + " has ended unasked, " +
+                                     member.actor->EndText());
         }
     }
 }
@@ -212,8 +214,7 @@ void CRunner::Do(const StepStatement& step) {
     cast_->expected = 0;
     cast_->stepStart = Clock::now();
     for (auto& [name, member] : cast_->members) {
-        // Not at the events of this moment: what the last step set going may be ahead of us.
-        member.stepFrom = member.taken.empty() ? 0 : *member.taken.rbegin() + 1;
+        member.BeginStep();
     }
     screen_.Step(++cast_->stepNumber, step.text);
 }
@@ -254,6 +255,7 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
 
 void CRunner::Do(const StartStatement& start) {
     auto& member = cast_->members[start.actor];
+    RefuseUnexpected(start.actor, member);
     member = {};  // an earlier process of this name ends first
     std::string command = "(started)";
     for (const std::string& argument : start.arguments) {
@@ -268,11 +270,12 @@ void CRunner::Do(const StartStatement& start) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
                                      neutral_.Event(actor, line.line);
+                                     CheckEvent(actor, line.line);
                                      counter_.Event(line.line);
                                  });
 }
 
-CRunner::Member& CRunner::Find(const std::string& actor) {
+Member& CRunner::Find(const std::string& actor) {
     const auto found = cast_->members.find(actor);
     if (found == cast_->members.end() || !found->second.actor) {
         throw CFailedExpectation("the " + actor + " has not been started");
@@ -284,34 +287,38 @@ void CRunner::Do(const KillStatement& kill) {
     screen_.Command(kill.actor, "(killed)");
     auto& member = Find(kill.actor);
     member.actor->Kill();
-    if (!member.actor->AwaitEnd(kQuitPatience)) {
-        throw CFailedExpectation("the " + kill.actor + " outlived its killing");
-    }
-    member.endIsKnown = true;
+    AwaitEnd(member, kQuitPatience, "the " + kill.actor + " outlived its killing");
 }
 
 void CRunner::Do(const QuitStatement& quit) {
     screen_.Command(quit.actor, "quit");
     auto& member = Find(quit.actor);
     member.actor->Send("quit");
-    const std::optional<int> code = member.actor->AwaitEnd(kQuitPatience);
-    if (!code) {
-        throw CFailedExpectation("the " + quit.actor + " did not quit");
+    if (AwaitEnd(member, kQuitPatience, "the " + quit.actor + " did not quit") != 0) {
+        throw CFailedExpectation("the " + quit.actor + " ended " + member.actor->EndText());
     }
-    if (*code != 0) {
-        throw CFailedExpectation("the " + quit.actor + " ended with code " + std::to_string(*code));
-    }
-    member.endIsKnown = true;
     screen_.Passed("the " + quit.actor + " ended in good order");
 }
 
 void CRunner::Do(const GoneStatement& gone) {
-    auto& member = Find(gone.actor);
-    if (!member.actor->AwaitEnd(gone.within)) {
-        throw CFailedExpectation("the " + gone.actor + " is still there");
-    }
-    member.endIsKnown = true;
+    AwaitEnd(Find(gone.actor), gone.within, "the " + gone.actor + " is still there");
     screen_.Passed("the " + gone.actor + " is gone");
+}
+
+int CRunner::AwaitEnd(Member& member, std::chrono::milliseconds patience,
+                      const std::string& failure) {
+    member.endIsKnown = true;
+    const Clock::time_point end = Clock::now() + patience;
+    for (;;) {
+        const auto left = std::max(Until(end), std::chrono::milliseconds(0));
+        if (const auto code = member.actor->AwaitEnd(std::min(left, kTick))) {
+            return *code;
+        }
+        RefuseUnaskedEnds();
+        if (left <= kTick) {
+            throw CFailedExpectation(failure);
+        }
+    }
 }
 
 void CRunner::Do(const CommandStatement& command) {
@@ -332,6 +339,10 @@ EventPattern CRunner::Filled(const EventPattern& pattern) const {
 void CRunner::Do(const ExpectStatement& expect) {
     auto& member = Find(expect.actor);
     const EventPattern pattern = Filled(expect.pattern);
+    if (expect.then && !cast_->stamp) {
+        throw CFailedExpectation("the event before has no stamp to be compared");
+    }
+    const auto stamp = expect.then ? cast_->stamp : std::nullopt;
     const Clock::time_point end = Clock::now() + expect.within;
     std::optional<std::size_t> found;
     for (bool last = false; !found && !last;) {
@@ -339,7 +350,7 @@ void CRunner::Do(const ExpectStatement& expect) {
         const auto left = std::max(Until(end), std::chrono::milliseconds(0));
         // Who has ended tells nothing more.
         last = left <= kTick || member.actor->AwaitEnd({});
-        found = member.Find(pattern, std::min(left, kTick));
+        found = member.Find(pattern, std::min(left, kTick), stamp);
         RefuseUnaskedEnds();
     }
     if (!cast_->countdownText.empty()) {
@@ -347,11 +358,25 @@ void CRunner::Do(const ExpectStatement& expect) {
         screen_.Countdown({}, "");
     }
     if (!found) {
-        throw CFailedExpectation("the " + expect.actor + " never said: " + Text(pattern));
+        for (const auto& [actor, one] : cast_->members) {
+            RefuseUnexpected(actor, one);  // it says more than what did not come for it
+        }
+        throw CFailedExpectation("the " + expect.actor + " never said" +
+                                     (expect.then ? ", after that: " : ": ") + Text(pattern),
+                                 member.Around(pattern));
+    }
+    const TimedLine event = member.actor->EventAt(*found);
+    if (expect.after) {
+        const auto passed = std::chrono::nanoseconds(*event.stamp - *cast_->stamp);
+        if (passed < *expect.after) {
+            throw CFailedExpectation("the " + expect.actor + " said so after " +
+                                     std::to_string(passed / std::chrono::milliseconds(1)) +
+                                     " ms already: " + Text(pattern));
+        }
     }
     member.taken.insert(*found);
+    cast_->stamp = event.stamp;
     if (expect.name) {
-        const TimedLine event = member.actor->EventAt(*found);
         for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables.emplace_back(*expect.name + "." + key, value);
             neutral_.Name(key, value, *expect.name + "." + key);
@@ -361,12 +386,17 @@ void CRunner::Do(const ExpectStatement& expect) {
 }
 
 void CRunner::Do(const NeverStatement& never) {
-    const EventPattern pattern = Filled(never.pattern);
-    if (Find(never.actor).Find(pattern, {})) {
-        throw CFailedExpectation("the " + never.actor + " said: " + Text(pattern));
-    }
+    const Member& member = Find(never.actor);
     ++cast_->expected;
-    screen_.Passed("the " + never.actor + " told of no " + Text(pattern));
+    if (never.wholeStep) {
+        cast_->only.emplace_back(cast_->line, never);
+        return;
+    }
+    for (const EventPattern& one : never.patterns) {
+        const EventPattern pattern = Filled(one);
+        Refuse(never.actor, member, pattern);
+        screen_.Passed("the " + never.actor + " told of no " + Text(pattern));
+    }
 }
 
 void CRunner::ShowCountdown() {

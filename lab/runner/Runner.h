@@ -12,9 +12,9 @@
 #include <string>
 #include <vector>
 
-#include "lab/runner/Actor.h"
 #include "lab/runner/FigureCounter.h"
 #include "lab/runner/Figures.h"
+#include "lab/runner/Member.h"
 #include "lab/runner/NeutralTranscript.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
@@ -48,7 +48,6 @@ class CRunner {
 
   private:
     struct Cast;
-    struct Member;
 
     void Do(const StepStatement& step);
     void Do(const SayStatement& say);
@@ -62,10 +61,16 @@ class CRunner {
     void Do(const CountdownStatement& countdown);
     void Do(const WaitStatement& wait);
 
+    void FinishStep();
     void CloseStep();
     void CompareTranscript();
     /// Every process lives until a statement ends it, or lets it end.
     void RefuseUnaskedEnds();
+    /// Errors, and what `only` forbids in this step.
+    void RefuseUnexpected(const std::string& actor, const Member& member);
+    static void Refuse(const std::string& actor, const Member& member, const EventPattern& pattern);
+    /// The exit code; fails when the process outlives the patience.
+    int AwaitEnd(Member& member, std::chrono::milliseconds patience, const std::string& failure);
     void ShowCountdown();
     Member& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;

@@ -2,12 +2,14 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
 #include <sstream>
 #include <utility>
 
 #include <boost/algorithm/string/trim.hpp>
 
 #include "lab/common/CommandWords.h"
+#include "lab/runner/EventKinds.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -103,57 +105,74 @@ class CWords {
     std::string rest_;
 };
 
-/// A word of small letters and hyphens; a key may have digits, too.
-bool IsName(const std::string& word, const std::string& further) {
-    return !word.empty() && std::all_of(word.begin(), word.end(), [&further](char byte) {
-        return (byte >= 'a' && byte <= 'z') || further.find(byte) != std::string::npos;
-    });
-}
-
 /// What no program can tell is refused: `never` would hold for it whatever happens.
-std::string ParseKind(CWords& words) {
-    std::string kind = words.Next("a kind of event");
-    if (!IsName(kind, "-")) {
-        throw CScenarioError(words.Line(), "\"" + kind + "\" is no kind of event such as log");
+template <typename Check>
+auto Checked(const CWords& words, Check check) {
+    try {
+        return check();
+    } catch (const std::invalid_argument& e) {
+        throw CScenarioError(words.Line(), e.what());
     }
-    return kind;
 }
 
-FieldMatch ParseField(std::size_t line, const std::string& word) {
+EventPattern ParseKind(CWords& words, const std::string& actor, const std::string& kind) {
+    Checked(words, [&] { return KnownKind(actor, kind); });
+    return {kind, {}};
+}
+
+/// One more field of the pattern's events.
+void AddField(CWords& words, const std::string& actor, const std::string& word,
+              EventPattern& pattern) {
     const std::size_t sign = word.find_first_of("=~");
-    if (sign == std::string::npos || !IsName(word.substr(0, sign), "-0123456789")) {
-        throw CScenarioError(line, "\"" + word + "\" is no field such as pid=7 or text~Ping");
+    if (sign == std::string::npos) {
+        throw CScenarioError(words.Line(),
+                             "\"" + word + "\" is no field such as pid=7 or text~Ping");
     }
-    return {word.substr(0, sign),
-            word[sign] == '=' ? FieldMatch::Kind::kEquals : FieldMatch::Kind::kContains,
-            word.substr(sign + 1)};
+    FieldMatch field{word.substr(0, sign),
+                     word[sign] == '=' ? FieldMatch::Kind::kEquals : FieldMatch::Kind::kContains,
+                     word.substr(sign + 1)};
+    Checked(words, [&] { CheckKey(KnownKind(actor, pattern.kind), field.key); });
+    pattern.fields.push_back(std::move(field));
 }
 
-ExpectStatement ParseExpect(CWords& words) {
-    ExpectStatement expect{
-        words.NextActor(), {ParseKind(words), {}}, kDefaultPatience, std::nullopt};
+template <bool kThen>
+Statement ParseExpect(CWords& words) {
+    const std::string actor = words.NextActor();
+    EventPattern pattern = ParseKind(words, actor, words.Next("a kind of event"));
+    std::optional<std::chrono::milliseconds> within;
+    std::optional<std::chrono::milliseconds> after;
+    std::optional<std::string> name;
     while (!words.AtEnd()) {
         const std::string word = words.Next("");
         if (word == "within") {
-            expect.within = words.NextDuration();
+            within = words.NextDuration();
         } else if (word == "as") {
-            expect.name = words.Next("a name");
+            name = words.Next("a name");
+        } else if (kThen && word == "after") {
+            after = words.NextDuration();
         } else {
-            expect.pattern.fields.push_back(ParseField(words.Line(), word));
+            AddField(words, actor, word, pattern);
         }
     }
-    return expect;
+    const auto patience = kDefaultPatience + after.value_or(std::chrono::milliseconds(0));
+    return ExpectStatement{actor, pattern, within.value_or(patience), name, kThen, after};
 }
 
-NeverStatement ParseNever(CWords& words) {
-    NeverStatement never{words.NextActor(), {ParseKind(words), {}}};
-    while (!words.AtEnd()) {
-        never.pattern.fields.push_back(ParseField(words.Line(), words.Next("")));
+template <bool kWholeStep>
+Statement ParseNever(CWords& words) {
+    NeverStatement never{words.NextActor(), {}, kWholeStep};
+    while (never.patterns.empty() || !words.AtEnd()) {
+        const std::string word = words.Next("a kind of event");
+        if (never.patterns.empty() || word.find_first_of("=~") == std::string::npos) {
+            never.patterns.push_back(ParseKind(words, never.actor, word));
+        } else {
+            AddField(words, never.actor, word, never.patterns.back());
+        }
     }
     return never;
 }
 
-StartStatement ParseStart(CWords& words) {
+Statement ParseStart(CWords& words) {
     StartStatement start{words.NextActor(), {}};
     while (!words.AtEnd()) {
         start.arguments.push_back(words.Next(""));
@@ -161,7 +180,7 @@ StartStatement ParseStart(CWords& words) {
     return start;
 }
 
-GoneStatement ParseGone(CWords& words) {
+Statement ParseGone(CWords& words) {
     GoneStatement gone{words.NextActor(), kDefaultPatience};
     if (!words.AtEnd()) {
         if (words.Next("") != "within") {
@@ -172,44 +191,45 @@ GoneStatement ParseGone(CWords& words) {
     return gone;
 }
 
+template <typename Kind>
+Statement ParseText(CWords& words) {
+    return Kind{words.Rest("a text")};
+}
+
+template <typename Kind>
+Statement ParseActor(CWords& words) {
+    return Kind{words.NextActor()};
+}
+
+template <typename Kind>
+Statement ParseWait(CWords& words) {
+    const std::chrono::milliseconds duration = words.NextDuration();
+    return Kind{duration, words.Rest("what is waited for")};
+}
+
 Statement ParseStatement(CWords& words) {
+    static const std::map<std::string, Statement (*)(CWords&)> kStatements{
+        {"step", ParseText<StepStatement>},
+        {"say", ParseText<SayStatement>},
+        {"start", ParseStart},
+        {"kill", ParseActor<KillStatement>},
+        {"quit", ParseActor<QuitStatement>},
+        {"gone", ParseGone},
+        {"expect", ParseExpect<false>},
+        {"then", ParseExpect<true>},
+        {"never", ParseNever<false>},
+        {"only", ParseNever<true>},
+        {"countdown", ParseWait<CountdownStatement>},
+        {"wait", ParseWait<WaitStatement>}};
     const std::string word = words.Next("a statement");
-    if (word == "step") {
-        return StepStatement{words.Rest("the step's text")};
-    }
-    if (word == "say") {
-        return SayStatement{words.Rest("a remark")};
-    }
-    if (word == "start") {
-        return ParseStart(words);
-    }
-    if (word == "kill") {
-        return KillStatement{words.NextActor()};
-    }
-    if (word == "quit") {
-        return QuitStatement{words.NextActor()};
-    }
-    if (word == "gone") {
-        return ParseGone(words);
-    }
-    if (word == "expect") {
-        return ParseExpect(words);
-    }
-    if (word == "never") {
-        return ParseNever(words);
-    }
-    if (word == "countdown") {
-        const std::chrono::milliseconds duration = words.NextDuration();
-        return CountdownStatement{duration, words.Rest("what is waited for")};
-    }
-    if (word == "wait") {
-        const std::chrono::milliseconds duration = words.NextDuration();
-        return WaitStatement{duration, words.Rest("what is waited for")};
-    }
     if (IsActor(word)) {
         return CommandStatement{word, words.Rest("a command")};
     }
-    throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
+    const auto known = kStatements.find(word);
+    if (known == kStatements.end()) {
+        throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
+    }
+    return known->second(words);
 }
 
 /// Whether the statement can fail for something that a program did or did not do.
@@ -231,6 +251,7 @@ Scenario ParseScenario(const std::string& text) {
     std::istringstream lines(text);
     std::string line;
     std::size_t number = 1;
+    bool expected = false;  // something, in this step
     for (; std::getline(lines, line); ++number) {
         CWords words(number, line);
         if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
@@ -244,6 +265,15 @@ Scenario ParseScenario(const std::string& text) {
             continue;
         }
         scenario.statements.push_back({number, ParseStatement(words)});
+        const Statement& statement = scenario.statements.back().statement;
+        if (const auto* const expect = std::get_if<ExpectStatement>(&statement)) {
+            if (expect->then && !expected) {
+                throw CScenarioError(number, "nothing is expected before it in its step");
+            }
+            expected = true;
+        } else if (std::holds_alternative<StepStatement>(statement)) {
+            expected = false;
+        }
         if (!words.AtEnd()) {
             throw CScenarioError(number, "\"" + words.Rest("") + "\" is left over");
         }

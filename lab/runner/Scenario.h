@@ -11,6 +11,7 @@
 //   expect product started name=victim as victim
 //   host  kill pid=$victim.pid
 //   expect product did action=kill pid=$victim.pid outcome=done within 5s
+//   then product reply status=0
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.
 //
@@ -81,18 +82,22 @@ struct CommandStatement {
     std::string line;
 };
 /// The actor must tell of such an event in this step, or have told of it; each event serves one
-/// expectation. The order does not matter within a step, since several threads tell.
+/// expectation. The order does not matter within a step, since several threads tell, unless the
+/// scenario says so.
 struct ExpectStatement {
     std::string actor;
     EventPattern pattern;
     std::chrono::milliseconds within;
     std::optional<std::string> name;  // keeps the event's fields as $name.key
+    bool then;                        // it came after the event expected before, of either actor
+    std::optional<std::chrono::milliseconds> after;  // and at least so long after it
 };
-/// The actor must not have told of such an event in this step so far, except where one was
-/// expected.
+/// The actor must not have told of such events in this step, except where one was expected: so far,
+/// or until the step ends.
 struct NeverStatement {
     std::string actor;
-    EventPattern pattern;
+    std::vector<EventPattern> patterns;
+    bool wholeStep;
 };
 /// A real wait of the system under test, shown counting down while the next expectation is awaited.
 struct CountdownStatement {
@@ -121,7 +126,7 @@ struct Scenario {
 };
 
 /// Reads a whole scenario. One without title, and one in which nothing is expected (by `expect`,
-/// `never`, `gone` or `quit`), is none.
+/// `then`, `never`, `only`, `gone` or `quit`), is none.
 Scenario ParseScenario(const std::string& text);
 
 /// Replaces $name.key by its value; throws std::runtime_error for a name that is not known.

@@ -153,9 +153,13 @@ void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds too
     }
 }
 
-void CScreen::Failed(const std::string& what) {
+void CScreen::Failed(const std::string& what, const std::vector<std::string>& details) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    Print("  " + Padded("", kTimeWidth) + "  " + Paint(Colour::kRed, "NOT as expected: " + what));
+    const std::string margin(kTimeWidth + 4, ' ');
+    Print(margin + Paint(Colour::kRed, "NOT as expected: " + what));
+    for (const std::string& detail : details) {
+        Print(margin + detail);
+    }
 }
 
 void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text) {

@@ -42,7 +42,7 @@ class CScreen {
     /// What was checked and cannot be seen.
     void Passed(const std::string& what);
     void StepPassed(std::size_t expectations, std::chrono::milliseconds took);
-    void Failed(const std::string& what);
+    void Failed(const std::string& what, const std::vector<std::string>& details = {});
     /// Shows how long the system will still wait; empty text takes the line away.
     void Countdown(std::chrono::milliseconds left, const std::string& text);
     void Table(const std::vector<StepResult>& results);

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <memory>
 #include <thread>
 #include <vector>
@@ -7,6 +7,8 @@
 
 namespace Kyr::Lab::Runner {
 namespace {
+
+using ::testing::AnyOf;
 
 constexpr std::chrono::seconds kPatience(20);
 
@@ -20,7 +22,7 @@ TEST(ActorTest, WhatTheProgramWritesIsAnEvent) {
     CActor actor("one", KYR_PARROT, {"--all"}, {}, Ignore);
 
     ASSERT_TRUE(actor.Find(0, Any, kPatience).has_value());
-    EXPECT_EQ("argument text=--all", actor.EventAt(0).line.Text());
+    EXPECT_EQ("answer text=--all", actor.EventAt(0).line.Text());
 }
 
 TEST(ActorTest, WhatIsSentReachesTheProgram) {
@@ -47,6 +49,15 @@ TEST(ActorTest, EndTellsItsCode) {
     EXPECT_EQ(std::nullopt, actor.AwaitEnd(std::chrono::milliseconds(0)));
     actor.Send("end 3");
     EXPECT_EQ(3, actor.AwaitEnd(kPatience));
+    EXPECT_EQ("with code 3", actor.EndText());
+}
+
+TEST(ActorTest, EndByASignalIsToldByItsName) {
+    CActor actor("one", KYR_PARROT, {}, {}, Ignore);
+
+    actor.Send("abort");
+    ASSERT_TRUE(actor.AwaitEnd(kPatience).has_value());
+    EXPECT_THAT(actor.EndText(), AnyOf("by SIGABRT", "with code 3"));  // the latter on Windows
 }
 
 TEST(ActorTest, EndEndsTheWaitForAnEventThatCannotComeAnyMore) {

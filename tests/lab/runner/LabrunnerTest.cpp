@@ -52,7 +52,7 @@ class LabrunnerTest : public ::testing::Test {
                                             "quit host\n");
     const std::string failed_ = folder_.Write("failed.scenario",
                                               "title It fails\nstart host\nstep Two\n"
-                                              "never host argument\n"
+                                              "never host answer\n"
                                               "expect host log within 10ms\n");
     std::string printed_;
 };

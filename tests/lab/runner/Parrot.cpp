@@ -1,9 +1,10 @@
-// A program for an actor, in the place of host and product. It tells its arguments, an event each,
+// A program for an actor, in the place of host and product. It tells its arguments, an answer each,
 // and then obeys the lines that it hears, until its input ends:
 //
 //   quit             ends with the code that the last `code` gave, else with 0
 //   code NUMBER      what `quit` ends with
 //   end NUMBER       ends at once, as nobody asked for
+//   abort            ends by a signal, where there are any
 //   after MS LINE    obeys LINE so many milliseconds later
 //   raw TEXT         says TEXT as it stands
 //   KIND ...         says the line as an event of midnight
@@ -23,7 +24,7 @@ void SayArgument(const std::string& argument) {
     for (const char byte : argument) {
         quoted += byte == '"' || byte == '\\' ? std::string{'\\', byte} : std::string{byte};
     }
-    std::cout << "00:00:00.000 argument text=\"" << quoted << '"' << std::endl;
+    std::cout << "00:00:00.000 answer text=\"" << quoted << '"' << std::endl;
 }
 
 /// What follows the words that have been read.
@@ -47,6 +48,8 @@ class CParrot {
         } else if (word == "end") {
             words >> number;
             std::exit(number);
+        } else if (word == "abort") {
+            std::abort();
         } else if (word == "after") {
             words >> number;
             std::this_thread::sleep_for(std::chrono::milliseconds(number));

@@ -1,4 +1,5 @@
 #include <chrono>
+#include <csignal>
 #include <gmock/gmock.h>
 #include <sstream>
 #include <string>
@@ -6,6 +7,7 @@
 
 #include <boost/filesystem/operations.hpp>
 
+#include "lab/runner/Interruption.h"
 #include "lab/runner/ReadFile.h"
 #include "lab/runner/Runner.h"
 #include "tests/lab/runner/ParrotFolder.h"
@@ -16,6 +18,7 @@ namespace {
 using namespace testing;
 
 const std::string kHeld;
+constexpr std::chrono::seconds kAtOnce(10);
 
 class RunnerTest : public ::testing::Test {
   protected:
@@ -54,21 +57,21 @@ class RunnerTest : public ::testing::Test {
 TEST_F(RunnerTest, HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario) {
     paths_.hostOptions = {"--port-layer"};
     EXPECT_EQ(Play("start host --memory $folder/kept\n"
-                   "expect host argument text=--library=the-library\n"
-                   "expect host argument text~--database=\n"
-                   "expect host argument text~--log=\n"
-                   "expect host argument text=--port-layer\n"
-                   "expect host argument text=--memory\n"
-                   "expect host argument text=" +
+                   "expect host answer text=--library=the-library\n"
+                   "expect host answer text~--database=\n"
+                   "expect host answer text~--log=\n"
+                   "expect host answer text=--port-layer\n"
+                   "expect host answer text=--memory\n"
+                   "expect host answer text=" +
                    paths_.work + "/kept\n"),
               kHeld);
 }
 
 TEST_F(RunnerTest, ProductIsStartedWithItsVictim) {
     EXPECT_EQ(Play("start product --nothing-new\n"
-                   "expect product argument text~--victim=\n"
-                   "expect product argument text=--nothing-new\n"
-                   "never product argument text=--wire\n"),
+                   "expect product answer text~--victim=\n"
+                   "expect product answer text=--nothing-new\n"
+                   "never product answer text=--wire\n"),
               kHeld);
 }
 
@@ -108,16 +111,16 @@ TEST_F(RunnerTest, ExpectedEventIsOneOfItsKindWithItsFields) {
 
 TEST_F(RunnerTest, EventOfAnotherKindValueOrKeyIsNotTheExpectedOne) {
     const std::string told = "start host\nhost log level=4 text=\"one two\"\n";
-    EXPECT_EQ(Play(told + "expect host life level=4 within 10ms\n"),
-              "line 4: the host never said: life level=4");
+    EXPECT_EQ(Play(told + "expect host life text=\"one two\" within 10ms\n"),
+              "line 4: the host never said: life text=\"one two\"");
     EXPECT_EQ(Play(told + "expect host log level=3 within 10ms\n"),
               "line 4: the host never said: log level=3");
     EXPECT_EQ(Play(told + "expect host log text=one within 10ms\n"),
               "line 4: the host never said: log text=one");
     EXPECT_EQ(Play(told + "expect host log text~three within 10ms\n"),
               "line 4: the host never said: log text~three");
-    EXPECT_EQ(Play(told + "expect host log level=4 id~4 within 10ms\n"),
-              "line 4: the host never said: log level=4 id~4");
+    EXPECT_EQ(Play(told + "expect host log level=4 source~4 within 10ms\n"),
+              "line 4: the host never said: log level=4 source~4");
 }
 
 TEST_F(RunnerTest, ExpectedEventMayComeLaterButNotTooLate) {
@@ -136,6 +139,118 @@ TEST_F(RunnerTest, OrderWithinAStepDoesNotMatter) {
     EXPECT_EQ(Play("start host\nhost log text=a\nhost log text=b\n"
                    "expect host log text=b\nexpect host log text=a\n"),
               kHeld);
+}
+
+// What `then` compares are the stamps that the programs give.
+
+TEST_F(RunnerTest, ThenHoldsForAnEventToldAfterTheOneBeforeByEitherActor) {
+    EXPECT_EQ(Play("start host\nstart product\nproduct did action=a at=7\n"
+                   "expect product did action=a\n"
+                   "host log text=a at=6\nhost log text=a at=8\nthen host log text=a\n"
+                   "host life at=9\nthen host life\n"),
+              kHeld);
+}
+
+TEST_F(RunnerTest, ThenFailsForAnEventToldBeforeOrAtTheSameMoment) {
+    const std::string failure = "line 7: the host never said, after that: log text=a";
+    const std::string before = "start host\nstart product\nhost log text=a at=";
+    const std::string then =
+        "\nproduct did action=a at=7\nexpect product did\nthen host log text=a within 50ms\n";
+    EXPECT_EQ(Play(before + "6" + then), failure);
+    EXPECT_EQ(Play(before + "7" + then), failure);
+    EXPECT_THAT(screen_.str(), HasSubstr("nearest, at another moment: log text=a\n"));
+}
+
+TEST_F(RunnerTest, ThenFailsWhereNoStampTellsTheOrder) {
+    EXPECT_EQ(
+        Play("start host\nhost log text=a\nhost life at=9\nexpect host log\nthen host life\n"),
+        "line 6: the event before has no stamp to be compared");
+}
+
+TEST_F(RunnerTest, AfterHoldsForAWaitThatWasTakenAndFailsForAShorterOne) {
+    const std::string told =
+        "start host\nhost log text=a at=1000000000\nhost life at=1250000000\nexpect host log\n";
+    EXPECT_EQ(Play(told + "then host life after 250ms\n"), kHeld);
+    EXPECT_EQ(Play(told + "then host life after 251ms\n"),
+              "line 6: the host said so after 250 ms already: life");
+}
+
+TEST_F(RunnerTest, OnlyHoldsWhereNothingElseOfItsKindsWasTold) {
+    EXPECT_EQ(Play("start host\nhost log level=4\nhost log level=2\nhost life\n"
+                   "only host log level=4 deliver\nexpect host log level=4\nexpect host life\n"),
+              kHeld);
+}
+
+TEST_F(RunnerTest, OnlyFailsForWhatIsToldBehindItInItsStep) {
+    const std::string step =
+        "start host\nonly host deliver log level=4\nhost log level=4\nhost life\n"
+        "expect host life\n";
+    EXPECT_EQ(Play(step), "line 3: the host said: log level=4");
+    EXPECT_EQ(Play(step + "step two\nquit host\n"), "line 3: the host said: log level=4");
+    EXPECT_EQ(Play(step + "start host\n"), "line 3: the host said: log level=4");
+    EXPECT_THAT(screen_.str(), HasSubstr("it was: log level=4\n"));
+}
+
+TEST_F(RunnerTest, OnlyHoldsForItsOwnStep) {
+    EXPECT_EQ(Play("start host\nonly host log\nhost life\nexpect host life\n"
+                   "step two\nhost log\nexpect host log\nhost log\nquit host\n"),
+              kHeld);
+}
+
+TEST_F(RunnerTest, ErrorThatNobodyExpectedFailsItsStep) {
+    const std::string told = "start host\nhost error command=kil\nhost life\nexpect host life\n";
+    const std::string failure = ": the host said: error";
+    EXPECT_EQ(Play(told), "line 5" + failure);
+    EXPECT_EQ(Play(told + "step two\nquit host\n"), "line 5" + failure);
+    EXPECT_EQ(Play(told + "start host\n"), "line 6" + failure);
+    EXPECT_EQ(Play(told + "expect host log within 10ms\n"), "line 6" + failure);
+    EXPECT_THAT(screen_.str(), HasSubstr("it was: error command=kil\n"));
+    EXPECT_EQ(Play(told + "expect host error command=kil\n"), kHeld);
+}
+
+TEST_F(RunnerTest, EventOfWhichNoTableTellsFailsTheScenario) {
+    EXPECT_EQ(
+        Play("start host\nhost log txet=a\nexpect host log within 20s\n"),
+        "line 4: cannot make use of what the host tells, \"txet\" is no key of the host's log:"
+        " log txet=a");
+}
+
+TEST_F(RunnerTest, FailureShowsTheNearestEventAndTheLastTen) {
+    std::string told = "start host\nhost log level=4 text=a\nhost log level=2 text=b\n";
+    for (int i = 0; i < 10; ++i) {
+        told += "host life call=" + std::to_string(i) + "\n";
+    }
+    Play(told + "expect host life call=9\nexpect host log level=4 text=b source~c within 10ms\n");
+    const std::string margin = "                ";
+    std::string expected = "nearest: log level=2 text=b\n" + margin + "the last that was told:\n";
+    for (int i = 0; i < 10; ++i) {
+        expected += margin + "  00:00:00.000 life call=" + std::to_string(i) + "\n";
+    }
+    EXPECT_THAT(screen_.str(), HasSubstr(expected));
+}
+
+/// A terminal before which somebody presses Ctrl-C when it shows the text.
+class CImpatientTerminal : public std::stringbuf {
+    int sync() override {
+        if (str().find("log   now") != std::string::npos) {
+            std::raise(SIGINT);
+        }
+        return 0;
+    }
+};
+
+TEST_F(RunnerTest, InterruptionEndsAScenarioAtOnce) {
+    for (const char* const wait :
+         {"expect host log text=a within 20s", "wait 20s x\nquit host", "gone host within 20s"}) {
+        const CInterruption interruption;
+        CImpatientTerminal terminal;
+        static_cast<std::ostream&>(screen_).rdbuf(&terminal);
+        EXPECT_LT(
+            TimeOf("step one\nstart host\nhost after 100 log text=now\n" + std::string(wait) + "\n",
+                   "line 5: interrupted"),
+            kAtOnce);
+    }
+    static_cast<std::ostream&>(screen_).rdbuf(nullptr);
 }
 
 TEST_F(RunnerTest, StepBeginsBehindTheLastEventThatAnEarlierOneExpected) {
@@ -180,18 +295,18 @@ TEST_F(RunnerTest, NeverPassesOverWhatWasExpectedAndEarlierSteps) {
 TEST_F(RunnerTest, FieldsOfANamedEventStandInLaterStatements) {
     EXPECT_EQ(Play("start product\nstart host\nproduct started pid=77\n"
                    "expect product started as victim\n"
-                   "host kill pid=$victim.pid\n"
-                   "expect host kill pid=77\n"
+                   "host log text=$victim.pid\n"
+                   "expect host log text=77\n"
                    "product started pid=78\n"
                    "expect product started as victim\n"
-                   "never host kill pid=$victim.pid\n"
+                   "never host log text=$victim.pid\n"
                    "start host --kill=$victim.pid\n"
-                   "expect host argument text=--kill=78\n"),
+                   "expect host answer text=--kill=78\n"),
               kHeld);
 }
 
 TEST_F(RunnerTest, NameWithoutValueFails) {
-    EXPECT_EQ(Play("start host\nhost kill pid=$victim.pid\nquit host\n"),
+    EXPECT_EQ(Play("start host\nhost log text=$victim.pid\nquit host\n"),
               "line 3: $victim.pid has no value yet");
 }
 
@@ -248,37 +363,28 @@ TEST_F(RunnerTest, CountdownDoesNotMakeTheExpectationWaitLonger) {
 
 // A process that ends unasked fails the scenario, and at once.
 
-constexpr std::chrono::seconds kAtOnce(10);
-
 TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfItsEvent) {
     EXPECT_LT(TimeOf("start host\nhost end 3\nexpect host log within 20s\n",
-                     "line 4: the host has ended unasked, with 3"),
+                     "line 4: the host has ended unasked, with code 3"),
               kAtOnce);
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfAnothersEvent) {
     EXPECT_LT(TimeOf("start host\nstart product\nhost end 0\nexpect product did within 20s\n",
-                     "line 5: the host has ended unasked, with 0"),
+                     "line 5: the host has ended unasked, with code 0"),
               kAtOnce);
 }
 
 TEST_F(RunnerTest, UnaskedEndFailsAWait) {
     EXPECT_LT(TimeOf("start host\nhost end 3\nwait 20s for nothing\nnever host log\nquit host\n",
-                     "line 4: the host has ended unasked, with 3"),
+                     "line 4: the host has ended unasked, with code 3"),
               kAtOnce);
 }
 
-TEST_F(RunnerTest, UnaskedEndFailsAtTheEndOfTheScenario) {
-    EXPECT_EQ(Play("start host\nstart product\nhost life\nexpect host life\n"
-                   "host after 400 end 3\nproduct after 1200 end 0\ngone product\n"),
-              "line 8: the host has ended unasked, with 3");
-}
-
-TEST_F(RunnerTest, UnaskedEndFailsTheNextStart) {
-    EXPECT_EQ(Play("start host\nstart product\nhost life\nexpect host life\n"
-                   "host after 400 end 3\nproduct after 1200 end 0\ngone product\n"
-                   "start host\ngone host\n"),
-              "line 9: the host has ended unasked, with 3");
+TEST_F(RunnerTest, UnaskedEndFailsTheWaitForAnothersEnd) {
+    EXPECT_LT(TimeOf("start host\nstart product\nhost after 200 end 3\ngone product within 20s\n",
+                     "line 5: the host has ended unasked, with code 3"),
+              kAtOnce);
 }
 
 TEST_F(RunnerTest, ProcessThatMustBeGoneMayEndBefore) {
@@ -352,7 +458,7 @@ TEST_F(TranscriptTest, MissingOneFails) {
 
 TEST_F(TranscriptTest, ProductTellsTheWire) {
     folder_.Write("known.txt", "");
-    EXPECT_EQ(Play("start product\nexpect product argument text=--wire\n"), kHeld);
+    EXPECT_EQ(Play("start product\nexpect product answer text=--wire\n"), kHeld);
 }
 
 }  // namespace

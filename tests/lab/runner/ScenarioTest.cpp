@@ -41,7 +41,7 @@ TEST(Scenario, WithoutAnExpectationIsRefused) {
 
 TEST(Scenario, EachStatementThatCanFailIsAnExpectation) {
     for (const char* const statement :
-         {"expect host log", "never host log", "gone host", "quit host"}) {
+         {"expect host log", "never host log", "only host log", "gone host", "quit host"}) {
         EXPECT_EQ(ErrorOf("title T\n" + std::string(statement) + "\n"), "no error");
     }
 }
@@ -127,13 +127,58 @@ TEST(Scenario, FieldWithoutSignIsRefused) {
 
 TEST(Scenario, WhatNoProgramCanTellIsRefused) {
     EXPECT_EQ(ErrorOf("title T\nnever host text=\"it failed\"\n"),
-              "line 2: \"text=it failed\" is no kind of event such as log");
+              "line 2: the host tells of no \"text=it failed\"");
     EXPECT_EQ(ErrorOf("title T\nexpect host Log level=4\n"),
-              "line 2: \"Log\" is no kind of event such as log");
+              "line 2: the host tells of no \"Log\"");
+    EXPECT_EQ(ErrorOf("title T\nexpect host did\n"), "line 2: the host tells of no \"did\"");
+    EXPECT_EQ(ErrorOf("title T\nonly host log lgo\n"), "line 2: the host tells of no \"lgo\"");
     EXPECT_EQ(ErrorOf("title T\nnever host log Level=4\n"),
-              "line 2: \"Level=4\" is no field such as pid=7 or text~Ping");
-    EXPECT_EQ(ErrorOf("title T\nnever host log =4\n"),
-              "line 2: \"=4\" is no field such as pid=7 or text~Ping");
+              "line 2: \"Level\" is no key of the host's log");
+    EXPECT_EQ(ErrorOf("title T\nthen product did lenght~4\n"),
+              "line 2: \"lenght\" is no key of the product's did");
+    EXPECT_EQ(ErrorOf("title T\nnever host log =4\n"), "line 2: \"\" is no key of the host's log");
+}
+
+TEST(Scenario, SymbolsHaveANumberWithOrWithoutTheirName) {
+    EXPECT_EQ(ErrorOf("title T\nexpect host symbols 2146=8 2848-outcome=1\n"), "no error");
+    EXPECT_EQ(ErrorOf("title T\nexpect host symbols outcome=1\n"),
+              "line 2: \"outcome\" is no key of the host's symbols");
+    EXPECT_EQ(ErrorOf("title T\nexpect host log 2146=8\n"),
+              "line 2: \"2146\" is no key of the host's log");
+}
+
+TEST(Scenario, ThenTakesItsWaitAndGivesItTime) {
+    const Scenario scenario = ParseScenario(
+        "title T\nexpect host log\nthen product did after 10s\n"
+        "then product did after 10s within 11s\nthen host log\n");
+    const auto then = [&](std::size_t at) {
+        return std::get<ExpectStatement>(scenario.statements.at(at).statement);
+    };
+    EXPECT_FALSE(then(0).then);
+    EXPECT_TRUE(then(1).then);
+    EXPECT_EQ(then(1).after, std::chrono::seconds(10));
+    EXPECT_EQ(then(1).within, std::chrono::seconds(15));
+    EXPECT_EQ(then(2).within, std::chrono::seconds(11));
+    EXPECT_EQ(then(3).after, std::nullopt);
+}
+
+TEST(Scenario, ThenWithNothingBeforeItInItsStepIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nexpect host log\nstep one\nthen host log\n"),
+              "line 4: nothing is expected before it in its step");
+}
+
+TEST(Scenario, AfterWithoutAnOrderIsRefused) {
+    EXPECT_EQ(ErrorOf("title T\nexpect host log after 10s\n"),
+              "line 2: \"after\" is no field such as pid=7 or text~Ping");
+}
+
+TEST(Scenario, OnlyTakesSeveralKindsEachWithItsFields) {
+    const auto only = OnlyStatement<NeverStatement>("only product did action=kill ended");
+    EXPECT_TRUE(only.wholeStep);
+    ASSERT_EQ(only.patterns.size(), 2U);
+    EXPECT_EQ(only.patterns[0].fields.size(), 1U);
+    EXPECT_EQ(only.patterns[1].kind, "ended");
+    EXPECT_TRUE(only.patterns[1].fields.empty());
 }
 
 TEST(Scenario, WordsLeftOverAreRefused) {
