@@ -86,5 +86,18 @@ TEST_F(FigureCounterTest, HostsLatestCountHolds) {
     EXPECT_THAT(Rows(counter_.Sum()), Contains(Pair("Records lost", "5")));
 }
 
+TEST(Figures, ScenariosAddUpAndOneThatCountedMakesTheSumCounted) {
+    const Figures each{1, 2, 3, 10, 4, 6, true, 7, 8};
+    Figures sum;
+    sum += each;
+    sum += each;
+    sum += Figures();
+    std::string counts;
+    for (const auto& row : Rows(sum)) {
+        counts += row.second + " ";
+    }
+    EXPECT_EQ(counts, "2 4 6 20 12 8 12 14 16 ");
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::Runner
