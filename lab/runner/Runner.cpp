@@ -94,7 +94,11 @@ bool CRunner::Cast::MayHaveEnded(const std::string& actor) const {
 CRunner::CRunner(RunnerPaths paths, CScreen& screen)
     : paths_(std::move(paths)),
       screen_(screen),
-      transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string()) {}
+      transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string(),
+                  paths_.heading) {
+    // The hosts append to it.
+    std::ofstream(HostLog(), std::ios::app) << "# " << paths_.heading << '\n';
+}
 
 CRunner::~CRunner() = default;
 
@@ -106,11 +110,11 @@ bool CRunner::Run(const Scenario& scenario) {
     try {
         for (; cast_->at < scenario.statements.size(); ++cast_->at) {
             const auto& [line, statement] = scenario.statements[cast_->at];
-            RefuseUnaskedEnds();
             if (std::holds_alternative<StepStatement>(statement)) {
                 FinishStep();
             }
             cast_->line = line;
+            RefuseUnaskedEnds();
             std::visit([this](const auto& one) { Do(one); }, statement);
         }
         RefuseUnaskedEnds();
@@ -223,6 +227,10 @@ void CRunner::Do(const SayStatement& say) {
     screen_.Say(say.text);
 }
 
+std::string CRunner::HostLog() const {
+    return (boost::filesystem::path(paths_.work) / "host.log").string();
+}
+
 std::string CRunner::ProgramFile(const std::string& name) const {
     return (boost::filesystem::path(paths_.programs) / (name + KYR_PROGRAM_SUFFIX)).string();
 }
@@ -238,8 +246,7 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
         arguments.push_back("--library=" + paths_.library);
         arguments.push_back("--database=" +
                             (boost::filesystem::path(paths_.work) / "host.db").string());
-        arguments.push_back("--log=" +
-                            (boost::filesystem::path(paths_.work) / "host.log").string());
+        arguments.push_back("--log=" + HostLog());
         arguments.insert(arguments.end(), paths_.hostOptions.begin(), paths_.hostOptions.end());
     } else {
         arguments.push_back("--victim=" + ProgramFile("victim"));

@@ -31,6 +31,7 @@ struct RunnerPaths {
     /// What is known of a scenario's neutral transcript, for comparing; empty: it is not compared.
     std::string transcript = {};
     std::vector<std::string> hostOptions = {};  // what every host is started with besides
+    std::string heading = {};  // of transcript and log: when, and by what, the run was made
 };
 
 class CRunner {
@@ -74,6 +75,7 @@ class CRunner {
     void ShowCountdown();
     Member& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;
+    std::string HostLog() const;
     std::string ProgramPath(const std::string& actor) const;
     std::string ProgramFile(const std::string& name) const;
     EventPattern Filled(const EventPattern& pattern) const;

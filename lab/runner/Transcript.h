@@ -13,9 +13,9 @@ namespace Kyr::Lab::Runner {
 
 class CTranscript {
   public:
-    /// Begins a new file, with the folders that lead to it; throws std::runtime_error when it
-    /// cannot.
-    explicit CTranscript(const std::string& path);
+    /// Begins a new file, with the folders that lead to it, by a line that says what it is; throws
+    /// std::runtime_error when it cannot.
+    CTranscript(const std::string& path, const std::string& heading);
 
     void Event(const std::string& actor, const TimedLine& line);
 

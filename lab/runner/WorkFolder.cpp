@@ -1,18 +1,66 @@
 #include "lab/runner/WorkFolder.h"
 
 #include <cstdlib>
+#include <fstream>
+#include <stdexcept>
 
 #include <boost/filesystem/operations.hpp>
-#include <boost/filesystem/path.hpp>
 
 namespace Kyr::Lab::Runner {
 
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr char kMark[] = ".labrunner";
+
+/// The mark in it, which is made where there is nothing yet.
+fs::path Marked(const fs::path& folder) {
+    fs::create_directories(folder);
+    const fs::path mark = folder / kMark;
+    if (!fs::exists(mark)) {
+        if (!fs::is_empty(folder)) {
+            throw std::runtime_error(folder.string() +
+                                     " is not empty, and no work folder of ours: it has no file " +
+                                     kMark);
+        }
+        std::ofstream(mark.string()) << "labrunner empties what is in this folder.\n";
+    }
+    return mark;
+}
+
+}  // namespace
+
 std::string NewWorkFolder() {
     const char* const parent = std::getenv("KYR_LAB_FOLDER");
-    const auto folder = (parent != nullptr ? boost::filesystem::path(parent)
-                                           : boost::filesystem::temp_directory_path()) /
-                        boost::filesystem::unique_path("kyr-lab-%%%%%%%%");
-    boost::filesystem::create_directories(folder);
+    const auto folder = (parent != nullptr ? fs::path(parent) : fs::temp_directory_path()) /
+                        fs::unique_path("kyr-lab-%%%%%%%%");
+    fs::create_directories(folder);
+    return folder.string();
+}
+
+CWorkFolder::CWorkFolder(const std::optional<std::string>& path)
+    : goesAway_(!path),
+      path_(path ? *path : NewWorkFolder()),
+      lock_(Marked(path_).string().c_str()) {
+    if (!lock_.try_lock()) {
+        throw std::runtime_error("another labrunner is at work in " + path_.string());
+    }
+}
+
+CWorkFolder::~CWorkFolder() {
+    lock_ = boost::interprocess::file_lock();
+    if (goesAway_) {
+        boost::system::error_code ignored;
+        fs::remove_all(path_, ignored);
+    }
+}
+
+std::string CWorkFolder::EmptyFolder(const std::string& name) const {
+    const fs::path folder = path_ / name;
+    fs::remove_all(folder);
+    fs::create_directories(folder);
+    fs::permissions(folder, fs::owner_all);
     return folder.string();
 }
 

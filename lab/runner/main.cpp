@@ -6,12 +6,13 @@
 #include <string>
 #include <vector>
 
-#include <boost/filesystem/operations.hpp>
+#include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/runner/Figures.h"
+#include "lab/runner/Interruption.h"
 #include "lab/runner/ReadFile.h"
 #include "lab/runner/Runner.h"
 #include "lab/runner/Scenario.h"
@@ -40,6 +41,17 @@ std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
     return scenarios;
 }
 
+/// Date, version and command line.
+std::string Heading(int argc, char** argv) {
+    const auto now = boost::posix_time::second_clock::universal_time();
+    std::string heading =
+        boost::posix_time::to_iso_extended_string(now) + "Z labrunner " KYR_VERSION ":";
+    for (int at = 0; at < argc; ++at) {
+        heading += std::string(" ") + argv[at];
+    }
+    return heading;
+}
+
 int Run(int argc, char** argv) {
     CArguments arguments(argc, argv);
     const bool colour = TakeColour(arguments, OutputIsTerminal());
@@ -59,36 +71,35 @@ int Run(int argc, char** argv) {
     }
 
     const std::vector<Scenario> scenarios = ReadScenarios(files);
-    paths.work = work ? *work : NewWorkFolder();
-    paths.ports = (boost::filesystem::path(paths.work) / "ports").string();
-    boost::filesystem::create_directories(paths.ports);
-    boost::filesystem::permissions(paths.ports, boost::filesystem::owner_all);
-
+    CWorkFolder folder(work);
+    paths.ports = folder.EmptyFolder("ports");
+    paths.heading = Heading(argc, argv);
     CScreen screen(std::cout, colour, detail);
+    const CInterruption interruption;
     std::vector<StepResult> results;
     Figures figures;
     bool passed = true;
-    for (std::size_t played = 0; played < files.size(); ++played) {
-        RunnerPaths own = paths;
-        const boost::filesystem::path stem = boost::filesystem::path(files[played]).stem();
-        own.work = (boost::filesystem::path(paths.work) / stem).string();
+    for (std::size_t at = 0; at < files.size() && !CInterruption::Asked(); ++at) {
+        const std::string stem = boost::filesystem::path(files[at]).stem().string();
+        paths.work = folder.EmptyFolder(stem);
         if (transcripts) {
-            own.transcript =
-                (boost::filesystem::path(*transcripts) / (stem.string() + ".txt")).string();
+            paths.transcript = (boost::filesystem::path(*transcripts) / (stem + ".txt")).string();
         }
-        boost::filesystem::remove_all(own.work);
-        CRunner runner(own, screen);
-        passed = runner.Run(scenarios[played]) && passed;
+        CRunner runner(paths, screen);
+        passed = runner.Run(scenarios[at]) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());
         figures += runner.Sum();
     }
+    passed = passed && !CInterruption::Asked();
     screen.Table(results);
     screen.Show(figures);
-    const auto left =
-        boost::filesystem::path(paths.work) /
-        (files.size() == 1 ? boost::filesystem::path(files.front()).stem().string() : "<scenario>");
-    std::cout << "\nThe host's database and log and the transcript are left in " << left.string()
-              << std::endl;
+    if (!passed) {
+        folder.Keep();
+    }
+    if (!folder.GoesAway()) {
+        std::cout << "\nThe host's database and log and the transcript are left in "
+                  << (files.size() == 1 ? paths.work : folder.File("<scenario>")) << std::endl;
+    }
     return passed ? 0 : 1;
 }
 

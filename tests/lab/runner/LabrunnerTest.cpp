@@ -9,6 +9,8 @@
 #include <boost/filesystem/operations.hpp>
 
 #include "lab/runner/Actor.h"
+#include "lab/runner/ReadFile.h"
+#include "lab/runner/WorkFolder.h"
 #include "tests/lab/runner/ParrotFolder.h"
 
 namespace Kyr::Lab::Runner {
@@ -27,7 +29,7 @@ class LabrunnerTest : public ::testing::Test {
         std::ostringstream printed;
         std::optional<int> code;
         {
-            CActor labrunner("labrunner", KYR_LABRUNNER, arguments, {},
+            CActor labrunner("labrunner", KYR_LABRUNNER, arguments, environment_,
                              [&printed](const std::string&, const TimedLine& line) {
                                  const std::string* const text = line.line.Find("text");
                                  printed << (text == nullptr ? "" : *text) << '\n';
@@ -39,9 +41,9 @@ class LabrunnerTest : public ::testing::Test {
     }
 
     std::optional<int> Play(std::vector<std::string> arguments) {
-        arguments.insert(arguments.begin(),
-                         {"--programs=" + folder_.Path(), "--library=the-library",
-                          "--work=" + folder_.File("work"), "--colour=never"});
+        arguments.insert(arguments.begin(), {"--programs=" + folder_.Path(),
+                                             "--library=the-library", "--colour=never"});
+        arguments.insert(arguments.begin(), workOption_.begin(), workOption_.end());
         return Run(std::move(arguments));
     }
 
@@ -54,6 +56,8 @@ class LabrunnerTest : public ::testing::Test {
                                               "title It fails\nstart host\nstep Two\n"
                                               "never host answer\n"
                                               "expect host log within 10ms\n");
+    std::vector<std::string> workOption_{"--work=" + folder_.File("work")};
+    CActor::Environment environment_;
     std::string printed_;
 };
 
@@ -64,6 +68,63 @@ TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
     const boost::filesystem::path work = folder_.File("work");
     EXPECT_THAT(printed_, HasSubstr("are left in " + (work / "held").string()));
 }
+
+TEST_F(LabrunnerTest, FolderThatIsNotItsOwnStaysAsItIs) {
+    boost::filesystem::create_directories(folder_.File("work/held"));
+    folder_.Write("work/held/letter", "dear");
+    EXPECT_EQ(Play({held_}), 2);
+    EXPECT_EQ(ReadFile(folder_.File("work/held/letter")), "dear");
+}
+
+TEST_F(LabrunnerTest, OwnFolderIsEmptiedForTheNextRun) {
+    EXPECT_EQ(Play({held_}), 0);
+    folder_.Write("work/held/letter", "dear");
+    EXPECT_EQ(Play({held_}), 0);
+    EXPECT_FALSE(boost::filesystem::exists(folder_.File("work/held/letter")));
+}
+
+TEST_F(LabrunnerTest, SecondOneInTheSameFolderIsRefused) {
+    const CWorkFolder first(folder_.File("work"));
+    EXPECT_EQ(Play({held_}), 2);
+}
+
+TEST_F(LabrunnerTest, FolderOfARunOfWhichNobodyToldThePlaceStaysOnlyIfItFailed) {
+    const std::string runs = folder_.File("runs");
+    const auto left = [&] {
+        return std::distance(boost::filesystem::directory_iterator(runs), {});
+    };
+    workOption_ = {};
+    environment_ = {{"KYR_LAB_FOLDER", runs}};
+    EXPECT_EQ(Play({held_}), 0);
+    EXPECT_EQ(left(), 0);
+    EXPECT_THAT(printed_, Not(HasSubstr("are left in")));
+    EXPECT_EQ(Play({failed_}), 1);
+    EXPECT_EQ(left(), 1);
+    EXPECT_THAT(printed_, HasSubstr("are left in " + runs));
+}
+
+TEST_F(LabrunnerTest, TranscriptAndLogBeginWithDateVersionAndCommandLine) {
+    EXPECT_EQ(Play({held_}), 0);
+    for (const char* const file : {"work/held/transcript.txt", "work/held/host.log"}) {
+        EXPECT_THAT(
+            ReadFile(folder_.File(file)),
+            ContainsRegex("^# 2[-0-9]+T[0-9:]+Z labrunner [0-9.]+: .*labrunner.* " + held_ + "\n"));
+    }
+}
+
+#ifndef _WIN32
+TEST_F(LabrunnerTest, InterruptedOneShowsWhatItHasAndPlaysNothingMore) {
+    const std::string two = folder_.Write("two.scenario",
+                                          "title Two\nstart host\nstep First\nhost life\n"
+                                          "expect host life\nstep Second\nhost interrupt\n"
+                                          "gone host within 60s\n");
+    EXPECT_EQ(Play({two, held_}), 1);
+    EXPECT_THAT(printed_, ContainsRegex("  First +as expected "));
+    EXPECT_THAT(printed_, ContainsRegex("  Second +FAILED .*\n +line 8: interrupted"));
+    EXPECT_THAT(printed_, HasSubstr("are left in "));
+    EXPECT_THAT(printed_, Not(HasSubstr("It holds")));
+}
+#endif
 
 TEST_F(LabrunnerTest, OneThatFailsAmongSeveralEndsItWithOne) {
     EXPECT_EQ(Play({"--quiet", failed_, held_}), 1);

@@ -5,6 +5,7 @@
 //   code NUMBER      what `quit` ends with
 //   end NUMBER       ends at once, as nobody asked for
 //   abort            ends by a signal, where there are any
+//   interrupt        asks whoever started it to end, where one process can ask another
 //   after MS LINE    obeys LINE so many milliseconds later
 //   raw TEXT         says TEXT as it stands
 //   KIND ...         says the line as an event of midnight
@@ -16,6 +17,11 @@
 #include <sstream>
 #include <string>
 #include <thread>
+
+#ifndef _WIN32
+#include <csignal>
+#include <unistd.h>
+#endif
 
 namespace {
 
@@ -50,6 +56,10 @@ class CParrot {
             std::exit(number);
         } else if (word == "abort") {
             std::abort();
+#ifndef _WIN32
+        } else if (word == "interrupt") {
+            kill(getppid(), SIGTERM);
+#endif
         } else if (word == "after") {
             words >> number;
             std::this_thread::sleep_for(std::chrono::milliseconds(number));
