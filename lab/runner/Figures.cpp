@@ -1,6 +1,74 @@
 #include "lab/runner/Figures.h"
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::Runner {
+
+namespace {
+
+std::string Value(const CLine& line, const char* key) {
+    const std::string* const value = line.Find(key);
+    return value == nullptr ? "" : *value;
+}
+
+std::uint64_t Number(const CLine& line, const char* key) {
+    const std::string* const value = line.Find(key);
+    return value == nullptr ? 0 : ParseNumber(*value);
+}
+
+bool Begins(const std::string& text, const std::string& start) {
+    return text.compare(0, start.size(), start) == 0;
+}
+
+}  // namespace
+
+void CFigureCounter::Event(const CLine& line) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (line.Kind() == "request") {
+        ++(Value(line, "command") == "0" ? sum_.pings : sum_.requests);
+    } else if (line.Kind() == "log") {
+        Log(line);
+    } else if (line.Kind() == "mined") {
+        sum_.records += Number(line, "records");
+    } else if (line.Kind() == "tally") {
+        tallies_[Value(line, "kind")] = {Number(line, "stored"), Number(line, "twice"),
+                                         Number(line, "lost")};
+    }
+}
+
+void CFigureCounter::Log(const CLine& line) {
+    const std::string text = Value(line, "text");
+    if (text == "Connected to product, processing tasks") {
+        ++sum_.connections;
+    } else if (text == "Connecting to product") {
+        reconnecting_ = false;  // another process: its connection may fail, too
+    } else if (text == "Reconnecting to product") {
+        ++sum_.reconnections;
+        reconnecting_ = true;
+    } else if (reconnecting_ && Value(line, "level") == "4" &&
+               Begins(text, "Starting TULK OVANTA Connector connector module failed with: ")) {
+        --sum_.reconnections;
+        reconnecting_ = false;
+    } else if (Begins(text, "Message task was canceled because maximum retry count was reached")) {
+        ++sum_.givenUp;
+    }
+}
+
+Figures CFigureCounter::Sum() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Figures sum = sum_;
+    if (!tallies_.empty()) {
+        // Actions go to the database without the miner, so that its count is the whole one.
+        sum.counted = true;
+        sum.records = 0;
+        for (const auto& [kind, tally] : tallies_) {
+            sum.records += tally.stored;
+            sum.twice += tally.twice;
+            sum.lost += tally.lost;
+        }
+    }
+    return sum;
+}
 
 Figures& Figures::operator+=(const Figures& other) {
     requests += other.requests;

@@ -1,12 +1,17 @@
-// What a run comes to in figures.
+// What a run comes to in figures, counted from what host and product tell.
 //
-// Threads: values; each object by one thread at a time.
+// Threads: the counter by any; figures are values.
+// Errors: std::invalid_argument for an event whose count is no number.
 #pragma once
 
 #include <cstdint>
+#include <map>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
+
+#include "lab/common/LineProtocol.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -30,5 +35,26 @@ struct Figures {
 
 /// One row each, for a person: what was counted, and how often.
 std::vector<std::pair<std::string, std::string>> Rows(const Figures& figures);
+
+/// Counts for one scenario.
+class CFigureCounter {
+  public:
+    void Event(const CLine& line);
+    Figures Sum() const;
+
+  private:
+    void Log(const CLine& line);
+
+    struct Tally {
+        std::uint64_t stored;
+        std::uint64_t twice;
+        std::uint64_t lost;
+    };
+
+    mutable std::mutex mutex_;  // guards what stands below
+    Figures sum_;
+    bool reconnecting_ = false;             // this process has connected anew, or tries to
+    std::map<std::string, Tally> tallies_;  // by kind of record, the latest
+};
 
 }  // namespace Kyr::Lab::Runner

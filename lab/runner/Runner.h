@@ -12,7 +12,6 @@
 #include <string>
 #include <vector>
 
-#include "lab/runner/FigureCounter.h"
 #include "lab/runner/Figures.h"
 #include "lab/runner/Member.h"
 #include "lab/runner/NeutralTranscript.h"

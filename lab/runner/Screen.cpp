@@ -14,12 +14,16 @@ constexpr std::size_t kTimeWidth = 12;
 constexpr std::size_t kActorWidth = 9;
 constexpr std::size_t kEventWidth = 104;
 
+std::string Padding(const std::string& text, std::size_t width) {
+    return std::string(width - std::min(width, text.size()), ' ');
+}
+
 std::string Padded(const std::string& text, std::size_t width) {
-    return text.size() < width ? text + std::string(width - text.size(), ' ') : text;
+    return text + Padding(text, width);
 }
 
 std::string RightAligned(const std::string& text, std::size_t width) {
-    return text.size() < width ? std::string(width - text.size(), ' ') + text : text;
+    return Padding(text, width) + text;
 }
 
 /// Long texts stand whole in the transcript.
@@ -37,15 +41,7 @@ std::string Seconds(std::chrono::milliseconds duration) {
 
 /// Who tells it, or which way it crosses the wire between host and product.
 std::string Origin(const std::string& actor, Road road) {
-    switch (road) {
-        case Road::kToProduct:
-            return "wire ->";
-        case Road::kFromProduct:
-            return "wire <-";
-        case Road::kNone:
-            break;
-    }
-    return actor;
+    return road == Road::kToProduct ? "wire ->" : road == Road::kFromProduct ? "wire <-" : actor;
 }
 
 }  // namespace
@@ -73,84 +69,68 @@ void CScreen::Print(const std::string& line) {
     out_ << line << std::endl;
 }
 
+void CScreen::Row(Colour colour, const std::string& origin, const std::string& text,
+                  const std::string& time) {
+    Print("  " + Paint(time.empty() ? Colour::kPlain : Colour::kDim, Padded(time, kTimeWidth)) +
+          "  " + Paint(colour, Padded(origin, kActorWidth) + Shortened(text)));
+}
+
 void CScreen::Title(const std::string& title) {
     if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
+        shown_.clear();
         Print("");
         Print(Paint(Colour::kBold, title));
     }
 }
 
 void CScreen::Step(std::size_t number, const std::string& text) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        shown_.clear();
-        Print("");
-        Print(Paint(Colour::kBold, std::to_string(number) + ". " + text));
-    }
+    Title(std::to_string(number) + ". " + text);
 }
 
 void CScreen::Say(const std::string& text) {
     if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("  " + Padded("", kTimeWidth) + "  " + text);
+        Print(std::string(kTimeWidth + 4, ' ') + text);
     }
 }
 
 void CScreen::Command(const std::string& actor, const std::string& line) {
     if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::kBold, Padded(actor, kActorWidth) + "<- " + Shortened(line)));
+        Row(Colour::kBold, actor, "<- " + line);
     }
 }
 
 void CScreen::Event(const std::string& actor, const TimedLine& line) {
-    if (detail_ != Detail::kEverything) {
-        return;
-    }
     const Narration told = Narrate(line.line);
-    Colour colour = told.road != Road::kNone ? Colour::kPlain
-                    : actor == "product"     ? Colour::kMagenta
-                                             : Colour::kCyan;
-    switch (told.weight) {
-        case Weight::kDetail:
-            return;
-        case Weight::kOrdinary:
-            break;
-        case Weight::kWarning:
-            colour = Colour::kYellow;
-            break;
-        case Weight::kError:
-            colour = Colour::kRed;
-            break;
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (told.oncePerStep && !shown_.insert(told.text).second) {
+    if (detail_ != Detail::kEverything || told.weight == Weight::kDetail) {
         return;
     }
-    Print("  " + Paint(Colour::kDim, Padded(line.time, kTimeWidth)) + "  " +
-          Paint(colour, Padded(Origin(actor, told.road), kActorWidth) + Shortened(told.text)));
+    const Colour colour = told.weight == Weight::kWarning ? Colour::kYellow
+                          : told.weight == Weight::kError ? Colour::kRed
+                          : told.road != Road::kNone      ? Colour::kPlain
+                          : actor == "product"            ? Colour::kMagenta
+                                                          : Colour::kCyan;
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!told.oncePerStep || shown_.insert(told.text).second) {
+        Row(colour, Origin(actor, told.road), told.text, line.time);
+    }
 }
 
 void CScreen::Passed(const std::string& what) {
     if (detail_ == Detail::kEverything) {
         const std::lock_guard<std::mutex> lock(mutex_);
-        Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::kGreen, Padded("ok", kActorWidth) + Shortened(what)));
+        Row(Colour::kGreen, "ok", what);
     }
 }
 
 void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds took) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        const std::string what = expectations == 0 ? "as expected"
-                                 : expectations == 1
-                                     ? "1 expectation held"
-                                     : std::to_string(expectations) + " expectations held";
-        Print("  " + Padded("", kTimeWidth) + "  " +
-              Paint(Colour::kGreen, Padded("ok", kActorWidth) + what + ", " + Seconds(took)));
-    }
+    const std::string what = expectations == 0 ? "as expected"
+                             : expectations == 1
+                                 ? "1 expectation held"
+                                 : std::to_string(expectations) + " expectations held";
+    Passed(what + ", " + Seconds(took));
 }
 
 void CScreen::Failed(const std::string& what, const std::vector<std::string>& details) {

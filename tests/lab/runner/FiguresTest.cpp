@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "lab/runner/FigureCounter.h"
+#include "lab/runner/Figures.h"
 
 namespace Kyr::Lab::Runner {
 namespace {
