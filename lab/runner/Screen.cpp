@@ -13,6 +13,7 @@ namespace {
 constexpr std::size_t kTimeWidth = 12;
 constexpr std::size_t kActorWidth = 9;
 constexpr std::size_t kEventWidth = 104;
+constexpr std::size_t kDetailWidth = 400;  // of an event that is looked at closely
 
 std::string Padding(const std::string& text, std::size_t width) {
     return std::string(width - std::min(width, text.size()), ' ');
@@ -27,8 +28,8 @@ std::string RightAligned(const std::string& text, std::size_t width) {
 }
 
 /// Long texts stand whole in the transcript.
-std::string Shortened(const std::string& text) {
-    return text.size() <= kEventWidth ? text : text.substr(0, kEventWidth - 3) + "...";
+std::string Shortened(const std::string& text, std::size_t width = kEventWidth) {
+    return text.size() <= width ? text : text.substr(0, width - 3) + "...";
 }
 
 std::string Seconds(std::chrono::milliseconds duration) {
@@ -138,7 +139,7 @@ void CScreen::Failed(const std::string& what, const std::vector<std::string>& de
     const std::string margin(kTimeWidth + 4, ' ');
     Print(margin + Paint(Colour::kRed, "NOT as expected: " + what));
     for (const std::string& detail : details) {
-        Print(margin + detail);
+        Print(margin + Shortened(detail, kDetailWidth));
     }
 }
 
