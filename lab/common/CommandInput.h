@@ -4,7 +4,9 @@
 // Construct it first in main, before any thread: it keeps the requests to end (an interrupt from
 // the terminal, a polite termination) away from every thread, and Next reports them instead.
 //
-// Threads: Next by one thread, Wake by any; one object a process.
+// Requests to end come first: they are not kept waiting by lines that have been read already.
+//
+// Threads: Next and IsAskedToTerminate by one thread, Wake by any; one object a process.
 // Errors: std::runtime_error from the constructor when the system refuses.
 #pragma once
 
@@ -29,6 +31,8 @@ class CCommandInput {
 
     /// Blocks until there is something to report. After EndOfInput no line can follow.
     Event Next();
+    /// True when Next would report a request to end; for what a line has set going and takes long.
+    bool IsAskedToTerminate() const;
     /// Makes Next report Woken, once for all calls that it has not reported yet.
     void Wake();
 

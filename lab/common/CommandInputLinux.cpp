@@ -38,39 +38,48 @@ CCommandInput::~CCommandInput() {
     close(state_->wakeFd);
 }
 
+bool CCommandInput::IsAskedToTerminate() const {
+    pollfd asked{state_->terminateFd, POLLIN, 0};
+    return poll(&asked, 1, 0) == 1;
+}
+
 CCommandInput::Event CCommandInput::Next() {
     CUnreadLines& lines = state_->lines;
-    std::optional<std::string> line;
-    while (!(line = lines.Take())) {
+    for (;;) {
+        if (IsAskedToTerminate()) {
+            signalfd_siginfo taken;  // taken out, so that it does not stay pending
+            if (read(state_->terminateFd, &taken, sizeof taken) > 0) {
+                return {Kind::kTerminate, {}};
+            }
+        }
+        if (const auto line = lines.Take()) {
+            return {Kind::kLine, *line};
+        }
         if (lines.HasEnded() && !state_->endReported) {
             state_->endReported = true;
             return {Kind::kEndOfInput, {}};
         }
         pollfd waits[] = {{state_->terminateFd, POLLIN, 0},
                           {state_->wakeFd, POLLIN, 0},
-                          {STDIN_FILENO, POLLIN, 0}};
-        if (poll(waits, lines.HasEnded() ? 2 : 3, -1) < 0) {
+                          {lines.HasEnded() ? -1 : STDIN_FILENO, POLLIN, 0}};
+        if (poll(waits, 3, -1) < 0) {
             continue;  // interrupted by a signal that nobody here cares for
-        }
-        if (waits[0].revents != 0) {
-            signalfd_siginfo taken;  // taken out, so that it does not stay pending
-            return read(state_->terminateFd, &taken, sizeof taken) > 0 ? Event{Kind::kTerminate, {}}
-                                                                       : Next();
         }
         if (waits[1].revents != 0) {
             eventfd_t calls;
             eventfd_read(state_->wakeFd, &calls);
             return {Kind::kWoken, {}};
         }
-        char block[4096];
-        const ssize_t count = read(STDIN_FILENO, block, sizeof block);
-        if (count > 0) {
-            lines.Append(block, static_cast<std::size_t>(count));
-        } else if (count == 0 || errno != EINTR) {
-            lines.End();
+        if (waits[2].revents != 0) {
+            char block[4096];
+            const ssize_t count = read(STDIN_FILENO, block, sizeof block);
+            if (count > 0) {
+                lines.Append(block, static_cast<std::size_t>(count));
+            } else if (count == 0 || errno != EINTR) {
+                lines.End();
+            }
         }
     }
-    return {Kind::kLine, *line};
 }
 
 void CCommandInput::Wake() {

@@ -74,9 +74,20 @@ CCommandInput::CCommandInput() : state_(std::make_unique<State>()) {
 
 CCommandInput::~CCommandInput() = default;
 
+bool CCommandInput::IsAskedToTerminate() const {
+    if (WaitForSingleObject(terminateEvent, 0) != WAIT_OBJECT_0) {
+        return false;
+    }
+    SetEvent(terminateEvent);  // the wait took it out
+    return true;
+}
+
 CCommandInput::Event CCommandInput::Next() {
     Reading& reading = *state_->reading;
     while (true) {
+        if (WaitForSingleObject(terminateEvent, 0) == WAIT_OBJECT_0) {
+            return {Kind::kTerminate, {}};
+        }
         {
             const std::lock_guard<std::mutex> lock(reading.mutex);
             if (const auto line = reading.lines.Take()) {

@@ -1,8 +1,9 @@
 #include "lab/common/CommandWords.h"
 
+#include <algorithm>
 #include <charconv>
-#include <limits>
 #include <stdexcept>
+#include <utility>
 
 #include "lab/common/LineScanner.h"
 
@@ -47,6 +48,62 @@ std::uint32_t ParseNumber32(std::string_view text) {
         throw std::invalid_argument("'" + std::string(text) + "' is too large");
     }
     return static_cast<std::uint32_t>(number);
+}
+
+CCommandWords::CCommandWords(std::vector<std::string> words) : words_(std::move(words)) {}
+
+std::string CCommandWords::TakeWord(const std::string& what) {
+    if (words_.empty()) {
+        throw std::invalid_argument("the " + what + " is missing");
+    }
+    std::string word = std::move(words_.front());
+    words_.erase(words_.begin());
+    return word;
+}
+
+std::vector<std::string> CCommandWords::TakeRest() {
+    return std::exchange(words_, {});
+}
+
+std::optional<std::string> CCommandWords::TakeValue(const std::string& name) {
+    const std::string start = name + "=";
+    const auto found = std::find_if(words_.begin(), words_.end(), [&](const std::string& word) {
+        return word.compare(0, start.size(), start) == 0;
+    });
+    if (found == words_.end()) {
+        return std::nullopt;
+    }
+    std::string value = found->substr(start.size());
+    words_.erase(found);
+    return value;
+}
+
+std::optional<std::uint64_t> CCommandWords::TakeNumber(const std::string& name,
+                                                       std::uint64_t most) {
+    const auto text = TakeValue(name);
+    if (!text) {
+        return std::nullopt;
+    }
+    const std::uint64_t number = ParseNumber(*text);
+    if (number > most) {
+        throw std::invalid_argument(name + " is at most " + std::to_string(most));
+    }
+    return number;
+}
+
+bool CCommandWords::TakeFlag(const std::string& name) {
+    const auto found = std::find(words_.begin(), words_.end(), name);
+    if (found == words_.end()) {
+        return false;
+    }
+    words_.erase(found);
+    return true;
+}
+
+void CCommandWords::Finish() const {
+    if (!words_.empty()) {
+        throw std::invalid_argument("not understood: " + words_.front());
+    }
 }
 
 }  // namespace Kyr::Lab

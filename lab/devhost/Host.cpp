@@ -44,8 +44,8 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
       console_(
-          MakeHostCommands({*bus_, *database_, [this](bool force) { lifeCycle_.BeginStop(force); },
-                            [this](bool force) { Quit(force); }}),
+          {MakeHostCommands({*bus_, *database_, [this](bool force) { lifeCycle_.BeginStop(force); },
+                             [this] { Quit(); }})},
           events) {
     provider_.Add(Kernel::kBusResource,
                   boost::make_shared<CDataMiner>(bus_, database_->Miner(), steps_, events));
@@ -68,9 +68,14 @@ bool CHost::Start() {
     return true;
 }
 
-void CHost::Quit(bool force) {
+void CHost::Quit() {
     quitting_ = true;
-    lifeCycle_.BeginStop(force);
+    lifeCycle_.BeginStop(false);
+}
+
+void CHost::Obey(CCommandInput& input, const std::function<void()>& endAtOnce) {
+    WhenDestroyed([&input] { input.Wake(); });
+    ObeyCommands(input, console_, {[this] { return HasEnded(); }, [this] { Quit(); }, endAtOnce});
 }
 
 void CHost::WhenDestroyed(std::function<void()> notify) {

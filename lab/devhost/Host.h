@@ -7,7 +7,7 @@
 #include <optional>
 #include <string>
 
-#include "lab/common/LineWriter.h"
+#include "lab/common/Console.h"
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
 #include "lab/devhost/database/Database.h"
@@ -15,7 +15,6 @@
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
 #include "lab/devhost/resources/Resources.h"
-#include "lab/devhost/typed/HostConsole.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -36,9 +35,13 @@ class CHost {
     bool Start();
     void Execute(const std::string& command) { console_.Execute(command); }
     /// Begins the module's stop, after which the host ends; as the command `quit` does.
-    void Quit(bool force);
+    void Quit();
     /// True when the host was to end and the module has been destroyed.
     bool HasEnded() const { return quitting_ && lifeCycle_.IsDestroyed(); }
+    /// Carries out the commands of the input until the host has ended, and goes on reading while
+    /// the module stops, so that one that hangs can still be stopped by force. The second request
+    /// to terminate calls `endAtOnce`. REQUIRES: the host has started.
+    void Obey(CCommandInput& input, const std::function<void()>& endAtOnce);
     /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
     /// not begun.
     void WhenDestroyed(std::function<void()> notify);
@@ -54,7 +57,7 @@ class CHost {
     Common::Kernel::IModule& module_;  // the loader's
     CLifeCycle lifeCycle_;
     bool quitting_ = false;
-    CHostConsole console_;
+    CConsole console_;
 };
 
 }  // namespace Kyr::Lab::DevHost

@@ -7,7 +7,7 @@
 #include "lab/common/Arguments.h"
 #include "lab/common/CommandInput.h"
 #include "lab/common/EndThisProcess.h"
-#include "lab/devhost/CommandLoop.h"
+#include "lab/devhost/Host.h"
 
 namespace {
 
@@ -61,7 +61,7 @@ int Run(const Options& options, Lab::CCommandInput& input) {
     if (!host.Start()) {
         return kCannotStart;
     }
-    ObeyCommands(input, host, Lab::EndThisProcess);
+    host.Obey(input, Lab::EndThisProcess);
     return kEndedWell;
 }
 

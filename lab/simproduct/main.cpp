@@ -5,8 +5,7 @@
 #include <optional>
 
 #include "lab/common/Arguments.h"
-#include "lab/common/CommandInput.h"
-#include "lab/common/CommandWords.h"
+#include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/commands/AgentUuidCommand.h"
 #include "lab/simproduct/commands/RecordCommands.h"
@@ -16,15 +15,11 @@
 #include "lab/simproduct/desk/RequestDesk.h"
 #include "lab/simproduct/ports/AlpcServer.h"
 #include "lab/simproduct/ports/LpcServer.h"
-#include "lab/simproduct/state/Registration.h"
 #include "lab/simproduct/typed/AreaCommands.h"
-#include "lab/simproduct/typed/ConfigurationCommands.h"
-#include "lab/simproduct/typed/LiveCommands.h"
-#include "lab/simproduct/typed/ProductConsole.h"
-#include "lab/simproduct/typed/ProtectionCommands.h"
+#include "lab/simproduct/typed/FaultCommands.h"
+#include "lab/simproduct/typed/ProcessCommands.h"
 #include "lab/simproduct/typed/RecordListCommands.h"
-#include "lab/simproduct/typed/RegistrationCommands.h"
-#include "lab/simproduct/typed/ResultsCommands.h"
+#include "lab/simproduct/typed/StateCommands.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {
@@ -41,13 +36,12 @@ constexpr int kLeftSomethingBehind = 3;
 constexpr char kUsage[] =
     "usage: simproduct [--victim=<program>] [--records=<file>] [--misbehave=\"<fault> ...\"]...\n"
     "                [--build=<n>|--not-installed] [--install-only] [--nothing-new] [--wire]\n"
-    "                [--detached] [--colour=auto|always|never]\n"
+    "                [--colour=auto|always|never]\n"
     "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct Options {
     bool help = false;
     bool wire = false;
-    bool detached = false;
     bool coloured = false;
     bool installOnly = false;
     bool nothingNew = false;
@@ -61,7 +55,6 @@ void ReadOptions(int argc, char** argv, Options& options) {
     CArguments arguments(argc, argv);
     options.help = arguments.TakeFlag("help");
     options.wire = arguments.TakeFlag("wire");
-    options.detached = arguments.TakeFlag("detached");
     options.installOnly = arguments.TakeFlag("install-only");
     options.nothingNew = arguments.TakeFlag("nothing-new");
     if (const auto build = arguments.TakeValue("build")) {
@@ -97,29 +90,6 @@ void AnnounceNothing(CBroadcastArea& area) {
     }
 }
 
-/// Carries out commands until one says to end, the input ends, or the system asks to end.
-void ServeCommands(CCommandInput& input, CProductConsole& console, bool detached) {
-    for (;;) {
-        const CCommandInput::Event event = input.Next();
-        switch (event.kind) {
-            case CCommandInput::Kind::kLine:
-                if (!console.Execute(event.line)) {
-                    return;
-                }
-                break;
-            case CCommandInput::Kind::kEndOfInput:
-                if (!detached) {
-                    return;
-                }
-                break;
-            case CCommandInput::Kind::kTerminate:
-                return;
-            case CCommandInput::Kind::kWoken:
-                break;
-        }
-    }
-}
-
 /// Everything that lives while the product serves.
 /// Errors: std::runtime_error when it cannot start.
 void Run(CCommandInput& input, Options& options, const LineSink& sink) {
@@ -144,19 +114,26 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     CAlpcServer alpc(answer, sink);
     CLpcServer lpc(answer, sink);
     CBroadcastArea area;
-    CProductConsole console(
-        {tasks, processes, options.misbehaviours, alpc, lpc, sink, options.victim},
-        {RegistrationCommands(*registration, sink), AreaCommands(area, sink),
-         ProtectionCommands(protection, sink), ResultsCommands(results, sink),
-         ConfigurationCommands(configuration, sink),
-         RecordListCommands(records, Kyr::Base::SystemClock(), sink),
-         LiveCommands(telemetry, sink)});
+    bool quit = false;
+    CConsole console({ProcessCommands(tasks, options.victim),
+                      FaultCommands(options.misbehaviours, alpc, lpc),
+                      AreaCommands(area),
+                      StateCommands(*registration, protection, results, configuration),
+                      RecordListCommands(records, telemetry, Kyr::Base::SystemClock(),
+                                         [&input] { return input.IsAskedToTerminate(); }),
+                      {{"quit", "", "Ends the lab processes and the product.",
+                        [&quit](CCommandWords& words, const LineSink& tell) {
+                            words.Finish();
+                            tell(AnswerTo("quit"));
+                            quit = true;
+                        }}}},
+                     sink);
     if (!options.installOnly) {
         area.Open();  // who finds a port open finds the area, too
         if (options.nothingNew) {
             AnnounceNothing(area);
         }
-        console.OpenPorts();
+        OpenPorts(options.misbehaviours, alpc, lpc);
     }
     Register(*registration, options);
     if (options.installOnly) {
@@ -166,7 +143,7 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
              .With("pid", OwnProcessId())
              .With("alpc", alpc.IsOpen() ? "open" : "closed")
              .With("lpc", lpc.IsOpen() ? "open" : "closed"));
-    ServeCommands(input, console, options.detached);
+    ObeyCommands(input, console, {[&] { return quit; }, [&] { quit = true; }, EndThisProcess});
     desk.Stop();
     processes.EndAll();
 }

@@ -4,27 +4,21 @@
 #include <string>
 
 #include "lab/devhost/printing/MemoryUse.h"
+#include "lab/devhost/typed/MessageBuilder.h"
 #include "lab/devhost/typed/MinerCommand.h"
 #include "lab/devhost/typed/PolicyBuilder.h"
-#include "lab/devhost/typed/ReplyBuilder.h"
-#include "lab/devhost/typed/RequestBuilder.h"
-#include "lab/devhost/typed/TaskBuilder.h"
 
 namespace Kyr::Lab::DevHost {
 
 namespace {
 
-CLine Answer(const char* command) {
-    return CLine("answer").With("command", command);
-}
-
 /// Builds a message from the words of the command and publishes it.
 template <typename Build>
 auto Publishing(const CommandTargets& targets, const char* command, Build build) {
     CBus& bus = targets.bus;
-    return [&bus, command, build](CCommandArguments& arguments, const LineSink& answer) {
-        const auto message = build(arguments);
-        answer(Answer(command));
+    return [&bus, command, build](CCommandWords& words, const LineSink& tell) {
+        const auto message = build(words);
+        tell(AnswerTo(command));
         bus.PublishAsHost(message);
     };
 }
@@ -33,47 +27,46 @@ auto Publishing(const CommandTargets& targets, const char* command, Build build)
 template <typename Build>
 auto PublishingTask(const CommandTargets& targets, const char* command, Build build) {
     CBus& bus = targets.bus;
-    return [&bus, command, build](CCommandArguments& arguments, const LineSink& answer) {
-        const TaskPointer task = build(arguments);
+    return [&bus, command, build](CCommandWords& words, const LineSink& tell) {
+        const TaskPointer task = build(words);
         // Answered first, so that whoever reads knows the identifiers before they come back.
-        answer(Answer(command).With("ids", IdentifiersOf(*task)));
+        tell(AnswerTo(command).With("ids", IdentifiersOf(*task)));
         bus.PublishAsHost(task);
     };
 }
 
-void SetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
-    const std::string key = arguments.TakeWord("key");
-    const std::string value = arguments.TakeWord("value");
-    arguments.Finish();
+void SetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
+    const std::string key = words.TakeWord("key");
+    const std::string value = words.TakeWord("value");
+    words.Finish();
     if (!database.KeyValues().SetValue(key, value)) {
         throw std::runtime_error("the database refused the value");
     }
-    answer(Answer("set").With("key", key).With("value", value));
+    tell(AnswerTo("set").With("key", key).With("value", value));
 }
 
-void GetValue(CDatabase& database, CCommandArguments& arguments, const LineSink& answer) {
-    const std::string key = arguments.TakeWord("key");
-    arguments.Finish();
-    answer(Answer("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
+void GetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
+    const std::string key = words.TakeWord("key");
+    words.Finish();
+    tell(AnswerTo("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
 }
 
-void Dump(const CommandTargets& targets, const LineSink& answer) {
+void Dump(const CommandTargets& targets, const LineSink& tell) {
     const std::vector<std::string> dumps = targets.bus.DumpSubscribers();
     for (std::size_t index = 0; index < dumps.size(); ++index) {
-        answer(Answer("dump")
-                   .With("subscriber", std::uint64_t{index + 1})
-                   .With("pending", dumps[index]));
+        tell(AnswerTo("dump")
+                 .With("subscriber", std::uint64_t{index + 1})
+                 .With("pending", dumps[index]));
     }
-    answer(Answer("dump").With("instance", targets.database.InstanceUuid()));
+    tell(AnswerTo("dump").With("instance", targets.database.InstanceUuid()));
     for (const std::string& action : targets.database.RemediationActions().StoredActions()) {
-        answer(Answer("dump").With("remediation-action", action));
+        tell(AnswerTo("dump").With("remediation-action", action));
     }
 }
 
 }  // namespace
 
-std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets) {
-    using Arguments = CCommandArguments;
+ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets) {
     return {
         {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
          "Sends the task that ends a process.", PublishingTask(targets, "kill", BuildKillTask)},
@@ -81,8 +74,8 @@ std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets) {
          "Sends the task that blocks an executable.",
          PublishingTask(targets, "block", BuildBlockTask)},
         {"policy", "file=<path>|text=<text> [repeat=<n>] [length=<n>] [broken=blob|stream|policy]",
-         "Sends a policy to be applied; its text n times over, with another length stated, or with "
-         "something broken.",
+         "Sends a policy to be applied; its text n times over (up to 67108864 bytes), with another "
+         "length stated, or with something broken.",
          Publishing(targets, "policy", BuildPolicy)},
         {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
          "Asks for the configuration of a product of that type.",
@@ -95,38 +88,37 @@ std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets) {
          "Sends a reply to a request, or, alien, another message of its type.",
          Publishing(targets, "reply", BuildReply)},
         {"get", "<key>", "Shows a key-value entry.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             GetValue(targets.database, arguments, answer);
+         [targets](CCommandWords& words, const LineSink& tell) {
+             GetValue(targets.database, words, tell);
          }},
         {"set", "<key> <value>", "Stores a key-value entry.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             SetValue(targets.database, arguments, answer);
+         [targets](CCommandWords& words, const LineSink& tell) {
+             SetValue(targets.database, words, tell);
          }},
         MakeMinerCommand(targets.database),
         {"dump", "", "Shows what waits in the module, and what the database holds.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             arguments.Finish();
-             Dump(targets, answer);
+         [targets](CCommandWords& words, const LineSink& tell) {
+             words.Finish();
+             Dump(targets, tell);
          }},
         {"memory", "", "Tells how much memory the host uses.",
-         [](Arguments& arguments, const LineSink& answer) {
-             arguments.Finish();
-             answer(MemoryLine("asked"));
-             answer(Answer("memory"));
+         [](CCommandWords& words, const LineSink& tell) {
+             words.Finish();
+             tell(MemoryLine("asked"));
+             tell(AnswerTo("memory"));
          }},
         {"stop", "[force]", "Stops the module; with force also one that is still busy.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             const bool force = arguments.TakeFlag("force");
-             arguments.Finish();
-             answer(Answer("stop"));
+         [targets](CCommandWords& words, const LineSink& tell) {
+             const bool force = words.TakeFlag("force");
+             words.Finish();
+             tell(AnswerTo("stop"));
              targets.stop(force);
          }},
-        {"quit", "[force]", "Stops the module and ends the host.",
-         [targets](Arguments& arguments, const LineSink& answer) {
-             const bool force = arguments.TakeFlag("force");
-             arguments.Finish();
-             answer(Answer("quit"));
-             targets.quit(force);
+        {"quit", "", "Stops the module and ends the host.",
+         [targets](CCommandWords& words, const LineSink& tell) {
+             words.Finish();
+             tell(AnswerTo("quit"));
+             targets.quit();
          }},
     };
 }

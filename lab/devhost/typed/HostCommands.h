@@ -4,11 +4,10 @@
 #pragma once
 
 #include <functional>
-#include <vector>
 
+#include "lab/common/Console.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/Bus.h"
-#include "lab/devhost/typed/HostConsole.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -17,9 +16,9 @@ struct CommandTargets {
     CBus& bus;
     CDatabase& database;
     std::function<void(bool force)> stop;  // stops the module
-    std::function<void(bool force)> quit;  // and ends the program
+    std::function<void()> quit;            // and ends the program
 };
 
-std::vector<HostCommand> MakeHostCommands(const CommandTargets& targets);
+ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets);
 
 }  // namespace Kyr::Lab::DevHost

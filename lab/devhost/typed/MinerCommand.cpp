@@ -2,8 +2,6 @@
 
 #include <algorithm>
 
-#include "lab/common/CommandWords.h"
-#include "lab/common/LineProtocol.h"
 #include "lab/devhost/database/MinerTally.h"
 
 namespace Kyr::Lab::DevHost {
@@ -35,23 +33,23 @@ CLine TallyLine(const char* kind, const MinerTally& tally, const std::optional<s
 
 }  // namespace
 
-HostCommand MakeMinerCommand(CDatabase& database) {
+ConsoleCommand MakeMinerCommand(CDatabase& database) {
     return {"miner", "[indicator=<sent>] [telemetry=<sent>] [action=<sent>]",
             "Counts the records that have come: stored, of them twice, of those sent lost.",
-            [&database](CCommandArguments& arguments, const LineSink& answer) {
-                const auto indicators = arguments.TakeValue("indicator");
-                const auto telemetry = arguments.TakeValue("telemetry");
-                const auto actions = arguments.TakeValue("action");
-                arguments.Finish();
+            [&database](CCommandWords& words, const LineSink& tell) {
+                const auto indicators = words.TakeValue("indicator");
+                const auto telemetry = words.TakeValue("telemetry");
+                const auto actions = words.TakeValue("action");
+                words.Finish();
                 CMinerStore& miner = database.Miner();
-                answer(TallyLine("indicator",
-                                 Count(miner.Records(MessageType::DataMinerStoreEcsIndicatorLogs)),
-                                 indicators));
-                answer(TallyLine("telemetry",
-                                 Count(miner.Records(MessageType::DataMinerStoreEcsTelemetryLogs)),
-                                 telemetry));
-                answer(TallyLine("action", Count(StoredActions(database)), actions));
-                answer(CLine("answer").With("command", "miner"));
+                tell(TallyLine("indicator",
+                               Count(miner.Records(MessageType::DataMinerStoreEcsIndicatorLogs)),
+                               indicators));
+                tell(TallyLine("telemetry",
+                               Count(miner.Records(MessageType::DataMinerStoreEcsTelemetryLogs)),
+                               telemetry));
+                tell(TallyLine("action", Count(StoredActions(database)), actions));
+                tell(AnswerTo("miner"));
             }};
 }
 

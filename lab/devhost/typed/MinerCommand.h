@@ -4,12 +4,12 @@
 // std::runtime_error when the database fails.
 #pragma once
 
+#include "lab/common/Console.h"
 #include "lab/devhost/database/Database.h"
-#include "lab/devhost/typed/HostConsole.h"
 
 namespace Kyr::Lab::DevHost {
 
 /// The database must outlive the command.
-HostCommand MakeMinerCommand(CDatabase& database);
+ConsoleCommand MakeMinerCommand(CDatabase& database);
 
 }  // namespace Kyr::Lab::DevHost

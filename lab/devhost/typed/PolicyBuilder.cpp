@@ -1,7 +1,7 @@
 #include "lab/devhost/typed/PolicyBuilder.h"
 
+#include <algorithm>
 #include <fstream>
-#include <iterator>
 #include <stdexcept>
 #include <zlib.h>
 
@@ -9,7 +9,6 @@
 
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
-#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -20,8 +19,8 @@ enum class Broken { kNothing, kBlob, kStream, kPolicy };
 /// Protobuf and zlib alike stop at these bytes.
 constexpr char kNonsense[] = "\xFF\xFF\xFF";
 
-Broken TakeBroken(CCommandArguments& arguments) {
-    const std::string what = arguments.TakeValue("broken").value_or("");
+Broken TakeBroken(CCommandWords& words) {
+    const std::string what = words.TakeValue("broken").value_or("");
     if (what.empty()) {
         return Broken::kNothing;
     }
@@ -37,17 +36,23 @@ Broken TakeBroken(CCommandArguments& arguments) {
     throw std::invalid_argument("broken is blob, stream or policy");
 }
 
+/// A policy's length at most (our choice): more than any message carries, and no computer's memory.
+constexpr std::size_t kLongest = 64 * 1024 * 1024;
+
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     if (!file) {
         throw std::runtime_error("cannot read " + path);
     }
-    return {std::istreambuf_iterator<char>(file), {}};
+    std::string text(kLongest + 1, '\0');  // some files have no end
+    file.read(&text[0], static_cast<std::streamsize>(text.size()));
+    text.resize(static_cast<std::size_t>(file.gcount()));
+    return text;
 }
 
-std::string TakeText(CCommandArguments& arguments) {
-    const auto file = arguments.TakeValue("file");
-    const auto text = arguments.TakeValue("text");
+std::string TakeText(CCommandWords& words) {
+    const auto file = words.TakeValue("file");
+    const auto text = words.TakeValue("text");
     if (file.has_value() == text.has_value()) {
         throw std::invalid_argument("a file or a text is wanted");
     }
@@ -55,9 +60,12 @@ std::string TakeText(CCommandArguments& arguments) {
 }
 
 /// `text` that often, one behind the other.
-std::string Repeated(const std::string& text, std::uint32_t times) {
+std::string Repeated(const std::string& text, std::uint64_t times) {
+    if (times > kLongest / std::max<std::size_t>(text.size(), 1)) {
+        throw std::invalid_argument("a policy has at most 67108864 bytes");
+    }
     std::string all;
-    for (std::uint32_t time = 0; time < times; ++time) {
+    for (std::uint64_t time = 0; time < times; ++time) {
         all += text;
     }
     return all;
@@ -90,14 +98,12 @@ std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stat
 
 }  // namespace
 
-boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
-    CCommandArguments& arguments) {
-    const Broken broken = TakeBroken(arguments);
-    const auto length = arguments.TakeValue("length");
-    const auto repeat = arguments.TakeValue("repeat");
-    const std::string text = Repeated(TakeText(arguments), ParseNumber32(repeat.value_or("1")));
-    arguments.Finish();
-    const auto stated = length ? std::optional(ParseNumber(*length)) : std::nullopt;
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(CCommandWords& words) {
+    const Broken broken = TakeBroken(words);
+    const auto stated = words.TakeNumber("length");
+    const std::uint64_t times = words.TakeNumber("repeat").value_or(1);
+    const std::string text = Repeated(TakeText(words), times);
+    words.Finish();
     auto message = boost::make_shared<Common::Message::Policies::CApplyPolicy>();
     message->SetPolicyBlob(
         MakeBlob(broken == Broken::kPolicy ? kNonsense : MakePolicy(text), stated, broken));

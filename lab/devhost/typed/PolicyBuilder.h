@@ -9,17 +9,16 @@
 #include <boost/shared_ptr.hpp>
 
 #include "host/message/ApplyPolicy.h"
-#include "lab/devhost/typed/CommandArguments.h"
+#include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 
 /// From `file=<path>` or `text=<text>`, and
-/// `[repeat=<n>]`: the text stands there so often,
+/// `[repeat=<n>]`: the text stands there so often, up to 64 MiB of it,
 /// `[length=<n>]`: that length is stated, whatever the true one is;
 /// `[broken=blob]`: the message carries bytes that are no blob,
 /// `[broken=stream]`: the compressed data does not inflate,
 /// `[broken=policy]`: what it inflates to is no policy message.
-boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(
-    CCommandArguments& arguments);
+boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(CCommandWords& words);
 
 }  // namespace Kyr::Lab::DevHost

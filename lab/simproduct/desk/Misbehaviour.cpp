@@ -161,13 +161,13 @@ std::optional<Fault> FindFault(const std::string& name) {
     return std::nullopt;
 }
 
-std::vector<std::string> DescribeFaults() {
-    std::vector<std::string> lines;
+std::vector<std::pair<std::string, std::string>> DescribeFaults() {
+    std::vector<std::pair<std::string, std::string>> lines;
     for (const FaultRow& row : kFaults) {
         const char* const number = row.number == Number::kNone       ? ""
                                    : row.number == Number::kOptional ? " [n]"
                                                                      : " n";
-        lines.push_back(row.name + std::string(number) + ": " + row.description);
+        lines.emplace_back(row.name + std::string(number), row.description);
     }
     return lines;
 }

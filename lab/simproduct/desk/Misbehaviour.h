@@ -11,6 +11,7 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/thread/mutex.hpp>
@@ -67,8 +68,8 @@ Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words);
 /// The fault of that name, or nothing.
 std::optional<Fault> FindFault(const std::string& name);
 
-/// A line for every fault, for the help text.
-std::vector<std::string> DescribeFaults();
+/// For every fault the words that make it, and what it does, for the help text.
+std::vector<std::pair<std::string, std::string>> DescribeFaults();
 
 class CMisbehaviours {
   public:

@@ -1,8 +1,8 @@
 #include "lab/simproduct/typed/AreaCommands.h"
 
+#include <algorithm>
 #include <stdexcept>
 
-#include "lab/common/CommandWords.h"
 #include "lab/common/EndThisProcess.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -42,64 +42,49 @@ std::uint32_t ParseWordBelow(const std::string& text, std::uint32_t end) {
     return number;
 }
 
-std::uint32_t ParsePlace(const std::string& text) {
-    const std::uint32_t offset = ParseWordBelow(text, CAreaImage::kSize);
-    if (offset % sizeof(std::uint32_t) != 0) {
-        throw std::invalid_argument("'" + text + "' is not a multiple of 4");
-    }
-    return offset;
-}
+using Words = std::vector<std::string>;
 
 struct AreaCommandRow {
     const char* name;
-    std::size_t words;  // `area` and the name included
+    std::size_t words;  // behind it
     void (*run)(CBroadcastArea& area, const Words& words);
 };
 
 const AreaCommandRow kRows[] = {
-    {"open", 2, [](CBroadcastArea& area, const Words&) { area.Open(); }},
-    {"close", 2, [](CBroadcastArea& area, const Words&) { area.Close(); }},
-    {"healthy", 2, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
-    {"set", 4,
+    {"open", 0, [](CBroadcastArea& area, const Words&) { area.Open(); }},
+    {"close", 0, [](CBroadcastArea& area, const Words&) { area.Close(); }},
+    {"healthy", 0, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
+    {"set", 2,
      [](CBroadcastArea& area, const Words& words) {
-         area.Write(ParseField(words[2]), ParseNumber32(words[3]));
+         area.Write(ParseField(words[0]), ParseNumber32(words[1]));
      }},
-    {"put", 4,
+    {"move", 1,
      [](CBroadcastArea& area, const Words& words) {
-         area.WriteWord(ParsePlace(words[2]), ParseNumber32(words[3]));
+         area.MovePlugIn(ParseWordBelow(words[0], CAreaImage::kModules));
      }},
-    {"move", 3,
+    {"flicker", 2,
      [](CBroadcastArea& area, const Words& words) {
-         area.MovePlugIn(ParseWordBelow(words[2], CAreaImage::kModules));
+         area.Flicker(ParseField(words[0]), ParseNumber32(words[1]));
      }},
-    {"flicker", 4,
-     [](CBroadcastArea& area, const Words& words) {
-         area.Flicker(ParseField(words[2]), ParseNumber32(words[3]));
-     }},
-    {"hold", 2, [](CBroadcastArea& area, const Words&) { area.Hold(); }},
-    {"release", 2, [](CBroadcastArea& area, const Words&) { area.Release(); }},
-    {"abandon", 2, [](CBroadcastArea& area, const Words&) { area.Abandon(); }},
-    {"die", 2,
+    {"hold", 0, [](CBroadcastArea& area, const Words&) { area.Hold(); }},
+    {"release", 0, [](CBroadcastArea& area, const Words&) { area.Release(); }},
+    {"abandon", 0, [](CBroadcastArea& area, const Words&) { area.Abandon(); }},
+    {"die", 0,
      [](CBroadcastArea& area, const Words&) {
          area.Hold();
          EndThisProcess();
      }},
 };
 
-void Change(CBroadcastArea& area, const Words& words) {
-    std::string names;
-    for (const AreaCommandRow& row : kRows) {
-        if (row.name == words[1]) {
-            if (words.size() != row.words) {
-                throw std::invalid_argument("'" + words[1] + "' takes " +
-                                            std::to_string(row.words - 2) + " words");
-            }
-            row.run(area, words);
-            return;
-        }
-        names += std::string(names.empty() ? "" : ", ") + row.name;
+void Change(CBroadcastArea& area, CCommandWords& command) {
+    const std::string what = command.TakeWord("change");
+    const Words words = command.TakeRest();
+    const auto row = std::find_if(std::begin(kRows), std::end(kRows),
+                                  [&](const AreaCommandRow& one) { return one.name == what; });
+    if (row == std::end(kRows) || words.size() != row->words) {
+        throw std::invalid_argument("not understood: " + what);
     }
-    throw std::invalid_argument("'" + words[1] + "' is none of " + names);
+    row->run(area, words);
 }
 
 CLine Tell(const CBroadcastArea& area) {
@@ -114,45 +99,46 @@ CLine Tell(const CBroadcastArea& area) {
     return answer;
 }
 
-CLine Publish(CBroadcastArea& area, const Words& words) {
+CLine Publish(CBroadcastArea& area, CCommandWords& words) {
     CLine answer = AnswerTo("broadcast");
-    if (words.size() == 1) {
+    if (words.IsEmpty()) {
         for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
             answer.With(std::to_string(index), area.Value(index));
         }
         return answer;
     }
-    const std::string index = ValueOf(words[1], "index").value_or("");
-    const std::string given = words.size() > 2 ? ValueOf(words[2], "value").value_or("") : "";
-    if (index.empty() || words.size() > 3 || (words.size() > 2 && given.empty())) {
-        throw std::invalid_argument("index=<n> and perhaps value=<number> are wanted");
+    const auto index = words.TakeNumber("index", CAreaImage::kValues - 1);
+    const auto given = words.TakeNumber("value", 0xFFFFFFFF);
+    words.Finish();
+    if (!index) {
+        throw std::invalid_argument("index is missing");
     }
-    const std::uint32_t place = ParseWordBelow(index, CAreaImage::kValues);
-    const std::uint32_t value = given.empty() ? area.Value(place) + 1 : ParseNumber32(given);
+    const auto place = static_cast<std::uint32_t>(*index);
+    const auto value = given ? static_cast<std::uint32_t>(*given) : area.Value(place) + 1;
     area.SetValue(place, value);
     return answer.With("index", place).With("value", value);
 }
 
 }  // namespace
 
-ConsoleCommandGroup AreaCommands(CBroadcastArea& area, const LineSink& sink) {
-    const auto runArea = [&area, sink](const Words& words) {
-        if (words.size() > 1) {
+ConsoleCommandGroup AreaCommands(CBroadcastArea& area) {
+    const auto runArea = [&area](CCommandWords& words, const LineSink& tell) {
+        if (!words.IsEmpty()) {
             Change(area, words);
         }
-        sink(Tell(area));
+        tell(Tell(area));
     };
     return {
-        {"broadcast", "broadcast [index=<n> [value=<number>]]",
-         "publish a value in the broadcast area, by default one more than before; without an "
-         "index, tell all",
-         [&area, sink](const Words& words) { sink(Publish(area, words)); }},
-        {"area", "area [open|close|healthy|move <position>|hold|release|abandon|die]",
-         "what the broadcast area says; move the server plug-in's entry, hold the mutex, lose it "
-         "with a thread or with this process",
+        {"broadcast", "[index=<n> [value=<number>]]",
+         "Publishes a value in the broadcast area, by default one more than before; without an "
+         "index, tells all.",
+         [&area](CCommandWords& words, const LineSink& tell) { tell(Publish(area, words)); }},
+        {"area", "[open|close|healthy|move <position>|hold|release|abandon|die]",
+         "Tells what the broadcast area says; moves the server plug-in's entry, holds the mutex, "
+         "loses it with a thread or with this process.",
          runArea},
-        {"area", "area set|flicker <field> <number>; area put <offset> <number>",
-         "lie in the broadcast area, once or back and forth, until `area healthy`", runArea},
+        {"area", "set|flicker <field> <number>",
+         "Lies in the broadcast area, once or back and forth, until `area healthy`.", runArea},
     };
 }
 

@@ -1,49 +1,24 @@
 #include "lab/simproduct/typed/RecordListCommands.h"
 
-#include <optional>
+#include <algorithm>
 #include <stdexcept>
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
-#include "lab/common/CommandWords.h"
+#include "lab/simproduct/processes/Process.h"
 #include "lab/simproduct/records/EcsRecord.h"
 
 namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-constexpr char kUsage[] =
-    "records [append indicator|telemetry|action [count=<n>] [size=<bytes>] [text=<text>] "
-    "[type=<n>[,<n>...]]] [limit [batch=<records>] [bytes=<n>]]";
-
-struct Option {
-    const char* name;
-    std::function<void(const std::string& value)> take;
-};
-
-/// Gives the value of each `name=value` from word `first` on to the option of that name.
-void TakeOptions(const Words& words, std::size_t first, const std::vector<Option>& options) {
-    for (std::size_t i = first; i < words.size(); ++i) {
-        bool known = false;
-        for (const Option& option : options) {
-            if (const std::optional<std::string> value = ValueOf(words[i], option.name)) {
-                option.take(*value);
-                known = true;
-            }
-        }
-        if (!known) {
-            throw std::invalid_argument("not understood: " + words[i]);
-        }
-    }
-}
-
-std::function<void(const std::string&)> Into(std::uint64_t& number) {
-    return [&number](const std::string& value) { number = ParseNumber(value); };
-}
+// What one command appends at most (our choice): much for a connector, little for a computer.
+constexpr std::uint64_t kMostRecords = 100000;
+constexpr std::uint64_t kMostBytes = 256 * 1024 * 1024;
 
 std::vector<std::int32_t> ParseTypes(const std::string& text) {
-    Words words;
+    std::vector<std::string> words;
     boost::algorithm::split(words, text, boost::algorithm::is_any_of(","));
     std::vector<std::int32_t> types;
     for (const std::string& word : words) {
@@ -64,26 +39,27 @@ EcsEvent SampleEvent(RecordKind kind, std::uint64_t number, std::int64_t time) {
     return {number, time, "event", "intrusion_detection", "info", "remediation"};
 }
 
-void Append(CRecordLists& lists, const Base::IClock& clock, const Words& words) {
-    const auto kind = FindRecordKind(words.size() > 2 ? words[2] : "");
+void Append(CRecordLists& lists, const Base::IClock& clock, CCommandWords& words,
+            const std::function<bool()>& isAskedToEnd) {
+    const auto kind = FindRecordKind(words.TakeWord("kind"));
     if (!kind) {
         throw std::invalid_argument("a kind is indicator, telemetry or action");
     }
-    std::uint64_t count = 1;
-    std::uint64_t size = 0;
-    std::optional<std::string> text;
-    std::vector<std::int32_t> types = {kBlockAction};
-    TakeOptions(words, 3,
-                {{"count", Into(count)},
-                 {"size", Into(size)},
-                 {"text", [&](const std::string& value) { text = value; }},
-                 {"type", [&](const std::string& value) { types = ParseTypes(value); }}});
+    const std::uint64_t count = words.TakeNumber("count", kMostRecords).value_or(1);
+    const std::uint64_t size =
+        words.TakeNumber("size", kMostBytes / std::max<std::uint64_t>(count, 1)).value_or(0);
+    const auto typeText = words.TakeValue("type");
+    words.Finish();
+    const std::vector<std::int32_t> types =
+        typeText ? ParseTypes(*typeText) : std::vector<std::int32_t>{kBlockAction};
     for (std::uint64_t i = 0; i < count; ++i) {
+        if (isAskedToEnd()) {
+            throw std::runtime_error("given up after " + std::to_string(i) + " records");
+        }
         lists.Append(*kind, [&](std::uint64_t number) {
             ProductRecord record;
-            record.text = text ? *text
-                               : SampleRecord(SampleEvent(*kind, number, clock.CalendarTime()),
-                                              static_cast<std::size_t>(size));
+            record.text = SampleRecord(SampleEvent(*kind, number, clock.CalendarTime()),
+                                       static_cast<std::size_t>(size));
             if (*kind == RecordKind::kAction) {
                 record.actionType = types[static_cast<std::size_t>(i % types.size())];
             }
@@ -92,9 +68,11 @@ void Append(CRecordLists& lists, const Base::IClock& clock, const Words& words) 
     }
 }
 
-void Limit(CRecordLists& lists, const Words& words) {
+void SetLimit(CRecordLists& lists, CCommandWords& words) {
     BatchLimit limit = lists.Limit();
-    TakeOptions(words, 2, {{"batch", Into(limit.records)}, {"bytes", Into(limit.bytes)}});
+    limit.records = words.TakeNumber("batch").value_or(limit.records);
+    limit.bytes = words.TakeNumber("bytes").value_or(limit.bytes);
+    words.Finish();
     lists.SetLimit(limit);
 }
 
@@ -107,24 +85,50 @@ CLine Answer(const CRecordLists& lists) {
     return answer.With("batch", limit.records).With("bytes", limit.bytes);
 }
 
+void Live(CLiveTelemetry& telemetry, CCommandWords& words, const LineSink& tell) {
+    const std::string what = words.TakeWord("state, on or off,");
+    if (what == "on") {
+        TelemetryScope scope;
+        scope.program = words.TakeValue("name").value_or("");
+        scope.parentPid = words.TakeFlag("own") ? OwnProcessId() : 0;
+        words.Finish();
+        telemetry.Start(scope);
+    } else if (what == "off") {
+        words.Finish();
+        telemetry.Stop();
+    } else {
+        throw std::invalid_argument("live is on or off");
+    }
+    tell(AnswerTo("live").With("state", what));
+}
+
 }  // namespace
 
-ConsoleCommandGroup RecordListCommands(CRecordLists& lists, boost::shared_ptr<Base::IClock> clock,
-                                       LineSink sink) {
-    return {{"records", kUsage,
-             "the records that can be fetched: how many; more of them; how many "
-             "at once",
-             [&lists, clock = std::move(clock), sink = std::move(sink)](const Words& words) {
-                 const std::string what = words.size() > 1 ? words[1] : "";
-                 if (what == "append") {
-                     Append(lists, *clock, words);
-                 } else if (what == "limit") {
-                     Limit(lists, words);
-                 } else {
-                     RequireWords(words, 1);
-                 }
-                 sink(Answer(lists));
-             }}};
+ConsoleCommandGroup RecordListCommands(CRecordLists& lists, CLiveTelemetry& telemetry,
+                                       boost::shared_ptr<Base::IClock> clock,
+                                       std::function<bool()> isAskedToEnd) {
+    return {
+        {"records",
+         "[append indicator|telemetry|action [count=<n>] [size=<bytes>] [type=<n>[,<n>...]] | "
+         "limit [batch=<records>] [bytes=<n>]]",
+         "Tells how many records can be fetched; appends up to 100000, of up to 268435456 bytes "
+         "in all; limits what one reply carries.",
+         [&lists, clock = std::move(clock), isAskedToEnd = std::move(isAskedToEnd)](
+             CCommandWords& words, const LineSink& tell) {
+             if (words.TakeFlag("append")) {
+                 Append(lists, *clock, words, isAskedToEnd);
+             } else if (words.TakeFlag("limit")) {
+                 SetLimit(lists, words);
+             }
+             words.Finish();
+             tell(Answer(lists));
+         }},
+        {"live", "on [name=<program>] [own] | off",
+         "Makes telemetry of the processes that start and end on this computer, or only of "
+         "those of one program, or that this product starts.",
+         [&telemetry](CCommandWords& words, const LineSink& tell) {
+             Live(telemetry, words, tell);
+         }}};
 }
 
 }  // namespace Kyr::Lab::SimProduct

@@ -52,6 +52,19 @@ TEST_F(CommandInputTest, TerminationIsReported) {
     EXPECT_EQ(Kind::kTerminate, input.Next().kind);
 }
 
+TEST_F(CommandInputTest, TerminationDoesNotWaitForLinesThatHaveBeenRead) {
+    CCommandInput input;
+    pipe_.Write("one\ntwo\n");
+    ExpectLine("one", input.Next());
+    EXPECT_FALSE(input.IsAskedToTerminate());
+    std::raise(SIGTERM);
+
+    EXPECT_TRUE(input.IsAskedToTerminate());
+    EXPECT_EQ(Kind::kTerminate, input.Next().kind);
+    EXPECT_FALSE(input.IsAskedToTerminate());
+    ExpectLine("two", input.Next());
+}
+
 TEST_F(CommandInputTest, AfterTheEndOfInputTerminationIsReported) {
     CCommandInput input;
     pipe_.Close();

@@ -4,7 +4,7 @@
 #include <map>
 #include <string>
 
-#include "lab/devhost/CommandLoop.h"
+#include "lab/devhost/Host.h"
 #include "tests/lab/common/InputPipe.h"
 #include "tests/lab/common/LineList.h"
 
@@ -23,7 +23,7 @@ class CommandLoopTest : public ::testing::Test {
   protected:
     void Obey() {
         ASSERT_TRUE(host_.Start());
-        Lab::DevHost::ObeyCommands(input_, host_, endAtOnce_.AsStdFunction());
+        host_.Obey(input_, endAtOnce_.AsStdFunction());
         EXPECT_THAT(events_.Texts(), Contains("life call=destroy result=ok"));
     }
 

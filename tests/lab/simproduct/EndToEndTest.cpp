@@ -191,8 +191,8 @@ TYPED_TEST(EndToEndPortTest, ProductEndsCleanlyWithAClientConnected) {
 
 TEST_F(EndToEndTest, BlockedProgramIsNotStartedAgain) {
     Run();
-    StartVictim();
-    const std::string hash = Field(Command("list"), "sha256");
+    actor_->Send("start one");
+    const std::string hash = Field(Await("started"), "sha256");
     CAlpcPortClient client;
     ASSERT_EQ(0, client.Connect());
 

@@ -16,5 +16,17 @@ TEST_F(EndToEndTest, PoliteTerminationEndsCleanly) {
     ExpectCleanEnd();
 }
 
+TEST_F(EndToEndTest, PoliteTerminationEndsACommandThatRuns) {
+    Run();
+    const auto ready = actor_->EventAt(0);
+    // Each takes long; without an end there would be hours of them.
+    for (int i = 0; i < 1000; ++i) {
+        actor_->Send("records append telemetry count=100000");
+    }
+    kill(static_cast<pid_t>(ParseNumber(Field(ready.line, "pid"))), SIGTERM);
+
+    ExpectCleanEnd();
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::SimProduct

@@ -15,7 +15,7 @@ class MinerCommandTest : public ::testing::Test {
   protected:
     std::vector<std::string> Run(const std::vector<std::string>& words) {
         Lab::CLineList events;
-        Lab::DevHost::CCommandArguments arguments(words);
+        Lab::CCommandWords arguments(words);
         MakeMinerCommand(database_).run(arguments, events.Sink());
         return events.Texts();
     }

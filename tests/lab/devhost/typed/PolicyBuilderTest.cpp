@@ -12,10 +12,9 @@ namespace Kyr::Test {
 namespace {
 
 using Common::DataDefinition::Common::CompressedBlob;
-using Lab::DevHost::CCommandArguments;
 
 auto BuildPolicy(std::vector<std::string> words) {
-    CCommandArguments arguments(std::move(words));
+    Lab::CCommandWords arguments(std::move(words));
     return Lab::DevHost::BuildPolicy(arguments);
 }
 
@@ -60,8 +59,11 @@ TEST(PolicyBuilderTest, TextIsRepeatedAsOftenAsWanted) {
     EXPECT_LT(blob.compressed_data().size(), 1000u);
 }
 
-TEST(PolicyBuilderTest, RepeatThatIsNoNumberIsRefused) {
-    EXPECT_THROW(BuildPolicy({"text=a", "repeat=often"}), std::invalid_argument);
+TEST(PolicyBuilderTest, PolicyBeyond64MebibytesIsRefused) {
+    // Its length would fit in 64 bits again, had it been computed there.
+    for (const char* repeat : {"repeat=33554433", "repeat=9223372036854775809", "repeat=often"}) {
+        EXPECT_THROW(BuildPolicy({"text=ab", repeat}), std::invalid_argument) << repeat;
+    }
 }
 
 TEST(PolicyBuilderTest, LengthCanBeALie) {

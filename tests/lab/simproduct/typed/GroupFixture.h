@@ -1,11 +1,10 @@
-// Carries out lines of one group of commands.
+// Carries out lines of one group of commands, as the product's console does.
 #pragma once
 
-#include <gtest/gtest.h>
-#include <stdexcept>
+#include <gmock/gmock.h>
+#include <initializer_list>
 
-#include "lab/common/CommandWords.h"
-#include "lab/simproduct/typed/ConsoleCommand.h"
+#include "lab/common/Console.h"
 #include "tests/lab/common/LineList.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -14,20 +13,17 @@ class GroupFixture : public ::testing::Test {
   protected:
     virtual ConsoleCommandGroup Group() = 0;
 
-    /// Carries out a line of the group's only command; the events that it wrote.
+    /// Carries out a line; the events that it wrote.
     std::vector<std::string> Execute(const std::string& line) {
-        Group().at(0).run(SplitWords(line));
+        CConsole({Group()}, lines_.Sink()).Execute(line);
         return lines_.Take();
     }
 
-    /// What a refused line is told; empty when it was carried out.
-    std::string Refusal(const std::string& line) {
-        try {
-            Execute(line);
-        } catch (const std::invalid_argument& problem) {
-            return problem.what();
+    void ExpectRefused(std::initializer_list<const char*> refused) {
+        for (const char* line : refused) {
+            EXPECT_THAT(Execute(line), ::testing::ElementsAre(::testing::StartsWith("error ")))
+                << line;
         }
-        return "";
     }
 
     CLineList lines_;

@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include <boost/make_shared.hpp>
 
 #include "lab/simproduct/typed/RecordListCommands.h"
@@ -13,17 +11,28 @@ using Test::CManualClock;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
+class CEmptyTable : public IProcessTable {
+  public:
+    std::vector<ProcessId> List() override { return {}; }
+    std::optional<ProcessFacts> Describe(const ProcessId&) override { return std::nullopt; }
+};
+
 class RecordListCommandsTest : public GroupFixture {
   protected:
     ConsoleCommandGroup Group() override {
-        return RecordListCommands(lists_, boost::make_shared<CManualClock>(), lines_.Sink());
+        return RecordListCommands(lists_, telemetry_, clock_,
+                                  [this] { return lists_.Count(RecordKind::kAction) == most_; });
     }
 
     ProductRecord Record(RecordKind kind, std::uint64_t number) const {
         return lists_.From(kind, number - 1).at(0);
     }
 
+    boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
+    CEmptyTable table_;
     CRecordLists lists_;
+    CLiveTelemetry telemetry_{table_, lists_, clock_, lines_.Sink()};
+    std::uint64_t most_ = 1000;  // actions, after which the program is asked to end
 };
 
 TEST_F(RecordListCommandsTest, CountsAndLimitsAreTold) {
@@ -47,11 +56,6 @@ TEST_F(RecordListCommandsTest, RecordHasTheWantedSize) {
     EXPECT_EQ(500u, Record(RecordKind::kIndicator, 1).text.size());
 }
 
-TEST_F(RecordListCommandsTest, TextReplacesTheMadeUpRecord) {
-    Execute("records append telemetry text=\"two words\"");
-    EXPECT_EQ("two words", Record(RecordKind::kTelemetry, 1).text);
-}
-
 TEST_F(RecordListCommandsTest, ActionsBlockUnlessTypesAreNamed) {
     Execute("records append action");
     Execute("records append action type=1,3,2 count=4");
@@ -69,13 +73,35 @@ TEST_F(RecordListCommandsTest, LimitsAreSetOneByOne) {
                 ElementsAre(::testing::EndsWith("batch=5 bytes=7")));
 }
 
+TEST_F(RecordListCommandsTest, AppendingEndsOnceTheProgramIsAskedToEnd) {
+    most_ = 3;
+    EXPECT_THAT(Execute("records append action count=100000"),
+                ElementsAre("error command=records text=\"given up after 3 records\""));
+    EXPECT_EQ(3u, lists_.Count(RecordKind::kAction));
+}
+
+TEST_F(RecordListCommandsTest, MoreThanACommandAppendsIsRefusedWithTheLimit) {
+    EXPECT_THAT(Execute("records append action count=100001"),
+                ElementsAre("error command=records text=\"count is at most 100000\""));
+    EXPECT_THAT(Execute("records append action count=2 size=134217729"),
+                ElementsAre("error command=records text=\"size is at most 134217728\""));
+    EXPECT_EQ(0u, lists_.Count(RecordKind::kAction));
+}
+
+TEST_F(RecordListCommandsTest, LiveBeginsToLookAndEndsIt) {
+    EXPECT_THAT(Execute("live on name=victim"), ElementsAre("answer command=live state=on"));
+    EXPECT_TRUE(clock_->AwaitSleepers(1));
+    EXPECT_THAT(Execute("live on own"), ElementsAre("answer command=live state=on"));
+    EXPECT_TRUE(clock_->AwaitSleepers(1));
+    EXPECT_THAT(Execute("live off"), ElementsAre("answer command=live state=off"));
+    EXPECT_TRUE(clock_->AwaitSleepers(0));
+}
+
 TEST_F(RecordListCommandsTest, WhatIsNotUnderstoodIsRefused) {
-    for (const char* line :
-         {"records append", "records append tasks", "records append action kind=3",
-          "records append action count=many", "records append action type=3,", "records limit 5",
-          "records remove"}) {
-        EXPECT_NE("", Refusal(line)) << line;
-    }
+    ExpectRefused({"records append", "records append tasks", "records append action kind=3",
+                   "records append action count=many", "records append action type=3,",
+                   "records limit 5", "records remove", "live", "live off now", "live on victim",
+                   "live maybe"});
 }
 
 }  // namespace

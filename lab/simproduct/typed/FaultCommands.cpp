@@ -1,0 +1,59 @@
+#include "lab/simproduct/typed/FaultCommands.h"
+
+#include <stdexcept>
+
+namespace Kyr::Lab::SimProduct {
+
+namespace {
+
+void Change(CMisbehaviours& misbehaviours, std::vector<std::string> words) {
+    if (words.front() != "clear") {
+        misbehaviours.Add(ParseMisbehaviour(words));
+    } else if (words.size() == 1) {
+        misbehaviours.Clear();
+    } else if (const std::optional<Fault> fault = FindFault(words[1]); fault && words.size() == 2) {
+        misbehaviours.Clear(fault);
+    } else {
+        throw std::invalid_argument("no such fault; `help` lists them");
+    }
+}
+
+}  // namespace
+
+void OpenPorts(const CMisbehaviours& misbehaviours, IPort& alpc, IPort& lpc) {
+    const auto apply = [&](Transport transport, IPort& port) {
+        const bool wanted = misbehaviours.Offers(transport);
+        if (wanted && !port.IsOpen()) {
+            port.Open();
+        } else if (!wanted && port.IsOpen()) {
+            port.Close();
+        }
+    };
+    apply(Transport::kAlpc, alpc);
+    apply(Transport::kLpc, lpc);
+}
+
+ConsoleCommandGroup FaultCommands(CMisbehaviours& misbehaviours, IPort& alpc, IPort& lpc) {
+    const auto run = [&](CCommandWords& words, const LineSink& tell) {
+        if (!words.IsEmpty()) {
+            Change(misbehaviours, words.TakeRest());
+        }
+        OpenPorts(misbehaviours, alpc, lpc);
+        const std::vector<Misbehaviour> active = misbehaviours.List();
+        for (const Misbehaviour& one : active) {
+            tell(AnswerTo("misbehave").With("fault", one.Text()));
+        }
+        tell(AnswerTo("misbehave").With("faults", active.size()));
+    };
+    ConsoleCommandGroup rows = {
+        {"misbehave",
+         "[<fault> [n] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
+         "[function=<name>] | clear [<fault>]]",
+         "Does that wrong with the next requests, or no more; tells what is done wrong.", run}};
+    for (const auto& [words, text] : DescribeFaults()) {
+        rows.push_back({"misbehave", words, text, run});
+    }
+    return rows;
+}
+
+}  // namespace Kyr::Lab::SimProduct
