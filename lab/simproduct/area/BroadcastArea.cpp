@@ -129,12 +129,6 @@ void CBroadcastArea::Write(AreaField field, std::uint32_t value) {
     image_->Write(field, value);
 }
 
-void CBroadcastArea::WriteWord(std::size_t offset, std::uint32_t value) {
-    Image();
-    const CTurn turn(*this);
-    image_->WriteWord(offset, value);
-}
-
 std::uint32_t CBroadcastArea::PlugInPosition() const {
     return Image().Position();
 }

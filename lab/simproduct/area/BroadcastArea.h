@@ -36,7 +36,6 @@ class CBroadcastArea {
 
     std::uint32_t Read(AreaField field) const;
     void Write(AreaField field, std::uint32_t value);
-    void WriteWord(std::size_t offset, std::uint32_t value);
     std::uint32_t PlugInPosition() const;
     void MovePlugIn(std::uint32_t position);
     /// Ends every lie; the values stay.

@@ -50,16 +50,6 @@ void CProtection::Set(const Component& component) {
     }
 }
 
-bool CProtection::Remove(const std::string& name) {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    const auto found = FindNamed(components_, name);
-    if (found == components_.end()) {
-        return false;
-    }
-    components_.erase(found);
-    return true;
-}
-
 std::vector<Component> CProtection::Reported() const {
     std::vector<Component> reported;
     {

@@ -38,8 +38,6 @@ class CProtection {
 
     /// Adds a component, or replaces the one of that name.
     void Set(const Component& component);
-    /// False when there is none of that name.
-    bool Remove(const std::string& name);
 
     /// The components as they are reported, in the order in which they were added.
     std::vector<Component> Reported() const;

@@ -26,9 +26,4 @@ std::vector<TaskResult> CTaskResults::List() const {
     return {waiting_.begin(), waiting_.end()};
 }
 
-void CTaskResults::Clear() {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    waiting_.clear();
-}
-
 }  // namespace Kyr::Lab::SimProduct

@@ -33,7 +33,6 @@ class CTaskResults {
     /// The oldest, which is then forgotten; nothing when none is left.
     std::optional<TaskResult> Take();
     std::vector<TaskResult> List() const;
-    void Clear();
 
   private:
     mutable boost::mutex mutex_;

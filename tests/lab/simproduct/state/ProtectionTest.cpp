@@ -7,11 +7,6 @@ namespace {
 
 class ProtectionTest : public ::testing::Test {
   protected:
-    void RemoveAll() {
-        protection_.Remove("files");
-        protection_.Remove("network");
-    }
-
     CConfiguration configuration_;
     CProtection protection_{configuration_};
 };
@@ -28,23 +23,15 @@ TEST_F(ProtectionTest, AllComponentsAreFineAtFirst) {
 }
 
 TEST_F(ProtectionTest, NumbersAreReportedInHexadecimal) {
-    RemoveAll();
-    protection_.Set({"mail", 0xFFFFFFFF, 0x1A, 0x0710000000000310, 0x07100000000002AB});
+    protection_.Set({"files", 0xFFFFFFFF, 0x1A, 0x0710000000000310, 0x07100000000002AB});
 
     EXPECT_EQ(
         "<?xml version=\"1.0\" encoding=\"utf-8\"?><TULK><SECTION><STATUS>"
         "<RECORD STATUS=\"FFFFFFFF\" CATEGORY_RES_ID=\"000000000000001A\""
         " STATUS_RES_ID=\"0710000000000310\" DESCRIPTION_RES_ID=\"07100000000002AB\"/>"
+        "<RECORD STATUS=\"0\" CATEGORY_RES_ID=\"0710000000000302\""
+        " STATUS_RES_ID=\"0710000000000312\"/>"
         "</STATUS></SECTION></TULK>",
-        protection_.Report());
-}
-
-TEST_F(ProtectionTest, WithoutComponentsNothingIsReported) {
-    RemoveAll();
-
-    EXPECT_EQ(
-        "<?xml version=\"1.0\" "
-        "encoding=\"utf-8\"?><TULK><SECTION><STATUS></STATUS></SECTION></TULK>",
         protection_.Report());
 }
 
@@ -54,11 +41,6 @@ TEST_F(ProtectionTest, ComponentOfThatNameIsReplacedInItsPlace) {
     ASSERT_EQ(2u, protection_.Reported().size());
     EXPECT_EQ("files", protection_.Reported()[0].name);
     EXPECT_EQ(1u, protection_.Reported()[0].status);
-}
-
-TEST_F(ProtectionTest, ComponentThatIsNotThereCannotBeRemoved) {
-    EXPECT_TRUE(protection_.Remove("files"));
-    EXPECT_FALSE(protection_.Remove("files"));
 }
 
 TEST_F(ProtectionTest, ConfigurationTurnsAComponentOffAndOnAgain) {

@@ -23,14 +23,5 @@ TEST(TaskResultsTest, ListLeavesThemWaiting) {
     EXPECT_EQ("first", results.List()[0].userData);
 }
 
-TEST(TaskResultsTest, NoneIsLeftAfterAClear) {
-    CTaskResults results;
-    results.Add({kTaskDone, "first"});
-
-    results.Clear();
-
-    EXPECT_FALSE(results.Take());
-}
-
 }  // namespace
 }  // namespace Kyr::Lab::SimProduct
