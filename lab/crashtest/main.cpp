@@ -7,8 +7,7 @@
 
 #include <boost/filesystem/path.hpp>
 
-#include "lab/common/Arguments.h"
-#include "lab/common/CommandWords.h"
+#include "lab/common/CommandLine.h"
 #include "lab/crashtest/CrashTest.h"
 #include "lab/runner/WorkFolder.h"
 
@@ -20,42 +19,33 @@ using namespace Kyr::Lab::CrashTest;
 // Exit codes; scripts rely on them.
 constexpr int kNothingLost = 0;
 constexpr int kSomethingWrong = 1;
-constexpr int kBadCommandLine = 2;
 
-constexpr char kUsage[] =
-    "usage: crashtest --programs=DIR --library=FILE [--work=DIR] [--seed=N] [--kills=N]\n"
-    "                 [--both-kills=N] [--product-kills=N] [--host-option=OPTION]...\n";
-
-void TakeCount(CArguments& arguments, const char* name, int& count) {
-    if (const auto text = arguments.TakeValue(name)) {
-        count = static_cast<int>(ParseNumber(*text));
+std::optional<int> ReadPlan(int argc, char** argv, CrashPlan& plan) {
+    CLI::App app("Kills host and product while records flow, and tells what that cost.",
+                 "crashtest");
+    std::string folder;
+    std::optional<std::uint64_t> seed;
+    app.option_defaults()->take_last()->always_capture_default();
+    app.add_option("--programs", folder, "the folder of the lab's programs")->required();
+    app.add_option("--library", plan.programs.library, "the connector library")->required();
+    app.add_option("--work", plan.work, "a folder for databases and logs; else a new one");
+    app.add_option("--seed", seed, "of the random moments; else a new one");
+    app.add_option("--kills", plan.randomKills, "of the host, at random moments");
+    app.add_option("--both-kills", plan.bothKills, "of host and product");
+    app.add_option("--product-kills", plan.productKills, "of the product alone");
+    app.add_option("--host-option", plan.programs.hostOptions,
+                   "an option for every host; many times")
+        ->take_all()
+        ->allow_extra_args(false);
+    const std::optional<int> code = ReadCommandLine(app, argc, argv);
+    if (!code) {
+        const boost::filesystem::path programs = folder;
+        plan.programs.product = (programs / ("simproduct" KYR_PROGRAM_SUFFIX)).string();
+        plan.programs.host = (programs / ("devhost" KYR_PROGRAM_SUFFIX)).string();
+        plan.seed = seed ? *seed : std::random_device()();
+        plan.work = plan.work.empty() ? Runner::NewWorkFolder() : plan.work;
     }
-}
-
-std::string Needed(CArguments& arguments, const char* name) {
-    const auto value = arguments.TakeValue(name);
-    if (!value) {
-        throw std::invalid_argument(std::string("--") + name + " is missing");
-    }
-    return *value;
-}
-
-CrashPlan ReadPlan(CArguments& arguments) {
-    CrashPlan plan;
-    const boost::filesystem::path folder = Needed(arguments, "programs");
-    plan.programs.product = (folder / ("simproduct" KYR_PROGRAM_SUFFIX)).string();
-    plan.programs.host = (folder / ("devhost" KYR_PROGRAM_SUFFIX)).string();
-    plan.programs.library = Needed(arguments, "library");
-    plan.programs.hostOptions = arguments.TakeValues("host-option");
-    const auto work = arguments.TakeValue("work");
-    const auto seed = arguments.TakeValue("seed");
-    plan.seed = seed ? ParseNumber(*seed) : std::random_device()();
-    TakeCount(arguments, "kills", plan.randomKills);
-    TakeCount(arguments, "both-kills", plan.bothKills);
-    TakeCount(arguments, "product-kills", plan.productKills);
-    arguments.Finish();
-    plan.work = work ? *work : Runner::NewWorkFolder();
-    return plan;
+    return code;
 }
 
 void Print(const CrashReport& report) {
@@ -86,12 +76,8 @@ int main(int argc, char** argv) {
     std::signal(SIGPIPE, SIG_IGN);
 #endif
     CrashPlan plan;
-    try {
-        CArguments arguments(argc, argv);
-        plan = ReadPlan(arguments);
-    } catch (const std::exception& problem) {
-        std::cerr << "crashtest: " << problem.what() << '\n' << kUsage;
-        return kBadCommandLine;
+    if (const auto code = ReadPlan(argc, argv, plan)) {
+        return *code;
     }
     std::cout << "Seed " << plan.seed << ", databases and logs in " << plan.work << std::endl;
     const CrashReport report = Run(plan);

@@ -35,11 +35,11 @@ CModuleLoader::Hooks HooksFor(const HostSettings& settings, const LineSink& even
 
 CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile)
     : events_(events),
+      loader_(settings.libraryPath, HooksFor(settings, events)),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),
       printer_(events),
       bus_(boost::make_shared<CBus>(printer_)),
-      loader_(settings.libraryPath, HooksFor(settings, events)),
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),

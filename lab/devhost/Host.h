@@ -48,12 +48,12 @@ class CHost {
 
   private:
     const LineSink events_;
+    CModuleLoader loader_;  // before the database: a library that is none leaves no file behind
     boost::shared_ptr<CDatabase> database_;
     CCollectionSteps steps_;
     CMessagePrinter printer_;
     boost::shared_ptr<CBus> bus_;
     CResourceProvider provider_;
-    CModuleLoader loader_;
     Common::Kernel::IModule& module_;  // the loader's
     CLifeCycle lifeCycle_;
     bool quitting_ = false;

@@ -4,8 +4,7 @@
 #include <fstream>
 #include <iostream>
 
-#include "lab/common/Arguments.h"
-#include "lab/common/CommandInput.h"
+#include "lab/common/CommandLine.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/Host.h"
 
@@ -17,47 +16,46 @@ using Lab::DevHost::CHost;
 // Exit codes; scripts rely on them.
 constexpr int kEndedWell = 0;
 constexpr int kCannotStart = 1;
-constexpr int kBadCommandLine = 2;
-
-constexpr char kUsage[] =
-    "usage: devhost --library=<file> [--database=<file>] [--log=<file>]\n"
-    "               [--port-layer] [--memory] [--die-at=<step>[:<n>]]\n"
-    "               [--colour=auto|always|never]\n"
-    "Commands come on standard input, one a line; `help` lists them.\n";
 
 struct Options {
-    Lab::DevHost::HostSettings host;
-    std::string logPath;
+    Lab::DevHost::HostSettings host{"", "devhost.db"};
+    std::string logPath = "devhost.log";
     bool coloured = false;
 };
 
-void ReadOptions(Lab::CArguments& arguments, Options& options) {
-    const auto library = arguments.TakeValue("library");
-    if (!library) {
-        throw std::invalid_argument("--library is missing");
-    }
-    options.host.libraryPath = *library;
-    options.host.databasePath = arguments.TakeValue("database").value_or("devhost.db");
-    options.host.portLayer = arguments.TakeFlag("port-layer");
-    options.host.memory = arguments.TakeFlag("memory");
-    if (const auto dieAt = arguments.TakeValue("die-at")) {
-        options.host.dieAt = Lab::DevHost::ParseDeathWish(*dieAt);
-    }
-    options.logPath = arguments.TakeValue("log").value_or("devhost.log");
-    options.coloured = Lab::TakeColour(arguments, Lab::OutputIsTerminal());
-    arguments.Finish();
+std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
+    CLI::App app(
+        "A small host that loads the connector library and takes commands, one a line, on "
+        "standard input; `help` lists them.",
+        "devhost");
+    Lab::DevHost::HostSettings& host = options.host;
+    app.option_defaults()->take_last()->always_capture_default();
+    app.add_option("--library", host.libraryPath, "the connector library")->required();
+    app.add_option("--database", host.databasePath, "the database's file");
+    app.add_option("--log", options.logPath, "the log's file, which only grows");
+    app.add_flag("--port-layer", host.portLayer, "the library takes its ports from this program");
+    app.add_flag("--memory", host.memory, "tells memory before and after the library is loaded");
+    app.add_option_function<std::string>(
+        "--die-at",
+        [&](const std::string& text) { host.dieAt = Lab::DevHost::ParseDeathWish(text); },
+        "<step>[:<n>]: ends at a collection's n-th such step, as if killed");
+    const Lab::CColourOption colour(app);
+    const std::optional<int> code = Lab::ReadCommandLine(app, argc, argv);
+    options.coloured = colour.IsColoured();
+    return code;
 }
 
 int Run(const Options& options, Lab::CCommandInput& input) {
-    std::ofstream logFile(options.logPath, std::ios::app);
-    if (!logFile) {
-        throw std::runtime_error("cannot open the log file " + options.logPath);
-    }
+    std::ofstream logFile;
     Lab::CLineWriter console(std::cout, Lab::SystemTimeOfDay, options.coloured);
     Lab::CLineWriter log(logFile, Lab::SystemTimeOfDay, false);
     CHost host(
         options.host, [&](const Lab::CLine& line) { console.Write(line); },
         [&](const Lab::CLine& line) { log.Write(line); });
+    logFile.open(options.logPath, std::ios::app);
+    if (!logFile) {
+        throw std::runtime_error("cannot open the log file " + options.logPath);
+    }
     if (!host.Start()) {
         return kCannotStart;
     }
@@ -69,16 +67,8 @@ int Run(const Options& options, Lab::CCommandInput& input) {
 
 int main(int argc, char** argv) {
     Options options;
-    try {
-        Lab::CArguments arguments(argc, argv);
-        if (arguments.TakeFlag("help")) {
-            std::cout << kUsage;
-            return kEndedWell;
-        }
-        ReadOptions(arguments, options);
-    } catch (const std::exception& exception) {
-        std::cerr << "devhost: " << exception.what() << '\n' << kUsage;
-        return kBadCommandLine;
+    if (const auto code = ReadOptions(argc, argv, options)) {
+        return *code;
     }
     try {
         Lab::CCommandInput input;

@@ -9,8 +9,7 @@
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/filesystem/path.hpp>
 
-#include "lab/common/Arguments.h"
-#include "lab/common/CommandInput.h"
+#include "lab/common/CommandLine.h"
 #include "lab/runner/Figures.h"
 #include "lab/runner/Interruption.h"
 #include "lab/runner/ReadFile.h"
@@ -24,9 +23,38 @@ namespace {
 using namespace Kyr::Lab;
 using namespace Kyr::Lab::Runner;
 
-constexpr const char* kUsage =
-    "usage: labrunner --programs=DIR --library=FILE [--work=DIR] [--host-option=OPTION]... "
-    "[--transcripts=DIR] [--quiet] [--colour=auto|always|never] SCENARIO...\n";
+struct Options {
+    RunnerPaths paths;
+    std::optional<std::string> work;  // nothing: a new folder
+    std::string transcripts;          // empty: none are compared
+    std::vector<std::string> files;
+    bool quiet = false;
+    bool coloured = false;
+};
+
+std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
+    CLI::App app(
+        "Plays scenarios with the lab's programs, and tells whether everything happened as "
+        "expected.",
+        "labrunner");
+    RunnerPaths& paths = options.paths;
+    app.option_defaults()->take_last()->always_capture_default();
+    app.add_option("--programs", paths.programs, "the folder of the lab's programs")->required();
+    app.add_option("--library", paths.library, "the connector library")->required();
+    app.add_option("--work", options.work, "a folder for what the programs leave; else a new one");
+    app.add_option("--transcripts", options.transcripts, "a folder of transcripts to compare with");
+    app.add_option("--host-option", paths.hostOptions, "an option for every host; many times")
+        ->take_all()
+        ->allow_extra_args(false);
+    app.add_flag("--quiet", options.quiet, "prints results only");
+    app.add_option("SCENARIO", options.files, "the scenarios, played in this order")
+        ->required()
+        ->take_all();
+    const CColourOption colour(app);
+    const std::optional<int> code = ReadCommandLine(app, argc, argv);
+    options.coloured = colour.IsColoured();
+    return code;
+}
 
 /// Reads them all, so that one that is none ends the run before anything has been played.
 std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
@@ -52,29 +80,15 @@ std::string Heading(int argc, char** argv) {
     return heading;
 }
 
-int Run(int argc, char** argv) {
-    CArguments arguments(argc, argv);
-    const bool colour = TakeColour(arguments, OutputIsTerminal());
-    const auto detail =
-        arguments.TakeFlag("quiet") ? CScreen::Detail::kResults : CScreen::Detail::kEverything;
-    RunnerPaths paths;
-    paths.programs = arguments.TakeValue("programs").value_or("");
-    paths.library = arguments.TakeValue("library").value_or("");
-    const auto work = arguments.TakeValue("work");
-    paths.hostOptions = arguments.TakeValues("host-option");
-    const auto transcripts = arguments.TakeValue("transcripts");
-    const std::vector<std::string> files = arguments.TakeWords();
-    arguments.Finish();
-    if (paths.programs.empty() || paths.library.empty() || files.empty()) {
-        std::cerr << kUsage;
-        return 2;
-    }
-
+int Run(const Options& options, const std::string& heading) {
+    RunnerPaths paths = options.paths;
+    const std::vector<std::string>& files = options.files;
     const std::vector<Scenario> scenarios = ReadScenarios(files);
-    CWorkFolder folder(work);
+    CWorkFolder folder(options.work);
     paths.ports = folder.EmptyFolder("ports");
-    paths.heading = Heading(argc, argv);
-    CScreen screen(std::cout, colour, detail);
+    paths.heading = heading;
+    CScreen screen(std::cout, options.coloured,
+                   options.quiet ? CScreen::Detail::kResults : CScreen::Detail::kEverything);
     const CInterruption interruption;
     std::vector<StepResult> results;
     Figures figures;
@@ -82,8 +96,9 @@ int Run(int argc, char** argv) {
     for (std::size_t at = 0; at < files.size() && !CInterruption::Asked(); ++at) {
         const std::string stem = boost::filesystem::path(files[at]).stem().string();
         paths.work = folder.EmptyFolder(stem);
-        if (transcripts) {
-            paths.transcript = (boost::filesystem::path(*transcripts) / (stem + ".txt")).string();
+        if (!options.transcripts.empty()) {
+            paths.transcript =
+                (boost::filesystem::path(options.transcripts) / (stem + ".txt")).string();
         }
         CRunner runner(paths, screen);
         passed = runner.Run(scenarios[at]) && passed;
@@ -107,9 +122,11 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return Run(argc, argv);
+        Options options;
+        const std::optional<int> code = ReadOptions(argc, argv, options);
+        return code ? *code : Run(options, Heading(argc, argv));
     } catch (const std::exception& e) {
         std::cerr << "labrunner: " << e.what() << "\n";
-        return 2;
+        return kBadCommandLine;
     }
 }

@@ -4,7 +4,7 @@
 #include <iostream>
 #include <optional>
 
-#include "lab/common/Arguments.h"
+#include "lab/common/CommandLine.h"
 #include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/commands/AgentUuidCommand.h"
@@ -15,6 +15,7 @@
 #include "lab/simproduct/desk/RequestDesk.h"
 #include "lab/simproduct/ports/AlpcServer.h"
 #include "lab/simproduct/ports/LpcServer.h"
+#include "lab/simproduct/state/Registration.h"
 #include "lab/simproduct/typed/AreaCommands.h"
 #include "lab/simproduct/typed/FaultCommands.h"
 #include "lab/simproduct/typed/ProcessCommands.h"
@@ -30,56 +31,57 @@ using namespace Kyr::Lab::SimProduct;
 // Exit codes; scripts rely on them.
 constexpr int kEndedWell = 0;
 constexpr int kCannotStart = 1;
-constexpr int kBadCommandLine = 2;
 constexpr int kLeftSomethingBehind = 3;
 
-constexpr char kUsage[] =
-    "usage: simproduct [--victim=<program>] [--records=<file>] [--misbehave=\"<fault> ...\"]...\n"
-    "                [--build=<n>|--not-installed] [--install-only] [--nothing-new] [--wire]\n"
-    "                [--colour=auto|always|never]\n"
-    "Commands come on standard input, one a line; `help` lists them.\n";
-
 struct Options {
-    bool help = false;
     bool wire = false;
     bool coloured = false;
     bool installOnly = false;
     bool nothingNew = false;
-    std::optional<std::int32_t> build = kUsualBuild;
-    std::string victim;
-    std::optional<std::string> records;
+    bool notInstalled = false;
+    std::int32_t build = kUsualBuild;
+    std::string victim = OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX;
+    std::string records;  // empty: without a file
     CMisbehaviours misbehaviours;
 };
 
-void ReadOptions(int argc, char** argv, Options& options) {
-    CArguments arguments(argc, argv);
-    options.help = arguments.TakeFlag("help");
-    options.wire = arguments.TakeFlag("wire");
-    options.installOnly = arguments.TakeFlag("install-only");
-    options.nothingNew = arguments.TakeFlag("nothing-new");
-    if (const auto build = arguments.TakeValue("build")) {
-        options.build = ParseBuild(*build);
-    }
-    if (arguments.TakeFlag("not-installed")) {
-        options.build.reset();
-    }
-    options.coloured = TakeColour(arguments, OutputIsTerminal());
-    options.victim =
-        arguments.TakeValue("victim").value_or(OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX);
-    options.records = arguments.TakeValue("records");
-    for (const std::string& fault : arguments.TakeValues("misbehave")) {
-        options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
-    }
-    arguments.Finish();
+std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
+    CLI::App app(
+        "A simulated Ov agent that takes commands, one a line, on standard input; `help` "
+        "lists them.",
+        "simproduct");
+    app.option_defaults()->take_last()->always_capture_default();
+    app.add_option("--victim", options.victim, "the program that `start` starts");
+    app.add_option("--records", options.records, "a file that keeps the records");
+    app.add_option("--build", options.build, "the build number to register");
+    app.add_flag("--not-installed", options.notInstalled, "takes the registration back");
+    app.add_flag("--install-only", options.installOnly, "registers and ends");
+    app.add_flag("--nothing-new", options.nothingNew,
+                 "a connector that comes takes the broadcast area for read");
+    app.add_flag("--wire", options.wire, "tells the bytes of requests and replies");
+    app.add_option_function<std::vector<std::string>>(
+           "--misbehave",
+           [&](const std::vector<std::string>& faults) {
+               for (const std::string& fault : faults) {
+                   options.misbehaviours.Add(ParseMisbehaviour(SplitWords(fault)));
+               }
+           },
+           "<fault> ...: as the command of that name; any number of times")
+        ->take_all()
+        ->allow_extra_args(false);
+    const CColourOption colour(app);
+    const std::optional<int> code = ReadCommandLine(app, argc, argv);
+    options.coloured = colour.IsColoured();
+    return code;
 }
 
 /// Makes the registration what the command line says.
 /// Errors: std::runtime_error.
 void Register(IRegistration& registration, const Options& options) {
-    if (options.build) {
-        registration.Install(*options.build);
-    } else {
+    if (options.notInstalled) {
         registration.Uninstall();
+    } else {
+        registration.Install(options.build);
     }
 }
 
@@ -100,7 +102,7 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     CConfiguration configuration;
     CProtection protection(configuration);
     CTaskBook tasks(processes, results, sink);
-    CRecordLists records = options.records ? CRecordLists(*options.records) : CRecordLists();
+    CRecordLists records = options.records.empty() ? CRecordLists() : CRecordLists(options.records);
     const std::unique_ptr<IProcessTable> table = MakeSystemProcessTable();
     CLiveTelemetry telemetry(*table, records, Kyr::Base::SystemClock(), sink);
     const CInnerCommands commands(
@@ -152,15 +154,8 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
 
 int main(int argc, char** argv) {
     Options options;
-    try {
-        ReadOptions(argc, argv, options);
-    } catch (const std::exception& problem) {
-        std::cerr << "simproduct: " << problem.what() << '\n' << kUsage;
-        return kBadCommandLine;
-    }
-    if (options.help) {
-        std::cout << kUsage;
-        return kEndedWell;
+    if (const auto code = ReadOptions(argc, argv, options)) {
+        return *code;
     }
     CCommandInput input;
     CLineWriter writer(std::cout, SystemTimeOfDay, options.coloured);

@@ -1,11 +1,10 @@
-// endurance [--cycles=<n>] [--tasks=<n>] [--seed=<n>] [--growth-kib=<n>]: README.md says what it
-// does. Exit codes: 0 nothing found, 1 something found, 2 bad command line.
+// endurance: README.md says what it does, --help how. Exit codes: 0 nothing found, 1 something
+// found, 2 bad command line.
 
 #include <Poco/Environment.h>
 #include <iostream>
 
-#include "lab/common/Arguments.h"
-#include "lab/common/CommandWords.h"
+#include "lab/common/CommandLine.h"
 #include "tests/endurance/Endurance.h"
 #include "tests/support/system/TemporaryFolder.h"
 
@@ -18,33 +17,22 @@ struct Options {
     std::uint64_t growthKiB = 0;
 };
 
-Options ReadOptions(int argc, char** argv) {
-    Options options;
-    Kyr::Lab::CArguments arguments(argc, argv);
-    const auto take = [&](const char* name, std::uint64_t& value) {
-        if (const auto text = arguments.TakeValue(name)) {
-            value = Kyr::Lab::ParseNumber(*text);
-        }
-    };
-    take("cycles", options.cycles);
-    take("tasks", options.tasks);
-    take("seed", options.seed);
-    take("growth-kib", options.growthKiB);
-    arguments.Finish();
-    return options;
+std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
+    CLI::App app("The real module for a long time.", "endurance");
+    app.option_defaults()->always_capture_default();
+    app.add_option("--cycles", options.cycles, "starts and stops of the module");
+    app.add_option("--tasks", options.tasks, "tasks while the product fails at random");
+    app.add_option("--seed", options.seed, "of what is random");
+    app.add_option("--growth-kib", options.growthKiB, "memory that may be gained");
+    return Kyr::Lab::ReadCommandLine(app, argc, argv);
 }
 
 }  // namespace
 
 int main(int argc, char** argv) {
     Options options;
-    try {
-        options = ReadOptions(argc, argv);
-    } catch (const std::exception& problem) {
-        std::cerr << "endurance: " << problem.what() << '\n'
-                  << "usage: endurance [--cycles=<n>] [--tasks=<n>] [--seed=<n>] "
-                     "[--growth-kib=<n>]\n";
-        return 2;
+    if (const auto code = ReadOptions(argc, argv, options)) {
+        return *code;
     }
     const Kyr::Test::CTemporaryFolder folder;
     Poco::Environment::set("KELCOMM_RUNTIME_DIR", folder.File("run"));

@@ -28,13 +28,15 @@ DeathWish ParseDeathWish(const std::string& text) {
     const std::size_t colon = text.find(':');
     DeathWish wish;
     wish.count = colon == std::string::npos ? 1 : ParseNumber(text.substr(colon + 1));
+    std::string names;
     for (const StepRow& row : kSteps) {
         if (text.compare(0, colon, row.name) == 0) {
             wish.step = row.step;
             return wish;
         }
+        names += std::string(names.empty() ? "" : ", ") + row.name;
     }
-    throw std::invalid_argument("no such step: " + text);
+    throw std::invalid_argument("no such step: " + text + "; there are " + names);
 }
 
 CCollectionSteps::CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die)

@@ -28,7 +28,7 @@ struct DeathWish {
     std::uint64_t count = 1;
 };
 
-/// Errors: std::invalid_argument for a text that names no step.
+/// Errors: std::invalid_argument for a text that names no step; it tells which there are.
 DeathWish ParseDeathWish(const std::string& text);
 
 class CCollectionSteps {

@@ -4,12 +4,17 @@
 #include <iostream>
 #include <string>
 
-#include "lab/common/Arguments.h"
 #include "lab/common/EndThisProcess.h"
 
 int main(int argc, char** argv) {
-    Kyr::Lab::CArguments arguments(argc, argv);
-    const std::string way = arguments.TakeValue("end").value_or("");
+    const std::string option = "--end=";
+    std::string way;
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument.compare(0, option.size(), option) == 0) {
+            way = argument.substr(option.size());
+        }
+    }
     if (way == "killed") {
         Kyr::Lab::EndThisProcess();
     }

@@ -53,7 +53,14 @@ TEST(CollectionStepsTest, WithoutAWishNobodyDies) {
 }
 
 TEST(CollectionStepsTest, UnknownStepIsRefused) {
-    EXPECT_THROW(ParseDeathWish("after-lunch"), std::invalid_argument);
+    try {
+        ParseDeathWish("after-lunch");
+        FAIL() << "no exception";
+    } catch (const std::invalid_argument& problem) {
+        EXPECT_STREQ(problem.what(),
+                     "no such step: after-lunch; there are before-request, after-reply, "
+                     "after-publish, before-offset, after-offset");
+    }
     EXPECT_THROW(ParseDeathWish("after-reply:"), std::invalid_argument);
     EXPECT_THROW(ParseDeathWish(""), std::invalid_argument);
 }

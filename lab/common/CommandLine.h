@@ -1,0 +1,54 @@
+// What the command lines of the lab's programs have in common. Includes CLI11, which takes long to
+// compile: for the one source of a program that holds its `main`.
+//
+// Threads: one. Errors: none.
+#pragma once
+
+#include <iostream>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "lab/common/CommandInput.h"
+
+namespace Kyr::Lab {
+
+constexpr int kBadCommandLine = 2;  // an exit code; scripts rely on it
+
+/// Reads the command line. Gives the exit code of a program that shall not go on, because it was
+/// asked for help or nobody understands what it was given; everything has been said then.
+inline std::optional<int> ReadCommandLine(CLI::App& app, int argc, char** argv) {
+    try {
+        app.parse(argc, argv);
+        return std::nullopt;
+    } catch (const CLI::CallForHelp& help) {
+        return app.exit(help);
+    } catch (const std::exception& problem) {
+        // Told first: it may be what was meant for an option that is missing now.
+        const std::vector<std::string> strange = app.remaining();
+        std::cerr << app.get_name() << ": "
+                  << (strange.empty() ? problem.what() : "not understood: " + strange.front())
+                  << '\n'
+                  << app.help();
+        return kBadCommandLine;
+    }
+}
+
+/// The option --colour.
+class CColourOption {
+  public:
+    explicit CColourOption(CLI::App& app) {
+        app.add_option("--colour", colour_, "colours; auto: on a terminal")
+            ->check(CLI::IsMember({"auto", "always", "never"}));
+    }
+    bool IsColoured() const {
+        return colour_ == "always" || (colour_ == "auto" && OutputIsTerminal());
+    }
+
+  private:
+    std::string colour_ = "auto";
+};
+
+}  // namespace Kyr::Lab
