@@ -58,42 +58,30 @@ TEST_F(HostTest, ValueThatWasSetIsShown) {
     EXPECT_EQ(LastEvent(), "answer command=get key=XDR_ENABLED value=1");
 }
 
-TEST_F(HostTest, KillCommandAnswersWithItsIdentifiersAndThenPublishesTheTask) {
-    host_.Execute("kill pid=1 ids=a,b,c");
-    EXPECT_THAT(events_.Texts(),
-                ElementsAre("answer command=kill ids=a,b,c",
-                            "publish type=918 name=KillProcessByPid context=1 by=host"));
-}
-
-TEST_F(HostTest, PolicyCommandAnswersAndThenPublishesThePolicy) {
-    host_.Execute("policy text=a");
-    EXPECT_THAT(events_.Texts(),
-                ElementsAre("answer command=policy",
-                            "publish type=194 name=ApplyPolicy context=1 by=host"));
-}
-
-TEST_F(HostTest, TriggerCommandAnswersAndThenPublishesTheTrigger) {
-    host_.Execute("trigger kind=3");
-    EXPECT_THAT(events_.Texts(),
-                ElementsAre("answer command=trigger",
-                            "publish type=7 name=OvAgentRequest context=1 by=host request=3"));
-}
-
-TEST_F(HostTest, ReplyCommandAnswersAndThenPublishesTheReply) {
-    host_.Execute("reply request=3");
-    EXPECT_THAT(events_.Texts(), ElementsAre("answer command=reply",
-                                             "publish type=688 name=Response context=1 by=host"));
+TEST_F(HostTest, MessageOfACommandIsPublishedBehindItsAnswer) {
+    const struct {
+        const char* line;
+        const char* answer;
+        const char* published;
+    } kRows[] = {
+        {"kill pid=1 ids=a,b,c", "kill ids=a,b,c", "918 name=KillProcessByPid context=1 by=host"},
+        {"block ids=a,b,c", "block ids=a,b,c", "919 name=BlockExecutableByHash context=2 by=host"},
+        {"policy text=a", "policy", "194 name=ApplyPolicy context=3 by=host"},
+        {"trigger kind=3", "trigger", "7 name=OvAgentRequest context=4 by=host request=3"},
+        {"reply request=3", "reply", "688 name=Response context=5 by=host"},
+    };
+    for (const auto& row : kRows) {
+        events_.Take();
+        host_.Execute(row.line);
+        EXPECT_THAT(events_.Take(), ElementsAre(std::string("answer command=") + row.answer,
+                                                std::string("publish type=") + row.published));
+    }
 }
 
 TEST_F(HostTest, MemoryCommandTellsTheMemoryAndThenAnswers) {
     host_.Execute("memory");
     EXPECT_THAT(events_.Texts(),
                 ElementsAre(::testing::StartsWith("memory when=asked "), "answer command=memory"));
-}
-
-TEST_F(HostTest, BlockCommandPublishesTheTask) {
-    host_.Execute("block sha256=ab ids=a,b,c");
-    EXPECT_EQ(LastEvent(), "publish type=919 name=BlockExecutableByHash context=1 by=host");
 }
 
 TEST(HostWithoutLibraryTest, MissingLibraryIsAnErrorThatNamesIt) {

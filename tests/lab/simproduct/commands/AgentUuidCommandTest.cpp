@@ -15,8 +15,9 @@ class AgentUuidCommandTest : public ::testing::Test {
   protected:
     InnerReply Send(const Bytes& body) {
         InnerAction action;
+        action.inner.command = 0x9A;
         action.inner.body = body;
-        return AgentUuidCommands(lines_.Sink()).at(0).handler(action);
+        return CInnerCommands({AgentUuidCommands(lines_.Sink())}).Perform(action);
     }
 
     CLineList lines_;
@@ -27,10 +28,6 @@ const Bytes kKindRecord = HexBytes("04 01 00 00  04 00 00 00  03 00 00 00");
 const Bytes kUuidRecord = HexBytes("02 00 10 00  25 00 00 00")
                         + TextBytes("0f0e0d0c-0b0a-0908-0706-050403020100") + HexBytes("00");
 // clang-format on
-
-TEST_F(AgentUuidCommandTest, RequestIsNumber9A) {
-    EXPECT_EQ(0x9Au, AgentUuidCommands(lines_.Sink()).at(0).number);
-}
 
 TEST_F(AgentUuidCommandTest, UuidIsToldAndAcceptedWithoutPayload) {
     const InnerReply reply = Send(kKindRecord + kUuidRecord);
@@ -55,15 +52,10 @@ TEST_F(AgentUuidCommandTest, BodyThatEndsInARecordIsRefused) {
     EXPECT_THAT(lines_.Take(), IsEmpty());
 }
 
-TEST_F(AgentUuidCommandTest, LengthBeyondEveryBufferIsRefused) {
+TEST_F(AgentUuidCommandTest, RecordThatLiesIsRefused) {
+    // A length beyond every buffer, another kind than three, an identifier without its NUL.
     EXPECT_THROW(Send(kKindRecord + HexBytes("02 00 10 00 FF FF FF FF 00")), CMalformed);
-}
-
-TEST_F(AgentUuidCommandTest, AnotherKindThanThreeIsRefused) {
     EXPECT_THROW(Send(HexBytes("04 01 00 00 04 00 00 00 02 00 00 00") + kUuidRecord), CMalformed);
-}
-
-TEST_F(AgentUuidCommandTest, UuidWithoutItsNulIsRefused) {
     EXPECT_THROW(Send(kKindRecord + HexBytes("02 00 10 00 01 00 00 00 41")), CMalformed);
 }
 

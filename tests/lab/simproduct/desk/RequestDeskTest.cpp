@@ -187,15 +187,11 @@ TEST_F(RequestDeskTest, CodeFaultRefusesTheRequest) {
     EXPECT_TRUE(OneIsRunning());
 }
 
-TEST_F(RequestDeskTest, CodeFaultCanFailPings) {
-    Misbehave("code 1 command=0");
-
+TEST_F(RequestDeskTest, PingsFailWhenAFaultIsForThem) {
+    Misbehave("code 1 command=0 for=1");
     EXPECT_EQ(1u, Desk().Answer(Ping()).code);
-}
 
-TEST_F(RequestDeskTest, OversizedPingCarriesBytes) {
     Misbehave("oversized 4 command=0");
-
     EXPECT_EQ(Bytes(4, 0), Desk().Answer(Ping()).bytes);
 }
 
@@ -207,22 +203,24 @@ TEST_F(RequestDeskTest, ShortFaultCutsTheReplyAfterItIsDone) {
     EXPECT_EQ("killed", product_.TaskLog().at(0).text);
 }
 
-TEST_F(RequestDeskTest, ShortFaultDoesNotLengthen) {
-    Misbehave("short 13");
-
-    EXPECT_EQ(kDoneReply, Kill().bytes);
-}
-
-TEST_F(RequestDeskTest, HeaderSizeFaultChangesTheFirstField) {
-    Misbehave("header-size 16");
-
-    EXPECT_EQ(HexBytes("10 00 00 00 00 00 00 00 00 00 00 00"), Kill().bytes);
-}
-
-TEST_F(RequestDeskTest, ValueFaultChangesTheThirdField) {
-    Misbehave("value 0x01020304");
-
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 04 03 02 01"), Kill().bytes);
+TEST_F(RequestDeskTest, FaultsOfTheReplyChangeItsBytes) {
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), TwoBytes().bytes);
+    const struct {
+        const char* fault;
+        const char* reply;
+    } kRows[] = {
+        {"short 15", "0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"},
+        {"header-size 16", "10 00 00 00 00 00 00 00 02 00 00 00 AA BB"},
+        {"value 0x01020304", "0C 00 00 00 00 00 00 00 04 03 02 01 AA BB"},
+        {"no-payload", "0C 00 00 00 00 00 00 00 00 00 00 00"},
+        {"bad-payload inner=8", "0C 00 00 00 00 00 00 00 01 00 00 00 07"},
+        {"result-code 7", "0C 00 00 00 00 00 00 00 02 00 00 00 10 07"},
+    };
+    for (const auto& row : kRows) {
+        misbehaviours_.Clear();
+        Misbehave(row.fault);
+        EXPECT_EQ(HexBytes(row.reply), TwoBytes().bytes) << row.fault;
+    }
 }
 
 TEST_F(RequestDeskTest, OversizedFaultLengthensTheReply) {
@@ -235,19 +233,15 @@ TEST_F(RequestDeskTest, OversizedFaultLengthensTheReply) {
     EXPECT_EQ(kDoneReply, Bytes(answer.bytes.begin(), answer.bytes.begin() + 12));
 }
 
-TEST_F(RequestDeskTest, BadLengthFaultAnnouncesOneMoreThanThereIs) {
+TEST_F(RequestDeskTest, BadLengthFaultAnnouncesWhatItIsToldOrOneMoreThanThereIs) {
+    Misbehave("bad-length 4294967295 for=1");
+    EXPECT_EQ(4294967295u, Kill().AnnouncedLength());
     Misbehave("bad-length");
 
     const PortAnswer answer = Kill();
 
     EXPECT_EQ(kDoneReply, answer.bytes);
     EXPECT_EQ(13u, answer.AnnouncedLength());
-}
-
-TEST_F(RequestDeskTest, BadLengthFaultAnnouncesWhatItIsTold) {
-    Misbehave("bad-length 4294967295");
-
-    EXPECT_EQ(4294967295u, Kill().AnnouncedLength());
 }
 
 TEST_F(RequestDeskTest, ViewFaultsMakeTheReplyLongEnoughForAView) {
@@ -318,21 +312,6 @@ TEST_F(RequestDeskTest, StopEndsADelay) {
     Kill();
 
     EXPECT_EQ(2u, product_.TaskLog().size());
-}
-
-TEST_F(RequestDeskTest, NoPayloadLeavesTheHeader) {
-    Misbehave("no-payload");
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), TwoBytes().bytes);
-}
-
-TEST_F(RequestDeskTest, BadPayloadIsNoMessage) {
-    Misbehave("bad-payload inner=8");
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 01 00 00 00 07"), TwoBytes().bytes);
-}
-
-TEST_F(RequestDeskTest, ResultCodeReplacesThePayload) {
-    Misbehave("result-code 7");
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 10 07"), TwoBytes().bytes);
 }
 
 }  // namespace

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <utility>
+#include <vector>
 
 #include "lab/simproduct/ports/LpcMessages.h"
 #include "tests/support/HexBytes.h"
@@ -112,41 +114,26 @@ TEST_F(MalformedLpcRequestTest, EveryTruncationIsRefused) {
     }
 }
 
-TEST_F(MalformedLpcRequestTest, LengthsThatDoNotAgreeAreRefused) {
-    Bytes message = kSmall32;
-    message[2] = 0x29;
-    ExpectRefused(message);
+TEST_F(MalformedLpcRequestTest, NumbersThatContradictEachOtherAreRefused) {
+    const std::vector<std::pair<std::size_t, std::uint8_t>> kLies[] = {
+        {{2, 0x3B}},             // total length
+        {{6, 0x28}},             // the block at another place
+        {{36, 0x03}},            // with another count
+        {{0, 0x10}, {2, 0x28}},  // that ends behind the message: 16 bytes of data, it needs 20
+        {{44, 0x02}},            // the payload in the message and by reference
+    };
+    for (const auto& lie : kLies) {
+        Bytes message = kLargeInline32;
+        for (const auto& [place, value] : lie) {
+            message[place] = value;
+        }
+        ExpectRefused(message);
+    }
 }
 
 TEST_F(MalformedLpcRequestTest, DataTooShortForTheFixedFieldsIsRefused) {
     // Data length 8: command and flags, but no capacity.
     ExpectRefused(HexBytes("08 00 20 00 01 20 00 00 " + kIds32 + "03 00 00 00 00 00 00 00"));
-}
-
-TEST_F(MalformedLpcRequestTest, BlockAtAnotherPlaceIsRefused) {
-    Bytes message = kLargeInline32;
-    message[6] = 0x28;
-    ExpectRefused(message);
-}
-
-TEST_F(MalformedLpcRequestTest, BlockWithAnotherCountIsRefused) {
-    Bytes message = kLargeInline32;
-    message[36] = 0x03;
-    ExpectRefused(message);
-}
-
-TEST_F(MalformedLpcRequestTest, BlockThatEndsBehindTheMessageIsRefused) {
-    // Data length 16 while the block alone needs 20 behind the fixed fields.
-    Bytes message = kLargeInline32;
-    message[0] = 0x10;
-    message[2] = 0x28;
-    ExpectRefused(message);
-}
-
-TEST_F(MalformedLpcRequestTest, PayloadInTheMessageAndByReferenceIsRefused) {
-    Bytes message = kLargeInline32;
-    message[44] = 0x02;
-    ExpectRefused(message);
 }
 
 TEST(LpcMessagesTest, ReplyIn32BitStructuresRepeatsTheIds) {
