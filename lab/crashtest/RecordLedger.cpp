@@ -1,21 +1,22 @@
 #include "lab/crashtest/RecordLedger.h"
 
+#include <algorithm>
+
 namespace Kyr::Lab::CrashTest {
 
-std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::uint64_t>& numbers,
+std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::string>& records,
                                                     std::uint64_t offset) {
     std::uint64_t last = offset_;
-    for (const std::uint64_t number : numbers) {
-        if (number != last + 1) {
-            return "record " + std::to_string(number) + " came where " + std::to_string(last + 1) +
-                   " was due";
+    for (const std::string& record : records) {
+        if (last >= expected_.size() || record != expected_[last]) {
+            return Describe(record) + " came where " + std::to_string(last + 1) + " was due";
         }
-        last = number;
+        ++last;
         ++stored_;
-        if (number <= highest_) {
+        if (last <= highest_) {
             ++twice_;
         } else {
-            highest_ = number;
+            highest_ = last;
         }
     }
     if (offset < offset_) {
@@ -33,6 +34,12 @@ std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::uint6
     batchesInFlight_ += last == offset ? 0 : 1;
     offset_ = offset;
     return std::nullopt;
+}
+
+std::string CRecordLedger::Describe(const std::string& record) const {
+    const auto found = std::find(expected_.begin(), expected_.end(), record);
+    return found == expected_.end() ? "a record that is none of the product's"
+                                    : "record " + std::to_string(found - expected_.begin() + 1);
 }
 
 }  // namespace Kyr::Lab::CrashTest

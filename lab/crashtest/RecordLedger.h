@@ -1,5 +1,5 @@
 // The account of one kind of records over many lives of a host: what a life has stored must go on
-// exactly where the offset that it found said.
+// exactly where the offset that it found said, and be what the product handed out, byte for byte.
 //
 // Threads: one at a time.
 #pragma once
@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Kyr::Lab::CrashTest {
@@ -16,9 +17,12 @@ class CRecordLedger {
     /// `batch` is how many records one reply carries at most.
     explicit CRecordLedger(std::uint64_t batch) : batch_(batch) {}
 
-    /// Closes the account of one life: the numbers of the records that it stored, in order, and the
-    /// offset that it left. Says what is wrong, if anything is.
-    std::optional<std::string> CloseLife(const std::vector<std::uint64_t>& numbers,
+    /// The next record that the product has; they are numbered from 1.
+    void Expect(std::string record) { expected_.push_back(std::move(record)); }
+
+    /// Closes the account of one life: the records that it stored, in order, and the offset that it
+    /// left. Says what is wrong, if anything is.
+    std::optional<std::string> CloseLife(const std::vector<std::string>& records,
                                          std::uint64_t offset);
 
     std::uint64_t Stored() const { return stored_; }
@@ -30,7 +34,10 @@ class CRecordLedger {
     std::uint64_t BatchesInFlight() const { return batchesInFlight_; }
 
   private:
+    std::string Describe(const std::string& record) const;
+
     const std::uint64_t batch_;
+    std::vector<std::string> expected_;
     std::uint64_t offset_ = 0;  // that the next life finds
     std::uint64_t stored_ = 0;
     std::uint64_t twice_ = 0;

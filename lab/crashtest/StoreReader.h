@@ -13,13 +13,13 @@
 
 namespace Kyr::Lab::CrashTest {
 
-/// The kinds of records, and how host and product call what belongs to each.
+/// The kinds of records, in the product's order, and how host and product call what belongs to
+/// each.
 struct RecordSource {
     const char* name;       // as the product calls it
     const char* trigger;    // the number of the request for it
     const char* offsetKey;  // in the host's database
     const char* query;      // the records behind the number of a row
-    bool isAction;
 };
 extern const RecordSource kKinds[3];
 
@@ -27,9 +27,8 @@ class CStoreReader {
   public:
     explicit CStoreReader(const std::string& path) : path_(path) {}
 
-    /// The numbers of the records that have come since the last call, in order; 0 stands for a
-    /// record that has none.
-    std::vector<std::uint64_t> NewNumbers(const RecordSource& kind);
+    /// The records that have come since the last call, in order.
+    std::vector<std::string> NewRecords(const RecordSource& kind);
 
     std::uint64_t Offset(const RecordSource& kind) const;
 

@@ -8,6 +8,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/common/EndThisProcess.h"
+#include "lab/simproduct/records/RecordFile.h"
 
 namespace Kyr::Lab::CrashTest {
 
@@ -161,10 +162,20 @@ void CWorld::QuitBoth() {
     CloseLife();
 }
 
+void CWorld::ExpectNewRecords() {
+    using namespace SimProduct;
+    recordsRead_ =
+        ReadRecords(File(folder_, "records"), recordsRead_,
+                    [this](RecordKind kind, const ProductRecord& record) {
+                        ledgers_[static_cast<std::size_t>(kind)].Expect(BytesOf(kind, record));
+                    });
+}
+
 void CWorld::CloseLife() {
+    ExpectNewRecords();
     for (std::size_t i = 0; i < ledgers_.size(); ++i) {
         const std::optional<std::string> problem =
-            ledgers_[i].CloseLife(store_.NewNumbers(kKinds[i]), store_.Offset(kKinds[i]));
+            ledgers_[i].CloseLife(store_.NewRecords(kKinds[i]), store_.Offset(kKinds[i]));
         if (problem) {
             throw std::runtime_error(std::string(kKinds[i].name) + ": " + *problem);
         }

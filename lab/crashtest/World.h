@@ -66,15 +66,18 @@ class CWorld {
                                           Runner::CActor::Listener listener) const;
     void Command(const std::string& line);
     void BuryHost();
+    /// Enters what the product has got since the last call.
+    void ExpectNewRecords();
 
     const Programs programs_;
     const std::string folder_;
     const std::uint64_t batch_;
     CHandedOut handedOut_;
     CStoreReader store_;
-    std::array<CRecordLedger, 3> ledgers_;
-    std::uint64_t appended_ = 0;  // of each kind
-    std::size_t answers_ = 0;     // of this product
+    std::array<CRecordLedger, 3> ledgers_;  // in the order of kKinds
+    std::uintmax_t recordsRead_ = 0;        // bytes of the product's file
+    std::uint64_t appended_ = 0;            // of each kind
+    std::size_t answers_ = 0;               // of this product
     std::unique_ptr<Runner::CActor> product_;
     std::unique_ptr<Runner::CActor> host_;
 };

@@ -6,30 +6,18 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-// Numbers of commands and of fields: protocol, except for the text of an action. To everyone but
-// the product an action is opaque beyond its type, and must come through whole all the same.
+// Numbers of commands and of fields: protocol.
 constexpr std::uint32_t kGetIndicators = 0x00100000;
 constexpr std::uint32_t kGetActions = 0x00100001;
 constexpr std::uint32_t kGetTelemetry = 0x00100002;
 constexpr std::uint32_t kOffsetField = 1;
 constexpr std::uint32_t kRecordsField = 1;
 constexpr std::uint32_t kResultCodeField = 2;
-constexpr std::uint32_t kActionTypeField = 1;
-constexpr std::uint32_t kActionTextField = 2;
-
-std::string EncodeAction(const ProductRecord& action) {
-    CWireWriter writer;
-    // A negative type is written as the 64-bit number that it widens to.
-    writer.AddInteger(kActionTypeField, static_cast<std::uint64_t>(std::int64_t{action.actionType}))
-        .AddBytes(kActionTextField, action.text);
-    return {writer.Written().begin(), writer.Written().end()};
-}
 
 Bytes EncodeBatch(RecordKind kind, const std::vector<ProductRecord>& batch) {
     CWireWriter writer;
     for (const ProductRecord& record : batch) {
-        writer.AddBytes(kRecordsField,
-                        kind == RecordKind::kAction ? EncodeAction(record) : record.text);
+        writer.AddBytes(kRecordsField, BytesOf(kind, record));
     }
     // The result code is 0, the default, and so not written: no records make no payload at all.
     return writer.Written();

@@ -24,25 +24,25 @@ bool Read(std::istream& stream, RecordKind& kind, ProductRecord& record) {
            stream.get() == '\n';
 }
 
-/// Gives every whole record away and returns how many bytes they take.
-std::uintmax_t ReadAll(const std::string& path, const CRecordFile::TakeRecord& take) {
+}  // namespace
+
+std::uintmax_t ReadRecords(const std::string& path, std::uintmax_t position,
+                           const TakeRecord& take) {
     std::ifstream file(path, std::ios::binary);
-    std::uintmax_t whole = 0;
+    file.seekg(static_cast<std::streamoff>(position));
     RecordKind kind{};
     ProductRecord record;
     while (Read(file, kind, record)) {
-        whole = static_cast<std::uintmax_t>(file.tellg());
+        position = static_cast<std::uintmax_t>(file.tellg());
         take(kind, std::move(record));
         record = ProductRecord();
     }
-    return whole;
+    return position;
 }
-
-}  // namespace
 
 CRecordFile::CRecordFile(const std::string& path, const TakeRecord& take) : path_(path) {
     if (std::filesystem::exists(path)) {
-        std::filesystem::resize_file(path, ReadAll(path, take));
+        std::filesystem::resize_file(path, ReadRecords(path, 0, take));
     }
     file_.open(path, std::ios::binary | std::ios::app);
     if (!file_) {

@@ -9,6 +9,7 @@
 // Errors: std::runtime_error when the file cannot be read or written.
 #pragma once
 
+#include <cstdint>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -17,10 +18,15 @@
 
 namespace Kyr::Lab::SimProduct {
 
+using TakeRecord = std::function<void(RecordKind, ProductRecord)>;
+
+/// Gives every whole record of the file from that position on to `take`, in order; returns the
+/// position behind the last one. The product may be writing. A missing file has no records.
+std::uintmax_t ReadRecords(const std::string& path, std::uintmax_t position,
+                           const TakeRecord& take);
+
 class CRecordFile {
   public:
-    using TakeRecord = std::function<void(RecordKind, ProductRecord)>;
-
     /// Opens or makes the file, and gives every record in it to `take`, in order.
     CRecordFile(const std::string& path, const TakeRecord& take);
 

@@ -11,7 +11,7 @@ TEST(StoreReaderTest, HostKilledBeforeItMadeItsTablesHasStoredNothing) {
     const Kyr::Test::CTemporaryFolder folder;
     CStoreReader reader(folder.File("host.db"));
     for (const RecordSource& kind : kKinds) {
-        EXPECT_THAT(reader.NewNumbers(kind), testing::IsEmpty()) << kind.name;
+        EXPECT_THAT(reader.NewRecords(kind), testing::IsEmpty()) << kind.name;
         EXPECT_EQ(reader.Offset(kind), 0U) << kind.name;
     }
 }

@@ -1,4 +1,6 @@
-// A host that ends in a way of its own must not pass for one that was killed.
+// A host that ends in a way of its own must not pass for one that was killed, nor other bytes for
+// the product's.
+#include <fstream>
 #include <gmock/gmock.h>
 #include <stdexcept>
 
@@ -40,7 +42,25 @@ class WorldTest : public ::testing::Test {
         return ProblemOf([this] { world_.AwaitKilledHost(); });
     }
 
+    /// What the product has in its file, and what the host has stored.
+    void WriteRecords(const std::string& text) {
+        std::ofstream(folder_.File("world/records"), std::ios::binary | std::ios::app) << text;
+    }
+    void Store(const std::vector<std::string>& indicators,
+               const std::vector<std::string>& actions) {
+        DevHost::CDatabase database(folder_.File("world/host.db"));
+        database.Miner().Store(Common::Kernel::MessageType::DataMinerStoreEcsIndicatorLogs,
+                               indicators);
+        database.RemediationActions().StoreActions(actions);
+        indicators_ += indicators.size();
+        database.KeyValues().SetValue("XDR_OFFSET", std::to_string(indicators_));
+    }
+    std::string ProblemOfClosing() {
+        return ProblemOf([this] { world_.CloseLife(); });
+    }
+
     const Kyr::Test::CTemporaryFolder folder_;
+    std::size_t indicators_ = 0;
     CWorld world_{{"", KYR_FRAIL_HOST, "", {}}, folder_.File("world"), kBatch};
 };
 
@@ -81,6 +101,29 @@ TEST_F(WorldTest, HostThatHasEndedBringsNoMoreRecords) {
     AwaitDeath();
     EXPECT_EQ("the host has ended by itself, with 42",
               ProblemOf([this] { world_.Drain(std::chrono::seconds(20)); }));
+}
+
+TEST_F(WorldTest, RecordsAsTheProductHasThemAreRight) {
+    WriteRecords("indicator 0 3\none\naction 3 3\ntwo\n");
+    Store({"one"}, {"\x08\x03\x12\x03two"});
+    EXPECT_EQ("none", ProblemOfClosing());
+    WriteRecords("indicator 0 5\nthree\n");
+    Store({"three"}, {});
+    EXPECT_EQ("none", ProblemOfClosing());
+}
+
+TEST_F(WorldTest, RecordWithoutItsLastByteIsTold) {
+    WriteRecords("indicator 0 3\none\n");
+    Store({"on"}, {});
+    EXPECT_EQ("indicator: a record that is none of the product's came where 1 was due",
+              ProblemOfClosing());
+}
+
+TEST_F(WorldTest, ActionOfAnotherTypeIsTold) {
+    WriteRecords("action 3 3\ntwo\n");
+    Store({}, {"\x08\x04\x12\x03two"});
+    EXPECT_EQ("action: a record that is none of the product's came where 1 was due",
+              ProblemOfClosing());
 }
 
 }  // namespace

@@ -55,6 +55,20 @@ TEST_F(RecordFileTest, RecordsAreReadBackInOrder) {
                                       "indicator " + std::string("zero\0", 5)));
 }
 
+TEST_F(RecordFileTest, ReaderGoesOnBehindWhatItHasRead) {
+    std::vector<std::string> texts;
+    const auto take = [&](RecordKind, const ProductRecord& record) {
+        texts.push_back(record.text);
+    };
+    EXPECT_EQ(0u, ReadRecords(path_, 0, take));
+    Reopen();
+    file_->Append(RecordKind::kAction, {"two", 3});
+    EXPECT_EQ(15u, ReadRecords(path_, 0, take));
+    file_->Append(RecordKind::kIndicator, {"one", 0});
+    EXPECT_EQ(33u, ReadRecords(path_, 15, take));
+    EXPECT_THAT(texts, ElementsAre("two", "one"));
+}
+
 TEST_F(RecordFileTest, HalfARecordAtTheEndIsCutOff) {
     for (const char* half :
          {"act", "action 3", "action 3 1", "action 3 4\ntw", "action 3 3\ntwo"}) {
