@@ -4,9 +4,12 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include "host/logs/Symbols.h"
 #include "logs/EventLog.h"
 
 namespace Kyr::Endurance {
+
+namespace Symbol = Common::Logs::Symbols::Task;
 
 namespace {
 
@@ -15,8 +18,6 @@ using Guard = boost::lock_guard<boost::mutex>;
 
 // Our own choice: more than a module ever has waiting while its product answers.
 constexpr std::size_t kMostWaiting = 10;
-
-constexpr int kThirdIdentifier = 2846;
 
 bool IsTrigger(const Common::Kernel::IMessage& message) {
     return message.GetMessageType() == MessageType::OvAgentRequest;
@@ -40,7 +41,10 @@ CCountingHost::CCountingHost(CTaskLedger& ledger) : ledger_(ledger) {
 void CCountingHost::OnPublish(const Message& message) {
     if (message->GetMessageType() == MessageType::TaskEvent) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(*message);
-        ledger_.ReportedFailed(event.GetSymbols()->GetUuid(kThirdIdentifier).uuid());
+        const auto symbols = event.GetSymbols();
+        ledger_.Reported(
+            symbols->GetUuid(Symbol::kThirdIdentifier).uuid(), symbols->GetInt32(Symbol::kStatus),
+            symbols->GetResourceId(Symbol::kOutcome), symbols->GetInt64(Symbol::kSeverity));
     }
     if (!IsTrigger(*message) || CountHeld(triggers_) < kMostWaiting) {
         Deliver(message);

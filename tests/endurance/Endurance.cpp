@@ -79,7 +79,7 @@ void CEndurance::RunTasks(std::uint64_t count) {
     const auto start = std::chrono::steady_clock::now();
     const std::uint64_t lostBefore = ledger_.Lost();
     const std::uint64_t deedsBefore = ledger_.Deeds();
-    const std::uint64_t reportsBefore = ledger_.Reports();
+    const std::uint64_t failuresBefore = ledger_.Failures();
     ProcessFigures before = Rest();
     bool warm = false;
     for (std::uint64_t done = 0; done < count;) {
@@ -98,11 +98,14 @@ void CEndurance::RunTasks(std::uint64_t count) {
               << std::chrono::duration_cast<std::chrono::seconds>(took).count()
               << " s; reached the "
               << "product " << ledger_.Deeds() - deedsBefore << " times, " << errorLines_
-              << " lines of level 4, " << ledger_.Reports() - reportsBefore
+              << " lines of level 4, " << ledger_.Failures() - failuresBefore
               << " reports of failure, " << restarts_ << " restarts of the product, lost " << lost
               << '\n';
     if (lost != 0) {
         Tell("tasks were lost");
+    }
+    if (ledger_.ToldTooOften() != 0) {
+        Tell("of some tasks more was told than had happened");
     }
 }
 

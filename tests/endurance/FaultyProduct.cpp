@@ -77,7 +77,12 @@ void CFaultyProduct::Restart() {
     const auto sink = [this](const CLine& line) {
         const std::string* const userData = line.Find("userdata");
         if (line.Kind() == "did" && userData != nullptr) {
-            ledger_.Reached(userData->substr(userData->rfind(';') + 1));
+            const std::string identifier = userData->substr(userData->rfind(';') + 1);
+            if (*line.Find("action") == "task-result") {
+                ledger_.HandedOut(identifier);
+            } else {
+                ledger_.Reached(identifier);
+            }
         }
     };
     running_ = std::make_unique<Running>(*launcher_, misbehaviours_, sink);
