@@ -2,9 +2,9 @@
 
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <iterator>
 #include <set>
+#include <stdexcept>
 
 #include <boost/make_shared.hpp>
 #include <boost/thread/lock_guard.hpp>
@@ -12,6 +12,8 @@
 #include "base/LittleEndian.h"
 #include "connector/Subscriber.h"
 #include "host/message/OvAgentTasks.h"
+#include "logs/DataMinerMessages.h"
+#include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "tests/support/host/TestMessage.h"
 
@@ -22,6 +24,8 @@ namespace {
 using namespace Connectors::OvAgentConnector;
 using Common::Kernel::MessageType;
 using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
+using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
 using Milliseconds = CTurnClock::Milliseconds;
 namespace Task = Common::Message::Connectors::OvAgentConnector::Task;
 
@@ -38,9 +42,9 @@ const char* const kKeys[] = {"XDR_ENABLED",
                              "OV_REMEDIATION_OFFSET"};
 const char* const kTexts[] = {"", "1", "0", "true", "+1", "-1", "18446744073709551615", "1x"};
 
-[[noreturn]] void Broken(const char* promise) {
-    std::fprintf(stderr, "conversation: %s\n", promise);
-    std::abort();
+/// One refusal less, if any is left.
+bool Refuses(std::atomic<int>& refusals) {
+    return refusals > 0 && refusals-- > 0;
 }
 
 /// What a product may answer, by the low bits: a good reply, refusals, broken replies, failures.
@@ -89,6 +93,8 @@ const CConversation::Operation CConversation::kOperations[] = {
     {&CConversation::SetArea},         {&CConversation::SetKey},
     {&CConversation::SetBuild},        {&CConversation::PassTime},
     {&CConversation::PassToNextWait},  {&CConversation::HostCalls},
+    {&CConversation::AppendRecords},   {&CConversation::FinishTasks},
+    {&CConversation::RefuseToKeep},
 };
 
 CConversation::CConversation()
@@ -104,7 +110,45 @@ CConversation::CConversation()
     host_->bus->OnPublish([this](const auto& message) {
         Note();
         CountDelivery(message->GetMessageType());
+        EnterPublished(*message);
     });
+    KeepAccount();
+}
+
+void CConversation::KeepAccount() {
+    product_->serve = [this](const auto& request) { return collected_.Serve(request); };
+    const auto& values = host_->database->keyValues;
+    values->OnGet([this, values = values.get()](const std::string& key) {
+        account_.OffsetWasRead(key, values->Text(key));
+    });
+    values->OnSet([this](const std::string& key, const std::string& value) {
+        account_.OffsetWasSet(key, value);
+        return !Refuses(refusedOffsets_);
+    });
+    host_->database->remediationActions->OnStore([this](const auto& actions) {
+        const bool kept = !Refuses(refusedActions_);
+        account_.Stored(RecordKind::kAction, actions, kept);
+        return kept;
+    });
+}
+
+void CConversation::EnterPublished(const Common::Kernel::IMessage& message) {
+    const auto enter = [this](RecordKind kind, const std::vector<std::string>& records) {
+        const bool kept = !Refuses(refusedBatches_);
+        account_.Stored(kind, records, kept);
+        if (!kept) {
+            throw std::runtime_error("the bus has no room");
+        }
+    };
+    if (const auto* logs = dynamic_cast<const CDataMinerStoreEcsIndicatorLogs*>(&message)) {
+        enter(RecordKind::kIndicator, logs->GetLogs());
+    } else if (const auto* more = dynamic_cast<const CDataMinerStoreEcsTelemetryLogs*>(&message)) {
+        enter(RecordKind::kTelemetry, more->GetLogs());
+    } else if (message.GetMessageType() == MessageType::DataMinerOutOfOrderEvent) {
+        account_.MinerWasTold();
+    } else if (message.GetMessageType() == MessageType::TaskEvent) {
+        account_.Told(dynamic_cast<const Common::Message::Logs::CEventLog&>(message));
+    }
 }
 
 CConversation::~CConversation() = default;
@@ -145,8 +189,18 @@ void CConversation::DeliverTask(Argument argument) {
         identifier.set_uuid(text);
     }
     const auto finish = [&](const auto& task) {
-        task->SetIdentifiers(identifier, identifier, identifier);
+        // A task that can be reported has a number of its own, at the end of its third identifier.
+        auto third = identifier;
+        if (text == kIdentifiers[0]) {
+            char number[5];
+            std::snprintf(number, sizeof number, "%04x", static_cast<unsigned>(++tasks_));
+            third.set_uuid(text.substr(0, text.size() - 4) + number);
+        }
+        task->SetIdentifiers(identifier, identifier, third);
         task->SetReadOnly();
+        if (text == kIdentifiers[0]) {
+            account_.Delivered(task);
+        }
         Deliver(task);
     };
     if (argument < 128) {
@@ -176,11 +230,15 @@ void CConversation::DeliverStranger(Argument argument) {
 }
 
 void CConversation::AnswerOnce(Argument argument) {
-    product_->requests.push_back(MakeAnswer(argument));
+    collected_.AnswerOnce(MakeAnswer(argument));
 }
 
 void CConversation::AnswerAlways(Argument argument) {
-    product_->standingRequest = MakeAnswer(argument % 12 == 3 || argument % 12 == 9 ? 0 : argument);
+    // A product that would be asked for ever, or is itself again, answers by itself.
+    const int choice = argument % 12;
+    collected_.AnswerAlways(choice == 0 || choice == 3 || choice == 9
+                                ? std::nullopt
+                                : std::optional(MakeAnswer(argument)));
 }
 
 void CConversation::AnswerPings(Argument argument) {
@@ -195,8 +253,8 @@ void CConversation::SetArea(Argument argument) {
 }
 
 void CConversation::SetKey(Argument argument) {
-    host_->database->keyValues->SetValue(kKeys[argument % std::size(kKeys)],
-                                         kTexts[argument / 16 % std::size(kTexts)]);
+    host_->database->keyValues->Put(kKeys[argument % std::size(kKeys)],
+                                    kTexts[argument / 16 % std::size(kTexts)]);
 }
 
 void CConversation::SetBuild(Argument argument) {
@@ -236,6 +294,19 @@ void CConversation::HostCalls(Argument argument) {
                 module_->Start();  // changes nothing in a module that runs
             }
     }
+}
+
+void CConversation::AppendRecords(Argument argument) {
+    collected_.Append(static_cast<RecordKind>(argument % 3), argument / 3 % 8 + 1);
+}
+
+void CConversation::FinishTasks(Argument argument) {
+    collected_.Finish(argument % 3, argument / 3 % 4 + 1);
+}
+
+void CConversation::RefuseToKeep(Argument argument) {
+    std::atomic<int>* const refusals[] = {&refusedBatches_, &refusedOffsets_, &refusedActions_};
+    *refusals[argument % 3] = argument / 3 % 4 + 1;
 }
 
 void CConversation::Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message) {
@@ -295,14 +366,15 @@ void CConversation::End() {
 // has none, and messages of types that nobody subscribes go nowhere.
 void CConversation::ExpectAccountsToBalance() const {
     using Common::Module::CSubscriber;
-    std::map<const CSubscriber*, std::set<MessageType>> queues;
+    std::map<CSubscriber*, std::set<MessageType>> queues;
     for (const auto& subscription : host_->bus->Subscriptions()) {
-        const auto* const queue = dynamic_cast<const CSubscriber*>(subscription.subscriber.get());
+        auto* const queue = dynamic_cast<CSubscriber*>(subscription.subscriber.get());
         if (queue == nullptr) {
             Broken("somebody else has subscribed");
         }
         queues[queue].insert(subscription.type);
     }
+    std::vector<CAccount::Message> queued;
     const boost::lock_guard<boost::mutex> guard(deliveriesMutex_);
     for (const auto& [queue, types] : queues) {
         std::uint64_t delivered = 0;
@@ -320,6 +392,10 @@ void CConversation::ExpectAccountsToBalance() const {
         if (queue->GetQueueSize() > received) {
             Broken("more messages wait than came");
         }
+        queue->VisitPendingMessages([&](const auto& message) { queued.push_back(message); });
+    }
+    if (!queues.empty()) {
+        account_.ExpectBalance(queued);
     }
 }
 

@@ -6,7 +6,7 @@
 // Everything runs in virtual time and by turns (TurnClock.h), so that an input always tells the
 // same life. Whatever it tells, the life must end, in order: no thread is left, every message that
 // the bus delivered to a queue has come there, none twice, and is let go in the end, and so is
-// every delivery context.
+// every delivery context. What the product hands out must become what Account.h says.
 //
 // Not in it: replies of the host's request scheme, whose thread is started by the pushing one.
 // Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
@@ -25,6 +25,8 @@
 #include <boost/thread/thread.hpp>
 #include <boost/weak_ptr.hpp>
 
+#include "fuzz/Account.h"
+#include "fuzz/CollectedProduct.h"
 #include "fuzz/TurnClock.h"
 #include "module/OvAgentConnectorModule.h"
 #include "tests/support/host/FakeHost.h"
@@ -44,6 +46,7 @@ class CConversation {
 
     /// What the module has logged. REQUIRES: Run has returned.
     std::vector<std::string> Lines() const { return log_->Lines(); }
+    const CAccount& Account() const { return account_; }
 
   private:
     struct Operation;
@@ -63,6 +66,9 @@ class CConversation {
     void PassTime(Argument argument);
     void PassToNextWait(Argument argument);
     void HostCalls(Argument argument);
+    void AppendRecords(Argument argument);
+    void FinishTasks(Argument argument);
+    void RefuseToKeep(Argument argument);
 
     void Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message);
     /// The bus is about to deliver a message of this type, from the host or from the module itself.
@@ -71,6 +77,8 @@ class CConversation {
     void Call(const std::function<void()>& call);
     void End();
     void ExpectAccountsToBalance() const;
+    void KeepAccount();
+    void EnterPublished(const Common::Kernel::IMessage& message);
 
     /// The calling thread has done something.
     void Note();
@@ -79,6 +87,14 @@ class CConversation {
     mutable boost::mutex deliveriesMutex_;
     std::map<Common::Kernel::MessageType, std::uint64_t>
         deliveries_;  // guarded by deliveriesMutex_
+
+    CAccount account_;
+    CCollectedProduct collected_{account_};
+    std::uint64_t tasks_ = 0;
+    // How often the host refuses next what it is to keep; set while everybody waits.
+    std::atomic<int> refusedBatches_{0};
+    std::atomic<int> refusedOffsets_{0};
+    std::atomic<int> refusedActions_{0};
 
     const boost::shared_ptr<Test::KelcommScript> product_;
     const boost::shared_ptr<CTurnClock> clock_;

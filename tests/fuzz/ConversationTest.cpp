@@ -13,23 +13,38 @@ using ::testing::Not;
 
 // Operations.
 constexpr std::uint8_t kTask = 0;
+constexpr std::uint8_t kTrigger = 1;
+constexpr std::uint8_t kAnswerOnce = 3;
 constexpr std::uint8_t kAnswerAlways = 4;
 constexpr std::uint8_t kAnswerPings = 5;
 constexpr std::uint8_t kSetArea = 6;
 constexpr std::uint8_t kPassTime = 9;
 constexpr std::uint8_t kPassToNextWait = 10;
 constexpr std::uint8_t kHostCalls = 11;
+constexpr std::uint8_t kAppend = 12;
+constexpr std::uint8_t kFinish = 13;
+constexpr std::uint8_t kRefuseToKeep = 14;
 
 // Arguments.
-constexpr std::uint8_t kRefuse = 4;          // of an answer
+constexpr std::uint8_t kAccept = 0;  // of an answer
+constexpr std::uint8_t kRefuse = 4;
 constexpr std::uint8_t kUnreachable = 1;     // of an answer to pings
 constexpr std::uint8_t kStopGracefully = 1;  // of a call
 constexpr std::uint8_t kStatusIsOne = 23;    // of the area: place 3, word 1
 constexpr std::uint8_t kResultsAreOne = 24;  // of the area: place 4, word 1
+constexpr std::uint8_t kResults = 2;         // of a trigger
+constexpr std::uint8_t kIndicators = 3;
+constexpr std::uint8_t kTelemetry = 4;
+constexpr std::uint8_t kActions = 5;
+constexpr std::uint8_t kFive = 12;  // records: kind + 3 * (count - 1)
+
+void Tell(CConversation& conversation, const std::vector<std::uint8_t>& input) {
+    conversation.Run(input.data(), input.size());
+}
 
 std::vector<std::string> Life(const std::vector<std::uint8_t>& input) {
     CConversation conversation;
-    conversation.Run(input.data(), input.size());
+    Tell(conversation, input);
     return conversation.Lines();
 }
 
@@ -81,10 +96,58 @@ TEST(ConversationTest, GracefulStopEndsTheQueue) {
     EXPECT_THAT(lines, Not(Contains("4 Task processing was interrupted")));
 }
 
+// The product gives three records a batch.
+TEST(ConversationTest, RecordsOfEveryKindAreStored) {
+    CConversation conversation;
+    Tell(conversation,
+         {kAppend, kFive, kAppend, kFive + 1, kAppend, kFive + 2, kTrigger, kIndicators, kTrigger,
+          kIndicators, kTrigger, kTelemetry, kTrigger, kActions, kTrigger, kActions});
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kIndicator), 5u);
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kTelemetry), 3u);
+    // The fourth of them does not block.
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kAction), 4u);
+}
+
+TEST(ConversationTest, BatchWhoseOffsetIsNotKeptComesAgain) {
+    CConversation conversation;
+    Tell(conversation, {kAppend, kFive, kRefuseToKeep, 1, kTrigger, kIndicators, kTrigger,
+                        kIndicators, kTrigger, kIndicators});
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kIndicator), 8u);
+}
+
+TEST(ConversationTest, ActionsThatAreNotKeptAreAskedForAgain) {
+    CConversation conversation;
+    Tell(conversation, {kAppend, kFive + 2, kRefuseToKeep, 2, kTrigger, kActions, kPassToNextWait,
+                        15, kTrigger, kActions});
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kAction), 4u);
+}
+
+TEST(ConversationTest, BatchThatTheBusRefusesIsAskedForAgain) {
+    CConversation conversation;
+    Tell(conversation,
+         {kAppend, kFive, kRefuseToKeep, 0, kTrigger, kIndicators, kPassToNextWait, 15});
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kIndicator), 3u);
+}
+
+TEST(ConversationTest, OutcomesAreTold) {
+    CConversation conversation;
+    Tell(conversation, {kFinish, 3, kFinish, 1, kFinish, 2, kTrigger, kResults});
+    EXPECT_EQ(conversation.Account().ToldOutcomes(), 4u);
+}
+
+// Between the two, the module tells who it is.
+TEST(ConversationTest, TaskThatFailsTwiceIsGivenUp) {
+    CConversation conversation;
+    Tell(conversation, {kAnswerOnce, kRefuse, kAnswerOnce, kAccept, kAnswerOnce, kRefuse, kTask, 0,
+                        kPassToNextWait, 15});
+    EXPECT_EQ(conversation.Account().GivenUpTasks(), 1u);
+}
+
 // Nothing waits in the queue while a thread is new, so that nothing is left to chance.
 TEST(ConversationTest, SameInputTellsTheSameLife) {
-    const std::vector<std::uint8_t> input = {kTask,     0,  kPassToNextWait, 7, kTask, 200,
-                                             kPassTime, 60, kTask,           1};
+    const std::vector<std::uint8_t> input = {
+        kTask,   0,     kPassToNextWait, 7,           kTask,   200, kPassTime, 60,      kTask, 1,
+        kAppend, kFive, kTrigger,        kIndicators, kFinish, 4,   kTrigger,  kResults};
     const auto first = Life(input);
     for (int i = 0; i < 20; ++i) {
         EXPECT_EQ(Life(input), first);

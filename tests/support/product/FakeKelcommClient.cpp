@@ -100,8 +100,9 @@ std::uint32_t CFakeKelcommClient::Request(std::uint32_t flags, std::uint32_t com
                     timeout,
                     request});
     const KelcommScript::Answer answer =
-        isPing ? NextAnswer(script_->pings, script_->standingPing)
-               : NextAnswer(script_->requests, script_->standingRequest);
+        isPing           ? NextAnswer(script_->pings, script_->standingPing)
+        : script_->serve ? script_->serve(script_->seenRequests.back())
+                         : NextAnswer(script_->requests, script_->standingRequest);
     if (answer.code != Kelcomm::kKelcommSuccess) {
         return answer.code;
     }

@@ -49,6 +49,8 @@ struct KelcommScript {
     Answer standingPing{0, {}};
     std::deque<Answer> requests;
     Answer standingRequest{0, KelcommReply(0, 0)};
+    /// When it is set: answers every request, in place of both.
+    std::function<Answer(const Request&)> serve;
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
     /// Changes a value of an area that has it.

@@ -1,0 +1,51 @@
+// A product that has something to hand out: records of three kinds, in lists that only grow, and
+// outcomes, each once. It answers as a product should, or as it was told to, and tells the account
+// what it has handed out.
+//
+// Threads: any.
+#pragma once
+
+#include <array>
+#include <deque>
+#include <optional>
+
+#include <boost/thread/mutex.hpp>
+
+#include "fuzz/Account.h"
+#include "tests/support/product/FakeKelcommClient.h"
+
+namespace Kyr::Fuzz {
+
+class CCollectedProduct {
+  public:
+    using Answer = Test::KelcommScript::Answer;
+    using Request = Test::KelcommScript::Request;
+
+    /// REQUIRES: the account outlives the product.
+    explicit CCollectedProduct(CAccount& account) : account_(account) {}
+
+    /// More records at the end of their list. Of the actions, every fourth does not block.
+    void Append(RecordKind kind, int count);
+    /// More tasks have come to that end.
+    void Finish(std::uint32_t word, int count);
+
+    /// The next answer, before all others, and the answer from then on; nothing: its own.
+    void AnswerOnce(Answer answer);
+    void AnswerAlways(std::optional<Answer> answer);
+
+    Answer Serve(const Request& request);
+
+  private:
+    Answer HandOut(RecordKind kind, std::uint64_t offset);
+    Answer HandOutOutcome();
+
+    CAccount& account_;
+    boost::mutex mutex_;  // guards everything below
+    std::array<std::vector<std::string>, 3> lists_;
+    std::deque<Outcome> outcomes_;
+    std::uint64_t finished_ = 0;
+    std::deque<Answer> once_;
+    std::optional<Answer> always_;
+};
+
+}  // namespace Kyr::Fuzz
