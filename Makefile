@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check crashtest bench fuzz windows mutants dependencies
+.PHONY: help demo test check crashtest bench fuzz windows mutants planted-faults dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -12,6 +12,7 @@ help:
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
 	@echo "make mutants change the code in three thousand places, one at a time: does a test notice? An hour"
+	@echo "make planted-faults plant faults of the library: does the judge of each find it? Half an hour"
 
 dependencies:
 	@scripts/install-dependencies -q
@@ -43,3 +44,6 @@ fuzz: dependencies
 
 mutants: dependencies
 	scripts/mutants
+
+planted-faults: dependencies
+	scripts/planted-faults
