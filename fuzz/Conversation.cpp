@@ -161,6 +161,8 @@ void CConversation::Note() {
 void CConversation::Run(const std::uint8_t* data, std::size_t size) {
     if (size != 0 && data[0] == 0xFF) {
         build_->build.reset();  // a life without the product's registration
+    } else if (size != 0 && data[0] == 0xFE) {
+        product_->standingPing.code = 1;  // one that begins without the product
     }
     ModuleSystem system;
     system.clock = clock_;

@@ -143,6 +143,12 @@ TEST(ConversationTest, TaskThatFailsTwiceIsGivenUp) {
     EXPECT_EQ(conversation.Account().GivenUpTasks(), 1u);
 }
 
+TEST(ConversationTest, TasksThatNeverReachedTheProductAreGivenUp) {
+    CConversation conversation;
+    Tell(conversation, {0xFE, 0, kTask, 0, kTask, 0});
+    EXPECT_EQ(conversation.Account().GivenUpTasks(), 2u);
+}
+
 // Nothing waits in the queue while a thread is new, so that nothing is left to chance.
 TEST(ConversationTest, SameInputTellsTheSameLife) {
     const std::vector<std::uint8_t> input = {
