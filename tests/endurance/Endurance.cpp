@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include "host/message/OvAgentTasks.h"
+#include "logs/OvAgentRequest.h"
 #include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/time/HurryingClock.h"
 
@@ -147,6 +148,14 @@ CCountingHost::Message CEndurance::MakeTask() {
     return task;
 }
 
+CCountingHost::Message CEndurance::MakeResultsTrigger() {
+    using namespace Common::Message::Connectors::OvAgentConnector;
+    const auto trigger = boost::make_shared<COvAgentRequest>();
+    trigger->SetRequestType(kTaskStatus);
+    trigger->SetReadOnly();
+    return trigger;
+}
+
 void CEndurance::OneCycle() {
     watchdog_.Tell("a cycle began");
     if (OneIn(20)) {
@@ -213,6 +222,9 @@ void CEndurance::OneLife(std::uint64_t tasks) {
             product_.Restart();
         }
         host.Deliver(MakeTask());
+        if (OneIn(20)) {
+            host.Deliver(MakeResultsTrigger());
+        }
         AwaitFewer(host, kMostUnfinished);
     }
     AwaitFewer(host, 1);

@@ -36,6 +36,8 @@ class CEndurance {
     bool OneIn(std::uint64_t count) { return random_() % count == 0; }
     std::unique_ptr<Module> MakeModule(bool installed) const;
     CCountingHost::Message MakeTask();
+    /// By which the module asks the product what became of its tasks.
+    static CCountingHost::Message MakeResultsTrigger();
     void OneCycle();
     void OneLife(std::uint64_t tasks);
     void AwaitFewer(CCountingHost& host, std::size_t unfinished);

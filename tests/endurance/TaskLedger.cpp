@@ -54,6 +54,7 @@ void CTaskLedger::Reported(const std::string& identifier, std::int32_t status, s
     const bool givenUp = status == Outcome::kFailed && code == Outcome::kCancelledText &&
                          severity == Outcome::kErrorSeverity;
     failures_ += willBeTriedAgain || givenUp ? 1 : 0;
+    ofNobody_ += task == nullptr ? 1 : 0;
     if (task != nullptr && !willBeTriedAgain) {
         ++(givenUp ? task->givenUp : task->told);
     }
@@ -80,7 +81,10 @@ std::uint64_t CTaskLedger::Lost() const {
 }
 
 std::uint64_t CTaskLedger::ToldTooOften() const {
-    return Count([](const Task& task) { return task.givenUp > 1 || task.told > task.handedOut; });
+    const std::uint64_t tooOften =
+        Count([](const Task& task) { return task.givenUp > 1 || task.told > task.handedOut; });
+    const Guard guard(mutex_);
+    return tooOften + ofNobody_;
 }
 
 template <typename Condition>

@@ -34,7 +34,7 @@ class CTaskLedger {
     /// Tasks that neither reached the product nor were reported as failed for good.
     std::uint64_t Lost() const;
     /// Tasks that were given up more than once, or whose outcome was told more often than the
-    /// product handed it out.
+    /// product handed it out; and reports of no task that was ever given.
     std::uint64_t ToldTooOften() const;
 
   private:
@@ -52,6 +52,7 @@ class CTaskLedger {
     std::vector<Task> tasks_;     // by number
     std::uint64_t deeds_ = 0;
     std::uint64_t failures_ = 0;
+    std::uint64_t ofNobody_ = 0;
 };
 
 }  // namespace Kyr::Endurance

@@ -17,21 +17,22 @@ const TaskOutcome kDone{1, 0x10000000B, 30, ""};
 
 class TaskLedgerTest : public ::testing::Test {
   protected:
-    void Report(const TaskOutcome& outcome) {
+    void Report(const TaskOutcome& outcome) { Report(outcome, task_); }
+    void Report(const TaskOutcome& outcome, const std::string& third) {
         const auto uuid = [](const std::string& text) {
             Connectors::Common::TaskIdentifiers::Uuid result;
             result.set_uuid(text);
             return result;
         };
         const std::string other = "6ba7b810-9dad-11d1-80b4-00c04fd430c8";
-        host_.bus->Publish(
-            Connectors::Common::MakeTaskEvent({uuid(other), uuid(other), uuid(task_)}, outcome,
+        host_.resources.bus->Publish(
+            Connectors::Common::MakeTaskEvent({uuid(other), uuid(other), uuid(third)}, outcome,
                                               {other, Base::SystemClock(), 1, 1}),
             nullptr);
     }
 
     CTaskLedger ledger_;
-    CountingHost host_{ledger_};
+    CCountingHost host_{ledger_};
     const std::string task_ = ledger_.Enter();
 };
 
@@ -74,6 +75,11 @@ TEST_F(TaskLedgerTest, OutcomeIsToldAsOftenAsItWasHandedOut) {
     Report(kDone);
     EXPECT_EQ(0u, ledger_.ToldTooOften());
     Report(kDone);
+    EXPECT_EQ(1u, ledger_.ToldTooOften());
+}
+
+TEST_F(TaskLedgerTest, ReportOfNoTaskIsOneTooMany) {
+    Report(kWillBeTriedAgain, "6ba7b810-9dad-11d1-80b4-00c04fd430c8");
     EXPECT_EQ(1u, ledger_.ToldTooOften());
 }
 
