@@ -2,8 +2,9 @@
 // keeps there.
 //
 // A text is a file of the directory. It is replaced as a whole, so that nobody reads half of one.
-// Threads: any. Errors: statuses; kStatusObjectNameNotFound when there is no such text or no
-// directory, kStatusAccessDenied when the directory is not private or the file cannot be used.
+// Threads: any. Errors: statuses, which Diagnostics.h explains; kStatusObjectNameNotFound when
+// there is no such text, kStatusAccessDenied when the directory is not private or the file cannot
+// be used.
 #pragma once
 
 #include <string>
@@ -16,9 +17,11 @@ namespace Kyr::PortLayer {
 constexpr std::size_t kLongestRunFile = 4096;
 
 /// REQUIRES, for all three: `name` is a plain file name.
+/// kStatusObjectNameNotFound also without a directory.
 NtApi::NtStatus ReadRunFile(const char* name, std::string& text);
-/// Makes the directory when it does not exist.
+/// Makes the directory when it does not exist; kStatusObjectPathNotFound when its parent does not.
 NtApi::NtStatus WriteRunFile(const char* name, const std::string& text);
+/// The same: so that a directory that cannot be there is not taken for one without the text.
 NtApi::NtStatus RemoveRunFile(const char* name);
 
 }  // namespace Kyr::PortLayer

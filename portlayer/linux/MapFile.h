@@ -7,5 +7,7 @@ namespace Kyr::PortLayer::Detail {
 
 /// `protection` as for mmap. What was mapped before is unmapped in any case.
 bool MapFile(int file, std::size_t size, int protection, CMapping& mapping);
+/// Lets a mapping show another file, at the same place.
+void RemapFile(int file, int protection, const CMapping& mapping);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "portlayer/core/Deadline.h"
+#include "portlayer/linux/Failure.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -28,15 +29,36 @@ bool LockShared(int file) {
     return true;
 }
 
+bool HasName(int file) {
+    struct stat info = {};
+    return ::fstat(file, &info) == 0 && info.st_nlink != 0;
+}
+
+bool Reserve(int file, std::size_t size) {
+    // It returns the error, and an interrupted call has done nothing.
+    do {
+        errno = ::posix_fallocate(file, 0, static_cast<off_t>(size));
+    } while (errno == EINTR);
+    return errno == 0;
+}
+
+/// Removes the name of a file that nobody else holds; false when somebody does. While we have it
+/// alone nobody else can remove the name, so that a file that has one is the one with `name`.
+bool RemoveUnheld(int directory, const std::string& name, int file) {
+    if (::flock(file, LOCK_EX | LOCK_NB) != 0) {
+        return false;
+    }
+    if (HasName(file)) {
+        ::unlinkat(directory, name.c_str(), 0);
+    }
+    return true;
+}
+
 }  // namespace
 
 CNamedFile::~CNamedFile() {
-    // A lock that can be made exclusive was the last one.
-    if (file_.IsOpen() && ::flock(file_.Get(), LOCK_EX | LOCK_NB) == 0) {
-        struct stat info = {};
-        if (::fstat(file_.Get(), &info) == 0 && info.st_nlink != 0) {
-            ::unlinkat(directory_.Get(), name_.c_str(), 0);
-        }
+    if (file_.IsOpen()) {
+        RemoveUnheld(directory_.Get(), name_, file_.Get());
     }
 }
 
@@ -52,23 +74,17 @@ NtStatus CNamedFile::OpenLive() {
     CFileDescriptor file(
         ::openat(directory_.Get(), name_.c_str(), O_RDWR | O_NOFOLLOW | O_CLOEXEC));
     if (!file.IsOpen()) {
-        return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
+        return Failed(name_);
     }
-    // Nobody holds the file: it was left behind. While we have it alone nobody else can remove the
-    // name, so that a file that still has a link is the one with that name.
-    if (::flock(file.Get(), LOCK_EX | LOCK_NB) == 0) {
-        struct stat info = {};
-        if (::fstat(file.Get(), &info) == 0 && info.st_nlink != 0) {
-            ::unlinkat(directory_.Get(), name_.c_str(), 0);
-        }
+    // Nobody holds the file: it was left behind.
+    if (RemoveUnheld(directory_.Get(), name_, file.Get())) {
         return kStatusObjectNameNotFound;
     }
     if (!LockShared(file.Get())) {
-        return kStatusAccessDenied;
+        return Failed(name_);
     }
     // Its last holder may have removed it while we waited for the lock.
-    struct stat info = {};
-    if (::fstat(file.Get(), &info) != 0 || info.st_nlink == 0) {
+    if (!HasName(file.Get())) {
         return kStatusObjectNameNotFound;
     }
     file_ = std::move(file);
@@ -101,19 +117,31 @@ NtStatus CNamedFile::Create(std::size_t size, const std::function<bool(int)>& in
     // A file without a name. It is filled and locked first: found by its name half made, it would
     // be used; found without a lock, it would be removed.
     CFileDescriptor file(::openat(directory_.Get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
-    if (!file.IsOpen() || ::ftruncate(file.Get(), static_cast<off_t>(size)) != 0 ||
-        !LockShared(file.Get()) || (initialise && !initialise(file.Get()))) {
-        return kStatusNoMemory;
+    if (!file.IsOpen() || !Reserve(file.Get(), size) || !LockShared(file.Get()) ||
+        (initialise && !initialise(file.Get()))) {
+        return Failed(name_);
     }
     // The way to name such a file without special rights. It fails where the name is in use.
     const std::string source = "/proc/self/fd/" + std::to_string(file.Get());
     if (::linkat(AT_FDCWD, source.c_str(), directory_.Get(), name_.c_str(), AT_SYMLINK_FOLLOW) !=
         0) {
-        return errno == EEXIST ? kStatusObjectNameCollision : kStatusAccessDenied;
+        return Failed(name_);
     }
     file_ = std::move(file);
     wasCreated_ = true;
     return kStatusSuccess;
+}
+
+bool CNamedFile::Renew() {
+    CNamedFile next;
+    next.name_ = name_;
+    if (HasName(file_.Get()) || OpenRunDirectory(false, next.directory_) != kStatusSuccess ||
+        next.OpenLive() != kStatusSuccess || next.Size() < Size()) {
+        return false;
+    }
+    std::swap(directory_, next.directory_);
+    std::swap(file_, next.file_);
+    return true;
 }
 
 std::size_t CNamedFile::Size() const {

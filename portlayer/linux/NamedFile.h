@@ -2,7 +2,8 @@
 //
 // A system object ends with its last handle. So here: every holder keeps a shared lock on the file;
 // who finds it unlocked takes it for left behind by dead processes and removes it; the last holder
-// removes it on leaving. A new object gets its name only when it is complete.
+// removes it on leaving. A new object gets its name only when it is complete, and the disk keeps
+// its room: memory behind a file of a full disk would end whoever touches it.
 // Threads: any; one object is used by its owner alone.
 #pragma once
 
@@ -28,6 +29,9 @@ class CNamedFile {
                                  const std::function<bool(int)>& initialise);
     /// Whether OpenOrCreate made it.
     bool WasCreated() const { return wasCreated_; }
+    /// When somebody has removed the file from under its holders: takes the one that has the name
+    /// by now, if it is as large, and says so.
+    bool Renew();
     int Descriptor() const { return file_.Get(); }
     std::size_t Size() const;
 

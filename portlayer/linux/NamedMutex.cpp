@@ -78,12 +78,17 @@ class CNamedMutex final : public CExclusiveWaitable,
     void Discard();
     pthread_mutex_t* Mutex() { return reinterpret_cast<pthread_mutex_t*>(mapping_.Base()); }
     int Lock(const CDeadline& deadline);
+    /// Counts the caller among the users; the first one takes the file that has the name by now.
+    void BeginUse();
+    void EndUse();
 
     // Only the handle counts as live.
     std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kMutexes);
     std::atomic<bool> closed_{false};
     CNamedFile file_;
     CMapping mapping_;
+    std::mutex useMutex_;
+    int users_ = 0;  // threads that wait, and how often it was taken here; guarded by useMutex_
 };
 
 struct ClosedMutexes {
@@ -133,6 +138,7 @@ bool CNamedMutex::Initialise(int file, bool owned) {
     const int result = ::pthread_mutex_init(Mutex(), &attributes);
     ::pthread_mutexattr_destroy(&attributes);
     // Owned before the file has a name: nobody can be first.
+    users_ = owned ? 1 : 0;
     return result == 0 && (!owned || ::pthread_mutex_trylock(Mutex()) == 0);
 }
 
@@ -203,8 +209,24 @@ bool CNamedMutex::IsOwnedHere() {
     return owner != 0 && ::syscall(SYS_tgkill, ::getpid(), owner, 0) == 0;
 }
 
+void CNamedMutex::BeginUse() {
+    const std::lock_guard<std::mutex> lock(useMutex_);
+    if (users_++ == 0 && file_.Renew()) {
+        RemapFile(file_.Descriptor(), PROT_READ | PROT_WRITE, mapping_);
+    }
+}
+
+void CNamedMutex::EndUse() {
+    const std::lock_guard<std::mutex> lock(useMutex_);
+    --users_;
+}
+
 std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
+    BeginUse();
     const int result = Lock(deadline);
+    if (result != 0 && result != EOWNERDEAD) {
+        EndUse();
+    }
     // Closed while this thread waited.
     if ((result == 0 || result == EOWNERDEAD) && closed_) {
         KeepWhileOwned(shared_from_this());
@@ -228,7 +250,11 @@ std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
 bool CNamedMutex::Release() {
     // The unlock would find it out, too; checkers of lock use take an attempt for a mistake.
     const int owner = __atomic_load_n(&Mutex()->__data.__owner, __ATOMIC_RELAXED);
-    return owner == ::gettid() && ::pthread_mutex_unlock(Mutex()) == 0;
+    if (owner != ::gettid() || ::pthread_mutex_unlock(Mutex()) != 0) {
+        return false;
+    }
+    EndUse();
+    return true;
 }
 
 }  // namespace

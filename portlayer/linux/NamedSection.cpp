@@ -1,6 +1,9 @@
 // Named sections and the views of them.
+#include "portlayer/linux/NamedSection.h"
+
 #include <map>
 #include <mutex>
+#include <set>
 #include <sys/mman.h>
 
 #include "ntapi/Status.h"
@@ -36,11 +39,12 @@ class CNamedSection final : public CObject {
 struct MappedView {
     std::shared_ptr<CNamedFile> file;
     CMapping mapping;
+    int protection = PROT_NONE;
 };
 
 struct Views {
     std::mutex mutex;
-    std::map<const void*, MappedView> byBase;  // guarded by mutex
+    std::map<const void*, MappedView> byBase;  // guarded by mutex, as the files of mapped sections
 };
 
 // Made by the first call and never destroyed: views may stand at exit.
@@ -50,6 +54,20 @@ Views& TheViews() {
 }
 
 }  // namespace
+
+void Detail::RenewViews() {
+    Views& views = TheViews();
+    const std::lock_guard<std::mutex> lock(views.mutex);
+    std::set<const CNamedFile*> renewed;  // several views may be of one
+    for (auto& [base, view] : views.byBase) {
+        if (view.file->Renew()) {
+            renewed.insert(view.file.get());
+        }
+        if (renewed.count(view.file.get()) != 0) {
+            RemapFile(view.file->Descriptor(), view.protection, view.mapping);
+        }
+    }
+}
 
 Handle KYR_NTAPI CreateFileMappingW(Handle file, void*, std::uint32_t protection,
                                     std::uint32_t sizeHigh, std::uint32_t sizeLow,
@@ -86,18 +104,18 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
         (access & (kFileMapRead | kFileMapWrite)) == 0) {
         return nullptr;
     }
+    Views& views = TheViews();
+    const std::lock_guard<std::mutex> lock(views.mutex);
     const std::size_t whole = section->file->Size();
     const std::size_t wanted = size == 0 ? whole : size;
     MappedView view;
     view.file = section->file;
+    view.protection = writes ? PROT_READ | PROT_WRITE : PROT_READ;
     if (wanted == 0 || wanted > whole ||
-        !MapFile(section->file->Descriptor(), wanted, writes ? PROT_READ | PROT_WRITE : PROT_READ,
-                 view.mapping)) {
+        !MapFile(section->file->Descriptor(), wanted, view.protection, view.mapping)) {
         return nullptr;
     }
     void* const base = view.mapping.Base();
-    Views& views = TheViews();
-    const std::lock_guard<std::mutex> lock(views.mutex);
     views.byBase[base] = std::move(view);
     CounterCell(LiveCounter::kMappedViews).fetch_add(1, std::memory_order_relaxed);
     return base;

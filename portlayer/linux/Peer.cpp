@@ -71,19 +71,16 @@ NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline,
     return kStatusSuccess;
 }
 
-NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket) {
+bool ListenSocket(const std::string& path, CFileDescriptor& socket) {
     sockaddr_un address;
     if (!FillAddress(path, address)) {
-        return kStatusObjectNameInvalid;
+        errno = ENAMETOOLONG;
+        return false;
     }
     socket.Reset(::socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!socket.IsOpen()) {
-        return kStatusNoMemory;
-    }
-    if (::bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        return errno == EADDRINUSE ? kStatusObjectNameCollision : kStatusAccessDenied;
-    }
-    return ::listen(socket.Get(), kBacklog) == 0 ? kStatusSuccess : kStatusAccessDenied;
+    return socket.IsOpen() &&
+           ::bind(socket.Get(), reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
+           ::listen(socket.Get(), kBacklog) == 0;
 }
 
 bool WaitFor(int socket, short events, const CDeadline& deadline) {

@@ -14,8 +14,8 @@ namespace Kyr::PortLayer::Detail {
 /// does; kStatusTimeout when its backlog stays full.
 NtApi::NtStatus ConnectSocket(const std::string& path, const CDeadline& deadline,
                               CFileDescriptor& socket);
-/// A new socket bound to `path` that listens.
-NtApi::NtStatus ListenSocket(const std::string& path, CFileDescriptor& socket);
+/// A new socket bound to `path` that listens. False with errno.
+bool ListenSocket(const std::string& path, CFileDescriptor& socket);
 
 /// Waits for these events of poll. False when the deadline passed first.
 bool WaitFor(int socket, short events, const CDeadline& deadline);

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 
+#include "portlayer/linux/Failure.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/RunDirectory.h"
 
@@ -33,7 +34,7 @@ NtStatus CPortName::Take(const UnicodeString& name, CFileDescriptor& listener) {
     }
     // What stands there now was left by a process that is gone.
     ::unlinkat(directory_.Get(), file_.c_str(), 0);
-    return ListenSocket(PathIn(directory_, file_), listener);
+    return ListenSocket(PathIn(directory_, file_), listener) ? kStatusSuccess : Failed(file_);
 }
 
 NtStatus CPortName::Lock() {
@@ -42,10 +43,10 @@ NtStatus CPortName::Lock() {
         CFileDescriptor lock(::openat(directory_.Get(), lockName.c_str(),
                                       O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600));
         if (!lock.IsOpen()) {
-            return kStatusAccessDenied;
+            return Failed(lockName);
         }
         if (::flock(lock.Get(), LOCK_EX | LOCK_NB) != 0) {
-            return kStatusObjectNameCollision;
+            return Failed(lockName, kStatusObjectNameCollision, "somebody serves there");
         }
         // The last owner may have removed the file between our open and our lock.
         struct stat info = {};

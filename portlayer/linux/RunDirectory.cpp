@@ -6,16 +6,14 @@
 #include <string_view>
 #include <sys/stat.h>
 
-namespace Kyr::PortLayer::Detail {
+#include "portlayer/Diagnostics.h"
+#include "portlayer/linux/Failure.h"
 
-namespace {
+namespace Kyr::PortLayer {
 
 using namespace NtApi;
 
-// Our own limits: "/proc/self/fd/<n>/<name>" must fit the 108 bytes of a socket address.
-constexpr std::size_t kLongestFileName = 80;
-
-std::string DirectoryName() {
+std::string PlaceOfNames() {
     // secure_getenv: a program with raised rights does not let its caller choose the directory.
     if (const char* own = ::secure_getenv("KELCOMM_RUNTIME_DIR"); own != nullptr && *own != '\0') {
         return own;
@@ -26,6 +24,13 @@ std::string DirectoryName() {
     const uid_t uid = ::geteuid();
     return uid == 0 ? "/run/kelcomm" : "/tmp/kelcomm-" + std::to_string(uid);
 }
+
+namespace Detail {
+
+namespace {
+
+// Our own limits: "/proc/self/fd/<n>/<name>" must fit the 108 bytes of a socket address.
+constexpr std::size_t kLongestFileName = 80;
 
 bool StripPrefix(std::string& name, std::string_view prefix) {
     if (name.compare(0, prefix.size(), prefix) != 0) {
@@ -77,23 +82,28 @@ NtStatus FileNameOfUnits(const char16_t* units, std::size_t count, const char* k
 }  // namespace
 
 NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory) {
-    const std::string name = DirectoryName();
+    const std::string name = PlaceOfNames();
     if (create && ::mkdir(name.c_str(), 0700) != 0 && errno != EEXIST) {
-        return errno == EACCES || errno == EPERM || errno == EROFS ? kStatusAccessDenied
-                                                                   : kStatusObjectNameNotFound;
+        const NtStatus status = Failed({});
+        return status == kStatusObjectNameNotFound ? kStatusObjectPathNotFound : status;
     }
     directory.Reset(::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!directory.IsOpen()) {
-        return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
+        return Failed({});
     }
-    struct stat info = {};
     // Others could put their own sockets and files under our names.
-    if (::fstat(directory.Get(), &info) != 0 || info.st_uid != ::geteuid() ||
-        (info.st_mode & 0777) != 0700) {
-        directory.Reset();
-        return kStatusAccessDenied;
+    struct stat info = {};
+    std::string reason;
+    if (::fstat(directory.Get(), &info) != 0 || info.st_uid != ::geteuid()) {
+        reason = "belongs to user " + std::to_string(info.st_uid) + ", not to " +
+                 std::to_string(::geteuid());
+    } else if ((info.st_mode & 0777) != 0700) {
+        reason = "others may use it: its mode must be 0700";
+    } else {
+        return kStatusSuccess;
     }
-    return kStatusSuccess;
+    directory.Reset();
+    return Failed({}, kStatusAccessDenied, reason);
 }
 
 NtStatus FileNameOf(const UnicodeString& name, const char* kind, std::string& file) {
@@ -116,4 +126,6 @@ std::string PathIn(const CFileDescriptor& directory, const std::string& file) {
     return "/proc/self/fd/" + std::to_string(directory.Get()) + "/" + file;
 }
 
-}  // namespace Kyr::PortLayer::Detail
+}  // namespace Detail
+
+}  // namespace Kyr::PortLayer

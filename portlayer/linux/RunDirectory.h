@@ -16,8 +16,9 @@
 
 namespace Kyr::PortLayer::Detail {
 
-/// Opens the directory. kStatusAccessDenied when it is not private to the effective user.
-/// kStatusObjectNameNotFound when it does not exist and `create` is false.
+/// Opens the directory. kStatusAccessDenied when it is not private to the effective user. When it
+/// does not exist: kStatusObjectNameNotFound if it is only looked for, kStatusObjectPathNotFound if
+/// it cannot be made because its parent is missing.
 NtApi::NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory);
 
 /// "\BaseNamedObjects\Name", "Global\Name", "Local\Name" and "Name" are one object, and letters of

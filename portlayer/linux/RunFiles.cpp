@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "portlayer/linux/Failure.h"
 #include "portlayer/linux/FileDescriptor.h"
 #include "portlayer/linux/RunDirectory.h"
 
@@ -15,10 +16,7 @@ namespace {
 
 using namespace NtApi;
 using Detail::CFileDescriptor;
-
-NtStatus StatusOfErrno() {
-    return errno == ENOENT ? kStatusObjectNameNotFound : kStatusAccessDenied;
-}
+using Detail::Failed;
 
 bool WriteAll(const CFileDescriptor& file, const std::string& text) {
     std::size_t done = 0;
@@ -44,7 +42,7 @@ NtStatus ReadRunFile(const char* name, std::string& text) {
     const CFileDescriptor file(
         ::openat(directory.Get(), name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     if (!file.IsOpen()) {
-        return StatusOfErrno();
+        return Failed(name);
     }
     struct stat info = {};
     if (::fstat(file.Get(), &info) != 0 || !S_ISREG(info.st_mode)) {
@@ -72,23 +70,24 @@ NtStatus WriteRunFile(const char* name, const std::string& text) {
                                         O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW | O_CLOEXEC,
                                         0600));
     if (!file.IsOpen()) {
-        return StatusOfErrno();
+        return Failed(draft);
     }
     if (!WriteAll(file, text) ||
         ::renameat(directory.Get(), draft.c_str(), directory.Get(), name) != 0) {
+        const NtStatus status = Failed(name);
         ::unlinkat(directory.Get(), draft.c_str(), 0);
-        return kStatusAccessDenied;
+        return status;
     }
     return kStatusSuccess;
 }
 
 NtStatus RemoveRunFile(const char* name) {
     CFileDescriptor directory;
-    if (const NtStatus status = Detail::OpenRunDirectory(false, directory);
+    if (const NtStatus status = Detail::OpenRunDirectory(true, directory);
         status != kStatusSuccess) {
         return status;
     }
-    return ::unlinkat(directory.Get(), name, 0) == 0 ? kStatusSuccess : StatusOfErrno();
+    return ::unlinkat(directory.Get(), name, 0) == 0 ? kStatusSuccess : Failed(name);
 }
 
 }  // namespace Kyr::PortLayer

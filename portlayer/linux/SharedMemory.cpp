@@ -28,6 +28,11 @@ bool MapFile(int file, std::size_t size, int protection, CMapping& mapping) {
     return true;
 }
 
+void RemapFile(int file, int protection, const CMapping& mapping) {
+    // In one step: whoever reads there meanwhile meets the one file or the other.
+    ::mmap(mapping.Base(), mapping.Size(), protection, MAP_SHARED | MAP_FIXED, file, 0);
+}
+
 bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping) {
     CSystemHandle created(::memfd_create("portlayer", MFD_CLOEXEC | MFD_ALLOW_SEALING));
     const int file = static_cast<int>(created.Get());

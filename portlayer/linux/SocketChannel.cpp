@@ -3,6 +3,7 @@
 #include <string>
 #include <sys/socket.h>
 
+#include "portlayer/linux/NamedSection.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/RunDirectory.h"
 #include "portlayer/linux/SocketPackets.h"
@@ -48,6 +49,7 @@ NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& d
         return NtApi::kStatusAccessDenied;
     }
     channel = std::make_unique<CSocketChannel>(std::move(socket));
+    RenewViews();
     return NtApi::kStatusSuccess;
 }
 

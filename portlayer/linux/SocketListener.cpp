@@ -6,6 +6,7 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include "portlayer/linux/Failure.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/PortName.h"
 #include "portlayer/linux/SocketChannel.h"
@@ -75,7 +76,7 @@ NtStatus CSocketListener::Open(const UnicodeString& name) {
     const bool watching = poll_.IsOpen() && wake_.IsOpen() &&
                           WatchDescriptor(poll_.Get(), listener_.Get(), kListener) &&
                           WatchDescriptor(poll_.Get(), wake_.Get(), kWake);
-    return watching ? kStatusSuccess : kStatusNoMemory;
+    return watching ? kStatusSuccess : Failed({});
 }
 
 IPortListener::ListenerEvent CSocketListener::Wait(const CDeadline& deadline,

@@ -3,10 +3,24 @@
 #include <algorithm>
 #include <cstdint>
 #include <cwchar>
+#include <system_error>
 
+#include "portlayer/Diagnostics.h"
 #include "portlayer/windows/SystemHeader.h"
 
-namespace Kyr::PortLayer::Detail {
+namespace Kyr::PortLayer {
+
+std::string PlaceOfNames() {
+    char text[1024];
+    const DWORD length = ::GetEnvironmentVariableA("KELCOMM_RUNTIME_DIR", text, sizeof text);
+    return length == 0 || length >= sizeof text ? "the system" : std::string(text, length);
+}
+
+std::string LastFailure() {
+    return std::system_category().message(static_cast<int>(::GetLastError()));
+}
+
+namespace Detail {
 
 namespace {
 
@@ -69,4 +83,6 @@ std::wstring ObjectNameOf(const char16_t* name) {
     return object;
 }
 
-}  // namespace Kyr::PortLayer::Detail
+}  // namespace Detail
+
+}  // namespace Kyr::PortLayer

@@ -88,7 +88,7 @@ class RawServerFixture : public AlpcPortFixture {
   protected:
     /// A server that accepts one connection by hand and then runs `body` with its socket.
     std::thread RawServer(std::function<void(int)> body) {
-        EXPECT_EQ(ListenSocket(SocketPath(RunDirectory()), listener_), kStatusSuccess);
+        EXPECT_TRUE(ListenSocket(SocketPath(RunDirectory()), listener_));
         EXPECT_EQ(::fcntl(listener_.Get(), F_SETFL, 0), 0);
         return std::thread([this, body] {
             const CFileDescriptor socket(::accept(listener_.Get(), nullptr, nullptr));

@@ -5,6 +5,7 @@
 #include <boost/filesystem/fstream.hpp>
 #include <boost/filesystem/operations.hpp>
 
+#include "portlayer/Diagnostics.h"
 #include "portlayer/RunFiles.h"
 #include "tests/support/system/TemporaryFolder.h"
 
@@ -72,6 +73,15 @@ TEST_F(RunFilesTest, DirectoryThatOthersMayEnterIsRefused) {
     EXPECT_EQ(ReadRunFile("name", text_), kStatusAccessDenied);
     EXPECT_EQ(WriteRunFile("name", "1"), kStatusAccessDenied);
     EXPECT_EQ(RemoveRunFile("name"), kStatusAccessDenied);
+    EXPECT_EQ(PortLayer::LastFailure(), directory_ + ": others may use it: its mode must be 0700");
+}
+
+TEST_F(RunFilesTest, DirectoryThatCannotBeMadeIsNoMissingText) {
+    ::setenv("KELCOMM_RUNTIME_DIR", folder_.File("no/run").c_str(), 1);
+    EXPECT_EQ(ReadRunFile("name", text_), kStatusObjectNameNotFound);
+    EXPECT_EQ(WriteRunFile("name", "1"), NtApi::kStatusObjectPathNotFound);
+    EXPECT_EQ(RemoveRunFile("name"), NtApi::kStatusObjectPathNotFound);
+    EXPECT_EQ(PortLayer::LastFailure(), folder_.File("no/run: No such file or directory"));
 }
 
 TEST_F(RunFilesTest, LinkIsNotFollowed) {

@@ -1,0 +1,141 @@
+// Objects with a name when the environment of the run directory is bad: a full disk, a directory
+// that is cleared under its users.
+#include <csignal>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <thread>
+
+#include "portlayer/Diagnostics.h"
+#include "portlayer/RunFiles.h"
+#include "portlayer/linux/NamedSection.h"
+#include "tests/portlayer/PortFixture.h"
+
+namespace Kyr::Test {
+
+namespace {
+
+using namespace PortLayer;
+
+constexpr std::uint32_t kMapWrite = 2;
+
+/// Lets every file of this process end behind so many bytes, as a full disk would. A program that
+/// does not ignore the signal is ended by the first write beyond.
+class CFileLimit {
+  public:
+    explicit CFileLimit(rlim_t bytes) {
+        ::getrlimit(RLIMIT_FSIZE, &before_);
+        const rlimit limit = {bytes, before_.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+    ~CFileLimit() {
+        ::setrlimit(RLIMIT_FSIZE, &before_);
+        std::signal(SIGXFSZ, handler_);
+    }
+
+  private:
+    rlimit before_ = {};
+    void (*const handler_)(int) = std::signal(SIGXFSZ, SIG_IGN);
+};
+
+class NamedFilesTest : public PortFixture {
+  protected:
+    Handle CreateSection(std::uint32_t size) {
+        return Ports().CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4,
+                                          0, size, u"Global\\Section");
+    }
+    std::uint8_t* Map(Handle section) {
+        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, kMapWrite, 0, 0, 0));
+    }
+    Handle CreateMutex() { return Ports().CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
+    std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
+};
+INSTANTIATE_TEST_SUITE_P(Backends, NamedFilesTest, Backends(), BackendName);
+
+TEST_P(NamedFilesTest, NewSectionHasItsRoomOnTheDisk) {
+    const Handle section = CreateSection(65536);
+    struct stat info = {};
+    ASSERT_EQ(::stat(Path("section.section").c_str(), &info), 0);
+    EXPECT_EQ(info.st_size, 65536);
+    EXPECT_GE(info.st_blocks * 512, 65536);
+    Ports().CloseHandle(section);
+}
+
+TEST_P(NamedFilesTest, SectionWithoutRoomIsRefusedWithPathAndReason) {
+    const CFileLimit limit(4096);
+    EXPECT_EQ(CreateSection(4097), nullptr);
+    EXPECT_EQ(LastFailure(), Path("section.section") + ": File too large");
+}
+
+TEST_P(NamedFilesTest, TextWithoutRoomIsRefusedAsOfAFullDisk) {
+    const CFileLimit limit(10);
+    EXPECT_EQ(WriteRunFile("name", "eleven byte"), NtApi::kStatusDiskFull);
+    EXPECT_EQ(LastFailure(), Path("name") + ": File too large");
+}
+
+TEST_P(NamedFilesTest, ViewsInAClearedDirectoryShowTheNextSectionOnceRenewed) {
+    const Handle old = CreateSection(100);
+    std::uint8_t* const first = Map(old);
+    const std::uint8_t* const second = Map(old);
+    ForgetName();
+    Detail::RenewViews();  // there is no next one yet
+    first[0] = 1;
+    EXPECT_EQ(second[0], 1);
+    const Handle next = CreateSection(100);
+    std::uint8_t* const view = Map(next);
+    view[0] = 7;
+    EXPECT_EQ(first[0], 1);
+    Detail::RenewViews();
+    EXPECT_EQ(first[0], 7);
+    EXPECT_EQ(second[0], 7);
+    for (const void* base : {static_cast<const void*>(first), static_cast<const void*>(second),
+                             static_cast<const void*>(view)}) {
+        EXPECT_EQ(Ports().UnmapViewOfFile(base), 1);
+    }
+    Ports().CloseHandle(old);
+    Ports().CloseHandle(next);
+}
+
+TEST_P(NamedFilesTest, ViewInAClearedDirectoryIsNotRenewedByASmallerSection) {
+    const Handle old = CreateSection(8192);
+    std::uint8_t* const view = Map(old);
+    ForgetName();
+    const Handle next = CreateSection(4096);
+    Detail::RenewViews();
+    view[8191] = 1;
+    EXPECT_EQ(view[8191], 1);
+    Ports().UnmapViewOfFile(view);
+    Ports().CloseHandle(old);
+    Ports().CloseHandle(next);
+}
+
+TEST_P(NamedFilesTest, MutexInAClearedDirectoryIsTheNextOneOfItsName) {
+    const Handle old = CreateMutex();
+    ForgetName();
+    const Handle next = CreateMutex();
+    EXPECT_EQ(Ports().WaitForSingleObject(next, 0), 0u);
+    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0x102u); }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(next), 1);
+    Ports().CloseHandle(old);
+    Ports().CloseHandle(next);
+}
+
+TEST_P(NamedFilesTest, MutexThatIsHeldStaysTheOldOneUntilItIsReleased) {
+    const Handle old = CreateMutex();
+    EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0u);
+    ForgetName();
+    const Handle next = CreateMutex();
+    EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0u);
+    std::thread([&] {
+        EXPECT_EQ(Ports().WaitForSingleObject(next, 0), 0u);
+        EXPECT_EQ(Ports().ReleaseMutex(next), 1);
+    }).join();
+    EXPECT_EQ(Ports().ReleaseMutex(old), 1);
+    EXPECT_EQ(Ports().ReleaseMutex(old), 1);
+    EXPECT_EQ(Ports().ReleaseMutex(old), 0);
+    Ports().CloseHandle(old);
+    Ports().CloseHandle(next);
+}
+
+}  // namespace
+
+}  // namespace Kyr::Test
