@@ -26,6 +26,8 @@ CCommandInput::CCommandInput() : state_(std::make_unique<State>()) {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     // A reader that goes away must not end the program before it has cleaned up.
     std::signal(SIGPIPE, SIG_IGN);
+    // Nor must a limit of files: what cannot be written is a failed write.
+    std::signal(SIGXFSZ, SIG_IGN);
     state_->terminateFd = signalfd(-1, &signals, SFD_CLOEXEC);
     state_->wakeFd = eventfd(0, EFD_CLOEXEC);
     if (state_->terminateFd < 0 || state_->wakeFd < 0) {

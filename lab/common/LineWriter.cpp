@@ -1,6 +1,9 @@
 #include "lab/common/LineWriter.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <iostream>
+#include <system_error>
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -41,8 +44,10 @@ std::chrono::nanoseconds MachineStamp() {
     return std::chrono::steady_clock::now().time_since_epoch();
 }
 
-CLineWriter::CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloured, Stamp stamp)
-    : timeOfDay_(std::move(timeOfDay)),
+CLineWriter::CLineWriter(std::ostream& stream, std::string name, TimeOfDay timeOfDay, bool coloured,
+                         Stamp stamp)
+    : name_(std::move(name)),
+      timeOfDay_(std::move(timeOfDay)),
       coloured_(coloured),
       stamp_(std::move(stamp)),
       stream_(stream) {}
@@ -59,6 +64,13 @@ void CLineWriter::Write(const CLine& line) {
         text += " at=" + std::to_string(stamp_().count());
     }
     stream_ << FormatTime(timeOfDay_()) + ' ' + text + '\n' << std::flush;
+    if (!stream_) {
+        if (!hasFailed_.exchange(true)) {
+            std::cerr << "cannot write " + name_ + ": " + std::generic_category().message(errno) +
+                             '\n';
+        }
+        stream_.clear();  // there may be room again for the next line
+    }
 }
 
 }  // namespace Kyr::Lab

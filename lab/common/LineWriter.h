@@ -5,12 +5,15 @@
 //
 // Threads: Write from any thread.
 // Ownership: the stream must outlive the writer.
-// Errors: none are reported; a lab program does not end because nobody reads it.
+// Errors: a lab program does not end because nobody reads it. The first line that cannot be written
+// is told on standard error, and HasFailed tells the program, for its exit code.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <functional>
 #include <ostream>
+#include <string>
 
 #include <boost/thread/mutex.hpp>
 
@@ -29,20 +32,28 @@ using Stamp = std::function<std::chrono::nanoseconds()>;
 /// By the clock that all processes of a machine share and that nobody sets.
 std::chrono::nanoseconds MachineStamp();
 
+/// The exit code of a program that lost lines of its output; scripts rely on it.
+constexpr int kOutputLost = 4;
+
 /// Whoever takes events: a line writer, or a test's list.
 using LineSink = std::function<void(const CLine&)>;
 
 class CLineWriter {
   public:
-    CLineWriter(std::ostream& stream, TimeOfDay timeOfDay, bool coloured,
+    /// `name` is the stream's, for people.
+    CLineWriter(std::ostream& stream, std::string name, TimeOfDay timeOfDay, bool coloured,
                 Stamp stamp = MachineStamp);
 
     void Write(const CLine& line);
+    /// Whether a line was lost.
+    bool HasFailed() const { return hasFailed_; }
 
   private:
+    const std::string name_;
     const TimeOfDay timeOfDay_;
     const bool coloured_;
     const Stamp stamp_;
+    std::atomic<bool> hasFailed_{false};
 
     boost::mutex mutex_;    // guards the stream
     std::ostream& stream_;  // borrowed

@@ -36,6 +36,7 @@ CModuleLoader::Hooks HooksFor(const HostSettings& settings, const LineSink& even
 CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile)
     : events_(events),
       loader_(settings.libraryPath, HooksFor(settings, events)),
+      claim_(settings.databasePath),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),
       printer_(events),

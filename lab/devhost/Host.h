@@ -11,6 +11,7 @@
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
 #include "lab/devhost/database/Database.h"
+#include "lab/devhost/database/DatabaseClaim.h"
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
@@ -42,6 +43,8 @@ class CHost {
     /// the module stops, so that one that hangs can still be stopped by force. The second request
     /// to terminate calls `endAtOnce`. REQUIRES: the host has started.
     void Obey(CCommandInput& input, const std::function<void()>& endAtOnce);
+    /// What the database failed with first; empty when it has not. REQUIRES: the host has ended.
+    const std::string& DatabaseFailure() const { return database_->FirstFailure(); }
     /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
     /// not begun.
     void WhenDestroyed(std::function<void()> notify);
@@ -49,6 +52,7 @@ class CHost {
   private:
     const LineSink events_;
     CModuleLoader loader_;  // before the database: a library that is none leaves no file behind
+    CDatabaseClaim claim_;
     boost::shared_ptr<CDatabase> database_;
     CCollectionSteps steps_;
     CMessagePrinter printer_;

@@ -1,8 +1,10 @@
 // devhost: a small host of its own process that loads the connector library and takes commands on
 // standard input. See README.md.
+#include <cerrno>
 #include <exception>
 #include <fstream>
 #include <iostream>
+#include <system_error>
 
 #include "lab/common/CommandLine.h"
 #include "lab/common/EndThisProcess.h"
@@ -16,6 +18,8 @@ using Lab::DevHost::CHost;
 // Exit codes; scripts rely on them.
 constexpr int kEndedWell = 0;
 constexpr int kCannotStart = 1;
+using Lab::kOutputLost;
+constexpr int kDatabaseFailed = 5;
 
 struct Options {
     Lab::DevHost::HostSettings host{"", "devhost.db"};
@@ -47,20 +51,24 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
 
 int Run(const Options& options, Lab::CCommandInput& input) {
     std::ofstream logFile;
-    Lab::CLineWriter console(std::cout, Lab::SystemTimeOfDay, options.coloured);
-    Lab::CLineWriter log(logFile, Lab::SystemTimeOfDay, false);
+    Lab::CLineWriter console(std::cout, "standard output", Lab::SystemTimeOfDay, options.coloured);
+    Lab::CLineWriter log(logFile, "the log file " + options.logPath, Lab::SystemTimeOfDay, false);
     CHost host(
         options.host, [&](const Lab::CLine& line) { console.Write(line); },
         [&](const Lab::CLine& line) { log.Write(line); });
     logFile.open(options.logPath, std::ios::app);
     if (!logFile) {
-        throw std::runtime_error("cannot open the log file " + options.logPath);
+        throw std::runtime_error("cannot open the log file " + options.logPath + ": " +
+                                 std::generic_category().message(errno));
     }
     if (!host.Start()) {
         return kCannotStart;
     }
     host.Obey(input, Lab::EndThisProcess);
-    return kEndedWell;
+    if (!host.DatabaseFailure().empty()) {
+        throw Lab::DevHost::CDatabaseError(host.DatabaseFailure());
+    }
+    return console.HasFailed() || log.HasFailed() ? kOutputLost : kEndedWell;
 }
 
 }  // namespace
@@ -73,6 +81,9 @@ int main(int argc, char** argv) {
     try {
         Lab::CCommandInput input;
         return Run(options, input);
+    } catch (const Lab::DevHost::CDatabaseError& exception) {
+        std::cerr << "devhost: " << exception.what() << '\n';
+        return kDatabaseFailed;
     } catch (const std::exception& exception) {
         std::cerr << "devhost: " << exception.what() << '\n';
         return kCannotStart;

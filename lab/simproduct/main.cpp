@@ -7,6 +7,7 @@
 #include "lab/common/CommandLine.h"
 #include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
+#include "lab/simproduct/area/OnlyProduct.h"
 #include "lab/simproduct/commands/AgentUuidCommand.h"
 #include "lab/simproduct/commands/RecordCommands.h"
 #include "lab/simproduct/commands/StatusCommands.h"
@@ -115,6 +116,7 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     };
     CAlpcServer alpc(answer, sink);
     CLpcServer lpc(answer, sink);
+    std::optional<COnlyProduct> onlyProduct;
     CBroadcastArea area;
     bool quit = false;
     CConsole console({ProcessCommands(tasks, options.victim),
@@ -131,6 +133,7 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
                         }}}},
                      sink);
     if (!options.installOnly) {
+        onlyProduct.emplace(OwnProcessId());
         area.Open();  // who finds a port open finds the area, too
         if (options.nothingNew) {
             AnnounceNothing(area);
@@ -158,7 +161,7 @@ int main(int argc, char** argv) {
         return *code;
     }
     CCommandInput input;
-    CLineWriter writer(std::cout, SystemTimeOfDay, options.coloured);
+    CLineWriter writer(std::cout, "standard output", SystemTimeOfDay, options.coloured);
     const LineSink sink = [&](const CLine& line) { writer.Write(line); };
     bool started = false;
     try {
@@ -172,5 +175,8 @@ int main(int argc, char** argv) {
         sink(CLine("error").With("text", "left behind: " + counters.Text()));
         return kLeftSomethingBehind;
     }
-    return started ? kEndedWell : kCannotStart;
+    if (!started) {
+        return kCannotStart;
+    }
+    return writer.HasFailed() ? kOutputLost : kEndedWell;
 }

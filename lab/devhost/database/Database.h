@@ -4,7 +4,7 @@
 // Every write is on disk when the call returns, so that the host may be killed at any time.
 //
 // Threads: any.
-// Errors: std::runtime_error with SQLite's text, where the interface has no other way.
+// Errors: CDatabaseError, where the interface has no other way.
 #pragma once
 
 #include <string>
@@ -30,6 +30,9 @@ class CDatabase final : public Common::Kernel::IDatabaseResource {
     /// The instance identifier of this host, a UUID in text form; made with the database and kept
     /// in it.
     std::string InstanceUuid();
+
+    /// As CSqliteConnection's.
+    const std::string& FirstFailure() const { return connection_.FirstFailure(); }
 
     CKeyValueMapper& KeyValues() { return *keyValues_; }
     CRemediationMapper& RemediationActions() { return *remediationActions_; }

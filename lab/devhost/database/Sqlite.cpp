@@ -1,36 +1,43 @@
 #include "lab/devhost/database/Sqlite.h"
 
 #include <sqlite3.h>
-#include <stdexcept>
+#include <system_error>
 
 namespace Kyr::Lab::DevHost {
-
-namespace {
-
-void Check(bool good, sqlite3* handle, const char* what) {
-    if (!good) {
-        throw std::runtime_error(std::string(what) + ": " + sqlite3_errmsg(handle));
-    }
-}
-
-}  // namespace
 
 void CSqliteConnection::Close::operator()(sqlite3* handle) const {
     sqlite3_close_v2(handle);
 }
 
-CSqliteConnection::CSqliteConnection(const std::string& path) {
+CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
     sqlite3* handle = nullptr;
     const int result = sqlite3_open(path.c_str(), &handle);
     handle_.reset(handle);
-    Check(result == SQLITE_OK, handle, "Cannot open the database");
+    Check(result == SQLITE_OK, "Cannot open the database");
     // A second host on the same file waits for the first one's transactions (our choice of time).
     sqlite3_busy_timeout(handle, 5000);
 }
 
 void CSqliteConnection::Execute(const char* sql) {
-    Check(sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK, Handle(),
+    Check(sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK,
           "Cannot run a statement");
+}
+
+void CSqliteConnection::Check(bool good, const char* what) {
+    if (good) {
+        return;
+    }
+    std::string text = std::string(what) + ": " + sqlite3_errmsg(Handle()) + ": " + path_;
+    // SQLite's text says only which call failed, where the system refused one.
+    const int error = sqlite3_system_errno(Handle());
+    const int code = sqlite3_errcode(Handle());
+    if (error != 0 && (code == SQLITE_CANTOPEN || code == SQLITE_IOERR)) {
+        text += ": " + std::system_category().message(error);
+    }
+    if (firstFailure_.empty()) {
+        firstFailure_ = text;
+    }
+    throw CDatabaseError(text);
 }
 
 void CSqliteConnection::Rollback() noexcept {
@@ -47,13 +54,13 @@ CSqliteStatement::CSqliteStatement(CSqliteConnection& connection, const char* sq
     const int result = sqlite3_prepare_v3(connection.Handle(), sql, -1, SQLITE_PREPARE_PERSISTENT,
                                           &statement, nullptr);
     statement_.reset(statement);
-    Check(result == SQLITE_OK, connection.Handle(), "Cannot prepare a statement");
+    connection.Check(result == SQLITE_OK, "Cannot prepare a statement");
 }
 
 void CSqliteStatement::BindText(int index, std::string_view text) {
     const int result = sqlite3_bind_text64(statement_.get(), index, text.data(), text.size(),
                                            SQLITE_TRANSIENT, SQLITE_UTF8);
-    Check(result == SQLITE_OK, connection_.Handle(), "Cannot bind a text");
+    connection_.Check(result == SQLITE_OK, "Cannot bind a text");
 }
 
 void CSqliteStatement::BindBlob(int index, std::string_view bytes) {
@@ -61,7 +68,7 @@ void CSqliteStatement::BindBlob(int index, std::string_view bytes) {
     const char* data = bytes.empty() ? "" : bytes.data();
     const int result =
         sqlite3_bind_blob64(statement_.get(), index, data, bytes.size(), SQLITE_TRANSIENT);
-    Check(result == SQLITE_OK, connection_.Handle(), "Cannot bind a blob");
+    connection_.Check(result == SQLITE_OK, "Cannot bind a blob");
 }
 
 bool CSqliteStatement::Step() {
@@ -69,12 +76,9 @@ bool CSqliteStatement::Step() {
     if (result == SQLITE_ROW) {
         return true;
     }
-    if (result != SQLITE_DONE) {
-        const std::string text = sqlite3_errmsg(connection_.Handle());
-        Reset();
-        throw std::runtime_error("Cannot run a statement: " + text);
-    }
-    Reset();
+    // Its own result is that of the step.
+    const int ended = sqlite3_reset(statement_.get());
+    connection_.Check(result == SQLITE_DONE && ended == SQLITE_OK, "Cannot run a statement");
     return false;
 }
 

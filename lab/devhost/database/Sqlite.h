@@ -3,10 +3,11 @@
 // Threads: one connection and its statements are used by one thread at a time; whoever shares them
 // holds the connection's mutex.
 // Ownership: a statement must not outlive its connection.
-// Errors: std::runtime_error with SQLite's text.
+// Errors: CDatabaseError with SQLite's text, the system's reason and the path.
 #pragma once
 
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 
@@ -16,6 +17,11 @@ struct sqlite3;
 struct sqlite3_stmt;
 
 namespace Kyr::Lab::DevHost {
+
+class CDatabaseError : public std::runtime_error {
+  public:
+    using std::runtime_error::runtime_error;
+};
 
 class CSqliteConnection {
   public:
@@ -27,6 +33,11 @@ class CSqliteConnection {
     /// Gives up the open transaction; a failure is not reported, the next transaction meets it.
     void Rollback() noexcept;
 
+    /// Throws unless `good`. REQUIRES: the last call on the connection is the one that failed.
+    void Check(bool good, const char* what);
+    /// What the first call that failed met; empty when none did. Whoever calls holds the mutex.
+    const std::string& FirstFailure() const { return firstFailure_; }
+
     sqlite3* Handle() const { return handle_.get(); }
     boost::mutex& Mutex() { return mutex_; }
 
@@ -35,7 +46,9 @@ class CSqliteConnection {
         void operator()(sqlite3* handle) const;
     };
 
+    const std::string path_;
     std::unique_ptr<sqlite3, Close> handle_;
+    std::string firstFailure_;
     boost::mutex mutex_;  // for the users of a shared connection
 };
 

@@ -2,7 +2,7 @@
 //
 // Threads: the one that holds the connection's mutex.
 // Ownership: the connection must outlive this.
-// Errors: std::runtime_error with SQLite's text.
+// Errors: CDatabaseError.
 #pragma once
 
 #include "lab/devhost/database/Sqlite.h"

@@ -3,8 +3,6 @@
 #include <stdexcept>
 #include <vector>
 
-#include "portlayer/ServerFunctions.h"
-
 namespace Kyr::Lab::SimProduct {
 
 namespace {
@@ -13,20 +11,8 @@ namespace {
 constexpr char16_t kMutexName[] = u"Global\\KELCOMM61564B51To31564B51BroadcastMutex";
 constexpr char16_t kSectionName[] = u"Global\\KELCOMM61564B51To31564B51Broadcast";
 
-// Values of the system's interface.
-constexpr std::uint32_t kPageReadWrite = 4;
-constexpr std::uint32_t kFileMapWrite = 2;
-constexpr std::uint32_t kFileMapRead = 4;
-constexpr std::uint32_t kOwned = 0;
-constexpr std::uint32_t kAbandoned = 0x80;
-
 /// A reader keeps the mutex for the time of one copy: our own choice.
 constexpr std::uint32_t kPatienceMs = 10000;
-
-bool Wait(NtApi::Handle mutex) {
-    const std::uint32_t result = PortLayer::WaitForSingleObject(mutex, kPatienceMs);
-    return result == kOwned || result == kAbandoned;
-}
 
 }  // namespace
 
@@ -34,7 +20,7 @@ bool Wait(NtApi::Handle mutex) {
 class CBroadcastArea::CTurn {
   public:
     explicit CTurn(const CBroadcastArea& area) : area_(area) { area_.Take(); }
-    ~CTurn() { PortLayer::ReleaseMutex(area_.mutex_); }
+    ~CTurn() { area_.memory_.Give(); }
     CTurn(const CTurn&) = delete;
     CTurn& operator=(const CTurn&) = delete;
 
@@ -51,31 +37,14 @@ void CBroadcastArea::Open() {
         return;
     }
     try {
-        Create();
+        memory_.Open(kMutexName, kSectionName, CAreaImage::kSize, "the broadcast area");
+        const CTurn turn(*this);
+        image_.emplace(memory_.Bytes());
+        image_->WriteHealthy();
     } catch (const std::exception&) {
         Close();
         throw;
     }
-}
-
-void CBroadcastArea::Create() {
-    mutex_ = PortLayer::CreateMutexW(nullptr, 0, kMutexName);
-    if (mutex_ == nullptr) {
-        throw std::runtime_error("cannot create the mutex of the broadcast area");
-    }
-    const auto noFile = reinterpret_cast<NtApi::Handle>(~std::uintptr_t{0});
-    section_ = PortLayer::CreateFileMappingW(noFile, nullptr, kPageReadWrite, 0, CAreaImage::kSize,
-                                             kSectionName);
-    if (section_ != nullptr) {
-        view_ = PortLayer::MapViewOfFile(section_, kFileMapRead | kFileMapWrite, 0, 0,
-                                         CAreaImage::kSize);
-    }
-    if (view_ == nullptr) {
-        throw std::runtime_error("cannot create the section of the broadcast area");
-    }
-    const CTurn turn(*this);
-    image_.emplace(static_cast<std::uint8_t*>(view_));
-    image_->WriteHealthy();
 }
 
 void CBroadcastArea::Close() {
@@ -84,16 +53,7 @@ void CBroadcastArea::Close() {
         Release();
     }
     image_.reset();
-    if (view_ != nullptr) {
-        PortLayer::UnmapViewOfFile(view_);
-        view_ = nullptr;
-    }
-    for (NtApi::Handle* const handle : {&section_, &mutex_}) {
-        if (*handle != nullptr) {
-            PortLayer::CloseHandle(*handle);
-            *handle = nullptr;
-        }
-    }
+    memory_.Close();
 }
 
 const CAreaImage& CBroadcastArea::Image() const {
@@ -104,7 +64,7 @@ const CAreaImage& CBroadcastArea::Image() const {
 }
 
 void CBroadcastArea::Take() const {
-    if (mutex_ == nullptr || !Wait(mutex_)) {
+    if (!memory_.Take(kPatienceMs)) {
         throw std::runtime_error("cannot have the mutex of the broadcast area");
     }
 }
@@ -183,7 +143,7 @@ void CBroadcastArea::Hold() {
 
 void CBroadcastArea::Release() {
     if (held_) {
-        PortLayer::ReleaseMutex(mutex_);
+        memory_.Give();
         held_ = false;
     }
 }
@@ -192,7 +152,7 @@ void CBroadcastArea::Abandon() {
     Image();
     Release();
     bool taken = false;
-    boost::thread([&] { taken = Wait(mutex_); }).join();
+    boost::thread([&] { taken = memory_.Take(kPatienceMs); }).join();
     if (!taken) {
         throw std::runtime_error("cannot have the mutex of the broadcast area");
     }

@@ -14,7 +14,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/simproduct/area/AreaImage.h"
-#include "ntapi/Types.h"
+#include "lab/simproduct/area/NamedMemory.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -54,14 +54,11 @@ class CBroadcastArea {
   private:
     class CTurn;
 
-    void Create();
     const CAreaImage& Image() const;
     void Take() const;
     void StopFlicker();
 
-    NtApi::Handle mutex_ = nullptr;
-    NtApi::Handle section_ = nullptr;
-    void* view_ = nullptr;
+    CNamedMemory memory_;
     std::optional<CAreaImage> image_;
     bool held_ = false;
     boost::thread flicker_;

@@ -5,6 +5,7 @@
 #include "lab/simproduct/requests/StatusText.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
+#include "portlayer/Diagnostics.h"
 #include "portlayer/ServerFunctions.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -20,7 +21,7 @@ void CPortServer::Open() {
     if (NtApi::IsError(status)) {
         port_ = nullptr;
         throw std::runtime_error(std::string("cannot create the ") + kind_.name +
-                                 " port: " + StatusText(status));
+                                 " port: " + StatusText(status) + ": " + PortLayer::LastFailure());
     }
     closing_ = false;
     thread_ = boost::thread([this] { Serve(); });

@@ -101,6 +101,7 @@ class CSpawnSettings {
         sigemptyset(&signals);
         posix_spawnattr_setsigmask(&attributes, &signals);
         sigaddset(&signals, SIGPIPE);
+        sigaddset(&signals, SIGXFSZ);
         posix_spawnattr_setsigdefault(&attributes, &signals);
     }
     ~CSpawnSettings() {

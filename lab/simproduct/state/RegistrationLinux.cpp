@@ -3,6 +3,7 @@
 
 #include "lab/simproduct/requests/StatusText.h"
 #include "lab/simproduct/state/Registration.h"
+#include "portlayer/Diagnostics.h"
 #include "portlayer/RunFiles.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -13,7 +14,8 @@ namespace {
 constexpr char kBuildFile[] = "ovanta-agent-build";
 
 [[noreturn]] void Fail(NtApi::NtStatus status) {
-    throw std::runtime_error("cannot write to the run directory: status " + StatusText(status));
+    throw std::runtime_error("cannot write to the run directory: status " + StatusText(status) +
+                             ": " + PortLayer::LastFailure());
 }
 
 class CRunFileRegistration final : public IRegistration {

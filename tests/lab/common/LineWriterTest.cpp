@@ -1,3 +1,4 @@
+#include <cerrno>
 #include <gtest/gtest.h>
 #include <sstream>
 
@@ -16,7 +17,7 @@ std::chrono::nanoseconds AtFive() {
 
 TEST(LineWriterTest, LineBeginsWithTimeAndEndsWithItsStamp) {
     std::ostringstream stream;
-    CLineWriter writer(stream, At(((13 * 60 + 4) * 60 + 5) * 1000 + 67), false, AtFive);
+    CLineWriter writer(stream, "output", At(((13 * 60 + 4) * 60 + 5) * 1000 + 67), false, AtFive);
 
     writer.Write(CLine("did").With("pid", 7));
 
@@ -25,7 +26,7 @@ TEST(LineWriterTest, LineBeginsWithTimeAndEndsWithItsStamp) {
 
 TEST(LineWriterTest, LastMillisecondOfTheDayIsWritten) {
     std::ostringstream stream;
-    CLineWriter writer(stream, At(86399999), false, AtFive);
+    CLineWriter writer(stream, "output", At(86399999), false, AtFive);
 
     writer.Write(CLine("ready"));
 
@@ -34,11 +35,53 @@ TEST(LineWriterTest, LastMillisecondOfTheDayIsWritten) {
 
 TEST(LineWriterTest, ColouredLineHasNoStampAndOnlyTheKindIsColoured) {
     std::ostringstream stream;
-    CLineWriter writer(stream, At(0), true);
+    CLineWriter writer(stream, "output", At(0), true);
 
     writer.Write(CLine("error").With("text", "no"));
 
     EXPECT_EQ("00:00:00.000 \x1b[31merror\x1b[0m text=no\n", stream.str());
+}
+
+/// A device that is full until it has room for everything.
+class CFullDevice : public std::stringbuf {
+  public:
+    bool full = true;
+
+  private:
+    int sync() override {
+        errno = ENOSPC;
+        return full ? -1 : 0;
+    }
+};
+
+TEST(LineWriterTest, LinesThatCannotBeWrittenAreToldOnce) {
+    CFullDevice device;
+    std::ostream stream(&device);
+    CLineWriter writer(stream, "the log file /x", At(0), false);
+    EXPECT_FALSE(writer.HasFailed());
+
+    ::testing::internal::CaptureStderr();
+    writer.Write(CLine("ready"));
+    writer.Write(CLine("ready"));
+
+    EXPECT_EQ("cannot write the log file /x: No space left on device\n",
+              ::testing::internal::GetCapturedStderr());
+    EXPECT_TRUE(writer.HasFailed());
+}
+
+TEST(LineWriterTest, LinesAreWrittenAgainOnceThereIsRoom) {
+    CFullDevice device;
+    std::ostream stream(&device);
+    CLineWriter writer(stream, "output", At(0), false, AtFive);
+    ::testing::internal::CaptureStderr();
+    writer.Write(CLine("ready"));
+    device.full = false;
+    device.str("");
+
+    writer.Write(CLine("did"));
+
+    EXPECT_EQ("00:00:00.000 did at=5\n", device.str());
+    ::testing::internal::GetCapturedStderr();
 }
 
 TEST(LineWriterTest, SystemTimeOfDayIsWithinOneDay) {

@@ -1,68 +1,17 @@
-// The program as scripts use it: a process with commands on its input and events on its output.
-#include <Poco/Pipe.h>
-#include <Poco/PipeStream.h>
-#include <Poco/Process.h>
+#include "tests/lab/devhost/ProgramTest.h"
+
+#include <algorithm>
 #include <filesystem>
 #include <gmock/gmock.h>
-#include <memory>
-#include <string>
-#include <vector>
 
 #include "lab/devhost/database/Database.h"
-#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {
 
 using Lab::DevHost::CDatabase;
 using ::testing::HasSubstr;
-
-class CDevHostProcess {
-  public:
-    explicit CDevHostProcess(const std::vector<std::string>& arguments)
-        : handle_(Poco::Process::launch(KYR_DEVHOST_PATH, arguments, &input_, &output_, nullptr)),
-          commands_(input_),
-          events_(output_) {}
-
-    void Say(const std::string& command) { commands_ << command << std::endl; }
-    void EndInput() { commands_.close(); }
-
-    /// Reads events up to the first one that contains `text`; empty when none came.
-    std::string ReadUntil(const std::string& text) {
-        std::string line;
-        while (std::getline(events_, line)) {
-            if (line.find(text) != std::string::npos) {
-                return line;
-            }
-        }
-        return {};
-    }
-
-    void Kill() {
-        Poco::Process::kill(handle_.id());  // by the handle, POCO would close it on Windows
-        Poco::Process::wait(handle_);
-    }
-    int Wait() { return Poco::Process::wait(handle_); }
-
-  private:
-    Poco::Pipe input_;
-    Poco::Pipe output_;
-    Poco::ProcessHandle handle_;
-    Poco::PipeOutputStream commands_;
-    Poco::PipeInputStream events_;
-};
-
-class ProgramTest : public ::testing::Test {
-  protected:
-    void Launch() {
-        process_ = std::make_unique<CDevHostProcess>(std::vector<std::string>{
-            std::string("--library=") + KYR_LIBRARY_PATH, "--database=" + folder_.File("host.db"),
-            "--log=" + folder_.File("host.log")});
-    }
-
-    const CTemporaryFolder folder_;
-    std::unique_ptr<CDevHostProcess> process_;
-};
+using ::testing::StartsWith;
 
 TEST_F(ProgramTest, EndOfInputStopsTheModuleInOrder) {
     Launch();
@@ -100,6 +49,39 @@ TEST_F(ProgramTest, KilledHostStartsAgainWithTheSameIdentifier) {
     const std::size_t length = sizeof("instance=12345678-1234-1234-1234-123456789012") - 1;
     EXPECT_EQ(first.substr(first.find("instance="), length),
               second.substr(second.find("instance="), length));
+}
+
+TEST_F(ProgramTest, SecondHostOnADatabaseIsRefused) {
+    Launch();
+    process_->ReadUntil("ready");
+    const auto first = std::move(process_);
+    Launch();
+    const std::string complaints = process_->Complaints();
+    EXPECT_EQ(process_->Wait(), 5);
+    EXPECT_THAT(complaints,
+                HasSubstr("devhost: another devhost uses the database " + folder_.File("host.db")));
+    first->EndInput();
+    EXPECT_EQ(first->Wait(), 0);
+}
+
+TEST_F(ProgramTest, OutputThatNobodyReadsIsToldOnceAndByTheExitCode) {
+    Launch();
+    process_->ReadUntil("ready");
+    process_->LeaveOutput();
+    process_->EndInput();
+    const std::string complaints = process_->Complaints();
+    EXPECT_EQ(process_->Wait(), 4);
+    EXPECT_THAT(complaints, StartsWith("cannot write standard output: "));
+    EXPECT_EQ(std::count(complaints.begin(), complaints.end(), '\n'), 1);
+}
+
+TEST_F(ProgramTest, DatabaseThatCannotBeOpenedEndsTheProgramWithFive) {
+    const std::string database = folder_.File("absent/host.db");
+    CDevHostProcess process({std::string("--library=") + KYR_LIBRARY_PATH, "--database=" + database,
+                             "--log=" + folder_.File("host.log")});
+    const std::string complaints = process.Complaints();
+    EXPECT_EQ(process.Wait(), 5);
+    EXPECT_THAT(complaints, HasSubstr(database));
 }
 
 TEST_F(ProgramTest, MissingLibraryOptionEndsTheProgramWithTwo) {

@@ -58,7 +58,7 @@ class BroadcastEndToEndTest : public ::testing::Test {
     }
 
     const Kyr::Test::CInstalledProduct place_;  // takes back what the product registers
-    const Kyr::Test::CRunDirectory directory_;
+    Kyr::Test::CRunDirectory directory_;
     std::unique_ptr<Runner::CActor> product_;
     std::size_t next_ = 0;
     std::unique_ptr<COvAgentChannel> channel_;
@@ -201,6 +201,16 @@ TEST_F(BroadcastEndToEndTest, ProductThatStartsAgainWritesTheAreaThatIsStillRead
     product_->AwaitEnd(kPatience);
     StartProduct();
     Product("broadcast index=10 value=8");
+    EXPECT_EQ(channel_->GetBroadcast(10), 8);
+}
+
+TEST_F(BroadcastEndToEndTest, ProductThatStartsInAClearedDirectoryIsReadOnceItIsReachedAgain) {
+    EXPECT_EQ(channel_->GetBroadcast(10), 0);
+    directory_.Clear();
+    StartProduct();
+    Product("broadcast index=10 value=8");
+    std::string errors;
+    EXPECT_TRUE(channel_->Ping(errors)) << errors;
     EXPECT_EQ(channel_->GetBroadcast(10), 8);
 }
 

@@ -284,13 +284,17 @@ TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {
     ExpectCleanEnd();
 }
 
-TEST_F(EndToEndTest, SecondProductCannotHaveThePorts) {
+TEST_F(EndToEndTest, SecondProductIsRefusedAndLeavesTheFirstOnesAreaAlone) {
     Run();
+    const std::string pid = Field(actor_->EventAt(0).line, "pid");
+    Command("broadcast index=2 value=5");
     Runner::CActor second("second", KYR_SIMPRODUCT, {}, {},
                           [](const std::string&, const TimedLine&) {});
 
     EXPECT_EQ(1, second.AwaitEnd(kPatience));
-    EXPECT_THAT(second.EventAt(0).line.Text(), HasSubstr("cannot create the advanced port"));
+    EXPECT_EQ("another product serves in " + directory_.Path() + ": process " + pid,
+              Field(second.EventAt(0).line, "text"));
+    EXPECT_EQ("5", Field(Command("broadcast"), "2"));
 }
 
 TEST_F(EndToEndTest, UnknownOptionIsRefused) {
