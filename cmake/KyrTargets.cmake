@@ -25,13 +25,29 @@ function(kyr_configure_target name)
     endif()
 endfunction()
 
+# kyr_unite(<target>)
+# With KYR_UNITE, up to eight sources of a suite or a stand-in are compiled as one: most of a source's time goes into headers,
+# which are read once then. The library's own sources stay as they are shipped, alone: names in anonymous name spaces must
+# differ within a target that is united, and one that hides another is not always an error. Sources of Windows stay alone,
+# since <windows.h> renames what others call.
+function(kyr_unite name)
+    if(KYR_UNITE AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${CMAKE_SOURCE_DIR}/(lab|tests|bench)/")
+        set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
+        get_target_property(sources ${name} SOURCES)
+        list(FILTER sources INCLUDE REGEX "Windows[A-Za-z]*\\.cpp$")
+        set_source_files_properties(${sources} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
+    endif()
+endfunction()
+
 # kyr_precompile(<target> <header>)
-# With KYR_PRECOMPILE, compiles the header once for all of the target's sources, if they are enough to pay for it.
+# With KYR_PRECOMPILE, compiles the header once for all of the target's sources, if they are enough to pay for it: for trees
+# whose sources are compiled one by one, again and again.
 function(kyr_precompile name header)
     get_target_property(sources ${name} SOURCES)
     list(FILTER sources INCLUDE REGEX "\\.cpp$")
     list(LENGTH sources files)
-    if(KYR_PRECOMPILE AND files GREATER 3)
+    get_target_property(united ${name} UNITY_BUILD)
+    if(KYR_PRECOMPILE AND files GREATER 3 AND NOT united)
         target_precompile_headers(${name} PRIVATE "${CMAKE_SOURCE_DIR}/${header}")
         if(CMAKE_CXX_COMPILER_ID MATCHES "Clang")
             # What is cached would be of no use to a tree whose header has another time.
@@ -51,6 +67,7 @@ function(kyr_add_library name)
     endif()
     target_link_libraries(${name} PUBLIC ${ARG_DEPENDS})
     kyr_configure_target(${name})
+    kyr_unite(${name})
     kyr_precompile(${name} base/Precompiled.h)
 endfunction()
 
@@ -80,6 +97,7 @@ file(MAKE_DIRECTORY "${KYR_RUN_DIRECTORIES}")
 function(kyr_add_test_suite name)
     cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
     kyr_add_program(${name} SOURCES ${ARG_SOURCES} DEPENDS ${ARG_DEPENDS} GTest::gmock GTest::gtest_main)
+    kyr_unite(${name})
     kyr_precompile(${name} tests/support/Precompiled.h)
     if(MINGW)
         # The only variant there is optimised. What is tested stays so; the tests themselves compile in two thirds of

@@ -11,68 +11,68 @@ namespace Kyr::Lab::Runner {
 namespace {
 
 /// The value of a field, or nothing.
-std::string Value(const CLine& line, const char* key) {
+std::string ValueIn(const CLine& line, const char* key) {
     const std::string* value = line.Find(key);
     return value == nullptr ? "" : *value;
 }
 
 std::string Over(const CLine& line) {
-    return "over " + boost::algorithm::to_upper_copy(Value(line, "transport"));
+    return "over " + boost::algorithm::to_upper_copy(ValueIn(line, "transport"));
 }
 
 Narration Log(const CLine& line) {
-    const std::string level = Value(line, "level");
+    const std::string level = ValueIn(line, "level");
     const Weight weight = level == "4"   ? Weight::kError
                           : level == "3" ? Weight::kWarning
                                          : Weight::kOrdinary;
-    return {"log " + level + "  " + Value(line, "text"), weight};
+    return {"log " + level + "  " + ValueIn(line, "text"), weight};
 }
 
 Narration Request(const CLine& line) {
-    if (Value(line, "command") == "0") {
+    if (ValueIn(line, "command") == "0") {
         return {"ping " + Over(line), Weight::kOrdinary, Road::kToProduct, true};
     }
-    const std::string function = Value(line, "function");
-    return {(function.empty() ? Value(line, "name") : function) + " " + Over(line) + ", " +
-                Value(line, "length") + " bytes",
+    const std::string function = ValueIn(line, "function");
+    return {(function.empty() ? ValueIn(line, "name") : function) + " " + Over(line) + ", " +
+                ValueIn(line, "length") + " bytes",
             Weight::kOrdinary, Road::kToProduct};
 }
 
 Narration Reply(const CLine& line) {
     if (line.Find("delivery") != nullptr) {
-        return {"no reply " + Over(line) + ": " + Value(line, "delivery"), Weight::kWarning,
+        return {"no reply " + Over(line) + ": " + ValueIn(line, "delivery"), Weight::kWarning,
                 Road::kFromProduct};
     }
-    const std::string status = Value(line, "status");
+    const std::string status = ValueIn(line, "status");
     if (status.empty()) {
         return {"answered " + Over(line), Weight::kDetail, Road::kFromProduct};
     }
-    return {"status " + status + " " + Over(line) + ", " + Value(line, "length") + " bytes",
+    return {"status " + status + " " + Over(line) + ", " + ValueIn(line, "length") + " bytes",
             status == "0" ? Weight::kOrdinary : Weight::kWarning, Road::kFromProduct};
 }
 
 Narration Did(const CLine& line) {
-    const std::string action = Value(line, "action");
+    const std::string action = ValueIn(line, "action");
     if (action == "agent-uuid") {
-        return {"notes who manages it: " + Value(line, "uuid"), Weight::kOrdinary};
+        return {"notes who manages it: " + ValueIn(line, "uuid"), Weight::kOrdinary};
     }
     if (action == "import" || action == "export") {
         return {(action == "import" ? "takes a policy of " : "gives its configuration, ") +
-                    Value(line, "length") + " bytes",
+                    ValueIn(line, "length") + " bytes",
                 Weight::kOrdinary};
     }
     if (action == "task-result") {
-        return {"tells the outcome of a task: " + Value(line, "outcome"), Weight::kOrdinary};
+        return {"tells the outcome of a task: " + ValueIn(line, "outcome"), Weight::kOrdinary};
     }
     const std::string what =
-        action == "block" ? Value(line, "sha256").substr(0, 12) + "..." : Value(line, "pid");
-    return {action + " " + what + ": " + Value(line, "outcome") + ", " + Value(line, "text"),
+        action == "block" ? ValueIn(line, "sha256").substr(0, 12) + "..." : ValueIn(line, "pid");
+    return {action + " " + what + ": " + ValueIn(line, "outcome") + ", " + ValueIn(line, "text"),
             Weight::kOrdinary};
 }
 
 Narration Process(const CLine& line) {
-    const std::string by = Value(line, "by");
-    return {"process " + Value(line, "name") + " (" + Value(line, "pid") + ") " + line.Kind() +
+    const std::string by = ValueIn(line, "by");
+    return {"process " + ValueIn(line, "name") + " (" + ValueIn(line, "pid") + ") " + line.Kind() +
                 (by.empty() ? "" : " by " + by),
             Weight::kOrdinary};
 }
@@ -89,43 +89,44 @@ const char* OwnRequest(const std::string& kind) {
 }
 
 Narration Bus(const CLine& line) {
-    const std::string name = "bus    " + Value(line, "name") + " (" + Value(line, "type") + ")";
-    const std::string kind = Value(line, "request");
+    const std::string name = "bus    " + ValueIn(line, "name") + " (" + ValueIn(line, "type") + ")";
+    const std::string kind = ValueIn(line, "request");
     if (!kind.empty()) {
-        return {name + " for " + OwnRequest(kind) + " published by the " + Value(line, "by"),
+        return {name + " for " + OwnRequest(kind) + " published by the " + ValueIn(line, "by"),
                 Weight::kOrdinary, Road::kNone, true};
     }
     if (line.Kind() == "publish") {
-        return {name + " published by the " + Value(line, "by"), Weight::kOrdinary};
+        return {name + " published by the " + ValueIn(line, "by"), Weight::kOrdinary};
     }
     return {name + " delivered to the module",
-            Value(line, "name") == "OvAgentRequest" ? Weight::kDetail : Weight::kOrdinary};
+            ValueIn(line, "name") == "OvAgentRequest" ? Weight::kDetail : Weight::kOrdinary};
 }
 
 Narration Handed(const CLine& line) {
-    return {"hands out " + Value(line, "records") + " records (" + Value(line, "kind") +
-                "), from number " + Value(line, "from") + " on",
+    return {"hands out " + ValueIn(line, "records") + " records (" + ValueIn(line, "kind") +
+                "), from number " + ValueIn(line, "from") + " on",
             Weight::kOrdinary};
 }
 
 Narration Observed(const CLine& line) {
-    return {"telemetry record " + Value(line, "number") + ": " + Value(line, "action") + ", " +
-                Value(line, "name") + " (" + Value(line, "pid") + ")",
+    return {"telemetry record " + ValueIn(line, "number") + ": " + ValueIn(line, "action") + ", " +
+                ValueIn(line, "name") + " (" + ValueIn(line, "pid") + ")",
             Weight::kOrdinary};
 }
 
 Narration Mined(const CLine& line) {
-    return {"miner  stored " + Value(line, "records") + " records (" + Value(line, "name") + ")",
-            Weight::kOrdinary};
+    return {
+        "miner  stored " + ValueIn(line, "records") + " records (" + ValueIn(line, "name") + ")",
+        Weight::kOrdinary};
 }
 
 /// A row of a table: the rows of all kinds stand below each other.
 Narration Tally(const CLine& line) {
     std::ostringstream text;
-    text << "miner  " << std::left << std::setw(9) << Value(line, "kind");
+    text << "miner  " << std::left << std::setw(9) << ValueIn(line, "kind");
     for (const char* key : {"sent", "stored", "twice", "lost"}) {
         if (line.Find(key) != nullptr) {
-            text << "  " << key << std::right << std::setw(6) << Value(line, key);
+            text << "  " << key << std::right << std::setw(6) << ValueIn(line, key);
         }
     }
     return {text.str(), Weight::kOrdinary};
@@ -150,8 +151,8 @@ Narration Symbols(const CLine& line) {
 }
 
 Narration Life(const CLine& line) {
-    const std::string call = Value(line, "call");
-    const std::string result = Value(line, "result");
+    const std::string call = ValueIn(line, "call");
+    const std::string result = ValueIn(line, "result");
     const bool stopped = call.compare(0, 5, "Stop(") == 0 && result == "true";
     return {"life   " + call + " " + result, result == "failed" ? Weight::kError
                                              : stopped          ? Weight::kOrdinary
@@ -160,10 +161,10 @@ Narration Life(const CLine& line) {
 
 /// A command that was refused is what a scenario may want; other errors are not.
 Narration Error(const CLine& line) {
-    const std::string command = Value(line, "command");
+    const std::string command = ValueIn(line, "command");
     return command.empty()
                ? Narration{line.Text(), Weight::kError}
-               : Narration{"refuses: " + command + ", " + Value(line, "text"), Weight::kWarning};
+               : Narration{"refuses: " + command + ", " + ValueIn(line, "text"), Weight::kWarning};
 }
 
 struct Teller {

@@ -17,20 +17,20 @@ using Common::Logs::CLogDescriptorMap;
 using Kernel::MessageType;
 using namespace Test;
 
-constexpr auto kEvent = static_cast<MessageType>(20001);
+constexpr auto kEventType = static_cast<MessageType>(20001);
 constexpr auto kDelta = static_cast<MessageType>(20002);
-constexpr auto kStatus = static_cast<MessageType>(20003);
+constexpr auto kStatusType = static_cast<MessageType>(20003);
 
 class EventLogTest : public ::testing::Test {
   protected:
     static CEventLog ValidLog(std::int64_t severity = 1) {
-        CEventLog log(kEvent);
+        CEventLog log(kEventType);
         log.GetSymbols()->AddInt64(301, severity).AddString(302, "text");
         return log;
     }
 
     const CLogDescriptorMap descriptors_{
-        {{{kEvent, kDelta, kStatus},
+        {{{kEventType, kDelta, kStatusType},
           DataDefinition::Logs::TASK,
           DataDefinition::Logs::PROTECTION_STATUS}},
         {{DataDefinition::Logs::TASK,
@@ -42,8 +42,8 @@ class EventLogTest : public ::testing::Test {
 };
 
 TEST_F(EventLogTest, EventTypeIsNamedAfterTheEventLogType) {
-    const CEventLog log(kEvent);
-    EXPECT_EQ(log.GetMessageType(), kEvent);
+    const CEventLog log(kEventType);
+    EXPECT_EQ(log.GetMessageType(), kEventType);
     EXPECT_EQ(log.GetName(), "EventLog_TASK");
 }
 
@@ -54,13 +54,13 @@ TEST_F(EventLogTest, DeltaTypeIsNamedAfterTheDeltaLogType) {
 }
 
 TEST_F(EventLogTest, StatusTypeIsRefused) {
-    EXPECT_EQ(ThrownText([] { CEventLog log(kStatus); }),
+    EXPECT_EQ(ThrownText([] { CEventLog log(kStatusType); }),
               "CEventLog: Message type 20003 is not event or delta log");
 }
 
 TEST_F(EventLogTest, TypeIsWrittenWithoutGrouping) {
     const Kyr::Test::CGroupingLocale grouping;
-    EXPECT_EQ(ThrownText([] { CEventLog log(kStatus); }),
+    EXPECT_EQ(ThrownText([] { CEventLog log(kStatusType); }),
               "CEventLog: Message type 20003 is not event or delta log");
 }
 
@@ -76,13 +76,13 @@ TEST_F(EventLogTest, NumberThatMeansNoTypeIsRefused) {
 }
 
 TEST_F(EventLogTest, NewLogIsWritableAndEmpty) {
-    const CEventLog log(kEvent);
+    const CEventLog log(kEventType);
     EXPECT_FALSE(log.IsReadOnly());
     EXPECT_EQ(log.GetSymbols()->GetCount(), 0u);
 }
 
 TEST_F(EventLogTest, HostFieldsHaveTheirInitialValues) {
-    const CEventLog log(kEvent);
+    const CEventLog log(kEventType);
     EXPECT_TRUE(log.GetHostFields().flag);
     EXPECT_EQ(log.GetHostFields().first, -1);
     EXPECT_EQ(log.GetHostFields().second, -1);
@@ -91,13 +91,13 @@ TEST_F(EventLogTest, HostFieldsHaveTheirInitialValues) {
 TEST_F(EventLogTest, RowHasTheLogsClock) {
     const auto clock = boost::make_shared<CManualClock>();
     clock->SetStartTime(0);
-    const CEventLog log(kEvent, clock);
+    const CEventLog log(kEventType, clock);
     log.GetSymbols()->AddCurrentTime(303);
     EXPECT_EQ(log.GetSymbols()->GetUtcTime(303).year(), 1970);
 }
 
 TEST_F(EventLogTest, SameSymbolsInAnotherOrderAreEqual) {
-    CEventLog other(kEvent);
+    CEventLog other(kEventType);
     other.GetSymbols()->AddString(302, "text").AddInt64(301, 1);
     EXPECT_TRUE(ValidLog().Equals(other));
 }
@@ -107,12 +107,12 @@ TEST_F(EventLogTest, OtherSymbolsAreNotEqual) {
 }
 
 TEST_F(EventLogTest, OtherTypeIsNotEqual) {
-    EXPECT_FALSE(CEventLog(kEvent).Equals(CEventLog(kDelta)));
+    EXPECT_FALSE(CEventLog(kEventType).Equals(CEventLog(kDelta)));
 }
 
 TEST_F(EventLogTest, SameTypeOfAnotherClassThrows) {
-    const CEventLog log(kEvent);
-    EXPECT_THROW(log.Equals(CTestMessage(kEvent, "impostor")), std::bad_cast);
+    const CEventLog log(kEventType);
+    EXPECT_THROW(log.Equals(CTestMessage(kEventType, "impostor")), std::bad_cast);
 }
 
 TEST_F(EventLogTest, FittingRowIsValid) {
@@ -121,7 +121,7 @@ TEST_F(EventLogTest, FittingRowIsValid) {
 }
 
 TEST_F(EventLogTest, RowThatDoesNotFitIsInvalid) {
-    const CEventLog log(kEvent);
+    const CEventLog log(kEventType);
     EXPECT_THROW(log.Validate(), std::runtime_error);
     EXPECT_FALSE(log.IsValid());
 }

@@ -8,7 +8,7 @@ namespace Kyr::Test {
 
 namespace {
 
-constexpr std::uint32_t kTimeout = 0x102;
+constexpr std::uint32_t kWaitTimedOut = 0x102;
 constexpr std::uint32_t kFailed = 0xFFFFFFFF;
 constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 
@@ -29,19 +29,19 @@ INSTANTIATE_TEST_SUITE_P(Backends, WaitsTest, Backends(), BackendName);
 
 TEST_P(WaitsTest, ManualEventStaysSignalled) {
     const Handle event = Event(true, false);
-    EXPECT_EQ(Ports().WaitForSingleObject(event, 0), kTimeout);
+    EXPECT_EQ(Ports().WaitForSingleObject(event, 0), kWaitTimedOut);
     EXPECT_EQ(Ports().SetEvent(event), 1);
     EXPECT_EQ(Ports().WaitForSingleObject(event, kInfinite), 0u);
     EXPECT_EQ(Ports().WaitForSingleObject(event, 0), 0u);
     EXPECT_EQ(Ports().ResetEvent(event), 1);
-    EXPECT_EQ(Ports().WaitForSingleObject(event, 1), kTimeout);
+    EXPECT_EQ(Ports().WaitForSingleObject(event, 1), kWaitTimedOut);
     Close({event});
 }
 
 TEST_P(WaitsTest, AutomaticEventLetsOneWaitThrough) {
     const Handle event = Event(false, true);
     EXPECT_EQ(Ports().WaitForSingleObject(event, 0), 0u);
-    EXPECT_EQ(Ports().WaitForSingleObject(event, 0), kTimeout);
+    EXPECT_EQ(Ports().WaitForSingleObject(event, 0), kWaitTimedOut);
     Close({event});
 }
 
@@ -59,11 +59,11 @@ TEST_P(WaitsTest, WaitForAllTakesAllOrNone) {
     const Handle first = Event(false, true);
     const Handle second = Event(false, false);
     const Handle both[] = {first, second};
-    EXPECT_EQ(Ports().WaitForMultipleObjects(2, both, 1, 1), kTimeout);
+    EXPECT_EQ(Ports().WaitForMultipleObjects(2, both, 1, 1), kWaitTimedOut);
     Ports().SetEvent(second);
     EXPECT_EQ(Ports().WaitForMultipleObjects(2, both, 1, 0), 0u);
-    EXPECT_EQ(Ports().WaitForSingleObject(first, 0), kTimeout);
-    EXPECT_EQ(Ports().WaitForSingleObject(second, 0), kTimeout);
+    EXPECT_EQ(Ports().WaitForSingleObject(first, 0), kWaitTimedOut);
+    EXPECT_EQ(Ports().WaitForSingleObject(second, 0), kWaitTimedOut);
     Close({first, second});
 }
 
@@ -107,7 +107,7 @@ TEST_P(WaitsTest, ThreadHandleIsSignalledWhenTheRoutineReturns) {
     const Handle thread = Ports().CreateThread(nullptr, 0, &Work::Run, &work, 0, &threadId);
     ASSERT_NE(thread, nullptr);
     EXPECT_NE(threadId, 0u);
-    EXPECT_EQ(Ports().WaitForSingleObject(thread, 1), kTimeout);
+    EXPECT_EQ(Ports().WaitForSingleObject(thread, 1), kWaitTimedOut);
     EXPECT_EQ(Ports().TerminateThread(thread, 0), 0);
     Ports().SetEvent(work.go);
     EXPECT_EQ(Ports().WaitForSingleObject(thread, kInfinite), 0u);

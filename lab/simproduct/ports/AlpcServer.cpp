@@ -17,7 +17,8 @@ using NtApi::AlpcMessageAttributes;
 
 /// What a client sends when it connects: the protocol's name and version, and the longest reply
 /// that it takes inside a message.
-const Bytes kConnectionInfo{'K', 'e', 'l', 'C', 'o', 'm', 'm', ' ', 2, 0, 0, 0, 0xCF, 0xFF, 0, 0};
+const Bytes kAlpcConnectionInfo{'K', 'e', 'l', 'C', 'o',  'm',  'm', ' ',
+                                2,   0,   0,   0,   0xCF, 0xFF, 0,   0};
 
 /// An attribute buffer, aligned for every body.
 class CAttributes {
@@ -71,9 +72,9 @@ NtApi::AlpcPortAttributes PortAttributes() {
 }  // namespace
 
 CAlpcServer::CAlpcServer(RequestHandler handler, LineSink sink)
-    : CPortServer(std::move(handler), std::move(sink),
-                  {Transport::kAlpc, "advanced", kAlpcPortName, kConnectionInfo, kAlpcHeaderSize}) {
-}
+    : CPortServer(
+          std::move(handler), std::move(sink),
+          {Transport::kAlpc, "advanced", kAlpcPortName, kAlpcConnectionInfo, kAlpcHeaderSize}) {}
 
 CAlpcServer::~CAlpcServer() {
     Close();

@@ -13,7 +13,7 @@ namespace Kyr::Lab::SimProduct {
 namespace {
 
 /// What a client sends when it connects: the protocol's name and version.
-const Bytes kConnectionInfo{'K', 'e', 'l', 'C', 'o', 'm', 'm', ' ', 2, 0, 0, 0};
+const Bytes kLpcConnectionInfo{'K', 'e', 'l', 'C', 'o', 'm', 'm', ' ', 2, 0, 0, 0};
 
 /// The structures that clients on this computer use on legacy ports.
 LpcLayout SystemLayout() {
@@ -33,7 +33,7 @@ CLpcServer::CLpcServer(RequestHandler handler, LineSink sink)
 
 CLpcServer::CLpcServer(RequestHandler handler, LineSink sink, const LpcLayout& layout)
     : CPortServer(std::move(handler), std::move(sink),
-                  {Transport::kLpc, "legacy", kLpcPortName, kConnectionInfo, layout.headerSize}),
+                  {Transport::kLpc, "legacy", kLpcPortName, kLpcConnectionInfo, layout.headerSize}),
       layout_(layout) {}
 
 CLpcServer::~CLpcServer() {
@@ -42,7 +42,7 @@ CLpcServer::~CLpcServer() {
 
 NtApi::NtStatus CLpcServer::CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) {
     return PortLayer::NtCreatePort(port, &object,
-                                   static_cast<std::uint32_t>(kConnectionInfo.size()),
+                                   static_cast<std::uint32_t>(kLpcConnectionInfo.size()),
                                    LongestMessage(layout_), 0);
 }
 

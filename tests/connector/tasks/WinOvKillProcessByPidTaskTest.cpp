@@ -7,18 +7,18 @@
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
 
-using Message = Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
+using KillMessage = Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
 
 class WinOvKillProcessByPidTaskTest : public ActionTaskFixture {
   protected:
     void SetUp() override { payload.set_process_id(4711); }
     /// Sends the payload; `nodes` is what is expected between DATA and its end.
     void ExpectNodes(const std::string& nodes, const std::string& third = "id-3") {
-        task.Execute(MakeTaskMessage<Message>(payload, third));
+        task.Execute(MakeTaskMessage<KillMessage>(payload, third));
         EXPECT_EQ(SentText(), RequestText("KILL_PROCESS_BY_PID", nodes));
     }
 
-    Message::Payload payload;
+    KillMessage::Payload payload;
     CWinOvKillProcessByPidTask task{channel, &logger};
 };
 

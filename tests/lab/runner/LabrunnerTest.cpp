@@ -20,7 +20,7 @@ using ::testing::ContainsRegex;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
-constexpr std::chrono::seconds kPatience(60);
+constexpr std::chrono::seconds kRunPatience(60);
 
 class LabrunnerTest : public ::testing::Test {
   protected:
@@ -34,7 +34,7 @@ class LabrunnerTest : public ::testing::Test {
                                  const std::string* const text = line.line.Find("text");
                                  printed << (text == nullptr ? "" : *text) << '\n';
                              });
-            code = labrunner.AwaitEnd(kPatience);
+            code = labrunner.AwaitEnd(kRunPatience);
         }
         printed_ = printed.str();
         return code;

@@ -16,7 +16,7 @@ namespace {
 
 using namespace PortLayer;
 
-constexpr std::uint32_t kMapWrite = 2;
+constexpr std::uint32_t kFileMapWrite = 2;
 
 /// Lets every file of this process end behind so many bytes, as a full disk would. A program that
 /// does not ignore the signal is ended by the first write beyond.
@@ -44,7 +44,7 @@ class NamedFilesTest : public PortFixture {
                                           0, size, u"Global\\Section");
     }
     std::uint8_t* Map(Handle section) {
-        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, kMapWrite, 0, 0, 0));
+        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, kFileMapWrite, 0, 0, 0));
     }
     Handle CreateMutex() { return Ports().CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
     std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
