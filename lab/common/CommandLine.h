@@ -20,6 +20,7 @@ constexpr int kBadCommandLine = 2;  // an exit code; scripts rely on it
 /// Reads the command line. Gives the exit code of a program that shall not go on, because it was
 /// asked for help or nobody understands what it was given; everything has been said then.
 inline std::optional<int> ReadCommandLine(CLI::App& app, int argc, char** argv) {
+    app.allow_windows_style_options(false);  // else a path that begins with a slash is an option
     try {
         app.parse(argc, argv);
         return std::nullopt;

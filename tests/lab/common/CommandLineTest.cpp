@@ -39,6 +39,13 @@ TEST_F(CommandLineTest, ValueStandsBehindAnEqualsSignAndMayHoldOthers) {
     EXPECT_TRUE(colour_.IsColoured());
 }
 
+TEST_F(CommandLineTest, PathThatBeginsWithASlashIsNoOption) {
+    std::string file;
+    app_.add_option("FILE", file);
+    EXPECT_EQ(std::nullopt, Read({"--end=x", "/a/path"}));
+    EXPECT_EQ("/a/path", file);
+}
+
 TEST_F(CommandLineTest, UnknownOptionEndsTheProgramWithTwoAndIsNamedBeforeAMissingOne) {
     app_.get_option("--end")->required();
     EXPECT_EQ(2, Read({"--edn=x"}));
