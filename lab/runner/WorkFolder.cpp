@@ -17,7 +17,7 @@ constexpr char kMark[] = ".labrunner";
 /// The mark in it, which is made where there is nothing yet.
 fs::path Marked(const fs::path& folder) {
     fs::create_directories(folder);
-    const fs::path mark = folder / kMark;
+    fs::path mark = folder / kMark;
     if (!fs::exists(mark)) {
         if (!fs::is_empty(folder)) {
             throw std::runtime_error(folder.string() +

@@ -37,7 +37,7 @@ Broken TakeBroken(CCommandWords& words) {
 }
 
 /// A policy's length at most (our choice): more than any message carries, and no computer's memory.
-constexpr std::size_t kLongest = 64 * 1024 * 1024;
+constexpr std::size_t kLongest = std::size_t{64} * 1024 * 1024;
 
 std::string ReadFile(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
