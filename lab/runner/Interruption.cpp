@@ -1,16 +1,19 @@
 #include "lab/runner/Interruption.h"
 
+#include <atomic>
 #include <csignal>
 
 namespace Kyr::Lab::Runner {
 
 namespace {
 
-volatile std::sig_atomic_t asked = 0;
+std::atomic<bool> asked{false};
+static_assert(std::atomic<bool>::is_always_lock_free,
+              "a signal may come at any time, on any thread");
 
 extern "C" void Note(int signal) {
     std::signal(signal, Note);  // on Windows it holds for one time
-    asked = 1;
+    asked = true;
 }
 
 }  // namespace
@@ -23,11 +26,11 @@ CInterruption::CInterruption() {
 CInterruption::~CInterruption() {
     std::signal(SIGINT, SIG_DFL);
     std::signal(SIGTERM, SIG_DFL);
-    asked = 0;
+    asked = false;
 }
 
 bool CInterruption::Asked() {
-    return asked != 0;
+    return asked;
 }
 
 }  // namespace Kyr::Lab::Runner

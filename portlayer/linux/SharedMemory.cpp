@@ -29,8 +29,14 @@ bool MapFile(int file, std::size_t size, int protection, CMapping& mapping) {
 }
 
 void RemapFile(int file, int protection, const CMapping& mapping) {
-    // In one step: whoever reads there meanwhile meets the one file or the other.
-    ::mmap(mapping.Base(), mapping.Size(), protection, MAP_SHARED | MAP_FIXED, file, 0);
+    // Made elsewhere, and moved in one step: whoever reads there meanwhile meets the one file or
+    // the other, and the old one where there is no room for the new.
+    void* const fresh = ::mmap(nullptr, mapping.Size(), protection, MAP_SHARED, file, 0);
+    if (fresh != MAP_FAILED &&
+        ::mremap(fresh, mapping.Size(), mapping.Size(), MREMAP_MAYMOVE | MREMAP_FIXED,
+                 mapping.Base()) == MAP_FAILED) {
+        ::munmap(fresh, mapping.Size());
+    }
 }
 
 bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping) {

@@ -15,12 +15,13 @@ namespace {
 
 // What one command appends at most (our choice): much for a connector, little for a computer.
 constexpr std::uint64_t kMostRecords = 100000;
-constexpr std::uint64_t kMostBytes = 256 * 1024 * 1024;
+constexpr std::uint64_t kMostBytes = std::uint64_t{256} * 1024 * 1024;
 
 std::vector<std::int32_t> ParseTypes(const std::string& text) {
     std::vector<std::string> words;
     boost::algorithm::split(words, text, boost::algorithm::is_any_of(","));
     std::vector<std::int32_t> types;
+    types.reserve(words.size());
     for (const std::string& word : words) {
         types.push_back(static_cast<std::int32_t>(ParseNumber(word)));
     }
