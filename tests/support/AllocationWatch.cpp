@@ -19,7 +19,11 @@ std::atomic<std::size_t> largest{0};
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
 thread_local unsigned untilFailure = 0;
 
+}  // namespace
+
 #ifndef KYR_KEEPS_OPERATOR_NEW
+
+namespace {
 
 void* Allocate(std::size_t size) noexcept {
     if (untilFailure != 0 && --untilFailure == 0) {
@@ -38,11 +42,7 @@ void* AllocateOrThrow(std::size_t size) {
     throw std::bad_alloc();
 }
 
-#endif
-
 }  // namespace
-
-#ifndef KYR_KEEPS_OPERATOR_NEW
 
 // All of them but the aligned ones: a sanitizer, which has its own, tells of memory that one of a
 // pair has handed out and the other's counterpart is given.
