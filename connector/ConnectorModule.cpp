@@ -156,7 +156,7 @@ std::string CConnectorModule::GetInstanceUUID() const {
     return GetInstallConfiguration()->GetInstanceUUID();
 }
 
-CLogLine CConnectorModule::GetLog(int level) {
+CLogLine CConnectorModule::GetLog(int level) noexcept {
     int hostLevel = 4;
     if (level == 0) {
         // The host has no level for it; shared with level 2.
@@ -164,7 +164,11 @@ CLogLine CConnectorModule::GetLog(int level) {
     } else if (level >= 1 && level <= 3) {
         hostLevel = level;
     }
-    return CLogLine(GetLoggerResource(), hostLevel, GetName());
+    try {
+        return CLogLine(GetLoggerResource(), hostLevel, GetName());
+    } catch (...) {
+        return {};
+    }
 }
 
 }  // namespace Kyr::Connectors::Common

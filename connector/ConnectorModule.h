@@ -89,7 +89,7 @@ class CConnectorModule : public Kyr::Common::Module::CGenericModule,
   public:
     void Publish(const MessagePointer& message) override;
     std::string GetInstanceUUID() const override;
-    CLogLine GetLog(int level) override;
+    CLogLine GetLog(int level) noexcept override;
 
   protected:
     /// Subscribes a queue to `types`; `processor`, which must outlive the module's threads, gets

@@ -1,5 +1,7 @@
 #include "connector/DeliveryContext.h"
 
+#include <memory>
+
 #include <boost/thread/tss.hpp>
 
 namespace Kyr::Connectors::Common {
@@ -25,7 +27,9 @@ const Context& EmptyContext() {
 
 void SetDeliveryContext(const Context& context) {
     if (Slot().get() == nullptr) {
-        Slot().reset(new Context());
+        auto own = std::make_unique<Context>();
+        Slot().reset(own.get());
+        own.release();  // not before: a slot that cannot be made does not take it
     }
     *Slot() = context;
 }

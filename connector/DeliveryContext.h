@@ -13,6 +13,7 @@
 
 namespace Kyr::Connectors::Common {
 
+/// Throws std::bad_alloc in a thread that has set none yet, never in another.
 void SetDeliveryContext(const boost::shared_ptr<Kyr::Common::Kernel::IDeliveryContext>& context);
 
 /// The reference is valid until the thread sets another context or ends. Leaves nothing behind in a

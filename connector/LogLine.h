@@ -1,7 +1,11 @@
 // One line of the host log, of one thread: built like a stream, written when it is destroyed.
 //
 // Numbers are written in the classic locale, whatever the process's locale is. An empty line writes
-// nothing. What the host's logger throws is swallowed: a log line never takes its writer down.
+// nothing.
+//
+// Threads: a line belongs to the thread that builds it.
+// Errors: none. A line that cannot be built, for want of memory, or that the host's logger refuses
+//   is lost, and nothing else: it never takes its writer down.
 #pragma once
 
 #include <memory>
@@ -16,9 +20,11 @@ namespace Kyr::Connectors::Common {
 
 class CLogLine {
   public:
+    /// A line that is lost.
+    CLogLine() noexcept;
     /// `hostLevel` is 1 to 4; `source` is the name of the module that writes.
     CLogLine(boost::shared_ptr<Kyr::Common::Kernel::ILoggerResource> logger, int hostLevel,
-             std::string source);
+             std::string source) noexcept;
     CLogLine(CLogLine&& other) noexcept;
     CLogLine(const CLogLine&) = delete;
     CLogLine& operator=(const CLogLine&) = delete;
@@ -26,17 +32,24 @@ class CLogLine {
     ~CLogLine();
 
     template <typename Value>
-    CLogLine& operator<<(const Value& value) {
-        Stream() << value;
+    CLogLine& operator<<(const Value& value) noexcept {
+        try {
+            if (std::ostream* const stream = Stream()) {
+                *stream << value;
+            }
+        } catch (...) {
+            Lose();
+        }
         return *this;
     }
 
   private:
     struct State;
 
-    std::ostream& Stream();
+    std::ostream* Stream() noexcept;  // null when the line is lost
+    void Lose() noexcept;
 
-    std::unique_ptr<State> state_;  // empty in a line that was moved from
+    std::unique_ptr<State> state_;  // empty in a line that is lost or was moved from
 };
 
 }  // namespace Kyr::Connectors::Common

@@ -80,7 +80,8 @@ void CReplyThread::ThreadBody() {
     try {
         RunUntilIdle();
     } catch (...) {
-        // A line could not even be begun. Nothing may leave the thread.
+        // Nothing may leave the thread, and no queue may stay without a consumer.
+        queue_->Abandon();
     }
 }
 
@@ -102,19 +103,23 @@ void CReplyThread::ProcessMessages() {
         if (!queue_->WaitForMessage(message, context)) {
             return;
         }
+        ProcessMessage(message, context);
+    }
+}
+
+void CReplyThread::ProcessMessage(const CSubscriber::Message& message,
+                                  const CSubscriber::Context& context) {
+    try {
         // What the processor publishes belongs to this message.
         SetDeliveryContext(context);
-        try {
-            processor_.Process(message);
-        } catch (const boost::thread_interrupted&) {
-            // It is no std::exception: the last handler would keep the thread from ending.
-            throw;
-        } catch (const std::exception& error) {
-            logger_.GetLog(4) << error.what();
-        } catch (...) {
-            // Ending here would leave the queue without a consumer: it is not idle.
-            logger_.GetLog(4) << "Message processing failed with an unknown exception";
-        }
+        processor_.Process(message);
+    } catch (const boost::thread_interrupted&) {
+        // It is no std::exception: the last handler would keep the thread from ending.
+        throw;
+    } catch (const std::exception& error) {
+        logger_.GetLog(4) << error.what();
+    } catch (...) {
+        logger_.GetLog(4) << "Message processing failed with an unknown exception";
     }
 }
 

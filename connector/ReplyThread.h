@@ -8,13 +8,14 @@
 //   runs    not idle  the thread takes messages
 //   ended   idle      five seconds without a message: the next push joins the thread, which only
 //                     has to leave, and starts another one; Halt joins it and starts none
+//   ended   idle      the same after a failure that ended the thread, messages queued perhaps
 //   none    any       after End: pushes are queued, and nothing starts
 //
 // Threads: any. Every operation excludes the others. The thread itself never takes their lock, and
 //   always leaves: so joining it under the lock comes to an end.
 // Ownership: shares the queue; logger and processor must outlive End.
 // Errors: what the processor throws is logged at level 4. OnIdleEnded and Resume throw
-//   boost::thread_resource_error when the thread cannot be created.
+//   boost::thread_resource_error when the thread cannot be created; the next message tries again.
 #pragma once
 
 #include <memory>
@@ -59,6 +60,8 @@ class CReplyThread {
     void ThreadBody();
     void RunUntilIdle();
     void ProcessMessages();
+    void ProcessMessage(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message,
+                        const boost::shared_ptr<Kyr::Common::Kernel::IDeliveryContext>& context);
 
     ILogger& logger_;
     Kyr::Common::Module::IMessageProcessor& processor_;

@@ -27,22 +27,16 @@ CSubscriber::CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock
 CSubscriber::~CSubscriber() = default;
 
 void CSubscriber::Push(const Message& message, const Context& context) {
-    Lock lock(mutex_);
-    ++received_;
-    queue_.emplace_back(message, context);
-    available_.NotifyAll();
-    // Idle is cleared by the push that finds it set, so that one push alone calls back.
-    if (!idle_) {
-        return;
+    {
+        const Lock lock(mutex_);
+        ++received_;
+        queue_.emplace_back(message, context);
+        available_.NotifyAll();
+        if (!idle_) {
+            return;
+        }
     }
-    idle_ = false;
-    // A copy, called without the lock: the callback joins a thread and starts another, meanwhile
-    // others push, and Detach may empty the member.
-    const IdleEnded idleEnded = idleEnded_;
-    lock.Unlock();
-    if (idleEnded) {
-        idleEnded();
-    }
+    CallIfIdle();
 }
 
 std::string CSubscriber::Dump() const {
@@ -119,20 +113,24 @@ bool CSubscriber::Wake() {
 }
 
 void CSubscriber::Rearm() {
-    Lock lock(mutex_);
-    if (!timed_) {
-        return;
+    {
+        const Lock lock(mutex_);
+        if (!timed_) {
+            return;
+        }
+        idle_ = true;
+        if (queue_.empty()) {
+            return;
+        }
     }
     // Messages that came while there was no consumer have called nobody. They do now.
-    idle_ = queue_.empty();
-    if (idle_) {
-        return;
-    }
-    const IdleEnded idleEnded = idleEnded_;
-    lock.Unlock();
-    if (idleEnded) {
-        idleEnded();
-    }
+    CallIfIdle();
+}
+
+void CSubscriber::Abandon() {
+    const Lock lock(mutex_);
+    waiting_ = true;
+    idle_ = true;
 }
 
 void CSubscriber::Detach() {
@@ -153,6 +151,35 @@ std::uint64_t CSubscriber::GetReceivedCount() const {
 bool CSubscriber::IsIdle() const {
     const Lock lock(mutex_);
     return idle_;
+}
+
+void CSubscriber::CallIfIdle() {
+    // A copy, called without the lock: the callback joins a thread and starts another, meanwhile
+    // others push, and Detach may empty the member.
+    IdleEnded idleEnded;
+    std::uint64_t call = 0;
+    {
+        const Lock lock(mutex_);
+        // Cleared by who finds it set, so that one alone calls back.
+        if (!idle_) {
+            return;
+        }
+        idleEnded = idleEnded_;
+        idle_ = false;
+        call = ++calls_;
+    }
+    try {
+        if (idleEnded) {
+            idleEnded();
+        }
+    } catch (...) {
+        // The messages are still without a consumer, unless a later call has found one.
+        const Lock lock(mutex_);
+        if (call == calls_) {
+            idle_ = true;
+        }
+        throw;
+    }
 }
 
 void CSubscriber::TakeFirst(Message& message, Context& context) {

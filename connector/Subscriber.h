@@ -36,7 +36,8 @@ class CSubscriber : public Kernel::ISubscriber {
     CSubscriber(std::string name, boost::shared_ptr<Base::IClock> clock, IdleEnded idleEnded);
     ~CSubscriber() override;
 
-    /// What the idle callback throws reaches the caller; the message is queued then all the same.
+    /// What the idle callback throws reaches the caller; the message is queued then all the same,
+    /// and the next one calls back again.
     void Push(const Message& message, const Context& context) override;
     /// The name, ":" and the queued messages' names joined by ","; nothing for an empty queue.
     std::string Dump() const override;
@@ -54,8 +55,12 @@ class CSubscriber : public Kernel::ISubscriber {
     bool Wake();
 
     /// Declares a timed queue idle, so that the next message calls the idle callback; calls it at
-    /// once when messages are queued already. REQUIRES: the queue has no consumer.
+    /// once when messages are queued already, and what it throws reaches the caller. REQUIRES: the
+    /// queue has no consumer.
     void Rearm();
+    /// Declares a queue idle whatever is in it: its consumer has ended otherwise than by giving up,
+    /// on the thread that says so. The next message calls the idle callback.
+    void Abandon();
     /// Drops the idle callback. A push that has copied it already may still call it.
     void Detach();
 
@@ -65,6 +70,7 @@ class CSubscriber : public Kernel::ISubscriber {
     bool IsIdle() const;
 
   private:
+    void CallIfIdle();
     void TakeFirst(Message& message, Context& context) KYR_REQUIRES(mutex_);
     bool ConsumeWake() KYR_REQUIRES(mutex_);
 
@@ -89,6 +95,7 @@ class CSubscriber : public Kernel::ISubscriber {
     bool waiting_ KYR_GUARDED_BY(mutex_);
     bool idle_ KYR_GUARDED_BY(mutex_) = false;
     IdleEnded idleEnded_ KYR_GUARDED_BY(mutex_);
+    std::uint64_t calls_ KYR_GUARDED_BY(mutex_) = 0;  // of the idle callback
     std::uint64_t received_ KYR_GUARDED_BY(mutex_) = 0;
 };
 

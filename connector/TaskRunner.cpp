@@ -1,6 +1,7 @@
 #include "connector/TaskRunner.h"
 
 #include <exception>
+#include <new>
 #include <utility>
 
 #include <boost/make_shared.hpp>
@@ -27,6 +28,7 @@ std::uint64_t TextOf(const CLocalizedException& error) {
     return (std::uint64_t{error.GetCodeHigh()} << 32) | error.GetCodeLow();
 }
 
+constexpr char kForeignFailure[] = "Task processing failed with an unknown exception";
 constexpr char kRetriesExhausted[] =
     "Message task was canceled because maximum retry count was reached";
 constexpr char kProductNotAvailable[] =
@@ -107,31 +109,13 @@ void CTaskRunner::Join() {
 
 void CTaskRunner::ThreadBody() {
     try {
-        RunUntilStopped();
-    } catch (const boost::thread_interrupted&) {
-        // Interrupted once more while it was ending.
-    } catch (const std::exception& error) {
-        EndAfterFailure(error.what());
+        Run();
     } catch (...) {
-        EndAfterFailure("Task processing ended with an unknown exception");
+        // Run lets nothing out. If it did, the host would go down with it.
     }
 }
 
-void CTaskRunner::EndAfterFailure(const char* text) {
-    try {
-        {
-            // Nobody empties the queue any more: without this, Stop would wait for it.
-            const Base::CLock lock(tasksMutex_);
-            connected_ = false;
-        }
-        GetLog(4) << text;
-        GuardedDisconnect();
-    } catch (...) {
-        // What fails while a failure is reported must not leave the thread, either.
-    }
-}
-
-void CTaskRunner::RunUntilStopped() {
+void CTaskRunner::Run() {
     GetLog(2) << "Connecting to product";
     try {
         ConnectFirst();
@@ -151,7 +135,13 @@ void CTaskRunner::RunUntilStopped() {
 }
 
 void CTaskRunner::ConnectFirst() {
-    while (!Guarded(&IProductConnection::Connect)) {
+    const auto connect = [this] {
+        // The thread's place for contexts is made here, where a want of memory costs an attempt
+        // and not a message.
+        SetDeliveryContext({});
+        return connection_.Connect();
+    };
+    while (!Guarded(connect)) {
         GuardedDisconnect();
         clock_->SleepFor(connection_.ReconnectDelay());
     }
@@ -171,12 +161,11 @@ void CTaskRunner::ProcessMessages() {
             return;
         }
         SetDeliveryContext(context);
-        try {
+        // What fails here is the message itself.
+        Guarded([&] {
             ProcessMessage(message);
-        } catch (const std::exception& error) {
-            // The message itself is broken.
-            GetLog(4) << error.what();
-        }
+            return true;
+        });
     }
 }
 
@@ -184,57 +173,66 @@ void CTaskRunner::ProcessMessage(const MessagePointer& message) {
     const Base::CLock lock(tasksMutex_);
     const auto range = tasks_.equal_range(message->GetMessageType());
     for (auto entry = range.first; entry != range.second; ++entry) {
-        if (!RunWithRetries(*entry->second, message)) {
-            CancelMessage(message, kRetriesExhausted);
-        }
+        RunTask(*entry->second, message);
     }
 }
 
-// False: the task has used up its attempts.
-bool CTaskRunner::RunWithRetries(CMessageTask& task, const MessagePointer& message) {
-    int attempts = 0;
-    while (attempts < kCountedAttempts) {
-        bool notCounted = false;
-        if (ProcessTask(task, message, notCounted)) {
+// Returns when the task is done with the message, or has used up its attempts and that was told.
+void CTaskRunner::RunTask(CMessageTask& task, const MessagePointer& message) {
+    for (int failures = 0;;) {
+        // Stays so when the failure could not be told for want of memory: nobody knows of it then,
+        // and the message is tried as if it had not been.
+        Attempt attempt = Attempt::kNotCounted;
+        const bool done = Guarded([&] {
+            if (failures < kCountedAttempts) {
+                attempt = ProcessTask(task, message);
+                return attempt == Attempt::kDone;
+            }
+            PublishCancelled(message, kRetriesExhausted);
+            LogCancelled(message, kRetriesExhausted);
             return true;
+        });
+        if (done) {
+            return;
         }
         ReconnectUntilConnected();
-        if (!notCounted) {
-            ++attempts;
+        if (attempt == Attempt::kFailed) {
+            ++failures;
         }
     }
-    return false;
 }
 
-// True: the task is done with the message. False: reconnect and try again; the failure is no
-// attempt of the task's when it is not counted.
-bool CTaskRunner::ProcessTask(CMessageTask& task, const MessagePointer& message, bool& notCounted) {
-    notCounted = false;
+// Throws std::bad_alloc when the task has failed and that could not be told.
+CTaskRunner::Attempt CTaskRunner::ProcessTask(CMessageTask& task, const MessagePointer& message) {
     try {
         if (message->GetMessageType() == task.GetMessageType()) {
             task.Execute(message);
         }
-        return true;
+        return Attempt::kDone;
     } catch (const CLocalizedException& error) {
         PublishTaskEvent(message,
                          {Outcome::kFailed, TextOf(error), Outcome::kErrorSeverity, error.what()});
         GetLog(4) << error.what();
-        return true;
+        return Attempt::kDone;
     } catch (const CRetryException& error) {
         PublishTaskEvent(message, {Outcome::kNotFailed, Outcome::kFailedText,
                                    Outcome::kWarningSeverity, error.what()});
         GetLog(4) << error.what();
-        notCounted = error.IsRestartNeeded();
-        return false;
+        return error.IsRestartNeeded() ? Attempt::kNotCounted : Attempt::kFailed;
     } catch (const CRestartNeededException& error) {
         GetLog(2) << error.what();
-        notCounted = true;
-        return false;
+        return Attempt::kNotCounted;
     } catch (const std::exception& error) {
         PublishTaskEvent(message, {Outcome::kFailed, Outcome::kFailedText, Outcome::kErrorSeverity,
                                    error.what()});
         GetLog(4) << error.what();
-        return true;
+        return Attempt::kDone;
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
+        // It has no text that an event could carry; the server is told if it fails again.
+        GetLog(4) << kForeignFailure;
+        return Attempt::kFailed;
     }
 }
 
@@ -246,7 +244,7 @@ void CTaskRunner::ReconnectUntilConnected() {
         do {
             clock_->SleepFor(connection_.ReconnectDelay());
             GetLog(2) << "Reconnecting to product";
-        } while (!Guarded(&IProductConnection::Reconnect));
+        } while (!Guarded([this] { return connection_.Reconnect(); }));
     }
     boost::this_thread::interruption_point();
     connected_ = true;
@@ -256,49 +254,68 @@ void CTaskRunner::CancelQueuedMessages() {
     CSubscriber::Message message;
     CSubscriber::Context context;
     while (queue_->TryTakeMessage(message, context)) {
-        CancelMessage(message, kProductNotAvailable);
+        // A want of memory, too, costs the event only: the thread ends, there is no later for it.
+        Guarded([&] {
+            PublishCancelled(message, kProductNotAvailable);
+            return true;
+        });
+        LogCancelled(message, kProductNotAvailable);
     }
 }
 
-void CTaskRunner::CancelMessage(const MessagePointer& message, const std::string& reason) {
+void CTaskRunner::PublishCancelled(const MessagePointer& message, const char* reason) {
     PublishTaskEvent(message,
                      {Outcome::kFailed, Outcome::kCancelledText, Outcome::kErrorSeverity, reason});
-    try {
+}
+
+void CTaskRunner::LogCancelled(const MessagePointer& message, const char* reason) {
+    // A message that cannot tell its name is cancelled all the same.
+    Guarded([&] {
         GetLog(4) << reason << ", message was: " << message->GetName();
-    } catch (const std::exception& error) {
-        // A message that cannot tell its name is cancelled all the same.
-        GetLog(4) << error.what();
-    }
+        return true;
+    });
 }
 
 // The event is a courtesy to the server: a message whose identifiers are no UUIDs, or a bus that
-// fails, costs the event and a line, not the thread.
+// fails, costs the event and a line. A want of memory passes, and the event can be made later.
 void CTaskRunner::PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome) {
-    try {
-        if (const auto task = ReportableTask(message)) {
-            services_.publisher.Publish(MakeTaskEvent(
-                *task, outcome, {services_.instance.GetInstanceUUID(), clock_, productId_}));
+    bool enoughMemory = true;
+    Guarded([&] {
+        try {
+            if (const auto task = ReportableTask(message)) {
+                services_.publisher.Publish(MakeTaskEvent(
+                    *task, outcome, {services_.instance.GetInstanceUUID(), clock_, productId_}));
+            }
+        } catch (const std::bad_alloc&) {
+            enoughMemory = false;
         }
-    } catch (const std::exception& error) {
-        GetLog(4) << error.what();
+        return true;
+    });
+    if (!enoughMemory) {
+        throw std::bad_alloc();
     }
 }
 
-bool CTaskRunner::Guarded(bool (IProductConnection::*operation)()) {
+// Interruption, which ends the thread, passes. Whatever else `step` throws costs a line.
+template <typename Step>
+bool CTaskRunner::Guarded(Step step) {
     try {
-        return (connection_.*operation)();
+        return step();
+    } catch (const boost::thread_interrupted&) {
+        throw;
     } catch (const std::exception& error) {
         GetLog(4) << error.what();
-        return false;
+    } catch (...) {
+        GetLog(4) << kForeignFailure;
     }
+    return false;
 }
 
 void CTaskRunner::GuardedDisconnect() {
-    try {
+    Guarded([this] {
         connection_.Disconnect();
-    } catch (const std::exception& error) {
-        GetLog(4) << error.what();
-    }
+        return true;
+    });
 }
 
 }  // namespace Kyr::Connectors::Common

@@ -5,7 +5,8 @@
 // The life of its thread, as a person would watch it:
 //   connecting   until a connection is made, ten seconds apart
 //   processing   one message after the other; every task of its type, in the order of AddTask
-//   reconnecting when a task has failed so that it is to be tried again, ten seconds apart
+//   reconnecting when a task has failed so that it is to be tried again, or its failure could not
+//                be told for want of memory, ten seconds apart
 //   ended        woken while idle, or interrupted. Interrupted while it was connecting, it cancels
 //                what is queued; in every case it disconnects.
 //
@@ -13,7 +14,10 @@
 //   connection is called on the task thread only.
 // Ownership: shares the queue with the host's bus, which never gives it up. Connection and services
 //   must outlive the runner.
-// Errors: nothing leaves the thread. Start throws boost::thread_resource_error.
+// Errors: nothing leaves the thread, and nothing but its own end ends it: whatever connection,
+// tasks
+//   and services throw costs a line and a wait at most, never a message. Start throws
+//   boost::thread_resource_error.
 #pragma once
 
 #include <chrono>
@@ -91,21 +95,23 @@ class CTaskRunner {
     void Join();
 
   private:
+    enum class Attempt { kDone, kFailed, kNotCounted };
+
     void ThreadBody();
-    void EndAfterFailure(const char* text);
-    void RunUntilStopped();
+    void Run();
     void ConnectFirst();
     void ProcessMessages();
     void ProcessMessage(const MessagePointer& message);
-    bool RunWithRetries(CMessageTask& task, const MessagePointer& message)
-        KYR_REQUIRES(tasksMutex_);
-    bool ProcessTask(CMessageTask& task, const MessagePointer& message, bool& notCounted);
+    void RunTask(CMessageTask& task, const MessagePointer& message) KYR_REQUIRES(tasksMutex_);
+    Attempt ProcessTask(CMessageTask& task, const MessagePointer& message);
     void ReconnectUntilConnected() KYR_REQUIRES(tasksMutex_);
     void CancelQueuedMessages();
-    void CancelMessage(const MessagePointer& message, const std::string& reason);
+    void PublishCancelled(const MessagePointer& message, const char* reason);
+    void LogCancelled(const MessagePointer& message, const char* reason);
     void PublishTaskEvent(const MessagePointer& message, const TaskOutcome& outcome);
-    /// What the operation returns; a std::exception costs a line and counts as false.
-    bool Guarded(bool (IProductConnection::*operation)());
+    /// What `step` returns; a failure counts as false.
+    template <typename Step>
+    bool Guarded(Step step);
     void GuardedDisconnect();
     CLogLine GetLog(int level) { return services_.logger.GetLog(level); }
 

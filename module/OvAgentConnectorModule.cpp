@@ -197,8 +197,8 @@ void COvAgentConnectorModule::PeriodicThread(std::optional<std::int64_t> product
         CPeriodicWatch({*channel_, *keyValueMapper_, *this, *this, *system_.clock}, productBuild)
             .Run();
     } catch (...) {
-        // Interrupted, or failed: a host's bus may throw anything. The watch is over until the next
-        // connection; the host must not go down with it.
+        // Interrupted, or the clock shows no time that there is. The watch is over until the next
+        // connection.
     }
 }
 

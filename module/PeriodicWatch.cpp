@@ -52,16 +52,18 @@ CPeriodicWatch::CPeriodicWatch(const Parts& parts, std::optional<std::int64_t> p
 void CPeriodicWatch::Run() {
     for (std::uint64_t iteration = 1;; ++iteration) {
         boost::this_thread::interruption_point();
-        Look(iteration);
+        if (Guarded([this] { PingProduct(); })) {
+            // Not guarded: without a time there is nothing to watch by.
+            const Time now = Kyr::Common::Logs::FromCalendarTime(parts_.clock.CalendarTime());
+            Guarded([&] { Look(now, iteration); });
+        }
         parts_.clock.SleepFor(kPause);
     }
 }
 
-void CPeriodicWatch::Look(std::uint64_t iteration) {
-    PingProduct();
-    const Time now = Kyr::Common::Logs::FromCalendarTime(parts_.clock.CalendarTime());
-    // One time serves the whole look. A change that is found now is due five seconds from now:
-    // never in the look that found it.
+// One time serves the whole look. A change that is found now is due five seconds from now: never in
+// the look that found it.
+void CPeriodicWatch::Look(const Time& now, std::uint64_t iteration) {
     CheckBroadcasts(now);
     PublishDueTriggers(now);
     if (iteration % kIterationsUntilResend == 0) {
@@ -85,10 +87,12 @@ void CPeriodicWatch::CheckBroadcasts(const Time& now) {
         // Reading a value also remembers it: a change is told once. If the second read fails, what
         // the first one found is in the list already.
         for (const BroadcastRow& row : kBroadcasts) {
+            // Made first: a change that is told must not be lost for want of memory.
+            std::list<PendingTrigger> due{
+                {now + boost::posix_time::seconds(row.delaySeconds), MakeTrigger(row.trigger)}};
             if (parts_.channel.HasBroadcastChanged(row.index)) {
+                pending_.splice(pending_.end(), due);
                 parts_.logger.GetLog(2) << "Received broadcast " << row.index;
-                pending_.push_back(
-                    {now + boost::posix_time::seconds(row.delaySeconds), MakeTrigger(row.trigger)});
             }
         }
     } catch (const std::exception& error) {
@@ -105,10 +109,10 @@ void CPeriodicWatch::PublishDueTriggers(const Time& now) {
             ++entry;
             continue;
         }
-        const Trigger trigger = entry->trigger;
+        parts_.logger.GetLog(2) << "Publishing request " << entry->trigger->GetRequestType();
+        parts_.publisher.Publish(entry->trigger);
+        // Not before: what the bus refuses is asked for again in the next look.
         entry = pending_.erase(entry);
-        parts_.logger.GetLog(2) << "Publishing request " << trigger->GetRequestType();
-        parts_.publisher.Publish(trigger);
     }
 }
 
@@ -172,6 +176,22 @@ void CPeriodicWatch::TryToTrigger(TriggerType type, const char* failureText) {
 
 void CPeriodicWatch::PublishTrigger(TriggerType type) {
     parts_.publisher.Publish(MakeTrigger(type));
+}
+
+// Interruption, which ends the thread, passes.
+template <typename Step>
+bool CPeriodicWatch::Guarded(Step step) {
+    try {
+        step();
+        return true;
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (const std::exception& error) {
+        parts_.logger.GetLog(4) << error.what();
+    } catch (...) {
+        parts_.logger.GetLog(4) << "Watching the product failed with an unknown exception";
+    }
+    return false;
 }
 
 }  // namespace Kyr::Connectors::OvAgentConnector

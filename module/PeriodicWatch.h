@@ -7,7 +7,9 @@
 //
 // Threads: a watch belongs to the one thread that runs it.
 // Ownership: borrows everything; all of it must outlive the watch.
-// Errors: see Run.
+// Errors: what product, store or bus throw costs a line at level 4 and the rest of the look at
+// most.
+//   A change that was seen is asked for all the same, if not in this look then in a later one.
 #pragma once
 
 #include <cstdint>
@@ -41,9 +43,8 @@ class CPeriodicWatch {
     CPeriodicWatch(const Parts& parts, std::optional<std::int64_t> productBuild);
 
     /// Watches until the thread is interrupted, at the latest within the five seconds of a sleep.
-    /// Throws boost::thread_interrupted then; and what the publisher throws for a trigger that is
-    /// not about records or actions, and std::runtime_error "could not convert calendar time to UTC
-    /// time".
+    /// Throws boost::thread_interrupted then, and std::runtime_error "could not convert calendar
+    /// time to UTC time" when the clock shows none.
     void Run();
 
   private:
@@ -57,8 +58,8 @@ class CPeriodicWatch {
         Trigger trigger;
     };
 
-    void Look(std::uint64_t iteration);
     void PingProduct();
+    void Look(const Time& now, std::uint64_t iteration);
     void CheckBroadcasts(const Time& now);
     void PublishDueTriggers(const Time& now);
     void ResendTriggers();
@@ -67,6 +68,9 @@ class CPeriodicWatch {
     /// What the publisher throws is written behind `failureText`.
     void TryToTrigger(TriggerType type, const char* failureText);
     void PublishTrigger(TriggerType type);
+    /// False: the step has failed, which cost a line.
+    template <typename Step>
+    bool Guarded(Step step);
 
     const Parts parts_;
     const std::optional<std::int64_t> productBuild_;

@@ -9,6 +9,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/LogLine.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/GroupingLocale.h"
 #include "tests/support/host/LogCapture.h"
 #include "tests/support/time/Await.h"
@@ -65,6 +66,34 @@ TEST_F(LogLineTest, LineWithoutALoggerIsDropped) {
 TEST_F(LogLineTest, FailingLoggerIsSwallowed) {
     log->OnLine([](const LogEntry&) { throw std::runtime_error("disk full"); });
     EXPECT_NO_THROW(Line() << "text");
+}
+
+/// Written as something that fails.
+struct Unwritable {};
+std::ostream& operator<<(std::ostream&, const Unwritable&) {
+    throw std::runtime_error("unwritable");
+}
+
+TEST_F(LogLineTest, LineWithAValueThatCannotBeWrittenIsLost) {
+    EXPECT_NO_THROW(Line() << "begin " << Unwritable() << " end");
+    EXPECT_THAT(log->Entries(), IsEmpty());
+}
+
+TEST_F(LogLineTest, LineThatWantsForMemoryIsLostAndNothingElse) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
+    const std::string text(1000, 't');
+    unsigned failures = 0;
+    for (bool failed = true; failed; ++failures) {
+        std::string source(100, 'S');
+        {
+            const Kyr::Test::CAllocationFailure failure(failures);
+            CLogLine(log, 3, std::move(source)) << text << 1 << text << text;
+            failed = failure.HasHappened();
+        }
+        EXPECT_EQ(log->Entries().size(), failed ? 0u : 1u) << failures;
+    }
+    // The line, its text as it grows, and the copy that the host gets, at least.
+    EXPECT_GE(failures, 4u);
 }
 
 TEST_F(LogLineTest, WaitingLoggerDoesNotTakeTheInterruption) {

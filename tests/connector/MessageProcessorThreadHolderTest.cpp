@@ -279,15 +279,6 @@ TEST_F(MessageProcessorThreadHolderTest, InterruptedThreadLeavesBeforeTheNextMes
                 ElementsAre("1 There were 1 messages left unprocessed in a queue"));
 }
 
-TEST_F(MessageProcessorThreadHolderTest, ThreadWhoseLoggerFailsEndsQuietly) {
-    logger.onGetLog = [] { throw std::runtime_error("no memory"); };
-    holder->Resume();
-    Push("bad");
-    ASSERT_TRUE(AwaitProcessed(1));
-    holder->Halt();
-    EXPECT_THAT(processor.Names(), ElementsAre("bad"));
-}
-
 TEST_F(MessageProcessorThreadHolderTest, HaltWithoutAThreadReturnsAtOnce) {
     holder->Halt();
     holder->Resume();

@@ -1,6 +1,8 @@
 // What only a thread meets that is late: everything else is tested through its holder.
+#include <atomic>
 #include <gmock/gmock.h>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -9,6 +11,7 @@
 #include "connector/ReplyThread.h"
 #include "tests/support/host/LogCapture.h"
 #include "tests/support/host/TestMessage.h"
+#include "tests/support/time/Await.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Connectors::Common {
@@ -23,8 +26,41 @@ class CCountingProcessor : public Kyr::Common::Module::IMessageProcessor {
         ++processed;
     }
 
-    int processed = 0;
+    std::atomic<int> processed{0};
 };
+
+/// Its next timed wait fails; all others have to be ended by a message.
+class CFailingClock : public Base::IClock {
+  public:
+    std::int64_t CalendarTime() const override { return 0; }
+    void SleepFor(std::chrono::milliseconds /*duration*/) override {}
+    void Wait(Base::CCondition& condition, Base::CLock& lock) override { condition.Wait(lock); }
+    bool WaitFor(Base::CCondition& condition, Base::CLock& lock,
+                 std::chrono::milliseconds /*timeout*/) override {
+        if (!failed.exchange(true)) {
+            throw std::runtime_error("no time");
+        }
+        condition.Wait(lock);
+        return true;
+    }
+
+    std::atomic<bool> failed{false};
+};
+
+TEST(ReplyThreadTest, QueueWhoseThreadEndedByAFailureIsTakenByTheNext) {
+    Kyr::Test::CCapturingLogger logger;
+    CCountingProcessor processor;
+    CReplyThread thread(logger, processor);
+    const auto queue = boost::make_shared<CSubscriber>("M", boost::make_shared<CFailingClock>(),
+                                                       [&] { thread.OnIdleEnded(); });
+    thread.SetQueue(queue);
+    thread.Resume();
+    queue->Push(Kyr::Test::MakeMessage("A"), {});
+    ASSERT_TRUE(Kyr::Test::Await([&] { return queue->IsIdle(); }));
+    queue->Push(Kyr::Test::MakeMessage("B"), {});
+    EXPECT_TRUE(Kyr::Test::Await([&] { return processor.processed == 2; }));
+    thread.End();
+}
 
 // The push has copied the queue's callback before End dropped it, and gets the lock after End.
 TEST(ReplyThreadTest, PushThatIsLaterThanTheEndStartsNothing) {

@@ -198,6 +198,60 @@ TEST_F(SubscriberTest, MessageIsQueuedBeforeAFailingCallback) {
     EXPECT_EQ(failing.GetQueueSize(), 1u);
 }
 
+TEST_F(SubscriberTest, PushBehindAFailedCallbackCallsItAgain) {
+    int calls = 0;
+    CSubscriber failing("F", clock, [&calls] {
+        if (++calls == 1) {
+            throw boost::thread_resource_error();
+        }
+    });
+    failing.Rearm();
+    EXPECT_THROW(failing.Push(MakeMessage("A"), {}), boost::thread_resource_error);
+    EXPECT_TRUE(failing.IsIdle());
+    failing.Push(MakeMessage("B"), {});
+    EXPECT_EQ(calls, 2);
+    EXPECT_FALSE(failing.IsIdle());
+}
+
+TEST_F(SubscriberTest, PushBehindARearmWhoseCallbackFailedCallsItAgain) {
+    int calls = 0;
+    CSubscriber failing("F", clock, [&calls] {
+        if (++calls == 1) {
+            throw boost::thread_resource_error();
+        }
+    });
+    failing.Push(MakeMessage("A"), {});
+    EXPECT_THROW(failing.Rearm(), boost::thread_resource_error);
+    failing.Push(MakeMessage("B"), {});
+    EXPECT_EQ(calls, 2);
+}
+
+// What failed has been overtaken: there is a consumer, and a second one must not be called for.
+TEST_F(SubscriberTest, CallbackThatFailsBehindOneThatWorkedLeavesTheQueueBusy) {
+    int calls = 0;
+    CSubscriber* self = nullptr;
+    CSubscriber failing("F", clock, [&] {
+        if (++calls == 1) {
+            self->Rearm();
+            throw boost::thread_resource_error();
+        }
+    });
+    self = &failing;
+    failing.Rearm();
+    EXPECT_THROW(failing.Push(MakeMessage("A"), {}), boost::thread_resource_error);
+    EXPECT_EQ(calls, 2);
+    EXPECT_FALSE(failing.IsIdle());
+}
+
+TEST_F(SubscriberTest, AbandonedQueueCallsTheCallbackWithTheNextMessage) {
+    timed.Push(MakeMessage("A"), {});
+    timed.Abandon();
+    EXPECT_EQ(idleEnds, 0);
+    timed.Push(MakeMessage("B"), {});
+    EXPECT_EQ(idleEnds, 1);
+    EXPECT_EQ(timed.GetQueueSize(), 2u);
+}
+
 TEST_F(SubscriberTest, TryTakeOfAnEmptyQueueReturnsFalseAtOnce) {
     EXPECT_FALSE(queue.TryTakeMessage(message, context));
 }

@@ -1,4 +1,6 @@
 // Connecting, running tasks, retrying and cancelling.
+#include <atomic>
+#include <new>
 #include <stdexcept>
 
 #include <boost/thread/thread.hpp>
@@ -17,6 +19,7 @@ using testing::IsEmpty;
 constexpr std::chrono::milliseconds kTenSeconds(10000);
 constexpr char kRetriesExhausted[] =
     "Message task was canceled because maximum retry count was reached";
+constexpr char kForeignFailure[] = "4 Task processing failed with an unknown exception";
 constexpr char kRetriesExhaustedLine[] =
     "Message task was canceled because maximum retry count was reached, message was: "
     "KillProcessByPid";
@@ -469,22 +472,121 @@ TEST_F(TaskRunnerTest, MessageThatCannotTellItsTypeCostsALineOnly) {
     EXPECT_EQ(task.ExecutionCount(), 1u);
 }
 
-TEST_F(TaskRunnerTest, ExceptionOfAForeignKindEndsTheThreadButNotTheProcess) {
-    AddTask().Then([](const auto&) { throw 42; });
+TEST_F(TaskRunnerTest, MessageThatFailsInAForeignWayBeforeATaskHasItCostsALineOnly) {
+    class CTypeless : public Kyr::Test::CTestMessage {
+      public:
+        CTypeless() : CTestMessage(MessageType::KillProcessByPid, "") {}
+        MessageType GetMessageType() const override { throw 42; }
+    };
+    CScriptedTask& task = AddTask();
     StartAndConnect();
+    host.bus->Subscriptions()[0].subscriber->Push(boost::make_shared<CTypeless>(), {});
     Deliver(MakeTaskMessage());
-    Deliver(MakeTaskMessage());
-    ASSERT_TRUE(module->AwaitCalls("Disconnect", 1));
     Finish();
-    EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre(kForeignFailure));
+    EXPECT_EQ(task.ExecutionCount(), 1u);
 }
 
-TEST_F(TaskRunnerTest, DisconnectionThatFailsInAForeignWayEndsTheThreadToo) {
+TEST_F(TaskRunnerTest, FailureOfAForeignKindReconnectsAndTriesAgain) {
+    CScriptedTask& task = AddTask().ThenThrow(42).ThenReturn();
+    CScriptedTask& next = AddTask();
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    ASSERT_TRUE(Kyr::Test::Await([&] { return next.ExecutionCount() == 1; }));
+    Finish();
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre(kForeignFailure, "2 Reconnecting to product"));
+    EXPECT_THAT(clock->Sleeps(), ElementsAre(kTenSeconds));
+    EXPECT_THAT(Events(), IsEmpty());
+}
+
+TEST_F(TaskRunnerTest, TwoFailuresOfAForeignKindCancelTheMessage) {
+    AddTask().ThenThrow(42);
+    RunUntilLogged(kRetriesExhaustedLine);
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x000000010000009B, 40, kRetriesExhausted);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre(kForeignFailure, "2 Reconnecting to product",
+                                                   kForeignFailure, "2 Reconnecting to product",
+                                                   std::string("4 ") + kRetriesExhaustedLine));
+}
+
+TEST_F(TaskRunnerTest, ConnectionThatFailsInAForeignWayIsTriedAgain) {
+    module->ThenConnectBy([]() -> bool { throw 42; }).ThenConnect(true);
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Connect"));
+    EXPECT_THAT(host.log->Lines(), ElementsAre("2 Connecting to product", kForeignFailure,
+                                               "2 Connected to product, processing tasks"));
+}
+
+TEST_F(TaskRunnerTest, DisconnectionThatFailsInAForeignWayIsLogged) {
     module->OnDisconnect([] { throw 42; });
     StartAndConnect();
     Finish();
-    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect", "Disconnect"));
-    EXPECT_EQ(host.log->Lines().back(), "4 Task processing ended with an unknown exception");
+    EXPECT_THAT(module->Calls(), ElementsAre("Connect", "Disconnect"));
+    EXPECT_EQ(host.log->Lines().back(), kForeignFailure);
+}
+
+TEST_F(TaskRunnerTest, BusThatFailsInAForeignWayCostsTheEventOnly) {
+    CScriptedTask& task = AddTask().ThenThrow(std::runtime_error("broken"));
+    host.bus->OnPublish([](const auto&) { throw 42; });
+    StartAndConnect();
+    Deliver(MakeTaskMessage());
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre(kForeignFailure, "4 broken"));
+    EXPECT_EQ(task.ExecutionCount(), 1u);
+}
+
+TEST_F(TaskRunnerTest, FailureThatCannotBeToldForWantOfMemoryIsTriedAgain) {
+    CScriptedTask& task = AddTask()
+                              .ThenThrow(std::runtime_error("broken"))
+                              .ThenThrow(std::runtime_error("broken again"));
+    std::atomic<int> publications{0};
+    host.bus->OnPublish([&publications](const auto&) {
+        if (++publications == 1) {
+            throw std::bad_alloc();
+        }
+    });
+    RunUntilLogged("broken again");
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("4 std::bad_alloc", "2 Reconnecting to product", "4 broken again"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x000000010000000C, 40, "broken again");
+}
+
+TEST_F(TaskRunnerTest, CancellingThatCannotBeToldForWantOfMemoryIsToldAfterTheNextConnection) {
+    CScriptedTask& task = AddTask().ThenThrow(CRetryException("no answer", false));
+    std::atomic<int> publications{0};
+    host.bus->OnPublish([&publications](const auto&) {
+        if (++publications == 3) {
+            throw std::bad_alloc();
+        }
+    });
+    RunUntilLogged(kRetriesExhaustedLine);
+    EXPECT_EQ(task.ExecutionCount(), 2u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 no answer", "2 Reconnecting to product",
+                                                   "4 no answer", "2 Reconnecting to product",
+                                                   "4 std::bad_alloc", "2 Reconnecting to product",
+                                                   std::string("4 ") + kRetriesExhaustedLine));
+    ASSERT_EQ(Events().size(), 3u);
+    ExpectEvent(Events()[2], 4, 0x000000010000009B, 40, kRetriesExhausted);
+}
+
+TEST_F(TaskRunnerTest, MessageOfAnEndingThreadIsCancelledWithALineForWantOfMemory) {
+    AddTask();
+    module->ThenConnect(false);
+    host.bus->OnPublish([](const auto&) { throw std::bad_alloc(); });
+    Start();
+    ASSERT_TRUE(clock->AwaitSleepers(1));
+    Deliver(MakeTaskMessage());
+    EXPECT_TRUE(module->Stop(true));
+    EXPECT_THAT(host.log->Lines(),
+                ElementsAre("2 Connecting to product",
+                            "4 Product is not available, canceling tasks", "4 std::bad_alloc",
+                            "4 Message task was canceled because product is not available, "
+                            "message was: KillProcessByPid"));
 }
 
 }  // namespace

@@ -92,17 +92,5 @@ TEST_F(TaskRunnerThreadTest, DestroyedRunnerHasEndedItsThread) {
                             "4 Task processing was interrupted", "2 Disconnecting from product"));
 }
 
-TEST_F(TaskRunnerThreadTest, LineThatFailsEndsTheThreadInGoodOrder) {
-    logger.onGetLog = [first = true]() mutable {
-        if (std::exchange(first, false)) {
-            throw std::runtime_error("no memory for a line");
-        }
-    };
-    runner->Start();
-    runner->Join();
-    EXPECT_THAT(logger.Capture().Lines(), ElementsAre("4 no memory for a line"));
-    EXPECT_EQ(connection.disconnections, 1);
-}
-
 }  // namespace
 }  // namespace Kyr::Connectors::Common

@@ -47,6 +47,19 @@ TEST_F(ThreadCreationTest, PushThrowsWhenTheReplyThreadCannotStart) {
     Finish();
 }
 
+TEST_F(ThreadCreationTest, ReplyWhoseThreadCouldNotStartIsProcessedBeforeTheNextOne) {
+    StartAndConnect();
+    const auto replies = host.bus->Subscriptions()[0].subscriber;
+    {
+        const CNoThreads noThreads;
+        EXPECT_THROW(Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(1)),
+                     boost::thread_resource_error);
+    }
+    Deliver(boost::make_shared<Kyr::Common::Module::CResponse>(2));
+    EXPECT_TRUE(Kyr::Test::Await([&] { return replies->Dump().empty(); }));
+    Finish();
+}
+
 TEST_F(ThreadCreationTest, ReplyWhoseThreadCouldNotStartAgainIsProcessedAfterTheNextStart) {
     StartAndConnect();
     const auto replies = host.bus->Subscriptions()[0].subscriber;

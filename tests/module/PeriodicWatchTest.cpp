@@ -245,27 +245,57 @@ TEST_F(PeriodicWatchTest, TimeWithoutACalendarDateEndsTheWatchBehindThePing) {
     EXPECT_THAT(journal_, IsEmpty());
 }
 
-TEST_F(PeriodicWatchTest, BusThatRefusesTheRequestOfAFailedPingEndsTheWatch) {
+TEST_F(PeriodicWatchTest, BusThatRefusesTheRequestOfAFailedPingCostsThatLook) {
     alpc_->standingPing = {1, {}};
     lpc_->standingPing = {1, {}};
-    refused_ = {0};
-    EXPECT_EQ(RunFailure(), "bus failed");
-}
-
-TEST_F(PeriodicWatchTest, BusThatRefusesADueRequestEndsTheWatch) {
     SetBroadcast(2, 1);
     refused_ = {0};
-    lastIteration_ = 3;
-    EXPECT_EQ(RunFailure(), "bus failed");
-    EXPECT_EQ(iteration_, 2u);
-    EXPECT_THAT(In(2), ElementsAre("2 Publishing request 0"));
+    BeforeIteration(2, [this] { refused_.clear(); });
+    Watch(2);
+    EXPECT_THAT(In(1), ElementsAre(StartsWith("3 Ping failed -> "), "4 bus failed"));
+    EXPECT_THAT(
+        In(2), ElementsAre(StartsWith("3 Ping failed -> "), "publish 0", "2 Received broadcast 2"));
 }
 
-TEST_F(PeriodicWatchTest, BusThatRefusesTheResendEndsTheWatch) {
+TEST_F(PeriodicWatchTest, RequestThatTheBusRefusesIsPublishedInTheNextLook) {
+    SetBroadcast(2, 1);
+    refused_ = {0};
+    BeforeIteration(3, [this] { refused_.clear(); });
+    Watch(4);
+    EXPECT_THAT(In(2), ElementsAre("2 Publishing request 0", "4 bus failed"));
+    EXPECT_THAT(In(3), ElementsAre("2 Publishing request 0", "publish 0"));
+    EXPECT_THAT(In(4), IsEmpty());
+}
+
+TEST_F(PeriodicWatchTest, RequestsBehindOneThatTheBusRefusesKeepTheirOrder) {
+    SetBroadcast(2, 1);
+    SetBroadcast(8, 1);
+    refused_ = {0};
+    BeforeIteration(3, [this] { refused_.clear(); });
+    Watch(3);
+    EXPECT_THAT(In(2), ElementsAre("2 Publishing request 0", "4 bus failed"));
+    EXPECT_THAT(In(3), ElementsAre("2 Publishing request 0", "publish 0", "2 Publishing request 2",
+                                   "publish 2"));
+}
+
+TEST_F(PeriodicWatchTest, BusThatRefusesTheResendCostsThatLook) {
     refused_ = {2};
-    lastIteration_ = 1000;
-    EXPECT_EQ(RunFailure(), "bus failed");
-    EXPECT_EQ(iteration_, 720u);
+    Watch(721);
+    EXPECT_THAT(In(720),
+                ElementsAre("2 Regular resending of all requests", "publish 0", "4 bus failed"));
+    EXPECT_THAT(In(721), IsEmpty());
+    EXPECT_THAT(alpc_->seenPings, SizeIs(721));
+}
+
+TEST_F(PeriodicWatchTest, BusThatFailsInAForeignWayCostsThatLook) {
+    SetBroadcast(2, 1);
+    refused_ = {0};
+    refusal_ = [] { throw 42; };
+    BeforeIteration(3, [this] { refused_.clear(); });
+    Watch(3);
+    EXPECT_THAT(In(2), ElementsAre("2 Publishing request 0",
+                                   "4 Watching the product failed with an unknown exception"));
+    EXPECT_THAT(In(3), ElementsAre("2 Publishing request 0", "publish 0"));
 }
 
 TEST_F(PeriodicWatchTest, InterruptedThreadDoesNotEvenPing) {

@@ -131,18 +131,6 @@ TYPED_TEST(ActionTasksTest, BothLinesPrecedeTheExchange) {
     EXPECT_EQ(linesBefore, 2u);
 }
 
-TYPED_TEST(ActionTasksTest, FailureBeforeTheExchangeIsACountedRetryToo) {
-    this->logger.onGetLog = [] { throw std::runtime_error("no log"); };
-    try {
-        this->Execute();
-        FAIL() << "no exception";
-    } catch (const Common::CRetryException& error) {
-        EXPECT_STREQ(error.what(), "no log");
-        EXPECT_FALSE(error.IsRestartNeeded());
-    }
-    EXPECT_THAT(this->channel->calls, IsEmpty());
-}
-
 TYPED_TEST(ActionTasksTest, InterruptionIsNoFailure) {
     this->channel->product = [](const auto&) -> Kyr::Test::CFakeChannel::Bytes {
         throw boost::thread_interrupted();

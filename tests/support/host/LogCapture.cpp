@@ -48,10 +48,7 @@ bool CLogCapture::AwaitText(const std::string& text) const {
 
 CCapturingLogger::CCapturingLogger() : capture_(boost::make_shared<CLogCapture>()) {}
 
-Connectors::Common::CLogLine CCapturingLogger::GetLog(int level) {
-    if (onGetLog) {
-        onGetLog();
-    }
+Connectors::Common::CLogLine CCapturingLogger::GetLog(int level) noexcept {
     return Connectors::Common::CLogLine(capture_, level, "Capture");
 }
 

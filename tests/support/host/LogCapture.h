@@ -51,12 +51,9 @@ class CLogCapture : public Common::Kernel::ILoggerResource {
 class CCapturingLogger : public Connectors::Common::ILogger {
   public:
     CCapturingLogger();
-    Connectors::Common::CLogLine GetLog(int level) override;
+    Connectors::Common::CLogLine GetLog(int level) noexcept override;
 
     CLogCapture& Capture() const { return *capture_; }
-
-    /// Called for every line that is begun, on its thread; what it throws reaches who logs.
-    std::function<void()> onGetLog;
 
   private:
     const boost::shared_ptr<CLogCapture> capture_;
