@@ -226,7 +226,9 @@ CTaskRunner::Attempt CTaskRunner::ProcessTask(CMessageTask& task, const MessageP
         PublishTaskEvent(message, {Outcome::kFailed, Outcome::kFailedText, Outcome::kErrorSeverity,
                                    error.what()});
         GetLog(4) << error.what();
-        return Attempt::kDone;
+        // Of a message without identifiers nobody would ever ask again: a policy, for example.
+        const bool wantOfMemory = dynamic_cast<const std::bad_alloc*>(&error) != nullptr;
+        return wantOfMemory && !ReportableTask(message) ? Attempt::kNotCounted : Attempt::kDone;
     } catch (const boost::thread_interrupted&) {
         throw;
     } catch (...) {

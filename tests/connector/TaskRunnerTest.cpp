@@ -556,6 +556,27 @@ TEST_F(TaskRunnerTest, FailureThatCannotBeToldForWantOfMemoryIsTriedAgain) {
     ExpectEvent(Events()[0], 4, 0x000000010000000C, 40, "broken again");
 }
 
+TEST_F(TaskRunnerTest, WantOfMemoryOfATaskMessageIsOneEventAndNoRetry) {
+    CScriptedTask& task = AddTask().ThenThrow(std::bad_alloc());
+    RunTaskMessage();
+    EXPECT_EQ(task.ExecutionCount(), 1u);
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 std::bad_alloc"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x000000010000000C, 40, "std::bad_alloc");
+}
+
+TEST_F(TaskRunnerTest, WantOfMemoryOfAMessageWithoutIdentifiersIsTriedAgain) {
+    CScriptedTask& task =
+        AddTask(MessageType::ApplyPolicy).ThenThrow(std::bad_alloc()).ThenReturn();
+    clock->SetAutomaticSleep(true);
+    StartAndConnect();
+    Deliver(MakeMessage("Policy", MessageType::ApplyPolicy));
+    ASSERT_TRUE(Kyr::Test::Await([&] { return task.ExecutionCount() == 2; }));
+    Finish();
+    EXPECT_THAT(LinesWhileConnected(),
+                ElementsAre("4 std::bad_alloc", "2 Reconnecting to product"));
+}
+
 TEST_F(TaskRunnerTest, CancellingThatCannotBeToldForWantOfMemoryIsToldAfterTheNextConnection) {
     CScriptedTask& task = AddTask().ThenThrow(CRetryException("no answer", false));
     std::atomic<int> publications{0};
