@@ -12,6 +12,7 @@ help:
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
 	@echo "make mutants change the code in three thousand places, one at a time: does a test notice? An hour"
+	@echo "make proof-NAME try everything of one kind that can go wrong; names are the folders of proofs/"
 	@echo "make planted-faults plant faults of the library: does the judge of each find it? Half an hour"
 
 dependencies:
@@ -41,6 +42,9 @@ windows: dependencies
 
 fuzz: dependencies
 	scripts/fuzz
+
+proof-%: dependencies
+	scripts/proof $*
 
 mutants: dependencies
 	scripts/mutants

@@ -15,6 +15,7 @@
 namespace {
 
 std::atomic<std::size_t> largest{0};
+std::atomic<Kyr::Test::AllocationJudge> judge{nullptr};
 
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
 thread_local unsigned untilFailure = 0;
@@ -27,6 +28,9 @@ namespace {
 
 void* Allocate(std::size_t size) noexcept {
     if (untilFailure != 0 && --untilFailure == 0) {
+        return nullptr;
+    }
+    if (const auto asked = judge.load(std::memory_order_relaxed); asked != nullptr && !asked()) {
         return nullptr;
     }
     std::size_t seen = largest.load();
@@ -117,6 +121,10 @@ CAllocationFailure::~CAllocationFailure() {
 
 bool CAllocationFailure::HasHappened() const {
     return untilFailure == 0;
+}
+
+void SetAllocationJudge(AllocationJudge asked) {
+    judge = asked;
 }
 
 }  // namespace Kyr::Test

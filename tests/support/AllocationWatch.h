@@ -41,4 +41,9 @@ class CAllocationFailure {
     bool HasHappened() const;
 };
 
+/// Asked for every allocation from now on, on its thread; false lets it fail. Must not allocate.
+/// Null: nobody is asked.
+using AllocationJudge = bool (*)() noexcept;
+void SetAllocationJudge(AllocationJudge judge);
+
 }  // namespace Kyr::Test

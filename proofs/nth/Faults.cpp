@@ -1,0 +1,110 @@
+#include "proofs/nth/Faults.h"
+
+#include <atomic>
+
+#include "tests/support/AllocationWatch.h"
+
+namespace Kyr::Proofs::Nth {
+
+namespace {
+
+// The armed fault, in pieces that are read without a lock.
+std::atomic<bool> armed{false};
+std::atomic<Place> armedPlace{Place::kAllocation};
+std::atomic<std::uint64_t> armedNth{0};
+std::atomic<bool> armedLasting{false};
+std::atomic<std::uint32_t> armedKind{0};
+std::atomic<std::uint64_t> uses{0};
+std::atomic<bool> struck{false};
+
+thread_local int surroundings = 0;  // how many the thread is in
+
+const char* NameOf(Place place) {
+    switch (place) {
+        case Place::kAllocation:
+            return "allocation";
+        case Place::kThread:
+            return "thread creation";
+        case Place::kLock:
+            return "lock creation";
+        case Place::kNativeCall:
+            return "native call";
+        case Place::kStoreRead:
+            return "store read";
+        case Place::kStoreWrite:
+            return "store write";
+        case Place::kPublish:
+            return "publish";
+        case Place::kLog:
+            return "log call";
+    }
+    return "?";
+}
+
+}  // namespace
+
+std::string Describe(const Fault& fault) {
+    return std::string(NameOf(fault.place)) + " " + std::to_string(fault.nth) +
+           (fault.lasting ? " and all behind it" : "") + ", kind " + std::to_string(fault.kind);
+}
+
+void Arm(const Fault& fault) {
+    Disarm();
+    armedPlace = fault.place;
+    armedNth = fault.nth;
+    armedLasting = fault.lasting;
+    armedKind = fault.kind;
+    uses = 0;
+    struck = false;
+    armed = true;
+}
+
+void Disarm() {
+    armed = false;
+}
+
+bool HasStruck() {
+    return struck;
+}
+
+bool Strikes(Place place) noexcept {
+    if (!armed || surroundings != 0 || place != armedPlace) {
+        return false;
+    }
+    const std::uint64_t use = ++uses;
+    const bool strikes = armedLasting ? use >= armedNth : use == armedNth;
+    if (strikes) {
+        struck = true;
+    }
+    return strikes;
+}
+
+std::uint32_t StruckKind() noexcept {
+    return armedKind;
+}
+
+CSurroundings::CSurroundings() {
+    ++surroundings;
+}
+
+CSurroundings::~CSurroundings() {
+    --surroundings;
+}
+
+CModuleCall::CModuleCall() : depth_(surroundings) {
+    surroundings = 0;
+}
+
+CModuleCall::~CModuleCall() {
+    surroundings = depth_;
+}
+
+void WatchAllocations() {
+    Test::SetAllocationJudge([]() noexcept { return !Strikes(Place::kAllocation); });
+}
+
+bool IsInSurroundings() noexcept {
+    return surroundings != 0;
+}
+
+}  // namespace Kyr::Proofs::Nth

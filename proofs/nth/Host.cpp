@@ -1,0 +1,306 @@
+#include "proofs/nth/Host.h"
+
+#include <algorithm>
+#include <new>
+#include <set>
+#include <stdexcept>
+
+#include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/thread.hpp>
+
+#include "connector/Subscriber.h"
+#include "host/Catalogue.h"
+#include "host/kernel/Resources.h"
+#include "host/logs/Symbols.h"
+#include "logs/DataMinerMessages.h"
+#include "logs/EventLog.h"
+#include "proofs/nth/Faults.h"
+
+namespace Kyr::Proofs::Nth {
+
+namespace {
+
+using namespace Common::Kernel;
+using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
+using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
+namespace Outcome = Common::Catalogue::Task;
+namespace Symbol = Common::Logs::Symbols::Task;
+using Guard = boost::lock_guard<boost::mutex>;
+
+constexpr int kActions = 2;
+constexpr int kMostRefusals = 15;  // a millisecond apart
+
+/// Throws what the kind of the armed fault says, when it is one that throws.
+void Fail() {
+    switch (StruckKind()) {
+        case 0:
+            throw std::runtime_error("the host has failed");
+        case 1:
+            throw 42;
+        default:
+            break;
+    }
+}
+
+class CBus : public IBusResource {
+  public:
+    explicit CBus(CHost& host) : host_(host) {}
+    void Publish(const boost::shared_ptr<IMessage>& message,
+                 const boost::shared_ptr<IDeliveryContext>& context) override {
+        host_.Publish(message, context);
+    }
+    void Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageType type) override {
+        host_.Subscribe(subscriber, type);
+    }
+
+  private:
+    CHost& host_;
+};
+
+class CLogger : public ILoggerResource {
+  public:
+    explicit CLogger(CHost& host) : host_(host) {}
+    void Log(const std::string& text, int level, const std::string& /*source*/) override {
+        host_.Log(text, level);
+    }
+
+  private:
+    CHost& host_;
+};
+
+class CInstallation : public IInstallConfigurationResource {
+  public:
+    std::string GetInstanceUUID() const override {
+        const CSurroundings surroundings;
+        return "12345678-9abc-def0-1234-56789abcdef0";
+    }
+};
+
+class CNumbers : public IIdGeneratorResource {
+  public:
+    std::uint32_t GenerateId() override { return ++last_; }
+
+  private:
+    std::uint32_t last_ = 0;
+};
+
+class CConfiguration : public IConfigurationResource {};
+
+class CKeyValues : public Common::Database::IKeyValueAccessMapper {
+  public:
+    explicit CKeyValues(CHost& host) : host_(host) {}
+    std::string GetValue(const std::string& key) override { return host_.Read(key); }
+    bool SetValue(const std::string& key, const std::string& value) override {
+        return host_.Write(key, value);
+    }
+
+  private:
+    CHost& host_;
+};
+
+class CActions : public Common::Database::IOvRemediationActionsMapper {
+  public:
+    explicit CActions(CHost& host) : host_(host) {}
+    bool StoreActions(const std::vector<std::string>& actions) override {
+        return host_.Store(actions);
+    }
+
+  private:
+    CHost& host_;
+};
+
+class CDatabase : public IDatabaseResource {
+  public:
+    explicit CDatabase(CHost& host)
+        : values_(boost::make_shared<CKeyValues>(host)),
+          actions_(boost::make_shared<CActions>(host)) {}
+    boost::shared_ptr<Common::Database::IMapper> GetMapper(int number) override {
+        if (number == Common::Database::kKeyValueAccessMapper) {
+            return values_;
+        }
+        return actions_;
+    }
+
+  private:
+    const boost::shared_ptr<Common::Database::IMapper> values_;
+    const boost::shared_ptr<Common::Database::IMapper> actions_;
+};
+
+}  // namespace
+
+CHost::CHost()
+    : resources_{{kBusResource, boost::make_shared<CBus>(*this)},
+                 {kInstallConfigurationResource, boost::make_shared<CInstallation>()},
+                 {kLoggerResource, boost::make_shared<CLogger>(*this)},
+                 {kIdGeneratorResource, boost::make_shared<CNumbers>()},
+                 {kDatabaseResource, boost::make_shared<CDatabase>(*this)},
+                 {kConfigurationResource, boost::make_shared<CConfiguration>()}},
+      values_{{"XDR_ENABLED", "1"}, {"XDR_HOST", "here"}, {"OV_REMEDIATION_ENABLED", "1"}} {}
+
+boost::shared_ptr<IResource> CHost::GetResource(int number) {
+    const CSurroundings surroundings;
+    const auto found = resources_.find(number);
+    return found == resources_.end() ? nullptr : found->second;
+}
+
+void CHost::Deliver(const Message& message) {
+    {
+        const Guard guard(mutex_);
+        delivered_.push_back(message);
+    }
+    // A bus keeps what a subscriber did not take. A fault that lasts is over some day.
+    for (int refusals = 0;; ++refusals) {
+        try {
+            Publish(message, {});
+            return;
+        } catch (...) {
+            if (refusals == kMostRefusals) {
+                Disarm();
+            }
+            boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
+        }
+    }
+}
+
+std::size_t CHost::Unfinished() const {
+    const Guard guard(mutex_);
+    return std::count_if(delivered_.begin(), delivered_.end(),
+                         [](const auto& message) { return !message.expired(); });
+}
+
+bool CHost::HasReplies() const {
+    const Guard guard(mutex_);
+    const auto found = subscribers_.find(MessageType::Response);
+    return found != subscribers_.end() && !found->second->Dump().empty();
+}
+
+void CHost::ForgetSubscribers() {
+    const Guard guard(mutex_);
+    subscribers_.clear();
+}
+
+std::vector<std::string> CHost::Lines(int level) const {
+    const Guard guard(mutex_);
+    std::vector<std::string> lines;
+    for (const auto& line : lines_) {
+        if (line.first >= level) {
+            lines.push_back(std::to_string(line.first) + " " + line.second);
+        }
+    }
+    return lines;
+}
+
+std::vector<std::string> CHost::Records(int kind) const {
+    const Guard guard(mutex_);
+    return records_[kind];
+}
+
+std::string CHost::Value(const std::string& key) const {
+    const Guard guard(mutex_);
+    const auto found = values_.find(key);
+    return found == values_.end() ? std::string() : found->second;
+}
+
+int CHost::Told(const std::string& identifier) const {
+    const Guard guard(mutex_);
+    const auto found = told_.find(identifier);
+    return found == told_.end() ? 0 : found->second;
+}
+
+void CHost::Publish(const Message& message,
+                    const boost::shared_ptr<IDeliveryContext>& context) {
+    const bool strikes = Strikes(Place::kPublish);
+    const CSurroundings surroundings;
+    if (strikes) {
+        Fail();
+        throw std::bad_alloc();
+    }
+    Enter(*message);
+    std::set<Subscriber> served;
+    {
+        const Guard guard(mutex_);
+        const auto range = subscribers_.equal_range(message->GetMessageType());
+        for (auto entry = range.first; entry != range.second; ++entry) {
+            served.insert(entry->second);
+        }
+    }
+    for (const Subscriber& subscriber : served) {
+        const CModuleCall call;
+        subscriber->Push(message, context);
+    }
+}
+
+void CHost::Subscribe(const Subscriber& subscriber, MessageType type) {
+    const CSurroundings surroundings;
+    const Guard guard(mutex_);
+    subscribers_.emplace(type, subscriber);
+}
+
+void CHost::Log(const std::string& text, int level) {
+    const bool strikes = Strikes(Place::kLog);
+    const CSurroundings surroundings;
+    if (strikes) {
+        Fail();
+        throw std::bad_alloc();
+    }
+    const Guard guard(mutex_);
+    lines_.emplace_back(level, text);
+}
+
+std::string CHost::Read(const std::string& key) {
+    const bool strikes = Strikes(Place::kStoreRead);
+    const CSurroundings surroundings;
+    if (strikes) {
+        Fail();
+        return "no number";
+    }
+    return Value(key);
+}
+
+bool CHost::Write(const std::string& key, const std::string& value) {
+    const bool strikes = Strikes(Place::kStoreWrite);
+    const CSurroundings surroundings;
+    if (strikes) {
+        Fail();
+        return false;
+    }
+    const Guard guard(mutex_);
+    values_[key] = value;
+    return true;
+}
+
+bool CHost::Store(const std::vector<std::string>& actions) {
+    const bool strikes = Strikes(Place::kStoreWrite);
+    const CSurroundings surroundings;
+    if (strikes) {
+        Fail();
+        return false;
+    }
+    const Guard guard(mutex_);
+    records_[kActions].insert(records_[kActions].end(), actions.begin(), actions.end());
+    return true;
+}
+
+void CHost::Enter(const IMessage& message) {
+    const Guard guard(mutex_);
+    const auto keep = [this](int kind, const std::vector<std::string>& records) {
+        records_[kind].insert(records_[kind].end(), records.begin(), records.end());
+    };
+    if (const auto* logs = dynamic_cast<const CDataMinerStoreEcsIndicatorLogs*>(&message)) {
+        keep(0, logs->GetLogs());
+    } else if (const auto* more = dynamic_cast<const CDataMinerStoreEcsTelemetryLogs*>(&message)) {
+        keep(1, more->GetLogs());
+    } else if (message.GetMessageType() == MessageType::TaskEvent) {
+        const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(message);
+        const auto symbols = event.GetSymbols();
+        const bool willBeTriedAgain = symbols->GetInt32(Symbol::kStatus) == Outcome::kNotFailed &&
+                                      symbols->GetResourceId(Symbol::kOutcome) ==
+                                          Outcome::kFailedText;
+        if (!willBeTriedAgain) {
+            ++told_[symbols->GetUuid(Symbol::kThirdIdentifier).uuid()];
+        }
+    }
+}
+
+}  // namespace Kyr::Proofs::Nth

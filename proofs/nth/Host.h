@@ -1,0 +1,73 @@
+// The host of one life: a bus that delivers, a log and a store that keep, each of which fails when
+// a fault strikes; and what reached it, for the account at the end.
+//
+// Kinds of a fault: publish and log 0 a std::runtime_error, 1 what is no std::exception, 2 a
+// std::bad_alloc; store read 0 and 1 the same, 2 a text that is no number; store write 0 and 1 the
+// same, 2 refused.
+// Threads: any.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+#include <boost/weak_ptr.hpp>
+
+#include "host/kernel/IMessage.h"
+#include "host/kernel/IResource.h"
+#include "host/kernel/ISubscriber.h"
+
+namespace Kyr::Proofs::Nth {
+
+constexpr int kRecordKinds = 3;  // indicators, telemetry, actions
+
+class CHost : public Common::Kernel::IResourceProvider {
+  public:
+    using Message = boost::shared_ptr<Common::Kernel::IMessage>;
+    using Subscriber = boost::shared_ptr<Common::Kernel::ISubscriber>;
+
+    CHost();
+
+    boost::shared_ptr<Common::Kernel::IResource> GetResource(int number) override;
+
+    /// Gives a message to whoever wants it; what a queue throws is tried once more. The thread is
+    /// in a CSurroundings.
+    void Deliver(const Message& message);
+    /// How many delivered tasks somebody still holds.
+    std::size_t Unfinished() const;
+    /// Whether replies still wait in their queue.
+    bool HasReplies() const;
+    /// The module that subscribed is gone.
+    void ForgetSubscribers();
+
+    /// Texts of the lines of that level and above.
+    std::vector<std::string> Lines(int level) const;
+    std::vector<std::string> Records(int kind) const;
+    std::string Value(const std::string& key) const;
+    /// How often an end, good or bad, was told of the task of that third identifier.
+    int Told(const std::string& identifier) const;
+
+    // What the resources call.
+    void Publish(const Message& message,
+                 const boost::shared_ptr<Common::Kernel::IDeliveryContext>& context);
+    void Subscribe(const Subscriber& subscriber, Common::Kernel::MessageType type);
+    void Log(const std::string& text, int level);
+    std::string Read(const std::string& key);
+    bool Write(const std::string& key, const std::string& value);
+    bool Store(const std::vector<std::string>& actions);
+
+  private:
+    void Enter(const Common::Kernel::IMessage& message);
+
+    std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
+    mutable boost::mutex mutex_;  // guards everything below
+    std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
+    std::vector<boost::weak_ptr<Common::Kernel::IMessage>> delivered_;
+    std::vector<std::pair<int, std::string>> lines_;
+    std::vector<std::string> records_[kRecordKinds];
+    std::map<std::string, std::string> values_;
+    std::map<std::string, int> told_;
+};
+
+}  // namespace Kyr::Proofs::Nth

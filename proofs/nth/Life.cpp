@@ -1,0 +1,264 @@
+#include "proofs/nth/Life.h"
+
+#include <set>
+
+#include <boost/make_shared.hpp>
+
+#include "host/message/ApplyPolicy.h"
+#include "host/message/OvAgentTasks.h"
+#include "host/message/RequestConfigurationMessage.h"
+#include "host/module/Response.h"
+#include "logs/OvAgentRequest.h"
+#include "proofs/nth/NativeFaults.h"
+#include "tests/support/HexBytes.h"
+#include "tests/support/product/FakeBuildReader.h"
+
+namespace Kyr::Proofs::Nth {
+
+namespace {
+
+using namespace Connectors::OvAgentConnector;
+using namespace Common::Message::Connectors::OvAgentConnector;
+using Common::Message::Configuration::CRequestConfigurationMessage;
+using Common::Message::Policies::CApplyPolicy;
+using Clock = std::chrono::steady_clock;
+using Milliseconds = std::chrono::milliseconds;
+
+// Third identifiers, by which product and events name a task.
+constexpr char kKill[] = "00000000-0000-0000-0000-000000000001";
+constexpr char kBlock[] = "00000000-0000-0000-0000-000000000002";
+constexpr char kExport[] = "00000000-0000-0000-0000-000000000003";
+constexpr char kKillAgain[] = "00000000-0000-0000-0000-000000000004";
+constexpr char kOutcome[] = "00000000-0000-0000-0000-000000000005";
+
+// Our own choices: a lasting fault lasts so long behind its first stroke; what has not happened
+// after that much real time will not happen.
+constexpr Milliseconds kLasting(15);
+constexpr Milliseconds kPatience(10000);
+
+template <typename Condition>
+bool Await(Milliseconds patience, const Condition& condition) {
+    const auto end = Clock::now() + patience;
+    while (!condition()) {
+        if (Clock::now() > end) {
+            return false;
+        }
+        boost::this_thread::sleep_for(boost::chrono::microseconds(200));
+    }
+    return true;
+}
+
+template <typename Task>
+boost::shared_ptr<Task> Named(boost::shared_ptr<Task> task, const char* third) {
+    typename Task::Uuid identifier;
+    identifier.set_uuid(third);
+    task->SetIdentifiers(identifier, identifier, identifier);
+    task->SetReadOnly();
+    return task;
+}
+
+CHost::Message Kill(const char* third) {
+    const auto task = boost::make_shared<Task::CKillProcessByPid>();
+    Task::CKillProcessByPid::Payload payload;
+    payload.set_process_id(4711);
+    task->SetPayload(payload);
+    return Named(task, third);
+}
+
+CHost::Message Block(const char* third) {
+    const auto task = boost::make_shared<Task::CBlockExecutableByHash>();
+    Task::CBlockExecutableByHash::Payload payload;
+    payload.set_executable_hash_sha1("0123456789ABCDEF0123456789ABCDEF01234567");
+    payload.set_delete_executable(false);
+    task->SetPayload(payload);
+    return Named(task, third);
+}
+
+CHost::Message Export(const char* third) {
+    const auto task = boost::make_shared<CRequestConfigurationMessage>();
+    CRequestConfigurationMessage::Payload payload;
+    payload.set_producttype(9);
+    task->SetPayload(payload);
+    return Named(task, third);
+}
+
+/// A policy whose text is "ab".
+CHost::Message Policy() {
+    // A blob of 4 bytes, which are stored in 15 without being compressed.
+    const auto blob =
+        Test::HexBytes("08 04 12 0F 78 01 01 04 00 FB FF 0A 02 61 62 01 56 00 D0");
+    const auto policy = boost::make_shared<CApplyPolicy>();
+    policy->SetPolicyBlob(std::string(blob.begin(), blob.end()));
+    policy->SetReadOnly();
+    return policy;
+}
+
+CHost::Message Trigger(int kind) {
+    const auto trigger = boost::make_shared<COvAgentRequest>();
+    trigger->SetRequestType(kind);
+    trigger->SetReadOnly();
+    return trigger;
+}
+
+/// Runs a call into the module; false: it threw.
+template <typename Call>
+bool Calls(const Call& call) {
+    try {
+        const CModuleCall inTheModule;
+        call();
+        return true;
+    } catch (...) {
+        return false;
+    }
+}
+
+}  // namespace
+
+CLife::CLife(CProduct& product, boost::shared_ptr<Base::IClock> clock)
+    : product_(product), clock_(std::move(clock)) {
+    product_.BeginLife();
+}
+
+CLife::~CLife() = default;
+
+CLife::Problems CLife::Run(Part part, const Fault& fault) {
+    if (part == Part::kWork) {
+        Arm(fault);
+    }
+    Begin();
+    Work();
+    if (part == Part::kWork) {
+        Lift();
+    }
+    WorkAgain();
+    if (part == Part::kEnd) {
+        Arm(fault);
+    }
+    End();
+    if (part == Part::kEnd) {
+        Lift();
+    }
+    ExpectAccount(fault);
+    return problems_;
+}
+
+bool CLife::Load() {
+    ModuleSystem system;
+    system.clock = clock_;
+    system.productBuild = boost::make_shared<Test::CFakeBuildReader>();
+    system.makeChannel = [clock = clock_] {
+        return boost::make_shared<COvAgentChannel>(0, 0, FaultyFunctions(), clock);
+    };
+    return Calls([&] {
+        module_ = std::make_unique<Module>(system);
+        module_->Initialize(host_);
+    });
+}
+
+bool CLife::StartModule() {
+    return Calls([this] { module_->Start(); });
+}
+
+// A host that meets an exception tries again, and for the last time when the fault is over.
+void CLife::Begin() {
+    while (!Load()) {
+        hostWasTold_ = true;
+        module_.reset();
+        host_.ForgetSubscribers();
+        Lift();
+    }
+    while (!StartModule()) {
+        hostWasTold_ = true;
+        Lift();
+    }
+}
+
+void CLife::Work() {
+    product_.AddOutcome(kOutcome);
+    host_.Deliver(Kill(kKill));
+    host_.Deliver(Block(kBlock));
+    host_.Deliver(Policy());
+    host_.Deliver(Export(kExport));
+    host_.Deliver(Trigger(kProtectionStatus));
+    host_.Deliver(Trigger(kTaskStatus));
+    // Records and actions are the watch's to ask for.
+    Await(kPatience, [this] {
+        return Nth::HasStruck() ||
+               (product_.Done(kKill) != 0 && product_.Done(kBlock) != 0 &&
+                product_.HandedOut(kOutcome) != 0 && host_.Value("OV_REMEDIATION_OFFSET") == "3");
+    });
+    product_.ChangeStatus();
+    host_.Deliver(boost::make_shared<Common::Module::CResponse>(1));
+    if (!Nth::HasStruck()) {
+        Await(Milliseconds(20), [] { return Nth::HasStruck(); });
+    }
+    if (Nth::HasStruck()) {
+        boost::this_thread::sleep_for(boost::chrono::milliseconds(kLasting.count()));
+    }
+}
+
+void CLife::Lift() {
+    struck_ = struck_ || Nth::HasStruck();
+    Disarm();
+}
+
+template <typename Condition>
+void CLife::Expect(const char* what, const Condition& condition) {
+    if (!Await(kPatience, condition)) {
+        problems_.emplace_back(what);
+    }
+}
+
+void CLife::WorkAgain() {
+    host_.Deliver(Kill(kKillAgain));
+    host_.Deliver(Trigger(kTaskStatus));
+    host_.Deliver(boost::make_shared<Common::Module::CResponse>(2));
+    Expect("a task after the fault was not done",
+           [this] { return product_.Done(kKillAgain) != 0; });
+    Expect("a kill was lost",
+           [this] { return product_.Done(kKill) + host_.Told(kKill) != 0; });
+    Expect("a block was lost",
+           [this] { return product_.Done(kBlock) + host_.Told(kBlock) != 0; });
+    Expect("a policy was lost", [this] { return product_.Policies() != 0; });
+    Expect("a configuration was lost",
+           [this] { return host_.Told(kExport) != 0; });
+    const char* const offsets[] = {"XDR_OFFSET", "XDR_TELEMETRY_OFFSET", "OV_REMEDIATION_OFFSET"};
+    for (const char* const offset : offsets) {
+        Expect("records were not fetched", [&] { return host_.Value(offset) == "3"; });
+    }
+    Expect("an outcome was not told", [this] { return host_.Told(kOutcome) != 0; });
+    Expect("an outcome after the fault was not told",
+           [this] { return host_.Told(kKillAgain) != 0; });
+    Expect("replies wait for a thread", [this] { return !host_.HasReplies(); });
+}
+
+void CLife::End() {
+    Calls([this] { module_->RequestStop(); });
+    const bool stopped = Await(kPatience, [this] {
+        bool ended = false;
+        return Calls([&] { ended = module_->Stop(false); }) && ended;
+    });
+    if (!stopped) {
+        problems_.emplace_back("it did not stop");
+    }
+    {
+        const CModuleCall inTheModule;
+        module_.reset();
+    }
+}
+
+void CLife::ExpectAccount(const Fault& fault) {
+    for (int kind = 0; kind < kRecordKinds; ++kind) {
+        const auto records = host_.Records(kind);
+        if (std::set<std::string>(records.begin(), records.end()).size() != CProduct::kRecords) {
+            problems_.emplace_back("records were lost");
+        }
+    }
+    const bool silentPlace = fault.place == Place::kLog || fault.place == Place::kAllocation;
+    const bool wentWrong = product_.Done(kKill) == 0 || product_.Done(kBlock) == 0;
+    if (struck_ && !silentPlace && wentWrong && !hostWasTold_ && host_.Lines(3).empty()) {
+        problems_.emplace_back("nothing was said");
+    }
+}
+
+}  // namespace Kyr::Proofs::Nth

@@ -1,0 +1,59 @@
+// One life of the real module in which one fault comes: load, start, each of its nine tasks, the
+// watch, stop, unload. Afterwards the account must balance, and the module must work again.
+//
+// Threads: one, in a CSurroundings. Errors: what is found wrong is a sentence in the result.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "module/OvAgentConnectorModule.h"
+#include "proofs/nth/Faults.h"
+#include "proofs/nth/Host.h"
+#include "proofs/nth/Product.h"
+
+namespace Kyr::Proofs::Nth {
+
+/// In which part of the life the fault comes.
+enum class Part { kWork, kEnd };
+
+class CLife {
+  public:
+    using Problems = std::vector<std::string>;
+
+    CLife(CProduct& product, boost::shared_ptr<Base::IClock> clock);
+    ~CLife();
+    CLife(const CLife&) = delete;
+    CLife& operator=(const CLife&) = delete;
+
+    /// REQUIRES: called once.
+    Problems Run(Part part, const Fault& fault);
+    bool HasStruck() const { return struck_; }
+    /// What the module said at level 3 and above.
+    std::vector<std::string> Lines() const { return host_.Lines(3); }
+
+  private:
+    using Module = Connectors::OvAgentConnector::COvAgentConnectorModule;
+
+    bool Load();
+    bool StartModule();
+    void Begin();
+    void Work();
+    void WorkAgain();
+    void End();
+    /// Ends the fault.
+    void Lift();
+    template <typename Condition>
+    void Expect(const char* what, const Condition& condition);
+    void ExpectAccount(const Fault& fault);
+
+    CProduct& product_;
+    const boost::shared_ptr<Base::IClock> clock_;
+    CHost host_;
+    std::unique_ptr<Module> module_;
+    bool struck_ = false;
+    bool hostWasTold_ = false;  // by an exception
+    Problems problems_;
+};
+
+}  // namespace Kyr::Proofs::Nth

@@ -1,0 +1,55 @@
+// The simulated product in this process, healthy: what it was asked to do, and what it has to hand
+// out. It belongs to the surroundings, with all of its threads.
+//
+// Threads: one, in a CSurroundings, which also owns the area's mutex.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+
+#include <boost/thread/mutex.hpp>
+
+#include "lab/common/LineWriter.h"
+#include "lab/simproduct/processes/Process.h"
+
+namespace Kyr::Proofs::Nth {
+
+class CProduct {
+  public:
+    static constexpr int kRecords = 3;  // of each kind, the same for ever
+
+    CProduct();
+    ~CProduct();
+    CProduct(const CProduct&) = delete;
+    CProduct& operator=(const CProduct&) = delete;
+
+    /// Ports and area anew, nothing remembered but the records.
+    void Restart();
+    /// Nothing waits to be handed out, and nothing was done so far.
+    void BeginLife();
+    /// Broadcast value 2 changes.
+    void ChangeStatus();
+    void AddOutcome(const std::string& identifier);
+
+    /// How often a task of that third identifier was carried out, and how often its outcome was
+    /// handed out.
+    int Done(const std::string& identifier) const;
+    int HandedOut(const std::string& identifier) const;
+    /// How often a policy came.
+    int Policies() const;
+
+  private:
+    struct Running;
+
+    void Note(const Lab::CLine& line);
+
+    const std::unique_ptr<Lab::SimProduct::IProcessLauncher> launcher_;
+    mutable boost::mutex mutex_;  // guards the next three
+    std::map<std::string, int> done_;
+    std::map<std::string, int> handedOut_;
+    int policies_ = 0;
+    std::unique_ptr<Running> running_;
+};
+
+}  // namespace Kyr::Proofs::Nth

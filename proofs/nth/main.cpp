@@ -1,0 +1,175 @@
+// Lets everything that can fail fail, one after the other, until there is nothing left to fail;
+// README.md says what a run shows.
+#include <csignal>
+#include <cstdlib>
+#include <exception>
+#include <iostream>
+#include <string>
+#include <unistd.h>
+
+#include <boost/make_shared.hpp>
+
+#include "lab/common/CommandLine.h"
+#include "proofs/nth/Life.h"
+#include "proofs/nth/NativeFaults.h"
+#include "tests/endurance/ProcessFigures.h"
+#include "tests/endurance/Watchdog.h"
+#include "tests/support/time/HurryingClock.h"
+
+namespace {
+
+using namespace Kyr::Proofs::Nth;
+using Kyr::Endurance::CWatchdog;
+using Kyr::Endurance::ProcessFigures;
+using Kyr::Endurance::ReadProcessFigures;
+
+constexpr int kHurry = 2000;  // ten seconds become five milliseconds
+// Threads take turns as they like, so that a use may come in one life and not in the next.
+constexpr int kLivesWithoutAStroke = 5;
+constexpr std::uint64_t kLivesOfAProduct = 500;  // it remembers all tasks
+constexpr std::uint64_t kMostProblems = 20;
+
+/// Uses of a place fail in each of these ways.
+struct Series {
+    Part part;
+    Place place;
+    bool lasting;
+    std::uint32_t kind;
+};
+
+std::vector<Series> AllSeries() {
+    std::vector<Series> all;
+    for (const Part part : {Part::kWork, Part::kEnd}) {
+        for (const bool lasting : {false, true}) {
+            all.push_back({part, Place::kAllocation, lasting, 0});
+            all.push_back({part, Place::kThread, lasting, 0});
+            all.push_back({part, Place::kLock, lasting, 0});
+            for (const Place place :
+                 {Place::kStoreRead, Place::kStoreWrite, Place::kPublish, Place::kLog}) {
+                for (std::uint32_t kind = 0; kind < 3; ++kind) {
+                    all.push_back({part, place, lasting, kind});
+                }
+            }
+        }
+        for (std::uint32_t status = 0; status < Statuses().size(); ++status) {
+            all.push_back({part, Place::kNativeCall, false, status});
+        }
+        all.push_back({part, Place::kNativeCall, false, kAfter});
+        all.push_back({part, Place::kNativeCall, true, 0});
+    }
+    return all;
+}
+
+// What a signal or std::terminate leaves on the screen: written without a lock or an allocation.
+char current[200];
+
+void TellAndDie() {
+    (void)!write(STDERR_FILENO, current, std::char_traits<char>::length(current));
+    (void)!write(STDERR_FILENO, "\n", 1);
+    std::_Exit(1);
+}
+
+class CProof {
+  public:
+    CProof(std::uint64_t every, std::uint64_t first) : every_(every), first_(first) {
+        product_.ChangeStatus();
+    }
+
+    void Run() {
+        const ProcessFigures before = Rest();
+        for (const Series& series : AllSeries()) {
+            RunSeries(series);
+        }
+        const ProcessFigures after = Rest();
+        if (before.Held() != after.Held()) {
+            Tell("held before: " + before.Held() + "; after: " + after.Held());
+        }
+    }
+
+    bool Report() const {
+        std::cout << "proof nth: " << strokes_ << " faults in " << lives_ << " lives, "
+                  << problems_ << " problems: " << (problems_ == 0 ? "PASS" : "FAIL") << std::endl;
+        return problems_ == 0;
+    }
+
+  private:
+    void RunSeries(const Series& series) {
+        int missed = 0;
+        for (std::uint64_t nth = 1 + first_; missed < kLivesWithoutAStroke; nth += every_) {
+            missed = RunLife(series.part, {series.place, nth, series.lasting, series.kind})
+                         ? 0
+                         : missed + 1;
+            if (problems_ >= kMostProblems) {
+                return;
+            }
+        }
+    }
+
+    bool RunLife(Part part, const Fault& fault) {
+        watchdog_.Tell("a life");
+        if (++lives_ % kLivesOfAProduct == 0) {
+            product_.Restart();
+        }
+        const std::string what =
+            std::string(part == Part::kWork ? "at work: " : "at its end: ") + Describe(fault);
+        what.copy(current, sizeof(current) - 1);
+        current[what.size()] = 0;
+        CLife life(product_, clock_);
+        for (const std::string& problem : life.Run(part, fault)) {
+            Tell(what + ": " + problem);
+            for (const std::string& line : life.Lines()) {
+                std::cout << "  " << line << '\n';
+            }
+        }
+        strokes_ += life.HasStruck() ? 1 : 0;
+        return life.HasStruck();
+    }
+
+    ProcessFigures Rest() {
+        product_.Restart();
+        ProcessFigures figures = ReadProcessFigures();
+        for (int same = 0; same < 10; ++same) {
+            boost::this_thread::sleep_for(boost::chrono::milliseconds(10));
+            const ProcessFigures next = ReadProcessFigures();
+            same = next.Held() == figures.Held() ? same : -1;
+            figures = next;
+        }
+        return figures;
+    }
+
+    void Tell(const std::string& problem) {
+        ++problems_;
+        std::cout << "problem: " << problem << std::endl;
+    }
+
+    const std::uint64_t every_;
+    const std::uint64_t first_;
+    CWatchdog watchdog_;
+    CProduct product_;
+    const boost::shared_ptr<Kyr::Base::IClock> clock_ =
+        boost::make_shared<Kyr::Test::CHurryingClock>(kHurry);
+    std::uint64_t lives_ = 0;
+    std::uint64_t strokes_ = 0;
+    std::uint64_t problems_ = 0;
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    std::uint64_t every = 1;
+    std::uint64_t first = 0;
+    CLI::App app("Lets everything that can fail fail, one after the other.", "proof_nth");
+    app.add_option("--every", every, "only each so many of the uses of a place; 1: all")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--first", first, "how many uses are left out before the first");
+    if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
+        return *code;
+    }
+    std::set_terminate(TellAndDie);
+    std::signal(SIGSEGV, [](int) { TellAndDie(); });
+    const CSurroundings surroundings;
+    WatchAllocations();
+    CProof proof(every, first);
+    proof.Run();
+    return proof.Report() ? 0 : 1;
+}
