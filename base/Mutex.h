@@ -4,7 +4,10 @@
 //
 // Threads: any. Taking a mutex is no interruption point, waiting for a condition is one.
 // Ownership: a lock must not outlive its mutex.
-// Errors: none beyond boost::thread_interrupted; misuse is a bug that clang's analysis finds.
+// Errors: boost::thread_interrupted, and boost::thread_resource_error of a constructor for which
+// the
+//   system has nothing left. A wait that wants for something itself, which it may on Windows, goes
+//   on in short sleeps. Misuse is a bug that clang's analysis finds.
 #pragma once
 
 #include <chrono>
@@ -80,14 +83,15 @@ class CCondition {
 
     /// Gives the lock back until somebody notifies, and holds it again when it returns or throws.
     /// May wake without a reason. REQUIRES: `lock` is held.
-    void Wait(CLock& lock) { condition_.wait(lock.lock_); }
+    void Wait(CLock& lock);
     /// The same for at most `timeout` of real time. False: it has passed.
-    bool WaitFor(CLock& lock, std::chrono::microseconds timeout) {
-        const boost::chrono::microseconds limit(timeout.count());
-        return condition_.wait_for(lock.lock_, limit) == boost::cv_status::no_timeout;
-    }
+    bool WaitFor(CLock& lock, std::chrono::microseconds timeout);
 
   private:
+    // The lock is held before and afterwards, which the analysis does not see of an argument.
+    static void WaitWithoutCondition(CLock& lock,
+                                     std::chrono::microseconds limit) KYR_NO_THREAD_SAFETY_ANALYSIS;
+
     boost::condition_variable condition_;
 };
 

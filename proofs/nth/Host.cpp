@@ -208,8 +208,7 @@ int CHost::Told(const std::string& identifier) const {
     return found == told_.end() ? 0 : found->second;
 }
 
-void CHost::Publish(const Message& message,
-                    const boost::shared_ptr<IDeliveryContext>& context) {
+void CHost::Publish(const Message& message, const boost::shared_ptr<IDeliveryContext>& context) {
     const bool strikes = Strikes(Place::kPublish);
     const CSurroundings surroundings;
     if (strikes) {
@@ -294,9 +293,9 @@ void CHost::Enter(const IMessage& message) {
     } else if (message.GetMessageType() == MessageType::TaskEvent) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(message);
         const auto symbols = event.GetSymbols();
-        const bool willBeTriedAgain = symbols->GetInt32(Symbol::kStatus) == Outcome::kNotFailed &&
-                                      symbols->GetResourceId(Symbol::kOutcome) ==
-                                          Outcome::kFailedText;
+        const bool willBeTriedAgain =
+            symbols->GetInt32(Symbol::kStatus) == Outcome::kNotFailed &&
+            symbols->GetResourceId(Symbol::kOutcome) == Outcome::kFailedText;
         if (!willBeTriedAgain) {
             ++told_[symbols->GetUuid(Symbol::kThirdIdentifier).uuid()];
         }

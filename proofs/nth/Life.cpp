@@ -85,8 +85,7 @@ CHost::Message Export(const char* third) {
 /// A policy whose text is "ab".
 CHost::Message Policy() {
     // A blob of 4 bytes, which are stored in 15 without being compressed.
-    const auto blob =
-        Test::HexBytes("08 04 12 0F 78 01 01 04 00 FB FF 0A 02 61 62 01 56 00 D0");
+    const auto blob = Test::HexBytes("08 04 12 0F 78 01 01 04 00 FB FF 0A 02 61 62 01 56 00 D0");
     const auto policy = boost::make_shared<CApplyPolicy>();
     policy->SetPolicyBlob(std::string(blob.begin(), blob.end()));
     policy->SetReadOnly();
@@ -215,13 +214,10 @@ void CLife::WorkAgain() {
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(2));
     Expect("a task after the fault was not done",
            [this] { return product_.Done(kKillAgain) != 0; });
-    Expect("a kill was lost",
-           [this] { return product_.Done(kKill) + host_.Told(kKill) != 0; });
-    Expect("a block was lost",
-           [this] { return product_.Done(kBlock) + host_.Told(kBlock) != 0; });
+    Expect("a kill was lost", [this] { return product_.Done(kKill) + host_.Told(kKill) != 0; });
+    Expect("a block was lost", [this] { return product_.Done(kBlock) + host_.Told(kBlock) != 0; });
     Expect("a policy was lost", [this] { return product_.Policies() != 0; });
-    Expect("a configuration was lost",
-           [this] { return host_.Told(kExport) != 0; });
+    Expect("a configuration was lost", [this] { return host_.Told(kExport) != 0; });
     const char* const offsets[] = {"XDR_OFFSET", "XDR_TELEMETRY_OFFSET", "OV_REMEDIATION_OFFSET"};
     for (const char* const offset : offsets) {
         Expect("records were not fetched", [&] { return host_.Value(offset) == "3"; });

@@ -29,7 +29,7 @@ template <auto Member, Says says, Does does>
 struct Faulty;
 
 template <typename Result, typename... Arguments,
-          Result(KYR_NTAPI* NativeFunctions::*Member)(Arguments...), Says says, Does does>
+          Result (KYR_NTAPI* NativeFunctions::*Member)(Arguments...), Says says, Does does>
 struct Faulty<Member, says, does> {
     static Result KYR_NTAPI Call(Arguments... arguments) {
         const auto system = Connectors::Common::Kelcomm::Native::SystemNativeFunctions().*Member;

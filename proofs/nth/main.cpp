@@ -87,8 +87,8 @@ class CProof {
     }
 
     bool Report() const {
-        std::cout << "proof nth: " << strokes_ << " faults in " << lives_ << " lives, "
-                  << problems_ << " problems: " << (problems_ == 0 ? "PASS" : "FAIL") << std::endl;
+        std::cout << "proof nth: " << strokes_ << " faults in " << lives_ << " lives, " << problems_
+                  << " problems: " << (problems_ == 0 ? "PASS" : "FAIL") << std::endl;
         return problems_ == 0;
     }
 
