@@ -5,10 +5,11 @@
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/PortPatch.h"
 #include "lab/devhost/printing/MemoryUse.h"
+#include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/DataMiner.h"
 #include "lab/devhost/resources/HostLog.h"
-#include "lab/devhost/resources/SteppedDatabase.h"
-#include "lab/devhost/typed/HostCommands.h"
+#include "lab/devhost/resources/ModuleDatabase.h"
+#include "lab/devhost/typed/FaultCommands.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -34,39 +35,55 @@ CModuleLoader::Hooks HooksFor(const HostSettings& settings, const LineSink& even
 }  // namespace
 
 CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile)
-    : events_(events),
-      loader_(settings.libraryPath, HooksFor(settings, events)),
+    : events_(OnDemand(events, settings.told)),
+      byHand_(settings.byHand),
+      loader_(settings.libraryPath, HooksFor(settings, events_)),
       claim_(settings.databasePath),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),
-      printer_(events),
+      faults_(events_),
+      printer_(events_),
       bus_(boost::make_shared<CBus>(printer_)),
+      provider_(events_),
       module_(loader_.Create()),
       lifeCycle_(
-          module_, [this] { loader_.Destroy(module_); }, events, Base::SystemClock()),
-      console_(
-          {MakeHostCommands({*bus_, *database_, [this](bool force) { lifeCycle_.BeginStop(force); },
-                             [this] { Quit(); }})},
-          events) {
-    provider_.Add(Kernel::kBusResource,
-                  boost::make_shared<CDataMiner>(bus_, database_->Miner(), steps_, events));
+          module_, [this] { loader_.Destroy(module_); }, events_, Base::SystemClock()),
+      console_({MakeHostCommands({*bus_, *database_, SingleCalls(),
+                                  [this](bool force) { lifeCycle_.BeginStop(force); },
+                                  [this] { Quit(); }}),
+                FaultCommands(faults_)},
+               events_) {
+    if (settings.instance) {
+        database_->SetInstanceUuid(*settings.instance);
+    }
+    provider_.Add(Kernel::kBusResource, boost::make_shared<CDataMiner>(bus_, database_->Miner(),
+                                                                       steps_, faults_, events_));
     provider_.Add(Kernel::kInstallConfigurationResource,
                   boost::make_shared<CInstallConfiguration>(database_->InstanceUuid()));
     provider_.Add(Kernel::kLoggerResource,
-                  boost::make_shared<CHostLog>(std::vector<LineSink>{events, logFile}));
+                  boost::make_shared<CHostLog>(faults_, std::vector<LineSink>{events_, logFile}));
     provider_.Add(Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>());
     provider_.Add(Kernel::kDatabaseResource,
-                  boost::make_shared<CSteppedDatabase>(*database_, steps_));
+                  boost::make_shared<CModuleDatabase>(*database_, steps_, faults_, events_));
     provider_.Add(Kernel::kConfigurationResource, boost::make_shared<CConfiguration>());
     provider_.Add(Kernel::kNetworkGrpcResource, boost::make_shared<CNetworkGrpc>());
 }
 
 bool CHost::Start() {
-    if (!lifeCycle_.Begin(provider_)) {
+    if (!byHand_ && !lifeCycle_.Begin(provider_)) {
         return false;
     }
     events_(CLine("ready").With("module", module_.GetName()));
     return true;
+}
+
+LifeCalls CHost::SingleCalls() {
+    return {{"initialize", [this] { lifeCycle_.Initialize(provider_); }},
+            {"start", [this] { lifeCycle_.Start(); }},
+            {"request-stop", [this] { lifeCycle_.RequestStop(); }},
+            {"stop", [this] { lifeCycle_.Stop(false); }},
+            {"stop force", [this] { lifeCycle_.Stop(true); }},
+            {"destroy", [this] { lifeCycle_.Destroy(); }}};
 }
 
 void CHost::Quit() {

@@ -5,6 +5,7 @@
 #pragma once
 
 #include <optional>
+#include <set>
 #include <string>
 
 #include "lab/common/Console.h"
@@ -15,7 +16,9 @@
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
+#include "lab/devhost/resources/Faults.h"
 #include "lab/devhost/resources/Resources.h"
+#include "lab/devhost/typed/HostCommands.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -24,7 +27,10 @@ struct HostSettings {
     std::string databasePath;
     bool portLayer = false;  // the library takes its ports from the layer in this program
     bool memory = false;     // a `memory` event before and after the library is loaded
-    std::optional<DeathWish> dieAt = std::nullopt;  // nothing: lives on
+    std::optional<DeathWish> dieAt = std::nullopt;       // nothing: lives on
+    std::optional<std::string> instance = std::nullopt;  // nothing: the database's
+    std::set<std::string> told{};  // kinds of events that are told on demand only
+    bool byHand = false;           // the module's life is left to commands
 };
 
 class CHost {
@@ -32,7 +38,8 @@ class CHost {
     /// `events` takes every event, `logFile` the log lines once more.
     CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile);
 
-    /// Begins the module's life and says `ready`. False when that failed.
+    /// Begins the module's life, unless that is done by hand, and says `ready`. False when it
+    /// failed.
     bool Start();
     void Execute(const std::string& command) { console_.Execute(command); }
     /// Begins the module's stop, after which the host ends; as the command `quit` does.
@@ -50,11 +57,16 @@ class CHost {
     void WhenDestroyed(std::function<void()> notify);
 
   private:
+    /// Single calls of the module's life, by the words of the command.
+    LifeCalls SingleCalls();
+
     const LineSink events_;
+    const bool byHand_;
     CModuleLoader loader_;  // before the database: a library that is none leaves no file behind
     CDatabaseClaim claim_;
     boost::shared_ptr<CDatabase> database_;
     CCollectionSteps steps_;
+    CFaults faults_;
     CMessagePrinter printer_;
     boost::shared_ptr<CBus> bus_;
     CResourceProvider provider_;

@@ -1,6 +1,7 @@
 #include "lab/devhost/LifeCycle.h"
 
 #include <exception>
+#include <stdexcept>
 
 namespace Kyr::Lab::DevHost {
 
@@ -19,48 +20,66 @@ CLifeCycle::CLifeCycle(Common::Kernel::IModule& module, std::function<void()> de
       clock_(std::move(clock)) {}
 
 CLifeCycle::~CLifeCycle() {
-    if (state_ == State::kRunning) {
+    if (state_ != State::kStopping) {
         BeginStop(true);
     }
-    if (stopThread_.joinable()) {
-        WaitUntilDestroyed();
-    }
-    if (state_ == State::kCreated) {
-        Destroy();
-    }
+    WaitUntilDestroyed();
 }
 
 bool CLifeCycle::Begin(Common::Kernel::IResourceProvider& provider) {
-    const bool initialized = Call("Initialize", [&] {
-        module_.Initialize(provider);
-        return "ok";
-    });
-    if (!initialized) {
-        Destroy();
-        return false;
+    if (Initialize(provider) && Start()) {
+        return true;
     }
-    const bool started = Call("Start", [&] {
-        module_.Start();
-        return "ok";
-    });
-    if (!started) {
-        BeginStop(true);
-        WaitUntilDestroyed();
-        return false;
-    }
-    state_ = State::kRunning;
-    return true;
+    BeginStop(true);
+    WaitUntilDestroyed();
+    return false;
 }
 
 void CLifeCycle::BeginStop(bool force) {
     if (force) {
         force_ = true;
     }
-    if (state_ == State::kStopping || state_ == State::kDestroyed) {
-        return;
+    if (state_ == State::kCreated) {
+        CallDestroy();
+    } else if (state_ == State::kInitialized) {
+        state_ = State::kStopping;
+        stopThread_ = boost::thread([this] { StopThread(); });
     }
-    state_ = State::kStopping;
-    stopThread_ = boost::thread([this] { StopThread(); });
+}
+
+bool CLifeCycle::Initialize(Common::Kernel::IResourceProvider& provider) {
+    RequireModule();
+    const bool initialized = Call("Initialize", [&] {
+        module_.Initialize(provider);
+        return "ok";
+    });
+    if (initialized) {
+        state_ = State::kInitialized;
+    }
+    return initialized;
+}
+
+bool CLifeCycle::Start() {
+    RequireModule();
+    return Call("Start", [&] {
+        module_.Start();
+        return "ok";
+    });
+}
+
+void CLifeCycle::RequestStop() {
+    RequireModule();
+    CallRequestStop();
+}
+
+void CLifeCycle::Stop(bool force) {
+    RequireModule();
+    CallStop(force);
+}
+
+void CLifeCycle::Destroy() {
+    RequireModule();
+    CallDestroy();
 }
 
 void CLifeCycle::WaitUntilDestroyed() {
@@ -71,28 +90,42 @@ void CLifeCycle::WaitUntilDestroyed() {
 }
 
 void CLifeCycle::StopThread() {
+    CallRequestStop();
+    for (;;) {
+        const bool forced = force_;
+        // A module that fails here cannot be asked again with a better answer to hope for.
+        const bool stopped = CallStop(forced).value_or(true);
+        if (forced || stopped) {
+            break;
+        }
+        clock_->SleepFor(kAskAgain);
+    }
+    CallDestroy();
+}
+
+void CLifeCycle::RequireModule() const {
+    if (state_ == State::kStopping || state_ == State::kDestroyed) {
+        throw std::runtime_error("the module is stopped or has been destroyed");
+    }
+}
+
+void CLifeCycle::CallRequestStop() {
     Call("RequestStop", [&] {
         module_.RequestStop();
         return "ok";
     });
-    for (bool stopped = false; !stopped;) {
-        const bool forced = force_;
-        const bool called = Call(forced ? "Stop(true)" : "Stop(false)", [&] {
-            stopped = module_.Stop(forced);
-            return stopped ? "true" : "false";
-        });
-        if (forced || !called) {
-            // A module that fails here cannot be asked again with a better answer to hope for.
-            break;
-        }
-        if (!stopped) {
-            clock_->SleepFor(kAskAgain);
-        }
-    }
-    Destroy();
 }
 
-void CLifeCycle::Destroy() {
+std::optional<bool> CLifeCycle::CallStop(bool force) {
+    std::optional<bool> stopped;
+    Call(force ? "Stop(true)" : "Stop(false)", [&] {
+        stopped = module_.Stop(force);
+        return *stopped ? "true" : "false";
+    });
+    return stopped;
+}
+
+void CLifeCycle::CallDestroy() {
     Call("destroy", [&] {
         destroy_();
         return "ok";

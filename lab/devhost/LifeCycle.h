@@ -1,16 +1,18 @@
-// Drives one module through its life, exactly in the order of the contract: Initialize, Start,
-// RequestStop, Stop(false) until it is true or Stop(true), destroy. Every call is a `life` event.
+// Drives one module through its life: exactly in the order of the contract (Initialize, Start,
+// RequestStop, Stop(false) until it is true or Stop(true), destroy), or by single calls in any
+// order. Every call is a `life` event.
 //
 // The stop runs on a thread of its own, so that a person can still ask for force while a busy
 // module is asked again and again.
 //
 // Threads: one thread calls; the stop thread is the life cycle's own.
-// Errors: none; a call that fails is told in its event.
-// Ownership: the module is borrowed until it is handed to `destroy`.
+// Errors: a call that fails is told in its event; a single one is a std::runtime_error when there
+// is nothing to call any more. Ownership: the module is borrowed until it is handed to `destroy`.
 #pragma once
 
 #include <atomic>
 #include <functional>
+#include <optional>
 #include <utility>
 
 #include <boost/thread/thread.hpp>
@@ -34,8 +36,16 @@ class CLifeCycle {
     bool Begin(Common::Kernel::IResourceProvider& provider);
 
     /// Begins the stop; with `force` the next Stop is a forced one. Does nothing more when the stop
-    /// has already begun, except that force can be added.
+    /// has already begun, except that force can be added. A module that is not initialized is only
+    /// destroyed.
     void BeginStop(bool force);
+    // Single calls, which return when the module does. False when they failed.
+    bool Initialize(Common::Kernel::IResourceProvider& provider);
+    bool Start();
+    void RequestStop();
+    void Stop(bool force);
+    void Destroy();
+
     /// REQUIRES: BeginStop. Returns when the module has been destroyed.
     void WaitUntilDestroyed();
 
@@ -45,11 +55,14 @@ class CLifeCycle {
     bool IsDestroyed() const { return state_ == State::kDestroyed; }
 
   private:
-    enum class State { kCreated, kRunning, kStopping, kDestroyed };
+    enum class State { kCreated, kInitialized, kStopping, kDestroyed };
 
+    void RequireModule() const;
     bool Call(const char* name, const std::function<std::string()>& call);
+    void CallRequestStop();
+    std::optional<bool> CallStop(bool force);  // nothing when it failed
+    void CallDestroy();
     void StopThread();
-    void Destroy();
 
     Common::Kernel::IModule& module_;  // borrowed
     const std::function<void()> destroy_;

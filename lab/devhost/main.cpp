@@ -9,6 +9,7 @@
 #include "lab/common/CommandLine.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/Host.h"
+#include "lab/devhost/printing/OnDemand.h"
 
 namespace {
 
@@ -43,6 +44,12 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
         "--die-at",
         [&](const std::string& text) { host.dieAt = Lab::DevHost::ParseDeathWish(text); },
         "<step>[:<n>]: ends at a collection's n-th such step, as if killed");
+    app.add_option_function<std::string>(
+        "--tell", [&](const std::string& kinds) { host.told = Lab::DevHost::ParseDemand(kinds); },
+        "<kind>,...: tells these events, too: resource, mapper, subscribe, read, write, message, "
+        "record");
+    app.add_option("--instance", host.instance, "the agent's instance identifier; else its own");
+    app.add_flag("--by-hand", host.byHand, "the module's life is left to the command `life`");
     const Lab::CColourOption colour(app);
     const std::optional<int> code = Lab::ReadCommandLine(app, argc, argv);
     options.coloured = colour.IsColoured();

@@ -25,6 +25,11 @@ bool Begins(const CLine& line, const char* key, const std::string& begin) {
     return found != nullptr && found->compare(0, begin.size(), begin) == 0;
 }
 
+/// A message that was published, or the state it was in.
+bool IsPublished(const CLine& line) {
+    return line.Kind() == "publish" || line.Kind() == "message";
+}
+
 bool IsPing(const CLine& line) {
     return line.Kind() == "request" && Has(line, "command", "0");
 }
@@ -48,15 +53,16 @@ bool IsOfTheWatch(const CLine& line) {
         return std::any_of(kWatchTexts.begin(), kWatchTexts.end(),
                            [&](const std::string& begin) { return Begins(line, "text", begin); });
     }
-    return line.Kind() == "publish" && Has(line, "name", kRequestName) && Has(line, "by", "module");
+    return IsPublished(line) && Has(line, "name", kRequestName) && Has(line, "by", "module");
 }
 
 }  // namespace
 
 const std::vector<std::string>& CTranscriptStreams::All() {
-    static const std::vector<std::string> streams{"life",    "error",   "ask",     "log",
-                                                  "publish", "deliver", "symbols", "request",
-                                                  "reply",   "did",     "watch",   kLook};
+    static const std::vector<std::string> streams{
+        "life",    "error",   "resource", "mapper", "subscribe", "ask",     "log",
+        "publish", "message", "record",   "write",  "failed",    "deliver", "symbols",
+        "request", "reply",   "did",      "watch",  kLook};
     return streams;
 }
 
@@ -67,10 +73,12 @@ bool CTranscriptStreams::IsCollection(const CLine& line) {
 }
 
 std::string CTranscriptStreams::Of(const std::string& process, const CLine& line) {
-    if (IsPing(line) || IsPingReply(line) || (collected_ && IsOfACollection(process, line))) {
+    // The watch reads its settings with every look.
+    if (IsPing(line) || IsPingReply(line) || line.Kind() == "read" ||
+        (collected_ && IsOfACollection(process, line))) {
         return kLook;
     }
-    if (line.Kind() == "publish" && Has(line, "by", "host")) {
+    if (IsPublished(line) && Has(line, "by", "host")) {
         return "ask";
     }
     return IsOfTheWatch(line) ? "watch" : line.Kind();

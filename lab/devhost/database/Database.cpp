@@ -1,6 +1,5 @@
 #include "lab/devhost/database/Database.h"
 
-#include <boost/make_shared.hpp>
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 
@@ -24,22 +23,9 @@ constexpr char kSchema[] =
 CDatabase::CDatabase(const std::string& path) : connection_(path) {
     connection_.Execute(kSettings);
     connection_.Execute(kSchema);
-    keyValues_ = boost::make_shared<CKeyValueMapper>(connection_);
-    remediationActions_ = boost::make_shared<CRemediationMapper>(connection_);
+    keyValues_ = std::make_unique<CKeyValueMapper>(connection_);
+    remediationActions_ = std::make_unique<CRemediationMapper>(connection_);
     miner_ = std::make_unique<CMinerStore>(connection_);
-}
-
-CDatabase::~CDatabase() = default;
-
-boost::shared_ptr<Common::Database::IMapper> CDatabase::GetMapper(int number) {
-    switch (number) {
-        case Common::Database::kKeyValueAccessMapper:
-            return keyValues_;
-        case Common::Database::kOvRemediationActionsMapper:
-            return remediationActions_;
-        default:
-            return {};
-    }
 }
 
 std::string CDatabase::InstanceUuid() {
@@ -52,6 +38,14 @@ std::string CDatabase::InstanceUuid() {
     CSqliteStatement select(connection_, "SELECT value FROM host WHERE name = 'instance'");
     select.Step();
     return select.Column(0);
+}
+
+void CDatabase::SetInstanceUuid(const std::string& uuid) {
+    const boost::unique_lock<boost::mutex> lock(connection_.Mutex());
+    CSqliteStatement replace(connection_,
+                             "INSERT OR REPLACE INTO host (name, value) VALUES ('instance', ?)");
+    replace.BindText(1, uuid);
+    replace.Step();
 }
 
 }  // namespace Kyr::Lab::DevHost

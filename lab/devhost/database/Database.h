@@ -7,9 +7,9 @@
 // Errors: CDatabaseError, where the interface has no other way.
 #pragma once
 
+#include <memory>
 #include <string>
 
-#include "host/kernel/Resources.h"
 #include "lab/devhost/database/KeyValueMapper.h"
 #include "lab/devhost/database/MinerStore.h"
 #include "lab/devhost/database/RemediationMapper.h"
@@ -17,19 +17,16 @@
 
 namespace Kyr::Lab::DevHost {
 
-class CDatabase final : public Common::Kernel::IDatabaseResource {
+class CDatabase final {
   public:
     /// Opens or creates the database in the file `path`.
     explicit CDatabase(const std::string& path);
-    ~CDatabase() override;
-
-    /// 348 and 388; any other number gives an empty pointer. A mapper must not outlive the
-    /// database.
-    boost::shared_ptr<Common::Database::IMapper> GetMapper(int number) override;
 
     /// The instance identifier of this host, a UUID in text form; made with the database and kept
     /// in it.
     std::string InstanceUuid();
+    /// Gives the host another one, whatever text that is.
+    void SetInstanceUuid(const std::string& uuid);
 
     /// As CSqliteConnection's.
     const std::string& FirstFailure() const { return connection_.FirstFailure(); }
@@ -40,8 +37,8 @@ class CDatabase final : public Common::Kernel::IDatabaseResource {
 
   private:
     CSqliteConnection connection_;
-    boost::shared_ptr<CKeyValueMapper> keyValues_;
-    boost::shared_ptr<CRemediationMapper> remediationActions_;
+    std::unique_ptr<CKeyValueMapper> keyValues_;
+    std::unique_ptr<CRemediationMapper> remediationActions_;
     std::unique_ptr<CMinerStore> miner_;
 };
 

@@ -93,4 +93,15 @@ void AddSymbols(CLine& line, const ISymbolContainer& row) {
     }
 }
 
+void VisitBlobs(
+    const ISymbolContainer& row,
+    const std::function<void(const std::string& symbol, const std::string& bytes)>& visit) {
+    for (std::size_t index = 0; index < row.GetCount(); ++index) {
+        const ISymbolContainer::MultiDataType value = row.GetValueAt(index);
+        for (const std::string& bytes : value.val_blob()) {
+            visit(SymbolKey(row.GetSymbolAt(index)), bytes);
+        }
+    }
+}
+
 }  // namespace Kyr::Lab::DevHost

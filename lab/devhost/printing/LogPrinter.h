@@ -22,4 +22,9 @@ void VisitRows(const Common::Message::CLogMessage& log,
 /// only the size is told.
 void AddSymbols(CLine& line, const Common::Logs::ISymbolContainer& row);
 
+/// Calls `visit` with each blob of `row`, and the key of its symbol.
+void VisitBlobs(
+    const Common::Logs::ISymbolContainer& row,
+    const std::function<void(const std::string& symbol, const std::string& bytes)>& visit);
+
 }  // namespace Kyr::Lab::DevHost

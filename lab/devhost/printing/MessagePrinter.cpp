@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "lab/devhost/printing/LogPrinter.h"
-#include "logs/DataMinerMessages.h"
+#include "lab/devhost/resources/DataMiner.h"
 #include "logs/OvAgentRequest.h"
 
 namespace Kyr::Lab::DevHost {
@@ -13,22 +13,15 @@ namespace {
 
 namespace Message = Common::Message;
 
-std::string TypeOf(const Publication& publication) {
-    return std::to_string(static_cast<std::int32_t>(publication.message->GetMessageType()));
+std::string TypeText(Common::Kernel::MessageType type) {
+    return std::to_string(static_cast<std::int32_t>(type));
 }
 
 CLine BusLine(const char* kind, const Publication& publication) {
     return CLine(kind)
-        .With("type", TypeOf(publication))
+        .With("type", TypeText(publication.message->GetMessageType()))
         .With("name", publication.message->GetName())
         .With("context", publication.ContextNumber());
-}
-
-template <typename Batch>
-void AddRecordCount(CLine& line, const Common::Kernel::IMessage& message) {
-    if (const auto* batch = dynamic_cast<const Batch*>(&message)) {
-        line.With("records", std::uint64_t{batch->GetLogs().size()});
-    }
 }
 
 /// What is worth a field of its own in messages that are no logs.
@@ -37,8 +30,18 @@ void AddContent(CLine& line, const Common::Kernel::IMessage& message) {
             dynamic_cast<const Message::Connectors::OvAgentConnector::COvAgentRequest*>(&message)) {
         line.With("request", std::to_string(request->GetRequestType()));
     }
-    AddRecordCount<Message::DataMiners::CDataMinerStoreEcsIndicatorLogs>(line, message);
-    AddRecordCount<Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>(line, message);
+    if (const auto* records = RecordsOf(message)) {
+        line.With("records", std::uint64_t{records->size()});
+    }
+}
+
+CLine StateLine(const Publication& publication) {
+    CLine line = BusLine("message", publication).With("by", publication.publisher);
+    const auto* control = dynamic_cast<const Message::CWriteControl*>(publication.message.get());
+    if (control != nullptr) {
+        line.With("read-only", control->IsReadOnly() ? "yes" : "no");
+    }
+    return line.With("with-context", publication.cameWithContext ? "yes" : "no");
 }
 
 }  // namespace
@@ -46,10 +49,22 @@ void AddContent(CLine& line, const Common::Kernel::IMessage& message) {
 CMessagePrinter::CMessagePrinter(LineSink events) : events_(std::move(events)) {}
 CMessagePrinter::~CMessagePrinter() = default;
 
+void CMessagePrinter::OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) {
+    events_(CLine("subscribe").With("type", TypeText(type)).With("to", std::uint64_t{subscriber}));
+}
+
 void CMessagePrinter::OnPublish(const Publication& publication) {
     CLine line = BusLine("publish", publication).With("by", publication.publisher);
     AddContent(line, *publication.message);
     events_(line);
+    events_(StateLine(publication));
+    if (const auto* records = RecordsOf(*publication.message)) {
+        for (std::size_t index = 0; index < records->size(); ++index) {
+            events_(BusLine("record", publication)
+                        .With("row", std::to_string(index))
+                        .With("text", (*records)[index]));
+        }
+    }
     const auto* log = dynamic_cast<const Message::CLogMessage*>(publication.message.get());
     if (log != nullptr) {
         PrintLog(publication, *log);
@@ -61,6 +76,12 @@ void CMessagePrinter::PrintLog(const Publication& publication, const Message::CL
         CLine line = BusLine("symbols", publication).With("row", name);
         AddSymbols(line, row);
         events_(line);
+        VisitBlobs(row, [&](const std::string& symbol, const std::string& bytes) {
+            events_(BusLine("record", publication)
+                        .With("row", name)
+                        .With("symbol", symbol)
+                        .With("text", bytes));
+        });
     });
     try {
         log.Validate();

@@ -1,5 +1,6 @@
 // Turns what happens on the bus into events: `publish`, `deliver`, `error`, and for each log that
-// is published `symbols`. A log that does not fit its own type is an `error`.
+// is published `symbols`. A log that does not fit its own type is an `error`. Told on demand are
+// `subscribe`, `message` (what state a published one is in) and `record` (what it carries).
 //
 // Threads: any.
 #pragma once
@@ -14,6 +15,7 @@ class CMessagePrinter final : public IBusObserver {
   public:
     explicit CMessagePrinter(LineSink events);
     ~CMessagePrinter() override;
+    void OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) override;
     void OnPublish(const Publication& publication) override;
     void OnDeliver(const Publication& publication, std::size_t subscriber) override;
     void OnDeliveryFailed(const Publication& publication, std::size_t subscriber,

@@ -52,6 +52,7 @@ void CBus::Enqueue(Publication publication) {
     const Lock lock(mutex_);
     if (!publication.context) {
         publication.context = boost::make_shared<CDeliveryContext>(++lastContext_);
+        publication.cameWithContext = false;
     }
     observer_.OnPublish(publication);
     queue_.push_back(std::move(publication));
@@ -68,6 +69,7 @@ void CBus::Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageTy
     if (known == subscribers_.end()) {
         subscribers_.push_back(subscriber);
     }
+    observer_.OnSubscribe(type, index + 1);
     std::vector<std::size_t>& route = routes_[type];
     if (std::find(route.begin(), route.end(), index) == route.end()) {
         route.push_back(index);

@@ -42,6 +42,7 @@ struct Publication {
     std::string publisher;
     boost::shared_ptr<Common::Kernel::IMessage> message;
     boost::shared_ptr<Common::Kernel::IDeliveryContext> context;
+    bool cameWithContext = true;  // else the bus has given it a new one
 
     /// The number of its context; 0 when the context is none of this bus's.
     std::uint64_t ContextNumber() const;
@@ -51,9 +52,10 @@ struct Publication {
 class IBusObserver {
   public:
     virtual ~IBusObserver();
+    /// `subscriber` is its number in the order of first subscriptions, from 1.
+    virtual void OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) = 0;
     virtual void OnPublish(const Publication& publication) = 0;
-    /// The subscriber has taken it; `subscriber` is its number in the order of first
-    /// subscriptions, from 1.
+    /// The subscriber has taken it.
     virtual void OnDeliver(const Publication& publication, std::size_t subscriber) = 0;
     virtual void OnDeliveryFailed(const Publication& publication, std::size_t subscriber,
                                   const std::string& text) = 0;

@@ -8,9 +8,6 @@ namespace Kyr::Lab::DevHost {
 
 namespace Kernel = Common::Kernel;
 
-namespace {
-
-/// The records of a message for the data miner, or null.
 const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
     namespace Miner = Common::Message::DataMiners;
     if (const auto* indicators =
@@ -21,16 +18,19 @@ const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
     return telemetry == nullptr ? nullptr : &telemetry->GetLogs();
 }
 
-}  // namespace
-
 CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CMinerStore& store,
-                       CCollectionSteps& steps, LineSink events)
-    : bus_(std::move(bus)), store_(store), steps_(steps), events_(std::move(events)) {}
+                       CCollectionSteps& steps, CFaults& faults, LineSink events)
+    : bus_(std::move(bus)),
+      store_(store),
+      steps_(steps),
+      faults_(faults),
+      events_(std::move(events)) {}
 
 CDataMiner::~CDataMiner() = default;
 
 void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
                          const boost::shared_ptr<Kernel::IDeliveryContext>& context) {
+    faults_.Meet(Fault::kPublish, message ? message->GetName() : "nothing");
     const std::vector<std::string>* const records = message ? RecordsOf(*message) : nullptr;
     if (records == nullptr) {
         bus_->Publish(message, context);

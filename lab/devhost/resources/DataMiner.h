@@ -7,10 +7,13 @@
 // Writes a `mined` event for each batch of records.
 //
 // Threads: any.
-// Ownership: store and steps must outlive this; the bus is shared.
-// Errors: Publish throws std::runtime_error when the records cannot be stored; nothing is published
-// then.
+// Ownership: store, steps and faults must outlive this; the bus is shared.
+// Errors: Publish throws std::runtime_error when the records cannot be stored, or when it is to
+// fail on request; nothing is published then.
 #pragma once
+
+#include <string>
+#include <vector>
 
 #include <boost/shared_ptr.hpp>
 
@@ -18,13 +21,17 @@
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/database/MinerStore.h"
 #include "lab/devhost/resources/CollectionSteps.h"
+#include "lab/devhost/resources/Faults.h"
 
 namespace Kyr::Lab::DevHost {
+
+/// The records of a message for the data miner, or null.
+const std::vector<std::string>* RecordsOf(const Common::Kernel::IMessage& message);
 
 class CDataMiner final : public Common::Kernel::IBusResource {
   public:
     CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CMinerStore& store,
-               CCollectionSteps& steps, LineSink events);
+               CCollectionSteps& steps, CFaults& faults, LineSink events);
     ~CDataMiner() override;
 
     void Publish(const boost::shared_ptr<Common::Kernel::IMessage>& message,
@@ -36,6 +43,7 @@ class CDataMiner final : public Common::Kernel::IBusResource {
     const boost::shared_ptr<Common::Kernel::IBusResource> bus_;
     CMinerStore& store_;       // borrowed
     CCollectionSteps& steps_;  // borrowed
+    CFaults& faults_;          // borrowed
     const LineSink events_;
 };
 

@@ -4,10 +4,12 @@
 
 namespace Kyr::Lab::DevHost {
 
-CHostLog::CHostLog(std::vector<LineSink> sinks) : sinks_(std::move(sinks)) {}
+CHostLog::CHostLog(CFaults& faults, std::vector<LineSink> sinks)
+    : faults_(faults), sinks_(std::move(sinks)) {}
 CHostLog::~CHostLog() = default;
 
 void CHostLog::Log(const std::string& text, int level, const std::string& source) {
+    faults_.Meet(Fault::kLog, text);
     const CLine line =
         CLine("log").With("level", std::to_string(level)).With("source", source).With("text", text);
     for (const LineSink& sink : sinks_) {

@@ -19,6 +19,7 @@ std::uint32_t CIdGenerator::GenerateId() {
 CConfiguration::~CConfiguration() = default;
 CNetworkGrpc::~CNetworkGrpc() = default;
 
+CResourceProvider::CResourceProvider(LineSink events) : events_(std::move(events)) {}
 CResourceProvider::~CResourceProvider() = default;
 
 void CResourceProvider::Add(int number, boost::shared_ptr<Common::Kernel::IResource> resource) {
@@ -27,6 +28,9 @@ void CResourceProvider::Add(int number, boost::shared_ptr<Common::Kernel::IResou
 
 boost::shared_ptr<Common::Kernel::IResource> CResourceProvider::GetResource(int number) {
     const auto found = resources_.find(number);
+    events_(CLine("resource")
+                .With("number", std::to_string(number))
+                .With("given", found == resources_.end() ? "no" : "yes"));
     return found == resources_.end() ? boost::shared_ptr<Common::Kernel::IResource>()
                                      : found->second;
 }

@@ -1,4 +1,5 @@
-// The small resources of the host, and the provider that hands all of them out by number.
+// The small resources of the host, and the provider that hands all of them out by number and tells
+// each request on demand, as `resource`.
 //
 // Threads: any, once the provider has been filled.
 #pragma once
@@ -8,6 +9,7 @@
 #include <string>
 
 #include "host/kernel/Resources.h"
+#include "lab/common/LineWriter.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -45,11 +47,13 @@ class CNetworkGrpc final : public Common::Kernel::INetworkGrpcResource {
 
 class CResourceProvider final : public Common::Kernel::IResourceProvider {
   public:
+    explicit CResourceProvider(LineSink events);
     ~CResourceProvider() override;
     void Add(int number, boost::shared_ptr<Common::Kernel::IResource> resource);
     boost::shared_ptr<Common::Kernel::IResource> GetResource(int number) override;
 
   private:
+    const LineSink events_;
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
 };
 

@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <string>
 
+#include <boost/algorithm/string/join.hpp>
+
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/typed/MessageBuilder.h"
 #include "lab/devhost/typed/MinerCommand.h"
@@ -49,6 +51,16 @@ void GetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
     const std::string key = words.TakeWord("key");
     words.Finish();
     tell(AnswerTo("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
+}
+
+void CallLife(const LifeCalls& calls, CCommandWords& words, const LineSink& tell) {
+    const std::string call = boost::algorithm::join(words.TakeRest(), " ");
+    const auto found = calls.find(call);
+    if (found == calls.end()) {
+        throw std::invalid_argument("no such call: " + call);
+    }
+    tell(AnswerTo("life"));
+    found->second();
 }
 
 void Dump(const CommandTargets& targets, const LineSink& tell) {
@@ -106,6 +118,11 @@ ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets) {
              words.Finish();
              tell(MemoryLine("asked"));
              tell(AnswerTo("memory"));
+         }},
+        {"life", "initialize|start|request-stop|stop [force]|destroy",
+         "Calls the module once, in whatever state it is; no other command until it returns.",
+         [targets](CCommandWords& words, const LineSink& tell) {
+             CallLife(targets.lifeCalls, words, tell);
          }},
         {"stop", "[force]", "Stops the module; with force also one that is still busy.",
          [targets](CCommandWords& words, const LineSink& tell) {

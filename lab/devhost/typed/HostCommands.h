@@ -4,6 +4,8 @@
 #pragma once
 
 #include <functional>
+#include <map>
+#include <string>
 
 #include "lab/common/Console.h"
 #include "lab/devhost/database/Database.h"
@@ -11,10 +13,14 @@
 
 namespace Kyr::Lab::DevHost {
 
+/// Single calls of the module's life, by what the person types for them.
+using LifeCalls = std::map<std::string, std::function<void()>>;
+
 /// What the commands work on; all of it must outlive them.
 struct CommandTargets {
     CBus& bus;
     CDatabase& database;
+    LifeCalls lifeCalls;
     std::function<void(bool force)> stop;  // stops the module
     std::function<void()> quit;            // and ends the program
 };

@@ -84,6 +84,55 @@ TEST_F(HostTest, MemoryCommandTellsTheMemoryAndThenAnswers) {
                 ElementsAre(::testing::StartsWith("memory when=asked "), "answer command=memory"));
 }
 
+class HostByHandTest : public ::testing::Test {
+  protected:
+    std::vector<std::string> Type(const std::string& line) {
+        host_->Execute(line);
+        return events_.Take();
+    }
+
+    Lab::CLineList events_;
+    Lab::DevHost::HostSettings settings_ = [] {
+        Lab::DevHost::HostSettings settings{KYR_LIBRARY_PATH, ":memory:"};
+        settings.instance = "chosen";
+        settings.told = {"resource"};
+        settings.byHand = true;
+        return settings;
+    }();
+    const std::unique_ptr<CHost> host_ =
+        std::make_unique<CHost>(settings_, events_.Sink(), [](const Lab::CLine&) {});
+};
+
+TEST_F(HostByHandTest, ModuleIsCalledAsTypedAndNoMore) {
+    EXPECT_TRUE(host_->Start());
+    EXPECT_THAT(events_.Take(), ElementsAre("ready module=COvAgentConnectorModule"));
+    EXPECT_THAT(Type("life initialize"), Contains("life call=Initialize result=ok"));
+    EXPECT_THAT(Type("life start"), Contains("life call=Start result=ok"));
+    EXPECT_THAT(Type("life start"), Contains("life call=Start result=ok"));
+    EXPECT_THAT(Type("life request-stop"), Contains("life call=RequestStop result=ok"));
+    EXPECT_THAT(Type("life stop"), Contains("life call=Stop(false) result=true"));
+    EXPECT_THAT(Type("life stop force"), Contains("life call=Stop(true) result=true"));
+    EXPECT_THAT(Type("life destroy"),
+                ElementsAre("answer command=life", "life call=destroy result=ok"));
+    EXPECT_THAT(Type("life start"), Contains(::testing::StartsWith("error command=life ")));
+    EXPECT_THAT(Type("quit"), ElementsAre("answer command=quit"));
+    EXPECT_TRUE(host_->HasEnded());
+}
+
+TEST_F(HostByHandTest, CallThatThereIsNotIsRefused) {
+    EXPECT_THAT(Type("life stop now"),
+                ElementsAre("error command=life text=\"no such call: stop now\""));
+    EXPECT_THAT(Type("life"), ElementsAre("error command=life text=\"no such call: \""));
+}
+
+TEST_F(HostByHandTest, ModuleIsGivenTheChosenInstance) {
+    EXPECT_THAT(Type("dump"), ElementsAre("answer command=dump instance=chosen"));
+}
+
+TEST_F(HostByHandTest, WhatIsAskedForIsTold) {
+    EXPECT_THAT(Type("life initialize"), Contains("resource number=6 given=yes"));
+}
+
 TEST(HostWithoutLibraryTest, MissingLibraryIsAnErrorThatNamesIt) {
     Lab::CLineList events;
     try {

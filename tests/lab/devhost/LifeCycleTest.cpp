@@ -40,7 +40,7 @@ class LifeCycleTest : public ::testing::Test {
 
     InSequence sequence_;
     Lab::CLineList events_;
-    Lab::DevHost::CResourceProvider provider_;
+    Lab::DevHost::CResourceProvider provider_{events_.Sink()};
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
     StrictMock<CModuleMock> module_;
     CLifeCycle lifeCycle_{module_, [this] { module_.Destroy(); }, events_.Sink(), clock_};
@@ -108,6 +108,58 @@ TEST_F(LifeCycleTest, ModuleThatCannotStartIsForcedToStop) {
     EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
     EXPECT_CALL(module_, Destroy);
     EXPECT_FALSE(lifeCycle_.Begin(provider_));
+}
+
+TEST_F(LifeCycleTest, SingleCallsAreMadeInAnyOrder) {
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Start);
+    EXPECT_CALL(module_, Initialize);
+    EXPECT_CALL(module_, Start).WillOnce(Throw(std::runtime_error("again")));
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Stop(true);
+    lifeCycle_.RequestStop();
+    lifeCycle_.Start();
+    lifeCycle_.Initialize(provider_);
+    lifeCycle_.Start();
+    lifeCycle_.Stop(false);
+    lifeCycle_.Destroy();
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("life call=Stop(true) result=true", "life call=RequestStop result=ok",
+                            "life call=Start result=ok", "life call=Initialize result=ok",
+                            "life call=Start result=failed text=again",
+                            "life call=Stop(false) result=false", "life call=destroy result=ok"));
+}
+
+TEST_F(LifeCycleTest, DestroyedModuleIsNotCalledAnyMore) {
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Destroy();
+    EXPECT_TRUE(lifeCycle_.IsDestroyed());
+    EXPECT_THROW(lifeCycle_.Start(), std::runtime_error);
+    EXPECT_THROW(lifeCycle_.Stop(true), std::runtime_error);
+    EXPECT_THROW(lifeCycle_.Destroy(), std::runtime_error);
+    Stop(true);
+}
+
+TEST_F(LifeCycleTest, ModuleThatIsStoppedIsNotCalledBesideThat) {
+    ExpectBegin();
+    EXPECT_CALL(module_, RequestStop);
+    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
+    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+    EXPECT_CALL(module_, Destroy);
+    lifeCycle_.Begin(provider_);
+    lifeCycle_.BeginStop(false);
+    ASSERT_TRUE(clock_->AwaitSleepers(1));
+    EXPECT_THROW(lifeCycle_.RequestStop(), std::runtime_error);
+    lifeCycle_.BeginStop(true);
+    clock_->Advance(std::chrono::milliseconds(100));
+    lifeCycle_.WaitUntilDestroyed();
+}
+
+TEST_F(LifeCycleTest, StopOfAModuleThatNeverBeganOnlyDestroysIt) {
+    EXPECT_CALL(module_, Destroy);
+    Stop(false);
 }
 
 TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {

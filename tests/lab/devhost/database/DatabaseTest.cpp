@@ -9,8 +9,6 @@
 namespace Kyr::Test {
 namespace {
 
-using Common::Database::IKeyValueAccessMapper;
-using Common::Database::IOvRemediationActionsMapper;
 using Lab::DevHost::CDatabase;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
@@ -24,11 +22,9 @@ class DatabaseTest : public ::testing::Test {
         database_ = std::make_unique<CDatabase>(folder_.File("host.db"));
     }
 
-    IKeyValueAccessMapper& KeyValues() {
-        return dynamic_cast<IKeyValueAccessMapper&>(*database_->GetMapper(348));
-    }
-    IOvRemediationActionsMapper& RemediationActions() {
-        return dynamic_cast<IOvRemediationActionsMapper&>(*database_->GetMapper(388));
+    Lab::DevHost::CKeyValueMapper& KeyValues() { return database_->KeyValues(); }
+    Lab::DevHost::CRemediationMapper& RemediationActions() {
+        return database_->RemediationActions();
     }
 
     const CTemporaryFolder folder_;
@@ -70,29 +66,23 @@ TEST_F(DatabaseTest, ValueSurvivesReopening) {
 TEST_F(DatabaseTest, ActionsAreKeptInTheOrderOfStoring) {
     EXPECT_TRUE(RemediationActions().StoreActions({"two", "one"}));
     EXPECT_TRUE(RemediationActions().StoreActions({"three"}));
-    EXPECT_THAT(database_->RemediationActions().StoredActions(),
-                ElementsAre("two", "one", "three"));
+    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre("two", "one", "three"));
 }
 
 TEST_F(DatabaseTest, EmptyActionIsKept) {
     EXPECT_TRUE(RemediationActions().StoreActions({""}));
-    EXPECT_THAT(database_->RemediationActions().StoredActions(), ElementsAre(""));
+    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre(""));
 }
 
 TEST_F(DatabaseTest, EmptyBatchIsStored) {
     EXPECT_TRUE(RemediationActions().StoreActions({}));
-    EXPECT_THAT(database_->RemediationActions().StoredActions(), IsEmpty());
+    EXPECT_THAT(RemediationActions().StoredActions(), IsEmpty());
 }
 
 TEST_F(DatabaseTest, ActionsSurviveReopening) {
     RemediationActions().StoreActions({std::string("\x0a\x00\xff", 3)});
     Reopen();
-    EXPECT_THAT(database_->RemediationActions().StoredActions(),
-                ElementsAre(std::string("\x0a\x00\xff", 3)));
-}
-
-TEST_F(DatabaseTest, UnknownMapperNumberGivesNothing) {
-    EXPECT_FALSE(database_->GetMapper(349));
+    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre(std::string("\x0a\x00\xff", 3)));
 }
 
 TEST_F(DatabaseTest, InstanceIdentifierIsAUuidInTextForm) {
@@ -105,6 +95,13 @@ TEST_F(DatabaseTest, InstanceIdentifierStaysTheSameOverReopening) {
     EXPECT_EQ(database_->InstanceUuid(), first);
 }
 
+TEST_F(DatabaseTest, ChosenInstanceIdentifierIsKept) {
+    database_->InstanceUuid();
+    database_->SetInstanceUuid("no UUID at all");
+    Reopen();
+    EXPECT_EQ(database_->InstanceUuid(), "no UUID at all");
+}
+
 TEST_F(DatabaseTest, BatchThatCannotBeStoredWholeIsNotStoredAtAll) {
     Lab::DevHost::CSqliteConnection other(folder_.File("host.db"));
     other.Execute(
@@ -112,7 +109,7 @@ TEST_F(DatabaseTest, BatchThatCannotBeStoredWholeIsNotStoredAtAll) {
         "BEGIN SELECT RAISE(ABORT, 'refused'); END");
     EXPECT_FALSE(RemediationActions().StoreActions({"good", "ba"}));
     EXPECT_TRUE(RemediationActions().StoreActions({"later"}));
-    EXPECT_THAT(database_->RemediationActions().StoredActions(), ElementsAre("later"));
+    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre("later"));
 }
 
 TEST_F(DatabaseTest, FileThatCannotBeOpenedIsAnError) {

@@ -2,7 +2,9 @@
 #include <stdexcept>
 
 #include "lab/devhost/printing/MessagePrinter.h"
+#include "lab/devhost/printing/OnDemand.h"
 #include "logs/DataMinerMessages.h"
+#include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "logs/StatusLog.h"
 #include "tests/lab/common/LineList.h"
@@ -38,7 +40,7 @@ Common::Logs::ISymbolContainer::UTCTime TimeOf(int year, int month, int day) {
 class MessagePrinterTest : public ::testing::Test {
   protected:
     Lab::CLineList events_;
-    CMessagePrinter printer_{events_.Sink()};
+    CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
     CBus bus_{printer_};
 };
 
@@ -84,6 +86,74 @@ TEST_F(MessagePrinterTest, BatchOfRecordsIsPrintedWithItsSize) {
     batch->SetLogs({"one", "two"});
     bus_.Publish(batch, {});
     EXPECT_THAT(events_.Texts().front(), ::testing::EndsWith(" by=module records=2"));
+}
+
+/// With all that is told on demand only.
+class MessagePrinterOnDemandTest : public ::testing::Test {
+  protected:
+    /// The events of that kind.
+    std::vector<std::string> Told(const std::string& kind) {
+        std::vector<std::string> told;
+        for (const std::string& line : events_.Take()) {
+            if (line.compare(0, kind.size() + 1, kind + " ") == 0) {
+                told.push_back(line);
+            }
+        }
+        return told;
+    }
+
+    Lab::CLineList events_;
+    CMessagePrinter printer_{events_.Sink()};
+    CBus bus_{printer_};
+};
+
+TEST_F(MessagePrinterOnDemandTest, SubscriptionIsPrintedWithTypeAndSubscriber) {
+    const auto subscriber = boost::make_shared<CKeepingSubscriber>();
+    bus_.Subscribe(subscriber, MessageType::Response);
+    bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Response);
+    bus_.Subscribe(subscriber, MessageType::Reply);
+    EXPECT_THAT(Told("subscribe"), ElementsAre("subscribe type=688 to=1", "subscribe type=688 to=2",
+                                               "subscribe type=1 to=1"));
+}
+
+TEST_F(MessagePrinterOnDemandTest, MessageIsPrintedWithItsStateAndWhetherItHadAContext) {
+    const auto request =
+        boost::make_shared<Common::Message::Connectors::OvAgentConnector::COvAgentRequest>();
+    bus_.Publish(request, {});
+    request->SetReadOnly();
+    bus_.Publish(request, boost::make_shared<Lab::DevHost::CDeliveryContext>(9));
+    EXPECT_THAT(
+        Told("message"),
+        ElementsAre(
+            "message type=7 name=OvAgentRequest context=1 by=module read-only=no with-context=no",
+            "message type=7 name=OvAgentRequest context=9 by=module read-only=yes "
+            "with-context=yes"));
+}
+
+TEST_F(MessagePrinterOnDemandTest, MessageThatKnowsNoWriteProtectionIsPrintedWithoutIt) {
+    bus_.Publish(MakeMessage(), {});
+    EXPECT_THAT(Told("message"),
+                ElementsAre("message type=688 name=Response context=1 by=module with-context=no"));
+}
+
+TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchArePrintedOneByOne) {
+    const auto batch =
+        boost::make_shared<Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>();
+    batch->SetLogs({"one", "{\"two\":2}"});
+    bus_.Publish(batch, {});
+    const std::string message = "record type=77 name=DataMinerStoreEcsTelemetryLogs context=1 ";
+    EXPECT_THAT(Told("record"), ElementsAre(message + "row=0 text=one",
+                                            message + "row=1 text=\"{\\\"two\\\":2}\""));
+}
+
+TEST_F(MessagePrinterOnDemandTest, BlobOfALogIsPrintedWhole) {
+    const auto log =
+        boost::make_shared<Common::Message::Logs::CEventLog>(MessageType::ConfigurationEvent);
+    log->GetSymbols()->AddInt32(1888, 1).AddBlob(1892, "a=1\n");
+    bus_.Publish(log, {});
+    EXPECT_THAT(Told("record"),
+                ElementsAre("record type=10244 name=EventLog_PRODUCT_CONFIGURATION context=1 row=0 "
+                            "symbol=1892-configuration text=\"a=1\\n\""));
 }
 
 TEST_F(MessagePrinterTest, LogIsPrintedWithItsSymbols) {

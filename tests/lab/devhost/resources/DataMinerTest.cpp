@@ -32,7 +32,8 @@ class DataMinerTest : public ::testing::Test {
     boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(observer_);
     CCollectionSteps steps_{std::nullopt, nullptr};
     Lab::CLineList events_;
-    CDataMiner miner_{bus_, database_.Miner(), steps_, events_.Sink()};
+    CFaults faults_{events_.Sink()};
+    CDataMiner miner_{bus_, database_.Miner(), steps_, faults_, events_.Sink()};
 };
 
 TEST_F(DataMinerTest, IndicatorsAreStoredBeforePublishReturns) {
@@ -68,6 +69,20 @@ TEST_F(DataMinerTest, RecordsThatCannotBeStoredAreNotPublished) {
                  std::runtime_error);
     bus_->WaitUntilDelivered();
     EXPECT_THAT(subscriber->messages, IsEmpty());
+}
+
+TEST_F(DataMinerTest, PublishThatIsToFailStoresAndPublishesNothing) {
+    const auto subscriber = boost::make_shared<CKeepingSubscriber>();
+    miner_.Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
+    faults_.Add(Fault::kPublish, 1);
+    EXPECT_THROW(miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {}),
+                 std::runtime_error);
+    bus_->WaitUntilDelivered();
+    EXPECT_THAT(subscriber->messages, IsEmpty());
+    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsTelemetryLogs), IsEmpty());
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("failed fault=publish subject=DataMinerStoreEcsTelemetryLogs"));
+    miner_.Publish(MakeMessage(), {});
 }
 
 TEST_F(DataMinerTest, NoMessageIsAnError) {

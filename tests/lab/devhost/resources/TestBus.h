@@ -19,6 +19,7 @@ using Lab::DevHost::Publication;
 
 class CSilentObserver : public Lab::DevHost::IBusObserver {
   public:
+    void OnSubscribe(MessageType, std::size_t) override {}
     void OnPublish(const Publication&) override {}
     void OnDeliver(const Publication&, std::size_t) override {}
     void OnDeliveryFailed(const Publication&, std::size_t, const std::string&) override {}

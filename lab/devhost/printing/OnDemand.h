@@ -1,0 +1,20 @@
+// The kinds of events that are told on demand only, since most runs are about something else.
+//
+// Whoever has something to tell tells it always; what nobody asked for is dropped on its way out.
+// Threads: any. Errors: std::invalid_argument for a kind that is none of them; it names them.
+#pragma once
+
+#include <set>
+#include <string>
+
+#include "lab/common/LineWriter.h"
+
+namespace Kyr::Lab::DevHost {
+
+/// From "<kind>[,<kind>...]".
+std::set<std::string> ParseDemand(const std::string& kinds);
+
+/// `events` without what is told on demand only and not asked for.
+LineSink OnDemand(LineSink events, std::set<std::string> asked);
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,54 @@
+// What the host fails at on request: a number of times, or until it is mended. Modules only meet
+// it; what the host does for itself works.
+//
+// Each failure is told as `failed`.
+//
+// Threads: any.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/thread/mutex.hpp>
+
+#include "lab/common/LineWriter.h"
+
+namespace Kyr::Lab::DevHost {
+
+enum class Fault {
+    kRead,     // a value is asked for: the database throws
+    kWrite,    // values or actions come: the database refuses them
+    kPublish,  // a message is published: the bus throws
+    kLog,      // a line comes for the log: the log throws
+};
+
+/// Errors: std::invalid_argument for a name that is no fault's; it tells which there are.
+Fault ParseFault(const std::string& name);
+
+class CFaults {
+  public:
+    explicit CFaults(LineSink events);
+
+    /// From now on, that often or, without a count, until it is mended. Replaces an older one.
+    void Add(Fault fault, std::optional<std::uint64_t> count);
+    void Mend(Fault fault);
+    /// Names and counts of all.
+    std::vector<std::string> List() const;
+
+    /// True when what is about to be done is to fail; `subject` tells of what it is done.
+    bool Take(Fault fault, const std::string& subject);
+    /// The same as an exception. Errors: std::runtime_error.
+    void Meet(Fault fault, const std::string& subject);
+
+  private:
+    bool CountDown(Fault fault);
+
+    const LineSink events_;
+    mutable boost::mutex mutex_;
+    std::map<Fault, std::optional<std::uint64_t>> left_;  // guarded by mutex_
+};
+
+}  // namespace Kyr::Lab::DevHost

@@ -1,0 +1,58 @@
+#include <gmock/gmock.h>
+
+#include "lab/devhost/typed/FaultCommands.h"
+#include "tests/lab/common/LineList.h"
+
+namespace Kyr::Test {
+namespace {
+
+using Lab::DevHost::Fault;
+using ::testing::ElementsAre;
+using ::testing::StartsWith;
+
+class FaultCommandsTest : public ::testing::Test {
+  protected:
+    std::vector<std::string> Type(const std::string& line) {
+        console_.Execute(line);
+        return events_.Take();
+    }
+
+    Lab::CLineList events_;
+    Lab::DevHost::CFaults faults_{events_.Sink()};
+    Lab::CConsole console_{{FaultCommands(faults_)}, events_.Sink()};
+};
+
+TEST_F(FaultCommandsTest, FaultsAreAddedAndListed) {
+    EXPECT_THAT(
+        Type("fail publish for=2"),
+        ElementsAre("answer command=fail fault=\"publish for=2\"", "answer command=fail faults=1"));
+    EXPECT_THAT(Type("fail read"), ElementsAre("answer command=fail fault=read",
+                                               "answer command=fail fault=\"publish for=2\"",
+                                               "answer command=fail faults=2"));
+    EXPECT_THAT(Type("fail"), ::testing::SizeIs(3));
+    EXPECT_TRUE(faults_.Take(Fault::kRead, "key"));
+    EXPECT_TRUE(faults_.Take(Fault::kPublish, "message"));
+    EXPECT_FALSE(faults_.Take(Fault::kLog, "line"));
+}
+
+TEST_F(FaultCommandsTest, MendedFaultIsOver) {
+    Type("fail write");
+    Type("fail log");
+    EXPECT_THAT(Type("mend write"),
+                ElementsAre("answer command=mend fault=log", "answer command=mend faults=1"));
+    EXPECT_FALSE(faults_.Take(Fault::kWrite, "key"));
+    EXPECT_TRUE(faults_.Take(Fault::kLog, "line"));
+}
+
+TEST_F(FaultCommandsTest, WordsThatMakeNoFaultAreRefused) {
+    for (const char* line : {"fail bus", "fail read for=0", "fail read for=x", "fail read twice"}) {
+        EXPECT_THAT(Type(line), ElementsAre(StartsWith("error command=fail "))) << line;
+    }
+    for (const char* line : {"mend", "mend bus", "mend read now"}) {
+        EXPECT_THAT(Type(line), ElementsAre(StartsWith("error command=mend "))) << line;
+    }
+    EXPECT_THAT(faults_.List(), ::testing::IsEmpty());
+}
+
+}  // namespace
+}  // namespace Kyr::Test
