@@ -39,6 +39,7 @@ const std::vector<EventKind>& EventKinds() {
         {"host", "error", "command text type name context to"},
         {"product", "ready", "pid alpc lpc"},
         {"product", "connect", "transport client pid"},
+        {"product", "native", "transport client message bytes"},
         {"product", "disconnect", "transport client by"},
         {"product", "request",
          "id transport command inner name function length capacity problem bytes"},

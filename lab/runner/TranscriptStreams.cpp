@@ -31,7 +31,8 @@ bool IsPublished(const CLine& line) {
 }
 
 bool IsPing(const CLine& line) {
-    return line.Kind() == "request" && Has(line, "command", "0");
+    return (line.Kind() == "request" && Has(line, "command", "0")) ||
+           (line.Kind() == "native" && Has(line, "message", "ping"));
 }
 
 /// A ping's reply carries no status, since it has no bytes.
@@ -62,7 +63,7 @@ const std::vector<std::string>& CTranscriptStreams::All() {
     static const std::vector<std::string> streams{
         "life",    "error",   "resource", "mapper", "subscribe", "ask",     "log",
         "publish", "message", "record",   "write",  "failed",    "deliver", "symbols",
-        "request", "reply",   "did",      "watch",  kLook};
+        "native",  "request", "reply",    "did",    "watch",     kLook};
     return streams;
 }
 

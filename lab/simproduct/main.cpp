@@ -36,6 +36,7 @@ constexpr int kLeftSomethingBehind = 3;
 
 struct Options {
     bool wire = false;
+    bool native = false;
     bool coloured = false;
     bool installOnly = false;
     bool nothingNew = false;
@@ -60,6 +61,7 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     app.add_flag("--nothing-new", options.nothingNew,
                  "a connector that comes takes the broadcast area for read");
     app.add_flag("--wire", options.wire, "tells the bytes of requests and replies");
+    app.add_flag("--native", options.native, "tells the bytes of connects and pings");
     app.add_option_function<std::vector<std::string>>(
            "--misbehave",
            [&](const std::vector<std::string>& faults) {
@@ -162,7 +164,11 @@ int main(int argc, char** argv) {
     }
     CCommandInput input;
     CLineWriter writer(std::cout, "standard output", SystemTimeOfDay, options.coloured);
-    const LineSink sink = [&](const CLine& line) { writer.Write(line); };
+    const LineSink sink = [&](const CLine& line) {
+        if (options.native || line.Kind() != "native") {
+            writer.Write(line);
+        }
+    };
     bool started = false;
     try {
         Run(input, options, sink);

@@ -43,27 +43,29 @@ Fault ParseFault(const std::string& name) {
 
 CFaults::CFaults(LineSink events) : events_(std::move(events)) {}
 
-void CFaults::Add(Fault fault, std::optional<std::uint64_t> count) {
+void CFaults::Add(Fault fault, const FaultLimits& limits) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
-    left_[fault] = count;
+    active_[fault] = limits;
 }
 
 void CFaults::Mend(Fault fault) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
-    left_.erase(fault);
+    active_.erase(fault);
 }
 
 std::vector<std::string> CFaults::List() const {
     const boost::unique_lock<boost::mutex> lock(mutex_);
     std::vector<std::string> texts;
-    for (const auto& [fault, left] : left_) {
-        texts.push_back(NameOf(fault) + (left ? " for=" + std::to_string(*left) : ""));
+    for (const auto& [fault, limits] : active_) {
+        texts.push_back(NameOf(fault) +
+                        (limits.count ? " for=" + std::to_string(*limits.count) : "") +
+                        (limits.subject ? " of=" + *limits.subject : ""));
     }
     return texts;
 }
 
 bool CFaults::Take(Fault fault, const std::string& subject) {
-    if (!CountDown(fault)) {
+    if (!CountDown(fault, subject)) {
         return false;
     }
     events_(CLine("failed").With("fault", NameOf(fault)).With("subject", subject));
@@ -76,14 +78,14 @@ void CFaults::Meet(Fault fault, const std::string& subject) {
     }
 }
 
-bool CFaults::CountDown(Fault fault) {
+bool CFaults::CountDown(Fault fault, const std::string& subject) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
-    const auto found = left_.find(fault);
-    if (found == left_.end()) {
+    const auto found = active_.find(fault);
+    if (found == active_.end() || found->second.subject.value_or(subject) != subject) {
         return false;
     }
-    if (found->second && --*found->second == 0) {
-        left_.erase(found);
+    if (found->second.count && --*found->second.count == 0) {
+        active_.erase(found);
     }
     return true;
 }

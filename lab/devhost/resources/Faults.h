@@ -25,6 +25,12 @@ enum class Fault {
     kLog,      // a line comes for the log: the log throws
 };
 
+/// How long a fault lasts, and what of.
+struct FaultLimits {
+    std::optional<std::uint64_t> count;  // nothing: until it is mended
+    std::optional<std::string> subject;  // nothing: any
+};
+
 /// Errors: std::invalid_argument for a name that is no fault's; it tells which there are.
 Fault ParseFault(const std::string& name);
 
@@ -32,10 +38,10 @@ class CFaults {
   public:
     explicit CFaults(LineSink events);
 
-    /// From now on, that often or, without a count, until it is mended. Replaces an older one.
-    void Add(Fault fault, std::optional<std::uint64_t> count);
+    /// Replaces an older one.
+    void Add(Fault fault, const FaultLimits& limits);
     void Mend(Fault fault);
-    /// Names and counts of all.
+    /// Names and limits of all.
     std::vector<std::string> List() const;
 
     /// True when what is about to be done is to fail; `subject` tells of what it is done.
@@ -44,11 +50,11 @@ class CFaults {
     void Meet(Fault fault, const std::string& subject);
 
   private:
-    bool CountDown(Fault fault);
+    bool CountDown(Fault fault, const std::string& subject);
 
     const LineSink events_;
     mutable boost::mutex mutex_;
-    std::map<Fault, std::optional<std::uint64_t>> left_;  // guarded by mutex_
+    std::map<Fault, FaultLimits> active_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::DevHost

@@ -8,12 +8,12 @@ namespace {
 
 void Fail(CFaults& faults, CCommandWords& words) {
     const Fault fault = ParseFault(words.TakeWord("fault"));
-    const std::optional<std::uint64_t> count = words.TakeNumber("for");
+    const FaultLimits limits{words.TakeNumber("for"), words.TakeValue("of")};
     words.Finish();
-    if (count == 0u) {
+    if (limits.count == 0u) {
         throw std::invalid_argument("for=0 would be no fault at all");
     }
-    faults.Add(fault, count);
+    faults.Add(fault, limits);
 }
 
 void TellFaults(const CFaults& faults, const char* command, const LineSink& tell) {
@@ -28,9 +28,11 @@ void TellFaults(const CFaults& faults, const char* command, const LineSink& tell
 
 ConsoleCommandGroup FaultCommands(CFaults& faults) {
     return {
-        {"fail", "[read|write|publish|log [for=<count>]]",
+        {"fail", "[read|write|publish|log [for=<count>] [of=<subject>]]",
          "Fails the module so often, or until it is mended: reads and writes of the database, what "
-         "it publishes, its lines for the log; tells what fails.",
+         "it publishes, its lines for the log; of one key, of \"actions\", of one message's name "
+         "or "
+         "one line only; tells what fails.",
          [&faults](CCommandWords& words, const LineSink& tell) {
              if (!words.IsEmpty()) {
                  Fail(faults, words);

@@ -11,7 +11,7 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-enum class Number { kNone, kOptional, kNeeded };
+enum class Number { kNone, kOptional, kNeeded, kBytes };
 
 struct FaultRow {
     Fault fault;
@@ -29,6 +29,7 @@ constexpr FaultRow kFaults[] = {
     {Fault::kHeaderSize, "header-size", Number::kNeeded, "header size n in the reply header"},
     {Fault::kValue, "value", Number::kNeeded, "value n in the reply header"},
     {Fault::kOversized, "oversized", Number::kNeeded, "a reply of n bytes"},
+    {Fault::kRaw, "raw", Number::kBytes, "those bytes for the whole reply"},
     {Fault::kResultCode, "result-code", Number::kNeeded,
      "records: a message with result code n instead of the payload"},
     {Fault::kNoPayload, "no-payload", Number::kNone, "the reply header alone"},
@@ -105,6 +106,9 @@ std::string Misbehaviour::Text() const {
     if (number) {
         text += ' ' + std::to_string(*number);
     }
+    if (!bytes.empty()) {
+        text += ' ' + ToHex(bytes);
+    }
     if (remaining) {
         text += " for=" + std::to_string(*remaining);
     }
@@ -134,6 +138,8 @@ Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
         const std::size_t equals = words[i].find('=');
         if (equals != std::string::npos) {
             ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
+        } else if (i == 1 && RowOf(*fault).number == Number::kBytes) {
+            result.bytes = FromHex(words[i]);
         } else if (i == 1 && RowOf(*fault).number != Number::kNone) {
             result.number = ParseNumber32(words[i]);
         } else {
@@ -142,6 +148,9 @@ Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
     }
     if (RowOf(*fault).number == Number::kNeeded && !result.number) {
         throw std::invalid_argument(words[0] + " needs a number");
+    }
+    if (RowOf(*fault).number == Number::kBytes && result.bytes.empty()) {
+        throw std::invalid_argument(words[0] + " needs bytes");
     }
     if (*fault == Fault::kOversized && *result.number > kLargestReply) {
         throw std::invalid_argument("a reply has at most 536870912 bytes");
@@ -166,6 +175,7 @@ std::vector<std::pair<std::string, std::string>> DescribeFaults() {
     for (const FaultRow& row : kFaults) {
         const char* const number = row.number == Number::kNone       ? ""
                                    : row.number == Number::kOptional ? " [n]"
+                                   : row.number == Number::kBytes    ? " <bytes>"
                                                                      : " n";
         lines.emplace_back(row.name + std::string(number), row.description);
     }

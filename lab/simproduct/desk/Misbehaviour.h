@@ -1,9 +1,9 @@
 // What the simulated product does wrong, on request: a list of faults, each for the next requests
 // that it fits or until it is cleared.
 //
-// A fault as words: `<fault> [<number>] [for=<count>] [transport=alpc|lpc] [command=<n>|any]
-// [inner=<n>] [function=<name>]`. Without `command` a fault is for request commands only, and a
-// ping stays healthy.
+// A fault as words: `<fault> [<number>|<bytes>] [for=<count>] [transport=alpc|lpc]
+// [command=<n>|any] [inner=<n>] [function=<name>]`. Without `command` a fault is for request
+// commands only, and a ping stays healthy.
 //
 // Threads: CMisbehaviours from any thread.
 // Errors: words that make no fault are a std::invalid_argument that says why.
@@ -29,6 +29,7 @@ enum class Fault {
     kHeaderSize,   // another size in the reply header
     kValue,        // another value in the reply header
     kOversized,    // a reply of that many bytes
+    kRaw,          // those bytes for a reply
     kResultCode,   // a message with that result code instead of the payload
     kNoPayload,    // the reply header alone
     kBadPayload,   // a payload that is no protobuf message
@@ -52,6 +53,7 @@ struct RequestFacts {
 struct Misbehaviour {
     Fault fault = Fault::kStatus;
     std::optional<std::uint32_t> number;
+    Bytes bytes;
     std::optional<std::uint64_t> remaining;  // nothing: until cleared
     std::optional<Transport> transport;
     std::optional<std::uint32_t> command = kRequestCommand;  // nothing: any

@@ -75,6 +75,9 @@ void DamageBytes(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
                       answer.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
         }
     };
+    if (const Misbehaviour* const raw = Find(faults, Fault::kRaw)) {
+        answer.bytes = raw->bytes;
+    }
     overwrite(0, NumberOf(faults, Fault::kHeaderSize));
     overwrite(8, NumberOf(faults, Fault::kValue));
     if (const auto size = NumberOf(faults, Fault::kOversized)) {

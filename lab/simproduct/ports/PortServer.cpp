@@ -94,6 +94,7 @@ void CPortServer::Connect(ReceivedRequest& received) {
     const bool known = ReadU16(received.message, NtApi::kDataLengthOffset) == info.size() &&
                        ReadBytes(received.message, kind_.headerSize, info.size()) == info;
     const ClientId client = ++lastClient_;
+    TellNative(received, client, "connect");
     NtApi::Handle port = nullptr;
     const NtApi::NtStatus status = Accept(received, client, known, &port);
     if (!known) {
@@ -122,6 +123,9 @@ void CPortServer::HandleRequest(ReceivedRequest& received, bool wantsReply) {
     PortAnswer answer;
     try {
         PortRequest request = ReadRequest(received);
+        if (request.command == kPingCommand) {
+            TellNative(received, received.client, "ping");
+        }
         request.transport = kind_.transport;
         request.wantsReply = wantsReply;
         answer = handler_(request);
@@ -146,6 +150,15 @@ void CPortServer::ReportFailure(const char* operation, NtApi::NtStatus status) c
     if (NtApi::IsError(status)) {
         sink_(Line("error").With("operation", operation).With("status", StatusText(status)));
     }
+}
+
+void CPortServer::TellNative(const ReceivedRequest& received, ClientId client,
+                             const char* what) const {
+    const std::size_t length = ReadU16(received.message, NtApi::kDataLengthOffset);
+    sink_(Line("native")
+              .With("client", client)
+              .With("message", what)
+              .With("bytes", ToHex(ReadBytes(received.message, kind_.headerSize, length))));
 }
 
 CLine CPortServer::Line(const char* kind) const {

@@ -91,6 +91,8 @@ class CPortServer : public IPort {
     void Connect(ReceivedRequest& received);
     void Disconnect(ClientId client, const char* by);
     void HandleRequest(ReceivedRequest& received, bool wantsReply);
+    /// Tells what a message of a client is made of, behind its header.
+    void TellNative(const ReceivedRequest& received, ClientId client, const char* what) const;
     CLine Line(const char* kind) const;
 
     const RequestHandler handler_;

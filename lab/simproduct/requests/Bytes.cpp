@@ -1,5 +1,9 @@
 #include "lab/simproduct/requests/Bytes.h"
 
+#include <iterator>
+
+#include <boost/algorithm/hex.hpp>
+
 namespace Kyr::Lab::SimProduct {
 
 namespace {
@@ -57,6 +61,16 @@ std::string ToHex(const Bytes& bytes) {
         text += kDigits[byte & 0x0F];
     }
     return text;
+}
+
+Bytes FromHex(const std::string& text) {
+    Bytes bytes;
+    try {
+        boost::algorithm::unhex(text, std::back_inserter(bytes));
+    } catch (const boost::algorithm::hex_decode_error&) {
+        throw std::invalid_argument("'" + text + "' is not two hexadecimal digits a byte");
+    }
+    return bytes;
 }
 
 }  // namespace Kyr::Lab::SimProduct

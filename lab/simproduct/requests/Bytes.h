@@ -33,5 +33,7 @@ void WriteU16(Bytes& bytes, std::size_t offset, std::uint16_t value);
 
 /// Two hexadecimal digits a byte, without blanks.
 std::string ToHex(const Bytes& bytes);
+/// The way back, of digits in either case. Errors: std::invalid_argument.
+Bytes FromHex(const std::string& text);
 
 }  // namespace Kyr::Lab::SimProduct

@@ -47,7 +47,7 @@ ConsoleCommandGroup FaultCommands(CMisbehaviours& misbehaviours, IPort& alpc, IP
     };
     ConsoleCommandGroup rows = {
         {"misbehave",
-         "[<fault> [n] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
+         "[<fault> [n|<bytes>] [for=<count>] [transport=alpc|lpc] [command=<n>|any] [inner=<n>] "
          "[function=<name>] | clear [<fault>]]",
          "Does that wrong with the next requests, or no more; tells what is done wrong.", run}};
     for (const auto& [words, text] : DescribeFaults()) {

@@ -42,6 +42,49 @@ TYPED_TEST(EndToEndPortTest, PingIsAnsweredWithNothing) {
     EXPECT_EQ(0u, ping.length);
 }
 
+/// What a client of each port says when it connects and pings, written down from the protocol.
+template <typename Client>
+struct NativeBytes;
+template <>
+struct NativeBytes<CLpcPortClient> {
+    static constexpr char kConnect[] = "4b656c436f6d6d2002000000";
+    // Command, flags, reply capacity.
+    static constexpr char kPing[] = "000000000000000000000000";
+};
+template <>
+struct NativeBytes<CAlpcPortClient> {
+    static constexpr char kConnect[] = "4b656c436f6d6d2002000000cfff0000";
+    // Command, whether a reply may have any length, request length, reply capacity.
+    static constexpr char kPing[] = "00000000000000000000000000000000";
+};
+
+TYPED_TEST(EndToEndPortTest, ConnectAndPingAreToldAsTheyCame) {
+    this->Run({"--native"});
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    client.Exchange(kPingCommand, {}, 0);
+
+    const CLine connect = this->Await("native");
+    EXPECT_EQ("connect", this->Field(connect, "message"));
+    EXPECT_EQ("1", this->Field(connect, "client"));
+    EXPECT_EQ(NativeBytes<TypeParam>::kConnect, this->Field(connect, "bytes"));
+    const CLine ping = this->Await("native");
+    EXPECT_EQ("ping", this->Field(ping, "message"));
+    EXPECT_EQ(NativeBytes<TypeParam>::kPing, this->Field(ping, "bytes"));
+}
+
+TYPED_TEST(EndToEndPortTest, ConnectAndPingAreNotToldUnasked) {
+    this->Run();
+    TypeParam client;
+    ASSERT_EQ(0, client.Connect());
+    client.Exchange(kPingCommand, {}, 0);
+    this->Await("reply");
+
+    for (std::size_t event = 0; event < this->next_; ++event) {
+        EXPECT_NE("native", this->actor_->EventAt(event).line.Kind());
+    }
+}
+
 TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
     this->Run();
     const std::string pid = this->StartVictim();

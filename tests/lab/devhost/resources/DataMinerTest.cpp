@@ -74,7 +74,7 @@ TEST_F(DataMinerTest, RecordsThatCannotBeStoredAreNotPublished) {
 TEST_F(DataMinerTest, PublishThatIsToFailStoresAndPublishesNothing) {
     const auto subscriber = boost::make_shared<CKeepingSubscriber>();
     miner_.Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
-    faults_.Add(Fault::kPublish, 1);
+    faults_.Add(Fault::kPublish, {1, {}});
     EXPECT_THROW(miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {}),
                  std::runtime_error);
     bus_->WaitUntilDelivered();

@@ -28,7 +28,7 @@ TEST_F(FaultsTest, NothingFailsUnasked) {
 }
 
 TEST_F(FaultsTest, FaultWithACountEndsByItself) {
-    faults_.Add(Fault::kWrite, 2);
+    faults_.Add(Fault::kWrite, {2, {}});
     EXPECT_TRUE(faults_.Take(Fault::kWrite, "one"));
     EXPECT_THAT(faults_.List(), ElementsAre("write for=1"));
     EXPECT_TRUE(faults_.Take(Fault::kWrite, "two"));
@@ -37,7 +37,7 @@ TEST_F(FaultsTest, FaultWithACountEndsByItself) {
 }
 
 TEST_F(FaultsTest, FaultWithoutACountLastsUntilItIsMended) {
-    faults_.Add(Fault::kPublish, std::nullopt);
+    faults_.Add(Fault::kPublish, {});
     for (int time = 0; time < 100; ++time) {
         EXPECT_TRUE(faults_.Take(Fault::kPublish, "message"));
     }
@@ -47,14 +47,22 @@ TEST_F(FaultsTest, FaultWithoutACountLastsUntilItIsMended) {
 }
 
 TEST_F(FaultsTest, FaultsAreOfOneKindEach) {
-    faults_.Add(Fault::kRead, std::nullopt);
+    faults_.Add(Fault::kRead, {});
     EXPECT_FALSE(faults_.Take(Fault::kWrite, "key"));
     faults_.Mend(Fault::kWrite);
     EXPECT_TRUE(faults_.Take(Fault::kRead, "key"));
 }
 
+TEST_F(FaultsTest, FaultOfOneSubjectLeavesOthersAlone) {
+    faults_.Add(Fault::kRead, {1, "key"});
+    EXPECT_FALSE(faults_.Take(Fault::kRead, "other"));
+    EXPECT_THAT(faults_.List(), ElementsAre("read for=1 of=key"));
+    EXPECT_TRUE(faults_.Take(Fault::kRead, "key"));
+    EXPECT_FALSE(faults_.Take(Fault::kRead, "key"));
+}
+
 TEST_F(FaultsTest, FailureIsToldWithItsSubject) {
-    faults_.Add(Fault::kPublish, 1);
+    faults_.Add(Fault::kPublish, {1, {}});
     try {
         faults_.Meet(Fault::kPublish, "Response");
         FAIL() << "no exception";
@@ -75,7 +83,7 @@ TEST_F(FaultsTest, UnknownFaultIsRefusedWithTheNamesOfTheOthers) {
 
 TEST_F(FaultsTest, LineThatIsToFailIsNotInTheLog) {
     CHostLog log(faults_, {events_.Sink()});
-    faults_.Add(Fault::kLog, 1);
+    faults_.Add(Fault::kLog, {1, {}});
     EXPECT_THROW(log.Log("lost", 2, "module"), std::runtime_error);
     log.Log("kept", 2, "module");
     EXPECT_THAT(events_.Texts(), ElementsAre("failed fault=log subject=lost",

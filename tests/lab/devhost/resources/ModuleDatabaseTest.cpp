@@ -118,7 +118,7 @@ TEST_F(ModuleDatabaseTest, RefusedWriteIsToldAsSuch) {
 
 TEST_F(ModuleDatabaseTest, ReadThatIsToFailThrowsAndIsNoStep) {
     Wish("before-request");
-    faults_.Add(Fault::kRead, 1);
+    faults_.Add(Fault::kRead, {1, {}});
     EXPECT_THROW(KeyValues().GetValue("XDR_OFFSET"), std::runtime_error);
     EXPECT_FALSE(dead_);
     EXPECT_EQ("", KeyValues().GetValue("XDR_OFFSET"));
@@ -126,7 +126,7 @@ TEST_F(ModuleDatabaseTest, ReadThatIsToFailThrowsAndIsNoStep) {
 
 TEST_F(ModuleDatabaseTest, WritesThatAreToFailAreRefusedAndStoreNothing) {
     Wish("before-offset");
-    faults_.Add(Fault::kWrite, std::nullopt);
+    faults_.Add(Fault::kWrite, {});
     EXPECT_FALSE(KeyValues().SetValue("XDR_OFFSET", "7"));
     EXPECT_FALSE(RemediationActions().StoreActions({"one"}));
     EXPECT_EQ("", database_.KeyValues().GetValue("XDR_OFFSET"));

@@ -30,7 +30,10 @@ TEST_F(FaultCommandsTest, FaultsAreAddedAndListed) {
                                                "answer command=fail fault=\"publish for=2\"",
                                                "answer command=fail faults=2"));
     EXPECT_THAT(Type("fail"), ::testing::SizeIs(3));
-    EXPECT_TRUE(faults_.Take(Fault::kRead, "key"));
+    EXPECT_THAT(Type("fail read of=\"a key\""),
+                ::testing::Contains("answer command=fail fault=\"read of=a key\""));
+    EXPECT_FALSE(faults_.Take(Fault::kRead, "key"));
+    EXPECT_TRUE(faults_.Take(Fault::kRead, "a key"));
     EXPECT_TRUE(faults_.Take(Fault::kPublish, "message"));
     EXPECT_FALSE(faults_.Take(Fault::kLog, "line"));
 }

@@ -38,8 +38,8 @@ TEST_P(MisbehaviourTextTest, IsReadAndWrittenTheSame) {
 INSTANTIATE_TEST_SUITE_P(
     MisbehaviourTest, MisbehaviourTextTest,
     ::testing::Values("no-alpc", "no-lpc", "status 14", "code 1", "short 11", "header-size 16",
-                      "value 7", "oversized 65537", "bad-length", "bad-length 3", "delay 250",
-                      "drop", "die", "hang", "view-missing", "view-small",
+                      "value 7", "oversized 65537", "raw 0cff", "bad-length", "bad-length 3",
+                      "delay 250", "drop", "die", "hang", "view-missing", "view-small",
                       "status 5 for=2 transport=lpc command=any inner=2 function=RESTART_FDE",
                       "code 1 command=0", "drop transport=alpc"));
 
@@ -53,7 +53,8 @@ INSTANTIATE_TEST_SUITE_P(MisbehaviourTest, MalformedMisbehaviourTest,
                          ::testing::Values("", "unknown", "status", "status x", "status 1 2",
                                            "status 4294967296", "drop 1", "drop for=0",
                                            "drop for=x", "drop transport=tcp", "drop when=now",
-                                           "no-alpc for=1", "oversized 536870913"));
+                                           "no-alpc for=1", "oversized 536870913", "raw", "raw 0",
+                                           "raw xx", "raw \"\"", "raw 00 00"));
 
 class MisbehavioursTest : public ::testing::Test {
   protected:

@@ -129,6 +129,23 @@ TEST_F(RequestDeskTest, UnknownPortCommandIsAFailureCode) {
     EXPECT_EQ(3u, Desk().Answer(request).code);
 }
 
+TEST_F(RequestDeskTest, RawBytesReplaceTheReplyBehindTheDeed) {
+    StartOne();
+    Misbehave("raw 0102 for=1");
+
+    EXPECT_EQ((Bytes{1, 2}), Kill().bytes);
+    ASSERT_EQ(1u, product_.TaskLog().size());
+    EXPECT_EQ("killed", product_.TaskLog()[0].text);
+    EXPECT_EQ(kDoneReply, Kill().bytes);
+}
+
+TEST_F(RequestDeskTest, RawBytesCanAnswerAPing) {
+    Misbehave("raw 01 command=0");
+
+    EXPECT_EQ(Bytes{1}, Desk().Answer(Ping()).bytes);
+    EXPECT_EQ(kDoneReply, Kill().bytes);
+}
+
 TEST_F(RequestDeskTest, RequestThatCannotBeReadGetsItsStatus) {
     const PortAnswer answer = Desk().Answer(Request(Transport::kAlpc, XmlPayload("<TULK>")));
 

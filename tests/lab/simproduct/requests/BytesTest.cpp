@@ -39,6 +39,13 @@ TEST(BytesTest, NoBytesAtTheEndAreRead) {
 
 TEST(BytesTest, HexadecimalHasTwoDigitsAByte) {
     EXPECT_EQ("000fa5", ToHex({0x00, 0x0F, 0xA5}));
+    EXPECT_EQ((Bytes{0x00, 0x0F, 0xA5}), FromHex("000fA5"));
+}
+
+TEST(BytesTest, TextThatIsNoHexadecimalIsRefused) {
+    for (const char* text : {"0", "0g", "00 0f", "0x00"}) {
+        EXPECT_THROW(FromHex(text), std::invalid_argument) << text;
+    }
 }
 
 }  // namespace

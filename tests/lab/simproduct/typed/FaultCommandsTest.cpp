@@ -56,7 +56,7 @@ TEST_F(FaultCommandsTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
 
 TEST_F(FaultCommandsTest, EveryFaultStandsInTheHelp) {
     EXPECT_THAT(Execute("help"),
-                AllOf(SizeIs(20), Contains("answer command=help usage=\"misbehave delay n\" "
+                AllOf(SizeIs(21), Contains("answer command=help usage=\"misbehave delay n\" "
                                            "text=\"the reply comes n milliseconds late\"")));
 }
 
