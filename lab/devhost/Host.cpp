@@ -4,6 +4,7 @@
 
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/PortPatch.h"
+#include "lab/devhost/RunDirectory.h"
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/DataMiner.h"
@@ -70,6 +71,9 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
 }
 
 bool CHost::Start() {
+    if (const std::string problem = RunDirectoryProblem(); !problem.empty()) {
+        events_(CLine("error").With("text", problem));
+    }
     if (!byHand_ && !lifeCycle_.Begin(provider_)) {
         return false;
     }

@@ -39,7 +39,7 @@ class CHost {
     CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile);
 
     /// Begins the module's life, unless that is done by hand, and says `ready`. False when it
-    /// failed.
+    /// failed. A run directory that cannot be used is an `error` before that.
     bool Start();
     void Execute(const std::string& command) { console_.Execute(command); }
     /// Begins the module's stop, after which the host ends; as the command `quit` does.

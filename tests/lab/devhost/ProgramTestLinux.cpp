@@ -1,7 +1,10 @@
 // Disks that are full. Elsewhere nothing stands in for one.
 #include <csignal>
+#include <cstdlib>
 #include <gmock/gmock.h>
 #include <sys/resource.h>
+
+#include <boost/filesystem/operations.hpp>
 
 #include "tests/lab/devhost/ProgramTest.h"
 
@@ -32,6 +35,27 @@ TEST_F(ProgramTest, DatabaseThatMayNotGrowIsToldByTheExitCode) {
     const std::string complaints = process_->Complaints();
     EXPECT_EQ(process_->Wait(), 5);
     EXPECT_THAT(complaints, HasSubstr(folder_.File("host.db")));
+}
+
+TEST_F(ProgramTest, RunDirectoryThatOthersMayEnterIsToldWithItsPathAndEndsTheProgramWithOne) {
+    const std::string directory = folder_.File("run");
+    boost::filesystem::create_directory(directory);
+    boost::filesystem::permissions(directory, boost::filesystem::all_all);
+    ::setenv("KELCOMM_RUNTIME_DIR", directory.c_str(), 1);
+    Launch();
+    EXPECT_THAT(
+        process_->ReadUntil("error"),
+        HasSubstr(" error text=\"" + directory + ": others may use it: its mode must be 0700\""));
+    EXPECT_EQ(process_->ReadUntil("error"), "");
+    EXPECT_EQ(process_->Wait(), 1);
+}
+
+TEST_F(ProgramTest, RunDirectoryThatIsYetToBeMadeIsNoError) {
+    ::setenv("KELCOMM_RUNTIME_DIR", folder_.File("run").c_str(), 1);
+    Launch();
+    process_->EndInput();
+    EXPECT_EQ(process_->ReadUntil("error"), "");
+    EXPECT_EQ(process_->Wait(), 0);
 }
 
 }  // namespace

@@ -1,0 +1,9 @@
+#include "lab/devhost/RunDirectory.h"
+
+namespace Kyr::Lab::DevHost {
+
+std::string RunDirectoryProblem() {
+    return "";
+}
+
+}  // namespace Kyr::Lab::DevHost
