@@ -56,6 +56,7 @@ TEST_F(ProgramTest, SecondHostOnADatabaseIsRefused) {
     process_->ReadUntil("ready");
     const auto first = std::move(process_);
     Launch();
+    process_->EndInput();  // one that is not refused ends, too
     const std::string complaints = process_->Complaints();
     EXPECT_EQ(process_->Wait(), 5);
     EXPECT_THAT(complaints,
