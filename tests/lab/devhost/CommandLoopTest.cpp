@@ -72,9 +72,13 @@ TEST_F(CommandLoopTest, SecondRequestToTerminateEndsAtOnce) {
 }
 
 TEST_F(CommandLoopTest, StopWithoutQuitDoesNotEndTheProgram) {
-    pipe_.Write("stop force\nget still\nquit\n");
+    // The command behind is not there before the module is gone.
+    With("answer command=stop",
+         [this] { host_.WhenDestroyed([this] { pipe_.Write("get still\nquit\n"); }); });
+    pipe_.Write("stop force\n");
     Obey();
     EXPECT_THAT(events_.Texts(), Contains("answer command=get key=still value=\"\""));
+    EXPECT_THAT(events_.Texts(), Contains("answer command=quit"));
 }
 
 }  // namespace
