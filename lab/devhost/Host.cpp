@@ -10,7 +10,7 @@
 #include "lab/devhost/resources/DataMiner.h"
 #include "lab/devhost/resources/HostLog.h"
 #include "lab/devhost/resources/ModuleDatabase.h"
-#include "lab/devhost/typed/FaultCommands.h"
+#include "lab/devhost/typed/FailureCommands.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -42,7 +42,7 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       claim_(settings.databasePath),
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),
-      faults_(events_),
+      failures_(events_),
       printer_(events_),
       bus_(boost::make_shared<CBus>(printer_)),
       provider_(events_),
@@ -52,20 +52,20 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       console_({MakeHostCommands({*bus_, *database_, SingleCalls(),
                                   [this](bool force) { lifeCycle_.BeginStop(force); },
                                   [this] { Quit(); }}),
-                FaultCommands(faults_)},
+                FailureCommands(failures_)},
                events_) {
     if (settings.instance) {
         database_->SetInstanceUuid(*settings.instance);
     }
     provider_.Add(Kernel::kBusResource, boost::make_shared<CDataMiner>(bus_, database_->Miner(),
-                                                                       steps_, faults_, events_));
+                                                                       steps_, failures_, events_));
     provider_.Add(Kernel::kInstallConfigurationResource,
                   boost::make_shared<CInstallConfiguration>(database_->InstanceUuid()));
     provider_.Add(Kernel::kLoggerResource,
-                  boost::make_shared<CHostLog>(faults_, std::vector<LineSink>{events_, logFile}));
+                  boost::make_shared<CHostLog>(failures_, std::vector<LineSink>{events_, logFile}));
     provider_.Add(Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>());
     provider_.Add(Kernel::kDatabaseResource,
-                  boost::make_shared<CModuleDatabase>(*database_, steps_, faults_, events_));
+                  boost::make_shared<CModuleDatabase>(*database_, steps_, failures_, events_));
     provider_.Add(Kernel::kConfigurationResource, boost::make_shared<CConfiguration>());
     provider_.Add(Kernel::kNetworkGrpcResource, boost::make_shared<CNetworkGrpc>());
 }

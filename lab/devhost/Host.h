@@ -16,7 +16,7 @@
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 #include "lab/devhost/resources/Resources.h"
 #include "lab/devhost/typed/HostCommands.h"
 
@@ -66,7 +66,7 @@ class CHost {
     CDatabaseClaim claim_;
     boost::shared_ptr<CDatabase> database_;
     CCollectionSteps steps_;
-    CFaults faults_;
+    CFailures failures_;
     CMessagePrinter printer_;
     boost::shared_ptr<CBus> bus_;
     CResourceProvider provider_;

@@ -19,18 +19,18 @@ const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
 }
 
 CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CMinerStore& store,
-                       CCollectionSteps& steps, CFaults& faults, LineSink events)
+                       CCollectionSteps& steps, CFailures& failures, LineSink events)
     : bus_(std::move(bus)),
       store_(store),
       steps_(steps),
-      faults_(faults),
+      failures_(failures),
       events_(std::move(events)) {}
 
 CDataMiner::~CDataMiner() = default;
 
 void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
                          const boost::shared_ptr<Kernel::IDeliveryContext>& context) {
-    faults_.Meet(Fault::kPublish, message ? message->GetName() : "nothing");
+    failures_.Meet(Failure::kPublish, message ? message->GetName() : "nothing");
     const std::vector<std::string>* const records = message ? RecordsOf(*message) : nullptr;
     if (records == nullptr) {
         bus_->Publish(message, context);

@@ -7,7 +7,7 @@
 // Writes a `mined` event for each batch of records.
 //
 // Threads: any.
-// Ownership: store, steps and faults must outlive this; the bus is shared.
+// Ownership: store, steps and failures must outlive this; the bus is shared.
 // Errors: Publish throws std::runtime_error when the records cannot be stored, or when it is to
 // fail on request; nothing is published then.
 #pragma once
@@ -21,7 +21,7 @@
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/database/MinerStore.h"
 #include "lab/devhost/resources/CollectionSteps.h"
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -31,7 +31,7 @@ const std::vector<std::string>* RecordsOf(const Common::Kernel::IMessage& messag
 class CDataMiner final : public Common::Kernel::IBusResource {
   public:
     CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CMinerStore& store,
-               CCollectionSteps& steps, CFaults& faults, LineSink events);
+               CCollectionSteps& steps, CFailures& failures, LineSink events);
     ~CDataMiner() override;
 
     void Publish(const boost::shared_ptr<Common::Kernel::IMessage>& message,
@@ -43,7 +43,7 @@ class CDataMiner final : public Common::Kernel::IBusResource {
     const boost::shared_ptr<Common::Kernel::IBusResource> bus_;
     CMinerStore& store_;       // borrowed
     CCollectionSteps& steps_;  // borrowed
-    CFaults& faults_;          // borrowed
+    CFailures& failures_;      // borrowed
     const LineSink events_;
 };
 

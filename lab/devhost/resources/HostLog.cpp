@@ -4,12 +4,12 @@
 
 namespace Kyr::Lab::DevHost {
 
-CHostLog::CHostLog(CFaults& faults, std::vector<LineSink> sinks)
-    : faults_(faults), sinks_(std::move(sinks)) {}
+CHostLog::CHostLog(CFailures& failures, std::vector<LineSink> sinks)
+    : failures_(failures), sinks_(std::move(sinks)) {}
 CHostLog::~CHostLog() = default;
 
 void CHostLog::Log(const std::string& text, int level, const std::string& source) {
-    faults_.Meet(Fault::kLog, text);
+    failures_.Meet(Failure::kLog, text);
     const CLine line =
         CLine("log").With("level", std::to_string(level)).With("source", source).With("text", text);
     for (const LineSink& sink : sinks_) {

@@ -1,6 +1,6 @@
 // The host log: every line goes to the console and to the log file as a `log` event.
 //
-// Threads: any. Ownership: the faults must outlive this.
+// Threads: any. Ownership: the failures must outlive this.
 // Errors: std::runtime_error from a line that is to fail on request.
 #pragma once
 
@@ -8,18 +8,18 @@
 
 #include "host/kernel/Resources.h"
 #include "lab/common/LineWriter.h"
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 
 namespace Kyr::Lab::DevHost {
 
 class CHostLog final : public Common::Kernel::ILoggerResource {
   public:
-    CHostLog(CFaults& faults, std::vector<LineSink> sinks);
+    CHostLog(CFailures& failures, std::vector<LineSink> sinks);
     ~CHostLog() override;
     void Log(const std::string& text, int level, const std::string& source) override;
 
   private:
-    CFaults& faults_;  // borrowed
+    CFailures& failures_;  // borrowed
     const std::vector<LineSink> sinks_;
 };
 

@@ -20,12 +20,12 @@ const char* ResultOf(bool stored) {
 
 class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
   public:
-    CModuleKeyValues(CKeyValueMapper& mapper, CCollectionSteps& steps, CFaults& faults,
+    CModuleKeyValues(CKeyValueMapper& mapper, CCollectionSteps& steps, CFailures& failures,
                      LineSink events)
-        : mapper_(mapper), steps_(steps), faults_(faults), events_(std::move(events)) {}
+        : mapper_(mapper), steps_(steps), failures_(failures), events_(std::move(events)) {}
 
     std::string GetValue(const std::string& key) override {
-        faults_.Meet(Fault::kRead, key);
+        failures_.Meet(Failure::kRead, key);
         if (IsOffset(key)) {
             steps_.OffsetRead();
         }
@@ -35,7 +35,7 @@ class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
     }
 
     bool SetValue(const std::string& key, const std::string& value) override {
-        if (faults_.Take(Fault::kWrite, key)) {
+        if (failures_.Take(Failure::kWrite, key)) {
             return false;
         }
         if (IsOffset(key)) {
@@ -53,18 +53,18 @@ class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
   private:
     CKeyValueMapper& mapper_;  // borrowed
     CCollectionSteps& steps_;  // borrowed
-    CFaults& faults_;          // borrowed
+    CFailures& failures_;      // borrowed
     const LineSink events_;
 };
 
 class CModuleRemediation final : public Database::IOvRemediationActionsMapper {
   public:
-    CModuleRemediation(CRemediationMapper& mapper, CCollectionSteps& steps, CFaults& faults,
+    CModuleRemediation(CRemediationMapper& mapper, CCollectionSteps& steps, CFailures& failures,
                        LineSink events)
-        : mapper_(mapper), steps_(steps), faults_(faults), events_(std::move(events)) {}
+        : mapper_(mapper), steps_(steps), failures_(failures), events_(std::move(events)) {}
 
     bool StoreActions(const std::vector<std::string>& actions) override {
-        if (faults_.Take(Fault::kWrite, "actions")) {
+        if (failures_.Take(Failure::kWrite, "actions")) {
             return false;
         }
         steps_.RecordsCame();
@@ -79,19 +79,19 @@ class CModuleRemediation final : public Database::IOvRemediationActionsMapper {
   private:
     CRemediationMapper& mapper_;  // borrowed
     CCollectionSteps& steps_;     // borrowed
-    CFaults& faults_;             // borrowed
+    CFailures& failures_;         // borrowed
     const LineSink events_;
 };
 
 }  // namespace
 
-CModuleDatabase::CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFaults& faults,
+CModuleDatabase::CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFailures& failures,
                                  LineSink events)
     : events_(std::move(events)),
       keyValues_(
-          boost::make_shared<CModuleKeyValues>(database.KeyValues(), steps, faults, events_)),
+          boost::make_shared<CModuleKeyValues>(database.KeyValues(), steps, failures, events_)),
       remediationActions_(boost::make_shared<CModuleRemediation>(database.RemediationActions(),
-                                                                 steps, faults, events_)) {}
+                                                                 steps, failures, events_)) {}
 
 CModuleDatabase::~CModuleDatabase() = default;
 

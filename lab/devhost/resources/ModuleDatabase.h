@@ -2,7 +2,7 @@
 // one that belongs to a collection is a step of it. It can fail on request, and then is neither.
 //
 // Threads: any.
-// Ownership: database, steps and faults must outlive this.
+// Ownership: database, steps and failures must outlive this.
 // Errors: as CDatabase's mappers, and std::runtime_error from a read that fails on request.
 #pragma once
 
@@ -10,13 +10,14 @@
 #include "lab/common/LineWriter.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/CollectionSteps.h"
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 
 namespace Kyr::Lab::DevHost {
 
 class CModuleDatabase final : public Common::Kernel::IDatabaseResource {
   public:
-    CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFaults& faults, LineSink events);
+    CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFailures& failures,
+                    LineSink events);
     ~CModuleDatabase() override;
 
     /// 348 and 388; any other number gives an empty pointer. A mapper must not outlive the

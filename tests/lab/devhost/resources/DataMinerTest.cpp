@@ -32,8 +32,8 @@ class DataMinerTest : public ::testing::Test {
     boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(observer_);
     CCollectionSteps steps_{std::nullopt, nullptr};
     Lab::CLineList events_;
-    CFaults faults_{events_.Sink()};
-    CDataMiner miner_{bus_, database_.Miner(), steps_, faults_, events_.Sink()};
+    CFailures failures_{events_.Sink()};
+    CDataMiner miner_{bus_, database_.Miner(), steps_, failures_, events_.Sink()};
 };
 
 TEST_F(DataMinerTest, IndicatorsAreStoredBeforePublishReturns) {
@@ -74,7 +74,7 @@ TEST_F(DataMinerTest, RecordsThatCannotBeStoredAreNotPublished) {
 TEST_F(DataMinerTest, PublishThatIsToFailStoresAndPublishesNothing) {
     const auto subscriber = boost::make_shared<CKeepingSubscriber>();
     miner_.Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
-    faults_.Add(Fault::kPublish, {1, {}});
+    failures_.Add(Failure::kPublish, {1, {}});
     EXPECT_THROW(miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {}),
                  std::runtime_error);
     bus_->WaitUntilDelivered();

@@ -22,7 +22,7 @@ class ModuleDatabaseTest : public ::testing::Test {
             dead_ = true;
             offsetAtDeath_ = database_.KeyValues().GetValue("XDR_OFFSET");
         });
-        module_ = std::make_unique<CModuleDatabase>(database_, *steps_, faults_, events_.Sink());
+        module_ = std::make_unique<CModuleDatabase>(database_, *steps_, failures_, events_.Sink());
     }
     IKeyValueAccessMapper& KeyValues() {
         return dynamic_cast<IKeyValueAccessMapper&>(*module_->GetMapper(348));
@@ -39,7 +39,7 @@ class ModuleDatabaseTest : public ::testing::Test {
     bool dead_ = false;
     std::string offsetAtDeath_;
     Lab::CLineList events_;
-    CFaults faults_{[](const Lab::CLine&) {}};
+    CFailures failures_{[](const Lab::CLine&) {}};
     std::unique_ptr<CCollectionSteps> steps_;
     std::unique_ptr<CModuleDatabase> module_;
 };
@@ -118,7 +118,7 @@ TEST_F(ModuleDatabaseTest, RefusedWriteIsToldAsSuch) {
 
 TEST_F(ModuleDatabaseTest, ReadThatIsToFailThrowsAndIsNoStep) {
     Wish("before-request");
-    faults_.Add(Fault::kRead, {1, {}});
+    failures_.Add(Failure::kRead, {1, {}});
     EXPECT_THROW(KeyValues().GetValue("XDR_OFFSET"), std::runtime_error);
     EXPECT_FALSE(dead_);
     EXPECT_EQ("", KeyValues().GetValue("XDR_OFFSET"));
@@ -126,7 +126,7 @@ TEST_F(ModuleDatabaseTest, ReadThatIsToFailThrowsAndIsNoStep) {
 
 TEST_F(ModuleDatabaseTest, WritesThatAreToFailAreRefusedAndStoreNothing) {
     Wish("before-offset");
-    faults_.Add(Fault::kWrite, {});
+    failures_.Add(Failure::kWrite, {});
     EXPECT_FALSE(KeyValues().SetValue("XDR_OFFSET", "7"));
     EXPECT_FALSE(RemediationActions().StoreActions({"one"}));
     EXPECT_EQ("", database_.KeyValues().GetValue("XDR_OFFSET"));

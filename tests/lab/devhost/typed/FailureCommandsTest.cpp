@@ -1,16 +1,16 @@
 #include <gmock/gmock.h>
 
-#include "lab/devhost/typed/FaultCommands.h"
+#include "lab/devhost/typed/FailureCommands.h"
 #include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
 
-using Lab::DevHost::Fault;
+using Lab::DevHost::Failure;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
-class FaultCommandsTest : public ::testing::Test {
+class FailureCommandsTest : public ::testing::Test {
   protected:
     std::vector<std::string> Type(const std::string& line) {
         console_.Execute(line);
@@ -18,11 +18,11 @@ class FaultCommandsTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    Lab::DevHost::CFaults faults_{events_.Sink()};
-    Lab::CConsole console_{{FaultCommands(faults_)}, events_.Sink()};
+    Lab::DevHost::CFailures failures_{events_.Sink()};
+    Lab::CConsole console_{{FailureCommands(failures_)}, events_.Sink()};
 };
 
-TEST_F(FaultCommandsTest, FaultsAreAddedAndListed) {
+TEST_F(FailureCommandsTest, FaultsAreAddedAndListed) {
     EXPECT_THAT(
         Type("fail publish for=2"),
         ElementsAre("answer command=fail fault=\"publish for=2\"", "answer command=fail faults=1"));
@@ -32,29 +32,29 @@ TEST_F(FaultCommandsTest, FaultsAreAddedAndListed) {
     EXPECT_THAT(Type("fail"), ::testing::SizeIs(3));
     EXPECT_THAT(Type("fail read of=\"a key\""),
                 ::testing::Contains("answer command=fail fault=\"read of=a key\""));
-    EXPECT_FALSE(faults_.Take(Fault::kRead, "key"));
-    EXPECT_TRUE(faults_.Take(Fault::kRead, "a key"));
-    EXPECT_TRUE(faults_.Take(Fault::kPublish, "message"));
-    EXPECT_FALSE(faults_.Take(Fault::kLog, "line"));
+    EXPECT_FALSE(failures_.Take(Failure::kRead, "key"));
+    EXPECT_TRUE(failures_.Take(Failure::kRead, "a key"));
+    EXPECT_TRUE(failures_.Take(Failure::kPublish, "message"));
+    EXPECT_FALSE(failures_.Take(Failure::kLog, "line"));
 }
 
-TEST_F(FaultCommandsTest, MendedFaultIsOver) {
+TEST_F(FailureCommandsTest, MendedFaultIsOver) {
     Type("fail write");
     Type("fail log");
     EXPECT_THAT(Type("mend write"),
                 ElementsAre("answer command=mend fault=log", "answer command=mend faults=1"));
-    EXPECT_FALSE(faults_.Take(Fault::kWrite, "key"));
-    EXPECT_TRUE(faults_.Take(Fault::kLog, "line"));
+    EXPECT_FALSE(failures_.Take(Failure::kWrite, "key"));
+    EXPECT_TRUE(failures_.Take(Failure::kLog, "line"));
 }
 
-TEST_F(FaultCommandsTest, WordsThatMakeNoFaultAreRefused) {
+TEST_F(FailureCommandsTest, WordsThatMakeNoFaultAreRefused) {
     for (const char* line : {"fail bus", "fail read for=0", "fail read for=x", "fail read twice"}) {
         EXPECT_THAT(Type(line), ElementsAre(StartsWith("error command=fail "))) << line;
     }
     for (const char* line : {"mend", "mend bus", "mend read now"}) {
         EXPECT_THAT(Type(line), ElementsAre(StartsWith("error command=mend "))) << line;
     }
-    EXPECT_THAT(faults_.List(), ::testing::IsEmpty());
+    EXPECT_THAT(failures_.List(), ::testing::IsEmpty());
 }
 
 }  // namespace

@@ -4,11 +4,11 @@
 #pragma once
 
 #include "lab/common/Console.h"
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 
 namespace Kyr::Lab::DevHost {
 
-/// The faults must outlive the commands.
-ConsoleCommandGroup FaultCommands(CFaults& faults);
+/// The failures must outlive the commands.
+ConsoleCommandGroup FailureCommands(CFailures& failures);
 
 }  // namespace Kyr::Lab::DevHost

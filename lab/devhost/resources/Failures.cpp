@@ -1,4 +1,4 @@
-#include "lab/devhost/resources/Faults.h"
+#include "lab/devhost/resources/Failures.h"
 
 #include <stdexcept>
 #include <utility>
@@ -7,20 +7,20 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-struct FaultRow {
-    Fault fault;
+struct FailureRow {
+    Failure fault;
     const char* name;
 };
 
-constexpr FaultRow kFaults[] = {
-    {Fault::kRead, "read"},
-    {Fault::kWrite, "write"},
-    {Fault::kPublish, "publish"},
-    {Fault::kLog, "log"},
+constexpr FailureRow kFailures[] = {
+    {Failure::kRead, "read"},
+    {Failure::kWrite, "write"},
+    {Failure::kPublish, "publish"},
+    {Failure::kLog, "log"},
 };
 
-std::string NameOf(Fault fault) {
-    for (const FaultRow& row : kFaults) {
+std::string NameOf(Failure fault) {
+    for (const FailureRow& row : kFailures) {
         if (row.fault == fault) {
             return row.name;
         }
@@ -30,9 +30,9 @@ std::string NameOf(Fault fault) {
 
 }  // namespace
 
-Fault ParseFault(const std::string& name) {
+Failure ParseFailure(const std::string& name) {
     std::string names;
-    for (const FaultRow& row : kFaults) {
+    for (const FailureRow& row : kFailures) {
         if (name == row.name) {
             return row.fault;
         }
@@ -41,19 +41,19 @@ Fault ParseFault(const std::string& name) {
     throw std::invalid_argument("no such fault: " + name + "; there are " + names);
 }
 
-CFaults::CFaults(LineSink events) : events_(std::move(events)) {}
+CFailures::CFailures(LineSink events) : events_(std::move(events)) {}
 
-void CFaults::Add(Fault fault, const FaultLimits& limits) {
+void CFailures::Add(Failure fault, const FailureLimits& limits) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
     active_[fault] = limits;
 }
 
-void CFaults::Mend(Fault fault) {
+void CFailures::Mend(Failure fault) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
     active_.erase(fault);
 }
 
-std::vector<std::string> CFaults::List() const {
+std::vector<std::string> CFailures::List() const {
     const boost::unique_lock<boost::mutex> lock(mutex_);
     std::vector<std::string> texts;
     for (const auto& [fault, limits] : active_) {
@@ -64,7 +64,7 @@ std::vector<std::string> CFaults::List() const {
     return texts;
 }
 
-bool CFaults::Take(Fault fault, const std::string& subject) {
+bool CFailures::Take(Failure fault, const std::string& subject) {
     if (!CountDown(fault, subject)) {
         return false;
     }
@@ -72,13 +72,13 @@ bool CFaults::Take(Fault fault, const std::string& subject) {
     return true;
 }
 
-void CFaults::Meet(Fault fault, const std::string& subject) {
+void CFailures::Meet(Failure fault, const std::string& subject) {
     if (Take(fault, subject)) {
         throw std::runtime_error("the host fails to " + NameOf(fault) + " on request");
     }
 }
 
-bool CFaults::CountDown(Fault fault, const std::string& subject) {
+bool CFailures::CountDown(Failure fault, const std::string& subject) {
     const boost::unique_lock<boost::mutex> lock(mutex_);
     const auto found = active_.find(fault);
     if (found == active_.end() || found->second.subject.value_or(subject) != subject) {

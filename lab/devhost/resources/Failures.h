@@ -18,7 +18,7 @@
 
 namespace Kyr::Lab::DevHost {
 
-enum class Fault {
+enum class Failure {
     kRead,     // a value is asked for: the database throws
     kWrite,    // values or actions come: the database refuses them
     kPublish,  // a message is published: the bus throws
@@ -26,35 +26,35 @@ enum class Fault {
 };
 
 /// How long a fault lasts, and what of.
-struct FaultLimits {
+struct FailureLimits {
     std::optional<std::uint64_t> count;  // nothing: until it is mended
     std::optional<std::string> subject;  // nothing: any
 };
 
 /// Errors: std::invalid_argument for a name that is no fault's; it tells which there are.
-Fault ParseFault(const std::string& name);
+Failure ParseFailure(const std::string& name);
 
-class CFaults {
+class CFailures {
   public:
-    explicit CFaults(LineSink events);
+    explicit CFailures(LineSink events);
 
     /// Replaces an older one.
-    void Add(Fault fault, const FaultLimits& limits);
-    void Mend(Fault fault);
+    void Add(Failure fault, const FailureLimits& limits);
+    void Mend(Failure fault);
     /// Names and limits of all.
     std::vector<std::string> List() const;
 
     /// True when what is about to be done is to fail; `subject` tells of what it is done.
-    bool Take(Fault fault, const std::string& subject);
+    bool Take(Failure fault, const std::string& subject);
     /// The same as an exception. Errors: std::runtime_error.
-    void Meet(Fault fault, const std::string& subject);
+    void Meet(Failure fault, const std::string& subject);
 
   private:
-    bool CountDown(Fault fault, const std::string& subject);
+    bool CountDown(Failure fault, const std::string& subject);
 
     const LineSink events_;
     mutable boost::mutex mutex_;
-    std::map<Fault, FaultLimits> active_;  // guarded by mutex_
+    std::map<Failure, FailureLimits> active_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::DevHost
