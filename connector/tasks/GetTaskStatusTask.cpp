@@ -1,24 +1,43 @@
 #include "connector/tasks/GetTaskStatusTask.h"
 
+#include <stdexcept>
 #include <utility>
 
 #include <boost/make_shared.hpp>
 
-#include "connector/channel/Responses.h"
 #include "connector/reports/TaskEvent.h"
 #include "connector/tasks/CountedRetry.h"
 #include "connector/tasks/ProductTrigger.h"
 #include "host/message/ConnectorRequests.h"
 #include "logs/OvAgentRequest.h"
+#include "logs/SymbolText.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 
 using Kyr::Common::Kernel::IMessage;
 using Kyr::Common::Kernel::MessageType;
+using Kyr::Common::Message::Logs::CEventLog;
 using Kyr::Common::Module::IMessagePublisher;
 
 namespace OvAgent = Kyr::Common::Message::Connectors::OvAgentConnector;
 namespace Tfde = Kyr::Common::Message::Connectors::TFDEConnector;
+
+namespace {
+
+/// Whether an event can name the record's task: all three identifiers are UUIDs.
+bool NamesATask(const CTaskStatusRecord& record) {
+    try {
+        for (const auto* identifier :
+             {&record.firstIdentifier, &record.secondIdentifier, &record.thirdIdentifier}) {
+            Kyr::Common::Logs::ParseUuid(identifier->uuid());
+        }
+        return true;
+    } catch (const std::runtime_error&) {
+        return false;
+    }
+}
+
+}  // namespace
 
 CGetTaskStatusTask::CGetTaskStatusTask(
     MessageType messageType, boost::shared_ptr<ILogger> logger,
@@ -53,18 +72,22 @@ void CGetTaskStatusTask::Execute(const boost::shared_ptr<IMessage>& message) {
         if (!IsTrigger(message)) {
             return;
         }
-        const auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
         // This may release the receiver that called, and with it `message`: not to be used below.
-        Install(message);
+        const auto request = Prepare(message);
         channel_->Send(request);
     });
 }
 
 // Apart, so that what it needs is not on the stack while the next exchange runs.
-void CGetTaskStatusTask::Install(const boost::shared_ptr<IMessage>& message) {
-    channel_->SetBufferReceiver(boost::make_shared<BufferReceiver>(
-        message, logger_, publisher_, instanceUuidProvider_, messageFactory_, productId_,
-        shared_from_this(), clock_));
+std::vector<unsigned char> CGetTaskStatusTask::Prepare(const boost::shared_ptr<IMessage>& message) {
+    const auto receiver =
+        boost::make_shared<BufferReceiver>(message, logger_, publisher_, instanceUuidProvider_,
+                                           messageFactory_, productId_, shared_from_this(), clock_);
+    // Before the next is asked for: what an attempt before this one has left.
+    receiver->PublishKept();
+    auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
+    channel_->SetBufferReceiver(receiver);
+    return request;
 }
 
 CGetTaskStatusTask::BufferReceiver::BufferReceiver(
@@ -96,17 +119,36 @@ bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char
     const auto message = messageFactory_->CreateGetTaskStatusResponse();
     auto& response = dynamic_cast<CGetTaskStatusResponse&>(*message);
     response.Deserialize(reply);
-    const auto records = response.GetRecords();
-    for (const CTaskStatusRecord& record : records) {
-        // A record names its identifiers as the event does: the message's third one second.
-        publisher_->Publish(
-            MakeTaskEvent(TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier,
-                                          record.secondIdentifier},
-                          {record.status, record.code, record.severity, record.description},
-                          {instanceUuidProvider_->GetInstanceUUID(), clock_, productId_}));
+    auto records = response.GetRecords();
+    for (CTaskStatusRecord& record : records) {
+        if (NamesATask(record)) {
+            task_->kept_.push_back(std::move(record));
+        } else {
+            // Fails, and would each time: kept, it would stand before all that come after it.
+            publisher_->Publish(EventOf(record));
+        }
+    }
+    PublishKept();
+    return !records.empty();
+}
+
+void CGetTaskStatusTask::BufferReceiver::PublishKept() const {
+    auto& kept = task_->kept_;
+    while (!kept.empty()) {
+        publisher_->Publish(EventOf(kept.front()));
+        // At once: whatever fails from here on, the outcome has been told.
+        kept.erase(kept.begin());
         logger_->GetLog(0) << "Task status received";
     }
-    return !records.empty();
+}
+
+boost::shared_ptr<CEventLog> CGetTaskStatusTask::BufferReceiver::EventOf(
+    const CTaskStatusRecord& record) const {
+    // A record names its identifiers as the event does: the message's third one second.
+    return MakeTaskEvent(
+        TaskIdentifiers{record.firstIdentifier, record.thirdIdentifier, record.secondIdentifier},
+        {record.status, record.code, record.severity, record.description},
+        {instanceUuidProvider_->GetInstanceUUID(), clock_, productId_});
 }
 
 }  // namespace Kyr::Connectors::Common::Tasks

@@ -4,7 +4,9 @@
 // One exchange fetches one outcome; while there is one, the receiver runs the task again, inside
 // its own call, until a reply without payload ends the chain. Each further outcome therefore takes
 // stack; docs/threading.md tells how much.
-// Threads: the task thread only; keeps nothing between two messages.
+// The product forgets an outcome with handing it out. One that then could not be published is kept,
+// for as long as the task lives, and published before the next is asked for.
+// Threads: the task thread only.
 // Ownership: the task must be owned by a boost::shared_ptr, which its receivers share.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.
@@ -22,6 +24,8 @@
 #include "connector/MessageTask.h"
 #include "connector/channel/IChannel.h"
 #include "connector/channel/IChannelMessageFactory.h"
+#include "connector/channel/Responses.h"
+#include "logs/EventLog.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 
@@ -48,7 +52,9 @@ class CGetTaskStatusTask : public CMessageTask,
 
   private:
     bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) const;
-    void Install(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message);
+    /// Publishes what is kept, installs a receiver and returns the request.
+    std::vector<unsigned char> Prepare(
+        const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message);
 
     const boost::shared_ptr<ILogger> logger_;
     const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
@@ -57,6 +63,7 @@ class CGetTaskStatusTask : public CMessageTask,
     const boost::shared_ptr<IChannel> channel_;
     const std::uint64_t productId_;
     const boost::shared_ptr<Base::IClock> clock_;
+    std::vector<CTaskStatusRecord> kept_;  // read and not published yet, in the product's order
 };
 
 /// Publishes the outcome in one task-status reply, then asks for the next.
@@ -76,9 +83,15 @@ class CGetTaskStatusTask::BufferReceiver : public IBufferReceiver {
     /// The receiver may have been destroyed when this returns.
     void OnBufferReceived(const std::vector<unsigned char>& reply) override;
 
+    /// Publishes the outcomes that the task keeps. Those that were published when something throws
+    /// are kept no longer.
+    void PublishKept() const;
+
   private:
     /// Whether there was an outcome.
     bool Publish(const std::vector<unsigned char>& reply) const;
+    boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> EventOf(
+        const CTaskStatusRecord& record) const;
 
     const boost::shared_ptr<Kyr::Common::Kernel::IMessage> message_;
     const boost::shared_ptr<ILogger> logger_;

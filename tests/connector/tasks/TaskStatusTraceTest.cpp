@@ -4,6 +4,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <boost/thread/exceptions.hpp>
+
 #include "connector/tasks/GetTaskStatusTask.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
 #include "tests/connector/tasks/TaskOutcomeReply.h"
@@ -117,6 +119,82 @@ TEST_F(TaskStatusTraceTest, ProductThatFailsEndsTheChainAndTheRetryAsksForTheNex
                                    "SetBufferReceiver", "Send",                        //
                                    "SetBufferReceiver", "Send", "publish 40", "line",  //
                                    "SetBufferReceiver", "Send"));
+}
+
+// The product has forgotten an outcome that it has handed out.
+
+TEST_F(TaskStatusTraceTest, OutcomeThatWasNotPublishedIsPublishedBeforeTheNextRequest) {
+    outcomes = {OutcomeReply(0), OutcomeReply(7)};
+    refusals = 1;
+    EXPECT_EQ(RetryText(), "bus is down");
+    Run();
+    EXPECT_THAT(trace, ElementsAre("SetBufferReceiver", "Send", "publish 20",          //
+                                   "publish 20", "line",                               //
+                                   "SetBufferReceiver", "Send", "publish 40", "line",  //
+                                   "SetBufferReceiver", "Send"));
+    EXPECT_EQ(publisher->messages.size(), 2u);
+    EXPECT_THAT(Lines(), ElementsAre("0 Task status received", "0 Task status received"));
+}
+
+TEST_F(TaskStatusTraceTest, NothingIsAskedForWhileAnOutcomeCannotBePublished) {
+    outcomes = {OutcomeReply(0), OutcomeReply(7)};
+    refusals = 3;
+    EXPECT_EQ(RetryText(), "bus is down");
+    EXPECT_EQ(RetryText(), "bus is down");
+    EXPECT_EQ(RetryText(), "bus is down");
+    EXPECT_THAT(trace,
+                ElementsAre("SetBufferReceiver", "Send", "publish 20", "publish 20", "publish 20"));
+    EXPECT_EQ(outcomes.size(), 1u);
+}
+
+TEST_F(TaskStatusTraceTest, KeptOutcomeIsPublishedOnce) {
+    outcomes = {OutcomeReply(0)};
+    refusals = 1;
+    EXPECT_EQ(RetryText(), "bus is down");
+    Run();
+    Run();
+    EXPECT_EQ(publisher->messages.size(), 1u);
+}
+
+TEST_F(TaskStatusTraceTest, KeptOutcomeIsTheProductsUnchanged) {
+    outcomes = {OutcomeReply(7)};
+    refusals = 1;
+    EXPECT_EQ(RetryText(), "bus is down");
+    Run();
+    const auto symbols = Published<CEventLog>(0)->GetSymbols();
+    EXPECT_EQ(symbols->GetUuid(2842).uuid(), "11111111-1111-1111-1111-111111111111");
+    EXPECT_EQ(symbols->GetUuid(2844).uuid(), "22222222-2222-2222-2222-222222222222");
+    EXPECT_EQ(symbols->GetUuid(2846).uuid(), "33333333-3333-3333-3333-333333333333");
+    EXPECT_EQ(symbols->GetInt64(2850), 40);
+    EXPECT_EQ(symbols->GetString(2913), "Task failed");
+}
+
+TEST_F(TaskStatusTraceTest, OutcomeIsKeptWhileTheInstanceIsNoUuid) {
+    outcomes = {OutcomeReply(7)};
+    instance->uuid = "not yet";
+    EXPECT_EQ(RetryText(), "invalid uuid string");
+    EXPECT_EQ(RetryText(), "invalid uuid string");
+    instance->uuid = "12345678-9abc-def0-1234-56789abcdef0";
+    Run();
+    EXPECT_EQ(publisher->messages.size(), 1u);
+}
+
+TEST_F(TaskStatusTraceTest, TriggerOfAnotherKindPublishesNothingThatWasKept) {
+    outcomes = {OutcomeReply(7)};
+    refusals = 1;
+    EXPECT_EQ(RetryText(), "bus is down");
+    task->Execute(TriggerOf(0));
+    EXPECT_TRUE(publisher->messages.empty());
+}
+
+TEST_F(TaskStatusTraceTest, OutcomeIsKeptWhenItsPublisherIsInterrupted) {
+    outcomes = {OutcomeReply(7)};
+    const auto bus = publisher->onPublish;
+    publisher->onPublish = [](const auto&) { throw boost::thread_interrupted(); };
+    EXPECT_THROW(Run(), boost::thread_interrupted);
+    publisher->onPublish = bus;
+    Run();
+    EXPECT_EQ(publisher->messages.size(), 1u);
 }
 
 }  // namespace
