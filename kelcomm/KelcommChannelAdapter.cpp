@@ -60,8 +60,8 @@ std::vector<unsigned char> CKelcommChannelAdapter::Exchange(
     requestBuffer.Append(request.data(), request.size());
     KelcommChannelBuffer replyBuffer;
     SendRequest(requestBuffer, replyBuffer);
-    // Neither buffer's spare room lives on in the reply: a receiver may send, and its receiver,
-    // too, and every reply is held until the whole chain has ended.
+    // Neither buffer's spare room lives on in the reply: a receiver may send, and what it sends is
+    // answered while this reply is still held.
     std::vector<unsigned char> reply = replyBuffer.TakeBytes();
     if (reply.size() <= reply.capacity() / 2) {
         reply.shrink_to_fit();

@@ -56,6 +56,18 @@ CGetTaskStatusTask::CGetTaskStatusTask(
 
 CGetTaskStatusTask::~CGetTaskStatusTask() = default;
 
+/// Marks the task as running, until the run has ended or an exception has ended it.
+class CGetTaskStatusTask::CRun {
+  public:
+    explicit CRun(CGetTaskStatusTask& task) : task_(task) { task_.running_ = true; }
+    ~CRun() { task_.running_ = false; }
+    CRun(const CRun&) = delete;
+    CRun& operator=(const CRun&) = delete;
+
+  private:
+    CGetTaskStatusTask& task_;
+};
+
 bool CGetTaskStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) const {
     switch (GetMessageType()) {
         case MessageType::OvAgentRequest:
@@ -68,26 +80,29 @@ bool CGetTaskStatusTask::IsTrigger(const boost::shared_ptr<IMessage>& message) c
 }
 
 void CGetTaskStatusTask::Execute(const boost::shared_ptr<IMessage>& message) {
-    WithCountedRetry([&] {
+    next_ = message;
+    if (running_) {
+        return;  // a receiver asks for the next outcome: the loop below goes on
+    }
+    const auto self = weak_from_this().lock();  // its receivers may be all that owns it
+    const CRun run(*this);
+    WithCountedRetry([this] { Run(); });
+}
+
+void CGetTaskStatusTask::Run() {
+    while (const boost::shared_ptr<IMessage> message = std::exchange(next_, {})) {
         if (!IsTrigger(message)) {
             return;
         }
-        // This may release the receiver that called, and with it `message`: not to be used below.
-        const auto request = Prepare(message);
+        const auto receiver = boost::make_shared<BufferReceiver>(
+            message, logger_, publisher_, instanceUuidProvider_, messageFactory_, productId_,
+            shared_from_this(), clock_);
+        // Before the next is asked for: what an attempt before this one has left.
+        receiver->PublishKept();
+        const auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
+        channel_->SetBufferReceiver(receiver);
         channel_->Send(request);
-    });
-}
-
-// Apart, so that what it needs is not on the stack while the next exchange runs.
-std::vector<unsigned char> CGetTaskStatusTask::Prepare(const boost::shared_ptr<IMessage>& message) {
-    const auto receiver =
-        boost::make_shared<BufferReceiver>(message, logger_, publisher_, instanceUuidProvider_,
-                                           messageFactory_, productId_, shared_from_this(), clock_);
-    // Before the next is asked for: what an attempt before this one has left.
-    receiver->PublishKept();
-    auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
-    channel_->SetBufferReceiver(receiver);
-    return request;
+    }
 }
 
 CGetTaskStatusTask::BufferReceiver::BufferReceiver(
@@ -109,12 +124,11 @@ CGetTaskStatusTask::BufferReceiver::~BufferReceiver() = default;
 
 void CGetTaskStatusTask::BufferReceiver::OnBufferReceived(const std::vector<unsigned char>& reply) {
     if (Publish(reply)) {
-        // The last action: the nested exchange installs its own receiver, which releases this one.
+        // The last action: the next exchange installs its own receiver, which releases this one.
         task_->Execute(message_);
     }
 }
 
-// Apart, so that what it needs is not on the stack while the next exchange runs.
 bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char>& reply) const {
     const auto message = messageFactory_->CreateGetTaskStatusResponse();
     auto& response = dynamic_cast<CGetTaskStatusResponse&>(*message);

@@ -1,9 +1,10 @@
 // Fetches the outcomes of the tasks that the product has finished and publishes an event log for
 // each.
 //
-// One exchange fetches one outcome; while there is one, the receiver runs the task again, inside
-// its own call, until a reply without payload ends the chain. Each further outcome therefore takes
-// stack; docs/threading.md tells how much.
+// One exchange fetches one outcome; while there is one, the receiver runs the task again, until a
+// reply without payload ends the chain. A run that is asked for inside another one begins when the
+// exchange of that one has ended: a chain of any length takes the stack and the memory of one
+// exchange.
 // The product forgets an outcome with handing it out. One that then could not be published is kept,
 // for as long as the task lives, and published before the next is asked for.
 // Threads: the task thread only.
@@ -47,14 +48,16 @@ class CGetTaskStatusTask : public CMessageTask,
                        boost::shared_ptr<Base::IClock> clock = Base::SystemClock());
     ~CGetTaskStatusTask() override;
 
-    /// `message` is not used once the receiver is installed: it may belong to the receiver before.
+    /// Inside a run of the task, which its receivers are: only notes `message` for the next
+    /// exchange.
     void Execute(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) override;
 
   private:
+    class CRun;
+
     bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) const;
-    /// Publishes what is kept, installs a receiver and returns the request.
-    std::vector<unsigned char> Prepare(
-        const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message);
+    /// Exchanges, each with a receiver of its own, as long as there is a next message.
+    void Run();
 
     const boost::shared_ptr<ILogger> logger_;
     const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
@@ -63,6 +66,8 @@ class CGetTaskStatusTask : public CMessageTask,
     const boost::shared_ptr<IChannel> channel_;
     const std::uint64_t productId_;
     const boost::shared_ptr<Base::IClock> clock_;
+    bool running_ = false;
+    boost::shared_ptr<Kyr::Common::Kernel::IMessage> next_;  // what the next exchange answers
     std::vector<CTaskStatusRecord> kept_;  // read and not published yet, in the product's order
 };
 
