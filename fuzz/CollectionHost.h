@@ -3,6 +3,7 @@
 // Threads: one. What does not add up ends the process: that is a finding.
 #pragma once
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -32,6 +33,15 @@ bool Receive(Receiver& receiver, const std::uint8_t* data, std::size_t size) {
         Require(error.what() == std::string("KelcommChannelBuffer: Buffer is not full enough"));
         return false;
     }
+}
+
+/// How many lines say that a payload ends early.
+inline std::size_t EarlyEnds(const Kyr::Test::CCapturingLogger& logger) {
+    const std::vector<std::string> lines = logger.Capture().Lines();
+    return static_cast<std::size_t>(
+        std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find(": payload ends early, ") != std::string::npos;
+        }));
 }
 
 }  // namespace Kyr::Fuzz

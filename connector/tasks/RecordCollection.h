@@ -10,17 +10,36 @@
 
 #include "connector/ILogger.h"
 #include "connector/channel/ChannelMessage.h"
+#include "host/proto/ov_agent.pb.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 
+inline int CountRecords(const GetEcsLogsResponse& response) {
+    return response.logs_size();
+}
+inline int CountRecords(const GetEcsTelemetryEventsResponse& response) {
+    return response.telemetrylogs_size();
+}
+inline int CountRecords(const GetRemediationActionsResponse& response) {
+    return response.actions_size();
+}
+
 /// Reads `reply` into `message`, a new response of the class `Response`, and returns the protobuf
 /// message in it: empty when the reply has no payload. Throws std::runtime_error for a short reply.
+/// Of a payload that ends early what could be read is returned, with a line that begins with
+/// `task`.
 template <typename Response>
 auto ReadRecords(const boost::shared_ptr<Common::IChannelMessage>& message,
-                 const std::vector<unsigned char>& reply) {
+                 const std::vector<unsigned char>& reply, const char* task,
+                 Common::ILogger& logger) {
     auto& response = dynamic_cast<Response&>(*message);
     response.Deserialize(reply);
-    return response.GetResponse();
+    const auto records = response.GetResponse();
+    if (response.EndsEarly()) {
+        logger.GetLog(3) << task << ": payload ends early, " << CountRecords(*records)
+                         << " records read";
+    }
+    return records;
 }
 
 /// What a task writes when it has nothing to pass on.

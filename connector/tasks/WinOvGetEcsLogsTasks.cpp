@@ -26,6 +26,7 @@ struct EcsIndicatorLogs {
     using StoreMessage = DataMiners::CDataMinerStoreEcsIndicatorLogs;
 
     static constexpr std::int32_t kRequestType = Triggers::kEcsIndicatorLogs;
+    static constexpr char kTask[] = "CWinOvGetEcsIndicatorLogsTask";
     static constexpr char kOffsetKey[] = "XDR_OFFSET";
     static constexpr char kPublishing[] = "Publishing ECS indicator logs";
     static constexpr RefusalTexts kRefusals = {
@@ -47,6 +48,7 @@ struct EcsTelemetryLogs {
     using StoreMessage = DataMiners::CDataMinerStoreEcsTelemetryLogs;
 
     static constexpr std::int32_t kRequestType = Triggers::kEcsTelemetryLogs;
+    static constexpr char kTask[] = "CWinOvGetEcsTelemetryLogsTask";
     static constexpr char kOffsetKey[] = "XDR_TELEMETRY_OFFSET";
     static constexpr char kPublishing[] = "Publishing ECS telemetry logs";
     static constexpr RefusalTexts kRefusals = {
@@ -115,8 +117,8 @@ CEcsLogsTask<Kind>::BufferReceiver::~BufferReceiver() = default;
 
 template <typename Kind>
 void CEcsLogsTask<Kind>::BufferReceiver::OnBufferReceived(const std::vector<unsigned char>& reply) {
-    const auto response =
-        ReadRecords<typename Kind::Response>(Kind::CreateResponse(*messageFactory_), reply);
+    const auto response = ReadRecords<typename Kind::Response>(
+        Kind::CreateResponse(*messageFactory_), reply, Kind::kTask, *logger_);
     if (!IsServed(response, Kind::kRefusals, *logger_)) {
         return;
     }

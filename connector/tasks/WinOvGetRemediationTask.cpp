@@ -95,8 +95,9 @@ CWinOvGetRemediationTask::BufferReceiver::~BufferReceiver() = default;
 
 void CWinOvGetRemediationTask::BufferReceiver::OnBufferReceived(
     const std::vector<unsigned char>& reply) {
-    const auto records = ReadRecords<CGetOvRemediationResponse>(
-        messageFactory_->CreateGetOvRemediationResponse(), reply);
+    const auto records =
+        ReadRecords<CGetOvRemediationResponse>(messageFactory_->CreateGetOvRemediationResponse(),
+                                               reply, "CWinOvGetRemediationTask", *logger_);
     if (!IsServed(records, kRefusals, *logger_)) {
         return;
     }

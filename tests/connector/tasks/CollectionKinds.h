@@ -23,6 +23,7 @@ struct IndicatorLogs {
     static constexpr char kKey[] = "XDR_OFFSET";
     static constexpr char kRequest[] = "0C 00 00 00 00 06 00 01 00 00 10 00";
     static constexpr char kOneRecord[] = "0A 01 61";
+    static constexpr char kName[] = "CWinOvGetEcsIndicatorLogsTask";
     static constexpr char kPublish[] = "publish DataMinerStoreEcsIndicatorLogs";
     static constexpr char kEmpty[] =
         "1 Empty indicator logs response received from OVANTA Connector";
@@ -38,6 +39,7 @@ struct TelemetryLogs {
     static constexpr char kKey[] = "XDR_TELEMETRY_OFFSET";
     static constexpr char kRequest[] = "0C 00 00 00 00 06 00 01 02 00 10 00";
     static constexpr char kOneRecord[] = "0A 01 61";
+    static constexpr char kName[] = "CWinOvGetEcsTelemetryLogsTask";
     static constexpr char kPublish[] = "publish DataMinerStoreEcsTelemetryLogs";
     static constexpr char kEmpty[] =
         "1 Empty telemetry logs response received from OVANTA Connector";
@@ -52,6 +54,7 @@ struct RemediationActions {
     static constexpr char kKey[] = "OV_REMEDIATION_OFFSET";
     static constexpr char kRequest[] = "0C 00 00 00 00 06 00 01 01 00 10 00";
     static constexpr char kOneRecord[] = "0A 02 08 03";
+    static constexpr char kName[] = "CWinOvGetRemediationTask";
     static constexpr char kEmpty[] = "1 Empty response received from OV Connector";
     static constexpr char kError[] =
         "3 Failed to get remediation data from OV Connector with code: ";

@@ -1,4 +1,5 @@
 // What all three collection tasks do alike: they are one design, so that every test runs for each.
+#include <algorithm>
 #include <stdexcept>
 
 #include <boost/thread/exceptions.hpp>
@@ -16,8 +17,34 @@ using Kyr::Test::HexBytes;
 using testing::ElementsAre;
 using testing::IsEmpty;
 
+std::string Repeated(const std::string& hex, int times) {
+    std::string all;
+    for (int count = 0; count < times; ++count) {
+        all += hex + " ";
+    }
+    return all;
+}
+
 template <typename Kind>
-class CollectionTasksTest : public CollectionKindFixture<Kind> {};
+class CollectionTasksTest : public CollectionKindFixture<Kind> {
+  protected:
+    /// How many lines say that a payload ends early.
+    std::ptrdiff_t EarlyEnds() const {
+        const auto lines = this->Lines();
+        return std::count_if(lines.begin(), lines.end(), [](const std::string& line) {
+            return line.find("payload ends early") != std::string::npos;
+        });
+    }
+    std::string FirstLine() const {
+        const auto lines = this->Lines();
+        return lines.empty() ? "there is no line" : lines.front();
+    }
+    /// The line that says so.
+    static std::string EarlyEnd(const std::string& records) {
+        return std::string("3 ") + Kind::kName + ": payload ends early, " + records +
+               " records read";
+    }
+};
 
 using Kinds = testing::Types<IndicatorLogs, TelemetryLogs, RemediationActions>;
 TYPED_TEST_SUITE(CollectionTasksTest, Kinds, CollectionNames);
@@ -146,6 +173,53 @@ TYPED_TEST(CollectionTasksTest, ResultCodeIsUnsignedAndUngrouped) {
     this->ProductAnswers(this->Reply("10 FF FF FF FF 0F"));
     this->Execute();
     EXPECT_THAT(this->Lines(), ElementsAre(std::string(TypeParam::kError) + "4294967295"));
+}
+
+TYPED_TEST(CollectionTasksTest, PayloadThatEndsEarlySaysSoInOneLineBeforeTheOthers) {
+    // One whole record, then one of five bytes that has two.
+    this->ProductAnswers(this->Reply(TypeParam::kOneRecord + std::string("0A 05 08 03")));
+    this->Execute();
+    EXPECT_EQ(this->FirstLine(), this->EarlyEnd("2"));
+    EXPECT_EQ(this->EarlyEnds(), 1);
+    EXPECT_EQ(this->Offset(), "2");
+}
+
+TYPED_TEST(CollectionTasksTest, EveryCutOfABatchSaysSoButBetweenTheRecords) {
+    // 40 bytes: records of 10, 20 and 6 bytes, and a result code of 0 in four bytes.
+    const std::string batch = "0A 08" + Repeated("08 03", 4) + "0A 12" + Repeated("08 03", 9) +
+                              "0A 04" + Repeated("08 03", 2) + "10 80 80 00";
+    for (std::size_t size = 1; size <= 40; ++size) {
+        const auto before = this->EarlyEnds();
+        auto payload = HexBytes(batch);
+        ASSERT_EQ(payload.size(), 40u);
+        payload.resize(size);
+        this->ProductAnswers(this->ReplyWith(payload));
+        this->Execute();
+        const bool whole = size == 10 || size == 30 || size == 36 || size == 40;
+        EXPECT_EQ(this->EarlyEnds() - before, whole ? 0 : 1) << size;
+    }
+}
+
+TYPED_TEST(CollectionTasksTest, RefusedReplyThatEndsEarlySaysBoth) {
+    this->ProductAnswers(this->Reply("10 07  0A 05 08"));
+    this->Execute();
+    EXPECT_THAT(this->Lines(),
+                ElementsAre(this->EarlyEnd("1"), std::string(TypeParam::kError) + "7"));
+}
+
+TYPED_TEST(CollectionTasksTest, PayloadThatIsNoProtobufDoesNotEndEarly) {
+    for (const char* payload : {"07", "FF", "0F 0A 05 61", "0A 00 00"}) {
+        this->ProductAnswers(this->Reply(payload));
+        this->Execute();
+    }
+    EXPECT_EQ(this->EarlyEnds(), 0);
+}
+
+TYPED_TEST(CollectionTasksTest, NumberOfRecordsReadIsUngrouped) {
+    const Kyr::Test::CGroupingLocale grouping;
+    this->ProductAnswers(this->Reply(Repeated(TypeParam::kOneRecord, 1234) + "0A"));
+    this->Execute();
+    EXPECT_EQ(this->FirstLine(), this->EarlyEnd("1235"));  // with the one that is just begun
 }
 
 TYPED_TEST(CollectionTasksTest, ShortReplyIsACountedRetry) {

@@ -116,6 +116,26 @@ TEST(OvMessagesTest, PayloadThatDoesNotParseIsNoError) {
     EXPECT_EQ(response.GetResponse()->logs_size(), 0);
 }
 
+TEST(OvMessagesTest, PayloadThatEndsEarlyIsTold) {
+    CGetEcsIndicatorLogsResponse response;
+    EXPECT_FALSE(response.EndsEarly());
+    response.Deserialize(Payload("0A 01 61  0A 05 62"));
+    EXPECT_TRUE(response.EndsEarly());
+    response.Deserialize(EmptyReply());
+    EXPECT_TRUE(response.EndsEarly());  // of the message that it still has
+    response.Deserialize(Payload("0A 01 61"));
+    EXPECT_FALSE(response.EndsEarly());
+}
+
+TEST(OvMessagesTest, DamagedPayloadDoesNotEndEarly) {
+    CGetOvRemediationResponse response;
+    response.Deserialize(Payload("0A 02 08 03  07"));
+    EXPECT_EQ(response.GetResponse()->actions_size(), 1);
+    EXPECT_FALSE(response.EndsEarly());
+    response.Deserialize(Payload("0A 02 08 83"));  // an action with a number without an end
+    EXPECT_FALSE(response.EndsEarly());
+}
+
 TEST(OvMessagesTest, RecordsEndBeforeWhatFollowsATextThatIsNotUtf8) {
     CGetEcsIndicatorLogsResponse response;
     response.Deserialize(Payload("0A 01 61  0A 02 C3 28  0A 01 62  10 07"));
