@@ -4,8 +4,6 @@
 #include <string>
 #include <utility>
 
-#include <boost/algorithm/string/classification.hpp>
-#include <boost/algorithm/string/split.hpp>
 #include <boost/locale/encoding_utf.hpp>
 
 #include "host/Catalogue.h"
@@ -17,6 +15,9 @@ namespace Kyr::Connectors::Common::Kelcomm::Messages {
 namespace Outcome = Kyr::Common::Catalogue::Task;
 
 namespace {
+
+/// In the user data of a task: those of its message.
+constexpr std::size_t kIdentifiers = 3;
 
 /// UTF-16 units up to a zero or the reply's end, as UTF-8. An odd last byte is no unit.
 std::string ReadUserData(CReplyReader& reader) {
@@ -33,8 +34,14 @@ std::string ReadUserData(CReplyReader& reader) {
 
 std::vector<std::string> SplitUserData(const std::string& userData) {
     std::vector<std::string> parts;
-    boost::algorithm::split(parts, userData, boost::algorithm::is_any_of(";, "));
-    if (parts.size() != 3) {
+    std::size_t begin = 0;
+    // Not beyond the fourth, which is one too many: each takes many times what its separator does.
+    while (begin != std::string::npos && parts.size() <= kIdentifiers) {
+        const std::size_t end = userData.find_first_of(";, ", begin);
+        parts.push_back(userData.substr(begin, end - begin));
+        begin = end == std::string::npos ? end : end + 1;
+    }
+    if (parts.size() != kIdentifiers) {
         // The spelling is the product family's own; log readers match on it.
         throw std::runtime_error("Task log: Log record has badly formated uuids in user data");
     }
