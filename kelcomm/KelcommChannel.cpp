@@ -148,7 +148,10 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
     // Each turn sends the whole request: with more room for the reply, or to the other client.
     // Neither client nor product keeps a reply that did not fit.
     for (;; CheckCapacity(capacity)) {
-        reply.Resize(capacity);
+        // A buffer that grows begins anew: nobody reads what a reply that did not fit has left.
+        if (reply.GetSize() != capacity) {
+            reply.Renew(capacity);
+        }
         std::uint32_t replyLength = 0;
         {
             // One exchange at a time, whose end may be far away. Between the turns, and while the

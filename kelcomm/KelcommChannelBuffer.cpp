@@ -21,6 +21,14 @@ void KelcommChannelBuffer::Resize(std::size_t length) {
     bytes_.resize(length);
 }
 
+void KelcommChannelBuffer::Renew(std::size_t length) {
+    bytes_.clear();
+    if (length > bytes_.capacity()) {
+        std::vector<unsigned char>().swap(bytes_);
+    }
+    bytes_.resize(length);
+}
+
 void KelcommChannelBuffer::Read(void* destination, std::size_t length) {
     if (length > GetRemaining()) {
         throw std::runtime_error("KelcommChannelBuffer: Buffer is not full enough");

@@ -23,6 +23,9 @@ class KelcommChannelBuffer {
     void Append(const void* bytes, std::size_t length);
     /// New bytes are zero. The read position stays, even behind the new end: nothing remains then.
     void Resize(std::size_t length);
+    /// Holds `length` zeros in place of what it held. When they need more room the old one is gone
+    /// before: the buffer never takes more than one of the two sizes.
+    void Renew(std::size_t length);
     /// Copies the next `length` bytes and moves the read position past them. Throws
     /// std::runtime_error "KelcommChannelBuffer: Buffer is not full enough" when fewer remain;
     /// nothing is moved then.

@@ -66,6 +66,24 @@ TEST_F(KelcommChannelBufferTest, ResizeCutsAndThenNothingRemains) {
     ExpectNotFullEnough(1);
 }
 
+TEST_F(KelcommChannelBufferTest, RenewedBufferHoldsZerosOnly) {
+    Hold("FF FE");
+    buffer_.Renew(3);
+    EXPECT_EQ(buffer_.GetBytes(), HexBytes("00 00 00"));
+    Hold("FF");
+    buffer_.Renew(100000);
+    EXPECT_EQ(buffer_.GetBytes(), std::vector<unsigned char>(100000));
+}
+
+TEST_F(KelcommChannelBufferTest, RenewedBufferKeepsARoomThatIsLargeEnough) {
+    buffer_.Renew(65536);
+    EXPECT_EQ(buffer_.GetBytes().capacity(), 65536u);
+    buffer_.Renew(1);
+    EXPECT_EQ(buffer_.GetBytes().capacity(), 65536u);
+    buffer_.Renew(65537);
+    EXPECT_EQ(buffer_.GetBytes().capacity(), 65537u);
+}
+
 TEST_F(KelcommChannelBufferTest, ReadAdvancesThePosition) {
     Hold("01 02 03");
     unsigned char two[2] = {};

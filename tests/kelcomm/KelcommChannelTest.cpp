@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <future>
 #include <optional>
@@ -273,6 +274,39 @@ TEST_F(KelcommChannelTest, ReplyOf65537BytesIsAskedForAgainWithTwiceTheCapacity)
     ASSERT_EQ(Capacities(), (std::vector<std::uint32_t>{65536, 131072}));
     EXPECT_EQ(alpc_->seenRequests[1].bytes, TextBytes("again"));
     EXPECT_EQ(reply_.GetSize(), 65537u);
+}
+
+/// A product of the older port, which writes into the caller's buffer: first that it is too small,
+/// in 16 bytes, then a reply that it calls as long and of which it writes the header alone.
+class CSparingClient final : public IKelcommClient {
+  public:
+    std::uint32_t Initialize(std::uint32_t, std::uint32_t, std::uint32_t) override { return 0; }
+    std::uint32_t Uninitialize() override { return 0; }
+    std::uint32_t Close() override { return 0; }
+    std::uint32_t RequestToBuffer(std::uint32_t, std::uint32_t, const void*, std::uint32_t,
+                                  CBuffer*, std::int64_t) override {
+        return kKelcommFailure;
+    }
+    std::uint32_t Request(std::uint32_t, std::uint32_t, const void*, std::uint32_t, void* reply,
+                          std::uint32_t, std::uint32_t* replyLength, std::int64_t) override {
+        const auto bytes =
+            first_ ? KelcommReply(5, 0, HexBytes("FF FF FF FF")) : KelcommReply(0, 4);
+        first_ = false;
+        std::copy(bytes.begin(), bytes.end(), static_cast<unsigned char*>(reply));
+        *replyLength = 16;
+        return kKelcommSuccess;
+    }
+    std::uint32_t ReadBroadcast(std::uint32_t, void*, std::uint32_t) override { return 1; }
+    std::uint32_t ReadBroadcastValue(std::uint32_t, std::uint32_t*) override { return 1; }
+
+  private:
+    bool first_ = true;
+};
+
+TEST_F(KelcommChannelTest, ReplyThatDidNotFitLeavesNothingInTheNextOne) {
+    CKelcommChannel channel(std::make_unique<CSparingClient>(), nullptr);
+    channel.SendRequest(KelcommChannelBuffer(), reply_);
+    EXPECT_EQ(reply_.GetBytes(), KelcommReply(0, 4, HexBytes("00 00 00 00")));
 }
 
 TEST_F(KelcommChannelTest, CallersBufferSizeIsTheFirstCapacity) {
