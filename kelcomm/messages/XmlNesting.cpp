@@ -25,9 +25,9 @@ namespace {
 /// way the text is refused.
 class CScanner {
   public:
-    explicit CScanner(const char* text) : at_(text) {}
+    CScanner(const char* text, const XmlLimits& limits) : at_(text), limits_(limits) {}
 
-    bool NestsDeeperThan(int limit) {
+    XmlExcess Scan() {
         int depth = 0;
         while (SkipTo("<")) {
             // Too many end tags bring the depth below zero: the parser has given up at the first of
@@ -39,18 +39,24 @@ class CScanner {
             if (!(*at_ == '?' || *at_ == '!')) {
                 bool open = false;
                 if (!SkipStartTag(open)) {
-                    return false;
+                    return XmlExcess::kNone;
                 }
                 depth += open ? 1 : 0;
                 // At once: what comes behind cannot take it back.
-                if (depth > limit) {
-                    return true;
+                if (depth > limits_.depth) {
+                    return XmlExcess::kDepth;
                 }
             } else if (!SkipMarkup()) {
-                return false;
+                return XmlExcess::kNone;
+            }
+            if (elements_ > limits_.elements) {
+                return XmlExcess::kElements;
+            }
+            if (nodes_ > limits_.nodes) {
+                return XmlExcess::kNodes;
             }
         }
-        return false;
+        return XmlExcess::kNone;
     }
 
   private:
@@ -81,6 +87,7 @@ class CScanner {
             return SkipTo("?>");
         }
         if (Take("!--")) {
+            ++nodes_;
             return SkipTo("-->");
         }
         if (Take("![CDATA[")) {
@@ -113,7 +120,12 @@ class CScanner {
         // before those below.
         at_ += std::strcspn(at_, " \n\r\t/>?");
         SkipBlanks();
+        ++elements_;
+        ++nodes_;
+        const std::size_t nodesBefore = nodes_;
         while (const std::size_t name = std::strcspn(at_, " \n\r\t/<>=?!")) {
+            // Attributes have a node of their own around them.
+            nodes_ += nodes_ == nodesBefore ? 2 : 1;
             at_ += name;
             SkipBlanks();
             if (!Take("=")) {
@@ -132,12 +144,21 @@ class CScanner {
     }
 
     const char* at_;
+    const XmlLimits limits_;
+    std::size_t elements_ = 0;
+    std::size_t nodes_ = 0;
 };
 
 }  // namespace
 
+XmlExcess FindExcess(const std::string& text, const XmlLimits& limits) {
+    return CScanner(text.c_str(), limits).Scan();
+}
+
 bool NestsDeeperThan(const std::string& text, int limit) {
-    return CScanner(text.c_str()).NestsDeeperThan(limit);
+    XmlLimits limits;
+    limits.depth = limit;
+    return FindExcess(text, limits) == XmlExcess::kDepth;
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

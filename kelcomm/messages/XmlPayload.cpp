@@ -16,6 +16,13 @@ namespace PropertyTree = boost::property_tree;
 // The product's replies nest seven elements; our own limit for what a thread's stack surely bears.
 constexpr int kDeepestNesting = 256;
 
+// Our own limits, too, for what a tree of many small parts may take: an element without anything
+// makes a hundred bytes out of each of its own. Beyond the elements come their attributes and
+// comments, which take as much; the more text there is, the more of them it may have.
+constexpr std::size_t kMostElements = 250000;
+constexpr std::size_t kMostNodes = 250000;
+constexpr std::size_t kTextOfFurtherNode = 32;
+
 template <typename Number>
 Number ParseHex(const std::string& text) {
     // A stream reads as many digits as there are: what is behind them is not looked at, and without
@@ -27,13 +34,29 @@ Number ParseHex(const std::string& text) {
     return number;
 }
 
+/// The parser's own error: for whoever asked it is text that cannot be parsed.
+[[noreturn]] void Refuse(const char* why) {
+    throw PropertyTree::xml_parser_error(why, "", 0);
+}
+
+void CheckLimits(const std::string& text) {
+    switch (FindExcess(
+        text, {kDeepestNesting, kMostElements, kMostNodes + text.size() / kTextOfFurtherNode})) {
+        case XmlExcess::kDepth:
+            Refuse("elements nest too deep");
+        case XmlExcess::kElements:
+            Refuse("too many elements");
+        case XmlExcess::kNodes:
+            Refuse("too many attributes and comments");
+        case XmlExcess::kNone:
+            break;
+    }
+}
+
 }  // namespace
 
 PropertyTree::ptree ParseXml(const std::string& text) {
-    if (NestsDeeperThan(text, kDeepestNesting)) {
-        // The parser's own error: for whoever asked it is text that cannot be parsed.
-        throw PropertyTree::xml_parser_error("elements nest too deep", "", 0);
-    }
+    CheckLimits(text);
     std::istringstream stream(text);
     PropertyTree::ptree tree;
     PropertyTree::read_xml(stream, tree);

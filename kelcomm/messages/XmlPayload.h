@@ -13,8 +13,9 @@
 
 namespace Kyr::Connectors::Common::Kelcomm::Messages {
 
-/// Parses `text`; an empty text is an empty tree. Text that nests deeper than 256 elements is
-/// refused like malformed text: the parser would use up the stack.
+/// Parses `text`; an empty text is an empty tree. Text that nests deeper than 256 elements, or has
+/// more than 250,000, is refused like malformed text: the parser would use up the stack, or the
+/// memory. So is text with so many attributes and comments that they would.
 boost::property_tree::ptree ParseXml(const std::string& text);
 
 /// The text of the mandatory attribute `name`.

@@ -14,6 +14,43 @@ int Depth(const std::string& text) {
     return depth;
 }
 
+/// How many elements the scanner sees in `text`, and how many nodes of its tree.
+std::pair<std::size_t, std::size_t> Counts(const std::string& text) {
+    XmlLimits elements;
+    elements.elements = 0;
+    while (FindExcess(text, elements) == XmlExcess::kElements) {
+        ++elements.elements;
+    }
+    XmlLimits nodes;
+    nodes.nodes = 0;
+    while (FindExcess(text, nodes) == XmlExcess::kNodes) {
+        ++nodes.nodes;
+    }
+    return {elements.elements, nodes.nodes};
+}
+
+using Pair = std::pair<std::size_t, std::size_t>;
+
+TEST(XmlNestingTest, ElementsAreCountedWhereverTheyStand) {
+    EXPECT_EQ(Counts("<a><b></b><b/><c>text</c></a><a></a>"), Pair(5, 5));
+    EXPECT_EQ(Counts("<a"), Pair(0, 0));
+    EXPECT_EQ(Counts("no element"), Pair(0, 0));
+}
+
+TEST(XmlNestingTest, AttributesAreNodesWithOneAroundThem) {
+    EXPECT_EQ(Counts("<a x='1'/>"), Pair(1, 3));
+    EXPECT_EQ(Counts("<a x='1' y='<b/>' z='2'><b x='1'/></a>"), Pair(2, 8));
+}
+
+TEST(XmlNestingTest, CommentsAreNodesAndOtherMarkupIsNone) {
+    EXPECT_EQ(Counts("<?xml version='1.0'?><!DOCTYPE a><a><!--c--><![CDATA[<b/>]]><!----></a>"),
+              Pair(1, 3));
+}
+
+TEST(XmlNestingTest, EndTagsAndMarkupInsideCommentsAreNotCounted) {
+    EXPECT_EQ(Counts("<!--<a/><a/>--><b></b>"), Pair(1, 2));
+}
+
 TEST(XmlNestingTest, SiblingsDoNotNest) {
     EXPECT_EQ(Depth("<a><b></b><b/><b x='1' /></a><a></a>"), 2);
 }
