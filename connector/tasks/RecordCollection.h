@@ -26,8 +26,8 @@ inline int CountRecords(const GetRemediationActionsResponse& response) {
 
 /// Reads `reply` into `message`, a new response of the class `Response`, and returns the protobuf
 /// message in it: empty when the reply has no payload. Throws std::runtime_error for a short reply.
-/// Of a payload that ends early what could be read is returned, with a line that begins with
-/// `task`.
+/// Of a payload that ends early, or has too many records, what could be read is returned, with a
+/// line that begins with `task`.
 template <typename Response>
 auto ReadRecords(const boost::shared_ptr<Common::IChannelMessage>& message,
                  const std::vector<unsigned char>& reply, const char* task,
@@ -37,6 +37,10 @@ auto ReadRecords(const boost::shared_ptr<Common::IChannelMessage>& message,
     const auto records = response.GetResponse();
     if (response.EndsEarly()) {
         logger.GetLog(3) << task << ": payload ends early, " << CountRecords(*records)
+                         << " records read";
+    }
+    if (response.IsCut()) {
+        logger.GetLog(3) << task << ": too many records, " << CountRecords(*records)
                          << " records read";
     }
     return records;

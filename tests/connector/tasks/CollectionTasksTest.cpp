@@ -35,6 +35,14 @@ class CollectionTasksTest : public CollectionKindFixture<Kind> {
             return line.find("payload ends early") != std::string::npos;
         });
     }
+    /// A payload of so many records without bytes.
+    static std::vector<unsigned char> Empty(std::size_t records) {
+        std::vector<unsigned char> payload(2 * records);
+        for (std::size_t place = 0; place < payload.size(); place += 2) {
+            payload[place] = 0x0A;
+        }
+        return payload;
+    }
     std::string FirstLine() const {
         const auto lines = this->Lines();
         return lines.empty() ? "there is no line" : lines.front();
@@ -213,6 +221,21 @@ TYPED_TEST(CollectionTasksTest, PayloadThatIsNoProtobufDoesNotEndEarly) {
         this->Execute();
     }
     EXPECT_EQ(this->EarlyEnds(), 0);
+}
+
+TYPED_TEST(CollectionTasksTest, RecordsThatAreTooManyAreSaidInOneLine) {
+    // 2.8 million bytes: a million records and one for each eight of them are read.
+    this->ProductAnswers(this->ReplyWith(this->Empty(1400000)));
+    this->Execute();
+    EXPECT_EQ(this->FirstLine(),
+              "3 " + std::string(TypeParam::kName) + ": too many records, 1350000 records read");
+    EXPECT_EQ(this->Lines().size(), 2u);
+}
+
+TYPED_TEST(CollectionTasksTest, RecordsThatAreNotTooManySayNothing) {
+    this->ProductAnswers(this->ReplyWith(this->Empty(1333333)));
+    this->Execute();
+    EXPECT_EQ(this->Lines().size(), 1u);
 }
 
 TYPED_TEST(CollectionTasksTest, NumberOfRecordsReadIsUngrouped) {

@@ -178,6 +178,18 @@ TYPED_TEST(WinOvGetEcsLogsTasksTest, SixteenMebibytesInManyRecords) {
     EXPECT_EQ(this->Offset(), "16384");
 }
 
+TYPED_TEST(WinOvGetEcsLogsTasksTest, RecordsBeyondTooManyAreFetchedByTheNextTrigger) {
+    auto payload = HexBytes("0A 01 61");
+    for (int count = 0; count < 1400000; ++count) {
+        payload.insert(payload.end(), {0x0A, 0x00});
+    }
+    this->ProductAnswers(this->ReplyWith(payload));
+    this->Execute();
+    EXPECT_EQ(this->Published().size(), 1350000u);
+    EXPECT_EQ(this->Published()[0], "a");
+    EXPECT_EQ(this->Offset(), "1350000");
+}
+
 // Failures.
 
 TYPED_TEST(WinOvGetEcsLogsTasksTest, OffsetThatIsNoNumberAnyMoreIsLeftAsItIs) {

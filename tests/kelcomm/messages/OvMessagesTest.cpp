@@ -29,6 +29,15 @@ std::vector<unsigned char> Payload(const std::string& hex) {
     return KelcommReply(0, static_cast<std::uint32_t>(bytes.size()), bytes);
 }
 
+/// A reply with so many actions that block.
+std::vector<unsigned char> Actions(std::size_t count) {
+    std::vector<unsigned char> bytes;
+    for (std::size_t action = 0; action < count; ++action) {
+        bytes.insert(bytes.end(), {0x0A, 0x02, 0x08, 0x03});
+    }
+    return KelcommReply(0, static_cast<std::uint32_t>(bytes.size()), bytes);
+}
+
 // Requests.
 
 TEST(OvMessagesTest, OffsetZeroIsTheHeaderAlone) {
@@ -133,6 +142,19 @@ TEST(OvMessagesTest, DamagedPayloadDoesNotEndEarly) {
     EXPECT_EQ(response.GetResponse()->actions_size(), 1);
     EXPECT_FALSE(response.EndsEarly());
     response.Deserialize(Payload("0A 02 08 83"));  // an action with a number without an end
+    EXPECT_FALSE(response.EndsEarly());
+}
+
+TEST(OvMessagesTest, FieldsInsideOfActionsCountAgainstThePayload) {
+    // 600,000 actions of one field each, in 2.4 million bytes: 1.2 million of 1.3 million fields.
+    CGetOvRemediationResponse response;
+    response.Deserialize(Actions(600000));
+    EXPECT_EQ(response.GetResponse()->actions_size(), 600000);
+    EXPECT_FALSE(response.IsCut());
+    // 1.4 million fields of 1.35 million.
+    response.Deserialize(Actions(700000));
+    EXPECT_EQ(response.GetResponse()->actions_size(), 675000);
+    EXPECT_TRUE(response.IsCut());
     EXPECT_FALSE(response.EndsEarly());
 }
 
