@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <malloc.h>
 #include <new>
 
 #if defined(__SANITIZE_THREAD__)
@@ -15,6 +16,8 @@
 namespace {
 
 std::atomic<std::size_t> largest{0};
+std::atomic<std::size_t> held{0};  // now, by everybody
+std::atomic<std::size_t> most{0};  // at once, since the watch was made
 std::atomic<Kyr::Test::AllocationJudge> judge{nullptr};
 
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
@@ -26,6 +29,21 @@ thread_local unsigned untilFailure = 0;
 
 namespace {
 
+/// What an allocation really takes.
+std::size_t RoomOf(void* memory) noexcept {
+#ifdef _WIN32
+    return _msize(memory);
+#else
+    return malloc_usable_size(memory);
+#endif
+}
+
+void Raise(std::atomic<std::size_t>& limit, std::size_t value) noexcept {
+    std::size_t seen = limit.load();
+    while (seen < value && !limit.compare_exchange_weak(seen, value)) {
+    }
+}
+
 void* Allocate(std::size_t size) noexcept {
     if (untilFailure != 0 && --untilFailure == 0) {
         return nullptr;
@@ -33,10 +51,20 @@ void* Allocate(std::size_t size) noexcept {
     if (const auto asked = judge.load(std::memory_order_relaxed); asked != nullptr && !asked()) {
         return nullptr;
     }
-    std::size_t seen = largest.load();
-    while (seen < size && !largest.compare_exchange_weak(seen, size)) {
+    Raise(largest, size);
+    void* const memory = std::malloc(size == 0 ? 1 : size);
+    if (memory != nullptr) {
+        const std::size_t room = RoomOf(memory);
+        Raise(most, held.fetch_add(room) + room);
     }
-    return std::malloc(size == 0 ? 1 : size);
+    return memory;
+}
+
+void Release(void* memory) noexcept {
+    if (memory != nullptr) {
+        held -= RoomOf(memory);
+    }
+    std::free(memory);
 }
 
 void* AllocateOrThrow(std::size_t size) {
@@ -68,27 +96,27 @@ void* operator new[](std::size_t size, const std::nothrow_t& /*tag*/) noexcept {
 }
 
 void operator delete(void* memory) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete[](void* memory) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete(void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete[](void* memory, std::size_t /*size*/) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete(void* memory, const std::nothrow_t& /*tag*/) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 void operator delete[](void* memory, const std::nothrow_t& /*tag*/) noexcept {
-    std::free(memory);
+    Release(memory);
 }
 
 #endif
@@ -103,12 +131,17 @@ bool CAllocationWatch::IsPossible() {
 #endif
 }
 
-CAllocationWatch::CAllocationWatch() {
+CAllocationWatch::CAllocationWatch() : before_(held) {
     largest = 0;
+    most = before_;
 }
 
 std::size_t CAllocationWatch::Largest() const {
     return largest;
+}
+
+std::size_t CAllocationWatch::MostHeld() const {
+    return most - before_;
 }
 
 CAllocationFailure::CAllocationFailure(unsigned after) {

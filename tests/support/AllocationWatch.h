@@ -1,7 +1,8 @@
-// What a stretch of code allocates: its largest single allocation, for tests of what numbers from
-// outside make a decoder reserve; and an allocation that fails, for tests of what is left when the
-// memory runs out. A program that links it has its `operator new` replaced; ThreadSanitizer keeps
-// its own, so that tests of memory begin with `KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED`.
+// What a stretch of code allocates: its largest single allocation, and the most that it holds at
+// once, for tests of what bytes from outside make a decoder take; and an allocation that fails, for
+// tests of what is left when the memory runs out. A program that links it has its `operator new`
+// replaced; ThreadSanitizer keeps its own, so that tests of memory begin with
+// `KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED`.
 //
 // Threads: the watch sees allocations of all threads; a failure belongs to the thread that made it.
 #pragma once
@@ -26,6 +27,12 @@ class CAllocationWatch {
     CAllocationWatch();
     /// In bytes, since the watch was made.
     std::size_t Largest() const;
+    /// The most bytes that were held at once, since the watch was made, beside those before it.
+    /// Off Windows, where what one library allocates another one may free uncounted.
+    std::size_t MostHeld() const;
+
+  private:
+    const std::size_t before_;
 };
 
 /// Lets one allocation of this thread fail, while it lives: the one after `after` that work. Those

@@ -1,56 +1,8 @@
-// How much memory the status task holds at most while it turns a large reply into a log. A program
-// of its own: it counts every allocation of the process.
-#include <atomic>
-#include <cstdlib>
-#include <malloc.h>
-#include <new>
-
+// How much memory the status task holds at most while it turns a large reply into a log.
 #include "connector/tasks/GetStatusTask.h"
 #include "kelcomm/messages/XmlPayload.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
-
-namespace {
-
-std::atomic<std::size_t> held{0};
-std::atomic<std::size_t> most{0};
-
-[[gnu::noinline]] void* Allocate(std::size_t size) {
-    void* const memory = std::malloc(size);
-    if (memory == nullptr) {
-        throw std::bad_alloc();
-    }
-    const std::size_t now = held += malloc_usable_size(memory);
-    if (now > most) {
-        most = now;
-    }
-    return memory;
-}
-
-[[gnu::noinline]] void Release(void* memory) {
-    held -= malloc_usable_size(memory);
-    std::free(memory);
-}
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    return Allocate(size);
-}
-void* operator new[](std::size_t size) {
-    return Allocate(size);
-}
-void operator delete(void* memory) noexcept {
-    Release(memory);
-}
-void operator delete[](void* memory) noexcept {
-    Release(memory);
-}
-void operator delete(void* memory, std::size_t) noexcept {
-    Release(memory);
-}
-void operator delete[](void* memory, std::size_t) noexcept {
-    Release(memory);
-}
+#include "tests/support/AllocationWatch.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
@@ -69,10 +21,9 @@ class StatusMemoryTest : public CommonTaskFixture {
     /// `size`.
     template <typename Action>
     static double MultipleOf(std::size_t size, Action action) {
-        const std::size_t before = held;
-        most = before;
+        const Kyr::Test::CAllocationWatch watch;
         action();
-        return static_cast<double>(most - before) / static_cast<double>(size);
+        return static_cast<double>(watch.MostHeld()) / static_cast<double>(size);
     }
     double TaskMultiple(int records) {
         logger->Capture().SetRecording(false);
