@@ -1,5 +1,7 @@
 #include "connector/tasks/GetTaskStatusTask.h"
 
+#include <algorithm>
+#include <new>
 #include <stdexcept>
 #include <utility>
 
@@ -24,16 +26,14 @@ namespace Tfde = Kyr::Common::Message::Connectors::TFDEConnector;
 
 namespace {
 
-/// Whether an event can name the record's task: all three identifiers are UUIDs.
-bool NamesATask(const CTaskStatusRecord& record) {
-    try {
-        for (const auto* identifier :
-             {&record.firstIdentifier, &record.secondIdentifier, &record.thirdIdentifier}) {
-            Kyr::Common::Logs::ParseUuid(identifier->uuid());
-        }
-        return true;
-    } catch (const std::runtime_error&) {
-        return false;
+/// Room for a reply whose outcome can be told: its identifiers are UUIDs.
+constexpr std::size_t kRoomForReply = 4096;
+
+/// Throws what naming the record's task in an event would throw.
+void CheckIdentifiers(const CTaskStatusRecord& record) {
+    for (const auto* identifier :
+         {&record.firstIdentifier, &record.secondIdentifier, &record.thirdIdentifier}) {
+        Kyr::Common::Logs::ParseUuid(identifier->uuid());
     }
 }
 
@@ -100,8 +100,17 @@ void CGetTaskStatusTask::Run() {
         // Before the next is asked for: what an attempt before this one has left.
         receiver->PublishKept();
         const auto request = messageFactory_->CreateGetTaskStatusRequest()->Serialize();
+        kept_.reserve(kRoomForReply);
         channel_->SetBufferReceiver(receiver);
         channel_->Send(request);
+    }
+}
+
+void CGetTaskStatusTask::ForgetKept() {
+    keeps_ = false;
+    told_ = 0;
+    if (kept_.capacity() > kRoomForReply) {
+        std::vector<unsigned char>().swap(kept_);
     }
 }
 
@@ -123,36 +132,48 @@ CGetTaskStatusTask::BufferReceiver::BufferReceiver(
 CGetTaskStatusTask::BufferReceiver::~BufferReceiver() = default;
 
 void CGetTaskStatusTask::BufferReceiver::OnBufferReceived(const std::vector<unsigned char>& reply) {
-    if (Publish(reply)) {
+    // Before anything that may fail: into room that was taken before the request was sent.
+    task_->kept_ = reply;
+    task_->keeps_ = true;
+    if (PublishKept()) {
         // The last action: the next exchange installs its own receiver, which releases this one.
         task_->Execute(message_);
     }
 }
 
-bool CGetTaskStatusTask::BufferReceiver::Publish(const std::vector<unsigned char>& reply) const {
-    const auto message = messageFactory_->CreateGetTaskStatusResponse();
-    auto& response = dynamic_cast<CGetTaskStatusResponse&>(*message);
-    response.Deserialize(reply);
-    auto records = response.GetRecords();
-    for (CTaskStatusRecord& record : records) {
-        if (NamesATask(record)) {
-            task_->kept_.push_back(std::move(record));
-        } else {
-            // Fails, and would each time: kept, it would stand before all that come after it.
-            publisher_->Publish(EventOf(record));
-        }
+bool CGetTaskStatusTask::BufferReceiver::PublishKept() const {
+    if (!task_->keeps_) {
+        return false;
     }
-    PublishKept();
+    const auto records = ReadKept();
+    while (task_->told_ < records.size()) {
+        publisher_->Publish(EventOf(records[task_->told_]));
+        // At once: whatever fails from here on, this one has been told.
+        ++task_->told_;
+        logger_->GetLog(0) << "Task status received";
+    }
+    task_->ForgetKept();
     return !records.empty();
 }
 
-void CGetTaskStatusTask::BufferReceiver::PublishKept() const {
-    auto& kept = task_->kept_;
-    while (!kept.empty()) {
-        publisher_->Publish(EventOf(kept.front()));
-        // At once: whatever fails from here on, the outcome has been told.
-        kept.erase(kept.begin());
-        logger_->GetLog(0) << "Task status received";
+std::vector<CTaskStatusRecord> CGetTaskStatusTask::BufferReceiver::ReadKept() const {
+    const auto message = messageFactory_->CreateGetTaskStatusResponse();
+    auto& response = dynamic_cast<CGetTaskStatusResponse&>(*message);
+    try {
+        response.Deserialize(task_->kept_);
+        auto records = response.GetRecords();
+        std::for_each(records.begin(), records.end(), CheckIdentifiers);
+        return records;
+    } catch (const std::runtime_error&) {
+        // It would fail each time: kept, it would stand before all that come after it.
+        task_->ForgetKept();
+        throw;
+    } catch (const std::bad_alloc&) {
+        // So might one that is too large to be read at all.
+        if (task_->kept_.size() > kRoomForReply) {
+            task_->ForgetKept();
+        }
+        throw;
     }
 }
 

@@ -5,8 +5,9 @@
 // reply without payload ends the chain. A run that is asked for inside another one begins when the
 // exchange of that one has ended: a chain of any length takes the stack and the memory of one
 // exchange.
-// The product forgets an outcome with handing it out. One that then could not be published is kept,
-// for as long as the task lives, and published before the next is asked for.
+// The product forgets an outcome with handing it out. A reply whose outcome then could not be
+// published, or read for want of memory, is kept for as long as the task lives, and its outcome
+// published before the next is asked for.
 // Threads: the task thread only.
 // Ownership: the task must be owned by a boost::shared_ptr, which its receivers share.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
@@ -58,6 +59,7 @@ class CGetTaskStatusTask : public CMessageTask,
     bool IsTrigger(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message) const;
     /// Exchanges, each with a receiver of its own, as long as there is a next message.
     void Run();
+    void ForgetKept();
 
     const boost::shared_ptr<ILogger> logger_;
     const boost::shared_ptr<Kyr::Common::Module::IMessagePublisher> publisher_;
@@ -68,7 +70,9 @@ class CGetTaskStatusTask : public CMessageTask,
     const boost::shared_ptr<Base::IClock> clock_;
     bool running_ = false;
     boost::shared_ptr<Kyr::Common::Kernel::IMessage> next_;  // what the next exchange answers
-    std::vector<CTaskStatusRecord> kept_;  // read and not published yet, in the product's order
+    bool keeps_ = false;
+    std::vector<unsigned char> kept_;  // while it keeps one: the reply that is not dealt with yet
+    std::size_t told_ = 0;             // how many of its outcomes have been published
 };
 
 /// Publishes the outcome in one task-status reply, then asks for the next.
@@ -88,13 +92,12 @@ class CGetTaskStatusTask::BufferReceiver : public IBufferReceiver {
     /// The receiver may have been destroyed when this returns.
     void OnBufferReceived(const std::vector<unsigned char>& reply) override;
 
-    /// Publishes the outcomes that the task keeps. Those that were published when something throws
-    /// are kept no longer.
-    void PublishKept() const;
+    /// Publishes the outcomes in the reply that the task keeps, if any; whether there was one. What
+    /// could not be published stays kept, unless no attempt ever could.
+    bool PublishKept() const;
 
   private:
-    /// Whether there was an outcome.
-    bool Publish(const std::vector<unsigned char>& reply) const;
+    std::vector<CTaskStatusRecord> ReadKept() const;
     boost::shared_ptr<Kyr::Common::Message::Logs::CEventLog> EventOf(
         const CTaskStatusRecord& record) const;
 

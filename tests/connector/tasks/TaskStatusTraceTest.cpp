@@ -108,6 +108,15 @@ TEST_F(TaskStatusTraceTest, OutcomeOfNoTaskEndsTheChainAndTheRetryAsksForTheNext
                                    "SetBufferReceiver", "Send"));
 }
 
+TEST_F(TaskStatusTraceTest, ReplyWithoutBytesIsShortAndNotKept) {
+    outcomes = {Bytes(), OutcomeReply(7)};
+    EXPECT_EQ(RetryText(), "KelcommChannelBuffer: Buffer is not full enough");
+    Run();
+    EXPECT_THAT(trace, ElementsAre("SetBufferReceiver", "Send",                        //
+                                   "SetBufferReceiver", "Send", "publish 40", "line",  //
+                                   "SetBufferReceiver", "Send"));
+}
+
 TEST_F(TaskStatusTraceTest, ProductThatFailsEndsTheChainAndTheRetryAsksForTheNext) {
     outcomes = {OutcomeReply(0), OutcomeReply(7)};
     const auto product = channel->product;
