@@ -176,9 +176,9 @@ int main(int argc, char** argv) {
     } catch (const std::exception& problem) {
         sink(CLine("error").With("text", problem.what()));
     }
-    const Kyr::PortLayer::LiveCounters counters = Kyr::PortLayer::ReadLiveCounters();
-    if (!counters.AllZero()) {
-        sink(CLine("error").With("text", "left behind: " + counters.Text()));
+    const std::string left = Kyr::PortLayer::LiveObjects();
+    if (!left.empty()) {
+        sink(CLine("error").With("text", "left behind: " + left));
         return kLeftSomethingBehind;
     }
     if (!started) {

@@ -4,7 +4,6 @@
 #include <cstring>
 
 #include "portlayer/ClientFunctions.h"
-#include "portlayer/LayerSettings.h"
 #include "portlayer/packets/AlpcAttributes.h"
 
 namespace Kyr::PortLayer {
@@ -112,11 +111,10 @@ NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) 
     switch (result) {
         case ExchangeResult::kTimedOut:
             return kStatusTimeout;
-        // The server was gone before the request; below, with the request in its hands.
+        // The server was gone before the request, or went with the request in its hands.
         case ExchangeResult::kNotSent:
-            return kStatusPortDisconnected;
         case ExchangeResult::kLost:
-            return AlpcServerGoneStatus();
+            return kStatusPortDisconnected;
         default:
             return packet.head.kind == PacketKind::kDatagram ? kStatusSuccess
                                                              : TakeReply(call, exchange);
@@ -141,7 +139,7 @@ NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& excha
             return kStatusBufferTooSmall;
         }
         connection_->Disconnect();
-        return AlpcServerGoneStatus();
+        return kStatusPortDisconnected;
     }
     // The caller made no room for a view. It gets the reply without.
     if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
@@ -154,7 +152,7 @@ NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& excha
     if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
         ClearValid(call.receiveAttributes);
         connection_->Disconnect();
-        return AlpcServerGoneStatus();
+        return kStatusPortDisconnected;
     }
     // Fields of the header that the system fills in, whatever the server wrote there.
     ids.processId = connection_->ServerProcessId();

@@ -1,85 +1,48 @@
 #include "portlayer/core/LiveCounterCells.h"
 
 #include <array>
-#include <sstream>
 
-#include "portlayer/LayerSettings.h"
 #include "portlayer/LiveCounters.h"
 
 namespace Kyr::PortLayer {
 
-namespace Detail {
-
 namespace {
 
-// Zero-initialised before any code runs: nothing of this layer runs at load time.
-std::array<std::atomic<std::int64_t>, static_cast<std::size_t>(LiveCounter::kCount)> cells;
-std::atomic<NtApi::NtStatus> alpcServerGone{NtApi::kStatusPortDisconnected};
+// In the order of the cells.
+constexpr const char* kNames[] = {"ports",
+                                  "connections",
+                                  "events",
+                                  "threads",
+                                  "mutexes",
+                                  "sections",
+                                  "mapped views",
+                                  "port sections",
+                                  "section views",
+                                  "received views",
+                                  "unreleased messages",
+                                  "pending requests"};
+constexpr auto kCount = static_cast<std::size_t>(Detail::LiveCounter::kCount);
+static_assert(std::size(kNames) == kCount);
 
-std::int64_t Read(LiveCounter counter) {
-    return CounterCell(counter).load(std::memory_order_relaxed);
-}
+// Zero-initialised before any code runs: nothing of this layer runs at load time.
+std::array<std::atomic<std::int64_t>, kCount> cells;
 
 }  // namespace
 
-std::atomic<std::int64_t>& CounterCell(LiveCounter counter) {
+std::atomic<std::int64_t>& Detail::CounterCell(LiveCounter counter) {
     return cells[static_cast<std::size_t>(counter)];
 }
 
-}  // namespace Detail
-
-LiveCounters ReadLiveCounters() {
-    using Detail::LiveCounter;
-    using Detail::Read;
-    LiveCounters counters;
-    counters.ports = Read(LiveCounter::kPorts);
-    counters.connections = Read(LiveCounter::kConnections);
-    counters.events = Read(LiveCounter::kEvents);
-    counters.threads = Read(LiveCounter::kThreads);
-    counters.mutexes = Read(LiveCounter::kMutexes);
-    counters.sections = Read(LiveCounter::kSections);
-    counters.mappedViews = Read(LiveCounter::kMappedViews);
-    counters.portSections = Read(LiveCounter::kPortSections);
-    counters.sectionViews = Read(LiveCounter::kSectionViews);
-    counters.receivedViews = Read(LiveCounter::kReceivedViews);
-    counters.unreleasedMessages = Read(LiveCounter::kUnreleasedMessages);
-    counters.pendingRequests = Read(LiveCounter::kPendingRequests);
-    return counters;
-}
-
-bool LiveCounters::AllZero() const {
-    return Text().empty();
-}
-
-std::string LiveCounters::Text() const {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    const auto add = [&text](const char* name, std::int64_t value) {
-        if (value != 0) {
-            text << (text.tellp() > 0 ? ", " : "") << name << ' ' << value;
+std::string LiveObjects() {
+    std::string text;
+    for (std::size_t i = 0; i < kCount; ++i) {
+        const std::int64_t count = cells[i].load(std::memory_order_relaxed);
+        if (count != 0) {
+            text +=
+                (text.empty() ? "" : ", ") + std::string(kNames[i]) + ' ' + std::to_string(count);
         }
-    };
-    add("ports", ports);
-    add("connections", connections);
-    add("events", events);
-    add("threads", threads);
-    add("mutexes", mutexes);
-    add("sections", sections);
-    add("mapped views", mappedViews);
-    add("port sections", portSections);
-    add("section views", sectionViews);
-    add("received views", receivedViews);
-    add("unreleased messages", unreleasedMessages);
-    add("pending requests", pendingRequests);
-    return text.str();
-}
-
-void SetAlpcServerGoneStatus(NtApi::NtStatus status) {
-    Detail::alpcServerGone.store(status);
-}
-
-NtApi::NtStatus AlpcServerGoneStatus() {
-    return Detail::alpcServerGone.load();
+    }
+    return text;
 }
 
 }  // namespace Kyr::PortLayer

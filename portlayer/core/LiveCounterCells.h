@@ -7,18 +7,18 @@
 namespace Kyr::PortLayer::Detail {
 
 enum class LiveCounter {
-    kPorts,
-    kConnections,
-    kEvents,
+    kPorts,        // handles of connection, server and client ports
+    kConnections,  // ends of connections, sockets included
+    kEvents,       // handles, as of the next three
     kThreads,
     kMutexes,
     kSections,
-    kMappedViews,
-    kPortSections,
-    kSectionViews,
-    kReceivedViews,
-    kUnreleasedMessages,
-    kPendingRequests,
+    kMappedViews,         // of named sections
+    kPortSections,        // of advanced ports
+    kSectionViews,        // made on port sections and not released
+    kReceivedViews,       // came with a message and were not released
+    kUnreleasedMessages,  // received, and still to be sent back with the release
+    kPendingRequests,     // received and not answered
     kCount
 };
 

@@ -7,6 +7,7 @@
 
 #include "host/message/OvAgentTasks.h"
 #include "logs/OvAgentRequest.h"
+#include "portlayer/LiveCounters.h"
 #include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/time/HurryingClock.h"
 
@@ -112,7 +113,7 @@ void CEndurance::RunTasks(std::uint64_t count) {
 
 void CEndurance::ExpectNothingLeft() {
     product_.End();
-    const std::string left = PortLayer::ReadLiveCounters().Text();
+    const std::string left = PortLayer::LiveObjects();
     std::cout << "left behind: " << (left.empty() ? "nothing" : left) << '\n';
     if (!left.empty()) {
         Tell("the port layer has live objects");

@@ -5,6 +5,8 @@
 #include <malloc.h>
 #include <sstream>
 
+#include "portlayer/LiveCounters.h"
+
 namespace Kyr::Endurance {
 
 namespace {
@@ -35,9 +37,8 @@ std::uint64_t CountDescriptors() {
 std::string ProcessFigures::Held() const {
     std::ostringstream text;
     text << "descriptors " << descriptors << ", threads " << threads;
-    const std::string objects = live.Text();
-    if (!objects.empty()) {
-        text << ", " << objects;
+    if (!live.empty()) {
+        text << ", " << live;
     }
     return text.str();
 }
@@ -48,7 +49,7 @@ ProcessFigures ReadProcessFigures() {
     figures.residentKiB = StatusNumber("VmRSS");
     figures.descriptors = CountDescriptors();
     figures.threads = StatusNumber("Threads");
-    figures.live = PortLayer::ReadLiveCounters();
+    figures.live = PortLayer::LiveObjects();
     return figures;
 }
 

@@ -4,15 +4,13 @@
 #include <cstdint>
 #include <string>
 
-#include "portlayer/LiveCounters.h"
-
 namespace Kyr::Endurance {
 
 struct ProcessFigures {
     std::uint64_t residentKiB = 0;
     std::uint64_t descriptors = 0;
     std::uint64_t threads = 0;
-    PortLayer::LiveCounters live;
+    std::string live;  // of the port layer, as it tells
 
     /// All but the memory, in one line: two moments that hold the same give the same text.
     std::string Held() const;

@@ -106,6 +106,11 @@ TEST_P(AlpcConnectTest, DisconnectingEndsTheWaitAndThePort) {
     EXPECT_EQ(Ports().CloseHandle(port), 1);
 }
 
+TEST_P(AlpcConnectTest, ClientThatTheServerDropsIsDisconnected) {
+    Serve(OnRequests([](ReceivedCall& call) { call.ports.NtAlpcDisconnectPort(call.client, 0); }));
+    ExpectGivenUp();
+}
+
 TEST_P(AlpcConnectTest, ServerThatClosesEndsEveryWait) {
     Serve(Silence());
     const Handle port = Connect();

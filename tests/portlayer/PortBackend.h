@@ -14,7 +14,7 @@ namespace Kyr::Test {
 struct PortBackend {
     const char* name = "Layer";
     /// Leaves nothing behind: called before and after each test. Empty text when all is clean.
-    std::string (*liveObjects)() = [] { return PortLayer::ReadLiveCounters().Text(); };
+    std::string (*liveObjects)() = [] { return PortLayer::LiveObjects(); };
 
     // client
     decltype(&PortLayer::NtConnectPort) NtConnectPort = PortLayer::NtConnectPort;

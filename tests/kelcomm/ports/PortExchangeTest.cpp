@@ -123,7 +123,7 @@ class PortExchangeTest : public testing::Test {
         client_->Close();
         client_.reset();
         StopServer();
-        EXPECT_TRUE(Layer::ReadLiveCounters().AllZero()) << Layer::ReadLiveCounters().Text();
+        EXPECT_EQ("", Layer::LiveObjects());
         EXPECT_TRUE(directory_.IsEmpty());
     }
     void StartServer() {

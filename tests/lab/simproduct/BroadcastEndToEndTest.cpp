@@ -28,7 +28,7 @@ class BroadcastEndToEndTest : public ::testing::Test {
     ~BroadcastEndToEndTest() override {
         channel_.reset();
         product_.reset();
-        EXPECT_EQ(PortLayer::ReadLiveCounters().Text(), "");
+        EXPECT_EQ(PortLayer::LiveObjects(), "");
     }
 
     void StartProduct(const std::vector<std::string>& arguments = {}) {

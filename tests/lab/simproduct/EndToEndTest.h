@@ -20,7 +20,7 @@ class EndToEndTest : public ::testing::Test {
 
     ~EndToEndTest() override {
         actor_.reset();
-        EXPECT_EQ(PortLayer::ReadLiveCounters().Text(), "");
+        EXPECT_EQ(PortLayer::LiveObjects(), "");
     }
 
     void Run(const std::vector<std::string>& arguments = {}) {
