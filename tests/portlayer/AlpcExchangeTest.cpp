@@ -12,37 +12,36 @@ namespace {
 using namespace NtApi;
 
 class AlpcExchangeTest : public AlpcPortFixture {};
-INSTANTIATE_TEST_SUITE_P(Backends, AlpcExchangeTest, Backends(), BackendName);
 
-TEST_P(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
+TEST_F(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
     Serve(OnRequests([](ReceivedCall& call) {
         EXPECT_EQ(call.Data(), ToBytes("question"));
         EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
     }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
-    EXPECT_EQ(Ports().CloseHandle(port), 1);
+    EXPECT_EQ(CloseHandle(port), 1);
 }
 
-TEST_P(AlpcExchangeTest, LongestMessageCrossesBothWays) {
+TEST_F(AlpcExchangeTest, LongestMessageCrossesBothWays) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     const Bytes data = Pattern(0xFFEF - 24);
     EXPECT_EQ(Ask(port, data), data);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
+TEST_F(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage(Pattern(0xFFEF - 23)), reply), kStatusPortMessageTooLong);
     EXPECT_EQ(SendOneWay(port, AlpcMessage(Pattern(0xFFEF - 23))), kStatusPortMessageTooLong);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
+TEST_F(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     for (const std::uint16_t total : {23, 27, 29, 0}) {
@@ -51,32 +50,32 @@ TEST_P(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
         Bytes reply;
         EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter) << total;
     }
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
+TEST_F(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
-    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
-                                                nullptr, nullptr, nullptr, nullptr),
+    EXPECT_EQ(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr, nullptr,
+                                        nullptr, nullptr, nullptr),
               kStatusLpcReceiveBufferExpected);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
+TEST_F(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
     std::size_t length = request.size();
-    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous | kAlpcReleaseMessage,
-                                                request.data(), nullptr, request.data(), &length,
-                                                nullptr, nullptr),
-              kStatusInvalidParameter2);
-    Ports().CloseHandle(port);
+    EXPECT_EQ(
+        NtAlpcSendWaitReceivePort(port, kAlpcSynchronous | kAlpcReleaseMessage, request.data(),
+                                  nullptr, request.data(), &length, nullptr, nullptr),
+        kStatusInvalidParameter2);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
+TEST_F(AlpcExchangeTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
     Serve(OnRequests([&](ReceivedCall& call) {
         // The sender did not release it, so the continuation flag stands beside the kind.
@@ -94,10 +93,10 @@ TEST_P(AlpcExchangeTest, KindAndIdsAreTheSystems) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 2);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), 16), messageId);
     EXPECT_EQ(reply.size(), 24u);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
+TEST_F(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     std::promise<Bytes> received;
     Serve([&](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcDatagram) {
@@ -108,10 +107,10 @@ TEST_P(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     const Handle port = Connect();
     EXPECT_EQ(SendOneWay(port, AlpcMessage(ToBytes("note"))), kStatusSuccess);
     EXPECT_EQ(received.get_future().get(), ToBytes("note"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
+TEST_F(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
     std::promise<void> checked;
     Serve(OnRequests([&](ReceivedCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
@@ -121,10 +120,10 @@ TEST_P(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
+TEST_F(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
     Serve(OnRequests([](ReceivedCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
     }));
@@ -134,24 +133,24 @@ TEST_P(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
     EXPECT_EQ(Release(port, reply, nullptr), kStatusInvalidMessage);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
+TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage(Pattern(100));
     Bytes reply(60);
     std::size_t length = reply.size();
-    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
-                                                reply.data(), &length, nullptr, nullptr),
+    EXPECT_EQ(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr,
+                                        reply.data(), &length, nullptr, nullptr),
               kStatusBufferTooSmall);
     EXPECT_EQ(length, 124u);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
+TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
     const Handle server = CreatePort();
     auto connecting = std::async(std::launch::async, [this] {
         Handle port = nullptr;
@@ -161,24 +160,24 @@ TEST_P(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
     });
     Bytes message(100);
     std::size_t length = 28;
-    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(),
-                                                &length, nullptr, nullptr),
+    EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
+                                        nullptr, nullptr),
               kStatusBufferTooSmall);
     EXPECT_EQ(length, 29u);
-    EXPECT_EQ(Ports().NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(),
-                                                &length, nullptr, nullptr),
+    EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
+                                        nullptr, nullptr),
               kStatusSuccess);
     EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
     Handle accepted = nullptr;
-    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
-                                              message.data(), nullptr, 1),
+    EXPECT_EQ(NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
+                                      message.data(), nullptr, 1),
               kStatusSuccess);
     for (const Handle handle : {connecting.get(), accepted, server}) {
-        Ports().CloseHandle(handle);
+        CloseHandle(handle);
     }
 }
 
-TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
+TEST_F(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     std::promise<void> timedOut;
     auto waitForTimeOut = timedOut.get_future().share();
     Serve(OnRequests([&](ReceivedCall& call) {
@@ -196,10 +195,10 @@ TEST_P(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     ASSERT_EQ(Exchange(port, AlpcMessage(ToBytes("next")), reply), kStatusSuccess);
     EXPECT_EQ(AlpcData(reply.data()), ToBytes("next"));
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
+TEST_F(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     std::int64_t timeout = Within(std::chrono::seconds(60));
@@ -207,17 +206,17 @@ TEST_P(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
     EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("x")), reply, nullptr, nullptr, &timeout),
               kStatusSuccess);
     EXPECT_EQ(AlpcData(reply.data()), ToBytes("x"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
+TEST_F(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
     Serve(OnRequests(Echo), 3);
     const Handle port = Connect();
     AskOnThreads(port, 6, 150);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
+TEST_F(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
     Serve([](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcRequest && call.Data() != ToBytes("forget me")) {
             call.Reply(call.Data());
@@ -238,7 +237,7 @@ TEST_P(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
         EXPECT_EQ(Ask(port, data), data);
     }
     impatient.join();
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
 }  // namespace

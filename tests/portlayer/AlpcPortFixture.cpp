@@ -8,23 +8,22 @@ using namespace NtApi;
 
 }  // namespace
 
-CAttributes::CAttributes(const PortBackend& ports) : ports_(ports) {
+CAttributes::CAttributes() {
     constexpr std::uint32_t kBoth = kAlpcMessageViewAttribute | kAlpcMessageContextAttribute;
     std::size_t size = 0;
-    EXPECT_EQ(ports.AlpcInitializeMessageAttribute(kBoth, nullptr, 0, &size),
-              kStatusBufferTooSmall);
+    EXPECT_EQ(AlpcInitializeMessageAttribute(kBoth, nullptr, 0, &size), kStatusBufferTooSmall);
     buffer_.resize((size + 7) / 8);
-    EXPECT_EQ(ports.AlpcInitializeMessageAttribute(kBoth, Get(), size, &size), kStatusSuccess);
+    EXPECT_EQ(AlpcInitializeMessageAttribute(kBoth, Get(), size, &size), kStatusSuccess);
 }
 
 AlpcDataViewAttr& CAttributes::View() {
     return *static_cast<AlpcDataViewAttr*>(
-        ports_.AlpcGetMessageAttribute(Get(), kAlpcMessageViewAttribute));
+        AlpcGetMessageAttribute(Get(), kAlpcMessageViewAttribute));
 }
 
 AlpcContextAttr& CAttributes::Context() {
     return *static_cast<AlpcContextAttr*>(
-        ports_.AlpcGetMessageAttribute(Get(), kAlpcMessageContextAttribute));
+        AlpcGetMessageAttribute(Get(), kAlpcMessageContextAttribute));
 }
 
 void CAttributes::SetView(const AlpcDataViewAttr& view) {
@@ -39,52 +38,42 @@ NtStatus ReceivedCall::Reply(const Bytes& data) {
 NtStatus ReceivedCall::Reply(const Bytes& data, std::uint32_t flags, CAttributes* sent) {
     Bytes reply = AlpcMessage(data);
     std::memcpy(reply.data() + 8, message.data() + 8, 16);
-    return ports.NtAlpcSendWaitReceivePort(port, flags, reply.data(),
-                                           sent != nullptr ? sent->Get() : nullptr, nullptr,
-                                           nullptr, nullptr, nullptr);
+    return NtAlpcSendWaitReceivePort(port, flags, reply.data(),
+                                     sent != nullptr ? sent->Get() : nullptr, nullptr, nullptr,
+                                     nullptr, nullptr);
 }
 
 NtStatus ReceivedCall::ReplyWithView(const Bytes& data, const Bytes& viewBytes) {
-    AlpcDataViewAttr view = MakeSectionView(ports, client, viewBytes);
+    AlpcDataViewAttr view = MakeView(client, viewBytes);
     view.Flags = kAlpcViewSecured | kAlpcViewAutoRelease;
-    CAttributes sent(ports);
+    CAttributes sent;
     sent.SetView(view);
     const NtStatus status = Reply(data, kAlpcReleaseMessage, &sent);
     if (status != kStatusSuccess) {
-        ports.NtAlpcDeleteSectionView(client, 0, view.ViewBase);
+        NtAlpcDeleteSectionView(client, 0, view.ViewBase);
     }
-    EXPECT_EQ(ports.NtAlpcDeletePortSection(client, 0, view.SectionHandle), kStatusSuccess);
+    EXPECT_EQ(NtAlpcDeletePortSection(client, 0, view.SectionHandle), kStatusSuccess);
     return status;
 }
 
-AlpcDataViewAttr MakeSectionView(const PortBackend& ports, Handle port, const Bytes& bytes) {
+AlpcDataViewAttr MakeView(Handle port, const Bytes& bytes) {
     AlpcDataViewAttr view = {};
     std::size_t actualSize = 0;
-    EXPECT_EQ(ports.NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, bytes.size(),
-                                            &view.SectionHandle, &actualSize),
+    EXPECT_EQ(NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, bytes.size(),
+                                      &view.SectionHandle, &actualSize),
               kStatusSuccess);
     EXPECT_GE(actualSize, bytes.size());
     view.ViewSize = bytes.size();
-    EXPECT_EQ(ports.NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
+    EXPECT_EQ(NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
     std::memcpy(view.ViewBase, bytes.data(), bytes.size());
     return view;
 }
 
-AlpcDataViewAttr AlpcPortFixture::MakeView(Handle port, const Bytes& bytes) {
-    return MakeSectionView(Ports(), port, bytes);
-}
-
-void AlpcPortFixture::TearDown() {
-    StopServer();
-    PortFixture::TearDown();
-}
-
 Handle AlpcPortFixture::CreatePort(std::size_t maxMessage) {
-    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
     AlpcPortAttributes portAttributes = {};
     portAttributes.MaxMessageLength = maxMessage;
     Handle port = nullptr;
-    EXPECT_EQ(Ports().NtAlpcCreatePort(&port, &attributes, &portAttributes), kStatusSuccess);
+    EXPECT_EQ(NtAlpcCreatePort(&port, Attributes(), &portAttributes), kStatusSuccess);
     return port;
 }
 
@@ -100,25 +89,24 @@ void AlpcPortFixture::StopServer() {
     if (servers_.empty()) {
         return;
     }
-    EXPECT_EQ(Ports().NtClose(serverPort_), kStatusSuccess);
+    EXPECT_EQ(NtClose(serverPort_), kStatusSuccess);
     for (std::thread& server : servers_) {
         server.join();
     }
     servers_.clear();
     for (const Handle client : clients_) {
-        Ports().NtClose(client);
+        NtClose(client);
     }
     clients_.clear();
 }
 
 void AlpcPortFixture::Run() {
     Bytes message(kAlpcMaxMessage);
-    CAttributes attributes(Ports());
+    CAttributes attributes;
     for (;;) {
         std::size_t length = message.size();
-        if (Ports().NtAlpcSendWaitReceivePort(serverPort_, 0, nullptr, nullptr, message.data(),
-                                              &length, attributes.Get(),
-                                              nullptr) != kStatusSuccess) {
+        if (NtAlpcSendWaitReceivePort(serverPort_, 0, nullptr, nullptr, message.data(), &length,
+                                      attributes.Get(), nullptr) != kStatusSuccess) {
             return;
         }
         if (Kind(message.data()) == kLpcConnectionRequest) {
@@ -127,7 +115,7 @@ void AlpcPortFixture::Run() {
         }
         const auto number = reinterpret_cast<std::uintptr_t>(attributes.Context().PortContext);
         std::unique_lock<std::mutex> lock(mutex_);
-        ReceivedCall call{Ports(), serverPort_, clients_.at(number - 1), message, attributes};
+        ReceivedCall call{serverPort_, clients_.at(number - 1), message, attributes};
         lock.unlock();
         handler_(call);
     }
@@ -137,8 +125,8 @@ void AlpcPortFixture::Accept(Bytes& message) {
     const std::lock_guard<std::mutex> lock(mutex_);
     Handle client = nullptr;
     auto* const number = reinterpret_cast<void*>(clients_.size() + 1);
-    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&client, serverPort_, 0, nullptr, nullptr, number,
-                                              message.data(), nullptr, 1),
+    EXPECT_EQ(NtAlpcAcceptConnectPort(&client, serverPort_, 0, nullptr, nullptr, number,
+                                      message.data(), nullptr, 1),
               kStatusSuccess);
     clients_.push_back(client);
 }
@@ -148,10 +136,9 @@ NtStatus AlpcPortFixture::TryConnect(Handle& port, Bytes* message, std::int64_t*
     AlpcPortAttributes attributes = {};
     attributes.MaxMessageLength = maxMessage;
     std::size_t length = message != nullptr ? message->size() : 0;
-    return Ports().NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
-                                     message != nullptr ? message->data() : nullptr,
-                                     message != nullptr ? &length : nullptr, nullptr, nullptr,
-                                     timeout);
+    return NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
+                             message != nullptr ? message->data() : nullptr,
+                             message != nullptr ? &length : nullptr, nullptr, nullptr, timeout);
 }
 
 Handle AlpcPortFixture::Connect() {
@@ -164,7 +151,7 @@ NtStatus AlpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply, CAt
                                    CAttributes* received, std::int64_t* timeout) {
     reply.assign(kAlpcMaxMessage, 0xEE);
     std::size_t length = reply.size();
-    const NtStatus status = Ports().NtAlpcSendWaitReceivePort(
+    const NtStatus status = NtAlpcSendWaitReceivePort(
         port, kAlpcSynchronous, request.data(), sent != nullptr ? sent->Get() : nullptr,
         reply.data(), &length, received != nullptr ? received->Get() : nullptr, timeout);
     if (status == kStatusSuccess) {
@@ -174,9 +161,9 @@ NtStatus AlpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply, CAt
 }
 
 NtStatus AlpcPortFixture::Release(Handle port, Bytes& message, CAttributes* attributes) {
-    return Ports().NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(),
-                                             attributes != nullptr ? attributes->Get() : nullptr,
-                                             nullptr, nullptr, nullptr, nullptr);
+    return NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(),
+                                     attributes != nullptr ? attributes->Get() : nullptr, nullptr,
+                                     nullptr, nullptr, nullptr);
 }
 
 void AlpcPortFixture::ExpectGivenUp() {
@@ -184,7 +171,7 @@ void AlpcPortFixture::ExpectGivenUp() {
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
 NtStatus AlpcPortFixture::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {

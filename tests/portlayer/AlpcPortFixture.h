@@ -11,7 +11,7 @@ namespace Kyr::Test {
 /// An attribute buffer with a view and a context.
 class CAttributes {
   public:
-    explicit CAttributes(const PortBackend& ports);
+    CAttributes();
 
     NtApi::AlpcMessageAttributes* Get() {
         return reinterpret_cast<NtApi::AlpcMessageAttributes*>(buffer_.data());
@@ -22,13 +22,11 @@ class CAttributes {
     void SetView(const NtApi::AlpcDataViewAttr& view);
 
   private:
-    const PortBackend& ports_;
     std::vector<std::uint64_t> buffer_;
 };
 
 /// A message as the server's handler gets it, and what it can do with it.
 struct ReceivedCall {
-    const PortBackend& ports;
     Handle port;    // the connection port
     Handle client;  // the accepted port of the message's sender
     Bytes& message;
@@ -42,14 +40,15 @@ struct ReceivedCall {
     NtStatus ReplyWithView(const Bytes& data, const Bytes& viewBytes);
 };
 
+/// A section of the connection with a view that holds the bytes.
+NtApi::AlpcDataViewAttr MakeView(Handle port, const Bytes& bytes);
+
 class AlpcPortFixture : public ServedPortFixture<ReceivedCall> {
   protected:
-    void TearDown() override;
-
     Handle CreatePort(std::size_t maxMessage = NtApi::kAlpcMaxMessage);
     /// Creates the port and serves it with so many threads until StopServer.
     void Serve(Handler handler, int threads = 1);
-    void StopServer();
+    void StopServer() override;
 
     NtStatus TryConnect(Handle& port, Bytes* message = nullptr, std::int64_t* timeout = nullptr,
                         std::size_t maxMessage = 0xFFEF);
@@ -59,8 +58,6 @@ class AlpcPortFixture : public ServedPortFixture<ReceivedCall> {
                       CAttributes* received = nullptr, std::int64_t* timeout = nullptr);
     NtStatus Release(Handle port, Bytes& message, CAttributes* attributes);
     NtStatus TryAsk(Handle port, const Bytes& data, Bytes& answer) override;
-    /// A section of the connection with a view that holds the bytes.
-    NtApi::AlpcDataViewAttr MakeView(Handle port, const Bytes& bytes);
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp();
     NtStatus SendOneWay(Handle port, Bytes message, CAttributes* attributes = nullptr);
@@ -75,7 +72,5 @@ class AlpcPortFixture : public ServedPortFixture<ReceivedCall> {
     std::mutex mutex_;
     std::vector<Handle> clients_;  // guarded by mutex_; the context of a connection is its number
 };
-
-NtApi::AlpcDataViewAttr MakeSectionView(const PortBackend& ports, Handle port, const Bytes& bytes);
 
 }  // namespace Kyr::Test

@@ -11,7 +11,7 @@ class HostileLpcClientFixture : public LpcPortFixture {
   protected:
     void SetUp() override {
         LpcPortFixture::SetUp();
-        Serve([](CLpcCall& call) {
+        Serve([](LpcCall& call) {
             if (Kind(call.message.data()) == NtApi::kLpcRequest) {
                 call.Reply(call.Data());
             }
@@ -20,7 +20,7 @@ class HostileLpcClientFixture : public LpcPortFixture {
     void TearDown() override {
         const Handle port = Connect();
         EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
-        Ports().CloseHandle(port);
+        CloseHandle(port);
         LpcPortFixture::TearDown();
     }
 

@@ -15,11 +15,11 @@ class LpcConnectTest : public LpcPortFixture {
   protected:
     Bytes Receive(Handle port) {
         Bytes message(LpcLayout::kMaxMessage);
-        EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), nullptr),
+        EXPECT_EQ(NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), nullptr),
                   kStatusSuccess);
         return message;
     }
-    static void Ignore(CLpcCall&) {}
+    static void Ignore(LpcCall&) {}
     std::future<NtStatus> ConnectInBackground() {
         return std::async(std::launch::async, [this] {
             Handle port = nullptr;
@@ -27,29 +27,27 @@ class LpcConnectTest : public LpcPortFixture {
         });
     }
 };
-INSTANTIATE_TEST_SUITE_P(Backends, LpcConnectTest, Backends(), BackendName);
 
-TEST_P(LpcConnectTest, UnknownNameIsNotFound) {
+TEST_F(LpcConnectTest, UnknownNameIsNotFound) {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
     EXPECT_EQ(port, nullptr);
 }
 
-TEST_P(LpcConnectTest, NameEndsWithItsPort) {
+TEST_F(LpcConnectTest, NameEndsWithItsPort) {
     Serve(Ignore);
     StopServer();
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
 }
 
-TEST_P(LpcConnectTest, NameInUseCollides) {
+TEST_F(LpcConnectTest, NameInUseCollides) {
     Serve(Ignore);
-    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
     Handle second = nullptr;
-    EXPECT_EQ(Ports().NtCreatePort(&second, &attributes, 0, 100, 0), kStatusObjectNameCollision);
+    EXPECT_EQ(NtCreatePort(&second, Attributes(), 0, 100, 0), kStatusObjectNameCollision);
 }
 
-TEST_P(LpcConnectTest, NameLeftByADeadProcessIsTakenOver) {
+TEST_F(LpcConnectTest, NameLeftByADeadProcessIsTakenOver) {
     CChildProcess child([this](CChildProcess& self) {
         CreatePort();
         self.Ready();
@@ -60,53 +58,51 @@ TEST_P(LpcConnectTest, NameLeftByADeadProcessIsTakenOver) {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
     Serve(Ignore);
-    EXPECT_EQ(Ports().CloseHandle(Connect()), 1);
+    EXPECT_EQ(CloseHandle(Connect()), 1);
 }
 
-TEST_P(LpcConnectTest, LettersOfEitherCaseAreOneName) {
+TEST_F(LpcConnectTest, LettersOfEitherCaseAreOneName) {
     Serve(Ignore);
     UnicodeString name;
-    Ports().RtlInitUnicodeString(&name, u"\\basenamedobjects\\CONTRACTPORT");
+    RtlInitUnicodeString(&name, u"\\basenamedobjects\\CONTRACTPORT");
     Handle port = nullptr;
-    EXPECT_EQ(
-        Ports().NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-        kStatusSuccess);
-    Ports().CloseHandle(port);
+    EXPECT_EQ(NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              kStatusSuccess);
+    CloseHandle(port);
 }
 
-TEST_P(LpcConnectTest, PortsLongestMessageIsToldAndBoundsTheClient) {
+TEST_F(LpcConnectTest, PortsLongestMessageIsToldAndBoundsTheClient) {
     const Handle server = CreatePort(100);
-    auto connecting = std::async(std::launch::async, [this] {
+    auto connecting = std::async(std::launch::async, [] {
         Handle port = nullptr;
         std::uint32_t longest = 0;
-        EXPECT_EQ(Ports().NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, &longest, nullptr,
-                                        nullptr),
-                  kStatusSuccess);
+        EXPECT_EQ(
+            NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, &longest, nullptr, nullptr),
+            kStatusSuccess);
         EXPECT_EQ(longest, 100u);
         return port;
     });
     Bytes message = Receive(server);
     Handle accepted = nullptr;
-    Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
-    Ports().NtCompleteConnectPort(accepted);
+    NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+    NtCompleteConnectPort(accepted);
     const Handle port = connecting.get();
     Bytes request = LpcMessage(Pattern(100 - LpcLayout::kHeaderSize + 1));
-    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
+    EXPECT_EQ(NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
     for (const Handle handle : {port, accepted, server}) {
-        Ports().CloseHandle(handle);
+        CloseHandle(handle);
     }
 }
 
-TEST_P(LpcConnectTest, PortLimitsBeyondTheSystemsAreInvalid) {
-    ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
+TEST_F(LpcConnectTest, PortLimitsBeyondTheSystemsAreInvalid) {
     Handle port = nullptr;
-    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 0, LpcLayout::kMaxMessage + 1, 0),
+    EXPECT_EQ(NtCreatePort(&port, Attributes(), 0, LpcLayout::kMaxMessage + 1, 0),
               kStatusInvalidParameter4);
-    EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, LpcLayout::kMaxMessage, 100, 0),
+    EXPECT_EQ(NtCreatePort(&port, Attributes(), LpcLayout::kMaxMessage, 100, 0),
               kStatusInvalidParameter3);
 }
 
-TEST_P(LpcConnectTest, InformationCrossesBothWays) {
+TEST_F(LpcConnectTest, InformationCrossesBothWays) {
     const Handle server = CreatePort();
     auto connecting = std::async(std::launch::async, [this] {
         Bytes information = ToBytes("KelComm ");
@@ -120,15 +116,15 @@ TEST_P(LpcConnectTest, InformationCrossesBothWays) {
     EXPECT_EQ(LpcData(message.data()), ToBytes("KelComm "));
     std::memcpy(message.data() + LpcLayout::kHeaderSize, "from him", 8);
     Handle accepted = nullptr;
-    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
+    EXPECT_EQ(NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
               kStatusSuccess);
-    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusSuccess);
+    EXPECT_EQ(NtCompleteConnectPort(accepted), kStatusSuccess);
     for (const Handle handle : {connecting.get(), accepted, server}) {
-        Ports().CloseHandle(handle);
+        CloseHandle(handle);
     }
 }
 
-TEST_P(LpcConnectTest, ClientWaitsForTheCompletion) {
+TEST_F(LpcConnectTest, ClientWaitsForTheCompletion) {
     const Handle server = CreatePort();
     std::atomic<bool> completed{false};
     auto connecting = std::async(std::launch::async, [&] {
@@ -137,43 +133,43 @@ TEST_P(LpcConnectTest, ClientWaitsForTheCompletion) {
         return port;
     });
     Bytes message(LpcLayout::kMaxMessage);
-    EXPECT_EQ(Ports().NtListenPort(server, message.data()), kStatusSuccess);
+    EXPECT_EQ(NtListenPort(server, message.data()), kStatusSuccess);
     Handle accepted = nullptr;
-    Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+    NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
     completed = true;
-    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusSuccess);
-    EXPECT_EQ(Ports().NtCompleteConnectPort(accepted), kStatusPortDisconnected);
+    EXPECT_EQ(NtCompleteConnectPort(accepted), kStatusSuccess);
+    EXPECT_EQ(NtCompleteConnectPort(accepted), kStatusPortDisconnected);
     for (const Handle handle : {connecting.get(), accepted, server}) {
-        Ports().CloseHandle(handle);
+        CloseHandle(handle);
     }
 }
 
-TEST_P(LpcConnectTest, RefusedClientIsTold) {
+TEST_F(LpcConnectTest, RefusedClientIsTold) {
     const Handle server = CreatePort();
     auto connecting = ConnectInBackground();
     Bytes message = Receive(server);
     Handle accepted = server;
-    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 0, nullptr, nullptr),
+    EXPECT_EQ(NtAcceptConnectPort(&accepted, nullptr, message.data(), 0, nullptr, nullptr),
               kStatusSuccess);
     EXPECT_EQ(accepted, nullptr);
     EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
-    EXPECT_EQ(Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
+    EXPECT_EQ(NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr),
               kStatusReplyMessageMismatch);
-    Ports().CloseHandle(server);
+    CloseHandle(server);
 }
 
-TEST_P(LpcConnectTest, ServerThatClosesItsPortRefusesWaitingClients) {
+TEST_F(LpcConnectTest, ServerThatClosesItsPortRefusesWaitingClients) {
     const Handle server = CreatePort();
     auto connecting = ConnectInBackground();
     Receive(server);
-    Ports().CloseHandle(server);
+    CloseHandle(server);
     EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
 }
 
-TEST_P(LpcConnectTest, ContextTellsTheClientsApart) {
+TEST_F(LpcConnectTest, ContextTellsTheClientsApart) {
     std::vector<std::uintptr_t> contexts;
-    Serve(OnRequests([&](CLpcCall& call) {
+    Serve(OnRequests([&](LpcCall& call) {
         contexts.push_back(reinterpret_cast<std::uintptr_t>(call.context));
         call.Reply({});
     }));
@@ -181,24 +177,24 @@ TEST_P(LpcConnectTest, ContextTellsTheClientsApart) {
     const Handle second = Connect();
     Ask(second, {});
     Ask(first, {});
-    Ports().CloseHandle(first);
-    Ports().CloseHandle(second);
+    CloseHandle(first);
+    CloseHandle(second);
     StopServer();
     EXPECT_EQ(contexts, (std::vector<std::uintptr_t>{2, 1}));
 }
 
-TEST_P(LpcConnectTest, ServerHearsOfAClientThatCloses) {
+TEST_F(LpcConnectTest, ServerHearsOfAClientThatCloses) {
     std::promise<std::uintptr_t> closed;
-    Serve([&](CLpcCall& call) {
+    Serve([&](LpcCall& call) {
         if (Kind(call.message.data()) == kLpcPortClosed) {
             closed.set_value(reinterpret_cast<std::uintptr_t>(call.context));
         }
     });
-    Ports().CloseHandle(Connect());
+    CloseHandle(Connect());
     EXPECT_EQ(closed.get_future().get(), 1u);
 }
 
-TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
+TEST_F(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
     std::promise<void> asked;
     std::promise<NtStatus> replied;
     Bytes request;
@@ -207,12 +203,12 @@ TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
         const Handle port = Connect();
         Ask(port, ToBytes("last words"));
     });
-    Serve([&](CLpcCall& call) {
+    Serve([&](LpcCall& call) {
         if (Kind(call.message.data()) == kLpcRequest) {
             request = call.message;
             asked.set_value();
         } else if (Kind(call.message.data()) == kLpcPortClosed) {
-            CLpcCall open(call.Ports(), call.Port(), request, nullptr);
+            LpcCall open{call.port, request, nullptr};
             replied.set_value(open.Reply({}));
         }
     });
@@ -222,7 +218,7 @@ TEST_P(LpcConnectTest, ClientThatDiesInMidRequestLeavesAMismatch) {
     EXPECT_EQ(replied.get_future().get(), kStatusReplyMessageMismatch);
 }
 
-TEST_P(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
+TEST_F(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
     Serve(Silence());
     const Handle port = Connect();
     auto asking = AskInVain(port);
@@ -231,18 +227,18 @@ TEST_P(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
     Bytes message = LpcMessage({});
-    EXPECT_EQ(Ports().NtRequestPort(port, message.data()), kStatusPortDisconnected);
-    Ports().CloseHandle(port);
+    EXPECT_EQ(NtRequestPort(port, message.data()), kStatusPortDisconnected);
+    CloseHandle(port);
 }
 
-TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
+TEST_F(LpcConnectTest, KilledServerLosesTheReply) {
     CChildProcess server([this](CChildProcess& self) {
         const Handle port = CreatePort();
         self.Ready();
         Bytes message = Receive(port);
         Handle accepted = nullptr;
-        Ports().NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
-        Ports().NtCompleteConnectPort(accepted);
+        NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
+        NtCompleteConnectPort(accepted);
         Receive(port);
         self.KillSelf();
     });
@@ -251,39 +247,39 @@ TEST_P(LpcConnectTest, KilledServerLosesTheReply) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusLpcReplyLost);
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     server.Kill();
     ForgetName();
 }
 
-TEST_P(LpcConnectTest, ClosingTheClientsHandleEndsItsWait) {
+TEST_F(LpcConnectTest, ClosingTheClientsHandleEndsItsWait) {
     Serve(Silence());
     const Handle port = Connect();
     auto asking = AskInVain(port);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     EXPECT_EQ(asking.get(), kStatusLpcReplyLost);
 }
 
-TEST_P(LpcConnectTest, ReceiveTimesOut) {
+TEST_F(LpcConnectTest, ReceiveTimesOut) {
     const Handle server = CreatePort();
     Bytes message(LpcLayout::kMaxMessage);
     std::int64_t timeout = Within(std::chrono::milliseconds(2));
-    EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
+    EXPECT_EQ(NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
               kStatusTimeout);
     timeout = 0;
-    EXPECT_EQ(Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
+    EXPECT_EQ(NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), &timeout),
               kStatusTimeout);
-    Ports().CloseHandle(server);
+    CloseHandle(server);
 }
 
-TEST_P(LpcConnectTest, ClosingTheServersHandleEndsItsWait) {
+TEST_F(LpcConnectTest, ClosingTheServersHandleEndsItsWait) {
     const Handle server = CreatePort();
     auto waiting = std::async(std::launch::async, [&] {
         Bytes message(LpcLayout::kMaxMessage);
-        return Ports().NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), nullptr);
+        return NtReplyWaitReceivePortEx(server, nullptr, nullptr, message.data(), nullptr);
     });
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    Ports().CloseHandle(server);
+    CloseHandle(server);
     const NtStatus status = waiting.get();
     EXPECT_TRUE(status == kStatusPortClosed || status == kStatusInvalidHandle) << status;
 }

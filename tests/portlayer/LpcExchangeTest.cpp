@@ -11,59 +11,58 @@ namespace {
 using namespace NtApi;
 
 class LpcExchangeTest : public LpcPortFixture {};
-INSTANTIATE_TEST_SUITE_P(Backends, LpcExchangeTest, Backends(), BackendName);
 
-TEST_P(LpcExchangeTest, RequestIsAnsweredWithTheServersData) {
-    Serve(OnRequests([](CLpcCall& call) {
+TEST_F(LpcExchangeTest, RequestIsAnsweredWithTheServersData) {
+    Serve(OnRequests([](LpcCall& call) {
         EXPECT_EQ(call.Data(), ToBytes("question"));
         EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
     }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
-    EXPECT_EQ(Ports().CloseHandle(port), 1);
+    EXPECT_EQ(CloseHandle(port), 1);
 }
 
-TEST_P(LpcExchangeTest, EmptyMessagesCross) {
+TEST_F(LpcExchangeTest, EmptyMessagesCross) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), Bytes());
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, LongestMessageCrossesBothWays) {
+TEST_F(LpcExchangeTest, LongestMessageCrossesBothWays) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     const Bytes data = Pattern(LpcLayout::kMaxMessage - LpcLayout::kHeaderSize);
     EXPECT_EQ(Ask(port, data), data);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
+TEST_F(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = LpcMessage({});
     Put(request.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
     Bytes reply;
     EXPECT_EQ(Exchange(port, request, reply), kStatusPortMessageTooLong);
-    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
+    EXPECT_EQ(NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
+TEST_F(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = LpcMessage(ToBytes("abcd"));
     Put<std::uint16_t>(request.data(), 0, 5);
     Bytes reply;
     EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter);
-    EXPECT_EQ(Ports().NtRequestPort(port, request.data()), kStatusInvalidParameter);
-    Ports().CloseHandle(port);
+    EXPECT_EQ(NtRequestPort(port, request.data()), kStatusInvalidParameter);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
+TEST_F(LpcExchangeTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
-    Serve(OnRequests([&](CLpcCall& call) {
+    Serve(OnRequests([&](LpcCall& call) {
         EXPECT_EQ(GetWord(call.message.data(), LpcLayout::kProcessId), CurrentProcessId());
         EXPECT_NE(GetWord(call.message.data(), LpcLayout::kThreadId), 0u);
         messageId = Get<std::uint32_t>(call.message.data(), LpcLayout::kMessageId);
@@ -79,21 +78,21 @@ TEST_P(LpcExchangeTest, KindAndIdsAreTheSystems) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), kLpcReply);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), LpcLayout::kMessageId), messageId);
     EXPECT_EQ(GetWord(reply.data(), LpcLayout::kProcessId), CurrentProcessId());
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
+TEST_F(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes buffer = LpcMessage(ToBytes("both"));
-    EXPECT_EQ(Ports().NtRequestWaitReplyPort(port, buffer.data(), buffer.data()), kStatusSuccess);
+    EXPECT_EQ(NtRequestWaitReplyPort(port, buffer.data(), buffer.data()), kStatusSuccess);
     EXPECT_EQ(LpcData(buffer.data()), ToBytes("both"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
+TEST_F(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     Bytes received;
-    Serve([&](CLpcCall& call) {
+    Serve([&](LpcCall& call) {
         if (Kind(call.message.data()) == kLpcDatagram) {
             received = call.Data();
             EXPECT_EQ(call.Reply({}), kStatusReplyMessageMismatch);
@@ -103,16 +102,16 @@ TEST_P(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     });
     const Handle port = Connect();
     Bytes message = LpcMessage(ToBytes("note"));
-    EXPECT_EQ(Ports().NtRequestPort(port, message.data()), kStatusSuccess);
+    EXPECT_EQ(NtRequestPort(port, message.data()), kStatusSuccess);
     Ask(port, {});
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     StopServer();
     EXPECT_EQ(received, ToBytes("note"));
 }
 
-TEST_P(LpcExchangeTest, SecondReplyIsAMismatch) {
+TEST_F(LpcExchangeTest, SecondReplyIsAMismatch) {
     std::promise<void> checked;
-    Serve(OnRequests([&](CLpcCall& call) {
+    Serve(OnRequests([&](LpcCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
         EXPECT_EQ(call.Reply(ToBytes("second")), kStatusReplyMessageMismatch);
         checked.set_value();
@@ -120,14 +119,14 @@ TEST_P(LpcExchangeTest, SecondReplyIsAMismatch) {
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
-    Serve(OnRequests([](CLpcCall& call) {
+TEST_F(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
+    Serve(OnRequests([](LpcCall& call) {
         Bytes foreign = call.message;
         PutWord(foreign.data(), LpcLayout::kThreadId, 1);
-        CLpcCall other(call.Ports(), call.Port(), foreign, nullptr);
+        LpcCall other{call.port, foreign, nullptr};
         EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
         Put<std::uint32_t>(foreign.data(), LpcLayout::kMessageId, 0x7FFFFFFF);
         EXPECT_EQ(other.Reply({}), kStatusReplyMessageMismatch);
@@ -135,49 +134,49 @@ TEST_P(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
     }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("right"));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
-    Serve(OnRequests([](CLpcCall& call) {
+TEST_F(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
+    Serve(OnRequests([](LpcCall& call) {
         Bytes reply = call.message;
         Put(reply.data(), 2, static_cast<std::uint16_t>(LpcLayout::kMaxMessage + 1));
-        EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusPortMessageTooLong);
+        EXPECT_EQ(NtReplyPort(call.port, reply.data()), kStatusPortMessageTooLong);
         Put(reply.data(), 2, static_cast<std::uint16_t>(LpcLayout::kHeaderSize));
         Put<std::uint16_t>(reply.data(), 0, 1);
-        EXPECT_EQ(call.Ports().NtReplyPort(call.Port(), reply.data()), kStatusInvalidParameter);
+        EXPECT_EQ(NtReplyPort(call.port, reply.data()), kStatusInvalidParameter);
         EXPECT_EQ(call.Reply({}), kStatusSuccess);
     }));
     const Handle port = Connect();
     Ask(port, {});
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
+TEST_F(LpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     AskOnThreads(port, 4, 200);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
+TEST_F(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
     Serve(OnRequests(Echo));
     const Handle closed = Connect();
-    Ports().CloseHandle(closed);
-    const Handle event = Ports().CreateEventW(nullptr, 1, 0, nullptr);
+    CloseHandle(closed);
+    const Handle event = CreateEventW(nullptr, 1, 0, nullptr);
     for (const Handle handle :
          {Handle{nullptr}, closed, event, reinterpret_cast<Handle>(0x12345)}) {
         Bytes message = LpcMessage({});
-        EXPECT_EQ(Ports().NtRequestPort(handle, message.data()), kStatusInvalidHandle);
-        EXPECT_EQ(Ports().NtRequestWaitReplyPort(handle, message.data(), message.data()),
+        EXPECT_EQ(NtRequestPort(handle, message.data()), kStatusInvalidHandle);
+        EXPECT_EQ(NtRequestWaitReplyPort(handle, message.data(), message.data()),
                   kStatusInvalidHandle);
-        EXPECT_EQ(Ports().NtReplyPort(handle, message.data()), kStatusInvalidHandle);
-        EXPECT_EQ(Ports().NtReadRequestData(handle, message.data(), 0, nullptr, 0, nullptr),
+        EXPECT_EQ(NtReplyPort(handle, message.data()), kStatusInvalidHandle);
+        EXPECT_EQ(NtReadRequestData(handle, message.data(), 0, nullptr, 0, nullptr),
                   kStatusInvalidHandle);
     }
-    EXPECT_EQ(Ports().CloseHandle(closed), 0);
-    EXPECT_EQ(Ports().NtClose(closed), kStatusInvalidHandle);
-    Ports().CloseHandle(event);
+    EXPECT_EQ(CloseHandle(closed), 0);
+    EXPECT_EQ(NtClose(closed), kStatusInvalidHandle);
+    CloseHandle(event);
 }
 
 }  // namespace

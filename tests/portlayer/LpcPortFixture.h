@@ -9,36 +9,25 @@
 namespace Kyr::Test {
 
 /// A message as the server's handler gets it, and what it can do with it.
-class CLpcCall {
-  public:
-    CLpcCall(const PortBackend& ports, Handle port, Bytes& message, void* context)
-        : message(message), context(context), ports_(ports), port_(port) {}
+struct LpcCall {
+    Handle port;
+    Bytes& message;
+    void* context;
 
-    const PortBackend& Ports() const { return ports_; }
-    Handle Port() const { return port_; }
     Bytes Data() const { return LpcData(message.data()); }
     NtStatus Reply(const Bytes& data);
     NtStatus Read(std::uint32_t entry, void* buffer, std::size_t size);
     NtStatus Write(std::uint32_t entry, const void* buffer, std::size_t size);
-
-    Bytes& message;
-    void* const context;
-
-  private:
-    const PortBackend& ports_;
-    const Handle port_;
 };
 
-class LpcPortFixture : public ServedPortFixture<CLpcCall> {
+class LpcPortFixture : public ServedPortFixture<LpcCall> {
   protected:
-    void TearDown() override;
-
     /// Creates the port without serving it.
     Handle CreatePort(std::size_t maxMessage = LpcLayout::kMaxMessage);
     /// Creates the port and serves it until StopServer: accepts clients, hands every message but
     /// connection requests to the handler.
     void Serve(Handler handler);
-    void StopServer();
+    void StopServer() override;
 
     NtStatus TryConnect(Handle& port, Bytes* information = nullptr);
     Handle Connect();

@@ -19,133 +19,132 @@ constexpr std::uint32_t kMapWrite = 2;
 
 class NamedObjectsTest : public PortFixture {
   protected:
-    Handle CreateMutex(bool owned = false) { return Ports().CreateMutexW(nullptr, owned, kMutex); }
-    Handle OpenMutex() { return Ports().OpenMutexW(kSynchronize, 0, kMutex); }
+    Handle CreateMutex(bool owned = false) { return CreateMutexW(nullptr, owned, kMutex); }
+    Handle OpenMutex() { return OpenMutexW(kSynchronize, 0, kMutex); }
     Handle CreateSection(std::uint32_t size) {
-        return Ports().CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4,
-                                          0, size, kSection);
+        return CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4, 0, size,
+                                  kSection);
     }
-    Handle OpenSection() { return Ports().OpenFileMappingW(kMapRead, 0, kSection); }
+    Handle OpenSection() { return OpenFileMappingW(kMapRead, 0, kSection); }
     std::uint8_t* Map(Handle section, std::uint32_t access) {
-        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, access, 0, 0, 0));
+        return static_cast<std::uint8_t*>(MapViewOfFile(section, access, 0, 0, 0));
     }
 };
-INSTANTIATE_TEST_SUITE_P(Backends, NamedObjectsTest, Backends(), BackendName);
 
-TEST_P(NamedObjectsTest, UnknownNamesCannotBeOpened) {
+TEST_F(NamedObjectsTest, UnknownNamesCannotBeOpened) {
     EXPECT_EQ(OpenMutex(), nullptr);
     EXPECT_EQ(OpenSection(), nullptr);
 }
 
-TEST_P(NamedObjectsTest, NameEndsWithTheLastHandle) {
+TEST_F(NamedObjectsTest, NameEndsWithTheLastHandle) {
     const Handle created = CreateMutex();
     const Handle opened = OpenMutex();
     ASSERT_NE(opened, nullptr);
-    EXPECT_EQ(Ports().CloseHandle(created), 1);
+    EXPECT_EQ(CloseHandle(created), 1);
     const Handle third = OpenMutex();
     ASSERT_NE(third, nullptr);
-    EXPECT_EQ(Ports().CloseHandle(opened), 1);
-    EXPECT_EQ(Ports().CloseHandle(third), 1);
+    EXPECT_EQ(CloseHandle(opened), 1);
+    EXPECT_EQ(CloseHandle(third), 1);
     EXPECT_EQ(OpenMutex(), nullptr);
 }
 
-TEST_P(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
+TEST_F(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
     const Handle mutex = CreateMutex(true);
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u);
-    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 2), kTimeout); }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), kTimeout); }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 0);
-    Ports().CloseHandle(mutex);
+    EXPECT_EQ(WaitForSingleObject(mutex, 0), 0u);
+    std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 2), kTimeout); }).join();
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 0), kTimeout); }).join();
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    EXPECT_EQ(ReleaseMutex(mutex), 0);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, OnlyTheOwnerReleasesAMutex) {
+TEST_F(NamedObjectsTest, OnlyTheOwnerReleasesAMutex) {
     const Handle mutex = CreateMutex(true);
-    std::thread([&] { EXPECT_EQ(Ports().ReleaseMutex(mutex), 0); }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    Ports().CloseHandle(mutex);
+    std::thread([&] { EXPECT_EQ(ReleaseMutex(mutex), 0); }).join();
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
+TEST_F(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
     const Handle mutex = CreateMutex();
-    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u); }).join();
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), 0u);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    Ports().CloseHandle(mutex);
+    std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 0), 0u); }).join();
+    EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    EXPECT_EQ(WaitForSingleObject(mutex, 5000), 0u);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
+TEST_F(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
     CChildProcess child([this](CChildProcess& self) {
         self.AwaitGo();
-        EXPECT_EQ(Ports().WaitForSingleObject(OpenMutex(), 5000), 0u);
+        EXPECT_EQ(WaitForSingleObject(OpenMutex(), 5000), 0u);
         self.Ready();
         self.WaitForEver();
     });
     const Handle mutex = CreateMutex();
     child.Go();
     child.AwaitReady();
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 2), kTimeout);
+    EXPECT_EQ(WaitForSingleObject(mutex, 2), kTimeout);
     child.Kill();
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    Ports().CloseHandle(mutex);
+    EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
+TEST_F(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
     const Handle first = CreateMutex();
     const Handle second = CreateMutex(true);
     std::thread([&] {
-        EXPECT_EQ(Ports().WaitForSingleObject(first, 0), 0u);
-        EXPECT_EQ(Ports().ReleaseMutex(first), 1);
+        EXPECT_EQ(WaitForSingleObject(first, 0), 0u);
+        EXPECT_EQ(ReleaseMutex(first), 1);
     }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(second), 0);
-    Ports().CloseHandle(first);
-    Ports().CloseHandle(second);
+    EXPECT_EQ(ReleaseMutex(second), 0);
+    CloseHandle(first);
+    CloseHandle(second);
 }
 
-TEST_P(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
+TEST_F(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
     const Handle mutex = CreateMutex();
     std::thread([&] {
         const Handle own = OpenMutex();
-        EXPECT_EQ(Ports().WaitForSingleObject(own, 0), 0u);
-        Ports().CloseHandle(own);
+        EXPECT_EQ(WaitForSingleObject(own, 0), 0u);
+        CloseHandle(own);
         // The owner's other mutexes are linked with the closed one.
-        const Handle other = Ports().CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
-        EXPECT_EQ(Ports().WaitForSingleObject(mutex, 0), 0u);
-        EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-        EXPECT_EQ(Ports().ReleaseMutex(other), 1);
-        Ports().CloseHandle(other);
+        const Handle other = CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
+        EXPECT_EQ(WaitForSingleObject(mutex, 0), 0u);
+        EXPECT_EQ(ReleaseMutex(mutex), 1);
+        EXPECT_EQ(ReleaseMutex(other), 1);
+        CloseHandle(other);
     }).join();
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    Ports().CloseHandle(mutex);
+    EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
+TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
     const Handle mutex = CreateMutex(true);
     const Handle closed = OpenMutex();
     std::promise<void> waits;
     std::thread waiting([&] {
         waits.set_value();
-        EXPECT_EQ(Ports().WaitForSingleObject(closed, 0xFFFFFFFF), 0u);
-        const Handle other = Ports().CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
-        EXPECT_EQ(Ports().ReleaseMutex(other), 1);
-        Ports().CloseHandle(other);
+        EXPECT_EQ(WaitForSingleObject(closed, 0xFFFFFFFF), 0u);
+        const Handle other = CreateMutexW(nullptr, 1, u"Global\\OtherMutex");
+        EXPECT_EQ(ReleaseMutex(other), 1);
+        CloseHandle(other);
     });
     waits.get_future().wait();
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    Ports().CloseHandle(closed);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
+    CloseHandle(closed);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
     waiting.join();
-    EXPECT_EQ(Ports().WaitForSingleObject(mutex, 5000), kAbandoned);
-    EXPECT_EQ(Ports().ReleaseMutex(mutex), 1);
-    Ports().CloseHandle(mutex);
+    EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
+    EXPECT_EQ(ReleaseMutex(mutex), 1);
+    CloseHandle(mutex);
 }
 
-TEST_P(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
+TEST_F(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
     CChildProcess child([this](CChildProcess& self) {
         CreateMutex(true);
         CreateSection(64);
@@ -158,10 +157,10 @@ TEST_P(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
     EXPECT_EQ(OpenSection(), nullptr);
 }
 
-TEST_P(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
+TEST_F(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
     CChildProcess child([this](CChildProcess& self) {
         self.AwaitGo();
-        const Handle section = Ports().OpenFileMappingW(kMapWrite | kMapRead, 0, kSection);
+        const Handle section = OpenFileMappingW(kMapWrite | kMapRead, 0, kSection);
         std::uint8_t* const view = Map(section, kMapWrite | kMapRead);
         EXPECT_EQ(view[0], 7);
         view[1] = 8;
@@ -173,30 +172,30 @@ TEST_P(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
     child.Go();
     EXPECT_EQ(child.ExitCode(), 0);
     EXPECT_EQ(view[1], 8);
-    EXPECT_EQ(Ports().UnmapViewOfFile(view), 1);
-    EXPECT_EQ(Ports().UnmapViewOfFile(view), 0);
-    Ports().CloseHandle(section);
+    EXPECT_EQ(UnmapViewOfFile(view), 1);
+    EXPECT_EQ(UnmapViewOfFile(view), 0);
+    CloseHandle(section);
 }
 
-TEST_P(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
+TEST_F(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
     const Handle section = CreateSection(100);
     const std::uint8_t* const view = Map(section, kMapRead);
-    Ports().CloseHandle(section);
+    CloseHandle(section);
     EXPECT_EQ(view[99], 0);
-    EXPECT_EQ(Ports().UnmapViewOfFile(view), 1);
+    EXPECT_EQ(UnmapViewOfFile(view), 1);
     EXPECT_EQ(OpenSection(), nullptr);
 }
 
-TEST_P(NamedObjectsTest, ReadOnlySectionCannotBeMappedForWriting) {
+TEST_F(NamedObjectsTest, ReadOnlySectionCannotBeMappedForWriting) {
     const Handle section = CreateSection(4096);
     const Handle opened = OpenSection();
     EXPECT_EQ(Map(opened, kMapWrite), nullptr);
-    EXPECT_EQ(Ports().MapViewOfFile(opened, kMapRead, 0, 0, 4097), nullptr);
+    EXPECT_EQ(MapViewOfFile(opened, kMapRead, 0, 0, 4097), nullptr);
     std::uint8_t* const view = Map(opened, kMapRead);
     EXPECT_NE(view, nullptr);
-    Ports().UnmapViewOfFile(view);
-    Ports().CloseHandle(opened);
-    Ports().CloseHandle(section);
+    UnmapViewOfFile(view);
+    CloseHandle(opened);
+    CloseHandle(section);
 }
 
 }  // namespace

@@ -24,11 +24,11 @@ void PortFixture::SetUp() {
     if (!CChildProcess::IsStartedAgain()) {
         directory_ = std::make_unique<CRunDirectory>();
     }
-    ASSERT_EQ(Ports().liveObjects(), "");
+    ASSERT_EQ(LiveObjects(), "");
 }
 
 void PortFixture::TearDown() {
-    EXPECT_EQ(Ports().liveObjects(), "");
+    EXPECT_EQ(LiveObjects(), "");
     EXPECT_TRUE(directory_->IsEmpty()) << "names left in " << directory_->Path();
 }
 
@@ -40,6 +40,12 @@ NtApi::UnicodeString* PortFixture::Name() {
     static char16_t text[] = u"\\BaseNamedObjects\\ContractPort";
     static NtApi::UnicodeString name = {sizeof text - 2, sizeof text, text};
     return &name;
+}
+
+NtApi::ObjectAttributes* PortFixture::Attributes() {
+    static NtApi::ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0,
+                                                 nullptr,           nullptr};
+    return &attributes;
 }
 
 }  // namespace Kyr::Test

@@ -7,14 +7,14 @@
 #include <memory>
 #include <string>
 
-#include "tests/portlayer/PortBackend.h"
+#include "portlayer/LiveCounters.h"
+#include "portlayer/ServerFunctions.h"
 #include "tests/support/product/PortMessages.h"
 #include "tests/support/system/RunDirectory.h"
 
 namespace Kyr::Test {
 
-using NtApi::Handle;
-using NtApi::NtStatus;
+using namespace PortLayer;
 
 Bytes ToBytes(const std::string& text);
 /// `size` bytes that differ from place to place.
@@ -23,27 +23,20 @@ Bytes Pattern(std::size_t size);
 /// A relative native time-out.
 std::int64_t Within(std::chrono::milliseconds duration);
 
-class PortFixture : public testing::TestWithParam<const PortBackend*> {
+class PortFixture : public testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
 
-    const PortBackend& Ports() const { return *GetParam(); }
     const std::string& RunDirectory() const { return directory_->Path(); }
     static NtApi::UnicodeString* Name();
+    /// To create the port of that name with.
+    static NtApi::ObjectAttributes* Attributes();
     /// Removes what a killed process left in the run directory.
     void ForgetName();
 
   private:
     std::unique_ptr<CRunDirectory> directory_;
 };
-
-/// Every back end of this build, for INSTANTIATE_TEST_SUITE_P.
-inline auto Backends() {
-    return testing::Values(&kLayerBackend);
-}
-inline std::string BackendName(const testing::TestParamInfo<const PortBackend*>& info) {
-    return info.param->name;
-}
 
 }  // namespace Kyr::Test

@@ -19,6 +19,12 @@ class ServedPortFixture : public PortFixture {
   protected:
     using Handler = std::function<void(Call&)>;
 
+    void TearDown() override {
+        StopServer();
+        PortFixture::TearDown();
+    }
+    virtual void StopServer() = 0;
+
     /// Hands requests to the handler, and ignores everything else.
     static Handler OnRequests(Handler handler) {
         return [handler](Call& call) {

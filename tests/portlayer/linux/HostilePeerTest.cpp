@@ -24,9 +24,8 @@ using namespace PortLayer::Detail;
 constexpr uid_t kNobody = 65534;
 
 class HostileLpcClientTest : public HostileLpcClientFixture {};
-INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
 
-TEST_P(HostileLpcClientTest, GarbageIsDropped) {
+TEST_F(HostileLpcClientTest, GarbageIsDropped) {
     for (const Bytes& garbage :
          {Bytes{1}, Bytes(sizeof(PacketHead)), Pattern(sizeof(PacketHead)), Pattern(70000)}) {
         CRawClient client(RunDirectory());
@@ -35,7 +34,7 @@ TEST_P(HostileLpcClientTest, GarbageIsDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
+TEST_F(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
     CRawClient client(RunDirectory());
     OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(message_.data(), LpcLayout::kHeaderSize);
@@ -43,7 +42,7 @@ TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
+TEST_F(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
     CRawClient client(RunDirectory());
     client.Handshake(PortDialect::kLpc);
     OutgoingPacket packet(PacketKind::kConnect);
@@ -52,7 +51,7 @@ TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
+TEST_F(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     for (const std::uint16_t total : {0, 39, 41, 648, 0xFFFF}) {
         CRawClient client(RunDirectory());
         client.Handshake(PortDialect::kLpc);
@@ -64,7 +63,7 @@ TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
+TEST_F(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
     std::uint8_t byte = 0;
     for (const std::uint32_t entry : {1u, 0xFFFFFFFFu}) {
         CRawClient client(RunDirectory());
@@ -78,7 +77,7 @@ TEST_P(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, EntryOfAnotherSizeIsDropped) {
+TEST_F(HostileLpcClientTest, EntryOfAnotherSizeIsDropped) {
     CRawClient client(RunDirectory());
     client.Handshake(PortDialect::kLpc);
     std::uint8_t bytes[2] = {};
@@ -118,25 +117,24 @@ class HostileAlpcClientTest : public AlpcPortFixture {
     }
     int views_ = 0;
 };
-INSTANTIATE_TEST_SUITE_P(Layer, HostileAlpcClientTest, Backends(), BackendName);
 
-TEST_P(HostileAlpcClientTest, MemoryThatCouldShrinkIsDropped) {
+TEST_F(HostileAlpcClientTest, MemoryThatCouldShrinkIsDropped) {
     ExpectDropped(Memory(65536, 0).Get(), 65536, 100);
 }
 
-TEST_P(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
+TEST_F(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
     ExpectDropped(Memory(65536, F_SEAL_SHRINK).Get(), 65537, 100);
 }
 
-TEST_P(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
+TEST_F(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
     ExpectDropped(Memory(65536, F_SEAL_SHRINK).Get(), 65536, 65537);
 }
 
-TEST_P(HostileAlpcClientTest, DescriptorThatIsNoMemoryIsDropped) {
+TEST_F(HostileAlpcClientTest, DescriptorThatIsNoMemoryIsDropped) {
     ExpectDropped(STDIN_FILENO, 65536, 100);
 }
 
-TEST_P(HostileAlpcClientTest, UnknownSlotIsDropped) {
+TEST_F(HostileAlpcClientTest, UnknownSlotIsDropped) {
     CRawClient client(RunDirectory());
     client.Handshake(PortDialect::kAlpc);
     PacketHead head = {};
@@ -152,7 +150,7 @@ TEST_P(HostileAlpcClientTest, UnknownSlotIsDropped) {
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileAlpcClientTest, OtherUsersClientIsTurnedAway) {
+TEST_F(HostileAlpcClientTest, OtherUsersClientIsTurnedAway) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
@@ -181,16 +179,15 @@ class HostileServerTest : public RawServerFixture {
         server.join();
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, HostileServerTest, Backends(), BackendName);
 
-TEST_P(HostileServerTest, GarbageEndsTheConnection) {
+TEST_F(HostileServerTest, GarbageEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         Await(socket);
         ::send(socket, "garbage", 7, MSG_NOSIGNAL);
     }));
 }
 
-TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
+TEST_F(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         OutgoingPacket packet(PacketKind::kReply);
         packet.head.exchange = Await(socket).exchange;
@@ -199,7 +196,7 @@ TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
     }));
 }
 
-TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
+TEST_F(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         const Bytes message = Message(24, {}, 30);
         OutgoingPacket packet(PacketKind::kReply);
@@ -209,7 +206,7 @@ TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
     }));
 }
 
-TEST_P(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
+TEST_F(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
     const auto reply = [this](int socket) {
         const Bytes message = Message(24, {}, 24);
         OutgoingPacket packet(PacketKind::kReply);
@@ -228,11 +225,11 @@ TEST_P(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
     EXPECT_EQ(Exchange(port, AlpcMessage({}), first), kStatusSuccess);
     EXPECT_EQ(Exchange(port, AlpcMessage({}), second), kStatusPortDisconnected);
     EXPECT_EQ(Release(port, first, nullptr), kStatusSuccess);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     server.join();
 }
 
-TEST_P(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
+TEST_F(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         const Bytes message = Message(24, {}, 24);
         OutgoingPacket packet(PacketKind::kReply);
@@ -243,7 +240,7 @@ TEST_P(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
     }));
 }
 
-TEST_P(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
+TEST_F(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
     ExpectGivenUp(RawServer([this](int socket) {
         int ends[2];
         ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
@@ -260,7 +257,7 @@ TEST_P(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
     }));
 }
 
-TEST_P(HostileServerTest, OtherUsersServerIsRefused) {
+TEST_F(HostileServerTest, OtherUsersServerIsRefused) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
@@ -287,24 +284,22 @@ TEST_P(HostileServerTest, OtherUsersServerIsRefused) {
 class RunDirectoryTest : public LpcPortFixture {
   protected:
     void ExpectRefused() {
-        ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
         Handle port = nullptr;
-        EXPECT_EQ(Ports().NtCreatePort(&port, &attributes, 0, 100, 0), kStatusAccessDenied);
+        EXPECT_EQ(NtCreatePort(&port, Attributes(), 0, 100, 0), kStatusAccessDenied);
         EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
-        EXPECT_EQ(Ports().CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
-        EXPECT_EQ(Ports().OpenMutexW(0, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(OpenMutexW(0, 0, u"Global\\M"), nullptr);
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, RunDirectoryTest, Backends(), BackendName);
 
-TEST_P(RunDirectoryTest, DirectoryOpenToOthersIsRefused) {
+TEST_F(RunDirectoryTest, DirectoryOpenToOthersIsRefused) {
     for (const mode_t mode : {0710, 0701, 0777}) {
         ASSERT_EQ(::chmod(RunDirectory().c_str(), mode), 0);
         ExpectRefused();
     }
 }
 
-TEST_P(RunDirectoryTest, DirectoryOfAnotherUserIsRefused) {
+TEST_F(RunDirectoryTest, DirectoryOfAnotherUserIsRefused) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can give a directory away";
     }
@@ -312,7 +307,7 @@ TEST_P(RunDirectoryTest, DirectoryOfAnotherUserIsRefused) {
     ExpectRefused();
 }
 
-TEST_P(RunDirectoryTest, LinkToADirectoryIsRefused) {
+TEST_F(RunDirectoryTest, LinkToADirectoryIsRefused) {
     const std::string link = RunDirectory() + "-link";
     ASSERT_EQ(::symlink(RunDirectory().c_str(), link.c_str()), 0);
     ::setenv("KELCOMM_RUNTIME_DIR", link.c_str(), 1);
@@ -320,20 +315,20 @@ TEST_P(RunDirectoryTest, LinkToADirectoryIsRefused) {
     EXPECT_EQ(::unlink(link.c_str()), 0);
 }
 
-TEST_P(RunDirectoryTest, FileThatSomebodyKeepsLockedHoldsNobodyUp) {
+TEST_F(RunDirectoryTest, FileThatSomebodyKeepsLockedHoldsNobodyUp) {
     const std::string path = RunDirectory() + "/m.mutex";
     {
         const CFileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         ASSERT_EQ(::flock(file.Get(), LOCK_EX), 0);
-        EXPECT_EQ(Ports().OpenMutexW(0, 0, u"Global\\M"), nullptr);
-        EXPECT_EQ(Ports().CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(OpenMutexW(0, 0, u"Global\\M"), nullptr);
+        EXPECT_EQ(CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
     }
-    const Handle mutex = Ports().CreateMutexW(nullptr, 0, u"Global\\M");
+    const Handle mutex = CreateMutexW(nullptr, 0, u"Global\\M");
     EXPECT_NE(mutex, nullptr);
-    Ports().CloseHandle(mutex);
+    CloseHandle(mutex);
 }
 
-TEST_P(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
+TEST_F(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
     const std::string made = RunDirectory() + "-made";
     ::setenv("KELCOMM_RUNTIME_DIR", made.c_str(), 1);
     Handle port = nullptr;
@@ -342,7 +337,7 @@ TEST_P(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
     struct stat info = {};
     EXPECT_EQ(::stat(made.c_str(), &info), 0);
     EXPECT_EQ(info.st_mode & 0777, 0700u);
-    Ports().CloseHandle(server);
+    CloseHandle(server);
     EXPECT_EQ(::rmdir(made.c_str()), 0);
 }
 

@@ -40,39 +40,38 @@ class CFileLimit {
 class NamedFilesTest : public PortFixture {
   protected:
     Handle CreateSection(std::uint32_t size) {
-        return Ports().CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4,
-                                          0, size, u"Global\\Section");
+        return CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4, 0, size,
+                                  u"Global\\Section");
     }
     std::uint8_t* Map(Handle section) {
-        return static_cast<std::uint8_t*>(Ports().MapViewOfFile(section, kFileMapWrite, 0, 0, 0));
+        return static_cast<std::uint8_t*>(MapViewOfFile(section, kFileMapWrite, 0, 0, 0));
     }
-    Handle CreateMutex() { return Ports().CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
+    Handle CreateMutex() { return CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
     std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
 };
-INSTANTIATE_TEST_SUITE_P(Backends, NamedFilesTest, Backends(), BackendName);
 
-TEST_P(NamedFilesTest, NewSectionHasItsRoomOnTheDisk) {
+TEST_F(NamedFilesTest, NewSectionHasItsRoomOnTheDisk) {
     const Handle section = CreateSection(65536);
     struct stat info = {};
     ASSERT_EQ(::stat(Path("section.section").c_str(), &info), 0);
     EXPECT_EQ(info.st_size, 65536);
     EXPECT_GE(info.st_blocks * 512, 65536);
-    Ports().CloseHandle(section);
+    CloseHandle(section);
 }
 
-TEST_P(NamedFilesTest, SectionWithoutRoomIsRefusedWithPathAndReason) {
+TEST_F(NamedFilesTest, SectionWithoutRoomIsRefusedWithPathAndReason) {
     const CFileLimit limit(4096);
     EXPECT_EQ(CreateSection(4097), nullptr);
     EXPECT_EQ(LastFailure(), Path("section.section") + ": File too large");
 }
 
-TEST_P(NamedFilesTest, TextWithoutRoomIsRefusedAsOfAFullDisk) {
+TEST_F(NamedFilesTest, TextWithoutRoomIsRefusedAsOfAFullDisk) {
     const CFileLimit limit(10);
     EXPECT_EQ(WriteRunFile("name", "eleven byte"), NtApi::kStatusDiskFull);
     EXPECT_EQ(LastFailure(), Path("name") + ": File too large");
 }
 
-TEST_P(NamedFilesTest, ViewsInAClearedDirectoryShowTheNextSectionOnceRenewed) {
+TEST_F(NamedFilesTest, ViewsInAClearedDirectoryShowTheNextSectionOnceRenewed) {
     const Handle old = CreateSection(100);
     std::uint8_t* const first = Map(old);
     const std::uint8_t* const second = Map(old);
@@ -89,13 +88,13 @@ TEST_P(NamedFilesTest, ViewsInAClearedDirectoryShowTheNextSectionOnceRenewed) {
     EXPECT_EQ(second[0], 7);
     for (const void* base : {static_cast<const void*>(first), static_cast<const void*>(second),
                              static_cast<const void*>(view)}) {
-        EXPECT_EQ(Ports().UnmapViewOfFile(base), 1);
+        EXPECT_EQ(UnmapViewOfFile(base), 1);
     }
-    Ports().CloseHandle(old);
-    Ports().CloseHandle(next);
+    CloseHandle(old);
+    CloseHandle(next);
 }
 
-TEST_P(NamedFilesTest, ViewInAClearedDirectoryIsNotRenewedByASmallerSection) {
+TEST_F(NamedFilesTest, ViewInAClearedDirectoryIsNotRenewedByASmallerSection) {
     const Handle old = CreateSection(8192);
     std::uint8_t* const view = Map(old);
     ForgetName();
@@ -103,37 +102,37 @@ TEST_P(NamedFilesTest, ViewInAClearedDirectoryIsNotRenewedByASmallerSection) {
     Detail::RenewViews();
     view[8191] = 1;
     EXPECT_EQ(view[8191], 1);
-    Ports().UnmapViewOfFile(view);
-    Ports().CloseHandle(old);
-    Ports().CloseHandle(next);
+    UnmapViewOfFile(view);
+    CloseHandle(old);
+    CloseHandle(next);
 }
 
-TEST_P(NamedFilesTest, MutexInAClearedDirectoryIsTheNextOneOfItsName) {
+TEST_F(NamedFilesTest, MutexInAClearedDirectoryIsTheNextOneOfItsName) {
     const Handle old = CreateMutex();
     ForgetName();
     const Handle next = CreateMutex();
-    EXPECT_EQ(Ports().WaitForSingleObject(next, 0), 0u);
-    std::thread([&] { EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0x102u); }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(next), 1);
-    Ports().CloseHandle(old);
-    Ports().CloseHandle(next);
+    EXPECT_EQ(WaitForSingleObject(next, 0), 0u);
+    std::thread([&] { EXPECT_EQ(WaitForSingleObject(old, 0), 0x102u); }).join();
+    EXPECT_EQ(ReleaseMutex(next), 1);
+    CloseHandle(old);
+    CloseHandle(next);
 }
 
-TEST_P(NamedFilesTest, MutexThatIsHeldStaysTheOldOneUntilItIsReleased) {
+TEST_F(NamedFilesTest, MutexThatIsHeldStaysTheOldOneUntilItIsReleased) {
     const Handle old = CreateMutex();
-    EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0u);
+    EXPECT_EQ(WaitForSingleObject(old, 0), 0u);
     ForgetName();
     const Handle next = CreateMutex();
-    EXPECT_EQ(Ports().WaitForSingleObject(old, 0), 0u);
+    EXPECT_EQ(WaitForSingleObject(old, 0), 0u);
     std::thread([&] {
-        EXPECT_EQ(Ports().WaitForSingleObject(next, 0), 0u);
-        EXPECT_EQ(Ports().ReleaseMutex(next), 1);
+        EXPECT_EQ(WaitForSingleObject(next, 0), 0u);
+        EXPECT_EQ(ReleaseMutex(next), 1);
     }).join();
-    EXPECT_EQ(Ports().ReleaseMutex(old), 1);
-    EXPECT_EQ(Ports().ReleaseMutex(old), 1);
-    EXPECT_EQ(Ports().ReleaseMutex(old), 0);
-    Ports().CloseHandle(old);
-    Ports().CloseHandle(next);
+    EXPECT_EQ(ReleaseMutex(old), 1);
+    EXPECT_EQ(ReleaseMutex(old), 1);
+    EXPECT_EQ(ReleaseMutex(old), 0);
+    CloseHandle(old);
+    CloseHandle(next);
 }
 
 }  // namespace

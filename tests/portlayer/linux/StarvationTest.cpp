@@ -30,9 +30,8 @@ class StarvingServerTest : public RawServerFixture {
         NtStatus status = kStatusSuccess;
         while (status == kStatusSuccess) {
             std::int64_t timeout = 0;
-            status =
-                Ports().NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(),
-                                                  nullptr, nullptr, nullptr, nullptr, &timeout);
+            status = NtAlpcSendWaitReceivePort(port, kAlpcReleaseMessage, message.data(), nullptr,
+                                               nullptr, nullptr, nullptr, &timeout);
         }
         EXPECT_EQ(status, kStatusTimeout);
     }
@@ -52,9 +51,8 @@ class StarvingServerTest : public RawServerFixture {
         }
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, StarvingServerTest, Backends(), BackendName);
 
-TEST_P(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
+TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     std::promise<void> read;
     std::thread server = RawServer([&](int socket) {
         read.get_future().wait();
@@ -72,11 +70,11 @@ TEST_P(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     read.set_value();
     ASSERT_EQ(patient.wait_for(kPatience), std::future_status::ready);
     EXPECT_EQ(patient.get(), kStatusSuccess);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     server.join();
 }
 
-TEST_P(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
+TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
     std::thread server = RawServer([&](int socket) {
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
         AnswerAll(socket);
@@ -92,11 +90,11 @@ TEST_P(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
     ASSERT_EQ(patient.wait_for(kPatience), std::future_status::ready);
     EXPECT_EQ(patient.get(), kStatusSuccess);
     hasty.clear();
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     server.join();
 }
 
-TEST_P(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
+TEST_F(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     std::atomic<bool> flooding{true};
     std::thread server = RawServer([&](int socket) {
         const Bytes message = Message(24, {}, 24);
@@ -112,7 +110,7 @@ TEST_P(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     auto asked = AskWithin(port, std::chrono::milliseconds(20));
     EXPECT_EQ(asked.wait_for(kPatience), std::future_status::ready);
     flooding = false;
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     EXPECT_EQ(asked.get(), kStatusTimeout);
     server.join();
 }
@@ -136,21 +134,20 @@ class StarvingClientTest : public LpcPortFixture {
     NtStatus Receive(Handle port, Bytes& message, std::chrono::milliseconds patience) {
         message.assign(LpcLayout::kMaxMessage, 0xEE);
         std::int64_t timeout = Within(patience);
-        return Ports().NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), &timeout);
+        return NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), &timeout);
     }
     /// A client that comes, asks and goes.
     void ExpectOthersAreServed() {
         auto other = std::async(std::launch::async, [this] {
             const Handle port = Connect();
             EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-            Ports().CloseHandle(port);
+            CloseHandle(port);
         });
         EXPECT_EQ(other.wait_for(kPatience), std::future_status::ready);
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, StarvingClientTest, Backends(), BackendName);
 
-TEST_P(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
+TEST_F(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     const Handle port = CreatePort();
     Bytes message;
     // A first time with descriptors: checkers of object types need some when they meet a new one.
@@ -168,10 +165,10 @@ TEST_P(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     client.Send(packet);
     EXPECT_EQ(Receive(port, message, kPatience), kStatusSuccess);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
+TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
     const Handle port = CreatePort();
     std::atomic<bool> flooding{true};
     std::vector<std::thread> floods;
@@ -193,10 +190,10 @@ TEST_P(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
     for (std::thread& flood : floods) {
         flood.join();
     }
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
+TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
     const Handle port = CreatePort();
     CRawClient client(RunDirectory());
     const Bytes message = LpcMessage({});
@@ -206,10 +203,10 @@ TEST_P(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
     Bytes received;
     EXPECT_EQ(Receive(port, received, std::chrono::milliseconds(0)), kStatusSuccess);
     EXPECT_EQ(Kind(received.data()), kLpcConnectionRequest);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(StarvingClientTest, ClientsThatSayNothingGiveWay) {
+TEST_F(StarvingClientTest, ClientsThatSayNothingGiveWay) {
     Serve(OnRequests(Echo));
     std::vector<std::unique_ptr<CRawClient>> silent;
     for (int i = 0; i < 300; ++i) {
@@ -219,8 +216,8 @@ TEST_P(StarvingClientTest, ClientsThatSayNothingGiveWay) {
     EXPECT_TRUE(silent.front()->IsDropped());
 }
 
-TEST_P(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
-    Serve([](CLpcCall& call) {
+TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
+    Serve([](LpcCall& call) {
         if (Kind(call.message.data()) == kLpcRequest && call.Data() == ToBytes("x")) {
             call.Reply(call.Data());
         }
@@ -240,18 +237,18 @@ TEST_P(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
     ExpectOthersAreServed();
 }
 
-TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
+TEST_F(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
     std::future<NtStatus> reading;
     std::promise<void> started;
-    Serve(OnRequests([&](CLpcCall& call) {
+    Serve(OnRequests([&](LpcCall& call) {
         if (call.Data() == ToBytes("x")) {
             call.Reply(call.Data());
             return;
         }
         reading = std::async(
-            std::launch::async, [this, message = call.message, port = call.Port()]() mutable {
+            std::launch::async, [this, message = call.message, port = call.port]() mutable {
                 std::uint8_t byte = 0;
-                return Ports().NtReadRequestData(port, message.data(), 1, &byte, 1, nullptr);
+                return NtReadRequestData(port, message.data(), 1, &byte, 1, nullptr);
             });
         started.set_value();
     }));
@@ -270,7 +267,7 @@ TEST_P(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
     EXPECT_EQ(reading.get(), kStatusReplyMessageMismatch);
 }
 
-TEST_P(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
+TEST_F(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
     Serve(OnRequests(Echo));
     int ends[2];
     ASSERT_EQ(::pipe(ends), 0);
@@ -285,7 +282,7 @@ TEST_P(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
     EXPECT_EQ(::poll(&closed, 1, 5000), 1) << "the server still holds the pipe";
 }
 
-TEST_P(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
+TEST_F(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
     const Handle port = CreatePort(100);
     Bytes message(LpcLayout::kMaxMessage);
     auto client = std::async(std::launch::async, [this] {
@@ -295,14 +292,13 @@ TEST_P(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
     });
     EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(200)), kStatusTimeout);
     EXPECT_EQ(message, Bytes(LpcLayout::kMaxMessage, 0xEE));
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     EXPECT_EQ(client.get(), kStatusPortConnectionRefused);
 }
 
 class VanishingClientTest : public AlpcPortFixture {};
-INSTANTIATE_TEST_SUITE_P(Layer, VanishingClientTest, Backends(), BackendName);
 
-TEST_P(VanishingClientTest, UnansweredRequestsLeaveNothing) {
+TEST_F(VanishingClientTest, UnansweredRequestsLeaveNothing) {
     Serve([](ReceivedCall&) {}, 4);
     const Bytes message = Message(24, {}, 24);
     for (int i = 0; i < 300; ++i) {
@@ -314,7 +310,7 @@ TEST_P(VanishingClientTest, UnansweredRequestsLeaveNothing) {
     }
 }
 
-TEST_P(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
+TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     const Handle port = CreatePort();
     Bytes message(kAlpcMaxMessage);
     {
@@ -325,16 +321,16 @@ TEST_P(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
         packet.SetMessage(request.data(), request.size());
         client.Send(packet);
         std::size_t length = message.size();
-        ASSERT_EQ(Ports().NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(),
-                                                    &length, nullptr, nullptr),
+        ASSERT_EQ(NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(), &length,
+                                            nullptr, nullptr),
                   kStatusSuccess);
     }
     Handle accepted = port;
-    EXPECT_EQ(Ports().NtAlpcAcceptConnectPort(&accepted, port, 0, nullptr, nullptr, nullptr,
-                                              message.data(), nullptr, 1),
+    EXPECT_EQ(NtAlpcAcceptConnectPort(&accepted, port, 0, nullptr, nullptr, nullptr, message.data(),
+                                      nullptr, 1),
               kStatusPortDisconnected);
     EXPECT_EQ(accepted, nullptr);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
 }  // namespace

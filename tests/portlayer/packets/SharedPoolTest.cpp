@@ -11,8 +11,8 @@ class SectionLimitTest : public AlpcPortFixture {
   protected:
     NtStatus CreateSection(Handle port, Handle& section) {
         std::size_t actual = 0;
-        return Ports().NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 100, &section,
-                                               &actual);
+        return NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 100, &section,
+                                       &actual);
     }
     /// As many sections as one end may hold.
     std::vector<Handle> CreateAll(Handle port) {
@@ -23,31 +23,30 @@ class SectionLimitTest : public AlpcPortFixture {
         return sections;
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, SectionLimitTest, Backends(), BackendName);
 
-TEST_P(SectionLimitTest, SixtyFifthSectionIsRefused) {
+TEST_F(SectionLimitTest, SixtyFifthSectionIsRefused) {
     Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     CreateAll(port);
     Handle oneMore = nullptr;
     EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
     EXPECT_EQ(oneMore, nullptr);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
+TEST_F(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
     Serve([](ReceivedCall&) {});
     const Handle port = Connect();
     const std::vector<Handle> sections = CreateAll(port);
-    EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
+    EXPECT_EQ(NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
     Handle another = nullptr;
     EXPECT_EQ(CreateSection(port, another), kStatusSuccess);
     Handle oneMore = nullptr;
     EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
-TEST_P(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
+TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     // One-way messages whose views nobody releases, until the next one says so.
     std::vector<void*> kept;
     Serve([&kept](ReceivedCall& call) {
@@ -55,7 +54,7 @@ TEST_P(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
             kept.push_back(call.attributes.View().ViewBase);
         } else if (Kind(call.message.data()) == kLpcRequest) {
             if (call.Data() == ToBytes("release")) {
-                call.ports.NtAlpcDeleteSectionView(call.client, 0, kept.front());
+                NtAlpcDeleteSectionView(call.client, 0, kept.front());
             }
             EXPECT_EQ(call.Reply({}), kStatusSuccess);
         }
@@ -63,18 +62,18 @@ TEST_P(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     const Handle port = Connect();
     for (int i = 0; i < 64; ++i) {
         const AlpcDataViewAttr view = MakeView(port, ToBytes("view"));
-        CAttributes sent(Ports());
+        CAttributes sent;
         sent.SetView({kAlpcViewSecured | kAlpcViewAutoRelease, view.SectionHandle, view.ViewBase,
                       view.ViewSize});
         EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusSuccess);
-        EXPECT_EQ(Ports().NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
+        EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
     }
     Ask(port, ToBytes("all arrived"));
     Handle section = nullptr;
     EXPECT_EQ(CreateSection(port, section), kStatusNoMemory);
     Ask(port, ToBytes("release"));
     EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
-    Ports().CloseHandle(port);
+    CloseHandle(port);
 }
 
 }  // namespace

@@ -11,10 +11,7 @@ using namespace PortLayer::Detail;
 
 class ClaimedNameTest : public LpcPortFixture {
   protected:
-    NtStatus TryCreate(Handle& port) {
-        ObjectAttributes attributes = {sizeof attributes, nullptr, Name(), 0, nullptr, nullptr};
-        return Ports().NtCreatePort(&port, &attributes, 0, 100, 0);
-    }
+    NtStatus TryCreate(Handle& port) { return NtCreatePort(&port, Attributes(), 0, 100, 0); }
     void ExpectCollision() {
         Handle port = nullptr;
         EXPECT_EQ(TryCreate(port), kStatusObjectNameCollision);
@@ -24,12 +21,11 @@ class ClaimedNameTest : public LpcPortFixture {
     void ExpectFree() {
         Handle port = nullptr;
         EXPECT_EQ(TryCreate(port), kStatusSuccess);
-        Ports().CloseHandle(port);
+        CloseHandle(port);
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, ClaimedNameTest, Backends(), BackendName);
 
-TEST_P(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
+TEST_F(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
     {
         const CSystemHandle claim = ClaimContractPort();
         ASSERT_TRUE(claim.IsOpen());
@@ -38,13 +34,13 @@ TEST_P(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
     ExpectFree();
 }
 
-TEST_P(ClaimedNameTest, ClaimWithoutAPipeIsNoPort) {
+TEST_F(ClaimedNameTest, ClaimWithoutAPipeIsNoPort) {
     const CSystemHandle claim = ClaimContractPort();
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
 }
 
-TEST_P(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
+TEST_F(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
     {
         const CSystemHandle mutex = MutexInPlaceOfClaim();
         ASSERT_TRUE(mutex.IsOpen());
@@ -53,7 +49,7 @@ TEST_P(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
     ExpectFree();
 }
 
-TEST_P(ClaimedNameTest, PipeOfAnotherProgramIsACollision) {
+TEST_F(ClaimedNameTest, PipeOfAnotherProgramIsACollision) {
     {
         const CRawPipe pipe = CRawPipe::OfServer();
         ExpectCollision();

@@ -28,9 +28,8 @@ class HostileLpcClientTest : public HostileLpcClientFixture {
         EXPECT_TRUE(client.IsDropped());
     }
 };
-INSTANTIATE_TEST_SUITE_P(Layer, HostileLpcClientTest, Backends(), BackendName);
 
-TEST_P(HostileLpcClientTest, GarbageIsDropped) {
+TEST_F(HostileLpcClientTest, GarbageIsDropped) {
     for (const Bytes& garbage :
          {Bytes{1}, Bytes(sizeof(PacketHead)), Pattern(sizeof(PacketHead)), Pattern(70000)}) {
         CRawPipe client = CRawPipe::OfClient();
@@ -39,33 +38,33 @@ TEST_P(HostileLpcClientTest, GarbageIsDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, PacketLongerThanAnyIsDropped) {
+TEST_F(HostileLpcClientTest, PacketLongerThanAnyIsDropped) {
     CRawPipe client = CRawPipe::OfClient();
     client.SendRaw(Bytes(kMaxPacket + 1));
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileLpcClientTest, PacketLongerThanThePipeHoldsIsDropped) {
+TEST_F(HostileLpcClientTest, PacketLongerThanThePipeHoldsIsDropped) {
     CRawPipe client = CRawPipe::OfClient();
     EXPECT_FALSE(client.SendRaw(Bytes(4 << 20)));
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
+TEST_F(HostileLpcClientTest, RequestBeforeTheConnectionIsDropped) {
     CRawPipe client = CRawPipe::OfClient();
     client.Send(Packet(PacketKind::kRequest));
     EXPECT_TRUE(client.IsDropped());
 }
 
-TEST_P(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
+TEST_F(HostileLpcClientTest, SecondConnectionRequestIsDropped) {
     ExpectDropped(Packet(PacketKind::kConnect));
 }
 
-TEST_P(HostileLpcClientTest, PacketThatOnlyServersSendIsDropped) {
+TEST_F(HostileLpcClientTest, PacketThatOnlyServersSendIsDropped) {
     ExpectDropped(Packet(PacketKind::kReply));
 }
 
-TEST_P(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
+TEST_F(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
     for (const std::uint32_t length : {0u, 1u, 65536u, 0xFFFFFFFFu}) {
         CRawPipe client = CRawPipe::OfClient();
         client.Handshake(PortDialect::kLpc);
@@ -78,7 +77,7 @@ TEST_P(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
+TEST_F(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
     for (const int total : {0, header - 1, header + 1, 648, 0xFFFF}) {
         Put(message_.data(), 2, static_cast<std::uint16_t>(total));
@@ -86,7 +85,7 @@ TEST_P(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
     }
 }
 
-TEST_P(HostileLpcClientTest, DataBesideTheMessageAreDropped) {
+TEST_F(HostileLpcClientTest, DataBesideTheMessageAreDropped) {
     OutgoingPacket packet = Packet(PacketKind::kRequest);
     packet.head.transferCount = 1;
     packet.head.inlineLength = 1;
@@ -96,11 +95,11 @@ TEST_P(HostileLpcClientTest, DataBesideTheMessageAreDropped) {
     ExpectDropped(packet, behind);
 }
 
-TEST_P(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
+TEST_F(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
     CRawPipe::OfClient().Close();
 }
 
-TEST_P(HostileLpcClientTest, ClientThatGoesBeforeItsReplyHoldsNobodyUp) {
+TEST_F(HostileLpcClientTest, ClientThatGoesBeforeItsReplyHoldsNobodyUp) {
     CRawPipe client = CRawPipe::OfClient();
     client.Handshake(PortDialect::kLpc);
     client.Send(Packet(PacketKind::kRequest));
@@ -146,38 +145,37 @@ class HostileAlpcClientTest : public AlpcPortFixture {
     SharedMemory memory_;
     CMapping mapping_;
 };
-INSTANTIATE_TEST_SUITE_P(Layer, HostileAlpcClientTest, Backends(), BackendName);
 
-TEST_P(HostileAlpcClientTest, ViewThatKeepsTheRulesArrives) {
+TEST_F(HostileAlpcClientTest, ViewThatKeepsTheRulesArrives) {
     CRawPipe client = SendView(MakeMemory(), kSize, kSize);
     client.Close();
     // The view was sent first, and a client that connects comes later.
-    Ports().CloseHandle(Connect());
+    CloseHandle(Connect());
     StopServer();
     EXPECT_EQ(views_, 1);
 }
 
-TEST_P(HostileAlpcClientTest, ViewWhoseNameDoesNotOpenIsDropped) {
+TEST_F(HostileAlpcClientTest, ViewWhoseNameDoesNotOpenIsDropped) {
     ExpectDropped(SendView(std::numeric_limits<std::uint64_t>::max(), kSize, 100));
 }
 
-TEST_P(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
+TEST_F(HostileAlpcClientTest, MemorySmallerThanAnnouncedIsDropped) {
     ExpectDropped(SendView(MakeMemory(), kSize + 1, 100));
 }
 
-TEST_P(HostileAlpcClientTest, MemoryLargerThanAnyIsDropped) {
+TEST_F(HostileAlpcClientTest, MemoryLargerThanAnyIsDropped) {
     ExpectDropped(SendView(MakeMemory(), std::numeric_limits<std::uint64_t>::max(), 100));
 }
 
-TEST_P(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
+TEST_F(HostileAlpcClientTest, ViewLargerThanItsMemoryIsDropped) {
     ExpectDropped(SendView(MakeMemory(), kSize, kSize + 1));
 }
 
-TEST_P(HostileAlpcClientTest, SlotWithoutMemoryIsDropped) {
+TEST_F(HostileAlpcClientTest, SlotWithoutMemoryIsDropped) {
     ExpectDropped(SendView(0, 0, 100));
 }
 
-TEST_P(HostileAlpcClientTest, SlotBeyondAllIsDropped) {
+TEST_F(HostileAlpcClientTest, SlotBeyondAllIsDropped) {
     ExpectDropped(SendView(MakeMemory(), kSize, 100, 64));
 }
 

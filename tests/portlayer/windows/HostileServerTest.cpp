@@ -64,9 +64,8 @@ class HostileServerTest : public AlpcPortFixture {
     }
     const Bytes message_ = Message(24, {}, 24);
 };
-INSTANTIATE_TEST_SUITE_P(Layer, HostileServerTest, Backends(), BackendName);
 
-TEST_P(HostileServerTest, GarbageInsteadOfAnAnswerRefusesTheConnection) {
+TEST_F(HostileServerTest, GarbageInsteadOfAnAnswerRefusesTheConnection) {
     ExpectRefused([](CRawPipe& pipe) {
         pipe.Await();
         EXPECT_TRUE(pipe.SendRaw(ToBytes("garbage")));
@@ -74,14 +73,14 @@ TEST_P(HostileServerTest, GarbageInsteadOfAnAnswerRefusesTheConnection) {
     });
 }
 
-TEST_P(HostileServerTest, EndInsteadOfAnAnswerRefusesTheConnection) {
+TEST_F(HostileServerTest, EndInsteadOfAnAnswerRefusesTheConnection) {
     ExpectRefused([](CRawPipe& pipe) {
         pipe.Await();
         pipe.Close();
     });
 }
 
-TEST_P(HostileServerTest, SilenceInsteadOfAnAnswerEndsWithTheTime) {
+TEST_F(HostileServerTest, SilenceInsteadOfAnAnswerEndsWithTheTime) {
     std::thread server = RawServer([](CRawPipe& pipe) {
         pipe.Await();
         EXPECT_TRUE(pipe.IsDropped());
@@ -92,7 +91,7 @@ TEST_P(HostileServerTest, SilenceInsteadOfAnAnswerEndsWithTheTime) {
     server.join();
 }
 
-TEST_P(HostileServerTest, ServerThatTakesNobodyInEndsWithTheTime) {
+TEST_F(HostileServerTest, ServerThatTakesNobodyInEndsWithTheTime) {
     const CRawPipe server = CRawPipe::OfServer();
     const CRawPipe taken = CRawPipe::OfClient();
     std::int64_t timeout = Within(std::chrono::milliseconds(50));
@@ -100,13 +99,13 @@ TEST_P(HostileServerTest, ServerThatTakesNobodyInEndsWithTheTime) {
     EXPECT_EQ(TryConnect(port, nullptr, &timeout), kStatusTimeout);
 }
 
-TEST_P(HostileServerTest, PipeWithoutMessagesIsRefused) {
+TEST_F(HostileServerTest, PipeWithoutMessagesIsRefused) {
     const CRawPipe server = CRawPipe::OfServer(false);
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
 }
 
-TEST_P(HostileServerTest, GarbageEndsTheConnection) {
+TEST_F(HostileServerTest, GarbageEndsTheConnection) {
     ExpectGivenUp([](CRawPipe& pipe) {
         pipe.Await();
         EXPECT_TRUE(pipe.SendRaw(ToBytes("garbage")));
@@ -114,7 +113,7 @@ TEST_P(HostileServerTest, GarbageEndsTheConnection) {
     });
 }
 
-TEST_P(HostileServerTest, PacketLongerThanAnyEndsTheConnection) {
+TEST_F(HostileServerTest, PacketLongerThanAnyEndsTheConnection) {
     ExpectGivenUp([](CRawPipe& pipe) {
         pipe.Await();
         EXPECT_TRUE(pipe.SendRaw(Bytes(kMaxPacket + 1)));
@@ -122,27 +121,27 @@ TEST_P(HostileServerTest, PacketLongerThanAnyEndsTheConnection) {
     });
 }
 
-TEST_P(HostileServerTest, ServerThatGoesEndsTheConnection) {
+TEST_F(HostileServerTest, ServerThatGoesEndsTheConnection) {
     ExpectGivenUp([](CRawPipe& pipe) {
         pipe.Await();
         pipe.Close();
     });
 }
 
-TEST_P(HostileServerTest, PacketThatOnlyClientsSendEndsTheConnection) {
+TEST_F(HostileServerTest, PacketThatOnlyClientsSendEndsTheConnection) {
     ExpectGivenUp(
         Replier(message_, [](OutgoingPacket& packet) { packet.head.kind = PacketKind::kRequest; }));
 }
 
-TEST_P(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
+TEST_F(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
     ExpectGivenUp(Replier(ToBytes("short")));
 }
 
-TEST_P(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
+TEST_F(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
     ExpectGivenUp(Replier(Message(24, {}, 30)));
 }
 
-TEST_P(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
+TEST_F(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
     ExpectGivenUp(Replier(message_, [](OutgoingPacket& packet) {
         packet.SetView(3, 100, 0);
         packet.head.viewSlotSize = 65536;
@@ -150,7 +149,7 @@ TEST_P(HostileServerTest, ViewWhoseNameDoesNotOpenEndsTheConnection) {
     }));
 }
 
-TEST_P(HostileServerTest, DataBesideTheMessageEndTheConnection) {
+TEST_F(HostileServerTest, DataBesideTheMessageEndTheConnection) {
     Bytes behind(sizeof(TransferRecord) + 1);
     const TransferRecord record = {0, kNoSlot, 1, 0};
     std::memcpy(behind.data(), &record, sizeof record);
@@ -163,12 +162,12 @@ TEST_P(HostileServerTest, DataBesideTheMessageEndTheConnection) {
         behind));
 }
 
-TEST_P(HostileServerTest, FetchWhichNeedsNoneHereEndsTheConnection) {
+TEST_F(HostileServerTest, FetchWhichNeedsNoneHereEndsTheConnection) {
     ExpectGivenUp(
         Replier(message_, [](OutgoingPacket& packet) { packet.head.kind = PacketKind::kFetch; }));
 }
 
-TEST_P(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
+TEST_F(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
     std::thread server = AcceptingServer([this](CRawPipe& pipe) {
         OutgoingPacket packet(PacketKind::kReply);
         packet.SetMessage(message_.data(), message_.size());
@@ -181,7 +180,7 @@ TEST_P(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
     });
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), Bytes());
-    Ports().CloseHandle(port);
+    CloseHandle(port);
     server.join();
 }
 
