@@ -32,7 +32,7 @@ unsigned Sum(const std::uint8_t* bytes, std::size_t size) {
 /// What users of a checked packet rely on.
 void UsePacket(const IncomingPacket& packet, const std::uint8_t* end) {
     std::size_t inlineSize = 0;
-    std::size_t handles = packet.head.kind == PacketKind::kFetch ? 1 : 0;
+    std::size_t handles = 0;
     if (packet.head.viewSlot != kNoSlot) {
         Require(packet.head.viewSlot < kMaxSlots);
         handles += packet.head.viewSlotSize != 0 ? 1 : 0;

@@ -227,16 +227,9 @@ void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter,
 bool CClientConnection::Dispatch(IncomingPacket& packet) {
     // Also from packets that are nobody's.
     pool_.TakeBack(packet.head.freedSlots);
-    Waiter* const waiter = FindWaiter(packet.head.exchange);
-    if (packet.head.kind == PacketKind::kReply) {
-        return TakeReply(packet, waiter);
-    }
-    if (packet.head.kind == PacketKind::kFetch) {
-        // A fetch for a request that is not waiting any more: the server sees its stream end.
-        return waiter == nullptr || HandOverEntry(packet, waiter->exchange.entries);
-    }
     // All other kinds come before a connection is complete, or from clients.
-    return false;
+    return packet.head.kind == PacketKind::kReply &&
+           TakeReply(packet, FindWaiter(packet.head.exchange));
 }
 
 bool CClientConnection::TakeReply(IncomingPacket& packet, Waiter* waiter) {

@@ -120,14 +120,18 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
 NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
     std::shared_ptr<CLpcClientPort> port;
     DataBlock block;
-    const NtStatus status = CheckSending(handle, request, port, block);
+    NtStatus status = CheckSending(handle, request, port, block);
     if (status != kStatusSuccess) {
         return status;
     }
     CClientConnection& connection = *port->connection;
     OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(request, TotalLength(request));
-    const std::uint32_t slot = SendEntries(packet, block, connection.SendPool());
+    SendArea area;
+    status = SendEntries(packet, block, connection.SendPool(), area);
+    if (status != kStatusSuccess) {
+        return status;
+    }
     PendingExchange exchange;
     exchange.reply = static_cast<std::uint8_t*>(reply);
     // The call has no length for the reply: its buffer must hold the longest message.
@@ -135,8 +139,8 @@ NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* re
     exchange.entries = &block;
     const ExchangeResult result = connection.Exchange(packet, exchange, CDeadline::Never());
     // However it ended. If the server holds the slot still, it is free with its return.
-    if (slot != kNoSlot) {
-        connection.SendPool().Release(slot);
+    if (area.slot != kNoSlot) {
+        connection.SendPool().Release(area.slot);
     }
     // The system tells a server that was gone before from one that went while the client waited.
     if (result == ExchangeResult::kNotSent) {

@@ -1,14 +1,8 @@
-// The server's end of a request's data: the request brings its first entry along, other entries are
-// fetched from the waiting client over a stream, and written bytes go with the reply. Nothing
-// reaches into another process.
+// The data of a request goes beside the messages: the request brings the first entry along, and
+// what the server wrote comes with the reply. Nothing reaches into another process.
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
-#include <poll.h>
-#include <sys/socket.h>
 
-#include "portlayer/linux/FileDescriptor.h"
-#include "portlayer/linux/Peer.h"
 #include "portlayer/server/Answers.h"
 
 namespace Kyr::PortLayer::Detail {
@@ -23,23 +17,15 @@ struct PendingWrite {
     std::vector<std::uint8_t> bytes;  // when they are not
 };
 
-/// Bytes of a data entry that came with the request.
-struct EagerEntry {
-    std::uint32_t entry = 0;
-    std::size_t size = 0;
-    std::uint32_t slot = kNoSlot;
-    const std::uint8_t* base = nullptr;  // of the slot; else:
-    std::size_t offset = 0;              // in CRequestData::inlineBytes
-};
-
 }  // namespace
 
 class CRequestData {
   public:
-    // Where the bytes of an entry are, as the server sees them: what it wrote comes first, then
-    // what came with the request, then the client, who is asked.
+    // Where the bytes of the first entry are, as the server sees them: what it wrote comes first,
+    // then what came with the request.
     // Guarded by the record's mutex.
-    std::vector<EagerEntry> eager;
+    const std::uint8_t* first = nullptr;  // in `slot`, or else in `inlineBytes`; null: none came
+    std::uint32_t slot = kNoSlot;
     std::vector<std::uint8_t> inlineBytes;
     std::vector<PendingWrite> writes;  // the first writeCount; the others keep their memory
     std::size_t writeCount = 0;
@@ -48,51 +34,6 @@ class CRequestData {
 namespace {
 
 using namespace NtApi;
-
-// How long a client may take in all to hand its bytes over. Our choice.
-constexpr std::chrono::seconds kFetchPatience{5};
-
-bool ReadStream(int stream, std::uint8_t* buffer, std::size_t size) {
-    const CDeadline deadline = CDeadline::In(kFetchPatience);
-    while (size != 0) {
-        const ssize_t got = ::recv(stream, buffer, size, MSG_DONTWAIT);
-        // Nothing yet: wait. Nothing any more, as the client has closed its end or died: give up.
-        const bool again = got < 0 && (errno == EINTR || errno == EAGAIN);
-        if (again && WaitFor(stream, POLLIN, deadline)) {
-            continue;
-        }
-        if (got <= 0) {
-            return false;
-        }
-        buffer += got;
-        size -= static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool Fetch(CServerConnection& connection, std::uint32_t exchange, std::uint32_t entryIndex,
-           std::uint8_t* buffer, std::size_t size) {
-    // A stream beside the packets: an entry may be longer than any of them, and the client's end
-    // hands it over on whichever thread reads.
-    int ends[2];
-    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
-        return false;
-    }
-    const CFileDescriptor mine(ends[0]);
-    CFileDescriptor theirs(ends[1]);
-    OutgoingPacket packet(PacketKind::kFetch);
-    packet.head.exchange = exchange;
-    packet.head.fetchEntry = entryIndex;
-    packet.head.fetchSize = static_cast<std::uint32_t>(size);
-    packet.stream = theirs.Get();
-    if (connection.Send(packet) != kStatusSuccess) {
-        return false;
-    }
-    // The client has its own now. With ours open the stream would not end when the client closes
-    // it.
-    theirs.Reset();
-    return ReadStream(mine.Get(), buffer, size);
-}
 
 PendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
     for (std::size_t i = 0; i < data.writeCount; ++i) {
@@ -103,44 +44,11 @@ PendingWrite* FindWrite(CRequestData& data, std::uint32_t entryIndex) {
     return nullptr;
 }
 
-/// The entry's bytes when they came with the request, else null.
-const std::uint8_t* EagerBytes(const CRequestData& data, std::uint32_t entryIndex) {
-    for (const EagerEntry& entry : data.eager) {
-        if (entry.entry == entryIndex) {
-            return entry.slot != kNoSlot ? entry.base : data.inlineBytes.data() + entry.offset;
-        }
-    }
-    return nullptr;
-}
-
 CRequestData& DataOf(PendingMessage& record) {
     if (!record.data) {
         record.data = std::make_shared<CRequestData>();
     }
     return *record.data;
-}
-
-/// Copies the entry as the client sent it, unless it has been written over in this length. Lets go
-/// of the lock while it waits for the client. False: the client did not hand it over.
-bool ReadEntry(PendingMessage& record, std::unique_lock<std::mutex>& lock, std::uint32_t entryIndex,
-               std::uint8_t* buffer, std::size_t size) {
-    // All of it will be covered by what was written (ReadRequestData).
-    const PendingWrite* const write = FindWrite(DataOf(record), entryIndex);
-    if (write != nullptr && write->size >= size) {
-        return true;
-    }
-    if (const std::uint8_t* const bytes = EagerBytes(DataOf(record), entryIndex)) {
-        std::memcpy(buffer, bytes, size);
-        return true;
-    }
-    const std::shared_ptr<CServerConnection> connection = record.connection;
-    const std::uint32_t exchange = record.exchange;
-    // The client may take seconds. The request can be answered, or its client can go, meanwhile:
-    // only what was copied before is used.
-    lock.unlock();
-    const bool fetched = Fetch(*connection, exchange, entryIndex, buffer, size);
-    lock.lock();
-    return fetched;
 }
 
 std::uint8_t* BytesOf(PendingWrite& write) {
@@ -190,39 +98,85 @@ bool Grow(PendingMessage& record, PendingWrite& write, std::size_t size) {
 
 }  // namespace
 
-bool TakeEntries(IncomingPacket& packet, std::size_t handle, PendingMessage& record) {
-    CReceivePool& pool = record.connection->ReceivePool();
+// The client's end.
+
+NtStatus SendEntries(OutgoingPacket& packet, const DataBlock& block, CSendPool& pool,
+                     SendArea& area) {
+    // Requests put their payload into the first entry, and the server reads it next.
+    if (block.count == 0 || block.entries[0].size == 0 || block.entries[0].base == nullptr) {
+        return kStatusSuccess;
+    }
+    const DataEntry& entry = block.entries[0];
+    if (entry.size <= kMaxInlineTransfer) {
+        packet.AddInline(0, entry.base, entry.size);
+        return kStatusSuccess;
+    }
+    if (!pool.Acquire(entry.size, area)) {
+        return kStatusNoMemory;
+    }
+    std::memcpy(area.base, entry.base, entry.size);
+    packet.AddShared(0, area.slot, entry.size);
+    return kStatusSuccess;
+}
+
+bool TakeWrites(IncomingPacket& packet, std::size_t handle, const DataBlock* entries,
+                bool isWaitedFor, CReceivePool& received) {
+    const std::uint8_t* inlineBytes = packet.inlineBytes;
     for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
-        const TransferRecord transfer = packet.Transfer(i);
-        // An entry comes whole or not at all: reads are checked against the length in the message.
-        if (transfer.entry >= record.entries.count ||
-            transfer.size != record.entries.entries[transfer.entry].size) {
+        const TransferRecord record = packet.Transfer(i);
+        const std::uint8_t* bytes = inlineBytes;
+        if (record.slot != kNoSlot) {
+            // Held, though only for the copy: the rules for slots are the same for all that use
+            // them.
+            bytes = TakeSlot(packet, received, handle, record);
+            if (bytes == nullptr) {
+                return false;
+            }
+        } else {
+            inlineBytes += record.size;
+        }
+        const bool fits = entries != nullptr && record.entry < entries->count &&
+                          record.size <= entries->entries[record.entry].size;
+        std::uint8_t* const target = fits ? entries->entries[record.entry].base : nullptr;
+        // A late reply has nowhere to go. Its slots go back all the same.
+        if (target != nullptr && record.size != 0) {
+            std::memcpy(target, bytes, record.size);
+        }
+        if (record.slot != kNoSlot) {
+            received.Free(record.slot);
+        }
+        // A server that writes outside of the entries breaks the rules. After a time-out nobody
+        // knows them.
+        if (!fits && isWaitedFor) {
             return false;
         }
-        CRequestData& data = DataOf(record);
-        EagerEntry entry;
-        entry.entry = transfer.entry;
-        entry.size = transfer.size;
-        if (transfer.slot == kNoSlot) {
-            // Inline bytes stand in the packet one after another, and are copied to the same
-            // places: the packet's buffer is used again.
-            entry.offset = data.inlineBytes.size();
-            const std::uint8_t* const bytes = packet.inlineBytes + entry.offset;
-            data.inlineBytes.insert(data.inlineBytes.end(), bytes, bytes + transfer.size);
-        } else {
-            if (transfer.slotSize != 0 &&
-                !pool.Announce(transfer.slot, transfer.slotSize, packet.handles[handle++])) {
-                return false;
-            }
-            entry.base = pool.Hold(transfer.slot, transfer.size);
-            if (entry.base == nullptr) {
-                return false;
-            }
-            entry.slot = transfer.slot;
-        }
-        data.eager.push_back(entry);
     }
     return true;
+}
+
+// The server's end.
+
+bool TakeEntries(IncomingPacket& packet, std::size_t handle, PendingMessage& record) {
+    if (packet.head.transferCount == 0) {
+        return true;
+    }
+    const TransferRecord transfer = packet.Transfer(0);
+    // The first entry comes whole or not at all: reads are checked against the length in the
+    // message.
+    if (packet.head.transferCount != 1 || transfer.entry != 0 || record.entries.count == 0 ||
+        transfer.size != record.entries.entries[0].size) {
+        return false;
+    }
+    CRequestData& data = DataOf(record);
+    if (transfer.slot == kNoSlot) {
+        // Copied: the packet's buffer is used again.
+        data.inlineBytes.assign(packet.inlineBytes, packet.inlineBytes + transfer.size);
+        data.first = data.inlineBytes.data();
+        return true;
+    }
+    data.first = TakeSlot(packet, record.connection->ReceivePool(), handle, transfer);
+    data.slot = data.first != nullptr ? transfer.slot : kNoSlot;
+    return data.first != nullptr;
 }
 
 void AddWrites(OutgoingPacket& packet, const PendingMessage& record) {
@@ -243,12 +197,11 @@ void ReleaseEntries(PendingMessage& record) {
     if (!record.data) {
         return;
     }
-    for (const EagerEntry& entry : record.data->eager) {
-        if (entry.slot != kNoSlot) {
-            record.connection->ReceivePool().Free(entry.slot);
-        }
+    if (record.data->slot != kNoSlot) {
+        record.connection->ReceivePool().Free(record.data->slot);
     }
-    record.data->eager.clear();
+    record.data->slot = kNoSlot;
+    record.data->first = nullptr;
 }
 
 void ClearRequestData(PendingMessage& record) {
@@ -264,22 +217,21 @@ void ClearRequestData(PendingMessage& record) {
         data.writes[i].area = {};
     }
     // Emptied, not freed: the record's next message uses the memory.
-    data.inlineBytes.clear();
     data.writeCount = 0;
 }
 
 NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                          void* buffer, std::size_t size) {
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, auto& lock) {
-        auto* const bytes = static_cast<std::uint8_t*>(buffer);
-        // The request may have been answered while the client was asked for the bytes.
-        if (!ReadEntry(record, lock, entryIndex, bytes, size) ||
-            !IsOpenRequest(record, port, ids)) {
-            return kStatusReplyMessageMismatch;
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
+        const CRequestData& data = DataOf(record);
+        // Only the first entry comes along.
+        if (entryIndex != 0 || data.first == nullptr) {
+            return kStatusInvalidParameter;
         }
+        std::memcpy(buffer, data.first, size);
         PendingWrite* const write = FindWrite(DataOf(record), entryIndex);
         if (write != nullptr && write->size != 0) {
-            std::memcpy(bytes, BytesOf(*write), std::min(write->size, size));
+            std::memcpy(buffer, BytesOf(*write), std::min(write->size, size));
         }
         return kStatusSuccess;
     });
@@ -287,7 +239,7 @@ NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::ui
 
 NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                           const void* buffer, std::size_t size) {
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, const auto&) {
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
         PendingWrite* write = FindWrite(DataOf(record), entryIndex);
         if (write == nullptr) {
             write = &NewWrite(DataOf(record), entryIndex);

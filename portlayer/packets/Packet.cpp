@@ -6,9 +6,9 @@ namespace Kyr::PortLayer::Detail {
 
 namespace {
 
-// "KyP2": changes with the layout of packets, so that ends of two builds do not take one for the
+// "KyP3": changes with the layout of packets, so that ends of two builds do not take one for the
 // other.
-constexpr std::uint32_t kMagic = 0x3250794B;
+constexpr std::uint32_t kMagic = 0x3350794B;
 
 /// Whether bytes and handles are neither too few nor too many: each inline transfer has its bytes,
 /// each memory that is new to us its handle, and nothing is left over. TakeView and what reads
@@ -33,10 +33,6 @@ bool TransfersFit(const IncomingPacket& packet) {
         } else {
             inlineLeft -= record.size;
         }
-    }
-    // The stream of a fetch is a handle, too.
-    if (packet.head.kind == PacketKind::kFetch && !takeHandle(1)) {
-        return false;
     }
     return inlineLeft == 0 && handlesLeft == 0;
 }
@@ -113,24 +109,27 @@ bool ParsePacket(const PacketBuffer& buffer, std::size_t size, IncomingPacket& p
     return TransfersFit(packet);
 }
 
+const std::uint8_t* TakeSlot(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
+                             const TransferRecord& transfer) {
+    // Only memory that is new comes with a handle; known memory is named by its slot alone.
+    if (transfer.slotSize != 0 &&
+        !pool.Announce(transfer.slot, transfer.slotSize, packet.handles[handle++])) {
+        return nullptr;
+    }
+    // Refused while the slot is held here: the sender promised not to touch it until it is given
+    // back.
+    return pool.Hold(transfer.slot, transfer.size);
+}
+
 bool TakeView(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle, ReceivedView& view) {
     const PacketHead& head = packet.head;
     if (head.viewSlot == kNoSlot) {
         return true;
     }
-    // Only memory that is new comes with a handle; known memory is named by its slot alone.
-    if (head.viewSlotSize != 0 &&
-        !pool.Announce(head.viewSlot, head.viewSlotSize, packet.handles[handle++])) {
-        return false;
-    }
-    // Refused while the slot is held here: the sender promised not to touch it until it is given
-    // back.
-    const std::uint8_t* const base = pool.Hold(head.viewSlot, head.viewSize);
-    if (base == nullptr) {
-        return false;
-    }
-    view = {head.viewSlot, base, static_cast<std::size_t>(head.viewSize), head.viewFlags};
-    return true;
+    const TransferRecord transfer = {0, head.viewSlot, head.viewSize, head.viewSlotSize};
+    view = {head.viewSlot, TakeSlot(packet, pool, handle, transfer),
+            static_cast<std::size_t>(head.viewSize), head.viewFlags};
+    return view.base != nullptr;
 }
 
 CPacketLoan::CPacketLoan(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed)
@@ -145,9 +144,6 @@ CPacketLoan::CPacketLoan(OutgoingPacket& packet, CSendPool& pool, CReceivePool& 
         const OutgoingPacket::Transfer& transfer = packet.transfers[i];
         records[i] = {transfer.entry, transfer.slot, transfer.size,
                       transfer.slot == kNoSlot ? 0 : Lend(transfer.slot, unnamed)};
-    }
-    if (packet.stream >= 0) {
-        handles[handleCount++] = packet.stream;
     }
     packet.head.transferCount = static_cast<std::uint32_t>(packet.transferCount);
     // Last, so that the packet brings back as much as it can.

@@ -26,7 +26,6 @@ enum class PacketKind : std::uint32_t {
     kRequest = 4,   // client: waits for the Reply with the same exchange number
     kDatagram = 5,  // client
     kReply = 6,     // server
-    kFetch = 7,     // server: write data entry `fetchEntry` to the attached stream
 };
 
 struct PacketHead {
@@ -44,10 +43,8 @@ struct PacketHead {
     std::uint64_t viewSize;
     std::uint64_t viewSlotSize;  // not 0: the memory is new to the receiver
     std::uint64_t viewMemory;    // its name, where handles do not travel
-    std::uint32_t fetchEntry;
-    std::uint32_t fetchSize;
 };
-static_assert(sizeof(PacketHead) == 80, "no padding: the head is sent as it stands");
+static_assert(sizeof(PacketHead) == 72, "no padding: the head is sent as it stands");
 
 /// Bytes of one data entry, counted from the entry's base.
 struct TransferRecord {
@@ -91,7 +88,6 @@ struct OutgoingPacket {
     const void* message = nullptr;                    // head.messageLength bytes
     std::array<Transfer, kMaxDataEntries> transfers;  // the first transferCount are set
     std::size_t transferCount = 0;
-    std::intptr_t stream = -1;  // for Fetch
 
     explicit OutgoingPacket(PacketKind kind);
     void SetMessage(const void* bytes, std::size_t length);
@@ -122,8 +118,13 @@ struct IncomingPacket {
 /// Checks the lengths of a packet of `size` bytes. `handleCount` must match the records.
 bool ParsePacket(const PacketBuffer& buffer, std::size_t size, IncomingPacket& packet);
 
-/// Maps and holds the view that came with the packet, if one did; `handle` counts the packet's
-/// handles that were used. False when the peer broke the rules.
+/// Maps and holds what the transfer of a packet has in shared memory; `handle` counts the packet's
+/// handles that were used. Null when the peer broke the rules.
+const std::uint8_t* TakeSlot(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle,
+                             const TransferRecord& transfer);
+
+/// Maps and holds the view that came with the packet, if one did, in the same way. False when the
+/// peer broke the rules.
 bool TakeView(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle, ReceivedView& view);
 
 /// The slots of a packet on their way: lent to the peer, and taken back when it was not sent.

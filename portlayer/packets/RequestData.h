@@ -18,15 +18,14 @@ struct PendingMessage;
 
 // In the client.
 
-/// Lets the entries that a server reads first go along with the request. Answers the slot that
-/// holds them until the exchange is over, or kNoSlot.
-std::uint32_t SendEntries(OutgoingPacket& packet, const DataBlock& block, CSendPool& pool);
+/// Lets the entries that a server reads go along with the request; `area` holds them until the
+/// exchange is over, when it is needed. kStatusNoMemory.
+NtApi::NtStatus SendEntries(OutgoingPacket& packet, const DataBlock& block, CSendPool& pool,
+                            SendArea& area);
 /// Takes what the server wrote out of a reply, its handles from `handle` on. `entries` are those of
 /// the waiting request, if any. False when the server broke the rules.
 bool TakeWrites(IncomingPacket& packet, std::size_t handle, const DataBlock* entries,
                 bool isWaitedFor, CReceivePool& received);
-/// Gives the server the entry that it asks for. False when it broke the rules.
-bool HandOverEntry(IncomingPacket& packet, const DataBlock* entries);
 
 // In the server.
 

@@ -21,8 +21,8 @@ bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const 
 NtApi::NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port,
                               const MessageIds& ids, std::uint32_t entryIndex, std::size_t size);
 
-/// Calls `move(record, lock)` when so many bytes of the data entry may be read or written, and are
-/// any; the record's mutex is held by `lock`. A status of ReadRequestData.
+/// Calls `move(record)` when so many bytes of the data entry may be read or written, and are any;
+/// the record's mutex is held. A status of ReadRequestData.
 template <typename Move>
 NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
                               std::uint32_t entryIndex, std::size_t size, Move move);
@@ -69,9 +69,9 @@ NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
     if (!record) {
         return NtApi::kStatusReplyMessageMismatch;
     }
-    std::unique_lock<std::mutex> lock(record->mutex);
+    const std::lock_guard<std::mutex> lock(record->mutex);
     const NtApi::NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
-    return status != NtApi::kStatusSuccess || size == 0 ? status : move(*record, lock);
+    return status != NtApi::kStatusSuccess || size == 0 ? status : move(*record);
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -9,16 +9,12 @@ namespace Kyr::PortLayer::Detail {
 
 using namespace NtApi;
 
-std::uint32_t SendEntries(OutgoingPacket&, const DataBlock&, CSendPool&) {
-    return kNoSlot;
+NtStatus SendEntries(OutgoingPacket&, const DataBlock&, CSendPool&, SendArea&) {
+    return kStatusSuccess;
 }
 
 bool TakeWrites(IncomingPacket& packet, std::size_t, const DataBlock*, bool, CReceivePool&) {
     return packet.head.transferCount == 0;
-}
-
-bool HandOverEntry(IncomingPacket&, const DataBlock*) {
-    return false;
 }
 
 bool TakeEntries(IncomingPacket& packet, std::size_t, PendingMessage&) {
@@ -38,7 +34,7 @@ template <typename Move>
 NtStatus Transfer(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
                   std::size_t size, Move move) {
     // The lock is held until the bytes have moved: nobody may let the client go on meanwhile.
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record, const auto&) {
+    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
         // As long as the client waits its memory stands. One that has died makes the move fail.
         const auto& channel = static_cast<const CPipeChannel&>(record.connection->Channel());
         SIZE_T moved = 0;

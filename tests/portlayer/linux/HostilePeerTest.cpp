@@ -240,23 +240,6 @@ TEST_F(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
     }));
 }
 
-TEST_F(HostileServerTest, FetchOfAnEntryThatWasNotOfferedEndsTheConnection) {
-    ExpectGivenUp(RawServer([this](int socket) {
-        int ends[2];
-        ASSERT_EQ(::socketpair(AF_UNIX, SOCK_STREAM, 0, ends), 0);
-        OutgoingPacket packet(PacketKind::kFetch);
-        packet.head.exchange = Await(socket).exchange;
-        packet.head.fetchEntry = 0;
-        packet.head.fetchSize = 100;
-        packet.stream = ends[1];
-        Send(socket, packet);
-        char byte = 0;
-        EXPECT_EQ(::recv(socket, &byte, 1, 0), 0);
-        ::close(ends[0]);
-        ::close(ends[1]);
-    }));
-}
-
 TEST_F(HostileServerTest, OtherUsersServerIsRefused) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";

@@ -237,36 +237,6 @@ TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
     ExpectOthersAreServed();
 }
 
-TEST_F(StarvingClientTest, ClientThatWithholdsItsBytesHoldsNobodyElseUp) {
-    std::future<NtStatus> reading;
-    std::promise<void> started;
-    Serve(OnRequests([&](LpcCall& call) {
-        if (call.Data() == ToBytes("x")) {
-            call.Reply(call.Data());
-            return;
-        }
-        reading = std::async(
-            std::launch::async, [this, message = call.message, port = call.port]() mutable {
-                std::uint8_t byte = 0;
-                return NtReadRequestData(port, message.data(), 1, &byte, 1, nullptr);
-            });
-        started.set_value();
-    }));
-    auto hostile = std::make_unique<CRawClient>(RunDirectory());
-    hostile->Handshake(PortDialect::kLpc);
-    std::uint8_t bytes[2] = {};
-    const Bytes request = LpcMessageWithEntries({{bytes, 1}, {bytes + 1, 1}});
-    OutgoingPacket packet(PacketKind::kRequest);
-    packet.SetMessage(request.data(), Get<std::uint16_t>(request.data(), 2));
-    hostile->Send(packet);
-    started.get_future().wait();
-    ExpectOthersAreServed();
-    ExpectOthersAreServed();
-    EXPECT_EQ(reading.wait_for(std::chrono::seconds(0)), std::future_status::timeout);
-    hostile.reset();
-    EXPECT_EQ(reading.get(), kStatusReplyMessageMismatch);
-}
-
 TEST_F(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
     Serve(OnRequests(Echo));
     int ends[2];

@@ -162,11 +162,6 @@ TEST_F(HostileServerTest, DataBesideTheMessageEndTheConnection) {
         behind));
 }
 
-TEST_F(HostileServerTest, FetchWhichNeedsNoneHereEndsTheConnection) {
-    ExpectGivenUp(
-        Replier(message_, [](OutgoingPacket& packet) { packet.head.kind = PacketKind::kFetch; }));
-}
-
 TEST_F(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
     std::thread server = AcceptingServer([this](CRawPipe& pipe) {
         OutgoingPacket packet(PacketKind::kReply);
