@@ -44,14 +44,13 @@ class CSocketListener final : public IPortListener {
     NtStatus Open(const UnicodeString& name);
 
     ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) override;
+    std::unique_ptr<IPacketChannel> Accept() override;
     bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return WatchDescriptor(poll_.Get(), SocketOf(channel), kFirstChannel + number);
     }
     void Unwatch(IPacketChannel& channel) override {
         ::epoll_ctl(poll_.Get(), EPOLL_CTL_DEL, SocketOf(channel), nullptr);
     }
-    void Rest() override { WaitFor(wake_.Get(), POLLIN, CDeadline::In(kRest)); }
     void Close() override { name_.Give(); }
     void Wake() override {
         // The waiting threads see this one after another; it is never read.
@@ -93,19 +92,18 @@ IPortListener::ListenerEvent CSocketListener::Wait(const CDeadline& deadline,
     return ListenerEvent::kReadable;
 }
 
-IPortListener::AcceptResult CSocketListener::Accept(std::unique_ptr<IPacketChannel>& channel) {
+std::unique_ptr<IPacketChannel> CSocketListener::Accept() {
     // The listener does not block: the client may have gone, or be another thread's by now.
     CFileDescriptor socket(::accept4(listener_.Get(), nullptr, nullptr, SOCK_CLOEXEC));
-    if (!socket.IsOpen()) {
-        const bool exhausted =
-            errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM;
-        return exhausted ? AcceptResult::kExhausted : AcceptResult::kNobody;
+    if (!socket.IsOpen() &&
+        (errno == EMFILE || errno == ENFILE || errno == ENOBUFS || errno == ENOMEM)) {
+        // Epoll would tell of the client again and again without end. Not after Wake.
+        WaitFor(wake_.Get(), POLLIN, CDeadline::In(kRest));
     }
-    if (!IsSameUser(socket.Get())) {
-        return AcceptResult::kNobody;
+    if (!socket.IsOpen() || !IsSameUser(socket.Get())) {
+        return nullptr;
     }
-    channel = std::make_unique<CSocketChannel>(std::move(socket));
-    return AcceptResult::kAccepted;
+    return std::make_unique<CSocketChannel>(std::move(socket));
 }
 
 }  // namespace

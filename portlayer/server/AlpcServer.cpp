@@ -64,13 +64,8 @@ NtStatus Send(CServerPort& port, const AlpcCall& call) {
     return status;
 }
 
-/// Hands the received message over. False: the buffer is too small.
-bool Deliver(const AlpcCall& call, IncomingMessage& message) {
-    const bool fits = message.length <= *call.bufferLength;
+void Deliver(const AlpcCall& call, IncomingMessage& message) {
     *call.bufferLength = message.length;
-    if (!fits) {
-        return false;
-    }
     std::memcpy(call.receiveMessage, message.bytes, message.length);
     StoreField(call.receiveMessage, kTypeOffset, message.type);
     WriteIds(PortDialect::kAlpc, call.receiveMessage, message.ids);
@@ -86,16 +81,18 @@ bool Deliver(const AlpcCall& call, IncomingMessage& message) {
     message.connection->Memory().AddReceived(
         message.ids.messageId, message.view,
         isDatagram && (message.type & kLpcContinuationRequired) != 0);
-    return true;
 }
 
 NtStatus Receive(CServerPort& port, const AlpcCall& call) {
+    // Asked first, so that a short buffer costs no message: messages are no longer than this.
+    if (*call.bufferLength < port.Limits().message) {
+        *call.bufferLength = port.Limits().message;
+        return kStatusBufferTooSmall;
+    }
     auto scratch = port.TakeScratch();
-    NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
-    if (status == kStatusSuccess && !Deliver(call, scratch->message)) {
-        // A short buffer costs no message: the next receive yields it.
-        port.PutBack(*scratch);
-        status = kStatusBufferTooSmall;
+    const NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
+    if (status == kStatusSuccess) {
+        Deliver(call, scratch->message);
     }
     port.GiveScratch(std::move(scratch));
     return status;

@@ -19,7 +19,6 @@ class IPortListener {
         kReadable,  // the channel with the number has a packet, or has ended
         kWoken,     // Wake was called
     };
-    enum class AcceptResult { kAccepted, kNobody, kExhausted };
 
     IPortListener() = default;
     IPortListener(const IPortListener&) = delete;
@@ -28,15 +27,14 @@ class IPortListener {
 
     /// Waits for what comes first; `number` is set for Readable.
     virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) = 0;
-    /// The channel of a new client of our own user; another user's is turned away (Nobody).
-    /// Exhausted: the process can hold no more; the client stays in front of the door.
-    virtual AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) = 0;
+    /// The channel of a new client of our own user. Null when there is none, as another user's is
+    /// turned away; and, after a moment's rest, when the process can hold no more: the client stays
+    /// in front of the door.
+    virtual std::unique_ptr<IPacketChannel> Accept() = 0;
     /// From now on Wait tells of the channel. False when that is impossible. Each number is used
     /// once.
     virtual bool Watch(IPacketChannel& channel, std::uint64_t number) = 0;
     virtual void Unwatch(IPacketChannel& channel) = 0;
-    /// Rests for a moment, but not after Wake.
-    virtual void Rest() = 0;
     /// Gives the name up.
     virtual void Close() = 0;
     /// Every Wait answers Woken, now and from now on.

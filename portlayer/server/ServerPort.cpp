@@ -13,7 +13,7 @@ using namespace NtApi;
 
 // Connections of a port, accepted or not. Our choice, below the usual limit of a process's
 // descriptors (1024) and, with all their slots mapped, of its mappings (65530). Further clients are
-// turned away, unless one gives way that has not sent its connection request.
+// turned away.
 constexpr std::size_t kMaxConnections = 256;
 // How often a receive whose time is up looks on when what it found was not for the server: a
 // receive that may not wait still gets past the connecting of clients, and none gets lost among
@@ -63,7 +63,6 @@ void CServerPort::OnClose() {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         closed_ = true;
-        putBack_.clear();
     }
     for (const auto& connection : Connections()) {
         Drop(connection);
@@ -109,10 +108,6 @@ NtStatus CServerPort::Receive(ReceiveScratch& scratch, const CDeadline& deadline
         if (closed_.load()) {
             return kStatusPortClosed;
         }
-        // Before the channels: it is older than anything that they hold.
-        if (hasPutBack_.load() && TakePutBack(scratch.message)) {
-            return kStatusSuccess;
-        }
         std::uint64_t number = 0;
         switch (listener_->Wait(deadline, number)) {
             case IPortListener::ListenerEvent::kNothing:
@@ -138,52 +133,10 @@ NtStatus CServerPort::Receive(ReceiveScratch& scratch, const CDeadline& deadline
     return kStatusTimeout;
 }
 
-bool CServerPort::TakePutBack(IncomingMessage& message) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    // What will be true once the first one is taken.
-    hasPutBack_ = putBack_.size() > 1;
-    if (putBack_.empty()) {
-        return false;
-    }
-    message = std::move(putBack_.front());
-    putBack_.pop_front();
-    message.bytes = message.kept.data();
-    return true;
-}
-
-void CServerPort::PutBack(ReceiveScratch& scratch) {
-    IncomingMessage& message = scratch.message;
-    // The bytes stand in the scratch, which the next receive overwrites. A message that is put back
-    // a second time brings its own.
-    if (message.kept.empty()) {
-        message.kept.assign(message.bytes, message.bytes + message.length);
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    putBack_.push_front(std::move(message));
-    hasPutBack_ = true;
-    message = {};
-}
-
 void CServerPort::AcceptClient() {
-    std::unique_ptr<IPacketChannel> channel;
-    const IPortListener::AcceptResult accepted = listener_->Accept(channel);
-    if (accepted == IPortListener::AcceptResult::kExhausted && !DropOldestAnonymous()) {
-        // The client stays in the queue of the name, and the listener would tell of it again and
-        // again without end.
-        listener_->Rest();
-    }
-    if (!channel) {
-        return;
-    }
-    std::unique_lock<std::mutex> lock(mutex_);
-    if (connections_.size() >= kMaxConnections) {
-        // Drop takes the lock itself. Others may accept clients meanwhile: so the limit is looked
-        // at again.
-        lock.unlock();
-        DropOldestAnonymous();
-        lock.lock();
-    }
-    if (closed_ || connections_.size() >= kMaxConnections) {
+    auto channel = listener_->Accept();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (!channel || closed_ || connections_.size() >= kMaxConnections) {
         // The channel is destroyed, and so the client sees its connection request fail.
         return;
     }
@@ -194,20 +147,6 @@ void CServerPort::AcceptClient() {
     if (!listener_->Watch(connection->Channel(), number)) {
         connections_.erase(number);
     }
-}
-
-bool CServerPort::DropOldestAnonymous() {
-    std::shared_ptr<CServerConnection> oldest;
-    for (const auto& connection : Connections()) {
-        const bool older = !oldest || connection->Number() < oldest->Number();
-        if (connection->State() == CServerConnection::Stage::kAnonymous && older) {
-            oldest = connection;
-        }
-    }
-    if (oldest) {
-        Drop(oldest);
-    }
-    return oldest != nullptr;
 }
 
 std::shared_ptr<CServerConnection> CServerPort::FindConnection(std::uint64_t number) {
@@ -235,9 +174,6 @@ CServerConnection::Stage CServerPort::Drop(const std::shared_ptr<CServerConnecti
         const std::lock_guard<std::mutex> lock(mutex_);
         if (connections_.erase(connection->Number()) != 0) {
             listener_->Unwatch(connection->Channel());
-        }
-        for (auto item = putBack_.begin(); item != putBack_.end();) {
-            item = item->connection == connection ? putBack_.erase(item) : item + 1;
         }
     }
     connection->Channel().Shutdown();
@@ -284,7 +220,6 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
     message.bytes = scratch.packet.message;
     message.length = scratch.packet.head.messageLength;
     message.view = {};
-    message.kept.clear();
     // Of the header that the client wrote only lengths and data count; what names a message is
     // filled in here, as the system does. The process is the one that the operating system names.
     message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
@@ -324,7 +259,6 @@ bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
     message.type = kLpcPortClosed;
     message.length = HeaderSize(dialect_);
     message.ids = {connection->ClientProcessId(), 0, 0};
-    message.kept.clear();
     scratch.buffer.bytes.fill(0);
     StoreField(scratch.buffer.bytes.data(), kTotalLengthOffset,
                static_cast<std::uint16_t>(message.length));

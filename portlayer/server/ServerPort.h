@@ -9,7 +9,6 @@
 #pragma once
 
 #include <atomic>
-#include <deque>
 #include <memory>
 #include <mutex>
 #include <unordered_map>
@@ -34,10 +33,8 @@ struct IncomingMessage {
     std::uint16_t type = 0;
     MessageIds ids;
     ReceivedView view;
-    // Points into the receive buffer, or into `kept` when the message waited for a larger buffer.
-    const std::uint8_t* bytes = nullptr;
+    const std::uint8_t* bytes = nullptr;  // in the receive buffer
     std::size_t length = 0;
-    std::vector<std::uint8_t> kept;
 };
 
 /// Memory of one receiving thread; the port keeps it for the next.
@@ -65,8 +62,6 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
     /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.
     NtApi::NtStatus Receive(ReceiveScratch& scratch, const CDeadline& deadline);
-    /// The message did not fit the caller's buffer: the next Receive yields it again.
-    void PutBack(ReceiveScratch& scratch);
 
     /// Ends the connection without a word to the server. Answers its state until now.
     CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
@@ -77,10 +72,7 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
   private:
     CServerPort(PortDialect dialect, const PortLimits& limits);
 
-    bool TakePutBack(IncomingMessage& message);
     void AcceptClient();
-    /// Makes room for a new client. False when every client has sent its connection request.
-    bool DropOldestAnonymous();
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
     std::vector<std::shared_ptr<CServerConnection>> Connections();
     /// False: nothing for the server in it.
@@ -101,11 +93,9 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     // Guarded by mutex_.
     std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
     std::uint64_t lastNumber_ = 0;
-    std::deque<IncomingMessage> putBack_;
     std::vector<std::unique_ptr<ReceiveScratch>> scratches_;
 
     std::atomic<bool> closed_{false};
-    std::atomic<bool> hasPutBack_{false};  // changed under mutex_, read without it
     // Owned; the one that a single receiving thread takes and gives.
     std::atomic<ReceiveScratch*> spareScratch_{nullptr};
 };

@@ -40,13 +40,12 @@ class CPipeListener final : public IPortListener {
     NtStatus Open(const UnicodeString& name);
 
     ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    AcceptResult Accept(std::unique_ptr<IPacketChannel>& channel) override;
+    std::unique_ptr<IPacketChannel> Accept() override;
     bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return static_cast<CPipeChannel&>(channel).Watch(number);
     }
     // A channel that is not watched any more is shut down, which ends its read.
     void Unwatch(IPacketChannel&) override {}
-    void Rest() override { ::WaitForSingleObject(Native(wake_), kRestMilliseconds); }
     void Close() override;
     void Wake() override {
         ::SetEvent(Native(wake_));
@@ -160,36 +159,39 @@ IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std:
     return ListenerEvent::kNothing;  // closed meanwhile
 }
 
-IPortListener::AcceptResult CPipeListener::Accept(std::unique_ptr<IPacketChannel>& channel) {
+std::unique_ptr<IPacketChannel> CPipeListener::Accept() {
     CSystemHandle pipe;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         if (closed_ || connected_.empty()) {
-            return AcceptResult::kNobody;
+            return nullptr;
         }
+        const auto connect = connected_.front();
         // The next one waits before this one is served: a name without instances does not exist.
-        if (!Listen()) {
+        if (Listen()) {
+            pipe = std::move(connect->pipe);
+        } else {
             // As if it had connected just now.
-            queue_->Begin(connected_.front());
-            queue_->EndAtOnce(*connected_.front(), connected_.front()->error);
-            listening_.push_back(connected_.front());
-            connected_.pop_front();
-            return AcceptResult::kExhausted;
+            queue_->Begin(connect);
+            queue_->EndAtOnce(*connect, connect->error);
+            listening_.push_back(connect);
         }
-        pipe = std::move(connected_.front()->pipe);
         connected_.pop_front();
+    }
+    if (!pipe.IsOpen()) {
+        ::WaitForSingleObject(Native(wake_), kRestMilliseconds);
+        return nullptr;
     }
     ULONG processId = 0;
     if (::GetNamedPipeClientProcessId(Native(pipe), &processId) == 0 ||
         !IsProcessOfSameUser(processId)) {
-        return AcceptResult::kNobody;
+        return nullptr;
     }
     PipePeer peer;
     peer.processId = processId;
     peer.process = Own(
         ::OpenProcess(PROCESS_VM_READ | PROCESS_VM_WRITE | PROCESS_VM_OPERATION, FALSE, processId));
-    channel = std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), queue_);
-    return AcceptResult::kAccepted;
+    return std::make_unique<CPipeChannel>(std::move(pipe), std::move(peer), queue_);
 }
 
 void CPipeListener::Close() {

@@ -160,7 +160,7 @@ TEST_F(AlpcConnectTest, ClientThatDiesInMidRequestLeavesNothing) {
 }
 
 TEST_F(AlpcConnectTest, ReceiveTimesOut) {
-    const Handle server = CreatePort();
+    const Handle server = CreatePort(100);
     Bytes message(100);
     std::size_t length = message.size();
     std::int64_t timeout = Within(std::chrono::milliseconds(2));

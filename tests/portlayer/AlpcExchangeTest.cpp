@@ -151,7 +151,7 @@ TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
 }
 
 TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
-    const Handle server = CreatePort();
+    const Handle server = CreatePort(100);
     auto connecting = std::async(std::launch::async, [this] {
         Handle port = nullptr;
         Bytes message = Message(24, ToBytes("hello"), 29);
@@ -159,14 +159,15 @@ TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
         return port;
     });
     Bytes message(100);
-    std::size_t length = 28;
+    std::size_t length = 99;
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
                                         nullptr, nullptr),
               kStatusBufferTooSmall);
-    EXPECT_EQ(length, 29u);
+    EXPECT_EQ(length, 100u);
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
                                         nullptr, nullptr),
               kStatusSuccess);
+    EXPECT_EQ(length, 29u);
     EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
     Handle accepted = nullptr;
     EXPECT_EQ(NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,

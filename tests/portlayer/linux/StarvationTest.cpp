@@ -206,16 +206,6 @@ TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
     CloseHandle(port);
 }
 
-TEST_F(StarvingClientTest, ClientsThatSayNothingGiveWay) {
-    Serve(OnRequests(Echo));
-    std::vector<std::unique_ptr<CRawClient>> silent;
-    for (int i = 0; i < 300; ++i) {
-        silent.push_back(std::make_unique<CRawClient>(RunDirectory()));
-    }
-    ExpectOthersAreServed();
-    EXPECT_TRUE(silent.front()->IsDropped());
-}
-
 TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
     Serve([](LpcCall& call) {
         if (Kind(call.message.data()) == kLpcRequest && call.Data() == ToBytes("x")) {
