@@ -1,34 +1,15 @@
-// Owner of one file descriptor.
+// Owner of one file descriptor, as the system's own calls take it.
 #pragma once
 
-#include <unistd.h>
-#include <utility>
+#include "portlayer/core/SystemHandle.h"
 
 namespace Kyr::PortLayer::Detail {
 
-class CFileDescriptor {
+class CFileDescriptor : public CSystemHandle {
   public:
-    CFileDescriptor() = default;
-    explicit CFileDescriptor(int value) : value_(value) {}
-    CFileDescriptor(CFileDescriptor&& other) noexcept : value_(other.Release()) {}
-    CFileDescriptor& operator=(CFileDescriptor&& other) noexcept {
-        Reset(other.Release());
-        return *this;
-    }
-    ~CFileDescriptor() { Reset(); }
+    using CSystemHandle::CSystemHandle;
 
-    int Get() const { return value_; }
-    bool IsOpen() const { return value_ >= 0; }
-    int Release() { return std::exchange(value_, -1); }
-    void Reset(int value = -1) {
-        if (value_ >= 0) {
-            ::close(value_);
-        }
-        value_ = value;
-    }
-
-  private:
-    int value_ = -1;
+    int Get() const { return static_cast<int>(CSystemHandle::Get()); }
 };
 
 }  // namespace Kyr::PortLayer::Detail

@@ -5,6 +5,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <thread>
+#include <unistd.h>
 
 #include "portlayer/core/Deadline.h"
 #include "portlayer/linux/Failure.h"

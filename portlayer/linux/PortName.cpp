@@ -4,6 +4,7 @@
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "portlayer/linux/Failure.h"
 #include "portlayer/linux/Peer.h"

@@ -5,6 +5,7 @@
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "portlayer/Diagnostics.h"
 #include "portlayer/linux/Failure.h"

@@ -1,4 +1,4 @@
-// A channel over a connected SOCK_SEQPACKET socket.
+// A channel over a connected SOCK_SEQPACKET socket; handles travel as descriptors.
 #pragma once
 
 #include "portlayer/linux/FileDescriptor.h"

@@ -123,9 +123,6 @@ using namespace NtApi;
 
 NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
                                     AlpcPortAttributes* portAttributes) {
-    if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
-        return kStatusInvalidParameter;
-    }
     PortLimits limits;
     limits.message = kAlpcMaxMessage;
     if (portAttributes != nullptr) {
@@ -134,14 +131,7 @@ NtStatus KYR_NTAPI NtAlpcCreatePort(Handle* port, ObjectAttributes* attributes,
     if (limits.message < AlpcLayout::kHeaderSize || limits.message > kAlpcMaxMessage) {
         return kStatusInvalidParameter;
     }
-    std::shared_ptr<CServerPort> created;
-    const NtStatus status =
-        CServerPort::Create(PortDialect::kAlpc, *attributes->ObjectName, limits, created);
-    if (status != kStatusSuccess) {
-        return status;
-    }
-    *port = AddHandle(std::move(created));
-    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+    return CServerPort::Create(PortDialect::kAlpc, attributes, limits, port);
 }
 
 NtStatus KYR_NTAPI NtAlpcAcceptConnectPort(Handle* port, Handle connectionPort, std::uint32_t,

@@ -73,23 +73,14 @@ NtStatus TransferData(Handle handle, const void* message, std::size_t size,
 NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
                                 std::uint32_t maxConnectionInfo, std::uint32_t maxMessageLength,
                                 std::uint32_t) {
-    if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
-        return kStatusInvalidParameter;
-    }
     if (maxConnectionInfo > LpcLayout().maxMessage - LpcLayout().headerSize) {
         return kStatusInvalidParameter3;
     }
     if (maxMessageLength > LpcLayout().maxMessage || maxMessageLength < LpcLayout().headerSize) {
         return kStatusInvalidParameter4;
     }
-    std::shared_ptr<CServerPort> created;
-    const NtStatus status = CServerPort::Create(PortDialect::kLpc, *attributes->ObjectName,
-                                                {maxMessageLength, maxConnectionInfo}, created);
-    if (status != kStatusSuccess) {
-        return status;
-    }
-    *port = AddHandle(std::move(created));
-    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
+    return CServerPort::Create(PortDialect::kLpc, attributes, {maxMessageLength, maxConnectionInfo},
+                               port);
 }
 
 NtStatus KYR_NTAPI NtListenPort(Handle handle, void* connectionRequest) {

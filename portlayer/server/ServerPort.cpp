@@ -35,15 +35,18 @@ bool IsStillOpen(const CServerConnection& connection,
 
 }  // namespace
 
-NtStatus CServerPort::Create(PortDialect dialect, const UnicodeString& name,
-                             const PortLimits& limits, std::shared_ptr<CServerPort>& port) {
+NtStatus CServerPort::Create(PortDialect dialect, const ObjectAttributes* attributes,
+                             const PortLimits& limits, Handle* port) {
+    if (port == nullptr || attributes == nullptr || attributes->ObjectName == nullptr) {
+        return kStatusInvalidParameter;
+    }
     const std::shared_ptr<CServerPort> created(new CServerPort(dialect, limits));
-    const NtStatus status = CreatePortListener(name, created->listener_);
+    const NtStatus status = CreatePortListener(*attributes->ObjectName, created->listener_);
     if (status != kStatusSuccess) {
         return status;
     }
-    port = created;
-    return kStatusSuccess;
+    *port = AddHandle(created);
+    return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }
 
 CServerPort::CServerPort(PortDialect dialect, const PortLimits& limits)

@@ -46,8 +46,8 @@ struct ReceiveScratch {
 
 class CServerPort final : public CObject, public std::enable_shared_from_this<CServerPort> {
   public:
-    static NtApi::NtStatus Create(PortDialect dialect, const NtApi::UnicodeString& name,
-                                  const PortLimits& limits, std::shared_ptr<CServerPort>& port);
+    static NtApi::NtStatus Create(PortDialect dialect, const NtApi::ObjectAttributes* attributes,
+                                  const PortLimits& limits, NtApi::Handle* port);
     ~CServerPort() override;
     void OnClose() override;
 

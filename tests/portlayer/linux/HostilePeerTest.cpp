@@ -181,43 +181,43 @@ class HostileServerTest : public RawServerFixture {
 };
 
 TEST_F(HostileServerTest, GarbageEndsTheConnection) {
-    ExpectGivenUp(RawServer([this](int socket) {
-        Await(socket);
-        ::send(socket, "garbage", 7, MSG_NOSIGNAL);
+    ExpectGivenUp(RawServer([this](CSocketChannel& client) {
+        Await(client);
+        ::send(client.Socket(), "garbage", 7, MSG_NOSIGNAL);
     }));
 }
 
 TEST_F(HostileServerTest, ReplyWithoutAHeaderEndsTheConnection) {
-    ExpectGivenUp(RawServer([this](int socket) {
+    ExpectGivenUp(RawServer([this](CSocketChannel& client) {
         OutgoingPacket packet(PacketKind::kReply);
-        packet.head.exchange = Await(socket).exchange;
+        packet.head.exchange = Await(client).exchange;
         packet.SetMessage("short", 5);
-        Send(socket, packet);
+        Send(client, packet);
     }));
 }
 
 TEST_F(HostileServerTest, ReplyShorterThanItSaysEndsTheConnection) {
-    ExpectGivenUp(RawServer([this](int socket) {
+    ExpectGivenUp(RawServer([this](CSocketChannel& client) {
         const Bytes message = Message(24, {}, 30);
         OutgoingPacket packet(PacketKind::kReply);
-        packet.head.exchange = Await(socket).exchange;
+        packet.head.exchange = Await(client).exchange;
         packet.SetMessage(message.data(), message.size());
-        Send(socket, packet);
+        Send(client, packet);
     }));
 }
 
 TEST_F(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
-    const auto reply = [this](int socket) {
+    const auto reply = [this](CSocketChannel& client) {
         const Bytes message = Message(24, {}, 24);
         OutgoingPacket packet(PacketKind::kReply);
-        packet.head.exchange = Await(socket).exchange;
+        packet.head.exchange = Await(client).exchange;
         packet.head.flags = kPacketContinuation;
         packet.SetMessage(message.data(), message.size());
-        Send(socket, packet);
+        Send(client, packet);
     };
-    std::thread server = RawServer([&](int socket) {
-        reply(socket);
-        reply(socket);
+    std::thread server = RawServer([&](CSocketChannel& client) {
+        reply(client);
+        reply(client);
     });
     const Handle port = Connect();
     Bytes first;
@@ -230,13 +230,13 @@ TEST_F(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
 }
 
 TEST_F(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
-    ExpectGivenUp(RawServer([this](int socket) {
+    ExpectGivenUp(RawServer([this](CSocketChannel& client) {
         const Bytes message = Message(24, {}, 24);
         OutgoingPacket packet(PacketKind::kReply);
-        packet.head.exchange = Await(socket).exchange;
+        packet.head.exchange = Await(client).exchange;
         packet.SetMessage(message.data(), message.size());
         packet.AddInline(0, "x", 1);
-        Send(socket, packet);
+        Send(client, packet);
     }));
 }
 

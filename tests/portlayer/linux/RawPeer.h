@@ -9,7 +9,7 @@
 #include <thread>
 
 #include "portlayer/linux/Peer.h"
-#include "portlayer/linux/SocketPackets.h"
+#include "portlayer/linux/SocketChannel.h"
 #include "portlayer/packets/MessageHeader.h"
 #include "tests/portlayer/AlpcPortFixture.h"
 
@@ -25,10 +25,7 @@ inline std::string SocketPath(const std::string& directory) {
 /// A client that sends what it likes.
 class CRawClient {
   public:
-    explicit CRawClient(const std::string& directory) {
-        EXPECT_EQ(ConnectSocket(SocketPath(directory), CDeadline::Never(), socket_),
-                  kStatusSuccess);
-    }
+    explicit CRawClient(const std::string& directory) : channel_(Connected(directory)) {}
     /// Connects properly; the server must accept.
     void Handshake(PortDialect dialect) {
         OutgoingPacket packet(PacketKind::kConnect);
@@ -38,16 +35,14 @@ class CRawClient {
         Send(packet);
         PacketBuffer buffer;
         IncomingPacket answer;
-        ASSERT_EQ(ReceivePacket(socket_.Get(), CDeadline::Never(), buffer, answer),
-                  ReceiveResult::kPacket);
+        ASSERT_EQ(channel_.Receive(CDeadline::Never(), buffer, answer), ReceiveResult::kPacket);
         ASSERT_EQ(answer.head.kind, PacketKind::kAccepted);
     }
     void Send(OutgoingPacket& packet) {
-        EXPECT_EQ(SendPacket(socket_.Get(), packet, pool_, freed_, CDeadline::Never()),
-                  SendResult::kSent);
+        EXPECT_EQ(channel_.Send(packet, pool_, freed_, CDeadline::Never()), SendResult::kSent);
     }
     void SendRaw(const Bytes& bytes) {
-        EXPECT_EQ(::send(socket_.Get(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
+        EXPECT_EQ(::send(channel_.Socket(), bytes.data(), bytes.size(), MSG_NOSIGNAL),
                   static_cast<ssize_t>(bytes.size()));
     }
     /// A head with the descriptor attached.
@@ -65,19 +60,25 @@ class CRawClient {
         part->cmsg_type = SCM_RIGHTS;
         part->cmsg_len = CMSG_LEN(sizeof(int));
         std::memcpy(CMSG_DATA(part), &descriptor, sizeof descriptor);
-        EXPECT_GT(::sendmsg(socket_.Get(), &header, MSG_NOSIGNAL), 0);
+        EXPECT_GT(::sendmsg(channel_.Socket(), &header, MSG_NOSIGNAL), 0);
     }
     /// True when the server ends the connection.
     bool IsDropped() {
         char byte = 0;
-        const ssize_t got = ::recv(socket_.Get(), &byte, 1, 0);
+        const ssize_t got = ::recv(channel_.Socket(), &byte, 1, 0);
         return got == 0 || (got < 0 && errno == ECONNRESET);
     }
 
-    int Socket() const { return socket_.Get(); }
+    CSocketChannel& Channel() { return channel_; }
 
   private:
-    CFileDescriptor socket_;
+    static CFileDescriptor Connected(const std::string& directory) {
+        CFileDescriptor socket;
+        EXPECT_EQ(ConnectSocket(SocketPath(directory), CDeadline::Never(), socket), kStatusSuccess);
+        return socket;
+    }
+
+    CSocketChannel channel_;
     CSendPool pool_;
     CReceivePool freed_;
     Bytes message_;
@@ -86,28 +87,27 @@ class CRawClient {
 /// Advanced clients of a server by hand.
 class RawServerFixture : public AlpcPortFixture {
   protected:
-    /// A server that accepts one connection by hand and then runs `body` with its socket.
-    std::thread RawServer(std::function<void(int)> body) {
+    /// A server that accepts one connection by hand and then runs `body` with it.
+    std::thread RawServer(std::function<void(CSocketChannel&)> body) {
         EXPECT_TRUE(ListenSocket(SocketPath(RunDirectory()), listener_));
         EXPECT_EQ(::fcntl(listener_.Get(), F_SETFL, 0), 0);
         return std::thread([this, body] {
-            const CFileDescriptor socket(::accept(listener_.Get(), nullptr, nullptr));
-            Await(socket.Get());
+            CSocketChannel client(CFileDescriptor(::accept(listener_.Get(), nullptr, nullptr)));
+            Await(client);
             OutgoingPacket accepted(PacketKind::kAccepted);
             accepted.head.flags = kAlpcMaxMessage;
-            Send(socket.Get(), accepted);
-            body(socket.Get());
+            Send(client, accepted);
+            body(client);
         });
     }
-    PacketHead Await(int socket) {
+    PacketHead Await(CSocketChannel& client) {
         const auto buffer = std::make_unique<PacketBuffer>();
         IncomingPacket packet;
-        EXPECT_EQ(ReceivePacket(socket, CDeadline::Never(), *buffer, packet),
-                  ReceiveResult::kPacket);
+        EXPECT_EQ(client.Receive(CDeadline::Never(), *buffer, packet), ReceiveResult::kPacket);
         return packet.head;
     }
-    void Send(int socket, OutgoingPacket& packet) {
-        EXPECT_EQ(SendPacket(socket, packet, pool_, freed_, CDeadline::Never()), SendResult::kSent);
+    void Send(CSocketChannel& client, OutgoingPacket& packet) {
+        EXPECT_EQ(client.Send(packet, pool_, freed_, CDeadline::Never()), SendResult::kSent);
     }
     void TearDown() override {
         listener_.Reset();

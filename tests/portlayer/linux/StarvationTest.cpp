@@ -4,6 +4,7 @@
 #include <future>
 #include <poll.h>
 #include <sys/resource.h>
+#include <unistd.h>
 
 #include "tests/portlayer/LpcPortFixture.h"
 #include "tests/portlayer/linux/RawPeer.h"
@@ -36,17 +37,16 @@ class StarvingServerTest : public RawServerFixture {
         EXPECT_EQ(status, kStatusTimeout);
     }
     /// Replies to every request until the client is gone.
-    void AnswerAll(int socket) {
+    void AnswerAll(CSocketChannel& client) {
         const auto buffer = std::make_unique<PacketBuffer>();
         const Bytes message = Message(24, {}, 24);
         IncomingPacket packet;
-        while (ReceivePacket(socket, CDeadline::Never(), *buffer, packet) ==
-               ReceiveResult::kPacket) {
+        while (client.Receive(CDeadline::Never(), *buffer, packet) == ReceiveResult::kPacket) {
             if (packet.head.kind == PacketKind::kRequest) {
                 OutgoingPacket reply(PacketKind::kReply);
                 reply.head.exchange = packet.head.exchange;
                 reply.SetMessage(message.data(), message.size());
-                SendPacket(socket, reply, pool_, freed_, CDeadline::Never());
+                client.Send(reply, pool_, freed_, CDeadline::Never());
             }
         }
     }
@@ -54,9 +54,9 @@ class StarvingServerTest : public RawServerFixture {
 
 TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     std::promise<void> read;
-    std::thread server = RawServer([&](int socket) {
+    std::thread server = RawServer([&](CSocketChannel& client) {
         read.get_future().wait();
-        AnswerAll(socket);
+        AnswerAll(client);
     });
     const Handle port = Connect();
     auto reader = AskWithin(port, std::chrono::milliseconds(100));
@@ -75,9 +75,9 @@ TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
 }
 
 TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
-    std::thread server = RawServer([&](int socket) {
+    std::thread server = RawServer([&](CSocketChannel& client) {
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
-        AnswerAll(socket);
+        AnswerAll(client);
     });
     const Handle port = Connect();
     std::vector<std::future<NtStatus>> hasty;
@@ -96,14 +96,14 @@ TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
 
 TEST_F(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     std::atomic<bool> flooding{true};
-    std::thread server = RawServer([&](int socket) {
+    std::thread server = RawServer([&](CSocketChannel& client) {
         const Bytes message = Message(24, {}, 24);
-        const std::uint32_t exchange = Await(socket).exchange;
+        const std::uint32_t exchange = Await(client).exchange;
         OutgoingPacket stray(PacketKind::kReply);
         stray.head.exchange = exchange + 1000;
         stray.SetMessage(message.data(), message.size());
         while (flooding &&
-               SendPacket(socket, stray, pool_, freed_, CDeadline::Never()) == SendResult::kSent) {
+               client.Send(stray, pool_, freed_, CDeadline::Never()) == SendResult::kSent) {
         }
     });
     const Handle port = Connect();
@@ -221,7 +221,7 @@ TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
         packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
         CSendPool pool;
         CReceivePool freed;
-        sent = SendPacket(client.Socket(), packet, pool, freed, CDeadline::Never());
+        sent = client.Channel().Send(packet, pool, freed, CDeadline::Never());
     }
     EXPECT_EQ(sent, SendResult::kClosed);
     ExpectOthersAreServed();
