@@ -1,83 +1,105 @@
-// The program with a client on its ports.
+// The program with one of the connector's clients on its ports.
 #include "tests/lab/simproduct/EndToEndTest.h"
 
-#include <gmock/gmock.h>
+#include <future>
 
-#include <boost/thread/thread.hpp>
-
+#include "kelcomm/client/KelcommConnection.h"
+#include "kelcomm/ports/KelcommAlpcClient.h"
+#include "kelcomm/ports/KelcommClientNt.h"
+#include "lab/simproduct/ports/PortNames.h"
 #include "lab/simproduct/processes/Process.h"
-#include "tests/lab/simproduct/PortClient.h"
+#include "ntapi/Status.h"
+#include "portlayer/ClientFunctions.h"
+#include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/lab/simproduct/Requests.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
 
-using ::testing::HasSubstr;
+namespace Kelcomm = Connectors::Common::Kelcomm;
+
+struct Closing {
+    void operator()(Kelcomm::IKelcommClient* client) const {
+        client->Close();
+        delete client;
+    }
+};
+using ClientPointer = std::unique_ptr<Kelcomm::IKelcommClient, Closing>;
 
 const Bytes kAccepted = Test::HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
 
-/// What holds on both ports alike.
-template <typename Client>
-class EndToEndPortTest : public EndToEndTest {};
-
-using Clients = ::testing::Types<CLpcPortClient, CAlpcPortClient>;
-struct ClientNames {
-    template <typename Client>
-    static std::string GetName(int) {
-        return std::is_same<Client, CLpcPortClient>::value ? "Lpc" : "Alpc";
+struct LegacyPort {
+    static constexpr const char* kName = "Lpc";
+    // What a client says when it connects and pings, written down from the protocol. Of the ping:
+    // command, flags, reply capacity.
+    static constexpr char kConnect[] = "4b656c436f6d6d2002000000";
+    static constexpr char kPing[] = "000000000000000000000000";
+    static ClientPointer Client() {
+        return ClientPointer(Kelcomm::CreateKelcommClientNt(Test::LayerFunctions()).release());
     }
 };
-TYPED_TEST_SUITE(EndToEndPortTest, Clients, ClientNames);
 
-TYPED_TEST(EndToEndPortTest, PingIsAnsweredWithNothing) {
-    this->Run();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-    this->Await("connect");
+struct AdvancedPort {
+    static constexpr const char* kName = "Alpc";
+    // Of the ping: command, whether a reply may have any length, request length, reply capacity.
+    static constexpr char kConnect[] = "4b656c436f6d6d2002000000cfff0000";
+    static constexpr char kPing[] = "00000000000000000000000000000000";
+    static ClientPointer Client() {
+        ClientPointer client(new Kelcomm::CKelcommAlpcClient(Test::LayerFunctions()));
+        client->Initialize(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId, 0);
+        return client;
+    }
+};
 
-    const PortReply ping = client.Exchange(kPingCommand, {}, 0);
+/// A result code, of the product or of the client, and what came with it.
+struct Answered {
+    std::uint32_t code;
+    Bytes bytes;
+};
 
-    EXPECT_EQ(0, ping.status);
-    EXPECT_EQ(0u, ping.code);
-    EXPECT_EQ(0u, ping.length);
+Answered Ask(Kelcomm::IKelcommClient& client, const Bytes& payload, std::uint32_t capacity = 65536,
+             std::uint32_t flags = 0) {
+    Answered answered{0, Bytes(capacity)};
+    std::uint32_t length = 0;
+    answered.code = client.Request(flags, kRequestCommand, payload.data(),
+                                   static_cast<std::uint32_t>(payload.size()),
+                                   answered.bytes.data(), capacity, &length, 0);
+    answered.bytes.resize(length);
+    return answered;
 }
 
-/// What a client of each port says when it connects and pings, written down from the protocol.
-template <typename Client>
-struct NativeBytes;
-template <>
-struct NativeBytes<CLpcPortClient> {
-    static constexpr char kConnect[] = "4b656c436f6d6d2002000000";
-    // Command, flags, reply capacity.
-    static constexpr char kPing[] = "000000000000000000000000";
+/// What holds on both ports alike.
+template <typename Port>
+class EndToEndPortTest : public EndToEndTest {
+  protected:
+    ClientPointer client_ = Port::Client();
 };
-template <>
-struct NativeBytes<CAlpcPortClient> {
-    static constexpr char kConnect[] = "4b656c436f6d6d2002000000cfff0000";
-    // Command, whether a reply may have any length, request length, reply capacity.
-    static constexpr char kPing[] = "00000000000000000000000000000000";
+
+struct PortNames {
+    template <typename Port>
+    static std::string GetName(int) {
+        return Port::kName;
+    }
 };
+using BothPorts = ::testing::Types<LegacyPort, AdvancedPort>;
+TYPED_TEST_SUITE(EndToEndPortTest, BothPorts, PortNames);
 
 TYPED_TEST(EndToEndPortTest, ConnectAndPingAreToldAsTheyCame) {
     this->Run({"--native"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-    client.Exchange(kPingCommand, {}, 0);
+    EXPECT_EQ(0u, this->client_->Request(0, kPingCommand, nullptr, 0, nullptr, 0, nullptr, 0));
 
     const CLine connect = this->Await("native");
     EXPECT_EQ("connect", this->Field(connect, "message"));
     EXPECT_EQ("1", this->Field(connect, "client"));
-    EXPECT_EQ(NativeBytes<TypeParam>::kConnect, this->Field(connect, "bytes"));
+    EXPECT_EQ(TypeParam::kConnect, this->Field(connect, "bytes"));
     const CLine ping = this->Await("native");
     EXPECT_EQ("ping", this->Field(ping, "message"));
-    EXPECT_EQ(NativeBytes<TypeParam>::kPing, this->Field(ping, "bytes"));
+    EXPECT_EQ(TypeParam::kPing, this->Field(ping, "bytes"));
 }
 
 TYPED_TEST(EndToEndPortTest, ConnectAndPingAreNotToldUnasked) {
     this->Run();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-    client.Exchange(kPingCommand, {}, 0);
+    EXPECT_EQ(0u, this->client_->Request(0, kPingCommand, nullptr, 0, nullptr, 0, nullptr, 0));
     this->Await("reply");
 
     for (std::size_t event = 0; event < this->next_; ++event) {
@@ -85,15 +107,12 @@ TYPED_TEST(EndToEndPortTest, ConnectAndPingAreNotToldUnasked) {
     }
 }
 
-TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
+TYPED_TEST(EndToEndPortTest, OneWayKillEndsTheVictim) {
     this->Run();
     const std::string pid = this->StartVictim();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
 
-    const PortReply kill = client.Exchange(kRequestCommand, KillPayload(pid), 65536);
+    EXPECT_EQ(0u, Ask(*this->client_, KillPayload(pid), 0, Kelcomm::kKelcommOneWay).code);
 
-    EXPECT_EQ(kAccepted, kill.bytes);
     this->Await("did action=kill pid=" + pid + " outcome=done");
     this->Await("ended pid=" + pid + " name=one by=kill-request");
     EXPECT_EQ("done", this->Field(this->Command("tasklog"), "state"));
@@ -101,220 +120,94 @@ TYPED_TEST(EndToEndPortTest, KillEndsTheVictim) {
 
 TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
     this->Run();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
     const std::string own = std::to_string(OwnProcessId());
 
-    EXPECT_EQ(kAccepted, client.Exchange(kRequestCommand, KillPayload(own), 65536).bytes);
+    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload(own)).bytes);
 
     this->Await("did action=kill pid=" + own + " outcome=refused");
 }
 
-TYPED_TEST(EndToEndPortTest, OneWayKillEndsTheVictim) {
-    this->Run();
-    const std::string pid = this->StartVictim();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-
-    EXPECT_EQ(0, client.SendOneWay(KillPayload(pid)));
-
-    this->Await("ended pid=" + pid);
-}
-
 TYPED_TEST(EndToEndPortTest, LongRequestAndLongReplyArriveWhole) {
     this->Run({"--misbehave=oversized 200000"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
     Bytes payload = KillPayload("1");
     payload.resize(150000, ' ');  // blanks behind the document
 
-    const PortReply exchange = client.Exchange(kRequestCommand, payload, 200000);
+    const Answered answered = Ask(*this->client_, payload, 200000);
 
     this->Await("request id=1");
     this->Await("did action=kill pid=1 outcome=refused");
-    EXPECT_EQ(0u, exchange.code);
-    EXPECT_EQ(200000u, exchange.length);
-    ASSERT_EQ(200000u, exchange.bytes.size());
-    EXPECT_EQ(kAccepted, Bytes(exchange.bytes.begin(), exchange.bytes.begin() + 12));
+    EXPECT_EQ(0u, answered.code);
+    ASSERT_EQ(200000u, answered.bytes.size());
+    EXPECT_EQ(kAccepted, Bytes(answered.bytes.begin(), answered.bytes.begin() + 12));
 }
 
-TYPED_TEST(EndToEndPortTest, DroppedConnectionIsANativeFailure) {
-    this->Run({"--misbehave=drop for=1"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
+TYPED_TEST(EndToEndPortTest, ProductEndsCleanlyWhileAClientWaits) {
+    for (const char* fault : {"hang", "delay 3600000"}) {
+        SCOPED_TRACE(fault);
+        this->Run({std::string("--misbehave=") + fault});
+        const ClientPointer client = TypeParam::Client();
+        auto waiting =
+            std::async(std::launch::async, [&] { return Ask(*client, KillPayload("1")).code; });
+        this->Await("request id=1");
 
-    EXPECT_TRUE(NtApi::IsError(client.Exchange(kRequestCommand, KillPayload("1"), 65536).status));
+        this->actor_->Send("quit");
 
-    this->Await("disconnect");
-    TypeParam again;
-    ASSERT_EQ(0, again.Connect());
-    EXPECT_EQ(kAccepted, again.Exchange(kRequestCommand, KillPayload("1"), 65536).bytes);
-}
-
-TYPED_TEST(EndToEndPortTest, DeathInMidRequestIsANativeFailure) {
-    this->Run({"--misbehave=die"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-
-    EXPECT_TRUE(NtApi::IsError(client.Exchange(kRequestCommand, KillPayload("1"), 65536).status));
-
-    EXPECT_NE(0, this->actor_->AwaitEnd(this->kPatience));
-}
-
-TYPED_TEST(EndToEndPortTest, HangingRequestEndsWithTheProduct) {
-    this->Run({"--misbehave=hang"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-    PortReply hanging;
-    boost::thread requester(
-        [&] { hanging = client.Exchange(kRequestCommand, KillPayload("1"), 65536); });
-    this->Await("reply id=1");
-
-    this->actor_->Send("quit");
-    requester.join();
-
-    EXPECT_TRUE(NtApi::IsError(hanging.status));
-    this->ExpectCleanEnd();
-}
-
-TYPED_TEST(EndToEndPortTest, DelayedReplyDoesNotHoldTheEndUp) {
-    this->Run({"--misbehave=delay 3600000"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-    boost::thread requester([&] { client.Exchange(kRequestCommand, KillPayload("1"), 65536); });
-    this->Await("request id=1");
-
-    this->actor_->Send("quit");
-    requester.join();
-
-    this->ExpectCleanEnd();
-}
-
-TYPED_TEST(EndToEndPortTest, AnnouncedLengthCanBeWrong) {
-    this->Run({"--misbehave=bad-length 100"});
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
-
-    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
-
-    EXPECT_EQ(100u, exchange.length);
-    EXPECT_EQ(kAccepted, exchange.bytes);
-}
-
-TYPED_TEST(EndToEndPortTest, StrangerIsRefused) {
-    this->Run();
-    TypeParam client;
-
-    EXPECT_EQ(NtApi::kStatusPortConnectionRefused, client.Connect("Stranger"));
-
-    this->Await("error transport=");
+        this->ExpectCleanEnd();
+        waiting.wait();
+    }
 }
 
 TYPED_TEST(EndToEndPortTest, ClientThatGoesIsNoticed) {
     this->Run();
-    {
-        TypeParam client;
-        ASSERT_EQ(0, client.Connect());
-        this->Await("connect");
-    }
+    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
+    this->client_->Close();
 
     EXPECT_EQ("client", this->Field(this->Await("disconnect"), "by"));
 }
 
-TYPED_TEST(EndToEndPortTest, ProductEndsCleanlyWithAClientConnected) {
+TYPED_TEST(EndToEndPortTest, PortCanBeClosedAndOpenedWhileTheProductRuns) {
+    const std::string fault = TypeParam::kName == std::string("Lpc") ? "no-lpc" : "no-alpc";
     this->Run();
-    TypeParam client;
-    ASSERT_EQ(0, client.Connect());
+    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
 
-    this->actor_->Send("quit");
+    this->actor_->Send("misbehave " + fault);
+    this->Await("answer command=misbehave faults=1");
+    EXPECT_NE(0u, Ask(*this->client_, KillPayload("1")).code);
 
-    this->ExpectCleanEnd();
-    EXPECT_TRUE(NtApi::IsError(client.Exchange(kPingCommand, {}, 0).status));
+    this->actor_->Send("misbehave clear");
+    this->Await("answer command=misbehave faults=0");
+    EXPECT_EQ(kAccepted, Ask(*TypeParam::Client(), KillPayload("1")).bytes);
 }
 
-TEST_F(EndToEndTest, BlockedProgramIsNotStartedAgain) {
+TEST_F(EndToEndTest, LongReplyWhoseViewIsMissingOrSmallIsNoReply) {
+    for (const char* fault : {"view-missing", "view-small"}) {
+        SCOPED_TRACE(fault);
+        Run();
+        const ClientPointer client = AdvancedPort::Client();
+        Command("misbehave oversized 65488");
+        EXPECT_EQ(65488u, Ask(*client, KillPayload("1")).bytes.size());
+        Command("misbehave clear");
+        Command(std::string("misbehave ") + fault);
+        EXPECT_EQ(Kelcomm::kKelcommFailure, Ask(*client, KillPayload("1")).code);
+    }
+}
+
+TEST_F(EndToEndTest, StrangersAreRefused) {
     Run();
-    actor_->Send("start one");
-    const std::string hash = Field(Await("started"), "sha256");
-    CAlpcPortClient client;
-    ASSERT_EQ(0, client.Connect());
+    NtApi::Handle port = nullptr;
+    NtApi::UnicodeString name;
 
-    client.Exchange(
-        kRequestCommand,
-        XmlPayload("<TULK><MESSAGE><REQUEST FUNCTION=\"BLOCK_EXECUTABLE_BY_HASH\"><DATA>"
-                   "<NODE NAME=\"HASH_SHA2_256\" TYPE=\"STRING\" VALUE=\"" +
-                   hash +
-                   "\" /><NODE NAME=\"DELETE\" TYPE=\"DWORD\" VALUE=\"0\" />"
-                   "</DATA></REQUEST></MESSAGE></TULK>"),
-        65536);
-    Await("did action=block");
-    actor_->Send("start two");
+    PortLayer::RtlInitUnicodeString(&name, kLpcPortName);
+    EXPECT_EQ(NtApi::kStatusPortConnectionRefused,
+              PortLayer::NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr,
+                                       nullptr));
+    Await("error transport=lpc text=\"a stranger was refused\"");
 
-    Await("error command=start text=blocked");
-
-    // On Windows the victim would outlive a product that is ended by force.
-    actor_->Send("quit");
-    ExpectCleanEnd();
-}
-
-TEST_F(EndToEndTest, LongReplyWithoutItsViewOnlyAnnouncesIt) {
-    Run({"--misbehave=view-missing"});
-    CAlpcPortClient client;
-    ASSERT_EQ(0, client.Connect());
-
-    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
-
-    EXPECT_EQ(65488u, exchange.length);
-    EXPECT_FALSE(client.CameWithView());
-}
-
-TEST_F(EndToEndTest, SmallViewIsOneByteShort) {
-    Run({"--misbehave=view-small"});
-    CAlpcPortClient client;
-    ASSERT_EQ(0, client.Connect());
-
-    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
-
-    EXPECT_EQ(65488u, exchange.length);
-    EXPECT_TRUE(client.CameWithView());
-    EXPECT_EQ(65487u, exchange.bytes.size());
-}
-
-TEST_F(EndToEndTest, LegacyReplyBeyondTheCapacityIsCutInTheBuffer) {
-    Run({"--misbehave=oversized 70000"});
-    CLpcPortClient client;
-    ASSERT_EQ(0, client.Connect());
-
-    const PortReply exchange = client.Exchange(kRequestCommand, KillPayload("1"), 65536);
-
-    EXPECT_EQ(70000u, exchange.length);
-    EXPECT_EQ(65536u, exchange.bytes.size());
-}
-
-TEST_F(EndToEndTest, AbsentPortIsUnknownByName) {
-    Run({"--misbehave=no-alpc"});
-    CAlpcPortClient alpc;
-    CLpcPortClient lpc;
-
-    EXPECT_EQ(NtApi::kStatusObjectNameNotFound, alpc.Connect());
-    EXPECT_EQ(0, lpc.Connect());
-}
-
-TEST_F(EndToEndTest, PortCanBeClosedAndOpenedWhileTheProductRuns) {
-    Run();
-    CLpcPortClient before;
-    ASSERT_EQ(0, before.Connect());
-
-    actor_->Send("misbehave no-lpc");
-    Await("answer command=misbehave faults=1");
-    CLpcPortClient meanwhile;
-    EXPECT_EQ(NtApi::kStatusObjectNameNotFound, meanwhile.Connect());
-    EXPECT_TRUE(NtApi::IsError(before.Exchange(kPingCommand, {}, 0).status));
-
-    actor_->Send("misbehave clear");
-    Await("answer command=misbehave faults=0");
-    CLpcPortClient after;
-    EXPECT_EQ(0, after.Connect());
+    PortLayer::RtlInitUnicodeString(&name, kAlpcPortName);
+    EXPECT_EQ(NtApi::kStatusPortConnectionRefused,
+              PortLayer::NtAlpcConnectPort(&port, &name, nullptr, nullptr, 0x20000, nullptr,
+                                           nullptr, nullptr, nullptr, nullptr, nullptr));
+    Await("error transport=alpc text=\"a stranger was refused\"");
 }
 
 TEST_F(EndToEndTest, QuitEndsLabProcessesToo) {

@@ -30,6 +30,7 @@ class EndToEndTest : public ::testing::Test {
 
     void Launch(const std::vector<std::string>& arguments) {
         next_ = 0;
+        actor_.reset();  // a second product would not be let in
         actor_ = std::make_unique<Runner::CActor>("product", KYR_SIMPRODUCT, arguments,
                                                   Runner::CActor::Environment{},
                                                   [](const std::string&, const TimedLine&) {});
@@ -68,7 +69,7 @@ class EndToEndTest : public ::testing::Test {
     void ExpectCleanEnd() { EXPECT_EQ(0, actor_->AwaitEnd(kPatience)); }
 
     const Kyr::Test::CInstalledProduct place_;  // takes back what the product registers
-    const Kyr::Test::CRunDirectory directory_;
+    Kyr::Test::CRunDirectory directory_;
     std::unique_ptr<Runner::CActor> actor_;
     std::size_t next_ = 0;
 };
