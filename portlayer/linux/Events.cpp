@@ -1,5 +1,5 @@
 // Events without a name.
-#include "portlayer/ClientFunctions.h"
+#include "portlayer/ClassicFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/linux/Waits.h"
 

@@ -7,6 +7,7 @@
 #include <sys/mman.h>
 
 #include "ntapi/Status.h"
+#include "portlayer/ClassicFunctions.h"
 #include "portlayer/ServerFunctions.h"
 #include "portlayer/core/Handles.h"
 #include "portlayer/core/LiveCounterCells.h"

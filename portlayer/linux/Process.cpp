@@ -2,6 +2,7 @@
 #include <chrono>
 
 #include "ntapi/Status.h"
+#include "portlayer/ClassicFunctions.h"
 #include "portlayer/ServerFunctions.h"
 #include "portlayer/core/Handles.h"
 #include "portlayer/packets/MessageHeader.h"

@@ -9,7 +9,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-#include "portlayer/ClientFunctions.h"
+#include "portlayer/ClassicFunctions.h"
 
 namespace Kyr::PortLayer {
 

@@ -5,7 +5,7 @@
 #include <memory>
 #include <pthread.h>
 
-#include "portlayer/ClientFunctions.h"
+#include "portlayer/ClassicFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/linux/Waits.h"
 #include "portlayer/packets/PacketChannel.h"

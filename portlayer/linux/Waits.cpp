@@ -3,7 +3,7 @@
 #include <array>
 #include <condition_variable>
 
-#include "portlayer/ClientFunctions.h"
+#include "portlayer/ClassicFunctions.h"
 
 namespace Kyr::PortLayer {
 

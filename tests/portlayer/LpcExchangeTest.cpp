@@ -163,9 +163,9 @@ TEST_F(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
     Serve(OnRequests(Echo));
     const Handle closed = Connect();
     CloseHandle(closed);
-    const Handle event = CreateEventW(nullptr, 1, 0, nullptr);
+    const Handle mutex = CreateMutexW(nullptr, 0, u"Global\\NoPort");
     for (const Handle handle :
-         {Handle{nullptr}, closed, event, reinterpret_cast<Handle>(0x12345)}) {
+         {Handle{nullptr}, closed, mutex, reinterpret_cast<Handle>(0x12345)}) {
         Bytes message = LpcMessage({});
         EXPECT_EQ(NtRequestPort(handle, message.data()), kStatusInvalidHandle);
         EXPECT_EQ(NtRequestWaitReplyPort(handle, message.data(), message.data()),
@@ -176,7 +176,7 @@ TEST_F(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {
     }
     EXPECT_EQ(CloseHandle(closed), 0);
     EXPECT_EQ(NtClose(closed), kStatusInvalidHandle);
-    CloseHandle(event);
+    CloseHandle(mutex);
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #include <atomic>
 #include <thread>
 
+#include "portlayer/ClassicFunctions.h"
 #include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
