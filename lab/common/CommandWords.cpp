@@ -10,24 +10,12 @@
 namespace Kyr::Lab {
 
 std::vector<std::string> SplitWords(std::string_view command) {
-    const auto isBlank = [](char byte) { return byte == ' ' || byte == '\t' || byte == '\r'; };
     CLineScanner scanner(command);
     std::vector<std::string> words;
-    for (;;) {
-        scanner.TakeWhile(isBlank);
-        if (scanner.AtEnd()) {
-            return words;
-        }
-        std::string& word = words.emplace_back();
-        while (!scanner.AtEnd() && !isBlank(scanner.Peek())) {
-            if (scanner.Peek() == '"') {
-                word += scanner.TakeQuoted();
-            } else {
-                word += scanner.Peek();
-                scanner.Skip();
-            }
-        }
+    for (scanner.SkipBlanks(); !scanner.AtEnd(); scanner.SkipBlanks()) {
+        words.push_back(scanner.TakeWord());
     }
+    return words;
 }
 
 std::uint64_t ParseNumber(std::string_view text) {

@@ -99,6 +99,11 @@ const std::string* CLine::Find(std::string_view key) const {
     return nullptr;
 }
 
+std::string CLine::Value(std::string_view key) const {
+    const std::string* const value = Find(key);
+    return value == nullptr ? "" : *value;
+}
+
 std::string CLine::Text() const {
     std::string text = kind_;
     for (const auto& field : fields_) {

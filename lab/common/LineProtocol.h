@@ -42,6 +42,8 @@ class CLine {
 
     /// The value of the first field `key`, or null.
     const std::string* Find(std::string_view key) const;
+    /// The same, or an empty text.
+    std::string Value(std::string_view key) const;
 
     /// Kind and fields as they stand in a line, without a time.
     std::string Text() const;

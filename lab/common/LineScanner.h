@@ -1,6 +1,6 @@
 // What events and commands have in common: words, and quoted runs with their escapes.
 //
-// For LineProtocol.cpp and CommandWords.cpp only; all of it stands in this header.
+// For those who read events, commands and scenarios; all of it stands in this header.
 //
 // Threads: one at a time. Errors: std::invalid_argument that says what is missing.
 #pragma once
@@ -30,6 +30,22 @@ class CLineScanner {
         return text_.substr(start, position_ - start);
     }
 
+    void SkipBlanks() { TakeWhile(IsBlank); }
+
+    /// Up to the next blank; a quoted run is part of its word, blanks and all.
+    std::string TakeWord() {
+        std::string word;
+        while (!AtEnd() && !IsBlank(Peek())) {
+            if (Peek() == '"') {
+                word += TakeQuoted();
+            } else {
+                word += Peek();
+                Skip();
+            }
+        }
+        return word;
+    }
+
     void Expect(char byte) {
         if (AtEnd() || text_[position_] != byte) {
             throw std::invalid_argument(std::string("'") + byte + "' expected");
@@ -48,6 +64,8 @@ class CLineScanner {
     }
 
   private:
+    static bool IsBlank(char byte) { return byte == ' ' || byte == '\t' || byte == '\r'; }
+
     char Take() {
         if (AtEnd()) {
             throw std::invalid_argument("closing quote missing");

@@ -6,11 +6,6 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
-std::string Value(const CLine& line, const char* key) {
-    const std::string* const value = line.Find(key);
-    return value == nullptr ? "" : *value;
-}
-
 std::uint64_t Number(const CLine& line, const char* key) {
     const std::string* const value = line.Find(key);
     return value == nullptr ? 0 : ParseNumber(*value);
@@ -25,19 +20,19 @@ bool Begins(const std::string& text, const std::string& start) {
 void CFigureCounter::Event(const CLine& line) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (line.Kind() == "request") {
-        ++(Value(line, "command") == "0" ? sum_.pings : sum_.requests);
+        ++(line.Value("command") == "0" ? sum_.pings : sum_.requests);
     } else if (line.Kind() == "log") {
         Log(line);
     } else if (line.Kind() == "mined") {
         sum_.records += Number(line, "records");
     } else if (line.Kind() == "tally") {
-        tallies_[Value(line, "kind")] = {Number(line, "stored"), Number(line, "twice"),
-                                         Number(line, "lost")};
+        tallies_[line.Value("kind")] = {Number(line, "stored"), Number(line, "twice"),
+                                        Number(line, "lost")};
     }
 }
 
 void CFigureCounter::Log(const CLine& line) {
-    const std::string text = Value(line, "text");
+    const std::string text = line.Value("text");
     if (text == "Connected to product, processing tasks") {
         ++sum_.connections;
     } else if (text == "Connecting to product") {
@@ -45,7 +40,7 @@ void CFigureCounter::Log(const CLine& line) {
     } else if (text == "Reconnecting to product") {
         ++sum_.reconnections;
         reconnecting_ = true;
-    } else if (reconnecting_ && Value(line, "level") == "4" &&
+    } else if (reconnecting_ && line.Value("level") == "4" &&
                Begins(text, "Starting TULK OVANTA Connector connector module failed with: ")) {
         --sum_.reconnections;
         reconnecting_ = false;

@@ -1,5 +1,6 @@
 #include "lab/runner/Narration.h"
 
+#include <algorithm>
 #include <iomanip>
 #include <map>
 #include <sstream>
@@ -10,70 +11,68 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
-/// The value of a field, or nothing.
-std::string ValueIn(const CLine& line, const char* key) {
-    const std::string* value = line.Find(key);
-    return value == nullptr ? "" : *value;
+/// The pattern with every {key} replaced by what the line has there, if anything.
+std::string Fill(const std::string& pattern, const CLine& line) {
+    std::string text;
+    for (std::size_t at = 0; at < pattern.size();) {
+        const std::size_t key = std::min(pattern.find('{', at), pattern.size());
+        text += pattern.substr(at, key - at);
+        const std::size_t end = pattern.find('}', key);
+        if (end == std::string::npos) {
+            break;
+        }
+        text += line.Value(pattern.substr(key + 1, end - key - 1));
+        at = end + 1;
+    }
+    return text;
 }
 
 std::string Over(const CLine& line) {
-    return "over " + boost::algorithm::to_upper_copy(ValueIn(line, "transport"));
+    return " over " + boost::algorithm::to_upper_copy(line.Value("transport"));
 }
 
 Narration Log(const CLine& line) {
-    const std::string level = ValueIn(line, "level");
+    const std::string level = line.Value("level");
     const Weight weight = level == "4"   ? Weight::kError
                           : level == "3" ? Weight::kWarning
                                          : Weight::kOrdinary;
-    return {"log " + level + "  " + ValueIn(line, "text"), weight};
+    return {Fill("log {level}  {text}", line), weight};
 }
 
 Narration Request(const CLine& line) {
-    if (ValueIn(line, "command") == "0") {
-        return {"ping " + Over(line), Weight::kOrdinary, Road::kToProduct, true};
+    if (line.Value("command") == "0") {
+        return {"ping" + Over(line), Weight::kOrdinary, Road::kToProduct, true};
     }
-    const std::string function = ValueIn(line, "function");
-    return {(function.empty() ? ValueIn(line, "name") : function) + " " + Over(line) + ", " +
-                ValueIn(line, "length") + " bytes",
-            Weight::kOrdinary, Road::kToProduct};
+    const char* const what = line.Value("function").empty() ? "{name}" : "{function}";
+    return {Fill(what + Over(line) + ", {length} bytes", line), Weight::kOrdinary,
+            Road::kToProduct};
 }
 
 Narration Reply(const CLine& line) {
     if (line.Find("delivery") != nullptr) {
-        return {"no reply " + Over(line) + ": " + ValueIn(line, "delivery"), Weight::kWarning,
+        return {Fill("no reply" + Over(line) + ": {delivery}", line), Weight::kWarning,
                 Road::kFromProduct};
     }
-    const std::string status = ValueIn(line, "status");
+    const std::string status = line.Value("status");
     if (status.empty()) {
-        return {"answered " + Over(line), Weight::kDetail, Road::kFromProduct};
+        return {"answered" + Over(line), Weight::kDetail, Road::kFromProduct};
     }
-    return {"status " + status + " " + Over(line) + ", " + ValueIn(line, "length") + " bytes",
+    return {Fill("status {status}" + Over(line) + ", {length} bytes", line),
             status == "0" ? Weight::kOrdinary : Weight::kWarning, Road::kFromProduct};
 }
 
 Narration Did(const CLine& line) {
-    const std::string action = ValueIn(line, "action");
-    if (action == "agent-uuid") {
-        return {"notes who manages it: " + ValueIn(line, "uuid"), Weight::kOrdinary};
-    }
-    if (action == "import" || action == "export") {
-        return {(action == "import" ? "takes a policy of " : "gives its configuration, ") +
-                    ValueIn(line, "length") + " bytes",
-                Weight::kOrdinary};
-    }
-    if (action == "task-result") {
-        return {"tells the outcome of a task: " + ValueIn(line, "outcome"), Weight::kOrdinary};
-    }
-    const std::string what =
-        action == "block" ? ValueIn(line, "sha256").substr(0, 12) + "..." : ValueIn(line, "pid");
-    return {action + " " + what + ": " + ValueIn(line, "outcome") + ", " + ValueIn(line, "text"),
-            Weight::kOrdinary};
-}
-
-Narration Process(const CLine& line) {
-    const std::string by = ValueIn(line, "by");
-    return {"process " + ValueIn(line, "name") + " (" + ValueIn(line, "pid") + ") " + line.Kind() +
-                (by.empty() ? "" : " by " + by),
+    static const std::map<std::string, const char*> kActions{
+        {"agent-uuid", "notes who manages it: {uuid}"},
+        {"import", "takes a policy of {length} bytes"},
+        {"export", "gives its configuration, {length} bytes"},
+        {"task-result", "tells the outcome of a task: {outcome}"},
+        {"kill", "kill {pid}: {outcome}, {text}"}};
+    const std::string action = line.Value("action");
+    const auto known = kActions.find(action);
+    return {known != kActions.end() ? Fill(known->second, line)
+                                    : action + " " + line.Value("sha256").substr(0, 12) +
+                                          Fill("...: {outcome}, {text}", line),
             Weight::kOrdinary};
 }
 
@@ -89,44 +88,26 @@ const char* OwnRequest(const std::string& kind) {
 }
 
 Narration Bus(const CLine& line) {
-    const std::string name = "bus    " + ValueIn(line, "name") + " (" + ValueIn(line, "type") + ")";
-    const std::string kind = ValueIn(line, "request");
+    const std::string kind = line.Value("request");
     if (!kind.empty()) {
-        return {name + " for " + OwnRequest(kind) + " published by the " + ValueIn(line, "by"),
+        return {Fill("bus    {name} ({type}) for ", line) + OwnRequest(kind) +
+                    Fill(" published by the {by}", line),
                 Weight::kOrdinary, Road::kNone, true};
     }
     if (line.Kind() == "publish") {
-        return {name + " published by the " + ValueIn(line, "by"), Weight::kOrdinary};
+        return {Fill("bus    {name} ({type}) published by the {by}", line), Weight::kOrdinary};
     }
-    return {name + " delivered to the module",
-            ValueIn(line, "name") == "OvAgentRequest" ? Weight::kDetail : Weight::kOrdinary};
-}
-
-Narration Handed(const CLine& line) {
-    return {"hands out " + ValueIn(line, "records") + " records (" + ValueIn(line, "kind") +
-                "), from number " + ValueIn(line, "from") + " on",
-            Weight::kOrdinary};
-}
-
-Narration Observed(const CLine& line) {
-    return {"telemetry record " + ValueIn(line, "number") + ": " + ValueIn(line, "action") + ", " +
-                ValueIn(line, "name") + " (" + ValueIn(line, "pid") + ")",
-            Weight::kOrdinary};
-}
-
-Narration Mined(const CLine& line) {
-    return {
-        "miner  stored " + ValueIn(line, "records") + " records (" + ValueIn(line, "name") + ")",
-        Weight::kOrdinary};
+    return {Fill("bus    {name} ({type}) delivered to the module", line),
+            line.Value("name") == "OvAgentRequest" ? Weight::kDetail : Weight::kOrdinary};
 }
 
 /// A row of a table: the rows of all kinds stand below each other.
 Narration Tally(const CLine& line) {
     std::ostringstream text;
-    text << "miner  " << std::left << std::setw(9) << ValueIn(line, "kind");
+    text << "miner  " << std::left << std::setw(9) << line.Value("kind");
     for (const char* key : {"sent", "stored", "twice", "lost"}) {
         if (line.Find(key) != nullptr) {
-            text << "  " << key << std::right << std::setw(6) << ValueIn(line, key);
+            text << "  " << key << std::right << std::setw(6) << line.Value(key);
         }
     }
     return {text.str(), Weight::kOrdinary};
@@ -151,8 +132,8 @@ Narration Symbols(const CLine& line) {
 }
 
 Narration Life(const CLine& line) {
-    const std::string call = ValueIn(line, "call");
-    const std::string result = ValueIn(line, "result");
+    const std::string call = line.Value("call");
+    const std::string result = line.Value("result");
     const bool stopped = call.compare(0, 5, "Stop(") == 0 && result == "true";
     return {"life   " + call + " " + result, result == "failed" ? Weight::kError
                                              : stopped          ? Weight::kOrdinary
@@ -161,31 +142,32 @@ Narration Life(const CLine& line) {
 
 /// A command that was refused is what a scenario may want; other errors are not.
 Narration Error(const CLine& line) {
-    const std::string command = ValueIn(line, "command");
-    return command.empty()
+    return line.Value("command").empty()
                ? Narration{line.Text(), Weight::kError}
-               : Narration{"refuses: " + command + ", " + ValueIn(line, "text"), Weight::kWarning};
+               : Narration{Fill("refuses: {command}, {text}", line), Weight::kWarning};
 }
 
-struct Teller {
-    const char* kind;
-    Narration (*tell)(const CLine& line);
-};
+const std::map<std::string, Narration (*)(const CLine& line)> kTellers{
+    {"log", Log},         {"request", Request}, {"reply", Reply}, {"did", Did},
+    {"publish", Bus},     {"deliver", Bus},     {"life", Life},   {"error", Error},
+    {"symbols", Symbols}, {"tally", Tally}};
 
-constexpr Teller kTellers[] = {
-    {"log", Log},           {"request", Request}, {"reply", Reply},   {"did", Did},
-    {"started", Process},   {"adopted", Process}, {"ended", Process}, {"publish", Bus},
-    {"deliver", Bus},       {"symbols", Symbols}, {"life", Life},     {"handed", Handed},
-    {"observed", Observed}, {"mined", Mined},     {"tally", Tally},   {"error", Error},
-};
+const std::map<std::string, const char*> kPatterns{
+    {"started", "process {name} ({pid}) started"},
+    {"adopted", "process {name} ({pid}) adopted"},
+    {"ended", "process {name} ({pid}) ended by {by}"},
+    {"handed", "hands out {records} records ({kind}), from number {from} on"},
+    {"observed", "telemetry record {number}: {action}, {name} ({pid})"},
+    {"mined", "miner  stored {records} records ({name})"}};
 
 }  // namespace
 
 Narration Narrate(const CLine& line) {
-    for (const Teller& teller : kTellers) {
-        if (line.Kind() == teller.kind) {
-            return teller.tell(line);
-        }
+    if (const auto teller = kTellers.find(line.Kind()); teller != kTellers.end()) {
+        return teller->second(line);
+    }
+    if (const auto known = kPatterns.find(line.Kind()); known != kPatterns.end()) {
+        return {Fill(known->second, line), Weight::kOrdinary};
     }
     const bool detail = line.Kind() == "answer" || line.Kind() == "connect" ||
                         line.Kind() == "disconnect" || line.Kind() == "ready";

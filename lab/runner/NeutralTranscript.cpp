@@ -147,8 +147,7 @@ std::string Process(const std::string& actor, int number) {
 
 /// A busy module is asked to stop again and again, as often as time passes.
 bool IsRepeatedStop(const CLine& line) {
-    const std::string* const result = line.Find("result");
-    return line.Kind() == "life" && result != nullptr && *result == "false";
+    return line.Kind() == "life" && line.Value("result") == "false";
 }
 
 }  // namespace

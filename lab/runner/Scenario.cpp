@@ -4,11 +4,10 @@
 #include <cctype>
 #include <map>
 #include <sstream>
-#include <utility>
 
 #include <boost/algorithm/string/trim.hpp>
 
-#include "lab/common/CommandWords.h"
+#include "lab/common/LineScanner.h"
 #include "lab/runner/EventKinds.h"
 
 namespace Kyr::Lab::Runner {
@@ -24,24 +23,26 @@ bool IsActor(const std::string& word) {
 /// The statement of one line: its first word, and what follows, as words or as it stands.
 class CWords {
   public:
-    CWords(std::size_t line, const std::string& text) : line_(line), rest_(Trimmed(text)) {}
+    CWords(std::size_t line, const std::string& text)
+        : line_(line), text_(boost::algorithm::trim_copy(text)), scanner_(text_) {}
+    CWords(const CWords&) = delete;
+    CWords& operator=(const CWords&) = delete;
 
     std::string Next(const char* wanted) {
-        if (AtEnd()) {
-            throw CScenarioError(line_, std::string("expected ") + wanted);
+        Require(wanted);
+        try {
+            std::string word = scanner_.TakeWord();
+            scanner_.SkipBlanks();
+            return word;
+        } catch (const std::invalid_argument& e) {
+            throw CScenarioError(line_, e.what());
         }
-        const std::size_t end = EndOfWord();
-        std::string word = Unquoted(rest_.substr(0, end));
-        rest_ = Trimmed(rest_.substr(end));
-        return word;
     }
 
     /// All that follows, as it stands.
     std::string Rest(const char* wanted) {
-        if (AtEnd()) {
-            throw CScenarioError(line_, std::string("expected ") + wanted);
-        }
-        return std::exchange(rest_, std::string());
+        Require(wanted);
+        return std::string(scanner_.TakeWhile([](char) { return true; }));
     }
 
     std::string NextActor() {
@@ -69,40 +70,19 @@ class CWords {
         throw CScenarioError(line_, "\"" + word + "\" is no duration such as 5s or 200ms");
     }
 
-    bool AtEnd() const { return rest_.empty(); }
+    bool AtEnd() const { return scanner_.AtEnd(); }
     std::size_t Line() const { return line_; }
 
   private:
-    static std::string Trimmed(const std::string& text) {
-        return boost::algorithm::trim_copy(text);
-    }
-
-    /// Quotations belong to the word that they stand in, blanks and all.
-    std::size_t EndOfWord() const {
-        bool quoted = false;
-        std::size_t at = 0;
-        for (; at < rest_.size(); ++at) {
-            if (quoted && rest_[at] == '\\') {
-                ++at;
-            } else if (rest_[at] == '"') {
-                quoted = !quoted;
-            } else if (!quoted && (rest_[at] == ' ' || rest_[at] == '\t')) {
-                break;
-            }
-        }
-        return std::min(at, rest_.size());
-    }
-
-    std::string Unquoted(const std::string& word) const {
-        try {
-            return SplitWords(word).front();
-        } catch (const std::invalid_argument& e) {
-            throw CScenarioError(line_, e.what());
+    void Require(const char* wanted) const {
+        if (AtEnd()) {
+            throw CScenarioError(line_, std::string("expected ") + wanted);
         }
     }
 
-    std::size_t line_;
-    std::string rest_;
+    const std::size_t line_;
+    const std::string text_;
+    CLineScanner scanner_;
 };
 
 /// What no program can tell is refused: `never` would hold for it whatever happens.

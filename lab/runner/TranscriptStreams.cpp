@@ -86,8 +86,7 @@ std::string CTranscriptStreams::Of(const std::string& process, const CLine& line
 }
 
 bool CTranscriptStreams::IsOfACollection(const std::string& process, const CLine& line) {
-    const std::string* const id = line.Find("id");
-    const std::string exchange = process + (id == nullptr ? "" : *id);
+    const std::string exchange = process + line.Value("id");
     if (AsksForRecords(line)) {
         asked_.insert(exchange);
         return true;
