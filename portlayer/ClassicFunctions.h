@@ -21,6 +21,7 @@ void KYR_NTAPI RtlReleaseSRWLockExclusive(void** lock);
 void KYR_NTAPI RtlReleaseSRWLockShared(void** lock);
 
 // Threads, events, waits.
+/// The stack is always the default one. `threadId` must be null, which nobody asks for.
 Handle KYR_NTAPI CreateThread(void* security, std::size_t stackSize, ThreadRoutine routine,
                               void* parameter, std::uint32_t flags, std::uint32_t* threadId);
 /// A thread cannot be ended from outside without breaking the process: answers 1 for a thread that

@@ -19,16 +19,10 @@ NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
                                 std::uint32_t maxConnectionInfo, std::uint32_t maxMessageLength,
                                 std::uint32_t maxPoolUsage);
 
-/// Waits for a connection request. Messages of another kind that arrive meanwhile are lost, as the
-/// system loses them: a server of several clients takes its connection requests from
-/// NtReplyWaitReceivePort.
-NtStatus KYR_NTAPI NtListenPort(Handle port, void* connectionRequest);
-
 /// Sends `reply` when it is not null, then waits for the next message of any client of the port.
 /// `port` is the connection port or any accepted one. `context` (may be null) receives the context
 /// that NtAcceptConnectPort was given.
 /// REQUIRES: `receive` has room for the port's longest message.
-NtStatus KYR_NTAPI NtReplyWaitReceivePort(Handle port, void** context, void* reply, void* receive);
 NtStatus KYR_NTAPI NtReplyWaitReceivePortEx(Handle port, void** context, void* reply, void* receive,
                                             std::int64_t* timeout);
 

@@ -1,14 +1,10 @@
 // Threads: their handles are signalled when the routine has returned.
-#include <algorithm>
-#include <climits>
-#include <condition_variable>
 #include <memory>
 #include <pthread.h>
 
 #include "portlayer/ClassicFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/linux/Waits.h"
-#include "portlayer/packets/PacketChannel.h"
 
 namespace Kyr::PortLayer {
 
@@ -30,73 +26,41 @@ struct ThreadStart {
     ThreadRoutine routine;
     void* parameter;
     std::shared_ptr<CThread> thread;
-
-    std::mutex mutex;
-    std::condition_variable started;
-    std::uint32_t threadId = 0;  // guarded by mutex
 };
 
 void* Run(void* argument) {
-    const std::unique_ptr<std::shared_ptr<ThreadStart>> owner(
-        static_cast<std::shared_ptr<ThreadStart>*>(argument));
-    ThreadStart& start = **owner;
-    {
-        const std::lock_guard<std::mutex> lock(start.mutex);
-        start.threadId = CurrentThreadId();
-        start.started.notify_all();
-    }
-    start.routine(start.parameter);
+    const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
+    start->routine(start->parameter);
     const auto lock = WaitLock();
-    start.thread->SetSignalled(true);
+    start->thread->SetSignalled(true);
     return nullptr;
-}
-
-bool Launch(const std::shared_ptr<ThreadStart>& start, std::size_t stackSize) {
-    pthread_attr_t attributes;
-    ::pthread_attr_init(&attributes);
-    ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    // The C library refuses very small stacks, and takes a part of each for itself. The floor is
-    // our choice.
-    if (stackSize != 0) {
-        ::pthread_attr_setstacksize(
-            &attributes, std::max<std::size_t>(stackSize, static_cast<std::size_t>(256) * 1024));
-    }
-    auto argument = std::make_unique<std::shared_ptr<ThreadStart>>(start);
-    pthread_t thread;
-    const bool created = ::pthread_create(&thread, &attributes, Run, argument.get()) == 0;
-    ::pthread_attr_destroy(&attributes);
-    if (created) {
-        static_cast<void>(argument.release());  // the thread deletes it
-    }
-    return created;
 }
 
 }  // namespace
 
-Handle KYR_NTAPI CreateThread(void*, std::size_t stackSize, ThreadRoutine routine, void* parameter,
+Handle KYR_NTAPI CreateThread(void*, std::size_t, ThreadRoutine routine, void* parameter,
                               std::uint32_t flags, std::uint32_t* threadId) {
     // No creation flag is provided: a thread starts at once.
-    if (routine == nullptr || flags != 0) {
+    if (routine == nullptr || flags != 0 || threadId != nullptr) {
         return nullptr;
     }
-    const auto start = std::make_shared<ThreadStart>();
-    start->routine = routine;
-    start->parameter = parameter;
-    start->thread = std::make_shared<CThread>();
-    const Handle handle = AddHandle(start->thread);
+    auto thread = std::make_shared<CThread>();
+    auto start = std::make_unique<ThreadStart>(ThreadStart{routine, parameter, thread});
+    const Handle handle = AddHandle(std::move(thread));
     if (handle == nullptr) {
         return nullptr;
     }
-    if (!Launch(start, stackSize)) {
+    pthread_attr_t attributes;
+    ::pthread_attr_init(&attributes);
+    ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
+    pthread_t created;
+    const int failure = ::pthread_create(&created, &attributes, Run, start.get());
+    ::pthread_attr_destroy(&attributes);
+    if (failure != 0) {
         RemoveHandle(handle);
         return nullptr;
     }
-    if (threadId != nullptr) {
-        std::unique_lock<std::mutex> lock(start->mutex);
-        // The id is known to the thread alone until it runs.
-        start->started.wait(lock, [&start] { return start->threadId != 0; });
-        *threadId = start->threadId;
-    }
+    static_cast<void>(start.release());  // the thread deletes it
     return handle;
 }
 

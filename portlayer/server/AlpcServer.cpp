@@ -89,13 +89,8 @@ NtStatus Receive(CServerPort& port, const AlpcCall& call) {
         *call.bufferLength = port.Limits().message;
         return kStatusBufferTooSmall;
     }
-    auto scratch = port.TakeScratch();
-    const NtStatus status = port.Receive(*scratch, CDeadline::FromNative(call.timeout));
-    if (status == kStatusSuccess) {
-        Deliver(call, scratch->message);
-    }
-    port.GiveScratch(std::move(scratch));
-    return status;
+    return port.Receive(CDeadline::FromNative(call.timeout),
+                        [&call](IncomingMessage& message) { Deliver(call, message); });
 }
 
 }  // namespace

@@ -36,21 +36,16 @@ NtStatus Reply(const CServerPort& port, const void* reply) {
 }
 
 NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadline& deadline) {
-    auto scratch = port.TakeScratch();
-    const NtStatus status = port.Receive(*scratch, deadline);
-    if (status == kStatusSuccess) {
+    return port.Receive(deadline, [context, receive](const IncomingMessage& message) {
         // The call has no length for the buffer. Messages are no longer than the port's limit
         // (ServerPort.cpp), which the server chose.
-        const IncomingMessage& message = scratch->message;
         std::memcpy(receive, message.bytes, message.length);
         StoreField(receive, kTypeOffset, message.type);
         WriteIds(PortDialect::kLpc, receive, message.ids);
         if (context != nullptr) {
             *context = message.connection->Context();
         }
-    }
-    port.GiveScratch(std::move(scratch));
-    return status;
+    });
 }
 
 /// Tells how many bytes `move(port, ids)` has transferred: all or none.
@@ -81,22 +76,6 @@ NtStatus KYR_NTAPI NtCreatePort(Handle* port, ObjectAttributes* attributes,
     }
     return CServerPort::Create(PortDialect::kLpc, attributes, {maxMessageLength, maxConnectionInfo},
                                port);
-}
-
-NtStatus KYR_NTAPI NtListenPort(Handle handle, void* connectionRequest) {
-    for (;;) {
-        // Anything but a connection request is passed over: the call has no way to hand it out.
-        const NtStatus status = NtReplyWaitReceivePort(handle, nullptr, nullptr, connectionRequest);
-        const std::uint16_t kind = MessageType(connectionRequest) & kMessageKindMask;
-        if (status != kStatusSuccess || kind == kLpcConnectionRequest) {
-            return status;
-        }
-    }
-}
-
-NtStatus KYR_NTAPI NtReplyWaitReceivePort(Handle handle, void** context, void* reply,
-                                          void* receive) {
-    return NtReplyWaitReceivePortEx(handle, context, reply, receive, nullptr);
 }
 
 NtStatus KYR_NTAPI NtReplyWaitReceivePortEx(Handle handle, void** context, void* reply,

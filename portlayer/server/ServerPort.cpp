@@ -54,10 +54,6 @@ CServerPort::CServerPort(PortDialect dialect, const PortLimits& limits)
       dialect_(dialect),
       limits_(limits) {}
 
-CServerPort::~CServerPort() {
-    delete spareScratch_.load();
-}
-
 void CServerPort::OnClose() {
     // The name first: no client comes any more, and the next server may have it. Whoever accepted a
     // client just now finds `closed_` under the lock and lets it go. Threads that wait are woken
@@ -73,37 +69,13 @@ void CServerPort::OnClose() {
     listener_->Wake();
 }
 
-std::unique_ptr<ReceiveScratch> CServerPort::TakeScratch() {
-    // One thread that receives again and again gets by without the lock.
-    std::unique_ptr<ReceiveScratch> scratch(
-        spareScratch_.exchange(nullptr, std::memory_order_acquire));
-    if (scratch) {
-        return scratch;
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    if (scratches_.empty()) {
-        // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
-        // NOLINTNEXTLINE(modernize-make-unique)
-        return std::unique_ptr<ReceiveScratch>(new ReceiveScratch);
-    }
-    scratch = std::move(scratches_.back());
-    scratches_.pop_back();
-    return scratch;
+std::unique_ptr<ReceiveScratch> CServerPort::NewScratch() {
+    // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
+    // NOLINTNEXTLINE(modernize-make-unique)
+    return std::unique_ptr<ReceiveScratch>(new ReceiveScratch);
 }
 
-void CServerPort::GiveScratch(std::unique_ptr<ReceiveScratch> scratch) {
-    // What waits here for the next receive must not keep a dropped connection alive.
-    scratch->message.connection.reset();
-    scratch->message.view = {};
-    scratch.reset(spareScratch_.exchange(scratch.release(), std::memory_order_acq_rel));
-    if (scratch) {
-        // Several threads receive.
-        const std::lock_guard<std::mutex> lock(mutex_);
-        scratches_.push_back(std::move(scratch));
-    }
-}
-
-NtStatus CServerPort::Receive(ReceiveScratch& scratch, const CDeadline& deadline) {
+NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {
     // Most of what the listener tells is no message: a client that connects, a packet that another
     // thread has read meanwhile, a connection that ended before it was accepted. So this goes round
     // until there is a message or the time is up.

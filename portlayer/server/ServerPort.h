@@ -37,7 +37,7 @@ struct IncomingMessage {
     std::size_t length = 0;
 };
 
-/// Memory of one receiving thread; the port keeps it for the next.
+/// Memory of one receiving thread. Large: neither on its stack nor made anew each time.
 struct ReceiveScratch {
     PacketBuffer buffer;
     IncomingPacket packet;
@@ -48,7 +48,6 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
   public:
     static NtApi::NtStatus Create(PortDialect dialect, const NtApi::ObjectAttributes* attributes,
                                   const PortLimits& limits, NtApi::Handle* port);
-    ~CServerPort() override;
     void OnClose() override;
 
     PortDialect Dialect() const { return dialect_; }
@@ -56,12 +55,18 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     std::uint64_t Number() const { return number_; }
     const PortLimits& Limits() const { return limits_; }
 
-    /// Large memory that a receiving thread borrows for one call, so that it is neither on its
-    /// stack nor made anew each time.
-    std::unique_ptr<ReceiveScratch> TakeScratch();
-    void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
-    /// The next message, in scratch.message. kStatusTimeout; kStatusPortClosed after OnClose.
-    NtApi::NtStatus Receive(ReceiveScratch& scratch, const CDeadline& deadline);
+    /// Hands the next message to `deliver`. kStatusTimeout; kStatusPortClosed after OnClose.
+    template <typename Deliver>
+    NtApi::NtStatus Receive(const CDeadline& deadline, Deliver deliver) {
+        thread_local const std::unique_ptr<ReceiveScratch> scratch = NewScratch();
+        const NtApi::NtStatus status = Next(*scratch, deadline);
+        if (status == NtApi::kStatusSuccess) {
+            deliver(scratch->message);
+        }
+        // What waits here for the next call must not keep a dropped connection alive.
+        scratch->message.connection.reset();
+        return status;
+    }
 
     /// Ends the connection without a word to the server. Answers its state until now.
     CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
@@ -72,6 +77,8 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
   private:
     CServerPort(PortDialect dialect, const PortLimits& limits);
 
+    static std::unique_ptr<ReceiveScratch> NewScratch();
+    NtApi::NtStatus Next(ReceiveScratch& scratch, const CDeadline& deadline);
     void AcceptClient();
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
     std::vector<std::shared_ptr<CServerConnection>> Connections();
@@ -93,11 +100,8 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     // Guarded by mutex_.
     std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
     std::uint64_t lastNumber_ = 0;
-    std::vector<std::unique_ptr<ReceiveScratch>> scratches_;
 
     std::atomic<bool> closed_{false};
-    // Owned; the one that a single receiving thread takes and gives.
-    std::atomic<ReceiveScratch*> spareScratch_{nullptr};
 };
 
 /// An accepted connection, as the server's handle of it.

@@ -132,8 +132,7 @@ TEST_F(LpcConnectTest, ClientWaitsForTheCompletion) {
         EXPECT_TRUE(completed.load());
         return port;
     });
-    Bytes message(LpcLayout::kMaxMessage);
-    EXPECT_EQ(NtListenPort(server, message.data()), kStatusSuccess);
+    Bytes message = Receive(server);
     Handle accepted = nullptr;
     NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
     std::this_thread::sleep_for(std::chrono::milliseconds(5));

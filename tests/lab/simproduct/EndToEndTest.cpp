@@ -170,12 +170,10 @@ TYPED_TEST(EndToEndPortTest, PortCanBeClosedAndOpenedWhileTheProductRuns) {
     this->Run();
     EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
 
-    this->actor_->Send("misbehave " + fault);
-    this->Await("answer command=misbehave faults=1");
+    this->Misbehave(fault);
     EXPECT_NE(0u, Ask(*this->client_, KillPayload("1")).code);
 
-    this->actor_->Send("misbehave clear");
-    this->Await("answer command=misbehave faults=0");
+    this->Misbehave("clear");
     EXPECT_EQ(kAccepted, Ask(*TypeParam::Client(), KillPayload("1")).bytes);
 }
 
@@ -184,10 +182,10 @@ TEST_F(EndToEndTest, LongReplyWhoseViewIsMissingOrSmallIsNoReply) {
         SCOPED_TRACE(fault);
         Run();
         const ClientPointer client = AdvancedPort::Client();
-        Command("misbehave oversized 65488");
+        Misbehave("oversized 65488");
         EXPECT_EQ(65488u, Ask(*client, KillPayload("1")).bytes.size());
-        Command("misbehave clear");
-        Command(std::string("misbehave ") + fault);
+        Misbehave("clear");
+        Misbehave(fault);
         EXPECT_EQ(Kelcomm::kKelcommFailure, Ask(*client, KillPayload("1")).code);
     }
 }

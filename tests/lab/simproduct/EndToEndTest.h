@@ -58,6 +58,11 @@ class EndToEndTest : public ::testing::Test {
         return Await("answer command=" + line.substr(0, line.find(' ')));
     }
 
+    void Misbehave(const std::string& fault) {
+        actor_->Send("misbehave " + fault);
+        Await("answer command=misbehave faults=");
+    }
+
     static std::string Field(const CLine& line, const char* key) {
         const std::string* const value = line.Find(key);
         return value == nullptr ? "missing" : *value;

@@ -74,7 +74,7 @@ void CLpcPortServer::Run(const PortAnswer& answer) {
     Bytes buffer(LpcLayout::kMaxMessage);
     std::uint8_t* const message = buffer.data();
     void* toSend = nullptr;
-    while (NtReplyWaitReceivePort(port_, nullptr, toSend, message) == kStatusSuccess) {
+    while (NtReplyWaitReceivePortEx(port_, nullptr, toSend, message, nullptr) == kStatusSuccess) {
         toSend = nullptr;
         if (Kind(message) == kLpcConnectionRequest) {
             Handle client = nullptr;
