@@ -105,7 +105,7 @@ class CRounds {
         for (std::size_t i = 0; i < report.rows.size(); ++i) {
             const CRecordLedger& ledger = world_.Ledger(i);
             CrashReport::Row& row = report.rows[i];
-            row.sent = world_.HandedOut().Count(kKinds[i].name);
+            row.sent = ledger.Sent();
             row.stored = ledger.Stored();
             row.twice = ledger.Twice();
             row.lost = row.sent - std::min(row.sent, ledger.Highest());
@@ -128,11 +128,9 @@ class CRounds {
     /// Starts a host with records to fetch; returns, three times of four, when it fetches the first
     /// ones, and else at once.
     void StartCollecting() {
-        const std::uint64_t before = world_.HandedOut().Batches();
         world_.Append(Number(1, kMostAppended));
-        world_.StartHost();
-        world_.Trigger(kTriggers);
-        fetching_ = Number(0, 3) != 0 && world_.HandedOut().AwaitBeyond(before);
+        world_.Collect(kTriggers);
+        fetching_ = Number(0, 3) != 0 && world_.AwaitBatch();
     }
 
     /// Up to what all collections of one life take, or the way to the first one.

@@ -4,6 +4,12 @@
 
 namespace Kyr::Lab::CrashTest {
 
+void CRecordLedger::HandOut(std::uint64_t from, std::uint64_t records) {
+    if (from <= sent_ + 1) {
+        sent_ = std::max(sent_, from + records - 1);
+    }
+}
+
 std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::string>& records,
                                                     std::uint64_t offset) {
     std::uint64_t last = offset_;

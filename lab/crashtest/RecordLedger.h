@@ -20,11 +20,17 @@ class CRecordLedger {
     /// The next record that the product has; they are numbered from 1.
     void Expect(std::string record) { expected_.push_back(std::move(record)); }
 
+    /// The product has handed out so many, from that number on. A batch that would leave a gap is
+    /// not counted: the product never hands one out.
+    void HandOut(std::uint64_t from, std::uint64_t records);
+
     /// Closes the account of one life: the records that it stored, in order, and the offset that it
     /// left. Says what is wrong, if anything is.
     std::optional<std::string> CloseLife(const std::vector<std::string>& records,
                                          std::uint64_t offset);
 
+    /// How many different ones have been handed out.
+    std::uint64_t Sent() const { return sent_; }
     std::uint64_t Stored() const { return stored_; }
     /// Of them, those that an earlier life had stored.
     std::uint64_t Twice() const { return twice_; }
@@ -39,6 +45,7 @@ class CRecordLedger {
     const std::uint64_t batch_;
     std::vector<std::string> expected_;
     std::uint64_t offset_ = 0;  // that the next life finds
+    std::uint64_t sent_ = 0;
     std::uint64_t stored_ = 0;
     std::uint64_t twice_ = 0;
     std::uint64_t highest_ = 0;

@@ -7,6 +7,7 @@
 #include <boost/filesystem/path.hpp>
 #include <boost/thread/thread.hpp>
 
+#include "lab/common/CommandWords.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/records/RecordFile.h"
 
@@ -56,8 +57,7 @@ std::unique_ptr<CActor> CWorld::Start(const std::string& name, const std::string
 
 void CWorld::StartProduct() {
     product_ =
-        Start("simproduct", programs_.product, {"--records=" + File(folder_, "records")},
-              [this](const std::string&, const TimedLine& line) { handedOut_.Take(line.line); });
+        Start("simproduct", programs_.product, {"--records=" + File(folder_, "records")}, Ignore);
     answers_ = 0;
     if (!product_->Find(
             0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
@@ -70,6 +70,19 @@ void CWorld::KillProduct() {
     ExpectAlive(*product_, "the product");
     product_->Kill();
     product_->AwaitEnd(kPatience);  // with its last event
+    BuryProduct();
+}
+
+void CWorld::BuryProduct() {
+    // An event is in our hands once it is written, whatever becomes of the product then.
+    for (const TimedLine& event : product_->Events()) {
+        for (std::size_t i = 0; event.line.Kind() == "handed" && i < ledgers_.size(); ++i) {
+            if (event.line.Value("kind") == kKinds[i].name) {
+                ledgers_[i].HandOut(ParseNumber(event.line.Value("from")),
+                                    ParseNumber(event.line.Value("records")));
+            }
+        }
+    }
     product_.reset();
 }
 
@@ -88,6 +101,20 @@ void CWorld::Append(std::uint64_t count) {
         Command(std::string("records append ") + kind.name + " count=" + std::to_string(count));
     }
     appended_ += count;
+}
+
+void CWorld::Collect(int times) {
+    collectedFrom_ = product_->Events().size();
+    StartHost();
+    Trigger(times);
+}
+
+bool CWorld::AwaitBatch() const {
+    return product_
+        ->Find(
+            collectedFrom_, [](const CLine& line) { return line.Kind() == "handed"; },
+            std::chrono::seconds(1))
+        .has_value();
 }
 
 void CWorld::StartHost(const std::vector<std::string>& options) {
@@ -157,9 +184,9 @@ void CWorld::QuitBoth() {
         if ((*actor)->AwaitEnd(kPatience) != 0) {
             throw std::runtime_error("a program does not end well");
         }
-        actor->reset();
     }
-    CloseLife();
+    BuryProduct();
+    BuryHost();
 }
 
 void CWorld::ExpectNewRecords() {

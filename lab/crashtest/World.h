@@ -11,7 +11,6 @@
 #include <string>
 #include <vector>
 
-#include "lab/crashtest/HandedOut.h"
 #include "lab/crashtest/RecordLedger.h"
 #include "lab/crashtest/StoreReader.h"
 #include "lab/runner/Actor.h"
@@ -37,6 +36,11 @@ class CWorld {
 
     /// More records of each kind. REQUIRES: the product runs.
     void Append(std::uint64_t count);
+    /// Asks, by a host that is started for it, for every kind of records, that many times.
+    void Collect(int times);
+    /// Waits until the product hands out the first of what Collect asked for; false when a second
+    /// does not bring it.
+    bool AwaitBatch() const;
 
     void StartHost(const std::vector<std::string>& options = {});
     /// False when the host has ended by itself.
@@ -56,7 +60,6 @@ class CWorld {
     /// Closes the accounts of a host that has ended.
     void CloseLife();
 
-    const CHandedOut& HandedOut() const { return handedOut_; }
     const CRecordLedger& Ledger(std::size_t kind) const { return ledgers_.at(kind); }
     std::uint64_t Appended() const { return appended_; }
 
@@ -66,18 +69,20 @@ class CWorld {
                                           Runner::CActor::Listener listener) const;
     void Command(const std::string& line);
     void BuryHost();
+    /// Enters what the product has told of, as it ends.
+    void BuryProduct();
     /// Enters what the product has got since the last call.
     void ExpectNewRecords();
 
     const Programs programs_;
     const std::string folder_;
     const std::uint64_t batch_;
-    CHandedOut handedOut_;
     CStoreReader store_;
     std::array<CRecordLedger, 3> ledgers_;  // in the order of kKinds
     std::uintmax_t recordsRead_ = 0;        // bytes of the product's file
     std::uint64_t appended_ = 0;            // of each kind
     std::size_t answers_ = 0;               // of this product
+    std::size_t collectedFrom_ = 0;         // its events that Collect has brought about
     std::unique_ptr<Runner::CActor> product_;
     std::unique_ptr<Runner::CActor> host_;
 };

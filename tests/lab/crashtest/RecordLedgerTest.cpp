@@ -25,6 +25,15 @@ TEST_F(RecordLedgerTest, LifeThatGoesOnWhereTheOffsetSaidIsRight) {
     EXPECT_EQ(0u, ledger_.BatchesInFlight());
 }
 
+TEST_F(RecordLedgerTest, BatchThatGoesOutAgainOrBehindAGapIsNotCounted) {
+    ledger_.HandOut(2, 4);
+    EXPECT_EQ(0u, ledger_.Sent());
+    ledger_.HandOut(1, 3);
+    ledger_.HandOut(3, 2);
+    ledger_.HandOut(1, 2);
+    EXPECT_EQ(4u, ledger_.Sent());
+}
+
 TEST_F(RecordLedgerTest, LifeWithoutRecordsIsRight) {
     EXPECT_EQ(std::nullopt, ledger_.CloseLife({}, 0));
 }
