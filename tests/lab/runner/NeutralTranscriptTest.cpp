@@ -14,11 +14,9 @@ class NeutralTranscript : public ::testing::Test {
     }
 
     /// From now on the run is one in which the connector's watch collects records.
-    void Collect() {
-        transcript_.Event("host", CLine("publish")
-                                      .With("name", "OvAgentRequest")
-                                      .With("by", "module")
-                                      .With("request", "5"));
+    void Collect() { Tell("host", "publish name=OvAgentRequest by=module request=5"); }
+    void Tell(const std::string& actor, const std::string& event) {
+        transcript_.Event(actor, ParseLine("00:00:00.000 " + event).line);
     }
     void Log(const std::string& text) {
         transcript_.Event("host", CLine("log").With("level", "2").With("text", text));
@@ -32,7 +30,7 @@ class NeutralTranscript : public ::testing::Test {
 
 TEST_F(NeutralTranscript, KeepsTheOrderWithinAKindAndPutsKindsTogether) {
     Log("one");
-    transcript_.Event("host", CLine("life").With("call", "Start"));
+    Tell("host", "life call=Start");
     Log("two");
     EXPECT_EQ(transcript_.Text(),
               "host 1: life call=Start\n"
@@ -41,9 +39,9 @@ TEST_F(NeutralTranscript, KeepsTheOrderWithinAKindAndPutsKindsTogether) {
 }
 
 TEST_F(NeutralTranscript, WhatTheLabTellsOfItselfIsLeftOut) {
-    transcript_.Event("host", CLine("ready").With("module", "M"));
-    transcript_.Event("product", CLine("connect").With("client", "1"));
-    transcript_.Event("product", CLine("answer").With("command", "quit"));
+    Tell("host", "ready module=M");
+    Tell("product", "connect client=1");
+    Tell("product", "answer command=quit");
     EXPECT_EQ(transcript_.Text(), "");
 }
 
@@ -57,8 +55,7 @@ TEST_F(NeutralTranscript, ProcessesOfOneActorStandOneAfterTheOther) {
 }
 
 TEST_F(NeutralTranscript, CountersAreDroppedAndUnnamedProcessesHaveNoNumber) {
-    transcript_.Event("product",
-                      CLine("did").With("id", "7").With("action", "kill").With("pid", "4711"));
+    Tell("product", "did id=7 action=kill pid=4711");
     EXPECT_EQ(transcript_.Text(), "product 1: did action=kill pid=*\n");
 }
 
@@ -80,7 +77,7 @@ TEST_F(NeutralTranscript, NumberThatAnotherProcessGetsIsWrittenByItsNewName) {
 
 TEST_F(NeutralTranscript, NumbersThatHappenToBeAProcessStay) {
     transcript_.Name("pid", "918", "victim.pid");
-    transcript_.Event("host", CLine("publish").With("type", "918"));
+    Tell("host", "publish type=918");
     EXPECT_EQ(transcript_.Text(), "host 1: publish type=918\n");
 }
 
@@ -103,12 +100,9 @@ TEST_F(NeutralTranscript, DatesHaveNoValue) {
 
 TEST_F(NeutralTranscript, WireBytesAreReadableAndNameProcessesToo) {
     transcript_.Name("pid", "4711", "victim.pid");
-    transcript_.Event("product", CLine("request")
-                                     .With("command", "3")
-                                     .With("length", "9")
-                                     .With("bytes",
-                                           "0c00ff25"  // 12 0 255 %
-                                           "3c34373131"));
+    Tell("product",
+         "request command=3 length=9 bytes=0c00ff25"  // 12 0 255 %
+         "3c34373131");
     EXPECT_EQ(transcript_.Text(), "product 1: request command=3 bytes=%0c%00%ff%25<$victim.pid\n");
 }
 
@@ -117,13 +111,13 @@ TEST_F(NeutralTranscript, LongRowOfEqualBytesIsCounted) {
     for (int i = 0; i < 65; ++i) {
         hex += "00";
     }
-    transcript_.Event("product", CLine("reply").With("code", "0").With("bytes", hex + "41"));
+    Tell("product", "reply code=0 bytes=" + hex + "41");
     EXPECT_EQ(transcript_.Text(), "product 1: reply code=0 bytes=%07%00{65}A\n");
 }
 
 TEST_F(NeutralTranscript, ShortRowOfEqualBytesIsWrittenOut) {
     const std::string zeros(64, '0');  // 32 bytes
-    transcript_.Event("product", CLine("reply").With("code", "0").With("bytes", zeros + zeros));
+    Tell("product", "reply code=0 bytes=" + zeros + zeros);
     std::string written;
     for (int i = 0; i < 64; ++i) {
         written += "%00";
@@ -132,28 +126,28 @@ TEST_F(NeutralTranscript, ShortRowOfEqualBytesIsWrittenOut) {
 }
 
 TEST_F(NeutralTranscript, RecordsTellNothingOfTheProcessesOfThisComputer) {
-    transcript_.Event("product", CLine("reply").With("bytes",
-                                                     "0c00000000000000ff000000"
-                                                     "0a1d"  // and {"@timestamp":1,"process":{}}
-                                                     "7b224074696d657374616d70223a312c"
-                                                     "2270726f63657373223a7b7d7d"));
+    Tell("product",
+         "reply bytes="
+         "0c00000000000000ff000000"
+         "0a1d"  // and {"@timestamp":1,"process":{}}
+         "7b224074696d657374616d70223a312c"
+         "2270726f63657373223a7b7d7d");
     EXPECT_EQ(transcript_.Text(),
               "product 1: reply bytes=\"%0c%00%00%00%00%00%00%00<length>%0a<length>"
               "{\\\"@timestamp\\\":1,\\\"process\\\":\\\"*\\\"}\"\n");
 }
 
 TEST_F(NeutralTranscript, LengthStaysWhereNoBytesTellIt) {
-    transcript_.Event("product", CLine("reply").With("code", "0").With("length", "12"));
+    Tell("product", "reply code=0 length=12");
     EXPECT_EQ(transcript_.Text(), "product 1: reply code=0 length=12\n");
 }
 
 TEST_F(NeutralTranscript, PingsAreToldOnceEach) {
     for (int ping = 0; ping < 3; ++ping) {
-        transcript_.Event("product",
-                          CLine("request").With("transport", "alpc").With("command", "0"));
-        transcript_.Event("product", CLine("reply").With("transport", "alpc").With("length", "0"));
+        Tell("product", "request transport=alpc command=0");
+        Tell("product", "reply transport=alpc length=0");
     }
-    transcript_.Event("product", CLine("request").With("transport", "lpc").With("command", "0"));
+    Tell("product", "request transport=lpc command=0");
     EXPECT_EQ(transcript_.Text(),
               "product 1: reply transport=alpc length=0\n"
               "product 1: request transport=alpc command=0\n"
@@ -163,10 +157,9 @@ TEST_F(NeutralTranscript, PingsAreToldOnceEach) {
 TEST_F(NeutralTranscript, LooksForRecordsThatFindNoneAreToldOnceEach) {
     for (const char* const id : {"1", "2"}) {
         Collect();
-        transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
-        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("product",
-                          CLine("reply").With("id", id).With("status", "0").With("length", "12"));
+        Tell("host", "deliver name=OvAgentRequest");
+        Tell("product", std::string("request name=get-actions id=") + id);
+        Tell("product", std::string("reply status=0 length=12 id=") + id);
         Log("Empty response received from OV Connector");
     }
     EXPECT_EQ(transcript_.Text(), "host 1: deliver name=OvAgentRequest\n" +
@@ -178,10 +171,9 @@ TEST_F(NeutralTranscript, LooksForRecordsThatFindNoneAreToldOnceEach) {
 
 TEST_F(NeutralTranscript, RequestsForRecordsThatSomebodyGaveAreToldEach) {
     for (const char* const id : {"1", "2"}) {
-        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("product",
-                          CLine("reply").With("id", id).With("status", "0").With("length", "12"));
-        transcript_.Event("host", CLine("deliver").With("name", "OvAgentRequest"));
+        Tell("product", std::string("request name=get-actions id=") + id);
+        Tell("product", std::string("reply status=0 length=12 id=") + id);
+        Tell("host", "deliver name=OvAgentRequest");
     }
     EXPECT_EQ(transcript_.Text(),
               "host 1: deliver name=OvAgentRequest\n"
@@ -193,8 +185,8 @@ TEST_F(NeutralTranscript, RequestsForRecordsThatSomebodyGaveAreToldEach) {
 }
 
 TEST_F(NeutralTranscript, ErrorsOfEitherSideAreTold) {
-    transcript_.Event("product", CLine("error").With("text", "blocked"));
-    transcript_.Event("host", CLine("error").With("text", "no descriptor"));
+    Tell("product", "error text=blocked");
+    Tell("host", "error text=\"no descriptor\"");
     EXPECT_EQ(transcript_.Text(),
               "host 1: error text=\"no descriptor\"\n"
               "product 1: error text=blocked\n");
@@ -202,15 +194,13 @@ TEST_F(NeutralTranscript, ErrorsOfEitherSideAreTold) {
 
 TEST_F(NeutralTranscript, EachReplyThatIsNoEmptyListOfRecordsIsTold) {
     Collect();
-    const CLine empty = CLine("reply").With("status", "0").With("length", "12");
-    transcript_.Event("product", CLine("request").With("id", "1").With("name", "import"));
-    transcript_.Event("product", CLine(empty).With("id", "1"));
-    transcript_.Event("product", CLine("request").With("id", "2").With("name", "import"));
-    transcript_.Event("product", CLine(empty).With("id", "2"));
+    Tell("product", "request id=1 name=import");
+    Tell("product", "reply status=0 length=12 id=1");
+    Tell("product", "request id=2 name=import");
+    Tell("product", "reply status=0 length=12 id=2");
     for (const char* const id : {"3", "4"}) {
-        transcript_.Event("product", CLine("request").With("id", id).With("name", "get-actions"));
-        transcript_.Event("product",
-                          CLine("reply").With("id", id).With("status", "0").With("length", "40"));
+        Tell("product", std::string("request name=get-actions id=") + id);
+        Tell("product", std::string("reply status=0 length=40 id=") + id);
     }
     EXPECT_EQ(transcript_.Text(),
               "host 1: publish name=OvAgentRequest by=module request=5\n"
@@ -224,14 +214,11 @@ TEST_F(NeutralTranscript, EachReplyThatIsNoEmptyListOfRecordsIsTold) {
 }
 
 TEST_F(NeutralTranscript, ThreadsThatTellBesideEachOtherAreKeptApart) {
-    const CLine task = CLine("publish").With("name", "KillProcessByPid").With("by", "host");
-    const CLine request =
-        CLine("publish").With("name", "OvAgentRequest").With("by", "module").With("request", "0");
-    transcript_.Event("host", request);
+    Tell("host", "publish name=OvAgentRequest by=module request=0");
     Log("Ping failed -> again");
     Log("one");
-    transcript_.Event("host", CLine("publish").With("name", "EventLog_TASK").With("by", "module"));
-    transcript_.Event("host", task);
+    Tell("host", "publish name=EventLog_TASK by=module");
+    Tell("host", "publish name=KillProcessByPid by=host");
     Log("Received broadcast 2");
     Log("two");
     EXPECT_EQ(transcript_.Text(),
@@ -244,8 +231,8 @@ TEST_F(NeutralTranscript, ThreadsThatTellBesideEachOtherAreKeptApart) {
 }
 
 TEST_F(NeutralTranscript, StopThatFoundTheModuleBusyIsNotTold) {
-    transcript_.Event("host", CLine("life").With("call", "Stop(false)").With("result", "false"));
-    transcript_.Event("host", CLine("life").With("call", "Stop(false)").With("result", "true"));
+    Tell("host", "life call=Stop(false) result=false");
+    Tell("host", "life call=Stop(false) result=true");
     EXPECT_EQ(transcript_.Text(), "host 1: life call=Stop(false) result=true\n");
 }
 
