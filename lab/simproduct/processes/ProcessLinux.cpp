@@ -1,4 +1,3 @@
-#include <cerrno>
 #include <csignal>
 #include <fcntl.h>
 #include <filesystem>
@@ -8,9 +7,6 @@
 #include <sys/wait.h>
 #include <system_error>
 #include <unistd.h>
-
-#include <boost/thread/lock_guard.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include "lab/simproduct/processes/Process.h"
 
@@ -23,47 +19,13 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
+/// Known by a descriptor, since its number may be given away.
 class CLinuxProcess : public IProcess {
   public:
-    explicit CLinuxProcess(pid_t pid) : pid_(pid) {}
-
-    std::uint64_t Pid() const override { return static_cast<std::uint64_t>(pid_); }
-
-    bool Kill() override {
-        const boost::lock_guard<boost::mutex> lock(mutex_);
-        return !collected_ && !HasEnded() && kill(pid_, SIGKILL) == 0;
-    }
-
-    void Wait() override {
-        siginfo_t info;
-        // Its entry stays until the lock is held: the number cannot name another process before.
-        while (waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT) != 0 &&
-               errno == EINTR) {
-        }
-        const boost::lock_guard<boost::mutex> lock(mutex_);
-        waitpid(pid_, nullptr, 0);
-        collected_ = true;
-    }
-
-  private:
-    bool HasEnded() const {
-        siginfo_t info{};
-        return waitid(P_PID, static_cast<id_t>(pid_), &info, WEXITED | WNOWAIT | WNOHANG) == 0 &&
-               info.si_pid == pid_;
-    }
-
-    const pid_t pid_;
-    boost::mutex mutex_;
-    bool collected_ = false;  // guarded by mutex_
-};
-
-/// A process that is not our child: known by a descriptor, since its number may be given away.
-class CAdoptedProcess : public IProcess {
-  public:
-    CAdoptedProcess(pid_t pid, int descriptor) : pid_(pid), descriptor_(descriptor) {}
-    ~CAdoptedProcess() override { close(descriptor_); }
-    CAdoptedProcess(const CAdoptedProcess&) = delete;
-    CAdoptedProcess& operator=(const CAdoptedProcess&) = delete;
+    CLinuxProcess(pid_t pid, int descriptor) : pid_(pid), descriptor_(descriptor) {}
+    ~CLinuxProcess() override { close(descriptor_); }
+    CLinuxProcess(const CLinuxProcess&) = delete;
+    CLinuxProcess& operator=(const CLinuxProcess&) = delete;
 
     std::uint64_t Pid() const override { return static_cast<std::uint64_t>(pid_); }
 
@@ -74,6 +36,8 @@ class CAdoptedProcess : public IProcess {
     void Wait() override {
         while (!HasEnded(-1)) {
         }
+        // Of our own children an entry stays until here.
+        waitid(P_PIDFD, static_cast<id_t>(descriptor_), nullptr, WEXITED);
     }
 
   private:
@@ -132,7 +96,13 @@ class CLinuxLauncher : public IProcessLauncher {
             throw std::runtime_error("cannot start " + program + ": " +
                                      std::generic_category().message(error));
         }
-        return std::make_unique<CLinuxProcess>(pid);
+        const int descriptor = pidfd_open(pid, 0);
+        if (descriptor < 0) {
+            kill(pid, SIGKILL);
+            waitpid(pid, nullptr, 0);
+            throw std::runtime_error("cannot watch " + program);
+        }
+        return std::make_unique<CLinuxProcess>(pid, descriptor);
     }
 
     std::unique_ptr<IProcess> Adopt(const std::string& program, std::uint64_t pid) override {
@@ -142,7 +112,7 @@ class CLinuxLauncher : public IProcessLauncher {
         if (descriptor < 0) {
             throw std::runtime_error("no process " + std::to_string(pid));
         }
-        auto process = std::make_unique<CAdoptedProcess>(number, descriptor);
+        auto process = std::make_unique<CLinuxProcess>(number, descriptor);
         // Looked at while the descriptor holds the process: the number still means the same one.
         std::error_code error;
         const auto running =

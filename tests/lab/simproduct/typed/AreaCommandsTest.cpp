@@ -60,10 +60,6 @@ TEST_F(AreaCommandsTest, LieStandsUntilHealthyAndTheValuesStay) {
     EXPECT_EQ(area_.Value(2), 9U);
 }
 
-TEST_F(AreaCommandsTest, PlugInMoves) {
-    EXPECT_THAT(Area("area move 2"), HasSubstr(" position=2 "));
-}
-
 TEST_F(AreaCommandsTest, MutexIsHeldAndReleased) {
     EXPECT_THAT(Area("area hold"), HasSubstr(" mutex=held "));
     EXPECT_THAT(Area("area hold"), HasSubstr(" mutex=held "));
@@ -74,11 +70,6 @@ TEST_F(AreaCommandsTest, MutexIsHeldAndReleased) {
 TEST_F(AreaCommandsTest, AbandonedMutexDoesNotStopTheWriter) {
     EXPECT_THAT(Area("area abandon"), HasSubstr(" mutex=free "));
     EXPECT_THAT(Execute("broadcast index=0"), ElementsAre(HasSubstr("value=1")));
-}
-
-TEST_F(AreaCommandsTest, FlickeringWordComesToRest) {
-    Area("area flicker data-size 0");
-    EXPECT_THAT(Area("area healthy"), HasSubstr(" data-size=1024 "));
 }
 
 TEST_F(AreaCommandsTest, ClosedAreaHasNothingToTellAndOpensAgain) {
