@@ -115,7 +115,6 @@ TEST_F(AlpcConnectTest, ServerThatClosesEndsEveryWait) {
     auto first = AskInVain(port);
     StopServer();
     EXPECT_EQ(first.get(), kStatusPortDisconnected);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcConnectTest, KilledServerDisconnects) {

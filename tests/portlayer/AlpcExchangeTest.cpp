@@ -28,7 +28,6 @@ TEST_F(AlpcExchangeTest, LongestMessageCrossesBothWays) {
     const Handle port = Connect();
     const Bytes data = Pattern(0xFFEF - 24);
     EXPECT_EQ(Ask(port, data), data);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
@@ -38,7 +37,6 @@ TEST_F(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
     EXPECT_EQ(Exchange(port, AlpcMessage(Pattern(0xFFEF - 23)), reply), kStatusPortMessageTooLong);
     EXPECT_EQ(SendOneWay(port, AlpcMessage(Pattern(0xFFEF - 23))), kStatusPortMessageTooLong);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
@@ -50,29 +48,20 @@ TEST_F(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
         Bytes reply;
         EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter) << total;
     }
-    CloseHandle(port);
 }
 
-TEST_F(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBuffer) {
-    Serve(OnRequests(Echo));
-    const Handle port = Connect();
-    Bytes request = AlpcMessage({});
-    EXPECT_EQ(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr, nullptr,
-                                        nullptr, nullptr, nullptr),
-              kStatusLpcReceiveBufferExpected);
-    CloseHandle(port);
-}
-
-TEST_F(AlpcExchangeTest, SynchronousRequestCannotReleaseAsWell) {
+TEST_F(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBufferAndCannotReleaseAsWell) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
     std::size_t length = request.size();
+    EXPECT_EQ(NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), nullptr, nullptr,
+                                        nullptr, nullptr, nullptr),
+              kStatusLpcReceiveBufferExpected);
     EXPECT_EQ(
         NtAlpcSendWaitReceivePort(port, kAlpcSynchronous | kAlpcReleaseMessage, request.data(),
                                   nullptr, request.data(), &length, nullptr, nullptr),
         kStatusInvalidParameter2);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, KindAndIdsAreTheSystems) {
@@ -93,7 +82,6 @@ TEST_F(AlpcExchangeTest, KindAndIdsAreTheSystems) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 2);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), 16), messageId);
     EXPECT_EQ(reply.size(), 24u);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
@@ -107,7 +95,6 @@ TEST_F(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
     const Handle port = Connect();
     EXPECT_EQ(SendOneWay(port, AlpcMessage(ToBytes("note"))), kStatusSuccess);
     EXPECT_EQ(received.get_future().get(), ToBytes("note"));
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
@@ -120,7 +107,6 @@ TEST_F(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
@@ -133,7 +119,6 @@ TEST_F(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
     EXPECT_EQ(Release(port, reply, nullptr), kStatusInvalidMessage);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
@@ -147,7 +132,6 @@ TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
               kStatusBufferTooSmall);
     EXPECT_EQ(length, 124u);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
@@ -196,7 +180,6 @@ TEST_F(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     ASSERT_EQ(Exchange(port, AlpcMessage(ToBytes("next")), reply), kStatusSuccess);
     EXPECT_EQ(AlpcData(reply.data()), ToBytes("next"));
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
@@ -207,14 +190,12 @@ TEST_F(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
     EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("x")), reply, nullptr, nullptr, &timeout),
               kStatusSuccess);
     EXPECT_EQ(AlpcData(reply.data()), ToBytes("x"));
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
     Serve(OnRequests(Echo), 3);
     const Handle port = Connect();
     AskOnThreads(port, 6, 150);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
@@ -238,7 +219,6 @@ TEST_F(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
         EXPECT_EQ(Ask(port, data), data);
     }
     impatient.join();
-    CloseHandle(port);
 }
 
 }  // namespace

@@ -144,7 +144,7 @@ NtStatus AlpcPortFixture::TryConnect(Handle& port, Bytes* message, std::int64_t*
 Handle AlpcPortFixture::Connect() {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusSuccess);
-    return port;
+    return CloseAtEnd(port);
 }
 
 NtStatus AlpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent,
@@ -171,7 +171,6 @@ void AlpcPortFixture::ExpectGivenUp() {
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-    CloseHandle(port);
 }
 
 NtStatus AlpcPortFixture::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {

@@ -64,7 +64,6 @@ TEST_F(AlpcViewTest, ReplyWithAViewIsFlaggedAndReleasedOnce) {
     EXPECT_EQ(BytesOf(received), large);
     ReleaseView(port, reply, received);
     EXPECT_EQ(Release(port, reply, &received), kStatusInvalidMessage);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ReleaseWithoutTheUnmapFlagKeepsTheView) {
@@ -78,7 +77,6 @@ TEST_F(AlpcViewTest, ReleaseWithoutTheUnmapFlagKeepsTheView) {
     void* const base = received.View().ViewBase;
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, base), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, base), kStatusInvalidParameter);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ViewsOfAllSizesCrossAgainAndAgain) {
@@ -100,7 +98,6 @@ TEST_F(AlpcViewTest, ManyViewsReuseTheMemory) {
     for (int i = 0; i < 300; ++i) {
         ASSERT_EQ(AskForView(port).size(), 100000u);
     }
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, RequestTravelsInAView) {
@@ -121,7 +118,6 @@ TEST_F(AlpcViewTest, RequestTravelsInAView) {
         EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusInvalidParameter);
         EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
     }
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
@@ -137,7 +133,6 @@ TEST_F(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
     ReleaseView(port, reply, received);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
@@ -166,7 +161,6 @@ TEST_F(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
     // The late reply, or this one, gives the view back.
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
@@ -189,7 +183,6 @@ TEST_F(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
     EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
@@ -199,7 +192,6 @@ TEST_F(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
     EXPECT_EQ(NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr,
                                       (std::size_t{1} << 30) + 1, &section, nullptr),
               kStatusNoMemory);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
@@ -225,7 +217,6 @@ TEST_F(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
     EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
     EXPECT_EQ(received.get_future().get(), Pattern(70000));
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
@@ -247,7 +238,6 @@ TEST_F(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
         ASSERT_EQ(AskForView(port), Pattern(70000));
     }
     EXPECT_GT(timeouts, 100);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, SectionsAreCheckedWhenMade) {
@@ -264,7 +254,6 @@ TEST_F(AlpcViewTest, SectionsAreCheckedWhenMade) {
     EXPECT_EQ(actual, 8192u);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, section), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, section), kStatusInvalidHandle);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ViewsAreCheckedWhenMadeAndSent) {
@@ -282,7 +271,6 @@ TEST_F(AlpcViewTest, ViewsAreCheckedWhenMadeAndSent) {
     EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusInvalidParameter);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, DeletedSectionLivesUntilItsViewEnds) {
@@ -292,7 +280,6 @@ TEST_F(AlpcViewTest, DeletedSectionLivesUntilItsViewEnds) {
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
     EXPECT_EQ(std::memcmp(view.ViewBase, Pattern(100).data(), 100), 0);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
-    CloseHandle(port);
 }
 
 TEST_F(AlpcViewTest, ClosingThePortEndsWhatStands) {
@@ -312,7 +299,6 @@ TEST_F(AlpcViewTest, ReceiverWithoutPlaceForTheViewStillReleasesTheMessage) {
     ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
-    CloseHandle(port);
 }
 
 }  // namespace

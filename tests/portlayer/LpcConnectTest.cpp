@@ -227,7 +227,6 @@ TEST_F(LpcConnectTest, ServerThatClosesItsPortLosesTheReply) {
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
     Bytes message = LpcMessage({});
     EXPECT_EQ(NtRequestPort(port, message.data()), kStatusPortDisconnected);
-    CloseHandle(port);
 }
 
 TEST_F(LpcConnectTest, KilledServerLosesTheReply) {

@@ -119,7 +119,6 @@ TEST_F(LpcDataTest, LargeTransfersGoOnForEver) {
                   kStatusSuccess);
         ASSERT_EQ(reply, request);
     }
-    CloseHandle(port);
 }
 
 TEST_F(LpcDataTest, TransfersBeyondTheBlockOrTheEntryAreInvalid) {
@@ -176,7 +175,6 @@ TEST_F(LpcDataTest, RequestWithoutABlockHasNoEntries) {
     });
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, ToBytes("plain")), ToBytes("done"));
-    CloseHandle(port);
 }
 
 TEST_F(LpcDataTest, EmptyEntriesAreHarmless) {
@@ -216,7 +214,6 @@ TEST_F(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
         EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter)
             << block.offset << ' ' << block.count;
     }
-    CloseHandle(port);
 }
 
 TEST_F(LpcBadBlockTest, OnlyRequestsMayHaveABlock) {
@@ -230,7 +227,6 @@ TEST_F(LpcBadBlockTest, OnlyRequestsMayHaveABlock) {
     EXPECT_EQ(NtRequestPort(port, message.data()), kStatusInvalidParameter);
     Bytes reply;
     EXPECT_EQ(Exchange(port, message, reply), kStatusSuccess);
-    CloseHandle(port);
 }
 
 }  // namespace

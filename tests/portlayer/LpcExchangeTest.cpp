@@ -26,7 +26,6 @@ TEST_F(LpcExchangeTest, EmptyMessagesCross) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), Bytes());
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, LongestMessageCrossesBothWays) {
@@ -34,7 +33,6 @@ TEST_F(LpcExchangeTest, LongestMessageCrossesBothWays) {
     const Handle port = Connect();
     const Bytes data = Pattern(LpcLayout::kMaxMessage - LpcLayout::kHeaderSize);
     EXPECT_EQ(Ask(port, data), data);
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
@@ -46,7 +44,6 @@ TEST_F(LpcExchangeTest, TooLongMessageIsRefusedAndThePortGoesOn) {
     EXPECT_EQ(Exchange(port, request, reply), kStatusPortMessageTooLong);
     EXPECT_EQ(NtRequestPort(port, request.data()), kStatusPortMessageTooLong);
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
@@ -57,7 +54,6 @@ TEST_F(LpcExchangeTest, DataLongerThanTheMessageIsInvalid) {
     Bytes reply;
     EXPECT_EQ(Exchange(port, request, reply), kStatusInvalidParameter);
     EXPECT_EQ(NtRequestPort(port, request.data()), kStatusInvalidParameter);
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, KindAndIdsAreTheSystems) {
@@ -78,7 +74,6 @@ TEST_F(LpcExchangeTest, KindAndIdsAreTheSystems) {
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), kLpcReply);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), LpcLayout::kMessageId), messageId);
     EXPECT_EQ(GetWord(reply.data(), LpcLayout::kProcessId), CurrentProcessId());
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
@@ -87,7 +82,6 @@ TEST_F(LpcExchangeTest, RequestAndReplyMayShareOneBuffer) {
     Bytes buffer = LpcMessage(ToBytes("both"));
     EXPECT_EQ(NtRequestWaitReplyPort(port, buffer.data(), buffer.data()), kStatusSuccess);
     EXPECT_EQ(LpcData(buffer.data()), ToBytes("both"));
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, OneWayMessageArrivesAsADatagram) {
@@ -119,7 +113,6 @@ TEST_F(LpcExchangeTest, SecondReplyIsAMismatch) {
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("first"));
     checked.get_future().get();
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
@@ -134,7 +127,6 @@ TEST_F(LpcExchangeTest, ReplyWithForeignIdsIsAMismatch) {
     }));
     const Handle port = Connect();
     EXPECT_EQ(Ask(port, {}), ToBytes("right"));
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
@@ -149,14 +141,12 @@ TEST_F(LpcExchangeTest, ServersTooLongReplyIsRefusedAndTheRequestStaysOpen) {
     }));
     const Handle port = Connect();
     Ask(port, {});
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     AskOnThreads(port, 4, 200);
-    CloseHandle(port);
 }
 
 TEST_F(LpcExchangeTest, WhatIsNoPortIsAnInvalidHandle) {

@@ -82,7 +82,7 @@ NtStatus LpcPortFixture::TryConnect(Handle& port, Bytes* information) {
 Handle LpcPortFixture::Connect() {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusSuccess);
-    return port;
+    return CloseAtEnd(port);
 }
 
 NtStatus LpcPortFixture::Exchange(Handle port, Bytes request, Bytes& reply) {

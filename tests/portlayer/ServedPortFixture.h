@@ -4,6 +4,7 @@
 
 #include <functional>
 #include <future>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -20,10 +21,19 @@ class ServedPortFixture : public PortFixture {
     using Handler = std::function<void(Call&)>;
 
     void TearDown() override {
+        for (const Handle port : connected_) {
+            CloseHandle(port);
+        }
         StopServer();
         PortFixture::TearDown();
     }
     virtual void StopServer() = 0;
+    /// Closes the client's port at the end of the test, unless the test does.
+    Handle CloseAtEnd(Handle port) {
+        const std::lock_guard<std::mutex> lock(connectedMutex_);
+        connected_.push_back(port);
+        return port;
+    }
 
     /// Hands requests to the handler, and ignores everything else.
     static Handler OnRequests(Handler handler) {
@@ -76,6 +86,8 @@ class ServedPortFixture : public PortFixture {
 
   private:
     std::promise<void> asked_;
+    std::mutex connectedMutex_;
+    std::vector<Handle> connected_;  // guarded by connectedMutex_
 };
 
 }  // namespace Kyr::Test

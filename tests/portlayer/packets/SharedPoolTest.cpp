@@ -31,7 +31,6 @@ TEST_F(SectionLimitTest, SixtyFifthSectionIsRefused) {
     Handle oneMore = nullptr;
     EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
     EXPECT_EQ(oneMore, nullptr);
-    CloseHandle(port);
 }
 
 TEST_F(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
@@ -43,7 +42,6 @@ TEST_F(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
     EXPECT_EQ(CreateSection(port, another), kStatusSuccess);
     Handle oneMore = nullptr;
     EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
-    CloseHandle(port);
 }
 
 TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
@@ -73,7 +71,6 @@ TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     EXPECT_EQ(CreateSection(port, section), kStatusNoMemory);
     Ask(port, ToBytes("release"));
     EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
-    CloseHandle(port);
 }
 
 }  // namespace
