@@ -94,14 +94,10 @@ NtStatus KYR_NTAPI NtAlpcCreateSectionView(Handle port, std::uint32_t flags,
 NtStatus KYR_NTAPI NtAlpcDeleteSectionView(Handle port, std::uint32_t flags, void* viewBase) {
     std::shared_ptr<CObject> keep;
     CAlpcMemory* const memory = MemoryOf(port, keep);
-    auto* const server = As<CServerPort>(keep.get());
-    if (memory == nullptr && server == nullptr) {
+    if (memory == nullptr) {
         return kStatusInvalidHandle;
     }
-    if (flags != 0) {
-        return kStatusInvalidParameter;
-    }
-    return memory != nullptr ? memory->DeleteView(viewBase) : server->DeleteView(viewBase);
+    return flags != 0 ? kStatusInvalidParameter : memory->DeleteView(viewBase);
 }
 
 }  // namespace Kyr::PortLayer

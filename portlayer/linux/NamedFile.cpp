@@ -64,10 +64,7 @@ CNamedFile::~CNamedFile() {
 }
 
 NtStatus CNamedFile::Open(const char16_t* name, const char* kind) {
-    NtStatus status = FileNameOf(name, kind, name_);
-    if (status == kStatusSuccess) {
-        status = OpenRunDirectory(false, directory_);
-    }
+    const NtStatus status = Locate(NameOf(name), kind, false, directory_, name_);
     return status == kStatusSuccess ? OpenLive() : status;
 }
 
@@ -94,10 +91,7 @@ NtStatus CNamedFile::OpenLive() {
 
 NtStatus CNamedFile::OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
                                   const std::function<bool(int)>& initialise) {
-    NtStatus status = FileNameOf(name, kind, name_);
-    if (status == kStatusSuccess) {
-        status = OpenRunDirectory(true, directory_);
-    }
+    NtStatus status = Locate(NameOf(name), kind, true, directory_, name_);
     // Goes round only when theirs, which made ours fail, is gone before we open it.
     while (status == kStatusSuccess) {
         const NtStatus opened = OpenLive();

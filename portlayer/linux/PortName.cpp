@@ -23,10 +23,7 @@ std::string LockName(const std::string& file) {
 }  // namespace
 
 NtStatus CPortName::Take(const UnicodeString& name, CFileDescriptor& listener) {
-    NtStatus status = FileNameOf(name, "port", file_);
-    if (status == kStatusSuccess) {
-        status = OpenRunDirectory(true, directory_);
-    }
+    NtStatus status = Locate(NameOf(name), "port", true, directory_, file_);
     if (status == kStatusSuccess) {
         status = Lock();
     }

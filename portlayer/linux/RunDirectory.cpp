@@ -54,12 +54,10 @@ void AppendEscaped(std::string& file, char unit) {
     file += kDigits[unit & 15];
 }
 
-NtStatus FileNameOfUnits(const char16_t* units, std::size_t count, const char* kind,
-                         std::string& file) {
+NtStatus FileNameOf(std::u16string_view units, const char* kind, std::string& file) {
     std::string name;
-    for (std::size_t i = 0; i < count; ++i) {
+    for (const char16_t unit : units) {
         // Names of the system are compared without regard to case; the names here are plain ASCII.
-        const char16_t unit = units[i];
         if (unit < 0x20 || unit > 0x7E) {
             return kStatusObjectNameInvalid;
         }
@@ -107,18 +105,20 @@ NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory) {
     return Failed({}, kStatusAccessDenied, reason);
 }
 
-NtStatus FileNameOf(const UnicodeString& name, const char* kind, std::string& file) {
-    if (name.Buffer == nullptr || name.Length % 2 != 0) {
-        return kStatusObjectNameInvalid;
-    }
-    return FileNameOfUnits(name.Buffer, name.Length / 2, kind, file);
+NtStatus Locate(std::u16string_view name, const char* kind, bool create, CFileDescriptor& directory,
+                std::string& file) {
+    const NtStatus status = FileNameOf(name, kind, file);
+    return status == kStatusSuccess ? OpenRunDirectory(create, directory) : status;
 }
 
-NtStatus FileNameOf(const char16_t* name, const char* kind, std::string& file) {
-    if (name == nullptr) {
-        return kStatusObjectNameInvalid;
-    }
-    return FileNameOfUnits(name, std::char_traits<char16_t>::length(name), kind, file);
+std::u16string_view NameOf(const UnicodeString& name) {
+    // Half a letter is none of a name.
+    const bool whole = name.Buffer != nullptr && name.Length % 2 == 0;
+    return whole ? std::u16string_view(name.Buffer, name.Length / 2) : std::u16string_view();
+}
+
+std::u16string_view NameOf(const char16_t* name) {
+    return name != nullptr ? std::u16string_view(name) : std::u16string_view();
 }
 
 std::string PathIn(const CFileDescriptor& directory, const std::string& file) {

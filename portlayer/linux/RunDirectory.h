@@ -9,6 +9,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "ntapi/Status.h"
 #include "ntapi/Types.h"
@@ -21,12 +22,16 @@ namespace Kyr::PortLayer::Detail {
 /// it cannot be made because its parent is missing.
 NtApi::NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory);
 
+/// Opens the directory in which an object of that name is, as above, and tells its file.
 /// "\BaseNamedObjects\Name", "Global\Name", "Local\Name" and "Name" are one object, and letters of
 /// either case are the same, as in the system's name space. `kind` becomes the extension: objects
 /// of different kinds do not collide here. kStatusObjectNameInvalid when the name is empty, not
 /// ASCII, or too long.
-NtApi::NtStatus FileNameOf(const NtApi::UnicodeString& name, const char* kind, std::string& file);
-NtApi::NtStatus FileNameOf(const char16_t* name, const char* kind, std::string& file);
+NtApi::NtStatus Locate(std::u16string_view name, const char* kind, bool create,
+                       CFileDescriptor& directory, std::string& file);
+/// The letters of a name of the system's; empty for none.
+std::u16string_view NameOf(const NtApi::UnicodeString& name);
+std::u16string_view NameOf(const char16_t* name);
 
 /// A path that reaches `file` through the open directory, whatever becomes of the directory's name.
 std::string PathIn(const CFileDescriptor& directory, const std::string& file);

@@ -180,10 +180,7 @@ NtApi::NtStatus OpenChannel(const NtApi::UnicodeString& name, const CDeadline& d
                             std::unique_ptr<IPacketChannel>& channel) {
     std::string file;
     CFileDescriptor directory;
-    NtApi::NtStatus status = FileNameOf(name, "port", file);
-    if (status == NtApi::kStatusSuccess) {
-        status = OpenRunDirectory(false, directory);
-    }
+    NtApi::NtStatus status = Locate(NameOf(name), "port", false, directory, file);
     CFileDescriptor socket;
     if (status == NtApi::kStatusSuccess) {
         status = ConnectSocket(PathIn(directory, file), deadline, socket);

@@ -156,17 +156,6 @@ CServerConnection::Stage CServerPort::Drop(const std::shared_ptr<CServerConnecti
     return state;
 }
 
-NtStatus CServerPort::DeleteView(const void* base) {
-    // The system's call names the connection port and the address; whose view it is has to be found
-    // out.
-    for (const auto& connection : Connections()) {
-        if (connection->Memory().DeleteView(base) == kStatusSuccess) {
-            return kStatusSuccess;
-        }
-    }
-    return kStatusInvalidParameter;
-}
-
 NtStatus CServerPort::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
     // The message id says it all: ids are unique in the process.
     for (const auto& connection : Connections()) {

@@ -70,8 +70,6 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
 
     /// Ends the connection without a word to the server. Answers its state until now.
     CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
-    /// Deletes a received view of any connection.
-    NtApi::NtStatus DeleteView(const void* base);
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 
   private:

@@ -13,18 +13,6 @@ namespace Kyr::PortLayer {
 
 using namespace Detail;
 
-namespace {
-
-const wchar_t* NameOrNull(const std::wstring& name, const char16_t* given) {
-    return given != nullptr ? name.c_str() : nullptr;
-}
-
-std::wstring GivenName(const char16_t* name) {
-    return name != nullptr ? ObjectNameOf(name) : std::wstring();
-}
-
-}  // namespace
-
 // 32-bit processes of a 64-bit system build the 64-bit structures: legacy ports are not translated.
 bool Detail::LegacyPortsAreWide() {
     BOOL isWow64 = FALSE;
@@ -67,14 +55,12 @@ std::uint32_t KYR_NTAPI WaitForSingleObject(Handle handle, std::uint32_t millise
 }
 
 Handle KYR_NTAPI CreateMutexW(void* security, Bool initialOwner, const char16_t* name) {
-    const std::wstring given = GivenName(name);
     return ::CreateMutexW(static_cast<SECURITY_ATTRIBUTES*>(security), initialOwner,
-                          NameOrNull(given, name));
+                          ObjectNameOf(name).c_str());
 }
 
 Handle KYR_NTAPI OpenMutexW(std::uint32_t access, Bool inherit, const char16_t* name) {
-    const std::wstring given = GivenName(name);
-    return ::OpenMutexW(access, inherit, NameOrNull(given, name));
+    return ::OpenMutexW(access, inherit, ObjectNameOf(name).c_str());
 }
 
 Bool KYR_NTAPI ReleaseMutex(Handle mutex) {
@@ -84,14 +70,12 @@ Bool KYR_NTAPI ReleaseMutex(Handle mutex) {
 Handle KYR_NTAPI CreateFileMappingW(Handle file, void* security, std::uint32_t protection,
                                     std::uint32_t sizeHigh, std::uint32_t sizeLow,
                                     const char16_t* name) {
-    const std::wstring given = GivenName(name);
     return ::CreateFileMappingW(file, static_cast<SECURITY_ATTRIBUTES*>(security), protection,
-                                sizeHigh, sizeLow, NameOrNull(given, name));
+                                sizeHigh, sizeLow, ObjectNameOf(name).c_str());
 }
 
 Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, Bool inherit, const char16_t* name) {
-    const std::wstring given = GivenName(name);
-    return ::OpenFileMappingW(access, inherit, NameOrNull(given, name));
+    return ::OpenFileMappingW(access, inherit, ObjectNameOf(name).c_str());
 }
 
 void* KYR_NTAPI MapViewOfFile(Handle section, std::uint32_t access, std::uint32_t offsetHigh,

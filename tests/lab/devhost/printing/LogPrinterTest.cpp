@@ -96,26 +96,5 @@ TEST(SymbolNamesTest, SymbolOfNoLogIsItsNumber) {
     EXPECT_THAT(Keys({-1, 0, 236, 2913000}), ElementsAre("-1", "0", "236", "2913000"));
 }
 
-TEST(SymbolNamesTest, SymbolsOfStatusLogsHaveTheirNames) {
-    EXPECT_THAT(
-        Keys({235, 241, 242, 244, 245, 246, 247, 248, 4298}),
-        ElementsAre("235-agent", "241-severity", "242-time", "244-product-type", "245-product",
-                    "246-category", "247-status-text", "248-status", "4298-description"));
-    EXPECT_THAT(Keys({2141, 2143, 2144}), ElementsAre("2141-agent", "2143-presence", "2144-time"));
-    EXPECT_THAT(Keys({3552, 3554, 3555, 3559, 3560, 4429}),
-                ElementsAre("3552-agent", "3554-presence", "3555-time", "3559-product-type",
-                            "3560-product-name", "4429-product"));
-}
-
-TEST(SymbolNamesTest, SymbolsOfEventsHaveTheirNames) {
-    EXPECT_THAT(Keys({2834, 2836, 2838, 2842, 2844, 2846, 2848, 2850, 2853, 2913}),
-                ElementsAre("2834-agent", "2836-status", "2838-time", "2842-task-first",
-                            "2844-task-second", "2846-task-third", "2848-outcome", "2850-severity",
-                            "2853-product", "2913-description"));
-    EXPECT_THAT(Keys({1886, 1888, 1889, 1891, 1892}),
-                ElementsAre("1886-agent", "1888-status", "1889-time", "1891-product",
-                            "1892-configuration"));
-}
-
 }  // namespace
 }  // namespace Kyr::Test

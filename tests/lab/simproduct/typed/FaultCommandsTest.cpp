@@ -54,11 +54,5 @@ TEST_F(FaultCommandsTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
     EXPECT_TRUE(alpc_.IsOpen());
 }
 
-TEST_F(FaultCommandsTest, EveryFaultStandsInTheHelp) {
-    EXPECT_THAT(Execute("help"),
-                AllOf(SizeIs(21), Contains("answer command=help usage=\"misbehave delay n\" "
-                                           "text=\"the reply comes n milliseconds late\"")));
-}
-
 }  // namespace
 }  // namespace Kyr::Lab::SimProduct
