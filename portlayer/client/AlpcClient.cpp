@@ -1,12 +1,28 @@
 #include "portlayer/client/AlpcClient.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstring>
 
 #include "portlayer/ClientFunctions.h"
+#include "portlayer/LayerSettings.h"
 #include "portlayer/packets/AlpcAttributes.h"
 
 namespace Kyr::PortLayer {
+
+namespace {
+
+std::atomic<NtApi::NtStatus> serverGone{NtApi::kStatusPortDisconnected};
+
+}  // namespace
+
+void SetAlpcServerGoneStatus(NtApi::NtStatus status) {
+    serverGone = status;
+}
+
+NtApi::NtStatus AlpcServerGoneStatus() {
+    return serverGone;
+}
 
 namespace Detail {
 
@@ -111,10 +127,11 @@ NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) 
     switch (result) {
         case ExchangeResult::kTimedOut:
             return kStatusTimeout;
-        // The server was gone before the request, or went with the request in its hands.
+        // The server was gone before the request; below, with the request in its hands.
         case ExchangeResult::kNotSent:
-        case ExchangeResult::kLost:
             return kStatusPortDisconnected;
+        case ExchangeResult::kLost:
+            return AlpcServerGoneStatus();
         default:
             return packet.head.kind == PacketKind::kDatagram ? kStatusSuccess
                                                              : TakeReply(call, exchange);
@@ -139,7 +156,7 @@ NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& excha
             return kStatusBufferTooSmall;
         }
         connection_->Disconnect();
-        return kStatusPortDisconnected;
+        return AlpcServerGoneStatus();
     }
     // The caller made no room for a view. It gets the reply without.
     if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
@@ -152,7 +169,7 @@ NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& excha
     if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
         ClearValid(call.receiveAttributes);
         connection_->Disconnect();
-        return kStatusPortDisconnected;
+        return AlpcServerGoneStatus();
     }
     // Fields of the header that the system fills in, whatever the server wrote there.
     ids.processId = connection_->ServerProcessId();

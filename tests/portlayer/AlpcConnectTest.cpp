@@ -1,6 +1,7 @@
 // Advanced ports: connecting, refusing, disconnecting, the death of either end, and attributes.
 #include <future>
 
+#include "portlayer/LayerSettings.h"
 #include "tests/portlayer/AlpcPortFixture.h"
 #include "tests/portlayer/ChildProcess.h"
 
@@ -107,6 +108,18 @@ TEST_F(AlpcConnectTest, DisconnectingEndsTheWaitAndThePort) {
 TEST_F(AlpcConnectTest, ClientThatTheServerDropsIsDisconnected) {
     Serve(OnRequests([](ReceivedCall& call) { NtAlpcDisconnectPort(call.client, 0); }));
     ExpectGivenUp();
+}
+
+TEST_F(AlpcConnectTest, ClientThatTheServerDropsLosesItsMessageWhenTheLayerSaysSo) {
+    PortLayer::SetAlpcServerGoneStatus(kStatusMessageLost);
+    Serve(OnRequests([](ReceivedCall& call) { NtAlpcDisconnectPort(call.client, 0); }));
+    const Handle port = Connect();
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), static_cast<NtStatus>(0xC0000701));
+    // A port that is known to be dead says so.
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), static_cast<NtStatus>(0xC0000037));
+    CloseHandle(port);
+    PortLayer::SetAlpcServerGoneStatus(kStatusPortDisconnected);
 }
 
 TEST_F(AlpcConnectTest, ServerThatClosesEndsEveryWait) {
