@@ -53,6 +53,15 @@ TEST_F(LogLineTest, MovedLineIsWrittenOnce) {
     EXPECT_THAT(log->Entries(), ElementsAre(LogEntry{"text", 3, "Source"}));
 }
 
+// Texts come from the product and from the host's messages: they are data, and nobody's format. A
+// line is one call whatever it holds, so that the host can tell where the next one begins.
+TEST_F(LogLineTest, FormatMarksAndLineBreaksPassAsTheyAre) {
+    const std::string hostile("%s%n%1$s {} {0}\n4 forged\r\n\x1b[2J\0end", 34);
+    ASSERT_EQ(hostile.substr(31), "end");
+    Line() << "status: " << hostile;
+    EXPECT_THAT(log->Entries(), ElementsAre(LogEntry{"status: " + hostile, 3, "Source"}));
+}
+
 TEST_F(LogLineTest, NumbersIgnoreTheGlobalLocale) {
     const Kyr::Test::CGroupingLocale grouping;
     Line() << std::uint64_t{18446744073709551615u};

@@ -204,6 +204,14 @@ TEST_F(TaskRunnerTest, WhatATaskPublishesTravelsWithItsMessagesContext) {
     EXPECT_EQ(publications[2].context, nullptr);
 }
 
+TEST_F(TaskRunnerTest, FormatMarksAndLineBreaksOfAFailureAreToldAsTheyAre) {
+    AddTask().ThenThrow(std::runtime_error("%s%n {}\n4 forged"));
+    RunTaskMessage();
+    EXPECT_THAT(LinesWhileConnected(), ElementsAre("4 %s%n {}\n4 forged"));
+    ASSERT_EQ(Events().size(), 1u);
+    ExpectEvent(Events()[0], 4, 0x000000010000000C, 40, "%s%n {}\n4 forged");
+}
+
 TEST_F(TaskRunnerTest, FailureEventTravelsWithItsMessagesContext) {
     AddTask().ThenThrow(std::runtime_error("broken"));
     const auto context = MakeContext();

@@ -1,3 +1,4 @@
+#include <gmock/gmock.h>
 #include <ios>
 #include <vector>
 
@@ -181,6 +182,12 @@ TEST_F(SymbolContainerBinaryTest, EveryTruncationIsAStreamFailure) {
         EXPECT_THROW(row.DeserializeFromBinary(whole.data(), length), std::ios_base::failure)
             << length;
     }
+}
+
+// The standard library adds what it makes of its own error code.
+TEST_F(SymbolContainerBinaryTest, TruncationSaysThatTheDataEnded) {
+    EXPECT_THAT(ThrownText<std::ios_base::failure>([&] { Read("01 00 00"); }),
+                testing::StartsWith("symbol container: unexpected end of data"));
 }
 
 TEST_F(SymbolContainerBinaryTest, HugeCountIsAStreamFailure) {

@@ -101,6 +101,15 @@ TEST(SymbolTimeTest, SumOutsideTheCalendarIsRefused) {
     EXPECT_THROW(FromUtcTime(time), std::out_of_range);
 }
 
+TEST(SymbolTimeTest, RefusalNamesTheYearsOfTheCalendar) {
+    auto time = Epoch();
+    time.set_hour(std::numeric_limits<std::int32_t>::max());
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { FromUtcTime(time); }),
+              "Year is out of valid range: 1400..9999");
+    EXPECT_EQ(ThrownText<std::out_of_range>([&] { BackFrom(kEpoch + 253402300800000000); }),
+              "Year is out of valid range: 1400..9999");
+}
+
 TEST(SymbolTimeTest, FirstAndLastCalendarTimesComeBack) {
     EXPECT_EQ(BackFrom(kEpoch - 17987443200000000).ShortDebugString(),
               "year: 1400 month: 1 day: 1 hour: 0 minute: 0 second: 0");

@@ -93,6 +93,15 @@ TEST_F(GetStatusTaskTest, StepsAreLoggedInOrder) {
                                      "0 Protection status log deserialized and published"));
 }
 
+TEST_F(GetStatusTaskTest, FormatMarksAndLineBreaksOfTheReplyAreLoggedAsTheyAre) {
+    ProductAnswers(StatusReply("<!-- %s%n {}\n4 forged -->"));
+    Run();
+    EXPECT_THAT(Lines(), ElementsAre("1 Protection status log raw content: <TULK><SECTION><STATUS>"
+                                     "<!-- %s%n {}\n4 forged --></STATUS></SECTION></TULK>",
+                                     "0 Protection status log metadata received, size: 0",
+                                     "0 Protection status log deserialized and published"));
+}
+
 TEST_F(GetStatusTaskTest, ProblemIsPublishedAsAReadOnlyStatusLog) {
     ProductAnswers(StatusReply(R"(<RECORD STATUS="2" CATEGORY_RES_ID="71000000000022C")"
                                R"( STATUS_RES_ID="7100000000002FF"/>)"));

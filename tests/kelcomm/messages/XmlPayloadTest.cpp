@@ -43,6 +43,27 @@ TEST(XmlPayloadTest, PathsAreSeparatedByDots) {
     EXPECT_EQ(ParseXml("<A><B><C>text</C></B></A>").get<std::string>("A.B.C"), "text");
 }
 
+// Ten levels of ten would be thirty gigabytes.
+TEST(XmlPayloadTest, EntitiesOfADocumentTypeAreNotExpanded) {
+    std::string text = "<!DOCTYPE A [<!ENTITY a0 \"bomb\">";
+    for (int level = 1; level <= 10; ++level) {
+        text += "<!ENTITY a" + std::to_string(level) + " \"";
+        for (int times = 0; times < 10; ++times) {
+            text += "&a" + std::to_string(level - 1) + ";";
+        }
+        text += "\">";
+    }
+    const auto tree = ParseXml(text + "]><A X=\"&a10;\">&a10;</A>");
+    EXPECT_EQ(tree.get<std::string>("A"), "&a10;");
+    EXPECT_EQ(tree.get<std::string>("A.<xmlattr>.X"), "&a10;");
+}
+
+TEST(XmlPayloadTest, EntityOfAFileIsNotFollowed) {
+    const auto tree =
+        ParseXml("<!DOCTYPE A [<!ENTITY f SYSTEM \"file:///etc/passwd\">]><A>&f;</A>");
+    EXPECT_EQ(tree.get<std::string>("A"), "&f;");
+}
+
 TEST(XmlPayloadTest, MalformedTextThrowsTheParsersError) {
     EXPECT_THROW(ParseXml("<A><B></A>trailing"), xml_parser_error);
     EXPECT_THROW(ParseXml("no element"), xml_parser_error);
