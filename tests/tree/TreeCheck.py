@@ -21,8 +21,8 @@ class TreeCheck(unittest.TestCase):
         file.parent.mkdir(parents=True, exist_ok=True)
         file.write_text("".join(line + "\n" for line in lines), encoding="utf-8")
 
-    def run_check(self):
-        return subprocess.run([sys.executable, str(SCRIPTS / self.script), "--root", str(self.root)],
+    def run_check(self, *arguments):
+        return subprocess.run([sys.executable, "-B", str(SCRIPTS / self.script), "--root", str(self.root), *arguments],
                               capture_output=True, text=True, check=False)
 
     def assert_holds(self):

@@ -1,0 +1,104 @@
+"""Changes every text of the library in a copy of the tree and runs the tests that expect one.
+
+Each part of each text gets a mark of its own, all of them in one build. A test that compares the text prints what came
+instead, and so the mark. Where nobody prints it, the text is changed alone, and one of its tests must fail.
+"""
+import os
+import shutil
+import subprocess
+
+from suites import programs
+
+# Nothing else that a test prints looks like it.
+MARK = "~{}~"
+ENVIRONMENT = {"CCACHE_SLOPPINESS": "pch_defines,time_macros"}
+
+
+class DoesNotBuild(Exception):
+    pass
+
+
+def run(*words, **options):
+    return subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False, errors="replace",
+                          **options)
+
+
+class Copy:
+    """The tree once more below build/, with other texts."""
+
+    def __init__(self, root, jobs):
+        self.jobs = jobs
+        self.folder = root / "build" / "texts"
+        self.build_folder = self.folder / "build" / "debug"
+        listed = run("git", "-C", root, "ls-files", "-z", "--cached", "--others", "--exclude-standard").stdout
+        self.files = {path for path in listed.split("\0") if path and (root / path).is_file()}
+        # As they are now: whoever goes on working in the tree meanwhile changes no place.
+        self.originals = {path: (root / path).read_bytes() for path in self.files}
+        for path in self.files:
+            self.put(path, self.originals[path])
+            shutil.copymode(root / path, self.folder / path)
+        done = run("cmake", "--preset", "debug", "-DKYR_BUILD_BENCH=OFF", cwd=self.folder)
+        if done.returncode != 0:
+            raise DoesNotBuild(done.stdout + done.stderr)
+
+    def put(self, path, data):
+        """Written only when it differs, so that nothing is compiled again without need."""
+        target = self.folder / path
+        if not target.exists() or target.read_bytes() != data:
+            target.parent.mkdir(parents=True, exist_ok=True)
+            target.write_bytes(data)
+
+    def change(self, marks):
+        """`marks`: path -> [(place, mark)]; every other file of the library is as it was."""
+        for path in self.files:
+            if path.endswith((".h", ".cpp")):
+                text = self.originals[path].decode("utf-8")
+                for place, mark in sorted(marks.get(path, []), reverse=True):
+                    text = text[:place] + mark + text[place:]
+                self.put(path, text.encode("utf-8"))
+
+    def build(self, suites):
+        done = run("cmake", "--build", self.build_folder, "-j", self.jobs, "--target", *sorted(suites),
+                   env={**os.environ, **ENVIRONMENT})
+        if done.returncode != 0:
+            raise DoesNotBuild(done.stdout[-3000:])
+
+    def output_of(self, test):
+        """What the test prints when it fails; None when it does not."""
+        passed, output = programs.run(self.build_folder / "bin", test)
+        return None if passed else output
+
+
+def unreached(root, tests, jobs):
+    """`tests`: text -> tests that expect it. The texts whose change none of them notices."""
+    copy = Copy(root, jobs)
+    marks, of_text = {}, {}
+    for text in tests:
+        for place in text.ends:
+            # Two texts may share a literal, a line and an event for example.
+            of_text.setdefault(text, []).append(marks.setdefault((text.path, place), MARK.format(len(marks))))
+    by_path = {}
+    for (path, place), mark in marks.items():
+        by_path.setdefault(path, []).append((place, mark))
+    copy.change(by_path)
+    copy.build({test.program for found in tests.values() for test in found})
+    outputs = {test: copy.output_of(test) for test in sorted({test for found in tests.values() for test in found})}
+
+    def is_told(text):
+        told = [output for output in (outputs[test] for test in tests[text]) if output]
+        return all(any(mark in output for output in told) for mark in of_text[text])
+
+    open_ones = [text for text in tests if not is_told(text)]
+    for text in open_ones:
+        print(f"not printed, changed alone: {text}", flush=True)
+    return [text for text in open_ones if not is_noticed(copy, text, tests[text])]
+
+
+def is_noticed(copy, text, found):
+    """Every part by itself."""
+    for place in text.ends:
+        copy.change({text.path: [(place, MARK.format("alone"))]})
+        copy.build({test.program for test in found})
+        if all(copy.output_of(test) is None for test in found):
+            return False
+    return True

@@ -1,0 +1,1 @@
+"""What the proofs over tree and suites share: reading C++, finding tests, running them."""
