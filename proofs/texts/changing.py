@@ -1,7 +1,7 @@
 """Changes every text of the library in a copy of the tree and runs the tests that expect one.
 
-Each part of each text gets a mark of its own, all of them in one build. A test that compares the text prints what came
-instead, and so the mark. Where nobody prints it, the text is changed alone, and one of its tests must fail.
+Each part of each text gets a mark of its own before its last sign, all of them in one build. A test that compares the text
+prints what came instead, and so the mark. Where nobody prints it, the text is changed alone, and one of its tests must fail.
 """
 import os
 import shutil
@@ -21,6 +21,11 @@ class DoesNotBuild(Exception):
 def run(*words, **options):
     return subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False, errors="replace",
                           **options)
+
+
+def before_the_end(text, quote):
+    """Before the last sign of the literal that ends with the quote there: a test of its beginning notices, too."""
+    return quote - 1 if text[quote - 1] != '"' and text[quote - 2] != "\\" else quote
 
 
 class Copy:
@@ -54,6 +59,7 @@ class Copy:
             if path.endswith((".h", ".cpp")):
                 text = self.originals[path].decode("utf-8")
                 for place, mark in sorted(marks.get(path, []), reverse=True):
+                    place = before_the_end(text, place)
                     text = text[:place] + mark + text[place:]
                 self.put(path, text.encode("utf-8"))
 

@@ -38,6 +38,12 @@ class CanaryTest : public OvModuleFixture {
         policy->SetReadOnly();
         return policy;
     }
+    /// A blob in which the canary can be read: a zlib block of 16 bytes that are stored, which are
+    /// the head of a field and the canary.
+    static std::string StoredBlob(const std::string& fieldHead) {
+        const auto head = HexBytes("78 01 01 10 00 EF FF " + fieldHead);
+        return Common::Tasks::BlobOf(16, std::string(head.begin(), head.end()) + kCanary);
+    }
     static boost::shared_ptr<COvAgentRequest> Trigger(int kind) {
         const auto trigger = boost::make_shared<COvAgentRequest>();
         trigger->SetRequestType(kind);
@@ -86,11 +92,8 @@ TEST_F(CanaryTest, PolicyThatDoesNotParseIsNotLogged) {
     ExpectNoCanaryInTheLog();
 }
 
-// A stored zlib block of 16 bytes: a field of a length that it does not have, and the canary.
 TEST_F(CanaryTest, PolicyWhoseContentDoesNotParseIsNotLogged) {
-    const auto head = HexBytes("78 01 01 10 00 EF FF 0A 7F");
-    const std::string stream(head.begin(), head.end());
-    Carry(PolicyOf(Common::Tasks::BlobOf(16, stream + kCanary)));
+    Carry(PolicyOf(StoredBlob("0A 7F")));
     EXPECT_THAT(host_.log->Lines(), Contains(HasSubstr("content does not parse")));
     ExpectNoCanaryInTheLog();
 }
@@ -109,7 +112,7 @@ TEST_F(CanaryTest, PolicyThatIsCancelledIsNotLogged) {
     Initialize();
     module_->Start();
     ASSERT_TRUE(clock_->AwaitSleepers(1));
-    host_.bus->Deliver(PolicyOf(Common::Tasks::Packed(kCanary)));
+    host_.bus->Deliver(PolicyOf(StoredBlob("0A 0E")));
     module_->Stop(true);
     EXPECT_THAT(host_.log->Lines(),
                 Contains(StartsWith("4 Message task was canceled because product is not available, "
