@@ -59,6 +59,11 @@ class ProofTexts(TreeCheck):
         self.tests('EXPECT_EQ(text, "It bro"', '    "ke");')
         self.assert_proved(1)
 
+    def test_comment_inside_of_a_literal_changes_nothing(self):
+        self.library('throw std::runtime_error("It "  // why', '    "broke");')
+        self.tests('EXPECT_EQ(text, "It broke");')
+        self.assert_proved(1)
+
     def test_comments_are_no_texts(self):
         self.library('// "Not said"', '/* GetLog(1) << "Not said" */', 'throw std::runtime_error("It broke");')
         self.tests('EXPECT_EQ(text, "It broke");')
@@ -90,6 +95,21 @@ class ProofTexts(TreeCheck):
                      'void Both() { Try(1, "It broke"); }')
         self.tests('EXPECT_EQ(line, "3 It broke");')
         self.assert_problem(f"{LIBRARY}:2: 4 'It broke': no test expects it")
+
+    def test_constant_that_a_call_passes_is_logged_with_its_level(self):
+        self.library("void Try(const char* text) { GetLog(4) << text; }", 'constexpr char kBroken[] = "It broke";',
+                     "void Once() { Try(kBroken); }")
+        self.tests('EXPECT_EQ(line, "3 It broke");')
+        self.assert_problem(f"{LIBRARY}:2: 4 'It broke': no test expects it")
+
+    def test_texts_of_a_structure_are_logged_each_with_its_level(self):
+        self.library("struct Texts { const char* first; const char* second; };",
+                     'constexpr Texts kTexts = {"It broke", "Half of it"};',
+                     "void Say(const Texts& texts) { GetLog(1) << texts.first; GetLog(3) << texts.second; }")
+        self.tests('EXPECT_EQ(line, "1 It broke");', 'EXPECT_EQ(line, "3 Half of it");')
+        self.assert_proved(2)
+        self.tests('EXPECT_EQ(line, "3 It broke");', 'EXPECT_EQ(line, "3 Half of it");')
+        self.assert_problem(f"{LIBRARY}:2: 1 'It broke': no test expects it")
 
     def test_text_of_an_event_begins_a_literal(self):
         self.library('const Task kTask{Outcome::kNo, Outcome::kText, Outcome::kError, "It broke"};')
