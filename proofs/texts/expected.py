@@ -20,6 +20,7 @@ class Tests:
         self.root = root
         self.sources = {}  # path -> (source, its tests, the test headers that it includes)
         self.quoted = []   # (literal, tests that use it)
+        self.all = {}      # name -> test
         for folder in FOLDERS:
             for program, path in programs.test_files(root, f"tests/{folder}"):
                 self.read_tests(program, path)
@@ -34,6 +35,7 @@ class Tests:
     def read_tests(self, program, path):
         source, tests, headers = self.source(path)
         headers = list(headers)
+        self.all.update({name: programs.Test(program, path, name) for _, name in tests.begins})
 
         def quote(literal, names):
             if names:
@@ -53,6 +55,9 @@ class Tests:
             for number, _, constant in kept.literals():
                 if constant:
                     quote(shared.literals[number].value, tests.naming(constant))
+
+    def named(self, name):
+        return [self.all[name]] if name in self.all else []
 
     def tests_of(self, text):
         wanted = pattern(text)

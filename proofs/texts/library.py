@@ -151,7 +151,7 @@ class Collection:
                 if len(given) > index:
                     argument = given[index]
                     found += [(caller.path, int(number)) for number in re.findall(r'^"(\d+)"$', argument)]
-                    found += self.constants(argument) if re.fullmatch(r"k[A-Z]\w*", argument) else []
+                    found += self.constants(argument) if re.fullmatch(r"(?:\w+::)*k[A-Z]\w*", argument) else []
         return found
 
 

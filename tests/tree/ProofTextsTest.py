@@ -133,6 +133,15 @@ class ProofTexts(TreeCheck):
         self.tests('EXPECT_EQ(text, "It broke");')
         self.assert_problem(f"exceptions.toml: nothing in {LIBRARY} begins with 'Half'")
 
+    def test_text_that_a_test_puts_together_has_a_row(self):
+        self.library('throw std::runtime_error("It broke");')
+        self.tests('EXPECT_EQ(text, std::string("It ") + "broke");')
+        row = ("[[built]]", f'path = "{LIBRARY}"', 'text = "It broke"', 'why = "parts"')
+        self.write("proofs/texts/exceptions.toml", *row, 'tests = ["WatchTest.Case"]')
+        self.assert_proved(1)
+        self.write("proofs/texts/exceptions.toml", *row, 'tests = ["WatchTest.Other"]')
+        self.assert_problem("exceptions.toml: no test WatchTest.Other", f"{LIBRARY}:1: 'It broke': no test expects it")
+
     def test_library_without_a_text_is_no_proof(self):
         self.library("int count = 0;")
         self.tests("")
