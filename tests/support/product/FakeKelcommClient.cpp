@@ -44,11 +44,11 @@ class CUse {
 
 std::vector<unsigned char> KelcommReply(std::uint32_t status, std::uint32_t value,
                                         const std::vector<unsigned char>& body) {
-    std::vector<unsigned char> reply(12);
+    std::vector<unsigned char> reply(12 + body.size());
     Base::StoreLittleEndian<std::uint32_t>(reply.data(), 12);
     Base::StoreLittleEndian(reply.data() + 4, status);
     Base::StoreLittleEndian(reply.data() + 8, value);
-    reply.insert(reply.end(), body.begin(), body.end());
+    std::copy(body.begin(), body.end(), reply.begin() + 12);
     return reply;
 }
 
