@@ -59,17 +59,17 @@ Effort& CurrentEffort();
 /// What `decode` returns; its effort is added to the current one.
 template <typename Decode>
 auto Measured(Decode decode) {
-    struct CMeasure {
+    struct Measure {
         const Test::CAllocationWatch watch;
         const std::clock_t begin = std::clock();
 
-        ~CMeasure() {
+        ~Measure() {
             Effort& effort = CurrentEffort();
             effort.time += std::clock() - begin;
             effort.held = std::max(effort.held, watch.MostHeld());
         }
     };
-    const CMeasure measure;
+    const Measure measure;
     return decode();
 }
 
