@@ -114,7 +114,12 @@ function(kyr_add_test_suite name)
     kyr_leave_unoptimised(${name})
     # Every test is named as it begins, so that of a suite that hangs one sees where.
     add_test(NAME ${name} COMMAND ${name})
+    # Sanitizers take several times as long, beside the next stage's work more.
+    set(timeout 120)
+    if(KYR_SANITIZE)
+        set(timeout 360)
+    endif()
     set_tests_properties(${name} PROPERTIES
-        TIMEOUT 120
+        TIMEOUT ${timeout}
         ENVIRONMENT "KELCOMM_RUNTIME_DIR=${KYR_RUN_DIRECTORIES}/${name}")
 endfunction()
