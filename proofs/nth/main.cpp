@@ -24,7 +24,8 @@ using Kyr::Endurance::ProcessFigures;
 using Kyr::Endurance::ReadProcessFigures;
 
 constexpr int kHurry = 2000;  // ten seconds become five milliseconds
-// Threads take turns as they like, so that a use may come in one life and not in the next.
+// Threads take turns as they like, so that a use may come in one life and not in the next. A sample
+// does not look so closely.
 constexpr int kLivesWithoutAStroke = 5;
 constexpr std::uint64_t kLivesOfAProduct = 500;  // it remembers all tasks
 constexpr std::uint64_t kMostProblems = 20;
@@ -95,7 +96,8 @@ class CProof {
   private:
     void RunSeries(const Series& series) {
         int missed = 0;
-        for (std::uint64_t nth = 1 + first_; missed < kLivesWithoutAStroke; nth += every_) {
+        const int patience = every_ == 1 ? kLivesWithoutAStroke : 1;
+        for (std::uint64_t nth = 1 + first_; missed < patience; nth += every_) {
             missed = RunLife(series.part, {series.place, nth, series.lasting, series.kind})
                          ? 0
                          : missed + 1;
