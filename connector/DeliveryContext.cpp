@@ -29,7 +29,8 @@ void SetDeliveryContext(const Context& context) {
     if (Slot().get() == nullptr) {
         auto own = std::make_unique<Context>();
         Slot().reset(own.get());
-        own.release();  // not before: a slot that cannot be made does not take it
+        // Not before: a slot that cannot be made does not take it.
+        static_cast<void>(own.release());
     }
     *Slot() = context;
 }

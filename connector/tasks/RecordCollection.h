@@ -34,7 +34,7 @@ auto ReadRecords(const boost::shared_ptr<Common::IChannelMessage>& message,
                  Common::ILogger& logger) {
     auto& response = dynamic_cast<Response&>(*message);
     response.Deserialize(reply);
-    const auto records = response.GetResponse();
+    auto records = response.GetResponse();
     if (response.EndsEarly()) {
         logger.GetLog(3) << task << ": payload ends early, " << CountRecords(*records)
                          << " records read";

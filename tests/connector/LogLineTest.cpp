@@ -101,8 +101,8 @@ TEST_F(LogLineTest, LineThatWantsForMemoryIsLostAndNothingElse) {
         }
         EXPECT_EQ(log->Entries().size(), failed ? 0u : 1u) << failures;
     }
-    // The line, its text as it grows, and the copy that the host gets, at least.
-    EXPECT_GE(failures, 4u);
+    // The line itself at least; Windows' runtime takes what its text needs by itself.
+    EXPECT_GE(failures, 2u);
 }
 
 TEST_F(LogLineTest, WaitingLoggerDoesNotTakeTheInterruption) {
