@@ -69,10 +69,24 @@ void CServerPort::OnClose() {
     listener_->Wake();
 }
 
-std::unique_ptr<ReceiveScratch> CServerPort::NewScratch() {
-    // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
-    // NOLINTNEXTLINE(modernize-make-unique)
-    return std::unique_ptr<ReceiveScratch>(new ReceiveScratch);
+std::unique_ptr<ReceiveScratch> CServerPort::TakeScratch() {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (scratches_.empty()) {
+        // Unset, not cleared, as make_unique would: a packet's buffer is large and only written to.
+        // NOLINTNEXTLINE(modernize-make-unique)
+        return std::unique_ptr<ReceiveScratch>(new ReceiveScratch);
+    }
+    std::unique_ptr<ReceiveScratch> scratch = std::move(scratches_.back());
+    scratches_.pop_back();
+    return scratch;
+}
+
+void CServerPort::GiveScratch(std::unique_ptr<ReceiveScratch> scratch) {
+    // What waits here for the next receive must not keep a dropped connection alive.
+    scratch->message.connection.reset();
+    scratch->message.view = {};
+    const std::lock_guard<std::mutex> lock(mutex_);
+    scratches_.push_back(std::move(scratch));
 }
 
 NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {

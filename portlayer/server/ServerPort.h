@@ -12,6 +12,7 @@
 #include <memory>
 #include <mutex>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "ntapi/Types.h"
@@ -37,7 +38,8 @@ struct IncomingMessage {
     std::size_t length = 0;
 };
 
-/// Memory of one receiving thread. Large: neither on its stack nor made anew each time.
+/// Memory of one receiving thread. Large: neither on its stack nor made anew each time; the port
+/// keeps it for the next.
 struct ReceiveScratch {
     PacketBuffer buffer;
     IncomingPacket packet;
@@ -58,13 +60,13 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     /// Hands the next message to `deliver`. kStatusTimeout; kStatusPortClosed after OnClose.
     template <typename Deliver>
     NtApi::NtStatus Receive(const CDeadline& deadline, Deliver deliver) {
-        thread_local const std::unique_ptr<ReceiveScratch> scratch = NewScratch();
+        // Not thread_local: MinGW-w64 frees a thread's variables before it destroys them.
+        std::unique_ptr<ReceiveScratch> scratch = TakeScratch();
         const NtApi::NtStatus status = Next(*scratch, deadline);
         if (status == NtApi::kStatusSuccess) {
             deliver(scratch->message);
         }
-        // What waits here for the next call must not keep a dropped connection alive.
-        scratch->message.connection.reset();
+        GiveScratch(std::move(scratch));
         return status;
     }
 
@@ -75,7 +77,8 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
   private:
     CServerPort(PortDialect dialect, const PortLimits& limits);
 
-    static std::unique_ptr<ReceiveScratch> NewScratch();
+    std::unique_ptr<ReceiveScratch> TakeScratch();
+    void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
     NtApi::NtStatus Next(ReceiveScratch& scratch, const CDeadline& deadline);
     void AcceptClient();
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
@@ -98,6 +101,7 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     // Guarded by mutex_.
     std::unordered_map<std::uint64_t, std::shared_ptr<CServerConnection>> connections_;
     std::uint64_t lastNumber_ = 0;
+    std::vector<std::unique_ptr<ReceiveScratch>> scratches_;  // that nobody uses
 
     std::atomic<bool> closed_{false};
 };
