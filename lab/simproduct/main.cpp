@@ -7,15 +7,8 @@
 #include "lab/common/CommandLine.h"
 #include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
+#include "lab/simproduct/SimulatedProduct.h"
 #include "lab/simproduct/area/OnlyProduct.h"
-#include "lab/simproduct/commands/AgentUuidCommand.h"
-#include "lab/simproduct/commands/RecordCommands.h"
-#include "lab/simproduct/commands/StatusCommands.h"
-#include "lab/simproduct/commands/TransferCommands.h"
-#include "lab/simproduct/commands/XmlCommands.h"
-#include "lab/simproduct/desk/RequestDesk.h"
-#include "lab/simproduct/ports/AlpcServer.h"
-#include "lab/simproduct/ports/LpcServer.h"
 #include "lab/simproduct/state/Registration.h"
 #include "lab/simproduct/typed/AreaCommands.h"
 #include "lab/simproduct/typed/FaultCommands.h"
@@ -100,47 +93,33 @@ void AnnounceNothing(CBroadcastArea& area) {
 void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
-    CLabProcesses processes(*launcher, sink);
-    CTaskResults results;
-    CConfiguration configuration;
-    CProtection protection(configuration);
-    CTaskBook tasks(processes, results, sink);
-    CRecordLists records = options.records.empty() ? CRecordLists() : CRecordLists(options.records);
+    std::optional<COnlyProduct> onlyProduct;  // until the area is gone
+    SimulatedProduct product(*launcher, options.misbehaviours, options.records,
+                             {options.wire, EndThisProcess}, sink);
     const std::unique_ptr<IProcessTable> table = MakeSystemProcessTable();
-    CLiveTelemetry telemetry(*table, records, Kyr::Base::SystemClock(), sink);
-    const CInnerCommands commands(
-        {XmlCommands(tasks), AgentUuidCommands(sink), StatusCommands(protection, results, sink),
-         TransferCommands(configuration, sink), RecordCommands(records, sink)});
-    CRequestDesk desk(commands, options.misbehaviours, Kyr::Base::SystemClock(), sink,
-                      {options.wire, EndThisProcess});
-    const RequestHandler answer = [&desk](const PortRequest& request) {
-        return desk.Answer(request);
-    };
-    CAlpcServer alpc(answer, sink);
-    CLpcServer lpc(answer, sink);
-    std::optional<COnlyProduct> onlyProduct;
-    CBroadcastArea area;
+    CLiveTelemetry telemetry(*table, product.records, Kyr::Base::SystemClock(), sink);
     bool quit = false;
-    CConsole console({ProcessCommands(tasks, options.victim),
-                      FaultCommands(options.misbehaviours, alpc, lpc),
-                      AreaCommands(area),
-                      StateCommands(*registration, protection, results, configuration),
-                      RecordListCommands(records, telemetry, Kyr::Base::SystemClock(),
-                                         [&input] { return input.IsAskedToTerminate(); }),
-                      {{"quit", "", "Ends the lab processes and the product.",
-                        [&quit](CCommandWords& words, const LineSink& tell) {
-                            words.Finish();
-                            tell(AnswerTo("quit"));
-                            quit = true;
-                        }}}},
-                     sink);
+    CConsole console(
+        {ProcessCommands(product.tasks, options.victim),
+         FaultCommands(options.misbehaviours, product.alpc, product.lpc),
+         AreaCommands(product.area),
+         StateCommands(*registration, product.protection, product.results, product.configuration),
+         RecordListCommands(product.records, telemetry, Kyr::Base::SystemClock(),
+                            [&input] { return input.IsAskedToTerminate(); }),
+         {{"quit", "", "Ends the lab processes and the product.",
+           [&quit](CCommandWords& words, const LineSink& tell) {
+               words.Finish();
+               tell(AnswerTo("quit"));
+               quit = true;
+           }}}},
+        sink);
     if (!options.installOnly) {
         onlyProduct.emplace(OwnProcessId());
-        area.Open();  // who finds a port open finds the area, too
+        product.area.Open();  // who finds a port open finds the area, too
         if (options.nothingNew) {
-            AnnounceNothing(area);
+            AnnounceNothing(product.area);
         }
-        OpenPorts(options.misbehaviours, alpc, lpc);
+        OpenPorts(options.misbehaviours, product.alpc, product.lpc);
     }
     Register(*registration, options);
     if (options.installOnly) {
@@ -148,11 +127,11 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     }
     sink(CLine("ready")
              .With("pid", OwnProcessId())
-             .With("alpc", alpc.IsOpen() ? "open" : "closed")
-             .With("lpc", lpc.IsOpen() ? "open" : "closed"));
+             .With("alpc", product.alpc.IsOpen() ? "open" : "closed")
+             .With("lpc", product.lpc.IsOpen() ? "open" : "closed"));
     ObeyCommands(input, console, {[&] { return quit; }, [&] { quit = true; }, EndThisProcess});
-    desk.Stop();
-    processes.EndAll();
+    product.desk.Stop();
+    product.processes.EndAll();
 }
 
 }  // namespace

@@ -2,16 +2,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "lab/simproduct/area/BroadcastArea.h"
-#include "lab/simproduct/commands/AgentUuidCommand.h"
-#include "lab/simproduct/commands/RecordCommands.h"
-#include "lab/simproduct/commands/StatusCommands.h"
-#include "lab/simproduct/commands/TransferCommands.h"
-#include "lab/simproduct/commands/XmlCommands.h"
-#include "lab/simproduct/desk/RequestDesk.h"
-#include "lab/simproduct/ports/AlpcServer.h"
-#include "lab/simproduct/ports/LpcServer.h"
-#include "lab/simproduct/records/RecordLists.h"
+#include "lab/simproduct/SimulatedProduct.h"
 
 namespace Kyr::Proofs::Nth {
 
@@ -21,43 +12,22 @@ using Guard = boost::lock_guard<boost::mutex>;
 
 struct CProduct::Running {
     Running(IProcessLauncher& launcher, const LineSink& sink)
-        : processes(launcher, sink),
-          protection(configuration),
-          tasks(processes, results, sink),
-          commands({XmlCommands(tasks), AgentUuidCommands(sink),
-                    StatusCommands(protection, results, sink),
-                    TransferCommands(configuration, sink), RecordCommands(records, sink)}),
-          desk(commands, misbehaviours, Base::SystemClock(), sink, {false, [] {}}),
-          alpc([this](const PortRequest& request) { return desk.Answer(request); }, sink),
-          lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {
+        : product(launcher, misbehaviours, "", {false, [] {}}, sink) {
         for (const RecordKind kind : kRecordKinds) {
             for (int record = 0; record < kRecords; ++record) {
-                records.Append(kind, [kind](std::uint64_t number) {
+                product.records.Append(kind, [kind](std::uint64_t number) {
                     const std::string text = std::string(NameOf(kind)) + std::to_string(number);
                     return ProductRecord{text, kBlockAction};
                 });
             }
         }
-        area.Open();
-        alpc.Open();
-        lpc.Open();
+        product.area.Open();
+        product.alpc.Open();
+        product.lpc.Open();
     }
-    ~Running() { desk.Stop(); }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
 
-    CLabProcesses processes;
-    CTaskResults results;
-    CConfiguration configuration;
-    CProtection protection;
-    CTaskBook tasks;
-    CRecordLists records;
-    CMisbehaviours misbehaviours;
-    const CInnerCommands commands;
-    CRequestDesk desk;
-    CAlpcServer alpc;
-    CLpcServer lpc;
-    CBroadcastArea area;
+    CMisbehaviours misbehaviours;  // none
+    SimulatedProduct product;
 };
 
 CProduct::CProduct() : launcher_(MakeSystemLauncher()) {
@@ -72,7 +42,7 @@ void CProduct::Restart() {
 }
 
 void CProduct::BeginLife() {
-    while (running_->results.Take()) {
+    while (running_->product.results.Take()) {
     }
     const Guard guard(mutex_);
     done_.clear();
@@ -81,11 +51,12 @@ void CProduct::BeginLife() {
 }
 
 void CProduct::ChangeStatus() {
-    running_->area.SetValue(2, running_->area.Value(2) + 1);
+    CBroadcastArea& area = running_->product.area;
+    area.SetValue(2, area.Value(2) + 1);
 }
 
 void CProduct::AddOutcome(const std::string& identifier) {
-    running_->results.Add({kTaskDone, identifier + ";" + identifier + ";" + identifier});
+    running_->product.results.Add({kTaskDone, identifier + ";" + identifier + ";" + identifier});
 }
 
 int CProduct::Done(const std::string& identifier) const {

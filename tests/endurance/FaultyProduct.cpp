@@ -1,11 +1,6 @@
 #include "tests/endurance/FaultyProduct.h"
 
 #include "lab/common/CommandWords.h"
-#include "lab/simproduct/commands/AgentUuidCommand.h"
-#include "lab/simproduct/commands/StatusCommands.h"
-#include "lab/simproduct/commands/TransferCommands.h"
-#include "lab/simproduct/commands/XmlCommands.h"
-#include "lab/simproduct/processes/TaskBook.h"
 
 namespace Kyr::Endurance {
 
@@ -35,37 +30,6 @@ const Value& Pick(Random& random, const Value (&values)[Size]) {
 
 }  // namespace
 
-struct CFaultyProduct::Running {
-    Running(IProcessLauncher& launcher, CMisbehaviours& misbehaviours, const LineSink& sink)
-        : processes(launcher, sink),
-          protection(configuration),
-          tasks(processes, results, sink),
-          commands({XmlCommands(tasks), AgentUuidCommands(sink),
-                    StatusCommands(protection, results, sink),
-                    TransferCommands(configuration, sink)}),
-          desk(commands, misbehaviours, Base::SystemClock(), sink, {false, [] {}}),
-          alpc([this](const PortRequest& request) { return desk.Answer(request); }, sink),
-          lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {
-        area.Open();
-        alpc.Open();
-        lpc.Open();
-    }
-    ~Running() { desk.Stop(); }
-    Running(const Running&) = delete;
-    Running& operator=(const Running&) = delete;
-
-    CLabProcesses processes;
-    CTaskResults results;
-    CConfiguration configuration;
-    CProtection protection;
-    CTaskBook tasks;
-    const CInnerCommands commands;
-    CRequestDesk desk;
-    CAlpcServer alpc;
-    CLpcServer lpc;
-    CBroadcastArea area;
-};
-
 CFaultyProduct::CFaultyProduct(CTaskLedger& ledger)
     : ledger_(ledger), launcher_(MakeSystemLauncher()) {}
 
@@ -85,7 +49,11 @@ void CFaultyProduct::Restart() {
             }
         }
     };
-    running_ = std::make_unique<Running>(*launcher_, misbehaviours_, sink);
+    running_ = std::make_unique<SimulatedProduct>(*launcher_, misbehaviours_, "",
+                                                  CRequestDesk::Settings{false, [] {}}, sink);
+    running_->area.Open();
+    running_->alpc.Open();
+    running_->lpc.Open();
 }
 
 void CFaultyProduct::End() {

@@ -7,11 +7,7 @@
 #include <memory>
 #include <random>
 
-#include "lab/simproduct/area/BroadcastArea.h"
-#include "lab/simproduct/desk/RequestDesk.h"
-#include "lab/simproduct/ports/AlpcServer.h"
-#include "lab/simproduct/ports/LpcServer.h"
-#include "lab/simproduct/processes/Process.h"
+#include "lab/simproduct/SimulatedProduct.h"
 #include "tests/endurance/TaskLedger.h"
 
 namespace Kyr::Endurance {
@@ -36,12 +32,10 @@ class CFaultyProduct {
     void CloseAPort(Random& random);
 
   private:
-    struct Running;
-
     CTaskLedger& ledger_;
     const std::unique_ptr<Lab::SimProduct::IProcessLauncher> launcher_;
     Lab::SimProduct::CMisbehaviours misbehaviours_;
-    std::unique_ptr<Running> running_;
+    std::unique_ptr<Lab::SimProduct::SimulatedProduct> running_;
 };
 
 }  // namespace Kyr::Endurance
