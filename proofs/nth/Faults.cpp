@@ -12,7 +12,7 @@ namespace {
 std::atomic<bool> armed{false};
 std::atomic<Place> armedPlace{Place::kAllocation};
 std::atomic<std::uint64_t> armedNth{0};
-std::atomic<bool> armedLasting{false};
+std::atomic<std::uint64_t> armedUses{0};
 std::atomic<std::uint32_t> armedKind{0};
 std::atomic<std::uint64_t> uses{0};
 std::atomic<bool> struck{false};
@@ -44,15 +44,20 @@ const char* NameOf(Place place) {
 }  // namespace
 
 std::string Describe(const Fault& fault) {
-    return std::string(NameOf(fault.place)) + " " + std::to_string(fault.nth) +
-           (fault.lasting ? " and all behind it" : "") + ", kind " + std::to_string(fault.kind);
+    std::string text = std::string(NameOf(fault.place)) + " " + std::to_string(fault.nth);
+    if (fault.uses == kFromThenOn) {
+        text += " and all behind it";
+    } else if (fault.uses > 1) {
+        text += " to " + std::to_string(fault.nth + fault.uses - 1);
+    }
+    return text + ", kind " + std::to_string(fault.kind);
 }
 
 void Arm(const Fault& fault) {
     Disarm();
     armedPlace = fault.place;
     armedNth = fault.nth;
-    armedLasting = fault.lasting;
+    armedUses = fault.uses;
     armedKind = fault.kind;
     uses = 0;
     struck = false;
@@ -72,7 +77,7 @@ bool Strikes(Place place) noexcept {
         return false;
     }
     const std::uint64_t use = ++uses;
-    const bool strikes = armedLasting ? use >= armedNth : use == armedNth;
+    const bool strikes = use >= armedNth && use - armedNth < armedUses;
     if (strikes) {
         struck = true;
     }

@@ -1,5 +1,5 @@
 // One fault at a time: the Nth allocation, native call or the like that the module makes fails,
-// once or from then on.
+// alone, with some behind it, or from then on.
 //
 // What the module does is told from what its surroundings do by the thread: one is the module's
 // unless it, or the one that created it, is in a CSurroundings. So the host's and the product's own
@@ -25,14 +25,16 @@ enum class Place {
     kLog,
 };
 
+constexpr std::uint64_t kFromThenOn = std::uint64_t{1} << 40;
+
 struct Fault {
     Place place;
     std::uint64_t nth;   // from 1
-    bool lasting;        // until it is disarmed
+    std::uint64_t uses;  // so many in a row, or kFromThenOn: until it is disarmed
     std::uint32_t kind;  // what fails how; each place has its own
 };
 
-/// "allocation 17, lasting, kind 0".
+/// "allocation 17 to 19, kind 0".
 std::string Describe(const Fault& fault);
 
 void Arm(const Fault& fault);

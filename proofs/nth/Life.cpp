@@ -99,6 +99,13 @@ CHost::Message Trigger(int kind) {
     return trigger;
 }
 
+/// Whether the fault makes a call of the host throw.
+bool Throws(const Fault& fault) {
+    const bool ofTheHost = fault.place == Place::kStoreRead || fault.place == Place::kStoreWrite ||
+                           fault.place == Place::kPublish;
+    return ofTheHost && (fault.kind < 2 || fault.place == Place::kPublish);
+}
+
 /// Runs a call into the module; false: it threw.
 template <typename Call>
 bool Calls(const Call& call) {
@@ -251,7 +258,7 @@ void CLife::ExpectAccount(const Fault& fault) {
         }
     }
     const bool silentPlace = fault.place == Place::kLog || fault.place == Place::kAllocation;
-    const bool wentWrong = product_.Done(kKill) == 0 || product_.Done(kBlock) == 0;
+    const bool wentWrong = product_.Done(kKill) == 0 || product_.Done(kBlock) == 0 || Throws(fault);
     if (struck_ && !silentPlace && wentWrong && !hostWasTold_ && host_.Lines(3).empty()) {
         problems_.emplace_back("nothing was said");
     }

@@ -25,8 +25,9 @@ using Kyr::Endurance::ReadProcessFigures;
 
 constexpr int kHurry = 2000;  // ten seconds become five milliseconds
 // Threads take turns as they like, so that a use may come in one life and not in the next. A sample
-// does not look so closely.
+// does not look so closely, and takes fewer statuses.
 constexpr int kLivesWithoutAStroke = 5;
+constexpr std::uint32_t kStatusStepOfASample = 10;
 constexpr std::uint64_t kLivesOfAProduct = 500;  // it remembers all tasks
 constexpr std::uint64_t kMostProblems = 20;
 
@@ -34,29 +35,33 @@ constexpr std::uint64_t kMostProblems = 20;
 struct Series {
     Part part;
     Place place;
-    bool lasting;
+    std::uint64_t uses;
     std::uint32_t kind;
 };
 
-std::vector<Series> AllSeries() {
+/// statusStep: only each so many of the statuses.
+std::vector<Series> AllSeries(std::uint32_t statusStep) {
     std::vector<Series> all;
     for (const Part part : {Part::kWork, Part::kEnd}) {
-        for (const bool lasting : {false, true}) {
-            all.push_back({part, Place::kAllocation, lasting, 0});
-            all.push_back({part, Place::kThread, lasting, 0});
-            all.push_back({part, Place::kLock, lasting, 0});
+        // Ten uses and more reach over what is done in their place when one has failed.
+        for (const std::uint64_t uses : {std::uint64_t{1}, std::uint64_t{2}, std::uint64_t{3},
+                                         std::uint64_t{10}, std::uint64_t{30}, kFromThenOn}) {
+            for (const Place place : {Place::kAllocation, Place::kThread, Place::kLock}) {
+                all.push_back({part, place, uses, 0});
+            }
             for (const Place place :
                  {Place::kStoreRead, Place::kStoreWrite, Place::kPublish, Place::kLog}) {
                 for (std::uint32_t kind = 0; kind < 3; ++kind) {
-                    all.push_back({part, place, lasting, kind});
+                    all.push_back({part, place, uses, kind});
                 }
             }
         }
-        for (std::uint32_t status = 0; status < Statuses().size(); ++status) {
-            all.push_back({part, Place::kNativeCall, false, status});
+        for (const std::uint64_t uses : {std::uint64_t{1}, std::uint64_t{2}, kFromThenOn}) {
+            for (std::uint32_t status = 0; status < Statuses().size(); status += statusStep) {
+                all.push_back({part, Place::kNativeCall, uses, status});
+                all.push_back({part, Place::kNativeCall, uses, status | kAfter});
+            }
         }
-        all.push_back({part, Place::kNativeCall, false, kAfter});
-        all.push_back({part, Place::kNativeCall, true, 0});
     }
     return all;
 }
@@ -78,7 +83,7 @@ class CProof {
 
     void Run() {
         const ProcessFigures before = Rest();
-        for (const Series& series : AllSeries()) {
+        for (const Series& series : AllSeries(IsSample() ? kStatusStepOfASample : 1)) {
             RunSeries(series);
         }
         const ProcessFigures after = Rest();
@@ -96,9 +101,9 @@ class CProof {
   private:
     void RunSeries(const Series& series) {
         int missed = 0;
-        const int patience = every_ == 1 ? kLivesWithoutAStroke : 1;
+        const int patience = IsSample() ? 1 : kLivesWithoutAStroke;
         for (std::uint64_t nth = 1 + first_; missed < patience; nth += every_) {
-            missed = RunLife(series.part, {series.place, nth, series.lasting, series.kind})
+            missed = RunLife(series.part, {series.place, nth, series.uses, series.kind})
                          ? 0
                          : missed + 1;
             if (problems_ >= kMostProblems) {
@@ -126,6 +131,8 @@ class CProof {
         strokes_ += life.HasStruck() ? 1 : 0;
         return life.HasStruck();
     }
+
+    bool IsSample() const { return every_ != 1; }
 
     ProcessFigures Rest() {
         product_.Restart();
