@@ -39,7 +39,7 @@ class CLife {
     bool StartModule();
     void Begin();
     void Work();
-    void WorkAgain();
+    void WorkAgain(const Fault& fault);
     void End();
     /// Ends the fault.
     void Lift();
