@@ -1,5 +1,7 @@
-// replay_<Name> <corpus folder> [--trace]: feeds a fuzz target with its corpus and changes of it.
-// --trace names each input before it runs, so that the last line tells which one crashed.
+// replay_<Name> <corpus folder> [--trace|--seeds]: feeds a fuzz target with its corpus and changes
+// of it.
+// --trace names each input before it runs, so that the last line tells which one crashed; --seeds
+// leaves the changes out.
 
 #include <cstring>
 #include <exception>
@@ -19,20 +21,31 @@ std::size_t Replay(const std::filesystem::path& folder, const Kyr::Fuzz::Trace& 
     return inputs;
 }
 
+std::size_t ReplaySeeds(const std::filesystem::path& folder) {
+    const auto seeds = Kyr::Fuzz::ReadCorpus(folder);
+    for (const auto& seed : seeds) {
+        LLVMFuzzerTestOneInput(seed.bytes.data(), seed.bytes.size());
+    }
+    return seeds.size();
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
     if (argc < 2) {
-        std::cerr << "usage: " << argv[0] << " <corpus folder> [--trace]\n";
+        std::cerr << "usage: " << argv[0] << " <corpus folder> [--trace|--seeds]\n";
         return 2;
     }
-    const bool traced = argc > 2 && std::strcmp(argv[2], "--trace") == 0;
+    const char* const option = argc > 2 ? argv[2] : "";
+    const bool traced = std::strcmp(option, "--trace") == 0;
+    const bool onlySeeds = std::strcmp(option, "--seeds") == 0;
     try {
-        const std::size_t inputs = Replay(argv[1], [traced](const std::string& what) {
+        const auto trace = [traced](const std::string& what) {
             if (traced) {
                 std::cerr << what << std::endl;
             }
-        });
+        };
+        const std::size_t inputs = onlySeeds ? ReplaySeeds(argv[1]) : Replay(argv[1], trace);
         std::cout << inputs << " inputs\n";
         return 0;
     } catch (const std::exception& error) {
