@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check crashtest bench fuzz windows mutants planted-faults dependencies
+.PHONY: help demo test check crashtest bench fuzz fuzz-night coverage windows mutants planted-faults dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -11,6 +11,8 @@ help:
 	@echo "make bench   build the release variant and run the benchmarks"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
+	@echo "make fuzz-night run them for ten hours, and keep count"
+	@echo "make coverage which lines and branches of the library its suites run"
 	@echo "make mutants change the code in three thousand places, one at a time: does a test notice? An hour"
 	@echo "make proof-NAME try everything of one kind that can go wrong; names are the folders of proofs/"
 	@echo "make planted-faults plant faults of the library: does the judge of each find it? Half an hour"
@@ -42,6 +44,12 @@ windows: dependencies
 
 fuzz: dependencies
 	scripts/fuzz
+
+fuzz-night: dependencies
+	scripts/proof fuzz --minutes=600
+
+coverage: dependencies
+	scripts/coverage
 
 proof-%: dependencies
 	scripts/proof $*
