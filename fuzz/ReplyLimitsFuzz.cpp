@@ -7,13 +7,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <google/protobuf/empty.pb.h>
+#include <google/protobuf/unknown_field_set.h>
 #include <sstream>
 #include <string>
 
 #include <boost/property_tree/ptree.hpp>
 #include <boost/property_tree/xml_parser.hpp>
-#include <google/protobuf/empty.pb.h>
-#include <google/protobuf/unknown_field_set.h>
 
 #include "kelcomm/messages/ProtobufFields.h"
 #include "kelcomm/messages/XmlNesting.h"
