@@ -5,9 +5,8 @@
 // Threads: any. Taking a mutex is no interruption point, waiting for a condition is one.
 // Ownership: a lock must not outlive its mutex.
 // Errors: boost::thread_interrupted, and boost::thread_resource_error of a constructor for which
-// the
-//   system has nothing left. A wait that wants for something itself, which it may on Windows, goes
-//   on in short sleeps. Misuse is a bug that clang's analysis finds.
+//   the system has nothing left. A wait that wants for something itself, which it may on Windows,
+//   goes on in short sleeps. Misuse is a bug that clang's analysis finds.
 #pragma once
 
 #include <chrono>

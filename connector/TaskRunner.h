@@ -15,8 +15,7 @@
 // Ownership: shares the queue with the host's bus, which never gives it up. Connection and services
 //   must outlive the runner.
 // Errors: nothing leaves the thread, and nothing but its own end ends it: whatever connection,
-// tasks
-//   and services throw costs a line and a wait at most, never a message. Start throws
+//   tasks and services throw costs a line and a wait at most, never a message. Start throws
 //   boost::thread_resource_error.
 #pragma once
 

@@ -170,7 +170,8 @@ TEST_F(TaskRunnerFailureTest, WantOfMemoryOfAMessageWithoutIdentifiersIsTriedAga
                 ElementsAre("4 std::bad_alloc", "2 Reconnecting to product"));
 }
 
-TEST_F(TaskRunnerFailureTest, CancellingThatCannotBeToldForWantOfMemoryIsToldAfterTheNextConnection) {
+TEST_F(TaskRunnerFailureTest,
+       CancellingThatCannotBeToldForWantOfMemoryIsToldAfterTheNextConnection) {
     CScriptedTask& task = AddTask().ThenThrow(CRetryException("no answer", false));
     std::atomic<int> publications{0};
     host.bus->OnPublish([&publications](const auto&) {

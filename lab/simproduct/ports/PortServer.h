@@ -2,8 +2,7 @@
 // the port to its handler and back. A server adds the calls of its kind of port.
 //
 // Ownership: what the handler needs must outlive this. A server's destructor calls Close, because
-// the serving
-//   thread calls the server's own functions.
+//   the serving thread calls the server's own functions.
 // Errors, threads: Port.h. Everything that is virtual here but CreatePort runs on the serving
 //   thread; CloseClient also on the thread that closes the port, after the serving one has ended.
 #pragma once
