@@ -36,13 +36,14 @@ const StatusMeaning& MeaningOf(std::uint32_t status) {
     return *meaning;
 }
 
-std::uint64_t ResourceId(const std::string& text) {
-    return static_cast<std::uint64_t>(ParseHex64(text));
+std::uint64_t ReadResourceId(CHexReader& numbers, const std::string& text) {
+    return static_cast<std::uint64_t>(numbers.Read64(text));
 }
 
-CProtectionStatusRecord ReadRecord(const boost::property_tree::ptree& element) {
+CProtectionStatusRecord ReadRecord(CHexReader& numbers,
+                                   const boost::property_tree::ptree& element) {
     CProtectionStatusRecord record;
-    record.status = ParseHex32(ReadAttribute(element, "STATUS"));
+    record.status = numbers.Read32(ReadAttribute(element, "STATUS"));
     // Its other attributes are not read, and need not be there.
     if (record.status == CProtectionStatusRecord::kNotAvailable) {
         return record;
@@ -50,10 +51,10 @@ CProtectionStatusRecord ReadRecord(const boost::property_tree::ptree& element) {
     const StatusMeaning& meaning = MeaningOf(record.status);
     record.severity = meaning.severity;
     record.statusTextId = meaning.textId;
-    record.categoryId = ResourceId(ReadAttribute(element, "CATEGORY_RES_ID"));
-    record.statusId = ResourceId(ReadAttribute(element, "STATUS_RES_ID"));
+    record.categoryId = ReadResourceId(numbers, ReadAttribute(element, "CATEGORY_RES_ID"));
+    record.statusId = ReadResourceId(numbers, ReadAttribute(element, "STATUS_RES_ID"));
     if (const auto description = FindAttribute(element, "DESCRIPTION_RES_ID")) {
-        record.descriptionId = ResourceId(*description);
+        record.descriptionId = ReadResourceId(numbers, *description);
     }
     return record;
 }
@@ -71,9 +72,10 @@ void CGetStatusResponse::Deserialize(const std::vector<unsigned char>& reply) {
         rawContent_ = reader.ReadPayload();
     }
     const auto tree = ParseXml(rawContent_);
+    CHexReader numbers;
     for (const auto& [name, element] : tree.get_child("TULK.SECTION.STATUS")) {
         if (name == "RECORD") {
-            records_.push_back(ReadRecord(element));
+            records_.push_back(ReadRecord(numbers, element));
         }
     }
 }

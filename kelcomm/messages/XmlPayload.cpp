@@ -23,17 +23,6 @@ constexpr std::size_t kMostElements = 250000;
 constexpr std::size_t kMostNodes = 250000;
 constexpr std::size_t kTextOfFurtherNode = 32;
 
-template <typename Number>
-Number ParseHex(const std::string& text) {
-    // A stream reads as many digits as there are: what is behind them is not looked at, and without
-    // any the number is 0.
-    std::istringstream stream(text);
-    stream.imbue(std::locale::classic());
-    Number number = 0;
-    stream >> std::hex >> number;
-    return number;
-}
-
 /// The parser's own error: for whoever asked it is text that cannot be parsed.
 [[noreturn]] void Refuse(const char* why) {
     throw PropertyTree::xml_parser_error(why, "", 0);
@@ -73,12 +62,28 @@ std::optional<std::string> FindAttribute(const PropertyTree::ptree& element,
     return attribute ? std::optional<std::string>(attribute->data()) : std::nullopt;
 }
 
-std::uint32_t ParseHex32(const std::string& text) {
-    return ParseHex<std::uint32_t>(text);
+CHexReader::CHexReader() {
+    stream_.imbue(std::locale::classic());
+    stream_ >> std::hex;
 }
 
-std::int64_t ParseHex64(const std::string& text) {
-    return ParseHex<std::int64_t>(text);
+template <typename Number>
+Number CHexReader::Read(const std::string& text) {
+    // A stream reads as many digits as there are: what is behind them is not looked at, and without
+    // any the number is 0.
+    stream_.clear();
+    stream_.str(text);
+    Number number = 0;
+    stream_ >> number;
+    return number;
+}
+
+std::uint32_t CHexReader::Read32(const std::string& text) {
+    return Read<std::uint32_t>(text);
+}
+
+std::int64_t CHexReader::Read64(const std::string& text) {
+    return Read<std::int64_t>(text);
 }
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

@@ -2,11 +2,12 @@
 //
 // Malformed text, missing paths and missing mandatory attributes throw the property tree's own
 // exceptions (all std::runtime_error), which pass to the task unchanged.
-// Threads: any; nothing here has a state.
+// Threads: any; a CHexReader belongs to one at a time, nothing else has a state.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <sstream>
 #include <string>
 
 #include <boost/property_tree/ptree.hpp>
@@ -24,10 +25,21 @@ std::string ReadAttribute(const boost::property_tree::ptree& element, const std:
 std::optional<std::string> FindAttribute(const boost::property_tree::ptree& element,
                                          const std::string& name);
 
-// Numbers in hexadecimal, as a stream extracts them in the classic locale: leading blanks are
-// skipped, what follows the digits is ignored, no digits give 0, too many give the type's limit.
+/// Reads numbers in hexadecimal, as a stream extracts them in the classic locale: leading blanks
+/// are skipped, what follows the digits is ignored, no digits give 0, too many give the type's
+/// limit. One for many numbers: a stream costs more to make than to use.
+class CHexReader {
+  public:
+    CHexReader();
 
-std::uint32_t ParseHex32(const std::string& text);
-std::int64_t ParseHex64(const std::string& text);
+    std::uint32_t Read32(const std::string& text);
+    std::int64_t Read64(const std::string& text);
+
+  private:
+    template <typename Number>
+    Number Read(const std::string& text);
+
+    std::istringstream stream_;
+};
 
 }  // namespace Kyr::Connectors::Common::Kelcomm::Messages

@@ -88,32 +88,42 @@ TEST(XmlPayloadTest, MissingOptionalAttributeIsNone) {
 }
 
 TEST(XmlPayloadTest, HexadecimalNumbers) {
-    EXPECT_EQ(ParseHex32("1"), 1u);
-    EXPECT_EQ(ParseHex32("10"), 16u);
-    EXPECT_EQ(ParseHex32("FFFFFFFF"), 0xFFFFFFFFu);
-    EXPECT_EQ(ParseHex32("ffffffff"), 0xFFFFFFFFu);
-    EXPECT_EQ(ParseHex64("071000000000021E"), 0x071000000000021E);
-    EXPECT_EQ(ParseHex64("-1"), -1);
+    EXPECT_EQ(CHexReader().Read32("1"), 1u);
+    EXPECT_EQ(CHexReader().Read32("10"), 16u);
+    EXPECT_EQ(CHexReader().Read32("FFFFFFFF"), 0xFFFFFFFFu);
+    EXPECT_EQ(CHexReader().Read32("ffffffff"), 0xFFFFFFFFu);
+    EXPECT_EQ(CHexReader().Read64("071000000000021E"), 0x071000000000021E);
+    EXPECT_EQ(CHexReader().Read64("-1"), -1);
 }
 
 TEST(XmlPayloadTest, TextThatIsNoNumberIsZero) {
-    EXPECT_EQ(ParseHex32(""), 0u);
-    EXPECT_EQ(ParseHex32("xyz"), 0u);
-    EXPECT_EQ(ParseHex64("g"), 0);
+    EXPECT_EQ(CHexReader().Read32(""), 0u);
+    EXPECT_EQ(CHexReader().Read32("xyz"), 0u);
+    EXPECT_EQ(CHexReader().Read64("g"), 0);
 }
 
 TEST(XmlPayloadTest, WhatFollowsTheDigitsIsIgnored) {
-    EXPECT_EQ(ParseHex32("2 or so"), 2u);
+    EXPECT_EQ(CHexReader().Read32("2 or so"), 2u);
 }
 
 TEST(XmlPayloadTest, NumberTooLargeIsTheTypesLimit) {
-    EXPECT_EQ(ParseHex32("1FFFFFFFF"), 0xFFFFFFFFu);
-    EXPECT_EQ(ParseHex64("FFFFFFFFFFFFFFFF"), 0x7FFFFFFFFFFFFFFF);
+    EXPECT_EQ(CHexReader().Read32("1FFFFFFFF"), 0xFFFFFFFFu);
+    EXPECT_EQ(CHexReader().Read64("FFFFFFFFFFFFFFFF"), 0x7FFFFFFFFFFFFFFF);
+}
+
+TEST(XmlPayloadTest, NumberDoesNotDependOnTheOnesBefore) {
+    CHexReader reader;
+    EXPECT_EQ(reader.Read32("1FFFFFFFF"), 0xFFFFFFFFu);
+    EXPECT_EQ(reader.Read32("10 or so"), 16u);
+    EXPECT_EQ(reader.Read64(""), 0);
+    EXPECT_EQ(reader.Read64("xyz"), 0);
+    EXPECT_EQ(reader.Read64(" -2"), -2);
+    EXPECT_EQ(reader.Read32("a"), 10u);
 }
 
 TEST(XmlPayloadTest, DigitGroupsOfTheProcessesLocaleAreNotRead) {
     const CGroupingLocale locale;
-    EXPECT_EQ(ParseHex32("1,000"), 1u);
+    EXPECT_EQ(CHexReader().Read32("1,000"), 1u);
 }
 
 TEST(XmlPayloadTest, NestingOf256ElementsIsParsed) {
