@@ -29,6 +29,8 @@ const char* NameOf(Place place) {
             return "lock creation";
         case Place::kNativeCall:
             return "native call";
+        case Place::kExchange:
+            return "exchange";
         case Place::kStoreRead:
             return "store read";
         case Place::kStoreWrite:

@@ -19,6 +19,7 @@ enum class Place {
     kThread,  // its creation
     kLock,    // its creation
     kNativeCall,
+    kExchange,  // a native call that takes a request to the product, after it has
     kStoreRead,
     kStoreWrite,
     kPublish,

@@ -106,11 +106,6 @@ bool Throws(const Fault& fault) {
     return ofTheHost && (fault.kind < 2 || fault.place == Place::kPublish);
 }
 
-/// Whether the fault takes replies away that the product has sent.
-bool LosesReplies(const Fault& fault) {
-    return fault.place == Place::kNativeCall && (fault.kind & kAfter) != 0;
-}
-
 /// Runs a call into the module; false: it threw.
 template <typename Call>
 bool Calls(const Call& call) {
@@ -237,7 +232,8 @@ void CLife::WorkAgain(const Fault& fault) {
     // With the one before it, that one has been asked for.
     Expect("an outcome after the fault was not told",
            [this] { return host_.Told(kKillAgain) != 0; });
-    if (host_.Told(kOutcome) == 0 && !(LosesReplies(fault) && product_.HandedOut(kOutcome) == 1)) {
+    if (host_.Told(kOutcome) == 0 &&
+        !(fault.place == Place::kExchange && product_.HandedOut(kOutcome) == 1)) {
         problems_.emplace_back("an outcome was not told");
     }
     Expect("replies wait for a thread", [this] { return !host_.HasReplies(); });

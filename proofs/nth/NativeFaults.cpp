@@ -11,13 +11,14 @@ using Connectors::Common::Kelcomm::Native::NativeFunctions;
 
 /// How a function says that it has failed.
 enum class Says { kStatus, kNothing, kAllOnes };
-/// What is given back stays given back, whatever the function says.
-enum class Does { kWhatTheKindSays, kItsWork };
+/// What is given back stays given back, whatever the function says. Of an exchange nobody knows
+/// whether it has failed before or behind the product's work.
+enum class Does { kNothing, kItsWork, kEither };
 
 template <Says says, typename Result>
 Result Failure() {
     if constexpr (says == Says::kStatus) {
-        return Statuses()[(StruckKind() & 0xFFFF) % Statuses().size()];
+        return Statuses()[StruckKind() % Statuses().size()];
     } else if constexpr (says == Says::kAllOnes) {
         return static_cast<Result>(-1);
     } else {
@@ -33,19 +34,20 @@ template <typename Result, typename... Arguments,
 struct Faulty<Member, says, does> {
     static Result KYR_NTAPI Call(Arguments... arguments) {
         const auto system = Connectors::Common::Kelcomm::Native::SystemNativeFunctions().*Member;
-        const bool strikes = Strikes(Place::kNativeCall);
+        const bool before = Strikes(Place::kNativeCall);
+        const bool behind = does == Does::kEither && Strikes(Place::kExchange);
         const CSurroundings inTheSystem;
-        if (!strikes) {
+        if (!before && !behind) {
             return system(arguments...);
         }
-        if (does == Does::kItsWork || (StruckKind() & kAfter) != 0) {
+        if (behind || does == Does::kItsWork) {
             system(arguments...);
         }
         return Failure<says, Result>();
     }
 };
 
-template <auto Member, Says says, Does does = Does::kWhatTheKindSays>
+template <auto Member, Says says, Does does = Does::kNothing>
 void Replace(NativeFunctions& functions) {
     functions.*Member = &Faulty<Member, says, does>::Call;
 }
@@ -54,11 +56,11 @@ NativeFunctions MakeFaultyFunctions() {
     using N = NativeFunctions;
     NativeFunctions functions = Connectors::Common::Kelcomm::Native::SystemNativeFunctions();
     Replace<&N::NtConnectPort, Says::kStatus>(functions);
-    Replace<&N::NtRequestPort, Says::kStatus>(functions);
-    Replace<&N::NtRequestWaitReplyPort, Says::kStatus>(functions);
+    Replace<&N::NtRequestPort, Says::kStatus, Does::kEither>(functions);
+    Replace<&N::NtRequestWaitReplyPort, Says::kStatus, Does::kEither>(functions);
     Replace<&N::NtAlpcConnectPort, Says::kStatus>(functions);
     Replace<&N::NtAlpcDisconnectPort, Says::kStatus, Does::kItsWork>(functions);
-    Replace<&N::NtAlpcSendWaitReceivePort, Says::kStatus>(functions);
+    Replace<&N::NtAlpcSendWaitReceivePort, Says::kStatus, Does::kEither>(functions);
     Replace<&N::NtAlpcCreatePortSection, Says::kStatus>(functions);
     Replace<&N::NtAlpcDeletePortSection, Says::kStatus, Does::kItsWork>(functions);
     Replace<&N::NtAlpcCreateSectionView, Says::kStatus>(functions);

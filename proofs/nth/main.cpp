@@ -6,6 +6,7 @@
 #include <iostream>
 #include <string>
 #include <unistd.h>
+#include <utility>
 
 #include <boost/make_shared.hpp>
 
@@ -30,6 +31,7 @@ constexpr int kLivesWithoutAStroke = 5;
 constexpr std::uint32_t kStatusStepOfASample = 10;
 constexpr std::uint64_t kLivesOfAProduct = 500;  // it remembers all tasks
 constexpr std::uint64_t kMostProblems = 20;
+constexpr std::uint64_t kFarthest = 5000;  // use of a place that is looked for by its name
 
 /// Uses of a place fail in each of these ways.
 struct Series {
@@ -59,7 +61,7 @@ std::vector<Series> AllSeries(std::uint32_t statusStep) {
         for (const std::uint64_t uses : {std::uint64_t{1}, std::uint64_t{2}, kFromThenOn}) {
             for (std::uint32_t status = 0; status < Statuses().size(); status += statusStep) {
                 all.push_back({part, Place::kNativeCall, uses, status});
-                all.push_back({part, Place::kNativeCall, uses, status | kAfter});
+                all.push_back({part, Place::kExchange, uses, status});
             }
         }
     }
@@ -77,14 +79,23 @@ void TellAndDie() {
 
 class CProof {
   public:
-    CProof(std::uint64_t every, std::uint64_t first) : every_(every), first_(first) {
-        product_.ChangeStatus();
-    }
+    struct Choice {
+        std::uint64_t every = 1;
+        std::uint64_t first = 0;
+        std::string only;  // a fault as a problem names it; empty: all
+        int times = 1;     // that one so often
+    };
+
+    explicit CProof(Choice choice) : choice_(std::move(choice)) { product_.ChangeStatus(); }
 
     void Run() {
         const ProcessFigures before = Rest();
         for (const Series& series : AllSeries(IsSample() ? kStatusStepOfASample : 1)) {
-            RunSeries(series);
+            if (choice_.only.empty()) {
+                RunSeries(series);
+            } else {
+                RunTheOnlyOne(series);
+            }
         }
         const ProcessFigures after = Rest();
         if (before.Held() != after.Held()) {
@@ -99,10 +110,25 @@ class CProof {
     }
 
   private:
+    static std::string Name(Part part, const Fault& fault) {
+        return std::string(part == Part::kWork ? "at work: " : "at its end: ") + Describe(fault);
+    }
+
+    void RunTheOnlyOne(const Series& series) {
+        for (std::uint64_t nth = 1; nth <= kFarthest; ++nth) {
+            const Fault fault{series.place, nth, series.uses, series.kind};
+            if (Name(series.part, fault) == choice_.only) {
+                for (int time = 0; time < choice_.times; ++time) {
+                    RunLife(series.part, fault);
+                }
+            }
+        }
+    }
+
     void RunSeries(const Series& series) {
         int missed = 0;
         const int patience = IsSample() ? 1 : kLivesWithoutAStroke;
-        for (std::uint64_t nth = 1 + first_; missed < patience; nth += every_) {
+        for (std::uint64_t nth = 1 + choice_.first; missed < patience; nth += choice_.every) {
             missed = RunLife(series.part, {series.place, nth, series.uses, series.kind})
                          ? 0
                          : missed + 1;
@@ -117,8 +143,7 @@ class CProof {
         if (++lives_ % kLivesOfAProduct == 0) {
             product_.Restart();
         }
-        const std::string what =
-            std::string(part == Part::kWork ? "at work: " : "at its end: ") + Describe(fault);
+        const std::string what = Name(part, fault);
         what.copy(current, sizeof(current) - 1);
         current[what.size()] = 0;
         CLife life(product_, clock_);
@@ -132,7 +157,7 @@ class CProof {
         return life.HasStruck();
     }
 
-    bool IsSample() const { return every_ != 1; }
+    bool IsSample() const { return choice_.every != 1; }
 
     ProcessFigures Rest() {
         product_.Restart();
@@ -151,8 +176,7 @@ class CProof {
         std::cout << "problem: " << problem << std::endl;
     }
 
-    const std::uint64_t every_;
-    const std::uint64_t first_;
+    const Choice choice_;
     CWatchdog watchdog_;
     CProduct product_;
     const boost::shared_ptr<Kyr::Base::IClock> clock_ =
@@ -165,12 +189,14 @@ class CProof {
 }  // namespace
 
 int main(int argc, char** argv) {
-    std::uint64_t every = 1;
-    std::uint64_t first = 0;
+    CProof::Choice choice;
     CLI::App app("Lets everything that can fail fail, one after the other.", "proof_nth");
-    app.add_option("--every", every, "only each so many of the uses of a place; 1: all")
+    app.add_option("--every", choice.every, "only each so many of the uses of a place; 1: all")
         ->check(CLI::PositiveNumber);
-    app.add_option("--first", first, "how many uses are left out before the first");
+    app.add_option("--first", choice.first, "how many uses are left out before the first");
+    app.add_option("--only", choice.only,
+                   "only the fault that a problem names: \"at work: publish 3, kind 1\"");
+    app.add_option("--times", choice.times, "how often, with --only");
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
@@ -178,7 +204,7 @@ int main(int argc, char** argv) {
     std::signal(SIGSEGV, [](int) { TellAndDie(); });
     const CSurroundings surroundings;
     WatchAllocations();
-    CProof proof(every, first);
+    CProof proof(choice);
     proof.Run();
     return proof.Report() ? 0 : 1;
 }
