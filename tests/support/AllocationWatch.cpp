@@ -131,6 +131,10 @@ bool CAllocationWatch::IsPossible() {
 #endif
 }
 
+std::size_t CAllocationWatch::Held() {
+    return held;
+}
+
 CAllocationWatch::CAllocationWatch() : before_(held) {
     largest = 0;
     most = before_;

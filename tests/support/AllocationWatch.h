@@ -23,6 +23,9 @@ class CAllocationWatch {
     /// Whether this build's allocations are seen, and can be made to fail.
     static bool IsPossible();
 
+    /// What everybody holds at this moment, in bytes; 0 where it is not possible.
+    static std::size_t Held();
+
     /// Starts anew; there is one watch at a time.
     CAllocationWatch();
     /// In bytes, since the watch was made.
