@@ -100,7 +100,9 @@ std::size_t CHost::Queued(const Message& message) const {
 }
 
 bool CHost::IsWatched() const {
-    return watch_ == CScheduler::Current()->NewestModuleThread();
+    // Beside it there is the thread for tasks.
+    const CScheduler& scheduler = *CScheduler::Current();
+    return watch_ == scheduler.NewestModuleThread() || scheduler.ModuleThreads() == 1;
 }
 
 int CHost::Count(const Counts& counts, const std::string& identifier) {

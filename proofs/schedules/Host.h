@@ -33,7 +33,8 @@ class CHost {
     bool HasLine(const std::string& part) const;
     /// How often it waits; without a message: how many do.
     std::size_t Queued(const Message& message = {}) const;
-    /// Whether the watch of the last connection has looked. REQUIRES: no reply was delivered.
+    /// Whether the watch of the last connection has looked, or was ended. REQUIRES: no reply was
+    /// delivered, the module is started.
     bool IsWatched() const;
     /// How often the task of that third identifier was told to have failed for good, and to be
     /// tried again.

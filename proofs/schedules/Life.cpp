@@ -71,9 +71,7 @@ CLife::CLife(const Product& product)
 }
 
 CLife::~CLife() {
-    for (const auto& thread : threads_) {
-        thread->join();
-    }
+    JoinOtherThreads();
     Expect(!module_, "the scenario has not destroyed the module");
     // The bus keeps the queues for ever. What it pushes now wakes nobody.
     DeliverTask(9);
@@ -86,10 +84,15 @@ CLife::~CLife() {
 // The host's calls.
 
 template <typename Call>
-auto CLife::Within(const char* name, Milliseconds bound, const Call& call) {
+bool CLife::Within(const char* name, Milliseconds bound, const Call& call) {
     const CScheduler& scheduler = *CScheduler::Current();
     const Nanoseconds before = scheduler.NeededTime();
-    const auto result = call();
+    bool result = false;
+    try {
+        result = call();
+    } catch (const boost::thread_interrupted&) {
+        Expect(false, std::string(name) + " leaves by an interruption");
+    }
     const Nanoseconds took = (scheduler.NeededTime() - before) / kMillisecond;
     Expect(took <= bound.count(), std::string(name) + " takes " + std::to_string(took) +
                                       " ms instead of " + std::to_string(bound.count()));
@@ -123,9 +126,12 @@ bool CLife::Stop(bool force, Milliseconds bound) {
 }
 
 void CLife::StopWhenIdle(Milliseconds bound) {
-    while (!Stop(false, bound)) {
-        Sleep(Milliseconds(100));
-    }
+    Within("stopping", std::chrono::seconds(1) + bound, [this, bound] {
+        while (!Stop(false, bound)) {
+            Sleep(Milliseconds(100));
+        }
+        return true;
+    });
 }
 
 void CLife::Destroy(Milliseconds bound) {
@@ -151,12 +157,26 @@ void CLife::OnAnotherThread(std::function<void()> action) {
     threads_.push_back(std::make_unique<boost::thread>(std::move(action)));
 }
 
+void CLife::InterruptOtherThreads() {
+    for (const auto& thread : threads_) {
+        thread->interrupt();
+    }
+}
+
+void CLife::JoinOtherThreads() {
+    for (const auto& thread : threads_) {
+        thread->join();
+    }
+    threads_.clear();
+}
+
 void CLife::Sleep(Milliseconds duration) {
     SleepDeeply(duration);
 }
 
 void CLife::ChangeStatus() {
     script_->SetBroadcast(2, ++status_);
+    script_->SetBroadcast(8, status_);
 }
 
 void CLife::SetProductAnswers(bool answers) {

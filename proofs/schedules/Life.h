@@ -40,7 +40,7 @@ class CLife {
     void Start();
     void RequestStop(Milliseconds bound);
     bool Stop(bool force, Milliseconds bound);
-    /// Stop(false) until it is done, a tenth of a second apart.
+    /// Stop(false) until it is done, a tenth of a second apart, within a second and the bound.
     void StopWhenIdle(Milliseconds bound);
     void Destroy(Milliseconds bound);
 
@@ -49,6 +49,8 @@ class CLife {
     void DeliverReply();
     /// A call into the module by another thread of the host, which is joined at the end.
     void OnAnotherThread(std::function<void()> action);
+    void InterruptOtherThreads();
+    void JoinOtherThreads();
     void Sleep(Milliseconds duration);
     /// Looks each second; what never comes makes a schedule that does not come to an end.
     template <typename Condition>
@@ -58,7 +60,7 @@ class CLife {
         }
     }
     bool IsDone(int number) const { return done_.count(number) != 0; }
-    /// Lets the product show another status.
+    /// Lets the product show another status, and that there are outcomes.
     void ChangeStatus();
     void SetProductAnswers(bool answers);
 
@@ -70,7 +72,7 @@ class CLife {
     Test::KelcommScript::Answer Serve(const Test::KelcommScript::Request& request);
     void Expect(bool holds, const std::string& problem) const;
     template <typename Call>
-    auto Within(const char* name, Milliseconds bound, const Call& call);
+    bool Within(const char* name, Milliseconds bound, const Call& call);
     void ExpectNobodyLeft();
     void ExpectTasksAccountedFor();
 

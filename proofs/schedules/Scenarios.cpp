@@ -145,6 +145,18 @@ void ReplyAgainstDestructor(CLife& life) {
     life.Destroy(kNoTime);
 }
 
+// Both a start and a push may find that the thread for replies has ended.
+void ReplyAgainstSecondStart(CLife& life) {
+    life.Start();
+    life.DeliverReply();
+    life.Sleep(kIdle);
+    life.OnAnotherThread([&life] { life.DeliverReply(); });
+    life.Start();
+    life.Await([&life] { return life.host.Queued() == 0; });
+    life.Stop(true, kNoTime);
+    life.Destroy(kNoTime);
+}
+
 // The second reply comes when the thread for the first one gives up.
 void ReplyAgainstIdleEnd(CLife& life) {
     life.Start();
@@ -195,6 +207,41 @@ void WatchAgainstRequestStop(CLife& life) {
     life.Destroy(kNoTime);
 }
 
+// A host's request may meet a connection that is being made: the watch of the one before is ended
+// by the one, while the other goes on.
+void WatchAgainstRequestWithoutStop(CLife& life) {
+    life.host.values = {{"XDR_ENABLED", "1"}, {"XDR_HOST", "here"}};
+    life.Start();
+    life.DeliverTask(1);
+    life.OnAnotherThread([&life] { life.RequestStop(kConnection); });
+    life.Await([&life] { return life.IsDone(1) && life.host.IsWatched(); });
+    life.JoinOtherThreads();
+    life.Stop(true, kConnection);
+    life.Destroy(kNoTime);
+}
+
+void StopOnInterruptedThread(CLife& life) {
+    life.Start();
+    life.DeliverReply();
+    life.OnAnotherThread([&life] {
+        life.RequestStop(kNoTime);
+        life.Stop(true, kNoTime);
+    });
+    life.InterruptOtherThreads();
+    life.JoinOtherThreads();
+    life.Destroy(kNoTime);
+}
+
+void StartAgainWithoutProduct(CLife& life) {
+    life.Start();
+    life.Sleep(milliseconds(1));
+    life.Stop(true, kNoTime);
+    life.SetProductAnswers(false);
+    life.Start();
+    life.StopWhenIdle(kNoTime);
+    life.Destroy(kNoTime);
+}
+
 void SecondStart(CLife& life) {
     life.Start();
     life.Start();
@@ -210,6 +257,7 @@ void TaskBetweenLives(CLife& life) {
     life.RequestStop(kNoTime);
     life.Stop(true, kNoTime);
     life.DeliverTask(1);
+    life.StopWhenIdle(kNoTime);
     life.Start();
     life.StopWhenIdle(kNoTime);
     life.Destroy(kNoTime);
@@ -255,11 +303,15 @@ const std::vector<Scenario> kScenarios = {
     {"reply-against-stop", kQuick, ReplyAgainstStop},
     {"reply-against-stop-by-force", kQuick, ReplyAgainstStopByForce},
     {"reply-against-destructor", kQuick, ReplyAgainstDestructor},
+    {"reply-against-second-start", kDead, ReplyAgainstSecondStart},
     {"reply-against-idle-end", kDead, ReplyAgainstIdleEnd},
     {"stop-of-unconnected-against-replies", kDead, StopOfDeadAgainstReplies},
     {"watch-against-reconnection", kRefusing, WatchAgainstReconnection},
     {"watch-after-reconnection", kRefusing, WatchAfterReconnection},
     {"watch-against-request-stop", kSlow, WatchAgainstRequestStop},
+    {"watch-against-request-without-stop", kRefusing, WatchAgainstRequestWithoutStop},
+    {"stop-on-interrupted-thread", kQuick, StopOnInterruptedThread},
+    {"start-again-without-product", kQuick, StartAgainWithoutProduct},
     {"second-start", kQuick, SecondStart},
     {"task-between-lives", kQuick, TaskBetweenLives},
     {"destructor-without-stop", kSlow, DestructorWithoutStop},
