@@ -24,9 +24,15 @@ void CReplyThread::SetQueue(boost::shared_ptr<CSubscriber> queue) {
 
 void CReplyThread::OnIdleEnded() {
     const Guard guard(lock_);
+    // This push may have waited for the lock while a Resume has started a thread for its message.
+    // That one stays: to join it would be to wait until nobody has a message for it any more.
+    if (thread_ && queue_->GetDepartureCount() == departuresBefore_) {
+        return;
+    }
     Join();
     // Not once End has begun: this push may have waited for the lock meanwhile.
     if (running_) {
+        departuresBefore_ = queue_->GetDepartureCount();
         thread_ = std::make_unique<boost::thread>([this] { ThreadBody(); });
     }
 }

@@ -18,6 +18,7 @@
 //   boost::thread_resource_error when the thread cannot be created; the next message tries again.
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include <boost/shared_ptr.hpp>
@@ -70,6 +71,7 @@ class CReplyThread {
     // Recursive: Resume holds it when it rearms a queue with messages, which calls OnIdleEnded.
     CRecursiveLock lock_;
     std::unique_ptr<boost::thread> thread_ KYR_GUARDED_BY(lock_);
+    std::uint64_t departuresBefore_ KYR_GUARDED_BY(lock_) = 0;  // the queue's, before the thread's
     bool running_ KYR_GUARDED_BY(lock_) = true;
 };
 

@@ -79,6 +79,7 @@ bool CSubscriber::WaitForMessage(Message& message, Context& context) {
         // A message that came at the very end of the time is taken all the same.
         if (timedOut && queue_.empty()) {
             idle_ = true;
+            ++departures_;
             return false;
         }
     }
@@ -131,6 +132,7 @@ void CSubscriber::Abandon() {
     const Lock lock(mutex_);
     waiting_ = true;
     idle_ = true;
+    ++departures_;
 }
 
 void CSubscriber::Detach() {
@@ -151,6 +153,11 @@ std::uint64_t CSubscriber::GetReceivedCount() const {
 bool CSubscriber::IsIdle() const {
     const Lock lock(mutex_);
     return idle_;
+}
+
+std::uint64_t CSubscriber::GetDepartureCount() const {
+    const Lock lock(mutex_);
+    return departures_;
 }
 
 void CSubscriber::CallIfIdle() {

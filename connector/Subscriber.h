@@ -68,6 +68,8 @@ class CSubscriber : public Kernel::ISubscriber {
     /// How many messages have ever been pushed.
     std::uint64_t GetReceivedCount() const;
     bool IsIdle() const;
+    /// How often a consumer has left because of silence or a failure.
+    std::uint64_t GetDepartureCount() const;
 
   private:
     void CallIfIdle();
@@ -97,6 +99,7 @@ class CSubscriber : public Kernel::ISubscriber {
     IdleEnded idleEnded_ KYR_GUARDED_BY(mutex_);
     std::uint64_t calls_ KYR_GUARDED_BY(mutex_) = 0;  // of the idle callback
     std::uint64_t received_ KYR_GUARDED_BY(mutex_) = 0;
+    std::uint64_t departures_ KYR_GUARDED_BY(mutex_) = 0;  // of consumers, each into idleness
 };
 
 }  // namespace Kyr::Common::Module

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "connector/ReplyThread.h"
 #include "tests/support/host/LogCapture.h"
@@ -59,6 +60,30 @@ TEST(ReplyThreadTest, QueueWhoseThreadEndedByAFailureIsTakenByTheNext) {
     ASSERT_TRUE(Kyr::Test::Await([&] { return queue->IsIdle(); }));
     queue->Push(Kyr::Test::MakeMessage("B"), {});
     EXPECT_TRUE(Kyr::Test::Await([&] { return processor.processed == 2; }));
+    thread.End();
+}
+
+// The push has copied the queue's callback before a Resume started a thread for its message, and
+// gets the lock after it.
+TEST(ReplyThreadTest, PushThatIsLaterThanAResumeDoesNotWaitForItsThread) {
+    Kyr::Test::CCapturingLogger logger;
+    CCountingProcessor processor;
+    CReplyThread thread(logger, processor);
+    const auto clock = boost::make_shared<Kyr::Test::CManualClock>();
+    const auto queue = boost::make_shared<CSubscriber>("M", clock, [&] { thread.OnIdleEnded(); });
+    thread.SetQueue(queue);
+    queue->Push(Kyr::Test::MakeMessage("A"), {});
+    thread.Resume();
+    ASSERT_TRUE(clock->AwaitWaiters(1));
+    std::atomic<bool> returned{false};
+    boost::thread push([&] {
+        thread.OnIdleEnded();
+        returned = true;
+    });
+    EXPECT_TRUE(Kyr::Test::Await([&] { return returned.load(); }));
+    EXPECT_EQ(processor.processed, 1);
+    clock->Advance(std::chrono::seconds(5));  // lets a push go that waits all the same
+    push.join();
     thread.End();
 }
 
