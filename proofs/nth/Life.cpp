@@ -4,13 +4,10 @@
 
 #include <boost/make_shared.hpp>
 
-#include "host/message/ApplyPolicy.h"
-#include "host/message/OvAgentTasks.h"
-#include "host/message/RequestConfigurationMessage.h"
 #include "host/module/Response.h"
 #include "logs/OvAgentRequest.h"
+#include "proofs/common/HostMessages.h"
 #include "proofs/nth/NativeFaults.h"
-#include "tests/support/HexBytes.h"
 #include "tests/support/product/FakeBuildReader.h"
 
 namespace Kyr::Proofs::Nth {
@@ -19,8 +16,6 @@ namespace {
 
 using namespace Connectors::OvAgentConnector;
 using namespace Common::Message::Connectors::OvAgentConnector;
-using Common::Message::Configuration::CRequestConfigurationMessage;
-using Common::Message::Policies::CApplyPolicy;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
@@ -46,57 +41,6 @@ bool Await(Milliseconds patience, const Condition& condition) {
         boost::this_thread::sleep_for(boost::chrono::microseconds(200));
     }
     return true;
-}
-
-template <typename Task>
-boost::shared_ptr<Task> Named(boost::shared_ptr<Task> task, const char* third) {
-    typename Task::Uuid identifier;
-    identifier.set_uuid(third);
-    task->SetIdentifiers(identifier, identifier, identifier);
-    task->SetReadOnly();
-    return task;
-}
-
-CHost::Message Kill(const char* third) {
-    const auto task = boost::make_shared<Task::CKillProcessByPid>();
-    Task::CKillProcessByPid::Payload payload;
-    payload.set_process_id(4711);
-    task->SetPayload(payload);
-    return Named(task, third);
-}
-
-CHost::Message Block(const char* third) {
-    const auto task = boost::make_shared<Task::CBlockExecutableByHash>();
-    Task::CBlockExecutableByHash::Payload payload;
-    payload.set_executable_hash_sha1("0123456789ABCDEF0123456789ABCDEF01234567");
-    payload.set_delete_executable(false);
-    task->SetPayload(payload);
-    return Named(task, third);
-}
-
-CHost::Message Export(const char* third) {
-    const auto task = boost::make_shared<CRequestConfigurationMessage>();
-    CRequestConfigurationMessage::Payload payload;
-    payload.set_producttype(9);
-    task->SetPayload(payload);
-    return Named(task, third);
-}
-
-/// A policy whose text is "ab".
-CHost::Message Policy() {
-    // A blob of 4 bytes, which are stored in 15 without being compressed.
-    const auto blob = Test::HexBytes("08 04 12 0F 78 01 01 04 00 FB FF 0A 02 61 62 01 56 00 D0");
-    const auto policy = boost::make_shared<CApplyPolicy>();
-    policy->SetPolicyBlob(std::string(blob.begin(), blob.end()));
-    policy->SetReadOnly();
-    return policy;
-}
-
-CHost::Message Trigger(int kind) {
-    const auto trigger = boost::make_shared<COvAgentRequest>();
-    trigger->SetRequestType(kind);
-    trigger->SetReadOnly();
-    return trigger;
 }
 
 /// Whether the fault makes a call of the host throw.
@@ -181,12 +125,12 @@ void CLife::Begin() {
 
 void CLife::Work() {
     product_.AddOutcome(kOutcome);
-    host_.Deliver(Kill(kKill));
-    host_.Deliver(Block(kBlock));
-    host_.Deliver(Policy());
-    host_.Deliver(Export(kExport));
-    host_.Deliver(Trigger(kProtectionStatus));
-    host_.Deliver(Trigger(kTaskStatus));
+    host_.Deliver(MakeKill(kKill));
+    host_.Deliver(MakeBlock(kBlock));
+    host_.Deliver(MakePolicy());
+    host_.Deliver(MakeExport(kExport));
+    host_.Deliver(MakeTrigger(kProtectionStatus));
+    host_.Deliver(MakeTrigger(kTaskStatus));
     // Records and actions are the watch's to ask for.
     Await(kPatience, [this] {
         return Nth::HasStruck() ||
@@ -216,8 +160,8 @@ void CLife::Expect(const char* what, const Condition& condition) {
 }
 
 void CLife::WorkAgain(const Fault& fault) {
-    host_.Deliver(Kill(kKillAgain));
-    host_.Deliver(Trigger(kTaskStatus));
+    host_.Deliver(MakeKill(kKillAgain));
+    host_.Deliver(MakeTrigger(kTaskStatus));
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(2));
     Expect("a task after the fault was not done",
            [this] { return product_.Done(kKillAgain) != 0; });
