@@ -7,10 +7,10 @@
 #include "logs/DataMinerMessages.h"
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
-#include "tests/connector/tasks/PackedPolicy.h"
 #include "tests/connector/tasks/TaskOutcomeReply.h"
 #include "tests/module/OvModuleFixture.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/host/PackedPolicy.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
@@ -80,7 +80,7 @@ class CanaryTest : public OvModuleFixture {
 };
 
 TEST_F(CanaryTest, PolicyIsSentAndNotLogged) {
-    Carry(PolicyOf(Common::Tasks::Packed(kCanary)));
+    Carry(PolicyOf(Kyr::Test::Packed(kCanary)));
     EXPECT_THAT(LastRequest(), HasSubstr(kCanary));
     ExpectNoCanaryInTheLog();
 }
@@ -99,7 +99,7 @@ TEST_F(CanaryTest, PolicyWhoseContentDoesNotParseIsNotLogged) {
 }
 
 TEST_F(CanaryTest, PolicyThatIsRefusedIsNotLogged) {
-    Carry(PolicyOf(Common::Tasks::Packed(kCanary)));
+    Carry(PolicyOf(Kyr::Test::Packed(kCanary)));
     alpc_->requests = {{0, KelcommReply(0, 0)}, {0, KelcommReply(7, 0)}};
     EXPECT_THROW(module_->Connect(), std::runtime_error);
     EXPECT_THAT(LastRequest(), HasSubstr(kCanary));

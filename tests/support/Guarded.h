@@ -28,6 +28,11 @@ class CGuarded {
         const std::lock_guard<std::mutex> guard(mutex_);
         return action(value_);
     }
+    template <typename Action>
+    auto With(const Action& action) const {
+        const std::lock_guard<std::mutex> guard(mutex_);
+        return action(value_);
+    }
 
   private:
     mutable std::mutex mutex_;

@@ -6,14 +6,15 @@
 #include "host/message/ApplyPolicy.h"
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "tests/connector/tasks/CommonTaskFixture.h"
-#include "tests/connector/tasks/PackedPolicy.h"
 #include "tests/connector/tasks/SmallPolicy.h"
+#include "tests/support/host/PackedPolicy.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
 
 using Kyr::Common::Message::Policies::CApplyPolicy;
 using Kyr::Test::HexBytes;
+using Kyr::Test::Packed;
 using Kyr::Test::ThrownText;
 using testing::ElementsAre;
 

@@ -2,13 +2,15 @@
 
 #include "connector/tasks/PolicyBlob.h"
 #include "host/proto/common.pb.h"
-#include "tests/connector/tasks/PackedPolicy.h"
 #include "tests/connector/tasks/SmallPolicy.h"
+#include "tests/support/host/PackedPolicy.h"
 
 namespace Kyr::Connectors::Common::Tasks {
 namespace {
 
 using Kyr::Common::DataDefinition::Common::CompressedBlob;
+using Kyr::Test::BlobOf;
+using Kyr::Test::Packed;
 
 void ExpectRead(const std::string& blob, const std::string& text, const std::string& damage) {
     const PolicyText policy = ReadPolicyBlob(blob);

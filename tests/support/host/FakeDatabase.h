@@ -40,9 +40,10 @@ class CFakeKeyValues : public Common::Database::IKeyValueAccessMapper {
 
     /// The stored text, empty when there is none. Calls no hook, as Put.
     std::string Text(const std::string& key) const {
-        const auto values = values_.Get();
-        const auto found = values.find(key);
-        return found == values.end() ? std::string() : found->second;
+        return values_.With([&](const auto& values) {
+            const auto found = values.find(key);
+            return found == values.end() ? std::string() : found->second;
+        });
     }
     void Put(const std::string& key, const std::string& value) {
         values_.With([&](auto& values) { values[key] = value; });

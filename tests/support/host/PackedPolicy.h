@@ -8,10 +8,10 @@
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
 
-namespace Kyr::Connectors::Common::Tasks {
+namespace Kyr::Test {
 
 inline std::string BlobOf(std::uint64_t stated, const std::string& compressed) {
-    Kyr::Common::DataDefinition::Common::CompressedBlob blob;
+    Common::DataDefinition::Common::CompressedBlob blob;
     blob.set_uncompressed_length(stated);
     blob.set_compressed_data(compressed);
     return blob.SerializeAsString();
@@ -19,7 +19,7 @@ inline std::string BlobOf(std::uint64_t stated, const std::string& compressed) {
 
 /// Compressed as much as can be.
 inline std::string Packed(const std::string& text) {
-    Kyr::Common::DataDefinition::Policy::PolicyData policy;
+    Common::DataDefinition::Policy::PolicyData policy;
     policy.set_policy_text(text);
     const std::string content = policy.SerializeAsString();
     uLongf length = compressBound(static_cast<uLong>(content.size()));
@@ -31,4 +31,4 @@ inline std::string Packed(const std::string& text) {
     return BlobOf(content.size(), compressed);
 }
 
-}  // namespace Kyr::Connectors::Common::Tasks
+}  // namespace Kyr::Test
