@@ -123,7 +123,10 @@ void CAccount::Stored(RecordKind kind, const Records& records, bool kept) {
         Broken("other records were stored than were handed out");
     }
     collection.stage = kept ? Stage::kStored : Stage::kIdle;
-    collection.stored += kept ? records.size() : 0;
+    if (kept) {
+        collection.stored += records.size();
+        collection.kept.insert(records.begin(), records.end());
+    }
 }
 
 void CAccount::OffsetWasSet(const std::string& key, const std::string& text) {
@@ -218,6 +221,72 @@ void CAccount::Told(const Common::Message::Logs::CEventLog& event) {
     }
 }
 
+void CAccount::PolicyDelivered(const std::string& text) {
+    const Guard guard(mutex_);
+    policies_.push_back({text, {}});
+}
+
+void CAccount::NoPolicyDelivered() {
+    const Guard guard(mutex_);
+    mayKnowNone_ = true;
+}
+
+void CAccount::PolicyCame(const std::string& text, Verdict verdict) {
+    const Guard guard(mutex_);
+    policyIsDue_ = false;
+    const bool again = sentPolicies_ != 0 && policies_[sentPolicies_ - 1].text == text;
+    if (!again) {
+        if (sentPolicies_ == policies_.size() || policies_[sentPolicies_].text != text) {
+            Broken("a policy came out of its turn");
+        }
+        if (sentPolicies_ != 0 && !policies_[sentPolicies_ - 1].MayBeDone()) {
+            Broken("a policy came although the one before was refused");
+        }
+        ++sentPolicies_;
+    }
+    policies_[sentPolicies_ - 1].verdict = verdict;
+}
+
+void CAccount::Met() {
+    const Guard guard(mutex_);
+    policyIsDue_ = sentPolicies_ != 0 && !mayKnowNone_;
+}
+
+void CAccount::ExpectNoPolicyDue() const {
+    const Guard guard(mutex_);
+    if (policyIsDue_) {
+        Broken("a product that was just met was not given the last policy");
+    }
+}
+
+void CAccount::ExpectAllIsDone() const {
+    const Guard guard(mutex_);
+    if (!std::all_of(tasks_.begin(), tasks_.end(),
+                     [](const Task& task) { return task.HasEnded(); })) {
+        Broken("a task was not done in time");
+    }
+    if (sentPolicies_ != policies_.size() ||
+        (!policies_.empty() && !policies_.back().MayBeDone())) {
+        Broken("a policy did not come in time");
+    }
+}
+
+void CAccount::ExpectStored(RecordKind kind, const std::string& record) const {
+    const Guard guard(mutex_);
+    if (collections_[static_cast<std::size_t>(kind)].kept.count(record) == 0) {
+        Broken("a record was lost");
+    }
+}
+
+void CAccount::ProcessEnded() {
+    const Guard guard(mutex_);
+    tasks_.clear();
+    policies_.clear();
+    sentPolicies_ = 0;
+    mayKnowNone_ = false;
+    policyIsDue_ = false;
+}
+
 void CAccount::ExpectBalance(const std::vector<Message>& queued) const {
     ExpectOutcomeTold();
     const Guard guard(mutex_);
@@ -232,8 +301,7 @@ void CAccount::ExpectBalance(const std::vector<Message>& queued) const {
             })) {
             continue;
         }
-        const bool ended = task->givenUp || (task->verdict && *task->verdict != Verdict::kRefused);
-        if (!ended && !last) {
+        if (!task->HasEnded() && !last) {
             Broken("a task has come to no end");
         }
         last = false;

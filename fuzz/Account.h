@@ -8,6 +8,8 @@
 // An outcome that the product hands out is told, once, before the next. A task reaches the product
 // and is done, or is given up and said to be so; one that failed and will be tried again is
 // neither.
+// A policy reaches the product in its turn, again and again until the product has taken it; and a
+// product that was just told who asks is given the last one before anything else.
 //
 // Threads: any. Errors: a broken promise ends the process, with a line that says which.
 #pragma once
@@ -15,6 +17,7 @@
 #include <array>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,6 +69,24 @@ class CAccount {
     void Requested(const std::string& text, Verdict verdict);
     void Told(const Common::Message::Logs::CEventLog& event);
 
+    void PolicyDelivered(const std::string& text);
+    /// A message of a policy's type that is none: as far as it has come, the module knows no policy
+    /// that a product could be given.
+    void NoPolicyDelivered();
+    /// To the product.
+    void PolicyCame(const std::string& text, Verdict verdict);
+    /// The product was told who asks, and has taken it.
+    void Met();
+    /// The product is asked for something else than to take a policy.
+    void ExpectNoPolicyDue() const;
+
+    /// Nothing waits or fails any more: every task has ended, the last policy was taken.
+    void ExpectAllIsDone() const;
+    /// At least once.
+    void ExpectStored(RecordKind kind, const std::string& record) const;
+    /// The module is gone with all that it knew.
+    void ProcessEnded();
+
     /// In the end. `queued`: what still waits; the last task before it may have been interrupted.
     void ExpectBalance(const std::vector<Message>& queued) const;
 
@@ -83,6 +104,7 @@ class CAccount {
         Records batch;
         std::uint64_t all = 0;
         std::uint64_t stored = 0;
+        std::set<std::string> kept;
     };
     struct Task {
         std::string userData;
@@ -90,6 +112,14 @@ class CAccount {
         std::optional<Verdict> verdict;  // the latest
         int failures = 0;                // that were told
         bool givenUp = false;
+
+        bool HasEnded() const { return givenUp || (verdict && *verdict != Verdict::kRefused); }
+    };
+    struct Policy {
+        std::string text;
+        std::optional<Verdict> verdict;  // the latest
+
+        bool MayBeDone() const { return verdict && *verdict != Verdict::kRefused; }
     };
 
     static void ExpectDealtWith(const Collection& collection);
@@ -101,6 +131,10 @@ class CAccount {
     std::optional<Outcome> outcome_;  // handed out and not yet told
     std::uint64_t toldOutcomes_ = 0;
     std::vector<Task> tasks_;
+    std::vector<Policy> policies_;  // of this process, in the order of their delivery
+    std::size_t sentPolicies_ = 0;  // the last of them is what the module remembers
+    bool mayKnowNone_ = false;
+    bool policyIsDue_ = false;
 };
 
 }  // namespace Kyr::Fuzz

@@ -19,7 +19,10 @@ using Guard = boost::lock_guard<boost::mutex>;
 constexpr std::size_t kCommandPlace = 8;
 constexpr std::size_t kBodyPlace = 12;
 constexpr std::uint32_t kXml = 2;
+constexpr std::uint32_t kGetStatus = 0x21;
+constexpr std::uint32_t kSetPolicy = 0x6D;
 constexpr std::uint32_t kGetTaskStatus = 0x70;
+constexpr std::uint32_t kAgentUuid = 0x9A;
 constexpr std::uint32_t kGetIndicators = 0x00100000;
 constexpr std::uint32_t kGetActions = 0x00100001;
 constexpr std::uint32_t kGetTelemetry = 0x00100002;
@@ -67,6 +70,14 @@ std::optional<RecordKind> CollectionOf(std::uint32_t command) {
         default:
             return std::nullopt;
     }
+}
+
+constexpr RecordKind kKinds[] = {RecordKind::kIndicator, RecordKind::kTelemetry,
+                                 RecordKind::kAction};
+
+const char* OffsetKeyOf(RecordKind kind) {
+    constexpr const char* kKeys[] = {"XDR_OFFSET", "XDR_TELEMETRY_OFFSET", "OV_REMEDIATION_OFFSET"};
+    return kKeys[static_cast<std::size_t>(kind)];
 }
 
 std::string PayloadOf(RecordKind kind, const std::vector<std::string>& batch) {
@@ -128,6 +139,12 @@ void CCollectedProduct::AnswerAlways(std::optional<Answer> answer) {
     always_ = std::move(answer);
 }
 
+void CCollectedProduct::AnswerByItself() {
+    const Guard guard(mutex_);
+    always_.reset();
+    once_.clear();
+}
+
 CCollectedProduct::Answer CCollectedProduct::Serve(const Request& request) {
     const Guard guard(mutex_);
     const std::string text(request.bytes.begin(), request.bytes.end());
@@ -142,8 +159,23 @@ CCollectedProduct::Answer CCollectedProduct::Serve(const Request& request) {
         told = std::move(once_.front());
         once_.pop_front();
     }
+    if (command != kXml) {
+        statusListens_ = command == kGetStatus;  // all others replace or remove the receiver
+    }
+    const bool isOverheard = command == kXml && statusListens_;
+    overheard_ += isOverheard ? 1 : 0;
+    const Verdict verdict = told          ? VerdictOn(*told)
+                            : isOverheard ? Verdict::kUnclear
+                                          : Verdict::kAccepted;
+    if (command == kSetPolicy) {
+        account_.PolicyCame(text.substr(kBodyPlace), verdict);
+    } else {
+        account_.ExpectNoPolicyDue();
+    }
     if (command == kXml) {
-        account_.Requested(text, told ? VerdictOn(*told) : Verdict::kAccepted);
+        account_.Requested(text, verdict);
+    } else if (command == kAgentUuid && !told) {
+        account_.Met();
     }
     if (told) {
         // Whoever asked for records before may get the reply to a request that nobody waits for.
@@ -154,6 +186,9 @@ CCollectedProduct::Answer CCollectedProduct::Serve(const Request& request) {
         GetEcsLogsRequest body;  // all three are alike
         body.ParseFromString(text.substr(kBodyPlace));
         return HandOut(*kind, body.offset());
+    }
+    if (command == kGetStatus) {
+        return Reply("<TULK><SECTION><STATUS></STATUS></SECTION></TULK>");
     }
     return command == kGetTaskStatus ? HandOutOutcome() : Reply("");
 }
@@ -177,6 +212,53 @@ CCollectedProduct::Answer CCollectedProduct::HandOut(RecordKind kind, std::uint6
     }
     account_.HandedOut(kind, offset, stored, count);
     return Reply(PayloadOf(kind, batch));
+}
+
+std::vector<std::string> CCollectedProduct::Left(RecordKind kind,
+                                                 const Test::CFakeKeyValues& offsets) const {
+    const auto& list = lists_[static_cast<std::size_t>(kind)];
+    const std::string offset = offsets.Text(OffsetKeyOf(kind));
+    const std::uint64_t first = offset.empty() ? 0 : std::stoull(offset);
+    if (first > list.size()) {
+        Broken("an offset is ahead of all that there is");
+    }
+    const auto begin = list.begin() + static_cast<std::ptrdiff_t>(first);
+    const bool waits = kind == RecordKind::kAction && std::none_of(begin, list.end(), Blocks);
+    return {waits ? list.end() : begin, list.end()};
+}
+
+std::uint64_t CCollectedProduct::Overheard() const {
+    const Guard guard(mutex_);
+    return overheard_;
+}
+
+int CCollectedProduct::BatchesLeft(const Test::CFakeKeyValues& offsets) const {
+    const Guard guard(mutex_);
+    std::size_t most = 0;
+    for (const RecordKind kind : kKinds) {
+        most = std::max(most, Left(kind, offsets).size());
+    }
+    return static_cast<int>((most + kBatch - 1) / kBatch);
+}
+
+void CCollectedProduct::ExpectNothingLeft(const Test::CFakeKeyValues& offsets) const {
+    const Guard guard(mutex_);
+    for (const RecordKind kind : kKinds) {
+        if (!Left(kind, offsets).empty()) {
+            Broken("records were not collected in time");
+        }
+        const std::string offset = offsets.Text(OffsetKeyOf(kind));
+        const auto& list = lists_[static_cast<std::size_t>(kind)];
+        for (std::uint64_t i = 0; i < (offset.empty() ? 0 : std::stoull(offset)); ++i) {
+            if (kind != RecordKind::kAction || Blocks(list[i])) {
+                account_.ExpectStored(kind, list[i]);
+            }
+        }
+    }
+    if (!outcomes_.empty()) {
+        Broken("outcomes were not asked for in time");
+    }
+    account_.ExpectOutcomeTold();
 }
 
 CCollectedProduct::Answer CCollectedProduct::HandOutOutcome() {

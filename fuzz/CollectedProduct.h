@@ -12,6 +12,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "fuzz/Account.h"
+#include "tests/support/host/FakeDatabase.h"
 #include "tests/support/product/FakeKelcommClient.h"
 
 namespace Kyr::Fuzz {
@@ -32,20 +33,34 @@ class CCollectedProduct {
     /// The next answer, before all others, and the answer from then on; nothing: its own.
     void AnswerOnce(Answer answer);
     void AnswerAlways(std::optional<Answer> answer);
+    /// From the next answer on.
+    void AnswerByItself();
 
     Answer Serve(const Request& request);
 
+    /// How many replies to tasks came to who had asked for a status before: finding none in it, the
+    /// module connects anew and sends the task again.
+    std::uint64_t Overheard() const;
+    /// In how many batches at most what lies ahead of the stored offsets can be handed out.
+    int BatchesLeft(const Test::CFakeKeyValues& offsets) const;
+    /// Everything was handed out, and stored at least once.
+    void ExpectNothingLeft(const Test::CFakeKeyValues& offsets) const;
+
   private:
+    /// What has not been stored, as the offset says, but for actions that wait for one that blocks.
+    std::vector<std::string> Left(RecordKind kind, const Test::CFakeKeyValues& offsets) const;
     Answer HandOut(RecordKind kind, std::uint64_t offset);
     Answer HandOutOutcome();
 
     CAccount& account_;
-    boost::mutex mutex_;  // guards everything below
+    mutable boost::mutex mutex_;  // guards everything below
     std::array<std::vector<std::string>, 3> lists_;
     std::deque<Outcome> outcomes_;
     std::uint64_t finished_ = 0;
     std::deque<Answer> once_;
     std::optional<Answer> always_;
+    bool statusListens_ = false;
+    std::uint64_t overheard_ = 0;
 };
 
 }  // namespace Kyr::Fuzz

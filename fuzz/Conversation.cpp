@@ -11,10 +11,13 @@
 
 #include "base/LittleEndian.h"
 #include "connector/Subscriber.h"
+#include "fuzz/TurnClock.h"
+#include "host/message/ApplyPolicy.h"
 #include "host/message/OvAgentTasks.h"
 #include "logs/DataMinerMessages.h"
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
+#include "tests/support/host/PackedPolicy.h"
 #include "tests/support/host/TestMessage.h"
 
 namespace Kyr::Fuzz {
@@ -26,12 +29,23 @@ using Common::Kernel::MessageType;
 using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
 using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
-using Milliseconds = CTurnClock::Milliseconds;
+using Common::Message::Policies::CApplyPolicy;
+using Milliseconds = ITurnClock::Milliseconds;
 namespace Task = Common::Message::Connectors::OvAgentConnector::Task;
 
 // Our own choices: a module that waits ten seconds between two attempts ends long before.
 constexpr int kMostWaitsOfACall = 200;
 constexpr std::size_t kMostOperations = 64;
+constexpr int kLasting = 1 << 30;
+// The longest that the module may wait before it tries to connect, the channel's own second
+// included, and a second more.
+constexpr Milliseconds kUntilConnected(12000);
+// An announcement is found in a look and acted upon in the next; and a second.
+constexpr Milliseconds kUntilAnnouncementWasTaken(11000);
+constexpr Milliseconds kUntilAllIsAskedForAgain(3601000);
+constexpr Milliseconds kBetweenLooks(5000);
+constexpr std::int64_t kBestBuild = 5600;
+constexpr std::size_t kOutcomesChanged = 8;  // broadcast
 
 const char* const kIdentifiers[] = {"6ba7b810-9dad-11d1-80b4-00c04fd430c8", "", "no-uuid"};
 const char* const kKeys[] = {"XDR_ENABLED",
@@ -94,21 +108,47 @@ const CConversation::Operation CConversation::kOperations[] = {
     {&CConversation::SetBuild},        {&CConversation::PassTime},
     {&CConversation::PassToNextWait},  {&CConversation::HostCalls},
     {&CConversation::AppendRecords},   {&CConversation::FinishTasks},
-    {&CConversation::RefuseToKeep},
+    {&CConversation::RefuseToKeep},    {&CConversation::DeliverPolicy},
+    {&CConversation::PassLongTime},    {&CConversation::JumpCalendar},
+    {&CConversation::RestartHost},
 };
 
-CConversation::CConversation()
+CConversation::CConversation() : CConversation(boost::shared_ptr<ITurnClock>()) {}
+
+CConversation::CConversation(boost::shared_ptr<ITurnClock> clock)
     : product_(boost::make_shared<Test::KelcommScript>()),
-      clock_(boost::make_shared<CTurnClock>([this] { return activity_.load(); })),
-      build_(boost::make_shared<Test::CFakeBuildReader>()),
-      host_(std::make_unique<Test::CFakeHost>()),
-      log_(host_->log) {
-    product_->whileServing = [this] { Note(); };
+      clock_(clock ? std::move(clock)
+                   : boost::make_shared<CTurnClock>([this] { return activity_.load(); })),
+      build_(boost::make_shared<Test::CFakeBuildReader>()) {
+    static_assert(std::size(kOperations) == kStepCount);
+    product_->whileServing = [this] {
+        Note();
+        // Nobody reads them, and a life may be long.
+        product_->seenPings.clear();
+        product_->seenRequests.clear();
+        product_->seenBroadcastOffsets.clear();
+    };
+    product_->serve = [this](const auto& request) {
+        Tell("request", {request.bytes.begin(), request.bytes.end()});
+        return collected_.Serve(request);
+    };
     product_->broadcastArea.assign(256, 0);
-    log_->OnLine([this](const Test::LogEntry&) { Note(); });
+    BeginHost();
+}
+
+void CConversation::BeginHost() {
+    host_ = std::make_unique<Test::CFakeHost>();
+    log_ = host_->log;
+    log_->SetRecording(!trace_);
+    log_->OnLine([this](const Test::LogEntry& line) {
+        Note();
+        Tell("line", line.text);
+    });
     host_->bus->SetDelivering(true);
+    host_->bus->SetRecording(false);
     host_->bus->OnPublish([this](const auto& message) {
         Note();
+        Tell("published", message->GetName());
         CountDelivery(message->GetMessageType());
         EnterPublished(*message);
     });
@@ -116,16 +156,18 @@ CConversation::CConversation()
 }
 
 void CConversation::KeepAccount() {
-    product_->serve = [this](const auto& request) { return collected_.Serve(request); };
     const auto& values = host_->database->keyValues;
     values->OnGet([this, values = values.get()](const std::string& key) {
         account_.OffsetWasRead(key, values->Text(key));
     });
     values->OnSet([this](const std::string& key, const std::string& value) {
+        Tell("set", key + '=' + value);
         account_.OffsetWasSet(key, value);
         return !Refuses(refusedOffsets_);
     });
+    host_->database->remediationActions->SetRecording(false);
     host_->database->remediationActions->OnStore([this](const auto& actions) {
+        Tell("stored", std::to_string(actions.size()));
         const bool kept = !Refuses(refusedActions_);
         account_.Stored(RecordKind::kAction, actions, kept);
         return kept;
@@ -158,12 +200,42 @@ void CConversation::Note() {
     ++activity_;
 }
 
+void CConversation::Tell(const char* what, const std::string& text) const {
+    if (trace_) {
+        trace_(what, text);
+    }
+}
+
+void CConversation::OnTrace(Trace trace) {
+    trace_ = std::move(trace);
+    log_->SetRecording(false);
+}
+
 void CConversation::Run(const std::uint8_t* data, std::size_t size) {
     if (size != 0 && data[0] == 0xFF) {
         build_->build.reset();  // a life without the product's registration
-    } else if (size != 0 && data[0] == 0xFE) {
-        product_->standingPing.code = 1;  // one that begins without the product
     }
+    if (size != 0 && data[0] == 0xFE) {
+        BeginWithoutProduct();
+    } else {
+        Begin();
+    }
+    for (std::size_t place = 0; place + 1 < size && place / 2 < kMostOperations; place += 2) {
+        Play(data[place], data[place + 1]);
+    }
+    End();
+}
+
+void CConversation::Begin() {
+    BeginModule();
+}
+
+void CConversation::BeginWithoutProduct() {
+    product_->standingPing.code = 1;
+    BeginModule();
+}
+
+void CConversation::BeginModule() {
     ModuleSystem system;
     system.clock = clock_;
     system.productBuild = build_;
@@ -172,16 +244,18 @@ void CConversation::Run(const std::uint8_t* data, std::size_t size) {
             std::make_unique<Test::CFakeKelcommClient>(product_),
             std::make_unique<Test::CFakeKelcommClient>(product_), clock_);
     };
+    isInstalled_ = build_->build.has_value();
+    isOtherBuild_ = build_->build != kBestBuild;
+    stopping_ = stopped_ = false;
     module_ = std::make_unique<Module>(system);
     module_->Initialize(*host_);
     module_->Start();
     clock_->Settle();
-    for (std::size_t place = 0; place + 1 < size && place / 2 < kMostOperations; place += 2) {
-        const Operation& operation = kOperations[data[place] % std::size(kOperations)];
-        (this->*operation.run)(data[place + 1]);
-        clock_->Settle();
-    }
-    End();
+}
+
+void CConversation::Play(std::uint8_t operation, Argument argument) {
+    (this->*kOperations[operation % std::size(kOperations)].run)(argument);
+    clock_->Settle();
 }
 
 void CConversation::DeliverTask(Argument argument) {
@@ -228,7 +302,11 @@ void CConversation::DeliverStranger(Argument argument) {
     constexpr MessageType kTypes[] = {
         MessageType::KillProcessByPid, MessageType::BlockExecutableByHash,
         MessageType::OvAgentRequest, MessageType::ApplyPolicy, MessageType::RequestConfiguration};
-    Deliver(Test::MakeMessage("stranger", kTypes[argument % std::size(kTypes)]));
+    const MessageType type = kTypes[argument % std::size(kTypes)];
+    if (type == MessageType::ApplyPolicy) {
+        account_.NoPolicyDelivered();
+    }
+    Deliver(Test::MakeMessage("stranger", type));
 }
 
 void CConversation::AnswerOnce(Argument argument) {
@@ -264,6 +342,7 @@ void CConversation::SetBuild(Argument argument) {
     const std::size_t choice = argument % (std::size(kBuilds) + 1);
     build_->build =
         choice < std::size(kBuilds) ? std::optional<std::int64_t>(kBuilds[choice]) : std::nullopt;
+    isOtherBuild_ = true;
 }
 
 void CConversation::PassTime(Argument argument) {
@@ -281,6 +360,7 @@ void CConversation::PassToNextWait(Argument argument) {
 }
 
 void CConversation::HostCalls(Argument argument) {
+    stopping_ = stopping_ || argument % 4 != 3;
     switch (argument % 4) {
         case 0:
             Call([this] { module_->RequestStop(); });
@@ -308,7 +388,48 @@ void CConversation::FinishTasks(Argument argument) {
 
 void CConversation::RefuseToKeep(Argument argument) {
     std::atomic<int>* const refusals[] = {&refusedBatches_, &refusedOffsets_, &refusedActions_};
-    *refusals[argument % 3] = argument / 3 % 4 + 1;
+    // Some are never over: a store that can only be read, or is full.
+    *refusals[argument % 3] = argument / 12 % 4 == 3 ? kLasting : argument / 3 % 4 + 1;
+}
+
+void CConversation::DeliverPolicy(Argument argument) {
+    // Each another one, of up to two kibibytes: it is unpacked at every connection.
+    std::string text = "policy " + std::to_string(++policies_) + ' ';
+    text.append(std::size_t{argument} * 8, 'p');
+    const auto policy = boost::make_shared<CApplyPolicy>();
+    policy->SetPolicyBlob(Test::Packed(text));
+    policy->SetReadOnly();
+    account_.PolicyDelivered(text);
+    Deliver(policy);
+}
+
+// From a minute to eight hours.
+void CConversation::PassLongTime(Argument argument) {
+    clock_->Advance(Milliseconds(60000) * (1 + argument % 8) * (1 << argument / 8 % 7));
+}
+
+// Up to ten years, forward and back.
+void CConversation::JumpCalendar(Argument argument) {
+    const std::chrono::hours year(8766);
+    clock_->JumpCalendar(year * 10 * (argument - 128) / 128);
+}
+
+// Its key-value store is all that outlives it.
+void CConversation::RestartHost(Argument /*argument*/) {
+    std::map<std::string, std::string> texts;
+    for (const char* const key : kKeys) {
+        texts[key] = host_->database->keyValues->Text(key);
+    }
+    EndModule();
+    account_.ProcessEnded();
+    deliveries_.clear();
+    messages_.clear();
+    contexts_.clear();
+    BeginHost();
+    for (const auto& [key, text] : texts) {
+        host_->database->keyValues->Put(key, text);
+    }
+    BeginModule();
 }
 
 void CConversation::Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message) {
@@ -343,12 +464,18 @@ void CConversation::Call(const std::function<void()>& call) {
 }
 
 void CConversation::End() {
+    EndModule();
+}
+
+void CConversation::EndModule() {
     Call([this] { module_->RequestStop(); });
     Call([this] { module_->Stop(true); });
     if (clock_->Threads() != 0) {
         Broken("a thread has outlived its module");
     }
-    ExpectAccountsToBalance();
+    if (const auto queued = QueuedOfBalancedQueues()) {
+        account_.ExpectBalance(*queued);
+    }
     module_.reset();
     host_.reset();
     for (const auto& message : messages_) {
@@ -366,7 +493,7 @@ void CConversation::End() {
 // Each queue has got what the bus delivered of its types, once. Subscriptions are made before the
 // first delivery and never end, so that this holds whatever else has happened; an inactive module
 // has none, and messages of types that nobody subscribes go nowhere.
-void CConversation::ExpectAccountsToBalance() const {
+std::optional<std::vector<CAccount::Message>> CConversation::QueuedOfBalancedQueues() const {
     using Common::Module::CSubscriber;
     std::map<CSubscriber*, std::set<MessageType>> queues;
     for (const auto& subscription : host_->bus->Subscriptions()) {
@@ -396,9 +523,57 @@ void CConversation::ExpectAccountsToBalance() const {
         }
         queue->VisitPendingMessages([&](const auto& message) { queued.push_back(message); });
     }
-    if (!queues.empty()) {
-        account_.ExpectBalance(queued);
+    return queues.empty() ? std::nullopt : std::optional(queued);
+}
+
+void CConversation::LoseProduct(Milliseconds duration) {
+    product_->standingPing.code = 1;
+    collected_.AnswerAlways(Test::KelcommScript::Answer{1, {}});
+    clock_->Advance(duration);
+    product_->standingPing.code = 0;
+    collected_.AnswerAlways(std::nullopt);
+}
+
+void CConversation::EndFaults() {
+    refusedBatches_ = refusedOffsets_ = refusedActions_ = 0;
+    for (const char* const flag : {"XDR_ENABLED", "XDR_HOST", "OV_REMEDIATION_ENABLED"}) {
+        host_->database->keyValues->Put(flag, "1");
     }
+    build_->build = kBestBuild;
+    product_->standingPing.code = 0;
+    collected_.AnswerByItself();
+    if (stopping_ || !isInstalled_) {
+        RestartHost(0);
+    } else if (isOtherBuild_) {
+        // An upgrade takes its time, and is noticed by that. Not by who is connecting meanwhile:
+        // the build is read first, and again for the next connection only.
+        clock_->Advance(kUntilConnected);
+        LoseProduct(kBetweenLooks * 2);
+        isOtherBuild_ = false;
+    }
+}
+
+void CConversation::ExpectRecovery(bool announced) {
+    EndFaults();
+    std::uint64_t overheard = collected_.Overheard();
+    clock_->Advance(kUntilConnected);
+    for (; overheard < collected_.Overheard(); ++overheard) {
+        clock_->Advance(kUntilConnected);
+    }
+    const auto queued = QueuedOfBalancedQueues();
+    if (!queued || !queued->empty()) {
+        Broken("messages wait although nothing fails any more");
+    }
+    account_.ExpectAllIsDone();
+    const auto& values = host_->database->keyValues;
+    clock_->Advance(kBetweenLooks * (collected_.BatchesLeft(*values) + 1));
+    if (announced) {
+        product_->SetBroadcast(kOutcomesChanged, ++announcements_);
+        clock_->Advance(kUntilAnnouncementWasTaken);
+    } else {
+        clock_->Advance(kUntilAllIsAskedForAgain);
+    }
+    collected_.ExpectNothingLeft(*values);
 }
 
 }  // namespace Kyr::Fuzz

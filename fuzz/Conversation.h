@@ -1,12 +1,13 @@
 // One life of the real module, told by the bytes of an input: what the host delivers, what the
-// product answers, how time passes, when the host has enough of it.
+// product answers, how time passes, when the host has enough of it, or begins anew.
 //
 //     input = *( operation argument )        one byte each; an operation modulo the number of them
 //
-// Everything runs in virtual time and by turns (TurnClock.h), so that an input always tells the
+// Everything runs in virtual time and by turns (ITurnClock.h), so that an input always tells the
 // same life. Whatever it tells, the life must end, in order: no thread is left, every message that
 // the bus delivered to a queue has come there, none twice, and is let go in the end, and so is
-// every delivery context. What the product hands out must become what Account.h says.
+// every delivery context. What the product hands out must become what Account.h says. When all
+// faults are over, whoever plays a life may ask that all work be done in the time that it has.
 //
 // Not in it: replies of the host's request scheme, whose thread is started by the pushing one.
 // Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
@@ -18,6 +19,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +29,7 @@
 
 #include "fuzz/Account.h"
 #include "fuzz/CollectedProduct.h"
-#include "fuzz/TurnClock.h"
+#include "fuzz/ITurnClock.h"
 #include "module/OvAgentConnectorModule.h"
 #include "tests/support/host/FakeHost.h"
 #include "tests/support/product/FakeBuildReader.h"
@@ -37,12 +39,58 @@ namespace Kyr::Fuzz {
 
 class CConversation {
   public:
+    /// By what an input tells; the numbers of the first bytes.
+    enum Step : std::uint8_t {
+        kDeliverTask,
+        kDeliverTrigger,
+        kDeliverStranger,
+        kAnswerOnce,
+        kAnswerAlways,
+        kAnswerPings,
+        kSetArea,
+        kSetKey,
+        kSetBuild,
+        kPassTime,
+        kPassToNextWait,
+        kHostCalls,
+        kAppendRecords,
+        kFinishTasks,
+        kRefuseToKeep,
+        kDeliverPolicy,
+        kPassLongTime,
+        kJumpCalendar,
+        kRestartHost,
+        kStepCount
+    };
+    using Trace = std::function<void(const char* what, const std::string& text)>;
+
+    /// In virtual time by TurnClock.h.
     CConversation();
+    explicit CConversation(boost::shared_ptr<ITurnClock> clock);
     ~CConversation();
     CConversation(const CConversation&) = delete;
     CConversation& operator=(const CConversation&) = delete;
 
     void Run(const std::uint8_t* data, std::size_t size);
+
+    // The same by steps: Begin, any number of others, End.
+
+    /// Told of everything that the outside sees, by whoever does it; lines are not kept then.
+    /// REQUIRES: the life has not begun.
+    void OnTrace(Trace trace);
+    void Begin();
+    void BeginWithoutProduct();
+    void Play(std::uint8_t operation, std::uint8_t argument);
+    /// The product is away for that long: it answers neither requests nor pings.
+    void LoseProduct(ITurnClock::Milliseconds duration);
+    void Pass(ITurnClock::Milliseconds duration) { clock_->Advance(duration); }
+    /// Everything answers, keeps and is registered again. Then all that was asked for must be done
+    /// in the time that the module may take. Tasks and policies: eleven seconds, the longest wait
+    /// for a connection, and one, as long again for each that somebody else overheard. Records: by
+    /// batches, one every five seconds. Outcomes: eleven seconds when the product announces them,
+    /// otherwise an hour and a second.
+    void ExpectRecovery(bool announced);
+    void End();
 
     /// What the module has logged. REQUIRES: Run has returned.
     std::vector<std::string> Lines() const { return log_->Lines(); }
@@ -69,19 +117,28 @@ class CConversation {
     void AppendRecords(Argument argument);
     void FinishTasks(Argument argument);
     void RefuseToKeep(Argument argument);
+    void DeliverPolicy(Argument argument);
+    void PassLongTime(Argument argument);
+    void JumpCalendar(Argument argument);
+    void RestartHost(Argument argument);
 
+    void BeginHost();
+    void BeginModule();
+    void EndModule();
+    void EndFaults();
     void Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message);
     /// The bus is about to deliver a message of this type, from the host or from the module itself.
     void CountDelivery(Common::Kernel::MessageType type);
     /// On a thread of its own, since it may wait for the module's. Gives time until it returns.
     void Call(const std::function<void()>& call);
-    void End();
-    void ExpectAccountsToBalance() const;
+    /// Nothing: an inactive module has no queues.
+    std::optional<std::vector<CAccount::Message>> QueuedOfBalancedQueues() const;
     void KeepAccount();
     void EnterPublished(const Common::Kernel::IMessage& message);
 
     /// The calling thread has done something.
     void Note();
+    void Tell(const char* what, const std::string& text) const;
 
     std::atomic<std::uint64_t> activity_{0};
     mutable boost::mutex deliveriesMutex_;
@@ -97,12 +154,18 @@ class CConversation {
     std::atomic<int> refusedActions_{0};
 
     const boost::shared_ptr<Test::KelcommScript> product_;
-    const boost::shared_ptr<CTurnClock> clock_;
+    const boost::shared_ptr<ITurnClock> clock_;
     const boost::shared_ptr<Test::CFakeBuildReader> build_;
     std::unique_ptr<Test::CFakeHost> host_;
-    const boost::shared_ptr<Test::CLogCapture> log_;
+    boost::shared_ptr<Test::CLogCapture> log_;
     std::unique_ptr<Module> module_;
+    Trace trace_;
+    bool isInstalled_ = true;    // as the module has found it
+    bool isOtherBuild_ = false;  // than the best, or was: the module may have found that
+    bool stopping_ = false;
     bool stopped_ = false;
+    std::int32_t announcements_ = 1000;
+    std::uint64_t policies_ = 0;
     std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;
     std::vector<boost::weak_ptr<Common::Kernel::IDeliveryContext>> contexts_;
 };

@@ -82,7 +82,7 @@ CTurnClock::~CTurnClock() = default;
 
 std::int64_t CTurnClock::CalendarTime() const {
     const Lock lock(mutex_);
-    return kStartTime + std::chrono::duration_cast<std::chrono::seconds>(now_).count();
+    return kStartTime + (std::chrono::duration_cast<std::chrono::seconds>(now_) + jumped_).count();
 }
 
 void CTurnClock::SleepFor(Milliseconds duration) {
@@ -287,6 +287,11 @@ void CTurnClock::Advance(Milliseconds duration) {
         now_ += duration;
     }
     Settle();
+}
+
+void CTurnClock::JumpCalendar(std::chrono::seconds jump) {
+    const Lock lock(mutex_);
+    jumped_ += jump;
 }
 
 std::optional<CTurnClock::Milliseconds> CTurnClock::UntilNextDeadline() const {

@@ -24,15 +24,13 @@
 
 #include <boost/thread/thread.hpp>
 
-#include "base/Clock.h"
 #include "base/Mutex.h"
+#include "fuzz/ITurnClock.h"
 
 namespace Kyr::Fuzz {
 
-class CTurnClock final : public Base::IClock {
+class CTurnClock final : public ITurnClock {
   public:
-    using Milliseconds = std::chrono::milliseconds;
-
     /// `activity` grows whenever a thread has done something that the outside can see.
     /// REQUIRES: every thread of the process that is alive now stays alive, and starts none.
     explicit CTurnClock(std::function<std::uint64_t()> activity);
@@ -43,22 +41,12 @@ class CTurnClock final : public Base::IClock {
     void Wait(Base::CCondition& condition, Base::CLock& lock) override;
     bool WaitFor(Base::CCondition& condition, Base::CLock& lock, Milliseconds timeout) override;
 
-    // For the conductor.
-
-    /// Gives everybody turns until nobody does anything any more.
-    void Settle();
-    /// Moves time, and settles.
-    void Advance(Milliseconds duration);
-    /// The time until the next wait of anybody ends; nothing when none has an end.
-    std::optional<Milliseconds> UntilNextDeadline() const;
-    /// How many of the module's threads are alive.
-    std::size_t Threads() const;
-
-    // For threads, as early as they can be caught: those that the conductor starts, and the
-    // module's own where they first touch the host or the product.
-
-    /// Waits for a first turn; does nothing in the conductor, or in a thread that had one.
-    void Enter();
+    void Settle() override;
+    void Advance(Milliseconds duration) override;
+    void JumpCalendar(std::chrono::seconds jump) override;
+    std::optional<Milliseconds> UntilNextDeadline() const override;
+    std::size_t Threads() const override;
+    void Enter() override;
 
   private:
     struct Participant;
@@ -87,6 +75,7 @@ class CTurnClock final : public Base::IClock {
     /// In the order of their first waits.
     std::vector<std::shared_ptr<Participant>> participants_ KYR_GUARDED_BY(mutex_);
     Milliseconds now_ KYR_GUARDED_BY(mutex_){0};
+    std::chrono::seconds jumped_ KYR_GUARDED_BY(mutex_){0};
     std::uint64_t comings_ KYR_GUARDED_BY(mutex_) = 0;  // and goings
 };
 

@@ -115,6 +115,59 @@ TEST_F(AccountTest, TaskEndsDoneGivenUpOrInTheQueue) {
     EXPECT_EQ(account_.GivenUpTasks(), 1u);
 }
 
+TEST_F(AccountTest, PolicyThatIsRefusedComesAgainBeforeTheNext) {
+    account_.PolicyDelivered("one");
+    account_.PolicyDelivered("two");
+    account_.PolicyCame("one", Verdict::kRefused);
+    account_.PolicyCame("one", Verdict::kAccepted);
+    account_.PolicyCame("two", Verdict::kAccepted);
+    account_.ExpectAllIsDone();
+}
+
+TEST_F(AccountDeathTest, PolicyOutOfItsTurnIsFound) {
+    account_.PolicyDelivered("one");
+    account_.PolicyDelivered("two");
+    EXPECT_DEATH(account_.PolicyCame("two", Verdict::kAccepted), "a policy came out of its turn");
+    account_.PolicyCame("one", Verdict::kAccepted);
+    account_.PolicyCame("two", Verdict::kAccepted);
+    EXPECT_DEATH(account_.PolicyCame("one", Verdict::kAccepted), "a policy came out of its turn");
+}
+
+TEST_F(AccountDeathTest, RefusedPolicyThatIsGivenUpIsFound) {
+    account_.PolicyDelivered("one");
+    account_.PolicyDelivered("two");
+    account_.PolicyCame("one", Verdict::kRefused);
+    EXPECT_DEATH(account_.PolicyCame("two", Verdict::kAccepted),
+                 "a policy came although the one before was refused");
+}
+
+TEST_F(AccountDeathTest, ProductThatIsMetWithoutThePolicyIsFound) {
+    account_.Met();
+    account_.ExpectNoPolicyDue();
+    account_.PolicyDelivered("one");
+    account_.PolicyCame("one", Verdict::kAccepted);
+    account_.Met();
+    EXPECT_DEATH(account_.ExpectNoPolicyDue(),
+                 "a product that was just met was not given the last policy");
+    account_.PolicyCame("one", Verdict::kAccepted);
+    account_.ExpectNoPolicyDue();
+}
+
+TEST_F(AccountDeathTest, WhatIsNotDoneInTimeIsFound) {
+    Deliver(kThird);
+    EXPECT_DEATH(account_.ExpectAllIsDone(), "a task was not done in time");
+    account_.Requested(kUserData, Verdict::kAccepted);
+    account_.ExpectAllIsDone();
+    account_.PolicyDelivered("one");
+    EXPECT_DEATH(account_.ExpectAllIsDone(), "a policy did not come in time");
+}
+
+TEST_F(AccountDeathTest, RecordThatWasNeverKeptIsFound) {
+    HandOut();
+    account_.Stored(RecordKind::kIndicator, {"one", "two"}, false);
+    EXPECT_DEATH(account_.ExpectStored(RecordKind::kIndicator, "one"), "a record was lost");
+}
+
 TEST_F(AccountDeathTest, BatchThatIsNotStoredIsFound) {
     HandOut();
     EXPECT_DEATH(account_.ExpectBalance({}), "a batch that was handed out was not dealt with");

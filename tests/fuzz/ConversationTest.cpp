@@ -24,6 +24,8 @@ constexpr std::uint8_t kHostCalls = 11;
 constexpr std::uint8_t kAppend = 12;
 constexpr std::uint8_t kFinish = 13;
 constexpr std::uint8_t kRefuseToKeep = 14;
+constexpr std::uint8_t kPolicy = 15;
+constexpr std::uint8_t kRestartHost = 18;
 
 // Arguments.
 constexpr std::uint8_t kAccept = 0;  // of an answer
@@ -147,6 +149,35 @@ TEST(ConversationTest, TasksThatNeverReachedTheProductAreGivenUp) {
     CConversation conversation;
     Tell(conversation, {0xFE, 0, kTask, 0, kTask, 0});
     EXPECT_EQ(conversation.Account().GivenUpTasks(), 2u);
+}
+
+// The last line of a host that began anew is that of its own policy.
+TEST(ConversationTest, PolicyIsTakenAndTheNextHostKnowsNone) {
+    const std::string taken = "2 Set policy request to product was successfull";
+    EXPECT_THAT(Life({kPolicy, 1}), Contains(taken));
+    EXPECT_THAT(Life({kPolicy, 1, kRestartHost, 0}), Not(Contains(taken)));
+}
+
+TEST(ConversationTest, RestartedHostGoesOnWhereRecordsWereStored) {
+    CConversation conversation;
+    Tell(conversation, {kAppend, kFive, kTrigger, kIndicators, kRestartHost, 0, kTrigger,
+                        kIndicators, kTrigger, kIndicators});
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kIndicator), 5u);
+}
+
+TEST(ConversationTest, AllIsDoneInTimeWhenTheFaultsAreOver) {
+    CConversation conversation;
+    conversation.BeginWithoutProduct();
+    conversation.Play(kTask, 0);
+    conversation.Play(kPolicy, 1);
+    conversation.Play(kAppend, kFive);
+    conversation.Play(kAppend, kFive + 1);
+    conversation.Play(kFinish, 4);
+    conversation.ExpectRecovery(true);
+    conversation.End();
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kIndicator), 5u);
+    EXPECT_EQ(conversation.Account().StoredRecords(RecordKind::kTelemetry), 5u);
+    EXPECT_EQ(conversation.Account().ToldOutcomes(), 2u);
 }
 
 // Nothing waits in the queue while a thread is new, so that nothing is left to chance.
