@@ -42,7 +42,7 @@ class CanaryTest : public OvModuleFixture {
     /// the head of a field and the canary.
     static std::string StoredBlob(const std::string& fieldHead) {
         const auto head = HexBytes("78 01 01 10 00 EF FF " + fieldHead);
-        return Common::Tasks::BlobOf(16, std::string(head.begin(), head.end()) + kCanary);
+        return Kyr::Test::BlobOf(16, std::string(head.begin(), head.end()) + kCanary);
     }
     static boost::shared_ptr<COvAgentRequest> Trigger(int kind) {
         const auto trigger = boost::make_shared<COvAgentRequest>();
