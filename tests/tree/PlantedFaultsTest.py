@@ -21,10 +21,10 @@ class Rows(unittest.TestCase):
             with self.subTest(fault["name"]):
                 self.assertNotEqual(script.planted(fault), (script.ROOT / fault["file"]).read_bytes())
 
-    def test_every_judge_has_ten_faults_and_no_name_stands_twice(self):
+    def test_every_judge_has_faults_thirty_stand_in_all_and_no_name_stands_twice(self):
         faults = script.read_faults()
-        for judge in script.JUDGES:
-            self.assertGreaterEqual(sum(fault["judge"] == judge for fault in faults), 10, judge)
+        self.assertEqual({fault["judge"] for fault in faults}, set(script.JUDGES))
+        self.assertGreaterEqual(len(faults), 30)
         self.assertEqual(len(faults), len({(fault["judge"], fault["name"]) for fault in faults}))
 
     def test_text_that_is_not_there_is_a_wrong_row(self):
@@ -34,15 +34,18 @@ class Rows(unittest.TestCase):
 
 class Judging(unittest.TestCase):
     def judge(self, *commands, patience=60):
-        judges = {"fake": ([], [["/bin/sh", "-c", command] for command in commands], patience)}
-        with mock.patch.object(script, "JUDGES", judges):
-            return script.judge_it("fake")
+        with mock.patch.object(script, "JUDGES", {"fake": script.Judge([], [], patience)}):
+            return script.judge_it("fake", [["/bin/sh", "-c", command] for command in commands])
 
     def test_judge_that_is_content_has_found_nothing(self):
         self.assertIsNone(self.judge("exit 0", "exit 0"))
 
     def test_judge_that_complains_has_found_it_and_is_quoted(self):
         self.assertEqual("problem: tasks were lost", self.judge("echo one; echo 'problem: tasks were lost'; exit 1"))
+
+    def test_seed_that_shows_it_stands_before_what_is_wrong(self):
+        self.assertEqual("seed 7: conversation: a record was lost",
+                         self.judge("echo 'problem: seed 7: aborted'; echo 'conversation: a record was lost'; exit 1"))
 
     def test_second_of_two_programs_may_find_it(self):
         self.assertEqual("ended with 3", self.judge("exit 0", "exit 3"))
@@ -59,7 +62,7 @@ class Ending(unittest.TestCase):
         """`verdicts`: what the judge finds without a fault, and with each."""
         faults = [ROW for _ in verdicts[1:]]
         with mock.patch.multiple(script, read_faults=lambda: faults, copy=mock.DEFAULT, configure=mock.DEFAULT,
-                                 build=mock.DEFAULT, put=mock.DEFAULT, JUDGES={"fake": ([], [], 1)},
+                                 build=mock.DEFAULT, put=mock.DEFAULT, JUDGES={"fake": script.Judge([], [], 1)},
                                  planted=lambda fault: b"", judge_it=mock.Mock(side_effect=verdicts)), \
                 mock.patch.object(sys, "argv", ["planted-faults"]), mock.patch("builtins.print"), \
                 mock.patch.object(pathlib.Path, "mkdir"):
