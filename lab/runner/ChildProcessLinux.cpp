@@ -1,13 +1,13 @@
-#include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstring>
-#include <mutex>
 #include <sys/wait.h>
+#include <system_error>
+#include <unistd.h>
 
 #include <boost/process/args.hpp>
 #include <boost/process/env.hpp>
 #include <boost/process/extend.hpp>
-#include <boost/process/handles.hpp>
 #include <boost/process/io.hpp>
 
 #include "lab/runner/ChildProcess.h"
@@ -18,25 +18,27 @@ namespace {
 
 namespace process = boost::process;
 
-/// The handles that a child keeps when all others are closed. Boost.Process 1.81 forgets to name
-/// the one that it has just made a pipe for standard output, and standard error.
-struct StandardHandles : process::extend::handler, process::extend::uses_handles {
-    static std::array<int, 3> get_used_handles() { return {0, 1, 2}; }
+/// Between fork and exec, where nothing may allocate: another thread may have held the heap's lock
+/// when this process was copied. So it cannot be Boost.Process's limit_handles, which reads a
+/// directory there.
+struct CloseOtherHandles : process::extend::handler {
+    template <typename Executor>
+    void on_exec_setup(Executor& executor) const {
+        if (::close_range(STDERR_FILENO + 1, ~0U, CLOSE_RANGE_CLOEXEC) != 0) {
+            executor.set_error({errno, std::system_category()}, "close_range");
+        }
+    }
 };
-
-/// Boost.Process 1.81 gathers the handles to keep in one place for the whole process.
-std::mutex oneAtATime;
 
 }  // namespace
 
 process::child StartChild(const std::string& program, const std::vector<std::string>& arguments,
                           const process::environment& environment, process::opstream& input,
                           process::ipstream& output, std::error_code& error) {
-    const std::lock_guard<std::mutex> lock(oneAtATime);
     std::signal(SIGPIPE, SIG_IGN);
     return process::child(program, process::args(arguments), environment,
-                          process::std_in<input, process::std_out> output, StandardHandles(),
-                          process::limit_handles, error);
+                          process::std_in<input, process::std_out> output, CloseOtherHandles(),
+                          error);
 }
 
 std::string EndText(const process::child& child) {
