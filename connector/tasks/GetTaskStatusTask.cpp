@@ -6,6 +6,7 @@
 #include <utility>
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/thread.hpp>
 
 #include "connector/reports/TaskEvent.h"
 #include "connector/tasks/CountedRetry.h"
@@ -103,6 +104,8 @@ void CGetTaskStatusTask::Run() {
         kept_.reserve(kRoomForReply);
         channel_->SetBufferReceiver(receiver);
         channel_->Send(request);
+        // A product may have outcomes without end. All that it has handed out is told by now.
+        boost::this_thread::interruption_point();
     }
 }
 

@@ -7,8 +7,10 @@
 // exchange.
 // The product forgets an outcome with handing it out. A reply whose outcome then could not be
 // published, or read for want of memory, is kept for as long as the task lives, and its outcome
-// published before the next is asked for.
-// Threads: the task thread only.
+// published before the next is asked for. One of more than 4 KiB is not kept when there is no
+// memory to read it: it might never be read, and would stand before all that come after it.
+// Threads: the task thread only. An interruption ends a chain behind an exchange whose outcome has
+// been told.
 // Ownership: the task must be owned by a boost::shared_ptr, which its receivers share.
 // Errors: every failure is a counted CRetryException with the failure's text. A message of another
 // class or kind is ignored.

@@ -1,6 +1,7 @@
 #include "connector/tasks/PolicyBlob.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 #include <zlib.h>
 
@@ -41,6 +42,9 @@ Inflated Inflate(CompressedBlob& compressed, std::size_t sourceLength, std::stri
     const int result =
         uncompress(reinterpret_cast<Bytef*>(inflated.bytes.data()), &length,
                    reinterpret_cast<const Bytef*>(source.data()), static_cast<uLong>(sourceLength));
+    if (result == Z_MEM_ERROR) {
+        throw std::bad_alloc();  // nothing is wrong with the policy
+    }
     inflated.tooLarge = result == Z_BUF_ERROR && room == kLargestPolicy && room < stated;
     if (inflated.tooLarge) {
         return inflated;

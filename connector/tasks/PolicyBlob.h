@@ -1,7 +1,7 @@
 // The policy text in a policy message: a protobuf message that is compressed inside another one.
 //
 // Errors: a damaged blob throws nothing; it gives what can be read of it, and the
-// damage in words.
+// damage in words. A want of memory is std::bad_alloc, inside the inflating, too.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +25,8 @@ struct PolicyText {
 
 /// Reads the policy text out of `blob`, a serialized CompressedBlob of a PolicyData.
 ///
-/// Deliberate: no step looks at whether the one before it succeeded. The memory that this takes is
-/// bounded by what the compressed bytes can hold and by kLargestPolicy, whatever length the blob
+/// Deliberate: no step looks at whether the one before it found damage. The memory that this takes
+/// is bounded by what the compressed bytes can hold and by kLargestPolicy, whatever length the blob
 /// states.
 PolicyText ReadPolicyBlob(const std::string& blob);
 

@@ -1,4 +1,5 @@
 // Long chains of task outcomes: however long, they take what one exchange takes.
+#include <boost/thread/latch.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "connector/tasks/GetTaskStatusTask.h"
@@ -138,6 +139,31 @@ TEST_F(TaskStatusChainTest, DepthDoesNotGrowWithTheChain) {
     Run(ChannelWith(101));
     ASSERT_EQ(depths.size(), 101u);
     EXPECT_EQ(depths.front(), depths.back());
+}
+
+TEST_F(TaskStatusChainTest, InterruptionEndsTheChainBehindAnOutcomeThatIsTold) {
+    boost::thread runner;
+    publisher->onPublish = [this, &runner](const auto&) {
+        if (publisher->messages.size() == 4) {
+            runner.interrupt();
+        }
+    };
+    const auto over = ChannelWith(200);
+    bool interrupted = false;
+    boost::latch known(1);
+    runner = boost::thread([&] {
+        known.wait();
+        try {
+            Run(over);
+        } catch (const boost::thread_interrupted&) {
+            interrupted = true;
+        }
+    });
+    known.count_down();
+    runner.join();
+    EXPECT_TRUE(interrupted);
+    EXPECT_EQ(publisher->messages.size(), 5u);
+    over->SetBufferReceiver({});
 }
 
 TEST_F(TaskStatusChainTest, FailureAtTheEndOfALongChainComesOutOnce) {
