@@ -36,6 +36,8 @@ using Milliseconds = std::chrono::milliseconds;
 constexpr Milliseconds kWeek = std::chrono::hours(7 * 24);
 // The longest wait before a connection is tried, the channel's own second, and one more.
 constexpr Milliseconds kUntilConnected(12000);
+// Two looks of the watch: from then on nobody can have overlooked an outage.
+constexpr Milliseconds kNoticed(10000);
 constexpr int kOutagesOfALife = 20;
 // Where a request has its command, and that with which a connection begins.
 constexpr std::size_t kCommandPlace = 8;
@@ -87,7 +89,8 @@ class CDice {
 class CWorld {
   public:
     CWorld(std::uint64_t seed, CWatchdog& watchdog)
-        : watchdog_(watchdog),
+        : seed_(seed),
+          watchdog_(watchdog),
           clock_(boost::make_shared<CSeededClock>(seed)),
           conversation_(clock_) {
         conversation_.OnTrace(
@@ -96,8 +99,14 @@ class CWorld {
 
     CConversation& Conversation() { return conversation_; }
     Milliseconds Now() const { return clock_->Now(); }
+    std::uint64_t Seed() const { return seed_; }
     /// Since the clock began, or since Forget.
     const std::vector<Milliseconds>& Connections() const { return connections_; }
+    /// The largest time when there was none.
+    Milliseconds FirstConnectionSince(Milliseconds begin) const {
+        const auto first = std::lower_bound(connections_.begin(), connections_.end(), begin);
+        return first == connections_.end() ? Milliseconds::max() : *first;
+    }
     /// Those that are for the server, not for the module itself.
     const std::vector<Milliseconds>& Publications() const { return publications_; }
     /// Their memory, too.
@@ -117,6 +126,7 @@ class CWorld {
         }
     }
 
+    const std::uint64_t seed_;
     CWatchdog& watchdog_;
     std::vector<Milliseconds> connections_;
     std::vector<Milliseconds> publications_;
@@ -156,33 +166,48 @@ struct Figures {
     Milliseconds longest{0};  // from the return of the product to a connection
 };
 
+/// Any of the three that a store keeps, one at least.
+void RefuseToKeep(CConversation& conversation, CDice& dice) {
+    const int refused = 1 + dice.Below(7);
+    for (std::uint8_t what = 0; what < 3; ++what) {
+        if ((refused >> what & 1) != 0) {
+            conversation.Play(CConversation::kRefuseToKeep, kLastingly + what);
+        }
+    }
+}
+
+void LoseProduct(CConversation& conversation, Kind kind, Milliseconds duration, CDice& dice) {
+    if (kind == kCalendar) {
+        conversation.Play(CConversation::kJumpCalendar,
+                          dice.Below(2) == 0 ? kTenYearsBack : kTenYearsOn);
+    } else if (kind == kUpgrade) {
+        conversation.Play(CConversation::kSetBuild, static_cast<std::uint8_t>(dice.Below(kBuilds)));
+    }
+    conversation.LoseProduct(duration);
+}
+
+/// One outage from its beginning until all work is done that it has held up.
 void Suffer(CWorld& world, Kind kind, CDice& dice, Figures& figures) {
     CConversation& conversation = world.Conversation();
     const Milliseconds duration = dice.Below(50) == 0 ? kWeek : dice.Duration();
+    world.Forget();
     if (kind == kStore) {
-        for (std::uint8_t what = 0; what < 3; ++what) {
-            if (dice.Below(2) == 0) {
-                conversation.Play(CConversation::kRefuseToKeep, kLastingly + what);
-            }
-        }
+        RefuseToKeep(conversation, dice);
         GiveWork(conversation, dice);
         conversation.Pass(duration);
     } else {
-        if (kind == kCalendar) {
-            conversation.Play(CConversation::kJumpCalendar,
-                              dice.Below(2) == 0 ? kTenYearsBack : kTenYearsOn);
-        } else if (kind == kUpgrade) {
-            conversation.Play(CConversation::kSetBuild,
-                              static_cast<std::uint8_t>(dice.Below(kBuilds)));
-        }
-        world.Forget();
-        conversation.LoseProduct(duration);
-        const Milliseconds end = world.Now();
+        LoseProduct(conversation, kind, duration, dice);
         GiveWork(conversation, dice);
-        conversation.Pass(kUntilConnected);
-        if (!world.Connections().empty() && world.Connections().front() >= end) {
-            figures.longest = std::max(figures.longest, world.Connections().front() - end);
+    }
+    const Milliseconds end = world.Now();
+    conversation.ExpectRecovery(dice.Below(4) != 0);
+    if (kind != kStore && duration >= kNoticed) {
+        const Milliseconds wait = world.FirstConnectionSince(end) - end;
+        if (wait > kUntilConnected) {
+            Fail("life " + std::to_string(world.Seed()) + ": no connection for " +
+                 std::to_string(wait.count()) + " ms");
         }
+        figures.longest = std::max(figures.longest, wait);
     }
     figures.seconds += static_cast<double>(duration.count()) / 1000;
     ++figures.outages[kind];
@@ -197,7 +222,6 @@ void Live(std::uint64_t seed, int outages, Figures& figures, CWatchdog& watchdog
     for (; outages > 0; --outages) {
         GiveWork(world.Conversation(), dice);
         Suffer(world, KindOf(dice.Below(10)), dice, figures);
-        world.Conversation().ExpectRecovery(dice.Below(4) != 0);
     }
     world.Conversation().End();
 }
