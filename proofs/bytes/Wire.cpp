@@ -7,6 +7,7 @@ namespace Kyr::Proofs::Bytes {
 namespace {
 
 constexpr std::size_t kHeader = 12;
+constexpr std::uint64_t kLongest = 0x7FFFFFFF;  // of a message, and so of anything in it
 
 Input Number(std::uint64_t number) {
     Input bytes;
@@ -22,11 +23,18 @@ class CFieldReader {
     explicit CFieldReader(const Input& bytes) : bytes_(bytes) {}
 
     bool IsAtEnd() const { return place_ == bytes_.size(); }
+    /// Whether what could not be taken lacked bytes at the end.
+    bool EndsEarly() const { return endsEarly_; }
+    bool HasGroup() const { return hasGroup_; }
 
     /// At most so many bytes long.
     bool Take(std::size_t longest, std::uint64_t& number) {
         number = 0;
-        for (std::size_t i = 0; i < longest && place_ < bytes_.size(); ++i) {
+        for (std::size_t i = 0; i < longest; ++i) {
+            if (IsAtEnd()) {
+                endsEarly_ = true;
+                return false;
+            }
             const std::uint8_t byte = bytes_[place_++];
             number |= std::uint64_t{byte & 0x7Fu} << (7 * i);
             if ((byte & 0x80) == 0) {
@@ -38,6 +46,7 @@ class CFieldReader {
 
     bool Take(std::uint64_t length, Input& text) {
         if (length > bytes_.size() - place_) {
+            endsEarly_ = length <= kLongest;
             return false;
         }
         const auto begin = bytes_.begin() + static_cast<std::ptrdiff_t>(place_);
@@ -52,10 +61,16 @@ class CFieldReader {
   private:
     bool TakeTag(Fields::Field& field) {
         std::uint64_t tag = 0;
-        if (!Take(5, tag) || tag > 0xFFFFFFFF || tag < 8) {
+        // The first byte tells a kind of value that does not exist, whether or not the tag is
+        // whole.
+        if (!IsAtEnd() && (bytes_[place_] & 7) > 5) {
             return false;
         }
-        field.number = static_cast<std::uint32_t>(tag >> 3);
+        // What a fifth byte has above the 32 bits of a tag means nothing.
+        if (!Take(5, tag) || static_cast<std::uint32_t>(tag) < 8) {
+            return false;
+        }
+        field.number = static_cast<std::uint32_t>(tag) >> 3;
         field.type = static_cast<std::uint32_t>(tag & 7);
         return true;
     }
@@ -68,7 +83,7 @@ class CFieldReader {
             case 1:
                 return Take(8, field.text);
             case 2:
-                return Take(5, length) && Take(length, field.text);
+                return TakeLength(length) && Take(length, field.text);
             case 3:
                 return SkipGroup(field.number);
             case 5:
@@ -78,8 +93,15 @@ class CFieldReader {
         }
     }
 
+    /// It is at most five bytes long; of one that is cut nobody can say whether it was.
+    bool TakeLength(std::uint64_t& length) {
+        const std::size_t begin = place_;
+        return Take(10, length) && place_ - begin <= 5;
+    }
+
     /// A form of messages from older days, which the product does not write.
     bool SkipGroup(std::uint32_t number) {
+        hasGroup_ = true;
         Fields::Field inside{};
         while (TakeTag(inside)) {
             if (inside.type == 4) {
@@ -94,6 +116,8 @@ class CFieldReader {
 
     const Input& bytes_;
     std::size_t place_ = 0;
+    bool endsEarly_ = false;
+    bool hasGroup_ = false;
 };
 
 }  // namespace
@@ -156,6 +180,8 @@ Fields ReadFields(const Input& message) {
             read.fields.push_back(std::move(field));
         }
     }
+    read.endsEarly = reader.EndsEarly();
+    read.hasGroup = reader.HasGroup();
     return read;
 }
 

@@ -46,6 +46,10 @@ struct Fields {
     std::vector<Field> fields;
     /// Whether it is a sound message. If not, `fields` are what stands before the first fault.
     bool sound;
+    /// The fault is that bytes are missing at the end.
+    bool endsEarly = false;
+    /// A form of fields that the product does not write, up to the fault.
+    bool hasGroup = false;
 };
 Fields ReadFields(const Input& message);
 

@@ -118,11 +118,12 @@ void CRunner::OnProblem(const std::string& problem) {
     if (tracing_) {
         trace_.Print(std::cout);
     }
-    std::cout << (scenario_.hangs && problem == "deadlock" ? "documented: " : "problem: ")
-              << scenario_.name << ", schedule " << runs_ + 1 << ": " << problem << '\n'
+    const bool documented = scenario_.hangs && problem == "deadlock";
+    std::cout << (documented ? "documented: " : "problem: ") << scenario_.name << ", schedule "
+              << runs_ + 1 << ": " << problem << '\n'
               << scheduler_.DescribeThreads() << "  --scenario=" << scenario_.name << " --replay='"
               << chooser_->Name() << "'" << std::endl;
-    _exit(kProblem);
+    _exit(documented ? kHangs : kProblem);
 }
 
 // What follows may find the memory in disorder; a second signal ends it then.

@@ -18,6 +18,7 @@ namespace Kyr::Proofs::Schedules {
 /// Exit codes of the process.
 constexpr int kFine = 0;
 constexpr int kProblem = 1;
+constexpr int kHangs = 2;  // as the scenario says
 
 struct Figures {
     std::uint64_t schedules;

@@ -18,6 +18,9 @@ namespace {
 
 using namespace Kyr::Proofs::Schedules;
 
+// What a run of all scenarios must reach, unless it was asked for less.
+constexpr std::uint64_t kWholeRun = 1000000;
+
 struct Options {
     std::uint64_t schedules = 1050000;
     std::uint64_t seed = 1;
@@ -97,9 +100,9 @@ class CProof {
         free_.push_back(processor);
         const Scenario& scenario = *scenarios_[index];
         const Figures& figures = figures_[index];
-        const bool isFine = WIFEXITED(status) && WEXITSTATUS(status) == kFine;
-        problems_ += isFine == scenario.hangs ? 1 : 0;
-        if (isFine && scenario.hangs) {
+        const int code = WIFEXITED(status) ? WEXITSTATUS(status) : kProblem;
+        problems_ += code == (scenario.hangs ? kHangs : kFine) ? 0 : 1;
+        if (code == kFine && scenario.hangs) {
             std::cout << "problem: " << scenario.name << " does not hang as documented\n";
         }
         different_ += figures.different;
@@ -111,7 +114,12 @@ class CProof {
                   << std::endl;
     }
 
-    bool Report() const {
+    bool Report() {
+        if (options_.schedules >= kWholeRun && options_.scenario.empty() &&
+            different_ < kWholeRun) {
+            std::cout << "problem: fewer than " << kWholeRun << " different schedules\n";
+            ++problems_;
+        }
         std::cout << "proof schedules: " << different_ << " different schedules of "
                   << scenarios_.size() << " scenarios, " << schedules_ << " run, " << problems_
                   << " problems: " << (problems_ == 0 ? "PASS" : "FAIL") << std::endl;
