@@ -41,7 +41,7 @@ constexpr std::uint32_t kEntryLength = 20;
 constexpr std::uint32_t kUserData = 200;
 constexpr std::uint32_t kPlugIn = 0x1004000;
 
-constexpr std::uint32_t kHeadWords[] = {0, 8, 16, 24, 28};
+constexpr std::uint32_t kHeadWords[] = {0, 4, 8, 12, 16, 20, 24, 28};
 constexpr std::uint32_t kLies[] = {0,          1,          4,          31,         32,
                                    33,         0x34,       0xFFF,      0x1000,     0x1001,
                                    0xFFFC,     0xFFFF,     0x10000,    0x10004,    0x7FFFFFFC,
