@@ -1,6 +1,5 @@
 #include "proofs/nth/Host.h"
 
-#include <algorithm>
 #include <new>
 #include <set>
 #include <stdexcept>
@@ -145,10 +144,6 @@ boost::shared_ptr<IResource> CHost::GetResource(int number) {
 }
 
 void CHost::Deliver(const Message& message) {
-    {
-        const Guard guard(mutex_);
-        delivered_.push_back(message);
-    }
     // A bus keeps what a subscriber did not take. A fault that lasts is over some day.
     for (int refusals = 0;; ++refusals) {
         try {
@@ -161,12 +156,6 @@ void CHost::Deliver(const Message& message) {
             boost::this_thread::sleep_for(boost::chrono::milliseconds(1));
         }
     }
-}
-
-std::size_t CHost::Unfinished() const {
-    const Guard guard(mutex_);
-    return std::count_if(delivered_.begin(), delivered_.end(),
-                         [](const auto& message) { return !message.expired(); });
 }
 
 bool CHost::HasReplies() const {

@@ -12,7 +12,6 @@
 #include <vector>
 
 #include <boost/thread/mutex.hpp>
-#include <boost/weak_ptr.hpp>
 
 #include "host/kernel/IMessage.h"
 #include "host/kernel/IResource.h"
@@ -34,8 +33,6 @@ class CHost : public Common::Kernel::IResourceProvider {
     /// Gives a message to whoever wants it; what a queue throws is tried once more. The thread is
     /// in a CSurroundings.
     void Deliver(const Message& message);
-    /// How many delivered tasks somebody still holds.
-    std::size_t Unfinished() const;
     /// Whether replies still wait in their queue.
     bool HasReplies() const;
     /// The module that subscribed is gone.
@@ -63,7 +60,6 @@ class CHost : public Common::Kernel::IResourceProvider {
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
     mutable boost::mutex mutex_;  // guards everything below
     std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
-    std::vector<boost::weak_ptr<Common::Kernel::IMessage>> delivered_;
     std::vector<std::pair<int, std::string>> lines_;
     std::vector<std::string> records_[kRecordKinds];
     std::map<std::string, std::string> values_;
