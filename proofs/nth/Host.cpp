@@ -14,6 +14,7 @@
 #include "host/logs/Symbols.h"
 #include "logs/DataMinerMessages.h"
 #include "logs/EventLog.h"
+#include "logs/StatusLog.h"
 #include "proofs/nth/Faults.h"
 
 namespace Kyr::Proofs::Nth {
@@ -25,6 +26,7 @@ using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
 using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
 namespace Outcome = Common::Catalogue::Task;
 namespace Symbol = Common::Logs::Symbols::Task;
+namespace Status = Common::Logs::Symbols::ProtectionStatus;
 using Guard = boost::lock_guard<boost::mutex>;
 
 constexpr int kActions = 2;
@@ -197,6 +199,17 @@ int CHost::Told(const std::string& identifier) const {
     return found == told_.end() ? 0 : found->second;
 }
 
+int CHost::Told(std::uint64_t status) const {
+    const Guard guard(mutex_);
+    const auto found = statuses_.find(status);
+    return found == statuses_.end() ? 0 : found->second;
+}
+
+int CHost::Connections() const {
+    const Guard guard(mutex_);
+    return connections_;
+}
+
 void CHost::Publish(const Message& message, const boost::shared_ptr<IDeliveryContext>& context) {
     const bool strikes = Strikes(Place::kPublish);
     const CSurroundings surroundings;
@@ -279,6 +292,11 @@ void CHost::Enter(const IMessage& message) {
         keep(0, logs->GetLogs());
     } else if (const auto* more = dynamic_cast<const CDataMinerStoreEcsTelemetryLogs*>(&message)) {
         keep(1, more->GetLogs());
+    } else if (message.GetMessageType() == MessageType::PresenceStatus) {
+        ++connections_;
+    } else if (message.GetMessageType() == MessageType::ProductStatus) {
+        const auto& log = dynamic_cast<const Common::Message::Logs::CStatusLog&>(message);
+        ++statuses_[log.GetSymbols()->GetRow(0)->GetResourceId(Status::kStatus)];
     } else if (message.GetMessageType() == MessageType::TaskEvent) {
         const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(message);
         const auto symbols = event.GetSymbols();

@@ -44,6 +44,10 @@ class CHost : public Common::Kernel::IResourceProvider {
     std::string Value(const std::string& key) const;
     /// How often an end, good or bad, was told of the task of that third identifier.
     int Told(const std::string& identifier) const;
+    /// How often that status was told.
+    int Told(std::uint64_t status) const;
+    /// How many connections were announced; a watch ends with each, and what it has noted.
+    int Connections() const;
 
     // What the resources call.
     void Publish(const Message& message,
@@ -64,6 +68,8 @@ class CHost : public Common::Kernel::IResourceProvider {
     std::vector<std::string> records_[kRecordKinds];
     std::map<std::string, std::string> values_;
     std::map<std::string, int> told_;
+    std::map<std::uint64_t, int> statuses_;
+    int connections_ = 0;
 };
 
 }  // namespace Kyr::Proofs::Nth

@@ -19,6 +19,9 @@ using namespace Common::Message::Connectors::OvAgentConnector;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
 
+// The host asks for one, and the first look of the watch.
+constexpr int kStatusesOfABeginning = 2;
+
 // Third identifiers, by which product and events name a task.
 constexpr char kKill[] = "00000000-0000-0000-0000-000000000001";
 constexpr char kBlock[] = "00000000-0000-0000-0000-000000000002";
@@ -30,6 +33,12 @@ constexpr char kOutcome[] = "00000000-0000-0000-0000-000000000005";
 // after that much real time will not happen.
 constexpr Milliseconds kLasting(15);
 constexpr Milliseconds kPatience(10000);
+
+// What the module's threads may sleep. With a fault: far less than the hour after which the watch
+// asks for everything again. Without: eleven seconds until the task thread is connected, and four
+// looks of the watch, one that finds a change, two until it is due, one for what a bus refused.
+constexpr std::chrono::minutes kWithFault(10);
+constexpr std::chrono::seconds kBound(20);
 
 template <typename Condition>
 bool Await(Milliseconds patience, const Condition& condition) {
@@ -64,7 +73,7 @@ bool Calls(const Call& call) {
 
 }  // namespace
 
-CLife::CLife(CProduct& product, boost::shared_ptr<Base::IClock> clock)
+CLife::CLife(CProduct& product, boost::shared_ptr<CBoundedClock> clock)
     : product_(product), clock_(std::move(clock)) {
     product_.BeginLife();
 }
@@ -72,6 +81,7 @@ CLife::CLife(CProduct& product, boost::shared_ptr<Base::IClock> clock)
 CLife::~CLife() = default;
 
 CLife::Problems CLife::Run(Part part, const Fault& fault) {
+    clock_->LetPass(kWithFault);
     if (part == Part::kWork) {
         Arm(fault);
     }
@@ -81,6 +91,7 @@ CLife::Problems CLife::Run(Part part, const Fault& fault) {
         Lift();
     }
     WorkAgain(fault);
+    clock_->LetPass(kBound);
     if (part == Part::kEnd) {
         Arm(fault);
     }
@@ -135,9 +146,10 @@ void CLife::Work() {
     Await(kPatience, [this] {
         return Nth::HasStruck() ||
                (product_.Done(kKill) != 0 && product_.Done(kBlock) != 0 &&
-                product_.HandedOut(kOutcome) != 0 && host_.Value("OV_REMEDIATION_OFFSET") == "3");
+                product_.HandedOut(kOutcome) != 0 && host_.Value("OV_REMEDIATION_OFFSET") == "3" &&
+                host_.Told(product_.Status()) >= kStatusesOfABeginning);
     });
-    product_.ChangeStatus();
+    ChangeStatus();
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(1));
     if (!Nth::HasStruck()) {
         Await(Milliseconds(20), [] { return Nth::HasStruck(); });
@@ -159,7 +171,13 @@ void CLife::Expect(const char* what, const Condition& condition) {
     }
 }
 
+void CLife::ChangeStatus() {
+    connections_ = host_.Connections();
+    product_.ChangeStatus();
+}
+
 void CLife::WorkAgain(const Fault& fault) {
+    clock_->LetPass(kBound);
     host_.Deliver(MakeKill(kKillAgain));
     host_.Deliver(MakeTrigger(kTaskStatus));
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(2));
@@ -181,6 +199,14 @@ void CLife::WorkAgain(const Fault& fault) {
         problems_.emplace_back("an outcome was not told");
     }
     Expect("replies wait for a thread", [this] { return !host_.HasReplies(); });
+    const auto statusWasTold = [this] { return host_.Told(product_.Status()) != 0; };
+    // What a watch has noted goes with its connection.
+    Expect("a change of the status was not told", [&] {
+        return statusWasTold() || host_.Connections() != connections_;
+    });
+    ChangeStatus();
+    clock_->LetPass(kBound);
+    Expect("a change of the status after the fault was not told", statusWasTold);
 }
 
 void CLife::End() {

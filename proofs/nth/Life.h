@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "module/OvAgentConnectorModule.h"
+#include "proofs/nth/BoundedClock.h"
 #include "proofs/nth/Faults.h"
 #include "proofs/nth/Host.h"
 #include "proofs/nth/Product.h"
@@ -21,7 +22,7 @@ class CLife {
   public:
     using Problems = std::vector<std::string>;
 
-    CLife(CProduct& product, boost::shared_ptr<Base::IClock> clock);
+    CLife(CProduct& product, boost::shared_ptr<CBoundedClock> clock);
     ~CLife();
     CLife(const CLife&) = delete;
     CLife& operator=(const CLife&) = delete;
@@ -40,6 +41,7 @@ class CLife {
     void Begin();
     void Work();
     void WorkAgain(const Fault& fault);
+    void ChangeStatus();
     void End();
     /// Ends the fault.
     void Lift();
@@ -48,11 +50,12 @@ class CLife {
     void ExpectAccount(const Fault& fault);
 
     CProduct& product_;
-    const boost::shared_ptr<Base::IClock> clock_;
+    const boost::shared_ptr<CBoundedClock> clock_;
     CHost host_;
     std::unique_ptr<Module> module_;
     bool struck_ = false;
     bool hostWasTold_ = false;  // by an exception
+    int connections_ = 0;       // when the status changed last
     Problems problems_;
 };
 

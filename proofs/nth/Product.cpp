@@ -10,6 +10,14 @@ using namespace Lab;
 using namespace Lab::SimProduct;
 using Guard = boost::lock_guard<boost::mutex>;
 
+namespace {
+
+constexpr std::uint32_t kStatusValue = 2;           // among the broadcast values
+constexpr std::uint32_t kProblem = 1;               // a component's status that is told
+constexpr std::uint64_t kStatuses = 0x0710000000001000;  // no others begin so
+
+}  // namespace
+
 struct CProduct::Running {
     Running(IProcessLauncher& launcher, const LineSink& sink)
         : product(launcher, misbehaviours, "", {false, [] {}}, sink) {
@@ -22,8 +30,18 @@ struct CProduct::Running {
             }
         }
         product.area.Open();
+        SetStatus(1);
         product.alpc.Open();
         product.lpc.Open();
+    }
+
+    void SetStatus(std::uint32_t number) {
+        Component files;
+        files.name = "files";
+        files.status = kProblem;
+        files.statusText = kStatuses + number;
+        product.protection.Set(files);
+        product.area.SetValue(kStatusValue, number);
     }
 
     CMisbehaviours misbehaviours;  // none
@@ -51,8 +69,11 @@ void CProduct::BeginLife() {
 }
 
 void CProduct::ChangeStatus() {
-    CBroadcastArea& area = running_->product.area;
-    area.SetValue(2, area.Value(2) + 1);
+    running_->SetStatus(running_->product.area.Value(kStatusValue) + 1);
+}
+
+std::uint64_t CProduct::Status() const {
+    return kStatuses + running_->product.area.Value(kStatusValue);
 }
 
 void CProduct::AddOutcome(const std::string& identifier) {

@@ -28,8 +28,10 @@ class CProduct {
     void Restart();
     /// Nothing waits to be handed out, and nothing was done so far.
     void BeginLife();
-    /// Broadcast value 2 changes.
+    /// Broadcast value 2 changes, and the status with it.
     void ChangeStatus();
+    /// What a log names as its status.
+    std::uint64_t Status() const;
     void AddOutcome(const std::string& identifier);
 
     /// How often a task of that third identifier was carried out, and how often its outcome was

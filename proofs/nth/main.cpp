@@ -11,6 +11,7 @@
 #include <boost/make_shared.hpp>
 
 #include "lab/common/CommandLine.h"
+#include "proofs/nth/BoundedClock.h"
 #include "proofs/nth/Life.h"
 #include "proofs/nth/NativeFaults.h"
 #include "tests/endurance/ProcessFigures.h"
@@ -86,7 +87,7 @@ class CProof {
         int times = 1;     // that one so often
     };
 
-    explicit CProof(Choice choice) : choice_(std::move(choice)) { product_.ChangeStatus(); }
+    explicit CProof(Choice choice) : choice_(std::move(choice)) {}
 
     void Run() {
         const ProcessFigures before = Rest();
@@ -179,8 +180,8 @@ class CProof {
     const Choice choice_;
     CWatchdog watchdog_;
     CProduct product_;
-    const boost::shared_ptr<Kyr::Base::IClock> clock_ =
-        boost::make_shared<Kyr::Test::CHurryingClock>(kHurry);
+    const boost::shared_ptr<CBoundedClock> clock_ =
+        boost::make_shared<CBoundedClock>(boost::make_shared<Kyr::Test::CHurryingClock>(kHurry));
     std::uint64_t lives_ = 0;
     std::uint64_t strokes_ = 0;
     std::uint64_t problems_ = 0;
