@@ -1,5 +1,7 @@
 #include "proofs/nth/Host.h"
 
+#include <algorithm>
+#include <iterator>
 #include <new>
 #include <set>
 #include <stdexcept>
@@ -32,12 +34,55 @@ using Guard = boost::lock_guard<boost::mutex>;
 constexpr int kActions = 2;
 constexpr int kMostRefusals = 15;  // a millisecond apart
 
-/// Throws what the kind of the armed fault says, when it is one that throws.
-void Fail() {
+// Kinds of a fault.
+constexpr std::uint32_t kThrows = 0;
+constexpr std::uint32_t kThrowsNoException = 1;
+constexpr std::uint32_t kFailsOtherwise = 2;
+
+constexpr char kHostHasFailed[] = "the host has failed";
+constexpr char kNoNumber[] = "bad lexical cast: source type value could not be interpreted";
+
+/// What a line must say of a call that has not thrown, but given a wrong text or refused to keep.
+/// Null: nothing, as it costs nothing. A wrong answer whether records are wanted is asked for again
+/// with the next look; of a position that is not kept, the same records come again.
+struct Saying {
+    const char* what;
+    const char* line;
+};
+constexpr Saying kSayings[] = {
+    {"read XDR_ENABLED", nullptr},
+    {"read XDR_HOST", nullptr},
+    {"read OV_REMEDIATION_ENABLED", "OV rule actions flag is not a bool, disabling rule actions"},
+    {"read XDR_OFFSET", kNoNumber},
+    {"read XDR_TELEMETRY_OFFSET", kNoNumber},
+    {"read OV_REMEDIATION_OFFSET", kNoNumber},
+    {"write XDR_OFFSET", nullptr},
+    {"write XDR_TELEMETRY_OFFSET", nullptr},
+    {"write OV_REMEDIATION_OFFSET", nullptr},
+    {"store actions", "OV Remediation: Failed to store with batch size: 3"},
+    {"publish", "std::bad_alloc"},
+};
+
+/// Null: nothing.
+const char* LineAbout(const std::string& what) {
     switch (StruckKind()) {
-        case 0:
-            throw std::runtime_error("the host has failed");
-        case 1:
+        case kThrows:
+            return kHostHasFailed;
+        case kThrowsNoException:
+            return "failed with an unknown exception";
+        default:
+            return std::find_if(std::begin(kSayings), std::end(kSayings), [&](const auto& saying) {
+                       return saying.what == what;
+                   })->line;
+    }
+}
+
+/// Throws what the kind of the armed fault says, when it is one that throws.
+void ThrowIfItThrows() {
+    switch (StruckKind()) {
+        case kThrows:
+            throw std::runtime_error(kHostHasFailed);
+        case kThrowsNoException:
             throw 42;
         default:
             break;
@@ -152,6 +197,7 @@ void CHost::Deliver(const Message& message) {
             Publish(message, {});
             return;
         } catch (...) {
+            refused_ = true;
             if (refusals == kMostRefusals) {
                 Disarm();
             }
@@ -210,11 +256,31 @@ int CHost::Connections() const {
     return connections_;
 }
 
+bool CHost::WasConnected() const {
+    const Guard guard(mutex_);
+    return std::any_of(lines_.begin(), lines_.end(), [](const auto& line) {
+        return line.second == "Connected to product, processing tasks";
+    });
+}
+
+std::vector<std::string> CHost::OwedLines() const {
+    const Guard guard(mutex_);
+    return owedLines_;
+}
+
+void CHost::Fail(const std::string& what) {
+    if (const char* const line = LineAbout(what)) {
+        const Guard guard(mutex_);
+        owedLines_.emplace_back(line);
+    }
+    ThrowIfItThrows();
+}
+
 void CHost::Publish(const Message& message, const boost::shared_ptr<IDeliveryContext>& context) {
     const bool strikes = Strikes(Place::kPublish);
     const CSurroundings surroundings;
     if (strikes) {
-        Fail();
+        Fail("publish");
         throw std::bad_alloc();
     }
     Enter(*message);
@@ -242,7 +308,7 @@ void CHost::Log(const std::string& text, int level) {
     const bool strikes = Strikes(Place::kLog);
     const CSurroundings surroundings;
     if (strikes) {
-        Fail();
+        ThrowIfItThrows();
         throw std::bad_alloc();
     }
     const Guard guard(mutex_);
@@ -253,7 +319,7 @@ std::string CHost::Read(const std::string& key) {
     const bool strikes = Strikes(Place::kStoreRead);
     const CSurroundings surroundings;
     if (strikes) {
-        Fail();
+        Fail("read " + key);
         return "no number";
     }
     return Value(key);
@@ -263,7 +329,7 @@ bool CHost::Write(const std::string& key, const std::string& value) {
     const bool strikes = Strikes(Place::kStoreWrite);
     const CSurroundings surroundings;
     if (strikes) {
-        Fail();
+        Fail("write " + key);
         return false;
     }
     const Guard guard(mutex_);
@@ -275,7 +341,7 @@ bool CHost::Store(const std::vector<std::string>& actions) {
     const bool strikes = Strikes(Place::kStoreWrite);
     const CSurroundings surroundings;
     if (strikes) {
-        Fail();
+        Fail("store actions");
         return false;
     }
     const Guard guard(mutex_);

@@ -33,6 +33,8 @@ class CHost : public Common::Kernel::IResourceProvider {
     /// Gives a message to whoever wants it; what a queue throws is tried once more. The thread is
     /// in a CSurroundings.
     void Deliver(const Message& message);
+    /// Whether a queue has thrown.
+    bool WasRefused() const { return refused_; }
     /// Whether replies still wait in their queue.
     bool HasReplies() const;
     /// The module that subscribed is gone.
@@ -40,6 +42,11 @@ class CHost : public Common::Kernel::IResourceProvider {
 
     /// Texts of the lines of that level and above.
     std::vector<std::string> Lines(int level) const;
+    /// Whether the module has said that it is connected.
+    bool WasConnected() const;
+    /// What lines must say: a text for each fault that has struck a call of this host, unless it
+    /// costs nothing.
+    std::vector<std::string> OwedLines() const;
     std::vector<std::string> Records(int kind) const;
     std::string Value(const std::string& key) const;
     /// How often an end, good or bad, was told of the task of that third identifier.
@@ -59,12 +66,15 @@ class CHost : public Common::Kernel::IResourceProvider {
     bool Store(const std::vector<std::string>& actions);
 
   private:
+    void Fail(const std::string& what);
     void Enter(const Common::Kernel::IMessage& message);
 
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
+    bool refused_ = false;  // the delivering thread's
     mutable boost::mutex mutex_;  // guards everything below
     std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
     std::vector<std::pair<int, std::string>> lines_;
+    std::vector<std::string> owedLines_;
     std::vector<std::string> records_[kRecordKinds];
     std::map<std::string, std::string> values_;
     std::map<std::string, int> told_;

@@ -39,15 +39,18 @@ class CLife {
     bool Load();
     bool StartModule();
     void Begin();
-    void Work();
+    void Work(const Fault& fault);
     void WorkAgain(const Fault& fault);
     void ChangeStatus();
     void End();
     /// Ends the fault.
     void Lift();
+    /// Whether some line says what a lasting fault of the port's calls costs, if it costs anything.
+    bool PortIsNamed(const Fault& fault) const;
     template <typename Condition>
     void Expect(const char* what, const Condition& condition);
-    void ExpectAccount(const Fault& fault);
+    void ExpectAccount();
+    void ExpectLines(const Fault& fault);
 
     CProduct& product_;
     const boost::shared_ptr<CBoundedClock> clock_;
