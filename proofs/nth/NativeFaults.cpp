@@ -1,5 +1,7 @@
 #include "proofs/nth/NativeFaults.h"
 
+#include <iterator>
+
 #include "ntapi/Status.h"
 #include "proofs/nth/Faults.h"
 
@@ -10,7 +12,7 @@ namespace {
 using Connectors::Common::Kelcomm::Native::NativeFunctions;
 
 /// How a function says that it has failed.
-enum class Says { kStatus, kNothing, kAllOnes };
+enum class Says { kStatus, kNothing, kWait };
 /// What is given back stays given back, whatever the function says. Of an exchange nobody knows
 /// whether it has failed before or behind the product's work.
 enum class Does { kNothing, kItsWork, kEither };
@@ -19,8 +21,10 @@ template <Says says, typename Result>
 Result Failure() {
     if constexpr (says == Says::kStatus) {
         return Statuses()[StruckKind() % Statuses().size()];
-    } else if constexpr (says == Says::kAllOnes) {
-        return static_cast<Result>(-1);
+    } else if constexpr (says == Says::kWait) {
+        constexpr Result kWaits[] = {NtApi::kWaitFailed, NtApi::kWaitAbandoned,
+                                     NtApi::kWaitTimeout};
+        return kWaits[StruckKind() % std::size(kWaits)];
     } else {
         return Result{};
     }
@@ -68,7 +72,7 @@ NativeFunctions MakeFaultyFunctions() {
     Replace<&N::AlpcInitializeMessageAttribute, Says::kStatus>(functions);
     Replace<&N::IsWow64Process, Says::kNothing>(functions);
     Replace<&N::CloseHandle, Says::kNothing, Does::kItsWork>(functions);
-    Replace<&N::WaitForSingleObject, Says::kAllOnes>(functions);
+    Replace<&N::WaitForSingleObject, Says::kWait>(functions);
     Replace<&N::OpenMutexW, Says::kNothing>(functions);
     Replace<&N::ReleaseMutex, Says::kNothing, Does::kItsWork>(functions);
     Replace<&N::OpenFileMappingW, Says::kNothing>(functions);
@@ -92,7 +96,8 @@ const std::vector<NtApi::NtStatus>& Statuses() {
             0xC0000054, 0xC0000061, 0xC000007F, 0xC000009A, 0xC00000A3, 0xC00000BB, 0xC00000E5,
             0xC00000EF, 0xC00000F0, 0xC00000F1, 0xC00000F2, 0xC0000120, 0xC000012D, 0xC000021F,
             0xC0000253, 0xC0000354, 0xC0000700, 0xC0000701, 0xC0000702, 0xC0000703, 0xC0000704,
-            0xC0000705, 0x80000005, 0x8000001A, 0x80000022, 0xDEADBEEF};
+            0xC0000705, 0x80000005, 0x8000001A, 0x80000022, 0xDEADBEEF, 0x00000101, 0x000000C0,
+            0x00000080, 0x00000102};
         std::vector<NtApi::NtStatus> all;
         for (const std::uint32_t number : kNumbers) {
             all.push_back(static_cast<NtApi::NtStatus>(number));

@@ -11,7 +11,8 @@
 
 namespace Kyr::Proofs::Nth {
 
-/// What native functions are known to fail with, and one status that none is.
+/// What native functions are known to fail with, one status that none is, and, last, those that
+/// are neither failure nor success.
 const std::vector<NtApi::NtStatus>& Statuses();
 
 const Connectors::Common::Kelcomm::Native::NativeFunctions& FaultyFunctions();

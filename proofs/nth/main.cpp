@@ -1,5 +1,6 @@
 // Lets everything that can fail fail, one after the other, until there is nothing left to fail;
 // README.md says what a run shows.
+#include <algorithm>
 #include <csignal>
 #include <cstdlib>
 #include <exception>
@@ -60,7 +61,9 @@ std::vector<Series> AllSeries(std::uint32_t statusStep) {
             }
         }
         for (const std::uint64_t uses : {std::uint64_t{1}, std::uint64_t{2}, kFromThenOn}) {
-            for (std::uint32_t status = 0; status < Statuses().size(); status += statusStep) {
+            // From the last, which a sample must not leave out.
+            for (auto status = static_cast<std::uint32_t>(Statuses().size()); status-- > 0;
+                 status -= std::min(status, statusStep - 1)) {
                 all.push_back({part, Place::kNativeCall, uses, status});
                 all.push_back({part, Place::kExchange, uses, status});
             }
