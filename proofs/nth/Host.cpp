@@ -71,9 +71,9 @@ const char* LineAbout(const std::string& what) {
         case kThrowsNoException:
             return "failed with an unknown exception";
         default:
-            return std::find_if(std::begin(kSayings), std::end(kSayings), [&](const auto& saying) {
-                       return saying.what == what;
-                   })->line;
+            return std::find_if(std::begin(kSayings), std::end(kSayings),
+                                [&](const auto& saying) { return saying.what == what; })
+                ->line;
     }
 }
 

@@ -70,7 +70,7 @@ class CHost : public Common::Kernel::IResourceProvider {
     void Enter(const Common::Kernel::IMessage& message);
 
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
-    bool refused_ = false;  // the delivering thread's
+    bool refused_ = false;        // the delivering thread's
     mutable boost::mutex mutex_;  // guards everything below
     std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
     std::vector<std::pair<int, std::string>> lines_;

@@ -12,8 +12,8 @@ using Guard = boost::lock_guard<boost::mutex>;
 
 namespace {
 
-constexpr std::uint32_t kStatusValue = 2;           // among the broadcast values
-constexpr std::uint32_t kProblem = 1;               // a component's status that is told
+constexpr std::uint32_t kStatusValue = 2;                // among the broadcast values
+constexpr std::uint32_t kProblem = 1;                    // a component's status that is told
 constexpr std::uint64_t kStatuses = 0x0710000000001000;  // no others begin so
 
 }  // namespace
