@@ -145,25 +145,32 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
     std::uint32_t capacity = reply.IsEmpty() ? KelcommChannelBuffer::kUsualSize
                                              : static_cast<std::uint32_t>(reply.GetSize());
     std::string nonLegacyError;
+    // Where the first offer's reply goes, unwritten but for that: most replies are so much shorter
+    // that clearing the whole would be the dearest part of the exchange.
+    unsigned char uncleared[KelcommChannelBuffer::kUsualSize];
     // Each turn sends the whole request: with more room for the reply, or to the other client.
     // Neither client nor product keeps a reply that did not fit.
     for (;; CheckCapacity(capacity)) {
-        // A buffer that grows begins anew: nobody reads what a reply that did not fit has left.
-        if (reply.GetSize() != capacity) {
-            reply.Renew(capacity);
-        }
+        bool isUncleared = false;
         std::uint32_t replyLength = 0;
         {
             // One exchange at a time, whose end may be far away. Between the turns, and while the
             // reply is examined, others have their turn.
             const Base::CLock lock(mutex_);
             IKelcommClient* const client = CurrentClient();
+            // Over the older port the product itself writes the reply here, and may leave out a
+            // part of it: that must be zero. The newer port's client writes all that it tells.
+            isUncleared = !useLegacy_ && reply.IsEmpty() && capacity == sizeof uncleared;
+            // A buffer that grows begins anew: nobody reads what a reply that did not fit has left.
+            if (!isUncleared && reply.GetSize() != capacity) {
+                reply.Renew(capacity);
+            }
             const std::uint32_t code =
-                client == nullptr
-                    ? std::uint32_t{kKelcommInvalidArgument}
-                    : client->Request(0, kRequest, request.GetData(),
-                                      static_cast<std::uint32_t>(request.GetSize()),
-                                      reply.GetData(), capacity, &replyLength, kNoTimeout);
+                client == nullptr ? std::uint32_t{kKelcommInvalidArgument}
+                                  : client->Request(0, kRequest, request.GetData(),
+                                                    static_cast<std::uint32_t>(request.GetSize()),
+                                                    isUncleared ? uncleared : reply.GetData(),
+                                                    capacity, &replyLength, kNoTimeout);
             if (code == kKelcommReplyTooLarge) {
                 capacity *= 2;
                 continue;
@@ -175,7 +182,11 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
         }
         // From here on the transport has worked. What the product says decides, and no reply of
         // its moves the channel to the other client.
-        reply.Resize(replyLength);
+        if (isUncleared) {
+            reply.Append(uncleared, replyLength);
+        } else {
+            reply.Resize(replyLength);
+        }
         const ReplyHeader header = ReadHeader(reply);
         switch (header.status) {
             case kSuccess:

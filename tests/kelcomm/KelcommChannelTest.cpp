@@ -280,6 +280,7 @@ TEST_F(KelcommChannelTest, ReplyOf65537BytesIsAskedForAgainWithTwiceTheCapacity)
 /// in 16 bytes, then a reply that it calls as long and of which it writes the header alone.
 class CSparingClient final : public IKelcommClient {
   public:
+    explicit CSparingClient(bool tooSmallFirst = true) : first_(tooSmallFirst) {}
     std::uint32_t Initialize(std::uint32_t, std::uint32_t, std::uint32_t) override { return 0; }
     std::uint32_t Uninitialize() override { return 0; }
     std::uint32_t Close() override { return 0; }
@@ -300,13 +301,29 @@ class CSparingClient final : public IKelcommClient {
     std::uint32_t ReadBroadcastValue(std::uint32_t, std::uint32_t*) override { return 1; }
 
   private:
-    bool first_ = true;
+    bool first_;
 };
 
 TEST_F(KelcommChannelTest, ReplyThatDidNotFitLeavesNothingInTheNextOne) {
     CKelcommChannel channel(std::make_unique<CSparingClient>(), nullptr);
     channel.SendRequest(KelcommChannelBuffer(), reply_);
     EXPECT_EQ(reply_.GetBytes(), KelcommReply(0, 4, HexBytes("00 00 00 00")));
+}
+
+TEST_F(KelcommChannelTest, LegacyReplyThatIsNotAllWrittenEndsInZeros) {
+    // What the newer port's client leaves in the room that it was offered is nobody's reply.
+    alpc_->soil = true;
+    alpc_->standingRequest.code = 4;
+    CKelcommChannel channel(AlpcClient(), std::make_unique<CSparingClient>(false));
+    channel.SendRequest(KelcommChannelBuffer(), reply_);
+    EXPECT_EQ(reply_.GetBytes(), KelcommReply(0, 4, HexBytes("00 00 00 00")));
+}
+
+TEST_F(KelcommChannelTest, ReplyBehindAShorterOneIsAllItsOwn) {
+    alpc_->soil = true;
+    alpc_->standingRequest.reply = KelcommReply(0, 2, TextBytes("ab"));
+    Send();
+    EXPECT_EQ(reply_.GetBytes(), KelcommReply(0, 2, TextBytes("ab")));
 }
 
 TEST_F(KelcommChannelTest, CallersBufferSizeIsTheFirstCapacity) {

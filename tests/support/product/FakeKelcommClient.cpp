@@ -1,6 +1,7 @@
 #include "tests/support/product/FakeKelcommClient.h"
 
 #include <algorithm>
+#include <cstring>
 #include <utility>
 
 #include "base/LittleEndian.h"
@@ -103,6 +104,9 @@ std::uint32_t CFakeKelcommClient::Request(std::uint32_t flags, std::uint32_t com
         isPing           ? NextAnswer(script_->pings, script_->standingPing)
         : script_->serve ? script_->serve(script_->seenRequests.back())
                          : NextAnswer(script_->requests, script_->standingRequest);
+    if (script_->soil) {
+        std::memset(reply, 0xEE, replyCapacity);
+    }
     if (answer.code != Kelcomm::kKelcommSuccess) {
         return answer.code;
     }

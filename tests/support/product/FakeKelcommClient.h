@@ -51,6 +51,8 @@ struct KelcommScript {
     Answer standingRequest{0, KelcommReply(0, 0)};
     /// When it is set: answers every request, in place of both.
     std::function<Answer(const Request&)> serve;
+    /// Every exchange leaves 0xEE in the whole room for the reply, under what it writes.
+    bool soil = false;
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
     /// Changes a value of an area that has it.
