@@ -1,24 +1,19 @@
 // What the whole module costs: a request from the bus to the product and back, a connection, and
 // one look of the periodic watch.
 #include <benchmark/benchmark.h>
-#include <memory>
 #include <string>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/condition_variable.hpp>
-#include <boost/thread/mutex.hpp>
 
 #include "base/LittleEndian.h"
 #include "bench/PortBench.h"
+#include "bench/RunningModule.h"
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/KelcommNames.h"
 #include "kelcomm/ports/AlpcMessages.h"
 #include "logs/OvAgentRequest.h"
-#include "module/OvAgentConnectorModule.h"
 #include "module/PeriodicWatch.h"
-#include "tests/support/host/FakeHost.h"
 #include "tests/support/host/RecordingPublisher.h"
-#include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace {
@@ -30,30 +25,6 @@ using namespace Kyr::Connectors::OvAgentConnector;
 using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 
 constexpr int kRequestsAtOnce = 1000;
-
-/// Counts the lines with one text.
-class CLineCounter {
-  public:
-    explicit CLineCounter(std::string text) : text_(std::move(text)) {}
-
-    void Count(const Kyr::Test::LogEntry& line) {
-        if (line.text == text_) {
-            const boost::unique_lock<boost::mutex> lock(mutex_);
-            ++count_;
-            counted_.notify_all();
-        }
-    }
-    void Await(std::uint64_t count) {
-        boost::unique_lock<boost::mutex> lock(mutex_);
-        counted_.wait(lock, [&] { return count_ >= count; });
-    }
-
-  private:
-    const std::string text_;
-    boost::mutex mutex_;
-    boost::condition_variable counted_;
-    std::uint64_t count_ = 0;  // guarded by mutex_
-};
 
 /// The product accepts everything and has nothing to tell.
 void ServeProduct(int ready) {
@@ -70,25 +41,6 @@ void ServeProduct(int ready) {
         },
         ready);
 }
-
-/// The module over real ports in a host that only counts one line.
-class CRunningModule {
-  public:
-    explicit CRunningModule(const std::string& line) : lines(line) {
-        host.log->SetRecording(false);
-        host.log->OnLine([this](const Kyr::Test::LogEntry& entry) { lines.Count(entry); });
-        ModuleSystem system;
-        system.productBuild = boost::make_shared<Kyr::Test::CFakeBuildReader>();
-        module = std::make_unique<COvAgentConnectorModule>(system);
-        module->Initialize(host);
-        module->Start();
-    }
-    ~CRunningModule() { module->Stop(true); }
-
-    CLineCounter lines;
-    Kyr::Test::CFakeHost host;
-    std::unique_ptr<COvAgentConnectorModule> module;
-};
 
 /// From the bus over queue, task, channel and port to the product, and back to the task's receiver.
 void BusToProductAndBack(benchmark::State& state) {

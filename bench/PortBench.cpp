@@ -53,6 +53,10 @@ void PinTo(int core) {
     Require(::sched_setaffinity(0, sizeof set, &set) == 0, "sched_setaffinity");
 }
 
+double ProcessCpuTime() {
+    return Nanoseconds(CLOCK_PROCESS_CPUTIME_ID);
+}
+
 CCoreWarmer::CCoreWarmer(bool needed) {
     for (int core = 0; needed && core < 2; ++core) {
         threads_.emplace_back([this, core] {

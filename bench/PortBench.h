@@ -28,6 +28,8 @@ constexpr std::size_t kRequestSize = 64;
 
 void Require(bool condition, const char* what);
 void PinTo(int core);
+/// Processor time that this process has used, all its threads, in nanoseconds.
+double ProcessCpuTime();
 
 /// Spins on every core with the scheduling class that runs only when nothing else does.
 class CCoreWarmer {

@@ -53,4 +53,13 @@ ProcessFigures ReadProcessFigures() {
     return figures;
 }
 
+std::uint64_t PeakResidentKiB() {
+    return StatusNumber("VmHWM");
+}
+
+void ForgetPeakResident() {
+    // The kernel's word for "the peak anew".
+    std::ofstream("/proc/self/clear_refs") << 5;
+}
+
 }  // namespace Kyr::Endurance

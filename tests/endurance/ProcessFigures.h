@@ -19,4 +19,8 @@ struct ProcessFigures {
 /// Memory that is free and still mapped is given back first.
 ProcessFigures ReadProcessFigures();
 
+/// The most memory that this process has had in use, since it began or last forgot.
+std::uint64_t PeakResidentKiB();
+void ForgetPeakResident();
+
 }  // namespace Kyr::Endurance
