@@ -42,6 +42,17 @@ void CheckLimits(const std::string& text) {
     }
 }
 
+/// Null when there is none. In two steps, since a path is dearer to build and to take apart than
+/// both: a reply may have tens of thousands of attributes.
+const std::string* AttributeText(const PropertyTree::ptree& element, const std::string& name) {
+    const auto attributes = element.find("<xmlattr>");
+    if (attributes == element.not_found()) {
+        return nullptr;
+    }
+    const auto attribute = attributes->second.find(name);
+    return attribute == attributes->second.not_found() ? nullptr : &attribute->second.data();
+}
+
 }  // namespace
 
 PropertyTree::ptree ParseXml(const std::string& text) {
@@ -53,13 +64,17 @@ PropertyTree::ptree ParseXml(const std::string& text) {
 }
 
 std::string ReadAttribute(const PropertyTree::ptree& element, const std::string& name) {
+    if (const std::string* const text = AttributeText(element, name)) {
+        return *text;
+    }
+    // Throws, with the path in its text.
     return element.get_child("<xmlattr>." + name).data();
 }
 
 std::optional<std::string> FindAttribute(const PropertyTree::ptree& element,
                                          const std::string& name) {
-    const auto attribute = element.get_child_optional("<xmlattr>." + name);
-    return attribute ? std::optional<std::string>(attribute->data()) : std::nullopt;
+    const std::string* const text = AttributeText(element, name);
+    return text != nullptr ? std::optional<std::string>(*text) : std::nullopt;
 }
 
 CHexReader::CHexReader() {
