@@ -1,5 +1,12 @@
 #include "lab/simproduct/commands/RecordCommands.h"
 
+#include <memory>
+#include <optional>
+#include <utility>
+
+#include <boost/thread/lock_guard.hpp>
+#include <boost/thread/mutex.hpp>
+
 #include "lab/simproduct/records/ProtobufWire.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -23,18 +30,49 @@ Bytes EncodeBatch(RecordKind kind, const std::vector<ProductRecord>& batch) {
     return writer.Written();
 }
 
-InnerReply HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink,
+struct Batch {
+    std::size_t records = 0;
+    Bytes payload;
+};
+
+/// The batches of one kind; keeps the last one. A connector asks for a large one again and again,
+/// with more room each time, and encoding it costs more than all else.
+class CBatches {
+  public:
+    CBatches(const CRecordLists& lists, RecordKind kind) : lists_(lists), kind_(kind) {}
+
+    Batch Behind(std::uint64_t offset) {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        // Before the records are read: what comes meanwhile is another edition.
+        const auto key = std::pair(lists_.Edition(), offset);
+        if (!last_ || lastKey_ != key) {
+            const std::vector<ProductRecord> records = lists_.From(kind_, offset);
+            last_ = Batch{records.size(), EncodeBatch(kind_, records)};
+            lastKey_ = key;
+        }
+        return *last_;
+    }
+
+  private:
+    const CRecordLists& lists_;
+    const RecordKind kind_;
+    boost::mutex mutex_;  // guards what follows
+    std::pair<std::uint64_t, std::uint64_t> lastKey_;
+    std::optional<Batch> last_;
+};
+
+InnerReply HandOut(CBatches& batches, RecordKind kind, const LineSink& sink,
                    const InnerAction& action) {
     const std::uint64_t offset = ReadInteger(action.inner.body, kOffsetField).value_or(0);
-    const std::vector<ProductRecord> batch = lists.From(kind, offset);
-    if (!batch.empty()) {
+    Batch batch = batches.Behind(offset);
+    if (batch.records != 0) {
         sink(CLine("handed")
                  .With("kind", NameOf(kind))
                  .With("from", offset + 1)
-                 .With("records", batch.size()));
+                 .With("records", batch.records));
     }
     InnerReply reply;
-    reply.payload = EncodeBatch(kind, batch);
+    reply.payload = std::move(batch.payload);
     return reply;
 }
 
@@ -42,8 +80,9 @@ InnerReply HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& s
 
 InnerCommandGroup RecordCommands(const CRecordLists& lists, LineSink sink) {
     const auto handOut = [&](RecordKind kind) {
-        return [&lists, kind, sink](const InnerAction& action) {
-            return HandOut(lists, kind, sink, action);
+        const auto batches = std::make_shared<CBatches>(lists, kind);
+        return [batches, kind, sink](const InnerAction& action) {
+            return HandOut(*batches, kind, sink, action);
         };
     };
     return {{kGetIndicators, "get-indicators", handOut(RecordKind::kIndicator)},

@@ -18,6 +18,7 @@ std::uint64_t CRecordLists::Append(RecordKind kind, const MakeRecord& make) {
         file_->Append(kind, record);
     }
     list.push_back(std::move(record));
+    ++edition_;
     return number;
 }
 
@@ -42,6 +43,11 @@ std::vector<ProductRecord> CRecordLists::From(RecordKind kind, std::uint64_t off
     return batch;
 }
 
+std::uint64_t CRecordLists::Edition() const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    return edition_;
+}
+
 BatchLimit CRecordLists::Limit() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return limit_;
@@ -50,6 +56,7 @@ BatchLimit CRecordLists::Limit() const {
 void CRecordLists::SetLimit(const BatchLimit& limit) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     limit_ = limit;
+    ++edition_;
 }
 
 std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) {

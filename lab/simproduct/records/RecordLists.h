@@ -44,6 +44,9 @@ class CRecordLists {
     /// The records behind the first `offset` ones, as many as the limit allows.
     std::vector<ProductRecord> From(RecordKind kind, std::uint64_t offset) const;
 
+    /// Another number whenever a batch may have become another one.
+    std::uint64_t Edition() const;
+
     BatchLimit Limit() const;
     void SetLimit(const BatchLimit& limit);
 
@@ -55,6 +58,7 @@ class CRecordLists {
     mutable boost::mutex mutex_;
     std::array<std::vector<ProductRecord>, kRecordKinds.size()> lists_;
     BatchLimit limit_;
+    std::uint64_t edition_ = 0;
     std::unique_ptr<CRecordFile> file_;  // nothing: the lists end with the process
 };
 

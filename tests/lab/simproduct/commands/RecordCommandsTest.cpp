@@ -22,11 +22,12 @@ class RecordCommandsTest : public ::testing::Test {
         InnerAction action;
         action.inner.command = command;
         action.inner.body = message;
-        return EncodeReply(CInnerCommands({RecordCommands(lists_, lines_.Sink())}).Perform(action));
+        return EncodeReply(commands_.Perform(action));
     }
 
     CRecordLists lists_;
     CLineList lines_;
+    const CInnerCommands commands_{{RecordCommands(lists_, lines_.Sink())}};
 };
 
 TEST_F(RecordCommandsTest, IndicatorsComeInOrder) {
@@ -80,6 +81,46 @@ TEST_F(RecordCommandsTest, BatchIsToldBeforeItGoesOut) {
     Fetch(0x00100002, HexBytes("08 01"));
 
     EXPECT_THAT(lines_.Take(), ElementsAre("handed kind=telemetry from=2 records=2"));
+}
+
+TEST_F(RecordCommandsTest, BatchThatIsAskedForAgainIsTheSameAndToldAgain) {
+    Append(RecordKind::kIndicator, "ab");
+
+    const Bytes first = Fetch(0x00100000, {});
+    EXPECT_EQ(first, Fetch(0x00100000, {}));
+    EXPECT_THAT(lines_.Take(), ElementsAre("handed kind=indicator from=1 records=1",
+                                           "handed kind=indicator from=1 records=1"));
+}
+
+TEST_F(RecordCommandsTest, RecordsThatCameMeanwhileAreInTheNextBatch) {
+    Append(RecordKind::kIndicator, "ab");
+    Fetch(0x00100000, {});
+    Append(RecordKind::kIndicator, "c");
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00"
+                       "0A 02 61 62"
+                       "0A 01 63"),
+              Fetch(0x00100000, {}));
+}
+
+TEST_F(RecordCommandsTest, AnotherOffsetOrKindIsAnotherBatch) {
+    Append(RecordKind::kIndicator, "ab");
+    Append(RecordKind::kTelemetry, "d");
+    Append(RecordKind::kIndicator, "c");
+    Fetch(0x00100000, {});
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 03 00 00 00 0A 01 63"),
+              Fetch(0x00100000, HexBytes("08 01")));
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 03 00 00 00 0A 01 64"), Fetch(0x00100002, {}));
+}
+
+TEST_F(RecordCommandsTest, NewLimitHoldsForTheSameOffset) {
+    Append(RecordKind::kIndicator, "ab");
+    Append(RecordKind::kIndicator, "c");
+    Fetch(0x00100000, {});
+    lists_.SetLimit({1, 1000});
+
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 04 00 00 00 0A 02 61 62"), Fetch(0x00100000, {}));
 }
 
 TEST_F(RecordCommandsTest, RequestThatIsNoMessageIsMalformed) {
