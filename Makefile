@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check crashtest bench fuzz fuzz-night coverage windows mutants planted-faults dependencies
+.PHONY: help demo test check crashtest bench bench-check fuzz fuzz-night coverage windows mutants planted-faults dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -9,6 +9,7 @@ help:
 	@echo "make check   all that continuous integration runs: test, clang-tidy, sanitizers with clang++, Windows, fuzzers"
 	@echo "make crashtest kill host and product thousands of times while records flow; minutes"
 	@echo "make bench   build the release variant and run the benchmarks"
+	@echo "make bench-check build the release variant and compare the benchmarks' ratios with those of the tree; minutes"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
 	@echo "make fuzz    run each libFuzzer target for a minute"
 	@echo "make fuzz-night run them for ten hours, and keep count"
@@ -36,6 +37,11 @@ crashtest: dependencies
 
 bench: dependencies
 	scripts/bench
+
+bench-check: dependencies
+	cmake --preset release
+	cmake --build --preset release
+	scripts/bench-check
 
 windows: dependencies
 	scripts/windows/build
