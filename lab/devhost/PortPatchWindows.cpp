@@ -4,7 +4,6 @@
 #include <stdexcept>
 #include <windows.h>
 
-#include "lab/devhost/LoadedImage.h"
 #include "lab/devhost/PortPatch.h"
 #include "portlayer/FunctionsByName.h"
 
@@ -34,19 +33,37 @@ HMODULE LoadedLibrary(const std::string& path) {
     return module;
 }
 
-/// How much memory the system has given to what begins at `base`.
-std::size_t MemoryOf(const void* base) {
-    std::size_t size = 0;
-    MEMORY_BASIC_INFORMATION pages;
-    while (VirtualQuery(static_cast<const char*>(base) + size, &pages, sizeof pages) != 0 &&
-           pages.AllocationBase == base && pages.State == MEM_COMMIT) {
-        size += pages.RegionSize;
+/// The word in which the loaded library keeps the address of a function that it imports by name;
+/// null when it does not. The system has read these tables when it loaded the library.
+IMAGE_THUNK_DATA* FindImport(HMODULE module, const char* library, const char* function) {
+    auto* const base = reinterpret_cast<char*>(module);
+    const auto* const start = reinterpret_cast<const IMAGE_DOS_HEADER*>(base);
+    const auto* const headers = reinterpret_cast<const IMAGE_NT_HEADERS*>(base + start->e_lfanew);
+    const IMAGE_DATA_DIRECTORY& imports =
+        headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+    const auto* one =
+        reinterpret_cast<const IMAGE_IMPORT_DESCRIPTOR*>(base + imports.VirtualAddress);
+    for (; imports.Size != 0 && one->Name != 0; ++one) {
+        if (one->OriginalFirstThunk == 0 || lstrcmpiA(base + one->Name, library) != 0) {
+            continue;
+        }
+        const auto* name =
+            reinterpret_cast<const IMAGE_THUNK_DATA*>(base + one->OriginalFirstThunk);
+        auto* address = reinterpret_cast<IMAGE_THUNK_DATA*>(base + one->FirstThunk);
+        for (; name->u1.AddressOfData != 0; ++name, ++address) {
+            const auto* const hint =
+                reinterpret_cast<const IMAGE_IMPORT_BY_NAME*>(base + name->u1.AddressOfData);
+            if (!IMAGE_SNAP_BY_ORDINAL(name->u1.Ordinal) &&
+                std::strcmp(reinterpret_cast<const char*>(hint->Name), function) == 0) {
+                return address;
+            }
+        }
     }
-    return size;
+    return nullptr;
 }
 
 /// Writes one word of memory that is otherwise only read.
-void Overwrite(char* word, const void* value) {
+void Overwrite(void* word, const void* value) {
     DWORD before = 0;
     if (VirtualProtect(word, sizeof value, PAGE_READWRITE, &before) == 0) {
         throw std::runtime_error("the imports of the library cannot be written");
@@ -59,13 +76,11 @@ void Overwrite(char* word, const void* value) {
 
 void TakePortsFromLayer(const std::string& libraryPath) {
     const HMODULE module = LoadedLibrary(libraryPath);
-    const CLoadedImage image(module, MemoryOf(module));
-    const auto word = image.FindImport("KERNEL32.dll", "GetProcAddress");
-    if (!word) {
+    IMAGE_THUNK_DATA* const word = FindImport(module, "KERNEL32.dll", "GetProcAddress");
+    if (word == nullptr) {
         throw std::runtime_error(libraryPath + " does not import GetProcAddress");
     }
-    Overwrite(reinterpret_cast<char*>(module) + *word,
-              reinterpret_cast<const void*>(&GetLayerAddress));
+    Overwrite(word, reinterpret_cast<const void*>(&GetLayerAddress));
 }
 
 }  // namespace Kyr::Lab::DevHost
