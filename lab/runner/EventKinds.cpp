@@ -54,7 +54,7 @@ const std::vector<EventKind>& EventKinds() {
          "command name pid state program sha1 sha256 processes blocked number function outcome "
          "text "
          "userdata tasks status category description components offset waiting length indicator "
-         "telemetry action batch bytes fault faults build index value # mutex position header-size "
+         "telemetry action batch bytes fault faults build index value # mutex header-size "
          "magic version data-offset data-size first-module module-count module-id user-size "
          "user-offset timestamp usage"},
         {"product", "error", "command transport operation status text"},

@@ -51,24 +51,20 @@ class CAreaImage {
 
     std::uint32_t Read(AreaField field) const;
     void Write(AreaField field, std::uint32_t value);
-    /// Where the field stands now, from the start of the area.
-    std::size_t PlaceOf(AreaField field) const;
-    /// By any thread. REQUIRES: a multiple of four below kSize.
-    void WriteWord(std::size_t offset, std::uint32_t value);
-
-    /// Where the server plug-in stands in the table.
-    std::uint32_t Position() const { return position_; }
     /// Exchanges the server plug-in's entry with that one; both get a new timestamp. REQUIRES:
     /// position < kModules.
     void MovePlugIn(std::uint32_t position);
 
   private:
+    /// Where the field stands now, from the start of the area.
+    std::size_t PlaceOf(AreaField field) const;
     std::uint32_t ReadWord(std::size_t offset) const;
+    void WriteWord(std::size_t offset, std::uint32_t value);
     std::size_t UserData() const;
     void Touch(std::uint32_t entry);
 
-    std::uint8_t* const bytes_;  // borrowed
-    std::uint32_t position_ = 1;
+    std::uint8_t* const bytes_;   // borrowed
+    std::uint32_t position_ = 1;  // of the server plug-in in the table
     std::uint32_t lastTimestamp_ = 0;
 };
 

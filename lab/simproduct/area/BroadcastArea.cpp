@@ -3,6 +3,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include <boost/thread/thread.hpp>
+
 namespace Kyr::Lab::SimProduct {
 
 namespace {
@@ -48,7 +50,6 @@ void CBroadcastArea::Open() {
 }
 
 void CBroadcastArea::Close() {
-    StopFlicker();
     if (held_) {
         Release();
     }
@@ -89,10 +90,6 @@ void CBroadcastArea::Write(AreaField field, std::uint32_t value) {
     image_->Write(field, value);
 }
 
-std::uint32_t CBroadcastArea::PlugInPosition() const {
-    return Image().Position();
-}
-
 void CBroadcastArea::MovePlugIn(std::uint32_t position) {
     Image();
     const CTurn turn(*this);
@@ -101,7 +98,6 @@ void CBroadcastArea::MovePlugIn(std::uint32_t position) {
 
 void CBroadcastArea::Restore() {
     Image();
-    StopFlicker();
     const CTurn turn(*this);
     std::vector<std::uint32_t> values;
     for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
@@ -110,26 +106,6 @@ void CBroadcastArea::Restore() {
     image_->WriteHealthy();
     for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
         image_->SetValue(index, values[index]);
-    }
-}
-
-void CBroadcastArea::Flicker(AreaField field, std::uint32_t value) {
-    const std::uint32_t before = Image().Read(field);
-    StopFlicker();
-    flickering_ = true;
-    // Without the mutex, which is the point.
-    flicker_ = boost::thread([this, place = image_->PlaceOf(field), value, before] {
-        while (flickering_) {
-            image_->WriteWord(place, value);
-            image_->WriteWord(place, before);
-        }
-    });
-}
-
-void CBroadcastArea::StopFlicker() {
-    flickering_ = false;
-    if (flicker_.joinable()) {
-        flicker_.join();
     }
 }
 

@@ -1,17 +1,13 @@
 // The broadcast area as the product keeps it: a named section that everybody reads, and a named
 // mutex that guards its writing.
 //
-// Threads: one, since a mutex belongs to the thread that took it. A flickering word is written by a
-//   thread of its own.
+// Threads: one, since a mutex belongs to the thread that took it.
 // Ownership: the section ends with its last holder; a reader that has it mapped sees a product that
 //   starts again.
 // Errors: std::runtime_error when the area is not open, cannot be made, or its mutex cannot be had.
 #pragma once
 
-#include <atomic>
 #include <optional>
-
-#include <boost/thread/thread.hpp>
 
 #include "lab/simproduct/area/AreaImage.h"
 #include "lab/simproduct/area/NamedMemory.h"
@@ -36,13 +32,9 @@ class CBroadcastArea {
 
     std::uint32_t Read(AreaField field) const;
     void Write(AreaField field, std::uint32_t value);
-    std::uint32_t PlugInPosition() const;
     void MovePlugIn(std::uint32_t position);
     /// Ends every lie; the values stay.
     void Restore();
-
-    /// From now on the word changes between what it is and `value`, as fast as it can.
-    void Flicker(AreaField field, std::uint32_t value);
 
     /// Takes the mutex and keeps it until Release.
     void Hold();
@@ -56,13 +48,10 @@ class CBroadcastArea {
 
     const CAreaImage& Image() const;
     void Take() const;
-    void StopFlicker();
 
     CNamedMemory memory_;
     std::optional<CAreaImage> image_;
     bool held_ = false;
-    boost::thread flicker_;
-    std::atomic<bool> flickering_{false};
 };
 
 }  // namespace Kyr::Lab::SimProduct

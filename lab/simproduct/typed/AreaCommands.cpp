@@ -34,14 +34,6 @@ AreaField ParseField(const std::string& name) {
     throw std::invalid_argument("'" + name + "' is none of " + names);
 }
 
-std::uint32_t ParseWordBelow(const std::string& text, std::uint32_t end) {
-    const std::uint32_t number = ParseNumber32(text);
-    if (number >= end) {
-        throw std::invalid_argument("'" + text + "' is not below " + std::to_string(end));
-    }
-    return number;
-}
-
 using Words = std::vector<std::string>;
 
 struct AreaCommandRow {
@@ -51,24 +43,13 @@ struct AreaCommandRow {
 };
 
 const AreaCommandRow kRows[] = {
-    {"open", 0, [](CBroadcastArea& area, const Words&) { area.Open(); }},
-    {"close", 0, [](CBroadcastArea& area, const Words&) { area.Close(); }},
     {"healthy", 0, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
     {"set", 2,
      [](CBroadcastArea& area, const Words& words) {
          area.Write(ParseField(words[0]), ParseNumber32(words[1]));
      }},
-    {"move", 1,
-     [](CBroadcastArea& area, const Words& words) {
-         area.MovePlugIn(ParseWordBelow(words[0], CAreaImage::kModules));
-     }},
-    {"flicker", 2,
-     [](CBroadcastArea& area, const Words& words) {
-         area.Flicker(ParseField(words[0]), ParseNumber32(words[1]));
-     }},
     {"hold", 0, [](CBroadcastArea& area, const Words&) { area.Hold(); }},
     {"release", 0, [](CBroadcastArea& area, const Words&) { area.Release(); }},
-    {"abandon", 0, [](CBroadcastArea& area, const Words&) { area.Abandon(); }},
     {"die", 0,
      [](CBroadcastArea& area, const Words&) {
          area.Hold();
@@ -88,13 +69,9 @@ void Change(CBroadcastArea& area, CCommandWords& command) {
 }
 
 CLine Tell(const CBroadcastArea& area) {
-    CLine answer = AnswerTo("area").With("state", area.IsOpen() ? "open" : "closed");
-    if (area.IsOpen()) {
-        answer.With("mutex", area.IsHeld() ? "held" : "free");
-        answer.With("position", area.PlugInPosition());
-        for (const FieldRow& row : kFields) {
-            answer.With(row.name, area.Read(row.field));
-        }
+    CLine answer = AnswerTo("area").With("mutex", area.IsHeld() ? "held" : "free");
+    for (const FieldRow& row : kFields) {
+        answer.With(row.name, area.Read(row.field));
     }
     return answer;
 }
@@ -133,12 +110,12 @@ ConsoleCommandGroup AreaCommands(CBroadcastArea& area) {
          "Publishes a value in the broadcast area, by default one more than before; without an "
          "index, tells all.",
          [&area](CCommandWords& words, const LineSink& tell) { tell(Publish(area, words)); }},
-        {"area", "[open|close|healthy|move <position>|hold|release|abandon|die]",
-         "Tells what the broadcast area says; moves the server plug-in's entry, holds the mutex, "
-         "loses it with a thread or with this process.",
+        {"area", "[healthy|hold|release|die]",
+         "Tells what the broadcast area says; ends every lie, holds the mutex, gives it back, dies "
+         "with it.",
          runArea},
-        {"area", "set|flicker <field> <number>",
-         "Lies in the broadcast area, once or back and forth, until `area healthy`.", runArea},
+        {"area", "set <field> <number>", "Lies in the broadcast area until `area healthy`.",
+         runArea},
     };
 }
 

@@ -48,7 +48,7 @@ TEST_F(AreaCommandsTest, BroadcastWithoutAnIndexTellsThemAll) {
 
 TEST_F(AreaCommandsTest, AreaTellsItsWords) {
     EXPECT_EQ(Area("area"),
-              "answer command=area state=open mutex=free position=1 header-size=32 "
+              "answer command=area mutex=free header-size=32 "
               "magic=1131177291 version=2 data-offset=64 data-size=1024 first-module=80 "
               "module-count=3 module-id=16793600 user-size=8 user-offset=208 timestamp=2");
 }
@@ -67,21 +67,10 @@ TEST_F(AreaCommandsTest, MutexIsHeldAndReleased) {
     EXPECT_THAT(Area("area release"), HasSubstr(" mutex=free "));
 }
 
-TEST_F(AreaCommandsTest, AbandonedMutexDoesNotStopTheWriter) {
-    EXPECT_THAT(Area("area abandon"), HasSubstr(" mutex=free "));
-    EXPECT_THAT(Execute("broadcast index=0"), ElementsAre(HasSubstr("value=1")));
-}
-
-TEST_F(AreaCommandsTest, ClosedAreaHasNothingToTellAndOpensAgain) {
-    EXPECT_EQ(Area("area close"), "answer command=area state=closed");
-    ExpectRefused({"broadcast index=1", "area hold"});
-    EXPECT_THAT(Area("area open"), HasSubstr("state=open"));
-}
-
 TEST_F(AreaCommandsTest, WordsThatMakeNoCommandAreRefused) {
     ExpectRefused({"broadcast index=11", "broadcast index=1 value=4294967296", "broadcast 1",
                    "broadcast value=1", "broadcast index=1 1", "area fly", "area set version",
-                   "area set colour 1", "area hold now", "area move 3"});
+                   "area set colour 1", "area hold now"});
 }
 
 }  // namespace
