@@ -6,17 +6,21 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include "tests/portlayer/LpcPortFixture.h"
-#include "tests/portlayer/linux/RawPeer.h"
+#include "portlayer/linux/Peer.h"
+#include "tests/portlayer/HostilePeers.h"
+#include "tests/portlayer/linux/SocketPath.h"
 
 namespace Kyr::Test {
 
 namespace {
 
+using namespace NtApi;
+using namespace PortLayer::Detail;
+
 /// What a machine under load may take for what takes no time.
 constexpr std::chrono::seconds kPatience(30);
 
-class StarvingServerTest : public RawServerFixture {
+class StarvingServerTest : public HostileServerTest {
   protected:
     std::future<NtStatus> AskWithin(Handle port, std::chrono::milliseconds patience) {
         return std::async(std::launch::async, [this, port, patience] {
@@ -37,16 +41,14 @@ class StarvingServerTest : public RawServerFixture {
         EXPECT_EQ(status, kStatusTimeout);
     }
     /// Replies to every request until the client is gone.
-    void AnswerAll(CSocketChannel& client) {
-        const auto buffer = std::make_unique<PacketBuffer>();
-        const Bytes message = Message(24, {}, 24);
-        IncomingPacket packet;
-        while (client.Receive(CDeadline::Never(), *buffer, packet) == ReceiveResult::kPacket) {
-            if (packet.head.kind == PacketKind::kRequest) {
+    void AnswerAll(CRawPeer& client) {
+        PacketHead request;
+        while (client.TryAwait(request)) {
+            if (request.kind == PacketKind::kRequest) {
                 OutgoingPacket reply(PacketKind::kReply);
-                reply.head.exchange = packet.head.exchange;
-                reply.SetMessage(message.data(), message.size());
-                client.Send(reply, pool_, freed_, CDeadline::Never());
+                reply.head.exchange = request.exchange;
+                reply.SetMessage(message_.data(), message_.size());
+                client.Send(reply);
             }
         }
     }
@@ -54,7 +56,7 @@ class StarvingServerTest : public RawServerFixture {
 
 TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     std::promise<void> read;
-    std::thread server = RawServer([&](CSocketChannel& client) {
+    std::thread server = AcceptingServer([&](CRawPeer& client) {
         read.get_future().wait();
         AnswerAll(client);
     });
@@ -75,7 +77,7 @@ TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
 }
 
 TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
-    std::thread server = RawServer([&](CSocketChannel& client) {
+    std::thread server = AcceptingServer([&](CRawPeer& client) {
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
         AnswerAll(client);
     });
@@ -96,14 +98,11 @@ TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
 
 TEST_F(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     std::atomic<bool> flooding{true};
-    std::thread server = RawServer([&](CSocketChannel& client) {
-        const Bytes message = Message(24, {}, 24);
-        const std::uint32_t exchange = Await(client).exchange;
+    std::thread server = AcceptingServer([&](CRawPeer& client) {
         OutgoingPacket stray(PacketKind::kReply);
-        stray.head.exchange = exchange + 1000;
-        stray.SetMessage(message.data(), message.size());
-        while (flooding &&
-               client.Send(stray, pool_, freed_, CDeadline::Never()) == SendResult::kSent) {
+        stray.head.exchange = client.Await().exchange + 1000;
+        stray.SetMessage(message_.data(), message_.size());
+        while (flooding && client.TrySend(stray)) {
         }
     });
     const Handle port = Connect();
@@ -152,7 +151,7 @@ TEST_F(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     Bytes message;
     // A first time with descriptors: checkers of object types need some when they meet a new one.
     EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(0)), kStatusTimeout);
-    CRawClient client(RunDirectory());
+    CRawPeer client = CRawPeer::OfClient();
     NtStatus status = kStatusSuccess;
     {
         const CNoDescriptors none;
@@ -176,8 +175,7 @@ TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
         floods.emplace_back([&] {
             while (flooding) {
                 CFileDescriptor socket;
-                ConnectSocket(SocketPath(RunDirectory()),
-                              CDeadline::In(std::chrono::milliseconds(20)), socket);
+                ConnectSocket(SocketPath(), CDeadline::In(std::chrono::milliseconds(20)), socket);
             }
         });
     }
@@ -195,7 +193,7 @@ TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
 
 TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
     const Handle port = CreatePort();
-    CRawClient client(RunDirectory());
+    CRawPeer client = CRawPeer::OfClient();
     const Bytes message = LpcMessage({});
     OutgoingPacket packet(PacketKind::kConnect);
     packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
@@ -212,18 +210,16 @@ TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
             call.Reply(call.Data());
         }
     });
-    CRawClient client(RunDirectory());
+    CRawPeer client = CRawPeer::OfClient();
     client.Handshake(PortDialect::kLpc);
     const Bytes message = LpcMessage({});
-    SendResult sent = SendResult::kSent;
-    for (int i = 0; i < 5000 && sent == SendResult::kSent; ++i) {
-        OutgoingPacket packet(PacketKind::kRequest);
-        packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
-        CSendPool pool;
-        CReceivePool freed;
-        sent = client.Channel().Send(packet, pool, freed, CDeadline::Never());
+    OutgoingPacket packet(PacketKind::kRequest);
+    packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
+    bool sent = true;
+    for (int i = 0; i < 5000 && sent; ++i) {
+        sent = client.TrySend(packet);
     }
-    EXPECT_EQ(sent, SendResult::kClosed);
+    EXPECT_FALSE(sent);
     ExpectOthersAreServed();
 }
 
@@ -233,9 +229,10 @@ TEST_F(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
     ASSERT_EQ(::pipe(ends), 0);
     const CFileDescriptor readEnd(ends[0]);
     {
-        const CFileDescriptor writeEnd(ends[1]);
-        CRawClient client(RunDirectory());
-        client.SendWithDescriptor(OutgoingPacket(PacketKind::kRequest), writeEnd.Get());
+        SharedMemory writeEnd;
+        writeEnd.handle.Reset(ends[1]);
+        CRawPeer client = CRawPeer::OfClient();
+        client.SendWithMemory(OutgoingPacket(PacketKind::kRequest), writeEnd);
         EXPECT_TRUE(client.IsDropped());
     }
     pollfd closed = {readEnd.Get(), 0, 0};
@@ -262,7 +259,7 @@ TEST_F(VanishingClientTest, UnansweredRequestsLeaveNothing) {
     Serve([](ReceivedCall&) {}, 4);
     const Bytes message = Message(24, {}, 24);
     for (int i = 0; i < 300; ++i) {
-        CRawClient client(RunDirectory());
+        CRawPeer client = CRawPeer::OfClient();
         client.Handshake(PortDialect::kAlpc);
         OutgoingPacket packet(PacketKind::kRequest);
         packet.SetMessage(message.data(), message.size());
@@ -274,7 +271,7 @@ TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     const Handle port = CreatePort();
     Bytes message(kAlpcMaxMessage);
     {
-        CRawClient client(RunDirectory());
+        CRawPeer client = CRawPeer::OfClient();
         const Bytes request = Message(24, {}, 24);
         OutgoingPacket packet(PacketKind::kConnect);
         packet.head.flags = static_cast<std::uint32_t>(PortDialect::kAlpc);

@@ -1,6 +1,6 @@
 // Names that somebody else has taken, with the layer or without it.
 #include "tests/portlayer/LpcPortFixture.h"
-#include "tests/portlayer/windows/RawPipe.h"
+#include "tests/portlayer/windows/ContractPipe.h"
 
 namespace Kyr::Test {
 
@@ -27,7 +27,8 @@ class ClaimedNameTest : public LpcPortFixture {
 
 TEST_F(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
     {
-        const CSystemHandle claim = ClaimContractPort();
+        const CSystemHandle claim =
+            Own(::CreateEventW(nullptr, TRUE, FALSE, ContractClaim().c_str()));
         ASSERT_TRUE(claim.IsOpen());
         ExpectCollision();
     }
@@ -35,14 +36,14 @@ TEST_F(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
 }
 
 TEST_F(ClaimedNameTest, ClaimWithoutAPipeIsNoPort) {
-    const CSystemHandle claim = ClaimContractPort();
+    const CSystemHandle claim = Own(::CreateEventW(nullptr, TRUE, FALSE, ContractClaim().c_str()));
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
 }
 
 TEST_F(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
     {
-        const CSystemHandle mutex = MutexInPlaceOfClaim();
+        const CSystemHandle mutex = Own(::CreateMutexW(nullptr, FALSE, ContractClaim().c_str()));
         ASSERT_TRUE(mutex.IsOpen());
         ExpectCollision();
     }
@@ -51,7 +52,7 @@ TEST_F(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
 
 TEST_F(ClaimedNameTest, PipeOfAnotherProgramIsACollision) {
     {
-        const CRawPipe pipe = CRawPipe::OfServer();
+        const CSystemHandle pipe = ServeContractPipe(PIPE_TYPE_MESSAGE);
         ExpectCollision();
     }
     ExpectFree();

@@ -1,0 +1,155 @@
+// Peers that break the layer's own protocol. What every back end owes them is in
+// HostilePeersTest.cpp, the rest beside the back ends.
+#pragma once
+
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <thread>
+
+#include "ntapi/PortMessage.h"
+#include "tests/portlayer/AlpcPortFixture.h"
+#include "tests/portlayer/LpcPortFixture.h"
+#include "tests/portlayer/RawPeer.h"
+
+namespace Kyr::Test {
+
+/// A legacy port whose clients break the rules: they are dropped, and the next one is served.
+class HostileLpcClientTest : public LpcPortFixture {
+  protected:
+    void SetUp() override {
+        LpcPortFixture::SetUp();
+        Serve([](LpcCall& call) {
+            if (Kind(call.message.data()) == NtApi::kLpcRequest) {
+                call.Reply(call.Data());
+            }
+        });
+    }
+    void TearDown() override {
+        const Handle port = Connect();
+        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
+        CloseHandle(port);
+        LpcPortFixture::TearDown();
+    }
+
+    Detail::OutgoingPacket Packet(Detail::PacketKind kind) const {
+        Detail::OutgoingPacket packet(kind);
+        packet.SetMessage(message_.data(), Get<std::uint16_t>(message_.data(), 2));
+        return packet;
+    }
+
+    /// A message without data.
+    Bytes message_ = LpcMessage({});
+};
+
+/// An advanced port whose clients send views that break the rules: the server sees none of them.
+class HostileAlpcClientTest : public AlpcPortFixture {
+  protected:
+    static constexpr std::size_t kSize = 65536;
+
+    void SetUp() override {
+        AlpcPortFixture::SetUp();
+        Serve([this](ReceivedCall& call) { views_ += call.attributes.HasView() ? 1 : 0; });
+    }
+    /// A client that has sent a view in the memory.
+    static CRawPeer SendView(const Detail::SharedMemory& memory, std::uint64_t slotSize,
+                             std::uint64_t viewSize, std::uint32_t slot = 3) {
+        CRawPeer client = CRawPeer::OfClient();
+        client.Handshake(Detail::PortDialect::kAlpc);
+        const Bytes message = Message(24, {}, 24);
+        Detail::OutgoingPacket packet(Detail::PacketKind::kDatagram);
+        packet.SetMessage(message.data(), message.size());
+        packet.SetView(slot, viewSize, 0);
+        packet.head.viewSlotSize = slotSize;
+        client.SendWithMemory(packet, memory);
+        return client;
+    }
+    void ExpectDropped(CRawPeer client) {
+        EXPECT_TRUE(client.IsDropped());
+        StopServer();
+        EXPECT_EQ(views_, 0);
+    }
+    /// Memory that the server can map.
+    const Detail::SharedMemory& MakeMemory() {
+        EXPECT_TRUE(Detail::CreateSharedMemory(kSize, memory_, mapping_));
+        return memory_;
+    }
+    int views_ = 0;
+
+  private:
+    Detail::SharedMemory memory_;
+    Detail::CMapping mapping_;
+};
+
+/// Servers that break the rules: the calls of their advanced clients end with a status.
+class HostileServerTest : public AlpcPortFixture {
+  protected:
+    using Body = std::function<void(CRawPeer&)>;
+
+    void TearDown() override {
+        ForgetName();
+        AlpcPortFixture::TearDown();
+    }
+    /// Runs `body` with the contract's port, once a client has come.
+    static std::thread RawServer(const Body& body) {
+        auto server = std::make_shared<CRawPeer>(CRawPeer::OfServer());
+        return std::thread([server, body] {
+            server->Accept();
+            body(*server);
+        });
+    }
+    /// One that begins as it should.
+    static std::thread AcceptingServer(const Body& body) {
+        return RawServer([body](CRawPeer& server) {
+            EXPECT_EQ(server.Await().kind, Detail::PacketKind::kConnect);
+            Detail::OutgoingPacket accepted(Detail::PacketKind::kAccepted);
+            accepted.head.flags = NtApi::kAlpcMaxMessage;
+            server.Send(accepted);
+            body(server);
+        });
+    }
+    /// Awaits a request and replies with the message, after `change` has seen the packet.
+    static Body Replier(const Bytes& message,
+                        const std::function<void(Detail::OutgoingPacket&)>& change = {},
+                        const Bytes& behind = {}) {
+        return [=](CRawPeer& server) {
+            Detail::OutgoingPacket packet(Detail::PacketKind::kReply);
+            packet.head.exchange = server.Await().exchange;
+            packet.SetMessage(message.data(), message.size());
+            if (change) {
+                change(packet);
+            }
+            server.Send(packet, behind);
+            EXPECT_TRUE(server.IsDropped());
+        };
+    }
+    /// Connects, asks, and expects the connection to be given up.
+    void ExpectGivenUp(const Body& body) {
+        std::thread server = AcceptingServer(body);
+        AlpcPortFixture::ExpectGivenUp();
+        server.join();
+    }
+    void ExpectRefused(const Body& body) {
+        std::thread server = RawServer(body);
+        Handle port = nullptr;
+        EXPECT_EQ(TryConnect(port), NtApi::kStatusPortConnectionRefused);
+        server.join();
+    }
+
+    const Bytes message_ = Message(24, {}, 24);
+};
+
+/// What stands behind a message: one byte for that entry of it.
+inline Bytes ByteFor(std::uint32_t entry) {
+    const Detail::TransferRecord record = {entry, Detail::kNoSlot, 1, 0};
+    Bytes behind(sizeof record + 1);
+    std::memcpy(behind.data(), &record, sizeof record);
+    return behind;
+}
+
+inline void AnnounceByte(Detail::OutgoingPacket& packet) {
+    packet.head.transferCount = 1;
+    packet.head.inlineLength = 1;
+}
+
+}  // namespace Kyr::Test

@@ -1,0 +1,49 @@
+// An end of a connection to the contract's port that speaks to the back end itself, for peers that
+// break the rules.
+//
+// Threads: one at a time; every call waits.
+#pragma once
+
+#include <utility>
+
+#include "portlayer/packets/MessageHeader.h"
+#include "portlayer/packets/Packet.h"
+#include "portlayer/packets/SharedMemory.h"
+#include "tests/support/product/PortMessages.h"
+
+namespace Kyr::Test {
+
+class CRawPeer {
+  public:
+    /// A client's end.
+    static CRawPeer OfClient();
+    /// The port, by hand. It has one client.
+    static CRawPeer OfServer();
+
+    /// Waits for the client.
+    void Accept();
+    /// Connects properly; the server must accept.
+    void Handshake(PortLayer::Detail::PortDialect dialect);
+
+    /// A packet as it stands: head, message, and what is to stand behind them.
+    void Send(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
+    /// False when the peer has ended the connection meanwhile; so the others.
+    bool TrySend(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
+    bool SendRaw(const Bytes& bytes);
+    /// The same with memory that is new to the peer.
+    void SendWithMemory(PortLayer::Detail::OutgoingPacket packet,
+                        const PortLayer::Detail::SharedMemory& memory);
+    /// The head of the packet that comes next.
+    PortLayer::Detail::PacketHead Await();
+    bool TryAwait(PortLayer::Detail::PacketHead& head);
+    /// True when the peer ends the connection without another word.
+    bool IsDropped();
+    void Close() { end_.Reset(); }
+
+  private:
+    explicit CRawPeer(PortLayer::Detail::CSystemHandle end) : end_(std::move(end)) {}
+
+    PortLayer::Detail::CSystemHandle end_;
+};
+
+}  // namespace Kyr::Test
