@@ -138,11 +138,11 @@ TEST_F(AlpcConnectTest, KilledServerDisconnects) {
         Handle accepted = nullptr;
         Accept(port, message, true, accepted);
         Receive(port);
-        self.KillSelf();
+        self.Exit(1);
     });
     server.AwaitReady();
     ExpectGivenUp();
-    server.Kill();
+    server.ExitCode();
     Handle again = nullptr;
     EXPECT_EQ(TryConnect(again), kStatusObjectNameNotFound);
     ForgetName();

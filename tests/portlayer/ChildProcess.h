@@ -1,7 +1,7 @@
-// A second process of a test: a copy that runs one function and never returns to the test.
+// A second process of a test, which runs one function and never returns to the test.
 //
-// Where a process cannot be copied the test's program is started again with this one test, which
-// runs up to here in the second process. So the function sees the same objects, set up anew.
+// The test's program is started again with this one test, which runs up to here in the second
+// process. So the function sees the same objects, set up anew.
 // REQUIRES: made first in a test, before it has threads or ports; one for each test.
 #pragma once
 
@@ -10,6 +10,8 @@
 #include <memory>
 
 namespace Kyr::Test {
+
+class CTestProcess;
 
 class CChildProcess {
   public:
@@ -32,12 +34,10 @@ class CChildProcess {
     void Ready();
     void AwaitGo();
     [[noreturn]] void WaitForEver();
-    [[noreturn]] void KillSelf();
     [[noreturn]] void Exit(int code);
 
   private:
-    struct System;  // what the operating system needs
-    std::unique_ptr<System> system_;
+    std::unique_ptr<CTestProcess> process_;  // in the parent, until it has ended
 };
 
 /// The id of the calling process.

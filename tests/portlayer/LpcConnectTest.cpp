@@ -238,7 +238,7 @@ TEST_F(LpcConnectTest, KilledServerLosesTheReply) {
         NtAcceptConnectPort(&accepted, nullptr, message.data(), 1, nullptr, nullptr);
         NtCompleteConnectPort(accepted);
         Receive(port);
-        self.KillSelf();
+        self.Exit(1);
     });
     server.AwaitReady();
     const Handle port = Connect();
@@ -246,7 +246,7 @@ TEST_F(LpcConnectTest, KilledServerLosesTheReply) {
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusLpcReplyLost);
     EXPECT_EQ(Exchange(port, LpcMessage({}), reply), kStatusPortDisconnected);
     CloseHandle(port);
-    server.Kill();
+    server.ExitCode();
     ForgetName();
 }
 
