@@ -50,7 +50,6 @@ std::string NeutralRecords(const std::string& bytes) {
             continue;
         }
         record["process"] = "*";
-        record.erase("user");
         neutral.append(bytes, done, NumberBefore(bytes, at) - done);
         neutral.append(kLength).append(json::serialize(record));
         // The parser takes the mark of the field behind a record for a blank.

@@ -13,16 +13,19 @@ namespace Kyr::Lab::SimProduct {
 SimulatedProduct::SimulatedProduct(IProcessLauncher& launcher, CMisbehaviours& misbehaviours,
                                    const std::string& recordFile, CRequestDesk::Settings settings,
                                    const LineSink& sink)
-    : processes(launcher, sink),
+    : records(recordFile.empty() ? CRecordLists() : CRecordLists(recordFile)),
+      telemetry(records, Base::SystemClock(), sink),
+      processes(launcher, sink),
       protection(configuration),
       tasks(processes, results, sink),
-      records(recordFile.empty() ? CRecordLists() : CRecordLists(recordFile)),
       commands({XmlCommands(tasks), AgentUuidCommands(sink),
                 StatusCommands(protection, results, sink), TransferCommands(configuration, sink),
                 RecordCommands(records, sink)}),
       desk(commands, misbehaviours, Base::SystemClock(), sink, std::move(settings)),
       alpc([this](const PortRequest& request) { return desk.Answer(request); }, sink),
-      lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {}
+      lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {
+    processes.Observe([this](const LabProcess& process) { telemetry.Note(process); });
+}
 
 SimulatedProduct::~SimulatedProduct() {
     desk.Stop();

@@ -17,6 +17,7 @@
 #include "lab/simproduct/processes/TaskBook.h"
 #include "lab/simproduct/records/RecordLists.h"
 #include "lab/simproduct/state/Protection.h"
+#include "lab/simproduct/telemetry/LiveTelemetry.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -30,12 +31,13 @@ struct SimulatedProduct {
     SimulatedProduct(const SimulatedProduct&) = delete;
     SimulatedProduct& operator=(const SimulatedProduct&) = delete;
 
+    CRecordLists records;
+    CLiveTelemetry telemetry;
     CLabProcesses processes;
     CTaskResults results;
     CConfiguration configuration;
     CProtection protection;
     CTaskBook tasks;
-    CRecordLists records;
     const CInnerCommands commands;
     CRequestDesk desk;
     CAlpcServer alpc;

@@ -96,15 +96,13 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     std::optional<COnlyProduct> onlyProduct;  // until the area is gone
     SimulatedProduct product(*launcher, options.misbehaviours, options.records,
                              {options.wire, EndThisProcess}, sink);
-    const std::unique_ptr<IProcessTable> table = MakeSystemProcessTable();
-    CLiveTelemetry telemetry(*table, product.records, Kyr::Base::SystemClock(), sink);
     bool quit = false;
     CConsole console(
         {ProcessCommands(product.tasks, options.victim),
          FaultCommands(options.misbehaviours, product.alpc, product.lpc),
          AreaCommands(product.area),
          StateCommands(*registration, product.protection, product.results, product.configuration),
-         RecordListCommands(product.records, telemetry, Kyr::Base::SystemClock(),
+         RecordListCommands(product.records, product.telemetry, Kyr::Base::SystemClock(),
                             [&input] { return input.IsAskedToTerminate(); }),
          {{"quit", "", "Ends the lab processes and the product.",
            [&quit](CCommandWords& words, const LineSink& tell) {

@@ -34,13 +34,15 @@ LabProcess CLabProcesses::Keep(const char* event, const std::string& name, const
     }
     auto entry = std::make_unique<Entry>();
     entry->process = launch();
-    entry->facts = {name, entry->process->Pid(), program, true};
+    const bool adopted = event == std::string("adopted");
+    entry->facts = {name, entry->process->Pid(), program, true, adopted};
     // Written under the lock: the watcher's `ended` must not overtake it.
     sink_(CLine(event)
               .With("pid", entry->facts.pid)
               .With("name", name)
               .With("program", program.path)
               .With("sha256", program.sha256));
+    Tell(entry->facts);
     Entry& kept = *entries_.emplace_back(std::move(entry));
     watchers_.create_thread([this, &kept] { Watch(kept); });
     return kept.facts;
@@ -92,6 +94,13 @@ void CLabProcesses::Watch(Entry& entry) {
               .With("pid", entry.facts.pid)
               .With("name", entry.facts.name)
               .With("by", entry.endedBy));
+    Tell(entry.facts);
+}
+
+void CLabProcesses::Tell(const LabProcess& process) const {
+    if (observer_ && !process.adopted) {
+        observer_(process);
+    }
 }
 
 CLabProcesses::Entry* CLabProcesses::FindEntry(std::uint64_t pid) const {

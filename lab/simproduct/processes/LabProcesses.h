@@ -29,12 +29,19 @@ struct LabProcess {
     std::uint64_t pid = 0;
     Program program;
     bool running = true;
+    bool adopted = false;  // another product has started it
 };
 
 class CLabProcesses {
   public:
     CLabProcesses(IProcessLauncher& launcher, LineSink sink);
     ~CLabProcesses();
+
+    /// Calls `observer` with each process that this product starts, then and when it has ended.
+    /// REQUIRES: there is none yet. It must not call back.
+    void Observe(std::function<void(const LabProcess&)> observer) {
+        observer_ = std::move(observer);
+    }
 
     /// Starts a program under a name of its own. Refuses a name that a running process has.
     LabProcess Start(const std::string& name, const Program& program,
@@ -68,10 +75,12 @@ class CLabProcesses {
     LabProcess Keep(const char* event, const std::string& name, const Program& program,
                     const Launch& launch);
     void Watch(Entry& entry);
+    void Tell(const LabProcess& process) const;
     Entry* FindEntry(std::uint64_t pid) const;
 
     IProcessLauncher& launcher_;  // borrowed
     const LineSink sink_;
+    std::function<void(const LabProcess&)> observer_;
 
     mutable boost::mutex mutex_;
     std::vector<std::unique_ptr<Entry>> entries_;  // guarded by mutex_; never shrinks

@@ -33,30 +33,20 @@ json::object Record(const EcsEvent& event) {
             {"event", EventFields(event)}};
 }
 
-void AddKnown(json::object& object, const char* key, const std::string& value) {
-    if (!value.empty()) {
-        // Names of files may be any bytes; JSON, and the texts of protobuf, are UTF-8.
-        object[key] = boost::locale::conv::utf_to_utf<char>(value);
-    }
+/// Names of files may be any bytes; JSON, and the texts of protobuf, are UTF-8.
+std::string Utf8(const std::string& name) {
+    return boost::locale::conv::utf_to_utf<char>(name);
 }
 
 }  // namespace
 
 std::string ProcessRecord(const EcsEvent& event, const EcsProcess& process) {
-    json::object fields{{"pid", process.pid}};
-    if (process.parentPid != 0) {
-        fields["parent"] = json::object{{"pid", process.parentPid}};
-    }
-    AddKnown(fields, "name", process.name);
-    AddKnown(fields, "executable", process.executable);
-    if (!process.sha256.empty()) {
-        fields["hash"] = json::object{{"sha256", process.sha256}};
-    }
     json::object record = Record(event);
-    record["process"] = std::move(fields);
-    if (!process.userId.empty()) {
-        record["user"] = json::object{{"id", process.userId}};
-    }
+    record["process"] = json::object{{"pid", process.pid},
+                                     {"parent", json::object{{"pid", process.parentPid}}},
+                                     {"name", Utf8(process.name)},
+                                     {"executable", Utf8(process.executable)},
+                                     {"hash", json::object{{"sha256", process.sha256}}}};
     return json::serialize(record);
 }
 

@@ -20,14 +20,13 @@ struct EcsEvent {
     std::string action;     // what happened, in words of the product
 };
 
-/// What is known of a process; what is not known is empty, and missing in the record.
+/// What is known of a process.
 struct EcsProcess {
     std::uint64_t pid = 0;
     std::uint64_t parentPid = 0;
     std::string name;
     std::string executable;
     std::string sha256;
-    std::string userId;
 };
 
 /// What of a text is not UTF-8 is left out.

@@ -6,7 +6,6 @@
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
 
-#include "lab/simproduct/processes/Process.h"
 #include "lab/simproduct/records/EcsRecord.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -88,18 +87,11 @@ CLine Answer(const CRecordLists& lists) {
 
 void Live(CLiveTelemetry& telemetry, CCommandWords& words, const LineSink& tell) {
     const std::string what = words.TakeWord("state, on or off,");
-    if (what == "on") {
-        TelemetryScope scope;
-        scope.program = words.TakeValue("name").value_or("");
-        scope.parentPid = words.TakeFlag("own") ? OwnProcessId() : 0;
-        words.Finish();
-        telemetry.Start(scope);
-    } else if (what == "off") {
-        words.Finish();
-        telemetry.Stop();
-    } else {
+    words.Finish();
+    if (what != "on" && what != "off") {
         throw std::invalid_argument("live is on or off");
     }
+    telemetry.Switch(what == "on");
     tell(AnswerTo("live").With("state", what));
 }
 
@@ -124,9 +116,7 @@ ConsoleCommandGroup RecordListCommands(CRecordLists& lists, CLiveTelemetry& tele
              words.Finish();
              tell(Answer(lists));
          }},
-        {"live", "on [name=<program>] [own] | off",
-         "Makes telemetry of the processes that start and end on this computer, or only of "
-         "those of one program, or that this product starts.",
+        {"live", "on|off", "Makes telemetry of the processes that this product starts.",
          [&telemetry](CCommandWords& words, const LineSink& tell) {
              Live(telemetry, words, tell);
          }}};

@@ -31,6 +31,18 @@ TEST_F(LabProcessesTest, StartedProcessIsAnnouncedAndListed) {
     EXPECT_TRUE(processes_.List()[0].running);
 }
 
+TEST_F(LabProcessesTest, ObserverHearsOfTheStartAndTheEndOfWhatWasStartedHere) {
+    std::vector<std::string> heard;
+    processes_.Observe([&](const LabProcess& process) {
+        heard.push_back(process.name + (process.running ? " runs" : " has ended"));
+    });
+    processes_.Start("one", kProgram, {});
+    processes_.Adopt("old", kProgram, 77);
+    processes_.EndAll();
+
+    EXPECT_THAT(heard, ElementsAre("one runs", "one has ended"));
+}
+
 TEST_F(LabProcessesTest, AdoptedProcessIsAnnouncedAndCanBeEnded) {
     processes_.Adopt("old", kProgram, 77);
 

@@ -14,29 +14,19 @@ TEST(EcsRecordTest, ProcessIsDescribedInNestedFields) {
         "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
         "\"sequence\":12,\"type\":[\"start\"]},"
         "\"process\":{\"pid\":77,\"parent\":{\"pid\":7},\"name\":\"sh\","
-        "\"executable\":\"/bin/sh\",\"hash\":{\"sha256\":\"ab\"}},"
-        "\"user\":{\"id\":\"1000\"}}",
-        ProcessRecord(kStart, {77, 7, "sh", "/bin/sh", "ab", "1000"}));
-}
-
-TEST(EcsRecordTest, WhatIsNotKnownIsMissing) {
-    EXPECT_EQ(
-        "{\"@timestamp\":\"2023-11-14T22:13:20Z\",\"ecs\":{\"version\":\"8.11.0\"},"
-        "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
-        "\"sequence\":12,\"type\":[\"start\"]},"
-        "\"process\":{\"pid\":77}}",
-        ProcessRecord(kStart, {77, 0, "", "", "", ""}));
+        "\"executable\":\"/bin/sh\",\"hash\":{\"sha256\":\"ab\"}}}",
+        ProcessRecord(kStart, {77, 7, "sh", "/bin/sh", "ab"}));
 }
 
 TEST(EcsRecordTest, QuotesInANameAreEscaped) {
     EXPECT_NE(std::string::npos,
-              ProcessRecord(kStart, {77, 0, "a\"b", "", "", ""}).find("\"name\":\"a\\\"b\""));
+              ProcessRecord(kStart, {77, 0, "a\"b", "", ""}).find("\"name\":\"a\\\"b\""));
 }
 
 TEST(EcsRecordTest, BytesOfANameThatAreNoTextAreLeftOut) {
     EXPECT_NE(
         std::string::npos,
-        ProcessRecord(kStart, {77, 0, "a\xFF\xC3\xA9", "", "", ""}).find("\"name\":\"a\xC3\xA9\""));
+        ProcessRecord(kStart, {77, 0, "a\xFF\xC3\xA9", "", ""}).find("\"name\":\"a\xC3\xA9\""));
 }
 
 TEST(EcsRecordTest, SampleHasTheWantedSize) {

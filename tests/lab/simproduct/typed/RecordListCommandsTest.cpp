@@ -11,12 +11,6 @@ using Test::CManualClock;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
-class CEmptyTable : public IProcessTable {
-  public:
-    std::vector<ProcessId> List() override { return {}; }
-    std::optional<ProcessFacts> Describe(const ProcessId&) override { return std::nullopt; }
-};
-
 class RecordListCommandsTest : public GroupFixture {
   protected:
     ConsoleCommandGroup Group() override {
@@ -29,9 +23,8 @@ class RecordListCommandsTest : public GroupFixture {
     }
 
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
-    CEmptyTable table_;
     CRecordLists lists_;
-    CLiveTelemetry telemetry_{table_, lists_, clock_, lines_.Sink()};
+    CLiveTelemetry telemetry_{lists_, clock_, lines_.Sink()};
     std::uint64_t most_ = 1000;  // actions, after which the program is asked to end
 };
 
@@ -88,20 +81,19 @@ TEST_F(RecordListCommandsTest, MoreThanACommandAppendsIsRefusedWithTheLimit) {
     EXPECT_EQ(0u, lists_.Count(RecordKind::kAction));
 }
 
-TEST_F(RecordListCommandsTest, LiveBeginsToLookAndEndsIt) {
-    EXPECT_THAT(Execute("live on name=victim"), ElementsAre("answer command=live state=on"));
-    EXPECT_TRUE(clock_->AwaitSleepers(1));
-    EXPECT_THAT(Execute("live on own"), ElementsAre("answer command=live state=on"));
-    EXPECT_TRUE(clock_->AwaitSleepers(1));
+TEST_F(RecordListCommandsTest, LiveSwitchesTheTelemetry) {
+    EXPECT_THAT(Execute("live on"), ElementsAre("answer command=live state=on"));
+    telemetry_.Note({});
+    EXPECT_THAT(lines_.Take(), ElementsAre(StartsWith("observed ")));
     EXPECT_THAT(Execute("live off"), ElementsAre("answer command=live state=off"));
-    EXPECT_TRUE(clock_->AwaitSleepers(0));
+    telemetry_.Note({});
+    EXPECT_EQ(1u, lists_.Count(RecordKind::kTelemetry));
 }
 
 TEST_F(RecordListCommandsTest, WhatIsNotUnderstoodIsRefused) {
     ExpectRefused({"records append", "records append tasks", "records append action kind=3",
                    "records append action count=many", "records append action type=3,",
-                   "records limit 5", "records remove", "live", "live off now", "live on victim",
-                   "live maybe"});
+                   "records limit 5", "records remove", "live", "live off now", "live maybe"});
 }
 
 }  // namespace
