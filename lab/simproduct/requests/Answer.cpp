@@ -9,11 +9,12 @@ InnerReply ErrorReply(std::uint32_t status) {
 }
 
 Bytes EncodeReply(const InnerReply& reply) {
+    constexpr std::uint32_t kHeaderSize = 12;
     Bytes bytes;
-    bytes.reserve(12 + reply.payload.size());
-    AppendU32(bytes, reply.headerSize);
+    bytes.reserve(kHeaderSize + reply.payload.size());
+    AppendU32(bytes, kHeaderSize);
     AppendU32(bytes, reply.status);
-    AppendU32(bytes, reply.value.value_or(static_cast<std::uint32_t>(reply.payload.size())));
+    AppendU32(bytes, static_cast<std::uint32_t>(reply.payload.size()));
     bytes.insert(bytes.end(), reply.payload.begin(), reply.payload.end());
     return bytes;
 }

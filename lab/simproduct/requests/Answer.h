@@ -26,16 +26,14 @@ constexpr std::uint32_t kCodeDoesNotFit = 6;
 
 /// The reply to a request command.
 struct InnerReply {
-    std::uint32_t headerSize = 12;
     std::uint32_t status = kStatusDone;
-    std::optional<std::uint32_t> value;  // nothing: the payload's length
     Bytes payload;
 };
 
 /// A reply without payload that says why nothing was done.
 InnerReply ErrorReply(std::uint32_t status);
 
-/// u32 header size, u32 status, u32 value, then the payload.
+/// u32 12 (this header's size), u32 status, u32 the payload's length, then the payload.
 Bytes EncodeReply(const InnerReply& reply);
 
 /// What a server does about a request.

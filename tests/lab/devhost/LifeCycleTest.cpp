@@ -33,6 +33,13 @@ class LifeCycleTest : public ::testing::Test {
         EXPECT_CALL(module_, Start);
     }
 
+    /// The one Stop that there is.
+    void ExpectEnd(bool force) {
+        EXPECT_CALL(module_, RequestStop);
+        EXPECT_CALL(module_, Stop(force)).WillOnce(Return(true));
+        EXPECT_CALL(module_, Destroy);
+    }
+
     void Stop(bool force) {
         lifeCycle_.BeginStop(force);
         lifeCycle_.WaitUntilDestroyed();
@@ -48,9 +55,7 @@ class LifeCycleTest : public ::testing::Test {
 
 TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrder) {
     ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
+    ExpectEnd(false);
     EXPECT_TRUE(lifeCycle_.Begin(provider_));
     Stop(false);
     EXPECT_THAT(events_.Texts(),
@@ -72,9 +77,7 @@ TEST_F(LifeCycleTest, BusyModuleIsAskedAgainUntilItHasStopped) {
 
 TEST_F(LifeCycleTest, ForcedStopIsOneCall) {
     ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
+    ExpectEnd(true);
     lifeCycle_.Begin(provider_);
     Stop(true);
 }
@@ -104,9 +107,7 @@ TEST_F(LifeCycleTest, ModuleThatCannotInitializeIsOnlyDestroyed) {
 TEST_F(LifeCycleTest, ModuleThatCannotStartIsForcedToStop) {
     EXPECT_CALL(module_, Initialize);
     EXPECT_CALL(module_, Start).WillOnce(Throw(std::runtime_error("no thread")));
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
+    ExpectEnd(true);
     EXPECT_FALSE(lifeCycle_.Begin(provider_));
 }
 
@@ -168,17 +169,13 @@ TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {
 
 TEST_F(LifeCycleTest, ModuleThatWasForgottenIsStoppedByForce) {
     ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
+    ExpectEnd(true);
     lifeCycle_.Begin(provider_);
 }
 
 TEST_F(LifeCycleTest, SecondStopDoesNothingMore) {
     ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
+    ExpectEnd(false);
     lifeCycle_.Begin(provider_);
     Stop(false);
     Stop(false);

@@ -231,13 +231,6 @@ TEST_F(EndToEndTest, SecondProductIsRefusedAndLeavesTheFirstOnesAreaAlone) {
     EXPECT_EQ("5", Field(Command("broadcast"), "2"));
 }
 
-TEST_F(EndToEndTest, UnknownOptionIsRefused) {
-    Runner::CActor product("product", KYR_SIMPRODUCT, {"--unknown"}, {},
-                           [](const std::string&, const TimedLine&) {});
-
-    EXPECT_EQ(2, product.AwaitEnd(kPatience));
-}
-
 TEST_F(EndToEndTest, UnknownFaultIsRefused) {
     Runner::CActor product("product", KYR_SIMPRODUCT, {"--misbehave=unknown"}, {},
                            [](const std::string&, const TimedLine&) {});

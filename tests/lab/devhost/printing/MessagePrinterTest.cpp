@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <stdexcept>
 
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/printing/OnDemand.h"
@@ -17,14 +16,6 @@ using Common::Message::Logs::CStatusLog;
 using Lab::DevHost::CBus;
 using Lab::DevHost::CMessagePrinter;
 using ::testing::ElementsAre;
-
-class CRefusingSubscriber : public CKeepingSubscriber {
-  public:
-    void Push(const boost::shared_ptr<IMessage>&,
-              const boost::shared_ptr<IDeliveryContext>&) override {
-        throw std::runtime_error("no room");
-    }
-};
 
 Common::Logs::ISymbolContainer::UTCTime TimeOf(int year, int month, int day) {
     Common::Logs::ISymbolContainer::UTCTime time;

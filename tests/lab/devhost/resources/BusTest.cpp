@@ -115,16 +115,8 @@ TEST_F(BusTest, SubscriberMayPublishWhileItIsCalled) {
     EXPECT_EQ(replies->contexts, answering->contexts);
 }
 
-class CThrowingSubscriber : public CKeepingSubscriber {
-  public:
-    void Push(const boost::shared_ptr<IMessage>&,
-              const boost::shared_ptr<IDeliveryContext>&) override {
-        throw std::runtime_error("no room");
-    }
-};
-
 TEST_F(BusTest, FailingSubscriberDoesNotKeepOthersFromTheMessage) {
-    bus_.Subscribe(boost::make_shared<CThrowingSubscriber>(), MessageType::Response);
+    bus_.Subscribe(boost::make_shared<CRefusingSubscriber>(), MessageType::Response);
     const auto subscriber = Subscribe(MessageType::Response);
     Publish(MakeMessage());
     EXPECT_THAT(subscriber->messages, SizeIs(1));
@@ -160,7 +152,7 @@ TEST_F(BusTest, DeliveryIsToldOnceTheSubscriberHasTheMessage) {
 TEST_F(BusTest, FailedDeliveryIsToldInsteadOfADelivery) {
     CTellingEnd end;
     CBus bus(end);
-    bus.Subscribe(boost::make_shared<CThrowingSubscriber>(), MessageType::Response);
+    bus.Subscribe(boost::make_shared<CRefusingSubscriber>(), MessageType::Response);
     bus.Publish(MakeMessage(), {});
     bus.WaitUntilDelivered();
     EXPECT_THAT(end.told, ElementsAre("not delivered to 1: no room"));

@@ -1,6 +1,7 @@
 // A bus with an observer that does nothing, and messages and subscribers for it.
 #pragma once
 
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -37,6 +38,15 @@ class CKeepingSubscriber : public Common::Kernel::ISubscriber {
 
     std::vector<boost::shared_ptr<IMessage>> messages;
     std::vector<boost::shared_ptr<IDeliveryContext>> contexts;
+};
+
+/// Takes nothing.
+class CRefusingSubscriber : public CKeepingSubscriber {
+  public:
+    void Push(const boost::shared_ptr<IMessage>&,
+              const boost::shared_ptr<IDeliveryContext>&) override {
+        throw std::runtime_error("no room");
+    }
 };
 
 inline boost::shared_ptr<IMessage> MakeMessage(MessageType type = MessageType::Response) {

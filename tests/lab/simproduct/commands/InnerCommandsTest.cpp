@@ -44,12 +44,10 @@ TEST(InnerCommandsTest, NamesAreForPeople) {
     EXPECT_STREQ("unknown", commands.NameOf(0x6D));
 }
 
-TEST(EncodeReplyTest, ValueIsThePayloadsLengthUnlessSaidOtherwise) {
+TEST(EncodeReplyTest, PayloadStandsBehindItsLength) {
     InnerReply reply;
     reply.payload = {0xAA, 0xBB};
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), EncodeReply(reply));
-    reply.value = 7;
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00 AA BB"), EncodeReply(reply));
 }
 
 }  // namespace

@@ -23,25 +23,6 @@ class XmlCommandsTest : public ProductFixture {
     }
 };
 
-TEST_F(XmlCommandsTest, KillIsAcceptedWithoutPayload) {
-    StartOne();
-
-    const InnerReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1000"},
-                                                                {"HASH_SHA1", "STRING", kSha1},
-                                                                {"USERDATA", "STRING", "a;b;c"}});
-
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), EncodeReply(reply));
-    EXPECT_EQ("killed", OnlyTask().text);
-    EXPECT_EQ("a;b;c", OnlyTask().userData);
-}
-
-TEST_F(XmlCommandsTest, RefusedKillIsAcceptedAllTheSame) {
-    const InnerReply reply = PerformXml("KILL_PROCESS_BY_PID", {{"PID", "STRING", "1"}});
-
-    EXPECT_EQ(kStatusDone, reply.status);
-    EXPECT_EQ(TaskState::kRefused, OnlyTask().state);
-}
-
 TEST_F(XmlCommandsTest, KillHashesAreHeeded) {
     StartOne();
 
