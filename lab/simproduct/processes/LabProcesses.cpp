@@ -15,16 +15,15 @@ CLabProcesses::~CLabProcesses() {
 
 LabProcess CLabProcesses::Start(const std::string& name, const Program& program,
                                 const std::vector<std::string>& arguments) {
-    return Keep("started", name, program,
-                [&] { return launcher_.Launch(program.path, arguments); });
+    return Keep(false, name, program, [&] { return launcher_.Launch(program.path, arguments); });
 }
 
 LabProcess CLabProcesses::Adopt(const std::string& name, const Program& program,
                                 std::uint64_t pid) {
-    return Keep("adopted", name, program, [&] { return launcher_.Adopt(program.path, pid); });
+    return Keep(true, name, program, [&] { return launcher_.Adopt(program.path, pid); });
 }
 
-LabProcess CLabProcesses::Keep(const char* event, const std::string& name, const Program& program,
+LabProcess CLabProcesses::Keep(bool adopted, const std::string& name, const Program& program,
                                const Launch& launch) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     for (const auto& entry : entries_) {
@@ -34,10 +33,9 @@ LabProcess CLabProcesses::Keep(const char* event, const std::string& name, const
     }
     auto entry = std::make_unique<Entry>();
     entry->process = launch();
-    const bool adopted = event == std::string("adopted");
     entry->facts = {name, entry->process->Pid(), program, true, adopted};
     // Written under the lock: the watcher's `ended` must not overtake it.
-    sink_(CLine(event)
+    sink_(CLine(adopted ? "adopted" : "started")
               .With("pid", entry->facts.pid)
               .With("name", name)
               .With("program", program.path)

@@ -72,7 +72,7 @@ class CLabProcesses {
 
     using Launch = std::function<std::unique_ptr<IProcess>()>;
 
-    LabProcess Keep(const char* event, const std::string& name, const Program& program,
+    LabProcess Keep(bool adopted, const std::string& name, const Program& program,
                     const Launch& launch);
     void Watch(Entry& entry);
     void Tell(const LabProcess& process) const;
