@@ -41,8 +41,9 @@ TEST(NeutralRecords, BracesInATextDoNotEndTheRecord) {
 }
 
 TEST(NeutralRecords, BrokenRecordStaysAsItIs) {
-    for (const std::string reply : {R"({"@timestamp":1,"process":{)", R"({"@timestamp":})"}) {
-        EXPECT_EQ(NeutralRecords(kHeader + "\x0A\x10" + reply), kHeader + "\x0A\x10" + reply);
+    for (const char* const reply : {R"({"@timestamp":1,"process":{)", R"({"@timestamp":})"}) {
+        const std::string bytes = std::string(kHeader).append("\x0A\x10").append(reply);
+        EXPECT_EQ(NeutralRecords(bytes), bytes);
     }
 }
 

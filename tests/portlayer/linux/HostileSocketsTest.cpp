@@ -69,7 +69,7 @@ TEST_F(HostileServerTest, OtherUsersServerIsRefused) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    CChildProcess server([this](CChildProcess& self) {
+    CChildProcess server([](CChildProcess& self) {
         // Bound by root, so that it stands in root's directory; served by another.
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;

@@ -170,9 +170,9 @@ TEST_F(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
 TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
     const Handle port = CreatePort();
     std::atomic<bool> flooding{true};
-    std::vector<std::thread> floods;
-    for (int i = 0; i < 3; ++i) {
-        floods.emplace_back([&] {
+    std::vector<std::thread> floods(3);
+    for (std::thread& flood : floods) {
+        flood = std::thread([&] {
             while (flooding) {
                 CFileDescriptor socket;
                 ConnectSocket(SocketPath(), CDeadline::In(std::chrono::milliseconds(20)), socket);
