@@ -34,10 +34,9 @@ using Guard = boost::lock_guard<boost::mutex>;
 constexpr int kActions = 2;
 constexpr int kMostRefusals = 15;  // a millisecond apart
 
-// Kinds of a fault.
+// Kinds of a fault; others fail without an exception.
 constexpr std::uint32_t kThrows = 0;
 constexpr std::uint32_t kThrowsNoException = 1;
-constexpr std::uint32_t kFailsOtherwise = 2;
 
 constexpr char kHostHasFailed[] = "the host has failed";
 constexpr char kNoNumber[] = "bad lexical cast: source type value could not be interpreted";
