@@ -11,7 +11,8 @@ namespace {
 /// nests unseen.
 ///
 /// What follows a "<", and where the parser goes on:
-///   /                  an end tag: one element fewer is open; its name is not compared
+///   /                  an end tag: one element fewer is open; its name, which may hold "<", is
+///                      not compared; blanks and ">" come behind it
 ///   ?                  a declaration or an instruction: behind the next "?>"
 ///   !--                a comment: behind "-->"
 ///   ![CDATA[           character data: behind "]]>"
@@ -33,6 +34,9 @@ class CScanner {
             // Too many end tags bring the depth below zero: the parser has given up at the first of
             // them.
             if (Take("/")) {
+                if (!SkipEndTag()) {
+                    return XmlExcess::kNone;
+                }
                 --depth;
                 continue;
             }
@@ -114,15 +118,25 @@ class CScanner {
         return false;
     }
 
-    /// `open`: the element is not closed by its own tag. False: malformed.
-    bool SkipStartTag(bool& open) {
-        // The parser's two classes: a name of an element ends before these, one of an attribute
-        // before those below.
+    /// A name of an element and the blanks behind it. The parser's class: it ends before these.
+    void SkipElementName() {
         at_ += std::strcspn(at_, " \n\r\t/>?");
         SkipBlanks();
+    }
+
+    /// False: malformed.
+    bool SkipEndTag() {
+        SkipElementName();
+        return Take(">");
+    }
+
+    /// `open`: the element is not closed by its own tag. False: malformed.
+    bool SkipStartTag(bool& open) {
+        SkipElementName();
         ++elements_;
         ++nodes_;
         const std::size_t nodesBefore = nodes_;
+        // A name of an attribute ends before these.
         while (const std::size_t name = std::strcspn(at_, " \n\r\t/<>=?!")) {
             // Attributes have a node of their own around them.
             nodes_ += nodes_ == nodesBefore ? 2 : 1;

@@ -51,6 +51,13 @@ TEST(XmlNestingTest, EndTagsAndMarkupInsideCommentsAreNotCounted) {
     EXPECT_EQ(Counts("<!--<a/><a/>--><b></b>"), Pair(1, 2));
 }
 
+TEST(XmlNestingTest, NamesOfEndTagsMayHoldWhatElsewhereBeginsAnElement) {
+    EXPECT_EQ(Counts("<a></a<b<c>"), Pair(1, 1));
+    EXPECT_EQ(Counts("<a></a <b>"), Pair(1, 1));
+    EXPECT_EQ(Counts("<a></a \n><b></b>"), Pair(2, 2));
+    EXPECT_EQ(Depth("<a></<a><a></a><a>"), 1);
+}
+
 TEST(XmlNestingTest, SiblingsDoNotNest) {
     EXPECT_EQ(Depth("<a><b></b><b/><b x='1' /></a><a></a>"), 2);
 }
