@@ -1,5 +1,6 @@
 #include "kelcomm/messages/ProtobufFields.h"
 
+#include <array>
 #include <cstdint>
 #include <limits>
 
@@ -19,6 +20,7 @@ enum WireType : std::uint64_t {
 
 constexpr int kMostVarintBytes = 10;
 constexpr int kMostTagBytes = 5;
+constexpr std::size_t kDeepestGroup = 100;  // the runtime reads no deeper
 
 enum class Step { kWhole, kEndsEarly, kMalformed };
 
@@ -53,7 +55,7 @@ class CFields {
     }
 
     bool IsAtEnd() const { return rest_.empty(); }
-    bool InsideOfGroup() const { return groups_ > 0; }
+    bool InsideOfGroup() const { return depth_ > 0; }
     std::size_t Remaining() const { return rest_.size(); }
     /// Of the field that was skipped last: its number, and its contents when it has a length.
     std::uint32_t Field() const { return field_; }
@@ -79,11 +81,13 @@ class CFields {
                 return step;
             }
             case kStartGroup:
-                ++groups_;
+                if (depth_ == kDeepestGroup) {
+                    return Step::kMalformed;
+                }
+                groups_[depth_++] = field_;
                 return Step::kWhole;
             default:
-                --groups_;
-                return groups_ < 0 ? Step::kMalformed : Step::kWhole;
+                return depth_ > 0 && groups_[--depth_] == field_ ? Step::kWhole : Step::kMalformed;
         }
     }
 
@@ -115,7 +119,9 @@ class CFields {
     }
 
     std::string_view rest_;
-    std::int64_t groups_ = 0;  // that stand open
+    // The fields of the groups that stand open; as many as `depth_` are set.
+    std::array<std::uint32_t, kDeepestGroup> groups_;
+    std::size_t depth_ = 0;
     std::uint32_t field_ = 0;
     std::string_view contents_;
 };

@@ -34,15 +34,12 @@ struct Content {
     std::vector<Input> records;
     std::uint32_t resultCode = 0;
     bool sound = true;
-    std::optional<bool> endsEarly;  // not known of one with groups: their ends may not match
+    bool endsEarly = false;  // bytes are missing at its end
 };
 
 Content ReadContent(const Input& body, bool areTexts) {
     const Fields read = ReadFields(body);
-    Content content{{}, 0, read.sound, {}};
-    if (!read.hasGroup) {
-        content.endsEarly = read.endsEarly;
-    }
+    Content content{{}, 0, read.sound, read.endsEarly};
     for (const Fields::Field& field : read.fields) {
         if (field.number == 1 && field.type == 2) {
             content.records.push_back(field.text);
@@ -62,7 +59,7 @@ bool IsTold(const Content& content, const std::string& lines) {
     const std::string line = "payload ends early";
     const std::size_t place = lines.find(line);
     const bool isThere = place != std::string::npos;
-    return isThere == content.endsEarly.value_or(isThere) &&
+    return isThere == content.endsEarly &&
            (!isThere || lines.find(line, place + 1) == std::string::npos);
 }
 

@@ -25,7 +25,6 @@ class CFieldReader {
     bool IsAtEnd() const { return place_ == bytes_.size(); }
     /// Whether what could not be taken lacked bytes at the end.
     bool EndsEarly() const { return endsEarly_; }
-    bool HasGroup() const { return hasGroup_; }
 
     /// At most so many bytes long.
     bool Take(std::size_t longest, std::uint64_t& number) {
@@ -101,7 +100,6 @@ class CFieldReader {
 
     /// A form of messages from older days, which the product does not write.
     bool SkipGroup(std::uint32_t number) {
-        hasGroup_ = true;
         Fields::Field inside{};
         while (TakeTag(inside)) {
             if (inside.type == 4) {
@@ -117,7 +115,6 @@ class CFieldReader {
     const Input& bytes_;
     std::size_t place_ = 0;
     bool endsEarly_ = false;
-    bool hasGroup_ = false;
 };
 
 }  // namespace
@@ -181,7 +178,6 @@ Fields ReadFields(const Input& message) {
         }
     }
     read.endsEarly = reader.EndsEarly();
-    read.hasGroup = reader.HasGroup();
     return read;
 }
 

@@ -48,8 +48,6 @@ struct Fields {
     bool sound;
     /// The fault is that bytes are missing at the end.
     bool endsEarly = false;
-    /// A form of fields that the product does not write, up to the fault.
-    bool hasGroup = false;
 };
 Fields ReadFields(const Input& message);
 

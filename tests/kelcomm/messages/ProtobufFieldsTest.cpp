@@ -71,6 +71,26 @@ TEST(ProtobufFieldsTest, EndOfAGroupThatHasNotBegunIsNoEarlyEnd) {
     EXPECT_FALSE(Ends("0C 0A 05"));
 }
 
+TEST(ProtobufFieldsTest, EndOfAnotherGroupIsNoEarlyEnd) {
+    EXPECT_FALSE(Ends("0B 14"));
+    EXPECT_FALSE(Ends("0B 14 0A 05"));
+    EXPECT_FALSE(Ends("0B 13 0C"));
+}
+
+/// So many groups, one in the other, none of them ended.
+std::string Groups(int depth) {
+    std::string hex;
+    for (int i = 0; i < depth; ++i) {
+        hex += "0B";
+    }
+    return hex;
+}
+
+TEST(ProtobufFieldsTest, GroupsDeeperThanTheRuntimeReadsAreNoEarlyEnd) {
+    EXPECT_TRUE(Ends(Groups(100)));
+    EXPECT_FALSE(Ends(Groups(101)));
+}
+
 /// How many bytes of these the first `limit` fields are.
 std::size_t First(const std::string& hex, Records records, std::size_t limit) {
     const auto bytes = Kyr::Test::HexBytes(hex);
@@ -95,6 +115,11 @@ TEST(ProtobufFieldsTest, FieldsOfRecordsThatAreMessagesCount) {
     EXPECT_EQ(First(kRecords, Records::kMessages, 3), 6u);
     EXPECT_EQ(First(kRecords, Records::kMessages, 2), 0u);
     EXPECT_EQ(First(kRecords, Records::kTexts, 2), 8u);
+}
+
+TEST(ProtobufFieldsTest, GroupThatEndsAsAnotherStaysWithThePayload) {
+    EXPECT_EQ(First("0B 14  10 01  10 01", Records::kTexts, 3), 6u);
+    EXPECT_EQ(First("0B 0C  10 01  10 01", Records::kTexts, 3), 4u);
 }
 
 TEST(ProtobufFieldsTest, TagHasItsLowest32BitsAsForTheParser) {
