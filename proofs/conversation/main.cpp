@@ -1,20 +1,16 @@
 // Plays lives of the real module, each told by a seed: what happens, when, and which thread goes
 // on. ../README.md says what a run shows.
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
 #include <ctime>
-#include <exception>
 #include <functional>
 #include <iomanip>
 #include <iostream>
 #include <string>
 #include <string_view>
-#include <unistd.h>
 
 #include <boost/make_shared.hpp>
 
 #include "lab/common/CommandLine.h"
+#include "proofs/common/LastWords.h"
 #include "proofs/conversation/Script.h"
 #include "proofs/conversation/SeededClock.h"
 #include "tests/endurance/Watchdog.h"
@@ -27,14 +23,6 @@ using Kyr::Fuzz::CConversation;
 using Kyr::Fuzz::RecordKind;
 
 constexpr double kSecondsOfAYear = 365.25 * 24 * 3600;
-
-// What a broken promise or a signal leaves on the screen: written without a lock or an allocation.
-char lastWords[100];
-
-void TellAndDie(int = 0) {
-    (void)!write(STDOUT_FILENO, lastWords, std::char_traits<char>::length(lastWords));
-    std::_Exit(1);
-}
 
 double ProcessorSeconds() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
@@ -116,9 +104,7 @@ int main(int argc, char** argv) {
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
-    std::set_terminate([] { TellAndDie(); });
-    std::signal(SIGSEGV, TellAndDie);
-    std::signal(SIGABRT, TellAndDie);
+    Kyr::Proofs::LeaveLastWords("conversation");
     StayOnOneProcessor();
     CWatchdog watchdog;
     if (only != 0) {
@@ -129,8 +115,7 @@ int main(int argc, char** argv) {
     std::uint64_t problems = 0;
     const double begin = ProcessorSeconds();
     for (std::uint64_t seed = first; seed < first + seeds; ++seed) {
-        std::snprintf(lastWords, sizeof lastWords, "problem: seed %llu\nproof conversation: FAIL\n",
-                      static_cast<unsigned long long>(seed));
+        Kyr::Proofs::Foresee("seed " + std::to_string(seed));
         const std::uint64_t trace = Play(seed, only != 0, figures, watchdog);
         if (seed % twiceEvery == 0 && Play(seed, false, figures, watchdog) != trace) {
             ++problems;

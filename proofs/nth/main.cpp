@@ -1,17 +1,14 @@
 // Lets everything that can fail fail, one after the other, until there is nothing left to fail;
 // README.md says what a run shows.
 #include <algorithm>
-#include <csignal>
-#include <cstdlib>
-#include <exception>
 #include <iostream>
 #include <string>
-#include <unistd.h>
 #include <utility>
 
 #include <boost/make_shared.hpp>
 
 #include "lab/common/CommandLine.h"
+#include "proofs/common/LastWords.h"
 #include "proofs/nth/BoundedClock.h"
 #include "proofs/nth/Life.h"
 #include "proofs/nth/NativeFaults.h"
@@ -70,15 +67,6 @@ std::vector<Series> AllSeries(std::uint32_t statusStep) {
         }
     }
     return all;
-}
-
-// What a signal or std::terminate leaves on the screen: written without a lock or an allocation.
-char current[200];
-
-void TellAndDie() {
-    (void)!write(STDERR_FILENO, current, std::char_traits<char>::length(current));
-    (void)!write(STDERR_FILENO, "\n", 1);
-    std::_Exit(1);
 }
 
 class CProof {
@@ -148,8 +136,7 @@ class CProof {
             product_.Restart();
         }
         const std::string what = Name(part, fault);
-        what.copy(current, sizeof(current) - 1);
-        current[what.size()] = 0;
+        Kyr::Proofs::Foresee(what);
         CLife life(product_, clock_);
         for (const std::string& problem : life.Run(part, fault)) {
             Tell(what + ": " + problem);
@@ -211,8 +198,7 @@ int main(int argc, char** argv) {
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
-    std::set_terminate(TellAndDie);
-    std::signal(SIGSEGV, [](int) { TellAndDie(); });
+    Kyr::Proofs::LeaveLastWords("nth");
     const CSurroundings surroundings;
     WatchAllocations();
     CProof proof(choice);

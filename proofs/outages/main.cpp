@@ -5,23 +5,19 @@
 // must be done in the time that the module may take, and a second.
 #include <algorithm>
 #include <cmath>
-#include <csignal>
-#include <cstdio>
-#include <cstdlib>
-#include <exception>
 #include <iomanip>
 #include <iostream>
 #include <malloc.h>
 #include <map>
 #include <random>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include <boost/make_shared.hpp>
 
 #include "fuzz/Conversation.h"
 #include "lab/common/CommandLine.h"
+#include "proofs/common/LastWords.h"
 #include "proofs/conversation/SeededClock.h"
 #include "tests/endurance/Watchdog.h"
 #include "tests/support/AllocationWatch.h"
@@ -50,23 +46,9 @@ constexpr std::uint8_t kTenYearsOn = 255;
 constexpr int kBuilds = 5;
 constexpr std::uint8_t kOneOf[] = {16, 18, 19};  // the texts of the three flags become "1"
 
-// What a broken promise or a signal leaves on the screen: written without a lock or an allocation.
-char lastWords[160];
-
-void TellAndDie(int = 0) {
-    (void)!write(STDOUT_FILENO, lastWords, std::char_traits<char>::length(lastWords));
-    std::_Exit(1);
-}
-
-void Foresee(const char* what, std::uint64_t seed) {
-    std::snprintf(lastWords, sizeof lastWords, "problem: %s %llu\nproof outages: FAIL\n", what,
-                  static_cast<unsigned long long>(seed));
-}
-
 [[noreturn]] void Fail(const std::string& what) {
     std::cout << "problem: " << what << std::endl;
-    TellAndDie();
-    std::abort();
+    Kyr::Proofs::Die();
 }
 
 class CDice {
@@ -214,7 +196,7 @@ void Suffer(CWorld& world, Kind kind, CDice& dice, Figures& figures) {
 }
 
 void Live(std::uint64_t seed, int outages, Figures& figures, CWatchdog& watchdog) {
-    Foresee("life", seed);
+    Kyr::Proofs::Foresee("life " + std::to_string(seed));
     CDice dice(seed);
     CWorld world(seed, watchdog);
     world.Conversation().Begin();
@@ -235,7 +217,7 @@ std::size_t Held() {
 void ExpectFlatMemory(Milliseconds duration, CWatchdog& watchdog) {
     constexpr std::size_t kRoom = 256 * 1024;
     for (const std::uint8_t what : {0, 1, 2}) {
-        Foresee("memory, store", what);
+        Kyr::Proofs::Foresee("memory, store " + std::to_string(what));
         CWorld world(what, watchdog);
         CConversation& conversation = world.Conversation();
         conversation.Begin();
@@ -292,7 +274,7 @@ void RestartTogether(Together how, int instances, CWatchdog& watchdog) {
     std::map<std::int64_t, std::uint64_t> connections;
     std::map<std::int64_t, std::uint64_t> publications;
     for (int i = 0; i < instances; ++i) {
-        Foresee("instance", static_cast<std::uint64_t>(i));
+        Kyr::Proofs::Foresee("instance " + std::to_string(i));
         CDice dice(static_cast<std::uint64_t>(i));
         CWorld world(static_cast<std::uint64_t>(i), watchdog);
         CConversation& conversation = world.Conversation();
@@ -342,9 +324,7 @@ int main(int argc, char** argv) {
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
-    std::set_terminate([] { TellAndDie(); });
-    std::signal(SIGSEGV, TellAndDie);
-    std::signal(SIGABRT, TellAndDie);
+    Kyr::Proofs::LeaveLastWords("outages");
     CWatchdog watchdog;
     Kyr::Proofs::Conversation::StayOnOneProcessor();
     Figures figures;
