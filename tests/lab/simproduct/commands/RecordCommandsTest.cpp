@@ -86,8 +86,9 @@ TEST_F(RecordCommandsTest, BatchIsToldBeforeItGoesOut) {
 TEST_F(RecordCommandsTest, BatchThatIsAskedForAgainIsTheSameAndToldAgain) {
     Append(RecordKind::kIndicator, "ab");
 
-    const Bytes first = Fetch(0x00100000, {});
-    EXPECT_EQ(first, Fetch(0x00100000, {}));
+    const Bytes batch = HexBytes("0C 00 00 00 00 00 00 00 04 00 00 00 0A 02 61 62");
+    EXPECT_EQ(batch, Fetch(0x00100000, {}));
+    EXPECT_EQ(batch, Fetch(0x00100000, {}));
     EXPECT_THAT(lines_.Take(), ElementsAre("handed kind=indicator from=1 records=1",
                                            "handed kind=indicator from=1 records=1"));
 }
