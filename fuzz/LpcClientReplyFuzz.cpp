@@ -1,7 +1,8 @@
 // What the legacy port's client makes of a reply message, in both structure widths.
 //
-// An input is one byte (bit 0: 64-bit structures), one byte that chooses the status, u16 reply
-// capacity, and the reply message as the port hands it over.
+// An input is one byte (bit 0: 64-bit structures, bit 1: nobody waits for the reply, bit 2: the
+// request does not go into a message), one byte that chooses the status, u16 reply capacity, and
+// the reply message as the port hands it over.
 #include <cstddef>
 #include <cstdint>
 #include <exception>
@@ -15,6 +16,7 @@
 namespace {
 
 constexpr std::size_t kHead = 4;
+constexpr std::size_t kLongRequest = 4096;
 
 }  // namespace
 
@@ -28,12 +30,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     native.ports.defaultAnswer.reply.assign(data + kHead, data + size);
     const std::uint32_t capacity = Kyr::Base::LoadLittleEndian<std::uint16_t>(data + 2);
 
-    const auto client =
-        Kyr::Connectors::Common::Kelcomm::CreateKelcommClientNt(native.GetFunctions());
+    namespace Kelcomm = Kyr::Connectors::Common::Kelcomm;
+    const auto client = Kelcomm::CreateKelcommClientNt(native.GetFunctions());
+    const std::uint32_t flags = (data[0] & 2) != 0 ? Kelcomm::kKelcommOneWay : 0;
+    const std::vector<std::uint8_t> request((data[0] & 4) != 0 ? kLongRequest : 7);
     std::vector<std::uint8_t> reply(capacity);
     constexpr std::uint32_t kUntouched = 0xFFFFFFFF;
     std::uint32_t length = kUntouched;
-    client->Request(0, 3, "request", 7, reply.data(), capacity, &length, 0);
+    client->Request(flags, 3, request.data(), static_cast<std::uint32_t>(request.size()),
+                    reply.data(), capacity, &length, 0);
     if (length != kUntouched && length > capacity) {
         std::terminate();  // a caller reads so many bytes
     }
