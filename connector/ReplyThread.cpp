@@ -84,9 +84,13 @@ void CReplyThread::Join() {
 
 void CReplyThread::ThreadBody() {
     try {
+        // The thread's place for contexts is made here, where a want of memory costs a thread and
+        // not a message.
+        SetDeliveryContext({});
         RunUntilIdle();
     } catch (...) {
         // Nothing may leave the thread, and no queue may stay without a consumer.
+        TellFailure();
         queue_->Abandon();
     }
 }
@@ -120,7 +124,15 @@ void CReplyThread::ProcessMessage(const CSubscriber::Message& message,
         SetDeliveryContext(context);
         processor_.Process(message);
     } catch (const boost::thread_interrupted&) {
-        // It is no std::exception: the last handler would keep the thread from ending.
+        // The other handler would keep the thread from ending.
+        throw;
+    } catch (...) {
+        TellFailure();
+    }
+}
+
+void CReplyThread::TellFailure() {
+    try {
         throw;
     } catch (const std::exception& error) {
         logger_.GetLog(4) << error.what();

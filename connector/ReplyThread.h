@@ -63,6 +63,8 @@ class CReplyThread {
     void ProcessMessages();
     void ProcessMessage(const boost::shared_ptr<Kyr::Common::Kernel::IMessage>& message,
                         const boost::shared_ptr<Kyr::Common::Kernel::IDeliveryContext>& context);
+    /// The failure that is being handled becomes a line.
+    void TellFailure();
 
     ILogger& logger_;
     Kyr::Common::Module::IMessageProcessor& processor_;

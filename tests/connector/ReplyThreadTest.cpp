@@ -10,6 +10,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "connector/ReplyThread.h"
+#include "tests/support/AllocationWatch.h"
 #include "tests/support/host/LogCapture.h"
 #include "tests/support/host/TestMessage.h"
 #include "tests/support/time/Await.h"
@@ -19,6 +20,7 @@ namespace Kyr::Connectors::Common {
 namespace {
 
 using Kyr::Common::Module::CSubscriber;
+using testing::ElementsAre;
 using testing::IsEmpty;
 
 class CCountingProcessor : public Kyr::Common::Module::IMessageProcessor {
@@ -61,6 +63,42 @@ TEST(ReplyThreadTest, QueueWhoseThreadEndedByAFailureIsTakenByTheNext) {
     queue->Push(Kyr::Test::MakeMessage("B"), {});
     EXPECT_TRUE(Kyr::Test::Await([&] { return processor.processed == 2; }));
     thread.End();
+    EXPECT_THAT(logger.Capture().Lines(),
+                ElementsAre("4 no time", "1 There were 0 messages left unprocessed in a queue"));
+}
+
+thread_local bool isTestsOwn = false;
+std::atomic<int> allocationsBefore{0};  // on other threads, until one of them fails
+
+bool JudgeAllocation() noexcept {
+    return isTestsOwn || allocationsBefore.fetch_sub(1) != 0;
+}
+
+TEST(ReplyThreadTest, NoMessageIsLostWhicheverAllocationOfTheThreadFails) {
+    KYR_SKIP_UNLESS_ALLOCATIONS_ARE_WATCHED();
+    isTestsOwn = true;
+    int before = 0;
+    for (bool failed = true; failed && !HasFailure(); ++before) {
+        SCOPED_TRACE(before);
+        Kyr::Test::CCapturingLogger logger;
+        CCountingProcessor processor;
+        CReplyThread thread(logger, processor);
+        const auto clock = boost::make_shared<Kyr::Test::CManualClock>();
+        const auto queue =
+            boost::make_shared<CSubscriber>("M", clock, [&] { thread.OnIdleEnded(); });
+        thread.SetQueue(queue);
+        thread.Resume();
+        allocationsBefore = before;
+        Kyr::Test::SetAllocationJudge(JudgeAllocation);
+        queue->Push(Kyr::Test::MakeMessage("A"), {});
+        EXPECT_TRUE(Kyr::Test::Await([&] { return processor.processed == 1 || queue->IsIdle(); }));
+        Kyr::Test::SetAllocationJudge(nullptr);
+        failed = allocationsBefore < 0;
+        queue->Push(Kyr::Test::MakeMessage("B"), {});
+        EXPECT_TRUE(Kyr::Test::Await([&] { return processor.processed == 2; }));
+        thread.End();
+    }
+    EXPECT_GE(before, 2);  // the place for contexts, if nothing else, was asked for
 }
 
 // The push has copied the queue's callback before a Resume started a thread for its message, and
