@@ -1,5 +1,6 @@
 #include "proofs/area/Readers.h"
 
+#include <limits>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -31,12 +32,26 @@ constexpr int kReadsOfAMapping = 5000;
 
 std::atomic<std::uint64_t> abandoned{0};
 std::atomic<std::uint64_t> timedOut{0};
+std::atomic<std::int64_t> leastPatience{std::numeric_limits<std::int64_t>::max()};
+thread_local bool isBehindTheDead = false;  // this thread's last wait gave it the mutex of one
+
+milliseconds Since(std::chrono::steady_clock::time_point begin) {
+    return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+}
 
 std::uint32_t KYR_NTAPI CountedWait(NtApi::Handle object, std::uint32_t limit) {
+    const auto begin = std::chrono::steady_clock::now();
     const std::uint32_t result =
         Kelcomm::Native::SystemNativeFunctions().WaitForSingleObject(object, limit);
-    abandoned += result == NtApi::kWaitAbandoned ? 1 : 0;
-    timedOut += result == NtApi::kWaitTimeout ? 1 : 0;
+    isBehindTheDead = result == NtApi::kWaitAbandoned;
+    abandoned += isBehindTheDead ? 1 : 0;
+    if (result == NtApi::kWaitTimeout) {
+        ++timedOut;
+        const std::int64_t time = Since(begin).count();
+        std::int64_t least = leastPatience;
+        while (least > time && !leastPatience.compare_exchange_weak(least, time)) {
+        }
+    }
     return result;
 }
 
@@ -81,6 +96,10 @@ std::uint64_t CReaders::TimedOut() {
     return timedOut;
 }
 
+milliseconds CReaders::LeastPatience() {
+    return milliseconds(leastPatience);
+}
+
 std::vector<std::string> CReaders::Problems() const {
     const boost::lock_guard<boost::mutex> guard(mutex_);
     return problems_;
@@ -98,11 +117,12 @@ void CReaders::Tell(const std::string& problem) {
 template <typename Read>
 void CReaders::Try(const char* what, milliseconds limit, Read read) {
     const std::uint64_t before = control_.episode;
+    isBehindTheDead = false;
     const auto begin = std::chrono::steady_clock::now();
     const auto judge = read();
-    const auto time =
-        std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begin);
+    const milliseconds time = Since(begin);
     ++reads_;
+    readsBehindTheDead_ += judge && isBehindTheDead ? 1 : 0;
     std::int64_t longest = longest_;
     while (longest < time.count() && !longest_.compare_exchange_weak(longest, time.count())) {
     }

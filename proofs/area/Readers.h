@@ -36,6 +36,10 @@ class CReaders {
     /// How often the mutex was had from a dead owner, and how often not in time.
     static std::uint64_t Abandoned();
     static std::uint64_t TimedOut();
+    /// The shortest wait among those.
+    static std::chrono::milliseconds LeastPatience();
+    /// Reads that had the mutex from a dead owner, and succeeded.
+    std::uint64_t ReadsBehindTheDead() const { return readsBehindTheDead_; }
     std::chrono::milliseconds Longest() const { return std::chrono::milliseconds(longest_.load()); }
     std::vector<std::string> Problems() const;
 
@@ -56,6 +60,7 @@ class CReaders {
     const boost::shared_ptr<Client> client_;
     std::atomic<bool> stop_{false};
     std::atomic<std::uint64_t> reads_{0};
+    std::atomic<std::uint64_t> readsBehindTheDead_{0};
     std::atomic<std::uint64_t> judgedBlocks_{0};
     std::atomic<std::uint64_t> judgedWords_{0};
     std::atomic<std::int64_t> longest_{0};
