@@ -35,16 +35,24 @@ struct Content {
     std::uint32_t resultCode = 0;
     bool sound = true;
     bool endsEarly = false;  // bytes are missing at its end
+    bool areTextsSound = true;
+
+    /// Of a faulty reply: whether the line about it may tell so many records. When nothing but the
+    /// end is missing, these are all whole ones, and the one that was cut perhaps.
+    bool MayTell(std::uint64_t number) const {
+        return !endsEarly || !areTextsSound || number == records.size() ||
+               number == records.size() + 1;
+    }
 };
 
 Content ReadContent(const Input& body, bool areTexts) {
     const Fields read = ReadFields(body);
-    Content content{{}, 0, read.sound, read.endsEarly};
+    Content content{{}, 0, read.sound, read.endsEarly, true};
     for (const Fields::Field& field : read.fields) {
         if (field.number == 1 && field.type == 2) {
             content.records.push_back(field.text);
             if (areTexts && !IsUtf8(field.text)) {
-                content.sound = false;
+                content.sound = content.areTextsSound = false;
                 break;
             }
         } else if (field.number == 2 && field.type == 0) {
@@ -61,6 +69,13 @@ bool IsTold(const Content& content, const std::string& lines) {
     const bool isThere = place != std::string::npos;
     return isThere == content.endsEarly &&
            (!isThere || lines.find(line, place + 1) == std::string::npos);
+}
+
+/// The number of records in that line; 0 without one.
+std::uint64_t NumberTold(const std::string& lines) {
+    const std::string line = "payload ends early, ";
+    const std::size_t place = lines.find(line);
+    return place == std::string::npos ? 0 : std::stoull(lines.substr(place + line.size()));
 }
 
 /// What reached the host.
@@ -148,7 +163,12 @@ Finding JudgeRecords(const Received& received, const Texts& texts, const Input& 
     Finding finding{{ClassOf(got.outcome)}, ""};
     const bool isTold = IsTold(content, got.outcome);
     const std::size_t known = std::min(content.records.size(), received.records.size());
-    bool same = received.records.size() <= content.records.size() + 1;
+    // The record that was cut comes as far as it goes. So may a result code, which is then refused.
+    const std::uint64_t told = NumberTold(got.outcome);
+    bool same = received.records.size() <= content.records.size() + 1 && content.MayTell(told);
+    if (content.endsEarly && got.outcome.find(texts.refused) == std::string::npos) {
+        same = same && received.records.size() == told;
+    }
     for (std::size_t i = 0; i < known; ++i) {
         const Input& record = content.records[i];
         same = same && received.records[i] == std::string(record.begin(), record.end());
@@ -183,6 +203,7 @@ Finding LookAtTelemetry(const Input& reply) {
 
 constexpr char kActionKey[] = "OV_REMEDIATION_OFFSET";
 constexpr char kStored[] = "stored";
+constexpr char kRefusedActions[] = "3 Failed to get remediation data from OV Connector with code: ";
 
 /// Nothing: the action is no sound message.
 std::optional<bool> Blocks(const Input& action) {
@@ -247,22 +268,28 @@ Finding LookAtActions(const Input& reply) {
     }
     const Content content = ReadContent(*body, false);
     std::size_t blocking = 0;
-    bool sound = content.sound;
+    bool areActionsSound = true;
     for (const Input& action : content.records) {
         const auto blocks = Blocks(action);
-        sound = sound && blocks.has_value();
+        areActionsSound = areActionsSound && blocks.has_value();
         blocking += blocks == true ? 1 : 0;
     }
+    const bool sound = content.sound && areActionsSound;
     if (!sound) {
-        const bool possible = stored.allBlock && IsTold(content, got.outcome) &&
-                              got.outcome.find(kBroken) != 0 && stored.batch <= stored.moved &&
-                              stored.moved <= content.records.size() + 1;
+        bool possible = stored.allBlock && IsTold(content, got.outcome) &&
+                        got.outcome.find(kBroken) != 0 && stored.batch <= stored.moved &&
+                        stored.moved <= content.records.size() + 1;
+        if (content.endsEarly && areActionsSound) {
+            const std::uint64_t told = NumberTold(got.outcome);
+            possible = possible && content.MayTell(told) &&
+                       (stored.batch == 0 || (stored.moved == told && stored.batch >= blocking)) &&
+                       (stored.batch != 0 || blocking == 0 ||
+                        got.outcome.find(kRefusedActions) != std::string::npos);
+        }
         return {{ClassOf(got.outcome)}, possible ? "" : got.outcome + ": " + got.detail};
     }
     if (content.resultCode != 0) {
-        return Compare(got, {"3 Failed to get remediation data from OV Connector with code: " +
-                                 std::to_string(content.resultCode),
-                             kNothing});
+        return Compare(got, {kRefusedActions + std::to_string(content.resultCode), kNothing});
     }
     if (blocking == 0) {
         return Compare(got, {"1 No block actions received from OV Connector", kNothing});
