@@ -8,6 +8,7 @@
 #include <string>
 
 #include <boost/filesystem/path.hpp>
+#include <boost/locale/collator.hpp>
 #include <boost/locale/info.hpp>
 
 #include "tests/module/LoadedLibrary.h"
@@ -50,6 +51,12 @@ TEST_F(PathLocaleTest, PathsAreConvertedByTheInstalledLocale) {
     const std::string text = boost::filesystem::path(L"\u00e4\u20ac").string();
     TakePathLocale();
     EXPECT_EQ(text, "\xC3\xA4\xE2\x82\xAC");
+}
+
+// What else a generated locale may hold brings ICU's data into every host.
+TEST_F(PathLocaleTest, InstalledLocaleHoldsNoFacetThatPathsDoNotUse) {
+    InitializeLibrary();
+    EXPECT_FALSE(std::has_facet<boost::locale::collator<char>>(TakePathLocale()));
 }
 
 class PathLocaleDeathTest : public PathLocaleTest {
