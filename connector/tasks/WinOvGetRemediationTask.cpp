@@ -31,13 +31,15 @@ constexpr RefusalTexts kRefusals = {
 };
 constexpr std::int32_t kBlockAction = 3;  // the product's number
 
-/// The block actions of a reply, each in its own serialization, in the product's order.
-std::vector<std::string> BlockActions(const GetRemediationActionsResponse& response) {
+/// The block actions of a reply, each in its own serialization, in the product's order. They are
+/// empty in the response afterwards: the memory of one holds the next one's serialization.
+std::vector<std::string> TakeBlockActions(GetRemediationActionsResponse& response) {
     std::vector<std::string> batch;
     batch.reserve(static_cast<std::size_t>(response.actions_size()));
-    for (const RemediationAction& action : response.actions()) {
+    for (RemediationAction& action : *response.mutable_actions()) {
         if (action.action_type() == kBlockAction) {
             batch.push_back(action.SerializeAsString());
+            action.Clear();
         }
     }
     return batch;
@@ -101,7 +103,7 @@ void CWinOvGetRemediationTask::BufferReceiver::OnBufferReceived(
     if (!IsServed(records, kRefusals, *logger_)) {
         return;
     }
-    const std::vector<std::string> batch = BlockActions(*records);
+    const std::vector<std::string> batch = TakeBlockActions(*records);
     if (batch.empty()) {
         // Deliberate: the other actions stay ahead until a block action comes with them.
         logger_->GetLog(1) << "No block actions received from OV Connector";
