@@ -7,8 +7,10 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-// Write-ahead logging keeps readers and the writer apart; FULL puts every commit on disk.
-constexpr char kSettings[] = "PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;";
+// Write-ahead logging keeps readers and the writer apart; FULL puts every commit on disk. A page
+// holds fifteen records of 1 KiB; of those of the usual size, three, and a quarter of it is wasted.
+constexpr char kSettings[] =
+    "PRAGMA page_size = 16384; PRAGMA journal_mode = WAL; PRAGMA synchronous = FULL;";
 
 constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS key_values (key TEXT PRIMARY KEY, value TEXT NOT NULL);"
