@@ -21,13 +21,13 @@ constexpr std::uint32_t kOffsetField = 1;
 constexpr std::uint32_t kRecordsField = 1;
 constexpr std::uint32_t kResultCodeField = 2;
 
-Bytes EncodeBatch(RecordKind kind, const std::vector<ProductRecord>& batch) {
+Bytes EncodeBatch(RecordKind kind, std::vector<ProductRecord> batch) {
     CWireWriter writer;
-    for (const ProductRecord& record : batch) {
-        writer.AddBytes(kRecordsField, BytesOf(kind, record));
+    for (ProductRecord& record : batch) {
+        writer.AddBytes(kRecordsField, BytesOf(kind, std::move(record)));
     }
     // The result code is 0, the default, and so not written: no records make no payload at all.
-    return writer.Written();
+    return writer.TakeWritten();
 }
 
 struct Batch {
@@ -46,8 +46,9 @@ class CBatches {
         // Before the records are read: what comes meanwhile is another edition.
         const auto key = std::pair(lists_.Edition(), offset);
         if (!last_ || lastKey_ != key) {
-            const std::vector<ProductRecord> records = lists_.From(kind_, offset);
-            last_ = Batch{records.size(), EncodeBatch(kind_, records)};
+            std::vector<ProductRecord> records = lists_.From(kind_, offset);
+            const std::size_t count = records.size();
+            last_ = Batch{count, EncodeBatch(kind_, std::move(records))};
             lastKey_ = key;
         }
         return *last_;

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 #include "lab/simproduct/requests/Bytes.h"
 
@@ -21,6 +22,8 @@ class CWireWriter {
     CWireWriter& AddBytes(std::uint32_t field, std::string_view value);
 
     const Bytes& Written() const { return bytes_; }
+    /// Gives the bytes away; nothing has been written afterwards.
+    Bytes TakeWritten() { return std::exchange(bytes_, {}); }
 
   private:
     void Append(std::uint64_t value);

@@ -1,5 +1,7 @@
 #include "lab/simproduct/records/Record.h"
 
+#include <utility>
+
 #include "lab/simproduct/records/ProtobufWire.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -13,9 +15,9 @@ constexpr std::uint32_t kActionTextField = 2;
 
 }  // namespace
 
-std::string BytesOf(RecordKind kind, const ProductRecord& record) {
+std::string BytesOf(RecordKind kind, ProductRecord record) {
     if (kind != RecordKind::kAction) {
-        return record.text;
+        return std::move(record.text);
     }
     CWireWriter writer;
     // A negative type is written as the 64-bit number that it widens to.

@@ -38,6 +38,6 @@ struct ProductRecord {
 };
 
 /// What goes out of it: the text, or an action with its type and the text.
-std::string BytesOf(RecordKind kind, const ProductRecord& record);
+std::string BytesOf(RecordKind kind, ProductRecord record);
 
 }  // namespace Kyr::Lab::SimProduct
