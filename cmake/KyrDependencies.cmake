@@ -12,14 +12,23 @@ endif()
 find_package(Poco 1.11 REQUIRED COMPONENTS ${poco})
 find_package(Protobuf REQUIRED)
 find_package(ZLIB REQUIRED)
+
+# kyr_find_headers(<target> <folder> <header>)
+# A library of headers only, the same for every system. A link to nothing else keeps a cross-compiler from this system's
+# other ones.
+function(kyr_find_headers target folder header)
+    find_path(${target}_FOLDER ${folder}/${header} REQUIRED PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
+    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/headers/${target})
+    file(CREATE_LINK ${${target}_FOLDER}/${folder} ${CMAKE_BINARY_DIR}/headers/${target}/${folder}
+        COPY_ON_ERROR SYMBOLIC)
+    add_library(${target} INTERFACE)
+    target_include_directories(${target} SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/headers/${target})
+endfunction()
+
+kyr_find_headers(kyr_json nlohmann json.hpp)
 if(KYR_BUILD_LAB)
     find_package(SQLite3 REQUIRED)
-    # The same headers for every system. A link to nothing else keeps a cross-compiler from this system's other ones.
-    find_path(KYR_CLI11_FOLDER CLI/CLI.hpp REQUIRED PATHS /usr/include NO_CMAKE_FIND_ROOT_PATH)
-    file(MAKE_DIRECTORY ${CMAKE_BINARY_DIR}/cli11)
-    file(CREATE_LINK ${KYR_CLI11_FOLDER}/CLI ${CMAKE_BINARY_DIR}/cli11/CLI COPY_ON_ERROR SYMBOLIC)
-    add_library(kyr_cli11 INTERFACE)
-    target_include_directories(kyr_cli11 SYSTEM INTERFACE ${CMAKE_BINARY_DIR}/cli11)
+    kyr_find_headers(kyr_cli11 CLI CLI.hpp)
 endif()
 if(KYR_BUILD_TESTS OR KYR_BUILD_FUZZERS OR KYR_BUILD_BENCH)
     find_package(GTest REQUIRED)

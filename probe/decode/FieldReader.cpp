@@ -1,0 +1,157 @@
+#include "probe/decode/FieldReader.h"
+
+#include <sstream>
+
+#include "base/LittleEndian.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+constexpr std::size_t kShownBytes = 32;
+constexpr std::size_t kShownText = 200;
+constexpr char kDigits[] = "0123456789abcdef";
+
+std::string HexByte(char byte) {
+    const auto number = static_cast<unsigned char>(byte);
+    return {kDigits[number >> 4], kDigits[number & 15]};
+}
+
+std::string Rest(std::size_t all, std::size_t shown) {
+    return all > shown ? "... (" + std::to_string(all) + " bytes)" : "";
+}
+
+/// How many bytes the character at the front of `text` has; 0 when it is no UTF-8.
+std::size_t CharacterLength(std::string_view text) {
+    const auto first = static_cast<unsigned char>(text.front());
+    const std::size_t length = first < 0x80                    ? 1
+                               : first >= 0xC2 && first < 0xE0 ? 2
+                               : first >= 0xE0 && first < 0xF0 ? 3
+                               : first >= 0xF0 && first < 0xF5 ? 4
+                                                               : 0;
+    if (length > text.size()) {
+        return 0;
+    }
+    for (std::size_t i = 1; i < length; ++i) {
+        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
+            return 0;
+        }
+    }
+    return length;
+}
+
+}  // namespace
+
+std::string NumberText(std::uint64_t number) {
+    std::ostringstream text;
+    text << number;
+    if (number > 9) {
+        text << " (0x" << std::hex << number << ')';
+    }
+    return text.str();
+}
+
+std::string BytesText(std::string_view bytes) {
+    std::string text;
+    for (const char byte : bytes.substr(0, kShownBytes)) {
+        text += HexByte(byte);
+    }
+    return text + Rest(bytes.size(), kShownBytes);
+}
+
+std::string QuotedText(std::string_view text) {
+    std::string quoted = "\"";
+    std::size_t at = 0;
+    while (at < text.size() && at < kShownText) {
+        const std::size_t length = CharacterLength(text.substr(at));
+        const auto byte = static_cast<unsigned char>(text[at]);
+        if (length == 0 || byte < 0x20 || byte == 0x7F || byte == '"' || byte == '\\') {
+            quoted += "\\x" + HexByte(text[at]);
+            ++at;
+        } else {
+            quoted += text.substr(at, length);
+            at += length;
+        }
+    }
+    return quoted + '"' + Rest(text.size(), at);
+}
+
+template <typename Integer>
+std::optional<Integer> CFieldReader::Number(const std::string& name) {
+    const std::size_t offset = at_;
+    const auto bytes = Take(name, sizeof(Integer));
+    if (!bytes) {
+        return std::nullopt;
+    }
+    const auto number = Base::LoadLittleEndian<Integer>(
+        reinterpret_cast<const std::uint8_t*>(bytes->data()));
+    Note(offset, sizeof(Integer), name, NumberText(number));
+    return number;
+}
+
+std::optional<std::uint16_t> CFieldReader::U16(const std::string& name) {
+    return Number<std::uint16_t>(name);
+}
+
+std::optional<std::uint32_t> CFieldReader::U32(const std::string& name) {
+    return Number<std::uint32_t>(name);
+}
+
+std::optional<std::uint64_t> CFieldReader::U64(const std::string& name) {
+    return Number<std::uint64_t>(name);
+}
+
+bool CFieldReader::Expect32(const std::string& name, std::uint32_t expected) {
+    const auto number = U32(name);
+    if (number && *number != expected) {
+        Blame("must be " + NumberText(expected));
+    }
+    return number == expected;
+}
+
+std::optional<std::string_view> CFieldReader::Bytes(const std::string& name,
+                                                    std::uint64_t length) {
+    const std::size_t offset = at_;
+    const auto bytes = Take(name, length);
+    if (bytes) {
+        Note(offset, bytes->size(), name, BytesText(*bytes));
+    }
+    return bytes;
+}
+
+std::optional<std::string_view> CFieldReader::Take(const std::string& name, std::uint64_t length) {
+    if (!good_) {
+        return std::nullopt;
+    }
+    if (length > Remaining()) {
+        good_ = false;
+        Note(at_, Remaining(), name, BytesText(Rest()),
+             "ends early: " + std::to_string(Remaining()) + " of " + std::to_string(length) +
+                 " bytes are there");
+        return std::nullopt;
+    }
+    const std::string_view bytes = bytes_.substr(at_, static_cast<std::size_t>(length));
+    at_ += bytes.size();
+    return bytes;
+}
+
+void CFieldReader::Explain(const std::string& meaning) {
+    layout_.fields.back().value += ", " + meaning;
+}
+
+void CFieldReader::Blame(const std::string& wrong) {
+    layout_.fields.back().wrong = wrong;
+}
+
+void CFieldReader::Note(std::size_t offset, std::size_t length, const std::string& name,
+                        const std::string& value, const std::string& wrong) {
+    layout_.fields.push_back({offset, length, name, value, wrong});
+}
+
+void CFieldReader::ExpectEnd() {
+    if (good_ && Remaining() != 0) {
+        Note(at_, Remaining(), "behind the end", BytesText(Rest()), "nothing reads this");
+    }
+}
+
+}  // namespace Kyr::Probe

@@ -1,0 +1,206 @@
+#include "probe/decode/PortMessages.h"
+
+#include <string>
+#include <type_traits>
+
+#include "kelcomm/client/KelcommConnection.h"
+#include "kelcomm/ports/AlpcMessages.h"
+#include "ntapi/PortMessage.h"
+#include "probe/decode/Payload.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+namespace Kelcomm = Connectors::Common::Kelcomm;
+
+constexpr std::uint32_t kPing = 0;
+constexpr std::uint32_t kRequest = 3;
+
+/// A number as wide as a pointer of the layout.
+template <typename Word>
+std::optional<std::uint64_t> TakeWord(CFieldReader& reader, const std::string& name) {
+    if constexpr (std::is_same_v<Word, std::uint64_t>) {
+        return reader.U64(name);
+    } else {
+        return reader.U32(name);
+    }
+}
+
+template <typename Word>
+void SkipPadding(CFieldReader& reader) {
+    if (std::is_same_v<Word, std::uint64_t>) {
+        reader.Take("padding", 4);
+    }
+}
+
+struct Head {
+    std::uint16_t dataLength = 0;
+    std::uint16_t dataInfo = 0;
+};
+
+const char* KindOf(std::uint16_t type) {
+    switch (type & NtApi::kMessageKindMask) {
+        case 0:
+            return "not sent yet";
+        case NtApi::kLpcRequest:
+            return "request";
+        case NtApi::kLpcReply:
+            return "reply";
+        case NtApi::kLpcDatagram:
+            return "datagram";
+        case NtApi::kLpcLostReply:
+            return "lost reply";
+        case NtApi::kLpcPortClosed:
+            return "port closed";
+        case NtApi::kLpcClientDied:
+            return "client died";
+        case NtApi::kLpcConnectionRequest:
+            return "connection request";
+        case NtApi::kLpcConnectionReply:
+            return "connection reply";
+        default:
+            return "not known";
+    }
+}
+
+/// The header of the system.
+template <typename Word>
+Head DecodeHead(CFieldReader& reader) {
+    constexpr std::size_t kSize = NtApi::PortMessageLayout<Word>::kHeaderSize;
+    Head head;
+    const auto dataLength = reader.U16("length of the data");
+    const auto totalLength = reader.U16("length of the message");
+    if (totalLength && *totalLength != *dataLength + kSize) {
+        reader.Blame("must be " + std::to_string(*dataLength + kSize));
+    }
+    if (const auto type = reader.U16("type")) {
+        reader.Explain(KindOf(*type));
+        if ((*type & NtApi::kLpcContinuationRequired) != 0) {
+            reader.Explain("to be sent back");
+        }
+    }
+    head.dataLength = dataLength.value_or(0);
+    head.dataInfo = reader.U16("place of the data entries").value_or(0);
+    TakeWord<Word>(reader, "process");
+    TakeWord<Word>(reader, "thread");
+    reader.U32("message");
+    SkipPadding<Word>(reader);
+    TakeWord<Word>(reader, "size of the view");
+    return head;
+}
+
+std::optional<std::uint32_t> DecodeCommand(CFieldReader& reader) {
+    const auto command = reader.U32("port command");
+    if (command) {
+        reader.Explain(*command == kPing ? "ping" : *command == kRequest ? "request" : "not known");
+    }
+    return command;
+}
+
+void DecodeInside(CFieldReader& reader, std::optional<std::uint32_t> portCommand) {
+    if (portCommand == kRequest) {
+        DecodeRequest(reader);
+    } else if (reader.Remaining() != 0) {
+        reader.Bytes("payload", reader.Remaining());
+    }
+}
+
+void DecodeAnswer(CFieldReader& reader, std::optional<std::uint32_t> command) {
+    if (const auto result = reader.U32("result code")) {
+        reader.Explain(*result == 0 ? "success" : "failure");
+    }
+    const auto length = reader.U32("length of the reply");
+    if (!length || *length == 0) {
+        return;
+    }
+    if (reader.Remaining() == 0) {
+        reader.Explain("elsewhere: in a view, or written into the buffer of who asked");
+        return;
+    }
+    DecodeReply(reader, command);
+}
+
+template <typename Word>
+void DecodeEntry(CFieldReader& reader, const std::string& what) {
+    TakeWord<Word>(reader, "address of the " + what);
+    reader.U32(what == "request" ? "length of the request" : "capacity of the reply");
+    SkipPadding<Word>(reader);
+}
+
+}  // namespace
+
+void DecodeAlpcRequest(CFieldReader& reader) {
+    DecodeHead<std::uint32_t>(reader);
+    const auto command = DecodeCommand(reader);
+    reader.U32("the reply may grow");
+    const auto length = reader.U32("length of the request");
+    reader.U32("capacity of the reply");
+    if (length && *length > Kelcomm::Alpc::kMaxInlinePayload) {
+        reader.Note(reader.At(), 0, "payload", "elsewhere: in the view that goes with the message");
+        reader.ExpectEnd();
+        return;
+    }
+    if (length && *length != reader.Remaining()) {
+        reader.Blame("the message holds " + std::to_string(reader.Remaining()) +
+                     " bytes of a request of " + std::to_string(*length));
+        return;
+    }
+    DecodeInside(reader, command);
+}
+
+void DecodeAlpcReply(CFieldReader& reader, std::optional<std::uint32_t> command) {
+    DecodeHead<std::uint32_t>(reader);
+    DecodeAnswer(reader, command);
+}
+
+void DecodeAlpcConnection(CFieldReader& reader) {
+    DecodeHead<std::uint32_t>(reader);
+    const std::size_t offset = reader.At();
+    if (const auto magic = reader.Take("magic", Kelcomm::kKelcommMagicSize)) {
+        reader.Note(offset, magic->size(), "magic", QuotedText(*magic),
+                    *magic == std::string_view(Kelcomm::kKelcommMagic, Kelcomm::kKelcommMagicSize)
+                        ? ""
+                        : "must be \"KelComm \"");
+    }
+    reader.Expect32("version", Kelcomm::kKelcommVersion);
+    reader.U32("longest reply in a message");
+}
+
+template <typename Word>
+void DecodeLpcRequest(CFieldReader& reader) {
+    const Head head = DecodeHead<Word>(reader);
+    const auto command = DecodeCommand(reader);
+    if (const auto flags = reader.U32("flags")) {
+        reader.Explain((*flags & 1) != 0 ? "no reply is wanted" : "a reply is wanted");
+    }
+    reader.U32("capacity of the reply");
+    if (head.dataInfo == 0) {
+        DecodeInside(reader, command);
+        return;
+    }
+    if (head.dataInfo != reader.At()) {
+        reader.Blame("data entries stand at " + std::to_string(head.dataInfo));
+        return;
+    }
+    reader.Expect32("data entries", 2);
+    SkipPadding<Word>(reader);
+    DecodeEntry<Word>(reader, "request");
+    DecodeEntry<Word>(reader, "reply");
+    if (reader.Remaining() != 0) {
+        DecodeInside(reader, command);
+    }
+}
+
+template <typename Word>
+void DecodeLpcReply(CFieldReader& reader, std::optional<std::uint32_t> command) {
+    DecodeHead<Word>(reader);
+    DecodeAnswer(reader, command);
+}
+
+template void DecodeLpcRequest<std::uint32_t>(CFieldReader&);
+template void DecodeLpcRequest<std::uint64_t>(CFieldReader&);
+template void DecodeLpcReply<std::uint32_t>(CFieldReader&, std::optional<std::uint32_t>);
+template void DecodeLpcReply<std::uint64_t>(CFieldReader&, std::optional<std::uint32_t>);
+
+}  // namespace Kyr::Probe

@@ -1,0 +1,91 @@
+// Looks into an endpoint with the connector's own code; README.md says what each command tells.
+#include <exception>
+#include <iostream>
+#include <optional>
+#include <string>
+
+#include "lab/common/CommandLine.h"
+#include "probe/Input.h"
+#include "probe/decode/Decode.h"
+#include "probe/decode/Payload.h"
+#include "probe/show/LayoutText.h"
+
+namespace {
+
+using namespace Kyr::Probe;
+
+enum ExitCode { kFine = 0, kSomethingFound = 1, kWrongUsage = 2 };
+
+struct DecodeOptions {
+    std::string input = "-";
+    std::string hex;
+    bool isHexText = false;
+    std::string kind;
+    std::string command;
+    bool json = false;
+};
+
+CLI::App& AddDecode(CLI::App& app, DecodeOptions& options) {
+    CLI::App& decode = *app.add_subcommand(
+        "decode", "takes bytes apart: offset, field, value, and what is wrong with it");
+    decode.add_option("file", options.input, "a file; - is standard input, and the default");
+    auto* const hex = decode.add_option("--hex", options.hex, "these bytes, in hexadecimal digits");
+    decode.add_flag("--hex-text", options.isHexText, "the file has hexadecimal digits, or a dump")
+        ->excludes(hex);
+    decode.add_option("--kind", options.kind, "what it is; else that is guessed")
+        ->check(CLI::IsMember(Kinds()));
+    decode.add_option("--command", options.command,
+                      "of a reply, what it answers: a name such as get-status, or a number");
+    decode.add_flag("--json", options.json, "for programs");
+    return decode;
+}
+
+std::string BytesOf(const DecodeOptions& options) {
+    if (!options.hex.empty()) {
+        return FromHexText(options.hex);
+    }
+    std::string bytes = ReadInput(options.input);
+    return options.isHexText ? FromHexText(bytes) : bytes;
+}
+
+int RunDecode(const DecodeOptions& options) {
+    std::optional<std::uint32_t> command;
+    if (!options.command.empty()) {
+        command = CommandOf(options.command);
+        if (!command) {
+            std::cerr << "ovprobe: no command of the product: " << options.command << '\n';
+            return kWrongUsage;
+        }
+    }
+    const std::string bytes = BytesOf(options);
+    const auto kind = options.kind.empty() ? GuessKind(bytes) : options.kind;
+    if (!kind) {
+        std::cerr << "ovprobe: cannot tell what this is: say it with --kind\n";
+        return kWrongUsage;
+    }
+    const Layout layout = Decode(bytes, *kind, command);
+    if (options.json) {
+        std::cout << ToJson(layout) << '\n';
+    } else {
+        WriteTable(std::cout, layout);
+    }
+    return layout.IsSound() ? kFine : kSomethingFound;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CLI::App app("Looks into an endpoint with the connector's own code.", "ovprobe");
+    app.require_subcommand(1);
+    DecodeOptions decodeOptions;
+    AddDecode(app, decodeOptions);
+    if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
+        return *code;
+    }
+    try {
+        return RunDecode(decodeOptions);
+    } catch (const std::exception& problem) {
+        std::cerr << "ovprobe: " << problem.what() << '\n';
+        return kWrongUsage;
+    }
+}
