@@ -15,7 +15,7 @@ std::atomic<std::uint64_t> armedNth{0};
 std::atomic<std::uint64_t> armedUses{0};
 std::atomic<std::uint32_t> armedKind{0};
 std::atomic<std::uint64_t> uses{0};
-std::atomic<bool> struck{false};
+std::atomic<std::uint64_t> strokes{0};
 
 thread_local int surroundings = 0;  // how many the thread is in
 
@@ -62,7 +62,7 @@ void Arm(const Fault& fault) {
     armedUses = fault.uses;
     armedKind = fault.kind;
     uses = 0;
-    struck = false;
+    strokes = 0;
     armed = true;
 }
 
@@ -71,7 +71,11 @@ void Disarm() {
 }
 
 bool HasStruck() {
-    return struck;
+    return strokes != 0;
+}
+
+std::uint64_t Strokes() {
+    return strokes;
 }
 
 bool Strikes(Place place) noexcept {
@@ -81,7 +85,7 @@ bool Strikes(Place place) noexcept {
     const std::uint64_t use = ++uses;
     const bool strikes = use >= armedNth && use - armedNth < armedUses;
     if (strikes) {
-        struck = true;
+        ++strokes;
     }
     return strikes;
 }

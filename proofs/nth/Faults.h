@@ -42,6 +42,8 @@ void Arm(const Fault& fault);
 void Disarm();
 /// Whether the fault has come since it was armed.
 bool HasStruck();
+/// How often it has.
+std::uint64_t Strokes();
 /// Counts one more use of `place`, if it is the module's. True: it is to fail.
 bool Strikes(Place place) noexcept;
 /// The kind of the armed fault.

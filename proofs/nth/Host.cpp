@@ -190,6 +190,7 @@ boost::shared_ptr<IResource> CHost::GetResource(int number) {
 }
 
 void CHost::Deliver(const Message& message) {
+    delivered_.push_back(message);
     // A bus keeps what a subscriber did not take. A fault that lasts is over some day.
     for (int refusals = 0;; ++refusals) {
         try {
@@ -214,6 +215,11 @@ bool CHost::HasReplies() const {
 void CHost::ForgetSubscribers() {
     const Guard guard(mutex_);
     subscribers_.clear();
+}
+
+bool CHost::IsMessageHeld() const {
+    return std::any_of(delivered_.begin(), delivered_.end(),
+                       [](const auto& message) { return !message.expired(); });
 }
 
 std::vector<std::string> CHost::Lines(int level) const {

@@ -12,6 +12,7 @@
 #include <vector>
 
 #include <boost/thread/mutex.hpp>
+#include <boost/weak_ptr.hpp>
 
 #include "host/kernel/IMessage.h"
 #include "host/kernel/IResource.h"
@@ -39,6 +40,8 @@ class CHost : public Common::Kernel::IResourceProvider {
     bool HasReplies() const;
     /// The module that subscribed is gone.
     void ForgetSubscribers();
+    /// Whether somebody holds a message that was delivered.
+    bool IsMessageHeld() const;
 
     /// Texts of the lines of that level and above.
     std::vector<std::string> Lines(int level) const;
@@ -70,8 +73,9 @@ class CHost : public Common::Kernel::IResourceProvider {
     void Enter(const Common::Kernel::IMessage& message);
 
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
-    bool refused_ = false;        // the delivering thread's
-    mutable boost::mutex mutex_;  // guards everything below
+    bool refused_ = false;                                              // the delivering thread's
+    std::vector<boost::weak_ptr<Common::Kernel::IMessage>> delivered_;  // the same
+    mutable boost::mutex mutex_;                                        // guards everything below
     std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
     std::vector<std::pair<int, std::string>> lines_;
     std::vector<std::string> owedLines_;

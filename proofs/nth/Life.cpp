@@ -239,6 +239,10 @@ void CLife::End() {
         const CModuleCall inTheModule;
         module_.reset();
     }
+    host_.ForgetSubscribers();
+    if (host_.IsMessageHeld()) {
+        problems_.emplace_back("somebody holds a message");
+    }
 }
 
 void CLife::ExpectAccount() {

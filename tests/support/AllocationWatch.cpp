@@ -19,6 +19,8 @@ std::atomic<std::size_t> largest{0};
 std::atomic<std::size_t> held{0};  // now, by everybody
 std::atomic<std::size_t> most{0};  // at once, since the watch was made
 std::atomic<Kyr::Test::AllocationJudge> judge{nullptr};
+std::atomic<Kyr::Test::BlockWitness> handedOutTo{nullptr};
+std::atomic<Kyr::Test::BlockWitness> givenBackTo{nullptr};
 
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
 thread_local unsigned untilFailure = 0;
@@ -36,6 +38,12 @@ std::size_t RoomOf(void* memory) noexcept {
 #else
     return malloc_usable_size(memory);
 #endif
+}
+
+void Tell(const std::atomic<Kyr::Test::BlockWitness>& witness, void* block) noexcept {
+    if (const auto told = witness.load(std::memory_order_relaxed); told != nullptr) {
+        told(block);
+    }
 }
 
 void Raise(std::atomic<std::size_t>& limit, std::size_t value) noexcept {
@@ -56,12 +64,14 @@ void* Allocate(std::size_t size) noexcept {
     if (memory != nullptr) {
         const std::size_t room = RoomOf(memory);
         Raise(most, held.fetch_add(room) + room);
+        Tell(handedOutTo, memory);
     }
     return memory;
 }
 
 void Release(void* memory) noexcept {
     if (memory != nullptr) {
+        Tell(givenBackTo, memory);
         held -= RoomOf(memory);
     }
     std::free(memory);
@@ -162,6 +172,11 @@ bool CAllocationFailure::HasHappened() const {
 
 void SetAllocationJudge(AllocationJudge asked) {
     judge = asked;
+}
+
+void SetBlockWitnesses(BlockWitness handedOut, BlockWitness givenBack) {
+    handedOutTo = handedOut;
+    givenBackTo = givenBack;
 }
 
 }  // namespace Kyr::Test

@@ -56,4 +56,9 @@ class CAllocationFailure {
 using AllocationJudge = bool (*)() noexcept;
 void SetAllocationJudge(AllocationJudge judge);
 
+/// Told of every block from now on, on its thread: when it has been handed out, and before it is
+/// given back. Must not allocate. Null: nobody is told.
+using BlockWitness = void (*)(void* block) noexcept;
+void SetBlockWitnesses(BlockWitness handedOut, BlockWitness givenBack);
+
 }  // namespace Kyr::Test
