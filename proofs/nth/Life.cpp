@@ -106,8 +106,8 @@ bool CLife::Load() {
     ModuleSystem system;
     system.clock = clock_;
     system.productBuild = boost::make_shared<Test::CFakeBuildReader>();
-    system.makeChannel = [clock = clock_] {
-        return boost::make_shared<COvAgentChannel>(0, 0, FaultyFunctions(), clock);
+    system.makeChannel = [clock = clock_, ports = product_.OpenPorts()] {
+        return boost::make_shared<COvAgentChannel>(0, 0, FaultyFunctions(ports), clock);
     };
     return Calls([&] {
         module_ = std::make_unique<Module>(system);

@@ -107,9 +107,15 @@ const std::vector<NtApi::NtStatus>& Statuses() {
     return statuses;
 }
 
-const NativeFunctions& FaultyFunctions() {
-    static const NativeFunctions functions = MakeFaultyFunctions();
-    return functions;
+const NativeFunctions& FaultyFunctions(Ports ports) {
+    static const NativeFunctions all = MakeFaultyFunctions();
+    static const NativeFunctions older = [] {
+        NativeFunctions functions = all;
+        functions.IsWow64Process =
+            Connectors::Common::Kelcomm::Native::SystemNativeFunctions().IsWow64Process;
+        return functions;
+    }();
+    return ports == Ports::kBoth ? all : older;
 }
 
 }  // namespace Kyr::Proofs::Nth

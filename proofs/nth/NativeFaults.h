@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "kelcomm/native/NativeFunctions.h"
+#include "proofs/nth/Product.h"
 
 namespace Kyr::Proofs::Nth {
 
@@ -15,6 +16,8 @@ namespace Kyr::Proofs::Nth {
 /// are neither failure nor success.
 const std::vector<NtApi::NtStatus>& Statuses();
 
-const Connectors::Common::Kelcomm::Native::NativeFunctions& FaultyFunctions();
+/// With the older port alone nobody fails to say what kind of process this is: whoever cannot learn
+/// it takes the 32-bit structures for good and never meets that product.
+const Connectors::Common::Kelcomm::Native::NativeFunctions& FaultyFunctions(Ports ports);
 
 }  // namespace Kyr::Proofs::Nth

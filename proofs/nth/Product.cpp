@@ -19,7 +19,7 @@ constexpr std::uint64_t kStatuses = 0x0710000000001000;  // no others begin so
 }  // namespace
 
 struct CProduct::Running {
-    Running(IProcessLauncher& launcher, const LineSink& sink)
+    Running(IProcessLauncher& launcher, const LineSink& sink, Ports ports)
         : product(launcher, misbehaviours, "", {false, [] {}}, sink) {
         for (const RecordKind kind : kRecordKinds) {
             for (int record = 0; record < kRecords; ++record) {
@@ -31,7 +31,9 @@ struct CProduct::Running {
         }
         product.area.Open();
         SetStatus(1);
-        product.alpc.Open();
+        if (ports == Ports::kBoth) {
+            product.alpc.Open();
+        }
         product.lpc.Open();
     }
 
@@ -49,14 +51,16 @@ struct CProduct::Running {
 };
 
 CProduct::CProduct() : launcher_(MakeSystemLauncher()) {
-    Restart();
+    Restart(Ports::kBoth);
 }
 
 CProduct::~CProduct() = default;
 
-void CProduct::Restart() {
+void CProduct::Restart(Ports ports) {
+    ports_ = ports;
     running_.reset();
-    running_ = std::make_unique<Running>(*launcher_, [this](const CLine& line) { Note(line); });
+    running_ = std::make_unique<Running>(
+        *launcher_, [this](const CLine& line) { Note(line); }, ports);
 }
 
 void CProduct::BeginLife() {

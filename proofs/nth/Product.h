@@ -15,6 +15,9 @@
 
 namespace Kyr::Proofs::Nth {
 
+/// Which it has; the older one is tried when the advanced one is not there.
+enum class Ports { kBoth, kOlder };
+
 class CProduct {
   public:
     static constexpr int kRecords = 3;  // of each kind, the same for ever
@@ -25,7 +28,8 @@ class CProduct {
     CProduct& operator=(const CProduct&) = delete;
 
     /// Ports and area anew, nothing remembered but the records.
-    void Restart();
+    void Restart(Ports ports);
+    Ports OpenPorts() const { return ports_; }
     /// Nothing waits to be handed out, and nothing was done so far.
     void BeginLife();
     /// Broadcast value 2 changes, and the status with it.
@@ -51,6 +55,7 @@ class CProduct {
     std::map<std::string, int> done_;
     std::map<std::string, int> handedOut_;
     int policies_ = 0;
+    Ports ports_ = Ports::kBoth;
     std::unique_ptr<Running> running_;
 };
 

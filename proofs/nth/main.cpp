@@ -2,7 +2,9 @@
 // README.md says what a run shows.
 #include <algorithm>
 #include <iostream>
+#include <set>
 #include <string>
+#include <tuple>
 #include <utility>
 
 #include <boost/make_shared.hpp>
@@ -28,7 +30,7 @@ constexpr int kHurry = 2000;  // ten seconds become five milliseconds
 // Threads take turns as they like, so that a use may come in one life and not in the next. A sample
 // does not look so closely, and takes fewer statuses.
 constexpr int kLivesWithoutAStroke = 5;
-constexpr std::uint32_t kStatusStepOfASample = 10;
+constexpr std::uint32_t kStatusStepOfASample = 16;
 constexpr std::uint64_t kLivesOfAProduct = 500;  // it remembers all tasks
 constexpr std::uint64_t kMostProblems = 20;
 constexpr std::uint64_t kFarthest = 5000;  // use of a place that is looked for by its name
@@ -39,7 +41,17 @@ struct Series {
     Place place;
     std::uint64_t uses;
     std::uint32_t kind;
+    Ports ports = Ports::kBoth;
 };
+
+/// From the last, which a sample must not leave out.
+template <typename Act>
+void ForSomeStatuses(std::uint32_t step, const Act& act) {
+    for (auto status = static_cast<std::uint32_t>(Statuses().size()); status-- > 0;
+         status -= std::min(status, step - 1)) {
+        act(status);
+    }
+}
 
 /// statusStep: only each so many of the statuses.
 std::vector<Series> AllSeries(std::uint32_t statusStep) {
@@ -59,13 +71,22 @@ std::vector<Series> AllSeries(std::uint32_t statusStep) {
             }
         }
         for (const std::uint64_t uses : {std::uint64_t{1}, std::uint64_t{2}, kFromThenOn}) {
-            // From the last, which a sample must not leave out.
-            for (auto status = static_cast<std::uint32_t>(Statuses().size()); status-- > 0;
-                 status -= std::min(status, statusStep - 1)) {
+            ForSomeStatuses(statusStep, [&](std::uint32_t status) {
                 all.push_back({part, Place::kNativeCall, uses, status});
                 all.push_back({part, Place::kExchange, uses, status});
-            }
+            });
         }
+    }
+    // What another client does.
+    for (const std::uint64_t uses : {std::uint64_t{1}, kFromThenOn}) {
+        for (const Place place : {Place::kAllocation, Place::kThread, Place::kLock}) {
+            all.push_back({Part::kWork, place, uses, 0, Ports::kOlder});
+        }
+        ForSomeStatuses(statusStep, [&](std::uint32_t status) {
+            all.push_back({Part::kWork, Place::kNativeCall, uses, status, Ports::kOlder});
+            all.push_back({Part::kWork, Place::kExchange, uses, status, Ports::kOlder});
+            all.push_back({Part::kEnd, Place::kNativeCall, uses, status, Ports::kOlder});
+        });
     }
     return all;
 }
@@ -105,45 +126,55 @@ class CProof {
     }
 
   private:
-    static std::string Name(Part part, const Fault& fault) {
-        return std::string(part == Part::kWork ? "at work: " : "at its end: ") + Describe(fault);
+    static std::string Name(const Series& series, const Fault& fault) {
+        return std::string(series.part == Part::kWork ? "at work" : "at its end") +
+               (series.ports == Ports::kOlder ? ", older port: " : ": ") + Describe(fault);
     }
 
     void RunTheOnlyOne(const Series& series) {
         for (std::uint64_t nth = 1; nth <= kFarthest; ++nth) {
             const Fault fault{series.place, nth, series.uses, series.kind};
-            if (Name(series.part, fault) == choice_.only) {
+            if (Name(series, fault) == choice_.only) {
                 for (int time = 0; time < choice_.times; ++time) {
-                    RunLife(series.part, fault);
+                    RunLife(series, fault);
                 }
             }
         }
     }
 
     void RunSeries(const Series& series) {
+        if (IsSample() && IsUnused(series)) {
+            return;
+        }
         int missed = 0;
         const int patience = IsSample() ? 1 : kLivesWithoutAStroke;
         for (std::uint64_t nth = 1 + choice_.first; missed < patience; nth += choice_.every) {
-            missed = RunLife(series.part, {series.place, nth, series.uses, series.kind})
-                         ? 0
-                         : missed + 1;
+            const bool struck = RunLife(series, {series.place, nth, series.uses, series.kind});
+            missed = struck ? 0 : missed + 1;
+            if (!struck && nth == 1) {
+                unused_.insert({series.part, series.place, series.ports});
+            }
             if (problems_ >= kMostProblems) {
                 return;
             }
         }
     }
 
-    bool RunLife(Part part, const Fault& fault) {
+    bool IsUnused(const Series& series) const {
+        return unused_.count({series.part, series.place, series.ports}) != 0;
+    }
+
+    bool RunLife(const Series& series, const Fault& fault) {
         watchdog_.Tell("a life");
-        if (++lives_ % kLivesOfAProduct == 0) {
-            product_.Restart();
+        if (++lives_ % kLivesOfAProduct == 0 || product_.OpenPorts() != series.ports) {
+            product_.Restart(series.ports);
         }
-        const std::string what = Name(part, fault);
+        const std::string what = Name(series, fault);
         Kyr::Proofs::Foresee(what);
         bool hasStruck = false;
         {
             CLife life(product_, clock_);
-            for (const std::string& problem : life.Run(part, fault)) {
+            for (const std::string& problem : life.Run(series.part, fault)) {
                 Tell(what + ": " + problem);
                 for (const std::string& line : life.Lines()) {
                     std::cout << "  " << line << '\n';
@@ -161,7 +192,7 @@ class CProof {
         const Fault none{Place::kAllocation, 1, 0, 0};
         CLife(product_, clock_).Run(Part::kWork, none);
         TakeBlocks();
-        RunLife(Part::kWork, none);
+        RunLife({Part::kWork, none.place, 0, 0}, none);
     }
 
     // Each stroke may make protobuf forget one block, and nobody anything else.
@@ -182,7 +213,7 @@ class CProof {
     bool IsSample() const { return choice_.every != 1; }
 
     ProcessFigures Rest() {
-        product_.Restart();
+        product_.Restart(Ports::kBoth);
         ProcessFigures figures = ReadProcessFigures();
         for (int same = 0; same < 10; ++same) {
             boost::this_thread::sleep_for(boost::chrono::milliseconds(10));
@@ -203,6 +234,7 @@ class CProof {
     CProduct product_;
     const boost::shared_ptr<CBoundedClock> clock_ =
         boost::make_shared<CBoundedClock>(boost::make_shared<Kyr::Test::CHurryingClock>(kHurry));
+    std::set<std::tuple<Part, Place, Ports>> unused_;  // places that do nothing in that part
     std::uint64_t lives_ = 0;
     std::uint64_t strokes_ = 0;
     std::uint64_t forgotten_ = 0;
