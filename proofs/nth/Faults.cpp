@@ -19,7 +19,9 @@ std::atomic<std::uint64_t> strokes{0};
 
 thread_local int surroundings = 0;  // how many the thread is in
 
-const char* NameOf(Place place) {
+}  // namespace
+
+std::string NameOf(Place place) {
     switch (place) {
         case Place::kAllocation:
             return "allocation";
@@ -43,10 +45,8 @@ const char* NameOf(Place place) {
     return "?";
 }
 
-}  // namespace
-
 std::string Describe(const Fault& fault) {
-    std::string text = std::string(NameOf(fault.place)) + " " + std::to_string(fault.nth);
+    std::string text = NameOf(fault.place) + " " + std::to_string(fault.nth);
     if (fault.uses == kFromThenOn) {
         text += " and all behind it";
     } else if (fault.uses > 1) {

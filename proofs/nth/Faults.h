@@ -35,6 +35,8 @@ struct Fault {
     std::uint32_t kind;  // what fails how; each place has its own
 };
 
+/// "allocation".
+std::string NameOf(Place place);
 /// "allocation 17 to 19, kind 0".
 std::string Describe(const Fault& fault);
 

@@ -96,8 +96,9 @@ class CProof {
     struct Choice {
         std::uint64_t every = 1;
         std::uint64_t first = 0;
-        std::string only;  // a fault as a problem names it; empty: all
-        int times = 1;     // that one so often
+        std::string place;  // only there, as a problem names it; empty: everywhere
+        std::string only;   // a fault as a problem names it; empty: all
+        int times = 1;      // that one so often
     };
 
     explicit CProof(Choice choice) : choice_(std::move(choice)) {}
@@ -106,6 +107,9 @@ class CProof {
         WarmUp();
         const ProcessFigures before = Rest();
         for (const Series& series : AllSeries(IsSample() ? kStatusStepOfASample : 1)) {
+            if (NameOf(series.place).find(choice_.place) == std::string::npos) {
+                continue;
+            }
             if (choice_.only.empty()) {
                 RunSeries(series);
             } else {
@@ -249,6 +253,7 @@ int main(int argc, char** argv) {
     app.add_option("--every", choice.every, "only each so many of the uses of a place; 1: all")
         ->check(CLI::PositiveNumber);
     app.add_option("--first", choice.first, "how many uses are left out before the first");
+    app.add_option("--place", choice.place, "only faults of that place: allocation, lock creation");
     app.add_option("--only", choice.only,
                    "only the fault that a problem names: \"at work: publish 3, kind 1\"");
     app.add_option("--times", choice.times, "how often, with --only");
