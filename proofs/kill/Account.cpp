@@ -134,12 +134,13 @@ void CAccount::EnterDeed(const CLine& line) {
         ++waiting_;
     } else if (action == "task-result") {
         --waiting_;
-        ++handedOut_;
+        HandOutOutcome(task);
         HandOut(task, Number(line, "outcome") == kTaskDone);
     } else if (action == "export") {
         Reach(exportTask_);
         HandOut(exportTask_, true);
     } else if (action == "agent-uuid") {
+        askerIsDead_ = false;
         productWasMet_ = true;
     } else if (action == "import") {
         ++imports_;
@@ -157,6 +158,23 @@ void CAccount::Reach(const std::string& identifier) {
 void CAccount::HandOut(const std::string& identifier, bool done) {
     ledger_.HandedOut(identifier);
     tasks_[identifier].done += done ? 1 : 0;
+}
+
+void CAccount::HandOutOutcome(const std::string& identifier) {
+    if (untold_) {
+        Expect(untold_->mayBeLost,
+               "an outcome was not told although nobody died: " + untold_->task);
+        ++lostOutcomes_;
+    }
+    untold_ = Untold{identifier, askerIsDead_};
+}
+
+// What a dead host has asked for may be answered after its death.
+void CAccount::NoteDeath(bool ofHost) {
+    askerIsDead_ = askerIsDead_ || ofHost;
+    if (untold_) {
+        untold_->mayBeLost = true;
+    }
 }
 
 void CAccount::EnterTold(const CLine& line) {
@@ -180,12 +198,14 @@ void CAccount::EnterTold(const CLine& line) {
     if (task.kind == "export") {
         Expect(++toldExports_ <= exports_, "an export was told as done before it was published");
     } else {
-        ++told_;
+        Expect(untold_ && untold_->task == identifier,
+               "an outcome was told that was not just handed out: " + identifier);
+        untold_.reset();
     }
 }
 
 bool CAccount::IsComplete() const {
-    bool complete = ledger_.Lost() == 0 && waiting_ == 0 && handedOut_ - told_ <= deaths_ &&
+    bool complete = ledger_.Lost() == 0 && waiting_ == 0 && (!untold_ || untold_->mayBeLost) &&
                     (!scenario_.policy || imports_ != 0);
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
         complete = complete && positions_[kind] == scenario_.records[kind];

@@ -5,9 +5,11 @@
 //   it was in the batch behind which its host died; the stored position is never ahead.
 // - A task reaches the product or is given up; it is carried out once, and once more at most for
 //   each new life of either; what is told of it has happened before.
-// - An outcome is told once. Those that the product has handed out last may be lost with whoever
-//   died: one a death. A policy comes as it is, to each life of the product to which a host has
-//   connected, and a configuration is one that the product had.
+// - An outcome is told once, and before the next is handed out. Lost may be the one that the
+// product
+//   had handed out and nobody had told when host or product died, or that it handed out to a host
+//   that was dead by then; no other. A policy comes as it is, to each life of the product to which
+//   a host has connected, and a configuration is one that the product had.
 // - The reply to a kill or block goes to the receiver of the request before it, which takes it for
 //   one more of its own (docs/life-of-a-message.md): behind an export it is one more configuration,
 //   an empty one, and the export is told as done once more; behind a policy it is one more line.
@@ -17,6 +19,7 @@
 
 #include <array>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -40,7 +43,7 @@ class CAccount {
     /// REQUIRES: in the order of the journal, one's last lines before its end.
     void Enter(const Lab::CLine& line);
     void NoteStart() { ++starts_; }
-    void NoteDeath() { ++deaths_; }
+    void NoteDeath(bool ofHost);
     /// Behind everything that a host has done in its life.
     void CloseHostLife();
 
@@ -54,7 +57,8 @@ class CAccount {
     const std::vector<std::string>& Problems() const { return problems_; }
     const Lab::CrashTest::CRecordLedger& Ledger(std::size_t kind) const { return records_[kind]; }
     std::uint64_t Tasks() const { return tasks_.size(); }
-    std::uint64_t LostOutcomes() const { return handedOut_ - told_; }
+    /// With whoever died.
+    std::uint64_t LostOutcomes() const { return lostOutcomes_ + (untold_ ? 1 : 0); }
 
   private:
     struct Task {
@@ -65,6 +69,12 @@ class CAccount {
         bool ended = false;          // something that is no other attempt was told
     };
 
+    /// Handed out and not told.
+    struct Untold {
+        std::string task;
+        bool mayBeLost;
+    };
+
     void Expect(bool holds, const std::string& otherwise);
     void CloseRecords(std::size_t kind);
     void EnterRequest(const std::string& name);
@@ -72,6 +82,7 @@ class CAccount {
     void EnterTold(const Lab::CLine& line);
     void Reach(const std::string& identifier);
     void HandOut(const std::string& identifier, bool done);
+    void HandOutOutcome(const std::string& identifier);
 
     const Scenario& scenario_;
     std::array<Lab::CrashTest::CRecordLedger, kKinds> records_;
@@ -87,12 +98,12 @@ class CAccount {
     bool productHasPolicy_ = false;  // since then
     std::uint64_t exports_ = 0;      // configurations that were published
     std::uint64_t toldExports_ = 0;
-    std::string receiver_;         // whose request installed the last one
-    std::uint64_t waiting_ = 0;    // outcomes that nobody has fetched
-    std::uint64_t handedOut_ = 0;  // of them, and told
-    std::uint64_t told_ = 0;
+    std::string receiver_;       // whose request installed the last one
+    std::uint64_t waiting_ = 0;  // outcomes that nobody has fetched
+    std::optional<Untold> untold_;
+    std::uint64_t lostOutcomes_ = 0;
+    bool askerIsDead_ = false;  // no host has connected since one died
     std::uint64_t starts_ = 0;
-    std::uint64_t deaths_ = 0;
     bool connecting_ = false;
     bool worked_ = false;
     std::vector<std::string> problems_;

@@ -285,7 +285,7 @@ class CWorld::CPlay {
                                 : std::string(fate.behind ? "behind " : "before ") + call;
             played_.deaths.push_back(TextOf(kills_[next_]) + ' ' + moment);
             journal_->Append(CLine("killed").With("who", NameOf(role)).With("moment", moment));
-            account_.NoteDeath();
+            account_.NoteDeath(role == Role::kHost);
             ++next_;
             since_ = Clock::now();
             ArmOther(role);

@@ -298,11 +298,10 @@ bool Report(const Options& options, Totals& totals) {
     tell("of them a second time", totals.twice);
     tell("batches in flight", totals.inFlight[0] + totals.inFlight[1] + totals.inFlight[2]);
     tell("tasks", totals.tasks);
-    tell("outcomes lost with whoever died", totals.lostOutcomes);
     std::cout << "proof kill: " << totals.points[0] + totals.points[1] << " points, "
               << totals.pairs << " second kills, " << totals.random << " at random, "
-              << totals.problems << " problems: " << (totals.problems == 0 ? "PASS" : "FAIL")
-              << std::endl;
+              << totals.lostOutcomes << " outcomes lost with whoever died, " << totals.problems
+              << " problems: " << (totals.problems == 0 ? "PASS" : "FAIL") << std::endl;
     return totals.problems == 0;
 }
 
