@@ -145,6 +145,13 @@ void CAccount::OffsetWasSet(const std::string& key, const std::string& text) {
     collection->stage = collection == &Of(RecordKind::kAction) ? Stage::kMoved : Stage::kIdle;
 }
 
+void CAccount::OffsetWasNotSet(const std::string& key) {
+    const Guard guard(mutex_);
+    if (Collection* const collection = Of(key)) {
+        collection->stage = Stage::kIdle;
+    }
+}
+
 void CAccount::MinerWasTold() {
     const Guard guard(mutex_);
     Collection& collection = Of(RecordKind::kAction);
@@ -157,6 +164,7 @@ void CAccount::MinerWasTold() {
 void CAccount::OutcomeHandedOut(const Outcome& outcome) {
     const Guard guard(mutex_);
     outcome_ = outcome;
+    outcomeWasRefused_ = false;
 }
 
 void CAccount::ExpectOutcomeTold() const {
@@ -193,7 +201,7 @@ void CAccount::Requested(const std::string& text, Verdict verdict) {
     }
 }
 
-void CAccount::Told(const Common::Message::Logs::CEventLog& event) {
+void CAccount::Told(const Common::Message::Logs::CEventLog& event, bool kept) {
     const Guard guard(mutex_);
     const std::string third = Identifier(event, Symbol::kThirdIdentifier);
     const auto task = std::find_if(tasks_.begin(), tasks_.end(),
@@ -206,6 +214,10 @@ void CAccount::Told(const Common::Message::Logs::CEventLog& event) {
         }
         if (!Says(event, kOutcomes[std::min<std::size_t>(outcome_->word, 2)])) {
             Broken("an outcome was told as another one");
+        }
+        if (!kept) {
+            outcomeWasRefused_ = true;
+            return;
         }
         outcome_.reset();
         ++toldOutcomes_;
@@ -281,6 +293,7 @@ void CAccount::ExpectStored(RecordKind kind, const std::string& record) const {
 void CAccount::ProcessEnded() {
     const Guard guard(mutex_);
     tasks_.clear();
+    outcome_.reset();
     policies_.clear();
     sentPolicies_ = 0;
     mayKnowNone_ = false;
@@ -288,8 +301,10 @@ void CAccount::ProcessEnded() {
 }
 
 void CAccount::ExpectBalance(const std::vector<Message>& queued) const {
-    ExpectOutcomeTold();
     const Guard guard(mutex_);
+    if (outcome_ && !outcomeWasRefused_) {
+        Broken("an outcome was not told");
+    }
     for (const Collection& collection : collections_) {
         ExpectDealtWith(collection);
     }

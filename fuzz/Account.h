@@ -5,10 +5,10 @@
 // that much, not before, and not unless it was stored. An offset that cannot be kept, or a batch
 // that cannot be stored, leaves the next request where this one was. Actions go the same way, those
 // that block, and the data miner is told in the end.
-// An outcome that the product hands out is told, once, before the next. A task reaches the product
-// and is done, or is given up and said to be so; one that failed and will be tried again is
-// neither.
-// A policy reaches the product in its turn, again and again until the product has taken it; and a
+// An outcome that the product hands out is told, once, before the next; one that the bus has
+// refused is told again, and may be lost with the module only. A task reaches the product and is
+// done, or is given up and said to be so; one that failed and will be tried again is neither. A
+// policy reaches the product in its turn, again and again until the product has taken it; and a
 // product that was just told who asks is given the last one before anything else.
 //
 // Threads: any. Errors: a broken promise ends the process, with a line that says which.
@@ -57,6 +57,8 @@ class CAccount {
     void AnsweredUnclearly();
     void Stored(RecordKind kind, const Records& records, bool kept);
     void OffsetWasSet(const std::string& key, const std::string& text);
+    /// The store has thrown instead: nobody can tell that anything was kept.
+    void OffsetWasNotSet(const std::string& key);
     void MinerWasTold();
 
     void OutcomeHandedOut(const Outcome& outcome);
@@ -67,7 +69,8 @@ class CAccount {
     void Delivered(const Message& message);
     /// The product was sent that text.
     void Requested(const std::string& text, Verdict verdict);
-    void Told(const Common::Message::Logs::CEventLog& event);
+    /// `kept`: the bus has taken it. Of what happened to a task nothing is told again.
+    void Told(const Common::Message::Logs::CEventLog& event, bool kept = true);
 
     void PolicyDelivered(const std::string& text);
     /// A message of a policy's type that is none: as far as it has come, the module knows no policy
@@ -129,6 +132,7 @@ class CAccount {
     mutable boost::mutex mutex_;  // guards everything below
     std::array<Collection, 3> collections_;
     std::optional<Outcome> outcome_;  // handed out and not yet told
+    bool outcomeWasRefused_ = false;  // by the bus
     std::uint64_t toldOutcomes_ = 0;
     std::vector<Task> tasks_;
     std::vector<Policy> policies_;  // of this process, in the order of their delivery

@@ -46,6 +46,7 @@ constexpr Milliseconds kUntilAllIsAskedForAgain(3601000);
 constexpr Milliseconds kBetweenLooks(5000);
 constexpr std::int64_t kBestBuild = 5600;
 constexpr std::size_t kOutcomesChanged = 8;  // broadcast
+constexpr auto kOutcomesRequest = Common::Message::Connectors::OvAgentConnector::kTaskStatus;
 
 const char* const kIdentifiers[] = {"6ba7b810-9dad-11d1-80b4-00c04fd430c8", "", "no-uuid"};
 const char* const kKeys[] = {"XDR_ENABLED",
@@ -59,6 +60,12 @@ const char* const kTexts[] = {"", "1", "0", "true", "+1", "-1", "184467440737095
 /// One refusal less, if any is left.
 bool Refuses(std::atomic<int>& refusals) {
     return refusals > 0 && refusals-- > 0;
+}
+
+void ThrowIf(bool fails) {
+    if (fails) {
+        throw std::runtime_error("the host has failed");
+    }
 }
 
 /// What a product may answer, by the low bits: a good reply, refusals, broken replies, failures.
@@ -149,8 +156,8 @@ void CConversation::BeginHost() {
     host_->bus->OnPublish([this](const auto& message) {
         Note();
         Tell("published", message->GetName());
-        CountDelivery(message->GetMessageType());
         EnterPublished(*message);
+        CountDelivery(message->GetMessageType());
     });
     KeepAccount();
 }
@@ -158,18 +165,25 @@ void CConversation::BeginHost() {
 void CConversation::KeepAccount() {
     const auto& values = host_->database->keyValues;
     values->OnGet([this, values = values.get()](const std::string& key) {
+        ThrowIf(Refuses(failedReads_));
         account_.OffsetWasRead(key, values->Text(key));
     });
     values->OnSet([this](const std::string& key, const std::string& value) {
         Tell("set", key + '=' + value);
         account_.OffsetWasSet(key, value);
+        if (Refuses(failedWrites_)) {
+            account_.OffsetWasNotSet(key);
+            ThrowIf(true);
+        }
         return !Refuses(refusedOffsets_);
     });
     host_->database->remediationActions->SetRecording(false);
     host_->database->remediationActions->OnStore([this](const auto& actions) {
         Tell("stored", std::to_string(actions.size()));
-        const bool kept = !Refuses(refusedActions_);
+        const bool throws = Refuses(failedActions_);
+        const bool kept = !throws && !Refuses(refusedActions_);
         account_.Stored(RecordKind::kAction, actions, kept);
+        ThrowIf(throws);
         return kept;
     });
 }
@@ -178,9 +192,7 @@ void CConversation::EnterPublished(const Common::Kernel::IMessage& message) {
     const auto enter = [this](RecordKind kind, const std::vector<std::string>& records) {
         const bool kept = !Refuses(refusedBatches_);
         account_.Stored(kind, records, kept);
-        if (!kept) {
-            throw std::runtime_error("the bus has no room");
-        }
+        ThrowIf(!kept);
     };
     if (const auto* logs = dynamic_cast<const CDataMinerStoreEcsIndicatorLogs*>(&message)) {
         enter(RecordKind::kIndicator, logs->GetLogs());
@@ -189,7 +201,12 @@ void CConversation::EnterPublished(const Common::Kernel::IMessage& message) {
     } else if (message.GetMessageType() == MessageType::DataMinerOutOfOrderEvent) {
         account_.MinerWasTold();
     } else if (message.GetMessageType() == MessageType::TaskEvent) {
-        account_.Told(dynamic_cast<const Common::Message::Logs::CEventLog&>(message));
+        const bool kept = !Refuses(failedEvents_);
+        account_.Told(dynamic_cast<const Common::Message::Logs::CEventLog&>(message), kept);
+        ThrowIf(!kept);
+    } else if (const auto* trigger = dynamic_cast<const COvAgentRequest*>(&message)) {
+        ThrowIf(Refuses(failedTriggers_) ||
+                (trigger->GetRequestType() == kOutcomesRequest && Refuses(failedRequests_)));
     }
 }
 
@@ -534,8 +551,15 @@ void CConversation::LoseProduct(Milliseconds duration) {
     collected_.AnswerAlways(std::nullopt);
 }
 
+void CConversation::FailHost(Argument argument) {
+    std::atomic<int>* const failures[] = {&failedEvents_, &failedTriggers_, &failedReads_,
+                                          &failedWrites_, &failedActions_};
+    *failures[argument % 5] = argument / 20 % 4 == 3 ? kLasting : argument / 5 % 4 + 1;
+}
+
 void CConversation::EndFaults() {
     refusedBatches_ = refusedOffsets_ = refusedActions_ = 0;
+    failedEvents_ = failedTriggers_ = failedReads_ = failedWrites_ = failedActions_ = 0;
     for (const char* const flag : {"XDR_ENABLED", "XDR_HOST", "OV_REMEDIATION_ENABLED"}) {
         host_->database->keyValues->Put(flag, "1");
     }
@@ -553,7 +577,7 @@ void CConversation::EndFaults() {
     }
 }
 
-void CConversation::ExpectRecovery(bool announced) {
+void CConversation::ExpectRecovery(bool announced, int refusedRequests) {
     EndFaults();
     std::uint64_t overheard = collected_.Overheard();
     clock_->Advance(kUntilConnected);
@@ -568,11 +592,13 @@ void CConversation::ExpectRecovery(bool announced) {
     const auto& values = host_->database->keyValues;
     clock_->Advance(kBetweenLooks * (collected_.BatchesLeft(*values) + 1));
     if (announced) {
+        failedRequests_ = refusedRequests;
         product_->SetBroadcast(kOutcomesChanged, ++announcements_);
-        clock_->Advance(kUntilAnnouncementWasTaken);
+        clock_->Advance(kUntilAnnouncementWasTaken + kBetweenLooks * refusedRequests);
     } else {
         clock_->Advance(kUntilAllIsAskedForAgain);
     }
+    failedRequests_ = 0;
     collected_.ExpectNothingLeft(*values);
 }
 

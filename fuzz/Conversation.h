@@ -84,12 +84,16 @@ class CConversation {
     /// The product is away for that long: it answers neither requests nor pings.
     void LoseProduct(ITurnClock::Milliseconds duration);
     void Pass(ITurnClock::Milliseconds duration) { clock_->Advance(duration); }
+    /// The host throws: its bus at events of tasks or at triggers, its store at readings, writings
+    /// or actions; up to four times, or until the faults are over.
+    void FailHost(std::uint8_t argument);
     /// Everything answers, keeps and is registered again. Then all that was asked for must be done
     /// in the time that the module may take. Tasks and policies: eleven seconds, the longest wait
     /// for a connection, and one, as long again for each that somebody else overheard. Records: by
     /// batches, one every five seconds. Outcomes: eleven seconds when the product announces them,
-    /// otherwise an hour and a second.
-    void ExpectRecovery(bool announced);
+    /// otherwise an hour and a second. The bus may refuse the request that an announcement leads
+    /// to, each time until the next look.
+    void ExpectRecovery(bool announced, int refusedRequests = 0);
     void End();
 
     /// What the module has logged. REQUIRES: Run has returned.
@@ -152,6 +156,13 @@ class CConversation {
     std::atomic<int> refusedBatches_{0};
     std::atomic<int> refusedOffsets_{0};
     std::atomic<int> refusedActions_{0};
+    // At what it throws next.
+    std::atomic<int> failedEvents_{0};
+    std::atomic<int> failedTriggers_{0};
+    std::atomic<int> failedRequests_{0};  // for outcomes
+    std::atomic<int> failedReads_{0};
+    std::atomic<int> failedWrites_{0};
+    std::atomic<int> failedActions_{0};
 
     const boost::shared_ptr<Test::KelcommScript> product_;
     const boost::shared_ptr<ITurnClock> clock_;

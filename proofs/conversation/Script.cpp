@@ -1,5 +1,6 @@
 #include "proofs/conversation/Script.h"
 
+#include <algorithm>
 #include <cmath>
 #include <random>
 
@@ -25,6 +26,7 @@ constexpr Weight kWeights[] = {
     {Step::kRestartHost, 2},
 };
 constexpr int kOutages = 4;
+constexpr int kHostFailures = 6;
 
 // The keys of a policy's flags, by their places in the conversation's table, and the text "1"; the
 // first text is empty.
@@ -59,7 +61,7 @@ class CDice {
 };
 
 Act Draw(CDice& dice) {
-    int all = kOutages;
+    int all = kOutages + kHostFailures;
     for (const Weight& weight : kWeights) {
         all += weight.weight;
     }
@@ -69,11 +71,14 @@ Act Draw(CDice& dice) {
             const std::uint8_t argument = weight.operation == Step::kSetKey
                                               ? SetsKey(kFlags[dice.Below(3)], dice.Below(8))
                                               : dice.Byte();
-            return {false, weight.operation, argument, {}};
+            return {Act::kStep, weight.operation, argument, {}};
         }
         lot -= weight.weight;
     }
-    return {true, 0, 0, dice.Duration()};
+    if (lot < kHostFailures) {
+        return {Act::kHostFails, 0, dice.Byte(), {}};
+    }
+    return {Act::kOutage, 0, 0, dice.Duration()};
 }
 
 }  // namespace
@@ -82,10 +87,10 @@ Script ScriptOf(std::uint64_t seed) {
     CDice dice(seed);
     Script script{dice.Below(4) == 0, {}};
     for (int parts = 1 + dice.Below(3); parts > 0; --parts) {
-        Script::Part part{{}, dice.Below(4) != 0};
+        Script::Part part{{}, dice.Below(4) != 0, std::max(0, dice.Below(5) - 2)};
         for (const int flag : kFlags) {
             const int text = dice.Below(2) != 0 ? kOne : 0;
-            part.acts.push_back({false, Step::kSetKey, SetsKey(flag, text), {}});
+            part.acts.push_back({Act::kStep, Step::kSetKey, SetsKey(flag, text), {}});
         }
         for (int acts = dice.Below(40); acts > 0; --acts) {
             part.acts.push_back(Draw(dice));

@@ -11,7 +11,8 @@
 namespace Kyr::Proofs::Conversation {
 
 struct Act {
-    bool isOutage = false;  // of the product, for `duration`
+    enum Kind { kStep, kOutage, kHostFails };  // an outage of the product, for `duration`
+    Kind kind = kStep;
     std::uint8_t operation = 0;
     std::uint8_t argument = 0;
     std::chrono::milliseconds duration{0};
@@ -22,6 +23,7 @@ struct Script {
     struct Part {
         std::vector<Act> acts;
         bool announcesOutcomes;
+        int refusedRequests;  // for these outcomes, by the bus
     };
     bool beginsWithoutProduct;
     std::vector<Part> parts;

@@ -66,16 +66,22 @@ std::uint64_t Play(std::uint64_t seed, bool told, Figures& figures, CWatchdog& w
         for (const Act& act : part.acts) {
             if (told) {
                 std::cout << std::setw(12) << clock->Now().count() << " ms  ACT "
-                          << (act.isOutage ? -1 : act.operation) << ' ' << int{act.argument} << ' '
-                          << act.duration.count() << std::endl;
+                          << (act.kind == Act::kStep ? act.operation : -act.kind) << ' '
+                          << int{act.argument} << ' ' << act.duration.count() << std::endl;
             }
-            if (act.isOutage) {
-                conversation.LoseProduct(act.duration);
-            } else {
-                conversation.Play(act.operation, act.argument);
+            switch (act.kind) {
+                case Act::kStep:
+                    conversation.Play(act.operation, act.argument);
+                    break;
+                case Act::kOutage:
+                    conversation.LoseProduct(act.duration);
+                    break;
+                case Act::kHostFails:
+                    conversation.FailHost(act.argument);
+                    break;
             }
         }
-        conversation.ExpectRecovery(part.announcesOutcomes);
+        conversation.ExpectRecovery(part.announcesOutcomes, part.refusedRequests);
     }
     conversation.End();
     figures.simulatedSeconds += static_cast<double>(clock->Now().count()) / 1000;

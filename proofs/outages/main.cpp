@@ -7,6 +7,7 @@
 #include <cmath>
 #include <iomanip>
 #include <iostream>
+#include <iterator>
 #include <malloc.h>
 #include <map>
 #include <random>
@@ -40,7 +41,8 @@ constexpr std::size_t kCommandPlace = 8;
 constexpr char kWhoAsks = '\x9A';
 
 // Arguments of the conversation's steps.
-constexpr std::uint8_t kLastingly = 36;  // is refused: batches, offsets, actions
+constexpr std::uint8_t kLastingFailure = 60;  // of the host: five
+constexpr std::uint8_t kLastingly = 36;       // is refused: batches, offsets, actions
 constexpr std::uint8_t kTenYearsBack = 0;
 constexpr std::uint8_t kTenYearsOn = 255;
 constexpr int kBuilds = 5;
@@ -134,12 +136,15 @@ void GiveWork(CConversation& conversation, CDice& dice) {
 }
 
 /// What is taken away.
-enum Kind { kProduct, kUpgrade, kCalendar, kStore, kKinds };
-const char* const kNames[] = {"product away", "another build", "calendar jumps", "store refuses"};
+enum Kind { kProduct, kUpgrade, kCalendar, kStore, kHost, kKinds };
+const char* const kNames[] = {"product away", "another build", "calendar jumps", "store refuses",
+                              "host throws"};
 
-// One in ten is the store, which keeps a module busy: it connects again and again.
+// One in ten is the host, which keeps a module busy: it connects again and again.
 Kind KindOf(int lot) {
-    return lot < 4 ? kProduct : lot < 7 ? kUpgrade : lot < 9 ? kCalendar : kStore;
+    constexpr int kLots[] = {8, 14, 18, 19};  // of twenty
+    return static_cast<Kind>(std::upper_bound(std::begin(kLots), std::end(kLots), lot) -
+                             std::begin(kLots));
 }
 
 struct Figures {
@@ -173,8 +178,12 @@ void Suffer(CWorld& world, Kind kind, CDice& dice, Figures& figures) {
     CConversation& conversation = world.Conversation();
     const Milliseconds duration = dice.Below(50) == 0 ? kWeek : dice.Duration();
     world.Forget();
-    if (kind == kStore) {
-        RefuseToKeep(conversation, dice);
+    if (kind == kStore || kind == kHost) {
+        if (kind == kStore) {
+            RefuseToKeep(conversation, dice);
+        } else {
+            conversation.FailHost(static_cast<std::uint8_t>(kLastingFailure + dice.Below(5)));
+        }
         GiveWork(conversation, dice);
         conversation.Pass(duration);
     } else {
@@ -183,7 +192,7 @@ void Suffer(CWorld& world, Kind kind, CDice& dice, Figures& figures) {
     }
     const Milliseconds end = world.Now();
     conversation.ExpectRecovery(dice.Below(4) != 0);
-    if (kind != kStore && duration >= kNoticed) {
+    if (kind < kStore && duration >= kNoticed) {
         const Milliseconds wait = world.FirstConnectionSince(end) - end;
         if (wait > kUntilConnected) {
             Fail("life " + std::to_string(world.Seed()) + ": no connection for " +
@@ -203,7 +212,7 @@ void Live(std::uint64_t seed, int outages, Figures& figures, CWatchdog& watchdog
     AllowCollecting(world.Conversation());
     for (; outages > 0; --outages) {
         GiveWork(world.Conversation(), dice);
-        Suffer(world, KindOf(dice.Below(10)), dice, figures);
+        Suffer(world, KindOf(dice.Below(20)), dice, figures);
     }
     world.Conversation().End();
 }

@@ -42,10 +42,11 @@ class AccountTest : public ::testing::Test {
         account_.HandedOut(RecordKind::kAction, 5, {"one"}, 3);
     }
 
-    void Tell(const std::string& second, const TaskOutcome& outcome) {
-        account_.Told(*Connectors::Common::MakeTaskEvent({Uuid(kFirst), Uuid(second), Uuid(kThird)},
-                                                         outcome,
-                                                         {kFirst, Base::SystemClock(), 1, 1}));
+    void Tell(const std::string& second, const TaskOutcome& outcome, bool kept = true) {
+        account_.Told(
+            *Connectors::Common::MakeTaskEvent({Uuid(kFirst), Uuid(second), Uuid(kThird)}, outcome,
+                                               {kFirst, Base::SystemClock(), 1, 1}),
+            kept);
     }
     void HandOutOutcome() { account_.OutcomeHandedOut({kFirst, kSecond, kThird, 1}); }
 
@@ -211,6 +212,31 @@ TEST_F(AccountDeathTest, OutcomeThatIsNotToldIsFound) {
     HandOutOutcome();
     EXPECT_DEATH(account_.ExpectOutcomeTold(), "an outcome was not told");
     EXPECT_DEATH(account_.ExpectBalance({}), "an outcome was not told");
+}
+
+TEST_F(AccountTest, OutcomeThatTheBusRefusesMayEndWithTheModule) {
+    HandOutOutcome();
+    Tell(kSecond, kDone, false);
+    account_.ExpectBalance({});
+    EXPECT_EQ(account_.ToldOutcomes(), 0u);
+}
+
+TEST_F(AccountDeathTest, OutcomeThatTheBusRefusesAndNobodyTellsAgainIsFound) {
+    HandOutOutcome();
+    Tell(kSecond, kDone, false);
+    EXPECT_DEATH(account_.ExpectOutcomeTold(), "an outcome was not told");
+    HandOutOutcome();
+    EXPECT_DEATH(account_.ExpectBalance({}), "an outcome was not told");
+}
+
+TEST_F(AccountTest, OffsetThatTheStoreThrowsAtLeavesItsBatchWhereItWas) {
+    HandOutActions();
+    account_.Stored(RecordKind::kAction, {"one"}, true);
+    account_.OffsetWasSet("OV_REMEDIATION_OFFSET", "8");
+    account_.OffsetWasNotSet("OV_REMEDIATION_OFFSET");
+    HandOutActions();
+    account_.Stored(RecordKind::kAction, {"one"}, false);
+    account_.ExpectBalance({});
 }
 
 TEST_F(AccountDeathTest, OutcomeThatIsToldWronglyOrTwiceIsFound) {
