@@ -6,7 +6,6 @@
 #include <cstdlib>
 #include <dlfcn.h>
 #include <iterator>
-#include <sched.h>
 #include <semaphore.h>
 #include <utility>
 
@@ -138,13 +137,6 @@ int pthread_cond_broadcast(pthread_cond_t* condition) {
 }
 
 namespace Kyr::Proofs::Conversation {
-
-void StayOnOneProcessor() {
-    cpu_set_t one;
-    CPU_ZERO(&one);
-    CPU_SET(static_cast<std::size_t>(::sched_getcpu()), &one);
-    ::sched_setaffinity(0, sizeof one, &one);
-}
 
 CSeededClock::CSeededClock(std::uint64_t seed)
     : random_(static_cast<std::uint32_t>(seed * 2654435761u % 2147483646u) + 1),

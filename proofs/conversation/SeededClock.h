@@ -25,9 +25,6 @@
 
 namespace Kyr::Proofs::Conversation {
 
-/// This process, from now on: where all threads have the same processor, a turn costs least.
-void StayOnOneProcessor();
-
 class CSeededClock final : public Fuzz::ITurnClock {
   public:
     explicit CSeededClock(std::uint64_t seed);

@@ -11,6 +11,7 @@
 
 #include "lab/common/CommandLine.h"
 #include "proofs/common/LastWords.h"
+#include "proofs/common/Processor.h"
 #include "proofs/conversation/Script.h"
 #include "proofs/conversation/SeededClock.h"
 #include "tests/endurance/Watchdog.h"
@@ -111,7 +112,7 @@ int main(int argc, char** argv) {
         return *code;
     }
     Kyr::Proofs::LeaveLastWords("conversation");
-    StayOnOneProcessor();
+    Kyr::Proofs::StayOnOneProcessor();
     CWatchdog watchdog;
     if (only != 0) {
         first = only;

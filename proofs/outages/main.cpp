@@ -19,6 +19,7 @@
 #include "fuzz/Conversation.h"
 #include "lab/common/CommandLine.h"
 #include "proofs/common/LastWords.h"
+#include "proofs/common/Processor.h"
 #include "proofs/conversation/SeededClock.h"
 #include "tests/endurance/Watchdog.h"
 #include "tests/support/AllocationWatch.h"
@@ -335,7 +336,7 @@ int main(int argc, char** argv) {
     }
     Kyr::Proofs::LeaveLastWords("outages");
     CWatchdog watchdog;
-    Kyr::Proofs::Conversation::StayOnOneProcessor();
+    Kyr::Proofs::StayOnOneProcessor();
     Figures figures;
     for (int left = outages; left > 0; left -= kOutagesOfALife) {
         Live(first++, std::min(left, kOutagesOfALife), figures, watchdog);

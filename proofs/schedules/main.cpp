@@ -3,7 +3,6 @@
 #include <cstdlib>
 #include <iostream>
 #include <map>
-#include <sched.h>
 #include <string>
 #include <sys/mman.h>
 #include <sys/wait.h>
@@ -12,6 +11,7 @@
 #include <vector>
 
 #include "lab/common/CommandLine.h"
+#include "proofs/common/Processor.h"
 #include "proofs/schedules/Runner.h"
 
 namespace {
@@ -28,25 +28,6 @@ struct Options {
     std::string scenario;
     std::string replay;
 };
-
-// Threads that run one at a time change fastest where they are.
-void StayOnProcessor(unsigned number) {
-    cpu_set_t all;
-    CPU_ZERO(&all);
-    if (sched_getaffinity(0, sizeof(all), &all) != 0) {
-        return;
-    }
-    number %= static_cast<unsigned>(CPU_COUNT(&all));
-    for (int processor = 0; processor < CPU_SETSIZE; ++processor) {
-        if (CPU_ISSET(processor, &all) && number-- == 0) {
-            cpu_set_t one;
-            CPU_ZERO(&one);
-            CPU_SET(processor, &one);
-            sched_setaffinity(0, sizeof(one), &one);
-            return;
-        }
-    }
-}
 
 class CProof {
   public:
@@ -84,7 +65,7 @@ class CProof {
         std::cout.flush();
         const pid_t child = fork();
         if (child == 0) {
-            StayOnProcessor(processor);
+            Kyr::Proofs::StayOnProcessor(processor);
             CRunner runner(*scenarios_[index], options_.seed + index);
             runner.Run(options_.schedules / scenarios_.size(), figures_[index]);
             _exit(kFine);
@@ -167,7 +148,7 @@ int main(int argc, char** argv) {
         return Kyr::Lab::kBadCommandLine;
     }
     if (replay->count() != 0) {
-        StayOnProcessor(0);
+        Kyr::Proofs::StayOnProcessor(0);
         CRunner(*scenarios.front(), options.seed).Replay(options.replay);
         return 0;
     }
