@@ -2,6 +2,8 @@
 
 Each part of each text gets a mark of its own before its last sign, all of them in one build. A test that compares the text
 prints what came instead, and so the mark. Where nobody prints it, the text is changed alone, and one of its tests must fail.
+
+Afterwards each line of the log comes twice, one text at a time, without a mark: one build for all, which a variable tells.
 """
 import os
 import shutil
@@ -12,6 +14,24 @@ from suites import programs
 # Nothing else that a test prints looks like it.
 MARK = "~{}~"
 ENVIRONMENT = {"CCACHE_SLOPPINESS": "pch_defines,time_macros"}
+
+
+# Where all lines are written; a line with all parts of the text in this variable is written twice.
+LINES = "connector/LogLine.cpp"
+TWICE = "KYR_TEXT_TWICE"
+WRITES = "            state_->logger->Log(text, state_->hostLevel, state_->source);\n"
+WRITES_TWICE = WRITES + '''            if (const char* parts = std::getenv("KYR_TEXT_TWICE")) {
+                std::istringstream all(parts);
+                std::size_t place = 0;
+                for (std::string part; place != std::string::npos && std::getline(all, part, '\\x1f');) {
+                    place = text.find(part, place);
+                    place += place == std::string::npos ? 0 : part.size();
+                }
+                if (place != std::string::npos) {
+                    state_->logger->Log(text, state_->hostLevel, state_->source);
+                }
+            }
+'''
 
 
 class DoesNotBuild(Exception):
@@ -73,6 +93,24 @@ class Copy:
         """What the test prints when it fails; None when it does not."""
         passed, output = programs.run(self.build_folder / "bin", test)
         return None if passed else output
+
+
+def unnoticed_twice(root, tests, jobs):
+    """`tests`: line of the log -> tests that expect it. The lines of which none notices that they are written twice."""
+    copy = Copy(root, jobs)
+    copy.change({})
+    source = copy.originals[LINES].decode("utf-8")
+    if source.count(WRITES) != 1:
+        raise DoesNotBuild(f"{LINES} writes lines in another way")
+    copy.put(LINES, ("#include <cstdlib>\n" + source.replace(WRITES, WRITES_TWICE)).encode("utf-8"))
+    copy.build({test.program for found in tests.values() for test in found})
+    unnoticed = []
+    for text, found in tests.items():
+        os.environ[TWICE] = "\x1f".join(text.parts)
+        if all(copy.output_of(test) is None for test in found):
+            unnoticed.append(text)
+    del os.environ[TWICE]
+    return unnoticed
 
 
 def unreached(root, tests, jobs):
