@@ -1,7 +1,7 @@
 // What the probe makes of bytes, as each of the kinds that it knows.
 //
-// An input is one byte that chooses the kind, one that chooses the command that a reply answers, and
-// the bytes.
+// An input is one byte that chooses the kind, one that chooses the command that a reply answers,
+// and the bytes.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -21,8 +21,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static const auto kinds = Kyr::Probe::Kinds();
     const std::string_view bytes(reinterpret_cast<const char*>(data) + 2, size - 2);
     Kyr::Probe::GuessKind(bytes);
-    const Kyr::Probe::Layout layout = Kyr::Probe::Decode(
-        bytes, kinds[data[0] % kinds.size()], kCommands[data[1] % std::size(kCommands)]);
+    const Kyr::Probe::Layout layout = Kyr::Probe::Decode(bytes, kinds[data[0] % kinds.size()],
+                                                         kCommands[data[1] % std::size(kCommands)]);
     for (const Kyr::Probe::Field& field : layout.fields) {
         // Nothing else is there; what is missing is noted where it should be.
         if (field.wrong.empty() && field.offset + field.length > bytes.size()) {

@@ -11,8 +11,8 @@ namespace Kyr::Probe {
 std::string ReadInput(const std::string& name);
 
 /// The bytes that hexadecimal text stands for. Blanks and line ends are passed over, so is what
-/// dumps put around the digits: an offset of four or more digits at the beginning of a line, and all
-/// behind three blanks.
+/// dumps put around the digits: an offset of four or more digits at the beginning of a line, and
+/// all behind three blanks.
 std::string FromHexText(const std::string& text);
 
 }  // namespace Kyr::Probe

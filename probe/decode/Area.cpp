@@ -33,8 +33,8 @@ class CArea {
         // What the library reads of it, too: no more than the section has.
         end_ = std::min<std::uint64_t>(begin_ + std::uint64_t{*size}, image_.size());
         if (begin_ + std::uint64_t{*size} > image_.size()) {
-            layout_.fields.back().wrong = "more than the " + std::to_string(image_.size()) +
-                                          " bytes of the section";
+            layout_.fields.back().wrong =
+                "more than the " + std::to_string(image_.size()) + " bytes of the section";
         }
         std::size_t number = 0;
         for (const std::uint32_t place : Broadcast::kValues) {
@@ -47,8 +47,8 @@ class CArea {
     std::optional<std::uint32_t> Word(std::uint64_t place, const std::string& name,
                                       std::uint64_t end) {
         if (place + 4 > end) {
-            layout_.fields.push_back({static_cast<std::size_t>(place), 4, name, "",
-                                      "outside of the area"});
+            layout_.fields.push_back(
+                {static_cast<std::size_t>(place), 4, name, "", "outside of the area"});
             return std::nullopt;
         }
         const auto word = Base::LoadLittleEndian<std::uint32_t>(

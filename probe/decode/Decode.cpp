@@ -34,7 +34,8 @@ constexpr KindRow kKinds[] = {
     {"alpc-connection", [](CFieldReader& reader, Answered) { DecodeAlpcConnection(reader); }},
     {"alpc-request", [](CFieldReader& reader, Answered) { DecodeAlpcRequest(reader); }},
     {"alpc-reply", DecodeAlpcReply},
-    {"lpc-request", [](CFieldReader& reader, Answered) { DecodeLpcRequest<std::uint32_t>(reader); }},
+    {"lpc-request",
+     [](CFieldReader& reader, Answered) { DecodeLpcRequest<std::uint32_t>(reader); }},
     {"lpc-reply", DecodeLpcReply<std::uint32_t>},
     {"lpc64-request",
      [](CFieldReader& reader, Answered) { DecodeLpcRequest<std::uint64_t>(reader); }},
@@ -83,7 +84,7 @@ std::optional<std::string> GuessKind(std::string_view bytes) {
     }
     if (PortHeader(bytes) == 40) {
         return (WordAt(bytes, NtApi::kTypeOffset) & 0xFF) == NtApi::kLpcReply ? "lpc64-reply"
-                                                                             : "lpc64-request";
+                                                                              : "lpc64-request";
     }
     if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize && bytes.size() >= 12) {
         return WordAt(bytes, 4) == 0x01000600 ? "request" : "reply";

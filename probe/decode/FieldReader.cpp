@@ -83,8 +83,8 @@ std::optional<Integer> CFieldReader::Number(const std::string& name) {
     if (!bytes) {
         return std::nullopt;
     }
-    const auto number = Base::LoadLittleEndian<Integer>(
-        reinterpret_cast<const std::uint8_t*>(bytes->data()));
+    const auto number =
+        Base::LoadLittleEndian<Integer>(reinterpret_cast<const std::uint8_t*>(bytes->data()));
     Note(offset, sizeof(Integer), name, NumberText(number));
     return number;
 }
@@ -109,8 +109,7 @@ bool CFieldReader::Expect32(const std::string& name, std::uint32_t expected) {
     return number == expected;
 }
 
-std::optional<std::string_view> CFieldReader::Bytes(const std::string& name,
-                                                    std::uint64_t length) {
+std::optional<std::string_view> CFieldReader::Bytes(const std::string& name, std::uint64_t length) {
     const std::size_t offset = at_;
     const auto bytes = Take(name, length);
     if (bytes) {

@@ -1,8 +1,8 @@
 // Takes bytes apart from the front and notes each field in a layout. Every length comes from
 // outside: what is not there is noted as missing, and nothing is read behind the end.
 //
-// Threads: one. Ownership: bytes and layout must outlive the reader. Errors: none; a reader that has
-// missed something gives nothing more.
+// Threads: one. Ownership: bytes and layout must outlive the reader. Errors: none; a reader that
+// has missed something gives nothing more.
 #pragma once
 
 #include <cstddef>
@@ -21,8 +21,8 @@ std::string NumberText(std::uint64_t number);
 /// As hexadecimal digits, two a byte; of more than 32 bytes the first ones and how many there are.
 std::string BytesText(std::string_view bytes);
 
-/// UTF-8 text in quotes, on one line: control characters, quotes and what is no UTF-8 become "\x..".
-/// Of more than 200 bytes the first ones and how many there are.
+/// UTF-8 text in quotes, on one line: control characters, quotes and what is no UTF-8 become
+/// "\x..". Of more than 200 bytes the first ones and how many there are.
 std::string QuotedText(std::string_view text);
 
 class CFieldReader {

@@ -1,5 +1,5 @@
-// What bytes turn out to be: their fields in order, each with its place, its value as text, and what
-// is wrong with it.
+// What bytes turn out to be: their fields in order, each with its place, its value as text, and
+// what is wrong with it.
 //
 // Threads: any, an object at a time. Errors: none.
 #pragma once

@@ -110,9 +110,9 @@ void DecodeTaskStatus(CFieldReader& reader) {
     }
     const std::string text = FromUtf16(units.substr(0, length));
     reader.Note(begin + *place, length, "user data", QuotedText(text));
-    const auto parts =
-        1 + std::count_if(text.begin(), text.end(),
-                          [](char one) { return one == ';' || one == ',' || one == ' '; });
+    const auto parts = 1 + std::count_if(text.begin(), text.end(), [](char one) {
+                           return one == ';' || one == ',' || one == ' ';
+                       });
     if (parts != 3) {
         reader.Blame("must be three identifiers, are " + std::to_string(parts));
     }
@@ -123,13 +123,13 @@ void DecodeOffset(CFieldReader& reader) {
 }
 
 void DecodeRecords(CFieldReader& reader) {
-    DecodeProtobuf(reader, {{1, "record", ProtobufKind::kText},
-                            {2, "result code", ProtobufKind::kNumber}});
+    DecodeProtobuf(reader,
+                   {{1, "record", ProtobufKind::kText}, {2, "result code", ProtobufKind::kNumber}});
 }
 
 void DecodeActions(CFieldReader& reader) {
-    DecodeProtobuf(reader, {{1, "action", ProtobufKind::kMessage},
-                            {2, "result code", ProtobufKind::kNumber}});
+    DecodeProtobuf(
+        reader, {{1, "action", ProtobufKind::kMessage}, {2, "result code", ProtobufKind::kNumber}});
 }
 
 struct CommandRow {
@@ -152,10 +152,9 @@ constexpr CommandRow kCommands[] = {
 };
 
 const CommandRow* FindRow(std::uint32_t command) {
-    const auto* const row =
-        std::find_if(std::begin(kCommands), std::end(kCommands), [&](const CommandRow& one) {
-            return static_cast<std::uint32_t>(one.command) == command;
-        });
+    const auto* const row = std::find_if(
+        std::begin(kCommands), std::end(kCommands),
+        [&](const CommandRow& one) { return static_cast<std::uint32_t>(one.command) == command; });
     return row == std::end(kCommands) ? nullptr : row;
 }
 

@@ -51,9 +51,8 @@ class CMessage {
         }
         const auto number = static_cast<std::uint32_t>(*tag) >> 3;
         const auto type = static_cast<std::uint32_t>(*tag & 7);
-        const auto found = std::find_if(names_.begin(), names_.end(), [&](const auto& one) {
-            return one.number == number;
-        });
+        const auto found = std::find_if(names_.begin(), names_.end(),
+                                        [&](const auto& one) { return one.number == number; });
         known_ = found == names_.end() ? nullptr : &*found;
         name_ = known_ != nullptr ? known_->name : "field " + std::to_string(number);
         switch (type) {

@@ -2,8 +2,9 @@
 
 #include <algorithm>
 #include <iomanip>
-#include <nlohmann/json.hpp>
 #include <ostream>
+
+#include <nlohmann/json.hpp>
 
 namespace Kyr::Probe {
 
@@ -30,9 +31,8 @@ void WriteTable(std::ostream& out, const Layout& layout) {
         }
         out << '\n';
     }
-    const auto wrong =
-        std::count_if(layout.fields.begin(), layout.fields.end(),
-                      [](const Field& field) { return !field.wrong.empty(); });
+    const auto wrong = std::count_if(layout.fields.begin(), layout.fields.end(),
+                                     [](const Field& field) { return !field.wrong.empty(); });
     out << layout.kind << ": " << layout.fields.size() << " fields, ";
     if (wrong == 0) {
         out << "nothing wrong\n";

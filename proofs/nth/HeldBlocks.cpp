@@ -25,7 +25,8 @@ namespace {
 
 /// Who keeps books of all that `operator new` hands out must not use it.
 template <typename T>
-struct CPlainMemory {
+class CPlainMemory {
+  public:
     using value_type = T;
 
     CPlainMemory() = default;

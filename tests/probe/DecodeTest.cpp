@@ -93,14 +93,13 @@ TEST(DecodeTest, OutcomeTellsItsTask) {
     EXPECT_THAT(DecodeHex("0c000000 00000000 18000000  eeeeeeee 05000000 0c000000"
                           "  61003b00 62003b00 63000000",
                           "reply", kGetTaskStatus),
-                testing::IsSupersetOf({"16+4 status: 5, failure",
-                                       "24+10 user data: \"a;b;c\""}));
+                testing::IsSupersetOf({"16+4 status: 5, failure", "24+10 user data: \"a;b;c\""}));
     EXPECT_EQ(Wrong("0c000000 00000000 10000000  eeeeeeee 00000000 0c000000  61000000", "reply",
                     kGetTaskStatus),
               "user data: must be three identifiers, are 1");
-    EXPECT_EQ(Wrong("0c000000 00000000 0c000000  eeeeeeee 00000000 ffffffff", "reply",
-                    kGetTaskStatus),
-              "place of the user data: outside of the record: the user data are empty");
+    EXPECT_EQ(
+        Wrong("0c000000 00000000 0c000000  eeeeeeee 00000000 ffffffff", "reply", kGetTaskStatus),
+        "place of the user data: outside of the record: the user data are empty");
 }
 
 TEST(DecodeTest, RecordsAreShownWithTheirText) {
@@ -128,12 +127,11 @@ TEST(DecodeTest, LengthsOfAMessageMustAgree) {
 }
 
 TEST(DecodeTest, AreaOfAnotherVersionIsBlamed) {
-    EXPECT_THAT(DecodeHex("20000000 00000000 4b656c436f6d6d20 03000000 00000000 20000000 00000000",
-                          "area"),
-                testing::IsSupersetOf({"0+4 size of the head: 32 (0x20)",
-                                       "8+8 magic: \"KelComm \"",
-                                       "16+4 version: 3 !must be 2",
-                                       "56+4 value 0:  !outside of the area"}));
+    EXPECT_THAT(
+        DecodeHex("20000000 00000000 4b656c436f6d6d20 03000000 00000000 20000000 00000000", "area"),
+        testing::IsSupersetOf({"0+4 size of the head: 32 (0x20)", "8+8 magic: \"KelComm \"",
+                               "16+4 version: 3 !must be 2",
+                               "56+4 value 0:  !outside of the area"}));
 }
 
 TEST(DecodeTest, RowOfSymbolsIsShownSymbolBySymbol) {
@@ -146,7 +144,7 @@ TEST(DecodeTest, RowOfSymbolsIsShownSymbolBySymbol) {
 }
 
 TEST(DecodeTest, PolicyThatIsDamagedSaysHow) {
-    EXPECT_EQ(Wrong("ff", "policy"), 
+    EXPECT_EQ(Wrong("ff", "policy"),
               "policy: not a compressed blob, does not inflate to 0 bytes (zlib -3)");
 }
 
