@@ -5,11 +5,11 @@
 //   it was in the batch behind which its host died; the stored position is never ahead.
 // - A task reaches the product or is given up; it is carried out once, and once more at most for
 //   each new life of either; what is told of it has happened before.
-// - An outcome is told once, and before the next is handed out. Lost may be the one that the
-// product
-//   had handed out and nobody had told when host or product died, or that it handed out to a host
-//   that was dead by then; no other. A policy comes as it is, to each life of the product to which
-//   a host has connected, and a configuration is one that the product had.
+// - An outcome is told once, and before the next is handed out. Lost may be the one that was handed
+//   out and not yet told when host or product died, or one that went to a host that was dead by
+//   then; no other.
+// - A policy comes as it is, to each life of the product to which a host has connected, and a
+//   configuration is one that the product had.
 // - The reply to a kill or block goes to the receiver of the request before it, which takes it for
 //   one more of its own (docs/life-of-a-message.md): behind an export it is one more configuration,
 //   an empty one, and the export is told as done once more; behind a policy it is one more line.
