@@ -1,5 +1,6 @@
 #include "kelcomm/KelcommChannel.h"
 
+#include <algorithm>
 #include <iterator>
 #include <stdexcept>
 #include <utility>
@@ -183,10 +184,10 @@ std::uint32_t CKelcommChannel::SendRequest(const KelcommChannelBuffer& request,
         // From here on the transport has worked. What the product says decides, and no reply of
         // its moves the channel to the other client.
         if (isUncleared) {
-            reply.Append(uncleared, replyLength);
-        } else {
-            reply.Resize(replyLength);
+            // No further than it goes, whatever length a client tells: zeros stand behind it then.
+            reply.Append(uncleared, std::min(replyLength, capacity));
         }
+        reply.Resize(replyLength);
         const ReplyHeader header = ReadHeader(reply);
         switch (header.status) {
             case kSuccess:

@@ -326,6 +326,16 @@ TEST_F(KelcommChannelTest, ReplyBehindAShorterOneIsAllItsOwn) {
     EXPECT_EQ(reply_.GetBytes(), KelcommReply(0, 2, TextBytes("ab")));
 }
 
+TEST_F(KelcommChannelTest, ReplyThatIsToldToBeLongerThanItsRoomEndsInZeros) {
+    alpc_->standingRequest.reply = KelcommReply(0, 0);  // 12 bytes
+    alpc_->toldBeyond = 0x10000;
+    Send();
+    ASSERT_EQ(reply_.GetSize(), 0x1000Cu);
+    const auto& bytes = reply_.GetBytes();
+    EXPECT_EQ(std::vector<unsigned char>(bytes.end() - 12, bytes.end()),
+              std::vector<unsigned char>(12, 0));
+}
+
 TEST_F(KelcommChannelTest, CallersBufferSizeIsTheFirstCapacity) {
     reply_.Resize(100);
     Send();

@@ -115,7 +115,7 @@ std::uint32_t CFakeKelcommClient::Request(std::uint32_t flags, std::uint32_t com
     }
     std::copy(answer.reply.begin(), answer.reply.end(), static_cast<unsigned char*>(reply));
     if (replyLength != nullptr) {
-        *replyLength = static_cast<std::uint32_t>(answer.reply.size());
+        *replyLength = static_cast<std::uint32_t>(answer.reply.size()) + script_->toldBeyond;
     }
     return Kelcomm::kKelcommSuccess;
 }

@@ -53,6 +53,7 @@ struct KelcommScript {
     std::function<Answer(const Request&)> serve;
     /// Every exchange leaves 0xEE in the whole room for the reply, under what it writes.
     bool soil = false;
+    std::uint32_t toldBeyond = 0;  // so many bytes more than it has written does a client tell
     std::uint32_t tooLargeCode = Kelcomm::kKelcommReplyTooLarge;
     std::vector<unsigned char> broadcastArea;  // empty: there is none
     /// Changes a value of an area that has it.
