@@ -10,7 +10,6 @@ namespace Kyr::Probe {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::uint32_t kGetStatus = 0x21;
 constexpr std::uint32_t kGetTaskStatus = 0x70;
