@@ -14,6 +14,7 @@ namespace {
 
 constexpr std::uint32_t kStatusValue = 2;                // among the broadcast values
 constexpr std::uint32_t kProblem = 1;                    // a component's status that is told
+constexpr char kPolicyLength[] = "2";                    // of "ab"
 constexpr std::uint64_t kStatuses = 0x0710000000001000;  // no others begin so
 
 }  // namespace
@@ -106,7 +107,7 @@ void CProduct::Note(const CLine& line) {
         return;
     }
     const Guard guard(mutex_);
-    if (*line.Find("action") == "import") {
+    if (*line.Find("action") == "import" && *line.Find("length") == kPolicyLength) {
         ++policies_;
     }
     if (const std::string* const userData = line.Find("userdata")) {

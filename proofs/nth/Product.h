@@ -42,7 +42,7 @@ class CProduct {
     /// handed out.
     int Done(const std::string& identifier) const;
     int HandedOut(const std::string& identifier) const;
-    /// How often a policy came.
+    /// How often a policy came whole.
     int Policies() const;
 
   private:
