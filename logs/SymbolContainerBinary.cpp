@@ -9,6 +9,7 @@
 
 #include "base/LittleEndian.h"
 #include "logs/SymbolContainer.h"
+#include "logs/SymbolTag.h"
 #include "logs/SymbolText.h"
 #include "logs/SymbolTime.h"
 
@@ -16,17 +17,7 @@ namespace Kyr::Common::Logs {
 
 namespace {
 
-// Deliberate: the tags of time and uuid are crossed against the order of the kinds in memory.
-enum class Tag : std::uint32_t {
-    kInteger = 1,
-    kDouble = 2,
-    kString = 3,
-    kResourceId = 4,
-    kUuid = 5,
-    kTime = 6,
-    kBool = 7,
-    kBlob = 8,
-};
+using Tag = SymbolTag;
 
 /// A tag and a bool.
 constexpr std::size_t kSmallestEntry = 5;

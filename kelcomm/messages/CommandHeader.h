@@ -25,6 +25,9 @@ enum class Command : std::uint32_t {
     GetEcsTelemetryLogs = 0x00100002,
 };
 
+/// What follows the header's size in every request; the product checks it.
+constexpr std::uint32_t kRequestMarker = 0x01000600;
+
 /// The bytes of a request: the header with `command`, then `body` without a terminator.
 std::vector<unsigned char> MakeRequest(Command command, std::string_view body = {});
 

@@ -8,6 +8,7 @@
 #include "kelcomm/client/BroadcastLayout.h"
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/client/PayloadHeader.h"
+#include "kelcomm/messages/CommandHeader.h"
 #include "ntapi/PortMessage.h"
 #include "probe/decode/Area.h"
 #include "probe/decode/FieldReader.h"
@@ -87,7 +88,7 @@ std::optional<std::string> GuessKind(std::string_view bytes) {
                                                                               : "lpc64-request";
     }
     if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize && bytes.size() >= 12) {
-        return WordAt(bytes, 4) == 0x01000600 ? "request" : "reply";
+        return WordAt(bytes, 4) == Kelcomm::Messages::kRequestMarker ? "request" : "reply";
     }
     return std::nullopt;
 }

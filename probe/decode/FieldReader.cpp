@@ -153,4 +153,12 @@ void CFieldReader::ExpectEnd() {
     }
 }
 
+void CFieldReader::EndAfter(std::size_t length) {
+    if (length < Remaining()) {
+        Note(at_ + length, Remaining() - length, "behind the body",
+             BytesText(Rest().substr(length)));
+        bytes_ = bytes_.substr(0, at_ + length);
+    }
+}
+
 }  // namespace Kyr::Probe

@@ -53,12 +53,14 @@ class CFieldReader {
               const std::string& value, const std::string& wrong = {});
     /// What remains, if anything does, is wrong.
     void ExpectEnd();
+    /// Notes what stands behind the next `length` bytes, which nobody reads, and ends before it.
+    void EndAfter(std::size_t length);
 
   private:
     template <typename Integer>
     std::optional<Integer> Number(const std::string& name);
 
-    const std::string_view bytes_;
+    std::string_view bytes_;
     Layout& layout_;
     std::size_t at_ = 0;
     bool good_ = true;

@@ -19,7 +19,6 @@ namespace Messages = Connectors::Common::Kelcomm::Messages;
 using Connectors::Common::Kelcomm::kPayloadHeaderSize;
 using Messages::Command;
 
-constexpr std::uint32_t kRequestMarker = 0x01000600;
 constexpr std::uint32_t kClientIdTag = 0x104;
 constexpr std::uint32_t kAgentIdTag = 0x100002;
 
@@ -191,7 +190,7 @@ std::optional<std::uint32_t> CommandOf(const std::string& text) {
 
 void DecodeRequest(CFieldReader& reader) {
     reader.Expect32("size of the header", kPayloadHeaderSize);
-    reader.Expect32("marker", kRequestMarker);
+    reader.Expect32("marker", Messages::kRequestMarker);
     const auto command = reader.U32("command");
     if (!command) {
         return;
@@ -222,6 +221,10 @@ void DecodeReply(CFieldReader& reader, std::optional<std::uint32_t> command) {
         reader.Blame("only " + std::to_string(reader.Remaining()) + " bytes are there");
     }
     const CommandRow* const row = command ? FindRow(*command) : nullptr;
+    // A task status has a fixed layout, which the connector reads whatever length is told.
+    if (row == nullptr || row->command != Command::GetTaskStatus) {
+        reader.EndAfter(*length);
+    }
     if (row != nullptr && reader.Remaining() != 0) {
         row->reply(reader);
     } else {

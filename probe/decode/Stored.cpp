@@ -5,6 +5,7 @@
 #include <string>
 
 #include "connector/tasks/PolicyBlob.h"
+#include "logs/SymbolTag.h"
 #include "probe/decode/Protobuf.h"
 
 namespace Kyr::Probe {
@@ -13,16 +14,7 @@ namespace {
 
 constexpr std::size_t kUuidSize = 16;
 
-enum class Tag : std::uint32_t {
-    kInteger = 1,
-    kDouble = 2,
-    kString = 3,
-    kResourceId = 4,
-    kUuid = 5,
-    kTime = 6,
-    kBool = 7,
-    kBlob = 8,
-};
+using Tag = Common::Logs::SymbolTag;
 
 /// False: of no kind that there is, so that nobody can tell where the next one begins.
 bool DecodeValue(CFieldReader& reader, Tag tag) {

@@ -88,6 +88,12 @@ TEST(DecodeTest, StatusThatIsNoXmlIsBlamed) {
     EXPECT_EQ(Wrong("0c000000 00000000 04000000 3c612f3e", "reply", kGetStatus), "");
 }
 
+TEST(DecodeTest, WhatIsBehindTheBodyOfAReplyIsNoPartOfIt) {
+    EXPECT_THAT(DecodeHex("0c000000 00000000 04000000 3c612f3e ff", "reply", kGetStatus),
+                testing::IsSupersetOf({"16+1 behind the body: ff", "12+4 text: \"<a/>\""}));
+    EXPECT_EQ(Wrong("0c000000 00000000 04000000 3c612f3e ff", "reply", kGetStatus), "");
+}
+
 TEST(DecodeTest, OutcomeTellsItsTask) {
     EXPECT_THAT(DecodeHex("0c000000 00000000 18000000  eeeeeeee 05000000 0c000000"
                           "  61003b00 62003b00 63000000",
