@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "kelcomm/client/Buffer.h"
@@ -24,8 +25,11 @@ CSendAgentUUIDRequest::CSendAgentUUIDRequest(std::string agentUuid)
 std::vector<unsigned char> CSendAgentUUIDRequest::Serialize() const {
     const char* const text = agentUuid_.c_str();
     CBuffer records;
-    records.AppendRecord(kFirstTag, kFirstValue, sizeof kFirstValue);
-    records.AppendRecord(kAgentUuidTag, text, static_cast<std::uint32_t>(std::strlen(text) + 1));
+    if (!records.AppendRecord(kFirstTag, kFirstValue, sizeof kFirstValue) ||
+        !records.AppendRecord(kAgentUuidTag, text,
+                              static_cast<std::uint32_t>(std::strlen(text) + 1))) {
+        throw std::bad_alloc();  // a product must not get to know us by half of it
+    }
     return MakeRequest(Command::SendAgentUUID,
                        {reinterpret_cast<const char*>(records.GetData()), records.GetSize()});
 }
