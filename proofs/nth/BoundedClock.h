@@ -17,6 +17,8 @@ class CBoundedClock final : public Base::IClock {
 
     /// Each thread may sleep so long from now on, all its sleeps together.
     void LetPass(std::chrono::milliseconds duration);
+    /// How often the watch has gone to sleep, each time behind a look. Nobody else sleeps so long.
+    std::uint64_t Looks() const { return looks_; }
 
     std::int64_t CalendarTime() const override { return clock_->CalendarTime(); }
     void SleepFor(std::chrono::milliseconds duration) override;
@@ -28,6 +30,7 @@ class CBoundedClock final : public Base::IClock {
     const boost::shared_ptr<Base::IClock> clock_;
     std::atomic<std::chrono::milliseconds> allowed_{std::chrono::milliseconds(0)};
     std::atomic<std::uint64_t> stretch_{0};  // how often LetPass was called
+    std::atomic<std::uint64_t> looks_{0};
 };
 
 }  // namespace Kyr::Proofs::Nth

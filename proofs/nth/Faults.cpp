@@ -2,6 +2,7 @@
 
 #include <atomic>
 
+#include "proofs/nth/MallocCalls.h"
 #include "tests/support/AllocationWatch.h"
 
 namespace Kyr::Proofs::Nth {
@@ -25,12 +26,16 @@ std::string NameOf(Place place) {
     switch (place) {
         case Place::kAllocation:
             return "allocation";
+        case Place::kMalloc:
+            return "malloc";
         case Place::kThread:
             return "thread creation";
         case Place::kLock:
             return "lock creation";
         case Place::kNativeCall:
             return "native call";
+        case Place::kAreaCall:
+            return "area call";
         case Place::kExchange:
             return "exchange";
         case Place::kStoreRead:
@@ -111,6 +116,7 @@ CModuleCall::~CModuleCall() {
 }
 
 void WatchAllocations() {
+    FindCallersOfMalloc();
     Test::SetAllocationJudge([]() noexcept { return !Strikes(Place::kAllocation); });
 }
 

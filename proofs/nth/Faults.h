@@ -15,10 +15,12 @@
 namespace Kyr::Proofs::Nth {
 
 enum class Place {
-    kAllocation,
-    kThread,  // its creation
-    kLock,    // its creation
+    kAllocation,  // by operator new
+    kMalloc,      // or calloc or realloc, where the module or its zlib calls it
+    kThread,      // its creation
+    kLock,        // its creation
     kNativeCall,
+    kAreaCall,  // one of those that reach the broadcast area
     kExchange,  // a native call that takes a request to the product, after it has
     kStoreRead,
     kStoreWrite,
@@ -76,7 +78,7 @@ class CModuleCall {
 /// Whether the calling thread is in a CSurroundings.
 bool IsInSurroundings() noexcept;
 
-/// Lets Strikes hear of allocations; threads and locks are heard of anyway.
+/// Lets Strikes hear of allocations, of both kinds; threads and locks are heard of anyway.
 void WatchAllocations();
 
 }  // namespace Kyr::Proofs::Nth

@@ -7,16 +7,10 @@
 #include <stdexcept>
 
 #include <boost/make_shared.hpp>
-#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "connector/Subscriber.h"
-#include "host/Catalogue.h"
 #include "host/kernel/Resources.h"
-#include "host/logs/Symbols.h"
-#include "logs/DataMinerMessages.h"
-#include "logs/EventLog.h"
-#include "logs/StatusLog.h"
 #include "proofs/nth/Faults.h"
 
 namespace Kyr::Proofs::Nth {
@@ -24,14 +18,8 @@ namespace Kyr::Proofs::Nth {
 namespace {
 
 using namespace Common::Kernel;
-using Common::Message::DataMiners::CDataMinerStoreEcsIndicatorLogs;
-using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
-namespace Outcome = Common::Catalogue::Task;
-namespace Symbol = Common::Logs::Symbols::Task;
-namespace Status = Common::Logs::Symbols::ProtectionStatus;
 using Guard = boost::lock_guard<boost::mutex>;
 
-constexpr int kActions = 2;
 constexpr int kMostRefusals = 15;  // a millisecond apart
 
 // Kinds of a fault; others fail without an exception.
@@ -118,7 +106,7 @@ class CInstallation : public IInstallConfigurationResource {
   public:
     std::string GetInstanceUUID() const override {
         const CSurroundings surroundings;
-        return "12345678-9abc-def0-1234-56789abcdef0";
+        return kInstance;
     }
 };
 
@@ -194,7 +182,7 @@ void CHost::Deliver(const Message& message) {
     // A bus keeps what a subscriber did not take. A fault that lasts is over some day.
     for (int refusals = 0;; ++refusals) {
         try {
-            Publish(message, {});
+            Route(message, {});
             return;
         } catch (...) {
             refused_ = true;
@@ -233,32 +221,10 @@ std::vector<std::string> CHost::Lines(int level) const {
     return lines;
 }
 
-std::vector<std::string> CHost::Records(int kind) const {
-    const Guard guard(mutex_);
-    return records_[kind];
-}
-
 std::string CHost::Value(const std::string& key) const {
     const Guard guard(mutex_);
     const auto found = values_.find(key);
     return found == values_.end() ? std::string() : found->second;
-}
-
-int CHost::Told(const std::string& identifier) const {
-    const Guard guard(mutex_);
-    const auto found = told_.find(identifier);
-    return found == told_.end() ? 0 : found->second;
-}
-
-int CHost::Told(std::uint64_t status) const {
-    const Guard guard(mutex_);
-    const auto found = statuses_.find(status);
-    return found == statuses_.end() ? 0 : found->second;
-}
-
-int CHost::Connections() const {
-    const Guard guard(mutex_);
-    return connections_;
 }
 
 bool CHost::WasConnected() const {
@@ -288,7 +254,14 @@ void CHost::Publish(const Message& message, const boost::shared_ptr<IDeliveryCon
         Fail("publish");
         throw std::bad_alloc();
     }
-    Enter(*message);
+    {
+        const Guard guard(mutex_);
+        told_.Enter(*message);
+    }
+    Route(message, context);
+}
+
+void CHost::Route(const Message& message, const boost::shared_ptr<IDeliveryContext>& context) {
     std::set<Subscriber> served;
     {
         const Guard guard(mutex_);
@@ -350,34 +323,8 @@ bool CHost::Store(const std::vector<std::string>& actions) {
         return false;
     }
     const Guard guard(mutex_);
-    records_[kActions].insert(records_[kActions].end(), actions.begin(), actions.end());
+    told_.EnterActions(actions);
     return true;
-}
-
-void CHost::Enter(const IMessage& message) {
-    const Guard guard(mutex_);
-    const auto keep = [this](int kind, const std::vector<std::string>& records) {
-        records_[kind].insert(records_[kind].end(), records.begin(), records.end());
-    };
-    if (const auto* logs = dynamic_cast<const CDataMinerStoreEcsIndicatorLogs*>(&message)) {
-        keep(0, logs->GetLogs());
-    } else if (const auto* more = dynamic_cast<const CDataMinerStoreEcsTelemetryLogs*>(&message)) {
-        keep(1, more->GetLogs());
-    } else if (message.GetMessageType() == MessageType::PresenceStatus) {
-        ++connections_;
-    } else if (message.GetMessageType() == MessageType::ProductStatus) {
-        const auto& log = dynamic_cast<const Common::Message::Logs::CStatusLog&>(message);
-        ++statuses_[log.GetSymbols()->GetRow(0)->GetResourceId(Status::kStatus)];
-    } else if (message.GetMessageType() == MessageType::TaskEvent) {
-        const auto& event = dynamic_cast<const Common::Message::Logs::CEventLog&>(message);
-        const auto symbols = event.GetSymbols();
-        const bool willBeTriedAgain =
-            symbols->GetInt32(Symbol::kStatus) == Outcome::kNotFailed &&
-            symbols->GetResourceId(Symbol::kOutcome) == Outcome::kFailedText;
-        if (!willBeTriedAgain) {
-            ++told_[symbols->GetUuid(Symbol::kThirdIdentifier).uuid()];
-        }
-    }
 }
 
 }  // namespace Kyr::Proofs::Nth

@@ -11,16 +11,16 @@
 #include <string>
 #include <vector>
 
+#include <boost/thread/lock_guard.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/weak_ptr.hpp>
 
 #include "host/kernel/IMessage.h"
 #include "host/kernel/IResource.h"
 #include "host/kernel/ISubscriber.h"
+#include "proofs/nth/Told.h"
 
 namespace Kyr::Proofs::Nth {
-
-constexpr int kRecordKinds = 3;  // indicators, telemetry, actions
 
 class CHost : public Common::Kernel::IResourceProvider {
   public:
@@ -50,14 +50,13 @@ class CHost : public Common::Kernel::IResourceProvider {
     /// What lines must say: a text for each fault that has struck a call of this host, unless it
     /// costs nothing.
     std::vector<std::string> OwedLines() const;
-    std::vector<std::string> Records(int kind) const;
     std::string Value(const std::string& key) const;
-    /// How often an end, good or bad, was told of the task of that third identifier.
-    int Told(const std::string& identifier) const;
-    /// How often that status was told.
-    int Told(std::uint64_t status) const;
-    /// How many connections were announced; a watch ends with each, and what it has noted.
-    int Connections() const;
+    /// What `question` finds in what was told so far.
+    template <typename Question>
+    auto Ask(const Question& question) const {
+        const boost::lock_guard<boost::mutex> guard(mutex_);
+        return question(told_);
+    }
 
     // What the resources call.
     void Publish(const Message& message,
@@ -70,7 +69,8 @@ class CHost : public Common::Kernel::IResourceProvider {
 
   private:
     void Fail(const std::string& what);
-    void Enter(const Common::Kernel::IMessage& message);
+    void Route(const Message& message,
+               const boost::shared_ptr<Common::Kernel::IDeliveryContext>& context);
 
     std::map<int, boost::shared_ptr<Common::Kernel::IResource>> resources_;
     bool refused_ = false;                                              // the delivering thread's
@@ -79,11 +79,8 @@ class CHost : public Common::Kernel::IResourceProvider {
     std::multimap<Common::Kernel::MessageType, Subscriber> subscribers_;
     std::vector<std::pair<int, std::string>> lines_;
     std::vector<std::string> owedLines_;
-    std::vector<std::string> records_[kRecordKinds];
     std::map<std::string, std::string> values_;
-    std::map<std::string, int> told_;
-    std::map<std::uint64_t, int> statuses_;
-    int connections_ = 0;
+    CTold told_;
 };
 
 }  // namespace Kyr::Proofs::Nth

@@ -1,14 +1,15 @@
 #include "proofs/nth/Life.h"
 
 #include <algorithm>
-#include <set>
 
 #include <boost/make_shared.hpp>
 
+#include "host/kernel/IMessage.h"
 #include "host/module/Response.h"
 #include "logs/OvAgentRequest.h"
 #include "ntapi/Status.h"
 #include "proofs/common/HostMessages.h"
+#include "proofs/nth/Account.h"
 #include "proofs/nth/NativeFaults.h"
 #include "tests/support/product/FakeBuildReader.h"
 
@@ -20,6 +21,8 @@ using namespace Connectors::OvAgentConnector;
 using namespace Common::Message::Connectors::OvAgentConnector;
 using Clock = std::chrono::steady_clock;
 using Milliseconds = std::chrono::milliseconds;
+
+constexpr int kWrongReplies = 2;  // in a life
 
 // The host asks for one, and the first look of the watch.
 constexpr int kStatusesOfABeginning = 2;
@@ -41,6 +44,22 @@ constexpr Milliseconds kPatience(10000);
 // looks of the watch, one that finds a change, two until it is due, one for what a bus refused.
 constexpr std::chrono::minutes kWithFault(10);
 constexpr std::chrono::seconds kBound(20);
+
+// A change is found in the look behind it, and told two looks later; two more are for what the
+// watch has begun by then.
+constexpr std::uint64_t kLooksUntilLate = 5;
+
+constexpr char kNoReply[] = "Bad cast to Kyr::Common::Module::CResponse";
+
+/// What comes as a reply and is none; the module says so with a line.
+class CNoReply : public Common::Kernel::IMessage {
+  public:
+    Common::Kernel::MessageType GetMessageType() const override {
+        return Common::Kernel::MessageType::Reply;
+    }
+    std::string GetName() const override { return "NoReply"; }
+    bool Equals(const Common::Kernel::IMessage& other) const override { return this == &other; }
+};
 
 template <typename Condition>
 bool Await(Milliseconds patience, const Condition& condition) {
@@ -73,7 +92,7 @@ bool Calls(const Call& call) {
 }  // namespace
 
 CLife::CLife(CProduct& product, boost::shared_ptr<CBoundedClock> clock)
-    : product_(product), clock_(std::move(clock)) {
+    : product_(product), clock_(std::move(clock)), firstLook_(clock_->Looks()) {
     product_.BeginLife();
 }
 
@@ -88,7 +107,7 @@ CLife::Problems CLife::Run(Part part, const Fault& fault) {
     if (part == Part::kWork) {
         Lift();
     }
-    WorkAgain(fault);
+    WorkAgain();
     clock_->LetPass(kBound);
     if (part == Part::kEnd) {
         Arm(fault);
@@ -97,8 +116,7 @@ CLife::Problems CLife::Run(Part part, const Fault& fault) {
     if (part == Part::kEnd) {
         Lift();
     }
-    ExpectAccount();
-    ExpectLines(fault);
+    ExpectAccount(fault);
     return problems_;
 }
 
@@ -146,10 +164,13 @@ void CLife::Work(const Fault& fault) {
         return Nth::HasStruck() ||
                (product_.Done(kKill) != 0 && product_.Done(kBlock) != 0 &&
                 product_.HandedOut(kOutcome) != 0 && host_.Value("OV_REMEDIATION_OFFSET") == "3" &&
-                host_.Told(product_.Status()) >= kStatusesOfABeginning);
+                host_.Ask([this](const CTold& told) {
+                    return told.Statuses(product_.Status()) >= kStatusesOfABeginning;
+                }));
     });
     ChangeStatus();
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(1));
+    host_.Deliver(boost::make_shared<CNoReply>());
     if (!Nth::HasStruck() && fault.uses != 0) {
         Await(Milliseconds(20), [] { return Nth::HasStruck(); });
     }
@@ -179,7 +200,31 @@ bool CLife::PortIsNamed(const Fault& fault) const {
 
 void CLife::Lift() {
     struck_ = struck_ || Nth::HasStruck();
+    changeCameLate_ = changeCameLate_ || IsChangeLate();
     Disarm();
+}
+
+bool CLife::IsChangeLate() const {
+    return looks_ != 0 && clock_->Looks() >= looks_ + kLooksUntilLate &&
+           host_.Ask([](const CTold& told) { return told.Triggers(kProtectionStatus); }) ==
+               triggers_;
+}
+
+int CLife::TaskStatusesTold(const std::string& identifier) const {
+    return host_.Ask([&](const CTold& told) {
+        const CTold::Task task = told.TaskOf(identifier);
+        return task.outcomes + task.givenUp;
+    });
+}
+
+bool CLife::WasStatusTold() const {
+    return host_.Ask([this](const CTold& told) { return told.Statuses(product_.Status()) != 0; });
+}
+
+std::ptrdiff_t CLife::WrongReplies() const {
+    const auto lines = host_.Lines(3);
+    return std::count_if(lines.begin(), lines.end(),
+                         [](const std::string& line) { return Contains(line, kNoReply); });
 }
 
 template <typename Condition>
@@ -190,40 +235,48 @@ void CLife::Expect(const char* what, const Condition& condition) {
 }
 
 void CLife::ChangeStatus() {
-    connections_ = host_.Connections();
+    host_.Ask([this](const CTold& told) {
+        connections_ = told.Connections();
+        triggers_ = told.Triggers(kProtectionStatus);
+    });
+    looks_ = clock_->Looks();
     product_.ChangeStatus();
 }
 
-void CLife::WorkAgain(const Fault& fault) {
+void CLife::WorkAgain() {
     clock_->LetPass(kBound);
     host_.Deliver(MakeKill(kKillAgain));
     host_.Deliver(MakeTrigger(kTaskStatus));
     host_.Deliver(boost::make_shared<Common::Module::CResponse>(2));
     Expect("a task after the fault was not done",
            [this] { return product_.Done(kKillAgain) != 0; });
-    Expect("a kill was lost", [this] { return product_.Done(kKill) + host_.Told(kKill) != 0; });
-    Expect("a block was lost", [this] { return product_.Done(kBlock) + host_.Told(kBlock) != 0; });
+    Expect("a kill was lost",
+           [this] { return product_.Done(kKill) + TaskStatusesTold(kKill) != 0; });
+    Expect("a block was lost",
+           [this] { return product_.Done(kBlock) + TaskStatusesTold(kBlock) != 0; });
     Expect("a policy was lost", [this] { return product_.Policies() != 0; });
-    Expect("a configuration was lost", [this] { return host_.Told(kExport) != 0; });
+    Expect("a configuration was lost", [this] { return TaskStatusesTold(kExport) != 0; });
     const char* const offsets[] = {"XDR_OFFSET", "XDR_TELEMETRY_OFFSET", "OV_REMEDIATION_OFFSET"};
     for (const char* const offset : offsets) {
         Expect("records were not fetched", [&] { return host_.Value(offset) == "3"; });
     }
     // With the one before it, that one has been asked for.
     Expect("an outcome after the fault was not told",
-           [this] { return host_.Told(kKillAgain) != 0; });
-    if (host_.Told(kOutcome) == 0 &&
-        !(fault.place == Place::kExchange && product_.HandedOut(kOutcome) == 1)) {
-        problems_.emplace_back("an outcome was not told");
-    }
+           [this] { return TaskStatusesTold(kKillAgain) != 0; });
     Expect("replies wait for a thread", [this] { return !host_.HasReplies(); });
-    const auto statusWasTold = [this] { return host_.Told(product_.Status()) != 0; };
+    const auto wrongReplies = WrongReplies();
+    host_.Deliver(boost::make_shared<CNoReply>());
+    Expect("a reply after the fault was not looked at",
+           [&] { return WrongReplies() > wrongReplies; });
     // What a watch has noted goes with its connection.
-    Expect("a change of the status was not told",
-           [&] { return statusWasTold() || host_.Connections() != connections_; });
+    Expect("a change of the status was not told", [this] {
+        return WasStatusTold() ||
+               host_.Ask([this](const CTold& told) { return told.Connections() != connections_; });
+    });
     ChangeStatus();
     clock_->LetPass(kBound);
-    Expect("a change of the status after the fault was not told", statusWasTold);
+    Expect("a change of the status after the fault was not told",
+           [this] { return WasStatusTold(); });
 }
 
 void CLife::End() {
@@ -245,52 +298,38 @@ void CLife::End() {
     }
 }
 
-void CLife::ExpectAccount() {
-    // As the product has them; of actions their serialization: the type 3, and a text of 7 bytes.
-    static const std::set<std::string> all[kRecordKinds] = {
-        {"indicator1", "indicator2", "indicator3"},
-        {"telemetry1", "telemetry2", "telemetry3"},
-        {"\x08\x03\x12\x07"
-         "action1",
-         "\x08\x03\x12\x07"
-         "action2",
-         "\x08\x03\x12\x07"
-         "action3"}};
-    for (int kind = 0; kind < kRecordKinds; ++kind) {
-        const auto records = host_.Records(kind);
-        if (std::set<std::string>(records.begin(), records.end()) != all[kind]) {
-            problems_.emplace_back("records were lost, or are others");
+Effects CLife::WhatWasSeen() const {
+    Effects seen;
+    seen.taskWasGivenUp = product_.Done(kKill) == 0 || product_.Done(kBlock) == 0;
+    seen.changeCameLate = changeCameLate_;
+    host_.Ask([&](const CTold& told) {
+        seen.taskHasFailed = told.HasTaskFailed();
+        seen.connectionWasLost = told.Connections() > 1 || told.Unconnected() != 0;
+        const int looks = static_cast<int>(clock_->Looks() - firstLook_);
+        for (const int kind : {kEcsIndicatorLogs, kEcsTelemetryLogs, kRemediationActions}) {
+            seen.lookWasMissed = seen.lookWasMissed || told.Triggers(kind) < looks;
         }
-    }
+    });
+    return seen;
 }
 
-// The log's own failure, and allocations, which a line needs, too, are named by nobody.
-void CLife::ExpectLines(const Fault& fault) {
-    if (!struck_ || fault.place == Place::kLog || fault.place == Place::kAllocation) {
-        return;
-    }
-    const auto lines = host_.Lines(3);
-    const auto count = [&lines](const std::string& text) {
-        return std::count_if(lines.begin(), lines.end(),
-                             [&](const std::string& line) { return Contains(line, text.c_str()); });
+void CLife::ExpectAccount(const Fault& fault) {
+    const Fault seen{fault.place, fault.nth, struck_ ? fault.uses : 0, fault.kind};
+    const auto enter = [this](const std::vector<std::string>& problems) {
+        problems_.insert(problems_.end(), problems.begin(), problems.end());
     };
-    const auto owed = host_.OwedLines();
-    for (const std::string& text : std::set<std::string>(owed.begin(), owed.end())) {
-        // A task and the event of its failure may meet the same want of memory: one line, then.
-        const auto needed =
-            text == "std::bad_alloc" ? 1 : std::count(owed.begin(), owed.end(), text);
-        if (count(text) < needed) {
-            problems_.push_back("too few lines say: " + text);
-        }
+    host_.Ask([&](const CTold& told) {
+        enter(Judge({kOutcome, kExport, kKillAgain, {kKill, kBlock}}, seen, told, product_));
+    });
+    Dues dues;
+    dues.lines = host_.OwedLines();
+    dues.threadIsMissing = fault.place == Place::kThread && !hostWasTold_ && !host_.WasRefused();
+    dues.wrongReplies = kWrongReplies;
+    const Effects effects = WhatWasSeen();
+    if (!struck_ && effects.Any()) {
+        problems_.emplace_back("something failed without a fault");
     }
-    const bool taskWasGivenUp = product_.Done(kKill) == 0 || product_.Done(kBlock) == 0;
-    if (taskWasGivenUp && count("Message task was canceled because ") == 0) {
-        problems_.emplace_back("no line says that a task was given up");
-    }
-    if (fault.place == Place::kThread && !hostWasTold_ && !host_.WasRefused() &&
-        count("boost::thread_resource_error") == 0) {
-        problems_.emplace_back("no line says that there is no thread");
-    }
+    enter(JudgeLines(seen, effects, dues, host_.Lines(3)));
 }
 
 }  // namespace Kyr::Proofs::Nth

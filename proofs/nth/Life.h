@@ -11,6 +11,7 @@
 #include "proofs/nth/BoundedClock.h"
 #include "proofs/nth/Faults.h"
 #include "proofs/nth/Host.h"
+#include "proofs/nth/Naming.h"
 #include "proofs/nth/Product.h"
 
 namespace Kyr::Proofs::Nth {
@@ -40,17 +41,22 @@ class CLife {
     bool StartModule();
     void Begin();
     void Work(const Fault& fault);
-    void WorkAgain(const Fault& fault);
+    void WorkAgain();
     void ChangeStatus();
     void End();
     /// Ends the fault.
     void Lift();
     /// Whether some line says what a lasting fault of the port's calls costs, if it costs anything.
     bool PortIsNamed(const Fault& fault) const;
+    /// Whether the watch has had the time to tell a change, and has not.
+    bool IsChangeLate() const;
+    int TaskStatusesTold(const std::string& identifier) const;
+    bool WasStatusTold() const;
+    std::ptrdiff_t WrongReplies() const;
+    Effects WhatWasSeen() const;
     template <typename Condition>
     void Expect(const char* what, const Condition& condition);
-    void ExpectAccount();
-    void ExpectLines(const Fault& fault);
+    void ExpectAccount(const Fault& fault);
 
     CProduct& product_;
     const boost::shared_ptr<CBoundedClock> clock_;
@@ -58,7 +64,11 @@ class CLife {
     std::unique_ptr<Module> module_;
     bool struck_ = false;
     bool hostWasTold_ = false;  // by an exception
+    std::uint64_t firstLook_;   // how many looks there were before
     int connections_ = 0;       // when the status changed last
+    int triggers_ = 0;          // for the status, at the same time
+    std::uint64_t looks_ = 0;   // at the same time
+    bool changeCameLate_ = false;
     Problems problems_;
 };
 

@@ -30,15 +30,20 @@ Result Failure() {
     }
 }
 
-template <auto Member, Says says, Does does>
+/// Some functions reach the area and nothing else.
+enum class Reaches { kThePorts, kTheArea };
+
+template <auto Member, Says says, Does does, Reaches reaches>
 struct Faulty;
 
 template <typename Result, typename... Arguments,
-          Result (KYR_NTAPI* NativeFunctions::*Member)(Arguments...), Says says, Does does>
-struct Faulty<Member, says, does> {
+          Result (KYR_NTAPI* NativeFunctions::*Member)(Arguments...), Says says, Does does,
+          Reaches reaches>
+struct Faulty<Member, says, does, reaches> {
     static Result KYR_NTAPI Call(Arguments... arguments) {
         const auto system = Connectors::Common::Kelcomm::Native::SystemNativeFunctions().*Member;
-        const bool before = Strikes(Place::kNativeCall);
+        const bool before = Strikes(Place::kNativeCall) ||
+                            (reaches == Reaches::kTheArea && Strikes(Place::kAreaCall));
         const bool behind = does == Does::kEither && Strikes(Place::kExchange);
         const CSurroundings inTheSystem;
         if (!before && !behind) {
@@ -51,9 +56,14 @@ struct Faulty<Member, says, does> {
     }
 };
 
-template <auto Member, Says says, Does does = Does::kNothing>
+template <auto Member, Says says, Does does = Does::kNothing, Reaches reaches = Reaches::kThePorts>
 void Replace(NativeFunctions& functions) {
-    functions.*Member = &Faulty<Member, says, does>::Call;
+    functions.*Member = &Faulty<Member, says, does, reaches>::Call;
+}
+
+template <auto Member, Says says, Does does = Does::kNothing>
+void ReplaceOfArea(NativeFunctions& functions) {
+    Replace<Member, says, does, Reaches::kTheArea>(functions);
 }
 
 NativeFunctions MakeFaultyFunctions() {
@@ -72,13 +82,13 @@ NativeFunctions MakeFaultyFunctions() {
     Replace<&N::AlpcInitializeMessageAttribute, Says::kStatus>(functions);
     Replace<&N::IsWow64Process, Says::kNothing>(functions);
     Replace<&N::CloseHandle, Says::kNothing, Does::kItsWork>(functions);
-    Replace<&N::WaitForSingleObject, Says::kWait>(functions);
-    Replace<&N::OpenMutexW, Says::kNothing>(functions);
-    Replace<&N::ReleaseMutex, Says::kNothing, Does::kItsWork>(functions);
-    Replace<&N::OpenFileMappingW, Says::kNothing>(functions);
-    Replace<&N::MapViewOfFile, Says::kNothing>(functions);
-    Replace<&N::UnmapViewOfFile, Says::kNothing, Does::kItsWork>(functions);
-    Replace<&N::VirtualQuery, Says::kNothing>(functions);
+    ReplaceOfArea<&N::WaitForSingleObject, Says::kWait>(functions);
+    ReplaceOfArea<&N::OpenMutexW, Says::kNothing>(functions);
+    ReplaceOfArea<&N::ReleaseMutex, Says::kNothing, Does::kItsWork>(functions);
+    ReplaceOfArea<&N::OpenFileMappingW, Says::kNothing>(functions);
+    ReplaceOfArea<&N::MapViewOfFile, Says::kNothing>(functions);
+    ReplaceOfArea<&N::UnmapViewOfFile, Says::kNothing, Does::kItsWork>(functions);
+    ReplaceOfArea<&N::VirtualQuery, Says::kNothing>(functions);
     Replace<&N::OpenProcessToken, Says::kNothing>(functions);
     return functions;
 }

@@ -24,6 +24,7 @@ std::atomic<Kyr::Test::BlockWitness> givenBackTo{nullptr};
 
 /// How many allocations of this thread are left, the failing one included; 0 = none is to fail.
 thread_local unsigned untilFailure = 0;
+thread_local bool inOperatorNew = false;
 
 }  // namespace
 
@@ -52,7 +53,16 @@ void Raise(std::atomic<std::size_t>& limit, std::size_t value) noexcept {
     }
 }
 
+class CInOperatorNew {
+  public:
+    CInOperatorNew() { inOperatorNew = true; }
+    ~CInOperatorNew() { inOperatorNew = false; }
+    CInOperatorNew(const CInOperatorNew&) = delete;
+    CInOperatorNew& operator=(const CInOperatorNew&) = delete;
+};
+
 void* Allocate(std::size_t size) noexcept {
+    const CInOperatorNew inside;
     if (untilFailure != 0 && --untilFailure == 0) {
         return nullptr;
     }
@@ -168,6 +178,10 @@ CAllocationFailure::~CAllocationFailure() {
 
 bool CAllocationFailure::HasHappened() const {
     return untilFailure == 0;
+}
+
+bool IsInOperatorNew() noexcept {
+    return inOperatorNew;
 }
 
 void SetAllocationJudge(AllocationJudge asked) {

@@ -56,6 +56,9 @@ class CAllocationFailure {
 using AllocationJudge = bool (*)() noexcept;
 void SetAllocationJudge(AllocationJudge judge);
 
+/// Whether the calling thread is in `operator new`, or in a judge or witness of it.
+bool IsInOperatorNew() noexcept;
+
 /// Told of every block from now on, on its thread: when it has been handed out, and before it is
 /// given back. Must not allocate. Null: nobody is told.
 using BlockWitness = void (*)(void* block) noexcept;
