@@ -24,6 +24,13 @@ const std::string kPositionKeys[] = {"XDR_OFFSET", "XDR_TELEMETRY_OFFSET", "OV_R
 constexpr char kFirstConfiguration[] = "update-server=default\n";
 constexpr char kPolicy[] = "ab";
 
+// How the product's own failure is told, and what a module says when it gives up.
+constexpr char kFailedAtTheProduct[] = "Task failed";
+constexpr char kRetriesExhausted[] =
+    "Message task was canceled because maximum retry count was reached";
+constexpr char kProductNotAvailable[] =
+    "Message task was canceled because product is not available";
+
 std::uint64_t Number(const CLine& line, const char* key) {
     return ParseNumber(line.Value(key));
 }
@@ -93,6 +100,7 @@ void CAccount::Enter(const CLine& line) {
     } else if (kind == "log") {
         const std::string text = line.Value("text");
         connecting_ = connecting_ || text == "Connecting to product";
+        hostIsConnected_ = hostIsConnected_ || text == "Connected to product, processing tasks";
         if (text == "Set policy request to product was successfull") {
             Expect(++toldImports_ <= imports_, "a policy was said to be set that was not");
         }
@@ -103,6 +111,11 @@ void CAccount::CloseHostLife() {
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
         CloseRecords(kind);
     }
+    for (auto& task : tasks_) {
+        task.second.failures = 0;
+    }
+    hostStops_ = false;
+    hostIsConnected_ = false;
 }
 
 void CAccount::CloseRecords(std::size_t kind) {
@@ -172,9 +185,15 @@ void CAccount::HandOutOutcome(const std::string& identifier) {
 // What a dead host has asked for may be answered after its death.
 void CAccount::NoteDeath(bool ofHost) {
     askerIsDead_ = askerIsDead_ || ofHost;
+    breaks_ += ofHost ? 0 : 1;
     if (untold_) {
         untold_->mayBeLost = true;
     }
+}
+
+void CAccount::NoteStop(bool ofHost) {
+    hostStops_ = hostStops_ || ofHost;
+    breaks_ += ofHost ? 0 : 1;
 }
 
 void CAccount::EnterTold(const CLine& line) {
@@ -186,10 +205,14 @@ void CAccount::EnterTold(const CLine& line) {
     Expect(ledger_.ToldTooOften() == 0, "what was told of a task had not happened: " + identifier);
     Task& task = tasks_[identifier];
     if (status == Outcome::kNotFailed && code == Outcome::kFailedText) {
+        ++failures_;
+        ++task.failures;
         return;  // it will be tried again
     }
     task.ended = true;
-    if (code == Outcome::kCancelledText) {
+    const std::string text = line.Value("text");
+    if (status == Outcome::kFailed && text != kFailedAtTheProduct) {
+        EnterFailure(task, text);
         return;
     }
     if (status == Outcome::kNotFailed) {
@@ -201,6 +224,19 @@ void CAccount::EnterTold(const CLine& line) {
         Expect(untold_ && untold_->task == identifier,
                "an outcome was told that was not just handed out: " + identifier);
         untold_.reset();
+    }
+}
+
+// By the module itself.
+void CAccount::EnterFailure(Task& task, const std::string& text) {
+    if (text == kRetriesExhausted) {
+        Expect(task.failures == 2,
+               "a task was given up behind " + std::to_string(task.failures) + " failures");
+    } else if (text == kProductNotAvailable) {
+        Expect(hostStops_ && !hostIsConnected_,
+               "a task was given up although the product was there, or could still come");
+    } else {
+        Expect(false, "a task was given up: " + text);
     }
 }
 
@@ -226,6 +262,8 @@ void CAccount::Close() {
     Expect(!scenario_.policy || !productWasMet_ || productHasPolicy_,
            "the product was left without the policy");
     Expect(IsComplete(), "something was left undone");
+    Expect(failures_ <= breaks_, std::to_string(failures_) + " attempts failed, and a product " +
+                                     std::to_string(breaks_) + " times");
     for (const auto& task : tasks_) {
         // The first host and the first product count as one.
         Expect(task.second.deeds < starts_, "a task was carried out too often: " + task.first);

@@ -5,6 +5,9 @@
 //   it was in the batch behind which its host died; the stored position is never ahead.
 // - A task reaches the product or is given up; it is carried out once, and once more at most for
 //   each new life of either; what is told of it has happened before.
+// - An attempt at a task fails only when a product dies or is stopped, once each time. A task is
+//   given up in the host's life that has told two such failures, or by a host that is stopped
+//   before it is connected.
 // - An outcome is told once, and before the next is handed out. Lost may be the one that was handed
 //   out and not yet told when host or product died, or one that went to a host that was dead by
 //   then; no other.
@@ -44,6 +47,8 @@ class CAccount {
     void Enter(const Lab::CLine& line);
     void NoteStart() { ++starts_; }
     void NoteDeath(bool ofHost);
+    /// Somebody is told to stop.
+    void NoteStop(bool ofHost);
     /// Behind everything that a host has done in its life.
     void CloseHostLife();
 
@@ -67,6 +72,7 @@ class CAccount {
         std::uint64_t done = 0;      // of what was handed out
         std::uint64_t toldDone = 0;  // of what was told
         bool ended = false;          // something that is no other attempt was told
+        int failures = 0;            // told in this life of the host
     };
 
     /// Handed out and not told.
@@ -80,6 +86,7 @@ class CAccount {
     void EnterRequest(const std::string& name);
     void EnterDeed(const Lab::CLine& line);
     void EnterTold(const Lab::CLine& line);
+    void EnterFailure(Task& task, const std::string& text);
     void Reach(const std::string& identifier);
     void HandOut(const std::string& identifier, bool done);
     void HandOutOutcome(const std::string& identifier);
@@ -104,6 +111,10 @@ class CAccount {
     std::uint64_t lostOutcomes_ = 0;
     bool askerIsDead_ = false;  // no host has connected since one died
     std::uint64_t starts_ = 0;
+    std::uint64_t failures_ = 0;  // of attempts at tasks
+    std::uint64_t breaks_ = 0;    // a product that died or stopped
+    bool hostStops_ = false;      // it was told to
+    bool hostIsConnected_ = false;
     bool connecting_ = false;
     bool worked_ = false;
     std::vector<std::string> problems_;

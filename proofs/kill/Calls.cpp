@@ -10,6 +10,8 @@ namespace {
 
 std::atomic<Fate*> ours{nullptr};
 
+thread_local int calls = 0;  // in which the thread is, one within the other
+
 void Pass(const char* call, bool behind) noexcept {
     Fate* const fate = ours;
     if (fate == nullptr || ++fate->moments != fate->dieAt) {
@@ -31,11 +33,15 @@ void BeginLife(Fate& fate) {
 }
 
 CCall::CCall(const char* name) noexcept : name_(name) {
-    Pass(name_, false);
+    if (++calls == 1) {
+        Pass(name_, false);
+    }
 }
 
 CCall::~CCall() {
-    Pass(name_, true);
+    if (--calls == 0) {
+        Pass(name_, true);
+    }
 }
 
 }  // namespace Kyr::Proofs::Kill

@@ -30,7 +30,8 @@ void Pause(const Fate& fate);
 /// From now on the moments of this process are counted there.
 void BeginLife(Fate& fate);
 
-/// A call as long as it lives. Changes nothing of the thread, errno included. REQUIRES: a literal.
+/// A call as long as it lives; those within it are parts of it and no moments of their own. Changes
+/// nothing of the thread, errno included. REQUIRES: a literal.
 class CCall {
   public:
     explicit CCall(const char* name) noexcept;

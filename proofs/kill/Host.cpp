@@ -54,7 +54,10 @@ CLine LineOf(const IMessage& message) {
             .With("status", static_cast<std::uint64_t>(symbols->GetInt32(Symbols::Task::kStatus)))
             .With("code", symbols->GetResourceId(Symbols::Task::kOutcome))
             .With("severity",
-                  static_cast<std::uint64_t>(symbols->GetInt64(Symbols::Task::kSeverity)));
+                  static_cast<std::uint64_t>(symbols->GetInt64(Symbols::Task::kSeverity)))
+            .With("text", symbols->HasSymbol(Symbols::Task::kDescription)
+                              ? symbols->GetString(Symbols::Task::kDescription)
+                              : "");
     }
     if (message.GetMessageType() == MessageType::ConfigurationEvent) {
         const auto symbols = dynamic_cast<const CEventLog&>(message).GetSymbols();

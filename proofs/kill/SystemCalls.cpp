@@ -1,8 +1,11 @@
 // Stands before the operating system's functions that the port layer calls: the linker lets what
 // this program is made of find these instead (CMakeLists.txt has the same names).
+#include <cstdarg>
+#include <fcntl.h>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/epoll.h>
+#include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/mman.h>
 #include <sys/socket.h>
@@ -58,6 +61,57 @@ KYR_CALL(void*, mmap, (void* at, size_t size, int access, int flags, int file, o
 KYR_CALL(int, munmap, (void* at, size_t size), (at, size))
 KYR_CALL(int, pthread_mutex_clocklock,
          (pthread_mutex_t * mutex, clockid_t clock, const timespec* limit), (mutex, clock, limit))
+
+KYR_CALL(ssize_t, read, (int file, void* bytes, size_t size), (file, bytes, size))
+KYR_CALL(ssize_t, write, (int file, const void* bytes, size_t size), (file, bytes, size))
+KYR_CALL(int, renameat, (int from, const char* name, int to, const char* other),
+         (from, name, to, other))
+KYR_CALL(int, eventfd, (unsigned count, int flags), (count, flags))
+
+extern "C" {
+
+int __real_openat(int directory, const char* name, int flags, ...);
+int __wrap_openat(int directory, const char* name, int flags, ...);
+int __wrap_openat(int directory, const char* name, int flags, ...) {
+    mode_t mode = 0;
+    if ((flags & O_CREAT) != 0) {
+        va_list rest;
+        va_start(rest, flags);
+        mode = va_arg(rest, mode_t);
+        va_end(rest);
+    }
+    const CCall call("openat");
+    return __real_openat(directory, name, flags, mode);
+}
+
+// With a number, or with nothing.
+int __real_fcntl(int file, int command, ...);
+int __wrap_fcntl(int file, int command, ...);
+int __wrap_fcntl(int file, int command, ...) {
+    va_list rest;
+    va_start(rest, command);
+    const long argument = va_arg(rest, long);
+    va_end(rest);
+    const CCall call("fcntl");
+    return __real_fcntl(file, command, argument);
+}
+}
+
+// Mutexes that processes share, which are the robust ones; all others are within a process.
+#define KYR_MUTEX_CALL(name)                                \
+    extern "C" int __real_##name(pthread_mutex_t* mutex);   \
+    extern "C" int __wrap_##name(pthread_mutex_t* mutex);   \
+    int __wrap_##name(pthread_mutex_t* mutex) {             \
+        constexpr int kRobust = 16; /* the system's mark */ \
+        if ((mutex->__data.__kind & kRobust) == 0) {        \
+            return __real_##name(mutex);                    \
+        }                                                   \
+        const CCall call(#name);                            \
+        return __real_##name(mutex);                        \
+    }
+
+KYR_MUTEX_CALL(pthread_mutex_lock)
+KYR_MUTEX_CALL(pthread_mutex_trylock)
 
 // Named mutexes: all others are let go by the same function of the system, and are no calls.
 KYR_CALL(Kyr::NtApi::Bool, _ZN3Kyr9PortLayer12ReleaseMutexEPv, (void* mutex), (mutex))

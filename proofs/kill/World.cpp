@@ -225,6 +225,7 @@ class CWorld::CPlay {
         Process& process = Of(role);
         process.wanted = false;
         process.told = true;
+        account_.NoteStop(role == Role::kHost);
         FateOf(role).stop = true;
         Await("somebody does not end", [&] { return process.pid == 0; });
     }

@@ -36,14 +36,18 @@ struct Options {
     std::uint32_t workers = 2;
     std::uint32_t realWorlds = 48;
     std::uint64_t seed = 1;
+    std::uint64_t least = 0;  // points that must have been met; 0: one
     std::string scenario;
     std::string point;
+
+    bool IsWhole() const { return every == 1 && first == 0 && scenario.empty() && point.empty(); }
 };
 
 // Threads take turns as they like, so that a moment may come in one life and not in the next.
 constexpr int kLivesWithoutADeath = 5;
 constexpr std::size_t kKillsAtRandom = 4;  // in one play
 constexpr std::uint64_t kMostProblems = 20;
+constexpr std::uint64_t kLeastOfAll = 10000;  // points, when all are tried
 
 /// The sums of all worlds, in memory that they share.
 struct Totals {
@@ -278,12 +282,18 @@ std::vector<Kill> ReadPoint(const std::string& text) {
 
 bool Report(const Options& options, Totals& totals) {
     // A run that met no batch on its way has shown nothing of it.
-    const bool isWhole = options.every == 1 && options.scenario.empty() && options.point.empty();
-    for (std::size_t kind = 0; isWhole && kind < 3; ++kind) {
+    for (std::size_t kind = 0; options.IsWhole() && kind < 3; ++kind) {
         if (totals.inFlight[kind] == 0) {
             std::cout << "problem: no kill met a batch in flight of kind " << kind << '\n';
             ++totals.problems;
         }
+    }
+    const std::uint64_t points = totals.points[0] + totals.points[1];
+    const std::uint64_t least =
+        std::max<std::uint64_t>(options.least, options.IsWhole() ? kLeastOfAll : 1);
+    if (points < least && options.point != "none") {
+        std::cout << "problem: " << least << " points were expected\n";
+        ++totals.problems;
     }
     const auto tell = [](const char* name, std::uint64_t number) {
         std::cout << name << ": " << number << '\n';
@@ -298,9 +308,9 @@ bool Report(const Options& options, Totals& totals) {
     tell("of them a second time", totals.twice);
     tell("batches in flight", totals.inFlight[0] + totals.inFlight[1] + totals.inFlight[2]);
     tell("tasks", totals.tasks);
-    std::cout << "proof kill: " << totals.points[0] + totals.points[1] << " points, "
-              << totals.pairs << " second kills, " << totals.random << " at random, "
-              << totals.lostOutcomes << " outcomes lost with whoever died, " << totals.problems
+    std::cout << "proof kill: " << points << " points, " << totals.pairs << " second kills, "
+              << totals.random << " at random, " << totals.lostOutcomes
+              << " outcomes lost with whoever died, " << totals.problems
               << " problems: " << (totals.problems == 0 ? "PASS" : "FAIL") << std::endl;
     return totals.problems == 0;
 }
@@ -318,6 +328,8 @@ int main(int argc, char** argv) {
     app.add_option("--workers", options.workers, "how many worlds at once");
     app.add_option("--real-worlds", options.realWorlds, "how many at once in real time");
     app.add_option("--seed", options.seed, "of what is drawn");
+    app.add_option("--at-least", options.least,
+                   "how many points must have been met; 10,000 when all are tried, else 1");
     app.add_option("--scenario", options.scenario, "only that one");
     app.add_option("--point", options.point,
                    "one play with its story: host:<moment> or product:<moment>, with `us` a time, "
