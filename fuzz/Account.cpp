@@ -30,20 +30,26 @@ constexpr Event kGivenUp = {4, 0x10000009B, 40, nullptr};
 constexpr Event kOutcomes[] = {
     {1, 0x10000000A, 20, ""}, {1, 0x10000000B, 30, ""}, {4, 0x10000000C, 40, "Task failed"}};
 
+std::string DescriptionOf(const Common::Message::Logs::CEventLog& log) {
+    const auto symbols = log.GetSymbols();
+    return symbols->HasSymbol(Symbol::kDescription) ? symbols->GetString(Symbol::kDescription)
+                                                    : std::string();
+}
+
+// What a module says when it gives up a task, and when it is connected.
+constexpr char kRetriesExhausted[] =
+    "Message task was canceled because maximum retry count was reached";
+constexpr char kProductNotAvailable[] =
+    "Message task was canceled because product is not available";
+constexpr char kConnected[] = "Connected to product, processing tasks";
+constexpr int kFailuresOfATask = 2;
+
 bool Says(const Common::Message::Logs::CEventLog& log, const Event& event) {
     const auto symbols = log.GetSymbols();
-    const auto text = [&]() -> std::string {
-        for (std::size_t i = 0; i < symbols->GetCount(); ++i) {
-            if (symbols->GetSymbolAt(i) == Symbol::kDescription) {
-                return symbols->GetString(Symbol::kDescription);
-            }
-        }
-        return "";
-    };
     return symbols->GetInt32(Symbol::kStatus) == event.status &&
            symbols->GetResourceId(Symbol::kOutcome) == event.code &&
            symbols->GetInt64(Symbol::kSeverity) == event.severity &&
-           (event.text == nullptr || text() == event.text);
+           (event.text == nullptr || DescriptionOf(log) == event.text);
 }
 
 std::string Identifier(const Common::Message::Logs::CEventLog& log, std::int32_t symbol) {
@@ -186,6 +192,7 @@ void CAccount::Delivered(const Message& message) {
          third,
          {},
          0,
+         0,
          false});
 }
 
@@ -197,6 +204,7 @@ void CAccount::Requested(const std::string& text, Verdict verdict) {
                 Broken("a task was sent again after its end");
             }
             task.verdict = verdict;
+            task.refusals += verdict == Verdict::kAccepted ? 0 : 1;
         }
     }
 }
@@ -227,10 +235,35 @@ void CAccount::Told(const Common::Message::Logs::CEventLog& event, bool kept) {
         Broken("something was told of a task after its end");
     }
     if (Says(event, kGivenUp)) {
-        task->givenUp = true;
-    } else if (!Says(event, kWillBeTriedAgain) || ++task->failures > 2) {
+        EndTask(*task, DescriptionOf(event));
+    } else if (!Says(event, kWillBeTriedAgain) || ++task->failures > kFailuresOfATask) {
         Broken("something else was told of a task than may become of it");
+    } else if (task->failures > task->refusals) {
+        Broken("a failure of a task was told that nobody has tried");
     }
+}
+
+void CAccount::EndTask(Task& task, const std::string& text) const {
+    if (text == kRetriesExhausted) {
+        if (task.failures != kFailuresOfATask) {
+            Broken("a task was given up without its failures");
+        }
+    } else if (text != kProductNotAvailable) {
+        Broken("a task was given up for a reason that there is not");
+    } else if (!hostStops_ || wasConnected_) {
+        Broken("a task was given up although the product was there, or could still come");
+    }
+    task.givenUp = true;
+}
+
+void CAccount::HostStops() {
+    const Guard guard(mutex_);
+    hostStops_ = true;
+}
+
+void CAccount::Logged(const std::string& line) {
+    const Guard guard(mutex_);
+    wasConnected_ = wasConnected_ || line == kConnected;
 }
 
 void CAccount::PolicyDelivered(const std::string& text) {
@@ -293,6 +326,8 @@ void CAccount::ExpectStored(RecordKind kind, const std::string& record) const {
 void CAccount::ProcessEnded() {
     const Guard guard(mutex_);
     tasks_.clear();
+    hostStops_ = false;
+    wasConnected_ = false;
     outcome_.reset();
     policies_.clear();
     sentPolicies_ = 0;

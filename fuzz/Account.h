@@ -7,7 +7,9 @@
 // that block, and the data miner is told in the end.
 // An outcome that the product hands out is told, once, before the next; one that the bus has
 // refused is told again, and may be lost with the module only. A task reaches the product and is
-// done, or is given up and said to be so; one that failed and will be tried again is neither. A
+// done, or is given up and said to be so: behind two failures that were told, each after an attempt
+// of its own, or by a host that stops before its module was connected. One that failed and will be
+// tried again is neither. A
 // policy reaches the product in its turn, again and again until the product has taken it; and a
 // product that was just told who asks is given the last one before anything else.
 //
@@ -72,6 +74,10 @@ class CAccount {
     /// `kept`: the bus has taken it. Of what happened to a task nothing is told again.
     void Told(const Common::Message::Logs::CEventLog& event, bool kept = true);
 
+    /// The host asks for the module's end.
+    void HostStops();
+    void Logged(const std::string& line);
+
     void PolicyDelivered(const std::string& text);
     /// A message of a policy's type that is none: as far as it has come, the module knows no policy
     /// that a product could be given.
@@ -113,6 +119,7 @@ class CAccount {
         std::string userData;
         std::string third;
         std::optional<Verdict> verdict;  // the latest
+        int refusals = 0;                // attempts that may have failed
         int failures = 0;                // that were told
         bool givenUp = false;
 
@@ -125,6 +132,7 @@ class CAccount {
         bool MayBeDone() const { return verdict && *verdict != Verdict::kRefused; }
     };
 
+    void EndTask(Task& task, const std::string& text) const;
     static void ExpectDealtWith(const Collection& collection);
     Collection& Of(RecordKind kind) { return collections_[static_cast<std::size_t>(kind)]; }
     Collection* Of(const std::string& key);
@@ -135,6 +143,8 @@ class CAccount {
     bool outcomeWasRefused_ = false;  // by the bus
     std::uint64_t toldOutcomes_ = 0;
     std::vector<Task> tasks_;
+    bool hostStops_ = false;
+    bool wasConnected_ = false;
     std::vector<Policy> policies_;  // of this process, in the order of their delivery
     std::size_t sentPolicies_ = 0;  // the last of them is what the module remembers
     bool mayKnowNone_ = false;

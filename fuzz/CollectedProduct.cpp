@@ -59,6 +59,16 @@ CCollectedProduct::Answer Reply(const std::string& payload) {
                                   {payload.begin(), payload.end()})};
 }
 
+/// One problem, of the product's first category.
+std::string StatusText(std::uint64_t status) {
+    char number[17];
+    std::snprintf(number, sizeof number, "%016llx", static_cast<unsigned long long>(status));
+    return std::string(
+               "<TULK><SECTION><STATUS><RECORD STATUS=\"1\" "
+               "CATEGORY_RES_ID=\"0710000000000301\" STATUS_RES_ID=\"") +
+           number + "\"/></STATUS></SECTION></TULK>";
+}
+
 std::optional<RecordKind> CollectionOf(std::uint32_t command) {
     switch (command) {
         case kGetIndicators:
@@ -129,6 +139,11 @@ void CCollectedProduct::Finish(std::uint32_t word, int count) {
     }
 }
 
+std::uint64_t CCollectedProduct::ChangeStatus() {
+    const Guard guard(mutex_);
+    return ++status_;
+}
+
 void CCollectedProduct::AnswerOnce(Answer answer) {
     const Guard guard(mutex_);
     once_.push_back(std::move(answer));
@@ -154,6 +169,7 @@ CCollectedProduct::Answer CCollectedProduct::Serve(const Request& request) {
     if (command == kGetTaskStatus) {
         account_.ExpectOutcomeTold();
     }
+    reports_.ExpectStatusTold();
     std::optional<Answer> told = always_;
     if (!once_.empty()) {
         told = std::move(once_.front());
@@ -188,7 +204,8 @@ CCollectedProduct::Answer CCollectedProduct::Serve(const Request& request) {
         return HandOut(*kind, body.offset());
     }
     if (command == kGetStatus) {
-        return Reply("<TULK><SECTION><STATUS></STATUS></SECTION></TULK>");
+        reports_.StatusHandedOut(status_);
+        return Reply(StatusText(status_));
     }
     return command == kGetTaskStatus ? HandOutOutcome() : Reply("");
 }

@@ -12,6 +12,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include "fuzz/Account.h"
+#include "fuzz/Reports.h"
 #include "tests/support/host/FakeDatabase.h"
 #include "tests/support/product/FakeKelcommClient.h"
 
@@ -22,13 +23,17 @@ class CCollectedProduct {
     using Answer = Test::KelcommScript::Answer;
     using Request = Test::KelcommScript::Request;
 
-    /// REQUIRES: the account outlives the product.
-    explicit CCollectedProduct(CAccount& account) : account_(account) {}
+    /// REQUIRES: the accounts outlive the product.
+    CCollectedProduct(CAccount& account, CReports& reports)
+        : account_(account), reports_(reports) {}
 
     /// More records at the end of their list. Of the actions, every fourth does not block.
     void Append(RecordKind kind, int count);
     /// More tasks have come to that end.
     void Finish(std::uint32_t word, int count);
+
+    /// Something else is wrong with it now; returns what a log names as its status.
+    std::uint64_t ChangeStatus();
 
     /// The next answer, before all others, and the answer from then on; nothing: its own.
     void AnswerOnce(Answer answer);
@@ -53,10 +58,12 @@ class CCollectedProduct {
     Answer HandOutOutcome();
 
     CAccount& account_;
+    CReports& reports_;
     mutable boost::mutex mutex_;  // guards everything below
     std::array<std::vector<std::string>, 3> lists_;
     std::deque<Outcome> outcomes_;
     std::uint64_t finished_ = 0;
+    std::uint64_t status_ = 0x0710000000001000;  // the host knows no other that begins so
     std::deque<Answer> once_;
     std::optional<Answer> always_;
     bool statusListens_ = false;

@@ -4,10 +4,10 @@
 //     input = *( operation argument )        one byte each; an operation modulo the number of them
 //
 // Everything runs in virtual time and by turns (ITurnClock.h), so that an input always tells the
-// same life. Whatever it tells, the life must end, in order: no thread is left, every message that
-// the bus delivered to a queue has come there, none twice, and is let go in the end, and so is
-// every delivery context. What the product hands out must become what Account.h says. When all
-// faults are over, whoever plays a life may ask that all work be done in the time that it has.
+// same life. Whatever it tells, the life must end, in order, without a thread that is left, and
+// with a balance of what was delivered (AccountedHost.h). What the product hands out must become
+// what Account.h and Reports.h say. When all faults are over, whoever plays a life may ask that all
+// work be done in the time that it has.
 //
 // Not in it: replies of the host's request scheme, whose thread is started by the pushing one.
 // Threads: one conductor. Errors: a broken promise ends the process, with a line that says which.
@@ -17,21 +17,18 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
 #include <boost/thread/thread.hpp>
-#include <boost/weak_ptr.hpp>
 
 #include "fuzz/Account.h"
+#include "fuzz/AccountedHost.h"
 #include "fuzz/CollectedProduct.h"
 #include "fuzz/ITurnClock.h"
+#include "fuzz/Reports.h"
 #include "module/OvAgentConnectorModule.h"
-#include "tests/support/host/FakeHost.h"
 #include "tests/support/product/FakeBuildReader.h"
 #include "tests/support/product/FakeKelcommClient.h"
 
@@ -62,7 +59,7 @@ class CConversation {
         kRestartHost,
         kStepCount
     };
-    using Trace = std::function<void(const char* what, const std::string& text)>;
+    using Trace = CAccountedHost::Trace;
 
     /// In virtual time by TurnClock.h.
     CConversation();
@@ -77,7 +74,7 @@ class CConversation {
 
     /// Told of everything that the outside sees, by whoever does it; lines are not kept then.
     /// REQUIRES: the life has not begun.
-    void OnTrace(Trace trace);
+    void OnTrace(Trace trace) { host_.OnTrace(std::move(trace)); }
     void Begin();
     void BeginWithoutProduct();
     void Play(std::uint8_t operation, std::uint8_t argument);
@@ -97,7 +94,7 @@ class CConversation {
     void End();
 
     /// What the module has logged. REQUIRES: Run has returned.
-    std::vector<std::string> Lines() const { return log_->Lines(); }
+    std::vector<std::string> Lines() const { return host_.Lines(); }
     const CAccount& Account() const { return account_; }
 
   private:
@@ -126,59 +123,33 @@ class CConversation {
     void JumpCalendar(Argument argument);
     void RestartHost(Argument argument);
 
-    void BeginHost();
     void BeginModule();
     void EndModule();
+    /// The host is about to ask for the end.
+    void Stopping();
     void EndFaults();
-    void Deliver(const boost::shared_ptr<Common::Kernel::IMessage>& message);
-    /// The bus is about to deliver a message of this type, from the host or from the module itself.
-    void CountDelivery(Common::Kernel::MessageType type);
+    void PassByWaits(ITurnClock::Milliseconds duration);
     /// On a thread of its own, since it may wait for the module's. Gives time until it returns.
     void Call(const std::function<void()>& call);
-    /// Nothing: an inactive module has no queues.
-    std::optional<std::vector<CAccount::Message>> QueuedOfBalancedQueues() const;
-    void KeepAccount();
-    void EnterPublished(const Common::Kernel::IMessage& message);
-
     /// The calling thread has done something.
     void Note();
-    void Tell(const char* what, const std::string& text) const;
 
     std::atomic<std::uint64_t> activity_{0};
-    mutable boost::mutex deliveriesMutex_;
-    std::map<Common::Kernel::MessageType, std::uint64_t>
-        deliveries_;  // guarded by deliveriesMutex_
-
     CAccount account_;
-    CCollectedProduct collected_{account_};
+    CReports reports_;
+    CCollectedProduct collected_{account_, reports_};
     std::uint64_t tasks_ = 0;
-    // How often the host refuses next what it is to keep; set while everybody waits.
-    std::atomic<int> refusedBatches_{0};
-    std::atomic<int> refusedOffsets_{0};
-    std::atomic<int> refusedActions_{0};
-    // At what it throws next.
-    std::atomic<int> failedEvents_{0};
-    std::atomic<int> failedTriggers_{0};
-    std::atomic<int> failedRequests_{0};  // for outcomes
-    std::atomic<int> failedReads_{0};
-    std::atomic<int> failedWrites_{0};
-    std::atomic<int> failedActions_{0};
-
     const boost::shared_ptr<Test::KelcommScript> product_;
     const boost::shared_ptr<ITurnClock> clock_;
     const boost::shared_ptr<Test::CFakeBuildReader> build_;
-    std::unique_ptr<Test::CFakeHost> host_;
-    boost::shared_ptr<Test::CLogCapture> log_;
+    CAccountedHost host_;
     std::unique_ptr<Module> module_;
-    Trace trace_;
     bool isInstalled_ = true;    // as the module has found it
     bool isOtherBuild_ = false;  // than the best, or was: the module may have found that
     bool stopping_ = false;
     bool stopped_ = false;
     std::int32_t announcements_ = 1000;
     std::uint64_t policies_ = 0;
-    std::vector<boost::weak_ptr<Common::Kernel::IMessage>> messages_;
-    std::vector<boost::weak_ptr<Common::Kernel::IDeliveryContext>> contexts_;
 };
 
 }  // namespace Kyr::Fuzz

@@ -1,5 +1,6 @@
 // Plays lives of the real module, each told by a seed: what happens, when, and which thread goes
 // on. ../README.md says what a run shows.
+#include <algorithm>
 #include <ctime>
 #include <functional>
 #include <iomanip>
@@ -23,7 +24,13 @@ using Kyr::Endurance::CWatchdog;
 using Kyr::Fuzz::CConversation;
 using Kyr::Fuzz::RecordKind;
 
-constexpr double kSecondsOfAYear = 365.25 * 24 * 3600;
+constexpr double kSecondsOfADay = 24 * 3600;
+constexpr double kSecondsOfAYear = 365.25 * kSecondsOfADay;
+
+// What a whole run must come to.
+constexpr std::uint64_t kSeedsOfAll = 10000;
+constexpr std::uint64_t kDaysOfAll = 2000;
+constexpr double kYearsAMinuteOfAll = 1;
 
 double ProcessorSeconds() {
     return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
@@ -102,12 +109,18 @@ int main(int argc, char** argv) {
     std::uint64_t seeds = 10000;
     std::uint64_t twiceEvery = 10;
     std::uint64_t only = 0;
+    std::uint64_t leastDays = 0;
+    double leastYearsAMinute = 0;
     CLI::App app("Plays lives of the module, each told by a seed.", "proof_conversation");
     app.add_option("--first", first, "the first seed");
     app.add_option("--seeds", seeds, "how many");
     app.add_option("--twice-every", twiceEvery, "of so many one is played twice and compared")
         ->check(CLI::PositiveNumber);
     app.add_option("--seed", only, "plays that one, and tells it");
+    app.add_option("--at-least-days", leastDays,
+                   "how much time must pass in all lives; 2,000 with 10,000 seeds");
+    app.add_option("--years-a-minute", leastYearsAMinute,
+                   "how much time a minute of the processor must simulate; 1 with 10,000 seeds");
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
@@ -117,6 +130,10 @@ int main(int argc, char** argv) {
     if (only != 0) {
         first = only;
         seeds = 1;
+    }
+    if (seeds >= kSeedsOfAll) {
+        leastDays = std::max(leastDays, kDaysOfAll);
+        leastYearsAMinute = std::max(leastYearsAMinute, kYearsAMinuteOfAll);
     }
     Figures figures;
     std::uint64_t problems = 0;
@@ -131,6 +148,15 @@ int main(int argc, char** argv) {
     }
     const double years = figures.simulatedSeconds / kSecondsOfAYear;
     const double perYear = (ProcessorSeconds() - begin) / years;
+    if (figures.simulatedSeconds < static_cast<double>(leastDays) * kSecondsOfADay) {
+        ++problems;
+        std::cout << "problem: " << leastDays << " days were expected" << std::endl;
+    }
+    if (perYear * leastYearsAMinute > 60) {
+        ++problems;
+        std::cout << "problem: " << leastYearsAMinute << " years a minute were expected"
+                  << std::endl;
+    }
     std::cout << std::fixed << std::setprecision(1) << "proof conversation: " << seeds << " seeds, "
               << years << " years at " << perYear << " s of processor time each, " << figures.events
               << " events, " << figures.records << " records, " << figures.outcomes << " outcomes, "

@@ -13,7 +13,11 @@ namespace {
 using Connectors::Common::TaskOutcome;
 
 const TaskOutcome kWillBeTriedAgain{1, 0x10000000C, 20, "no answer"};
-const TaskOutcome kGivenUp{4, 0x10000009B, 40, "no answer"};
+const TaskOutcome kGivenUp{4, 0x10000009B, 40,
+                           "Message task was canceled because maximum retry count was reached"};
+const TaskOutcome kCancelled{4, 0x10000009B, 40,
+                             "Message task was canceled because product is not available"};
+const TaskOutcome kGivenUpForNothing{4, 0x10000009B, 40, "no answer"};
 const TaskOutcome kDone{1, 0x10000000B, 30, ""};
 
 constexpr char kFirst[] = "6ba7b810-9dad-11d1-80b4-000000000001";
@@ -49,6 +53,12 @@ class AccountTest : public ::testing::Test {
             kept);
     }
     void HandOutOutcome() { account_.OutcomeHandedOut({kFirst, kSecond, kThird, 1}); }
+
+    /// An attempt that fails, and is told.
+    void Fail() {
+        account_.Requested(kUserData, Verdict::kRefused);
+        Tell(kSecond, kWillBeTriedAgain);
+    }
 
     CAccount::Message Deliver(const char* third) {
         using Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
@@ -266,9 +276,34 @@ TEST_F(AccountDeathTest, WhatHappensToATaskAfterItsEndIsFound) {
 TEST_F(AccountDeathTest, TaskThatIsToldOfInOtherTermsIsFound) {
     Deliver(kThird);
     EXPECT_DEATH(Tell(kSecond, kDone), "something else was told of a task");
-    Tell(kSecond, kWillBeTriedAgain);
-    Tell(kSecond, kWillBeTriedAgain);
+    Fail();
+    Fail();
+    account_.Requested(kUserData, Verdict::kRefused);
     EXPECT_DEATH(Tell(kSecond, kWillBeTriedAgain), "something else was told of a task");
+}
+
+TEST_F(AccountDeathTest, TaskThatIsGivenUpWithoutItsFailuresIsFound) {
+    Deliver(kThird);
+    EXPECT_DEATH(Tell(kSecond, kWillBeTriedAgain), "told that nobody has tried");
+    Fail();
+    EXPECT_DEATH(Tell(kSecond, kGivenUp), "given up without its failures");
+    EXPECT_DEATH(Tell(kSecond, kGivenUpForNothing), "for a reason that there is not");
+}
+
+TEST_F(AccountTest, TaskThatIsCancelledAtAStopBeforeTheConnectionIsRight) {
+    Deliver(kThird);
+    account_.HostStops();
+    Tell(kSecond, kCancelled);
+    account_.ExpectBalance({});
+    EXPECT_EQ(account_.GivenUpTasks(), 1u);
+}
+
+TEST_F(AccountDeathTest, TaskThatIsCancelledWithoutAStopOrBehindTheConnectionIsFound) {
+    Deliver(kThird);
+    EXPECT_DEATH(Tell(kSecond, kCancelled), "the product was there, or could still come");
+    account_.Logged("Connected to product, processing tasks");
+    account_.HostStops();
+    EXPECT_DEATH(Tell(kSecond, kCancelled), "the product was there, or could still come");
 }
 
 }  // namespace
