@@ -1,16 +1,21 @@
 // Secrets in everything that comes in: from the host, from its stores, from the product. Each gets
 // where it belongs, and none into the log.
+#include <cstring>
 #include <string>
 
 #include "host/message/ApplyPolicy.h"
 #include "host/message/RequestConfigurationMessage.h"
+#include "kelcomm/messages/EncryptionRecoveryDataResponse.h"
+#include "kelcomm/messages/EncryptionStorageStatusResponse.h"
 #include "logs/DataMinerMessages.h"
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "tests/connector/tasks/TaskOutcomeReply.h"
 #include "tests/module/OvModuleFixture.h"
 #include "tests/support/HexBytes.h"
+#include "tests/support/ThrownText.h"
 #include "tests/support/host/PackedPolicy.h"
+#include "tests/support/product/InstalledProduct.h"
 
 namespace Kyr::Connectors::OvAgentConnector {
 namespace {
@@ -20,6 +25,7 @@ using Kyr::Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Kyr::Common::Message::Policies::CApplyPolicy;
 using Kyr::Test::HexBytes;
 using Kyr::Test::KelcommReply;
+using ::testing::AllOf;
 using ::testing::Contains;
 using ::testing::Each;
 using ::testing::HasSubstr;
@@ -226,6 +232,93 @@ TEST_F(CanaryTest, RefusalOfARequestDoesNotLogTheRestOfItsReply) {
     host_.bus->Deliver(Trigger(0));
     EXPECT_TRUE(host_.log->AwaitText("CKelcommChannel: Send request failed with 7"));
     ExpectNoCanaryInTheLog();
+}
+
+TEST_F(CanaryTest, AnswerToWhoAsksIsNotLogged) {
+    alpc_->requests = {{0, ReplyOf("")}};
+    StartAndConnect();
+    EXPECT_THAT(host_.log->Lines(), Contains("2 Connected to product, processing tasks"));
+    ExpectNoCanaryInTheLog();
+}
+
+TEST_F(CanaryTest, AnswerToWhoAsksThatIsNoneIsNotLogged) {
+    Initialize();
+    alpc_->requests = {{0, {kCanary, kCanary + sizeof kCanary - 1}}};
+    EXPECT_THROW(module_->Connect(), std::runtime_error);
+    EXPECT_THAT(host_.log->Lines(), Contains("3 CKelcommChannel: Reply header has wrong size"));
+    ExpectNoCanaryInTheLog();
+}
+
+TEST_F(CanaryTest, AnswerToAPolicyIsNotLogged) {
+    AnswerWith(ReplyOf(""));
+    Carry(PolicyOf(Kyr::Test::Packed("a policy")));
+    EXPECT_THAT(host_.log->Lines(), Contains("2 Set policy request to product was successfull"));
+    ExpectNoCanaryInTheLog();
+}
+
+// Its values are numbers; what a look tells of them is which has changed.
+TEST_F(CanaryTest, AreaIsNotLogged) {
+    StartAndConnect();
+    auto& area = alpc_->broadcastArea;
+    for (std::size_t place = 0; place < area.size(); ++place) {
+        area[place] = static_cast<std::uint8_t>(kCanary[place % (sizeof kCanary - 1)]);
+    }
+    WatchOnceMore();
+    EXPECT_THAT(host_.log->Lines(), Contains("2 Received broadcast 2"));
+    ExpectNoCanaryInTheLog();
+    std::int32_t value = 0;
+    std::memcpy(&value, &area[32], sizeof value);  // that of broadcast 2
+    EXPECT_THAT(host_.log->Lines(), Each(Not(HasSubstr(std::to_string(value)))));
+}
+
+TEST_F(CanaryTest, RegisteredBuildThatIsNoNumberIsNotLogged) {
+    Kyr::Test::CInstalledProduct product;
+    product.Install(5600);
+    ModuleSystem system = System();
+    system.productBuild = SystemProductBuildReader();
+    module_ = std::make_unique<CTestedModule>(system);
+    Initialize();
+    product.InstallWithText(kCanary);
+    EXPECT_THROW(module_->Connect(), std::exception);
+    EXPECT_THAT(host_.log->Lines(), Not(IsEmpty()));
+    ExpectNoCanaryInTheLog();
+}
+
+// The module asks for neither; whoever does logs what these say.
+template <typename Response>
+std::string WhatItSaysOf(const std::string& document) {
+    Response response;
+    std::vector<unsigned char> body(document.begin(), document.end());
+    const auto size = static_cast<std::uint32_t>(body.size());
+    return Kyr::Test::ThrownText([&] { response.Deserialize(KelcommReply(0, size, body)); });
+}
+
+TEST(EncryptionCanaryTest, FailuresOfRecoveryDataDoNotQuoteThem) {
+    using Response = Common::Kelcomm::Messages::CGetEncryptionRecoveryDataResponse;
+    const std::string canary = kCanary;
+    for (const std::string& document :
+         {"<TULK " + canary + ">", "<TULK><MESSAGE>" + canary + "</MESSAGE></TULK>",
+          "<TULK><MESSAGE><RESPONSE><RECOVERY_PASSWORD UID='" + canary +
+              "'/></RESPONSE></MESSAGE></TULK>",
+          "<TULK><MESSAGE><RESPONSE><RECOVERY_DATA DEVICEID='d'>" + canary +
+              "</RECOVERY_DATA></RESPONSE></MESSAGE></TULK>"}) {
+        EXPECT_THAT(WhatItSaysOf<Response>(document), AllOf(Not(IsEmpty()), Not(HasSubstr(canary))))
+            << document;
+    }
+}
+
+TEST(EncryptionCanaryTest, FailuresOfAStorageStatusDoNotQuoteIt) {
+    using Response = Common::Kelcomm::Messages::CGetEncryptionStorageStatusResponse;
+    const std::string canary = kCanary;
+    for (const std::string& document :
+         {"<TULK " + canary + ">", "<TULK><MESSAGE>" + canary + "</MESSAGE></TULK>",
+          "<TULK><MESSAGE><RESPONSE><SYSTEM WORKSTATION_ID='" + canary +
+              "'/></RESPONSE></MESSAGE></TULK>",
+          "<TULK><MESSAGE><RESPONSE><DISK DEVICE_ID='" + canary +
+              "'/></RESPONSE></MESSAGE></TULK>"}) {
+        EXPECT_THAT(WhatItSaysOf<Response>(document), AllOf(Not(IsEmpty()), Not(HasSubstr(canary))))
+            << document;
+    }
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
 
 namespace Kyr::Test {
 
@@ -19,7 +20,7 @@ class CInstalledProduct {
 
     void Install(std::int32_t build);
     /// Registers a build that is no number.
-    void InstallWithText();
+    void InstallWithText(const std::string& text = "5600 or so");
     /// Leaves what belongs to the product besides its build.
     void RemoveBuild();
 

@@ -27,8 +27,8 @@ void CInstalledProduct::Install(std::int32_t build) {
     place_->Write(std::to_string(build));
 }
 
-void CInstalledProduct::InstallWithText() {
-    place_->Write("5600 or so");
+void CInstalledProduct::InstallWithText(const std::string& text) {
+    place_->Write(text);
 }
 
 void CInstalledProduct::RemoveBuild() {

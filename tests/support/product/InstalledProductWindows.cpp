@@ -28,8 +28,8 @@ void CInstalledProduct::Install(std::int32_t build) {
     place_->key.setInt("build", build);
 }
 
-void CInstalledProduct::InstallWithText() {
-    place_->key.setString("build", "5600");
+void CInstalledProduct::InstallWithText(const std::string& text) {
+    place_->key.setString("build", text);
 }
 
 void CInstalledProduct::RemoveBuild() {
