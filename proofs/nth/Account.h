@@ -7,6 +7,8 @@
 //   handed out in an exchange that failed is lost.
 // - An export is told as done only with what the product had as its configuration.
 // - In a life without a stroke all of it happens once, at the first attempt.
+// - The reply to a task may go to who has asked for the status before, and then the task fails
+//   without a fault: CProduct::Overheard.
 //
 // Threads: one. Errors: what is wrong is a sentence in the result.
 #pragma once

@@ -82,8 +82,11 @@ std::vector<std::string> JudgeLines(const Fault& fault, const Effects& effects, 
     const Names names = NamesOf(fault.place);
     const bool isOwed =
         effects.Any() && names.size() != 0 && (!IsWantOfMemory(fault) || fault.uses == 1);
-    if (isOwed && std::none_of(names.begin(), names.end(),
-                               [&](const char* name) { return CountOf(lines, name) != 0; })) {
+    const bool isOther =
+        effects.replyWasOverheard && CountOf(lines, "No such node (TULK.SECTION.STATUS)") != 0;
+    if (isOwed && !isOther && std::none_of(names.begin(), names.end(), [&](const char* name) {
+            return CountOf(lines, name) != 0;
+        })) {
         problems.push_back(std::string("no line names the cause of") +
                            (effects.taskHasFailed ? ", a task that failed" : "") +
                            (effects.connectionWasLost ? ", a connection that was lost" : "") +

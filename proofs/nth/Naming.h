@@ -25,6 +25,7 @@ struct Effects {
     bool connectionWasLost = false;
     bool lookWasMissed = false;
     bool changeCameLate = false;
+    bool replyWasOverheard = false;  // a cause of its own, with a line of its own
 
     bool Any() const {
         return taskHasFailed || taskWasGivenUp || connectionWasLost || lookWasMissed ||

@@ -12,8 +12,10 @@ using Guard = boost::lock_guard<boost::mutex>;
 
 namespace {
 
-constexpr std::uint32_t kStatusValue = 2;                // among the broadcast values
-constexpr std::uint32_t kProblem = 1;                    // a component's status that is told
+constexpr std::uint32_t kStatusValue = 2;  // among the broadcast values
+constexpr std::uint32_t kProblem = 1;      // a component's status that is told
+constexpr char kTaskRequest[] = "xml";
+constexpr char kStatusRequest[] = "status";
 constexpr char kPolicyLength[] = "2";                    // of "ab"
 constexpr std::uint64_t kStatuses = 0x0710000000001000;  // no others begin so
 
@@ -71,6 +73,7 @@ void CProduct::BeginLife() {
     done_.clear();
     handedOut_.clear();
     policies_ = 0;
+    overheard_ = 0;
 }
 
 void CProduct::ChangeStatus() {
@@ -102,7 +105,18 @@ int CProduct::Policies() const {
     return policies_;
 }
 
+int CProduct::Overheard() const {
+    const Guard guard(mutex_);
+    return overheard_;
+}
+
 void CProduct::Note(const CLine& line) {
+    if (line.Kind() == "request") {
+        const Guard guard(mutex_);
+        const std::string name = line.Value("name");
+        overheard_ += name == kTaskRequest && receiver_ == kStatusRequest ? 1 : 0;
+        receiver_ = name.empty() || name == kTaskRequest ? receiver_ : name;
+    }
     if (line.Kind() != "did") {
         return;
     }

@@ -44,6 +44,9 @@ class CProduct {
     int HandedOut(const std::string& identifier) const;
     /// How often a policy came whole.
     int Policies() const;
+    /// How many replies to tasks went to who had asked for the status before, as the module has it:
+    /// finding none in it, the task fails there, and is sent again.
+    int Overheard() const;
 
   private:
     struct Running;
@@ -51,10 +54,12 @@ class CProduct {
     void Note(const Lab::CLine& line);
 
     const std::unique_ptr<Lab::SimProduct::IProcessLauncher> launcher_;
-    mutable boost::mutex mutex_;  // guards the next three
+    mutable boost::mutex mutex_;  // guards the next five
     std::map<std::string, int> done_;
     std::map<std::string, int> handedOut_;
     int policies_ = 0;
+    std::string receiver_;  // whose request came last, those of tasks left out
+    int overheard_ = 0;
     Ports ports_ = Ports::kBoth;
     std::unique_ptr<Running> running_;
 };

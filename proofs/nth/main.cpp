@@ -105,10 +105,14 @@ class CProof {
         std::uint64_t first = 0;
         std::string place;        // only there, as a problem names it; empty: everywhere
         std::string only;         // a fault as a problem names it; empty: all
+        std::size_t shares = 1;   // so many runs do all together
+        std::size_t share = 0;    // and this is one of them
         int times = 1;            // that one so often
         std::uint64_t least = 0;  // faults that must have struck; 0: at least one
 
-        bool IsWhole() const { return every == 1 && first == 0 && place.empty() && only.empty(); }
+        bool IsWhole() const {
+            return every == 1 && first == 0 && place.empty() && only.empty() && shares == 1;
+        }
     };
 
     explicit CProof(Choice choice) : choice_(std::move(choice)) {}
@@ -116,8 +120,10 @@ class CProof {
     void Run() {
         WarmUp();
         const ProcessFigures before = Rest();
+        std::size_t number = 0;
         for (const Series& series : AllSeries(IsSample() ? kStatusStepOfASample : 1)) {
-            if (NameOf(series.place).find(choice_.place) == std::string::npos) {
+            const bool isOfAnother = number++ % choice_.shares != choice_.share;
+            if (isOfAnother || NameOf(series.place).find(choice_.place) == std::string::npos) {
                 continue;
             }
             if (choice_.only.empty()) {
@@ -273,6 +279,9 @@ int main(int argc, char** argv) {
     app.add_option("--only", choice.only,
                    "only the fault that a problem names: \"at work: publish 3, kind 1\"");
     app.add_option("--times", choice.times, "how often, with --only");
+    app.add_option("--shares", choice.shares, "how many runs try all of it together")
+        ->check(CLI::PositiveNumber);
+    app.add_option("--share", choice.share, "which of them this one is, from 0");
     app.add_option("--at-least", choice.least,
                    "how many faults must have struck; 50,000 when all are tried, else 1");
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {

@@ -29,7 +29,8 @@ class ReportsTest : public ::testing::Test {
             calendar);
     }
 
-    const boost::shared_ptr<Kyr::Test::CManualClock> clock_ = boost::make_shared<Kyr::Test::CManualClock>();
+    const boost::shared_ptr<Kyr::Test::CManualClock> clock_ =
+        boost::make_shared<Kyr::Test::CManualClock>();
     CReports reports_;
 };
 
