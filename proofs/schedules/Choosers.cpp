@@ -79,6 +79,17 @@ bool CEveryChooser::Advance() {
 
 // Drawn schedules.
 
+namespace {
+
+// Of so many waits one ends without a reason.
+constexpr std::uint64_t kWaits = 3;
+
+bool IsAboutAWaitForNothing(const std::vector<Option>& options) {
+    return options.size() == 2 && options[0].thread == options[1].thread && !options[1].byTime;
+}
+
+}  // namespace
+
 CRandomChooser::CRandomChooser(std::uint64_t seed, std::uint64_t usualDecisions)
     : random_(seed), usualDecisions_(std::max<std::uint64_t>(usualDecisions, 2)) {}
 
@@ -100,6 +111,9 @@ void CRandomChooser::Begin() {
 
 std::size_t CRandomChooser::Decide(const std::vector<Option>& options) {
     const std::uint64_t decision = decision_++;
+    if (IsAboutAWaitForNothing(options)) {
+        return Draw(kWaits) == 0 ? 1 : 0;
+    }
     if (byPriority_) {
         if (std::find(changes_.begin(), changes_.end(), decision) != changes_.end()) {
             priorities_[options.front().thread] = lowest_--;

@@ -1,5 +1,8 @@
 #include "proofs/schedules/Scenarios.h"
 
+#include "module/Turnstile.h"
+#include "proofs/schedules/Scheduler.h"
+
 namespace Kyr::Proofs::Schedules {
 
 namespace {
@@ -278,6 +281,26 @@ void DestructorWhileReconnecting(CLife& life) {
     life.Destroy(kNoTime);
 }
 
+// By itself: in a life it takes several coincidences until somebody has to wait there.
+void TurnstileAlone(CLife& life) {
+    Connectors::OvAgentConnector::CTurnstile turnstile;
+    int inside = 0;
+    const auto pass = [&] {
+        const Connectors::OvAgentConnector::CTurnstile::CPassage passage(turnstile);
+        CScheduler& scheduler = *CScheduler::Current();
+        if (++inside != 1) {
+            scheduler.Report("two threads are through the turnstile");
+        }
+        scheduler.Point("is through the turnstile", nullptr);
+        --inside;
+    };
+    life.OnAnotherThread(pass);
+    life.OnAnotherThread(pass);
+    pass();
+    life.JoinOtherThreads();
+    life.Destroy(kNoTime);
+}
+
 // docs/threading.md, "Hangs that stay".
 void SilentProduct(CLife& life) {
     life.Start();
@@ -317,6 +340,7 @@ const std::vector<Scenario> kScenarios = {
     {"task-between-lives", kQuick, TaskBetweenLives},
     {"destructor-without-stop", kSlow, DestructorWithoutStop},
     {"destructor-while-reconnecting", kRefusing, DestructorWhileReconnecting},
+    {"turnstile", kQuick, TurnstileAlone},
     {"silent-product", kSilent, SilentProduct, true},
 };
 

@@ -227,7 +227,15 @@ void CScheduler::Unlock(pthread_mutex_t* mutex) {
 bool CScheduler::Wait(pthread_cond_t* condition, pthread_mutex_t* mutex, Nanoseconds deadline) {
     Point("is about to wait for", condition);
     Thread& one = threads_[self];
+    const bool forNothing = WakesForNothing(condition);
     GiveBack(mutex);
+    if (forNothing) {
+        one.state = State::kLocking;
+        one.object = mutex;
+        GoOn("has waited for nothing for", condition);
+        Take(mutex);
+        return true;
+    }
     one.state = State::kWaiting;
     one.object = condition;
     one.mutex = mutex;
@@ -238,6 +246,16 @@ bool CScheduler::Wait(pthread_cond_t* condition, pthread_mutex_t* mutex, Nanosec
     one.deadline = -1;
     Take(mutex);
     return !one.timedOut;
+}
+
+// A wait may end without a reason. At its beginning: later on it would be the same as a wait that
+// begins later.
+bool CScheduler::WakesForNothing(const pthread_cond_t* condition) {
+    if (threads_[self].unit != 0) {
+        return false;
+    }
+    options_ = {{self, false, false}, {self, false, true}};
+    return ChooseOne("begins to wait for", condition).preempts;
 }
 
 void CScheduler::Notify(pthread_cond_t* condition, bool all) {

@@ -5,8 +5,8 @@
 // ThreadCalls.cpp puts it in the place of the system's threads, mutexes, conditions, sleeps and
 // clocks. Mutexes and conditions are states in here; the system's own are never touched. Time
 // stands still while anybody can go on, unless the chooser lets it pass, and passes to the next
-// deadline when nobody can: then it is `NeededTime`. A deadlock is nobody who can go on, and no
-// deadline.
+// deadline when nobody can: then it is `NeededTime`. A wait may end at once, without a reason,
+// which counts as a preemption. A deadlock is nobody who can go on, and no deadline.
 //
 // Threads: what is to be scheduled is the thread that calls Begin and those that it, and they,
 //   create until End. All operations are theirs, and so run one at a time.
@@ -129,6 +129,7 @@ class CScheduler {
     void Collect();
     Option ChooseOne(const char* operation, const void* object);
     void LetTimePass(const Option& option);
+    bool WakesForNothing(const pthread_cond_t* condition);
     void Take(pthread_mutex_t* mutex);
     void GiveBack(pthread_mutex_t* mutex);
     bool CanGoOn(const Thread& thread) const;
