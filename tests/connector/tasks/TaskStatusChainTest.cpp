@@ -125,9 +125,9 @@ TEST_F(TaskStatusChainTest, OutcomesOfALongChainFitASmallStack) {
     logger->Capture().SetRecording(false);
     int published = 0;
     publisher->onPublish = [&published](const auto&) { ++published; };
-    const auto over = ChannelWith(20000);
+    const auto over = ChannelWith(1000000);
     OnSmallStack([&] { Run(over); });
-    EXPECT_EQ(published, 20000);
+    EXPECT_EQ(published, 1000000);
 }
 
 TEST_F(TaskStatusChainTest, DepthDoesNotGrowWithTheChain) {
