@@ -83,16 +83,27 @@ class TaskStatusChainTest : public CommonTaskFixture {
     /// The real channel, to a product with this many outcomes.
     static boost::shared_ptr<IChannel> ChannelWith(int outcomes) {
         const auto script = boost::make_shared<KelcommScript>();
-        for (int count = 0; count < outcomes; ++count) {
-            script->requests.push_back({0, OutcomeReply(0)});
-        }
-        script->standingRequest = {0, NoOutcomeReply()};
+        script->serve = [left = outcomes](const KelcommScript::Request&) mutable {
+            return KelcommScript::Answer{0, left-- > 0 ? OutcomeReply(0) : NoOutcomeReply()};
+        };
+        script->whileServing = [seen = script.get()] { seen->seenRequests.clear(); };
         return boost::make_shared<Kelcomm::CKelcommChannelAdapter>(
             std::make_unique<Kyr::Test::CFakeKelcommClient>(script),
             std::make_unique<Kyr::Test::CFakeKelcommClient>(boost::make_shared<KelcommScript>()),
             clockOf());
     }
     static boost::shared_ptr<Base::IClock> clockOf() { return Base::SystemClock(); }
+
+    /// How many are published, on a small stack, when a product has that many.
+    int Publications(int outcomes) {
+        publisher->recording = false;
+        logger->Capture().SetRecording(false);
+        int published = 0;
+        publisher->onPublish = [&published](const auto&) { ++published; };
+        const auto over = ChannelWith(outcomes);
+        OnSmallStack([&] { Run(over); });
+        return published;
+    }
 
     MessagePointer trigger = TriggerOf(2);
 };
@@ -121,13 +132,12 @@ TEST_F(TaskStatusChainTest, MillionRunsInOneChainFitASmallStack) {
 }
 
 TEST_F(TaskStatusChainTest, OutcomesOfALongChainFitASmallStack) {
-    publisher->recording = false;
-    logger->Capture().SetRecording(false);
-    int published = 0;
-    publisher->onPublish = [&published](const auto&) { ++published; };
-    const auto over = ChannelWith(1000000);
-    OnSmallStack([&] { Run(over); });
-    EXPECT_EQ(published, 1000000);
+    EXPECT_EQ(Publications(20000), 20000);
+}
+
+// For proofs/chain: it takes many seconds.
+TEST_F(TaskStatusChainTest, DISABLED_MillionOutcomesFitASmallStack) {
+    EXPECT_EQ(Publications(1000000), 1000000);
 }
 
 TEST_F(TaskStatusChainTest, DepthDoesNotGrowWithTheChain) {
