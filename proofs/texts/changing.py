@@ -4,8 +4,10 @@ Each part of each text gets a mark of its own before its last sign, all of them 
 prints what came instead, and so the mark. Where nobody prints it, the text is changed alone, and one of its tests must fail.
 
 Afterwards each line of the log comes twice, one text at a time, without a mark: one build for all, which a variable tells.
+And each line that is the text of an exception alone, which has no mark, comes on another level.
 """
 import os
+import re
 import shutil
 import subprocess
 
@@ -32,6 +34,13 @@ WRITES_TWICE = WRITES + '''            if (const char* parts = std::getenv("KYR_
                 }
             }
 '''
+
+
+# A line that is the text of an exception, and what makes its level another one.
+THROWN = re.compile(r"\bGetLog\((\d)\)(?=\s*<<\s*\w+\.what\(\)\s*;)")
+LEVEL = "KYR_TEXT_LEVEL"
+OTHER_LEVEL = ('GetLog([] {{ const char* const site = std::getenv("KYR_TEXT_LEVEL"); '
+               'return site != nullptr && std::string(site) == "{site}" ? {other} : {level}; }}())')
 
 
 class DoesNotBuild(Exception):
@@ -110,6 +119,35 @@ def unnoticed_twice(root, tests, jobs):
         if all(copy.output_of(test) is None for test in found):
             unnoticed.append(text)
     del os.environ[TWICE]
+    return unnoticed
+
+
+def thrown_lines(root, folders):
+    """(path, place, level) of each line that is the text of an exception."""
+    for folder in folders:
+        for path in sorted((root / folder).rglob("*.cpp")):
+            for found in THROWN.finditer(path.read_text(encoding="utf-8")):
+                yield path.relative_to(root).as_posix(), found.start(), found.group(1)
+
+
+def unnoticed_levels(root, lines, tests, jobs):
+    """`lines`: those of thrown_lines; `tests`: level -> tests that expect a line of it. The lines whose level no test minds."""
+    copy = Copy(root, jobs)
+    copy.change({})
+    for path in {path for path, _, _ in lines}:
+        text = copy.originals[path].decode("utf-8")
+        for place, level in sorted(((place, level) for where, place, level in lines if where == path), reverse=True):
+            other = OTHER_LEVEL.format(site=f"{path}:{place}", other=3 if level == "4" else 4, level=level)
+            text = text[:place] + THROWN.sub(lambda _: other, text[place:], count=1)  # pylint: disable=cell-var-from-loop
+        copy.put(path, ("#include <cstdlib>\n#include <string>\n" + text).encode("utf-8"))
+    copy.build({test.program for found in tests.values() for test in found})
+    unnoticed = []
+    for path, place, level in lines:
+        os.environ[LEVEL] = f"{path}:{place}"
+        if all(copy.output_of(test) is None for test in tests[level]):
+            line = copy.originals[path].decode("utf-8").count("\n", 0, place) + 1
+            unnoticed.append(f"{path}:{line}")
+    del os.environ[LEVEL]
     return unnoticed
 
 

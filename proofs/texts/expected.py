@@ -63,6 +63,10 @@ class Tests:
         wanted = pattern(text)
         return sorted({test for literal, tests in self.quoted if wanted.search(literal) for test in tests})
 
+    def tests_of_level(self, level):
+        """That expect whole lines of that level."""
+        return sorted({test for literal, tests in self.quoted if literal.startswith(f"{level} ") for test in tests})
+
 
 class Page:
     def __init__(self, root):
