@@ -16,6 +16,7 @@ namespace {
 namespace Tasks = Connectors::Common::Tasks;
 
 constexpr std::uint64_t kLimit = std::uint64_t{64} << 20;
+constexpr std::uint64_t kLargestRatio = 1032;  // the format's, of what comes out to what goes in
 
 /// The blob as far as it is sound.
 struct Blob {
@@ -60,16 +61,21 @@ std::optional<Input> Inflate(const Input& stream) {
     return result == Z_STREAM_END && bytes.size() <= kLimit ? std::optional(bytes) : std::nullopt;
 }
 
-/// The text of a sound policy.
-std::optional<std::string> TextOf(const Input& policy) {
-    const Fields read = ReadFields(policy);
+/// The last one holds.
+std::string LastTextOf(const Fields& policy) {
     std::string text;
-    for (const Fields::Field& field : read.fields) {
+    for (const Fields::Field& field : policy.fields) {
         if (field.number == 1 && field.type == 2) {
             text.assign(field.text.begin(), field.text.end());
         }
     }
-    return read.sound ? std::optional(text) : std::nullopt;
+    return text;
+}
+
+/// The text of a sound policy.
+std::optional<std::string> TextOf(const Input& policy) {
+    const Fields read = ReadFields(policy);
+    return read.sound ? std::optional(LastTextOf(read)) : std::nullopt;
 }
 
 /// The text of a blob with which nothing is wrong.
@@ -82,13 +88,46 @@ std::optional<std::string> SoundText(const Input& bytes) {
     return policy && policy->size() == blob.stated ? TextOf(*policy) : std::nullopt;
 }
 
+/// What zlib makes of a stream that may be broken, as far as it goes, and no more than `room`.
+Input InflateAsFarAsItGoes(const Input& stream, std::size_t room) {
+    Input bytes(room);
+    z_stream inflating{};
+    if (room == 0 || ::inflateInit(&inflating) != Z_OK) {
+        return bytes;
+    }
+    inflating.next_in = const_cast<Bytef*>(stream.data());
+    inflating.avail_in = static_cast<uInt>(stream.size());
+    inflating.next_out = bytes.data();
+    inflating.avail_out = static_cast<uInt>(room);
+    ::inflate(&inflating, Z_NO_FLUSH);
+    ::inflateEnd(&inflating);
+    return bytes;  // zeros behind that
+}
+
+/// The text of a blob with which something is wrong, as far as it can be read: what lacks at the
+/// end of the stream, or of what it holds, are zeros. Nothing where a part of a text may have been
+/// read, which is protobuf's to say.
+std::optional<std::string> DamagedText(const Input& bytes) {
+    const Blob blob = ReadBlob(bytes);
+    if (!blob.sound) {
+        return std::nullopt;
+    }
+    Input stream = blob.stream;
+    stream.resize(std::max(stream.size(), bytes.size()));
+    const std::uint64_t room =
+        std::min({blob.stated, std::uint64_t{stream.size()} * kLargestRatio, kLimit});
+    const Fields read = ReadFields(InflateAsFarAsItGoes(stream, static_cast<std::size_t>(room)));
+    return read.endsEarly ? std::nullopt : std::optional(LastTextOf(read));
+}
+
 Finding LookAtPolicy(const Input& bytes) {
     const std::string blob(bytes.begin(), bytes.end());
     const Tasks::PolicyText policy = Measured([&blob] { return Tasks::ReadPolicyBlob(blob); });
     if (!policy.text) {
         // Only a stream that is long enough for it can be too large.
-        return {{"too large"},
-                policy.damage.empty() && bytes.size() * 1032 >= kLimit ? "" : "not too large"};
+        return {
+            {"too large"},
+            policy.damage.empty() && bytes.size() * kLargestRatio >= kLimit ? "" : "not too large"};
     }
     Finding finding{{policy.damage.empty() ? "read" : ClassOf("damaged: " + policy.damage)}, ""};
     const auto expected = SoundText(bytes);
@@ -98,6 +137,9 @@ Finding LookAtPolicy(const Input& bytes) {
         finding.problem = "a sound policy is said to be damaged: " + policy.damage;
     } else if (policy.text->size() > kLimit) {
         finding.problem = "a text beyond the limit";
+    } else if (const auto damaged = DamagedText(bytes);
+               !policy.damage.empty() && damaged && *policy.text != *damaged) {
+        finding.problem = "a damaged policy was read otherwise than as far as it goes";
     }
     return finding;
 }

@@ -217,8 +217,27 @@ std::optional<bool> Blocks(const Input& action) {
     return read.sound ? std::optional(type == 3) : std::nullopt;
 }
 
+/// The action as it is to be stored: its type first, then all else in its order, each number as
+/// short as it can be. Nothing for one with a group in it.
+std::optional<std::string> StoredFormOf(const Input& action) {
+    Input form = NumberField(1, 3);
+    for (const Fields::Field& field : ReadFields(action).fields) {
+        if (field.type == 3) {
+            return std::nullopt;
+        }
+        if (field.type != 0) {
+            form = form + (field.type == 2 ? TextField(field.number, field.text)
+                                           : FixedField(field.number, field.type, field.text));
+        } else if (field.number != 1) {
+            form = form + NumberField(field.number, field.value);
+        }
+    }
+    return std::string(form.begin(), form.end());
+}
+
 struct Stored {
     Result result;
+    std::vector<std::string> actions;
     std::size_t batch = 0;
     std::uint64_t moved = 0;
     bool allBlock = true;
@@ -241,6 +260,7 @@ Stored ReceiveActions(const Input& reply) {
     stored.moved = passed.Moved(kActionKey);
     for (const auto& batch : actions->Batches()) {
         stored.batch += batch.size();
+        stored.actions.insert(stored.actions.end(), batch.begin(), batch.end());
         stored.allBlock = std::all_of(batch.begin(), batch.end(), [](const std::string& action) {
             return Blocks(Input(action.begin(), action.end())) == true;
         });
@@ -269,9 +289,14 @@ Finding LookAtActions(const Input& reply) {
     const Content content = ReadContent(*body, false);
     std::size_t blocking = 0;
     bool areActionsSound = true;
+    bool areStoredAsTheyAre = true;
     for (const Input& action : content.records) {
         const auto blocks = Blocks(action);
         areActionsSound = areActionsSound && blocks.has_value();
+        if (blocks == true && blocking < stored.actions.size()) {
+            const auto form = StoredFormOf(action);
+            areStoredAsTheyAre = areStoredAsTheyAre && (!form || stored.actions[blocking] == *form);
+        }
         blocking += blocks == true ? 1 : 0;
     }
     const bool sound = content.sound && areActionsSound;
@@ -298,6 +323,8 @@ Finding LookAtActions(const Input& reply) {
                                                  std::to_string(content.records.size())});
     if (!stored.allBlock) {
         finding.problem = "an action was stored that does not block";
+    } else if (!areStoredAsTheyAre) {
+        finding.problem = "an action was stored as another one";
     }
     return finding;
 }

@@ -163,6 +163,10 @@ Input TextField(std::uint32_t field, const Input& text) {
     return Number(field * 8 + 2) + Number(text.size()) + text;
 }
 
+Input FixedField(std::uint32_t field, std::uint32_t type, const Input& bytes) {
+    return Number(std::uint64_t{field} << 3 | type) + bytes;
+}
+
 Input NumberField(std::uint32_t field, std::uint64_t number) {
     return Number(field * 8) + Number(number);
 }

@@ -34,6 +34,8 @@ std::optional<Input> BodyOf(const Input& reply);
 /// A field of a protobuf message: text or another message, or a number.
 Input TextField(std::uint32_t field, const Input& text);
 Input NumberField(std::uint32_t field, std::uint64_t number);
+/// One of that kind, whose bytes are a number that is always as long.
+Input FixedField(std::uint32_t field, std::uint32_t type, const Input& bytes);
 
 /// What stands in a protobuf message, in its order.
 struct Fields {
