@@ -1,10 +1,10 @@
 // Plays lives of the real module, each told by a seed: what happens, when, and which thread goes
 // on. ../README.md says what a run shows.
-#include <algorithm>
 #include <ctime>
 #include <functional>
 #include <iomanip>
 #include <iostream>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -109,17 +109,17 @@ int main(int argc, char** argv) {
     std::uint64_t seeds = 10000;
     std::uint64_t twiceEvery = 10;
     std::uint64_t only = 0;
-    std::uint64_t leastDays = 0;
-    double leastYearsAMinute = 0;
+    std::optional<std::uint64_t> daysAsked;
+    std::optional<double> yearsAMinuteAsked;
     CLI::App app("Plays lives of the module, each told by a seed.", "proof_conversation");
     app.add_option("--first", first, "the first seed");
     app.add_option("--seeds", seeds, "how many");
     app.add_option("--twice-every", twiceEvery, "of so many one is played twice and compared")
         ->check(CLI::PositiveNumber);
     app.add_option("--seed", only, "plays that one, and tells it");
-    app.add_option("--at-least-days", leastDays,
+    app.add_option("--at-least-days", daysAsked,
                    "how much time must pass in all lives; 2,000 with 10,000 seeds");
-    app.add_option("--years-a-minute", leastYearsAMinute,
+    app.add_option("--years-a-minute", yearsAMinuteAsked,
                    "how much time a minute of the processor must simulate; 1 with 10,000 seeds");
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
@@ -131,10 +131,9 @@ int main(int argc, char** argv) {
         first = only;
         seeds = 1;
     }
-    if (seeds >= kSeedsOfAll) {
-        leastDays = std::max(leastDays, kDaysOfAll);
-        leastYearsAMinute = std::max(leastYearsAMinute, kYearsAMinuteOfAll);
-    }
+    const bool isWhole = seeds >= kSeedsOfAll;
+    const std::uint64_t leastDays = daysAsked.value_or(isWhole ? kDaysOfAll : 0);
+    const double leastYearsAMinute = yearsAMinuteAsked.value_or(isWhole ? kYearsAMinuteOfAll : 0);
     Figures figures;
     std::uint64_t problems = 0;
     const double begin = ProcessorSeconds();
