@@ -150,8 +150,10 @@ void CAccountedHost::EnterPublished(const Common::Kernel::IMessage& message) {
         ThrowIf(!kept);
     } else if (const auto* trigger = dynamic_cast<const COvAgentRequest*>(&message)) {
         const int kind = trigger->GetRequestType();
-        ThrowIf(Fails(At::kTriggers) || (kind == kTaskStatus && Fails(At::kOutcomeRequests)));
-        reports_.Triggered(kind);
+        const bool fails =
+            Fails(At::kTriggers) || (kind == kTaskStatus && Fails(At::kOutcomeRequests));
+        reports_.Triggered(kind, !fails);
+        ThrowIf(fails);
     }
 }
 

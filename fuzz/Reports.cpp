@@ -120,9 +120,9 @@ void CReports::Logged(const std::string& line, std::int64_t calendar) {
     }
 }
 
-void CReports::Triggered(int kind) {
+void CReports::Triggered(int kind, bool kept) {
     const Guard guard(mutex_);
-    if (publishing_ == kind) {
+    if (kept && publishing_ == kind) {
         // The earliest; what a connection before this one has found may be left.
         auto& changes = changes_[kind];
         changes.erase(std::min_element(changes.begin(), changes.end()));

@@ -32,8 +32,8 @@ class CReports {
     /// The calendar shows that many seconds.
     void Published(const Common::Kernel::IMessage& message, std::int64_t calendar);
     void Logged(const std::string& line, std::int64_t calendar);
-    /// The bus has taken a trigger of that kind.
-    void Triggered(int kind);
+    /// A trigger of that kind was published; `kept`: the bus has taken it.
+    void Triggered(int kind, bool kept = true);
 
     /// The module is gone with all that it knew.
     void ProcessEnded();

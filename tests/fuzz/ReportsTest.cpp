@@ -73,7 +73,8 @@ TEST_F(ReportsDeathTest, ChangeThatIsActedUponTooEarlyIsFound) {
     EXPECT_DEATH(reports_.Logged("Publishing request 0", kNow + 4), "before its time");
     EXPECT_DEATH(reports_.Logged("Publishing request 2", kNow + 5), "before its time");
     reports_.Logged("Publishing request 0", kNow + 5);
-    // The bus has refused it.
+    reports_.Triggered(0, false);
+    reports_.Triggered(0);  // for another reason
     reports_.Logged("Publishing request 0", kNow + 10);
     reports_.Triggered(0);
     EXPECT_DEATH(reports_.Logged("Publishing request 0", kNow + 15), "before its time");
