@@ -31,7 +31,7 @@ constexpr Event kOutcomes[] = {
     {1, 0x10000000A, 20, ""}, {1, 0x10000000B, 30, ""}, {4, 0x10000000C, 40, "Task failed"}};
 
 std::string DescriptionOf(const Common::Message::Logs::CEventLog& log) {
-    const auto symbols = log.GetSymbols();
+    const auto& symbols = log.GetSymbols();
     return symbols->HasSymbol(Symbol::kDescription) ? symbols->GetString(Symbol::kDescription)
                                                     : std::string();
 }
@@ -45,7 +45,7 @@ constexpr char kConnected[] = "Connected to product, processing tasks";
 constexpr int kFailuresOfATask = 2;
 
 bool Says(const Common::Message::Logs::CEventLog& log, const Event& event) {
-    const auto symbols = log.GetSymbols();
+    const auto& symbols = log.GetSymbols();
     return symbols->GetInt32(Symbol::kStatus) == event.status &&
            symbols->GetResourceId(Symbol::kOutcome) == event.code &&
            symbols->GetInt64(Symbol::kSeverity) == event.severity &&

@@ -1,13 +1,13 @@
 #include "fuzz/Reports.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <boost/thread/lock_guard.hpp>
 
 #include "fuzz/Account.h"
 #include "host/logs/Symbols.h"
 #include "logs/EventLog.h"
-#include "logs/MultiProductStatusLog.h"
 #include "logs/StatusLog.h"
 #include "logs/SymbolTime.h"
 
@@ -18,7 +18,6 @@ namespace {
 namespace Symbols = Common::Logs::Symbols;
 using Common::Kernel::MessageType;
 using Common::Message::Logs::CEventLog;
-using Common::Message::Logs::CMultiProductStatusLog;
 using Common::Message::Logs::CStatusLog;
 using Guard = boost::lock_guard<boost::mutex>;
 
@@ -36,8 +35,8 @@ struct Beginning {
 constexpr Beginning kFound[] = {{"Received broadcast 2", 0}, {"Received broadcast 8", 2}};
 constexpr Beginning kPublishes[] = {{"Publishing request 0", 0}, {"Publishing request 2", 2}};
 
-template <std::size_t Count>
-std::optional<int> TriggerOf(const std::string& line, const Beginning (&table)[Count]) {
+template <typename Table>
+std::optional<int> TriggerOf(const std::string& line, const Table& table) {
     const auto* const found =
         std::find_if(std::begin(table), std::end(table),
                      [&](const Beginning& beginning) { return line == beginning.text; });
@@ -76,8 +75,7 @@ void CReports::Published(const Common::Kernel::IMessage& message, std::int64_t c
     const Guard guard(mutex_);
     switch (message.GetMessageType()) {
         case MessageType::ProductStatus: {
-            const auto rows = dynamic_cast<const CStatusLog&>(message).GetSymbols();
-            const auto row = rows->GetRow(0);
+            const auto row = dynamic_cast<const CStatusLog&>(message).GetSymbols()->GetRow(0);
             ExpectTime(row, Symbols::ProtectionStatus::kTime, calendar);
             EnterStatus(row->GetResourceId(Symbols::ProtectionStatus::kStatus));
             break;
