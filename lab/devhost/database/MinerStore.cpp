@@ -30,13 +30,18 @@ void CMinerStore::Store(Common::Kernel::MessageType type, const std::vector<std:
     transaction.Commit();
 }
 
-std::vector<std::string> CMinerStore::Records(Common::Kernel::MessageType type) {
+void CMinerStore::ForEach(Common::Kernel::MessageType type, const TakeRecord& take) {
     const Lock lock(connection_.Mutex());
+    select_.Reset();  // an earlier call may have ended early
     select_.BindText(1, TypeText(type));
-    std::vector<std::string> records;
     while (select_.Step()) {
-        records.push_back(select_.Column(0));
+        take(select_.Column(0));
     }
+}
+
+std::vector<std::string> CMinerStore::Records(Common::Kernel::MessageType type) {
+    std::vector<std::string> records;
+    ForEach(type, [&records](const std::string& record) { records.push_back(record); });
     return records;
 }
 

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <google/protobuf/unknown_field_set.h>
-#include <set>
 
 #include <boost/json.hpp>
 
@@ -40,22 +39,17 @@ std::string TextOfAction(const std::string& action) {
     return {};
 }
 
-MinerTally Count(const std::vector<std::string>& records) {
-    MinerTally tally;
-    std::set<std::uint64_t> seen;
-    for (const std::string& record : records) {
-        ++tally.stored;
-        const std::optional<std::uint64_t> sequence = SequenceOf(record);
-        if (!sequence) {
-            ++tally.unnumbered;
-        } else if (!seen.insert(*sequence).second) {
-            ++tally.twice;
-        } else {
-            tally.inOrder = tally.inOrder && *sequence > tally.highest;
-            tally.highest = std::max(tally.highest, *sequence);
-        }
+void CMinerCount::Take(const std::string& record) {
+    ++tally_.stored;
+    const std::optional<std::uint64_t> sequence = SequenceOf(record);
+    if (!sequence) {
+        ++tally_.unnumbered;
+    } else if (!seen_.insert(*sequence).second) {
+        ++tally_.twice;
+    } else {
+        tally_.inOrder = tally_.inOrder && *sequence > tally_.highest;
+        tally_.highest = std::max(tally_.highest, *sequence);
     }
-    return tally;
 }
 
 }  // namespace Kyr::Lab::DevHost

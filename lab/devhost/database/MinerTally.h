@@ -2,13 +2,13 @@
 //
 // Records of the lab carry their number in `event.sequence`, from 1.
 //
-// Threads: any.
+// Threads: any; one at a time on a count.
 #pragma once
 
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <string>
-#include <vector>
 
 namespace Kyr::Lab::DevHost {
 
@@ -29,6 +29,15 @@ struct MinerTally {
     std::uint64_t Distinct() const { return stored - twice - unnumbered; }
 };
 
-MinerTally Count(const std::vector<std::string>& records);
+/// Counts records as they are handed in.
+class CMinerCount {
+  public:
+    void Take(const std::string& record);
+    const MinerTally& Tally() const { return tally_; }
+
+  private:
+    MinerTally tally_;
+    std::set<std::uint64_t> seen_;
+};
 
 }  // namespace Kyr::Lab::DevHost

@@ -10,10 +10,18 @@ namespace {
 
 using Common::Kernel::MessageType;
 
-std::vector<std::string> StoredActions(CDatabase& database) {
-    std::vector<std::string> actions = database.RemediationActions().StoredActions();
-    std::transform(actions.begin(), actions.end(), actions.begin(), TextOfAction);
-    return actions;
+MinerTally CountRecords(CDatabase& database, MessageType type) {
+    CMinerCount count;
+    database.Miner().ForEach(type, [&count](const std::string& record) { count.Take(record); });
+    return count.Tally();
+}
+
+MinerTally CountActions(CDatabase& database) {
+    CMinerCount count;
+    for (const std::string& action : database.RemediationActions().StoredActions()) {
+        count.Take(TextOfAction(action));
+    }
+    return count.Tally();
 }
 
 /// `sent` is how many records there were to come, as far as the person knows it.
@@ -41,14 +49,13 @@ ConsoleCommand MakeMinerCommand(CDatabase& database) {
                 const auto telemetry = words.TakeValue("telemetry");
                 const auto actions = words.TakeValue("action");
                 words.Finish();
-                CMinerStore& miner = database.Miner();
                 tell(TallyLine("indicator",
-                               Count(miner.Records(MessageType::DataMinerStoreEcsIndicatorLogs)),
+                               CountRecords(database, MessageType::DataMinerStoreEcsIndicatorLogs),
                                indicators));
                 tell(TallyLine("telemetry",
-                               Count(miner.Records(MessageType::DataMinerStoreEcsTelemetryLogs)),
+                               CountRecords(database, MessageType::DataMinerStoreEcsTelemetryLogs),
                                telemetry));
-                tell(TallyLine("action", Count(StoredActions(database)), actions));
+                tell(TallyLine("action", CountActions(database), actions));
                 tell(AnswerTo("miner"));
             }};
 }

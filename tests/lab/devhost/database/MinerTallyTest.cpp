@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <string>
+#include <vector>
 
 #include "lab/devhost/database/MinerTally.h"
 
@@ -10,6 +12,14 @@ using namespace Lab::DevHost;
 constexpr char kOne[] = "{\"event\":{\"sequence\":1}}";
 constexpr char kTwo[] = "{\"event\":{\"sequence\":2}}";
 constexpr char kThree[] = "{\"event\":{\"sequence\":3}}";
+
+MinerTally Count(const std::vector<std::string>& records) {
+    CMinerCount count;
+    for (const std::string& record : records) {
+        count.Take(record);
+    }
+    return count.Tally();
+}
 
 TEST(MinerTallyTest, NumberStandsInTheEvent) {
     EXPECT_EQ(17u, SequenceOf("{\"event\":{\"kind\":\"alert\",\"sequence\":17},\"message\":\"\"}"));
