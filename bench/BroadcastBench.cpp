@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "bench/BenchMain.h"
 #include "kelcomm/OvAgentChannel.h"
 #include "lab/simproduct/area/AreaImage.h"
 #include "portlayer/ServerFunctions.h"
@@ -135,6 +136,5 @@ BENCHMARK(GetBroadcastPlugInMissing);
 int main(int argc, char** argv) {
     const Kyr::Test::CTemporaryFolder folder;
     Poco::Environment::set("KELCOMM_RUNTIME_DIR", folder.File("run"));
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    return Kyr::Bench::RunBenchmarks(argc, argv);
 }

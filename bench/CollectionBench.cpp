@@ -11,6 +11,7 @@
 #include <boost/make_shared.hpp>
 
 #include "base/LittleEndian.h"
+#include "bench/BenchMain.h"
 #include "connector/tasks/WinOvGetEcsLogsTasks.h"
 #include "connector/tasks/WinOvGetRemediationTask.h"
 #include "host/proto/ov_agent.pb.h"
@@ -142,9 +143,11 @@ void RemediationBatch(benchmark::State& state) {
 BENCHMARK(ParseRecords)->Arg(100)->Arg(10000);
 BENCHMARK(EcsBatch)->Arg(100)->Arg(10000);
 BENCHMARK(CopyRecords)->Arg(100)->Arg(10000);
-BENCHMARK(ParseActions)->Arg(100)->Arg(10000);
-BENCHMARK(RemediationBatch)->Arg(100)->Arg(10000);
+BENCHMARK(ParseActions)->Arg(1)->Arg(100)->Arg(10000);
+BENCHMARK(RemediationBatch)->Arg(1)->Arg(100)->Arg(10000);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return Kyr::Bench::RunBenchmarks(argc, argv);
+}

@@ -11,6 +11,7 @@
 #include <boost/make_shared.hpp>
 #include <boost/property_tree/xml_parser.hpp>
 
+#include "bench/BenchMain.h"
 #include "connector/tasks/GetStatusTask.h"
 #include "connector/tasks/GetTaskStatusTask.h"
 #include "connector/tasks/ImportConfigurationTask.h"
@@ -188,4 +189,6 @@ BENCHMARK(ImportPolicy)->Arg(1 << 20);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return Kyr::Bench::RunBenchmarks(argc, argv);
+}

@@ -5,7 +5,7 @@
 // records change, so that little of the figures is its own. The host looks at every record and
 // keeps none: each must have its number, in order, and the size of all.
 //
-// usage: bench_drain [--records=<number>] [options of Google Benchmark]
+// usage: bench_drain [--records=<number>] [--heap=system] [options of Google Benchmark]
 #include <algorithm>
 #include <atomic>
 #include <cstring>

@@ -3,6 +3,7 @@
 #include <benchmark/benchmark.h>
 #include <string>
 
+#include "bench/BenchMain.h"
 #include "logs/SymbolContainer.h"
 
 namespace {
@@ -156,4 +157,6 @@ BENCHMARK(FindEveryInteger)->Arg(10)->Arg(50);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+    return Kyr::Bench::RunBenchmarks(argc, argv);
+}

@@ -13,6 +13,8 @@
 #include <time.h>
 #include <unistd.h>
 
+#include "bench/BenchMain.h"
+
 namespace Kyr::Bench {
 
 namespace {
@@ -173,10 +175,9 @@ int Run(int argc, char** argv) {
         return 1;
     }
     ::setenv("KELCOMM_RUNTIME_DIR", directory, 1);
-    benchmark::Initialize(&argc, argv);
-    benchmark::RunSpecifiedBenchmarks();
+    const int result = RunBenchmarks(argc, argv);
     std::filesystem::remove_all(directory);
-    return 0;
+    return result;
 }
 
 }  // namespace Kyr::Bench
