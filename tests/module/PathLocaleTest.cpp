@@ -53,6 +53,13 @@ TEST_F(PathLocaleTest, PathsAreConvertedByTheInstalledLocale) {
     EXPECT_EQ(text, "\xC3\xA4\xE2\x82\xAC");
 }
 
+TEST_F(PathLocaleTest, NarrowTextsOfPathsAreReadAsUtf8) {
+    InitializeLibrary();
+    const std::wstring text = boost::filesystem::path("\xC3\xA4\xE2\x82\xAC").wstring();
+    TakePathLocale();
+    EXPECT_EQ(text, L"\u00e4\u20ac");
+}
+
 // What else a generated locale may hold brings ICU's data into every host.
 TEST_F(PathLocaleTest, InstalledLocaleHoldsNoFacetThatPathsDoNotUse) {
     InitializeLibrary();
