@@ -43,7 +43,7 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       database_(boost::make_shared<CDatabase>(settings.databasePath)),
       steps_(settings.dieAt, EndThisProcess),
       failures_(events_),
-      printer_(events_),
+      printer_(events_, settings.told.count("record") != 0),
       bus_(boost::make_shared<CBus>(printer_)),
       provider_(events_),
       module_(loader_.Create()),

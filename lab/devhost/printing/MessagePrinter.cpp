@@ -46,7 +46,8 @@ CLine StateLine(const Publication& publication) {
 
 }  // namespace
 
-CMessagePrinter::CMessagePrinter(LineSink events) : events_(std::move(events)) {}
+CMessagePrinter::CMessagePrinter(LineSink events, bool tellsRecords)
+    : events_(std::move(events)), tellsRecords_(tellsRecords) {}
 CMessagePrinter::~CMessagePrinter() = default;
 
 void CMessagePrinter::OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) {
@@ -58,7 +59,8 @@ void CMessagePrinter::OnPublish(const Publication& publication) {
     AddContent(line, *publication.message);
     events_(line);
     events_(StateLine(publication));
-    if (const auto* records = RecordsOf(*publication.message)) {
+    const auto* records = tellsRecords_ ? RecordsOf(*publication.message) : nullptr;
+    if (records != nullptr) {
         for (std::size_t index = 0; index < records->size(); ++index) {
             events_(BusLine("record", publication)
                         .With("row", std::to_string(index))

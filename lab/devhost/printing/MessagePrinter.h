@@ -13,7 +13,9 @@ namespace Kyr::Lab::DevHost {
 
 class CMessagePrinter final : public IBusObserver {
   public:
-    explicit CMessagePrinter(LineSink events);
+    /// Without `tellsRecords` no `record` of a batch is told: making a line of each costs as much
+    /// as storing it does, for nobody when nobody asked.
+    explicit CMessagePrinter(LineSink events, bool tellsRecords = true);
     ~CMessagePrinter() override;
     void OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) override;
     void OnPublish(const Publication& publication) override;
@@ -25,6 +27,7 @@ class CMessagePrinter final : public IBusObserver {
     void PrintLog(const Publication& publication, const Common::Message::CLogMessage& log);
 
     const LineSink events_;
+    const bool tellsRecords_;
 };
 
 }  // namespace Kyr::Lab::DevHost

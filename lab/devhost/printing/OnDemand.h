@@ -1,6 +1,7 @@
 // The kinds of events that are told on demand only, since most runs are about something else.
 //
-// Whoever has something to tell tells it always; what nobody asked for is dropped on its way out.
+// Whoever has something to tell tells it always, but for the records of a batch; what nobody asked
+// for is dropped on its way out.
 // Threads: any. Errors: std::invalid_argument for a kind that is none of them; it names them.
 #pragma once
 

@@ -72,7 +72,9 @@ CWireWriter& CWireWriter::AddInteger(std::uint32_t field, std::uint64_t value) {
 CWireWriter& CWireWriter::AddBytes(std::uint32_t field, std::string_view value) {
     Append(std::uint64_t{field} << 3 | kCounted);
     Append(value.size());
-    bytes_.insert(bytes_.end(), value.begin(), value.end());
+    // As bytes: a copy from one type to the other goes character by character.
+    const auto* const first = reinterpret_cast<const std::uint8_t*>(value.data());
+    bytes_.insert(bytes_.end(), first, first + value.size());
     return *this;
 }
 
