@@ -1,6 +1,6 @@
 # The front door; all that it does stands in CMakePresets.json and scripts/.
 
-.PHONY: help demo test check crashtest bench bench-check lab-drain fuzz fuzz-night coverage windows mutants planted-faults dependencies
+.PHONY: help demo test check crashtest bench bench-check lab-drain fuzz fuzz-night coverage windows mutants planted-faults install package dependencies
 .DEFAULT_GOAL := help
 
 help:
@@ -12,6 +12,8 @@ help:
 	@echo "make bench-check build the release variant and compare the benchmarks' ratios with those of the tree; minutes"
 	@echo "make lab-drain ten million records through the lab's product and host; minutes, 11 GB of memory, 11 GB of disk"
 	@echo "make windows cross-build for 32-bit Windows, run the suites under Wine, pack a zip"
+	@echo "make install build the release variant and install it below PREFIX (/usr/local); DESTDIR is respected"
+	@echo "make package the same as a Debian package, build/release/package/*.deb"
 	@echo "make fuzz    run each libFuzzer target for a minute"
 	@echo "make fuzz-night run them for ten hours, and keep count"
 	@echo "make coverage which lines and branches of the library its suites run"
@@ -53,6 +55,18 @@ windows: dependencies
 	scripts/windows/build
 	scripts/windows/package
 	scripts/windows/test
+
+PREFIX ?= /usr/local
+
+install: dependencies
+	cmake --preset release
+	cmake --build --preset release --target kyr_installed
+	cmake --install build/release --strip --prefix "$(PREFIX)"
+
+package: dependencies
+	cmake --preset release
+	cmake --build --preset release --target kyr_installed
+	cpack --config build/release/CPackConfig.cmake -B build/release/package
 
 fuzz: dependencies
 	scripts/fuzz

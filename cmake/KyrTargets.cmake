@@ -3,7 +3,7 @@
 include(CheckCXXCompilerFlag)
 
 function(kyr_configure_target name)
-    target_include_directories(${name} PUBLIC "${CMAKE_SOURCE_DIR}")
+    target_include_directories(${name} PUBLIC "$<BUILD_INTERFACE:${CMAKE_SOURCE_DIR}>")
     if(MSVC)
         target_compile_options(${name} PRIVATE /W4 /permissive- /utf-8 /Zc:__cplusplus /EHsc)
     else()

@@ -1,0 +1,119 @@
+# What `cmake --install` puts where. docs/installing.md tells it to whoever installs.
+#
+# All paths are below one prefix and none is written into a file, so that what is installed can be moved as a whole. The
+# libraries of this tree stand in a folder of their own: a host loads them by their path, and no other program shall find them
+# by chance.
+
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+if(WIN32)
+    # One flat folder: Windows looks for a program's libraries beside it.
+    set(KYR_INSTALL_PROGRAMS .)
+    set(KYR_INSTALL_MODULES .)
+    set(KYR_INSTALL_LIBRARIES lib)
+    set(KYR_INSTALL_HEADERS include)
+    set(KYR_INSTALL_CMAKE cmake)
+    set(KYR_INSTALL_DOCUMENTS docs)
+else()
+    set(KYR_INSTALL_PROGRAMS ${CMAKE_INSTALL_BINDIR})
+    set(KYR_INSTALL_MODULES ${CMAKE_INSTALL_LIBDIR}/ov-agent-connector)
+    set(KYR_INSTALL_LIBRARIES ${KYR_INSTALL_MODULES})
+    set(KYR_INSTALL_HEADERS ${CMAKE_INSTALL_INCLUDEDIR}/ov-agent-connector)
+    set(KYR_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/OvAgentConnector)
+    set(KYR_INSTALL_PKGCONFIG ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+    set(KYR_INSTALL_DOCUMENTS ${CMAKE_INSTALL_DATADIR}/doc/ov-agent-connector)
+endif()
+
+# What is installed is built by one target, so that nobody has to wait for suites and benchmarks.
+set(modules OvAgentConnector HostProbe)
+set(programs)
+if(TARGET ovprobe)
+    list(APPEND programs ovprobe)
+endif()
+add_custom_target(kyr_installed DEPENDS kyr_host kyr_logs ${modules} ${programs})
+
+# Programs and modules find the host's library, wherever the prefix is.
+if(NOT WIN32)
+    file(RELATIVE_PATH fromPrograms /${KYR_INSTALL_PROGRAMS} /${KYR_INSTALL_MODULES})
+    set_target_properties(${modules} PROPERTIES INSTALL_RPATH "$ORIGIN")
+    if(programs)
+        set_target_properties(${programs} PROPERTIES INSTALL_RPATH "$ORIGIN/${fromPrograms}")
+    endif()
+endif()
+
+# Checks that protobuf writes into its headers name the file that they stand in.
+if(NOT MSVC)
+    foreach(target kyr_host kyr_kelcomm_messages)
+        target_compile_options(${target} PRIVATE "-fmacro-prefix-map=${CMAKE_BINARY_DIR}/generated/=")
+    endforeach()
+endif()
+
+# Libraries and programs
+set_target_properties(kyr_base PROPERTIES EXPORT_NAME Base)
+set_target_properties(kyr_host PROPERTIES EXPORT_NAME Host)
+set_target_properties(kyr_logs PROPERTIES EXPORT_NAME Logs)
+install(TARGETS kyr_base kyr_host kyr_logs
+    EXPORT OvAgentConnectorTargets
+    RUNTIME DESTINATION ${KYR_INSTALL_MODULES}
+    LIBRARY DESTINATION ${KYR_INSTALL_MODULES}
+    ARCHIVE DESTINATION ${KYR_INSTALL_LIBRARIES}
+    INCLUDES DESTINATION ${KYR_INSTALL_HEADERS})
+# Loaded, never linked: no import library.
+install(TARGETS ${modules}
+    RUNTIME DESTINATION ${KYR_INSTALL_MODULES}
+    LIBRARY DESTINATION ${KYR_INSTALL_MODULES})
+if(programs)
+    install(TARGETS ${programs} RUNTIME DESTINATION ${KYR_INSTALL_PROGRAMS})
+endif()
+# `--strip` passes static libraries by. What describes them to a debugger also names the folders that they were built in.
+install(CODE "
+    if(CMAKE_INSTALL_DO_STRIP)
+        file(GLOB archives \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KYR_INSTALL_LIBRARIES}/libkyr_*.a\")
+        execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \${archives} COMMAND_ERROR_IS_FATAL ANY)
+    endif()")
+
+# Headers of what crosses the border between host and module: the host's own, and the logs with the clock that they take.
+install(DIRECTORY host DESTINATION ${KYR_INSTALL_HEADERS} FILES_MATCHING PATTERN "*.h" PATTERN "*.proto")
+foreach(name DataMinerMessages EventLog MultiProductStatusLog MultiSymbolContainer OvAgentRequest StatusLog SymbolContainer
+        SymbolValue)
+    install(FILES logs/${name}.h DESTINATION ${KYR_INSTALL_HEADERS}/logs)
+endforeach()
+install(FILES base/Clock.h DESTINATION ${KYR_INSTALL_HEADERS}/base)
+install(DIRECTORY "${CMAKE_BINARY_DIR}/generated/host" DESTINATION ${KYR_INSTALL_HEADERS} FILES_MATCHING PATTERN "*.pb.h")
+
+# Package files
+install(EXPORT OvAgentConnectorTargets NAMESPACE OvAgentConnector:: DESTINATION ${KYR_INSTALL_CMAKE})
+configure_package_config_file(packaging/OvAgentConnectorConfig.cmake.in
+    "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake.in"
+    INSTALL_DESTINATION ${KYR_INSTALL_CMAKE}
+    PATH_VARS KYR_INSTALL_MODULES)
+file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake"
+    INPUT "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake.in")
+# Before 1.0 every minor version may change what crosses the border.
+write_basic_package_version_file("${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfigVersion.cmake"
+    COMPATIBILITY SameMinorVersion)
+install(FILES
+        "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake"
+        "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfigVersion.cmake"
+    DESTINATION ${KYR_INSTALL_CMAKE})
+if(KYR_INSTALL_PKGCONFIG)
+    file(RELATIVE_PATH KYR_PREFIX_FROM_PKGCONFIG /${KYR_INSTALL_PKGCONFIG} /)
+    configure_file(packaging/ov-agent-connector.pc.in "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc.in" @ONLY)
+    file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc"
+        INPUT "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc.in")
+    install(FILES "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc" DESTINATION ${KYR_INSTALL_PKGCONFIG})
+endif()
+
+# Documents, and the terms of the headers of others that are compiled into the programs and ask to be passed on with them.
+install(DIRECTORY docs/ DESTINATION ${KYR_INSTALL_DOCUMENTS} FILES_MATCHING PATTERN "*.md")
+install(FILES probe/README.md DESTINATION ${KYR_INSTALL_DOCUMENTS} RENAME ovprobe.md)
+install(FILES hostprobe/README.md DESTINATION ${KYR_INSTALL_DOCUMENTS} RENAME hostprobe.md)
+install(DIRECTORY examples DESTINATION ${KYR_INSTALL_DOCUMENTS})
+install(FILES packaging/copyright DESTINATION ${KYR_INSTALL_DOCUMENTS})
+foreach(package libcli11-dev nlohmann-json3-dev)
+    if(EXISTS /usr/share/doc/${package}/copyright)
+        install(FILES /usr/share/doc/${package}/copyright
+            DESTINATION ${KYR_INSTALL_DOCUMENTS}/of-others RENAME ${package}.txt)
+    endif()
+endforeach()

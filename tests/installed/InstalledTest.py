@@ -1,0 +1,134 @@
+"""Installs a build into a prefix of its own, moves that, and makes a host from nothing but what is there.
+
+usage: InstalledTest.py <build folder> <source folder> <work folder>
+
+The host is examples/minimal-host. It asks the simulated product to end a process.
+"""
+import os
+import pathlib
+import re
+import shutil
+import subprocess
+import sys
+import unittest
+
+BUILD, SOURCE, WORK = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
+# What is found must be in the prefix; nothing of the caller's surroundings leads to another one.
+CLEAN = {name: os.environ[name] for name in ("PATH", "HOME", "LANG") if name in os.environ}
+
+
+def run(*words, **options):
+    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False, timeout=300,
+                          **{"env": CLEAN, **options})
+    if done.returncode != 0:
+        raise AssertionError(f"{words[0]} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
+    return done.stdout
+
+
+class Product:
+    """The simulated product with a process to end."""
+
+    def __init__(self, folder):
+        self.environment = {**CLEAN, "KELCOMM_RUNTIME_DIR": str(folder)}
+        self.process = subprocess.Popen([BUILD / "bin/simproduct"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                        text=True, env=self.environment)
+        self.wait_for("ready")
+        self.tell("start one")
+        self.victim = re.search(r"pid=(\d+)", self.wait_for("started")).group(1)
+
+    def wait_for(self, text):
+        for line in self.process.stdout:
+            if f" {text}" in line:
+                return line
+        raise AssertionError(f"the product ended without: {text}")
+
+    def tell(self, command):
+        self.process.stdin.write(command + "\n")
+        self.process.stdin.flush()
+
+    def end(self):
+        self.process.stdin.close()
+        self.process.stdout.read()
+        self.process.stdout.close()
+        self.process.wait(timeout=60)
+
+
+class InstalledTest(unittest.TestCase):
+    @classmethod
+    def setUpClass(cls):
+        shutil.rmtree(WORK, ignore_errors=True)
+        WORK.mkdir(parents=True)
+        cls.prefix = WORK / "moved"
+        run("cmake", "--install", BUILD, "--strip", "--prefix", WORK / "installed")
+        (WORK / "installed").rename(cls.prefix)
+
+    def find(self, pattern):
+        found = sorted(self.prefix.glob(pattern))
+        self.assertEqual(1, len(found), f"{pattern}: {found}")
+        return found[0]
+
+    def test_no_file_names_a_folder_of_the_build(self):
+        names = [os.fsencode(folder) for folder in (SOURCE, BUILD, WORK / "installed")]
+        files = [path for path in self.prefix.rglob("*") if path.is_file()]
+        self.assertGreater(len(files), 50)
+        self.assertEqual([], [path for path in files if any(name in path.read_bytes() for name in names)])
+
+    def test_every_header_compiles_by_itself(self):
+        flags = self.pkg_config("--cflags")
+        root = self.find("include/ov-agent-connector")
+        headers = sorted(path.relative_to(root) for path in root.rglob("*.h"))
+        self.assertIn(pathlib.Path("host/kernel/IModule.h"), headers)
+        # One after another in one source: what a header lacks, one before it in the alphabet can seldom give.
+        for order in (headers, headers[::-1]):
+            source = "".join(f'#include "{header}"\n' for header in order)
+            run("g++", "-std=c++17", "-Wall", "-Wextra", "-Werror", "-fsyntax-only", *flags, "-x", "c++", "-", input=source)
+
+    def test_pkg_config_names_files_that_are_there(self):
+        for variable in ("module", "hostprobe"):
+            self.assertTrue(pathlib.Path(self.pkg_config(f"--variable={variable}")[0]).is_file(), variable)
+        self.assertTrue(any(flag == f"-L{self.find('lib*/**/libKyrHost.so').parent}"
+                            for flag in map(self.real, self.pkg_config("--libs"))))
+
+    @staticmethod
+    def real(flag):
+        return "-L" + os.path.realpath(flag[2:]) if flag.startswith("-L") else flag
+
+    def pkg_config(self, *words):
+        folder = self.find("lib*/**/ov-agent-connector.pc").parent
+        return run("pkg-config", *words, "ov-agent-connector", env={**CLEAN, "PKG_CONFIG_PATH": str(folder)}).split()
+
+    def test_the_probe_runs_from_the_prefix(self):
+        self.assertIn("decode", run(self.prefix / "bin/ovprobe", "--help"))
+
+    def test_minimal_host_gets_a_kill_task_done(self):
+        run("cmake", "-G", "Ninja", "-S", SOURCE / "examples/minimal-host", "-B", WORK / "host",
+            f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
+        run("cmake", "--build", WORK / "host")
+        library = self.find("lib*/**/libOvAgentConnector.so")
+        product = Product(WORK / "run")
+        self.addCleanup(product.end)
+        host = subprocess.Popen([WORK / "host/minimal-host", library, product.victim], stdout=subprocess.PIPE, text=True,
+                                env=product.environment)
+        self.assertIn("outcome=done", product.wait_for("did action=kill"))
+        product.tell("broadcast index=8")
+        output, _ = host.communicate(timeout=120)
+        self.assertTrue(output.endswith("\nthe task is done\n"), output)
+        self.assertEqual(0, host.returncode, output)
+
+    def test_minimal_host_says_when_there_is_nothing_to_kill(self):
+        # The other test has built it; in either order.
+        if not (WORK / "host/minimal-host").exists():
+            self.test_minimal_host_gets_a_kill_task_done()
+        product = Product(WORK / "run-refused")
+        self.addCleanup(product.end)
+        host = subprocess.Popen([WORK / "host/minimal-host", self.find("lib*/**/libOvAgentConnector.so"), "1"],
+                                stdout=subprocess.PIPE, text=True, env=product.environment)
+        self.assertIn("outcome=refused", product.wait_for("did action=kill"))
+        product.tell("broadcast index=8")
+        output, _ = host.communicate(timeout=120)
+        self.assertTrue(output.endswith("\nthe task is not done\n"), output)
+        self.assertEqual(1, host.returncode, output)
+
+
+if __name__ == "__main__":
+    unittest.main(argv=sys.argv[:1])
