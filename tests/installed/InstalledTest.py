@@ -68,10 +68,14 @@ class InstalledTest(unittest.TestCase):
         return found[0]
 
     def test_no_file_names_a_folder_of_the_build(self):
+        self.assertGreater(len(self.names(self.prefix)), 50)
+        self.assertEqual([], self.files_with_names(self.prefix))
+
+    @staticmethod
+    def files_with_names(prefix):
         names = [os.fsencode(folder) for folder in (SOURCE, BUILD, WORK / "installed")]
-        files = [path for path in self.prefix.rglob("*") if path.is_file()]
-        self.assertGreater(len(files), 50)
-        self.assertEqual([], [path for path in files if any(name in path.read_bytes() for name in names)])
+        return [path for path in prefix.rglob("*")
+                if path.is_file() and any(name in path.read_bytes() for name in names)]
 
     def test_every_header_compiles_by_itself(self):
         flags = self.pkg_config("--cflags")
@@ -96,6 +100,21 @@ class InstalledTest(unittest.TestCase):
     def pkg_config(self, *words):
         folder = self.find("lib*/**/ov-agent-connector.pc").parent
         return run("pkg-config", *words, "ov-agent-connector", env={**CLEAN, "PKG_CONFIG_PATH": str(folder)}).split()
+
+    def test_debian_package_has_the_same_and_names_what_it_needs(self):
+        run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", WORK / "package")
+        package, = (WORK / "package").glob("ov-agent-connector_*.deb")
+        needed = {word.split(" ")[0] for word in run("dpkg-deb", "-f", package, "Depends").strip().split(", ")}
+        self.assertLessEqual({"libboost-thread1.81.0", "libc6", "libpocofoundation80", "libprotobuf32", "libstdc++6", "zlib1g"},
+                             needed)
+        run("dpkg-deb", "-x", package, WORK / "unpacked")
+        self.assertEqual(self.names(self.prefix), self.names(WORK / "unpacked/usr"))
+        self.assertEqual([], self.files_with_names(WORK / "unpacked"))
+
+    @staticmethod
+    def names(prefix):
+        # The one is a prefix of its own, the other the system's, where Debian has a folder for each kind of computer.
+        return sorted(path.relative_to(prefix).name for path in prefix.rglob("*") if path.is_file())
 
     def test_the_probe_runs_from_the_prefix(self):
         self.assertIn("decode", run(self.prefix / "bin/ovprobe", "--help"))
