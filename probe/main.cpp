@@ -8,6 +8,7 @@
 #include "probe/Input.h"
 #include "probe/decode/Decode.h"
 #include "probe/decode/Payload.h"
+#include "probe/explain/Explain.h"
 #include "probe/show/LayoutText.h"
 
 namespace {
@@ -72,6 +73,17 @@ int RunDecode(const DecodeOptions& options) {
     return layout.IsSound() ? kFine : kSomethingFound;
 }
 
+CLI::App& AddExplain(CLI::App& app, ExplainOptions& options) {
+    CLI::App& explain = *app.add_subcommand(
+        "explain", "the story in a host's log: connections, outages, what became of each task");
+    explain.add_option("log", options.logs, "files, the oldest first; - is standard input")
+        ->required();
+    explain.add_option("--task", options.task,
+                       "only the task with this identifier: why is it not done?");
+    explain.add_flag("--json", options.json, "for programs");
+    return explain;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -79,10 +91,15 @@ int main(int argc, char** argv) {
     app.require_subcommand(1);
     DecodeOptions decodeOptions;
     AddDecode(app, decodeOptions);
+    ExplainOptions explainOptions;
+    const CLI::App& explain = AddExplain(app, explainOptions);
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
     try {
+        if (explain.parsed()) {
+            return Explain(explainOptions, std::cout) ? kFine : kSomethingFound;
+        }
         return RunDecode(decodeOptions);
     } catch (const std::exception& problem) {
         std::cerr << "ovprobe: " << problem.what() << '\n';

@@ -1,0 +1,178 @@
+#include "probe/explain/StoryText.h"
+
+#include <algorithm>
+#include <ostream>
+
+#include <nlohmann/json.hpp>
+
+namespace Kyr::Probe {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::string InText(const Place& place) {
+    return place.time.empty() ? place.where : place.time + " (" + place.where + ")";
+}
+
+void WriteCause(std::ostream& out, const std::string& cause, const std::string& next) {
+    if (!cause.empty()) {
+        out << "      why:  " << cause << '\n';
+    }
+    if (!next.empty()) {
+        out << "      next: " << next << '\n';
+    }
+}
+
+std::string NameOf(const TaskStory& task) {
+    std::string name;
+    for (const std::string& identifier : task.identifiers) {
+        name += (name.empty() ? "" : ";") + identifier;
+    }
+    return name.empty() ? "identifiers not in the log" : name;
+}
+
+void WriteTask(std::ostream& out, const TaskStory& task) {
+    out << "  " << (task.what.empty() ? "a task" : task.what) << ": " << InWords(task.state) << '\n'
+        << "      " << NameOf(task) << '\n'
+        << "      from " << InText(task.first) << " to " << InText(task.last) << ", asked "
+        << task.attempts << (task.attempts == 1 ? " time\n" : " times\n");
+    WriteCause(out, task.cause, task.next);
+}
+
+void WriteOutage(std::ostream& out, const Outage& outage) {
+    out << "  " << InText(outage.begins) << ", " << outage.attempts << " attempts, "
+        << (outage.over ? "over at " + InText(outage.ends) : "not over at the end of the log")
+        << '\n';
+    WriteCause(out, outage.cause, outage.next);
+}
+
+void WriteProblem(std::ostream& out, const Problem& problem) {
+    out << "  " << InText(problem.first);
+    if (problem.times > 1) {
+        out << " and " << problem.times - 1 << " times more";
+    }
+    out << '\n';
+    WriteCause(out, problem.cause, problem.next);
+}
+
+void WriteHead(std::ostream& out, const Story& story) {
+    out << story.lines << " lines of the connector, " << story.others << " others";
+    if (story.tooLong != 0) {
+        out << ", " << story.tooLong << " too long to read";
+    }
+    out << '\n';
+    for (const Place& connection : story.connections) {
+        out << "connected at " << InText(connection) << '\n';
+    }
+    if (story.connecting) {
+        out << "not connected at the end of the log\n";
+    }
+}
+
+Json ToJson(const Place& place) {
+    return {{"time", place.time}, {"where", place.where}};
+}
+
+template <typename Found, typename Make>
+Json List(const std::vector<Found>& found, Make make) {
+    Json list = Json::array();
+    for (const Found& one : found) {
+        list.push_back(make(one));
+    }
+    return list;
+}
+
+}  // namespace
+
+void WriteStory(std::ostream& out, const Story& story) {
+    WriteHead(out, story);
+    if (!story.outages.empty()) {
+        out << "\nOutages\n";
+        for (const Outage& outage : story.outages) {
+            WriteOutage(out, outage);
+        }
+    }
+    if (!story.tasks.empty()) {
+        out << "\nTasks\n";
+        for (const TaskStory& task : story.tasks) {
+            WriteTask(out, task);
+        }
+    }
+    if (!story.problems.empty()) {
+        out << "\nWrong besides\n";
+        for (const Problem& problem : story.problems) {
+            WriteProblem(out, problem);
+        }
+    }
+    out << '\n' << (story.IsFine() ? "nothing wrong\n" : "something is wrong\n");
+}
+
+Story OnlyTask(const Story& story, const std::string& identifier) {
+    Story only = story;
+    only.tasks.clear();
+    std::copy_if(story.tasks.begin(), story.tasks.end(), std::back_inserter(only.tasks),
+                 [&](const TaskStory& task) {
+                     return std::find(task.identifiers.begin(), task.identifiers.end(),
+                                      identifier) != task.identifiers.end();
+                 });
+    return only;
+}
+
+void WriteTasks(std::ostream& out, const Story& story) {
+    for (const TaskStory& task : story.tasks) {
+        WriteTask(out, task);
+    }
+    if (!story.tasks.empty()) {
+        return;
+    }
+    out << "the product was never asked to do that task\n";
+    if (story.deactivated) {
+        WriteProblem(out, story.problems.front());
+    } else if (!story.outages.empty() && !story.outages.back().over) {
+        WriteOutage(out, story.outages.back());
+    } else {
+        WriteCause(out,
+                   "the host has not given it to the connector, or to one whose log this is not",
+                   "look whether the server has sent it, and into older logs");
+    }
+}
+
+std::string ToJson(const Story& story) {
+    const Json all = {
+        {"fine", story.IsFine()},
+        {"lines", story.lines},
+        {"others", story.others},
+        {"tooLong", story.tooLong},
+        {"connected", List(story.connections, [](const Place& place) { return ToJson(place); })},
+        {"connecting", story.connecting},
+        {"deactivated", story.deactivated},
+        {"outages", List(story.outages,
+                         [](const Outage& outage) {
+                             return Json{{"begins", ToJson(outage.begins)},
+                                         {"attempts", outage.attempts},
+                                         {"over", outage.over},
+                                         {"cause", outage.cause},
+                                         {"next", outage.next}};
+                         })},
+        {"tasks", List(story.tasks,
+                       [](const TaskStory& task) {
+                           return Json{{"identifiers", task.identifiers},
+                                       {"what", task.what},
+                                       {"state", InWords(task.state)},
+                                       {"first", ToJson(task.first)},
+                                       {"last", ToJson(task.last)},
+                                       {"asked", task.attempts},
+                                       {"cause", task.cause},
+                                       {"next", task.next}};
+                       })},
+        {"problems", List(story.problems, [](const Problem& problem) {
+             return Json{{"first", ToJson(problem.first)},
+                         {"times", problem.times},
+                         {"cause", problem.cause},
+                         {"next", problem.next}};
+         })}};
+    return all.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+}  // namespace Kyr::Probe

@@ -1,0 +1,23 @@
+// A story for people, as text, and for programs, as one line of JSON.
+//
+// Threads: one. Errors: none.
+#pragma once
+
+#include <iosfwd>
+#include <string>
+
+#include "probe/explain/Story.h"
+
+namespace Kyr::Probe {
+
+void WriteStory(std::ostream& out, const Story& story);
+
+/// The tasks of which one identifier is that one; the other ones of the story are left out.
+Story OnlyTask(const Story& story, const std::string& identifier);
+
+/// Why a task is not done: of the tasks in `story` each, or why there is none.
+void WriteTasks(std::ostream& out, const Story& story);
+
+std::string ToJson(const Story& story);
+
+}  // namespace Kyr::Probe

@@ -1,0 +1,22 @@
+// How a log names tasks: messages by their names, requests by their identifiers.
+//
+// Threads: any. Errors: none; whatever the text is, what comes out is safe to print.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace Kyr::Probe {
+
+/// What a message asks for, for people: of its name as it stands in a line, or of a command of the
+/// lab's host. Empty: no task.
+std::string TaskOfMessage(std::string_view name);
+std::string TaskOfCommand(std::string_view command);
+
+/// The identifiers in the request's user data; one that is no UUID is "(no UUID)". Empty: none.
+std::vector<std::string> IdentifiersInRequest(std::string_view xml);
+/// Of three with that separator between them.
+std::vector<std::string> SplitIdentifiers(std::string_view text, char separator);
+
+}  // namespace Kyr::Probe
