@@ -324,7 +324,7 @@ void CTeller::TakeEvent(const HostLine& line) {
 
 void CTeller::End() {
     TaskStory* const task = Current();
-    if (asked_ && task != nullptr) {
+    if (task != nullptr && task->state == TaskState::kAsked) {
         task->cause =
             "nothing in the log says that the product has answered: it hangs, or the log ends here";
         task->next = "`ovprobe ping`: a product that hangs does not answer";
@@ -342,12 +342,13 @@ void CTeller::End() {
 
 void CTeller::Progress() {
     TaskStory* const task = Current();
-    if (asked_ && task != nullptr) {
+    // Of a task whose event has come more is known.
+    if (task != nullptr && task->state == TaskState::kAsked) {
         const Place asked = task->last;
         SetState(*task, TaskState::kAccepted);
         task->last = asked;
-        asked_ = false;
     }
+    asked_ = false;
     EndOutage();
 }
 
