@@ -113,8 +113,10 @@ void ReadHostLogFile(const std::string& path, HostLog& log) {
         return;
     }
     std::ifstream file(path, std::ios::binary);
-    // A folder can be opened, too, and not be read.
-    if (!file || file.peek(), file.bad()) {
+    if (file) {
+        file.peek();  // a folder can be opened, too, and not be read
+    }
+    if (file.bad() || !file.is_open()) {
         throw std::runtime_error("cannot read " + Shown(path) + ": " +
                                  std::generic_category().message(errno));
     }

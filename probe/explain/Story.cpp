@@ -418,7 +418,7 @@ TaskStory& CTeller::TaskFor(const std::vector<std::string>& identifiers, const s
 }  // namespace
 
 bool Story::IsFine() const {
-    return problems.empty() && outages.empty() && !connecting &&
+    return lines != 0 && problems.empty() && outages.empty() && !connecting &&
            std::all_of(tasks.begin(), tasks.end(), [](const TaskStory& task) {
                return task.state == TaskState::kAccepted || task.state == TaskState::kTold ||
                       task.state == TaskState::kDone || task.state == TaskState::kDoneWithWarning;

@@ -74,7 +74,8 @@ struct Story {
     std::size_t others = 0;
     std::size_t tooLong = 0;
 
-    /// Whether nothing is wrong: every task is done or with the product, and no outage was seen.
+    /// Whether nothing is wrong: there are lines of the connector, every task is done or with the
+    /// product, and no outage was seen.
     bool IsFine() const;
 };
 

@@ -1,6 +1,7 @@
 // Logs with one thing planted in each, and the cause that must be named.
 #include <gmock/gmock.h>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -367,7 +368,13 @@ TEST(ExplainTest, GarbageIsNobodysLine) {
     ReadHostLog(input, "host.log", log);
     EXPECT_THAT(log.lines, IsEmpty());
     EXPECT_EQ(log.others, 4U);
-    EXPECT_TRUE(Tell(log).IsFine());
+    EXPECT_FALSE(Tell(log).IsFine());  // it says nothing of the connector
+}
+
+TEST(ExplainTest, FileThatIsNotThereIsAnError) {
+    HostLog log;
+    EXPECT_THROW(ReadHostLogFile("no such file", log), std::runtime_error);
+    EXPECT_THROW(ReadHostLogFile(".", log), std::runtime_error);
 }
 
 TEST(ExplainTest, JsonTellsWhatTheTextTells) {
