@@ -1,21 +1,24 @@
 // Looks into an endpoint with the connector's own code; README.md says what each command tells.
+#include <cstdlib>
 #include <exception>
+#include <functional>
 #include <iostream>
 #include <optional>
 #include <string>
 
 #include "lab/common/CommandLine.h"
 #include "probe/Input.h"
+#include "probe/ProductCommands.h"
 #include "probe/decode/Decode.h"
 #include "probe/decode/Payload.h"
 #include "probe/explain/Explain.h"
+#include "probe/session/TimeLimit.h"
 #include "probe/show/LayoutText.h"
+#include "probe/show/Report.h"
 
 namespace {
 
 using namespace Kyr::Probe;
-
-enum ExitCode { kFine = 0, kSomethingFound = 1, kWrongUsage = 2 };
 
 struct DecodeOptions {
     std::string input = "-";
@@ -89,20 +92,28 @@ CLI::App& AddExplain(CLI::App& app, ExplainOptions& options) {
 int main(int argc, char** argv) {
     CLI::App app("Looks into an endpoint with the connector's own code.", "ovprobe");
     app.require_subcommand(1);
+    std::function<int()> deed;
+    AddProductCommands(app, deed);
     DecodeOptions decodeOptions;
-    AddDecode(app, decodeOptions);
+    AddDecode(app, decodeOptions).callback([&] {
+        deed = [&] { return RunDecode(decodeOptions); };
+    });
     ExplainOptions explainOptions;
-    const CLI::App& explain = AddExplain(app, explainOptions);
+    AddExplain(app, explainOptions).callback([&] {
+        deed = [&] { return Explain(explainOptions, std::cout) ? kFine : kSomethingFound; };
+    });
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
+    int code = kWrongUsage;
     try {
-        if (explain.parsed()) {
-            return Explain(explainOptions, std::cout) ? kFine : kSomethingFound;
-        }
-        return RunDecode(decodeOptions);
+        code = deed();
     } catch (const std::exception& problem) {
         std::cerr << "ovprobe: " << problem.what() << '\n';
-        return kWrongUsage;
     }
+    if (IsWorkLeftBehind()) {
+        std::cout.flush();
+        std::_Exit(code);
+    }
+    return code;
 }

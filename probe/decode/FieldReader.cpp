@@ -59,19 +59,39 @@ std::string BytesText(std::string_view bytes) {
     return text + Rest(bytes.size(), kShownBytes);
 }
 
+namespace {
+
+/// The character at the front of `text`, as it may be shown; how many bytes it has is added to
+/// `at`.
+std::string ShownCharacter(std::string_view text, std::string_view escaped, std::size_t& at) {
+    const std::size_t length = CharacterLength(text);
+    const auto byte = static_cast<unsigned char>(text.front());
+    const bool isControl =
+        byte < 0x20 || byte == 0x7F ||
+        (byte == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0);
+    if (length == 0 || isControl || escaped.find(text.front()) != std::string_view::npos) {
+        ++at;
+        return "\\x" + HexByte(text.front());
+    }
+    at += length;
+    return std::string(text.substr(0, length));
+}
+
+}  // namespace
+
+std::string HarmlessText(std::string_view text) {
+    std::string shown;
+    for (std::size_t at = 0; at < text.size();) {
+        shown += ShownCharacter(text.substr(at), "", at);
+    }
+    return shown;
+}
+
 std::string QuotedText(std::string_view text) {
     std::string quoted = "\"";
     std::size_t at = 0;
     while (at < text.size() && at < kShownText) {
-        const std::size_t length = CharacterLength(text.substr(at));
-        const auto byte = static_cast<unsigned char>(text[at]);
-        if (length == 0 || byte < 0x20 || byte == 0x7F || byte == '"' || byte == '\\') {
-            quoted += "\\x" + HexByte(text[at]);
-            ++at;
-        } else {
-            quoted += text.substr(at, length);
-            at += length;
-        }
+        quoted += ShownCharacter(text.substr(at), "\"\\", at);
     }
     return quoted + '"' + Rest(text.size(), at);
 }

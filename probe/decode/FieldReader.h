@@ -25,6 +25,9 @@ std::string BytesText(std::string_view bytes);
 /// "\x..". Of more than 200 bytes the first ones and how many there are.
 std::string QuotedText(std::string_view text);
 
+/// All of it, without quotes; control characters and what is no UTF-8 become "\x..".
+std::string HarmlessText(std::string_view text);
+
 class CFieldReader {
   public:
     CFieldReader(std::string_view bytes, Layout& layout) : bytes_(bytes), layout_(layout) {}

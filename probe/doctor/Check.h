@@ -1,0 +1,33 @@
+// What doctor finds, one check a line.
+//
+// Values. No text holds what a record, a policy, a key or a log line holds: only what is ours to
+// say, names of keys, numbers.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace Kyr::Probe {
+
+enum class Verdict { kFine, kDoubtful, kWrong };
+
+const char* NameOf(Verdict verdict);
+
+struct Check {
+    Verdict verdict = Verdict::kFine;
+    std::string name;
+    std::string why;   // what was found, and why it is worth that verdict
+    std::string next;  // what to do about it; empty: nothing
+};
+
+using Checks = std::vector<Check>;
+
+/// Positions that the host has stored, as far as numbers can be read from them; 0 for the others.
+struct StoredPositions {
+    std::uint64_t indicators = 0;
+    std::uint64_t telemetry = 0;
+    std::uint64_t actions = 0;
+};
+
+}  // namespace Kyr::Probe

@@ -1,0 +1,94 @@
+#include "probe/doctor/DatabaseChecks.h"
+
+#include <exception>
+
+#include <boost/lexical_cast/bad_lexical_cast.hpp>
+#include <boost/lexical_cast/try_lexical_convert.hpp>
+
+#include "connector/tasks/RecordOffset.h"
+#include "probe/doctor/KeyValues.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+std::uint64_t CheckPosition(const CKeyValues& values, const char* key, const char* what,
+                            Checks& checks) {
+    const std::string name = std::string("position of ") + what;
+    const std::string text = values.Find(key).value_or("");
+    if (text.empty()) {
+        checks.push_back({Verdict::kFine, name, "none is stored: they begin at 0", ""});
+        return 0;
+    }
+    try {
+        const std::uint64_t position = Connectors::OvAgentConnector::ParseOffset(text);
+        checks.push_back({Verdict::kFine, name, std::to_string(position), ""});
+        return position;
+    } catch (const boost::bad_lexical_cast&) {
+        checks.push_back(
+            {Verdict::kWrong, name,
+             "no number can be read from what is stored (" + std::to_string(text.size()) +
+                 " bytes)",
+             std::string("repair the key ") + key + ": every collection of them fails until then"});
+        return 0;
+    }
+}
+
+/// As the connector takes it: exactly "1", and a server besides.
+void CheckCollection(const CKeyValues& values, Checks& checks) {
+    const std::string enabled = values.Find("XDR_ENABLED").value_or("");
+    const bool hasServer = !values.Find("XDR_HOST").value_or("").empty();
+    Check check{Verdict::kFine, "collection of records", "", ""};
+    if (enabled.empty() || enabled == "0") {
+        check.why = "switched off: XDR_ENABLED is not 1";
+    } else if (enabled != "1") {
+        check.verdict = Verdict::kWrong;
+        check.why = "off, since XDR_ENABLED is neither 0 nor 1";
+        check.next = "have the host write 1: other words for yes are not known";
+    } else if (!hasServer) {
+        check.verdict = Verdict::kWrong;
+        check.why = "off, since XDR_HOST is empty";
+        check.next = "see why the policy brought no server";
+    } else {
+        check.why = "switched on, with a server";
+    }
+    checks.push_back(check);
+}
+
+void CheckRemediation(const CKeyValues& values, Checks& checks) {
+    const std::string text = values.Find("OV_REMEDIATION_ENABLED").value_or("");
+    bool enabled = false;
+    if (text.empty()) {
+        checks.push_back({Verdict::kFine, "remediation actions",
+                          "switched off: OV_REMEDIATION_ENABLED is not set", ""});
+    } else if (!boost::conversion::try_lexical_convert(text, enabled)) {
+        checks.push_back({Verdict::kWrong, "remediation actions",
+                          "off, since OV_REMEDIATION_ENABLED is neither 0 nor 1",
+                          "have the host write 1: other words for yes are not known"});
+    } else {
+        checks.push_back(
+            {Verdict::kFine, "remediation actions", enabled ? "switched on" : "switched off", ""});
+    }
+}
+
+}  // namespace
+
+StoredPositions CheckDatabase(const std::string& path, Checks& checks) {
+    StoredPositions positions;
+    try {
+        const CKeyValues values(path);
+        checks.push_back({Verdict::kFine, "host's database", "can be read", ""});
+        positions.indicators = CheckPosition(values, "XDR_OFFSET", "indicators", checks);
+        positions.telemetry = CheckPosition(values, "XDR_TELEMETRY_OFFSET", "telemetry", checks);
+        positions.actions = CheckPosition(values, "OV_REMEDIATION_OFFSET", "actions", checks);
+        CheckCollection(values, checks);
+        CheckRemediation(values, checks);
+    } catch (const std::exception& problem) {
+        checks.push_back({Verdict::kWrong, "host's database",
+                          std::string("cannot be read: ") + problem.what(),
+                          "is it the host's database, and may you read it?"});
+    }
+    return positions;
+}
+
+}  // namespace Kyr::Probe

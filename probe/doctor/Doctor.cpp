@@ -1,0 +1,67 @@
+#include "probe/doctor/Doctor.h"
+
+#include <algorithm>
+
+#include "lab/common/LineWriter.h"
+#include "probe/doctor/AreaChecks.h"
+#include "probe/doctor/DatabaseChecks.h"
+#include "probe/doctor/LogChecks.h"
+#include "probe/doctor/PortChecks.h"
+#include "probe/doctor/RequestChecks.h"
+#include "probe/doctor/SystemChecks.h"
+#include "probe/session/PortTrace.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+// A reader that holds it does so for a moment.
+constexpr std::chrono::milliseconds kMutexPatience{500};
+
+Report ReportOf(const Checks& checks) {
+    Report report;
+    report.command = "doctor";
+    report.columns = {{"verdict"}, {"check"}, {"why"}, {"next", false, true}};
+    std::size_t counts[3] = {};
+    for (const Check& check : checks) {
+        ++counts[static_cast<std::size_t>(check.verdict)];
+        report.rows.push_back({NameOf(check.verdict), check.name, check.why,
+                               check.next.empty() ? Value() : Value(check.next)});
+    }
+    report.notes.push_back(std::to_string(checks.size()) + " checks: " + std::to_string(counts[0]) +
+                           " fine, " + std::to_string(counts[1]) + " doubtful, " +
+                           std::to_string(counts[2]) + " wrong");
+    report.exit = counts[0] == checks.size() ? kFine : kSomethingFound;
+    return report;
+}
+
+}  // namespace
+
+Report Examine(const DoctorOptions& options) {
+    Checks checks;
+    CheckNativeFunctions(options.session.portLayer, checks);
+    CheckPlaceOfNames(checks);
+    const Registration registration = ReadRegistration();
+    CheckRegistration(registration, checks);
+    const bool answers = CheckPorts(options.session, checks);
+    CheckArea(TakeAreaSnapshot(WitnessedNativeFunctions(options.session.portLayer),
+                               std::min(kMutexPatience, options.session.timeLimit)),
+              answers, checks);
+    StoredPositions positions;
+    if (!options.database.empty()) {
+        positions = CheckDatabase(options.database, checks);
+    }
+    if (answers) {
+        CheckRequests(options.session, registration, positions, checks);
+    }
+    if (!options.log.empty()) {
+        CheckLog(options.log, Lab::MachineStamp(), checks);
+    }
+    Report report = ReportOf(checks);
+    if (!answers) {
+        report.exit = kNotReached;
+    }
+    return report;
+}
+
+}  // namespace Kyr::Probe

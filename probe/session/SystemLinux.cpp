@@ -1,0 +1,45 @@
+#include <fstream>
+
+#include "portlayer/Diagnostics.h"
+#include "portlayer/RunFiles.h"
+#include "probe/session/System.h"
+
+namespace Kyr::Probe {
+
+namespace Native = Connectors::Common::Kelcomm::Native;
+
+bool HasTwoKindsOfPorts() {
+    return false;
+}
+
+NativeLookup LookupOf(bool /*portLayer*/) {
+    return &Native::FindNativeFunction;
+}
+
+bool IsExpected(Native::NativeLibrary library) {
+    return library != Native::NativeLibrary::kAdvapi32;  // there are no access tokens
+}
+
+std::string PlaceOfNames() {
+    return PortLayer::PlaceOfNames();
+}
+
+std::string PlaceProblem() {
+    // Nobody writes such a file: whatever is not its absence is the directory's fault.
+    std::string text;
+    const NtApi::NtStatus status = PortLayer::ReadRunFile("ovprobe", text);
+    return status == NtApi::kStatusObjectNameNotFound ? "" : PortLayer::LastFailure();
+}
+
+std::string ProgramOf(std::uint32_t processId) {
+    std::ifstream file("/proc/" + std::to_string(processId) + "/comm");
+    std::string name;
+    std::getline(file, name);
+    return name;
+}
+
+// Here they do so anyway.
+void UseBinaryOutput() {}
+void UseBinaryInput() {}
+
+}  // namespace Kyr::Probe
