@@ -1,7 +1,7 @@
 #include "probe/ProductCommands.h"
 
+#include <charconv>
 #include <csignal>
-#include <limits>
 #include <memory>
 #include <utility>
 
@@ -29,7 +29,9 @@ namespace {
 using Connectors::Common::Kelcomm::CKelcommErrorReplyException;
 using Deed = std::function<int()>;
 
-constexpr double kLongestTime = 86400;  // seconds
+// In seconds.
+constexpr double kShortestTime = 0.001;
+constexpr double kLongestTime = 86400;
 constexpr std::uint32_t kNotAnAdministrator = 14;
 constexpr char kNeedsYes[] = "say that it shall happen: this changes something at the product";
 
@@ -55,10 +57,27 @@ struct Common {
 
 using CommonPointer = std::shared_ptr<Common>;
 
+/// Digits alone, of a number that fits: what is negative would be taken for a large one.
+std::string CheckNumber(const std::string& text) {
+    std::uint64_t number = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, number);
+    return error == std::errc() && stop == end && !text.empty() ? "" : "no number: " + text;
+}
+
+/// A time that can be waited for; what is not a number compares with nothing.
+std::string CheckSeconds(const std::string& text) {
+    double seconds = 0;
+    const bool isNumber = CLI::detail::lexical_cast(text, seconds);
+    return isNumber && seconds >= kShortestTime && seconds <= kLongestTime
+               ? ""
+               : "no number of seconds from 0.001 to 86400: " + text;
+}
+
 CLI::App& AddCommand(CLI::App& app, const char* name, const char* text, const CommonPointer& all) {
     CLI::App& command = *app.add_subcommand(name, text);
     command.add_option("--timeout", all->seconds, "seconds for each exchange")
-        ->check(CLI::Range(0.001, kLongestTime))
+        ->check(CheckSeconds)
         ->capture_default_str();
     command.add_flag("--json", all->output.json, "for programs: one document on one line");
     if (HasTwoKindsOfPorts()) {
@@ -149,6 +168,7 @@ void AddQuestionFrom(CLI::App& app, Deed& deed, const char* name, const char* te
     const auto from = std::make_shared<std::uint64_t>(0);
     CLI::App& command = AddReading(app, name, text, all);
     command.add_option("--from", *from, "a position: how many of them are passed over")
+        ->check(CheckNumber)
         ->capture_default_str();
     command.callback([all, from, name, question, &deed] {
         deed = [all, from, name, question] {
@@ -168,7 +188,9 @@ void AddOutcomes(CLI::App& app, Deed& deed) {
         "not report it: needs --yes",
         all);
     command.add_flag("--yes", all->yes, kNeedsYes);
-    command.add_option("--count", *count, "how many at most")->capture_default_str();
+    command.add_option("--count", *count, "how many at most")
+        ->check(CheckNumber)
+        ->capture_default_str();
     command.callback([all, count, &deed] {
         deed = [all, count] {
             return RunIfYes(
@@ -192,7 +214,7 @@ void AddKill(CLI::App& app, Deed& deed) {
     const auto options = std::make_shared<ActionOptions>();
     CLI::App& command =
         AddChange(app, "kill", "has the product end a process, as the task does: needs --yes", all);
-    command.add_option("--pid", options->processId, "the process")->required();
+    command.add_option("--pid", options->processId, "the process")->check(CheckNumber)->required();
     AddActionOptions(command, *options);
     command.callback([all, options, &deed] {
         deed = [all, options] {
@@ -315,10 +337,9 @@ void AddWatch(CLI::App& app, Deed& deed) {
                    "what the product publishes, as it changes, and what the connector would do; "
                    "ends with an interrupt",
                    all);
-    command.add_option("--for", *length, "seconds after which it ends")
-        ->check(CLI::Range(0.001, kLongestTime));
+    command.add_option("--for", *length, "seconds after which it ends")->check(CheckSeconds);
     command.add_option("--every", *pause, "seconds between two looks")
-        ->check(CLI::Range(0.1, kLongestTime))
+        ->check(CheckSeconds)
         ->capture_default_str();
     command.callback([all, length, pause, &deed] {
         deed = [all, length, pause] {

@@ -24,7 +24,7 @@ Report PingBothPorts(const SessionOptions& options) {
     for (const Port port : {Port::kAdvanced, Port::kLegacy}) {
         const PingFinding finding = PingPort(port, options);
         // The one that says more: that a port is absent may be as it should be.
-        if (!first || first->cause == Cause::kPortAbsent) {
+        if (!first || (first->cause == Cause::kPortAbsent && finding.cause != Cause::kPortAbsent)) {
             first = finding;
         }
         const bool answers = finding.time.has_value();

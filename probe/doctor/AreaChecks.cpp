@@ -71,10 +71,10 @@ Check MutexCheck(MutexState state) {
 
 }  // namespace
 
-void CheckArea(const AreaSnapshot& snapshot, bool productAnswers, Checks& checks) {
+void CheckArea(const AreaSnapshot& snapshot, bool productIsThere, Checks& checks) {
     if (!snapshot.hasSection) {
         checks.push_back({Verdict::kWrong, "area", "not there",
-                          productAnswers ? kNoValues : "start the product"});
+                          productIsThere ? kNoValues : "start the product"});
         return;
     }
     if (snapshot.image.empty()) {
@@ -83,15 +83,15 @@ void CheckArea(const AreaSnapshot& snapshot, bool productAnswers, Checks& checks
     } else {
         const bool isShort = snapshot.image.size() < Broadcast::kHeaderSize;
         checks.push_back({isShort          ? Verdict::kWrong
-                          : productAnswers ? Verdict::kFine
+                          : productIsThere ? Verdict::kFine
                                            : Verdict::kDoubtful,
                           "area",
                           std::to_string(snapshot.image.size()) + " bytes" +
                               (isShort           ? ": too short for its header"
-                               : !productAnswers ? ", left by a product that is gone"
+                               : !productIsThere ? ", left by a product that is gone"
                                                  : ""),
                           isShort           ? kNoValues
-                          : !productAnswers ? "start the product"
+                          : !productIsThere ? "start the product"
                                             : ""});
         Layout layout;
         DecodeArea(snapshot.image, layout);

@@ -8,7 +8,7 @@
 
 namespace Kyr::Probe {
 
-/// `productAnswers`: an area without a product is a leftover, a product without one is broken.
-void CheckArea(const AreaSnapshot& snapshot, bool productAnswers, Checks& checks);
+/// `productIsThere`: an area without a product is a leftover, a product without one is broken.
+void CheckArea(const AreaSnapshot& snapshot, bool productIsThere, Checks& checks);
 
 }  // namespace Kyr::Probe

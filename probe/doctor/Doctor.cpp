@@ -43,22 +43,22 @@ Report Examine(const DoctorOptions& options) {
     CheckPlaceOfNames(checks);
     const Registration registration = ReadRegistration();
     CheckRegistration(registration, checks);
-    const bool answers = CheckPorts(options.session, checks);
+    const ProductPresence product = CheckPorts(options.session, checks);
     CheckArea(TakeAreaSnapshot(WitnessedNativeFunctions(options.session.portLayer),
                                std::min(kMutexPatience, options.session.timeLimit)),
-              answers, checks);
+              product.isThere, checks);
     StoredPositions positions;
     if (!options.database.empty()) {
         positions = CheckDatabase(options.database, checks);
     }
-    if (answers) {
+    if (product.answers) {
         CheckRequests(options.session, registration, positions, checks);
     }
     if (!options.log.empty()) {
         CheckLog(options.log, Lab::MachineStamp(), checks);
     }
     Report report = ReportOf(checks);
-    if (!answers) {
+    if (!product.answers) {
         report.exit = kNotReached;
     }
     return report;

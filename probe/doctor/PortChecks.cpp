@@ -55,9 +55,14 @@ Check Silent(Port port, const PingFinding& finding) {
     return {Verdict::kWrong, NameOf(port), finding.reason + Server(finding), NextOf(finding.cause)};
 }
 
+/// Somebody does, though not as it should be.
+bool IsServed(const PingFinding& finding) {
+    return finding.cause == Cause::kNotAnswering || finding.cause == Cause::kRefused;
+}
+
 }  // namespace
 
-bool CheckPorts(const SessionOptions& options, Checks& checks) {
+ProductPresence CheckPorts(const SessionOptions& options, Checks& checks) {
     const PingFinding advanced = PingPort(Port::kAdvanced, options);
     const PingFinding legacy = PingPort(Port::kLegacy, options);
     checks.push_back(advanced.time ? Answering(Port::kAdvanced, advanced)
@@ -74,7 +79,8 @@ bool CheckPorts(const SessionOptions& options, Checks& checks) {
         checks.back().why += ", nor need anybody while the advanced port answers";
         checks.back().next.clear();
     }
-    return advanced.time || legacy.time;
+    const bool answers = advanced.time || legacy.time;
+    return {answers || IsServed(advanced) || IsServed(legacy), answers};
 }
 
 }  // namespace Kyr::Probe

@@ -8,7 +8,11 @@
 
 namespace Kyr::Probe {
 
-/// True when the product answers on one of them.
-bool CheckPorts(const SessionOptions& options, Checks& checks);
+struct ProductPresence {
+    bool isThere = false;  // somebody serves a port
+    bool answers = false;
+};
+
+ProductPresence CheckPorts(const SessionOptions& options, Checks& checks);
 
 }  // namespace Kyr::Probe

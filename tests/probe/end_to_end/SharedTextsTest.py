@@ -1,0 +1,52 @@
+"""What the probe repeats of the connector, since the connector keeps it to itself, is still the same there."""
+import pathlib
+import re
+import unittest
+
+from Endpoint import main
+
+TREE = pathlib.Path(__file__).resolve().parents[3]
+
+
+def read(path):
+    return (TREE / path).read_text(encoding="utf-8")
+
+
+def number(path, name):
+    return int(re.search(rf"\b{name} = (\d+);", read(path))[1])
+
+
+class Shared(unittest.TestCase):
+    def test_builds_from_which_on_records_are_asked_for(self):
+        for what in ("Indicators", "Telemetry"):
+            self.assertEqual(number("probe/session/Registration.h", f"kFirstBuildWith{what}"),
+                             number("module/PeriodicWatch.cpp", f"kLastBuildWithout{what}") + 1)
+
+    def test_keys_of_the_database_are_those_of_the_connector(self):
+        ours = set(re.findall(r'"((?:XDR|OV)_[A-Z_]+)"', read("probe/doctor/DatabaseChecks.cpp")))
+        theirs = set()
+        for folder in ("connector/tasks", "module"):
+            for file in (TREE / folder).glob("*.cpp"):
+                theirs |= set(re.findall(r'"((?:XDR|OV)_[A-Z_]+)"', file.read_text(encoding="utf-8")))
+        self.assertEqual(len(ours), 6)
+        self.assertEqual(ours, theirs)
+
+    def test_lines_of_the_log_are_those_of_the_connector(self):
+        texts = re.findall(r'^    \{"([^"]*)"', read("probe/doctor/LogProblems.cpp"), re.M)
+        self.assertGreater(len(texts), 25)
+        page = read("docs/errors.md")
+        for text in texts:
+            # What is put together of two lines is on the page in two places.
+            for piece in text.removeprefix("connector module failed with: ").split(": CKelcommChannel: "):
+                piece = re.sub(r" 14$", "", piece).rstrip()
+                self.assertIn(piece, page)
+
+    def test_what_the_log_is_judged_from_is_written_by_the_connector(self):
+        page = read("docs/errors.md")
+        for name in ("kConnected", "kBroadcast"):
+            text = re.search(rf'{name}\[\] = "([^"]*)"', read("probe/doctor/LogChecks.cpp"))[1]
+            self.assertIn(f"`{text}", page)
+
+
+if __name__ == "__main__":
+    main()
