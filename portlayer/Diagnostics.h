@@ -14,4 +14,8 @@ std::string PlaceOfNames();
 /// What the last function that failed on this thread met: where there are paths, path and reason.
 std::string LastFailure();
 
+/// Names of the ports' functions that are missing here, with commas between; empty where the layer
+/// carries the ports itself. A program that serves the system's own ports asks before it begins.
+std::string MissingFunctions();
+
 }  // namespace Kyr::PortLayer

@@ -15,6 +15,7 @@
 #include "lab/simproduct/typed/ProcessCommands.h"
 #include "lab/simproduct/typed/RecordListCommands.h"
 #include "lab/simproduct/typed/StateCommands.h"
+#include "portlayer/Diagnostics.h"
 #include "portlayer/LiveCounters.h"
 
 namespace {
@@ -88,6 +89,14 @@ void AnnounceNothing(CBroadcastArea& area) {
     }
 }
 
+/// Errors: std::runtime_error when the system's own ports are to be served, and are not there.
+void RequirePorts() {
+    const std::string missing = Kyr::PortLayer::MissingFunctions();
+    if (!missing.empty()) {
+        throw std::runtime_error("this system cannot serve the ports: ntdll.dll has no " + missing);
+    }
+}
+
 /// Everything that lives while the product serves.
 /// Errors: std::runtime_error when it cannot start.
 void Run(CCommandInput& input, Options& options, const LineSink& sink) {
@@ -112,6 +121,7 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
            }}}},
         sink);
     if (!options.installOnly) {
+        RequirePorts();
         onlyProduct.emplace(OwnProcessId());
         product.area.Open();  // who finds a port open finds the area, too
         if (options.nothingNew) {

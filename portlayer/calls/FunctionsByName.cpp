@@ -1,6 +1,7 @@
 #include "portlayer/FunctionsByName.h"
 
 #include "portlayer/ClientFunctions.h"
+#include "portlayer/Diagnostics.h"
 #include "portlayer/core/NamedFunctions.h"
 
 namespace Kyr::PortLayer {
@@ -38,6 +39,10 @@ GenericFunction FindFunctionByName(const char* name) {
     };
     const GenericFunction function = Detail::FindIn(kFunctions, name);
     return function != nullptr ? function : Detail::FindClassicFunction(name);
+}
+
+std::string MissingFunctions() {
+    return {};
 }
 
 }  // namespace Kyr::PortLayer

@@ -6,6 +6,8 @@
 #include <iostream>
 #include <string>
 
+#include <boost/dll/runtime_symbol_info.hpp>
+
 #include "tests/support/system/TestProcess.h"
 
 namespace Kyr::Test {
@@ -30,7 +32,7 @@ CChildProcess::CChildProcess(const std::function<void(CChildProcess&)>& body) {
     }
     Poco::Environment::set(kMark, "1");
     process_ = std::make_unique<CTestProcess>(
-        KYR_THIS_PROGRAM,
+        boost::dll::program_location().string(),
         std::vector<std::string>{"--gtest_brief=1", "--gtest_filter=" + ThisTest()});
     Poco::Environment::set(kMark, "");
 }
