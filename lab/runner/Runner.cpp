@@ -236,7 +236,7 @@ std::string CRunner::ProgramFile(const std::string& name) const {
 }
 
 std::string CRunner::ProgramPath(const std::string& actor) const {
-    const char* const program = actor == "product" ? "simproduct" : "devhost";
+    const std::string program = actor == "product" ? paths_.product : "devhost";
     return ProgramFile(program);
 }
 

@@ -29,6 +29,7 @@ struct RunnerPaths {
     std::string work;      // folder of this run; made when missing
     /// What is known of a scenario's neutral transcript, for comparing; empty: it is not compared.
     std::string transcript = {};
+    std::string product = "simproduct";         // the program that plays the product
     std::vector<std::string> hostOptions = {};  // what every host is started with besides
     std::string heading = {};  // of transcript and log: when, and by what, the run was made
 };

@@ -43,6 +43,7 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     app.add_option("--library", paths.library, "the connector library")->required();
     app.add_option("--work", options.work, "a folder for what the programs leave; else a new one");
     app.add_option("--transcripts", options.transcripts, "a folder of transcripts to compare with");
+    app.add_option("--product", paths.product, "the program that plays the product");
     app.add_option("--host-option", paths.hostOptions, "an option for every host; many times")
         ->take_all()
         ->allow_extra_args(false);

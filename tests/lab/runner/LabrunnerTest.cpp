@@ -70,6 +70,14 @@ TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
     EXPECT_THAT(printed_, HasSubstr("are left in " + (work / "held").string()));
 }
 
+TEST_F(LabrunnerTest, ProgramThatPlaysTheProductCanBeAnother) {
+    boost::filesystem::rename(folder_.Program("simproduct"), folder_.Program("another"));
+    const std::string scenario =
+        folder_.Write("one.scenario", "title One\nstart product\nquit product\n");
+    EXPECT_EQ(Play({scenario}), 1);
+    EXPECT_EQ(Play({"--product=another", scenario}), 0);
+}
+
 TEST_F(LabrunnerTest, FolderThatIsNotItsOwnStaysAsItIs) {
     boost::filesystem::create_directories(folder_.File("work/held"));
     folder_.Write("work/held/letter", "dear");
