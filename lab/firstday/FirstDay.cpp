@@ -1,0 +1,235 @@
+#include "lab/firstday/FirstDay.h"
+
+#include <optional>
+#include <ostream>
+#include <sstream>
+#include <stdexcept>
+#include <utility>
+
+#include "lab/runner/Actor.h"
+
+namespace Kyr::Lab::FirstDay {
+
+namespace {
+
+using Runner::CActor;
+
+constexpr const char* kContract = "portcontract";
+constexpr const char* kProduct = "simproduct-system";
+constexpr const char* kProbe = "ovprobe";
+constexpr const char* kRunner = "labrunner";
+
+/// A line as its program wrote it. What looks like an event of the lab was taken for one.
+std::string Written(const TimedLine& line) {
+    const std::string* const text = line.line.Find("text");
+    return line.time.empty() && text != nullptr ? *text : line.time + ' ' + line.line.Text();
+}
+
+std::string Count(std::size_t count, const std::string& what) {
+    return std::to_string(count) + ' ' + what;
+}
+
+}  // namespace
+
+struct CFirstDay::Finished {
+    std::optional<int> code;  // nothing: it did not start, or did not end in time
+    std::string trouble;      // why there is no code
+    std::vector<std::string> output;
+};
+
+CFirstDay::CFirstDay(Plan plan, std::ostream& report, std::ostream& screen)
+    : plan_(std::move(plan)), report_(report), screen_(screen) {}
+
+Outcome CFirstDay::Run() {
+    Heading("functions of the ports in ntdll.dll");
+    Tell(plan_.missing.empty() ? "all are there" : "missing: " + plan_.missing);
+    TryContract();
+    TryDoctor();
+    TryLives();
+    Account();
+    return otherwise_ != 0  ? Outcome::kOtherwise
+           : notTried_ != 0 ? Outcome::kNotTried
+                            : Outcome::kAsExpected;
+}
+
+void CFirstDay::TryContract() {
+    Heading("the contract of the ports");
+    if (!plan_.missing.empty()) {
+        NotTried("contract of the ports");
+        return;
+    }
+    const std::size_t before = otherwise_;
+    const std::vector<std::string> tests = ContractTests();
+    for (const std::string& test : tests) {
+        TryContractTest(test);
+    }
+    account_.push_back("contract of the ports: " + Count(tests.size(), "tests, ") +
+                       Count(otherwise_ - before, "otherwise"));
+}
+
+std::vector<std::string> CFirstDay::ContractTests() {
+    const Finished listed = Run(kContract, {"--gtest_list_tests"}, plan_.testLimit);
+    std::vector<std::string> tests;
+    std::string suite;
+    for (const std::string& line : listed.output) {
+        std::istringstream words(line);
+        std::string name;
+        words >> name;
+        if (line.compare(0, 2, "  ") == 0) {
+            tests.push_back(suite + name);
+        } else if (!name.empty() && name.back() == '.') {
+            suite = name;
+        }
+    }
+    if (listed.code != 0 || tests.empty()) {
+        ++otherwise_;
+        TellOutput(listed);
+    }
+    return tests;
+}
+
+void CFirstDay::TryContractTest(const std::string& test) {
+    const Finished finished =
+        Run(kContract, {"--gtest_brief=1", "--gtest_filter=" + test}, plan_.testLimit);
+    if (finished.code == 0) {
+        Tell("as expected  " + test);
+        return;
+    }
+    ++otherwise_;
+    Tell("OTHERWISE    " + test);
+    TellOutput(finished);
+}
+
+void CFirstDay::TryDoctor() {
+    Heading("ovprobe doctor");
+    std::optional<CActor> product;
+    if (plan_.missing.empty()) {
+        try {
+            product.emplace("product", Program(kProduct), std::vector<std::string>{},
+                            CActor::Environment{}, [](const std::string&, const TimedLine&) {});
+            const bool ready = product
+                                   ->Find(
+                                       0, [](const CLine& line) { return line.Kind() == "ready"; },
+                                       plan_.doctorLimit)
+                                   .has_value();
+            for (const TimedLine& line : product->Events()) {
+                Tell("simulated product: " + Written(line));
+            }
+            otherwise_ += ready ? 0 : 1;
+            account_.emplace_back(ready ? "a simulated product on the system's own ports: serves"
+                                        : "a simulated product on the system's own ports: DOES "
+                                          "NOT SERVE");
+        } catch (const std::runtime_error& problem) {
+            ++otherwise_;
+            account_.emplace_back(problem.what());
+        }
+    } else {
+        NotTried("a simulated product on the system's own ports");
+    }
+    const Finished doctor = Run(kProbe, {"doctor"}, plan_.doctorLimit);
+    TellOutput(doctor);
+    account_.push_back("ovprobe doctor: " + (doctor.code
+                                                 ? "ended with code " + std::to_string(*doctor.code)
+                                                 : doctor.trouble));
+    // Without ports it cannot but find what is missing.
+    otherwise_ += !doctor.code || (plan_.missing.empty() && doctor.code != 0) ? 1 : 0;
+    if (product) {
+        product->Send("quit");
+        product->AwaitEnd(plan_.doctorLimit);
+        product.reset();
+        Uninstall();
+    }
+}
+
+void CFirstDay::TryLives() {
+    Heading("lives of the unmodified library");
+    if (!plan_.missing.empty()) {
+        NotTried("lives of the unmodified library");
+        return;
+    }
+    for (const std::string& name : plan_.scenarios) {
+        const Finished life =
+            Run(kRunner,
+                {"--programs=" + plan_.programs, "--library=" + plan_.library,
+                 "--product=" + std::string(kProduct), "--quiet", "--colour=never",
+                 plan_.scenarioFolder + '/' + name + ".scenario"},
+                plan_.lifeLimit);
+        TellOutput(life);
+        otherwise_ += life.code == 0 ? 0 : 1;
+        account_.push_back("life " + name + (life.code == 0 ? ": as expected" : ": OTHERWISE"));
+    }
+    Uninstall();
+}
+
+void CFirstDay::Uninstall() {
+    const Finished uninstalled =
+        Run(kProduct, {"--not-installed", "--install-only"}, plan_.doctorLimit);
+    if (uninstalled.code != 0) {
+        ++otherwise_;
+        TellOutput(uninstalled);
+        account_.emplace_back("the simulated product is still registered");
+    }
+}
+
+void CFirstDay::Account() {
+    Heading("what came out");
+    for (const std::string& line : account_) {
+        Tell(line);
+    }
+    if (notTried_ != 0) {
+        Tell("Not tried: this system has no " + plan_.missing + '.');
+    }
+}
+
+CFirstDay::Finished CFirstDay::Run(const std::string& program,
+                                   const std::vector<std::string>& arguments,
+                                   std::chrono::milliseconds limit) {
+    Finished finished;
+    try {
+        CActor actor(program, Program(program), arguments, {},
+                     [](const std::string&, const TimedLine&) {});
+        finished.code = actor.AwaitEnd(limit);
+        if (!finished.code) {
+            finished.trouble =
+                program + " did not end within " +
+                Count(static_cast<std::size_t>(limit / std::chrono::milliseconds(1)), "ms");
+        }
+        for (const TimedLine& line : actor.Events()) {
+            finished.output.push_back(Written(line));
+        }
+    } catch (const std::runtime_error& problem) {
+        finished.trouble = problem.what();
+    }
+    return finished;
+}
+
+std::string CFirstDay::Program(const std::string& name) const {
+    return plan_.programs + '/' + name + KYR_PROGRAM_SUFFIX;
+}
+
+void CFirstDay::Heading(const std::string& text) {
+    Tell("");
+    Tell("== " + text);
+}
+
+void CFirstDay::Tell(const std::string& line) {
+    report_ << line << '\n';
+    screen_ << line << std::endl;
+}
+
+void CFirstDay::TellOutput(const Finished& finished) {
+    for (const std::string& line : finished.output) {
+        Tell("    " + line);
+    }
+    if (!finished.code) {
+        Tell("    " + finished.trouble);
+    }
+}
+
+void CFirstDay::NotTried(const std::string& what) {
+    ++notTried_;
+    Tell("NOT TRIED: " + what);
+    account_.push_back(what + ": NOT TRIED");
+}
+
+}  // namespace Kyr::Lab::FirstDay
