@@ -9,6 +9,7 @@
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/SimulatedProduct.h"
 #include "lab/simproduct/area/OnlyProduct.h"
+#include "lab/simproduct/recording/Recording.h"
 #include "lab/simproduct/state/Registration.h"
 #include "lab/simproduct/typed/AreaCommands.h"
 #include "lab/simproduct/typed/FaultCommands.h"
@@ -38,6 +39,7 @@ struct Options {
     std::int32_t build = kUsualBuild;
     std::string victim = OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX;
     std::string records;  // empty: without a file
+    std::string replay;   // empty: nothing is replayed
     CMisbehaviours misbehaviours;
 };
 
@@ -49,6 +51,8 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     app.option_defaults()->take_last()->always_capture_default();
     app.add_option("--victim", options.victim, "the program that `start` starts");
     app.add_option("--records", options.records, "a file that keeps the records");
+    app.add_option("--replay", options.replay,
+                   "a recording of another product: its build, its area and its answers");
     app.add_option("--build", options.build, "the build number to register");
     app.add_flag("--not-installed", options.notInstalled, "takes the registration back");
     app.add_flag("--install-only", options.installOnly, "registers and ends");
@@ -89,6 +93,18 @@ void AnnounceNothing(CBroadcastArea& area) {
     }
 }
 
+/// Null when nothing is replayed. The product of a recording is installed as it was then.
+/// Errors: std::runtime_error.
+std::shared_ptr<CRecording> OpenRecording(Options& options) {
+    if (options.replay.empty()) {
+        return nullptr;
+    }
+    auto recording = std::make_shared<CRecording>(options.replay);
+    options.notInstalled = !recording->Build();
+    options.build = recording->Build().value_or(0);
+    return recording;
+}
+
 /// Errors: std::runtime_error when the system's own ports are to be served, and are not there.
 void RequirePorts() {
     const std::string missing = Kyr::PortLayer::MissingFunctions();
@@ -100,11 +116,12 @@ void RequirePorts() {
 /// Everything that lives while the product serves.
 /// Errors: std::runtime_error when it cannot start.
 void Run(CCommandInput& input, Options& options, const LineSink& sink) {
+    const std::shared_ptr<CRecording> recording = OpenRecording(options);
     const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     std::optional<COnlyProduct> onlyProduct;  // until the area is gone
     SimulatedProduct product(*launcher, options.misbehaviours, options.records,
-                             {options.wire, EndThisProcess}, sink);
+                             {options.wire, EndThisProcess, recording}, sink);
     bool quit = false;
     CConsole console(
         {ProcessCommands(product.tasks, options.victim),
@@ -123,7 +140,8 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     if (!options.installOnly) {
         RequirePorts();
         onlyProduct.emplace(OwnProcessId());
-        product.area.Open();  // who finds a port open finds the area, too
+        product.area.Open(recording ? recording->Area()
+                                    : Bytes());  // who finds a port open finds the area, too
         if (options.nothingNew) {
             AnnounceNothing(product.area);
         }

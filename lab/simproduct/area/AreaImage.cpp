@@ -58,6 +58,14 @@ void CAreaImage::WriteHealthy() {
     Write(AreaField::kHeaderSize, 32);     // last: an area without it is not opened
 }
 
+void CAreaImage::WriteImage(const Bytes& image) {
+    // The size of the header last, as above.
+    for (std::size_t offset = image.size() / 4 * 4; offset >= 4;) {
+        offset -= 4;
+        WriteWord(offset, ReadU32(image, offset));
+    }
+}
+
 std::uint32_t CAreaImage::Value(std::uint32_t index) const {
     return ReadWord(index < std::size(kValuePlaces) ? kData + kValuePlaces[index] : UserData() + 4);
 }

@@ -15,6 +15,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "lab/simproduct/requests/Bytes.h"
+
 namespace Kyr::Lab::SimProduct {
 
 /// Words that a lie is told in, by their place in the area.
@@ -44,6 +46,10 @@ class CAreaImage {
 
     /// Writes everything anew; the values are 0, and the server plug-in is the second module.
     void WriteHealthy();
+
+    /// Writes the bytes of an area as they are, whole words of them; what stands behind them stays.
+    /// REQUIRES: the memory has room for them.
+    void WriteImage(const Bytes& image);
 
     std::uint32_t Value(std::uint32_t index) const;
     /// A new value of the server plug-in comes with a new timestamp. REQUIRES: index < kValues.

@@ -1,5 +1,6 @@
 #include "lab/simproduct/area/BroadcastArea.h"
 
+#include <algorithm>
 #include <stdexcept>
 #include <vector>
 
@@ -34,15 +35,21 @@ CBroadcastArea::~CBroadcastArea() {
     Close();
 }
 
-void CBroadcastArea::Open() {
+void CBroadcastArea::Open(const Bytes& image) {
     if (IsOpen()) {
         return;
     }
     try {
-        memory_.Open(kMutexName, kSectionName, CAreaImage::kSize, "the broadcast area");
+        const std::size_t size = std::max(CAreaImage::kSize, image.size());
+        memory_.Open(kMutexName, kSectionName, static_cast<std::uint32_t>(size),
+                     "the broadcast area");
         const CTurn turn(*this);
         image_.emplace(memory_.Bytes());
-        image_->WriteHealthy();
+        if (image.empty()) {
+            image_->WriteHealthy();
+        } else {
+            image_->WriteImage(image);
+        }
     } catch (const std::exception&) {
         Close();
         throw;

@@ -11,6 +11,7 @@
 
 #include "lab/simproduct/area/AreaImage.h"
 #include "lab/simproduct/area/NamedMemory.h"
+#include "lab/simproduct/requests/Bytes.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -21,8 +22,9 @@ class CBroadcastArea {
     CBroadcastArea& operator=(const CBroadcastArea&) = delete;
     ~CBroadcastArea();
 
-    /// Makes section and mutex and writes a healthy area. Nothing happens when it is open.
-    void Open();
+    /// Makes section and mutex and writes a healthy area or, when it is not empty, the image of
+    /// another. Nothing happens when it is open.
+    void Open(const Bytes& image = {});
     /// Gives section and mutex back, a held mutex included.
     void Close();
     bool IsOpen() const { return image_.has_value(); }

@@ -189,6 +189,13 @@ PortAnswer CRequestDesk::CarryOut(const PortRequest& request, const ReadRequest&
         answer.code = kCodeUnknownCommand;
         return answer;
     }
+    if (settings_.recording) {
+        if (std::optional<Bytes> recorded = settings_.recording->AnswerTo(request.payload)) {
+            answer.bytes = std::move(*recorded);
+            FitIntoLegacyReply(request, answer);
+            return answer;
+        }
+    }
     InnerReply reply = ErrorReply(kStatusMalformedRequest);
     if (read.action) {
         try {

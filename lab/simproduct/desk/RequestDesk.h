@@ -7,20 +7,23 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 
 #include "base/Clock.h"
 #include "base/Mutex.h"
 #include "lab/common/LineWriter.h"
 #include "lab/simproduct/commands/InnerCommands.h"
 #include "lab/simproduct/desk/Misbehaviour.h"
+#include "lab/simproduct/recording/Recording.h"
 
 namespace Kyr::Lab::SimProduct {
 
 class CRequestDesk {
   public:
     struct Settings {
-        bool wire = false;                 // events carry the bytes
-        std::function<void()> endProduct;  // what the fault `die` calls
+        bool wire = false;                           // events carry the bytes
+        std::function<void()> endProduct;            // what the fault `die` calls
+        std::shared_ptr<CRecording> recording = {};  // answers what it can; null: there is none
     };
 
     CRequestDesk(const CInnerCommands& commands, CMisbehaviours& misbehaviours,

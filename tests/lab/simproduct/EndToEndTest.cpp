@@ -1,6 +1,7 @@
 // The program with one of the connector's clients on its ports.
 #include "tests/lab/simproduct/EndToEndTest.h"
 
+#include <fstream>
 #include <future>
 
 #include "kelcomm/client/KelcommConnection.h"
@@ -12,6 +13,7 @@
 #include "portlayer/ClientFunctions.h"
 #include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/lab/simproduct/Requests.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
@@ -125,6 +127,18 @@ TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
     EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload(own)).bytes);
 
     this->Await("did action=kill pid=" + own + " outcome=refused");
+}
+
+TYPED_TEST(EndToEndPortTest, RecordedRequestGetsTheReplyOfThen) {
+    const Kyr::Test::CTemporaryFolder folder;
+    const std::string file = folder.File("recording");
+    std::ofstream(file) << R"({"ov-recording":1,"build":1234,"answers":[)"
+                        << R"({"request":"0c0000000006000121000000","reply":"0c0000000e000000"}]})";
+    this->Run({"--replay=" + file});
+
+    EXPECT_EQ(Test::HexBytes("0C 00 00 00 0E 00 00 00"),
+              Ask(*this->client_, Test::HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")).bytes);
+    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
 }
 
 TYPED_TEST(EndToEndPortTest, LongRequestAndLongReplyArriveWhole) {

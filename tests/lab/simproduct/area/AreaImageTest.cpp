@@ -26,6 +26,11 @@ TEST_F(AreaImageTest, HeaderIsOf32Bytes) {
                                      "02 00 00 00 00 00 00 00 40 00 00 00 00 04 00 00"));
 }
 
+TEST_F(AreaImageTest, ImageOfAnotherAreaIsWrittenAsItIs) {
+    image_.WriteImage(HexBytes("24 00 00 00 01 02 03 04 FF FF FF FF EE"));
+    EXPECT_EQ(Bytes(0, 16), HexBytes("24 00 00 00 01 02 03 04 FF FF FF FF 6F 6D 6D 20"));
+}
+
 TEST_F(AreaImageTest, DataNameTheirModuleTable) {
     EXPECT_EQ(Bytes(64 + 12, 12), HexBytes("50 00 00 00 00 00 00 00 03 00 00 00"));
 }

@@ -1,3 +1,4 @@
+#include <fstream>
 #include <gmock/gmock.h>
 
 #include <boost/make_shared.hpp>
@@ -8,6 +9,7 @@
 #include "lab/simproduct/desk/RequestDesk.h"
 #include "tests/lab/simproduct/ProductFixture.h"
 #include "tests/lab/simproduct/Requests.h"
+#include "tests/support/system/TemporaryFolder.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -25,7 +27,7 @@ class RequestDeskTest : public ProductFixture {
         if (!desk_) {
             desk_ = std::make_unique<CRequestDesk>(
                 commands_, misbehaviours_, clock_, lines_.Sink(),
-                CRequestDesk::Settings{wire_, [this] { ++endings_; }});
+                CRequestDesk::Settings{wire_, [this] { ++endings_; }, recording_});
         }
         return *desk_;
     }
@@ -67,8 +69,19 @@ class RequestDeskTest : public ProductFixture {
 
     bool OneIsRunning() { return processes_.Find(1000)->running; }
 
+    /// Asks what TwoBytes asks was answered with these bytes before.
+    void Recorded(const std::string& reply) {
+        const std::string file = folder_.File("recording");
+        std::ofstream(file)
+            << R"({"ov-recording":1,"answers":[{"request":"0c0000000006000108000000")"
+            << R"(,"reply":")" << reply << R"("}]})";
+        recording_ = std::make_shared<CRecording>(file);
+    }
+
     bool wire_ = false;
     int endings_ = 0;
+    const Kyr::Test::CTemporaryFolder folder_;
+    std::shared_ptr<CRecording> recording_;
     const CInnerCommands commands_{{XmlCommands(product_), FussyCommands(), TwoByteCommands()}};
     CMisbehaviours misbehaviours_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
@@ -120,6 +133,25 @@ TEST_F(RequestDeskTest, WireShowsTheBytes) {
                             "capacity=65536 bytes=0c0000000006000121000000",
                             "reply id=1 transport=alpc code=0 status=1 length=12 "
                             "bytes=0c0000000100000000000000"));
+}
+
+TEST_F(RequestDeskTest, RecordedRequestGetsTheReplyOfThen) {
+    Recorded("0c00000007000000");
+    EXPECT_EQ(TwoBytes().bytes, HexBytes("0C 00 00 00 07 00 00 00"));
+}
+
+TEST_F(RequestDeskTest, RequestThatWasNotRecordedIsCarriedOut) {
+    Recorded("0c00000007000000");
+    StartOne();
+    EXPECT_EQ(Kill().bytes, kDoneReply);
+    EXPECT_EQ(1u, product_.TaskLog().size());
+}
+
+TEST_F(RequestDeskTest, RecordedReplyThatDoesNotFitALegacyClientIsAskedForAgain) {
+    Recorded("0c00000000000000040000000a0b0c0d");
+    PortRequest request = Request(Transport::kLpc, HexBytes("0C 00 00 00 00 06 00 01 08 00 00 00"));
+    request.replyCapacity = 12;
+    EXPECT_EQ(Desk().Answer(request).bytes, HexBytes("0C 00 00 00 05 00 00 00 00 00 00 00"));
 }
 
 TEST_F(RequestDeskTest, UnknownPortCommandIsAFailureCode) {
