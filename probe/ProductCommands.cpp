@@ -18,6 +18,7 @@
 #include "probe/commands/Watch.h"
 #include "probe/commands/WrongUsage.h"
 #include "probe/doctor/Doctor.h"
+#include "probe/record/Record.h"
 #include "probe/session/NotReached.h"
 #include "probe/session/System.h"
 #include "probe/show/Delivery.h"
@@ -299,6 +300,34 @@ void AddDoctor(CLI::App& app, Deed& deed) {
     });
 }
 
+Report RecordOrFail(const RecordOptions& options) {
+    try {
+        return RecordEndpoint(options);
+    } catch (const std::exception& problem) {
+        return Failed("record", kSomethingFound, "not-written", problem.what());
+    }
+}
+
+void AddRecord(CLI::App& app, Deed& deed) {
+    const auto all = std::make_shared<Common>();
+    const auto options = std::make_shared<RecordOptions>();
+    CLI::App& command = AddCommand(
+        app, "record",
+        "writes what the product says of itself, byte for byte, for simproduct --replay", all);
+    command.add_option("file", options->file, "a new file")->required();
+    command.add_option("--database", options->database,
+                       "of a host: records are asked for from its positions on");
+    command.add_flag("--redact", options->isRedacted, "leaves out the policy and the records");
+    command.add_option("--most", options->mostReplies, "replies of each kind of records, at most")
+        ->capture_default_str();
+    command.callback([all, options, &deed] {
+        deed = [all, options] {
+            options->session = all->Session();
+            return Deliver(RecordOrFail(*options), all->output);
+        };
+    });
+}
+
 volatile std::sig_atomic_t askedToEnd = 0;
 
 extern "C" void AskToEnd(int) {
@@ -366,6 +395,7 @@ void AddProductCommands(CLI::App& app, Deed& deed) {
                     ActionsQuestion);
     AddOutcomes(app, deed);
     AddWatch(app, deed);
+    AddRecord(app, deed);
     AddKill(app, deed);
     AddBlock(app, deed);
     AddImport(app, deed);

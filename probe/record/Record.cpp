@@ -1,0 +1,201 @@
+#include "probe/record/Record.h"
+
+#include <algorithm>
+#include <exception>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <stdexcept>
+#include <utility>
+
+#include <boost/algorithm/hex.hpp>
+#include <boost/date_time/posix_time/posix_time.hpp>
+#include <nlohmann/json.hpp>
+
+#include "kelcomm/KelcommErrorReplyException.h"
+#include "probe/commands/Actions.h"
+#include "probe/commands/Policy.h"
+#include "probe/commands/Records.h"
+#include "probe/commands/Status.h"
+#include "probe/doctor/AreaSnapshot.h"
+#include "probe/doctor/DatabaseChecks.h"
+#include "probe/doctor/Doctor.h"
+#include "probe/session/NotReached.h"
+#include "probe/session/PortTrace.h"
+#include "probe/session/Registration.h"
+#include "probe/session/Session.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+constexpr int kFormVersion = 1;
+constexpr std::chrono::milliseconds kMutexPatience{500};
+
+template <typename Container>
+std::string Hex(const Container& bytes) {
+    std::string digits;
+    digits.reserve(bytes.size() * 2);
+    boost::algorithm::hex_lower(bytes.begin(), bytes.end(), std::back_inserter(digits));
+    return digits;
+}
+
+/// Asks the product and keeps what it says.
+class CAnswers {
+  public:
+    explicit CAnswers(const RecordOptions& options)
+        : isRedacted_(options.isRedacted),
+          mostReplies_(options.mostReplies),
+          session_(options.session) {
+        summary_.command = "record";
+        summary_.columns = {{"request"}, {"bytes"}, {"reply", true}};
+    }
+
+    /// The product's protection; carries no contents of records.
+    void KeepStatus() { Keep(StatusQuestion(), false); }
+    void KeepPolicy() { Keep(PolicyQuestion(), isRedacted_); }
+    /// As the connector asks: each request begins behind the records of the reply before.
+    void KeepRecords(Question (*question)(std::uint64_t), std::uint64_t from) {
+        for (std::uint64_t replies = 0; replies < mostReplies_; ++replies) {
+            const std::size_t count = Keep(question(from), isRedacted_);
+            if (count == 0) {
+                return;
+            }
+            from += count;
+        }
+    }
+
+    Json& Rows() { return rows_; }
+    const Report& Summary() const { return summary_; }
+
+  private:
+    /// How many rows the reply has; 0 when it has none, or is none.
+    std::size_t Keep(const Question& question, bool isLeftOut) {
+        Json row = {{"name", question.command}, {"request", Hex(question.request)}};
+        row["reply"] = nullptr;
+        std::uint64_t length = 0;
+        std::size_t count = 0;
+        std::string said;
+        try {
+            const Bytes reply = session_.Exchange(question.request);
+            length = reply.size();
+            row["length"] = length;
+            if (!isLeftOut) {
+                row["reply"] = Hex(reply);
+            }
+            said = isLeftOut ? "left out" : "kept";
+            count = RowsIn(reply, question);
+        } catch (const Connectors::Common::Kelcomm::CKelcommErrorReplyException& refusal) {
+            row["refused"] = refusal.GetStatus();
+            said = "refused, status " + std::to_string(refusal.GetStatus());
+        } catch (const CNotReached&) {
+            throw;
+        } catch (const std::exception& problem) {
+            row["problem"] = problem.what();
+            said = problem.what();
+        }
+        rows_.push_back(std::move(row));
+        summary_.rows.push_back({question.command, length, said});
+        return count;
+    }
+
+    static std::size_t RowsIn(const Bytes& reply, const Question& question) {
+        Report told;
+        try {
+            question.tell(reply, told);
+        } catch (const std::exception&) {
+            return 0;  // it is kept as it is; nobody could tell where the next one begins
+        }
+        return told.problem ? 0 : told.rows.size();
+    }
+
+    const bool isRedacted_;
+    const std::uint64_t mostReplies_;
+    CSession session_;
+    Json rows_ = Json::array();
+    Report summary_;
+};
+
+void KeepAll(const StoredPositions& positions, CAnswers& answers) {
+    answers.KeepStatus();
+    answers.KeepPolicy();
+    answers.KeepRecords(IndicatorsQuestion, positions.indicators);
+    answers.KeepRecords(TelemetryQuestion, positions.telemetry);
+    answers.KeepRecords(ActionsQuestion, positions.actions);
+}
+
+StoredPositions PositionsOf(const std::string& database) {
+    Checks ignored;  // doctor tells them
+    return database.empty() ? StoredPositions() : CheckDatabase(database, ignored);
+}
+
+Json Area(const RecordOptions& options) {
+    const AreaSnapshot snapshot =
+        TakeAreaSnapshot(WitnessedNativeFunctions(options.session.portLayer),
+                         std::min(kMutexPatience, options.session.timeLimit));
+    return snapshot.image.empty() ? Json(nullptr) : Json(Hex(snapshot.image));
+}
+
+/// The file, still empty, for its owner alone: it may carry what others must not see.
+std::ofstream NewFile(const std::string& path) {
+    if (std::filesystem::exists(path)) {
+        throw std::runtime_error(path + " is there already");
+    }
+    std::ofstream file(path, std::ios::binary);
+    std::error_code isNotOwned;
+    std::filesystem::permissions(
+        path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, isNotOwned);
+    if (!file || isNotOwned) {
+        throw std::runtime_error("cannot make " + path);
+    }
+    return file;
+}
+
+void Write(std::ofstream& file, const std::string& path, const Json& document) {
+    file << document.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
+    file.close();
+    if (!file) {
+        throw std::runtime_error("cannot write " + path + " to its end");
+    }
+}
+
+}  // namespace
+
+Report RecordEndpoint(const RecordOptions& options) {
+    std::ofstream file = NewFile(options.file);
+    const auto now = boost::posix_time::second_clock::universal_time();
+    const Registration registration = ReadRegistration();
+    Json document = {{"ov-recording", kFormVersion},
+                     {"taken", boost::posix_time::to_iso_extended_string(now) + "Z"},
+                     {"by", "ovprobe " KYR_VERSION},
+                     {"redacted", options.isRedacted}};
+    document["build"] = registration.build ? Json(*registration.build) : Json(nullptr);
+    document["area"] = Area(options);
+
+    CAnswers answers(options);
+    std::optional<Problem> problem;
+    try {
+        KeepAll(PositionsOf(options.database), answers);
+    } catch (const CNotReached& missing) {
+        problem = Problem{NameOf(missing.GetCause()), missing.what()};
+    }
+    document["answers"] = std::move(answers.Rows());
+    const Report doctor = Examine({options.session, options.database, ""});
+    document["doctor"] = Json::parse(ToJson(doctor)).at("rows");
+    Write(file, options.file, document);
+
+    Report report = answers.Summary();
+    report.problem = std::move(problem);
+    report.exit = report.problem ? kNotReached : kFine;
+    report.notes.push_back("Written to " + options.file + '.');
+    report.notes.emplace_back(
+        options.isRedacted ? "Policy and records are left out."
+                           : "It carries the policy and the records as they are; --redact leaves "
+                             "them out.");
+    return report;
+}
+
+}  // namespace Kyr::Probe
