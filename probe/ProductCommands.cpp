@@ -17,6 +17,7 @@
 #include "probe/commands/Status.h"
 #include "probe/commands/Watch.h"
 #include "probe/commands/WrongUsage.h"
+#include "probe/conform/Conform.h"
 #include "probe/doctor/Doctor.h"
 #include "probe/record/Record.h"
 #include "probe/session/NotReached.h"
@@ -300,6 +301,15 @@ void AddDoctor(CLI::App& app, Deed& deed) {
     });
 }
 
+void AddConform(CLI::App& app, Deed& deed) {
+    const auto all = std::make_shared<Common>();
+    AddCommand(app, "conform",
+               "plays the protocol against a product: what it does otherwise, for its makers", all)
+        .callback([all, &deed] {
+            deed = [all] { return Deliver(PlayProtocol(all->Session()), all->output); };
+        });
+}
+
 Report RecordOrFail(const RecordOptions& options) {
     try {
         return RecordEndpoint(options);
@@ -396,6 +406,7 @@ void AddProductCommands(CLI::App& app, Deed& deed) {
     AddOutcomes(app, deed);
     AddWatch(app, deed);
     AddRecord(app, deed);
+    AddConform(app, deed);
     AddKill(app, deed);
     AddBlock(app, deed);
     AddImport(app, deed);

@@ -4,9 +4,7 @@
 #include <sstream>
 
 #include "kelcomm/client/IKelcommClient.h"
-#include "kelcomm/client/KelcommConnection.h"
-#include "kelcomm/ports/KelcommAlpcClient.h"
-#include "kelcomm/ports/KelcommClientNt.h"
+#include "probe/session/PortClient.h"
 #include "probe/session/Registration.h"
 #include "probe/session/System.h"
 
@@ -19,24 +17,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr std::uint32_t kPingCommand = 0;
-
-/// A client must be closed before it is destroyed.
-void CloseAndDelete(Kelcomm::IKelcommClient* client) {
-    client->Close();
-    delete client;
-}
-
-std::shared_ptr<Kelcomm::IKelcommClient> MakeClient(
-    Port port, const Kelcomm::Native::NativeFunctions& native) {
-    if (port == Port::kLegacy) {
-        return {Kelcomm::CreateKelcommClientNt(native).release(), &CloseAndDelete};
-    }
-    std::shared_ptr<Kelcomm::IKelcommClient> client(new Kelcomm::CKelcommAlpcClient(native),
-                                                    &CloseAndDelete);
-    client->Initialize(Kelcomm::kKelcommClientId, Kelcomm::kKelcommServerId,
-                       Kelcomm::kKelcommNoOptions);
-    return client;
-}
 
 struct Ping {
     std::shared_ptr<Kelcomm::IKelcommClient> client;
@@ -104,7 +84,7 @@ PingFinding PingPort(Port port, const SessionOptions& options) {
     PingFinding finding;
     ForgetTraces();
     const auto ping = std::make_shared<Ping>();
-    ping->client = MakeClient(port, WitnessedNativeFunctions(options.portLayer));
+    ping->client = MakePortClient(port, WitnessedNativeFunctions(options.portLayer));
     if (ping->client == nullptr) {
         finding.reason = "its client cannot be made";
         return finding;

@@ -1,0 +1,64 @@
+#include "probe/conform/Conform.h"
+
+#include <algorithm>
+
+#include "probe/conform/PortPoints.h"
+#include "probe/conform/RecordPoints.h"
+#include "probe/doctor/AreaChecks.h"
+#include "probe/doctor/AreaSnapshot.h"
+#include "probe/session/PortPing.h"
+#include "probe/session/PortTrace.h"
+
+namespace Kyr::Probe {
+
+namespace {
+
+// A reader that holds the mutex does so for a moment.
+constexpr std::chrono::milliseconds kMutexPatience{500};
+
+Report ReportOf(const Checks& points) {
+    Report report;
+    report.command = "conform";
+    report.columns = {{"verdict"}, {"point"}, {"what"}};
+    std::size_t fine = 0;
+    for (const Check& point : points) {
+        fine += point.verdict == Verdict::kFine ? 1 : 0;
+        report.rows.push_back({NameOf(point.verdict), point.name, point.why});
+    }
+    report.notes.push_back(std::to_string(points.size()) + " points: " + std::to_string(fine) +
+                           " as the protocol has them, " + std::to_string(points.size() - fine) +
+                           " otherwise");
+    report.exit = fine == points.size() ? kFine : kSomethingFound;
+    return report;
+}
+
+}  // namespace
+
+Report PlayProtocol(const SessionOptions& options) {
+    Checks points;
+    bool anyAnswers = false;
+    for (const Port port : {Port::kAdvanced, Port::kLegacy}) {
+        const PingFinding ping = PingPort(port, options);
+        anyAnswers = anyAnswers || ping.time.has_value();
+        const std::string name = std::string(NameOf(port)) + ": ping";
+        if (ping.time) {
+            points.push_back({Verdict::kFine, name, "answered with code 0", ""});
+            TryPort(port, options, points);
+        } else {
+            points.push_back({Verdict::kWrong, name, ping.reason, ""});
+        }
+    }
+    if (anyAnswers) {
+        TryReplies(options, points);
+    }
+    CheckArea(TakeAreaSnapshot(WitnessedNativeFunctions(options.portLayer),
+                               std::min(kMutexPatience, options.timeLimit)),
+              anyAnswers, points);
+    Report report = ReportOf(points);
+    if (!anyAnswers) {
+        report.exit = kNotReached;
+    }
+    return report;
+}
+
+}  // namespace Kyr::Probe

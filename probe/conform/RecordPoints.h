@@ -1,0 +1,15 @@
+// What a product's replies must be: readable as the connector reads them, and records that stay
+// where they are.
+//
+// Threads: one. Errors: none; a point that is otherwise is a check that is not fine.
+#pragma once
+
+#include "probe/doctor/Check.h"
+#include "probe/session/SessionOptions.h"
+
+namespace Kyr::Probe {
+
+/// REQUIRES: the product answers a ping.
+void TryReplies(const SessionOptions& options, Checks& points);
+
+}  // namespace Kyr::Probe
