@@ -14,7 +14,6 @@ namespace {
 
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
-using ::testing::Not;
 
 /// Programs of the first day, all of them pretenders. Unless a test says otherwise, all is well.
 class FirstDayTest : public ::testing::Test {
