@@ -9,6 +9,9 @@ _ovprobe_options() {
         indicators | telemetry | actions) echo "$product --raw --from" ;;
         outcomes) echo "$product --raw --yes --count" ;;
         watch) echo "$product --for --every" ;;
+        record) echo "$product --database --redact --most" ;;
+        conform) echo "$product" ;;
+        explain) echo "--help --task --json" ;;
         kill) echo "$product --yes --pid --sha1 --sha256 --ids" ;;
         block) echo "$product --yes --sha1 --sha256 --ids --delete" ;;
         import) echo "$product --yes --blob" ;;
@@ -19,7 +22,7 @@ _ovprobe_options() {
 }
 
 _ovprobe() {
-    local commands="doctor ping status policy indicators telemetry actions outcomes watch kill block import announce decode"
+    local commands="doctor ping status policy indicators telemetry actions outcomes watch record conform kill block import announce explain decode"
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command="" candidate i
     for ((i = 1; i < COMP_CWORD; ++i)); do
         for candidate in $commands; do
@@ -40,13 +43,13 @@ _ovprobe() {
                 lpc-reply lpc64-request lpc64-reply area policy symbols" -- "$word")
             return
             ;;
-        --timeout | --from | --count | --for | --every | --pid | --sha1 | --sha256 | --ids | --hex | --command) return ;;
+        --timeout | --from | --count | --most | --task | --for | --every | --pid | --sha1 | --sha256 | --ids | --hex | --command) return ;;
     esac
     if [[ $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$(_ovprobe_options "$command")" -- "$word")
     elif [[ -z $command ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
-    elif [[ $command == decode || $command == import ]]; then
+    elif [[ $command == decode || $command == explain || $command == import || $command == record ]]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
     fi
 }
