@@ -46,11 +46,11 @@ int main(int argc, char** argv) {
     const std::string self = argv[0];
     const std::string name = self.substr(0, self.rfind(KYR_PROGRAM_SUFFIX));
     const std::string folder = self.substr(0, self.find_last_of("/\\") + 1);
-    std::ofstream calls(name + ".calls", std::ios::app);
+    std::ofstream calls(name + ".calls", std::ios::app | std::ios::binary);
     for (int at = 1; at < argc; ++at) {
         calls << (at > 1 ? " " : "") << argv[at];
     }
-    calls << std::endl;
+    calls << '\n' << std::flush;
     const std::string last = argc > 1 ? argv[argc - 1] : "";
     const std::string filter = "--gtest_filter=";
     return Behave(last.compare(0, filter.size(), filter) == 0

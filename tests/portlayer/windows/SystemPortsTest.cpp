@@ -29,13 +29,13 @@ TEST(SystemPortsTest, FunctionThatTheSystemLacksIsNotImplemented) {
     EXPECT_EQ(AlpcGetMessageAttribute(nullptr, 0x40000000), nullptr);
 }
 
-TEST(SystemPortsTest, FunctionThatTheSystemHasIsItsOwn) {
-    // Wine refuses every legacy port; the layer would not find the name.
+TEST(SystemPortsTest, PortIsNotLookedForInTheLayer) {
+    // The layer would not find the name. Wine has the function, and implements no port.
     Handle port = nullptr;
     UnicodeString name{};
     RtlInitUnicodeString(&name, u"\\BaseNamedObjects\\NobodyServesThis");
     EXPECT_NE(NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
-              NtApi::kStatusNotImplemented);
+              NtApi::kStatusObjectNameNotFound);
     EXPECT_EQ(port, nullptr);
 }
 

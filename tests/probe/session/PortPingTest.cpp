@@ -27,7 +27,9 @@ class PortPingTest : public testing::Test {
 
 TEST_F(PortPingTest, AbsentPortOfNoProductIsNotRegistered) {
     EXPECT_EQ(Why(NtApi::kStatusObjectNameNotFound).GetCause(), Cause::kNotRegistered);
-    const PingFinding finding = PingPort(Port::kLegacy, {});
+    SessionOptions options;
+    options.portLayer = true;
+    const PingFinding finding = PingPort(Port::kLegacy, options);
     EXPECT_FALSE(finding.time.has_value());
     EXPECT_EQ(finding.cause, Cause::kNotRegistered);
     EXPECT_EQ(finding.serverProcess, 0u);

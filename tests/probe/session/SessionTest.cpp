@@ -12,7 +12,14 @@ class SessionTest : public testing::Test {
   protected:
     const Kyr::Test::CInstalledProduct place_;
     const Kyr::Test::CRunDirectory directory_;
-    CSession session_{SessionOptions{}};
+    CSession session_{OfThePortLayer()};
+
+  private:
+    static SessionOptions OfThePortLayer() {
+        SessionOptions options;
+        options.portLayer = true;
+        return options;
+    }
 };
 
 TEST_F(SessionTest, WithoutAProductEachUseSaysWhatIsMissing) {
