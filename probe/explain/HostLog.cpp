@@ -15,7 +15,7 @@ namespace Kyr::Probe {
 namespace {
 
 /// What a host writes on purpose is shorter: the longest lines have a request of the server's.
-constexpr std::size_t kLongestLine = 4 * 1024 * 1024;
+constexpr std::size_t kLongestLine = std::size_t{4} * 1024 * 1024;
 constexpr std::string_view kConnector = "COvAgentConnectorModule";
 
 /// False: there is none any more. A line that is too long is empty, and `tooLong` is counted.

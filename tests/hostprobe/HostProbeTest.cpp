@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include <boost/core/ref.hpp>
 #include <boost/make_shared.hpp>
 
 #include "hostprobe/HostProbeModule.h"
@@ -24,18 +25,18 @@ using ::testing::IsEmpty;
 /// A clock whose time passes at once when the bus has nothing more to deliver, and never before.
 class CPatience final : public Base::IClock {
   public:
-    explicit CPatience(boost::shared_ptr<CFaultyBus> bus) : bus_(std::move(bus)) {}
+    explicit CPatience(CFaultyBus& bus) : bus_(bus) {}
 
     std::int64_t CalendarTime() const override { return 0; }
     void SleepFor(std::chrono::milliseconds) override {}
     void Wait(Base::CCondition& condition, Base::CLock& lock) override { condition.Wait(lock); }
     bool WaitFor(Base::CCondition& condition, Base::CLock& lock,
                  std::chrono::milliseconds) override {
-        return condition.WaitFor(lock, std::chrono::milliseconds(1)) || !bus_->IsIdle();
+        return condition.WaitFor(lock, std::chrono::milliseconds(1)) || !bus_.IsIdle();
     }
 
   private:
-    const boost::shared_ptr<CFaultyBus> bus_;
+    CFaultyBus& bus_;  // borrowed: it holds the subscribers, and they this
 };
 
 /// The module's life as a good host drives it.
@@ -60,7 +61,7 @@ class HostProbeTest : public ::testing::Test {
     HostProbe::ProbeSettings Settings() {
         HostProbe::ProbeSettings settings;
         settings.stream = &told_;
-        settings.clock = boost::make_shared<CPatience>(bus_);
+        settings.clock = boost::make_shared<CPatience>(boost::ref(*bus_));
         return settings;
     }
 
