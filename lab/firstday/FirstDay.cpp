@@ -103,7 +103,7 @@ void CFirstDay::TryContractTest(const std::string& test) {
 void CFirstDay::TryDoctor() {
     Heading("ovprobe doctor");
     std::optional<CActor> product;
-    if (plan_.missing.empty()) {
+    if (MayServe()) {
         try {
             product.emplace("product", Program(kProduct), std::vector<std::string>{},
                             CActor::Environment{}, [](const std::string&, const TimedLine&) {});
@@ -143,7 +143,7 @@ void CFirstDay::TryDoctor() {
 
 void CFirstDay::TryLives() {
     Heading("lives of the unmodified library");
-    if (!plan_.missing.empty()) {
+    if (!MayServe()) {
         NotTried("lives of the unmodified library");
         return;
     }
@@ -176,8 +176,12 @@ void CFirstDay::Account() {
     for (const std::string& line : account_) {
         Tell(line);
     }
-    if (notTried_ != 0) {
+    if (!plan_.missing.empty()) {
         Tell("Not tried: this system has no " + plan_.missing + '.');
+    }
+    if (plan_.isInstalled) {
+        Tell(
+            "Not tried: a product is installed here, and a simulated one must not take its place.");
     }
 }
 

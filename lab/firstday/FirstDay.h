@@ -21,6 +21,8 @@ struct Plan {
     std::string scenarioFolder;
     std::vector<std::string> scenarios;  // played in this order, without ".scenario"
     std::string missing;  // functions of the ports that the system lacks; empty: none
+    /// A product is registered on this computer: the simulated one must not take its place.
+    bool isInstalled = false;
     std::chrono::milliseconds testLimit{std::chrono::seconds(30)};    // of one contract test
     std::chrono::milliseconds doctorLimit{std::chrono::seconds(60)};  // also of the product's start
     std::chrono::milliseconds lifeLimit{std::chrono::minutes(5)};
@@ -59,6 +61,8 @@ class CFirstDay {
     void Tell(const std::string& line);
     void TellOutput(const Finished& finished);
     void NotTried(const std::string& what);
+    /// Whether a simulated product may serve here.
+    bool MayServe() const { return plan_.missing.empty() && !plan_.isInstalled; }
 
     const Plan plan_;
     std::ostream& report_;

@@ -11,6 +11,7 @@
 
 #include "lab/common/CommandLine.h"
 #include "lab/firstday/FirstDay.h"
+#include "module/ProductBuildReader.h"
 #include "portlayer/Diagnostics.h"
 
 namespace {
@@ -34,6 +35,15 @@ int Code(Outcome outcome) {
             return kNotTriedCode;
     }
     return kOtherwiseCode;
+}
+
+/// Also when there is something in its place that nobody can read.
+bool IsProductInstalled() {
+    try {
+        return Kyr::Connectors::OvAgentConnector::SystemProductBuildReader()->Read().has_value();
+    } catch (const std::exception&) {
+        return true;
+    }
 }
 
 /// Version, time and system.
@@ -76,6 +86,7 @@ int main(int argc, char** argv) {
     report << FirstLine() << '\n';
     std::cout << FirstLine() << std::endl;
     plan.missing = Kyr::PortLayer::MissingFunctions();
+    plan.isInstalled = IsProductInstalled();
     const Outcome outcome = CFirstDay(plan, report, std::cout).Run();
     report.close();
     if (!report) {

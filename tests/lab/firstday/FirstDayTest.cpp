@@ -164,5 +164,19 @@ TEST_F(FirstDayTest, SystemWithoutTheFunctionsIsToldWhatCouldNotBeTried) {
     EXPECT_EQ(Calls("portcontract") + Calls("simproduct-system") + Calls("labrunner"), "");
 }
 
+TEST_F(FirstDayTest, ProductThatIsInstalledIsLookedAtAndNotReplaced) {
+    plan_.isInstalled = true;
+    EXPECT_EQ(Try(), Outcome::kNotTried);
+    EXPECT_EQ(Calls("simproduct-system") + Calls("labrunner"), "");
+    EXPECT_EQ(Calls("ovprobe"), "doctor\n");
+    EXPECT_THAT(Report(), EndsWith("== what came out\n"
+                                   "contract of the ports: 2 tests, 0 otherwise\n"
+                                   "a simulated product on the system's own ports: NOT TRIED\n"
+                                   "ovprobe doctor: ended with code 0\n"
+                                   "lives of the unmodified library: NOT TRIED\n"
+                                   "Not tried: a product is installed here, and a simulated one "
+                                   "must not take its place.\n"));
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::FirstDay
