@@ -50,7 +50,7 @@ struct Common {
         options.portLayer = portLayer;
         if (Lab::OutputIsTerminal()) {
             options.progress = [](std::chrono::seconds waited) {
-                std::cerr << "\rwaiting for the product, " << waited.count() << " s" << std::flush;
+                std::cerr << "waiting for the product, " << waited.count() << " s\n";
             };
         }
         return options;
@@ -364,6 +364,8 @@ int RunWatch(const Common& all, const WatchOptions& options) {
     } catch (const CNotReached& problem) {
         return Deliver(Failed("watch", kNotReached, NameOf(problem.GetCause()), problem.what()),
                        all.output);
+    } catch (const std::exception& problem) {
+        return Deliver(Failed("watch", kSomethingFound, "wrong-reply", problem.what()), all.output);
     }
 }
 

@@ -12,6 +12,7 @@
 #include "probe/decode/Decode.h"
 #include "probe/decode/Payload.h"
 #include "probe/explain/Explain.h"
+#include "probe/session/System.h"
 #include "probe/session/TimeLimit.h"
 #include "probe/show/LayoutText.h"
 #include "probe/show/Report.h"
@@ -47,6 +48,9 @@ CLI::App& AddDecode(CLI::App& app, DecodeOptions& options) {
 std::string BytesOf(const DecodeOptions& options) {
     if (!options.hex.empty()) {
         return FromHexText(options.hex);
+    }
+    if (options.input == "-") {
+        UseBinaryInput();
     }
     std::string bytes = ReadInput(options.input);
     return options.isHexText ? FromHexText(bytes) : bytes;

@@ -8,6 +8,7 @@
 #include "kelcomm/messages/GetTaskStatus.h"
 #include "probe/decode/Decode.h"
 #include "probe/decode/FieldReader.h"
+#include "probe/session/NotReached.h"
 
 namespace Kyr::Probe {
 
@@ -40,6 +41,13 @@ void TellFields(const std::string& reply, Report& report) {
     }
 }
 
+void TellFailure(const std::exception& failure, Report& report) {
+    const auto* const missing = dynamic_cast<const CNotReached*>(&failure);
+    report.exit = missing != nullptr ? kNotReached : kSomethingFound;
+    report.problem =
+        Problem{missing != nullptr ? NameOf(missing->GetCause()) : "wrong-reply", failure.what()};
+}
+
 }  // namespace
 
 Report TakeOutcomes(CSession& session, std::uint64_t most, bool raw) {
@@ -49,8 +57,18 @@ Report TakeOutcomes(CSession& session, std::uint64_t most, bool raw) {
                       {"first", true}, {"second", true}, {"third", true}};
     const Bytes request = Messages::CGetTaskStatusRequest().Serialize();
     for (std::uint64_t taken = 0; taken < most; ++taken) {
-        const Bytes reply = session.Exchange(request);
-        const std::string bytes(reply.begin(), reply.end());
+        std::string bytes;
+        try {
+            const Bytes reply = session.Exchange(request);
+            bytes.assign(reply.begin(), reply.end());
+        } catch (const std::exception& failure) {
+            if (taken == 0) {
+                throw;
+            }
+            // Nobody else can tell those that were taken before.
+            TellFailure(failure, report);
+            break;
+        }
         report.raw += bytes;
         if (bytes.size() <= kPayloadHeaderSize) {
             report.notes.emplace_back("The product has no more of them.");
@@ -60,7 +78,7 @@ Report TakeOutcomes(CSession& session, std::uint64_t most, bool raw) {
             continue;
         }
         try {
-            TellOutcome(reply, report);
+            TellOutcome({bytes.begin(), bytes.end()}, report);
         } catch (const std::exception& problem) {
             report.exit = kSomethingFound;
             report.problem = Problem{"wrong-reply", problem.what()};

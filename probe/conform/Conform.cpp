@@ -1,20 +1,14 @@
 #include "probe/conform/Conform.h"
 
-#include <algorithm>
-
 #include "probe/conform/PortPoints.h"
 #include "probe/conform/RecordPoints.h"
 #include "probe/doctor/AreaChecks.h"
-#include "probe/doctor/AreaSnapshot.h"
+#include "probe/doctor/Doctor.h"
 #include "probe/session/PortPing.h"
-#include "probe/session/PortTrace.h"
 
 namespace Kyr::Probe {
 
 namespace {
-
-// A reader that holds the mutex does so for a moment.
-constexpr std::chrono::milliseconds kMutexPatience{500};
 
 Report ReportOf(const Checks& points) {
     Report report;
@@ -51,9 +45,7 @@ Report PlayProtocol(const SessionOptions& options) {
     if (anyAnswers) {
         TryReplies(options, points);
     }
-    CheckArea(TakeAreaSnapshot(WitnessedNativeFunctions(options.portLayer),
-                               std::min(kMutexPatience, options.timeLimit)),
-              anyAnswers, points);
+    CheckArea(LookAtArea(options), anyAnswers, points);
     Report report = ReportOf(points);
     if (!anyAnswers) {
         report.exit = kNotReached;

@@ -37,16 +37,23 @@ Report ReportOf(const Checks& checks) {
 
 }  // namespace
 
+AreaSnapshot LookAtArea(const SessionOptions& options) {
+    return TakeAreaSnapshot(WitnessedNativeFunctions(options.portLayer),
+                            std::min(kMutexPatience, options.timeLimit));
+}
+
 Report Examine(const DoctorOptions& options) {
+    return Examine(options, LookAtArea(options.session));
+}
+
+Report Examine(const DoctorOptions& options, const AreaSnapshot& area) {
     Checks checks;
     CheckNativeFunctions(options.session.portLayer, checks);
     CheckPlaceOfNames(checks);
     const Registration registration = ReadRegistration();
     CheckRegistration(registration, checks);
     const ProductPresence product = CheckPorts(options.session, checks);
-    CheckArea(TakeAreaSnapshot(WitnessedNativeFunctions(options.session.portLayer),
-                               std::min(kMutexPatience, options.session.timeLimit)),
-              product.isThere, checks);
+    CheckArea(area, product.isThere, checks);
     StoredPositions positions;
     if (!options.database.empty()) {
         positions = CheckDatabase(options.database, checks);

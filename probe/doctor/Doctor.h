@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "probe/doctor/AreaSnapshot.h"
 #include "probe/session/SessionOptions.h"
 #include "probe/show/Report.h"
 
@@ -17,5 +18,9 @@ struct DoctorOptions {
 };
 
 Report Examine(const DoctorOptions& options);
+/// The same with a look at the area that has been taken already: each look mends a mutex that was
+/// abandoned.
+Report Examine(const DoctorOptions& options, const AreaSnapshot& area);
+AreaSnapshot LookAtArea(const SessionOptions& options);
 
 }  // namespace Kyr::Probe

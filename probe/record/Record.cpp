@@ -18,11 +18,9 @@
 #include "probe/commands/Policy.h"
 #include "probe/commands/Records.h"
 #include "probe/commands/Status.h"
-#include "probe/doctor/AreaSnapshot.h"
 #include "probe/doctor/DatabaseChecks.h"
 #include "probe/doctor/Doctor.h"
 #include "probe/session/NotReached.h"
-#include "probe/session/PortTrace.h"
 #include "probe/session/Registration.h"
 #include "probe/session/Session.h"
 
@@ -33,7 +31,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 constexpr int kFormVersion = 1;
-constexpr std::chrono::milliseconds kMutexPatience{500};
 
 template <typename Container>
 std::string Hex(const Container& bytes) {
@@ -132,13 +129,6 @@ StoredPositions PositionsOf(const std::string& database) {
     return database.empty() ? StoredPositions() : CheckDatabase(database, ignored);
 }
 
-Json Area(const RecordOptions& options) {
-    const AreaSnapshot snapshot =
-        TakeAreaSnapshot(WitnessedNativeFunctions(options.session.portLayer),
-                         std::min(kMutexPatience, options.session.timeLimit));
-    return snapshot.image.empty() ? Json(nullptr) : Json(Hex(snapshot.image));
-}
-
 /// The file, still empty, for its owner alone: it may carry what others must not see.
 std::ofstream NewFile(const std::string& path) {
     if (std::filesystem::exists(path)) {
@@ -173,7 +163,8 @@ Report RecordEndpoint(const RecordOptions& options) {
                      {"by", "ovprobe " KYR_VERSION},
                      {"redacted", options.isRedacted}};
     document["build"] = registration.build ? Json(*registration.build) : Json(nullptr);
-    document["area"] = Area(options);
+    const AreaSnapshot area = LookAtArea(options.session);
+    document["area"] = area.image.empty() ? Json(nullptr) : Json(Hex(area.image));
 
     CAnswers answers(options);
     std::optional<Problem> problem;
@@ -183,7 +174,7 @@ Report RecordEndpoint(const RecordOptions& options) {
         problem = Problem{NameOf(missing.GetCause()), missing.what()};
     }
     document["answers"] = std::move(answers.Rows());
-    const Report doctor = Examine({options.session, options.database, ""});
+    const Report doctor = Examine({options.session, options.database, ""}, area);
     document["doctor"] = Json::parse(ToJson(doctor)).at("rows");
     Write(file, options.file, document);
 

@@ -1,5 +1,6 @@
 """A product that dies, hangs or closes the connection in the middle of each command; and one that comes and goes under a
 watch."""
+import json
 import signal
 import time
 import unittest
@@ -42,6 +43,22 @@ class Dying(EndpointTest):
         self.start_product("--misbehave=no-alpc", "--misbehave=hang transport=lpc")
         answer = self.ask("status", "--timeout=0.3")
         self.assertEqual((answer["exit"], answer["problem"]["cause"]), (3, "not-answering"))
+
+    def test_outcomes_that_were_taken_are_told_when_the_next_one_is_refused(self):
+        ids = ";".join(digit * 8 + "-1111-1111-1111-" + digit * 12 for digit in "123")
+        product = self.start_product()
+        product.say(f"results add 1 {ids}")
+        taken = self.probe("outcomes", "--yes", "--raw").stdout
+        product.end()
+        recording = self.folder / "product.recording"
+        request = "0c0000000006000170000000"
+        recording.write_text(json.dumps({"ov-recording": 1, "build": 5600, "answers": [
+            {"request": request, "reply": taken.hex()}, {"request": request, "refused": 14}]}))
+        self.start_product(f"--replay={recording}")
+        answer = self.ask("outcomes", "--yes", "--count=3")
+        self.assertEqual((answer["exit"], len(answer["rows"])), (1, 1), answer)
+        self.assertEqual(answer["rows"][0]["first"], "11111111-1111-1111-1111-111111111111")
+        self.assertIn("14", answer["problem"]["text"])
 
     def test_product_dies_under_doctor_and_ping(self):
         for fault in ("die command=any", "die inner=0x21", "die inner=0x00100001"):

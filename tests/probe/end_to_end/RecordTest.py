@@ -127,6 +127,16 @@ class RecordTest(EndpointTest):
         self.assertEqual(answer["exit"], 3)
         self.assertEqual(self.names(recording), ["status"])
 
+    def test_mutex_that_was_abandoned_is_in_the_checks(self):
+        product = self.start_product()
+        self.start_watch()
+        product.process.stdin.write("area die\n")
+        product.process.stdin.flush()
+        product.process.wait()
+        _, recording = self.record()
+        mutex = [check for check in recording["doctor"] if check["check"] == "area mutex"]
+        self.assertEqual([check["why"] for check in mutex], ["abandoned: who held it has died"])
+
     def test_file_that_is_there_stays_as_it_is(self):
         self.file.write_text("dear")
         self.start_product()
