@@ -1,7 +1,6 @@
 #include "hostprobe/BusChecks.h"
 
 #include <algorithm>
-#include <exception>
 #include <vector>
 
 #include <boost/make_shared.hpp>
@@ -218,9 +217,11 @@ void CheckBus(Kernel::IBusResource& bus, const boost::shared_ptr<Base::IClock>& 
               std::chrono::milliseconds patience, CReport& report) {
     try {
         CBusCheck(bus, clock, patience, report).Run();
-    } catch (const std::exception& problem) {
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
         report.Tell(Verdict::kWrong, "bus-delivery",
-                    std::string("the bus throws an exception: ") + problem.what());
+                    std::string("the bus throws an exception: ") + CaughtText());
     }
 }
 

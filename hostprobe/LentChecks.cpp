@@ -1,7 +1,5 @@
 #include "hostprobe/LentChecks.h"
 
-#include <exception>
-
 namespace Kyr::HostProbe {
 
 namespace {
@@ -45,9 +43,9 @@ void CheckKeyValues(Common::Database::IKeyValueAccessMapper& mapper, CReport& re
         report.Judge(mapper.GetValue("HOST_PROBE_NEVER_WRITTEN").empty(), "values-missing",
                      "a key that was never written has an empty value",
                      "a key that was never written has a value");
-    } catch (const std::exception& problem) {
+    } catch (...) {
         report.Tell(Verdict::kWrong, "values-read",
-                    std::string("the key-value store throws an exception: ") + problem.what());
+                    std::string("the key-value store throws an exception: ") + CaughtText());
     }
 }
 
@@ -58,9 +56,9 @@ void CheckActions(Common::Database::IOvRemediationActionsMapper& mapper, CReport
                     stored ? "the store of actions takes a batch, one without actions"
                            : "the store of actions refuses a batch without actions; if it refuses "
                              "others, too, the same actions come again and again");
-    } catch (const std::exception& problem) {
+    } catch (...) {
         report.Tell(Verdict::kWrong, "actions-stored",
-                    std::string("the store of actions throws an exception: ") + problem.what());
+                    std::string("the store of actions throws an exception: ") + CaughtText());
     }
 }
 

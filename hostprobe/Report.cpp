@@ -79,4 +79,14 @@ void CReport::Write(const std::string& text, int level) {
     }
 }
 
+std::string CaughtText() {
+    try {
+        throw;
+    } catch (const std::exception& problem) {
+        return problem.what();
+    } catch (...) {
+        return "something that is no std::exception";
+    }
+}
+
 }  // namespace Kyr::HostProbe

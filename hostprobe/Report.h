@@ -49,4 +49,8 @@ class CReport {
     bool logFailed_ KYR_GUARDED_BY(mutex_) = false;
 };
 
+/// What is being handled says of itself, whatever its type: hosts throw what they like.
+/// REQUIRES: called in a catch clause.
+std::string CaughtText();
+
 }  // namespace Kyr::HostProbe

@@ -1,7 +1,6 @@
 #include "hostprobe/Resources.h"
 
 #include <cctype>
-#include <exception>
 #include <set>
 #include <typeinfo>
 
@@ -40,8 +39,8 @@ boost::shared_ptr<Wanted> Obtain(Kernel::IResourceProvider& provider, int number
     const std::string point = "resource-" + std::to_string(number);
     try {
         return Cast<Wanted>(provider.GetResource(number), point, name, whenMissing, report);
-    } catch (const std::exception& problem) {
-        report.Tell(Verdict::kWrong, point, std::string("GetResource throws: ") + problem.what());
+    } catch (...) {
+        report.Tell(Verdict::kWrong, point, std::string("GetResource throws: ") + CaughtText());
     }
     return {};
 }
@@ -52,8 +51,8 @@ boost::shared_ptr<Wanted> ObtainMapper(Kernel::IDatabaseResource& database, int 
     const std::string point = "mapper-" + std::to_string(number);
     try {
         return Cast<Wanted>(database.GetMapper(number), point, name, Verdict::kWrong, report);
-    } catch (const std::exception& problem) {
-        report.Tell(Verdict::kWrong, point, std::string("GetMapper throws: ") + problem.what());
+    } catch (...) {
+        report.Tell(Verdict::kWrong, point, std::string("GetMapper throws: ") + CaughtText());
     }
     return {};
 }
@@ -77,16 +76,21 @@ void CheckInstance(const Kernel::IInstallConfigurationResource& configuration, C
         report.Judge(IsUuid(configuration.GetInstanceUUID()), "instance",
                      "GetInstanceUUID, slot 12, gives a UUID",
                      "GetInstanceUUID, slot 12, gives no UUID in text form");
-    } catch (const std::exception& problem) {
-        report.Tell(Verdict::kWrong, "instance", std::string("it throws: ") + problem.what());
+    } catch (...) {
+        report.Tell(Verdict::kWrong, "instance", std::string("it throws: ") + CaughtText());
     }
 }
 
 void CheckIds(Kernel::IIdGeneratorResource& generator, CReport& report) {
     constexpr std::size_t kTries = 100;
     std::set<std::uint32_t> ids;
-    for (std::size_t i = 0; i < kTries; ++i) {
-        ids.insert(generator.GenerateId());
+    try {
+        for (std::size_t i = 0; i < kTries; ++i) {
+            ids.insert(generator.GenerateId());
+        }
+    } catch (...) {
+        report.Tell(Verdict::kWrong, "ids", "it throws: " + CaughtText());
+        return;
     }
     report.Judge(ids.size() == kTries, "ids", "a hundred identifiers, all different",
                  "an identifier came twice within a hundred: replies would reach the wrong one");

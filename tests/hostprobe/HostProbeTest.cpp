@@ -215,6 +215,15 @@ TEST_F(HostProbeTest, IdentifierThatComesTwiceIsNamed) {
     EXPECT_THAT(Wrong(), ElementsAre("ids"));
 }
 
+TEST_F(HostProbeTest, GeneratorThatThrowsIsNamed) {
+    class CBroken final : public Common::Kernel::IIdGeneratorResource {
+        std::uint32_t GenerateId() override { throw 7; }
+    };
+    host_.Set(4, boost::make_shared<CBroken>());
+    Examine();
+    EXPECT_THAT(Wrong(), ElementsAre("ids"));
+}
+
 TEST_F(HostProbeTest, LogThatThrowsAtOneLevelIsNamedAndPointsGoOn) {
     host_.log->OnLine([](const LogEntry& line) {
         if (line.level == 1) {
@@ -247,6 +256,13 @@ TEST_F(HostProbeTest, StoreThatThrowsForAMissingKeyIsNamed) {
     Examine();
     EXPECT_THAT(Wrong(), ElementsAre("values-read"));
     EXPECT_THAT(Told(), HasSubstr("no such key"));
+}
+
+TEST_F(HostProbeTest, StoreThatThrowsWhatIsNoExceptionIsNamed) {
+    host_.database->keyValues->OnGet([](const std::string&) { throw 7; });
+    Examine();
+    EXPECT_THAT(Wrong(), ElementsAre("values-read"));
+    EXPECT_THAT(Told(), HasSubstr("something that is no std::exception"));
 }
 
 TEST_F(HostProbeTest, StoreOfActionsThatRefusesIsDoubtful) {

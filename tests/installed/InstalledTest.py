@@ -119,6 +119,11 @@ class InstalledTest(unittest.TestCase):
     def test_the_probe_runs_from_the_prefix(self):
         self.assertIn("decode", run(self.prefix / "bin/ovprobe", "--help"))
 
+    def test_completion_of_the_probe_is_where_bash_looks_for_it(self):
+        file = self.find("share/bash-completion/completions/ovprobe")
+        self.assertIn("doctor", run("bash", "-c", f"source {file}; COMP_WORDS=(ovprobe do); COMP_CWORD=1; _ovprobe; "
+                                                  "echo ${COMPREPLY[@]}"))
+
     def test_minimal_host_gets_a_kill_task_done(self):
         run("cmake", "-G", "Ninja", "-S", SOURCE / "examples/minimal-host", "-B", WORK / "host",
             f"-DCMAKE_PREFIX_PATH={self.prefix}", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
