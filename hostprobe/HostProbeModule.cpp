@@ -22,6 +22,9 @@ void CHostProbeModule::Initialize(Common::Kernel::IResourceProvider& provider) {
         outOfOrder_ = "a second Initialize";
     }
     initialized_ = true;
+    if (thread_) {
+        return;  // it looks at what it was lent before
+    }
     resources_ = CheckResources(provider, report_);
     CheckProcess(report_);
     if (settings_.failToInitialize) {
@@ -34,8 +37,9 @@ void CHostProbeModule::Start() {
     if ((!initialized_ || failed_ || started_) && outOfOrder_.empty()) {
         outOfOrder_ = started_ ? "a second Start" : "Start before Initialize has succeeded";
     }
-    if (!started_) {
-        started_ = true;
+    started_ = true;
+    // Without resources there is nothing to look at.
+    if (initialized_ && !failed_ && !thread_ && !stopped_) {
         thread_ = std::make_unique<boost::thread>([this] { ThreadBody(); });
     }
 }
