@@ -62,7 +62,7 @@ class CBusCheck {
     }
 
     Message Publish(const Context& context) {
-        const Message message = Make();
+        Message message = Make();
         Publish(message, context);
         return message;
     }

@@ -26,7 +26,7 @@ boost::shared_ptr<Wanted> Cast(const boost::shared_ptr<Found>& found, const std:
         report.Tell(whenMissing, point, std::string("there is no ") + name);
         return {};
     }
-    const auto wanted = boost::dynamic_pointer_cast<Wanted>(found);
+    auto wanted = boost::dynamic_pointer_cast<Wanted>(found);
     report.Judge(wanted != nullptr, point, name,
                  "it is a " + TypeOf(*found) + " and not a " + name +
                      ", or host and module were not built with one KyrHost library");
