@@ -129,6 +129,7 @@ void CTeller::Take(const HostLine& line) {
         case LineKind::kConnecting:
             current_.reset();
             asked_ = false;
+            story_.deactivated.reset();
             story_.connecting = true;
             return;
         case LineKind::kConnected:
@@ -144,7 +145,7 @@ void CTeller::Take(const HostLine& line) {
             story_.outages.back().attempts += story_.connecting ? 1 : 0;
             return;
         case LineKind::kDeactivated:
-            story_.deactivated = true;
+            story_.deactivated = Problem{here_, 1, found.cause, found.next};
             AddProblem(found.cause, found.next);
             return;
         case LineKind::kDisconnecting:
@@ -333,7 +334,7 @@ void CTeller::End() {
         if (one.state == TaskState::kGiven && one.cause.empty()) {
             const bool open = outage_ && !story_.outages.empty();
             one.cause = open ? "the connector waits for the product: " + story_.outages.back().cause
-                        : story_.deactivated ? story_.problems.front().cause
+                        : story_.deactivated ? story_.deactivated->cause
                                              : "the product was not asked, or the log ends before";
             one.next = open ? story_.outages.back().next : "";
         }

@@ -9,6 +9,7 @@
 // Threads: one. Errors: none.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -65,7 +66,8 @@ struct Problem {
 
 struct Story {
     std::vector<Place> connections;
-    bool deactivated = false;
+    std::optional<Problem>
+        deactivated;          // why the connector does nothing, since it was started last
     bool connecting = false;  // at the end of the log
     std::vector<Outage> outages;
     std::vector<TaskStory> tasks;

@@ -128,7 +128,7 @@ void WriteTasks(std::ostream& out, const Story& story) {
     }
     out << "the product was never asked to do that task\n";
     if (story.deactivated) {
-        WriteProblem(out, story.problems.front());
+        WriteProblem(out, *story.deactivated);
     } else if (!story.outages.empty() && !story.outages.back().over) {
         WriteOutage(out, story.outages.back());
     } else {
@@ -146,7 +146,7 @@ std::string ToJson(const Story& story) {
         {"tooLong", story.tooLong},
         {"connected", List(story.connections, [](const Place& place) { return ToJson(place); })},
         {"connecting", story.connecting},
-        {"deactivated", story.deactivated},
+        {"deactivated", story.deactivated.has_value()},
         {"outages", List(story.outages,
                          [](const Outage& outage) {
                              return Json{{"begins", ToJson(outage.begins)},

@@ -295,6 +295,28 @@ TEST(ExplainTest, ProductThatIsNotInstalledIsWhyThereIsNoTask) {
                 HasSubstr("the product was not installed when the host started"));
 }
 
+TEST(ExplainTest, ProblemOfBeforeIsNotWhyAnInactiveConnectorHasNoTask) {
+    const Story story = CLog()
+                            .Connected()
+                            .Add(4, "Policy is damaged: unexpected end")
+                            .Add(2,
+                                 "Connector was deactivated. No tasks will be processed and no "
+                                 "logs will be produced.")
+                            .Told();
+    EXPECT_THAT(Why(story, kFirst),
+                HasSubstr("the product was not installed when the host started"));
+}
+
+TEST(ExplainTest, ConnectorThatWasInactiveAndIsStartedAnewIsActive) {
+    const Story story = CLog()
+                            .Add(2,
+                                 "Connector was deactivated. No tasks will be processed and no "
+                                 "logs will be produced.")
+                            .Connected()
+                            .Told();
+    EXPECT_THAT(Why(story, kFirst), HasSubstr("the host has not given it to the connector"));
+}
+
 TEST(ExplainTest, ReasonWhyConnectingFailsStandsBehindItsText) {
     const Story story = CLog()
                             .Add(2, "Connecting to product")
