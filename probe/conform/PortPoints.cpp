@@ -6,6 +6,7 @@
 #include <utility>
 #include <vector>
 
+#include "base/LittleEndian.h"
 #include "kelcomm/client/PayloadHeader.h"
 #include "kelcomm/messages/CommandHeader.h"
 #include "probe/session/PortClient.h"
@@ -37,9 +38,7 @@ struct Answer {
 };
 
 std::uint32_t Word(const Payload& bytes, std::size_t offset) {
-    return bytes[offset] | static_cast<std::uint32_t>(bytes[offset + 1]) << 8U |
-           static_cast<std::uint32_t>(bytes[offset + 2]) << 16U |
-           static_cast<std::uint32_t>(bytes[offset + 3]) << 24U;
+    return Base::LoadLittleEndian<std::uint32_t>(bytes.data() + offset);
 }
 
 /// What is wrong with the header of a reply; empty when nothing is.

@@ -4,6 +4,7 @@
 #include <optional>
 #include <utility>
 
+#include "base/LittleEndian.h"
 #include "probe/commands/Actions.h"
 #include "probe/commands/Policy.h"
 #include "probe/commands/Records.h"
@@ -19,18 +20,11 @@ namespace {
 // Behind all that any product has.
 constexpr std::uint64_t kBehindAll = std::uint64_t{1} << 62U;
 
-/// What a request asks for: the third word of its header.
-std::uint32_t CommandIn(const Bytes& request) {
-    std::uint32_t command = 0;
-    for (std::size_t byte = 0; byte < 4; ++byte) {
-        command |= static_cast<std::uint32_t>(request.at(8 + byte)) << 8U * byte;
-    }
-    return command;
-}
-
 /// The first field of a reply that is wrong, which the connector may well pass over; empty: none.
 std::string WrongField(const std::string& reply, const Question& question) {
-    for (const Field& field : Decode(reply, "reply", CommandIn(question.request)).fields) {
+    // What is asked for is the third word of a request's header.
+    const auto command = Base::LoadLittleEndian<std::uint32_t>(question.request.data() + 8);
+    for (const Field& field : Decode(reply, "reply", command).fields) {
         if (!field.wrong.empty()) {
             return field.name + ": " + field.wrong;
         }
