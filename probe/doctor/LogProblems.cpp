@@ -10,6 +10,8 @@ constexpr char kRestartProduct[] = "see whether the product runs and answers";
 constexpr LogProblem kProblems[] = {
     {"connector module failed with: CKelcommChannel: Send request failed with kelcomm error ",
      "the connection breaks off while it is made, with the client's code", kRestartProduct},
+    {"Send request failed with 14,", "the product wants an administrator",
+     "run the host as an administrator"},
     {"connector module failed with: CKelcommChannel: Send request failed with ",
      "the product refuses the last policy, or the agent's identity, whenever the connector "
      "connects: "
@@ -28,8 +30,6 @@ constexpr LogProblem kProblems[] = {
     {"Buffer is not full enough", "a reply was shorter than it announces", kProductLog},
     {"Send request failed with kelcomm error ",
      "an exchange with the product failed, with the client's code", kRestartProduct},
-    {"Send request failed with 14", "the product wants an administrator",
-     "run the host as an administrator"},
     {"Send request failed with ", "the product refused a request, with status",
      "see the product's own log: a product that is older than the task refuses it"},
     {"Unknown protection status", "a status reply had a status that is none", kProductLog},

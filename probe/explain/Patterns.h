@@ -1,5 +1,5 @@
 // The texts of the connector that a host's log may have, and what each means for whoever asks why
-// something is not done. They stand here once; tests/tree holds them against the library's sources.
+// something is not done. tests/tree holds them against the library's sources.
 //
 // Threads: any; constant.
 #pragma once

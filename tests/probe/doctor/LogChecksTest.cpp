@@ -100,6 +100,18 @@ TEST(LogProblemsTest, MoreParticularTextIsFoundFirst) {
     EXPECT_EQ(NumberBehind(*connecting, "connector module failed with: " + refused + "7, a"), "7");
 }
 
+TEST(LogProblemsTest, AdministratorIsWantedAlsoWhileConnectingAndByOneStatusOnly) {
+    const std::string refused = "CKelcommChannel: Send request failed with ";
+    const LogProblem* const connecting = FindLogProblem(
+        "Starting TULK OVANTA Connector connector module failed with: " + refused +
+        "14, Command failed - Make sure that Agent runs with Administrator privileges.");
+    ASSERT_NE(connecting, nullptr);
+    EXPECT_STREQ(connecting->meaning, "the product wants an administrator");
+    const LogProblem* const other = FindLogProblem(refused + "140");
+    ASSERT_NE(other, nullptr);
+    EXPECT_STREQ(other->meaning, "the product refused a request, with status");
+}
+
 TEST(LogProblemsTest, LineThatTellsOfNoneIsNone) {
     EXPECT_EQ(FindLogProblem("Received broadcast 8"), nullptr);
     EXPECT_EQ(FindLogProblem(""), nullptr);
