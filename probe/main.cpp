@@ -10,6 +10,7 @@
 #include "probe/Input.h"
 #include "probe/ProductCommands.h"
 #include "probe/decode/Decode.h"
+#include "probe/decode/HexText.h"
 #include "probe/decode/Payload.h"
 #include "probe/explain/Explain.h"
 #include "probe/session/System.h"

@@ -4,6 +4,7 @@
 
 #include "probe/Input.h"
 #include "probe/decode/Decode.h"
+#include "probe/decode/HexText.h"
 #include "probe/decode/Payload.h"
 
 namespace Kyr::Probe {
@@ -179,15 +180,7 @@ TEST(DecodeTest, TextIsShownOnOneLine) {
                 testing::Contains("12+6 text: \"a\\x0a\\x22\xC3\xA4\\xff\""));
 }
 
-TEST(InputTest, HexTextMayBeADump) {
-    EXPECT_EQ(FromHexText("41 4243\n44"), "ABCD");
-    EXPECT_EQ(FromHexText("0000  41 42 43   some words\n0010: 44"), "ABCD");
-    EXPECT_EQ(FromHexText(""), "");
-}
-
-TEST(InputTest, WhatIsNoHexTextIsRefused) {
-    EXPECT_THROW(FromHexText("4x"), std::runtime_error);
-    EXPECT_THROW(FromHexText("414"), std::runtime_error);
+TEST(InputTest, WhatCannotBeReadIsSaid) {
     EXPECT_THROW(ReadInput("/no/such/file"), std::runtime_error);
 }
 

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "probe/Input.h"
+#include "probe/decode/HexText.h"
 #include "probe/doctor/AreaChecks.h"
 
 namespace Kyr::Probe {
