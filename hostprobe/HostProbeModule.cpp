@@ -67,7 +67,7 @@ std::string CHostProbeModule::GetName() const {
 
 void CHostProbeModule::LibraryGoes() {
     report_.Tell(Verdict::kWrong, "life-library",
-                 "the library is unloaded while a module of it is there");
+                 "the library goes, unloaded or with its process, while a module of it is there");
     report_.Finish();
 }
 

@@ -48,7 +48,7 @@ struct Common {
         SessionOptions options;
         options.timeLimit = std::chrono::milliseconds(static_cast<std::int64_t>(seconds * 1000));
         options.portLayer = portLayer;
-        if (Lab::OutputIsTerminal()) {
+        if (Lab::ErrorOutputIsTerminal()) {
             options.progress = [](std::chrono::seconds waited) {
                 std::cerr << "waiting for the product, " << waited.count() << " s\n";
             };

@@ -41,7 +41,8 @@ class CCommandInput {
     std::unique_ptr<State> state_;
 };
 
-/// True when standard output is a person's terminal.
+/// True when standard output, or standard error, is a person's terminal.
 bool OutputIsTerminal();
+bool ErrorOutputIsTerminal();
 
 }  // namespace Kyr::Lab

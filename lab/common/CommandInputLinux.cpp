@@ -92,4 +92,8 @@ bool OutputIsTerminal() {
     return isatty(STDOUT_FILENO) == 1;
 }
 
+bool ErrorOutputIsTerminal() {
+    return isatty(STDERR_FILENO) == 1;
+}
+
 }  // namespace Kyr::Lab

@@ -114,9 +114,21 @@ void CCommandInput::Wake() {
     SetEvent(state_->woken);
 }
 
-bool OutputIsTerminal() {
+namespace {
+
+bool IsConsole(DWORD stream) {
     DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+    return GetConsoleMode(GetStdHandle(stream), &mode) != 0;
+}
+
+}  // namespace
+
+bool OutputIsTerminal() {
+    return IsConsole(STD_OUTPUT_HANDLE);
+}
+
+bool ErrorOutputIsTerminal() {
+    return IsConsole(STD_ERROR_HANDLE);
 }
 
 }  // namespace Kyr::Lab

@@ -25,6 +25,7 @@ constexpr std::int32_t kProtectionStatus = 2;
 constexpr std::int32_t kOutcomes = 8;
 constexpr std::int32_t kServerPlugIn = 10;
 constexpr milliseconds kSlice{100};
+constexpr char kNoticesItsEnd[] = "notices within five seconds, and connects anew every ten";
 
 std::string WhatOf(std::int32_t index) {
     return "value " + std::to_string(index) +
@@ -88,8 +89,7 @@ class CWatch {
                 session_.Connect();  // says why not
             }
             Note("product", answers ? "answers" : "gone",
-                 answers ? "is connected again within ten seconds"
-                         : "notices within five seconds, and connects anew every ten");
+                 answers ? "is connected again within ten seconds" : kNoticesItsEnd);
             if (answers) {
                 LookAtValues();
                 LookAtStatus();
@@ -98,7 +98,9 @@ class CWatch {
             if (seen_.count("product") == 0) {
                 throw;
             }
-            Note("product", problem.what(), "waits with it: an exchange has no time limit");
+            const bool isSilent = dynamic_cast<const CNoReplyInTime*>(&problem) != nullptr;
+            Note("product", problem.what(),
+                 isSilent ? "waits with it: an exchange has no time limit" : kNoticesItsEnd);
         }
     }
 

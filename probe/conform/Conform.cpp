@@ -5,6 +5,7 @@
 #include "probe/doctor/AreaChecks.h"
 #include "probe/doctor/Doctor.h"
 #include "probe/session/PortPing.h"
+#include "probe/session/Registration.h"
 
 namespace Kyr::Probe {
 
@@ -38,12 +39,15 @@ Report PlayProtocol(const SessionOptions& options) {
         if (ping.time) {
             points.push_back({Verdict::kFine, name, "answered with code 0", ""});
             TryPort(port, options, points);
+        } else if (port == Port::kLegacy && anyAnswers && ping.cause == Cause::kPortAbsent) {
+            points.push_back({Verdict::kFine, name,
+                              "nobody serves it, nor need anybody beside the advanced port", ""});
         } else {
             points.push_back({Verdict::kWrong, name, ping.reason, ""});
         }
     }
     if (anyAnswers) {
-        TryReplies(options, points);
+        TryReplies(options, ReadRegistration(), points);
     }
     CheckArea(LookAtArea(options), anyAnswers, points);
     Report report = ReportOf(points);

@@ -1,6 +1,7 @@
 #include "probe/conform/RecordPoints.h"
 
 #include <exception>
+#include <limits>
 #include <optional>
 #include <utility>
 
@@ -115,12 +116,18 @@ class CReplyPoints {
 
 }  // namespace
 
-void TryReplies(const SessionOptions& options, Checks& points) {
+void TryReplies(const SessionOptions& options, const Registration& registration, Checks& points) {
+    const std::int64_t build =
+        registration.build.value_or(std::numeric_limits<std::int64_t>::max());
     CReplyPoints replies(options, points);
     replies.TryReadable("protection status", StatusQuestion());
     replies.TryReadable("configuration", PolicyQuestion());
-    replies.TryRecords("indicators", IndicatorsQuestion);
-    replies.TryRecords("telemetry", TelemetryQuestion);
+    if (build >= kFirstBuildWithIndicators) {
+        replies.TryRecords("indicators", IndicatorsQuestion);
+    }
+    if (build >= kFirstBuildWithTelemetry) {
+        replies.TryRecords("telemetry", TelemetryQuestion);
+    }
     replies.TryRecords("actions", ActionsQuestion);
 }
 

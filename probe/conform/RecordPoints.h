@@ -5,11 +5,13 @@
 #pragma once
 
 #include "probe/doctor/Check.h"
+#include "probe/session/Registration.h"
 #include "probe/session/SessionOptions.h"
 
 namespace Kyr::Probe {
 
+/// Records are asked for as far as the registered build has them; all, if none can be read.
 /// REQUIRES: the product answers a ping.
-void TryReplies(const SessionOptions& options, Checks& points);
+void TryReplies(const SessionOptions& options, const Registration& registration, Checks& points);
 
 }  // namespace Kyr::Probe

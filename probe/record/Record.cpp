@@ -23,6 +23,7 @@
 #include "probe/session/NotReached.h"
 #include "probe/session/Registration.h"
 #include "probe/session/Session.h"
+#include "probe/session/System.h"
 
 namespace Kyr::Probe {
 
@@ -134,11 +135,12 @@ std::ofstream NewFile(const std::string& path) {
     if (std::filesystem::exists(path)) {
         throw std::runtime_error(path + " is there already");
     }
-    std::ofstream file(path, std::ios::binary);
-    std::error_code isNotOwned;
-    std::filesystem::permissions(
-        path, std::filesystem::perms::owner_read | std::filesystem::perms::owner_write, isNotOwned);
-    if (!file || isNotOwned) {
+    const bool isMade = MakePrivateFile(path);
+    std::ofstream file;
+    if (isMade) {
+        file.open(path, std::ios::binary);
+    }
+    if (!file.is_open()) {
         throw std::runtime_error("cannot make " + path);
     }
     return file;

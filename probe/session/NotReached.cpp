@@ -27,6 +27,11 @@ CauseWords WordsOf(Cause cause) {
     return {"unknown", "unknown"};
 }
 
+std::string InWords(std::chrono::milliseconds time) {
+    return time.count() % 1000 == 0 ? std::to_string(time.count() / 1000) + " s"
+                                    : std::to_string(time.count()) + " ms";
+}
+
 }  // namespace
 
 const char* NameOf(Cause cause) {
@@ -38,5 +43,8 @@ CNotReached::CNotReached(Cause cause, const std::string& reason)
                          reason),
       cause_(cause),
       reason_(reason) {}
+
+CNoReplyInTime::CNoReplyInTime(std::chrono::milliseconds limit)
+    : CNotReached(Cause::kNotAnswering, "no reply within " + InWords(limit)) {}
 
 }  // namespace Kyr::Probe

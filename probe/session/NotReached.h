@@ -4,6 +4,7 @@
 // product was not reached, the cause, the reason.
 #pragma once
 
+#include <chrono>
 #include <stdexcept>
 #include <string>
 
@@ -30,6 +31,12 @@ class CNotReached : public std::runtime_error {
   private:
     Cause cause_;
     std::string reason_;
+};
+
+/// The product has a request and says nothing, so that the connector would wait on.
+class CNoReplyInTime : public CNotReached {
+  public:
+    explicit CNoReplyInTime(std::chrono::milliseconds limit);
 };
 
 }  // namespace Kyr::Probe

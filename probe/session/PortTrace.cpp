@@ -18,6 +18,7 @@ static_assert(kProcessIdPlace == NtApi::PortMessageLayout<std::uint64_t>::kProce
 Base::CMutex tracesMutex;
 PortTrace advancedTrace KYR_GUARDED_BY(tracesMutex);
 PortTrace legacyTrace KYR_GUARDED_BY(tracesMutex);
+Port lastUsed KYR_GUARDED_BY(tracesMutex) = Port::kAdvanced;
 Native::NativeFunctions plainFunctions;  // written before anybody is given the witnessed ones
 
 PortTrace& Trace(Port port) KYR_REQUIRES(tracesMutex) {
@@ -27,6 +28,7 @@ PortTrace& Trace(Port port) KYR_REQUIRES(tracesMutex) {
 NtApi::NtStatus NoteConnect(Port port, NtApi::NtStatus status) {
     const Base::CLock lock(tracesMutex);
     PortTrace& trace = Trace(port);
+    lastUsed = port;
     trace.wasTried = true;
     trace.connect = status;
     trace.wasConnected = trace.wasConnected || !NtApi::IsError(status);
@@ -36,6 +38,7 @@ NtApi::NtStatus NoteConnect(Port port, NtApi::NtStatus status) {
 NtApi::NtStatus NoteExchange(Port port, NtApi::NtStatus status, const void* reply) {
     const Base::CLock lock(tracesMutex);
     PortTrace& trace = Trace(port);
+    lastUsed = port;
     trace.exchange = status;
     if (status == NtApi::kStatusSuccess) {
         trace.wasAnswered = true;
@@ -110,8 +113,14 @@ PortTrace TraceOf(Port port) {
     return Trace(port);
 }
 
+PortTrace LatestTrace() {
+    const Base::CLock lock(tracesMutex);
+    return Trace(lastUsed);
+}
+
 void ForgetTraces() {
     const Base::CLock lock(tracesMutex);
+    lastUsed = Port::kAdvanced;
     advancedTrace = {};
     legacyTrace = {};
 }

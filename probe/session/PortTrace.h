@@ -40,6 +40,9 @@ const Connectors::Common::Kelcomm::Native::NativeFunctions& WitnessedNativeFunct
     bool portLayer);
 
 PortTrace TraceOf(Port port);
+/// Of the port that was connected or spoken to last: a channel stays with the one that it has
+/// found.
+PortTrace LatestTrace();
 void ForgetTraces();
 
 }  // namespace Kyr::Probe

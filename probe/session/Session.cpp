@@ -20,11 +20,6 @@ using std::chrono::milliseconds;
 constexpr milliseconds kSlice{50};
 constexpr char kBothPorts[] = "its ports";
 
-std::string Seconds(milliseconds time) {
-    return time.count() % 1000 == 0 ? std::to_string(time.count() / 1000) + " s"
-                                    : std::to_string(time.count()) + " ms";
-}
-
 /// Of two ports that cannot be used, what the one says that says more.
 PortTrace MoreTelling() {
     const PortTrace advanced = TraceOf(Port::kAdvanced);
@@ -61,7 +56,7 @@ void CSession::Within(const std::function<void(Channel&)>& work) {
     };
     const bool isFree = !isRunning_->exchange(true);
     if (!isFree || !EndsWithin(options_.timeLimit, run, options_.progress)) {
-        throw CNotReached(Cause::kNotAnswering, "no reply within " + Seconds(options_.timeLimit));
+        throw CNoReplyInTime(options_.timeLimit);
     }
 }
 
@@ -103,7 +98,7 @@ Bytes CSession::Exchange(const Bytes& request) {
     } catch (const Kelcomm::CKelcommErrorReplyException&) {
         throw;
     } catch (const std::exception&) {
-        const PortTrace trace = TraceOf(CurrentPort());
+        const PortTrace trace = LatestTrace();
         if (trace.HasFailed()) {
             throw WhyNot(trace, kBothPorts, Kelcomm::kKelcommFailure);
         }
@@ -117,11 +112,6 @@ std::int32_t CSession::Broadcast(std::int32_t index) {
     Connect();
     Within([value, index](Channel& channel) { *value = channel.GetBroadcast(index); });
     return *value;
-}
-
-Port CSession::CurrentPort() const {
-    // The channel prefers the advanced one for as long as it answers.
-    return TraceOf(Port::kAdvanced).wasAnswered ? Port::kAdvanced : Port::kLegacy;
 }
 
 }  // namespace Kyr::Probe

@@ -37,9 +37,6 @@ class CSession {
     /// A value of the area, 0 to 10.
     std::int32_t Broadcast(std::int32_t index);
 
-    /// Which port the product was reached over last.
-    Port CurrentPort() const;
-
     const SessionOptions& Options() const { return options_; }
 
   private:

@@ -31,6 +31,10 @@ std::string PlaceProblem();
 /// The name of the program that the process runs; empty when the system does not tell.
 std::string ProgramOf(std::uint32_t processId);
 
+/// Makes an empty file that its owner alone may read. False when it is there already, or cannot be
+/// made.
+bool MakePrivateFile(const std::string& path);
+
 /// Bytes go to standard output, and come from standard input, as they are.
 void UseBinaryOutput();
 void UseBinaryInput();

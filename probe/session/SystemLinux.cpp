@@ -1,4 +1,7 @@
+#include <fcntl.h>
 #include <fstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include "portlayer/Diagnostics.h"
 #include "portlayer/RunFiles.h"
@@ -36,6 +39,15 @@ std::string ProgramOf(std::uint32_t processId) {
     std::string name;
     std::getline(file, name);
     return name;
+}
+
+bool MakePrivateFile(const std::string& path) {
+    const int file = open(path.c_str(), O_CREAT | O_EXCL | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR);
+    if (file < 0) {
+        return false;
+    }
+    close(file);
+    return true;
 }
 
 // Here they do so anyway.

@@ -59,7 +59,7 @@ bool EndsWithin(milliseconds limit, std::function<void()> run, const Progress& p
         // One that is woken without a reason waits a little less.
         if (!clock->WaitFor(work->ended, lock, turn) || !work->hasEnded) {
             waited += turn;
-            if (progress && !work->hasEnded) {
+            if (progress && !work->hasEnded && waited < limit) {
                 progress(std::chrono::duration_cast<std::chrono::seconds>(waited));
             }
         }

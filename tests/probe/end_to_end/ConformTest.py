@@ -39,6 +39,21 @@ class ConformTest(EndpointTest):
         self.assertEqual(answer["exit"], 1)
         self.assertEqual(list(self.otherwise), ["advanced port: ping"])
 
+    def test_older_port_need_not_be_there(self):
+        answer = self.conform_with("no-lpc")
+        self.assertEqual((answer["exit"], self.otherwise), (0, {}))
+        self.assertIn("nobody serves it, nor need anybody beside the advanced port",
+                      [row["what"] for row in answer["rows"] if row["point"] == "legacy port: ping"])
+
+    def test_product_is_not_asked_for_records_that_its_build_has_not(self):
+        for build, kinds in ((5057, {"actions"}), (5058, {"actions", "indicators"}),
+                             (5543, {"actions", "indicators", "telemetry"})):
+            with self.subTest(build=build):
+                product = self.start_product(f"--build={build}")
+                points = {row["point"] for row in self.conform()["rows"]}
+                self.assertEqual(points & {"actions", "indicators", "telemetry"}, kinds)
+                product.end()
+
     def test_nobody_who_answers_is_not_reached(self):
         self.assertEqual(self.conform()["exit"], 3)
 

@@ -1,11 +1,14 @@
 """A product that dies, hangs or closes the connection in the middle of each command; and one that comes and goes under a
 watch."""
 import json
+import os
+import pty
 import signal
+import subprocess
 import time
 import unittest
 
-from Endpoint import EndpointTest, main
+from Endpoint import EndpointTest, main, programs
 
 COMMANDS = (("status",), ("policy",), ("indicators",), ("telemetry",), ("actions",), ("outcomes", "--yes"),
             ("kill", "--pid=1", "--yes"), ("block", "--sha1=" + "0" * 40, "--yes"), ("import", "-", "--yes"),
@@ -43,6 +46,18 @@ class Dying(EndpointTest):
         self.start_product("--misbehave=no-alpc", "--misbehave=hang transport=lpc")
         answer = self.ask("status", "--timeout=0.3")
         self.assertEqual((answer["exit"], answer["problem"]["cause"]), (3, "not-answering"))
+
+    def test_who_waits_at_a_terminal_is_told_so_and_a_file_is_not(self):
+        self.start_product("--misbehave=hang")
+        arguments = [programs() / "ovprobe", "status", "--json", "--timeout=1.5"]
+        terminal, side = pty.openpty()
+        self.addCleanup(os.close, terminal)
+        ended = subprocess.run(arguments, env=self.environment, stdout=subprocess.PIPE, stderr=side)
+        os.close(side)
+        self.assertEqual(os.read(terminal, 1000), b"waiting for the product, 1 s\r\n")
+        self.assertEqual(json.loads(ended.stdout)["exit"], 3)
+        ended = subprocess.run(arguments, env=self.environment, capture_output=True)
+        self.assertEqual(ended.stderr, b"")
 
     def test_outcomes_that_were_taken_are_told_when_the_next_one_is_refused(self):
         ids = ";".join(digit * 8 + "-1111-1111-1111-" + digit * 12 for digit in "123")
@@ -113,7 +128,14 @@ class Watch(EndpointTest):
         product.process.send_signal(signal.SIGSTOP)
         watch.wait_for("not answering")
         product.process.send_signal(signal.SIGCONT)
+        self.assertIn("waits with it", watch.wait_for("no reply within 300 ms"))
         watch.wait_for("no reply within 300 ms  answers")
+
+    def test_product_that_closes_the_connection_is_not_waited_for(self):
+        product = self.start_product()
+        watch = self.start_watch()
+        product.say("misbehave drop inner=0x21")
+        self.assertIn("notices within five seconds", watch.wait_for("ends without a reply"))
 
     def test_ends_by_signals_and_by_its_time(self):
         self.start_product()

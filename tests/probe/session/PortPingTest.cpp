@@ -35,6 +35,15 @@ TEST_F(PortPingTest, AbsentPortOfNoProductIsNotRegistered) {
     EXPECT_EQ(finding.serverProcess, 0u);
 }
 
+TEST_F(PortPingTest, LatestTraceIsOfThePortThatWasUsedLast) {
+    SessionOptions options;
+    options.portLayer = true;
+    PingPort(Port::kLegacy, options);
+    EXPECT_TRUE(LatestTrace().wasTried);
+    ForgetTraces();
+    EXPECT_FALSE(LatestTrace().wasTried);
+}
+
 TEST_F(PortPingTest, StatusOfTheConnectionTellsTheCause) {
     EXPECT_EQ(Why(NtApi::kStatusAccessDenied).GetCause(), Cause::kOtherUser);
     EXPECT_EQ(Why(NtApi::kStatusPortConnectionRefused).GetCause(), Cause::kRefused);
