@@ -1,112 +1,26 @@
 // Looks into an endpoint with the connector's own code; README.md says what each command tells.
 #include <cstdlib>
 #include <exception>
-#include <functional>
 #include <iostream>
-#include <optional>
-#include <string>
 
 #include "lab/common/CommandLine.h"
-#include "probe/Input.h"
-#include "probe/ProductCommands.h"
-#include "probe/decode/Decode.h"
-#include "probe/decode/HexText.h"
-#include "probe/decode/Payload.h"
-#include "probe/explain/Explain.h"
-#include "probe/session/System.h"
+#include "probe/commandline/ChangingCommands.h"
+#include "probe/commandline/ExaminingCommands.h"
+#include "probe/commandline/FileCommands.h"
+#include "probe/commandline/ReadingCommands.h"
 #include "probe/session/TimeLimit.h"
-#include "probe/show/LayoutText.h"
 #include "probe/show/Report.h"
 
-namespace {
-
 using namespace Kyr::Probe;
-
-struct DecodeOptions {
-    std::string input = "-";
-    std::string hex;
-    bool isHexText = false;
-    std::string kind;
-    std::string command;
-    bool json = false;
-};
-
-CLI::App& AddDecode(CLI::App& app, DecodeOptions& options) {
-    CLI::App& decode = *app.add_subcommand(
-        "decode", "takes bytes apart: offset, field, value, and what is wrong with it");
-    decode.add_option("file", options.input, "a file; - is standard input, and the default");
-    auto* const hex = decode.add_option("--hex", options.hex, "these bytes, in hexadecimal digits");
-    decode.add_flag("--hex-text", options.isHexText, "the file has hexadecimal digits, or a dump")
-        ->excludes(hex);
-    decode.add_option("--kind", options.kind, "what it is; else that is guessed")
-        ->check(CLI::IsMember(Kinds()));
-    decode.add_option("--command", options.command,
-                      "of a reply, what it answers: a name such as get-status, or a number");
-    decode.add_flag("--json", options.json, "for programs");
-    return decode;
-}
-
-std::string BytesOf(const DecodeOptions& options) {
-    if (!options.hex.empty()) {
-        return FromHexText(options.hex);
-    }
-    if (options.input == "-") {
-        UseBinaryInput();
-    }
-    std::string bytes = ReadInput(options.input);
-    return options.isHexText ? FromHexText(bytes) : bytes;
-}
-
-int RunDecode(const DecodeOptions& options) {
-    std::optional<std::uint32_t> command;
-    if (!options.command.empty()) {
-        command = CommandOf(options.command);
-        if (!command) {
-            std::cerr << "ovprobe: no command of the product: " << options.command << '\n';
-            return kWrongUsage;
-        }
-    }
-    const std::string bytes = BytesOf(options);
-    const auto kind = options.kind.empty() ? GuessKind(bytes) : options.kind;
-    if (!kind) {
-        std::cerr << "ovprobe: cannot tell what this is: say it with --kind\n";
-        return kWrongUsage;
-    }
-    const Layout layout = Decode(bytes, *kind, command);
-    if (options.json) {
-        std::cout << ToJson(layout) << '\n';
-    } else {
-        WriteTable(std::cout, layout);
-    }
-    return layout.IsSound() ? kFine : kSomethingFound;
-}
-
-CLI::App& AddExplain(CLI::App& app, ExplainOptions& options) {
-    CLI::App& explain = *app.add_subcommand(
-        "explain", "the story in a host's log: connections, outages, what became of each task");
-    explain.add_option("log", options.logs, "files, the oldest first; - is standard input")
-        ->required();
-    explain.add_option("--task", options.task,
-                       "only the task with this identifier: why is it not done?");
-    explain.add_flag("--json", options.json, "for programs");
-    return explain;
-}
-
-}  // namespace
 
 int main(int argc, char** argv) {
     CLI::App app("Looks into an endpoint with the connector's own code.", "ovprobe");
     app.require_subcommand(1);
-    std::function<int()> deed;
-    AddProductCommands(app, deed);
-    DecodeOptions decodeOptions;
-    AddDecode(app, decodeOptions).callback([&] {
-        deed = [&] { return RunDecode(decodeOptions); };
-    });
-    ExplainOptions explainOptions;
-    AddExplain(app, explainOptions).callback([&] {
-        deed = [&] { return Explain(explainOptions, std::cout) ? kFine : kSomethingFound; };
-    });
+    Deed deed;
+    AddExaminingCommands(app, deed);
+    AddReadingCommands(app, deed);
+    AddChangingCommands(app, deed);
+    AddFileCommands(app, deed);
     if (const auto code = Kyr::Lab::ReadCommandLine(app, argc, argv)) {
         return *code;
     }
