@@ -26,9 +26,12 @@
 
 namespace Database = Kyr::Common::Database;
 namespace Kernel = Kyr::Common::Kernel;
-using Clock = std::chrono::steady_clock;
+namespace Symbol = Kyr::Common::Logs::Symbols::Task;
+namespace Task = Kyr::Common::Catalogue::Task;
 using Message = boost::shared_ptr<Kernel::IMessage>;
 using Context = boost::shared_ptr<Kernel::IDeliveryContext>;
+using Event = Kyr::Common::Message::Logs::CEventLog;
+using Kill = Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
 using Subscriber = boost::shared_ptr<Kernel::ISubscriber>;
 
 namespace {
@@ -37,24 +40,24 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 constexpr char kInstance[] = "0a000000-0000-4000-8000-00000000000a";
 constexpr char kIdentifier[] = "0a000000-0000-4000-8000-000000000001";
 
-// Messages are delivered in the order of publishing, and never from inside Publish: a module may
-// hold locks there that it needs to take a message.
+// Delivers in the order of publishing, and never from inside Publish: a module may hold locks there
+// that it needs to take a message.
 class CBus final : public Kernel::IBusResource {
   public:
     void Publish(const Message& message, const Context& context) override {
         const std::lock_guard lock(mutex_);
         queue_.emplace_back(message,
                             context ? context : boost::make_shared<Kernel::IDeliveryContext>());
-        changed_.notify_one();
+        published_.notify_one();
     }
     void Subscribe(const Subscriber& subscriber, Kernel::MessageType type) override {
         const std::lock_guard lock(mutex_);
         subscribers_[type].insert(subscriber);  // once, however often it asks
     }
     /// Delivers the next message, and returns it; nothing when none comes until `end`.
-    Message DeliverNext(Clock::time_point end) {
+    Message DeliverNext(std::chrono::steady_clock::time_point end) {
         std::unique_lock lock(mutex_);
-        if (!changed_.wait_until(lock, end, [this] { return !queue_.empty(); })) {
+        if (!published_.wait_until(lock, end, [this] { return !queue_.empty(); })) {
             return {};
         }
         const auto [message, context] = queue_.front();
@@ -62,14 +65,18 @@ class CBus final : public Kernel::IBusResource {
         const std::set<Subscriber> receivers = subscribers_[message->GetMessageType()];
         lock.unlock();
         for (const Subscriber& receiver : receivers) {
-            receiver->Push(message, context);
+            try {
+                receiver->Push(message, context);
+            } catch (const std::exception& problem) {  // the others get it all the same
+                std::cerr << message->GetName() << " is lost: " << problem.what() << '\n';
+            }
         }
         return message;
     }
 
   private:
     std::mutex mutex_;
-    std::condition_variable changed_;
+    std::condition_variable published_;
     std::deque<std::pair<Message, Context>> queue_;
     std::map<Kernel::MessageType, std::set<Subscriber>> subscribers_;
 };
@@ -77,16 +84,13 @@ class CBus final : public Kernel::IBusResource {
 class CLog final : public Kernel::ILoggerResource {
   public:
     void Log(const std::string& text, int level, const std::string& source) override {
-        const std::lock_guard lock(mutex_);
-        std::cout << level << ' ' << source << ": " << text << std::endl;
+        // One piece, so that lines of several threads do not mix.
+        std::cout << std::to_string(level) + ' ' + source + ": " + text + '\n' << std::flush;
     }
-
-  private:
-    std::mutex mutex_;
 };
 
-// Lives as long as the process. A real one keeps both on disk: the offsets in it say how many
-// records of the product the server has.
+// Lives as long as the process. A real one is on disk: the offsets in it say how many records of
+// the product the server has.
 class CKeyValues final : public Database::IKeyValueAccessMapper {
   public:
     std::string GetValue(const std::string& key) override {
@@ -107,16 +111,15 @@ class CKeyValues final : public Database::IKeyValueAccessMapper {
 class CActions final : public Database::IOvRemediationActionsMapper {
   public:
     // No promise to keep what it cannot keep: the connector asks the product again.
-    bool StoreActions(const std::vector<std::string>&) override { return false; }
+    bool StoreActions(const std::vector<std::string>& actions) override { return actions.empty(); }
 };
 
 class CDatabase final : public Kernel::IDatabaseResource {
   public:
     boost::shared_ptr<Database::IMapper> GetMapper(int number) override {
-        if (number == Database::kKeyValueAccessMapper) {
-            return keyValues_;
-        }
-        return number == Database::kOvRemediationActionsMapper ? actions_ : nullptr;
+        return number == Database::kKeyValueAccessMapper         ? keyValues_
+               : number == Database::kOvRemediationActionsMapper ? actions_
+                                                                 : nullptr;
     }
 
   private:
@@ -137,9 +140,6 @@ class CIdGenerator final : public Kernel::IIdGeneratorResource {
     std::atomic<std::uint32_t> last_{0};
 };
 
-class CConfiguration final : public Kernel::IConfigurationResource {};
-class CNetwork final : public Kernel::INetworkGrpcResource {};
-
 class CResources final : public Kernel::IResourceProvider {
   public:
     explicit CResources(const boost::shared_ptr<CBus>& bus)
@@ -149,45 +149,41 @@ class CResources final : public Kernel::IResourceProvider {
               {Kernel::kLoggerResource, boost::make_shared<CLog>()},
               {Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>()},
               {Kernel::kDatabaseResource, boost::make_shared<CDatabase>()},
-              {Kernel::kConfigurationResource, boost::make_shared<CConfiguration>()},
-              {Kernel::kNetworkGrpcResource, boost::make_shared<CNetwork>()}} {}
+              {Kernel::kConfigurationResource,
+               boost::make_shared<Kernel::IConfigurationResource>()},
+              {Kernel::kNetworkGrpcResource, boost::make_shared<Kernel::INetworkGrpcResource>()}} {}
     boost::shared_ptr<Kernel::IResource> GetResource(int number) override {
-        const auto found = resources_.find(number);
-        return found == resources_.end() ? nullptr : found->second;
+        return resources_[number];  // empty, if it has none of that number
     }
 
   private:
-    const std::map<int, boost::shared_ptr<Kernel::IResource>> resources_;
+    std::map<int, boost::shared_ptr<Kernel::IResource>> resources_;
 };
 
 Message KillTask(std::uint64_t pid) {
-    using Kyr::Common::Message::Connectors::OvAgentConnector::Task::CKillProcessByPid;
-    const auto task = boost::make_shared<CKillProcessByPid>();
-    CKillProcessByPid::Payload payload;
+    Kill::Payload payload;
     payload.set_process_id(pid);
-    task->SetPayload(payload);
-    CKillProcessByPid::Uuid id;
+    Kill::Uuid id;
     id.set_uuid(kIdentifier);
+    const auto task = boost::make_shared<Kill>();
+    task->SetPayload(payload);
     task->SetIdentifiers(id, id, id);  // the server's three differ
     task->SetReadOnly();
     return task;
 }
 
-/// Of an event of our task whether it was done; nothing of any other message.
+/// Whether the task of the event is done; nothing of other messages, and while it is tried again.
 std::optional<bool> OutcomeIn(const Message& message) {
-    namespace Symbol = Kyr::Common::Logs::Symbols::Task;
-    namespace Task = Kyr::Common::Catalogue::Task;
-    const auto event = boost::dynamic_pointer_cast<Kyr::Common::Message::Logs::CEventLog>(message);
+    const auto event = boost::dynamic_pointer_cast<Event>(message);
     if (!event || event->GetMessageType() != Kernel::MessageType::TaskEvent ||
         event->GetSymbols()->GetUuid(Symbol::kFirstIdentifier).uuid() != kIdentifier) {
         return std::nullopt;
     }
-    const std::uint64_t outcome = event->GetSymbols()->GetResourceId(Symbol::kOutcome);
-    if (event->GetSymbols()->GetInt32(Symbol::kStatus) == Task::kNotFailed &&
-        outcome != Task::kDoneText) {
-        return std::nullopt;  // not done yet: the connector tries again
+    if (event->GetSymbols()->GetInt32(Symbol::kStatus) == Task::kFailed) {
+        return false;
     }
-    return outcome == Task::kDoneText;
+    const bool again = event->GetSymbols()->GetResourceId(Symbol::kOutcome) == Task::kFailedText;
+    return again ? std::nullopt : std::optional(true);
 }
 
 bool Run(const std::string& library, std::uint64_t pid) {
@@ -198,15 +194,17 @@ bool Run(const std::string& library, std::uint64_t pid) {
     const auto& metaObject = loader.classFor(kClassName);
     Kernel::IModule& module = *metaObject.autoDelete(metaObject.create());
     module.Initialize(resources);
-    module.Start();
-
-    bus->Publish(KillTask(pid), {});
     std::optional<bool> done;
-    const auto end = Clock::now() + std::chrono::minutes(1);
-    for (Message message; !done && (message = bus->DeliverNext(end));) {
-        done = OutcomeIn(message);
+    try {
+        module.Start();
+        bus->Publish(KillTask(pid), {});
+        const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+        for (Message message; !done && (message = bus->DeliverNext(end));) {
+            done = OutcomeIn(message);
+        }
+    } catch (const std::exception& problem) {  // the module's threads must end all the same
+        std::cerr << "minimal-host: " << problem.what() << '\n';
     }
-
     module.RequestStop();
     for (int tries = 0; !module.Stop(tries == 50); ++tries) {
         std::this_thread::sleep_for(std::chrono::milliseconds(100));
