@@ -105,15 +105,20 @@ if(KYR_INSTALL_PKGCONFIG)
     install(FILES "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc" DESTINATION ${KYR_INSTALL_PKGCONFIG})
 endif()
 
-# Documents, and the terms of the headers of others that are compiled into the programs and ask to be passed on with them.
-install(DIRECTORY docs/ DESTINATION ${KYR_INSTALL_DOCUMENTS} FILES_MATCHING PATTERN "*.md")
-install(FILES probe/README.md DESTINATION ${KYR_INSTALL_DOCUMENTS} RENAME ovprobe.md)
-install(FILES hostprobe/README.md DESTINATION ${KYR_INSTALL_DOCUMENTS} RENAME hostprobe.md)
+# Documents for who installs and for makers of hosts. They keep the folders that they have in the tree, so that links between
+# them hold in both places; what they link to is installed with them.
+foreach(document docs/errors.md docs/host-library.md docs/installing.md docs/questions-of-support.md docs/recording.md
+        docs/threading.md docs/wire-format.md docs/writing-a-host.md hostprobe/README.md probe/README.md)
+    get_filename_component(folder ${document} DIRECTORY)
+    install(FILES ${document} DESTINATION ${KYR_INSTALL_DOCUMENTS}/${folder})
+endforeach()
 if(TARGET ovprobe AND NOT WIN32)
     install(FILES probe/completion/ovprobe.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions
         RENAME ovprobe)
 endif()
 install(DIRECTORY examples DESTINATION ${KYR_INSTALL_DOCUMENTS})
+
+# Terms: ours, and those of the headers of others that are compiled into the programs and ask to be passed on with them.
 install(FILES packaging/copyright DESTINATION ${KYR_INSTALL_DOCUMENTS})
 foreach(package libcli11-dev nlohmann-json3-dev)
     if(EXISTS /usr/share/doc/${package}/copyright)

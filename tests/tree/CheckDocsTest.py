@@ -40,6 +40,15 @@ class CheckDocs(TreeCheck):
         self.write("README.md", "see [there](https://example.org/none.md)")
         self.assert_holds()
 
+    def test_link_that_leaves_the_tree_is_found(self):
+        self.write("inner/README.md", "see [threads](../docs/threads.md)")
+        self.root /= "inner"
+        self.assert_finds("README.md:1: no file ../docs/threads.md")
+
+    def test_only_links_are_looked_at_when_asked(self):
+        self.write("README.md", "`base/Time.h`, `kNoWord`, [threads](threads.md)")
+        self.assert_finds("README.md:1: no file threads.md", arguments=["--links"])
+
     def test_file_name_from_the_root_or_beside_the_text_holds(self):
         self.write("base/README.md", "`base/Clock.h`, `../base/Clock.h`, `base/../base/Clock.h`")
         self.assert_holds()

@@ -29,7 +29,7 @@ class TreeCheck(unittest.TestCase):
         result = self.run_check()
         self.assertEqual((0, "", ""), (result.returncode, result.stdout, result.stderr))
 
-    def assert_finds(self, *findings):
-        result = self.run_check()
+    def assert_finds(self, *findings, arguments=()):
+        result = self.run_check(*arguments)
         self.assertEqual("".join(finding + "\n" for finding in findings), result.stdout + result.stderr)
         self.assertEqual(1, result.returncode)
