@@ -15,6 +15,7 @@ using namespace Kyr::Probe;
 
 int main(int argc, char** argv) {
     CLI::App app("Looks into an endpoint with the connector's own code.", "ovprobe");
+    app.set_version_flag("--version", "ovprobe " KYR_VERSION);
     app.require_subcommand(1);
     Deed deed;
     AddExaminingCommands(app, deed);

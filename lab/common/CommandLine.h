@@ -18,14 +18,15 @@ namespace Kyr::Lab {
 constexpr int kBadCommandLine = 2;  // an exit code; scripts rely on it
 
 /// Reads the command line. Gives the exit code of a program that shall not go on, because it was
-/// asked for help or nobody understands what it was given; everything has been said then.
+/// asked for help or its version, or because nobody understands what it was given; everything has
+/// been said then.
 inline std::optional<int> ReadCommandLine(CLI::App& app, int argc, char** argv) {
     app.allow_windows_style_options(false);  // else a path that begins with a slash is an option
     try {
         app.parse(argc, argv);
         return std::nullopt;
-    } catch (const CLI::CallForHelp& help) {
-        return app.exit(help);
+    } catch (const CLI::Success& asked) {
+        return app.exit(asked);
     } catch (const std::exception& problem) {
         // Told first: it may be what was meant for an option that is missing now.
         const std::vector<std::string> strange = app.remaining();

@@ -17,7 +17,7 @@ _ovprobe_options() {
         import) echo "$product --yes --blob" ;;
         announce) echo "$product --yes" ;;
         decode) echo "--help --hex --hex-text --kind --command --json" ;;
-        "") echo "--help" ;;
+        "") echo "--help --version" ;;
     esac
 }
 

@@ -58,6 +58,13 @@ TEST_F(CommandLineTest, HelpTellsTheOptionsAndEndsTheProgramWell) {
     EXPECT_THAT(printed_, HasSubstr("--end"));
 }
 
+TEST_F(CommandLineTest, VersionIsToldAndEndsTheProgramWell) {
+    app_.set_version_flag("--version", "program 7");
+    app_.get_option("--end")->required();
+    EXPECT_EQ(0, Read({"--version"}));
+    EXPECT_EQ("program 7\n", printed_);
+}
+
 TEST_F(CommandLineTest, ColourIsNoneOfItsOwn) {
     EXPECT_EQ(2, Read({"--colour=red"}));
     EXPECT_THAT(complained_, HasSubstr("--colour"));
