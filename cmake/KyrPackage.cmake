@@ -22,7 +22,7 @@ ovprobe, which looks into a running endpoint.")
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS "${CMAKE_LIBRARY_OUTPUT_DIRECTORY}")
 set(CPACK_DEBIAN_PACKAGE_SUGGESTS
-    "g++, cmake, libboost1.81-dev, libboost-thread1.81-dev, libboost-chrono1.81-dev, libboost-date-time1.81-dev, libpoco-dev, libprotobuf-dev, protobuf-compiler")
+    "g++, make, cmake, libboost1.81-dev, libboost-thread1.81-dev, libboost-chrono1.81-dev, libboost-date-time1.81-dev, libpoco-dev, libprotobuf-dev, protobuf-compiler")
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # What Debian's policy wants compressed.
