@@ -7,6 +7,10 @@
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
+# What a host is built with, and nobody needs to run one: the zip for Windows leaves it out.
+set(KYR_DEVELOPMENT COMPONENT development)
+set(CMAKE_INSTALL_DEFAULT_COMPONENT_NAME runtime)
+
 if(WIN32)
     # One flat folder: Windows looks for a program's libraries beside it.
     set(KYR_INSTALL_PROGRAMS .)
@@ -14,7 +18,8 @@ if(WIN32)
     set(KYR_INSTALL_LIBRARIES lib)
     set(KYR_INSTALL_HEADERS include)
     set(KYR_INSTALL_CMAKE cmake)
-    set(KYR_INSTALL_DOCUMENTS docs)
+    set(KYR_INSTALL_DOCUMENTS documents)
+    set(KYR_INSTALL_LICENCES licences)
 else()
     set(KYR_INSTALL_PROGRAMS ${CMAKE_INSTALL_BINDIR})
     set(KYR_INSTALL_MODULES ${CMAKE_INSTALL_LIBDIR}/ov-agent-connector)
@@ -23,6 +28,7 @@ else()
     set(KYR_INSTALL_CMAKE ${CMAKE_INSTALL_LIBDIR}/cmake/OvAgentConnector)
     set(KYR_INSTALL_PKGCONFIG ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
     set(KYR_INSTALL_DOCUMENTS ${CMAKE_INSTALL_DATADIR}/doc/ov-agent-connector)
+    set(KYR_INSTALL_LICENCES ${KYR_INSTALL_DOCUMENTS}/of-others)
 endif()
 
 # What is installed is built by one target, so that nobody has to wait for suites and benchmarks.
@@ -57,7 +63,7 @@ install(TARGETS kyr_base kyr_host kyr_logs
     EXPORT OvAgentConnectorTargets
     RUNTIME DESTINATION ${KYR_INSTALL_MODULES}
     LIBRARY DESTINATION ${KYR_INSTALL_MODULES}
-    ARCHIVE DESTINATION ${KYR_INSTALL_LIBRARIES}
+    ARCHIVE DESTINATION ${KYR_INSTALL_LIBRARIES} ${KYR_DEVELOPMENT}
     INCLUDES DESTINATION ${KYR_INSTALL_HEADERS})
 # Loaded, never linked: no import library.
 install(TARGETS ${modules}
@@ -71,19 +77,19 @@ install(CODE "
     if(CMAKE_INSTALL_DO_STRIP)
         file(GLOB archives \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/${KYR_INSTALL_LIBRARIES}/libkyr_*.a\")
         execute_process(COMMAND \"${CMAKE_STRIP}\" --strip-debug \${archives} COMMAND_ERROR_IS_FATAL ANY)
-    endif()")
+    endif()" ${KYR_DEVELOPMENT})
 
 # Headers of what crosses the border between host and module: the host's own, and the logs with the clock that they take.
-install(DIRECTORY host DESTINATION ${KYR_INSTALL_HEADERS} FILES_MATCHING PATTERN "*.h" PATTERN "*.proto")
+install(DIRECTORY host DESTINATION ${KYR_INSTALL_HEADERS} ${KYR_DEVELOPMENT} FILES_MATCHING PATTERN "*.h" PATTERN "*.proto")
 foreach(name DataMinerMessages EventLog MultiProductStatusLog MultiSymbolContainer OvAgentRequest StatusLog SymbolContainer
         SymbolValue)
-    install(FILES logs/${name}.h DESTINATION ${KYR_INSTALL_HEADERS}/logs)
+    install(FILES logs/${name}.h DESTINATION ${KYR_INSTALL_HEADERS}/logs ${KYR_DEVELOPMENT})
 endforeach()
-install(FILES base/Clock.h DESTINATION ${KYR_INSTALL_HEADERS}/base)
-install(DIRECTORY "${CMAKE_BINARY_DIR}/generated/host" DESTINATION ${KYR_INSTALL_HEADERS} FILES_MATCHING PATTERN "*.pb.h")
+install(FILES base/Clock.h DESTINATION ${KYR_INSTALL_HEADERS}/base ${KYR_DEVELOPMENT})
+install(DIRECTORY "${CMAKE_BINARY_DIR}/generated/host" DESTINATION ${KYR_INSTALL_HEADERS} ${KYR_DEVELOPMENT} FILES_MATCHING PATTERN "*.pb.h")
 
 # Package files
-install(EXPORT OvAgentConnectorTargets NAMESPACE OvAgentConnector:: DESTINATION ${KYR_INSTALL_CMAKE})
+install(EXPORT OvAgentConnectorTargets NAMESPACE OvAgentConnector:: DESTINATION ${KYR_INSTALL_CMAKE} ${KYR_DEVELOPMENT})
 configure_package_config_file(packaging/OvAgentConnectorConfig.cmake.in
     "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake.in"
     INSTALL_DESTINATION ${KYR_INSTALL_CMAKE}
@@ -96,13 +102,13 @@ write_basic_package_version_file("${CMAKE_BINARY_DIR}/packaging/OvAgentConnector
 install(FILES
         "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfig.cmake"
         "${CMAKE_BINARY_DIR}/packaging/OvAgentConnectorConfigVersion.cmake"
-    DESTINATION ${KYR_INSTALL_CMAKE})
+    DESTINATION ${KYR_INSTALL_CMAKE} ${KYR_DEVELOPMENT})
 if(KYR_INSTALL_PKGCONFIG)
     file(RELATIVE_PATH KYR_PREFIX_FROM_PKGCONFIG /${KYR_INSTALL_PKGCONFIG} /)
     configure_file(packaging/ov-agent-connector.pc.in "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc.in" @ONLY)
     file(GENERATE OUTPUT "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc"
         INPUT "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc.in")
-    install(FILES "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc" DESTINATION ${KYR_INSTALL_PKGCONFIG})
+    install(FILES "${CMAKE_BINARY_DIR}/packaging/ov-agent-connector.pc" DESTINATION ${KYR_INSTALL_PKGCONFIG} ${KYR_DEVELOPMENT})
 endif()
 
 # Documents for who installs and for makers of hosts. They keep the folders that they have in the tree, so that links between
@@ -119,10 +125,12 @@ endif()
 install(DIRECTORY examples DESTINATION ${KYR_INSTALL_DOCUMENTS})
 
 # Terms: ours, and those of the headers of others that are compiled into the programs and ask to be passed on with them.
-install(FILES packaging/copyright DESTINATION ${KYR_INSTALL_DOCUMENTS})
+if(NOT WIN32)
+    install(FILES packaging/copyright DESTINATION ${KYR_INSTALL_DOCUMENTS})
+endif()
 foreach(package libcli11-dev nlohmann-json3-dev)
     if(EXISTS /usr/share/doc/${package}/copyright)
         install(FILES /usr/share/doc/${package}/copyright
-            DESTINATION ${KYR_INSTALL_DOCUMENTS}/of-others RENAME ${package}.txt)
+            DESTINATION ${KYR_INSTALL_LICENCES} RENAME ${package}.txt)
     endif()
 endforeach()

@@ -19,7 +19,6 @@ function(kyr_copy_beside_programs)
     foreach(file IN LISTS ARGN)
         get_filename_component(name "${file}" NAME)
         file(COPY_FILE "${file}" "${CMAKE_RUNTIME_OUTPUT_DIRECTORY}/${name}" ONLY_IF_DIFFERENT)
-        install(FILES "${file}" DESTINATION .)
     endforeach()
 endfunction()
 

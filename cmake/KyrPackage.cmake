@@ -1,4 +1,5 @@
-# What CPack needs to make a Debian package of what is installed (KyrInstall.cmake): `make package`.
+# What CPack needs to make a package of what is installed (KyrInstall.cmake): a Debian package (`make package`), and a zip for
+# Windows (scripts/windows/package).
 
 set(CPACK_PACKAGE_NAME ov-agent-connector)
 set(CPACK_PACKAGE_VENDOR "Ov agent connector")
@@ -8,6 +9,15 @@ set(CPACK_STRIP_FILES ON)
 set(CPACK_VERBATIM_VARIABLES ON)
 set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
     OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
+
+if(WIN32)
+    include(KyrZip)
+    set(CPACK_GENERATOR ZIP)
+    set(CPACK_PACKAGE_FILE_NAME "OvAgentConnector-${PROJECT_VERSION}-win32")
+    set(CPACK_INSTALL_CMAKE_PROJECTS "${CMAKE_BINARY_DIR};${PROJECT_NAME};runtime;/")
+    include(CPack)
+    return()
+endif()
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
@@ -26,14 +36,12 @@ set(CPACK_DEBIAN_PACKAGE_SUGGESTS
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # What Debian's policy wants compressed.
-if(NOT WIN32)
-    foreach(file changelog ovprobe.1)
-        execute_process(COMMAND gzip -9nc "${CMAKE_SOURCE_DIR}/packaging/${file}"
-            OUTPUT_FILE "${CMAKE_BINARY_DIR}/packaging/${file}.gz" COMMAND_ERROR_IS_FATAL ANY)
-        set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/packaging/${file}")
-    endforeach()
-    install(FILES "${CMAKE_BINARY_DIR}/packaging/changelog.gz" DESTINATION ${KYR_INSTALL_DOCUMENTS})
-    install(FILES "${CMAKE_BINARY_DIR}/packaging/ovprobe.1.gz" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
-endif()
+foreach(file changelog ovprobe.1)
+    execute_process(COMMAND gzip -9nc "${CMAKE_SOURCE_DIR}/packaging/${file}"
+        OUTPUT_FILE "${CMAKE_BINARY_DIR}/packaging/${file}.gz" COMMAND_ERROR_IS_FATAL ANY)
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${CMAKE_SOURCE_DIR}/packaging/${file}")
+endforeach()
+install(FILES "${CMAKE_BINARY_DIR}/packaging/changelog.gz" DESTINATION ${KYR_INSTALL_DOCUMENTS})
+install(FILES "${CMAKE_BINARY_DIR}/packaging/ovprobe.1.gz" DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
 include(CPack)
