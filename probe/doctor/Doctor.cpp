@@ -61,7 +61,9 @@ Report Examine(const DoctorOptions& options, const AreaSnapshot& area) {
     if (product.answers) {
         CheckRequests(options.session, registration, positions, checks);
     }
-    if (!options.log.empty()) {
+    if (options.log.empty()) {
+        MissLog(checks);
+    } else {
         CheckLog(options.log, Lab::MachineStamp(), checks);
     }
     Report report = ReportOf(checks);

@@ -2,63 +2,20 @@
 
 #include <algorithm>
 #include <exception>
-#include <fstream>
-#include <optional>
-#include <sstream>
-#include <vector>
 
-#include "lab/common/LineProtocol.h"
-#include "probe/doctor/LogProblems.h"
+#include "probe/explain/HostLog.h"
+#include "probe/explain/Recognise.h"
+#include "probe/explain/Tell.h"
 
 namespace Kyr::Probe {
 
 namespace {
 
 constexpr std::streamoff kMostBytes = std::streamoff{4} << 20;  // of its end
-constexpr char kConnected[] = "Connected to product, processing tasks";
-constexpr char kBroadcast[] = "Received broadcast ";
-
-struct Line {
-    std::string text;
-    std::optional<std::uint64_t> stamp;
-};
-
-struct LogEnd {
-    std::vector<Line> lines;
-    std::size_t unread = 0;  // that are none of a host's log
-};
-
-std::string ReadEnd(const std::string& path) {
-    std::ifstream file(path, std::ios::binary | std::ios::ate);
-    if (!file.is_open()) {
-        throw std::runtime_error("cannot be read");
-    }
-    const std::streamoff size = file.tellg();
-    file.seekg(std::max(std::streamoff{0}, size - kMostBytes));
-    std::ostringstream bytes;
-    bytes << file.rdbuf();
-    return bytes.str();
-}
-
-LogEnd ParseEnd(const std::string& bytes) {
-    LogEnd end;
-    std::istringstream text(bytes);
-    for (std::string line; std::getline(text, line);) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        try {
-            const Lab::TimedLine parsed = Lab::ParseLine(line);
-            end.lines.push_back({parsed.line.Value("text"), parsed.stamp});
-        } catch (const std::exception&) {
-            ++end.unread;  // cut, or of somebody else
-        }
-    }
-    return end;
-}
+constexpr char kLastChange[] = "last change of the area";
 
 /// How long ago; empty when the line does not say, or is of an earlier life of this machine.
-std::string Age(const Line& line, std::chrono::nanoseconds now) {
+std::string Age(const HostLine& line, std::chrono::nanoseconds now) {
     if (!line.stamp || now.count() < 0 || *line.stamp > static_cast<std::uint64_t>(now.count())) {
         return "";
     }
@@ -67,90 +24,62 @@ std::string Age(const Line& line, std::chrono::nanoseconds now) {
     return std::to_string(seconds) + " s ago";
 }
 
-void CheckLastChange(const LogEnd& end, std::chrono::nanoseconds now, Checks& checks) {
-    const auto last = std::find_if(end.lines.rbegin(), end.lines.rend(), [](const Line& line) {
-        return line.text.rfind(kBroadcast, 0) == 0;
+void CheckLastChange(const HostLog& log, std::chrono::nanoseconds now, Checks& checks) {
+    const auto last = std::find_if(log.lines.rbegin(), log.lines.rend(), [](const HostLine& line) {
+        return Recognise(line.text).kind == LineKind::kAreaChanged;
     });
-    Check check{Verdict::kFine, "last change of the area", "none that the log tells of", ""};
-    if (last != end.lines.rend()) {
+    Check check{Verdict::kFine, kLastChange, "none that the log tells of", ""};
+    if (last != log.lines.rend()) {
         const std::string age = Age(*last, now);
-        // The number is the connector's own.
-        check.why = "value " + last->text.substr(sizeof kBroadcast - 1, 2) +
+        check.why = "value " + std::string(LeadingNumber(Recognise(last->text).rest)) +
                     (age.empty() ? ", at a time that the log does not tell" : ", noticed " + age);
     }
     checks.push_back(check);
 }
 
-struct Found {
-    const LogProblem* problem;
-    std::string number;
-    std::size_t count;
-};
-
-std::vector<Found> ProblemsBehind(std::vector<Line>::const_iterator begin,
-                                  std::vector<Line>::const_iterator end) {
-    std::vector<Found> all;
-    for (auto line = begin; line != end; ++line) {
-        const LogProblem* const problem = FindLogProblem(line->text);
-        if (problem == nullptr) {
-            continue;
-        }
-        const std::string number = NumberBehind(*problem, line->text);
-        const auto known = std::find_if(all.begin(), all.end(), [&](const Found& one) {
-            return one.problem == problem && one.number == number;
-        });
-        if (known == all.end()) {
-            all.push_back({problem, number, 1});
-        } else {
-            ++known->count;
-        }
+void CheckProblems(const HostLog& log, Checks& checks) {
+    const std::vector<ProblemStory> open = Tell(log).Open();
+    for (const ProblemStory& problem : open) {
+        checks.push_back(
+            {Verdict::kDoubtful, "log",
+             problem.cause +
+                 (problem.times > 1 ? ", " + std::to_string(problem.times) + " times" : ""),
+             problem.next.empty() ? "`ovprobe explain` tells the whole story" : problem.next});
     }
-    return all;
-}
-
-void CheckProblems(const LogEnd& end, Checks& checks) {
-    // What went wrong before the connector was connected last is over.
-    auto begin = end.lines.begin();
-    for (auto line = begin; line != end.lines.end(); ++line) {
-        begin = line->text == kConnected ? line : begin;
-    }
-    const std::vector<Found> all = ProblemsBehind(begin, end.lines.end());
-    for (const Found& one : all) {
-        checks.push_back({Verdict::kDoubtful, "log",
-                          one.problem->meaning + std::string(one.number.empty() ? "" : " ") +
-                              one.number +
-                              (one.count > 1 ? ", " + std::to_string(one.count) + " times" : ""),
-                          one.problem->next});
-    }
-    if (all.empty()) {
-        checks.push_back({Verdict::kFine, "log problems", "none since the last connection", ""});
+    if (open.empty()) {
+        checks.push_back({Verdict::kFine, "log problems", "none at its end", ""});
     }
 }
 
 }  // namespace
 
 void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& checks) {
-    LogEnd end;
+    HostLog log;
     try {
-        end = ParseEnd(ReadEnd(path));
+        ReadHostLogEnd(path, kMostBytes, log);
     } catch (const std::exception& problem) {
         checks.push_back({Verdict::kWrong, "host's log", problem.what(),
                           "is it the host's log, and may you read it?"});
         return;
     }
-    if (end.lines.empty()) {
+    if (log.lines.empty()) {
         checks.push_back({Verdict::kDoubtful, "host's log",
-                          "none of its " + std::to_string(end.unread) + " lines is a host's",
+                          "none of its " + std::to_string(log.others) + " lines is a host's",
                           "is it the host's log?"});
         return;
     }
-    const std::string age = Age(end.lines.back(), now);
+    const std::string age = Age(log.lines.back(), now);
     checks.push_back(
         {Verdict::kFine, "host's log",
-         std::to_string(end.lines.size()) + " lines" + (age.empty() ? "" : ", the last one " + age),
+         std::to_string(log.lines.size()) + " lines" + (age.empty() ? "" : ", the last one " + age),
          ""});
-    CheckLastChange(end, now, checks);
-    CheckProblems(end, checks);
+    CheckLastChange(log, now, checks);
+    CheckProblems(log, checks);
+}
+
+void MissLog(Checks& checks) {
+    checks.push_back({Verdict::kFine, kLastChange,
+                      "not known: the area has no times; with --log a host's log tells", ""});
 }
 
 }  // namespace Kyr::Probe

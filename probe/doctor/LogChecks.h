@@ -1,7 +1,8 @@
-// The host's log: how old it is, and the problems in it that nothing has mended since.
+// The host's log: how old it is, and what is wrong at its end by the story that it tells
+// (probe/explain). Read is the end of it: what matters to a check is there.
 //
-// The log is that of lab/devhost. Lines are recognised by the texts of the connector; none is
-// shown, since a line may hold what the server or the product sent. Threads: one. Errors: none.
+// No line is shown, since it may hold what the server or the product sent. Threads: one.
+// Errors: none.
 #pragma once
 
 #include <chrono>
@@ -13,5 +14,8 @@ namespace Kyr::Probe {
 
 /// `now`: of the clock of this machine that stamps are of.
 void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& checks);
+
+/// What is said of the area's last change without a log.
+void MissLog(Checks& checks);
 
 }  // namespace Kyr::Probe

@@ -5,15 +5,11 @@
 
 #include "probe/explain/HostLog.h"
 #include "probe/explain/StoryText.h"
+#include "probe/explain/Tell.h"
 
 namespace Kyr::Probe {
 
 namespace {
-
-bool IsWell(const TaskStory& task) {
-    return task.state == TaskState::kDone || task.state == TaskState::kDoneWithWarning ||
-           task.state == TaskState::kTold || task.state == TaskState::kAccepted;
-}
 
 std::string LowerCase(std::string text) {
     std::transform(text.begin(), text.end(), text.begin(), [](char sign) {
@@ -29,7 +25,7 @@ bool Explain(const ExplainOptions& options, std::ostream& out) {
     for (const std::string& path : options.logs) {
         ReadHostLogFile(path, log);
     }
-    Story story = Tell(log);
+    const Story story = Tell(log);
     if (options.task.empty()) {
         if (options.json) {
             out << ToJson(story) << '\n';
@@ -38,13 +34,16 @@ bool Explain(const ExplainOptions& options, std::ostream& out) {
         }
         return story.IsFine();
     }
-    story = OnlyTask(story, LowerCase(options.task));
+    const std::string identifier = LowerCase(options.task);
+    const Story only = OnlyTask(story, identifier);
     if (options.json) {
-        out << ToJson(story) << '\n';
+        out << ToJson(only) << '\n';
     } else {
-        WriteTasks(out, story);
+        WriteTasks(out, story, identifier);
     }
-    return !story.tasks.empty() && std::all_of(story.tasks.begin(), story.tasks.end(), IsWell);
+    return !only.tasks.empty() &&
+           std::all_of(only.tasks.begin(), only.tasks.end(),
+                       [](const TaskStory& task) { return task.IsWell(); });
 }
 
 }  // namespace Kyr::Probe

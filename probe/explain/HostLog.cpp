@@ -7,16 +7,12 @@
 #include <optional>
 #include <stdexcept>
 #include <system_error>
-
-#include "lab/common/LineProtocol.h"
-
 namespace Kyr::Probe {
 
 namespace {
 
 /// What a host writes on purpose is shorter: the longest lines have a request of the server's.
 constexpr std::size_t kLongestLine = std::size_t{4} * 1024 * 1024;
-constexpr std::string_view kConnector = "COvAgentConnectorModule";
 
 /// False: there is none any more. A line that is too long is empty, and `tooLong` is counted.
 bool ReadLine(std::istream& input, std::string& line, std::size_t& tooLong) {
@@ -46,45 +42,17 @@ bool ReadLine(std::istream& input, std::string& line, std::size_t& tooLong) {
     return any;
 }
 
-bool NamesATask(const Lab::CLine& line) {
-    return (line.Kind() == "symbols" && line.Value("type") == "10368") ||
-           (line.Kind() == "answer" && line.Find("ids") != nullptr);
-}
-
-std::optional<HostLine> OfTheLab(const std::string& line) {
-    try {
-        const Lab::TimedLine read = Lab::ParseLine(line);
-        HostLine result;
-        result.time = read.time;
-        result.kind = read.line.Kind();
-        if (result.kind == "log") {
-            result.text = read.line.Value("text");
-            const std::string level = read.line.Value("level");
-            result.level =
-                level.size() == 1 && level[0] >= '1' && level[0] <= '4' ? level[0] - '0' : 0;
-        } else if (NamesATask(read.line)) {
-            result.fields.insert(read.line.Fields().begin(), read.line.Fields().end());
-        }
-        return result;
-    } catch (const std::invalid_argument&) {
-        return std::nullopt;
+std::ifstream Open(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    if (file) {
+        file.peek();  // a folder can be opened, too, and not be read
     }
-}
-
-/// Of a host that writes another form: what stands behind the connector's name.
-std::optional<HostLine> OfAnotherHost(const std::string& line) {
-    const std::size_t name = line.find(kConnector);
-    if (name == std::string::npos) {
-        return std::nullopt;
+    if (file.bad() || !file.is_open()) {
+        throw std::runtime_error(Shown(path) + " cannot be read: " +
+                                 std::generic_category().message(errno));
     }
-    const std::size_t begin = line.find_first_not_of(" \t:|]>\"=-", name + kConnector.size());
-    if (begin == std::string::npos) {
-        return std::nullopt;
-    }
-    HostLine result;
-    result.kind = "log";
-    result.text = line.substr(begin);
-    return result;
+    file.clear();
+    return file;
 }
 
 }  // namespace
@@ -93,11 +61,8 @@ void ReadHostLog(std::istream& input, const std::string& name, HostLog& log) {
     log.files.push_back(name);
     std::string line;
     for (std::size_t number = 1; ReadLine(input, line, log.tooLong); ++number) {
-        std::optional<HostLine> read = OfTheLab(line);
+        std::optional<HostLine> read = ReadHostLine(line);
         if (!read) {
-            read = OfAnotherHost(line);
-        }
-        if (!read || (read->text.empty() && read->fields.empty())) {
             ++log.others;
             continue;
         }
@@ -112,15 +77,21 @@ void ReadHostLogFile(const std::string& path, HostLog& log) {
         ReadHostLog(std::cin, "standard input", log);
         return;
     }
-    std::ifstream file(path, std::ios::binary);
-    if (file) {
-        file.peek();  // a folder can be opened, too, and not be read
+    std::ifstream file = Open(path);
+    ReadHostLog(file, path, log);
+}
+
+void ReadHostLogEnd(const std::string& path, std::streamoff bytes, HostLog& log) {
+    std::ifstream file = Open(path);
+    file.seekg(0, std::ios::end);
+    const std::streamoff begin = std::max(std::streamoff{0}, std::streamoff{file.tellg()} - bytes);
+    // From the byte before: a line that begins at `begin` is whole.
+    file.seekg(std::max(std::streamoff{0}, begin - 1));
+    if (begin != 0) {
+        std::string cut;
+        std::size_t ignored = 0;
+        ReadLine(file, cut, ignored);
     }
-    if (file.bad() || !file.is_open()) {
-        throw std::runtime_error("cannot read " + Shown(path) + ": " +
-                                 std::generic_category().message(errno));
-    }
-    file.clear();
     ReadHostLog(file, path, log);
 }
 

@@ -5,15 +5,12 @@
 // so far it has the name of the message only. What came back from the product it does not name: an
 // outcome belongs to a task if no other one waits, or if the lab's host tells its identifiers.
 //
-// Every text here is our own or has been made safe; none is of a record or a policy.
-// Threads: one. Errors: none.
+// Values. Every text here is our own or has been made safe; none is of a record or a policy.
 #pragma once
 
 #include <optional>
 #include <string>
 #include <vector>
-
-#include "probe/explain/HostLog.h"
 
 namespace Kyr::Probe {
 
@@ -45,6 +42,9 @@ enum class TaskState {
     kGivenUp,
 };
 
+/// In words: what the state means.
+const char* InWords(TaskState state);
+
 struct TaskStory {
     std::vector<std::string> identifiers;  // three; none when the log does not have them
     std::string what;
@@ -54,24 +54,28 @@ struct TaskStory {
     TaskState state = TaskState::kGiven;
     std::string cause;
     std::string next;
+
+    /// Done, or with the product.
+    bool IsWell() const;
 };
 
 /// Something else that is wrong, with how often it was told.
-struct Problem {
+struct ProblemStory {
     Place first;
     int times = 0;
     std::string cause;
     std::string next;
+    bool over = false;  // what is behind it is mended, as far as the log tells
 };
 
 struct Story {
     std::vector<Place> connections;
-    std::optional<Problem>
+    std::optional<ProblemStory>
         deactivated;          // why the connector does nothing, since it was started last
     bool connecting = false;  // at the end of the log
     std::vector<Outage> outages;
     std::vector<TaskStory> tasks;
-    std::vector<Problem> problems;
+    std::vector<ProblemStory> problems;
     std::size_t lines = 0;
     std::size_t others = 0;
     std::size_t tooLong = 0;
@@ -79,11 +83,10 @@ struct Story {
     /// Whether nothing is wrong: there are lines of the connector, every task is done or with the
     /// product, and no outage was seen.
     bool IsFine() const;
+
+    /// What is wrong at the end of the log: an outage that goes on, tasks that have failed, and
+    /// problems that are not over. A cause stands there once.
+    std::vector<ProblemStory> Open() const;
 };
-
-Story Tell(const HostLog& log);
-
-/// In words: what the state means.
-const char* InWords(TaskState state);
 
 }  // namespace Kyr::Probe

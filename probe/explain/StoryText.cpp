@@ -47,12 +47,12 @@ void WriteOutage(std::ostream& out, const Outage& outage) {
     WriteCause(out, outage.cause, outage.next);
 }
 
-void WriteProblem(std::ostream& out, const Problem& problem) {
+void WriteProblem(std::ostream& out, const ProblemStory& problem) {
     out << "  " << InText(problem.first);
     if (problem.times > 1) {
         out << " and " << problem.times - 1 << " times more";
     }
-    out << '\n';
+    out << (problem.over ? ", over later\n" : "\n");
     WriteCause(out, problem.cause, problem.next);
 }
 
@@ -67,6 +67,33 @@ void WriteHead(std::ostream& out, const Story& story) {
     }
     if (story.connecting) {
         out << "not connected at the end of the log\n";
+    }
+}
+
+/// Why there is no task with an identifier that was asked for, as far as the story tells.
+void WriteWhyNotAsked(std::ostream& out, const Story& story) {
+    out << "the product was never asked to do that task\n";
+    bool isExplained = false;
+    if (story.deactivated) {
+        WriteProblem(out, *story.deactivated);
+        isExplained = true;
+    } else if (!story.outages.empty() && !story.outages.back().over) {
+        WriteOutage(out, story.outages.back());
+        isExplained = true;
+    }
+    bool isFirst = true;
+    for (const TaskStory& task : story.tasks) {
+        if (task.identifiers.empty()) {
+            out << (isFirst ? "it may be one of those that the log does not name:\n" : "");
+            WriteTask(out, task);
+            isFirst = false;
+            isExplained = true;
+        }
+    }
+    if (!isExplained) {
+        WriteCause(out,
+                   "the host has not given it to the connector, or to one whose log this is not",
+                   "look whether the server has sent it, and into older logs");
     }
 }
 
@@ -101,7 +128,7 @@ void WriteStory(std::ostream& out, const Story& story) {
     }
     if (!story.problems.empty()) {
         out << "\nWrong besides\n";
-        for (const Problem& problem : story.problems) {
+        for (const ProblemStory& problem : story.problems) {
             WriteProblem(out, problem);
         }
     }
@@ -119,22 +146,13 @@ Story OnlyTask(const Story& story, const std::string& identifier) {
     return only;
 }
 
-void WriteTasks(std::ostream& out, const Story& story) {
-    for (const TaskStory& task : story.tasks) {
+void WriteTasks(std::ostream& out, const Story& story, const std::string& identifier) {
+    const Story only = OnlyTask(story, identifier);
+    for (const TaskStory& task : only.tasks) {
         WriteTask(out, task);
     }
-    if (!story.tasks.empty()) {
-        return;
-    }
-    out << "the product was never asked to do that task\n";
-    if (story.deactivated) {
-        WriteProblem(out, *story.deactivated);
-    } else if (!story.outages.empty() && !story.outages.back().over) {
-        WriteOutage(out, story.outages.back());
-    } else {
-        WriteCause(out,
-                   "the host has not given it to the connector, or to one whose log this is not",
-                   "look whether the server has sent it, and into older logs");
+    if (only.tasks.empty()) {
+        WriteWhyNotAsked(out, story);
     }
 }
 
@@ -166,9 +184,10 @@ std::string ToJson(const Story& story) {
                                        {"cause", task.cause},
                                        {"next", task.next}};
                        })},
-        {"problems", List(story.problems, [](const Problem& problem) {
+        {"problems", List(story.problems, [](const ProblemStory& problem) {
              return Json{{"first", ToJson(problem.first)},
                          {"times", problem.times},
+                         {"over", problem.over},
                          {"cause", problem.cause},
                          {"next", problem.next}};
          })}};

@@ -15,8 +15,8 @@ void WriteStory(std::ostream& out, const Story& story);
 /// The tasks of which one identifier is that one; the other ones of the story are left out.
 Story OnlyTask(const Story& story, const std::string& identifier);
 
-/// Why a task is not done: of the tasks in `story` each, or why there is none.
-void WriteTasks(std::ostream& out, const Story& story);
+/// Why the tasks with that identifier are not done, or why there is none.
+void WriteTasks(std::ostream& out, const Story& story, const std::string& identifier);
 
 std::string ToJson(const Story& story);
 

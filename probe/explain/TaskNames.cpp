@@ -21,6 +21,7 @@ constexpr TaskName kTasks[] = {
 
 constexpr std::size_t kUuidLength = 36;
 constexpr std::size_t kIdentifiers = 3;
+constexpr char kNoUuid[] = "(no UUID)";
 
 bool IsHex(char sign) {
     return (sign >= '0' && sign <= '9') || (sign >= 'a' && sign <= 'f') ||
@@ -31,7 +32,7 @@ std::string SafeIdentifier(std::string_view text) {
     if (text.size() != kUuidLength || !std::all_of(text.begin(), text.end(), [](char sign) {
             return sign == '-' || IsHex(sign);
         })) {
-        return "(no UUID)";
+        return kNoUuid;
     }
     std::string safe(text);
     for (char& sign : safe) {
@@ -60,7 +61,7 @@ std::string TaskOfCommand(std::string_view command) {
     return "";
 }
 
-std::vector<std::string> IdentifiersInRequest(std::string_view xml) {
+std::string_view UserDataInRequest(std::string_view xml) {
     constexpr std::string_view kName = "NAME=\"USERDATA\"";
     constexpr std::string_view kValue = "VALUE=\"";
     const std::size_t name = xml.find(kName);
@@ -70,7 +71,17 @@ std::vector<std::string> IdentifiersInRequest(std::string_view xml) {
         return {};
     }
     const std::size_t begin = value + kValue.size();
-    return SplitIdentifiers(xml.substr(begin, xml.find('"', begin) - begin), ';');
+    return xml.substr(begin, xml.find('"', begin) - begin);
+}
+
+std::vector<std::string> IdentifiersInRequest(std::string_view xml) {
+    return SplitIdentifiers(UserDataInRequest(xml), ';');
+}
+
+bool AreUuids(const std::vector<std::string>& identifiers) {
+    return identifiers.size() == kIdentifiers &&
+           std::none_of(identifiers.begin(), identifiers.end(),
+                        [](const std::string& identifier) { return identifier == kNoUuid; });
 }
 
 std::vector<std::string> SplitIdentifiers(std::string_view text, char separator) {

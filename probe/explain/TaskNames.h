@@ -14,9 +14,13 @@ namespace Kyr::Probe {
 std::string TaskOfMessage(std::string_view name);
 std::string TaskOfCommand(std::string_view command);
 
-/// The identifiers in the request's user data; one that is no UUID is "(no UUID)". Empty: none.
+/// A request's user data as it stands there, which is not safe to print. Empty: none.
+std::string_view UserDataInRequest(std::string_view xml);
+/// The identifiers in it; one that is no UUID is "(no UUID)".
 std::vector<std::string> IdentifiersInRequest(std::string_view xml);
 /// Of three with that separator between them.
 std::vector<std::string> SplitIdentifiers(std::string_view text, char separator);
+/// Whether they are three, and each a UUID: then they name a task.
+bool AreUuids(const std::vector<std::string>& identifiers);
 
 }  // namespace Kyr::Probe

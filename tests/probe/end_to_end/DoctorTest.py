@@ -277,10 +277,10 @@ class Log(EndpointTest):
 
     def test_task_given_up(self):
         self.assert_names(self.found("Message task was canceled because maximum retry count was reached"), "doubtful",
-                          "log", "given up after its second failure")
+                          "log", "given up: it failed twice")
 
     def test_refusal_with_its_status(self):
-        self.assert_names(self.found(KILL_LINE), "doubtful", "log", "refused a request, with status 7")
+        self.assert_names(self.found(KILL_LINE), "doubtful", "log", "the product has refused with status 7")
 
     def test_damaged_policy(self):
         self.assert_names(self.found("Policy is damaged: not a compressed blob"), "doubtful", "log", "damaged")

@@ -1,0 +1,116 @@
+#include <gmock/gmock.h>
+#include <sstream>
+#include <stdexcept>
+#include <string>
+
+#include <nlohmann/json.hpp>
+
+#include "tests/probe/explain/LoggedLife.h"
+
+namespace Kyr::Probe {
+namespace {
+
+using namespace Kyr::Probe::Test;
+using namespace testing;
+
+TEST(StoryTextTest, ProductThatIsNotInstalledIsWhyThereIsNoTask) {
+    const Story story = CLoggedLife()
+                            .Add(2,
+                                 "Connector was deactivated. No tasks will be processed and no "
+                                 "logs will be produced.")
+                            .Told();
+    EXPECT_THAT(Why(story, kFirst),
+                HasSubstr("the product was not installed when the host started"));
+}
+
+TEST(StoryTextTest, ProblemOfBeforeIsNotWhyAnInactiveConnectorHasNoTask) {
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Add(4, "Policy is damaged: unexpected end")
+                            .Add(2,
+                                 "Connector was deactivated. No tasks will be processed and no "
+                                 "logs will be produced.")
+                            .Told();
+    EXPECT_THAT(Why(story, kFirst),
+                HasSubstr("the product was not installed when the host started"));
+}
+
+TEST(StoryTextTest, ConnectorThatWasInactiveAndIsStartedAnewIsActive) {
+    const Story story = CLoggedLife()
+                            .Add(2,
+                                 "Connector was deactivated. No tasks will be processed and no "
+                                 "logs will be produced.")
+                            .Connected()
+                            .Told();
+    EXPECT_THAT(Why(story, kFirst), HasSubstr("the host has not given it to the connector"));
+}
+
+TEST(StoryTextTest, NothingOfAHostileLogIsShown) {
+    const std::string canary = "CANARY";
+    const std::string hostile = "\x1b[31m" + canary + "%s%n\x9b\xff\xfe\r";
+    HostLog log;
+    CLoggedLife lines;
+    lines.Connected()
+        .Kill(hostile + ";" + hostile + ";" + hostile)
+        .Add(4, "CKelcommChannel: Send request failed with " + hostile)
+        .Add(2, "Reconnecting to product")
+        .Add(4, hostile)
+        .Add(4, "Policy is damaged: " + hostile)
+        .Add(1, "Protection status log raw content: " + hostile)
+        .Add(4, "Message task was canceled because maximum retry count was reached, message was: " +
+                    hostile)
+        .AddLine("symbols type=10368 2842-task-first=" + canary + " 2848-outcome=" + canary);
+    const Story story = lines.Told();
+    for (const std::string& shown : {InText(story), ToJson(story)}) {
+        EXPECT_THAT(shown, Not(HasSubstr(canary)));
+        for (const char sign : shown) {
+            EXPECT_TRUE(sign == '\n' || (sign >= ' ' && sign <= '~'))
+                << static_cast<int>(static_cast<unsigned char>(sign));
+        }
+    }
+    EXPECT_THAT(story.tasks.at(0).identifiers, ElementsAre("(no UUID)", "(no UUID)", "(no UUID)"));
+}
+
+TEST(StoryTextTest, NameOfAFileIsShownSafely) {
+    HostLog log;
+    std::istringstream input("COvAgentConnectorModule: Policy is damaged: x\n");
+    ReadHostLog(input, "a\x1b]0;b\nc", log);
+    EXPECT_EQ(Tell(log).problems.at(0).first.where, "a?]0;b?c:1");
+}
+
+TEST(StoryTextTest, JsonTellsWhatTheTextTells) {
+    const auto story =
+        CLoggedLife().Connected().Kill().Add(4, "CKelcommChannel: Reply header has wrong size").Told();
+    const auto json = nlohmann::json::parse(ToJson(story));
+    EXPECT_EQ(json["fine"], false);
+    EXPECT_EQ(json["tasks"][0]["state"], "failed, and is not tried again");
+    EXPECT_EQ(json["tasks"][0]["cause"], "a reply of the product is of another protocol");
+    EXPECT_EQ(json["tasks"][0]["identifiers"][2], kThird);
+    EXPECT_EQ(json["connected"][0]["where"], "host.log:2");
+}
+
+TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
+    const Story story = CLoggedLife()
+                            .Add(2, "Connecting to product")
+                            .Add(4, "Product is not available, canceling tasks")
+                            .Add(4,
+                                 "Message task was canceled because product is not available, "
+                                 "message was: KillProcessByPid")
+                            .Told();
+    EXPECT_EQ(Why(story, kFirst),
+              "the product was never asked to do that task\n"
+              "  12:00:00.000 (host.log:1), 0 attempts, not over at the end of the log\n"
+              "      why:  the product could not be reached until the host stopped the connector\n"
+              "      next: start the product, or look why it has ended; `ovprobe doctor` tells "
+              "more\n"
+              "it may be one of those that the log does not name:\n"
+              "  kill a process: given up\n"
+              "      identifiers not in the log\n"
+              "      from 12:00:02.000 (host.log:3) to 12:00:02.000 (host.log:3), asked 0 times\n"
+              "      why:  the product could not be reached before the host stopped the connector\n"
+              "      next: start the product, or look why it has ended; `ovprobe doctor` tells "
+              "more\n");
+}
+
+}  // namespace
+}  // namespace Kyr::Probe
