@@ -41,9 +41,8 @@ bool Explain(const ExplainOptions& options, std::ostream& out) {
     } else {
         WriteTasks(out, story, identifier);
     }
-    return !only.tasks.empty() &&
-           std::all_of(only.tasks.begin(), only.tasks.end(),
-                       [](const TaskStory& task) { return task.IsWell(); });
+    return !only.tasks.empty() && std::all_of(only.tasks.begin(), only.tasks.end(),
+                                              [](const TaskStory& task) { return task.IsWell(); });
 }
 
 }  // namespace Kyr::Probe

@@ -48,7 +48,8 @@ void TakeTaskEvent(const HostLine& line, const Place& place, CTaskBook& tasks) {
         Value(line, "2842-") + ';' + Value(line, "2844-") + ';' + Value(line, "2846-");
     const CTaskBook::Number number = tasks.Find(SplitIdentifiers(ids, ';'), "", place);
     const std::string text = Value(line, "2913-");
-    const TaskState state = StateOf(Value(line, "2848-"), Value(line, "2836-") == kFailedStatus, text);
+    const TaskState state =
+        StateOf(Value(line, "2848-"), Value(line, "2836-") == kFailedStatus, text);
     tasks.SetState(number, state, place);
     if (IsOutcomeOfProduct(state)) {
         tasks.NameOutcome();

@@ -1,5 +1,5 @@
-// What the lab's host tells of tasks beside its log: that one was given, and the connector's events,
-// which name it.
+// What the lab's host tells of tasks beside its log: that one was given, and the connector's
+// events, which name it.
 //
 // Threads: any. Errors: none.
 #pragma once

@@ -48,8 +48,8 @@ std::ifstream Open(const std::string& path) {
         file.peek();  // a folder can be opened, too, and not be read
     }
     if (file.bad() || !file.is_open()) {
-        throw std::runtime_error(Shown(path) + " cannot be read: " +
-                                 std::generic_category().message(errno));
+        throw std::runtime_error(Shown(path) +
+                                 " cannot be read: " + std::generic_category().message(errno));
     }
     file.clear();
     return file;

@@ -18,8 +18,9 @@ constexpr std::string_view kSource = "COvAgentConnector";
 constexpr std::string_view kBetween = " \t:|]>\"=-,;";
 
 /// What hosts write between a name and a text, beside signs.
-constexpr std::string_view kLevels[] = {"trace", "debug",   "info", "information", "notice",  "warn",
-                                        "error", "warning", "err",  "fatal",       "critical"};
+constexpr std::string_view kLevels[] = {"trace",  "debug", "info",    "information",
+                                        "notice", "warn",  "error",   "warning",
+                                        "err",    "fatal", "critical"};
 
 bool IsLetter(char sign) {
     return (sign >= 'a' && sign <= 'z') || (sign >= 'A' && sign <= 'Z');

@@ -13,9 +13,9 @@
 namespace Kyr::Probe {
 
 struct HostLine {
-    std::size_t file = 0;    // which of those that were read
-    std::size_t number = 0;  // from 1
-    std::string time;        // as it stands in the line, of digits; empty: not known
+    std::size_t file = 0;                // which of those that were read
+    std::size_t number = 0;              // from 1
+    std::string time;                    // as it stands in the line, of digits; empty: not known
     std::optional<std::uint64_t> stamp;  // nanoseconds of the machine's clock
     int level = 0;                       // 1 to 4; 0: not known
     std::string text;                    // of a line of the connector; else empty

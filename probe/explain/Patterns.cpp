@@ -105,7 +105,8 @@ constexpr Pattern kPatterns[] = {
     {"Policy is not sent: it is larger than ", LineKind::kPolicyWrong, Ending::kPolicy,
      "the policy is too large, and was not sent", "make the policy smaller"},
     {"Set policy failed: ", LineKind::kPolicyWrong, Ending::kPolicy,
-     "the product has refused the policy", "look at the policy, and at what the product says of it"},
+     "the product has refused the policy",
+     "look at the policy, and at what the product says of it"},
 
     {"CKelcommChannel: Send request failed with kelcomm error ", LineKind::kFailure,
      Ending::kConnection, "no exchange with the product, code %", kStart},

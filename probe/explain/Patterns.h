@@ -54,7 +54,7 @@ enum class LineKind {
 /// and nothing else: what was refused, lost or given up, or stored wrongly, stays so.
 enum class Ending {
     kNone,        // the line tells of no problem
-    kConnection,  // the product was reached again
+    kConnection,  // the product was reached again: until then it is an outage
     kStart,       // the connector was started anew, as "Connecting to product" says
     kAskedAgain,  // the same request got through; or all were asked for anew: behind a start that
                   // connects, or in the hour between two "Regular resending of all requests"

@@ -66,7 +66,6 @@ void CProblemBook::Resend() {
 }
 
 void CProblemBook::Connection() {
-    End(Ending::kConnection);
     End(Ending::kSentAgain);
 }
 

@@ -59,10 +59,13 @@ void CTaskThread::Fail(const Place& place, const std::string& cause, const std::
         // What has come again behind the connection is no task, and it fails so now.
         ResolveFailure();
     }
-    Failed failed{std::move(asked_), 0, place, cause, next, ending};
+    Failed failed{std::move(asked_), std::nullopt, place, cause, next, ending};
     asked_.reset();
+    if (ending == Ending::kConnection) {
+        connections_.Fail(place, cause, next);
+    }
     if (!failed.asked) {
-        failed.problem = problems_.Add(place, cause, next, ending);
+        AddProblem(failed);
         failed_ = failed;
         return;
     }
@@ -85,8 +88,8 @@ void CTaskThread::Reconnect(const Place& place) {
         }
     }
     policyIsPartOfConnection_ = true;
-    connections_.Fail(place, lastCause_.empty() ? "a request to the product has failed" : lastCause_,
-                      lastNext_);
+    connections_.Fail(
+        place, lastCause_.empty() ? "a request to the product has failed" : lastCause_, lastNext_);
     connections_.CountAttempt();
 }
 
@@ -160,17 +163,23 @@ void CTaskThread::ResolveFailure() {
     if (!failed_) {
         return;
     }
-    const Failed failed = *std::exchange(failed_, std::nullopt);
-    CProblemBook::Number problem = failed.problem;
+    Failed failed = *std::exchange(failed_, std::nullopt);
     if (failed.asked) {
         if (failed.isTold || (failed.asked->alone && !failed.isRetried)) {
             return;  // it is the task's
         }
         Accept(*failed.asked);
-        problem = problems_.Add(failed.place, failed.cause, failed.next, failed.ending);
+        AddProblem(failed);
     }
-    if (failed.isRetried && failed.ending == Ending::kAskedAgain) {
-        problems_.End(problem);  // behind the connection it got through, or fails otherwise
+    if (failed.isRetried && failed.ending == Ending::kAskedAgain && failed.problem) {
+        problems_.End(*failed.problem);  // behind the connection it got through, or fails otherwise
+    }
+}
+
+/// Unless it is that of an outage, which is told as such.
+void CTaskThread::AddProblem(Failed& failed) {
+    if (failed.ending != Ending::kConnection) {
+        failed.problem = problems_.Add(failed.place, failed.cause, failed.next, failed.ending);
     }
 }
 
@@ -213,9 +222,10 @@ void CTaskThread::LeaveOpen(const std::string& why) {
         if (failed_->IsOfTask()) {
             task.cause += failed_->isRetried && !why.empty() ? "; " + why : "";
         } else if (task.state == TaskState::kAsked) {
-            task.cause = "the log does not say whether the product has taken it: a request has "
-                         "failed behind it, perhaps another one: " +
-                         failed_->cause;
+            task.cause =
+                "the log does not say whether the product has taken it: a request has "
+                "failed behind it, perhaps another one: " +
+                failed_->cause;
             task.next = failed_->next;
         }
     }

@@ -38,8 +38,7 @@ class CTaskThread {
     /// A task's text comes next.
     void Send(const std::string& what, const Place& place);
     void Request(std::string_view xml, const Moment& at);
-    void Fail(const Place& place, const std::string& cause, const std::string& next,
-              Ending ending);
+    void Fail(const Place& place, const std::string& cause, const std::string& next, Ending ending);
     void Reconnect(const Place& place);
     void GiveUp(const Recognised& line, const Place& place);
     /// The product has taken a policy. False: it may be another reply, to a task that came right
@@ -67,7 +66,7 @@ class CTaskThread {
     };
     struct Failed {
         std::optional<Asked> asked;  // the task that it may be of
-        CProblemBook::Number problem = 0;
+        std::optional<CProblemBook::Number> problem;
         Place place;
         std::string cause;
         std::string next;
@@ -82,6 +81,7 @@ class CTaskThread {
     void Accept(const Asked& asked);
     /// Behind the failure something else was done.
     void ResolveFailure();
+    void AddProblem(Failed& failed);
     /// No line will say any more what became of what is in hand, since `why`.
     void LeaveOpen(const std::string& why);
 

@@ -8,9 +8,11 @@ import os
 import pathlib
 import re
 import shlex
+import shutil
 import time
 import unittest
 
+import HostLife
 from Endpoint import EndpointTest, main
 
 PAGE = pathlib.Path(__file__).resolve().parents[3] / "docs" / "questions-of-support.md"
@@ -43,6 +45,11 @@ class Situations:
     @staticmethod
     def logged(test, rest):
         test.write_log("Connected to product, processing tasks", *shlex.split(rest))
+
+    @staticmethod
+    def lived(test, _):
+        endpoint, _ = HostLife.shared()
+        shutil.copy(endpoint.log, test.log)
 
     @staticmethod
     def file(test, rest):

@@ -77,5 +77,25 @@ TEST(ConnectionsTest, TextOfAConnectionThatFailsIsToldOnceAlsoWhenAnotherThreadW
     EXPECT_EQ(story.outages.at(0).attempts, 1);
 }
 
+TEST(ConnectionsTest, OutageThatGoesOnKeepsItsBeginningAndItsCauseWhenTheHostStartsAnew) {
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Add(3, kPingFailed)
+                            .Add(2, "Disconnecting from product")
+                            .Add(2, "Connecting to product")
+                            .Add(4, "Product is not available, canceling tasks")
+                            .Told();
+    ASSERT_THAT(story.outages, SizeIs(1));
+    EXPECT_EQ(story.outages[0].begins.where, "host.log:3");
+    EXPECT_THAT(story.outages[0].cause, HasSubstr("does not answer a ping"));
+}
+
+TEST(ConnectionsTest, RequestWithoutAnExchangeBeginsAnOutageAndIsNoProblemBesides) {
+    const Story story = CLoggedLife().Connected().Add(4, kPortGone).Told();
+    ASSERT_THAT(story.outages, SizeIs(1));
+    EXPECT_EQ(story.outages[0].begins.where, "host.log:3");
+    EXPECT_THAT(story.problems, IsEmpty());
+}
+
 }  // namespace
 }  // namespace Kyr::Probe

@@ -56,8 +56,9 @@ TEST(LineFormsTest, TextInTheMiddleOfAnotherOneIsNotRead) {
 }
 
 TEST(LineFormsTest, LineOfAnotherModuleOfTheLabsHostIsNobodys) {
-    EXPECT_EQ(ReadHostLine("12:00:00.000 log level=4 source=CAnother text=\"Policy is damaged: x\""),
-              std::nullopt);
+    EXPECT_EQ(
+        ReadHostLine("12:00:00.000 log level=4 source=CAnother text=\"Policy is damaged: x\""),
+        std::nullopt);
 }
 
 }  // namespace

@@ -19,8 +19,7 @@ constexpr char kRefused[] = "CKelcommChannel: Send request failed with 3";
 constexpr char kPingFailed[] =
     "Ping failed -> COvAgentConnector will be restarted: Ping (CCCOMM_PING) failed with 1";
 constexpr char kPolicyTaken[] = "Set policy request to product was successfull";
-constexpr char kConnectingFails[] =
-    "Starting TULK OVANTA Connector connector module failed with: ";
+constexpr char kConnectingFails[] = "Starting TULK OVANTA Connector connector module failed with: ";
 constexpr char kRetriesExhausted[] =
     "Message task was canceled because maximum retry count was reached, message was: ";
 

@@ -57,7 +57,8 @@ std::vector<std::string> OpenIn(const Story& story) {
 TEST(ProblemBookTest, ConnectionEndsWhatStoodInItsWay) {
     CLoggedLife life;
     life.Connected().Add(3, kPingFailed).Add(4, kPortGone).Reconnecting();
-    EXPECT_THAT(OpenIn(life.Told()), ElementsAre(HasSubstr("no exchange with the product, code 1")));
+    EXPECT_THAT(OpenIn(life.Told()),
+                ElementsAre(HasSubstr("no exchange with the product, code 1")));
     life.Add(1, "Protection status log raw content: <x>");
     EXPECT_THAT(OpenIn(life.Told()), IsEmpty());
 }

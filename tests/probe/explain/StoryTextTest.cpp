@@ -79,8 +79,11 @@ TEST(StoryTextTest, NameOfAFileIsShownSafely) {
 }
 
 TEST(StoryTextTest, JsonTellsWhatTheTextTells) {
-    const auto story =
-        CLoggedLife().Connected().Kill().Add(4, "CKelcommChannel: Reply header has wrong size").Told();
+    const auto story = CLoggedLife()
+                           .Connected()
+                           .Kill()
+                           .Add(4, "CKelcommChannel: Reply header has wrong size")
+                           .Told();
     const auto json = nlohmann::json::parse(ToJson(story));
     EXPECT_EQ(json["fine"], false);
     EXPECT_EQ(json["tasks"][0]["state"], "failed, and is not tried again");

@@ -12,7 +12,8 @@ using namespace Kyr::Probe::Test;
 using namespace testing;
 
 TEST(TaskThreadTest, TaskThatTheProductTookIsFine) {
-    const Story story = CLoggedLife().Connected().Kill().Add(2, "Disconnecting from product").Told();
+    const Story story =
+        CLoggedLife().Connected().Kill().Add(2, "Disconnecting from product").Told();
     ASSERT_THAT(story.tasks, SizeIs(1));
     EXPECT_THAT(story.tasks[0].identifiers, ElementsAre(kFirst, kSecond, kThird));
     EXPECT_EQ(story.tasks[0].what, "kill a process");
@@ -22,12 +23,14 @@ TEST(TaskThreadTest, TaskThatTheProductTookIsFine) {
 }
 
 TEST(TaskThreadTest, WatchThatGoesOnShowsThatTheProductHasAnswered) {
-    const Story story = CLoggedLife().Connected().Kill().Wait(11).Add(2, "Received broadcast 2").Told();
+    const Story story =
+        CLoggedLife().Connected().Kill().Wait(11).Add(2, "Received broadcast 2").Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kAccepted);
 }
 
 TEST(TaskThreadTest, HungProductIsNamed) {
-    const Story story = CLoggedLife().Connected().Kill().Wait(3).Add(2, "Received broadcast 2").Told();
+    const Story story =
+        CLoggedLife().Connected().Kill().Wait(3).Add(2, "Received broadcast 2").Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kAsked);
     EXPECT_THAT(Why(story, kSecond), HasSubstr("it hangs, or the log ends here"));
     EXPECT_FALSE(story.IsFine());
@@ -102,7 +105,7 @@ TEST(TaskThreadTest, PortThatIsGoneIsNamedAndTheTaskTriedAgain) {
               "no exchange with the product, code 1: the port is gone, or the product has ended in "
               "the middle");
     EXPECT_TRUE(story.outages[0].over);
-    EXPECT_EQ(story.outages[0].begins.where, "host.log:6");
+    EXPECT_EQ(story.outages[0].begins.where, "host.log:5");
     EXPECT_EQ(story.outages[0].ends.where, "host.log:7");
     EXPECT_FALSE(story.IsFine());
 }
@@ -163,9 +166,10 @@ TEST(TaskThreadTest, FailureOfATriggerLeavesAnAcceptedTaskAccepted) {
                             .Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kAccepted);
     ASSERT_THAT(story.problems, SizeIs(2));
-    EXPECT_THAT(story.problems[1].cause,
-                HasSubstr("a request for status, outcomes or records was given up: it failed twice; "
-                          "the last time: the product has refused with status 3"));
+    EXPECT_THAT(
+        story.problems[1].cause,
+        HasSubstr("a request for status, outcomes or records was given up: it failed twice; "
+                  "the last time: the product has refused with status 3"));
 }
 
 TEST(TaskThreadTest, TaskThatIsAskedForAgainHasFailedAlsoBehindAnotherRequest) {

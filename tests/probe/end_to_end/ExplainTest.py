@@ -1,0 +1,73 @@
+"""ovprobe explain: the story in the log of a real life of host, connector and product."""
+import time
+import unittest
+
+import HostLife
+from Endpoint import EndpointTest, main
+
+LONGEST = 15  # seconds, of the life
+
+
+class RealLife(EndpointTest):
+    @classmethod
+    def setUpClass(cls):
+        began = time.monotonic()
+        cls.life, told = HostLife.shared()
+        cls.seconds = time.monotonic() - began
+        cls.told = cls.life.folder / "host.told"
+        cls.told.write_text("".join(line + "\n" for line in told))
+
+    def explain(self, *arguments):
+        ended = self.probe("explain", *arguments)
+        return ended.returncode, ended.stdout.decode()
+
+    def test_life_is_a_short_one(self):
+        self.assertLess(self.seconds, LONGEST)
+
+    def test_task_that_is_done_has_its_outcome_told(self):
+        for identifier in HostLife.DONE:
+            code, text = self.explain("--task", identifier, self.life.log)
+            self.assertEqual(code, 0, text)
+            self.assertRegex(text, r"^  kill a process: the product has told its outcome, which this log does not have\n"
+                                   r"      " + ";".join(HostLife.DONE) + r"\n"
+                                   r"      from \d\d:\d\d:\d\d\.\d{3} \(/\S+/host\.log:\d+\) to .*, asked 1 time\n$")
+
+    def test_task_that_is_done_is_done_by_what_the_host_tells(self):
+        code, text = self.explain("--task", HostLife.DONE[1], self.told)
+        self.assertEqual(code, 0, text)
+        self.assertTrue(text.startswith("  kill a process: done\n"), text)
+
+    def test_task_that_was_given_up_says_why(self):
+        code, text = self.explain("--task", HostLife.GIVEN_UP[0], self.life.log)
+        self.assertEqual(code, 1, text)
+        self.assertRegex(text, r"(?s)^the product was never asked to do that task\n"
+                               r".*not over at the end of the log\n"
+                               r".*it may be one of those that the log does not name:\n"
+                               r"  kill a process: given up\n"
+                               r".*why:  the product could not be reached before the host stopped the connector\n"
+                               r".*next: start the product")
+
+    def test_task_that_was_given_up_is_named_by_what_the_host_tells(self):
+        code, text = self.explain("--task", HostLife.GIVEN_UP[2], self.told)
+        self.assertEqual(code, 1, text)
+        self.assertTrue(text.startswith("  kill a process: given up\n      " + ";".join(HostLife.GIVEN_UP)), text)
+
+    def test_outage_is_told_with_its_cause(self):
+        code, text = self.explain(self.life.log)
+        self.assertEqual(code, 1, text)
+        self.assertEqual(text.count("connected at "), 1)
+        outages = text.partition("\nOutages\n")[2].partition("\nTasks\n")[0]
+        self.assertRegex(outages, r"^  \d\d:\d\d:\d\d\.\d{3} \(/\S+/host\.log:9\), \d attempts, not over at the end of the log\n"
+                                  r"      why:  no exchange with the product, code [14]: the port")
+        self.assertEqual(text.count(": given up\n"), 1)
+
+    def test_every_line_of_the_host_is_read(self):
+        self.assertIn(" lines of the connector, 0 others\n", self.explain(self.life.log)[1])
+
+    def test_doctor_tells_what_is_open_at_the_end_of_the_log(self):
+        checks = self.doctor("--log", self.life.log)
+        self.assert_names(checks, "doubtful", "log", "kill a process: given up: the product could not be reached")
+
+
+if __name__ == "__main__":
+    main()
