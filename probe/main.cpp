@@ -17,6 +17,10 @@ int main(int argc, char** argv) {
     CLI::App app("Looks into an endpoint with the connector's own code.", "ovprobe");
     app.set_version_flag("--version", "ovprobe " KYR_VERSION);
     app.require_subcommand(1);
+    app.footer(
+        "A task is not done? `ovprobe explain --task ID host.log` says why, and\n"
+        "`ovprobe doctor --log host.log --database host.db` what else is wrong.\n"
+        "Exit codes: 0 fine, 1 something was found, 2 wrong usage, 3 the product was not reached.");
     Deed deed;
     AddExaminingCommands(app, deed);
     AddReadingCommands(app, deed);

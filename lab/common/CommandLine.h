@@ -1,5 +1,5 @@
 // What the command lines of the lab's programs have in common. Includes CLI11, which takes long to
-// compile: for the one source of a program that holds its `main`.
+// compile: for the sources that read a command line, and no others.
 //
 // Threads: one. Errors: none.
 #pragma once

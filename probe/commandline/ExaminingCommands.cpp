@@ -34,7 +34,9 @@ void AddDoctor(CLI::App& app, Deed& deed) {
 void AddConform(CLI::App& app, Deed& deed) {
     const auto all = std::make_shared<Common>();
     AddCommand(app, "conform",
-               "plays the protocol against a product: what it does otherwise, for its makers", all)
+               "plays the protocol against a product, and changes nothing there: what it does "
+               "otherwise, for its makers",
+               all)
         .callback([all, &deed] {
             deed = [all] { return Deliver(PlayProtocol(all->Session()), all->output); };
         });
@@ -89,7 +91,9 @@ int RunWatch(const Common& all, const WatchOptions& options) {
     const auto isOver = [] { return askedToEnd != 0 || !std::cout.good(); };
     try {
         CSession session(all.Session());
-        Watch(session, options, *clock, isOver, tell);
+        if (!Watch(session, options, *clock, isOver, tell) && !all.output.json) {
+            std::cout << "nothing has changed since the watch began\n";
+        }
         return kFine;
     } catch (const CNotReached& problem) {
         return Deliver(Failed("watch", kNotReached, NameOf(problem.GetCause()), problem.what()),

@@ -27,7 +27,7 @@ auto ReadServedRecords(const Bytes& reply, Report& report) {
     response.Deserialize(reply);
     auto records = response.GetResponse();
     if (!records) {
-        report.notes.emplace_back("The product has none to give: its reply has no payload.");
+        report.notes.emplace_back("The product has none to give.");
         return records;
     }
     if (records->result_code() != 0) {

@@ -1,6 +1,8 @@
 #include "probe/commands/Status.h"
 
+#include <iomanip>
 #include <optional>
+#include <sstream>
 
 #include "kelcomm/messages/GetStatus.h"
 
@@ -11,8 +13,14 @@ namespace {
 using Connectors::Common::CProtectionStatusRecord;
 namespace Messages = Connectors::Common::Kelcomm::Messages;
 
-Value NumberOrNothing(const std::optional<std::uint64_t>& number) {
-    return number ? Value(*number) : Value();
+/// A symbol, as logs have it.
+Value SymbolOrNothing(const std::optional<std::uint64_t>& symbol) {
+    if (!symbol) {
+        return {};
+    }
+    std::ostringstream text;
+    text << "0x" << std::hex << std::setw(16) << std::setfill('0') << *symbol;
+    return text.str();
 }
 
 const char* MeaningOf(std::uint32_t status) {
@@ -40,8 +48,8 @@ Question StatusQuestion() {
                     const bool isKnown = record.status != CProtectionStatusRecord::kNotAvailable;
                     report.rows.push_back(
                         {isKnown ? Value(std::uint64_t{record.status}) : Value(),
-                         MeaningOf(record.status), NumberOrNothing(record.categoryId),
-                         NumberOrNothing(record.statusId), NumberOrNothing(record.descriptionId)});
+                         MeaningOf(record.status), SymbolOrNothing(record.categoryId),
+                         SymbolOrNothing(record.statusId), SymbolOrNothing(record.descriptionId)});
                 }
                 if (report.rows.empty()) {
                     report.notes.emplace_back("The product tells of no component.");

@@ -46,6 +46,8 @@ class CWatch {
     CWatch(CSession& session, const Base::IClock& clock, std::function<void(const Report&)> tell)
         : session_(session), clock_(clock), tell_(std::move(tell)) {}
 
+    bool HasChanged() const { return looksWithChanges_ > 1; }
+
     void Look() {
         changes_ = {};
         changes_.command = "watch";
@@ -56,6 +58,7 @@ class CWatch {
         LookAtRegistration();
         LookAtProduct();
         if (!changes_.rows.empty()) {
+            ++looksWithChanges_;
             tell_(changes_);
         }
     }
@@ -138,12 +141,13 @@ class CWatch {
     const std::function<void(const Report&)> tell_;
     std::map<std::string, std::string> seen_;  // by what it is
     Report changes_;
-    std::string time_;  // of the look, in UTC
+    std::size_t looksWithChanges_ = 0;  // the first look has some
+    std::string time_;                  // of the look, in UTC
 };
 
 }  // namespace
 
-void Watch(CSession& session, const WatchOptions& options, Base::IClock& clock,
+bool Watch(CSession& session, const WatchOptions& options, Base::IClock& clock,
            const std::function<bool()>& isOver, const std::function<void(const Report&)>& tell) {
     CWatch watch(session, clock, tell);
     milliseconds gone{0};
@@ -154,7 +158,7 @@ void Watch(CSession& session, const WatchOptions& options, Base::IClock& clock,
         watch.Look();
         for (milliseconds paused{0}; paused < options.pause; paused += kSlice) {
             if (isPast()) {
-                return;
+                return watch.HasChanged();
             }
             clock.SleepFor(kSlice);
             gone += kSlice;

@@ -20,8 +20,8 @@ struct WatchOptions {
 };
 
 /// Hands each look's changes to `tell`, as rows of a report, if there are any. `isOver` is asked
-/// several times a second.
-void Watch(CSession& session, const WatchOptions& options, Base::IClock& clock,
+/// several times a second. Tells whether anything has changed behind the first look.
+bool Watch(CSession& session, const WatchOptions& options, Base::IClock& clock,
            const std::function<bool()>& isOver, const std::function<void(const Report&)>& tell);
 
 }  // namespace Kyr::Probe

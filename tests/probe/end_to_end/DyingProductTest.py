@@ -144,7 +144,9 @@ class Watch(EndpointTest):
             watch.process.send_signal(sent)
             self.assertEqual(watch.process.wait(), 0)
         began = time.monotonic()
-        self.assertEqual(self.probe("watch", "--for=0.5").returncode, 0)
+        ended = self.probe("watch", "--for=0.5")
+        self.assertEqual(ended.returncode, 0)
+        self.assertEqual(ended.stdout.splitlines()[-1], b"nothing has changed since the watch began")
         self.assertLess(time.monotonic() - began, 5)
 
 

@@ -104,6 +104,12 @@ class Answers(EndpointTest):
                         self.assertEqual(answer["problem"]["cause"], "wrong-reply")
             product.end()
 
+    def test_symbols_of_the_status_are_as_logs_have_them(self):
+        self.start_product()
+        self.assertEqual(self.ask("status")["rows"][0], {
+            "status": 0, "meaning": "fine", "category": "0x0710000000000301", "text": "0x0710000000000311",
+            "description": None})
+
     def test_outcome_without_identifiers_is_gone_but_told(self):
         product = self.start_product()
         product.say("results add 1 nobody")
