@@ -12,17 +12,15 @@ import subprocess
 import sys
 import unittest
 
+import ExampleHost
+
 BUILD, SOURCE, WORK = (pathlib.Path(word).resolve() for word in sys.argv[1:4])
 # What is found must be in the prefix; nothing of the caller's surroundings leads to another one.
 CLEAN = {name: os.environ[name] for name in ("PATH", "HOME", "LANG") if name in os.environ}
 
 
 def run(*words, **options):
-    done = subprocess.run([str(word) for word in words], capture_output=True, text=True, check=False, timeout=300,
-                          **{"env": CLEAN, **options})
-    if done.returncode != 0:
-        raise AssertionError(f"{words[0]} ended with {done.returncode}:\n{done.stdout}{done.stderr}")
-    return done.stdout
+    return ExampleHost.run(*words, **{"env": CLEAN, **options})
 
 
 class Product:
@@ -61,9 +59,8 @@ class InstalledTest(unittest.TestCase):
         cls.prefix = WORK / "moved"
         run("cmake", "--install", BUILD, "--strip", "--prefix", WORK / "installed")
         (WORK / "installed").rename(cls.prefix)
-        run("cmake", "-G", "Ninja", "-S", SOURCE / "examples/minimal-host", "-B", WORK / "host",
-            f"-DCMAKE_PREFIX_PATH={cls.prefix}", "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror")
-        run("cmake", "--build", WORK / "host")
+        ExampleHost.build(SOURCE, WORK / "host", f"-DCMAKE_PREFIX_PATH={cls.prefix}",
+                          "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Werror", env=CLEAN)
 
     def find(self, pattern):
         found = sorted(self.prefix.glob(pattern))
@@ -155,14 +152,8 @@ class InstalledTest(unittest.TestCase):
         self.assertEqual(1, host.returncode, output)
 
     def test_minimal_host_gives_all_that_is_examined(self):
-        # It takes a minute: the examiner is no connector, and tells no outcome. One of its subscribers throws.
-        host = subprocess.run([WORK / "host/minimal-host", self.find("lib*/**/libHostProbe.so"), "1"],
-                              capture_output=True, text=True, check=False, timeout=120, env=CLEAN)
-        self.assertEqual([], [line for line in host.stdout.splitlines()
-                              if re.match(r"HostProbe: (doubtful|WRONG|not tried)", line)])
-        self.assertRegex(host.stdout, r"\nHostProbe: end: \d+ points: \d+ fine, 0 doubtful, 0 wrong, \d+ not tried\n")
-        self.assertRegex(host.stderr, r"^OvAgentRequest is lost: [^\n]*\n$")
-        self.assertTrue(host.stdout.endswith("\nthe task is not done\n"), host.stdout)
+        ExampleHost.assert_gives_all_that_is_examined(self, WORK / "host/minimal-host", self.find("lib*/**/libHostProbe.so"),
+                                                      env=CLEAN)
 
 
 if __name__ == "__main__":
