@@ -6,6 +6,7 @@
 
 #include "kelcomm/KelcommErrorReplyException.h"
 #include "lab/common/CommandInput.h"
+#include "probe/ProductNumbers.h"
 #include "probe/commands/WrongUsage.h"
 #include "probe/session/NotReached.h"
 #include "probe/session/System.h"
@@ -19,11 +20,10 @@ using Connectors::Common::Kelcomm::CKelcommErrorReplyException;
 // In seconds.
 constexpr double kShortestTime = 0.001;
 constexpr double kLongestTime = 86400;
-constexpr std::uint32_t kNotAnAdministrator = 14;
 
 std::string RefusalText(std::uint32_t status) {
     return "the product refuses: status " + std::to_string(status) +
-           (status == kNotAnAdministrator ? ", not an administrator" : "");
+           (status == kNotAnAdministratorStatus ? std::string(", ") + kNotAnAdministrator : "");
 }
 
 }  // namespace

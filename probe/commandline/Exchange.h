@@ -20,7 +20,7 @@ using Deed = std::function<int()>;
 
 /// What is said of any of these commands.
 struct Common {
-    double seconds = 5;
+    double seconds = std::chrono::duration<double>(SessionOptions().timeLimit).count();
     bool portLayer = false;
     OutputOptions output;
     bool yes = false;

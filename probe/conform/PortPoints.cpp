@@ -9,6 +9,7 @@
 #include "base/LittleEndian.h"
 #include "kelcomm/client/PayloadHeader.h"
 #include "kelcomm/messages/CommandHeader.h"
+#include "probe/ProductNumbers.h"
 #include "probe/session/PortClient.h"
 #include "probe/session/TimeLimit.h"
 
@@ -21,14 +22,9 @@ namespace Messages = Kelcomm::Messages;
 
 using Payload = std::vector<unsigned char>;
 
-// Of the protocol.
-constexpr std::uint32_t kPing = 0;
-constexpr std::uint32_t kRequest = 3;
-constexpr std::uint32_t kTooSmall = 5;  // a reply's status
-
 // Of our own choice: nobody has these, and this is more than a message carries.
 constexpr std::uint32_t kNoPortCommand = 0x7FFFFFF1;
-constexpr auto kNoCommand = static_cast<Messages::Command>(0x7FFFFFF1);
+constexpr auto kNoCommand = static_cast<Messages::Command>(kNoPortCommand);
 constexpr std::size_t kLongBody = 200000;
 constexpr std::uint32_t kRoom = 0x10000;
 
@@ -44,10 +40,12 @@ std::uint32_t Word(const Payload& bytes, std::size_t offset) {
 /// What is wrong with the header of a reply; empty when nothing is.
 std::string HeaderProblem(const Payload& reply) {
     if (reply.size() < Kelcomm::kPayloadHeaderSize) {
-        return "the reply has " + std::to_string(reply.size()) + " bytes; its header alone has 12";
+        return "the reply has " + std::to_string(reply.size()) + " bytes; its header alone has " +
+               std::to_string(Kelcomm::kPayloadHeaderSize);
     }
     if (Word(reply, 0) != Kelcomm::kPayloadHeaderSize) {
-        return "the first word of the reply is " + std::to_string(Word(reply, 0)) + ", not 12";
+        return "the first word of the reply is " + std::to_string(Word(reply, 0)) + ", not " +
+               std::to_string(Kelcomm::kPayloadHeaderSize);
     }
     if (Word(reply, 8) != reply.size() - Kelcomm::kPayloadHeaderSize) {
         return "the reply tells a body of " + std::to_string(Word(reply, 8)) + " bytes, and has " +
@@ -123,7 +121,7 @@ class CPortPoints {
     }
 
     void TryRequest(const std::string& point, std::uint32_t room) {
-        const auto answer = Exchange(point, kRequest,
+        const auto answer = Exchange(point, kRequestCommand,
                                      Messages::MakeRequest(Messages::Command::GetStatus, {}), room);
         if (!answer) {
             return;
@@ -141,22 +139,22 @@ class CPortPoints {
     /// Room for a header alone: the client must learn that it was too little.
     void TryTooSmall() {
         const std::string point = "reply that does not fit";
-        const auto answer =
-            Exchange(point, kRequest, Messages::MakeRequest(Messages::Command::GetStatus, {}),
-                     Kelcomm::kPayloadHeaderSize);
+        const auto answer = Exchange(point, kRequestCommand,
+                                     Messages::MakeRequest(Messages::Command::GetStatus, {}),
+                                     Kelcomm::kPayloadHeaderSize);
         if (!answer) {
             return;
         }
         const bool saidByPort = answer->code != 0;
         const bool saidByReply = !saidByPort && HeaderProblem(answer->bytes).empty() &&
-                                 Word(answer->bytes, 4) == kTooSmall;
+                                 Word(answer->bytes, 4) == kReplyTooSmallStatus;
         Tell(point, saidByPort || saidByReply ? "" : "cut short without a word",
              saidByPort ? "code " + std::to_string(answer->code) : "status 5");
     }
 
     /// What no product can carry out is refused, by code or by status, and not passed over.
     void TryRefusal(const std::string& point, Payload payload) {
-        const auto answer = Exchange(point, kRequest, std::move(payload), kRoom);
+        const auto answer = Exchange(point, kRequestCommand, std::move(payload), kRoom);
         if (!answer) {
             return;
         }
@@ -175,8 +173,9 @@ class CPortPoints {
 
     void TryOneWay() {
         const std::string point = "request that wants no reply";
-        if (const auto answer = Exchange(point, kRequest, Messages::MakeRequest(kNoCommand, {}), 0,
-                                         Kelcomm::kKelcommOneWay)) {
+        if (const auto answer =
+                Exchange(point, kRequestCommand, Messages::MakeRequest(kNoCommand, {}), 0,
+                         Kelcomm::kKelcommOneWay)) {
             Tell(point,
                  answer->code == 0 ? "" : "it cannot be sent: code " + std::to_string(answer->code),
                  "sent");
@@ -184,7 +183,7 @@ class CPortPoints {
     }
 
     void TryPing(const std::string& point) {
-        if (const auto answer = Exchange(point, kPing, {}, kRoom)) {
+        if (const auto answer = Exchange(point, kPingCommand, {}, kRoom)) {
             Tell(point,
                  answer->code != 0 ? "answered with code " + std::to_string(answer->code)
                  : answer->bytes.empty()

@@ -87,7 +87,8 @@ std::optional<std::string> GuessKind(std::string_view bytes) {
         return (WordAt(bytes, NtApi::kTypeOffset) & 0xFF) == NtApi::kLpcReply ? "lpc64-reply"
                                                                               : "lpc64-request";
     }
-    if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize && bytes.size() >= 12) {
+    if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize &&
+        bytes.size() >= Kelcomm::kPayloadHeaderSize) {
         return WordAt(bytes, 4) == Kelcomm::Messages::kRequestMarker ? "request" : "reply";
     }
     return std::nullopt;

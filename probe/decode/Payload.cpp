@@ -9,6 +9,7 @@
 #include "kelcomm/client/PayloadHeader.h"
 #include "kelcomm/messages/CommandHeader.h"
 #include "kelcomm/messages/XmlPayload.h"
+#include "probe/ProductNumbers.h"
 #include "probe/decode/Protobuf.h"
 
 namespace Kyr::Probe {
@@ -159,13 +160,13 @@ const CommandRow* FindRow(std::uint32_t command) {
 
 const char* MeaningOfStatus(std::uint32_t status) {
     switch (status) {
-        case 0:
+        case kSuccessStatus:
             return "success";
-        case 5:
+        case kReplyTooSmallStatus:
             return "reply buffer too small";
-        case 14:
-            return "not an administrator";
-        case 18:
+        case kNotAnAdministratorStatus:
+            return kNotAnAdministrator;
+        case kNoValueStatus:
             return "success without a value";
         default:
             return "refused";

@@ -6,6 +6,7 @@
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/ports/AlpcMessages.h"
 #include "ntapi/PortMessage.h"
+#include "probe/ProductNumbers.h"
 #include "probe/decode/Payload.h"
 
 namespace Kyr::Probe {
@@ -13,9 +14,6 @@ namespace Kyr::Probe {
 namespace {
 
 namespace Kelcomm = Connectors::Common::Kelcomm;
-
-constexpr std::uint32_t kPing = 0;
-constexpr std::uint32_t kRequest = 3;
 
 /// A number as wide as a pointer of the layout.
 template <typename Word>
@@ -93,13 +91,15 @@ Head DecodeHead(CFieldReader& reader) {
 std::optional<std::uint32_t> DecodeCommand(CFieldReader& reader) {
     const auto command = reader.U32("port command");
     if (command) {
-        reader.Explain(*command == kPing ? "ping" : *command == kRequest ? "request" : "not known");
+        reader.Explain(*command == kPingCommand      ? "ping"
+                       : *command == kRequestCommand ? "request"
+                                                     : "not known");
     }
     return command;
 }
 
 void DecodeInside(CFieldReader& reader, std::optional<std::uint32_t> portCommand) {
-    if (portCommand == kRequest) {
+    if (portCommand == kRequestCommand) {
         DecodeRequest(reader);
     } else if (reader.Remaining() != 0) {
         reader.Bytes("payload", reader.Remaining());

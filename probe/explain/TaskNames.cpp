@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "probe/TaskIdentifiers.h"
+
 namespace Kyr::Probe {
 
 namespace {
@@ -19,19 +21,10 @@ constexpr TaskName kTasks[] = {
     {"ApplyPolicy", "policy", "apply a policy"},
 };
 
-constexpr std::size_t kUuidLength = 36;
-constexpr std::size_t kIdentifiers = 3;
 constexpr char kNoUuid[] = "(no UUID)";
 
-bool IsHex(char sign) {
-    return (sign >= '0' && sign <= '9') || (sign >= 'a' && sign <= 'f') ||
-           (sign >= 'A' && sign <= 'F');
-}
-
 std::string SafeIdentifier(std::string_view text) {
-    if (text.size() != kUuidLength || !std::all_of(text.begin(), text.end(), [](char sign) {
-            return sign == '-' || IsHex(sign);
-        })) {
+    if (!IsUuid(text)) {
         return kNoUuid;
     }
     std::string safe(text);
@@ -79,14 +72,14 @@ std::vector<std::string> IdentifiersInRequest(std::string_view xml) {
 }
 
 bool AreUuids(const std::vector<std::string>& identifiers) {
-    return identifiers.size() == kIdentifiers &&
+    return identifiers.size() == kIdentifiersOfTask &&
            std::none_of(identifiers.begin(), identifiers.end(),
                         [](const std::string& identifier) { return identifier == kNoUuid; });
 }
 
 std::vector<std::string> SplitIdentifiers(std::string_view text, char separator) {
     std::vector<std::string> identifiers;
-    for (std::size_t begin = 0; identifiers.size() < kIdentifiers;) {
+    for (std::size_t begin = 0; identifiers.size() < kIdentifiersOfTask;) {
         const std::size_t end = text.find(separator, begin);
         identifiers.push_back(SafeIdentifier(text.substr(begin, end - begin)));
         if (end == std::string_view::npos) {

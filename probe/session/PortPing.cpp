@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "kelcomm/client/IKelcommClient.h"
+#include "probe/ProductNumbers.h"
 #include "probe/session/PortClient.h"
 #include "probe/session/Registration.h"
 #include "probe/session/System.h"
@@ -15,8 +16,6 @@ namespace Kelcomm = Connectors::Common::Kelcomm;
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr std::uint32_t kPingCommand = 0;
 
 struct Ping {
     std::shared_ptr<Kelcomm::IKelcommClient> client;

@@ -22,6 +22,15 @@ class Shared(unittest.TestCase):
             self.assertEqual(number("probe/session/Registration.h", f"kFirstBuildWith{what}"),
                              number("module/PeriodicWatch.cpp", f"kLastBuildWithout{what}") + 1)
 
+    def test_numbers_of_the_protocol_are_those_of_the_connector(self):
+        for ours, theirs in (("kPingCommand", "kPing"), ("kRequestCommand", "kRequest"), ("kSuccessStatus", "kSuccess"),
+                             ("kReplyTooSmallStatus", "kReplyBufferTooSmall"),
+                             ("kNotAnAdministratorStatus", "kCommandFailed"),
+                             ("kNoValueStatus", "kSuccessWithoutValue")):
+            self.assertEqual(number("probe/ProductNumbers.h", ours), number("kelcomm/KelcommChannel.cpp", theirs), ours)
+        status = number("probe/ProductNumbers.h", "kNotAnAdministratorStatus")
+        self.assertEqual(read("probe/explain/Patterns.cpp").count(f"failed with {status},"), 2)
+
     def test_keys_of_the_database_are_those_of_the_connector(self):
         ours = set(re.findall(r'"((?:XDR|OV)_[A-Z_]+)"', read("probe/doctor/DatabaseChecks.cpp")))
         theirs = set()
