@@ -5,6 +5,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,11 +24,14 @@ struct Check {
 
 using Checks = std::vector<Check>;
 
-/// Positions that the host has stored, as far as numbers can be read from them; 0 for the others.
-struct StoredPositions {
+/// What the host has stored, as far as it can be read.
+struct StoredValues {
+    // Positions; 0 for those that are no number.
     std::uint64_t indicators = 0;
     std::uint64_t telemetry = 0;
     std::uint64_t actions = 0;
+    /// Whether the policy switches remediation actions on; empty: nothing was read.
+    std::optional<bool> actionsEnabled;
 };
 
 }  // namespace Kyr::Probe

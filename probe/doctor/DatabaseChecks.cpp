@@ -1,6 +1,8 @@
 #include "probe/doctor/DatabaseChecks.h"
 
-#include <exception>
+#include <algorithm>
+#include <iterator>
+#include <stdexcept>
 
 #include <boost/lexical_cast/bad_lexical_cast.hpp>
 #include <boost/lexical_cast/try_lexical_convert.hpp>
@@ -12,7 +14,14 @@ namespace Kyr::Probe {
 
 namespace {
 
-std::uint64_t CheckPosition(const CKeyValues& values, const char* key, const char* what,
+constexpr char kIndicators[] = "XDR_OFFSET";
+constexpr char kTelemetry[] = "XDR_TELEMETRY_OFFSET";
+constexpr char kActions[] = "OV_REMEDIATION_OFFSET";
+constexpr char kEnabled[] = "XDR_ENABLED";
+constexpr char kServer[] = "XDR_HOST";
+constexpr char kRemediation[] = "OV_REMEDIATION_ENABLED";
+
+std::uint64_t CheckPosition(const IKeyValues& values, const char* key, const char* what,
                             Checks& checks) {
     const std::string name = std::string("position of ") + what;
     const std::string text = values.Find(key).value_or("");
@@ -35,9 +44,9 @@ std::uint64_t CheckPosition(const CKeyValues& values, const char* key, const cha
 }
 
 /// As the connector takes it: exactly "1", and a server besides.
-void CheckCollection(const CKeyValues& values, Checks& checks) {
-    const std::string enabled = values.Find("XDR_ENABLED").value_or("");
-    const bool hasServer = !values.Find("XDR_HOST").value_or("").empty();
+void CheckCollection(const IKeyValues& values, Checks& checks) {
+    const std::string enabled = values.Find(kEnabled).value_or("");
+    const bool hasServer = !values.Find(kServer).value_or("").empty();
     Check check{Verdict::kFine, "collection of records", "", ""};
     if (enabled.empty() || enabled == "0") {
         check.why = "switched off: XDR_ENABLED is not 1";
@@ -55,8 +64,9 @@ void CheckCollection(const CKeyValues& values, Checks& checks) {
     checks.push_back(check);
 }
 
-void CheckRemediation(const CKeyValues& values, Checks& checks) {
-    const std::string text = values.Find("OV_REMEDIATION_ENABLED").value_or("");
+/// Whether they are switched on, as the connector takes it.
+bool CheckRemediation(const IKeyValues& values, Checks& checks) {
+    const std::string text = values.Find(kRemediation).value_or("");
     bool enabled = false;
     if (text.empty()) {
         checks.push_back({Verdict::kFine, "remediation actions",
@@ -69,26 +79,36 @@ void CheckRemediation(const CKeyValues& values, Checks& checks) {
         checks.push_back(
             {Verdict::kFine, "remediation actions", enabled ? "switched on" : "switched off", ""});
     }
+    return enabled;
+}
+
+bool HasAnyKey(const IKeyValues& values) {
+    constexpr const char* kAll[] = {kIndicators, kTelemetry, kActions,
+                                    kEnabled,    kServer,    kRemediation};
+    return std::any_of(std::begin(kAll), std::end(kAll),
+                       [&](const char* key) { return values.Find(key).has_value(); });
 }
 
 }  // namespace
 
-StoredPositions CheckDatabase(const std::string& path, Checks& checks) {
-    StoredPositions positions;
+StoredValues CheckDatabase(const std::string& path, Checks& checks) {
+    StoredValues stored;
     try {
-        const CKeyValues values(path);
+        const auto values = OpenKeyValues(path);
+        if (!values->IsSurelyAHosts() && !HasAnyKey(*values)) {
+            throw std::runtime_error("a text of keys, and none of them is the connector's");
+        }
         checks.push_back({Verdict::kFine, "host's database", "can be read", ""});
-        positions.indicators = CheckPosition(values, "XDR_OFFSET", "indicators", checks);
-        positions.telemetry = CheckPosition(values, "XDR_TELEMETRY_OFFSET", "telemetry", checks);
-        positions.actions = CheckPosition(values, "OV_REMEDIATION_OFFSET", "actions", checks);
-        CheckCollection(values, checks);
-        CheckRemediation(values, checks);
+        stored.indicators = CheckPosition(*values, kIndicators, "indicators", checks);
+        stored.telemetry = CheckPosition(*values, kTelemetry, "telemetry", checks);
+        stored.actions = CheckPosition(*values, kActions, "actions", checks);
+        CheckCollection(*values, checks);
+        stored.actionsEnabled = CheckRemediation(*values, checks);
     } catch (const std::exception& problem) {
         checks.push_back({Verdict::kWrong, "host's database",
-                          std::string("cannot be read: ") + problem.what(),
-                          "is it the host's database, and may you read it?"});
+                          std::string("cannot be read: ") + problem.what(), kFormsOfKeyValues});
     }
-    return positions;
+    return stored;
 }
 
 }  // namespace Kyr::Probe

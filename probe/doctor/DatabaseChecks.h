@@ -1,6 +1,6 @@
 // What the host keeps for the connector: positions of records, and the keys that a policy sets.
 //
-// The database is that of lab/devhost, opened for reading only. Values are judged, not shown.
+// Read are the forms of probe/doctor/KeyValues.h. Values are judged, not shown.
 // Threads: one. Errors: none.
 #pragma once
 
@@ -10,6 +10,6 @@
 
 namespace Kyr::Probe {
 
-StoredPositions CheckDatabase(const std::string& path, Checks& checks);
+StoredValues CheckDatabase(const std::string& path, Checks& checks);
 
 }  // namespace Kyr::Probe

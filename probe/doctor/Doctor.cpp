@@ -54,12 +54,12 @@ Report Examine(const DoctorOptions& options, const AreaSnapshot& area) {
     CheckRegistration(registration, checks);
     const ProductPresence product = CheckPorts(options.session, checks);
     CheckArea(area, product.isThere, checks);
-    StoredPositions positions;
+    StoredValues stored;
     if (!options.database.empty()) {
-        positions = CheckDatabase(options.database, checks);
+        stored = CheckDatabase(options.database, checks);
     }
     if (product.answers) {
-        CheckRequests(options.session, registration, positions, checks);
+        CheckRequests(options.session, registration, stored, checks);
     }
     if (options.log.empty()) {
         MissLog(checks);

@@ -1,61 +1,46 @@
 #include "probe/doctor/KeyValues.h"
 
-#include <sqlite3.h>
+#include <cerrno>
+#include <fstream>
 #include <stdexcept>
+#include <system_error>
+
+#include "probe/doctor/SqliteKeyValues.h"
+#include "probe/doctor/TextKeyValues.h"
 
 namespace Kyr::Probe {
 
 namespace {
 
-constexpr char kSelect[] = "SELECT value FROM key_values WHERE key = ?";
-constexpr int kPatienceMilliseconds = 500;  // a host may be writing
+/// With its closing zero: so every SQLite database begins.
+constexpr char kSqlite[] = "SQLite format 3";
 
-struct Finalize {
-    void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
-};
-using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
-
-void Check(bool good, sqlite3* handle) {
-    if (!good) {
-        throw std::runtime_error(handle == nullptr ? "no memory" : sqlite3_errmsg(handle));
+std::string BeginningOf(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    std::string bytes(sizeof kSqlite, '\0');
+    if (file) {
+        file.read(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     }
-}
-
-Statement Prepare(sqlite3* handle) {
-    sqlite3_stmt* statement = nullptr;
-    Check(sqlite3_prepare_v2(handle, kSelect, -1, &statement, nullptr) == SQLITE_OK, handle);
-    return Statement(statement);
+    if (!file.is_open() || file.bad()) {
+        throw std::runtime_error(std::generic_category().message(errno));
+    }
+    bytes.resize(static_cast<std::size_t>(file.gcount()));
+    return bytes;
 }
 
 }  // namespace
 
-void CKeyValues::Close::operator()(sqlite3* handle) const {
-    sqlite3_close(handle);
-}
+IKeyValues::~IKeyValues() = default;
 
-CKeyValues::CKeyValues(const std::string& path) {
-    sqlite3* handle = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr);
-    handle_.reset(handle);
-    Check(result == SQLITE_OK, handle);
-    sqlite3_busy_timeout(handle, kPatienceMilliseconds);
-    Prepare(handle);  // a file that is none, or another one, is found out here
-}
-
-std::optional<std::string> CKeyValues::Find(const std::string& key) const {
-    const Statement statement = Prepare(handle_.get());
-    sqlite3_bind_text(statement.get(), 1, key.c_str(), static_cast<int>(key.size()),
-                      SQLITE_TRANSIENT);
-    const int result = sqlite3_step(statement.get());
-    if (result == SQLITE_DONE) {
-        return std::nullopt;
+std::unique_ptr<IKeyValues> OpenKeyValues(const std::string& path) {
+    const std::string beginning = BeginningOf(path);
+    if (beginning.empty()) {
+        throw std::runtime_error("an empty file");
     }
-    Check(result == SQLITE_ROW, handle_.get());
-    const void* const bytes = sqlite3_column_blob(statement.get(), 0);
-    const int size = sqlite3_column_bytes(statement.get(), 0);
-    return bytes == nullptr
-               ? std::string()
-               : std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
+    if (beginning == std::string(kSqlite, sizeof kSqlite)) {
+        return std::make_unique<CSqliteKeyValues>(path);
+    }
+    return std::make_unique<CTextKeyValues>(path);
 }
 
 }  // namespace Kyr::Probe

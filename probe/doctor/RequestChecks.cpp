@@ -3,6 +3,7 @@
 #include <exception>
 
 #include "kelcomm/KelcommErrorReplyException.h"
+#include "probe/ProductNumbers.h"
 #include "probe/commands/Actions.h"
 #include "probe/commands/Policy.h"
 #include "probe/commands/Records.h"
@@ -15,20 +16,29 @@ using Connectors::Common::Kelcomm::CKelcommErrorReplyException;
 
 namespace {
 
-constexpr std::uint32_t kNotAnAdministrator = 14;
-constexpr std::uint32_t kUnknownCommand = 1;
+constexpr char kActions[] = "actions";
 
 Check Refused(const std::string& name, std::uint32_t status) {
     std::string why = "the product refuses the request with status " + std::to_string(status);
     std::string next = "see the product's own log";
-    if (status == kNotAnAdministrator) {
-        why += ": not an administrator";
-        next = "run the host as an administrator";
-    } else if (status == kUnknownCommand) {
+    if (status == kNotAnAdministratorStatus) {
+        // It is ovprobe that was refused; of the host's rights this says what they have in common.
+        why += std::string(": ovprobe is ") + kNotAnAdministrator +
+               "; a host that runs as this user likely meets the same";
+        next = "run ovprobe as an administrator, and the host, too";
+    } else if (status == kUnknownRequestStatus) {
         why += ": it does not know it, and is older than this task";
         next = "upgrade the product";
     }
     return {Verdict::kWrong, name, why, next};
+}
+
+/// Of the build nobody sees whether a product has remediation actions, and the connector asks any
+/// one, if the host's policy switches them on. So a product without them may be as it should.
+Check Unknown(const Check& refused) {
+    return {Verdict::kDoubtful, refused.name, refused.why,
+            "see with --database whether the host's policy switches them on; only then upgrade the "
+            "product"};
 }
 
 std::string Counted(std::size_t count, const std::string& what) {
@@ -38,7 +48,8 @@ std::string Counted(std::size_t count, const std::string& what) {
 
 class CRequests {
   public:
-    CRequests(const SessionOptions& options, Checks& checks) : session_(options), checks_(checks) {}
+    CRequests(const SessionOptions& options, bool mayLackActions, Checks& checks)
+        : session_(options), checks_(checks), mayLackActions_(mayLackActions) {}
 
     /// Tells whether the question was answered, and how many rows there are.
     void Try(const std::string& name, const Question& question, const std::string& unit) {
@@ -82,7 +93,10 @@ class CRequests {
             checks_.push_back({Verdict::kWrong, name, problem.what(),
                                "restart the product: the connector waits for it without end"});
         } catch (const CKelcommErrorReplyException& refusal) {
-            checks_.push_back(Refused(name, refusal.GetStatus()));
+            const Check refused = Refused(name, refusal.GetStatus());
+            const bool mayBeSo =
+                mayLackActions_ && name == kActions && refusal.GetStatus() == kUnknownRequestStatus;
+            checks_.push_back(mayBeSo ? Unknown(refused) : refused);
         } catch (const std::exception& problem) {
             checks_.push_back({Verdict::kWrong, name, problem.what(),
                                "see the product's own log: the connector cannot use this reply"});
@@ -92,24 +106,27 @@ class CRequests {
 
     CSession session_;
     Checks& checks_;
+    const bool mayLackActions_;
     bool isSilent_ = false;
 };
 
 }  // namespace
 
 void CheckRequests(const SessionOptions& options, const Registration& registration,
-                   const StoredPositions& positions, Checks& checks) {
-    CRequests requests(options, checks);
+                   const StoredValues& stored, Checks& checks) {
+    CRequests requests(options, !stored.actionsEnabled.has_value(), checks);
     requests.Try("protection status", StatusQuestion(), "component");
     requests.Try("configuration", PolicyQuestion(), "line");
     const std::int64_t build = registration.build.value_or(0);
     if (build >= kFirstBuildWithIndicators) {
-        requests.TryAt("indicators", positions.indicators, IndicatorsQuestion);
+        requests.TryAt("indicators", stored.indicators, IndicatorsQuestion);
     }
     if (build >= kFirstBuildWithTelemetry) {
-        requests.TryAt("telemetry", positions.telemetry, TelemetryQuestion);
+        requests.TryAt("telemetry", stored.telemetry, TelemetryQuestion);
     }
-    requests.TryAt("actions", positions.actions, ActionsQuestion);
+    if (stored.actionsEnabled.value_or(true)) {
+        requests.TryAt(kActions, stored.actions, ActionsQuestion);
+    }
 }
 
 }  // namespace Kyr::Probe

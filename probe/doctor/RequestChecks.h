@@ -9,8 +9,9 @@
 
 namespace Kyr::Probe {
 
-/// Records are asked for at the stored positions.
+/// Asked for is what the connector asks this host's product for: records as of the registered
+/// build, actions unless the host's policy switches them off, all at the stored positions.
 void CheckRequests(const SessionOptions& options, const Registration& registration,
-                   const StoredPositions& positions, Checks& checks);
+                   const StoredValues& stored, Checks& checks);
 
 }  // namespace Kyr::Probe

@@ -117,7 +117,7 @@ class CAnswers {
     Report summary_;
 };
 
-void KeepAll(const StoredPositions& positions, CAnswers& answers) {
+void KeepAll(const StoredValues& positions, CAnswers& answers) {
     answers.KeepStatus();
     answers.KeepPolicy();
     answers.KeepRecords(IndicatorsQuestion, positions.indicators);
@@ -125,9 +125,9 @@ void KeepAll(const StoredPositions& positions, CAnswers& answers) {
     answers.KeepRecords(ActionsQuestion, positions.actions);
 }
 
-StoredPositions PositionsOf(const std::string& database) {
+StoredValues PositionsOf(const std::string& database) {
     Checks ignored;  // doctor tells them
-    return database.empty() ? StoredPositions() : CheckDatabase(database, ignored);
+    return database.empty() ? StoredValues() : CheckDatabase(database, ignored);
 }
 
 /// The file, still empty, for its owner alone: it may carry what others must not see.

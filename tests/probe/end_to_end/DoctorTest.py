@@ -2,6 +2,7 @@
 import os
 import signal
 import socket
+import sqlite3
 import time
 import unittest
 
@@ -22,6 +23,11 @@ class HealthyEndpoint(EndpointTest):
         host = self.start_host()
         host.wait_for("Connected to product")
         self.assertEqual({check[0] for check in self.doctor("--database", self.database, "--log", self.log)}, {"fine"})
+
+    def test_last_change_of_the_area_is_said_to_be_in_a_log(self):
+        self.start_product()
+        self.assertIn(("fine", "last change of the area",
+                       "not known: the area has no times; with --log a host's log tells", None), self.doctor())
 
     def test_exit_codes_tell_nothing_found_something_found_and_not_reached(self):
         self.assertEqual(self.probe("doctor").returncode, 3)
@@ -208,11 +214,23 @@ class Requests(EndpointTest):
         self.start_product(f"--misbehave={fault}")
         return self.doctor()
 
-    def test_host_is_no_administrator(self):
-        self.assert_names(self.fault("status 14 inner=0x21"), "wrong", "protection status", "not an administrator")
+    def test_ovprobe_is_no_administrator_and_the_host_perhaps_neither(self):
+        refused = [check for check in self.fault("status 14 inner=0x21") if check[1] == "protection status"]
+        self.assertEqual(refused, [
+            ("wrong", "protection status",
+             "the product refuses the request with status 14: ovprobe is not an administrator; a host that runs as "
+             "this user likely meets the same", "run ovprobe as an administrator, and the host, too")])
 
     def test_product_older_than_a_task(self):
         self.assert_names(self.fault("status 1 inner=0x00100000"), "wrong", "indicators", "older than this task")
+
+    def test_product_without_actions_may_be_as_it_should(self):
+        checks = self.fault("status 1 inner=0x00100001")
+        self.assert_names(checks, "doubtful", "actions", "older than this task")
+        self.store(OV_REMEDIATION_ENABLED="0")
+        self.assertEqual({check[0] for check in self.doctor("--database", self.database)}, {"fine"})
+        self.store(OV_REMEDIATION_ENABLED="1")
+        self.assert_names(self.doctor("--database", self.database), "wrong", "actions", "older than this task")
 
     def test_status_is_not_xml(self):
         self.assert_names(self.fault("raw 0c00000000000000030000003c613e inner=0x21"), "wrong", "protection status",
@@ -259,6 +277,19 @@ class Database(EndpointTest):
     def test_remediation_flag_is_no_boolean(self):
         self.assert_names(self.found(OV_REMEDIATION_ENABLED="yes"), "wrong", "remediation actions",
                           "OV_REMEDIATION_ENABLED is neither 0 nor 1")
+
+    def test_another_database_is_told_by_its_tables(self):
+        connection = sqlite3.connect(self.database)
+        connection.execute("CREATE TABLE settings (name TEXT)")
+        connection.close()
+        self.start_product()
+        self.assert_names(self.doctor("--database", self.database), "wrong", "host's database", "it has: settings")
+        self.assertEqual(self.probe("doctor", "--database", self.database).returncode, 1)
+
+    def test_text_with_lines_of_keys_and_values(self):
+        self.database.write_text("XDR_OFFSET=12a\n")
+        self.assert_names(self.doctor("--database", self.database), "wrong", "position of indicators",
+                          "no number can be read")
 
     def test_database_that_is_none(self):
         self.database.write_text("this is a text, and no database" * 100)
