@@ -194,5 +194,38 @@ TEST(ProblemBookTest, TaskThatWasGivenUpIsOpenUntilItIsAskedForAgain) {
     EXPECT_THAT(OpenIn(life.Kill().Add(1, "Publishing ECS indicator logs").Told()), IsEmpty());
 }
 
+TEST(ProblemBookTest, CauseOfAnOutageIsOpenOnce) {
+    const Story story =
+        CLoggedLife()
+            .Connected()
+            .Reconnecting()
+            .Add(4, std::string(kConnectingFails) + "CKelcommChannel: Send request failed with 7")
+            .Told();
+    EXPECT_THAT(story.problems, SizeIs(1));
+    EXPECT_THAT(OpenIn(story), ElementsAre(HasSubstr("its status is 7")));
+    EXPECT_EQ(story.Open().at(0).times, 1);
+}
+
+TEST(ProblemBookTest, InactiveConnectorIsOverWhenItIsStartedAnew) {
+    CLoggedLife life;
+    life.Add(2,
+             "Connector was deactivated. No tasks will be processed and no logs will be produced.");
+    EXPECT_THAT(OpenIn(life.Told()), ElementsAre(HasSubstr("was not installed")));
+    EXPECT_THAT(OpenIn(life.Connected().Told()), IsEmpty());
+}
+
+TEST(ProblemBookTest, ConnectorThatIsNotConnectedYetIsOpen) {
+    EXPECT_THAT(OpenIn(CLoggedLife().Add(2, "Connecting to product").Told()),
+                ElementsAre("not connected: the log ends before the product has answered"));
+}
+
+TEST(ProblemBookTest, NumbersOfAHostileLogMakeNoMoreThanAHundredProblems) {
+    CLoggedLife life;
+    for (int status = 1000; status < 1150; ++status) {
+        life.Add(4, "CKelcommChannel: Send request failed with " + std::to_string(status));
+    }
+    EXPECT_THAT(life.Told().problems, SizeIs(100));
+}
+
 }  // namespace
 }  // namespace Kyr::Probe

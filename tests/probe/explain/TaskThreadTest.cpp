@@ -266,5 +266,12 @@ TEST(TaskThreadTest, LogWithoutTimesTellsTheSameByItsLines) {
               "more\n");
 }
 
+TEST(TaskThreadTest, IdentifierWithoutItsDashesIsNoUuid) {
+    const std::string digits(36, '1');
+    const Story story =
+        CLoggedLife().Connected().Kill(digits + ";" + kSecond + ";" + kThird).Told();
+    EXPECT_THAT(story.tasks.at(0).identifiers, ElementsAre("(no UUID)", kSecond, kThird));
+}
+
 }  // namespace
 }  // namespace Kyr::Probe
