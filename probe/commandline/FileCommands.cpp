@@ -85,8 +85,9 @@ void AddExplain(CLI::App& app, Deed& deed) {
         "explain", "the story in a host's log: connections, outages, what became of each task");
     explain.add_option("log", options->logs, "files, the oldest first; - is standard input")
         ->required();
-    explain.add_option("--task", options->task,
-                       "only the task with this identifier: why is it not done?");
+    explain.add_option(
+        "--task", options->task,
+        "only the task with this identifier, or one that begins so: why is it not done?");
     explain.add_flag("--json", options->json, "for programs");
     explain.callback([options, &deed] {
         deed = [options] { return Explain(*options, std::cout) ? kFine : kSomethingFound; };

@@ -49,7 +49,7 @@ void CheckCollection(const IKeyValues& values, Checks& checks) {
     const bool hasServer = !values.Find(kServer).value_or("").empty();
     Check check{Verdict::kFine, "collection of records", "", ""};
     if (enabled.empty() || enabled == "0") {
-        check.why = "switched off: XDR_ENABLED is not 1";
+        check.why = "switched off: the key XDR_ENABLED is not 1; tasks do not need it";
     } else if (enabled != "1") {
         check.verdict = Verdict::kWrong;
         check.why = "off, since XDR_ENABLED is neither 0 nor 1";
@@ -69,8 +69,9 @@ bool CheckRemediation(const IKeyValues& values, Checks& checks) {
     const std::string text = values.Find(kRemediation).value_or("");
     bool enabled = false;
     if (text.empty()) {
-        checks.push_back({Verdict::kFine, "remediation actions",
-                          "switched off: OV_REMEDIATION_ENABLED is not set", ""});
+        checks.push_back(
+            {Verdict::kFine, "remediation actions",
+             "not collected: the key OV_REMEDIATION_ENABLED is not set; tasks do not need it", ""});
     } else if (!boost::conversion::try_lexical_convert(text, enabled)) {
         checks.push_back({Verdict::kWrong, "remediation actions",
                           "off, since OV_REMEDIATION_ENABLED is neither 0 nor 1",

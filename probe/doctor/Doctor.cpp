@@ -31,6 +31,13 @@ Report ReportOf(const Checks& checks) {
     report.notes.push_back(std::to_string(checks.size()) + " checks: " + std::to_string(counts[0]) +
                            " fine, " + std::to_string(counts[1]) + " doubtful, " +
                            std::to_string(counts[2]) + " wrong");
+    if (checks.size() - counts[0] > 1) {
+        const auto first = std::find_if(checks.begin(), checks.end(), [](const Check& check) {
+            return check.verdict != Verdict::kFine;
+        });
+        report.notes.push_back("Begin with \"" + first->name +
+                               "\": what follows may follow from it.");
+    }
     report.exit = counts[0] == checks.size() ? kFine : kSomethingFound;
     return report;
 }
@@ -61,12 +68,16 @@ Report Examine(const DoctorOptions& options, const AreaSnapshot& area) {
     if (product.answers) {
         CheckRequests(options.session, registration, stored, checks);
     }
-    if (options.log.empty()) {
-        MissLog(checks);
-    } else {
+    if (!options.log.empty()) {
         CheckLog(options.log, Lab::MachineStamp(), checks);
     }
     Report report = ReportOf(checks);
+    if (options.log.empty() || options.database.empty()) {
+        report.notes.emplace_back(
+            std::string("The host was not ") +
+            (options.log.empty() && options.database.empty() ? "" : "wholly ") +
+            "looked at: --log and --database, which are its log and its database, tell more.");
+    }
     if (!product.answers) {
         report.exit = kNotReached;
     }

@@ -12,23 +12,29 @@ namespace Kyr::Probe {
 namespace {
 
 constexpr std::streamoff kMostBytes = std::streamoff{4} << 20;  // of its end
-constexpr char kLastChange[] = "last change of the area";
+// Of the product, which answers in milliseconds and is asked one thing at a time.
+constexpr std::uint64_t kLongForARequest = 30;
 
-/// How long ago; empty when the line does not say, or is of an earlier life of this machine.
-std::string Age(const HostLine& line, std::chrono::nanoseconds now) {
-    if (!line.stamp || now.count() < 0 || *line.stamp > static_cast<std::uint64_t>(now.count())) {
-        return "";
+/// Nothing when the line does not say, or is of an earlier life of this machine.
+std::optional<std::uint64_t> SecondsSince(std::optional<std::uint64_t> stamp,
+                                          std::chrono::nanoseconds now) {
+    if (!stamp || now.count() < 0 || *stamp > static_cast<std::uint64_t>(now.count())) {
+        return std::nullopt;
     }
-    const std::uint64_t seconds =
-        (static_cast<std::uint64_t>(now.count()) - *line.stamp) / std::uint64_t{1000000000};
-    return std::to_string(seconds) + " s ago";
+    return (static_cast<std::uint64_t>(now.count()) - *stamp) / std::uint64_t{1000000000};
+}
+
+/// How long ago; empty when nobody knows.
+std::string Age(const HostLine& line, std::chrono::nanoseconds now) {
+    const std::optional<std::uint64_t> seconds = SecondsSince(line.stamp, now);
+    return seconds ? std::to_string(*seconds) + " s ago" : "";
 }
 
 void CheckLastChange(const HostLog& log, std::chrono::nanoseconds now, Checks& checks) {
     const auto last = std::find_if(log.lines.rbegin(), log.lines.rend(), [](const HostLine& line) {
         return Recognise(line.text).kind == LineKind::kAreaChanged;
     });
-    Check check{Verdict::kFine, kLastChange, "none that the log tells of", ""};
+    Check check{Verdict::kFine, "last change of the area", "none that the log tells of", ""};
     if (last != log.lines.rend()) {
         const std::string age = Age(*last, now);
         check.why = "value " + std::string(LeadingNumber(Recognise(last->text).rest)) +
@@ -37,11 +43,28 @@ void CheckLastChange(const HostLog& log, std::chrono::nanoseconds now, Checks& c
     checks.push_back(check);
 }
 
-void CheckProblems(const HostLog& log, Checks& checks) {
-    const std::vector<ProblemStory> open = Tell(log).Open();
+/// What a task whose request was not answered means: as much as is known of how long that is.
+void CheckUnanswered(const Story& story, std::chrono::nanoseconds now, Checks& checks) {
+    for (const TaskStory& task : story.tasks) {
+        if (task.state != TaskState::kAsked) {
+            continue;
+        }
+        const std::optional<std::uint64_t> age = SecondsSince(task.last.stamp, now);
+        if (!age || *age >= kLongForARequest) {
+            checks.push_back({age ? Verdict::kWrong : Verdict::kDoubtful, "unanswered request",
+                              task.what +
+                                  (age ? ", asked " + std::to_string(*age) + " s ago: " : ": ") +
+                                  task.cause,
+                              task.next});
+        }
+    }
+}
+
+void CheckProblems(const Story& story, Checks& checks) {
+    const std::vector<ProblemStory> open = story.Open();
     for (const ProblemStory& problem : open) {
         checks.push_back(
-            {Verdict::kDoubtful, "log",
+            {problem.isLoss ? Verdict::kWrong : Verdict::kDoubtful, problem.isLoss ? "task" : "log",
              problem.cause +
                  (problem.times > 1 ? ", " + std::to_string(problem.times) + " times" : ""),
              problem.next.empty() ? "`ovprobe explain` tells the whole story" : problem.next});
@@ -64,7 +87,9 @@ void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& che
     }
     if (log.lines.empty()) {
         checks.push_back({Verdict::kDoubtful, "host's log",
-                          "none of its " + std::to_string(log.others) + " lines is a host's",
+                          log.others == 0
+                              ? "it is empty: the connector has written nothing"
+                              : "none of its " + std::to_string(log.others) + " lines is a host's",
                           "is it the host's log?"});
         return;
     }
@@ -74,12 +99,9 @@ void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& che
          std::to_string(log.lines.size()) + " lines" + (age.empty() ? "" : ", the last one " + age),
          ""});
     CheckLastChange(log, now, checks);
-    CheckProblems(log, checks);
-}
-
-void MissLog(Checks& checks) {
-    checks.push_back({Verdict::kFine, kLastChange,
-                      "not known: the area has no times; with --log a host's log tells", ""});
+    const Story story = Tell(log);
+    CheckUnanswered(story, now, checks);
+    CheckProblems(story, checks);
 }
 
 }  // namespace Kyr::Probe

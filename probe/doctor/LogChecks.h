@@ -15,7 +15,4 @@ namespace Kyr::Probe {
 /// `now`: of the clock of this machine that stamps are of.
 void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& checks);
 
-/// What is said of the area's last change without a log.
-void MissLog(Checks& checks);
-
 }  // namespace Kyr::Probe

@@ -56,7 +56,12 @@ void CheckPlaceOfNames(Checks& checks) {
         return;
     }
     const std::string problem = PlaceProblem();
-    if (problem.empty()) {
+    if (IsPlaceMissing()) {
+        checks.push_back(
+            {Verdict::kDoubtful, "run directory", place + " is not there",
+             "see whether KELCOMM_RUNTIME_DIR is that of host and product; the product "
+             "makes the directory"});
+    } else if (problem.empty()) {
         checks.push_back({Verdict::kFine, "run directory", place, ""});
     } else {
         checks.push_back({Verdict::kWrong, "run directory", problem,
@@ -67,7 +72,8 @@ void CheckPlaceOfNames(Checks& checks) {
 void CheckRegistration(const Registration& registration, Checks& checks) {
     if (!registration.problem.empty()) {
         checks.push_back({Verdict::kWrong, "registration", registration.problem,
-                          "repair the product's value \"build\": the connector does not start"});
+                          "repair the product's value \"build\" in " + PlaceOfBuild() +
+                              ", then restart the host: the connector does not start"});
         return;
     }
     if (!registration.build) {

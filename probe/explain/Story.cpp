@@ -21,8 +21,7 @@ void Add(std::vector<ProblemStory>& all, const ProblemStory& problem) {
 /// A task of which is known that it is not done. What the product may still answer is not among
 /// them: every log ends somewhere.
 bool HasFailed(const TaskStory& task) {
-    return task.state == TaskState::kRetried || task.state == TaskState::kFailed ||
-           task.state == TaskState::kFailedAtProduct || task.state == TaskState::kGivenUp;
+    return task.state == TaskState::kRetried || task.IsLost();
 }
 
 }  // namespace
@@ -30,6 +29,11 @@ bool HasFailed(const TaskStory& task) {
 bool TaskStory::IsWell() const {
     return state == TaskState::kDone || state == TaskState::kDoneWithWarning ||
            state == TaskState::kTold || state == TaskState::kAccepted;
+}
+
+bool TaskStory::IsLost() const {
+    return state == TaskState::kFailed || state == TaskState::kFailedAtProduct ||
+           state == TaskState::kGivenUp;
 }
 
 bool Story::IsFine() const {
@@ -52,7 +56,7 @@ std::vector<ProblemStory> Story::Open() const {
             Add(open, {task.first, 1,
                        (task.what.empty() ? "a task" : task.what) + ": " + InWords(task.state) +
                            (task.cause.empty() ? "" : ": " + task.cause),
-                       task.next});
+                       task.next, /*over=*/false, task.IsLost()});
         }
     }
     for (const ProblemStory& problem : problems) {

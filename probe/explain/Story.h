@@ -8,6 +8,7 @@
 // Values. Every text here is our own or has been made safe; none is of a record or a policy.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -16,8 +17,9 @@ namespace Kyr::Probe {
 
 /// A place in the log.
 struct Place {
-    std::string time;   // may be empty
-    std::string where;  // "<file>:<line>"
+    std::string time;                    // may be empty
+    std::string where;                   // "<file>:<line>"
+    std::optional<std::uint64_t> stamp;  // nanoseconds of the machine's clock
 };
 
 struct Outage {
@@ -57,6 +59,8 @@ struct TaskStory {
 
     /// Done, or with the product.
     bool IsWell() const;
+    /// Not done, and nobody tries it again.
+    bool IsLost() const;
 };
 
 /// Something else that is wrong, with how often it was told.
@@ -65,7 +69,8 @@ struct ProblemStory {
     int times = 0;
     std::string cause;
     std::string next;
-    bool over = false;  // what is behind it is mended, as far as the log tells
+    bool over = false;    // what is behind it is mended, as far as the log tells
+    bool isLoss = false;  // a task that is not done, and that nobody tries again
 };
 
 struct Story {

@@ -41,7 +41,8 @@ void WriteTask(std::ostream& out, const TaskStory& task) {
 }
 
 void WriteOutage(std::ostream& out, const Outage& outage) {
-    out << "  " << InText(outage.begins) << ", " << outage.attempts << " attempts, "
+    out << "  " << InText(outage.begins) << ", " << outage.attempts
+        << (outage.attempts == 1 ? " attempt, " : " attempts, ")
         << (outage.over ? "over at " + InText(outage.ends) : "not over at the end of the log")
         << '\n';
     WriteCause(out, outage.cause, outage.next);
@@ -70,9 +71,36 @@ void WriteHead(std::ostream& out, const Story& story) {
     }
 }
 
+void WriteNothingRead(std::ostream& out, const Story& story) {
+    out << (story.others == 0 ? "the log is empty\n" : "the log has no line of the connector\n");
+    WriteCause(out, "the connector was not loaded, could not start, or writes into another log",
+               "`ovprobe doctor` looks at the endpoint itself");
+}
+
+/// Which tasks can be asked for.
+void WriteNames(std::ostream& out, const Story& story) {
+    constexpr std::size_t kMost = 10;
+    std::size_t count = 0;
+    for (const TaskStory& task : story.tasks) {
+        if (task.identifiers.empty()) {
+            continue;
+        }
+        out << (count == 0 ? "the log has\n" : "");
+        if (++count > kMost) {
+            out << "  and more: `ovprobe explain` without --task tells them\n";
+            return;
+        }
+        out << "  " << NameOf(task) << '\n';
+    }
+}
+
 /// Why there is no task with an identifier that was asked for, as far as the story tells.
 void WriteWhyNotAsked(std::ostream& out, const Story& story) {
-    out << "the product was never asked to do that task\n";
+    if (story.lines == 0) {
+        WriteNothingRead(out, story);
+        return;
+    }
+    out << "no request to the product in this log has that identifier\n";
     bool isExplained = false;
     if (story.deactivated) {
         WriteProblem(out, *story.deactivated);
@@ -91,10 +119,10 @@ void WriteWhyNotAsked(std::ostream& out, const Story& story) {
         }
     }
     if (!isExplained) {
-        WriteCause(out,
-                   "the host has not given it to the connector, or to one whose log this is not",
-                   "look whether the server has sent it, and into older logs");
+        WriteCause(out, "the host has not given it to the connector, or in another log",
+                   "look into older logs, and whether the server has sent it");
     }
+    WriteNames(out, story);
 }
 
 Json ToJson(const Place& place) {
@@ -113,9 +141,13 @@ Json List(const std::vector<Found>& found, Make make) {
 }  // namespace
 
 void WriteStory(std::ostream& out, const Story& story) {
+    if (story.lines == 0) {
+        WriteNothingRead(out, story);
+        return;
+    }
     WriteHead(out, story);
     if (!story.outages.empty()) {
-        out << "\nOutages\n";
+        out << "\nOutages and reconnections\n";
         for (const Outage& outage : story.outages) {
             WriteOutage(out, outage);
         }
@@ -140,8 +172,9 @@ Story OnlyTask(const Story& story, const std::string& identifier) {
     only.tasks.clear();
     std::copy_if(story.tasks.begin(), story.tasks.end(), std::back_inserter(only.tasks),
                  [&](const TaskStory& task) {
-                     return std::find(task.identifiers.begin(), task.identifiers.end(),
-                                      identifier) != task.identifiers.end();
+                     return std::any_of(
+                         task.identifiers.begin(), task.identifiers.end(),
+                         [&](const std::string& one) { return one.rfind(identifier, 0) == 0; });
                  });
     return only;
 }

@@ -12,7 +12,8 @@ namespace Kyr::Probe {
 
 void WriteStory(std::ostream& out, const Story& story);
 
-/// The tasks of which one identifier is that one; the other ones of the story are left out.
+/// The tasks of which one identifier is that one, or begins so; the other ones of the story are
+/// left out.
 Story OnlyTask(const Story& story, const std::string& identifier);
 
 /// Why the tasks with that identifier are not done, or why there is none.

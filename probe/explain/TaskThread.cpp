@@ -213,9 +213,12 @@ void CTaskThread::LeaveOpen(const std::string& why) {
     if (asked_ && tasks_.At(asked_->task).state == TaskState::kAsked) {
         TaskStory& task = tasks_.At(asked_->task);
         task.cause = "nothing in the log says that the product has answered: " +
-                     (why.empty() ? "it hangs, or the log ends here" : why);
-        task.next = why.empty() ? "`ovprobe ping`: a product that hangs does not answer"
-                                : "look whether the product has an outcome of it";
+                     (why.empty() ? "it hangs at this request, or the host has ended" : why);
+        task.next = why.empty()
+                        ? "see whether the host still runs; if it does, restart the product: the "
+                          "connector waits for this answer without end, also while pings are "
+                          "answered"
+                        : "look whether the product has an outcome of it";
     }
     if (failed_ && failed_->asked) {
         TaskStory& task = tasks_.At(failed_->asked->task);

@@ -25,6 +25,10 @@ bool IsExpected(Connectors::Common::Kelcomm::Native::NativeLibrary library);
 /// Where the names of ports and area are looked for, for people. Empty: in the system's own name
 /// space.
 std::string PlaceOfNames();
+/// Whether it is yet to be made, or another one was meant.
+bool IsPlaceMissing();
+/// Where the product's value "build" stands, for people.
+std::string PlaceOfBuild();
 /// Why nobody can use that place; empty when it can be used, or is yet to be made.
 std::string PlaceProblem();
 

@@ -1,4 +1,5 @@
 #include <fcntl.h>
+#include <filesystem>
 #include <fstream>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -25,6 +26,15 @@ bool IsExpected(Native::NativeLibrary library) {
 
 std::string PlaceOfNames() {
     return PortLayer::PlaceOfNames();
+}
+
+bool IsPlaceMissing() {
+    std::error_code isUnknown;
+    return !std::filesystem::exists(PlaceOfNames(), isUnknown) && !isUnknown;
+}
+
+std::string PlaceOfBuild() {
+    return PlaceOfNames() + "/ovanta-agent-build";
 }
 
 std::string PlaceProblem() {

@@ -39,6 +39,14 @@ std::string PlaceOfNames() {
     return {};
 }
 
+bool IsPlaceMissing() {
+    return false;
+}
+
+std::string PlaceOfBuild() {
+    return "HKEY_LOCAL_MACHINE\\SOFTWARE\\TULK\\Ovanta\\Agent\\CurrentVersion\\Info";
+}
+
 std::string PlaceProblem() {
     return {};
 }

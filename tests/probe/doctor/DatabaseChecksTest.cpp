@@ -69,7 +69,8 @@ TEST_F(DatabaseChecksTest, TextWithLinesOfKeysAndValuesIsRead) {
                     "bytes)",
                     "fine position of actions: none is stored: they begin at 0",
                     "fine collection of records: switched on, with a server",
-                    "fine remediation actions: switched off: OV_REMEDIATION_ENABLED is not set"));
+                    "fine remediation actions: not collected: the key OV_REMEDIATION_ENABLED is "
+                    "not set; tasks do not need it"));
     EXPECT_EQ(stored_.actionsEnabled, false);
 }
 

@@ -117,6 +117,43 @@ TEST_F(LogChecksTest, LinesOfOthersArePassedOver) {
     EXPECT_THAT(Lines(), Contains("doubtful log: the product has refused the policy"));
 }
 
+TEST_F(LogChecksTest, RequestThatWasNotAnsweredForLongIsWrong) {
+    Write("Sending kill process by pid request to product", 69);
+    Write("XML request: <x />", 70);
+    EXPECT_THAT(Lines(),
+                Contains("wrong unanswered request: kill a process, asked 30 s ago: nothing "
+                         "in the log says that the product has answered: it hangs at this "
+                         "request, or the host has ended"));
+}
+
+TEST_F(LogChecksTest, RequestOfAMomentAgoIsNothing) {
+    Write("Sending kill process by pid request to product", 70);
+    Write("XML request: <x />", 71);
+    EXPECT_THAT(Lines(), Contains("fine log problems: none at its end"));
+    EXPECT_THAT(Lines(), testing::Each(StartsWith("fine ")));
+}
+
+TEST_F(LogChecksTest, UnansweredRequestOfUnknownAgeIsDoubtful) {
+    WriteRaw(
+        "COvAgentConnectorModule: Sending kill process by pid request to product\n"
+        "COvAgentConnectorModule: XML request: <x />\n");
+    EXPECT_THAT(Lines(), Contains(StartsWith("doubtful unanswered request: kill a process: ")));
+}
+
+TEST_F(LogChecksTest, TaskThatNobodyTriesAgainIsWrong) {
+    Write("Connected to product, processing tasks");
+    Write(
+        "Message task was canceled because product is not available, message was: "
+        "KillProcessByPid");
+    EXPECT_THAT(Lines(), Contains(StartsWith("wrong task: kill a process: given up")));
+}
+
+TEST_F(LogChecksTest, EmptyLogIsCalledSo) {
+    WriteRaw("");
+    EXPECT_THAT(Lines(), ElementsAre("doubtful host's log: it is empty: the connector has written "
+                                     "nothing"));
+}
+
 TEST_F(LogChecksTest, FileOfOthersIsDoubtful) {
     WriteRaw("one\ntwo\n");
     EXPECT_THAT(Lines(), ElementsAre("doubtful host's log: none of its 2 lines is a host's"));

@@ -24,10 +24,25 @@ class HealthyEndpoint(EndpointTest):
         host.wait_for("Connected to product")
         self.assertEqual({check[0] for check in self.doctor("--database", self.database, "--log", self.log)}, {"fine"})
 
-    def test_last_change_of_the_area_is_said_to_be_in_a_log(self):
+    def test_what_of_the_host_was_not_looked_at_is_said(self):
         self.start_product()
-        self.assertIn(("fine", "last change of the area",
-                       "not known: the area has no times; with --log a host's log tells", None), self.doctor())
+        hint = "looked at: --log and --database, which are its log and its database, tell more."
+        self.write_log("Connected to product, processing tasks")
+        self.assertEqual(self.ask("doctor")["notes"][-1], f"The host was not {hint}")
+        self.assertEqual(self.ask("doctor", "--log", self.log)["notes"][-1], f"The host was not wholly {hint}")
+        self.store(XDR_OFFSET="0")
+        self.assertNotIn(hint, self.ask("doctor", "--log", self.log, "--database", self.database)["notes"][-1])
+
+    def test_of_several_findings_the_first_is_named_as_the_beginning(self):
+        self.run_directory.mkdir(mode=0o700)
+        (self.run_directory / BUILD).write_text("56x0")
+        answer = self.ask("doctor")
+        self.assertIn('Begin with "registration": what follows may follow from it.', answer["notes"])
+        repair = [row["next"] for row in answer["rows"] if row["check"] == "registration"]
+        self.assertIn(str(self.run_directory / BUILD), repair[0])
+
+    def test_run_directory_that_is_not_there_is_doubtful(self):
+        self.assert_names(self.doctor(), "doubtful", "run directory", f"{self.run_directory} is not there")
 
     def test_exit_codes_tell_nothing_found_something_found_and_not_reached(self):
         self.assertEqual(self.probe("doctor").returncode, 3)

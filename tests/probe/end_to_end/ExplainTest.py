@@ -40,7 +40,7 @@ class RealLife(EndpointTest):
     def test_task_that_was_given_up_says_why(self):
         code, text = self.explain("--task", HostLife.GIVEN_UP[0], self.life.log)
         self.assertEqual(code, 1, text)
-        self.assertRegex(text, r"(?s)^the product was never asked to do that task\n"
+        self.assertRegex(text, r"(?s)^no request to the product in this log has that identifier\n"
                                r".*not over at the end of the log\n"
                                r".*it may be one of those that the log does not name:\n"
                                r"  kill a process: given up\n"
@@ -56,7 +56,7 @@ class RealLife(EndpointTest):
         code, text = self.explain(self.life.log)
         self.assertEqual(code, 1, text)
         self.assertEqual(text.count("connected at "), 1)
-        outages = text.partition("\nOutages\n")[2].partition("\nTasks\n")[0]
+        outages = text.partition("\nOutages and reconnections\n")[2].partition("\nTasks\n")[0]
         self.assertRegex(outages, r"^  \d\d:\d\d:\d\d\.\d{3} \(/\S+/host\.log:9\), \d attempts, not over at the end of the log\n"
                                   r"      why:  no exchange with the product, code [14]: the port")
         self.assertEqual(text.count(": given up\n"), 1)
@@ -66,7 +66,7 @@ class RealLife(EndpointTest):
 
     def test_doctor_tells_what_is_open_at_the_end_of_the_log(self):
         checks = self.doctor("--log", self.life.log)
-        self.assert_names(checks, "doubtful", "log", "kill a process: given up: the product could not be reached")
+        self.assert_names(checks, "wrong", "task", "kill a process: given up: the product could not be reached")
 
 
 if __name__ == "__main__":

@@ -92,6 +92,48 @@ TEST(StoryTextTest, JsonTellsWhatTheTextTells) {
     EXPECT_EQ(json["connected"][0]["where"], "host.log:2");
 }
 
+TEST(StoryTextTest, EmptyLogIsCalledSo) {
+    const Story story = CLoggedLife().Told();
+    const std::string nothing =
+        "the log is empty\n"
+        "      why:  the connector was not loaded, could not start, or writes into another log\n"
+        "      next: `ovprobe doctor` looks at the endpoint itself\n";
+    EXPECT_EQ(Why(story, kFirst), nothing);
+    EXPECT_EQ(InText(story), nothing);
+}
+
+TEST(StoryTextTest, LogOfOthersHasNoLineOfTheConnector) {
+    EXPECT_THAT(InText(CLoggedLife().AddLine("nobody's").Told()),
+                testing::StartsWith("the log has no line of the connector\n"));
+}
+
+TEST(StoryTextTest, BeginningOfAnIdentifierIsEnough) {
+    const Story story = CLoggedLife().Connected().Kill().Told();
+    EXPECT_EQ(OnlyTask(story, "2222").tasks.size(), 1u);
+    EXPECT_EQ(OnlyTask(story, "2223").tasks.size(), 0u);
+    EXPECT_EQ(OnlyTask(story, std::string(kThird) + "3").tasks.size(), 0u);
+}
+
+TEST(StoryTextTest, UnknownIdentifierIsToldWithThoseThatThereAre) {
+    EXPECT_EQ(Why(CLoggedLife().Connected().Kill().Told(), "99999999-9999-9999-9999-999999999999"),
+              "no request to the product in this log has that identifier\n"
+              "      why:  the host has not given it to the connector, or in another log\n"
+              "      next: look into older logs, and whether the server has sent it\n"
+              "the log has\n"
+              "  11111111-1111-1111-1111-111111111111;22222222-2222-2222-2222-222222222222;"
+              "33333333-3333-3333-3333-333333333333\n");
+}
+
+TEST(StoryTextTest, OneAttemptIsNotSeveral) {
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Add(4, kPingFailed)
+                            .Reconnecting()
+                            .Add(2, "Connected to product, processing tasks")
+                            .Told();
+    EXPECT_THAT(InText(story), HasSubstr(", 1 attempt, "));
+}
+
 TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
     const Story story = CLoggedLife()
                             .Add(2, "Connecting to product")
@@ -101,7 +143,7 @@ TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
                                  "message was: KillProcessByPid")
                             .Told();
     EXPECT_EQ(Why(story, kFirst),
-              "the product was never asked to do that task\n"
+              "no request to the product in this log has that identifier\n"
               "  12:00:00.000 (host.log:1), 0 attempts, not over at the end of the log\n"
               "      why:  the product could not be reached until the host stopped the connector\n"
               "      next: start the product, or look why it has ended; `ovprobe doctor` tells "

@@ -32,7 +32,7 @@ TEST(TaskThreadTest, HungProductIsNamed) {
     const Story story =
         CLoggedLife().Connected().Kill().Wait(3).Add(2, "Received broadcast 2").Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kAsked);
-    EXPECT_THAT(Why(story, kSecond), HasSubstr("it hangs, or the log ends here"));
+    EXPECT_THAT(Why(story, kSecond), HasSubstr("it hangs at this request, or the host has ended"));
     EXPECT_FALSE(story.IsFine());
 }
 
