@@ -31,7 +31,7 @@ endfunction()
 # differ within a target that is united, and one that hides another is not always an error. Sources of Windows stay alone,
 # since <windows.h> renames what others call.
 function(kyr_unite name)
-    if(KYR_UNITE AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${CMAKE_SOURCE_DIR}/(lab|tests|bench)/")
+    if(KYR_UNITE AND CMAKE_CURRENT_SOURCE_DIR MATCHES "^${CMAKE_SOURCE_DIR}/((lab|tests|bench)/|probe$)")
         set_target_properties(${name} PROPERTIES UNITY_BUILD ON UNITY_BUILD_BATCH_SIZE 8)
         get_target_property(sources ${name} SOURCES)
         list(FILTER sources INCLUDE REGEX "Windows[A-Za-z]*\\.cpp$")

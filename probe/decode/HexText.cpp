@@ -15,7 +15,7 @@ namespace {
 // What repeated rows may make of a short text.
 constexpr std::size_t kMostBytes = std::size_t{64} << 20U;
 constexpr std::size_t kHalfRow = 8;  // behind so many bytes some dumps have a gap
-constexpr char kDigits[] = "0123456789abcdefABCDEF";
+constexpr char kHexDigits[] = "0123456789abcdefABCDEF";
 constexpr char kBlanks[] = " \t";
 
 /// What a line of a dump has in front of its bytes.
@@ -26,7 +26,7 @@ struct Offset {
 };
 
 std::size_t CountDigits(std::string_view text) {
-    return std::min(text.find_first_not_of(kDigits), text.size());
+    return std::min(text.find_first_not_of(kHexDigits), text.size());
 }
 
 std::optional<std::uint64_t> Number(std::string_view digits, int base) {

@@ -16,7 +16,7 @@ namespace {
 
 constexpr std::uint32_t kMutexAccess = 0x100001;  // SYNCHRONIZE and MUTANT_QUERY_STATE
 constexpr std::uint32_t kReadAccess = 4;
-constexpr std::size_t kMostBytes = std::size_t{16} << 20;  // our own limit
+constexpr std::size_t kMostOfAnArea = std::size_t{16} << 20;  // our own limit
 
 MutexState StateOf(std::uint32_t wait) {
     switch (wait) {
@@ -46,7 +46,7 @@ void ReadSection(const Native::NativeFunctions& native, AreaSnapshot& snapshot) 
     NtApi::MemoryBasicInformation pages{};
     if (view && native.VirtualQuery(view.Get(), &pages, sizeof pages) != 0) {
         snapshot.image.assign(static_cast<const char*>(view.Get()),
-                              std::min(pages.RegionSize, kMostBytes));
+                              std::min(pages.RegionSize, kMostOfAnArea));
     }
 }
 

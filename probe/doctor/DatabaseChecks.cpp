@@ -14,9 +14,9 @@ namespace Kyr::Probe {
 
 namespace {
 
-constexpr char kIndicators[] = "XDR_OFFSET";
-constexpr char kTelemetry[] = "XDR_TELEMETRY_OFFSET";
-constexpr char kActions[] = "OV_REMEDIATION_OFFSET";
+constexpr char kIndicatorsKey[] = "XDR_OFFSET";
+constexpr char kTelemetryKey[] = "XDR_TELEMETRY_OFFSET";
+constexpr char kActionsKey[] = "OV_REMEDIATION_OFFSET";
 constexpr char kEnabled[] = "XDR_ENABLED";
 constexpr char kServer[] = "XDR_HOST";
 constexpr char kRemediation[] = "OV_REMEDIATION_ENABLED";
@@ -84,8 +84,8 @@ bool CheckRemediation(const IKeyValues& values, Checks& checks) {
 }
 
 bool HasAnyKey(const IKeyValues& values) {
-    constexpr const char* kAll[] = {kIndicators, kTelemetry, kActions,
-                                    kEnabled,    kServer,    kRemediation};
+    constexpr const char* kAll[] = {kIndicatorsKey, kTelemetryKey, kActionsKey,
+                                    kEnabled,       kServer,       kRemediation};
     return std::any_of(std::begin(kAll), std::end(kAll),
                        [&](const char* key) { return values.Find(key).has_value(); });
 }
@@ -100,9 +100,9 @@ StoredValues CheckDatabase(const std::string& path, Checks& checks) {
             throw std::runtime_error("a text of keys, and none of them is the connector's");
         }
         checks.push_back({Verdict::kFine, "host's database", "can be read", ""});
-        stored.indicators = CheckPosition(*values, kIndicators, "indicators", checks);
-        stored.telemetry = CheckPosition(*values, kTelemetry, "telemetry", checks);
-        stored.actions = CheckPosition(*values, kActions, "actions", checks);
+        stored.indicators = CheckPosition(*values, kIndicatorsKey, "indicators", checks);
+        stored.telemetry = CheckPosition(*values, kTelemetryKey, "telemetry", checks);
+        stored.actions = CheckPosition(*values, kActionsKey, "actions", checks);
         CheckCollection(*values, checks);
         stored.actionsEnabled = CheckRemediation(*values, checks);
     } catch (const std::exception& problem) {

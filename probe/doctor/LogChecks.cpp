@@ -11,7 +11,7 @@ namespace Kyr::Probe {
 
 namespace {
 
-constexpr std::streamoff kMostBytes = std::streamoff{4} << 20;  // of its end
+constexpr std::streamoff kMostOfALog = std::streamoff{4} << 20;  // of its end
 // Of the product, which answers in milliseconds and is asked one thing at a time.
 constexpr std::uint64_t kLongForARequest = 30;
 
@@ -79,7 +79,7 @@ void CheckProblems(const Story& story, Checks& checks) {
 void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& checks) {
     HostLog log;
     try {
-        ReadHostLogEnd(path, kMostBytes, log);
+        ReadHostLogEnd(path, kMostOfALog, log);
     } catch (const std::exception& problem) {
         checks.push_back({Verdict::kWrong, "host's log", problem.what(),
                           "is it the host's log, and may you read it?"});

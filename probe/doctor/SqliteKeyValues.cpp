@@ -25,7 +25,7 @@ struct Finalize {
 };
 using Statement = std::unique_ptr<sqlite3_stmt, Finalize>;
 
-void Check(bool good, sqlite3* handle) {
+void Demand(bool good, sqlite3* handle) {
     if (!good) {
         throw std::runtime_error(handle == nullptr ? "no memory" : sqlite3_errmsg(handle));
     }
@@ -33,11 +33,11 @@ void Check(bool good, sqlite3* handle) {
 
 Statement Prepare(sqlite3* handle, const char* text) {
     sqlite3_stmt* statement = nullptr;
-    Check(sqlite3_prepare_v2(handle, text, -1, &statement, nullptr) == SQLITE_OK, handle);
+    Demand(sqlite3_prepare_v2(handle, text, -1, &statement, nullptr) == SQLITE_OK, handle);
     return Statement(statement);
 }
 
-std::string Column(sqlite3_stmt* statement) {
+std::string FirstColumn(sqlite3_stmt* statement) {
     const void* const bytes = sqlite3_column_blob(statement, 0);
     const int size = sqlite3_column_bytes(statement, 0);
     return bytes == nullptr
@@ -50,9 +50,9 @@ std::vector<std::string> Names(sqlite3* handle, const char* select) {
     std::vector<std::string> names;
     int result = sqlite3_step(statement.get());
     for (; result == SQLITE_ROW; result = sqlite3_step(statement.get())) {
-        names.push_back(Column(statement.get()));
+        names.push_back(FirstColumn(statement.get()));
     }
-    Check(result == SQLITE_DONE, handle);
+    Demand(result == SQLITE_DONE, handle);
     return names;
 }
 
@@ -99,7 +99,7 @@ CSqliteKeyValues::CSqliteKeyValues(const std::string& path) {
     sqlite3* handle = nullptr;
     const int result = sqlite3_open_v2(path.c_str(), &handle, SQLITE_OPEN_READONLY, nullptr);
     handle_.reset(handle);
-    Check(result == SQLITE_OK, handle);
+    Demand(result == SQLITE_OK, handle);
     sqlite3_busy_timeout(handle, kPatienceMilliseconds);
     CheckForm(handle);
 }
@@ -112,8 +112,8 @@ std::optional<std::string> CSqliteKeyValues::Find(const std::string& key) const 
     if (result == SQLITE_DONE) {
         return std::nullopt;
     }
-    Check(result == SQLITE_ROW, handle_.get());
-    return Column(statement.get());
+    Demand(result == SQLITE_ROW, handle_.get());
+    return FirstColumn(statement.get());
 }
 
 }  // namespace Kyr::Probe
