@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <exception>
+#include <vector>
 #include <string>
 
 #include "connector/tasks/PolicyBlob.h"
@@ -104,13 +105,21 @@ void DecodePolicy(CFieldReader& reader) {
 
 void DecodeSymbols(CFieldReader& reader) {
     const auto count = reader.U32("number of symbols");
-    for (std::uint32_t i = 0; count && i < *count && reader.IsGood(); ++i) {
-        reader.U32("symbol");
+    // The numbers of all symbols come first, their values behind the last of them.
+    std::vector<std::uint32_t> symbols;
+    while (count && symbols.size() < *count) {
+        const auto symbol = reader.U32("symbol");
+        if (!symbol) {
+            return;
+        }
+        symbols.push_back(*symbol);
+    }
+    for (const std::uint32_t symbol : symbols) {
         const auto tag = reader.U32("kind");
         if (!tag) {
             return;
         }
-        reader.Explain(NameOf(Tag{*tag}));
+        reader.Explain(NameOf(Tag{*tag}) + (", of symbol " + std::to_string(symbol)));
         if (!DecodeValue(reader, Tag{*tag})) {
             return;
         }
