@@ -5,6 +5,8 @@
 #include <exception>
 #include <iterator>
 
+#include <boost/locale/encoding_utf.hpp>
+
 #include "base/LittleEndian.h"
 #include "kelcomm/client/PayloadHeader.h"
 #include "kelcomm/messages/CommandHeader.h"
@@ -76,19 +78,22 @@ void DecodeIdentity(CFieldReader& reader) {
     }
 }
 
-/// UTF-16 as the text of a task status has it, in UTF-8; units without a partner become "?".
-std::string FromUtf16(std::string_view units) {
-    std::string text;
-    for (std::size_t at = 0; at + 1 < units.size(); at += 2) {
-        const auto unit = Base::LoadLittleEndian<std::uint16_t>(
-            reinterpret_cast<const std::uint8_t*>(units.data() + at));
-        text += unit < 0x80 ? static_cast<char>(unit) : '?';
+/// The UTF-16 units of `bytes` up to a zero; an odd last byte is none.
+std::u16string TakeUnits(std::string_view bytes) {
+    std::u16string units;
+    for (std::size_t at = 0; at + 1 < bytes.size(); at += 2) {
+        const char16_t unit = Base::LoadLittleEndian<std::uint16_t>(bytes.data() + at);
+        if (unit == 0) {
+            break;
+        }
+        units.push_back(unit);
     }
-    return text;
+    return units;
 }
 
 void DecodeTaskStatus(CFieldReader& reader) {
     const std::size_t begin = reader.At();
+    const std::string_view record = reader.Rest();
     reader.U32("not read");
     if (const auto status = reader.U32("status")) {
         reader.Explain(*status <= 1 ? "success" : "failure");
@@ -97,19 +102,14 @@ void DecodeTaskStatus(CFieldReader& reader) {
     if (!place) {
         return;
     }
-    const std::string_view rest = reader.Rest();
-    const std::size_t behind = reader.At() - begin;
-    if (*place < behind || *place - behind > rest.size()) {
+    if (*place > record.size()) {
         reader.Blame("outside of the record: the user data are empty");
         return;
     }
-    std::string_view units = rest.substr(*place - behind);
-    std::size_t length = 0;
-    while (length + 1 < units.size() && (units[length] != 0 || units[length + 1] != 0)) {
-        length += 2;
-    }
-    const std::string text = FromUtf16(units.substr(0, length));
-    reader.Note(begin + *place, length, "user data", QuotedText(text));
+    // As the connector reads them, which leaves out what has no partner.
+    const std::u16string units = TakeUnits(record.substr(*place));
+    const std::string text = boost::locale::conv::utf_to_utf<char>(units);
+    reader.Note(begin + *place, 2 * units.size(), "user data", QuotedText(text));
     const auto parts = 1 + std::count_if(text.begin(), text.end(), [](char one) {
                            return one == ';' || one == ',' || one == ' ';
                        });
@@ -222,8 +222,9 @@ void DecodeReply(CFieldReader& reader, std::optional<std::uint32_t> command) {
         reader.Blame("only " + std::to_string(reader.Remaining()) + " bytes are there");
     }
     const CommandRow* const row = command ? FindRow(*command) : nullptr;
-    // A task status has a fixed layout, which the connector reads whatever length is told.
-    if (row == nullptr || row->command != Command::GetTaskStatus) {
+    // A task status has a fixed layout, which the connector reads whatever length is told; only by
+    // a length of 0 no outcome is there.
+    if (row == nullptr || row->command != Command::GetTaskStatus || *length == 0) {
         reader.EndAfter(*length);
     }
     if (row != nullptr && reader.Remaining() != 0) {
