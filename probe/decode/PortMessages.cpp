@@ -32,11 +32,6 @@ void SkipPadding(CFieldReader& reader) {
     }
 }
 
-struct Head {
-    std::uint16_t dataLength = 0;
-    std::uint16_t dataInfo = 0;
-};
-
 const char* KindOf(std::uint16_t type) {
     switch (type & NtApi::kMessageKindMask) {
         case 0:
@@ -62,11 +57,10 @@ const char* KindOf(std::uint16_t type) {
     }
 }
 
-/// The header of the system.
+/// The header of the system; gives the place of the data entries, 0 for none.
 template <typename Word>
-Head DecodeHead(CFieldReader& reader) {
+std::uint16_t DecodeHead(CFieldReader& reader) {
     constexpr std::size_t kSize = NtApi::PortMessageLayout<Word>::kHeaderSize;
-    Head head;
     const auto dataLength = reader.U16("length of the data");
     const auto totalLength = reader.U16("length of the message");
     if (totalLength && *totalLength != *dataLength + kSize) {
@@ -78,14 +72,13 @@ Head DecodeHead(CFieldReader& reader) {
             reader.Explain("to be sent back");
         }
     }
-    head.dataLength = dataLength.value_or(0);
-    head.dataInfo = reader.U16("place of the data entries").value_or(0);
+    const auto dataInfo = reader.U16("place of the data entries");
     TakeWord<Word>(reader, "process");
     TakeWord<Word>(reader, "thread");
     reader.U32("message");
     SkipPadding<Word>(reader);
     TakeWord<Word>(reader, "size of the view");
-    return head;
+    return dataInfo.value_or(0);
 }
 
 std::optional<std::uint32_t> DecodeCommand(CFieldReader& reader) {
@@ -118,6 +111,10 @@ void DecodeAnswer(CFieldReader& reader, std::optional<std::uint32_t> command) {
         reader.Explain("elsewhere: in a view, or written into the buffer of who asked");
         return;
     }
+    if (*length > reader.Remaining()) {
+        reader.Blame("only " + std::to_string(reader.Remaining()) + " bytes are there");
+    }
+    reader.EndAfter(*length);
     DecodeReply(reader, command);
 }
 
@@ -136,14 +133,18 @@ void DecodeAlpcRequest(CFieldReader& reader) {
     reader.U32("the reply may grow");
     const auto length = reader.U32("length of the request");
     reader.U32("capacity of the reply");
-    if (length && *length > Kelcomm::Alpc::kMaxInlinePayload) {
+    if (!length || !reader.IsGood()) {
+        return;
+    }
+    if (*length > Kelcomm::Alpc::kMaxInlinePayload) {
         reader.Note(reader.At(), 0, "payload", "elsewhere: in the view that goes with the message");
         reader.ExpectEnd();
         return;
     }
-    if (length && *length != reader.Remaining()) {
-        reader.Blame("the message holds " + std::to_string(reader.Remaining()) +
-                     " bytes of a request of " + std::to_string(*length));
+    if (*length != reader.Remaining()) {
+        reader.Note(reader.At(), reader.Remaining(), "payload", BytesText(reader.Rest()),
+                    "must be " + std::to_string(*length) + " bytes, are " +
+                        std::to_string(reader.Remaining()));
         return;
     }
     DecodeInside(reader, command);
@@ -169,18 +170,22 @@ void DecodeAlpcConnection(CFieldReader& reader) {
 
 template <typename Word>
 void DecodeLpcRequest(CFieldReader& reader) {
-    const Head head = DecodeHead<Word>(reader);
+    const std::size_t dataInfo = DecodeHead<Word>(reader);
     const auto command = DecodeCommand(reader);
     if (const auto flags = reader.U32("flags")) {
         reader.Explain((*flags & 1) != 0 ? "no reply is wanted" : "a reply is wanted");
     }
     reader.U32("capacity of the reply");
-    if (head.dataInfo == 0) {
+    if (!reader.IsGood()) {
+        return;
+    }
+    if (dataInfo == 0) {
         DecodeInside(reader, command);
         return;
     }
-    if (head.dataInfo != reader.At()) {
-        reader.Blame("data entries stand at " + std::to_string(head.dataInfo));
+    if (dataInfo != reader.At()) {
+        reader.Note(dataInfo, 0, "data entries", "",
+                    "must stand at " + std::to_string(reader.At()));
         return;
     }
     reader.Expect32("data entries", 2);
