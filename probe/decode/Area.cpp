@@ -104,14 +104,16 @@ class CArea {
             layout_.fields.back().value += ", the server plug-in";
         }
         const auto size = Data(entry + Broadcast::kUserDataSize, "size of its block");
+        const bool isTooSmall = isServer && size && *size < Broadcast::kServerBlockSize;
+        if (isTooSmall) {
+            layout_.fields.back().wrong = "too small for value 10";
+        }
         const auto place = Data(entry + Broadcast::kUserDataOffset, "place of its block");
         const auto stamp = Data(entry + Broadcast::kUserDataTimestamp, "time stamp of its block");
         if (!size || !place || !stamp) {
             return false;
         }
-        if (isServer && *size < Broadcast::kServerBlockSize) {
-            layout_.fields.back().wrong = "its block is too small for value 10";
-        } else if (isServer) {
+        if (isServer && !isTooSmall) {
             Data(*place + Broadcast::kServerValue, "value 10");
         }
         return true;
