@@ -2,11 +2,15 @@
 
 #include <sstream>
 
+#include <boost/locale/utf.hpp>
+
 #include "base/LittleEndian.h"
 
 namespace Kyr::Probe {
 
 namespace {
+
+namespace Utf = boost::locale::utf;
 
 constexpr std::size_t kShownBytes = 32;
 constexpr std::size_t kShownText = 200;
@@ -19,25 +23,6 @@ std::string HexByte(char byte) {
 
 std::string Rest(std::size_t all, std::size_t shown) {
     return all > shown ? "... (" + std::to_string(all) + " bytes)" : "";
-}
-
-/// How many bytes the character at the front of `text` has; 0 when it is no UTF-8.
-std::size_t CharacterLength(std::string_view text) {
-    const auto first = static_cast<unsigned char>(text.front());
-    const std::size_t length = first < 0x80                    ? 1
-                               : first >= 0xC2 && first < 0xE0 ? 2
-                               : first >= 0xE0 && first < 0xF0 ? 3
-                               : first >= 0xF0 && first < 0xF5 ? 4
-                                                               : 0;
-    if (length > text.size()) {
-        return 0;
-    }
-    for (std::size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
 }
 
 }  // namespace
@@ -64,15 +49,15 @@ namespace {
 /// The character at the front of `text`, as it may be shown; how many bytes it has is added to
 /// `at`.
 std::string ShownCharacter(std::string_view text, std::string_view escaped, std::size_t& at) {
-    const std::size_t length = CharacterLength(text);
-    const auto byte = static_cast<unsigned char>(text.front());
-    const bool isControl =
-        byte < 0x20 || byte == 0x7F ||
-        (byte == 0xC2 && length == 2 && static_cast<unsigned char>(text[1]) < 0xA0);
-    if (length == 0 || isControl || escaped.find(text.front()) != std::string_view::npos) {
+    const char* end = text.data();
+    const auto character = Utf::utf_traits<char>::decode(end, text.data() + text.size());
+    const bool isControl = character < 0x20 || (character >= 0x7F && character < 0xA0);
+    if (!Utf::is_valid_codepoint(character) || isControl ||
+        escaped.find(text.front()) != std::string_view::npos) {
         ++at;
         return "\\x" + HexByte(text.front());
     }
+    const auto length = static_cast<std::size_t>(end - text.data());
     at += length;
     return std::string(text.substr(0, length));
 }
