@@ -106,21 +106,19 @@ std::optional<std::uint64_t> CFieldReader::U64(const std::string& name) {
     return Number<std::uint64_t>(name);
 }
 
-bool CFieldReader::Expect32(const std::string& name, std::uint32_t expected) {
+void CFieldReader::Expect32(const std::string& name, std::uint32_t expected) {
     const auto number = U32(name);
     if (number && *number != expected) {
         Blame("must be " + NumberText(expected));
     }
-    return number == expected;
 }
 
-std::optional<std::string_view> CFieldReader::Bytes(const std::string& name, std::uint64_t length) {
+void CFieldReader::Bytes(const std::string& name, std::uint64_t length) {
     const std::size_t offset = at_;
     const auto bytes = Take(name, length);
     if (bytes) {
         Note(offset, bytes->size(), name, BytesText(*bytes));
     }
-    return bytes;
 }
 
 std::optional<std::string_view> CFieldReader::Take(const std::string& name, std::uint64_t length) {

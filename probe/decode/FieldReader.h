@@ -37,9 +37,9 @@ class CFieldReader {
     std::optional<std::uint32_t> U32(const std::string& name);
     std::optional<std::uint64_t> U64(const std::string& name);
     /// A number of which only one value is right.
-    bool Expect32(const std::string& name, std::uint32_t expected);
+    void Expect32(const std::string& name, std::uint32_t expected);
     /// The next `length` bytes, noted as bytes.
-    std::optional<std::string_view> Bytes(const std::string& name, std::uint64_t length);
+    void Bytes(const std::string& name, std::uint64_t length);
     /// The next `length` bytes, which are not noted: the caller does.
     std::optional<std::string_view> Take(const std::string& name, std::uint64_t length);
     std::string_view Rest() const { return bytes_.substr(at_); }
