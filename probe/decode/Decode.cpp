@@ -46,11 +46,9 @@ constexpr KindRow kKinds[] = {
 };
 constexpr char kArea[] = "area";
 
+/// REQUIRES: it is there.
 std::uint32_t WordAt(std::string_view bytes, std::size_t place) {
-    return place + 4 > bytes.size()
-               ? 0
-               : Base::LoadLittleEndian<std::uint32_t>(
-                     reinterpret_cast<const std::uint8_t*>(bytes.data() + place));
+    return Base::LoadLittleEndian<std::uint32_t>(bytes.data() + place);
 }
 
 bool HasMagicAt(std::string_view bytes, std::size_t place) {
@@ -58,12 +56,12 @@ bool HasMagicAt(std::string_view bytes, std::size_t place) {
            bytes.substr(place, Kelcomm::kKelcommMagicSize) == Kelcomm::kKelcommMagic;
 }
 
-/// How long a header the lengths of a port message leave room for; 0 when they disagree.
-std::size_t PortHeader(std::string_view bytes) {
+/// Whether the lengths of a port message say that its header has `size` bytes.
+bool HasPortHeader(std::string_view bytes, std::size_t size) {
     const std::uint32_t lengths = WordAt(bytes, NtApi::kDataLengthOffset);
     const std::size_t data = lengths & 0xFFFF;
     const std::size_t whole = lengths >> 16;
-    return whole == bytes.size() && whole > data ? whole - data : 0;
+    return whole == bytes.size() && whole == data + size;
 }
 
 }  // namespace
@@ -77,18 +75,20 @@ std::vector<std::string> Kinds() {
 }
 
 std::optional<std::string> GuessKind(std::string_view bytes) {
+    if (bytes.size() < Kelcomm::kPayloadHeaderSize) {
+        return std::nullopt;
+    }
     if (HasMagicAt(bytes, Kelcomm::Broadcast::kMagicField)) {
         return kArea;
     }
-    if (PortHeader(bytes) == 24 && HasMagicAt(bytes, 24)) {
+    if (HasPortHeader(bytes, 24) && HasMagicAt(bytes, 24)) {
         return "alpc-connection";
     }
-    if (PortHeader(bytes) == 40) {
+    if (HasPortHeader(bytes, 40)) {
         return (WordAt(bytes, NtApi::kTypeOffset) & 0xFF) == NtApi::kLpcReply ? "lpc64-reply"
                                                                               : "lpc64-request";
     }
-    if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize &&
-        bytes.size() >= Kelcomm::kPayloadHeaderSize) {
+    if (WordAt(bytes, 0) == Kelcomm::kPayloadHeaderSize) {
         return WordAt(bytes, 4) == Kelcomm::Messages::kRequestMarker ? "request" : "reply";
     }
     return std::nullopt;

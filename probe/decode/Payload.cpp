@@ -58,7 +58,7 @@ void DecodeUnread(CFieldReader& reader) {
 }
 
 void DecodeIdentity(CFieldReader& reader) {
-    while (reader.IsGood() && reader.Remaining() != 0) {
+    while (reader.Remaining() != 0) {
         const auto tag = reader.U32("tag");
         if (tag) {
             reader.Explain(*tag == kClientIdTag  ? "kind of client"
@@ -181,7 +181,7 @@ std::optional<std::uint32_t> CommandOf(const std::string& text) {
             return static_cast<std::uint32_t>(row.command);
         }
     }
-    const bool hexadecimal = text.rfind("0x", 0) == 0;
+    const bool hexadecimal = text.compare(0, 2, "0x") == 0;
     const char* const begin = text.data() + (hexadecimal ? 2 : 0);
     const char* const end = text.data() + text.size();
     std::uint32_t number = 0;
