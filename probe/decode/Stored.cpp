@@ -1,9 +1,8 @@
 #include "probe/decode/Stored.h"
 
 #include <cstring>
-#include <exception>
-#include <vector>
 #include <string>
+#include <vector>
 
 #include "connector/tasks/PolicyBlob.h"
 #include "logs/SymbolTag.h"
@@ -91,15 +90,11 @@ void DecodePolicy(CFieldReader& reader) {
     const std::string blob(reader.Rest());
     DecodeProtobuf(reader, {{1, "length when inflated", ProtobufKind::kNumber},
                             {2, "compressed policy", ProtobufKind::kBytes}});
-    try {
-        const auto policy = Connectors::Common::Tasks::ReadPolicyBlob(blob);
-        if (policy.text) {
-            reader.Note(0, blob.size(), "policy", QuotedText(*policy.text), policy.damage);
-        } else {
-            reader.Note(0, blob.size(), "policy", "", "larger than the product is given");
-        }
-    } catch (const std::exception& problem) {
-        reader.Note(0, blob.size(), "policy", "", problem.what());
+    const auto policy = Connectors::Common::Tasks::ReadPolicyBlob(blob);
+    if (policy.text) {
+        reader.Note(0, blob.size(), "policy", QuotedText(*policy.text), policy.damage);
+    } else {
+        reader.Note(0, blob.size(), "policy", "", "larger than the product is given");
     }
 }
 
