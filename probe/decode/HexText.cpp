@@ -155,7 +155,7 @@ class CHexReader {
                 line.remove_prefix(1);
                 continue;
             }
-            const std::size_t digits = std::min<std::size_t>(CountDigits(line), 2);
+            const std::size_t digits = CountDigits(line);
             if (digits == 0) {
                 Refuse("no hexadecimal digit: " + Printable(line[0]));
             }
