@@ -51,9 +51,9 @@ std::uint32_t WordAt(std::string_view bytes, std::size_t place) {
     return Base::LoadLittleEndian<std::uint32_t>(bytes.data() + place);
 }
 
+/// REQUIRES: `place` is not behind the end.
 bool HasMagicAt(std::string_view bytes, std::size_t place) {
-    return bytes.size() >= place + Kelcomm::kKelcommMagicSize &&
-           bytes.substr(place, Kelcomm::kKelcommMagicSize) == Kelcomm::kKelcommMagic;
+    return bytes.substr(place, Kelcomm::kKelcommMagicSize) == Kelcomm::kKelcommMagic;
 }
 
 /// Whether the lengths of a port message say that its header has `size` bytes.

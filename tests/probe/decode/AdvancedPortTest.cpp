@@ -7,7 +7,6 @@ namespace {
 
 using testing::Contains;
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 // The ids and the size of the view, as a client sends them.
 constexpr char kZeros[] = " 00000000 00000000 00000000 00000000 ";
@@ -89,10 +88,15 @@ TEST(AdvancedPortTest, PayloadOfAnotherCommandIsShownAsBytes) {
 }
 
 TEST(AdvancedPortTest, LongPayloadIsElsewhere) {
-    EXPECT_THAT(AlpcRequest("1000 2800", "03000000 01000000 c8ff0000 00000000"),
-                Contains("40+0 payload: elsewhere: in the view that goes with the message"));
-    EXPECT_THAT(AlpcRequest("1100 2900", "03000000 01000000 c8ff0000 00000000 ff"),
-                Contains("40+1 behind the end: ff !nothing reads this"));
+    EXPECT_THAT(
+        AlpcRequest("1000 2800", "03000000 01000000 c8ff0000 00000000"),
+        ElementsAre("24+4 port command: 3, request", "28+4 the reply may grow: 1",
+                    "32+4 length of the request: 65480 (0xffc8)", "36+4 capacity of the reply: 0",
+                    "40+0 payload: elsewhere: in the view that goes with the message"));
+    EXPECT_THAT(Wrong(std::string("1100 2900 0000 0000") + kZeros +
+                          "03000000 01000000 c8ff0000 00000000 ff",
+                      "alpc-request"),
+                ElementsAre("behind the end: nothing reads this"));
 }
 
 TEST(AdvancedPortTest, ShortPayloadMustBeThere) {

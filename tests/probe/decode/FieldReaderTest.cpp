@@ -67,6 +67,10 @@ TEST(FieldReaderTest, WhatIsNoUtf8IsShownAsItsBytes) {
     EXPECT_EQ(HarmlessText("\xF5\x80\x80\x80"), "\\xf5\\x80\\x80\\x80");
 }
 
+TEST(FieldReaderTest, WhatIsBehindTheEndOfTheTextIsNoPartOfIt) {
+    EXPECT_EQ(HarmlessText(std::string_view("a\xC3\xA4", 2)), "a\\xc3");
+}
+
 TEST(FieldReaderTest, CharacterThatIsLongerThanItNeedBeIsNone) {
     EXPECT_EQ(HarmlessText("\xC0\x80 \xC1\xBF"), "\\xc0\\x80 \\xc1\\xbf");
     EXPECT_EQ(HarmlessText("\xE0\x9F\xBF"), "\\xe0\\x9f\\xbf");

@@ -6,7 +6,6 @@ namespace Kyr::Probe {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::uint32_t kXml = 2;
 constexpr std::uint32_t kImport = 0x6D;
