@@ -17,7 +17,7 @@ help:
 	@echo "make fuzz    run each libFuzzer target for a minute"
 	@echo "make fuzz-night run them for ten hours, and keep count"
 	@echo "make coverage which lines and branches of the library its suites run"
-	@echo "make mutants change the code in three thousand places, one at a time: does a test notice? An hour"
+	@echo "make mutants change the code in four thousand places, one at a time: does a test notice? An hour"
 	@echo "make proof-NAME try everything of one kind that can go wrong; names are the folders of proofs/"
 	@echo "make planted-faults plant faults of the library: does the judge of each find it? Half an hour"
 
