@@ -18,7 +18,6 @@ constexpr TaskName kTasks[] = {
     {"KillProcessByPid", "kill", "kill a process"},
     {"BlockExecutableByHash", "block", "block an executable"},
     {"RequestConfiguration", "export", "export the configuration"},
-    {"ApplyPolicy", "policy", "apply a policy"},
 };
 
 constexpr char kNoUuid[] = "(no UUID)";

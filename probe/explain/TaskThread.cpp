@@ -13,6 +13,7 @@ constexpr int kLongerThanALook = 11;
 constexpr int kSecondsOfADay = 86400;
 
 constexpr std::string_view kNameFollows = ", message was: ";
+constexpr std::string_view kPolicyMessage = "ApplyPolicy";  // it has no identifiers: no task
 
 }  // namespace
 
@@ -95,7 +96,8 @@ void CTaskThread::Reconnect(const Place& place) {
 
 void CTaskThread::GiveUp(const Recognised& line, const Place& place) {
     const bool hasName = line.rest.substr(0, kNameFollows.size()) == kNameFollows;
-    const std::string what = hasName ? TaskOfMessage(line.rest.substr(kNameFollows.size())) : "";
+    const std::string_view name = hasName ? line.rest.substr(kNameFollows.size()) : "";
+    const std::string what = TaskOfMessage(name);
     const bool never = line.kind == LineKind::kCancelledNotAvailable;
     const std::string cause =
         never ? line.cause
@@ -109,17 +111,19 @@ void CTaskThread::GiveUp(const Recognised& line, const Place& place) {
     if (failed_ && failed_->asked && tasks_.At(failed_->asked->task).what == what) {
         task = failed_->asked->task;
     } else if (!what.empty()) {
-        ResolveFailure();
+        ResolveFailure();  // it is told as that of the task
         const auto given = tasks_.FirstGiven(what);
         task = given ? *given : tasks_.AddNameless(what, place);
     }
     failed_.reset();
     if (!task) {
+        const bool isPolicy = name == kPolicyMessage;
         problems_.Add(place,
-                      (hasName ? "a request for status, outcomes or records was given up: "
-                               : "a task or a request was given up: ") +
-                          cause,
-                      next, Ending::kAskedAgain);
+                      std::string(isPolicy  ? "a policy"
+                                  : hasName ? "a request for status, outcomes or records"
+                                            : "a task or a request") +
+                          " was given up: " + cause,
+                      next, isPolicy ? Ending::kPolicy : Ending::kAskedAgain);
         return;
     }
     tasks_.At(*task).cause = cause;

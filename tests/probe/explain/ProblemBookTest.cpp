@@ -227,5 +227,30 @@ TEST(ProblemBookTest, NumbersOfAHostileLogMakeNoMoreThanAHundredProblems) {
     EXPECT_THAT(life.Told().problems, SizeIs(100));
 }
 
+TEST(ProblemBookTest, PolicyThatWasGivenUpIsOpenUntilOneIsTaken) {
+    CLoggedLife life;
+    life.Add(2, "Connecting to product")
+        .Add(4, "Product is not available, canceling tasks")
+        .Add(4,
+             "Message task was canceled because product is not available, message was: "
+             "ApplyPolicy")
+        .Connected();
+    EXPECT_THAT(OpenIn(life.Told()), ElementsAre(StartsWith("a policy was given up: ")));
+    EXPECT_THAT(OpenIn(life.Add(2, kPolicyTaken).Told()), IsEmpty());
+}
+
+TEST(ProblemBookTest, FailureOfATaskThatTheLogNamesLateIsToldWithTheTask) {
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Add(4, kRefused)
+                            .Reconnecting()
+                            .Add(4, kRefused)
+                            .Reconnecting()
+                            .Add(4, std::string(kRetriesExhausted) + "RequestConfiguration")
+                            .Told();
+    EXPECT_THAT(OpenIn(story), ElementsAre(StartsWith("export the configuration: given up: it "
+                                                      "failed twice; the last time: ")));
+}
+
 }  // namespace
 }  // namespace Kyr::Probe
