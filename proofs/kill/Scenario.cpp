@@ -43,6 +43,7 @@ const std::vector<Scenario>& AllScenarios() {
         {"stop", {7, 4, 4}, kSmall, 2, {"block"}, false, true, kStoppedAtWork},
         {"reconnect", {7, 4, 4}, kSmall, 2, {"block", "export"}, true, true, kProductGone},
         {"older-port", {5, 5, 5}, kLarge, 2, {"kill", "block", "export"}, true, false, kBoth},
+        {"older-port-again", {4, 4, 4}, kSmall, 2, {"block"}, true, false, kProductGone},
     };
     return scenarios;
 }

@@ -35,7 +35,7 @@ struct Scenario {
 /// How many records the product gives at once.
 constexpr std::uint64_t kBatch = 3;
 
-/// Twelve.
+/// Thirteen.
 const std::vector<Scenario>& AllScenarios();
 
 /// The record of that number, from 1.

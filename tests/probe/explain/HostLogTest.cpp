@@ -37,7 +37,7 @@ TEST(HostLogTest, FileThatIsNotThereIsAnError) {
     EXPECT_THROW(ReadHostLogFile(".", log), std::runtime_error);
 }
 
-class HostLogEndTest : public Test {
+class HostLogEndTest : public testing::Test {
   protected:
     HostLog EndOf(const std::string& bytes, std::streamoff most) const {
         std::ofstream(path_, std::ios::binary) << bytes;
