@@ -6,6 +6,7 @@
 #include <set>
 #include <sstream>
 
+#include "lab/runner/HexText.h"
 #include "lab/runner/NeutralRecords.h"
 #include "lab/runner/TranscriptStreams.h"
 
@@ -98,14 +99,6 @@ void ReplaceAll(std::string& text, std::size_t (*lengthAt)(const std::string&, s
     text = result;
 }
 
-std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
-        bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
-    }
-    return bytes;
-}
-
 std::string ReadableByte(char byte) {
     constexpr char kDigits[] = "0123456789abcdef";
     const auto code = static_cast<unsigned char>(byte);
@@ -150,6 +143,18 @@ bool IsRepeatedStop(const CLine& line) {
     return line.Kind() == "life" && line.Value("result") == "false";
 }
 
+/// In the order of their texts, with the first event of each.
+void KeepOneOfEach(std::vector<NeutralLine>& lines) {
+    std::stable_sort(
+        lines.begin(), lines.end(),
+        [](const NeutralLine& left, const NeutralLine& right) { return left.text < right.text; });
+    lines.erase(std::unique(lines.begin(), lines.end(),
+                            [](const NeutralLine& left, const NeutralLine& right) {
+                                return left.text == right.text;
+                            }),
+                lines.end());
+}
+
 }  // namespace
 
 void CNeutralTranscript::Begin(const std::string& actor) {
@@ -157,12 +162,12 @@ void CNeutralTranscript::Begin(const std::string& actor) {
     ++processes_[actor];
 }
 
-void CNeutralTranscript::Event(const std::string& actor, const CLine& line) {
+void CNeutralTranscript::Event(const std::string& actor, const CLine& line, std::size_t number) {
     if (IsRepeatedStop(line)) {
         return;
     }
     const std::lock_guard<std::mutex> lock(mutex_);
-    events_.push_back({Process(actor, processes_[actor]), line});
+    events_.push_back({Process(actor, processes_[actor]), line, number});
 }
 
 void CNeutralTranscript::Name(const std::string& key, const std::string& value,
@@ -174,32 +179,38 @@ void CNeutralTranscript::Name(const std::string& key, const std::string& value,
 }
 
 std::string CNeutralTranscript::Text() const {
+    std::string text;
+    for (const NeutralLine& line : Lines()) {
+        text.append(line.text).append("\n");
+    }
+    return text;
+}
+
+std::vector<NeutralLine> CNeutralTranscript::Lines() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     CTranscriptStreams streamOf(std::any_of(
         events_.begin(), events_.end(),
         [](const SeenEvent& event) { return CTranscriptStreams::IsCollection(event.line); }));
-    std::map<std::string, std::vector<std::string>> streams;
+    std::map<std::string, std::vector<NeutralLine>> streams;
     for (std::size_t event = 0; event < events_.size(); ++event) {
-        const auto& [process, line] = events_[event];
-        streams[process + streamOf.Of(process, line)].push_back(Neutral(line, NamesAt(event)));
+        const auto& [process, line, number] = events_[event];
+        streams[process + streamOf.Of(process, line)].push_back(
+            {process + Neutral(line, NamesAt(event)), number});
     }
-    std::string text;
+    std::vector<NeutralLine> all;
     for (const auto& [actor, count] : processes_) {
         for (int number = 1; number <= count; ++number) {
             const std::string process = Process(actor, number);
             for (const std::string& stream : CTranscriptStreams::All()) {
-                std::vector<std::string>& lines = streams[process + stream];
+                std::vector<NeutralLine>& lines = streams[process + stream];
                 if (stream == CTranscriptStreams::kLook) {
-                    std::sort(lines.begin(), lines.end());
-                    lines.erase(std::unique(lines.begin(), lines.end()), lines.end());
+                    KeepOneOfEach(lines);
                 }
-                for (const std::string& line : lines) {
-                    text.append(process).append(line).append("\n");
-                }
+                all.insert(all.end(), lines.begin(), lines.end());
             }
         }
     }
-    return text;
+    return all;
 }
 
 CNeutralTranscript::Names CNeutralTranscript::NamesAt(std::size_t event) const {

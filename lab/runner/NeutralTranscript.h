@@ -16,6 +16,7 @@
 // Threads: Event from any thread; the rest by one.
 #pragma once
 
+#include <cstddef>
 #include <map>
 #include <mutex>
 #include <string>
@@ -26,11 +27,18 @@
 
 namespace Kyr::Lab::Runner {
 
+/// A line of a neutral transcript, and the event that it was told by.
+struct NeutralLine {
+    std::string text;
+    std::size_t event;
+};
+
 class CNeutralTranscript {
   public:
     /// A process of `actor` is started; what follows is told of this one.
     void Begin(const std::string& actor);
-    void Event(const std::string& actor, const CLine& line);
+    /// `number` is what the caller knows it by.
+    void Event(const std::string& actor, const CLine& line, std::size_t number = 0);
 
     /// The scenario calls the field `key` of an event, which has `value`, by `name`: from now on,
     /// and so far where the value had no name. Nothing happens where the value is the same in every
@@ -41,11 +49,14 @@ class CNeutralTranscript {
 
     /// The whole transcript, one event a line, every line ended by "\n".
     std::string Text() const;
+    /// The same, a line an event.
+    std::vector<NeutralLine> Lines() const;
 
   private:
     struct SeenEvent {
         std::string process;
         CLine line;
+        std::size_t number;
     };
     struct KnownName {
         std::string value;

@@ -95,7 +95,8 @@ CRunner::CRunner(RunnerPaths paths, CScreen& screen)
     : paths_(std::move(paths)),
       screen_(screen),
       transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string(),
-                  paths_.heading) {
+                  paths_.heading),
+      book_(paths_.heading) {
     // The hosts append to it.
     std::ofstream(HostLog(), std::ios::app) << "# " << paths_.heading << '\n';
 }
@@ -106,6 +107,7 @@ bool CRunner::Run(const Scenario& scenario) {
     cast_ = std::make_unique<Cast>(scenario);
     cast_->variables.emplace_back("folder", paths_.work);
     screen_.Title(scenario.title);
+    book_.Title(scenario.title);
     bool passed = true;
     try {
         for (; cast_->at < scenario.statements.size(); ++cast_->at) {
@@ -191,6 +193,7 @@ void CRunner::CloseStep() {
         if (cast_->step->passed) {
             screen_.StepPassed(cast_->expected, cast_->step->took);
         }
+        book_.StepDone(*cast_->step);
         results_.push_back(*cast_->step);
         cast_->step.reset();
     }
@@ -221,6 +224,7 @@ void CRunner::Do(const StepStatement& step) {
         member.BeginStep();
     }
     screen_.Step(++cast_->stepNumber, step.text);
+    book_.Step(step.text);
 }
 
 void CRunner::Do(const SayStatement& say) {
@@ -250,7 +254,7 @@ std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
         arguments.insert(arguments.end(), paths_.hostOptions.begin(), paths_.hostOptions.end());
     } else {
         arguments.push_back("--victim=" + ProgramFile("victim"));
-        if (!paths_.transcript.empty()) {
+        if (paths_.wire || !paths_.transcript.empty()) {
             arguments.emplace_back("--wire");
         }
     }
@@ -270,13 +274,14 @@ void CRunner::Do(const StartStatement& start) {
     }
     screen_.Command(start.actor, command);
     neutral_.Begin(start.actor);
+    book_.Begin(start.actor, command);
     member.actor =
         std::make_unique<CActor>(start.actor, ProgramPath(start.actor), Arguments(start),
                                  CActor::Environment{{"KELCOMM_RUNTIME_DIR", paths_.ports}},
                                  [this](const std::string& actor, const TimedLine& line) {
                                      screen_.Event(actor, line);
                                      transcript_.Event(actor, line);
-                                     neutral_.Event(actor, line.line);
+                                     neutral_.Event(actor, line.line, book_.Event(actor, line));
                                      CheckEvent(actor, line.line);
                                      counter_.Event(line.line);
                                  });
@@ -292,33 +297,36 @@ Member& CRunner::Find(const std::string& actor) {
 
 void CRunner::Do(const KillStatement& kill) {
     screen_.Command(kill.actor, "(killed)");
+    book_.Command(kill.actor, "(killed)");
     auto& member = Find(kill.actor);
     member.actor->Kill();
-    AwaitEnd(member, kQuitPatience, "the " + kill.actor + " outlived its killing");
+    AwaitEnd(kill.actor, member, kQuitPatience, "the " + kill.actor + " outlived its killing");
 }
 
 void CRunner::Do(const QuitStatement& quit) {
     screen_.Command(quit.actor, "quit");
+    book_.Command(quit.actor, "quit");
     auto& member = Find(quit.actor);
     member.actor->Send("quit");
-    if (AwaitEnd(member, kQuitPatience, "the " + quit.actor + " did not quit") != 0) {
+    if (AwaitEnd(quit.actor, member, kQuitPatience, "the " + quit.actor + " did not quit") != 0) {
         throw CFailedExpectation("the " + quit.actor + " ended " + member.actor->EndText());
     }
     screen_.Passed("the " + quit.actor + " ended in good order");
 }
 
 void CRunner::Do(const GoneStatement& gone) {
-    AwaitEnd(Find(gone.actor), gone.within, "the " + gone.actor + " is still there");
+    AwaitEnd(gone.actor, Find(gone.actor), gone.within, "the " + gone.actor + " is still there");
     screen_.Passed("the " + gone.actor + " is gone");
 }
 
-int CRunner::AwaitEnd(Member& member, std::chrono::milliseconds patience,
+int CRunner::AwaitEnd(const std::string& actor, Member& member, std::chrono::milliseconds patience,
                       const std::string& failure) {
     member.endIsKnown = true;
     const Clock::time_point end = Clock::now() + patience;
     for (;;) {
         const auto left = std::max(Until(end), std::chrono::milliseconds(0));
         if (const auto code = member.actor->AwaitEnd(std::min(left, kTick))) {
+            book_.End(actor, member.actor->EndText());
             return *code;
         }
         RefuseUnaskedEnds();
@@ -331,6 +339,7 @@ int CRunner::AwaitEnd(Member& member, std::chrono::milliseconds patience,
 void CRunner::Do(const CommandStatement& command) {
     const std::string line = Substitute(command.line, cast_->variables);
     screen_.Command(command.actor, line);
+    book_.Command(command.actor, line);
     neutral_.Given(line + "\n");
     Find(command.actor).actor->Send(line);
 }

@@ -18,6 +18,7 @@
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/Transcript.h"
+#include "lab/runner/life/LifeBook.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -31,6 +32,7 @@ struct RunnerPaths {
     std::string transcript = {};
     std::string product = "simproduct";         // the program that plays the product
     std::vector<std::string> hostOptions = {};  // what every host is started with besides
+    bool wire = false;         // the product tells the bytes of requests and replies in any case
     std::string heading = {};  // of transcript and log: when, and by what, the run was made
 };
 
@@ -46,6 +48,8 @@ class CRunner {
 
     const std::vector<StepResult>& Results() const { return results_; }
     Figures Sum() const { return counter_.Sum(); }
+    /// What was played, for a page.
+    LifePage::Life Life() const { return book_.Life(neutral_.Lines()); }
 
   private:
     struct Cast;
@@ -71,7 +75,8 @@ class CRunner {
     void RefuseUnexpected(const std::string& actor, const Member& member);
     static void Refuse(const std::string& actor, const Member& member, const EventPattern& pattern);
     /// The exit code; fails when the process outlives the patience.
-    int AwaitEnd(Member& member, std::chrono::milliseconds patience, const std::string& failure);
+    int AwaitEnd(const std::string& actor, Member& member, std::chrono::milliseconds patience,
+                 const std::string& failure);
     void ShowCountdown();
     Member& Find(const std::string& actor);
     std::vector<std::string> Arguments(const StartStatement& start) const;
@@ -84,6 +89,7 @@ class CRunner {
     CScreen& screen_;
     CTranscript transcript_;
     CNeutralTranscript neutral_;
+    CLifeBook book_;
     CFigureCounter counter_;
     std::vector<StepResult> results_;
 

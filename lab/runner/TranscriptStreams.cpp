@@ -49,14 +49,6 @@ bool IsEmptyReply(const CLine& line) {
     return line.Kind() == "reply" && Has(line, "status", "0") && Has(line, "length", "12");
 }
 
-bool IsOfTheWatch(const CLine& line) {
-    if (line.Kind() == "log") {
-        return std::any_of(kWatchTexts.begin(), kWatchTexts.end(),
-                           [&](const std::string& begin) { return Begins(line, "text", begin); });
-    }
-    return IsPublished(line) && Has(line, "name", kRequestName) && Has(line, "by", "module");
-}
-
 }  // namespace
 
 const std::vector<std::string>& CTranscriptStreams::All() {
@@ -71,6 +63,14 @@ bool CTranscriptStreams::IsCollection(const CLine& line) {
     const std::string* const number = line.Find("request");
     return line.Kind() == "publish" && Has(line, "by", "module") && number != nullptr &&
            kRecordRequests.count(*number) != 0;
+}
+
+bool CTranscriptStreams::IsOfTheWatch(const CLine& line) {
+    if (line.Kind() == "log") {
+        return std::any_of(kWatchTexts.begin(), kWatchTexts.end(),
+                           [&](const std::string& begin) { return Begins(line, "text", begin); });
+    }
+    return IsPublished(line) && Has(line, "name", kRequestName) && Has(line, "by", "module");
 }
 
 std::string CTranscriptStreams::Of(const std::string& process, const CLine& line) {

@@ -28,6 +28,9 @@ class CTranscriptStreams {
     /// Whether the watch asks for records by this event.
     static bool IsCollection(const CLine& line);
 
+    /// Whether the watch tells of it: a line of its own in the host's log, or what it asks for.
+    static bool IsOfTheWatch(const CLine& line);
+
     /// `collected`: the watch does so in this run. Requests for records are part of its looks then;
     /// else somebody gave each of them.
     explicit CTranscriptStreams(bool collected) : collected_(collected) {}

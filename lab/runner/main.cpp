@@ -7,6 +7,7 @@
 #include <vector>
 
 #include <boost/date_time/posix_time/posix_time.hpp>
+#include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include "lab/common/CommandLine.h"
@@ -17,9 +18,11 @@
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/WorkFolder.h"
+#include "lifepage/LifePage.h"
 
 namespace {
 
+namespace LifePage = Kyr::LifePage;
 using namespace Kyr::Lab;
 using namespace Kyr::Lab::Runner;
 
@@ -27,6 +30,7 @@ struct Options {
     RunnerPaths paths;
     std::optional<std::string> work;  // nothing: a new folder
     std::string transcripts;          // empty: none are compared
+    std::string report;               // the page to be written; empty: none
     std::vector<std::string> files;
     bool quiet = false;
     bool coloured = false;
@@ -43,6 +47,8 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     app.add_option("--library", paths.library, "the connector library")->required();
     app.add_option("--work", options.work, "a folder for what the programs leave; else a new one");
     app.add_option("--transcripts", options.transcripts, "a folder of transcripts to compare with");
+    app.add_option("--report", options.report,
+                   "an HTML page to be written, which shows what was played");
     app.add_option("--product", paths.product, "the program that plays the product");
     app.add_option("--host-option", paths.hostOptions, "an option for every host; many times")
         ->take_all()
@@ -88,10 +94,12 @@ int Run(const Options& options, const std::string& heading) {
     CWorkFolder folder(options.work);
     paths.ports = folder.EmptyFolder("ports");
     paths.heading = heading;
+    paths.wire = !options.report.empty();
     CScreen screen(std::cout, options.coloured,
                    options.quiet ? CScreen::Detail::kResults : CScreen::Detail::kEverything);
     const CInterruption interruption;
     std::vector<StepResult> results;
+    std::vector<LifePage::Life> lives;
     Figures figures;
     bool passed = true;
     for (std::size_t at = 0; at < files.size() && !CInterruption::Asked(); ++at) {
@@ -105,6 +113,9 @@ int Run(const Options& options, const std::string& heading) {
         passed = runner.Run(scenarios[at]) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());
         figures += runner.Sum();
+        if (!options.report.empty()) {
+            lives.push_back(runner.Life());
+        }
     }
     passed = passed && !CInterruption::Asked();
     screen.Table(results);
@@ -115,6 +126,11 @@ int Run(const Options& options, const std::string& heading) {
     if (!folder.GoesAway()) {
         std::cout << "\nThe host's database and log and the transcript are left in "
                   << (files.size() == 1 ? paths.work : folder.File("<scenario>")) << std::endl;
+    }
+    if (!options.report.empty()) {
+        LifePage::WritePage(options.report, lives);
+        std::cout << "\nTo look at in a browser: "
+                  << boost::filesystem::absolute(options.report).string() << std::endl;
     }
     return passed ? 0 : 1;
 }

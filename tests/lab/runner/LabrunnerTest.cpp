@@ -70,6 +70,20 @@ TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
     EXPECT_THAT(printed_, HasSubstr("are left in " + (work / "held").string()));
 }
 
+TEST_F(LabrunnerTest, ReportShowsWhatWasPlayedAlsoWhenItFailed) {
+    const std::string page = folder_.File("page.html");
+    EXPECT_EQ(Play({"--report=" + page, held_, failed_}), 1);
+    EXPECT_THAT(printed_, HasSubstr("To look at in a browser: " + page));
+    const std::string written = ReadFile(page);
+    EXPECT_THAT(written, HasSubstr("\"title\":\"It holds\""));
+    EXPECT_THAT(written, HasSubstr("\"text\":\"mined records=5\""));
+    EXPECT_THAT(written, HasSubstr("\"text\":\"Two\",\"held\":false"));
+}
+
+TEST_F(LabrunnerTest, ReportThatCannotBeWrittenEndsItWithTwo) {
+    EXPECT_EQ(Play({"--report=" + folder_.File("no/page.html"), held_}), 2);
+}
+
 TEST_F(LabrunnerTest, ProgramThatPlaysTheProductCanBeAnother) {
     boost::filesystem::rename(folder_.Program("simproduct"), folder_.Program("another"));
     const std::string scenario =

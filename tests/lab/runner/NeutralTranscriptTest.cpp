@@ -38,6 +38,24 @@ TEST_F(NeutralTranscript, KeepsTheOrderWithinAKindAndPutsKindsTogether) {
               "host 1: log level=2 text=two\n");
 }
 
+TEST_F(NeutralTranscript, EachLineNamesTheEventThatItIsOf) {
+    transcript_.Event("host", CLine("log").With("level", "2"), 7);
+    transcript_.Event("host", CLine("life").With("call", "Start"), 9);
+    const std::vector<NeutralLine> lines = transcript_.Lines();
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[0].text, "host 1: life call=Start");
+    EXPECT_EQ(lines[0].event, 9U);
+    EXPECT_EQ(lines[1].event, 7U);
+}
+
+TEST_F(NeutralTranscript, OfWhatComesWithEveryLookTheFirstEventIsNamed) {
+    transcript_.Event("product", CLine("request").With("command", "0"), 3);
+    transcript_.Event("product", CLine("request").With("command", "0"), 5);
+    const std::vector<NeutralLine> lines = transcript_.Lines();
+    ASSERT_EQ(lines.size(), 1U);
+    EXPECT_EQ(lines[0].event, 3U);
+}
+
 TEST_F(NeutralTranscript, WhatTheLabTellsOfItselfIsLeftOut) {
     Tell("host", "ready module=M");
     Tell("product", "connect client=1");

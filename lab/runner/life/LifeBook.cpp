@@ -1,0 +1,123 @@
+#include "lab/runner/life/LifeBook.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "lab/common/LineWriter.h"
+#include "lab/runner/life/BusMessages.h"
+#include "lab/runner/life/Exchanges.h"
+#include "lab/runner/life/Outages.h"
+#include "lab/runner/life/RecordFlow.h"
+#include "lab/runner/life/TaskRoads.h"
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+std::uint64_t StampNow() {
+    return static_cast<std::uint64_t>(MachineStamp().count());
+}
+
+}  // namespace
+
+CLifeBook::CLifeBook(std::string toldBy)
+    : toldBy_(std::move(toldBy)),
+      begin_(std::chrono::system_clock::now()),
+      beginStamp_(StampNow()) {}
+
+LifePage::Moment CLifeBook::Since(std::uint64_t stamp) const {
+    return LifePage::Moment(stamp < beginStamp_ ? 0 : stamp - beginStamp_);
+}
+
+void CLifeBook::Title(const std::string& title) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    title_ = title;
+}
+
+void CLifeBook::Begin(const std::string& actor, const std::string& command) {
+    const std::uint64_t now = StampNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::vector<std::size_t>& own = processesOf_[actor];
+    own.push_back(processes_.size());
+    processes_.push_back({actor + " " + std::to_string(own.size()), Since(now), Since(now), ""});
+    told_.push_back({Since(now), actor, own.back(), CLine("command").With("text", command)});
+}
+
+std::size_t CLifeBook::Process(const std::string& actor) {
+    const std::vector<std::size_t>& own = processesOf_[actor];
+    return own.empty() ? 0 : own.back();
+}
+
+void CLifeBook::End(const std::string& actor, const std::string& how) {
+    const std::uint64_t now = StampNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    LifePage::Process& process = processes_.at(Process(actor));
+    if (process.end.empty()) {
+        process.end = how;
+        process.until = Since(now);
+        told_.push_back({Since(now), actor, Process(actor),
+                         CLine("end").With("text", process.name + " ended " + how)});
+    }
+}
+
+void CLifeBook::Command(const std::string& actor, const std::string& line) {
+    const std::uint64_t now = StampNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    told_.push_back({Since(now), actor, Process(actor), CLine("command").With("text", line)});
+}
+
+std::size_t CLifeBook::Event(const std::string& actor, const TimedLine& line) {
+    const std::uint64_t stamp = line.stamp.value_or(StampNow());
+    const std::lock_guard<std::mutex> lock(mutex_);
+    told_.push_back({Since(stamp), actor, Process(actor), line.line});
+    return told_.size() - 1;
+}
+
+void CLifeBook::Step(const std::string& text) {
+    const std::uint64_t now = StampNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    steps_.push_back({Since(now), Since(now), text, LifePage::Step::End::kHeld, ""});
+}
+
+void CLifeBook::StepDone(const StepResult& result) {
+    const std::uint64_t now = StampNow();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    if (steps_.empty()) {
+        steps_.push_back({{}, {}, result.step, LifePage::Step::End::kHeld, ""});
+    }
+    LifePage::Step& step = steps_.back();
+    step.until = Since(now);
+    step.end = result.passed ? LifePage::Step::End::kHeld : LifePage::Step::End::kFailed;
+    step.failure = result.failure;
+}
+
+LifePage::Life CLifeBook::Life(const std::vector<NeutralLine>& neutral) const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    LifePage::Life life;
+    life.title = title_;
+    life.toldBy = toldBy_;
+    life.begin = begin_;
+    life.processes = processes_;
+    life.steps = steps_;
+    const std::vector<std::size_t> places = TellEvents(told_, life);
+    for (const NeutralLine& line : neutral) {
+        life.neutral.push_back({line.text, places.at(line.event)});
+    }
+    JoinExchanges(life);
+    JoinMessages(life);
+    TellTasks(life);
+    TellRecords(life);
+    TellOutages(life);
+    for (const LifePage::Step& step : life.steps) {
+        life.length = std::max(life.length, step.until);
+    }
+    if (!life.events.empty()) {
+        life.length = std::max(life.length, life.events.back().at);
+    }
+    for (LifePage::Process& process : life.processes) {
+        process.until = process.end.empty() ? life.length : process.until;
+    }
+    return life;
+}
+
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,253 @@
+#include "lab/runner/life/TaskRoads.h"
+
+#include <map>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/split.hpp>
+
+#include "lab/runner/life/ToldEvents.h"
+
+namespace Kyr::Lab::Runner {
+
+namespace {
+
+using LifePage::Event;
+using LifePage::Task;
+using State = Task::State;
+using StationWeight = LifePage::Weight;
+
+/// What the server wants by that message, for people; empty: it is no task.
+std::string Wanted(const std::string& message) {
+    static const std::map<std::string, std::string> kTasks{
+        {"KillProcessByPid", "end process"},
+        {"BlockExecutableByHash", "block program"},
+        {"ApplyPolicy", "apply a policy"},
+        {"RequestConfiguration", "tell the configuration"}};
+    const auto found = kTasks.find(message);
+    return found == kTasks.end() ? "" : found->second;
+}
+
+/// Of a word `key=value` in a typed line the value; empty: there is none.
+std::string Typed(const std::string& line, const std::string& key) {
+    const std::size_t at = line.find(" " + key + "=");
+    const std::size_t from = at + key.size() + 2;
+    return at == std::string::npos ? "" : line.substr(from, line.find(' ', from) - from);
+}
+
+/// What the server wants done with: the process or the program that was typed.
+std::string Subject(const std::string& line) {
+    const std::string process = Typed(line, "pid");
+    const std::string hash = Typed(line, "sha256");
+    return !process.empty() ? " " + process : hash.empty() ? "" : " " + hash.substr(0, 12);
+}
+
+std::vector<std::string> Split(const std::string& text, char separator) {
+    std::vector<std::string> parts;
+    if (!text.empty()) {
+        boost::algorithm::split(parts, text, [&](char byte) { return byte == separator; });
+    }
+    return parts;
+}
+
+/// The value of a symbol of that number.
+std::string Symbol(const LifePage::Row& row, const std::string& number) {
+    for (const auto& [name, value] : row.symbols) {
+        if (name.compare(0, name.find('-'), number) == 0) {
+            return value;
+        }
+    }
+    return "";
+}
+
+class CTaskTeller {
+  public:
+    explicit CTaskTeller(LifePage::Life& life) : life_(life) {}
+
+    void Tell() {
+        for (at_ = 0; at_ < life_.events.size(); ++at_) {
+            Event& event = life_.events[at_];
+            if (event.kind == "answer" && !Value(event, "ids").empty()) {
+                identifiers_ = Split(Value(event, "ids"), ',');
+            } else if (event.kind == "command" && event.lane == LifePage::Lane::kBus) {
+                typed_ = event.text;
+            } else if (event.kind == "publish" && Value(event, "by") == "host") {
+                Give(event);
+            } else if (event.kind == "end" && event.lane == LifePage::Lane::kHost) {
+                EndHost(event);
+            } else {
+                Take(event);
+            }
+        }
+    }
+
+  private:
+    void Give(Event& event) {
+        const std::string what = Wanted(Value(event, "name"));
+        if (!what.empty()) {
+            Task task;
+            task.what = what + Subject(typed_);
+            task.identifiers = identifiers_;
+            task.from = event.at;
+            if (!identifiers_.empty()) {
+                byIdentifier_[identifiers_.front()] = life_.tasks.size();
+            }
+            byMessage_[at_] = life_.tasks.size();
+            event.tasks.push_back(life_.tasks.size());
+            life_.tasks.push_back(task);
+            ofHost_.push_back(life_.tasks.size() - 1);
+            Add(life_.tasks.back(), "given to the host", StationWeight::kOrdinary);
+        }
+        identifiers_.clear();
+    }
+
+    void Take(Event& event) {
+        if (event.kind == "publish" && Value(event, "name") == "EventLog_TASK") {
+            for (const LifePage::Row& row : event.rows) {
+                TakeOutcome(event, row);
+            }
+            return;
+        }
+        const auto task = TaskOf(event);
+        if (!task) {
+            return;
+        }
+        event.tasks.push_back(*task);
+        if (event.kind == "request") {
+            TakeRequest(life_.tasks[*task], event);
+        } else if (event.kind == "reply") {
+            TakeReply(life_.tasks[*task], event);
+        } else if (event.kind == "did") {
+            TakeDeed(life_.tasks[*task], event);
+        } else if (event.kind == "log") {
+            TakeLog(life_.tasks[*task], event);
+        }
+    }
+
+    std::optional<std::size_t> TaskOf(const Event& event) const {
+        const std::vector<std::string> told = Split(Value(event, "userdata"), ';');
+        const auto known = told.empty() ? byIdentifier_.end() : byIdentifier_.find(told.front());
+        if (known != byIdentifier_.end()) {
+            return known->second;
+        }
+        const auto found = event.message ? byMessage_.find(*event.message) : byMessage_.end();
+        return found == byMessage_.end() ? std::nullopt : std::make_optional(found->second);
+    }
+
+    void Add(Task& task, const std::string& text, StationWeight weight) {
+        task.road.push_back({life_.events[at_].at, text, weight, at_});
+        task.until = life_.events[at_].at;
+    }
+
+    void TakeRequest(Task& task, const Event& event) {
+        ++task.attempts;
+        task.state = State::kAsked;
+        Add(task,
+            "product asked over " + boost::algorithm::to_upper_copy(Value(event, "transport")),
+            StationWeight::kOrdinary);
+    }
+
+    void TakeReply(Task& task, const Event& event) {
+        const std::string status = Value(event, "status");
+        if (!Value(event, "delivery").empty()) {
+            Add(task, "no reply", StationWeight::kWarning);
+        } else if (status == "0") {
+            task.state = State::kAccepted;
+            task.why.clear();
+            Add(task, "accepted", StationWeight::kOrdinary);
+        } else {
+            Fail(task, "refused with status " + status);
+            Add(task, task.why, StationWeight::kWarning);
+        }
+    }
+
+    static void Fail(Task& task, const std::string& why) {
+        task.state = State::kFailing;
+        task.why = why;
+    }
+
+    void TakeDeed(Task& task, const Event& event) {
+        const std::string outcome = Value(event, "outcome");
+        if (Value(event, "action") == "task-result") {
+            Add(task, "outcome fetched", StationWeight::kDetail);
+        } else if (outcome == "refused") {
+            Add(task, "product does not do it: " + Value(event, "text"), StationWeight::kWarning);
+        } else {
+            Add(task, "product does it" + (outcome.empty() ? "" : ": " + Value(event, "text")),
+                StationWeight::kOrdinary);
+        }
+    }
+
+    void TakeLog(Task& task, const Event& event) {
+        if (BeginsWith(event.text, "Message task was canceled")) {
+            task.state = State::kGivenUp;
+            Add(task, "given up: it was tried as often as a task may be", StationWeight::kError);
+        } else if (event.text == "Reconnecting to product") {
+            Add(task, "connector connects again, to try once more", StationWeight::kOrdinary);
+        } else if (event.level == 4) {
+            Fail(task, event.text);
+            Add(task, event.text, StationWeight::kError);
+        }
+    }
+
+    void TakeOutcome(Event& event, const LifePage::Row& row) {
+        const auto found = byIdentifier_.find(Symbol(row, "2842"));
+        if (found == byIdentifier_.end()) {
+            return;
+        }
+        Task& task = life_.tasks[found->second];
+        event.tasks.push_back(found->second);
+        const std::string outcome = Symbol(row, "2848");
+        const std::string description = Symbol(row, "2913");
+        if (outcome == "0x000000010000000b") {
+            task.state = State::kDone;
+            task.why.clear();
+            Add(task, "server is told: done", StationWeight::kOrdinary);
+        } else if (outcome == "0x000000010000000a") {
+            task.state = State::kDoneWithWarning;
+            Add(task, "server is told: done, with a warning", StationWeight::kWarning);
+        } else if (outcome == "0x000000010000009b") {
+            task.state = State::kGivenUp;
+            Add(task, "server is told: given up", StationWeight::kError);
+        } else if (Symbol(row, "2836") == "4") {
+            task.state = State::kFailed;
+            task.why = description.empty() ? task.why : description;
+            Add(task, "server is told: failed", StationWeight::kError);
+        } else {
+            Fail(task, description.empty() ? task.why : description);
+            Add(task, "server is told: failed, to be tried again", StationWeight::kWarning);
+        }
+    }
+
+    /// What the product has not accepted goes with the host.
+    void EndHost(Event& event) {
+        for (const std::size_t number : ofHost_) {
+            Task& task = life_.tasks[number];
+            if (task.state == State::kGiven || task.state == State::kAsked ||
+                task.state == State::kFailing) {
+                event.tasks.push_back(number);
+                task.state = State::kDropped;
+                Add(task, "host ended before it was done", StationWeight::kWarning);
+            }
+        }
+        ofHost_.clear();
+    }
+
+    LifePage::Life& life_;
+    std::size_t at_ = 0;
+    std::vector<std::string> identifiers_;  // of the task that is given next
+    std::string typed_;                     // what somebody asked of the host last
+    std::vector<std::size_t> ofHost_;       // the tasks that the host which runs was given
+    std::map<std::string, std::size_t> byIdentifier_;
+    std::map<std::size_t, std::size_t> byMessage_;
+};
+
+}  // namespace
+
+void TellTasks(LifePage::Life& life) {
+    CTaskTeller(life).Tell();
+}
+
+}  // namespace Kyr::Lab::Runner

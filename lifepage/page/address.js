@@ -1,0 +1,61 @@
+// The state of the page in its address, behind the "#", so that a link shows the same.
+
+const NUMBERS = ["life", "weight", "task", "event", "from", "until"];
+const LISTS = ["hidden"];
+
+/** What is shown when the address says nothing. */
+export const PLAIN = Object.freeze({
+    life: 0, // which of the lives
+    view: "tasks",
+    text: "", // that an event must contain
+    kind: "",
+    weight: 0, // the least
+    task: -1,
+    hidden: [], // lanes
+    event: -1, // the chosen one
+    from: -1, // the piece of time that is shown
+    until: -1,
+    folded: true, // waits
+});
+
+export function toAddress(state, plain) {
+    const words = new URLSearchParams();
+    for (const [key, usual] of Object.entries(plain)) {
+        const value = String(state[key]);
+        if (value !== String(usual)) {
+            words.set(key, value);
+        }
+    }
+    return words.toString();
+}
+
+/** Only what has the form that it must have: an address may come from anybody. */
+export function fromAddress(address, plain) {
+    const state = { ...plain };
+    for (const [key, value] of new URLSearchParams(address)) {
+        if (!(key in plain)) {
+            continue;
+        }
+        if (NUMBERS.includes(key)) {
+            state[key] = Number.isFinite(Number(value)) ? Number(value) : plain[key];
+        } else if (LISTS.includes(key)) {
+            state[key] = value.split(",").filter((word) => /^[a-z]+$/.test(word));
+        } else if (typeof plain[key] === "boolean") {
+            state[key] = value === "true";
+        } else {
+            state[key] = value;
+        }
+    }
+    return state;
+}
+
+/** Keeps both the same. The way back leads to the page before, and not through every letter that was typed. */
+export function bindAddress(store, plain) {
+    store.watch(Object.keys(plain), (state) => {
+        const address = toAddress(state, plain);
+        if (address !== location.hash.slice(1)) {
+            history.replaceState(null, "", address === "" ? location.pathname + location.search : "#" + address);
+        }
+    });
+    addEventListener("hashchange", () => store.change(fromAddress(location.hash.slice(1), plain)));
+}

@@ -1,0 +1,34 @@
+// Bytes of a request or a reply: what each field means, and the bytes themselves.
+
+import { element, table } from "./dom.js";
+
+const LINE = 16;
+
+export function bytesOf(event) {
+    return [
+        event.parts === undefined ? null : table("Bytes, taken apart", [
+            { name: "at", number: true }, { name: "bytes", number: true }, { name: "field" }, { name: "value" },
+        ], event.parts.map(([offset, length, name, value, wrong]) => [
+            offset.toString(16).padStart(4, "0"), String(length), name,
+            wrong === undefined ? value : element("span", {}, value, value === "" ? "" : " ", element("strong", { class: "bad" }, wrong)),
+        ]), { class: "parts" }),
+        element("details", {},
+            element("summary", {}, `${event.length} bytes`),
+            element("pre", { class: "dump", tabindex: 0 }, dump(event.bytes)),
+            event.bytes.length / 2 < event.length ? element("p", { class: "soft" }, `the first ${event.bytes.length / 2} of them`) : null),
+    ];
+}
+
+/** Offset, bytes and letters. */
+function dump(hex) {
+    const lines = [];
+    for (let at = 0; at < hex.length; at += 2 * LINE) {
+        const bytes = hex.slice(at, at + 2 * LINE).match(/../g);
+        const letters = bytes.map((byte) => {
+            const code = parseInt(byte, 16);
+            return code >= 0x20 && code < 0x7f ? String.fromCharCode(code) : ".";
+        });
+        lines.push(`${(at / 2).toString(16).padStart(4, "0")}  ${bytes.join(" ").padEnd(3 * LINE - 1)}  ${letters.join("")}`);
+    }
+    return lines.join("\n");
+}

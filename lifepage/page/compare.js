@@ -1,0 +1,127 @@
+// Two lives of one scenario side by side: what each told, in the words that are the same in every run and on every system.
+
+import { differences } from "./difference.js";
+import { element, empty } from "./dom.js";
+import { documentIn, readLives } from "./life.js";
+import { count } from "./words.js";
+
+const AROUND = 3; // equal lines that are shown before and behind a difference
+const SHOWN = 400; // lines of one difference
+
+export class Compare {
+    #lives; // of the page, and of files that were opened
+    #store;
+    #left = 0;
+    #right;
+
+    constructor(root, lives, store) {
+        this.#lives = lives.map((life, at) => ({ name: `${at + 1}  ${life.title}`, life }));
+        this.#store = store;
+        this.own = lives;
+        this.#right = Math.min(1, lives.length - 1);
+        this.problem = element("p", { class: "bad", role: "alert" });
+        this.result = element("div", {});
+        this.root = root;
+        this.#draw();
+    }
+
+    #draw() {
+        const file = element("input", { type: "file", id: "other", accept: ".html,.json", onchange: () => this.#open(file) });
+        this.root.replaceChildren(
+            element("div", { class: "bar" },
+                this.#choice("left", "This life", this.#left, (at) => { this.#left = at; }),
+                this.#choice("right", "with", this.#right, (at) => { this.#right = at; }),
+                element("label", { class: "field", for: "other" }, "another page ", file)),
+            this.problem, this.result);
+        this.#compare();
+    }
+
+    #choice(id, name, chosen, choose) {
+        const list = element("select", {
+            id, onchange: () => {
+                choose(Number(list.value));
+                this.#compare();
+            },
+        }, this.#lives.map((one, at) => element("option", { value: at, selected: at === chosen }, one.name)));
+        return element("label", { class: "field", for: id }, `${name} `, list);
+    }
+
+    async #open(input) {
+        const file = input.files[0];
+        this.problem.textContent = "";
+        try {
+            const source = await file.text();
+            const lives = readLives(source.trimStart().startsWith("{") ? source : documentIn(source));
+            lives.forEach((life, at) => this.#lives.push({ name: `${file.name}, ${at + 1}  ${life.title}`, life }));
+            this.#right = this.#lives.length - lives.length;
+            const same = lives.findIndex((life) => life.title === this.#lives[this.#left].life.title);
+            this.#right += Math.max(same, 0);
+            this.#draw();
+        } catch (problem) {
+            this.problem.textContent = `${file.name} cannot be compared: ${problem.message}`;
+        }
+    }
+
+    #compare() {
+        const [left, right] = [this.#lives[this.#left], this.#lives[this.#right]];
+        if (left === right) {
+            this.result.replaceChildren(empty("Choose two lives, or open another page."));
+            return;
+        }
+        const pieces = differences(left.life.neutral.map(([text]) => text), right.life.neutral.map(([text]) => text));
+        const first = pieces.findIndex((piece) => !piece.same);
+        if (first < 0) {
+            this.result.replaceChildren(element("p", { class: "state good", role: "status" },
+                `No difference: ${count(left.life.neutral.length, "line")} are the same in both.`));
+            return;
+        }
+        const differing = pieces.filter((piece) => !piece.same);
+        this.result.replaceChildren(
+            element("p", { role: "status" }, element("strong", { class: "bad" }, count(differing.length, "difference")),
+                `; the first one is at line ${(pieces[first].left + 1).toLocaleString("en-GB")}, and marked.`),
+            element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Differences" },
+                element("table", { class: "compare" },
+                    element("thead", {}, element("tr", {}, ["line", left.name, "line", right.name].map((name, at) =>
+                        element("th", { scope: "col", class: at % 2 === 0 ? "number" : null }, name)))),
+                    element("tbody", {}, pieces.flatMap((piece, at) => piece.same
+                        ? this.#equal(piece, left.life, at === 0, at === pieces.length - 1)
+                        : this.#different(piece, left.life, right.life, at === first))))));
+    }
+
+    #equal(piece, life, isFirst, isLast) {
+        const before = isFirst ? 0 : Math.min(AROUND, piece.length);
+        const behind = isLast ? 0 : Math.min(AROUND, piece.length - before);
+        const row = (offset) => this.#row("same", [piece.left + offset, life.neutral[piece.left + offset]],
+            [piece.right + offset, life.neutral[piece.left + offset]], life);
+        const left = piece.length - before - behind;
+        return [
+            ...Array.from({ length: before }, (_, at) => row(at)),
+            ...(left > 0 ? [element("tr", { class: "left-out" }, element("td", { colspan: 4 }, `${count(left, "equal line")}`))] : []),
+            ...Array.from({ length: behind }, (_, at) => row(piece.length - behind + at)),
+        ];
+    }
+
+    #different(piece, left, right, isFirst) {
+        const rows = [];
+        for (let at = 0; at < Math.min(Math.max(piece.taken, piece.put), SHOWN); at += 1) {
+            const one = at < piece.taken ? [piece.left + at, left.neutral[piece.left + at]] : null;
+            const other = at < piece.put ? [piece.right + at, right.neutral[piece.right + at]] : null;
+            rows.push(this.#row(isFirst && at === 0 ? "differs first" : "differs", one, other, left));
+        }
+        return rows;
+    }
+
+    /** Lines of the life that is shown lead to their event. */
+    #row(kind, one, other, left) {
+        const shown = left === this.own[this.#store.state.life];
+        const cell = (line, leads) => {
+            if (line === null) {
+                return [element("td", { class: "number" }), element("td", { class: "none" })];
+            }
+            const [text, event] = line[1];
+            return [element("td", { class: "number" }, String(line[0] + 1)), element("td", {}, leads && event !== null
+                ? element("button", { type: "button", class: "link", onclick: () => this.#store.change({ event }) }, text) : text)];
+        };
+        return element("tr", { class: kind }, cell(one, shown), cell(other, false));
+    }
+}

@@ -1,0 +1,99 @@
+// The chosen event: all that is known of it, its way back and forth, and what else there is on the same message.
+
+import { bytesOf } from "./bytes.js";
+import { element, table } from "./dom.js";
+import { LANES, LEVELS, WEIGHTS, span } from "./words.js";
+
+const AROUND = 12; // events of the same message that are shown before and behind
+
+export class Details {
+    #root;
+    #store;
+
+    constructor(root, store) {
+        this.#root = root;
+        this.#store = store;
+    }
+
+    show(life, at) {
+        const event = life.events[at];
+        this.#root.classList.toggle("chosen", event !== undefined);
+        if (event === undefined) {
+            this.#root.replaceChildren(element("p", { class: "empty" },
+                "Choose an event on the time line or in a table to see all of it."));
+            return;
+        }
+        this.#root.replaceChildren(...[
+            this.#head(life, at, event),
+            this.#facts(life, at, event),
+            ...(event.rows ?? []).map((row) => table(`Row ${row.name}`, [{ name: "symbol" }, { name: "value" }], row.symbols)),
+            ...(event.bytes === undefined ? [] : bytesOf(event)),
+            this.#message(life, at, event),
+        ].filter((part) => part !== null));
+        this.#root.scrollTop = 0;
+    }
+
+    #go(at, text, title) {
+        return element("button", { type: "button", class: "link", title, onclick: () => this.#store.change({ event: at }) }, text);
+    }
+
+    #head(life, at, event) {
+        const move = (to, text, title) => element("button", {
+            type: "button", title, "aria-label": title, disabled: to < 0 || to >= life.events.length,
+            onclick: () => this.#store.change({ event: to }),
+        }, text);
+        return element("div", { class: "head" },
+            element("p", { class: `mood ${WEIGHTS[event.weight]}` },
+                event.level === undefined ? `${LANES[life.lane[at]].name}: ${event.kind}` : `log line, ${LEVELS[event.level]}`),
+            element("span", { class: "buttons" },
+                move(at - 1, "\u2190", "The event before"), move(at + 1, "\u2192", "The event behind"),
+                element("button", { type: "button", title: "Close", "aria-label": "Close", onclick: () => this.#store.change({ event: -1 }) },
+                    "\u00d7")),
+            element("h2", { class: "text" }, event.text));
+    }
+
+    #facts(life, at, event) {
+        const step = life.stepAt(event.at);
+        const facts = [
+            ["time", `${life.time(event.at)} UTC, ${span(event.at)} after the beginning`],
+            ["told by", life.processes[event.process]?.name ?? "nobody"],
+        ];
+        if (step >= 0) {
+            facts.push(["step", `${step + 1}  ${life.steps[step].text}`]);
+        }
+        if (life.reply[at] >= 0) {
+            const reply = life.reply[at];
+            facts.push(["reply", this.#go(reply, `after ${span(life.events[reply].at - event.at)}: ${life.events[reply].text}`)]);
+        } else if (event.kind === "request") {
+            facts.push(["reply", "none came"]);
+        }
+        if (event.answers !== undefined) {
+            facts.push(["answers", this.#go(event.answers, life.events[event.answers].text)]);
+        }
+        for (const task of event.tasks ?? []) {
+            facts.push(["task", element("button", {
+                type: "button", class: "link", onclick: () => this.#store.change({ task, view: "tasks" }),
+            }, `${task + 1}  ${life.tasks[task].what}`)]);
+        }
+        facts.push(...(event.fields ?? []).filter(([key]) => key !== "text" || event.level === undefined));
+        return element("dl", {}, facts.flatMap(([name, value]) => [element("dt", {}, name), element("dd", {}, value)]));
+    }
+
+    /** What came before and behind on the same message. */
+    #message(life, at, event) {
+        const others = life.ofMessage.get(event.message) ?? [];
+        if (others.length < 2) {
+            return null;
+        }
+        const here = others.indexOf(at);
+        const from = Math.max(here - AROUND, 0);
+        const shown = others.slice(from, here + AROUND + 1);
+        return element("section", { "aria-label": "The same message" },
+            element("h3", {}, "On the same message"),
+            element("ol", { class: "message" }, shown.map((other) => element("li", { class: other === at ? "here" : null },
+                element("span", { class: "time" }, `${other < at ? "\u2212" : "+"}${span(Math.abs(life.at[other] - event.at))}`),
+                other === at ? element("strong", {}, "this one") : this.#go(other, life.events[other].text.slice(0, 120))))),
+            shown.length < others.length
+                ? element("p", { class: "soft" }, `and ${others.length - shown.length} more`) : null);
+    }
+}

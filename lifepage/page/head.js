@@ -1,0 +1,50 @@
+// What one sees first: which life this is, how it went, and its figures.
+
+import { element } from "./dom.js";
+import { STATES, count, date, span } from "./words.js";
+
+export function drawHead(root, lives, life, store) {
+    const failed = life.steps.filter((step) => !step.held).length;
+    const verdict = life.steps.length === 0 ? null
+        : element("span", { class: failed === 0 ? "state good" : "state bad" },
+            failed === 0 ? `all ${count(life.steps.length, "step")} as expected` : `${count(failed, "step")} of ${life.steps.length} failed`);
+    root.replaceChildren(
+        element("div", { class: "title" }, element("h1", {}, life.title), verdict),
+        element("p", { class: "soft" },
+            `${date(life.begin)}, ${life.time(0)} to ${life.time(life.length)} UTC, ${span(life.length)}`),
+        lives.length < 2 ? "" : chooser(lives, life, store),
+        element("p", { class: "story" }, storyOf(life)),
+        element("details", { class: "soft" }, element("summary", {}, "how it was watched"), element("p", {}, life.toldBy)));
+    document.title = `${life.title} \u2013 the life of a connector`;
+}
+
+function chooser(lives, life, store) {
+    const list = element("select", {
+        id: "life", onchange: () => store.change({ life: Number(list.value), event: -1, task: -1, kind: "", from: -1, until: -1 }),
+    }, lives.map((one, at) => element("option", { value: at, selected: one === life }, `${at + 1}  ${one.title}`)));
+    return element("label", { class: "field", for: "life" }, "Life ", list);
+}
+
+/** The whole life in a few sentences. */
+function storyOf(life) {
+    const sentences = [];
+    if (life.tasks.length > 0) {
+        const byState = new Map();
+        life.tasks.forEach((task) => byState.set(task.state, (byState.get(task.state) ?? 0) + 1));
+        sentences.push(`${count(life.tasks.length, "task")}: ` +
+            [...byState].map(([state, number]) => `${number} ${STATES[state].text}`).join(", ") + ".");
+    }
+    const outages = life.outages.filter((outage) => !outage.first);
+    if (outages.length > 0) {
+        const longest = Math.max(...outages.map((outage) => outage.until - outage.from));
+        sentences.push(`${count(outages.length, "outage")}, the longest of ${span(longest)}.`);
+    }
+    const handed = life.records.reduce((sum, kind) => sum + kind.batches.reduce((all, batch) => all + batch.records, 0), 0);
+    if (handed > 0) {
+        const lost = life.records.reduce((sum, kind) => sum + (kind.lost ?? 0), 0);
+        const told = life.records.some((kind) => kind.lost !== null);
+        sentences.push(`${count(handed, "record")} handed out${told ? `, ${lost === 0 ? "none" : lost} lost` : ""}.`);
+    }
+    sentences.push(`${count(life.events.length, "event")}.`);
+    return sentences.join(" ");
+}

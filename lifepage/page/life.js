@@ -1,0 +1,149 @@
+// A life as the document has it, and what every view needs beside: which reply belongs to a request, which events to a
+// message and a task, and what can be searched.
+
+import { DAY, LANES, clock, date } from "./words.js";
+
+const FORM = "life-of-a-connector";
+const VERSION = 1;
+
+/** The lives of a document. Throws an Error for people when it is none that this page can read. */
+export function readLives(text) {
+    const said = JSON.parse(text);
+    if (said === null || said.form !== FORM) {
+        throw new Error("This is no life of a connector.");
+    }
+    if (said.version !== VERSION) {
+        throw new Error(`This life is of form ${String(said.version)}; this page reads form ${VERSION}.`);
+    }
+    return said.lives.map((life) => new Life(life));
+}
+
+/** The document in the source of a page. */
+export function documentIn(source) {
+    const data = new DOMParser().parseFromString(source, "text/html").getElementById("lives");
+    if (data === null) {
+        throw new Error("This is no page with a life in it.");
+    }
+    return data.textContent;
+}
+
+export class Life {
+    #searched = null;
+
+    constructor(said) {
+        this.title = said.title;
+        this.toldBy = said["told-by"];
+        this.begin = said.begin;
+        this.length = said.length;
+        this.processes = said.processes;
+        this.steps = said.steps;
+        this.events = said.events;
+        this.tasks = said.tasks;
+        this.records = said.records;
+        this.outages = said.outages;
+        this.neutral = said.neutral;
+
+        const size = this.events.length;
+        this.at = new Float64Array(size);
+        this.lane = new Uint8Array(size);
+        this.weight = new Uint8Array(size);
+        this.reply = new Int32Array(size).fill(-1); // to a request
+        this.kinds = new Set();
+        this.ofMessage = new Map();
+        const laneOf = new Map(LANES.map((lane, at) => [lane.id, at]));
+        this.events.forEach((event, at) => {
+            this.at[at] = event.at;
+            this.lane[at] = laneOf.get(event.lane) ?? 0;
+            this.weight[at] = event.weight;
+            this.kinds.add(event.kind);
+            if (event.answers !== undefined) {
+                this.reply[event.answers] = at;
+            }
+            if (event.message !== undefined) {
+                const others = this.ofMessage.get(event.message);
+                if (others === undefined) {
+                    this.ofMessage.set(event.message, [at]);
+                } else {
+                    others.push(at);
+                }
+            }
+        });
+    }
+
+    moment(milliseconds) {
+        return this.begin + milliseconds;
+    }
+
+    /** When it was, with the day where there are several. */
+    time(milliseconds) {
+        const moment = this.moment(milliseconds);
+        return this.length < DAY ? clock(moment) : `${date(moment).slice(5)} ${clock(moment)}`;
+    }
+
+    stepAt(milliseconds) {
+        return this.steps.findIndex((step) => step.from <= milliseconds && milliseconds <= step.until);
+    }
+
+    /** All words of an event, in small letters. */
+    searched(at) {
+        this.#searched ??= new Array(this.events.length);
+        return this.#searched[at] ??= wordsOf(this.events[at]).toLowerCase();
+    }
+}
+
+function wordsOf(event) {
+    const words = [event.text, event.kind];
+    for (const [key, value] of event.fields ?? []) {
+        words.push(`${key}=${value}`);
+    }
+    for (const row of event.rows ?? []) {
+        words.push(...row.symbols.map(([symbol, value]) => `${symbol}=${value}`));
+    }
+    for (const part of event.parts ?? []) {
+        words.push(`${part[2]} ${part[3]}`);
+    }
+    return words.join("\n");
+}
+
+/** A byte an event: whether the state lets it be seen. */
+export function seenEvents(life, state) {
+    const text = state.text.trim().toLowerCase();
+    const hidden = new Set(LANES.flatMap((lane, at) => (state.hidden.includes(lane.id) ? [at] : [])));
+    const seen = new Uint8Array(life.events.length);
+    for (let at = 0; at < seen.length; at += 1) {
+        const event = life.events[at];
+        seen[at] = life.weight[at] >= state.weight && !hidden.has(life.lane[at]) &&
+            (state.kind === "" || event.kind === state.kind) &&
+            (state.task < 0 || (event.tasks?.includes(state.task) ?? false)) &&
+            (text === "" || life.searched(at).includes(text)) ? 1 : 0;
+    }
+    return seen;
+}
+
+/** The numbers of those that are seen. */
+export function numbersOf(seen) {
+    const numbers = new Uint32Array(seen.reduce((sum, one) => sum + one, 0));
+    let next = 0;
+    seen.forEach((one, at) => {
+        if (one === 1) {
+            numbers[next] = at;
+            next += 1;
+        }
+    });
+    return numbers;
+}
+
+/** The first of `sorted` that is not less than `value`. */
+export function firstNotBefore(sorted, value) {
+    let low = 0;
+    let high = sorted.length;
+    while (low < high) {
+        const middle = (low + high) >> 1;
+        if (sorted[middle] < value) {
+            low = middle + 1;
+        } else {
+            high = middle;
+        }
+    }
+    return low;
+}

@@ -1,0 +1,106 @@
+// The page: reads its data, makes the store and the views, and lets them know of each other.
+
+import { PLAIN, bindAddress, fromAddress } from "./address.js";
+import { drawCharts } from "./charts.js";
+import { Compare } from "./compare.js";
+import { Details } from "./details.js";
+import { element } from "./dom.js";
+import { drawHead } from "./head.js";
+import { numbersOf, readLives, seenEvents } from "./life.js";
+import { EventList } from "./list.js";
+import { onScheme } from "./palette.js";
+import { Search } from "./search.js";
+import { Store } from "./store.js";
+import { markTask, outagesView, recordsView, stepsView, tasksView } from "./tables.js";
+import { Tabs } from "./tabs.js";
+import { TimeLine } from "./timeline.js";
+
+const at = (id) => document.getElementById(id);
+
+function start(lives) {
+    const plain = { ...PLAIN, life: lives.length - 1 };
+    const store = new Store(fromAddress(location.hash.slice(1), plain));
+    const lifeOf = (state) => lives[state.life] ?? lives[plain.life];
+    let seen = new Uint8Array(0);
+    let charts = [];
+
+    const eventPanel = element("div", {});
+    const list = new EventList(eventPanel, store);
+    const timeLine = new TimeLine(at("time"), store, () => seen);
+    const search = new Search(at("search"), store);
+    const details = new Details(at("details"), store);
+    const fill = (view) => (panel) => {
+        panel.replaceChildren(...view(lifeOf(store.state), store));
+        markTask(panel, store.state.task);
+    };
+    const drawAllCharts = (panel) => {
+        charts.forEach((chart) => chart.destroy());
+        charts = drawCharts(panel, lifeOf(store.state));
+    };
+    const tabs = new Tabs(at("views"), store, [
+        { name: "tasks", text: "Tasks", draw: fill(tasksView) },
+        { name: "events", text: "Events", draw: (panel) => panel.replaceChildren(eventPanel) },
+        { name: "steps", text: "Steps", draw: (panel) => panel.replaceChildren(...stepsView(lifeOf(store.state), timeLine)) },
+        { name: "records", text: "Records", draw: fill(recordsView) },
+        { name: "outages", text: "Outages", draw: fill(outagesView) },
+        { name: "charts", text: "Charts", draw: drawAllCharts },
+        { name: "compare", text: "Compare", draw: (panel) => new Compare(panel, lives, store) },
+    ]);
+
+    const look = (state) => {
+        const life = lifeOf(state);
+        seen = seenEvents(life, state);
+        list.show(life, numbersOf(seen));
+        timeLine.draw();
+    };
+    store.watch(["life"], (state) => {
+        const life = lifeOf(state);
+        drawHead(at("head"), lives, life, store);
+        search.setLife(life);
+        look(state);
+        tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: life.outages.length,
+            records: life.records.reduce((sum, kind) => sum + kind.batches.length, 0) });
+        tabs.show(state.view);
+    });
+    store.watch(["life", "folded"], (state) => timeLine.setLife(lifeOf(state), state));
+    store.watch(["text", "kind", "weight", "task", "hidden"], (state) => {
+        search.follow(state);
+        look(state);
+        markTask(at("views"), state.task);
+    });
+    store.watch(["hidden"], (state) => timeLine.setLanes(state));
+    store.watch(["from", "until"], (state) => timeLine.follow(state));
+    store.watch(["view"], (state) => {
+        tabs.show(state.view);
+        list.choose(state.event);
+    });
+    store.watch(["life", "event"], (state) => {
+        details.show(lifeOf(state), state.event);
+        list.choose(state.event);
+        timeLine.reveal(state.event);
+        timeLine.draw();
+        const event = lifeOf(state).events[state.event];
+        at("said").textContent = event === undefined ? "" : `${lifeOf(state).time(event.at)} ${event.text.slice(0, 200)}`;
+    });
+    bindAddress(store, plain);
+    onScheme(() => charts.length > 0 && drawAllCharts(at("view-charts")));
+    addEventListener("beforeprint", () => timeLine.paintNow());
+    document.querySelector(".skip").addEventListener("click", (click) => {
+        click.preventDefault(); // the address is the state's
+        at("views").focus();
+    });
+    timeLine.paintNow();
+}
+
+try {
+    const lives = readLives(at("lives").textContent);
+    if (lives.length === 0) {
+        throw new Error("There is no life in this page.");
+    }
+    start(lives);
+} catch (problem) {
+    at("head").replaceChildren(element("h1", {}, "This page cannot be shown"), element("p", { role: "alert" }, problem.message));
+    throw problem;
+} finally {
+    document.documentElement.dataset.shown = performance.now().toFixed(0);
+}

@@ -1,0 +1,322 @@
+// The time line: lanes below each other, all of a life or a thousandth of a second of it, by mouse, finger and keys.
+
+import { select, event as d3event } from "d3-selection";
+import { zoom, zoomIdentity } from "d3-zoom";
+import { element } from "./dom.js";
+import { Folds } from "./folds.js";
+import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
+import { firstNotBefore } from "./life.js";
+import { paint } from "./paint.js";
+import { onScheme, palette } from "./palette.js";
+import { count, span } from "./words.js";
+
+const NEAR = 9; // pixels within which a click means an event
+const CLOSEST = 400; // pixels that a millisecond can have
+
+export class TimeLine {
+    #store;
+    #life;
+    #frame = 0;
+    #view;
+    #width = 0;
+    #transform = zoomIdentity;
+    #zoom;
+    #moving = false; // by ourselves, so that the store knows already
+
+    constructor(root, store, seen) {
+        this.#store = store;
+        this.seen = seen; // () => a byte an event
+        this.#build(root);
+        this.#zoom = zoom().filter(() => !d3event.button && (d3event.type !== "wheel" || d3event.ctrlKey || d3event.metaKey))
+            .on("zoom", () => this.#zoomed())
+            .on("end", () => this.#tellStore());
+        select(this.canvas).call(this.#zoom).on("dblclick.zoom", null);
+        new ResizeObserver(() => this.#resize()).observe(this.frame);
+        onScheme(() => {
+            this.#view.colours = palette();
+            this.draw();
+        });
+    }
+
+    #build(root) {
+        const button = (text, title, act) => element("button", { type: "button", title, "aria-label": title, onclick: act }, text);
+        this.said = element("span", { class: "piece" });
+        this.fold = element("input", {
+            type: "checkbox", id: "fold", onchange: () => this.#store.change({ folded: this.fold.checked }),
+        });
+        this.lanes = element("div", { class: "lanes", role: "group", "aria-label": "Lanes" },
+            ROWS.map((row) => element("label", { class: `lane lane-${row.id}` },
+                element("input", { type: "checkbox", onchange: (change) => this.#showLane(row.id, change.target.checked) }),
+                element("span", {}, row.name))));
+        this.canvas = element("canvas", { "aria-hidden": "true" });
+        this.hint = element("div", { class: "hint", hidden: true });
+        this.frame = element("div", {
+            class: "frame", tabindex: 0, role: "group",
+            "aria-label": "Time line. Left and right choose the event before and behind, with shift they move; " +
+                "plus and minus change the scale, zero shows everything.",
+            onkeydown: (key) => this.#key(key),
+        }, this.canvas, this.hint);
+        this.canvas.addEventListener("click", (click) => this.#choose(click));
+        this.canvas.addEventListener("mousemove", (move) => this.#point(move));
+        this.canvas.addEventListener("mouseleave", () => { this.hint.hidden = true; });
+        this.canvas.addEventListener("wheel", (wheel) => this.#wheel(wheel), { passive: false });
+        root.replaceChildren(
+            element("div", { class: "bar" },
+                element("h2", {}, "Time line"), this.said,
+                element("label", { class: "check" }, this.fold, "fold waits"),
+                element("span", { class: "buttons" },
+                    button("\u2212", "Show more time", () => this.#scaleBy(1 / 2)),
+                    button("+", "Show less time", () => this.#scaleBy(2)),
+                    button("All", "Show all of the life", () => this.show(0, this.#life.length)))),
+            element("div", { class: "drawing" }, this.lanes, this.frame));
+    }
+
+    #showLane(lane, shown) {
+        const others = this.#store.state.hidden.filter((one) => one !== lane);
+        this.#store.change({ hidden: shown ? others : [...others, lane] });
+    }
+
+    /** Another life, or its waits folded or not. */
+    setLife(life, state) {
+        this.#life = life;
+        const folds = new Folds(life.at, life.length, state.folded);
+        const exchanges = [];
+        const places = folds.placesOf(life.at);
+        life.reply.forEach((reply, at) => {
+            if (reply >= 0 && places[reply] - places[at] > 0.5) {
+                exchanges.push(at);
+            }
+        });
+        this.#view = { life, folds, places, exchanges, colours: palette(), place: (x) => this.#place(x), x: (place) => this.#x(place) };
+        this.fold.checked = state.folded;
+        this.#limit();
+        this.#showState(state);
+    }
+
+    setLanes(state) {
+        this.lanes.querySelectorAll("input").forEach((box, at) => {
+            box.checked = !state.hidden.includes(ROWS[at].id);
+        });
+        this.draw();
+    }
+
+    #base() {
+        return Math.max(this.#width - 24, 1) / this.#view.folds.extent;
+    }
+
+    #x(place) {
+        return this.#transform.applyX(12 + place * this.#base());
+    }
+
+    #place(x) {
+        return (this.#transform.invertX(x) - 12) / this.#base();
+    }
+
+    #limit() {
+        if (this.#width === 0) {
+            return;
+        }
+        const most = Math.max(CLOSEST / this.#base(), 1);
+        this.#zoom.scaleExtent([1, most]).extent([[0, 0], [this.#width, HEIGHT]])
+            .translateExtent([[0, 0], [this.#width, HEIGHT]]);
+    }
+
+    #resize() {
+        const width = this.frame.clientWidth;
+        if (width === this.#width || width === 0) {
+            return;
+        }
+        this.#width = width;
+        const scale = devicePixelRatio || 1;
+        this.canvas.width = Math.round(width * scale);
+        this.canvas.height = Math.round(HEIGHT * scale);
+        this.canvas.getContext("2d").setTransform(scale, 0, 0, scale, 0, 0);
+        if (this.#life !== undefined) {
+            this.#limit();
+            this.#showState(this.#store.state);
+        }
+    }
+
+    #showState(state) {
+        if (this.#width === 0) {
+            return;
+        }
+        if (state.from >= 0 && state.until > state.from) {
+            this.show(state.from, state.until, false);
+        } else {
+            this.show(0, this.#life.length, false);
+        }
+    }
+
+    /** The piece of time between two moments. */
+    show(from, until, tell = true) {
+        const begin = this.#view.folds.place(Math.max(from, 0));
+        const end = Math.max(this.#view.folds.place(Math.min(until, this.#life.length)), begin + 1e-3);
+        const all = from <= 0 && until >= this.#life.length;
+        const most = this.#zoom.scaleExtent()[1];
+        const scale = all ? 1 : Math.min((this.#width - 24) / ((end - begin) * this.#base()), most);
+        const left = all ? 0 : 12 - scale * (12 + begin * this.#base());
+        this.#moving = !tell;
+        select(this.canvas).call(this.#zoom.transform, zoomIdentity.translate(left, 0).scale(scale));
+        this.#moving = false;
+    }
+
+    /** Follows the address, and so does what we did ourselves: nothing moves then. */
+    follow(state) {
+        const here = this.#piece();
+        if (Math.abs(here.from - state.from) > 1e-3 || Math.abs(here.until - state.until) > 1e-3) {
+            this.#showState(state);
+        }
+    }
+
+    #zoomed() {
+        this.#transform = d3event.transform;
+        this.draw();
+    }
+
+    #piece() {
+        if (this.#transform.k === 1) {
+            return { from: -1, until: -1 };
+        }
+        const rounded = (moment) => Math.round(Math.min(Math.max(moment, 0), this.#life.length) * 1000) / 1000;
+        return {
+            from: rounded(this.#view.folds.moment(this.#place(12))),
+            until: rounded(this.#view.folds.moment(this.#place(this.#width - 12))),
+        };
+    }
+
+    #tellStore() {
+        if (!this.#moving && this.#life !== undefined) {
+            this.#store.change(this.#piece());
+        }
+    }
+
+    #scaleBy(factor) {
+        select(this.canvas).call(this.#zoom.scaleBy, factor);
+    }
+
+    /** Sideways it moves; up and down the page does, unless the wheel is to zoom. */
+    #wheel(wheel) {
+        const sideways = wheel.shiftKey ? wheel.deltaY || wheel.deltaX : wheel.deltaX;
+        if (!wheel.ctrlKey && !wheel.metaKey && Math.abs(sideways) > 0 && (wheel.shiftKey || Math.abs(wheel.deltaX) > Math.abs(wheel.deltaY))) {
+            wheel.preventDefault();
+            select(this.canvas).call(this.#zoom.translateBy, -sideways / this.#transform.k, 0);
+        }
+    }
+
+    #key(key) {
+        const move = (part) => select(this.canvas).call(this.#zoom.translateBy, (part * this.#width) / this.#transform.k, 0);
+        const acts = {
+            "ArrowLeft": () => (key.shiftKey ? move(0.25) : this.#step(-1)),
+            "ArrowRight": () => (key.shiftKey ? move(-0.25) : this.#step(1)),
+            "+": () => this.#scaleBy(2),
+            "=": () => this.#scaleBy(2),
+            "-": () => this.#scaleBy(1 / 2),
+            "0": () => this.show(0, this.#life.length),
+        };
+        if (key.ctrlKey || key.metaKey || key.altKey || !(key.key in acts)) {
+            return;
+        }
+        key.preventDefault();
+        acts[key.key]();
+    }
+
+    /** To the next event that is seen; from none, to the first one in sight. */
+    #step(by) {
+        const seen = this.seen();
+        const from = this.#store.state.event;
+        const first = firstNotBefore(this.#view.places, this.#place(0));
+        let at = from < 0 ? (by > 0 ? first : Math.min(first, seen.length - 1)) : from + by;
+        while (at >= 0 && at < seen.length && seen[at] === 0) {
+            at += by;
+        }
+        if (at >= 0 && at < seen.length) {
+            this.#store.change({ event: at });
+        }
+    }
+
+    /** Brings an event into sight, if it is not. */
+    reveal(at) {
+        if (at < 0 || this.#width === 0 || at >= this.#view.places.length) {
+            return;
+        }
+        const x = this.#x(this.#view.places[at]);
+        if (x < 20 || x > this.#width - 20) {
+            select(this.canvas).call(this.#zoom.translateTo, 12 + this.#view.places[at] * this.#base(), 0);
+        }
+    }
+
+    #nearest(x, y) {
+        const { places, life } = this.#view;
+        const seen = this.seen();
+        let best = -1;
+        let distance = NEAR;
+        const from = firstNotBefore(places, this.#place(x - NEAR));
+        for (let at = from; at < places.length; at += 1) {
+            const away = this.#x(places[at]) - x;
+            if (away > NEAR) {
+                break;
+            }
+            const half = ROWS[life.lane[at]].id === "wire" ? 13 : 16;
+            const here = Math.abs(middleOf(life.lane[at], life.events[at].kind) - y) < half;
+            const far = Math.abs(away) - life.weight[at]; // what weighs more lies above
+            if (here && seen[at] === 1 && far < distance) {
+                distance = far;
+                best = at;
+            }
+        }
+        return best;
+    }
+
+    #choose(click) {
+        const [x, y] = [click.offsetX, click.offsetY];
+        const step = y < AXIS.top ? this.#life.stepAt(this.#view.folds.moment(this.#place(x))) : -1;
+        if (step >= 0) {
+            const { from, until } = this.#life.steps[step];
+            this.show(from, until);
+            return;
+        }
+        const at = this.#nearest(x, y);
+        if (at >= 0) {
+            this.#store.change({ event: at });
+        }
+    }
+
+    #point(move) {
+        const at = this.#nearest(move.offsetX, move.offsetY);
+        this.canvas.style.cursor = at >= 0 || move.offsetY < AXIS.top ? "pointer" : "grab";
+        this.hint.hidden = at < 0;
+        if (at >= 0) {
+            const event = this.#life.events[at];
+            this.hint.textContent = `${this.#life.time(event.at)}  ${event.text.slice(0, 160)}`;
+            this.hint.style.left = `${Math.min(move.offsetX + 12, Math.max(this.#width - 320, 0))}px`;
+            this.hint.style.top = `${move.offsetY + 14}px`;
+        }
+    }
+
+    /** With the next frame, however often it is asked for. */
+    draw() {
+        if (this.#frame === 0) {
+            this.#frame = requestAnimationFrame(() => {
+                this.#frame = 0;
+                this.paintNow();
+            });
+        }
+    }
+
+    paintNow() {
+        if (this.#width === 0 || this.#life === undefined) {
+            return;
+        }
+        const view = this.#view;
+        Object.assign(view, {
+            width: this.#width, state: this.#store.state, seen: this.seen(), left: this.#place(-20), right: this.#place(this.#width + 20),
+        });
+        paint(this.canvas.getContext("2d"), view);
+        const from = view.folds.moment(this.#place(0));
+        const until = view.folds.moment(this.#place(this.#width));
+        const folds = view.folds.folds.length;
+        this.said.textContent = `${span(Math.min(until, this.#life.length) - Math.max(from, 0))} in sight` +
+            (folds > 0 ? `, ${count(folds, "wait")} folded` : "");
+    }
+}

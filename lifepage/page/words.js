@@ -1,0 +1,66 @@
+// Moments, lengths and numbers as a person reads them.
+
+export const DAY = 86400000;
+
+function two(number) {
+    return String(number).padStart(2, "0");
+}
+
+/** Of the day, in UTC, to the millisecond. */
+export function clock(milliseconds) {
+    const ofDay = ((Math.floor(milliseconds) % DAY) + DAY) % DAY;
+    const seconds = Math.floor(ofDay / 1000);
+    return `${two(Math.floor(seconds / 3600))}:${two(Math.floor(seconds / 60) % 60)}:${two(seconds % 60)}.` +
+        String(ofDay % 1000).padStart(3, "0");
+}
+
+export function date(milliseconds) {
+    return new Date(milliseconds).toISOString().slice(0, 10);
+}
+
+/** How long: "0.31 ms", "4.99 s", "2 min 24 s", "3 d 4 h". */
+export function span(milliseconds) {
+    if (milliseconds < 1000) {
+        return `${Number(milliseconds.toPrecision(3))} ms`;
+    }
+    const seconds = milliseconds / 1000;
+    if (seconds < 60) {
+        return `${seconds.toFixed(seconds < 10 ? 2 : 1)} s`;
+    }
+    const minutes = Math.floor(seconds / 60);
+    if (minutes < 60) {
+        return `${minutes} min ${Math.floor(seconds % 60)} s`;
+    }
+    const hours = Math.floor(minutes / 60);
+    return hours < 24 ? `${hours} h ${minutes % 60} min` : `${Math.floor(hours / 24)} d ${hours % 24} h`;
+}
+
+export function count(number, one, many = one + "s") {
+    return `${number.toLocaleString("en-GB")} ${number === 1 ? one : many}`;
+}
+
+export const WEIGHTS = ["detail", "ordinary", "warning", "error"];
+
+export const LEVELS = ["", "debug", "information", "warning", "error"];
+
+export const STATES = {
+    "given": { text: "never asked", mood: "open" },
+    "asked": { text: "no reply", mood: "open" },
+    "accepted": { text: "accepted", mood: "good" },
+    "failing": { text: "to be tried again", mood: "warning" },
+    "done": { text: "done", mood: "good" },
+    "done-with-warning": { text: "done, with a warning", mood: "warning" },
+    "failed": { text: "failed", mood: "bad" },
+    "dropped": { text: "dropped: its host ended", mood: "warning" },
+    "given-up": { text: "given up", mood: "bad" },
+};
+
+export const LANES = [
+    { id: "host", name: "Host" },
+    { id: "bus", name: "Server, bus" },
+    { id: "task", name: "Task thread" },
+    { id: "watch", name: "Watch" },
+    { id: "wire", name: "Wire" },
+    { id: "product", name: "Product" },
+    { id: "area", name: "Area" },
+];

@@ -1,0 +1,65 @@
+#include <gmock/gmock.h>
+
+#include "lab/runner/life/LifeBook.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::Field;
+using ::testing::Optional;
+using ::testing::SizeIs;
+
+TEST(LifeBookTest, ProcessesOfOneActorAreCounted) {
+    CLifeBook book("now labrunner");
+    book.Begin("host", "(started)");
+    book.End("host", "with code 0");
+    book.End("host", "with code 0");  // nothing more
+    book.Begin("host", "(started)");
+    const LifePage::Life life = book.Life({});
+    EXPECT_EQ(life.toldBy, "now labrunner");
+    EXPECT_THAT(life.processes, ElementsAre(Field(&LifePage::Process::name, "host 1"),
+                                            Field(&LifePage::Process::name, "host 2")));
+    EXPECT_EQ(life.processes[0].end, "with code 0");
+    EXPECT_EQ(life.processes[1].end, "");
+    EXPECT_EQ(life.processes[1].until, life.length);
+    EXPECT_THAT(life.events, SizeIs(3));
+}
+
+TEST(LifeBookTest, StepsTellHowTheyEnded) {
+    CLifeBook book("");
+    book.Title("A title");
+    book.Step("one");
+    book.StepDone({"", "one", true, "", {}});
+    book.Step("two");
+    book.StepDone({"", "two", false, "line 7: no", {}});
+    const LifePage::Life life = book.Life({});
+    EXPECT_EQ(life.title, "A title");
+    ASSERT_THAT(life.steps, SizeIs(2));
+    EXPECT_EQ(life.steps[0].end, LifePage::Step::End::kHeld);
+    EXPECT_EQ(life.steps[1].end, LifePage::Step::End::kFailed);
+    EXPECT_EQ(life.steps[1].failure, "line 7: no");
+    EXPECT_LE(life.steps[0].until, life.steps[1].from);
+}
+
+TEST(LifeBookTest, FailureBeforeTheFirstStepIsAStep) {
+    CLifeBook book("");
+    book.StepDone({"", "before the first step", false, "line 1: no", {}});
+    ASSERT_THAT(book.Life({}).steps, SizeIs(1));
+    EXPECT_EQ(book.Life({}).steps[0].text, "before the first step");
+}
+
+TEST(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
+    CLifeBook book("");
+    book.Begin("host", "(started)");
+    const std::size_t later = book.Event("host", {"", CLine("ready"), ~std::uint64_t{0} / 2});
+    const std::size_t sooner =
+        book.Event("host", {"", CLine("log").With("text", "x"), ~std::uint64_t{0} / 2 - 1});
+    const LifePage::Life life = book.Life({{"one", later}, {"two", sooner}});
+    EXPECT_THAT(life.neutral[0].event, Optional(2U));
+    EXPECT_THAT(life.neutral[1].event, Optional(1U));
+    EXPECT_EQ(life.events[1].text, "x");
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner

@@ -1,0 +1,95 @@
+#include <gmock/gmock.h>
+
+#include "tests/lab/runner/life/ToldLife.h"
+
+namespace Kyr::Lab::Runner {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+using ::testing::Pair;
+
+using LifePage::Lane;
+
+LifePage::Event OneEvent(const std::string& line) {
+    return ToldLife({line}).events.at(0);
+}
+
+TEST(ToldEventsTest, LinesOfTheWatchAndOfTheTaskThreadHaveLanesOfTheirOwn) {
+    EXPECT_EQ(OneEvent("0 host log level=2 text=\"Received broadcast 8\"").lane, Lane::kWatch);
+    EXPECT_EQ(OneEvent("0 host log level=2 text=\"Reconnecting to product\"").lane, Lane::kTask);
+    EXPECT_EQ(OneEvent("0 host publish name=OvAgentRequest by=module request=5").lane,
+              Lane::kWatch);
+}
+
+TEST(ToldEventsTest, WhatCrossesBusAndWireStandsThere) {
+    EXPECT_EQ(OneEvent("0 host publish name=ApplyPolicy by=host").lane, Lane::kBus);
+    EXPECT_EQ(OneEvent("0 host mined name=X records=5").lane, Lane::kBus);
+    EXPECT_EQ(OneEvent("0 product request id=1 command=3").lane, Lane::kWire);
+    EXPECT_EQ(OneEvent("0 product reply id=1 status=0").lane, Lane::kWire);
+}
+
+TEST(ToldEventsTest, WhatIsAboutTheBroadcastAreaStandsApartFromTheProduct) {
+    EXPECT_EQ(OneEvent("0 product answer command=broadcast index=8").lane, Lane::kArea);
+    EXPECT_EQ(OneEvent("0 product command text=\"area set data-size 0\"").lane, Lane::kArea);
+    EXPECT_EQ(OneEvent("0 product answer command=tasklog tasks=1").lane, Lane::kProduct);
+}
+
+TEST(ToldEventsTest, CommandForTheHostIsTheServersAndItsStartIsNot) {
+    EXPECT_EQ(OneEvent("0 host command text=\"kill pid=7\"").lane, Lane::kBus);
+    EXPECT_EQ(OneEvent("0 host command text=(killed)").lane, Lane::kHost);
+    EXPECT_EQ(OneEvent("0 host life call=Start result=ok").lane, Lane::kHost);
+}
+
+TEST(ToldEventsTest, LogLineKeepsItsTextAndHasItsLevelAsWeight) {
+    const LifePage::Event event = OneEvent("0 host log level=3 text=\"two  blanks\"");
+    EXPECT_EQ(event.text, "two  blanks");
+    EXPECT_EQ(event.level, 3);
+    EXPECT_EQ(event.weight, LifePage::Weight::kWarning);
+}
+
+TEST(ToldEventsTest, WhatComesAgainAndAgainIsADetail) {
+    EXPECT_EQ(OneEvent("0 product request id=1 transport=alpc command=0").weight,
+              LifePage::Weight::kDetail);
+    EXPECT_EQ(OneEvent("0 product request id=1 transport=alpc command=3 name=import").weight,
+              LifePage::Weight::kOrdinary);
+}
+
+TEST(ToldEventsTest, EventsStandInTheOrderOfTheirMoments) {
+    LifePage::Life life;
+    const auto places = TellEvents(
+        Told({"7 host log level=2 text=later", "3 product ready", "7 host log level=2 text=last"}),
+        life);
+    EXPECT_THAT(places, ElementsAre(1, 0, 2));
+    EXPECT_EQ(life.events[0].kind, "ready");
+    EXPECT_EQ(life.events[2].text, "last");
+}
+
+TEST(ToldEventsTest, RowsOfALogBelongToItsPublishing) {
+    LifePage::Life life;
+    const auto places =
+        TellEvents(Told({"0 host ready", "1 host publish name=EventLog_TASK context=4 by=module",
+                         "2 host symbols name=EventLog_TASK context=4 row=0 2836-status=1 2146=8",
+                         "3 host symbols name=EventLog_TASK context=4 row=1 2836-status=2"}),
+                   life);
+    ASSERT_EQ(life.events.size(), 2U);
+    ASSERT_EQ(life.events[1].rows.size(), 2U);
+    EXPECT_EQ(life.events[1].rows[0].name, "0");
+    EXPECT_THAT(life.events[1].rows[0].symbols,
+                ElementsAre(Pair("2836-status", "1"), Pair("2146", "8")));
+    EXPECT_THAT(places, ElementsAre(0, 1, 1, 1));
+}
+
+TEST(ToldEventsTest, RowsOfALogThatNobodyPublishedStayAsTheyAre) {
+    EXPECT_EQ(OneEvent("0 host symbols name=EventLog_TASK context=4 row=0 1-a=b").kind, "symbols");
+}
+
+TEST(ToldEventsTest, BytesAreNoField) {
+    const LifePage::Event event = OneEvent("0 product reply id=1 status=0 bytes=4142");
+    EXPECT_EQ(event.bytes, "AB");
+    EXPECT_THAT(event.fields, ElementsAre(Pair("id", "1"), Pair("status", "0")));
+    EXPECT_THAT(OneEvent("0 host command text=help").fields, IsEmpty());
+}
+
+}  // namespace
+}  // namespace Kyr::Lab::Runner
