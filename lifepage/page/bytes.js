@@ -1,16 +1,18 @@
 // Bytes of a request or a reply: what each field means, and the bytes themselves.
 
 import { element, table } from "./dom.js";
+import { short } from "./words.js";
 
 const LINE = 16;
 
 export function bytesOf(event) {
     return [
         event.parts === undefined ? null : table("Bytes, taken apart", [
-            { name: "at", number: true }, { name: "bytes", number: true }, { name: "field" }, { name: "value" },
+            { name: "at", number: true, width: 44 }, { name: "bytes", number: true, width: 50 }, { name: "field", width: 110 }, { name: "value" },
         ], event.parts.map(([offset, length, name, value, wrong]) => [
-            offset.toString(16).padStart(4, "0"), String(length), name,
-            wrong === undefined ? value : element("span", {}, value, value === "" ? "" : " ", element("strong", { class: "bad" }, wrong)),
+            offset.toString(16).padStart(4, "0"), String(length), short(name, 60),
+            wrong === undefined ? short(value)
+                : element("span", {}, short(value), value === "" ? "" : " ", element("strong", { class: "bad" }, short(wrong))),
         ]), { class: "parts" }),
         element("details", {},
             element("summary", {}, `${event.length} bytes`),

@@ -3,9 +3,10 @@
 import { differences } from "./difference.js";
 import { element, empty } from "./dom.js";
 import { documentIn, readLives } from "./life.js";
-import { count } from "./words.js";
+import { count, short } from "./words.js";
 
 const AROUND = 3; // equal lines that are shown before and behind a difference
+const LONG = 1000; // characters of a line that are shown
 const SHOWN = 400; // lines of one difference
 
 export class Compare {
@@ -42,7 +43,7 @@ export class Compare {
                 choose(Number(list.value));
                 this.#compare();
             },
-        }, this.#lives.map((one, at) => element("option", { value: at, selected: at === chosen }, one.name)));
+        }, this.#lives.map((one, at) => element("option", { value: at, selected: at === chosen }, short(one.name, 100))));
         return element("label", { class: "field", for: id }, `${name} `, list);
     }
 
@@ -81,7 +82,7 @@ export class Compare {
                 `; the first one is at line ${(pieces[first].left + 1).toLocaleString("en-GB")}, and marked.`),
             element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Differences" },
                 element("table", { class: "compare" },
-                    element("thead", {}, element("tr", {}, ["line", left.name, "line", right.name].map((name, at) =>
+                    element("thead", {}, element("tr", {}, ["line", short(left.name), "line", short(right.name)].map((name, at) =>
                         element("th", { scope: "col", class: at % 2 === 0 ? "number" : null }, name)))),
                     element("tbody", {}, pieces.flatMap((piece, at) => piece.same
                         ? this.#equal(piece, left.life, at === 0, at === pieces.length - 1)
@@ -118,7 +119,8 @@ export class Compare {
             if (line === null) {
                 return [element("td", { class: "number" }), element("td", { class: "none" })];
             }
-            const [text, event] = line[1];
+            const [all, event] = line[1];
+            const text = short(all, LONG);
             return [element("td", { class: "number" }, String(line[0] + 1)), element("td", {}, leads && event !== null
                 ? element("button", { type: "button", class: "link", onclick: () => this.#store.change({ event }) }, text) : text)];
         };

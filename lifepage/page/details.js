@@ -1,8 +1,8 @@
 // The chosen event: all that is known of it, its way back and forth, and what else there is on the same message.
 
 import { bytesOf } from "./bytes.js";
-import { element, table } from "./dom.js";
-import { LANES, LEVELS, WEIGHTS, span } from "./words.js";
+import { element, table, whole } from "./dom.js";
+import { LANES, LEVELS, WEIGHTS, short, span } from "./words.js";
 
 const AROUND = 12; // events of the same message that are shown before and behind
 
@@ -26,7 +26,8 @@ export class Details {
         this.#root.replaceChildren(...[
             this.#head(life, at, event),
             this.#facts(life, at, event),
-            ...(event.rows ?? []).map((row) => table(`Row ${row.name}`, [{ name: "symbol" }, { name: "value" }], row.symbols)),
+            ...(event.rows ?? []).map((row) => table(`Row ${short(row.name, 60)}`, [{ name: "symbol", width: 150 }, { name: "value" }],
+                row.symbols.map(([symbol, value]) => [short(symbol, 60), whole(value)]))),
             ...(event.bytes === undefined ? [] : bytesOf(event)),
             this.#message(life, at, event),
         ].filter((part) => part !== null));
@@ -34,7 +35,7 @@ export class Details {
     }
 
     #go(at, text, title) {
-        return element("button", { type: "button", class: "link", title, onclick: () => this.#store.change({ event: at }) }, text);
+        return element("button", { type: "button", class: "link", title, onclick: () => this.#store.change({ event: at }) }, short(text));
     }
 
     #head(life, at, event) {
@@ -44,26 +45,26 @@ export class Details {
         }, text);
         return element("div", { class: "head" },
             element("p", { class: `mood ${WEIGHTS[event.weight]}` },
-                event.level === undefined ? `${LANES[life.lane[at]].name}: ${event.kind}` : `log line, ${LEVELS[event.level]}`),
+                event.level === undefined ? `${LANES[life.lane[at]].name}: ${short(event.kind, 60)}` : `log line, ${LEVELS[event.level]}`),
             element("span", { class: "buttons" },
                 move(at - 1, "\u2190", "The event before"), move(at + 1, "\u2192", "The event behind"),
                 element("button", { type: "button", title: "Close", "aria-label": "Close", onclick: () => this.#store.change({ event: -1 }) },
                     "\u00d7")),
-            element("h2", { class: "text" }, event.text));
+            element("h2", { class: "text" }, whole(event.text)));
     }
 
     #facts(life, at, event) {
         const step = life.stepAt(event.at);
         const facts = [
             ["time", `${life.time(event.at)} UTC, ${span(event.at)} after the beginning`],
-            ["told by", life.processes[event.process]?.name ?? "nobody"],
+            ["told by", short(life.processes[event.process]?.name ?? "nobody")],
         ];
         if (step >= 0) {
-            facts.push(["step", `${step + 1}  ${life.steps[step].text}`]);
+            facts.push(["step", `${step + 1}  ${short(life.steps[step].text)}`]);
         }
         if (life.reply[at] >= 0) {
             const reply = life.reply[at];
-            facts.push(["reply", this.#go(reply, `after ${span(life.events[reply].at - event.at)}: ${life.events[reply].text}`)]);
+            facts.push(["reply", this.#go(reply, `after ${span(life.events[reply].at - event.at)}: ${short(life.events[reply].text)}`)]);
         } else if (event.kind === "request") {
             facts.push(["reply", "none came"]);
         }
@@ -73,9 +74,10 @@ export class Details {
         for (const task of event.tasks ?? []) {
             facts.push(["task", element("button", {
                 type: "button", class: "link", onclick: () => this.#store.change({ task, view: "tasks" }),
-            }, `${task + 1}  ${life.tasks[task].what}`)]);
+            }, `${task + 1}  ${short(life.tasks[task].what)}`)]);
         }
-        facts.push(...(event.fields ?? []).filter(([key]) => key !== "text" || event.level === undefined));
+        facts.push(...(event.fields ?? []).filter(([key]) => key !== "text" || event.level === undefined)
+            .map(([key, value]) => [short(key, 60), whole(value)]));
         return element("dl", {}, facts.flatMap(([name, value]) => [element("dt", {}, name), element("dd", {}, value)]));
     }
 
@@ -92,7 +94,7 @@ export class Details {
             element("h3", {}, "On the same message"),
             element("ol", { class: "message" }, shown.map((other) => element("li", { class: other === at ? "here" : null },
                 element("span", { class: "time" }, `${other < at ? "\u2212" : "+"}${span(Math.abs(life.at[other] - event.at))}`),
-                other === at ? element("strong", {}, "this one") : this.#go(other, life.events[other].text.slice(0, 120))))),
+                other === at ? element("strong", {}, "this one") : this.#go(other, short(life.events[other].text, 120))))),
             shown.length < others.length
                 ? element("p", { class: "soft" }, `and ${others.length - shown.length} more`) : null);
     }

@@ -1,7 +1,7 @@
 // What one sees first: which life this is, how it went, and its figures.
 
 import { element } from "./dom.js";
-import { STATES, count, date, span } from "./words.js";
+import { count, date, short, span, stateOf } from "./words.js";
 
 export function drawHead(root, lives, life, store) {
     const failed = life.steps.filter((step) => !step.held).length;
@@ -21,7 +21,7 @@ export function drawHead(root, lives, life, store) {
 function chooser(lives, life, store) {
     const list = element("select", {
         id: "life", onchange: () => store.change({ life: Number(list.value), event: -1, task: -1, kind: "", from: -1, until: -1 }),
-    }, lives.map((one, at) => element("option", { value: at, selected: one === life }, `${at + 1}  ${one.title}`)));
+    }, lives.map((one, at) => element("option", { value: at, selected: one === life }, `${at + 1}  ${short(one.title, 100)}`)));
     return element("label", { class: "field", for: "life" }, "Life ", list);
 }
 
@@ -32,7 +32,7 @@ function storyOf(life) {
         const byState = new Map();
         life.tasks.forEach((task) => byState.set(task.state, (byState.get(task.state) ?? 0) + 1));
         sentences.push(`${count(life.tasks.length, "task")}: ` +
-            [...byState].map(([state, number]) => `${number} ${STATES[state].text}`).join(", ") + ".");
+            [...byState].map(([state, number]) => `${number} ${short(stateOf(state).text)}`).join(", ") + ".");
     }
     const outages = life.outages.filter((outage) => !outage.first);
     if (outages.length > 0) {

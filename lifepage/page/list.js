@@ -3,7 +3,7 @@
 
 import { element, empty } from "./dom.js";
 import { firstNotBefore } from "./life.js";
-import { DAY, LANES, WEIGHTS, count } from "./words.js";
+import { DAY, LANES, WEIGHTS, count, short } from "./words.js";
 
 const ROW = 24; // pixels, as the style sheet has it
 const BEYOND = 6; // rows above and below what is in sight
@@ -91,7 +91,7 @@ export class EventList {
         element("span", { class: "time" }, this.#life.time(event.at)),
         element("span", { class: "who" }, LANES[this.#life.lane[at]].name),
         element("span", { class: "kind" }, event.kind),
-        element("span", { class: "text" }, event.text.slice(0, 300)));
+        element("span", { class: "text" }, short(event.text)));
         row.style.top = `${place * ROW}px`;
         return row;
     }
@@ -121,7 +121,7 @@ export class EventList {
         }
         const lines = [...this.#numbers.slice(0, PRINTED)].map((at) => {
             const event = this.#life.events[at];
-            return element("li", {}, `${this.#life.time(event.at)}  ${event.kind}  ${event.text.slice(0, 300)}`);
+            return element("li", {}, `${this.#life.time(event.at)}  ${short(event.kind)}  ${short(event.text)}`);
         });
         if (this.#numbers.length > PRINTED) {
             lines.push(element("li", {}, `and ${count(this.#numbers.length - PRINTED, "event")} more`));

@@ -14,6 +14,7 @@ import { Store } from "./store.js";
 import { markTask, outagesView, recordsView, stepsView, tasksView } from "./tables.js";
 import { Tabs } from "./tabs.js";
 import { TimeLine } from "./timeline.js";
+import { short } from "./words.js";
 
 const at = (id) => document.getElementById(id);
 
@@ -80,7 +81,7 @@ function start(lives) {
         timeLine.reveal(state.event);
         timeLine.draw();
         const event = lifeOf(state).events[state.event];
-        at("said").textContent = event === undefined ? "" : `${lifeOf(state).time(event.at)} ${event.text.slice(0, 200)}`;
+        at("said").textContent = event === undefined ? "" : `${lifeOf(state).time(event.at)} ${short(event.text)}`;
     });
     bindAddress(store, plain);
     onScheme(() => charts.length > 0 && drawAllCharts(at("view-charts")));

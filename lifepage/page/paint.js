@@ -8,7 +8,7 @@ import { firstNotBefore } from "./life.js";
 import { span } from "./words.js";
 
 const FONT = "12px system-ui, sans-serif";
-const LETTER = 6.4; // pixels, about
+const LETTER = 6.8; // pixels, about
 const LABELLED = 56; // pixels of room that a label needs
 const WIDE = 6; // pixels from which on a fold is shown as one
 const MARK = 7; // half the height of one
@@ -71,8 +71,9 @@ function folds(canvas, view) {
         }
         canvas.fillStyle = colours.line;
         canvas.fillRect(begin + 2, AXIS.top + AXIS.height - 3, width - 4, 2);
-        const text = span(all[at].until - all[at].from);
-        if (width > text.length * LETTER) {
+        const wait = all[at].until - all[at].from;
+        const text = [span(wait), `${Math.round(wait / 1000)} s`].find((one) => width > one.length * LETTER);
+        if (text !== undefined) {
             canvas.fillStyle = colours.soft;
             canvas.fillText(text, begin + width / 2, AXIS.top + AXIS.height / 2 - 2);
         }

@@ -2,6 +2,7 @@
 
 import { element } from "./dom.js";
 import { PLAIN } from "./address.js";
+import { short } from "./words.js";
 
 const WEIGHT_NAMES = ["everything", "without details", "warnings and errors", "errors"];
 const PATIENCE = 120; // milliseconds between a letter and the search
@@ -35,7 +36,7 @@ export class Search {
         this.kind.replaceChildren(element("option", { value: "" }, "all"),
             ...[...life.kinds].sort().map((kind) => element("option", { value: kind }, kind)));
         this.task.replaceChildren(element("option", { value: -1 }, "all"),
-            ...life.tasks.map((task, at) => element("option", { value: at }, `${at + 1}  ${task.what}`)));
+            ...life.tasks.map((task, at) => element("option", { value: at }, `${at + 1}  ${short(task.what, 60)}`)));
     }
 
     follow(state) {

@@ -1,32 +1,33 @@
 // Tasks, records, outages and steps, as tables.
 
 import { element, empty, table } from "./dom.js";
-import { STATES, WEIGHTS, count, span } from "./words.js";
+import { WEIGHTS, count, short, span, stateOf } from "./words.js";
 
 const BATCHES = 200; // of one kind that are listed
 
 function eventButton(store, at, text, mood = "") {
-    return element("button", { type: "button", class: `link ${mood}`, onclick: () => store.change({ event: at }) }, text);
+    return element("button", { type: "button", class: `link ${mood}`, onclick: () => store.change({ event: at }) }, short(text));
 }
 
 export function tasksView(life, store) {
     if (life.tasks.length === 0) {
         return [empty("The server gave no task.")];
     }
-    const columns = [{ name: "Task" }, { name: "What became of it" }, { name: "Attempts", number: true }, { name: "The road it took" }];
+    const columns = [{ name: "Task", width: 190 }, { name: "What became of it" }, { name: "Attempts", number: true, width: 76 },
+        { name: "The road it took" }];
     const shown = table("Tasks", columns, life.tasks.map((task, at) => [
         element("div", {},
             element("button", {
                 type: "button", class: "link", "aria-pressed": "false", title: "Show only what belongs to it",
                 onclick: () => store.change(store.state.task === at ? { task: -1, from: -1, until: -1 } : { task: at, ...around(life, task) }),
-            }, `${at + 1}  ${task.what}`),
+            }, `${at + 1}  ${short(task.what)}`),
             element("div", { class: "soft time" }, life.time(task.from)),
             element("details", { class: "soft" }, element("summary", {}, "identifiers"),
                 task.identifiers.length === 0 ? "none that were told"
-                    : element("ul", { class: "identifiers" }, task.identifiers.map((one) => element("li", {}, one))))),
+                    : element("ul", { class: "identifiers" }, task.identifiers.map((one) => element("li", {}, short(one)))))),
         element("div", {},
-            element("span", { class: `state ${STATES[task.state].mood}` }, STATES[task.state].text),
-            task.why === "" ? null : element("p", { class: "why" }, task.why)),
+            element("span", { class: `state ${stateOf(task.state).mood}` }, short(stateOf(task.state).text)),
+            task.why === "" ? null : element("p", { class: "why" }, short(task.why))),
         String(task.attempts),
         roadOf(life, store, task),
     ]), { class: "tasks" });
@@ -37,7 +38,8 @@ export function tasksView(life, store) {
 /** The piece of time that a task took, with a little before and behind it. */
 function around(life, task) {
     const rim = Math.max((task.until - task.from) / 20, 2);
-    return { from: Math.max(task.from - rim, 0), until: Math.min(task.until + rim, life.length) };
+    const rounded = (moment) => Math.round(moment * 1000) / 1000;
+    return { from: rounded(Math.max(task.from - rim, 0)), until: rounded(Math.min(task.until + rim, life.length)) };
 }
 
 /** Shows in a table which task is looked at. */
@@ -66,18 +68,19 @@ export function recordsView(life, store) {
         return [empty("No record left the product.")];
     }
     const known = (number) => (number === null ? "not told" : number.toLocaleString("en-GB"));
-    const numbers = ["Batches", "Records", "Stored", "Twice", "Lost"].map((name) => ({ name, number: true }));
-    const sums = table("Records by kind", [{ name: "Kind" }, { name: "Positions" }, ...numbers], life.records.map((records) => {
+    const numbers = ["Batches", "Records", "Stored", "Twice", "Lost"].map((name) => ({ name, number: true, width: 80 }));
+    const sums = table("Records by kind", [{ name: "Kind", width: 100 }, { name: "Positions" }, ...numbers], life.records.map((records) => {
         const sum = records.batches.reduce((all, batch) => all + batch.records, 0);
-        return [records.kind, positions(records.batches), String(records.batches.length), sum.toLocaleString("en-GB"),
+        return [short(records.kind), positions(records.batches), String(records.batches.length), sum.toLocaleString("en-GB"),
             known(records.stored), known(records.twice), known(records.lost)];
     }));
     const batches = life.records.flatMap((records) => records.batches.map((batch) => ({ kind: records.kind, ...batch })))
         .sort((left, right) => left.at - right.at);
     return [sums, element("h3", {}, "Batches"),
-        table("Batches", [{ name: "Time" }, { name: "Kind" }, { name: "From position", number: true }, { name: "Records", number: true }],
+        table("Batches", [{ name: "Time", width: 150 }, { name: "Kind" }, { name: "From position", number: true, width: 120 },
+                { name: "Records", number: true, width: 100 }],
             batches.slice(0, BATCHES).map((batch) => [
-                eventButton(store, batch.event, life.time(batch.at)), batch.kind,
+                eventButton(store, batch.event, life.time(batch.at)), short(batch.kind),
                 batch.from.toLocaleString("en-GB"), batch.records.toLocaleString("en-GB")])),
         batches.length > BATCHES ? element("p", { class: "soft" }, `and ${count(batches.length - BATCHES, "batch", "batches")} more`) : null,
     ].filter((part) => part !== null);
@@ -107,13 +110,14 @@ export function outagesView(life, store) {
         return [empty("The connector had its product all the time.")];
     }
     return [table("Outages and connections", [
-        { name: "From" }, { name: "What" }, { name: "Lasted", number: true }, { name: "Attempts", number: true }, { name: "Why" },
+        { name: "From", width: 150 }, { name: "What", width: 130 }, { name: "Lasted", number: true, width: 136 },
+        { name: "Attempts", number: true, width: 76 }, { name: "Why" },
     ], life.outages.map((outage) => [
         eventButton(store, outage.event, life.time(outage.from)),
         outage.first ? "first connection" : "reconnection",
         element("span", {}, span(outage.until - outage.from), outage.over ? null : element("span", { class: "bad" }, ", not over")),
         String(outage.attempts),
-        outage.cause,
+        short(outage.cause),
     ]))];
 }
 
@@ -121,12 +125,13 @@ export function stepsView(life, timeLine) {
     if (life.steps.length === 0) {
         return [empty("This life has no steps: it was watched, and not played.")];
     }
-    return [table("Steps", [{ name: "Step" }, { name: "Began" }, { name: "Took", number: true }, { name: "What happened" }],
+    return [table("Steps", [{ name: "Step" }, { name: "Began", width: 150 }, { name: "Took", number: true, width: 90 },
+        { name: "What happened" }],
         life.steps.map((step, at) => [
-            element("button", { type: "button", class: "link", onclick: () => timeLine.show(step.from, step.until) }, `${at + 1}  ${step.text}`),
+            element("button", { type: "button", class: "link", onclick: () => timeLine.show(step.from, step.until) }, `${at + 1}  ${short(step.text)}`),
             life.time(step.from),
             span(step.until - step.from),
             step.held ? element("span", { class: "state good" }, "as expected")
-                : element("div", {}, element("span", { class: "state bad" }, "failed"), element("p", { class: "why" }, step.failure)),
+                : element("div", {}, element("span", { class: "state bad" }, "failed"), element("p", { class: "why" }, short(step.failure, 2000))),
         ]))];
 }

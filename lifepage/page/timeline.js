@@ -8,7 +8,7 @@ import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
 import { firstNotBefore } from "./life.js";
 import { paint } from "./paint.js";
 import { onScheme, palette } from "./palette.js";
-import { count, span } from "./words.js";
+import { count, short, span } from "./words.js";
 
 const NEAR = 9; // pixels within which a click means an event
 const CLOSEST = 400; // pixels that a millisecond can have
@@ -288,7 +288,7 @@ export class TimeLine {
         this.hint.hidden = at < 0;
         if (at >= 0) {
             const event = this.#life.events[at];
-            this.hint.textContent = `${this.#life.time(event.at)}  ${event.text.slice(0, 160)}`;
+            this.hint.textContent = `${this.#life.time(event.at)}  ${short(event.text, 160)}`;
             this.hint.style.left = `${Math.min(move.offsetX + 12, Math.max(this.#width - 320, 0))}px`;
             this.hint.style.top = `${move.offsetY + 14}px`;
         }

@@ -39,11 +39,16 @@ export function count(number, one, many = one + "s") {
     return `${number.toLocaleString("en-GB")} ${number === 1 ? one : many}`;
 }
 
+/** A text for a line or a cell; all of it stands with its event. */
+export function short(text, letters = 300) {
+    return text.length > letters ? `${text.slice(0, letters - 1)}\u2026` : text;
+}
+
 export const WEIGHTS = ["detail", "ordinary", "warning", "error"];
 
 export const LEVELS = ["", "debug", "information", "warning", "error"];
 
-export const STATES = {
+const STATES = new Map(Object.entries({
     "given": { text: "never asked", mood: "open" },
     "asked": { text: "no reply", mood: "open" },
     "accepted": { text: "accepted", mood: "good" },
@@ -53,7 +58,11 @@ export const STATES = {
     "failed": { text: "failed", mood: "bad" },
     "dropped": { text: "dropped: its host ended", mood: "warning" },
     "given-up": { text: "given up", mood: "bad" },
-};
+}));
+
+export function stateOf(name) {
+    return STATES.get(name) ?? { text: name, mood: "open" };
+}
 
 export const LANES = [
     { id: "host", name: "Host" },

@@ -1,0 +1,61 @@
+"""Two lives side by side: none differs where the same was played, and the first difference is marked where not."""
+import copy
+import pathlib
+
+from Page import PageTest, life, lives_of, main, page_with, written
+
+TRANSCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "e2e" / "transcripts"
+
+
+class Compare(PageTest):
+    def said(self):
+        return self.text("#view-compare [role=status]")
+
+    def test_two_runs_of_one_scenario_do_not_differ(self):
+        self.open(written("run"), "view=compare")
+        lines = len(lives_of(written("run"))[0]["neutral"])
+        self.assertEqual(self.said(), f"No difference: {lines} lines are the same in both.")
+
+    def test_lines_are_those_that_every_system_is_compared_with(self):
+        for told in lives_of(written("run")):
+            transcript = (TRANSCRIPTS / "6-records.txt").read_text(encoding="utf-8")
+            self.assertEqual("".join(f"{line}\n" for line, _ in told["neutral"]), transcript)
+
+    def test_life_of_another_page_is_opened_from_its_file(self):
+        self.open(written("1-kill"), "view=compare")
+        self.assertIn("Choose two lives", self.text("#view-compare"))
+        self.one("#other").send_keys(str(written("run")))
+        self.until(lambda: self.all("#view-compare .first"))
+        self.assertRegex(self.said(), r"^\d+ differences?; the first one is at line [\d,]+, and marked\.$")
+
+    def test_first_difference_is_marked_and_leads_to_its_event(self):
+        told = lives_of(written("run"))[0]
+        other = copy.deepcopy(told)
+        place = next(at for at, (_, event) in enumerate(told["neutral"]) if at > 10 and event is not None)
+        other["neutral"][place][0] += " and more"
+        other["neutral"].append(["host 1: log text=late", None])
+        with page_with(told, other) as path:
+            self.open(path, "view=compare&life=0")
+            self.assertEqual(self.said(), f"2 differences; the first one is at line {place + 1}, and marked.")
+            self.assertEqual(len(self.all("#view-compare .first")), 1)
+            cells = [cell.text for cell in self.all("#view-compare .first td")]
+            self.assertEqual(cells, [str(place + 1), told["neutral"][place][0], str(place + 1), other["neutral"][place][0]])
+            self.one("#view-compare .first button").click()
+            self.assertIn(f"event={told['neutral'][place][1]}", self.address())
+
+    def test_lines_that_one_of_them_lacks_are_put_beside_nothing(self):
+        left = life(neutral=[["a", None], ["b", None], ["c", None]])
+        right = life(neutral=[["a", None], ["c", None], ["d", None]])
+        with page_with(left, right) as path:
+            self.open(path, "view=compare")
+            rows = [[cell.text for cell in row.find_elements("css selector", "td")] for row in self.all("#view-compare tbody tr")]
+            self.assertEqual(rows, [["1", "a", "1", "a"], ["2", "b", "", ""], ["3", "c", "2", "c"], ["", "", "3", "d"]])
+
+    def test_file_that_is_no_page_is_refused_in_words(self):
+        self.open(written("run"), "view=compare")
+        self.one("#other").send_keys(__file__)
+        self.until(lambda: "cannot be compared" in self.text("#view-compare [role=alert]"))
+
+
+if __name__ == "__main__":
+    main()

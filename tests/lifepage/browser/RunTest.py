@@ -1,0 +1,152 @@
+"""The page of a real run: what it shows, what a click does, and that a link shows the same."""
+from Page import PageTest, life, lives_of, main, page_with, written
+
+KEYS = "const box = document.querySelector('.frame canvas').getBoundingClientRect();"
+
+
+class Run(PageTest):
+    def test_head_tells_how_it_went(self):
+        self.open(written("run"))
+        told = lives_of(written("run"))[-1]
+        self.assertEqual(self.text("h1"), told["title"])
+        self.assertEqual(self.text("header .state"), f"all {len(told['steps'])} steps as expected")
+        self.assertEqual(self.complaints(), [])
+
+    def test_every_task_stands_in_a_row_with_its_road(self):
+        self.open(written("run"), "view=tasks")
+        tasks = lives_of(written("run"))[-1]["tasks"]
+        rows = self.all("#view-tasks tbody tr")
+        self.assertEqual(len(rows), len(tasks))
+        self.assertGreater(len(tasks), 0)
+        for row, task in zip(rows, tasks):
+            self.assertIn(task["what"], row.text)
+            self.assertEqual([link.text for link in row.find_elements("css selector", ".road button")],
+                             [station["text"] for station in task["road"]])
+
+    def test_records_are_counted_by_kind(self):
+        self.open(written("run"), "view=records")
+        rows = {row.text.split()[0]: row.text for row in self.all("#view-records tbody tr")}
+        self.assertRegex(rows["indicator"], r"^indicator 1 to \d+ ")
+
+    def test_charts_are_drawn_when_they_are_looked_at(self):
+        self.open(written("run"))
+        self.assertEqual(self.all("figure"), [])
+        self.one("#tab-charts").click()
+        titles = [title.text for title in self.all("figure h3")]
+        self.assertEqual(titles, ["Records over time", "Round trips", "Tasks on their road"])
+        for canvas in self.all("figure canvas"):
+            self.assertGreater(self.run_script(
+                "const c = arguments[0]; const data = c.getContext('2d').getImageData(0, 0, c.width, c.height).data;"
+                "return data.filter((byte) => byte !== 0).length", canvas), 1000)
+
+    def test_click_on_the_time_line_chooses_the_event_there(self):
+        self.open(written("run"))
+        events = lives_of(written("run"))[-1]["events"]
+        request = next(at for at, event in enumerate(events) if event["kind"] == "request" and "parts" in event)
+        moment = events[request]["at"]
+        self.open(written("run"), f"from={moment - 2}&until={moment + 2}")
+        self.browser.refresh()
+        canvas = self.one(".frame canvas")
+        # The middle of the picture is the moment, the upper half of the wire has the requests.
+        self.run_script(KEYS + "document.querySelector('.frame canvas').dispatchEvent(new MouseEvent('click', {bubbles: true,"
+                        "clientX: box.left + box.width / 2, clientY: box.top + 44 + 4 * 30 + 13}))")
+        self.assertIsNotNone(canvas)
+        self.assertEqual(self.address().partition("event=")[2].partition("&")[0], str(request))
+        self.assertEqual(self.text("#details h2"), events[request]["text"])
+
+    def test_request_is_taken_apart_byte_by_byte_and_leads_to_its_reply(self):
+        events = lives_of(written("run"))[-1]["events"]
+        request = next(at for at, event in enumerate(events) if event.get("fields") and ["name", "get-indicators"]
+                       in event["fields"] and event["kind"] == "request")
+        self.open(written("run"), f"event={request}")
+        rows = [[cell.text for cell in row.find_elements("css selector", "th, td")] for row in self.all(".parts tbody tr")]
+        self.assertEqual(rows[0], ["0000", "4", "size of the header", "12 (0xc)"])
+        self.assertEqual([row[0] for row in rows[:3]], ["0000", "0004", "0008"])
+        self.one("#details summary").click()
+        self.assertIn("0000  0c 00 00 00 00 06 00 01 00 00 10 00", self.text(".dump"))
+        reply = next(link for link in self.all("#details dd button") if link.text.startswith("after "))
+        reply.click()
+        self.assertIn("answers", self.text("#details dl"))
+
+    def test_log_on_the_bus_shows_its_rows_by_the_names_of_their_symbols(self):
+        events = lives_of(written("run"))[-1]["events"]
+        published = next(at for at, event in enumerate(events) if "rows" in event)
+        self.open(written("run"), f"event={published}")
+        shown = [cell.text for cell in self.all("#details table tbody th")]
+        self.assertEqual(shown[:len(events[published]["rows"][0]["symbols"])],
+                         [name for name, _ in events[published]["rows"][0]["symbols"]])
+
+    def test_what_came_on_the_same_message_is_one_click_away(self):
+        told = lives_of(written("run"))[-1]
+        given = told["tasks"][0]["road"][0]["event"]
+        self.open(written("run"), f"event={given}")
+        others = self.all(".message li")
+        self.assertGreater(len(others), 3)
+        self.assertEqual(self.text(".message .here strong"), "this one")
+        others[1].find_element("css selector", "button").click()
+        self.assertNotIn(f"event={given}&", self.address() + "&")
+
+    def test_search_filter_and_scale_are_in_the_address(self):
+        self.open(written("run"))
+        self.one("#text").send_keys("indicator")
+        self.until(lambda: "text=indicator" in self.address())
+        self.one("#weight").send_keys("without")
+        self.one("[title='Show less time']").click()
+        self.until(lambda: "from=" in self.address())
+        address = self.address()
+        said = self.text(".said")
+        self.assertRegex(said, r"^\d+ events? of \d+$")
+        self.open(written("1-kill"))
+        self.open(written("run"), address)
+        self.assertEqual(self.text(".said"), said)
+        self.assertEqual(self.one("#text").get_attribute("value"), "indicator")
+        self.assertEqual(self.address(), address)
+
+    def test_address_of_a_stranger_does_no_harm(self):
+        self.open(written("run"), "life=99&view=__proto__&event=-5.5&task=1e9&weight=x&hidden=,,<b>&from=NaN&until=1&constructor=1")
+        self.assertEqual(self.text("h1"), lives_of(written("run"))[-1]["title"])
+        self.assertEqual(self.complaints(), [])
+
+    def test_filter_by_task_leaves_what_belongs_to_it(self):
+        told = lives_of(written("run"))[-1]
+        self.open(written("run"), "view=events&task=0")
+        own = [event for event in told["events"] if 0 in event.get("tasks", [])]
+        self.assertEqual(self.text(".said"), f"{len(own)} events of {len(told['events'])}")
+
+    def test_lane_that_is_hidden_is_filtered_out(self):
+        told = lives_of(written("run"))[-1]
+        self.open(written("run"), "view=events")
+        self.one(".lane-wire input").click()
+        left = [event for event in told["events"] if event["lane"] != "wire"]
+        self.assertEqual(self.text(".said"), f"{len(left)} events of {len(told['events'])}")
+
+    def test_other_life_of_the_page_can_be_chosen(self):
+        self.open(written("run"))
+        self.one("#life option").click()
+        self.until(lambda: "life=0" in self.address())
+        self.assertEqual(self.text("h1"), lives_of(written("run"))[0]["title"])
+
+    def test_print_shows_every_table(self):
+        self.open(written("run"))
+        self.run_script("dispatchEvent(new Event('beforeprint'))")
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+        for view in ["tasks", "events", "steps", "records", "outages", "charts"]:
+            self.assertTrue(self.one(f"#view-{view}").is_displayed(), view)
+            self.assertNotEqual(self.text(f"#view-{view}"), "", view)
+        self.assertFalse(self.one("#search").is_displayed())
+
+
+class Waits(PageTest):
+    def test_waits_are_folded_and_tell_their_length(self):
+        events = [{"at": at, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one", "level": 2}
+                  for at in [0, 100, 10_100, 10_110, 3_610_110]]
+        with page_with(life(events=events, length=3_610_120)) as path:
+            self.open(path)
+            self.until(lambda: self.text(".piece") == "1 h 0 min in sight, 2 waits folded")
+            self.one("#fold").click()
+            self.until(lambda: self.text(".piece") == "1 h 0 min in sight")
+            self.assertIn("folded=false", self.address())
+
+
+if __name__ == "__main__":
+    main()
