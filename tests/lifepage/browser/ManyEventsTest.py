@@ -1,11 +1,10 @@
 """A hundred thousand events, of a minute and of a week, open at once and scroll without a stutter."""
-import statistics
-
 from Page import PageTest, life, main, page_with
 
 EVENTS = 100_000
-LONGEST = 5000  # milliseconds; two seconds is what is wanted, and a machine that does other work beside may need more
-FRAME = 50  # milliseconds; half of them must be shorter
+OPENED = 2.0  # seconds of a processor: others compute beside us, so that a clock on the wall tells nothing of the page
+FRAME = 0.05  # seconds of a processor, drawing included
+DRAWN = 10_000  # calls of the canvas in a frame: a mark a pixel and lane, not one an event
 KINDS = [("bus", "publish"), ("task", "log"), ("wire", "request"), ("wire", "reply"), ("watch", "log"), ("product", "did")]
 WEEK = 7 * 86_400_000
 
@@ -27,38 +26,62 @@ def many(length):
 
 
 class ManyEvents(PageTest):
-    def frames(self, act):
-        """How long each of a hundred frames took while `act` was done in every one of them."""
-        return self.browser.execute_async_script(f"""
+    def setUp(self):
+        super().setUp()
+        self.browser.execute_cdp_cmd("Performance.enable", {"timeDomain": "threadTicks"})
+
+    def spent(self):
+        """Seconds of a processor that the page's thread has taken."""
+        metrics = self.browser.execute_cdp_cmd("Performance.getMetrics", {})["metrics"]
+        return next(metric["value"] for metric in metrics if metric["name"] == "TaskDuration")
+
+    def frame(self, act):
+        """What each of a hundred frames took of a processor, and the most that one drew, while `act` was done in them."""
+        before = self.spent()
+        drawn = self.browser.execute_async_script(f"""
             const done = arguments[0];
+            const pen = CanvasRenderingContext2D.prototype;
+            let drawn = 0;
+            let most = 0;
+            for (const call of ['fillRect', 'fill', 'stroke', 'fillText']) {{
+                const drawing = pen[call];
+                pen[call] = function (...parts) {{
+                    drawn += 1;
+                    drawing.apply(this, parts);
+                }};
+            }}
             const list = document.querySelector('.list');
             const canvas = document.querySelector('.frame canvas');
             const box = canvas.getBoundingClientRect();
-            const took = [];
-            let last = performance.now();
-            const frame = (now) => {{
-                took.push(now - last);
-                last = now;
+            let frames = 0;
+            const frame = () => {{
+                most = Math.max(most, drawn);
+                drawn = 0;
                 {act}
-                if (took.length < 100) {{ requestAnimationFrame(frame); }} else {{ done(took); }}
+                frames += 1;
+                if (frames < 100) {{ requestAnimationFrame(frame); }} else {{ done(most); }}
             }};
             requestAnimationFrame(frame);""")
+        return (self.spent() - before) / 100, drawn
 
     def look_at(self, length):
         with page_with(many(length)) as path:
+            before = self.spent()
             self.open(path, "view=events")
-            shown = int(self.run_script("return document.documentElement.dataset.shown"))
-            print(f"{EVENTS} events of {length / 1000:.0f} s are shown after {shown} ms")
-            self.assertLess(shown, LONGEST)
+            opened = self.spent() - before
             self.assertEqual(self.text(".said"), "100,000 events")
             self.assertLess(len(self.all(".row")), 100)
-            scrolled = self.frames("list.scrollTop += 5000;")
+            scrolled, _ = self.frame("list.scrollTop += 5000;")
             self.assertGreater(self.run_script("return document.querySelector('.list').scrollTop"), 400_000)
-            zoomed = self.frames("canvas.dispatchEvent(new WheelEvent('wheel', {deltaY: took.length < 50 ? -60 : 60, ctrlKey: true,"
-                                 "clientX: box.left + 500, clientY: box.top + 100, bubbles: true, cancelable: true}));")
-            print(f"frames: {statistics.median(scrolled):.0f} ms scrolling, {statistics.median(zoomed):.0f} ms zooming")
-            self.assertLess(statistics.median(scrolled), FRAME)
-            self.assertLess(statistics.median(zoomed), FRAME)
+            zoomed, drawn = self.frame("canvas.dispatchEvent(new WheelEvent('wheel', {deltaY: frames < 50 ? -60 : 60, ctrlKey: true,"
+                                       "clientX: box.left + 500, clientY: box.top + 100, bubbles: true, cancelable: true}));")
+            print(f"{EVENTS} events of {length / 1000:.0f} s: {opened * 1000:.0f} ms of a processor to open, "
+                  f"{scrolled * 1000:.1f} ms a frame scrolling, {zoomed * 1000:.1f} ms zooming, {drawn} calls of the canvas")
+            self.assertLess(opened, OPENED)
+            self.assertLess(scrolled, FRAME)
+            self.assertLess(zoomed, FRAME)
+            self.assertGreater(drawn, 100)
+            self.assertLess(drawn, DRAWN)
             self.one("#text").send_keys("event 99999 ")
             self.until(lambda: self.text(".said") == "1 event of 100,000")
 
