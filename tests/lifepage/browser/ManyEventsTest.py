@@ -26,6 +26,8 @@ def many(length):
 
 
 class ManyEvents(PageTest):
+    """A browser for each of the two lives, whose work adds up."""
+
     def setUp(self):
         super().setUp()
         self.browser.execute_cdp_cmd("Performance.enable", {"timeDomain": "threadTicks"})
@@ -66,9 +68,8 @@ class ManyEvents(PageTest):
 
     def look_at(self, length):
         with page_with(many(length)) as path:
-            before = self.spent()
             self.open(path, "view=events")
-            opened = self.spent() - before
+            opened = self.spent()
             self.assertEqual(self.text(".said"), "100,000 events")
             self.assertLess(len(self.all(".row")), 100)
             scrolled, _ = self.frame("list.scrollTop += 5000;")
@@ -85,10 +86,14 @@ class ManyEvents(PageTest):
             self.one("#text").send_keys("event 99999 ")
             self.until(lambda: self.text(".said") == "1 event of 100,000")
 
-    def test_minute(self):
+
+class Minute(ManyEvents):
+    def test_opens_at_once_and_does_not_stutter(self):
         self.look_at(60_000)
 
-    def test_week(self):
+
+class Week(ManyEvents):
+    def test_opens_at_once_and_does_not_stutter(self):
         self.look_at(WEEK)
 
 

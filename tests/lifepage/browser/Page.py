@@ -49,11 +49,12 @@ def life(**members):
 
 
 class PageTest(unittest.TestCase):
-    """Each test has a browser of its own."""
+    """A class of tests has one browser, each test an empty page in it."""
 
     size = (1440, 1000)
 
-    def setUp(self):
+    @classmethod
+    def setUpClass(cls):
         options = webdriver.ChromeOptions()
         options.add_argument("--headless=new")
         options.add_argument("--disable-gpu")
@@ -61,10 +62,16 @@ class PageTest(unittest.TestCase):
         if os.geteuid() == 0:
             options.add_argument("--no-sandbox")
         options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
-        self.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-        self.addCleanup(self.browser.quit)
-        self.browser.set_window_size(*self.size)
-        self.browser.set_script_timeout(PATIENCE)
+        cls.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+        cls.addClassCleanup(cls.browser.quit)
+        cls.browser.set_window_size(*cls.size)
+        cls.browser.set_script_timeout(PATIENCE)
+
+    def setUp(self):
+        self.browser.get("about:blank")
+        self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "", "features": []})
+        self.requests()
+        self.complaints()
 
     def open(self, path, address=""):
         self.browser.get(f"file://{path}" + (f"#{address}" if address else ""))
