@@ -17,6 +17,12 @@ namespace Kyr::Lab {
 
 constexpr int kBadCommandLine = 2;  // an exit code; scripts rely on it
 
+/// The program, and the command of it that was given.
+inline std::string CommandOf(const CLI::App& app) {
+    const std::vector<CLI::App*> commands = app.get_subcommands();
+    return app.get_name() + (commands.empty() ? "" : " " + CommandOf(*commands.front()));
+}
+
 /// Reads the command line. Gives the exit code of a program that shall not go on, because it was
 /// asked for help or its version, or because nobody understands what it was given; everything has
 /// been said then.
@@ -33,7 +39,7 @@ inline std::optional<int> ReadCommandLine(CLI::App& app, int argc, char** argv) 
         std::cerr << app.get_name() << ": "
                   << (strange.empty() ? problem.what() : "not understood: " + strange.front())
                   << '\n'
-                  << app.help();
+                  << "`" << CommandOf(app) << " --help` tells what it takes\n";
         return kBadCommandLine;
     }
 }
