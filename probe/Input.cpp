@@ -12,11 +12,14 @@ std::string ReadInput(const std::string& name) {
         return {std::istreambuf_iterator<char>(std::cin), {}};
     }
     std::ifstream file(name, std::ios::binary);
-    std::string bytes(std::istreambuf_iterator<char>(file), {});
+    if (file) {
+        file.peek();  // a folder can be opened, too, and not be read
+    }
     if (!file.is_open() || file.bad()) {
         throw std::runtime_error(name + ": cannot be read");
     }
-    return bytes;
+    file.clear();
+    return {std::istreambuf_iterator<char>(file), {}};
 }
 
 }  // namespace Kyr::Probe

@@ -16,18 +16,23 @@ inline bool IsHexDigit(char sign) {
            (sign >= 'A' && sign <= 'F');
 }
 
-/// In its text form, of upper or lower case.
-inline bool IsUuid(std::string_view text) {
-    if (text.size() != kUuidLength) {
+/// The first letters of one in its text form, or all of them, of upper or lower case.
+inline bool IsBeginOfUuid(std::string_view text) {
+    if (text.empty() || text.size() > kUuidLength) {
         return false;
     }
-    for (std::size_t i = 0; i < kUuidLength; ++i) {
+    for (std::size_t i = 0; i < text.size(); ++i) {
         const bool isDash = i == 8 || i == 13 || i == 18 || i == 23;
         if (isDash ? text[i] != '-' : !IsHexDigit(text[i])) {
             return false;
         }
     }
     return true;
+}
+
+/// In its text form, of upper or lower case.
+inline bool IsUuid(std::string_view text) {
+    return text.size() == kUuidLength && IsBeginOfUuid(text);
 }
 
 }  // namespace Kyr::Probe

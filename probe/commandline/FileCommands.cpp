@@ -4,9 +4,11 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 
 #include "probe/Input.h"
+#include "probe/TaskIdentifiers.h"
 #include "probe/decode/Decode.h"
 #include "probe/decode/HexText.h"
 #include "probe/decode/Payload.h"
@@ -48,6 +50,10 @@ int RunDecode(const DecodeOptions& options) {
         }
     }
     const std::string bytes = BytesOf(options);
+    if (bytes.empty()) {
+        std::cerr << "ovprobe: there is nothing to take apart: no byte was given\n";
+        return kWrongUsage;
+    }
     const auto kind = options.kind.empty() ? GuessKind(bytes) : options.kind;
     if (!kind) {
         std::cerr << "ovprobe: cannot tell what this is: say it with --kind\n";
@@ -79,19 +85,39 @@ void AddDecode(CLI::App& app, Deed& deed) {
     decode.callback([options, &deed] { deed = [options] { return RunDecode(*options); }; });
 }
 
+/// As people copy one, in braces or not.
+std::string ReadIdentifier(std::string given) {
+    if (given.size() > 2 && given.front() == '{' && given.back() == '}') {
+        given = given.substr(1, given.size() - 2);
+    }
+    if (!IsBeginOfUuid(given)) {
+        throw CLI::ValidationError("--task", "no identifier of a task, and no beginning of one");
+    }
+    return given;
+}
+
+int RunExplain(const ExplainOptions& options) {
+    const std::set<std::string> once(options.logs.begin(), options.logs.end());
+    if (once.size() != options.logs.size()) {
+        std::cerr << "ovprobe: a log is given twice, and all in it would be told twice\n";
+        return kWrongUsage;
+    }
+    return Explain(options, std::cout) ? kFine : kSomethingFound;
+}
+
 void AddExplain(CLI::App& app, Deed& deed) {
     const auto options = std::make_shared<ExplainOptions>();
     CLI::App& explain = *app.add_subcommand(
         "explain", "the story in a host's log: connections, outages, what became of each task");
     explain.add_option("log", options->logs, "files, the oldest first; - is standard input")
         ->required();
-    explain.add_option(
-        "--task", options->task,
-        "only the task with this identifier, or one that begins so: why is it not done?");
+    explain
+        .add_option(
+            "--task", options->task,
+            "only the task with this identifier, or one that begins so: why is it not done?")
+        ->transform(ReadIdentifier);
     explain.add_flag("--json", options->json, "for programs");
-    explain.callback([options, &deed] {
-        deed = [options] { return Explain(*options, std::cout) ? kFine : kSomethingFound; };
-    });
+    explain.callback([options, &deed] { deed = [options] { return RunExplain(*options); }; });
 }
 
 }  // namespace

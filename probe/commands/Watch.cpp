@@ -25,6 +25,8 @@ constexpr std::int32_t kProtectionStatus = 2;
 constexpr std::int32_t kOutcomes = 8;
 constexpr std::int32_t kServerPlugIn = 10;
 constexpr milliseconds kSlice{100};
+constexpr char kUnset[] = "-1";  // of a value of the area
+constexpr char kFirstLook[] = "it was so when the watch began";
 constexpr char kNoticesItsEnd[] = "notices within five seconds, and connects anew every ten";
 
 std::string WhatOf(std::int32_t index) {
@@ -57,6 +59,7 @@ class CWatch {
                 'Z';
         LookAtRegistration();
         LookAtProduct();
+        TellUnset();
         if (!changes_.rows.empty()) {
             ++looksWithChanges_;
             tell_(changes_);
@@ -67,11 +70,22 @@ class CWatch {
     /// Tells a value that is another than at the look before, and the first one.
     void Note(const std::string& what, const std::string& now, const std::string& consequence) {
         const auto [place, isFirst] = seen_.try_emplace(what, now);
-        if (isFirst) {
-            changes_.rows.push_back({time_, what, Value(), now, "it was so when the watch began"});
+        if (isFirst && now == kUnset) {
+            ++unset_;
+        } else if (isFirst) {
+            changes_.rows.push_back({time_, what, Value(), now, kFirstLook});
         } else if (place->second != now) {
             changes_.rows.push_back({time_, what, place->second, now, consequence});
             place->second = now;
+        }
+    }
+
+    /// The values that nobody has set yet, in one row.
+    void TellUnset() {
+        if (unset_ != 0) {
+            changes_.rows.push_back({time_, "other values of the area: " + std::to_string(unset_),
+                                     Value(), kUnset, kFirstLook});
+            unset_ = 0;
         }
     }
 
@@ -141,6 +155,7 @@ class CWatch {
     const std::function<void(const Report&)> tell_;
     std::map<std::string, std::string> seen_;  // by what it is
     Report changes_;
+    std::size_t unset_ = 0;             // in the first look
     std::size_t looksWithChanges_ = 0;  // the first look has some
     std::string time_;                  // of the look, in UTC
 };

@@ -89,15 +89,18 @@ void CheckLog(const std::string& path, std::chrono::nanoseconds now, Checks& che
         checks.push_back({Verdict::kDoubtful, "host's log",
                           log.others == 0
                               ? "it is empty: the connector has written nothing"
-                              : "none of its " + std::to_string(log.others) + " lines is a host's",
-                          "is it the host's log?"});
+                              : "no line of it is a host's, of " + std::to_string(log.others),
+                          log.others == 0 ? "when the connector does not start, that is why; else "
+                                            "see whether it is the host's log"
+                                          : "is it the host's log?"});
         return;
     }
     const std::string age = Age(log.lines.back(), now);
-    checks.push_back(
-        {Verdict::kFine, "host's log",
-         std::to_string(log.lines.size()) + " lines" + (age.empty() ? "" : ", the last one " + age),
-         ""});
+    checks.push_back({Verdict::kFine, "host's log",
+                      std::to_string(log.lines.size()) +
+                          (log.lines.size() == 1 ? " line" : " lines") +
+                          (age.empty() ? "" : ", the last one " + age),
+                      ""});
     CheckLastChange(log, now, checks);
     const Story story = Tell(log);
     CheckUnanswered(story, now, checks);

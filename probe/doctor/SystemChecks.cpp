@@ -10,9 +10,11 @@ namespace Native = Connectors::Common::Kelcomm::Native;
 namespace {
 
 const char* SwitchedOn(std::int64_t build) {
-    return build < kFirstBuildWithIndicators  ? "tasks, status and policies only"
-           : build < kFirstBuildWithTelemetry ? "indicators, no telemetry"
-                                              : "indicators and telemetry";
+    return build < kFirstBuildWithIndicators
+               ? "all tasks, but no indicators and no telemetry: the product is older than they are"
+           : build < kFirstBuildWithTelemetry
+               ? "all tasks and indicators, but no telemetry: the product is older than it is"
+               : "all tasks, indicators and telemetry";
 }
 
 }  // namespace
@@ -71,9 +73,14 @@ void CheckPlaceOfNames(Checks& checks) {
 
 void CheckRegistration(const Registration& registration, Checks& checks) {
     if (!registration.problem.empty()) {
-        checks.push_back({Verdict::kWrong, "registration", registration.problem,
-                          "repair the product's value \"build\" in " + PlaceOfBuild() +
-                              ", then restart the host: the connector does not start"});
+        checks.push_back({Verdict::kWrong, "registration",
+                          "the product is installed, but no number can be read from its value "
+                          "\"build\" (" +
+                              registration.problem +
+                              "): the connector does not start, and no task is done",
+                          "repair that value in " + PlaceOfBuild() +
+                              ", then restart the host; what was given meanwhile has to be given "
+                              "again"});
         return;
     }
     if (!registration.build) {
@@ -85,12 +92,11 @@ void CheckRegistration(const Registration& registration, Checks& checks) {
     const std::int64_t build = *registration.build;
     const bool isOld = build < kFirstBuildWithTelemetry;
     checks.push_back({Verdict::kFine, "registration", "build " + std::to_string(build), ""});
-    checks.push_back(
-        {isOld ? Verdict::kDoubtful : Verdict::kFine, "build switches on",
-         SwitchedOn(build) + std::string(isOld ? ": the product is older than these tasks" : ""),
-         isOld ? "upgrade the product, to build " + std::to_string(kFirstBuildWithTelemetry) +
-                     " at least"
-               : ""});
+    checks.push_back({isOld ? Verdict::kDoubtful : Verdict::kFine, "build switches on",
+                      SwitchedOn(build),
+                      isOld ? "upgrade the product, to build " +
+                                  std::to_string(kFirstBuildWithTelemetry) + " at least"
+                            : ""});
 }
 
 }  // namespace Kyr::Probe

@@ -35,14 +35,12 @@ bool Explain(const ExplainOptions& options, std::ostream& out) {
         return story.IsFine();
     }
     const std::string identifier = LowerCase(options.task);
-    const Story only = OnlyTask(story, identifier);
     if (options.json) {
-        out << ToJson(only) << '\n';
+        out << ToJson(story, identifier) << '\n';
     } else {
         WriteTasks(out, story, identifier);
     }
-    return !only.tasks.empty() && std::all_of(only.tasks.begin(), only.tasks.end(),
-                                              [](const TaskStory& task) { return task.IsWell(); });
+    return OnlyTask(story, identifier).AreTasksWell();
 }
 
 }  // namespace Kyr::Probe

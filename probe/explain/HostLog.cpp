@@ -13,6 +13,8 @@ namespace {
 
 /// What a host writes on purpose is shorter: the longest lines have a request of the server's.
 constexpr std::size_t kLongestLine = std::size_t{4} * 1024 * 1024;
+// What a file of SQLite begins with.
+constexpr std::string_view kSqlite = "SQLite format 3";
 
 /// False: there is none any more. A line that is too long is empty, and `tooLong` is counted.
 bool ReadLine(std::istream& input, std::string& line, std::size_t& tooLong) {
@@ -52,6 +54,13 @@ std::ifstream Open(const std::string& path) {
                                  " cannot be read: " + std::generic_category().message(errno));
     }
     file.clear();
+    std::string begin(kSqlite.size(), '\0');
+    file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
+    if (begin == kSqlite) {
+        throw std::runtime_error(Shown(path) + " is a database, no log");
+    }
+    file.clear();
+    file.seekg(0);
     return file;
 }
 

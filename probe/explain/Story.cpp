@@ -6,6 +6,8 @@ namespace Kyr::Probe {
 
 namespace {
 
+constexpr char kNotConnected[] = "not connected: the log ends before the product has answered";
+
 /// Adds to the one with the same cause, if there is one.
 void Add(std::vector<ProblemStory>& all, const ProblemStory& problem) {
     const auto known = std::find_if(all.begin(), all.end(), [&](const ProblemStory& one) {
@@ -38,18 +40,57 @@ bool TaskStory::IsLost() const {
 
 bool Story::IsFine() const {
     return lines != 0 && problems.empty() && outages.empty() && !connecting &&
-           std::all_of(tasks.begin(), tasks.end(),
-                       [](const TaskStory& task) { return task.IsWell(); });
+           (tasks.empty() || AreTasksWell());
+}
+
+bool Story::AreTasksWell() const {
+    return !tasks.empty() && std::all_of(tasks.begin(), tasks.end(),
+                                         [](const TaskStory& task) { return task.IsWell(); });
+}
+
+bool Story::IsOut() const {
+    return !outages.empty() && !outages.back().over;
+}
+
+bool Story::HasUnnamedTask() const {
+    return std::any_of(tasks.begin(), tasks.end(),
+                       [](const TaskStory& task) { return task.identifiers.empty(); });
+}
+
+ProblemStory Story::WhyNotAsked() const {
+    if (lines == 0) {
+        return {{},
+                1,
+                "the connector was not loaded, could not start, or writes into another log",
+                "`ovprobe doctor --log host.log --database host.db` looks at the endpoint itself"};
+    }
+    if (deactivated) {
+        return *deactivated;
+    }
+    if (IsOut()) {
+        const Outage& outage = outages.back();
+        return {outage.begins, 1, outage.cause, outage.next};
+    }
+    if (connecting) {
+        return {{}, 1, kNotConnected, "`ovprobe doctor` tells whether the product can be reached"};
+    }
+    if (HasUnnamedTask()) {
+        return {{}, 1, "it may be one of those that the log does not name", ""};
+    }
+    return {{},
+            1,
+            "the host has not given it to the connector, or in another log",
+            "look into older logs, and whether the server has sent it"};
 }
 
 std::vector<ProblemStory> Story::Open() const {
     std::vector<ProblemStory> open;
-    const bool isOut = !outages.empty() && !outages.back().over;
+    const bool isOut = IsOut();
     if (isOut) {
         const Outage& outage = outages.back();
         open.push_back({outage.begins, 1, outage.cause, outage.next});
     } else if (connecting) {
-        open.push_back({{}, 1, "not connected: the log ends before the product has answered", ""});
+        open.push_back({{}, 1, kNotConnected, ""});
     }
     for (const TaskStory& task : tasks) {
         if (HasFailed(task)) {

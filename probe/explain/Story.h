@@ -89,6 +89,18 @@ struct Story {
     /// product, and no outage was seen.
     bool IsFine() const;
 
+    /// Whether there are tasks, and each is done or with the product.
+    bool AreTasksWell() const;
+
+    /// Whether an outage goes on at the end of the log.
+    bool IsOut() const;
+
+    /// Whether there is a task whose identifiers the log does not have.
+    bool HasUnnamedTask() const;
+
+    /// Why the product was not asked for a task whose identifiers are not here: the likely cause.
+    ProblemStory WhyNotAsked() const;
+
     /// What is wrong at the end of the log: an outage that goes on, tasks that have failed, and
     /// problems that are not over. A cause stands there once.
     std::vector<ProblemStory> Open() const;

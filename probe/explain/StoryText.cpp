@@ -35,8 +35,13 @@ std::string NameOf(const TaskStory& task) {
 void WriteTask(std::ostream& out, const TaskStory& task) {
     out << "  " << (task.what.empty() ? "a task" : task.what) << ": " << InWords(task.state) << '\n'
         << "      " << NameOf(task) << '\n'
-        << "      from " << InText(task.first) << " to " << InText(task.last) << ", asked "
-        << task.attempts << (task.attempts == 1 ? " time\n" : " times\n");
+        << "      ";
+    if (task.first.where == task.last.where) {
+        out << "at " << InText(task.first);
+    } else {
+        out << "from " << InText(task.first) << " to " << InText(task.last);
+    }
+    out << ", asked " << task.attempts << (task.attempts == 1 ? " time\n" : " times\n");
     WriteCause(out, task.cause, task.next);
 }
 
@@ -58,7 +63,8 @@ void WriteProblem(std::ostream& out, const ProblemStory& problem) {
 }
 
 void WriteHead(std::ostream& out, const Story& story) {
-    out << story.lines << " lines of the connector, " << story.others << " others";
+    out << story.lines << (story.lines == 1 ? " line" : " lines") << " of the connector, "
+        << story.others << (story.others == 1 ? " other" : " others");
     if (story.tooLong != 0) {
         out << ", " << story.tooLong << " too long to read";
     }
@@ -73,8 +79,8 @@ void WriteHead(std::ostream& out, const Story& story) {
 
 void WriteNothingRead(std::ostream& out, const Story& story) {
     out << (story.others == 0 ? "the log is empty\n" : "the log has no line of the connector\n");
-    WriteCause(out, "the connector was not loaded, could not start, or writes into another log",
-               "`ovprobe doctor` looks at the endpoint itself");
+    const ProblemStory why = story.WhyNotAsked();
+    WriteCause(out, why.cause, why.next);
 }
 
 /// Which tasks can be asked for.
@@ -101,26 +107,23 @@ void WriteWhyNotAsked(std::ostream& out, const Story& story) {
         return;
     }
     out << "no request to the product in this log has that identifier\n";
-    bool isExplained = false;
     if (story.deactivated) {
+        out << "the connector does no task:\n";
         WriteProblem(out, *story.deactivated);
-        isExplained = true;
-    } else if (!story.outages.empty() && !story.outages.back().over) {
+    } else if (story.IsOut()) {
+        out << "tasks wait until the connector is connected:\n";
         WriteOutage(out, story.outages.back());
-        isExplained = true;
+    } else if (!story.HasUnnamedTask()) {
+        const ProblemStory why = story.WhyNotAsked();
+        WriteCause(out, why.cause, why.next);
     }
-    bool isFirst = true;
+    if (story.HasUnnamedTask()) {
+        out << "it may be one of those that the log does not name:\n";
+    }
     for (const TaskStory& task : story.tasks) {
         if (task.identifiers.empty()) {
-            out << (isFirst ? "it may be one of those that the log does not name:\n" : "");
             WriteTask(out, task);
-            isFirst = false;
-            isExplained = true;
         }
-    }
-    if (!isExplained) {
-        WriteCause(out, "the host has not given it to the connector, or in another log",
-                   "look into older logs, and whether the server has sent it");
     }
     WriteNames(out, story);
 }
@@ -189,8 +192,10 @@ void WriteTasks(std::ostream& out, const Story& story, const std::string& identi
     }
 }
 
-std::string ToJson(const Story& story) {
-    const Json all = {
+namespace {
+
+Json Document(const Story& story) {
+    return {
         {"fine", story.IsFine()},
         {"lines", story.lines},
         {"others", story.others},
@@ -224,7 +229,27 @@ std::string ToJson(const Story& story) {
                          {"cause", problem.cause},
                          {"next", problem.next}};
          })}};
-    return all.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+std::string OnOneLine(const Json& document) {
+    return document.dump(-1, ' ', true, Json::error_handler_t::replace);
+}
+
+}  // namespace
+
+std::string ToJson(const Story& story) {
+    return OnOneLine(Document(story));
+}
+
+std::string ToJson(const Story& story, const std::string& identifier) {
+    const Story only = OnlyTask(story, identifier);
+    Json document = Document(only);
+    document["fine"] = only.AreTasksWell();
+    if (only.tasks.empty()) {
+        const ProblemStory why = story.WhyNotAsked();
+        document["notAsked"] = {{"cause", why.cause}, {"next", why.next}};
+    }
+    return OnOneLine(document);
 }
 
 }  // namespace Kyr::Probe

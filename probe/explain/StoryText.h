@@ -20,5 +20,8 @@ Story OnlyTask(const Story& story, const std::string& identifier);
 void WriteTasks(std::ostream& out, const Story& story, const std::string& identifier);
 
 std::string ToJson(const Story& story);
+/// The same of that task alone; `fine` says whether it is there and well, and if it is not there,
+/// `notAsked` why.
+std::string ToJson(const Story& story, const std::string& identifier);
 
 }  // namespace Kyr::Probe

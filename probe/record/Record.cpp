@@ -132,6 +132,9 @@ StoredValues PositionsOf(const std::string& database) {
 
 /// The file, still empty, for its owner alone: it may carry what others must not see.
 std::ofstream NewFile(const std::string& path) {
+    if (path == "-") {
+        throw std::runtime_error("a recording goes into a file, not to standard output");
+    }
     if (std::filesystem::exists(path)) {
         throw std::runtime_error(path + " is there already");
     }
@@ -185,9 +188,11 @@ Report RecordEndpoint(const RecordOptions& options) {
     report.exit = report.problem ? kNotReached : kFine;
     report.notes.push_back("Written to " + options.file + '.');
     report.notes.emplace_back(
-        options.isRedacted ? "Policy and records are left out."
-                           : "It carries the policy and the records as they are; --redact leaves "
-                             "them out.");
+        report.problem       ? "It has what could be had of the endpoint; answers that are missing "
+                               "were not to be had."
+        : options.isRedacted ? "Policy and records are left out."
+                             : "It carries the policy and the records as they are; --redact leaves "
+                               "them out.");
     return report;
 }
 

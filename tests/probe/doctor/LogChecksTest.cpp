@@ -43,7 +43,7 @@ class LogChecksTest : public testing::Test {
 
 TEST_F(LogChecksTest, QuietLogIsFineAndHasAnAge) {
     Write("Connected to product, processing tasks");
-    EXPECT_THAT(Lines(), ElementsAre("fine host's log: 1 lines, the last one 60 s ago",
+    EXPECT_THAT(Lines(), ElementsAre("fine host's log: 1 line, the last one 60 s ago",
                                      "fine last change of the area: none that the log tells of",
                                      "fine log problems: none at its end"));
 }
@@ -156,7 +156,7 @@ TEST_F(LogChecksTest, EmptyLogIsCalledSo) {
 
 TEST_F(LogChecksTest, FileOfOthersIsDoubtful) {
     WriteRaw("one\ntwo\n");
-    EXPECT_THAT(Lines(), ElementsAre("doubtful host's log: none of its 2 lines is a host's"));
+    EXPECT_THAT(Lines(), ElementsAre("doubtful host's log: no line of it is a host's, of 2"));
 }
 
 }  // namespace

@@ -78,11 +78,11 @@ class Registration(EndpointTest):
 
     def test_product_older_than_indicators(self):
         self.start_product("--build=5057")
-        self.assert_names(self.doctor(), "doubtful", "build switches on", "tasks, status and policies only")
+        self.assert_names(self.doctor(), "doubtful", "build switches on", "all tasks, but no indicators and no telemetry")
 
     def test_product_older_than_telemetry(self):
         self.start_product("--build=5542")
-        self.assert_names(self.doctor(), "doubtful", "build switches on", "indicators, no telemetry")
+        self.assert_names(self.doctor(), "doubtful", "build switches on", "all tasks and indicators, but no telemetry")
 
 
 class Ports(EndpointTest):
@@ -338,7 +338,7 @@ class Log(EndpointTest):
 
     def test_log_of_somebody_else(self):
         self.log.write_text("Nov 23 kernel: something\n")
-        self.assert_names(self.doctor("--log", self.log), "doubtful", "host's log", "none of its 1 lines")
+        self.assert_names(self.doctor("--log", self.log), "doubtful", "host's log", "no line of it is a host's, of 1")
 
     def test_log_that_is_not_there(self):
         self.assert_names(self.doctor("--log", self.log), "wrong", "host's log", "cannot be read")

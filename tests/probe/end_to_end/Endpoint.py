@@ -100,7 +100,7 @@ class EndpointTest(unittest.TestCase):
         """ovprobe watch, which keeps the names of the area alive as a host does."""
         watch = Talker("ovprobe", ["watch", "--every=0.1", *arguments], self.environment)
         self.addCleanup(watch.end)
-        watch.wait_for("value 10")
+        watch.wait_for("other values of the area")
         return watch
 
     @property

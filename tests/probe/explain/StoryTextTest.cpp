@@ -97,7 +97,8 @@ TEST(StoryTextTest, EmptyLogIsCalledSo) {
     const std::string nothing =
         "the log is empty\n"
         "      why:  the connector was not loaded, could not start, or writes into another log\n"
-        "      next: `ovprobe doctor` looks at the endpoint itself\n";
+        "      next: `ovprobe doctor --log host.log --database host.db` looks at the endpoint "
+        "itself\n";
     EXPECT_EQ(Why(story, kFirst), nothing);
     EXPECT_EQ(InText(story), nothing);
 }
@@ -144,6 +145,7 @@ TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
                             .Told();
     EXPECT_EQ(Why(story, kFirst),
               "no request to the product in this log has that identifier\n"
+              "tasks wait until the connector is connected:\n"
               "  12:00:00.000 (host.log:1), 0 attempts, not over at the end of the log\n"
               "      why:  the product could not be reached until the host stopped the connector\n"
               "      next: start the product, or look why it has ended; `ovprobe doctor` tells "
@@ -151,10 +153,42 @@ TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
               "it may be one of those that the log does not name:\n"
               "  kill a process: given up\n"
               "      identifiers not in the log\n"
-              "      from 12:00:02.000 (host.log:3) to 12:00:02.000 (host.log:3), asked 0 times\n"
+              "      at 12:00:02.000 (host.log:3), asked 0 times\n"
               "      why:  the product could not be reached before the host stopped the connector\n"
               "      next: start the product, or look why it has ended; `ovprobe doctor` tells "
               "more\n");
+}
+
+TEST(StoryTextTest, TaskOfAConnectorThatDoesNothingIsNotDone) {
+    EXPECT_THAT(Why(CLoggedLife()
+                        .Add(2,
+                             "Connector was deactivated. No tasks will be processed and no "
+                             "logs will be produced.")
+                        .Told(),
+                    kFirst),
+                testing::StartsWith("no request to the product in this log has that identifier\n"
+                                    "the connector does no task:\n"
+                                    "  12:00:00.000 (host.log:1)\n"));
+}
+
+TEST(StoryTextTest, JsonOfATaskThatIsNotThereTellsWhyAndIsNotFine) {
+    const Story story = CLoggedLife().Connected().Kill().Told();
+    const auto none = nlohmann::json::parse(ToJson(story, "9999"));
+    EXPECT_EQ(none.at("fine"), false);
+    EXPECT_EQ(none.at("notAsked").at("cause"),
+              "the host has not given it to the connector, or in another log");
+    EXPECT_EQ(none.at("notAsked").at("next"),
+              "look into older logs, and whether the server has sent it");
+    const auto there = nlohmann::json::parse(ToJson(story, "1111"));
+    EXPECT_EQ(there.at("tasks").size(), 1u);
+    EXPECT_FALSE(there.contains("notAsked"));
+}
+
+TEST(StoryTextTest, LogThatEndsBeforeTheConnectionSaysThatTasksWait) {
+    const auto none =
+        nlohmann::json::parse(ToJson(CLoggedLife().Add(2, "Connecting to product").Told(), "9999"));
+    EXPECT_EQ(none.at("notAsked").at("cause"),
+              "not connected: the log ends before the product has answered");
 }
 
 }  // namespace
