@@ -11,21 +11,26 @@ namespace Kyr::Connectors::OvAgentConnector {
 
 namespace {
 
-std::locale GeneratePathLocale() noexcept {
+std::locale Generate(const char* name) {
     // A path asks its locale for the conversion of its text and for nothing else. The other facets
     // would bring in more of ICU, 2.5 MiB on Linux, for nobody.
     boost::locale::generator generate;
     generate.categories(boost::locale::category_t::codepage |
                         boost::locale::category_t::information);
+    return generate(name);
+}
+
+std::locale GeneratePathLocale() noexcept {
     // The empty name is the system's default locale.
     for (const char* name : {"", "C.UTF-8"}) {
         try {
-            const std::locale candidate = generate(name);
+            const std::locale candidate = Generate(name);
             if (std::use_facet<boost::locale::info>(candidate).utf8()) {
                 return candidate;
             }
         } catch (const std::exception&) {
-            // The environment names a locale that this system does not have; try the next one.
+            // The environment names a locale that this system does not have, or memory is short;
+            // try the next one.
         }
     }
     return std::locale::classic();
