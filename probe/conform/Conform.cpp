@@ -23,6 +23,9 @@ Report ReportOf(const Checks& points) {
     report.notes.push_back(std::to_string(points.size()) + " points: " + std::to_string(fine) +
                            " as the protocol has them, " + std::to_string(points.size() - fine) +
                            " otherwise");
+    report.notes.emplace_back(
+        "Not played, since each changes something at the product: outcomes, kill, block, import, "
+        "announce.");
     report.exit = fine == points.size() ? kFine : kSomethingFound;
     return report;
 }

@@ -1,6 +1,7 @@
 #include "probe/record/Record.h"
 
 #include <algorithm>
+#include <chrono>
 #include <exception>
 #include <filesystem>
 #include <fstream>
@@ -41,12 +42,15 @@ std::string Hex(const Container& bytes) {
     return digits;
 }
 
+using SteadyTime = std::chrono::steady_clock;
+
 /// Asks the product and keeps what it says.
 class CAnswers {
   public:
     explicit CAnswers(const RecordOptions& options)
         : isRedacted_(options.isRedacted),
           mostReplies_(options.mostReplies),
+          progress_(options.session.progress),
           session_(options.session) {
         summary_.command = "record";
         summary_.columns = {{"request"}, {"bytes"}, {"reply", true}};
@@ -95,9 +99,20 @@ class CAnswers {
             row["problem"] = problem.what();
             said = problem.what();
         }
+        TellProgress();
         rows_.push_back(std::move(row));
         summary_.rows.push_back({question.command, length, said});
         return count;
+    }
+
+    /// A session tells of one long exchange; this of many short ones.
+    void TellProgress() {
+        const auto gone =
+            std::chrono::duration_cast<std::chrono::seconds>(SteadyTime::now() - begin_);
+        if (progress_ && gone > told_) {
+            told_ = gone;
+            progress_(gone);
+        }
     }
 
     static std::size_t RowsIn(const Bytes& reply, const Question& question) {
@@ -112,6 +127,9 @@ class CAnswers {
 
     const bool isRedacted_;
     const std::uint64_t mostReplies_;
+    const Progress progress_;
+    const SteadyTime::time_point begin_ = SteadyTime::now();
+    std::chrono::seconds told_{0};
     CSession session_;
     Json rows_ = Json::array();
     Report summary_;

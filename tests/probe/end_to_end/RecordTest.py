@@ -1,6 +1,7 @@
 """ovprobe record writes what a product says of itself, and simproduct --replay says it again."""
 import json
 import os
+import pty
 import stat
 import subprocess
 
@@ -126,6 +127,22 @@ class RecordTest(EndpointTest):
         answer, recording = self.record()
         self.assertEqual(answer["exit"], 3)
         self.assertEqual(self.names(recording), ["status"])
+
+    def test_who_waits_for_many_short_replies_at_a_terminal_is_told_so(self):
+        self.start_product("--misbehave=delay 700 for=3")
+        terminal, side = pty.openpty()
+        self.addCleanup(os.close, terminal)
+        ended = subprocess.run([programs() / "ovprobe", "record", self.file], env=self.environment, stdout=subprocess.PIPE,
+                               stderr=side)
+        os.close(side)
+        self.assertEqual(ended.returncode, 0, ended)
+        self.assertTrue(os.read(terminal, 1000).startswith(b"waiting for the product, 1 s\r\n"))
+
+    def test_recording_does_not_go_to_standard_output(self):
+        self.start_product()
+        ended = self.probe("record", "-")
+        self.assertEqual(ended.returncode, 1, ended)
+        self.assertIn(b"a recording goes into a file", ended.stdout + ended.stderr)
 
     def test_mutex_that_was_abandoned_is_in_the_checks(self):
         product = self.start_product()
