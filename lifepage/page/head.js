@@ -1,6 +1,7 @@
 // What one sees first: which life this is, how it went, and its figures.
 
 import { element } from "./dom.js";
+import { firstConnectionsOf, outagesOf } from "./life.js";
 import { count, date, short, span, stateOf } from "./words.js";
 
 export function drawHead(root, lives, life, store) {
@@ -34,10 +35,14 @@ function storyOf(life) {
         sentences.push(`${count(life.tasks.length, "task")}: ` +
             [...byState].map(([state, number]) => `${number} ${short(stateOf(state).text)}`).join(", ") + ".");
     }
-    const outages = life.outages.filter((outage) => !outage.first);
+    const outages = outagesOf(life);
     if (outages.length > 0) {
         const longest = Math.max(...outages.map((outage) => outage.until - outage.from));
         sentences.push(`${count(outages.length, "outage")}, the longest of ${span(longest)}.`);
+    }
+    const first = firstConnectionsOf(life);
+    if (first.length > 0) {
+        sentences.push(`${count(first.length, "first connection")}.`);
     }
     const handed = life.records.reduce((sum, kind) => sum + kind.batches.reduce((all, batch) => all + batch.records, 0), 0);
     if (handed > 0) {

@@ -105,6 +105,16 @@ function wordsOf(event) {
     return words.join("\n");
 }
 
+/** Times in which a product was missed that had been there. */
+export function outagesOf(life) {
+    return life.outages.filter((outage) => !outage.first);
+}
+
+/** Times in which a connector that was started looked for its product. */
+export function firstConnectionsOf(life) {
+    return life.outages.filter((outage) => outage.first);
+}
+
 /** A byte an event: whether the state lets it be seen. */
 export function seenEvents(life, state) {
     const text = state.text.trim().toLowerCase();

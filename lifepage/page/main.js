@@ -6,7 +6,7 @@ import { Compare } from "./compare.js";
 import { Details } from "./details.js";
 import { element } from "./dom.js";
 import { drawHead } from "./head.js";
-import { numbersOf, readLives, seenEvents } from "./life.js";
+import { numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
 import { EventList } from "./list.js";
 import { onScheme } from "./palette.js";
 import { Search } from "./search.js";
@@ -59,7 +59,7 @@ function start(lives) {
         drawHead(at("head"), lives, life, store);
         search.setLife(life);
         look(state);
-        tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: life.outages.length,
+        tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: outagesOf(life).length,
             records: life.records.reduce((sum, kind) => sum + kind.batches.length, 0) });
         tabs.show(state.view);
     });

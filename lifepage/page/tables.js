@@ -1,6 +1,7 @@
 // Tasks, records, outages and steps, as tables.
 
 import { element, empty, table } from "./dom.js";
+import { firstConnectionsOf, outagesOf } from "./life.js";
 import { WEIGHTS, count, short, span, stateOf } from "./words.js";
 
 const BATCHES = 200; // of one kind that are listed
@@ -106,19 +107,23 @@ function positions(batches) {
 }
 
 export function outagesView(life, store) {
-    if (life.outages.length === 0) {
-        return [empty("The connector had its product all the time.")];
-    }
-    return [table("Outages and connections", [
-        { name: "From", width: 150 }, { name: "What", width: 130 }, { name: "Lasted", number: true, width: 136 },
+    const outages = outagesOf(life);
+    const first = firstConnectionsOf(life);
+    const shown = outages.length === 0 ? empty("No outage was told.") : connections("Outages", outages, life, store);
+    return first.length === 0 ? [shown]
+        : [shown, element("h3", {}, count(first.length, "first connection")), connections("First connections", first, life, store)];
+}
+
+function connections(caption, outages, life, store) {
+    return table(caption, [
+        { name: "From", width: 150 }, { name: "Lasted", number: true, width: 136 },
         { name: "Attempts", number: true, width: 76 }, { name: "Why" },
-    ], life.outages.map((outage) => [
+    ], outages.map((outage) => [
         eventButton(store, outage.event, life.time(outage.from)),
-        outage.first ? "first connection" : "reconnection",
         element("span", {}, span(outage.until - outage.from), outage.over ? null : element("span", { class: "bad" }, ", not over")),
         String(outage.attempts),
         short(outage.cause),
-    ]))];
+    ]));
 }
 
 export function stepsView(life, timeLine) {

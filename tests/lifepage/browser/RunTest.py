@@ -28,6 +28,19 @@ class Run(PageTest):
         rows = {row.text.split()[0]: row.text for row in self.all("#view-records tbody tr")}
         self.assertRegex(rows["indicator"], r"^indicator 1 to \d+ ")
 
+    def test_outages_and_first_connections_are_counted_apart_in_the_head_and_behind_the_tab(self):
+        outage = {"from": 0, "until": 5, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
+        first = {**outage, "first": True, "cause": "looks for it"}
+        events = [{"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}]
+        with page_with(life(events=events, outages=[first, outage, {**first, "from": 6, "until": 7}, outage, outage])) as path:
+            self.open(path, "view=outages")
+            self.assertIn("3 outages, the longest of 5 ms. 2 first connections.", self.text(".story"))
+            self.assertEqual(self.text("#tab-outages"), "Outages3")
+            self.assertEqual(len(self.all("[aria-label='Outages'] tbody tr")), 3)
+            self.assertEqual(self.text("#view-outages h3"), "2 first connections")
+            self.assertEqual([row.text for row in self.all("[aria-label='First connections'] tbody tr")],
+                             ["14:13:20.000 5 ms 1 looks for it", "14:13:20.006 1 ms 1 looks for it"])
+
     def test_charts_are_drawn_when_they_are_looked_at(self):
         self.open(written("run"))
         self.assertEqual(self.all("figure"), [])
