@@ -94,6 +94,7 @@ struct Task {
         kFailed,
         kGivenUp,
         kDropped,  // its host ended first
+        kTold,     // it has an outcome, and nobody has told which
     };
 
     std::string what;
@@ -133,6 +134,13 @@ struct Outage {
     std::size_t event = 0;  // with which it began
 };
 
+/// What is known of the time at which a life was.
+enum class Clock {
+    kDate,       // all of it
+    kTimeOfDay,  // nobody has told the day: `begin` lies in the first one of 1970
+    kOrder,      // nothing: moments are places in an order, a millisecond each
+};
+
 /// What a run tells in the same words on every system; two lives are compared by these.
 struct NeutralLine {
     std::string text;
@@ -142,6 +150,7 @@ struct NeutralLine {
 struct Life {
     std::string title;
     std::string toldBy;  // by what it was watched
+    Clock clock = Clock::kDate;
     std::chrono::system_clock::time_point begin;
     Moment length{};
     std::vector<Process> processes;

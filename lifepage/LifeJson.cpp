@@ -22,9 +22,9 @@ const char* Name(Lane lane) {
 }
 
 const char* Name(Task::State state) {
-    constexpr std::array<const char*, 9> kNames{"given",   "asked",    "accepted",
-                                                "failing", "done",     "done-with-warning",
-                                                "failed",  "given-up", "dropped"};
+    constexpr std::array<const char*, 10> kNames{
+        "given",  "asked",    "accepted", "failing", "done", "done-with-warning",
+        "failed", "given-up", "dropped",  "told"};
     return kNames[static_cast<std::size_t>(state)];
 }
 
@@ -165,17 +165,21 @@ Json Of(const NeutralLine& line) {
 Json Of(const Life& life) {
     const auto begin =
         std::chrono::duration_cast<std::chrono::milliseconds>(life.begin.time_since_epoch());
-    return {{"title", life.title},
-            {"told-by", life.toldBy},
-            {"begin", begin.count()},
-            {"length", Number(life.length)},
-            {"processes", List(life.processes)},
-            {"steps", List(life.steps)},
-            {"events", List(life.events)},
-            {"tasks", List(life.tasks)},
-            {"records", List(life.records)},
-            {"outages", List(life.outages)},
-            {"neutral", List(life.neutral)}};
+    Json json{{"title", life.title},
+              {"told-by", life.toldBy},
+              {"begin", begin.count()},
+              {"length", Number(life.length)},
+              {"processes", List(life.processes)},
+              {"steps", List(life.steps)},
+              {"events", List(life.events)},
+              {"tasks", List(life.tasks)},
+              {"records", List(life.records)},
+              {"outages", List(life.outages)},
+              {"neutral", List(life.neutral)}};
+    if (life.clock != Clock::kDate) {
+        json["clock"] = life.clock == Clock::kTimeOfDay ? "time-of-day" : "order";
+    }
+    return json;
 }
 
 template <typename Element>

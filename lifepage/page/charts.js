@@ -45,7 +45,7 @@ function settings(life, figure) {
             scales: {
                 x: {
                     ...scale, type: "linear", min: 0, max: life.length,
-                    ticks: { ...scale.ticks, maxRotation: 0, maxTicksLimit: 8, callback: (value) => life.time(value).slice(0, -4) },
+                    ticks: { ...scale.ticks, maxRotation: 0, maxTicksLimit: 8, callback: (value) => life.tick(value, 1000) },
                 },
                 y: {
                     ...scale, type: figure.scale ?? "linear", min: figure.scale === undefined ? 0 : undefined,

@@ -56,7 +56,7 @@ export class Details {
     #facts(life, at, event) {
         const step = life.stepAt(event.at);
         const facts = [
-            ["time", `${life.time(event.at)} UTC, ${span(event.at)} after the beginning`],
+            ["time", life.clock === "order" ? "not told" : `${life.time(event.at)} UTC, ${span(event.at)} after the beginning`],
             ["told by", short(life.processes[event.process]?.name ?? "nobody")],
         ];
         if (step >= 0) {
@@ -93,7 +93,7 @@ export class Details {
         return element("section", { "aria-label": "The same message" },
             element("h3", {}, "On the same message"),
             element("ol", { class: "message" }, shown.map((other) => element("li", { class: other === at ? "here" : null },
-                element("span", { class: "time" }, `${other < at ? "\u2212" : "+"}${span(Math.abs(life.at[other] - event.at))}`),
+                element("span", { class: "time" }, `${other < at ? "\u2212" : "+"}${life.span(Math.abs(life.at[other] - event.at))}`),
                 other === at ? element("strong", {}, "this one") : this.#go(other, short(life.events[other].text, 120))))),
             shown.length < others.length
                 ? element("p", { class: "soft" }, `and ${others.length - shown.length} more`) : null);

@@ -2,7 +2,7 @@
 
 import { element } from "./dom.js";
 import { firstConnectionsOf, outagesOf } from "./life.js";
-import { count, date, short, span, stateOf } from "./words.js";
+import { count, short, stateOf } from "./words.js";
 
 export function drawHead(root, lives, life, store) {
     const failed = life.steps.filter((step) => !step.held).length;
@@ -11,8 +11,7 @@ export function drawHead(root, lives, life, store) {
             failed === 0 ? `all ${count(life.steps.length, "step")} as expected` : `${count(failed, "step")} of ${life.steps.length} failed`);
     root.replaceChildren(
         element("div", { class: "title" }, element("h1", {}, life.title), verdict),
-        element("p", { class: "soft" },
-            `${date(life.begin)}, ${life.time(0)} to ${life.time(life.length)} UTC, ${span(life.length)}`),
+        element("p", { class: "soft" }, life.times()),
         lives.length < 2 ? "" : chooser(lives, life, store),
         element("p", { class: "story" }, storyOf(life)),
         element("details", { class: "soft" }, element("summary", {}, "how it was watched"), element("p", {}, life.toldBy)));
@@ -38,7 +37,7 @@ function storyOf(life) {
     const outages = outagesOf(life);
     if (outages.length > 0) {
         const longest = Math.max(...outages.map((outage) => outage.until - outage.from));
-        sentences.push(`${count(outages.length, "outage")}, the longest of ${span(longest)}.`);
+        sentences.push(`${count(outages.length, "outage")}, the longest of ${life.span(longest)}.`);
     }
     const first = firstConnectionsOf(life);
     if (first.length > 0) {

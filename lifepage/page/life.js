@@ -1,7 +1,7 @@
 // A life as the document has it, and what every view needs beside: which reply belongs to a request, which events to a
 // message and a task, and what can be searched.
 
-import { DAY, LANES, clock, date } from "./words.js";
+import { DAY, LANES, clock, count, date, span } from "./words.js";
 
 const FORM = "life-of-a-connector";
 const VERSION = 1;
@@ -34,6 +34,7 @@ export class Life {
         this.title = said.title;
         this.toldBy = said["told-by"];
         this.begin = said.begin;
+        this.clock = said.clock ?? "date";
         this.length = said.length;
         this.processes = said.processes;
         this.steps = said.steps;
@@ -74,10 +75,34 @@ export class Life {
         return this.begin + milliseconds;
     }
 
-    /** When it was, with the day where there are several. */
+    /** When it was, with the day where there are several; or its place, where no times are known. */
     time(milliseconds) {
+        if (this.clock === "order") {
+            return `no. ${Math.round(milliseconds) + 1}`;
+        }
         const moment = this.moment(milliseconds);
-        return this.length < DAY ? clock(moment) : `${date(moment).slice(5)} ${clock(moment)}`;
+        const day = this.clock === "date" ? date(moment).slice(5) : `day ${Math.floor(moment / DAY) + 1}`;
+        return this.length < DAY ? clock(moment) : `${day} ${clock(moment)}`;
+    }
+
+    /** The same on a scale, whose lines are that far from each other. */
+    tick(milliseconds, step) {
+        const time = this.time(milliseconds);
+        return this.clock === "order" || step < 1000 ? time : time.slice(0, -4);
+    }
+
+    /** How long. */
+    span(milliseconds) {
+        return this.clock === "order" ? count(Math.round(milliseconds), "event") : span(milliseconds);
+    }
+
+    /** From when to when it lasted, as far as that is known. */
+    times() {
+        if (this.clock === "order") {
+            return "without times: events stand in their order";
+        }
+        const times = `${this.time(0)} to ${this.time(this.length)} UTC, ${span(this.length)}`;
+        return this.clock === "date" ? `${date(this.begin)}, ${times}` : `${times}; of which day is not told`;
     }
 
     stepAt(milliseconds) {

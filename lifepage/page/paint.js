@@ -142,7 +142,7 @@ function axis(canvas, view) {
         canvas.fillStyle = colours.line;
         canvas.fillRect(x, AXIS.top, 1, HEIGHT - AXIS.top);
         canvas.fillStyle = colours.soft;
-        const text = step < 1000 ? life.time(tick - life.begin) : life.time(tick - life.begin).slice(0, -4);
+        const text = life.tick(tick - life.begin, step);
         canvas.fillText(text, x + 4, AXIS.top + AXIS.height / 2 - 2);
         behind = Math.max(behind + 1, x + (text.length + 2) * LETTER);
     }

@@ -2,7 +2,7 @@
 
 import { element, empty, table } from "./dom.js";
 import { firstConnectionsOf, outagesOf } from "./life.js";
-import { WEIGHTS, count, short, span, stateOf } from "./words.js";
+import { WEIGHTS, count, short, stateOf } from "./words.js";
 
 const BATCHES = 200; // of one kind that are listed
 
@@ -12,7 +12,7 @@ function eventButton(store, at, text, mood = "") {
 
 export function tasksView(life, store) {
     if (life.tasks.length === 0) {
-        return [empty("The server gave no task.")];
+        return [empty("No task was told.")];
     }
     const columns = [{ name: "Task", width: 190 }, { name: "What became of it" }, { name: "Attempts", number: true, width: 76 },
         { name: "The road it took" }];
@@ -59,14 +59,14 @@ function roadOf(life, store, task) {
         const wait = station.at - before;
         before = station.at;
         return element("li", {},
-            element("span", { class: "wait" }, wait >= 1000 ? `${span(wait)} later` : null),
+            element("span", { class: "wait" }, wait >= 1000 ? `${life.span(wait)} later` : null),
             eventButton(store, station.event, station.text, WEIGHTS[station.weight]));
     }));
 }
 
 export function recordsView(life, store) {
     if (life.records.length === 0) {
-        return [empty("No record left the product.")];
+        return [empty("Of no record was told that it left the product.")];
     }
     const known = (number) => (number === null ? "not told" : number.toLocaleString("en-GB"));
     const numbers = ["Batches", "Records", "Stored", "Twice", "Lost"].map((name) => ({ name, number: true, width: 80 }));
@@ -120,7 +120,7 @@ function connections(caption, outages, life, store) {
         { name: "Attempts", number: true, width: 76 }, { name: "Why" },
     ], outages.map((outage) => [
         eventButton(store, outage.event, life.time(outage.from)),
-        element("span", {}, span(outage.until - outage.from), outage.over ? null : element("span", { class: "bad" }, ", not over")),
+        element("span", {}, life.span(outage.until - outage.from), outage.over ? null : element("span", { class: "bad" }, ", not over")),
         String(outage.attempts),
         short(outage.cause),
     ]));
@@ -135,7 +135,7 @@ export function stepsView(life, timeLine) {
         life.steps.map((step, at) => [
             element("button", { type: "button", class: "link", onclick: () => timeLine.show(step.from, step.until) }, `${at + 1}  ${short(step.text)}`),
             life.time(step.from),
-            span(step.until - step.from),
+            life.span(step.until - step.from),
             step.held ? element("span", { class: "state good" }, "as expected")
                 : element("div", {}, element("span", { class: "state bad" }, "failed"), element("p", { class: "why" }, short(step.failure, 2000))),
         ]))];

@@ -8,7 +8,7 @@ import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
 import { firstNotBefore } from "./life.js";
 import { paint } from "./paint.js";
 import { onScheme, palette } from "./palette.js";
-import { count, short, span } from "./words.js";
+import { count, short } from "./words.js";
 
 const NEAR = 9; // pixels within which a click means an event
 const CLOSEST = 400; // pixels that a millisecond can have
@@ -316,7 +316,7 @@ export class TimeLine {
         const from = view.folds.moment(this.#place(0));
         const until = view.folds.moment(this.#place(this.#width));
         const folds = view.folds.folds.length;
-        this.said.textContent = `${span(Math.min(until, this.#life.length) - Math.max(from, 0))} in sight` +
+        this.said.textContent = `${this.#life.span(Math.min(until, this.#life.length) - Math.max(from, 0))} in sight` +
             (folds > 0 ? `, ${count(folds, "wait")} folded` : "");
     }
 }

@@ -57,6 +57,7 @@ const STATES = new Map(Object.entries({
     "done-with-warning": { text: "done, with a warning", mood: "warning" },
     "failed": { text: "failed", mood: "bad" },
     "dropped": { text: "dropped: its host ended", mood: "warning" },
+    "told": { text: "outcome not told", mood: "open" },
     "given-up": { text: "given up", mood: "bad" },
 }));
 

@@ -25,6 +25,30 @@ TEST(LifeJsonTest, EmptyLifeHasEveryMember) {
               R"("records":[],"outages":[],"neutral":[]}]})");
 }
 
+TEST(LifeJsonTest, WhatIsNotKnownOfTheTimesIsSaid) {
+    Life life;
+    life.clock = Clock::kTimeOfDay;
+    EXPECT_THAT(ToJson({life}), HasSubstr(R"("neutral":[],"clock":"time-of-day"})"));
+    life.clock = Clock::kOrder;
+    EXPECT_THAT(ToJson({life}), HasSubstr(R"("neutral":[],"clock":"order"})"));
+}
+
+TEST(LifeJsonTest, EveryStateOfATaskHasItsName) {
+    Life life;
+    for (int state = 0; state <= static_cast<int>(Task::State::kTold); ++state) {
+        Task task;
+        task.state = static_cast<Task::State>(state);
+        life.tasks.push_back(task);
+    }
+    const std::string json = ToJson({life});
+    std::size_t at = 0;
+    for (const char* const name : {"given", "asked", "accepted", "failing", "done",
+                                   "done-with-warning", "failed", "given-up", "dropped", "told"}) {
+        at = json.find("\"state\":\"" + std::string(name) + "\"", at);
+        ASSERT_NE(at, std::string::npos) << name;
+    }
+}
+
 TEST(LifeJsonTest, EventHasWhatItHasToSayAndNoMore) {
     Event event;
     event.at = std::chrono::nanoseconds(1234567);
