@@ -15,12 +15,6 @@ constexpr char kFailedStatus[] = "4";
 
 constexpr char kFailedAtProduct[] = "Task failed";  // the text of an event of such an outcome
 
-/// The value of the first field that begins so: behind the number of a symbol stands its name.
-std::string Value(const HostLine& line, const std::string& beginning) {
-    const auto found = line.fields.lower_bound(beginning);
-    return found != line.fields.end() && found->first.rfind(beginning, 0) == 0 ? found->second : "";
-}
-
 TaskState StateOf(const std::string& outcome, bool failed, const std::string& text) {
     if (outcome == kDone) {
         return TaskState::kDone;
@@ -45,11 +39,11 @@ bool IsOutcomeOfProduct(TaskState state) {
 
 void TakeTaskEvent(const HostLine& line, const Place& place, CTaskBook& tasks) {
     const std::string ids =
-        Value(line, "2842-") + ';' + Value(line, "2844-") + ';' + Value(line, "2846-");
+        FieldOf(line, "2842-") + ';' + FieldOf(line, "2844-") + ';' + FieldOf(line, "2846-");
     const CTaskBook::Number number = tasks.Find(SplitIdentifiers(ids, ';'), "", place);
-    const std::string text = Value(line, "2913-");
+    const std::string text = FieldOf(line, "2913-");
     const TaskState state =
-        StateOf(Value(line, "2848-"), Value(line, "2836-") == kFailedStatus, text);
+        StateOf(FieldOf(line, "2848-"), FieldOf(line, "2836-") == kFailedStatus, text);
     tasks.SetState(number, state, place);
     if (IsOutcomeOfProduct(state)) {
         tasks.NameOutcome();
@@ -66,18 +60,26 @@ void TakeTaskEvent(const HostLine& line, const Place& place, CTaskBook& tasks) {
         task.cause = reason.cause;
         task.next = reason.next;
     }
+    tasks.AddStation(number, place, std::string("server is told: ") + InWords(state));
 }
 
 }  // namespace
+
+std::string FieldOf(const HostLine& line, const std::string& beginning) {
+    const auto found = line.fields.lower_bound(beginning);
+    return found != line.fields.end() && found->first.rfind(beginning, 0) == 0 ? found->second : "";
+}
 
 void TakeHostEvent(const HostLine& line, const Place& place, CTaskBook& tasks) {
     if (line.kind != "answer") {
         TakeTaskEvent(line, place, tasks);
         return;
     }
-    const std::string what = TaskOfCommand(Value(line, "command"));
+    const std::string what = TaskOfCommand(FieldOf(line, "command"));
     if (!what.empty()) {
-        tasks.Find(SplitIdentifiers(Value(line, "ids"), ','), what, place);
+        const CTaskBook::Number number =
+            tasks.Find(SplitIdentifiers(FieldOf(line, "ids"), ','), what, place);
+        tasks.AddStation(number, place, "given to the host");
     }
 }
 

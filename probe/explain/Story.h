@@ -8,6 +8,7 @@
 // Values. Every text here is our own or has been made safe; none is of a record or a policy.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -20,6 +21,7 @@ struct Place {
     std::string time;                    // may be empty
     std::string where;                   // "<file>:<line>"
     std::optional<std::uint64_t> stamp;  // nanoseconds of the machine's clock
+    std::size_t line = 0;                // its number among those that were read
 };
 
 struct Outage {
@@ -47,6 +49,13 @@ enum class TaskState {
 /// In words: what the state means.
 const char* InWords(TaskState state);
 
+/// What one line tells of a task.
+struct Station {
+    Place place;
+    std::string text;
+    TaskState state = TaskState::kGiven;  // from there on
+};
+
 struct TaskStory {
     std::vector<std::string> identifiers;  // three; none when the log does not have them
     std::string what;
@@ -56,6 +65,7 @@ struct TaskStory {
     TaskState state = TaskState::kGiven;
     std::string cause;
     std::string next;
+    std::vector<Station> road;
 
     /// Done, or with the product.
     bool IsWell() const;

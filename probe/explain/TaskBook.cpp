@@ -30,7 +30,7 @@ CTaskBook::Number CTaskBook::AddNameless(const std::string& what, const Place& p
 CTaskBook::Number CTaskBook::Add(const std::vector<std::string>& identifiers,
                                  const std::string& what, const Place& place) {
     const Number task = tasks_.size();
-    tasks_.push_back({identifiers, what, place, place, 0, TaskState::kGiven, "", ""});
+    tasks_.push_back({identifiers, what, place, place, 0, TaskState::kGiven, "", "", {}});
     given_.insert(task);
     return task;
 }
@@ -51,6 +51,10 @@ void CTaskBook::SetState(Number task, TaskState state, const Place& place) {
     tasks_[task].last = place;
 }
 
+void CTaskBook::AddStation(Number task, const Place& place, const std::string& text) {
+    tasks_[task].road.push_back({place, text, tasks_[task].state});
+}
+
 void CTaskBook::TakeOutcome(const Place& place) {
     if (named_ != 0) {
         --named_;
@@ -62,6 +66,7 @@ void CTaskBook::TakeOutcome(const Place& place) {
     for (const Number task : waiting_) {
         tasks_[task].state = TaskState::kTold;
         tasks_[task].last = place;
+        AddStation(task, place, "product tells an outcome");
     }
     waiting_.clear();
     untold_ = 0;

@@ -32,6 +32,8 @@ class CTaskBook {
     std::optional<Number> FirstGiven(const std::string& what) const;
 
     void SetState(Number task, TaskState state, const Place& place);
+    /// A line tells `text` of it, which is in the state that it has now.
+    void AddStation(Number task, const Place& place, const std::string& text);
 
     /// The product has told an outcome, and the line does not say of which task.
     void TakeOutcome(const Place& place);

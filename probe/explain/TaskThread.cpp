@@ -45,6 +45,8 @@ void CTaskThread::Request(std::string_view xml, const Moment& at) {
     }
     ++tasks_.At(*task).attempts;
     tasks_.SetState(*task, TaskState::kAsked, at.place);
+    tasks_.AddStation(*task, at.place,
+                      tasks_.At(*task).attempts == 1 ? "product asked" : "product asked again");
     asked_ = Asked{*task, userData, at};
 }
 
@@ -77,6 +79,7 @@ void CTaskThread::Fail(const Place& place, const std::string& cause, const std::
         tasks_.SetState(number, TaskState::kFailed, place);  // unless it is retried
         task.cause = cause;
         task.next = next;
+        tasks_.AddStation(number, place, cause);
     }
     failed_ = failed;
 }
@@ -85,7 +88,9 @@ void CTaskThread::Reconnect(const Place& place) {
     if (failed_) {
         failed_->isRetried = true;
         if (failed_->IsOfTask()) {
-            tasks_.At(failed_->asked->task).state = TaskState::kRetried;
+            const CTaskBook::Number task = failed_->asked->task;
+            tasks_.At(task).state = TaskState::kRetried;
+            tasks_.AddStation(task, place, "connector connects again, to try once more");
         }
     }
     policyIsPartOfConnection_ = true;
@@ -129,6 +134,7 @@ void CTaskThread::GiveUp(const Recognised& line, const Place& place) {
     tasks_.At(*task).cause = cause;
     tasks_.At(*task).next = next;
     tasks_.SetState(*task, TaskState::kGivenUp, place);
+    tasks_.AddStation(*task, place, "given up: " + line.cause);
 }
 
 bool CTaskThread::TakePolicy(const Place& place) {
@@ -144,7 +150,7 @@ bool CTaskThread::TakePolicy(const Place& place) {
 
 void CTaskThread::GoOn(const Place& place) {
     if (asked_) {
-        Accept(*asked_);
+        Accept(*asked_, place);
         asked_.reset();
     }
     ResolveFailure();
@@ -153,13 +159,18 @@ void CTaskThread::GoOn(const Place& place) {
     problems_.Connection();
 }
 
-void CTaskThread::Accept(const Asked& asked) {
-    const TaskState state = tasks_.At(asked.task).state;
+void CTaskThread::Accept(const Asked& asked, const Place& shown) {
+    TaskStory& task = tasks_.At(asked.task);
     // Of a task whose event has come more is known.
-    if (state == TaskState::kAsked || state == TaskState::kRetried) {
+    if (task.state == TaskState::kAsked || task.state == TaskState::kRetried) {
         tasks_.SetState(asked.task, TaskState::kAccepted, asked.at.place);
-        tasks_.At(asked.task).cause.clear();
-        tasks_.At(asked.task).next.clear();
+        task.cause.clear();
+        task.next.clear();
+        // A failure behind the request was not that of the task.
+        while (!task.road.empty() && task.road.back().place.line > asked.at.place.line) {
+            task.road.pop_back();
+        }
+        tasks_.AddStation(asked.task, shown, "product has taken it, since the connector goes on");
     }
 }
 
@@ -172,7 +183,7 @@ void CTaskThread::ResolveFailure() {
         if (failed.isTold || (failed.asked->alone && !failed.isRetried)) {
             return;  // it is the task's
         }
-        Accept(*failed.asked);
+        Accept(*failed.asked, failed.place);
         AddProblem(failed);
     }
     if (failed.isRetried && failed.ending == Ending::kAskedAgain && failed.problem) {
@@ -189,7 +200,7 @@ void CTaskThread::AddProblem(Failed& failed) {
 
 void CTaskThread::Stop(const Place& place) {
     if (asked_) {
-        Accept(*asked_);  // no interruption ends an exchange with the product
+        Accept(*asked_, place);  // no interruption ends an exchange with the product
         asked_.reset();
         connections_.Work(place);
     }

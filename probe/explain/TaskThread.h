@@ -78,7 +78,8 @@ class CTaskThread {
     };
 
     bool IsRetryOf(const std::string& userData) const;
-    void Accept(const Asked& asked);
+    /// A line tells that the product has taken it.
+    void Accept(const Asked& asked, const Place& shown);
     /// Behind the failure something else was done.
     void ResolveFailure();
     void AddProblem(Failed& failed);

@@ -65,7 +65,7 @@ Story CTeller::Tell() {
     for (index_ = 0; index_ < log_.lines.size(); ++index_) {
         const HostLine& line = log_.lines[index_];
         here_ = {{line.time, Shown(log_.files[line.file]) + ":" + std::to_string(line.number),
-                  line.stamp},
+                  line.stamp, index_},
                  Second(line.time)};
         if (line.kind == "log") {
             Take(line);
