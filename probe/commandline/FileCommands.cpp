@@ -116,6 +116,8 @@ void AddExplain(CLI::App& app, Deed& deed) {
             "--task", options->task,
             "only the task with this identifier, or one that begins so: why is it not done?")
         ->transform(ReadIdentifier);
+    explain.add_option("--report", options->report,
+                       "an HTML page to be made, which shows the log and all of the story");
     explain.add_flag("--json", options->json, "for programs");
     explain.callback([options, &deed] { deed = [options] { return RunExplain(*options); }; });
 }

@@ -11,7 +11,7 @@ _ovprobe_options() {
         watch) echo "$product --for --every" ;;
         record) echo "$product --database --redact --most" ;;
         conform) echo "$product" ;;
-        explain) echo "--help --task --json" ;;
+        explain) echo "--help --task --report --json" ;;
         kill) echo "$product --yes --pid --sha1 --sha256 --ids" ;;
         block) echo "$product --yes --sha1 --sha256 --ids --delete" ;;
         import) echo "$product --yes --blob" ;;
@@ -34,7 +34,7 @@ _ovprobe() {
     done
     COMPREPLY=()
     case $before in
-        --database | --log)
+        --database | --log | --report)
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
             ;;

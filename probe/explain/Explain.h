@@ -1,7 +1,7 @@
 // `ovprobe explain`: the story in a host's log.
 //
 // Threads: one.
-// Errors: std::runtime_error for a file that cannot be read.
+// Errors: std::runtime_error for a file that cannot be read, or a page that cannot be written.
 #pragma once
 
 #include <iosfwd>
@@ -12,8 +12,9 @@ namespace Kyr::Probe {
 
 struct ExplainOptions {
     std::vector<std::string>
-        logs;          // files in the order in which they were written; "-" is standard input
-    std::string task;  // an identifier; empty: all that there is
+        logs;            // files in the order in which they were written; "-" is standard input
+    std::string task;    // an identifier; empty: all that there is
+    std::string report;  // a page to be made; empty: none
     bool json = false;
 };
 

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <chrono>
 #include <exception>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <optional>
@@ -15,6 +14,7 @@
 #include <nlohmann/json.hpp>
 
 #include "kelcomm/KelcommErrorReplyException.h"
+#include "probe/NewFile.h"
 #include "probe/commands/Actions.h"
 #include "probe/commands/Policy.h"
 #include "probe/commands/Records.h"
@@ -24,7 +24,6 @@
 #include "probe/session/NotReached.h"
 #include "probe/session/Registration.h"
 #include "probe/session/Session.h"
-#include "probe/session/System.h"
 
 namespace Kyr::Probe {
 
@@ -148,25 +147,6 @@ StoredValues PositionsOf(const std::string& database) {
     return database.empty() ? StoredValues() : CheckDatabase(database, ignored);
 }
 
-/// The file, still empty, for its owner alone: it may carry what others must not see.
-std::ofstream NewFile(const std::string& path) {
-    if (path == "-") {
-        throw std::runtime_error("a recording goes into a file, not to standard output");
-    }
-    if (std::filesystem::exists(path)) {
-        throw std::runtime_error(path + " is there already");
-    }
-    const bool isMade = MakePrivateFile(path);
-    std::ofstream file;
-    if (isMade) {
-        file.open(path, std::ios::binary);
-    }
-    if (!file.is_open()) {
-        throw std::runtime_error("cannot make " + path);
-    }
-    return file;
-}
-
 void Write(std::ofstream& file, const std::string& path, const Json& document) {
     file << document.dump(1, ' ', false, Json::error_handler_t::replace) << '\n';
     file.close();
@@ -178,7 +158,8 @@ void Write(std::ofstream& file, const std::string& path, const Json& document) {
 }  // namespace
 
 Report RecordEndpoint(const RecordOptions& options) {
-    std::ofstream file = NewFile(options.file);
+    MakeNewFile("a recording", options.file);
+    std::ofstream file(options.file, std::ios::binary);
     const auto now = boost::posix_time::second_clock::universal_time();
     const Registration registration = ReadRegistration();
     Json document = {{"ov-recording", kFormVersion},

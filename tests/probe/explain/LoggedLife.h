@@ -58,6 +58,7 @@ class CLoggedLife {
         return *this;
     }
 
+    const std::string& Text() const { return text_; }
     Story Told() const {
         HostLog log;
         std::istringstream input(text_);
