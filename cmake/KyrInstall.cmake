@@ -124,11 +124,12 @@ if(TARGET ovprobe AND NOT WIN32)
 endif()
 install(DIRECTORY examples DESTINATION ${KYR_INSTALL_DOCUMENTS})
 
-# Terms: ours, and those of the headers of others that are compiled into the programs and ask to be passed on with them.
+# Terms: ours, and those of others whose headers are compiled into the programs, or whose scripts are in the page that they
+# write, and who ask to be passed on with them. All of d3 has the terms of its zoom, but for its easings.
 if(NOT WIN32)
     install(FILES packaging/copyright DESTINATION ${KYR_INSTALL_DOCUMENTS})
 endif()
-foreach(package libcli11-dev nlohmann-json3-dev)
+foreach(package libcli11-dev nlohmann-json3-dev libjs-chart.js node-d3-zoom node-d3-ease)
     if(EXISTS /usr/share/doc/${package}/copyright)
         install(FILES /usr/share/doc/${package}/copyright
             DESTINATION ${KYR_INSTALL_LICENCES} RENAME ${package}.txt)

@@ -43,8 +43,8 @@ if(MINGW)
     foreach(package boost1.81 poco protobuf sqlite3)
         install(FILES "${KYR_WINDOWS_PREFIX}/licences/${package}.txt" DESTINATION ${KYR_INSTALL_LICENCES})
     endforeach()
-    # Debian's packages that the libraries of the compiler and zlib come from, and what is in the page that labrunner writes.
-    foreach(pair libz-mingw-w64:zlib gcc-mingw-w64-base:gcc mingw-w64-common:mingw-w64 libjs-chart.js:chart.js node-d3-zoom:d3)
+    # Debian's packages that the libraries of the compiler and zlib come from.
+    foreach(pair libz-mingw-w64:zlib gcc-mingw-w64-base:gcc mingw-w64-common:mingw-w64)
         string(REPLACE ":" ";" pair ${pair})
         list(GET pair 0 package)
         list(GET pair 1 name)
