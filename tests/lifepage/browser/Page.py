@@ -117,6 +117,15 @@ class PageTest(unittest.TestCase):
         """What the browser has to say of the page since the last call."""
         return [entry["message"] for entry in self.browser.get_log("browser")]
 
+    def findings(self):
+        """What axe-core has to say of the page as it is shown."""
+        self.run_script((pathlib.Path(sys.argv[2]) / "axe.min.js").read_text(encoding="utf-8"))
+        found = self.browser.execute_async_script(
+            "const done = arguments[0]; axe.run(document).then((result) => done([result.passes.length, "
+            "result.violations.map((one) => `${one.id}: ${one.help}: ${one.nodes.slice(0, 3).map((node) => node.html).join(' ')}`)]));")
+        self.assertGreater(found[0], 15)
+        return found[1]
+
 
 def main():
     unittest.main(argv=sys.argv[:1])

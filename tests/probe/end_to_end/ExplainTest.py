@@ -61,6 +61,35 @@ class RealLife(EndpointTest):
                                   r"      why:  no exchange with the product, code [14]: the port")
         self.assertEqual(text.count(": given up\n"), 1)
 
+    def test_report_is_told_behind_the_story(self):
+        page = self.life.folder / "story.html"
+        told = self.explain(self.life.log)
+        code, text = self.explain(self.life.log, "--report", page)
+        self.assertEqual((code, text), (told[0], f"{told[1]}\nTo look at in a browser: {page}\n"))
+        self.assertTrue(page.read_bytes().startswith(b"<!doctype html>"))
+        self.assertEqual(page.stat().st_mode & 0o777, 0o600)
+
+    def test_report_has_the_whole_story_of_a_task_or_of_programs_too(self):
+        for name, arguments in [("task", ["--task", HostLife.DONE[0]]), ("json", ["--json"])]:
+            page = self.life.folder / f"{name}.html"
+            told = self.explain(self.life.log, *arguments)
+            code, text = self.explain(self.life.log, *arguments, "--report", page)
+            self.assertEqual(code, told[0])
+            self.assertEqual(text, told[1] + ("" if name == "json" else f"\nTo look at in a browser: {page}\n"))
+            self.assertIn(b'"state":"given-up"', page.read_bytes())
+
+    def test_report_that_cannot_be_made_is_told_and_nothing_else(self):
+        for path, why in [(self.life.log, f"{self.life.log} is there already"),
+                          (self.life.folder / "no" / "page.html", f"cannot make {self.life.folder}/no/page.html")]:
+            ended = self.probe("explain", self.life.log, "--report", path)
+            self.assertEqual((ended.returncode, ended.stdout, ended.stderr.decode()), (2, b"", f"ovprobe: {why}\n"))
+        self.assertIn('text="Connecting to product"', self.life.log.read_text())
+
+    def test_report_of_a_log_that_is_not_there_is_not_made(self):
+        page = self.life.folder / "none.html"
+        self.assertEqual(self.probe("explain", self.life.folder / "none.log", "--report", page).returncode, 2)
+        self.assertFalse(page.exists())
+
     def test_every_line_of_the_host_is_read(self):
         self.assertIn(" lines of the connector, 0 others\n", self.explain(self.life.log)[1])
 
