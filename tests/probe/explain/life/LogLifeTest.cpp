@@ -192,6 +192,21 @@ TEST(LogLifeTest, FirstConnectionThatFailsIsToldOnceAndWithItsCause) {
               "the product could not be reached until the host stopped the connector");
 }
 
+TEST(LogLifeTest, FirstConnectionThatSucceedsLaterIsTheOutageOfTheStory) {
+    const LifePage::Life life = LifeIn(CLoggedLife()
+                                           .Add(2, "Connecting to product")
+                                           .Add(4, std::string(kConnectingFails) + kPortGone)
+                                           .Add(2, "Connected to product, processing tasks"));
+    ASSERT_THAT(life.outages, SizeIs(1));
+    EXPECT_TRUE(life.outages[0].first);
+    EXPECT_TRUE(life.outages[0].over);
+    EXPECT_EQ(life.outages[0].from, 1s);
+    EXPECT_EQ(life.outages[0].until, 2s);
+    EXPECT_EQ(life.outages[0].attempts, 1U);
+    EXPECT_THAT(life.outages[0].cause,
+                StartsWith("the connection breaks off while it is made, code 1"));
+}
+
 TEST(LogLifeTest, FirstConnectionThatTheLogDoesNotSeeIsNotOver) {
     const LifePage::Life life = LifeIn(
         CLoggedLife().Add(2, "Connecting to product").Add(2, "Received broadcast 3").Connected());
