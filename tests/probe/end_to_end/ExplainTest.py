@@ -80,7 +80,8 @@ class RealLife(EndpointTest):
 
     def test_report_that_cannot_be_made_is_told_and_nothing_else(self):
         for path, why in [(self.life.log, f"{self.life.log} is there already"),
-                          (self.life.folder / "no" / "page.html", f"cannot make {self.life.folder}/no/page.html")]:
+                          (self.life.folder / "no" / "page.html", f"cannot make {self.life.folder}/no/page.html"),
+                          ("-", "a page goes into a file, not to standard output")]:
             ended = self.probe("explain", self.life.log, "--report", path)
             self.assertEqual((ended.returncode, ended.stdout, ended.stderr.decode()), (2, b"", f"ovprobe: {why}\n"))
         self.assertIn('text="Connecting to product"', self.life.log.read_text())
