@@ -2,12 +2,15 @@
 
 usage: ZipTest.py <build folder> <source folder> <objdump> [<program that runs programs of Windows>...]
 """
+import functools
+import json
 import os
 import pathlib
 import re
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 import zipfile
 
@@ -23,6 +26,9 @@ BESIDE_EACH_OTHER = {
 }
 # What a host loads by its name, and programs that nobody links.
 LOADED = {"HostProbe.dll", "OvAgentConnector.dll"}
+TASK = ("11111111-1111-1111-1111-111111111111", "22222222-2222-2222-2222-222222222222",
+        "33333333-3333-3333-3333-333333333333")
+PATIENCE = 90  # seconds until something counts as hung
 
 
 def run(*words, **options):
@@ -30,26 +36,35 @@ def run(*words, **options):
                           **options)
 
 
+def surroundings():
+    """Those of a program, which name no other folder of programs."""
+    return {name: value for name, value in os.environ.items() if name != "WINEPATH"}
+
+
+@functools.lru_cache(maxsize=None)
+def unpacked():
+    """The folder with the programs, and the names of what was packed: some programs leave files behind."""
+    temporary = tempfile.TemporaryDirectory()
+    unittest.addModuleCleanup(temporary.cleanup)
+    work = pathlib.Path(temporary.name)
+    made = run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", work / "made")
+    if made.returncode != 0:
+        raise AssertionError(made.stdout + made.stderr)
+    package, = (work / "made").glob("*.zip")
+    with zipfile.ZipFile(package) as packed:
+        packed.extractall(work / "unpacked")
+    folder = work / "unpacked" / package.stem
+    return folder, {path.name for path in folder.iterdir()}
+
+
 class ZipTest(unittest.TestCase):
     @classmethod
     def setUpClass(cls):
-        folder = tempfile.TemporaryDirectory()
-        cls.addClassCleanup(folder.cleanup)
-        work = pathlib.Path(folder.name)
-        made = run("cpack", "--config", BUILD / "CPackConfig.cmake", "-B", work / "made")
-        if made.returncode != 0:
-            raise AssertionError(made.stdout + made.stderr)
-        package, = (work / "made").glob("*.zip")
-        with zipfile.ZipFile(package) as packed:
-            packed.extractall(work / "unpacked")
-        cls.folder = work / "unpacked" / package.stem
-        # Some programs leave files behind; what was packed is looked at as it came.
-        cls.came = {path.name for path in cls.folder.iterdir()}
+        cls.folder, cls.came = unpacked()
 
     def start(self, program, *words, **options):
-        """Runs a program in its folder, whose surroundings name no other."""
-        surroundings = {name: value for name, value in os.environ.items() if name != "WINEPATH"}
-        return run(*EMULATOR, self.folder / program, *words, cwd=self.folder, env=surroundings, **options)
+        """Runs a program in its folder."""
+        return run(*EMULATOR, self.folder / program, *words, cwd=self.folder, env=surroundings(), **options)
 
     def libraries_of(self, file):
         return set(re.findall(r"DLL Name: (\S+)", run(OBJDUMP, "-p", file).stdout))
@@ -103,11 +118,122 @@ class ZipTest(unittest.TestCase):
         told = self.start("devhost.exe", "--library=HostProbe.dll", input="quit\n")
         self.assertRegex(told.stdout, "HostProbe: fine resource-3: ILoggerResource")
 
+    def test_first_day_says_what_it_could_not_try_and_writes_it_down(self):
+        told = self.start("firstday.exe")
+        self.assertEqual((3, ""), (told.returncode, told.stderr), told.stdout)
+        for line in ("contract of the ports: NOT TRIED\n", "lives of the unmodified library: NOT TRIED\n",
+                     "Not tried: this system has no NtRequestPort, "):
+            self.assertIn("\n" + line, told.stdout)
+        report = (self.folder / "first-day.txt").read_text(encoding="utf-8")
+        self.assertIn("\nlives of the unmodified library: NOT TRIED\n", report)
+
     def test_scenario_of_the_text_is_played(self):
         text = (self.folder / "README.txt").read_text(encoding="utf-8")
         words = re.search(r"^    labrunner\.exe (.*)$", text, re.M)[1].split()
         played = self.start("labrunner.exe", *words)
         self.assertEqual(0, played.returncode, played.stdout + played.stderr)
+
+
+class Talker:
+    """A program of the lab: commands go in, events come out."""
+
+    def __init__(self, *words, **options):
+        self.lines = []
+        self.more = threading.Condition()
+        self.process = subprocess.Popen([str(word) for word in words], text=True, bufsize=1, stdin=subprocess.PIPE,
+                                        stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, **options)
+        self.reader = threading.Thread(target=self._read, daemon=True)
+        self.reader.start()
+
+    def _read(self):
+        for line in self.process.stdout:
+            with self.more:
+                self.lines.append(line.rstrip())
+                self.more.notify_all()
+
+    def wait_for(self, text):
+        with self.more:
+            if not self.more.wait_for(lambda: any(text in line for line in self.lines), PATIENCE):
+                raise AssertionError(f"no line with {text!r} in {self.lines}")
+
+    def say(self, command):
+        self.process.stdin.write(command + "\n")
+        self.process.stdin.flush()
+
+    def end(self):
+        """In good order, if it still can; its exit code."""
+        if self.process.poll() is None:
+            self.say("quit")
+        try:
+            self.process.wait(PATIENCE)
+        finally:
+            self.process.kill()
+            self.process.wait()
+            self.reader.join()
+            self.process.stdin.close()
+            self.process.stdout.close()
+        return self.process.returncode
+
+
+class ProbeOfTheZipTest(unittest.TestCase):
+    """ovprobe beside the simulated product, as README.txt has them."""
+
+    @classmethod
+    def setUpClass(cls):
+        cls.programs, _ = unpacked()
+        temporary = tempfile.TemporaryDirectory()
+        cls.addClassCleanup(temporary.cleanup)
+        cls.folder = pathlib.Path(temporary.name)
+        # The programs' ports have names of their own: others may play beside this one.
+        cls.options = {"cwd": cls.folder, "env": {**surroundings(), "KELCOMM_RUNTIME_DIR": str(cls.folder)}}
+        cls.product = cls.begin("simproduct.exe", "--nothing-new")
+        cls.product.wait_for(" ready ")
+
+    @classmethod
+    def begin(cls, program, *words):
+        talker = Talker(*EMULATOR, cls.programs / program, *words, **cls.options)
+        cls.addClassCleanup(talker.end)
+        return talker
+
+    def probe(self, *words):
+        return run(*EMULATOR, self.programs / "ovprobe.exe", *words, **self.options)
+
+    def test_doctor_finds_nothing_wrong(self):
+        told = self.probe("doctor", "--port-layer")
+        self.assertEqual((0, ""), (told.returncode, told.stderr), told.stdout)
+        for port in ("advanced", "legacy"):
+            self.assertRegex(told.stdout, fr"fine +{port} port +answers a ping in \S+ ms, served by process \d+ "
+                                          r"\(simproduct\.exe\)\n")
+        self.assertRegex(told.stdout, r"fine +registration +build 5600\n")
+        self.assertIn("\n15 checks: 15 fine, 0 doubtful, 0 wrong\n", told.stdout)
+
+    def test_recording_has_what_the_product_says(self):
+        told = self.probe("record", "endpoint.recording", "--port-layer")
+        self.assertEqual((0, ""), (told.returncode, told.stderr), told.stdout)
+        self.assertIn("Written to endpoint.recording.\n", told.stdout)
+        recording = json.loads((self.folder / "endpoint.recording").read_text(encoding="utf-8"))
+        self.assertEqual([1, 5600], [recording["ov-recording"], recording["build"]])
+        self.assertEqual(["status", "policy", "indicators", "telemetry", "actions"],
+                         [answer["name"] for answer in recording["answers"]])
+        self.assertTrue(all(answer["reply"] for answer in recording["answers"]), recording["answers"])
+
+    def test_kill_that_was_refused_is_explained(self):
+        self.product.say("misbehave status 14 function=KILL_PROCESS_BY_PID for=2")
+        self.product.wait_for(" command=misbehave ")
+        host = self.begin("devhost.exe", "--library=OvAgentConnector.dll", "--port-layer", "--database=host.db",
+                          "--log=host.log")
+        host.wait_for("Connected to product")
+        host.say(f"kill pid=1 ids={','.join(TASK)}")
+        host.wait_for("Message task was canceled because maximum retry count was reached")
+        self.assertEqual(0, host.end())
+        told = self.probe("explain", "--task", TASK[0], "host.log")
+        self.assertEqual((1, ""), (told.returncode, told.stderr), told.stdout)
+        self.assertRegex(told.stdout, r"^  kill a process: given up\n"
+                                      r"      " + ";".join(TASK) + r"\n"
+                                      r"      from \S+ \(host\.log:\d+\) to \S+ \(host\.log:\d+\), asked 2 times\n"
+                                      r"      why:  it failed twice; the last time: the product has refused: it wants the host "
+                                      r"to run with administrator's rights\n"
+                                      r"      next: run the host with administrator's rights\n$")
 
 
 if __name__ == "__main__":
