@@ -61,6 +61,8 @@ void AddRecord(CLI::App& app, Deed& deed) {
                        "of a host: records are asked for from its positions on");
     command.add_flag("--redact", options->isRedacted, "leaves out the policy and the records");
     command.add_option("--most", options->mostReplies, "replies of each kind of records, at most")
+        ->check(CheckNumber)
+        ->check(CLI::PositiveNumber)
         ->capture_default_str();
     command.callback([all, options, &deed] {
         deed = [all, options] {

@@ -132,6 +132,14 @@ class EndpointTest(unittest.TestCase):
         return subprocess.run([programs() / "ovprobe", *map(str, arguments)], env=self.environment, input=given,
                               capture_output=True, timeout=PATIENCE)
 
+    def assert_wrong(self, *arguments, given=b"", says=""):
+        """Refused as wrong usage, on the one stream for that, with these words."""
+        ended = self.probe(*arguments, given=given)
+        self.assertEqual((ended.returncode, ended.stdout), (2, b""), (arguments, ended))
+        self.assertTrue(ended.stderr, arguments)
+        self.assertIn(says, ended.stderr.decode(), arguments)
+        self.assertNotIn(b"\x1b", ended.stderr)
+
     def ask(self, *arguments, given=b""):
         """What it says as JSON; its form holds for every command."""
         ended = self.probe(*arguments, "--json", given=given)

@@ -14,12 +14,6 @@ CHANGES = (("outcomes",), ("kill", "--pid", "1"), ("block", "--sha1", "0" * 40),
 
 
 class Usage(EndpointTest):
-    def assert_wrong(self, *arguments, given=b""):
-        ended = self.probe(*arguments, given=given)
-        self.assertEqual(ended.returncode, 2, (arguments, ended))
-        self.assertTrue(ended.stderr, arguments)
-        self.assertNotIn(b"\x1b", ended.stderr)
-
     def test_nothing_and_unknown(self):
         self.assert_wrong()
         self.assert_wrong("explode")
@@ -64,6 +58,38 @@ class Usage(EndpointTest):
         self.start_product()
         answer = self.ask("outcomes")
         self.assertEqual((answer["exit"], answer["problem"]["cause"]), (2, "wrong-usage"))
+
+
+class Recordings(EndpointTest):
+    """record and conform."""
+
+    def test_no_file_and_unknown(self):
+        self.start_product()
+        file = self.folder / "endpoint.recording"
+        self.assert_wrong("record", says="file is required")
+        self.assert_wrong("record", file, "extra", says="extra")
+        self.assert_wrong("record", file, "--explode", says="--explode")
+        self.assert_wrong("record", file, "--database")
+        self.assertFalse(file.exists())
+
+    def test_number_of_replies_that_is_none(self):
+        self.start_product()
+        file = self.folder / "endpoint.recording"
+        for number in ("-1", "0", "x", "1.5", "", "18446744073709551616"):
+            self.assert_wrong("record", file, f"--most={number}", says="--most")
+        self.assertFalse(file.exists())
+
+    def test_folder_is_no_new_file(self):
+        self.start_product()
+        ended = self.probe("record", self.folder)
+        self.assertEqual((ended.returncode, ended.stdout), (1, b""))
+        self.assertEqual(ended.stderr.decode(), f"ovprobe: {self.folder} is there already\n")
+
+    def test_conform_takes_nothing_but_its_options(self):
+        product = self.start_product("--wire")
+        for arguments in (("--explode",), ("extra",), ("--timeout", "0"), ("--timeout", "soon"), ("--timeout",)):
+            self.assert_wrong("conform", *arguments, says=arguments[0])
+        self.assertFalse([line for line in product.lines if " request " in line])
 
 
 class Answers(EndpointTest):
