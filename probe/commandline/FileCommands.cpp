@@ -85,15 +85,12 @@ void AddDecode(CLI::App& app, Deed& deed) {
     decode.callback([options, &deed] { deed = [options] { return RunDecode(*options); }; });
 }
 
-/// As people copy one, in braces or not.
-std::string ReadIdentifier(std::string given) {
+/// Takes one as people copy it, in braces or not. Tells what is wrong with it, if anything is.
+std::string ReadIdentifier(std::string& given) {
     if (given.size() > 2 && given.front() == '{' && given.back() == '}') {
         given = given.substr(1, given.size() - 2);
     }
-    if (!IsBeginOfUuid(given)) {
-        throw CLI::ValidationError("--task", "no identifier of a task, and no beginning of one");
-    }
-    return given;
+    return IsBeginOfUuid(given) ? "" : "no identifier of a task, and no beginning of one";
 }
 
 int RunExplain(const ExplainOptions& options) {
@@ -115,7 +112,7 @@ void AddExplain(CLI::App& app, Deed& deed) {
         .add_option(
             "--task", options->task,
             "only the task with this identifier, or one that begins so: why is it not done?")
-        ->transform(ReadIdentifier);
+        ->transform(CLI::Validator(ReadIdentifier, ""));
     explain.add_option("--report", options->report,
                        "an HTML page to be made, which shows the log and all of the story");
     explain.add_flag("--json", options->json, "for programs");
