@@ -85,10 +85,11 @@ struct Station {
 
 struct Task {
     enum class State {
-        kGiven,     // to the host; the product was not asked
-        kAsked,     // the product, which has not answered
-        kAccepted,  // by the product; no outcome yet
-        kFailing,   // it is tried again
+        kGiven,            // to the host; the product was not asked
+        kAsked,            // the product, which has not answered
+        kAccepted,         // by the product; no outcome yet
+        kAcceptedNotDone,  // the product took it and told that it does not do it
+        kFailing,          // it is tried again
         kDone,
         kDoneWithWarning,
         kFailed,

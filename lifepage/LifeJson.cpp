@@ -22,9 +22,17 @@ const char* Name(Lane lane) {
 }
 
 const char* Name(Task::State state) {
-    constexpr std::array<const char*, 10> kNames{
-        "given",  "asked",    "accepted", "failing", "done", "done-with-warning",
-        "failed", "given-up", "dropped",  "told"};
+    constexpr std::array<const char*, 11> kNames{"given",
+                                                 "asked",
+                                                 "accepted",
+                                                 "accepted-not-done",
+                                                 "failing",
+                                                 "done",
+                                                 "done-with-warning",
+                                                 "failed",
+                                                 "given-up",
+                                                 "dropped",
+                                                 "told"};
     return kNames[static_cast<std::size_t>(state)];
 }
 

@@ -32,7 +32,7 @@ function storyOf(life) {
         const byState = new Map();
         life.tasks.forEach((task) => byState.set(task.state, (byState.get(task.state) ?? 0) + 1));
         sentences.push(`${count(life.tasks.length, "task")}: ` +
-            [...byState].map(([state, number]) => `${number} ${short(stateOf(state).text)}`).join(", ") + ".");
+            [...byState].map(([state, number]) => `${number} ${short(stateOf(state).text)}`).join("; ") + ".");
     }
     const outages = outagesOf(life);
     if (outages.length > 0) {

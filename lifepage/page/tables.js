@@ -27,13 +27,20 @@ export function tasksView(life, store) {
                 task.identifiers.length === 0 ? "none that were told"
                     : element("ul", { class: "identifiers" }, task.identifiers.map((one) => element("li", {}, short(one)))))),
         element("div", {},
-            element("span", { class: `state ${stateOf(task.state).mood}` }, short(stateOf(task.state).text)),
+            element("span", { class: `state ${stateOf(task.state).mood}`, title: stateOf(task.state).means }, short(stateOf(task.state).text)),
             task.why === "" ? null : element("p", { class: "why" }, short(task.why))),
         String(task.attempts),
         roadOf(life, store, task),
     ]), { class: "tasks" });
     [...shown.querySelectorAll("tbody tr")].forEach((row, at) => { row.dataset.task = at; });
-    return [shown];
+    return [shown, legendOf(life.tasks.map((task) => stateOf(task.state)))];
+}
+
+/** What the states mean, of those that there are. */
+function legendOf(states) {
+    const known = [...new Set(states)].filter((state) => state.means);
+    return element("details", { class: "soft" }, element("summary", {}, "what the states mean"),
+        element("dl", { class: "states" }, known.flatMap((state) => [element("dt", {}, state.text), element("dd", {}, state.means)])));
 }
 
 /** The piece of time that a task took, with a little before and behind it. */

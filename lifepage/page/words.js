@@ -49,20 +49,21 @@ export const WEIGHTS = ["detail", "ordinary", "warning", "error"];
 export const LEVELS = ["", "debug", "information", "warning", "error"];
 
 const STATES = new Map(Object.entries({
-    "given": { text: "never asked", mood: "open" },
-    "asked": { text: "no reply", mood: "open" },
-    "accepted": { text: "accepted", mood: "good" },
-    "failing": { text: "to be tried again", mood: "warning" },
-    "done": { text: "done", mood: "good" },
-    "done-with-warning": { text: "done, with a warning", mood: "warning" },
-    "failed": { text: "failed", mood: "bad" },
-    "dropped": { text: "dropped: its host ended", mood: "warning" },
-    "told": { text: "outcome not told", mood: "open" },
-    "given-up": { text: "given up", mood: "bad" },
+    "given": { text: "never asked", mood: "open", means: "the product was not asked for it" },
+    "asked": { text: "no reply", mood: "open", means: "the product was asked and has not answered" },
+    "accepted": { text: "accepted", mood: "good", means: "the product has taken it over; no outcome was told" },
+    "accepted-not-done": { text: "accepted, not done", mood: "warning", means: "the product answered that it takes it over, and did not do it" },
+    "failing": { text: "to be tried again", mood: "warning", means: "it failed, and the connector has more attempts" },
+    "done": { text: "done", mood: "good", means: "the server was told that it is done" },
+    "done-with-warning": { text: "done, with a warning", mood: "warning", means: "the server was told that it is done, and of a warning" },
+    "failed": { text: "failed", mood: "bad", means: "the server was told that it failed for good" },
+    "dropped": { text: "dropped: its host ended", mood: "warning", means: "the host ended before the product had accepted it" },
+    "told": { text: "outcome not told", mood: "open", means: "the server was told an outcome, and here nobody has told which" },
+    "given-up": { text: "given up", mood: "bad", means: "the connector does not try it again" },
 }));
 
 export function stateOf(name) {
-    return STATES.get(name) ?? { text: name, mood: "open" };
+    return STATES.get(name) ?? { text: name, mood: "open", means: "" };
 }
 
 export const LANES = [

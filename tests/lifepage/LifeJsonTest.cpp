@@ -42,8 +42,9 @@ TEST(LifeJsonTest, EveryStateOfATaskHasItsName) {
     }
     const std::string json = ToJson({life});
     std::size_t at = 0;
-    for (const char* const name : {"given", "asked", "accepted", "failing", "done",
-                                   "done-with-warning", "failed", "given-up", "dropped", "told"}) {
+    for (const char* const name :
+         {"given", "asked", "accepted", "accepted-not-done", "failing", "done", "done-with-warning",
+          "failed", "given-up", "dropped", "told"}) {
         at = json.find("\"state\":\"" + std::string(name) + "\"", at);
         ASSERT_NE(at, std::string::npos) << name;
     }

@@ -115,12 +115,14 @@ class CTaskTeller {
             return;
         }
         event.tasks.push_back(*task);
+        std::string& undone = undone_[*task];
         if (event.kind == "request") {
+            undone.clear();
             TakeRequest(life_.tasks[*task], event);
         } else if (event.kind == "reply") {
-            TakeReply(life_.tasks[*task], event);
+            TakeReply(life_.tasks[*task], event, undone);
         } else if (event.kind == "did") {
-            TakeDeed(life_.tasks[*task], event);
+            TakeDeed(life_.tasks[*task], event, undone);
         } else if (event.kind == "log") {
             TakeLog(life_.tasks[*task], event);
         }
@@ -149,13 +151,13 @@ class CTaskTeller {
             StationWeight::kOrdinary);
     }
 
-    void TakeReply(Task& task, const Event& event) {
+    void TakeReply(Task& task, const Event& event, const std::string& undone) {
         const std::string status = Value(event, "status");
         if (!Value(event, "delivery").empty()) {
             Add(task, "no reply", StationWeight::kWarning);
         } else if (status == "0") {
-            task.state = State::kAccepted;
-            task.why.clear();
+            task.state = undone.empty() ? State::kAccepted : State::kAcceptedNotDone;
+            task.why = undone;
             Add(task, "accepted", StationWeight::kOrdinary);
         } else {
             Fail(task, "refused with status " + status);
@@ -168,12 +170,13 @@ class CTaskTeller {
         task.why = why;
     }
 
-    void TakeDeed(Task& task, const Event& event) {
+    void TakeDeed(Task& task, const Event& event, std::string& undone) {
         const std::string outcome = Value(event, "outcome");
         if (Value(event, "action") == "task-result") {
             Add(task, "outcome fetched", StationWeight::kDetail);
         } else if (outcome == "refused") {
-            Add(task, "product does not do it: " + Value(event, "text"), StationWeight::kWarning);
+            undone = "product does not do it: " + Value(event, "text");
+            Add(task, undone, StationWeight::kWarning);
         } else {
             Add(task, "product does it" + (outcome.empty() ? "" : ": " + Value(event, "text")),
                 StationWeight::kOrdinary);
@@ -242,6 +245,7 @@ class CTaskTeller {
     std::vector<std::size_t> ofHost_;       // the tasks that the host which runs was given
     std::map<std::string, std::size_t> byIdentifier_;
     std::map<std::size_t, std::size_t> byMessage_;
+    std::map<std::size_t, std::string> undone_;  // by task: why what was asked last is not done
 };
 
 }  // namespace

@@ -47,7 +47,7 @@ class Explain(PageTest):
         begin, end = self.log[0][:12], self.log[-1][:12]
         self.assertEqual(self.text("h1"), "host.log")
         self.assertRegex(self.text("#head"), rf"\n{begin} to {end} UTC, \d+\.\d+ s; of which day is not told\n"
-                                             rf"2 tasks: 1 outcome not told, 1 given up\. 1 outage, .* 1 first connection\. "
+                                             rf"2 tasks: 1 outcome not told; 1 given up\. 1 outage, .* 1 first connection\. "
                                              rf"{len(self.log)} events\.")
         self.assertEqual(self.complaints(), [])
 

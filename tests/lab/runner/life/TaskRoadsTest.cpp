@@ -77,6 +77,24 @@ TEST_F(TaskRoadsTest, TaskThatTheProductAcceptsHasNoOutcomeYet) {
     EXPECT_EQ(Task().until, std::chrono::milliseconds(6));
 }
 
+TEST_F(TaskRoadsTest, TaskThatTheProductAcceptsAndDoesNotDoSaysWhy) {
+    Tell(Given(
+        {Request(4, 1),
+         "5 product did action=kill outcome=refused text=\"not a lab process\" userdata=a;b;c",
+         "6 product reply id=1 transport=alpc status=0"}));
+    EXPECT_EQ(Task().state, State::kAcceptedNotDone);
+    EXPECT_EQ(Task().why, "product does not do it: not a lab process");
+}
+
+TEST_F(TaskRoadsTest, WhatTheProductDidNotDoAtFirstMayBeDoneLater) {
+    Tell(Given({Request(4, 1), "5 product did action=kill outcome=refused text=busy userdata=a;b;c",
+                "6 product reply id=1 transport=alpc status=0", Request(10008, 2),
+                "10009 product did action=kill outcome=done text=killed userdata=a;b;c",
+                "10010 product reply id=2 transport=alpc status=0"}));
+    EXPECT_EQ(Task().state, State::kAccepted);
+    EXPECT_EQ(Task().why, "");
+}
+
 TEST_F(TaskRoadsTest, OutcomeOfAnotherMessageFindsItsTask) {
     Tell(Given({Request(4, 1), "5 product reply id=1 transport=alpc status=0",
                 "6 host publish name=EventLog_TASK context=9 by=module",

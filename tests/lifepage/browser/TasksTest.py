@@ -1,0 +1,32 @@
+"""What became of a task, and what choosing one does."""
+from Page import PageTest, life, main, page_with
+
+EVENT = {"at": 1, "lane": "bus", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+TASK = {"what": "end process 4711", "identifiers": [], "from": 1, "until": 1, "attempts": 1, "state": "accepted", "why": "",
+        "road": [{"at": 1, "text": "given to the host", "weight": 1, "event": 0}]}
+
+
+class Tasks(PageTest):
+    def test_task_that_was_accepted_and_not_done_warns_and_says_why(self):
+        undone = {**TASK, "state": "accepted-not-done", "why": "product does not do it: not a lab process"}
+        with page_with(life(events=[EVENT], tasks=[TASK, undone])) as path:
+            self.open(path)
+            good, warned = self.all("#view-tasks .state")
+            self.assertEqual(good.text, "accepted")
+            self.assertEqual(warned.text, "accepted, not done")
+            self.assertIn("warning", warned.get_attribute("class"))
+            self.assertEqual(self.text("#view-tasks .why"), "product does not do it: not a lab process")
+            self.assertIn("2 tasks: 1 accepted; 1 accepted, not done.", self.text(".story"))
+
+    def test_states_that_there_are_are_explained(self):
+        with page_with(life(events=[EVENT], tasks=[TASK, {**TASK, "state": "done"}])) as path:
+            self.open(path)
+            self.assertEqual(self.one("#view-tasks .state").get_attribute("title"),
+                             "the product has taken it over; no outcome was told")
+            self.one("#view-tasks > details summary").click()
+            self.assertEqual(self.text(".states"), "accepted\nthe product has taken it over; no outcome was told\n"
+                                                   "done\nthe server was told that it is done")
+
+
+if __name__ == "__main__":
+    main()
