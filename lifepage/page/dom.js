@@ -19,7 +19,8 @@ export function element(tag, properties = {}, ...children) {
 
 /**
  * A table with a caption for those who do not see it. A row is a list of cells: texts or nodes. Columns have the width that
- * they say, in pixels, and share what is left: to find out how narrow a long text can be costs seconds.
+ * they say, in pixels, and share what is left: to find out how narrow a long text can be costs seconds. On a narrow screen
+ * cells stand below each other, each behind the name of its column.
  */
 export function table(caption, columns, rows, properties = {}) {
     return element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": caption },
@@ -28,7 +29,7 @@ export function table(caption, columns, rows, properties = {}) {
             element("thead", {}, element("tr", {}, columns.map(head))),
             element("tbody", {}, rows.map((cells) => element("tr", {}, cells.map((cell, at) =>
                 element(at === 0 ? "th" : "td",
-                    { scope: at === 0 ? "row" : null, class: columns[at].number ? "number" : null },
+                    { scope: at === 0 ? "row" : null, class: columns[at].number ? "number" : null, "data-name": columns[at].name },
                     cell)))))));
 }
 
