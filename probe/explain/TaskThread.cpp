@@ -90,7 +90,7 @@ void CTaskThread::Reconnect(const Place& place) {
         if (failed_->IsOfTask()) {
             const CTaskBook::Number task = failed_->asked->task;
             tasks_.At(task).state = TaskState::kRetried;
-            tasks_.AddStation(task, place, "connector connects again, to try once more");
+            tasks_.AddStation(task, place, "connector connects again");
         }
     }
     policyIsPartOfConnection_ = true;

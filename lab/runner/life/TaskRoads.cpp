@@ -185,14 +185,23 @@ class CTaskTeller {
 
     void TakeLog(Task& task, const Event& event) {
         if (BeginsWith(event.text, "Message task was canceled")) {
-            task.state = State::kGivenUp;
-            Add(task, "given up: it was tried as often as a task may be", StationWeight::kError);
+            const bool tooOften = event.text.find("maximum retry count") != std::string::npos;
+            const std::string limit = tooOften ? "it was tried as often as a task may be"
+                                               : "the product is not available";
+            GiveUp(task, limit);
+            Add(task, "given up: " + limit, StationWeight::kError);
         } else if (event.text == "Reconnecting to product") {
-            Add(task, "connector connects again, to try once more", StationWeight::kOrdinary);
+            Add(task, "connector connects again", StationWeight::kOrdinary);
         } else if (event.level == 4) {
             Fail(task, event.text);
             Add(task, event.text, StationWeight::kError);
         }
+    }
+
+    /// Why is the limit, and what went wrong the last time.
+    static void GiveUp(Task& task, const std::string& limit) {
+        task.state = State::kGivenUp;
+        task.why = limit + (task.why.empty() ? "" : "; the last time: " + task.why);
     }
 
     void TakeOutcome(Event& event, const LifePage::Row& row) {

@@ -15,11 +15,19 @@ class Demo(PageTest):
         self.assertIn("product does it: killed", text)
         self.assertIn("server is told: done", text)
 
+    def test_kill_that_the_product_refused_is_not_done(self):
+        self.open(written("whole-life"))
+        row = self.row("dddddddd-dddd-dddd-dddd-dddddddddddd")
+        self.assertEqual(row.find_element("css selector", ".state.warning").text, "accepted, not done")
+        self.assertEqual(row.find_element("css selector", ".why").text, "product does not do it: not a lab process")
+
     def test_why_the_second_task_was_given_up(self):
         self.open(written("whole-life"))
         row = self.row("aaaaaaaa-0000-0000-0000-000000000000")
         self.assertEqual(row.find_element("css selector", ".state").text, "given up")
-        self.assertIn("Send request failed with 14", row.find_element("css selector", ".why").text)
+        why = row.find_element("css selector", ".why").text
+        self.assertTrue(why.startswith("it was tried as often as a task may be; the last time: "), why)
+        self.assertIn("Send request failed with 14", why)
         road = [button.text for button in row.find_elements("css selector", ".road button")]
         self.assertEqual(road.count("refused with status 14"), 2)
         self.assertEqual(road[-1], "given up: it was tried as often as a task may be")

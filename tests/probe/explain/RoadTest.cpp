@@ -47,7 +47,7 @@ TEST(RoadTest, TaskThatFailsTwiceIsAskedTwiceAndGivenUp) {
                          .Add(4, std::string(kRetriesExhausted) + "KillProcessByPid")),
               "3 the product was asked: product asked\n"
               "4 failed, and is not tried again: a reply of the product is of another protocol\n"
-              "5 failed, and is tried again: connector connects again, to try once more\n"
+              "5 failed, and is tried again: connector connects again\n"
               "7 the product was asked: product asked again\n"
               "8 failed, and is not tried again: a reply of the product is of another protocol\n"
               "9 given up: given up: it failed twice\n");

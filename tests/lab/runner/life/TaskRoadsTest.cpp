@@ -120,16 +120,27 @@ TEST_F(TaskRoadsTest, RefusedTaskIsTriedAgainAndGivenUp) {
                 "7 host log level=4 text=\"Send request failed with 14\"",
                 "10007 host log level=2 text=\"Reconnecting to product\"", Request(10008, 2),
                 "10009 product reply id=2 transport=alpc status=14",
-                "20009 host log level=4 text=\"Message task was canceled because\""}));
+                "20009 host log level=4 text=\"Message task was canceled because maximum retry "s +
+                    "count was reached\""}));
     EXPECT_EQ(Task().state, State::kGivenUp);
     EXPECT_EQ(Task().attempts, 2U);
-    EXPECT_EQ(Task().why, "refused with status 14");
+    EXPECT_EQ(Task().why,
+              "it was tried as often as a task may be; the last time: refused with status 14");
     EXPECT_THAT(
         Road(),
         ElementsAre("given to the host", "product asked over ALPC", "refused with status 14",
                     "server is told: failed, to be tried again", "Send request failed with 14",
-                    "connector connects again, to try once more", "product asked over ALPC",
-                    "refused with status 14", "given up: it was tried as often as a task may be"));
+                    "connector connects again", "product asked over ALPC", "refused with status 14",
+                    "given up: it was tried as often as a task may be"));
+}
+
+TEST_F(TaskRoadsTest, TaskThatIsGivenUpForWantOfAProductSaysSo) {
+    Tell(Given({Request(4, 1),
+                "9 host log level=4 text=\"Message task was canceled because product is not "
+                "available, message was\""}));
+    EXPECT_EQ(Task().state, State::kGivenUp);
+    EXPECT_EQ(Task().why, "the product is not available");
+    EXPECT_EQ(Road().back(), "given up: the product is not available");
 }
 
 TEST_F(TaskRoadsTest, WhatWentWrongIsForgottenWhenItWorks) {
