@@ -119,6 +119,7 @@ struct Batch {
 struct Records {
     std::string kind;
     std::vector<Batch> batches;
+    std::optional<std::uint64_t> sent;    // of these so many were for the host
     std::optional<std::uint64_t> stored;  // by the host
     std::optional<std::uint64_t> twice;
     std::optional<std::uint64_t> lost;
@@ -129,7 +130,8 @@ struct Outage {
     Moment from{};
     Moment until{};
     bool over = false;
-    bool first = false;  // there was no connection before
+    bool first = false;        // there was no connection before
+    bool hostStopped = false;  // and with it the time, without a connection
     std::string cause;
     std::size_t attempts = 0;
     std::size_t event = 0;  // with which it began

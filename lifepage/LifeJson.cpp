@@ -152,17 +152,19 @@ Json Of(const std::optional<std::uint64_t>& count) {
 }
 
 Json Of(const Records& records) {
-    return {{"kind", records.kind},
-            {"stored", Of(records.stored)},
-            {"twice", Of(records.twice)},
-            {"lost", Of(records.lost)},
-            {"batches", List(records.batches)}};
+    return {{"kind", records.kind},         {"sent", Of(records.sent)},
+            {"stored", Of(records.stored)}, {"twice", Of(records.twice)},
+            {"lost", Of(records.lost)},     {"batches", List(records.batches)}};
 }
 
 Json Of(const Outage& outage) {
-    return {{"from", Number(outage.from)}, {"until", Number(outage.until)},
-            {"over", outage.over},         {"first", outage.first},
-            {"cause", outage.cause},       {"attempts", outage.attempts},
+    return {{"from", Number(outage.from)},
+            {"until", Number(outage.until)},
+            {"over", outage.over},
+            {"first", outage.first},
+            {"host-stopped", outage.hostStopped},
+            {"cause", outage.cause},
+            {"attempts", outage.attempts},
             {"event", outage.event}};
 }
 

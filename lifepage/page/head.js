@@ -1,7 +1,7 @@
 // What one sees first: which life this is, how it went, and its figures.
 
 import { element } from "./dom.js";
-import { firstConnectionsOf, outagesOf } from "./life.js";
+import { firstConnectionsOf, handedOf, outagesOf } from "./life.js";
 import { count, short, stateOf } from "./words.js";
 
 export function drawHead(root, lives, life, store) {
@@ -43,7 +43,7 @@ function storyOf(life) {
     if (first.length > 0) {
         sentences.push(`${count(first.length, "first connection")}.`);
     }
-    const handed = life.records.reduce((sum, kind) => sum + kind.batches.reduce((all, batch) => all + batch.records, 0), 0);
+    const handed = life.records.reduce((sum, kind) => sum + handedOf(kind.batches), 0);
     if (handed > 0) {
         const lost = life.records.reduce((sum, kind) => sum + (kind.lost ?? 0), 0);
         const told = life.records.some((kind) => kind.lost !== null);

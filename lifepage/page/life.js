@@ -140,6 +140,11 @@ export function firstConnectionsOf(life) {
     return life.outages.filter((outage) => outage.first);
 }
 
+/** How many records left the product in these batches. */
+export function handedOf(batches) {
+    return batches.reduce((sum, batch) => sum + batch.records, 0);
+}
+
 /** A byte an event: whether the state lets it be seen. */
 export function seenEvents(life, state) {
     const text = state.text.trim().toLowerCase();

@@ -6,7 +6,7 @@ import { Compare } from "./compare.js";
 import { Details } from "./details.js";
 import { element } from "./dom.js";
 import { drawHead } from "./head.js";
-import { numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
+import { handedOf, numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
 import { EventList } from "./list.js";
 import { onScheme } from "./palette.js";
 import { Search } from "./search.js";
@@ -60,7 +60,7 @@ function start(lives) {
         search.setLife(life);
         look(state);
         tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: outagesOf(life).length,
-            records: life.records.reduce((sum, kind) => sum + kind.batches.length, 0) });
+            records: life.records.reduce((sum, kind) => sum + handedOf(kind.batches), 0) });
         tabs.show(state.view);
     });
     store.watch(["life", "folded"], (state) => timeLine.setLife(lifeOf(state), state));

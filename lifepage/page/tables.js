@@ -1,7 +1,7 @@
 // Tasks, records, outages and steps, as tables.
 
 import { element, empty, table } from "./dom.js";
-import { firstConnectionsOf, outagesOf } from "./life.js";
+import { firstConnectionsOf, handedOf, outagesOf } from "./life.js";
 import { WEIGHTS, count, short, stateOf } from "./words.js";
 
 const BATCHES = 200; // of one kind that are listed
@@ -78,13 +78,14 @@ export function recordsView(life, store) {
     const known = (number) => (number === null ? "not told" : number.toLocaleString("en-GB"));
     const numbers = ["Batches", "Records", "Stored", "Twice", "Lost"].map((name) => ({ name, number: true, width: 80 }));
     const sums = table("Records by kind", [{ name: "Kind", width: 100 }, { name: "Positions" }, ...numbers], life.records.map((records) => {
-        const sum = records.batches.reduce((all, batch) => all + batch.records, 0);
-        return [short(records.kind), positions(records.batches), String(records.batches.length), sum.toLocaleString("en-GB"),
+        const sum = handedOf(records.batches);
+        return [short(records.kind), positions(records.batches), known(records.batches.length), known(sum),
             known(records.stored), known(records.twice), known(records.lost)];
     }));
+    const notes = life.records.map(notForTheHost).filter((note) => note !== "").map((note) => element("p", { class: "soft" }, note));
     const batches = life.records.flatMap((records) => records.batches.map((batch) => ({ kind: records.kind, ...batch })))
         .sort((left, right) => left.at - right.at);
-    return [sums, element("h3", {}, "Batches"),
+    return [sums, ...notes, element("h3", {}, "Batches"),
         table("Batches", [{ name: "Time", width: 150 }, { name: "Kind" }, { name: "From position", number: true, width: 120 },
                 { name: "Records", number: true, width: 100 }],
             batches.slice(0, BATCHES).map((batch) => [
@@ -92,6 +93,19 @@ export function recordsView(life, store) {
                 batch.from.toLocaleString("en-GB"), batch.records.toLocaleString("en-GB")])),
         batches.length > BATCHES ? element("p", { class: "soft" }, `and ${count(batches.length - BATCHES, "batch", "batches")} more`) : null,
     ].filter((part) => part !== null);
+}
+
+/** Why fewer actions are stored than were handed out, each counted once; empty: there is nothing to explain. */
+function notForTheHost({ kind, batches, sent }) {
+    let next = 0;
+    let handed = 0;
+    for (const { from, records } of batches) {
+        handed += Math.max(from + records - Math.max(from, next), 0);
+        next = Math.max(next, from + records);
+    }
+    return kind !== "action" || sent === null || sent === undefined || sent >= handed ? ""
+        : `action: ${(handed - sent).toLocaleString("en-GB")} of ${handed.toLocaleString("en-GB")} were not for the host: ` +
+            "of actions, only those that block are stored";
 }
 
 /** "1 to 170", and which positions came again or never. */
@@ -127,7 +141,8 @@ function connections(caption, outages, life, store) {
         { name: "Attempts", number: true, width: 76 }, { name: "Why" },
     ], outages.map((outage) => [
         eventButton(store, outage.event, life.time(outage.from)),
-        element("span", {}, life.span(outage.until - outage.from), outage.over ? null : element("span", { class: "bad" }, ", not over")),
+        element("span", {}, life.span(outage.until - outage.from), outage.over ? null
+            : outage["host-stopped"] ? ", until the host stopped" : element("span", { class: "bad" }, ", not over")),
         String(outage.attempts),
         short(outage.cause),
     ]));

@@ -103,20 +103,21 @@ TEST(LifeJsonTest, TasksRecordsOutagesStepsProcessesAndLines) {
     task.why = "y";
     task.road = {{std::chrono::milliseconds(1), "r", Weight::kError, 3}};
     life.tasks = {task};
-    life.records = {{"action", {{std::chrono::milliseconds(1), 7, 8, 9}}, 5, {}, 0}};
-    life.outages = {{Moment(0), std::chrono::milliseconds(2), true, false, "c", 2, 3}};
+    life.records = {{"action", {{std::chrono::milliseconds(1), 7, 8, 9}}, 6, 5, {}, 0}};
+    life.outages = {{Moment(0), std::chrono::milliseconds(2), true, false, true, "c", 2, 3}};
     life.neutral = {{"one", 4}, {"two", {}}};
     EXPECT_THAT(
         ToJson({life}),
-        HasSubstr(R"("processes":[{"name":"host 1","from":0.0,"until":2.0,"end":"with code 0"}],)"
-                  R"("steps":[{"from":0.0,"until":2.0,"text":"s","held":false,"failure":"f"}],)"
-                  R"("events":[],"tasks":[{"what":"w","identifiers":["a"],"from":0.0,"until":0.0,)"
-                  R"("attempts":2,"state":"dropped","why":"y",)"
-                  R"("road":[{"at":1.0,"text":"r","weight":3,"event":3}]}],)"
-                  R"("records":[{"kind":"action","stored":5,"twice":null,"lost":0,)"
-                  R"("batches":[{"at":1.0,"from":7,"records":8,"event":9}]}],)"
-                  R"("outages":[{"from":0.0,"until":2.0,"over":true,"first":false,"cause":"c",)"
-                  R"("attempts":2,"event":3}],"neutral":[["one",4],["two",null]])"));
+        HasSubstr(
+            R"("processes":[{"name":"host 1","from":0.0,"until":2.0,"end":"with code 0"}],)"
+            R"("steps":[{"from":0.0,"until":2.0,"text":"s","held":false,"failure":"f"}],)"
+            R"("events":[],"tasks":[{"what":"w","identifiers":["a"],"from":0.0,"until":0.0,)"
+            R"("attempts":2,"state":"dropped","why":"y",)"
+            R"("road":[{"at":1.0,"text":"r","weight":3,"event":3}]}],)"
+            R"("records":[{"kind":"action","sent":6,"stored":5,"twice":null,"lost":0,)"
+            R"("batches":[{"at":1.0,"from":7,"records":8,"event":9}]}],)"
+            R"("outages":[{"from":0.0,"until":2.0,"over":true,"first":false,"host-stopped":true,)"
+            R"("cause":"c","attempts":2,"event":3}],"neutral":[["one",4],["two",null]])"));
 }
 
 TEST(LifeJsonTest, CharactersOfHtmlAreEscaped) {

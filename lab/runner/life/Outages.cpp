@@ -44,6 +44,9 @@ class COutageTeller {
         } else if (IsConnected(event)) {
             Close(event.at, true);
         } else if (event.kind == "end" && event.lane == LifePage::Lane::kHost) {
+            if (open_) {
+                life_.outages.back().hostStopped = true;
+            }
             Close(event.at, false);
         } else if (event.kind == "log" && event.level == 4) {
             failure_ = event.text;
@@ -56,8 +59,14 @@ class COutageTeller {
         if (!open_) {
             const bool failed = cause == failure_ && failedAt_;
             const std::size_t begin = failed ? *failedAt_ : at_;
-            life_.outages.push_back(
-                {failed ? life_.events[begin].at : event.at, {}, false, false, cause, 0, begin});
+            life_.outages.push_back({failed ? life_.events[begin].at : event.at,
+                                     {},
+                                     false,
+                                     false,
+                                     false,
+                                     cause,
+                                     0,
+                                     begin});
             open_ = true;
         }
     }

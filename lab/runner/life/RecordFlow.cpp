@@ -37,7 +37,7 @@ LifePage::Records& OfKind(LifePage::Life& life, const std::string& kind) {
             return records;
         }
     }
-    life.records.push_back({kind, {}, {}, {}, {}});
+    life.records.push_back({kind, {}, {}, {}, {}, {}});
     return life.records.back();
 }
 
@@ -56,12 +56,17 @@ void TellRecords(LifePage::Life& life) {
             records.stored = records.stored.value_or(0) + Number(event, "records").value_or(0);
         } else if (event.kind == "tally") {
             const std::string kind = Value(event, "kind");
-            tallies[kind] = {
-                kind, {}, Number(event, "stored"), Number(event, "twice"), Number(event, "lost")};
+            tallies[kind] = {kind,
+                             {},
+                             Number(event, "sent"),
+                             Number(event, "stored"),
+                             Number(event, "twice"),
+                             Number(event, "lost")};
         }
     }
     for (const auto& [kind, tally] : tallies) {
         LifePage::Records& records = OfKind(life, kind);
+        records.sent = tally.sent;
         records.stored = tally.stored;
         records.twice = tally.twice;
         records.lost = tally.lost;

@@ -41,6 +41,25 @@ class Run(PageTest):
             self.assertEqual([row.text for row in self.all("[aria-label='First connections'] tbody tr")],
                              ["14:13:20.000 5 ms 1 looks for it", "14:13:20.006 1 ms 1 looks for it"])
 
+    def test_outage_that_ended_with_its_host_says_so(self):
+        stopped = {"from": 0, "until": 5, "over": False, "first": False, "host-stopped": True, "cause": "gone", "attempts": 1, "event": 0}
+        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+        with page_with(life(events=[event], outages=[stopped, {**stopped, "host-stopped": False}])) as path:
+            self.open(path, "view=outages")
+            self.assertEqual([row.text for row in self.all("#view-outages tbody tr")],
+                             ["14:13:20.000 5 ms, until the host stopped 1 gone", "14:13:20.000 5 ms, not over 1 gone"])
+
+    def test_records_behind_the_tab_are_records_and_those_not_for_the_host_are_explained(self):
+        batch = {"at": 1, "from": 1, "records": 8, "event": 0}
+        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+        action = {"kind": "action", "sent": 5, "stored": 5, "twice": 0, "lost": 0, "batches": [batch]}
+        telemetry = {**action, "kind": "telemetry", "sent": 500, "batches": [{**batch, "records": 500}, {**batch, "records": 1000}]}
+        with page_with(life(events=[event], records=[action, telemetry])) as path:
+            self.open(path, "view=records")
+            self.assertEqual(self.text("#tab-records"), "Records1,508")
+            self.assertEqual([note.text for note in self.all("#view-records > p")],
+                             ["action: 3 of 8 were not for the host: of actions, only those that block are stored"])
+
     def test_charts_are_drawn_when_they_are_looked_at(self):
         self.open(written("run"))
         self.assertEqual(self.all("figure"), [])

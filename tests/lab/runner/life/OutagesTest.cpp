@@ -56,7 +56,17 @@ TEST(OutagesTest, EndsWithItsHostAndIsNotOver) {
                  "8 host end text=\"host 1 ended with code 0\"", "9 product ready"});
     ASSERT_THAT(outages, SizeIs(1));
     EXPECT_FALSE(outages[0].over);
+    EXPECT_TRUE(outages[0].hostStopped);
     EXPECT_EQ(outages[0].until, std::chrono::milliseconds(8));
+}
+
+TEST(OutagesTest, LastsToTheEndOfWhatWasWatchedWithItsHost) {
+    const auto outages =
+        Outages({"5 host log level=2 text=\"Connecting to product\"", "9 product ready"});
+    ASSERT_THAT(outages, SizeIs(1));
+    EXPECT_FALSE(outages[0].over);
+    EXPECT_FALSE(outages[0].hostStopped);
+    EXPECT_EQ(outages[0].until, std::chrono::milliseconds(9));
 }
 
 TEST(OutagesTest, FailureWithoutAReconnectionIsNone) {

@@ -36,12 +36,15 @@ TEST(RecordFlowTest, StoredIsWhatTheDataMinerTells) {
     ASSERT_THAT(life.records, SizeIs(1));
     EXPECT_EQ(life.records[0].kind, "indicator");
     EXPECT_THAT(life.records[0].stored, Optional(150U));
+    EXPECT_EQ(life.records[0].sent, std::nullopt);
     EXPECT_EQ(life.records[0].lost, std::nullopt);
 }
 
 TEST(RecordFlowTest, CountOfTheWholeRunStandsInPlaceOfTheSum) {
-    const LifePage::Life life = Flow({"1 host mined name=DataMinerStoreEcsTelemetryLogs records=9",
-                                      "2 host tally kind=telemetry stored=8 twice=1 lost=2"});
+    const LifePage::Life life =
+        Flow({"1 host mined name=DataMinerStoreEcsTelemetryLogs records=9",
+              "2 host tally kind=telemetry sent=10 stored=8 twice=1 lost=2"});
+    EXPECT_THAT(life.records[0].sent, Optional(10U));
     EXPECT_THAT(life.records[0].stored, Optional(8U));
     EXPECT_THAT(life.records[0].twice, Optional(1U));
     EXPECT_THAT(life.records[0].lost, Optional(2U));
