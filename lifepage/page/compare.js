@@ -26,6 +26,11 @@ export class Compare {
         this.#draw();
     }
 
+    /** Whether there are two lives to be seen. */
+    isOfTwo() {
+        return this.#left !== this.#right;
+    }
+
     #draw() {
         const file = element("input", { type: "file", id: "other", accept: ".html,.json", onchange: () => this.#open(file) });
         this.root.replaceChildren(

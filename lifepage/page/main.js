@@ -9,6 +9,7 @@ import { drawHead } from "./head.js";
 import { handedOf, numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
 import { EventList } from "./list.js";
 import { onScheme } from "./palette.js";
+import { onPaper } from "./paper.js";
 import { Search } from "./search.js";
 import { Store } from "./store.js";
 import { markTask, outagesView, recordsView, stepsView, tasksView } from "./tables.js";
@@ -28,7 +29,7 @@ function start(lives) {
     const eventPanel = element("div", {});
     const list = new EventList(eventPanel, store);
     const timeLine = new TimeLine(at("time"), store, () => seen);
-    const search = new Search(at("search"), store);
+    const search = new Search(at("search"), at("filter"), store);
     const details = new Details(at("details"), store);
     const fill = (view) => (panel) => {
         panel.replaceChildren(...view(lifeOf(store.state), store));
@@ -38,6 +39,8 @@ function start(lives) {
         charts.forEach((chart) => chart.destroy());
         charts = drawCharts(panel, lifeOf(store.state));
     };
+    let compare = null;
+    const drawCompare = (panel) => { compare = new Compare(panel, lives, store); };
     const tabs = new Tabs(at("views"), store, [
         { name: "tasks", text: "Tasks", draw: fill(tasksView) },
         { name: "events", text: "Events", draw: (panel) => panel.replaceChildren(eventPanel) },
@@ -45,7 +48,7 @@ function start(lives) {
         { name: "records", text: "Records", draw: fill(recordsView) },
         { name: "outages", text: "Outages", draw: fill(outagesView) },
         { name: "charts", text: "Charts", draw: drawAllCharts },
-        { name: "compare", text: "Compare", draw: (panel) => new Compare(panel, lives, store) },
+        { name: "compare", text: "Compare", draw: drawCompare, prints: () => compare?.isOfTwo() ?? false },
     ]);
 
     const look = (state) => {
@@ -84,8 +87,19 @@ function start(lives) {
         at("said").textContent = event === undefined ? "" : `${lifeOf(state).time(event.at)} ${short(event.text)}`;
     });
     bindAddress(store, plain);
-    onScheme(() => charts.length > 0 && drawAllCharts(at("view-charts")));
-    addEventListener("beforeprint", () => timeLine.paintNow());
+    onScheme(() => {
+        tabs.forget("charts");
+        tabs.show(store.state.view);
+    });
+    onPaper((printing) => {
+        tabs.forget("charts"); // other colours, another width
+        if (printing) {
+            tabs.print();
+        } else {
+            tabs.show(store.state.view);
+        }
+        timeLine.fit();
+    });
     document.querySelector(".skip").addEventListener("click", (click) => {
         click.preventDefault(); // the address is the state's
         at("views").focus();

@@ -2,7 +2,7 @@
 
 import { element } from "./dom.js";
 import { PLAIN } from "./address.js";
-import { short } from "./words.js";
+import { LANES, short } from "./words.js";
 
 const WEIGHT_NAMES = ["everything", "without details", "warnings and errors", "errors"];
 const PATIENCE = 120; // milliseconds between a letter and the search
@@ -11,7 +11,8 @@ export class Search {
     #store;
     #timer = 0;
 
-    constructor(root, store) {
+    constructor(root, printed, store) {
+        this.printed = printed;
         this.#store = store;
         const choose = (key, number) => (change) => store.change({ [key]: number ? Number(change.target.value) : change.target.value });
         this.text = element("input", { type: "search", id: "text", autocomplete: "off", spellcheck: "false", oninput: () => this.#typed() });
@@ -46,6 +47,21 @@ export class Search {
         this.kind.value = state.kind;
         this.task.value = String(state.task);
         this.weight.value = String(state.weight);
-        this.all.disabled = state.text === "" && state.kind === "" && state.task < 0 && state.weight === 0 && state.hidden.length === 0;
+        const said = this.#inWords(state);
+        this.all.disabled = said.length === 0;
+        this.printed.hidden = said.length === 0;
+        this.printed.textContent = `Of the events only these: ${said.join("; ")}.`;
+    }
+
+    /** What is filtered, for those who read it on paper. */
+    #inWords(state) {
+        const hidden = LANES.filter((lane) => state.hidden.includes(lane.id)).map((lane) => lane.name);
+        return [
+            state.text === "" ? "" : `with the text "${short(state.text, 100)}"`,
+            state.kind === "" ? "" : `of the kind ${short(state.kind, 60)}`,
+            state.task < 0 ? "" : `of task ${state.task + 1}`,
+            state.weight === 0 ? "" : WEIGHT_NAMES[state.weight] ?? "",
+            hidden.length === 0 ? "" : `without the lanes ${hidden.join(", ")}`,
+        ].filter((one) => one !== "");
     }
 }

@@ -6,21 +6,33 @@ export class Tabs {
     #tabs = new Map(); // by name: {button, panel, draw, drawn}
     #store;
 
-    /** `views`: {name, text, draw(panel)}. */
+    /** `views`: {name, text, draw(panel)}, and `prints()` of one that is not always printed. */
     constructor(root, store, views) {
         this.#store = store;
         const list = element("div", { role: "tablist", "aria-label": "Tables", onkeydown: (key) => this.#key(key) });
         root.replaceChildren(list);
-        for (const { name, text, draw } of views) {
+        for (const { name, text, draw, prints } of views) {
             const button = element("button", {
                 type: "button", role: "tab", id: `tab-${name}`, "aria-controls": `view-${name}`, onclick: () => store.change({ view: name }),
             }, text);
             const panel = element("div", { role: "tabpanel", id: `view-${name}`, "aria-labelledby": `tab-${name}`, hidden: true });
             list.append(button);
-            root.append(element("h2", { class: "printed" }, text), panel);
-            this.#tabs.set(name, { button, panel, draw, drawn: false });
+            const heading = element("h2", { class: "printed" }, text);
+            root.append(heading, panel);
+            this.#tabs.set(name, { button, heading, panel, draw, prints: prints ?? (() => true), drawn: false });
         }
-        addEventListener("beforeprint", () => this.#tabs.forEach((tab) => this.#draw(tab)));
+    }
+
+    /** Draws everything that is to be printed. */
+    print() {
+        for (const tab of this.#tabs.values()) {
+            const printed = tab.prints();
+            tab.heading.hidden = !printed;
+            tab.panel.classList.toggle("unprinted", !printed);
+            if (printed) {
+                this.#draw(tab);
+            }
+        }
     }
 
     /** Everything must be drawn anew; the number behind a name says how much there is. */
@@ -32,6 +44,11 @@ export class Tabs {
                 tab.button.append(element("span", { class: "number" }, numbers[name].toLocaleString("en-GB")));
             }
         }
+    }
+
+    /** What is behind that name is drawn anew when it is shown. */
+    forget(name) {
+        this.#tabs.get(name).drawn = false;
     }
 
     show(name) {

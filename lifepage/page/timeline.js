@@ -32,10 +32,14 @@ export class TimeLine {
             .on("end", () => this.#tellStore());
         select(this.canvas).call(this.#zoom).on("dblclick.zoom", null);
         new ResizeObserver(() => this.#resize()).observe(this.frame);
-        onScheme(() => {
-            this.#view.colours = palette();
-            this.draw();
-        });
+        onScheme(() => this.fit());
+    }
+
+    /** To other colours and another width. */
+    fit() {
+        this.#view.colours = palette();
+        this.#resize();
+        this.paintNow();
     }
 
     #build(root) {
