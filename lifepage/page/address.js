@@ -2,6 +2,7 @@
 
 const NUMBERS = ["life", "weight", "task", "event", "from", "until"];
 const LISTS = ["hidden"];
+const PLACES = ["life", "view", "task", "event"]; // whoever goes from one to another can go back
 
 /** What is shown when the address says nothing. */
 export const PLAIN = Object.freeze({
@@ -49,13 +50,27 @@ export function fromAddress(address, plain) {
     return state;
 }
 
-/** Keeps both the same. The way back leads to the page before, and not through every letter that was typed. */
+/**
+ * Keeps both the same. The way back leads through the places where somebody was, and not through every letter that was typed,
+ * through every piece of time that was shown or through all that a held key went past.
+ */
 export function bindAddress(store, plain) {
+    let here = store.state;
+    let held = false; // a key
+    addEventListener("keydown", (key) => { held = key.repeat; }, true);
+    addEventListener("keyup", () => { held = false; }, true);
     store.watch(Object.keys(plain), (state) => {
+        const gone = !held && state.text === here.text && PLACES.some((key) => state[key] !== here[key]);
+        here = state;
         const address = toAddress(state, plain);
         if (address !== location.hash.slice(1)) {
-            history.replaceState(null, "", address === "" ? location.pathname + location.search : "#" + address);
+            const url = address === "" ? location.pathname + location.search : "#" + address;
+            history[gone ? "pushState" : "replaceState"](null, "", url);
         }
     });
-    addEventListener("hashchange", () => store.change(fromAddress(location.hash.slice(1), plain)));
+    addEventListener("hashchange", () => {
+        const state = fromAddress(location.hash.slice(1), plain);
+        here = state;
+        store.change(state);
+    });
 }
