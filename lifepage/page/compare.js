@@ -7,19 +7,21 @@ import { count, short } from "./words.js";
 
 const AROUND = 3; // equal lines that are shown before and behind a difference
 const LONG = 1000; // characters of a line that are shown
-const SHOWN = 400; // lines of one difference
+const SHOWN = 200; // rows, until somebody wants more
 
 export class Compare {
     #lives; // of the page, and of files that were opened
     #store;
-    #left = 0;
+    #left;
     #right;
 
-    constructor(root, lives, store) {
+    /** `shown`: that of the lives which the page shows. */
+    constructor(root, lives, shown, store) {
         this.#lives = lives.map((life, at) => ({ name: `${at + 1}  ${life.title}`, life }));
         this.#store = store;
         this.own = lives;
-        this.#right = Math.min(1, lives.length - 1);
+        this.#left = Math.max(lives.indexOf(shown), 0);
+        this.#right = this.#left > 0 ? 0 : Math.min(1, lives.length - 1);
         this.problem = element("p", { class: "bad", role: "alert" });
         this.result = element("div", {});
         this.root = root;
@@ -82,6 +84,9 @@ export class Compare {
             return;
         }
         const differing = pieces.filter((piece) => !piece.same);
+        const rows = this.#rows(pieces, first, left.life, right.life);
+        const body = element("tbody", {});
+        const more = element("button", { type: "button", class: "more", onclick: () => this.#go(rows, body, more) });
         this.result.replaceChildren(
             element("p", { role: "status" }, element("strong", { class: "bad" }, count(differing.length, "difference")),
                 `; the first one is at line ${(pieces[first].left + 1).toLocaleString("en-GB")}, and marked.`),
@@ -89,30 +94,43 @@ export class Compare {
                 element("table", { class: "compare" },
                     element("thead", {}, element("tr", {}, ["line", short(left.name), "line", short(right.name)].map((name, at) =>
                         element("th", { scope: "col", class: at % 2 === 0 ? "number" : null }, name)))),
-                    element("tbody", {}, pieces.flatMap((piece, at) => piece.same
-                        ? this.#equal(piece, left.life, at === 0, at === pieces.length - 1)
-                        : this.#different(piece, left.life, right.life, at === first))))));
+                    body)), more);
+        this.#go(rows, body, more);
+    }
+
+    /** Functions that make a row each. */
+    #rows(pieces, first, left, right) {
+        return pieces.flatMap((piece, at) => piece.same
+            ? this.#equal(piece, left, at === 0, at === pieces.length - 1)
+            : this.#different(piece, left, right, at === first));
+    }
+
+    /** Shows the next rows of those that are left. */
+    #go(rows, body, more) {
+        body.append(...rows.splice(0, SHOWN).map((row) => row()));
+        more.hidden = rows.length === 0;
+        more.textContent = `Show more: ${count(rows.length, "row is", "rows are")} left`;
     }
 
     #equal(piece, life, isFirst, isLast) {
         const before = isFirst ? 0 : Math.min(AROUND, piece.length);
         const behind = isLast ? 0 : Math.min(AROUND, piece.length - before);
-        const row = (offset) => this.#row("same", [piece.left + offset, life.neutral[piece.left + offset]],
+        const row = (offset) => () => this.#row("same", [piece.left + offset, life.neutral[piece.left + offset]],
             [piece.right + offset, life.neutral[piece.left + offset]], life);
         const left = piece.length - before - behind;
         return [
             ...Array.from({ length: before }, (_, at) => row(at)),
-            ...(left > 0 ? [element("tr", { class: "left-out" }, element("td", { colspan: 4 }, `${count(left, "equal line")}`))] : []),
+            ...(left > 0 ? [() => element("tr", { class: "left-out" }, element("td", { colspan: 4 }, `${count(left, "equal line")}`))] : []),
             ...Array.from({ length: behind }, (_, at) => row(piece.length - behind + at)),
         ];
     }
 
     #different(piece, left, right, isFirst) {
         const rows = [];
-        for (let at = 0; at < Math.min(Math.max(piece.taken, piece.put), SHOWN); at += 1) {
+        for (let at = 0; at < Math.max(piece.taken, piece.put); at += 1) {
             const one = at < piece.taken ? [piece.left + at, left.neutral[piece.left + at]] : null;
             const other = at < piece.put ? [piece.right + at, right.neutral[piece.right + at]] : null;
-            rows.push(this.#row(isFirst && at === 0 ? "differs first" : "differs", one, other, left));
+            rows.push(() => this.#row(isFirst && at === 0 ? "differs first" : "differs", one, other, left));
         }
         return rows;
     }

@@ -30,7 +30,7 @@ function start(lives) {
     const list = new EventList(eventPanel, store);
     const timeLine = new TimeLine(at("time"), store, () => seen);
     const search = new Search(at("search"), at("filter"), store);
-    const details = new Details(at("details"), store);
+    const details = new Details(at("details"), store, () => seen);
     const fill = (view) => (panel) => {
         panel.replaceChildren(...view(lifeOf(store.state), store));
         markTask(panel, store.state.task);
@@ -40,7 +40,7 @@ function start(lives) {
         charts = drawCharts(panel, lifeOf(store.state));
     };
     let compare = null;
-    const drawCompare = (panel) => { compare = new Compare(panel, lives, store); };
+    const drawCompare = (panel) => { compare = new Compare(panel, lives, lifeOf(store.state), store); };
     const tabs = new Tabs(at("views"), store, [
         { name: "tasks", text: "Tasks", draw: fill(tasksView) },
         { name: "events", text: "Events", draw: (panel) => panel.replaceChildren(eventPanel) },

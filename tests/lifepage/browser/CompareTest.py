@@ -47,9 +47,28 @@ class Compare(PageTest):
         left = life(neutral=[["a", None], ["b", None], ["c", None]])
         right = life(neutral=[["a", None], ["c", None], ["d", None]])
         with page_with(left, right) as path:
-            self.open(path, "view=compare")
+            self.open(path, "view=compare&life=0")
             rows = [[cell.text for cell in row.find_elements("css selector", "td")] for row in self.all("#view-compare tbody tr")]
             self.assertEqual(rows, [["1", "a", "1", "a"], ["2", "b", "", ""], ["3", "c", "2", "c"], ["", "", "3", "d"]])
+
+    def test_life_that_is_shown_is_compared_first(self):
+        with page_with(life(title="one"), life(title="two"), life(title="three")) as path:
+            for shown, chosen in [("life=1&", ["2 two", "1 one"]), ("life=0&", ["1 one", "2 two"]), ("", ["3 three", "1 one"])]:
+                self.browser.get("about:blank")
+                self.open(path, shown + "view=compare")
+                self.assertEqual([option.text for option in self.all("#view-compare option:checked")], chosen)
+
+    def test_of_many_lines_the_first_are_shown_and_others_on_demand(self):
+        with page_with(life(neutral=[[f"left {line}", None] for line in range(410)]), life(neutral=[["right", None]])) as path:
+            self.open(path, "view=compare&life=0")
+            self.assertEqual(len(self.all("#view-compare tbody tr")), 200)
+            more = self.one("#view-compare .more")
+            self.assertEqual(more.text, "Show more: 210 rows are left")
+            more.click()
+            self.assertEqual(len(self.all("#view-compare tbody tr")), 400)
+            more.click()
+            self.assertEqual(self.all("#view-compare tbody tr")[-1].text, "410 left 409")
+            self.assertFalse(more.is_displayed())
 
     def test_file_that_is_no_page_is_refused_in_words(self):
         self.open(written("run"), "view=compare")
