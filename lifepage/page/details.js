@@ -2,6 +2,7 @@
 
 import { bytesOf } from "./bytes.js";
 import { element, table, whole } from "./dom.js";
+import { nextSeen } from "./life.js";
 import { LANES, LEVELS, WEIGHTS, short, span } from "./words.js";
 
 const AROUND = 12; // events of the same message that are shown before and behind
@@ -10,9 +11,11 @@ export class Details {
     #root;
     #store;
 
-    constructor(root, store) {
+    /** `seen`: () => a byte an event, whether the filter lets it be seen. */
+    constructor(root, store, seen) {
         this.#root = root;
         this.#store = store;
+        this.seen = seen;
     }
 
     show(life, at) {
@@ -39,15 +42,20 @@ export class Details {
     }
 
     #head(life, at, event) {
-        const move = (to, text, title) => element("button", {
-            type: "button", title, "aria-label": title, disabled: to < 0 || to >= life.events.length,
-            onclick: () => this.#store.change({ event: to }),
+        const move = (by, text, title) => element("button", {
+            type: "button", title, "aria-label": title, disabled: by < 0 ? at === 0 : at === life.events.length - 1,
+            onclick: () => {
+                const to = nextSeen(this.seen(), at, by);
+                if (to >= 0) {
+                    this.#store.change({ event: to });
+                }
+            },
         }, text);
         return element("div", { class: "head" },
             element("p", { class: `mood ${WEIGHTS[event.weight]}` },
                 event.level === undefined ? `${LANES[life.lane[at]].name}: ${short(event.kind, 60)}` : `log line, ${LEVELS[event.level]}`),
             element("span", { class: "buttons" },
-                move(at - 1, "\u2190", "The event before"), move(at + 1, "\u2192", "The event behind"),
+                move(-1, "\u2190", "The event before"), move(1, "\u2192", "The event behind"),
                 element("button", { type: "button", title: "Close", "aria-label": "Close", onclick: () => this.#store.change({ event: -1 }) },
                     "\u00d7")),
             element("h2", { class: "text" }, whole(event.text)));

@@ -145,6 +145,17 @@ export function handedOf(batches) {
     return batches.reduce((sum, batch) => sum + batch.records, 0);
 }
 
+/** What is shown when a task is looked at: the piece of time that it took, with a little before and behind it, and its first event. */
+export function lookAt(life, number) {
+    const task = life.tasks[number];
+    const rim = Math.max((task.until - task.from) / 20, 2);
+    const rounded = (moment) => Math.round(moment * 1000) / 1000;
+    return {
+        task: number, event: task.road[0]?.event ?? -1,
+        from: rounded(Math.max(task.from - rim, 0)), until: rounded(Math.min(task.until + rim, life.length)),
+    };
+}
+
 /** A byte an event: whether the state lets it be seen. */
 export function seenEvents(life, state) {
     const text = state.text.trim().toLowerCase();
@@ -158,6 +169,15 @@ export function seenEvents(life, state) {
             (text === "" || life.searched(at).includes(text)) ? 1 : 0;
     }
     return seen;
+}
+
+/** From `at` on, the next one that is seen; -1: there is none. */
+export function nextSeen(seen, at, by) {
+    let next = at + by;
+    while (next >= 0 && next < seen.length && seen[next] === 0) {
+        next += by;
+    }
+    return next < seen.length ? next : -1;
 }
 
 /** The numbers of those that are seen. */

@@ -2,6 +2,7 @@
 
 import { element } from "./dom.js";
 import { PLAIN } from "./address.js";
+import { lookAt } from "./life.js";
 import { LANES, short } from "./words.js";
 
 const WEIGHT_NAMES = ["everything", "without details", "warnings and errors", "errors"];
@@ -9,16 +10,16 @@ const PATIENCE = 120; // milliseconds between a letter and the search
 
 export class Search {
     #store;
+    #life;
     #timer = 0;
 
     constructor(root, printed, store) {
         this.printed = printed;
         this.#store = store;
-        const choose = (key, number) => (change) => store.change({ [key]: number ? Number(change.target.value) : change.target.value });
         this.text = element("input", { type: "search", id: "text", autocomplete: "off", spellcheck: "false", oninput: () => this.#typed() });
-        this.kind = element("select", { id: "kind", onchange: choose("kind", false) });
-        this.task = element("select", { id: "task", onchange: choose("task", true) });
-        this.weight = element("select", { id: "weight", onchange: choose("weight", true) },
+        this.kind = element("select", { id: "kind", onchange: () => store.change({ kind: this.kind.value }) });
+        this.task = element("select", { id: "task", onchange: () => this.#chooseTask(Number(this.task.value)) });
+        this.weight = element("select", { id: "weight", onchange: () => store.change({ weight: Number(this.weight.value) }) },
             WEIGHT_NAMES.map((name, at) => element("option", { value: at }, name)));
         this.all = element("button", {
             type: "button", onclick: () => store.change({ text: "", kind: "", task: -1, weight: 0, hidden: PLAIN.hidden }),
@@ -33,7 +34,13 @@ export class Search {
         this.#timer = setTimeout(() => this.#store.change({ text: this.text.value, view: "events" }), PATIENCE);
     }
 
+    /** The chosen event is one of its own then. */
+    #chooseTask(number) {
+        this.#store.change(number < 0 ? { task: number } : { task: number, event: lookAt(this.#life, number).event });
+    }
+
     setLife(life) {
+        this.#life = life;
         this.kind.replaceChildren(element("option", { value: "" }, "all"),
             ...[...life.kinds].sort().map((kind) => element("option", { value: kind }, kind)));
         this.task.replaceChildren(element("option", { value: -1 }, "all"),

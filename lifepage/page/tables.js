@@ -1,7 +1,7 @@
 // Tasks, records, outages and steps, as tables.
 
 import { element, empty, table } from "./dom.js";
-import { firstConnectionsOf, handedOf, outagesOf } from "./life.js";
+import { firstConnectionsOf, handedOf, lookAt, outagesOf } from "./life.js";
 import { WEIGHTS, count, short, stateOf } from "./words.js";
 
 const BATCHES = 200; // of one kind that are listed
@@ -20,7 +20,7 @@ export function tasksView(life, store) {
         element("div", {},
             element("button", {
                 type: "button", class: "link", "aria-pressed": "false", title: "Show only what belongs to it",
-                onclick: () => store.change(store.state.task === at ? { task: -1, from: -1, until: -1 } : { task: at, ...around(life, task) }),
+                onclick: () => store.change(store.state.task === at ? { task: -1, from: -1, until: -1 } : lookAt(life, at)),
             }, `${at + 1}  ${short(task.what)}`),
             element("div", { class: "soft time" }, life.time(task.from)),
             element("details", { class: "soft" }, element("summary", {}, "identifiers"),
@@ -41,13 +41,6 @@ function legendOf(states) {
     const known = [...new Set(states)].filter((state) => state.means);
     return element("details", { class: "soft" }, element("summary", {}, "what the states mean"),
         element("dl", { class: "states" }, known.flatMap((state) => [element("dt", {}, state.text), element("dd", {}, state.means)])));
-}
-
-/** The piece of time that a task took, with a little before and behind it. */
-function around(life, task) {
-    const rim = Math.max((task.until - task.from) / 20, 2);
-    const rounded = (moment) => Math.round(moment * 1000) / 1000;
-    return { from: rounded(Math.max(task.from - rim, 0)), until: rounded(Math.min(task.until + rim, life.length)) };
 }
 
 /** Shows in a table which task is looked at. */

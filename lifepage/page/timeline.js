@@ -5,7 +5,7 @@ import { zoom, zoomIdentity } from "d3-zoom";
 import { element } from "./dom.js";
 import { Folds } from "./folds.js";
 import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore, nextSeen } from "./life.js";
 import { paint } from "./paint.js";
 import { onScheme, palette } from "./palette.js";
 import { count, short } from "./words.js";
@@ -228,13 +228,10 @@ export class TimeLine {
     /** To the next event that is seen; from none, to the first one in sight. */
     #step(by) {
         const seen = this.seen();
-        const from = this.#store.state.event;
+        const chosen = this.#store.state.event;
         const first = firstNotBefore(this.#view.places, this.#place(0));
-        let at = from < 0 ? (by > 0 ? first : Math.min(first, seen.length - 1)) : from + by;
-        while (at >= 0 && at < seen.length && seen[at] === 0) {
-            at += by;
-        }
-        if (at >= 0 && at < seen.length) {
+        const at = nextSeen(seen, chosen >= 0 ? chosen : by > 0 ? first - 1 : Math.min(first + 1, seen.length), by);
+        if (at >= 0) {
             this.#store.change({ event: at });
         }
     }

@@ -56,6 +56,23 @@ class Keyboard(PageTest):
         self.press(Keys.NULL, "0")
         self.until(lambda: "from=" not in self.address())
 
+    def test_arrows_pass_over_what_is_filtered_out(self):
+        events = lives_of(written("run"))[-1]["events"]
+        replies = [at for at, event in enumerate(events) if event["kind"] == "reply"]
+        self.open(written("run"), "kind=reply")
+        self.reach(".frame")
+        self.press(Keys.ARROW_RIGHT)
+        self.assertEqual(self.address(), f"kind=reply&event={replies[0]}")
+        self.press(Keys.ARROW_RIGHT)
+        self.assertEqual(self.address(), f"kind=reply&event={replies[1]}")
+        self.press(Keys.ARROW_LEFT, Keys.ARROW_LEFT)
+        self.assertEqual(self.address(), f"kind=reply&event={replies[0]}")
+        self.one("[title='The event behind']").click()
+        self.assertEqual(self.address(), f"kind=reply&event={replies[1]}")
+        self.one("[title='The event before']").click()
+        self.one("[title='The event before']").click()
+        self.assertEqual(self.address(), f"kind=reply&event={replies[0]}")
+
     def test_tabs_and_list_are_walked(self):
         self.open(written("run"))
         self.reach("#tab-tasks")

@@ -27,6 +27,25 @@ class Tasks(PageTest):
             self.assertEqual(self.text(".states"), "accepted\nthe product has taken it over; no outcome was told\n"
                                                    "done\nthe server was told that it is done")
 
+    def test_task_that_is_chosen_shows_its_first_event_in_place_of_a_strangers(self):
+        events = [{**EVENT, "text": text} for text in ["of another", "of the first", "of the second"]]
+        tasks = [{**TASK, "road": [{**TASK["road"][0], "event": 1}]}, {**TASK, "road": [{**TASK["road"][0], "event": 2}]}]
+        with page_with(life(events=events, tasks=tasks)) as path:
+            self.open(path, "event=0")
+            self.assertEqual(self.text("#details h2"), "of another")
+            self.one("#view-tasks tbody th button").click()
+            self.assertEqual(self.text("#details h2"), "of the first")
+            self.assertIn("task=0&event=1&", self.address())
+            self.all("#task option")[2].click()
+            self.until(lambda: "task=1&event=2&" in self.address())
+            self.assertEqual(self.text("#details h2"), "of the second")
+
+    def test_task_without_a_road_leaves_nothing_chosen(self):
+        with page_with(life(events=[EVENT], tasks=[{**TASK, "road": []}])) as path:
+            self.open(path, "event=0")
+            self.one("#view-tasks tbody th button").click()
+            self.assertNotIn("event=", self.address())
+
 
 if __name__ == "__main__":
     main()
