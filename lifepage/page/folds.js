@@ -46,6 +46,27 @@ export class Folds {
         return between(this.places, this.knots, place);
     }
 
+    /** The number of the first fold that is not over before that place. */
+    firstFrom(place) {
+        let low = 0;
+        let high = this.folds.length;
+        while (low < high) {
+            const middle = (low + high) >> 1;
+            if (this.folds[middle].end < place) {
+                low = middle + 1;
+            } else {
+                high = middle;
+            }
+        }
+        return low;
+    }
+
+    /** How many of them are to be seen between two places. */
+    within(left, right) {
+        const last = this.firstFrom(right);
+        return last - this.firstFrom(left) + (last < this.folds.length && this.folds[last].place < right ? 1 : 0);
+    }
+
     /** The places of all moments, which stand in their order. */
     placesOf(moments) {
         const all = new Float64Array(moments.length);

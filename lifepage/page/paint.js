@@ -63,7 +63,7 @@ function folds(canvas, view) {
     const { colours } = view;
     const all = view.folds.folds;
     canvas.textAlign = "center";
-    for (let at = firstFold(all, view.left); at < all.length && all[at].place < view.right; at += 1) {
+    for (let at = view.folds.firstFrom(view.left); at < all.length && all[at].place < view.right; at += 1) {
         const begin = view.x(all[at].place);
         const width = view.x(all[at].end) - begin;
         if (width < WIDE) {
@@ -79,20 +79,6 @@ function folds(canvas, view) {
         }
     }
     canvas.textAlign = "left";
-}
-
-function firstFold(all, place) {
-    let low = 0;
-    let high = all.length;
-    while (low < high) {
-        const middle = (low + high) >> 1;
-        if (all[middle].end < place) {
-            low = middle + 1;
-        } else {
-            high = middle;
-        }
-    }
-    return low;
 }
 
 function steps(canvas, view) {
@@ -150,7 +136,7 @@ function axis(canvas, view) {
 
 function isFolded(view, moment) {
     const all = view.folds.folds;
-    const at = firstFold(all, view.folds.place(moment));
+    const at = view.folds.firstFrom(view.folds.place(moment));
     return at < all.length && all[at].from < moment && moment < all[at].until &&
         view.x(all[at].end) - view.x(all[at].place) > WIDE;
 }

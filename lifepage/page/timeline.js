@@ -4,13 +4,15 @@ import { select, event as d3event } from "d3-selection";
 import { zoom, zoomIdentity } from "d3-zoom";
 import { element } from "./dom.js";
 import { Folds } from "./folds.js";
-import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
+import { HEIGHT, ROWS } from "./lanes.js";
+import { legend } from "./legend.js";
 import { firstNotBefore, nextSeen } from "./life.js";
+import { eventNear, stepNear } from "./nearest.js";
 import { paint } from "./paint.js";
 import { onScheme, palette } from "./palette.js";
+import { leaveToThePage } from "./swipe.js";
 import { count, short } from "./words.js";
 
-const NEAR = 9; // pixels within which a click means an event
 const CLOSEST = 400; // pixels that a millisecond can have
 
 export class TimeLine {
@@ -30,7 +32,8 @@ export class TimeLine {
         this.#zoom = zoom().filter(() => !d3event.button && (d3event.type !== "wheel" || d3event.ctrlKey || d3event.metaKey))
             .on("zoom", () => this.#zoomed())
             .on("end", () => this.#tellStore());
-        select(this.canvas).call(this.#zoom).on("dblclick.zoom", null);
+        select(this.canvas).call(this.#zoom).on("dblclick.zoom", null).style("touch-action", "pan-y");
+        leaveToThePage(this.frame);
         new ResizeObserver(() => this.#resize()).observe(this.frame);
         onScheme(() => this.fit());
     }
@@ -72,7 +75,7 @@ export class TimeLine {
                     button("\u2212", "Show more time", () => this.#scaleBy(1 / 2)),
                     button("+", "Show less time", () => this.#scaleBy(2)),
                     button("All", "Show all of the life", () => this.show(0, this.#life.length)))),
-            element("div", { class: "drawing" }, this.lanes, this.frame));
+            element("div", { class: "drawing" }, this.lanes, this.frame), legend());
     }
 
     #showLane(lane, shown) {
@@ -247,49 +250,35 @@ export class TimeLine {
         }
     }
 
-    #nearest(x, y) {
-        const { places, life } = this.#view;
-        const seen = this.seen();
-        let best = -1;
-        let distance = NEAR;
-        const from = firstNotBefore(places, this.#place(x - NEAR));
-        for (let at = from; at < places.length; at += 1) {
-            const away = this.#x(places[at]) - x;
-            if (away > NEAR) {
-                break;
-            }
-            const half = ROWS[life.lane[at]].id === "wire" ? 13 : 16;
-            const here = Math.abs(middleOf(life.lane[at], life.events[at].kind) - y) < half;
-            const far = Math.abs(away) - life.weight[at]; // what weighs more lies above
-            if (here && seen[at] === 1 && far < distance) {
-                distance = far;
-                best = at;
-            }
-        }
-        return best;
+    /** All of the view that a place is looked up in. */
+    #looked() {
+        return Object.assign(this.#view, { seen: this.seen() });
     }
 
     #choose(click) {
-        const [x, y] = [click.offsetX, click.offsetY];
-        const step = y < AXIS.top ? this.#life.stepAt(this.#view.folds.moment(this.#place(x))) : -1;
+        const view = this.#looked();
+        const step = stepNear(view, click.offsetX, click.offsetY);
         if (step >= 0) {
             const { from, until } = this.#life.steps[step];
             this.show(from, until);
             return;
         }
-        const at = this.#nearest(x, y);
+        const at = eventNear(view, click.offsetX, click.offsetY);
         if (at >= 0) {
             this.#store.change({ event: at });
         }
     }
 
     #point(move) {
-        const at = this.#nearest(move.offsetX, move.offsetY);
-        this.canvas.style.cursor = at >= 0 || move.offsetY < AXIS.top ? "pointer" : "grab";
-        this.hint.hidden = at < 0;
-        if (at >= 0) {
+        const view = this.#looked();
+        const step = stepNear(view, move.offsetX, move.offsetY);
+        const at = step >= 0 ? -1 : eventNear(view, move.offsetX, move.offsetY);
+        this.canvas.style.cursor = at >= 0 || step >= 0 ? "pointer" : "grab";
+        this.hint.hidden = at < 0 && step < 0;
+        if (!this.hint.hidden) {
             const event = this.#life.events[at];
-            this.hint.textContent = `${this.#life.time(event.at)}  ${short(event.text, 160)}`;
+            this.hint.textContent = step >= 0 ? `${step + 1}  ${short(this.#life.steps[step].text, 2000)}`
+                : `${this.#life.time(event.at)}  ${short(event.text, 160)}`;
             this.hint.style.left = `${Math.min(move.offsetX + 12, Math.max(this.#width - 320, 0))}px`;
             this.hint.style.top = `${move.offsetY + 14}px`;
         }
@@ -314,9 +303,10 @@ export class TimeLine {
             width: this.#width, state: this.#store.state, seen: this.seen(), left: this.#place(-20), right: this.#place(this.#width + 20),
         });
         paint(this.canvas.getContext("2d"), view);
-        const from = view.folds.moment(this.#place(0));
-        const until = view.folds.moment(this.#place(this.#width));
-        const folds = view.folds.folds.length;
+        const [left, right] = [this.#place(0), this.#place(this.#width)];
+        const from = view.folds.moment(left);
+        const until = view.folds.moment(right);
+        const folds = view.folds.within(left, right);
         this.said.textContent = `${this.#life.span(Math.min(until, this.#life.length) - Math.max(from, 0))} in sight` +
             (folds > 0 ? `, ${count(folds, "wait")} folded` : "");
     }

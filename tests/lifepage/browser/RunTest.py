@@ -179,6 +179,33 @@ class Waits(PageTest):
             self.until(lambda: self.text(".piece") == "1 h 0 min in sight")
             self.assertIn("folded=false", self.address())
 
+    def test_waits_are_counted_that_are_in_sight(self):
+        events = [{"at": at, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one", "level": 2}
+                  for at in [0, 100, 10_100, 10_110, 20_110, 20_120, 3_620_120]]
+        with page_with(life(events=events, length=3_620_130)) as path:
+            self.open(path, "from=9000&until=10120")
+            self.until(lambda: self.text(".piece").endswith(" in sight, 2 waits folded"))
+            self.one("[title='Show all of the life']").click()
+            self.until(lambda: self.text(".piece").endswith(" in sight, 3 waits folded"))
+
+
+class Pointing(PageTest):
+    def test_step_tells_all_of_its_text(self):
+        text = "The product has records to give, and gives them in three replies: " * 4
+        with page_with(life(steps=[{"from": 0, "until": 1000, "text": text.strip(), "held": True, "failure": ""}])) as path:
+            self.open(path)
+            self.run_script(KEYS + "document.querySelector('.frame canvas').dispatchEvent(new MouseEvent('mousemove', {bubbles: true,"
+                            "clientX: box.left + 300, clientY: box.top + 8}))")
+            self.assertEqual(self.run_script("return document.querySelector('.hint').textContent"), "1  " + text.strip())
+            self.assertTrue(self.one(".hint").is_displayed())
+
+    def test_legend_names_what_is_drawn(self):
+        self.open(written("run"))
+        self.assertEqual([entry.text.lstrip("\u25b6\u25c0\n ") for entry in self.all(".legend .entry")],
+                         ["no product", "looks for the product at first", "request", "reply", "event", "detail", "warning", "error",
+                          "filtered out", "a process runs"])
+        self.assertEqual(self.one(".key.warning").value_of_css_property("background-color"), "rgba(147, 86, 0, 1)")
+
 
 if __name__ == "__main__":
     main()
