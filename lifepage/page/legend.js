@@ -3,7 +3,7 @@
 import { element } from "./dom.js";
 
 const KEYS = [
-    ["gone", "", "no product"],
+    ["gone", "", "not connected"],
     ["first", "", "looks for the product at first"],
     ["request", "\u25b6", "request"],
     ["reply", "\u25c0", "reply"],

@@ -202,7 +202,7 @@ class Pointing(PageTest):
     def test_legend_names_what_is_drawn(self):
         self.open(written("run"))
         self.assertEqual([entry.text.lstrip("\u25b6\u25c0\n ") for entry in self.all(".legend .entry")],
-                         ["no product", "looks for the product at first", "request", "reply", "event", "detail", "warning", "error",
+                         ["not connected", "looks for the product at first", "request", "reply", "event", "detail", "warning", "error",
                           "filtered out", "a process runs"])
         self.assertEqual(self.one(".key.warning").value_of_css_property("background-color"), "rgba(147, 86, 0, 1)")
 
