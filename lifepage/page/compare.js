@@ -76,6 +76,12 @@ export class Compare {
             this.result.replaceChildren(empty("Choose two lives, or open another page."));
             return;
         }
+        const silent = [left, right].find((one) => one.life.neutral.length === 0);
+        if (silent !== undefined) {
+            this.result.replaceChildren(element("p", { role: "status" },
+                `Nothing to compare: ${short(silent.name)} has no lines that two runs tell in the same words, as a log alone has none.`));
+            return;
+        }
         const pieces = differences(left.life.neutral.map(([text]) => text), right.life.neutral.map(([text]) => text));
         const first = pieces.findIndex((piece) => !piece.same);
         if (first < 0) {

@@ -73,7 +73,7 @@ TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
 TEST_F(LabrunnerTest, ReportShowsWhatWasPlayedAlsoWhenItFailed) {
     const std::string page = folder_.File("page.html");
     EXPECT_EQ(Play({"--report=" + page, held_, failed_}), 1);
-    EXPECT_THAT(printed_, HasSubstr("To look at in a browser: " + page));
+    EXPECT_THAT(printed_, testing::EndsWith("To look at in a browser: " + page + "\n"));
     const std::string written = ReadFile(page);
     EXPECT_THAT(written, HasSubstr("\"title\":\"It holds\""));
     EXPECT_THAT(written, HasSubstr("\"text\":\"mined records=5\""));

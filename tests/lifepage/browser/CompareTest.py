@@ -1,10 +1,7 @@
 """Two lives side by side: none differs where the same was played, and the first difference is marked where not."""
 import copy
-import pathlib
 
-from Page import PageTest, life, lives_of, main, page_with, written
-
-TRANSCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "e2e" / "transcripts"
+from Page import TRANSCRIPTS, PageTest, life, lives_of, main, page_with, written
 
 
 class Compare(PageTest):
@@ -50,6 +47,15 @@ class Compare(PageTest):
             self.open(path, "view=compare&life=0")
             rows = [[cell.text for cell in row.find_elements("css selector", "td")] for row in self.all("#view-compare tbody tr")]
             self.assertEqual(rows, [["1", "a", "1", "a"], ["2", "b", "", ""], ["3", "c", "2", "c"], ["", "", "3", "d"]])
+
+    def test_lives_without_such_lines_are_not_called_the_same(self):
+        lines = [["a", None]]
+        for left, right in [([], []), (lines, []), ([], lines)]:
+            with self.subTest(left=left, right=right), page_with(life(neutral=left), life(neutral=right)) as path:
+                self.browser.get("about:blank")
+                self.open(path, "view=compare&life=0")
+                self.assertRegex(self.said(), "^Nothing to compare: .* has no lines that two runs tell in the same words")
+                self.assertEqual(self.all("#view-compare .good"), [])
 
     def test_life_that_is_shown_is_compared_first(self):
         with page_with(life(title="one"), life(title="two"), life(title="three")) as path:

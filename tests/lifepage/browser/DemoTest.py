@@ -1,5 +1,5 @@
 """The page of the demonstration tells what a person wants to know of it."""
-from Page import PageTest, lives_of, main, written
+from Page import TRANSCRIPTS, PageTest, lives_of, main, written
 
 
 class Demo(PageTest):
@@ -45,6 +45,11 @@ class Demo(PageTest):
         text = self.text("#view-outages")
         self.assertIn("Ping failed -> COvAgentConnector will be restarted", text)
         self.assertIn("Send request failed with 14", text)
+
+    def test_its_lines_are_those_that_every_system_is_compared_with(self):
+        told = lives_of(written("whole-life"))[0]
+        self.assertEqual("".join(f"{line}\n" for line, _ in told["neutral"]),
+                         (TRANSCRIPTS / "whole-life.txt").read_text(encoding="utf-8"))
 
     def test_every_step_held(self):
         steps = lives_of(written("whole-life"))[0]["steps"]
