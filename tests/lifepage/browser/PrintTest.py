@@ -34,6 +34,18 @@ class Print(PageTest):
                 self.assertGreater(self.run_script(DRAWN)[0][1], 1000)
                 self.run_script("location.hash = ''")
 
+    def test_identifiers_of_tasks_are_open_on_paper_and_folded_again_behind(self):
+        folded = "return document.querySelectorAll('#view-tasks details:not([open])').length"
+        self.open(written("run"), "view=tasks")
+        before = self.run_script(folded)
+        self.assertGreater(before, 1)
+        self.one("#view-tasks details summary").click()
+        self.printed()
+        self.assertEqual(self.run_script(folded), 0)
+        self.assertTrue(self.all("#view-tasks .identifiers li")[-1].is_displayed())
+        self.on_screen()
+        self.assertEqual(self.run_script(folded), before - 1)
+
     def test_comparison_is_left_out_unless_two_lives_are_compared(self):
         heading = "#tab-compare, #view-compare, h2.printed:nth-last-of-type(1)"
         with page_with(life(events=EVENTS)) as path:
