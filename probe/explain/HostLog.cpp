@@ -54,13 +54,6 @@ std::ifstream Open(const std::string& path) {
                                  " cannot be read: " + std::generic_category().message(errno));
     }
     file.clear();
-    std::string begin(kSqlite.size(), '\0');
-    file.read(begin.data(), static_cast<std::streamsize>(begin.size()));
-    if (begin == kSqlite) {
-        throw std::runtime_error(Shown(path) + " is a database, no log");
-    }
-    file.clear();
-    file.seekg(0);
     return file;
 }
 
@@ -70,6 +63,9 @@ void ReadHostLog(std::istream& input, const std::string& name, HostLog& log) {
     log.files.push_back(name);
     std::string line;
     for (std::size_t number = 1; ReadLine(input, line, log.tooLong); ++number) {
+        if (number == 1 && std::string_view(line).substr(0, kSqlite.size()) == kSqlite) {
+            throw std::runtime_error(Shown(name) + " is a database, no log");
+        }
         std::optional<HostLine> read = ReadHostLine(line);
         if (!read) {
             ++log.others;

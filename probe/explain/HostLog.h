@@ -4,7 +4,8 @@
 // Whatever a file has, nothing of it can do harm: what follows no form is counted and passed over.
 //
 // Threads: one.
-// Errors: std::runtime_error for a file that cannot be read, with a text for people.
+// Errors: std::runtime_error for a file that cannot be read, or begins as a database does, with a
+// text for people.
 #pragma once
 
 #include <istream>

@@ -24,6 +24,12 @@ class RealLife(EndpointTest):
     def test_life_is_a_short_one(self):
         self.assertLess(self.seconds, LONGEST)
 
+    def test_log_from_a_pipe_has_its_first_line(self):
+        with open(self.life.log, "rb") as log:
+            given = log.read()
+        piped = self.probe("explain", "/dev/stdin", given=given).stdout.decode()
+        self.assertEqual(piped.replace("/dev/stdin:", f"{self.life.log}:"), self.explain(self.life.log)[1])
+
     def test_task_that_is_done_has_its_outcome_told(self):
         for identifier in HostLife.DONE:
             code, text = self.explain("--task", identifier, self.life.log)

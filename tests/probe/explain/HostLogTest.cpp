@@ -37,6 +37,13 @@ TEST(HostLogTest, FileThatIsNotThereIsAnError) {
     EXPECT_THROW(ReadHostLogFile(".", log), std::runtime_error);
 }
 
+TEST(HostLogTest, DatabaseIsNoLog) {
+    HostLog log;
+    std::istringstream input(std::string("SQLite format 3\0\x10\n", 18));
+    EXPECT_THAT([&] { ReadHostLog(input, "host.db", log); },
+                ThrowsMessage<std::runtime_error>("host.db is a database, no log"));
+}
+
 class HostLogEndTest : public testing::Test {
   protected:
     HostLog EndOf(const std::string& bytes, std::streamoff most) const {
