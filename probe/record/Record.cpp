@@ -187,8 +187,7 @@ Report RecordEndpoint(const RecordOptions& options) {
     report.exit = report.problem ? kNotReached : kFine;
     report.notes.push_back("Written to " + options.file + '.');
     report.notes.emplace_back(
-        report.problem       ? "It has what could be had of the endpoint; answers that are missing "
-                               "were not to be had."
+        report.rows.empty()  ? "It has no answer of the product."
         : options.isRedacted ? "Policy and records are left out."
                              : "It carries the policy and the records as they are; --redact leaves "
                                "them out.");

@@ -138,6 +138,17 @@ class RecordTest(EndpointTest):
         self.assertEqual(ended.returncode, 0, ended)
         self.assertTrue(os.read(terminal, 1000).startswith(b"waiting for the product, 1 s\r\n"))
 
+    def test_recording_without_a_product_says_that_it_has_no_answer(self):
+        answer = self.ask("record", self.file)
+        self.assertEqual(answer["exit"], 3)
+        self.assertIn("It has no answer of the product.", answer["notes"])
+
+    def test_recording_that_breaks_off_says_that_it_carries_the_policy(self):
+        self.start_product("--misbehave=drop inner=0x00100000")
+        answer = self.ask("record", self.file)
+        self.assertEqual((answer["exit"], [row["request"] for row in answer["rows"]]), (3, ["status", "policy"]), answer)
+        self.assertTrue(any("It carries the policy" in note for note in answer["notes"]), answer)
+
     def test_recording_does_not_go_to_standard_output(self):
         self.start_product()
         ended = self.probe("record", "-")
