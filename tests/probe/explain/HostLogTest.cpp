@@ -15,7 +15,7 @@ using namespace testing;
 
 TEST(HostLogTest, LineThatIsTooLongIsCountedAndTheNextIsRead) {
     HostLog log;
-    std::istringstream input(std::string(5 * 1024 * 1024, 'x') +
+    std::istringstream input(std::string(std::size_t{5} * 1024 * 1024, 'x') +
                              "\nCOvAgentConnectorModule: Connecting to product\n");
     ReadHostLog(input, "host.log", log);
     EXPECT_EQ(log.tooLong, 1U);
