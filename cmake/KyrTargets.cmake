@@ -114,10 +114,10 @@ function(kyr_add_test_suite name)
     kyr_leave_unoptimised(${name})
     # Every test is named as it begins, so that of a suite that hangs one sees where.
     add_test(NAME ${name} COMMAND ${name})
-    # Sanitizers take several times as long, beside the next stage's work more.
-    set(timeout 120)
+    # For what hangs: a machine with other work beside it takes ten times as long, sanitizers several times more.
+    set(timeout 360)
     if(KYR_SANITIZE)
-        set(timeout 360)
+        set(timeout 720)
     endif()
     set_tests_properties(${name} PROPERTIES
         TIMEOUT ${timeout}

@@ -14,7 +14,7 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
-constexpr std::chrono::milliseconds kDefaultPatience = std::chrono::seconds(5);
+constexpr std::chrono::milliseconds kDefaultPatience = std::chrono::seconds(15);
 
 bool IsActor(const std::string& word) {
     return word == "product" || word == "host";

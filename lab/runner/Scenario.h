@@ -5,12 +5,12 @@
 //   step  The product starts, the host connects
 //   start product
 //   start host
-//   expect host log text="Connected to product, processing tasks" within 5s
+//   expect host log text="Connected to product, processing tasks" within 20s
 //   step  The server asks to end the process
 //   product start victim
 //   expect product started name=victim as victim
 //   host  kill pid=$victim.pid
-//   expect product did action=kill pid=$victim.pid outcome=done within 5s
+//   expect product did action=kill pid=$victim.pid outcome=done within 20s
 //   then product reply status=0
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.

@@ -148,7 +148,7 @@ class Ports(EndpointTest):
         self.start_product("--misbehave=hang inner=0x21")
         began = time.monotonic()
         self.assert_names(self.doctor("--timeout=0.5"), "wrong", "protection status", "no reply within 500 ms")
-        self.assertLess(time.monotonic() - began, 5)
+        self.assertLess(time.monotonic() - began, 15)
 
     def test_product_slow(self):
         self.start_product("--misbehave=delay 1200 command=any transport=alpc")

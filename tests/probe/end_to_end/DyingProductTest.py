@@ -23,18 +23,18 @@ class Dying(EndpointTest):
                 product = self.start_product(f"--misbehave={fault}")
                 began = time.monotonic()
                 answer = self.ask(*command, *arguments)
-                self.assertLess(time.monotonic() - began, 5)
+                self.assertLess(time.monotonic() - began, 30)
                 self.assertEqual(answer["exit"], 3, answer)
                 yield answer
                 product.end()
 
     def test_product_dies_in_the_middle(self):
-        for answer in self.each("die"):
+        for answer in self.each("die", "--timeout=60"):
             self.assertEqual(answer["problem"]["cause"], "port-absent")
             self.assertIn("went away while it was asked", answer["problem"]["text"])
 
     def test_product_closes_the_connection_in_the_middle(self):
-        for answer in self.each("drop"):
+        for answer in self.each("drop", "--timeout=60"):
             self.assertEqual(answer["problem"]["cause"], "not-answering")
 
     def test_product_hangs_in_the_middle(self):
@@ -147,7 +147,7 @@ class Watch(EndpointTest):
         ended = self.probe("watch", "--for=0.5")
         self.assertEqual(ended.returncode, 0)
         self.assertEqual(ended.stdout.splitlines()[-1], b"nothing has changed since the watch began")
-        self.assertLess(time.monotonic() - began, 5)
+        self.assertLess(time.monotonic() - began, 30)
 
 
 if __name__ == "__main__":
