@@ -27,45 +27,36 @@ TEST(HostEventsTest, TaskThatTheProductCouldNotCarryOutIsNamed) {
 }
 
 TEST(HostEventsTest, EventOfADoneTaskSaysSo) {
-    const Story story =
-        CLoggedLife()
-            .Connected()
-            .Kill()
-            .AddLine("symbols type=10368 2836-status=1 2842-task-first=" + std::string(kFirst) +
-                     " 2844-task-second=" + kSecond + " 2846-task-third=" + kThird +
-                     " 2848-outcome=0x000000010000000b")
-            .Add(2, "Task status received")
-            .Told();
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Kill()
+                            .Outcome("0x000000010000000b")
+                            .Add(2, "Task status received")
+                            .Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kDone);
     EXPECT_TRUE(story.IsFine());
 }
 
 TEST(HostEventsTest, FailureThatTheHostNamesIsTheTasksWhateverComesBehindIt) {
-    const Story story =
-        CLoggedLife()
-            .Connected()
-            .Kill()
-            .AddLine("symbols type=10368 2836-status=1 2842-task-first=" + std::string(kFirst) +
-                     " 2844-task-second=" + kSecond + " 2846-task-third=" + kThird +
-                     " 2848-outcome=0x000000010000000c")
-            .Add(4, kPortGone)
-            .Reconnecting()
-            .Add(1, "Protection status log raw content: <x>")
-            .Told();
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Kill()
+                            .Outcome("0x000000010000000c")
+                            .Add(4, kPortGone)
+                            .Reconnecting()
+                            .Add(1, "Protection status log raw content: <x>")
+                            .Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kRetried);
 }
 
 TEST(HostEventsTest, OutcomeThatTheHostNamesIsNotGivenToAnotherTask) {
-    const Story story =
-        CLoggedLife()
-            .Connected()
-            .Kill()
-            .Kill(std::string(kSecond) + ";" + kSecond + ";" + kSecond)
-            .AddLine("symbols type=10368 2836-status=1 2842-task-first=" + std::string(kFirst) +
-                     " 2844-task-second=" + kSecond + " 2846-task-third=" + kThird +
-                     " 2848-outcome=0x000000010000000b")
-            .Add(2, "Task status received")
-            .Told();
+    const Story story = CLoggedLife()
+                            .Connected()
+                            .Kill()
+                            .Kill(std::string(kSecond) + ";" + kSecond + ";" + kSecond)
+                            .Outcome("0x000000010000000b")
+                            .Add(2, "Task status received")
+                            .Told();
     EXPECT_EQ(story.tasks.at(0).state, TaskState::kDone);
     EXPECT_EQ(story.tasks.at(1).state, TaskState::kAccepted);
 }

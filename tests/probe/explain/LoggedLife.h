@@ -18,6 +18,8 @@ constexpr char kPortGone[] = "CKelcommChannel: Send request failed with kelcomm 
 constexpr char kRefused[] = "CKelcommChannel: Send request failed with 3";
 constexpr char kPingFailed[] =
     "Ping failed -> COvAgentConnector will be restarted: Ping (CCCOMM_PING) failed with 1";
+constexpr char kInactive[] =
+    "Connector was deactivated. No tasks will be processed and no logs will be produced.";
 constexpr char kPolicyTaken[] = "Set policy request to product was successfull";
 constexpr char kConnectingFails[] = "Starting TULK OVANTA Connector connector module failed with: ";
 constexpr char kRetriesExhausted[] =
@@ -52,6 +54,12 @@ class CLoggedLife {
                  "XML request: <NODE NAME=\"PID\" TYPE=\"STRING\" VALUE=\"4711\" /><NODE "
                  "NAME=\"USERDATA\" TYPE=\"STRING\" VALUE=\"" +
                      userData + "\" />");
+    }
+    /// The host's row of the event of the task that Kill() gives; done is 0x000000010000000b.
+    CLoggedLife& Outcome(const std::string& outcome) {
+        return AddLine("symbols type=10368 2836-status=1 2842-task-first=" + std::string(kFirst) +
+                       " 2844-task-second=" + kSecond + " 2846-task-third=" + kThird +
+                       " 2848-outcome=" + outcome);
     }
     CLoggedLife& Wait(int seconds) {
         seconds_ += seconds;

@@ -208,8 +208,7 @@ TEST(ProblemBookTest, CauseOfAnOutageIsOpenOnce) {
 
 TEST(ProblemBookTest, InactiveConnectorIsOverWhenItIsStartedAnew) {
     CLoggedLife life;
-    life.Add(2,
-             "Connector was deactivated. No tasks will be processed and no logs will be produced.");
+    life.Add(2, kInactive);
     EXPECT_THAT(OpenIn(life.Told()), ElementsAre(HasSubstr("was not installed")));
     EXPECT_THAT(OpenIn(life.Connected().Told()), IsEmpty());
 }

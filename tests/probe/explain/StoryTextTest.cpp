@@ -14,11 +14,7 @@ using namespace Kyr::Probe::Test;
 using namespace testing;
 
 TEST(StoryTextTest, ProductThatIsNotInstalledIsWhyThereIsNoTask) {
-    const Story story = CLoggedLife()
-                            .Add(2,
-                                 "Connector was deactivated. No tasks will be processed and no "
-                                 "logs will be produced.")
-                            .Told();
+    const Story story = CLoggedLife().Add(2, kInactive).Told();
     EXPECT_THAT(Why(story, kFirst),
                 HasSubstr("the product was not installed when the host started"));
 }
@@ -27,21 +23,14 @@ TEST(StoryTextTest, ProblemOfBeforeIsNotWhyAnInactiveConnectorHasNoTask) {
     const Story story = CLoggedLife()
                             .Connected()
                             .Add(4, "Policy is damaged: unexpected end")
-                            .Add(2,
-                                 "Connector was deactivated. No tasks will be processed and no "
-                                 "logs will be produced.")
+                            .Add(2, kInactive)
                             .Told();
     EXPECT_THAT(Why(story, kFirst),
                 HasSubstr("the product was not installed when the host started"));
 }
 
 TEST(StoryTextTest, ConnectorThatWasInactiveAndIsStartedAnewIsActive) {
-    const Story story = CLoggedLife()
-                            .Add(2,
-                                 "Connector was deactivated. No tasks will be processed and no "
-                                 "logs will be produced.")
-                            .Connected()
-                            .Told();
+    const Story story = CLoggedLife().Add(2, kInactive).Connected().Told();
     EXPECT_THAT(Why(story, kFirst), HasSubstr("the host has not given it to the connector"));
 }
 
@@ -160,12 +149,7 @@ TEST(StoryTextTest, TaskThatIsNotNamedIsSaidToBePerhapsTheOneThatWasAskedFor) {
 }
 
 TEST(StoryTextTest, TaskOfAConnectorThatDoesNothingIsNotDone) {
-    EXPECT_THAT(Why(CLoggedLife()
-                        .Add(2,
-                             "Connector was deactivated. No tasks will be processed and no "
-                             "logs will be produced.")
-                        .Told(),
-                    kFirst),
+    EXPECT_THAT(Why(CLoggedLife().Add(2, kInactive).Told(), kFirst),
                 testing::StartsWith("no request to the product in this log has that identifier\n"
                                     "the connector does no task:\n"
                                     "  12:00:00.000 (host.log:1)\n"));

@@ -99,14 +99,8 @@ TEST(LogLifeTest, LineWithoutALevelWeighsByWhatItMeans) {
 }
 
 TEST(LogLifeTest, EachStartIsAProcessAndSoIsWhatStandsBefore) {
-    const LifePage::Life life =
-        LifeIn(CLoggedLife()
-                   .Add(2, "Received broadcast 3")
-                   .Connected()
-                   .Connected()
-                   .Add(2,
-                        "Connector was deactivated. No tasks will be processed and no logs will be "
-                        "produced."));
+    const LifePage::Life life = LifeIn(
+        CLoggedLife().Add(2, "Received broadcast 3").Connected().Connected().Add(2, kInactive));
     ASSERT_THAT(life.processes, SizeIs(4));
     EXPECT_EQ(life.processes[1].name, "host 2");
     EXPECT_EQ(life.processes[1].from, 1s);
