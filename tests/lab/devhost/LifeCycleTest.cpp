@@ -45,6 +45,24 @@ class LifeCycleTest : public ::testing::Test {
         lifeCycle_.WaitUntilDestroyed();
     }
 
+    /// The module has been asked once, and waits to be asked again.
+    void BeginAStopThatGetsNowhere() {
+        ExpectBegin();
+        EXPECT_CALL(module_, RequestStop);
+        EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
+        EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
+        EXPECT_CALL(module_, Destroy);
+        lifeCycle_.Begin(provider_);
+        lifeCycle_.BeginStop(false);
+        ASSERT_TRUE(clock_->AwaitSleepers(1));
+    }
+
+    void ForceIt() {
+        lifeCycle_.BeginStop(true);
+        clock_->Advance(std::chrono::milliseconds(100));
+        lifeCycle_.WaitUntilDestroyed();
+    }
+
     InSequence sequence_;
     Lab::CLineList events_;
     Lab::DevHost::CResourceProvider provider_{events_.Sink()};
@@ -83,17 +101,8 @@ TEST_F(LifeCycleTest, ForcedStopIsOneCall) {
 }
 
 TEST_F(LifeCycleTest, ForceEndsAStopThatIsNotGettingAnywhere) {
-    ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
-    lifeCycle_.Begin(provider_);
-    lifeCycle_.BeginStop(false);
-    ASSERT_TRUE(clock_->AwaitSleepers(1));
-    lifeCycle_.BeginStop(true);
-    clock_->Advance(std::chrono::milliseconds(100));
-    lifeCycle_.WaitUntilDestroyed();
+    BeginAStopThatGetsNowhere();
+    ForceIt();
 }
 
 TEST_F(LifeCycleTest, ModuleThatCannotInitializeIsOnlyDestroyed) {
@@ -144,18 +153,9 @@ TEST_F(LifeCycleTest, DestroyedModuleIsNotCalledAnyMore) {
 }
 
 TEST_F(LifeCycleTest, ModuleThatIsStoppedIsNotCalledBesideThat) {
-    ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
-    lifeCycle_.Begin(provider_);
-    lifeCycle_.BeginStop(false);
-    ASSERT_TRUE(clock_->AwaitSleepers(1));
+    BeginAStopThatGetsNowhere();
     EXPECT_THROW(lifeCycle_.RequestStop(), std::runtime_error);
-    lifeCycle_.BeginStop(true);
-    clock_->Advance(std::chrono::milliseconds(100));
-    lifeCycle_.WaitUntilDestroyed();
+    ForceIt();
 }
 
 TEST_F(LifeCycleTest, StopOfAModuleThatNeverBeganOnlyDestroysIt) {
