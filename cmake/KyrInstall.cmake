@@ -135,3 +135,4 @@ foreach(package libcli11-dev nlohmann-json3-dev libjs-chart.js node-d3-zoom node
             DESTINATION ${KYR_INSTALL_LICENCES} RENAME ${package}.txt)
     endif()
 endforeach()
+install(FILES packaging/kurkle-color.txt DESTINATION ${KYR_INSTALL_LICENCES})

@@ -124,6 +124,13 @@ class InstalledTest(unittest.TestCase):
         self.assertIn("doctor", run("bash", "-c", f"source {file}; COMP_WORDS=(ovprobe do); COMP_CWORD=1; _ovprobe; "
                                                   "echo ${COMPREPLY[@]}"))
 
+    def test_terms_of_others_are_there_for_all_that_the_programs_carry(self):
+        terms = self.find("share/doc/ov-agent-connector/of-others")
+        self.assertEqual(["kurkle-color.txt", "libcli11-dev.txt", "libjs-chart.js.txt", "nlohmann-json3-dev.txt", "node-d3-ease.txt",
+                          "node-d3-zoom.txt"], sorted(path.name for path in terms.iterdir()))
+        self.assertIn("Copyright: 2022 Jukka Kurkela", (terms / "kurkle-color.txt").read_text())
+        self.assertIn("Permission is hereby granted", (terms / "libjs-chart.js.txt").read_text())  # to which the other one leads
+
     def test_links_between_documents_lead_to_what_is_installed(self):
         documents = self.find("share/doc/ov-agent-connector/docs/installing.md").parents[1]
         self.assertEqual("", run(sys.executable, "-B", SOURCE / "scripts/check-docs", "--links", "--root", documents))
