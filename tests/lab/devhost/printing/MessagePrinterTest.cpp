@@ -137,6 +137,22 @@ TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchArePrintedOneByOne) {
                                             message + "row=1 text=\"{\\\"two\\\":2}\""));
 }
 
+TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchThatNobodyAskedForAreNotMade) {
+    Lab::CLineList events;
+    CMessagePrinter printer(events.Sink(), false);
+    CBus bus(printer);
+    const auto batch =
+        boost::make_shared<Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>();
+    batch->SetLogs({"one", "two"});
+    bus.Publish(batch, {});
+    EXPECT_THAT(
+        events.Texts(),
+        ElementsAre(
+            "publish type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module records=2",
+            "message type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module read-only=no "
+            "with-context=no"));
+}
+
 TEST_F(MessagePrinterOnDemandTest, BlobOfALogIsPrintedWhole) {
     const auto log =
         boost::make_shared<Common::Message::Logs::CEventLog>(MessageType::ConfigurationEvent);
