@@ -25,12 +25,20 @@ export function bytesOf(event) {
 function dump(hex) {
     const lines = [];
     for (let at = 0; at < hex.length; at += 2 * LINE) {
-        const bytes = hex.slice(at, at + 2 * LINE).match(/../g);
-        const letters = bytes.map((byte) => {
-            const code = parseInt(byte, 16);
-            return code >= 0x20 && code < 0x7f ? String.fromCharCode(code) : ".";
-        });
-        lines.push(`${(at / 2).toString(16).padStart(4, "0")}  ${bytes.join(" ").padEnd(3 * LINE - 1)}  ${letters.join("")}`);
+        const line = hex.slice(at, at + 2 * LINE);
+        lines.push(`${(at / 2).toString(16).padStart(4, "0")}  ${digitsOf(line).padEnd(3 * LINE - 1)}  ${lettersOf(line)}`);
     }
     return lines.join("\n");
+}
+
+export function digitsOf(hex) {
+    return (hex.match(/../g) ?? []).join(" ");
+}
+
+/** A dot for what is no letter. */
+export function lettersOf(hex) {
+    return (hex.match(/../g) ?? []).map((byte) => {
+        const code = parseInt(byte, 16);
+        return code >= 0x20 && code < 0x7f ? String.fromCharCode(code) : ".";
+    }).join("");
 }

@@ -1,21 +1,13 @@
 // A life as the document has it, and what every view needs beside: which reply belongs to a request, which events to a
 // message and a task, and what can be searched.
 
+import { readDocument } from "./document.js";
+import { wordsOf, wordsOfTables } from "./searched.js";
 import { DAY, LANES, clock, count, date, span } from "./words.js";
-
-const FORM = "life-of-a-connector";
-const VERSION = 1;
 
 /** The lives of a document. Throws an Error for people when it is none that this page can read. */
 export function readLives(text) {
-    const said = JSON.parse(text);
-    if (said === null || said.form !== FORM) {
-        throw new Error("This is no life of a connector.");
-    }
-    if (said.version !== VERSION) {
-        throw new Error(`This life is of form ${String(said.version)}; this page reads form ${VERSION}.`);
-    }
-    return said.lives.map((life) => new Life(life));
+    return readDocument(text).lives.map((life) => new Life(life));
 }
 
 /** The document in the source of a page. */
@@ -29,6 +21,7 @@ export function documentIn(source) {
 
 export class Life {
     #searched = null;
+    #leading = null; // what stands in tables and leads to an event, by its number
 
     constructor(said) {
         this.title = said.title;
@@ -112,22 +105,9 @@ export class Life {
     /** All words of an event, in small letters. */
     searched(at) {
         this.#searched ??= new Array(this.events.length);
-        return this.#searched[at] ??= wordsOf(this.events[at]).toLowerCase();
+        this.#leading ??= wordsOfTables(this);
+        return this.#searched[at] ??= `${wordsOf(this, at)}\n${this.#leading.get(at) ?? ""}`.toLowerCase();
     }
-}
-
-function wordsOf(event) {
-    const words = [event.text, event.kind];
-    for (const [key, value] of event.fields ?? []) {
-        words.push(`${key}=${value}`);
-    }
-    for (const row of event.rows ?? []) {
-        words.push(...row.symbols.map(([symbol, value]) => `${symbol}=${value}`));
-    }
-    for (const part of event.parts ?? []) {
-        words.push(`${part[2]} ${part[3]}`);
-    }
-    return words.join("\n");
 }
 
 /** Times in which a product was missed that had been there. */
