@@ -37,7 +37,9 @@ function storyOf(life) {
     const outages = outagesOf(life);
     if (outages.length > 0) {
         const longest = Math.max(...outages.map((outage) => outage.until - outage.from));
-        sentences.push(`${count(outages.length, "outage")}, the longest of ${life.span(longest)}.`);
+        const last = outages[outages.length - 1];
+        const end = last.over || last["host-stopped"] ? "" : "; the last one is not over";
+        sentences.push(`${count(outages.length, "outage")}, the longest of ${life.span(longest)}${end}.`);
     }
     const first = firstConnectionsOf(life);
     if (first.length > 0) {

@@ -56,7 +56,7 @@ const STATES = new Map(Object.entries({
     "failing": { text: "to be tried again", mood: "warning", means: "it failed, and the connector has more attempts" },
     "done": { text: "done", mood: "good", means: "the server was told that it is done" },
     "done-with-warning": { text: "done, with a warning", mood: "warning", means: "the server was told that it is done, and of a warning" },
-    "failed": { text: "failed", mood: "bad", means: "the server was told that it failed for good" },
+    "failed": { text: "failed", mood: "bad", means: "it failed, and is not tried again" },
     "dropped": { text: "dropped: its host ended", mood: "warning", means: "the host ended before the product had accepted it" },
     "told": { text: "outcome not told", mood: "open", means: "the server was told an outcome, and here nobody has told which" },
     "given-up": { text: "given up", mood: "bad", means: "the connector does not try it again" },

@@ -7,6 +7,9 @@ namespace Kyr::Probe {
 void CConnections::Start(const Place& place) {
     connecting_ = true;
     start_ = place;
+    if (Current() != nullptr) {
+        outages_.back().stopped.reset();
+    }
 }
 
 void CConnections::Connect(const Place& place) {
@@ -24,7 +27,7 @@ void CConnections::Work(const Place& place) {
 
 void CConnections::Fail(const Place& place, const std::string& cause, const std::string& next) {
     if (Current() == nullptr) {
-        outages_.push_back({place, cause, next, 0, false, {}});
+        outages_.push_back({place, cause, next, 0, false, {}, {}});
     } else if (!cause.empty()) {
         outages_.back().cause = cause;
         outages_.back().next = next;
@@ -37,8 +40,11 @@ void CConnections::CountAttempt() {
     }
 }
 
-void CConnections::Stop() {
+void CConnections::Stop(const Place& place) {
     connecting_ = false;
+    if (Current() != nullptr) {
+        outages_.back().stopped = place;
+    }
 }
 
 void CConnections::StopUnconnected(const Place& place, const std::string& cause,
@@ -47,7 +53,7 @@ void CConnections::StopUnconnected(const Place& place, const std::string& cause,
     if (Current() == nullptr) {
         Fail(connecting_ ? start_ : place, cause, next);
     }
-    Stop();
+    Stop(place);
 }
 
 const Outage* CConnections::Current() const {

@@ -22,7 +22,7 @@ class CConnections {
     /// An attempt to connect again.
     void CountAttempt();
     /// The host has stopped the connector.
-    void Stop();
+    void Stop(const Place& place);
     /// The same, before the product was reached for the first time.
     void StopUnconnected(const Place& place, const std::string& cause, const std::string& next);
 

@@ -31,6 +31,7 @@ struct Outage {
     int attempts = 0;
     bool over = false;
     Place ends;
+    std::optional<Place> stopped;  // the host stopped the connector in it, and started it no more
 };
 
 enum class TaskState {

@@ -134,7 +134,7 @@ bool CTeller::TakeLife(const Recognised& found) {
         case LineKind::kDisconnecting:
         case LineKind::kInterrupted:
             thread_.Stop(here_.place);
-            connections_.Stop();
+            connections_.Stop(here_.place);
             return true;
         case LineKind::kDeactivated:
             deactivated_ = ProblemStory{here_.place, 1, found.cause, found.next};

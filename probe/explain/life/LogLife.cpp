@@ -74,6 +74,10 @@ LifePage::Weight WeightOnPage(TaskState state) {
     }
 }
 
+std::string WithNext(const std::string& cause, const std::string& next) {
+    return cause + (next.empty() ? "" : " -> " + next);
+}
+
 class CLogTeller {
   public:
     CLogTeller(const Story& story, const std::vector<HostRun>& runs, LifePage::Life& life)
@@ -108,7 +112,7 @@ class CLogTeller {
         task.until = At(told.last);
         task.attempts = static_cast<std::size_t>(told.attempts);
         task.state = StateOnPage(told.state);
-        task.why = told.cause + (told.next.empty() ? "" : " -> " + told.next);
+        task.why = WithNext(told.cause, told.next);
         for (const Station& station : told.road) {
             const std::size_t event = station.place.line;
             const LifePage::Moment at = At(station.place);
@@ -125,10 +129,11 @@ class CLogTeller {
     void TellOutage(const Outage& told) {
         LifePage::Outage outage;
         outage.from = At(told.begins);
-        outage.until = told.over ? At(told.ends) : life_.length;
+        outage.until = told.over ? At(told.ends) : told.stopped ? At(*told.stopped) : life_.length;
         outage.over = told.over;
+        outage.hostStopped = !told.over && told.stopped.has_value();
         outage.first = IsBeforeConnection(told.begins.line);
-        outage.cause = told.cause;
+        outage.cause = WithNext(told.cause, told.next);
         outage.attempts = static_cast<std::size_t>(told.attempts);
         outage.event = told.begins.line;
         life_.outages.push_back(outage);

@@ -61,6 +61,19 @@ class Explain(PageTest):
         self.assertIn("could not be reached before the host stopped the connector -> start the product",
                       given_up.find_element("css selector", ".why").text)
 
+    def test_outage_in_which_the_host_stopped_says_so_and_what_is_to_be_done(self):
+        self.open(self.page, "view=outages")
+        row, = self.all("[aria-label='Outages'] tbody tr")
+        self.assertRegex(row.text, r" ms, until the host stopped 0 no exchange with the product, code 1: .* -> start the product, or look")
+        self.assertNotIn("not over", self.text("#head"))
+
+    def test_outage_that_goes_on_at_the_end_of_the_log_is_not_over(self):
+        end = next(at for at, line in enumerate(self.log) if "Task processing was interrupted" in line)
+        self.open(self.page_of("broken", self.log[:end]), "view=outages")
+        self.assertRegex(self.text("[aria-label='Outages'] tbody tr"), r"^[\d:.]+ \S+ ms, not over 0 no exchange")
+        self.assertIn("1 outage, the longest of ", self.text("#head"))
+        self.assertIn("; the last one is not over.", self.text("#head"))
+
     def test_stations_of_a_road_choose_lines_of_the_log(self):
         self.open(self.page, "view=tasks")
         for station in self.all("#view-tasks tbody tr:first-child .road button"):

@@ -49,6 +49,16 @@ class Run(PageTest):
             self.assertEqual([row.text for row in self.all("#view-outages tbody tr")],
                              ["14:13:20.000 5 ms, until the host stopped 1 gone", "14:13:20.000 5 ms, not over 1 gone"])
 
+    def test_head_says_that_the_last_outage_is_not_over(self):
+        over = {"from": 0, "until": 5, "over": True, "first": False, "host-stopped": False, "cause": "gone", "attempts": 1, "event": 0}
+        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+        for last, said in [({"over": False}, "2 outages, the longest of 5 ms; the last one is not over."),
+                           ({"over": False, "host-stopped": True}, "2 outages, the longest of 5 ms."),
+                           ({}, "2 outages, the longest of 5 ms.")]:
+            with self.subTest(last=last), page_with(life(events=[event], outages=[over, {**over, **last}])) as path:
+                self.open(path)
+                self.assertEqual(self.text(".story"), said + " 1 event.")
+
     def test_records_behind_the_tab_are_records_and_those_not_for_the_host_are_explained(self):
         batch = {"at": 1, "from": 1, "records": 8, "event": 0}
         event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}

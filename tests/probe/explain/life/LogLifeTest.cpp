@@ -182,8 +182,49 @@ TEST(LogLifeTest, FirstConnectionThatFailsIsToldOnceAndWithItsCause) {
     ASSERT_THAT(life.outages, SizeIs(1));
     EXPECT_TRUE(life.outages[0].first);
     EXPECT_FALSE(life.outages[0].over);
+    EXPECT_TRUE(life.outages[0].hostStopped);
     EXPECT_EQ(life.outages[0].cause,
-              "the product could not be reached until the host stopped the connector");
+              "the product could not be reached until the host stopped the connector -> start the "
+              "product, or look why it has ended; `ovprobe doctor` tells more");
+}
+
+TEST(LogLifeTest, OutageThatGoesOnLastsAsLongAsTheLogAndSaysWhatIsToBeDone) {
+    const LifePage::Life life =
+        LifeIn(CLoggedLife().Connected().Add(4, kPortGone).Reconnecting().Wait(7).Reconnecting());
+    ASSERT_THAT(life.outages, SizeIs(2));
+    EXPECT_EQ(life.outages[1].until, 11s);
+    EXPECT_FALSE(life.outages[1].over);
+    EXPECT_FALSE(life.outages[1].hostStopped);
+    EXPECT_EQ(life.outages[1].cause,
+              "no exchange with the product, code 1: the port is gone, or the product has ended in "
+              "the middle -> start the product, or look why it has ended; `ovprobe doctor` tells "
+              "more");
+}
+
+TEST(LogLifeTest, OutageInWhichTheHostStopsEndsThere) {
+    const LifePage::Life life = LifeIn(CLoggedLife()
+                                           .Connected()
+                                           .Add(3, kPingFailed)
+                                           .Add(2, "Disconnecting from product")
+                                           .Wait(9)
+                                           .Add(2, "Received broadcast 3"));
+    ASSERT_THAT(life.outages, SizeIs(2));
+    EXPECT_EQ(life.outages[1].until, 3s);
+    EXPECT_FALSE(life.outages[1].over);
+    EXPECT_TRUE(life.outages[1].hostStopped);
+}
+
+TEST(LogLifeTest, OutageThatAnotherStartGoesOnWithIsNotEndedByTheStopBefore) {
+    const LifePage::Life life = LifeIn(CLoggedLife()
+                                           .Connected()
+                                           .Add(3, kPingFailed)
+                                           .Add(2, "Disconnecting from product")
+                                           .Add(2, "Connecting to product")
+                                           .Add(4, std::string(kConnectingFails) + kPortGone));
+    ASSERT_THAT(life.outages, SizeIs(2));
+    EXPECT_EQ(life.outages[1].until, 5s);
+    EXPECT_FALSE(life.outages[1].over);
+    EXPECT_FALSE(life.outages[1].hostStopped);
 }
 
 TEST(LogLifeTest, FirstConnectionThatSucceedsLaterIsTheOutageOfTheStory) {
