@@ -79,7 +79,7 @@ Event EventOf(const ToldEvent& told) {
                                          : static_cast<LifePage::Weight>(narration.weight);
     event.text = TextOf(told.line, narration);
     const std::string level = told.line.Value("level");
-    if (event.kind == "log" && level.size() == 1) {
+    if (event.kind == "log" && level.size() == 1 && level[0] >= '1' && level[0] <= '4') {
         event.level = level[0] - '0';
     }
     for (const auto& [key, value] : told.line.Fields()) {

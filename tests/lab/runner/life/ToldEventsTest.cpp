@@ -48,6 +48,13 @@ TEST(ToldEventsTest, LogLineKeepsItsTextAndHasItsLevelAsWeight) {
     EXPECT_EQ(event.weight, LifePage::Weight::kWarning);
 }
 
+TEST(ToldEventsTest, LevelThatIsNoneIsNotKept) {
+    for (const char* const level : {"0", "5", "x", "12"}) {
+        EXPECT_EQ(OneEvent("0 host log level=" + std::string(level) + " text=one").level, 0)
+            << level;
+    }
+}
+
 TEST(ToldEventsTest, WhatComesAgainAndAgainIsADetail) {
     EXPECT_EQ(OneEvent("0 product request id=1 transport=alpc command=0").weight,
               LifePage::Weight::kDetail);
