@@ -27,10 +27,12 @@ export function table(caption, columns, rows, properties = {}) {
         element("table", properties,
             element("caption", { class: "unseen" }, caption),
             element("thead", {}, element("tr", {}, columns.map(head))),
-            element("tbody", {}, rows.map((cells) => element("tr", {}, cells.map((cell, at) =>
-                element(at === 0 ? "th" : "td",
-                    { scope: at === 0 ? "row" : null, class: columns[at].number ? "number" : null, "data-name": columns[at].name },
-                    cell)))))));
+            element("tbody", {}, rows.map((cells) => rowOf(columns, cells)))));
+}
+
+export function rowOf(columns, cells) {
+    return element("tr", {}, cells.map((cell, at) => element(at === 0 ? "th" : "td",
+        { scope: at === 0 ? "row" : null, class: columns[at].number ? "number" : null, "data-name": columns[at].name }, cell)));
 }
 
 function head(column) {

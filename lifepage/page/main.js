@@ -8,6 +8,7 @@ import { element } from "./dom.js";
 import { drawHead } from "./head.js";
 import { handedOf, numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
 import { EventList } from "./list.js";
+import { LongTable } from "./longtable.js";
 import { onScheme } from "./palette.js";
 import { onPaper } from "./paper.js";
 import { Search } from "./search.js";
@@ -31,10 +32,16 @@ function start(lives) {
     const timeLine = new TimeLine(at("time"), store, () => seen);
     const search = new Search(at("search"), at("filter"), store);
     const details = new Details(at("details"), store, () => seen);
-    const fill = (view) => (panel) => {
-        panel.replaceChildren(...view(lifeOf(store.state), store));
-        markTask(panel, store.state.task);
-    };
+    const tables = new Map(); // of any length, by the name of their view
+    const fill = (name, view) => ({
+        name, draw: (panel) => {
+            const parts = view(lifeOf(store.state), store, timeLine);
+            tables.set(name, parts.filter((part) => part instanceof LongTable));
+            revealTask(store.state);
+            panel.replaceChildren(...parts.map((part) => part.root ?? part));
+        },
+    });
+    const revealTask = (state) => tables.get("tasks")?.forEach((table) => table.reveal(state.task));
     const drawAllCharts = (panel) => {
         charts.forEach((chart) => chart.destroy());
         charts = drawCharts(panel, lifeOf(store.state));
@@ -42,11 +49,11 @@ function start(lives) {
     let compare = null;
     const drawCompare = (panel) => { compare = new Compare(panel, lives, lifeOf(store.state), store); };
     const tabs = new Tabs(at("views"), store, [
-        { name: "tasks", text: "Tasks", draw: fill(tasksView) },
+        { ...fill("tasks", tasksView), text: "Tasks" },
         { name: "events", text: "Events", draw: (panel) => panel.replaceChildren(eventPanel) },
-        { name: "steps", text: "Steps", draw: (panel) => panel.replaceChildren(...stepsView(lifeOf(store.state), timeLine)) },
-        { name: "records", text: "Records", draw: fill(recordsView) },
-        { name: "outages", text: "Outages", draw: fill(outagesView) },
+        { ...fill("steps", stepsView), text: "Steps" },
+        { ...fill("records", recordsView), text: "Records" },
+        { ...fill("outages", outagesView), text: "Outages" },
         { name: "charts", text: "Charts", draw: drawAllCharts },
         { name: "compare", text: "Compare", draw: drawCompare, prints: () => compare?.isOfTwo() ?? false },
     ]);
@@ -70,6 +77,7 @@ function start(lives) {
     store.watch(["text", "kind", "weight", "task", "hidden"], (state) => {
         search.follow(state);
         look(state);
+        revealTask(state);
         markTask(at("views"), state.task);
     });
     store.watch(["hidden"], (state) => timeLine.setLanes(state));
@@ -98,6 +106,7 @@ function start(lives) {
         } else {
             tabs.show(store.state.view);
         }
+        tables.forEach((some) => some.forEach((table) => table.paper(printing)));
         timeLine.fit();
     });
     document.querySelector(".skip").addEventListener("click", (click) => {

@@ -8,8 +8,13 @@ let unfolded = [];
 export function onPaper(drawn) {
     const change = (printing) => () => {
         root.classList.toggle("printing", printing);
-        unfold(printing);
+        if (!printing) {
+            unfold(false);
+        }
         drawn(printing);
+        if (printing) {
+            unfold(true); // what is drawn for paper alone, too
+        }
     };
     addEventListener("beforeprint", change(true));
     addEventListener("afterprint", change(false));

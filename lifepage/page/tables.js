@@ -1,10 +1,10 @@
-// Tasks, records, outages and steps, as tables.
+// Tasks, records, outages and steps, as tables. A view is what stands behind a tab: elements, and tables of any length.
 
-import { element, empty, table } from "./dom.js";
+import { element, empty, table, whole } from "./dom.js";
 import { firstConnectionsOf, handedOf, lookAt, outagesOf } from "./life.js";
+import { LongTable } from "./longtable.js";
+import { differentOf, positionsOf } from "./positions.js";
 import { WEIGHTS, count, short, stateOf } from "./words.js";
-
-const BATCHES = 200; // of one kind that are listed
 
 function eventButton(store, at, text, mood = "") {
     return element("button", { type: "button", class: `link ${mood}`, onclick: () => store.change({ event: at }) }, short(text));
@@ -16,7 +16,18 @@ export function tasksView(life, store) {
     }
     const columns = [{ name: "Task", width: 190 }, { name: "What became of it" }, { name: "Attempts", number: true, width: 76 },
         { name: "The road it took" }];
-    const shown = table("Tasks", columns, life.tasks.map((task, at) => [
+    const made = (row, at) => {
+        row.dataset.task = at;
+        markRow(row, store.state.task);
+    };
+    return [new LongTable("Tasks", columns, life.tasks.length, (at) => cellsOfTask(life, store, at), { class: "tasks", made }),
+        legendOf(life.tasks.map((task) => stateOf(task.state)))];
+}
+
+function cellsOfTask(life, store, at) {
+    const task = life.tasks[at];
+    const state = stateOf(task.state);
+    return [
         element("div", {},
             element("button", {
                 type: "button", class: "link", "aria-pressed": "false", title: "Show only what belongs to it",
@@ -27,13 +38,11 @@ export function tasksView(life, store) {
                 task.identifiers.length === 0 ? "none that were told"
                     : element("ul", { class: "identifiers" }, task.identifiers.map((one) => element("li", {}, short(one)))))),
         element("div", {},
-            element("span", { class: `state ${stateOf(task.state).mood}`, title: stateOf(task.state).means }, short(stateOf(task.state).text)),
+            element("span", { class: `state ${state.mood}`, title: state.means }, short(state.text)),
             task.why === "" ? null : element("p", { class: "why" }, short(task.why))),
         String(task.attempts),
         roadOf(life, store, task),
-    ]), { class: "tasks" });
-    [...shown.querySelectorAll("tbody tr")].forEach((row, at) => { row.dataset.task = at; });
-    return [shown, legendOf(life.tasks.map((task) => stateOf(task.state)))];
+    ];
 }
 
 /** What the states mean, of those that there are. */
@@ -45,11 +54,13 @@ function legendOf(states) {
 
 /** Shows in a table which task is looked at. */
 export function markTask(root, chosen) {
-    for (const row of root.querySelectorAll("[data-task]")) {
-        const here = Number(row.dataset.task) === chosen;
-        row.classList.toggle("here", here);
-        row.querySelector("[aria-pressed]").setAttribute("aria-pressed", String(here));
-    }
+    root.querySelectorAll("[data-task]").forEach((row) => markRow(row, chosen));
+}
+
+function markRow(row, chosen) {
+    const here = Number(row.dataset.task) === chosen;
+    row.classList.toggle("here", here);
+    row.querySelector("[aria-pressed]").setAttribute("aria-pressed", String(here));
 }
 
 /** Its stations, with the waits between them where these can be felt. */
@@ -72,52 +83,27 @@ export function recordsView(life, store) {
     const numbers = ["Batches", "Records", "Stored", "Twice", "Lost"].map((name) => ({ name, number: true, width: 80 }));
     const sums = table("Records by kind", [{ name: "Kind", width: 100 }, { name: "Positions" }, ...numbers], life.records.map((records) => {
         const sum = handedOf(records.batches);
-        return [short(records.kind), positions(records.batches), known(records.batches.length), known(sum),
+        return [short(records.kind), whole(positionsOf(records.batches)), known(records.batches.length), known(sum),
             known(records.stored), known(records.twice), known(records.lost)];
     }));
     const notes = life.records.map(notForTheHost).filter((note) => note !== "").map((note) => element("p", { class: "soft" }, note));
     const batches = life.records.flatMap((records) => records.batches.map((batch) => ({ kind: records.kind, ...batch })))
         .sort((left, right) => left.at - right.at);
     return [sums, ...notes, element("h3", {}, "Batches"),
-        table("Batches", [{ name: "Time", width: 150 }, { name: "Kind" }, { name: "From position", number: true, width: 120 },
-                { name: "Records", number: true, width: 100 }],
-            batches.slice(0, BATCHES).map((batch) => [
-                eventButton(store, batch.event, life.time(batch.at)), short(batch.kind),
-                batch.from.toLocaleString("en-GB"), batch.records.toLocaleString("en-GB")])),
-        batches.length > BATCHES ? element("p", { class: "soft" }, `and ${count(batches.length - BATCHES, "batch", "batches")} more`) : null,
-    ].filter((part) => part !== null);
+        new LongTable("Batches", [{ name: "Time", width: 150 }, { name: "Kind" }, { name: "From position", number: true, width: 120 },
+            { name: "Records", number: true, width: 100 }], batches.length, (at) => {
+            const batch = batches[at];
+            return [eventButton(store, batch.event, life.time(batch.at)), short(batch.kind),
+                batch.from.toLocaleString("en-GB"), batch.records.toLocaleString("en-GB")];
+        })];
 }
 
 /** Why fewer actions are stored than were handed out, each counted once; empty: there is nothing to explain. */
 function notForTheHost({ kind, batches, sent }) {
-    let next = 0;
-    let handed = 0;
-    for (const { from, records } of batches) {
-        handed += Math.max(from + records - Math.max(from, next), 0);
-        next = Math.max(next, from + records);
-    }
+    const handed = differentOf(batches);
     return kind !== "action" || sent === null || sent === undefined || sent >= handed ? ""
         : `action: ${(handed - sent).toLocaleString("en-GB")} of ${handed.toLocaleString("en-GB")} were not for the host: ` +
             "of actions, only those that block are stored";
-}
-
-/** "1 to 170", and which positions came again or never. */
-function positions(batches) {
-    if (batches.length === 0) {
-        return "none";
-    }
-    let next = batches[0].from;
-    const odd = [];
-    for (const { from, records } of batches) {
-        if (from > next) {
-            odd.push(`${next} to ${from - 1} not asked for`);
-        } else if (from < next) {
-            odd.push(`${from} to ${Math.min(next, from + records) - 1} again`);
-        }
-        next = Math.max(next, from + records);
-    }
-    const whole = `${batches[0].from} to ${next - 1}`;
-    return odd.length === 0 ? whole : `${whole}; ${odd.join(", ")}`;
 }
 
 export function outagesView(life, store) {
@@ -129,29 +115,33 @@ export function outagesView(life, store) {
 }
 
 function connections(caption, outages, life, store) {
-    return table(caption, [
-        { name: "From", width: 150 }, { name: "Lasted", number: true, width: 136 },
-        { name: "Attempts", number: true, width: 76 }, { name: "Why" },
-    ], outages.map((outage) => [
-        eventButton(store, outage.event, life.time(outage.from)),
-        element("span", {}, life.span(outage.until - outage.from), outage.over ? null
-            : outage["host-stopped"] ? ", until the host stopped" : element("span", { class: "bad" }, ", not over")),
-        String(outage.attempts),
-        short(outage.cause),
-    ]));
+    const columns = [{ name: "From", width: 150 }, { name: "Lasted", number: true, width: 136 },
+        { name: "Attempts", number: true, width: 76 }, { name: "Why" }];
+    return new LongTable(caption, columns, outages.length, (at) => {
+        const outage = outages[at];
+        return [
+            eventButton(store, outage.event, life.time(outage.from)),
+            element("span", {}, life.span(outage.until - outage.from), outage.over ? null
+                : outage["host-stopped"] ? ", until the host stopped" : element("span", { class: "bad" }, ", not over")),
+            String(outage.attempts),
+            short(outage.cause),
+        ];
+    });
 }
 
-export function stepsView(life, timeLine) {
+export function stepsView(life, store, timeLine) {
     if (life.steps.length === 0) {
         return [empty("This life has no steps: it was watched, and not played.")];
     }
-    return [table("Steps", [{ name: "Step" }, { name: "Began", width: 150 }, { name: "Took", number: true, width: 90 },
-        { name: "What happened" }],
-        life.steps.map((step, at) => [
+    const columns = [{ name: "Step" }, { name: "Began", width: 150 }, { name: "Took", number: true, width: 90 }, { name: "What happened" }];
+    return [new LongTable("Steps", columns, life.steps.length, (at) => {
+        const step = life.steps[at];
+        return [
             element("button", { type: "button", class: "link", onclick: () => timeLine.show(step.from, step.until) }, `${at + 1}  ${short(step.text)}`),
             life.time(step.from),
             life.span(step.until - step.from),
             step.held ? element("span", { class: "state good" }, "as expected")
                 : element("div", {}, element("span", { class: "state bad" }, "failed"), element("p", { class: "why" }, short(step.failure, 2000))),
-        ]))];
+        ];
+    })];
 }
