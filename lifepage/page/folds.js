@@ -36,6 +36,7 @@ export class Folds {
         this.knots = Float64Array.from(knots);
         this.places = Float64Array.from(places);
         this.extent = places[places.length - 1];
+        this.widest = this.folds.reduce((widest, fold) => Math.max(widest, fold.end - fold.place), 0);
     }
 
     place(moment) {

@@ -41,6 +41,7 @@ export class Life {
         this.at = new Float64Array(size);
         this.lane = new Uint8Array(size);
         this.weight = new Uint8Array(size);
+        this.isReply = new Uint8Array(size);
         this.reply = new Int32Array(size).fill(-1); // to a request
         this.kinds = new Set();
         this.ofMessage = new Map();
@@ -49,6 +50,7 @@ export class Life {
             this.at[at] = event.at;
             this.lane[at] = laneOf.get(event.lane) ?? 0;
             this.weight[at] = event.weight;
+            this.isReply[at] = event.kind === "reply" ? 1 : 0;
             this.kinds.add(event.kind);
             if (event.answers !== undefined) {
                 this.reply[event.answers] = at;

@@ -3,7 +3,8 @@
 // A mark is drawn once a pixel and lane, that of the greatest weight: however many events there are, one pass over those in
 // sight is enough for a frame.
 
-import { AXIS, HEIGHT, ROWS, STEPS, middleOf } from "./lanes.js";
+import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
+import { label, outages, processes, steps } from "./lasting.js";
 import { firstNotBefore } from "./life.js";
 import { span } from "./words.js";
 
@@ -15,7 +16,10 @@ const MARK = 7; // half the height of one
 const TICKS = [1, 2, 5, 10, 20, 50, 100, 200, 500, 1000, 2000, 5000, 10000, 30000, 60000, 300000, 600000, 1800000, 3600000,
     10800000, 21600000, 43200000, 86400000];
 
-/** `view`: {life, folds, places, seen, left and right in places, x(place), state, colours, width}. */
+/**
+ * `view`: {life, folds, places, seen, left and right in places, x(place), which is zero + place * scale, state, colours, width},
+ * and what lasts: {outages, steps, processes, exchanges}.
+ */
 export function paint(canvas, view) {
     canvas.clearRect(0, 0, view.width, HEIGHT);
     canvas.font = FONT;
@@ -39,29 +43,12 @@ function ground(canvas, { colours, width }) {
     });
 }
 
-/** Begin and end in pixels, cut off where nobody looks. */
-function stretch(view, from, until) {
-    const begin = Math.max(view.x(view.folds.place(from)), -10);
-    const end = Math.min(view.x(view.folds.place(until)), view.width + 10);
-    return { begin, end, width: end - begin };
-}
-
-function outages(canvas, view) {
-    const first = ROWS[0].top;
-    for (const outage of view.life.outages) {
-        const { begin, width } = stretch(view, outage.from, outage.until);
-        if (width > 0) {
-            canvas.globalAlpha = 0.13;
-            canvas.fillStyle = outage.first ? view.colours.soft : view.colours.bad;
-            canvas.fillRect(begin, first, Math.max(width, 1), HEIGHT - first);
-            canvas.globalAlpha = 1;
-        }
-    }
-}
-
 function folds(canvas, view) {
     const { colours } = view;
     const all = view.folds.folds;
+    if (view.folds.widest * view.scale < WIDE) {
+        return;
+    }
     canvas.textAlign = "center";
     for (let at = view.folds.firstFrom(view.left); at < all.length && all[at].place < view.right; at += 1) {
         const begin = view.x(all[at].place);
@@ -79,33 +66,6 @@ function folds(canvas, view) {
         }
     }
     canvas.textAlign = "left";
-}
-
-function steps(canvas, view) {
-    const { colours } = view;
-    view.life.steps.forEach((step, at) => {
-        const { begin, width } = stretch(view, step.from, step.until);
-        if (width <= 0) {
-            return;
-        }
-        canvas.fillStyle = step.held ? (at % 2 === 0 ? colours.stripe : colours.ground) : colours.bad;
-        canvas.fillRect(begin, STEPS.top, Math.max(width, 1), STEPS.height);
-        canvas.fillStyle = colours.line;
-        canvas.fillRect(begin, STEPS.top, 1, STEPS.height);
-        const from = Math.max(begin, 0) + 5;
-        canvas.fillStyle = step.held ? colours.ink : colours.ground;
-        label(canvas, `${at + 1}  ${step.text}`, from, STEPS.top + STEPS.height / 2, begin + width - from - 3, String(at + 1).length + 1);
-    });
-    canvas.fillStyle = colours.line;
-    canvas.fillRect(0, STEPS.top + STEPS.height - 1, view.width, 1);
-}
-
-/** As much of the text as there is room for; nothing when that is less than `least` letters. */
-function label(canvas, text, x, y, room, least = 4) {
-    const letters = Math.floor(room / LETTER);
-    if (letters >= Math.min(least, text.length)) {
-        canvas.fillText(letters < text.length ? text.slice(0, Math.max(letters - 1, 1)).trimEnd() + "\u2026" : text, x, y);
-    }
 }
 
 function axis(canvas, view) {
@@ -141,74 +101,65 @@ function isFolded(view, moment) {
         view.x(all[at].end) - view.x(all[at].place) > WIDE;
 }
 
-/** When they lived. */
-function processes(canvas, view) {
-    canvas.fillStyle = view.colours.line;
-    for (const process of view.life.processes) {
-        const row = ROWS.find((one) => one.id === (process.name.startsWith("product") ? "product" : "host"));
-        const { begin, width } = stretch(view, process.from, process.until);
-        if (width > 0) {
-            canvas.fillRect(begin, row.top + row.height - 3, Math.max(width, 1), 2);
-        }
-    }
-}
-
 /** A request and its reply are one line, as long as it took. */
 function exchanges(canvas, view) {
     const { life, places } = view;
     canvas.strokeStyle = view.colours.soft;
     canvas.beginPath();
-    for (const at of view.exchanges) {
-        const reply = life.reply[at];
+    view.exchanges.each(view.left, view.right, (number) => {
+        const { at, reply } = view.exchanges.items[number];
         const begin = view.x(places[at]);
         const end = view.x(places[reply]);
-        if (end > 0 && begin < view.width && end - begin > 2) {
+        if (end - begin > 2) {
             canvas.moveTo(begin, middleOf(life.lane[at], "request"));
             canvas.lineTo(end, middleOf(life.lane[reply], "reply"));
         }
-    }
+    });
     canvas.stroke();
 }
 
 function marks(canvas, view) {
-    const { life, places, seen } = view;
-    const rows = ROWS.map(() => [newRow(), newRow()]);
+    const { places, seen, zero, scale } = view;
+    const { lane, isReply, weight: weights } = view.life;
+    const rows = ROWS.flatMap(() => [newRow(), newRow()]);
     const from = Math.max(firstNotBefore(places, view.left) - 1, 0);
     const until = Math.min(firstNotBefore(places, view.right) + 1, places.length);
     for (let at = from; at < until; at += 1) {
-        const row = rows[life.lane[at]][life.events[at].kind === "reply" ? 1 : 0];
-        const x = Math.round(view.x(places[at]));
-        const weight = seen[at] === 1 ? life.weight[at] + 1 : 0;
-        if (x === row.x && weight <= row.weight) {
-            row.label = -1; // two of them have no room for a label
-            continue;
-        }
+        const row = rows[2 * lane[at] + isReply[at]];
+        const x = Math.round(zero + places[at] * scale);
+        const weight = seen[at] === 1 ? weights[at] + 1 : 0;
         if (x !== row.x) {
-            labelOf(canvas, view, row, x);
-            row.label = at;
+            drawRow(canvas, view, row, x);
+            Object.assign(row, { x, weight, at, alone: true });
         } else {
-            row.label = -1;
+            row.alone = false; // two of them have no room for a label
+            if (weight > row.weight) {
+                row.weight = weight;
+                row.at = at;
+            }
         }
-        row.x = x;
-        row.weight = weight;
-        mark(canvas, view, at, x, weight);
     }
-    rows.flat().forEach((row) => labelOf(canvas, view, row, view.width));
+    rows.forEach((row) => drawRow(canvas, view, row, view.width));
     canvas.globalAlpha = 1;
 }
 
+/** What stands at one pixel of a lane. */
 function newRow() {
-    return { x: -1000, weight: -1, label: -1 };
+    return { x: -1000, weight: -1, at: -1, alone: false };
 }
 
-/** What the mark that was drawn last says, up to the next one. */
-function labelOf(canvas, view, row, until) {
+/** The mark there, and what it says up to the next one. */
+function drawRow(canvas, view, row, until) {
+    if (row.at < 0) {
+        return;
+    }
+    mark(canvas, view, row.at, row.x, row.weight);
     const room = until - row.x - 9;
-    if (row.label >= 0 && room >= LABELLED && view.seen[row.label] === 1) {
-        const event = view.life.events[row.label];
+    if (row.alone && room >= LABELLED && view.seen[row.at] === 1) {
+        const event = view.life.events[row.at];
         canvas.globalAlpha = 1;
         canvas.fillStyle = event.weight === 0 ? view.colours.soft : view.colours.ink;
-        label(canvas, event.text, row.x + 6, middleOf(view.life.lane[row.label], event.kind) + 0.5, Math.min(room, 420), 6);
+        label(canvas, event.text, row.x + 6, middleOf(view.life.lane[row.at], event.kind) + 0.5, Math.min(room, 420), 6);
     }
 }
 

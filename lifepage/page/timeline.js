@@ -5,6 +5,7 @@ import { zoom, zoomIdentity } from "d3-zoom";
 import { element } from "./dom.js";
 import { Folds } from "./folds.js";
 import { HEIGHT, ROWS } from "./lanes.js";
+import { lastingOf } from "./lasting.js";
 import { legend } from "./legend.js";
 import { firstNotBefore, nextSeen } from "./life.js";
 import { eventNear, stepNear } from "./nearest.js";
@@ -13,7 +14,7 @@ import { onScheme, palette } from "./palette.js";
 import { leaveToThePage } from "./swipe.js";
 import { count, short } from "./words.js";
 
-const CLOSEST = 400; // pixels that a millisecond can have
+const CLOSEST = 1; // milliseconds that are left of a life at least
 
 export class TimeLine {
     #store;
@@ -87,14 +88,10 @@ export class TimeLine {
     setLife(life, state) {
         this.#life = life;
         const folds = new Folds(life.at, life.length, state.folded);
-        const exchanges = [];
         const places = folds.placesOf(life.at);
-        life.reply.forEach((reply, at) => {
-            if (reply >= 0 && places[reply] - places[at] > 0.5) {
-                exchanges.push(at);
-            }
-        });
-        this.#view = { life, folds, places, exchanges, colours: palette(), place: (x) => this.#place(x), x: (place) => this.#x(place) };
+        this.#view = {
+            life, folds, places, colours: palette(), place: (x) => this.#place(x), x: (place) => this.#x(place), ...lastingOf(life, places),
+        };
         this.fold.checked = state.folded;
         this.#limit();
         this.#showState(state);
@@ -123,7 +120,7 @@ export class TimeLine {
         if (this.#width === 0) {
             return;
         }
-        const most = Math.max(CLOSEST / this.#base(), 1);
+        const most = Math.max(this.#view.folds.extent / CLOSEST, 1);
         this.#zoom.scaleExtent([1, most]).extent([[0, 0], [this.#width, HEIGHT]])
             .translateExtent([[0, 0], [this.#width, HEIGHT]]);
     }
@@ -301,6 +298,7 @@ export class TimeLine {
         const view = this.#view;
         Object.assign(view, {
             width: this.#width, state: this.#store.state, seen: this.seen(), left: this.#place(-20), right: this.#place(this.#width + 20),
+            zero: this.#x(0), scale: this.#base() * this.#transform.k,
         });
         paint(this.canvas.getContext("2d"), view);
         const [left, right] = [this.#place(0), this.#place(this.#width)];
