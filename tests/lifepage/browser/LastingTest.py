@@ -92,6 +92,23 @@ class Lasting(FramesTest):
                                "for (let at = 0; at < data.length; at += 4) { dark += data[at] < 230 ? 1 : 0; } return dark")
         self.assertIn(soft, [1, 2])
 
+    def test_wait_is_marked_from_six_pixels_on(self):
+        # 700 ms take 200 * (1 + lg 3.5) = 309 of the 2,009 places of all, or of 172,009, which leave it two pixels.
+        line, below = [217, 222, 229], 24 + 20 - 2
+        for more, marked in [(0, True), (170, False)]:
+            with self.subTest(more=more):
+                events = [{**EVENT, "at": at} for at in [*range(0, 800, 100), *range(1400, 2400 + more * 1000, 100)]]
+                path = self.enterContext(page_with(life(events=events, length=2400 + more * 1000)))
+                self.open(path, "")
+                self.spent()
+                self.assertTrue(self.text(".piece").endswith(", 1 wait folded"))
+                found = self.run_script("const canvas = document.querySelector('.frame canvas'); const found = canvas.getContext('2d')"
+                                        ".getImageData(0, arguments[0], canvas.width, 1).data; let one = 0; let most = 0;"
+                                        "for (let at = 0; at < canvas.width; at += 1) { one = [0, 1, 2].every((part) =>"
+                                        "found[4 * at + part] === arguments[1][part]) ? one + 1 : 0; most = Math.max(most, one); } return most",
+                                        below, line)
+                self.assertEqual(found > 5, marked)
+
 
 if __name__ == "__main__":
     main()
