@@ -59,9 +59,9 @@ export class LongTable {
         return Array.from({ length: until - from }, (_, at) => this.rowOf(from + at));
     }
 
-    /** The rows around one. */
+    /** The rows around one, as many as there can be. */
     #show(at) {
-        this.#first = Math.max(at - at % ROWS, 0);
+        this.#first = Math.max(Math.min(at - at % ROWS, this.size - ROWS), 0);
         this.#last = Math.min(this.#first + ROWS, this.size);
         this.body.replaceChildren(...this.#rows(this.#first, this.#last));
         this.#tell(false);
