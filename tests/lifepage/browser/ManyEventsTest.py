@@ -34,6 +34,7 @@ class ManyEvents(FramesTest):
             self.open(path)
             self.check_opened(rounds)
         self.check_tabs()
+        self.check_last_round(rounds)
         self.check_frames()
         self.check_search(rounds)
 
@@ -56,6 +57,27 @@ class ManyEvents(FramesTest):
                 self.assertTrue(self.one(f"#view-{view}").is_displayed())
                 self.assertLess(took, TAB)
                 self.assertLess(elements, ELEMENTS)
+
+    def check_last_round(self, rounds):
+        """The end of a long life leads to its own events, as the beginning does."""
+        events = rounds.round["events"]
+        reply = next(at for at in range(len(events) - 1, 0, -1) if "answers" in events[at])
+        chosen = rounds.count("events") - len(events) + reply
+        took = self.cost(lambda: self.run_script("location.hash = `event=${arguments[0]}`", chosen))
+        print(f"  choosing an event: {took * 1000:.0f} ms")
+        self.assertLess(took, TAB)
+        self.assertEqual(self.text("#details h2"), events[reply]["text"])
+        self.run_script("[...document.querySelectorAll('#details dt')].find((one) => one.textContent === 'answers')"
+                        ".nextElementSibling.firstElementChild.click()")
+        self.assertEqual(self.address(), f"event={chosen - reply + events[reply]['answers']}")
+        self.one("#tab-tasks").click()
+        self.run_script("[...document.querySelectorAll('#view-tasks .rest button')].find((one) => one.textContent === 'The last rows').click()")
+        task = rounds.round["tasks"][-1]
+        row = self.all("#view-tasks tbody tr")[-1]
+        self.assertEqual(row.find_element("css selector", "button").text, f"{rounds.count('tasks')} {task['what']}")
+        row.find_elements("css selector", ".road button")[-1].click()
+        self.assertEqual(self.address(), f"event={chosen - reply + task['road'][-1]['event']}")
+        self.run_script("location.hash = ''")
 
     def check_frames(self):
         self.one("#tab-events").click()
