@@ -14,7 +14,7 @@ import { onScheme, palette } from "./palette.js";
 import { leaveToThePage } from "./swipe.js";
 import { count, short } from "./words.js";
 
-const CLOSEST = 1; // milliseconds that are left of a life at least
+const CLOSEST = 1; // milliseconds that fill the picture when it is closest
 
 export class TimeLine {
     #store;

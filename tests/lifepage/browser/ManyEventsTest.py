@@ -71,7 +71,7 @@ class ManyEvents(FramesTest):
                         ".nextElementSibling.firstElementChild.click()")
         self.assertEqual(self.address(), f"event={chosen - reply + events[reply]['answers']}")
         self.one("#tab-tasks").click()
-        self.run_script("[...document.querySelectorAll('#view-tasks .rest button')].find((one) => one.textContent === 'The last rows').click()")
+        next(one for one in self.all("#view-tasks .rest button") if one.is_displayed() and one.text == "The last rows").click()
         task = rounds.round["tasks"][-1]
         row = self.all("#view-tasks tbody tr")[-1]
         self.assertEqual(row.find_element("css selector", "button").text, f"{rounds.count('tasks')} {task['what']}")

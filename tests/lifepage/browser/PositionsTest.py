@@ -24,7 +24,8 @@ class Positions(PageTest):
                          {"indicator": "1 to 25; 16 to 20 not asked for, 6 to 10 again"})
 
     def test_kinds_are_told_each_for_itself(self):
-        self.assertEqual(self.shown(kind("indicator", (1, 10), (11, 5)), kind("action", (1, 3), (1, 3), (1, 3)), kind("telemetry", (5, 2), (9, 1))),
+        kinds = [kind("indicator", (1, 10), (11, 5)), kind("action", (1, 3), (1, 3), (1, 3)), kind("telemetry", (5, 2), (9, 1))]
+        self.assertEqual(self.shown(*kinds),
                          {"indicator": "1 to 15", "action": "1 to 3; 1 to 3 again, 1 to 3 again",
                           "telemetry": "5 to 9; 7 to 8 not asked for"})
 

@@ -70,13 +70,15 @@ class Week:
     def hour(self, at):
         for number, name in enumerate(["protection status", "task results", "policies"]):
             begin = at + number * 6
-            message = self.tell(begin, "watch", "publish", f"OvAgentRequest (7) for {name} published by the module", message=len(self.events))
+            message = len(self.events)
+            self.tell(begin, "watch", "publish", f"OvAgentRequest (7) for {name} published by the module", message=message)
             self.tell(begin + 0.08, "bus", "deliver", "OvAgentRequest (7) delivered to the module", message=message)
             self.exchange(begin + 1.2, name, 0.4, message=message, bytes=HEADER, length=12, parts=PARTS)
             self.tell(begin + 1.9, "task", "log", f"Answer of {len(name)} lines taken over", level=2, message=message)
 
     def records(self, at):
-        message = self.tell(at, "watch", "publish", "OvAgentRequest (7) for indicators published by the module", message=len(self.events))
+        message = len(self.events)
+        self.tell(at, "watch", "publish", "OvAgentRequest (7) for indicators published by the module", message=message)
         self.tell(at + 0.05, "bus", "deliver", "OvAgentRequest (7) delivered to the module", message=message)
         request = self.exchange(at + 0.4, "get-indicators", 0.6, message=message, bytes=HEADER, length=12, parts=PARTS)
         self.batches.append({"at": round(at + 0.7, 3), "from": self.position, "records": BATCH, "event": request})
