@@ -1,7 +1,7 @@
 // Where a moment stands on the time line. Times in which nothing is told are folded: they keep a width that grows with the
 // number of their digits only, so that seconds of waiting leave room for milliseconds of work.
 
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore } from "./sorted.js";
 
 const SHORTEST = 200; // milliseconds; a shorter wait is drawn as it is
 

@@ -2,7 +2,7 @@
 // than a pixel is drawn once a pixel, so that a frame takes no longer for thousands of them.
 
 import { HEIGHT, ROWS, STEPS } from "./lanes.js";
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore } from "./sorted.js";
 
 const LETTER = 6.8; // pixels, about
 

@@ -2,7 +2,7 @@
 // more than fifty.
 
 import { element, empty } from "./dom.js";
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore } from "./sorted.js";
 import { DAY, LANES, WEIGHTS, count, short } from "./words.js";
 
 const ROW = 24; // pixels, as the style sheet has it

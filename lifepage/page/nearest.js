@@ -1,7 +1,7 @@
 // What is meant by a place on the time line.
 
 import { AXIS, ROWS, middleOf } from "./lanes.js";
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore } from "./sorted.js";
 
 const NEAR = 9; // pixels within which a click means an event
 

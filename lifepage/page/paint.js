@@ -5,7 +5,7 @@
 
 import { AXIS, HEIGHT, ROWS, middleOf } from "./lanes.js";
 import { label, outages, processes, steps } from "./lasting.js";
-import { firstNotBefore } from "./life.js";
+import { firstNotBefore } from "./sorted.js";
 import { span } from "./words.js";
 
 const FONT = "12px system-ui, sans-serif";

@@ -1,6 +1,7 @@
 // What can be found by a search: of an event all that the page shows with it, and what stands in a table and leads to it.
 
 import { digitsOf, lettersOf } from "./bytes.js";
+import { firstNotBefore } from "./sorted.js";
 import { LANES, LEVELS, stateOf } from "./words.js";
 
 /** Of the event itself, a line each. */
@@ -44,8 +45,10 @@ export function wordsOfTables(life) {
         records.batches.forEach((batch) => add(batch.event, records.kind));
     }
     for (const step of life.steps) {
-        const first = life.events.findIndex((event) => step.from <= event.at && event.at <= step.until);
-        add(first, step.text, step.failure);
+        const first = firstNotBefore(life.at, step.from);
+        if (life.at[first] <= step.until) {
+            add(first, step.text, step.failure);
+        }
     }
     life.neutral.filter(([, event]) => event !== null).forEach(([text, event]) => add(event, text));
     return leading;

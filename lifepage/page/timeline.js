@@ -7,10 +7,11 @@ import { Folds } from "./folds.js";
 import { HEIGHT, ROWS } from "./lanes.js";
 import { lastingOf } from "./lasting.js";
 import { legend } from "./legend.js";
-import { firstNotBefore, nextSeen } from "./life.js";
+import { nextSeen } from "./life.js";
 import { eventNear, stepNear } from "./nearest.js";
 import { paint } from "./paint.js";
 import { onScheme, palette } from "./palette.js";
+import { firstNotBefore } from "./sorted.js";
 import { leaveToThePage } from "./swipe.js";
 import { count, short } from "./words.js";
 
