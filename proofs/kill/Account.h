@@ -15,7 +15,8 @@
 //   configuration is one that the product had.
 // - The reply to a kill or block goes to the receiver of the request before it, which takes it for
 //   one more of its own (docs/life-of-a-message.md): behind an export it is one more configuration,
-//   an empty one, and the export is told as done once more; behind a policy it is one more line.
+//   an empty one, and the export is told as done once more; behind a policy it is one more line;
+//   behind a protection status the attempt fails, and the product has the task once more.
 //
 // Threads: one at a time. Errors: what is wrong is a sentence in Problems.
 #pragma once
@@ -73,6 +74,8 @@ class CAccount {
         std::uint64_t toldDone = 0;  // of what was told
         bool ended = false;          // something that is no other attempt was told
         int failures = 0;            // told in this life of the host
+        bool behindStatus = false;   // its last request, so that the status' receiver has the reply
+        std::uint64_t overheard = 0;  // attempts that failed for that
     };
 
     /// Handed out and not told.
