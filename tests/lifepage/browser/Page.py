@@ -16,7 +16,7 @@ from selenium.webdriver.chrome.service import Service
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.support.ui import WebDriverWait
 
-PATIENCE = 30  # seconds; others compute beside us
+PATIENCE = 120  # seconds; others compute beside us
 TRANSCRIPTS = pathlib.Path(__file__).resolve().parents[2] / "e2e" / "transcripts"
 DATA = re.compile(r'(<script type="application/json" id="lives">)(.*?)(</script>)', re.DOTALL)
 
