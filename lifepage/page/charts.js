@@ -45,7 +45,7 @@ function settings(life, figure) {
             scales: {
                 x: {
                     ...scale, type: "linear", min: 0, max: life.length,
-                    ticks: { ...scale.ticks, maxRotation: 0, maxTicksLimit: 8, callback: (value) => life.tick(value, 1000) },
+                    ticks: { ...scale.ticks, maxRotation: 0, maxTicksLimit: 8, callback: (value, at, all) => life.tick(value, all.length > 1 ? all[1].value - all[0].value : 0) },
                 },
                 y: {
                     ...scale, type: figure.scale ?? "linear", min: figure.scale === undefined ? 0 : undefined,
@@ -137,13 +137,13 @@ function waiting(life) {
 
 function memory(life) {
     const told = life.events.filter((event) => event.kind === "memory");
-    if (told.length === 0) {
-        return null;
-    }
     const rows = ["private", "resident"].map((name) => ({
         name,
-        points: told.map((event) => ({ x: event.at, y: Number(event.fields.find(([key]) => key === name)?.[1] ?? NaN) }))
+        points: told.map((event) => ({ x: event.at, y: Number(event.fields?.find(([key]) => key === name)?.[1] ?? NaN) }))
             .filter((point) => Number.isFinite(point.y)),
     })).filter((row) => row.points.length > 0);
+    if (rows.length === 0) {
+        return null;
+    }
     return { title: "Memory of the host", said: "in KiB, whenever it was told", type: "line", rows, tell: (value) => `${value} KiB` };
 }

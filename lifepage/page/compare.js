@@ -1,12 +1,13 @@
 // Two lives of one scenario side by side: what each told, in the words that are the same in every run and on every system.
 
-import { differences } from "./difference.js";
+import { MOST, differences } from "./difference.js";
 import { element, empty } from "./dom.js";
 import { documentIn, readLives } from "./life.js";
 import { count, short } from "./words.js";
 
 const AROUND = 3; // equal lines that are shown before and behind a difference
 const LONG = 1000; // characters of a line that are shown
+const BEFORE = 100; // characters, before the first one that differs in two long lines
 const SHOWN = 200; // rows, until somebody wants more
 
 export class Compare {
@@ -92,16 +93,19 @@ export class Compare {
         const differing = pieces.filter((piece) => !piece.same);
         const rows = this.#rows(pieces, first, left.life, right.life);
         const body = element("tbody", {});
-        const more = element("button", { type: "button", class: "more", onclick: () => this.#go(rows, body, more) });
+        const unprinted = element("p", { class: "printed" });
+        const more = element("button", { type: "button", class: "more", onclick: () => this.#go(rows, body, more, unprinted) });
         this.result.replaceChildren(
-            element("p", { role: "status" }, element("strong", { class: "bad" }, count(differing.length, "difference")),
-                `; the first one is at line ${(pieces[first].left + 1).toLocaleString("en-GB")}, and marked.`),
+            element("p", { role: "status" }, element("strong", { class: "bad" }, differing.some((piece) => piece.rough)
+                ? `More than ${count(MOST, "difference")}` : count(differing.length, "difference")),
+            `; the first one is at ${placeOf(pieces[first])}, and marked.`,
+            differing.some((piece) => piece.rough) ? " From there to the last one the lines stand as they are, equal ones, too." : ""),
             element("div", { class: "wide", tabindex: 0, role: "region", "aria-label": "Differences" },
                 element("table", { class: "compare" },
                     element("thead", {}, element("tr", {}, ["line", short(left.name), "line", short(right.name)].map((name, at) =>
                         element("th", { scope: "col", class: at % 2 === 0 ? "number" : null }, name)))),
-                    body)), more);
-        this.#go(rows, body, more);
+                    body)), more, unprinted);
+        this.#go(rows, body, more, unprinted);
     }
 
     /** Functions that make a row each. */
@@ -112,10 +116,12 @@ export class Compare {
     }
 
     /** Shows the next rows of those that are left. */
-    #go(rows, body, more) {
+    #go(rows, body, more, unprinted) {
         body.append(...rows.splice(0, SHOWN).map((row) => row()));
         more.hidden = rows.length === 0;
         more.textContent = `Show more: ${count(rows.length, "row is", "rows are")} left`;
+        unprinted.hidden = more.hidden;
+        unprinted.textContent = `${count(rows.length, "row is", "rows are")} left that nobody has asked for.`;
     }
 
     #equal(piece, life, isFirst, isLast) {
@@ -136,23 +142,39 @@ export class Compare {
         for (let at = 0; at < Math.max(piece.taken, piece.put); at += 1) {
             const one = at < piece.taken ? [piece.left + at, left.neutral[piece.left + at]] : null;
             const other = at < piece.put ? [piece.right + at, right.neutral[piece.right + at]] : null;
-            rows.push(() => this.#row(isFirst && at === 0 ? "differs first" : "differs", one, other, left));
+            const from = one === null || other === null ? 0 : beginOf(one[1][0], other[1][0]);
+            rows.push(() => this.#row(isFirst && at === 0 ? "differs first" : "differs", one, other, left, from));
         }
         return rows;
     }
 
-    /** Lines of the life that is shown lead to their event. */
-    #row(kind, one, other, left) {
+    /** Lines of the life that is shown lead to their event; of both stands what begins at the letter `from`. */
+    #row(kind, one, other, left, from = 0) {
         const shown = left === this.own[this.#store.state.life];
         const cell = (line, leads) => {
             if (line === null) {
                 return [element("td", { class: "number" }), element("td", { class: "none" })];
             }
             const [all, event] = line[1];
-            const text = short(all, LONG);
+            const text = from === 0 ? short(all, LONG) : `\u2026${short(all.slice(from), LONG - 1)}`;
             return [element("td", { class: "number" }, String(line[0] + 1)), element("td", {}, leads && event !== null
                 ? element("button", { type: "button", class: "link", onclick: () => this.#store.change({ event }) }, text) : text)];
         };
         return element("tr", { class: kind }, cell(one, shown), cell(other, false));
     }
+}
+
+/** Where the first line of a piece that differs stands. */
+function placeOf(piece) {
+    const number = (line) => `line ${(line + 1).toLocaleString("en-GB")}`;
+    return piece.taken > 0 ? number(piece.left) : `${number(piece.right)} of the other one`;
+}
+
+/** The letter from which on two lines are shown, so that where they differ is in sight. */
+function beginOf(one, other) {
+    let equal = 0;
+    while (equal < one.length && one[equal] === other[equal]) {
+        equal += 1;
+    }
+    return equal < LONG - BEFORE ? 0 : equal - BEFORE;
 }

@@ -1,8 +1,11 @@
 // Where two lists of lines differ: the fewest lines that must be taken out of one and put in from the other (Myers).
 
-const MOST = 1500; // lines that may differ before all of the middle counts as different
+export const MOST = 1500; // lines that may differ before nobody looks for equal ones between them
 
-/** Pieces in their order: {same: true, left, right, length} or {same: false, left, right, taken, put}. */
+/**
+ * Pieces in their order: {same: true, left, right, length} or {same: false, left, right, taken, put}; with `rough: true` one in
+ * which nobody has looked for equal lines.
+ */
 export function differences(left, right) {
     let begin = 0;
     while (begin < left.length && begin < right.length && left[begin] === right[begin]) {
@@ -39,14 +42,19 @@ export function differences(left, right) {
     if (begin > 0) {
         go("same", begin);
     }
-    middle.forEach((kind) => go(kind, 1));
+    if (middle === null) {
+        pieces.push({ same: false, rough: true, left: begin, right: begin, taken: left.length - begin - end, put: right.length - begin - end });
+        [one, other] = [left.length - end, right.length - end];
+    } else {
+        middle.forEach((kind) => go(kind, 1));
+    }
     if (end > 0) {
         go("same", end);
     }
     return pieces;
 }
 
-/** "same", "taken" or "put", a word a line. */
+/** "same", "taken" or "put", a word a line; null: too many differ. */
 function steps(left, right) {
     const all = left.length + right.length;
     const reach = new Map([[1, 0]]);
@@ -64,7 +72,7 @@ function steps(left, right) {
             }
         }
     }
-    return [...left.map(() => "taken"), ...right.map(() => "put")];
+    return null;
 }
 
 function goesDown(reach, diagonal, cost) {

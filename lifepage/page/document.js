@@ -1,7 +1,7 @@
 // The form that a document must have, as README.md tells it. A page of somebody else may be opened, and one that was cut off or
 // written by hand: what has another form is refused as a whole, in words, before anything of it is shown.
 
-import { short } from "./words.js";
+import { LANES, STATES, short } from "./words.js";
 
 const FORM = "life-of-a-connector";
 const VERSION = 1;
@@ -95,7 +95,7 @@ const object = (members) => {
 const pairs = list(row([text, text]));
 
 const EVENT_ITSELF = object({
-    at: moment, lane: text, kind: text, process: place, weight: from(0, 3), text, level: ifThere(from(1, 4)), fields: ifThere(pairs),
+    at: moment, lane: oneOf(LANES.map((lane) => lane.id)), kind: text, process: place, weight: from(0, 3), text, level: ifThere(from(1, 4)), fields: ifThere(pairs),
     rows: ifThere(list(object({ name: text, symbols: pairs }))), bytes: ifThere(digits), length: ifThere(amount),
     parts: ifThere(list(row([place, place, text, text, text], 4))), answers: ifThere(event), message: ifThere(event),
     tasks: ifThere(list(task)),
@@ -105,7 +105,7 @@ const EVENT = (value, life) => EVENT_ITSELF(value, life) ||
     (value.bytes !== undefined && value.length === undefined ? ".length is not an amount" : "");
 
 const TASK = object({
-    what: text, identifiers: list(text), from: moment, until: moment, attempts: amount, state: text, why: text,
+    what: text, identifiers: list(text), from: moment, until: moment, attempts: amount, state: oneOf([...STATES.keys()]), why: text,
     road: list(object({ at: moment, text, weight: from(0, 3), event })),
 });
 

@@ -60,7 +60,7 @@ function eachStretch(view, lasting, weightOf, act) {
         const width = Math.min(view.x(view.folds.place(item.until)), view.width + 10) - begin;
         const pixel = Math.round(begin);
         const weight = weightOf(item);
-        if (width > 0 && (width >= 1 || pixel !== last || weight > heaviest)) {
+        if (width >= 0 && (width >= 1 || pixel !== last || weight > heaviest)) {
             heaviest = pixel === last ? Math.max(weight, heaviest) : weight;
             last = pixel;
             act(item, at, width < 1 ? pixel : begin, Math.max(width, 1));

@@ -48,7 +48,7 @@ export class Life {
         const laneOf = new Map(LANES.map((lane, at) => [lane.id, at]));
         this.events.forEach((event, at) => {
             this.at[at] = event.at;
-            this.lane[at] = laneOf.get(event.lane) ?? 0;
+            this.lane[at] = laneOf.get(event.lane);
             this.weight[at] = event.weight;
             this.isReply[at] = event.kind === "reply" ? 1 : 0;
             this.kinds.add(event.kind);
@@ -77,7 +77,11 @@ export class Life {
         }
         const moment = this.moment(milliseconds);
         const day = this.clock === "date" ? date(moment).slice(5) : `day ${Math.floor(moment / DAY) + 1}`;
-        return this.length < DAY ? clock(moment) : `${day} ${clock(moment)}`;
+        return this.#isOfOneDay() ? clock(moment) : `${day} ${clock(moment)}`;
+    }
+
+    #isOfOneDay() {
+        return Math.floor(this.moment(0) / DAY) === Math.floor(this.moment(this.length) / DAY);
     }
 
     /** The same on a scale, whose lines are that far from each other. */

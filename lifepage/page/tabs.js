@@ -66,8 +66,8 @@ export class Tabs {
 
     #draw(tab) {
         if (!tab.drawn) {
-            tab.drawn = true;
             tab.draw(tab.panel);
+            tab.drawn = true;
         }
     }
 

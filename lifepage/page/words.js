@@ -20,16 +20,20 @@ export function date(milliseconds) {
 
 /** How long: "0.31 ms", "4.99 s", "2 min 24 s", "3 d 4 h". */
 export function span(milliseconds) {
-    if (milliseconds < 1000) {
-        return `${Number(milliseconds.toPrecision(3))} ms`;
+    const exact = Number(milliseconds.toPrecision(3));
+    if (exact < 1000) {
+        return `${exact} ms`;
     }
-    const seconds = milliseconds / 1000;
-    if (seconds < 60) {
-        return `${seconds.toFixed(seconds < 10 ? 2 : 1)} s`;
+    if (exact < 10000) {
+        return `${(exact / 1000).toFixed(2)} s`;
     }
+    if (exact < 60000) {
+        return `${(exact / 1000).toFixed(1)} s`;
+    }
+    const seconds = Math.max(Math.floor(milliseconds / 1000), 60);
     const minutes = Math.floor(seconds / 60);
     if (minutes < 60) {
-        return `${minutes} min ${Math.floor(seconds % 60)} s`;
+        return `${minutes} min ${seconds % 60} s`;
     }
     const hours = Math.floor(minutes / 60);
     return hours < 24 ? `${hours} h ${minutes % 60} min` : `${Math.floor(hours / 24)} d ${hours % 24} h`;
@@ -48,7 +52,7 @@ export const WEIGHTS = ["detail", "ordinary", "warning", "error"];
 
 export const LEVELS = ["", "debug", "information", "warning", "error"];
 
-const STATES = new Map(Object.entries({
+export const STATES = new Map(Object.entries({
     "given": { text: "never asked", mood: "open", means: "the product was not asked for it" },
     "asked": { text: "no reply", mood: "open", means: "the product was asked and has not answered" },
     "accepted": { text: "accepted", mood: "good", means: "the product has taken it over; no outcome was told" },
@@ -63,7 +67,7 @@ const STATES = new Map(Object.entries({
 }));
 
 export function stateOf(name) {
-    return STATES.get(name) ?? { text: name, mood: "open", means: "" };
+    return STATES.get(name);
 }
 
 export const LANES = [

@@ -58,8 +58,30 @@ class Charts(PageTest):
                 "return [...kinds.values()].filter((number) => number > 50).length", canvas)
             self.assertEqual(coloured, 2)
 
+    def test_moments_of_a_short_life_are_told_apart(self):
+        heard = self.browser.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": """
+            const fill = CanvasRenderingContext2D.prototype.fillText;
+            window.written = [];
+            CanvasRenderingContext2D.prototype.fillText = function (text, ...place) {
+                window.written.push([this.canvas.getAttribute('aria-label') ?? '', text]);
+                return fill.call(this, text, ...place);
+            };"""})
+        self.addCleanup(self.browser.execute_cdp_cmd, "Page.removeScriptToEvaluateOnNewDocument", heard)
+        for length, ticks in [(100, ["14:13:20.000", "14:13:20.020", "14:13:20.040", "14:13:20.060", "14:13:20.080", "14:13:20.100"]),
+                              (10000, [f"14:13:{second}" for second in range(20, 31, 2)])]:
+            with self.subTest(length=length), page_with({**LIFE, "length": length}) as path:
+                self.browser.get("about:blank")
+                self.open(path, "view=charts")
+                written = self.run_script("return window.written.filter(([chart]) => chart.startsWith('Records')).map(([, text]) => text)")
+                self.assertEqual(sorted({text for text in written if ":" in text}), ticks)
+
     def test_life_without_figures_has_none(self):
         self.assertEqual(self.figures(life()), {})
+
+    def test_memory_that_is_told_without_figures_is_not_drawn(self):
+        events = [one for one in LIFE["events"] if one["kind"] != "memory"]
+        self.assertEqual(list(self.figures({**LIFE, "events": [*events, event(95, "memory")]})),
+                         ["Records over time", "Round trips", "Tasks on their road"])
 
 
 if __name__ == "__main__":

@@ -48,6 +48,39 @@ class Compare(PageTest):
             rows = [[cell.text for cell in row.find_elements("css selector", "td")] for row in self.all("#view-compare tbody tr")]
             self.assertEqual(rows, [["1", "a", "1", "a"], ["2", "b", "", ""], ["3", "c", "2", "c"], ["", "", "3", "d"]])
 
+    def test_line_that_only_the_other_one_has_is_named_by_its_place_there(self):
+        with page_with(life(neutral=[["a", None]]), life(neutral=[["a", None], ["b", None]])) as path:
+            self.open(path, "view=compare&life=0")
+            self.assertEqual(self.said(), "1 difference; the first one is at line 2 of the other one, and marked.")
+
+    def test_long_lines_are_shown_where_they_differ(self):
+        with page_with(life(neutral=[["a" * 1500 + "left", None]]), life(neutral=[["a" * 1500 + "right" + "b" * 2000, None]])) as path:
+            self.open(path, "view=compare&life=0")
+            cells = [cell.text for cell in self.all("#view-compare .first td")]
+            self.assertEqual(cells[1], "\u2026" + "a" * 100 + "left")
+            self.assertEqual(cells[3], "\u2026" + "a" * 100 + "right" + "b" * 893 + "\u2026")
+
+    def test_too_many_differences_are_not_counted_as_one(self):
+        left = [["begin", None], *([f"left {line}", None] for line in range(900)), ["same", None], ["end", None]]
+        right = [["begin", None], *([f"right {line}", None] for line in range(900)), ["same", None], ["more", None], ["end", None]]
+        with page_with(life(neutral=left), life(neutral=right)) as path:
+            self.open(path, "view=compare&life=0")
+            self.assertEqual(self.said(), "More than 1,500 differences; the first one is at line 2, and marked. From there to the last one "
+                             "the lines stand as they are, equal ones, too.")
+            rows = [[cell.text for cell in row.find_elements("css selector", "td")] for row in self.all("#view-compare tbody tr")[:2]]
+            self.assertEqual(rows, [["1", "begin", "1", "begin"], ["2", "left 0", "2", "right 0"]])
+
+    def test_rows_that_are_not_shown_are_counted_on_paper(self):
+        with page_with(life(neutral=[[f"left {line}", None] for line in range(410)]), life(neutral=[["right", None]])) as path:
+            self.open(path, "view=compare&life=0")
+            left = self.one("#view-compare p.printed")
+            self.assertEqual(left.get_attribute("textContent"), "210 rows are left that nobody has asked for.")
+            self.assertFalse(left.is_displayed())
+            self.browser.execute_cdp_cmd("Emulation.setEmulatedMedia", {"media": "print"})
+            self.assertTrue(left.is_displayed())
+            self.run_script("document.querySelector('#view-compare .more').click(); document.querySelector('#view-compare .more').click()")
+            self.assertFalse(left.is_displayed())
+
     def test_lives_without_such_lines_are_not_called_the_same(self):
         lines = [["a", None]]
         for left, right in [([], []), (lines, []), ([], lines)]:

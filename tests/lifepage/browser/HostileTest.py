@@ -21,7 +21,7 @@ TEXTS = [
 
 def hostile(text):
     """A life with that text in every place for one, and with every member that there is."""
-    event = {"at": 1.0, "lane": text, "kind": text, "process": 0, "weight": 2, "text": text, "level": 2,
+    event = {"at": 1.0, "lane": "bus", "kind": text, "process": 0, "weight": 2, "text": text, "level": 2,
              "fields": [[text, text]], "rows": [{"name": text, "symbols": [[text, text]]}], "bytes": "4142", "length": 2,
              "parts": [[0, 1, text, text, text]], "message": 0, "tasks": [0]}
     return life(**{
@@ -30,7 +30,7 @@ def hostile(text):
         "steps": [{"from": 0, "until": 500, "text": text, "held": False, "failure": text}],
         "events": [event, {**event, "at": 2.0, "kind": "request"}, {**event, "at": 3.0, "kind": "reply", "answers": 1},
                    {**event, "at": 4.0, "kind": "memory", "lane": "host"}],
-        "tasks": [{"what": text, "identifiers": [text], "from": 0, "until": 9, "attempts": 1, "state": text, "why": text,
+        "tasks": [{"what": text, "identifiers": [text], "from": 0, "until": 9, "attempts": 1, "state": "done", "why": text,
                    "road": [{"at": 1.0, "text": text, "weight": 3, "event": 0}]}],
         "records": [{"kind": text, "sent": None, "stored": None, "twice": None, "lost": None,
                      "batches": [{"at": 1.0, "from": 1, "records": 2, "event": 0}]}],
@@ -81,7 +81,7 @@ HARM = TEXTS[0]
 OF_OTHER_TYPES = [HARM, None, True, 5, [], {}]
 # Of the right type, and not what can stand there.
 WITHOUT_SENSE = {
-    "clock": ["date", ""], "bytes": ["4", "414", "4G", "41 42", "AB"], "length": [-1], "begin": [1e17, -1e17],
+    "clock": ["date", ""], "lane": ["", "moon"], "state": ["", "constructor"], "bytes": ["4", "414", "4G", "41 42", "AB"], "length": [-1], "begin": [1e17, -1e17],
     "at": [1e17, 1e999], "until": [1e17], "process": [-1, 0.5], "weight": [-1, 4, 0.5], "level": [0, 5], "answers": [-1, 4, 0.5],
     "message": [-1, 4], "event": [-1, 4, 0.5], "attempts": [-1], "stored": [-1], "records": [-1],
 }
@@ -98,7 +98,7 @@ def wrong_values(number, path, value):
     wrong = [wrong[number % len(wrong)], wrong[(number + 1) % len(wrong)]]
     if path[-3:-2] == ("neutral",) and name == 1:
         wrong = [HARM, True, 5, [], {}]
-    if name == "clock" or name == "bytes":
+    if name in {"clock", "bytes", "lane", "state"}:
         wrong.append(HARM)
     if not isinstance(value, (list, dict)):
         wrong += WITHOUT_SENSE.get(name, [])

@@ -60,6 +60,11 @@ class Lasting(FramesTest):
         self.look(life(events=[EVENT], outages=outages), "from=51&until=251")
         self.assertEqual([self.pixel(part, 60) == STRIPE for part in [0.13, 0.48, 0.88]], [True, False, True])
 
+    def test_step_that_failed_at_once_is_seen(self):
+        steps = [{**STEP, "from": 0, "until": 500}, {**STEP, "from": 500, "until": 500, "held": False}]
+        self.look(life(events=[EVENT], steps=steps), "")
+        self.assertEqual(self.red(10), 1)
+
     def test_step_that_failed_is_seen_among_thousands(self):
         failed = [505, 1001, 1504, 2002, 2801, 3003, 3501]  # of three and a half steps at a pixel
         steps = [{**STEP, "from": at / 4, "until": at / 4 + 0.25, "held": at not in failed} for at in range(4000)]

@@ -41,6 +41,26 @@ class Run(PageTest):
             self.assertEqual([row.text for row in self.all("[aria-label='First connections'] tbody tr")],
                              ["14:13:20.000 5 ms 1 looks for it", "14:13:20.006 1 ms 1 looks for it"])
 
+    def test_lengths_are_rounded_before_their_unit_is_chosen(self):
+        outage = {"from": 0, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
+        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+        lengths = [(0.5, "0.5 ms"), (999.4, "999 ms"), (999.7, "1.00 s"), (9994, "9.99 s"), (9996, "10.0 s"), (59940, "59.9 s"),
+                   (59970, "1 min 0 s"), (144600, "2 min 24 s"), (7199999, "1 h 59 min")]
+        with page_with(life(events=[event], length=8e6, outages=[{**outage, "until": length} for length, _ in lengths])) as path:
+            self.open(path, "view=outages")
+            self.assertEqual([row.text for row in self.all("[aria-label='Outages'] tbody tr")],
+                             [f"14:13:20.000 {said} 1 gone" for _, said in lengths])
+
+    def test_life_around_midnight_tells_its_days(self):
+        outage = {"from": 0, "until": 1, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
+        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+        # 23:59:59.500 on 21 September 2026, and a second more.
+        told = life(begin=1790035199500, length=1000, events=[event], outages=[outage, {**outage, "from": 600, "until": 601}])
+        with page_with(told) as path:
+            self.open(path, "view=outages")
+            self.assertEqual([row.text for row in self.all("[aria-label='Outages'] tbody tr")],
+                             ["09-21 23:59:59.500 1 ms 1 gone", "09-22 00:00:00.100 1 ms 1 gone"])
+
     def test_outage_that_ended_with_its_host_says_so(self):
         stopped = {"from": 0, "until": 5, "over": False, "first": False, "host-stopped": True, "cause": "gone", "attempts": 1, "event": 0}
         event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
