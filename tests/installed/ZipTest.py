@@ -133,6 +133,16 @@ class ZipTest(unittest.TestCase):
         played = self.start("labrunner.exe", *words)
         self.assertEqual(0, played.returncode, played.stdout + played.stderr)
 
+    def test_page_of_a_life_has_the_lines_that_every_system_tells(self):
+        """What is compared of two lives; that of Linux has them, too (tests/lifepage/browser/CompareTest.py)."""
+        played = self.start("labrunner.exe", "--quiet", "--programs=.", "--library=OvAgentConnector.dll", "--host-option=--port-layer",
+                            "--report=life.html", "scenarios/6-records.scenario")
+        self.assertEqual(0, played.returncode, played.stdout + played.stderr)
+        page = (self.folder / "life.html").read_text(encoding="ascii")
+        told, = json.loads(re.search(r'<script type="application/json" id="lives">(.*?)</script>', page, re.S)[1])["lives"]
+        transcript = SOURCE / "tests" / "e2e" / "transcripts" / "6-records.txt"
+        self.assertEqual([line for line, _ in told["neutral"]], transcript.read_text(encoding="utf-8").splitlines())
+
 
 class Talker:
     """A program of the lab: commands go in, events come out."""
