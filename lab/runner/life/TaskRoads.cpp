@@ -1,8 +1,10 @@
 #include "lab/runner/life/TaskRoads.h"
 
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/algorithm/string/case_conv.hpp>
@@ -28,6 +30,11 @@ std::string Wanted(const std::string& message) {
         {"RequestConfiguration", "tell the configuration"}};
     const auto found = kTasks.find(message);
     return found == kTasks.end() ? "" : found->second;
+}
+
+/// What is to be done by a typed line: its first word.
+std::string CommandOf(const std::string& line) {
+    return line.substr(0, line.find_first_of(" \t\r"));
 }
 
 /// Of a word `key=value` in a typed line the value; empty: there is none.
@@ -69,10 +76,14 @@ class CTaskTeller {
     void Tell() {
         for (at_ = 0; at_ < life_.events.size(); ++at_) {
             Event& event = life_.events[at_];
-            if (event.kind == "answer" && !Value(event, "ids").empty()) {
+            if (event.kind == "command" && event.lane == LifePage::Lane::kBus) {
+                typed_[CommandOf(event.text)].push_back(event.text);
+            } else if (event.kind == "answer" && event.lane == LifePage::Lane::kBus) {
+                answered_ = TakeTyped(event);
                 identifiers_ = Split(Value(event, "ids"), ',');
-            } else if (event.kind == "command" && event.lane == LifePage::Lane::kBus) {
-                typed_ = event.text;
+            } else if (event.kind == "error" && event.lane == LifePage::Lane::kHost) {
+                TakeTyped(event);
+                Take(event);
             } else if (event.kind == "publish" && Value(event, "by") == "host") {
                 Give(event);
             } else if (event.kind == "end" && event.lane == LifePage::Lane::kHost) {
@@ -84,11 +95,23 @@ class CTaskTeller {
     }
 
   private:
+    /// The host carries out what was typed one line after the other, and says of each the command
+    /// only. Of one that cannot be split into words it says all, which begins with the command.
+    std::string TakeTyped(const Event& event) {
+        std::deque<std::string>& lines = typed_[CommandOf(Value(event, "command"))];
+        if (lines.empty()) {
+            return "";
+        }
+        std::string line = std::move(lines.front());
+        lines.pop_front();
+        return line;
+    }
+
     void Give(Event& event) {
         const std::string what = Wanted(Value(event, "name"));
         if (!what.empty()) {
             Task task;
-            task.what = what + Subject(typed_);
+            task.what = what + Subject(answered_);
             task.identifiers = identifiers_;
             task.from = event.at;
             if (!identifiers_.empty()) {
@@ -100,6 +123,7 @@ class CTaskTeller {
             ofHost_.push_back(life_.tasks.size() - 1);
             Add(life_.tasks.back(), "given to the host", StationWeight::kOrdinary);
         }
+        answered_.clear();
         identifiers_.clear();
     }
 
@@ -233,7 +257,7 @@ class CTaskTeller {
         }
     }
 
-    /// What the product has not accepted goes with the host.
+    /// What the product has not accepted goes with the host, and so does what was typed.
     void EndHost(Event& event) {
         for (const std::size_t number : ofHost_) {
             Task& task = life_.tasks[number];
@@ -245,13 +269,15 @@ class CTaskTeller {
             }
         }
         ofHost_.clear();
+        typed_.clear();
     }
 
     LifePage::Life& life_;
     std::size_t at_ = 0;
-    std::vector<std::string> identifiers_;  // of the task that is given next
-    std::string typed_;                     // what somebody asked of the host last
-    std::vector<std::size_t> ofHost_;       // the tasks that the host which runs was given
+    std::map<std::string, std::deque<std::string>> typed_;  // by command: lines to be answered
+    std::string answered_;                                  // the line of the task given next
+    std::vector<std::string> identifiers_;                  // of that task
+    std::vector<std::size_t> ofHost_;  // the tasks that the host which runs was given
     std::map<std::string, std::size_t> byIdentifier_;
     std::map<std::size_t, std::size_t> byMessage_;
     std::map<std::size_t, std::string> undone_;  // by task: why what was asked last is not done

@@ -15,6 +15,8 @@ using ::testing::SizeIs;
 using State = LifePage::Task::State;
 using namespace std::string_literals;
 
+const std::string kKill = " host publish name=KillProcessByPid context=4 by=host";
+
 class TaskRoadsTest : public ::testing::Test {
   protected:
     void Tell(const std::vector<std::string>& lines) {
@@ -25,6 +27,14 @@ class TaskRoadsTest : public ::testing::Test {
     }
 
     const LifePage::Task& Task(std::size_t number = 0) const { return life_.tasks.at(number); }
+
+    std::vector<std::string> Names() const {
+        std::vector<std::string> names;
+        for (const LifePage::Task& task : life_.tasks) {
+            names.push_back(task.what);
+        }
+        return names;
+    }
 
     std::vector<std::string> Road() const {
         std::vector<std::string> texts;
@@ -59,6 +69,51 @@ TEST_F(TaskRoadsTest, TaskHasTheNameAndIdentifiersThatWereTyped) {
     EXPECT_THAT(Task().identifiers, ElementsAre("a", "b", "c"));
     EXPECT_EQ(Task().state, State::kGiven);
     EXPECT_THAT(Road(), ElementsAre("given to the host"));
+}
+
+TEST_F(TaskRoadsTest, TasksTypedInARowHaveTheNamesOfTheirOwnCommands) {
+    Tell({"1 host command text=\"kill pid=9826\"", "2 host command text=\"kill pid=9828\"",
+          "3 host command text=\"block sha256=e3b0c44298fc1c14\"", "4 host command text=dump",
+          "5 host answer command=kill ids=a,b,c", "5" + kKill,
+          "6 host answer command=kill ids=d,e,f", "6" + kKill,
+          "7 host answer command=block ids=g,h,i",
+          "7 host publish name=BlockExecutableByHash context=6 by=host"});
+    EXPECT_THAT(Names(),
+                ElementsAre("end process 9826", "end process 9828", "block program e3b0c44298fc"));
+    EXPECT_THAT(Task(1).identifiers, ElementsAre("d", "e", "f"));
+}
+
+TEST_F(TaskRoadsTest, LineThatTheHostRefusesNamesNoTask) {
+    Tell({"1 host command text=\"kill pid=9826 now\"", "2 host command text=\"kill pid=9828\"",
+          "3 host error command=kill text=\"not understood: now\"",
+          "4 host answer command=kill ids=a,b,c", "4" + kKill});
+    EXPECT_THAT(Names(), ElementsAre("end process 9828"));
+}
+
+TEST_F(TaskRoadsTest, LineWithAnOpenQuoteNamesNoTask) {
+    Tell({"1 host command text=\"kill pid=\\\"9826\"", "2 host command text=\"kill pid=9828\"",
+          "3 host error command=\"kill pid=\\\"9826\" text=\"a quote is open\"",
+          "4 host answer command=kill ids=a,b,c", "4" + kKill});
+    EXPECT_THAT(Names(), ElementsAre("end process 9828"));
+}
+
+TEST_F(TaskRoadsTest, LineThatAHostLeftUnansweredNamesNoTaskOfTheNextHost) {
+    Tell({"1 host command text=\"kill pid=9826\"", "2 host end text=\"host 1 ended by signal 9\"",
+          "3 host command text=\"(started) devhost\"", "4 host command text=\"kill pid=9828\"",
+          "5 host answer command=kill ids=a,b,c", "5" + kKill});
+    EXPECT_THAT(Names(), ElementsAre("end process 9828"));
+}
+
+TEST_F(TaskRoadsTest, TaskThatNobodyTypedHasNotTheSubjectOfTheOneBefore) {
+    Tell(Given({"4 host publish name=ApplyPolicy context=5 by=host"}));
+    EXPECT_THAT(Names(), ElementsAre("end process 4711", "apply a policy"));
+    EXPECT_THAT(Task(1).identifiers, IsEmpty());
+}
+
+TEST_F(TaskRoadsTest, WhatTheProductIsToldToDoNamesNoTask) {
+    Tell({"1 host command text=\"kill pid=9826\"", "2 product command text=\"kill pid=9828\"",
+          "3 product answer command=kill", "4 host answer command=kill ids=a,b,c", "4" + kKill});
+    EXPECT_THAT(Names(), ElementsAre("end process 9826"));
 }
 
 TEST_F(TaskRoadsTest, WhatTheModuleAsksOfItselfIsNoTask) {
