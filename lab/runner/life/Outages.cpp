@@ -34,8 +34,10 @@ class COutageTeller {
   private:
     void Take(const Event& event) {
         if (IsLog(event, "Connecting to product")) {
-            Open(event, "the connector looks for the product");
-            life_.outages.back().first = true;
+            // A module that stops and starts anew in an outage goes on with it.
+            if (Open(event, "the connector looks for the product")) {
+                life_.outages.back().first = true;
+            }
         } else if (IsLog(event, "Ping failed")) {
             Open(event, event.text);
         } else if (IsLog(event, "Reconnecting to product")) {
@@ -54,21 +56,17 @@ class COutageTeller {
         }
     }
 
-    /// Does nothing in an outage that is not over. A request that failed began it, if one did.
-    void Open(const Event& event, const std::string& cause) {
-        if (!open_) {
-            const bool failed = cause == failure_ && failedAt_;
-            const std::size_t begin = failed ? *failedAt_ : at_;
-            life_.outages.push_back({failed ? life_.events[begin].at : event.at,
-                                     {},
-                                     false,
-                                     false,
-                                     false,
-                                     cause,
-                                     0,
-                                     begin});
-            open_ = true;
+    /// False: an outage is not over, and goes on. A request that failed began it, if one did.
+    bool Open(const Event& event, const std::string& cause) {
+        if (open_) {
+            return false;
         }
+        const bool failed = cause == failure_ && failedAt_;
+        const std::size_t begin = failed ? *failedAt_ : at_;
+        life_.outages.push_back(
+            {failed ? life_.events[begin].at : event.at, {}, false, false, false, cause, 0, begin});
+        open_ = true;
+        return true;
     }
 
     void Close(LifePage::Moment until, bool over) {

@@ -50,6 +50,27 @@ TEST(OutagesTest, BeginsWithTheRequestThatFailed) {
     EXPECT_EQ(outages[0].event, 1U);
 }
 
+TEST(OutagesTest, ModuleThatStartsAnewWithinAnOutageDoesNotMakeItTheFirst) {
+    const auto outages =
+        Outages({"4" + kConnected, "6 host log level=4 text=\"Refused\"",
+                 "10006 host log level=2 text=\"Reconnecting to product\"",
+                 "10008 host log level=2 text=\"Connecting to product\"", "10009" + kConnected});
+    ASSERT_THAT(outages, SizeIs(1));
+    EXPECT_FALSE(outages[0].first);
+    EXPECT_EQ(outages[0].cause, "Refused");
+    EXPECT_EQ(outages[0].from, std::chrono::milliseconds(6));
+    EXPECT_EQ(outages[0].until, std::chrono::milliseconds(10009));
+}
+
+TEST(OutagesTest, ModuleThatStartsAnewBeforeAnyConnectionStillLooksAtFirst) {
+    const auto outages =
+        Outages({"5 host log level=2 text=\"Connecting to product\"",
+                 "7 host log level=2 text=\"Connecting to product\"", "9" + kConnected});
+    ASSERT_THAT(outages, SizeIs(1));
+    EXPECT_TRUE(outages[0].first);
+    EXPECT_EQ(outages[0].from, std::chrono::milliseconds(5));
+}
+
 TEST(OutagesTest, EndsWithItsHostAndIsNotOver) {
     const auto outages =
         Outages({"5 host log level=2 text=\"Connecting to product\"",
