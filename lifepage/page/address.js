@@ -1,6 +1,9 @@
 // The state of the page in its address, behind the "#", so that a link shows the same.
 
-const NUMBERS = ["life", "weight", "task", "event", "from", "until"];
+import { WEIGHTS } from "./words.js";
+
+const NUMBERS = ["life", "weight", "task", "event"];
+const MOMENTS = ["from", "until"];
 const LISTS = ["hidden"];
 const PLACES = ["life", "view", "task", "event"]; // whoever goes from one to another can go back
 
@@ -30,15 +33,17 @@ export function toAddress(state, plain) {
     return words.toString();
 }
 
-/** Only what has the form that it must have: an address may come from anybody. */
-export function fromAddress(address, plain) {
+/** Only what has the form that it must have, and what there is: an address may come from anybody. */
+export function fromAddress(address, plain, lives) {
     const state = { ...plain };
     for (const [key, value] of new URLSearchParams(address)) {
-        if (!(key in plain)) {
+        if (!Object.hasOwn(plain, key)) {
             continue;
         }
         if (NUMBERS.includes(key)) {
-            state[key] = Number.isFinite(Number(value)) ? Number(value) : plain[key];
+            state[key] = /^\d+$/.test(value) ? Number(value) : plain[key];
+        } else if (MOMENTS.includes(key)) {
+            state[key] = /^\d+(\.\d+)?$/.test(value) ? Number(value) : plain[key];
         } else if (LISTS.includes(key)) {
             state[key] = value.split(",").filter((word) => /^[a-z]+$/.test(word));
         } else if (typeof plain[key] === "boolean") {
@@ -47,14 +52,25 @@ export function fromAddress(address, plain) {
             state[key] = value;
         }
     }
-    return state;
+    return { ...state, ...whatIsNot(state, plain, lives) };
+}
+
+/** What is shown instead of that which the lives do not have. */
+function whatIsNot(state, plain, lives) {
+    const life = lives[state.life] ?? lives[plain.life];
+    const ends = { life: lives.length, weight: WEIGHTS.length, task: life.tasks.length, event: life.events.length };
+    const keys = NUMBERS.filter((key) => state[key] >= ends[key]);
+    if (state.from < 0 || state.from >= state.until) {
+        keys.push(...MOMENTS);
+    }
+    return Object.fromEntries(keys.map((key) => [key, plain[key]]));
 }
 
 /**
  * Keeps both the same. The way back leads through the places where somebody was, and not through every letter that was typed,
  * through every piece of time that was shown or through all that a held key went past.
  */
-export function bindAddress(store, plain) {
+export function bindAddress(store, plain, lives) {
     let here = store.state;
     let held = false; // a key
     addEventListener("keydown", (key) => { held = key.repeat; }, true);
@@ -69,7 +85,7 @@ export function bindAddress(store, plain) {
         }
     });
     addEventListener("hashchange", () => {
-        const state = fromAddress(location.hash.slice(1), plain);
+        const state = fromAddress(location.hash.slice(1), plain, lives);
         here = state;
         store.change(state);
     });

@@ -22,7 +22,7 @@ const at = (id) => document.getElementById(id);
 
 function start(lives) {
     const plain = { ...PLAIN, life: lives.length - 1 };
-    const store = new Store(fromAddress(location.hash.slice(1), plain));
+    const store = new Store(fromAddress(location.hash.slice(1), plain, lives));
     const lifeOf = (state) => lives[state.life] ?? lives[plain.life];
     let seen = new Uint8Array(0);
     let charts = [];
@@ -94,7 +94,7 @@ function start(lives) {
         const event = lifeOf(state).events[state.event];
         at("said").textContent = event === undefined ? "" : `${lifeOf(state).time(event.at)} ${short(event.text)}`;
     });
-    bindAddress(store, plain);
+    bindAddress(store, plain, lives);
     onScheme(() => {
         tabs.forget("charts");
         tabs.show(store.state.view);

@@ -169,6 +169,29 @@ class Run(PageTest):
         self.assertEqual(self.text("h1"), lives_of(written("run"))[-1]["title"])
         self.assertEqual(self.complaints(), [])
 
+    def test_address_chooses_nothing_that_there_is_not(self):
+        told = lives_of(written("run"))[-1]
+        events, tasks = len(told["events"]), len(told["tasks"])
+        for address in ["event=1.5", f"event={events}", "event=", "event=-2", "event=0x1", "weight=9", "weight=0.5", f"task={tasks}", "task=0.5",
+                        "life=2", "from=5", "from=5&until=5", "from=-1&until=5", "until=1e3", "toString=1", "__proto__=1"]:
+            with self.subTest(address=address):
+                self.open(written("run"), f"view=events&{address}")
+                self.until(lambda: self.address() == "view=events")
+                self.assertEqual(self.text(".said"), f"{events} events")
+                self.assertEqual(self.text("#details"), "Choose an event on the time line or in a table to see all of it.")
+                self.assertEqual(self.run_script("return [document.querySelector('#weight').value, document.querySelector('#task').value]"),
+                                 ["0", "-1"])
+                self.assertEqual(self.complaints(), [])
+
+    def test_address_chooses_the_last_of_everything(self):
+        told = lives_of(written("run"))[-1]
+        address = f"weight=3&task={len(told['tasks']) - 1}&event={len(told['events']) - 1}&from=0.5&until=20.25"
+        self.open(written("run"), address)
+        self.assertEqual(self.text("#details h2"), told["events"][-1]["text"])
+        self.assertEqual(self.run_script("return [document.querySelector('#weight').value, document.querySelector('#task').value]"),
+                         ["3", str(len(told["tasks"]) - 1)])
+        self.assertEqual(self.address(), address)
+
     def test_filter_by_task_leaves_what_belongs_to_it(self):
         told = lives_of(written("run"))[-1]
         self.open(written("run"), "view=events&task=0")
