@@ -6,6 +6,8 @@ const NUMBERS = ["life", "weight", "task", "event"];
 const MOMENTS = ["from", "until"];
 const LISTS = ["hidden"];
 const PLACES = ["life", "view", "task", "event"]; // whoever goes from one to another can go back
+const PAUSE = 300; // milliseconds between two writings: browsers allow a hundred in half a minute
+const LONG_PAUSE = 5000; // after one that was refused
 
 /** What is shown when the address says nothing. */
 export const PLAIN = Object.freeze({
@@ -73,20 +75,93 @@ function whatIsNot(state, plain, lives) {
 export function bindAddress(store, plain, lives) {
     let here = store.state;
     let held = false; // a key
+    const writer = new Writer(plain);
     addEventListener("keydown", (key) => { held = key.repeat; }, true);
     addEventListener("keyup", () => { held = false; }, true);
     store.watch(Object.keys(plain), (state) => {
         const gone = !held && state.text === here.text && PLACES.some((key) => state[key] !== here[key]);
         here = state;
-        const address = toAddress(state, plain);
-        if (address !== location.hash.slice(1)) {
-            const url = address === "" ? location.pathname + location.search : "#" + address;
-            history[gone ? "pushState" : "replaceState"](null, "", url);
+        if (gone) {
+            writer.add(state);
+        } else {
+            writer.replace(state);
         }
     });
     addEventListener("hashchange", () => {
         const state = fromAddress(location.hash.slice(1), plain, lives);
         here = state;
         store.change(state);
+        writer.replace(state); // it may be written differently
     });
+    addEventListener("popstate", () => writer.forget());
+    addEventListener("pagehide", () => writer.finish());
+}
+
+/** Writes the address: entries of their own at once, and of all other states the last one behind a pause. */
+class Writer {
+    #plain;
+    #waiting = null; // a state
+    #pause = 0; // 0: there is none
+
+    constructor(plain) {
+        this.#plain = plain;
+    }
+
+    /** What waits belongs to the entry that is left. */
+    add(state) {
+        this.finish();
+        if (this.#write("pushState", state)) {
+            this.#waiting = null;
+        } else {
+            this.#waiting = state;
+            this.#rest(LONG_PAUSE);
+        }
+    }
+
+    replace(state) {
+        this.#waiting = state;
+        if (this.#pause === 0 && !this.#isWritten(state)) {
+            this.#rest(this.finish() ? PAUSE : LONG_PAUSE);
+        }
+    }
+
+    /** What waits belongs to an entry that was left already. */
+    forget() {
+        this.#waiting = null;
+    }
+
+    /** Writes what waits. Whether nothing waits any more. */
+    finish() {
+        if (this.#waiting !== null && this.#write("replaceState", this.#waiting)) {
+            this.#waiting = null;
+        }
+        return this.#waiting === null;
+    }
+
+    #rest(pause) {
+        clearTimeout(this.#pause);
+        this.#pause = setTimeout(() => {
+            this.#pause = 0;
+            if (this.#waiting !== null) {
+                this.replace(this.#waiting);
+            }
+        }, pause);
+    }
+
+    #isWritten(state) {
+        return location.hash.slice(1) === toAddress(state, this.#plain);
+    }
+
+    /** Whether it stands there then: a browser to which it is too often throws, or does nothing. */
+    #write(how, state) {
+        const address = toAddress(state, this.#plain);
+        if (!this.#isWritten(state)) {
+            try {
+                history[how](null, "", address === "" ? location.pathname + location.search : "#" + address);
+            } catch {
+                return false;
+            }
+        }
+        return this.#isWritten(state);
+    }
 }
