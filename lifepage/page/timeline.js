@@ -16,6 +16,7 @@ import { leaveToThePage } from "./swipe.js";
 import { count, short } from "./words.js";
 
 const CLOSEST = 1; // milliseconds that fill the picture when it is closest
+const STILL = 4; // pixels that a mouse may move between down and up of a click
 
 export class TimeLine {
     #store;
@@ -32,7 +33,7 @@ export class TimeLine {
         this.seen = seen; // () => a byte an event
         this.#build(root);
         this.#zoom = zoom().filter(() => !d3event.button && (d3event.type !== "wheel" || d3event.ctrlKey || d3event.metaKey))
-            .on("zoom", () => this.#zoomed())
+            .clickDistance(STILL).on("zoom", () => this.#zoomed())
             .on("end", () => this.#tellStore());
         select(this.canvas).call(this.#zoom).on("dblclick.zoom", null).style("touch-action", "pan-y");
         leaveToThePage(this.frame);

@@ -1,4 +1,6 @@
 """The page of a real run: what it shows, what a click does, and that a link shows the same."""
+from selenium.webdriver.common.action_chains import ActionChains
+
 from Page import PageTest, life, lives_of, main, page_with, written
 
 KEYS = "const box = document.querySelector('.frame canvas').getBoundingClientRect();"
@@ -243,6 +245,30 @@ class Waits(PageTest):
 
 
 class Pointing(PageTest):
+    # In the middle of its lane, the lowest one, and of the picture.
+    EVENT = {"at": 500, "lane": "area", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+
+    def mouse(self, x, y):
+        """One that goes there, from the left upper corner of the picture."""
+        canvas = self.one(".frame canvas")
+        width, height = canvas.size["width"], canvas.size["height"]
+        return ActionChains(self.browser, duration=20).move_to_element_with_offset(canvas, x - width // 2, y - height // 2)
+
+    def test_mouse_that_moves_a_little_chooses(self):
+        with page_with(life(events=[self.EVENT])) as path:
+            self.open(path, "folded=false")
+            middle = self.one(".frame canvas").size["width"] // 2
+            self.mouse(middle, 257).click_and_hold().move_by_offset(1, 0).move_by_offset(2, 1).release().perform()
+            self.until(lambda: self.address() == "event=0&folded=false")
+
+    def test_mouse_that_drags_moves_and_chooses_nothing(self):
+        with page_with(life(events=[self.EVENT])) as path:
+            self.open(path, "from=400&until=600&folded=false")
+            middle = self.one(".frame canvas").size["width"] // 2
+            self.mouse(middle, 257).click_and_hold().move_by_offset(3, 0).move_by_offset(3, 0).release().perform()
+            self.until(lambda: "from=400&" not in self.address())
+            self.assertNotIn("event=", self.address())
+
     def test_step_tells_all_of_its_text(self):
         text = "The product has records to give, and gives them in three replies: " * 4
         with page_with(life(steps=[{"from": 0, "until": 1000, "text": text.strip(), "held": True, "failure": ""}])) as path:
