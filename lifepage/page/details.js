@@ -16,9 +16,27 @@ export class Details {
         this.#root = root;
         this.#store = store;
         this.seen = seen;
+        root.tabIndex = -1;
     }
 
+    /** Whoever goes through it with the keys goes on from where they were. */
     show(life, at) {
+        const focused = document.activeElement;
+        const inside = this.#root.contains(focused);
+        const byKey = inside && focused.matches(":focus-visible");
+        this.#draw(life, at);
+        if (inside) {
+            this.#focus(focused.dataset.way, byKey);
+        }
+    }
+
+    /** The way of that name, or the panel, where there is none. What a mouse leads to begins with its head. */
+    #focus(name, byKey) {
+        const way = [...this.#root.querySelectorAll("[data-way]:not(:disabled)")].find((one) => one.dataset.way === name);
+        (way ?? this.#root).focus({ preventScroll: !byKey || way === undefined });
+    }
+
+    #draw(life, at) {
         const event = life.events[at];
         this.#root.classList.toggle("chosen", event !== undefined);
         if (event === undefined) {
@@ -37,13 +55,15 @@ export class Details {
         this.#root.scrollTop = 0;
     }
 
-    #go(at, text, title) {
-        return element("button", { type: "button", class: "link", title, onclick: () => this.#store.change({ event: at }) }, short(text));
+    #go(at, text, way) {
+        return element("button", {
+            type: "button", class: "link", "data-way": way, onclick: () => this.#store.change({ event: at }),
+        }, short(text));
     }
 
     #head(life, at, event) {
         const move = (by, text, title) => element("button", {
-            type: "button", title, "aria-label": title, disabled: by < 0 ? at === 0 : at === life.events.length - 1,
+            type: "button", title, "aria-label": title, "data-way": title, disabled: by < 0 ? at === 0 : at === life.events.length - 1,
             onclick: () => {
                 const to = nextSeen(this.seen(), at, by);
                 if (to >= 0) {
@@ -72,16 +92,17 @@ export class Details {
         }
         if (life.reply[at] >= 0) {
             const reply = life.reply[at];
-            facts.push(["reply", this.#go(reply, `after ${span(life.events[reply].at - event.at)}: ${short(life.events[reply].text)}`)]);
+            const after = `after ${span(life.events[reply].at - event.at)}`;
+            facts.push(["reply", this.#go(reply, `${after}: ${short(life.events[reply].text)}`, "exchange")]); // named as the way back
         } else if (event.kind === "request") {
             facts.push(["reply", "none came"]);
         }
         if (event.answers !== undefined) {
-            facts.push(["answers", this.#go(event.answers, life.events[event.answers].text)]);
+            facts.push(["answers", this.#go(event.answers, life.events[event.answers].text, "exchange")]);
         }
         for (const task of event.tasks ?? []) {
             facts.push(["task", element("button", {
-                type: "button", class: "link", onclick: () => this.#store.change({ task, view: "tasks" }),
+                type: "button", class: "link", "data-way": `task ${task}`, onclick: () => this.#store.change({ task, view: "tasks" }),
             }, `${task + 1}  ${short(life.tasks[task].what)}`)]);
         }
         facts.push(...(event.fields ?? []).filter(([key]) => key !== "text" || event.level === undefined)
@@ -102,7 +123,8 @@ export class Details {
             element("h3", {}, "On the same message"),
             element("ol", { class: "message" }, shown.map((other) => element("li", { class: other === at ? "here" : null },
                 element("span", { class: "time" }, `${other < at ? "\u2212" : "+"}${life.span(Math.abs(life.at[other] - event.at))}`),
-                other === at ? element("strong", {}, "this one") : this.#go(other, short(life.events[other].text, 120))))),
+                other === at ? element("strong", { tabindex: -1, "data-way": `event ${at}` }, "this one")
+                    : this.#go(other, short(life.events[other].text, 120), `event ${other}`)))),
             shown.length < others.length
                 ? element("p", { class: "soft" }, `and ${others.length - shown.length} more`) : null);
     }

@@ -1,4 +1,5 @@
 """Everything can be done with the keys alone."""
+from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.keys import Keys
 
 from Page import PageTest, lives_of, main, written
@@ -13,6 +14,9 @@ class Keyboard(PageTest):
                 return
             self.press(Keys.TAB)
         self.fail(f"{selector} cannot be reached")
+
+    def press_with_shift(self, key):
+        ActionChains(self.browser).key_down(Keys.SHIFT).send_keys(key).key_up(Keys.SHIFT).perform()
 
     def test_first_key_leads_to_the_way_to_the_tables(self):
         self.open(written("run"))
@@ -89,6 +93,52 @@ class Keyboard(PageTest):
         self.assertTrue(self.one(f"#event-{last}").is_displayed())
         self.press(Keys.HOME)
         self.assertIn("event=0", self.address())
+
+    def test_steps_in_the_panel_leave_the_focus_where_it_is(self):
+        self.open(written("run"), "view=charts&event=2")
+        for title, events in [("The event behind", [3, 4]), ("The event before", [3, 2, 1, 0])]:
+            self.reach(f"[title='{title}']")
+            for event in events:
+                self.press(Keys.ENTER)
+                self.assertEqual(self.address(), f"view=charts&event={event}")
+                name = title if event > 0 else "The chosen event"  # as there is none before the first one
+                self.assertEqual(self.focused().get_attribute("aria-label"), name)
+
+    def test_panel_that_is_closed_has_the_focus(self):
+        self.open(written("run"), "view=events&event=2")
+        self.reach("[title='Close']")
+        self.press(Keys.ENTER)
+        self.assertEqual(self.address(), "view=events")
+        self.assertEqual(self.focused().get_attribute("id"), "details")
+        self.press_with_shift(Keys.TAB)
+        self.assertEqual(self.focused().get_attribute("class"), "list")
+
+    def test_link_of_a_message_leads_to_its_place_in_it(self):
+        given = lives_of(written("run"))[-1]["tasks"][0]["road"][0]["event"]
+        self.open(written("run"), f"view=events&event={given}")
+        here = self.run_script("return [...document.querySelectorAll('.message li')].findIndex((one) => one.className === 'here') + 1")
+        self.reach(f".message li:nth-child({here + 2}) button")
+        text = self.focused().text
+        self.press(Keys.ENTER)
+        self.assertNotIn(f"event={given}&", self.address() + "&")
+        self.assertEqual(self.focused(), self.one(".message .here strong"))
+        self.assertTrue(self.run_script("const one = document.activeElement.getBoundingClientRect(); const panel = document.querySelector("
+                                        "'#details').getBoundingClientRect(); return one.top >= panel.top && one.bottom <= panel.bottom"))
+        self.assertIn(text.rstrip("\u2026"), self.text("#details h2"))
+        self.press_with_shift(Keys.TAB)
+        self.assertEqual(self.focused(), self.one(f".message li:nth-child({here + 1}) button"))
+
+    def test_request_and_reply_lead_to_each_other(self):
+        events = lives_of(written("run"))[-1]["events"]
+        reply = next(at for at, event in enumerate(events) if "answers" in event)
+        request = events[reply]["answers"]
+        self.open(written("run"), f"view=events&event={request}")
+        self.reach("#details dd button")
+        self.press(Keys.ENTER)
+        self.assertEqual(self.address(), f"view=events&event={reply}")
+        self.press(Keys.ENTER)
+        self.assertEqual(self.address(), f"view=events&event={request}")
+        self.assertTrue(self.focused().text.startswith("after "))
 
     def test_task_and_its_road_are_chosen(self):
         self.open(written("run"))
