@@ -4,25 +4,43 @@ import { element } from "./dom.js";
 import { firstConnectionsOf, handedOf, outagesOf } from "./life.js";
 import { count, short, stateOf } from "./words.js";
 
-export function drawHead(root, lives, life, store) {
-    const failed = life.steps.filter((step) => !step.held).length;
-    const verdict = life.steps.length === 0 ? null
-        : element("span", { class: failed === 0 ? "state good" : "state bad" },
-            failed === 0 ? `all ${count(life.steps.length, "step")} as expected` : `${count(failed, "step")} of ${life.steps.length} failed`);
-    root.replaceChildren(
-        element("div", { class: "title" }, element("h1", {}, life.title), verdict),
-        element("p", { class: "soft" }, life.times()),
-        lives.length < 2 ? "" : chooser(lives, life, store),
-        element("p", { class: "story" }, storyOf(life)),
-        element("details", { class: "soft" }, element("summary", {}, "how it was watched"), element("p", {}, life.toldBy)));
-    document.title = `${life.title} \u2013 the life of a connector`;
+export class Head {
+    #lives;
+
+    constructor(root, lives, store) {
+        this.#lives = lives;
+        this.title = element("div", { class: "title" });
+        this.times = element("p", { class: "soft" });
+        // It stays: whoever chooses with the keys is in it.
+        this.chosen = element("select", { id: "life", onchange: () => choose(store, Number(this.chosen.value)) },
+            lives.map((one, at) => element("option", { value: at }, `${at + 1}  ${short(one.title, 100)}`)));
+        this.story = element("p", { class: "story" });
+        this.watched = element("p", {});
+        root.replaceChildren(this.title, this.times,
+            lives.length < 2 ? "" : element("label", { class: "field", for: "life" }, "Life ", this.chosen),
+            this.story,
+            element("details", { class: "soft" }, element("summary", {}, "how it was watched"), this.watched));
+    }
+
+    show(life) {
+        this.title.replaceChildren(element("h1", {}, life.title), verdictOf(life));
+        this.times.textContent = life.times();
+        this.chosen.value = String(this.#lives.indexOf(life));
+        this.story.textContent = storyOf(life);
+        this.watched.textContent = life.toldBy;
+        document.title = `${life.title} \u2013 the life of a connector`;
+    }
 }
 
-function chooser(lives, life, store) {
-    const list = element("select", {
-        id: "life", onchange: () => store.change({ life: Number(list.value), event: -1, task: -1, kind: "", from: -1, until: -1 }),
-    }, lives.map((one, at) => element("option", { value: at, selected: one === life }, `${at + 1}  ${short(one.title, 100)}`)));
-    return element("label", { class: "field", for: "life" }, "Life ", list);
+function choose(store, life) {
+    store.change({ life, event: -1, task: -1, kind: "", from: -1, until: -1 });
+}
+
+function verdictOf(life) {
+    const failed = life.steps.filter((step) => !step.held).length;
+    return life.steps.length === 0 ? ""
+        : element("span", { class: failed === 0 ? "state good" : "state bad" },
+            failed === 0 ? `all ${count(life.steps.length, "step")} as expected` : `${count(failed, "step")} of ${life.steps.length} failed`);
 }
 
 /** The whole life in a few sentences. */

@@ -5,7 +5,7 @@ import { drawCharts } from "./charts.js";
 import { Compare } from "./compare.js";
 import { Details } from "./details.js";
 import { element } from "./dom.js";
-import { drawHead } from "./head.js";
+import { Head } from "./head.js";
 import { handedOf, numbersOf, outagesOf, readLives, seenEvents } from "./life.js";
 import { EventList } from "./list.js";
 import { LongTable } from "./longtable.js";
@@ -27,6 +27,7 @@ function start(lives) {
     let seen = new Uint8Array(0);
     let charts = [];
 
+    const head = new Head(at("head"), lives, store);
     const eventPanel = element("div", {});
     const list = new EventList(eventPanel, store);
     const timeLine = new TimeLine(at("time"), store, () => seen);
@@ -66,7 +67,7 @@ function start(lives) {
     };
     store.watch(["life"], (state) => {
         const life = lifeOf(state);
-        drawHead(at("head"), lives, life, store);
+        head.show(life);
         search.setLife(life);
         look(state);
         tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: outagesOf(life).length,

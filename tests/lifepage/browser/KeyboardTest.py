@@ -140,6 +140,15 @@ class Keyboard(PageTest):
         self.assertEqual(self.address(), f"view=events&event={request}")
         self.assertTrue(self.focused().text.startswith("after "))
 
+    def test_lives_are_walked(self):
+        self.open(written("run"))
+        self.reach("#life")
+        for key, address in [(Keys.ARROW_UP, "life=0"), (Keys.ARROW_DOWN, ""), (Keys.ARROW_UP, "life=0")]:
+            self.press(key)
+            self.until(lambda: self.address() == address)
+            self.assertEqual(self.focused().get_attribute("id"), "life")
+            self.assertEqual(self.focused().get_attribute("value"), "1" if address == "" else "0")
+
     def test_task_and_its_road_are_chosen(self):
         self.open(written("run"))
         self.reach("#view-tasks tbody th button")
