@@ -110,8 +110,11 @@ export class EventList {
             return;
         }
         key.preventDefault();
-        const from = this.#placeOf(this.#store.state.event);
-        const to = Math.min(Math.max((from < 0 ? -1 : from) + moves[key.key], 0), this.#numbers.length - 1);
+        const chosen = this.#store.state.event;
+        const from = firstNotBefore(this.#numbers, chosen);
+        const between = this.#numbers[from] !== chosen; // the one before that place and the one there
+        const move = moves[key.key] - (between && moves[key.key] > 0 ? 1 : 0);
+        const to = Math.min(Math.max(from + move, 0), this.#numbers.length - 1);
         this.#store.change({ event: this.#numbers[to] });
     }
 

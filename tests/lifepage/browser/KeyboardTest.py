@@ -94,6 +94,18 @@ class Keyboard(PageTest):
         self.press(Keys.HOME)
         self.assertIn("event=0", self.address())
 
+    def test_list_goes_on_from_a_chosen_event_that_is_filtered_out(self):
+        events = lives_of(written("run"))[-1]["events"]
+        replies = [at for at, event in enumerate(events) if event["kind"] == "reply"]
+        before, behind = next(pair for pair in zip(replies[3:], replies[4:]) if pair[1] - pair[0] > 1)
+        for key, to in [(Keys.ARROW_DOWN, behind), (Keys.ARROW_UP, before), (Keys.HOME, replies[0]), (Keys.END, replies[-1])]:
+            with self.subTest(to=to):
+                self.open(written("run"), f"view=events&kind=reply&event={before + 1}")
+                self.until(lambda: self.all("#details [title='The event behind']"))
+                self.reach(".list")
+                self.press(key)
+                self.assertEqual(self.address(), f"view=events&kind=reply&event={to}")
+
     def test_steps_in_the_panel_leave_the_focus_where_it_is(self):
         self.open(written("run"), "view=charts&event=2")
         for title, events in [("The event behind", [3, 4]), ("The event before", [3, 2, 1, 0])]:
