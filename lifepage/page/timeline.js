@@ -4,6 +4,7 @@ import { select, event as d3event } from "d3-selection";
 import { zoom, zoomIdentity } from "d3-zoom";
 import { element } from "./dom.js";
 import { Folds } from "./folds.js";
+import { Hint } from "./hint.js";
 import { HEIGHT, ROWS } from "./lanes.js";
 import { lastingOf } from "./lasting.js";
 import { legend } from "./legend.js";
@@ -59,16 +60,16 @@ export class TimeLine {
                 element("input", { type: "checkbox", onchange: (change) => this.#showLane(row.id, change.target.checked) }),
                 element("span", {}, row.name))));
         this.canvas = element("canvas", { "aria-hidden": "true" });
-        this.hint = element("div", { class: "hint", hidden: true });
+        this.hint = new Hint();
         this.frame = element("div", {
             class: "frame", tabindex: 0, role: "group",
             "aria-label": "Time line. Left and right choose the event before and behind, with shift they move; " +
                 "plus and minus change the scale, zero shows everything.",
             onkeydown: (key) => this.#key(key),
-        }, this.canvas, this.hint);
+        }, this.canvas, this.hint.root);
         this.canvas.addEventListener("click", (click) => this.#choose(click));
         this.canvas.addEventListener("mousemove", (move) => this.#point(move));
-        this.canvas.addEventListener("mouseleave", () => { this.hint.hidden = true; });
+        this.canvas.addEventListener("mouseleave", () => this.hint.hide());
         this.canvas.addEventListener("wheel", (wheel) => this.#wheel(wheel), { passive: false });
         root.replaceChildren(
             element("div", { class: "bar" },
@@ -273,14 +274,9 @@ export class TimeLine {
         const step = stepNear(view, move.offsetX, move.offsetY);
         const at = step >= 0 ? -1 : eventNear(view, move.offsetX, move.offsetY);
         this.canvas.style.cursor = at >= 0 || step >= 0 ? "pointer" : "grab";
-        this.hint.hidden = at < 0 && step < 0;
-        if (!this.hint.hidden) {
-            const event = this.#life.events[at];
-            this.hint.textContent = step >= 0 ? `${step + 1}  ${short(this.#life.steps[step].text, 2000)}`
-                : `${this.#life.time(event.at)}  ${short(event.text, 160)}`;
-            this.hint.style.left = `${Math.min(move.offsetX + 12, Math.max(this.#width - 320, 0))}px`;
-            this.hint.style.top = `${move.offsetY + 14}px`;
-        }
+        const text = step >= 0 ? `${step + 1}  ${short(this.#life.steps[step].text, 2000)}`
+            : at >= 0 ? `${this.#life.time(this.#life.at[at])}  ${short(this.#life.events[at].text, 160)}` : "";
+        this.hint.tell(text, move.offsetX, move.offsetY, this.#width);
     }
 
     /** With the next frame, however often it is asked for. */

@@ -56,6 +56,21 @@ class Narrow(PageTest):
                                     "getComputedStyle(cell, '::before').content.replace('attr(data-name)', cell.dataset.name))")
             self.assertEqual([name.replace('"', "").replace(" : ", ": ") for name in named], ["Lasted: ", "Attempts: ", "Why: "])
 
+    def test_hint_of_a_long_word_stays_in_the_picture(self):
+        self.browser.execute_cdp_cmd("Emulation.setDeviceMetricsOverride", {"width": 330, "height": 700, "deviceScaleFactor": 1, "mobile": False})
+        self.addCleanup(self.browser.execute_cdp_cmd, "Emulation.clearDeviceMetricsOverride", {})
+        with page_with(life(events=[{**EVENT, "at": 500, "text": "word" * 50}])) as path:
+            self.open(path, "folded=false")
+            told, left, right, end = self.run_script(
+                "const frame = document.querySelector('.frame').getBoundingClientRect(); document.querySelector('.frame canvas').dispatchEvent("
+                "new MouseEvent('mousemove', {bubbles: true, clientX: frame.left + frame.width / 2, clientY: frame.top + 89}));"
+                "const hint = document.querySelector('.hint').getBoundingClientRect();"
+                "return [hint.height > 0, hint.left - frame.left, hint.right - frame.left, frame.width]")
+            self.assertTrue(told)
+            self.assertLess(end, 320)
+            self.assertGreaterEqual(left, 0)
+            self.assertLessEqual(right, end)
+
 
 if __name__ == "__main__":
     main()

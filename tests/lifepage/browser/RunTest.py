@@ -3,6 +3,11 @@ from selenium.webdriver.common.action_chains import ActionChains
 
 from Page import PageTest, life, lives_of, main, page_with, written
 
+# Which rims of the time line the hint reaches over.
+OUTSIDE = """
+const hint = document.querySelector('.hint').getBoundingClientRect();
+const frame = document.querySelector('.frame').getBoundingClientRect();
+return ['left', 'top'].filter((rim) => hint[rim] < frame[rim]).concat(['right', 'bottom'].filter((rim) => hint[rim] > frame[rim]));"""
 KEYS = "const box = document.querySelector('.frame canvas').getBoundingClientRect();"
 
 
@@ -268,6 +273,21 @@ class Pointing(PageTest):
             self.mouse(middle, 257).click_and_hold().move_by_offset(3, 0).move_by_offset(3, 0).release().perform()
             self.until(lambda: "from=400&" not in self.address())
             self.assertNotIn("event=", self.address())
+
+    def test_hint_is_never_cut_off(self):
+        lanes = {"host": 59, "bus": 89, "task": 119, "watch": 149, "wire": 177, "product": 227, "area": 257}  # and their middles
+        events = [{**self.EVENT, "at": at, "lane": lane, "text": "a few words, " * 20} for lane in lanes for at in (0, 500, 1000)]
+        with page_with(life(events=sorted(events, key=lambda event: event["at"]))) as path:
+            self.open(path, "folded=false")
+            width = self.one(".frame canvas").size["width"]
+            for lane, y in lanes.items():
+                for x in (12, width // 2, width - 12):
+                    with self.subTest(lane=lane, x=x):
+                        self.mouse(x, y).perform()
+                        self.assertTrue(self.one(".hint").is_displayed())
+                        self.assertEqual(self.run_script(OUTSIDE), [])
+                        self.mouse(200, y).perform()
+                        self.assertFalse(self.one(".hint").is_displayed())
 
     def test_step_tells_all_of_its_text(self):
         text = "The product has records to give, and gives them in three replies: " * 4
