@@ -69,6 +69,7 @@ function start(lives) {
         const life = lifeOf(state);
         head.show(life);
         search.setLife(life);
+        search.follow(state);
         look(state);
         tabs.reset({ tasks: life.tasks.length, steps: life.steps.length, outages: outagesOf(life).length,
             records: life.records.reduce((sum, kind) => sum + handedOf(kind.batches), 0) });

@@ -47,6 +47,13 @@ class Search(PageTest):
             self.open(path, "view=events&text=nowhere")
             self.assertEqual(self.text("#view-events"), "0 events of 9\nNo event is as the search and the filter want it.")
 
+    def test_filter_is_told_when_the_address_shows_another_life_with_it(self):
+        with page_with(LIFE, {**LIFE, "title": "Other"}) as path:
+            self.open(path, "life=0&kind=log&task=0")
+            self.run_script("location.hash = 'life=1&kind=log&task=0'")
+            self.until(lambda: self.text("h1") == "Other")
+            self.assertEqual(self.run_script("return ['kind', 'task'].map((id) => document.getElementById(id).value)"), ["log", "0"])
+
 
 if __name__ == "__main__":
     main()
