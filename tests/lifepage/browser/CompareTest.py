@@ -23,7 +23,7 @@ class Compare(PageTest):
         self.assertIn("Choose two lives", self.text("#view-compare"))
         self.one("#other").send_keys(str(written("run")))
         self.until(lambda: self.all("#view-compare .first"))
-        self.assertRegex(self.said(), r"^\d+ differences?; the first one is at line [\d,]+, and marked\.$")
+        self.assertRegex(self.said(), r"^\d+ differences?; the first one is at line [\d,]+( of the other one)?, and marked\.$")
 
     def test_first_difference_is_marked_and_leads_to_its_event(self):
         told = lives_of(written("run"))[0]
