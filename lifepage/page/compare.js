@@ -16,13 +16,17 @@ export class Compare {
     #left;
     #right;
 
-    /** `shown`: that of the lives which the page shows. */
-    constructor(root, lives, shown, store) {
-        this.#lives = lives.map((life, at) => ({ name: `${at + 1}  ${life.title}`, life }));
+    /** `shown`: that of the lives which the page shows. `before`: the comparison of the one before it, whose files stay open. */
+    constructor(root, lives, shown, store, before = null) {
+        const opened = before === null ? [] : before.#lives.slice(lives.length);
+        this.#lives = [...lives.map((life, at) => ({ name: `${at + 1}  ${life.title}`, life })), ...opened];
         this.#store = store;
         this.own = lives;
         this.#left = Math.max(lives.indexOf(shown), 0);
         this.#right = this.#left > 0 ? 0 : Math.min(1, lives.length - 1);
+        if (before !== null && before.#right >= lives.length) {
+            this.#right = before.#right;
+        }
         this.problem = element("p", { class: "bad", role: "alert" });
         this.result = element("div", {});
         this.root = root;

@@ -48,7 +48,7 @@ function start(lives) {
         charts = drawCharts(panel, lifeOf(store.state));
     };
     let compare = null;
-    const drawCompare = (panel) => { compare = new Compare(panel, lives, lifeOf(store.state), store); };
+    const drawCompare = (panel) => { compare = new Compare(panel, lives, lifeOf(store.state), store, compare); };
     const tabs = new Tabs(at("views"), store, [
         { ...fill("tasks", tasksView), text: "Tasks" },
         { name: "events", text: "Events", draw: (panel) => panel.replaceChildren(eventPanel) },

@@ -25,6 +25,15 @@ class Compare(PageTest):
         self.until(lambda: self.all("#view-compare .first"))
         self.assertRegex(self.said(), r"^\d+ differences?; the first one is at line [\d,]+( of the other one)?, and marked\.$")
 
+    def test_file_stays_open_when_another_life_of_the_page_is_shown(self):
+        self.open(written("run"), "view=compare&life=0")
+        self.one("#other").send_keys(str(written("1-kill")))
+        self.until(lambda: len(self.all("#right option")) == 3)
+        self.run_script("location.hash = 'view=compare&life=1'")
+        self.until(lambda: self.one("#left option:checked").text.startswith("2 "))
+        self.assertEqual(len(self.all("#right option")), 3)
+        self.assertTrue(self.one("#right option:checked").text.startswith("1-kill.html, 1 "))
+
     def test_first_difference_is_marked_and_leads_to_its_event(self):
         told = lives_of(written("run"))[0]
         other = copy.deepcopy(told)
