@@ -26,8 +26,10 @@ bool IsNumber(const std::string& value) {
     });
 }
 
+/// Also in a name such as HASH_SHA2_256, which is no process.
 bool IsWordByte(const std::string& text, std::size_t at) {
-    return at < text.size() && std::isalnum(static_cast<unsigned char>(text[at])) != 0;
+    return at < text.size() &&
+           (std::isalnum(static_cast<unsigned char>(text[at])) != 0 || text[at] == '_');
 }
 
 /// Replaces `value` where it is no part of a longer word.

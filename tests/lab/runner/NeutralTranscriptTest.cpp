@@ -83,6 +83,12 @@ TEST_F(NeutralTranscript, NamedProcessIsWrittenByItsNameWhereItIsAWholeWord) {
     EXPECT_EQ(transcript_.Text(), Logged("\"PID=\\\"$victim.pid\\\" 360 136 $victim.pid\""));
 }
 
+TEST_F(NeutralTranscript, NumberInANameIsNotTheProcessOfThatNumber) {
+    transcript_.Name("pid", "256", "first.pid");
+    Log("HASH_SHA2_256 256_a 256");
+    EXPECT_EQ(transcript_.Text(), Logged("\"HASH_SHA2_256 256_a $first.pid\""));
+}
+
 TEST_F(NeutralTranscript, NumberThatAnotherProcessGetsIsWrittenByItsNewName) {
     Log("start 36");
     transcript_.Name("pid", "36", "first.pid");
