@@ -3,6 +3,8 @@ from selenium.webdriver.common.action_chains import ActionChains
 
 from Page import PageTest, life, lives_of, main, page_with, written
 
+EVENT = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
+OUTAGE = {"from": 0, "until": 5, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
 # Which rims of the time line the hint reaches over.
 OUTSIDE = """
 const hint = document.querySelector('.hint').getBoundingClientRect();
@@ -36,10 +38,8 @@ class Run(PageTest):
         self.assertRegex(rows["indicator"], r"^indicator 1 to \d+ ")
 
     def test_outages_and_first_connections_are_counted_apart_in_the_head_and_behind_the_tab(self):
-        outage = {"from": 0, "until": 5, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
-        first = {**outage, "first": True, "cause": "looks for it"}
-        events = [{"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}]
-        with page_with(life(events=events, outages=[first, outage, {**first, "from": 6, "until": 7}, outage, outage])) as path:
+        first = {**OUTAGE, "first": True, "cause": "looks for it"}
+        with page_with(life(events=[EVENT], outages=[first, OUTAGE, {**first, "from": 6, "until": 7}, OUTAGE, OUTAGE])) as path:
             self.open(path, "view=outages")
             self.assertIn("3 outages, the longest of 5 ms. 2 first connections.", self.text(".story"))
             self.assertEqual(self.text("#tab-outages"), "Outages3")
@@ -49,49 +49,42 @@ class Run(PageTest):
                              ["14:13:20.000 5 ms 1 looks for it", "14:13:20.006 1 ms 1 looks for it"])
 
     def test_lengths_are_rounded_before_their_unit_is_chosen(self):
-        outage = {"from": 0, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
-        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
         lengths = [(0.5, "0.5 ms"), (999.4, "999 ms"), (999.7, "1.00 s"), (9994, "9.99 s"), (9996, "10.0 s"), (59940, "59.9 s"),
                    (59970, "1 min 0 s"), (144600, "2 min 24 s"), (7199999, "1 h 59 min")]
-        with page_with(life(events=[event], length=8e6, outages=[{**outage, "until": length} for length, _ in lengths])) as path:
+        with page_with(life(events=[EVENT], length=8e6, outages=[{**OUTAGE, "until": length} for length, _ in lengths])) as path:
             self.open(path, "view=outages")
             self.assertEqual([row.text for row in self.all("[aria-label='Outages'] tbody tr")],
                              [f"14:13:20.000 {said} 1 gone" for _, said in lengths])
 
     def test_life_around_midnight_tells_its_days(self):
-        outage = {"from": 0, "until": 1, "over": True, "first": False, "cause": "gone", "attempts": 1, "event": 0}
-        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
         # 23:59:59.500 on 21 September 2026, and a second more.
-        told = life(begin=1790035199500, length=1000, events=[event], outages=[outage, {**outage, "from": 600, "until": 601}])
+        told = life(begin=1790035199500, length=1000, events=[EVENT],
+                    outages=[{**OUTAGE, "until": 1}, {**OUTAGE, "from": 600, "until": 601}])
         with page_with(told) as path:
             self.open(path, "view=outages")
             self.assertEqual([row.text for row in self.all("[aria-label='Outages'] tbody tr")],
                              ["09-21 23:59:59.500 1 ms 1 gone", "09-22 00:00:00.100 1 ms 1 gone"])
 
     def test_outage_that_ended_with_its_host_says_so(self):
-        stopped = {"from": 0, "until": 5, "over": False, "first": False, "host-stopped": True, "cause": "gone", "attempts": 1, "event": 0}
-        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
-        with page_with(life(events=[event], outages=[stopped, {**stopped, "host-stopped": False}])) as path:
+        stopped = {**OUTAGE, "over": False, "host-stopped": True}
+        with page_with(life(events=[EVENT], outages=[stopped, {**stopped, "host-stopped": False}])) as path:
             self.open(path, "view=outages")
             self.assertEqual([row.text for row in self.all("#view-outages tbody tr")],
                              ["14:13:20.000 5 ms, until the host stopped 1 gone", "14:13:20.000 5 ms, not over 1 gone"])
 
     def test_head_says_that_the_last_outage_is_not_over(self):
-        over = {"from": 0, "until": 5, "over": True, "first": False, "host-stopped": False, "cause": "gone", "attempts": 1, "event": 0}
-        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
         for last, said in [({"over": False}, "2 outages, the longest of 5 ms; the last one is not over."),
                            ({"over": False, "host-stopped": True}, "2 outages, the longest of 5 ms."),
                            ({}, "2 outages, the longest of 5 ms.")]:
-            with self.subTest(last=last), page_with(life(events=[event], outages=[over, {**over, **last}])) as path:
+            with self.subTest(last=last), page_with(life(events=[EVENT], outages=[OUTAGE, {**OUTAGE, **last}])) as path:
                 self.open(path)
                 self.assertEqual(self.text(".story"), said + " 1 event.")
 
     def test_records_behind_the_tab_are_records_and_those_not_for_the_host_are_explained(self):
         batch = {"at": 1, "from": 1, "records": 8, "event": 0}
-        event = {"at": 0, "lane": "task", "kind": "log", "process": 0, "weight": 1, "text": "one"}
         action = {"kind": "action", "sent": 5, "stored": 5, "twice": 0, "lost": 0, "batches": [batch]}
         telemetry = {**action, "kind": "telemetry", "sent": 500, "batches": [{**batch, "records": 500}, {**batch, "records": 1000}]}
-        with page_with(life(events=[event], records=[action, telemetry])) as path:
+        with page_with(life(events=[EVENT], records=[action, telemetry])) as path:
             self.open(path, "view=records")
             self.assertEqual(self.text("#tab-records"), "Records1,508")
             self.assertEqual([note.text for note in self.all("#view-records > p")],
