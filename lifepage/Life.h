@@ -125,7 +125,7 @@ struct Records {
     std::optional<std::uint64_t> lost;
 };
 
-/// A time in which the connector had no product, or looked for it.
+/// A time in which the connector was not connected, whether or not the product was there.
 struct Outage {
     Moment from{};
     Moment until{};

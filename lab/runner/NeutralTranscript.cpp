@@ -26,7 +26,7 @@ bool IsNumber(const std::string& value) {
     });
 }
 
-/// Also in a name such as HASH_SHA2_256, which is no process.
+/// An underscore, too: the 256 of HASH_SHA2_256 is no process.
 bool IsWordByte(const std::string& text, std::size_t at) {
     return at < text.size() &&
            (std::isalnum(static_cast<unsigned char>(text[at])) != 0 || text[at] == '_');

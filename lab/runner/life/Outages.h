@@ -1,4 +1,4 @@
-// When the connector had no product, why, and how often it tried to have it back.
+// When the connector was not connected, why, and how often it tried to be so again.
 //
 // Threads: any.
 #pragma once
