@@ -17,7 +17,7 @@ constexpr char kSchema[] =
     "CREATE TABLE IF NOT EXISTS remediation_actions ("
     "  number INTEGER PRIMARY KEY AUTOINCREMENT, action BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS mined_records ("
-    "  number INTEGER PRIMARY KEY AUTOINCREMENT, type TEXT NOT NULL, record BLOB NOT NULL);"
+    "  number INTEGER PRIMARY KEY, type TEXT NOT NULL, record BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS host (name TEXT PRIMARY KEY, value TEXT NOT NULL);";
 
 }  // namespace
