@@ -19,8 +19,9 @@ function(kyr_configure_target name)
             -fno-omit-frame-pointer)
         target_link_options(${name} PRIVATE -fsanitize=${KYR_SANITIZE})
     endif()
-    if(KYR_BUILD_FUZZERS)
-        # Coverage counters for libFuzzer, without its main program.
+    get_target_property(type ${name} TYPE)
+    if(KYR_BUILD_FUZZERS AND NOT type STREQUAL "EXECUTABLE")
+        # Coverage counters for libFuzzer, without its main program. Suites are not what it explores.
         target_compile_options(${name} PRIVATE -fsanitize=fuzzer-no-link)
     endif()
 endfunction()
