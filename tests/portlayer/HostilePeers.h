@@ -8,9 +8,8 @@
 #include <thread>
 
 #include "ntapi/PortMessage.h"
-#include "tests/portlayer/AlpcPortFixture.h"
-#include "tests/portlayer/LpcPortFixture.h"
 #include "tests/portlayer/RawPeer.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -19,11 +18,7 @@ class HostileLpcClientTest : public LpcPortFixture {
   protected:
     void SetUp() override {
         LpcPortFixture::SetUp();
-        Serve([](LpcCall& call) {
-            if (Kind(call.message.data()) == NtApi::kLpcRequest) {
-                call.Reply(call.Data());
-            }
-        });
+        Serve(OnRequests([](ReceivedCall& call) { call.Reply(call.Data()); }));
     }
     void TearDown() override {
         const Handle port = Connect();

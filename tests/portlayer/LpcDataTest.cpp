@@ -1,7 +1,7 @@
 // Legacy ports: the data-information block, and what the server reads and writes through it.
 #include <future>
 
-#include "tests/portlayer/LpcPortFixture.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -12,8 +12,8 @@ using namespace NtApi;
 class LpcDataTest : public LpcPortFixture {
   protected:
     /// Serves requests with `use`, then answers them.
-    void ServeRequests(const std::function<void(LpcCall&)>& use) {
-        Serve(OnRequests([use](LpcCall& call) {
+    void ServeRequests(const Handler& use) {
+        Serve(OnRequests([use](ReceivedCall& call) {
             use(call);
             EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
         }));
@@ -29,9 +29,21 @@ class LpcDataTest : public LpcPortFixture {
     static BlockEntry Entry(Bytes& bytes) {
         return {bytes.data(), static_cast<std::uint32_t>(bytes.size())};
     }
-    static Bytes ReadAll(LpcCall& call, std::uint32_t entry, std::size_t size) {
+    /// Tries to.
+    static NtStatus Read(ReceivedCall& call, std::uint32_t entry, std::size_t size) {
         Bytes bytes(size);
-        EXPECT_EQ(call.Read(entry, bytes.data(), size), kStatusSuccess);
+        return NtReadRequestData(call.port, call.message.data(), entry, bytes.data(), size,
+                                 nullptr);
+    }
+    static NtStatus Write(ReceivedCall& call, std::uint32_t entry, Bytes bytes) {
+        return NtWriteRequestData(call.port, call.message.data(), entry, bytes.data(), bytes.size(),
+                                  nullptr);
+    }
+    static Bytes ReadAll(ReceivedCall& call, std::uint32_t entry, std::size_t size) {
+        Bytes bytes(size);
+        EXPECT_EQ(
+            NtReadRequestData(call.port, call.message.data(), entry, bytes.data(), size, nullptr),
+            kStatusSuccess);
         return bytes;
     }
 };
@@ -41,7 +53,7 @@ TEST_F(LpcDataTest, ServerReadsTheFirstEntryAgainAndAgain) {
         SCOPED_TRACE(size);
         Bytes first = Pattern(size);
         Bytes second = ToBytes("second");
-        ServeRequests([&](LpcCall& call) {
+        ServeRequests([&](ReceivedCall& call) {
             EXPECT_EQ(ReadAll(call, 0, size), Pattern(size));
             EXPECT_EQ(ReadAll(call, 0, size), Pattern(size));
         });
@@ -52,7 +64,7 @@ TEST_F(LpcDataTest, ServerReadsTheFirstEntryAgainAndAgain) {
 
 TEST_F(LpcDataTest, ShorterReadStartsAtTheBase) {
     Bytes first = ToBytes("0123456789");
-    ServeRequests([&](LpcCall& call) { EXPECT_EQ(ReadAll(call, 0, 4), ToBytes("0123")); });
+    ServeRequests([&](ReceivedCall& call) { EXPECT_EQ(ReadAll(call, 0, 4), ToBytes("0123")); });
     Offer({Entry(first)});
 }
 
@@ -61,9 +73,8 @@ TEST_F(LpcDataTest, ServerWritesStraightIntoTheClientsMemory) {
         SCOPED_TRACE(size);
         Bytes request = ToBytes("request");
         Bytes reply(size + 1, 0xEE);
-        ServeRequests([&](LpcCall& call) {
-            EXPECT_EQ(call.Write(1, Pattern(size).data(), size), kStatusSuccess);
-        });
+        ServeRequests(
+            [&](ReceivedCall& call) { EXPECT_EQ(Write(call, 1, Pattern(size)), kStatusSuccess); });
         Offer({Entry(request), Entry(reply)});
         StopServer();
         EXPECT_EQ(reply.back(), 0xEE);
@@ -75,10 +86,10 @@ TEST_F(LpcDataTest, ServerWritesStraightIntoTheClientsMemory) {
 
 TEST_F(LpcDataTest, WritesToOneEntryOverlay) {
     Bytes memory = ToBytes("----------");
-    ServeRequests([&](LpcCall& call) {
-        EXPECT_EQ(call.Write(0, "aaaa", 4), kStatusSuccess);
-        EXPECT_EQ(call.Write(0, "bbbbbb", 6), kStatusSuccess);
-        EXPECT_EQ(call.Write(0, "cc", 2), kStatusSuccess);
+    ServeRequests([&](ReceivedCall& call) {
+        EXPECT_EQ(Write(call, 0, ToBytes("aaaa")), kStatusSuccess);
+        EXPECT_EQ(Write(call, 0, ToBytes("bbbbbb")), kStatusSuccess);
+        EXPECT_EQ(Write(call, 0, ToBytes("cc")), kStatusSuccess);
         EXPECT_EQ(ReadAll(call, 0, 10), ToBytes("ccbbbb----"));
         EXPECT_EQ(ReadAll(call, 0, 3), ToBytes("ccb"));
     });
@@ -92,10 +103,10 @@ TEST_F(LpcDataTest, EveryEntryCanBeWritten) {
     for (Bytes& bytes : memory) {
         entries.push_back(Entry(bytes));
     }
-    ServeRequests([&](LpcCall& call) {
+    ServeRequests([&](ReceivedCall& call) {
         for (std::uint32_t i = 0; i < 5; ++i) {
             const Bytes bytes(20000, static_cast<std::uint8_t>('a' + i));
-            EXPECT_EQ(call.Write(i, bytes.data(), bytes.size()), kStatusSuccess);
+            EXPECT_EQ(Write(call, i, bytes), kStatusSuccess);
         }
     });
     Offer(entries);
@@ -107,9 +118,8 @@ TEST_F(LpcDataTest, EveryEntryCanBeWritten) {
 TEST_F(LpcDataTest, LargeTransfersGoOnForEver) {
     Bytes request(100000);
     Bytes reply(100000);
-    ServeRequests([&](LpcCall& call) {
-        const Bytes bytes = ReadAll(call, 0, 100000);
-        EXPECT_EQ(call.Write(1, bytes.data(), bytes.size()), kStatusSuccess);
+    ServeRequests([&](ReceivedCall& call) {
+        EXPECT_EQ(Write(call, 1, ReadAll(call, 0, 100000)), kStatusSuccess);
     });
     const Handle port = Connect();
     for (int i = 0; i < 200; ++i) {
@@ -124,14 +134,13 @@ TEST_F(LpcDataTest, LargeTransfersGoOnForEver) {
 TEST_F(LpcDataTest, TransfersBeyondTheBlockOrTheEntryAreInvalid) {
     Bytes first = Pattern(10);
     Bytes second = Pattern(20);
-    ServeRequests([&](LpcCall& call) {
-        Bytes buffer(100);
-        EXPECT_EQ(call.Read(2, buffer.data(), 1), kStatusInvalidParameter);
-        EXPECT_EQ(call.Write(2, buffer.data(), 1), kStatusInvalidParameter);
-        EXPECT_EQ(call.Read(0xFFFFFFFF, buffer.data(), 1), kStatusInvalidParameter);
-        EXPECT_EQ(call.Read(0, buffer.data(), 11), kStatusInvalidParameter);
-        EXPECT_EQ(call.Write(1, buffer.data(), 21), kStatusInvalidParameter);
-        EXPECT_EQ(call.Read(1, buffer.data(), 0), kStatusSuccess);
+    ServeRequests([&](ReceivedCall& call) {
+        EXPECT_EQ(Read(call, 2, 1), kStatusInvalidParameter);
+        EXPECT_EQ(Write(call, 2, Bytes(1)), kStatusInvalidParameter);
+        EXPECT_EQ(Read(call, 0xFFFFFFFF, 1), kStatusInvalidParameter);
+        EXPECT_EQ(Read(call, 0, 11), kStatusInvalidParameter);
+        EXPECT_EQ(Write(call, 1, Bytes(21)), kStatusInvalidParameter);
+        EXPECT_EQ(Read(call, 1, 0), kStatusSuccess);
     });
     Offer({Entry(first), Entry(second)});
     EXPECT_EQ(second, Pattern(20));
@@ -139,7 +148,7 @@ TEST_F(LpcDataTest, TransfersBeyondTheBlockOrTheEntryAreInvalid) {
 
 TEST_F(LpcDataTest, TransferredCountIsTold) {
     Bytes memory = Pattern(10);
-    ServeRequests([&](LpcCall& call) {
+    ServeRequests([&](ReceivedCall& call) {
         Bytes buffer(100);
         std::size_t count = 77;
         EXPECT_EQ(NtReadRequestData(call.port, call.message.data(), 0, buffer.data(), 7, &count),
@@ -155,13 +164,12 @@ TEST_F(LpcDataTest, TransferredCountIsTold) {
 TEST_F(LpcDataTest, AnsweredAndUnknownRequestsHaveNoData) {
     Bytes memory = Pattern(10);
     std::promise<void> checked;
-    Serve(OnRequests([&](LpcCall& call) {
+    Serve(OnRequests([&](ReceivedCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("done")), kStatusSuccess);
-        Bytes buffer(10);
-        EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
-        EXPECT_EQ(call.Write(0, buffer.data(), 1), kStatusReplyMessageMismatch);
+        EXPECT_EQ(Read(call, 0, 1), kStatusReplyMessageMismatch);
+        EXPECT_EQ(Write(call, 0, Bytes(1)), kStatusReplyMessageMismatch);
         Put<std::uint32_t>(call.message.data(), LpcLayout::kMessageId, 0x3FFFFFFF);
-        EXPECT_EQ(call.Read(0, buffer.data(), 1), kStatusReplyMessageMismatch);
+        EXPECT_EQ(Read(call, 0, 1), kStatusReplyMessageMismatch);
         checked.set_value();
     }));
     Offer({Entry(memory)});
@@ -169,20 +177,15 @@ TEST_F(LpcDataTest, AnsweredAndUnknownRequestsHaveNoData) {
 }
 
 TEST_F(LpcDataTest, RequestWithoutABlockHasNoEntries) {
-    ServeRequests([&](LpcCall& call) {
-        std::uint8_t byte = 0;
-        EXPECT_EQ(call.Read(0, &byte, 1), kStatusInvalidParameter);
-    });
-    const Handle port = Connect();
-    EXPECT_EQ(Ask(port, ToBytes("plain")), ToBytes("done"));
+    ServeRequests([](ReceivedCall& call) { EXPECT_EQ(Read(call, 0, 1), kStatusInvalidParameter); });
+    EXPECT_EQ(Ask(Connect(), ToBytes("plain")), ToBytes("done"));
 }
 
 TEST_F(LpcDataTest, EmptyEntriesAreHarmless) {
     Bytes memory = Pattern(10);
-    ServeRequests([&](LpcCall& call) {
-        std::uint8_t byte = 0;
-        EXPECT_EQ(call.Read(0, &byte, 1), kStatusInvalidParameter);
-        EXPECT_EQ(call.Write(1, "0123456789", 10), kStatusSuccess);
+    ServeRequests([&](ReceivedCall& call) {
+        EXPECT_EQ(Read(call, 0, 1), kStatusInvalidParameter);
+        EXPECT_EQ(Write(call, 1, ToBytes("0123456789")), kStatusSuccess);
     });
     Offer({{nullptr, 0}, Entry(memory)});
     EXPECT_EQ(memory, ToBytes("0123456789"));
@@ -193,10 +196,8 @@ struct BadBlock {
     std::uint32_t count;
 };
 
-class LpcBadBlockTest : public LpcPortFixture {};
-
-TEST_F(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
-    Serve([](LpcCall& call) { call.Reply({}); });
+TEST_F(LpcDataTest, BlockOutsideTheMessageIsInvalid) {
+    Serve([](ReceivedCall& call) { call.Reply({}); });
     const Handle port = Connect();
     const auto header = static_cast<std::uint16_t>(LpcLayout::kHeaderSize);
     const auto after = [header](int bytes) { return static_cast<std::uint16_t>(header + bytes); };
@@ -216,15 +217,15 @@ TEST_F(LpcBadBlockTest, BlockOutsideTheMessageIsInvalid) {
     }
 }
 
-TEST_F(LpcBadBlockTest, OnlyRequestsMayHaveABlock) {
-    Serve(OnRequests([](LpcCall& call) {
+TEST_F(LpcDataTest, OnlyRequestsMayHaveABlock) {
+    Serve(OnRequests([](ReceivedCall& call) {
         EXPECT_EQ(NtReplyPort(call.port, call.message.data()), kStatusInvalidParameter);
         EXPECT_EQ(call.Reply({}), kStatusSuccess);
     }));
     const Handle port = Connect();
     std::uint8_t byte = 0;
     Bytes message = LpcMessageWithEntries({{&byte, 1}});
-    EXPECT_EQ(NtRequestPort(port, message.data()), kStatusInvalidParameter);
+    EXPECT_EQ(SendOneWay(port, message), kStatusInvalidParameter);
     Bytes reply;
     EXPECT_EQ(Exchange(port, message, reply), kStatusSuccess);
 }

@@ -1,93 +1,110 @@
-// What the tests of both kinds of ports have alike: a handler that serves a port, and clients that
-// ask it.
+// A port of either kind that threads of the test serve, and clients of it.
+//
+// What both kinds can do has one name here, so that a test may ask the same of both.
 #pragma once
 
 #include <functional>
 #include <future>
 #include <mutex>
-#include <string>
 #include <thread>
 #include <vector>
 
 #include "ntapi/Status.h"
 #include "tests/portlayer/PortFixture.h"
+#include "tests/portlayer/ReceivedCall.h"
 
 namespace Kyr::Test {
 
-/// `Call` is a message as the handler gets it.
-template <typename Call>
 class ServedPortFixture : public PortFixture {
   protected:
-    using Handler = std::function<void(Call&)>;
+    using Handler = std::function<void(ReceivedCall&)>;
 
-    void TearDown() override {
-        for (const Handle port : connected_) {
-            CloseHandle(port);
-        }
-        StopServer();
-        PortFixture::TearDown();
-    }
-    virtual void StopServer() = 0;
-    /// Closes the client's port at the end of the test, unless the test does.
-    Handle CloseAtEnd(Handle port) {
-        const std::lock_guard<std::mutex> lock(connectedMutex_);
-        connected_.push_back(port);
-        return port;
-    }
+    explicit ServedPortFixture(PortKind kind) : kind_(kind) {}
+    void TearDown() override;
 
+    std::size_t HeaderSize() const;
+    std::size_t LongestMessage() const;
+    /// What fits the longest message of the clients here.
+    std::size_t LongestData() const;
+    /// With room for the longest.
+    Bytes MakeMessage(const Bytes& data) const;
+    Bytes DataOf(const Bytes& message) const;
+    /// What a request that waits ends with when its server goes.
+    NtStatus ServerGone() const;
+    /// What a reply to a request ends with that is answered already, or whose client has gone.
+    NtStatus NoSuchRequest() const;
+
+    // The server's calls.
+    NtStatus TryCreatePort(Handle& port, std::size_t maxMessage);
+    Handle CreatePort(std::size_t maxMessage);
+    Handle CreatePort() { return CreatePort(LongestMessage()); }
+    NtStatus TryReceive(Handle port, Bytes& message, std::int64_t* timeout = nullptr,
+                        CAttributes* attributes = nullptr);
+    Bytes Receive(Handle port);
+    /// Answers a connection request, and lets the client go on. `number` is the context.
+    NtStatus Answer(Handle port, Bytes& request, bool accept, Handle& accepted,
+                    std::size_t number = 0);
+
+    // A server in threads.
+    /// Creates the port and serves it with so many threads until StopServer: accepts clients, hands
+    /// every message but connection requests to the handler.
+    void Serve(Handler handler, int threads = 1);
+    void StopServer();
     /// Hands requests to the handler, and ignores everything else.
-    static Handler OnRequests(Handler handler) {
-        return [handler](Call& call) {
-            if (Kind(call.message.data()) == NtApi::kLpcRequest) {
-                handler(call);
-            }
-        };
-    }
+    static Handler OnRequests(Handler handler);
     /// Answers with what was brought.
-    static void Echo(Call& call) { EXPECT_EQ(call.Reply(call.Data()), NtApi::kStatusSuccess); }
-
+    static void Echo(ReceivedCall& call);
+    static void Ignore(ReceivedCall&) {}
     /// Takes one request and never answers.
-    Handler Silence() {
-        return OnRequests([this](Call&) { asked_.set_value(); });
-    }
+    Handler Silence();
 
-    /// `answer` is the data of the reply, when there is one.
-    virtual NtStatus TryAsk(Handle port, const Bytes& data, Bytes& answer) = 0;
+    // The client's calls.
+    /// `information` goes along, and is replaced by the server's. Legacy ports know no time-out.
+    NtStatus TryConnect(Handle& port, Bytes* information = nullptr,
+                        std::int64_t* timeout = nullptr);
+    std::future<NtStatus> ConnectInBackground();
+    /// The port is closed at the end of the test, unless the test does.
+    Handle Connect();
+    /// A request that waits for its reply; attributes and time-out on an advanced port.
+    NtStatus Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent = nullptr,
+                      CAttributes* received = nullptr, std::int64_t* timeout = nullptr);
+    NtStatus SendOneWay(Handle port, Bytes message, CAttributes* attributes = nullptr);
     /// Fails the test on an error status.
-    Bytes Ask(Handle port, const Bytes& data) {
-        Bytes answer;
-        EXPECT_EQ(TryAsk(port, data, answer), NtApi::kStatusSuccess);
-        return answer;
-    }
+    Bytes Ask(Handle port, const Bytes& data);
     /// Asks a server that is served by Silence; returns when it has the request.
-    std::future<NtStatus> AskInVain(Handle port) {
-        auto asking = std::async(std::launch::async, [this, port] {
-            Bytes answer;
-            return TryAsk(port, {}, answer);
-        });
-        asked_.get_future().get();
-        return asking;
-    }
+    std::future<NtStatus> AskInVain(Handle port);
     /// Each thread asks so many times, and is to get what it brought.
-    void AskOnThreads(Handle port, int count, int times) {
-        std::vector<std::thread> threads;
-        for (int thread = 0; thread < count; ++thread) {
-            threads.emplace_back([this, port, times, thread] {
-                for (int i = 0; i < times; ++i) {
-                    const Bytes data = ToBytes(std::to_string(thread) + ":" + std::to_string(i));
-                    ASSERT_EQ(Ask(port, data), data);
-                }
-            });
-        }
-        for (std::thread& thread : threads) {
-            thread.join();
-        }
-    }
+    void AskOnThreads(Handle port, int count, int times);
 
   private:
+    bool IsLegacy() const { return kind_ == PortKind::kLegacy; }
+    void Run();
+    void AcceptNext(Bytes& request);
+
+    const PortKind kind_;
+    Handle serverPort_ = nullptr;
+    Handler handler_;
+    std::vector<std::thread> servers_;
     std::promise<void> asked_;
-    std::mutex connectedMutex_;
-    std::vector<Handle> connected_;  // guarded by connectedMutex_
+    std::mutex mutex_;
+    // Guarded by mutex_.
+    std::vector<Handle> clients_;    // a client's context is its place here, counted from 1
+    std::vector<Handle> connected_;  // by Connect
+};
+
+class LpcPortFixture : public ServedPortFixture {
+  protected:
+    LpcPortFixture() : ServedPortFixture(PortKind::kLegacy) {}
+};
+
+class AlpcPortFixture : public ServedPortFixture {
+  protected:
+    AlpcPortFixture() : ServedPortFixture(PortKind::kAdvanced) {}
+
+    /// Gives a received message back.
+    NtStatus Release(Handle port, Bytes& message, CAttributes* attributes);
+    /// Connects, asks, and expects the connection to be given up.
+    void ExpectGivenUp();
 };
 
 }  // namespace Kyr::Test

@@ -132,9 +132,8 @@ class CNoDescriptors {
 class StarvingClientTest : public LpcPortFixture {
   protected:
     NtStatus Receive(Handle port, Bytes& message, std::chrono::milliseconds patience) {
-        message.assign(LpcLayout::kMaxMessage, 0xEE);
         std::int64_t timeout = Within(patience);
-        return NtReplyWaitReceivePortEx(port, nullptr, nullptr, message.data(), &timeout);
+        return TryReceive(port, message, &timeout);
     }
     /// A client that comes, asks and goes.
     void ExpectOthersAreServed() {
@@ -206,11 +205,11 @@ TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
 }
 
 TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
-    Serve([](LpcCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest && call.Data() == ToBytes("x")) {
+    Serve(OnRequests([](ReceivedCall& call) {
+        if (call.Data() == ToBytes("x")) {
             call.Reply(call.Data());
         }
-    });
+    }));
     CRawPeer client = CRawPeer::OfClient();
     client.Handshake(PortDialect::kLpc);
     const Bytes message = LpcMessage({});
@@ -242,7 +241,7 @@ TEST_F(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
 
 TEST_F(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
     const Handle port = CreatePort(100);
-    Bytes message(LpcLayout::kMaxMessage);
+    Bytes message;
     auto client = std::async(std::launch::async, [this] {
         Handle connected = nullptr;
         Bytes information(61);
@@ -257,7 +256,7 @@ TEST_F(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
 class VanishingClientTest : public AlpcPortFixture {};
 
 TEST_F(VanishingClientTest, UnansweredRequestsLeaveNothing) {
-    Serve([](ReceivedCall&) {}, 4);
+    Serve(Ignore, 4);
     const Bytes message = Message(24, {}, 24);
     for (int i = 0; i < 300; ++i) {
         CRawPeer client = CRawPeer::OfClient();
@@ -270,7 +269,7 @@ TEST_F(VanishingClientTest, UnansweredRequestsLeaveNothing) {
 
 TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     const Handle port = CreatePort();
-    Bytes message(kAlpcMaxMessage);
+    Bytes message;
     {
         CRawPeer client = CRawPeer::OfClient();
         const Bytes request = Message(24, {}, 24);
@@ -278,15 +277,10 @@ TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
         packet.head.flags = static_cast<std::uint32_t>(PortDialect::kAlpc);
         packet.SetMessage(request.data(), request.size());
         client.Send(packet);
-        std::size_t length = message.size();
-        ASSERT_EQ(NtAlpcSendWaitReceivePort(port, 0, nullptr, nullptr, message.data(), &length,
-                                            nullptr, nullptr),
-                  kStatusSuccess);
+        message = Receive(port);
     }
     Handle accepted = port;
-    EXPECT_EQ(NtAlpcAcceptConnectPort(&accepted, port, 0, nullptr, nullptr, nullptr, message.data(),
-                                      nullptr, 1),
-              kStatusPortDisconnected);
+    EXPECT_EQ(Answer(port, message, true, accepted), kStatusPortDisconnected);
     EXPECT_EQ(accepted, nullptr);
     CloseHandle(port);
 }

@@ -1,5 +1,5 @@
 // The limit of the shared memory of a connection's end. The system has another one, of its own.
-#include "tests/portlayer/AlpcPortFixture.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -14,34 +14,22 @@ class SectionLimitTest : public AlpcPortFixture {
         return NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 100, &section,
                                        &actual);
     }
-    /// As many sections as one end may hold.
-    std::vector<Handle> CreateAll(Handle port) {
-        std::vector<Handle> sections(64);
-        for (Handle& section : sections) {
-            EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
-        }
-        return sections;
-    }
 };
 
-TEST_F(SectionLimitTest, SixtyFifthSectionIsRefused) {
-    Serve([](ReceivedCall&) {});
+TEST_F(SectionLimitTest, SixtyFifthSectionIsRefusedUntilOneIsDeleted) {
+    Serve(Ignore);
     const Handle port = Connect();
-    CreateAll(port);
+    std::vector<Handle> sections(64);
+    for (Handle& section : sections) {
+        EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
+    }
     Handle oneMore = nullptr;
     EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
     EXPECT_EQ(oneMore, nullptr);
-}
-
-TEST_F(SectionLimitTest, DeletedSectionMakesRoomForAnother) {
-    Serve([](ReceivedCall&) {});
-    const Handle port = Connect();
-    const std::vector<Handle> sections = CreateAll(port);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
+    EXPECT_EQ(CreateSection(port, oneMore), kStatusSuccess);
     Handle another = nullptr;
-    EXPECT_EQ(CreateSection(port, another), kStatusSuccess);
-    Handle oneMore = nullptr;
-    EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
+    EXPECT_EQ(CreateSection(port, another), kStatusNoMemory);
 }
 
 TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
@@ -50,7 +38,7 @@ TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     Serve([&kept](ReceivedCall& call) {
         if (Kind(call.message.data()) == kLpcDatagram) {
             kept.push_back(call.attributes.View().ViewBase);
-        } else if (Kind(call.message.data()) == kLpcRequest) {
+        } else if (call.IsRequest()) {
             if (call.Data() == ToBytes("release")) {
                 NtAlpcDeleteSectionView(call.client, 0, kept.front());
             }
@@ -59,10 +47,8 @@ TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     });
     const Handle port = Connect();
     for (int i = 0; i < 64; ++i) {
-        const AlpcDataViewAttr view = MakeView(port, ToBytes("view"));
         CAttributes sent;
-        sent.SetView({kAlpcViewSecured | kAlpcViewAutoRelease, view.SectionHandle, view.ViewBase,
-                      view.ViewSize});
+        const AlpcDataViewAttr& view = sent.AttachView(port, ToBytes("view"), kAlpcViewAutoRelease);
         EXPECT_EQ(SendOneWay(port, AlpcMessage({}), &sent), kStatusSuccess);
         EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
     }

@@ -1,5 +1,5 @@
 // Names that somebody else has taken, with the layer or without it.
-#include "tests/portlayer/LpcPortFixture.h"
+#include "tests/portlayer/ServedPortFixture.h"
 #include "tests/portlayer/windows/ContractPipe.h"
 
 namespace Kyr::Test {

@@ -1,9 +1,7 @@
-// Advanced ports: requests and replies, one-way messages, limits, flags, time-outs, releases.
-#include <atomic>
-#include <future>
-
-#include "tests/portlayer/AlpcPortFixture.h"
+// Advanced ports: what they alone have of connecting, attributes, flags, time-outs and releases.
+#include "portlayer/LayerSettings.h"
 #include "tests/portlayer/ChildProcess.h"
+#include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {
 
@@ -11,35 +9,80 @@ namespace {
 
 using namespace NtApi;
 
-class AlpcExchangeTest : public AlpcPortFixture {};
+class AlpcPortTest : public AlpcPortFixture {};
 
-TEST_F(AlpcExchangeTest, RequestIsAnsweredWithTheServersData) {
-    Serve(OnRequests([](ReceivedCall& call) {
-        EXPECT_EQ(call.Data(), ToBytes("question"));
-        EXPECT_EQ(call.Reply(ToBytes("answer")), kStatusSuccess);
-    }));
+TEST_F(AlpcPortTest, ConnectTimesOutWhenNobodyAccepts) {
+    const Handle server = CreatePort();
+    Handle port = nullptr;
+    std::int64_t timeout = Within(std::chrono::milliseconds(3));
+    EXPECT_EQ(TryConnect(port, nullptr, &timeout), kStatusTimeout);
+    CloseHandle(server);
+}
+
+TEST_F(AlpcPortTest, LegacyClientIsNotServed) {
+    Serve(Ignore);
+    Handle port = nullptr;
+    EXPECT_EQ(NtConnectPort(&port, Name(), nullptr, nullptr, nullptr, nullptr, nullptr, nullptr),
+              kStatusPortConnectionRefused);
+}
+
+TEST_F(AlpcPortTest, DisconnectingEndsTheWaitAndThePort) {
+    Serve(Silence());
     const Handle port = Connect();
-    EXPECT_EQ(Ask(port, ToBytes("question")), ToBytes("answer"));
+    auto asking = AskInVain(port);
+    EXPECT_EQ(NtAlpcDisconnectPort(port, 0), kStatusSuccess);
+    EXPECT_EQ(asking.get(), kStatusPortDisconnected);
+    Bytes reply;
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    EXPECT_EQ(SendOneWay(port, AlpcMessage({})), kStatusPortDisconnected);
     EXPECT_EQ(CloseHandle(port), 1);
 }
 
-TEST_F(AlpcExchangeTest, LongestMessageCrossesBothWays) {
-    Serve(OnRequests(Echo));
-    const Handle port = Connect();
-    const Bytes data = Pattern(0xFFEF - 24);
-    EXPECT_EQ(Ask(port, data), data);
+TEST_F(AlpcPortTest, ClientThatTheServerDropsIsDisconnected) {
+    Serve(OnRequests([](ReceivedCall& call) { NtAlpcDisconnectPort(call.client, 0); }));
+    ExpectGivenUp();
 }
 
-TEST_F(AlpcExchangeTest, MessageBeyondThePortsLimitIsTooLong) {
-    Serve(OnRequests(Echo));
+TEST_F(AlpcPortTest, ClientThatTheServerDropsLosesItsMessageWhenTheLayerSaysSo) {
+    PortLayer::SetAlpcServerGoneStatus(kStatusMessageLost);
+    Serve(OnRequests([](ReceivedCall& call) { NtAlpcDisconnectPort(call.client, 0); }));
     const Handle port = Connect();
     Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage(Pattern(0xFFEF - 23)), reply), kStatusPortMessageTooLong);
-    EXPECT_EQ(SendOneWay(port, AlpcMessage(Pattern(0xFFEF - 23))), kStatusPortMessageTooLong);
-    EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), static_cast<NtStatus>(0xC0000701));
+    // A port that is known to be dead says so.
+    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), static_cast<NtStatus>(0xC0000037));
+    PortLayer::SetAlpcServerGoneStatus(kStatusPortDisconnected);
 }
 
-TEST_F(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
+TEST_F(AlpcPortTest, AttributeBufferIsSizedFirst) {
+    constexpr std::size_t kViewSize = sizeof(void*) == 4 ? 8 + 16 : 8 + 32;
+    std::size_t size = 0;
+    EXPECT_EQ(AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, nullptr, 0, &size),
+              kStatusBufferTooSmall);
+    EXPECT_EQ(size, kViewSize);
+    std::vector<std::uint64_t> buffer(8, 0xEEEEEEEEEEEEEEEE);
+    auto* const attributes = reinterpret_cast<AlpcMessageAttributes*>(buffer.data());
+    EXPECT_EQ(
+        AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, attributes, size - 1, &size),
+        kStatusBufferTooSmall);
+    EXPECT_EQ(buffer[0], 0xEEEEEEEEEEEEEEEE);
+    EXPECT_EQ(AlpcInitializeMessageAttribute(kAlpcMessageViewAttribute, attributes, size, &size),
+              kStatusSuccess);
+    EXPECT_EQ(attributes->AllocatedAttributes, kAlpcMessageViewAttribute);
+    EXPECT_EQ(attributes->ValidAttributes, 0u);
+    EXPECT_EQ(buffer[1], 0xEEEEEEEEEEEEEEEE);
+}
+
+TEST_F(AlpcPortTest, AttributeBodiesStandHighestBitFirst) {
+    CAttributes both;
+    auto* const start = reinterpret_cast<std::uint8_t*>(both.Get());
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(&both.View()), start + 8);
+    EXPECT_EQ(reinterpret_cast<std::uint8_t*>(&both.Context()),
+              start + 8 + sizeof(AlpcDataViewAttr));
+    EXPECT_EQ(AlpcGetMessageAttribute(both.Get(), kAlpcMessageHandleAttribute), nullptr);
+}
+
+TEST_F(AlpcPortTest, LengthsThatDoNotAddUpAreInvalid) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     for (const std::uint16_t total : {23, 27, 29, 0}) {
@@ -50,7 +93,7 @@ TEST_F(AlpcExchangeTest, LengthsThatDoNotAddUpAreInvalid) {
     }
 }
 
-TEST_F(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBufferAndCannotReleaseAsWell) {
+TEST_F(AlpcPortTest, SynchronousRequestNeedsAReceiveBufferAndCannotReleaseAsWell) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage({});
@@ -64,7 +107,7 @@ TEST_F(AlpcExchangeTest, SynchronousRequestNeedsAReceiveBufferAndCannotReleaseAs
         kStatusInvalidParameter2);
 }
 
-TEST_F(AlpcExchangeTest, KindAndIdsAreTheSystems) {
+TEST_F(AlpcPortTest, KindAndIdsAreTheSystems) {
     std::uint32_t messageId = 0;
     Serve(OnRequests([&](ReceivedCall& call) {
         // The sender did not release it, so the continuation flag stands beside the kind.
@@ -76,40 +119,14 @@ TEST_F(AlpcExchangeTest, KindAndIdsAreTheSystems) {
         EXPECT_EQ(call.attributes.Context().MessageId, messageId);
         call.Reply({});
     }));
-    const Handle port = Connect();
     Bytes reply;
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
+    ASSERT_EQ(Exchange(Connect(), AlpcMessage({}), reply), kStatusSuccess);
     EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 2);
     EXPECT_EQ(Get<std::uint32_t>(reply.data(), 16), messageId);
     EXPECT_EQ(reply.size(), 24u);
 }
 
-TEST_F(AlpcExchangeTest, OneWayMessageArrivesAsADatagram) {
-    std::promise<Bytes> received;
-    Serve([&](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcDatagram) {
-            EXPECT_EQ(Get<std::uint16_t>(call.message.data(), 4), 3);
-            received.set_value(call.Data());
-        }
-    });
-    const Handle port = Connect();
-    EXPECT_EQ(SendOneWay(port, AlpcMessage(ToBytes("note"))), kStatusSuccess);
-    EXPECT_EQ(received.get_future().get(), ToBytes("note"));
-}
-
-TEST_F(AlpcExchangeTest, ReplyToAnAnsweredRequestIsInvalid) {
-    std::promise<void> checked;
-    Serve(OnRequests([&](ReceivedCall& call) {
-        EXPECT_EQ(call.Reply(ToBytes("first")), kStatusSuccess);
-        EXPECT_EQ(call.Reply(ToBytes("second")), kStatusInvalidMessage);
-        checked.set_value();
-    }));
-    const Handle port = Connect();
-    EXPECT_EQ(Ask(port, {}), ToBytes("first"));
-    checked.get_future().get();
-}
-
-TEST_F(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
+TEST_F(AlpcPortTest, UnreleasedReplyIsReleasedOnce) {
     Serve(OnRequests([](ReceivedCall& call) {
         EXPECT_EQ(call.Reply(ToBytes("kept"), 0, nullptr), kStatusSuccess);
     }));
@@ -121,7 +138,7 @@ TEST_F(AlpcExchangeTest, UnreleasedReplyIsReleasedOnce) {
     EXPECT_EQ(Release(port, reply, nullptr), kStatusInvalidMessage);
 }
 
-TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
+TEST_F(AlpcPortTest, ReplyBeyondTheBufferIsTooLarge) {
     Serve(OnRequests(Echo));
     const Handle port = Connect();
     Bytes request = AlpcMessage(Pattern(100));
@@ -134,14 +151,9 @@ TEST_F(AlpcExchangeTest, ReplyBeyondTheBufferIsTooLarge) {
     EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x"));
 }
 
-TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
+TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
     const Handle server = CreatePort(100);
-    auto connecting = std::async(std::launch::async, [this] {
-        Handle port = nullptr;
-        Bytes message = Message(24, ToBytes("hello"), 29);
-        EXPECT_EQ(TryConnect(port, &message), kStatusSuccess);
-        return port;
-    });
+    auto connecting = ConnectInBackground();
     Bytes message(100);
     std::size_t length = 99;
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
@@ -151,18 +163,14 @@ TEST_F(AlpcExchangeTest, ServersSmallBufferKeepsTheMessage) {
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
                                         nullptr, nullptr),
               kStatusSuccess);
-    EXPECT_EQ(length, 29u);
-    EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
-    Handle accepted = nullptr;
-    EXPECT_EQ(NtAlpcAcceptConnectPort(&accepted, server, 0, nullptr, nullptr, nullptr,
-                                      message.data(), nullptr, 1),
-              kStatusSuccess);
-    for (const Handle handle : {connecting.get(), accepted, server}) {
-        CloseHandle(handle);
-    }
+    EXPECT_EQ(length, 24u);
+    Handle none = nullptr;
+    EXPECT_EQ(Answer(server, message, false, none), kStatusSuccess);
+    EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
+    CloseHandle(server);
 }
 
-TEST_F(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
+TEST_F(AlpcPortTest, RequestTimesOutAndTheLateReplyIsDropped) {
     std::promise<void> timedOut;
     auto waitForTimeOut = timedOut.get_future().share();
     Serve(OnRequests([&](ReceivedCall& call) {
@@ -182,28 +190,21 @@ TEST_F(AlpcExchangeTest, RequestTimesOutAndTheLateReplyIsDropped) {
     EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
 }
 
-TEST_F(AlpcExchangeTest, AnswerInTimeBeatsTheTimeOut) {
+TEST_F(AlpcPortTest, AnswerInTimeBeatsTheTimeOut) {
     Serve(OnRequests(Echo));
-    const Handle port = Connect();
     std::int64_t timeout = Within(std::chrono::seconds(60));
     Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage(ToBytes("x")), reply, nullptr, nullptr, &timeout),
+    EXPECT_EQ(Exchange(Connect(), AlpcMessage(ToBytes("x")), reply, nullptr, nullptr, &timeout),
               kStatusSuccess);
     EXPECT_EQ(AlpcData(reply.data()), ToBytes("x"));
 }
 
-TEST_F(AlpcExchangeTest, ThreadsOfOneClientGetTheirOwnReplies) {
-    Serve(OnRequests(Echo), 3);
-    const Handle port = Connect();
-    AskOnThreads(port, 6, 150);
-}
-
-TEST_F(AlpcExchangeTest, TimedOutThreadsDoNotDisturbTheOthers) {
-    Serve([](ReceivedCall& call) {
-        if (Kind(call.message.data()) == kLpcRequest && call.Data() != ToBytes("forget me")) {
+TEST_F(AlpcPortTest, TimedOutThreadsDoNotDisturbTheOthers) {
+    Serve(OnRequests([](ReceivedCall& call) {
+        if (call.Data() != ToBytes("forget me")) {
             call.Reply(call.Data());
         }
-    });
+    }));
     const Handle port = Connect();
     std::thread impatient([&] {
         for (int i = 0; i < 20; ++i) {
