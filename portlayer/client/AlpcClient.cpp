@@ -6,7 +6,6 @@
 
 #include "portlayer/ClientFunctions.h"
 #include "portlayer/LayerSettings.h"
-#include "portlayer/packets/AlpcAttributes.h"
 
 namespace Kyr::PortLayer {
 
@@ -207,14 +206,10 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
     NtStatus status = CheckMessage(message, limit);
     const CDeadline deadline = CDeadline::FromNative(timeout);
     std::shared_ptr<CClientConnection> connection;
-    if (status == kStatusSuccess) {
-        status = CClientConnection::Open(*name, deadline, connection);
-    }
     std::vector<std::uint8_t> answer;
-    std::size_t serverLimit = 0;
     if (status == kStatusSuccess) {
-        status = connection->Handshake(PortDialect::kAlpc, message, TotalLength(message), deadline,
-                                       answer, serverLimit);
+        status = CClientConnection::Connect(*name, PortDialect::kAlpc, message, deadline,
+                                            connection, answer, limit);
     }
     if (status != kStatusSuccess) {
         return status;
@@ -231,9 +226,6 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
             *bufferLength = answer.size();
         }
     }
-    // Each end has a limit of its own. The shorter one holds, so that a message too long fails here
-    // and not on the way.
-    limit = std::min(limit, serverLimit);
     *port = AddHandle(std::make_shared<CAlpcClientPort>(std::move(connection), limit));
     return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }

@@ -9,11 +9,7 @@
 
 namespace Kyr::PortLayer::Detail {
 
-namespace {
-
 using namespace NtApi;
-
-}  // namespace
 
 /// A thread inside an exchange. It stands on that thread's stack, and in the list from before its
 /// request is sent until it leaves. What it is doing:
@@ -55,14 +51,17 @@ struct CClientConnection::Waiter {
     }
 };
 
-NtStatus CClientConnection::Open(const UnicodeString& name, const CDeadline& deadline,
-                                 std::shared_ptr<CClientConnection>& connection) {
+NtStatus CClientConnection::Connect(const UnicodeString& name, PortDialect dialect,
+                                    const void* request, const CDeadline& deadline,
+                                    std::shared_ptr<CClientConnection>& connection,
+                                    std::vector<std::uint8_t>& answer, std::size_t& limit) {
     std::unique_ptr<IPacketChannel> channel;
     const NtStatus status = OpenChannel(name, deadline, channel);
-    if (status == kStatusSuccess) {
-        connection.reset(new CClientConnection(std::move(channel)));
+    if (status != kStatusSuccess) {
+        return status;
     }
-    return status;
+    connection.reset(new CClientConnection(std::move(channel)));
+    return connection->Handshake(dialect, request, deadline, answer, limit);
 }
 
 CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
@@ -72,13 +71,13 @@ CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
 
 CClientConnection::~CClientConnection() = default;
 
-NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message, std::size_t length,
+NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message,
                                       const CDeadline& deadline, std::vector<std::uint8_t>& answer,
-                                      std::size_t& serverLimit) {
+                                      std::size_t& limit) {
     OutgoingPacket request(PacketKind::kConnect);
     request.head.flags = static_cast<std::uint32_t>(dialect);
     request.head.threadId = CurrentThreadId();
-    request.SetMessage(message, length);
+    request.SetMessage(message, TotalLength(message));
     if (channel_->Send(request, pool_, received_, deadline) != SendResult::kSent) {
         return kStatusPortConnectionRefused;
     }
@@ -96,7 +95,9 @@ NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message, 
     }
     // An answer brings no memory. Whatever came along is closed.
     packet_.DropHandles();
-    serverLimit = packet_.head.flags;
+    // Each end has a limit of its own. The shorter one holds, so that a message too long fails here
+    // and not on the way.
+    limit = std::min<std::size_t>(limit, packet_.head.flags);
     answer.assign(packet_.message, packet_.message + packet_.head.messageLength);
     return kStatusSuccess;
 }

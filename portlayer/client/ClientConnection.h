@@ -35,18 +35,15 @@ struct PendingExchange {
 
 class CClientConnection {
   public:
-    /// Finds the named port and connects to it; kStatusObjectNameNotFound when nobody
-    /// serves it, kStatusAccessDenied when another user does.
-    static NtApi::NtStatus Open(const NtApi::UnicodeString& name, const CDeadline& deadline,
-                                std::shared_ptr<CClientConnection>& connection);
+    /// Finds the named port, sends it the connection request and waits for the answer.
+    /// kStatusObjectNameNotFound when nobody serves the port, kStatusAccessDenied when another user
+    /// does; kStatusTimeout, kStatusPortConnectionRefused. `limit` becomes the longest message that
+    /// the server takes, when that is less.
+    static NtApi::NtStatus Connect(const NtApi::UnicodeString& name, PortDialect dialect,
+                                   const void* request, const CDeadline& deadline,
+                                   std::shared_ptr<CClientConnection>& connection,
+                                   std::vector<std::uint8_t>& answer, std::size_t& limit);
     ~CClientConnection();
-
-    /// Sends the connection request and waits for the answer, which is at most `capacity` bytes.
-    /// kStatusTimeout, kStatusPortConnectionRefused.
-    /// `serverLimit` is the longest message that the server takes.
-    NtApi::NtStatus Handshake(PortDialect dialect, const void* message, std::size_t length,
-                              const CDeadline& deadline, std::vector<std::uint8_t>& answer,
-                              std::size_t& serverLimit);
 
     ExchangeResult Exchange(OutgoingPacket& packet, PendingExchange& exchange,
                             const CDeadline& deadline);
@@ -62,6 +59,8 @@ class CClientConnection {
   private:
     struct Waiter;
     explicit CClientConnection(std::unique_ptr<IPacketChannel> channel);
+    NtApi::NtStatus Handshake(PortDialect dialect, const void* message, const CDeadline& deadline,
+                              std::vector<std::uint8_t>& answer, std::size_t& limit);
     SendResult SendRequest(OutgoingPacket& packet, Waiter& waiter, const CDeadline& deadline);
     /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
     /// the caller does not hold.

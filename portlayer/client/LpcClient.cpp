@@ -73,18 +73,13 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
         std::memcpy(message + header, connectionInfo, infoLength);
     }
     std::shared_ptr<CClientConnection> connection;
-    NtStatus status = CClientConnection::Open(*name, CDeadline::Never(), connection);
-    if (status != kStatusSuccess) {
-        return status;
-    }
     std::vector<std::uint8_t> answer;
-    std::size_t limit = 0;
-    status = connection->Handshake(PortDialect::kLpc, message, header + infoLength,
-                                   CDeadline::Never(), answer, limit);
+    std::size_t limit = LpcLayout().maxMessage;
+    const NtStatus status = CClientConnection::Connect(
+        *name, PortDialect::kLpc, message, CDeadline::Never(), connection, answer, limit);
     if (status != kStatusSuccess) {
         return status;
     }
-    limit = std::min(limit, LpcLayout().maxMessage);
     if (infoLength != 0) {
         // The answer replaces what was sent, and may be shorter, never longer: the buffer is that
         // long.
