@@ -1,6 +1,7 @@
 // Threads: their handles are signalled when the routine has returned.
 #include <memory>
-#include <pthread.h>
+#include <system_error>
+#include <thread>
 
 #include "portlayer/ClassicFunctions.h"
 #include "portlayer/core/LiveCounterCells.h"
@@ -21,21 +22,6 @@ class CThread final : public CWaitable {
     std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kThreads);
 };
 
-/// What a new thread takes with it.
-struct ThreadStart {
-    ThreadRoutine routine;
-    void* parameter;
-    std::shared_ptr<CThread> thread;
-};
-
-void* Run(void* argument) {
-    const std::unique_ptr<ThreadStart> start(static_cast<ThreadStart*>(argument));
-    start->routine(start->parameter);
-    const auto lock = WaitLock();
-    start->thread->SetSignalled(true);
-    return nullptr;
-}
-
 }  // namespace
 
 Handle KYR_NTAPI CreateThread(void*, std::size_t, ThreadRoutine routine, void* parameter,
@@ -44,23 +30,21 @@ Handle KYR_NTAPI CreateThread(void*, std::size_t, ThreadRoutine routine, void* p
     if (routine == nullptr || flags != 0 || threadId != nullptr) {
         return nullptr;
     }
-    auto thread = std::make_shared<CThread>();
-    auto start = std::make_unique<ThreadStart>(ThreadStart{routine, parameter, thread});
-    const Handle handle = AddHandle(std::move(thread));
+    const auto thread = std::make_shared<CThread>();
+    const Handle handle = AddHandle(thread);
     if (handle == nullptr) {
         return nullptr;
     }
-    pthread_attr_t attributes;
-    ::pthread_attr_init(&attributes);
-    ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED);
-    pthread_t created;
-    const int failure = ::pthread_create(&created, &attributes, Run, start.get());
-    ::pthread_attr_destroy(&attributes);
-    if (failure != 0) {
+    try {
+        std::thread([routine, parameter, thread] {
+            routine(parameter);
+            const auto lock = WaitLock();
+            thread->SetSignalled(true);
+        }).detach();
+    } catch (const std::system_error&) {
         RemoveHandle(handle);
         return nullptr;
     }
-    static_cast<void>(start.release());  // the thread deletes it
     return handle;
 }
 
