@@ -2,7 +2,7 @@
 #include "ntapi/Status.h"
 #include "portlayer/ClientFunctions.h"
 #include "portlayer/client/AlpcClient.h"
-#include "portlayer/server/AlpcServer.h"
+#include "portlayer/server/ServerPort.h"
 
 namespace Kyr::PortLayer {
 

@@ -13,7 +13,7 @@
 
 #include "portlayer/client/ClientConnection.h"
 #include "portlayer/core/Handles.h"
-#include "portlayer/packets/AlpcCall.h"
+#include "portlayer/packets/AlpcAttributes.h"
 #include "portlayer/packets/AlpcMemory.h"
 
 namespace Kyr::PortLayer::Detail {

@@ -8,7 +8,6 @@
 #include <unistd.h>
 
 #include "portlayer/core/Deadline.h"
-#include "portlayer/linux/Failure.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -63,8 +62,8 @@ CNamedFile::~CNamedFile() {
     }
 }
 
-NtStatus CNamedFile::Open(const char16_t* name, const char* kind) {
-    const NtStatus status = Locate(NameOf(name), kind, false, directory_, name_);
+NtStatus CNamedFile::Open(std::u16string_view name, const char* kind) {
+    const NtStatus status = Locate(name, kind, false, directory_, name_);
     return status == kStatusSuccess ? OpenLive() : status;
 }
 
@@ -89,9 +88,9 @@ NtStatus CNamedFile::OpenLive() {
     return kStatusSuccess;
 }
 
-NtStatus CNamedFile::OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
+NtStatus CNamedFile::OpenOrCreate(std::u16string_view name, const char* kind, std::size_t size,
                                   const std::function<bool(int)>& initialise) {
-    NtStatus status = Locate(NameOf(name), kind, true, directory_, name_);
+    NtStatus status = Locate(name, kind, true, directory_, name_);
     // Goes round only when theirs, which made ours fail, is gone before we open it.
     while (status == kStatusSuccess) {
         const NtStatus opened = OpenLive();
@@ -112,7 +111,7 @@ NtStatus CNamedFile::Create(std::size_t size, const std::function<bool(int)>& in
     // A file without a name. It is filled and locked first: found by its name half made, it would
     // be used; found without a lock, it would be removed.
     CFileDescriptor file(::openat(directory_.Get(), ".", O_RDWR | O_TMPFILE | O_CLOEXEC, 0600));
-    if (!file.IsOpen() || !Reserve(file.Get(), size) || !LockShared(file.Get()) ||
+    if (!file.IsOpen() || (size != 0 && !Reserve(file.Get(), size)) || !LockShared(file.Get()) ||
         (initialise && !initialise(file.Get()))) {
         return Failed(name_);
     }

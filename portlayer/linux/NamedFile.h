@@ -1,4 +1,4 @@
-// The file behind a named mutex or section, alive while somebody holds it open.
+// The file behind a named mutex, section or port, alive while somebody holds it open.
 //
 // A system object ends with its last handle. So here: every holder keeps a shared lock on the file;
 // who finds it unlocked takes it for left behind by dead processes and removes it; the last holder
@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <string>
+#include <string_view>
 
 #include "portlayer/linux/FileDescriptor.h"
 #include "portlayer/linux/RunDirectory.h"
@@ -22,10 +23,10 @@ class CNamedFile {
     CNamedFile& operator=(const CNamedFile&) = delete;
     ~CNamedFile();
 
-    NtApi::NtStatus Open(const char16_t* name, const char* kind);
+    NtApi::NtStatus Open(std::u16string_view name, const char* kind);
     /// Opens the object, or makes it: `size` zero bytes, then `initialise` with the new file. When
     /// somebody else makes it at the same time, what was initialised may be thrown away.
-    NtApi::NtStatus OpenOrCreate(const char16_t* name, const char* kind, std::size_t size,
+    NtApi::NtStatus OpenOrCreate(std::u16string_view name, const char* kind, std::size_t size,
                                  const std::function<bool(int)>& initialise);
     /// Whether OpenOrCreate made it.
     bool WasCreated() const { return wasCreated_; }
@@ -44,5 +45,11 @@ class CNamedFile {
     CFileDescriptor file_;
     bool wasCreated_ = false;
 };
+
+/// Lets every view of a named section whose file somebody removed show the section that has the
+/// name by now. In the system a name leads to one object as long as somebody holds it; here a
+/// directory that is cleared under its holders gives the next server new files. Whoever connects to
+/// that server is to see its section. Threads: any.
+void RenewViews();
 
 }  // namespace Kyr::PortLayer::Detail

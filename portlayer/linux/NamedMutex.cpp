@@ -150,12 +150,12 @@ void CNamedMutex::Discard() {
 }
 
 NtApi::NtStatus CNamedMutex::Open(const char16_t* name) {
-    return Map(file_.Open(name, "mutex"));
+    return Map(file_.Open(NameOf(name), "mutex"));
 }
 
 NtApi::NtStatus CNamedMutex::OpenOrCreate(const char16_t* name, bool owned) {
     const NtApi::NtStatus status =
-        file_.OpenOrCreate(name, "mutex", sizeof(pthread_mutex_t),
+        file_.OpenOrCreate(NameOf(name), "mutex", sizeof(pthread_mutex_t),
                            [this, owned](int file) { return Initialise(file, owned); });
     if (status == NtApi::kStatusSuccess && file_.WasCreated()) {
         return status;

@@ -1,6 +1,4 @@
 // Named sections and the views of them.
-#include "portlayer/linux/NamedSection.h"
-
 #include <map>
 #include <mutex>
 #include <set>
@@ -80,7 +78,7 @@ Handle KYR_NTAPI CreateFileMappingW(Handle file, void*, std::uint32_t protection
     auto shared = std::make_shared<CNamedFile>();
     // A section that is there keeps its size; the system refuses views beyond it, this layer the
     // section.
-    if (shared->OpenOrCreate(name, "section", sizeLow, nullptr) != NtApi::kStatusSuccess ||
+    if (shared->OpenOrCreate(NameOf(name), "section", sizeLow, nullptr) != NtApi::kStatusSuccess ||
         shared->Size() < sizeLow) {
         return nullptr;
     }
@@ -90,7 +88,7 @@ Handle KYR_NTAPI CreateFileMappingW(Handle file, void*, std::uint32_t protection
 Handle KYR_NTAPI OpenFileMappingW(std::uint32_t access, Bool, const char16_t* name) {
     auto shared = std::make_shared<CNamedFile>();
     if ((access & (kFileMapRead | kFileMapWrite)) == 0 ||
-        shared->Open(name, "section") != NtApi::kStatusSuccess) {
+        shared->Open(NameOf(name), "section") != NtApi::kStatusSuccess) {
         return nullptr;
     }
     const bool writable = (access & kFileMapWrite) != 0;

@@ -1,18 +1,30 @@
 #include "portlayer/linux/RunDirectory.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
 #include <fcntl.h>
 #include <string_view>
 #include <sys/stat.h>
+#include <system_error>
 #include <unistd.h>
 
 #include "portlayer/Diagnostics.h"
-#include "portlayer/linux/Failure.h"
 
 namespace Kyr::PortLayer {
 
 using namespace NtApi;
+
+namespace {
+
+// No string: its destructor would keep a library that is unloaded in use until the thread ends.
+thread_local char lastFailure[512];
+
+}  // namespace
+
+std::string LastFailure() {
+    return lastFailure;
+}
 
 std::string PlaceOfNames() {
     // secure_getenv: a program with raised rights does not let its caller choose the directory.
@@ -32,6 +44,26 @@ namespace {
 
 // Our own limits: "/proc/self/fd/<n>/<name>" must fit the 108 bytes of a socket address.
 constexpr std::size_t kLongestFileName = 80;
+
+NtStatus StatusOf(int error) {
+    switch (error) {
+        case ENOENT:
+            return kStatusObjectNameNotFound;
+        case EEXIST:
+        case EADDRINUSE:
+            return kStatusObjectNameCollision;
+        case ENOSPC:
+        case EDQUOT:
+        case EFBIG:
+            return kStatusDiskFull;
+        case ENOMEM:
+        case EMFILE:
+        case ENFILE:
+            return kStatusNoMemory;
+        default:
+            return kStatusAccessDenied;
+    }
+}
 
 bool StripPrefix(std::string& name, std::string_view prefix) {
     if (name.compare(0, prefix.size(), prefix) != 0) {
@@ -79,6 +111,17 @@ NtStatus FileNameOf(std::u16string_view units, const char* kind, std::string& fi
 }
 
 }  // namespace
+
+NtStatus Failed(const std::string& file) {
+    const int error = errno;
+    return Failed(file, StatusOf(error), std::generic_category().message(error));
+}
+
+NtStatus Failed(const std::string& file, NtStatus status, const std::string& reason) {
+    const std::string path = file.empty() ? PlaceOfNames() : PlaceOfNames() + '/' + file;
+    std::snprintf(lastFailure, sizeof lastFailure, "%s: %s", path.c_str(), reason.c_str());
+    return status;
+}
 
 NtStatus OpenRunDirectory(bool create, CFileDescriptor& directory) {
     const std::string name = PlaceOfNames();

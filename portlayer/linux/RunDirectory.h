@@ -1,5 +1,5 @@
-// The private directory in which the names of ports, mutexes and sections live, and the file names
-// that object names map to.
+// The private directory in which the names of ports, mutexes and sections live, the file names that
+// object names map to, and what failed there (Diagnostics.h).
 //
 // The directory is KELCOMM_RUNTIME_DIR, else $XDG_RUNTIME_DIR/kelcomm, else /run/kelcomm for root,
 // else /tmp/kelcomm-<uid>. It is made with mode 0700 when it does not exist; one that belongs to
@@ -32,6 +32,10 @@ NtApi::NtStatus Locate(std::u16string_view name, const char* kind, bool create,
 /// The letters of a name of the system's; empty for none.
 std::u16string_view NameOf(const NtApi::UnicodeString& name);
 std::u16string_view NameOf(const char16_t* name);
+
+/// The status that says what errno says. `file`: of the run directory; empty for the directory.
+NtApi::NtStatus Failed(const std::string& file);
+NtApi::NtStatus Failed(const std::string& file, NtApi::NtStatus status, const std::string& reason);
 
 /// A path that reaches `file` through the open directory, whatever becomes of the directory's name.
 std::string PathIn(const CFileDescriptor& directory, const std::string& file);

@@ -6,7 +6,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "portlayer/linux/Failure.h"
 #include "portlayer/linux/FileDescriptor.h"
 #include "portlayer/linux/RunDirectory.h"
 

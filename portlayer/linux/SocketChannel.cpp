@@ -7,7 +7,7 @@
 #include <string>
 #include <sys/socket.h>
 
-#include "portlayer/linux/NamedSection.h"
+#include "portlayer/linux/NamedFile.h"
 #include "portlayer/linux/Peer.h"
 #include "portlayer/linux/RunDirectory.h"
 

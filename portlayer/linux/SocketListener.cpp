@@ -1,14 +1,14 @@
 // A port as a listening socket in the run directory, and epoll over the sockets of its clients.
 #include <cerrno>
+#include <memory>
 #include <poll.h>
 #include <sys/epoll.h>
 #include <sys/eventfd.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
-#include "portlayer/linux/Failure.h"
+#include "portlayer/linux/NamedFile.h"
 #include "portlayer/linux/Peer.h"
-#include "portlayer/linux/PortName.h"
 #include "portlayer/linux/SocketChannel.h"
 #include "portlayer/server/PortListener.h"
 
@@ -41,6 +41,7 @@ int SocketOf(IPacketChannel& channel) {
 // same: all but one find nothing then.
 class CSocketListener final : public IPortListener {
   public:
+    ~CSocketListener() override { CSocketListener::Close(); }
     NtStatus Open(const UnicodeString& name);
 
     ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
@@ -51,7 +52,7 @@ class CSocketListener final : public IPortListener {
     void Unwatch(IPacketChannel& channel) override {
         ::epoll_ctl(poll_.Get(), EPOLL_CTL_DEL, SocketOf(channel), nullptr);
     }
-    void Close() override { name_.Give(); }
+    void Close() override;
     void Wake() override {
         // The waiting threads see this one after another; it is never read.
         const std::uint64_t one = 1;
@@ -59,14 +60,47 @@ class CSocketListener final : public IPortListener {
     }
 
   private:
-    CPortName name_;
+    NtStatus TakeName(const UnicodeString& name);
+
+    // Beside the socket stands a file that the port's owner holds: so a name left by a dead process
+    // is told from one in use, and taken over.
+    std::unique_ptr<CNamedFile> ownership_;
+    CFileDescriptor directory_;
+    std::string socketFile_;
     CFileDescriptor listener_;
     CFileDescriptor poll_;
     CFileDescriptor wake_;
 };
 
+NtStatus CSocketListener::TakeName(const UnicodeString& name) {
+    NtStatus status = Locate(NameOf(name), "port", true, directory_, socketFile_);
+    auto ownership = std::make_unique<CNamedFile>();
+    if (status == kStatusSuccess) {
+        status = ownership->OpenOrCreate(NameOf(name), "port.lock", 0, nullptr);
+    }
+    if (status != kStatusSuccess) {
+        return status;
+    }
+    if (!ownership->WasCreated()) {
+        return Failed(socketFile_, kStatusObjectNameCollision, "somebody serves there");
+    }
+    ownership_ = std::move(ownership);
+    // What stands there now was left by a process that is gone.
+    ::unlinkat(directory_.Get(), socketFile_.c_str(), 0);
+    return ListenSocket(PathIn(directory_, socketFile_), listener_) ? kStatusSuccess
+                                                                    : Failed(socketFile_);
+}
+
+void CSocketListener::Close() {
+    if (ownership_) {
+        // First: afterwards the name may be that of the next server.
+        ::unlinkat(directory_.Get(), socketFile_.c_str(), 0);
+        ownership_.reset();
+    }
+}
+
 NtStatus CSocketListener::Open(const UnicodeString& name) {
-    const NtStatus status = name_.Take(name, listener_);
+    const NtStatus status = TakeName(name);
     if (status != kStatusSuccess) {
         return status;
     }

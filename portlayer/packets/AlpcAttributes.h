@@ -1,10 +1,24 @@
-// Reading and filling the attribute buffers of advanced messages.
+// One call of NtAlpcSendWaitReceivePort, which both ends of a port take, and the attribute buffers
+// that it brings.
 #pragma once
+
+#include <cstddef>
+#include <cstdint>
 
 #include "ntapi/Alpc.h"
 #include "portlayer/packets/Packet.h"
 
 namespace Kyr::PortLayer::Detail {
+
+struct AlpcCall {
+    std::uint32_t flags;
+    std::uint8_t* sendMessage;
+    NtApi::AlpcMessageAttributes* sendAttributes;
+    std::uint8_t* receiveMessage;
+    std::size_t* bufferLength;
+    NtApi::AlpcMessageAttributes* receiveAttributes;
+    const std::int64_t* timeout;
+};
 
 /// The view that a sender attached, or null.
 NtApi::AlpcDataViewAttr* SentView(NtApi::AlpcMessageAttributes* attributes);

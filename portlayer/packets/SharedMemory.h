@@ -7,10 +7,14 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 
 #include "portlayer/core/SystemHandle.h"
 
 namespace Kyr::PortLayer::Detail {
+
+/// Defined by the back end.
+void UnmapMemory(std::uint8_t* base, std::size_t size);
 
 /// One mapping of shared memory.
 class CMapping {
@@ -18,10 +22,19 @@ class CMapping {
     CMapping() = default;
     CMapping(std::uint8_t* base, std::size_t size) : base_(base), size_(size) {}
     CMapping(CMapping&& other) noexcept { *this = std::move(other); }
-    CMapping& operator=(CMapping&& other) noexcept;
+    CMapping& operator=(CMapping&& other) noexcept {
+        Unmap();
+        base_ = std::exchange(other.base_, nullptr);
+        size_ = std::exchange(other.size_, 0);
+        return *this;
+    }
     ~CMapping() { Unmap(); }
 
-    void Unmap();
+    void Unmap() {
+        if (base_ != nullptr) {
+            UnmapMemory(std::exchange(base_, nullptr), std::exchange(size_, 0));
+        }
+    }
     std::uint8_t* Base() const { return base_; }
     std::size_t Size() const { return size_; }
 
@@ -29,9 +42,6 @@ class CMapping {
     std::uint8_t* base_ = nullptr;
     std::size_t size_ = 0;
 };
-
-/// Defined by the back end.
-void UnmapMemory(std::uint8_t* base, std::size_t size);
 
 /// Memory of this end that the peer does not have yet.
 struct SharedMemory {

@@ -1,9 +1,8 @@
-#include "portlayer/server/AlpcServer.h"
-
+// The server's calls on advanced ports.
 #include <cstring>
 
+#include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
-#include "portlayer/packets/AlpcAttributes.h"
 #include "portlayer/server/Answers.h"
 
 namespace Kyr::PortLayer {

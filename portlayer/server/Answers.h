@@ -6,12 +6,6 @@
 
 namespace Kyr::PortLayer::Detail {
 
-/// Replies to the open request with these ids; `fill(packet, connection)` sets the packet's message
-/// and view, or returns why there is no reply yet: the request stays open then.
-/// kStatusReplyMessageMismatch when the port has no such request.
-template <typename Fill>
-NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fill fill);
-
 /// True when the record is an open request of the port with these ids. Advanced ports know a
 /// message by its message id alone. REQUIRES: the record's mutex is held.
 bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const MessageIds& ids);
@@ -21,18 +15,9 @@ bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const 
 NtApi::NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port,
                               const MessageIds& ids, std::uint32_t entryIndex, std::size_t size);
 
-/// Calls `move(record)` when so many bytes of the data entry may be read or written, and are any;
-/// the record's mutex is held. A status of ReadRequestData.
-template <typename Move>
-NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
-                              std::uint32_t entryIndex, std::size_t size, Move move);
-
-/// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on
-/// when the connection is completed.
-NtApi::NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
-                                 void* context, NtApi::Handle& handle);
-NtApi::NtStatus CompleteConnection(CServerConnection& connection);
-
+/// Replies to the open request with these ids; `fill(packet, connection)` sets the packet's message
+/// and view, or returns why there is no reply yet: the request stays open then.
+/// kStatusReplyMessageMismatch when the port has no such request.
 template <typename Fill>
 NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fill fill) {
     const auto record = FindPendingMessage(ids.messageId);
@@ -62,6 +47,8 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fi
     return status;
 }
 
+/// Calls `move(record)` when so many bytes of the data entry may be read or written, and are any;
+/// the record's mutex is held. A status of ReadRequestData.
 template <typename Move>
 NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
                               std::uint32_t entryIndex, std::size_t size, Move move) {
@@ -73,5 +60,11 @@ NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
     const NtApi::NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
     return status != NtApi::kStatusSuccess || size == 0 ? status : move(*record);
 }
+
+/// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on
+/// when the connection is completed.
+NtApi::NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
+                                 void* context, NtApi::Handle& handle);
+NtApi::NtStatus CompleteConnection(CServerConnection& connection);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -17,6 +17,7 @@
 
 #include "ntapi/Types.h"
 #include "portlayer/core/Handles.h"
+#include "portlayer/packets/AlpcAttributes.h"
 #include "portlayer/server/PendingMessages.h"
 #include "portlayer/server/PortListener.h"
 #include "portlayer/server/ServerConnection.h"
@@ -119,5 +120,8 @@ class CServerCommPort final : public CObject {
 
 /// The connection port behind an object of either class; null when it is of another.
 std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object);
+
+/// The server's side of NtAlpcSendWaitReceivePort.
+NtApi::NtStatus ServerSendWaitReceive(CServerPort& port, const AlpcCall& call);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -35,7 +35,7 @@ class AlpcViewTest : public AlpcPortFixture {
         CAttributes received;
         EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
         EXPECT_TRUE(received.HasView());
-        const Bytes bytes = received.ViewBytes();
+        Bytes bytes = received.ViewBytes();
         ReleaseView(port, reply, received);
         return bytes;
     }

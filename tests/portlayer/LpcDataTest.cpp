@@ -100,6 +100,7 @@ TEST_F(LpcDataTest, WritesToOneEntryOverlay) {
 TEST_F(LpcDataTest, EveryEntryCanBeWritten) {
     std::vector<Bytes> memory(5, Bytes(20000));
     std::vector<BlockEntry> entries;
+    entries.reserve(memory.size());
     for (Bytes& bytes : memory) {
         entries.push_back(Entry(bytes));
     }

@@ -238,6 +238,7 @@ std::future<NtStatus> ServedPortFixture::AskInVain(Handle port) {
 
 void ServedPortFixture::AskOnThreads(Handle port, int count, int times) {
     std::vector<std::thread> threads;
+    threads.reserve(static_cast<std::size_t>(count));
     for (int thread = 0; thread < count; ++thread) {
         threads.emplace_back([this, port, times, thread] {
             for (int i = 0; i < times; ++i) {

@@ -7,7 +7,7 @@
 
 #include "portlayer/Diagnostics.h"
 #include "portlayer/RunFiles.h"
-#include "portlayer/linux/NamedSection.h"
+#include "portlayer/linux/NamedFile.h"
 #include "tests/portlayer/PortFixture.h"
 
 namespace Kyr::Test {
