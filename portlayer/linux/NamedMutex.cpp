@@ -2,9 +2,7 @@
 // process, is handed on as abandoned.
 //
 // The system keeps a list through the mutexes that a thread owns, in their own memory. So one that
-// is still owned when its last handle is closed stays mapped until its owner let go or ended.
-#include <algorithm>
-#include <atomic>
+// a thread of this process still owns when its last handle is closed stays mapped.
 #include <cerrno>
 #include <csignal>
 #include <linux/futex.h>
@@ -14,7 +12,6 @@
 #include <sys/mman.h>
 #include <sys/syscall.h>
 #include <unistd.h>
-#include <vector>
 
 #include "ntapi/Status.h"
 #include "portlayer/ServerFunctions.h"
@@ -56,17 +53,16 @@ int LockUntil(pthread_mutex_t* mutex, const timespec& limit) {
 
 using namespace Detail;
 
-class CNamedMutex final : public CExclusiveWaitable,
-                          public std::enable_shared_from_this<CNamedMutex> {
+class CNamedMutex final : public CExclusiveWaitable {
   public:
+    ~CNamedMutex() override;
+
     NtApi::NtStatus Open(const char16_t* name);
     /// A new mutex, not one that is there, belongs to the calling thread when `owned`.
     NtApi::NtStatus OpenOrCreate(const char16_t* name, bool owned);
 
     std::uint32_t Wait(const CDeadline& deadline) override;
-    void OnClose() override;
-    /// A thread of this process owns it.
-    bool IsOwnedHere();
+    void OnClose() override { live_.reset(); }
     /// False when the calling thread does not own it.
     bool Release();
 
@@ -76,6 +72,8 @@ class CNamedMutex final : public CExclusiveWaitable,
     bool Initialise(int file, bool owned);
     /// Of a mutex that nobody else has seen.
     void Discard();
+    /// A thread of this process owns it.
+    bool IsOwnedHere();
     pthread_mutex_t* Mutex() { return reinterpret_cast<pthread_mutex_t*>(mapping_.Base()); }
     int Lock(const CDeadline& deadline);
     /// Counts the caller among the users; the first one takes the file that has the name by now.
@@ -84,40 +82,17 @@ class CNamedMutex final : public CExclusiveWaitable,
 
     // Only the handle counts as live.
     std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kMutexes);
-    std::atomic<bool> closed_{false};
     CNamedFile file_;
     CMapping mapping_;
     std::mutex useMutex_;
     int users_ = 0;  // threads that wait, and how often it was taken here; guarded by useMutex_
 };
 
-struct ClosedMutexes {
-    std::mutex mutex;
-    std::vector<std::shared_ptr<CNamedMutex>> closed;  // guarded by mutex
-};
-
-// Made by the first call and never destroyed: threads may still own mutexes at exit.
-ClosedMutexes& OwnedYet() {
-    static ClosedMutexes* const ownedYet = new ClosedMutexes;
-    return *ownedYet;
-}
-
-/// Ends the closed mutexes whose owners let go or ended.
-void EndClosedMutexes() {
-    std::vector<std::shared_ptr<CNamedMutex>> ended;
-    ClosedMutexes& ownedYet = OwnedYet();
-    const std::lock_guard<std::mutex> lock(ownedYet.mutex);
-    const auto firstEnded = std::stable_partition(
-        ownedYet.closed.begin(), ownedYet.closed.end(),
-        [](const std::shared_ptr<CNamedMutex>& mutex) { return mutex->IsOwnedHere(); });
-    ended.assign(firstEnded, ownedYet.closed.end());
-    ownedYet.closed.erase(firstEnded, ownedYet.closed.end());
-}
-
-void KeepWhileOwned(std::shared_ptr<CNamedMutex> mutex) {
-    ClosedMutexes& ownedYet = OwnedYet();
-    const std::lock_guard<std::mutex> lock(ownedYet.mutex);
-    ownedYet.closed.push_back(std::move(mutex));
+CNamedMutex::~CNamedMutex() {
+    // Also one that a thread came to own while it waited and the handle was closed.
+    if (mapping_.Base() != nullptr && IsOwnedHere()) {
+        mapping_.Leave();
+    }
 }
 
 bool CNamedMutex::MapMutex(int file) {
@@ -190,18 +165,6 @@ int CNamedMutex::Lock(const CDeadline& deadline) {
     return LockUntil(Mutex(), limit);
 }
 
-void CNamedMutex::OnClose() {
-    live_.reset();
-    // A thread of this process may still own the mutex, or come to own it while it waits in it.
-    // Both here and in Wait one writes first and looks at the other's mark afterwards: at least one
-    // of the two keeps the memory.
-    closed_ = true;
-    EndClosedMutexes();
-    if (IsOwnedHere()) {
-        KeepWhileOwned(shared_from_this());
-    }
-}
-
 bool CNamedMutex::IsOwnedHere() {
     // A robust mutex holds the thread id of its owner, so that the system finds it when that thread
     // dies. Signal 0 is not sent: it only asks whether our process has such a thread.
@@ -226,10 +189,6 @@ std::uint32_t CNamedMutex::Wait(const CDeadline& deadline) {
     const int result = Lock(deadline);
     if (result != 0 && result != EOWNERDEAD) {
         EndUse();
-    }
-    // Closed while this thread waited.
-    if ((result == 0 || result == EOWNERDEAD) && closed_) {
-        KeepWhileOwned(shared_from_this());
     }
     switch (result) {
         case 0:

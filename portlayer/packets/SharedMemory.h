@@ -35,6 +35,8 @@ class CMapping {
             UnmapMemory(std::exchange(base_, nullptr), std::exchange(size_, 0));
         }
     }
+    /// Lets it stand for the rest of the process's life.
+    void Leave() { base_ = nullptr; }
     std::uint8_t* Base() const { return base_; }
     std::size_t Size() const { return size_; }
 
