@@ -49,8 +49,7 @@ class HostileAlpcClientTest : public AlpcPortFixture {
     /// A client that has sent a view in the memory.
     static CRawPeer SendView(const Detail::SharedMemory& memory, std::uint64_t slotSize,
                              std::uint64_t viewSize, std::uint32_t slot = 3) {
-        CRawPeer client = CRawPeer::OfClient();
-        client.Handshake(Detail::PortDialect::kAlpc);
+        CRawPeer client = CRawPeer::Connected(Detail::PortDialect::kAlpc);
         const Bytes message = Message(24, {}, 24);
         Detail::OutgoingPacket packet(Detail::PacketKind::kDatagram);
         packet.SetMessage(message.data(), message.size());
@@ -84,6 +83,12 @@ class HostileServerTest : public AlpcPortFixture {
     void TearDown() override {
         ForgetName();
         AlpcPortFixture::TearDown();
+    }
+    Detail::OutgoingPacket ReplyTo(std::uint32_t exchange) const {
+        Detail::OutgoingPacket packet(Detail::PacketKind::kReply);
+        packet.head.exchange = exchange;
+        packet.SetMessage(message_.data(), message_.size());
+        return packet;
     }
     /// Runs `body` with the contract's port, once a client has come.
     static std::thread RawServer(const Body& body) {

@@ -12,8 +12,7 @@ using namespace PortLayer::Detail;
 
 /// A client that connects as it should, and then sends the packet.
 void ExpectDropped(const OutgoingPacket& packet, const Bytes& behind = {}) {
-    CRawPeer client = CRawPeer::OfClient();
-    client.Handshake(PortDialect::kLpc);
+    CRawPeer client = CRawPeer::Connected(PortDialect::kLpc);
     client.Send(packet, behind);
     EXPECT_TRUE(client.IsDropped());
 }
@@ -43,8 +42,7 @@ TEST_F(HostileLpcClientTest, PacketThatOnlyServersSendIsDropped) {
 
 TEST_F(HostileLpcClientTest, HeadThatLiesAboutTheMessageIsDropped) {
     for (const std::uint32_t length : {0u, 1u, 65536u, 0xFFFFFFFFu}) {
-        CRawPeer client = CRawPeer::OfClient();
-        client.Handshake(PortDialect::kLpc);
+        CRawPeer client = CRawPeer::Connected(PortDialect::kLpc);
         OutgoingPacket packet = Packet(PacketKind::kRequest);
         packet.head.messageLength = length;
         Bytes bytes(sizeof packet.head + LpcLayout::kHeaderSize);
@@ -85,8 +83,7 @@ TEST_F(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
 }
 
 TEST_F(HostileLpcClientTest, ClientThatGoesBeforeItsReplyHoldsNobodyUp) {
-    CRawPeer client = CRawPeer::OfClient();
-    client.Handshake(PortDialect::kLpc);
+    CRawPeer client = CRawPeer::Connected(PortDialect::kLpc);
     client.Send(Packet(PacketKind::kRequest));
     client.Close();
 }
@@ -191,13 +188,9 @@ TEST_F(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
 
 TEST_F(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
     std::thread server = AcceptingServer([this](CRawPeer& lavish) {
-        OutgoingPacket packet(PacketKind::kReply);
-        packet.SetMessage(message_.data(), message_.size());
         const std::uint32_t exchange = lavish.Await().exchange;
-        for (const std::uint32_t number : {exchange + 1, exchange}) {
-            packet.head.exchange = number;
-            lavish.Send(packet);
-        }
+        lavish.Send(ReplyTo(exchange + 1));
+        lavish.Send(ReplyTo(exchange));
         EXPECT_TRUE(lavish.IsDropped());
     });
     const Handle port = Connect();
@@ -209,10 +202,8 @@ TEST_F(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {
 TEST_F(HostileServerTest, IdOfAnUnreleasedReplyUsedAgainEndsTheConnection) {
     std::thread server = AcceptingServer([this](CRawPeer& repeating) {
         for (int time = 0; time < 2; ++time) {
-            OutgoingPacket packet(PacketKind::kReply);
-            packet.head.exchange = repeating.Await().exchange;
+            OutgoingPacket packet = ReplyTo(repeating.Await().exchange);
             packet.head.flags = kPacketContinuation;
-            packet.SetMessage(message_.data(), message_.size());
             repeating.Send(packet);
         }
     });

@@ -7,13 +7,19 @@ namespace Kyr::Test {
 
 using namespace PortLayer::Detail;
 
-void CRawPeer::Handshake(PortDialect dialect) {
-    OutgoingPacket packet(PacketKind::kConnect);
-    packet.head.flags = static_cast<std::uint32_t>(dialect);
+CRawPeer CRawPeer::Connected(PortDialect dialect) {
+    CRawPeer client = OfClient();
+    EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, dialect));
+    EXPECT_EQ(client.Await().kind, PacketKind::kAccepted);
+    return client;
+}
+
+bool CRawPeer::TrySendEmpty(PacketKind kind, PortDialect dialect) {
+    OutgoingPacket packet(kind);
+    packet.head.flags = kind == PacketKind::kConnect ? static_cast<std::uint32_t>(dialect) : 0;
     const Bytes message = Message(HeaderSize(dialect), {}, HeaderSize(dialect));
     packet.SetMessage(message.data(), message.size());
-    Send(packet);
-    EXPECT_EQ(Await().kind, PacketKind::kAccepted);
+    return TrySend(packet);
 }
 
 void CRawPeer::Send(const OutgoingPacket& packet, const Bytes& behind) {

@@ -20,15 +20,18 @@ class CRawPeer {
     /// The port, by hand. It has one client.
     static CRawPeer OfServer();
 
+    /// A client's end that has connected properly; the server must accept.
+    static CRawPeer Connected(PortLayer::Detail::PortDialect dialect);
+
     /// Waits for the client.
     void Accept();
-    /// Connects properly; the server must accept.
-    void Handshake(PortLayer::Detail::PortDialect dialect);
 
     /// A packet as it stands: head, message, and what is to stand behind them.
     void Send(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
     /// False when the peer has ended the connection meanwhile; so the others.
     bool TrySend(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
+    /// A message without data.
+    bool TrySendEmpty(PortLayer::Detail::PacketKind kind, PortLayer::Detail::PortDialect dialect);
     bool SendRaw(const Bytes& bytes);
     /// The same with memory that is new to the peer.
     void SendWithMemory(PortLayer::Detail::OutgoingPacket packet,

@@ -45,11 +45,8 @@ class StarvingServerTest : public HostileServerTest {
         PacketHead request;
         while (client.TryAwait(request)) {
             if (request.kind == PacketKind::kRequest) {
-                OutgoingPacket reply(PacketKind::kReply);
-                reply.head.exchange = request.exchange;
-                reply.SetMessage(message_.data(), message_.size());
                 // False: the client has closed meanwhile, and its request has timed out.
-                static_cast<void>(client.TrySend(reply));
+                static_cast<void>(client.TrySend(ReplyTo(request.exchange)));
             }
         }
     }
@@ -100,9 +97,7 @@ TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
 TEST_F(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
     std::atomic<bool> flooding{true};
     std::thread server = AcceptingServer([&](CRawPeer& client) {
-        OutgoingPacket stray(PacketKind::kReply);
-        stray.head.exchange = client.Await().exchange + 1000;
-        stray.SetMessage(message_.data(), message_.size());
+        const OutgoingPacket stray = ReplyTo(client.Await().exchange + 1000);
         while (flooding && client.TrySend(stray)) {
         }
     });
@@ -158,10 +153,7 @@ TEST_F(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
         status = Receive(port, message, std::chrono::milliseconds(30));
     }
     EXPECT_EQ(status, kStatusTimeout);
-    const Bytes request = LpcMessage({});
-    OutgoingPacket packet(PacketKind::kConnect);
-    packet.SetMessage(request.data(), LpcLayout::kHeaderSize);
-    client.Send(packet);
+    EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, PortDialect::kLpc));
     EXPECT_EQ(Receive(port, message, kPatience), kStatusSuccess);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
     CloseHandle(port);
@@ -194,13 +186,10 @@ TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
 TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
     const Handle port = CreatePort();
     CRawPeer client = CRawPeer::OfClient();
-    const Bytes message = LpcMessage({});
-    OutgoingPacket packet(PacketKind::kConnect);
-    packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
-    client.Send(packet);
-    Bytes received;
-    EXPECT_EQ(Receive(port, received, std::chrono::milliseconds(0)), kStatusSuccess);
-    EXPECT_EQ(Kind(received.data()), kLpcConnectionRequest);
+    EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, PortDialect::kLpc));
+    Bytes message;
+    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(0)), kStatusSuccess);
+    EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
     CloseHandle(port);
 }
 
@@ -210,14 +199,10 @@ TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
             call.Reply(call.Data());
         }
     }));
-    CRawPeer client = CRawPeer::OfClient();
-    client.Handshake(PortDialect::kLpc);
-    const Bytes message = LpcMessage({});
-    OutgoingPacket packet(PacketKind::kRequest);
-    packet.SetMessage(message.data(), LpcLayout::kHeaderSize);
+    CRawPeer client = CRawPeer::Connected(PortDialect::kLpc);
     bool sent = true;
     for (int i = 0; i < 5000 && sent; ++i) {
-        sent = client.TrySend(packet);
+        sent = client.TrySendEmpty(PacketKind::kRequest, PortDialect::kLpc);
     }
     EXPECT_FALSE(sent);
     ExpectOthersAreServed();
@@ -257,13 +242,9 @@ class VanishingClientTest : public AlpcPortFixture {};
 
 TEST_F(VanishingClientTest, UnansweredRequestsLeaveNothing) {
     Serve(Ignore, 4);
-    const Bytes message = Message(24, {}, 24);
     for (int i = 0; i < 300; ++i) {
-        CRawPeer client = CRawPeer::OfClient();
-        client.Handshake(PortDialect::kAlpc);
-        OutgoingPacket packet(PacketKind::kRequest);
-        packet.SetMessage(message.data(), message.size());
-        client.Send(packet);
+        CRawPeer client = CRawPeer::Connected(PortDialect::kAlpc);
+        EXPECT_TRUE(client.TrySendEmpty(PacketKind::kRequest, PortDialect::kAlpc));
     }
 }
 
@@ -272,11 +253,7 @@ TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     Bytes message;
     {
         CRawPeer client = CRawPeer::OfClient();
-        const Bytes request = Message(24, {}, 24);
-        OutgoingPacket packet(PacketKind::kConnect);
-        packet.head.flags = static_cast<std::uint32_t>(PortDialect::kAlpc);
-        packet.SetMessage(request.data(), request.size());
-        client.Send(packet);
+        EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, PortDialect::kAlpc));
         message = Receive(port);
     }
     Handle accepted = port;
