@@ -11,14 +11,15 @@ namespace {
 using namespace Detail;
 using namespace NtApi;
 
-/// The shared memory of the connection behind the handle; `keep` keeps it alive.
-CAlpcMemory* MemoryOf(Handle handle, std::shared_ptr<CObject>& keep) {
-    keep = FindObject(handle);
-    if (auto* const client = As<CAlpcClientPort>(keep.get())) {
-        return &client->Memory();
+/// Calls `use` with the shared memory of the connection behind the handle.
+template <typename Use>
+NtStatus WithMemory(Handle handle, Use use) {
+    const auto object = FindObject(handle);
+    if (auto* const client = As<CAlpcClientPort>(object.get())) {
+        return use(client->Memory());
     }
-    auto* const comm = As<CServerCommPort>(keep.get());
-    return comm != nullptr ? &comm->connection->Memory() : nullptr;
+    auto* const comm = As<CServerCommPort>(object.get());
+    return comm != nullptr ? use(comm->connection->Memory()) : kStatusInvalidHandle;
 }
 
 }  // namespace
@@ -61,43 +62,31 @@ NtStatus KYR_NTAPI NtAlpcDisconnectPort(Handle port, std::uint32_t) {
 NtStatus KYR_NTAPI NtAlpcCreatePortSection(Handle port, std::uint32_t flags, Handle section,
                                            std::size_t size, Handle* alpcSection,
                                            std::size_t* actualSize) {
-    std::shared_ptr<CObject> keep;
-    CAlpcMemory* const memory = MemoryOf(port, keep);
-    if (memory == nullptr) {
-        return kStatusInvalidHandle;
-    }
-    if (flags != kAlpcPortSectionSecure || section != nullptr || alpcSection == nullptr) {
-        return kStatusInvalidParameter;
-    }
-    return memory->CreateSection(size, *alpcSection, actualSize);
+    return WithMemory(port, [&](CAlpcMemory& memory) {
+        const bool valid =
+            flags == kAlpcPortSectionSecure && section == nullptr && alpcSection != nullptr;
+        return valid ? memory.CreateSection(size, *alpcSection, actualSize)
+                     : kStatusInvalidParameter;
+    });
 }
 
 NtStatus KYR_NTAPI NtAlpcDeletePortSection(Handle port, std::uint32_t flags, Handle section) {
-    std::shared_ptr<CObject> keep;
-    CAlpcMemory* const memory = MemoryOf(port, keep);
-    if (memory == nullptr) {
-        return kStatusInvalidHandle;
-    }
-    return flags != 0 ? kStatusInvalidParameter : memory->DeleteSection(section);
+    return WithMemory(port, [&](CAlpcMemory& memory) {
+        return flags != 0 ? kStatusInvalidParameter : memory.DeleteSection(section);
+    });
 }
 
 NtStatus KYR_NTAPI NtAlpcCreateSectionView(Handle port, std::uint32_t flags,
                                            AlpcDataViewAttr* view) {
-    std::shared_ptr<CObject> keep;
-    CAlpcMemory* const memory = MemoryOf(port, keep);
-    if (memory == nullptr) {
-        return kStatusInvalidHandle;
-    }
-    return flags != 0 || view == nullptr ? kStatusInvalidParameter : memory->CreateView(*view);
+    return WithMemory(port, [&](CAlpcMemory& memory) {
+        return flags != 0 || view == nullptr ? kStatusInvalidParameter : memory.CreateView(*view);
+    });
 }
 
 NtStatus KYR_NTAPI NtAlpcDeleteSectionView(Handle port, std::uint32_t flags, void* viewBase) {
-    std::shared_ptr<CObject> keep;
-    CAlpcMemory* const memory = MemoryOf(port, keep);
-    if (memory == nullptr) {
-        return kStatusInvalidHandle;
-    }
-    return flags != 0 ? kStatusInvalidParameter : memory->DeleteView(viewBase);
+    return WithMemory(port, [&](CAlpcMemory& memory) {
+        return flags != 0 ? kStatusInvalidParameter : memory.DeleteView(viewBase);
+    });
 }
 
 }  // namespace Kyr::PortLayer

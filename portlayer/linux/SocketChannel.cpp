@@ -149,10 +149,10 @@ SendResult CSocketChannel::Send(OutgoingPacket& packet, CSendPool& pool, CReceiv
     CScatter scatter;
     scatter.Add(&packet.head, sizeof packet.head);
     scatter.Add(packet.message, packet.head.messageLength);
-    scatter.Add(loan.records.data(), packet.transferCount * sizeof(TransferRecord));
-    for (std::size_t i = 0; i < packet.transferCount; ++i) {
+    scatter.Add(packet.transfers.data(), packet.head.transferCount * sizeof(TransferRecord));
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
         if (packet.transfers[i].slot == kNoSlot) {
-            scatter.Add(packet.transfers[i].bytes, packet.transfers[i].size);
+            scatter.Add(packet.inlineBytes[i], packet.transfers[i].size);
         }
     }
     while (scatter.Send(Socket(), loan.handles.data(), loan.handleCount) < 0) {

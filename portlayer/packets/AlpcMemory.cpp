@@ -40,14 +40,15 @@ NtStatus CAlpcMemory::CreateSection(std::size_t size, Handle& section, std::size
     return kStatusSuccess;
 }
 
-NtStatus CAlpcMemory::DeleteSection(Handle section) {
-    if (section == nullptr) {
-        return kStatusInvalidHandle;
-    }
+CAlpcMemory::Sections::iterator CAlpcMemory::FindSection(Handle handle) {
+    return std::find_if(sections_.begin(), sections_.end(), [handle](const auto& section) {
+        return handle != nullptr && section->handle == handle;
+    });
+}
+
+NtStatus CAlpcMemory::DeleteSection(Handle handle) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const auto found =
-        std::find_if(sections_.begin(), sections_.end(),
-                     [section](const auto& item) { return item->handle == section; });
+    const auto found = FindSection(handle);
     if (found == sections_.end()) {
         return kStatusInvalidHandle;
     }
@@ -63,22 +64,18 @@ NtStatus CAlpcMemory::CreateView(AlpcDataViewAttr& view) {
     if (view.ViewBase != nullptr || view.Flags != 0 || view.ViewSize == 0) {
         return kStatusInvalidParameter;
     }
-    if (view.SectionHandle == nullptr) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const auto found = FindSection(view.SectionHandle);
+    if (found == sections_.end()) {
         return kStatusInvalidHandle;
     }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    for (const auto& section : sections_) {
-        if (section->handle != view.SectionHandle) {
-            continue;
-        }
-        if (section->view || view.ViewSize > section->size) {
-            return kStatusInvalidParameter;
-        }
-        section->view = std::make_unique<CLiveCount>(LiveCounter::kSectionViews);
-        view.ViewBase = section->area.base;
-        return kStatusSuccess;
+    CPortSection& section = **found;
+    if (section.view || view.ViewSize > section.size) {
+        return kStatusInvalidParameter;
     }
-    return kStatusInvalidHandle;
+    section.view = std::make_unique<CLiveCount>(LiveCounter::kSectionViews);
+    view.ViewBase = section.area.base;
+    return kStatusSuccess;
 }
 
 NtStatus CAlpcMemory::DeleteView(const void* base) {
@@ -106,17 +103,18 @@ NtStatus CAlpcMemory::DeleteView(const void* base) {
 NtStatus CAlpcMemory::PrepareView(const AlpcDataViewAttr& view,
                                   std::shared_ptr<CPortSection>& section) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    for (const auto& item : sections_) {
-        if (item->handle != nullptr && item->handle == view.SectionHandle) {
-            // The peer would take a view that it still has for a broken promise.
-            const bool fits = item->view && view.ViewBase == item->area.base &&
-                              view.ViewSize != 0 && view.ViewSize <= item->size &&
-                              !pool_.IsLent(item->area.slot);
-            section = fits ? item : nullptr;
-            return fits ? kStatusSuccess : kStatusInvalidParameter;
-        }
+    const auto found = FindSection(view.SectionHandle);
+    if (found == sections_.end()) {
+        return kStatusInvalidHandle;
     }
-    return kStatusInvalidHandle;
+    const CPortSection& item = **found;
+    // The peer would take a view that it still has for a broken promise.
+    if (!item.view || view.ViewBase != item.area.base || view.ViewSize == 0 ||
+        view.ViewSize > item.size || pool_.IsLent(item.area.slot)) {
+        return kStatusInvalidParameter;
+    }
+    section = *found;
+    return kStatusSuccess;
 }
 
 void CAlpcMemory::ViewSent(CPortSection& section) {

@@ -64,6 +64,7 @@ class CAlpcMemory {
     void Clear();
 
   private:
+    using Sections = std::vector<std::shared_ptr<CPortSection>>;
     // A received message stays known while one of the two is true. They end in either order: the
     // release of the message may leave its view standing, and a view may be deleted before.
     struct Received {
@@ -73,6 +74,8 @@ class CAlpcMemory {
         bool viewIsLive;
     };
     // REQUIRE: mutex_ is held.
+    /// The end of sections_ when it is deleted, or never was.
+    Sections::iterator FindSection(NtApi::Handle handle);
     void EndView(Received& message);
     void EndOwnView(CPortSection& section);
 
@@ -80,7 +83,7 @@ class CAlpcMemory {
     CReceivePool& received_;
     std::mutex mutex_;
     // Guarded by mutex_.
-    std::vector<std::shared_ptr<CPortSection>> sections_;
+    Sections sections_;
     std::vector<Received> messages_;
     std::uintptr_t lastHandle_ = 0;
 };

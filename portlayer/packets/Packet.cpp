@@ -57,20 +57,13 @@ void OutgoingPacket::SetView(std::uint32_t slot, std::size_t size, std::uint32_t
 }
 
 void OutgoingPacket::AddInline(std::uint32_t entry, const void* bytes, std::size_t size) {
-    Transfer& transfer = transfers[transferCount++];
-    transfer.entry = entry;
-    transfer.slot = kNoSlot;
-    transfer.bytes = bytes;
-    transfer.size = size;
+    inlineBytes[head.transferCount] = bytes;
+    transfers[head.transferCount++] = {entry, kNoSlot, size, 0};
     head.inlineLength += static_cast<std::uint32_t>(size);
 }
 
 void OutgoingPacket::AddShared(std::uint32_t entry, std::uint32_t slot, std::size_t size) {
-    Transfer& transfer = transfers[transferCount++];
-    transfer.entry = entry;
-    transfer.slot = slot;
-    transfer.bytes = nullptr;
-    transfer.size = size;
+    transfers[head.transferCount++] = {entry, slot, size, 0};
 }
 
 void IncomingPacket::DropHandles() {
@@ -140,12 +133,10 @@ CPacketLoan::CPacketLoan(OutgoingPacket& packet, CSendPool& pool, CReceivePool& 
     }
     // Records of transfers hold no names: where handles do not travel, no transfers do.
     std::uint64_t unnamed = 0;
-    for (std::size_t i = 0; i < packet.transferCount; ++i) {
-        const OutgoingPacket::Transfer& transfer = packet.transfers[i];
-        records[i] = {transfer.entry, transfer.slot, transfer.size,
-                      transfer.slot == kNoSlot ? 0 : Lend(transfer.slot, unnamed)};
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
+        TransferRecord& transfer = packet.transfers[i];
+        transfer.slotSize = transfer.slot == kNoSlot ? 0 : Lend(transfer.slot, unnamed);
     }
-    packet.head.transferCount = static_cast<std::uint32_t>(packet.transferCount);
     // Last, so that the packet brings back as much as it can.
     packet.head.freedSlots = freed.TakeFreed();
 }
@@ -164,7 +155,7 @@ void CPacketLoan::ForEachSlot(Action action) {
     if (packet_.head.viewSlot != kNoSlot) {
         action(packet_.head.viewSlot);
     }
-    for (std::size_t i = 0; i < packet_.transferCount; ++i) {
+    for (std::size_t i = 0; i < packet_.head.transferCount; ++i) {
         if (packet_.transfers[i].slot != kNoSlot) {
             action(packet_.transfers[i].slot);
         }

@@ -77,17 +77,11 @@ constexpr std::uint32_t kPacketContinuation = 1;
 
 /// A packet to send. Pointers are borrowed until the channel has sent it.
 struct OutgoingPacket {
-    struct Transfer {
-        std::uint32_t entry;
-        std::uint32_t slot;
-        const void* bytes;  // inline
-        std::size_t size;
-    };
-
     PacketHead head = {};
-    const void* message = nullptr;                    // head.messageLength bytes
-    std::array<Transfer, kMaxDataEntries> transfers;  // the first transferCount are set
-    std::size_t transferCount = 0;
+    const void* message = nullptr;  // head.messageLength bytes
+    // The first head.transferCount are set, of the bytes only those that are sent inside.
+    std::array<TransferRecord, kMaxDataEntries> transfers;
+    std::array<const void*, kMaxDataEntries> inlineBytes;
 
     explicit OutgoingPacket(PacketKind kind);
     void SetMessage(const void* bytes, std::size_t length);
@@ -130,15 +124,14 @@ bool TakeView(IncomingPacket& packet, CReceivePool& pool, std::size_t& handle, R
 /// The slots of a packet on their way: lent to the peer, and taken back when it was not sent.
 class CPacketLoan {
   public:
-    /// Completes the packet's head. The pools and the packet must outlive the loan.
+    /// Completes the packet's head and transfers. The pools and the packet must outlive the loan.
     CPacketLoan(OutgoingPacket& packet, CSendPool& pool, CReceivePool& freed);
 
     /// One of them, once.
     void Sent();
     void NotSent();
 
-    std::array<TransferRecord, kMaxDataEntries> records;  // one for each transfer
-    std::array<std::intptr_t, kMaxHandles> handles;       // to go along; the pool's
+    std::array<std::intptr_t, kMaxHandles> handles;  // to go along; the pool's
     std::size_t handleCount = 0;
 
   private:
