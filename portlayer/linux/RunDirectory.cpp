@@ -65,27 +65,6 @@ NtStatus StatusOf(int error) {
     }
 }
 
-bool StripPrefix(std::string& name, std::string_view prefix) {
-    if (name.compare(0, prefix.size(), prefix) != 0) {
-        return false;
-    }
-    name.erase(0, prefix.size());
-    return true;
-}
-
-void AppendEscaped(std::string& file, char unit) {
-    const bool plain =
-        (unit >= 'a' && unit <= 'z') || (unit >= '0' && unit <= '9') || unit == '_' || unit == '-';
-    if (plain) {
-        file += unit;
-        return;
-    }
-    constexpr char kDigits[] = "0123456789abcdef";
-    file += '%';
-    file += kDigits[unit >> 4 & 15];
-    file += kDigits[unit & 15];
-}
-
 NtStatus FileNameOf(std::u16string_view units, const char* kind, std::string& file) {
     std::string name;
     for (const char16_t unit : units) {
@@ -96,14 +75,24 @@ NtStatus FileNameOf(std::u16string_view units, const char* kind, std::string& fi
         name += static_cast<char>(unit >= u'A' && unit <= u'Z' ? unit + 0x20 : unit);
     }
     // Name spaces of the system, of which there is one here.
-    StripPrefix(name, "\\basenamedobjects\\") || StripPrefix(name, "global\\") ||
-        StripPrefix(name, "local\\");
+    for (const std::string_view space : {"\\basenamedobjects\\", "global\\", "local\\"}) {
+        if (name.compare(0, space.size(), space) == 0) {
+            name.erase(0, space.size());
+            break;
+        }
+    }
     if (name.empty()) {
         return kStatusObjectNameInvalid;
     }
     file.clear();
     for (const char unit : name) {
-        AppendEscaped(file, unit);
+        const bool plain = (unit >= 'a' && unit <= 'z') || (unit >= '0' && unit <= '9') ||
+                           unit == '_' || unit == '-';
+        char escaped[4] = {unit};
+        if (!plain) {
+            std::snprintf(escaped, sizeof escaped, "%%%02x", static_cast<unsigned>(unit));
+        }
+        file += escaped;
     }
     file += '.';
     file += kind;

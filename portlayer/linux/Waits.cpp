@@ -1,5 +1,6 @@
 #include "portlayer/linux/Waits.h"
 
+#include <algorithm>
 #include <array>
 #include <condition_variable>
 
@@ -29,44 +30,40 @@ struct WaitSet {
 
 /// The index of the object that ends the wait; kWaitTimeout when none does yet.
 std::uint32_t TryTake(WaitSet& set, bool waitAll) {
-    std::uint32_t signalled = 0;
-    for (std::uint32_t i = 0; i < set.count; ++i) {
-        if (!set.objects[i]->IsSignalled()) {
-            continue;
+    const auto begin = set.objects.begin();
+    const auto end = begin + set.count;
+    const auto isSignalled = [](const auto& object) { return object->IsSignalled(); };
+    if (!waitAll) {
+        const auto first = std::find_if(begin, end, isSignalled);
+        if (first == end) {
+            return kWaitTimeout;
         }
-        ++signalled;
-        if (!waitAll) {
-            set.objects[i]->Consume();
-            return kWaitObject0 + i;
-        }
-    }
-    if (!waitAll || signalled != set.count || set.count == 0) {
-        return kWaitTimeout;
+        (*first)->Consume();
+        return kWaitObject0 + static_cast<std::uint32_t>(first - begin);
     }
     // All are taken at one moment or none: an object that is signalled alone stays so for others.
-    for (std::uint32_t i = 0; i < set.count; ++i) {
-        set.objects[i]->Consume();
+    if (!std::all_of(begin, end, isSignalled)) {
+        return kWaitTimeout;
     }
+    std::for_each(begin, end, [](const auto& object) { object->Consume(); });
     return kWaitObject0;
 }
 
 std::uint32_t Wait(WaitSet& set, bool waitAll, const CDeadline& deadline) {
     Dispatcher& dispatcher = TheDispatcher();
     std::unique_lock<std::mutex> lock(dispatcher.mutex);
-    for (;;) {
-        // Before the deadline is looked at: a wait without time still takes what is there.
-        const std::uint32_t result = TryTake(set, waitAll);
-        if (result != kWaitTimeout) {
-            return result;
-        }
-        if (deadline.IsNever()) {
-            dispatcher.changed.wait(lock);
-        } else if (deadline.HasPassed()) {
-            return kWaitTimeout;
-        } else {
-            dispatcher.changed.wait_until(lock, deadline.At());
-        }
+    std::uint32_t result = kWaitTimeout;
+    const auto taken = [&] {
+        result = TryTake(set, waitAll);
+        return result != kWaitTimeout;
+    };
+    // Both look first: a wait without time still takes what is there.
+    if (deadline.IsNever()) {
+        dispatcher.changed.wait(lock, taken);
+    } else {
+        dispatcher.changed.wait_until(lock, deadline.At(), taken);
     }
+    return result;
 }
 
 }  // namespace

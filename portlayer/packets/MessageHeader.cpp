@@ -28,6 +28,10 @@ constexpr LpcHeaderLayout LayoutOf() {
             Layout::kDataEntries, Layout::kDataEntrySize, Layout::kDataEntryLength};
 }
 
+bool IsWide(PortDialect dialect) {
+    return dialect == PortDialect::kLpc && LpcLayout().isWide;
+}
+
 }  // namespace
 
 const LpcHeaderLayout& LpcLayout() {
@@ -39,14 +43,6 @@ const LpcHeaderLayout& LpcLayout() {
 std::size_t HeaderSize(PortDialect dialect) {
     return dialect == PortDialect::kLpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
 }
-
-namespace {
-
-bool IsWide(PortDialect dialect) {
-    return dialect == PortDialect::kLpc && LpcLayout().isWide;
-}
-
-}  // namespace
 
 MessageIds ReadIds(PortDialect dialect, const void* message) {
     return IsWide(dialect) ? ReadIdsOf<std::uint64_t>(message) : ReadIdsOf<std::uint32_t>(message);

@@ -1,5 +1,6 @@
 #include "portlayer/packets/SharedPool.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace Kyr::PortLayer::Detail {
@@ -27,25 +28,17 @@ bool CSendPool::Acquire(std::size_t size, SendArea& area) {
     const std::lock_guard<std::mutex> lock(mutex_);
     // The first free slot that is large enough, else the first free one at all, made anew. Always
     // taking the first keeps a connection with one request at a time on one slot.
-    Slot* chosen = nullptr;
-    for (Slot& slot : slots_) {
-        if (slot.heldHere || slot.heldByPeer) {
-            continue;
+    const auto isFree = [](const Slot& slot) { return !slot.heldHere && !slot.heldByPeer; };
+    const auto fits = [size](const Slot& slot) {
+        return slot.mapping.Base() != nullptr && slot.mapping.Size() >= size;
+    };
+    auto* chosen = std::find_if(slots_.begin(), slots_.end(),
+                                [&](const Slot& slot) { return isFree(slot) && fits(slot); });
+    if (chosen == slots_.end()) {
+        chosen = std::find_if(slots_.begin(), slots_.end(), isFree);
+        if (chosen == slots_.end() || !Renew(*chosen, SlotSizeFor(size))) {
+            return false;
         }
-        if (slot.mapping.Size() >= size && slot.mapping.Base() != nullptr) {
-            chosen = &slot;
-            break;
-        }
-        if (chosen == nullptr) {
-            chosen = &slot;
-        }
-    }
-    if (chosen == nullptr) {
-        return false;
-    }
-    if ((chosen->mapping.Base() == nullptr || chosen->mapping.Size() < size) &&
-        !Renew(*chosen, SlotSizeFor(size))) {
-        return false;
     }
     chosen->heldHere = true;
     area = {static_cast<std::uint32_t>(chosen - slots_.data()), chosen->mapping.Base(),

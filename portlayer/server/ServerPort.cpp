@@ -98,25 +98,18 @@ NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {
             return kStatusPortClosed;
         }
         std::uint64_t number = 0;
-        switch (listener_->Wait(deadline, number)) {
-            case IPortListener::ListenerEvent::kNothing:
-                // Waits end early, too: by a signal, or because they cannot be told so long a time.
-                if (deadline.HasPassed()) {
-                    return kStatusTimeout;
-                }
-                continue;
-            case IPortListener::ListenerEvent::kWoken:
-                continue;
-            case IPortListener::ListenerEvent::kClient:
-                AcceptClient();
-                continue;
-            case IPortListener::ListenerEvent::kReadable:
-                break;
-        }
-        // Dropped since the listener saw it: no longer found.
-        const auto connection = FindConnection(number);
-        if (connection && TakePacket(connection, scratch)) {
-            return kStatusSuccess;
+        const auto event = listener_->Wait(deadline, number);
+        if (event == IPortListener::ListenerEvent::kReadable) {
+            // Dropped since the listener saw it: no longer found.
+            const auto connection = FindConnection(number);
+            if (connection && TakePacket(connection, scratch)) {
+                return kStatusSuccess;
+            }
+        } else if (event == IPortListener::ListenerEvent::kClient) {
+            AcceptClient();
+        } else if (event == IPortListener::ListenerEvent::kNothing && deadline.HasPassed()) {
+            // Waits end early, too: by a signal, or because they cannot be told so long a time.
+            return kStatusTimeout;
         }
     }
     return kStatusTimeout;
