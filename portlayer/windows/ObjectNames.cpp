@@ -1,7 +1,6 @@
 #include "portlayer/windows/ObjectNames.h"
 
 #include <algorithm>
-#include <cstdint>
 #include <cwchar>
 #include <system_error>
 
@@ -81,6 +80,10 @@ std::wstring ObjectNameOf(const char16_t* name) {
     // Behind "Global\" or "Local\", which the system reads.
     object.insert(object.rfind(L'\\') + 1, NameSpace());
     return object;
+}
+
+std::wstring SectionName(std::uint64_t number) {
+    return L"Local\\kelcomm-view-" + std::to_wstring(number);
 }
 
 }  // namespace Detail

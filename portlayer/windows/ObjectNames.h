@@ -6,6 +6,7 @@
 // Threads: any. The variable is looked up anew for every name.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "ntapi/Status.h"
@@ -24,5 +25,7 @@ std::wstring PipeClaimName(const std::wstring& port);
 /// The name of a mutex or section in this process's name space: "Global\" and the like stay where
 /// they are, in front.
 std::wstring ObjectNameOf(const char16_t* name);
+/// The name of the section behind the number that a packet tells.
+std::wstring SectionName(std::uint64_t number);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -14,7 +14,7 @@ std::vector<std::uint8_t> UserOf(HANDLE process) {
     if (::OpenProcessToken(process, TOKEN_QUERY, &opened) == 0) {
         return {};
     }
-    const CSystemHandle token(reinterpret_cast<std::intptr_t>(opened));
+    const CSystemHandle token = Own(opened);
     DWORD size = 0;
     // The first call only tells the size, and fails as it should.
     ::GetTokenInformation(opened, TokenUser, nullptr, 0, &size);
@@ -66,12 +66,11 @@ class COwnUserDescriptor {
 }  // namespace
 
 bool IsProcessOfSameUser(std::uint32_t processId) {
-    const HANDLE process = ::OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, processId);
-    if (process == nullptr || OwnUser().empty()) {
+    const CSystemHandle process = Own(::OpenProcess(PROCESS_QUERY_INFORMATION, FALSE, processId));
+    if (!process.IsOpen() || OwnUser().empty()) {
         return false;
     }
-    const CSystemHandle owner(reinterpret_cast<std::intptr_t>(process));
-    const std::vector<std::uint8_t> user = UserOf(Native(owner));
+    const std::vector<std::uint8_t> user = UserOf(Native(process));
     return !user.empty() && ::EqualSid(SidOf(user), SidOf(OwnUser())) != 0;
 }
 

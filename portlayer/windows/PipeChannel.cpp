@@ -6,7 +6,6 @@
 
 #include "portlayer/windows/ObjectNames.h"
 #include "portlayer/windows/Peer.h"
-#include "portlayer/windows/SectionName.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -257,9 +256,8 @@ NtStatus OpenChannel(const UnicodeString& name, const CDeadline& deadline,
     constexpr DWORD kFlags = FILE_FLAG_OVERLAPPED | SECURITY_SQOS_PRESENT | SECURITY_IDENTIFICATION;
     CSystemHandle pipe;
     while (!pipe.IsOpen()) {
-        pipe.Reset(reinterpret_cast<std::intptr_t>(
-            ::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
-                          kFlags, nullptr)));
+        pipe = Own(::CreateFileW(path.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr,
+                                 OPEN_EXISTING, kFlags, nullptr));
         if (pipe.IsOpen()) {
             break;
         }

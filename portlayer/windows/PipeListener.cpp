@@ -114,10 +114,10 @@ bool CPipeListener::Listen() {
     const bool isFirst = listening_.empty() && connected_.empty();
     const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
     auto connect = std::make_shared<PipeConnect>();
-    connect->pipe.Reset(reinterpret_cast<std::intptr_t>(::CreateNamedPipeW(
+    connect->pipe = Own(::CreateNamedPipeW(
         path_.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
         PIPE_TYPE_MESSAGE | PIPE_READMODE_MESSAGE | PIPE_WAIT | PIPE_REJECT_REMOTE_CLIENTS,
-        PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, 0, OwnUserOnly())));
+        PIPE_UNLIMITED_INSTANCES, kBufferSize, kBufferSize, 0, OwnUserOnly()));
     if (!connect->pipe.IsOpen() || !queue_->Add(Native(connect->pipe))) {
         return false;
     }

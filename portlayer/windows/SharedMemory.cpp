@@ -3,8 +3,8 @@
 
 #include <atomic>
 
+#include "portlayer/windows/ObjectNames.h"
 #include "portlayer/windows/Peer.h"
-#include "portlayer/windows/SectionName.h"
 #include "portlayer/windows/SystemHeader.h"
 
 namespace Kyr::PortLayer::Detail {
@@ -20,19 +20,23 @@ CSystemHandle CreateSection(std::size_t size, std::uint64_t& name) {
     // peer still holds a section. A name that is there already is left alone, as somebody maps it.
     while (ownUser != nullptr) {
         name = std::uint64_t{::GetCurrentProcessId()} << 32 | ++lastSection;
-        const HANDLE section =
-            ::CreateFileMappingW(INVALID_HANDLE_VALUE, ownUser, PAGE_READWRITE, 0,
-                                 static_cast<DWORD>(size), SectionName(name).c_str());
-        const bool isOurs = ::GetLastError() != ERROR_ALREADY_EXISTS;
-        if (section == nullptr) {
-            break;
-        }
-        CSystemHandle created(reinterpret_cast<std::intptr_t>(section));
-        if (isOurs) {
-            return created;
+        CSystemHandle section =
+            Own(::CreateFileMappingW(INVALID_HANDLE_VALUE, ownUser, PAGE_READWRITE, 0,
+                                     static_cast<DWORD>(size), SectionName(name).c_str()));
+        if (!section.IsOpen() || ::GetLastError() != ERROR_ALREADY_EXISTS) {
+            return section;
         }
     }
     return {};
+}
+
+bool Map(const CSystemHandle& section, DWORD access, std::size_t size, CMapping& mapping) {
+    mapping.Unmap();
+    void* const base = ::MapViewOfFile(Native(section), access, 0, 0, size);
+    if (base != nullptr) {
+        mapping = CMapping(static_cast<std::uint8_t*>(base), size);
+    }
+    return base != nullptr;
 }
 
 }  // namespace
@@ -47,29 +51,16 @@ void UnmapMemory(std::uint8_t* base, std::size_t) {
 
 bool CreateSharedMemory(std::size_t size, SharedMemory& memory, CMapping& mapping) {
     CSystemHandle section = CreateSection(size, memory.name);
-    void* const base =
-        section.IsOpen() ? ::MapViewOfFile(Native(section), FILE_MAP_WRITE, 0, 0, size) : nullptr;
-    if (base == nullptr) {
+    if (!section.IsOpen() || !Map(section, FILE_MAP_WRITE, size, mapping)) {
         return false;
     }
-    mapping = CMapping(static_cast<std::uint8_t*>(base), size);
     memory.handle = std::move(section);
     return true;
 }
 
 // A section cannot shrink, and the system maps no more than there is.
 bool MapPeersMemory(const CSystemHandle& memory, std::size_t size, CMapping& mapping) {
-    mapping.Unmap();
-    void* const base = ::MapViewOfFile(Native(memory), FILE_MAP_READ, 0, 0, size);
-    if (base == nullptr) {
-        return false;
-    }
-    mapping = CMapping(static_cast<std::uint8_t*>(base), size);
-    return true;
-}
-
-std::wstring SectionName(std::uint64_t name) {
-    return L"Local\\kelcomm-view-" + std::to_wstring(name);
+    return Map(memory, FILE_MAP_READ, size, mapping);
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -21,14 +21,7 @@ class NamedObjectsTest : public PortFixture {
   protected:
     Handle CreateMutex(bool owned = false) { return CreateMutexW(nullptr, owned, kMutex); }
     Handle OpenMutex() { return OpenMutexW(kSynchronize, 0, kMutex); }
-    Handle CreateSection(std::uint32_t size) {
-        return CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4, 0, size,
-                                  kSection);
-    }
     Handle OpenSection() { return OpenFileMappingW(kMapRead, 0, kSection); }
-    std::uint8_t* Map(Handle section, std::uint32_t access) {
-        return static_cast<std::uint8_t*>(MapViewOfFile(section, access, 0, 0, 0));
-    }
 };
 
 TEST_F(NamedObjectsTest, UnknownNamesCannotBeOpened) {
@@ -147,7 +140,7 @@ TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
 TEST_F(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
     CChildProcess child([this](CChildProcess& self) {
         CreateMutex(true);
-        CreateSection(64);
+        CreateSection(64, kSection);
         self.Ready();
         self.WaitForEver();
     });
@@ -165,7 +158,7 @@ TEST_F(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
         EXPECT_EQ(view[0], 7);
         view[1] = 8;
     });
-    const Handle section = CreateSection(4096);
+    const Handle section = CreateSection(4096, kSection);
     std::uint8_t* const view = Map(section, kMapWrite);
     ASSERT_NE(view, nullptr);
     view[0] = 7;
@@ -178,7 +171,7 @@ TEST_F(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
 }
 
 TEST_F(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
-    const Handle section = CreateSection(100);
+    const Handle section = CreateSection(100, kSection);
     const std::uint8_t* const view = Map(section, kMapRead);
     CloseHandle(section);
     EXPECT_EQ(view[99], 0);
@@ -187,7 +180,7 @@ TEST_F(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
 }
 
 TEST_F(NamedObjectsTest, ReadOnlySectionCannotBeMappedForWriting) {
-    const Handle section = CreateSection(4096);
+    const Handle section = CreateSection(4096, kSection);
     const Handle opened = OpenSection();
     EXPECT_EQ(Map(opened, kMapWrite), nullptr);
     EXPECT_EQ(MapViewOfFile(opened, kMapRead, 0, 0, 4097), nullptr);

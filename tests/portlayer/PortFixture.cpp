@@ -36,6 +36,12 @@ void PortFixture::ForgetName() {
     directory_->Clear();
 }
 
+Handle PortFixture::CreateSection(std::uint32_t size, const char16_t* name) {
+    constexpr std::uint32_t kReadWrite = 4;
+    const auto invalid = reinterpret_cast<Handle>(~std::uintptr_t{0});
+    return CreateFileMappingW(invalid, nullptr, kReadWrite, 0, size, name);
+}
+
 NtApi::UnicodeString* PortFixture::Name() {
     static char16_t text[] = u"\\BaseNamedObjects\\ContractPort";
     static NtApi::UnicodeString name = {sizeof text - 2, sizeof text, text};

@@ -29,6 +29,12 @@ class PortFixture : public testing::Test {
     void TearDown() override;
 
     const std::string& RunDirectory() const { return directory_->Path(); }
+    std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
+    static Handle CreateSection(std::uint32_t size, const char16_t* name);
+    /// The whole section. 2: for writing, 4: for reading.
+    static std::uint8_t* Map(Handle section, std::uint32_t access) {
+        return static_cast<std::uint8_t*>(MapViewOfFile(section, access, 0, 0, 0));
+    }
     static NtApi::UnicodeString* Name();
     /// To create the port of that name with.
     static NtApi::ObjectAttributes* Attributes();

@@ -93,7 +93,7 @@ class RunDirectoryTest : public LpcPortFixture {
   protected:
     void ExpectRefused() {
         Handle port = nullptr;
-        EXPECT_EQ(NtCreatePort(&port, Attributes(), 0, 100, 0), kStatusAccessDenied);
+        EXPECT_EQ(TryCreatePort(port, 100), kStatusAccessDenied);
         EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
         EXPECT_EQ(CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
         EXPECT_EQ(OpenMutexW(0, 0, u"Global\\M"), nullptr);
@@ -124,7 +124,7 @@ TEST_F(RunDirectoryTest, LinkToADirectoryIsRefused) {
 }
 
 TEST_F(RunDirectoryTest, FileThatSomebodyKeepsLockedHoldsNobodyUp) {
-    const std::string path = RunDirectory() + "/m.mutex";
+    const std::string path = Path("m.mutex");
     {
         const CFileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
         ASSERT_EQ(::flock(file.Get(), LOCK_EX), 0);

@@ -39,15 +39,11 @@ class CFileLimit {
 
 class NamedFilesTest : public PortFixture {
   protected:
-    Handle CreateSection(std::uint32_t size) {
-        return CreateFileMappingW(reinterpret_cast<Handle>(~std::uintptr_t{0}), nullptr, 4, 0, size,
-                                  u"Global\\Section");
+    static Handle CreateSection(std::uint32_t size) {
+        return PortFixture::CreateSection(size, u"Global\\Section");
     }
-    std::uint8_t* Map(Handle section) {
-        return static_cast<std::uint8_t*>(MapViewOfFile(section, kFileMapWrite, 0, 0, 0));
-    }
-    Handle CreateMutex() { return CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
-    std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
+    static std::uint8_t* Map(Handle section) { return PortFixture::Map(section, kFileMapWrite); }
+    static Handle CreateMutex() { return CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
 };
 
 TEST_F(NamedFilesTest, NewSectionHasItsRoomOnTheDisk) {

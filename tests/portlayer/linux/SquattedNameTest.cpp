@@ -14,8 +14,6 @@ namespace {
 
 class SquattedNameTest : public PortFixture {
   protected:
-    std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
-
     /// A file with that content, which counts as in use until the descriptor is closed.
     static Detail::CFileDescriptor Squat(const std::string& path, const std::string& content) {
         Detail::CFileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
@@ -57,7 +55,7 @@ TEST_F(SquattedNameTest, LinkIsNotFollowed) {
 TEST_F(SquattedNameTest, EmptyFileCannotBeMapped) {
     const auto file = Squat(Path("section.section"), "");
     const Handle section = OpenFileMappingW(4, 0, u"Global\\Section");
-    EXPECT_EQ(MapViewOfFile(section, 4, 0, 0, 0), nullptr);
+    EXPECT_EQ(Map(section, 4), nullptr);
     CloseHandle(section);
     EXPECT_EQ(::unlink(Path("section.section").c_str()), 0);
 }

@@ -11,16 +11,15 @@ using namespace PortLayer::Detail;
 
 class ClaimedNameTest : public LpcPortFixture {
   protected:
-    NtStatus TryCreate(Handle& port) { return NtCreatePort(&port, Attributes(), 0, 100, 0); }
     void ExpectCollision() {
         Handle port = nullptr;
-        EXPECT_EQ(TryCreate(port), kStatusObjectNameCollision);
+        EXPECT_EQ(TryCreatePort(port, 100), kStatusObjectNameCollision);
         EXPECT_EQ(port, nullptr);
     }
     /// What the one who failed left behind would be in its own way now.
     void ExpectFree() {
         Handle port = nullptr;
-        EXPECT_EQ(TryCreate(port), kStatusSuccess);
+        EXPECT_EQ(TryCreatePort(port, 100), kStatusSuccess);
         CloseHandle(port);
     }
 };

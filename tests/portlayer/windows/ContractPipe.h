@@ -28,8 +28,8 @@ inline std::wstring ContractClaim() {
 
 /// The only instance of the pipe, of that type.
 inline PortLayer::Detail::CSystemHandle ServeContractPipe(DWORD type) {
-    PortLayer::Detail::CSystemHandle pipe(reinterpret_cast<std::intptr_t>(::CreateNamedPipeW(
-        ContractPipe().c_str(), PIPE_ACCESS_DUPLEX, type, 1, 1 << 20, 1 << 20, 0, nullptr)));
+    PortLayer::Detail::CSystemHandle pipe = PortLayer::Detail::Own(::CreateNamedPipeW(
+        ContractPipe().c_str(), PIPE_ACCESS_DUPLEX, type, 1, 1 << 20, 1 << 20, 0, nullptr));
     EXPECT_TRUE(pipe.IsOpen());
     return pipe;
 }
