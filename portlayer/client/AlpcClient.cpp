@@ -75,7 +75,10 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     // back to be released, and no new one. Nothing goes out: the server learns of freed memory with
     // the next packet.
     if (release && (MessageType(call.sendMessage) & kLpcContinuationRequired) != 0) {
-        return Release(call);
+        // A view that the caller marks goes with its message. Unmarked, it stays until it is
+        // deleted.
+        return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId,
+                                      UnmapsView(call.sendAttributes));
     }
     NtStatus status = CheckMessage(call.sendMessage, limit_);
     if (status != kStatusSuccess) {
@@ -85,16 +88,14 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
     // Kept until the call is over: another thread may delete the section meanwhile.
     std::shared_ptr<CPortSection> section;
-    if (const AlpcDataViewAttr* view = SentView(call.sendAttributes)) {
-        status = memory_.PrepareView(*view, section);
+    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
+    const bool autoRelease = view != nullptr && (view->Flags & kAlpcViewAutoRelease) != 0;
+    if (view != nullptr) {
+        status = memory_.AttachView(*view, packet, section);
         if (status != kStatusSuccess) {
             return status;
         }
-        // The server is told that the section is a secure one; the other flags are for our end.
-        packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
     }
-    const bool autoRelease =
-        section && (SentView(call.sendAttributes)->Flags & kAlpcViewAutoRelease) != 0;
     status = Request(call, packet);
     // The flag lets the view end with its message, so that the caller need not delete it. On a dead
     // port the view stays the caller's, whether the message got out or not.
@@ -102,13 +103,6 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
         memory_.ViewSent(*section);
     }
     return status;
-}
-
-NtStatus CAlpcClientPort::Release(const AlpcCall& call) {
-    // A view that the caller marks goes with its message. Unmarked, it stays until it is deleted.
-    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
-    const bool unmap = view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
-    return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId, unmap);
 }
 
 NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) {

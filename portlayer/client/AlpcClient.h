@@ -29,7 +29,6 @@ class CAlpcClientPort final : public CObject {
     bool IsLost() const { return connection_->IsLost(); }
 
   private:
-    NtApi::NtStatus Release(const AlpcCall& call);
     NtApi::NtStatus Request(const AlpcCall& call, OutgoingPacket& packet);
     NtApi::NtStatus TakeReply(const AlpcCall& call, PendingExchange& exchange);
 

@@ -26,22 +26,21 @@ class CLpcClientPort final : public CObject {
     const std::size_t limit;
 };
 
-// A legacy message may be longer than its data: the data block stands behind them.
-NtStatus CheckMessage(const CLpcClientPort& port, const void* message, DataBlock& block) {
-    if (TotalLength(message) > port.limit) {
-        return kStatusPortMessageTooLong;
-    }
-    if (LpcLayout().headerSize + DataLength(message) > TotalLength(message)) {
-        return kStatusInvalidParameter;
-    }
-    return ReadDataBlock(message, TotalLength(message), block);
-}
-
 /// The port of the handle and the data block of the message that is to be sent through it.
 NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcClientPort>& port,
                       DataBlock& block) {
     port = Find<CLpcClientPort>(handle);
-    return port ? CheckMessage(*port, message, block) : kStatusInvalidHandle;
+    if (!port) {
+        return kStatusInvalidHandle;
+    }
+    if (TotalLength(message) > port->limit) {
+        return kStatusPortMessageTooLong;
+    }
+    // A legacy message may be longer than its data: the data block stands behind them.
+    if (LpcLayout().headerSize + DataLength(message) > TotalLength(message)) {
+        return kStatusInvalidParameter;
+    }
+    return ReadDataBlock(message, TotalLength(message), block);
 }
 
 // The caller trusts the lengths in the header, and its buffer holds the longest message, no more.

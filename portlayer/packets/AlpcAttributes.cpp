@@ -49,6 +49,11 @@ AlpcDataViewAttr* SentView(AlpcMessageAttributes* attributes) {
     return valid ? AllocatedBody<AlpcDataViewAttr>(attributes, kAlpcMessageViewAttribute) : nullptr;
 }
 
+bool UnmapsView(AlpcMessageAttributes* attributes) {
+    const AlpcDataViewAttr* const view = SentView(attributes);
+    return view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0;
+}
+
 bool StoreView(AlpcMessageAttributes* attributes, const ReceivedView& view) {
     auto* const body = AllocatedBody<AlpcDataViewAttr>(attributes, kAlpcMessageViewAttribute);
     if (body == nullptr) {

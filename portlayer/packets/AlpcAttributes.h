@@ -23,6 +23,9 @@ struct AlpcCall {
 /// The view that a sender attached, or null.
 NtApi::AlpcDataViewAttr* SentView(NtApi::AlpcMessageAttributes* attributes);
 
+/// Whether a release gives the view back that came with the message.
+bool UnmapsView(NtApi::AlpcMessageAttributes* attributes);
+
 /// Tells the receiver of its view. False when the buffer has no place for one.
 bool StoreView(NtApi::AlpcMessageAttributes* attributes, const ReceivedView& view);
 void StoreContext(NtApi::AlpcMessageAttributes* attributes, void* portContext,

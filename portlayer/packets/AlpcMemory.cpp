@@ -100,8 +100,8 @@ NtStatus CAlpcMemory::DeleteView(const void* base) {
     return kStatusInvalidParameter;
 }
 
-NtStatus CAlpcMemory::PrepareView(const AlpcDataViewAttr& view,
-                                  std::shared_ptr<CPortSection>& section) {
+NtStatus CAlpcMemory::AttachView(const AlpcDataViewAttr& view, OutgoingPacket& packet,
+                                 std::shared_ptr<CPortSection>& section) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = FindSection(view.SectionHandle);
     if (found == sections_.end()) {
@@ -114,6 +114,8 @@ NtStatus CAlpcMemory::PrepareView(const AlpcDataViewAttr& view,
         return kStatusInvalidParameter;
     }
     section = *found;
+    // The peer is told that the section is a secure one; the other flags are for our end.
+    packet.SetView(item.area.slot, view.ViewSize, view.Flags & kAlpcViewSecured);
     return kStatusSuccess;
 }
 

@@ -48,9 +48,9 @@ class CAlpcMemory {
     /// A view made here or received here.
     NtApi::NtStatus DeleteView(const void* base);
 
-    /// Checks a view that is about to be sent and keeps its section alive.
-    NtApi::NtStatus PrepareView(const NtApi::AlpcDataViewAttr& view,
-                                std::shared_ptr<CPortSection>& section);
+    /// Lets a view go along with the packet; `section` keeps its section alive.
+    NtApi::NtStatus AttachView(const NtApi::AlpcDataViewAttr& view, OutgoingPacket& packet,
+                               std::shared_ptr<CPortSection>& section);
     /// The view went with a message that was sent.
     void ViewSent(CPortSection& section);
 

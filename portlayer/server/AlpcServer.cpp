@@ -15,12 +15,6 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
 
-NtStatus Release(CServerPort& port, const AlpcCall& call, std::uint32_t messageId) {
-    const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
-    return port.ReleaseMessage(messageId,
-                               view != nullptr && (view->Flags & kAlpcViewUnmapExisting) != 0);
-}
-
 NtStatus Send(CServerPort& port, const AlpcCall& call) {
     const MessageIds ids = ReadIds(PortDialect::kAlpc, call.sendMessage);
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
@@ -40,11 +34,10 @@ NtStatus Send(CServerPort& port, const AlpcCall& call) {
         packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
         if (view != nullptr) {
             owner = connection;
-            const NtStatus status = connection->Memory().PrepareView(*view, section);
+            const NtStatus status = connection->Memory().AttachView(*view, packet, section);
             if (status != kStatusSuccess) {
                 return status;
             }
-            packet.SetView(section->area.slot, view->ViewSize, view->Flags & kAlpcViewSecured);
         }
         // A view must be given back, and so the message that brings it; "released" holds for a
         // reply without one.
@@ -55,7 +48,8 @@ NtStatus Send(CServerPort& port, const AlpcCall& call) {
     // No request that waits. It may be a datagram that came with a view: sent back with the flag,
     // it is released. Else there is nobody to send it to.
     if (status == kStatusReplyMessageMismatch) {
-        return release ? Release(port, call, ids.messageId) : kStatusInvalidMessage;
+        return release ? port.ReleaseMessage(ids.messageId, UnmapsView(call.sendAttributes))
+                       : kStatusInvalidMessage;
     }
     if (status == kStatusSuccess && section && (view->Flags & kAlpcViewAutoRelease) != 0) {
         owner->Memory().ViewSent(*section);

@@ -195,19 +195,12 @@ bool CServerPort::TakePacket(const std::shared_ptr<CServerConnection>& connectio
     // filled in here, as the system does. The process is the one that the operating system names.
     message.ids = {connection->ClientProcessId(), scratch.packet.head.threadId, 0};
     bool valid = false;
-    switch (scratch.packet.head.kind) {
-        case PacketKind::kConnect:
-            valid = TakeConnect(connection, scratch);
-            break;
-        case PacketKind::kRequest:
-            valid = TakeMessage(connection, scratch, true);
-            break;
-        case PacketKind::kDatagram:
-            valid = TakeMessage(connection, scratch, false);
-            break;
-        // All other kinds are for servers to send.
-        default:
-            break;
+    const PacketKind kind = scratch.packet.head.kind;
+    // All other kinds are for servers to send.
+    if (kind == PacketKind::kConnect) {
+        valid = TakeConnect(connection, scratch);
+    } else if (kind == PacketKind::kRequest || kind == PacketKind::kDatagram) {
+        valid = TakeMessage(connection, scratch, kind == PacketKind::kRequest);
     }
     // What was mapped does not need its handle any more; the rest was sent for nothing.
     scratch.packet.DropHandles();

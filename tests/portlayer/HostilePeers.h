@@ -110,8 +110,7 @@ class HostileServerTest : public AlpcPortFixture {
     }
     /// Awaits a request and replies with the message, after `change` has seen the packet.
     static Body Replier(const Bytes& message,
-                        const std::function<void(Detail::OutgoingPacket&)>& change = {},
-                        const Bytes& behind = {}) {
+                        const std::function<void(Detail::OutgoingPacket&)>& change = {}) {
         return [=](CRawPeer& server) {
             Detail::OutgoingPacket packet(Detail::PacketKind::kReply);
             packet.head.exchange = server.Await().exchange;
@@ -119,7 +118,7 @@ class HostileServerTest : public AlpcPortFixture {
             if (change) {
                 change(packet);
             }
-            server.Send(packet, behind);
+            server.Send(packet);
             EXPECT_TRUE(server.IsDropped());
         };
     }
@@ -138,18 +137,5 @@ class HostileServerTest : public AlpcPortFixture {
 
     const Bytes message_ = Message(24, {}, 24);
 };
-
-/// What stands behind a message: one byte for that entry of it.
-inline Bytes ByteFor(std::uint32_t entry) {
-    const Detail::TransferRecord record = {entry, Detail::kNoSlot, 1, 0};
-    Bytes behind(sizeof record + 1);
-    std::memcpy(behind.data(), &record, sizeof record);
-    return behind;
-}
-
-inline void AnnounceByte(Detail::OutgoingPacket& packet) {
-    packet.head.transferCount = 1;
-    packet.head.inlineLength = 1;
-}
 
 }  // namespace Kyr::Test

@@ -11,9 +11,9 @@ using namespace NtApi;
 using namespace PortLayer::Detail;
 
 /// A client that connects as it should, and then sends the packet.
-void ExpectDropped(const OutgoingPacket& packet, const Bytes& behind = {}) {
+void ExpectDropped(const OutgoingPacket& packet) {
     CRawPeer client = CRawPeer::Connected(PortDialect::kLpc);
-    client.Send(packet, behind);
+    client.Send(packet);
     EXPECT_TRUE(client.IsDropped());
 }
 
@@ -64,18 +64,19 @@ TEST_F(HostileLpcClientTest, MessageWhoseLengthsLieIsDropped) {
 TEST_F(HostileLpcClientTest, EntriesBeyondTheBlockAreDropped) {
     std::uint8_t byte = 0;
     message_ = LpcMessageWithEntries({{&byte, 1}});
-    OutgoingPacket packet = Packet(PacketKind::kRequest);
-    AnnounceByte(packet);
-    ExpectDropped(packet, ByteFor(1));
-    ExpectDropped(packet, ByteFor(0xFFFFFFFF));
+    for (const std::uint32_t entry : {1u, 0xFFFFFFFFu}) {
+        OutgoingPacket packet = Packet(PacketKind::kRequest);
+        packet.AddInline(entry, "x", 1);
+        ExpectDropped(packet);
+    }
 }
 
 TEST_F(HostileLpcClientTest, EntryOfAnotherSizeIsDropped) {
     std::uint8_t bytes[2] = {};
     message_ = LpcMessageWithEntries({{bytes, 2}});
     OutgoingPacket packet = Packet(PacketKind::kRequest);
-    AnnounceByte(packet);
-    ExpectDropped(packet, ByteFor(0));
+    packet.AddInline(0, "x", 1);
+    ExpectDropped(packet);
 }
 
 TEST_F(HostileLpcClientTest, ClientThatGoesWithoutAWordHoldsNobodyUp) {
@@ -183,7 +184,7 @@ TEST_F(HostileServerTest, ViewWithoutItsMemoryEndsTheConnection) {
 }
 
 TEST_F(HostileServerTest, WriteToAnEntryThatWasNotOfferedEndsTheConnection) {
-    ExpectGivenUp(Replier(message_, AnnounceByte, ByteFor(0)));
+    ExpectGivenUp(Replier(message_, [](OutgoingPacket& packet) { packet.AddInline(0, "x", 1); }));
 }
 
 TEST_F(HostileServerTest, ReplyThatNobodyWaitsForIsPassedOver) {

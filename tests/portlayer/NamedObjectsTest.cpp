@@ -19,30 +19,30 @@ constexpr std::uint32_t kMapWrite = 2;
 
 class NamedObjectsTest : public PortFixture {
   protected:
-    Handle CreateMutex(bool owned = false) { return CreateMutexW(nullptr, owned, kMutex); }
-    Handle OpenMutex() { return OpenMutexW(kSynchronize, 0, kMutex); }
+    Handle MakeMutex(bool owned = false) { return CreateMutexW(nullptr, owned, kMutex); }
+    Handle FindMutex() { return OpenMutexW(kSynchronize, 0, kMutex); }
     Handle OpenSection() { return OpenFileMappingW(kMapRead, 0, kSection); }
 };
 
 TEST_F(NamedObjectsTest, UnknownNamesCannotBeOpened) {
-    EXPECT_EQ(OpenMutex(), nullptr);
+    EXPECT_EQ(FindMutex(), nullptr);
     EXPECT_EQ(OpenSection(), nullptr);
 }
 
 TEST_F(NamedObjectsTest, NameEndsWithTheLastHandle) {
-    const Handle created = CreateMutex();
-    const Handle opened = OpenMutex();
+    const Handle created = MakeMutex();
+    const Handle opened = FindMutex();
     ASSERT_NE(opened, nullptr);
     EXPECT_EQ(CloseHandle(created), 1);
-    const Handle third = OpenMutex();
+    const Handle third = FindMutex();
     ASSERT_NE(third, nullptr);
     EXPECT_EQ(CloseHandle(opened), 1);
     EXPECT_EQ(CloseHandle(third), 1);
-    EXPECT_EQ(OpenMutex(), nullptr);
+    EXPECT_EQ(FindMutex(), nullptr);
 }
 
 TEST_F(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
-    const Handle mutex = CreateMutex(true);
+    const Handle mutex = MakeMutex(true);
     EXPECT_EQ(WaitForSingleObject(mutex, 0), 0u);
     std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 2), kTimeout); }).join();
     EXPECT_EQ(ReleaseMutex(mutex), 1);
@@ -53,14 +53,14 @@ TEST_F(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
 }
 
 TEST_F(NamedObjectsTest, OnlyTheOwnerReleasesAMutex) {
-    const Handle mutex = CreateMutex(true);
+    const Handle mutex = MakeMutex(true);
     std::thread([&] { EXPECT_EQ(ReleaseMutex(mutex), 0); }).join();
     EXPECT_EQ(ReleaseMutex(mutex), 1);
     CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
-    const Handle mutex = CreateMutex();
+    const Handle mutex = MakeMutex();
     std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 0), 0u); }).join();
     EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
     EXPECT_EQ(ReleaseMutex(mutex), 1);
@@ -72,11 +72,11 @@ TEST_F(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
 TEST_F(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
     CChildProcess child([this](CChildProcess& self) {
         self.AwaitGo();
-        EXPECT_EQ(WaitForSingleObject(OpenMutex(), 5000), 0u);
+        EXPECT_EQ(WaitForSingleObject(FindMutex(), 5000), 0u);
         self.Ready();
         self.WaitForEver();
     });
-    const Handle mutex = CreateMutex();
+    const Handle mutex = MakeMutex();
     child.Go();
     child.AwaitReady();
     EXPECT_EQ(WaitForSingleObject(mutex, 2), kTimeout);
@@ -87,8 +87,8 @@ TEST_F(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
 }
 
 TEST_F(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
-    const Handle first = CreateMutex();
-    const Handle second = CreateMutex(true);
+    const Handle first = MakeMutex();
+    const Handle second = MakeMutex(true);
     std::thread([&] {
         EXPECT_EQ(WaitForSingleObject(first, 0), 0u);
         EXPECT_EQ(ReleaseMutex(first), 1);
@@ -99,9 +99,9 @@ TEST_F(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
 }
 
 TEST_F(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
-    const Handle mutex = CreateMutex();
+    const Handle mutex = MakeMutex();
     std::thread([&] {
-        const Handle own = OpenMutex();
+        const Handle own = FindMutex();
         EXPECT_EQ(WaitForSingleObject(own, 0), 0u);
         CloseHandle(own);
         // The owner's other mutexes are linked with the closed one.
@@ -117,8 +117,8 @@ TEST_F(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
 }
 
 TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
-    const Handle mutex = CreateMutex(true);
-    const Handle closed = OpenMutex();
+    const Handle mutex = MakeMutex(true);
+    const Handle closed = FindMutex();
     std::promise<void> waits;
     std::thread waiting([&] {
         waits.set_value();
@@ -139,14 +139,14 @@ TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
 
 TEST_F(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
     CChildProcess child([this](CChildProcess& self) {
-        CreateMutex(true);
+        MakeMutex(true);
         CreateSection(64, kSection);
         self.Ready();
         self.WaitForEver();
     });
     child.AwaitReady();
     child.Kill();
-    EXPECT_EQ(OpenMutex(), nullptr);
+    EXPECT_EQ(FindMutex(), nullptr);
     EXPECT_EQ(OpenSection(), nullptr);
 }
 

@@ -22,16 +22,22 @@ bool CRawPeer::TrySendEmpty(PacketKind kind, PortDialect dialect) {
     return TrySend(packet);
 }
 
-void CRawPeer::Send(const OutgoingPacket& packet, const Bytes& behind) {
-    EXPECT_TRUE(TrySend(packet, behind));
+void CRawPeer::Send(const OutgoingPacket& packet) {
+    EXPECT_TRUE(TrySend(packet));
 }
 
-bool CRawPeer::TrySend(const OutgoingPacket& packet, const Bytes& behind) {
-    const auto* const head = reinterpret_cast<const std::uint8_t*>(&packet.head);
-    const auto* const message = static_cast<const std::uint8_t*>(packet.message);
-    Bytes bytes(head, head + sizeof packet.head);
-    bytes.insert(bytes.end(), message, message + packet.head.messageLength);
-    bytes.insert(bytes.end(), behind.begin(), behind.end());
+bool CRawPeer::TrySend(const OutgoingPacket& packet) {
+    Bytes bytes;
+    const auto append = [&bytes](const void* part, std::size_t size) {
+        const auto* const begin = static_cast<const std::uint8_t*>(part);
+        bytes.insert(bytes.end(), begin, begin + size);
+    };
+    append(&packet.head, sizeof packet.head);
+    append(packet.message, packet.head.messageLength);
+    append(packet.transfers.data(), packet.head.transferCount * sizeof(TransferRecord));
+    for (std::size_t i = 0; i < packet.head.transferCount; ++i) {
+        append(packet.inlineBytes[i], packet.transfers[i].size);
+    }
     return SendRaw(bytes);
 }
 

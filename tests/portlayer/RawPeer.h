@@ -26,10 +26,10 @@ class CRawPeer {
     /// Waits for the client.
     void Accept();
 
-    /// A packet as it stands: head, message, and what is to stand behind them.
-    void Send(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
+    /// A packet as it stands: head, message, and transfers, which must be inline.
+    void Send(const PortLayer::Detail::OutgoingPacket& packet);
     /// False when the peer has ended the connection meanwhile; so the others.
-    bool TrySend(const PortLayer::Detail::OutgoingPacket& packet, const Bytes& behind = {});
+    bool TrySend(const PortLayer::Detail::OutgoingPacket& packet);
     /// A message without data.
     bool TrySendEmpty(PortLayer::Detail::PacketKind kind, PortLayer::Detail::PortDialect dialect);
     bool SendRaw(const Bytes& bytes);

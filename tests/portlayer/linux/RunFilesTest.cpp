@@ -42,13 +42,6 @@ TEST_F(RunFilesTest, WritingAgainReplacesTheWholeText) {
     EXPECT_EQ(text_, "b");
 }
 
-TEST_F(RunFilesTest, WritingMakesAPrivateDirectory) {
-    WriteRunFile("name", "5600");
-    struct stat info = {};
-    ASSERT_EQ(::stat(directory_.c_str(), &info), 0);
-    EXPECT_EQ(info.st_mode & 0777, 0700u);
-}
-
 TEST_F(RunFilesTest, WritingLeavesNoDraftBehind) {
     WriteRunFile("name", "5600");
     const boost::filesystem::directory_iterator files(directory_);
