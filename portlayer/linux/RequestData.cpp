@@ -1,9 +1,12 @@
 // The data of a request goes beside the messages: the request brings the first entry along, and
 // what the server wrote comes with the reply. Nothing reaches into another process.
+#include "portlayer/packets/RequestData.h"
+
 #include <algorithm>
 #include <cstring>
 
-#include "portlayer/server/Answers.h"
+#include "portlayer/server/PendingMessages.h"
+#include "portlayer/server/ServerConnection.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -220,40 +223,36 @@ void ClearRequestData(PendingMessage& record) {
     data.writeCount = 0;
 }
 
-NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
-                         void* buffer, std::size_t size) {
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
-        const CRequestData& data = DataOf(record);
-        // Only the first entry comes along.
-        if (entryIndex != 0 || data.first == nullptr) {
-            return kStatusInvalidParameter;
-        }
-        std::memcpy(buffer, data.first, size);
-        PendingWrite* const write = FindWrite(DataOf(record), entryIndex);
-        if (write != nullptr && write->size != 0) {
-            std::memcpy(buffer, BytesOf(*write), std::min(write->size, size));
-        }
-        return kStatusSuccess;
-    });
+NtStatus ReadEntry(PendingMessage& record, std::uint32_t entryIndex, void* buffer,
+                   std::size_t size) {
+    CRequestData& data = DataOf(record);
+    // Only the first entry comes along.
+    if (entryIndex != 0 || data.first == nullptr) {
+        return kStatusInvalidParameter;
+    }
+    std::memcpy(buffer, data.first, size);
+    PendingWrite* const write = FindWrite(data, entryIndex);
+    if (write != nullptr && write->size != 0) {
+        std::memcpy(buffer, BytesOf(*write), std::min(write->size, size));
+    }
+    return kStatusSuccess;
 }
 
-NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
-                          const void* buffer, std::size_t size) {
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
-        PendingWrite* write = FindWrite(DataOf(record), entryIndex);
-        if (write == nullptr) {
-            write = &NewWrite(DataOf(record), entryIndex);
+NtStatus WriteEntry(PendingMessage& record, std::uint32_t entryIndex, const void* buffer,
+                    std::size_t size) {
+    PendingWrite* write = FindWrite(DataOf(record), entryIndex);
+    if (write == nullptr) {
+        write = &NewWrite(DataOf(record), entryIndex);
+    }
+    // A shorter write leaves the end of a longer one, as it would in the client's memory.
+    if (size > write->size) {
+        if (!Grow(record, *write, size)) {
+            return kStatusNoMemory;
         }
-        // A shorter write leaves the end of a longer one, as it would in the client's memory.
-        if (size > write->size) {
-            if (!Grow(record, *write, size)) {
-                return kStatusNoMemory;
-            }
-            write->size = size;
-        }
-        std::memcpy(BytesOf(*write), buffer, size);
-        return kStatusSuccess;
-    });
+        write->size = size;
+    }
+    std::memcpy(BytesOf(*write), buffer, size);
+    return kStatusSuccess;
 }
 
 }  // namespace Kyr::PortLayer::Detail

@@ -8,12 +8,10 @@
 #include <memory>
 
 #include "portlayer/packets/DataBlock.h"
-#include "portlayer/packets/MessageHeader.h"
 #include "portlayer/packets/Packet.h"
 
 namespace Kyr::PortLayer::Detail {
 
-class CServerPort;
 struct PendingMessage;
 
 // In the client.
@@ -42,11 +40,12 @@ void ReleaseEntries(PendingMessage& record);
 /// The record ends.
 void ClearRequestData(PendingMessage& record);
 
-/// kStatusInvalidParameter: no such entry, or it is shorter. kStatusReplyMessageMismatch: the port
-/// has no such open request, or its client is gone.
-NtApi::NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids,
-                                std::uint32_t entryIndex, void* buffer, std::size_t size);
-NtApi::NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids,
-                                 std::uint32_t entryIndex, const void* buffer, std::size_t size);
+/// Moves bytes from, or to, the start of an entry. kStatusReplyMessageMismatch: the client is gone;
+/// kStatusInvalidParameter: the bytes of this entry did not come along; kStatusNoMemory.
+/// REQUIRES: the request is open, and has the entry, which is not shorter.
+NtApi::NtStatus ReadEntry(PendingMessage& record, std::uint32_t entryIndex, void* buffer,
+                          std::size_t size);
+NtApi::NtStatus WriteEntry(PendingMessage& record, std::uint32_t entryIndex, const void* buffer,
+                           std::size_t size);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -18,17 +18,6 @@ bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const 
            record.connection->PortNumber() == port.Number();
 }
 
-NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port, const MessageIds& ids,
-                       std::uint32_t entryIndex, std::size_t size) {
-    if (!IsOpenRequest(record, port, ids)) {
-        return kStatusReplyMessageMismatch;
-    }
-    if (entryIndex >= record.entries.count || size > record.entries.entries[entryIndex].size) {
-        return kStatusInvalidParameter;
-    }
-    return kStatusSuccess;
-}
-
 NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bool accept,
                           void* context, Handle& handle) {
     handle = nullptr;

@@ -10,11 +10,6 @@ namespace Kyr::PortLayer::Detail {
 /// message by its message id alone. REQUIRES: the record's mutex is held.
 bool IsOpenRequest(const PendingMessage& record, const CServerPort& port, const MessageIds& ids);
 
-/// Whether so many bytes of the data entry may be read or written; a status of ReadRequestData.
-/// REQUIRES: the record's mutex is held.
-NtApi::NtStatus CheckTransfer(const PendingMessage& record, const CServerPort& port,
-                              const MessageIds& ids, std::uint32_t entryIndex, std::size_t size);
-
 /// Replies to the open request with these ids; `fill(packet, connection)` sets the packet's message
 /// and view, or returns why there is no reply yet: the request stays open then.
 /// kStatusReplyMessageMismatch when the port has no such request.
@@ -45,20 +40,6 @@ NtApi::NtStatus AnswerRequest(const CServerPort& port, const MessageIds& ids, Fi
     const NtApi::NtStatus status = connection->Send(packet);
     EndPendingMessage(record);
     return status;
-}
-
-/// Calls `move(record)` when so many bytes of the data entry may be read or written, and are any;
-/// the record's mutex is held. A status of ReadRequestData.
-template <typename Move>
-NtApi::NtStatus TransferEntry(const CServerPort& port, const MessageIds& ids,
-                              std::uint32_t entryIndex, std::size_t size, Move move) {
-    const auto record = FindPendingMessage(ids.messageId);
-    if (!record) {
-        return NtApi::kStatusReplyMessageMismatch;
-    }
-    const std::lock_guard<std::mutex> lock(record->mutex);
-    const NtApi::NtStatus status = CheckTransfer(*record, port, ids, entryIndex, size);
-    return status != NtApi::kStatusSuccess || size == 0 ? status : move(*record);
 }
 
 /// Accepts or refuses; a refused connection has a null handle. On legacy ports the client goes on

@@ -48,15 +48,28 @@ NtStatus Receive(CServerPort& port, void** context, void* receive, const CDeadli
     });
 }
 
-/// Tells how many bytes `move(port, ids)` has transferred: all or none.
+/// Calls `move(record)` with the mutex of the request's record held, when the request is open and
+/// so many bytes of its entry may be moved. Tells how many were: all or none.
 template <typename Move>
-NtStatus TransferData(Handle handle, const void* message, std::size_t size,
-                      std::size_t* transferred, Move move) {
+NtStatus TransferData(Handle handle, const void* message, std::uint32_t entryIndex,
+                      std::size_t size, std::size_t* transferred, Move move) {
     const auto port = LpcPort(handle);
     if (!port) {
         return kStatusInvalidHandle;
     }
-    const NtStatus status = move(*port, ReadIds(PortDialect::kLpc, message));
+    const MessageIds ids = ReadIds(PortDialect::kLpc, message);
+    NtStatus status = kStatusReplyMessageMismatch;
+    if (const auto record = FindPendingMessage(ids.messageId)) {
+        const std::lock_guard<std::mutex> lock(record->mutex);
+        const DataBlock& block = record->entries;
+        if (IsOpenRequest(*record, *port, ids)) {
+            const bool fits = entryIndex < block.count && size <= block.entries[entryIndex].size;
+            status = fits ? kStatusSuccess : kStatusInvalidParameter;
+        }
+        if (status == kStatusSuccess && size != 0) {
+            status = move(*record);
+        }
+    }
     if (transferred != nullptr) {
         *transferred = status == kStatusSuccess ? size : 0;
     }
@@ -120,16 +133,16 @@ NtStatus KYR_NTAPI NtReplyPort(Handle handle, void* reply) {
 
 NtStatus KYR_NTAPI NtReadRequestData(Handle handle, void* message, std::uint32_t entryIndex,
                                      void* buffer, std::size_t size, std::size_t* transferred) {
-    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
-        return ReadRequestData(port, ids, entryIndex, buffer, size);
-    });
+    return TransferData(
+        handle, message, entryIndex, size, transferred,
+        [&](PendingMessage& record) { return ReadEntry(record, entryIndex, buffer, size); });
 }
 
 NtStatus KYR_NTAPI NtWriteRequestData(Handle handle, void* message, std::uint32_t entryIndex,
                                       void* buffer, std::size_t size, std::size_t* transferred) {
-    return TransferData(handle, message, size, transferred, [&](const auto& port, const auto& ids) {
-        return WriteRequestData(port, ids, entryIndex, buffer, size);
-    });
+    return TransferData(
+        handle, message, entryIndex, size, transferred,
+        [&](PendingMessage& record) { return WriteEntry(record, entryIndex, buffer, size); });
 }
 
 }  // namespace Kyr::PortLayer

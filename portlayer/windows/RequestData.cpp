@@ -2,7 +2,8 @@
 // that of the waiting client. Nothing of it is in the messages.
 #include "portlayer/packets/RequestData.h"
 
-#include "portlayer/server/Answers.h"
+#include "portlayer/server/PendingMessages.h"
+#include "portlayer/server/ServerConnection.h"
 #include "portlayer/windows/PipeChannel.h"
 
 namespace Kyr::PortLayer::Detail {
@@ -29,35 +30,29 @@ void ClearRequestData(PendingMessage&) {}
 
 namespace {
 
-/// Calls `move(process, address)` for the entry while its request stays open.
-template <typename Move>
-NtStatus Transfer(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
-                  std::size_t size, Move move) {
-    // The lock is held until the bytes have moved: nobody may let the client go on meanwhile.
-    return TransferEntry(port, ids, entryIndex, size, [&](PendingMessage& record) {
-        // As long as the client waits its memory stands. One that has died makes the move fail.
-        const auto& channel = static_cast<const CPipeChannel&>(record.connection->Channel());
-        SIZE_T moved = 0;
-        const BOOL done =
-            move(channel.PeerProcess(), record.entries.entries[entryIndex].base, moved);
-        return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
-    });
+HANDLE ClientOf(const PendingMessage& record) {
+    return static_cast<const CPipeChannel&>(record.connection->Channel()).PeerProcess();
 }
 
 }  // namespace
 
-NtStatus ReadRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
-                         void* buffer, std::size_t size) {
-    return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
-        return ::ReadProcessMemory(process, base, buffer, size, &moved);
-    });
+// The record's lock is held until the bytes have moved: nobody may let the client go on meanwhile,
+// and as long as it waits its memory stands. One that has died makes the move fail.
+
+NtStatus ReadEntry(PendingMessage& record, std::uint32_t entryIndex, void* buffer,
+                   std::size_t size) {
+    SIZE_T moved = 0;
+    const BOOL done = ::ReadProcessMemory(ClientOf(record), record.entries.entries[entryIndex].base,
+                                          buffer, size, &moved);
+    return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
 }
 
-NtStatus WriteRequestData(const CServerPort& port, const MessageIds& ids, std::uint32_t entryIndex,
-                          const void* buffer, std::size_t size) {
-    return Transfer(port, ids, entryIndex, size, [&](HANDLE process, void* base, SIZE_T& moved) {
-        return ::WriteProcessMemory(process, base, buffer, size, &moved);
-    });
+NtStatus WriteEntry(PendingMessage& record, std::uint32_t entryIndex, const void* buffer,
+                    std::size_t size) {
+    SIZE_T moved = 0;
+    const BOOL done = ::WriteProcessMemory(
+        ClientOf(record), record.entries.entries[entryIndex].base, buffer, size, &moved);
+    return done != 0 && moved == size ? kStatusSuccess : kStatusReplyMessageMismatch;
 }
 
 }  // namespace Kyr::PortLayer::Detail

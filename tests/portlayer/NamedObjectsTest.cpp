@@ -151,7 +151,7 @@ TEST_F(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
 }
 
 TEST_F(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
-    CChildProcess child([this](CChildProcess& self) {
+    CChildProcess child([](CChildProcess& self) {
         self.AwaitGo();
         const Handle section = OpenFileMappingW(kMapWrite | kMapRead, 0, kSection);
         std::uint8_t* const view = Map(section, kMapWrite | kMapRead);

@@ -1,6 +1,8 @@
 // Locks, threads, events and waits.
 #include <atomic>
+#include <functional>
 #include <thread>
+#include <vector>
 
 #include "portlayer/ClassicFunctions.h"
 #include "tests/portlayer/PortFixture.h"
@@ -19,6 +21,15 @@ class WaitsTest : public PortFixture {
         const Handle event = CreateEventW(nullptr, manual, signalled, nullptr);
         EXPECT_NE(event, nullptr);
         return event;
+    }
+    static void RunOnFourThreads(const std::function<void(int)>& body) {
+        std::vector<std::thread> threads;
+        for (int thread = 0; thread < 4; ++thread) {
+            threads.emplace_back(body, thread);
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
     }
     void Close(std::initializer_list<Handle> handles) {
         for (const Handle handle : handles) {
@@ -118,19 +129,13 @@ TEST_F(WaitsTest, ExclusiveLockLetsOneThreadIn) {
     RtlInitializeSRWLock(&lock);
     EXPECT_EQ(lock, nullptr);
     int counter = 0;
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < 2000; ++i) {
-                RtlAcquireSRWLockExclusive(&lock);
-                ++counter;
-                RtlReleaseSRWLockExclusive(&lock);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnFourThreads([&](int) {
+        for (int i = 0; i < 2000; ++i) {
+            RtlAcquireSRWLockExclusive(&lock);
+            ++counter;
+            RtlReleaseSRWLockExclusive(&lock);
+        }
+    });
     EXPECT_EQ(counter, 8000);
     EXPECT_EQ(lock, nullptr);
 }
@@ -160,26 +165,20 @@ TEST_F(WaitsTest, ReadersAndWritersSeeWholeValues) {
     void* lock = nullptr;
     int first = 0;
     int second = 0;
-    std::vector<std::thread> threads;
-    for (int thread = 0; thread < 4; ++thread) {
-        threads.emplace_back([&, thread] {
-            for (int i = 0; i < 1000; ++i) {
-                if (thread == 0) {
-                    RtlAcquireSRWLockExclusive(&lock);
-                    first = i;
-                    second = i;
-                    RtlReleaseSRWLockExclusive(&lock);
-                } else {
-                    RtlAcquireSRWLockShared(&lock);
-                    ASSERT_EQ(first, second);
-                    RtlReleaseSRWLockShared(&lock);
-                }
+    RunOnFourThreads([&](int thread) {
+        for (int i = 0; i < 1000; ++i) {
+            if (thread == 0) {
+                RtlAcquireSRWLockExclusive(&lock);
+                first = i;
+                second = i;
+                RtlReleaseSRWLockExclusive(&lock);
+            } else {
+                RtlAcquireSRWLockShared(&lock);
+                ASSERT_EQ(first, second);
+                RtlReleaseSRWLockShared(&lock);
             }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        }
+    });
 }
 
 }  // namespace
