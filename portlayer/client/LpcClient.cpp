@@ -43,12 +43,6 @@ NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcCl
     return ReadDataBlock(message, TotalLength(message), block);
 }
 
-// The caller trusts the lengths in the header, and its buffer holds the longest message, no more.
-bool IsValidReply(const std::uint8_t* reply, std::size_t length) {
-    return length >= LpcLayout().headerSize && length <= LpcLayout().maxMessage &&
-           TotalLength(reply) == length && LpcLayout().headerSize + DataLength(reply) <= length;
-}
-
 }  // namespace
 
 NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQualityOfService*,
@@ -143,7 +137,8 @@ NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* re
     if (result != ExchangeResult::kReplied) {
         return kStatusLpcReplyLost;
     }
-    if (!IsValidReply(exchange.reply, exchange.replyLength) || exchange.view.slot != kNoSlot) {
+    if (!LengthsFit(PortDialect::kLpc, reply, exchange.replyLength, exchange.capacity) ||
+        exchange.view.slot != kNoSlot) {
         connection.Disconnect();
         return kStatusLpcReplyLost;
     }

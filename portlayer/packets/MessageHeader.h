@@ -71,6 +71,14 @@ struct MessageIds {
 };
 
 std::size_t HeaderSize(PortDialect dialect);
+/// Whether a message that came in so many bytes is no longer than `limit`, and its header tells the
+/// same: who receives it trusts the header.
+inline bool LengthsFit(PortDialect dialect, const void* message, std::size_t length,
+                       std::size_t limit) {
+    const std::size_t header = HeaderSize(dialect);
+    return length >= header && length <= limit && TotalLength(message) == length &&
+           header + DataLength(message) <= length;
+}
 MessageIds ReadIds(PortDialect dialect, const void* message);
 void WriteIds(PortDialect dialect, void* message, const MessageIds& ids);
 

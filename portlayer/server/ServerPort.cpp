@@ -230,15 +230,6 @@ bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
     return true;
 }
 
-bool CServerPort::IsWellFormed(const IncomingPacket& packet, std::size_t limit) const {
-    // The packet's own length was checked against the bytes that came. Here the client's header
-    // must tell the same: servers trust it when they read the data.
-    const std::size_t length = packet.head.messageLength;
-    const std::size_t header = HeaderSize(dialect_);
-    return length >= header && length <= limit && TotalLength(packet.message) == length &&
-           header + DataLength(packet.message) <= length;
-}
-
 bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connection,
                               ReceiveScratch& scratch) {
     // Legacy ports limit connection data by a number of its own; but never more than the server's
@@ -252,7 +243,8 @@ bool CServerPort::TakeConnect(const std::shared_ptr<CServerConnection>& connecti
     // state comes last: it is the only one that leaves a mark.
     if (scratch.packet.head.flags != static_cast<std::uint32_t>(dialect_) ||
         scratch.packet.handleCount != 0 || scratch.packet.head.transferCount != 0 ||
-        scratch.packet.head.viewSlot != kNoSlot || !IsWellFormed(scratch.packet, limit) ||
+        scratch.packet.head.viewSlot != kNoSlot ||
+        !LengthsFit(dialect_, scratch.message.bytes, scratch.message.length, limit) ||
         !connection->ChangeState(CServerConnection::Stage::kAnonymous,
                                  CServerConnection::Stage::kRequested)) {
         return false;
@@ -291,7 +283,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     DataBlock block;
     block.count = 0;
     if (connection->State() != CServerConnection::Stage::kConnected ||
-        !IsWellFormed(packet, limits_.message) ||
+        !LengthsFit(dialect_, packet.message, message.length, limits_.message) ||
         (dialect_ == PortDialect::kLpc &&
          ReadDataBlock(packet.message, message.length, block) != kStatusSuccess) ||
         (dialect_ == PortDialect::kLpc ? packet.head.viewSlot != kNoSlot

@@ -89,7 +89,6 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     bool TakeConnect(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
     bool TakeMessage(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch,
                      bool isRequest);
-    bool IsWellFormed(const IncomingPacket& packet, std::size_t limit) const;
     bool TakeEnd(const std::shared_ptr<CServerConnection>& connection, ReceiveScratch& scratch);
 
     const CLiveCount live_{LiveCounter::kPorts};

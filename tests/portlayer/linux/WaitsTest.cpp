@@ -1,8 +1,8 @@
 // Locks, threads, events and waits.
+#include <array>
 #include <atomic>
 #include <functional>
 #include <thread>
-#include <vector>
 
 #include "portlayer/ClassicFunctions.h"
 #include "tests/portlayer/PortFixture.h"
@@ -23,9 +23,9 @@ class WaitsTest : public PortFixture {
         return event;
     }
     static void RunOnFourThreads(const std::function<void(int)>& body) {
-        std::vector<std::thread> threads;
+        std::array<std::thread, 4> threads;
         for (int thread = 0; thread < 4; ++thread) {
-            threads.emplace_back(body, thread);
+            threads[static_cast<std::size_t>(thread)] = std::thread(body, thread);
         }
         for (std::thread& thread : threads) {
             thread.join();
