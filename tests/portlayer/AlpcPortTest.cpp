@@ -1,4 +1,6 @@
 // Advanced ports: what they alone have of connecting, attributes, flags, time-outs and releases.
+#include <future>
+
 #include "portlayer/LayerSettings.h"
 #include "tests/portlayer/ChildProcess.h"
 #include "tests/portlayer/ServedPortFixture.h"
@@ -153,7 +155,11 @@ TEST_F(AlpcPortTest, ReplyBeyondTheBufferIsTooLarge) {
 
 TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
     const Handle server = CreatePort(100);
-    auto connecting = ConnectInBackground();
+    auto connecting = std::async(std::launch::async, [this] {
+        Handle port = nullptr;
+        Bytes information = ToBytes("hello");
+        return TryConnect(port, &information);
+    });
     Bytes message(100);
     std::size_t length = 99;
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
@@ -163,7 +169,8 @@ TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
     EXPECT_EQ(NtAlpcSendWaitReceivePort(server, 0, nullptr, nullptr, message.data(), &length,
                                         nullptr, nullptr),
               kStatusSuccess);
-    EXPECT_EQ(length, 24u);
+    EXPECT_EQ(length, 29u);
+    EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
     Handle none = nullptr;
     EXPECT_EQ(Answer(server, message, false, none), kStatusSuccess);
     EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
