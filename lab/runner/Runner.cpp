@@ -9,9 +9,6 @@
 #include <thread>
 #include <utility>
 
-#include <boost/filesystem/operations.hpp>
-#include <boost/filesystem/path.hpp>
-
 #include "lab/runner/EventKinds.h"
 #include "lab/runner/Interruption.h"
 #include "lab/runner/ReadFile.h"
@@ -45,12 +42,6 @@ std::chrono::milliseconds Until(Clock::time_point end) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
 }
 
-template <typename Kind>
-bool Is(const Statement& statement, const std::string& actor) {
-    const auto* const one = std::get_if<Kind>(&statement);
-    return one != nullptr && one->actor == actor;
-}
-
 }  // namespace
 
 struct CRunner::Cast {
@@ -64,14 +55,14 @@ struct CRunner::Cast {
     std::size_t line = 0;      // where it stands
 
     std::map<std::string, Member> members;
-    std::vector<std::pair<std::string, std::string>> variables;
+    std::map<std::string, std::string> variables;
 
     std::size_t stepNumber = 0;
     std::optional<StepResult> step;
     Clock::time_point stepStart;
     std::size_t expected = 0;            // how many expectations of the step have held
     std::optional<std::uint64_t> stamp;  // of the event that was expected last
-    std::vector<std::pair<std::size_t, NeverStatement>> only;  // of the step, with their lines
+    std::vector<Statement> only;         // of the step
 
     Clock::time_point countdownEnd;
     std::string countdownText;
@@ -79,45 +70,43 @@ struct CRunner::Cast {
 
 bool CRunner::Cast::MayHaveEnded(const std::string& actor) const {
     for (std::size_t next = at; next < scenario.statements.size(); ++next) {
-        const Statement& statement = scenario.statements[next].statement;
-        if (Is<GoneStatement>(statement, actor)) {
-            return true;
-        }
-        if (Is<StartStatement>(statement, actor) || Is<KillStatement>(statement, actor) ||
-            Is<QuitStatement>(statement, actor)) {
-            return false;
+        const Statement& statement = scenario.statements[next];
+        const bool isOfItsLife = statement.verb == Verb::kStart || statement.verb == Verb::kKill ||
+                                 statement.verb == Verb::kQuit || statement.verb == Verb::kGone;
+        if (isOfItsLife && statement.actor == actor) {
+            return statement.verb == Verb::kGone;
         }
     }
     return false;
 }
 
-CRunner::CRunner(RunnerPaths paths, CScreen& screen)
-    : paths_(std::move(paths)),
+CRunner::CRunner(Stage stage, RunOptions options, CScreen& screen)
+    : stage_(std::move(stage)),
+      options_(std::move(options)),
       screen_(screen),
-      transcript_((boost::filesystem::path(paths_.work) / "transcript.txt").string(),
-                  paths_.heading),
-      book_(paths_.heading) {
+      transcript_(stage_.File("transcript.txt"), options_.heading),
+      book_(options_.heading) {
     // The hosts append to it.
-    std::ofstream(HostLog(), std::ios::app) << "# " << paths_.heading << '\n';
+    std::ofstream(stage_.HostLog(), std::ios::app) << "# " << options_.heading << '\n';
 }
 
 CRunner::~CRunner() = default;
 
 bool CRunner::Run(const Scenario& scenario) {
     cast_ = std::make_unique<Cast>(scenario);
-    cast_->variables.emplace_back("folder", paths_.work);
+    cast_->variables["folder"] = stage_.work;
     screen_.Title(scenario.title);
     book_.Title(scenario.title);
     bool passed = true;
     try {
         for (; cast_->at < scenario.statements.size(); ++cast_->at) {
-            const auto& [line, statement] = scenario.statements[cast_->at];
-            if (std::holds_alternative<StepStatement>(statement)) {
+            const Statement& statement = scenario.statements[cast_->at];
+            if (statement.verb == Verb::kStep) {
                 FinishStep();
             }
-            cast_->line = line;
+            cast_->line = statement.line;
             RefuseUnaskedEnds();
-            std::visit([this](const auto& one) { Do(one); }, statement);
+            Do(statement);
         }
         RefuseUnaskedEnds();
         FinishStep();
@@ -155,9 +144,9 @@ void CRunner::RefuseUnexpected(const std::string& actor, const Member& member) {
         return;
     }
     Refuse(actor, member, {"error", {}});
-    for (const auto& [line, only] : cast_->only) {
+    for (const Statement& only : cast_->only) {
         if (only.actor == actor) {
-            cast_->line = line;
+            cast_->line = only.line;
             for (const EventPattern& pattern : only.patterns) {
                 Refuse(actor, member, Filled(pattern));
             }
@@ -200,22 +189,55 @@ void CRunner::CloseStep() {
 }
 
 void CRunner::CompareTranscript() {
-    if (paths_.transcript.empty()) {
+    if (options_.transcript.empty()) {
         return;
     }
-    Do(StepStatement{"Bus messages, log lines and wire bytes are those of every run"});
+    BeginStep({Verb::kStep, cast_->line, "",
+               "Bus messages, log lines and wire bytes are those of every run"});
     cast_->members.clear();  // every process has told all that it has to tell
     const std::string told = neutral_.Text();
-    const std::string own = (boost::filesystem::path(paths_.work) / "neutral.txt").string();
+    const std::string own = stage_.File("neutral.txt");
     std::ofstream(own, std::ios::binary) << told;
-    const std::string difference = FirstDifference(ReadFile(paths_.transcript), told);
+    const std::string difference = FirstDifference(ReadFile(options_.transcript), told);
     if (!difference.empty()) {
-        throw CFailedExpectation(own + " differs from " + paths_.transcript + ": " + difference);
+        throw CFailedExpectation(own + " differs from " + options_.transcript + ": " + difference);
     }
     screen_.Passed("the transcript is that of every run");
 }
 
-void CRunner::Do(const StepStatement& step) {
+void CRunner::Do(const Statement& statement) {
+    switch (statement.verb) {
+        case Verb::kStep:
+            return BeginStep(statement);
+        case Verb::kSay:
+            return screen_.Say(statement.text);
+        case Verb::kStart:
+            return Start(statement);
+        case Verb::kCommand:
+            return Send(statement);
+        case Verb::kKill:
+            return Kill(statement);
+        case Verb::kQuit:
+            return Quit(statement);
+        case Verb::kGone:
+            return AwaitGone(statement);
+        case Verb::kExpect:
+        case Verb::kThen:
+            return Expect(statement);
+        case Verb::kNever:
+            return Forbid(statement);
+        case Verb::kOnly:
+            ++cast_->expected;
+            Find(statement.actor);
+            return cast_->only.push_back(statement);
+        case Verb::kCountdown:
+            return BeginCountdown(statement);
+        case Verb::kWait:
+            return Wait(statement);
+    }
+}
+
+void CRunner::BeginStep(const Statement& step) {
     CloseStep();
     cast_->step = StepResult{cast_->scenario.title, step.text, true, "", {}};
     cast_->expected = 0;
@@ -227,64 +249,30 @@ void CRunner::Do(const StepStatement& step) {
     book_.Step(step.text);
 }
 
-void CRunner::Do(const SayStatement& say) {
-    screen_.Say(say.text);
-}
-
-std::string CRunner::HostLog() const {
-    return (boost::filesystem::path(paths_.work) / "host.log").string();
-}
-
-std::string CRunner::ProgramFile(const std::string& name) const {
-    return (boost::filesystem::path(paths_.programs) / (name + KYR_PROGRAM_SUFFIX)).string();
-}
-
-std::string CRunner::ProgramPath(const std::string& actor) const {
-    const std::string program = actor == "product" ? paths_.product : "devhost";
-    return ProgramFile(program);
-}
-
-std::vector<std::string> CRunner::Arguments(const StartStatement& start) const {
-    std::vector<std::string> arguments;
-    if (start.actor == "host") {
-        arguments.push_back("--library=" + paths_.library);
-        arguments.push_back("--database=" +
-                            (boost::filesystem::path(paths_.work) / "host.db").string());
-        arguments.push_back("--log=" + HostLog());
-        arguments.insert(arguments.end(), paths_.hostOptions.begin(), paths_.hostOptions.end());
-    } else {
-        arguments.push_back("--victim=" + ProgramFile("victim"));
-        if (paths_.wire || !paths_.transcript.empty()) {
-            arguments.emplace_back("--wire");
-        }
-    }
-    for (const std::string& argument : start.arguments) {
-        arguments.push_back(Substitute(argument, cast_->variables));
-    }
-    return arguments;
-}
-
-void CRunner::Do(const StartStatement& start) {
+void CRunner::Start(const Statement& start) {
     auto& member = cast_->members[start.actor];
     RefuseUnexpected(start.actor, member);
     member = {};  // an earlier process of this name ends first
     std::string command = "(started)";
+    std::vector<std::string> arguments;
+    if (start.actor == "product" && (options_.wire || !options_.transcript.empty())) {
+        arguments.emplace_back("--wire");
+    }
     for (const std::string& argument : start.arguments) {
         command += " " + argument;
+        arguments.push_back(Substitute(argument, cast_->variables));
     }
     screen_.Command(start.actor, command);
     neutral_.Begin(start.actor);
     book_.Begin(start.actor, command);
-    member.actor =
-        std::make_unique<CActor>(start.actor, ProgramPath(start.actor), Arguments(start),
-                                 CActor::Environment{{"KELCOMM_RUNTIME_DIR", paths_.ports}},
-                                 [this](const std::string& actor, const TimedLine& line) {
-                                     screen_.Event(actor, line);
-                                     transcript_.Event(actor, line);
-                                     neutral_.Event(actor, line.line, book_.Event(actor, line));
-                                     CheckEvent(actor, line.line);
-                                     counter_.Event(line.line);
-                                 });
+    member.actor = stage_.Start(start.actor, arguments,
+                                [this](const std::string& actor, const TimedLine& line) {
+                                    screen_.Event(actor, line);
+                                    transcript_.Event(actor, line);
+                                    neutral_.Event(actor, line.line, book_.Event(actor, line));
+                                    CheckEvent(actor, line.line);
+                                    counter_.Event(line.line);
+                                });
 }
 
 Member& CRunner::Find(const std::string& actor) {
@@ -295,7 +283,7 @@ Member& CRunner::Find(const std::string& actor) {
     return found->second;
 }
 
-void CRunner::Do(const KillStatement& kill) {
+void CRunner::Kill(const Statement& kill) {
     screen_.Command(kill.actor, "(killed)");
     book_.Command(kill.actor, "(killed)");
     auto& member = Find(kill.actor);
@@ -303,7 +291,7 @@ void CRunner::Do(const KillStatement& kill) {
     AwaitEnd(kill.actor, member, kQuitPatience, "the " + kill.actor + " outlived its killing");
 }
 
-void CRunner::Do(const QuitStatement& quit) {
+void CRunner::Quit(const Statement& quit) {
     screen_.Command(quit.actor, "quit");
     book_.Command(quit.actor, "quit");
     auto& member = Find(quit.actor);
@@ -314,8 +302,8 @@ void CRunner::Do(const QuitStatement& quit) {
     screen_.Passed("the " + quit.actor + " ended in good order");
 }
 
-void CRunner::Do(const GoneStatement& gone) {
-    AwaitEnd(gone.actor, Find(gone.actor), gone.within, "the " + gone.actor + " is still there");
+void CRunner::AwaitGone(const Statement& gone) {
+    AwaitEnd(gone.actor, Find(gone.actor), gone.duration, "the " + gone.actor + " is still there");
     screen_.Passed("the " + gone.actor + " is gone");
 }
 
@@ -336,8 +324,8 @@ int CRunner::AwaitEnd(const std::string& actor, Member& member, std::chrono::mil
     }
 }
 
-void CRunner::Do(const CommandStatement& command) {
-    const std::string line = Substitute(command.line, cast_->variables);
+void CRunner::Send(const Statement& command) {
+    const std::string line = Substitute(command.text, cast_->variables);
     screen_.Command(command.actor, line);
     book_.Command(command.actor, line);
     neutral_.Given(line + "\n");
@@ -352,14 +340,15 @@ EventPattern CRunner::Filled(const EventPattern& pattern) const {
     return filled;
 }
 
-void CRunner::Do(const ExpectStatement& expect) {
+void CRunner::Expect(const Statement& expect) {
     auto& member = Find(expect.actor);
-    const EventPattern pattern = Filled(expect.pattern);
-    if (expect.then && !cast_->stamp) {
+    const EventPattern pattern = Filled(expect.patterns.front());
+    const bool then = expect.verb == Verb::kThen;
+    if (then && !cast_->stamp) {
         throw CFailedExpectation("the event before has no stamp to be compared");
     }
-    const auto stamp = expect.then ? cast_->stamp : std::nullopt;
-    const Clock::time_point end = Clock::now() + expect.within;
+    const auto stamp = then ? cast_->stamp : std::nullopt;
+    const Clock::time_point end = Clock::now() + expect.duration;
     std::optional<std::size_t> found;
     for (bool last = false; !found && !last;) {
         ShowCountdown();
@@ -378,7 +367,7 @@ void CRunner::Do(const ExpectStatement& expect) {
             RefuseUnexpected(actor, one);  // it says more than what did not come for it
         }
         throw CFailedExpectation("the " + expect.actor + " never said" +
-                                     (expect.then ? ", after that: " : ": ") + Text(pattern),
+                                     (then ? ", after that: " : ": ") + Text(pattern),
                                  member.Around(pattern));
     }
     const TimedLine event = member.actor->EventAt(*found);
@@ -394,25 +383,21 @@ void CRunner::Do(const ExpectStatement& expect) {
     cast_->stamp = event.stamp;
     if (expect.name) {
         for (const auto& [key, value] : event.line.Fields()) {
-            cast_->variables.emplace_back(*expect.name + "." + key, value);
+            cast_->variables[*expect.name + "." + key] = value;
             neutral_.Name(key, value, *expect.name + "." + key);
         }
     }
     ++cast_->expected;
 }
 
-void CRunner::Do(const NeverStatement& never) {
+void CRunner::Forbid(const Statement& never) {
     const Member& member = Find(never.actor);
-    ++cast_->expected;
-    if (never.wholeStep) {
-        cast_->only.emplace_back(cast_->line, never);
-        return;
-    }
     for (const EventPattern& one : never.patterns) {
         const EventPattern pattern = Filled(one);
         Refuse(never.actor, member, pattern);
         screen_.Passed("the " + never.actor + " told of no " + Text(pattern));
     }
+    ++cast_->expected;
 }
 
 void CRunner::ShowCountdown() {
@@ -422,13 +407,13 @@ void CRunner::ShowCountdown() {
     }
 }
 
-void CRunner::Do(const CountdownStatement& countdown) {
+void CRunner::BeginCountdown(const Statement& countdown) {
     cast_->countdownEnd = Clock::now() + countdown.duration;
     cast_->countdownText = countdown.text;
     screen_.Say(countdown.text);
 }
 
-void CRunner::Do(const WaitStatement& wait) {
+void CRunner::Wait(const Statement& wait) {
     const Clock::time_point end = Clock::now() + wait.duration;
     screen_.Say(wait.text);
     while (Clock::now() < end) {

@@ -1,8 +1,5 @@
 // Plays scenarios: starts the lab's programs, gives them commands and checks what they tell.
 //
-// Every run has a folder of its own for databases, logs and transcripts, and a port namespace of
-// its own, so that several runs can go on beside each other.
-//
 // Threads: one.
 // Errors: what a scenario expects in vain ends that scenario and stands in the
 // results; nothing throws but what cannot be set up at all.
@@ -17,21 +14,16 @@
 #include "lab/runner/NeutralTranscript.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
+#include "lab/runner/Stage.h"
 #include "lab/runner/Transcript.h"
 #include "lab/runner/life/LifeBook.h"
 
 namespace Kyr::Lab::Runner {
 
-/// Where the lab's programs are and where a run leaves its files.
-struct RunnerPaths {
-    std::string programs;  // folder of simproduct, devhost and victim
-    std::string library;   // the module library
-    std::string ports;     // folder in which the ports of this run have their names
-    std::string work;      // folder of this run; made when missing
+/// How a run is played.
+struct RunOptions {
     /// What is known of a scenario's neutral transcript, for comparing; empty: it is not compared.
     std::string transcript = {};
-    std::string product = "simproduct";         // the program that plays the product
-    std::vector<std::string> hostOptions = {};  // what every host is started with besides
     bool wire = false;         // the product tells the bytes of requests and replies in any case
     std::string heading = {};  // of transcript and log: when, and by what, the run was made
 };
@@ -39,7 +31,7 @@ struct RunnerPaths {
 class CRunner {
   public:
     /// `screen` must outlive the runner.
-    CRunner(RunnerPaths paths, CScreen& screen);
+    CRunner(Stage stage, RunOptions options, CScreen& screen);
     ~CRunner();
 
     /// Plays one scenario to its end or its first failure, and adds a row for each step, and one
@@ -54,17 +46,17 @@ class CRunner {
   private:
     struct Cast;
 
-    void Do(const StepStatement& step);
-    void Do(const SayStatement& say);
-    void Do(const StartStatement& start);
-    void Do(const KillStatement& kill);
-    void Do(const QuitStatement& quit);
-    void Do(const GoneStatement& gone);
-    void Do(const CommandStatement& command);
-    void Do(const ExpectStatement& expect);
-    void Do(const NeverStatement& never);
-    void Do(const CountdownStatement& countdown);
-    void Do(const WaitStatement& wait);
+    void Do(const Statement& statement);
+    void BeginStep(const Statement& step);
+    void Start(const Statement& start);
+    void Send(const Statement& command);
+    void Kill(const Statement& kill);
+    void Quit(const Statement& quit);
+    void AwaitGone(const Statement& gone);
+    void Expect(const Statement& expect);
+    void Forbid(const Statement& never);
+    void BeginCountdown(const Statement& countdown);
+    void Wait(const Statement& wait);
 
     void FinishStep();
     void CloseStep();
@@ -79,13 +71,10 @@ class CRunner {
                  const std::string& failure);
     void ShowCountdown();
     Member& Find(const std::string& actor);
-    std::vector<std::string> Arguments(const StartStatement& start) const;
-    std::string HostLog() const;
-    std::string ProgramPath(const std::string& actor) const;
-    std::string ProgramFile(const std::string& name) const;
     EventPattern Filled(const EventPattern& pattern) const;
 
-    const RunnerPaths paths_;
+    const Stage stage_;
+    const RunOptions options_;
     CScreen& screen_;
     CTranscript transcript_;
     CNeutralTranscript neutral_;

@@ -1,9 +1,9 @@
 #include "lab/runner/Scenario.h"
 
 #include <algorithm>
-#include <cctype>
-#include <map>
+#include <regex>
 #include <sstream>
+#include <utility>
 
 #include <boost/algorithm/string/trim.hpp>
 
@@ -20,26 +20,22 @@ bool IsActor(const std::string& word) {
     return word == "product" || word == "host";
 }
 
-/// The statement of one line: its first word, and what follows, as words or as it stands.
+/// The words of one line: one after the other, or all that follow as they stand.
+/// Errors: std::invalid_argument, without the line.
 class CWords {
   public:
-    CWords(std::size_t line, const std::string& text)
-        : line_(line), text_(boost::algorithm::trim_copy(text)), scanner_(text_) {}
+    explicit CWords(const std::string& text)
+        : text_(boost::algorithm::trim_copy(text)), scanner_(text_) {}
     CWords(const CWords&) = delete;
     CWords& operator=(const CWords&) = delete;
 
     std::string Next(const char* wanted) {
         Require(wanted);
-        try {
-            std::string word = scanner_.TakeWord();
-            scanner_.SkipBlanks();
-            return word;
-        } catch (const std::invalid_argument& e) {
-            throw CScenarioError(line_, e.what());
-        }
+        std::string word = scanner_.TakeWord();
+        scanner_.SkipBlanks();
+        return word;
     }
 
-    /// All that follows, as it stands.
     std::string Rest(const char* wanted) {
         Require(wanted);
         return std::string(scanner_.TakeWhile([](char) { return true; }));
@@ -48,178 +44,207 @@ class CWords {
     std::string NextActor() {
         std::string word = Next("\"product\" or \"host\"");
         if (!IsActor(word)) {
-            throw CScenarioError(line_, "\"" + word + "\" is neither \"product\" nor \"host\"");
+            throw std::invalid_argument("\"" + word + "\" is neither \"product\" nor \"host\"");
         }
         return word;
     }
 
-    /// A number followed by "ms" or "s".
     std::chrono::milliseconds NextDuration() {
+        static const std::regex kForm("([0-9]{1,6})(ms|s)");
         const std::string word = Next("a duration such as 5s or 200ms");
-        const std::size_t digits = word.find_first_not_of("0123456789");
-        if (digits != 0 && digits != std::string::npos && digits <= 6) {
-            const int number = std::stoi(word.substr(0, digits));
-            const std::string unit = word.substr(digits);
-            if (unit == "ms") {
-                return std::chrono::milliseconds(number);
-            }
-            if (unit == "s") {
-                return std::chrono::seconds(number);
-            }
+        std::smatch parts;
+        if (!std::regex_match(word, parts, kForm)) {
+            throw std::invalid_argument("\"" + word + "\" is no duration such as 5s or 200ms");
         }
-        throw CScenarioError(line_, "\"" + word + "\" is no duration such as 5s or 200ms");
+        const std::chrono::milliseconds number(std::stoi(parts[1]));
+        return parts[2] == "s" ? number * 1000 : number;
     }
 
     bool AtEnd() const { return scanner_.AtEnd(); }
-    std::size_t Line() const { return line_; }
 
   private:
     void Require(const char* wanted) const {
         if (AtEnd()) {
-            throw CScenarioError(line_, std::string("expected ") + wanted);
+            throw std::invalid_argument(std::string("expected ") + wanted);
         }
     }
 
-    const std::size_t line_;
     const std::string text_;
     CLineScanner scanner_;
 };
 
-/// What no program can tell is refused: `never` would hold for it whatever happens.
-template <typename Check>
-auto Checked(const CWords& words, Check check) {
-    try {
-        return check();
-    } catch (const std::invalid_argument& e) {
-        throw CScenarioError(words.Line(), e.what());
-    }
+/// One more kind of events. What no program can tell is refused: `never` would hold for it
+/// whatever happens.
+void AddPattern(const std::string& kind, Statement& statement) {
+    KnownKind(statement.actor, kind);
+    statement.patterns.push_back({kind, {}});
 }
 
-EventPattern ParseKind(CWords& words, const std::string& actor, const std::string& kind) {
-    Checked(words, [&] { return KnownKind(actor, kind); });
-    return {kind, {}};
-}
-
-/// One more field of the pattern's events.
-void AddField(CWords& words, const std::string& actor, const std::string& word,
-              EventPattern& pattern) {
+/// One more field of the last pattern's events.
+void AddField(const std::string& word, Statement& statement) {
     const std::size_t sign = word.find_first_of("=~");
     if (sign == std::string::npos) {
-        throw CScenarioError(words.Line(),
-                             "\"" + word + "\" is no field such as pid=7 or text~Ping");
+        throw std::invalid_argument("\"" + word + "\" is no field such as pid=7 or text~Ping");
     }
+    EventPattern& pattern = statement.patterns.back();
     FieldMatch field{word.substr(0, sign),
                      word[sign] == '=' ? FieldMatch::Kind::kEquals : FieldMatch::Kind::kContains,
                      word.substr(sign + 1)};
-    Checked(words, [&] { CheckKey(KnownKind(actor, pattern.kind), field.key); });
+    CheckKey(KnownKind(statement.actor, pattern.kind), field.key);
     pattern.fields.push_back(std::move(field));
 }
 
-template <bool kThen>
-Statement ParseExpect(CWords& words) {
-    const std::string actor = words.NextActor();
-    EventPattern pattern = ParseKind(words, actor, words.Next("a kind of event"));
+void ReadText(CWords& words, Statement& statement) {
+    statement.text = words.Rest("a text");
+}
+
+void ReadActor(CWords& words, Statement& statement) {
+    statement.actor = words.NextActor();
+}
+
+void ReadStart(CWords& words, Statement& statement) {
+    statement.actor = words.NextActor();
+    while (!words.AtEnd()) {
+        statement.arguments.push_back(words.Next(""));
+    }
+}
+
+void ReadGone(CWords& words, Statement& statement) {
+    statement.actor = words.NextActor();
+    statement.duration = kDefaultPatience;
+    if (!words.AtEnd()) {
+        if (words.Next("") != "within") {
+            throw std::invalid_argument("expected \"within\" and a duration");
+        }
+        statement.duration = words.NextDuration();
+    }
+}
+
+void ReadExpectation(CWords& words, Statement& statement) {
+    statement.actor = words.NextActor();
+    AddPattern(words.Next("a kind of event"), statement);
     std::optional<std::chrono::milliseconds> within;
-    std::optional<std::chrono::milliseconds> after;
-    std::optional<std::string> name;
     while (!words.AtEnd()) {
         const std::string word = words.Next("");
         if (word == "within") {
             within = words.NextDuration();
         } else if (word == "as") {
-            name = words.Next("a name");
-        } else if (kThen && word == "after") {
-            after = words.NextDuration();
+            statement.name = words.Next("a name");
+        } else if (word == "after" && statement.verb == Verb::kThen) {
+            statement.after = words.NextDuration();
         } else {
-            AddField(words, actor, word, pattern);
+            AddField(word, statement);
         }
     }
-    const auto patience = kDefaultPatience + after.value_or(std::chrono::milliseconds(0));
-    return ExpectStatement{actor, pattern, within.value_or(patience), name, kThen, after};
+    const auto patience = kDefaultPatience + statement.after.value_or(std::chrono::milliseconds());
+    statement.duration = within.value_or(patience);
 }
 
-template <bool kWholeStep>
-Statement ParseNever(CWords& words) {
-    NeverStatement never{words.NextActor(), {}, kWholeStep};
-    while (never.patterns.empty() || !words.AtEnd()) {
-        const std::string word = words.Next("a kind of event");
-        if (never.patterns.empty() || word.find_first_of("=~") == std::string::npos) {
-            never.patterns.push_back(ParseKind(words, never.actor, word));
-        } else {
-            AddField(words, never.actor, word, never.patterns.back());
-        }
-    }
-    return never;
-}
-
-Statement ParseStart(CWords& words) {
-    StartStatement start{words.NextActor(), {}};
+void ReadForbidden(CWords& words, Statement& statement) {
+    statement.actor = words.NextActor();
+    AddPattern(words.Next("a kind of event"), statement);
     while (!words.AtEnd()) {
-        start.arguments.push_back(words.Next(""));
-    }
-    return start;
-}
-
-Statement ParseGone(CWords& words) {
-    GoneStatement gone{words.NextActor(), kDefaultPatience};
-    if (!words.AtEnd()) {
-        if (words.Next("") != "within") {
-            throw CScenarioError(words.Line(), "expected \"within\" and a duration");
+        const std::string word = words.Next("");
+        if (word.find_first_of("=~") == std::string::npos) {
+            AddPattern(word, statement);
+        } else {
+            AddField(word, statement);
         }
-        gone.within = words.NextDuration();
     }
-    return gone;
 }
 
-template <typename Kind>
-Statement ParseText(CWords& words) {
-    return Kind{words.Rest("a text")};
+void ReadWait(CWords& words, Statement& statement) {
+    statement.duration = words.NextDuration();
+    statement.text = words.Rest("what is waited for");
 }
 
-template <typename Kind>
-Statement ParseActor(CWords& words) {
-    return Kind{words.NextActor()};
-}
+/// What stands behind a statement's first word, and whether the statement can fail for something
+/// that a program did or did not do.
+struct Form {
+    Verb verb;
+    void (*read)(CWords& words, Statement& statement);
+    bool expects = false;
+};
 
-template <typename Kind>
-Statement ParseWait(CWords& words) {
-    const std::chrono::milliseconds duration = words.NextDuration();
-    return Kind{duration, words.Rest("what is waited for")};
-}
+const std::map<std::string, Form> kForms{{"step", {Verb::kStep, ReadText}},
+                                         {"say", {Verb::kSay, ReadText}},
+                                         {"start", {Verb::kStart, ReadStart}},
+                                         {"kill", {Verb::kKill, ReadActor}},
+                                         {"quit", {Verb::kQuit, ReadActor, true}},
+                                         {"gone", {Verb::kGone, ReadGone, true}},
+                                         {"expect", {Verb::kExpect, ReadExpectation, true}},
+                                         {"then", {Verb::kThen, ReadExpectation, true}},
+                                         {"never", {Verb::kNever, ReadForbidden, true}},
+                                         {"only", {Verb::kOnly, ReadForbidden, true}},
+                                         {"countdown", {Verb::kCountdown, ReadWait}},
+                                         {"wait", {Verb::kWait, ReadWait}}};
 
-Statement ParseStatement(CWords& words) {
-    static const std::map<std::string, Statement (*)(CWords&)> kStatements{
-        {"step", ParseText<StepStatement>},
-        {"say", ParseText<SayStatement>},
-        {"start", ParseStart},
-        {"kill", ParseActor<KillStatement>},
-        {"quit", ParseActor<QuitStatement>},
-        {"gone", ParseGone},
-        {"expect", ParseExpect<false>},
-        {"then", ParseExpect<true>},
-        {"never", ParseNever<false>},
-        {"only", ParseNever<true>},
-        {"countdown", ParseWait<CountdownStatement>},
-        {"wait", ParseWait<WaitStatement>}};
-    const std::string word = words.Next("a statement");
-    if (IsActor(word)) {
-        return CommandStatement{word, words.Rest("a command")};
+/// Takes the lines of a scenario one by one.
+/// Errors: std::invalid_argument, without the line.
+class CScenarioReader {
+  public:
+    void Take(std::size_t number, const std::string& line) {
+        CWords words(line);
+        if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
+            return;
+        }
+        if (scenario_.title.empty()) {
+            TakeTitle(words);
+            return;
+        }
+        scenario_.statements.push_back(Read(number, words));
+        if (!words.AtEnd()) {
+            throw std::invalid_argument("\"" + words.Rest("") + "\" is left over");
+        }
     }
-    const auto known = kStatements.find(word);
-    if (known == kStatements.end()) {
-        throw CScenarioError(words.Line(), "\"" + word + "\" is no statement");
-    }
-    return known->second(words);
-}
 
-/// Whether the statement can fail for something that a program did or did not do.
-bool Expects(const NumberedStatement& numbered) {
-    const Statement& statement = numbered.statement;
-    return std::holds_alternative<ExpectStatement>(statement) ||
-           std::holds_alternative<NeverStatement>(statement) ||
-           std::holds_alternative<GoneStatement>(statement) ||
-           std::holds_alternative<QuitStatement>(statement);
-}
+    Scenario Finish() {
+        if (scenario_.title.empty()) {
+            throw std::invalid_argument(kNoTitle);
+        }
+        if (!expects_) {
+            throw std::invalid_argument("a scenario must expect something: nothing can fail here");
+        }
+        return std::move(scenario_);
+    }
+
+  private:
+    static constexpr char kNoTitle[] = "a scenario begins with its title";
+
+    void TakeTitle(CWords& words) {
+        if (words.Next("a title") != "title") {
+            throw std::invalid_argument(kNoTitle);
+        }
+        scenario_.title = words.Rest("the title's text");
+    }
+
+    Statement Read(std::size_t number, CWords& words) {
+        const std::string word = words.Next("a statement");
+        if (IsActor(word)) {
+            return {Verb::kCommand, number, word, words.Rest("a command")};
+        }
+        const auto form = kForms.find(word);
+        if (form == kForms.end()) {
+            throw std::invalid_argument("\"" + word + "\" is no statement");
+        }
+        Statement statement{form->second.verb, number};
+        form->second.read(words, statement);
+        expects_ = expects_ || form->second.expects;
+        CheckOrder(statement.verb);
+        return statement;
+    }
+
+    void CheckOrder(Verb verb) {
+        if (verb == Verb::kThen && !expectedInStep_) {
+            throw std::invalid_argument("nothing is expected before it in its step");
+        }
+        expectedInStep_ = verb == Verb::kExpect || (expectedInStep_ && verb != Verb::kStep);
+    }
+
+    Scenario scenario_;
+    bool expects_ = false;         // a statement can fail
+    bool expectedInStep_ = false;  // an event
+};
 
 }  // namespace
 
@@ -227,74 +252,33 @@ CScenarioError::CScenarioError(std::size_t line, const std::string& text)
     : std::runtime_error("line " + std::to_string(line) + ": " + text) {}
 
 Scenario ParseScenario(const std::string& text) {
-    Scenario scenario;
+    CScenarioReader reader;
     std::istringstream lines(text);
-    std::string line;
     std::size_t number = 1;
-    bool expected = false;  // something, in this step
-    for (; std::getline(lines, line); ++number) {
-        CWords words(number, line);
-        if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
-            continue;
+    try {
+        for (std::string line; std::getline(lines, line); ++number) {
+            reader.Take(number, line);
         }
-        if (scenario.title.empty()) {
-            if (words.Next("a title") != "title") {
-                throw CScenarioError(number, "a scenario begins with its title");
-            }
-            scenario.title = words.Rest("the title's text");
-            continue;
-        }
-        scenario.statements.push_back({number, ParseStatement(words)});
-        const Statement& statement = scenario.statements.back().statement;
-        if (const auto* const expect = std::get_if<ExpectStatement>(&statement)) {
-            if (expect->then && !expected) {
-                throw CScenarioError(number, "nothing is expected before it in its step");
-            }
-            expected = true;
-        } else if (std::holds_alternative<StepStatement>(statement)) {
-            expected = false;
-        }
-        if (!words.AtEnd()) {
-            throw CScenarioError(number, "\"" + words.Rest("") + "\" is left over");
-        }
+        return reader.Finish();
+    } catch (const std::invalid_argument& e) {
+        throw CScenarioError(number, e.what());
     }
-    if (scenario.title.empty()) {
-        throw CScenarioError(number, "a scenario begins with its title");
-    }
-    if (std::none_of(scenario.statements.begin(), scenario.statements.end(), Expects)) {
-        throw CScenarioError(number, "a scenario must expect something: nothing can fail here");
-    }
-    return scenario;
 }
 
 std::string Substitute(const std::string& text,
-                       const std::vector<std::pair<std::string, std::string>>& variables) {
+                       const std::map<std::string, std::string>& variables) {
+    static const std::regex kName(R"(\$([A-Za-z0-9._]*))");
     std::string result;
-    std::size_t at = 0;
-    while (at < text.size()) {
-        const std::size_t dollar = text.find('$', at);
-        result += text.substr(at, dollar - at);
-        if (dollar == std::string::npos) {
-            break;
+    std::string rest = text;
+    for (std::smatch match; std::regex_search(rest, match, kName);) {
+        const auto known = variables.find(match[1]);
+        if (known == variables.end()) {
+            throw std::runtime_error(match.str() + " has no value yet");
         }
-        std::size_t end = dollar + 1;
-        while (end < text.size() && (std::isalnum(static_cast<unsigned char>(text[end])) != 0 ||
-                                     text[end] == '.' || text[end] == '_')) {
-            ++end;
-        }
-        const std::string name = text.substr(dollar + 1, end - dollar - 1);
-        // The latest value counts: a name may be given again.
-        auto known = variables.rbegin();
-        while (known != variables.rend() && known->first != name) {
-            ++known;
-        }
-        if (known == variables.rend()) {
-            throw std::runtime_error("$" + name + " has no value yet");
-        }
-        result += known->second;
-        at = end;
+        result += match.prefix().str() + known->second;
+        rest = match.suffix();
     }
-    return result;
+    return result + rest;
 }
 
 }  // namespace Kyr::Lab::Runner

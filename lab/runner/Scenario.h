@@ -20,11 +20,10 @@
 
 #include <chrono>
 #include <cstddef>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <utility>
-#include <variant>
 #include <vector>
 
 namespace Kyr::Lab::Runner {
@@ -48,81 +47,45 @@ struct EventPattern {
     std::vector<FieldMatch> fields;
 };
 
-/// Opens a step: one row of the table at the end. For each actor the events of the step begin right
-/// behind the last one that an earlier step expected of the same process: what that step set going
-/// at its end may have been told before this one opens.
-struct StepStatement {
-    std::string text;
-};
-/// A remark for the person who watches.
-struct SayStatement {
-    std::string text;
-};
-/// Starts an actor's program with further arguments.
-struct StartStatement {
-    std::string actor;
-    std::vector<std::string> arguments;
-};
-/// Kills an actor's process at once.
-struct KillStatement {
-    std::string actor;
-};
-/// Tells an actor to quit and waits for its end; its exit code must be 0.
-struct QuitStatement {
-    std::string actor;
-};
-/// The actor's process must end by itself, by whatever way.
-struct GoneStatement {
-    std::string actor;
-    std::chrono::milliseconds within;
-};
-/// One line to an actor's standard input.
-struct CommandStatement {
-    std::string actor;
-    std::string line;
-};
-/// The actor must tell of such an event in this step, or have told of it; each event serves one
-/// expectation. The order does not matter within a step, since several threads tell, unless the
-/// scenario says so.
-struct ExpectStatement {
-    std::string actor;
-    EventPattern pattern;
-    std::chrono::milliseconds within;
-    std::optional<std::string> name;  // keeps the event's fields as $name.key
-    bool then;                        // it came after the event expected before, of either actor
-    std::optional<std::chrono::milliseconds> after;  // and at least so long after it
-};
-/// The actor must not have told of such events in this step, except where one was expected: so far,
-/// or until the step ends.
-struct NeverStatement {
-    std::string actor;
-    std::vector<EventPattern> patterns;
-    bool wholeStep;
-};
-/// A real wait of the system under test, shown counting down while the next expectation is awaited.
-struct CountdownStatement {
-    std::chrono::milliseconds duration;
-    std::string text;
+/// What a statement asks for, by its first word.
+enum class Verb {
+    /// Opens a step: one row of the table at the end. For each actor the events of the step begin
+    /// right behind the last one that an earlier step expected of the same process: what that step
+    /// set going at its end may have been told before this one opens.
+    kStep,
+    kSay,      // a remark for the person who watches
+    kStart,    // an actor's program, with further arguments
+    kCommand,  // one line to an actor's standard input
+    kKill,     // an actor's process at once
+    kQuit,     // told to an actor; it must end with exit code 0
+    kGone,     // the actor's process must end by itself, by whatever way
+    /// The actor must tell of such an event in this step, or have told of it; each event serves one
+    /// expectation. The order does not matter within a step, since several threads tell, unless the
+    /// scenario says so.
+    kExpect,
+    kThen,   // the same, and it came after the event expected before, of either actor
+    kNever,  // but for those expected, the actor has not told of such events so far in this step
+    kOnly,   // the same, until the step ends
+    kCountdown,  // a real wait of the connector, shown while the next expectation is awaited
+    kWait,       // a time in which something must not happen, as a `never` behind it says
 };
 
-/// A time in which something must not happen, as the CNeverStatements behind it say.
-struct WaitStatement {
-    std::chrono::milliseconds duration;
-    std::string text;
-};
-
-using Statement = std::variant<StepStatement, SayStatement, StartStatement, KillStatement,
-                               QuitStatement, GoneStatement, CommandStatement, ExpectStatement,
-                               NeverStatement, CountdownStatement, WaitStatement>;
-
-struct NumberedStatement {
-    std::size_t line;
-    Statement statement;
+/// One line of a scenario. What its verb does not take is empty.
+struct Statement {
+    Verb verb{};
+    std::size_t line = 0;
+    std::string actor{};                               // "product" or "host"
+    std::string text{};                                // for a person, or a command
+    std::vector<std::string> arguments{};              // of a program that is started
+    std::vector<EventPattern> patterns{};              // one, or several that must not come
+    std::chrono::milliseconds duration{};              // of a wait, or how long at most
+    std::optional<std::string> name{};                 // keeps the event's fields as $name.key
+    std::optional<std::chrono::milliseconds> after{};  // at least so long after the one before
 };
 
 struct Scenario {
     std::string title;
-    std::vector<NumberedStatement> statements;
+    std::vector<Statement> statements;
 };
 
 /// Reads a whole scenario. One without title, and one in which nothing is expected (by `expect`,
@@ -131,6 +94,6 @@ Scenario ParseScenario(const std::string& text);
 
 /// Replaces $name.key by its value; throws std::runtime_error for a name that is not known.
 std::string Substitute(const std::string& text,
-                       const std::vector<std::pair<std::string, std::string>>& variables);
+                       const std::map<std::string, std::string>& variables);
 
 }  // namespace Kyr::Lab::Runner

@@ -27,7 +27,7 @@ using namespace Kyr::Lab;
 using namespace Kyr::Lab::Runner;
 
 struct Options {
-    RunnerPaths paths;
+    Stage stage;
     std::optional<std::string> work;  // nothing: a new folder
     std::string transcripts;          // empty: none are compared
     std::string report;               // the page to be written; empty: none
@@ -41,16 +41,16 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
         "Plays scenarios with the lab's programs, and tells whether everything happened as "
         "expected.",
         "labrunner");
-    RunnerPaths& paths = options.paths;
+    Stage& stage = options.stage;
     app.option_defaults()->take_last()->always_capture_default();
-    app.add_option("--programs", paths.programs, "the folder of the lab's programs")->required();
-    app.add_option("--library", paths.library, "the connector library")->required();
+    app.add_option("--programs", stage.programs, "the folder of the lab's programs")->required();
+    app.add_option("--library", stage.library, "the connector library")->required();
     app.add_option("--work", options.work, "a folder for what the programs leave; else a new one");
     app.add_option("--transcripts", options.transcripts, "a folder of transcripts to compare with");
     app.add_option("--report", options.report,
                    "an HTML page to be written, which shows what was played");
-    app.add_option("--product", paths.product, "the program that plays the product");
-    app.add_option("--host-option", paths.hostOptions, "an option for every host; many times")
+    app.add_option("--product", stage.product, "the program that plays the product");
+    app.add_option("--host-option", stage.hostOptions, "an option for every host; many times")
         ->take_all()
         ->allow_extra_args(false);
     app.add_flag("--quiet", options.quiet, "prints results only");
@@ -88,13 +88,14 @@ std::string Heading(int argc, char** argv) {
 }
 
 int Run(const Options& options, const std::string& heading) {
-    RunnerPaths paths = options.paths;
+    Stage stage = options.stage;
+    RunOptions how;
     const std::vector<std::string>& files = options.files;
     const std::vector<Scenario> scenarios = ReadScenarios(files);
     CWorkFolder folder(options.work);
-    paths.ports = folder.EmptyFolder("ports");
-    paths.heading = heading;
-    paths.wire = !options.report.empty();
+    stage.ports = folder.EmptyFolder("ports");
+    how.heading = heading;
+    how.wire = !options.report.empty();
     CScreen screen(std::cout, options.coloured,
                    options.quiet ? CScreen::Detail::kResults : CScreen::Detail::kEverything);
     const CInterruption interruption;
@@ -104,12 +105,12 @@ int Run(const Options& options, const std::string& heading) {
     bool passed = true;
     for (std::size_t at = 0; at < files.size() && !CInterruption::Asked(); ++at) {
         const std::string stem = boost::filesystem::path(files[at]).stem().string();
-        paths.work = folder.EmptyFolder(stem);
+        stage.work = folder.EmptyFolder(stem);
         if (!options.transcripts.empty()) {
-            paths.transcript =
+            how.transcript =
                 (boost::filesystem::path(options.transcripts) / (stem + ".txt")).string();
         }
-        CRunner runner(paths, screen);
+        CRunner runner(stage, how, screen);
         passed = runner.Run(scenarios[at]) && passed;
         results.insert(results.end(), runner.Results().begin(), runner.Results().end());
         figures += runner.Sum();
@@ -125,7 +126,7 @@ int Run(const Options& options, const std::string& heading) {
     }
     if (!folder.GoesAway()) {
         std::cout << "\nThe host's database and log and the transcript are left in "
-                  << (files.size() == 1 ? paths.work : folder.File("<scenario>")) << std::endl;
+                  << (files.size() == 1 ? stage.work : folder.File("<scenario>")) << std::endl;
     }
     if (!options.report.empty()) {
         LifePage::WritePage(options.report, lives);

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include <boost/algorithm/string/replace.hpp>
 #include <boost/filesystem/operations.hpp>
 
 #include "lab/runner/Interruption.h"
@@ -20,20 +21,14 @@ using namespace testing;
 const std::string kHeld;
 constexpr std::chrono::seconds kAtOnce(10);
 
-class RunnerTest : public ::testing::Test {
+class RunnerFixture {
   protected:
-    RunnerTest() {
-        paths_.programs = folder_.Path();
-        paths_.library = "the-library";
-        paths_.ports = folder_.File("ports");
-        paths_.work = folder_.File("work");
-    }
-
-    /// Plays statements, the first of which stands in line 2. Tells what failed.
+    /// Plays statements, which are parted by "; ", the first of them in line 2. Tells what failed.
     std::string Play(const std::string& statements) {
         CScreen screen(screen_, true, CScreen::Detail::kEverything);
-        CRunner runner(paths_, screen);
-        const bool held = runner.Run(ParseScenario("title T\n" + statements));
+        CRunner runner(stage_, options_, screen);
+        const bool held = runner.Run(ParseScenario(
+            "title T\n" + boost::algorithm::replace_all_copy(statements, "; ", "\n") + "\n"));
         results_ = runner.Results();
         const std::string failure = results_.empty() ? kHeld : results_.back().failure;
         EXPECT_EQ(held, failure == kHeld);
@@ -49,184 +44,232 @@ class RunnerTest : public ::testing::Test {
     }
 
     const CParrotFolder folder_;
-    RunnerPaths paths_;
+    Stage stage_{folder_.Path(), "the-library", folder_.File("ports"), folder_.File("work")};
+    RunOptions options_;
     std::ostringstream screen_;
     std::vector<StepResult> results_;
 };
 
-TEST_F(RunnerTest, HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario) {
-    paths_.hostOptions = {"--port-layer"};
-    EXPECT_EQ(Play("start host --memory $folder/kept\n"
-                   "expect host answer text=--library=the-library\n"
-                   "expect host answer text~--database=\n"
-                   "expect host answer text~--log=\n"
-                   "expect host answer text=--port-layer\n"
-                   "expect host answer text=--memory\n"
-                   "expect host answer text=" +
-                   paths_.work + "/kept\n"),
-              kHeld);
+/// A scenario, and how it ends. Nothing takes longer than it must, whatever it was allowed to.
+struct Played {
+    const char* name;
+    std::string statements;
+    std::string failure = kHeld;
+};
+
+std::ostream& operator<<(std::ostream& stream, const Played& played) {
+    return stream << played.statements;
 }
 
-TEST_F(RunnerTest, ProductIsStartedWithItsVictim) {
-    EXPECT_EQ(Play("start product --nothing-new\n"
-                   "expect product answer text~--victim=\n"
-                   "expect product answer text=--nothing-new\n"
-                   "never product answer text=--wire\n"),
-              kHeld);
+class PlayedTest : public RunnerFixture, public TestWithParam<Played> {};
+
+TEST_P(PlayedTest, EndsAsItMust) {
+    EXPECT_LT(TimeOf(GetParam().statements, GetParam().failure), kAtOnce);
+}
+
+const std::string kTold = "start host; host log level=4 text=\"one two\"; ";
+const std::string kLater = "start host; host after 400 log; ";
+const Played kExpectations[] = {
+    {"EventOfItsKindWithItsFieldsIsTheExpectedOne", kTold + "expect host log text~\"e t\" level=4"},
+    {"EventOfAnotherKindIsNot", kTold + "expect host life text=\"one two\" within 10ms",
+     "line 4: the host never said: life text=\"one two\""},
+    {"EventOfAnotherValueIsNot", kTold + "expect host log level=3 within 10ms",
+     "line 4: the host never said: log level=3"},
+    {"PartOfTheValueIsNot", kTold + "expect host log text=one within 10ms",
+     "line 4: the host never said: log text=one"},
+    {"ValueWithoutThePartIsNot", kTold + "expect host log text~three within 10ms",
+     "line 4: the host never said: log text~three"},
+    {"EventWithoutTheKeyIsNot", kTold + "expect host log level=4 source~4 within 10ms",
+     "line 4: the host never said: log level=4 source~4"},
+    {"EventMayComeLater", kLater + "expect host log within 20s"},
+    {"EventMayNotComeTooLate", kLater + "expect host log within 50ms",
+     "line 4: the host never said: log"},
+    {"EventServesOneExpectation",
+     "start host; host log; host log; expect host log; expect host log; "
+     "expect host log within 10ms",
+     "line 7: the host never said: log"},
+    {"OrderWithinAStepDoesNotMatter",
+     "start host; host log text=a; host log text=b; expect host log text=b; "
+     "expect host log text=a"},
+    {"StepBeginsBehindTheLastEventThatAnEarlierOneExpected",
+     "start host; host log text=a; host log text=b; host log text=c; expect host log text=b; "
+     "step two; expect host log text=c"},
+    {"EventBeforeThatIsNotOfTheStep",
+     "start host; host log text=a; host log text=b; host log text=c; expect host log text=b; "
+     "step two; expect host log text=a within 10ms",
+     "line 8: the host never said: log text=a"},
+    {"StepsOfTwoActorsBeginEachBehindItsOwnEvents",
+     "start host; start product; host log text=a; product did action=a; "
+     "expect product did action=a; step two; expect host log text=a"},
+    {"FieldsOfANamedEventStandInLaterStatements",
+     "start product; start host; product started pid=77; expect product started as victim; "
+     "host log text=$victim.pid; expect host log text=77; product started pid=78; "
+     "expect product started as victim; never host log text=$victim.pid; "
+     "start host --kill=$victim.pid; expect host answer text=--kill=78"},
+    {"NameWithoutValueFails", "start host; host log text=$victim.pid; quit host",
+     "line 3: $victim.pid has no value yet"},
+    {"EventWithoutSenseFails", "start host; host mined records=x; expect host log within 20s",
+     "line 4: cannot make use of what the host tells, 'x' is not a number: mined records=x"},
+    {"EventOfWhichNoTableTellsFails", "start host; host log txet=a; expect host log within 20s",
+     "line 4: cannot make use of what the host tells, \"txet\" is no key of the host's log: "
+     "log txet=a"},
+};
+INSTANTIATE_TEST_SUITE_P(Expect, PlayedTest, ValuesIn(kExpectations),
+                         [](const auto& row) { return row.param.name; });
+
+// What `then` compares are the stamps that the programs give.
+const std::string kWaited =
+    "start host; host log text=a at=1000000000; host life at=1250000000; expect host log; ";
+const Played kOrders[] = {
+    {"HoldsForAnEventToldAfterTheOneBeforeByEitherActor",
+     "start host; start product; product did action=a at=7; expect product did action=a; "
+     "host log text=a at=6; host log text=a at=8; then host log text=a; host life at=9; "
+     "then host life"},
+    {"FailsForAnEventToldBefore",
+     "start host; start product; host log text=a at=6; product did action=a at=7; "
+     "expect product did; then host log text=a within 50ms",
+     "line 7: the host never said, after that: log text=a"},
+    {"FailsForAnEventToldAtTheSameMoment",
+     "start host; start product; host log text=a at=7; product did action=a at=7; "
+     "expect product did; then host log text=a within 50ms",
+     "line 7: the host never said, after that: log text=a"},
+    {"FailsWhereNoStampTellsTheOrder",
+     "start host; host log text=a; host life at=9; expect host log; then host life",
+     "line 6: the event before has no stamp to be compared"},
+    {"HoldsForAWaitThatWasTaken", kWaited + "then host life after 250ms"},
+    {"FailsForAShorterWait", kWaited + "then host life after 251ms",
+     "line 6: the host said so after 250 ms already: life"},
+};
+INSTANTIATE_TEST_SUITE_P(Then, PlayedTest, ValuesIn(kOrders),
+                         [](const auto& row) { return row.param.name; });
+
+const std::string kForbidden =
+    "start host; only host deliver log level=4; host log level=4; host life; expect host life";
+const std::string kError = "start host; host error command=kil; host life; expect host life";
+const Played kForbiddenOnes[] = {
+    {"NeverHoldsWhereNoSuchEventWasTold",
+     "start host; host log level=2; expect host log level=2; never host log level=4"},
+    {"NeverFailsOnSuchAnEventOfTheStep",
+     "start host; host log level=4; host life; expect host life; never host log level=4",
+     "line 6: the host said: log level=4"},
+    {"NeverPassesOverWhatWasExpectedAndEarlierSteps",
+     "start host; host log text=a; host log text=b; expect host log text=b; step two; "
+     "host log text=c; expect host log text=c; never host log"},
+    {"OnlyHoldsWhereNothingElseOfItsKindsWasTold",
+     "start host; host log level=4; host log level=2; host life; only host log level=4 deliver; "
+     "expect host log level=4; expect host life"},
+    {"OnlyFailsForWhatIsToldBehindIt", kForbidden, "line 3: the host said: log level=4"},
+    {"OnlyFailsBeforeTheNextStep", kForbidden + "; step two; quit host",
+     "line 3: the host said: log level=4"},
+    {"OnlyFailsBeforeTheNextStart", kForbidden + "; start host",
+     "line 3: the host said: log level=4"},
+    {"OnlyHoldsForItsOwnStep",
+     "start host; only host log; host life; expect host life; step two; host log; "
+     "expect host log; host log; quit host"},
+    {"ErrorThatNobodyExpectedFailsTheStep", kError, "line 5: the host said: error"},
+    {"ErrorFailsBeforeTheNextStep", kError + "; step two; quit host",
+     "line 5: the host said: error"},
+    {"ErrorFailsBeforeTheNextStart", kError + "; start host", "line 6: the host said: error"},
+    {"ErrorIsToldRatherThanWhatDidNotComeForIt", kError + "; expect host log within 10ms",
+     "line 6: the host said: error"},
+    {"ErrorMayBeExpected", kError + "; expect host error command=kil"},
+};
+INSTANTIATE_TEST_SUITE_P(Forbidden, PlayedTest, ValuesIn(kForbiddenOnes),
+                         [](const auto& row) { return row.param.name; });
+
+// A process that ends unasked fails the scenario, and at once.
+const Played kLives[] = {
+    {"HostIsStartedWithItsFilesAndTheArgumentsOfTheScenario",
+     "start host --memory $folder/kept; expect host answer text=--library=the-library; "
+     "expect host answer text~--database=; expect host answer text~--log=; "
+     "expect host answer text=--memory; expect host answer text~work/kept"},
+    {"ProductIsStartedWithItsVictim",
+     "start product --nothing-new; expect product answer text~--victim=; "
+     "expect product answer text=--nothing-new; never product answer text=--wire"},
+    {"ProcessThatIsStartedAnewEndsTheEarlierOne",
+     "start host; host log text=earlier; expect host log text=earlier; start host; "
+     "host log text=later; expect host log text=later; never host log text=earlier"},
+    {"KilledProcessSaysNothingMore",
+     "start host; host log text=a; expect host log text=a; kill host; never host log; "
+     "start host; quit host"},
+    {"GoneHoldsByWhateverWayTheProcessEnds", "start host; host end 3; gone host"},
+    {"GoneFailsOnAProcessThatLives", "start host; gone host within 50ms",
+     "line 3: the host is still there"},
+    {"QuitHoldsForCodeZero", "start product; quit product"},
+    {"QuitFailsForAnotherCode", "start product; product code 3; quit product",
+     "line 4: the product ended with code 3"},
+    {"WhatAProcessTellsAtItsEndCanBeExpected",
+     "start host; host after 100 log text=last; quit host; "
+     "expect host log text=last within 10ms"},
+    {"UnaskedEndFailsTheExpectationOfItsEvent",
+     "start host; host end 3; expect host log within 20s",
+     "line 4: the host has ended unasked, with code 3"},
+    {"UnaskedEndFailsTheExpectationOfAnothersEvent",
+     "start host; start product; host end 0; expect product did within 20s",
+     "line 5: the host has ended unasked, with code 0"},
+    {"UnaskedEndFailsAWait",
+     "start host; host end 3; wait 20s for nothing; never host log; quit host",
+     "line 4: the host has ended unasked, with code 3"},
+    {"UnaskedEndFailsTheWaitForAnothersEnd",
+     "start host; start product; host after 200 end 3; gone product within 20s",
+     "line 5: the host has ended unasked, with code 3"},
+    {"ProcessThatMustBeGoneMayEndBefore",
+     "start host; host end 3; wait 300ms until it has ended; gone host; start host; quit host"},
+    {"ExpectationOfAProcessThatHasQuitFails", "start host; quit host; expect host log within 20s",
+     "line 4: the host never said: log"},
+    {"WaitGivesWhatNeverForbidsTimeToHappen",
+     "start host; host life; expect host life; host after 100 log; wait 1s for it; "
+     "never host log",
+     "line 7: the host said: log"},
+    {"CountdownDoesNotMakeTheExpectationWaitLonger",
+     "start host; countdown 20s until it logs; expect host log within 50ms",
+     "line 4: the host never said: log"},
+};
+INSTANTIATE_TEST_SUITE_P(Life, PlayedTest, ValuesIn(kLives),
+                         [](const auto& row) { return row.param.name; });
+
+class RunnerTest : public RunnerFixture, public Test {};
+
+TEST_F(RunnerTest, OptionsForEveryHostReachIt) {
+    stage_.hostOptions = {"--port-layer"};
+    EXPECT_EQ(Play("start host; expect host answer text=--port-layer"), kHeld);
 }
 
 TEST_F(RunnerTest, ProgramThatIsMissingFails) {
     boost::filesystem::remove(folder_.Program("devhost"));
-    EXPECT_EQ(Play("start host\nquit host\n"),
+    EXPECT_EQ(Play("start host; quit host"),
               "line 2: cannot start " + folder_.Program("devhost") + ": there is no such file");
 }
 
 TEST_F(RunnerTest, WhatWasNeverStartedFailsEveryStatement) {
-    const std::string failure = "line 2: the host has not been started";
-    EXPECT_EQ(Play("expect host log\n"), failure);
-    EXPECT_EQ(Play("never host log\n"), failure);
-    EXPECT_EQ(Play("gone host\n"), failure);
-    EXPECT_EQ(Play("quit host\n"), failure);
-    EXPECT_EQ(Play("kill host\nquit host\n"), failure);
-    EXPECT_EQ(Play("host log\nquit host\n"), failure);
-}
-
-TEST_F(RunnerTest, ProcessThatIsStartedAnewEndsTheEarlierOne) {
-    EXPECT_EQ(Play("start host\n"
-                   "host log text=earlier\n"
-                   "expect host log text=earlier\n"
-                   "start host\n"
-                   "host log text=later\n"
-                   "expect host log text=later\n"
-                   "never host log text=earlier\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, ExpectedEventIsOneOfItsKindWithItsFields) {
-    EXPECT_EQ(Play("start host\n"
-                   "host log level=4 text=\"one two\"\n"
-                   "expect host log text~\"e t\" level=4\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, EventOfAnotherKindValueOrKeyIsNotTheExpectedOne) {
-    const std::string told = "start host\nhost log level=4 text=\"one two\"\n";
-    EXPECT_EQ(Play(told + "expect host life text=\"one two\" within 10ms\n"),
-              "line 4: the host never said: life text=\"one two\"");
-    EXPECT_EQ(Play(told + "expect host log level=3 within 10ms\n"),
-              "line 4: the host never said: log level=3");
-    EXPECT_EQ(Play(told + "expect host log text=one within 10ms\n"),
-              "line 4: the host never said: log text=one");
-    EXPECT_EQ(Play(told + "expect host log text~three within 10ms\n"),
-              "line 4: the host never said: log text~three");
-    EXPECT_EQ(Play(told + "expect host log level=4 source~4 within 10ms\n"),
-              "line 4: the host never said: log level=4 source~4");
-}
-
-TEST_F(RunnerTest, ExpectedEventMayComeLaterButNotTooLate) {
-    const std::string told = "start host\nhost after 400 log\n";
-    EXPECT_EQ(Play(told + "expect host log within 20s\n"), kHeld);
-    EXPECT_EQ(Play(told + "expect host log within 50ms\n"), "line 4: the host never said: log");
-}
-
-TEST_F(RunnerTest, EventServesOneExpectation) {
-    EXPECT_EQ(Play("start host\nhost log\nhost log\n"
-                   "expect host log\nexpect host log\nexpect host log within 10ms\n"),
-              "line 7: the host never said: log");
-}
-
-TEST_F(RunnerTest, OrderWithinAStepDoesNotMatter) {
-    EXPECT_EQ(Play("start host\nhost log text=a\nhost log text=b\n"
-                   "expect host log text=b\nexpect host log text=a\n"),
-              kHeld);
-}
-
-// What `then` compares are the stamps that the programs give.
-
-TEST_F(RunnerTest, ThenHoldsForAnEventToldAfterTheOneBeforeByEitherActor) {
-    EXPECT_EQ(Play("start host\nstart product\nproduct did action=a at=7\n"
-                   "expect product did action=a\n"
-                   "host log text=a at=6\nhost log text=a at=8\nthen host log text=a\n"
-                   "host life at=9\nthen host life\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, ThenFailsForAnEventToldBeforeOrAtTheSameMoment) {
-    const std::string failure = "line 7: the host never said, after that: log text=a";
-    const std::string before = "start host\nstart product\nhost log text=a at=";
-    const std::string then =
-        "\nproduct did action=a at=7\nexpect product did\nthen host log text=a within 50ms\n";
-    EXPECT_EQ(Play(before + "6" + then), failure);
-    EXPECT_EQ(Play(before + "7" + then), failure);
-    EXPECT_THAT(screen_.str(), HasSubstr("nearest, at another moment: log text=a\n"));
-}
-
-TEST_F(RunnerTest, ThenFailsWhereNoStampTellsTheOrder) {
-    EXPECT_EQ(
-        Play("start host\nhost log text=a\nhost life at=9\nexpect host log\nthen host life\n"),
-        "line 6: the event before has no stamp to be compared");
-}
-
-TEST_F(RunnerTest, AfterHoldsForAWaitThatWasTakenAndFailsForAShorterOne) {
-    const std::string told =
-        "start host\nhost log text=a at=1000000000\nhost life at=1250000000\nexpect host log\n";
-    EXPECT_EQ(Play(told + "then host life after 250ms\n"), kHeld);
-    EXPECT_EQ(Play(told + "then host life after 251ms\n"),
-              "line 6: the host said so after 250 ms already: life");
-}
-
-TEST_F(RunnerTest, OnlyHoldsWhereNothingElseOfItsKindsWasTold) {
-    EXPECT_EQ(Play("start host\nhost log level=4\nhost log level=2\nhost life\n"
-                   "only host log level=4 deliver\nexpect host log level=4\nexpect host life\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, OnlyFailsForWhatIsToldBehindItInItsStep) {
-    const std::string step =
-        "start host\nonly host deliver log level=4\nhost log level=4\nhost life\n"
-        "expect host life\n";
-    EXPECT_EQ(Play(step), "line 3: the host said: log level=4");
-    EXPECT_EQ(Play(step + "step two\nquit host\n"), "line 3: the host said: log level=4");
-    EXPECT_EQ(Play(step + "start host\n"), "line 3: the host said: log level=4");
-    EXPECT_THAT(screen_.str(), HasSubstr("it was: log level=4\n"));
-}
-
-TEST_F(RunnerTest, OnlyHoldsForItsOwnStep) {
-    EXPECT_EQ(Play("start host\nonly host log\nhost life\nexpect host life\n"
-                   "step two\nhost log\nexpect host log\nhost log\nquit host\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, ErrorThatNobodyExpectedFailsItsStep) {
-    const std::string told = "start host\nhost error command=kil\nhost life\nexpect host life\n";
-    const std::string failure = ": the host said: error";
-    EXPECT_EQ(Play(told), "line 5" + failure);
-    EXPECT_EQ(Play(told + "step two\nquit host\n"), "line 5" + failure);
-    EXPECT_EQ(Play(told + "start host\n"), "line 6" + failure);
-    EXPECT_EQ(Play(told + "expect host log within 10ms\n"), "line 6" + failure);
-    EXPECT_THAT(screen_.str(), HasSubstr("it was: error command=kil\n"));
-    EXPECT_EQ(Play(told + "expect host error command=kil\n"), kHeld);
-}
-
-TEST_F(RunnerTest, EventOfWhichNoTableTellsFailsTheScenario) {
-    EXPECT_EQ(
-        Play("start host\nhost log txet=a\nexpect host log within 20s\n"),
-        "line 4: cannot make use of what the host tells, \"txet\" is no key of the host's log:"
-        " log txet=a");
+    for (const char* const statement :
+         {"expect host log", "never host log", "gone host", "quit host", "kill host; quit host",
+          "host log; quit host"}) {
+        EXPECT_EQ(Play(statement), "line 2: the host has not been started") << statement;
+    }
 }
 
 TEST_F(RunnerTest, FailureShowsTheNearestEventAndTheLastTen) {
-    std::string told = "start host\nhost log level=4 text=a\nhost log level=2 text=b\n";
+    std::string told = "start host; host log level=4 text=a; host log level=2 text=b; ";
     for (int i = 0; i < 10; ++i) {
-        told += "host life call=" + std::to_string(i) + "\n";
+        told += "host life call=" + std::to_string(i) + "; ";
     }
-    Play(told + "expect host life call=9\nexpect host log level=4 text=b source~c within 10ms\n");
+    Play(told + "expect host life call=9; expect host log level=4 text=b source~c within 10ms");
     const std::string margin = "                ";
     std::string expected = "nearest: log level=2 text=b\n" + margin + "the last that was told:\n";
     for (int i = 0; i < 10; ++i) {
         expected += margin + "  00:00:00.000 life call=" + std::to_string(i) + "\n";
     }
     EXPECT_THAT(screen_.str(), HasSubstr(expected));
+}
+
+TEST_F(RunnerTest, FailureShowsWhyTheNearestEventIsNone) {
+    Play(
+        "start host; host log text=a at=7; host life at=7; expect host life; "
+        "then host log text=a within 50ms");
+    EXPECT_THAT(screen_.str(), HasSubstr("nearest, at another moment: log text=a\n"));
+    Play(kError);
+    EXPECT_THAT(screen_.str(), HasSubstr("it was: error command=kil\n"));
 }
 
 /// A terminal before which somebody presses Ctrl-C when it shows the text.
@@ -241,176 +284,33 @@ class CImpatientTerminal : public std::stringbuf {
 
 TEST_F(RunnerTest, InterruptionEndsAScenarioAtOnce) {
     for (const char* const wait :
-         {"expect host log text=a within 20s", "wait 20s x\nquit host", "gone host within 20s"}) {
+         {"expect host log text=a within 20s", "wait 20s x; quit host", "gone host within 20s"}) {
         const CInterruption interruption;
         CImpatientTerminal terminal;
         static_cast<std::ostream&>(screen_).rdbuf(&terminal);
-        EXPECT_LT(
-            TimeOf("step one\nstart host\nhost after 100 log text=now\n" + std::string(wait) + "\n",
-                   "line 5: interrupted"),
-            kAtOnce);
+        EXPECT_LT(TimeOf("step one; start host; host after 100 log text=now; " + std::string(wait),
+                         "line 5: interrupted"),
+                  kAtOnce);
     }
     static_cast<std::ostream&>(screen_).rdbuf(nullptr);
 }
 
-TEST_F(RunnerTest, StepBeginsBehindTheLastEventThatAnEarlierOneExpected) {
-    const std::string told =
-        "start host\nhost log text=a\nhost log text=b\nhost log text=c\n"
-        "expect host log text=b\nstep two\n";
-    EXPECT_EQ(Play(told + "expect host log text=c\n"), kHeld);
-    EXPECT_EQ(Play(told + "expect host log text=a within 10ms\n"),
-              "line 8: the host never said: log text=a");
-}
-
-TEST_F(RunnerTest, StepsOfTwoActorsBeginEachBehindItsOwnEvents) {
-    EXPECT_EQ(Play("start host\nstart product\nhost log text=a\nproduct did action=a\n"
-                   "expect product did action=a\n"
-                   "step two\n"
-                   "expect host log text=a\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, NeverHoldsWhereNoSuchEventWasTold) {
-    EXPECT_EQ(Play("start host\nhost log level=2\nexpect host log level=2\n"
-                   "never host log level=4\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, NeverFailsOnSuchAnEventOfTheStep) {
-    EXPECT_EQ(Play("start host\nhost log level=4\nhost life\nexpect host life\n"
-                   "never host log level=4\n"),
-              "line 6: the host said: log level=4");
-}
-
-TEST_F(RunnerTest, NeverPassesOverWhatWasExpectedAndEarlierSteps) {
-    EXPECT_EQ(Play("start host\nhost log text=a\nhost log text=b\n"
-                   "expect host log text=b\n"
-                   "step two\n"
-                   "host log text=c\n"
-                   "expect host log text=c\n"
-                   "never host log\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, FieldsOfANamedEventStandInLaterStatements) {
-    EXPECT_EQ(Play("start product\nstart host\nproduct started pid=77\n"
-                   "expect product started as victim\n"
-                   "host log text=$victim.pid\n"
-                   "expect host log text=77\n"
-                   "product started pid=78\n"
-                   "expect product started as victim\n"
-                   "never host log text=$victim.pid\n"
-                   "start host --kill=$victim.pid\n"
-                   "expect host answer text=--kill=78\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, NameWithoutValueFails) {
-    EXPECT_EQ(Play("start host\nhost log text=$victim.pid\nquit host\n"),
-              "line 3: $victim.pid has no value yet");
-}
-
-TEST_F(RunnerTest, KilledProcessSaysNothingMore) {
-    EXPECT_EQ(Play("start host\nhost log text=a\nexpect host log text=a\nkill host\n"
-                   "never host log\nstart host\nquit host\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, GoneHoldsByWhateverWayTheProcessEnds) {
-    EXPECT_EQ(Play("start host\nhost end 3\ngone host\n"), kHeld);
-}
-
-TEST_F(RunnerTest, GoneFailsOnAProcessThatLives) {
-    EXPECT_EQ(Play("start host\ngone host within 50ms\n"), "line 3: the host is still there");
-}
-
-TEST_F(RunnerTest, QuitHoldsForCodeZeroOnly) {
-    EXPECT_EQ(Play("start product\nquit product\n"), kHeld);
-    EXPECT_EQ(Play("start product\nproduct code 3\nquit product\n"),
-              "line 4: the product ended with code 3");
-}
-
-TEST_F(RunnerTest, WhatAProcessTellsAtItsEndCanBeExpected) {
-    EXPECT_EQ(Play("start host\nhost after 100 log text=last\nquit host\n"
-                   "expect host log text=last within 10ms\n"),
-              kHeld);
-}
-
 TEST_F(RunnerTest, WaitLetsItsTimeGoBy) {
-    EXPECT_GE(TimeOf("start host\nwait 250ms for nothing\nnever host log\n", kHeld),
+    EXPECT_GE(TimeOf("start host; wait 250ms for nothing; never host log", kHeld),
               std::chrono::milliseconds(250));
     EXPECT_THAT(screen_.str(), HasSubstr("for nothing"));
 }
 
-TEST_F(RunnerTest, WaitGivesWhatNeverForbidsTimeToHappen) {
-    EXPECT_EQ(Play("start host\nhost life\nexpect host life\n"
-                   "host after 100 log\nwait 1s for it\nnever host log\n"),
-              "line 7: the host said: log");
-}
-
 TEST_F(RunnerTest, CountdownIsShownWhileTheNextExpectationIsAwaited) {
-    EXPECT_EQ(Play("start host\nhost after 100 log\ncountdown 10s until it logs\n"
-                   "expect host log\n"),
+    EXPECT_EQ(Play("start host; host after 100 log; countdown 10s until it logs; expect host log"),
               kHeld);
     EXPECT_THAT(screen_.str(), ContainsRegex(" s +until it logs"));
 }
 
-TEST_F(RunnerTest, CountdownDoesNotMakeTheExpectationWaitLonger) {
-    EXPECT_LT(TimeOf("start host\ncountdown 20s until it logs\nexpect host log within 50ms\n",
-                     "line 4: the host never said: log"),
-              std::chrono::seconds(10));
-}
-
-// A process that ends unasked fails the scenario, and at once.
-
-TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfItsEvent) {
-    EXPECT_LT(TimeOf("start host\nhost end 3\nexpect host log within 20s\n",
-                     "line 4: the host has ended unasked, with code 3"),
-              kAtOnce);
-}
-
-TEST_F(RunnerTest, UnaskedEndFailsTheExpectationOfAnothersEvent) {
-    EXPECT_LT(TimeOf("start host\nstart product\nhost end 0\nexpect product did within 20s\n",
-                     "line 5: the host has ended unasked, with code 0"),
-              kAtOnce);
-}
-
-TEST_F(RunnerTest, UnaskedEndFailsAWait) {
-    EXPECT_LT(TimeOf("start host\nhost end 3\nwait 20s for nothing\nnever host log\nquit host\n",
-                     "line 4: the host has ended unasked, with code 3"),
-              kAtOnce);
-}
-
-TEST_F(RunnerTest, UnaskedEndFailsTheWaitForAnothersEnd) {
-    EXPECT_LT(TimeOf("start host\nstart product\nhost after 200 end 3\ngone product within 20s\n",
-                     "line 5: the host has ended unasked, with code 3"),
-              kAtOnce);
-}
-
-TEST_F(RunnerTest, ProcessThatMustBeGoneMayEndBefore) {
-    EXPECT_EQ(Play("start host\nhost end 3\nwait 300ms until it has ended\ngone host\n"
-                   "start host\nquit host\n"),
-              kHeld);
-}
-
-TEST_F(RunnerTest, ExpectationOfAProcessThatHasQuitFailsAtOnce) {
-    EXPECT_LT(TimeOf("start host\nquit host\nexpect host log within 20s\n",
-                     "line 4: the host never said: log"),
-              kAtOnce);
-}
-
-TEST_F(RunnerTest, EventWithoutSenseFailsTheScenario) {
-    EXPECT_EQ(Play("start host\nhost mined records=x\nexpect host log within 20s\n"),
-              "line 4: cannot make use of what the host tells, 'x' is not a number: "
-              "mined records=x");
-}
-
 TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
     Play(
-        "start host\n"
-        "step one\nhost log\nexpect host log\n"
-        "step two\nexpect host log within 10ms\n"
-        "step three\nquit host\n");
+        "start host; step one; host log; expect host log; step two; "
+        "expect host log within 10ms; step three; quit host");
     const auto row = [](const char* step, bool passed) {
         return AllOf(Field(&StepResult::scenario, "T"), Field(&StepResult::step, step),
                      Field(&StepResult::passed, passed));
@@ -419,13 +319,13 @@ TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
 }
 
 TEST_F(RunnerTest, FailureBeforeTheFirstStepHasARowToo) {
-    Play("start host\nexpect host log within 10ms\n");
+    Play("start host; expect host log within 10ms");
     ASSERT_EQ(results_.size(), 1U);
     EXPECT_EQ(results_[0].step, "before the first step");
 }
 
 TEST_F(RunnerTest, WhatIsToldStandsInTheTranscript) {
-    Play("start host\nhost log text=\"a b\"\nexpect host log\n");
+    Play("start host; host log text=\"a b\"; expect host log");
     EXPECT_THAT(ReadFile(folder_.File("work/transcript.txt")),
                 HasSubstr("00:00:00.000 host log text=\"a b\"\n"));
 }
@@ -433,9 +333,9 @@ TEST_F(RunnerTest, WhatIsToldStandsInTheTranscript) {
 /// A run whose neutral transcript is compared.
 class TranscriptTest : public RunnerTest {
   protected:
-    TranscriptTest() { paths_.transcript = folder_.File("known.txt"); }
+    TranscriptTest() { options_.transcript = folder_.File("known.txt"); }
 
-    const std::string told_ = "start host\nhost log text=a\nexpect host log text=a\nquit host\n";
+    const std::string told_ = "start host; host log text=a; expect host log text=a; quit host";
 };
 
 TEST_F(TranscriptTest, KnownOneHolds) {
@@ -458,7 +358,7 @@ TEST_F(TranscriptTest, MissingOneFails) {
 
 TEST_F(TranscriptTest, ProductTellsTheWire) {
     folder_.Write("known.txt", "");
-    EXPECT_EQ(Play("start product\nexpect product answer text=--wire\n"), kHeld);
+    EXPECT_EQ(Play("start product; expect product answer text=--wire"), kHeld);
 }
 
 }  // namespace
