@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cctype>
 #include <istream>
+#include <regex>
 #include <set>
 #include <sstream>
 
@@ -21,9 +22,7 @@ const std::set<std::string> kOfThisRun{"pid", "program", "sha1", "sha256"};
 constexpr std::size_t kManyBytes = 64;
 
 bool IsNumber(const std::string& value) {
-    return !value.empty() && std::all_of(value.begin(), value.end(), [](unsigned char byte) {
-        return std::isdigit(byte) != 0;
-    });
+    return !value.empty() && value.find_first_not_of("0123456789") == std::string::npos;
 }
 
 /// An underscore, too: the 256 of HASH_SHA2_256 is no process.
@@ -46,59 +45,17 @@ void ReplaceWord(std::string& text, const std::string& value, const std::string&
     }
 }
 
-bool IsDigit(char byte) {
-    return std::isdigit(static_cast<unsigned char>(byte)) != 0;
-}
-
-/// The length of what stands at `at` in the form of `shape`, in which x is any hexadecimal and 0
-/// any decimal digit; 0 when something else stands there.
-std::size_t ShapeAt(const std::string& text, std::size_t at, const std::string& shape) {
-    for (std::size_t index = 0; index < shape.size(); ++index) {
-        if (at + index >= text.size()) {
-            return 0;
-        }
-        const char byte = text[at + index];
-        const bool fits = shape[index] == 'x'
-                              ? std::isxdigit(static_cast<unsigned char>(byte)) != 0
-                              : (shape[index] == '0' ? IsDigit(byte) : byte == shape[index]);
-        if (!fits) {
-            return 0;
-        }
-    }
-    return shape.size();
-}
-
-/// The length of the identifier at `at`, or 0.
-std::size_t UuidAt(const std::string& text, std::size_t at) {
-    return ShapeAt(text, at, "xxxxxxxx-xxxx-xxxx-xxxx-xxxxxxxxxxxx");
-}
-
-/// The length of the moment in UTC at `at`, with or without parts of a second, or 0.
-std::size_t TimeAt(const std::string& text, std::size_t at) {
-    std::size_t length = ShapeAt(text, at, "0000-00-00T00:00:00");
-    if (length == 0) {
-        return 0;
-    }
-    if (ShapeAt(text, at + length, ".0") != 0) {
-        length += 2;
-        while (ShapeAt(text, at + length, "0") != 0) {
-            ++length;
-        }
-    }
-    return ShapeAt(text, at + length, "Z") == 0 ? 0 : length + 1;
-}
-
-/// Replaces all that `lengthAt` finds, unless it is contained in `kept`.
-void ReplaceAll(std::string& text, std::size_t (*lengthAt)(const std::string&, std::size_t),
-                const std::string& kept, const std::string& by) {
+/// Replaces all that has the form, unless it is contained in `kept`.
+std::string WithoutForm(const std::string& text, const std::regex& form, const std::string& kept,
+                        const std::string& by) {
     std::string result;
-    for (std::size_t at = 0; at < text.size();) {
-        const std::size_t length = lengthAt(text, at);
-        const std::string own = text.substr(at, std::max<std::size_t>(length, 1));
-        result += length == 0 || kept.find(own) != std::string::npos ? own : by;
-        at += own.size();
+    auto rest = text.begin();
+    for (std::sregex_iterator at(text.begin(), text.end(), form), end; at != end; ++at) {
+        const std::string own = at->str();
+        result.append(rest, (*at)[0].first).append(kept.find(own) == std::string::npos ? by : own);
+        rest = (*at)[0].second;
     }
-    text = result;
+    return result.append(rest, text.end());
 }
 
 std::string ReadableByte(char byte) {
@@ -147,14 +104,14 @@ bool IsRepeatedStop(const CLine& line) {
 
 /// In the order of their texts, with the first event of each.
 void KeepOneOfEach(std::vector<NeutralLine>& lines) {
-    std::stable_sort(
-        lines.begin(), lines.end(),
-        [](const NeutralLine& left, const NeutralLine& right) { return left.text < right.text; });
-    lines.erase(std::unique(lines.begin(), lines.end(),
-                            [](const NeutralLine& left, const NeutralLine& right) {
-                                return left.text == right.text;
-                            }),
-                lines.end());
+    std::map<std::string, std::size_t> first;
+    for (const NeutralLine& line : lines) {
+        first.emplace(line.text, line.event);
+    }
+    lines.clear();
+    for (const auto& [text, event] : first) {
+        lines.push_back({text, event});
+    }
 }
 
 }  // namespace
@@ -255,9 +212,10 @@ std::string CNeutralTranscript::NeutralText(std::string text, const Names& names
     for (const auto& [value, name] : names) {
         ReplaceWord(text, value, name);
     }
-    ReplaceAll(text, UuidAt, given_, "<uuid>");
-    ReplaceAll(text, TimeAt, given_, "<time>");
-    return text;
+    static const std::regex kUuid("[0-9a-fA-F]{8}(-[0-9a-fA-F]{4}){3}-[0-9a-fA-F]{12}");
+    // In UTC, with or without parts of a second.
+    static const std::regex kMoment(R"([0-9]{4}(-[0-9]{2}){2}T[0-9]{2}(:[0-9]{2}){2}(\.[0-9]+)?Z)");
+    return WithoutForm(WithoutForm(text, kUuid, given_, "<uuid>"), kMoment, given_, "<time>");
 }
 
 std::string FirstDifference(const std::string& expected, const std::string& told) {
