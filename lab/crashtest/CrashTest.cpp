@@ -1,11 +1,10 @@
 #include "lab/crashtest/CrashTest.h"
 
 #include <algorithm>
-#include <functional>
+#include <iterator>
 #include <random>
 #include <stdexcept>
 
-#include <boost/filesystem/path.hpp>
 #include <boost/thread/thread.hpp>
 
 namespace Kyr::Lab::CrashTest {
@@ -29,9 +28,7 @@ void Sleep(Microseconds duration) {
 /// One world and what may happen to it.
 class CRounds {
   public:
-    CRounds(const CrashPlan& plan, const std::string& name, std::uint64_t seed)
-        : world_(plan.programs, (boost::filesystem::path(plan.work) / name).string(), kBatch),
-          random_(seed) {
+    CRounds(const Runner::Stage& stage, std::uint64_t seed) : world_(stage, kBatch), random_(seed) {
         world_.StartProduct();
     }
 
@@ -141,16 +138,31 @@ class CRounds {
     bool fetching_ = false;
 };
 
+/// What is done in one of the worlds.
+struct Share {
+    const char* name;
+    bool killsAtSteps;
+    int randomKills;
+    int bothKills;
+    int productKills;
+};
+
 /// Plays one world to its end; what goes wrong becomes a problem in its report.
-CrashReport Play(const CrashPlan& plan, const std::string& name, std::uint64_t seed,
-                 const std::function<void(CRounds&, CrashReport&)>& kill) {
+CrashReport Play(const Runner::Stage& stage, const Share& share, std::uint64_t seed) {
     CrashReport report;
     try {
-        CRounds rounds(plan, name, seed);
-        kill(rounds, report);
+        CRounds rounds(stage, seed);
+        if (share.killsAtSteps) {
+            rounds.KillAtSteps(report);
+        }
+        rounds.KillHostAtRandom(report, share.randomKills);
+        rounds.KillBothAtRandom(report, share.bothKills);
+        if (share.productKills > 0) {
+            rounds.KillProductAtRandom(report, share.productKills);
+        }
         rounds.Settle(report);
     } catch (const std::exception& problem) {
-        report.problems.push_back(name + ": " + problem.what());
+        report.problems.push_back(std::string(share.name) + ": " + problem.what());
     }
     return report;
 }
@@ -172,29 +184,22 @@ void CrashReport::Add(const CrashReport& other) {
     problems.insert(problems.end(), other.problems.begin(), other.problems.end());
 }
 
-CrashReport Run(const CrashPlan& plan) {
-    std::array<CrashReport, 4> reports;
-    boost::thread_group threads;
-    const auto play = [&](std::size_t place, const char* name,
-                          std::function<void(CRounds&, CrashReport&)> kill) {
-        threads.create_thread([&plan, &reports, place, name, kill = std::move(kill)] {
-            reports[place] = Play(plan, name, plan.seed + place, kill);
-        });
+CrashReport Run(const CrashPlan& plan, const Runner::CWorkFolder& folder) {
+    const Share shares[] = {
+        {"steps", true, plan.randomKills - plan.randomKills / 2, 0, 0},
+        {"random", false, plan.randomKills / 2, plan.bothKills, 0},
+        {"product-1", false, 0, 0, plan.productKills - plan.productKills / 2},
+        {"product-2", false, 0, 0, plan.productKills / 2},
     };
-    play(0, "steps", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillAtSteps(report);
-        rounds.KillHostAtRandom(report, plan.randomKills - plan.randomKills / 2);
-    });
-    play(1, "random", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillHostAtRandom(report, plan.randomKills / 2);
-        rounds.KillBothAtRandom(report, plan.bothKills);
-    });
-    play(2, "product-1", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillProductAtRandom(report, plan.productKills - plan.productKills / 2);
-    });
-    play(3, "product-2", [&](CRounds& rounds, CrashReport& report) {
-        rounds.KillProductAtRandom(report, plan.productKills / 2);
-    });
+    std::array<CrashReport, std::size(shares)> reports;
+    boost::thread_group threads;
+    for (std::size_t at = 0; at < reports.size(); ++at) {
+        Runner::Stage stage = plan.stage;
+        stage.work = folder.EmptyFolder(shares[at].name);
+        stage.ports = folder.EmptyFolder(std::string(shares[at].name) + "/ports");
+        threads.create_thread([&report = reports[at], stage, share = shares[at],
+                               seed = plan.seed + at] { report = Play(stage, share, seed); });
+    }
     threads.join_all();
     CrashReport all;
     for (const CrashReport& report : reports) {

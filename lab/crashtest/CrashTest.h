@@ -10,12 +10,12 @@
 #include <vector>
 
 #include "lab/crashtest/World.h"
+#include "lab/runner/WorkFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 
 struct CrashPlan {
-    Programs programs;
-    std::string work;
+    Runner::Stage stage;  // every world has its ports and files below a folder of its own
     std::uint64_t seed = 1;
     int randomKills = 200;  // of the host, at random moments
     int bothKills = 40;     // of host and product within a few milliseconds
@@ -42,6 +42,6 @@ struct CrashReport {
     void Add(const CrashReport& other);
 };
 
-CrashReport Run(const CrashPlan& plan);
+CrashReport Run(const CrashPlan& plan, const Runner::CWorkFolder& folder);
 
 }  // namespace Kyr::Lab::CrashTest

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <stdexcept>
 
-#include <boost/filesystem/operations.hpp>
-#include <boost/filesystem/path.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "lab/common/CommandWords.h"
@@ -20,10 +18,6 @@ using Runner::CActor;
 constexpr std::chrono::seconds kPatience(20);
 constexpr boost::chrono::milliseconds kPoll(20);
 
-std::string File(const std::string& folder, const std::string& name) {
-    return (boost::filesystem::path(folder) / name).string();
-}
-
 void Ignore(const std::string&, const TimedLine&) {}
 
 /// What is left of a program that ended before its kill is no crash that was meant.
@@ -35,29 +29,14 @@ void ExpectAlive(CActor& actor, const std::string& who) {
 
 }  // namespace
 
-CWorld::CWorld(Programs programs, const std::string& folder, std::uint64_t batch)
-    : programs_(std::move(programs)),
-      folder_(folder),
+CWorld::CWorld(Runner::Stage stage, std::uint64_t batch)
+    : stage_(std::move(stage)),
       batch_(batch),
-      store_(File(folder, "host.db")),
-      ledgers_{CRecordLedger(batch), CRecordLedger(batch), CRecordLedger(batch)} {
-    boost::filesystem::remove_all(folder);
-    const std::string ports = File(folder, "ports");
-    boost::filesystem::create_directories(ports);
-    boost::filesystem::permissions(ports, boost::filesystem::owner_all);
-}
-
-std::unique_ptr<CActor> CWorld::Start(const std::string& name, const std::string& program,
-                                      const std::vector<std::string>& arguments,
-                                      CActor::Listener listener) const {
-    return std::make_unique<CActor>(
-        name, program, arguments,
-        CActor::Environment{{"KELCOMM_RUNTIME_DIR", File(folder_, "ports")}}, std::move(listener));
-}
+      store_(stage_.HostDatabase()),
+      ledgers_{CRecordLedger(batch), CRecordLedger(batch), CRecordLedger(batch)} {}
 
 void CWorld::StartProduct() {
-    product_ =
-        Start("simproduct", programs_.product, {"--records=" + File(folder_, "records")}, Ignore);
+    product_ = stage_.Start("product", {"--records=" + stage_.File("records")}, Ignore);
     answers_ = 0;
     if (!product_->Find(
             0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
@@ -118,16 +97,7 @@ bool CWorld::AwaitBatch() const {
 }
 
 void CWorld::StartHost(const std::vector<std::string>& options) {
-    std::vector<std::string> arguments = {"--library=" + programs_.library,
-                                          "--database=" + File(folder_, "host.db"),
-                                          "--log=" + File(folder_, "host.log")};
-    arguments.insert(arguments.end(), programs_.hostOptions.begin(), programs_.hostOptions.end());
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    host_ = Start("devhost", programs_.host, arguments, Ignore);
-}
-
-bool CWorld::HostLives() {
-    return !host_->AwaitEnd(std::chrono::milliseconds(0));
+    host_ = stage_.Start("host", options, Ignore);
 }
 
 void CWorld::KillHost() {
@@ -191,11 +161,10 @@ void CWorld::QuitBoth() {
 
 void CWorld::ExpectNewRecords() {
     using namespace SimProduct;
-    recordsRead_ =
-        ReadRecords(File(folder_, "records"), recordsRead_,
-                    [this](RecordKind kind, const ProductRecord& record) {
-                        ledgers_[static_cast<std::size_t>(kind)].Expect(BytesOf(kind, record));
-                    });
+    recordsRead_ = ReadRecords(
+        stage_.File("records"), recordsRead_, [this](RecordKind kind, const ProductRecord& record) {
+            ledgers_[static_cast<std::size_t>(kind)].Expect(BytesOf(kind, record));
+        });
 }
 
 void CWorld::CloseLife() {

@@ -1,5 +1,4 @@
-// One product and one host with a folder and a port namespace of their own, to be killed and
-// started again.
+// One product and one host on a stage of their own, to be killed and started again.
 //
 // Threads: one at a time.
 // Errors: std::runtime_error when a program does not do what it must.
@@ -13,21 +12,14 @@
 
 #include "lab/crashtest/RecordLedger.h"
 #include "lab/crashtest/StoreReader.h"
-#include "lab/runner/Actor.h"
+#include "lab/runner/Stage.h"
 
 namespace Kyr::Lab::CrashTest {
 
-struct Programs {
-    std::string product;  // simproduct
-    std::string host;     // devhost
-    std::string library;
-    std::vector<std::string> hostOptions;
-};
-
 class CWorld {
   public:
-    /// `folder` is made anew; `batch` is how many records one reply carries.
-    CWorld(Programs programs, const std::string& folder, std::uint64_t batch);
+    /// The folders of the stage are empty; `batch` is how many records one reply carries.
+    CWorld(Runner::Stage stage, std::uint64_t batch);
 
     /// Returns when the product serves.
     void StartProduct();
@@ -43,8 +35,6 @@ class CWorld {
     bool AwaitBatch() const;
 
     void StartHost(const std::vector<std::string>& options = {});
-    /// False when the host has ended by itself.
-    bool HostLives();
     /// Errors: the host has ended before; whatever ended it was not this kill.
     void KillHost();
     /// Waits for a host that was told to kill itself. Errors: it ends in any other way.
@@ -64,9 +54,6 @@ class CWorld {
     std::uint64_t Appended() const { return appended_; }
 
   private:
-    std::unique_ptr<Runner::CActor> Start(const std::string& name, const std::string& program,
-                                          const std::vector<std::string>& arguments,
-                                          Runner::CActor::Listener listener) const;
     void Command(const std::string& line);
     void BuryHost();
     /// Enters what the product has told of, as it ends.
@@ -74,8 +61,7 @@ class CWorld {
     /// Enters what the product has got since the last call.
     void ExpectNewRecords();
 
-    const Programs programs_;
-    const std::string folder_;
+    const Runner::Stage stage_;
     const std::uint64_t batch_;
     CStoreReader store_;
     std::array<CRecordLedger, 3> ledgers_;  // in the order of kKinds

@@ -1,11 +1,8 @@
 // crashtest: kills host and product at every step of a collection and at random moments, and tells
 // what that cost. See README.md.
-#include <csignal>
 #include <iomanip>
 #include <iostream>
 #include <random>
-
-#include <boost/filesystem/path.hpp>
 
 #include "lab/common/CommandLine.h"
 #include "lab/crashtest/CrashTest.h"
@@ -20,31 +17,25 @@ using namespace Kyr::Lab::CrashTest;
 constexpr int kNothingLost = 0;
 constexpr int kSomethingWrong = 1;
 
-std::optional<int> ReadPlan(int argc, char** argv, CrashPlan& plan) {
+std::optional<int> ReadPlan(int argc, char** argv, CrashPlan& plan,
+                            std::optional<std::string>& work) {
     CLI::App app("Kills host and product while records flow, and tells what that cost.",
                  "crashtest");
-    std::string folder;
     std::optional<std::uint64_t> seed;
     app.option_defaults()->take_last()->always_capture_default();
-    app.add_option("--programs", folder, "the folder of the lab's programs")->required();
-    app.add_option("--library", plan.programs.library, "the connector library")->required();
-    app.add_option("--work", plan.work, "a folder for databases and logs; else a new one");
+    app.add_option("--programs", plan.stage.programs, "the folder of the lab's programs")
+        ->required();
+    app.add_option("--library", plan.stage.library, "the connector library")->required();
+    app.add_option("--work", work, "a folder for databases and logs; else a new one");
     app.add_option("--seed", seed, "of the random moments; else a new one");
     app.add_option("--kills", plan.randomKills, "of the host, at random moments");
     app.add_option("--both-kills", plan.bothKills, "of host and product");
     app.add_option("--product-kills", plan.productKills, "of the product alone");
-    app.add_option("--host-option", plan.programs.hostOptions,
-                   "an option for every host; many times")
+    app.add_option("--host-option", plan.stage.hostOptions, "an option for every host; many times")
         ->take_all()
         ->allow_extra_args(false);
     const std::optional<int> code = ReadCommandLine(app, argc, argv);
-    if (!code) {
-        const boost::filesystem::path programs = folder;
-        plan.programs.product = (programs / ("simproduct" KYR_PROGRAM_SUFFIX)).string();
-        plan.programs.host = (programs / ("devhost" KYR_PROGRAM_SUFFIX)).string();
-        plan.seed = seed ? *seed : std::random_device()();
-        plan.work = plan.work.empty() ? Runner::NewWorkFolder() : plan.work;
-    }
+    plan.seed = seed ? *seed : std::random_device()();
     return code;
 }
 
@@ -71,16 +62,24 @@ void Print(const CrashReport& report) {
 }  // namespace
 
 int main(int argc, char** argv) {
-#ifdef SIGPIPE
-    // A command to a program that has just been killed is lost, and that is all.
-    std::signal(SIGPIPE, SIG_IGN);
-#endif
-    CrashPlan plan;
-    if (const auto code = ReadPlan(argc, argv, plan)) {
-        return *code;
+    try {
+        CrashPlan plan;
+        std::optional<std::string> work;
+        if (const auto code = ReadPlan(argc, argv, plan, work)) {
+            return *code;
+        }
+        Runner::CWorkFolder folder(work);
+        std::cout << "Seed " << plan.seed << ", databases and logs in " << folder.Path()
+                  << std::endl;
+        const CrashReport report = Run(plan, folder);
+        Print(report);
+        if (!report.problems.empty()) {
+            folder.Keep();
+            return kSomethingWrong;
+        }
+        return kNothingLost;
+    } catch (const std::exception& e) {
+        std::cerr << "crashtest: " << e.what() << '\n';
+        return kBadCommandLine;
     }
-    std::cout << "Seed " << plan.seed << ", databases and logs in " << plan.work << std::endl;
-    const CrashReport report = Run(plan);
-    Print(report);
-    return report.problems.empty() ? kNothingLost : kSomethingWrong;
 }

@@ -14,6 +14,12 @@ namespace {
 
 constexpr char kMark[] = ".labrunner";
 
+fs::path NewFolder() {
+    const char* const parent = std::getenv("KYR_LAB_FOLDER");
+    return (parent != nullptr ? fs::path(parent) : fs::temp_directory_path()) /
+           fs::unique_path("kyr-lab-%%%%%%%%");
+}
+
 /// The mark in it, which is made where there is nothing yet.
 fs::path Marked(const fs::path& folder) {
     fs::create_directories(folder);
@@ -31,17 +37,9 @@ fs::path Marked(const fs::path& folder) {
 
 }  // namespace
 
-std::string NewWorkFolder() {
-    const char* const parent = std::getenv("KYR_LAB_FOLDER");
-    const auto folder = (parent != nullptr ? fs::path(parent) : fs::temp_directory_path()) /
-                        fs::unique_path("kyr-lab-%%%%%%%%");
-    fs::create_directories(folder);
-    return folder.string();
-}
-
 CWorkFolder::CWorkFolder(const std::optional<std::string>& path)
     : goesAway_(!path),
-      path_(path ? *path : NewWorkFolder()),
+      path_(path ? fs::path(*path) : NewFolder()),
       lock_(Marked(path_).string().c_str()) {
     if (!lock_.try_lock()) {
         throw std::runtime_error("another labrunner is at work in " + path_.string());

@@ -1,9 +1,8 @@
 // What the judge of all worlds says of a host that collects nothing.
-#include <csignal>
 #include <gmock/gmock.h>
 
 #include "lab/crashtest/CrashTest.h"
-#include "tests/support/system/TemporaryFolder.h"
+#include "tests/lab/runner/ParrotFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {
@@ -13,37 +12,35 @@ using ::testing::StartsWith;
 
 class CrashTestTest : public ::testing::Test {
   protected:
-    /// As in the program: a command to a host that has ended is lost, and that is all.
-    static void SetUpTestSuite() { std::signal(SIGPIPE, SIG_IGN); }
+    CrashTestTest() {
+        boost::filesystem::remove(folder_.Program("simproduct"));
+        boost::filesystem::create_symlink(KYR_SIMPRODUCT, folder_.Program("simproduct"));
+    }
 
-    /// Every host ends in that way at once: an exit code or "killed".
-    std::vector<std::string> ProblemsWithHostThatEnds(const std::string& way) {
+    /// Every host is a parrot that obeys this line.
+    std::vector<std::string> ProblemsWithHostThatObeys(const std::string& line) {
         CrashPlan plan;
-        plan.programs = {KYR_SIMPRODUCT, KYR_FRAIL_HOST, "", {"--end=" + way}};
-        plan.work = folder_.Path();
+        plan.stage.programs = folder_.Path();
+        plan.stage.hostOptions = {"--obey=" + line};
         plan.randomKills = 2;
         plan.bothKills = 1;
         plan.productKills = 2;
-        return CrashTest::Run(plan).problems;
+        return CrashTest::Run(plan, Runner::CWorkFolder(folder_.File("work"))).problems;
     }
 
-    const Kyr::Test::CTemporaryFolder folder_;
+    const Runner::CParrotFolder folder_;
 };
 
-TEST_F(CrashTestTest, HostThatEndsByItselfFailsAtTheFirstStep) {
-    EXPECT_THAT(ProblemsWithHostThatEnds("42"),
-                Contains("steps: the host was not killed, it ended with 42"));
-}
-
 TEST_F(CrashTestTest, HostThatEndsByItselfFailsInEveryWorld) {
-    const auto problems = ProblemsWithHostThatEnds("42");
+    const auto problems = ProblemsWithHostThatObeys("end 42");
+    EXPECT_THAT(problems, Contains("steps: the host was not killed, it ended with 42"));
     EXPECT_THAT(problems, Contains(StartsWith("random: the host has ended by itself")));
     EXPECT_THAT(problems, Contains(StartsWith("product-1: the host has ended by itself")));
     EXPECT_THAT(problems, Contains(StartsWith("product-2: the host has ended by itself")));
 }
 
 TEST_F(CrashTestTest, KillsThatMeetNoBatchInFlightShowNothing) {
-    EXPECT_THAT(ProblemsWithHostThatEnds("killed"),
+    EXPECT_THAT(ProblemsWithHostThatObeys("die"),
                 Contains("steps: indicator: no kill at a step met a batch in flight"));
 }
 

@@ -4,10 +4,8 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include <boost/thread/thread.hpp>
-
 #include "lab/crashtest/World.h"
-#include "tests/support/system/TemporaryFolder.h"
+#include "tests/lab/runner/ParrotFolder.h"
 
 namespace Kyr::Lab::CrashTest {
 namespace {
@@ -16,18 +14,9 @@ using ::testing::HasSubstr;
 
 constexpr std::uint64_t kBatch = 7;
 
+/// The host is a parrot.
 class WorldTest : public ::testing::Test {
   protected:
-    /// A host that ends in that way: an exit code, "aborted" or "killed".
-    void StartHostThatEnds(const std::string& way) { world_.StartHost({"--end=" + way}); }
-
-    void AwaitDeath() {
-        for (int i = 0; world_.HostLives() && i < 2000; ++i) {
-            boost::this_thread::sleep_for(boost::chrono::milliseconds(10));
-        }
-        ASSERT_FALSE(world_.HostLives());
-    }
-
     template <typename Action>
     static std::string ProblemOf(Action action) {
         try {
@@ -38,17 +27,19 @@ class WorldTest : public ::testing::Test {
         return "none";
     }
 
-    std::string ProblemOfAwaiting() {
+    /// Of a host that must be killed, and that obeys this line.
+    std::string ProblemOfHostThatObeys(const std::string& line) {
+        world_.StartHost({"--obey=" + line});
         return ProblemOf([this] { world_.AwaitKilledHost(); });
     }
 
     /// What the product has in its file, and what the host has stored.
     void WriteRecords(const std::string& text) {
-        std::ofstream(folder_.File("world/records"), std::ios::binary | std::ios::app) << text;
+        std::ofstream(folder_.File("records"), std::ios::binary | std::ios::app) << text;
     }
     void Store(const std::vector<std::string>& indicators,
                const std::vector<std::string>& actions) {
-        DevHost::CDatabase database(folder_.File("world/host.db"));
+        DevHost::CDatabase database(folder_.File("host.db"));
         database.Miner().Store(Common::Kernel::MessageType::DataMinerStoreEcsIndicatorLogs,
                                indicators);
         database.RemediationActions().StoreActions(actions);
@@ -59,48 +50,28 @@ class WorldTest : public ::testing::Test {
         return ProblemOf([this] { world_.CloseLife(); });
     }
 
-    const Kyr::Test::CTemporaryFolder folder_;
+    const Runner::CParrotFolder folder_;
     std::size_t indicators_ = 0;
-    CWorld world_{{"", KYR_FRAIL_HOST, "", {}}, folder_.File("world"), kBatch};
+    CWorld world_{{folder_.Path(), "", folder_.Path(), folder_.Path()}, kBatch};
 };
 
-TEST_F(WorldTest, HostThatKillsItselfWasKilled) {
-    StartHostThatEnds("killed");
-    EXPECT_EQ("none", ProblemOfAwaiting());
-}
-
-TEST_F(WorldTest, HostThatEndsWithACodeWasNotKilled) {
-    StartHostThatEnds("42");
-    EXPECT_EQ("the host was not killed, it ended with 42", ProblemOfAwaiting());
-}
-
-TEST_F(WorldTest, HostThatEndsWellWasNotKilled) {
-    StartHostThatEnds("0");
-    EXPECT_EQ("the host was not killed, it ended with 0", ProblemOfAwaiting());
-}
-
-TEST_F(WorldTest, HostThatAbortsWasNotKilled) {
-    StartHostThatEnds("aborted");
-    EXPECT_THAT(ProblemOfAwaiting(), HasSubstr("was not killed"));
+TEST_F(WorldTest, HostThatKillsItselfWasKilledAndNoOther) {
+    EXPECT_EQ(ProblemOfHostThatObeys("die"), "none");
+    EXPECT_EQ(ProblemOfHostThatObeys("end 42"), "the host was not killed, it ended with 42");
+    EXPECT_EQ(ProblemOfHostThatObeys("end 0"), "the host was not killed, it ended with 0");
+    EXPECT_THAT(ProblemOfHostThatObeys("abort"), HasSubstr("was not killed"));
 }
 
 TEST_F(WorldTest, LivingHostCanBeKilled) {
     world_.StartHost();
-    EXPECT_TRUE(world_.HostLives());
     EXPECT_EQ("none", ProblemOf([this] { world_.KillHost(); }));
 }
 
-TEST_F(WorldTest, HostThatHasEndedCannotBeKilled) {
-    StartHostThatEnds("42");
-    AwaitDeath();
-    EXPECT_EQ("the host has ended by itself, with 42", ProblemOf([this] { world_.KillHost(); }));
-}
-
-TEST_F(WorldTest, HostThatHasEndedBringsNoMoreRecords) {
-    StartHostThatEnds("42");
-    AwaitDeath();
-    EXPECT_EQ("the host has ended by itself, with 42",
-              ProblemOf([this] { world_.Drain(std::chrono::seconds(20)); }));
+TEST_F(WorldTest, HostThatHasEndedCannotBeKilledAndBringsNoMoreRecords) {
+    ProblemOfHostThatObeys("end 42");
+    const std::string problem = "the host has ended by itself, with 42";
+    EXPECT_EQ(problem, ProblemOf([this] { world_.KillHost(); }));
+    EXPECT_EQ(problem, ProblemOf([this] { world_.Drain(std::chrono::seconds(20)); }));
 }
 
 TEST_F(WorldTest, RecordsAsTheProductHasThemAreRight) {

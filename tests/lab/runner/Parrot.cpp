@@ -1,10 +1,12 @@
 // A program for an actor, in the place of host and product. It tells its arguments, an answer each,
-// and then obeys the lines that it hears, until its input ends:
+// but for --obey=LINE, which it obeys, and then obeys the lines that it hears, until its input
+// ends:
 //
 //   quit             ends with the code that the last `code` gave, else with 0
 //   code NUMBER      what `quit` ends with
 //   end NUMBER       ends at once, as nobody asked for
 //   abort            ends by a signal, where there are any
+//   die              ends as one that is killed
 //   interrupt        asks whoever started it to end, where one process can ask another
 //   after MS LINE    obeys LINE so many milliseconds later
 //   raw TEXT         says TEXT as it stands
@@ -22,6 +24,8 @@
 #include <csignal>
 #include <unistd.h>
 #endif
+
+#include "lab/common/EndThisProcess.h"
 
 namespace {
 
@@ -56,6 +60,8 @@ class CParrot {
             std::exit(number);
         } else if (word == "abort") {
             std::abort();
+        } else if (word == "die") {
+            Kyr::Lab::EndThisProcess();
 #ifndef _WIN32
         } else if (word == "interrupt") {
             kill(getppid(), SIGTERM);
@@ -78,10 +84,16 @@ class CParrot {
 }  // namespace
 
 int main(int argc, char** argv) {
-    for (int i = 1; i < argc; ++i) {
-        SayArgument(argv[i]);
-    }
     CParrot parrot;
+    const std::string obey = "--obey=";
+    for (int i = 1; i < argc; ++i) {
+        const std::string argument = argv[i];
+        if (argument.compare(0, obey.size(), obey) == 0) {
+            parrot.Obey(argument.substr(obey.size()));
+        } else {
+            SayArgument(argument);
+        }
+    }
     std::string line;
     while (std::getline(std::cin, line)) {
         if (!line.empty() && line.back() == '\r') {
