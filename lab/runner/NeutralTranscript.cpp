@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <cctype>
 #include <istream>
+#include <map>
 #include <regex>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include "lab/runner/HexText.h"
 #include "lab/runner/NeutralRecords.h"
@@ -91,12 +93,6 @@ std::string NextLine(std::istream& text) {
     return std::getline(text, line) ? line : "(the end)";
 }
 
-/// One of the processes that `actor` started, as it stands before what it tells.
-std::string Process(const std::string& actor, int number) {
-    std::string text = actor;
-    return text.append(" ").append(std::to_string(number)).append(": ");
-}
-
 /// A busy module is asked to stop again and again, as often as time passes.
 bool IsRepeatedStop(const CLine& line) {
     return line.Kind() == "life" && line.Value("result") == "false";
@@ -114,69 +110,14 @@ void KeepOneOfEach(std::vector<NeutralLine>& lines) {
     }
 }
 
-}  // namespace
+using Names = std::map<std::string, std::string>;  // by value
 
-void CNeutralTranscript::Begin(const std::string& actor) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    ++processes_[actor];
-}
-
-void CNeutralTranscript::Event(const std::string& actor, const CLine& line, std::size_t number) {
-    if (IsRepeatedStop(line)) {
-        return;
-    }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    events_.push_back({Process(actor, processes_[actor]), line, number});
-}
-
-void CNeutralTranscript::Name(const std::string& key, const std::string& value,
-                              const std::string& name) {
-    if (kOfThisRun.count(key) != 0) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        names_.push_back({value, "$" + name, events_.size()});
-    }
-}
-
-std::string CNeutralTranscript::Text() const {
-    std::string text;
-    for (const NeutralLine& line : Lines()) {
-        text.append(line.text).append("\n");
-    }
-    return text;
-}
-
-std::vector<NeutralLine> CNeutralTranscript::Lines() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    CTranscriptStreams streamOf(std::any_of(
-        events_.begin(), events_.end(),
-        [](const SeenEvent& event) { return CTranscriptStreams::IsCollection(event.line); }));
-    std::map<std::string, std::vector<NeutralLine>> streams;
-    for (std::size_t event = 0; event < events_.size(); ++event) {
-        const auto& [process, line, number] = events_[event];
-        streams[process + streamOf.Of(process, line)].push_back(
-            {process + Neutral(line, NamesAt(event)), number});
-    }
-    std::vector<NeutralLine> all;
-    for (const auto& [actor, count] : processes_) {
-        for (int number = 1; number <= count; ++number) {
-            const std::string process = Process(actor, number);
-            for (const std::string& stream : CTranscriptStreams::All()) {
-                std::vector<NeutralLine>& lines = streams[process + stream];
-                if (stream == CTranscriptStreams::kLook) {
-                    KeepOneOfEach(lines);
-                }
-                all.insert(all.end(), lines.begin(), lines.end());
-            }
-        }
-    }
-    return all;
-}
-
-CNeutralTranscript::Names CNeutralTranscript::NamesAt(std::size_t event) const {
+/// Those that hold for the event at that place.
+Names NamesAt(std::size_t event, const std::vector<KnownName>& known) {
     Names names;
-    for (const KnownName& name : names_) {
+    for (const KnownName& name : known) {
         if (name.since <= event) {
-            names[name.value] = name.name;  // a number may have been another process's before
+            names[name.value] = name.name;
         } else {
             names.emplace(name.value, name.name);
         }
@@ -184,38 +125,75 @@ CNeutralTranscript::Names CNeutralTranscript::NamesAt(std::size_t event) const {
     return names;
 }
 
-std::string CNeutralTranscript::Neutral(const CLine& line, const Names& names) const {
-    // Bytes say how many they are, and a process id in them may have more digits another time.
-    const bool hasBytes = line.Find("bytes") != nullptr;
-    CLine neutral(line.Kind());
-    for (const auto& [key, value] : line.Fields()) {
-        if (kCounters.count(key) == 0 && !(hasBytes && key == "length")) {
-            neutral.With(key, NeutralField(key, value, names));
-        }
+std::string NeutralText(std::string text, const Names& names, const std::string& given) {
+    static const std::regex kUuid("[0-9a-fA-F]{8}(-[0-9a-fA-F]{4}){3}-[0-9a-fA-F]{12}");
+    // In UTC, with or without parts of a second.
+    static const std::regex kMoment(R"([0-9]{4}(-[0-9]{2}){2}T[0-9]{2}(:[0-9]{2}){2}(\.[0-9]+)?Z)");
+    for (const auto& [value, name] : names) {
+        ReplaceWord(text, value, name);
     }
-    return neutral.Text();
+    return WithoutForm(WithoutForm(text, kUuid, given, "<uuid>"), kMoment, given, "<time>");
 }
 
-std::string CNeutralTranscript::NeutralField(const std::string& key, const std::string& value,
-                                             const Names& names) const {
+std::string NeutralField(const std::string& key, const std::string& value, const Names& names,
+                         const std::string& given) {
     if (kOfThisRun.count(key) != 0) {
         const auto named = names.find(value);
         return named == names.end() ? "*" : named->second;
     }
     if (key == "bytes") {
-        return Readable(NeutralText(NeutralRecords(FromHex(value)), names));
+        return Readable(NeutralText(NeutralRecords(FromHex(value)), names, given));
     }
-    return IsNumber(value) ? value : NeutralText(value, names);
+    return IsNumber(value) ? value : NeutralText(value, names, given);
 }
 
-std::string CNeutralTranscript::NeutralText(std::string text, const Names& names) const {
-    for (const auto& [value, name] : names) {
-        ReplaceWord(text, value, name);
+std::string Neutral(const CLine& line, const Names& names, const std::string& given) {
+    // Bytes say how many they are, and a process id in them may have more digits another time.
+    const bool hasBytes = line.Find("bytes") != nullptr;
+    CLine neutral(line.Kind());
+    for (const auto& [key, value] : line.Fields()) {
+        if (kCounters.count(key) == 0 && !(hasBytes && key == "length")) {
+            neutral.With(key, NeutralField(key, value, names, given));
+        }
     }
-    static const std::regex kUuid("[0-9a-fA-F]{8}(-[0-9a-fA-F]{4}){3}-[0-9a-fA-F]{12}");
-    // In UTC, with or without parts of a second.
-    static const std::regex kMoment(R"([0-9]{4}(-[0-9]{2}){2}T[0-9]{2}(:[0-9]{2}){2}(\.[0-9]+)?Z)");
-    return WithoutForm(WithoutForm(text, kUuid, given_, "<uuid>"), kMoment, given_, "<time>");
+    return neutral.Text();
+}
+
+}  // namespace
+
+void GivenTexts::Name(const std::string& key, const std::string& value, const std::string& name,
+                      std::size_t told) {
+    if (kOfThisRun.count(key) != 0) {
+        names.push_back({value, "$" + name, told});
+    }
+}
+
+std::vector<NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                      const std::vector<LifePage::Process>& processes,
+                                      const GivenTexts& given) {
+    CTranscriptStreams streamOf(std::any_of(told.begin(), told.end(), [](const ToldEvent& event) {
+        return CTranscriptStreams::IsCollection(event.line);
+    }));
+    const std::vector<std::string>& order = CTranscriptStreams::All();
+    using Place = std::tuple<std::string, std::size_t, std::size_t>;  // actor, process, stream
+    std::map<Place, std::vector<NeutralLine>> streams;
+    for (std::size_t at = 0; at < told.size(); ++at) {
+        const auto& [moment, actor, process, line] = told[at];
+        const std::string& name = processes.at(process).name;
+        const auto stream = std::find(order.begin(), order.end(), streamOf.Of(name, line));
+        if (stream != order.end() && !IsRepeatedStop(line)) {
+            streams[{actor, process, static_cast<std::size_t>(stream - order.begin())}].push_back(
+                {name + ": " + Neutral(line, NamesAt(at, given.names), given.text), at});
+        }
+    }
+    std::vector<NeutralLine> all;
+    for (auto& [place, lines] : streams) {
+        if (order[std::get<2>(place)] == CTranscriptStreams::kLook) {
+            KeepOneOfEach(lines);
+        }
+        all.insert(all.end(), lines.begin(), lines.end());
+    }
+    return all;
 }
 
 std::string FirstDifference(const std::string& expected, const std::string& told) {

@@ -13,73 +13,50 @@
 //   - What records tell of the processes of this computer is left out (NeutralRecords.h).
 //   - Wire bytes are text as far as they can be; a long row of equal ones is one with its length.
 //
-// Threads: Event from any thread; the rest by one.
+// Threads: any.
 #pragma once
 
 #include <cstddef>
-#include <map>
-#include <mutex>
 #include <string>
-#include <utility>
 #include <vector>
 
-#include "lab/common/LineProtocol.h"
+#include "lab/runner/life/ToldEvents.h"
 
 namespace Kyr::Lab::Runner {
 
-/// A line of a neutral transcript, and the event that it was told by.
+/// A line of a neutral transcript, and the place of the event that it was told by.
 struct NeutralLine {
     std::string text;
     std::size_t event;
 };
 
-class CNeutralTranscript {
-  public:
-    /// A process of `actor` is started; what follows is told of this one.
-    void Begin(const std::string& actor);
-    /// `number` is what the caller knows it by.
-    void Event(const std::string& actor, const CLine& line, std::size_t number = 0);
-
-    /// The scenario calls the field `key` of an event, which has `value`, by `name`: from now on,
-    /// and so far where the value had no name. Nothing happens where the value is the same in every
-    /// run.
-    void Name(const std::string& key, const std::string& value, const std::string& name);
-    /// The scenario itself contains this text; identifiers in it are the same in every run.
-    void Given(const std::string& text) { given_ += text; }
-
-    /// The whole transcript, one event a line, every line ended by "\n".
-    std::string Text() const;
-    /// The same, a line an event.
-    std::vector<NeutralLine> Lines() const;
-
-  private:
-    struct SeenEvent {
-        std::string process;
-        CLine line;
-        std::size_t number;
-    };
-    struct KnownName {
-        std::string value;
-        std::string name;
-        std::size_t since;  // so many events had been told
-    };
-    using Names = std::map<std::string, std::string>;  // by value
-
-    Names NamesAt(std::size_t event) const;
-    std::string Neutral(const CLine& line, const Names& names) const;
-    std::string NeutralField(const std::string& key, const std::string& value,
-                             const Names& names) const;
-    std::string NeutralText(std::string text, const Names& names) const;
-
-    mutable std::mutex mutex_;              // guards what follows, up to the names
-    std::map<std::string, int> processes_;  // how many each actor had
-    std::vector<SeenEvent> events_;
-    std::vector<KnownName> names_;
-
-    std::string given_;
+/// What a scenario calls a value that is another one in every run.
+struct KnownName {
+    std::string value;
+    std::string name;
+    std::size_t since;  // so many events had been told: the value may have meant another one before
 };
 
-/// The first line in which two transcripts differ, as each has it; empty when they are the same.
+/// What a scenario has said itself, and calls by names.
+struct GivenTexts {
+    /// The scenario calls the field `key` of an event, which has `value`, by `name`: from now on,
+    /// when so many events were told, and before where the value had no name. Nothing happens where
+    /// the value is the same in every run.
+    void Name(const std::string& key, const std::string& value, const std::string& name,
+              std::size_t told);
+
+    std::string text;  // identifiers in it are the same in every run
+    std::vector<KnownName> names;
+};
+
+/// The lines of a whole run. Events know the place of their process in `processes`, which has the
+/// names of all ("host 2").
+std::vector<NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                      const std::vector<LifePage::Process>& processes,
+                                      const GivenTexts& given);
+
+/// The first line in which a transcript differs from the one that was expected, as each has it;
+/// empty when they are the same. Every line of a transcript is ended by "\n".
 std::string FirstDifference(const std::string& expected, const std::string& told);
 
 }  // namespace Kyr::Lab::Runner

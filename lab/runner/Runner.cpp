@@ -195,7 +195,7 @@ void CRunner::CompareTranscript() {
     BeginStep({Verb::kStep, cast_->line, "",
                "Bus messages, log lines and wire bytes are those of every run"});
     cast_->members.clear();  // every process has told all that it has to tell
-    const std::string told = neutral_.Text();
+    const std::string told = book_.NeutralTranscript();
     const std::string own = stage_.File("neutral.txt");
     std::ofstream(own, std::ios::binary) << told;
     const std::string difference = FirstDifference(ReadFile(options_.transcript), told);
@@ -263,13 +263,12 @@ void CRunner::Start(const Statement& start) {
         arguments.push_back(Substitute(argument, cast_->variables));
     }
     screen_.Command(start.actor, command);
-    neutral_.Begin(start.actor);
     book_.Begin(start.actor, command);
     member.actor = stage_.Start(start.actor, arguments,
                                 [this](const std::string& actor, const TimedLine& line) {
                                     screen_.Event(actor, line);
                                     transcript_.Event(actor, line);
-                                    neutral_.Event(actor, line.line, book_.Event(actor, line));
+                                    book_.Event(actor, line);
                                     CheckEvent(actor, line.line);
                                     counter_.Event(line.line);
                                 });
@@ -328,7 +327,7 @@ void CRunner::Send(const Statement& command) {
     const std::string line = Substitute(command.text, cast_->variables);
     screen_.Command(command.actor, line);
     book_.Command(command.actor, line);
-    neutral_.Given(line + "\n");
+    book_.Given(line + "\n");
     Find(command.actor).actor->Send(line);
 }
 
@@ -384,7 +383,7 @@ void CRunner::Expect(const Statement& expect) {
     if (expect.name) {
         for (const auto& [key, value] : event.line.Fields()) {
             cast_->variables[*expect.name + "." + key] = value;
-            neutral_.Name(key, value, *expect.name + "." + key);
+            book_.Name(key, value, *expect.name + "." + key);
         }
     }
     ++cast_->expected;

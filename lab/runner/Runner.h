@@ -11,7 +11,6 @@
 
 #include "lab/runner/Figures.h"
 #include "lab/runner/Member.h"
-#include "lab/runner/NeutralTranscript.h"
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/Stage.h"
@@ -41,7 +40,7 @@ class CRunner {
     const std::vector<StepResult>& Results() const { return results_; }
     Figures Sum() const { return counter_.Sum(); }
     /// What was played, for a page.
-    LifePage::Life Life() const { return book_.Life(neutral_.Lines()); }
+    LifePage::Life Life() const { return book_.Life(); }
 
   private:
     struct Cast;
@@ -77,7 +76,6 @@ class CRunner {
     const RunOptions options_;
     CScreen& screen_;
     CTranscript transcript_;
-    CNeutralTranscript neutral_;
     CLifeBook book_;
     CFigureCounter counter_;
     std::vector<StepResult> results_;

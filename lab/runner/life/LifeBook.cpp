@@ -66,11 +66,20 @@ void CLifeBook::Command(const std::string& actor, const std::string& line) {
     told_.push_back({Since(now), actor, Process(actor), CLine("command").With("text", line)});
 }
 
-std::size_t CLifeBook::Event(const std::string& actor, const TimedLine& line) {
+void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
     const std::uint64_t stamp = line.stamp.value_or(StampNow());
     const std::lock_guard<std::mutex> lock(mutex_);
     told_.push_back({Since(stamp), actor, Process(actor), line.line});
-    return told_.size() - 1;
+}
+
+void CLifeBook::Name(const std::string& key, const std::string& value, const std::string& name) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    given_.Name(key, value, name, told_.size());
+}
+
+void CLifeBook::Given(const std::string& text) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    given_.text += text;
 }
 
 void CLifeBook::Step(const std::string& text) {
@@ -91,7 +100,16 @@ void CLifeBook::StepDone(const StepResult& result) {
     step.failure = result.failure;
 }
 
-LifePage::Life CLifeBook::Life(const std::vector<NeutralLine>& neutral) const {
+std::string CLifeBook::NeutralTranscript() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    std::string text;
+    for (const NeutralLine& line : NeutralLines(told_, processes_, given_)) {
+        text += line.text + "\n";
+    }
+    return text;
+}
+
+LifePage::Life CLifeBook::Life() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     LifePage::Life life;
     life.title = title_;
@@ -100,7 +118,7 @@ LifePage::Life CLifeBook::Life(const std::vector<NeutralLine>& neutral) const {
     life.processes = processes_;
     life.steps = steps_;
     const std::vector<std::size_t> places = TellEvents(told_, life);
-    for (const NeutralLine& line : neutral) {
+    for (const NeutralLine& line : NeutralLines(told_, processes_, given_)) {
         life.neutral.push_back({line.text, places.at(line.event)});
     }
     JoinExchanges(life);

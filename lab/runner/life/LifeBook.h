@@ -31,14 +31,18 @@ class CLifeBook {
     void End(const std::string& actor, const std::string& how);
     /// Somebody types a line.
     void Command(const std::string& actor, const std::string& line);
-    /// Gives the event a number, by which it is found again.
-    std::size_t Event(const std::string& actor, const TimedLine& line);
+    void Event(const std::string& actor, const TimedLine& line);
+    /// The scenario calls a field of an event, or has said a text, that its neutral transcript
+    /// keeps.
+    void Name(const std::string& key, const std::string& value, const std::string& name);
+    void Given(const std::string& text);
     void Step(const std::string& text);
     /// How the step that was opened last has ended.
     void StepDone(const StepResult& result);
 
-    /// All of it, and what follows from it. `neutral` names events by their numbers.
-    LifePage::Life Life(const std::vector<NeutralLine>& neutral) const;
+    /// All of it, and what follows from it.
+    LifePage::Life Life() const;
+    std::string NeutralTranscript() const;
 
   private:
     LifePage::Moment Since(std::uint64_t stamp) const;
@@ -54,6 +58,7 @@ class CLifeBook {
     std::map<std::string, std::vector<std::size_t>> processesOf_;  // by actor
     std::vector<LifePage::Step> steps_;
     std::vector<ToldEvent> told_;
+    GivenTexts given_;
 };
 
 }  // namespace Kyr::Lab::Runner

@@ -16,7 +16,7 @@ TEST(LifeBookTest, ProcessesOfOneActorAreCounted) {
     book.End("host", "with code 0");
     book.End("host", "with code 0");  // nothing more
     book.Begin("host", "(started)");
-    const LifePage::Life life = book.Life({});
+    const LifePage::Life life = book.Life();
     EXPECT_EQ(life.toldBy, "now labrunner");
     EXPECT_THAT(life.processes, ElementsAre(Field(&LifePage::Process::name, "host 1"),
                                             Field(&LifePage::Process::name, "host 2")));
@@ -33,7 +33,7 @@ TEST(LifeBookTest, StepsTellHowTheyEnded) {
     book.StepDone({"", "one", true, "", {}});
     book.Step("two");
     book.StepDone({"", "two", false, "line 7: no", {}});
-    const LifePage::Life life = book.Life({});
+    const LifePage::Life life = book.Life();
     EXPECT_EQ(life.title, "A title");
     ASSERT_THAT(life.steps, SizeIs(2));
     EXPECT_EQ(life.steps[0].end, LifePage::Step::End::kHeld);
@@ -45,20 +45,33 @@ TEST(LifeBookTest, StepsTellHowTheyEnded) {
 TEST(LifeBookTest, FailureBeforeTheFirstStepIsAStep) {
     CLifeBook book("");
     book.StepDone({"", "before the first step", false, "line 1: no", {}});
-    ASSERT_THAT(book.Life({}).steps, SizeIs(1));
-    EXPECT_EQ(book.Life({}).steps[0].text, "before the first step");
+    ASSERT_THAT(book.Life().steps, SizeIs(1));
+    EXPECT_EQ(book.Life().steps[0].text, "before the first step");
 }
 
 TEST(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
     CLifeBook book("");
     book.Begin("host", "(started)");
-    const std::size_t later = book.Event("host", {"", CLine("ready"), ~std::uint64_t{0} / 2});
-    const std::size_t sooner =
-        book.Event("host", {"", CLine("log").With("text", "x"), ~std::uint64_t{0} / 2 - 1});
-    const LifePage::Life life = book.Life({{"one", later}, {"two", sooner}});
+    book.Event("host", {"", CLine("life").With("call", "x"), ~std::uint64_t{0} / 2});
+    book.Event("host", {"", CLine("log").With("text", "y"), ~std::uint64_t{0} / 2 - 1});
+    const LifePage::Life life = book.Life();
     EXPECT_THAT(life.neutral[0].event, Optional(2U));
     EXPECT_THAT(life.neutral[1].event, Optional(1U));
-    EXPECT_EQ(life.events[1].text, "x");
+    EXPECT_EQ(life.events[1].text, "y");
+    EXPECT_EQ(book.NeutralTranscript(), "host 1: life call=x\nhost 1: log text=y\n");
+}
+
+TEST(LifeBookTest, NamesAndTextsOfTheScenarioStandInTheNeutralTranscript) {
+    CLifeBook book("");
+    book.Begin("product", "(started)");
+    book.Given("kill ids=11111111-2222-3333-4444-555555555555\n");
+    book.Event("product", {"", CLine("did").With("pid", "36"), 1});
+    book.Name("pid", "36", "victim.pid");
+    book.Event("product",
+               ParseLine("00:00:00.000 error text=11111111-2222-3333-4444-555555555555"));
+    EXPECT_EQ(book.NeutralTranscript(),
+              "product 1: error text=11111111-2222-3333-4444-555555555555\n"
+              "product 1: did pid=$victim.pid\n");
 }
 
 }  // namespace
