@@ -9,7 +9,6 @@
 #include <sstream>
 #include <tuple>
 
-#include "lab/runner/HexText.h"
 #include "lab/runner/NeutralRecords.h"
 #include "lab/runner/TranscriptStreams.h"
 

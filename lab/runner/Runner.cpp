@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <fstream>
 #include <map>
 #include <optional>
 #include <stdexcept>
@@ -84,8 +83,11 @@ CRunner::CRunner(Stage stage, RunOptions options, CScreen& screen)
     : stage_(std::move(stage)),
       options_(std::move(options)),
       screen_(screen),
-      transcript_(stage_.File("transcript.txt"), options_.heading),
-      book_(options_.heading) {
+      transcript_(stage_.File("transcript.txt"), std::ios::binary),
+      book_(transcript_, options_.heading) {
+    if (!transcript_) {
+        throw std::runtime_error("cannot write " + stage_.File("transcript.txt"));
+    }
     // The hosts append to it.
     std::ofstream(stage_.HostLog(), std::ios::app) << "# " << options_.heading << '\n';
 }
@@ -267,7 +269,6 @@ void CRunner::Start(const Statement& start) {
     member.actor = stage_.Start(start.actor, arguments,
                                 [this](const std::string& actor, const TimedLine& line) {
                                     screen_.Event(actor, line);
-                                    transcript_.Event(actor, line);
                                     book_.Event(actor, line);
                                     CheckEvent(actor, line.line);
                                     counter_.Event(line.line);

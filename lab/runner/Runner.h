@@ -5,6 +5,7 @@
 // results; nothing throws but what cannot be set up at all.
 #pragma once
 
+#include <fstream>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +15,6 @@
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/Stage.h"
-#include "lab/runner/Transcript.h"
 #include "lab/runner/life/LifeBook.h"
 
 namespace Kyr::Lab::Runner {
@@ -75,7 +75,7 @@ class CRunner {
     const Stage stage_;
     const RunOptions options_;
     CScreen& screen_;
-    CTranscript transcript_;
+    std::ofstream transcript_;
     CLifeBook book_;
     CFigureCounter counter_;
     std::vector<StepResult> results_;

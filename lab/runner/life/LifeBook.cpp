@@ -20,10 +20,13 @@ std::uint64_t StampNow() {
 
 }  // namespace
 
-CLifeBook::CLifeBook(std::string toldBy)
+CLifeBook::CLifeBook(std::ostream& transcript, std::string toldBy)
     : toldBy_(std::move(toldBy)),
       begin_(std::chrono::system_clock::now()),
-      beginStamp_(StampNow()) {}
+      beginStamp_(StampNow()),
+      transcript_(transcript) {
+    transcript_ << "# " << toldBy_ << std::endl;
+}
 
 LifePage::Moment CLifeBook::Since(std::uint64_t stamp) const {
     return LifePage::Moment(stamp < beginStamp_ ? 0 : stamp - beginStamp_);
@@ -69,6 +72,8 @@ void CLifeBook::Command(const std::string& actor, const std::string& line) {
 void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
     const std::uint64_t stamp = line.stamp.value_or(StampNow());
     const std::lock_guard<std::mutex> lock(mutex_);
+    transcript_ << line.time << ' ' << actor << ' ' << line.line.Text()
+                << (line.stamp ? " at=" + std::to_string(*line.stamp) : "") << std::endl;
     told_.push_back({Since(stamp), actor, Process(actor), line.line});
 }
 

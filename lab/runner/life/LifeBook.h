@@ -1,4 +1,5 @@
-// Keeps what a run tells, for the page that shows it (lifepage/).
+// Keeps what a run tells: in a file, an event a line, for reading afterwards, and for the page that
+// shows it (lifepage/).
 //
 // Threads: every operation from any thread.
 #pragma once
@@ -8,6 +9,7 @@
 #include <cstdint>
 #include <map>
 #include <mutex>
+#include <ostream>
 #include <string>
 #include <vector>
 
@@ -21,8 +23,9 @@ namespace Kyr::Lab::Runner {
 
 class CLifeBook {
   public:
-    /// `toldBy`: when, and by what, the run was made.
-    explicit CLifeBook(std::string toldBy);
+    /// `transcript` gets each event as it comes, and must outlive the book. `toldBy`: when, and by
+    /// what, the run was made.
+    CLifeBook(std::ostream& transcript, std::string toldBy);
 
     void Title(const std::string& title);
     /// A process of `actor` is started.
@@ -53,6 +56,7 @@ class CLifeBook {
     const std::uint64_t beginStamp_;
 
     mutable std::mutex mutex_;  // guards what follows
+    std::ostream& transcript_;
     std::string title_;
     std::vector<LifePage::Process> processes_;
     std::map<std::string, std::vector<std::size_t>> processesOf_;  // by actor

@@ -7,7 +7,6 @@
 #include <tuple>
 #include <utility>
 
-#include "lab/runner/HexText.h"
 #include "lab/runner/Narration.h"
 #include "lab/runner/TranscriptStreams.h"
 
@@ -144,6 +143,14 @@ std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage
 
 bool BeginsWith(const std::string& text, const std::string& begin) {
     return text.compare(0, begin.size(), begin) == 0;
+}
+
+std::string FromHex(const std::string& hex) {
+    std::string bytes;
+    for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
+        bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
+    }
+    return bytes;
 }
 
 std::string Value(const Event& event, const std::string& key) {

@@ -28,6 +28,10 @@ std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage
 
 bool BeginsWith(const std::string& text, const std::string& begin);
 
+/// Bytes as they are told: two hexadecimal digits each. Errors: std::invalid_argument for what are
+/// no such digits.
+std::string FromHex(const std::string& hex);
+
 /// The value of the event's field `key`, or an empty text.
 std::string Value(const LifePage::Event& event, const std::string& key);
 

@@ -23,6 +23,8 @@ constexpr std::chrono::seconds kAtOnce(10);
 
 class RunnerFixture {
   protected:
+    RunnerFixture() { boost::filesystem::create_directory(stage_.work); }
+
     /// Plays statements, which are parted by "; ", the first of them in line 2. Tells what failed.
     std::string Play(const std::string& statements) {
         CScreen screen(screen_, true, CScreen::Detail::kEverything);

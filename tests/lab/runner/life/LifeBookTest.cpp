@@ -1,4 +1,5 @@
 #include <gmock/gmock.h>
+#include <sstream>
 
 #include "lab/runner/life/LifeBook.h"
 
@@ -10,8 +11,13 @@ using ::testing::Field;
 using ::testing::Optional;
 using ::testing::SizeIs;
 
-TEST(LifeBookTest, ProcessesOfOneActorAreCounted) {
-    CLifeBook book("now labrunner");
+class LifeBookTest : public ::testing::Test {
+  protected:
+    std::ostringstream transcript_;
+};
+
+TEST_F(LifeBookTest, ProcessesOfOneActorAreCounted) {
+    CLifeBook book(transcript_, "now labrunner");
     book.Begin("host", "(started)");
     book.End("host", "with code 0");
     book.End("host", "with code 0");  // nothing more
@@ -26,8 +32,8 @@ TEST(LifeBookTest, ProcessesOfOneActorAreCounted) {
     EXPECT_THAT(life.events, SizeIs(3));
 }
 
-TEST(LifeBookTest, StepsTellHowTheyEnded) {
-    CLifeBook book("");
+TEST_F(LifeBookTest, StepsTellHowTheyEnded) {
+    CLifeBook book(transcript_, "");
     book.Title("A title");
     book.Step("one");
     book.StepDone({"", "one", true, "", {}});
@@ -42,15 +48,15 @@ TEST(LifeBookTest, StepsTellHowTheyEnded) {
     EXPECT_LE(life.steps[0].until, life.steps[1].from);
 }
 
-TEST(LifeBookTest, FailureBeforeTheFirstStepIsAStep) {
-    CLifeBook book("");
+TEST_F(LifeBookTest, FailureBeforeTheFirstStepIsAStep) {
+    CLifeBook book(transcript_, "");
     book.StepDone({"", "before the first step", false, "line 1: no", {}});
     ASSERT_THAT(book.Life().steps, SizeIs(1));
     EXPECT_EQ(book.Life().steps[0].text, "before the first step");
 }
 
-TEST(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
-    CLifeBook book("");
+TEST_F(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
+    CLifeBook book(transcript_, "");
     book.Begin("host", "(started)");
     book.Event("host", {"", CLine("life").With("call", "x"), ~std::uint64_t{0} / 2});
     book.Event("host", {"", CLine("log").With("text", "y"), ~std::uint64_t{0} / 2 - 1});
@@ -61,8 +67,8 @@ TEST(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
     EXPECT_EQ(book.NeutralTranscript(), "host 1: life call=x\nhost 1: log text=y\n");
 }
 
-TEST(LifeBookTest, NamesAndTextsOfTheScenarioStandInTheNeutralTranscript) {
-    CLifeBook book("");
+TEST_F(LifeBookTest, NamesAndTextsOfTheScenarioStandInTheNeutralTranscript) {
+    CLifeBook book(transcript_, "");
     book.Begin("product", "(started)");
     book.Given("kill ids=11111111-2222-3333-4444-555555555555\n");
     book.Event("product", {"", CLine("did").With("pid", "36"), 1});
