@@ -20,58 +20,46 @@ bool IsActor(const std::string& word) {
     return word == "product" || word == "host";
 }
 
-/// The words of one line: one after the other, or all that follow as they stand.
-/// Errors: std::invalid_argument, without the line.
-class CWords {
-  public:
-    explicit CWords(const std::string& text)
-        : text_(boost::algorithm::trim_copy(text)), scanner_(text_) {}
-    CWords(const CWords&) = delete;
-    CWords& operator=(const CWords&) = delete;
+/// The words of one line. What reads them throws std::invalid_argument, without the line.
+using Words = CLineScanner;
 
-    std::string Next(const char* wanted) {
-        Require(wanted);
-        std::string word = scanner_.TakeWord();
-        scanner_.SkipBlanks();
-        return word;
+void Require(const Words& words, const char* wanted) {
+    if (words.AtEnd()) {
+        throw std::invalid_argument(std::string("expected ") + wanted);
     }
+}
 
-    std::string Rest(const char* wanted) {
-        Require(wanted);
-        return std::string(scanner_.TakeWhile([](char) { return true; }));
+std::string Next(Words& words, const char* wanted) {
+    Require(words, wanted);
+    std::string word = words.TakeWord();
+    words.SkipBlanks();
+    return word;
+}
+
+/// All that follows, as it stands.
+std::string Rest(Words& words, const char* wanted) {
+    Require(words, wanted);
+    return std::string(words.TakeWhile([](char) { return true; }));
+}
+
+std::string NextActor(Words& words) {
+    std::string word = Next(words, "\"product\" or \"host\"");
+    if (!IsActor(word)) {
+        throw std::invalid_argument("\"" + word + "\" is neither \"product\" nor \"host\"");
     }
+    return word;
+}
 
-    std::string NextActor() {
-        std::string word = Next("\"product\" or \"host\"");
-        if (!IsActor(word)) {
-            throw std::invalid_argument("\"" + word + "\" is neither \"product\" nor \"host\"");
-        }
-        return word;
+std::chrono::milliseconds NextDuration(Words& words) {
+    static const std::regex kForm("([0-9]{1,6})(ms|s)");
+    const std::string word = Next(words, "a duration such as 5s or 200ms");
+    std::smatch parts;
+    if (!std::regex_match(word, parts, kForm)) {
+        throw std::invalid_argument("\"" + word + "\" is no duration such as 5s or 200ms");
     }
-
-    std::chrono::milliseconds NextDuration() {
-        static const std::regex kForm("([0-9]{1,6})(ms|s)");
-        const std::string word = Next("a duration such as 5s or 200ms");
-        std::smatch parts;
-        if (!std::regex_match(word, parts, kForm)) {
-            throw std::invalid_argument("\"" + word + "\" is no duration such as 5s or 200ms");
-        }
-        const std::chrono::milliseconds number(std::stoi(parts[1]));
-        return parts[2] == "s" ? number * 1000 : number;
-    }
-
-    bool AtEnd() const { return scanner_.AtEnd(); }
-
-  private:
-    void Require(const char* wanted) const {
-        if (AtEnd()) {
-            throw std::invalid_argument(std::string("expected ") + wanted);
-        }
-    }
-
-    const std::string text_;
-    CLineScanner scanner_;
-};
+    const std::chrono::milliseconds number(std::stoi(parts[1]));
+    return parts[2] == "s" ? number * 1000 : number;
+}
 
 /// One more kind of events. What no program can tell is refused: `never` would hold for it
 /// whatever happens.
@@ -94,44 +82,44 @@ void AddField(const std::string& word, Statement& statement) {
     pattern.fields.push_back(std::move(field));
 }
 
-void ReadText(CWords& words, Statement& statement) {
-    statement.text = words.Rest("a text");
+void ReadText(Words& words, Statement& statement) {
+    statement.text = Rest(words, "a text");
 }
 
-void ReadActor(CWords& words, Statement& statement) {
-    statement.actor = words.NextActor();
+void ReadActor(Words& words, Statement& statement) {
+    statement.actor = NextActor(words);
 }
 
-void ReadStart(CWords& words, Statement& statement) {
-    statement.actor = words.NextActor();
+void ReadStart(Words& words, Statement& statement) {
+    statement.actor = NextActor(words);
     while (!words.AtEnd()) {
-        statement.arguments.push_back(words.Next(""));
+        statement.arguments.push_back(Next(words, ""));
     }
 }
 
-void ReadGone(CWords& words, Statement& statement) {
-    statement.actor = words.NextActor();
+void ReadGone(Words& words, Statement& statement) {
+    statement.actor = NextActor(words);
     statement.duration = kDefaultPatience;
     if (!words.AtEnd()) {
-        if (words.Next("") != "within") {
+        if (Next(words, "") != "within") {
             throw std::invalid_argument("expected \"within\" and a duration");
         }
-        statement.duration = words.NextDuration();
+        statement.duration = NextDuration(words);
     }
 }
 
-void ReadExpectation(CWords& words, Statement& statement) {
-    statement.actor = words.NextActor();
-    AddPattern(words.Next("a kind of event"), statement);
+void ReadExpectation(Words& words, Statement& statement) {
+    statement.actor = NextActor(words);
+    AddPattern(Next(words, "a kind of event"), statement);
     std::optional<std::chrono::milliseconds> within;
     while (!words.AtEnd()) {
-        const std::string word = words.Next("");
+        const std::string word = Next(words, "");
         if (word == "within") {
-            within = words.NextDuration();
+            within = NextDuration(words);
         } else if (word == "as") {
-            statement.name = words.Next("a name");
+            statement.name = Next(words, "a name");
         } else if (word == "after" && statement.verb == Verb::kThen) {
-            statement.after = words.NextDuration();
+            statement.after = NextDuration(words);
         } else {
             AddField(word, statement);
         }
@@ -140,11 +128,11 @@ void ReadExpectation(CWords& words, Statement& statement) {
     statement.duration = within.value_or(patience);
 }
 
-void ReadForbidden(CWords& words, Statement& statement) {
-    statement.actor = words.NextActor();
-    AddPattern(words.Next("a kind of event"), statement);
+void ReadForbidden(Words& words, Statement& statement) {
+    statement.actor = NextActor(words);
+    AddPattern(Next(words, "a kind of event"), statement);
     while (!words.AtEnd()) {
-        const std::string word = words.Next("");
+        const std::string word = Next(words, "");
         if (word.find_first_of("=~") == std::string::npos) {
             AddPattern(word, statement);
         } else {
@@ -153,16 +141,16 @@ void ReadForbidden(CWords& words, Statement& statement) {
     }
 }
 
-void ReadWait(CWords& words, Statement& statement) {
-    statement.duration = words.NextDuration();
-    statement.text = words.Rest("what is waited for");
+void ReadWait(Words& words, Statement& statement) {
+    statement.duration = NextDuration(words);
+    statement.text = Rest(words, "what is waited for");
 }
 
 /// What stands behind a statement's first word, and whether the statement can fail for something
 /// that a program did or did not do.
 struct Form {
     Verb verb;
-    void (*read)(CWords& words, Statement& statement);
+    void (*read)(Words& words, Statement& statement);
     bool expects = false;
 };
 
@@ -184,17 +172,18 @@ const std::map<std::string, Form> kForms{{"step", {Verb::kStep, ReadText}},
 class CScenarioReader {
   public:
     void Take(std::size_t number, const std::string& line) {
-        CWords words(line);
-        if (words.AtEnd() || boost::algorithm::trim_left_copy(line).front() == '#') {
+        const std::string trimmed = boost::algorithm::trim_copy(line);
+        if (trimmed.empty() || trimmed.front() == '#') {
             return;
         }
+        Words words(trimmed);
         if (scenario_.title.empty()) {
             TakeTitle(words);
             return;
         }
         scenario_.statements.push_back(Read(number, words));
         if (!words.AtEnd()) {
-            throw std::invalid_argument("\"" + words.Rest("") + "\" is left over");
+            throw std::invalid_argument("\"" + Rest(words, "") + "\" is left over");
         }
     }
 
@@ -211,17 +200,17 @@ class CScenarioReader {
   private:
     static constexpr char kNoTitle[] = "a scenario begins with its title";
 
-    void TakeTitle(CWords& words) {
-        if (words.Next("a title") != "title") {
+    void TakeTitle(Words& words) {
+        if (Next(words, "a title") != "title") {
             throw std::invalid_argument(kNoTitle);
         }
-        scenario_.title = words.Rest("the title's text");
+        scenario_.title = Rest(words, "the title's text");
     }
 
-    Statement Read(std::size_t number, CWords& words) {
-        const std::string word = words.Next("a statement");
+    Statement Read(std::size_t number, Words& words) {
+        const std::string word = Next(words, "a statement");
         if (IsActor(word)) {
-            return {Verb::kCommand, number, word, words.Rest("a command")};
+            return {Verb::kCommand, number, word, Rest(words, "a command")};
         }
         const auto form = kForms.find(word);
         if (form == kForms.end()) {
