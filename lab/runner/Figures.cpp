@@ -1,5 +1,7 @@
 #include "lab/runner/Figures.h"
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::Runner {
@@ -9,10 +11,6 @@ namespace {
 std::uint64_t Number(const CLine& line, const char* key) {
     const std::string* const value = line.Find(key);
     return value == nullptr ? 0 : ParseNumber(*value);
-}
-
-bool Begins(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
 }
 
 }  // namespace
@@ -32,6 +30,7 @@ void CFigureCounter::Event(const CLine& line) {
 }
 
 void CFigureCounter::Log(const CLine& line) {
+    using boost::algorithm::starts_with;
     const std::string text = line.Value("text");
     if (text == "Connected to product, processing tasks") {
         ++sum_.connections;
@@ -41,10 +40,11 @@ void CFigureCounter::Log(const CLine& line) {
         ++sum_.reconnections;
         reconnecting_ = true;
     } else if (reconnecting_ && line.Value("level") == "4" &&
-               Begins(text, "Starting TULK OVANTA Connector connector module failed with: ")) {
+               starts_with(text, "Starting TULK OVANTA Connector connector module failed with: ")) {
         --sum_.reconnections;
         reconnecting_ = false;
-    } else if (Begins(text, "Message task was canceled because maximum retry count was reached")) {
+    } else if (starts_with(text,
+                           "Message task was canceled because maximum retry count was reached")) {
         ++sum_.givenUp;
     }
 }
@@ -66,15 +66,12 @@ Figures CFigureCounter::Sum() const {
 }
 
 Figures& Figures::operator+=(const Figures& other) {
-    requests += other.requests;
-    pings += other.pings;
-    connections += other.connections;
-    reconnections += other.reconnections;
-    givenUp += other.givenUp;
-    records += other.records;
+    for (const auto count :
+         {&Figures::requests, &Figures::pings, &Figures::connections, &Figures::reconnections,
+          &Figures::givenUp, &Figures::records, &Figures::twice, &Figures::lost}) {
+        this->*count += other.*count;
+    }
     counted = counted || other.counted;
-    twice += other.twice;
-    lost += other.lost;
     return *this;
 }
 

@@ -70,19 +70,23 @@ void CScreen::Print(const std::string& line) {
     out_ << line << std::endl;
 }
 
+void CScreen::Detailed(const std::string& line) {
+    if (detail_ == Detail::kEverything) {
+        Print(line);
+    }
+}
+
 void CScreen::Row(Colour colour, const std::string& origin, const std::string& text,
                   const std::string& time) {
-    Print("  " + Paint(time.empty() ? Colour::kPlain : Colour::kDim, Padded(time, kTimeWidth)) +
-          "  " + Paint(colour, Padded(origin, kActorWidth) + Shortened(text)));
+    Detailed("  " + Paint(time.empty() ? Colour::kPlain : Colour::kDim, Padded(time, kTimeWidth)) +
+             "  " + Paint(colour, Padded(origin, kActorWidth) + Shortened(text)));
 }
 
 void CScreen::Title(const std::string& title) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        shown_.clear();
-        Print("");
-        Print(Paint(Colour::kBold, title));
-    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    shown_.clear();
+    Detailed("");
+    Detailed(Paint(Colour::kBold, title));
 }
 
 void CScreen::Step(std::size_t number, const std::string& text) {
@@ -90,22 +94,18 @@ void CScreen::Step(std::size_t number, const std::string& text) {
 }
 
 void CScreen::Say(const std::string& text) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        Print(std::string(kTimeWidth + 4, ' ') + text);
-    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Detailed(std::string(kTimeWidth + 4, ' ') + text);
 }
 
 void CScreen::Command(const std::string& actor, const std::string& line) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        Row(Colour::kBold, actor, "<- " + line);
-    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Row(Colour::kBold, actor, "<- " + line);
 }
 
 void CScreen::Event(const std::string& actor, const TimedLine& line) {
     const Narration told = Narrate(line.line);
-    if (detail_ != Detail::kEverything || told.weight == Weight::kDetail) {
+    if (told.weight == Weight::kDetail) {
         return;
     }
     const Colour colour = told.weight == Weight::kWarning ? Colour::kYellow
@@ -120,10 +120,8 @@ void CScreen::Event(const std::string& actor, const TimedLine& line) {
 }
 
 void CScreen::Passed(const std::string& what) {
-    if (detail_ == Detail::kEverything) {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        Row(Colour::kGreen, "ok", what);
-    }
+    const std::lock_guard<std::mutex> lock(mutex_);
+    Row(Colour::kGreen, "ok", what);
 }
 
 void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds took) {

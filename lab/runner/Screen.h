@@ -53,6 +53,8 @@ class CScreen {
 
     std::string Paint(Colour colour, const std::string& text) const;
     void Print(const std::string& line);
+    /// Only for who wants to see everything.
+    void Detailed(const std::string& line);
     void Row(Colour colour, const std::string& origin, const std::string& text,
              const std::string& time = {});
     void ClearCountdown();
