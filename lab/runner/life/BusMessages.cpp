@@ -1,5 +1,3 @@
-#include "lab/runner/life/BusMessages.h"
-
 #include <algorithm>
 #include <cstddef>
 #include <map>
@@ -7,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
 namespace Kyr::Lab::Runner {

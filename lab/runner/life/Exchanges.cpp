@@ -1,5 +1,3 @@
-#include "lab/runner/life/Exchanges.h"
-
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -7,6 +5,7 @@
 #include <utility>
 
 #include "lab/common/CommandWords.h"
+#include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 #include "probe/decode/Decode.h"
 

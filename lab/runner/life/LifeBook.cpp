@@ -4,11 +4,7 @@
 #include <utility>
 
 #include "lab/common/LineWriter.h"
-#include "lab/runner/life/BusMessages.h"
-#include "lab/runner/life/Exchanges.h"
-#include "lab/runner/life/Outages.h"
-#include "lab/runner/life/RecordFlow.h"
-#include "lab/runner/life/TaskRoads.h"
+#include "lab/runner/life/Tellers.h"
 
 namespace Kyr::Lab::Runner {
 
@@ -38,12 +34,16 @@ void CLifeBook::Title(const std::string& title) {
 }
 
 void CLifeBook::Begin(const std::string& actor, const std::string& command) {
-    const std::uint64_t now = StampNow();
     const std::lock_guard<std::mutex> lock(mutex_);
+    const LifePage::Moment now = Since(StampNow());
     std::vector<std::size_t>& own = processesOf_[actor];
     own.push_back(processes_.size());
-    processes_.push_back({actor + " " + std::to_string(own.size()), Since(now), Since(now), ""});
-    told_.push_back({Since(now), actor, own.back(), CLine("command").With("text", command)});
+    processes_.push_back({actor + " " + std::to_string(own.size()), now, now, ""});
+    Tell(actor, now, CLine("command").With("text", command));
+}
+
+void CLifeBook::Tell(const std::string& actor, LifePage::Moment at, const CLine& line) {
+    told_.push_back({at, actor, Process(actor), line});
 }
 
 std::size_t CLifeBook::Process(const std::string& actor) {
@@ -52,21 +52,18 @@ std::size_t CLifeBook::Process(const std::string& actor) {
 }
 
 void CLifeBook::End(const std::string& actor, const std::string& how) {
-    const std::uint64_t now = StampNow();
     const std::lock_guard<std::mutex> lock(mutex_);
     LifePage::Process& process = processes_.at(Process(actor));
     if (process.end.empty()) {
         process.end = how;
-        process.until = Since(now);
-        told_.push_back({Since(now), actor, Process(actor),
-                         CLine("end").With("text", process.name + " ended " + how)});
+        process.until = Since(StampNow());
+        Tell(actor, process.until, CLine("end").With("text", process.name + " ended " + how));
     }
 }
 
 void CLifeBook::Command(const std::string& actor, const std::string& line) {
-    const std::uint64_t now = StampNow();
     const std::lock_guard<std::mutex> lock(mutex_);
-    told_.push_back({Since(now), actor, Process(actor), CLine("command").With("text", line)});
+    Tell(actor, Since(StampNow()), CLine("command").With("text", line));
 }
 
 void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
@@ -74,7 +71,7 @@ void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
     const std::lock_guard<std::mutex> lock(mutex_);
     transcript_ << line.time << ' ' << actor << ' ' << line.line.Text()
                 << (line.stamp ? " at=" + std::to_string(*line.stamp) : "") << std::endl;
-    told_.push_back({Since(stamp), actor, Process(actor), line.line});
+    Tell(actor, Since(stamp), line.line);
 }
 
 void CLifeBook::Name(const std::string& key, const std::string& value, const std::string& name) {

@@ -50,6 +50,7 @@ class CLifeBook {
   private:
     LifePage::Moment Since(std::uint64_t stamp) const;
     std::size_t Process(const std::string& actor);
+    void Tell(const std::string& actor, LifePage::Moment at, const CLine& line);
 
     const std::string toldBy_;
     const std::chrono::system_clock::time_point begin_;

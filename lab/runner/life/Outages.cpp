@@ -1,8 +1,7 @@
-#include "lab/runner/life/Outages.h"
-
 #include <optional>
 #include <string>
 
+#include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
 namespace Kyr::Lab::Runner {

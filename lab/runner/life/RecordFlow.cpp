@@ -1,10 +1,9 @@
-#include "lab/runner/life/RecordFlow.h"
-
 #include <map>
 #include <stdexcept>
 #include <string>
 
 #include "lab/common/CommandWords.h"
+#include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
 namespace Kyr::Lab::Runner {

@@ -1,5 +1,3 @@
-#include "lab/runner/life/TaskRoads.h"
-
 #include <deque>
 #include <map>
 #include <optional>
@@ -10,6 +8,7 @@
 #include <boost/algorithm/string/case_conv.hpp>
 #include <boost/algorithm/string/split.hpp>
 
+#include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
 namespace Kyr::Lab::Runner {

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "lab/runner/life/Outages.h"
+#include "lab/runner/life/Tellers.h"
 #include "tests/lab/runner/life/ToldLife.h"
 
 namespace Kyr::Lab::Runner {
