@@ -1,7 +1,6 @@
 #include "lab/crashtest/CrashTest.h"
 
 #include <algorithm>
-#include <iterator>
 #include <random>
 #include <stdexcept>
 
@@ -145,11 +144,12 @@ struct Share {
     int randomKills;
     int bothKills;
     int productKills;
+    CrashReport report;
 };
 
 /// Plays one world to its end; what goes wrong becomes a problem in its report.
-CrashReport Play(const Runner::Stage& stage, const Share& share, std::uint64_t seed) {
-    CrashReport report;
+void Play(const Runner::Stage& stage, std::uint64_t seed, Share& share) {
+    CrashReport& report = share.report;
     try {
         CRounds rounds(stage, seed);
         if (share.killsAtSteps) {
@@ -164,7 +164,6 @@ CrashReport Play(const Runner::Stage& stage, const Share& share, std::uint64_t s
     } catch (const std::exception& problem) {
         report.problems.push_back(std::string(share.name) + ": " + problem.what());
     }
-    return report;
 }
 
 }  // namespace
@@ -185,25 +184,25 @@ void CrashReport::Add(const CrashReport& other) {
 }
 
 CrashReport Run(const CrashPlan& plan, const Runner::CWorkFolder& folder) {
-    const Share shares[] = {
-        {"steps", true, plan.randomKills - plan.randomKills / 2, 0, 0},
-        {"random", false, plan.randomKills / 2, plan.bothKills, 0},
-        {"product-1", false, 0, 0, plan.productKills - plan.productKills / 2},
-        {"product-2", false, 0, 0, plan.productKills / 2},
+    Share shares[] = {
+        {"steps", true, plan.randomKills - plan.randomKills / 2, 0, 0, {}},
+        {"random", false, plan.randomKills / 2, plan.bothKills, 0, {}},
+        {"product-1", false, 0, 0, plan.productKills - plan.productKills / 2, {}},
+        {"product-2", false, 0, 0, plan.productKills / 2, {}},
     };
-    std::array<CrashReport, std::size(shares)> reports;
     boost::thread_group threads;
-    for (std::size_t at = 0; at < reports.size(); ++at) {
+    std::uint64_t seed = plan.seed;
+    for (Share& share : shares) {
         Runner::Stage stage = plan.stage;
-        stage.work = folder.EmptyFolder(shares[at].name);
-        stage.ports = folder.EmptyFolder(std::string(shares[at].name) + "/ports");
-        threads.create_thread([&report = reports[at], stage, share = shares[at],
-                               seed = plan.seed + at] { report = Play(stage, share, seed); });
+        stage.work = folder.EmptyFolder(share.name);
+        stage.ports = folder.EmptyFolder(std::string(share.name) + "/ports");
+        threads.create_thread([&share, stage, seed] { Play(stage, seed, share); });
+        ++seed;
     }
     threads.join_all();
     CrashReport all;
-    for (const CrashReport& report : reports) {
-        all.Add(report);
+    for (const Share& share : shares) {
+        all.Add(share.report);
     }
     return all;
 }
