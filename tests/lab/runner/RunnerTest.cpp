@@ -230,7 +230,7 @@ const Played kLives[] = {
 INSTANTIATE_TEST_SUITE_P(Life, PlayedTest, ValuesIn(kLives),
                          [](const auto& row) { return row.param.name; });
 
-class RunnerTest : public RunnerFixture, public Test {};
+class RunnerTest : public RunnerFixture, public ::testing::Test {};
 
 TEST_F(RunnerTest, OptionsForEveryHostReachIt) {
     stage_.hostOptions = {"--port-layer"};
