@@ -1,5 +1,4 @@
 #include <chrono>
-#include <fstream>
 #include <gmock/gmock.h>
 #include <sstream>
 
@@ -7,7 +6,7 @@
 
 #include "lab/firstday/FirstDay.h"
 #include "lab/runner/ReadFile.h"
-#include "tests/support/system/TemporaryFolder.h"
+#include "tests/lab/runner/ParrotFolder.h"
 
 namespace Kyr::Lab::FirstDay {
 namespace {
@@ -15,24 +14,22 @@ namespace {
 using ::testing::EndsWith;
 using ::testing::HasSubstr;
 
-/// Programs of the first day, all of them pretenders. Unless a test says otherwise, all is well.
+/// Programs of the first day, all of them parrots. Unless a test says otherwise, all is well.
 class FirstDayTest : public ::testing::Test {
   protected:
     FirstDayTest() {
-        for (const char* const name :
-             {"portcontract", "simproduct-system", "ovprobe", "labrunner"}) {
-            boost::filesystem::copy_file(KYR_PRETENDER, folder_.File(name) + KYR_PROGRAM_SUFFIX);
-        }
-        Does("portcontract", "end 0\nWireTest.\n  Carries\n  Refuses  # with a comment\n");
+        Does("portcontract",
+             "raw WireTest.\nraw   Carries\nraw   Refuses  # with a comment\nend 0\n");
         Does("WireTest.Carries", "end 0\n");
         Does("WireTest.Refuses", "end 0\n");
-        Does("simproduct-system", "serve\n00:00:00.000 ready pid=1 alpc=open lpc=open\n");
-        Does("ovprobe", "end 0\nfine  everything\n");
+        Does("simproduct-system", "ready pid=1 alpc=open lpc=open\n");
+        Does("--install-only", "end 0\n");
+        Does("ovprobe", "raw fine  everything\nend 0\n");
         Does("labrunner", "end 0\n");
     }
 
-    void Does(const std::string& name, const std::string& what) const {
-        std::ofstream(folder_.File(name + ".does")) << what;
+    void Does(const std::string& name, const std::string& lines) const {
+        folder_.Write(name + ".obey", lines);
     }
     std::string Calls(const std::string& name) const {
         const std::string file = folder_.File(name + ".calls");
@@ -47,7 +44,8 @@ class FirstDayTest : public ::testing::Test {
     }
     std::string Report() const { return report_.str(); }
 
-    const Kyr::Test::CTemporaryFolder folder_;
+    const Runner::CParrotFolder folder_{
+        {"portcontract", "simproduct-system", "ovprobe", "labrunner"}};
     Plan plan_{folder_.Path(), "the-library", "scenarios", {"1-kill", "9-policy"}, ""};
 
   private:
@@ -94,7 +92,7 @@ TEST_F(FirstDayTest, RegistrationOfTheSimulatedProductIsTakenBack) {
 }
 
 TEST_F(FirstDayTest, ContractTestThatFailsIsToldWithItsOutput) {
-    Does("WireTest.Refuses", "end 1\nWireTest.cpp:12: Failure\n");
+    Does("WireTest.Refuses", "raw WireTest.cpp:12: Failure\nend 1\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("as expected  WireTest.Carries\n"
                                     "OTHERWISE    WireTest.Refuses\n"
@@ -104,7 +102,7 @@ TEST_F(FirstDayTest, ContractTestThatFailsIsToldWithItsOutput) {
 
 TEST_F(FirstDayTest, ContractTestWithoutEndIsEndedAndTheOthersAreTried) {
     plan_.testLimit = std::chrono::milliseconds(500);
-    Does("WireTest.Carries", "stay\nwaits\n");
+    Does("WireTest.Carries", "raw waits\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("OTHERWISE    WireTest.Carries\n"
                                     "    waits\n"
@@ -113,13 +111,13 @@ TEST_F(FirstDayTest, ContractTestWithoutEndIsEndedAndTheOthersAreTried) {
 }
 
 TEST_F(FirstDayTest, ContractWithoutTestsIsNotAsExpected) {
-    Does("portcontract", "end 1\nlibgtest.dll is missing\n");
+    Does("portcontract", "raw libgtest.dll is missing\nend 1\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("    libgtest.dll is missing\n"));
 }
 
 TEST_F(FirstDayTest, ProductThatCannotServeIsToldInItsOwnWords) {
-    Does("simproduct-system", "end 0\n00:00:00.000 error text=\"access denied\"\n");
+    Does("simproduct-system", "error text=\"access denied\"\nend 0\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(),
                 HasSubstr("simulated product: 00:00:00.000 error text=\"access denied\"\n"));
@@ -127,28 +125,28 @@ TEST_F(FirstDayTest, ProductThatCannotServeIsToldInItsOwnWords) {
 }
 
 TEST_F(FirstDayTest, ProgramThatIsMissingIsToldAndTheOthersAreTried) {
-    boost::filesystem::remove(folder_.File("ovprobe") + KYR_PROGRAM_SUFFIX);
+    boost::filesystem::remove(folder_.Program("ovprobe"));
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("ovprobe" KYR_PROGRAM_SUFFIX ": there is no such file\n"));
     EXPECT_THAT(Report(), HasSubstr("life 9-policy: as expected\n"));
 }
 
 TEST_F(FirstDayTest, LifeThatIsOtherwiseIsToldWithItsOutput) {
-    Does("labrunner", "end 1\nline 12: the host said nothing\n");
+    Does("labrunner", "raw line 12: the host said nothing\nend 1\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("    line 12: the host said nothing\n"));
     EXPECT_THAT(Report(), HasSubstr("life 1-kill: OTHERWISE\nlife 9-policy: OTHERWISE\n"));
 }
 
 TEST_F(FirstDayTest, RegistrationThatStaysIsTold) {
-    Does("simproduct-system", "end 1\n00:00:00.000 ready pid=1\n");
+    Does("--install-only", "end 1\n");
     EXPECT_EQ(Try(), Outcome::kOtherwise);
     EXPECT_THAT(Report(), HasSubstr("the simulated product is still registered\n"));
 }
 
 TEST_F(FirstDayTest, SystemWithoutTheFunctionsIsToldWhatCouldNotBeTried) {
     plan_.missing = "NtAlpcCreatePort, NtAlpcAcceptConnectPort";
-    Does("ovprobe", "end 3\nwrong  native functions\n");
+    Does("ovprobe", "raw wrong  native functions\nend 3\n");
     EXPECT_EQ(Try(), Outcome::kNotTried);
     EXPECT_THAT(
         Report(),

@@ -1,6 +1,5 @@
-// A program for an actor, in the place of host and product. It tells its arguments, an answer each,
-// but for --obey=LINE, which it obeys, and then obeys the lines that it hears, until its input
-// ends:
+// A program in the place of any other. It tells its arguments, an answer each, but for --obey=LINE,
+// which it obeys, and then obeys the lines that it hears, until its input ends:
 //
 //   quit             ends with the code that the last `code` gave, else with 0
 //   code NUMBER      what `quit` ends with
@@ -12,9 +11,14 @@
 //   raw TEXT         says TEXT as it stands
 //   KIND ...         says the line as an event of midnight
 //
+// Where a file NAME.obey stands beside it, it tells no arguments but appends them to NAME.calls,
+// and obeys the lines of that file first. What its last argument names (--filter=WORD, WORD) may
+// have a file of its own, which is then obeyed instead.
+//
 // It needs nothing beside it, so that it works wherever a test copies it to.
 #include <chrono>
 #include <cstdlib>
+#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string>
@@ -71,9 +75,28 @@ class CParrot {
             std::this_thread::sleep_for(std::chrono::milliseconds(number));
             Obey(Rest(words));
         } else if (word == "raw") {
-            std::cout << Rest(words) << std::endl;
+            std::cout << line.substr(4) << std::endl;
         } else {
             std::cout << "00:00:00.000 " << line << std::endl;
+        }
+    }
+
+    void TakeArgument(const std::string& argument) {
+        const std::string obey = "--obey=";
+        if (argument.compare(0, obey.size(), obey) == 0) {
+            Obey(argument.substr(obey.size()));
+        } else {
+            SayArgument(argument);
+        }
+    }
+
+    void ObeyLinesOf(std::istream& lines) {
+        std::string line;
+        while (std::getline(lines, line)) {
+            if (!line.empty() && line.back() == '\r') {
+                line.pop_back();
+            }
+            Obey(line);
         }
     }
 
@@ -81,25 +104,32 @@ class CParrot {
     int code_ = 0;
 };
 
+/// What the file of what it is asked for, or of the program, says.
+std::ifstream Orders(const std::string& program, const std::string& last) {
+    const std::string folder = program.substr(0, program.find_last_of("/\\") + 1);
+    std::ifstream own(folder + last.substr(last.find('=') + 1) + ".obey");
+    return own ? std::move(own) : std::ifstream(program + ".obey");
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
+    const std::string self = argv[0];
+    const std::string program = self.substr(0, self.rfind(KYR_PROGRAM_SUFFIX));
     CParrot parrot;
-    const std::string obey = "--obey=";
-    for (int i = 1; i < argc; ++i) {
-        const std::string argument = argv[i];
-        if (argument.compare(0, obey.size(), obey) == 0) {
-            parrot.Obey(argument.substr(obey.size()));
-        } else {
-            SayArgument(argument);
+    if (std::ifstream(program + ".obey")) {
+        std::ofstream calls(program + ".calls", std::ios::app | std::ios::binary);
+        for (int i = 1; i < argc; ++i) {
+            calls << (i > 1 ? " " : "") << argv[i];
+        }
+        calls << '\n' << std::flush;
+        std::ifstream orders = Orders(program, argc > 1 ? argv[argc - 1] : "");
+        parrot.ObeyLinesOf(orders);
+    } else {
+        for (int i = 1; i < argc; ++i) {
+            parrot.TakeArgument(argv[i]);
         }
     }
-    std::string line;
-    while (std::getline(std::cin, line)) {
-        if (!line.empty() && line.back() == '\r') {
-            line.pop_back();
-        }
-        parrot.Obey(line);
-    }
+    parrot.ObeyLinesOf(std::cin);
     return 0;
 }

@@ -1,9 +1,10 @@
-// A new folder in which parrots stand in the place of host and product, for a runner to start.
+// A new folder in which parrots stand in the place of host and product, or of other programs.
 // Everything that a run leaves can go there, too.
 #pragma once
 
 #include <fstream>
 #include <string>
+#include <vector>
 
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
@@ -14,8 +15,9 @@ namespace Kyr::Lab::Runner {
 
 class CParrotFolder {
   public:
-    CParrotFolder() {
-        for (const char* const name : {"devhost", "simproduct"}) {
+    CParrotFolder() : CParrotFolder({"devhost", "simproduct"}) {}
+    explicit CParrotFolder(const std::vector<std::string>& names) {
+        for (const std::string& name : names) {
             boost::filesystem::copy_file(KYR_PARROT, Program(name));
         }
     }
