@@ -10,6 +10,7 @@ using ::testing::ElementsAre;
 
 std::vector<LifePage::Process> Processes(const std::vector<std::string>& names) {
     std::vector<LifePage::Process> processes;
+    processes.reserve(names.size());
     for (const std::string& name : names) {
         processes.push_back({name, {}, {}, ""});
     }

@@ -32,7 +32,7 @@ class RunnerFixture {
         const bool held = runner.Run(ParseScenario(
             "title T\n" + boost::algorithm::replace_all_copy(statements, "; ", "\n") + "\n"));
         results_ = runner.Results();
-        const std::string failure = results_.empty() ? kHeld : results_.back().failure;
+        std::string failure = results_.empty() ? kHeld : results_.back().failure;
         EXPECT_EQ(held, failure == kHeld);
         return failure;
     }
