@@ -7,9 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "lab/simproduct/commands/AgentUuidCommand.h"
-#include "lab/simproduct/ports/AlpcMessages.h"
-#include "lab/simproduct/ports/LpcMessages.h"
+#include "lab/simproduct/ports/PortMessages.h"
 #include "lab/simproduct/records/ProtobufWire.h"
 #include "lab/simproduct/requests/InnerRequest.h"
 
@@ -32,27 +30,25 @@ void Require(bool condition) {
 }
 
 void ReadPayload(const Bytes& payload) {
-    static const InnerCommandGroup agentUuid = AgentUuidCommands([](const Kyr::Lab::CLine&) {});
-    InnerAction action;
-    action.inner = DecodeInnerRequest(payload);
+    const InnerRequest request = DecodeInnerRequest(payload);
     // Whatever command the header names: the bodies of all of them are worth a look.
-    Try([&] { ParseXmlRequest(action.inner.body); });
-    Try([&] { ReadInteger(action.inner.body, 1); });
-    Try([&] { agentUuid.front().handler(action); });
+    Try([&] { ParseXmlRequest(request.body); });
+    Try([&] { ReadInteger(request.body, 1); });
+    Try([&] { ParseAgentUuid(request.body); });
 }
 
 void ReadAlpc(const Bytes& message) {
     const AlpcRequest request = DecodeAlpcRequest(message);
     Require(request.payload.size() == (request.payloadInView ? 0 : request.requestLength));
     // To what was read, an answer can be given.
-    Require(EncodeAlpcReply(message, 0, 1, {0}).size() == kAlpcHeaderSize + 9);
+    Require(EncodePortReply(kAlpcHeaderSize, message, 0, 1, {0}).size() == kAlpcHeaderSize + 9);
     ReadPayload(request.payload);
 }
 
 void ReadLpc(const LpcLayout& layout, const Bytes& message) {
     const LpcRequest request = DecodeLpcRequest(layout, message);
     Require(request.isLarge || request.requestEntryLength + request.replyEntryLength == 0);
-    Require(EncodeLpcReply(layout, message, 0, 1, {0}).size() == layout.headerSize + 9);
+    Require(EncodePortReply(layout.headerSize, message, 0, 1, {0}).size() == layout.headerSize + 9);
     ReadPayload(request.payload);
 }
 

@@ -2,12 +2,6 @@
 
 #include <utility>
 
-#include "lab/simproduct/commands/AgentUuidCommand.h"
-#include "lab/simproduct/commands/RecordCommands.h"
-#include "lab/simproduct/commands/StatusCommands.h"
-#include "lab/simproduct/commands/TransferCommands.h"
-#include "lab/simproduct/commands/XmlCommands.h"
-
 namespace Kyr::Lab::SimProduct {
 
 SimulatedProduct::SimulatedProduct(IProcessLauncher& launcher, CMisbehaviours& misbehaviours,
@@ -18,12 +12,10 @@ SimulatedProduct::SimulatedProduct(IProcessLauncher& launcher, CMisbehaviours& m
       processes(launcher, sink),
       protection(configuration),
       tasks(processes, results, sink),
-      commands({XmlCommands(tasks), AgentUuidCommands(sink),
-                StatusCommands(protection, results, sink), TransferCommands(configuration, sink),
-                RecordCommands(records, sink)}),
+      commands({tasks, results, configuration, protection, records}, sink),
       desk(commands, misbehaviours, Base::SystemClock(), sink, std::move(settings)),
-      alpc([this](const PortRequest& request) { return desk.Answer(request); }, sink),
-      lpc([this](const PortRequest& request) { return desk.Answer(request); }, sink) {
+      alpc(MakeAlpcServer([this](const PortRequest& one) { return desk.Answer(one); }, sink)),
+      lpc(MakeLpcServer([this](const PortRequest& one) { return desk.Answer(one); }, sink)) {
     processes.Observe([this](const LabProcess& process) { telemetry.Note(process); });
 }
 

@@ -12,8 +12,7 @@
 #include "lab/simproduct/area/BroadcastArea.h"
 #include "lab/simproduct/commands/InnerCommands.h"
 #include "lab/simproduct/desk/RequestDesk.h"
-#include "lab/simproduct/ports/AlpcServer.h"
-#include "lab/simproduct/ports/LpcServer.h"
+#include "lab/simproduct/ports/PortServer.h"
 #include "lab/simproduct/processes/TaskBook.h"
 #include "lab/simproduct/records/RecordLists.h"
 #include "lab/simproduct/state/Protection.h"
@@ -40,8 +39,8 @@ struct SimulatedProduct {
     CTaskBook tasks;
     const CInnerCommands commands;
     CRequestDesk desk;
-    CAlpcServer alpc;
-    CLpcServer lpc;
+    const std::unique_ptr<CPortServer> alpc;
+    const std::unique_ptr<CPortServer> lpc;
     CBroadcastArea area;
 };
 

@@ -11,11 +11,7 @@
 #include "lab/simproduct/area/OnlyProduct.h"
 #include "lab/simproduct/recording/Recording.h"
 #include "lab/simproduct/state/Registration.h"
-#include "lab/simproduct/typed/AreaCommands.h"
-#include "lab/simproduct/typed/FaultCommands.h"
-#include "lab/simproduct/typed/ProcessCommands.h"
-#include "lab/simproduct/typed/RecordListCommands.h"
-#include "lab/simproduct/typed/StateCommands.h"
+#include "lab/simproduct/typed/TypedCommands.h"
 #include "portlayer/Diagnostics.h"
 #include "portlayer/LiveCounters.h"
 
@@ -76,16 +72,6 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
     return code;
 }
 
-/// Makes the registration what the command line says.
-/// Errors: std::runtime_error.
-void Register(IRegistration& registration, const Options& options) {
-    if (options.notInstalled) {
-        registration.Uninstall();
-    } else {
-        registration.Install(options.build);
-    }
-}
-
 /// Makes all values of the area what a connector that has read none takes for read (protocol).
 void AnnounceNothing(CBroadcastArea& area) {
     for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
@@ -117,7 +103,6 @@ void RequirePorts() {
 /// Errors: std::runtime_error when it cannot start.
 void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     const std::shared_ptr<CRecording> recording = OpenRecording(options);
-    const std::unique_ptr<IRegistration> registration = SystemRegistration();
     const std::unique_ptr<IProcessLauncher> launcher = MakeSystemLauncher();
     std::optional<COnlyProduct> onlyProduct;  // until the area is gone
     SimulatedProduct product(*launcher, options.misbehaviours, options.records,
@@ -125,9 +110,9 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
     bool quit = false;
     CConsole console(
         {ProcessCommands(product.tasks, options.victim),
-         FaultCommands(options.misbehaviours, product.alpc, product.lpc),
+         FaultCommands(options.misbehaviours, *product.alpc, *product.lpc),
          AreaCommands(product.area),
-         StateCommands(*registration, product.protection, product.results, product.configuration),
+         StateCommands(product.protection, product.results, product.configuration),
          RecordListCommands(product.records, product.telemetry, Kyr::Base::SystemClock(),
                             [&input] { return input.IsAskedToTerminate(); }),
          {{"quit", "", "Ends the lab processes and the product.",
@@ -145,16 +130,20 @@ void Run(CCommandInput& input, Options& options, const LineSink& sink) {
         if (options.nothingNew) {
             AnnounceNothing(product.area);
         }
-        OpenPorts(options.misbehaviours, product.alpc, product.lpc);
+        OpenPorts(options.misbehaviours, *product.alpc, *product.lpc);
     }
-    Register(*registration, options);
+    if (options.notInstalled) {
+        Uninstall();
+    } else {
+        Install(options.build);
+    }
     if (options.installOnly) {
         return;
     }
     sink(CLine("ready")
              .With("pid", OwnProcessId())
-             .With("alpc", product.alpc.IsOpen() ? "open" : "closed")
-             .With("lpc", product.lpc.IsOpen() ? "open" : "closed"));
+             .With("alpc", product.alpc->IsOpen() ? "open" : "closed")
+             .With("lpc", product.lpc->IsOpen() ? "open" : "closed"));
     ObeyCommands(input, console, {[&] { return quit; }, [&] { quit = true; }, EndThisProcess});
     product.desk.Stop();
     product.processes.EndAll();

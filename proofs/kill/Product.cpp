@@ -43,9 +43,9 @@ class CProduct {
         product_.area.SetValue(kStatusValue, lives_);
         Announce();
         if (options_.advancedPort) {
-            product_.alpc.Open();
+            product_.alpc->Open();
         }
-        product_.lpc.Open();
+        product_.lpc->Open();
         Note(CLine("ready"));
         while (!fate_.stop) {
             const bool again =

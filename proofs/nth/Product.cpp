@@ -35,9 +35,9 @@ struct CProduct::Running {
         product.area.Open();
         SetStatus(1);
         if (ports == Ports::kBoth) {
-            product.alpc.Open();
+            product.alpc->Open();
         }
-        product.lpc.Open();
+        product.lpc->Open();
     }
 
     void SetStatus(std::uint32_t number) {

@@ -52,8 +52,8 @@ void CFaultyProduct::Restart() {
     running_ = std::make_unique<SimulatedProduct>(*launcher_, misbehaviours_, "",
                                                   CRequestDesk::Settings{false, [] {}}, sink);
     running_->area.Open();
-    running_->alpc.Open();
-    running_->lpc.Open();
+    running_->alpc->Open();
+    running_->lpc->Open();
 }
 
 void CFaultyProduct::End() {
@@ -90,7 +90,7 @@ void CFaultyProduct::ChangeArea(Random& random) {
 
 void CFaultyProduct::CloseAPort(Random& random) {
     if (IsThere()) {
-        (random() % 2 == 0 ? static_cast<IPort&>(running_->alpc) : running_->lpc).Close();
+        (random() % 2 == 0 ? running_->alpc : running_->lpc)->Close();
     }
 }
 

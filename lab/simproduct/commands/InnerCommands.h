@@ -1,16 +1,21 @@
-// The inner commands that the simulated product knows: a table of number, name and handler, put
-// together from groups. A group is one pair of files with one function that returns its rows.
+// The inner commands that the simulated product knows, as a table of number, name and handler.
 //
-// Threads: any, once built.
-// Ownership: what the rows' handlers refer to must outlive the table.
-// Errors: CMalformed from a handler whose body cannot be read.
+// Writes a `did` event for what was done, and a `handed` event for every batch of records before
+// its reply goes out: `from`, the number of the first record, and `records`.
+//
+// Threads: any.
+// Errors: CMalformed for a body that cannot be read.
 #pragma once
 
 #include <functional>
 #include <vector>
 
+#include "lab/common/LineWriter.h"
+#include "lab/simproduct/processes/TaskBook.h"
+#include "lab/simproduct/records/RecordLists.h"
 #include "lab/simproduct/requests/Answer.h"
 #include "lab/simproduct/requests/InnerRequest.h"
+#include "lab/simproduct/state/Protection.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -20,18 +25,18 @@ struct InnerAction {
     XmlCall xml;  // empty unless the inner command is the one of XML requests
 };
 
-struct InnerCommand {
-    std::uint32_t number = 0;
-    const char* name = "";  // for people
-    std::function<InnerReply(const InnerAction&)> handler;
-};
-
-using InnerCommandGroup = std::vector<InnerCommand>;
-
 class CInnerCommands {
   public:
-    /// REQUIRES: no number twice.
-    explicit CInnerCommands(const std::vector<InnerCommandGroup>& groups);
+    /// What the commands work on; all of it must outlive them.
+    struct Subjects {
+        CTaskBook& tasks;
+        CTaskResults& results;
+        CConfiguration& configuration;
+        const CProtection& protection;
+        const CRecordLists& records;
+    };
+
+    CInnerCommands(Subjects subjects, const LineSink& sink);
 
     /// Carries out the action and says what to reply: status 0 for what was accepted, or a status
     /// that says why not.
@@ -41,9 +46,15 @@ class CInnerCommands {
     const char* NameOf(std::uint32_t number) const;
 
   private:
-    const InnerCommand* Find(std::uint32_t number) const;
+    struct Row {
+        std::uint32_t number;
+        const char* name;  // for people
+        std::function<InnerReply(const InnerAction&)> handler;
+    };
 
-    std::vector<InnerCommand> rows_;
+    const Row* Find(std::uint32_t number) const;
+
+    const std::vector<Row> rows_;
 };
 
 }  // namespace Kyr::Lab::SimProduct

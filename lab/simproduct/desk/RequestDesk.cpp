@@ -4,8 +4,8 @@
 
 #include <boost/thread/lock_guard.hpp>
 
-#include "lab/simproduct/commands/RecordCommands.h"
-#include "lab/simproduct/ports/AlpcMessages.h"
+#include "lab/simproduct/commands/RecordBatches.h"
+#include "lab/simproduct/ports/PortMessages.h"
 
 namespace Kyr::Lab::SimProduct {
 

@@ -1,8 +1,7 @@
-#include "lab/simproduct/ports/LpcServer.h"
-
 #include <algorithm>
 
-#include "lab/simproduct/ports/PortNames.h"
+#include "lab/simproduct/ports/PortMessages.h"
+#include "lab/simproduct/ports/PortServer.h"
 #include "lab/simproduct/requests/StatusText.h"
 #include "ntapi/PortMessage.h"
 #include "ntapi/Status.h"
@@ -26,98 +25,102 @@ constexpr std::uint32_t LongestMessage(const LpcLayout& layout) {
     return static_cast<std::uint32_t>(layout.headerSize + 8 + layout.maxInlineReply);
 }
 
-}  // namespace
+class CLpcServer final : public CPortServer {
+  public:
+    CLpcServer(RequestHandler handler, LineSink sink, const LpcLayout& layout)
+        : CPortServer(
+              std::move(handler), std::move(sink),
+              {Transport::kLpc, "legacy", kLpcPortName, kLpcConnectionInfo, layout.headerSize}),
+          layout_(layout) {}
+    ~CLpcServer() override { Close(); }
 
-CLpcServer::CLpcServer(RequestHandler handler, LineSink sink)
-    : CLpcServer(std::move(handler), std::move(sink), SystemLayout()) {}
+  private:
+    NtApi::NtStatus CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) override {
+        return PortLayer::NtCreatePort(port, &object,
+                                       static_cast<std::uint32_t>(kLpcConnectionInfo.size()),
+                                       LongestMessage(layout_), 0);
+    }
 
-CLpcServer::CLpcServer(RequestHandler handler, LineSink sink, const LpcLayout& layout)
-    : CPortServer(std::move(handler), std::move(sink),
-                  {Transport::kLpc, "legacy", kLpcPortName, kLpcConnectionInfo, layout.headerSize}),
-      layout_(layout) {}
-
-CLpcServer::~CLpcServer() {
-    Close();
-}
-
-NtApi::NtStatus CLpcServer::CreatePort(NtApi::Handle* port, NtApi::ObjectAttributes& object) {
-    return PortLayer::NtCreatePort(port, &object,
-                                   static_cast<std::uint32_t>(kLpcConnectionInfo.size()),
-                                   LongestMessage(layout_), 0);
-}
-
-NtApi::NtStatus CLpcServer::Receive(ReceivedRequest& received) {
-    received.message.assign(LongestMessage(layout_), 0);
-    void* context = nullptr;
-    std::int64_t timeout = kServeTimeout;
-    const NtApi::NtStatus status = PortLayer::NtReplyWaitReceivePortEx(
-        Port(), &context, nullptr, received.message.data(), &timeout);
-    received.client = reinterpret_cast<ClientId>(context);
-    return status;
-}
-
-NtApi::NtStatus CLpcServer::Accept(ReceivedRequest& received, ClientId client, bool known,
-                                   NtApi::Handle* port) {
-    const NtApi::NtStatus status =
-        PortLayer::NtAcceptConnectPort(port, reinterpret_cast<void*>(client),
-                                       received.message.data(), known ? 1 : 0, nullptr, nullptr);
-    if (!known || NtApi::IsError(status)) {
+    NtApi::NtStatus Receive(ReceivedRequest& received) override {
+        received.message.assign(LongestMessage(layout_), 0);
+        void* context = nullptr;
+        std::int64_t timeout = kServeTimeout;
+        const NtApi::NtStatus status = PortLayer::NtReplyWaitReceivePortEx(
+            Port(), &context, nullptr, received.message.data(), &timeout);
+        received.client = reinterpret_cast<ClientId>(context);
         return status;
     }
-    const NtApi::NtStatus completed = PortLayer::NtCompleteConnectPort(*port);
-    if (NtApi::IsError(completed)) {
-        PortLayer::NtClose(*port);
+
+    NtApi::NtStatus Accept(ReceivedRequest& received, ClientId client, bool known,
+                           NtApi::Handle* port) override {
+        const NtApi::NtStatus status = PortLayer::NtAcceptConnectPort(
+            port, reinterpret_cast<void*>(client), received.message.data(), known ? 1 : 0, nullptr,
+            nullptr);
+        if (!known || NtApi::IsError(status)) {
+            return status;
+        }
+        const NtApi::NtStatus completed = PortLayer::NtCompleteConnectPort(*port);
+        if (NtApi::IsError(completed)) {
+            PortLayer::NtClose(*port);
+        }
+        return completed;
     }
-    return completed;
-}
 
-void CLpcServer::CloseClient(NtApi::Handle port) {
-    PortLayer::NtClose(port);
-}
+    void CloseClient(NtApi::Handle port) override { PortLayer::NtClose(port); }
 
-PortRequest CLpcServer::ReadRequest(ReceivedRequest& received) {
-    current_ = {};
-    current_ = DecodeLpcRequest(layout_, received.message);
-    PortRequest request;
-    request.command = current_.command;
-    request.replyCapacity = current_.replyCapacity;
-    request.payload = current_.payload;
-    if (current_.requestEntryLength == 0) {
+    PortRequest ReadRequest(ReceivedRequest& received) override {
+        current_ = {};
+        current_ = DecodeLpcRequest(layout_, received.message);
+        PortRequest request;
+        request.command = current_.command;
+        request.replyCapacity = current_.replyCapacity;
+        request.payload = current_.payload;
+        if (current_.requestEntryLength == 0) {
+            return request;
+        }
+        Require(current_.requestEntryLength <= kMaxRequest, "the request is too long");
+        request.payload.resize(current_.requestEntryLength);
+        std::size_t done = 0;
+        const NtApi::NtStatus status =
+            PortLayer::NtReadRequestData(PortOf(received.client), received.message.data(), 0,
+                                         request.payload.data(), request.payload.size(), &done);
+        if (NtApi::IsError(status) || done != request.payload.size()) {
+            throw CMalformed("the request buffer cannot be read: " + StatusText(status));
+        }
         return request;
     }
-    if (current_.requestEntryLength > kMaxRequest) {
-        throw CMalformed("the request is too long");
-    }
-    request.payload.resize(current_.requestEntryLength);
-    std::size_t done = 0;
-    const NtApi::NtStatus status =
-        PortLayer::NtReadRequestData(PortOf(received.client), received.message.data(), 0,
-                                     request.payload.data(), request.payload.size(), &done);
-    if (NtApi::IsError(status) || done != request.payload.size()) {
-        throw CMalformed("the request buffer cannot be read: " + StatusText(status));
-    }
-    return request;
-}
 
-void CLpcServer::Reply(ReceivedRequest& received, const PortAnswer& answer) {
-    Bytes inlineReply = answer.bytes;
-    if (inlineReply.size() > layout_.maxInlineReply) {
-        if (current_.isLarge) {
-            // Into the client's own buffer, before it wakes; a reply that is too long on purpose
-            // fills the buffer and no more.
-            const std::size_t size =
-                std::min<std::size_t>(inlineReply.size(), current_.replyEntryLength);
-            const NtApi::NtStatus status =
-                PortLayer::NtWriteRequestData(PortOf(received.client), received.message.data(), 1,
-                                              inlineReply.data(), size, nullptr);
-            ReportFailure("write", status);
+    void Reply(ReceivedRequest& received, const PortAnswer& answer) override {
+        Bytes inlineReply = answer.bytes;
+        if (inlineReply.size() > layout_.maxInlineReply) {
+            if (current_.isLarge) {
+                // Into the client's own buffer, before it wakes; a reply that is too long on
+                // purpose fills the buffer and no more.
+                const std::size_t size =
+                    std::min<std::size_t>(inlineReply.size(), current_.replyEntryLength);
+                const NtApi::NtStatus status =
+                    PortLayer::NtWriteRequestData(PortOf(received.client), received.message.data(),
+                                                  1, inlineReply.data(), size, nullptr);
+                ReportFailure("write", status);
+            }
+            inlineReply.resize(current_.isLarge ? 0 : layout_.maxInlineReply);
         }
-        inlineReply.resize(current_.isLarge ? 0 : layout_.maxInlineReply);
+        Bytes reply = EncodePortReply(layout_.headerSize, received.message, answer.code,
+                                      answer.AnnouncedLength(), inlineReply);
+        const NtApi::NtStatus status =
+            PortLayer::NtReplyPort(PortOf(received.client), reply.data());
+        ReportFailure("reply", status);
     }
-    Bytes reply = EncodeLpcReply(layout_, received.message, answer.code, answer.AnnouncedLength(),
-                                 inlineReply);
-    const NtApi::NtStatus status = PortLayer::NtReplyPort(PortOf(received.client), reply.data());
-    ReportFailure("reply", status);
+
+    const LpcLayout layout_;
+    /// The request that is being handled, for its reply. By the serving thread only.
+    LpcRequest current_;
+};
+
+}  // namespace
+
+std::unique_ptr<CPortServer> MakeLpcServer(RequestHandler handler, LineSink sink) {
+    return std::make_unique<CLpcServer>(std::move(handler), std::move(sink), SystemLayout());
 }
 
 }  // namespace Kyr::Lab::SimProduct

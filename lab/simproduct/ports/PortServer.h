@@ -3,26 +3,33 @@
 //
 // Ownership: what the handler needs must outlive this. A server's destructor calls Close, because
 //   the serving thread calls the server's own functions.
-// Errors, threads: Port.h. Everything that is virtual here but CreatePort runs on the serving
-//   thread; CloseClient also on the thread that closes the port, after the serving one has ended.
+// Threads: Open and Close by one; the port is served by a thread of its own, one request at a time.
+//   Everything that is virtual here but CreatePort runs on it; CloseClient also on the thread that
+//   closes the port, after the serving one has ended.
+// Errors: std::runtime_error from Open when the port cannot be made. What goes wrong with one
+//   client becomes an `error` event, and the others are served on.
 #pragma once
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 
 #include <boost/thread/thread.hpp>
 
 #include "lab/common/LineWriter.h"
-#include "lab/simproduct/ports/Port.h"
 #include "lab/simproduct/requests/Answer.h"
 #include "lab/simproduct/requests/PortRequest.h"
 #include "ntapi/Alpc.h"
 #include "ntapi/Types.h"
 
 namespace Kyr::Lab::SimProduct {
+
+// The names that clients look for (protocol); the ids of client and server stand in them.
+constexpr char16_t kLpcPortName[] = u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPort";
+constexpr char16_t kAlpcPortName[] = u"\\BaseNamedObjects\\KELCOMM31564B51To61564B51CommPortAlpc";
 
 /// How long a serving thread waits for a message before it looks whether the port is to be closed.
 /// Closing the handle would wake it, too, but it may just be about to use that handle, which by
@@ -36,11 +43,16 @@ constexpr std::uint32_t kMaxRequest = 0x20000000;
 /// Carries a request out, on the serving thread.
 using RequestHandler = std::function<PortAnswer(const PortRequest&)>;
 
-class CPortServer : public IPort {
+class CPortServer {
   public:
-    void Open() final;
-    void Close() final;
-    bool IsOpen() const final { return port_ != nullptr; }
+    CPortServer(const CPortServer&) = delete;
+    CPortServer& operator=(const CPortServer&) = delete;
+    virtual ~CPortServer() = default;
+
+    void Open();
+    /// Disconnects every client and ends the serving thread. Nothing happens when it is closed.
+    void Close();
+    bool IsOpen() const { return port_ != nullptr; }
 
   protected:
     /// Ids of our own stand for the clients in the port's messages; they are never used again.
@@ -106,5 +118,9 @@ class CPortServer : public IPort {
     std::map<ClientId, NtApi::Handle> clients_;
     ClientId lastClient_ = 0;
 };
+
+/// The servers of the two ports, which are closed at first.
+std::unique_ptr<CPortServer> MakeAlpcServer(RequestHandler handler, LineSink sink);
+std::unique_ptr<CPortServer> MakeLpcServer(RequestHandler handler, LineSink sink);
 
 }  // namespace Kyr::Lab::SimProduct

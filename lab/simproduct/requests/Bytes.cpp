@@ -8,7 +8,7 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-void Require(const Bytes& bytes, std::size_t offset, std::size_t length) {
+void RequireInside(const Bytes& bytes, std::size_t offset, std::size_t length) {
     if (offset > bytes.size() || length > bytes.size() - offset) {
         throw CMalformed(std::to_string(length) + " bytes expected at " + std::to_string(offset) +
                          " of " + std::to_string(bytes.size()));
@@ -17,13 +17,19 @@ void Require(const Bytes& bytes, std::size_t offset, std::size_t length) {
 
 }  // namespace
 
+void Require(bool isWellFormed, const char* complaint) {
+    if (!isWellFormed) {
+        throw CMalformed(complaint);
+    }
+}
+
 std::uint16_t ReadU16(const Bytes& bytes, std::size_t offset) {
-    Require(bytes, offset, 2);
+    RequireInside(bytes, offset, 2);
     return static_cast<std::uint16_t>(bytes[offset] | bytes[offset + 1] << 8);
 }
 
 std::uint32_t ReadU32(const Bytes& bytes, std::size_t offset) {
-    Require(bytes, offset, 4);
+    RequireInside(bytes, offset, 4);
     return static_cast<std::uint32_t>(bytes[offset]) |
            static_cast<std::uint32_t>(bytes[offset + 1]) << 8 |
            static_cast<std::uint32_t>(bytes[offset + 2]) << 16 |
@@ -31,7 +37,7 @@ std::uint32_t ReadU32(const Bytes& bytes, std::size_t offset) {
 }
 
 Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length) {
-    Require(bytes, offset, length);
+    RequireInside(bytes, offset, length);
     const auto first = bytes.begin() + static_cast<std::ptrdiff_t>(offset);
     return Bytes(first, first + static_cast<std::ptrdiff_t>(length));
 }

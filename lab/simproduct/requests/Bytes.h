@@ -19,6 +19,9 @@ class CMalformed : public std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Throws CMalformed unless it is well formed.
+void Require(bool isWellFormed, const char* complaint);
+
 std::uint16_t ReadU16(const Bytes& bytes, std::size_t offset);
 std::uint32_t ReadU32(const Bytes& bytes, std::size_t offset);
 

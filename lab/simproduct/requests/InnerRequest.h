@@ -42,4 +42,9 @@ struct XmlCall {
 /// refused unread.
 XmlCall ParseXmlRequest(const Bytes& body);
 
+/// The text by which the management agent says which instance of it has connected. Reads records of
+/// u32 tag, u32 length, value: one says 3, one is the UUID's text with its NUL; those of other tags
+/// are passed over. What the text says is the sender's affair: it is no more than a name here.
+std::string ParseAgentUuid(const Bytes& body);
+
 }  // namespace Kyr::Lab::SimProduct

@@ -13,32 +13,24 @@ namespace {
 /// The registry value "build" elsewhere, in decimal.
 constexpr char kBuildFile[] = "ovanta-agent-build";
 
-[[noreturn]] void Fail(NtApi::NtStatus status) {
-    throw std::runtime_error("cannot write to the run directory: status " + StatusText(status) +
-                             ": " + PortLayer::LastFailure());
+void RequireSuccess(NtApi::NtStatus status) {
+    if (NtApi::IsError(status)) {
+        throw std::runtime_error("cannot write to the run directory: status " + StatusText(status) +
+                                 ": " + PortLayer::LastFailure());
+    }
 }
-
-class CRunFileRegistration final : public IRegistration {
-  public:
-    void Install(std::int32_t build) override {
-        const NtApi::NtStatus status = PortLayer::WriteRunFile(kBuildFile, std::to_string(build));
-        if (NtApi::IsError(status)) {
-            Fail(status);
-        }
-    }
-
-    void Uninstall() override {
-        const NtApi::NtStatus status = PortLayer::RemoveRunFile(kBuildFile);
-        if (NtApi::IsError(status) && status != NtApi::kStatusObjectNameNotFound) {
-            Fail(status);
-        }
-    }
-};
 
 }  // namespace
 
-std::unique_ptr<IRegistration> SystemRegistration() {
-    return std::make_unique<CRunFileRegistration>();
+void Install(std::int32_t build) {
+    RequireSuccess(PortLayer::WriteRunFile(kBuildFile, std::to_string(build)));
+}
+
+void Uninstall() {
+    const NtApi::NtStatus status = PortLayer::RemoveRunFile(kBuildFile);
+    if (status != NtApi::kStatusObjectNameNotFound) {
+        RequireSuccess(status);
+    }
 }
 
 }  // namespace Kyr::Lab::SimProduct

@@ -11,32 +11,25 @@ namespace {
 constexpr char kKey[] = "HKEY_LOCAL_MACHINE\\SOFTWARE\\TULK\\Ovanta\\Agent\\CurrentVersion\\Info";
 constexpr char kValue[] = "build";
 
-class CRegistryRegistration final : public IRegistration {
-  public:
-    void Install(std::int32_t build) override {
-        try {
-            Poco::Util::WinRegistryKey(kKey).setInt(kValue, build);
-        } catch (const Poco::Exception& problem) {
-            throw std::runtime_error(problem.displayText());
-        }
-    }
-
-    void Uninstall() override {
-        try {
-            Poco::Util::WinRegistryKey key(kKey);
-            if (key.exists() && key.exists(kValue)) {
-                key.deleteValue(kValue);
-            }
-        } catch (const Poco::Exception& problem) {
-            throw std::runtime_error(problem.displayText());
-        }
-    }
-};
-
 }  // namespace
 
-std::unique_ptr<IRegistration> SystemRegistration() {
-    return std::make_unique<CRegistryRegistration>();
+void Install(std::int32_t build) {
+    try {
+        Poco::Util::WinRegistryKey(kKey).setInt(kValue, build);
+    } catch (const Poco::Exception& problem) {
+        throw std::runtime_error(problem.displayText());
+    }
+}
+
+void Uninstall() {
+    try {
+        Poco::Util::WinRegistryKey key(kKey);
+        if (key.exists() && key.exists(kValue)) {
+            key.deleteValue(kValue);
+        }
+    } catch (const Poco::Exception& problem) {
+        throw std::runtime_error(problem.displayText());
+    }
 }
 
 }  // namespace Kyr::Lab::SimProduct

@@ -1,9 +1,7 @@
-#include "lab/simproduct/typed/AreaCommands.h"
-
-#include <algorithm>
 #include <stdexcept>
 
 #include "lab/common/EndThisProcess.h"
+#include "lab/simproduct/typed/TypedCommands.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -34,38 +32,23 @@ AreaField ParseField(const std::string& name) {
     throw std::invalid_argument("'" + name + "' is none of " + names);
 }
 
-using Words = std::vector<std::string>;
-
-struct AreaCommandRow {
-    const char* name;
-    std::size_t words;  // behind it
-    void (*run)(CBroadcastArea& area, const Words& words);
-};
-
-const AreaCommandRow kRows[] = {
-    {"healthy", 0, [](CBroadcastArea& area, const Words&) { area.Restore(); }},
-    {"set", 2,
-     [](CBroadcastArea& area, const Words& words) {
-         area.Write(ParseField(words[0]), ParseNumber32(words[1]));
-     }},
-    {"hold", 0, [](CBroadcastArea& area, const Words&) { area.Hold(); }},
-    {"release", 0, [](CBroadcastArea& area, const Words&) { area.Release(); }},
-    {"die", 0,
-     [](CBroadcastArea& area, const Words&) {
-         area.Hold();
-         EndThisProcess();
-     }},
-};
-
-void Change(CBroadcastArea& area, CCommandWords& command) {
-    const std::string what = command.TakeWord("change");
-    const Words words = command.TakeRest();
-    const auto row = std::find_if(std::begin(kRows), std::end(kRows),
-                                  [&](const AreaCommandRow& one) { return one.name == what; });
-    if (row == std::end(kRows) || words.size() != row->words) {
+void Change(CBroadcastArea& area, CCommandWords& words) {
+    const std::string what = words.TakeWord("change");
+    const std::vector<std::string> rest = words.TakeRest();
+    if (what == "set" && rest.size() == 2) {
+        area.Write(ParseField(rest[0]), ParseNumber32(rest[1]));
+    } else if (what == "healthy" && rest.empty()) {
+        area.Restore();
+    } else if (what == "hold" && rest.empty()) {
+        area.Hold();
+    } else if (what == "release" && rest.empty()) {
+        area.Release();
+    } else if (what == "die" && rest.empty()) {
+        area.Hold();
+        EndThisProcess();
+    } else {
         throw std::invalid_argument("not understood: " + what);
     }
-    row->run(area, words);
 }
 
 CLine Tell(const CBroadcastArea& area) {

@@ -1,6 +1,6 @@
-#include "lab/simproduct/typed/FaultCommands.h"
-
 #include <stdexcept>
+
+#include "lab/simproduct/typed/TypedCommands.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -20,8 +20,8 @@ void Change(CMisbehaviours& misbehaviours, std::vector<std::string> words) {
 
 }  // namespace
 
-void OpenPorts(const CMisbehaviours& misbehaviours, IPort& alpc, IPort& lpc) {
-    const auto apply = [&](Transport transport, IPort& port) {
+void OpenPorts(const CMisbehaviours& misbehaviours, CPortServer& alpc, CPortServer& lpc) {
+    const auto apply = [&](Transport transport, CPortServer& port) {
         const bool wanted = misbehaviours.Offers(transport);
         if (wanted && !port.IsOpen()) {
             port.Open();
@@ -33,7 +33,8 @@ void OpenPorts(const CMisbehaviours& misbehaviours, IPort& alpc, IPort& lpc) {
     apply(Transport::kLpc, lpc);
 }
 
-ConsoleCommandGroup FaultCommands(CMisbehaviours& misbehaviours, IPort& alpc, IPort& lpc) {
+ConsoleCommandGroup FaultCommands(CMisbehaviours& misbehaviours, CPortServer& alpc,
+                                  CPortServer& lpc) {
     const auto run = [&](CCommandWords& words, const LineSink& tell) {
         if (!words.IsEmpty()) {
             Change(misbehaviours, words.TakeRest());

@@ -1,4 +1,4 @@
-#include "lab/simproduct/typed/ProcessCommands.h"
+#include "lab/simproduct/typed/TypedCommands.h"
 
 namespace Kyr::Lab::SimProduct {
 

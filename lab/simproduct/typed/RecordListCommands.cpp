@@ -1,5 +1,3 @@
-#include "lab/simproduct/typed/RecordListCommands.h"
-
 #include <algorithm>
 #include <stdexcept>
 
@@ -7,6 +5,7 @@
 #include <boost/algorithm/string/split.hpp>
 
 #include "lab/simproduct/records/EcsRecord.h"
+#include "lab/simproduct/typed/TypedCommands.h"
 
 namespace Kyr::Lab::SimProduct {
 

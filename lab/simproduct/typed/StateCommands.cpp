@@ -1,9 +1,12 @@
-#include "lab/simproduct/typed/StateCommands.h"
-
 #include <algorithm>
 #include <iomanip>
 #include <sstream>
 #include <stdexcept>
+
+#include <boost/lexical_cast/try_lexical_convert.hpp>
+
+#include "lab/simproduct/state/Registration.h"
+#include "lab/simproduct/typed/TypedCommands.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -93,20 +96,24 @@ constexpr std::size_t kLongestShown = 200;
 
 }  // namespace
 
-ConsoleCommandGroup StateCommands(IRegistration& registration, CProtection& protection,
-                                  CTaskResults& results, const CConfiguration& configuration) {
+ConsoleCommandGroup StateCommands(CProtection& protection, CTaskResults& results,
+                                  const CConfiguration& configuration) {
     return {
         {"install", "build=<n>", "Registers the product as installed, or as upgraded.",
          [&](CCommandWords& words, const LineSink& tell) {
-             const std::int32_t build = ParseBuild(words.TakeValue("build").value_or(""));
+             const std::string text = words.TakeValue("build").value_or("");
              words.Finish();
-             registration.Install(build);
+             std::int32_t build = 0;
+             if (!boost::conversion::try_lexical_convert(text, build)) {
+                 throw std::invalid_argument("'" + text + "' is no build number");
+             }
+             Install(build);
              tell(AnswerTo("install").With("build", std::to_string(build)));
          }},
         {"uninstall", "", "Takes the registration back; the ports stay open.",
          [&](CCommandWords& words, const LineSink& tell) {
              words.Finish();
-             registration.Uninstall();
+             Uninstall();
              tell(AnswerTo("uninstall"));
          }},
         {"protection",

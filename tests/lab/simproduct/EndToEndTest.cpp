@@ -7,7 +7,7 @@
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
-#include "lab/simproduct/ports/PortNames.h"
+#include "lab/simproduct/ports/PortServer.h"
 #include "lab/simproduct/processes/Process.h"
 #include "ntapi/Status.h"
 #include "portlayer/ClientFunctions.h"

@@ -1,53 +1,195 @@
-#include <gtest/gtest.h>
-
-#include "lab/simproduct/commands/InnerCommands.h"
+#include "lab/simproduct/commands/RecordBatches.h"
+#include "tests/lab/simproduct/ProductFixture.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
 
 using Test::HexBytes;
+using ::testing::ElementsAre;
 
-InnerCommand Command(std::uint32_t number, const char* name) {
-    return {number, name, [](const InnerAction& action) {
-                InnerReply reply;
-                reply.payload = action.inner.body;
-                return reply;
-            }};
+const RecordKind kIndicator = RecordKind::kIndicator;
+const RecordKind kTelemetry = RecordKind::kTelemetry;
+const RecordKind kAction = RecordKind::kAction;
+
+void Append(SimulatedProduct& product, RecordKind kind, const std::string& text,
+            std::int32_t type = 0) {
+    product.records.Append(kind, [&](std::uint64_t) { return ProductRecord{text, type}; });
 }
 
-InnerAction Action(std::uint32_t number) {
-    InnerAction action;
-    action.inner.command = number;
-    action.inner.body = {0xAB};
-    return action;
+struct Exchange {
+    const char* name;  // situation and outcome
+    void (*prepare)(SimulatedProduct& product);
+    std::uint32_t command;
+    const char* body;
+    const char* reply;
+    const char* told;  // the event, or nothing
+};
+
+const Exchange kExchanges[] = {
+    {"UnknownCommandIsAnErrorStatus", [](SimulatedProduct&) {}, 0x22, "",
+     "0C 00 00 00 01 00 00 00 00 00 00 00", ""},
+    {"StatusIsTheReportBehindItsLength",
+     [](SimulatedProduct& product) { product.protection.ReportInstead("<TULK/>"); }, 0x21, "",
+     "0C 00 00 00 00 00 00 00 07 00 00 00 3C 54 55 4C 4B 2F 3E", ""},
+    {"ImportHasNoPayload", [](SimulatedProduct&) {}, 0x6D, "61 62 63",
+     "0C 00 00 00 00 00 00 00 00 00 00 00", "did action=import length=3"},
+    {"ExportIsTheConfigurationBehindItsLengthWhateverItsBytes",
+     [](SimulatedProduct& product) {
+         product.configuration.Replace({"\0\xFF\0", 3});
+     },
+     0x6E, "", "0C 00 00 00 00 00 00 00 03 00 00 00 00 FF 00", "did action=export length=3"},
+    {"ExportOfNothingHasNoPayload",
+     [](SimulatedProduct& product) { product.configuration.Replace(""); }, 0x6E, "",
+     "0C 00 00 00 00 00 00 00 00 00 00 00", "did action=export length=0"},
+    {"OldestResultIsHandedOut",
+     [](SimulatedProduct& product) {
+         product.results.Add({kTaskDone, "a;b;c"});
+         product.results.Add({kTaskFailed, ""});
+     },
+     0x70, "",
+     "0C 00 00 00 00 00 00 00 18 00 00 00 "
+     "00 00 00 00 01 00 00 00 0C 00 00 00 61 00 3B 00 62 00 3B 00 63 00 00 00",
+     "did action=task-result outcome=1 userdata=a;b;c"},
+    {"ResultIsHandedOutOnce",
+     [](SimulatedProduct& product) {
+         product.results.Add({kTaskDone, "a;b;c"});
+         product.results.Take();
+     },
+     0x70, "", "0C 00 00 00 00 00 00 00 00 00 00 00", ""},
+    // U+00E9, then U+1F600
+    {"UserDataIsUtf16WithSurrogatePairs",
+     [](SimulatedProduct& product) {
+         product.results.Add({7, "\xC3\xA9\xF0\x9F\x98\x80"});
+     },
+     0x70, "",
+     "0C 00 00 00 00 00 00 00 14 00 00 00 00 00 00 00 07 00 00 00 0C 00 00 00 "
+     "E9 00 3D D8 00 DE 00 00",
+     "did action=task-result outcome=7 userdata=\xC3\xA9\xF0\x9F\x98\x80"},
+    {"OffsetOfUserDataIsWrittenAsItIsTold",
+     [](SimulatedProduct& product) {
+         product.results.Add({kTaskDone, "a", 0xFFFFFFFF});
+     },
+     0x70, "",
+     "0C 00 00 00 00 00 00 00 10 00 00 00 00 00 00 00 01 00 00 00 FF FF FF FF 61 00 00 00",
+     "did action=task-result outcome=1 userdata=a"},
+    {"AgentUuidIsTold", [](SimulatedProduct&) {}, 0x9A,
+     "04 01 00 00 04 00 00 00 03 00 00 00 02 00 10 00 03 00 00 00 30 66 00",
+     "0C 00 00 00 00 00 00 00 00 00 00 00", "did action=agent-uuid uuid=0f"},
+    {"IndicatorsComeInOrder",
+     [](SimulatedProduct& product) {
+         Append(product, kIndicator, "ab");
+         Append(product, kIndicator, "c");
+     },
+     0x00100000, "", "0C 00 00 00 00 00 00 00 07 00 00 00 0A 02 61 62 0A 01 63",
+     "handed kind=indicator from=1 records=2"},
+    {"TelemetryBehindTheOffsetComes",
+     [](SimulatedProduct& product) {
+         Append(product, kTelemetry, "ab");
+         Append(product, kTelemetry, "c");
+     },
+     0x00100002, "08 01", "0C 00 00 00 00 00 00 00 03 00 00 00 0A 01 63",
+     "handed kind=telemetry from=2 records=1"},
+    {"ActionsCarryTypeAndText",
+     [](SimulatedProduct& product) { Append(product, kAction, "ab", 3); }, 0x00100001, "",
+     "0C 00 00 00 00 00 00 00 08 00 00 00 0A 06 08 03 12 02 61 62",
+     "handed kind=action from=1 records=1"},
+    {"NegativeActionTypeIsWidened",
+     [](SimulatedProduct& product) { Append(product, kAction, "", -1); }, 0x00100001, "",
+     "0C 00 00 00 00 00 00 00 0F 00 00 00 0A 0D 08 FF FF FF FF FF FF FF FF FF 01 12 00",
+     "handed kind=action from=1 records=1"},
+    {"WithoutNewRecordsThereIsNoPayload",
+     [](SimulatedProduct& product) { Append(product, kIndicator, "ab"); }, 0x00100000, "08 01",
+     "0C 00 00 00 00 00 00 00 00 00 00 00", ""},
+};
+
+class InnerCommandsTest : public ProductFixture, public ::testing::WithParamInterface<Exchange> {};
+
+TEST_P(InnerCommandsTest, IsAnsweredAndTold) {
+    GetParam().prepare(product_);
+
+    EXPECT_EQ(HexBytes(GetParam().reply), Ask(GetParam().command, HexBytes(GetParam().body)));
+    const std::string told = GetParam().told;
+    EXPECT_EQ(told.empty() ? std::vector<std::string>() : std::vector{told}, lines_.Take());
 }
 
-TEST(InnerCommandsTest, RowOfEveryGroupIsServed) {
-    const CInnerCommands commands({{Command(1, "one")}, {Command(2, "two"), Command(3, "three")}});
+INSTANTIATE_TEST_SUITE_P(All, InnerCommandsTest, ::testing::ValuesIn(kExchanges),
+                         [](const auto& row) { return row.param.name; });
 
-    EXPECT_EQ(Bytes{0xAB}, commands.Perform(Action(1)).payload);
-    EXPECT_EQ(Bytes{0xAB}, commands.Perform(Action(3)).payload);
+class InnerCommandsDeedTest : public ProductFixture {
+  protected:
+    std::uint32_t PerformXml(const std::string& function, std::vector<XmlNode> nodes) {
+        return product_.commands.Perform({{kXmlCommand, {}}, {function, std::move(nodes)}}).status;
+    }
+};
+
+TEST_F(InnerCommandsDeedTest, ImportReplacesTheConfiguration) {
+    Ask(0x6D, {0, 0xFF, 0});
+
+    EXPECT_EQ(std::string("\0\xFF\0", 3), product_.configuration.Text());
 }
 
-TEST(InnerCommandsTest, UnknownCommandIsAnErrorStatus) {
-    const CInnerCommands commands({{Command(1, "one")}});
-
-    EXPECT_EQ(HexBytes("0C 00 00 00 01 00 00 00 00 00 00 00"),
-              EncodeReply(commands.Perform(Action(0x6D))));
+TEST_F(InnerCommandsDeedTest, BodyThatCannotBeReadIsMalformed) {
+    EXPECT_THROW(Ask(0x00100000, {8}), CMalformed);
+    EXPECT_THROW(Ask(0x9A, {}), CMalformed);
 }
 
-TEST(InnerCommandsTest, NamesAreForPeople) {
-    const CInnerCommands commands({{Command(1, "one")}, {Command(2, "two")}});
-
-    EXPECT_STREQ("two", commands.NameOf(2));
-    EXPECT_STREQ("unknown", commands.NameOf(0x6D));
+TEST_F(InnerCommandsDeedTest, BatchThatIsAskedForAgainIsTheSameUntilSomethingElseIsToGoOut) {
+    const Bytes first = HexBytes("0C 00 00 00 00 00 00 00 04 00 00 00 0A 02 61 62");
+    Append(product_, kIndicator, "ab");
+    Append(product_, kTelemetry, "d");
+    EXPECT_EQ(first, Ask(0x00100000));
+    EXPECT_EQ(first, Ask(0x00100000));
+    EXPECT_THAT(lines_.Take(), ElementsAre("handed kind=indicator from=1 records=1",
+                                           "handed kind=indicator from=1 records=1"));
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 03 00 00 00 0A 01 64"), Ask(0x00100002));
+    Append(product_, kIndicator, "c");
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 07 00 00 00 0A 02 61 62 0A 01 63"),
+              Ask(0x00100000));
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 03 00 00 00 0A 01 63"),
+              Ask(0x00100000, HexBytes("08 01")));
+    Ask(0x00100000);
+    product_.records.SetLimit({1, 1000});
+    EXPECT_EQ(first, Ask(0x00100000));
 }
 
-TEST(EncodeReplyTest, PayloadStandsBehindItsLength) {
-    InnerReply reply;
-    reply.payload = {0xAA, 0xBB};
-    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), EncodeReply(reply));
+TEST_F(InnerCommandsDeedTest, KillHashesAreHeeded) {
+    StartOne();
+
+    PerformXml("KILL_PROCESS_BY_PID",
+               {{"PID", "STRING", "1000"}, {"HASH_SHA2_256", "STRING", "00"}});
+
+    EXPECT_EQ("another program has that hash", product_.tasks.TaskLog().at(0).text);
+}
+
+TEST_F(InnerCommandsDeedTest, BlockTakesHashesDeleteFlagAndUserData) {
+    const std::vector<XmlNode> nodes{{"HASH_SHA1", "STRING", "s1"},
+                                     {"HASH_SHA2_256", "STRING", "s2"},
+                                     {"DELETE", "DWORD", "1"},
+                                     {"USERDATA", "STRING", "a;b;c"}};
+    EXPECT_EQ(0u, PerformXml("BLOCK_EXECUTABLE_BY_HASH", nodes));
+    PerformXml("BLOCK_EXECUTABLE_BY_HASH", {nodes[0], {"DELETE", "DWORD", "0"}});
+
+    EXPECT_THAT(lines_.Take(),
+                ElementsAre("did action=block sha1=s1 sha256=s2 delete=yes outcome=done "
+                            "text=blocked userdata=a;b;c",
+                            "did action=block sha1=s1 sha256=\"\" delete=no outcome=done "
+                            "text=blocked userdata=\"\""));
+}
+
+TEST_F(InnerCommandsDeedTest, UnknownFunctionIsAnErrorStatus) {
+    EXPECT_EQ(3u, PerformXml("RESTART_FDE", {}));
+    EXPECT_TRUE(product_.tasks.TaskLog().empty());
+}
+
+TEST_F(InnerCommandsDeedTest, NamesAreForPeople) {
+    EXPECT_STREQ("export", product_.commands.NameOf(0x6E));
+    EXPECT_STREQ("unknown", product_.commands.NameOf(0x6F));
+}
+
+TEST(EncodeResultCodeTest, ResultCodeIsTheSecondField) {
+    EXPECT_EQ(HexBytes("10 07"), EncodeResultCode(7));
+    EXPECT_EQ(HexBytes("10 00"), EncodeResultCode(0));
 }
 
 }  // namespace

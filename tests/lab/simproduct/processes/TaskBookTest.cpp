@@ -1,178 +1,120 @@
-#include <gmock/gmock.h>
-
-#include "lab/simproduct/processes/TaskBook.h"
 #include "tests/lab/simproduct/ProductFixture.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
 
-using ::testing::Contains;
 using ::testing::ElementsAre;
+using Hash = std::optional<std::string>;
 
-class ProductTest : public ProductFixture {
+const std::string kUpperSha1 = "A9993E364706816ABA3E25717850C26C9CD0D89D";
+const std::string kOtherSha256(64, '0');
+
+class TaskBookTest : public ProductFixture {
   protected:
-    void ExpectLastTask(TaskState state, const std::string& text) {
-        ASSERT_FALSE(product_.TaskLog().empty());
-        EXPECT_EQ(state, product_.TaskLog().back().state);
-        EXPECT_EQ(text, product_.TaskLog().back().text);
-    }
-
-    bool IsRunning(std::uint64_t pid) {
-        const auto process = processes_.Find(pid);
-        return process && process->running;
-    }
+    CTaskBook& tasks_ = product_.tasks;
 };
 
-TEST_F(ProductTest, KillEndsALabProcess) {
+TEST_F(TaskBookTest, KillIsDoneUnlessAnotherProcessOrProgramIsMeant) {
+    const struct {
+        Hash pid;
+        Hashes hashes;
+        TaskState state;
+        const char* text;
+    } kRows[] = {
+        {"1", {}, TaskState::kRefused, "not a lab process"},
+        {"18446744073709551615", {}, TaskState::kRefused, "not a lab process"},
+        {std::nullopt, {}, TaskState::kRefused, "no process id"},
+        {"12x", {}, TaskState::kRefused, "no process id"},
+        {"1000", {kSha1, kOtherSha256}, TaskState::kRefused, "another program has that hash"},
+        {"1000", {"", ""}, TaskState::kDone, "killed"},
+        {"1000", {}, TaskState::kRefused, "ended before"},
+        {"1001", {kUpperSha1, kSha256}, TaskState::kDone, "killed"},
+    };
+    tasks_.Start("one", program_, {});
+    tasks_.Start("two", program_, {});
+    for (const auto& row : kRows) {
+        tasks_.KillProcess(row.pid, row.hashes, "");
+        EXPECT_EQ(row.state, tasks_.TaskLog().back().state) << row.pid.value_or("none");
+        EXPECT_EQ(row.text, tasks_.TaskLog().back().text) << row.pid.value_or("none");
+    }
+}
+
+TEST_F(TaskBookTest, KillIsToldBeforeTheProcessEnds) {
     StartOne();
 
-    product_.KillProcess("1000", {}, "a;b;c");
-    processes_.EndAll();
+    tasks_.KillProcess("1000", {}, "a;b;c");
+    product_.processes.EndAll();
 
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("did action=kill pid=1000 outcome=done text=killed userdata=a;b;c",
                             "ended pid=1000 name=one by=kill-request"));
-    ASSERT_EQ(1u, product_.TaskLog().size());
-    EXPECT_EQ(1u, product_.TaskLog()[0].number);
-    EXPECT_EQ("KILL_PROCESS_BY_PID", product_.TaskLog()[0].function);
-    EXPECT_EQ("a;b;c", product_.TaskLog()[0].userData);
-    ExpectLastTask(TaskState::kDone, "killed");
 }
 
-TEST_F(ProductTest, KillOfAStrangerIsRefusedAndNoted) {
+TEST_F(TaskBookTest, RefusedKillEndsNothing) {
     StartOne();
 
-    product_.KillProcess("1", {}, "a;b;c");
+    tasks_.KillProcess("1000", {kSha1, kOtherSha256}, "");
+    tasks_.KillProcess("1", {}, "");
 
-    EXPECT_THAT(lines_.Take(), ElementsAre("did action=kill pid=1 outcome=refused text=\"not a lab "
-                                           "process\" userdata=a;b;c"));
-    ExpectLastTask(TaskState::kRefused, "not a lab process");
-    EXPECT_TRUE(IsRunning(1000));
+    EXPECT_TRUE(product_.processes.Find(1000)->running);
 }
 
-TEST_F(ProductTest, KillOfAnEndedProcessIsRefused) {
-    StartOne();
-    processes_.EndAll();
-
-    product_.KillProcess("1000", {}, "");
-
-    ExpectLastTask(TaskState::kRefused, "ended before");
-}
-
-TEST_F(ProductTest, KillWithTheProgramsHashesInAnyCaseIsDone) {
-    StartOne();
-
-    product_.KillProcess("1000", {"A9993E364706816ABA3E25717850C26C9CD0D89D", kSha256}, "");
-
-    ExpectLastTask(TaskState::kDone, "killed");
-}
-
-TEST_F(ProductTest, KillWithAnotherProgramsHashIsRefused) {
-    StartOne();
-
-    product_.KillProcess("1000", {kSha1, std::string(64, '0')}, "");
-
-    ExpectLastTask(TaskState::kRefused, "another program has that hash");
-    EXPECT_TRUE(IsRunning(1000));
-}
-
-TEST_F(ProductTest, EmptyHashesSayNothing) {
-    StartOne();
-
-    product_.KillProcess("1000", {"", ""}, "");
-
-    ExpectLastTask(TaskState::kDone, "killed");
-}
-
-TEST_F(ProductTest, KillWithoutAReadableNumberIsRefused) {
-    product_.KillProcess(std::nullopt, {}, "");
-    ExpectLastTask(TaskState::kRefused, "no process id");
-    product_.KillProcess("12x", {}, "");
-    ExpectLastTask(TaskState::kRefused, "no process id");
-}
-
-TEST_F(ProductTest, LargestProcessNumberIsLookedUpWhole) {
-    product_.KillProcess("18446744073709551615", {}, "");
-
-    ExpectLastTask(TaskState::kRefused, "not a lab process");
-}
-
-TEST_F(ProductTest, BlockedSha256KeepsAProgramFromStarting) {
-    product_.BlockExecutable({std::nullopt, kSha256}, true, "a;b;c");
-
-    EXPECT_THAT(lines_.Take(),
-                ElementsAre("did action=block sha1=\"\" sha256=" + std::string(kSha256) +
-                            " delete=yes outcome=done text=blocked userdata=a;b;c"));
-    ExpectLastTask(TaskState::kDone, "blocked");
-    try {
-        product_.Start("one", program_, {});
-        FAIL() << "started";
-    } catch (const std::runtime_error& refused) {
-        EXPECT_STREQ("blocked", refused.what());
+TEST_F(TaskBookTest, BlockedHashKeepsAProgramFromStarting) {
+    for (const Hashes& hashes : {Hashes{std::nullopt, kSha256}, Hashes{kUpperSha1, std::nullopt}}) {
+        CTaskBook tasks(product_.processes, product_.results, lines_.Sink());
+        tasks.BlockExecutable(hashes, true, "");
+        EXPECT_EQ("blocked", Kyr::Test::ThrownText([&] { tasks.Start("one", program_, {}); }));
     }
     EXPECT_TRUE(launcher_.launches.empty());
 }
 
-TEST_F(ProductTest, BlockedSha1AloneIsEnough) {
-    product_.BlockExecutable({"A9993E364706816ABA3E25717850C26C9CD0D89D", std::nullopt}, false, "");
+TEST_F(TaskBookTest, OtherHashesBlockNothing) {
+    tasks_.BlockExecutable({std::string(40, '0'), kOtherSha256}, false, "");
 
-    EXPECT_THROW(product_.Start("one", program_, {}), std::runtime_error);
+    EXPECT_EQ(1000u, tasks_.Start("one", program_, {}).pid);
 }
 
-TEST_F(ProductTest, OtherHashesBlockNothing) {
-    product_.BlockExecutable({std::string(40, '0'), std::string(64, '0')}, false, "");
+TEST_F(TaskBookTest, BlockWithoutAHashIsRefusedAndBlocksNothing) {
+    tasks_.BlockExecutable({"", std::nullopt}, false, "");
 
-    EXPECT_EQ(1000u, product_.Start("one", program_, {}).pid);
+    EXPECT_EQ("no hash", tasks_.TaskLog().back().text);
+    EXPECT_EQ(1000u, tasks_.Start("one", program_, {}).pid);
 }
 
-TEST_F(ProductTest, BlockWithoutAHashIsRefused) {
-    product_.BlockExecutable({"", std::nullopt}, false, "");
-
-    ExpectLastTask(TaskState::kRefused, "no hash");
-    EXPECT_TRUE(product_.Blocked().empty());
-}
-
-TEST_F(ProductTest, BlockingLeavesRunningProcessesAlone) {
+TEST_F(TaskBookTest, BlockingLeavesFilesAndRunningProcessesAlone) {
     StartOne();
 
-    product_.BlockExecutable({kSha1, kSha256}, true, "");
+    tasks_.BlockExecutable({kSha1, kSha256}, true, "");
 
-    EXPECT_TRUE(IsRunning(1000));
+    EXPECT_TRUE(product_.processes.Find(1000)->running);
     EXPECT_TRUE(std::ifstream(program_).good());
 }
 
-TEST_F(ProductTest, OutcomesWaitAsResultsWithTheTasksUserData) {
+TEST_F(TaskBookTest, OutcomesWaitAsResultsUnlessNobodyCouldTellWhoseTaskItWas) {
     StartOne();
 
-    product_.KillProcess("1000", {}, "a;b;c");
-    product_.KillProcess("1", {}, "d;e;f");
-    product_.BlockExecutable({kSha1, std::nullopt}, false, "g;h;i");
+    tasks_.KillProcess("1000", {}, "a;b;c");
+    tasks_.KillProcess("1", {}, "d;e;f");
+    tasks_.KillProcess("1", {}, "");
+    tasks_.BlockExecutable({kSha1, std::nullopt}, false, "g;h;i");
 
-    const std::vector<TaskResult> results = results_.List();
-    ASSERT_EQ(3u, results.size());
-    EXPECT_EQ("a;b;c", results[0].userData);
-    EXPECT_EQ(1u, results[0].outcome);
-    EXPECT_EQ("d;e;f", results[1].userData);
-    EXPECT_EQ(2u, results[1].outcome);
-    EXPECT_EQ("g;h;i", results[2].userData);
-    EXPECT_EQ(1u, results[2].outcome);
+    std::vector<std::pair<std::uint32_t, std::string>> results;
+    for (const TaskResult& result : product_.results.List()) {
+        results.emplace_back(result.outcome, result.userData);
+    }
+    EXPECT_THAT(results, ElementsAre(std::pair(1u, "a;b;c"), std::pair(2u, "d;e;f"),
+                                     std::pair(1u, "g;h;i")));
 }
 
-TEST_F(ProductTest, TaskWithoutUserDataHasNoResult) {
-    product_.KillProcess("1", {}, "");
+TEST_F(TaskBookTest, TasksAreNumberedInOrder) {
+    tasks_.KillProcess("1", {}, "first");
+    tasks_.BlockExecutable({kSha1, std::nullopt}, false, "second");
 
-    EXPECT_EQ(1u, product_.TaskLog().size());
-    EXPECT_TRUE(results_.List().empty());
-}
-
-TEST_F(ProductTest, TasksAreNumberedInOrder) {
-    product_.KillProcess("1", {}, "first");
-    product_.BlockExecutable({kSha1, std::nullopt}, false, "second");
-
-    ASSERT_EQ(2u, product_.TaskLog().size());
-    EXPECT_EQ(2u, product_.TaskLog()[1].number);
-    EXPECT_EQ("BLOCK_EXECUTABLE_BY_HASH", product_.TaskLog()[1].function);
-    EXPECT_EQ("second", product_.TaskLog()[1].userData);
+    ASSERT_EQ(2u, tasks_.TaskLog().size());
+    EXPECT_EQ(2u, tasks_.TaskLog()[1].number);
+    EXPECT_EQ("BLOCK_EXECUTABLE_BY_HASH", tasks_.TaskLog()[1].function);
+    EXPECT_EQ("second", tasks_.TaskLog()[1].userData);
 }
 
 }  // namespace

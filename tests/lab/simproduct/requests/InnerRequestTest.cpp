@@ -6,8 +6,10 @@
 namespace Kyr::Lab::SimProduct {
 namespace {
 
+using Test::BytesAt;
 using Test::HexBytes;
 using Test::TextBytes;
+using Test::operator+;
 
 TEST(InnerRequestTest, BodyFollowsTheHeader) {
     const InnerRequest request =
@@ -86,6 +88,32 @@ TEST(XmlRequestTest, TextOf256TagsIsRead) {
     text += "</REQUEST></MESSAGE></TULK>";
     EXPECT_EQ("F", ParseXmlRequest(TextBytes(text)).function);
     EXPECT_THROW(ParseXmlRequest(TextBytes(text + "<")), CMalformed);
+}
+
+// clang-format off
+const Bytes kKindRecord = HexBytes("04 01 00 00  04 00 00 00  03 00 00 00");
+const Bytes kUuidRecord = HexBytes("02 00 10 00  25 00 00 00")
+                        + TextBytes("0f0e0d0c-0b0a-0908-0706-050403020100") + HexBytes("00");
+// clang-format on
+
+TEST(AgentUuidTest, UuidIsReadAndOtherRecordsArePassedOver) {
+    EXPECT_EQ("0f0e0d0c-0b0a-0908-0706-050403020100",
+              ParseAgentUuid(HexBytes("07 00 00 00 01 00 00 00 FF") + kKindRecord + kUuidRecord));
+}
+
+TEST(AgentUuidTest, BodyThatEndsInARecordIsRefused) {
+    const Bytes whole = kKindRecord + kUuidRecord;
+    for (std::size_t length = 0; length < whole.size(); ++length) {
+        EXPECT_THROW(ParseAgentUuid(BytesAt(whole, 0, length)), CMalformed) << length;
+    }
+}
+
+TEST(AgentUuidTest, WrongRecordIsRefused) {
+    // A length beyond every buffer, another kind than three, an identifier without its NUL.
+    EXPECT_THROW(ParseAgentUuid(kKindRecord + HexBytes("02 00 10 00 FF FF FF FF 00")), CMalformed);
+    EXPECT_THROW(ParseAgentUuid(HexBytes("04 01 00 00 04 00 00 00 02 00 00 00") + kUuidRecord),
+                 CMalformed);
+    EXPECT_THROW(ParseAgentUuid(kKindRecord + HexBytes("02 00 10 00 01 00 00 00 41")), CMalformed);
 }
 
 class MalformedXmlTest : public ::testing::TestWithParam<const char*> {};

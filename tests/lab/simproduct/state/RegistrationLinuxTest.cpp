@@ -15,7 +15,7 @@ TEST(RegistrationLinuxTest, RunDirectoryThatOthersMayEnterIsAFailureWithItsStatu
     const Kyr::Test::CRunDirectory directory;
     boost::filesystem::permissions(directory.Path(),
                                    boost::filesystem::add_perms | boost::filesystem::others_read);
-    EXPECT_EQ(Kyr::Test::ThrownText([] { SystemRegistration()->Install(5600); }),
+    EXPECT_EQ(Kyr::Test::ThrownText([] { Install(5600); }),
               "cannot write to the run directory: status C0000022: " + directory.Path() +
                   ": others may use it: its mode must be 0700");
 }
@@ -24,7 +24,7 @@ TEST(RegistrationLinuxTest, RunDirectoryThatCannotBeIsNotTakenForAProductThatIsN
     const Kyr::Test::CRunDirectory directory;
     const std::string missing = directory.Path() + "/no/run";
     ::setenv("KELCOMM_RUNTIME_DIR", missing.c_str(), 1);
-    EXPECT_EQ(Kyr::Test::ThrownText([] { SystemRegistration()->Uninstall(); }),
+    EXPECT_EQ(Kyr::Test::ThrownText([] { Uninstall(); }),
               "cannot write to the run directory: status C000003A: " + missing +
                   ": No such file or directory");
 }
