@@ -75,10 +75,13 @@ void CFaultyProduct::ChangeArea(Random& random) {
             area.SetValue(random() % CAreaImage::kValues, static_cast<std::uint32_t>(random()));
             break;
         case 1:
-            area.MovePlugIn(random() % CAreaImage::kModules);
+            area.Change(
+                [&](CAreaImage& image) { image.MovePlugIn(random() % CAreaImage::kModules); });
             break;
         case 2:
-            area.Write(Pick(random, kFields), Pick(random, kLies));
+            area.Change([&](CAreaImage& image) {
+                image.Write(Pick(random, kFields), Pick(random, kLies));
+            });
             break;
         case 3:
             area.Abandon();

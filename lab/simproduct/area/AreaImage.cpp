@@ -17,15 +17,17 @@ constexpr std::uint32_t kEntryLength = 20;
 constexpr std::uint32_t kUserData = 200;
 constexpr std::uint32_t kUserDataLength = 8;
 
-constexpr std::uint32_t kServerPlugIn = 0x1004000;
 /// A word that other threads, and readers in other processes, may meet at any time.
 boost::atomic_ref<std::uint32_t> Word(std::uint8_t* at) {
     return boost::atomic_ref<std::uint32_t>(*reinterpret_cast<std::uint32_t*>(at));
 }
 
-constexpr std::uint32_t kModuleIds[] = {0x1001000, kServerPlugIn, 0x1002000};
+constexpr std::uint32_t kModuleIds[] = {0x1001000, 0x1004000, 0x1002000};
 
 constexpr std::size_t kValuePlaces[] = {24, 28, 32, 36, 40, 52, 56, 60, 64, 68};
+
+/// Of the fields by their order; behind them come the words of the server plug-in's entry.
+constexpr std::size_t kPlaces[] = {0, 8, 16, 24, 28, kData + 12, kData + 20};
 
 constexpr std::size_t EntryAt(std::uint32_t entry) {
     return kData + kTable + std::size_t{kEntryLength} * entry;
@@ -108,31 +110,9 @@ void CAreaImage::WriteWord(std::size_t offset, std::uint32_t value) {
 }
 
 std::size_t CAreaImage::PlaceOf(AreaField field) const {
-    switch (field) {
-        case AreaField::kHeaderSize:
-            return 0;
-        case AreaField::kMagic:
-            return 8;
-        case AreaField::kVersion:
-            return 16;
-        case AreaField::kDataOffset:
-            return 24;
-        case AreaField::kDataSize:
-            return 28;
-        case AreaField::kFirstModule:
-            return kData + 12;
-        case AreaField::kModuleCount:
-            return kData + 20;
-        case AreaField::kModuleId:
-            return EntryAt(position_);
-        case AreaField::kUserSize:
-            return EntryAt(position_) + 4;
-        case AreaField::kUserOffset:
-            return EntryAt(position_) + 8;
-        case AreaField::kTimestamp:
-            break;
-    }
-    return EntryAt(position_) + 12;
+    const auto index = static_cast<std::size_t>(field);
+    const std::size_t places = std::size(kPlaces);
+    return index < places ? kPlaces[index] : EntryAt(position_) + 4 * (index - places);
 }
 
 // By the healthy layout, whatever lie the table tells.

@@ -19,7 +19,7 @@
 
 namespace Kyr::Lab::SimProduct {
 
-/// Words that a lie is told in, by their place in the area.
+/// Words that a lie is told in, in the order of their places in the area.
 enum class AreaField {
     kHeaderSize,
     kMagic,  // the first four of its bytes

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <vector>
 
 #include <boost/thread/thread.hpp>
 
@@ -19,18 +18,6 @@ constexpr std::uint32_t kPatienceMs = 10000;
 
 }  // namespace
 
-/// The mutex, for as long as something is written.
-class CBroadcastArea::CTurn {
-  public:
-    explicit CTurn(const CBroadcastArea& area) : area_(area) { area_.Take(); }
-    ~CTurn() { area_.memory_.Give(); }
-    CTurn(const CTurn&) = delete;
-    CTurn& operator=(const CTurn&) = delete;
-
-  private:
-    const CBroadcastArea& area_;
-};
-
 CBroadcastArea::~CBroadcastArea() {
     Close();
 }
@@ -43,13 +30,10 @@ void CBroadcastArea::Open(const Bytes& image) {
         const std::size_t size = std::max(CAreaImage::kSize, image.size());
         memory_.Open(kMutexName, kSectionName, static_cast<std::uint32_t>(size),
                      "the broadcast area");
-        const CTurn turn(*this);
         image_.emplace(memory_.Bytes());
-        if (image.empty()) {
-            image_->WriteHealthy();
-        } else {
-            image_->WriteImage(image);
-        }
+        Change([&](CAreaImage& fresh) {
+            image.empty() ? fresh.WriteHealthy() : fresh.WriteImage(image);
+        });
     } catch (const std::exception&) {
         Close();
         throw;
@@ -77,43 +61,28 @@ void CBroadcastArea::Take() const {
     }
 }
 
-std::uint32_t CBroadcastArea::Value(std::uint32_t index) const {
-    return Image().Value(index);
+void CBroadcastArea::Change(const std::function<void(CAreaImage&)>& change) {
+    Image();
+    Take();
+    change(*image_);
+    memory_.Give();
 }
 
 void CBroadcastArea::SetValue(std::uint32_t index, std::uint32_t value) {
-    Image();
-    const CTurn turn(*this);
-    image_->SetValue(index, value);
-}
-
-std::uint32_t CBroadcastArea::Read(AreaField field) const {
-    return Image().Read(field);
-}
-
-void CBroadcastArea::Write(AreaField field, std::uint32_t value) {
-    Image();
-    const CTurn turn(*this);
-    image_->Write(field, value);
-}
-
-void CBroadcastArea::MovePlugIn(std::uint32_t position) {
-    Image();
-    const CTurn turn(*this);
-    image_->MovePlugIn(position);
+    Change([&](CAreaImage& image) { image.SetValue(index, value); });
 }
 
 void CBroadcastArea::Restore() {
-    Image();
-    const CTurn turn(*this);
-    std::vector<std::uint32_t> values;
-    for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
-        values.push_back(image_->Value(index));
-    }
-    image_->WriteHealthy();
-    for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
-        image_->SetValue(index, values[index]);
-    }
+    Change([](CAreaImage& image) {
+        std::uint32_t values[CAreaImage::kValues];
+        for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
+            values[index] = image.Value(index);
+        }
+        image.WriteHealthy();
+        for (std::uint32_t index = 0; index < CAreaImage::kValues; ++index) {
+            image.SetValue(index, values[index]);
+        }
+    });
 }
 
 void CBroadcastArea::Hold() {

@@ -7,6 +7,7 @@
 // Errors: std::runtime_error when the area is not open, cannot be made, or its mutex cannot be had.
 #pragma once
 
+#include <functional>
 #include <optional>
 
 #include "lab/simproduct/area/AreaImage.h"
@@ -29,12 +30,12 @@ class CBroadcastArea {
     void Close();
     bool IsOpen() const { return image_.has_value(); }
 
-    std::uint32_t Value(std::uint32_t index) const;
-    void SetValue(std::uint32_t index, std::uint32_t value);
+    const CAreaImage& Image() const;
+    std::uint32_t Value(std::uint32_t index) const { return Image().Value(index); }
 
-    std::uint32_t Read(AreaField field) const;
-    void Write(AreaField field, std::uint32_t value);
-    void MovePlugIn(std::uint32_t position);
+    /// Lets `change`, which must not throw, write into the image while the mutex is taken.
+    void Change(const std::function<void(CAreaImage&)>& change);
+    void SetValue(std::uint32_t index, std::uint32_t value);
     /// Ends every lie; the values stay.
     void Restore();
 
@@ -46,9 +47,6 @@ class CBroadcastArea {
     void Abandon();
 
   private:
-    class CTurn;
-
-    const CAreaImage& Image() const;
     void Take() const;
 
     CNamedMemory memory_;

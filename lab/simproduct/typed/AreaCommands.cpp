@@ -36,7 +36,9 @@ void Change(CBroadcastArea& area, CCommandWords& words) {
     const std::string what = words.TakeWord("change");
     const std::vector<std::string> rest = words.TakeRest();
     if (what == "set" && rest.size() == 2) {
-        area.Write(ParseField(rest[0]), ParseNumber32(rest[1]));
+        const AreaField field = ParseField(rest[0]);
+        const std::uint32_t number = ParseNumber32(rest[1]);
+        area.Change([&](CAreaImage& image) { image.Write(field, number); });
     } else if (what == "healthy" && rest.empty()) {
         area.Restore();
     } else if (what == "hold" && rest.empty()) {
@@ -54,7 +56,7 @@ void Change(CBroadcastArea& area, CCommandWords& words) {
 CLine Tell(const CBroadcastArea& area) {
     CLine answer = AnswerTo("area").With("mutex", area.IsHeld() ? "held" : "free");
     for (const FieldRow& row : kFields) {
-        answer.With(row.name, area.Read(row.field));
+        answer.With(row.name, area.Image().Read(row.field));
     }
     return answer;
 }

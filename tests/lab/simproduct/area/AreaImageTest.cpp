@@ -21,23 +21,17 @@ class AreaImageTest : public ::testing::Test {
     CAreaImage image_{memory_};
 };
 
-TEST_F(AreaImageTest, HeaderIsOf32Bytes) {
+TEST_F(AreaImageTest, HealthyAreaHasHeaderTableAndTheServerPlugInInItsSecondEntry) {
     EXPECT_EQ(Bytes(0, 32), HexBytes("20 00 00 00 00 00 00 00 4B 65 6C 43 6F 6D 6D 20"
                                      "02 00 00 00 00 00 00 00 40 00 00 00 00 04 00 00"));
+    EXPECT_EQ(Bytes(64 + 12, 12), HexBytes("50 00 00 00 00 00 00 00 03 00 00 00"));
+    EXPECT_EQ(Bytes(64 + 80 + 20, 20),
+              HexBytes("00 40 00 01 08 00 00 00 D0 00 00 00 02 00 00 00 00 00 00 00"));
 }
 
 TEST_F(AreaImageTest, ImageOfAnotherAreaIsWrittenAsItIs) {
     image_.WriteImage(HexBytes("24 00 00 00 01 02 03 04 FF FF FF FF EE"));
     EXPECT_EQ(Bytes(0, 16), HexBytes("24 00 00 00 01 02 03 04 FF FF FF FF 6F 6D 6D 20"));
-}
-
-TEST_F(AreaImageTest, DataNameTheirModuleTable) {
-    EXPECT_EQ(Bytes(64 + 12, 12), HexBytes("50 00 00 00 00 00 00 00 03 00 00 00"));
-}
-
-TEST_F(AreaImageTest, ServerPlugInIsTheSecondEntry) {
-    EXPECT_EQ(Bytes(64 + 80 + 20, 20),
-              HexBytes("00 40 00 01 08 00 00 00 D0 00 00 00 02 00 00 00 00 00 00 00"));
 }
 
 TEST_F(AreaImageTest, ValuesHaveTheirPlaces) {
@@ -56,25 +50,15 @@ TEST_F(AreaImageTest, LastValueIsTheServerPlugInsAndChangesItsTimestamp) {
     EXPECT_EQ(image_.Value(10), 7U);
 }
 
-TEST_F(AreaImageTest, MovedPlugInTakesItsValueAlong) {
+TEST_F(AreaImageTest, MovedPlugInTakesItsValueAndItsFieldsAlongAndTouchesBothPlaces) {
     image_.SetValue(10, 7);
     image_.MovePlugIn(0);
-    EXPECT_EQ(Bytes(64 + 80, 12), HexBytes("00 40 00 01 08 00 00 00 D0 00 00 00"));
-    EXPECT_EQ(Bytes(64 + 80 + 20, 12), HexBytes("00 10 00 01 08 00 00 00 C8 00 00 00"));
+    EXPECT_EQ(Bytes(64 + 80, 16), HexBytes("00 40 00 01 08 00 00 00 D0 00 00 00 06 00 00 00"));
+    EXPECT_EQ(Bytes(64 + 80 + 20, 16), HexBytes("00 10 00 01 08 00 00 00 C8 00 00 00 05 00 00 00"));
     EXPECT_EQ(image_.Value(10), 7U);
-}
-
-TEST_F(AreaImageTest, MoveChangesTheTimestampsOfBothPlaces) {
-    image_.MovePlugIn(2);
-    EXPECT_EQ(Bytes(64 + 80 + 32, 4), HexBytes("04 00 00 00"));
-    EXPECT_EQ(Bytes(64 + 80 + 52, 4), HexBytes("05 00 00 00"));
-}
-
-TEST_F(AreaImageTest, FieldsOfTheEntryFollowThePlugIn) {
-    image_.MovePlugIn(2);
-    image_.Write(AreaField::kUserSize, 7);
-    EXPECT_EQ(Bytes(64 + 80 + 44, 4), HexBytes("07 00 00 00"));
-    EXPECT_EQ(image_.Read(AreaField::kUserSize), 7U);
+    image_.Write(AreaField::kUserSize, 9);
+    EXPECT_EQ(Bytes(64 + 80 + 4, 4), HexBytes("09 00 00 00"));
+    EXPECT_EQ(image_.Read(AreaField::kUserSize), 9U);
 }
 
 TEST_F(AreaImageTest, TimestampsGoOnWhereAProductBeforeLeftThem) {
