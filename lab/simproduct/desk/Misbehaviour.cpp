@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <stdexcept>
+#include <tuple>
 
 #include <boost/thread/lock_guard.hpp>
 
@@ -51,24 +52,19 @@ const FaultRow& RowOf(Fault fault) {
                          [&](const FaultRow& row) { return row.fault == fault; });
 }
 
-Transport ParseTransport(const std::string& text) {
-    if (text == "alpc") {
-        return Transport::kAlpc;
+void RefuseUnless(bool isUnderstood, const std::string& complaint) {
+    if (!isUnderstood) {
+        throw std::invalid_argument(complaint);
     }
-    if (text == "lpc") {
-        return Transport::kLpc;
-    }
-    throw std::invalid_argument("a transport is alpc or lpc");
 }
 
 void ParseLimit(Misbehaviour& result, const std::string& name, const std::string& value) {
     if (name == "for") {
         result.remaining = ParseNumber(value);
-        if (result.remaining == 0u) {
-            throw std::invalid_argument("for=0 would be no fault at all");
-        }
+        RefuseUnless(result.remaining != 0u, "for=0 would be no fault at all");
     } else if (name == "transport") {
-        result.transport = ParseTransport(value);
+        RefuseUnless(value == "alpc" || value == "lpc", "a transport is alpc or lpc");
+        result.transport = value == "alpc" ? Transport::kAlpc : Transport::kLpc;
     } else if (name == "command") {
         result.command = value == "any" ? std::nullopt : std::optional(ParseNumber32(value));
     } else if (name == "inner") {
@@ -87,18 +83,20 @@ bool IsPortFault(Fault fault) {
     return fault == Fault::kNoAlpc || fault == Fault::kNoLpc;
 }
 
-template <typename Value>
-bool Allows(const std::optional<Value>& limit, const std::optional<Value>& fact) {
-    return !limit || limit == fact;
-}
-
 }  // namespace
 
 bool Misbehaviour::Fits(const RequestFacts& facts) const {
     const bool needsViews = fault == Fault::kViewMissing || fault == Fault::kViewSmall;
     return !IsPortFault(fault) && !(needsViews && facts.transport == Transport::kLpc) &&
            (!transport || transport == facts.transport) && (!command || command == facts.command) &&
-           Allows(inner, facts.inner) && (!function || function == facts.function);
+           (!inner || inner == facts.inner) && (!function || function == facts.function);
+}
+
+bool Misbehaviour::Replaces(const Misbehaviour& older) const {
+    const auto limits = [](const Misbehaviour& one) {
+        return std::tie(one.fault, one.transport, one.command, one.inner, one.function);
+    };
+    return limits(*this) == limits(older);
 }
 
 std::string Misbehaviour::Text() const {
@@ -129,35 +127,28 @@ std::string Misbehaviour::Text() const {
 
 Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
     const std::optional<Fault> fault = words.empty() ? std::nullopt : FindFault(words[0]);
-    if (!fault) {
-        throw std::invalid_argument("no such fault; `help` lists them");
-    }
+    RefuseUnless(fault.has_value(), "no such fault; `help` lists them");
+    const Number number = RowOf(*fault).number;
     Misbehaviour result;
     result.fault = *fault;
     for (std::size_t i = 1; i < words.size(); ++i) {
         const std::size_t equals = words[i].find('=');
         if (equals != std::string::npos) {
             ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
-        } else if (i == 1 && RowOf(*fault).number == Number::kBytes) {
+        } else if (i == 1 && number == Number::kBytes) {
             result.bytes = FromHex(words[i]);
-        } else if (i == 1 && RowOf(*fault).number != Number::kNone) {
+        } else if (i == 1 && number != Number::kNone) {
             result.number = ParseNumber32(words[i]);
         } else {
             throw std::invalid_argument("'" + words[i] + "' is one word too many");
         }
     }
-    if (RowOf(*fault).number == Number::kNeeded && !result.number) {
-        throw std::invalid_argument(words[0] + " needs a number");
-    }
-    if (RowOf(*fault).number == Number::kBytes && result.bytes.empty()) {
-        throw std::invalid_argument(words[0] + " needs bytes");
-    }
-    if (*fault == Fault::kOversized && *result.number > kLargestReply) {
-        throw std::invalid_argument("a reply has at most 536870912 bytes");
-    }
-    if (IsPortFault(*fault) && words.size() > 1) {
-        throw std::invalid_argument(words[0] + " holds for every client until it is cleared");
-    }
+    RefuseUnless(number != Number::kNeeded || result.number, words[0] + " needs a number");
+    RefuseUnless(number != Number::kBytes || !result.bytes.empty(), words[0] + " needs bytes");
+    RefuseUnless(*fault != Fault::kOversized || *result.number <= kLargestReply,
+                 "a reply has at most 536870912 bytes");
+    RefuseUnless(!IsPortFault(*fault) || words.size() == 1,
+                 words[0] + " holds for every client until it is cleared");
     return result;
 }
 
@@ -171,42 +162,29 @@ std::optional<Fault> FindFault(const std::string& name) {
 }
 
 std::vector<std::pair<std::string, std::string>> DescribeFaults() {
+    constexpr const char* kNumberTexts[] = {"", " [n]", " n", " <bytes>"};  // of enum Number
     std::vector<std::pair<std::string, std::string>> lines;
     for (const FaultRow& row : kFaults) {
-        const char* const number = row.number == Number::kNone       ? ""
-                                   : row.number == Number::kOptional ? " [n]"
-                                   : row.number == Number::kBytes    ? " <bytes>"
-                                                                     : " n";
-        lines.emplace_back(row.name + std::string(number), row.description);
+        lines.emplace_back(std::string(row.name) + kNumberTexts[static_cast<int>(row.number)],
+                           row.description);
     }
     return lines;
 }
 
 void CMisbehaviours::Add(const Misbehaviour& misbehaviour) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    active_.erase(std::remove_if(active_.begin(), active_.end(),
-                                 [&](const Misbehaviour& older) {
-                                     return older.fault == misbehaviour.fault &&
-                                            older.transport == misbehaviour.transport &&
-                                            older.command == misbehaviour.command &&
-                                            older.inner == misbehaviour.inner &&
-                                            older.function == misbehaviour.function;
-                                 }),
-                  active_.end());
+    active_.remove_if([&](const Misbehaviour& older) { return misbehaviour.Replaces(older); });
     active_.push_back(misbehaviour);
 }
 
 void CMisbehaviours::Clear(std::optional<Fault> fault) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    active_.erase(
-        std::remove_if(active_.begin(), active_.end(),
-                       [&](const Misbehaviour& one) { return !fault || one.fault == *fault; }),
-        active_.end());
+    active_.remove_if([&](const Misbehaviour& one) { return !fault || one.fault == *fault; });
 }
 
 std::vector<Misbehaviour> CMisbehaviours::List() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    return active_;
+    return {active_.begin(), active_.end()};
 }
 
 bool CMisbehaviours::Offers(Transport transport) const {
@@ -231,9 +209,7 @@ std::vector<Misbehaviour> CMisbehaviours::Take(const RequestFacts& facts) {
             --*one.remaining;
         }
     }
-    active_.erase(std::remove_if(active_.begin(), active_.end(),
-                                 [](const Misbehaviour& one) { return one.remaining == 0u; }),
-                  active_.end());
+    active_.remove_if([](const Misbehaviour& one) { return one.remaining == 0u; });
     return taken;
 }
 

@@ -9,6 +9,7 @@
 // Errors: words that make no fault are a std::invalid_argument that says why.
 #pragma once
 
+#include <list>
 #include <optional>
 #include <string>
 #include <utility>
@@ -61,6 +62,8 @@ struct Misbehaviour {
     std::optional<std::string> function;
 
     bool Fits(const RequestFacts& facts) const;
+    /// Whether it is the same fault for the same requests, whatever its number and count.
+    bool Replaces(const Misbehaviour& older) const;
     /// The words that make this fault.
     std::string Text() const;
 };
@@ -89,7 +92,7 @@ class CMisbehaviours {
 
   private:
     mutable boost::mutex mutex_;
-    std::vector<Misbehaviour> active_;  // guarded by mutex_
+    std::list<Misbehaviour> active_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::SimProduct

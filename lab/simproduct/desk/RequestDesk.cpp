@@ -69,10 +69,7 @@ void DamagePayload(const std::vector<Misbehaviour>& faults, InnerReply& reply) {
 void DamageBytes(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
     const auto overwrite = [&](std::size_t offset, std::optional<std::uint32_t> value) {
         if (value && answer.bytes.size() >= offset + 4) {
-            Bytes bytes;
-            AppendU32(bytes, *value);
-            std::copy(bytes.begin(), bytes.end(),
-                      answer.bytes.begin() + static_cast<std::ptrdiff_t>(offset));
+            WriteU32(answer.bytes, offset, *value);
         }
     };
     if (const Misbehaviour* const raw = Find(faults, Fault::kRaw)) {
@@ -139,12 +136,8 @@ PortAnswer CRequestDesk::Answer(const PortRequest& request) {
     if (Find(faults, Fault::kDie) != nullptr) {
         settings_.endProduct();
     }
-    PortAnswer answer;
-    if (const std::optional<PortAnswer> refusal = Refusal(faults)) {
-        answer = *refusal;
-    } else {
-        answer = CarryOut(request, read, faults);
-    }
+    const std::optional<PortAnswer> refusal = Refusal(faults);
+    PortAnswer answer = refusal ? *refusal : CarryOut(request, read, faults);
     DamageBytes(faults, answer);
     DamageDelivery(faults, answer);
     WriteReply(id, request, answer);

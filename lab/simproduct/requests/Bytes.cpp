@@ -3,6 +3,7 @@
 #include <iterator>
 
 #include <boost/algorithm/hex.hpp>
+#include <boost/endian/conversion.hpp>
 
 namespace Kyr::Lab::SimProduct {
 
@@ -25,15 +26,12 @@ void Require(bool isWellFormed, const char* complaint) {
 
 std::uint16_t ReadU16(const Bytes& bytes, std::size_t offset) {
     RequireInside(bytes, offset, 2);
-    return static_cast<std::uint16_t>(bytes[offset] | bytes[offset + 1] << 8);
+    return boost::endian::load_little_u16(&bytes[offset]);
 }
 
 std::uint32_t ReadU32(const Bytes& bytes, std::size_t offset) {
     RequireInside(bytes, offset, 4);
-    return static_cast<std::uint32_t>(bytes[offset]) |
-           static_cast<std::uint32_t>(bytes[offset + 1]) << 8 |
-           static_cast<std::uint32_t>(bytes[offset + 2]) << 16 |
-           static_cast<std::uint32_t>(bytes[offset + 3]) << 24;
+    return boost::endian::load_little_u32(&bytes[offset]);
 }
 
 Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length) {
@@ -43,29 +41,27 @@ Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length) {
 }
 
 void AppendU16(Bytes& bytes, std::uint16_t value) {
-    bytes.push_back(static_cast<std::uint8_t>(value));
-    bytes.push_back(static_cast<std::uint8_t>(value >> 8));
+    bytes.resize(bytes.size() + 2);
+    WriteU16(bytes, bytes.size() - 2, value);
 }
 
 void AppendU32(Bytes& bytes, std::uint32_t value) {
-    for (int shift = 0; shift < 32; shift += 8) {
-        bytes.push_back(static_cast<std::uint8_t>(value >> shift));
-    }
+    bytes.resize(bytes.size() + 4);
+    WriteU32(bytes, bytes.size() - 4, value);
 }
 
 void WriteU16(Bytes& bytes, std::size_t offset, std::uint16_t value) {
-    bytes[offset] = static_cast<std::uint8_t>(value);
-    bytes[offset + 1] = static_cast<std::uint8_t>(value >> 8);
+    boost::endian::store_little_u16(&bytes[offset], value);
+}
+
+void WriteU32(Bytes& bytes, std::size_t offset, std::uint32_t value) {
+    boost::endian::store_little_u32(&bytes[offset], value);
 }
 
 std::string ToHex(const Bytes& bytes) {
-    constexpr char kDigits[] = "0123456789abcdef";
     std::string text;
     text.reserve(bytes.size() * 2);
-    for (const std::uint8_t byte : bytes) {
-        text += kDigits[byte >> 4];
-        text += kDigits[byte & 0x0F];
-    }
+    boost::algorithm::hex_lower(bytes, std::back_inserter(text));
     return text;
 }
 

@@ -31,8 +31,9 @@ Bytes ReadBytes(const Bytes& bytes, std::size_t offset, std::size_t length);
 void AppendU16(Bytes& bytes, std::uint16_t value);
 void AppendU32(Bytes& bytes, std::uint32_t value);
 
-/// Overwrites two bytes that are there. REQUIRES: offset + 2 <= bytes.size().
+// Overwrite bytes. REQUIRES: they are there.
 void WriteU16(Bytes& bytes, std::size_t offset, std::uint16_t value);
+void WriteU32(Bytes& bytes, std::size_t offset, std::uint32_t value);
 
 /// Two hexadecimal digits a byte, without blanks.
 std::string ToHex(const Bytes& bytes);

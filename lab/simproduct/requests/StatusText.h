@@ -3,12 +3,17 @@
 // Threads: any. Errors: none.
 #pragma once
 
+#include <cstdio>
 #include <string>
 
 #include "ntapi/Types.h"
 
 namespace Kyr::Lab::SimProduct {
 
-std::string StatusText(NtApi::NtStatus status);
+inline std::string StatusText(NtApi::NtStatus status) {
+    char text[16];
+    std::snprintf(text, sizeof text, "%08X", static_cast<unsigned>(status));
+    return text;
+}
 
 }  // namespace Kyr::Lab::SimProduct
