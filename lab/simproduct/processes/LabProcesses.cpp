@@ -46,39 +46,30 @@ LabProcess CLabProcesses::Keep(bool adopted, const std::string& name, const Prog
     return kept.facts;
 }
 
-std::vector<LabProcess> CLabProcesses::List() const {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    std::vector<LabProcess> list;
-    for (const auto& entry : entries_) {
-        list.push_back(entry->facts);
-    }
-    return list;
-}
-
 std::optional<LabProcess> CLabProcesses::Find(std::uint64_t pid) const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     const Entry* const entry = FindEntry(pid);
     return entry == nullptr ? std::nullopt : std::optional(entry->facts);
 }
 
-bool CLabProcesses::Kill(std::uint64_t pid, const std::string& by,
-                         const std::function<void()>& onKilled) {
+bool CLabProcesses::Kill(std::uint64_t pid, const std::function<void()>& onKilled) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     Entry* const entry = FindEntry(pid);
     if (entry == nullptr || !entry->facts.running || !entry->process->Kill()) {
         return false;
     }
-    entry->endedBy = by;
-    if (onKilled) {
-        onKilled();  // under the lock, which the `ended` event needs
-    }
+    entry->endedBy = "kill-request";
+    onKilled();  // under the lock, which the `ended` event needs
     return true;
 }
 
 void CLabProcesses::EndAll() {
-    for (const LabProcess& process : List()) {
-        if (process.running) {
-            Kill(process.pid, "product");
+    {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        for (const auto& entry : entries_) {
+            if (entry->facts.running && entry->process->Kill()) {
+                entry->endedBy = "product";
+            }
         }
     }
     watchers_.join_all();

@@ -50,15 +50,12 @@ class CLabProcesses {
     /// Takes over a process of `program` that a product before this one started.
     LabProcess Adopt(const std::string& name, const Program& program, std::uint64_t pid);
 
-    std::vector<LabProcess> List() const;
-
     /// The latest process of that number.
     std::optional<LabProcess> Find(std::uint64_t pid) const;
 
-    /// Ends a running process; `by` says in its `ended` event who did, and `onKilled` is called
-    /// before that event. False when no process of this product with that number is running.
-    bool Kill(std::uint64_t pid, const std::string& by,
-              const std::function<void()>& onKilled = nullptr);
+    /// Ends a running process because a request says so; `onKilled` is called before its `ended`
+    /// event. False when no process of this product with that number is running.
+    bool Kill(std::uint64_t pid, const std::function<void()>& onKilled);
 
     /// Ends every process and awaits the watching threads.
     void EndAll();

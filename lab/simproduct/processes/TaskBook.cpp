@@ -28,13 +28,6 @@ std::optional<std::uint64_t> ParsePid(const std::optional<std::string>& text) {
     }
 }
 
-TaskLogEntry Outcome(TaskState state, const char* text) {
-    TaskLogEntry entry;
-    entry.state = state;
-    entry.text = text;
-    return entry;
-}
-
 }  // namespace
 
 bool Hashes::MatchAny(const Program& program) const {
@@ -52,10 +45,12 @@ CTaskBook::CTaskBook(CLabProcesses& processes, CTaskResults& results, LineSink s
 LabProcess CTaskBook::Start(const std::string& name, const std::string& program,
                             const std::vector<std::string>& arguments) {
     const Program facts = ReadProgram(program);
-    const std::vector<BlockedProgram> blocked = Blocked();
-    if (std::any_of(blocked.begin(), blocked.end(),
-                    [&](const BlockedProgram& one) { return one.hashes.MatchAny(facts); })) {
-        throw std::runtime_error("blocked");
+    {
+        const boost::lock_guard<boost::mutex> lock(mutex_);
+        if (std::any_of(blocked_.begin(), blocked_.end(),
+                        [&](const Hashes& hashes) { return hashes.MatchAny(facts); })) {
+            throw std::runtime_error("blocked");
+        }
     }
     return processes_.Start(name, facts, arguments);
 }
@@ -68,7 +63,7 @@ LabProcess CTaskBook::Adopt(const std::string& name, const std::string& program,
 void CTaskBook::KillProcess(const std::optional<std::string>& pidText, const Hashes& hashes,
                             const std::string& userData) {
     const auto note = [&](TaskState state, const char* text) {
-        Note(Outcome(state, text), "KILL_PROCESS_BY_PID", userData,
+        Note({0, "KILL_PROCESS_BY_PID", userData, state, text},
              CLine("did").With("action", "kill").With("pid", pidText.value_or("")));
     };
     const std::optional<std::uint64_t> pid = ParsePid(pidText);
@@ -79,21 +74,20 @@ void CTaskBook::KillProcess(const std::optional<std::string>& pidText, const Has
         note(TaskState::kRefused, "not a lab process");
     } else if (!hashes.MatchAll(process->program)) {
         note(TaskState::kRefused, "another program has that hash");
-    } else if (!processes_.Kill(*pid, "kill-request", [&] { note(TaskState::kDone, "killed"); })) {
+    } else if (!processes_.Kill(*pid, [&] { note(TaskState::kDone, "killed"); })) {
         note(TaskState::kRefused, "ended before");
     }
 }
 
 void CTaskBook::BlockExecutable(const Hashes& hashes, bool deleteFile,
                                 const std::string& userData) {
-    TaskLogEntry entry = Outcome(TaskState::kDone, "blocked");
-    if (Given(hashes.sha1) || Given(hashes.sha256)) {
+    const bool named = Given(hashes.sha1) || Given(hashes.sha256);
+    if (named) {
         const boost::lock_guard<boost::mutex> lock(mutex_);
-        blocked_.push_back({hashes, deleteFile});
-    } else {
-        entry = Outcome(TaskState::kRefused, "no hash");
+        blocked_.push_back(hashes);
     }
-    Note(std::move(entry), "BLOCK_EXECUTABLE_BY_HASH", userData,
+    Note({0, "BLOCK_EXECUTABLE_BY_HASH", userData, named ? TaskState::kDone : TaskState::kRefused,
+          named ? "blocked" : "no hash"},
          CLine("did")
              .With("action", "block")
              .With("sha1", hashes.sha1.value_or(""))
@@ -106,20 +100,12 @@ std::vector<TaskLogEntry> CTaskBook::TaskLog() const {
     return taskLog_;
 }
 
-std::vector<BlockedProgram> CTaskBook::Blocked() const {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    return blocked_;
-}
-
-void CTaskBook::Note(TaskLogEntry entry, const char* function, const std::string& userData,
-                     CLine didLine) {
-    entry.function = function;
-    entry.userData = userData;
+void CTaskBook::Note(TaskLogEntry entry, CLine didLine) {
     sink_(didLine.With("outcome", NameOf(entry.state))
               .With("text", entry.text)
-              .With("userdata", userData));
-    if (!userData.empty()) {  // else nobody could tell whose task it was
-        results_.Add({entry.state == TaskState::kDone ? kTaskDone : kTaskFailed, userData});
+              .With("userdata", entry.userData));
+    if (!entry.userData.empty()) {  // else nobody could tell whose task it was
+        results_.Add({entry.state == TaskState::kDone ? kTaskDone : kTaskFailed, entry.userData});
     }
     const boost::lock_guard<boost::mutex> lock(mutex_);
     entry.number = taskLog_.size() + 1;

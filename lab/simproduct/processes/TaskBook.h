@@ -44,11 +44,6 @@ struct Hashes {
     bool MatchAll(const Program& program) const;
 };
 
-struct BlockedProgram {
-    Hashes hashes;
-    bool deleteFile = false;
-};
-
 class CTaskBook {
   public:
     /// The outcome of a task that has user data goes into `results` as well.
@@ -67,23 +62,23 @@ class CTaskBook {
     void KillProcess(const std::optional<std::string>& pid, const Hashes& hashes,
                      const std::string& userData);
 
-    /// Keeps programs of these hashes from being started. The delete flag is kept and nothing is
+    /// Keeps programs of these hashes from being started. The delete flag is told and nothing is
     /// deleted: the files of this computer are not the lab's.
     void BlockExecutable(const Hashes& hashes, bool deleteFile, const std::string& userData);
 
     std::vector<TaskLogEntry> TaskLog() const;
-    std::vector<BlockedProgram> Blocked() const;
 
   private:
-    void Note(TaskLogEntry entry, const char* function, const std::string& userData, CLine didLine);
+    /// Numbers the entry.
+    void Note(TaskLogEntry entry, CLine didLine);
 
     CLabProcesses& processes_;  // borrowed
     CTaskResults& results_;     // borrowed
     const LineSink sink_;
 
     mutable boost::mutex mutex_;
-    std::vector<TaskLogEntry> taskLog_;    // guarded by mutex_
-    std::vector<BlockedProgram> blocked_;  // guarded by mutex_
+    std::vector<TaskLogEntry> taskLog_;  // guarded by mutex_
+    std::vector<Hashes> blocked_;        // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::SimProduct

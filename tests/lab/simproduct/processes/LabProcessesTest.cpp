@@ -1,5 +1,4 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "lab/simproduct/processes/LabProcesses.h"
 #include "tests/lab/common/LineList.h"
@@ -14,21 +13,22 @@ const Program kProgram{"/lab/victim", "s1", "s2"};
 
 class LabProcessesTest : public ::testing::Test {
   protected:
+    bool Kill(std::uint64_t pid) {
+        return processes_.Kill(pid, [] {});
+    }
+
     CLineList lines_;
     CFakeLauncher launcher_;
     CLabProcesses processes_{launcher_, lines_.Sink()};
 };
 
-TEST_F(LabProcessesTest, StartedProcessIsAnnouncedAndListed) {
+TEST_F(LabProcessesTest, StartedProcessIsToldAndFound) {
     processes_.Start("one", kProgram, {"--seconds=9"});
 
     EXPECT_THAT(launcher_.launches, ElementsAre("/lab/victim --seconds=9"));
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("started pid=1000 name=one program=/lab/victim sha256=s2"));
-    ASSERT_EQ(1u, processes_.List().size());
-    EXPECT_EQ("one", processes_.List()[0].name);
-    EXPECT_EQ(1000u, processes_.List()[0].pid);
-    EXPECT_TRUE(processes_.List()[0].running);
+    EXPECT_TRUE(processes_.Find(1000)->running);
 }
 
 TEST_F(LabProcessesTest, ObserverHearsOfTheStartAndTheEndOfWhatWasStartedHere) {
@@ -43,63 +43,41 @@ TEST_F(LabProcessesTest, ObserverHearsOfTheStartAndTheEndOfWhatWasStartedHere) {
     EXPECT_THAT(heard, ElementsAre("one runs", "one has ended"));
 }
 
-TEST_F(LabProcessesTest, AdoptedProcessIsAnnouncedAndCanBeEnded) {
+TEST_F(LabProcessesTest, AdoptedProcessIsToldKilledAndRemembered) {
     processes_.Adopt("old", kProgram, 77);
 
     EXPECT_THAT(launcher_.launches, ElementsAre("/lab/victim #77"));
-    EXPECT_TRUE(processes_.Kill(77, "kill-request"));
+    EXPECT_TRUE(Kill(77));
     processes_.EndAll();
     EXPECT_THAT(lines_.Take(), ElementsAre("adopted pid=77 name=old program=/lab/victim sha256=s2",
                                            "ended pid=77 name=old by=kill-request"));
+    EXPECT_FALSE(processes_.Find(77)->running);
 }
 
-TEST_F(LabProcessesTest, KilledProcessEndsAndIsRemembered) {
-    processes_.Start("one", kProgram, {});
-    lines_.Take();
-
-    EXPECT_TRUE(processes_.Kill(1000, "kill-request"));
-    processes_.EndAll();
-
-    EXPECT_THAT(lines_.Take(), ElementsAre("ended pid=1000 name=one by=kill-request"));
-    ASSERT_TRUE(processes_.Find(1000).has_value());
-    EXPECT_FALSE(processes_.Find(1000)->running);
-}
-
-TEST_F(LabProcessesTest, ProcessThatEndsByItselfSaysSo) {
+TEST_F(LabProcessesTest, ProcessThatEndsByItselfSaysSoAndIsNotKilled) {
     processes_.Start("one", kProgram, {});
     lines_.Take();
 
     launcher_.End(1000);
+    EXPECT_FALSE(Kill(1000));
     processes_.EndAll();
 
     EXPECT_THAT(lines_.Take(), ElementsAre("ended pid=1000 name=one by=itself"));
-}
-
-TEST_F(LabProcessesTest, EndedProcessIsNotKilledAgain) {
-    processes_.Start("one", kProgram, {});
-    launcher_.End(1000);
-
-    EXPECT_FALSE(processes_.Kill(1000, "kill-request"));
 }
 
 TEST_F(LabProcessesTest, StrangerIsNeitherFoundNorKilled) {
     processes_.Start("one", kProgram, {});
 
     EXPECT_FALSE(processes_.Find(999).has_value());
-    EXPECT_FALSE(processes_.Kill(999, "kill-request"));
+    EXPECT_FALSE(Kill(999));
 }
 
-TEST_F(LabProcessesTest, NameOfARunningProcessIsRefused) {
+TEST_F(LabProcessesTest, NameIsFreeAgainOnceItsProcessHasEnded) {
     processes_.Start("one", kProgram, {});
 
     EXPECT_THROW(processes_.Start("one", kProgram, {}), std::runtime_error);
     EXPECT_EQ(1u, launcher_.launches.size());
-}
-
-TEST_F(LabProcessesTest, NameOfAnEndedProcessIsFreeAgain) {
-    processes_.Start("one", kProgram, {});
     processes_.EndAll();
-
     EXPECT_EQ(1001u, processes_.Start("one", kProgram, {}).pid);
 }
 
@@ -110,7 +88,7 @@ TEST_F(LabProcessesTest, NumberUsedAgainNamesTheLatestProcess) {
     processes_.Start("two", kProgram, {});
 
     EXPECT_EQ("two", processes_.Find(1000)->name);
-    EXPECT_TRUE(processes_.Kill(1000, "kill-request"));
+    EXPECT_TRUE(Kill(1000));
 }
 
 TEST_F(LabProcessesTest, EndAllEndsEveryProcess) {
