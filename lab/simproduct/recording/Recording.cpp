@@ -18,29 +18,39 @@ namespace json = boost::json;
 // The only one so far. A later one may mean something else by the same names.
 constexpr std::int64_t kVersion = 1;
 
+void Expect(bool holds, const std::string& complaint) {
+    if (!holds) {
+        throw std::runtime_error(complaint);
+    }
+}
+
 json::value ReadDocument(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw std::runtime_error("cannot be read");
-    }
+    Expect(file.good(), "cannot be read");
     const std::string text(std::istreambuf_iterator<char>(file), {});
     json::error_code error;
     json::value document = json::parse(text, error);
-    if (error) {
-        throw std::runtime_error("is no JSON: " + error.message());
-    }
+    Expect(!error, "is no JSON: " + error.message());
     return document;
 }
 
-/// The bytes of a member that may be missing or null.
-std::optional<Bytes> BytesOf(const json::object& object, const char* name) {
+const json::object& ObjectOf(const json::value& value, const char* what) {
+    Expect(value.is_object(), what + std::string(" is no object"));
+    return value.get_object();
+}
+
+/// Null when the member is missing, or null.
+const json::value* Find(const json::object& object, const char* name) {
     const json::value* const value = object.if_contains(name);
-    if (value == nullptr || value->is_null()) {
+    return value == nullptr || value->is_null() ? nullptr : value;
+}
+
+std::optional<Bytes> BytesOf(const json::object& object, const char* name) {
+    const json::value* const value = Find(object, name);
+    if (value == nullptr) {
         return std::nullopt;
     }
-    if (!value->is_string()) {
-        throw std::runtime_error(std::string(name) + " is no text");
-    }
+    Expect(value->is_string(), std::string(name) + " is no text");
     try {
         return FromHex(std::string(value->get_string()));
     } catch (const std::invalid_argument& problem) {
@@ -48,49 +58,29 @@ std::optional<Bytes> BytesOf(const json::object& object, const char* name) {
     }
 }
 
-const json::object& ObjectOf(const json::value& value, const std::string& what) {
-    if (!value.is_object()) {
-        throw std::runtime_error(what + " is no object");
+template <typename Number>
+std::optional<Number> NumberOf(const json::object& object, const char* name, const char* kind) {
+    const json::value* const value = Find(object, name);
+    if (value == nullptr) {
+        return std::nullopt;
     }
-    return value.get_object();
+    json::error_code error;
+    const auto number = value->to_number<Number>(error);
+    Expect(!error, std::string(name) + " is no " + kind);
+    return number;
 }
 
 void RequireVersion(const json::object& document) {
     const json::value* const version = document.if_contains("ov-recording");
-    if (version == nullptr) {
-        throw std::runtime_error("is no recording: it has no \"ov-recording\"");
-    }
-    if (*version != json::value(kVersion)) {
-        throw std::runtime_error("has version " + json::serialize(*version) +
-                                 "; this program reads version 1");
-    }
-}
-
-std::optional<std::int32_t> BuildOf(const json::object& document) {
-    const json::value* const build = document.if_contains("build");
-    if (build == nullptr || build->is_null()) {
-        return std::nullopt;
-    }
-    json::error_code error;
-    const auto number = build->to_number<std::int32_t>(error);
-    if (error) {
-        throw std::runtime_error("build is no number of 32 bits");
-    }
-    return number;
+    Expect(version != nullptr, "is no recording: it has no \"ov-recording\"");
+    Expect(*version == json::value(kVersion),
+           "has version " + json::serialize(*version) + "; this program reads version 1");
 }
 
 /// The bytes of then; of a refusal, of which only the status is known, a header with it.
 std::optional<Bytes> ReplyOf(const json::object& answer) {
-    const json::value* const refused = answer.if_contains("refused");
-    if (refused == nullptr || refused->is_null()) {
-        return BytesOf(answer, "reply");
-    }
-    json::error_code error;
-    const auto status = refused->to_number<std::uint32_t>(error);
-    if (error) {
-        throw std::runtime_error("refused is no status");
-    }
-    return EncodeReply(ErrorReply(status));
+    const auto refused = NumberOf<std::uint32_t>(answer, "refused", "status");
+    return refused ? EncodeReply(ErrorReply(*refused)) : BytesOf(answer, "reply");
 }
 
 }  // namespace
@@ -100,19 +90,15 @@ CRecording::CRecording(const std::string& path) {
         const json::value value = ReadDocument(path);
         const json::object& document = ObjectOf(value, "the document");
         RequireVersion(document);
-        build_ = BuildOf(document);
+        build_ = NumberOf<std::int32_t>(document, "build", "number of 32 bits");
         area_ = BytesOf(document, "area").value_or(Bytes());
         const json::value* const answers = document.if_contains("answers");
-        if (answers == nullptr || !answers->is_array()) {
-            throw std::runtime_error("answers are no array");
-        }
+        Expect(answers != nullptr && answers->is_array(), "answers are no array");
         const Base::CLock lock(mutex_);
         for (const json::value& row : answers->get_array()) {
             const json::object& answer = ObjectOf(row, "an answer");
             const std::optional<Bytes> request = BytesOf(answer, "request");
-            if (!request) {
-                throw std::runtime_error("an answer has no request");
-            }
+            Expect(request.has_value(), "an answer has no request");
             if (std::optional<Bytes> reply = ReplyOf(answer)) {
                 answers_[*request].replies.push_back(std::move(*reply));
             }

@@ -1,9 +1,10 @@
 #include "lab/simproduct/records/EcsRecord.h"
 
+#include <Poco/DateTimeFormat.h>
+#include <Poco/DateTimeFormatter.h>
+#include <Poco/Timestamp.h>
 #include <algorithm>
 
-#include <boost/date_time/posix_time/posix_time_types.hpp>
-#include <boost/date_time/posix_time/time_formatters.hpp>
 #include <boost/json.hpp>
 #include <boost/locale/encoding_utf.hpp>
 
@@ -16,21 +17,14 @@ namespace json = boost::json;
 // The edition of the schema whose field names are used here.
 constexpr char kSchema[] = "8.11.0";
 
-json::object EventFields(const EcsEvent& event) {
-    json::object fields{{"kind", event.kind},
-                        {"category", json::array{event.category}},
-                        {"action", event.action},
-                        {"sequence", event.sequence}};
-    if (!event.type.empty()) {
-        fields["type"] = json::array{event.type};
-    }
-    return fields;
-}
-
 json::object Record(const EcsEvent& event) {
     return {{"@timestamp", IsoTime(event.time)},
             {"ecs", json::object{{"version", kSchema}}},
-            {"event", EventFields(event)}};
+            {"event", json::object{{"kind", event.kind},
+                                   {"category", json::array{event.category}},
+                                   {"action", event.action},
+                                   {"sequence", event.sequence},
+                                   {"type", json::array{event.type}}}}};
 }
 
 /// Names of files may be any bytes; JSON, and the texts of protobuf, are UTF-8.
@@ -59,13 +53,8 @@ std::string SampleRecord(const EcsEvent& event, std::size_t size) {
 }
 
 std::string IsoTime(std::int64_t time) {
-    namespace date = boost::gregorian;
-    namespace posix = boost::posix_time;
-    const posix::ptime epoch(date::date(1970, 1, 1));
-    // Added in two steps: the library's seconds have the width of a long, which may be narrow.
-    const posix::ptime moment = epoch + date::days(static_cast<int>(time / 86400)) +
-                                posix::seconds(static_cast<int>(time % 86400));
-    return posix::to_iso_extended_string(moment) + "Z";
+    return Poco::DateTimeFormatter::format(Poco::Timestamp(time * Poco::Timestamp::resolution()),
+                                           Poco::DateTimeFormat::ISO8601_FORMAT);
 }
 
 }  // namespace Kyr::Lab::SimProduct

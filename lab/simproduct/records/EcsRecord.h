@@ -6,7 +6,6 @@
 
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace Kyr::Lab::SimProduct {
 
@@ -16,7 +15,7 @@ struct EcsEvent {
     std::int64_t time = 0;  // seconds since 1970-01-01T00:00:00 UTC
     std::string kind;       // "event", "alert"
     std::string category;   // "process", "malware"
-    std::string type;       // "start", "end", "info"; empty: not said
+    std::string type;       // "start", "end", "info"
     std::string action;     // what happened, in words of the product
 };
 

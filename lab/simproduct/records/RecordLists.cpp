@@ -4,14 +4,22 @@
 
 namespace Kyr::Lab::SimProduct {
 
+namespace {
+
+constexpr std::size_t Index(RecordKind kind) {
+    return static_cast<std::size_t>(kind);
+}
+
+}  // namespace
+
 CRecordLists::CRecordLists(const std::string& path)
     : file_(std::make_unique<CRecordFile>(path, [this](RecordKind kind, ProductRecord record) {
-          List(kind).push_back(std::move(record));
+          lists_[Index(kind)].push_back(std::move(record));
       })) {}
 
 std::uint64_t CRecordLists::Append(RecordKind kind, const MakeRecord& make) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    std::vector<ProductRecord>& list = List(kind);
+    std::vector<ProductRecord>& list = lists_[Index(kind)];
     const std::uint64_t number = list.size() + 1;
     ProductRecord record = make(number);
     if (file_) {
@@ -24,12 +32,12 @@ std::uint64_t CRecordLists::Append(RecordKind kind, const MakeRecord& make) {
 
 std::uint64_t CRecordLists::Count(RecordKind kind) const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    return List(kind).size();
+    return lists_[Index(kind)].size();
 }
 
 std::vector<ProductRecord> CRecordLists::From(RecordKind kind, std::uint64_t offset) const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    const std::vector<ProductRecord>& list = List(kind);
+    const std::vector<ProductRecord>& list = lists_[Index(kind)];
     std::vector<ProductRecord> batch;
     std::uint64_t bytes = 0;
     for (std::uint64_t place = offset; place < list.size(); ++place) {
@@ -57,14 +65,6 @@ void CRecordLists::SetLimit(const BatchLimit& limit) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     limit_ = limit;
     ++edition_;
-}
-
-std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) {
-    return lists_[static_cast<std::size_t>(kind)];
-}
-
-const std::vector<ProductRecord>& CRecordLists::List(RecordKind kind) const {
-    return lists_[static_cast<std::size_t>(kind)];
 }
 
 }  // namespace Kyr::Lab::SimProduct

@@ -51,9 +51,6 @@ class CRecordLists {
     void SetLimit(const BatchLimit& limit);
 
   private:
-    std::vector<ProductRecord>& List(RecordKind kind);
-    const std::vector<ProductRecord>& List(RecordKind kind) const;
-
     // Guarded by mutex_.
     mutable boost::mutex mutex_;
     std::array<std::vector<ProductRecord>, kRecordKinds.size()> lists_;

@@ -1,8 +1,7 @@
 #include "lab/simproduct/state/Protection.h"
 
+#include <Poco/NumberFormatter.h>
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
 #include <utility>
 
 #include <boost/thread/lock_guard.hpp>
@@ -11,20 +10,16 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-/// An attribute in hexadecimal, of `digits` digits at least.
-void WriteAttribute(std::ostream& text, const char* name, std::uint64_t value, int digits) {
-    text << ' ' << name << "=\"" << std::setw(digits) << value << '"';
-}
+using Poco::NumberFormatter;
 
-void WriteRecord(std::ostream& text, const Component& component) {
-    text << "<RECORD";
-    WriteAttribute(text, "STATUS", component.status, 1);
-    WriteAttribute(text, "CATEGORY_RES_ID", component.category, 16);
-    WriteAttribute(text, "STATUS_RES_ID", component.statusText, 16);
-    if (component.description) {
-        WriteAttribute(text, "DESCRIPTION_RES_ID", *component.description, 16);
-    }
-    text << "/>";
+std::string RecordText(const Component& component) {
+    const auto text = [](std::uint64_t number) { return NumberFormatter::formatHex(number, 16); };
+    return "<RECORD STATUS=\"" + NumberFormatter::formatHex(component.status) +
+           "\" CATEGORY_RES_ID=\"" + text(component.category) + "\" STATUS_RES_ID=\"" +
+           text(component.statusText) +
+           (component.description ? "\" DESCRIPTION_RES_ID=\"" + text(*component.description)
+                                  : "") +
+           "\"/>";
 }
 
 auto FindNamed(std::vector<Component>& components, const std::string& name) {
@@ -76,15 +71,11 @@ std::string CProtection::Report() const {
             return *instead_;
         }
     }
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::hex << std::uppercase << std::setfill('0')
-         << "<?xml version=\"1.0\" encoding=\"utf-8\"?><TULK><SECTION><STATUS>";
+    std::string text = R"(<?xml version="1.0" encoding="utf-8"?><TULK><SECTION><STATUS>)";
     for (const Component& component : Reported()) {
-        WriteRecord(text, component);
+        text += RecordText(component);
     }
-    text << "</STATUS></SECTION></TULK>";
-    return text.str();
+    return text + "</STATUS></SECTION></TULK>";
 }
 
 }  // namespace Kyr::Lab::SimProduct

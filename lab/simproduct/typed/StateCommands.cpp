@@ -1,6 +1,5 @@
+#include <Poco/NumberFormatter.h>
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
 #include <stdexcept>
 
 #include <boost/lexical_cast/try_lexical_convert.hpp>
@@ -13,10 +12,7 @@ namespace Kyr::Lab::SimProduct {
 namespace {
 
 std::string HexText(std::uint64_t value) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << "0x" << std::hex << std::uppercase << value;
-    return text.str();
+    return Poco::NumberFormatter::formatHex(value, true);
 }
 
 /// The component as it stands, or a new one.

@@ -8,17 +8,13 @@ namespace {
 
 using Test::HexBytes;
 
-TEST(ProtobufWireTest, IntegerIsWrittenBehindItsTag) {
+constexpr std::uint64_t kLargest = 0xFFFFFFFFFFFFFFFF;
+
+TEST(ProtobufWireTest, IntegerIsWrittenBehindItsTagInGroupsOfSevenBits) {
     EXPECT_EQ(HexBytes("10 07"), CWireWriter().AddInteger(2, 7).Written());
-}
-
-TEST(ProtobufWireTest, LongIntegerIsWrittenInGroupsOfSevenBits) {
     EXPECT_EQ(HexBytes("08 AC 02"), CWireWriter().AddInteger(1, 300).Written());
-}
-
-TEST(ProtobufWireTest, LargestIntegerTakesTenBytes) {
     EXPECT_EQ(HexBytes("08 FF FF FF FF FF FF FF FF FF 01"),
-              CWireWriter().AddInteger(1, 0xFFFFFFFFFFFFFFFF).Written());
+              CWireWriter().AddInteger(1, kLargest).Written());
 }
 
 TEST(ProtobufWireTest, BytesAreWrittenBehindTheirLength) {
@@ -26,20 +22,11 @@ TEST(ProtobufWireTest, BytesAreWrittenBehindTheirLength) {
               CWireWriter().AddBytes(1, "hi").AddBytes(2, "").Written());
 }
 
-TEST(ProtobufWireTest, IntegerIsFound) {
+TEST(ProtobufWireTest, LastIntegerOfTheFieldIsFound) {
     EXPECT_EQ(300u, ReadInteger(HexBytes("08 AC 02"), 1));
-}
-
-TEST(ProtobufWireTest, LargestIntegerIsFound) {
-    EXPECT_EQ(0xFFFFFFFFFFFFFFFFu, ReadInteger(HexBytes("08 FF FF FF FF FF FF FF FF FF 01"), 1));
-}
-
-TEST(ProtobufWireTest, EmptyMessageHasNoIntegers) {
-    EXPECT_EQ(std::nullopt, ReadInteger({}, 1));
-}
-
-TEST(ProtobufWireTest, LastOfTwoIntegersHolds) {
+    EXPECT_EQ(kLargest, ReadInteger(HexBytes("08 FF FF FF FF FF FF FF FF FF 01"), 1));
     EXPECT_EQ(2u, ReadInteger(HexBytes("08 01 08 02"), 1));
+    EXPECT_EQ(std::nullopt, ReadInteger({}, 1));
 }
 
 TEST(ProtobufWireTest, OtherFieldsArePassedOver) {
@@ -52,20 +39,13 @@ TEST(ProtobufWireTest, OtherFieldsArePassedOver) {
                               1));
 }
 
-TEST(ProtobufWireTest, MessageThatEndsInItsIntegerIsMalformed) {
-    EXPECT_THROW(ReadInteger(HexBytes("08 80"), 1), CMalformed);
-}
-
-TEST(ProtobufWireTest, IntegerThatNeverEndsIsMalformed) {
-    EXPECT_THROW(ReadInteger(HexBytes("08 80 80 80 80 80 80 80 80 80 80 00"), 1), CMalformed);
-}
-
-TEST(ProtobufWireTest, LengthBeyondTheMessageIsMalformed) {
-    EXPECT_THROW(ReadInteger(HexBytes("12 FF FF FF FF FF FF FF FF FF 01 00"), 1), CMalformed);
-}
-
-TEST(ProtobufWireTest, UnknownWireTypeIsMalformed) {
-    EXPECT_THROW(ReadInteger(HexBytes("0F"), 1), CMalformed);
+TEST(ProtobufWireTest, WhatIsNoMessageIsMalformed) {
+    // Ends in its integer; an integer that never ends; a length beyond the message; a wire type
+    // that is none.
+    for (const char* message : {"08 80", "08 80 80 80 80 80 80 80 80 80 80 00",
+                                "12 FF FF FF FF FF FF FF FF FF 01 00", "0F"}) {
+        EXPECT_THROW(ReadInteger(HexBytes(message), 1), CMalformed) << message;
+    }
 }
 
 }  // namespace

@@ -11,7 +11,6 @@ namespace {
 
 using Test::CTemporaryFolder;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
 class RecordFileTest : public ::testing::Test {
   protected:
@@ -34,10 +33,6 @@ class RecordFileTest : public ::testing::Test {
     const std::string path_ = folder_.File("records");
     std::unique_ptr<CRecordFile> file_;
 };
-
-TEST_F(RecordFileTest, NewFileIsEmpty) {
-    EXPECT_THAT(Reopen(), IsEmpty());
-}
 
 TEST_F(RecordFileTest, RecordIsWrittenBehindItsKindTypeAndLength) {
     Reopen();
@@ -81,12 +76,9 @@ TEST_F(RecordFileTest, HalfARecordAtTheEndIsCutOff) {
     }
 }
 
-TEST_F(RecordFileTest, FileOfSomethingElseIsRefused) {
+TEST_F(RecordFileTest, FileOfSomethingElseAndOneThatCannotBeMadeAreRefused) {
     std::ofstream(path_, std::ios::binary) << "tasks 3 3\none\n";
     EXPECT_THROW(Reopen(), std::runtime_error);
-}
-
-TEST_F(RecordFileTest, FileThatCannotBeMadeIsRefused) {
     EXPECT_THROW(CRecordFile(folder_.File("absent/records"), {}), std::runtime_error);
 }
 

@@ -6,16 +6,12 @@ namespace Kyr::Lab::SimProduct {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
+using Texts = std::vector<std::string>;
 
 class RecordListsTest : public ::testing::Test {
   protected:
-    void Append(RecordKind kind, const std::string& text) {
-        lists_.Append(kind, [&](std::uint64_t) { return ProductRecord{text, 0}; });
-    }
-
-    std::vector<std::string> From(RecordKind kind, std::uint64_t offset) const {
-        std::vector<std::string> texts;
+    Texts From(RecordKind kind, std::uint64_t offset) const {
+        Texts texts;
         for (const ProductRecord& record : lists_.From(kind, offset)) {
             texts.push_back(record.text);
         }
@@ -35,49 +31,33 @@ TEST_F(RecordListsTest, RecordsAreNumberedFromOneInEachList) {
     EXPECT_EQ(2u, lists_.Append(RecordKind::kIndicator, note));
     EXPECT_EQ(1u, lists_.Append(RecordKind::kTelemetry, note));
     EXPECT_THAT(numbers, ElementsAre(1, 2, 1));
+    EXPECT_EQ(2u, lists_.Count(RecordKind::kIndicator));
 }
 
-TEST_F(RecordListsTest, OffsetSaysHowManyAreLeftOut) {
-    Append(RecordKind::kIndicator, "one");
-    Append(RecordKind::kIndicator, "two");
-    Append(RecordKind::kIndicator, "three");
-
-    EXPECT_THAT(From(RecordKind::kIndicator, 0), ElementsAre("one", "two", "three"));
-    EXPECT_THAT(From(RecordKind::kIndicator, 2), ElementsAre("three"));
-    EXPECT_EQ(3u, lists_.Count(RecordKind::kIndicator));
-}
-
-TEST_F(RecordListsTest, OffsetAtOrBeyondTheEndGivesNothing) {
-    Append(RecordKind::kAction, "one");
-
-    EXPECT_THAT(From(RecordKind::kAction, 1), IsEmpty());
-    EXPECT_THAT(From(RecordKind::kAction, 0xFFFFFFFFFFFFFFFF), IsEmpty());
-    EXPECT_THAT(From(RecordKind::kTelemetry, 0), IsEmpty());
-}
-
-TEST_F(RecordListsTest, BatchEndsAtTheLimitOfRecords) {
-    lists_.SetLimit({2, 1000});
+TEST_F(RecordListsTest, BatchBeginsBehindTheOffsetAndEndsAtALimit) {
+    const struct {
+        const char* name;
+        BatchLimit limit;
+        std::uint64_t offset;
+        Texts batch;
+    } kRows[] = {
+        {"all", {1000, 1000}, 0, {"one", "two", "three"}},
+        {"behind two", {1000, 1000}, 2, {"three"}},
+        {"at the end", {1000, 1000}, 3, {}},
+        {"beyond the end", {1000, 1000}, 0xFFFFFFFFFFFFFFFF, {}},
+        {"limit of records", {2, 1000}, 0, {"one", "two"}},
+        {"limit of records, behind one", {2, 1000}, 1, {"two", "three"}},
+        {"limit of bytes", {1000, 6}, 0, {"one", "two"}},
+        {"record larger than the limit comes alone", {1000, 2}, 0, {"one"}},
+    };
     for (const char* text : {"one", "two", "three"}) {
-        Append(RecordKind::kIndicator, text);
+        lists_.Append(RecordKind::kAction, [&](std::uint64_t) { return ProductRecord{text, 0}; });
     }
-    EXPECT_THAT(From(RecordKind::kIndicator, 0), ElementsAre("one", "two"));
-    EXPECT_THAT(From(RecordKind::kIndicator, 2), ElementsAre("three"));
-}
-
-TEST_F(RecordListsTest, BatchEndsBeforeTheRecordThatIsBeyondTheLimitOfBytes) {
-    lists_.SetLimit({1000, 6});
-    for (const char* text : {"one", "two", "three"}) {
-        Append(RecordKind::kIndicator, text);
+    for (const auto& row : kRows) {
+        lists_.SetLimit(row.limit);
+        EXPECT_EQ(row.batch, From(RecordKind::kAction, row.offset)) << row.name;
     }
-    EXPECT_THAT(From(RecordKind::kIndicator, 0), ElementsAre("one", "two"));
-}
-
-TEST_F(RecordListsTest, RecordLargerThanTheLimitComesAlone) {
-    lists_.SetLimit({1000, 2});
-    Append(RecordKind::kIndicator, "one");
-    Append(RecordKind::kIndicator, "two");
-
-    EXPECT_THAT(From(RecordKind::kIndicator, 0), ElementsAre("one"));
+    EXPECT_EQ(Texts(), From(RecordKind::kTelemetry, 0));
 }
 
 }  // namespace

@@ -5,38 +5,23 @@
 namespace Kyr::Lab::SimProduct {
 namespace {
 
-TEST(ConfigurationTest, TextIsKeptByteByByte) {
+TEST(ConfigurationTest, TextIsKeptByteByByteUntilItIsReplaced) {
     CConfiguration configuration;
-    const std::string text("a\0\xFF\r\n", 5);
+    configuration.Replace({"files=off\n\0\xFF", 12});
+    EXPECT_EQ(std::string("files=off\n\0\xFF", 12), configuration.Text());
 
-    configuration.Replace(text);
-
-    EXPECT_EQ(text, configuration.Text());
-}
-
-TEST(ConfigurationTest, ReplacedTextLeavesNothingOfTheOneBefore) {
-    CConfiguration configuration;
-    configuration.Replace("files=off\n");
     configuration.Replace("");
-
     EXPECT_EQ("", configuration.Text());
     EXPECT_EQ(std::nullopt, configuration.Setting("files"));
 }
 
-TEST(ConfigurationTest, SettingIsALineOfItsOwn) {
+TEST(ConfigurationTest, SettingIsTheLastLineOfItsName) {
     CConfiguration configuration;
-    configuration.Replace("not files=off\nnetwork=on\r\nfiles=off");
+    configuration.Replace("not files=off\nnetwork=on\r\nfiles=on\nfiles=off");
 
     EXPECT_EQ("off", configuration.Setting("files"));
     EXPECT_EQ("on", configuration.Setting("network"));
     EXPECT_EQ(std::nullopt, configuration.Setting("file"));
-}
-
-TEST(ConfigurationTest, LastLineOfANameHolds) {
-    CConfiguration configuration;
-    configuration.Replace("files=off\nfiles=on\n");
-
-    EXPECT_EQ("on", configuration.Setting("files"));
 }
 
 }  // namespace
