@@ -8,7 +8,7 @@
 #include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/SimulatedProduct.h"
-#include "lab/simproduct/area/OnlyProduct.h"
+#include "lab/simproduct/area/NamedMemory.h"
 #include "lab/simproduct/recording/Recording.h"
 #include "lab/simproduct/state/Registration.h"
 #include "lab/simproduct/typed/TypedCommands.h"

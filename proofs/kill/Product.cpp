@@ -7,7 +7,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/simproduct/SimulatedProduct.h"
-#include "lab/simproduct/area/OnlyProduct.h"
+#include "lab/simproduct/area/NamedMemory.h"
 #include "proofs/kill/Journal.h"
 #include "proofs/kill/Scenario.h"
 

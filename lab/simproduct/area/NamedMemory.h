@@ -37,4 +37,16 @@ class CNamedMemory {
     void* view_ = nullptr;
 };
 
+/// The claim of a product to be the only one that serves where its names live. A second one would
+/// write over the broadcast area of the first before it finds a port taken.
+class COnlyProduct {
+  public:
+    /// `pid` is this process's number. Errors: std::runtime_error when another product serves.
+    explicit COnlyProduct(std::uint64_t pid);
+    ~COnlyProduct() { claim_.Give(); }
+
+  private:
+    CNamedMemory claim_;  // holds the number of the process that has the mutex
+};
+
 }  // namespace Kyr::Lab::SimProduct

@@ -13,8 +13,8 @@
 #include "lab/common/LineWriter.h"
 #include "lab/simproduct/processes/TaskBook.h"
 #include "lab/simproduct/records/RecordLists.h"
-#include "lab/simproduct/requests/Answer.h"
 #include "lab/simproduct/requests/InnerRequest.h"
+#include "lab/simproduct/requests/PortExchange.h"
 #include "lab/simproduct/state/Protection.h"
 
 namespace Kyr::Lab::SimProduct {

@@ -17,7 +17,7 @@
 
 #include <boost/thread/mutex.hpp>
 
-#include "lab/simproduct/requests/PortRequest.h"
+#include "lab/simproduct/requests/PortExchange.h"
 
 namespace Kyr::Lab::SimProduct {
 

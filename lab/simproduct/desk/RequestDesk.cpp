@@ -35,23 +35,20 @@ std::optional<std::uint32_t> NumberOf(const std::vector<Misbehaviour>& faults, F
 /// What a refused request gets instead of being carried out.
 std::optional<PortAnswer> Refusal(const std::vector<Misbehaviour>& faults) {
     PortAnswer answer;
+    const auto code = NumberOf(faults, Fault::kCode);
+    const auto status = NumberOf(faults, Fault::kStatus);
     if (Find(faults, Fault::kDrop) != nullptr) {
         answer.delivery = PortAnswer::Delivery::kDrop;
-        return answer;
-    }
-    if (Find(faults, Fault::kHang) != nullptr) {
+    } else if (Find(faults, Fault::kHang) != nullptr) {
         answer.delivery = PortAnswer::Delivery::kHang;
-        return answer;
-    }
-    if (const auto code = NumberOf(faults, Fault::kCode)) {
+    } else if (code) {
         answer.code = *code;
-        return answer;
-    }
-    if (const auto status = NumberOf(faults, Fault::kStatus)) {
+    } else if (status) {
         answer.bytes = EncodeReply(ErrorReply(*status));
-        return answer;
+    } else {
+        return std::nullopt;
     }
-    return std::nullopt;
+    return answer;
 }
 
 void DamagePayload(const std::vector<Misbehaviour>& faults, InnerReply& reply) {

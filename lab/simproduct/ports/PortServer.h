@@ -20,8 +20,7 @@
 #include <boost/thread/thread.hpp>
 
 #include "lab/common/LineWriter.h"
-#include "lab/simproduct/requests/Answer.h"
-#include "lab/simproduct/requests/PortRequest.h"
+#include "lab/simproduct/requests/PortExchange.h"
 #include "ntapi/Alpc.h"
 #include "ntapi/Types.h"
 

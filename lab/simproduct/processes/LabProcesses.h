@@ -20,9 +20,18 @@
 
 #include "lab/common/LineWriter.h"
 #include "lab/simproduct/processes/Process.h"
-#include "lab/simproduct/processes/Program.h"
 
 namespace Kyr::Lab::SimProduct {
+
+/// A program file and its digests, as the product knows executables.
+struct Program {
+    std::string path;
+    std::string sha1;    // lower-case hexadecimal
+    std::string sha256;  // lower-case hexadecimal
+};
+
+/// Reads the file whole. Errors: std::runtime_error when it cannot be read.
+Program ReadProgram(const std::string& path);
 
 struct LabProcess {
     std::string name;

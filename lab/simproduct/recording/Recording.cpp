@@ -7,7 +7,7 @@
 
 #include <boost/json.hpp>
 
-#include "lab/simproduct/requests/Answer.h"
+#include "lab/simproduct/requests/PortExchange.h"
 
 namespace Kyr::Lab::SimProduct {
 

@@ -1,7 +1,6 @@
 #include "lab/simproduct/requests/InnerRequest.h"
 
 #include <algorithm>
-#include <map>
 #include <sstream>
 
 #include <boost/property_tree/ptree.hpp>
@@ -31,12 +30,8 @@ InnerRequest DecodeInnerRequest(const Bytes& payload) {
 }
 
 std::optional<std::string> XmlCall::Find(const std::string& name) const {
-    for (const XmlNode& node : nodes) {
-        if (node.name == name) {
-            return node.value;
-        }
-    }
-    return std::nullopt;
+    const auto found = nodes.find(name);
+    return found == nodes.end() ? std::nullopt : std::optional(found->second);
 }
 
 XmlCall ParseXmlRequest(const Bytes& body) {
@@ -55,9 +50,8 @@ XmlCall ParseXmlRequest(const Bytes& body) {
         const pt::ptree none;
         for (const auto& [name, child] : element.get_child("DATA", none)) {
             if (name == "NODE") {
-                request.nodes.push_back({child.get<std::string>("<xmlattr>.NAME"),
-                                         child.get<std::string>("<xmlattr>.TYPE", ""),
-                                         child.get<std::string>("<xmlattr>.VALUE")});
+                request.nodes.emplace(child.get<std::string>("<xmlattr>.NAME"),
+                                      child.get<std::string>("<xmlattr>.VALUE"));
             }
         }
     } catch (const pt::ptree_error& error) {

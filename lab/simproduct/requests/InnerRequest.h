@@ -4,9 +4,9 @@
 // Errors: CMalformed.
 #pragma once
 
+#include <map>
 #include <optional>
 #include <string>
-#include <vector>
 
 #include "lab/simproduct/requests/Bytes.h"
 
@@ -23,23 +23,16 @@ struct InnerRequest {
 /// Reads the header (u32 12, u32 0x01000600, u32 inner command); the rest is the body.
 InnerRequest DecodeInnerRequest(const Bytes& payload);
 
-struct XmlNode {
-    std::string name;
-    std::string type;
-    std::string value;
-};
-
 struct XmlCall {
     std::string function;
-    std::vector<XmlNode> nodes;
+    std::map<std::string, std::string> nodes;  // value by name; of two of a name the first
 
-    /// The value of the first node `name`; nothing when there is none.
     std::optional<std::string> Find(const std::string& name) const;
 };
 
-/// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, TYPE, VALUE). Elements that do
-/// not belong there are passed over, and DATA may be missing. Text with more than 256 tags is
-/// refused unread.
+/// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, VALUE). Elements that do not
+/// belong there are passed over, and DATA may be missing. Text with more than 256 tags is refused
+/// unread.
 XmlCall ParseXmlRequest(const Bytes& body);
 
 /// The text by which the management agent says which instance of it has connected. Reads records of

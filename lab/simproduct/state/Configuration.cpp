@@ -1,21 +1,8 @@
 #include "lab/simproduct/state/Configuration.h"
 
 #include <sstream>
-#include <utility>
-
-#include <boost/thread/lock_guard.hpp>
 
 namespace Kyr::Lab::SimProduct {
-
-void CConfiguration::Replace(std::string text) {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    text_ = std::move(text);
-}
-
-std::string CConfiguration::Text() const {
-    const boost::lock_guard<boost::mutex> lock(mutex_);
-    return text_;
-}
 
 std::optional<std::string> CConfiguration::Setting(const std::string& name) const {
     const std::string start = name + '=';

@@ -9,21 +9,21 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 
-#include <boost/thread/mutex.hpp>
+#include <boost/thread/synchronized_value.hpp>
 
 namespace Kyr::Lab::SimProduct {
 
 class CConfiguration {
   public:
     /// `text` may hold any bytes.
-    void Replace(std::string text);
-    std::string Text() const;
+    void Replace(std::string text) { text_ = std::move(text); }
+    std::string Text() const { return text_.get(); }
     std::optional<std::string> Setting(const std::string& name) const;
 
   private:
-    mutable boost::mutex mutex_;
-    std::string text_ = "update-server=default\n";  // guarded by mutex_
+    boost::synchronized_value<std::string> text_{"update-server=default\n"};
 };
 
 }  // namespace Kyr::Lab::SimProduct

@@ -8,9 +8,10 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
-#include <boost/thread/mutex.hpp>
+#include <boost/thread/synchronized_value.hpp>
 
 namespace Kyr::Lab::SimProduct {
 
@@ -29,14 +30,24 @@ struct TaskResult {
 
 class CTaskResults {
   public:
-    void Add(const TaskResult& result);
+    void Add(const TaskResult& result) { waiting_->push_back(result); }
     /// The oldest, which is then forgotten; nothing when none is left.
-    std::optional<TaskResult> Take();
-    std::vector<TaskResult> List() const;
+    std::optional<TaskResult> Take() {
+        auto waiting = waiting_.synchronize();
+        if (waiting->empty()) {
+            return std::nullopt;
+        }
+        TaskResult oldest = std::move(waiting->front());
+        waiting->pop_front();
+        return oldest;
+    }
+    std::vector<TaskResult> List() const {
+        const auto waiting = waiting_.synchronize();
+        return {waiting->begin(), waiting->end()};
+    }
 
   private:
-    mutable boost::mutex mutex_;
-    std::deque<TaskResult> waiting_;  // guarded by mutex_
+    boost::synchronized_value<std::deque<TaskResult>> waiting_;
 };
 
 }  // namespace Kyr::Lab::SimProduct

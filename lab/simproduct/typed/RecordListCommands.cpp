@@ -27,15 +27,12 @@ std::vector<std::int32_t> ParseTypes(const std::string& text) {
 }
 
 EcsEvent SampleEvent(RecordKind kind, std::uint64_t number, std::int64_t time) {
-    switch (kind) {
-        case RecordKind::kIndicator:
-            return {number, time, "alert", "malware", "info", "indicator-matched"};
-        case RecordKind::kTelemetry:
-            return {number, time, "event", "process", "info", "process-observed"};
-        case RecordKind::kAction:
-            break;
-    }
-    return {number, time, "event", "intrusion_detection", "info", "remediation"};
+    const auto event = [&](const char* what, const char* category, const char* action) {
+        return EcsEvent{number, time, what, category, "info", action};
+    };
+    return kind == RecordKind::kIndicator   ? event("alert", "malware", "indicator-matched")
+           : kind == RecordKind::kTelemetry ? event("event", "process", "process-observed")
+                                            : event("event", "intrusion_detection", "remediation");
 }
 
 void Append(CRecordLists& lists, const Base::IClock& clock, CCommandWords& words,

@@ -9,59 +9,47 @@
 namespace Kyr::Lab::SimProduct {
 namespace {
 
+using Build = std::optional<std::int64_t>;
+
 class EndToEndRegistrationTest : public EndToEndTest {
   protected:
     /// As one who looks for the product finds it.
-    static std::optional<std::int64_t> Build() {
+    static Build Found() {
         return Connectors::OvAgentConnector::SystemProductBuildReader()->Read();
     }
+
+    const Kyr::Test::CTemporaryFolder folder_;
 };
 
-TEST_F(EndToEndRegistrationTest, ProductThatServesIsRegistered) {
-    Run();
-    EXPECT_EQ(5600, Build());
-    Command("install build=5058");
-    EXPECT_EQ(5058, Build());
-    Command("uninstall");
-    EXPECT_EQ(std::nullopt, Build());
+TEST_F(EndToEndRegistrationTest, ProductIsRegisteredAsTheCommandLineSays) {
+    const std::string old = folder_.File("old");
+    const std::string none = folder_.File("none");
+    std::ofstream(old) << R"({"ov-recording":1,"build":1234,"answers":[]})";
+    std::ofstream(none) << R"({"ov-recording":1,"build":null,"answers":[]})";
+    const std::pair<std::vector<std::string>, Build> kRows[] = {
+        {{}, 5600},
+        {{"--build=5057"}, 5057},
+        {{"--not-installed"}, std::nullopt},
+        {{"--replay=" + old}, 1234},
+        {{"--replay=" + none}, std::nullopt},
+    };
+    for (const auto& [arguments, build] : kRows) {
+        Run(arguments);
+        EXPECT_EQ(build, Found()) << (arguments.empty() ? "" : arguments[0]);
+    }
 }
 
-TEST_F(EndToEndRegistrationTest, BuildOfTheCommandLineOutlivesTheProduct) {
-    Run({"--build=5057"});
-    actor_->Send("quit");
+TEST_F(EndToEndRegistrationTest, RegistrationOutlivesTheProductAndCanBeMadeWithoutServing) {
+    Launch({"--install-only"});
     ExpectCleanEnd();
-    EXPECT_EQ(5057, Build());
-}
-
-TEST_F(EndToEndRegistrationTest, ProductOfARecordingIsInstalledAsItWasThen) {
-    const Kyr::Test::CTemporaryFolder folder;
-    std::ofstream(folder.File("old")) << R"({"ov-recording":1,"build":1234,"answers":[]})";
-    std::ofstream(folder.File("none")) << R"({"ov-recording":1,"build":null,"answers":[]})";
-    Run({"--replay=" + folder.File("old")});
-    EXPECT_EQ(1234, Build());
-    Run({"--replay=" + folder.File("none")});
-    EXPECT_EQ(std::nullopt, Build());
+    EXPECT_EQ(5600, Found());
 }
 
 TEST_F(EndToEndRegistrationTest, RecordingThatIsNoneIsRefusedBeforeAnythingIsServed) {
-    const Kyr::Test::CTemporaryFolder folder;
-    Launch({"--replay=" + folder.File("missing")});
-    EXPECT_EQ("the recording " + folder.File("missing") + ": cannot be read",
+    Launch({"--replay=" + folder_.File("missing")});
+    EXPECT_EQ("the recording " + folder_.File("missing") + ": cannot be read",
               Field(Await("error"), "text"));
     EXPECT_EQ(1, actor_->AwaitEnd(kPatience));
-}
-
-TEST_F(EndToEndRegistrationTest, ProductThatIsOnlyInstalledDoesNotServe) {
-    Launch({"--install-only"});
-    ExpectCleanEnd();
-    EXPECT_EQ(5600, Build());
-}
-
-TEST_F(EndToEndRegistrationTest, ProductMayServeWithoutBeingInstalled) {
-    Launch({"--install-only"});
-    ExpectCleanEnd();
-    Run({"--not-installed"});
-    EXPECT_EQ(std::nullopt, Build());
 }
 
 }  // namespace

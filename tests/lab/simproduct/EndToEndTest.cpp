@@ -1,19 +1,16 @@
 // The program with one of the connector's clients on its ports.
 #include "tests/lab/simproduct/EndToEndTest.h"
 
-#include <fstream>
 #include <future>
 
 #include "kelcomm/client/KelcommConnection.h"
 #include "kelcomm/ports/KelcommAlpcClient.h"
 #include "kelcomm/ports/KelcommClientNt.h"
 #include "lab/simproduct/ports/PortServer.h"
-#include "lab/simproduct/processes/Process.h"
 #include "ntapi/Status.h"
 #include "portlayer/ClientFunctions.h"
 #include "tests/kelcomm/native/LayerFunctions.h"
 #include "tests/lab/simproduct/Requests.h"
-#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
@@ -32,6 +29,7 @@ const Bytes kAccepted = Test::HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00");
 
 struct LegacyPort {
     static constexpr const char* kName = "Lpc";
+    static constexpr char kAbsent[] = "no-lpc";
     // What a client says when it connects and pings, written down from the protocol. Of the ping:
     // command, flags, reply capacity.
     static constexpr char kConnect[] = "4b656c436f6d6d2002000000";
@@ -43,6 +41,7 @@ struct LegacyPort {
 
 struct AdvancedPort {
     static constexpr const char* kName = "Alpc";
+    static constexpr char kAbsent[] = "no-alpc";
     // Of the ping: command, whether a reply may have any length, request length, reply capacity.
     static constexpr char kConnect[] = "4b656c436f6d6d2002000000cfff0000";
     static constexpr char kPing[] = "00000000000000000000000000000000";
@@ -86,26 +85,23 @@ struct PortNames {
 using BothPorts = ::testing::Types<LegacyPort, AdvancedPort>;
 TYPED_TEST_SUITE(EndToEndPortTest, BothPorts, PortNames);
 
-TYPED_TEST(EndToEndPortTest, ConnectAndPingAreToldAsTheyCame) {
-    this->Run({"--native"});
-    EXPECT_EQ(0u, this->client_->Request(0, kPingCommand, nullptr, 0, nullptr, 0, nullptr, 0));
+TYPED_TEST(EndToEndPortTest, ConnectAndPingAreToldAsTheyCameWhenThatIsAskedFor) {
+    for (const bool asked : {true, false}) {
+        this->Run(asked ? std::vector<std::string>{"--native"} : std::vector<std::string>{});
+        const ClientPointer client = TypeParam::Client();
+        EXPECT_EQ(0u, client->Request(0, kPingCommand, nullptr, 0, nullptr, 0, nullptr, 0));
+        this->Await("reply");
 
-    const CLine connect = this->Await("native");
-    EXPECT_EQ("connect", this->Field(connect, "message"));
-    EXPECT_EQ("1", this->Field(connect, "client"));
-    EXPECT_EQ(TypeParam::kConnect, this->Field(connect, "bytes"));
-    const CLine ping = this->Await("native");
-    EXPECT_EQ("ping", this->Field(ping, "message"));
-    EXPECT_EQ(TypeParam::kPing, this->Field(ping, "bytes"));
-}
-
-TYPED_TEST(EndToEndPortTest, ConnectAndPingAreNotToldUnasked) {
-    this->Run();
-    EXPECT_EQ(0u, this->client_->Request(0, kPingCommand, nullptr, 0, nullptr, 0, nullptr, 0));
-    this->Await("reply");
-
-    for (std::size_t event = 0; event < this->next_; ++event) {
-        EXPECT_NE("native", this->actor_->EventAt(event).line.Kind());
+        std::vector<std::string> native;
+        for (std::size_t event = 0; event < this->next_; ++event) {
+            const CLine line = this->actor_->EventAt(event).line;
+            if (line.Kind() == "native") {
+                native.push_back(line.Value("message") + " " + line.Value("bytes"));
+            }
+        }
+        const std::vector<std::string> told{std::string("connect ") + TypeParam::kConnect,
+                                            std::string("ping ") + TypeParam::kPing};
+        EXPECT_EQ(asked ? told : std::vector<std::string>(), native);
     }
 }
 
@@ -118,27 +114,6 @@ TYPED_TEST(EndToEndPortTest, OneWayKillEndsTheVictim) {
     this->Await("did action=kill pid=" + pid + " outcome=done");
     this->Await("ended pid=" + pid + " name=one by=kill-request");
     EXPECT_EQ("done", this->Field(this->Command("tasklog"), "state"));
-}
-
-TYPED_TEST(EndToEndPortTest, KillOfThisVeryProcessIsRefused) {
-    this->Run();
-    const std::string own = std::to_string(OwnProcessId());
-
-    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload(own)).bytes);
-
-    this->Await("did action=kill pid=" + own + " outcome=refused");
-}
-
-TYPED_TEST(EndToEndPortTest, RecordedRequestGetsTheReplyOfThen) {
-    const Kyr::Test::CTemporaryFolder folder;
-    const std::string file = folder.File("recording");
-    std::ofstream(file) << R"({"ov-recording":1,"build":1234,"answers":[)"
-                        << R"({"request":"0c0000000006000121000000","reply":"0c0000000e000000"}]})";
-    this->Run({"--replay=" + file});
-
-    EXPECT_EQ(Test::HexBytes("0C 00 00 00 0E 00 00 00"),
-              Ask(*this->client_, Test::HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00")).bytes);
-    EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
 }
 
 TYPED_TEST(EndToEndPortTest, LongRequestAndLongReplyArriveWhole) {
@@ -180,11 +155,10 @@ TYPED_TEST(EndToEndPortTest, ClientThatGoesIsNoticed) {
 }
 
 TYPED_TEST(EndToEndPortTest, PortCanBeClosedAndOpenedWhileTheProductRuns) {
-    const std::string fault = TypeParam::kName == std::string("Lpc") ? "no-lpc" : "no-alpc";
     this->Run();
     EXPECT_EQ(kAccepted, Ask(*this->client_, KillPayload("1")).bytes);
 
-    this->Misbehave(fault);
+    this->Misbehave(TypeParam::kAbsent);
     EXPECT_NE(0u, Ask(*this->client_, KillPayload("1")).code);
 
     this->Misbehave("clear");
@@ -207,17 +181,17 @@ TEST_F(EndToEndTest, LongReplyWhoseViewIsMissingOrSmallIsNoReply) {
 TEST_F(EndToEndTest, StrangersAreRefused) {
     Run();
     NtApi::Handle port = nullptr;
-    NtApi::UnicodeString name;
+    NtApi::UnicodeString lpc;
+    NtApi::UnicodeString alpc;
+    PortLayer::RtlInitUnicodeString(&lpc, kLpcPortName);
+    PortLayer::RtlInitUnicodeString(&alpc, kAlpcPortName);
 
-    PortLayer::RtlInitUnicodeString(&name, kLpcPortName);
     EXPECT_EQ(NtApi::kStatusPortConnectionRefused,
-              PortLayer::NtConnectPort(&port, &name, nullptr, nullptr, nullptr, nullptr, nullptr,
+              PortLayer::NtConnectPort(&port, &lpc, nullptr, nullptr, nullptr, nullptr, nullptr,
                                        nullptr));
     Await("error transport=lpc text=\"a stranger was refused\"");
-
-    PortLayer::RtlInitUnicodeString(&name, kAlpcPortName);
     EXPECT_EQ(NtApi::kStatusPortConnectionRefused,
-              PortLayer::NtAlpcConnectPort(&port, &name, nullptr, nullptr, 0x20000, nullptr,
+              PortLayer::NtAlpcConnectPort(&port, &alpc, nullptr, nullptr, 0x20000, nullptr,
                                            nullptr, nullptr, nullptr, nullptr, nullptr));
     Await("error transport=alpc text=\"a stranger was refused\"");
 }
@@ -250,14 +224,6 @@ TEST_F(EndToEndTest, UnknownFaultIsRefused) {
                            [](const std::string&, const TimedLine&) {});
 
     EXPECT_EQ(2, product.AwaitEnd(kPatience));
-}
-
-TEST_F(EndToEndTest, ProductWithNothingNewHasOnlyValuesThatCountAsRead) {
-    Run({"--nothing-new"});
-
-    const CLine values = Command("broadcast");
-    EXPECT_EQ("4294967295", Field(values, "2"));
-    EXPECT_EQ("4294967295", Field(values, "10"));
 }
 
 }  // namespace

@@ -1,7 +1,7 @@
 // Request payloads as clients send them.
 #pragma once
 
-#include "lab/simproduct/requests/PortRequest.h"
+#include "lab/simproduct/requests/PortExchange.h"
 #include "tests/support/HexBytes.h"
 
 namespace Kyr::Lab::SimProduct {

@@ -13,19 +13,16 @@ class SystemProcessTest : public ::testing::Test {
     const std::unique_ptr<IProcessLauncher> launcher_ = MakeSystemLauncher();
 };
 
-TEST_F(SystemProcessTest, KilledProcessEnds) {
+TEST_F(SystemProcessTest, ProcessIsKilledOnlyOnceAlsoOneThatWasAdopted) {
     const auto process = launcher_->Launch(KYR_VICTIM, {"target", "--seconds=60"});
+    const auto adopted = launcher_->Adopt(KYR_VICTIM, process->Pid());
 
     EXPECT_GT(process->Pid(), 1u);
-    EXPECT_TRUE(process->Kill());
+    EXPECT_EQ(process->Pid(), adopted->Pid());
+    EXPECT_TRUE(adopted->Kill());
+    adopted->Wait();
+    EXPECT_FALSE(adopted->Kill());
     process->Wait();
-}
-
-TEST_F(SystemProcessTest, ProcessIsKilledOnlyOnce) {
-    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
-    process->Kill();
-    process->Wait();
-
     EXPECT_FALSE(process->Kill());
 }
 
@@ -35,17 +32,6 @@ TEST_F(SystemProcessTest, ProcessEndsByItself) {
     process->Wait();
 
     EXPECT_FALSE(process->Kill());
-}
-
-TEST_F(SystemProcessTest, AdoptedProcessIsKilledOnlyOnce) {
-    const auto process = launcher_->Launch(KYR_VICTIM, {"--seconds=60"});
-    const auto adopted = launcher_->Adopt(KYR_VICTIM, process->Pid());
-
-    EXPECT_EQ(process->Pid(), adopted->Pid());
-    EXPECT_TRUE(adopted->Kill());
-    adopted->Wait();
-    EXPECT_FALSE(adopted->Kill());
-    process->Wait();
 }
 
 TEST_F(SystemProcessTest, ProcessOfAnotherProgramIsNotAdopted) {

@@ -118,7 +118,8 @@ INSTANTIATE_TEST_SUITE_P(All, InnerCommandsTest, ::testing::ValuesIn(kExchanges)
 
 class InnerCommandsDeedTest : public ProductFixture {
   protected:
-    std::uint32_t PerformXml(const std::string& function, std::vector<XmlNode> nodes) {
+    std::uint32_t PerformXml(const std::string& function,
+                             std::map<std::string, std::string> nodes) {
         return product_.commands.Perform({{kXmlCommand, {}}, {function, std::move(nodes)}}).status;
     }
 };
@@ -156,19 +157,17 @@ TEST_F(InnerCommandsDeedTest, BatchThatIsAskedForAgainIsTheSameUntilSomethingEls
 TEST_F(InnerCommandsDeedTest, KillHashesAreHeeded) {
     StartOne();
 
-    PerformXml("KILL_PROCESS_BY_PID",
-               {{"PID", "STRING", "1000"}, {"HASH_SHA2_256", "STRING", "00"}});
+    PerformXml("KILL_PROCESS_BY_PID", {{"PID", "1000"}, {"HASH_SHA2_256", "00"}});
 
     EXPECT_EQ("another program has that hash", product_.tasks.TaskLog().at(0).text);
 }
 
 TEST_F(InnerCommandsDeedTest, BlockTakesHashesDeleteFlagAndUserData) {
-    const std::vector<XmlNode> nodes{{"HASH_SHA1", "STRING", "s1"},
-                                     {"HASH_SHA2_256", "STRING", "s2"},
-                                     {"DELETE", "DWORD", "1"},
-                                     {"USERDATA", "STRING", "a;b;c"}};
-    EXPECT_EQ(0u, PerformXml("BLOCK_EXECUTABLE_BY_HASH", nodes));
-    PerformXml("BLOCK_EXECUTABLE_BY_HASH", {nodes[0], {"DELETE", "DWORD", "0"}});
+    EXPECT_EQ(0u, PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "s1"},
+                                                          {"HASH_SHA2_256", "s2"},
+                                                          {"DELETE", "1"},
+                                                          {"USERDATA", "a;b;c"}}));
+    PerformXml("BLOCK_EXECUTABLE_BY_HASH", {{"HASH_SHA1", "s1"}, {"DELETE", "0"}});
 
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("did action=block sha1=s1 sha256=s2 delete=yes outcome=done "

@@ -1,8 +1,10 @@
+#include <fstream>
 #include <gmock/gmock.h>
 
 #include "lab/simproduct/processes/LabProcesses.h"
 #include "tests/lab/common/LineList.h"
 #include "tests/lab/simproduct/FakeLauncher.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
@@ -101,6 +103,17 @@ TEST_F(LabProcessesTest, EndAllEndsEveryProcess) {
     EXPECT_THAT(lines_.Take(),
                 ::testing::UnorderedElementsAre("ended pid=1000 name=one by=product",
                                                 "ended pid=1001 name=two by=product"));
+}
+
+TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
+    const Kyr::Test::CTemporaryFolder folder;
+    std::ofstream(folder.File("abc"), std::ios::binary) << "abc";
+
+    const Program program = ReadProgram(folder.File("abc"));
+
+    EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", program.sha1);
+    EXPECT_EQ("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad", program.sha256);
+    EXPECT_THROW(ReadProgram(folder.File("none")), std::runtime_error);
 }
 
 }  // namespace

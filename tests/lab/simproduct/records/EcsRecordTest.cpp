@@ -8,16 +8,6 @@ namespace {
 // 1700000000 is 2023-11-14T22:13:20 UTC.
 const EcsEvent kStart{12, 1700000000, "event", "process", "start", "process-started"};
 
-TEST(EcsRecordTest, ProcessIsDescribedInNestedFields) {
-    EXPECT_EQ(
-        "{\"@timestamp\":\"2023-11-14T22:13:20Z\",\"ecs\":{\"version\":\"8.11.0\"},"
-        "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
-        "\"sequence\":12,\"type\":[\"start\"]},"
-        "\"process\":{\"pid\":77,\"parent\":{\"pid\":7},\"name\":\"sh\","
-        "\"executable\":\"/bin/sh\",\"hash\":{\"sha256\":\"ab\"}}}",
-        ProcessRecord(kStart, {77, 7, "sh", "/bin/sh", "ab"}));
-}
-
 TEST(EcsRecordTest, NameIsEscapedAndWhatIsNoTextLeftOut) {
     EXPECT_THAT(ProcessRecord(kStart, {77, 0, "a\"b\xFF\xC3\xA9", "", ""}),
                 ::testing::HasSubstr("\"name\":\"a\\\"b\xC3\xA9\""));

@@ -42,12 +42,14 @@ TEST_F(LiveTelemetryTest, StartAndEndAreRecordedWithWhatIsKnown) {
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("observed action=process-started pid=8 name=victim number=1",
                             "observed action=process-ended pid=8 name=victim number=2"));
-    EXPECT_THAT(Record(1), HasSubstr("\"@timestamp\":\"2023-11-14T22:13:20Z\""));
-    EXPECT_THAT(Record(1), HasSubstr("\"action\":\"process-started\",\"sequence\":1"));
-    EXPECT_THAT(Record(1), HasSubstr("\"pid\":8,\"parent\":{\"pid\":" +
-                                     std::to_string(OwnProcessId()) + "},\"name\":\"victim\","));
-    EXPECT_THAT(Record(1),
-                HasSubstr("\"executable\":\"/lab/victim\",\"hash\":{\"sha256\":\"s2\"}"));
+    EXPECT_EQ(
+        Record(1),
+        "{\"@timestamp\":\"2023-11-14T22:13:20Z\",\"ecs\":{\"version\":\"8.11.0\"},"
+        "\"event\":{\"kind\":\"event\",\"category\":[\"process\"],\"action\":\"process-started\","
+        "\"sequence\":1,\"type\":[\"start\"]},"
+        "\"process\":{\"pid\":8,\"parent\":{\"pid\":" +
+            std::to_string(OwnProcessId()) +
+            "},\"name\":\"victim\",\"executable\":\"/lab/victim\",\"hash\":{\"sha256\":\"s2\"}}}");
     EXPECT_THAT(Record(2), HasSubstr("\"type\":[\"end\"]"));
 }
 

@@ -1,12 +1,6 @@
-#include "lab/simproduct/requests/Answer.h"
+#include "lab/simproduct/requests/PortExchange.h"
 
 namespace Kyr::Lab::SimProduct {
-
-InnerReply ErrorReply(std::uint32_t status) {
-    InnerReply reply;
-    reply.status = status;
-    return reply;
-}
 
 Bytes EncodeReply(const InnerReply& reply) {
     constexpr std::uint32_t kHeaderSize = 12;

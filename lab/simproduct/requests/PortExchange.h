@@ -1,5 +1,5 @@
-// What the product answers, in two layers: the reply with its own header, and how that reply is
-// handed to the port.
+// A request as it came through a port, whichever port it was, and what the product answers, in two
+// layers: the reply with its own header, and how that reply is handed to the port.
 #pragma once
 
 #include <cstdint>
@@ -9,6 +9,24 @@
 #include "lab/simproduct/requests/Bytes.h"
 
 namespace Kyr::Lab::SimProduct {
+
+enum class Transport { kLpc, kAlpc };
+
+constexpr const char* NameOf(Transport transport) {
+    return transport == Transport::kLpc ? "lpc" : "alpc";
+}
+
+// Kelcomm commands (protocol).
+constexpr std::uint32_t kPingCommand = 0;
+constexpr std::uint32_t kRequestCommand = 3;
+
+struct PortRequest {
+    Transport transport = Transport::kLpc;
+    std::uint32_t command = 0;
+    std::uint32_t replyCapacity = 0;
+    bool wantsReply = true;
+    Bytes payload;
+};
 
 // Statuses of the reply header. The first two have a meaning for every client (protocol); the
 // others are errors whose numbers are this simulator's own choice.
@@ -31,7 +49,9 @@ struct InnerReply {
 };
 
 /// A reply without payload that says why nothing was done.
-InnerReply ErrorReply(std::uint32_t status);
+inline InnerReply ErrorReply(std::uint32_t status) {
+    return {status, {}};
+}
 
 /// u32 12 (this header's size), u32 status, u32 the payload's length, then the payload.
 Bytes EncodeReply(const InnerReply& reply);
