@@ -1,4 +1,7 @@
+#include <algorithm>
 #include <stdexcept>
+
+#include <boost/algorithm/string/join.hpp>
 
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/typed/TypedCommands.h"
@@ -7,29 +10,18 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-struct FieldRow {
-    const char* name;
-    AreaField field;
-};
-
-constexpr FieldRow kFields[] = {
-    {"header-size", AreaField::kHeaderSize},   {"magic", AreaField::kMagic},
-    {"version", AreaField::kVersion},          {"data-offset", AreaField::kDataOffset},
-    {"data-size", AreaField::kDataSize},       {"first-module", AreaField::kFirstModule},
-    {"module-count", AreaField::kModuleCount}, {"module-id", AreaField::kModuleId},
-    {"user-size", AreaField::kUserSize},       {"user-offset", AreaField::kUserOffset},
-    {"timestamp", AreaField::kTimestamp},
-};
+/// In the order of AreaField.
+const std::vector<std::string> kFields{"header-size", "magic",        "version",      "data-offset",
+                                       "data-size",   "first-module", "module-count", "module-id",
+                                       "user-size",   "user-offset",  "timestamp"};
 
 AreaField ParseField(const std::string& name) {
-    std::string names;
-    for (const FieldRow& row : kFields) {
-        if (row.name == name) {
-            return row.field;
-        }
-        names += std::string(names.empty() ? "" : ", ") + row.name;
+    const auto found = std::find(kFields.begin(), kFields.end(), name);
+    if (found == kFields.end()) {
+        throw std::invalid_argument("'" + name + "' is none of " +
+                                    boost::algorithm::join(kFields, ", "));
     }
-    throw std::invalid_argument("'" + name + "' is none of " + names);
+    return static_cast<AreaField>(found - kFields.begin());
 }
 
 void Change(CBroadcastArea& area, CCommandWords& words) {
@@ -55,8 +47,8 @@ void Change(CBroadcastArea& area, CCommandWords& words) {
 
 CLine Tell(const CBroadcastArea& area) {
     CLine answer = AnswerTo("area").With("mutex", area.IsHeld() ? "held" : "free");
-    for (const FieldRow& row : kFields) {
-        answer.With(row.name, area.Image().Read(row.field));
+    for (const std::string& field : kFields) {
+        answer.With(field, area.Image().Read(ParseField(field)));
     }
     return answer;
 }

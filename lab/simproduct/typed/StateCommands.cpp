@@ -69,9 +69,8 @@ void AddResult(CTaskResults& results, CCommandWords& words) {
     TaskResult result;
     result.outcome = ParseNumber32(words.TakeWord("outcome"));
     result.userData = words.TakeWord("user data");
-    if (const auto offset = words.TakeNumber("offset", 0xFFFFFFFF)) {
-        result.offset = static_cast<std::uint32_t>(*offset);
-    }
+    result.offset =
+        static_cast<std::uint32_t>(words.TakeNumber("offset", 0xFFFFFFFF).value_or(result.offset));
     words.Finish();
     results.Add(result);
 }

@@ -181,11 +181,6 @@ TEST_F(InnerCommandsDeedTest, UnknownFunctionIsAnErrorStatus) {
     EXPECT_TRUE(product_.tasks.TaskLog().empty());
 }
 
-TEST_F(InnerCommandsDeedTest, NamesAreForPeople) {
-    EXPECT_STREQ("export", product_.commands.NameOf(0x6E));
-    EXPECT_STREQ("unknown", product_.commands.NameOf(0x6F));
-}
-
 TEST(EncodeResultCodeTest, ResultCodeIsTheSecondField) {
     EXPECT_EQ(HexBytes("10 07"), EncodeResultCode(7));
     EXPECT_EQ(HexBytes("10 00"), EncodeResultCode(0));

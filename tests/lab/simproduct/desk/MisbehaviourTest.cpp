@@ -30,30 +30,31 @@ RequestFacts Ping() {
 }
 
 TEST(MisbehaviourTest, TextIsReadAndWrittenTheSame) {
-    for (const char* text :
-         {"no-alpc",
-          "no-lpc",
-          "status 14",
-          "code 1",
-          "short 11",
-          "header-size 16",
-          "value 7",
-          "oversized 65537",
-          "raw 0cff",
-          "result-code 7",
-          "no-payload",
-          "bad-payload",
-          "bad-length",
-          "bad-length 3",
-          "delay 250",
-          "drop",
-          "die",
-          "hang",
-          "view-missing",
-          "view-small",
-          "status 5 for=2 transport=lpc command=any inner=2 function=RESTART_FDE",
-          "code 1 command=0",
-          "drop transport=alpc"}) {
+    const std::string limited =
+        "status 5 for=2 transport=lpc command=any inner=2 function=RESTART_FDE";
+    EXPECT_EQ(limited, Parse(limited).Text());
+    for (const char* text : {"no-alpc",
+                             "no-lpc",
+                             "status 14",
+                             "code 1",
+                             "short 11",
+                             "header-size 16",
+                             "value 7",
+                             "oversized 65537",
+                             "raw 0cff",
+                             "result-code 7",
+                             "no-payload",
+                             "bad-payload",
+                             "bad-length",
+                             "bad-length 3",
+                             "delay 250",
+                             "drop",
+                             "die",
+                             "hang",
+                             "view-missing",
+                             "view-small",
+                             "code 1 command=0",
+                             "drop transport=alpc"}) {
         EXPECT_EQ(text, Parse(text).Text());
     }
 }

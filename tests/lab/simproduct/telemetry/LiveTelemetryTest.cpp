@@ -11,7 +11,6 @@ namespace {
 
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 
 class LiveTelemetryTest : public ::testing::Test {
   protected:
@@ -24,15 +23,6 @@ class LiveTelemetryTest : public ::testing::Test {
     CLineList lines_;
     CLiveTelemetry telemetry_{lists_, boost::make_shared<Kyr::Test::CManualClock>(), lines_.Sink()};
 };
-
-TEST_F(LiveTelemetryTest, NothingIsRecordedUnlessItIsOn) {
-    telemetry_.Note(process_);
-    telemetry_.Switch(true);
-    telemetry_.Switch(false);
-    telemetry_.Note(process_);
-    EXPECT_THAT(lines_.Take(), IsEmpty());
-    EXPECT_EQ(lists_.Count(RecordKind::kTelemetry), 0u);
-}
 
 TEST_F(LiveTelemetryTest, StartAndEndAreRecordedWithWhatIsKnown) {
     telemetry_.Switch(true);

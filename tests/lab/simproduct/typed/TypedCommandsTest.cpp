@@ -103,54 +103,28 @@ class TypedDeedsTest : public ProductFixture {
 TEST_F(TypedDeedsTest, WhatIsNotUnderstoodIsRefusedAndChangesNothing) {
     product_.area.Open();
     Execute("install build=1");
-    for (const char* line : {"misbehave clear dorp",
-                             "misbehave clear drop hang",
-                             "misbehave unknown",
-                             "broadcast index=11",
-                             "broadcast index=1 value=4294967296",
-                             "broadcast 1",
-                             "broadcast value=1",
-                             "broadcast index=1 1",
-                             "area fly",
-                             "area set version",
-                             "area set colour 1",
-                             "area hold now",
-                             "start",
-                             "start one /no/such/program",
-                             "adopt old",
-                             "adopt old x",
-                             "adopt old 77 78",
-                             "tasklog 1",
-                             "records append",
-                             "records append tasks",
-                             "records append action kind=3",
-                             "records append action count=many",
-                             "records append action type=3,",
-                             "records limit 5",
-                             "records remove",
-                             "live",
-                             "live off now",
-                             "live maybe",
-                             "install",
-                             "install 5058",
-                             "install build=5o",
-                             "install build=2147483648",
-                             "install build=0x10",
-                             "install build=7 now",
-                             "uninstall now",
-                             "protection set files",
-                             "protection set files x",
-                             "protection set files 4294967296",
-                             "protection set files 1 kind=1",
-                             "protection off",
-                             "protection raw a b",
-                             "results add 1",
-                             "results add a b",
-                             "results add 1 a size=3",
-                             "results add 1 a offset=4294967296",
-                             "results drop",
-                             "configuration show"}) {
-        EXPECT_THAT(Execute(line), ElementsAre(StartsWith("error "))) << line;
+    const std::pair<const char*, std::vector<const char*>> kRefused[] = {
+        {"misbehave", {"unknown", "clear dorp", "clear drop hang"}},
+        {"broadcast", {"index=11", "index=1 value=4294967296", "1", "value=1", "index=1 1"}},
+        {"area", {"fly", "set version", "set colour 1", "hold now"}},
+        {"start", {"", "one /no/such/program"}},
+        {"adopt", {"old", "old x", "old 77 78"}},
+        {"tasklog", {"1"}},
+        {"records", {"append", "append tasks", "append action kind=3", "append action count=many"}},
+        {"records", {"append action type=3,", "limit 5", "remove"}},
+        {"live", {"", "off now", "maybe"}},
+        {"install", {"", "5058", "build=5o", "build=2147483648", "build=0x10", "build=7 now"}},
+        {"uninstall", {"now"}},
+        {"protection", {"set files", "set files x", "set files 4294967296", "off", "raw a b"}},
+        {"protection", {"set files 1 kind=1"}},
+        {"results", {"add 1", "add a b", "add 1 a size=3", "add 1 a offset=4294967296", "drop"}},
+        {"configuration", {"show"}},
+    };
+    for (const auto& [command, rests] : kRefused) {
+        for (const char* rest : rests) {
+            const std::string line = std::string(command) + ' ' + rest;
+            EXPECT_THAT(Execute(line), ElementsAre(StartsWith("error "))) << line;
+        }
     }
     EXPECT_EQ(1, Build());
     EXPECT_EQ(0u, product_.protection.Reported()[0].status);
