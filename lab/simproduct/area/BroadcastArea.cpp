@@ -32,7 +32,11 @@ void CBroadcastArea::Open(const Bytes& image) {
                      "the broadcast area");
         image_.emplace(memory_.Bytes());
         Change([&](CAreaImage& fresh) {
-            image.empty() ? fresh.WriteHealthy() : fresh.WriteImage(image);
+            if (image.empty()) {
+                fresh.WriteHealthy();
+            } else {
+                fresh.WriteImage(image);
+            }
         });
     } catch (const std::exception&) {
         Close();

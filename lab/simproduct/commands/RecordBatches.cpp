@@ -8,24 +8,9 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-// Numbers of fields: protocol, except for the text of an action. To everyone but the product an
-// action is opaque beyond its type, and must come through whole all the same.
+// Numbers of fields: protocol.
 constexpr std::uint32_t kRecordsField = 1;
 constexpr std::uint32_t kResultCodeField = 2;
-constexpr std::uint32_t kActionTypeField = 1;
-constexpr std::uint32_t kActionTextField = 2;
-
-/// What goes out of a record: the text, or an action with its type and the text.
-std::string BytesOf(RecordKind kind, ProductRecord record) {
-    if (kind != RecordKind::kAction) {
-        return std::move(record.text);
-    }
-    CWireWriter writer;
-    // A negative type is written as the 64-bit number that it widens to.
-    writer.AddInteger(kActionTypeField, static_cast<std::uint64_t>(std::int64_t{record.actionType}))
-        .AddBytes(kActionTextField, record.text);
-    return {writer.Written().begin(), writer.Written().end()};
-}
 
 Bytes EncodeBatch(RecordKind kind, std::vector<ProductRecord> batch) {
     CWireWriter writer;

@@ -1,4 +1,4 @@
-// A record of the product, and the kinds of lists that it keeps.
+// A record of the product, its bytes in a reply, and the kinds of lists that it keeps.
 #pragma once
 
 #include <array>
@@ -36,5 +36,8 @@ struct ProductRecord {
     std::string text;
     std::int32_t actionType = 0;  // of an action only
 };
+
+/// What goes out of it: the text, or an action with its type and the text.
+std::string BytesOf(RecordKind kind, ProductRecord record);
 
 }  // namespace Kyr::Lab::SimProduct

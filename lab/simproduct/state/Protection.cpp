@@ -13,13 +13,16 @@ namespace {
 using Poco::NumberFormatter;
 
 std::string RecordText(const Component& component) {
-    const auto text = [](std::uint64_t number) { return NumberFormatter::formatHex(number, 16); };
-    return "<RECORD STATUS=\"" + NumberFormatter::formatHex(component.status) +
-           "\" CATEGORY_RES_ID=\"" + text(component.category) + "\" STATUS_RES_ID=\"" +
-           text(component.statusText) +
-           (component.description ? "\" DESCRIPTION_RES_ID=\"" + text(*component.description)
-                                  : "") +
-           "\"/>";
+    const auto attribute = [](const char* name, std::uint64_t number) {
+        return std::string(name) + "=\"" + NumberFormatter::formatHex(number, 16) + "\"";
+    };
+    std::string text = "<RECORD STATUS=\"" + NumberFormatter::formatHex(component.status) + "\"" +
+                       attribute(" CATEGORY_RES_ID", component.category) +
+                       attribute(" STATUS_RES_ID", component.statusText);
+    if (component.description) {
+        text += attribute(" DESCRIPTION_RES_ID", *component.description);
+    }
+    return text + "/>";
 }
 
 auto FindNamed(std::vector<Component>& components, const std::string& name) {
