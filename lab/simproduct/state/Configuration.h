@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <utility>
 
 #include <boost/thread/synchronized_value.hpp>
 
@@ -18,7 +17,7 @@ namespace Kyr::Lab::SimProduct {
 class CConfiguration {
   public:
     /// `text` may hold any bytes.
-    void Replace(std::string text) { text_ = std::move(text); }
+    void Replace(const std::string& text) { text_ = text; }
     std::string Text() const { return text_.get(); }
     std::optional<std::string> Setting(const std::string& name) const;
 
