@@ -127,7 +127,9 @@ std::string Misbehaviour::Text() const {
 
 Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
     const std::optional<Fault> fault = words.empty() ? std::nullopt : FindFault(words[0]);
-    RefuseUnless(fault.has_value(), "no such fault; `help` lists them");
+    if (!fault) {
+        throw std::invalid_argument("no such fault; `help` lists them");
+    }
     const Number number = RowOf(*fault).number;
     Misbehaviour result;
     result.fault = *fault;

@@ -74,6 +74,7 @@ class MisbehavioursTest : public ::testing::Test {
 
     static std::vector<std::string> Texts(const std::vector<Misbehaviour>& faults) {
         std::vector<std::string> texts;
+        texts.reserve(faults.size());
         for (const Misbehaviour& one : faults) {
             texts.push_back(one.Text());
         }

@@ -18,6 +18,8 @@ using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 
+const Bytes kStatusRequest = HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00");
+
 class RequestDeskTest : public ProductFixture {
   protected:
     RequestDeskTest() { product_.protection.ReportInstead("\xAA\xBB"); }
@@ -60,7 +62,6 @@ class RequestDeskTest : public ProductFixture {
         recording_ = std::make_shared<CRecording>(file);
     }
 
-    const Bytes kStatusRequest = HexBytes("0C 00 00 00 00 06 00 01 21 00 00 00");
     bool wire_ = false;
     int endings_ = 0;
     std::shared_ptr<CRecording> recording_;

@@ -7,11 +7,7 @@
 namespace Kyr::Lab::SimProduct {
 namespace {
 
-using Test::BytesAt;
-using Test::HexBytes;
-using Test::TextBytes;
-using Test::ThrownText;
-using Test::operator+;
+using namespace Test;
 
 TEST(InnerRequestTest, BodyFollowsTheHeader) {
     const InnerRequest request =
