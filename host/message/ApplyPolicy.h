@@ -12,12 +12,11 @@
 
 namespace Kyr::Common::Message::Policies {
 
-/// Name "ApplyPolicy".
 class CApplyPolicy : public CMessage {
   public:
     ~CApplyPolicy() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override { return Kernel::MessageType::ApplyPolicy; }
+    std::string GetName() const override { return "ApplyPolicy"; }
     /// Equal type and policy.
     bool Equals(const Kernel::IMessage& other) const override;
 

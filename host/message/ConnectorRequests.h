@@ -20,12 +20,11 @@ enum TFDERequestType : std::int32_t {
     kTaskStatus = 2,
 };
 
-/// Name "TFDERequest".
 class CTFDERequest : public CTrigger<CTFDERequest> {
   public:
     ~CTFDERequest() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override { return Kernel::MessageType::TFDERequest; }
+    std::string GetName() const override { return "TFDERequest"; }
 };
 
 }  // namespace TFDEConnector
@@ -37,12 +36,11 @@ enum TchRequestType : std::int32_t {
     kProtectionStatus = 1,
 };
 
-/// Name "TchRequest".
 class CTchRequest : public CTrigger<CTchRequest> {
   public:
     ~CTchRequest() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override { return Kernel::MessageType::TchRequest; }
+    std::string GetName() const override { return "TchRequest"; }
 };
 
 }  // namespace TCHConnector

@@ -12,7 +12,6 @@
 
 namespace Kyr::Common::Message::Connectors::FDEConnector::Task {
 
-/// Name "EnableFDEMaintenanceMode".
 class CEnableFDEMaintenanceMode : public CTask {
   public:
     using Configuration = DataDefinition::Task::FDE::MaintenanceConfiguration;
@@ -21,8 +20,8 @@ class CEnableFDEMaintenanceMode : public CTask {
     /// subscribes to it.
     explicit CEnableFDEMaintenanceMode(Kernel::MessageType type);
     ~CEnableFDEMaintenanceMode() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override { return type_; }
+    std::string GetName() const override { return "EnableFDEMaintenanceMode"; }
     /// Equal type, identifiers and configuration.
     bool Equals(const Kernel::IMessage& other) const override;
 

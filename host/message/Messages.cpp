@@ -1,7 +1,13 @@
+// What the message classes do, and the home of their virtual tables: objects of them are cast
+// across library borders.
 #include <stdexcept>
 
+#include "host/message/ApplyPolicy.h"
+#include "host/message/ConnectorRequests.h"
+#include "host/message/FdeTasks.h"
 #include "host/message/LogMessage.h"
 #include "host/message/OvAgentTasks.h"
+#include "host/message/RequestConfigurationMessage.h"
 #include "host/module/Response.h"
 
 namespace Kyr::Common::Message {
@@ -43,25 +49,43 @@ bool CTask::HasSameIdentifiers(const CTask& other) const {
            third_.uuid() == other.third_.uuid();
 }
 
-namespace Connectors::OvAgentConnector::Task {
-
-CKillProcessByPid::~CKillProcessByPid() = default;
-Kernel::MessageType CKillProcessByPid::GetMessageType() const {
-    return Kernel::MessageType::KillProcessByPid;
+Policies::CApplyPolicy::~CApplyPolicy() = default;
+bool Policies::CApplyPolicy::Equals(const Kernel::IMessage& other) const {
+    const auto* same = dynamic_cast<const CApplyPolicy*>(&other);
+    return same != nullptr && same->policyBlob_ == policyBlob_;
 }
-std::string CKillProcessByPid::GetName() const {
-    return "KillProcessByPid";
-}
-
-CBlockExecutableByHash::~CBlockExecutableByHash() = default;
-Kernel::MessageType CBlockExecutableByHash::GetMessageType() const {
-    return Kernel::MessageType::BlockExecutableByHash;
-}
-std::string CBlockExecutableByHash::GetName() const {
-    return "BlockExecutableByHash";
+void Policies::CApplyPolicy::SetPolicyBlob(const std::string& policyBlob) {
+    CheckWritable();
+    policyBlob_ = policyBlob;
 }
 
-}  // namespace Connectors::OvAgentConnector::Task
+Configuration::CRequestConfigurationMessage::~CRequestConfigurationMessage() = default;
+
+namespace Connectors {
+
+OvAgentConnector::Task::CKillProcessByPid::~CKillProcessByPid() = default;
+OvAgentConnector::Task::CBlockExecutableByHash::~CBlockExecutableByHash() = default;
+TFDEConnector::CTFDERequest::~CTFDERequest() = default;
+TCHConnector::CTchRequest::~CTchRequest() = default;
+
+}  // namespace Connectors
+
+namespace Connectors::FDEConnector::Task {
+
+CEnableFDEMaintenanceMode::CEnableFDEMaintenanceMode(Kernel::MessageType type) : type_(type) {}
+CEnableFDEMaintenanceMode::~CEnableFDEMaintenanceMode() = default;
+bool CEnableFDEMaintenanceMode::Equals(const Kernel::IMessage& other) const {
+    const auto* same = dynamic_cast<const CEnableFDEMaintenanceMode*>(&other);
+    return same != nullptr && same->type_ == type_ && HasSameIdentifiers(*same) &&
+           configuration_.SerializePartialAsString() ==
+               same->configuration_.SerializePartialAsString();
+}
+void CEnableFDEMaintenanceMode::SetConfiguration(const Configuration& configuration) {
+    CheckWritable();
+    configuration_ = configuration;
+}
+
+}  // namespace Connectors::FDEConnector::Task
 }  // namespace Kyr::Common::Message
 
 namespace Kyr::Common::Module {
@@ -69,12 +93,6 @@ namespace Kyr::Common::Module {
 CResponse::CResponse(std::uint32_t requestId, Kernel::MessageType type)
     : requestId_(requestId), type_(type) {}
 CResponse::~CResponse() = default;
-Kernel::MessageType CResponse::GetMessageType() const {
-    return type_;
-}
-std::string CResponse::GetName() const {
-    return "Response";
-}
 bool CResponse::Equals(const Kernel::IMessage& other) const {
     const auto* same = dynamic_cast<const CResponse*>(&other);
     return same != nullptr && same->type_ == type_ && same->requestId_ == requestId_;

@@ -11,22 +11,25 @@
 
 namespace Kyr::Common::Message::Connectors::OvAgentConnector::Task {
 
-/// Name "KillProcessByPid". The payload may hold hashes of the executable, too.
+/// The payload may hold hashes of the executable, too.
 class CKillProcessByPid
     : public CPayloadTask<CKillProcessByPid, DataDefinition::Task::OV::KillProcessByPid> {
   public:
     ~CKillProcessByPid() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override {
+        return Kernel::MessageType::KillProcessByPid;
+    }
+    std::string GetName() const override { return "KillProcessByPid"; }
 };
 
-/// Name "BlockExecutableByHash".
 class CBlockExecutableByHash
     : public CPayloadTask<CBlockExecutableByHash, DataDefinition::Task::OV::BlockExecutableByHash> {
   public:
     ~CBlockExecutableByHash() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override {
+        return Kernel::MessageType::BlockExecutableByHash;
+    }
+    std::string GetName() const override { return "BlockExecutableByHash"; }
 };
 
 }  // namespace Kyr::Common::Message::Connectors::OvAgentConnector::Task

@@ -11,14 +11,16 @@
 
 namespace Kyr::Common::Message::Configuration {
 
-/// Name "RequestConfiguration". Its outcome is reported under the three identifiers.
+/// Its outcome is reported under the three identifiers.
 class CRequestConfigurationMessage
     : public CPayloadTask<CRequestConfigurationMessage,
                           DataDefinition::Configuration::RequestConfiguration> {
   public:
     ~CRequestConfigurationMessage() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override {
+        return Kernel::MessageType::RequestConfiguration;
+    }
+    std::string GetName() const override { return "RequestConfiguration"; }
 };
 
 }  // namespace Kyr::Common::Message::Configuration

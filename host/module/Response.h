@@ -12,14 +12,14 @@
 
 namespace Kyr::Common::Module {
 
-/// Name "Response", of either type of reply.
+/// Of either type of reply.
 class CResponse : public Kernel::IMessage {
   public:
     explicit CResponse(std::uint32_t requestId,
                        Kernel::MessageType type = Kernel::MessageType::Response);
     ~CResponse() override;
-    Kernel::MessageType GetMessageType() const override;
-    std::string GetName() const override;
+    Kernel::MessageType GetMessageType() const override { return type_; }
+    std::string GetName() const override { return "Response"; }
     /// Equal type and request identifier.
     bool Equals(const Kernel::IMessage& other) const override;
 

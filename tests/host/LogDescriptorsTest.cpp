@@ -79,13 +79,6 @@ TEST(LogDescriptorsTest, LogTypeFollowsTheForm) {
     EXPECT_EQ(message.GetDeltaLogType(), DataDefinition::Logs::AGENT_PRESENCE);
 }
 
-TEST(LogDescriptorsTest, TypeThatIsNoLogHasNoForm) {
-    const auto& nothing = StandardMap().GetMessageDescriptor(MessageType::KillProcessByPid);
-    EXPECT_EQ(nothing.GetEventMessageType(), kNoMessageType);
-    EXPECT_EQ(nothing.GetDeltaMessageType(), kNoMessageType);
-    EXPECT_EQ(nothing.GetStatusMessageType(), kNoMessageType);
-}
-
 TEST(LogDescriptorsTest, MapRefusesWhatItDoesNotKnow) {
     const CLogDescriptorMap map = SmallMap();
     EXPECT_FALSE(map.HasSymbol(99));
@@ -112,24 +105,32 @@ TEST(LogDescriptorsTest, OverridesNestAndEnd) {
 
 // The table
 
-TEST(LogDescriptorTableTest, StatusTypesAreStatusOnly) {
-    for (const auto& [type, multiProduct] : {std::pair(MessageType::ProductStatus, false),
-                                             {MessageType::PresenceStatus, false},
-                                             {MessageType::MultiProductStatus, true}}) {
-        const auto& message = StandardMap().GetMessageDescriptor(type);
-        EXPECT_EQ(message.GetStatusMessageType(), type);
-        EXPECT_EQ(message.GetEventMessageType(), kNoMessageType);
+TEST(LogDescriptorTableTest, EachTypeOfALogHasOneFormAndOthersHaveNone) {
+    const struct {
+        MessageType type;
+        MessageType event;
+        MessageType status;
+    } kRows[] = {
+        {MessageType::TaskEvent, MessageType::TaskEvent, kNoMessageType},
+        {MessageType::ConfigurationEvent, MessageType::ConfigurationEvent, kNoMessageType},
+        {MessageType::ProductStatus, kNoMessageType, MessageType::ProductStatus},
+        {MessageType::PresenceStatus, kNoMessageType, MessageType::PresenceStatus},
+        {MessageType::MultiProductStatus, kNoMessageType, MessageType::MultiProductStatus},
+        {MessageType::KillProcessByPid, kNoMessageType, kNoMessageType},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(static_cast<int>(row.type));
+        const auto& message = StandardMap().GetMessageDescriptor(row.type);
+        EXPECT_EQ(message.GetEventMessageType(), row.event);
+        EXPECT_EQ(message.GetStatusMessageType(), row.status);
         EXPECT_EQ(message.GetDeltaMessageType(), kNoMessageType);
-        EXPECT_EQ(StandardMap().GetLogDescriptor(type)->IsLogMultiproduct(), multiProduct);
     }
 }
 
-TEST(LogDescriptorTableTest, EventTypesAreEventsOnly) {
-    for (const auto type : {MessageType::TaskEvent, MessageType::ConfigurationEvent}) {
-        const auto& message = StandardMap().GetMessageDescriptor(type);
-        EXPECT_EQ(message.GetEventMessageType(), type);
-        EXPECT_EQ(message.GetStatusMessageType(), kNoMessageType);
-        EXPECT_EQ(message.GetDeltaMessageType(), kNoMessageType);
+TEST(LogDescriptorTableTest, OnlyTheProductPresenceIsToldSideBySide) {
+    for (const CLogDescriptor& log : LogTable()) {
+        EXPECT_EQ(log.IsLogMultiproduct(),
+                  log.GetLogType() == DataDefinition::Logs::PRODUCT_PRESENCE);
     }
 }
 

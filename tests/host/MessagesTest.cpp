@@ -1,19 +1,34 @@
 #include <gtest/gtest.h>
 
 #include "host/kernel/ISubscriber.h"
+#include "host/message/ApplyPolicy.h"
+#include "host/message/ConnectorRequests.h"
+#include "host/message/FdeTasks.h"
 #include "host/message/LogMessage.h"
 #include "host/message/OvAgentTasks.h"
+#include "host/message/RequestConfigurationMessage.h"
 #include "host/module/Response.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Common::Message {
 namespace {
 
+using Configuration::CRequestConfigurationMessage;
+using Connectors::FDEConnector::Task::CEnableFDEMaintenanceMode;
 using Connectors::OvAgentConnector::Task::CBlockExecutableByHash;
 using Connectors::OvAgentConnector::Task::CKillProcessByPid;
+using Connectors::TCHConnector::CTchRequest;
+using Connectors::TFDEConnector::CTFDERequest;
 using Kernel::MessageType;
 using Module::CResponse;
+using Policies::CApplyPolicy;
 using Test::ThrownText;
+
+/// The task whose type its user chooses, with one.
+class CMaintenanceTask : public CEnableFDEMaintenanceMode {
+  public:
+    CMaintenanceTask() : CEnableFDEMaintenanceMode(static_cast<MessageType>(900)) {}
+};
 
 CTask::Uuid UuidOf(const std::string& text) {
     CTask::Uuid uuid;
@@ -21,25 +36,147 @@ CTask::Uuid UuidOf(const std::string& text) {
     return uuid;
 }
 
-// The write control
+// What a message carries beside identifiers, as one number.
 
-TEST(WriteControlTest, IsWritableUntilSetReadOnly) {
-    CWriteControl control;
-    EXPECT_FALSE(control.IsReadOnly());
-    EXPECT_NO_THROW(control.CheckWritable());
-    control.SetReadOnly();
-    EXPECT_TRUE(control.IsReadOnly());
-    EXPECT_EQ(ThrownText([&] { control.CheckWritable(); }), "Message is read only");
+template <typename Task>
+void SetContent(Task& task, int content) {
+    typename Task::Payload payload;
+    payload.set_executable_hash_sha1(std::to_string(content));
+    task.SetPayload(payload);
 }
 
-TEST(WriteControlTest, IsTheSecondBaseOfAMessage) {
+void SetContent(CRequestConfigurationMessage& request, int content) {
+    CRequestConfigurationMessage::Payload payload;
+    payload.set_producttype(content);
+    request.SetPayload(payload);
+}
+
+void SetContent(CMaintenanceTask& task, int content) {
+    CMaintenanceTask::Configuration configuration;
+    configuration.set_boots(static_cast<std::uint32_t>(content));
+    task.SetConfiguration(configuration);
+}
+
+void SetContent(CApplyPolicy& policy, int content) {
+    policy.SetPolicyBlob(std::to_string(content));
+}
+
+void SetContent(CTFDERequest& request, int content) {
+    request.SetRequestType(content);
+}
+
+void SetContent(CTchRequest& request, int content) {
+    request.SetRequestType(content);
+}
+
+/// Every class of messages that has a content.
+template <typename Message>
+class MessageTest : public ::testing::Test {
+  protected:
+    static Message Make(int content) {
+        Message message;
+        SetContent(message, content);
+        return message;
+    }
+};
+
+using Messages =
+    ::testing::Types<CKillProcessByPid, CBlockExecutableByHash, CRequestConfigurationMessage,
+                     CMaintenanceTask, CApplyPolicy, CTFDERequest, CTchRequest>;
+TYPED_TEST_SUITE(MessageTest, Messages, );
+
+TYPED_TEST(MessageTest, EqualityIsThatOfClassAndContent) {
+    EXPECT_TRUE(this->Make(2).Equals(this->Make(2)));
+    EXPECT_FALSE(this->Make(2).Equals(this->Make(1)));
+    EXPECT_FALSE(TypeParam().Equals(CResponse(2)));
+}
+
+TYPED_TEST(MessageTest, ReadOnlyMessageRefusesAnotherContent) {
+    TypeParam message = this->Make(1);
+    message.SetReadOnly();
+    EXPECT_EQ(ThrownText([&] { SetContent(message, 2); }), "Message is read only");
+    EXPECT_TRUE(message.Equals(this->Make(1)));
+}
+
+/// Those that carry three identifiers.
+template <typename Task>
+class TaskTest : public ::testing::Test {
+  protected:
+    static Task Make(const char* first, const char* second, const char* third) {
+        Task task;
+        task.SetIdentifiers(UuidOf(first), UuidOf(second), UuidOf(third));
+        return task;
+    }
+};
+
+using Tasks = ::testing::Types<CKillProcessByPid, CBlockExecutableByHash,
+                               CRequestConfigurationMessage, CMaintenanceTask>;
+TYPED_TEST_SUITE(TaskTest, Tasks, );
+
+TYPED_TEST(TaskTest, NewTaskHasNoIdentifiers) {
+    const TypeParam task;
+    EXPECT_FALSE(task.GetFirstIdentifier().IsInitialized());
+    EXPECT_FALSE(task.GetSecondIdentifier().IsInitialized());
+    EXPECT_FALSE(task.GetThirdIdentifier().IsInitialized());
+}
+
+TYPED_TEST(TaskTest, IdentifiersComeBackInTheirOrder) {
+    const TypeParam task = this->Make("first", "second", "third");
+    EXPECT_EQ(task.GetFirstIdentifier().uuid(), "first");
+    EXPECT_EQ(task.GetSecondIdentifier().uuid(), "second");
+    EXPECT_EQ(task.GetThirdIdentifier().uuid(), "third");
+}
+
+TYPED_TEST(TaskTest, EveryIdentifierMattersForEquality) {
+    const TypeParam task = this->Make("a", "b", "c");
+    EXPECT_TRUE(task.Equals(this->Make("a", "b", "c")));
+    EXPECT_FALSE(task.Equals(this->Make("x", "b", "c")));
+    EXPECT_FALSE(task.Equals(this->Make("a", "x", "c")));
+    EXPECT_FALSE(task.Equals(this->Make("a", "b", "x")));
+}
+
+TYPED_TEST(TaskTest, ReadOnlyTaskRefusesIdentifiers) {
+    TypeParam task = this->Make("a", "b", "c");
+    task.SetReadOnly();
+    EXPECT_EQ(ThrownText([&] { task.SetIdentifiers({}, {}, {}); }), "Message is read only");
+    EXPECT_TRUE(task.Equals(this->Make("a", "b", "c")));
+}
+
+std::string TypeAndName(const Kernel::IMessage& message) {
+    return std::to_string(static_cast<int>(message.GetMessageType())) + " " + message.GetName();
+}
+
+TEST(MessagesTest, TypesAndNames) {
+    EXPECT_EQ(TypeAndName(CKillProcessByPid()), "918 KillProcessByPid");
+    EXPECT_EQ(TypeAndName(CBlockExecutableByHash()), "919 BlockExecutableByHash");
+    EXPECT_EQ(TypeAndName(CRequestConfigurationMessage()), "5 RequestConfiguration");
+    EXPECT_EQ(TypeAndName(CMaintenanceTask()), "900 EnableFDEMaintenanceMode");
+    EXPECT_EQ(TypeAndName(CApplyPolicy()), "194 ApplyPolicy");
+    EXPECT_EQ(TypeAndName(CTFDERequest()), "8 TFDERequest");
+    EXPECT_EQ(TypeAndName(CTchRequest()), "9 TchRequest");
+    EXPECT_EQ(TypeAndName(CResponse(5)), "688 Response");
+    EXPECT_EQ(TypeAndName(CResponse(5, MessageType::Reply)), "1 Response");
+}
+
+TEST(MessagesTest, MaintenanceTaskOfAnotherTypeIsNotEqual) {
+    EXPECT_FALSE(
+        CMaintenanceTask().Equals(CEnableFDEMaintenanceMode(static_cast<MessageType>(901))));
+}
+
+TEST(MessagesTest, EqualityOfResponsesIsThatOfTypeAndRequest) {
+    EXPECT_EQ(CResponse(5).GetRequestId(), 5u);
+    EXPECT_TRUE(CResponse(5).Equals(CResponse(5)));
+    EXPECT_FALSE(CResponse(5).Equals(CResponse(6)));
+    EXPECT_FALSE(CResponse(5).Equals(CResponse(5, MessageType::Reply)));
+    EXPECT_FALSE(CResponse(5).Equals(CKillProcessByPid()));
+}
+
+TEST(MessagesTest, WriteControlIsTheSecondBase) {
     CKillProcessByPid message;
     const void* whole = &message;
     EXPECT_EQ(static_cast<const void*>(static_cast<Kernel::IMessage*>(&message)), whole);
     EXPECT_NE(static_cast<const void*>(static_cast<CWriteControl*>(&message)), whole);
 }
-
-// The subscriber
 
 TEST(SubscriberInterfaceTest, ForeignSubscribersNeedNotShowTheirMessages) {
     class CSubscriber : public Kernel::ISubscriber {
@@ -54,8 +191,6 @@ TEST(SubscriberInterfaceTest, ForeignSubscribersNeedNotShowTheirMessages) {
     subscriber.VisitPendingMessages({});
     EXPECT_EQ(visits, 0);
 }
-
-// Log messages
 
 class CLog : public CLogMessage {
   public:
@@ -76,110 +211,10 @@ class CLog : public CLogMessage {
     int fault_;
 };
 
-TEST(LogMessageTest, IsValidWhenValidatePasses) {
-    EXPECT_TRUE(CLog(0).IsValid());
-}
-
 TEST(LogMessageTest, IsInvalidWhateverValidateThrows) {
+    EXPECT_TRUE(CLog(0).IsValid());
     EXPECT_FALSE(CLog(1).IsValid());
     EXPECT_FALSE(CLog(2).IsValid());
-}
-
-// Tasks
-
-template <typename Task>
-class TaskTest : public ::testing::Test {
-  protected:
-    static typename Task::Payload SomePayload(const std::string& hash = "aa") {
-        typename Task::Payload payload;
-        payload.set_executable_hash_sha1(hash);
-        return payload;
-    }
-
-    static Task SomeTask() {
-        Task task;
-        task.SetIdentifiers(UuidOf("first"), UuidOf("second"), UuidOf("third"));
-        task.SetPayload(SomePayload());
-        return task;
-    }
-};
-
-using Tasks = ::testing::Types<CKillProcessByPid, CBlockExecutableByHash>;
-TYPED_TEST_SUITE(TaskTest, Tasks, );
-
-TYPED_TEST(TaskTest, NewTaskHasNoIdentifiers) {
-    const TypeParam task;
-    EXPECT_FALSE(task.GetFirstIdentifier().IsInitialized());
-    EXPECT_FALSE(task.GetSecondIdentifier().IsInitialized());
-    EXPECT_FALSE(task.GetThirdIdentifier().IsInitialized());
-}
-
-TYPED_TEST(TaskTest, IdentifiersAndPayloadComeBack) {
-    const TypeParam task = this->SomeTask();
-    EXPECT_EQ(task.GetFirstIdentifier().uuid(), "first");
-    EXPECT_EQ(task.GetSecondIdentifier().uuid(), "second");
-    EXPECT_EQ(task.GetThirdIdentifier().uuid(), "third");
-    EXPECT_EQ(task.GetPayload().executable_hash_sha1(), "aa");
-}
-
-TYPED_TEST(TaskTest, SameContentIsEqual) {
-    EXPECT_TRUE(this->SomeTask().Equals(this->SomeTask()));
-}
-
-TYPED_TEST(TaskTest, EveryIdentifierMatters) {
-    const TypeParam task = this->SomeTask();
-    TypeParam other = this->SomeTask();
-    other.SetIdentifiers(UuidOf("other"), UuidOf("second"), UuidOf("third"));
-    EXPECT_FALSE(task.Equals(other));
-    other.SetIdentifiers(UuidOf("first"), UuidOf("other"), UuidOf("third"));
-    EXPECT_FALSE(task.Equals(other));
-    other.SetIdentifiers(UuidOf("first"), UuidOf("second"), UuidOf("other"));
-    EXPECT_FALSE(task.Equals(other));
-}
-
-TYPED_TEST(TaskTest, PayloadMatters) {
-    TypeParam other = this->SomeTask();
-    other.SetPayload(this->SomePayload("bb"));
-    EXPECT_FALSE(this->SomeTask().Equals(other));
-}
-
-TYPED_TEST(TaskTest, ReadOnlyTaskRefusesChanges) {
-    TypeParam task = this->SomeTask();
-    task.SetReadOnly();
-    const auto identifiers = [&] { task.SetIdentifiers({}, {}, {}); };
-    const auto payload = [&] { task.SetPayload(this->SomePayload("bb")); };
-    EXPECT_EQ(ThrownText(identifiers), "Message is read only");
-    EXPECT_EQ(ThrownText(payload), "Message is read only");
-    EXPECT_TRUE(task.Equals(this->SomeTask()));
-}
-
-TEST(OvAgentTasksTest, TypesAndNames) {
-    EXPECT_EQ(CKillProcessByPid().GetMessageType(), MessageType::KillProcessByPid);
-    EXPECT_EQ(CKillProcessByPid().GetName(), "KillProcessByPid");
-    EXPECT_EQ(CBlockExecutableByHash().GetMessageType(), MessageType::BlockExecutableByHash);
-    EXPECT_EQ(CBlockExecutableByHash().GetName(), "BlockExecutableByHash");
-}
-
-TEST(OvAgentTasksTest, TasksOfDifferentClassesAreNotEqual) {
-    EXPECT_FALSE(CKillProcessByPid().Equals(CBlockExecutableByHash()));
-    EXPECT_FALSE(CBlockExecutableByHash().Equals(CKillProcessByPid()));
-}
-
-// Responses
-
-TEST(ResponseTest, TypeNameAndRequestId) {
-    const CResponse response(5);
-    EXPECT_EQ(response.GetMessageType(), MessageType::Response);
-    EXPECT_EQ(response.GetName(), "Response");
-    EXPECT_EQ(response.GetRequestId(), 5u);
-    EXPECT_EQ(CResponse(5, MessageType::Reply).GetMessageType(), MessageType::Reply);
-}
-
-TEST(ResponseTest, EqualityIsThatOfTypeAndRequestId) {
-    EXPECT_TRUE(CResponse(5).Equals(CResponse(5)));
-    EXPECT_FALSE(CResponse(5).Equals(CResponse(6)));
-    EXPECT_FALSE(CResponse(5).Equals(CResponse(5, MessageType::Reply)));
-    EXPECT_FALSE(CResponse(5).Equals(CKillProcessByPid()));
 }
 
 }  // namespace

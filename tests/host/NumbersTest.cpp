@@ -1,8 +1,6 @@
 // The numbers by which the host routes messages and hands out what it lends.
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "host/Catalogue.h"
 #include "host/database/IMapper.h"
 #include "host/kernel/MessageType.h"
 #include "host/kernel/Resources.h"
@@ -71,49 +69,6 @@ TEST(NumbersTest, SymbolTagsAndDataTypes) {
     EXPECT_EQ(Logs::kTime, 5);
     EXPECT_EQ(Logs::kUuid, 6);
     EXPECT_EQ(Logs::kBlob, 7);
-}
-
-TEST(CatalogueTest, Products) {
-    EXPECT_EQ(Catalogue::Product::kOvAgent, 0x07100000000007AAu);
-    EXPECT_EQ(Catalogue::Product::kOvAgentInLogs, 0x07100000000005E2u);
-    EXPECT_STREQ(Catalogue::Product::kDomain, "tulk.local.products.");
-    EXPECT_STREQ(Catalogue::Product::kOvAgentName, "ov.agent");
-    EXPECT_EQ(Catalogue::ProductType::kOvAgent, 17);
-    EXPECT_THAT(Catalogue::ProductType::kConfiguredOvAgent, testing::ElementsAre(0, 9));
-}
-
-TEST(CatalogueTest, PresenceAndConfiguration) {
-    EXPECT_EQ(Catalogue::Presence::kAgentPresent, 1);
-    EXPECT_EQ(Catalogue::Presence::kProductPresent, 6);
-    EXPECT_EQ(Catalogue::Presence::kAgent2146, 8);
-    EXPECT_EQ(Catalogue::Presence::kAgent2147, 64);
-    EXPECT_EQ(Catalogue::Configuration::kExported, 1);
-}
-
-TEST(CatalogueTest, ProtectionStatus) {
-    EXPECT_EQ(Catalogue::Protection::kFineSeverity, 1);
-    EXPECT_EQ(Catalogue::Protection::kWarningSeverity, 3);
-    EXPECT_EQ(Catalogue::Protection::kProblemSeverity, 5);
-    EXPECT_EQ(Catalogue::Protection::kNotConnectedSeverity, 6);
-    EXPECT_EQ(Catalogue::Protection::kFineText, 0x071000000000021Eu);
-    EXPECT_EQ(Catalogue::Protection::kWarningText, 0x071000000000021Fu);
-    EXPECT_EQ(Catalogue::Protection::kProblemText, 0x0710000000000220u);
-    EXPECT_EQ(Catalogue::Protection::kNotConnectedText, 0x0710000000000221u);
-    EXPECT_EQ(Catalogue::Protection::kWholeProduct, 0x071000000000022Bu);
-    EXPECT_EQ(Catalogue::Protection::kNoStatus, 0xFFFFFFFFFFFFFFFFu);
-    EXPECT_EQ(Catalogue::Protection::kConnectionFailed, 0x00000001000000B3u);
-}
-
-TEST(CatalogueTest, OutcomesOfTasks) {
-    EXPECT_EQ(Catalogue::Task::kNotFailed, 1);
-    EXPECT_EQ(Catalogue::Task::kFailed, 4);
-    EXPECT_EQ(Catalogue::Task::kWarningSeverity, 20);
-    EXPECT_EQ(Catalogue::Task::kInformationSeverity, 30);
-    EXPECT_EQ(Catalogue::Task::kErrorSeverity, 40);
-    EXPECT_EQ(Catalogue::Task::kWarningText, 0x000000010000000Au);
-    EXPECT_EQ(Catalogue::Task::kDoneText, 0x000000010000000Bu);
-    EXPECT_EQ(Catalogue::Task::kFailedText, 0x000000010000000Cu);
-    EXPECT_EQ(Catalogue::Task::kCancelledText, 0x000000010000009Bu);
 }
 
 }  // namespace

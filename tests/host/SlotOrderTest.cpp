@@ -1,6 +1,8 @@
 // The order of virtual operations is the contract between host and module: an operation that moves
 // calls another one across the library border.
 #include <gtest/gtest.h>
+#include <numeric>
+#include <vector>
 
 #include "host/database/IMapper.h"
 #include "host/kernel/IModule.h"
@@ -26,150 +28,93 @@ using Kernel::IModule;
 using Kernel::IResourceProvider;
 using Kernel::ISubscriber;
 using Logs::ILockable;
-using Logs::IMultiSymbolContainer;
 using Logs::IProtobufGetter;
 using Logs::ISerializable;
-using Logs::ISymbolContainer;
 using Message::CLogMessage;
 using Message::CWriteControl;
 using Test::VirtualSlot;
+using Row = Logs::ISymbolContainer;
 
-TEST(SlotOrderTest, Module) {
-    EXPECT_EQ(VirtualSlot(&IModule::Initialize), 1);
-    EXPECT_EQ(VirtualSlot(&IModule::Start), 2);
-    EXPECT_EQ(VirtualSlot(&IModule::RequestStop), 3);
-    EXPECT_EQ(VirtualSlot(&IModule::Stop), 4);
-    EXPECT_EQ(VirtualSlot(&IModule::GetName), 5);
+/// Expects the operations in neighbouring slots, from `first` on.
+template <typename... Operations>
+void ExpectSlots(int first, Operations... operations) {
+    const std::vector<int> slots = {VirtualSlot(operations)...};
+    std::vector<int> expected(slots.size());
+    std::iota(expected.begin(), expected.end(), first);
+    EXPECT_EQ(slots, expected);
 }
 
-TEST(SlotOrderTest, ResourceProvider) {
-    EXPECT_EQ(VirtualSlot(&IResourceProvider::GetResource), 1);
+TEST(SlotOrderTest, Module) {
+    ExpectSlots(1, &IModule::Initialize, &IModule::Start, &IModule::RequestStop, &IModule::Stop,
+                &IModule::GetName);
 }
 
 TEST(SlotOrderTest, Resources) {
-    EXPECT_EQ(VirtualSlot(&IBusResource::Publish), 1);
-    EXPECT_EQ(VirtualSlot(&IBusResource::Subscribe), 2);
-    EXPECT_EQ(VirtualSlot(&ILoggerResource::Log), 2);
-    EXPECT_EQ(VirtualSlot(&IInstallConfigurationResource::GetInstanceUUID), 12);
-    EXPECT_EQ(VirtualSlot(&IDatabaseResource::GetMapper), 2);
+    ExpectSlots(1, &IResourceProvider::GetResource);
+    ExpectSlots(1, &IBusResource::Publish, &IBusResource::Subscribe);
+    ExpectSlots(2, &ILoggerResource::Log);
+    ExpectSlots(12, &IInstallConfigurationResource::GetInstanceUUID);
+    ExpectSlots(2, &IDatabaseResource::GetMapper);
 }
 
 TEST(SlotOrderTest, Mappers) {
-    EXPECT_EQ(VirtualSlot(&IKeyValueAccessMapper::GetValue), 1);
-    EXPECT_EQ(VirtualSlot(&IKeyValueAccessMapper::SetValue), 2);
-    EXPECT_EQ(VirtualSlot(&IOvRemediationActionsMapper::StoreActions), 1);
+    ExpectSlots(1, &IKeyValueAccessMapper::GetValue, &IKeyValueAccessMapper::SetValue);
+    ExpectSlots(1, &IOvRemediationActionsMapper::StoreActions);
 }
 
 TEST(SlotOrderTest, Subscriber) {
-    EXPECT_EQ(VirtualSlot(&ISubscriber::Push), 1);
-    EXPECT_EQ(VirtualSlot(&ISubscriber::Dump), 2);
-    EXPECT_EQ(VirtualSlot(&ISubscriber::VisitPendingMessages), 3);
+    ExpectSlots(1, &ISubscriber::Push, &ISubscriber::Dump, &ISubscriber::VisitPendingMessages);
 }
 
 TEST(SlotOrderTest, Messages) {
-    EXPECT_EQ(VirtualSlot(&IMessage::GetMessageType), 1);
-    EXPECT_EQ(VirtualSlot(&IMessage::GetName), 2);
-    EXPECT_EQ(VirtualSlot(&IMessage::Equals), 3);
-    EXPECT_EQ(VirtualSlot(&CLogMessage::Validate), 4);
-    EXPECT_EQ(VirtualSlot(&CLogMessage::IsValid), 5);
-}
-
-TEST(SlotOrderTest, WriteControl) {
-    EXPECT_EQ(VirtualSlot(&CWriteControl::IsReadOnly), 1);
-    EXPECT_EQ(VirtualSlot(&CWriteControl::SetReadOnly), 2);
-    EXPECT_EQ(VirtualSlot(&CWriteControl::CheckWritable), 3);
+    ExpectSlots(1, &IMessage::GetMessageType, &IMessage::GetName, &IMessage::Equals);
+    ExpectSlots(4, &CLogMessage::Validate, &CLogMessage::IsValid);
+    ExpectSlots(1, &CWriteControl::IsReadOnly, &CWriteControl::SetReadOnly,
+                &CWriteControl::CheckWritable);
 }
 
 TEST(SlotOrderTest, SmallLogInterfaces) {
-    EXPECT_EQ(VirtualSlot(&ILockable::Lock), 1);
-    EXPECT_EQ(VirtualSlot(&ILockable::Unlock), 2);
-    EXPECT_EQ(VirtualSlot(&IProtobufGetter::GetProtobuf), 1);
-    EXPECT_EQ(VirtualSlot(&ISerializable::SerializeToString), 1);
-    EXPECT_EQ(VirtualSlot(&ISerializable::DeserializeFromString), 2);
+    ExpectSlots(1, &ILockable::Lock, &ILockable::Unlock);
+    ExpectSlots(1, &IProtobufGetter::GetProtobuf);
+    ExpectSlots(1, &ISerializable::SerializeToString, &ISerializable::DeserializeFromString);
 }
 
 TEST(SlotOrderTest, SymbolContainerGetters) {
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::HasSymbol), 3);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetValue), 4);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetBool), 5);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetBlob), 6);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetInt64), 7);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetDouble), 8);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetString), 9);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetResourceId), 10);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetInt32), 11);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetUtcTime), 12);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetTime), 13);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetUuid), 14);
+    ExpectSlots(3, &Row::HasSymbol, &Row::GetValue, &Row::GetBool, &Row::GetBlob, &Row::GetInt64,
+                &Row::GetDouble, &Row::GetString, &Row::GetResourceId, &Row::GetInt32,
+                &Row::GetUtcTime, &Row::GetTime, &Row::GetUuid);
 }
 
 TEST(SlotOrderTest, SymbolContainerFinders) {
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindValue), 15);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindBool), 16);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindBlob), 17);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindInt64), 18);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindDouble), 19);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindString), 20);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindResourceId), 21);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindInt32), 22);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindUtcTime), 23);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindTime), 24);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::FindUuid), 25);
+    ExpectSlots(15, &Row::FindValue, &Row::FindBool, &Row::FindBlob, &Row::FindInt64,
+                &Row::FindDouble, &Row::FindString, &Row::FindResourceId, &Row::FindInt32,
+                &Row::FindUtcTime, &Row::FindTime, &Row::FindUuid);
 }
 
 TEST(SlotOrderTest, SymbolContainerAdders) {
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddValue), 26);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddBool), 27);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddBlob), 28);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddInt64), 29);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddDouble), 30);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddString), 31);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddResourceId), 32);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddInt32), 33);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddUtcTime), 34);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddCurrentTime), 35);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddUuid), 36);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddUuidString), 37);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::AddUuidMessage), 38);
+    ExpectSlots(26, &Row::AddValue, &Row::AddBool, &Row::AddBlob, &Row::AddInt64, &Row::AddDouble,
+                &Row::AddString, &Row::AddResourceId, &Row::AddInt32, &Row::AddUtcTime,
+                &Row::AddCurrentTime, &Row::AddUuid, &Row::AddUuidString, &Row::AddUuidMessage);
 }
 
 TEST(SlotOrderTest, SymbolContainerSetters) {
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetValue), 39);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetBool), 40);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetInt64), 41);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetString), 42);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetUuidString), 43);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetResourceId), 44);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetBlob), 45);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SetUtcTime), 46);
+    ExpectSlots(39, &Row::SetValue, &Row::SetBool, &Row::SetInt64, &Row::SetString,
+                &Row::SetUuidString, &Row::SetResourceId, &Row::SetBlob, &Row::SetUtcTime);
 }
 
 TEST(SlotOrderTest, SymbolContainerRest) {
-    using FromBytes = void (ISymbolContainer::*)(const char*, std::size_t);
-    using FromText = void (ISymbolContainer::*)(const std::string&);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::RemoveSymbol), 47);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetProtobufSize), 48);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetCount), 49);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetValueAt), 50);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetSymbolAt), 51);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::Equals), 52);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::Clone), 53);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::GetBinarySize), 54);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::SerializeToBinary), 55);
-    EXPECT_EQ(VirtualSlot(static_cast<FromBytes>(&ISymbolContainer::DeserializeFromBinary)), 56);
-    EXPECT_EQ(VirtualSlot(static_cast<FromText>(&ISymbolContainer::DeserializeFromBinary)), 57);
-    EXPECT_EQ(VirtualSlot(&ISymbolContainer::NotEquals), 58);
+    using FromBytes = void (Row::*)(const char*, std::size_t);
+    using FromText = void (Row::*)(const std::string&);
+    ExpectSlots(47, &Row::RemoveSymbol, &Row::GetProtobufSize, &Row::GetCount, &Row::GetValueAt,
+                &Row::GetSymbolAt, &Row::Equals, &Row::Clone, &Row::GetBinarySize,
+                &Row::SerializeToBinary, static_cast<FromBytes>(&Row::DeserializeFromBinary),
+                static_cast<FromText>(&Row::DeserializeFromBinary), &Row::NotEquals);
 }
 
 TEST(SlotOrderTest, MultiSymbolContainer) {
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::AddRow), 3);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::CreateRow), 4);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::GetRow), 5);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::GetRowCount), 6);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::Swap), 7);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::Equals), 8);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::SortAndLimit), 9);
-    EXPECT_EQ(VirtualSlot(&IMultiSymbolContainer::Clone), 10);
+    using Rows = Logs::IMultiSymbolContainer;
+    ExpectSlots(3, &Rows::AddRow, &Rows::CreateRow, &Rows::GetRow, &Rows::GetRowCount, &Rows::Swap,
+                &Rows::Equals, &Rows::SortAndLimit, &Rows::Clone);
 }
 
 }  // namespace

@@ -2,6 +2,8 @@
 // that objects can be cast across library borders.
 #include "host/kernel/IModule.h"
 #include "host/kernel/Resources.h"
+#include "host/logs/IMultiSymbolContainer.h"
+#include "host/logs/IProtobufGetter.h"
 
 namespace Kyr::Common::Kernel {
 
@@ -35,3 +37,21 @@ IDatabaseResource::~IDatabaseResource() = default;
 void IDatabaseResource::Reserved1() {}
 
 }  // namespace Kyr::Common::Kernel
+
+namespace Kyr::Common::Database {
+
+IMapper::~IMapper() = default;
+IKeyValueAccessMapper::~IKeyValueAccessMapper() = default;
+IOvRemediationActionsMapper::~IOvRemediationActionsMapper() = default;
+
+}  // namespace Kyr::Common::Database
+
+namespace Kyr::Common::Logs {
+
+ISerializable::~ISerializable() = default;
+ILockable::~ILockable() = default;
+IProtobufGetter::~IProtobufGetter() = default;
+ISymbolContainer::~ISymbolContainer() = default;
+IMultiSymbolContainer::~IMultiSymbolContainer() = default;
+
+}  // namespace Kyr::Common::Logs
