@@ -5,6 +5,8 @@
 #include <stdexcept>
 #include <utility>
 
+#include <boost/algorithm/string/join.hpp>
+
 #include "lab/common/LineScanner.h"
 
 namespace Kyr::Lab {
@@ -36,6 +38,16 @@ std::uint32_t ParseNumber32(std::string_view text) {
         throw std::invalid_argument("'" + std::string(text) + "' is too large");
     }
     return static_cast<std::uint32_t>(number);
+}
+
+std::size_t PlaceOf(const std::string& name, const std::vector<std::string>& names,
+                    const std::string& what) {
+    const auto found = std::find(names.begin(), names.end(), name);
+    if (found == names.end()) {
+        throw std::invalid_argument("no such " + what + ": \"" + name + "\"; there are " +
+                                    boost::algorithm::join(names, ", "));
+    }
+    return static_cast<std::size_t>(found - names.begin());
 }
 
 CCommandWords::CCommandWords(std::vector<std::string> words) : words_(std::move(words)) {}

@@ -23,6 +23,11 @@ std::uint64_t ParseNumber(std::string_view text);
 /// The same, of 32 bits at most.
 std::uint32_t ParseNumber32(std::string_view text);
 
+/// Which of `names` it is, from 0. `what` names it in the complaint that it is none of them, which
+/// tells which there are.
+std::size_t PlaceOf(const std::string& name, const std::vector<std::string>& names,
+                    const std::string& what);
+
 /// The words behind a command: words, `name=value` pairs and flags, taken out one by one.
 ///
 /// A command takes what it knows and then calls Finish, which refuses what is left.

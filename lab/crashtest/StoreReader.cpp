@@ -35,7 +35,7 @@ std::vector<std::string> CStoreReader::NewRecords(const RecordSource& kind) {
 }
 
 std::uint64_t CStoreReader::Offset(const RecordSource& kind) const {
-    const std::string text = CDatabase(path_).KeyValues().GetValue(kind.offsetKey);
+    const std::string text = CDatabase(path_).GetValue(kind.offsetKey);
     return text.empty() ? 0 : ParseNumber(text);
 }
 

@@ -8,9 +8,7 @@
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/DataMiner.h"
-#include "lab/devhost/resources/HostLog.h"
 #include "lab/devhost/resources/ModuleDatabase.h"
-#include "lab/devhost/typed/FailureCommands.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -39,8 +37,8 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
     : events_(OnDemand(events, settings.told)),
       byHand_(settings.byHand),
       loader_(settings.libraryPath, HooksFor(settings, events_)),
-      claim_(settings.databasePath),
-      database_(boost::make_shared<CDatabase>(settings.databasePath)),
+      claim_(ClaimDatabase(settings.databasePath)),
+      database_(settings.databasePath),
       steps_(settings.dieAt, EndThisProcess),
       failures_(events_),
       printer_(events_, settings.told.count("record") != 0),
@@ -49,23 +47,23 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events_, Base::SystemClock()),
-      console_({MakeHostCommands({*bus_, *database_, SingleCalls(),
+      console_({MakeHostCommands({*bus_, database_, SingleCalls(),
                                   [this](bool force) { lifeCycle_.BeginStop(force); },
                                   [this] { Quit(); }}),
                 FailureCommands(failures_)},
                events_) {
     if (settings.instance) {
-        database_->SetInstanceUuid(*settings.instance);
+        database_.SetInstanceUuid(*settings.instance);
     }
-    provider_.Add(Kernel::kBusResource, boost::make_shared<CDataMiner>(bus_, database_->Miner(),
-                                                                       steps_, failures_, events_));
+    provider_.Add(Kernel::kBusResource,
+                  boost::make_shared<CDataMiner>(bus_, database_, steps_, failures_, events_));
     provider_.Add(Kernel::kInstallConfigurationResource,
-                  boost::make_shared<CInstallConfiguration>(database_->InstanceUuid()));
+                  boost::make_shared<CInstallConfiguration>(database_.InstanceUuid()));
     provider_.Add(Kernel::kLoggerResource,
                   boost::make_shared<CHostLog>(failures_, std::vector<LineSink>{events_, logFile}));
     provider_.Add(Kernel::kIdGeneratorResource, boost::make_shared<CIdGenerator>());
     provider_.Add(Kernel::kDatabaseResource,
-                  boost::make_shared<CModuleDatabase>(*database_, steps_, failures_, events_));
+                  boost::make_shared<CModuleDatabase>(database_, steps_, failures_, events_));
     provider_.Add(Kernel::kConfigurationResource, boost::make_shared<CConfiguration>());
     provider_.Add(Kernel::kNetworkGrpcResource, boost::make_shared<CNetworkGrpc>());
 }

@@ -4,6 +4,7 @@
 // Errors: std::exception from the constructor when the database or the library cannot be opened.
 #pragma once
 
+#include <memory>
 #include <optional>
 #include <set>
 #include <string>
@@ -12,7 +13,6 @@
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
 #include "lab/devhost/database/Database.h"
-#include "lab/devhost/database/DatabaseClaim.h"
 #include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
@@ -51,7 +51,7 @@ class CHost {
     /// to terminate calls `endAtOnce`. REQUIRES: the host has started.
     void Obey(CCommandInput& input, const std::function<void()>& endAtOnce);
     /// What the database failed with first; empty when it has not. REQUIRES: the host has ended.
-    const std::string& DatabaseFailure() const { return database_->FirstFailure(); }
+    const std::string& DatabaseFailure() const { return database_.FirstFailure(); }
     /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
     /// not begun.
     void WhenDestroyed(std::function<void()> notify);
@@ -63,8 +63,8 @@ class CHost {
     const LineSink events_;
     const bool byHand_;
     CModuleLoader loader_;  // before the database: a library that is none leaves no file behind
-    CDatabaseClaim claim_;
-    boost::shared_ptr<CDatabase> database_;
+    const std::unique_ptr<CSqliteConnection> claim_;  // none for a database without a file
+    CDatabase database_;
     CCollectionSteps steps_;
     CFailures failures_;
     CMessagePrinter printer_;

@@ -1,11 +1,17 @@
 #include "lab/devhost/database/Database.h"
 
+#include <exception>
+#include <sqlite3.h>
+
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
 
 namespace Kyr::Lab::DevHost {
 
 namespace {
+
+using Common::Kernel::MessageType;
+using Lock = boost::unique_lock<boost::mutex>;
 
 // Write-ahead logging keeps readers and the writer apart; FULL puts every commit on disk. A page
 // holds fifteen records of 1 KiB; of those of the usual size, three, and a quarter of it is wasted.
@@ -20,18 +26,97 @@ constexpr char kSchema[] =
     "  number INTEGER PRIMARY KEY, type TEXT NOT NULL, record BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS host (name TEXT PRIMARY KEY, value TEXT NOT NULL);";
 
+std::string TypeText(MessageType type) {
+    return std::to_string(static_cast<std::int32_t>(type));
+}
+
+bool Succeeds(const std::function<void()>& write) {
+    try {
+        write();
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
 }  // namespace
 
 CDatabase::CDatabase(const std::string& path) : connection_(path) {
     connection_.Execute(kSettings);
     connection_.Execute(kSchema);
-    keyValues_ = std::make_unique<CKeyValueMapper>(connection_);
-    remediationActions_ = std::make_unique<CRemediationMapper>(connection_);
-    miner_ = std::make_unique<CMinerStore>(connection_);
+}
+
+std::string CDatabase::GetValue(const std::string& key) {
+    const Lock lock(mutex_);
+    CSqliteStatement select(connection_, "SELECT value FROM key_values WHERE key = ?");
+    select.BindText(1, key);
+    return select.Step() ? select.Column(0) : "";
+}
+
+bool CDatabase::SetValue(const std::string& key, const std::string& value) {
+    const Lock lock(mutex_);
+    return Succeeds([&] {
+        CSqliteStatement replace(connection_,
+                                 "INSERT OR REPLACE INTO key_values (key, value) VALUES (?, ?)");
+        replace.BindText(1, key);
+        replace.BindText(2, value);
+        replace.Step();
+    });
+}
+
+bool CDatabase::StoreActions(const std::vector<std::string>& actions) {
+    const Lock lock(mutex_);
+    return Succeeds([&] {
+        CTransaction transaction(connection_);
+        CSqliteStatement insert(connection_, "INSERT INTO remediation_actions (action) VALUES (?)");
+        for (const std::string& action : actions) {
+            insert.BindBlob(1, action);
+            insert.Step();
+        }
+        transaction.Commit();
+    });
+}
+
+std::vector<std::string> CDatabase::StoredActions() {
+    const Lock lock(mutex_);
+    CSqliteStatement select(connection_, "SELECT action FROM remediation_actions ORDER BY number");
+    std::vector<std::string> actions;
+    while (select.Step()) {
+        actions.push_back(select.Column(0));
+    }
+    return actions;
+}
+
+void CDatabase::StoreRecords(MessageType type, const std::vector<std::string>& records) {
+    const Lock lock(mutex_);
+    CTransaction transaction(connection_);
+    CSqliteStatement insert(connection_, "INSERT INTO mined_records (type, record) VALUES (?, ?)");
+    for (const std::string& record : records) {
+        insert.BindText(1, TypeText(type));
+        insert.BindBlob(2, record);
+        insert.Step();
+    }
+    transaction.Commit();
+}
+
+void CDatabase::ForEachRecord(MessageType type, const TakeRecord& take) {
+    const Lock lock(mutex_);
+    CSqliteStatement select(connection_,
+                            "SELECT record FROM mined_records WHERE type = ? ORDER BY number");
+    select.BindText(1, TypeText(type));
+    while (select.Step()) {
+        take(select.Column(0));
+    }
+}
+
+std::vector<std::string> CDatabase::Records(MessageType type) {
+    std::vector<std::string> records;
+    ForEachRecord(type, [&records](const std::string& record) { records.push_back(record); });
+    return records;
 }
 
 std::string CDatabase::InstanceUuid() {
-    const boost::unique_lock<boost::mutex> lock(connection_.Mutex());
+    const Lock lock(mutex_);
     // Ignored when there is one, so that two hosts that start at once agree.
     CSqliteStatement insert(connection_,
                             "INSERT OR IGNORE INTO host (name, value) VALUES ('instance', ?)");
@@ -43,11 +128,29 @@ std::string CDatabase::InstanceUuid() {
 }
 
 void CDatabase::SetInstanceUuid(const std::string& uuid) {
-    const boost::unique_lock<boost::mutex> lock(connection_.Mutex());
+    const Lock lock(mutex_);
     CSqliteStatement replace(connection_,
                              "INSERT OR REPLACE INTO host (name, value) VALUES ('instance', ?)");
     replace.BindText(1, uuid);
     replace.Step();
+}
+
+std::unique_ptr<CSqliteConnection> ClaimDatabase(const std::string& path) {
+    if (path == ":memory:") {
+        return nullptr;
+    }
+    auto claim = std::make_unique<CSqliteConnection>(path + ".lock");
+    // The system may take a moment to give back the lock of a host that was killed (our choice).
+    sqlite3_busy_timeout(claim->Handle(), 1000);
+    try {
+        claim->Execute("BEGIN EXCLUSIVE");
+    } catch (const CDatabaseError&) {
+        if (sqlite3_errcode(claim->Handle()) != SQLITE_BUSY) {
+            throw;
+        }
+        throw CDatabaseError("another devhost uses the database " + path);
+    }
+    return claim;
 }
 
 }  // namespace Kyr::Lab::DevHost

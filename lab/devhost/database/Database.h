@@ -4,23 +4,46 @@
 // Every write is on disk when the call returns, so that the host may be killed at any time.
 //
 // Threads: any.
-// Errors: CDatabaseError, where the interface has no other way.
+// Errors: CDatabaseError, where nothing else is said.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
-#include "lab/devhost/database/KeyValueMapper.h"
-#include "lab/devhost/database/MinerStore.h"
-#include "lab/devhost/database/RemediationMapper.h"
+#include <boost/thread/mutex.hpp>
+
+#include "host/kernel/MessageType.h"
 #include "lab/devhost/database/Sqlite.h"
 
 namespace Kyr::Lab::DevHost {
 
 class CDatabase final {
   public:
+    using TakeRecord = std::function<void(const std::string& record)>;
+
     /// Opens or creates the database in the file `path`.
     explicit CDatabase(const std::string& path);
+
+    /// Empty when there is none.
+    std::string GetValue(const std::string& key);
+    /// False when the database fails.
+    bool SetValue(const std::string& key, const std::string& value);
+
+    /// All of the batch or, with false, nothing of it.
+    bool StoreActions(const std::vector<std::string>& actions);
+    /// In the order of storing.
+    std::vector<std::string> StoredActions();
+
+    /// What the data miner keeps: all records of the batch or, when it throws, none.
+    void StoreRecords(Common::Kernel::MessageType type, const std::vector<std::string>& records);
+    /// Gives the records that came in messages of that type to `take`, in the order of coming, also
+    /// those that had come before. One at a time: there may be more than memory holds. `take` must
+    /// not use the database.
+    void ForEachRecord(Common::Kernel::MessageType type, const TakeRecord& take);
+    /// The same, all at once.
+    std::vector<std::string> Records(Common::Kernel::MessageType type);
 
     /// The instance identifier of this host, a UUID in text form; made with the database and kept
     /// in it.
@@ -31,15 +54,15 @@ class CDatabase final {
     /// As CSqliteConnection's.
     const std::string& FirstFailure() const { return connection_.FirstFailure(); }
 
-    CKeyValueMapper& KeyValues() { return *keyValues_; }
-    CRemediationMapper& RemediationActions() { return *remediationActions_; }
-    CMinerStore& Miner() { return *miner_; }
-
   private:
+    boost::mutex mutex_;  // guards the connection
     CSqliteConnection connection_;
-    std::unique_ptr<CKeyValueMapper> keyValues_;
-    std::unique_ptr<CRemediationMapper> remediationActions_;
-    std::unique_ptr<CMinerStore> miner_;
 };
+
+/// The claim of a host to be the only one that uses the database `path`, which ends with this
+/// object or its process: a lock on a file beside it, since SQLite's own only last for a
+/// transaction. None for a database without a file. Errors: CDatabaseError when another host has
+/// it.
+std::unique_ptr<CSqliteConnection> ClaimDatabase(const std::string& path);
 
 }  // namespace Kyr::Lab::DevHost

@@ -11,7 +11,7 @@ void CSqliteConnection::Close::operator()(sqlite3* handle) const {
 
 CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
     sqlite3* handle = nullptr;
-    // Whoever shares the connection holds its mutex; one of SQLite's own around each call is not
+    // Whoever shares the connection locks it; a mutex of SQLite's own around each call is not
     // needed, and a million records would pay for it.
     const int result =
         sqlite3_open_v2(path.c_str(), &handle,
@@ -44,10 +44,6 @@ void CSqliteConnection::Check(bool good, const char* what) {
     throw CDatabaseError(text);
 }
 
-void CSqliteConnection::Rollback() noexcept {
-    sqlite3_exec(Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-}
-
 void CSqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const {
     sqlite3_finalize(statement);
 }
@@ -55,8 +51,7 @@ void CSqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const {
 CSqliteStatement::CSqliteStatement(CSqliteConnection& connection, const char* sql)
     : connection_(connection) {
     sqlite3_stmt* statement = nullptr;
-    const int result = sqlite3_prepare_v3(connection.Handle(), sql, -1, SQLITE_PREPARE_PERSISTENT,
-                                          &statement, nullptr);
+    const int result = sqlite3_prepare_v2(connection.Handle(), sql, -1, &statement, nullptr);
     statement_.reset(statement);
     connection.Check(result == SQLITE_OK, "Cannot prepare a statement");
 }
@@ -94,8 +89,21 @@ std::string CSqliteStatement::Column(int index) const {
                : std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
 }
 
-void CSqliteStatement::Reset() {
-    sqlite3_reset(statement_.get());
+CTransaction::CTransaction(CSqliteConnection& connection) : connection_(connection) {
+    // Takes the right to write at once: one that first reads could be refused it later.
+    connection_.Execute("BEGIN IMMEDIATE");
+}
+
+CTransaction::~CTransaction() {
+    if (!committed_) {
+        // A failure is not reported: the next transaction meets it.
+        sqlite3_exec(connection_.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+    }
+}
+
+void CTransaction::Commit() {
+    connection_.Execute("COMMIT");
+    committed_ = true;
 }
 
 }  // namespace Kyr::Lab::DevHost

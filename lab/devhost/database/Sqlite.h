@@ -1,8 +1,7 @@
-// A SQLite connection and its prepared statements.
+// A SQLite connection, its statements, and transactions.
 //
-// Threads: one connection and its statements are used by one thread at a time; whoever shares them
-// holds the connection's mutex.
-// Ownership: a statement must not outlive its connection.
+// Threads: one connection and what uses it by one thread at a time.
+// Ownership: statements and transactions must not outlive their connection.
 // Errors: CDatabaseError with SQLite's text, the system's reason and the path.
 #pragma once
 
@@ -10,8 +9,6 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
-
-#include <boost/thread/mutex.hpp>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -30,16 +27,13 @@ class CSqliteConnection {
 
     /// Runs statements that give no rows.
     void Execute(const char* sql);
-    /// Gives up the open transaction; a failure is not reported, the next transaction meets it.
-    void Rollback() noexcept;
 
     /// Throws unless `good`. REQUIRES: the last call on the connection is the one that failed.
     void Check(bool good, const char* what);
-    /// What the first call that failed met; empty when none did. Whoever calls holds the mutex.
+    /// What the first call that failed met; empty when none did.
     const std::string& FirstFailure() const { return firstFailure_; }
 
     sqlite3* Handle() const { return handle_.get(); }
-    boost::mutex& Mutex() { return mutex_; }
 
   private:
     struct Close {
@@ -49,7 +43,6 @@ class CSqliteConnection {
     const std::string path_;
     std::unique_ptr<sqlite3, Close> handle_;
     std::string firstFailure_;
-    boost::mutex mutex_;  // for the users of a shared connection
 };
 
 class CSqliteStatement {
@@ -64,8 +57,6 @@ class CSqliteStatement {
     bool Step();
     /// The bytes of a column of the current row, from 0.
     std::string Column(int index) const;
-    /// Ends the current run.
-    void Reset();
 
   private:
     struct Finalize {
@@ -74,6 +65,23 @@ class CSqliteStatement {
 
     CSqliteConnection& connection_;  // borrowed
     std::unique_ptr<sqlite3_stmt, Finalize> statement_;
+};
+
+/// All of several writes, or none of them. There is one at a time on a connection.
+class CTransaction {
+  public:
+    explicit CTransaction(CSqliteConnection& connection);
+    CTransaction(const CTransaction&) = delete;
+    CTransaction& operator=(const CTransaction&) = delete;
+    /// Takes everything back that has not been committed.
+    ~CTransaction();
+
+    /// What was written is on disk when the call returns.
+    void Commit();
+
+  private:
+    CSqliteConnection& connection_;  // borrowed
+    bool committed_ = false;
 };
 
 }  // namespace Kyr::Lab::DevHost

@@ -4,7 +4,7 @@
 #include <iomanip>
 #include <sstream>
 
-#include "lab/devhost/printing/SymbolNames.h"
+#include "host/logs/LogDescriptorMap.h"
 #include "logs/EventLog.h"
 #include "logs/MultiProductStatusLog.h"
 #include "logs/StatusLog.h"
@@ -16,7 +16,6 @@ namespace {
 namespace Logs = Common::Message::Logs;
 using Common::Logs::IMultiSymbolContainer;
 using Common::Logs::ISymbolContainer;
-using RowVisitor = std::function<void(const std::string&, const ISymbolContainer&)>;
 
 std::ostringstream NumberStream() {
     std::ostringstream stream;
@@ -68,39 +67,46 @@ std::string ValueText(const ISymbolContainer::MultiDataType& value) {
     return stream.str();
 }
 
-void VisitTable(const IMultiSymbolContainer& rows, const RowVisitor& visit) {
-    for (std::size_t index = 0; index < rows.GetRowCount(); ++index) {
-        visit(std::to_string(index), *rows.GetRow(index));
+/// The host's name for a symbol; empty when it has none.
+std::string NameOf(std::int32_t symbol) {
+    const auto& logs = Common::Logs::CLogDescriptorMap::Instance();
+    if (!logs.HasSymbol(symbol)) {
+        return "";
+    }
+    const auto log = logs.GetLogDescriptor(logs.GetLogTypeBySymbol(symbol));
+    return log->GetSymbolDescriptor(symbol)->GetName();
+}
+
+void AppendTable(const IMultiSymbolContainer& table, std::vector<NamedRow>& rows) {
+    for (std::size_t index = 0; index < table.GetRowCount(); ++index) {
+        rows.push_back({std::to_string(index), table.GetRow(index)});
     }
 }
 
 }  // namespace
 
-void VisitRows(const Common::Message::CLogMessage& log, const RowVisitor& visit) {
+std::vector<NamedRow> RowsOf(const Common::Message::CLogMessage& log) {
+    std::vector<NamedRow> rows;
     if (const auto* event = dynamic_cast<const Logs::CEventLog*>(&log)) {
-        visit("0", *event->GetSymbols());
+        rows.push_back({"0", event->GetSymbols()});
     } else if (const auto* status = dynamic_cast<const Logs::CStatusLog*>(&log)) {
-        VisitTable(*status->GetSymbols(), visit);
+        AppendTable(*status->GetSymbols(), rows);
     } else if (const auto* multi = dynamic_cast<const Logs::CMultiProductStatusLog*>(&log)) {
-        visit("product", *multi->GetProductIdentification());
-        VisitTable(*multi->GetSymbols(), visit);
+        rows.push_back({"product", multi->GetProductIdentification()});
+        AppendTable(*multi->GetSymbols(), rows);
     }
+    return rows;
+}
+
+std::string SymbolKey(std::int32_t symbol) {
+    const std::string number = std::to_string(symbol);
+    const std::string name = NameOf(symbol);
+    return name.empty() ? number : number + "-" + name;
 }
 
 void AddSymbols(CLine& line, const ISymbolContainer& row) {
     for (std::size_t index = 0; index < row.GetCount(); ++index) {
         line.With(SymbolKey(row.GetSymbolAt(index)), ValueText(row.GetValueAt(index)));
-    }
-}
-
-void VisitBlobs(
-    const ISymbolContainer& row,
-    const std::function<void(const std::string& symbol, const std::string& bytes)>& visit) {
-    for (std::size_t index = 0; index < row.GetCount(); ++index) {
-        const ISymbolContainer::MultiDataType value = row.GetValueAt(index);
-        for (const std::string& bytes : value.val_blob()) {
-            visit(SymbolKey(row.GetSymbolAt(index)), bytes);
-        }
     }
 }
 

@@ -1,10 +1,11 @@
-// Turns the rows of a log into `symbols` events, one a row.
+// The rows of a log as fields of events, one event a row.
 //
 // Threads: any.
 #pragma once
 
-#include <functional>
+#include <cstdint>
 #include <string>
+#include <vector>
 
 #include "host/logs/ISymbolContainer.h"
 #include "host/message/LogMessage.h"
@@ -12,19 +13,18 @@
 
 namespace Kyr::Lab::DevHost {
 
-/// Calls `visit` with each row of `log`, and what to call it: its index, or "product" for the
-/// identification of the product that a multi-product log stands for.
-void VisitRows(const Common::Message::CLogMessage& log,
-               const std::function<void(const std::string& name,
-                                        const Common::Logs::ISymbolContainer& row)>& visit);
+struct NamedRow {
+    std::string name;  // its index, or "product": of what product a multi-product log tells
+    boost::shared_ptr<const Common::Logs::ISymbolContainer> row;
+};
+
+std::vector<NamedRow> RowsOf(const Common::Message::CLogMessage& log);
+
+/// Number and host's name, as in "2836-status"; only the number of a symbol without a name.
+std::string SymbolKey(std::int32_t symbol);
 
 /// Adds a field for each symbol of `row`. Resource ids are hexadecimal, times UTC, and of a blob
 /// only the size is told.
 void AddSymbols(CLine& line, const Common::Logs::ISymbolContainer& row);
-
-/// Calls `visit` with each blob of `row`, and the key of its symbol.
-void VisitBlobs(
-    const Common::Logs::ISymbolContainer& row,
-    const std::function<void(const std::string& symbol, const std::string& bytes)>& visit);
 
 }  // namespace Kyr::Lab::DevHost

@@ -48,7 +48,6 @@ CLine StateLine(const Publication& publication) {
 
 CMessagePrinter::CMessagePrinter(LineSink events, bool tellsRecords)
     : events_(std::move(events)), tellsRecords_(tellsRecords) {}
-CMessagePrinter::~CMessagePrinter() = default;
 
 void CMessagePrinter::OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) {
     events_(CLine("subscribe").With("type", TypeText(type)).With("to", std::uint64_t{subscriber}));
@@ -74,17 +73,20 @@ void CMessagePrinter::OnPublish(const Publication& publication) {
 }
 
 void CMessagePrinter::PrintLog(const Publication& publication, const Message::CLogMessage& log) {
-    VisitRows(log, [&](const std::string& name, const Common::Logs::ISymbolContainer& row) {
+    for (const auto& [name, row] : RowsOf(log)) {
         CLine line = BusLine("symbols", publication).With("row", name);
-        AddSymbols(line, row);
+        AddSymbols(line, *row);
         events_(line);
-        VisitBlobs(row, [&](const std::string& symbol, const std::string& bytes) {
-            events_(BusLine("record", publication)
-                        .With("row", name)
-                        .With("symbol", symbol)
-                        .With("text", bytes));
-        });
-    });
+        for (std::size_t index = 0; index < row->GetCount(); ++index) {
+            const auto value = row->GetValueAt(index);
+            for (const std::string& bytes : value.val_blob()) {
+                events_(BusLine("record", publication)
+                            .With("row", name)
+                            .With("symbol", SymbolKey(row->GetSymbolAt(index)))
+                            .With("text", bytes));
+            }
+        }
+    }
     try {
         log.Validate();
     } catch (const std::exception& exception) {

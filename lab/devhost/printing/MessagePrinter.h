@@ -16,7 +16,6 @@ class CMessagePrinter final : public IBusObserver {
     /// Without `tellsRecords` no `record` of a batch is told: making a line of each costs as much
     /// as storing it does, for nobody when nobody asked.
     explicit CMessagePrinter(LineSink events, bool tellsRecords = true);
-    ~CMessagePrinter() override;
     void OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) override;
     void OnPublish(const Publication& publication) override;
     void OnDeliver(const Publication& publication, std::size_t subscriber) override;

@@ -2,7 +2,7 @@
 //
 // Whoever has something to tell tells it always, but for the records of a batch; what nobody asked
 // for is dropped on its way out.
-// Threads: any. Errors: std::invalid_argument for a kind that is none of them; it names them.
+// Threads: any. Errors: none.
 #pragma once
 
 #include <set>
@@ -12,8 +12,7 @@
 
 namespace Kyr::Lab::DevHost {
 
-/// From "<kind>[,<kind>...]".
-std::set<std::string> ParseDemand(const std::string& kinds);
+const std::set<std::string>& KindsOnDemand();
 
 /// `events` without what is told on demand only and not asked for.
 LineSink OnDemand(LineSink events, std::set<std::string> asked);

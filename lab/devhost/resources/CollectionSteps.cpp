@@ -1,42 +1,19 @@
 #include "lab/devhost/resources/CollectionSteps.h"
 
-#include <stdexcept>
 #include <utility>
 
 #include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
 
-namespace {
-
-struct StepRow {
-    CollectionStep step;
-    const char* name;
-};
-
-constexpr StepRow kSteps[] = {
-    {CollectionStep::kBeforeRequest, "before-request"},
-    {CollectionStep::kAfterReply, "after-reply"},
-    {CollectionStep::kAfterPublish, "after-publish"},
-    {CollectionStep::kBeforeOffset, "before-offset"},
-    {CollectionStep::kAfterOffset, "after-offset"},
-};
-
-}  // namespace
-
 DeathWish ParseDeathWish(const std::string& text) {
+    static const std::vector<std::string> kNames{"before-request", "after-reply", "after-publish",
+                                                 "before-offset", "after-offset"};
     const std::size_t colon = text.find(':');
     DeathWish wish;
+    wish.step = static_cast<CollectionStep>(PlaceOf(text.substr(0, colon), kNames, "step"));
     wish.count = colon == std::string::npos ? 1 : ParseNumber(text.substr(colon + 1));
-    std::string names;
-    for (const StepRow& row : kSteps) {
-        if (text.compare(0, colon, row.name) == 0) {
-            wish.step = row.step;
-            return wish;
-        }
-        names += std::string(names.empty() ? "" : ", ") + row.name;
-    }
-    throw std::invalid_argument("no such step: " + text + "; there are " + names);
+    return wish;
 }
 
 CCollectionSteps::CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die)

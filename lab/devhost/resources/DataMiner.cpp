@@ -18,15 +18,13 @@ const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
     return telemetry == nullptr ? nullptr : &telemetry->GetLogs();
 }
 
-CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CMinerStore& store,
+CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CDatabase& database,
                        CCollectionSteps& steps, CFailures& failures, LineSink events)
     : bus_(std::move(bus)),
-      store_(store),
+      database_(database),
       steps_(steps),
       failures_(failures),
       events_(std::move(events)) {}
-
-CDataMiner::~CDataMiner() = default;
 
 void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
                          const boost::shared_ptr<Kernel::IDeliveryContext>& context) {
@@ -37,7 +35,7 @@ void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
         return;
     }
     steps_.RecordsCame();
-    store_.Store(message->GetMessageType(), *records);
+    database_.StoreRecords(message->GetMessageType(), *records);
     events_(CLine("mined").With("name", message->GetName()).With("records", records->size()));
     bus_->Publish(message, context);
     steps_.RecordsStored();

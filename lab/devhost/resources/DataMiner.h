@@ -7,7 +7,7 @@
 // Writes a `mined` event for each batch of records.
 //
 // Threads: any.
-// Ownership: store, steps and failures must outlive this; the bus is shared.
+// Ownership: database, steps and failures must outlive this; the bus is shared.
 // Errors: Publish throws std::runtime_error when the records cannot be stored, or when it is to
 // fail on request; nothing is published then.
 #pragma once
@@ -19,7 +19,7 @@
 
 #include "host/kernel/Resources.h"
 #include "lab/common/LineWriter.h"
-#include "lab/devhost/database/MinerStore.h"
+#include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/CollectionSteps.h"
 #include "lab/devhost/resources/Failures.h"
 
@@ -30,9 +30,8 @@ const std::vector<std::string>* RecordsOf(const Common::Kernel::IMessage& messag
 
 class CDataMiner final : public Common::Kernel::IBusResource {
   public:
-    CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CMinerStore& store,
+    CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CDatabase& database,
                CCollectionSteps& steps, CFailures& failures, LineSink events);
-    ~CDataMiner() override;
 
     void Publish(const boost::shared_ptr<Common::Kernel::IMessage>& message,
                  const boost::shared_ptr<Common::Kernel::IDeliveryContext>& context) override;
@@ -41,7 +40,7 @@ class CDataMiner final : public Common::Kernel::IBusResource {
 
   private:
     const boost::shared_ptr<Common::Kernel::IBusResource> bus_;
-    CMinerStore& store_;       // borrowed
+    CDatabase& database_;      // borrowed
     CCollectionSteps& steps_;  // borrowed
     CFailures& failures_;      // borrowed
     const LineSink events_;

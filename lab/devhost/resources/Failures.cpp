@@ -3,42 +3,26 @@
 #include <stdexcept>
 #include <utility>
 
+#include "lab/common/CommandWords.h"
+
 namespace Kyr::Lab::DevHost {
 
 namespace {
 
-struct FailureRow {
-    Failure fault;
-    const char* name;
-};
+/// In the order of the enumeration.
+const std::vector<std::string>& FailureNames() {
+    static const std::vector<std::string> names{"read", "write", "publish", "log"};
+    return names;
+}
 
-constexpr FailureRow kFailures[] = {
-    {Failure::kRead, "read"},
-    {Failure::kWrite, "write"},
-    {Failure::kPublish, "publish"},
-    {Failure::kLog, "log"},
-};
-
-std::string NameOf(Failure fault) {
-    for (const FailureRow& row : kFailures) {
-        if (row.fault == fault) {
-            return row.name;
-        }
-    }
-    return "";
+const std::string& NameOf(Failure fault) {
+    return FailureNames()[static_cast<std::size_t>(fault)];
 }
 
 }  // namespace
 
 Failure ParseFailure(const std::string& name) {
-    std::string names;
-    for (const FailureRow& row : kFailures) {
-        if (name == row.name) {
-            return row.fault;
-        }
-        names += std::string(names.empty() ? "" : ", ") + row.name;
-    }
-    throw std::invalid_argument("no such fault: " + name + "; there are " + names);
+    return static_cast<Failure>(PlaceOf(name, FailureNames(), "fault"));
 }
 
 CFailures::CFailures(LineSink events) : events_(std::move(events)) {}

@@ -18,69 +18,68 @@ const char* ResultOf(bool stored) {
     return stored ? "stored" : "refused";
 }
 
+/// What each use of a mapper goes through.
+struct Road {
+    CDatabase& database;      // borrowed
+    CCollectionSteps& steps;  // borrowed
+    CFailures& failures;      // borrowed
+    LineSink events;
+};
+
 class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
   public:
-    CModuleKeyValues(CKeyValueMapper& mapper, CCollectionSteps& steps, CFailures& failures,
-                     LineSink events)
-        : mapper_(mapper), steps_(steps), failures_(failures), events_(std::move(events)) {}
+    explicit CModuleKeyValues(Road road) : road_(std::move(road)) {}
 
     std::string GetValue(const std::string& key) override {
-        failures_.Meet(Failure::kRead, key);
+        road_.failures.Meet(Failure::kRead, key);
         if (IsOffset(key)) {
-            steps_.OffsetRead();
+            road_.steps.OffsetRead();
         }
-        std::string value = mapper_.GetValue(key);
-        events_(CLine("read").With("key", key).With("value", value));
+        std::string value = road_.database.GetValue(key);
+        road_.events(CLine("read").With("key", key).With("value", value));
         return value;
     }
 
     bool SetValue(const std::string& key, const std::string& value) override {
-        if (failures_.Take(Failure::kWrite, key)) {
+        if (road_.failures.Take(Failure::kWrite, key)) {
             return false;
         }
         if (IsOffset(key)) {
-            steps_.OffsetCame();
+            road_.steps.OffsetCame();
         }
-        const bool stored = mapper_.SetValue(key, value);
-        events_(
+        const bool stored = road_.database.SetValue(key, value);
+        road_.events(
             CLine("write").With("key", key).With("value", value).With("result", ResultOf(stored)));
         if (stored && IsOffset(key)) {
-            steps_.OffsetStored();
+            road_.steps.OffsetStored();
         }
         return stored;
     }
 
   private:
-    CKeyValueMapper& mapper_;  // borrowed
-    CCollectionSteps& steps_;  // borrowed
-    CFailures& failures_;      // borrowed
-    const LineSink events_;
+    const Road road_;
 };
 
 class CModuleRemediation final : public Database::IOvRemediationActionsMapper {
   public:
-    CModuleRemediation(CRemediationMapper& mapper, CCollectionSteps& steps, CFailures& failures,
-                       LineSink events)
-        : mapper_(mapper), steps_(steps), failures_(failures), events_(std::move(events)) {}
+    explicit CModuleRemediation(Road road) : road_(std::move(road)) {}
 
     bool StoreActions(const std::vector<std::string>& actions) override {
-        if (failures_.Take(Failure::kWrite, "actions")) {
+        if (road_.failures.Take(Failure::kWrite, "actions")) {
             return false;
         }
-        steps_.RecordsCame();
-        const bool stored = mapper_.StoreActions(actions);
-        events_(CLine("write").With("actions", actions.size()).With("result", ResultOf(stored)));
+        road_.steps.RecordsCame();
+        const bool stored = road_.database.StoreActions(actions);
+        road_.events(
+            CLine("write").With("actions", actions.size()).With("result", ResultOf(stored)));
         if (stored) {
-            steps_.RecordsStored();
+            road_.steps.RecordsStored();
         }
         return stored;
     }
 
   private:
-    CRemediationMapper& mapper_;  // borrowed
-    CCollectionSteps& steps_;     // borrowed
-    CFailures& failures_;         // borrowed
-    const LineSink events_;
+    const Road road_;
 };
 
 }  // namespace
@@ -88,12 +87,9 @@ class CModuleRemediation final : public Database::IOvRemediationActionsMapper {
 CModuleDatabase::CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFailures& failures,
                                  LineSink events)
     : events_(std::move(events)),
-      keyValues_(
-          boost::make_shared<CModuleKeyValues>(database.KeyValues(), steps, failures, events_)),
-      remediationActions_(boost::make_shared<CModuleRemediation>(database.RemediationActions(),
-                                                                 steps, failures, events_)) {}
-
-CModuleDatabase::~CModuleDatabase() = default;
+      keyValues_(boost::make_shared<CModuleKeyValues>(Road{database, steps, failures, events_})),
+      remediationActions_(
+          boost::make_shared<CModuleRemediation>(Road{database, steps, failures, events_})) {}
 
 boost::shared_ptr<Database::IMapper> CModuleDatabase::GetMapper(int number) {
     boost::shared_ptr<Database::IMapper> mapper;

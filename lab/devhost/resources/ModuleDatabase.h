@@ -3,7 +3,7 @@
 //
 // Threads: any.
 // Ownership: database, steps and failures must outlive this.
-// Errors: as CDatabase's mappers, and std::runtime_error from a read that fails on request.
+// Errors: as CDatabase, and std::runtime_error from a read that fails on request.
 #pragma once
 
 #include "host/kernel/Resources.h"
@@ -18,7 +18,6 @@ class CModuleDatabase final : public Common::Kernel::IDatabaseResource {
   public:
     CModuleDatabase(CDatabase& database, CCollectionSteps& steps, CFailures& failures,
                     LineSink events);
-    ~CModuleDatabase() override;
 
     /// 348 and 388; any other number gives an empty pointer. A mapper must not outlive the
     /// database.

@@ -1,26 +1,15 @@
 #include "lab/devhost/resources/Resources.h"
 
-#include <utility>
-
 namespace Kyr::Lab::DevHost {
 
-CInstallConfiguration::CInstallConfiguration(std::string instanceUuid)
-    : instanceUuid_(std::move(instanceUuid)) {}
-CInstallConfiguration::~CInstallConfiguration() = default;
-std::string CInstallConfiguration::GetInstanceUUID() const {
-    return instanceUuid_;
+void CHostLog::Log(const std::string& text, int level, const std::string& source) {
+    failures_.Meet(Failure::kLog, text);
+    const CLine line =
+        CLine("log").With("level", std::to_string(level)).With("source", source).With("text", text);
+    for (const LineSink& sink : sinks_) {
+        sink(line);
+    }
 }
-
-CIdGenerator::~CIdGenerator() = default;
-std::uint32_t CIdGenerator::GenerateId() {
-    return ++last_;
-}
-
-CConfiguration::~CConfiguration() = default;
-CNetworkGrpc::~CNetworkGrpc() = default;
-
-CResourceProvider::CResourceProvider(LineSink events) : events_(std::move(events)) {}
-CResourceProvider::~CResourceProvider() = default;
 
 void CResourceProvider::Add(int number, boost::shared_ptr<Common::Kernel::IResource> resource) {
     resources_[number] = std::move(resource);
@@ -28,11 +17,11 @@ void CResourceProvider::Add(int number, boost::shared_ptr<Common::Kernel::IResou
 
 boost::shared_ptr<Common::Kernel::IResource> CResourceProvider::GetResource(int number) {
     const auto found = resources_.find(number);
+    const bool given = found != resources_.end();
     events_(CLine("resource")
                 .With("number", std::to_string(number))
-                .With("given", found == resources_.end() ? "no" : "yes"));
-    return found == resources_.end() ? boost::shared_ptr<Common::Kernel::IResource>()
-                                     : found->second;
+                .With("given", given ? "yes" : "no"));
+    return given ? found->second : nullptr;
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -5,6 +5,7 @@
 
 #include <boost/algorithm/string/join.hpp>
 
+#include "host/message/Task.h"
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/typed/MessageBuilder.h"
 #include "lab/devhost/typed/MinerCommand.h"
@@ -14,26 +15,23 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-/// Builds a message from the words of the command and publishes it.
-template <typename Build>
-auto Publishing(const CommandTargets& targets, const char* command, Build build) {
-    CBus& bus = targets.bus;
-    return [&bus, command, build](CCommandWords& words, const LineSink& tell) {
-        const auto message = build(words);
-        tell(AnswerTo(command));
-        bus.PublishAsHost(message);
-    };
+/// The identifiers of a task, as `ids` takes them.
+std::string IdentifiersOf(const Common::Message::CTask& task) {
+    return task.GetFirstIdentifier().uuid() + "," + task.GetSecondIdentifier().uuid() + "," +
+           task.GetThirdIdentifier().uuid();
 }
 
-/// The same for a task, whose identifiers are told.
-template <typename Build>
-auto PublishingTask(const CommandTargets& targets, const char* command, Build build) {
-    CBus& bus = targets.bus;
+/// Builds a message from the words of the command and publishes it.
+auto Publishing(CBus& bus, const char* command, MessagePointer (*build)(CCommandWords&)) {
     return [&bus, command, build](CCommandWords& words, const LineSink& tell) {
-        const TaskPointer task = build(words);
+        const MessagePointer message = build(words);
+        CLine answer = AnswerTo(command);
+        if (const auto* task = dynamic_cast<const Common::Message::CTask*>(message.get())) {
+            answer.With("ids", IdentifiersOf(*task));
+        }
         // Answered first, so that whoever reads knows the identifiers before they come back.
-        tell(AnswerTo(command).With("ids", IdentifiersOf(*task)));
-        bus.PublishAsHost(task);
+        tell(answer);
+        bus.PublishAsHost(message);
     };
 }
 
@@ -41,7 +39,7 @@ void SetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
     const std::string key = words.TakeWord("key");
     const std::string value = words.TakeWord("value");
     words.Finish();
-    if (!database.KeyValues().SetValue(key, value)) {
+    if (!database.SetValue(key, value)) {
         throw std::runtime_error("the database refused the value");
     }
     tell(AnswerTo("set").With("key", key).With("value", value));
@@ -50,7 +48,7 @@ void SetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
 void GetValue(CDatabase& database, CCommandWords& words, const LineSink& tell) {
     const std::string key = words.TakeWord("key");
     words.Finish();
-    tell(AnswerTo("get").With("key", key).With("value", database.KeyValues().GetValue(key)));
+    tell(AnswerTo("get").With("key", key).With("value", database.GetValue(key)));
 }
 
 void CallLife(const LifeCalls& calls, CCommandWords& words, const LineSink& tell) {
@@ -71,34 +69,74 @@ void Dump(const CommandTargets& targets, const LineSink& tell) {
                  .With("pending", dumps[index]));
     }
     tell(AnswerTo("dump").With("instance", targets.database.InstanceUuid()));
-    for (const std::string& action : targets.database.RemediationActions().StoredActions()) {
+    for (const std::string& action : targets.database.StoredActions()) {
         tell(AnswerTo("dump").With("remediation-action", action));
     }
 }
 
+void Fail(CFailures& failures, CCommandWords& words) {
+    const Failure fault = ParseFailure(words.TakeWord("fault"));
+    const FailureLimits limits{words.TakeNumber("for"), words.TakeValue("of")};
+    words.Finish();
+    if (limits.count == 0u) {
+        throw std::invalid_argument("for=0 would be no fault at all");
+    }
+    failures.Add(fault, limits);
+}
+
+void TellFailures(const CFailures& failures, const char* command, const LineSink& tell) {
+    const std::vector<std::string> active = failures.List();
+    for (const std::string& fault : active) {
+        tell(AnswerTo(command).With("fault", fault));
+    }
+    tell(AnswerTo(command).With("faults", active.size()));
+}
+
 }  // namespace
+
+ConsoleCommandGroup FailureCommands(CFailures& failures) {
+    return {
+        {"fail", "[read|write|publish|log [for=<count>] [of=<subject>]]",
+         "Fails the module so often, or until it is mended: reads and writes of the database, what "
+         "it publishes, its lines for the log; of one key, of \"actions\", of one message's name "
+         "or one line only; tells what fails.",
+         [&failures](CCommandWords& words, const LineSink& tell) {
+             if (!words.IsEmpty()) {
+                 Fail(failures, words);
+             }
+             TellFailures(failures, "fail", tell);
+         }},
+        {"mend", "read|write|publish|log", "Ends that fault; tells what still fails.",
+         [&failures](CCommandWords& words, const LineSink& tell) {
+             const Failure fault = ParseFailure(words.TakeWord("fault"));
+             words.Finish();
+             failures.Mend(fault);
+             TellFailures(failures, "mend", tell);
+         }},
+    };
+}
 
 ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets) {
     return {
         {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
-         "Sends the task that ends a process.", PublishingTask(targets, "kill", BuildKillTask)},
+         "Sends the task that ends a process.", Publishing(targets.bus, "kill", BuildKillTask)},
         {"block", "sha256=<text> [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]",
          "Sends the task that blocks an executable.",
-         PublishingTask(targets, "block", BuildBlockTask)},
+         Publishing(targets.bus, "block", BuildBlockTask)},
         {"policy", "file=<path>|text=<text> [repeat=<n>] [length=<n>] [broken=blob|stream|policy]",
          "Sends a policy to be applied; its text n times over (up to 67108864 bytes), with another "
          "length stated, or with something broken.",
-         Publishing(targets, "policy", BuildPolicy)},
+         Publishing(targets.bus, "policy", BuildPolicy)},
         {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
          "Asks for the configuration of a product of that type.",
-         PublishingTask(targets, "export", BuildConfigurationRequest)},
+         Publishing(targets.bus, "export", BuildConfigurationRequest)},
         {"trigger", "kind=<number>",
          "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
          " 4 telemetry, 5 remediation actions.",
-         Publishing(targets, "trigger", BuildTrigger)},
+         Publishing(targets.bus, "trigger", BuildTrigger)},
         {"reply", "[type=688|1] [request=<number>] [alien]",
          "Sends a reply to a request, or, alien, another message of its type.",
-         Publishing(targets, "reply", BuildReply)},
+         Publishing(targets.bus, "reply", BuildReply)},
         {"get", "<key>", "Shows a key-value entry.",
          [targets](CCommandWords& words, const LineSink& tell) {
              GetValue(targets.database, words, tell);

@@ -10,6 +10,7 @@
 #include "lab/common/Console.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/Bus.h"
+#include "lab/devhost/resources/Failures.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -26,5 +27,8 @@ struct CommandTargets {
 };
 
 ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets);
+
+/// `fail` and `mend`: what the host fails at towards the module. The failures must outlive them.
+ConsoleCommandGroup FailureCommands(CFailures& failures);
 
 }  // namespace Kyr::Lab::DevHost

@@ -14,6 +14,7 @@
 #include "host/message/OvAgentTasks.h"
 #include "host/message/RequestConfigurationMessage.h"
 #include "host/module/Response.h"
+#include "logs/OvAgentRequest.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -67,7 +68,7 @@ void SetHashes(CCommandWords& words, Payload& payload) {
 }
 
 template <typename Message>
-TaskPointer Finish(CCommandWords& words, const typename Message::Payload& payload) {
+MessagePointer Finish(CCommandWords& words, const typename Message::Payload& payload) {
     const auto task = boost::make_shared<Message>();
     SetIdentifiers(words, *task);
     words.Finish();
@@ -98,21 +99,21 @@ class CAlienReply final : public IMessage {
 
 }  // namespace
 
-TaskPointer BuildKillTask(CCommandWords& words) {
+MessagePointer BuildKillTask(CCommandWords& words) {
     Task::CKillProcessByPid::Payload payload;
     payload.set_process_id(Needed(words.TakeNumber("pid"), "pid"));
     SetHashes(words, payload);
     return Finish<Task::CKillProcessByPid>(words, payload);
 }
 
-TaskPointer BuildBlockTask(CCommandWords& words) {
+MessagePointer BuildBlockTask(CCommandWords& words) {
     Task::CBlockExecutableByHash::Payload payload;
     payload.set_delete_executable(words.TakeNumber("delete", 1).value_or(0) == 1);
     SetHashes(words, payload);
     return Finish<Task::CBlockExecutableByHash>(words, payload);
 }
 
-TaskPointer BuildConfigurationRequest(CCommandWords& words) {
+MessagePointer BuildConfigurationRequest(CCommandWords& words) {
     using Message = Common::Message::Configuration::CRequestConfigurationMessage;
     Message::Payload payload;
     if (const auto type = TakeInt32(words, "type")) {
@@ -121,12 +122,7 @@ TaskPointer BuildConfigurationRequest(CCommandWords& words) {
     return Finish<Message>(words, payload);
 }
 
-std::string IdentifiersOf(const CTask& task) {
-    return task.GetFirstIdentifier().uuid() + "," + task.GetSecondIdentifier().uuid() + "," +
-           task.GetThirdIdentifier().uuid();
-}
-
-boost::shared_ptr<COvAgentRequest> BuildTrigger(CCommandWords& words) {
+MessagePointer BuildTrigger(CCommandWords& words) {
     const std::int32_t kind = Needed(TakeInt32(words, "kind"), "kind");
     words.Finish();
     auto trigger = boost::make_shared<COvAgentRequest>();
@@ -135,7 +131,7 @@ boost::shared_ptr<COvAgentRequest> BuildTrigger(CCommandWords& words) {
     return trigger;
 }
 
-boost::shared_ptr<IMessage> BuildReply(CCommandWords& words) {
+MessagePointer BuildReply(CCommandWords& words) {
     const auto type = static_cast<MessageType>(TakeInt32(words, "type").value_or(688));
     const std::int32_t request = TakeInt32(words, "request").value_or(0);
     const bool alien = words.TakeFlag("alien");

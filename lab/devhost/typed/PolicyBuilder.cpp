@@ -7,6 +7,7 @@
 
 #include <boost/make_shared.hpp>
 
+#include "host/message/ApplyPolicy.h"
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
 
@@ -14,26 +15,15 @@ namespace Kyr::Lab::DevHost {
 
 namespace {
 
-enum class Broken { kNothing, kBlob, kStream, kPolicy };
+enum class Broken { kBlob, kStream, kPolicy, kNothing };
 
 /// Protobuf and zlib alike stop at these bytes.
 constexpr char kNonsense[] = "\xFF\xFF\xFF";
 
 Broken TakeBroken(CCommandWords& words) {
-    const std::string what = words.TakeValue("broken").value_or("");
-    if (what.empty()) {
-        return Broken::kNothing;
-    }
-    if (what == "blob") {
-        return Broken::kBlob;
-    }
-    if (what == "stream") {
-        return Broken::kStream;
-    }
-    if (what == "policy") {
-        return Broken::kPolicy;
-    }
-    throw std::invalid_argument("broken is blob, stream or policy");
+    const auto part = words.TakeValue("broken");
+    return part ? static_cast<Broken>(PlaceOf(*part, {"blob", "stream", "policy"}, "part"))
+                : Broken::kNothing;
 }
 
 /// A policy's length at most (our choice): more than any message carries, and no computer's memory.
@@ -98,7 +88,7 @@ std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stat
 
 }  // namespace
 
-boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(CCommandWords& words) {
+boost::shared_ptr<Common::Kernel::IMessage> BuildPolicy(CCommandWords& words) {
     const Broken broken = TakeBroken(words);
     const auto stated = words.TakeNumber("length");
     const std::uint64_t times = words.TakeNumber("repeat").value_or(1);

@@ -8,7 +8,7 @@
 
 #include <boost/shared_ptr.hpp>
 
-#include "host/message/ApplyPolicy.h"
+#include "host/kernel/IMessage.h"
 #include "lab/common/CommandWords.h"
 
 namespace Kyr::Lab::DevHost {
@@ -19,6 +19,6 @@ namespace Kyr::Lab::DevHost {
 /// `[broken=blob]`: the message carries bytes that are no blob,
 /// `[broken=stream]`: the compressed data does not inflate,
 /// `[broken=policy]`: what it inflates to is no policy message.
-boost::shared_ptr<Common::Message::Policies::CApplyPolicy> BuildPolicy(CCommandWords& words);
+boost::shared_ptr<Common::Kernel::IMessage> BuildPolicy(CCommandWords& words);
 
 }  // namespace Kyr::Lab::DevHost

@@ -40,11 +40,11 @@ class WorldTest : public ::testing::Test {
     void Store(const std::vector<std::string>& indicators,
                const std::vector<std::string>& actions) {
         DevHost::CDatabase database(folder_.File("host.db"));
-        database.Miner().Store(Common::Kernel::MessageType::DataMinerStoreEcsIndicatorLogs,
-                               indicators);
-        database.RemediationActions().StoreActions(actions);
+        database.StoreRecords(Common::Kernel::MessageType::DataMinerStoreEcsIndicatorLogs,
+                              indicators);
+        database.StoreActions(actions);
         indicators_ += indicators.size();
-        database.KeyValues().SetValue("XDR_OFFSET", std::to_string(indicators_));
+        database.SetValue("XDR_OFFSET", std::to_string(indicators_));
     }
     std::string ProblemOfClosing() {
         return ProblemOf([this] { world_.CloseLife(); });

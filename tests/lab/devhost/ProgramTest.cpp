@@ -32,7 +32,7 @@ TEST_F(ProgramTest, ValueSurvivesThatTheHostIsKilled) {
     process_->Say("set XDR_OFFSET 17");
     ASSERT_THAT(process_->ReadUntil("answer command=set"), HasSubstr("value=17"));
     process_->Kill();
-    EXPECT_EQ(CDatabase(folder_.File("host.db")).KeyValues().GetValue("XDR_OFFSET"), "17");
+    EXPECT_EQ(CDatabase(folder_.File("host.db")).GetValue("XDR_OFFSET"), "17");
 }
 
 TEST_F(ProgramTest, KilledHostStartsAgainWithTheSameIdentifier) {

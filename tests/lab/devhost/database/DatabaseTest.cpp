@@ -13,6 +13,9 @@ using Lab::DevHost::CDatabase;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
+constexpr auto kIndicators = Common::Kernel::MessageType::DataMinerStoreEcsIndicatorLogs;
+constexpr auto kTelemetry = Common::Kernel::MessageType::DataMinerStoreEcsTelemetryLogs;
+
 class DatabaseTest : public ::testing::Test {
   protected:
     DatabaseTest() { Reopen(); }
@@ -22,75 +25,56 @@ class DatabaseTest : public ::testing::Test {
         database_ = std::make_unique<CDatabase>(folder_.File("host.db"));
     }
 
-    Lab::DevHost::CKeyValueMapper& KeyValues() { return database_->KeyValues(); }
-    Lab::DevHost::CRemediationMapper& RemediationActions() {
-        return database_->RemediationActions();
+    /// Makes the table refuse what the column holds as "ba".
+    void Refuse(const std::string& table, const std::string& column) {
+        const std::string trigger = "CREATE TRIGGER refuse BEFORE INSERT ON " + table +
+                                    " WHEN NEW." + column +
+                                    " = x'6261' BEGIN SELECT RAISE(ABORT, 'refused'); END";
+        Lab::DevHost::CSqliteConnection(folder_.File("host.db")).Execute(trigger.c_str());
     }
 
     const CTemporaryFolder folder_;
     std::unique_ptr<CDatabase> database_;
 };
 
-TEST_F(DatabaseTest, AbsentKeyReadsAsEmptyText) {
-    EXPECT_EQ(KeyValues().GetValue("XDR_OFFSET"), "");
+TEST_F(DatabaseTest, LastValueOfAKeyIsRead) {
+    EXPECT_EQ(database_->GetValue("XDR_OFFSET"), "");
+    EXPECT_TRUE(database_->SetValue("XDR_OFFSET", "17"));
+    EXPECT_EQ(database_->GetValue("XDR_OFFSET"), "17");
+    EXPECT_TRUE(database_->SetValue("XDR_OFFSET", "18"));
+    EXPECT_EQ(database_->GetValue("XDR_OFFSET"), "18");
+    EXPECT_EQ(database_->GetValue("xdr_offset"), "");
 }
 
-TEST_F(DatabaseTest, StoredValueIsReadBack) {
-    EXPECT_TRUE(KeyValues().SetValue("XDR_OFFSET", "17"));
-    EXPECT_EQ(KeyValues().GetValue("XDR_OFFSET"), "17");
-}
-
-TEST_F(DatabaseTest, SecondValueReplacesTheFirst) {
-    KeyValues().SetValue("XDR_OFFSET", "17");
-    KeyValues().SetValue("XDR_OFFSET", "18");
-    EXPECT_EQ(KeyValues().GetValue("XDR_OFFSET"), "18");
-}
-
-TEST_F(DatabaseTest, KeysAreToldApartByCase) {
-    KeyValues().SetValue("key", "small");
-    EXPECT_EQ(KeyValues().GetValue("KEY"), "");
-}
-
-TEST_F(DatabaseTest, QuotesAndZeroBytesInAValueSurvive) {
-    const std::string value("a'b\0c\"", 6);
-    KeyValues().SetValue("key", value);
-    EXPECT_EQ(KeyValues().GetValue("key"), value);
-}
-
-TEST_F(DatabaseTest, ValueSurvivesReopening) {
-    KeyValues().SetValue("XDR_HOST", "collector");
-    Reopen();
-    EXPECT_EQ(KeyValues().GetValue("XDR_HOST"), "collector");
-}
-
-TEST_F(DatabaseTest, ActionsAreKeptInTheOrderOfStoring) {
-    EXPECT_TRUE(RemediationActions().StoreActions({"two", "one"}));
-    EXPECT_TRUE(RemediationActions().StoreActions({"three"}));
-    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre("two", "one", "three"));
-}
-
-TEST_F(DatabaseTest, EmptyActionIsKept) {
-    EXPECT_TRUE(RemediationActions().StoreActions({""}));
-    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre(""));
+TEST_F(DatabaseTest, ActionsAndRecordsAreKeptInTheOrderOfComing) {
+    EXPECT_TRUE(database_->StoreActions({"two", "one"}));
+    EXPECT_TRUE(database_->StoreActions({"three"}));
+    EXPECT_THAT(database_->StoredActions(), ElementsAre("two", "one", "three"));
+    database_->StoreRecords(kIndicators, {"two", "one"});
+    database_->StoreRecords(kIndicators, {"two"});
+    EXPECT_THAT(database_->Records(kIndicators), ElementsAre("two", "one", "two"));
+    EXPECT_THAT(database_->Records(kTelemetry), IsEmpty());
 }
 
 TEST_F(DatabaseTest, EmptyBatchIsStored) {
-    EXPECT_TRUE(RemediationActions().StoreActions({}));
-    EXPECT_THAT(RemediationActions().StoredActions(), IsEmpty());
+    EXPECT_TRUE(database_->StoreActions({}));
+    EXPECT_THAT(database_->StoredActions(), IsEmpty());
 }
 
-TEST_F(DatabaseTest, ActionsSurviveReopening) {
-    RemediationActions().StoreActions({std::string("\x0a\x00\xff", 3)});
+TEST_F(DatabaseTest, EveryByteSurvivesReopening) {
+    const std::string bytes("a'\0\xff\"", 5);
+    database_->SetValue("key", bytes);
+    database_->StoreActions({bytes, ""});
+    database_->StoreRecords(kTelemetry, {bytes, ""});
     Reopen();
-    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre(std::string("\x0a\x00\xff", 3)));
+    EXPECT_EQ(database_->GetValue("key"), bytes);
+    EXPECT_THAT(database_->StoredActions(), ElementsAre(bytes, ""));
+    EXPECT_THAT(database_->Records(kTelemetry), ElementsAre(bytes, ""));
 }
 
-TEST_F(DatabaseTest, InstanceIdentifierIsAUuidInTextForm) {
-    EXPECT_TRUE(AreUuidTexts(database_->InstanceUuid(), 1)) << database_->InstanceUuid();
-}
-
-TEST_F(DatabaseTest, InstanceIdentifierStaysTheSameOverReopening) {
+TEST_F(DatabaseTest, InstanceIdentifierIsAUuidThatStays) {
     const std::string first = database_->InstanceUuid();
+    EXPECT_TRUE(AreUuidTexts(first, 1)) << first;
     Reopen();
     EXPECT_EQ(database_->InstanceUuid(), first);
 }
@@ -102,14 +86,19 @@ TEST_F(DatabaseTest, ChosenInstanceIdentifierIsKept) {
     EXPECT_EQ(database_->InstanceUuid(), "no UUID at all");
 }
 
-TEST_F(DatabaseTest, BatchThatCannotBeStoredWholeIsNotStoredAtAll) {
-    Lab::DevHost::CSqliteConnection other(folder_.File("host.db"));
-    other.Execute(
-        "CREATE TRIGGER refuse BEFORE INSERT ON remediation_actions WHEN NEW.action = x'6261' "
-        "BEGIN SELECT RAISE(ABORT, 'refused'); END");
-    EXPECT_FALSE(RemediationActions().StoreActions({"good", "ba"}));
-    EXPECT_TRUE(RemediationActions().StoreActions({"later"}));
-    EXPECT_THAT(RemediationActions().StoredActions(), ElementsAre("later"));
+TEST_F(DatabaseTest, BatchOfActionsThatCannotBeStoredWholeIsNotStoredAtAll) {
+    Refuse("remediation_actions", "action");
+    EXPECT_FALSE(database_->StoreActions({"good", "ba"}));
+    EXPECT_TRUE(database_->StoreActions({"later"}));
+    EXPECT_THAT(database_->StoredActions(), ElementsAre("later"));
+    EXPECT_THAT(database_->FirstFailure(), ::testing::HasSubstr("refused"));
+}
+
+TEST_F(DatabaseTest, BatchOfRecordsThatCannotBeStoredWholeIsNotStoredAtAll) {
+    Refuse("mined_records", "record");
+    EXPECT_THROW(database_->StoreRecords(kTelemetry, {"good", "ba"}), std::runtime_error);
+    database_->StoreRecords(kTelemetry, {"later"});
+    EXPECT_THAT(database_->Records(kTelemetry), ElementsAre("later"));
 }
 
 TEST_F(DatabaseTest, FileThatCannotBeOpenedIsAnError) {

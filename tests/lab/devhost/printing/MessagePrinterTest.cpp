@@ -12,71 +12,73 @@
 namespace Kyr::Test {
 namespace {
 
+using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
+using Common::Message::Logs::CEventLog;
 using Common::Message::Logs::CStatusLog;
 using Lab::DevHost::CBus;
 using Lab::DevHost::CMessagePrinter;
 using ::testing::ElementsAre;
+using ::testing::StartsWith;
 
-Common::Logs::ISymbolContainer::UTCTime TimeOf(int year, int month, int day) {
-    Common::Logs::ISymbolContainer::UTCTime time;
-    time.set_year(year);
-    time.set_month(month);
-    time.set_day(day);
-    time.set_hour(1);
-    time.set_minute(2);
-    time.set_second(3);
-    return time;
+boost::shared_ptr<IMessage> TwoRecords() {
+    const auto batch = boost::make_shared<CDataMinerStoreEcsTelemetryLogs>();
+    batch->SetLogs({"one", "{\"two\":2}"});
+    return batch;
 }
 
 class MessagePrinterTest : public ::testing::Test {
   protected:
+    /// What is told of a message of the module, without what is told on demand only.
+    std::vector<std::string> Told(const boost::shared_ptr<IMessage>& message) {
+        bus_.Publish(message, {});
+        bus_.WaitUntilDelivered();
+        return events_.Take();
+    }
+
     Lab::CLineList events_;
     CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
     CBus bus_{printer_};
 };
 
-TEST_F(MessagePrinterTest, MessageOfTheModuleIsPrintedWithItsContext) {
-    bus_.Publish(MakeMessage(), {});
-    EXPECT_THAT(events_.Texts(), ElementsAre("publish type=688 name=Response context=1 by=module"));
-}
-
-TEST_F(MessagePrinterTest, MessageOfTheHostIsPrintedAsTheHosts) {
+TEST_F(MessagePrinterTest, MessageIsPrintedWithItsContextAndPublisher) {
+    EXPECT_THAT(Told(MakeMessage()),
+                ElementsAre("publish type=688 name=Response context=1 by=module"));
     bus_.PublishAsHost(MakeMessage(MessageType::Reply));
-    EXPECT_THAT(events_.Texts(), ElementsAre("publish type=1 name=Response context=1 by=host"));
+    EXPECT_THAT(events_.Take(), ElementsAre("publish type=1 name=Response context=2 by=host"));
 }
 
 TEST_F(MessagePrinterTest, DeliveryIsPrintedWithTheSubscribersNumber) {
     bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Reply);
     bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Response);
-    bus_.Publish(MakeMessage(), {});
-    bus_.WaitUntilDelivered();
-    EXPECT_THAT(events_.Texts(), ElementsAre("publish type=688 name=Response context=1 by=module",
-                                             "deliver type=688 name=Response context=1 to=2"));
+    EXPECT_THAT(Told(MakeMessage()),
+                ElementsAre("publish type=688 name=Response context=1 by=module",
+                            "deliver type=688 name=Response context=1 to=2"));
 }
 
 TEST_F(MessagePrinterTest, FailedDeliveryIsPrintedWithItsReason) {
     bus_.Subscribe(boost::make_shared<CRefusingSubscriber>(), MessageType::Response);
-    bus_.Publish(MakeMessage(), {});
-    bus_.WaitUntilDelivered();
-    EXPECT_EQ(events_.Texts().back(),
+    EXPECT_EQ(Told(MakeMessage()).back(),
               "error type=688 name=Response context=1 to=1 text=\"no room\"");
 }
 
-TEST_F(MessagePrinterTest, RequestOfTheConnectorIsPrintedWithItsKind) {
-    const auto request =
-        boost::make_shared<Common::Message::Connectors::OvAgentConnector::COvAgentRequest>();
+TEST_F(MessagePrinterTest, KindOfARequestAndSizeOfABatchArePrinted) {
+    const auto request = boost::make_shared<COvAgentRequest>();
     request->SetRequestType(5);
-    bus_.Publish(request, {});
-    EXPECT_THAT(events_.Texts(),
+    EXPECT_THAT(Told(request),
                 ElementsAre("publish type=7 name=OvAgentRequest context=1 by=module request=5"));
+    EXPECT_THAT(Told(TwoRecords()),
+                ElementsAre("publish type=77 name=DataMinerStoreEcsTelemetryLogs "
+                            "context=2 by=module records=2"));
 }
 
-TEST_F(MessagePrinterTest, BatchOfRecordsIsPrintedWithItsSize) {
-    const auto batch =
-        boost::make_shared<Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>();
-    batch->SetLogs({"one", "two"});
-    bus_.Publish(batch, {});
-    EXPECT_THAT(events_.Texts().front(), ::testing::EndsWith(" by=module records=2"));
+TEST_F(MessagePrinterTest, LogIsPrintedWithItsSymbolsAndWhatItLacksIsAnError) {
+    const auto log = boost::make_shared<CStatusLog>(MessageType::PresenceStatus);
+    log->GetSymbols()->CreateRow()->AddInt32(2143, 1);
+    const std::string message = " type=10292 name=StatusLog_AGENT_PRESENCE context=1 ";
+    EXPECT_THAT(Told(log), ElementsAre("publish" + message + "by=module",
+                                       "symbols" + message + "row=0 2143-presence=1",
+                                       StartsWith("error" + message)));
 }
 
 /// With all that is told on demand only.
@@ -108,84 +110,39 @@ TEST_F(MessagePrinterOnDemandTest, SubscriptionIsPrintedWithTypeAndSubscriber) {
 }
 
 TEST_F(MessagePrinterOnDemandTest, MessageIsPrintedWithItsStateAndWhetherItHadAContext) {
-    const auto request =
-        boost::make_shared<Common::Message::Connectors::OvAgentConnector::COvAgentRequest>();
+    const auto request = boost::make_shared<COvAgentRequest>();
     bus_.Publish(request, {});
     request->SetReadOnly();
     bus_.Publish(request, boost::make_shared<Lab::DevHost::CDeliveryContext>(9));
-    EXPECT_THAT(
-        Told("message"),
-        ElementsAre(
-            "message type=7 name=OvAgentRequest context=1 by=module read-only=no with-context=no",
-            "message type=7 name=OvAgentRequest context=9 by=module read-only=yes "
-            "with-context=yes"));
-}
-
-TEST_F(MessagePrinterOnDemandTest, MessageThatKnowsNoWriteProtectionIsPrintedWithoutIt) {
-    bus_.Publish(MakeMessage(), {});
+    bus_.Publish(MakeMessage(), {});  // knows no write protection
+    const std::string message = "message type=7 name=OvAgentRequest context=";
     EXPECT_THAT(Told("message"),
-                ElementsAre("message type=688 name=Response context=1 by=module with-context=no"));
+                ElementsAre(message + "1 by=module read-only=no with-context=no",
+                            message + "9 by=module read-only=yes with-context=yes",
+                            "message type=688 name=Response context=2 by=module with-context=no"));
 }
 
 TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchArePrintedOneByOne) {
-    const auto batch =
-        boost::make_shared<Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>();
-    batch->SetLogs({"one", "{\"two\":2}"});
-    bus_.Publish(batch, {});
+    bus_.Publish(TwoRecords(), {});
     const std::string message = "record type=77 name=DataMinerStoreEcsTelemetryLogs context=1 ";
     EXPECT_THAT(Told("record"), ElementsAre(message + "row=0 text=one",
                                             message + "row=1 text=\"{\\\"two\\\":2}\""));
 }
 
 TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchThatNobodyAskedForAreNotMade) {
-    Lab::CLineList events;
-    CMessagePrinter printer(events.Sink(), false);
+    CMessagePrinter printer(events_.Sink(), false);
     CBus bus(printer);
-    const auto batch =
-        boost::make_shared<Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs>();
-    batch->SetLogs({"one", "two"});
-    bus.Publish(batch, {});
-    EXPECT_THAT(
-        events.Texts(),
-        ElementsAre(
-            "publish type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module records=2",
-            "message type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module read-only=no "
-            "with-context=no"));
+    bus.Publish(TwoRecords(), {});
+    EXPECT_THAT(events_.Texts(), ElementsAre(StartsWith("publish "), StartsWith("message ")));
 }
 
 TEST_F(MessagePrinterOnDemandTest, BlobOfALogIsPrintedWhole) {
-    const auto log =
-        boost::make_shared<Common::Message::Logs::CEventLog>(MessageType::ConfigurationEvent);
+    const auto log = boost::make_shared<CEventLog>(MessageType::ConfigurationEvent);
     log->GetSymbols()->AddInt32(1888, 1).AddBlob(1892, "a=1\n");
     bus_.Publish(log, {});
     EXPECT_THAT(Told("record"),
                 ElementsAre("record type=10244 name=EventLog_PRODUCT_CONFIGURATION context=1 row=0 "
                             "symbol=1892-configuration text=\"a=1\\n\""));
-}
-
-TEST_F(MessagePrinterTest, LogIsPrintedWithItsSymbols) {
-    const auto log = boost::make_shared<CStatusLog>(MessageType::PresenceStatus);
-    log->GetSymbols()
-        ->CreateRow()
-        ->AddUuidString(2141, "6ba7b810-9dad-11d1-80b4-00c04fd430c8")
-        .AddInt32(2143, 1)
-        .AddUtcTime(2144, TimeOf(2024, 2, 29))
-        .AddInt64(2146, 8)
-        .AddInt64(2147, 64);
-    bus_.Publish(log, {});
-    EXPECT_THAT(events_.Texts(),
-                ElementsAre("publish type=10292 name=StatusLog_AGENT_PRESENCE context=1 by=module",
-                            "symbols type=10292 name=StatusLog_AGENT_PRESENCE context=1 row=0 "
-                            "2141-agent=6ba7b810-9dad-11d1-80b4-00c04fd430c8 2143-presence=1 "
-                            "2144-time=2024-02-29T01:02:03Z 2146=8 2147=64"));
-}
-
-TEST_F(MessagePrinterTest, LogThatLacksAMandatorySymbolIsAnError) {
-    const auto log = boost::make_shared<CStatusLog>(MessageType::PresenceStatus);
-    log->GetSymbols()->CreateRow()->AddInt32(2143, 1);
-    bus_.Publish(log, {});
-    EXPECT_THAT(events_.Texts().back(),
-                ::testing::StartsWith("error type=10292 name=StatusLog_AGENT_PRESENCE context=1 "));
 }
 
 }  // namespace

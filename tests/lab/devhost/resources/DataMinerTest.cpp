@@ -33,21 +33,19 @@ class DataMinerTest : public ::testing::Test {
     CCollectionSteps steps_{std::nullopt, nullptr};
     Lab::CLineList events_;
     CFailures failures_{events_.Sink()};
-    CDataMiner miner_{bus_, database_.Miner(), steps_, failures_, events_.Sink()};
+    CDataMiner miner_{bus_, database_, steps_, failures_, events_.Sink()};
 };
 
-TEST_F(DataMinerTest, IndicatorsAreStoredBeforePublishReturns) {
+TEST_F(DataMinerTest, RecordsAreStoredBeforePublishReturns) {
     miner_.Publish(MakeBatch<CDataMinerStoreEcsIndicatorLogs>({"one", "two"}), {});
-    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsIndicatorLogs),
+    EXPECT_THAT(database_.Records(MessageType::DataMinerStoreEcsIndicatorLogs),
                 ElementsAre("one", "two"));
+    miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"three"}), {});
+    EXPECT_THAT(database_.Records(MessageType::DataMinerStoreEcsTelemetryLogs),
+                ElementsAre("three"));
     EXPECT_THAT(events_.Texts(),
-                ElementsAre("mined name=DataMinerStoreEcsIndicatorLogs records=2"));
-}
-
-TEST_F(DataMinerTest, TelemetryIsStoredAsSuch) {
-    miner_.Publish(MakeBatch<CDataMinerStoreEcsTelemetryLogs>({"one"}), {});
-    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsTelemetryLogs),
-                ElementsAre("one"));
+                ElementsAre("mined name=DataMinerStoreEcsIndicatorLogs records=2",
+                            "mined name=DataMinerStoreEcsTelemetryLogs records=1"));
 }
 
 TEST_F(DataMinerTest, MessagesGoOnToTheBus) {
@@ -79,7 +77,7 @@ TEST_F(DataMinerTest, PublishThatIsToFailStoresAndPublishesNothing) {
                  std::runtime_error);
     bus_->WaitUntilDelivered();
     EXPECT_THAT(subscriber->messages, IsEmpty());
-    EXPECT_THAT(database_.Miner().Records(MessageType::DataMinerStoreEcsTelemetryLogs), IsEmpty());
+    EXPECT_THAT(database_.Records(MessageType::DataMinerStoreEcsTelemetryLogs), IsEmpty());
     EXPECT_THAT(events_.Texts(),
                 ElementsAre("failed fault=publish subject=DataMinerStoreEcsTelemetryLogs"));
     miner_.Publish(MakeMessage(), {});

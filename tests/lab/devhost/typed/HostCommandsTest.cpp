@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "lab/devhost/typed/FailureCommands.h"
+#include "lab/devhost/typed/HostCommands.h"
 #include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
@@ -10,7 +10,7 @@ using Lab::DevHost::Failure;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
-class FailureCommandsTest : public ::testing::Test {
+class HostCommandsTest : public ::testing::Test {
   protected:
     std::vector<std::string> Type(const std::string& line) {
         console_.Execute(line);
@@ -22,7 +22,7 @@ class FailureCommandsTest : public ::testing::Test {
     Lab::CConsole console_{{FailureCommands(failures_)}, events_.Sink()};
 };
 
-TEST_F(FailureCommandsTest, FaultsAreAddedAndListed) {
+TEST_F(HostCommandsTest, FaultsAreAddedAndListed) {
     EXPECT_THAT(
         Type("fail publish for=2"),
         ElementsAre("answer command=fail fault=\"publish for=2\"", "answer command=fail faults=1"));
@@ -38,7 +38,7 @@ TEST_F(FailureCommandsTest, FaultsAreAddedAndListed) {
     EXPECT_FALSE(failures_.Take(Failure::kLog, "line"));
 }
 
-TEST_F(FailureCommandsTest, MendedFaultIsOver) {
+TEST_F(HostCommandsTest, MendedFaultIsOver) {
     Type("fail write");
     Type("fail log");
     EXPECT_THAT(Type("mend write"),
@@ -47,7 +47,7 @@ TEST_F(FailureCommandsTest, MendedFaultIsOver) {
     EXPECT_TRUE(failures_.Take(Failure::kLog, "line"));
 }
 
-TEST_F(FailureCommandsTest, WordsThatMakeNoFaultAreRefused) {
+TEST_F(HostCommandsTest, WordsThatMakeNoFaultAreRefused) {
     for (const char* line : {"fail bus", "fail read for=0", "fail read for=x", "fail read twice"}) {
         EXPECT_THAT(Type(line), ElementsAre(StartsWith("error command=fail "))) << line;
     }
