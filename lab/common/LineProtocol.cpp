@@ -9,8 +9,6 @@ namespace Kyr::Lab {
 
 namespace {
 
-constexpr std::string_view kHexDigits = "0123456789abcdef";
-
 bool IsBare(unsigned char byte) {
     return byte > ' ' && byte != 0x7F && byte != '"' && byte != '\\' && byte != '=';
 }
@@ -20,30 +18,13 @@ bool IsKeyByte(char byte) {
 }
 
 void AppendQuotedByte(std::string& text, unsigned char byte) {
-    switch (byte) {
-        case '"':
-            text += "\\\"";
-            break;
-        case '\\':
-            text += "\\\\";
-            break;
-        case '\n':
-            text += "\\n";
-            break;
-        case '\r':
-            text += "\\r";
-            break;
-        case '\t':
-            text += "\\t";
-            break;
-        default:
-            if (byte < ' ' || byte == 0x7F) {
-                text += "\\x";
-                text += kHexDigits[byte >> 4];
-                text += kHexDigits[byte & 0x0F];
-            } else {
-                text += static_cast<char>(byte);
-            }
+    const std::size_t escape = kEscapedBytes.find(static_cast<char>(byte));
+    if (escape != std::string_view::npos) {
+        text += {'\\', kEscapes[escape]};
+    } else if (byte < ' ' || byte == 0x7F) {
+        text += {'\\', 'x', kHexDigits[byte >> 4], kHexDigits[byte & 0x0F]};
+    } else {
+        text += static_cast<char>(byte);
     }
 }
 

@@ -12,6 +12,12 @@
 
 namespace Kyr::Lab {
 
+// In a quoted run the bytes of the first stand as a backslash and the character at the same place
+// of the second.
+constexpr std::string_view kEscapedBytes = "\"\\\n\r\t";
+constexpr std::string_view kEscapes = "\"\\nrt";
+constexpr std::string_view kHexDigits = "0123456789abcdef";
+
 /// Reads words, keys and values from one text; every operation moves on behind what it read.
 class CLineScanner {
   public:
@@ -78,28 +84,20 @@ class CLineScanner {
         if (byte != '\\') {
             return byte;
         }
-        switch (const char escaped = Take()) {
-            case '"':
-            case '\\':
-                return escaped;
-            case 'n':
-                return '\n';
-            case 'r':
-                return '\r';
-            case 't':
-                return '\t';
-            case 'x': {
-                const std::size_t high = TakeHexDigit();
-                return static_cast<char>(high << 4 | TakeHexDigit());
-            }
-            default:
-                throw std::invalid_argument(std::string("unknown escape '\\") + escaped + "'");
+        const char escape = Take();
+        if (escape == 'x') {
+            const std::size_t high = TakeHexDigit();
+            return static_cast<char>(high << 4 | TakeHexDigit());
         }
+        const std::size_t place = kEscapes.find(escape);
+        if (place == std::string_view::npos) {
+            throw std::invalid_argument(std::string("unknown escape '\\") + escape + "'");
+        }
+        return kEscapedBytes[place];
     }
 
     std::size_t TakeHexDigit() {
-        constexpr std::string_view kDigits = "0123456789abcdef";
-        const std::size_t digit = kDigits.find(Take());
+        const std::size_t digit = kHexDigits.find(Take());
         if (digit == std::string_view::npos) {
             throw std::invalid_argument("two hexadecimal digits expected behind '\\x'");
         }

@@ -47,7 +47,7 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       module_(loader_.Create()),
       lifeCycle_(
           module_, [this] { loader_.Destroy(module_); }, events_, Base::SystemClock()),
-      console_({MakeHostCommands({*bus_, database_, SingleCalls(),
+      console_({MakeHostCommands({*bus_, database_, lifeCycle_.SingleCalls(provider_),
                                   [this](bool force) { lifeCycle_.BeginStop(force); },
                                   [this] { Quit(); }}),
                 FailureCommands(failures_)},
@@ -79,15 +79,6 @@ bool CHost::Start() {
     return true;
 }
 
-LifeCalls CHost::SingleCalls() {
-    return {{"initialize", [this] { lifeCycle_.Initialize(provider_); }},
-            {"start", [this] { lifeCycle_.Start(); }},
-            {"request-stop", [this] { lifeCycle_.RequestStop(); }},
-            {"stop", [this] { lifeCycle_.Stop(false); }},
-            {"stop force", [this] { lifeCycle_.Stop(true); }},
-            {"destroy", [this] { lifeCycle_.Destroy(); }}};
-}
-
 void CHost::Quit() {
     quitting_ = true;
     lifeCycle_.BeginStop(false);
@@ -96,10 +87,6 @@ void CHost::Quit() {
 void CHost::Obey(CCommandInput& input, const std::function<void()>& endAtOnce) {
     WhenDestroyed([&input] { input.Wake(); });
     ObeyCommands(input, console_, {[this] { return HasEnded(); }, [this] { Quit(); }, endAtOnce});
-}
-
-void CHost::WhenDestroyed(std::function<void()> notify) {
-    lifeCycle_.WhenDestroyed(std::move(notify));
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -54,12 +54,11 @@ class CHost {
     const std::string& DatabaseFailure() const { return database_.FirstFailure(); }
     /// Calls `notify` on the stop thread once the module has been destroyed. REQUIRES: the stop has
     /// not begun.
-    void WhenDestroyed(std::function<void()> notify);
+    void WhenDestroyed(std::function<void()> notify) {
+        lifeCycle_.WhenDestroyed(std::move(notify));
+    }
 
   private:
-    /// Single calls of the module's life, by the words of the command.
-    LifeCalls SingleCalls();
-
     const LineSink events_;
     const bool byHand_;
     CModuleLoader loader_;  // before the database: a library that is none leaves no file behind

@@ -40,15 +40,53 @@ void CLifeCycle::BeginStop(bool force) {
         force_ = true;
     }
     if (state_ == State::kCreated) {
-        CallDestroy();
+        Destroy();
     } else if (state_ == State::kInitialized) {
         state_ = State::kStopping;
         stopThread_ = boost::thread([this] { StopThread(); });
     }
 }
 
+std::map<std::string, std::function<void()>> CLifeCycle::SingleCalls(
+    Common::Kernel::IResourceProvider& provider) {
+    const auto single = [this](auto call) {
+        return [this, call] {
+            if (state_ == State::kStopping || state_ == State::kDestroyed) {
+                throw std::runtime_error("the module is stopped or has been destroyed");
+            }
+            call();
+        };
+    };
+    return {{"initialize", single([this, &provider] { Initialize(provider); })},
+            {"start", single([this] { Start(); })},
+            {"request-stop", single([this] { RequestStop(); })},
+            {"stop", single([this] { Stop(false); })},
+            {"stop force", single([this] { Stop(true); })},
+            {"destroy", single([this] { Destroy(); })}};
+}
+
+void CLifeCycle::WaitUntilDestroyed() {
+    const boost::this_thread::disable_interruption noInterruption;
+    if (stopThread_.joinable()) {
+        stopThread_.join();
+    }
+}
+
+void CLifeCycle::StopThread() {
+    RequestStop();
+    for (;;) {
+        const bool forced = force_;
+        // A module that fails here cannot be asked again with a better answer to hope for.
+        const bool stopped = Stop(forced).value_or(true);
+        if (forced || stopped) {
+            break;
+        }
+        clock_->SleepFor(kAskAgain);
+    }
+    Destroy();
+}
+
 bool CLifeCycle::Initialize(Common::Kernel::IResourceProvider& provider) {
-    RequireModule();
     const bool initialized = Call("Initialize", [&] {
         module_.Initialize(provider);
         return "ok";
@@ -60,7 +98,6 @@ bool CLifeCycle::Initialize(Common::Kernel::IResourceProvider& provider) {
 }
 
 bool CLifeCycle::Start() {
-    RequireModule();
     return Call("Start", [&] {
         module_.Start();
         return "ok";
@@ -68,55 +105,13 @@ bool CLifeCycle::Start() {
 }
 
 void CLifeCycle::RequestStop() {
-    RequireModule();
-    CallRequestStop();
-}
-
-void CLifeCycle::Stop(bool force) {
-    RequireModule();
-    CallStop(force);
-}
-
-void CLifeCycle::Destroy() {
-    RequireModule();
-    CallDestroy();
-}
-
-void CLifeCycle::WaitUntilDestroyed() {
-    const boost::this_thread::disable_interruption noInterruption;
-    if (stopThread_.joinable()) {
-        stopThread_.join();
-    }
-}
-
-void CLifeCycle::StopThread() {
-    CallRequestStop();
-    for (;;) {
-        const bool forced = force_;
-        // A module that fails here cannot be asked again with a better answer to hope for.
-        const bool stopped = CallStop(forced).value_or(true);
-        if (forced || stopped) {
-            break;
-        }
-        clock_->SleepFor(kAskAgain);
-    }
-    CallDestroy();
-}
-
-void CLifeCycle::RequireModule() const {
-    if (state_ == State::kStopping || state_ == State::kDestroyed) {
-        throw std::runtime_error("the module is stopped or has been destroyed");
-    }
-}
-
-void CLifeCycle::CallRequestStop() {
     Call("RequestStop", [&] {
         module_.RequestStop();
         return "ok";
     });
 }
 
-std::optional<bool> CLifeCycle::CallStop(bool force) {
+std::optional<bool> CLifeCycle::Stop(bool force) {
     std::optional<bool> stopped;
     Call(force ? "Stop(true)" : "Stop(false)", [&] {
         stopped = module_.Stop(force);
@@ -125,7 +120,7 @@ std::optional<bool> CLifeCycle::CallStop(bool force) {
     return stopped;
 }
 
-void CLifeCycle::CallDestroy() {
+void CLifeCycle::Destroy() {
     Call("destroy", [&] {
         destroy_();
         return "ok";

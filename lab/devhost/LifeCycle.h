@@ -12,7 +12,9 @@
 
 #include <atomic>
 #include <functional>
+#include <map>
 #include <optional>
+#include <string>
 #include <utility>
 
 #include <boost/thread/thread.hpp>
@@ -39,12 +41,10 @@ class CLifeCycle {
     /// has already begun, except that force can be added. A module that is not initialized is only
     /// destroyed.
     void BeginStop(bool force);
-    // Single calls, which return when the module does. False when they failed.
-    bool Initialize(Common::Kernel::IResourceProvider& provider);
-    bool Start();
-    void RequestStop();
-    void Stop(bool force);
-    void Destroy();
+    /// Single calls of the module, by what a person types for them; each returns when the module
+    /// does. The provider must outlive them.
+    std::map<std::string, std::function<void()>> SingleCalls(
+        Common::Kernel::IResourceProvider& provider);
 
     /// REQUIRES: BeginStop. Returns when the module has been destroyed.
     void WaitUntilDestroyed();
@@ -57,11 +57,13 @@ class CLifeCycle {
   private:
     enum class State { kCreated, kInitialized, kStopping, kDestroyed };
 
-    void RequireModule() const;
+    // False when they failed.
+    bool Initialize(Common::Kernel::IResourceProvider& provider);
+    bool Start();
+    void RequestStop();
+    std::optional<bool> Stop(bool force);  // nothing when it failed
+    void Destroy();
     bool Call(const char* name, const std::function<std::string()>& call);
-    void CallRequestStop();
-    std::optional<bool> CallStop(bool force);  // nothing when it failed
-    void CallDestroy();
     void StopThread();
 
     Common::Kernel::IModule& module_;  // borrowed

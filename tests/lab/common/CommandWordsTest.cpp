@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <stdexcept>
 
 #include "lab/common/CommandWords.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Lab {
 namespace {
@@ -10,22 +10,21 @@ namespace {
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-TEST(SplitWordsTest, BlanksPartWords) {
+TEST(SplitWordsTest, BlanksPartWordsButNotInQuotes) {
+    EXPECT_THAT(SplitWords(" \t\r"), IsEmpty());
     EXPECT_THAT(SplitWords("  start  victim\t--seconds=5 "),
                 ElementsAre("start", "victim", "--seconds=5"));
-}
-
-TEST(SplitWordsTest, QuotedRunIsPartOfItsWord) {
     EXPECT_THAT(SplitWords(R"(start "my program" name="a \"b\"" "")"),
                 ElementsAre("start", "my program", "name=a \"b\"", ""));
-}
-
-TEST(SplitWordsTest, EmptyCommandHasNoWords) {
-    EXPECT_THAT(SplitWords(" \t\r"), IsEmpty());
-}
-
-TEST(SplitWordsTest, OpenQuoteIsRefused) {
     EXPECT_THROW(SplitWords("start \"my"), std::invalid_argument);
+}
+
+TEST(PlaceOfTest, NameThatIsNoneIsRefusedWithThoseThatThereAre) {
+    EXPECT_EQ(1u, PlaceOf("log", {"read", "log"}, "fault"));
+    EXPECT_EQ("no such fault: \"bus\"; there are read, log",
+              Kyr::Test::ThrownText<std::invalid_argument>([] {
+                  PlaceOf("bus", {"read", "log"}, "fault");
+              }));
 }
 
 TEST(ParseNumberTest, DecimalAndHexadecimalAreRead) {
@@ -39,15 +38,12 @@ TEST(ParseNumberTest, NumberOf32BitsEndsThere) {
     EXPECT_THROW(ParseNumber32("4294967296"), std::invalid_argument);
 }
 
-class MalformedNumberTest : public ::testing::TestWithParam<const char*> {};
-
-TEST_P(MalformedNumberTest, IsRefused) {
-    EXPECT_THROW(ParseNumber(GetParam()), std::invalid_argument);
+TEST(ParseNumberTest, WhatIsNoNumberIsRefused) {
+    for (const char* text :
+         {"", "-1", "+1", " 1", "1 ", "1a", "0x", "0xg", "18446744073709551616"}) {
+        EXPECT_THROW(ParseNumber(text), std::invalid_argument) << text;
+    }
 }
-
-INSTANTIATE_TEST_SUITE_P(ParseNumberTest, MalformedNumberTest,
-                         ::testing::Values("", "-1", "+1", " 1", "1 ", "1a", "0x", "0xg",
-                                           "18446744073709551616"));
 
 }  // namespace
 }  // namespace Kyr::Lab
