@@ -2,15 +2,38 @@
 //
 // Those connectors publish them to themselves, as this one does with its own (type 7). A shared
 // task reads them when it is made for one of these types, which the Ov agent's module never does.
-// Threads and errors are those of CTrigger.
+// Threads: none inside; made read-only, then published.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
-#include "host/message/Trigger.h"
+#include "host/message/Message.h"
 
-namespace Kyr::Common::Message::Connectors {
+namespace Kyr::Common::Message {
+
+/// `Concrete` is the trigger class itself. What a request type means is the connector's own.
+template <typename Concrete>
+class CTrigger : public CMessage {
+  public:
+    std::int32_t GetRequestType() const { return requestType_; }
+    /// Throws std::runtime_error "Message is read only".
+    void SetRequestType(std::int32_t requestType) {
+        CheckWritable();
+        requestType_ = requestType;
+    }
+    /// Equal type, class and request type. Never throws.
+    bool Equals(const Kernel::IMessage& other) const override {
+        const auto* same = dynamic_cast<const Concrete*>(&other);
+        return other.GetMessageType() == GetMessageType() && same != nullptr &&
+               same->GetRequestType() == requestType_;
+    }
+
+  private:
+    std::int32_t requestType_ = 0;
+};
+
+namespace Connectors {
 
 namespace TFDEConnector {
 
@@ -44,4 +67,5 @@ class CTchRequest : public CTrigger<CTchRequest> {
 };
 
 }  // namespace TCHConnector
-}  // namespace Kyr::Common::Message::Connectors
+}  // namespace Connectors
+}  // namespace Kyr::Common::Message

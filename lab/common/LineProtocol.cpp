@@ -1,5 +1,6 @@
 #include "lab/common/LineProtocol.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 #include "lab/common/CommandWords.h"
@@ -9,8 +10,9 @@ namespace Kyr::Lab {
 
 namespace {
 
-bool IsBare(unsigned char byte) {
-    return byte > ' ' && byte != 0x7F && byte != '"' && byte != '\\' && byte != '=';
+bool IsBare(char byte) {
+    return static_cast<unsigned char>(byte) > ' ' && byte != 0x7F && byte != '"' && byte != '\\' &&
+           byte != '=';
 }
 
 bool IsKeyByte(char byte) {
@@ -29,11 +31,7 @@ void AppendQuotedByte(std::string& text, unsigned char byte) {
 }
 
 void AppendValue(std::string& text, const std::string& value) {
-    bool bare = !value.empty();
-    for (const char byte : value) {
-        bare = bare && IsBare(static_cast<unsigned char>(byte));
-    }
-    if (bare) {
+    if (!value.empty() && std::all_of(value.begin(), value.end(), IsBare)) {
         text += value;
         return;
     }
@@ -46,16 +44,10 @@ void AppendValue(std::string& text, const std::string& value) {
 
 bool IsTime(std::string_view text) {
     constexpr std::string_view kShape = "00:00:00.000";
-    if (text.size() != kShape.size()) {
-        return false;
-    }
-    for (std::size_t i = 0; i < text.size(); ++i) {
-        const bool digit = text[i] >= '0' && text[i] <= '9';
-        if (kShape[i] == '0' ? !digit : text[i] != kShape[i]) {
-            return false;
-        }
-    }
-    return true;
+    return std::equal(text.begin(), text.end(), kShape.begin(), kShape.end(),
+                      [](char byte, char shape) {
+                          return shape == '0' ? byte >= '0' && byte <= '9' : byte == shape;
+                      });
 }
 
 }  // namespace
@@ -120,8 +112,7 @@ TimedLine ParseLine(std::string_view text) {
             result.line.With(std::move(key), scanner.TakeQuoted());
             continue;
         }
-        const std::string_view value =
-            scanner.TakeWhile([](char byte) { return IsBare(static_cast<unsigned char>(byte)); });
+        const std::string_view value = scanner.TakeWhile(IsBare);
         if (value.empty()) {
             throw std::invalid_argument("value expected");
         }

@@ -3,8 +3,7 @@
 #include <boost/make_shared.hpp>
 
 #include "lab/common/EndThisProcess.h"
-#include "lab/devhost/PortPatch.h"
-#include "lab/devhost/RunDirectory.h"
+#include "lab/devhost/Ports.h"
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/DataMiner.h"

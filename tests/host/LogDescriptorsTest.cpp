@@ -39,22 +39,19 @@ CLogDescriptorMap SmallMap() {
 
 // The classes
 
-TEST(LogDescriptorsTest, SymbolKnowsWhatItWasMadeOf) {
-    const auto symbol = SmallMap().GetLogDescriptor(kStatus)->GetSymbolDescriptor(1);
+TEST(LogDescriptorsTest, LogKeepsItsSymbolsInTheDeclaredOrder) {
+    const auto log = SmallMap().GetLogDescriptor(kStatus);
+    EXPECT_TRUE(log->IsLogMultiproduct());
+    ASSERT_EQ(log->GetDeltaSymbols().size(), 2u);
+    EXPECT_EQ(log->GetDeltaSymbols()[0]->GetDeltaSymbolType(), 1);
+    EXPECT_EQ(log->GetDeltaSymbolsByTag(6).size(), 1u);
+    EXPECT_THROW(log->GetSymbolDescriptor(3), std::runtime_error);
+    const auto symbol = log->GetSymbolDescriptor(1);
     EXPECT_EQ(symbol->GetDeltaSymbolType(), 1);
     EXPECT_EQ(symbol->GetDataType(), kString);
     EXPECT_EQ(symbol->GetOtlLength(), 10u);
     EXPECT_TRUE(symbol->HasTag(15));
     EXPECT_FALSE(symbol->HasTag(7));
-}
-
-TEST(LogDescriptorsTest, LogKeepsTheDeclaredOrder) {
-    const auto log = SmallMap().GetLogDescriptor(kStatus);
-    ASSERT_EQ(log->GetDeltaSymbols().size(), 2u);
-    EXPECT_EQ(log->GetDeltaSymbols()[0]->GetDeltaSymbolType(), 1);
-    EXPECT_EQ(log->GetDeltaSymbolsByTag(6).size(), 1u);
-    EXPECT_TRUE(log->IsLogMultiproduct());
-    EXPECT_THROW(log->GetSymbolDescriptor(3), std::runtime_error);
 }
 
 TEST(LogDescriptorsTest, MessageDescriptorTellsTheFormsApart) {
@@ -65,18 +62,12 @@ TEST(LogDescriptorsTest, MessageDescriptorTellsTheFormsApart) {
         EXPECT_EQ(message.GetDeltaMessageType(), kDelta);
         EXPECT_EQ(message.GetStatusMessageType(), kStatus);
         EXPECT_EQ(message.IsDelta(type), type == kDelta);
+        EXPECT_EQ(message.GetEventLogType(), DataDefinition::Logs::TASK);
+        EXPECT_EQ(message.GetDeltaLogType(), DataDefinition::Logs::PROTECTION_STATUS);
+        EXPECT_EQ(message.GetLogType(type), type == kEvent
+                                                ? DataDefinition::Logs::TASK
+                                                : DataDefinition::Logs::PROTECTION_STATUS);
     }
-}
-
-TEST(LogDescriptorsTest, LogTypeFollowsTheForm) {
-    const auto& message =
-        CLogMessageDescriptor({kEvent, kDelta, kStatus}, DataDefinition::Logs::TASK,
-                              DataDefinition::Logs::AGENT_PRESENCE);
-    EXPECT_EQ(message.GetLogType(kEvent), DataDefinition::Logs::TASK);
-    EXPECT_EQ(message.GetLogType(kDelta), DataDefinition::Logs::AGENT_PRESENCE);
-    EXPECT_EQ(message.GetLogType(kStatus), DataDefinition::Logs::AGENT_PRESENCE);
-    EXPECT_EQ(message.GetEventLogType(), DataDefinition::Logs::TASK);
-    EXPECT_EQ(message.GetDeltaLogType(), DataDefinition::Logs::AGENT_PRESENCE);
 }
 
 TEST(LogDescriptorsTest, MapRefusesWhatItDoesNotKnow) {

@@ -38,32 +38,24 @@ std::string ResourceText(std::int64_t value) {
     return stream.str();
 }
 
+/// Of the fields one holds the value.
 std::string ValueText(const ISymbolContainer::MultiDataType& value) {
     std::ostringstream stream = NumberStream();
-    for (const bool element : value.val_bool()) {
-        stream << (element ? "true" : "false");
-    }
-    for (const std::int64_t element : value.val_int()) {
-        stream << element;
-    }
-    for (const double element : value.val_double()) {
-        stream << element;
-    }
-    for (const std::int64_t element : value.val_res_id()) {
-        stream << ResourceText(element);
-    }
-    for (const std::string& element : value.val_string()) {
-        stream << element;
-    }
-    for (const auto& element : value.val_time_date()) {
-        stream << TimeText(element);
-    }
-    for (const auto& element : value.val_uuid()) {
-        stream << element.uuid();
-    }
-    for (const std::string& element : value.val_blob()) {
-        stream << element.size() << " bytes";
-    }
+    const auto append = [&stream](const auto& elements, auto text) {
+        for (const auto& element : elements) {
+            stream << text(element);
+        }
+    };
+    const auto asItIs = [](const auto& element) { return element; };
+    append(value.val_bool(), [](bool element) { return element ? "true" : "false"; });
+    append(value.val_int(), asItIs);
+    append(value.val_double(), asItIs);
+    append(value.val_res_id(), ResourceText);
+    append(value.val_string(), asItIs);
+    append(value.val_time_date(), TimeText);
+    append(value.val_uuid(), [](const auto& element) { return element.uuid(); });
+    append(value.val_blob(),
+           [](const auto& element) { return std::to_string(element.size()) + " bytes"; });
     return stream.str();
 }
 

@@ -17,6 +17,12 @@ struct MemoryUse {
 MemoryUse ReadMemoryUse();
 
 /// The event `memory`, in KiB; `when` says at what moment.
-CLine MemoryLine(const char* when);
+inline CLine MemoryLine(const char* when) {
+    const MemoryUse use = ReadMemoryUse();
+    return CLine("memory")
+        .With("when", when)
+        .With("private", use.privateBytes / 1024)
+        .With("resident", use.residentBytes / 1024);
+}
 
 }  // namespace Kyr::Lab::DevHost

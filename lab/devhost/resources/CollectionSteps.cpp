@@ -19,32 +19,15 @@ DeathWish ParseDeathWish(const std::string& text) {
 CCollectionSteps::CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die)
     : wish_(wish), die_(std::move(die)) {}
 
-void CCollectionSteps::OffsetRead() {
-    // It is read once more behind the records, to add to it.
-    if (!recordsStored_) {
-        Pass(CollectionStep::kBeforeRequest);
-    }
-}
-
-void CCollectionSteps::RecordsCame() {
-    Pass(CollectionStep::kAfterReply);
-}
-
-void CCollectionSteps::RecordsStored() {
-    recordsStored_ = true;
-    Pass(CollectionStep::kAfterPublish);
-}
-
-void CCollectionSteps::OffsetCame() {
-    Pass(CollectionStep::kBeforeOffset);
-}
-
-void CCollectionSteps::OffsetStored() {
-    recordsStored_ = false;
-    Pass(CollectionStep::kAfterOffset);
-}
-
 void CCollectionSteps::Pass(CollectionStep step) {
+    if (step == CollectionStep::kBeforeRequest && recordsStored_) {
+        return;  // the offset is read once more behind the records, to add to it
+    }
+    if (step == CollectionStep::kAfterPublish) {
+        recordsStored_ = true;
+    } else if (step == CollectionStep::kAfterOffset) {
+        recordsStored_ = false;
+    }
     if (wish_ && step == wish_->step && ++passed_ == wish_->count) {
         die_();
     }

@@ -15,11 +15,11 @@
 namespace Kyr::Lab::DevHost {
 
 enum class CollectionStep {
-    kBeforeRequest,
-    kAfterReply,
-    kAfterPublish,
-    kBeforeOffset,
-    kAfterOffset
+    kBeforeRequest,  // the offset is read
+    kAfterReply,     // records have come
+    kAfterPublish,   // they are stored
+    kBeforeOffset,   // the new offset has come
+    kAfterOffset     // it is stored
 };
 
 /// "<step>" or "<step>:<n>": the n-th time that a collection comes there.
@@ -36,15 +36,9 @@ class CCollectionSteps {
     /// Calls `die` at that step; never without a wish.
     CCollectionSteps(std::optional<DeathWish> wish, std::function<void()> die);
 
-    void OffsetRead();
-    void RecordsCame();
-    void RecordsStored();
-    void OffsetCame();
-    void OffsetStored();
-
-  private:
     void Pass(CollectionStep step);
 
+  private:
     const std::optional<DeathWish> wish_;
     const std::function<void()> die_;
     std::atomic<std::uint64_t> passed_{0};    // times that the wished step was passed

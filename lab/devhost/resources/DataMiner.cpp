@@ -34,11 +34,11 @@ void CDataMiner::Publish(const boost::shared_ptr<Kernel::IMessage>& message,
         bus_->Publish(message, context);
         return;
     }
-    steps_.RecordsCame();
+    steps_.Pass(CollectionStep::kAfterReply);
     database_.StoreRecords(message->GetMessageType(), *records);
     events_(CLine("mined").With("name", message->GetName()).With("records", records->size()));
     bus_->Publish(message, context);
-    steps_.RecordsStored();
+    steps_.Pass(CollectionStep::kAfterPublish);
 }
 
 void CDataMiner::Subscribe(const boost::shared_ptr<Kernel::ISubscriber>& subscriber,

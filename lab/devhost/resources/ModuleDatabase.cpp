@@ -33,7 +33,7 @@ class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
     std::string GetValue(const std::string& key) override {
         road_.failures.Meet(Failure::kRead, key);
         if (IsOffset(key)) {
-            road_.steps.OffsetRead();
+            road_.steps.Pass(CollectionStep::kBeforeRequest);
         }
         std::string value = road_.database.GetValue(key);
         road_.events(CLine("read").With("key", key).With("value", value));
@@ -45,13 +45,13 @@ class CModuleKeyValues final : public Database::IKeyValueAccessMapper {
             return false;
         }
         if (IsOffset(key)) {
-            road_.steps.OffsetCame();
+            road_.steps.Pass(CollectionStep::kBeforeOffset);
         }
         const bool stored = road_.database.SetValue(key, value);
         road_.events(
             CLine("write").With("key", key).With("value", value).With("result", ResultOf(stored)));
         if (stored && IsOffset(key)) {
-            road_.steps.OffsetStored();
+            road_.steps.Pass(CollectionStep::kAfterOffset);
         }
         return stored;
     }
@@ -68,12 +68,12 @@ class CModuleRemediation final : public Database::IOvRemediationActionsMapper {
         if (road_.failures.Take(Failure::kWrite, "actions")) {
             return false;
         }
-        road_.steps.RecordsCame();
+        road_.steps.Pass(CollectionStep::kAfterReply);
         const bool stored = road_.database.StoreActions(actions);
         road_.events(
             CLine("write").With("actions", actions.size()).With("result", ResultOf(stored)));
         if (stored) {
-            road_.steps.RecordsStored();
+            road_.steps.Pass(CollectionStep::kAfterPublish);
         }
         return stored;
     }

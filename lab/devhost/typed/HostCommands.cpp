@@ -8,8 +8,6 @@
 #include "host/message/Task.h"
 #include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/typed/MessageBuilder.h"
-#include "lab/devhost/typed/MinerCommand.h"
-#include "lab/devhost/typed/PolicyBuilder.h"
 
 namespace Kyr::Lab::DevHost {
 

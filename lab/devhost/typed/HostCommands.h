@@ -26,7 +26,11 @@ struct CommandTargets {
     std::function<void()> quit;            // and ends the program
 };
 
+/// With `miner`.
 ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets);
+
+/// `miner`: what has come of what was sent, kind by kind.
+ConsoleCommand MakeMinerCommand(CDatabase& database);
 
 /// `fail` and `mend`: what the host fails at towards the module. The failures must outlive them.
 ConsoleCommandGroup FailureCommands(CFailures& failures);

@@ -1,5 +1,3 @@
-#include "lab/devhost/typed/MinerCommand.h"
-
 #include <algorithm>
 #include <google/protobuf/unknown_field_set.h>
 #include <set>
@@ -7,6 +5,7 @@
 #include <boost/json.hpp>
 
 #include "host/proto/ov_agent.pb.h"
+#include "lab/devhost/typed/HostCommands.h"
 
 namespace Kyr::Lab::DevHost {
 

@@ -1,5 +1,3 @@
-#include "lab/devhost/typed/PolicyBuilder.h"
-
 #include <algorithm>
 #include <fstream>
 #include <stdexcept>
@@ -10,6 +8,7 @@
 #include "host/message/ApplyPolicy.h"
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
+#include "lab/devhost/typed/MessageBuilder.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -88,7 +87,7 @@ std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stat
 
 }  // namespace
 
-boost::shared_ptr<Common::Kernel::IMessage> BuildPolicy(CCommandWords& words) {
+MessagePointer BuildPolicy(CCommandWords& words) {
     const Broken broken = TakeBroken(words);
     const auto stated = words.TakeNumber("length");
     const std::uint64_t times = words.TakeNumber("repeat").value_or(1);

@@ -16,21 +16,19 @@ std::chrono::nanoseconds AtFive() {
 }
 
 TEST(LineWriterTest, LineBeginsWithTimeAndEndsWithItsStamp) {
-    std::ostringstream stream;
-    CLineWriter writer(stream, "output", At(((13 * 60 + 4) * 60 + 5) * 1000 + 67), false, AtFive);
-
-    writer.Write(CLine("did").With("pid", 7));
-
-    EXPECT_EQ("13:04:05.067 did pid=7 at=5\n", stream.str());
-}
-
-TEST(LineWriterTest, LastMillisecondOfTheDayIsWritten) {
-    std::ostringstream stream;
-    CLineWriter writer(stream, "output", At(86399999), false, AtFive);
-
-    writer.Write(CLine("ready"));
-
-    EXPECT_EQ("23:59:59.999 ready at=5\n", stream.str());
+    const struct {
+        std::int64_t milliseconds;
+        const char* line;
+    } kRows[] = {
+        {((13 * 60 + 4) * 60 + 5) * 1000 + 67, "13:04:05.067 did pid=7 at=5\n"},
+        {86399999, "23:59:59.999 did pid=7 at=5\n"},
+    };
+    for (const auto& row : kRows) {
+        std::ostringstream stream;
+        CLineWriter(stream, "output", At(row.milliseconds), false, AtFive)
+            .Write(CLine("did").With("pid", 7));
+        EXPECT_EQ(row.line, stream.str());
+    }
 }
 
 TEST(LineWriterTest, ColouredLineHasNoStampAndOnlyTheKindIsColoured) {
@@ -54,34 +52,23 @@ class CFullDevice : public std::stringbuf {
     }
 };
 
-TEST(LineWriterTest, LinesThatCannotBeWrittenAreToldOnce) {
+TEST(LineWriterTest, LinesThatCannotBeWrittenAreToldOnceAndLaterOnesAreWrittenAgain) {
     CFullDevice device;
     std::ostream stream(&device);
-    CLineWriter writer(stream, "the log file /x", At(0), false);
+    CLineWriter writer(stream, "the log file /x", At(0), false, AtFive);
     EXPECT_FALSE(writer.HasFailed());
 
     ::testing::internal::CaptureStderr();
     writer.Write(CLine("ready"));
     writer.Write(CLine("ready"));
+    device.full = false;
+    device.str("");
+    writer.Write(CLine("did"));
 
     EXPECT_EQ("cannot write the log file /x: No space left on device\n",
               ::testing::internal::GetCapturedStderr());
     EXPECT_TRUE(writer.HasFailed());
-}
-
-TEST(LineWriterTest, LinesAreWrittenAgainOnceThereIsRoom) {
-    CFullDevice device;
-    std::ostream stream(&device);
-    CLineWriter writer(stream, "output", At(0), false, AtFive);
-    ::testing::internal::CaptureStderr();
-    writer.Write(CLine("ready"));
-    device.full = false;
-    device.str("");
-
-    writer.Write(CLine("did"));
-
     EXPECT_EQ("00:00:00.000 did at=5\n", device.str());
-    ::testing::internal::GetCapturedStderr();
 }
 
 TEST(LineWriterTest, SystemTimeOfDayIsWithinOneDay) {

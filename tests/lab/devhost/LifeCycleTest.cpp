@@ -12,73 +12,69 @@
 namespace Kyr::Test {
 namespace {
 
-using Common::Kernel::IModule;
-using Common::Kernel::IResourceProvider;
 using Lab::DevHost::CLifeCycle;
-using namespace testing;
+using ::testing::ElementsAre;
 
-class CModuleMock : public IModule {
+using Calls = std::vector<std::string>;
+
+/// Keeps what is called of it, and fails at one of it.
+class CCalledModule : public Common::Kernel::IModule {
   public:
-    MOCK_METHOD(void, Initialize, (IResourceProvider&), (override));
-    MOCK_METHOD(void, Start, (), (override));
-    MOCK_METHOD(void, RequestStop, (), (override));
-    MOCK_METHOD(bool, Stop, (bool), (override));
-    MOCK_METHOD(std::string, GetName, (), (const, override));
-    MOCK_METHOD(void, Destroy, ());
+    void Initialize(Common::Kernel::IResourceProvider&) override { Take("Initialize"); }
+    void Start() override { Take("Start"); }
+    void RequestStop() override { Take("RequestStop"); }
+    bool Stop(bool force) override {
+        Take(force ? "Stop(true)" : "Stop(false)");
+        return force || busyFor-- <= 0;
+    }
+    std::string GetName() const override { return "called"; }
+    void Take(const std::string& call) {
+        calls.push_back(call);
+        if (call == failing) {
+            throw std::runtime_error("no " + call);
+        }
+    }
+
+    Calls calls;
+    std::string failing;
+    int busyFor = 0;  // so many polite stops do not end it
 };
 
 class LifeCycleTest : public ::testing::Test {
   protected:
-    void ExpectBegin() {
-        EXPECT_CALL(module_, Initialize);
-        EXPECT_CALL(module_, Start);
-    }
-
-    /// The one Stop that there is.
-    void ExpectEnd(bool force) {
-        EXPECT_CALL(module_, RequestStop);
-        EXPECT_CALL(module_, Stop(force)).WillOnce(Return(true));
-        EXPECT_CALL(module_, Destroy);
-    }
-
     void Stop(bool force) {
-        lifeCycle_.BeginStop(force);
-        lifeCycle_.WaitUntilDestroyed();
+        lifeCycle_->BeginStop(force);
+        lifeCycle_->WaitUntilDestroyed();
     }
 
     /// The module has been asked once, and waits to be asked again.
     void BeginAStopThatGetsNowhere() {
-        ExpectBegin();
-        EXPECT_CALL(module_, RequestStop);
-        EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
-        EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-        EXPECT_CALL(module_, Destroy);
-        lifeCycle_.Begin(provider_);
-        lifeCycle_.BeginStop(false);
+        module_.busyFor = 1000;
+        lifeCycle_->Begin(provider_);
+        lifeCycle_->BeginStop(false);
         ASSERT_TRUE(clock_->AwaitSleepers(1));
     }
 
     void ForceIt() {
-        lifeCycle_.BeginStop(true);
+        lifeCycle_->BeginStop(true);
         clock_->Advance(std::chrono::milliseconds(100));
-        lifeCycle_.WaitUntilDestroyed();
+        lifeCycle_->WaitUntilDestroyed();
     }
 
-    InSequence sequence_;
     Lab::CLineList events_;
-    Lab::DevHost::CResourceProvider provider_{events_.Sink()};
+    Lab::DevHost::CResourceProvider provider_{[](const Lab::CLine&) {}};
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
-    StrictMock<CModuleMock> module_;
-    CLifeCycle lifeCycle_{module_, [this] { module_.Destroy(); }, events_.Sink(), clock_};
-    const std::map<std::string, std::function<void()>> calls_ = lifeCycle_.SingleCalls(provider_);
+    CCalledModule module_;
+    std::unique_ptr<CLifeCycle> lifeCycle_ = std::make_unique<CLifeCycle>(
+        module_, [this] { module_.Take("Destroy"); }, events_.Sink(), clock_);
 };
 
-TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrder) {
-    ExpectBegin();
-    ExpectEnd(false);
-    EXPECT_TRUE(lifeCycle_.Begin(provider_));
+TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrderAndOnce) {
+    EXPECT_TRUE(lifeCycle_->Begin(provider_));
     Stop(false);
-    Stop(false);  // does nothing more
+    Stop(false);
+    EXPECT_THAT(module_.calls,
+                ElementsAre("Initialize", "Start", "RequestStop", "Stop(false)", "Destroy"));
     EXPECT_THAT(events_.Texts(),
                 ElementsAre("life call=Initialize result=ok", "life call=Start result=ok",
                             "life call=RequestStop result=ok", "life call=Stop(false) result=true",
@@ -87,85 +83,82 @@ TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrder) {
 
 TEST_F(LifeCycleTest, BusyModuleIsAskedAgainUntilItHasStopped) {
     clock_->SetAutomaticSleep(true);
-    ExpectBegin();
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Stop(false)).Times(2).WillRepeatedly(Return(false));
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(true));
-    EXPECT_CALL(module_, Destroy);
-    lifeCycle_.Begin(provider_);
+    module_.busyFor = 2;
+    lifeCycle_->Begin(provider_);
     Stop(false);
+    EXPECT_THAT(module_.calls, ElementsAre("Initialize", "Start", "RequestStop", "Stop(false)",
+                                           "Stop(false)", "Stop(false)", "Destroy"));
 }
 
 TEST_F(LifeCycleTest, ForceEndsAStopThatIsNotGettingAnywhere) {
     BeginAStopThatGetsNowhere();
     ForceIt();
+    EXPECT_THAT(module_.calls, ElementsAre("Initialize", "Start", "RequestStop", "Stop(false)",
+                                           "Stop(true)", "Destroy"));
 }
 
-TEST_F(LifeCycleTest, ModuleThatCannotInitializeIsOnlyDestroyed) {
-    EXPECT_CALL(module_, Initialize).WillOnce(Throw(std::runtime_error("no bus")));
-    EXPECT_CALL(module_, Destroy);
-    EXPECT_FALSE(lifeCycle_.Begin(provider_));
-    EXPECT_THAT(events_.Texts(), ElementsAre("life call=Initialize result=failed text=\"no bus\"",
-                                             "life call=destroy result=ok"));
-}
-
-TEST_F(LifeCycleTest, ModuleThatCannotStartIsForcedToStop) {
-    EXPECT_CALL(module_, Initialize);
-    EXPECT_CALL(module_, Start).WillOnce(Throw(std::runtime_error("no thread")));
-    ExpectEnd(true);
-    EXPECT_FALSE(lifeCycle_.Begin(provider_));
+TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStoppedByForce) {
+    const struct {
+        const char* failing;
+        Calls calls;
+    } kRows[] = {
+        {"Initialize", {"Initialize", "Destroy"}},
+        {"Start", {"Initialize", "Start", "RequestStop", "Stop(true)", "Destroy"}},
+    };
+    for (const auto& row : kRows) {
+        CCalledModule module;
+        module.failing = row.failing;
+        CLifeCycle lifeCycle(
+            module, [&] { module.Take("Destroy"); }, events_.Sink(), clock_);
+        EXPECT_FALSE(lifeCycle.Begin(provider_));
+        EXPECT_EQ(module.calls, row.calls);
+    }
+    EXPECT_EQ(events_.Texts().front(), "life call=Initialize result=failed text=\"no Initialize\"");
 }
 
 TEST_F(LifeCycleTest, SingleCallsAreMadeInAnyOrder) {
-    EXPECT_CALL(module_, Stop(true)).WillOnce(Return(true));
-    EXPECT_CALL(module_, RequestStop);
-    EXPECT_CALL(module_, Start);
-    EXPECT_CALL(module_, Initialize);
-    EXPECT_CALL(module_, Start).WillOnce(Throw(std::runtime_error("again")));
-    EXPECT_CALL(module_, Stop(false)).WillOnce(Return(false));
-    EXPECT_CALL(module_, Destroy);
+    module_.busyFor = 1;
+    module_.failing = "Start";
+    const auto calls = lifeCycle_->SingleCalls(provider_);
     for (const char* call :
-         {"stop force", "request-stop", "start", "initialize", "start", "stop", "destroy"}) {
-        calls_.at(call)();
+         {"stop force", "request-stop", "initialize", "start", "stop", "stop", "destroy"}) {
+        calls.at(call)();
     }
+    EXPECT_THAT(module_.calls, ElementsAre("Stop(true)", "RequestStop", "Initialize", "Start",
+                                           "Stop(false)", "Stop(false)", "Destroy"));
     EXPECT_THAT(events_.Texts(),
                 ElementsAre("life call=Stop(true) result=true", "life call=RequestStop result=ok",
-                            "life call=Start result=ok", "life call=Initialize result=ok",
-                            "life call=Start result=failed text=again",
-                            "life call=Stop(false) result=false", "life call=destroy result=ok"));
+                            "life call=Initialize result=ok",
+                            "life call=Start result=failed text=\"no Start\"",
+                            "life call=Stop(false) result=false",
+                            "life call=Stop(false) result=true", "life call=destroy result=ok"));
 }
 
-TEST_F(LifeCycleTest, DestroyedModuleIsNotCalledAnyMore) {
-    EXPECT_CALL(module_, Destroy);
-    calls_.at("destroy")();
-    EXPECT_TRUE(lifeCycle_.IsDestroyed());
-    for (const auto& [name, call] : calls_) {
-        EXPECT_THROW(call(), std::runtime_error) << name;
-    }
-    Stop(true);
-}
-
-TEST_F(LifeCycleTest, ModuleThatIsStoppedIsNotCalledBesideThat) {
+TEST_F(LifeCycleTest, ModuleThatIsStoppedOrDestroyedIsNotCalledBesideThat) {
+    const auto refused = [this] {
+        for (const auto& [name, call] : lifeCycle_->SingleCalls(provider_)) {
+            EXPECT_THROW(call(), std::runtime_error) << name;
+        }
+    };
     BeginAStopThatGetsNowhere();
-    for (const auto& [name, call] : calls_) {
-        EXPECT_THROW(call(), std::runtime_error) << name;
-    }
+    refused();
     ForceIt();
-}
-
-TEST_F(LifeCycleTest, StopOfAModuleThatNeverBeganOnlyDestroysIt) {
-    EXPECT_CALL(module_, Destroy);
-    Stop(false);
+    EXPECT_TRUE(lifeCycle_->IsDestroyed());
+    refused();
+    Stop(true);
+    EXPECT_EQ(module_.calls.size(), 6u);
 }
 
 TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {
-    EXPECT_CALL(module_, Destroy);
+    Stop(false);
+    EXPECT_THAT(module_.calls, ElementsAre("Destroy"));
 }
 
-TEST_F(LifeCycleTest, ModuleThatWasForgottenIsStoppedByForce) {
-    ExpectBegin();
-    ExpectEnd(true);
-    lifeCycle_.Begin(provider_);
+TEST_F(LifeCycleTest, ForgottenModuleIsStoppedByForceAndDestroyed) {
+    lifeCycle_->Begin(provider_);
+    lifeCycle_.reset();
+    EXPECT_THAT(module_.calls,
+                ElementsAre("Initialize", "Start", "RequestStop", "Stop(true)", "Destroy"));
 }
 
 }  // namespace

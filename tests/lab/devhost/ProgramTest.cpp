@@ -13,42 +13,29 @@ using Lab::DevHost::CDatabase;
 using ::testing::HasSubstr;
 using ::testing::StartsWith;
 
-TEST_F(ProgramTest, EndOfInputStopsTheModuleInOrder) {
-    Launch();
-    process_->EndInput();
-    EXPECT_THAT(process_->ReadUntil("call=destroy"), HasSubstr("result=ok"));
-    EXPECT_EQ(process_->Wait(), 0);
+TEST_F(ProgramTest, EndOfInputAndQuitStopTheModuleInOrder) {
+    for (const bool quits : {false, true}) {
+        Launch();
+        if (quits) {
+            process_->Say("quit");
+        } else {
+            process_->EndInput();
+        }
+        EXPECT_THAT(process_->ReadUntil("call=destroy"), HasSubstr("result=ok"));
+        EXPECT_EQ(process_->Wait(), 0);
+    }
 }
 
-TEST_F(ProgramTest, QuitEndsTheProgram) {
-    Launch();
-    process_->Say("quit");
-    EXPECT_THAT(process_->ReadUntil("call=destroy"), HasSubstr("result=ok"));
-    EXPECT_EQ(process_->Wait(), 0);
-}
-
-TEST_F(ProgramTest, ValueSurvivesThatTheHostIsKilled) {
+TEST_F(ProgramTest, ValueAndIdentifierSurviveThatTheHostIsKilled) {
     Launch();
     process_->Say("set XDR_OFFSET 17");
     ASSERT_THAT(process_->ReadUntil("answer command=set"), HasSubstr("value=17"));
-    process_->Kill();
-    EXPECT_EQ(CDatabase(folder_.File("host.db")).GetValue("XDR_OFFSET"), "17");
-}
-
-TEST_F(ProgramTest, KilledHostStartsAgainWithTheSameIdentifier) {
-    Launch();
     process_->Say("dump");
-    const std::string first = process_->ReadUntil("instance=");
+    const std::string dump = process_->ReadUntil("instance=");
     process_->Kill();
-    Launch();
-    process_->Say("dump");
-    const std::string second = process_->ReadUntil("instance=");
-    process_->EndInput();
-    process_->Wait();
-    ASSERT_THAT(first, HasSubstr("instance="));
-    const std::size_t length = sizeof("instance=12345678-1234-1234-1234-123456789012") - 1;
-    EXPECT_EQ(first.substr(first.find("instance="), length),
-              second.substr(second.find("instance="), length));
+    CDatabase database(folder_.File("host.db"));
+    EXPECT_EQ(database.GetValue("XDR_OFFSET"), "17");
+    EXPECT_THAT(dump, HasSubstr("instance=" + database.InstanceUuid()));
 }
 
 TEST_F(ProgramTest, SecondHostOnADatabaseIsRefused) {
@@ -76,32 +63,31 @@ TEST_F(ProgramTest, OutputThatNobodyReadsIsToldOnceAndByTheExitCode) {
     EXPECT_EQ(std::count(complaints.begin(), complaints.end(), '\n'), 1);
 }
 
-TEST_F(ProgramTest, DatabaseThatCannotBeOpenedEndsTheProgramWithFive) {
-    const std::string database = folder_.File("absent/host.db");
-    CDevHostProcess process({std::string("--library=") + KYR_LIBRARY_PATH, "--database=" + database,
-                             "--log=" + folder_.File("host.log")});
-    const std::string complaints = process.Complaints();
-    EXPECT_EQ(process.Wait(), 5);
-    EXPECT_THAT(complaints, HasSubstr(database));
-}
-
-TEST_F(ProgramTest, MissingLibraryOptionEndsTheProgramWithTwo) {
-    EXPECT_EQ(CDevHostProcess({}).Wait(), 2);
-}
-
-TEST_F(ProgramTest, HelpEndsTheProgramWithoutStarting) {
-    CDevHostProcess process({"--help"});
-    EXPECT_THAT(process.ReadUntil("--library"), HasSubstr("REQUIRED"));
-    EXPECT_EQ(process.Wait(), 0);
-}
-
-TEST_F(ProgramTest, LibraryThatCannotBeLoadedEndsTheProgramWithOneAndLeavesNoFiles) {
-    CDevHostProcess process({"--library=" + folder_.File("absent"),
-                             "--database=" + folder_.File("host.db"),
-                             "--log=" + folder_.File("host.log")});
-    EXPECT_EQ(process.Wait(), 1);
-    EXPECT_FALSE(std::filesystem::exists(folder_.File("host.db")));
-    EXPECT_FALSE(std::filesystem::exists(folder_.File("host.log")));
+TEST_F(ProgramTest, WhatCannotStartSaysWhyAndEndsTheProgramWithACodeOfItsOwn) {
+    const std::string library = std::string("--library=") + KYR_LIBRARY_PATH;
+    const std::string absent = folder_.File("absent");
+    const struct {
+        std::vector<std::string> arguments;
+        int code;
+        std::string complaint;
+    } kRows[] = {
+        {{library, "--database=" + absent + "/host.db"}, 5, absent},
+        {{"--library=" + absent}, 1, absent},
+        {{}, 2, "--library"},
+        {{library, "--tell=read,reads"}, 2, "reads"},
+        {{library, "--die-at=after-lunch"}, 2, "before-request"},
+    };
+    for (const auto& row : kRows) {
+        SCOPED_TRACE(row.complaint);
+        std::vector<std::string> arguments = {"--database=" + folder_.File("host.db"),
+                                              "--log=" + folder_.File("host.log")};
+        arguments.insert(arguments.end(), row.arguments.begin(), row.arguments.end());
+        CDevHostProcess process(arguments);
+        EXPECT_THAT(process.Complaints(), HasSubstr(row.complaint));
+        EXPECT_EQ(process.Wait(), row.code);
+        EXPECT_FALSE(std::filesystem::exists(folder_.File("host.db")));
+        EXPECT_FALSE(std::filesystem::exists(folder_.File("host.log")));
+    }
 }
 
 }  // namespace

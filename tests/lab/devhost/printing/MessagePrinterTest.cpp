@@ -32,7 +32,6 @@ class MessagePrinterTest : public ::testing::Test {
     /// What is told of a message of the module, without what is told on demand only.
     std::vector<std::string> Told(const boost::shared_ptr<IMessage>& message) {
         bus_.Publish(message, {});
-        bus_.WaitUntilDelivered();
         return events_.Take();
     }
 
@@ -46,20 +45,6 @@ TEST_F(MessagePrinterTest, MessageIsPrintedWithItsContextAndPublisher) {
                 ElementsAre("publish type=688 name=Response context=1 by=module"));
     bus_.PublishAsHost(MakeMessage(MessageType::Reply));
     EXPECT_THAT(events_.Take(), ElementsAre("publish type=1 name=Response context=2 by=host"));
-}
-
-TEST_F(MessagePrinterTest, DeliveryIsPrintedWithTheSubscribersNumber) {
-    bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Reply);
-    bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Response);
-    EXPECT_THAT(Told(MakeMessage()),
-                ElementsAre("publish type=688 name=Response context=1 by=module",
-                            "deliver type=688 name=Response context=1 to=2"));
-}
-
-TEST_F(MessagePrinterTest, FailedDeliveryIsPrintedWithItsReason) {
-    bus_.Subscribe(boost::make_shared<CRefusingSubscriber>(), MessageType::Response);
-    EXPECT_EQ(Told(MakeMessage()).back(),
-              "error type=688 name=Response context=1 to=1 text=\"no room\"");
 }
 
 TEST_F(MessagePrinterTest, KindOfARequestAndSizeOfABatchArePrinted) {

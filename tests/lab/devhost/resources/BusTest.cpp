@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "lab/devhost/resources/Bus.h"
+#include "lab/devhost/printing/MessagePrinter.h"
+#include "lab/devhost/printing/OnDemand.h"
+#include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
 
 namespace Kyr::Test {
@@ -10,20 +12,6 @@ namespace {
 using Lab::DevHost::CBus;
 using Lab::DevHost::CDeliveryContext;
 using namespace testing;
-
-/// Tells of deliveries.
-class CTellingObserver : public CSilentObserver {
-  public:
-    void OnDeliver(const Publication&, std::size_t subscriber) override {
-        told.push_back("delivered to " + std::to_string(subscriber));
-    }
-    void OnDeliveryFailed(const Publication&, std::size_t subscriber,
-                          const std::string& text) override {
-        told.push_back("not delivered to " + std::to_string(subscriber) + ": " + text);
-    }
-
-    std::vector<std::string> told;  // on the delivery thread
-};
 
 class BusTest : public ::testing::Test {
   protected:
@@ -39,8 +27,9 @@ class BusTest : public ::testing::Test {
         bus_.WaitUntilDelivered();
     }
 
-    CTellingObserver observer_;
-    CBus bus_{observer_};
+    Lab::CLineList events_;
+    Lab::DevHost::CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
+    CBus bus_{printer_};
 };
 
 TEST_F(BusTest, MessagesArriveInTheOrderOfPublishing) {
@@ -118,26 +107,30 @@ TEST_F(BusTest, FailingSubscriberIsToldAndDoesNotKeepOthersFromTheMessage) {
     const auto subscriber = Subscribe(MessageType::Response);
     Publish(MakeMessage());
     EXPECT_THAT(subscriber->messages, SizeIs(1));
-    EXPECT_THAT(observer_.told, ElementsAre("not delivered to 1: no room", "delivered to 2"));
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("publish type=688 name=Response context=1 by=module",
+                            "error type=688 name=Response context=1 to=1 text=\"no room\"",
+                            "deliver type=688 name=Response context=1 to=2"));
 }
 
-/// Says in the observer's list when it gets a message.
+/// Tells when it gets a message.
 class CTellingSubscriber : public CKeepingSubscriber {
   public:
-    explicit CTellingSubscriber(CTellingObserver& observer) : observer_(observer) {}
+    explicit CTellingSubscriber(Lab::LineSink events) : events_(std::move(events)) {}
     void Push(const boost::shared_ptr<IMessage>&,
               const boost::shared_ptr<IDeliveryContext>&) override {
-        observer_.told.emplace_back("taken");
+        events_(Lab::CLine("taken"));
     }
 
   private:
-    CTellingObserver& observer_;
+    const Lab::LineSink events_;
 };
 
 TEST_F(BusTest, DeliveryIsToldOnceTheSubscriberHasTheMessage) {
-    bus_.Subscribe(boost::make_shared<CTellingSubscriber>(observer_), MessageType::Response);
+    bus_.Subscribe(boost::make_shared<CTellingSubscriber>(events_.Sink()), MessageType::Response);
     Publish(MakeMessage());
-    EXPECT_THAT(observer_.told, ElementsAre("taken", "delivered to 1"));
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre(StartsWith("publish "), "taken", StartsWith("deliver ")));
 }
 
 }  // namespace

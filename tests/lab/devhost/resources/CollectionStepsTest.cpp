@@ -7,6 +7,7 @@ namespace Kyr::Test {
 namespace {
 
 using Lab::DevHost::CCollectionSteps;
+using Lab::DevHost::CollectionStep;
 using Lab::DevHost::ParseDeathWish;
 
 /// How far two collections come, one after the other: the place at which they die, from 1 to 12, or
@@ -16,12 +17,12 @@ int PlaceOfDeath(const std::string& wish) {
     int death = 0;
     CCollectionSteps steps(ParseDeathWish(wish), [&] { death = place; });
     for (int collection = 0; collection < 2; ++collection) {
-        for (const auto step :
-             {&CCollectionSteps::OffsetRead, &CCollectionSteps::RecordsCame,
-              &CCollectionSteps::RecordsStored, &CCollectionSteps::OffsetRead,  // to add to it
-              &CCollectionSteps::OffsetCame, &CCollectionSteps::OffsetStored}) {
+        for (const CollectionStep step :
+             {CollectionStep::kBeforeRequest, CollectionStep::kAfterReply,
+              CollectionStep::kAfterPublish, CollectionStep::kBeforeRequest,  // to add to it
+              CollectionStep::kBeforeOffset, CollectionStep::kAfterOffset}) {
             ++place;
-            (steps.*step)();
+            steps.Pass(step);
         }
     }
     return death;
@@ -43,8 +44,7 @@ TEST(CollectionStepsTest, EachStepHasItsPlaceAndACountSaysInWhichCollection) {
 
 TEST(CollectionStepsTest, WithoutAWishNobodyDies) {
     CCollectionSteps steps(std::nullopt, [] { FAIL() << "dead"; });
-    steps.OffsetRead();
-    steps.RecordsCame();
+    steps.Pass(CollectionStep::kBeforeRequest);
 }
 
 TEST(CollectionStepsTest, UnknownStepIsRefused) {

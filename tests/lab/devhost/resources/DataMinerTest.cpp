@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/database/Database.h"
+#include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/DataMiner.h"
 #include "logs/DataMinerMessages.h"
 #include "tests/lab/common/LineList.h"
@@ -28,8 +29,8 @@ class DataMinerTest : public ::testing::Test {
   protected:
     const CTemporaryFolder folder_;
     CDatabase database_{folder_.File("host.db")};
-    CSilentObserver observer_;
-    boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(observer_);
+    CMessagePrinter printer_{[](const Lab::CLine&) {}};
+    boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(printer_);
     CCollectionSteps steps_{std::nullopt, nullptr};
     Lab::CLineList events_;
     CFailures failures_{events_.Sink()};

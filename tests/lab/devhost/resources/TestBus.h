@@ -1,4 +1,4 @@
-// A bus with an observer that does nothing, and messages and subscribers for it.
+// Messages and subscribers for the bus.
 #pragma once
 
 #include <stdexcept>
@@ -8,23 +8,14 @@
 
 #include <boost/make_shared.hpp>
 
+#include "host/kernel/ISubscriber.h"
 #include "host/module/Response.h"
-#include "lab/devhost/resources/Bus.h"
 
 namespace Kyr::Test {
 
 using Common::Kernel::IDeliveryContext;
 using Common::Kernel::IMessage;
 using Common::Kernel::MessageType;
-using Lab::DevHost::Publication;
-
-class CSilentObserver : public Lab::DevHost::IBusObserver {
-  public:
-    void OnSubscribe(MessageType, std::size_t) override {}
-    void OnPublish(const Publication&) override {}
-    void OnDeliver(const Publication&, std::size_t) override {}
-    void OnDeliveryFailed(const Publication&, std::size_t, const std::string&) override {}
-};
 
 /// Keeps what it gets. Read it after CBus::WaitUntilDelivered.
 class CKeepingSubscriber : public Common::Kernel::ISubscriber {

@@ -1,7 +1,10 @@
 #include <gmock/gmock.h>
 
+#include "lab/devhost/printing/MessagePrinter.h"
+#include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/typed/HostCommands.h"
 #include "tests/lab/common/LineList.h"
+#include "tests/lab/devhost/resources/TestBus.h"
 
 namespace Kyr::Test {
 namespace {
@@ -17,10 +20,76 @@ class HostCommandsTest : public ::testing::Test {
         return events_.Take();
     }
 
+    Lab::DevHost::LifeCalls Calls() {
+        return {{"stop", [this] { called_.emplace_back("life stop"); }},
+                {"stop force", [this] { called_.emplace_back("life stop force"); }}};
+    }
+
     Lab::CLineList events_;
+    Lab::DevHost::CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
+    Lab::DevHost::CBus bus_{printer_};
+    Lab::DevHost::CDatabase database_{":memory:"};
     Lab::DevHost::CFailures failures_{events_.Sink()};
-    Lab::CConsole console_{{FailureCommands(failures_)}, events_.Sink()};
+    std::vector<std::string> called_;
+    Lab::CConsole console_{
+        {MakeHostCommands(
+             {bus_, database_, Calls(),
+              [this](bool force) { called_.emplace_back(force ? "stop by force" : "stop"); },
+              [this] { called_.emplace_back("quit"); }}),
+         FailureCommands(failures_)},
+        events_.Sink()};
 };
+
+TEST_F(HostCommandsTest, MessageIsPublishedBehindItsAnswer) {
+    const struct {
+        const char* line;
+        std::string answer;
+        std::string published;
+    } kRows[] = {
+        {"kill pid=1 ids=a,b,c", "kill ids=a,b,c", "918 name=KillProcessByPid context=1 by=host"},
+        {"block ids=a,b,c", "block ids=a,b,c", "919 name=BlockExecutableByHash context=2 by=host"},
+        {"export ids=a,b,c", "export ids=a,b,c", "5 name=RequestConfiguration context=3 by=host"},
+        {"policy text=a", "policy", "194 name=ApplyPolicy context=4 by=host"},
+        {"trigger kind=3", "trigger", "7 name=OvAgentRequest context=5 by=host request=3"},
+        {"reply request=3", "reply", "688 name=Response context=6 by=host"},
+    };
+    for (const auto& row : kRows) {
+        EXPECT_THAT(Type(row.line),
+                    ElementsAre("answer command=" + row.answer, "publish type=" + row.published));
+    }
+}
+
+TEST_F(HostCommandsTest, ValueThatWasSetIsShown) {
+    EXPECT_THAT(Type("set XDR_ENABLED 1"),
+                ElementsAre("answer command=set key=XDR_ENABLED value=1"));
+    EXPECT_THAT(Type("get XDR_ENABLED"), ElementsAre("answer command=get key=XDR_ENABLED value=1"));
+}
+
+TEST_F(HostCommandsTest, DumpTellsWhatWaitsAndWhatIsStored) {
+    bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Reply);
+    events_.Take();
+    database_.SetInstanceUuid("chosen");
+    database_.StoreActions({"one"});
+    EXPECT_THAT(Type("dump"), ElementsAre("answer command=dump subscriber=1 pending=keeper",
+                                          "answer command=dump instance=chosen",
+                                          "answer command=dump remediation-action=one"));
+}
+
+TEST_F(HostCommandsTest, MemoryIsToldBeforeTheAnswer) {
+    EXPECT_THAT(Type("memory"),
+                ElementsAre(StartsWith("memory when=asked "), "answer command=memory"));
+}
+
+TEST_F(HostCommandsTest, LifeIsCalledBehindTheAnswer) {
+    for (const char* line : {"life stop", "life stop force", "stop", "stop force", "quit"}) {
+        EXPECT_THAT(Type(line), ElementsAre(StartsWith("answer command="))) << line;
+    }
+    EXPECT_THAT(called_,
+                ElementsAre("life stop", "life stop force", "stop", "stop by force", "quit"));
+    EXPECT_THAT(Type("life stop now"),
+                ElementsAre("error command=life text=\"no such call: stop now\""));
+    EXPECT_THAT(Type("life"), ElementsAre("error command=life text=\"no such call: \""));
+}
 
 TEST_F(HostCommandsTest, FaultsAreAddedAndListed) {
     EXPECT_THAT(

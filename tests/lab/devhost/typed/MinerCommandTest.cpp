@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "lab/devhost/typed/MinerCommand.h"
+#include "lab/devhost/typed/HostCommands.h"
 #include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {

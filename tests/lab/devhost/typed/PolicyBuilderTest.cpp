@@ -6,7 +6,7 @@
 
 #include "host/message/ApplyPolicy.h"
 #include "host/proto/common.pb.h"
-#include "lab/devhost/typed/PolicyBuilder.h"
+#include "lab/devhost/typed/MessageBuilder.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/system/TemporaryFolder.h"
 

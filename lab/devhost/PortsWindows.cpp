@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <windows.h>
 
-#include "lab/devhost/PortPatch.h"
+#include "lab/devhost/Ports.h"
 #include "portlayer/FunctionsByName.h"
 
 namespace Kyr::Lab::DevHost {
@@ -81,6 +81,10 @@ void TakePortsFromLayer(const std::string& libraryPath) {
         throw std::runtime_error(libraryPath + " does not import GetProcAddress");
     }
     Overwrite(word, reinterpret_cast<const void*>(&GetLayerAddress));
+}
+
+std::string RunDirectoryProblem() {
+    return "";
 }
 
 }  // namespace Kyr::Lab::DevHost
