@@ -40,8 +40,7 @@ CHost::CHost(const HostSettings& settings, const LineSink& events, const LineSin
       database_(settings.databasePath),
       steps_(settings.dieAt, EndThisProcess),
       failures_(events_),
-      printer_(events_, settings.told.count("record") != 0),
-      bus_(boost::make_shared<CBus>(printer_)),
+      bus_(boost::make_shared<CBus>(events_, settings.told.count("record") != 0)),
       provider_(events_),
       module_(loader_.Create()),
       lifeCycle_(

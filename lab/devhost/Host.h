@@ -13,7 +13,6 @@
 #include "lab/devhost/LifeCycle.h"
 #include "lab/devhost/ModuleLoader.h"
 #include "lab/devhost/database/Database.h"
-#include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
 #include "lab/devhost/resources/Failures.h"
@@ -66,7 +65,6 @@ class CHost {
     CDatabase database_;
     CCollectionSteps steps_;
     CFailures failures_;
-    CMessagePrinter printer_;
     boost::shared_ptr<CBus> bus_;
     CResourceProvider provider_;
     Common::Kernel::IModule& module_;  // the loader's

@@ -26,7 +26,7 @@ constexpr char kSchema[] =
     "  number INTEGER PRIMARY KEY, type TEXT NOT NULL, record BLOB NOT NULL);"
     "CREATE TABLE IF NOT EXISTS host (name TEXT PRIMARY KEY, value TEXT NOT NULL);";
 
-std::string TypeText(MessageType type) {
+std::string TypeColumn(MessageType type) {
     return std::to_string(static_cast<std::int32_t>(type));
 }
 
@@ -92,7 +92,7 @@ void CDatabase::StoreRecords(MessageType type, const std::vector<std::string>& r
     CTransaction transaction(connection_);
     CSqliteStatement insert(connection_, "INSERT INTO mined_records (type, record) VALUES (?, ?)");
     for (const std::string& record : records) {
-        insert.BindText(1, TypeText(type));
+        insert.BindText(1, TypeColumn(type));
         insert.BindBlob(2, record);
         insert.Step();
     }
@@ -103,7 +103,7 @@ void CDatabase::ForEachRecord(MessageType type, const TakeRecord& take) {
     const Lock lock(mutex_);
     CSqliteStatement select(connection_,
                             "SELECT record FROM mined_records WHERE type = ? ORDER BY number");
-    select.BindText(1, TypeText(type));
+    select.BindText(1, TypeColumn(type));
     while (select.Step()) {
         take(select.Column(0));
     }

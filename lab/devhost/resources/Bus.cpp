@@ -16,15 +16,10 @@ using Common::Kernel::MessageType;
 
 using Lock = boost::unique_lock<boost::mutex>;
 
-CDeliveryContext::~CDeliveryContext() = default;
-IBusObserver::~IBusObserver() = default;
-
-std::uint64_t Publication::ContextNumber() const {
-    const auto own = boost::dynamic_pointer_cast<CDeliveryContext>(context);
-    return own ? own->Number() : 0;
-}
-
-CBus::CBus(IBusObserver& observer) : observer_(observer), thread_([this] { DeliveryThread(); }) {}
+CBus::CBus(LineSink events, bool tellsRecords)
+    : events_(std::move(events)),
+      tellsRecords_(tellsRecords),
+      thread_([this] { DeliveryThread(); }) {}
 
 CBus::~CBus() {
     {
@@ -54,7 +49,7 @@ void CBus::Enqueue(Publication publication) {
         publication.context = boost::make_shared<CDeliveryContext>(++lastContext_);
         publication.cameWithContext = false;
     }
-    observer_.OnPublish(publication);
+    TellPublished(publication, tellsRecords_, events_);
     queue_.push_back(std::move(publication));
     changed_.notify_all();
 }
@@ -69,7 +64,7 @@ void CBus::Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageTy
     if (known == subscribers_.end()) {
         subscribers_.push_back(subscriber);
     }
-    observer_.OnSubscribe(type, index + 1);
+    events_(CLine("subscribe").With("type", TypeText(type)).With("to", index + 1));
     std::vector<std::size_t>& route = routes_[type];
     if (std::find(route.begin(), route.end(), index) == route.end()) {
         route.push_back(index);
@@ -133,11 +128,11 @@ void CBus::DeliverTo(const Publication& publication, std::size_t index, const Su
     try {
         to->Push(publication.message, publication.context);
     } catch (const std::exception& exception) {
-        observer_.OnDeliveryFailed(publication, number, exception.what());
+        events_(BusLine("error", publication).With("to", number).With("text", exception.what()));
         return;
     }
     // Not before: who hears of it may count on the message being the subscriber's.
-    observer_.OnDeliver(publication, number);
+    events_(BusLine("deliver", publication).With("to", number));
 }
 
 }  // namespace Kyr::Lab::DevHost

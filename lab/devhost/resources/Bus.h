@@ -5,11 +5,13 @@
 // published with a context keeps it; one without gets a new context, so that all that comes of it
 // can be told from the rest.
 //
-// Threads: every operation from any thread. The observer is called under a lock of the bus or on
-// the delivery thread and must not call the bus.
-// Ownership: subscribers are shared and kept until the bus is destroyed; the observer is borrowed
-// and must outlive the bus.
-// Errors: what a subscriber throws goes to the observer, and the delivery goes on.
+// Told are subscriptions, on demand, publications, and deliveries once the subscriber has the
+// message; a subscriber has a number, in the order of first subscriptions from 1.
+//
+// Threads: every operation from any thread. Events are told under a lock of the bus or on the
+// delivery thread, and whoever takes them must not call the bus.
+// Ownership: subscribers are shared and kept until the bus is destroyed.
+// Errors: what a subscriber throws is an `error` event, and the delivery goes on.
 #pragma once
 
 #include <cstdint>
@@ -23,47 +25,14 @@
 #include <boost/thread/thread.hpp>
 
 #include "host/kernel/Resources.h"
+#include "lab/devhost/resources/Publication.h"
 
 namespace Kyr::Lab::DevHost {
 
-/// The contexts of this bus: a number that stays with everything that one message caused.
-class CDeliveryContext final : public Common::Kernel::IDeliveryContext {
-  public:
-    explicit CDeliveryContext(std::uint64_t number) : number_(number) {}
-    ~CDeliveryContext() override;
-    std::uint64_t Number() const { return number_; }
-
-  private:
-    const std::uint64_t number_;
-};
-
-/// One message on its way.
-struct Publication {
-    std::string publisher;
-    boost::shared_ptr<Common::Kernel::IMessage> message;
-    boost::shared_ptr<Common::Kernel::IDeliveryContext> context;
-    bool cameWithContext = true;  // else the bus has given it a new one
-
-    /// The number of its context; 0 when the context is none of this bus's.
-    std::uint64_t ContextNumber() const;
-};
-
-/// Sees all that happens on the bus.
-class IBusObserver {
-  public:
-    virtual ~IBusObserver();
-    /// `subscriber` is its number in the order of first subscriptions, from 1.
-    virtual void OnSubscribe(Common::Kernel::MessageType type, std::size_t subscriber) = 0;
-    virtual void OnPublish(const Publication& publication) = 0;
-    /// The subscriber has taken it.
-    virtual void OnDeliver(const Publication& publication, std::size_t subscriber) = 0;
-    virtual void OnDeliveryFailed(const Publication& publication, std::size_t subscriber,
-                                  const std::string& text) = 0;
-};
-
 class CBus final : public Common::Kernel::IBusResource {
   public:
-    explicit CBus(IBusObserver& observer);
+    /// `tellsRecords` as in TellPublished.
+    explicit CBus(LineSink events, bool tellsRecords = true);
     CBus(const CBus&) = delete;
     CBus& operator=(const CBus&) = delete;
     /// Ends the delivery thread; what has not been delivered then is dropped.
@@ -92,7 +61,8 @@ class CBus final : public Common::Kernel::IBusResource {
     void Deliver(const Publication& publication);
     void DeliverTo(const Publication& publication, std::size_t index, const Subscriber& to);
 
-    IBusObserver& observer_;  // borrowed
+    const LineSink events_;
+    const bool tellsRecords_;
 
     // Guarded by mutex_.
     mutable boost::mutex mutex_;

@@ -2,21 +2,11 @@
 
 #include <utility>
 
-#include "logs/DataMinerMessages.h"
+#include "lab/devhost/resources/Publication.h"
 
 namespace Kyr::Lab::DevHost {
 
 namespace Kernel = Common::Kernel;
-
-const std::vector<std::string>* RecordsOf(const Kernel::IMessage& message) {
-    namespace Miner = Common::Message::DataMiners;
-    if (const auto* indicators =
-            dynamic_cast<const Miner::CDataMinerStoreEcsIndicatorLogs*>(&message)) {
-        return &indicators->GetLogs();
-    }
-    const auto* telemetry = dynamic_cast<const Miner::CDataMinerStoreEcsTelemetryLogs*>(&message);
-    return telemetry == nullptr ? nullptr : &telemetry->GetLogs();
-}
 
 CDataMiner::CDataMiner(boost::shared_ptr<Kernel::IBusResource> bus, CDatabase& database,
                        CCollectionSteps& steps, CFailures& failures, LineSink events)

@@ -25,9 +25,6 @@
 
 namespace Kyr::Lab::DevHost {
 
-/// The records of a message for the data miner, or null.
-const std::vector<std::string>* RecordsOf(const Common::Kernel::IMessage& message);
-
 class CDataMiner final : public Common::Kernel::IBusResource {
   public:
     CDataMiner(boost::shared_ptr<Common::Kernel::IBusResource> bus, CDatabase& database,

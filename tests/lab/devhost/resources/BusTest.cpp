@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 #include <stdexcept>
 
-#include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/printing/OnDemand.h"
+#include "lab/devhost/resources/Bus.h"
 #include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
 
@@ -28,8 +28,7 @@ class BusTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    Lab::DevHost::CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
-    CBus bus_{printer_};
+    CBus bus_{Lab::DevHost::OnDemand(events_.Sink(), {})};
 };
 
 TEST_F(BusTest, MessagesArriveInTheOrderOfPublishing) {

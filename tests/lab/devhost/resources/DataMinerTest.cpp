@@ -2,7 +2,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/database/Database.h"
-#include "lab/devhost/printing/MessagePrinter.h"
+#include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/DataMiner.h"
 #include "logs/DataMinerMessages.h"
 #include "tests/lab/common/LineList.h"
@@ -20,7 +20,7 @@ using ::testing::IsEmpty;
 
 template <typename Batch>
 boost::shared_ptr<Batch> MakeBatch(const std::vector<std::string>& records) {
-    const auto batch = boost::make_shared<Batch>();
+    auto batch = boost::make_shared<Batch>();
     batch->SetLogs(records);
     return batch;
 }
@@ -29,8 +29,7 @@ class DataMinerTest : public ::testing::Test {
   protected:
     const CTemporaryFolder folder_;
     CDatabase database_{folder_.File("host.db")};
-    CMessagePrinter printer_{[](const Lab::CLine&) {}};
-    boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>(printer_);
+    boost::shared_ptr<CBus> bus_ = boost::make_shared<CBus>([](const Lab::CLine&) {});
     CCollectionSteps steps_{std::nullopt, nullptr};
     Lab::CLineList events_;
     CFailures failures_{events_.Sink()};

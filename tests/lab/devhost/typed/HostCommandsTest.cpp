@@ -1,6 +1,5 @@
 #include <gmock/gmock.h>
 
-#include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/typed/HostCommands.h"
 #include "tests/lab/common/LineList.h"
@@ -26,13 +25,12 @@ class HostCommandsTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    Lab::DevHost::CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
-    Lab::DevHost::CBus bus_{printer_};
+    Lab::DevHost::CBus bus_{Lab::DevHost::OnDemand(events_.Sink(), {})};
     Lab::DevHost::CDatabase database_{":memory:"};
     Lab::DevHost::CFailures failures_{events_.Sink()};
     std::vector<std::string> called_;
     Lab::CConsole console_{
-        {MakeHostCommands(
+        {Lab::DevHost::MakeHostCommands(
              {bus_, database_, Calls(),
               [this](bool force) { called_.emplace_back(force ? "stop by force" : "stop"); },
               [this] { called_.emplace_back("quit"); }}),

@@ -1,7 +1,7 @@
 #include <gmock/gmock.h>
 
-#include "lab/devhost/printing/MessagePrinter.h"
 #include "lab/devhost/printing/OnDemand.h"
+#include "lab/devhost/resources/Bus.h"
 #include "logs/DataMinerMessages.h"
 #include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
@@ -17,7 +17,6 @@ using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
 using Common::Message::Logs::CEventLog;
 using Common::Message::Logs::CStatusLog;
 using Lab::DevHost::CBus;
-using Lab::DevHost::CMessagePrinter;
 using ::testing::ElementsAre;
 using ::testing::StartsWith;
 
@@ -27,7 +26,7 @@ boost::shared_ptr<IMessage> TwoRecords() {
     return batch;
 }
 
-class MessagePrinterTest : public ::testing::Test {
+class PublicationTest : public ::testing::Test {
   protected:
     /// What is told of a message of the module, without what is told on demand only.
     std::vector<std::string> Told(const boost::shared_ptr<IMessage>& message) {
@@ -36,18 +35,17 @@ class MessagePrinterTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    CMessagePrinter printer_{Lab::DevHost::OnDemand(events_.Sink(), {})};
-    CBus bus_{printer_};
+    CBus bus_{Lab::DevHost::OnDemand(events_.Sink(), {})};
 };
 
-TEST_F(MessagePrinterTest, MessageIsPrintedWithItsContextAndPublisher) {
+TEST_F(PublicationTest, MessageIsPrintedWithItsContextAndPublisher) {
     EXPECT_THAT(Told(MakeMessage()),
                 ElementsAre("publish type=688 name=Response context=1 by=module"));
     bus_.PublishAsHost(MakeMessage(MessageType::Reply));
     EXPECT_THAT(events_.Take(), ElementsAre("publish type=1 name=Response context=2 by=host"));
 }
 
-TEST_F(MessagePrinterTest, KindOfARequestAndSizeOfABatchArePrinted) {
+TEST_F(PublicationTest, KindOfARequestAndSizeOfABatchArePrinted) {
     const auto request = boost::make_shared<COvAgentRequest>();
     request->SetRequestType(5);
     EXPECT_THAT(Told(request),
@@ -57,7 +55,7 @@ TEST_F(MessagePrinterTest, KindOfARequestAndSizeOfABatchArePrinted) {
                             "context=2 by=module records=2"));
 }
 
-TEST_F(MessagePrinterTest, LogIsPrintedWithItsSymbolsAndWhatItLacksIsAnError) {
+TEST_F(PublicationTest, LogIsPrintedWithItsSymbolsAndWhatItLacksIsAnError) {
     const auto log = boost::make_shared<CStatusLog>(MessageType::PresenceStatus);
     log->GetSymbols()->CreateRow()->AddInt32(2143, 1);
     const std::string message = " type=10292 name=StatusLog_AGENT_PRESENCE context=1 ";
@@ -67,7 +65,7 @@ TEST_F(MessagePrinterTest, LogIsPrintedWithItsSymbolsAndWhatItLacksIsAnError) {
 }
 
 /// With all that is told on demand only.
-class MessagePrinterOnDemandTest : public ::testing::Test {
+class PublicationOnDemandTest : public ::testing::Test {
   protected:
     /// The events of that kind.
     std::vector<std::string> Told(const std::string& kind) {
@@ -81,11 +79,10 @@ class MessagePrinterOnDemandTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    CMessagePrinter printer_{events_.Sink()};
-    CBus bus_{printer_};
+    CBus bus_{events_.Sink()};
 };
 
-TEST_F(MessagePrinterOnDemandTest, SubscriptionIsPrintedWithTypeAndSubscriber) {
+TEST_F(PublicationOnDemandTest, SubscriptionIsPrintedWithTypeAndSubscriber) {
     const auto subscriber = boost::make_shared<CKeepingSubscriber>();
     bus_.Subscribe(subscriber, MessageType::Response);
     bus_.Subscribe(boost::make_shared<CKeepingSubscriber>(), MessageType::Response);
@@ -94,7 +91,7 @@ TEST_F(MessagePrinterOnDemandTest, SubscriptionIsPrintedWithTypeAndSubscriber) {
                                                "subscribe type=1 to=1"));
 }
 
-TEST_F(MessagePrinterOnDemandTest, MessageIsPrintedWithItsStateAndWhetherItHadAContext) {
+TEST_F(PublicationOnDemandTest, MessageIsPrintedWithItsStateAndWhetherItHadAContext) {
     const auto request = boost::make_shared<COvAgentRequest>();
     bus_.Publish(request, {});
     request->SetReadOnly();
@@ -107,21 +104,20 @@ TEST_F(MessagePrinterOnDemandTest, MessageIsPrintedWithItsStateAndWhetherItHadAC
                             "message type=688 name=Response context=2 by=module with-context=no"));
 }
 
-TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchArePrintedOneByOne) {
+TEST_F(PublicationOnDemandTest, RecordsOfABatchArePrintedOneByOne) {
     bus_.Publish(TwoRecords(), {});
     const std::string message = "record type=77 name=DataMinerStoreEcsTelemetryLogs context=1 ";
     EXPECT_THAT(Told("record"), ElementsAre(message + "row=0 text=one",
                                             message + "row=1 text=\"{\\\"two\\\":2}\""));
 }
 
-TEST_F(MessagePrinterOnDemandTest, RecordsOfABatchThatNobodyAskedForAreNotMade) {
-    CMessagePrinter printer(events_.Sink(), false);
-    CBus bus(printer);
+TEST_F(PublicationOnDemandTest, RecordsOfABatchThatNobodyAskedForAreNotMade) {
+    CBus bus(events_.Sink(), false);
     bus.Publish(TwoRecords(), {});
     EXPECT_THAT(events_.Texts(), ElementsAre(StartsWith("publish "), StartsWith("message ")));
 }
 
-TEST_F(MessagePrinterOnDemandTest, BlobOfALogIsPrintedWhole) {
+TEST_F(PublicationOnDemandTest, BlobOfALogIsPrintedWhole) {
     const auto log = boost::make_shared<CEventLog>(MessageType::ConfigurationEvent);
     log->GetSymbols()->AddInt32(1888, 1).AddBlob(1892, "a=1\n");
     bus_.Publish(log, {});
