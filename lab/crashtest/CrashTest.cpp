@@ -190,14 +190,17 @@ CrashReport Run(const CrashPlan& plan, const Runner::CWorkFolder& folder) {
         {"product-1", false, 0, 0, plan.productKills - plan.productKills / 2, {}},
         {"product-2", false, 0, 0, plan.productKills / 2, {}},
     };
-    boost::thread_group threads;
-    std::uint64_t seed = plan.seed;
-    for (Share& share : shares) {
-        Runner::Stage stage = plan.stage;
+    // All folders first: one that cannot be made must not leave threads that play.
+    std::vector<Runner::Stage> stages;
+    for (const Share& share : shares) {
+        Runner::Stage& stage = stages.emplace_back(plan.stage);
         stage.work = folder.EmptyFolder(share.name);
         stage.ports = folder.EmptyFolder(std::string(share.name) + "/ports");
-        threads.create_thread([&share, stage, seed] { Play(stage, seed, share); });
-        ++seed;
+    }
+    boost::thread_group threads;
+    for (std::size_t world = 0; world < stages.size(); ++world) {
+        threads.create_thread([&stage = stages[world], &share = shares[world],
+                               seed = plan.seed + world] { Play(stage, seed, share); });
     }
     threads.join_all();
     CrashReport all;

@@ -44,9 +44,9 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
         "--die-at",
         [&](const std::string& text) { host.dieAt = Lab::DevHost::ParseDeathWish(text); },
         "<step>[:<n>]: ends at a collection's n-th such step, as if killed");
-    app.add_option("--tell", host.told, "<kind>,...: tells these events, too")
-        ->delimiter(',')
-        ->check(CLI::IsMember(Lab::DevHost::KindsOnDemand()));
+    app.add_option_function<std::string>(
+        "--tell", [&](const std::string& kinds) { host.told = Lab::DevHost::ParseDemand(kinds); },
+        "<kind>,...: tells these events, too");
     app.add_option("--instance", host.instance, "the agent's instance identifier; else its own");
     app.add_flag("--by-hand", host.byHand, "the module's life is left to the command `life`");
     const Lab::CColourOption colour(app);

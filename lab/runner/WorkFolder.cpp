@@ -42,7 +42,7 @@ CWorkFolder::CWorkFolder(const std::optional<std::string>& path)
       path_(path ? fs::path(*path) : NewFolder()),
       lock_(Marked(path_).string().c_str()) {
     if (!lock_.try_lock()) {
-        throw std::runtime_error("another labrunner is at work in " + path_.string());
+        throw std::runtime_error("another run is at work in " + path_.string());
     }
 }
 

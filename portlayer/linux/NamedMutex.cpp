@@ -1,8 +1,8 @@
 // Named mutexes: a robust, recursive mutex in a shared file. One whose owner died, thread or
 // process, is handed on as abandoned.
 //
-// The system keeps a list through the mutexes that a thread owns, in their own memory. So one that
-// a thread of this process still owns when its last handle is closed stays mapped.
+// The system keeps a list through the mutexes that a thread owns, in their own memory. So a handle
+// that is closed while a thread of this process owns the mutex leaves its page mapped for good.
 #include <cerrno>
 #include <csignal>
 #include <linux/futex.h>

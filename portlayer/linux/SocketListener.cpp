@@ -76,7 +76,7 @@ NtStatus CSocketListener::TakeName(const UnicodeString& name) {
     NtStatus status = Locate(NameOf(name), "port", true, directory_, socketFile_);
     auto ownership = std::make_unique<CNamedFile>();
     if (status == kStatusSuccess) {
-        status = ownership->OpenOrCreate(NameOf(name), "port.lock", 0, nullptr);
+        status = ownership->OpenOrCreate(NameOf(name), "lock", 0, nullptr);
     }
     if (status != kStatusSuccess) {
         return status;

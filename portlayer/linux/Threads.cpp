@@ -1,6 +1,6 @@
 // Threads: their handles are signalled when the routine has returned.
+#include <exception>
 #include <memory>
-#include <system_error>
 #include <thread>
 
 #include "portlayer/ClassicFunctions.h"
@@ -41,7 +41,7 @@ Handle KYR_NTAPI CreateThread(void*, std::size_t, ThreadRoutine routine, void* p
             const auto lock = WaitLock();
             thread->SetSignalled(true);
         }).detach();
-    } catch (const std::system_error&) {
+    } catch (const std::exception&) {  // no thread, or no memory for what it takes along
         RemoveHandle(handle);
         return nullptr;
     }

@@ -32,11 +32,12 @@ bool CSendPool::Acquire(std::size_t size, SendArea& area) {
     const auto fits = [size](const Slot& slot) {
         return slot.mapping.Base() != nullptr && slot.mapping.Size() >= size;
     };
-    auto* chosen = std::find_if(slots_.begin(), slots_.end(),
+    Slot* const end = slots_.data() + slots_.size();
+    Slot* chosen = std::find_if(slots_.data(), end,
                                 [&](const Slot& slot) { return isFree(slot) && fits(slot); });
-    if (chosen == slots_.end()) {
-        chosen = std::find_if(slots_.begin(), slots_.end(), isFree);
-        if (chosen == slots_.end() || !Renew(*chosen, SlotSizeFor(size))) {
+    if (chosen == end) {
+        chosen = std::find_if(slots_.data(), end, isFree);
+        if (chosen == end || !Renew(*chosen, SlotSizeFor(size))) {
             return false;
         }
     }

@@ -91,6 +91,14 @@ TYPED_TEST(MessageTest, EqualityIsThatOfClassAndContent) {
     EXPECT_FALSE(TypeParam().Equals(CResponse(2)));
 }
 
+TEST(MessagesTest, TasksAndRequestsOfOtherClassesAreNotEqual) {
+    EXPECT_FALSE(CKillProcessByPid().Equals(CBlockExecutableByHash()));
+    EXPECT_FALSE(CBlockExecutableByHash().Equals(CKillProcessByPid()));
+    EXPECT_FALSE(CTFDERequest().Equals(CTchRequest()));
+    EXPECT_EQ(CTFDERequest().GetRequestType(), 0);
+    EXPECT_EQ(CTchRequest().GetRequestType(), 0);
+}
+
 TYPED_TEST(MessageTest, ReadOnlyMessageRefusesAnotherContent) {
     TypeParam message = this->Make(1);
     message.SetReadOnly();

@@ -158,7 +158,8 @@ TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
     auto connecting = std::async(std::launch::async, [this] {
         Handle port = nullptr;
         Bytes information = ToBytes("hello");
-        return TryConnect(port, &information);
+        EXPECT_EQ(TryConnect(port, &information), kStatusSuccess);
+        return port;
     });
     Bytes message(100);
     std::size_t length = 99;
@@ -171,10 +172,35 @@ TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
               kStatusSuccess);
     EXPECT_EQ(length, 29u);
     EXPECT_EQ(AlpcData(message.data()), ToBytes("hello"));
-    Handle none = nullptr;
-    EXPECT_EQ(Answer(server, message, false, none), kStatusSuccess);
-    EXPECT_EQ(connecting.get(), kStatusPortConnectionRefused);
-    CloseHandle(server);
+    Handle accepted = nullptr;
+    EXPECT_EQ(Answer(server, message, true, accepted), kStatusSuccess);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        CloseHandle(handle);
+    }
+}
+
+// The client's buffer becomes the server's message; its total may exceed what it holds.
+TEST_F(AlpcPortTest, ConnectionMessageBecomesTheServersReply) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] {
+        Bytes message = Message(24, ToBytes("KelComm "), 100);
+        std::size_t length = message.size();
+        AlpcPortAttributes attributes = {};
+        attributes.MaxMessageLength = 0xFFEF;
+        Handle port = nullptr;
+        EXPECT_EQ(NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
+                                    message.data(), &length, nullptr, nullptr, nullptr),
+                  kStatusSuccess);
+        EXPECT_EQ(Kind(message.data()), kLpcConnectionReply);
+        return port;
+    });
+    Bytes request = Receive(server);
+    EXPECT_EQ(Kind(request.data()), kLpcConnectionRequest);
+    Handle accepted = nullptr;
+    EXPECT_EQ(Answer(server, request, true, accepted), kStatusSuccess);
+    for (const Handle handle : {connecting.get(), accepted, server}) {
+        CloseHandle(handle);
+    }
 }
 
 TEST_F(AlpcPortTest, RequestTimesOutAndTheLateReplyIsDropped) {

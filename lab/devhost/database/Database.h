@@ -52,6 +52,7 @@ class CDatabase final {
     void SetInstanceUuid(const std::string& uuid);
 
     /// As CSqliteConnection's.
+    /// As that of CSqliteConnection. REQUIRES: no other call is under way.
     const std::string& FirstFailure() const { return connection_.FirstFailure(); }
 
   private:

@@ -12,7 +12,8 @@
 
 namespace Kyr::Lab::DevHost {
 
-const std::set<std::string>& KindsOnDemand();
+/// The kinds in a text like "read,write". Throws std::invalid_argument for one that is none.
+std::set<std::string> ParseDemand(const std::string& kinds);
 
 /// `events` without what is told on demand only and not asked for.
 LineSink OnDemand(LineSink events, std::set<std::string> asked);

@@ -26,7 +26,7 @@ struct CommandTargets {
     std::function<void()> quit;            // and ends the program
 };
 
-/// With `miner`.
+/// All but those of FailureCommands.
 ConsoleCommandGroup MakeHostCommands(const CommandTargets& targets);
 
 /// `miner`: what has come of what was sent, kind by kind.

@@ -21,7 +21,7 @@ constexpr char kNonsense[] = "\xFF\xFF\xFF";
 
 Broken TakeBroken(CCommandWords& words) {
     const auto part = words.TakeValue("broken");
-    return part ? static_cast<Broken>(PlaceOf(*part, {"blob", "stream", "policy"}, "part"))
+    return part ? static_cast<Broken>(PlaceOf(*part, {"blob", "stream", "policy"}, "broken part"))
                 : Broken::kNothing;
 }
 

@@ -68,7 +68,12 @@ void CBroadcastArea::Take() const {
 void CBroadcastArea::Change(const std::function<void(CAreaImage&)>& change) {
     Image();
     Take();
-    change(*image_);
+    try {
+        change(*image_);
+    } catch (...) {
+        memory_.Give();
+        throw;
+    }
     memory_.Give();
 }
 

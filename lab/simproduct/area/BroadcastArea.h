@@ -33,7 +33,7 @@ class CBroadcastArea {
     const CAreaImage& Image() const;
     std::uint32_t Value(std::uint32_t index) const { return Image().Value(index); }
 
-    /// Lets `change`, which must not throw, write into the image while the mutex is taken.
+    /// Lets `change` write into the image while the mutex is taken.
     void Change(const std::function<void(CAreaImage&)>& change);
     void SetValue(std::uint32_t index, std::uint32_t value);
     /// Ends every lie; the values stay.

@@ -99,7 +99,7 @@ ConsoleCommandGroup StateCommands(CProtection& protection, CTaskResults& results
              const std::string text = words.TakeValue("build").value_or("");
              words.Finish();
              std::int32_t build = 0;
-             if (!boost::conversion::try_lexical_convert(text, build)) {
+             if (text.find('+') == 0 || !boost::conversion::try_lexical_convert(text, build)) {
                  throw std::invalid_argument("'" + text + "' is no build number");
              }
              Install(build);

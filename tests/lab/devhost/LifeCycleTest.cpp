@@ -101,9 +101,17 @@ TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStop
     const struct {
         const char* failing;
         Calls calls;
+        std::vector<std::string> told;
     } kRows[] = {
-        {"Initialize", {"Initialize", "Destroy"}},
-        {"Start", {"Initialize", "Start", "RequestStop", "Stop(true)", "Destroy"}},
+        {"Initialize",
+         {"Initialize", "Destroy"},
+         {"life call=Initialize result=failed text=\"no Initialize\"",
+          "life call=destroy result=ok"}},
+        {"Start",
+         {"Initialize", "Start", "RequestStop", "Stop(true)", "Destroy"},
+         {"life call=Initialize result=ok", "life call=Start result=failed text=\"no Start\"",
+          "life call=RequestStop result=ok", "life call=Stop(true) result=true",
+          "life call=destroy result=ok"}},
     };
     for (const auto& row : kRows) {
         CCalledModule module;
@@ -112,8 +120,8 @@ TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStop
             module, [&] { module.Take("Destroy"); }, events_.Sink(), clock_);
         EXPECT_FALSE(lifeCycle.Begin(provider_));
         EXPECT_EQ(module.calls, row.calls);
+        EXPECT_EQ(events_.Take(), row.told);
     }
-    EXPECT_EQ(events_.Texts().front(), "life call=Initialize result=failed text=\"no Initialize\"");
 }
 
 TEST_F(LifeCycleTest, SingleCallsAreMadeInAnyOrder) {
@@ -151,6 +159,11 @@ TEST_F(LifeCycleTest, ModuleThatIsStoppedOrDestroyedIsNotCalledBesideThat) {
 
 TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {
     Stop(false);
+    EXPECT_THAT(module_.calls, ElementsAre("Destroy"));
+}
+
+TEST_F(LifeCycleTest, ForgottenModuleThatNeverBeganIsOnlyDestroyed) {
+    lifeCycle_.reset();
     EXPECT_THAT(module_.calls, ElementsAre("Destroy"));
 }
 

@@ -74,7 +74,8 @@ TEST_F(ProgramTest, WhatCannotStartSaysWhyAndEndsTheProgramWithACodeOfItsOwn) {
         {{library, "--database=" + absent + "/host.db"}, 5, absent},
         {{"--library=" + absent}, 1, absent},
         {{}, 2, "--library"},
-        {{library, "--tell=read,reads"}, 2, "reads"},
+        {{library, "--tell=read,reads"}, 2, "no such kind told on demand: \"reads\"; there are "},
+        {{library, "--tell", "read", "write"}, 2, "write"},
         {{library, "--die-at=after-lunch"}, 2, "before-request"},
     };
     for (const auto& row : kRows) {

@@ -93,7 +93,6 @@ TEST(NeutralTranscript, WhatIsOfThisRunHasNoValue) {
         {"counters and processes without a name",
          {"1 product did id=7 action=kill pid=4711"},
          {"product 1: did action=kill pid=*"}},
-        {"numbers of kinds stay", {"1 host publish type=918"}, {"host 1: publish type=918"}},
         {"dates",
          {"1 host log text=\"2026-11-21T13:05:59Z 2026-11-21T13:05:59.123Z\""},
          {"host 1: log text=\"<time> <time>\""}},

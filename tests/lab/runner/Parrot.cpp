@@ -75,7 +75,7 @@ class CParrot {
             std::this_thread::sleep_for(std::chrono::milliseconds(number));
             Obey(Rest(words));
         } else if (word == "raw") {
-            std::cout << line.substr(4) << std::endl;
+            std::cout << (line.size() > 4 ? line.substr(4) : "") << std::endl;
         } else {
             std::cout << "00:00:00.000 " << line << std::endl;
         }

@@ -234,7 +234,10 @@ class RunnerTest : public RunnerFixture, public ::testing::Test {};
 
 TEST_F(RunnerTest, OptionsForEveryHostReachIt) {
     stage_.hostOptions = {"--port-layer"};
-    EXPECT_EQ(Play("start host; expect host answer text=--port-layer"), kHeld);
+    EXPECT_EQ(Play("start host $folder/kept; expect host answer text=--port-layer; "
+                   "expect host answer text=" +
+                   stage_.work + "/kept"),
+              kHeld);
 }
 
 TEST_F(RunnerTest, ProgramThatIsMissingFails) {

@@ -36,6 +36,9 @@ TEST_F(EndToEndRegistrationTest, ProductIsRegisteredAsTheCommandLineSays) {
     for (const auto& [arguments, build] : kRows) {
         Run(arguments);
         EXPECT_EQ(build, Found()) << (arguments.empty() ? "" : arguments[0]);
+        actor_->Send("quit");
+        ExpectCleanEnd();
+        EXPECT_EQ(build, Found()) << "of a product that has ended";
     }
 }
 

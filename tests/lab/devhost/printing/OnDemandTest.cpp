@@ -2,6 +2,7 @@
 
 #include "lab/devhost/printing/OnDemand.h"
 #include "tests/lab/common/LineList.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Test {
 namespace {
@@ -24,6 +25,16 @@ TEST(OnDemandTest, OnlyWhatIsAskedForIsToldBesideTheOthers) {
     EXPECT_THAT(Left({"write", "mapper"}), ElementsAre("publish", "mapper", "write"));
     EXPECT_THAT(Left({"resource", "subscribe", "read", "message", "record"}),
                 ElementsAre("publish", "resource", "subscribe", "read", "message", "record"));
+}
+
+TEST(OnDemandTest, KindThatIsNotToldOnDemandIsRefused) {
+    for (const char* kinds : {"", "publish", "read,", "read write"}) {
+        EXPECT_THROW(Lab::DevHost::ParseDemand(kinds), std::invalid_argument) << kinds;
+    }
+    EXPECT_EQ(ThrownText<std::invalid_argument>([] { Lab::DevHost::ParseDemand("reads"); }),
+              "no such kind told on demand: \"reads\"; there are mapper, message, read, record, "
+              "resource, "
+              "subscribe, write");
 }
 
 }  // namespace

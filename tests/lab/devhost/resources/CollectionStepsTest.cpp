@@ -2,6 +2,7 @@
 #include <stdexcept>
 
 #include "lab/devhost/resources/CollectionSteps.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Test {
 namespace {
@@ -51,6 +52,9 @@ TEST(CollectionStepsTest, UnknownStepIsRefused) {
     for (const char* wish : {"after-lunch", "after-reply:", ""}) {
         EXPECT_THROW(ParseDeathWish(wish), std::invalid_argument) << wish;
     }
+    EXPECT_EQ(ThrownText<std::invalid_argument>([] { ParseDeathWish("after-lunch:2"); }),
+              "no such step: \"after-lunch\"; there are before-request, after-reply, "
+              "after-publish, before-offset, after-offset");
 }
 
 }  // namespace

@@ -70,6 +70,11 @@ TEST_F(FailuresTest, LineThatIsToFailIsNotInTheLog) {
                                              "log level=2 source=module text=kept"));
 }
 
+TEST_F(FailuresTest, UnknownFaultIsRefusedWithThoseThatThereAre) {
+    EXPECT_EQ(ThrownText<std::invalid_argument>([] { ParseFailure("bus"); }),
+              "no such fault: \"bus\"; there are read, write, publish, log");
+}
+
 TEST(ResourceProviderTest, EachRequestIsToldByItsNumber) {
     Lab::CLineList events;
     CResourceProvider provider(events.Sink());

@@ -19,21 +19,22 @@ class HostCommandsTest : public ::testing::Test {
         return events_.Take();
     }
 
-    Lab::DevHost::LifeCalls Calls() {
-        return {{"stop", [this] { called_.emplace_back("life stop"); }},
-                {"stop force", [this] { called_.emplace_back("life stop force"); }}};
+    /// Tells that it was called, among the other events.
+    std::function<void()> Called(const char* what) {
+        return [this, what] { events_.Sink()(Lab::CLine("called").With("what", what)); };
     }
 
     Lab::CLineList events_;
     Lab::DevHost::CBus bus_{Lab::DevHost::OnDemand(events_.Sink(), {})};
     Lab::DevHost::CDatabase database_{":memory:"};
     Lab::DevHost::CFailures failures_{events_.Sink()};
-    std::vector<std::string> called_;
     Lab::CConsole console_{
         {Lab::DevHost::MakeHostCommands(
-             {bus_, database_, Calls(),
-              [this](bool force) { called_.emplace_back(force ? "stop by force" : "stop"); },
-              [this] { called_.emplace_back("quit"); }}),
+             {bus_,
+              database_,
+              {{"stop", Called("life-stop")}, {"stop force", Called("life-stop-force")}},
+              [this](bool force) { Called(force ? "stop-by-force" : "stop")(); },
+              Called("quit")}),
          FailureCommands(failures_)},
         events_.Sink()};
 };
@@ -79,11 +80,16 @@ TEST_F(HostCommandsTest, MemoryIsToldBeforeTheAnswer) {
 }
 
 TEST_F(HostCommandsTest, LifeIsCalledBehindTheAnswer) {
-    for (const char* line : {"life stop", "life stop force", "stop", "stop force", "quit"}) {
-        EXPECT_THAT(Type(line), ElementsAre(StartsWith("answer command="))) << line;
+    const char* const kRows[][3] = {{"life stop", "life", "life-stop"},
+                                    {"life stop force", "life", "life-stop-force"},
+                                    {"stop", "stop", "stop"},
+                                    {"stop force", "stop", "stop-by-force"},
+                                    {"quit", "quit", "quit"}};
+    for (const auto& [line, command, called] : kRows) {
+        EXPECT_THAT(Type(line), ElementsAre(std::string("answer command=") + command,
+                                            std::string("called what=") + called))
+            << line;
     }
-    EXPECT_THAT(called_,
-                ElementsAre("life stop", "life stop force", "stop", "stop by force", "quit"));
     EXPECT_THAT(Type("life stop now"),
                 ElementsAre("error command=life text=\"no such call: stop now\""));
     EXPECT_THAT(Type("life"), ElementsAre("error command=life text=\"no such call: \""));

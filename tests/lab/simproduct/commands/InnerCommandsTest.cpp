@@ -51,12 +51,8 @@ const Exchange kExchanges[] = {
      "0C 00 00 00 00 00 00 00 18 00 00 00 "
      "00 00 00 00 01 00 00 00 0C 00 00 00 61 00 3B 00 62 00 3B 00 63 00 00 00",
      "did action=task-result outcome=1 userdata=a;b;c"},
-    {"ResultIsHandedOutOnce",
-     [](SimulatedProduct& product) {
-         product.results.Add({kTaskDone, "a;b;c"});
-         product.results.Take();
-     },
-     0x70, "", "0C 00 00 00 00 00 00 00 00 00 00 00", ""},
+    {"WithoutAResultThereIsNoPayload", [](SimulatedProduct&) {}, 0x70, "",
+     "0C 00 00 00 00 00 00 00 00 00 00 00", ""},
     // U+00E9, then U+1F600
     {"UserDataIsUtf16WithSurrogatePairs",
      [](SimulatedProduct& product) {
@@ -128,6 +124,18 @@ TEST_F(InnerCommandsDeedTest, ImportReplacesTheConfiguration) {
     Ask(0x6D, {0, 0xFF, 0});
 
     EXPECT_EQ(std::string("\0\xFF\0", 3), product_.configuration.Text());
+}
+
+TEST_F(InnerCommandsDeedTest, EachQuestionFetchesOneResultUntilNoneIsLeft) {
+    product_.results.Add({kTaskDone, "a"});
+    product_.results.Add({kTaskFailed, ""});
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 10 00 00 00 "
+                       "00 00 00 00 01 00 00 00 0C 00 00 00 61 00 00 00"),
+              Ask(0x70));
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 0E 00 00 00 "
+                       "00 00 00 00 02 00 00 00 0C 00 00 00 00 00"),
+              Ask(0x70));
+    EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 00 00 00 00"), Ask(0x70));
 }
 
 TEST_F(InnerCommandsDeedTest, BodyThatCannotBeReadIsMalformed) {

@@ -79,6 +79,7 @@ TEST_F(TaskBookTest, BlockWithoutAHashIsRefusedAndBlocksNothing) {
     tasks_.BlockExecutable({"", std::nullopt}, false, "");
 
     EXPECT_EQ("no hash", tasks_.TaskLog().back().text);
+    EXPECT_EQ(TaskState::kRefused, tasks_.TaskLog().back().state);
     EXPECT_EQ(1000u, tasks_.Start("one", program_, {}).pid);
 }
 

@@ -35,7 +35,7 @@ class RecordFileTest : public ::testing::Test {
 };
 
 TEST_F(RecordFileTest, RecordIsWrittenBehindItsKindTypeAndLength) {
-    Reopen();
+    EXPECT_THAT(Reopen(), ::testing::IsEmpty());
     file_->Append(RecordKind::kAction, {"two\nlines", 3});
     EXPECT_EQ("action 3 9\ntwo\nlines\n", Content());
 }

@@ -103,6 +103,7 @@ class TypedDeedsTest : public ProductFixture {
 TEST_F(TypedDeedsTest, WhatIsNotUnderstoodIsRefusedAndChangesNothing) {
     product_.area.Open();
     Execute("install build=1");
+    Execute("misbehave drop");
     const std::pair<const char*, std::vector<const char*>> kRefused[] = {
         {"misbehave", {"unknown", "clear dorp", "clear drop hang"}},
         {"broadcast", {"index=11", "index=1 value=4294967296", "1", "value=1", "index=1 1"}},
@@ -114,6 +115,7 @@ TEST_F(TypedDeedsTest, WhatIsNotUnderstoodIsRefusedAndChangesNothing) {
         {"records", {"append action type=3,", "limit 5", "remove"}},
         {"live", {"", "off now", "maybe"}},
         {"install", {"", "5058", "build=5o", "build=2147483648", "build=0x10", "build=7 now"}},
+        {"install", {"build=+5", "\"build= 1\"", "\"build=1 \""}},
         {"uninstall", {"now"}},
         {"protection", {"set files", "set files x", "set files 4294967296", "off", "raw a b"}},
         {"protection", {"set files 1 kind=1"}},
@@ -130,6 +132,10 @@ TEST_F(TypedDeedsTest, WhatIsNotUnderstoodIsRefusedAndChangesNothing) {
     EXPECT_EQ(0u, product_.protection.Reported()[0].status);
     EXPECT_TRUE(product_.results.List().empty());
     EXPECT_EQ(0u, product_.records.Count(RecordKind::kAction));
+    EXPECT_THAT(Execute("misbehave"), ElementsAre("answer command=misbehave fault=drop",
+                                                  "answer command=misbehave faults=1"));
+    EXPECT_EQ(2u, product_.area.Image().Read(AreaField::kVersion));
+    EXPECT_FALSE(product_.area.IsHeld());
 }
 
 TEST_F(TypedDeedsTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
