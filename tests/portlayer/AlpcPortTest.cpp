@@ -182,7 +182,7 @@ TEST_F(AlpcPortTest, ServersSmallBufferKeepsTheMessage) {
 // The client's buffer becomes the server's message; its total may exceed what it holds.
 TEST_F(AlpcPortTest, ConnectionMessageBecomesTheServersReply) {
     const Handle server = CreatePort();
-    auto connecting = std::async(std::launch::async, [this] {
+    auto connecting = std::async(std::launch::async, [] {
         Bytes message = Message(24, ToBytes("KelComm "), 100);
         std::size_t length = message.size();
         AlpcPortAttributes attributes = {};

@@ -114,7 +114,7 @@ TEST(ProgramTest, DigestsAreLowerCaseHexadecimal) {
     EXPECT_EQ("a9993e364706816aba3e25717850c26c9cd0d89d", program.sha1);
     EXPECT_EQ("ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad", program.sha256);
     EXPECT_EQ(folder.File("abc"), program.path);
-    std::ofstream(folder.File("empty"));
+    std::ofstream(folder.File("empty")) << "";
     EXPECT_EQ("da39a3ee5e6b4b0d3255bfef95601890afd80709", ReadProgram(folder.File("empty")).sha1);
     EXPECT_THROW(ReadProgram(folder.File("none")), std::runtime_error);
 }
