@@ -91,8 +91,8 @@ void CDatabase::StoreRecords(MessageType type, const std::vector<std::string>& r
     const Lock lock(mutex_);
     CTransaction transaction(connection_);
     CSqliteStatement insert(connection_, "INSERT INTO mined_records (type, record) VALUES (?, ?)");
+    insert.BindText(1, TypeColumn(type));  // stays bound from row to row
     for (const std::string& record : records) {
-        insert.BindText(1, TypeColumn(type));
         insert.BindBlob(2, record);
         insert.Step();
     }
