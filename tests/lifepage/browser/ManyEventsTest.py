@@ -1,9 +1,12 @@
-"""A hundred thousand events, with as much beside them as the demonstration has, open at once and move without a stutter."""
+"""A hundred thousand events, with no less beside them than the demonstration has, open at once and move without a stutter."""
 from Frames import FramesTest
 from Page import main, page_with, written
 from Rounds import Rounds
 
 EVENTS = 100_000
+# Together as dense as the demonstration, in which a scenario has 800 events, 14 tasks, 34 steps, 11 outages, 13 processes and 10
+# batches: for as many events they have 16, 39, 13, 12 and 16.
+PLAYED = ["failing-database", "block-variants", "context", "legacy-roads"]
 OPENED = 2.0  # seconds of a processor, as is all below
 TAB = 0.4  # to show another table
 SEARCHED = 2.0
@@ -21,25 +24,21 @@ new MutationObserver(() => {
 
 
 class ManyEvents(FramesTest):
-    """A browser for each of the lives, whose work adds up."""
-
     def setUp(self):
         super().setUp()
         watch = self.browser.execute_cdp_cmd("Page.addScriptToEvaluateOnNewDocument", {"source": WHEN_SHOWN})
         self.addCleanup(self.browser.execute_cdp_cmd, "Page.removeScriptToEvaluateOnNewDocument", watch)
 
     def look_at(self, length):
-        rounds = Rounds(written("whole-life"), EVENTS, length)
+        rounds = Rounds([written(name) for name in PLAYED], EVENTS, length)
         with page_with(rounds.life()) as path:
-            self.open(path)
-            self.check_opened(rounds)
+            self.check_opened(rounds, self.cost(lambda: self.open(path)))
         self.check_tabs()
         self.check_last_round(rounds)
         self.check_frames()
         self.check_search(rounds)
 
-    def check_opened(self, rounds):
-        opened = self.spent()
+    def check_opened(self, rounds, opened):
         print(f"{rounds.count('events')} events, {rounds.count('tasks')} tasks, {rounds.count('steps')} steps, {rounds.count('outages')} "
               f"outages: {opened * 1000:.0f} ms of a processor to open, told as shown after "
               f"{self.run_script('return document.documentElement.dataset.shown')} ms on the wall")
@@ -60,7 +59,7 @@ class ManyEvents(FramesTest):
 
     def check_last_round(self, rounds):
         """The end of a long life leads to its own events, as the beginning does."""
-        events = rounds.round["events"]
+        events = rounds.last["events"]
         reply = next(at for at in range(len(events) - 1, 0, -1) if "answers" in events[at])
         chosen = rounds.count("events") - len(events) + reply
         took = self.cost(lambda: self.run_script("location.hash = `event=${arguments[0]}`", chosen))
@@ -72,7 +71,7 @@ class ManyEvents(FramesTest):
         self.assertEqual(self.address(), f"event={chosen - reply + events[reply]['answers']}")
         self.one("#tab-tasks").click()
         next(one for one in self.all("#view-tasks .rest button") if one.is_displayed() and one.text == "The last rows").click()
-        task = rounds.round["tasks"][-1]
+        task = rounds.last["tasks"][-1]
         row = self.all("#view-tasks tbody tr")[-1]
         self.assertEqual(row.find_element("css selector", "button").text, f"{rounds.count('tasks')} {task['what']}")
         row.find_elements("css selector", ".road button")[-1].click()
@@ -81,15 +80,15 @@ class ManyEvents(FramesTest):
 
     def check_frames(self):
         self.one("#tab-events").click()
-        self.check_frame("scrolling", "list.scrollTop += 5000;")
+        self.check_frame("scrolling", "list.scrollTop += 12_500;")
         self.assertGreater(self.run_script("return document.querySelector('.list').scrollTop"), 400_000)
         self.check_frame("all of it", "wheel({deltaY: frames % 2 === 0 ? -1 : 1, ctrlKey: true});", 100)
-        self.check_frame("zooming", "wheel({deltaY: frames < 50 ? -60 : 60, ctrlKey: true});", 100)
+        self.check_frame("zooming", "wheel({deltaY: frames < half ? -150 : 150, ctrlKey: true});", 100)
         self.one("[title='Show all of the life']").click()
         for _ in range(3):
             self.one("[title='Show less time']").click()
         before = self.address()
-        self.check_frame("moving", "wheel({deltaY: frames < 50 ? 60 : -40, shiftKey: true});", 100)
+        self.check_frame("moving", "wheel({deltaY: frames < half ? 150 : -100, shiftKey: true});", 100)
         self.assertNotEqual(self.address(), before)
 
     def check_frame(self, what, act, least=0):
@@ -100,8 +99,8 @@ class ManyEvents(FramesTest):
         self.assertLess(took, FRAME, what)
 
     def check_search(self, rounds):
-        text = "miner stored 100 records"
-        found = rounds.number * sum(text in event["text"] for event in rounds.round["events"])
+        text = "miner stored 2 records"
+        found = rounds.number * sum(text in event["text"] for one in rounds.lives for event in one["events"])
         self.assertGreater(found, 50)
 
         def search():

@@ -2,7 +2,9 @@
 
 usage of a suite: <Suite>Test.py <folder of the pages that were written> [<folder of axe-core>]
 """
+import atexit
 import contextlib
+import functools
 import json
 import os
 import pathlib
@@ -49,24 +51,38 @@ def life(**members):
             "events": [], "tasks": [], "records": [], "outages": [], "neutral": [], **members}
 
 
+@functools.cache
+def browser():
+    """The one browser of this process, which ends with it: to start one takes longer than most tests."""
+    options = webdriver.ChromeOptions()
+    options.add_argument("--headless=new")
+    options.add_argument("--disable-gpu")
+    options.add_argument("--disable-dev-shm-usage")
+    if os.geteuid() == 0:
+        options.add_argument("--no-sandbox")
+    options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
+    started = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
+    atexit.register(started.quit)
+    started.set_script_timeout(PATIENCE)
+    return started
+
+
 class PageTest(unittest.TestCase):
-    """A class of tests has one browser, each test an empty page in it."""
+    """A class of tests has a tab of the browser, each test an empty page in it."""
 
     size = (1440, 1000)
 
     @classmethod
     def setUpClass(cls):
-        options = webdriver.ChromeOptions()
-        options.add_argument("--headless=new")
-        options.add_argument("--disable-gpu")
-        options.add_argument("--disable-dev-shm-usage")
-        if os.geteuid() == 0:
-            options.add_argument("--no-sandbox")
-        options.set_capability("goog:loggingPrefs", {"performance": "ALL", "browser": "ALL"})
-        cls.browser = webdriver.Chrome(service=Service("/usr/bin/chromedriver"), options=options)
-        cls.addClassCleanup(cls.browser.quit)
+        cls.browser = browser()
+        cls.browser.switch_to.new_window("tab")
+        cls.addClassCleanup(cls.close)
         cls.browser.set_window_size(*cls.size)
-        cls.browser.set_script_timeout(PATIENCE)
+
+    @classmethod
+    def close(cls):
+        cls.browser.close()
+        cls.browser.switch_to.window(cls.browser.window_handles[0])
 
     def setUp(self):
         self.browser.get("about:blank")

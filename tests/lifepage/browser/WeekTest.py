@@ -51,7 +51,7 @@ class WeekOfALife(FramesTest):
         self.open(self.path, f"event=0&from={RECORDS}&until={RECORDS + 5000}")
         self.one("[title='Show all of the life']").click()
         for what, act in [("all of it", "wheel({deltaY: frames % 2 === 0 ? -1 : 1, ctrlKey: true});"),
-                          ("zooming", "wheel({deltaY: frames < 50 ? -60 : 60, ctrlKey: true});")]:
+                          ("zooming", "wheel({deltaY: frames < half ? -150 : 150, ctrlKey: true});")]:
             took, drawn = self.frame(act)
             print(f"  {what}: {took * 1000:.1f} ms a frame, at most {drawn} calls of the canvas in one")
             self.assertGreater(drawn, 100, what)
