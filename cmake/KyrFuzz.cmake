@@ -1,7 +1,8 @@
-# kyr_add_fuzz_target(<Name> SOURCES <file>... [DEPENDS <target>...])
+# kyr_add_fuzz_target(<Name> [THREADS] SOURCES <file>... [DEPENDS <target>...])
 # A source defines LLVMFuzzerTestOneInput; the committed seeds are fuzz/corpus/<Name>/.
 #   with KYR_BUILD_TESTS:   program replay_<Name> and test corpus_<Name>, which runs every seed and simple
-#                           changes of it, so that every compiler and sanitizer sees the corpus
+#                           changes of it, so that every compiler and sanitizer sees the corpus; ThreadSanitizer only
+#                           that of a target with THREADS, since it finds nothing where one thread decodes
 #   with KYR_BUILD_FUZZERS: program fuzz_<Name>, driven by libFuzzer (clang only)
 
 if(KYR_BUILD_FUZZERS AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
@@ -9,7 +10,10 @@ if(KYR_BUILD_FUZZERS AND NOT CMAKE_CXX_COMPILER_ID MATCHES "Clang")
 endif()
 
 function(kyr_add_fuzz_target name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+    cmake_parse_arguments(ARG "THREADS" "" "SOURCES;DEPENDS" ${ARGN})
+    if(KYR_SANITIZE MATCHES "thread" AND NOT ARG_THREADS)
+        return()
+    endif()
     set(input kyr_fuzz_input_${name})
     add_library(${input} OBJECT ${ARG_SOURCES})
     target_link_libraries(${input} PUBLIC ${ARG_DEPENDS})
