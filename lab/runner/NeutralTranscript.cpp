@@ -32,12 +32,18 @@ bool IsWordByte(const std::string& text, std::size_t at) {
            (std::isalnum(static_cast<unsigned char>(text[at])) != 0 || text[at] == '_');
 }
 
-/// Replaces `value` where it is no part of a longer word.
+/// A record counts in numbers ("sequence":132); processes are told in quotes, or after a word.
+bool IsNumberOfARecord(const std::string& text, std::size_t at) {
+    return at >= 2 && text.compare(at - 2, 2, "\":") == 0;
+}
+
+/// Replaces `value` where it is no part of a longer word, and no number of a record.
 void ReplaceWord(std::string& text, const std::string& value, const std::string& by) {
     std::size_t at = 0;
     while ((at = text.find(value, at)) != std::string::npos) {
         const std::size_t end = at + value.size();
-        if (IsWordByte(text, end) || (at > 0 && IsWordByte(text, at - 1))) {
+        if (IsWordByte(text, end) || (at > 0 && IsWordByte(text, at - 1)) ||
+            IsNumberOfARecord(text, at)) {
             at = end;
         } else {
             text.replace(at, value.size(), by);

@@ -180,6 +180,13 @@ TEST(NeutralTranscript, NamedValueIsWrittenByItsNameWhereItIsAWholeWord) {
                             "product 1: request bytes=<$v.pid", "product 1: did pid=$v.pid"));
 }
 
+TEST(NeutralTranscript, NumberOfARecordIsNoProcess) {
+    GivenTexts given;
+    given.Name("pid", "132", "victim.pid", 0);
+    EXPECT_THAT(Neutral({R"(1 host log text="{\"sequence\":132,\"pid\":\"132\"}")"}, given),
+                ElementsAre(R"(host 1: log text="{\"sequence\":132,\"pid\":\"$victim.pid\"}")"));
+}
+
 TEST(NeutralTranscript, NumberThatAnotherProcessGetsIsWrittenByItsNewName) {
     GivenTexts given;
     given.Name("pid", "36", "first.pid", 1);
