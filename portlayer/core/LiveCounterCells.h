@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <memory>
 
 namespace Kyr::PortLayer::Detail {
 
@@ -24,18 +25,23 @@ enum class LiveCounter {
 
 std::atomic<std::int64_t>& CounterCell(LiveCounter counter);
 
-/// Counts one live object from construction to destruction.
+/// Counts one live object from construction to Reset or destruction; moves with what it counts.
 class CLiveCount {
   public:
-    explicit CLiveCount(LiveCounter counter) : counter_(counter) {
-        CounterCell(counter_).fetch_add(1, std::memory_order_relaxed);
+    CLiveCount() = default;
+    explicit CLiveCount(LiveCounter counter) : cell_(&CounterCell(counter)) {
+        cell_->fetch_add(1, std::memory_order_relaxed);
     }
-    CLiveCount(const CLiveCount&) = delete;
-    CLiveCount& operator=(const CLiveCount&) = delete;
-    ~CLiveCount() { CounterCell(counter_).fetch_sub(1, std::memory_order_relaxed); }
+    explicit operator bool() const { return cell_ != nullptr; }
+    void Reset() { cell_.reset(); }
 
   private:
-    const LiveCounter counter_;
+    struct CountDown {
+        void operator()(std::atomic<std::int64_t>* cell) const {
+            cell->fetch_sub(1, std::memory_order_relaxed);
+        }
+    };
+    std::unique_ptr<std::atomic<std::int64_t>, CountDown> cell_;
 };
 
 }  // namespace Kyr::PortLayer::Detail

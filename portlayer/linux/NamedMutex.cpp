@@ -62,7 +62,7 @@ class CNamedMutex final : public CExclusiveWaitable {
     NtApi::NtStatus OpenOrCreate(const char16_t* name, bool owned);
 
     std::uint32_t Wait(const CDeadline& deadline) override;
-    void OnClose() override { live_.reset(); }
+    void OnClose() override { live_.Reset(); }
     /// False when the calling thread does not own it.
     bool Release();
 
@@ -81,7 +81,7 @@ class CNamedMutex final : public CExclusiveWaitable {
     void EndUse();
 
     // Only the handle counts as live.
-    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kMutexes);
+    CLiveCount live_{LiveCounter::kMutexes};
     CNamedFile file_;
     CMapping mapping_;
     std::mutex useMutex_;

@@ -36,6 +36,7 @@ class CNamedSection final : public CObject {
 
 /// A view keeps the object alive after the section's handle is closed.
 struct MappedView {
+    CLiveCount live{LiveCounter::kMappedViews};
     std::shared_ptr<CNamedFile> file;
     CMapping mapping;
     int protection = PROT_NONE;
@@ -116,23 +117,16 @@ void* KYR_NTAPI MapViewOfFile(Handle handle, std::uint32_t access, std::uint32_t
     }
     void* const base = view.mapping.Base();
     views.byBase[base] = std::move(view);
-    CounterCell(LiveCounter::kMappedViews).fetch_add(1, std::memory_order_relaxed);
     return base;
 }
 
 Bool KYR_NTAPI UnmapViewOfFile(const void* base) {
     Views& views = TheViews();
     // Outlives the lock: the view may be the last holder of its file, which is then removed.
-    MappedView ended;
+    decltype(views.byBase)::node_type ended;
     const std::lock_guard<std::mutex> lock(views.mutex);
-    const auto found = views.byBase.find(base);
-    if (found == views.byBase.end()) {
-        return 0;
-    }
-    ended = std::move(found->second);
-    views.byBase.erase(found);
-    CounterCell(LiveCounter::kMappedViews).fetch_sub(1, std::memory_order_relaxed);
-    return 1;
+    ended = views.byBase.extract(base);
+    return ended.empty() ? 0 : 1;
 }
 
 std::size_t KYR_NTAPI VirtualQuery(const void* address, NtApi::MemoryBasicInformation* information,

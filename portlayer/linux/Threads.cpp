@@ -16,10 +16,10 @@ using namespace Detail;
 /// Only the creator's handle counts as live: the thread may outlast it, as the system's threads do.
 class CThread final : public CWaitable {
   public:
-    void OnClose() override { live_.reset(); }
+    void OnClose() override { live_.Reset(); }
 
   private:
-    std::unique_ptr<CLiveCount> live_ = std::make_unique<CLiveCount>(LiveCounter::kThreads);
+    CLiveCount live_{LiveCounter::kThreads};
 };
 
 }  // namespace

@@ -10,10 +10,6 @@ using namespace NtApi;
 
 constexpr std::size_t kPageSize = 4096;
 
-void Count(LiveCounter counter, int change) {
-    CounterCell(counter).fetch_add(change, std::memory_order_relaxed);
-}
-
 }  // namespace
 
 NtStatus CAlpcMemory::CreateSection(std::size_t size, Handle& section, std::size_t* actualSize) {
@@ -73,7 +69,7 @@ NtStatus CAlpcMemory::CreateView(AlpcDataViewAttr& view) {
     if (section.view || view.ViewSize > section.size) {
         return kStatusInvalidParameter;
     }
-    section.view = std::make_unique<CLiveCount>(LiveCounter::kSectionViews);
+    section.view = CLiveCount(LiveCounter::kSectionViews);
     view.ViewBase = section.area.base;
     return kStatusSuccess;
 }
@@ -89,7 +85,7 @@ NtStatus CAlpcMemory::DeleteView(const void* base) {
         }
     }
     for (auto message = messages_.begin(); message != messages_.end(); ++message) {
-        if (message->viewIsLive && message->view.base == base) {
+        if (message->liveView && message->view.base == base) {
             EndView(*message);
             if (!message->needsRelease) {
                 messages_.erase(message);
@@ -125,7 +121,7 @@ void CAlpcMemory::ViewSent(CPortSection& section) {
 }
 
 void CAlpcMemory::EndOwnView(CPortSection& section) {
-    section.view.reset();
+    section.view.Reset();
     if (section.handle == nullptr) {
         sections_.erase(std::remove_if(sections_.begin(), sections_.end(),
                                        [&](const auto& item) { return item.get() == &section; }),
@@ -148,9 +144,9 @@ bool CAlpcMemory::AddReceived(std::uint32_t messageId, const ReceivedView& view,
     if (known) {
         return false;
     }
-    Count(LiveCounter::kReceivedViews, hasView ? 1 : 0);
-    Count(LiveCounter::kUnreleasedMessages, needsRelease ? 1 : 0);
-    messages_.push_back({messageId, view, needsRelease, hasView});
+    messages_.push_back({messageId, view,
+                         needsRelease ? CLiveCount(LiveCounter::kUnreleasedMessages) : CLiveCount(),
+                         hasView ? CLiveCount(LiveCounter::kReceivedViews) : CLiveCount()});
     return true;
 }
 
@@ -160,12 +156,11 @@ NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
         if (!message->needsRelease || message->messageId != messageId) {
             continue;
         }
-        message->needsRelease = false;
-        Count(LiveCounter::kUnreleasedMessages, -1);
-        if (unmapView && message->viewIsLive) {
+        message->needsRelease.Reset();
+        if (unmapView && message->liveView) {
             EndView(*message);
         }
-        if (!message->viewIsLive) {
+        if (!message->liveView) {
             messages_.erase(message);
         }
         return kStatusSuccess;
@@ -174,18 +169,16 @@ NtStatus CAlpcMemory::ReleaseMessage(std::uint32_t messageId, bool unmapView) {
 }
 
 void CAlpcMemory::EndView(Received& message) {
-    message.viewIsLive = false;
+    message.liveView.Reset();
     received_.Free(message.view.slot);
-    Count(LiveCounter::kReceivedViews, -1);
 }
 
 void CAlpcMemory::Clear() {
     const std::lock_guard<std::mutex> lock(mutex_);
     for (Received& message : messages_) {
-        if (message.viewIsLive) {
+        if (message.liveView) {
             EndView(message);
         }
-        Count(LiveCounter::kUnreleasedMessages, message.needsRelease ? -1 : 0);
     }
     messages_.clear();
     sections_.clear();

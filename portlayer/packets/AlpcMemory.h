@@ -28,8 +28,8 @@ class CPortSection {
     const std::size_t size;
     // Guarded by the mutex of CAlpcMemory.
     // A section ends when both are gone, in either order.
-    NtApi::Handle handle = nullptr;    // null when deleted; the view may still stand
-    std::unique_ptr<CLiveCount> view;  // null when there is none
+    NtApi::Handle handle = nullptr;  // null when deleted; the view may still stand
+    CLiveCount view;                 // counts when there is one
 
   private:
     const CLiveCount live_{LiveCounter::kPortSections};
@@ -65,13 +65,13 @@ class CAlpcMemory {
 
   private:
     using Sections = std::vector<std::shared_ptr<CPortSection>>;
-    // A received message stays known while one of the two is true. They end in either order: the
+    // A received message stays known while one of the two counts. They end in either order: the
     // release of the message may leave its view standing, and a view may be deleted before.
     struct Received {
         std::uint32_t messageId;
         ReceivedView view;
-        bool needsRelease;
-        bool viewIsLive;
+        CLiveCount needsRelease;
+        CLiveCount liveView;
     };
     // REQUIRE: mutex_ is held.
     /// The end of sections_ when it is deleted, or never was.

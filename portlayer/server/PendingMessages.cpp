@@ -39,8 +39,8 @@ void PendingMessage::Clear() {
     ClearRequestData(*this);
     if (open && !isConnectionRequest) {
         connection->CountRequest(-1);
-        CounterCell(LiveCounter::kPendingRequests).fetch_sub(1, std::memory_order_relaxed);
     }
+    live.Reset();
     open = false;
     isConnectionRequest = false;
     answered = false;

@@ -31,6 +31,7 @@ struct PendingMessage {
     // An answer is on its way: only the thread that sends it may touch what follows.
     bool answered = false;
     bool isConnectionRequest = false;
+    CLiveCount live;  // of an open request
     std::shared_ptr<CServerConnection> connection;
     std::uint32_t exchange = 0;
     MessageIds ids;

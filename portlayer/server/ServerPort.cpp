@@ -312,9 +312,10 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     // Only open records are counted, since only those count down when they end
     // (PendingMessage::Clear).
     record->open = valid && isRequest;
-    connection->CountRequest(record->open ? 1 : 0);
-    CounterCell(LiveCounter::kPendingRequests)
-        .fetch_add(record->open ? 1 : 0, std::memory_order_relaxed);
+    if (record->open) {
+        record->live = CLiveCount(LiveCounter::kPendingRequests);
+        connection->CountRequest(1);
+    }
     // EndPendingMessage takes the lock itself.
     lock.unlock();
     if (!valid || !isRequest) {
