@@ -44,8 +44,8 @@ class CSocketListener final : public IPortListener {
     ~CSocketListener() override { CSocketListener::Close(); }
     NtStatus Open(const UnicodeString& name);
 
-    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    std::unique_ptr<IPacketChannel> Accept() override;
+    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
+                       std::unique_ptr<IPacketChannel>& client) override;
     bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return WatchDescriptor(poll_.Get(), SocketOf(channel), kFirstChannel + number);
     }
@@ -61,6 +61,7 @@ class CSocketListener final : public IPortListener {
 
   private:
     NtStatus TakeName(const UnicodeString& name);
+    std::unique_ptr<IPacketChannel> Accept();
 
     // Beside the socket stands a file that the port's owner holds: so a name left by a dead process
     // is told from one in use, and taken over.
@@ -112,15 +113,19 @@ NtStatus CSocketListener::Open(const UnicodeString& name) {
     return watching ? kStatusSuccess : Failed({});
 }
 
-IPortListener::ListenerEvent CSocketListener::Wait(const CDeadline& deadline,
-                                                   std::uint64_t& number) {
+IPortListener::ListenerEvent CSocketListener::Wait(const CDeadline& deadline, std::uint64_t& number,
+                                                   std::unique_ptr<IPacketChannel>& client) {
     epoll_event event = {};
     // One event a call: the other ones are for other threads.
     if (::epoll_wait(poll_.Get(), &event, 1, deadline.PollMilliseconds()) <= 0) {
         return ListenerEvent::kNothing;
     }
-    if (event.data.u64 < kFirstChannel) {
-        return event.data.u64 == kListener ? ListenerEvent::kClient : ListenerEvent::kWoken;
+    if (event.data.u64 == kListener) {
+        client = Accept();
+        return ListenerEvent::kClient;
+    }
+    if (event.data.u64 == kWake) {
+        return ListenerEvent::kWoken;
     }
     number = event.data.u64 - kFirstChannel;
     return ListenerEvent::kReadable;

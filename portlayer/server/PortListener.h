@@ -1,7 +1,7 @@
 // A port's name, the clients that come to it, and who of them has something to say.
 //
 // The back end has one implementation; a server's port owns one of these.
-// Threads: any number may wait, accept and unwatch at once.
+// Threads: any number may wait and unwatch at once.
 #pragma once
 
 #include <cstdint>
@@ -15,7 +15,7 @@ class IPortListener {
   public:
     enum class ListenerEvent {
         kNothing,   // the deadline passed, or somebody else was faster
-        kClient,    // Accept has a new client
+        kClient,    // a new client came
         kReadable,  // the channel with the number has a packet, or has ended
         kWoken,     // Wake was called
     };
@@ -25,12 +25,11 @@ class IPortListener {
     IPortListener& operator=(const IPortListener&) = delete;
     virtual ~IPortListener() = default;
 
-    /// Waits for what comes first; `number` is set for Readable.
-    virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) = 0;
-    /// The channel of a new client of our own user. Null when there is none, as another user's is
-    /// turned away; and, after a moment's rest, when the process can hold no more: the client stays
-    /// in front of the door.
-    virtual std::unique_ptr<IPacketChannel> Accept() = 0;
+    /// Waits for what comes first; `number` is set for Readable, `client` for a new client of our
+    /// own user. It stays null for another user's, who is turned away; and, after a moment's rest,
+    /// when the process can hold no more: the client stays in front of the door.
+    virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
+                               std::unique_ptr<IPacketChannel>& client) = 0;
     /// From now on Wait tells of the channel. False when that is impossible. Each number is used
     /// once.
     virtual bool Watch(IPacketChannel& channel, std::uint64_t number) = 0;

@@ -98,7 +98,8 @@ NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {
             return kStatusPortClosed;
         }
         std::uint64_t number = 0;
-        const auto event = listener_->Wait(deadline, number);
+        std::unique_ptr<IPacketChannel> client;
+        const auto event = listener_->Wait(deadline, number, client);
         if (event == IPortListener::ListenerEvent::kReadable) {
             // Dropped since the listener saw it: no longer found.
             const auto connection = FindConnection(number);
@@ -106,7 +107,7 @@ NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {
                 return kStatusSuccess;
             }
         } else if (event == IPortListener::ListenerEvent::kClient) {
-            AcceptClient();
+            AddClient(std::move(client));
         } else if (event == IPortListener::ListenerEvent::kNothing && deadline.HasPassed()) {
             // Waits end early, too: by a signal, or because they cannot be told so long a time.
             return kStatusTimeout;
@@ -115,8 +116,7 @@ NtStatus CServerPort::Next(ReceiveScratch& scratch, const CDeadline& deadline) {
     return kStatusTimeout;
 }
 
-void CServerPort::AcceptClient() {
-    auto channel = listener_->Accept();
+void CServerPort::AddClient(std::unique_ptr<IPacketChannel> channel) {
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!channel || closed_ || connections_.size() >= kMaxConnections) {
         // The channel is destroyed, and so the client sees its connection request fail.

@@ -81,7 +81,7 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     std::unique_ptr<ReceiveScratch> TakeScratch();
     void GiveScratch(std::unique_ptr<ReceiveScratch> scratch);
     NtApi::NtStatus Next(ReceiveScratch& scratch, const CDeadline& deadline);
-    void AcceptClient();
+    void AddClient(std::unique_ptr<IPacketChannel> channel);
     std::shared_ptr<CServerConnection> FindConnection(std::uint64_t number);
     std::vector<std::shared_ptr<CServerConnection>> Connections();
     /// False: nothing for the server in it.

@@ -1,7 +1,7 @@
 // A port as a named pipe, and a completion queue over the instances of its clients.
-#include <array>
-#include <deque>
+#include <algorithm>
 #include <mutex>
+#include <vector>
 
 #include "portlayer/server/PortListener.h"
 #include "portlayer/windows/ObjectNames.h"
@@ -28,10 +28,9 @@ struct PipeConnect : PipeOperation {
     CSystemHandle pipe;
 };
 
-// An instance of the pipe goes through three hands:
+// An instance of the pipe goes through two hands:
 //   listening_  waits for a client; the connect is an operation of the queue
-//   connected_  Wait took the connect from the queue and answered Client
-//   a channel   Accept handed it out, and put a new instance into listening_
+//   a channel   Wait took the connect from the queue, and put a new instance into listening_
 // Unlike a socket that listens, a connect is told once. An instance that cannot be accepted yet
 // goes back into the queue, so that a later Wait tells of it again.
 class CPipeListener final : public IPortListener {
@@ -39,8 +38,8 @@ class CPipeListener final : public IPortListener {
     ~CPipeListener() override;
     NtStatus Open(const UnicodeString& name);
 
-    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number) override;
-    std::unique_ptr<IPacketChannel> Accept() override;
+    ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
+                       std::unique_ptr<IPacketChannel>& client) override;
     bool Watch(IPacketChannel& channel, std::uint64_t number) override {
         return static_cast<CPipeChannel&>(channel).Watch(number);
     }
@@ -55,6 +54,7 @@ class CPipeListener final : public IPortListener {
   private:
     bool Listen();
     NtStatus Claim(const std::wstring& port);
+    std::unique_ptr<IPacketChannel> Accept(const std::shared_ptr<PipeOperation>& operation);
 
     const std::shared_ptr<CPipeQueue> queue_ = std::make_shared<CPipeQueue>();
     const CSystemHandle wake_ = Own(::CreateEventW(nullptr, TRUE, FALSE, nullptr));
@@ -63,9 +63,7 @@ class CPipeListener final : public IPortListener {
     std::mutex mutex_;
     // Guarded by mutex_.
     CSystemHandle claim_;
-    std::deque<std::shared_ptr<PipeConnect>> listening_;
-    std::deque<std::shared_ptr<PipeConnect>> connected_;
-    bool closed_ = false;
+    std::vector<std::shared_ptr<PipeConnect>> listening_;
 };
 
 CPipeListener::~CPipeListener() {
@@ -111,8 +109,7 @@ NtStatus CPipeListener::Open(const UnicodeString& name) {
 
 /// One more instance waits. REQUIRES: mutex_ is held, or nobody else knows the listener.
 bool CPipeListener::Listen() {
-    const bool isFirst = listening_.empty() && connected_.empty();
-    const DWORD first = isFirst ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
+    const DWORD first = listening_.empty() ? FILE_FLAG_FIRST_PIPE_INSTANCE : 0;
     auto connect = std::make_shared<PipeConnect>();
     connect->pipe = Own(::CreateNamedPipeW(
         path_.c_str(), PIPE_ACCESS_DUPLEX | FILE_FLAG_OVERLAPPED | first,
@@ -133,7 +130,8 @@ bool CPipeListener::Listen() {
     return true;
 }
 
-IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64_t& number) {
+IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std::uint64_t& number,
+                                                 std::unique_ptr<IPacketChannel>& client) {
     bool woken = false;
     const auto operation = queue_->Next(deadline, woken);
     if (woken) {
@@ -142,41 +140,35 @@ IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std:
     if (!operation) {
         return ListenerEvent::kNothing;
     }
-    // Of a read or a connect; those that failed are told as well, and found out by Receive or
-    // Accept.
+    // Of a read or a connect; those that failed are told as well, and found out by Receive or by
+    // who asks for the client.
     if (!operation->isConnect) {
         number = static_cast<PipeRead&>(*operation).number;
         return ListenerEvent::kReadable;
     }
-    const std::lock_guard<std::mutex> lock(mutex_);
-    for (auto item = listening_.begin(); item != listening_.end(); ++item) {
-        if (*item == operation) {
-            connected_.push_back(*item);
-            listening_.erase(item);
-            return ListenerEvent::kClient;
-        }
-    }
-    return ListenerEvent::kNothing;  // closed meanwhile
+    client = Accept(operation);
+    return ListenerEvent::kClient;
 }
 
-std::unique_ptr<IPacketChannel> CPipeListener::Accept() {
+std::unique_ptr<IPacketChannel> CPipeListener::Accept(
+    const std::shared_ptr<PipeOperation>& operation) {
     CSystemHandle pipe;
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (closed_ || connected_.empty()) {
-            return nullptr;
+        const auto item = std::find(listening_.begin(), listening_.end(), operation);
+        if (item == listening_.end()) {
+            return nullptr;  // closed meanwhile
         }
-        const auto connect = connected_.front();
+        const std::shared_ptr<PipeConnect> connect = *item;
         // The next one waits before this one is served: a name without instances does not exist.
         if (Listen()) {
             pipe = std::move(connect->pipe);
+            listening_.erase(std::find(listening_.begin(), listening_.end(), connect));
         } else {
             // As if it had connected just now.
             queue_->Begin(connect);
-            queue_->EndAtOnce(*connect, connect->error);
-            listening_.push_back(connect);
+            queue_->EndAtOnce(*connect, ERROR_SUCCESS);
         }
-        connected_.pop_front();
     }
     if (!pipe.IsOpen()) {
         ::WaitForSingleObject(Native(wake_), kRestMilliseconds);
@@ -196,14 +188,12 @@ std::unique_ptr<IPacketChannel> CPipeListener::Accept() {
 
 void CPipeListener::Close() {
     const std::lock_guard<std::mutex> lock(mutex_);
-    closed_ = true;
     for (const auto& connect : listening_) {
         // Its operation comes to the queue once more, and finds nobody.
         ::CancelIoEx(Native(connect->pipe), nullptr);
         connect->pipe.Reset();
     }
     listening_.clear();
-    connected_.clear();
     claim_.Reset();
 }
 
