@@ -31,14 +31,6 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
 
-// An advanced message is header and data and nothing behind them.
-NtStatus CheckMessage(const std::uint8_t* message, std::size_t limit) {
-    if (TotalLength(message) != kHeader + DataLength(message)) {
-        return kStatusInvalidParameter;
-    }
-    return TotalLength(message) > limit ? kStatusPortMessageTooLong : kStatusSuccess;
-}
-
 }  // namespace
 
 CAlpcClientPort::CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit)
@@ -80,7 +72,7 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
         return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId,
                                       UnmapsView(call.sendAttributes));
     }
-    NtStatus status = CheckMessage(call.sendMessage, limit_);
+    NtStatus status = CheckLengths(PortDialect::kAlpc, call.sendMessage, limit_);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -138,9 +130,8 @@ NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& excha
     // A reply that does not fit is lost; the caller learns its length. One whose header contradicts
     // its length breaks the rules: the connection ends. A view goes back in both cases, as nobody
     // will see it.
-    if (!fits || exchange.replyLength < kHeader ||
-        TotalLength(call.receiveMessage) != exchange.replyLength ||
-        CheckMessage(call.receiveMessage, exchange.replyLength) != kStatusSuccess) {
+    if (!fits || !LengthsFit(PortDialect::kAlpc, call.receiveMessage, exchange.replyLength,
+                             exchange.replyLength)) {
         if (exchange.view.slot != kNoSlot) {
             connection_->ReceivePool().Free(exchange.view.slot);
         }
@@ -197,7 +188,7 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
     std::uint8_t empty[kHeader] = {kHeader & 0, 0, kHeader, 0};
     auto* const message =
         connectionMessage != nullptr ? static_cast<std::uint8_t*>(connectionMessage) : empty;
-    NtStatus status = CheckMessage(message, limit);
+    NtStatus status = CheckLengths(PortDialect::kAlpc, message, limit);
     const CDeadline deadline = CDeadline::FromNative(timeout);
     std::shared_ptr<CClientConnection> connection;
     std::vector<std::uint8_t> answer;

@@ -33,14 +33,8 @@ NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcCl
     if (!port) {
         return kStatusInvalidHandle;
     }
-    if (TotalLength(message) > port->limit) {
-        return kStatusPortMessageTooLong;
-    }
-    // A legacy message may be longer than its data: the data block stands behind them.
-    if (LpcLayout().headerSize + DataLength(message) > TotalLength(message)) {
-        return kStatusInvalidParameter;
-    }
-    return ReadDataBlock(message, TotalLength(message), block);
+    const NtStatus status = CheckLengths(PortDialect::kLpc, message, port->limit);
+    return status == kStatusSuccess ? ReadDataBlock(message, TotalLength(message), block) : status;
 }
 
 }  // namespace

@@ -40,10 +40,6 @@ const LpcHeaderLayout& LpcLayout() {
     return layout;
 }
 
-std::size_t HeaderSize(PortDialect dialect) {
-    return dialect == PortDialect::kLpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
-}
-
 MessageIds ReadIds(PortDialect dialect, const void* message) {
     return IsWide(dialect) ? ReadIdsOf<std::uint64_t>(message) : ReadIdsOf<std::uint32_t>(message);
 }

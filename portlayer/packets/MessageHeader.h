@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "ntapi/PortMessage.h"
+#include "ntapi/Status.h"
 
 namespace Kyr::PortLayer::Detail {
 
@@ -70,14 +71,31 @@ struct MessageIds {
     }
 };
 
-std::size_t HeaderSize(PortDialect dialect);
+// Here, and not in the source: each message is checked at both ends, whose kinds of ports are known
+// where they do so.
+inline std::size_t HeaderSize(PortDialect dialect) {
+    return dialect == PortDialect::kLpc ? LpcLayout().headerSize : AlpcLayout::kHeaderSize;
+}
+/// What the lengths in a message's header say to whoever sends it through a port of that limit:
+/// kStatusPortMessageTooLong, or kStatusInvalidParameter when they contradict each other.
+inline NtApi::NtStatus CheckLengths(PortDialect dialect, const void* message, std::size_t limit) {
+    const std::size_t total = TotalLength(message);
+    const std::size_t used = HeaderSize(dialect) + DataLength(message);
+    if (dialect == PortDialect::kAlpc && used != total) {
+        return NtApi::kStatusInvalidParameter;
+    }
+    if (total > limit) {
+        return NtApi::kStatusPortMessageTooLong;
+    }
+    // A legacy message may be longer than its data: the data block stands behind them.
+    return used > total ? NtApi::kStatusInvalidParameter : NtApi::kStatusSuccess;
+}
 /// Whether a message that came in so many bytes is no longer than `limit`, and its header tells the
 /// same: who receives it trusts the header.
 inline bool LengthsFit(PortDialect dialect, const void* message, std::size_t length,
                        std::size_t limit) {
-    const std::size_t header = HeaderSize(dialect);
-    return length >= header && length <= limit && TotalLength(message) == length &&
-           header + DataLength(message) <= length;
+    return length >= HeaderSize(dialect) && TotalLength(message) == length &&
+           CheckLengths(dialect, message, limit) == NtApi::kStatusSuccess;
 }
 MessageIds ReadIds(PortDialect dialect, const void* message);
 void WriteIds(PortDialect dialect, void* message, const MessageIds& ids);

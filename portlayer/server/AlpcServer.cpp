@@ -13,8 +13,6 @@ namespace {
 
 using namespace NtApi;
 
-constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
-
 NtStatus Send(CServerPort& port, const AlpcCall& call) {
     const MessageIds ids = ReadIds(PortDialect::kAlpc, call.sendMessage);
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
@@ -25,24 +23,16 @@ NtStatus Send(CServerPort& port, const AlpcCall& call) {
     // must be one of that connection. What it refuses leaves the request open.
     const auto fill = [&](OutgoingPacket& packet,
                           const std::shared_ptr<CServerConnection>& connection) {
-        if (TotalLength(call.sendMessage) != kHeader + DataLength(call.sendMessage)) {
-            return kStatusInvalidParameter;
-        }
-        if (TotalLength(call.sendMessage) > port.Limits().message) {
-            return kStatusPortMessageTooLong;
-        }
+        NtStatus status = CheckLengths(PortDialect::kAlpc, call.sendMessage, port.Limits().message);
         packet.SetMessage(call.sendMessage, TotalLength(call.sendMessage));
-        if (view != nullptr) {
+        if (status == kStatusSuccess && view != nullptr) {
             owner = connection;
-            const NtStatus status = connection->Memory().AttachView(*view, packet, section);
-            if (status != kStatusSuccess) {
-                return status;
-            }
+            status = connection->Memory().AttachView(*view, packet, section);
         }
         // A view must be given back, and so the message that brings it; "released" holds for a
         // reply without one.
         packet.head.flags = release && view == nullptr ? 0 : kPacketContinuation;
-        return kStatusSuccess;
+        return status;
     };
     const NtStatus status = AnswerRequest(port, ids, fill);
     // No request that waits. It may be a datagram that came with a view: sent back with the flag,
@@ -127,7 +117,7 @@ NtStatus KYR_NTAPI NtAlpcAcceptConnectPort(Handle* port, Handle connectionPort, 
                                            void* portContext, void* connectionRequest,
                                            AlpcMessageAttributes*, Bool accept) {
     if (port == nullptr || connectionRequest == nullptr ||
-        TotalLength(connectionRequest) != AlpcLayout::kHeaderSize + DataLength(connectionRequest)) {
+        CheckLengths(PortDialect::kAlpc, connectionRequest, kAlpcMaxMessage) != kStatusSuccess) {
         return kStatusInvalidParameter;
     }
     const auto server = Find<CServerPort>(connectionPort);

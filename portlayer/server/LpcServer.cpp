@@ -20,12 +20,12 @@ std::shared_ptr<CServerPort> LpcPort(Handle handle) {
 }
 
 NtStatus Reply(const CServerPort& port, const void* reply) {
-    if (TotalLength(reply) > port.Limits().message) {
-        return kStatusPortMessageTooLong;
+    const NtStatus status = CheckLengths(PortDialect::kLpc, reply, port.Limits().message);
+    if (status != kStatusSuccess) {
+        return status;
     }
     // Data blocks belong to requests: nobody waits for a reply to be read.
-    if (LpcLayout().headerSize + DataLength(reply) > TotalLength(reply) ||
-        DataInfoOffset(reply) != 0) {
+    if (DataInfoOffset(reply) != 0) {
         return kStatusInvalidParameter;
     }
     return AnswerRequest(port, ReadIds(PortDialect::kLpc, reply),
@@ -108,11 +108,9 @@ NtStatus KYR_NTAPI NtReplyWaitReceivePortEx(Handle handle, void** context, void*
 
 NtStatus KYR_NTAPI NtAcceptConnectPort(Handle* handle, void* context, void* connectionRequest,
                                        Bool accept, void* serverView, void* clientView) {
-    if (handle == nullptr || serverView != nullptr || clientView != nullptr) {
-        return kStatusInvalidParameter;
-    }
-    if (TotalLength(connectionRequest) > LpcLayout().maxMessage ||
-        LpcLayout().headerSize + DataLength(connectionRequest) > TotalLength(connectionRequest)) {
+    if (handle == nullptr || serverView != nullptr || clientView != nullptr ||
+        CheckLengths(PortDialect::kLpc, connectionRequest, LpcLayout().maxMessage) !=
+            kStatusSuccess) {
         return kStatusInvalidParameter;
     }
     return AnswerConnection(PortDialect::kLpc, connectionRequest, accept != 0, context, *handle);
