@@ -65,9 +65,7 @@ NtStatus CClientConnection::Connect(const UnicodeString& name, PortDialect diale
 }
 
 CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
-    : channel_(std::move(channel)),
-      serverProcessId_(channel_->PeerProcessId()),
-      buffer_(new PacketBuffer) {}
+    : channel_(std::move(channel)), buffer_(new PacketBuffer) {}
 
 CClientConnection::~CClientConnection() = default;
 
@@ -124,7 +122,7 @@ ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchan
     const SendResult sent = SendRequest(packet, waiter, deadline);
     // Either way the lock is held afterwards.
     if (sent == SendResult::kSent && waiter.leads) {
-        Lead(lock, waiter, deadline);
+        ReadPacket(lock, deadline);
     } else {
         lock.lock();
     }
@@ -134,13 +132,13 @@ ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchan
             sent == SendResult::kTimedOut ? ExchangeResult::kTimedOut : ExchangeResult::kNotSent;
     } else {
         // A reply that came at the last moment counts, also when the connection has been lost
-        // since.
+        // since. A server that never stops sending must not keep us past our time.
         while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
             // Before sleeping, every time: nobody wakes a thread that was still sending when the
             // leader left.
             if (TryToLead(waiter)) {
                 lock.unlock();
-                Lead(lock, waiter, deadline);
+                ReadPacket(lock, deadline);
             } else {
                 waiter.Wait(lock, deadline);
             }
@@ -202,27 +200,19 @@ bool CClientConnection::TryToLead(Waiter& waiter) {
     return waiter.leads;
 }
 
-void CClientConnection::Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter,
-                             const CDeadline& deadline) {
-    for (;;) {
-        // The lock is free while this thread waits, and held while it hands over: waiters stand on
-        // the stacks of their threads, which need it to leave.
-        const ReceiveResult result = channel_->Receive(deadline, *buffer_, packet_);
-        lock.lock();
-        if (result == ReceiveResult::kNothing) {
-            return;
-        }
-        if (result != ReceiveResult::kPacket || !Dispatch(packet_)) {
-            // The reading thread leaves at once, and so do all others.
-            Lose();
-        }
-        packet_.DropHandles();
-        // A server that never stops sending must not keep us past our time.
-        if (waiter.replied || IsLost() || deadline.HasPassed()) {
-            return;
-        }
-        lock.unlock();
+void CClientConnection::ReadPacket(std::unique_lock<std::mutex>& lock, const CDeadline& deadline) {
+    // The lock is free while this thread waits, and held while it hands over: waiters stand on the
+    // stacks of their threads, which need it to leave.
+    const ReceiveResult result = channel_->Receive(deadline, *buffer_, packet_);
+    lock.lock();
+    if (result == ReceiveResult::kNothing) {
+        return;
     }
+    if (result != ReceiveResult::kPacket || !Dispatch(packet_)) {
+        // The reading thread leaves at once, and so do all others.
+        Lose();
+    }
+    packet_.DropHandles();
 }
 
 bool CClientConnection::Dispatch(IncomingPacket& packet) {

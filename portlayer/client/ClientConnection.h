@@ -51,7 +51,7 @@ class CClientConnection {
 
     CSendPool& SendPool() { return pool_; }
     CReceivePool& ReceivePool() { return received_; }
-    std::uint32_t ServerProcessId() const { return serverProcessId_; }
+    std::uint32_t ServerProcessId() const { return channel_->PeerProcessId(); }
     /// Ends the connection; threads inside an exchange leave with Lost.
     void Disconnect();
     bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
@@ -62,9 +62,9 @@ class CClientConnection {
     NtApi::NtStatus Handshake(PortDialect dialect, const void* message, const CDeadline& deadline,
                               std::vector<std::uint8_t>& answer, std::size_t& limit);
     SendResult SendRequest(OutgoingPacket& packet, Waiter& waiter, const CDeadline& deadline);
-    /// Reads packets until the waiter's reply came or the deadline passed. Takes the lock, which
-    /// the caller does not hold.
-    void Lead(std::unique_lock<std::mutex>& lock, Waiter& waiter, const CDeadline& deadline);
+    /// Reads one packet, if one comes in time, and hands it over. Takes the lock, which the leader,
+    /// who calls, does not hold.
+    void ReadPacket(std::unique_lock<std::mutex>& lock, const CDeadline& deadline);
     bool Dispatch(IncomingPacket& packet);
     bool TakeReply(IncomingPacket& packet, Waiter* waiter);
     Waiter* FindWaiter(std::uint32_t exchange);
@@ -75,7 +75,6 @@ class CClientConnection {
 
     const CLiveCount live_{LiveCounter::kConnections};
     const std::unique_ptr<IPacketChannel> channel_;
-    const std::uint32_t serverProcessId_;
     CSendPool pool_;
     CReceivePool received_;
     std::atomic<bool> lost_{false};

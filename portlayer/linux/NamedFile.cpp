@@ -91,19 +91,16 @@ NtStatus CNamedFile::OpenLive() {
 NtStatus CNamedFile::OpenOrCreate(std::u16string_view name, const char* kind, std::size_t size,
                                   const std::function<bool(int)>& initialise) {
     NtStatus status = Locate(name, kind, true, directory_, name_);
-    // Goes round only when theirs, which made ours fail, is gone before we open it.
-    while (status == kStatusSuccess) {
-        const NtStatus opened = OpenLive();
-        if (opened != kStatusObjectNameNotFound) {
-            return opened;
-        }
-        status = Create(size, initialise);
-        if (status != kStatusObjectNameCollision) {
-            return status;
-        }
-        // Somebody was faster: open theirs.
-        status = kStatusSuccess;
+    if (status != kStatusSuccess) {
+        return status;
     }
+    do {
+        status = OpenLive();
+        if (status == kStatusObjectNameNotFound) {
+            status = Create(size, initialise);
+        }
+        // Somebody was faster: open theirs, if it is still there.
+    } while (status == kStatusObjectNameCollision);
     return status;
 }
 

@@ -22,7 +22,6 @@ namespace Kyr::PortLayer::Detail {
 enum class PacketKind : std::uint32_t {
     kConnect = 1,   // client: connection request; `flags` is the dialect
     kAccepted = 2,  // server: the connection message back; `flags` is its longest message
-    kRefused = 3,   // server
     kRequest = 4,   // client: waits for the Reply with the same exchange number
     kDatagram = 5,  // client
     kReply = 6,     // server

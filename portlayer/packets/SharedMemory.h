@@ -7,7 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <utility>
+#include <memory>
 
 #include "portlayer/core/SystemHandle.h"
 
@@ -20,29 +20,20 @@ void UnmapMemory(std::uint8_t* base, std::size_t size);
 class CMapping {
   public:
     CMapping() = default;
-    CMapping(std::uint8_t* base, std::size_t size) : base_(base), size_(size) {}
-    CMapping(CMapping&& other) noexcept { *this = std::move(other); }
-    CMapping& operator=(CMapping&& other) noexcept {
-        Unmap();
-        base_ = std::exchange(other.base_, nullptr);
-        size_ = std::exchange(other.size_, 0);
-        return *this;
-    }
-    ~CMapping() { Unmap(); }
+    CMapping(std::uint8_t* base, std::size_t size) : base_(base, {size}) {}
 
-    void Unmap() {
-        if (base_ != nullptr) {
-            UnmapMemory(std::exchange(base_, nullptr), std::exchange(size_, 0));
-        }
-    }
+    void Unmap() { *this = {}; }
     /// Lets it stand for the rest of the process's life.
-    void Leave() { base_ = nullptr; }
-    std::uint8_t* Base() const { return base_; }
-    std::size_t Size() const { return size_; }
+    void Leave() { static_cast<void>(base_.release()); }
+    std::uint8_t* Base() const { return base_.get(); }
+    std::size_t Size() const { return base_.get_deleter().size; }
 
   private:
-    std::uint8_t* base_ = nullptr;
-    std::size_t size_ = 0;
+    struct Unmapping {
+        std::size_t size;
+        void operator()(std::uint8_t* base) const { UnmapMemory(base, size); }
+    };
+    std::unique_ptr<std::uint8_t, Unmapping> base_;
 };
 
 /// Memory of this end that the peer does not have yet.

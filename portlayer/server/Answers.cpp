@@ -43,8 +43,7 @@ NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bo
         return kStatusReplyMessageMismatch;
     }
     if (!accept) {
-        OutgoingPacket packet(PacketKind::kRefused);
-        connection->Send(packet);
+        // The end of its channel tells the client.
         port->Drop(connection);
         return kStatusSuccess;
     }

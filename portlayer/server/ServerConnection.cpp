@@ -18,7 +18,6 @@ CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, s
       portNumber_(port->Number()),
       number_(number),
       channel_(std::move(channel)),
-      clientProcessId_(channel_->PeerProcessId()),
       memory_(pool_, received_) {}
 
 NtApi::NtStatus CServerConnection::Send(OutgoingPacket& packet) {

@@ -34,7 +34,7 @@ class CServerConnection {
 
     IPacketChannel& Channel() const { return *channel_; }
     std::uint64_t Number() const { return number_; }
-    std::uint32_t ClientProcessId() const { return clientProcessId_; }
+    std::uint32_t ClientProcessId() const { return channel_->PeerProcessId(); }
     std::shared_ptr<CServerPort> Port() const { return port_.lock(); }
     /// Tells ports apart even when one is gone, without holding it.
     std::uint64_t PortNumber() const { return portNumber_; }
@@ -70,7 +70,6 @@ class CServerConnection {
     const std::uint64_t portNumber_;
     const std::uint64_t number_;
     const std::unique_ptr<IPacketChannel> channel_;
-    const std::uint32_t clientProcessId_;
     CSendPool pool_;
     CReceivePool received_;
     CAlpcMemory memory_;
