@@ -117,6 +117,16 @@ TEST_F(HostileAlpcClientTest, SlotBeyondAllIsDropped) {
     ExpectDropped(SendView(MakeMemory(), kSize, 100, 64));
 }
 
+TEST_F(HostileAlpcClientTest, MessageThatGoesOnBehindItsDataIsDropped) {
+    CRawPeer client = CRawPeer::Connected(PortDialect::kAlpc);
+    Bytes message = Message(24, {}, 25);
+    Put<std::uint16_t>(message.data(), 2, 25);
+    OutgoingPacket packet(PacketKind::kDatagram);
+    packet.SetMessage(message.data(), message.size());
+    client.Send(packet);
+    EXPECT_TRUE(client.IsDropped());
+}
+
 /// What a server does once it has heard of its client.
 std::function<void(CRawPeer&)> Saying(const Bytes& words) {
     return [words](CRawPeer& server) {
