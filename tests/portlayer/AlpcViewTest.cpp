@@ -39,11 +39,6 @@ class AlpcViewTest : public AlpcPortFixture {
         ReleaseView(port, reply, received);
         return bytes;
     }
-    NtStatus CreateSection(Handle port, std::size_t size, Handle& section,
-                           std::uint32_t flags = kAlpcPortSectionSecure) {
-        std::size_t actual = 0;
-        return NtAlpcCreatePortSection(port, flags, nullptr, size, &section, &actual);
-    }
 };
 
 TEST_F(AlpcViewTest, ReplyWithAViewIsFlaggedAndReleasedOnce) {
@@ -134,14 +129,12 @@ TEST_F(AlpcViewTest, ViewThatThePeerStillHasCannotBeSentAgain) {
     const Handle port = Connect();
     CAttributes sent;
     sent.AttachView(port, Pattern(70000), 0);
-    Bytes reply;
-    std::int64_t timeout = Within(std::chrono::milliseconds(5));
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, nullptr, &timeout), kStatusTimeout);
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusInvalidParameter);
+    EXPECT_EQ(TryAsk(port, &sent, std::chrono::milliseconds(5)), kStatusTimeout);
+    EXPECT_EQ(TryAsk(port, &sent), kStatusInvalidParameter);
     released.set_value();
     // The late reply, or this one, gives the view back.
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusSuccess);
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
+    EXPECT_EQ(TryAsk(port), kStatusSuccess);
+    EXPECT_EQ(TryAsk(port, &sent), kStatusSuccess);
 }
 
 TEST_F(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
@@ -154,25 +147,20 @@ TEST_F(AlpcViewTest, VeryLargeViewCanBeSentAgain) {
     AlpcDataViewAttr view = {};
     // Above what the two ends keep mapped.
     view.ViewSize = 65u << 20;
-    ASSERT_EQ(NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, view.ViewSize,
-                                      &view.SectionHandle, nullptr),
-              kStatusSuccess);
+    ASSERT_EQ(TryCreateSection(port, view.ViewSize, view.SectionHandle), kStatusSuccess);
     ASSERT_EQ(NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
     view.Flags = kAlpcViewSecured;
     CAttributes sent;
     sent.SetView(view);
-    Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, &sent), kStatusSuccess);
+    EXPECT_EQ(TryAsk(port, &sent), kStatusSuccess);
+    EXPECT_EQ(TryAsk(port, &sent), kStatusSuccess);
 }
 
 TEST_F(AlpcViewTest, SectionBeyondTheLargestIsRefused) {
     Serve(Ignore);
     const Handle port = Connect();
     Handle section = nullptr;
-    EXPECT_EQ(NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr,
-                                      (std::size_t{1} << 30) + 1, &section, nullptr),
-              kStatusNoMemory);
+    EXPECT_EQ(TryCreateSection(port, (std::size_t{1} << 30) + 1, section), kStatusNoMemory);
 }
 
 TEST_F(AlpcViewTest, OneWayViewIsReleasedByTheServer) {
@@ -209,10 +197,9 @@ TEST_F(AlpcViewTest, LateViewsOfTimedOutRequestsAreGivenBack) {
     int timeouts = 0;
     // More than one end can hold at once.
     for (int i = 0; i < 150; ++i) {
-        std::int64_t timeout = 0;
         Bytes reply;
-        const NtStatus status =
-            Exchange(port, AlpcMessage(ToBytes("slow")), reply, nullptr, nullptr, &timeout);
+        const NtStatus status = Exchange(port, AlpcMessage(ToBytes("slow")), reply, nullptr,
+                                         nullptr, std::chrono::milliseconds(0));
         timeouts += status == kStatusTimeout ? 1 : 0;
         ASSERT_EQ(AskForView(port), Pattern(70000));
     }
@@ -223,9 +210,9 @@ TEST_F(AlpcViewTest, SectionsAreCheckedWhenMade) {
     Serve(Ignore);
     const Handle port = Connect();
     Handle section = nullptr;
-    EXPECT_EQ(CreateSection(port, 0, section), kStatusInvalidParameter);
-    EXPECT_EQ(CreateSection(port, 100, section, 0), kStatusInvalidParameter);
-    EXPECT_EQ(CreateSection(nullptr, 100, section), kStatusInvalidHandle);
+    EXPECT_EQ(TryCreateSection(port, 0, section), kStatusInvalidParameter);
+    EXPECT_EQ(TryCreateSection(port, 100, section, 0), kStatusInvalidParameter);
+    EXPECT_EQ(TryCreateSection(nullptr, 100, section), kStatusInvalidHandle);
     std::size_t actual = 0;
     EXPECT_EQ(
         NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 4097, &section, &actual),

@@ -4,8 +4,9 @@
 
 #include <cstring>
 #include <functional>
+#include <future>
 #include <memory>
-#include <thread>
+#include <vector>
 
 #include "ntapi/PortMessage.h"
 #include "tests/portlayer/RawPeer.h"
@@ -75,12 +76,15 @@ class HostileAlpcClientTest : public AlpcPortFixture {
     Detail::CMapping mapping_;
 };
 
-/// Servers that break the rules: the calls of their advanced clients end with a status.
+/// Servers that break the rules: the calls of their advanced clients end with a status. Each runs
+/// until its client is gone.
 class HostileServerTest : public AlpcPortFixture {
   protected:
     using Body = std::function<void(CRawPeer&)>;
 
     void TearDown() override {
+        CloseAll();
+        AwaitServers();
         ForgetName();
         AlpcPortFixture::TearDown();
     }
@@ -91,16 +95,16 @@ class HostileServerTest : public AlpcPortFixture {
         return packet;
     }
     /// Runs `body` with the contract's port, once a client has come.
-    static std::thread RawServer(const Body& body) {
+    void StartRawServer(const Body& body) {
         auto server = std::make_shared<CRawPeer>(CRawPeer::OfServer());
-        return std::thread([server, body] {
+        servers_.push_back(std::async(std::launch::async, [server, body] {
             server->Accept();
             body(*server);
-        });
+        }));
     }
     /// One that begins as it should.
-    static std::thread AcceptingServer(const Body& body) {
-        return RawServer([body](CRawPeer& server) {
+    void StartAcceptingServer(const Body& body) {
+        StartRawServer([body](CRawPeer& server) {
             EXPECT_EQ(server.Await().kind, Detail::PacketKind::kConnect);
             Detail::OutgoingPacket accepted(Detail::PacketKind::kAccepted);
             accepted.head.flags = NtApi::kAlpcMaxMessage;
@@ -124,18 +128,27 @@ class HostileServerTest : public AlpcPortFixture {
     }
     /// Connects, asks, and expects the connection to be given up.
     void ExpectGivenUp(const Body& body) {
-        std::thread server = AcceptingServer(body);
+        StartAcceptingServer(body);
         AlpcPortFixture::ExpectGivenUp();
-        server.join();
+        // Its end does not wait for the port's.
+        AwaitServers();
     }
     void ExpectRefused(const Body& body) {
-        std::thread server = RawServer(body);
-        Handle port = nullptr;
-        EXPECT_EQ(TryConnect(port), NtApi::kStatusPortConnectionRefused);
-        server.join();
+        StartRawServer(body);
+        EXPECT_EQ(TryConnect(), NtApi::kStatusPortConnectionRefused);
     }
 
     const Bytes message_ = Message(24, {}, 24);
+
+  private:
+    void AwaitServers() {
+        for (std::future<void>& server : servers_) {
+            server.get();
+        }
+        servers_.clear();
+    }
+
+    std::vector<std::future<void>> servers_;
 };
 
 }  // namespace Kyr::Test

@@ -19,9 +19,11 @@ constexpr std::uint32_t kMapWrite = 2;
 
 class NamedObjectsTest : public PortFixture {
   protected:
-    Handle MakeMutex(bool owned = false) { return CreateMutexW(nullptr, owned, kMutex); }
-    Handle FindMutex() { return OpenMutexW(kSynchronize, 0, kMutex); }
-    Handle OpenSection() { return OpenFileMappingW(kMapRead, 0, kSection); }
+    Handle MakeMutex(bool owned = false) {
+        return CloseLater(CreateMutexW(nullptr, owned, kMutex));
+    }
+    Handle FindMutex() { return CloseLater(OpenMutexW(kSynchronize, 0, kMutex)); }
+    Handle OpenSection() { return CloseLater(OpenFileMappingW(kMapRead, 0, kSection)); }
 };
 
 TEST_F(NamedObjectsTest, UnknownNamesCannotBeOpened) {
@@ -49,14 +51,12 @@ TEST_F(NamedObjectsTest, OwnerMayTakeAMutexAgain) {
     std::thread([&] { EXPECT_EQ(WaitForSingleObject(mutex, 0), kTimeout); }).join();
     EXPECT_EQ(ReleaseMutex(mutex), 1);
     EXPECT_EQ(ReleaseMutex(mutex), 0);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, OnlyTheOwnerReleasesAMutex) {
     const Handle mutex = MakeMutex(true);
     std::thread([&] { EXPECT_EQ(ReleaseMutex(mutex), 0); }).join();
     EXPECT_EQ(ReleaseMutex(mutex), 1);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
@@ -66,7 +66,6 @@ TEST_F(NamedObjectsTest, MutexOfADeadThreadIsAbandoned) {
     EXPECT_EQ(ReleaseMutex(mutex), 1);
     EXPECT_EQ(WaitForSingleObject(mutex, 5000), 0u);
     EXPECT_EQ(ReleaseMutex(mutex), 1);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
@@ -83,7 +82,6 @@ TEST_F(NamedObjectsTest, MutexOfADeadProcessIsAbandoned) {
     child.Kill();
     EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
     EXPECT_EQ(ReleaseMutex(mutex), 1);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
@@ -94,8 +92,6 @@ TEST_F(NamedObjectsTest, ExistingMutexIsNotTakenByWhoWouldHaveOwnedANewOne) {
         EXPECT_EQ(ReleaseMutex(first), 1);
     }).join();
     EXPECT_EQ(ReleaseMutex(second), 0);
-    CloseHandle(first);
-    CloseHandle(second);
 }
 
 TEST_F(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
@@ -113,7 +109,6 @@ TEST_F(NamedObjectsTest, MutexThatItsOwnerClosedIsAbandonedWhenTheOwnerEnds) {
     }).join();
     EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
     EXPECT_EQ(ReleaseMutex(mutex), 1);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
@@ -134,7 +129,6 @@ TEST_F(NamedObjectsTest, MutexClosedWhileAThreadWaitsIsStillTaken) {
     waiting.join();
     EXPECT_EQ(WaitForSingleObject(mutex, 5000), kAbandoned);
     EXPECT_EQ(ReleaseMutex(mutex), 1);
-    CloseHandle(mutex);
 }
 
 TEST_F(NamedObjectsTest, ObjectsOfADeadProcessAreForgotten) {
@@ -167,7 +161,6 @@ TEST_F(NamedObjectsTest, SectionIsSharedBetweenProcesses) {
     EXPECT_EQ(view[1], 8);
     EXPECT_EQ(UnmapViewOfFile(view), 1);
     EXPECT_EQ(UnmapViewOfFile(view), 0);
-    CloseHandle(section);
 }
 
 TEST_F(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
@@ -180,15 +173,13 @@ TEST_F(NamedObjectsTest, ViewKeepsTheMemoryOfAClosedSection) {
 }
 
 TEST_F(NamedObjectsTest, ReadOnlySectionCannotBeMappedForWriting) {
-    const Handle section = CreateSection(4096, kSection);
+    CreateSection(4096, kSection);
     const Handle opened = OpenSection();
     EXPECT_EQ(Map(opened, kMapWrite), nullptr);
     EXPECT_EQ(MapViewOfFile(opened, kMapRead, 0, 0, 4097), nullptr);
     std::uint8_t* const view = Map(opened, kMapRead);
     EXPECT_NE(view, nullptr);
     UnmapViewOfFile(view);
-    CloseHandle(opened);
-    CloseHandle(section);
 }
 
 }  // namespace

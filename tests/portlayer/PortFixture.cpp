@@ -1,5 +1,8 @@
 #include "tests/portlayer/PortFixture.h"
 
+#include <Poco/Environment.h>
+#include <algorithm>
+
 #include "tests/portlayer/ChildProcess.h"
 
 namespace Kyr::Test {
@@ -16,20 +19,39 @@ Bytes Pattern(std::size_t size) {
     return bytes;
 }
 
-std::int64_t Within(std::chrono::milliseconds duration) {
-    return -duration.count() * 10000;
-}
-
 void PortFixture::SetUp() {
     if (!CChildProcess::IsStartedAgain()) {
         directory_ = std::make_unique<CRunDirectory>();
     }
+    path_ = Poco::Environment::get("KELCOMM_RUNTIME_DIR");
     ASSERT_EQ(LiveObjects(), "");
 }
 
 void PortFixture::TearDown() {
+    CloseAll();
     EXPECT_EQ(LiveObjects(), "");
     EXPECT_TRUE(directory_->IsEmpty()) << "names left in " << directory_->Path();
+}
+
+Handle PortFixture::CloseLater(Handle handle) {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    opened_.push_back(handle);
+    return handle;
+}
+
+Bool PortFixture::CloseHandle(Handle handle) {
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        // Windows gives its number to another object at once.
+        opened_.erase(std::remove(opened_.begin(), opened_.end(), handle), opened_.end());
+    }
+    return PortLayer::CloseHandle(handle);
+}
+
+void PortFixture::CloseAll() {
+    while (!opened_.empty()) {
+        CloseHandle(opened_.back());
+    }
 }
 
 void PortFixture::ForgetName() {
@@ -39,7 +61,7 @@ void PortFixture::ForgetName() {
 Handle PortFixture::CreateSection(std::uint32_t size, const char16_t* name) {
     constexpr std::uint32_t kReadWrite = 4;
     const auto invalid = reinterpret_cast<Handle>(~std::uintptr_t{0});
-    return CreateFileMappingW(invalid, nullptr, kReadWrite, 0, size, name);
+    return CloseLater(CreateFileMappingW(invalid, nullptr, kReadWrite, 0, size, name));
 }
 
 NtApi::UnicodeString* PortFixture::Name() {

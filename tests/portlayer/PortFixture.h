@@ -2,10 +2,11 @@
 // end that nothing is left alive.
 #pragma once
 
-#include <chrono>
 #include <gtest/gtest.h>
 #include <memory>
+#include <mutex>
 #include <string>
+#include <vector>
 
 #include "portlayer/LiveCounters.h"
 #include "portlayer/ServerFunctions.h"
@@ -20,17 +21,19 @@ Bytes ToBytes(const std::string& text);
 /// `size` bytes that differ from place to place.
 Bytes Pattern(std::size_t size);
 
-/// A relative native time-out.
-std::int64_t Within(std::chrono::milliseconds duration);
-
 class PortFixture : public testing::Test {
   protected:
     void SetUp() override;
     void TearDown() override;
+    /// Has it closed at the end of the test, unless the test does. Any thread.
+    Handle CloseLater(Handle handle);
+    /// The layer's.
+    Bool CloseHandle(Handle handle);
+    void CloseAll();
 
-    const std::string& RunDirectory() const { return directory_->Path(); }
-    std::string Path(const std::string& file) const { return RunDirectory() + '/' + file; }
-    static Handle CreateSection(std::uint32_t size, const char16_t* name);
+    const std::string& RunDirectory() const { return path_; }
+    std::string Path(const std::string& file) const { return path_ + '/' + file; }
+    Handle CreateSection(std::uint32_t size, const char16_t* name);
     /// The whole section. 2: for writing, 4: for reading.
     static std::uint8_t* Map(Handle section, std::uint32_t access) {
         return static_cast<std::uint8_t*>(MapViewOfFile(section, access, 0, 0, 0));
@@ -42,7 +45,10 @@ class PortFixture : public testing::Test {
     void ForgetName();
 
   private:
-    std::unique_ptr<CRunDirectory> directory_;
+    std::unique_ptr<CRunDirectory> directory_;  // null in a second process
+    std::string path_;
+    std::mutex mutex_;
+    std::vector<Handle> opened_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Test

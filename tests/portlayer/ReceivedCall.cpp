@@ -16,6 +16,19 @@ std::string NameOfKind(const testing::TestParamInfo<PortKind>& kind) {
     return kind.param == PortKind::kLegacy ? "Legacy" : "Advanced";
 }
 
+const PortTraits& TraitsOf(PortKind kind) {
+    static const PortTraits legacy = {LpcLayout::kHeaderSize, LpcLayout::kMaxMessage,
+                                      LpcLayout::kMaxMessage, kStatusLpcReplyLost,
+                                      kStatusReplyMessageMismatch};
+    static const PortTraits advanced = {AlpcLayout::kHeaderSize, kAlpcMaxMessage, 0xFFEF,
+                                        kStatusPortDisconnected, kStatusInvalidMessage};
+    return kind == PortKind::kLegacy ? legacy : advanced;
+}
+
+Bytes DataOf(PortKind kind, const Bytes& message) {
+    return kind == PortKind::kLegacy ? LpcData(message.data()) : AlpcData(message.data());
+}
+
 CAttributes::CAttributes() {
     constexpr std::uint32_t kBoth = kAlpcMessageViewAttribute | kAlpcMessageContextAttribute;
     std::size_t size = 0;
@@ -62,10 +75,6 @@ AlpcDataViewAttr MakeView(Handle port, const Bytes& bytes) {
     EXPECT_EQ(NtAlpcCreateSectionView(port, 0, &view), kStatusSuccess);
     std::memcpy(view.ViewBase, bytes.data(), bytes.size());
     return view;
-}
-
-Bytes ReceivedCall::Data() const {
-    return kind == PortKind::kLegacy ? LpcData(message.data()) : AlpcData(message.data());
 }
 
 NtStatus ReceivedCall::Reply(const Bytes& data) {

@@ -16,6 +16,18 @@ enum class PortKind { kLegacy, kAdvanced };
 
 std::string NameOfKind(const testing::TestParamInfo<PortKind>& kind);
 
+/// What is not the same for both kinds.
+struct PortTraits {
+    std::size_t headerSize;
+    std::size_t longestMessage;
+    std::size_t longestOfClients;   // of those here
+    NtApi::NtStatus serverGone;     // how a request that waits ends when its server goes
+    NtApi::NtStatus noSuchRequest;  // of a reply: the request is answered, or its client has gone
+};
+const PortTraits& TraitsOf(PortKind kind);
+/// What stands behind the header.
+Bytes DataOf(PortKind kind, const Bytes& message);
+
 /// An attribute buffer of an advanced message with a view and a context.
 class CAttributes {
   public:
@@ -50,7 +62,7 @@ struct ReceivedCall {
     CAttributes& attributes;
 
     bool IsRequest() const { return Kind(message.data()) == NtApi::kLpcRequest; }
-    Bytes Data() const;
+    Bytes Data() const { return DataOf(kind, message); }
     /// On an advanced port with the release flag, so that the client has nothing to release.
     NtStatus Reply(const Bytes& data);
     /// On an advanced port.

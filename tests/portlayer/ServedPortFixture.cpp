@@ -2,49 +2,26 @@
 
 namespace Kyr::Test {
 
-namespace {
-
 using namespace NtApi;
 
-/// On an advanced port: less than the port's own limit.
-constexpr std::size_t kClientsLongest = 0xFFEF;
+namespace {
+
+/// The native time-out, which stands in `ticks`.
+std::int64_t* Native(const Patience& patience, std::int64_t& ticks) {
+    ticks = patience ? -patience->count() * 10000 : 0;
+    return patience ? &ticks : nullptr;
+}
 
 }  // namespace
 
 void ServedPortFixture::TearDown() {
-    for (const Handle port : connected_) {
-        CloseHandle(port);
-    }
+    CloseAll();
     StopServer();
     PortFixture::TearDown();
 }
 
-std::size_t ServedPortFixture::HeaderSize() const {
-    return IsLegacy() ? LpcLayout::kHeaderSize : AlpcLayout::kHeaderSize;
-}
-
-std::size_t ServedPortFixture::LongestData() const {
-    return (IsLegacy() ? LpcLayout::kMaxMessage : kClientsLongest) - HeaderSize();
-}
-
-std::size_t ServedPortFixture::LongestMessage() const {
-    return IsLegacy() ? LpcLayout::kMaxMessage : kAlpcMaxMessage;
-}
-
 Bytes ServedPortFixture::MakeMessage(const Bytes& data) const {
     return IsLegacy() ? LpcMessage(data) : AlpcMessage(data);
-}
-
-Bytes ServedPortFixture::DataOf(const Bytes& message) const {
-    return IsLegacy() ? LpcData(message.data()) : AlpcData(message.data());
-}
-
-NtStatus ServedPortFixture::ServerGone() const {
-    return IsLegacy() ? kStatusLpcReplyLost : kStatusPortDisconnected;
-}
-
-NtStatus ServedPortFixture::NoSuchRequest() const {
-    return IsLegacy() ? kStatusReplyMessageMismatch : kStatusInvalidMessage;
 }
 
 NtStatus ServedPortFixture::TryCreatePort(Handle& port, std::size_t maxMessage) {
@@ -59,12 +36,14 @@ NtStatus ServedPortFixture::TryCreatePort(Handle& port, std::size_t maxMessage) 
 Handle ServedPortFixture::CreatePort(std::size_t maxMessage) {
     Handle port = nullptr;
     EXPECT_EQ(TryCreatePort(port, maxMessage), kStatusSuccess);
-    return port;
+    return CloseLater(port);
 }
 
-NtStatus ServedPortFixture::TryReceive(Handle port, Bytes& message, std::int64_t* timeout,
+NtStatus ServedPortFixture::TryReceive(Handle port, Bytes& message, Patience patience,
                                        CAttributes* attributes) {
-    message.assign(LongestMessage(), 0xEE);
+    message.assign(traits_.longestMessage, 0xEE);
+    std::int64_t ticks = 0;
+    std::int64_t* const timeout = Native(patience, ticks);
     if (IsLegacy()) {
         void** const context = attributes != nullptr ? &attributes->Context().PortContext : nullptr;
         return NtReplyWaitReceivePortEx(port, context, nullptr, message.data(), timeout);
@@ -92,9 +71,15 @@ NtStatus ServedPortFixture::Answer(Handle port, Bytes& request, bool accept, Han
     return status == kStatusSuccess && accept ? NtCompleteConnectPort(accepted) : status;
 }
 
+Handle ServedPortFixture::Accept(Handle port, Bytes& request) {
+    Handle accepted = nullptr;
+    EXPECT_EQ(Answer(port, request, true, accepted), kStatusSuccess);
+    return CloseLater(accepted);
+}
+
 void ServedPortFixture::Serve(Handler handler, int threads) {
     handler_ = std::move(handler);
-    serverPort_ = CreatePort();
+    EXPECT_EQ(TryCreatePort(serverPort_, traits_.longestMessage), kStatusSuccess);
     for (int i = 0; i < threads; ++i) {
         servers_.emplace_back([this] { Run(); });
     }
@@ -118,7 +103,7 @@ void ServedPortFixture::StopServer() {
 void ServedPortFixture::Run() {
     Bytes message;
     CAttributes attributes;
-    while (TryReceive(serverPort_, message, nullptr, &attributes) == kStatusSuccess) {
+    while (TryReceive(serverPort_, message, {}, &attributes) == kStatusSuccess) {
         if (Kind(message.data()) == kLpcConnectionRequest) {
             AcceptNext(message);
             continue;
@@ -154,63 +139,76 @@ ServedPortFixture::Handler ServedPortFixture::Silence() {
     return OnRequests([this](ReceivedCall&) { asked_.set_value(); });
 }
 
-NtStatus ServedPortFixture::TryConnect(Handle& port, Bytes* information, std::int64_t* timeout) {
+NtStatus ServedPortFixture::TryConnect(Handle& port, Bytes* information, Patience patience) {
+    NtStatus status = kStatusSuccess;
     if (IsLegacy()) {
         SecurityQualityOfService qos = {
             12, kSecurityImpersonation, kSecurityDynamicTracking, 0, {}};
         std::uint32_t length = information != nullptr ? information->size() : 0;
-        const NtStatus status =
-            NtConnectPort(&port, Name(), &qos, nullptr, nullptr, nullptr,
-                          information != nullptr ? information->data() : nullptr,
-                          information != nullptr ? &length : nullptr);
+        status = NtConnectPort(&port, Name(), &qos, nullptr, nullptr, nullptr,
+                               information != nullptr ? information->data() : nullptr,
+                               information != nullptr ? &length : nullptr);
         if (information != nullptr) {
             information->resize(length);
         }
-        return status;
+    } else {
+        AlpcPortAttributes attributes = {};
+        attributes.MaxMessageLength = traits_.longestOfClients;
+        Bytes message = AlpcMessage(information != nullptr ? *information : Bytes());
+        std::size_t length = message.size();
+        std::int64_t ticks = 0;
+        status = NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
+                                   information != nullptr ? message.data() : nullptr,
+                                   information != nullptr ? &length : nullptr, nullptr, nullptr,
+                                   Native(patience, ticks));
+        if (information != nullptr) {
+            *information = AlpcData(message.data());
+        }
     }
-    AlpcPortAttributes attributes = {};
-    attributes.MaxMessageLength = kClientsLongest;
-    Bytes message = AlpcMessage(information != nullptr ? *information : Bytes());
-    std::size_t length = message.size();
-    const NtStatus status =
-        NtAlpcConnectPort(&port, Name(), nullptr, &attributes, kAlpcSynchronous, nullptr,
-                          information != nullptr ? message.data() : nullptr,
-                          information != nullptr ? &length : nullptr, nullptr, nullptr, timeout);
-    if (information != nullptr) {
-        *information = AlpcData(message.data());
-    }
+    CloseLater(port);
     return status;
 }
 
-std::future<NtStatus> ServedPortFixture::ConnectInBackground() {
-    return std::async(std::launch::async, [this] {
+NtStatus ServedPortFixture::TryConnect(Patience patience) {
+    Handle port = nullptr;
+    const NtStatus status = TryConnect(port, nullptr, patience);
+    EXPECT_EQ(port != nullptr, status == kStatusSuccess);
+    return status;
+}
+
+std::future<NtStatus> ServedPortFixture::ConnectInBackground(Bytes* information) {
+    return std::async(std::launch::async, [this, information] {
         Handle port = nullptr;
-        return TryConnect(port);
+        return TryConnect(port, information);
     });
 }
 
 Handle ServedPortFixture::Connect() {
     Handle port = nullptr;
     EXPECT_EQ(TryConnect(port), kStatusSuccess);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    connected_.push_back(port);
     return port;
 }
 
 NtStatus ServedPortFixture::Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent,
-                                     CAttributes* received, std::int64_t* timeout) {
-    reply.assign(LongestMessage(), 0xEE);
+                                     CAttributes* received, Patience patience) {
+    reply.assign(traits_.longestMessage, 0xEE);
     if (IsLegacy()) {
         return NtRequestWaitReplyPort(port, request.data(), reply.data());
     }
     std::size_t length = reply.size();
-    const NtStatus status =
-        NtAlpcSendWaitReceivePort(port, kAlpcSynchronous, request.data(), AttributesOf(sent),
-                                  reply.data(), &length, AttributesOf(received), timeout);
+    std::int64_t ticks = 0;
+    const NtStatus status = NtAlpcSendWaitReceivePort(
+        port, kAlpcSynchronous, request.data(), AttributesOf(sent), reply.data(), &length,
+        AttributesOf(received), Native(patience, ticks));
     if (status == kStatusSuccess) {
         reply.resize(length);
     }
     return status;
+}
+
+NtStatus ServedPortFixture::TryAsk(Handle port, CAttributes* sent, Patience patience) {
+    Bytes reply;
+    return Exchange(port, MakeMessage({}), reply, sent, nullptr, patience);
 }
 
 NtStatus ServedPortFixture::SendOneWay(Handle port, Bytes message, CAttributes* attributes) {
@@ -224,14 +222,11 @@ Bytes ServedPortFixture::Ask(Handle port, const Bytes& data) {
     Bytes reply;
     const NtStatus status = Exchange(port, MakeMessage(data), reply);
     EXPECT_EQ(status, kStatusSuccess);
-    return status == kStatusSuccess ? DataOf(reply) : Bytes();
+    return status == kStatusSuccess ? DataOf(kind_, reply) : Bytes();
 }
 
 std::future<NtStatus> ServedPortFixture::AskInVain(Handle port) {
-    auto asking = std::async(std::launch::async, [this, port] {
-        Bytes reply;
-        return Exchange(port, MakeMessage({}), reply);
-    });
+    auto asking = std::async(std::launch::async, [this, port] { return TryAsk(port); });
     asked_.get_future().get();
     return asking;
 }
@@ -252,15 +247,19 @@ void ServedPortFixture::AskOnThreads(Handle port, int count, int times) {
     }
 }
 
+NtStatus AlpcPortFixture::TryCreateSection(Handle port, std::size_t size, Handle& section,
+                                           std::uint32_t flags) {
+    return NtAlpcCreatePortSection(port, flags, nullptr, size, &section, nullptr);
+}
+
 NtStatus AlpcPortFixture::Release(Handle port, Bytes& message, CAttributes* attributes) {
     return SendOneWay(port, message, attributes);
 }
 
 void AlpcPortFixture::ExpectGivenUp() {
     const Handle port = Connect();
-    Bytes reply;
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
-    EXPECT_EQ(Exchange(port, AlpcMessage({}), reply), kStatusPortDisconnected);
+    EXPECT_EQ(TryAsk(port), kStatusPortDisconnected);
+    EXPECT_EQ(TryAsk(port), kStatusPortDisconnected);
 }
 
 }  // namespace Kyr::Test

@@ -1,11 +1,14 @@
 // A port of either kind that threads of the test serve, and clients of it.
 //
-// What both kinds can do has one name here, so that a test may ask the same of both.
+// What both kinds can do has one name here, so that a test may ask the same of both. Ports that a
+// test opens by functions without Try are closed at its end, and so are those of TryConnect.
 #pragma once
 
+#include <chrono>
 #include <functional>
 #include <future>
 #include <mutex>
+#include <optional>
 #include <thread>
 #include <vector>
 
@@ -15,35 +18,33 @@
 
 namespace Kyr::Test {
 
+/// How long a call may wait; without end when there is none.
+using Patience = std::optional<std::chrono::milliseconds>;
+
 class ServedPortFixture : public PortFixture {
   protected:
     using Handler = std::function<void(ReceivedCall&)>;
 
-    explicit ServedPortFixture(PortKind kind) : kind_(kind) {}
+    explicit ServedPortFixture(PortKind kind) : kind_(kind), traits_(TraitsOf(kind)) {}
     void TearDown() override;
 
-    std::size_t HeaderSize() const;
-    std::size_t LongestMessage() const;
+    const PortTraits& Traits() const { return traits_; }
     /// What fits the longest message of the clients here.
-    std::size_t LongestData() const;
+    std::size_t LongestData() const { return traits_.longestOfClients - traits_.headerSize; }
     /// With room for the longest.
     Bytes MakeMessage(const Bytes& data) const;
-    Bytes DataOf(const Bytes& message) const;
-    /// What a request that waits ends with when its server goes.
-    NtStatus ServerGone() const;
-    /// What a reply to a request ends with that is answered already, or whose client has gone.
-    NtStatus NoSuchRequest() const;
 
     // The server's calls.
     NtStatus TryCreatePort(Handle& port, std::size_t maxMessage);
     Handle CreatePort(std::size_t maxMessage);
-    Handle CreatePort() { return CreatePort(LongestMessage()); }
-    NtStatus TryReceive(Handle port, Bytes& message, std::int64_t* timeout = nullptr,
+    Handle CreatePort() { return CreatePort(traits_.longestMessage); }
+    NtStatus TryReceive(Handle port, Bytes& message, Patience patience = {},
                         CAttributes* attributes = nullptr);
     Bytes Receive(Handle port);
     /// Answers a connection request, and lets the client go on. `number` is the context.
     NtStatus Answer(Handle port, Bytes& request, bool accept, Handle& accepted,
                     std::size_t number = 0);
+    Handle Accept(Handle port, Bytes& request);
 
     // A server in threads.
     /// Creates the port and serves it with so many threads until StopServer: accepts clients, hands
@@ -59,15 +60,17 @@ class ServedPortFixture : public PortFixture {
     Handler Silence();
 
     // The client's calls.
-    /// `information` goes along, and is replaced by the server's. Legacy ports know no time-out.
-    NtStatus TryConnect(Handle& port, Bytes* information = nullptr,
-                        std::int64_t* timeout = nullptr);
-    std::future<NtStatus> ConnectInBackground();
-    /// The port is closed at the end of the test, unless the test does.
+    /// `information` goes along, and is replaced by the server's. Legacy ports wait without end.
+    NtStatus TryConnect(Handle& port, Bytes* information = nullptr, Patience patience = {});
+    /// The same, to be told how it ends.
+    NtStatus TryConnect(Patience patience = {});
+    std::future<NtStatus> ConnectInBackground(Bytes* information = nullptr);
     Handle Connect();
-    /// A request that waits for its reply; attributes and time-out on an advanced port.
+    /// A request that waits for its reply; attributes and patience on an advanced port.
     NtStatus Exchange(Handle port, Bytes request, Bytes& reply, CAttributes* sent = nullptr,
-                      CAttributes* received = nullptr, std::int64_t* timeout = nullptr);
+                      CAttributes* received = nullptr, Patience patience = {});
+    /// The same without data, to be told how it ends.
+    NtStatus TryAsk(Handle port, CAttributes* sent = nullptr, Patience patience = {});
     NtStatus SendOneWay(Handle port, Bytes message, CAttributes* attributes = nullptr);
     /// Fails the test on an error status.
     Bytes Ask(Handle port, const Bytes& data);
@@ -82,14 +85,14 @@ class ServedPortFixture : public PortFixture {
     void AcceptNext(Bytes& request);
 
     const PortKind kind_;
+    const PortTraits& traits_;
     Handle serverPort_ = nullptr;
     Handler handler_;
     std::vector<std::thread> servers_;
     std::promise<void> asked_;
     std::mutex mutex_;
-    // Guarded by mutex_.
-    std::vector<Handle> clients_;    // a client's context is its place here, counted from 1
-    std::vector<Handle> connected_;  // by Connect
+    // Guarded by mutex_. A client's context is its place here, counted from 1.
+    std::vector<Handle> clients_;
 };
 
 class LpcPortFixture : public ServedPortFixture {
@@ -101,6 +104,8 @@ class AlpcPortFixture : public ServedPortFixture {
   protected:
     AlpcPortFixture() : ServedPortFixture(PortKind::kAdvanced) {}
 
+    static NtStatus TryCreateSection(Handle port, std::size_t size, Handle& section,
+                                     std::uint32_t flags = NtApi::kAlpcPortSectionSecure);
     /// Gives a received message back.
     NtStatus Release(Handle port, Bytes& message, CAttributes* attributes);
     /// Connects, asks, and expects the connection to be given up.

@@ -13,7 +13,6 @@
 #include "portlayer/linux/FileDescriptor.h"
 #include "tests/portlayer/ChildProcess.h"
 #include "tests/portlayer/HostilePeers.h"
-#include "tests/portlayer/linux/SocketPath.h"
 
 namespace Kyr::Test {
 
@@ -50,7 +49,7 @@ TEST_F(HostileAlpcClientTest, OtherUsersClientIsTurnedAway) {
     }
     // The directory would keep the other user out already: open it, to meet the second check.
     ASSERT_EQ(::chmod(RunDirectory().c_str(), 0711), 0);
-    ASSERT_EQ(::chmod(SocketPath().c_str(), 0777), 0);
+    ASSERT_EQ(::chmod(Path("contractport.port").c_str(), 0777), 0);
     const pid_t child = ::fork();
     if (child == 0) {
         if (::setgroups(0, nullptr) != 0 || ::setuid(kNobody) != 0) {
@@ -69,11 +68,11 @@ TEST_F(HostileServerTest, OtherUsersServerIsRefused) {
     if (::geteuid() != 0) {
         GTEST_SKIP() << "only root can become another user";
     }
-    CChildProcess server([](CChildProcess& self) {
+    CChildProcess server([this](CChildProcess& self) {
         // Bound by root, so that it stands in root's directory; served by another.
         sockaddr_un address = {};
         address.sun_family = AF_UNIX;
-        std::strcpy(address.sun_path, SocketPath().c_str());
+        std::strcpy(address.sun_path, Path("contractport.port").c_str());
         const int socket = ::socket(AF_UNIX, SOCK_SEQPACKET, 0);
         const bool served =
             ::bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0 &&
@@ -85,8 +84,7 @@ TEST_F(HostileServerTest, OtherUsersServerIsRefused) {
         self.WaitForEver();
     });
     server.AwaitReady();
-    Handle port = nullptr;
-    EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
+    EXPECT_EQ(TryConnect(), kStatusAccessDenied);
 }
 
 class RunDirectoryTest : public LpcPortFixture {
@@ -94,7 +92,7 @@ class RunDirectoryTest : public LpcPortFixture {
     void ExpectRefused() {
         Handle port = nullptr;
         EXPECT_EQ(TryCreatePort(port, 100), kStatusAccessDenied);
-        EXPECT_EQ(TryConnect(port), kStatusAccessDenied);
+        EXPECT_EQ(TryConnect(), kStatusAccessDenied);
         EXPECT_EQ(CreateMutexW(nullptr, 0, u"Global\\M"), nullptr);
         EXPECT_EQ(OpenMutexW(0, 0, u"Global\\M"), nullptr);
     }
@@ -139,8 +137,7 @@ TEST_F(RunDirectoryTest, FileThatSomebodyKeepsLockedHoldsNobodyUp) {
 TEST_F(RunDirectoryTest, MissingDirectoryIsMadePrivateByTheServer) {
     const std::string made = RunDirectory() + "-made";
     ::setenv("KELCOMM_RUNTIME_DIR", made.c_str(), 1);
-    Handle port = nullptr;
-    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+    EXPECT_EQ(TryConnect(), kStatusObjectNameNotFound);
     const Handle server = CreatePort();
     struct stat info = {};
     EXPECT_EQ(::stat(made.c_str(), &info), 0);

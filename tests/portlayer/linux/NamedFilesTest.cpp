@@ -39,20 +39,19 @@ class CFileLimit {
 
 class NamedFilesTest : public PortFixture {
   protected:
-    static Handle CreateSection(std::uint32_t size) {
+    Handle CreateSection(std::uint32_t size) {
         return PortFixture::CreateSection(size, u"Global\\Section");
     }
     static std::uint8_t* Map(Handle section) { return PortFixture::Map(section, kFileMapWrite); }
-    static Handle CreateMutex() { return CreateMutexW(nullptr, 0, u"Global\\Mutex"); }
+    Handle CreateMutex() { return CloseLater(CreateMutexW(nullptr, 0, u"Global\\Mutex")); }
 };
 
 TEST_F(NamedFilesTest, NewSectionHasItsRoomOnTheDisk) {
-    const Handle section = CreateSection(65536);
+    CreateSection(65536);
     struct stat info = {};
     ASSERT_EQ(::stat(Path("section.section").c_str(), &info), 0);
     EXPECT_EQ(info.st_size, 65536);
     EXPECT_GE(info.st_blocks * 512, 65536);
-    CloseHandle(section);
 }
 
 TEST_F(NamedFilesTest, SectionWithoutRoomIsRefusedWithPathAndReason) {
@@ -86,21 +85,17 @@ TEST_F(NamedFilesTest, ViewsInAClearedDirectoryShowTheNextSectionOnceRenewed) {
                              static_cast<const void*>(view)}) {
         EXPECT_EQ(UnmapViewOfFile(base), 1);
     }
-    CloseHandle(old);
-    CloseHandle(next);
 }
 
 TEST_F(NamedFilesTest, ViewInAClearedDirectoryIsNotRenewedByASmallerSection) {
     const Handle old = CreateSection(8192);
     std::uint8_t* const view = Map(old);
     ForgetName();
-    const Handle next = CreateSection(4096);
+    CreateSection(4096);
     Detail::RenewViews();
     view[8191] = 1;
     EXPECT_EQ(view[8191], 1);
     UnmapViewOfFile(view);
-    CloseHandle(old);
-    CloseHandle(next);
 }
 
 TEST_F(NamedFilesTest, MutexInAClearedDirectoryIsTheNextOneOfItsName) {
@@ -110,8 +105,6 @@ TEST_F(NamedFilesTest, MutexInAClearedDirectoryIsTheNextOneOfItsName) {
     EXPECT_EQ(WaitForSingleObject(next, 0), 0u);
     std::thread([&] { EXPECT_EQ(WaitForSingleObject(old, 0), 0x102u); }).join();
     EXPECT_EQ(ReleaseMutex(next), 1);
-    CloseHandle(old);
-    CloseHandle(next);
 }
 
 TEST_F(NamedFilesTest, MutexThatIsHeldStaysTheOldOneUntilItIsReleased) {
@@ -127,8 +120,6 @@ TEST_F(NamedFilesTest, MutexThatIsHeldStaysTheOldOneUntilItIsReleased) {
     EXPECT_EQ(ReleaseMutex(old), 1);
     EXPECT_EQ(ReleaseMutex(old), 1);
     EXPECT_EQ(ReleaseMutex(old), 0);
-    CloseHandle(old);
-    CloseHandle(next);
 }
 
 }  // namespace

@@ -10,7 +10,6 @@
 #include <sys/socket.h>
 
 #include "portlayer/linux/Peer.h"
-#include "tests/portlayer/linux/SocketPath.h"
 
 namespace Kyr::Test {
 
@@ -22,11 +21,11 @@ int Socket(const CSystemHandle& end) {
     return static_cast<int>(end.Get());
 }
 
-}  // namespace
-
 std::string SocketPath() {
     return std::string(std::getenv("KELCOMM_RUNTIME_DIR")) + "/contractport.port";
 }
+
+}  // namespace
 
 CRawPeer CRawPeer::OfClient() {
     CFileDescriptor socket;

@@ -8,7 +8,6 @@
 
 #include "portlayer/linux/Peer.h"
 #include "tests/portlayer/HostilePeers.h"
-#include "tests/portlayer/linux/SocketPath.h"
 
 namespace Kyr::Test {
 
@@ -23,11 +22,8 @@ constexpr std::chrono::seconds kPatience(30);
 class StarvingServerTest : public HostileServerTest {
   protected:
     std::future<NtStatus> AskWithin(Handle port, std::chrono::milliseconds patience) {
-        return std::async(std::launch::async, [this, port, patience] {
-            std::int64_t timeout = Within(patience);
-            Bytes reply;
-            return Exchange(port, AlpcMessage(ToBytes("?")), reply, nullptr, nullptr, &timeout);
-        });
+        return std::async(std::launch::async,
+                          [this, port, patience] { return TryAsk(port, nullptr, patience); });
     }
     /// Sends one-way messages until no more fit.
     void FillSocket(Handle port) {
@@ -54,7 +50,7 @@ class StarvingServerTest : public HostileServerTest {
 
 TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     std::promise<void> read;
-    std::thread server = AcceptingServer([&](CRawPeer& client) {
+    StartAcceptingServer([&](CRawPeer& client) {
         read.get_future().wait();
         AnswerAll(client);
     });
@@ -70,12 +66,10 @@ TEST_F(StarvingServerTest, ReadingIsNotHandedToAThreadThatStillSends) {
     read.set_value();
     ASSERT_EQ(patient.wait_for(kPatience), std::future_status::ready);
     EXPECT_EQ(patient.get(), kStatusSuccess);
-    CloseHandle(port);
-    server.join();
 }
 
 TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
-    std::thread server = AcceptingServer([&](CRawPeer& client) {
+    StartAcceptingServer([this](CRawPeer& client) {
         std::this_thread::sleep_for(std::chrono::milliseconds(60));
         AnswerAll(client);
     });
@@ -89,25 +83,19 @@ TEST_F(StarvingServerTest, ManyTimeOutsAtOnceLeaveSomebodyReading) {
     }
     ASSERT_EQ(patient.wait_for(kPatience), std::future_status::ready);
     EXPECT_EQ(patient.get(), kStatusSuccess);
-    hasty.clear();
-    CloseHandle(port);
-    server.join();
 }
 
 TEST_F(StarvingServerTest, FloodOfRepliesDoesNotOutlastTheTimeOut) {
-    std::atomic<bool> flooding{true};
-    std::thread server = AcceptingServer([&](CRawPeer& client) {
+    StartAcceptingServer([this](CRawPeer& client) {
         const OutgoingPacket stray = ReplyTo(client.Await().exchange + 1000);
-        while (flooding && client.TrySend(stray)) {
+        while (client.TrySend(stray)) {
         }
     });
     const Handle port = Connect();
     auto asked = AskWithin(port, std::chrono::milliseconds(20));
     EXPECT_EQ(asked.wait_for(kPatience), std::future_status::ready);
-    flooding = false;
     CloseHandle(port);
     EXPECT_EQ(asked.get(), kStatusTimeout);
-    server.join();
 }
 
 /// No descriptor can be opened while it lives.
@@ -126,10 +114,6 @@ class CNoDescriptors {
 
 class StarvingClientTest : public LpcPortFixture {
   protected:
-    NtStatus Receive(Handle port, Bytes& message, std::chrono::milliseconds patience) {
-        std::int64_t timeout = Within(patience);
-        return TryReceive(port, message, &timeout);
-    }
     /// A client that comes, asks and goes.
     void ExpectOthersAreServed() {
         auto other = std::async(std::launch::async, [this] {
@@ -145,18 +129,17 @@ TEST_F(StarvingClientTest, PortOutOfDescriptorsStillTimesOutAndRecovers) {
     const Handle port = CreatePort();
     Bytes message;
     // A first time with descriptors: checkers of object types need some when they meet a new one.
-    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(0)), kStatusTimeout);
+    EXPECT_EQ(TryReceive(port, message, std::chrono::milliseconds(0)), kStatusTimeout);
     CRawPeer client = CRawPeer::OfClient();
     NtStatus status = kStatusSuccess;
     {
         const CNoDescriptors none;
-        status = Receive(port, message, std::chrono::milliseconds(30));
+        status = TryReceive(port, message, std::chrono::milliseconds(30));
     }
     EXPECT_EQ(status, kStatusTimeout);
     EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, PortDialect::kLpc));
-    EXPECT_EQ(Receive(port, message, kPatience), kStatusSuccess);
+    EXPECT_EQ(TryReceive(port, message, kPatience), kStatusSuccess);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
-    CloseHandle(port);
 }
 
 TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
@@ -167,20 +150,21 @@ TEST_F(StarvingClientTest, FloodOfConnectionsDoesNotOutlastTheTimeOut) {
         flood = std::thread([&] {
             while (flooding) {
                 CFileDescriptor socket;
-                ConnectSocket(SocketPath(), CDeadline::In(std::chrono::milliseconds(20)), socket);
+                ConnectSocket(Path("contractport.port"),
+                              CDeadline::In(std::chrono::milliseconds(20)), socket);
             }
         });
     }
     Bytes message;
-    auto receiving = std::async(
-        std::launch::async, [&] { return Receive(port, message, std::chrono::milliseconds(20)); });
+    auto receiving = std::async(std::launch::async, [&] {
+        return TryReceive(port, message, std::chrono::milliseconds(20));
+    });
     EXPECT_EQ(receiving.wait_for(kPatience), std::future_status::ready);
     flooding = false;
     EXPECT_EQ(receiving.get(), kStatusTimeout);
     for (std::thread& flood : floods) {
         flood.join();
     }
-    CloseHandle(port);
 }
 
 TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) {
@@ -188,9 +172,8 @@ TEST_F(StarvingClientTest, ReceiveThatMayNotWaitSeesPastTheConnectingOfClients) 
     CRawPeer client = CRawPeer::OfClient();
     EXPECT_TRUE(client.TrySendEmpty(PacketKind::kConnect, PortDialect::kLpc));
     Bytes message;
-    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(0)), kStatusSuccess);
+    EXPECT_EQ(TryReceive(port, message, std::chrono::milliseconds(0)), kStatusSuccess);
     EXPECT_EQ(Kind(message.data()), kLpcConnectionRequest);
-    CloseHandle(port);
 }
 
 TEST_F(StarvingClientTest, RequestsThatPileUpDropTheirClientAlone) {
@@ -227,12 +210,9 @@ TEST_F(StarvingClientTest, DescriptorsOfMalformedPacketsAreClosed) {
 TEST_F(StarvingClientTest, ConnectionRequestBeyondTheReceiveBufferIsRefused) {
     const Handle port = CreatePort(100);
     Bytes message;
-    auto client = std::async(std::launch::async, [this] {
-        Handle connected = nullptr;
-        Bytes information(61);
-        return TryConnect(connected, &information);
-    });
-    EXPECT_EQ(Receive(port, message, std::chrono::milliseconds(200)), kStatusTimeout);
+    Bytes information(61);
+    auto client = ConnectInBackground(&information);
+    EXPECT_EQ(TryReceive(port, message, std::chrono::milliseconds(200)), kStatusTimeout);
     EXPECT_EQ(message, Bytes(LpcLayout::kMaxMessage, 0xEE));
     CloseHandle(port);
     EXPECT_EQ(client.get(), kStatusPortConnectionRefused);
@@ -259,7 +239,6 @@ TEST_F(VanishingClientTest, AcceptingOneThatHasGoneGivesNoHandle) {
     Handle accepted = port;
     EXPECT_EQ(Answer(port, message, true, accepted), kStatusPortDisconnected);
     EXPECT_EQ(accepted, nullptr);
-    CloseHandle(port);
 }
 
 }  // namespace

@@ -7,29 +7,22 @@ namespace {
 
 using namespace NtApi;
 
-class SectionLimitTest : public AlpcPortFixture {
-  protected:
-    NtStatus CreateSection(Handle port, Handle& section) {
-        std::size_t actual = 0;
-        return NtAlpcCreatePortSection(port, kAlpcPortSectionSecure, nullptr, 100, &section,
-                                       &actual);
-    }
-};
+class SectionLimitTest : public AlpcPortFixture {};
 
 TEST_F(SectionLimitTest, SixtyFifthSectionIsRefusedUntilOneIsDeleted) {
     Serve(Ignore);
     const Handle port = Connect();
     std::vector<Handle> sections(64);
     for (Handle& section : sections) {
-        EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
+        EXPECT_EQ(TryCreateSection(port, 100, section), kStatusSuccess);
     }
     Handle oneMore = nullptr;
-    EXPECT_EQ(CreateSection(port, oneMore), kStatusNoMemory);
+    EXPECT_EQ(TryCreateSection(port, 100, oneMore), kStatusNoMemory);
     EXPECT_EQ(oneMore, nullptr);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, sections[17]), kStatusSuccess);
-    EXPECT_EQ(CreateSection(port, oneMore), kStatusSuccess);
+    EXPECT_EQ(TryCreateSection(port, 100, oneMore), kStatusSuccess);
     Handle another = nullptr;
-    EXPECT_EQ(CreateSection(port, another), kStatusNoMemory);
+    EXPECT_EQ(TryCreateSection(port, 100, another), kStatusNoMemory);
 }
 
 TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
@@ -54,9 +47,9 @@ TEST_F(SectionLimitTest, ViewsThatTheServerKeepsCountUntilItReleasesThem) {
     }
     Ask(port, ToBytes("all arrived"));
     Handle section = nullptr;
-    EXPECT_EQ(CreateSection(port, section), kStatusNoMemory);
+    EXPECT_EQ(TryCreateSection(port, 100, section), kStatusNoMemory);
     Ask(port, ToBytes("release"));
-    EXPECT_EQ(CreateSection(port, section), kStatusSuccess);
+    EXPECT_EQ(TryCreateSection(port, 100, section), kStatusSuccess);
 }
 
 }  // namespace

@@ -36,8 +36,7 @@ TEST_F(ClaimedNameTest, ClaimOfAnotherIsACollisionUntilItEnds) {
 
 TEST_F(ClaimedNameTest, ClaimWithoutAPipeIsNoPort) {
     const CSystemHandle claim = Own(::CreateEventW(nullptr, TRUE, FALSE, ContractClaim().c_str()));
-    Handle port = nullptr;
-    EXPECT_EQ(TryConnect(port), kStatusObjectNameNotFound);
+    EXPECT_EQ(TryConnect(), kStatusObjectNameNotFound);
 }
 
 TEST_F(ClaimedNameTest, ObjectOfAnotherKindUnderTheNameIsACollision) {
