@@ -1,7 +1,7 @@
 // The calls on advanced ports that clients and servers share: they find out whose port it is.
 #include "ntapi/Status.h"
 #include "portlayer/ClientFunctions.h"
-#include "portlayer/client/AlpcClient.h"
+#include "portlayer/client/ClientConnection.h"
 #include "portlayer/server/ServerPort.h"
 
 namespace Kyr::PortLayer {
@@ -11,15 +11,21 @@ namespace {
 using namespace Detail;
 using namespace NtApi;
 
+/// The client's end of an advanced connection, or null.
+CClientConnection* AsClient(const std::shared_ptr<CObject>& object) {
+    auto* const client = As<CClientConnection>(object.get());
+    return client != nullptr && client->Dialect() == PortDialect::kAlpc ? client : nullptr;
+}
+
 /// Calls `use` with the shared memory of the connection behind the handle.
 template <typename Use>
 NtStatus WithMemory(Handle handle, Use use) {
     const auto object = FindObject(handle);
-    if (auto* const client = As<CAlpcClientPort>(object.get())) {
+    if (auto* const client = AsClient(object)) {
         return use(client->Memory());
     }
-    auto* const comm = As<CServerCommPort>(object.get());
-    return comm != nullptr ? use(comm->connection->Memory()) : kStatusInvalidHandle;
+    auto* const server = As<CServerConnection>(object.get());
+    return server != nullptr ? use(server->Memory()) : kStatusInvalidHandle;
 }
 
 }  // namespace
@@ -34,25 +40,22 @@ NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, v
                            bufferLength,   receiveAttributes,
                            timeout};
     const auto object = FindObject(port);
-    if (auto* const client = As<CAlpcClientPort>(object.get())) {
-        return client->SendWaitReceive(call);
+    if (auto* const client = AsClient(object)) {
+        return ClientSendWaitReceive(*client, call);
     }
-    const auto server = ServerPortOf(object);
-    if (!server || server->Dialect() != PortDialect::kAlpc) {
-        return kStatusInvalidHandle;
-    }
-    return ServerSendWaitReceive(*server, call);
+    const auto server = ServerPortOf(object, PortDialect::kAlpc);
+    return server ? ServerSendWaitReceive(*server, call) : kStatusInvalidHandle;
 }
 
 NtStatus KYR_NTAPI NtAlpcDisconnectPort(Handle port, std::uint32_t) {
     const auto object = FindObject(port);
-    if (auto* const client = As<CAlpcClientPort>(object.get())) {
+    if (auto* const client = AsClient(object)) {
         client->Disconnect();
         return kStatusSuccess;
     }
-    if (auto* const comm = As<CServerCommPort>(object.get())) {
-        if (const auto server = comm->connection->Port()) {
-            server->Drop(comm->connection);
+    if (auto* const connection = As<CServerConnection>(object.get())) {
+        if (const auto server = connection->Port()) {
+            server->Drop(*connection);
         }
         return kStatusSuccess;
     }

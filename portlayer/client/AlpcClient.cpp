@@ -1,11 +1,21 @@
-#include "portlayer/client/AlpcClient.h"
-
+// The client's calls on advanced ports.
+//
+// What one call of NtAlpcSendWaitReceivePort does goes by its flags. "Synchronous" (0x20000) waits
+// for the reply, "release" (0x10000) gives the message up:
+//   synchronous  release  receive buffer
+//   yes          no       yes             a request; returns with its reply
+//   no           yes      no              a datagram; of a type with 0x2000: gives a received
+//                                         message back, and sends nothing
+//   yes          no       no              C0000705
+//   yes          yes      -               C00000F0
+// All else is C000000D: requests whose reply another call receives do not exist here.
 #include <algorithm>
 #include <atomic>
 #include <cstring>
 
 #include "portlayer/ClientFunctions.h"
 #include "portlayer/LayerSettings.h"
+#include "portlayer/client/ClientConnection.h"
 
 namespace Kyr::PortLayer {
 
@@ -31,25 +41,62 @@ using namespace NtApi;
 
 constexpr std::size_t kHeader = AlpcLayout::kHeaderSize;
 
+NtStatus TakeReply(CClientConnection& connection, const AlpcCall& call, PendingExchange& exchange) {
+    // The buffer may still tell of the view of an earlier reply.
+    ClearValid(call.receiveAttributes);
+    const bool fits = exchange.replyLength <= exchange.capacity;
+    // A reply that does not fit is lost; the caller learns its length. One whose header contradicts
+    // its length breaks the rules: the connection ends. A view goes back in both cases, as nobody
+    // will see it.
+    if (!fits || !LengthsFit(PortDialect::kAlpc, call.receiveMessage, exchange.replyLength,
+                             exchange.replyLength)) {
+        if (exchange.view.slot != kNoSlot) {
+            connection.ReceivePool().Free(exchange.view.slot);
+        }
+        if (!fits) {
+            *call.bufferLength = exchange.replyLength;
+            return kStatusBufferTooSmall;
+        }
+        return connection.GiveUp();
+    }
+    // The caller made no room for a view. It gets the reply without.
+    if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
+        connection.ReceivePool().Free(exchange.view.slot);
+        exchange.view = {};
+    }
+    const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
+    MessageIds ids = ReadIds(PortDialect::kAlpc, call.receiveMessage);
+    // The server used the id of a message that the caller has not released yet.
+    if (!connection.Memory().AddReceived(ids.messageId, exchange.view, continuation)) {
+        ClearValid(call.receiveAttributes);
+        return connection.GiveUp();
+    }
+    // Fields of the header that the system fills in, whatever the server wrote there.
+    ids.processId = connection.ServerProcessId();
+    ids.threadId = exchange.serverThread;
+    WriteIds(PortDialect::kAlpc, call.receiveMessage, ids);
+    const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
+    StoreField(call.receiveMessage, kTypeOffset, type);
+    *call.bufferLength = exchange.replyLength;
+    return kStatusSuccess;
+}
+
+NtStatus Request(CClientConnection& connection, const AlpcCall& call, OutgoingPacket& packet) {
+    const CDeadline deadline = CDeadline::FromNative(call.timeout);
+    if (packet.head.kind == PacketKind::kDatagram) {
+        return connection.Post(packet, deadline);
+    }
+    // The reply goes straight into the caller's buffer, on whichever thread it is read.
+    PendingExchange exchange;
+    exchange.reply = call.receiveMessage;
+    exchange.capacity = *call.bufferLength;
+    const NtStatus status = connection.Exchange(packet, exchange, deadline);
+    return status == kStatusSuccess ? TakeReply(connection, call, exchange) : status;
+}
+
 }  // namespace
 
-CAlpcClientPort::CAlpcClientPort(std::shared_ptr<CClientConnection> connection, std::size_t limit)
-    : connection_(std::move(connection)),
-      limit_(limit),
-      memory_(connection_->SendPool(), connection_->ReceivePool()) {}
-
-void CAlpcClientPort::OnClose() {
-    // First, so that threads inside an exchange leave. What one of them still adds is cleared at
-    // the end of the object.
-    Disconnect();
-    memory_.Clear();
-}
-
-void CAlpcClientPort::Disconnect() {
-    connection_->Disconnect();
-}
-
-NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
+NtStatus ClientSendWaitReceive(CClientConnection& connection, const AlpcCall& call) {
     const bool release = (call.flags & kAlpcReleaseMessage) != 0;
     const bool synchronous = (call.flags & kAlpcSynchronous) != 0;
     if (release && synchronous) {
@@ -58,7 +105,7 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     if (synchronous && (call.receiveMessage == nullptr || call.bufferLength == nullptr)) {
         return kStatusLpcReceiveBufferExpected;
     }
-    // What is left over: neither flag, both ends of a release, or no message (AlpcClient.h).
+    // What is left over: neither flag, both ends of a release, or no message.
     if ((!release && !synchronous) || call.sendMessage == nullptr ||
         (release && call.receiveMessage != nullptr)) {
         return kStatusInvalidParameter;
@@ -69,10 +116,11 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     if (release && (MessageType(call.sendMessage) & kLpcContinuationRequired) != 0) {
         // A view that the caller marks goes with its message. Unmarked, it stays until it is
         // deleted.
-        return memory_.ReleaseMessage(ReadIds(PortDialect::kAlpc, call.sendMessage).messageId,
-                                      UnmapsView(call.sendAttributes));
+        return connection.Memory().ReleaseMessage(
+            ReadIds(PortDialect::kAlpc, call.sendMessage).messageId,
+            UnmapsView(call.sendAttributes));
     }
-    NtStatus status = CheckLengths(PortDialect::kAlpc, call.sendMessage, limit_);
+    NtStatus status = CheckLengths(PortDialect::kAlpc, call.sendMessage, connection.Limit());
     if (status != kStatusSuccess) {
         return status;
     }
@@ -83,86 +131,18 @@ NtStatus CAlpcClientPort::SendWaitReceive(const AlpcCall& call) {
     const AlpcDataViewAttr* const view = SentView(call.sendAttributes);
     const bool autoRelease = view != nullptr && (view->Flags & kAlpcViewAutoRelease) != 0;
     if (view != nullptr) {
-        status = memory_.AttachView(*view, packet, section);
+        status = connection.Memory().AttachView(*view, packet, section);
         if (status != kStatusSuccess) {
             return status;
         }
     }
-    status = Request(call, packet);
+    status = Request(connection, call, packet);
     // The flag lets the view end with its message, so that the caller need not delete it. On a dead
     // port the view stays the caller's, whether the message got out or not.
     if (autoRelease && status != kStatusPortDisconnected) {
-        memory_.ViewSent(*section);
+        connection.Memory().ViewSent(*section);
     }
     return status;
-}
-
-NtStatus CAlpcClientPort::Request(const AlpcCall& call, OutgoingPacket& packet) {
-    const CDeadline deadline = CDeadline::FromNative(call.timeout);
-    PendingExchange exchange;
-    ExchangeResult result = ExchangeResult::kLost;
-    if (packet.head.kind == PacketKind::kDatagram) {
-        result = connection_->Post(packet, deadline);
-    } else {
-        // The reply goes straight into the caller's buffer, on whichever thread it is read.
-        exchange.reply = call.receiveMessage;
-        exchange.capacity = *call.bufferLength;
-        result = connection_->Exchange(packet, exchange, deadline);
-    }
-    switch (result) {
-        case ExchangeResult::kTimedOut:
-            return kStatusTimeout;
-        // The server was gone before the request; below, with the request in its hands.
-        case ExchangeResult::kNotSent:
-            return kStatusPortDisconnected;
-        case ExchangeResult::kLost:
-            return AlpcServerGoneStatus();
-        default:
-            return packet.head.kind == PacketKind::kDatagram ? kStatusSuccess
-                                                             : TakeReply(call, exchange);
-    }
-}
-
-NtStatus CAlpcClientPort::TakeReply(const AlpcCall& call, PendingExchange& exchange) {
-    // The buffer may still tell of the view of an earlier reply.
-    ClearValid(call.receiveAttributes);
-    const bool fits = exchange.replyLength <= exchange.capacity;
-    // A reply that does not fit is lost; the caller learns its length. One whose header contradicts
-    // its length breaks the rules: the connection ends. A view goes back in both cases, as nobody
-    // will see it.
-    if (!fits || !LengthsFit(PortDialect::kAlpc, call.receiveMessage, exchange.replyLength,
-                             exchange.replyLength)) {
-        if (exchange.view.slot != kNoSlot) {
-            connection_->ReceivePool().Free(exchange.view.slot);
-        }
-        if (!fits) {
-            *call.bufferLength = exchange.replyLength;
-            return kStatusBufferTooSmall;
-        }
-        connection_->Disconnect();
-        return AlpcServerGoneStatus();
-    }
-    // The caller made no room for a view. It gets the reply without.
-    if (exchange.view.slot != kNoSlot && !StoreView(call.receiveAttributes, exchange.view)) {
-        connection_->ReceivePool().Free(exchange.view.slot);
-        exchange.view = {};
-    }
-    const bool continuation = (exchange.replyFlags & kPacketContinuation) != 0;
-    MessageIds ids = ReadIds(PortDialect::kAlpc, call.receiveMessage);
-    // The server used the id of a message that the caller has not released yet.
-    if (!memory_.AddReceived(ids.messageId, exchange.view, continuation)) {
-        ClearValid(call.receiveAttributes);
-        connection_->Disconnect();
-        return AlpcServerGoneStatus();
-    }
-    // Fields of the header that the system fills in, whatever the server wrote there.
-    ids.processId = connection_->ServerProcessId();
-    ids.threadId = exchange.serverThread;
-    WriteIds(PortDialect::kAlpc, call.receiveMessage, ids);
-    const std::uint16_t type = kLpcReply | (continuation ? kLpcContinuationRequired : 0);
-    StoreField(call.receiveMessage, kTypeOffset, type);
-    *call.bufferLength = exchange.replyLength;
-    return kStatusSuccess;
 }
 
 }  // namespace Detail
@@ -193,8 +173,8 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
     std::shared_ptr<CClientConnection> connection;
     std::vector<std::uint8_t> answer;
     if (status == kStatusSuccess) {
-        status = CClientConnection::Connect(*name, PortDialect::kAlpc, message, deadline,
-                                            connection, answer, limit);
+        status = CClientConnection::Connect(*name, PortDialect::kAlpc, limit, message, deadline,
+                                            connection, answer);
     }
     if (status != kStatusSuccess) {
         return status;
@@ -211,7 +191,7 @@ NtStatus KYR_NTAPI NtAlpcConnectPort(Handle* port, UnicodeString* name, ObjectAt
             *bufferLength = answer.size();
         }
     }
-    *port = AddHandle(std::make_shared<CAlpcClientPort>(std::move(connection), limit));
+    *port = AddHandle(std::move(connection));
     return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }
 

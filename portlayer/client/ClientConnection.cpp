@@ -5,11 +5,23 @@
 #include <cstring>
 #include <optional>
 
+#include "portlayer/LayerSettings.h"
 #include "portlayer/packets/RequestData.h"
 
 namespace Kyr::PortLayer::Detail {
 
 using namespace NtApi;
+
+namespace {
+
+NtStatus StatusOf(SendResult sent) {
+    if (sent == SendResult::kSent) {
+        return kStatusSuccess;
+    }
+    return sent == SendResult::kTimedOut ? kStatusTimeout : kStatusPortDisconnected;
+}
+
+}  // namespace
 
 /// A thread inside an exchange. It stands on that thread's stack, and in the list from before its
 /// request is sent until it leaves. What it is doing:
@@ -52,28 +64,40 @@ struct CClientConnection::Waiter {
 };
 
 NtStatus CClientConnection::Connect(const UnicodeString& name, PortDialect dialect,
-                                    const void* request, const CDeadline& deadline,
+                                    std::size_t limit, const void* request,
+                                    const CDeadline& deadline,
                                     std::shared_ptr<CClientConnection>& connection,
-                                    std::vector<std::uint8_t>& answer, std::size_t& limit) {
+                                    std::vector<std::uint8_t>& answer) {
     std::unique_ptr<IPacketChannel> channel;
     const NtStatus status = OpenChannel(name, deadline, channel);
     if (status != kStatusSuccess) {
         return status;
     }
-    connection.reset(new CClientConnection(std::move(channel)));
-    return connection->Handshake(dialect, request, deadline, answer, limit);
+    connection.reset(new CClientConnection(std::move(channel), dialect, limit));
+    return connection->Handshake(request, deadline, answer);
 }
 
-CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel)
-    : channel_(std::move(channel)), buffer_(new PacketBuffer) {}
+CClientConnection::CClientConnection(std::unique_ptr<IPacketChannel> channel, PortDialect dialect,
+                                     std::size_t limit)
+    : channel_(std::move(channel)),
+      dialect_(dialect),
+      limit_(limit),
+      memory_(pool_, received_),
+      buffer_(new PacketBuffer) {}
 
 CClientConnection::~CClientConnection() = default;
 
-NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message,
-                                      const CDeadline& deadline, std::vector<std::uint8_t>& answer,
-                                      std::size_t& limit) {
+void CClientConnection::OnClose() {
+    // First, so that threads inside an exchange leave. What one of them still adds is cleared at
+    // the end of the object.
+    Disconnect();
+    memory_.Clear();
+}
+
+NtStatus CClientConnection::Handshake(const void* message, const CDeadline& deadline,
+                                      std::vector<std::uint8_t>& answer) {
     OutgoingPacket request(PacketKind::kConnect);
-    request.head.flags = static_cast<std::uint32_t>(dialect);
+    request.head.flags = static_cast<std::uint32_t>(dialect_);
     request.head.threadId = CurrentThreadId();
     request.SetMessage(message, TotalLength(message));
     if (channel_->Send(request, pool_, received_, deadline) != SendResult::kSent) {
@@ -95,13 +119,13 @@ NtStatus CClientConnection::Handshake(PortDialect dialect, const void* message,
     packet_.DropHandles();
     // Each end has a limit of its own. The shorter one holds, so that a message too long fails here
     // and not on the way.
-    limit = std::min<std::size_t>(limit, packet_.head.flags);
+    limit_ = std::min<std::size_t>(limit_, packet_.head.flags);
     answer.assign(packet_.message, packet_.message + packet_.head.messageLength);
     return kStatusSuccess;
 }
 
-ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchange& exchange,
-                                           const CDeadline& deadline) {
+NtStatus CClientConnection::Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                                     const CDeadline& deadline) {
     // 1. Into the list before the request is sent: whoever reads the channel may read the reply
     //    before the send has returned.
     // 2. The right to read is taken along at once when it is free, which spares a thread that is
@@ -126,11 +150,8 @@ ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchan
     } else {
         lock.lock();
     }
-    ExchangeResult result = ExchangeResult::kReplied;
-    if (sent != SendResult::kSent) {
-        result =
-            sent == SendResult::kTimedOut ? ExchangeResult::kTimedOut : ExchangeResult::kNotSent;
-    } else {
+    NtStatus status = StatusOf(sent);
+    if (sent == SendResult::kSent) {
         // A reply that came at the last moment counts, also when the connection has been lost
         // since. A server that never stops sending must not keep us past our time.
         while (!waiter.replied && !IsLost() && !deadline.HasPassed()) {
@@ -144,7 +165,7 @@ ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchan
             }
         }
         if (!waiter.replied) {
-            result = IsLost() ? ExchangeResult::kLost : ExchangeResult::kTimedOut;
+            status = IsLost() ? GoneStatus() : kStatusTimeout;
         }
     }
     Waiter** link = &waiters_;
@@ -153,7 +174,7 @@ ExchangeResult CClientConnection::Exchange(OutgoingPacket& packet, PendingExchan
     }
     *link = waiter.next;
     PassLeadership(waiter);
-    return result;
+    return status;
 }
 
 SendResult CClientConnection::SendRequest(OutgoingPacket& packet, Waiter& waiter,
@@ -175,21 +196,26 @@ SendResult CClientConnection::SendRequest(OutgoingPacket& packet, Waiter& waiter
     return channel_->Send(packet, pool_, received_, deadline);
 }
 
-ExchangeResult CClientConnection::Post(OutgoingPacket& packet, const CDeadline& deadline) {
+NtStatus CClientConnection::Post(OutgoingPacket& packet, const CDeadline& deadline) {
     packet.head.threadId = CurrentThreadId();
     if (IsLost()) {
-        return ExchangeResult::kNotSent;
+        return kStatusPortDisconnected;
     }
-    switch (channel_->Send(packet, pool_, received_, deadline)) {
-        case SendResult::kSent:
-            return ExchangeResult::kReplied;
-        case SendResult::kTimedOut:
-            return ExchangeResult::kTimedOut;
-        default:
-            // Nobody may be reading who would notice.
-            Disconnect();
-            return ExchangeResult::kNotSent;
+    const SendResult sent = channel_->Send(packet, pool_, received_, deadline);
+    if (sent == SendResult::kClosed) {
+        // Nobody may be reading who would notice.
+        Disconnect();
     }
+    return StatusOf(sent);
+}
+
+NtStatus CClientConnection::GiveUp() {
+    Disconnect();
+    return GoneStatus();
+}
+
+NtStatus CClientConnection::GoneStatus() const {
+    return dialect_ == PortDialect::kLpc ? kStatusLpcReplyLost : AlpcServerGoneStatus();
 }
 
 bool CClientConnection::TryToLead(Waiter& waiter) {

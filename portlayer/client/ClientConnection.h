@@ -1,4 +1,4 @@
-// The client's end of a connection to a port.
+// The client's end of a connection to a port, which is what the client's handle names.
 //
 // Exchanges follow leader and followers: of the threads that wait for replies one reads the
 // channel; it hands replies over to the others, and when its own has come, the reading too. A
@@ -12,15 +12,15 @@
 #include <mutex>
 #include <vector>
 
+#include "portlayer/core/Handles.h"
 #include "portlayer/core/LiveCounterCells.h"
+#include "portlayer/packets/AlpcAttributes.h"
+#include "portlayer/packets/AlpcMemory.h"
 #include "portlayer/packets/MessageHeader.h"
 #include "portlayer/packets/Packet.h"
 #include "portlayer/packets/PacketChannel.h"
 
 namespace Kyr::PortLayer::Detail {
-
-/// How an exchange ended.
-enum class ExchangeResult { kReplied, kTimedOut, kNotSent, kLost };
 
 /// One request in flight: where its reply goes.
 struct PendingExchange {
@@ -33,34 +33,46 @@ struct PendingExchange {
     ReceivedView view;
 };
 
-class CClientConnection {
+class CClientConnection final : public CObject {
   public:
     /// Finds the named port, sends it the connection request and waits for the answer.
     /// kStatusObjectNameNotFound when nobody serves the port, kStatusAccessDenied when another user
-    /// does; kStatusTimeout, kStatusPortConnectionRefused. `limit` becomes the longest message that
-    /// the server takes, when that is less.
+    /// does; kStatusTimeout, kStatusPortConnectionRefused. `limit`: of the client's messages.
     static NtApi::NtStatus Connect(const NtApi::UnicodeString& name, PortDialect dialect,
-                                   const void* request, const CDeadline& deadline,
+                                   std::size_t limit, const void* request,
+                                   const CDeadline& deadline,
                                    std::shared_ptr<CClientConnection>& connection,
-                                   std::vector<std::uint8_t>& answer, std::size_t& limit);
-    ~CClientConnection();
+                                   std::vector<std::uint8_t>& answer);
+    ~CClientConnection() override;
+    void OnClose() override;
 
-    ExchangeResult Exchange(OutgoingPacket& packet, PendingExchange& exchange,
-                            const CDeadline& deadline);
-    ExchangeResult Post(OutgoingPacket& packet, const CDeadline& deadline);
+    /// kStatusTimeout; kStatusPortDisconnected when the server was gone before. One that goes with
+    /// the request in its hands is told apart, in the way of the kind of port.
+    NtApi::NtStatus Exchange(OutgoingPacket& packet, PendingExchange& exchange,
+                             const CDeadline& deadline);
+    NtApi::NtStatus Post(OutgoingPacket& packet, const CDeadline& deadline);
+    /// The server broke the rules in its reply: ends the connection. The status of the request.
+    NtApi::NtStatus GiveUp();
+    /// Ends the connection; threads inside an exchange leave.
+    void Disconnect();
 
+    PortDialect Dialect() const { return dialect_; }
+    /// The longest message that both ends take.
+    std::size_t Limit() const { return limit_; }
     CSendPool& SendPool() { return pool_; }
     CReceivePool& ReceivePool() { return received_; }
+    CAlpcMemory& Memory() { return memory_; }
     std::uint32_t ServerProcessId() const { return channel_->PeerProcessId(); }
-    /// Ends the connection; threads inside an exchange leave with Lost.
-    void Disconnect();
-    bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
 
   private:
     struct Waiter;
-    explicit CClientConnection(std::unique_ptr<IPacketChannel> channel);
-    NtApi::NtStatus Handshake(PortDialect dialect, const void* message, const CDeadline& deadline,
-                              std::vector<std::uint8_t>& answer, std::size_t& limit);
+    CClientConnection(std::unique_ptr<IPacketChannel> channel, PortDialect dialect,
+                      std::size_t limit);
+    NtApi::NtStatus Handshake(const void* message, const CDeadline& deadline,
+                              std::vector<std::uint8_t>& answer);
+    bool IsLost() const { return lost_.load(std::memory_order_relaxed); }
+    /// How a request ends that waits when the server goes.
+    NtApi::NtStatus GoneStatus() const;
     SendResult SendRequest(OutgoingPacket& packet, Waiter& waiter, const CDeadline& deadline);
     /// Reads one packet, if one comes in time, and hands it over. Takes the lock, which the leader,
     /// who calls, does not hold.
@@ -75,8 +87,11 @@ class CClientConnection {
 
     const CLiveCount live_{LiveCounter::kConnections};
     const std::unique_ptr<IPacketChannel> channel_;
+    const PortDialect dialect_;
+    std::size_t limit_;  // constant after the handshake
     CSendPool pool_;
     CReceivePool received_;
+    CAlpcMemory memory_;
     std::atomic<bool> lost_{false};
 
     std::mutex mutex_;
@@ -89,5 +104,8 @@ class CClientConnection {
     const std::unique_ptr<PacketBuffer> buffer_;
     IncomingPacket packet_;
 };
+
+/// The client's side of NtAlpcSendWaitReceivePort.
+NtApi::NtStatus ClientSendWaitReceive(CClientConnection& connection, const AlpcCall& call);
 
 }  // namespace Kyr::PortLayer::Detail

@@ -15,25 +15,14 @@ namespace {
 using namespace Detail;
 using namespace NtApi;
 
-class CLpcClientPort final : public CObject {
-  public:
-    CLpcClientPort(std::shared_ptr<CClientConnection> theConnection, std::size_t theLimit)
-        : connection(std::move(theConnection)), limit(theLimit) {}
-    void OnClose() override { connection->Disconnect(); }
-
-    const CLiveCount live{LiveCounter::kPorts};
-    const std::shared_ptr<CClientConnection> connection;
-    const std::size_t limit;
-};
-
-/// The port of the handle and the data block of the message that is to be sent through it.
-NtStatus CheckSending(Handle handle, const void* message, std::shared_ptr<CLpcClientPort>& port,
-                      DataBlock& block) {
-    port = Find<CLpcClientPort>(handle);
-    if (!port) {
+/// The connection of the handle and the data block of the message that is to be sent through it.
+NtStatus CheckSending(Handle handle, const void* message,
+                      std::shared_ptr<CClientConnection>& connection, DataBlock& block) {
+    connection = Find<CClientConnection>(handle);
+    if (!connection || connection->Dialect() != PortDialect::kLpc) {
         return kStatusInvalidHandle;
     }
-    const NtStatus status = CheckLengths(PortDialect::kLpc, message, port->limit);
+    const NtStatus status = CheckLengths(PortDialect::kLpc, message, connection->Limit());
     return status == kStatusSuccess ? ReadDataBlock(message, TotalLength(message), block) : status;
 }
 
@@ -61,9 +50,9 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
     }
     std::shared_ptr<CClientConnection> connection;
     std::vector<std::uint8_t> answer;
-    std::size_t limit = LpcLayout().maxMessage;
-    const NtStatus status = CClientConnection::Connect(
-        *name, PortDialect::kLpc, message, CDeadline::Never(), connection, answer, limit);
+    const NtStatus status =
+        CClientConnection::Connect(*name, PortDialect::kLpc, LpcLayout().maxMessage, message,
+                                   CDeadline::Never(), connection, answer);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -76,16 +65,16 @@ NtStatus KYR_NTAPI NtConnectPort(Handle* port, UnicodeString* name, SecurityQual
         *connectionInfoLength = static_cast<std::uint32_t>(length);
     }
     if (maxMessageLength != nullptr) {
-        *maxMessageLength = static_cast<std::uint32_t>(limit);
+        *maxMessageLength = static_cast<std::uint32_t>(connection->Limit());
     }
-    *port = AddHandle(std::make_shared<CLpcClientPort>(std::move(connection), limit));
+    *port = AddHandle(std::move(connection));
     return *port != nullptr ? kStatusSuccess : kStatusNoMemory;
 }
 
 NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
-    std::shared_ptr<CLpcClientPort> port;
+    std::shared_ptr<CClientConnection> connection;
     DataBlock block;
-    const NtStatus status = CheckSending(handle, request, port, block);
+    const NtStatus status = CheckSending(handle, request, connection, block);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -95,22 +84,20 @@ NtStatus KYR_NTAPI NtRequestPort(Handle handle, void* request) {
     }
     OutgoingPacket packet(PacketKind::kDatagram);
     packet.SetMessage(request, TotalLength(request));
-    const ExchangeResult result = port->connection->Post(packet, CDeadline::Never());
-    return result == ExchangeResult::kReplied ? kStatusSuccess : kStatusPortDisconnected;
+    return connection->Post(packet, CDeadline::Never());
 }
 
 NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* reply) {
-    std::shared_ptr<CLpcClientPort> port;
+    std::shared_ptr<CClientConnection> connection;
     DataBlock block;
-    NtStatus status = CheckSending(handle, request, port, block);
+    NtStatus status = CheckSending(handle, request, connection, block);
     if (status != kStatusSuccess) {
         return status;
     }
-    CClientConnection& connection = *port->connection;
     OutgoingPacket packet(PacketKind::kRequest);
     packet.SetMessage(request, TotalLength(request));
     SendArea area;
-    status = SendEntries(packet, block, connection.SendPool(), area);
+    status = SendEntries(packet, block, connection->SendPool(), area);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -119,25 +106,20 @@ NtStatus KYR_NTAPI NtRequestWaitReplyPort(Handle handle, void* request, void* re
     // The call has no length for the reply: its buffer must hold the longest message.
     exchange.capacity = LpcLayout().maxMessage;
     exchange.entries = &block;
-    const ExchangeResult result = connection.Exchange(packet, exchange, CDeadline::Never());
+    status = connection->Exchange(packet, exchange, CDeadline::Never());
     // However it ended. If the server holds the slot still, it is free with its return.
     if (area.slot != kNoSlot) {
-        connection.SendPool().Release(area.slot);
+        connection->SendPool().Release(area.slot);
     }
-    // The system tells a server that was gone before from one that went while the client waited.
-    if (result == ExchangeResult::kNotSent) {
-        return kStatusPortDisconnected;
-    }
-    if (result != ExchangeResult::kReplied) {
-        return kStatusLpcReplyLost;
+    if (status != kStatusSuccess) {
+        return status;
     }
     if (!LengthsFit(PortDialect::kLpc, reply, exchange.replyLength, exchange.capacity) ||
         exchange.view.slot != kNoSlot) {
-        connection.Disconnect();
-        return kStatusLpcReplyLost;
+        return connection->GiveUp();
     }
     MessageIds ids = ReadIds(PortDialect::kLpc, reply);
-    ids.processId = connection.ServerProcessId();
+    ids.processId = connection->ServerProcessId();
     ids.threadId = exchange.serverThread;
     WriteIds(PortDialect::kLpc, reply, ids);
     StoreField(reply, kTypeOffset, kLpcReply);

@@ -44,7 +44,7 @@ NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bo
     }
     if (!accept) {
         // The end of its channel tells the client.
-        port->Drop(connection);
+        port->Drop(*connection);
         return kStatusSuccess;
     }
     // All that belongs to the connection is set before it is Accepted: another thread may complete
@@ -56,9 +56,9 @@ NtStatus AnswerConnection(PortDialect dialect, const void* connectionRequest, bo
     if (!connection->ChangeState(Stage::kRequested, Stage::kAccepted)) {
         return kStatusPortDisconnected;
     }
-    handle = AddHandle(std::make_shared<CServerCommPort>(connection));
+    handle = AddHandle(connection);
     if (handle == nullptr) {
-        port->Drop(connection);
+        port->Drop(*connection);
         return kStatusNoMemory;
     }
     // Legacy clients wait until NtCompleteConnectPort.

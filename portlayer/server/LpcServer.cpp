@@ -15,8 +15,7 @@ using namespace Detail;
 using namespace NtApi;
 
 std::shared_ptr<CServerPort> LpcPort(Handle handle) {
-    auto port = ServerPortOf(FindObject(handle));
-    return port && port->Dialect() == PortDialect::kLpc ? port : nullptr;
+    return ServerPortOf(FindObject(handle), PortDialect::kLpc);
 }
 
 NtStatus Reply(const CServerPort& port, const void* reply) {
@@ -117,11 +116,8 @@ NtStatus KYR_NTAPI NtAcceptConnectPort(Handle* handle, void* context, void* conn
 }
 
 NtStatus KYR_NTAPI NtCompleteConnectPort(Handle handle) {
-    const auto comm = Find<CServerCommPort>(handle);
-    if (!comm) {
-        return kStatusInvalidHandle;
-    }
-    return CompleteConnection(*comm->connection);
+    const auto connection = Find<CServerConnection>(handle);
+    return connection ? CompleteConnection(*connection) : kStatusInvalidHandle;
 }
 
 NtStatus KYR_NTAPI NtReplyPort(Handle handle, void* reply) {

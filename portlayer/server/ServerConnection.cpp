@@ -20,6 +20,13 @@ CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, s
       channel_(std::move(channel)),
       memory_(pool_, received_) {}
 
+void CServerConnection::OnClose() {
+    if (const auto port = Port()) {
+        port->Drop(*this);
+    }
+    memory_.Clear();
+}
+
 NtApi::NtStatus CServerConnection::Send(OutgoingPacket& packet) {
     packet.head.threadId = CurrentThreadId();
     // Nearly always there is room at once, and the clock need not be read for a deadline.

@@ -1,5 +1,6 @@
 // The server's end of one connection: its channel, its shared memory and what the server attached
-// to it. Made by CServerPort when a client comes.
+// to it. Made by CServerPort when a client comes; once it is accepted the server has a handle of
+// it.
 //
 // Threads: any.
 #pragma once
@@ -8,6 +9,7 @@
 #include <memory>
 #include <vector>
 
+#include "portlayer/core/Handles.h"
 #include "portlayer/core/LiveCounterCells.h"
 #include "portlayer/packets/AlpcMemory.h"
 #include "portlayer/packets/Packet.h"
@@ -17,7 +19,7 @@ namespace Kyr::PortLayer::Detail {
 
 class CServerPort;
 
-class CServerConnection {
+class CServerConnection final : public CObject {
   public:
     /// How far a connection has come, and what the client may send meanwhile:
     ///   Anonymous  a channel without a name: its connection request, and nothing else
@@ -31,6 +33,7 @@ class CServerConnection {
 
     CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
                       std::unique_ptr<IPacketChannel> channel);
+    void OnClose() override;
 
     IPacketChannel& Channel() const { return *channel_; }
     std::uint64_t Number() const { return number_; }

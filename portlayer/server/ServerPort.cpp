@@ -64,7 +64,7 @@ void CServerPort::OnClose() {
         closed_ = true;
     }
     for (const auto& connection : Connections()) {
-        Drop(connection);
+        Drop(*connection);
     }
     listener_->Wake();
 }
@@ -146,20 +146,20 @@ std::vector<std::shared_ptr<CServerConnection>> CServerPort::Connections() {
     return all;
 }
 
-CServerConnection::Stage CServerPort::Drop(const std::shared_ptr<CServerConnection>& connection) {
+CServerConnection::Stage CServerPort::Drop(CServerConnection& connection) {
     // The order matters. Closed first, so that whoever takes a packet at this moment sees it
     // (IsStillOpen). Out of the table next, so that one thread alone ends the watching. The channel
     // is shut down outside the lock: that wakes threads inside it, and the client. The records
     // last: one that comes even later is ended by the thread that made it.
-    const CServerConnection::Stage state = connection->Close();
+    const CServerConnection::Stage state = connection.Close();
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (connections_.erase(connection->Number()) != 0) {
-            listener_->Unwatch(connection->Channel());
+        if (connections_.erase(connection.Number()) != 0) {
+            listener_->Unwatch(connection.Channel());
         }
     }
-    connection->Channel().Shutdown();
-    EndPendingMessagesOf(connection.get());
+    connection.Channel().Shutdown();
+    EndPendingMessagesOf(&connection);
     return state;
 }
 
@@ -211,7 +211,7 @@ bool CServerPort::TakeEnd(const std::shared_ptr<CServerConnection>& connection,
                           ReceiveScratch& scratch) {
     // Drop tells the state before to one caller. So the server hears of each end once, and not at
     // all when it ended the connection itself or never accepted it.
-    const CServerConnection::Stage state = Drop(connection);
+    const CServerConnection::Stage state = Drop(*connection);
     if (state != CServerConnection::Stage::kConnected &&
         state != CServerConnection::Stage::kAccepted) {
         return false;
@@ -332,19 +332,15 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     return valid && IsStillOpen(*connection, record);
 }
 
-void CServerCommPort::OnClose() {
-    if (const auto port = connection->Port()) {
-        port->Drop(connection);
-    }
-    connection->Memory().Clear();
-}
-
-std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object) {
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object,
+                                          PortDialect dialect) {
+    std::shared_ptr<CServerPort> port;
     if (As<CServerPort>(object.get()) != nullptr) {
-        return std::static_pointer_cast<CServerPort>(object);
+        port = std::static_pointer_cast<CServerPort>(object);
+    } else if (const auto* const connection = As<CServerConnection>(object.get())) {
+        port = connection->Port();
     }
-    const CServerCommPort* const comm = As<CServerCommPort>(object.get());
-    return comm != nullptr ? comm->connection->Port() : nullptr;
+    return port && port->Dialect() == dialect ? port : nullptr;
 }
 
 }  // namespace Kyr::PortLayer::Detail

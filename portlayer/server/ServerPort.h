@@ -72,7 +72,7 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     }
 
     /// Ends the connection without a word to the server. Answers its state until now.
-    CServerConnection::Stage Drop(const std::shared_ptr<CServerConnection>& connection);
+    CServerConnection::Stage Drop(CServerConnection& connection);
     NtApi::NtStatus ReleaseMessage(std::uint32_t messageId, bool unmapView);
 
   private:
@@ -106,19 +106,10 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     std::atomic<bool> closed_{false};
 };
 
-/// An accepted connection, as the server's handle of it.
-class CServerCommPort final : public CObject {
-  public:
-    explicit CServerCommPort(std::shared_ptr<CServerConnection> theConnection)
-        : connection(std::move(theConnection)) {}
-    void OnClose() override;
-
-    const CLiveCount live{LiveCounter::kPorts};
-    const std::shared_ptr<CServerConnection> connection;
-};
-
-/// The connection port behind an object of either class; null when it is of another.
-std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object);
+/// The connection port behind an object, which is one or a connection of one; null when it is
+/// neither, or of the other kind.
+std::shared_ptr<CServerPort> ServerPortOf(const std::shared_ptr<CObject>& object,
+                                          PortDialect dialect);
 
 /// The server's side of NtAlpcSendWaitReceivePort.
 NtApi::NtStatus ServerSendWaitReceive(CServerPort& port, const AlpcCall& call);

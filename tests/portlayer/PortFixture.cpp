@@ -35,7 +35,9 @@ void PortFixture::TearDown() {
 
 Handle PortFixture::CloseLater(Handle handle) {
     const std::lock_guard<std::mutex> lock(mutex_);
-    opened_.push_back(handle);
+    if (handle != nullptr) {
+        opened_.push_back(handle);
+    }
     return handle;
 }
 

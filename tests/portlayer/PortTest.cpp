@@ -159,6 +159,14 @@ TEST_P(PortTest, ClosingTheClientsHandleEndsItsWait) {
     EXPECT_EQ(asking.get(), Traits().serverGone);
 }
 
+TEST_P(PortTest, ClosingTheServersHandleOfAClientDisconnectsIt) {
+    const Handle server = CreatePort();
+    auto connecting = std::async(std::launch::async, [this] { return Connect(); });
+    Bytes request = Receive(server);
+    EXPECT_EQ(CloseHandle(Accept(server, request)), 1);
+    EXPECT_EQ(SendOneWay(connecting.get(), MakeMessage({})), kStatusPortDisconnected);
+}
+
 TEST_P(PortTest, ReceiveTimesOut) {
     const Handle server = CreatePort();
     Bytes message;
