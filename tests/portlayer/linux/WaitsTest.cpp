@@ -18,9 +18,7 @@ constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 class WaitsTest : public PortFixture {
   protected:
     Handle Event(bool manual, bool signalled) {
-        const Handle event = CreateEventW(nullptr, manual, signalled, nullptr);
-        EXPECT_NE(event, nullptr);
-        return event;
+        return CloseLater(CreateEventW(nullptr, manual, signalled, nullptr));
     }
     static void RunOnFourThreads(const std::function<void(int)>& body) {
         std::array<std::thread, 4> threads;
@@ -29,11 +27,6 @@ class WaitsTest : public PortFixture {
         }
         for (std::thread& thread : threads) {
             thread.join();
-        }
-    }
-    void Close(std::initializer_list<Handle> handles) {
-        for (const Handle handle : handles) {
-            EXPECT_EQ(CloseHandle(handle), 1);
         }
     }
 };
@@ -46,14 +39,12 @@ TEST_F(WaitsTest, ManualEventStaysSignalled) {
     EXPECT_EQ(WaitForSingleObject(event, 0), 0u);
     EXPECT_EQ(ResetEvent(event), 1);
     EXPECT_EQ(WaitForSingleObject(event, 1), kWaitTimedOut);
-    Close({event});
 }
 
 TEST_F(WaitsTest, AutomaticEventLetsOneWaitThrough) {
     const Handle event = Event(false, true);
     EXPECT_EQ(WaitForSingleObject(event, 0), 0u);
     EXPECT_EQ(WaitForSingleObject(event, 0), kWaitTimedOut);
-    Close({event});
 }
 
 TEST_F(WaitsTest, WaitForAnyTellsTheFirstSignalled) {
@@ -63,7 +54,6 @@ TEST_F(WaitsTest, WaitForAnyTellsTheFirstSignalled) {
     EXPECT_EQ(WaitForMultipleObjects(2, both, 0, 0), 1u);
     SetEvent(first);
     EXPECT_EQ(WaitForMultipleObjects(2, both, 0, 0), 0u);
-    Close({first, second});
 }
 
 TEST_F(WaitsTest, WaitForAllTakesAllOrNone) {
@@ -75,7 +65,6 @@ TEST_F(WaitsTest, WaitForAllTakesAllOrNone) {
     EXPECT_EQ(WaitForMultipleObjects(2, both, 1, 0), 0u);
     EXPECT_EQ(WaitForSingleObject(first, 0), kWaitTimedOut);
     EXPECT_EQ(WaitForSingleObject(second, 0), kWaitTimedOut);
-    Close({first, second});
 }
 
 TEST_F(WaitsTest, BadWaitsFail) {
@@ -85,7 +74,7 @@ TEST_F(WaitsTest, BadWaitsFail) {
     EXPECT_EQ(WaitForMultipleObjects(65, handles, 0, 0), kFailed);
     EXPECT_EQ(WaitForMultipleObjects(2, handles, 0, 0), kFailed);
     EXPECT_EQ(WaitForSingleObject(nullptr, 0), kFailed);
-    Close({event});
+    EXPECT_EQ(CloseHandle(event), 1);
     EXPECT_EQ(WaitForSingleObject(event, 0), kFailed);
     EXPECT_EQ(SetEvent(event), 0);
     EXPECT_EQ(ResetEvent(event), 0);
@@ -97,7 +86,6 @@ TEST_F(WaitsTest, SettingAnEventWakesAWaitingThread) {
     std::this_thread::sleep_for(std::chrono::milliseconds(2));
     SetEvent(event);
     waiting.join();
-    Close({event});
 }
 
 TEST_F(WaitsTest, ThreadHandleIsSignalledWhenTheRoutineReturns) {
@@ -121,7 +109,7 @@ TEST_F(WaitsTest, ThreadHandleIsSignalledWhenTheRoutineReturns) {
     EXPECT_EQ(WaitForSingleObject(thread, kInfinite), 0u);
     EXPECT_EQ(work.done.load(), 1);
     EXPECT_EQ(TerminateThread(thread, 0), 1);
-    Close({thread, work.go});
+    EXPECT_EQ(CloseHandle(thread), 1);
 }
 
 TEST_F(WaitsTest, ExclusiveLockLetsOneThreadIn) {
