@@ -42,7 +42,7 @@ int SocketOf(IPacketChannel& channel) {
 class CSocketListener final : public IPortListener {
   public:
     ~CSocketListener() override { CSocketListener::Close(); }
-    NtStatus Open(const UnicodeString& name);
+    NtStatus Open(const UnicodeString& name) override;
 
     ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
                        std::unique_ptr<IPacketChannel>& client) override;
@@ -147,13 +147,8 @@ std::unique_ptr<IPacketChannel> CSocketListener::Accept() {
 
 }  // namespace
 
-NtStatus CreatePortListener(const UnicodeString& name, std::unique_ptr<IPortListener>& listener) {
-    auto created = std::make_unique<CSocketListener>();
-    const NtStatus status = created->Open(name);
-    if (status == kStatusSuccess) {
-        listener = std::move(created);
-    }
-    return status;
+std::unique_ptr<IPortListener> MakePortListener() {
+    return std::make_unique<CSocketListener>();
 }
 
 }  // namespace Kyr::PortLayer::Detail

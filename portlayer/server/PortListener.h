@@ -25,6 +25,8 @@ class IPortListener {
     IPortListener& operator=(const IPortListener&) = delete;
     virtual ~IPortListener() = default;
 
+    /// Takes the name, once and first. kStatusObjectNameCollision when it is in use.
+    virtual NtApi::NtStatus Open(const NtApi::UnicodeString& name) = 0;
     /// Waits for what comes first; `number` is set for Readable, `client` for a new client of our
     /// own user. It stays null for another user's, who is turned away; and, after a moment's rest,
     /// when the process can hold no more: the client stays in front of the door.
@@ -40,8 +42,6 @@ class IPortListener {
     virtual void Wake() = 0;
 };
 
-/// Takes the name. kStatusObjectNameCollision when it is in use.
-NtApi::NtStatus CreatePortListener(const NtApi::UnicodeString& name,
-                                   std::unique_ptr<IPortListener>& listener);
+std::unique_ptr<IPortListener> MakePortListener();
 
 }  // namespace Kyr::PortLayer::Detail

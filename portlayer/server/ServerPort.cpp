@@ -41,7 +41,7 @@ NtStatus CServerPort::Create(PortDialect dialect, const ObjectAttributes* attrib
         return kStatusInvalidParameter;
     }
     const std::shared_ptr<CServerPort> created(new CServerPort(dialect, limits));
-    const NtStatus status = CreatePortListener(*attributes->ObjectName, created->listener_);
+    const NtStatus status = created->listener_->Open(*attributes->ObjectName);
     if (status != kStatusSuccess) {
         return status;
     }
@@ -52,7 +52,8 @@ NtStatus CServerPort::Create(PortDialect dialect, const ObjectAttributes* attrib
 CServerPort::CServerPort(PortDialect dialect, const PortLimits& limits)
     : number_(lastPort.fetch_add(1, std::memory_order_relaxed)),
       dialect_(dialect),
-      limits_(limits) {}
+      limits_(limits),
+      listener_(MakePortListener()) {}
 
 void CServerPort::OnClose() {
     // The name first: no client comes any more, and the next server may have it. Whoever accepted a

@@ -95,7 +95,7 @@ class CServerPort final : public CObject, public std::enable_shared_from_this<CS
     const std::uint64_t number_;
     const PortDialect dialect_;
     const PortLimits limits_;
-    std::unique_ptr<IPortListener> listener_;
+    const std::unique_ptr<IPortListener> listener_;
 
     std::mutex mutex_;
     // Guarded by mutex_.

@@ -36,7 +36,7 @@ struct PipeConnect : PipeOperation {
 class CPipeListener final : public IPortListener {
   public:
     ~CPipeListener() override;
-    NtStatus Open(const UnicodeString& name);
+    NtStatus Open(const UnicodeString& name) override;
 
     ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
                        std::unique_ptr<IPacketChannel>& client) override;
@@ -199,13 +199,8 @@ void CPipeListener::Close() {
 
 }  // namespace
 
-NtStatus CreatePortListener(const UnicodeString& name, std::unique_ptr<IPortListener>& listener) {
-    auto created = std::make_unique<CPipeListener>();
-    const NtStatus status = created->Open(name);
-    if (status == kStatusSuccess) {
-        listener = std::move(created);
-    }
-    return status;
+std::unique_ptr<IPortListener> MakePortListener() {
+    return std::make_unique<CPipeListener>();
 }
 
 }  // namespace Kyr::PortLayer::Detail
