@@ -17,15 +17,15 @@ CClientConnection* AsClient(const std::shared_ptr<CObject>& object) {
     return client != nullptr && client->Dialect() == PortDialect::kAlpc ? client : nullptr;
 }
 
-/// Calls `use` with the shared memory of the connection behind the handle.
+/// Calls `use` with the connection behind the handle, the client's end or the server's.
 template <typename Use>
-NtStatus WithMemory(Handle handle, Use use) {
+NtStatus WithConnection(Handle handle, Use use) {
     const auto object = FindObject(handle);
     if (auto* const client = AsClient(object)) {
-        return use(client->Memory());
+        return use(*client);
     }
     auto* const server = As<CServerConnection>(object.get());
-    return server != nullptr ? use(server->Memory()) : kStatusInvalidHandle;
+    return server != nullptr ? use(*server) : kStatusInvalidHandle;
 }
 
 }  // namespace
@@ -48,47 +48,40 @@ NtStatus KYR_NTAPI NtAlpcSendWaitReceivePort(Handle port, std::uint32_t flags, v
 }
 
 NtStatus KYR_NTAPI NtAlpcDisconnectPort(Handle port, std::uint32_t) {
-    const auto object = FindObject(port);
-    if (auto* const client = AsClient(object)) {
-        client->Disconnect();
+    return WithConnection(port, [](auto& connection) {
+        connection.Disconnect();
         return kStatusSuccess;
-    }
-    if (auto* const connection = As<CServerConnection>(object.get())) {
-        if (const auto server = connection->Port()) {
-            server->Drop(*connection);
-        }
-        return kStatusSuccess;
-    }
-    return kStatusInvalidHandle;
+    });
 }
 
 NtStatus KYR_NTAPI NtAlpcCreatePortSection(Handle port, std::uint32_t flags, Handle section,
                                            std::size_t size, Handle* alpcSection,
                                            std::size_t* actualSize) {
-    return WithMemory(port, [&](CAlpcMemory& memory) {
+    return WithConnection(port, [&](auto& connection) {
         const bool valid =
             flags == kAlpcPortSectionSecure && section == nullptr && alpcSection != nullptr;
-        return valid ? memory.CreateSection(size, *alpcSection, actualSize)
+        return valid ? connection.Memory().CreateSection(size, *alpcSection, actualSize)
                      : kStatusInvalidParameter;
     });
 }
 
 NtStatus KYR_NTAPI NtAlpcDeletePortSection(Handle port, std::uint32_t flags, Handle section) {
-    return WithMemory(port, [&](CAlpcMemory& memory) {
-        return flags != 0 ? kStatusInvalidParameter : memory.DeleteSection(section);
+    return WithConnection(port, [&](auto& connection) {
+        return flags != 0 ? kStatusInvalidParameter : connection.Memory().DeleteSection(section);
     });
 }
 
 NtStatus KYR_NTAPI NtAlpcCreateSectionView(Handle port, std::uint32_t flags,
                                            AlpcDataViewAttr* view) {
-    return WithMemory(port, [&](CAlpcMemory& memory) {
-        return flags != 0 || view == nullptr ? kStatusInvalidParameter : memory.CreateView(*view);
+    return WithConnection(port, [&](auto& connection) {
+        return flags != 0 || view == nullptr ? kStatusInvalidParameter
+                                             : connection.Memory().CreateView(*view);
     });
 }
 
 NtStatus KYR_NTAPI NtAlpcDeleteSectionView(Handle port, std::uint32_t flags, void* viewBase) {
-    return WithMemory(port, [&](CAlpcMemory& memory) {
-        return flags != 0 ? kStatusInvalidParameter : memory.DeleteView(viewBase);
+    return WithConnection(port, [&](auto& connection) {
+        return flags != 0 ? kStatusInvalidParameter : connection.Memory().DeleteView(viewBase);
     });
 }
 

@@ -21,10 +21,14 @@ CServerConnection::CServerConnection(const std::shared_ptr<CServerPort>& port, s
       memory_(pool_, received_) {}
 
 void CServerConnection::OnClose() {
+    Disconnect();
+    memory_.Clear();
+}
+
+void CServerConnection::Disconnect() {
     if (const auto port = Port()) {
         port->Drop(*this);
     }
-    memory_.Clear();
 }
 
 NtApi::NtStatus CServerConnection::Send(OutgoingPacket& packet) {

@@ -34,6 +34,8 @@ class CServerConnection final : public CObject {
     CServerConnection(const std::shared_ptr<CServerPort>& port, std::uint64_t number,
                       std::unique_ptr<IPacketChannel> channel);
     void OnClose() override;
+    /// Ends the connection without a word to the server.
+    void Disconnect();
 
     IPacketChannel& Channel() const { return *channel_; }
     std::uint64_t Number() const { return number_; }
