@@ -26,17 +26,25 @@ class AlpcViewTest : public AlpcPortFixture {
             EXPECT_EQ(call.ReplyWithView({}, copy), kStatusSuccess);
         }));
     }
-    void ReleaseView(Handle port, Bytes& reply, CAttributes& received) {
-        received.View().Flags |= kAlpcViewUnmapExisting;
-        EXPECT_EQ(Release(port, reply, &received), kStatusSuccess);
+    struct Reply {
+        Bytes message;
+        CAttributes attributes;
+    };
+    Reply AskForReply(Handle port, CAttributes* sent = nullptr) {
+        Reply reply;
+        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply.message, sent, &reply.attributes),
+                  kStatusSuccess);
+        EXPECT_TRUE(reply.attributes.HasView());
+        return reply;
+    }
+    void ReleaseView(Handle port, Reply& reply) {
+        reply.attributes.View().Flags |= kAlpcViewUnmapExisting;
+        EXPECT_EQ(Release(port, reply.message, &reply.attributes), kStatusSuccess);
     }
     Bytes AskForView(Handle port) {
-        Bytes reply;
-        CAttributes received;
-        EXPECT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
-        EXPECT_TRUE(received.HasView());
-        Bytes bytes = received.ViewBytes();
-        ReleaseView(port, reply, received);
+        Reply reply = AskForReply(port);
+        Bytes bytes = reply.attributes.ViewBytes();
+        ReleaseView(port, reply);
         return bytes;
     }
 };
@@ -45,26 +53,21 @@ TEST_F(AlpcViewTest, ReplyWithAViewIsFlaggedAndReleasedOnce) {
     const Bytes large = Pattern(200000);
     ServeView(large);
     const Handle port = Connect();
-    Bytes reply;
-    CAttributes received;
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
-    ASSERT_TRUE(received.HasView());
-    EXPECT_EQ(Get<std::uint16_t>(reply.data(), 4), 0x2002);
-    EXPECT_EQ(received.View().Flags & kAlpcViewSecured, kAlpcViewSecured);
-    EXPECT_EQ(received.ViewBytes(), large);
-    ReleaseView(port, reply, received);
-    EXPECT_EQ(Release(port, reply, &received), kStatusInvalidMessage);
+    Reply reply = AskForReply(port);
+    EXPECT_EQ(Get<std::uint16_t>(reply.message.data(), 4), 0x2002);
+    EXPECT_EQ(reply.attributes.View().Flags & kAlpcViewSecured, kAlpcViewSecured);
+    EXPECT_EQ(reply.attributes.ViewBytes(), large);
+    ReleaseView(port, reply);
+    EXPECT_EQ(Release(port, reply.message, &reply.attributes), kStatusInvalidMessage);
 }
 
 TEST_F(AlpcViewTest, ReleaseWithoutTheUnmapFlagKeepsTheView) {
     ServeView(Pattern(70000));
     const Handle port = Connect();
-    Bytes reply;
-    CAttributes received;
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
-    EXPECT_EQ(Release(port, reply, nullptr), kStatusSuccess);
-    EXPECT_EQ(received.ViewBytes(), Pattern(70000));
-    void* const base = received.View().ViewBase;
+    Reply reply = AskForReply(port);
+    EXPECT_EQ(Release(port, reply.message, nullptr), kStatusSuccess);
+    EXPECT_EQ(reply.attributes.ViewBytes(), Pattern(70000));
+    void* const base = reply.attributes.View().ViewBase;
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, base), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, base), kStatusInvalidParameter);
 }
@@ -89,11 +92,9 @@ TEST_F(AlpcViewTest, RequestTravelsInAView) {
     for (int i = 0; i < 100; ++i) {
         CAttributes sent;
         const AlpcDataViewAttr& view = sent.AttachView(port, large, kAlpcViewAutoRelease);
-        CAttributes received;
-        Bytes reply;
-        ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, &received), kStatusSuccess);
-        ASSERT_EQ(received.ViewBytes(), large);
-        ReleaseView(port, reply, received);
+        Reply reply = AskForReply(port, &sent);
+        ASSERT_EQ(reply.attributes.ViewBytes(), large);
+        ReleaseView(port, reply);
         // Released by the send.
         EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusInvalidParameter);
         EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
@@ -105,10 +106,8 @@ TEST_F(AlpcViewTest, ViewStaysWithoutTheAutoReleaseFlag) {
     const Handle port = Connect();
     CAttributes sent;
     const AlpcDataViewAttr& view = sent.AttachView(port, Pattern(70000), 0);
-    CAttributes received;
-    Bytes reply;
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, &sent, &received), kStatusSuccess);
-    ReleaseView(port, reply, received);
+    Reply reply = AskForReply(port, &sent);
+    ReleaseView(port, reply);
     EXPECT_EQ(NtAlpcDeleteSectionView(port, 0, view.ViewBase), kStatusSuccess);
     EXPECT_EQ(NtAlpcDeletePortSection(port, 0, view.SectionHandle), kStatusSuccess);
 }
@@ -252,9 +251,7 @@ TEST_F(AlpcViewTest, ClosingThePortEndsWhatStands) {
     ServeView(Pattern(70000));
     const Handle port = Connect();
     MakeView(port, Pattern(100));
-    Bytes reply;
-    CAttributes received;
-    ASSERT_EQ(Exchange(port, AlpcMessage({}), reply, nullptr, &received), kStatusSuccess);
+    AskForReply(port);
     EXPECT_EQ(CloseHandle(port), 1);
 }
 

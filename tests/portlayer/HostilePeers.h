@@ -22,9 +22,7 @@ class HostileLpcClientTest : public LpcPortFixture {
         Serve(OnRequests([](ReceivedCall& call) { call.Reply(call.Data()); }));
     }
     void TearDown() override {
-        const Handle port = Connect();
-        EXPECT_EQ(Ask(port, ToBytes("x")), ToBytes("x")) << "others are not served";
-        CloseHandle(port);
+        EXPECT_EQ(Ask(Connect(), ToBytes("x")), ToBytes("x")) << "others are not served";
         LpcPortFixture::TearDown();
     }
 
