@@ -14,7 +14,7 @@ using namespace NtApi;
 
 namespace {
 
-NtStatus StatusOf(SendResult sent) {
+NtStatus StatusOfSend(SendResult sent) {
     if (sent == SendResult::kSent) {
         return kStatusSuccess;
     }
@@ -150,7 +150,7 @@ NtStatus CClientConnection::Exchange(OutgoingPacket& packet, PendingExchange& ex
     } else {
         lock.lock();
     }
-    NtStatus status = StatusOf(sent);
+    NtStatus status = StatusOfSend(sent);
     if (sent == SendResult::kSent) {
         // A reply that came at the last moment counts, also when the connection has been lost
         // since. A server that never stops sending must not keep us past our time.
@@ -206,7 +206,7 @@ NtStatus CClientConnection::Post(OutgoingPacket& packet, const CDeadline& deadli
         // Nobody may be reading who would notice.
         Disconnect();
     }
-    return StatusOf(sent);
+    return StatusOfSend(sent);
 }
 
 NtStatus CClientConnection::GiveUp() {

@@ -8,8 +8,8 @@
 namespace Kyr::PortLayer::Detail {
 
 enum class LiveCounter {
-    kPorts,        // handles of connection, server and client ports
-    kConnections,  // ends of connections, sockets included
+    kPorts,        // that clients connect to
+    kConnections,  // ends of connections, sockets included; a handle of one holds it
     kEvents,       // handles, as of the next three
     kThreads,
     kMutexes,

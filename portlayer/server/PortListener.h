@@ -15,7 +15,7 @@ class IPortListener {
   public:
     enum class ListenerEvent {
         kNothing,   // the deadline passed, or somebody else was faster
-        kClient,    // a new client came
+        kClient,    // a new client came, which may have gone already
         kReadable,  // the channel with the number has a packet, or has ended
         kWoken,     // Wake was called
     };
@@ -28,8 +28,9 @@ class IPortListener {
     /// Takes the name, once and first. kStatusObjectNameCollision when it is in use.
     virtual NtApi::NtStatus Open(const NtApi::UnicodeString& name) = 0;
     /// Waits for what comes first; `number` is set for Readable, `client` for a new client of our
-    /// own user. It stays null for another user's, who is turned away; and, after a moment's rest,
-    /// when the process can hold no more: the client stays in front of the door.
+    /// own user. It stays null for another user's, who is turned away; for one that has gone, or
+    /// that another thread has taken, or that came to a port that is closed; and, after a moment's
+    /// rest, when the process can hold no more: the client stays in front of the door.
     virtual ListenerEvent Wait(const CDeadline& deadline, std::uint64_t& number,
                                std::unique_ptr<IPacketChannel>& client) = 0;
     /// From now on Wait tells of the channel. False when that is impossible. Each number is used

@@ -310,7 +310,7 @@ bool CServerPort::TakeMessage(const std::shared_ptr<CServerConnection>& connecti
     std::size_t handle = 0;
     const bool valid = TakeView(packet, connection->ReceivePool(), handle, message.view) &&
                        TakeEntries(packet, handle, *record);
-    // Only open records are counted, since only those count down when they end
+    // Only open records are counted on the connection, since only those count down when they end
     // (PendingMessage::Clear).
     record->open = valid && isRequest;
     if (record->open) {

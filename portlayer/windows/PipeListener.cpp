@@ -141,7 +141,7 @@ IPortListener::ListenerEvent CPipeListener::Wait(const CDeadline& deadline, std:
         return ListenerEvent::kNothing;
     }
     // Of a read or a connect; those that failed are told as well, and found out by Receive or by
-    // who asks for the client.
+    // Accept.
     if (!operation->isConnect) {
         number = static_cast<PipeRead&>(*operation).number;
         return ListenerEvent::kReadable;

@@ -1,5 +1,5 @@
-// Handles of ports and connections of both kinds are of the same classes here. A call takes those
-// of its own kind alone; the system itself may take one kind for the other.
+// Handles of ports and connections of both kinds are of the same classes here. A call takes ports
+// and clients of its own kind alone; the system itself may take one kind for the other.
 #include "tests/portlayer/ServedPortFixture.h"
 
 namespace Kyr::Test {

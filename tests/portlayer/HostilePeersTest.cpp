@@ -118,13 +118,18 @@ TEST_F(HostileAlpcClientTest, SlotBeyondAllIsDropped) {
 }
 
 TEST_F(HostileAlpcClientTest, MessageThatGoesOnBehindItsDataIsDropped) {
-    CRawPeer client = CRawPeer::Connected(PortDialect::kAlpc);
     Bytes message = Message(24, {}, 25);
     Put<std::uint16_t>(message.data(), 2, 25);
-    OutgoingPacket packet(PacketKind::kDatagram);
-    packet.SetMessage(message.data(), message.size());
-    client.Send(packet);
-    EXPECT_TRUE(client.IsDropped());
+    for (const PacketKind kind :
+         {PacketKind::kConnect, PacketKind::kRequest, PacketKind::kDatagram}) {
+        const bool isFirst = kind == PacketKind::kConnect;
+        CRawPeer client = isFirst ? CRawPeer::OfClient() : CRawPeer::Connected(PortDialect::kAlpc);
+        OutgoingPacket packet(kind);
+        packet.head.flags = isFirst ? static_cast<std::uint32_t>(PortDialect::kAlpc) : 0;
+        packet.SetMessage(message.data(), message.size());
+        client.Send(packet);
+        EXPECT_TRUE(client.IsDropped()) << static_cast<int>(kind);
+    }
 }
 
 /// What a server does once it has heard of its client.

@@ -52,7 +52,7 @@ Bool PortFixture::CloseHandle(Handle handle) {
 
 void PortFixture::CloseAll() {
     while (!opened_.empty()) {
-        CloseHandle(opened_.back());
+        EXPECT_EQ(CloseHandle(opened_.back()), 1);
     }
 }
 

@@ -18,7 +18,9 @@ constexpr std::uint32_t kInfinite = 0xFFFFFFFF;
 class WaitsTest : public PortFixture {
   protected:
     Handle Event(bool manual, bool signalled) {
-        return CloseLater(CreateEventW(nullptr, manual, signalled, nullptr));
+        const Handle event = CloseLater(CreateEventW(nullptr, manual, signalled, nullptr));
+        EXPECT_NE(event, nullptr);
+        return event;
     }
     static void RunOnFourThreads(const std::function<void(int)>& body) {
         std::array<std::thread, 4> threads;
