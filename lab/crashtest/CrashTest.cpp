@@ -1,10 +1,9 @@
 #include "lab/crashtest/CrashTest.h"
 
-#include <algorithm>
+#include <functional>
 #include <random>
 #include <stdexcept>
-
-#include <boost/thread/thread.hpp>
+#include <thread>
 
 namespace Kyr::Lab::CrashTest {
 
@@ -19,10 +18,6 @@ const char* const kSteps[] = {"before-request", "after-reply", "after-publish", 
                               "after-offset"};
 
 using Microseconds = std::chrono::microseconds;
-
-void Sleep(Microseconds duration) {
-    boost::this_thread::sleep_for(boost::chrono::microseconds(duration.count()));
-}
 
 /// One world and what may happen to it.
 class CRounds {
@@ -43,8 +38,8 @@ class CRounds {
                 ++report.stepKills;
             }
         }
-        for (std::size_t i = 0; i < report.rows.size(); ++i) {
-            if (world_.Ledger(i).BatchesInFlight() == 0) {
+        for (std::size_t i = 0; i < report.records.size(); ++i) {
+            if (world_.Ledger(i).Counts().inFlight == 0) {
                 throw std::runtime_error(std::string(kKinds[i].name) +
                                          ": no kill at a step met a batch in flight");
             }
@@ -54,7 +49,7 @@ class CRounds {
     void KillHostAtRandom(CrashReport& report, int times) {
         for (int i = 0; i < times; ++i) {
             StartCollecting();
-            Sleep(RandomMoment());
+            std::this_thread::sleep_for(RandomMoment());
             world_.KillHost();
             ++report.randomKills;
         }
@@ -63,10 +58,10 @@ class CRounds {
     void KillBothAtRandom(CrashReport& report, int times) {
         for (int i = 0; i < times; ++i) {
             StartCollecting();
-            Sleep(RandomMoment());
+            std::this_thread::sleep_for(RandomMoment());
             if (Number(0, 1) == 0) {
                 world_.KillProduct();
-                Sleep(Microseconds(Number(0, 3000)));
+                std::this_thread::sleep_for(Microseconds(Number(0, 3000)));
                 world_.KillHost();
             } else {
                 world_.KillHost();
@@ -81,7 +76,7 @@ class CRounds {
     void KillProductAtRandom(CrashReport& report, int times) {
         StartCollecting();
         for (int i = 0; i < times; ++i) {
-            Sleep(RandomMoment());
+            std::this_thread::sleep_for(RandomMoment());
             world_.KillProduct();
             world_.StartProduct();
             world_.Append(Number(1, kMostAppended));
@@ -98,19 +93,14 @@ class CRounds {
         world_.StartHost();
         world_.Drain(kDrain);
         world_.QuitBoth();
-        for (std::size_t i = 0; i < report.rows.size(); ++i) {
+        for (std::size_t i = 0; i < report.records.size(); ++i) {
             const CRecordLedger& ledger = world_.Ledger(i);
-            CrashReport::Row& row = report.rows[i];
-            row.sent = ledger.Sent();
-            row.stored = ledger.Stored();
-            row.twice = ledger.Twice();
-            row.lost = row.sent - std::min(row.sent, ledger.Highest());
-            row.inFlight = ledger.BatchesInFlight();
-            if (row.lost != 0 || row.sent != world_.Appended() ||
-                ledger.Highest() != world_.Appended()) {
+            report.records[i] = ledger.Counts();
+            const std::uint64_t sent = report.records[i].sent;
+            if (sent != world_.Appended() || ledger.Highest() != world_.Appended()) {
                 throw std::runtime_error(std::string(kKinds[i].name) + ": of " +
                                          std::to_string(world_.Appended()) + " records " +
-                                         std::to_string(row.sent) + " went out and " +
+                                         std::to_string(sent) + " went out and " +
                                          std::to_string(ledger.Highest()) + " came");
             }
         }
@@ -169,12 +159,8 @@ void Play(const Runner::Stage& stage, std::uint64_t seed, Share& share) {
 }  // namespace
 
 void CrashReport::Add(const CrashReport& other) {
-    for (std::size_t i = 0; i < rows.size(); ++i) {
-        rows[i].sent += other.rows[i].sent;
-        rows[i].stored += other.rows[i].stored;
-        rows[i].twice += other.rows[i].twice;
-        rows[i].lost += other.rows[i].lost;
-        rows[i].inFlight += other.rows[i].inFlight;
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        records[i] += other.records[i];
     }
     stepKills += other.stepKills;
     randomKills += other.randomKills;
@@ -197,12 +183,13 @@ CrashReport Run(const CrashPlan& plan, const Runner::CWorkFolder& folder) {
         stage.work = folder.EmptyFolder(share.name);
         stage.ports = folder.EmptyFolder(std::string(share.name) + "/ports");
     }
-    boost::thread_group threads;
+    std::vector<std::thread> threads;
     for (std::size_t world = 0; world < stages.size(); ++world) {
-        threads.create_thread([&stage = stages[world], &share = shares[world],
-                               seed = plan.seed + world] { Play(stage, seed, share); });
+        threads.emplace_back(Play, stages[world], plan.seed + world, std::ref(shares[world]));
     }
-    threads.join_all();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
     CrashReport all;
     for (const Share& share : shares) {
         all.Add(share.report);

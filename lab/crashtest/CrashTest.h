@@ -24,15 +24,7 @@ struct CrashPlan {
 
 /// What happened in one world, or in several.
 struct CrashReport {
-    struct Row {
-        std::uint64_t sent = 0;
-        std::uint64_t stored = 0;
-        std::uint64_t twice = 0;
-        std::uint64_t lost = 0;
-        std::uint64_t inFlight = 0;  // kills between a batch and its offset
-    };
-
-    std::array<Row, 3> rows;  // in the order of kKinds
+    std::array<RecordCounts, 3> records;  // in the order of kKinds
     int stepKills = 0;
     int randomKills = 0;
     int bothKills = 0;

@@ -4,10 +4,24 @@
 
 namespace Kyr::Lab::CrashTest {
 
-void CRecordLedger::HandOut(std::uint64_t from, std::uint64_t records) {
-    if (from <= sent_ + 1) {
-        sent_ = std::max(sent_, from + records - 1);
+RecordCounts& RecordCounts::operator+=(const RecordCounts& other) {
+    for (const auto count : {&RecordCounts::sent, &RecordCounts::stored, &RecordCounts::twice,
+                             &RecordCounts::lost, &RecordCounts::inFlight}) {
+        this->*count += other.*count;
     }
+    return *this;
+}
+
+void CRecordLedger::HandOut(std::uint64_t from, std::uint64_t records) {
+    if (from <= counts_.sent + 1) {
+        counts_.sent = std::max(counts_.sent, from + records - 1);
+    }
+}
+
+RecordCounts CRecordLedger::Counts() const {
+    RecordCounts counts = counts_;
+    counts.lost = counts.sent - std::min(counts.sent, highest_);
+    return counts;
 }
 
 std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::string>& records,
@@ -18,9 +32,9 @@ std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::strin
             return Describe(record) + " came where " + std::to_string(last + 1) + " was due";
         }
         ++last;
-        ++stored_;
+        ++counts_.stored;
         if (last <= highest_) {
-            ++twice_;
+            ++counts_.twice;
         } else {
             highest_ = last;
         }
@@ -37,7 +51,7 @@ std::optional<std::string> CRecordLedger::CloseLife(const std::vector<std::strin
         return std::to_string(last - offset) +
                " records are stored beyond the offset; one batch is " + std::to_string(batch_);
     }
-    batchesInFlight_ += last == offset ? 0 : 1;
+    counts_.inFlight += last == offset ? 0 : 1;
     offset_ = offset;
     return std::nullopt;
 }

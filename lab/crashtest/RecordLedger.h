@@ -12,6 +12,17 @@
 
 namespace Kyr::Lab::CrashTest {
 
+/// What came of one kind of records, in one world or in several.
+struct RecordCounts {
+    std::uint64_t sent = 0;      // different ones that were handed out
+    std::uint64_t stored = 0;    // by all lives
+    std::uint64_t twice = 0;     // of them, those that an earlier life had stored
+    std::uint64_t lost = 0;      // of those sent, those that never came
+    std::uint64_t inFlight = 0;  // lives that ended between a batch and its offset
+
+    RecordCounts& operator+=(const RecordCounts& other);
+};
+
 class CRecordLedger {
   public:
     /// `batch` is how many records one reply carries at most.
@@ -29,15 +40,9 @@ class CRecordLedger {
     std::optional<std::string> CloseLife(const std::vector<std::string>& records,
                                          std::uint64_t offset);
 
-    /// How many different ones have been handed out.
-    std::uint64_t Sent() const { return sent_; }
-    std::uint64_t Stored() const { return stored_; }
-    /// Of them, those that an earlier life had stored.
-    std::uint64_t Twice() const { return twice_; }
+    RecordCounts Counts() const;
     /// The highest number; all below have come, or CloseLife has complained.
     std::uint64_t Highest() const { return highest_; }
-    /// Lives that ended between a batch and its offset.
-    std::uint64_t BatchesInFlight() const { return batchesInFlight_; }
 
   private:
     std::string Describe(const std::string& record) const;
@@ -45,11 +50,8 @@ class CRecordLedger {
     const std::uint64_t batch_;
     std::vector<std::string> expected_;
     std::uint64_t offset_ = 0;  // that the next life finds
-    std::uint64_t sent_ = 0;
-    std::uint64_t stored_ = 0;
-    std::uint64_t twice_ = 0;
     std::uint64_t highest_ = 0;
-    std::uint64_t batchesInFlight_ = 0;
+    RecordCounts counts_;  // without those lost
 };
 
 }  // namespace Kyr::Lab::CrashTest

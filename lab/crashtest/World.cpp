@@ -1,10 +1,13 @@
 #include "lab/crashtest/World.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <optional>
 #include <stdexcept>
+#include <thread>
+#include <utility>
 
-#include <boost/thread/thread.hpp>
-
+#include "host/kernel/MessageType.h"
 #include "lab/common/CommandWords.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/records/RecordFile.h"
@@ -13,12 +16,20 @@ namespace Kyr::Lab::CrashTest {
 
 namespace {
 
+using Common::Kernel::MessageType;
+using DevHost::CDatabase;
 using Runner::CActor;
 
 constexpr std::chrono::seconds kPatience(20);
-constexpr boost::chrono::milliseconds kPoll(20);
+constexpr std::chrono::milliseconds kPoll(20);
 
 void Ignore(const std::string&, const TimedLine&) {}
+
+/// How far a host has come.
+std::uint64_t Offset(CDatabase& database, const RecordSource& kind) {
+    const std::string text = database.GetValue(kind.offsetKey);
+    return text.empty() ? 0 : ParseNumber(text);
+}
 
 /// What is left of a program that ended before its kill is no crash that was meant.
 void ExpectAlive(CActor& actor, const std::string& who) {
@@ -29,10 +40,22 @@ void ExpectAlive(CActor& actor, const std::string& who) {
 
 }  // namespace
 
+const RecordSource kKinds[3] = {
+    {"indicator", "3", "XDR_OFFSET",
+     [](CDatabase& database) {
+         return database.Records(MessageType::DataMinerStoreEcsIndicatorLogs);
+     }},
+    {"telemetry", "4", "XDR_TELEMETRY_OFFSET",
+     [](CDatabase& database) {
+         return database.Records(MessageType::DataMinerStoreEcsTelemetryLogs);
+     }},
+    {"action", "5", "OV_REMEDIATION_OFFSET",
+     [](CDatabase& database) { return database.StoredActions(); }},
+};
+
 CWorld::CWorld(Runner::Stage stage, std::uint64_t batch)
     : stage_(std::move(stage)),
       batch_(batch),
-      store_(stage_.HostDatabase()),
       ledgers_{CRecordLedger(batch), CRecordLedger(batch), CRecordLedger(batch)} {}
 
 void CWorld::StartProduct() {
@@ -134,8 +157,9 @@ void CWorld::Trigger(int times) {
 void CWorld::Drain(std::chrono::seconds patience) {
     const auto end = std::chrono::steady_clock::now() + patience;
     const auto isDrained = [this] {
-        return std::all_of(std::begin(kKinds), std::end(kKinds), [this](const RecordSource& kind) {
-            return store_.Offset(kind) == appended_;
+        CDatabase database(stage_.HostDatabase());
+        return std::all_of(std::begin(kKinds), std::end(kKinds), [&](const RecordSource& kind) {
+            return Offset(database, kind) == appended_;
         });
     };
     do {
@@ -144,7 +168,7 @@ void CWorld::Drain(std::chrono::seconds patience) {
         }
         ExpectAlive(*host_, "the host");
         Trigger(2);
-        boost::this_thread::sleep_for(kPoll);
+        std::this_thread::sleep_for(kPoll);
     } while (!isDrained());
 }
 
@@ -169,9 +193,16 @@ void CWorld::ExpectNewRecords() {
 
 void CWorld::CloseLife() {
     ExpectNewRecords();
+    CDatabase database(stage_.HostDatabase());  // a host that was killed early had not made it yet
     for (std::size_t i = 0; i < ledgers_.size(); ++i) {
+        std::vector<std::string> records = kKinds[i].stored(database);
+        const std::uint64_t earlier = ledgers_[i].Counts().stored;
+        if (records.size() < earlier) {
+            throw std::runtime_error(std::string(kKinds[i].name) + ": stored records are gone");
+        }
+        records.erase(records.begin(), records.begin() + static_cast<std::ptrdiff_t>(earlier));
         const std::optional<std::string> problem =
-            ledgers_[i].CloseLife(store_.NewRecords(kKinds[i]), store_.Offset(kKinds[i]));
+            ledgers_[i].CloseLife(records, Offset(database, kKinds[i]));
         if (problem) {
             throw std::runtime_error(std::string(kKinds[i].name) + ": " + *problem);
         }

@@ -11,10 +11,21 @@
 #include <vector>
 
 #include "lab/crashtest/RecordLedger.h"
-#include "lab/crashtest/StoreReader.h"
+#include "lab/devhost/database/Database.h"
 #include "lab/runner/Stage.h"
 
 namespace Kyr::Lab::CrashTest {
+
+/// The kinds of records, in the product's order, and how host and product call what belongs to
+/// each.
+struct RecordSource {
+    const char* name;       // as the product calls it
+    const char* trigger;    // the number of the request for it
+    const char* offsetKey;  // in the host's database
+    /// All that the host has stored, in order.
+    std::vector<std::string> (*stored)(DevHost::CDatabase& database);
+};
+extern const RecordSource kKinds[3];
 
 class CWorld {
   public:
@@ -63,7 +74,6 @@ class CWorld {
 
     const Runner::Stage stage_;
     const std::uint64_t batch_;
-    CStoreReader store_;
     std::array<CRecordLedger, 3> ledgers_;  // in the order of kKinds
     std::uintmax_t recordsRead_ = 0;        // bytes of the product's file
     std::uint64_t appended_ = 0;            // of each kind

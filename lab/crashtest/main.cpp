@@ -1,8 +1,9 @@
 // crashtest: kills host and product at every step of a collection and at random moments, and tells
 // what that cost. See README.md.
-#include <iomanip>
 #include <iostream>
 #include <random>
+
+#include <boost/format.hpp>
 
 #include "lab/common/CommandLine.h"
 #include "lab/crashtest/CrashTest.h"
@@ -40,18 +41,16 @@ std::optional<int> ReadPlan(int argc, char** argv, CrashPlan& plan,
 }
 
 void Print(const CrashReport& report) {
+    constexpr char kRow[] = "%-12s%8s%8s%8s%8s%20s\n";
     std::cout << "Kills: of the host " << report.stepKills << " at steps, " << report.randomKills
               << " at random; of both " << report.bothKills << "; of the product alone "
               << report.productKills << "\n\n"
-              << std::left << std::setw(12) << "records" << std::right << std::setw(8) << "sent"
-              << std::setw(8) << "stored" << std::setw(8) << "twice" << std::setw(8) << "lost"
-              << std::setw(20) << "batches in flight"
-              << "\n";
-    for (std::size_t i = 0; i < report.rows.size(); ++i) {
-        const CrashReport::Row& row = report.rows[i];
-        std::cout << std::left << std::setw(12) << kKinds[i].name << std::right << std::setw(8)
-                  << row.sent << std::setw(8) << row.stored << std::setw(8) << row.twice
-                  << std::setw(8) << row.lost << std::setw(20) << row.inFlight << "\n";
+              << boost::format(kRow) % "records" % "sent" % "stored" % "twice" % "lost" %
+                     "batches in flight";
+    for (std::size_t i = 0; i < report.records.size(); ++i) {
+        const RecordCounts& counts = report.records[i];
+        std::cout << boost::format(kRow) % kKinds[i].name % counts.sent % counts.stored %
+                         counts.twice % counts.lost % counts.inFlight;
     }
     for (const std::string& problem : report.problems) {
         std::cout << "\nWRONG  " << problem;

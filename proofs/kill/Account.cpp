@@ -263,7 +263,7 @@ bool CAccount::IsComplete() const {
 void CAccount::Close() {
     for (std::size_t kind = 0; kind < kKinds; ++kind) {
         const std::uint64_t all = scenario_.records[kind];
-        Expect(records_[kind].Highest() == all && records_[kind].Sent() == all,
+        Expect(records_[kind].Highest() == all && records_[kind].Counts().sent == all,
                std::string("not all ") + NameOf(kRecordKinds[kind]) + " records came");
     }
     Expect(!scenario_.policy || !productWasMet_ || productHasPolicy_,

@@ -330,10 +330,10 @@ class CWorld::CPlay {
         played_.problems.insert(played_.problems.end(), account_.Problems().begin(),
                                 account_.Problems().end());
         for (std::size_t kind = 0; kind < CAccount::kKinds; ++kind) {
-            const auto& ledger = account_.Ledger(kind);
-            played_.stored += ledger.Stored();
-            played_.twice += ledger.Twice();
-            played_.inFlight[kind] = ledger.BatchesInFlight();
+            const auto counts = account_.Ledger(kind).Counts();
+            played_.stored += counts.stored;
+            played_.twice += counts.twice;
+            played_.inFlight[kind] = counts.inFlight;
         }
         played_.tasks = account_.Tasks();
         played_.lostOutcomes = account_.LostOutcomes();

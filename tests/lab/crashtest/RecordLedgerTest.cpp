@@ -19,29 +19,46 @@ TEST(RecordLedgerTest, LifeThatGoesOnWhereTheOffsetSaidIsRight) {
     EXPECT_EQ(std::nullopt, ledger.CloseLife({}, 0));
     EXPECT_EQ(std::nullopt, ledger.CloseLife({"one", "two", "three"}, 3));
     EXPECT_EQ(std::nullopt, ledger.CloseLife({"four", "five"}, 5));
-    EXPECT_EQ(5u, ledger.Stored());
-    EXPECT_EQ(0u, ledger.Twice());
+    EXPECT_EQ(5u, ledger.Counts().stored);
+    EXPECT_EQ(0u, ledger.Counts().twice);
     EXPECT_EQ(5u, ledger.Highest());
-    EXPECT_EQ(0u, ledger.BatchesInFlight());
+    EXPECT_EQ(0u, ledger.Counts().inFlight);
 }
 
 TEST(RecordLedgerTest, BatchThatGoesOutAgainOrBehindAGapIsNotCounted) {
     CRecordLedger ledger = LedgerOfSix();
     ledger.HandOut(2, 4);
-    EXPECT_EQ(0u, ledger.Sent());
+    EXPECT_EQ(0u, ledger.Counts().sent);
     ledger.HandOut(1, 3);
     ledger.HandOut(3, 2);
     ledger.HandOut(1, 2);
-    EXPECT_EQ(4u, ledger.Sent());
+    EXPECT_EQ(4u, ledger.Counts().sent);
+}
+
+TEST(RecordLedgerTest, RecordsThatWentOutAndDidNotComeAreLost) {
+    CRecordLedger ledger = LedgerOfSix();
+    ledger.HandOut(1, 3);
+    EXPECT_EQ(std::nullopt, ledger.CloseLife({"one"}, 1));
+    EXPECT_EQ(2u, ledger.Counts().lost);
+}
+
+TEST(RecordLedgerTest, CountsOfSeveralWorldsAddUp) {
+    RecordCounts sum{1, 2, 3, 4, 5};
+    sum += {10, 20, 30, 40, 50};
+    EXPECT_EQ(11u, sum.sent);
+    EXPECT_EQ(22u, sum.stored);
+    EXPECT_EQ(33u, sum.twice);
+    EXPECT_EQ(44u, sum.lost);
+    EXPECT_EQ(55u, sum.inFlight);
 }
 
 TEST(RecordLedgerTest, BatchWithoutItsOffsetComesTwice) {
     CRecordLedger ledger = LedgerOfSix();
     EXPECT_EQ(std::nullopt, ledger.CloseLife({"one", "two", "three", "four", "five"}, 3));
-    EXPECT_EQ(1u, ledger.BatchesInFlight());
+    EXPECT_EQ(1u, ledger.Counts().inFlight);
     EXPECT_EQ(std::nullopt, ledger.CloseLife({"four", "five", "six"}, 6));
-    EXPECT_EQ(8u, ledger.Stored());
-    EXPECT_EQ(2u, ledger.Twice());
+    EXPECT_EQ(8u, ledger.Counts().stored);
+    EXPECT_EQ(2u, ledger.Counts().twice);
     EXPECT_EQ(6u, ledger.Highest());
 }
 
