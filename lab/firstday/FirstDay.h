@@ -28,48 +28,16 @@ struct Plan {
     std::chrono::milliseconds lifeLimit{std::chrono::minutes(5)};
 };
 
+/// The exit codes of the program; scripts rely on them.
 enum class Outcome {
-    kAsExpected,
-    kOtherwise,  // something was tried, and came out otherwise
-    kNotTried,   // nothing was otherwise, but something could not be tried
+    kAsExpected = 0,
+    kOtherwise = 1,  // something was tried, and came out otherwise
+    kNoReport = 2,   // nobody can read what came out
+    kNotTried = 3,   // nothing was otherwise, but something could not be tried
 };
 
-class CFirstDay {
-  public:
-    /// Both streams must outlive this. `screen` gets every line of the report as it comes.
-    CFirstDay(Plan plan, std::ostream& report, std::ostream& screen);
-
-    /// Tries everything once and ends with an account of it.
-    Outcome Run();
-
-  private:
-    struct Finished;  // how a program ended
-
-    void TryContract();
-    void TryContractTest(const std::string& test);
-    std::vector<std::string> ContractTests();
-    void TryDoctor();
-    void TryLives();
-    /// A product that starts stays registered on its system.
-    void Uninstall();
-    void Account();
-
-    Finished Run(const std::string& program, const std::vector<std::string>& arguments,
-                 std::chrono::milliseconds limit);
-    std::string Program(const std::string& name) const;
-    void Heading(const std::string& text);
-    void Tell(const std::string& line);
-    void TellOutput(const Finished& finished);
-    void NotTried(const std::string& what);
-    /// Whether a simulated product may serve here.
-    bool MayServe() const { return plan_.missing.empty() && !plan_.isInstalled; }
-
-    const Plan plan_;
-    std::ostream& report_;
-    std::ostream& screen_;
-    std::vector<std::string> account_;  // the last part of the report, line by line
-    std::size_t otherwise_ = 0;
-    std::size_t notTried_ = 0;
-};
+/// Tries everything once and ends with an account of it. `screen` gets every line of the report as
+/// it comes.
+Outcome TryAll(const Plan& plan, std::ostream& report, std::ostream& screen);
 
 }  // namespace Kyr::Lab::FirstDay

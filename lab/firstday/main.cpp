@@ -19,24 +19,6 @@ namespace {
 using namespace Kyr::Lab;
 using namespace Kyr::Lab::FirstDay;
 
-// Exit codes; scripts rely on them.
-constexpr int kAsExpectedCode = 0;
-constexpr int kOtherwiseCode = 1;
-constexpr int kNoReport = 2;
-constexpr int kNotTriedCode = 3;
-
-int Code(Outcome outcome) {
-    switch (outcome) {
-        case Outcome::kAsExpected:
-            return kAsExpectedCode;
-        case Outcome::kOtherwise:
-            return kOtherwiseCode;
-        case Outcome::kNotTried:
-            return kNotTriedCode;
-    }
-    return kOtherwiseCode;
-}
-
 /// Also when there is something in its place that nobody can read.
 bool IsProductInstalled() {
     try {
@@ -81,19 +63,19 @@ int main(int argc, char** argv) {
     std::ofstream report(file);
     if (!report) {
         std::cerr << "firstday: cannot write " << file << '\n';
-        return kNoReport;
+        return static_cast<int>(Outcome::kNoReport);
     }
     report << FirstLine() << '\n';
     std::cout << FirstLine() << std::endl;
     plan.missing = Kyr::PortLayer::MissingFunctions();
     plan.isInstalled = IsProductInstalled();
-    const Outcome outcome = CFirstDay(plan, report, std::cout).Run();
+    const Outcome outcome = TryAll(plan, report, std::cout);
     report.close();
     if (!report) {
         std::cerr << "firstday: lines of " << file << " were lost\n";
-        return kNoReport;
+        return static_cast<int>(Outcome::kNoReport);
     }
     std::cout << "\nPlease send this file back: " << boost::filesystem::absolute(file).string()
               << std::endl;
-    return Code(outcome);
+    return static_cast<int>(outcome);
 }

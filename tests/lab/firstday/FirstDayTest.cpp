@@ -38,7 +38,7 @@ class FirstDayTest : public ::testing::Test {
 
     Outcome Try() {
         std::ostringstream screen;
-        const Outcome outcome = CFirstDay(plan_, report_, screen).Run();
+        const Outcome outcome = TryAll(plan_, report_, screen);
         EXPECT_EQ(screen.str(), report_.str());
         return outcome;
     }
