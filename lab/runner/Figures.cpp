@@ -16,7 +16,6 @@ std::uint64_t Number(const CLine& line, const char* key) {
 }  // namespace
 
 void CFigureCounter::Event(const CLine& line) {
-    const std::lock_guard<std::mutex> lock(mutex_);
     if (line.Kind() == "request") {
         ++(line.Value("command") == "0" ? sum_.pings : sum_.requests);
     } else if (line.Kind() == "log") {
@@ -24,8 +23,11 @@ void CFigureCounter::Event(const CLine& line) {
     } else if (line.Kind() == "mined") {
         sum_.records += Number(line, "records");
     } else if (line.Kind() == "tally") {
-        tallies_[line.Value("kind")] = {Number(line, "stored"), Number(line, "twice"),
-                                        Number(line, "lost")};
+        Figures& tally = tallies_[line.Value("kind")];
+        tally.records = Number(line, "stored");
+        tally.counted = true;
+        tally.twice = Number(line, "twice");
+        tally.lost = Number(line, "lost");
     }
 }
 
@@ -50,16 +52,12 @@ void CFigureCounter::Log(const CLine& line) {
 }
 
 Figures CFigureCounter::Sum() const {
-    const std::lock_guard<std::mutex> lock(mutex_);
     Figures sum = sum_;
     if (!tallies_.empty()) {
         // Actions go to the database without the miner, so that its count is the whole one.
-        sum.counted = true;
         sum.records = 0;
         for (const auto& [kind, tally] : tallies_) {
-            sum.records += tally.stored;
-            sum.twice += tally.twice;
-            sum.lost += tally.lost;
+            sum += tally;
         }
     }
     return sum;

@@ -1,12 +1,11 @@
 // What a run comes to in figures, counted from what host and product tell.
 //
-// Threads: the counter by any; figures are values.
+// Threads: one at a time.
 // Errors: std::invalid_argument for an event whose count is no number.
 #pragma once
 
 #include <cstdint>
 #include <map>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -45,16 +44,9 @@ class CFigureCounter {
   private:
     void Log(const CLine& line);
 
-    struct Tally {
-        std::uint64_t stored;
-        std::uint64_t twice;
-        std::uint64_t lost;
-    };
-
-    mutable std::mutex mutex_;  // guards what stands below
     Figures sum_;
-    bool reconnecting_ = false;             // this process has connected anew, or tries to
-    std::map<std::string, Tally> tallies_;  // by kind of record, the latest
+    bool reconnecting_ = false;               // this process has connected anew, or tries to
+    std::map<std::string, Figures> tallies_;  // by kind of record, the latest
 };
 
 }  // namespace Kyr::Lab::Runner

@@ -11,6 +11,11 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
+using LifePage::Weight;
+
+constexpr char kToProduct[] = "wire ->";
+constexpr char kFromProduct[] = "wire <-";
+
 /// The pattern with every {key} replaced by what the line has there, if anything.
 std::string Fill(const std::string& pattern, const CLine& line) {
     std::string text;
@@ -41,24 +46,23 @@ Narration Log(const CLine& line) {
 
 Narration Request(const CLine& line) {
     if (line.Value("command") == "0") {
-        return {"ping" + Over(line), Weight::kOrdinary, Road::kToProduct, true};
+        return {"ping" + Over(line), Weight::kOrdinary, kToProduct, true};
     }
     const char* const what = line.Value("function").empty() ? "{name}" : "{function}";
-    return {Fill(what + Over(line) + ", {length} bytes", line), Weight::kOrdinary,
-            Road::kToProduct};
+    return {Fill(what + Over(line) + ", {length} bytes", line), Weight::kOrdinary, kToProduct};
 }
 
 Narration Reply(const CLine& line) {
     if (line.Find("delivery") != nullptr) {
         return {Fill("no reply" + Over(line) + ": {delivery}", line), Weight::kWarning,
-                Road::kFromProduct};
+                kFromProduct};
     }
     const std::string status = line.Value("status");
     if (status.empty()) {
-        return {"answered" + Over(line), Weight::kDetail, Road::kFromProduct};
+        return {"answered" + Over(line), Weight::kDetail, kFromProduct};
     }
     return {Fill("status {status}" + Over(line) + ", {length} bytes", line),
-            status == "0" ? Weight::kOrdinary : Weight::kWarning, Road::kFromProduct};
+            status == "0" ? Weight::kOrdinary : Weight::kWarning, kFromProduct};
 }
 
 Narration Did(const CLine& line) {
@@ -92,7 +96,7 @@ Narration Bus(const CLine& line) {
     if (!kind.empty()) {
         return {Fill("bus    {name} ({type}) for ", line) + OwnRequest(kind) +
                     Fill(" published by the {by}", line),
-                Weight::kOrdinary, Road::kNone, true};
+                Weight::kOrdinary, nullptr, true};
     }
     if (line.Kind() == "publish") {
         return {Fill("bus    {name} ({type}) published by the {by}", line), Weight::kOrdinary};

@@ -6,25 +6,16 @@
 #include <string>
 
 #include "lab/common/LineProtocol.h"
+#include "lifepage/Life.h"
 
 namespace Kyr::Lab::Runner {
 
-/// How much an event weighs for the person who watches.
-enum class Weight {
-    kDetail,  // only in the transcript: answers to commands, life-cycle calls that went well
-    kOrdinary,
-    kWarning,
-    kError,
-};
-
-/// Which way it crosses the wire between host and product, as far as it does.
-enum class Road { kNone, kToProduct, kFromProduct };
-
 struct Narration {
     std::string text;
-    Weight weight;
-    Road road = Road::kNone;
-    bool oncePerStep = false;  // it comes again and again, as time passes
+    /// A detail is for transcript and page only: an answer, a life-cycle call that went well.
+    LifePage::Weight weight;
+    const char* wire = nullptr;  // which way it crosses between host and product, if it does
+    bool oncePerStep = false;    // it comes again and again, as time passes
 };
 
 Narration Narrate(const CLine& line);

@@ -9,6 +9,8 @@
 #include <sstream>
 #include <tuple>
 
+#include <boost/algorithm/hex.hpp>
+
 #include "lab/runner/NeutralRecords.h"
 #include "lab/runner/TranscriptStreams.h"
 
@@ -104,10 +106,10 @@ bool IsRepeatedStop(const CLine& line) {
 }
 
 /// In the order of their texts, with the first event of each.
-void KeepOneOfEach(std::vector<NeutralLine>& lines) {
+void KeepOneOfEach(std::vector<LifePage::NeutralLine>& lines) {
     std::map<std::string, std::size_t> first;
-    for (const NeutralLine& line : lines) {
-        first.emplace(line.text, line.event);
+    for (const LifePage::NeutralLine& line : lines) {
+        first.emplace(line.text, *line.event);
     }
     lines.clear();
     for (const auto& [text, event] : first) {
@@ -147,7 +149,7 @@ std::string NeutralField(const std::string& key, const std::string& value, const
         return named == names.end() ? "*" : named->second;
     }
     if (key == "bytes") {
-        return Readable(NeutralText(NeutralRecords(FromHex(value)), names, given));
+        return Readable(NeutralText(NeutralRecords(boost::algorithm::unhex(value)), names, given));
     }
     return IsNumber(value) ? value : NeutralText(value, names, given);
 }
@@ -173,15 +175,15 @@ void GivenTexts::Name(const std::string& key, const std::string& value, const st
     }
 }
 
-std::vector<NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
-                                      const std::vector<LifePage::Process>& processes,
-                                      const GivenTexts& given) {
+std::vector<LifePage::NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                                const std::vector<LifePage::Process>& processes,
+                                                const GivenTexts& given) {
     CTranscriptStreams streamOf(std::any_of(told.begin(), told.end(), [](const ToldEvent& event) {
         return CTranscriptStreams::IsCollection(event.line);
     }));
     const std::vector<std::string>& order = CTranscriptStreams::All();
     using Place = std::tuple<std::string, std::size_t, std::size_t>;  // actor, process, stream
-    std::map<Place, std::vector<NeutralLine>> streams;
+    std::map<Place, std::vector<LifePage::NeutralLine>> streams;
     for (std::size_t at = 0; at < told.size(); ++at) {
         const auto& [moment, actor, process, line] = told[at];
         const std::string& name = processes.at(process).name;
@@ -191,7 +193,7 @@ std::vector<NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
                 {name + ": " + Neutral(line, NamesAt(at, given.names), given.text), at});
         }
     }
-    std::vector<NeutralLine> all;
+    std::vector<LifePage::NeutralLine> all;
     for (auto& [place, lines] : streams) {
         if (order[std::get<2>(place)] == CTranscriptStreams::kLook) {
             KeepOneOfEach(lines);

@@ -24,12 +24,6 @@
 
 namespace Kyr::Lab::Runner {
 
-/// A line of a neutral transcript, and the place of the event that it was told by.
-struct NeutralLine {
-    std::string text;
-    std::size_t event;
-};
-
 /// What a scenario calls a value that is another one in every run.
 struct KnownName {
     std::string value;
@@ -49,11 +43,11 @@ struct GivenTexts {
     std::vector<KnownName> names;
 };
 
-/// The lines of a whole run. Events know the place of their process in `processes`, which has the
-/// names of all ("host 2").
-std::vector<NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
-                                      const std::vector<LifePage::Process>& processes,
-                                      const GivenTexts& given);
+/// The lines of a whole run, each with the place in `told` of the event that it was told by. Events
+/// know the place of their process in `processes`, which has the names of all ("host 2").
+std::vector<LifePage::NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                                const std::vector<LifePage::Process>& processes,
+                                                const GivenTexts& given);
 
 /// The first line in which a transcript differs from the one that was expected, as each has it;
 /// empty when they are the same. Every line of a transcript is ended by "\n".

@@ -1,14 +1,17 @@
 #include "lab/runner/Screen.h"
 
 #include <algorithm>
-#include <iomanip>
-#include <sstream>
+#include <locale>
+
+#include <boost/format.hpp>
 
 #include "lab/runner/Narration.h"
 
 namespace Kyr::Lab::Runner {
 
 namespace {
+
+using LifePage::Weight;
 
 constexpr std::size_t kTimeWidth = 12;
 constexpr std::size_t kActorWidth = 9;
@@ -32,17 +35,9 @@ std::string Shortened(const std::string& text, std::size_t width = kEventWidth) 
     return text.size() <= width ? text : text.substr(0, width - 3) + "...";
 }
 
-std::string Seconds(std::chrono::milliseconds duration) {
-    std::ostringstream text;
-    text.imbue(std::locale::classic());
-    text << std::fixed << std::setprecision(1) << static_cast<double>(duration.count()) / 1000
-         << " s";
-    return text.str();
-}
-
-/// Who tells it, or which way it crosses the wire between host and product.
-std::string Origin(const std::string& actor, Road road) {
-    return road == Road::kToProduct ? "wire ->" : road == Road::kFromProduct ? "wire <-" : actor;
+std::string Seconds(std::chrono::nanoseconds duration) {
+    const double seconds = std::chrono::duration<double>(duration).count();
+    return (boost::format("%.1f s", std::locale::classic()) % seconds).str();
 }
 
 }  // namespace
@@ -110,12 +105,12 @@ void CScreen::Event(const std::string& actor, const TimedLine& line) {
     }
     const Colour colour = told.weight == Weight::kWarning ? Colour::kYellow
                           : told.weight == Weight::kError ? Colour::kRed
-                          : told.road != Road::kNone      ? Colour::kPlain
+                          : told.wire != nullptr          ? Colour::kPlain
                           : actor == "product"            ? Colour::kMagenta
                                                           : Colour::kCyan;
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!told.oncePerStep || shown_.insert(told.text).second) {
-        Row(colour, Origin(actor, told.road), told.text, line.time);
+        Row(colour, told.wire != nullptr ? told.wire : actor, told.text, line.time);
     }
 }
 
@@ -124,7 +119,7 @@ void CScreen::Passed(const std::string& what) {
     Row(Colour::kGreen, "ok", what);
 }
 
-void CScreen::StepPassed(std::size_t expectations, std::chrono::milliseconds took) {
+void CScreen::StepPassed(std::size_t expectations, std::chrono::nanoseconds took) {
     const std::string what = expectations == 0 ? "as expected"
                              : expectations == 1
                                  ? "1 expectation held"
@@ -154,27 +149,30 @@ void CScreen::Countdown(std::chrono::milliseconds left, const std::string& text)
     }
 }
 
-void CScreen::Table(const std::vector<StepResult>& results) {
+void CScreen::Table(const std::vector<PlayedSteps>& played) {
     const std::lock_guard<std::mutex> lock(mutex_);
     const std::string asked = "What was asked";
     std::size_t width = asked.size();
-    for (const StepResult& result : results) {
-        width = std::max(width, result.step.size() + 2);
+    for (const auto& [scenario, steps] : played) {
+        for (const LifePage::Step& step : steps) {
+            width = std::max(width, step.text.size() + 2);
+        }
     }
-    std::string scenario;
     Print("");
     Print(Paint(Colour::kBold, Padded(asked, width) + "  What happened      Time"));
-    for (const StepResult& result : results) {
-        if (result.scenario != scenario) {
-            scenario = result.scenario;
+    for (const auto& [scenario, steps] : played) {
+        if (!steps.empty()) {
             Print(Paint(Colour::kDim, scenario));
         }
-        Print(Padded("  " + result.step, width) + "  " +
-              Paint(result.passed ? Colour::kGreen : Colour::kRed,
-                    Padded(result.passed ? "as expected" : "FAILED", 12)) +
-              RightAligned(Seconds(result.took), 11));
-        if (!result.passed) {
-            Print(Paint(Colour::kRed, "    " + result.failure));
+        for (const LifePage::Step& step : steps) {
+            const bool held = step.end == LifePage::Step::End::kHeld;
+            Print(Padded("  " + step.text, width) + "  " +
+                  Paint(held ? Colour::kGreen : Colour::kRed,
+                        Padded(held ? "as expected" : "FAILED", 12)) +
+                  RightAligned(Seconds(step.until - step.from), 11));
+            if (!held) {
+                Print(Paint(Colour::kRed, "    " + step.failure));
+            }
         }
     }
 }

@@ -10,21 +10,17 @@
 #include <ostream>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "lab/common/LineProtocol.h"
 #include "lab/runner/Figures.h"
+#include "lifepage/Life.h"
 
 namespace Kyr::Lab::Runner {
 
-/// One row of the table.
-struct StepResult {
-    std::string scenario;
-    std::string step;
-    bool passed;
-    std::string failure;  // empty when passed
-    std::chrono::milliseconds took;
-};
+/// What was played of a scenario: its title, and its steps up to the first that failed.
+using PlayedSteps = std::pair<std::string, std::vector<LifePage::Step>>;
 
 class CScreen {
   public:
@@ -41,11 +37,11 @@ class CScreen {
     void Event(const std::string& actor, const TimedLine& line);
     /// What was checked and cannot be seen.
     void Passed(const std::string& what);
-    void StepPassed(std::size_t expectations, std::chrono::milliseconds took);
+    void StepPassed(std::size_t expectations, std::chrono::nanoseconds took);
     void Failed(const std::string& what, const std::vector<std::string>& details = {});
     /// Shows how long the system will still wait; empty text takes the line away.
     void Countdown(std::chrono::milliseconds left, const std::string& text);
-    void Table(const std::vector<StepResult>& results);
+    void Table(const std::vector<PlayedSteps>& played);
     void Show(const Figures& figures);
 
   private:

@@ -1,11 +1,13 @@
 // labrunner: plays scenarios with the lab's programs and tells whether everything happened as
 // expected.
 #include <cstddef>
+#include <fstream>
 #include <iostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
+#include <boost/algorithm/string/join.hpp>
 #include <boost/date_time/posix_time/posix_time.hpp>
 #include <boost/filesystem/operations.hpp>
 #include <boost/filesystem/path.hpp>
@@ -18,6 +20,7 @@
 #include "lab/runner/Scenario.h"
 #include "lab/runner/Screen.h"
 #include "lab/runner/WorkFolder.h"
+#include "lab/runner/life/LifeBook.h"
 #include "lifepage/LifePage.h"
 
 namespace {
@@ -67,9 +70,10 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
 std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
     std::vector<Scenario> scenarios;
     for (const std::string& file : files) {
+        const std::string text = ReadFile(file);
         try {
-            scenarios.push_back(ParseScenario(ReadFile(file)));
-        } catch (const CScenarioError& e) {
+            scenarios.push_back(ParseScenario(text));
+        } catch (const std::runtime_error& e) {
             throw std::runtime_error(file + ": " + e.what());
         }
     }
@@ -79,12 +83,8 @@ std::vector<Scenario> ReadScenarios(const std::vector<std::string>& files) {
 /// Date, version and command line.
 std::string Heading(int argc, char** argv) {
     const auto now = boost::posix_time::second_clock::universal_time();
-    std::string heading =
-        boost::posix_time::to_iso_extended_string(now) + "Z labrunner " KYR_VERSION ":";
-    for (int at = 0; at < argc; ++at) {
-        heading += std::string(" ") + argv[at];
-    }
-    return heading;
+    return boost::posix_time::to_iso_extended_string(now) + "Z labrunner " KYR_VERSION ": " +
+           boost::algorithm::join(std::vector<std::string>(argv, argv + argc), " ");
 }
 
 int Run(const Options& options, const std::string& heading) {
@@ -94,12 +94,11 @@ int Run(const Options& options, const std::string& heading) {
     const std::vector<Scenario> scenarios = ReadScenarios(files);
     CWorkFolder folder(options.work);
     stage.ports = folder.EmptyFolder("ports");
-    how.heading = heading;
     how.wire = !options.report.empty();
     CScreen screen(std::cout, options.coloured,
                    options.quiet ? CScreen::Detail::kResults : CScreen::Detail::kEverything);
     const CInterruption interruption;
-    std::vector<StepResult> results;
+    std::vector<PlayedSteps> played;
     std::vector<LifePage::Life> lives;
     Figures figures;
     bool passed = true;
@@ -110,16 +109,18 @@ int Run(const Options& options, const std::string& heading) {
             how.transcript =
                 (boost::filesystem::path(options.transcripts) / (stem + ".txt")).string();
         }
-        CRunner runner(stage, how, screen);
-        passed = runner.Run(scenarios[at]) && passed;
-        results.insert(results.end(), runner.Results().begin(), runner.Results().end());
-        figures += runner.Sum();
+        CLifeBook book(stage.File("transcript.txt"), scenarios[at].title, heading);
+        // The hosts append to it.
+        std::ofstream(stage.HostLog(), std::ios::app) << "# " << heading << '\n';
+        passed = PlayScenario(scenarios[at], stage, how, screen, book) && passed;
+        played.emplace_back(scenarios[at].title, book.Steps());
+        figures += book.Sum();
         if (!options.report.empty()) {
-            lives.push_back(runner.Life());
+            lives.push_back(book.Life());
         }
     }
     passed = passed && !CInterruption::Asked();
-    screen.Table(results);
+    screen.Table(played);
     screen.Show(figures);
     if (!passed) {
         folder.Keep();

@@ -1,6 +1,7 @@
 #include "lab/runner/life/LifeBook.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 #include "lab/common/LineWriter.h"
@@ -16,21 +17,20 @@ std::uint64_t StampNow() {
 
 }  // namespace
 
-CLifeBook::CLifeBook(std::ostream& transcript, std::string toldBy)
-    : toldBy_(std::move(toldBy)),
+CLifeBook::CLifeBook(const std::string& transcript, std::string title, std::string toldBy)
+    : title_(std::move(title)),
+      toldBy_(std::move(toldBy)),
       begin_(std::chrono::system_clock::now()),
       beginStamp_(StampNow()),
-      transcript_(transcript) {
+      transcript_(transcript, std::ios::binary) {
+    if (!transcript_) {
+        throw std::runtime_error("cannot write " + transcript);
+    }
     transcript_ << "# " << toldBy_ << std::endl;
 }
 
 LifePage::Moment CLifeBook::Since(std::uint64_t stamp) const {
     return LifePage::Moment(stamp < beginStamp_ ? 0 : stamp - beginStamp_);
-}
-
-void CLifeBook::Title(const std::string& title) {
-    const std::lock_guard<std::mutex> lock(mutex_);
-    title_ = title;
 }
 
 void CLifeBook::Begin(const std::string& actor, const std::string& command) {
@@ -72,6 +72,7 @@ void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
     transcript_ << line.time << ' ' << actor << ' ' << line.line.Text()
                 << (line.stamp ? " at=" + std::to_string(*line.stamp) : "") << std::endl;
     Tell(actor, Since(stamp), line.line);
+    counter_.Event(line.line);
 }
 
 void CLifeBook::Name(const std::string& key, const std::string& value, const std::string& name) {
@@ -90,22 +91,36 @@ void CLifeBook::Step(const std::string& text) {
     steps_.push_back({Since(now), Since(now), text, LifePage::Step::End::kHeld, ""});
 }
 
-void CLifeBook::StepDone(const StepResult& result) {
+std::optional<LifePage::Moment> CLifeBook::StepDone(const std::string& failure) {
     const std::uint64_t now = StampNow();
     const std::lock_guard<std::mutex> lock(mutex_);
     if (steps_.empty()) {
-        steps_.push_back({{}, {}, result.step, LifePage::Step::End::kHeld, ""});
+        if (failure.empty()) {
+            return std::nullopt;
+        }
+        steps_.push_back({{}, {}, "before the first step", LifePage::Step::End::kHeld, ""});
     }
     LifePage::Step& step = steps_.back();
     step.until = Since(now);
-    step.end = result.passed ? LifePage::Step::End::kHeld : LifePage::Step::End::kFailed;
-    step.failure = result.failure;
+    step.end = failure.empty() ? LifePage::Step::End::kHeld : LifePage::Step::End::kFailed;
+    step.failure = failure;
+    return step.until - step.from;
+}
+
+std::vector<LifePage::Step> CLifeBook::Steps() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return steps_;
+}
+
+Figures CLifeBook::Sum() const {
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return counter_.Sum();
 }
 
 std::string CLifeBook::NeutralTranscript() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::string text;
-    for (const NeutralLine& line : NeutralLines(told_, processes_, given_)) {
+    for (const LifePage::NeutralLine& line : NeutralLines(told_, processes_, given_)) {
         text += line.text + "\n";
     }
     return text;
@@ -120,8 +135,9 @@ LifePage::Life CLifeBook::Life() const {
     life.processes = processes_;
     life.steps = steps_;
     const std::vector<std::size_t> places = TellEvents(told_, life);
-    for (const NeutralLine& line : NeutralLines(told_, processes_, given_)) {
-        life.neutral.push_back({line.text, places.at(line.event)});
+    life.neutral = NeutralLines(told_, processes_, given_);
+    for (LifePage::NeutralLine& line : life.neutral) {
+        line.event = places.at(*line.event);
     }
     JoinExchanges(life);
     JoinMessages(life);

@@ -64,7 +64,7 @@ class LabrunnerTest : public ::testing::Test {
 
 TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
     EXPECT_EQ(Play({held_}), 0);
-    EXPECT_THAT(printed_, ContainsRegex("  One +as expected "));
+    EXPECT_THAT(printed_, ContainsRegex("\nIt holds\n  One +as expected "));
     EXPECT_THAT(printed_, ContainsRegex("  Records stored +5\n"));
     const boost::filesystem::path work = folder_.File("work");
     EXPECT_THAT(printed_, HasSubstr("are left in " + (work / "held").string()));

@@ -21,7 +21,7 @@ std::vector<LifePage::Process> Processes(const std::vector<std::string>& names) 
 std::vector<std::string> Neutral(const std::vector<std::string>& lines,
                                  const GivenTexts& given = {}) {
     std::vector<std::string> texts;
-    for (const NeutralLine& line :
+    for (const LifePage::NeutralLine& line :
          NeutralLines(Told(lines), Processes({"host 1", "product 1"}), given)) {
         texts.push_back(line.text);
     }

@@ -28,11 +28,13 @@ class RunnerFixture {
     /// Plays statements, which are parted by "; ", the first of them in line 2. Tells what failed.
     std::string Play(const std::string& statements) {
         CScreen screen(screen_, true, CScreen::Detail::kEverything);
-        CRunner runner(stage_, options_, screen);
-        const bool held = runner.Run(ParseScenario(
-            "title T\n" + boost::algorithm::replace_all_copy(statements, "; ", "\n") + "\n"));
-        results_ = runner.Results();
-        std::string failure = results_.empty() ? kHeld : results_.back().failure;
+        CLifeBook book(stage_.File("transcript.txt"), "T", "");
+        const bool held = PlayScenario(
+            ParseScenario("title T\n" + boost::algorithm::replace_all_copy(statements, "; ", "\n") +
+                          "\n"),
+            stage_, options_, screen, book);
+        steps_ = book.Steps();
+        std::string failure = steps_.empty() ? kHeld : steps_.back().failure;
         EXPECT_EQ(held, failure == kHeld);
         return failure;
     }
@@ -49,7 +51,7 @@ class RunnerFixture {
     Stage stage_{folder_.Path(), "the-library", folder_.File("ports"), folder_.File("work")};
     RunOptions options_;
     std::ostringstream screen_;
-    std::vector<StepResult> results_;
+    std::vector<LifePage::Step> steps_;
 };
 
 /// A scenario, and how it ends. Nothing takes longer than it must, whatever it was allowed to.
@@ -312,21 +314,21 @@ TEST_F(RunnerTest, CountdownIsShownWhileTheNextExpectationIsAwaited) {
     EXPECT_THAT(screen_.str(), ContainsRegex(" s +until it logs"));
 }
 
-TEST_F(RunnerTest, EachStepIsARowUpToTheFirstThatFails) {
+TEST_F(RunnerTest, EachStepIsPlayedUpToTheFirstThatFails) {
     Play(
         "start host; step one; host log; expect host log; step two; "
         "expect host log within 10ms; step three; quit host");
-    const auto row = [](const char* step, bool passed) {
-        return AllOf(Field(&StepResult::scenario, "T"), Field(&StepResult::step, step),
-                     Field(&StepResult::passed, passed));
+    const auto step = [](const char* text, LifePage::Step::End end) {
+        return AllOf(Field(&LifePage::Step::text, text), Field(&LifePage::Step::end, end));
     };
-    EXPECT_THAT(results_, ElementsAre(row("one", true), row("two", false)));
+    EXPECT_THAT(steps_, ElementsAre(step("one", LifePage::Step::End::kHeld),
+                                    step("two", LifePage::Step::End::kFailed)));
 }
 
-TEST_F(RunnerTest, FailureBeforeTheFirstStepHasARowToo) {
+TEST_F(RunnerTest, FailureBeforeTheFirstStepIsOneToo) {
     Play("start host; expect host log within 10ms");
-    ASSERT_EQ(results_.size(), 1U);
-    EXPECT_EQ(results_[0].step, "before the first step");
+    ASSERT_EQ(steps_.size(), 1U);
+    EXPECT_EQ(steps_[0].text, "before the first step");
 }
 
 TEST_F(RunnerTest, WhatIsToldStandsInTheTranscript) {
@@ -346,8 +348,8 @@ class TranscriptTest : public RunnerTest {
 TEST_F(TranscriptTest, KnownOneHolds) {
     folder_.Write("known.txt", "host 1: log text=a\n");
     EXPECT_EQ(Play(told_), kHeld);
-    ASSERT_EQ(results_.size(), 1U);
-    EXPECT_EQ(results_[0].step, "Bus messages, log lines and wire bytes are those of every run");
+    ASSERT_EQ(steps_.size(), 1U);
+    EXPECT_EQ(steps_[0].text, "Bus messages, log lines and wire bytes are those of every run");
 }
 
 TEST_F(TranscriptTest, DifferingOneFailsAndLeavesItsOwn) {
