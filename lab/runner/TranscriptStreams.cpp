@@ -2,9 +2,13 @@
 
 #include <algorithm>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 namespace Kyr::Lab::Runner {
 
 namespace {
+
+using boost::algorithm::starts_with;
 
 // What the connector's watch writes to the host's log, beside the thread that processes messages.
 const std::vector<std::string> kWatchTexts{"Ping failed", "Received broadcast",
@@ -15,38 +19,28 @@ constexpr char kRequestName[] = "OvAgentRequest";
 // By these numbers the watch asks for records and actions.
 const std::set<std::string> kRecordRequests{"3", "4", "5"};
 
-bool Has(const CLine& line, const char* key, const std::string& value) {
-    const std::string* const found = line.Find(key);
-    return found != nullptr && *found == value;
-}
-
-bool Begins(const CLine& line, const char* key, const std::string& begin) {
-    const std::string* const found = line.Find(key);
-    return found != nullptr && found->compare(0, begin.size(), begin) == 0;
-}
-
 /// A message that was published, or the state it was in.
 bool IsPublished(const CLine& line) {
     return line.Kind() == "publish" || line.Kind() == "message";
 }
 
 bool IsPing(const CLine& line) {
-    return (line.Kind() == "request" && Has(line, "command", "0")) ||
-           (line.Kind() == "native" && Has(line, "message", "ping"));
+    return (line.Kind() == "request" && line.Value("command") == "0") ||
+           (line.Kind() == "native" && line.Value("message") == "ping");
 }
 
 /// A ping's reply carries no status, since it has no bytes.
 bool IsPingReply(const CLine& line) {
-    return line.Kind() == "reply" && Has(line, "length", "0");
+    return line.Kind() == "reply" && line.Value("length") == "0";
 }
 
 bool AsksForRecords(const CLine& line) {
-    return line.Kind() == "request" && Begins(line, "name", "get-");
+    return line.Kind() == "request" && starts_with(line.Value("name"), "get-");
 }
 
 /// A reply whose header is all of it.
 bool IsEmptyReply(const CLine& line) {
-    return line.Kind() == "reply" && Has(line, "status", "0") && Has(line, "length", "12");
+    return line.Kind() == "reply" && line.Value("status") == "0" && line.Value("length") == "12";
 }
 
 }  // namespace
@@ -60,17 +54,17 @@ const std::vector<std::string>& CTranscriptStreams::All() {
 }
 
 bool CTranscriptStreams::IsCollection(const CLine& line) {
-    const std::string* const number = line.Find("request");
-    return line.Kind() == "publish" && Has(line, "by", "module") && number != nullptr &&
-           kRecordRequests.count(*number) != 0;
+    return line.Kind() == "publish" && line.Value("by") == "module" &&
+           kRecordRequests.count(line.Value("request")) != 0;
 }
 
 bool CTranscriptStreams::IsOfTheWatch(const CLine& line) {
     if (line.Kind() == "log") {
-        return std::any_of(kWatchTexts.begin(), kWatchTexts.end(),
-                           [&](const std::string& begin) { return Begins(line, "text", begin); });
+        return std::any_of(kWatchTexts.begin(), kWatchTexts.end(), [&](const std::string& begin) {
+            return starts_with(line.Value("text"), begin);
+        });
     }
-    return IsPublished(line) && Has(line, "name", kRequestName) && Has(line, "by", "module");
+    return IsPublished(line) && line.Value("name") == kRequestName && line.Value("by") == "module";
 }
 
 std::string CTranscriptStreams::Of(const std::string& process, const CLine& line) {
@@ -79,7 +73,7 @@ std::string CTranscriptStreams::Of(const std::string& process, const CLine& line
         (collected_ && IsOfACollection(process, line))) {
         return kLook;
     }
-    if (IsPublished(line) && Has(line, "by", "host")) {
+    if (IsPublished(line) && line.Value("by") == "host") {
         return "ask";
     }
     return IsOfTheWatch(line) ? "watch" : line.Kind();
@@ -92,8 +86,8 @@ bool CTranscriptStreams::IsOfACollection(const std::string& process, const CLine
         return true;
     }
     return IsCollection(line) || (IsEmptyReply(line) && asked_.count(exchange) != 0) ||
-           (line.Kind() == "deliver" && Has(line, "name", kRequestName)) ||
-           (line.Kind() == "log" && Begins(line, "text", kNoRecords));
+           (line.Kind() == "deliver" && line.Value("name") == kRequestName) ||
+           (line.Kind() == "log" && starts_with(line.Value("text"), kNoRecords));
 }
 
 }  // namespace Kyr::Lab::Runner

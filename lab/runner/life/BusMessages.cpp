@@ -5,6 +5,8 @@
 #include <utility>
 #include <vector>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
@@ -12,6 +14,7 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using LifePage::Event;
 using LifePage::Lane;
 
@@ -130,19 +133,20 @@ class CMessageJoiner {
     }
 
     void TakeLog(Event& event) {
-        if (BeginsWith(event.text, "Sending ")) {
+        if (starts_with(event.text, "Sending ")) {
             sending_ = at_;
             return;
         }
-        if (BeginsWith(event.text, "XML request: ")) {
+        if (starts_with(event.text, "XML request: ")) {
             TakeXml(event);
             return;
         }
-        if (!inHand_ || BeginsWith(event.text, "Connect") || BeginsWith(event.text, "Disconnect")) {
+        if (!inHand_ || starts_with(event.text, "Connect") ||
+            starts_with(event.text, "Disconnect")) {
             return;
         }
         event.message = waiting_[*inHand_].message;
-        const bool settled = BeginsWith(event.text, "Message task was canceled") ||
+        const bool settled = starts_with(event.text, "Message task was canceled") ||
                              event.text == "Set policy request to product was successfull";
         if (settled && waiting_[*inHand_].asked) {
             inHand_.reset();

@@ -1,6 +1,8 @@
 #include <optional>
 #include <string>
 
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
@@ -8,10 +10,11 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using LifePage::Event;
 
 bool IsLog(const Event& event, const std::string& begin) {
-    return event.kind == "log" && BeginsWith(event.text, begin);
+    return event.kind == "log" && starts_with(event.text, begin);
 }
 
 /// A connector that has connected, for the first time or again, tells the server so.

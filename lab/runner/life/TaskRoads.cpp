@@ -6,8 +6,10 @@
 #include <vector>
 
 #include <boost/algorithm/string/case_conv.hpp>
+#include <boost/algorithm/string/predicate.hpp>
 #include <boost/algorithm/string/split.hpp>
 
+#include "lab/common/CommandWords.h"
 #include "lab/runner/life/Tellers.h"
 #include "lab/runner/life/ToldEvents.h"
 
@@ -15,6 +17,7 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using LifePage::Event;
 using LifePage::Task;
 using State = Task::State;
@@ -36,17 +39,11 @@ std::string CommandOf(const std::string& line) {
     return line.substr(0, line.find_first_of(" \t\r"));
 }
 
-/// Of a word `key=value` in a typed line the value; empty: there is none.
-std::string Typed(const std::string& line, const std::string& key) {
-    const std::size_t at = line.find(" " + key + "=");
-    const std::size_t from = at + key.size() + 2;
-    return at == std::string::npos ? "" : line.substr(from, line.find(' ', from) - from);
-}
-
 /// What the server wants done with: the process or the program that was typed.
 std::string Subject(const std::string& line) {
-    const std::string process = Typed(line, "pid");
-    const std::string hash = Typed(line, "sha256");
+    CCommandWords words(SplitWords(line));
+    const std::string process = words.TakeValue("pid").value_or("");
+    const std::string hash = words.TakeValue("sha256").value_or("");
     return !process.empty() ? " " + process : hash.empty() ? "" : " " + hash.substr(0, 12);
 }
 
@@ -207,7 +204,7 @@ class CTaskTeller {
     }
 
     void TakeLog(Task& task, const Event& event) {
-        if (BeginsWith(event.text, "Message task was canceled")) {
+        if (starts_with(event.text, "Message task was canceled")) {
             const bool tooOften = event.text.find("maximum retry count") != std::string::npos;
             const std::string limit = tooOften ? "it was tried as often as a task may be"
                                                : "the product is not available";

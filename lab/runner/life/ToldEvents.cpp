@@ -7,6 +7,9 @@
 #include <tuple>
 #include <utility>
 
+#include <boost/algorithm/hex.hpp>
+#include <boost/algorithm/string/predicate.hpp>
+
 #include "lab/runner/Narration.h"
 #include "lab/runner/TranscriptStreams.h"
 
@@ -14,13 +17,14 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
+using boost::algorithm::starts_with;
 using LifePage::Event;
 using LifePage::Lane;
 
 /// Of a typed line and of what answers it, the word that says what it is about.
 bool IsAboutArea(const CLine& line) {
     const std::string about = line.Value(line.Kind() == "command" ? "text" : "command");
-    return BeginsWith(about, "area") || BeginsWith(about, "broadcast");
+    return starts_with(about, "area") || starts_with(about, "broadcast");
 }
 
 Lane LaneOfHost(const CLine& line) {
@@ -33,7 +37,7 @@ Lane LaneOfHost(const CLine& line) {
     if (line.Kind() == "log") {
         return Lane::kTask;
     }
-    if (line.Kind() == "command" && BeginsWith(line.Value("text"), "(")) {
+    if (line.Kind() == "command" && starts_with(line.Value("text"), "(")) {
         return Lane::kHost;
     }
     return kOfTheBus.count(line.Kind()) == 0 ? Lane::kHost : Lane::kBus;
@@ -63,27 +67,26 @@ std::string TextOf(const CLine& line, const Narration& narration) {
     if (line.Kind() == "log" || line.Kind() == "command" || line.Kind() == "end") {
         return line.Value("text");
     }
-    return WithoutColumns(BeginsWith(narration.text, "bus ") ? narration.text.substr(4)
-                                                             : narration.text);
+    return WithoutColumns(starts_with(narration.text, "bus ") ? narration.text.substr(4)
+                                                              : narration.text);
 }
 
 Event EventOf(const ToldEvent& told) {
     const Narration narration = Narrate(told.line);
     Event event;
     event.at = told.at;
-    event.lane = LaneOf(told.actor, told.line);
+    event.lane = told.actor == "host" ? LaneOfHost(told.line) : LaneOfProduct(told.line);
     event.kind = told.line.Kind();
     event.process = told.process;
-    event.weight = narration.oncePerStep ? LifePage::Weight::kDetail
-                                         : static_cast<LifePage::Weight>(narration.weight);
+    event.weight = narration.oncePerStep ? LifePage::Weight::kDetail : narration.weight;
     event.text = TextOf(told.line, narration);
     const std::string level = told.line.Value("level");
     if (event.kind == "log" && level.size() == 1 && level[0] >= '1' && level[0] <= '4') {
         event.level = level[0] - '0';
     }
     for (const auto& [key, value] : told.line.Fields()) {
-        if (key == "bytes") {
-            event.bytes = FromHex(value);
+        if (key == "bytes" && event.kind != "answer") {  // where it is a number of them
+            event.bytes = boost::algorithm::unhex(value);
         } else if (event.kind != "command" && event.kind != "end") {
             event.fields.emplace_back(key, value);
         }
@@ -110,10 +113,6 @@ MessageKey KeyOf(const ToldEvent& told) {
 
 }  // namespace
 
-Lane LaneOf(const std::string& actor, const CLine& line) {
-    return actor == "host" ? LaneOfHost(line) : LaneOfProduct(line);
-}
-
 std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage::Life& life) {
     std::vector<std::size_t> order(told.size());
     std::iota(order.begin(), order.end(), 0);
@@ -139,18 +138,6 @@ std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage
         life.events.push_back(EventOf(one));
     }
     return places;
-}
-
-bool BeginsWith(const std::string& text, const std::string& begin) {
-    return text.compare(0, begin.size(), begin) == 0;
-}
-
-std::string FromHex(const std::string& hex) {
-    std::string bytes;
-    for (std::size_t at = 0; at + 1 < hex.size(); at += 2) {
-        bytes += static_cast<char>(std::stoi(hex.substr(at, 2), nullptr, 16));
-    }
-    return bytes;
 }
 
 std::string Value(const Event& event, const std::string& key) {

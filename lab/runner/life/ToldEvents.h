@@ -20,17 +20,9 @@ struct ToldEvent {
     CLine line;
 };
 
-LifePage::Lane LaneOf(const std::string& actor, const CLine& line);
-
 /// Puts them into the life, in the order of their moments. The rows of a log become part of the
 /// event that published it. Returns where each of them is in the life.
 std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage::Life& life);
-
-bool BeginsWith(const std::string& text, const std::string& begin);
-
-/// Bytes as they are told: two hexadecimal digits each. Errors: std::invalid_argument for what are
-/// no such digits.
-std::string FromHex(const std::string& hex);
 
 /// The value of the event's field `key`, or an empty text.
 std::string Value(const LifePage::Event& event, const std::string& key);

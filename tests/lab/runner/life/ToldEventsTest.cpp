@@ -92,5 +92,11 @@ TEST(ToldEventsTest, BytesAreNoField) {
     EXPECT_THAT(OneEvent("host command text=help").fields, IsEmpty());
 }
 
+TEST(ToldEventsTest, NumberOfBytesInAnAnswerIsAField) {
+    const LifePage::Event event = OneEvent("product answer batch=100 bytes=1048576");
+    EXPECT_EQ(event.bytes, "");
+    EXPECT_THAT(event.fields, ElementsAre(Pair("batch", "100"), Pair("bytes", "1048576")));
+}
+
 }  // namespace
 }  // namespace Kyr::Lab::Runner

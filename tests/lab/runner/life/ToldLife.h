@@ -36,4 +36,8 @@ inline LifePage::Life ToldLife(const std::vector<std::string>& lines) {
     return life;
 }
 
+inline std::string Milliseconds(LifePage::Moment moment) {
+    return std::to_string(moment / std::chrono::milliseconds(1));
+}
+
 }  // namespace Kyr::Lab::Runner
