@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <regex>
 #include <sstream>
+#include <stdexcept>
 #include <utility>
 
 #include <boost/algorithm/string/trim.hpp>
@@ -237,9 +238,6 @@ class CScenarioReader {
 
 }  // namespace
 
-CScenarioError::CScenarioError(std::size_t line, const std::string& text)
-    : std::runtime_error("line " + std::to_string(line) + ": " + text) {}
-
 Scenario ParseScenario(const std::string& text) {
     CScenarioReader reader;
     std::istringstream lines(text);
@@ -250,7 +248,7 @@ Scenario ParseScenario(const std::string& text) {
         }
         return reader.Finish();
     } catch (const std::invalid_argument& e) {
-        throw CScenarioError(number, e.what());
+        throw std::runtime_error("line " + std::to_string(number) + ": " + e.what());
     }
 }
 

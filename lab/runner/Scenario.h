@@ -15,23 +15,17 @@
 //
 // One statement a line; "#" opens a comment line. See lab/scenarios/README.md for every statement.
 //
-// Errors: a line that is not understood, or missing, throws CScenarioError with its number.
+// Errors: a line that is not understood, or missing, throws std::runtime_error with its number.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
 #include <map>
 #include <optional>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 namespace Kyr::Lab::Runner {
-
-class CScenarioError : public std::runtime_error {
-  public:
-    CScenarioError(std::size_t line, const std::string& text);
-};
 
 /// How one field of an event is compared.
 struct FieldMatch {
