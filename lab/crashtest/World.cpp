@@ -61,8 +61,7 @@ CWorld::CWorld(Runner::Stage stage, std::uint64_t batch)
 void CWorld::StartProduct() {
     product_ = stage_.Start("product", {"--records=" + stage_.File("records")}, Ignore);
     answers_ = 0;
-    if (!product_->Find(
-            0, [](const CLine& line) { return line.Kind() == "ready"; }, kPatience)) {
+    if (!product_->Find(0, CActor::OfKind("ready"), kPatience)) {
         throw std::runtime_error("the product does not start");
     }
     Command("records limit batch=" + std::to_string(batch_));
@@ -90,8 +89,7 @@ void CWorld::BuryProduct() {
 
 void CWorld::Command(const std::string& line) {
     product_->Send(line);
-    const auto answer = product_->Find(
-        answers_, [](const CLine& event) { return event.Kind() == "answer"; }, kPatience);
+    const auto answer = product_->Find(answers_, CActor::OfKind("answer"), kPatience);
     if (!answer) {
         throw std::runtime_error("the product does not answer: " + line);
     }
@@ -112,10 +110,7 @@ void CWorld::Collect(int times) {
 }
 
 bool CWorld::AwaitBatch() const {
-    return product_
-        ->Find(
-            collectedFrom_, [](const CLine& line) { return line.Kind() == "handed"; },
-            std::chrono::seconds(1))
+    return product_->Find(collectedFrom_, CActor::OfKind("handed"), std::chrono::seconds(1))
         .has_value();
 }
 

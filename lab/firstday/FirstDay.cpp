@@ -150,8 +150,8 @@ class CFirstDay {
         }
         try {
             auto product = Start(kProduct, {});
-            const auto isReady = [](const CLine& line) { return line.Kind() == "ready"; };
-            const bool serves = product->Find(0, isReady, plan_.doctorLimit).has_value();
+            const bool serves =
+                product->Find(0, CActor::OfKind("ready"), plan_.doctorLimit).has_value();
             for (const TimedLine& line : product->Events()) {
                 Tell("simulated product: " + Written(line));
             }

@@ -117,7 +117,7 @@ std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wante
     std::unique_lock<std::mutex> lock(state_->mutex);
     std::size_t at = from;
     const auto found = [&] {
-        while (at < state_->events.size() && !wanted(state_->events[at].line)) {
+        while (at < state_->events.size() && !wanted(at, state_->events[at])) {
             ++at;
         }
         return at < state_->events.size();
@@ -126,6 +126,12 @@ std::optional<std::size_t> CActor::Find(std::size_t from, const Predicate& wante
                              [&] { return found() || state_->ended || !state_->failure.empty(); });
     state_->RethrowFailure();
     return found() ? std::make_optional(at) : std::nullopt;
+}
+
+CActor::Predicate CActor::OfKind(std::string kind) {
+    return [kind = std::move(kind)](std::size_t, const TimedLine& event) {
+        return event.line.Kind() == kind;
+    };
 }
 
 TimedLine CActor::EventAt(std::size_t index) const {

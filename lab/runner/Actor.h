@@ -25,7 +25,8 @@ namespace Kyr::Lab::Runner {
 class CActor {
   public:
     using Listener = std::function<void(const std::string& actor, const TimedLine& line)>;
-    using Predicate = std::function<bool(const CLine& line)>;
+    /// Whether the event that stands at that place is a wanted one.
+    using Predicate = std::function<bool(std::size_t place, const TimedLine& event)>;
     using Environment = std::vector<std::pair<std::string, std::string>>;
 
     /// Starts `program` with `environment` added to our own. A line that is not of the line
@@ -44,6 +45,8 @@ class CActor {
     /// `patience`.
     std::optional<std::size_t> Find(std::size_t from, const Predicate& wanted,
                                     std::chrono::milliseconds patience) const;
+    /// What Find wants for any event of a kind.
+    static Predicate OfKind(std::string kind);
     TimedLine EventAt(std::size_t index) const;
     /// All so far.
     std::vector<TimedLine> Events() const;

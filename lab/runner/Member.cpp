@@ -6,8 +6,6 @@ namespace Kyr::Lab::Runner {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 constexpr std::size_t kLastEvents = 10;
 
 bool Fits(const FieldMatch& field, const CLine& line) {
@@ -33,19 +31,13 @@ bool Fits(const EventPattern& pattern, const CLine& line) {
 std::optional<std::size_t> Member::Find(const EventPattern& pattern,
                                         std::chrono::milliseconds patience,
                                         std::optional<std::uint64_t> stamp) const {
-    const Clock::time_point end = Clock::now() + patience;
-    std::size_t from = stepFrom;
-    for (;;) {
-        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
-        const std::optional<std::size_t> found = actor->Find(
-            from, [&](const CLine& line) { return Fits(pattern, line); },
-            std::max(left, std::chrono::milliseconds(0)));
-        if (!found ||
-            (taken.count(*found) == 0 && (!stamp || actor->EventAt(*found).stamp > stamp))) {
-            return found;
-        }
-        from = *found + 1;
-    }
+    return actor->Find(
+        stepFrom,
+        [&](std::size_t place, const TimedLine& event) {
+            return Fits(pattern, event.line) && taken.count(place) == 0 &&
+                   (!stamp || event.stamp > stamp);
+        },
+        patience);
 }
 
 std::vector<std::string> Member::Around(const EventPattern& pattern) const {

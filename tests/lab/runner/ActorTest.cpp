@@ -14,7 +14,7 @@ constexpr std::chrono::seconds kPatience(20);
 
 void Ignore(const std::string&, const TimedLine&) {}
 
-bool Any(const CLine&) {
+bool Any(std::size_t, const TimedLine&) {
     return true;
 }
 
@@ -61,9 +61,7 @@ TEST(ActorTest, EventThatTheListenerCannotTakeComesOutOfEveryWait) {
     actor.Send("good");
     actor.Send("bad records=x");
     actor.Send("end 0");
-    EXPECT_THROW(actor.Find(
-                     0, [](const CLine& line) { return line.Kind() == "end"; }, kPatience),
-                 std::runtime_error);
+    EXPECT_THROW(actor.Find(0, CActor::OfKind("end"), kPatience), std::runtime_error);
     EXPECT_THROW(actor.AwaitEnd(kPatience), std::runtime_error);
 }
 

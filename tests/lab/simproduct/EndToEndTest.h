@@ -40,8 +40,8 @@ class EndToEndTest : public ::testing::Test {
     CLine Await(const std::string& beginning) {
         const auto found = actor_->Find(
             next_,
-            [&](const CLine& line) {
-                return line.Text().compare(0, beginning.size(), beginning) == 0;
+            [&](std::size_t, const TimedLine& event) {
+                return event.line.Text().compare(0, beginning.size(), beginning) == 0;
             },
             kPatience);
         if (!found) {
