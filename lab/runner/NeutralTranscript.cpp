@@ -4,12 +4,11 @@
 #include <cctype>
 #include <istream>
 #include <map>
+#include <optional>
 #include <regex>
 #include <set>
 #include <sstream>
 #include <tuple>
-
-#include <boost/algorithm/hex.hpp>
 
 #include "lab/runner/NeutralRecords.h"
 #include "lab/runner/TranscriptStreams.h"
@@ -106,14 +105,14 @@ bool IsRepeatedStop(const CLine& line) {
 }
 
 /// In the order of their texts, with the first event of each.
-void KeepOneOfEach(std::vector<LifePage::NeutralLine>& lines) {
+void KeepOneOfEach(std::vector<ToldLine>& lines) {
     std::map<std::string, std::size_t> first;
-    for (const LifePage::NeutralLine& line : lines) {
-        first.emplace(line.text, *line.event);
+    for (const ToldLine& line : lines) {
+        first.emplace(line.text, line.told);
     }
     lines.clear();
-    for (const auto& [text, event] : first) {
-        lines.push_back({text, event});
+    for (const auto& [text, told] : first) {
+        lines.push_back({text, told});
     }
 }
 
@@ -148,18 +147,17 @@ std::string NeutralField(const std::string& key, const std::string& value, const
         const auto named = names.find(value);
         return named == names.end() ? "*" : named->second;
     }
-    if (key == "bytes") {
-        return Readable(NeutralText(NeutralRecords(boost::algorithm::unhex(value)), names, given));
-    }
     return IsNumber(value) ? value : NeutralText(value, names, given);
 }
 
 std::string Neutral(const CLine& line, const Names& names, const std::string& given) {
     // Bytes say how many they are, and a process id in them may have more digits another time.
-    const bool hasBytes = line.Find("bytes") != nullptr;
+    const std::optional<std::string> bytes = BytesOf(line);
     CLine neutral(line.Kind());
     for (const auto& [key, value] : line.Fields()) {
-        if (kCounters.count(key) == 0 && !(hasBytes && key == "length")) {
+        if (bytes && key == "bytes") {
+            neutral.With(key, Readable(NeutralText(NeutralRecords(*bytes), names, given)));
+        } else if (kCounters.count(key) == 0 && !(bytes && key == "length")) {
             neutral.With(key, NeutralField(key, value, names, given));
         }
     }
@@ -175,15 +173,15 @@ void GivenTexts::Name(const std::string& key, const std::string& value, const st
     }
 }
 
-std::vector<LifePage::NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
-                                                const std::vector<LifePage::Process>& processes,
-                                                const GivenTexts& given) {
+std::vector<ToldLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                   const std::vector<LifePage::Process>& processes,
+                                   const GivenTexts& given) {
     CTranscriptStreams streamOf(std::any_of(told.begin(), told.end(), [](const ToldEvent& event) {
         return CTranscriptStreams::IsCollection(event.line);
     }));
     const std::vector<std::string>& order = CTranscriptStreams::All();
     using Place = std::tuple<std::string, std::size_t, std::size_t>;  // actor, process, stream
-    std::map<Place, std::vector<LifePage::NeutralLine>> streams;
+    std::map<Place, std::vector<ToldLine>> streams;
     for (std::size_t at = 0; at < told.size(); ++at) {
         const auto& [moment, actor, process, line] = told[at];
         const std::string& name = processes.at(process).name;
@@ -193,7 +191,7 @@ std::vector<LifePage::NeutralLine> NeutralLines(const std::vector<ToldEvent>& to
                 {name + ": " + Neutral(line, NamesAt(at, given.names), given.text), at});
         }
     }
-    std::vector<LifePage::NeutralLine> all;
+    std::vector<ToldLine> all;
     for (auto& [place, lines] : streams) {
         if (order[std::get<2>(place)] == CTranscriptStreams::kLook) {
             KeepOneOfEach(lines);

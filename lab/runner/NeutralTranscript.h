@@ -43,11 +43,17 @@ struct GivenTexts {
     std::vector<KnownName> names;
 };
 
-/// The lines of a whole run, each with the place in `told` of the event that it was told by. Events
-/// know the place of their process in `processes`, which has the names of all ("host 2").
-std::vector<LifePage::NeutralLine> NeutralLines(const std::vector<ToldEvent>& told,
-                                                const std::vector<LifePage::Process>& processes,
-                                                const GivenTexts& given);
+/// A line of the transcript, and the place of the event that it was told by among all that were.
+struct ToldLine {
+    std::string text;
+    std::size_t told;
+};
+
+/// The lines of a whole run. Events know the place of their process in `processes`, which has the
+/// names of all ("host 2").
+std::vector<ToldLine> NeutralLines(const std::vector<ToldEvent>& told,
+                                   const std::vector<LifePage::Process>& processes,
+                                   const GivenTexts& given);
 
 /// The first line in which a transcript differs from the one that was expected, as each has it;
 /// empty when they are the same. Every line of a transcript is ended by "\n".

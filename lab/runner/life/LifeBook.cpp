@@ -120,7 +120,7 @@ Figures CLifeBook::Sum() const {
 std::string CLifeBook::NeutralTranscript() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::string text;
-    for (const LifePage::NeutralLine& line : NeutralLines(told_, processes_, given_)) {
+    for (const ToldLine& line : NeutralLines(told_, processes_, given_)) {
         text += line.text + "\n";
     }
     return text;
@@ -135,9 +135,8 @@ LifePage::Life CLifeBook::Life() const {
     life.processes = processes_;
     life.steps = steps_;
     const std::vector<std::size_t> places = TellEvents(told_, life);
-    life.neutral = NeutralLines(told_, processes_, given_);
-    for (LifePage::NeutralLine& line : life.neutral) {
-        line.event = places.at(*line.event);
+    for (const ToldLine& line : NeutralLines(told_, processes_, given_)) {
+        life.neutral.push_back({line.text, places.at(line.told)});
     }
     JoinExchanges(life);
     JoinMessages(life);

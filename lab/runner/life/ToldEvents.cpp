@@ -4,6 +4,7 @@
 #include <map>
 #include <numeric>
 #include <set>
+#include <stdexcept>
 #include <tuple>
 #include <utility>
 
@@ -84,10 +85,11 @@ Event EventOf(const ToldEvent& told) {
     if (event.kind == "log" && level.size() == 1 && level[0] >= '1' && level[0] <= '4') {
         event.level = level[0] - '0';
     }
+    const std::optional<std::string> bytes = BytesOf(told.line);
+    event.bytes = bytes.value_or("");
     for (const auto& [key, value] : told.line.Fields()) {
-        if (key == "bytes" && event.kind != "answer") {  // where it is a number of them
-            event.bytes = boost::algorithm::unhex(value);
-        } else if (event.kind != "command" && event.kind != "end") {
+        const bool isBytes = bytes && key == "bytes";
+        if (!isBytes && event.kind != "command" && event.kind != "end") {
             event.fields.emplace_back(key, value);
         }
     }
@@ -138,6 +140,18 @@ std::vector<std::size_t> TellEvents(const std::vector<ToldEvent>& told, LifePage
         life.events.push_back(EventOf(one));
     }
     return places;
+}
+
+std::optional<std::string> BytesOf(const CLine& line) {
+    const std::string* const hex = line.Find("bytes");
+    if (hex == nullptr || line.Kind() == "answer") {  // an answer's `bytes` is a number
+        return std::nullopt;
+    }
+    const std::size_t wrong = hex->find_first_not_of("0123456789abcdefABCDEF");
+    if (wrong != std::string::npos) {
+        throw std::invalid_argument("'" + hex->substr(wrong, 1) + "' is no hexadecimal digit");
+    }
+    return boost::algorithm::unhex(hex->substr(0, hex->size() / 2 * 2));
 }
 
 std::string Value(const Event& event, const std::string& key) {

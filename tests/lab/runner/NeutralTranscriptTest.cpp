@@ -21,7 +21,7 @@ std::vector<LifePage::Process> Processes(const std::vector<std::string>& names) 
 std::vector<std::string> Neutral(const std::vector<std::string>& lines,
                                  const GivenTexts& given = {}) {
     std::vector<std::string> texts;
-    for (const LifePage::NeutralLine& line :
+    for (const ToldLine& line :
          NeutralLines(Told(lines), Processes({"host 1", "product 1"}), given)) {
         texts.push_back(line.text);
     }
@@ -78,9 +78,9 @@ TEST(NeutralTranscript, ProcessesOfOneActorStandOneAfterTheOther) {
     const auto lines = NeutralLines(told, Processes({"host 1", "product 1", "host 2"}), {});
     ASSERT_EQ(lines.size(), 3U);
     EXPECT_EQ(lines[0].text, "host 1: log text=before");
-    EXPECT_EQ(lines[0].event, 2U);
+    EXPECT_EQ(lines[0].told, 2U);
     EXPECT_EQ(lines[1].text, "host 2: log text=after");
-    EXPECT_EQ(lines[1].event, 0U);
+    EXPECT_EQ(lines[1].told, 0U);
 }
 
 TEST(NeutralTranscript, WhatIsOfThisRunHasNoValue) {
@@ -113,6 +113,9 @@ TEST(NeutralTranscript, WhatIsOfThisRunHasNoValue) {
           "7b224074696d657374616d70223a312c2270726f63657373223a7b7d7d"},
          {"product 1: reply bytes=\"%0c%00%00%00%00%00%00%00<length>%0a<length>"
           "{\\\"@timestamp\\\":1,\\\"process\\\":\\\"*\\\"}\""}},
+        {"a line cut off within a byte tells those before it",
+         {"1 product reply code=0 bytes=41424"},
+         {"product 1: reply code=0 bytes=AB"}},
         {"a length stays where no bytes tell it",
          {"1 product reply code=0 length=12"},
          {"product 1: reply code=0 length=12"}},
@@ -164,7 +167,7 @@ TEST(NeutralTranscript, OfWhatComesWithEveryLookTheFirstEventIsNamed) {
         Told({"1 host ready", "2 product request command=0", "3 product request command=0"}),
         Processes({"host 1", "product 1"}), {});
     ASSERT_EQ(lines.size(), 1U);
-    EXPECT_EQ(lines[0].event, 1U);
+    EXPECT_EQ(lines[0].told, 1U);
 }
 
 TEST(NeutralTranscript, NamedValueIsWrittenByItsNameWhereItIsAWholeWord) {

@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include "tests/lab/runner/life/ToldLife.h"
+#include "tests/support/ThrownText.h"
 
 namespace Kyr::Lab::Runner {
 namespace {
@@ -90,6 +91,17 @@ TEST(ToldEventsTest, BytesAreNoField) {
     EXPECT_EQ(event.bytes, "AB");
     EXPECT_THAT(event.fields, ElementsAre(Pair("id", "1"), Pair("status", "0")));
     EXPECT_THAT(OneEvent("host command text=help").fields, IsEmpty());
+}
+
+TEST(ToldEventsTest, LineThatWasCutOffWithinAByteTellsThoseBeforeIt) {
+    EXPECT_EQ(OneEvent("product reply id=1 status=0 bytes=41424").bytes, "AB");
+    EXPECT_EQ(OneEvent("product reply id=1 status=0 bytes=4").bytes, "");
+}
+
+TEST(ToldEventsTest, BytesThatAreNoDigitsAreRefused) {
+    EXPECT_EQ(
+        Kyr::Test::ThrownText<std::invalid_argument>([] { OneEvent("product reply bytes=414g"); }),
+        "'g' is no hexadecimal digit");
 }
 
 TEST(ToldEventsTest, NumberOfBytesInAnAnswerIsAField) {
