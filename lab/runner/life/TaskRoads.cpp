@@ -1,6 +1,7 @@
 #include <deque>
 #include <map>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -41,10 +42,14 @@ std::string CommandOf(const std::string& line) {
 
 /// What the server wants done with: the process or the program that was typed.
 std::string Subject(const std::string& line) {
-    CCommandWords words(SplitWords(line));
-    const std::string process = words.TakeValue("pid").value_or("");
-    const std::string hash = words.TakeValue("sha256").value_or("");
-    return !process.empty() ? " " + process : hash.empty() ? "" : " " + hash.substr(0, 12);
+    try {
+        CCommandWords words(SplitWords(line));
+        const std::string process = words.TakeValue("pid").value_or("");
+        const std::string hash = words.TakeValue("sha256").value_or("");
+        return !process.empty() ? " " + process : hash.empty() ? "" : " " + hash.substr(0, 12);
+    } catch (const std::invalid_argument&) {
+        return "";  // it has no words, and no host has carried it out
+    }
 }
 
 std::vector<std::string> Split(const std::string& text, char separator) {

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <map>
+#include <string>
 #include <utility>
 
 #include "lab/runner/Member.h"
@@ -8,15 +10,19 @@
 namespace Kyr::Lab::Runner {
 namespace {
 
-const char* const kVerbs[] = {"step",   "say",  "start", "command", "kill",      "quit", "gone",
-                              "expect", "then", "never", "only",    "countdown", "wait"};
+const std::map<Verb, std::string> kVerbs{
+    {Verb::kStep, "step"},       {Verb::kSay, "say"},       {Verb::kStart, "start"},
+    {Verb::kCommand, "command"}, {Verb::kKill, "kill"},     {Verb::kQuit, "quit"},
+    {Verb::kGone, "gone"},       {Verb::kExpect, "expect"}, {Verb::kThen, "then"},
+    {Verb::kNever, "never"},     {Verb::kOnly, "only"},     {Verb::kCountdown, "countdown"},
+    {Verb::kWait, "wait"}};
 
 /// A statement by its parts, as far as it has them.
 std::string TextOf(const Statement& statement) {
     const auto inMilliseconds = [](std::chrono::milliseconds duration) {
         return std::to_string(duration.count()) + "ms";
     };
-    std::string text = kVerbs[static_cast<int>(statement.verb)];
+    std::string text = kVerbs.at(statement.verb);
     text += statement.actor.empty() ? "" : " " + statement.actor;
     text += statement.text.empty() ? "" : " <" + statement.text + ">";
     for (const std::string& argument : statement.arguments) {

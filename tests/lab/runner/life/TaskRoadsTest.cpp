@@ -1,4 +1,7 @@
 #include <gmock/gmock.h>
+#include <map>
+#include <string>
+#include <vector>
 
 #include <boost/algorithm/string/join.hpp>
 
@@ -10,17 +13,19 @@ namespace {
 
 using Lines = std::vector<std::string>;
 
-const char* const kStates[] = {"given",
-                               "asked",
-                               "accepted",
-                               "accepted-not-done",
-                               "failing",
-                               "done",
-                               "done-with-warning",
-                               "failed",
-                               "given-up",
-                               "dropped",
-                               "told"};
+using State = LifePage::Task::State;
+
+const std::map<State, std::string> kStates{{State::kGiven, "given"},
+                                           {State::kAsked, "asked"},
+                                           {State::kAccepted, "accepted"},
+                                           {State::kAcceptedNotDone, "accepted-not-done"},
+                                           {State::kFailing, "failing"},
+                                           {State::kDone, "done"},
+                                           {State::kDoneWithWarning, "done-with-warning"},
+                                           {State::kFailed, "failed"},
+                                           {State::kGivenUp, "given-up"},
+                                           {State::kDropped, "dropped"},
+                                           {State::kTold, "told"}};
 
 /// "end process 7 [identifiers] state, attempts 1, until 5 (why): station; station".
 std::string TextOf(const LifePage::Task& task) {
@@ -29,9 +34,9 @@ std::string TextOf(const LifePage::Task& task) {
         stations.push_back(station.text);
     }
     return task.what + " [" + boost::algorithm::join(task.identifiers, ",") + "] " +
-           kStates[static_cast<int>(task.state)] + ", attempts " + std::to_string(task.attempts) +
-           ", until " + Milliseconds(task.until) + (task.why.empty() ? "" : " (" + task.why + ")") +
-           ": " + boost::algorithm::join(stations, "; ");
+           kStates.at(task.state) + ", attempts " + std::to_string(task.attempts) + ", until " +
+           Milliseconds(task.until) + (task.why.empty() ? "" : " (" + task.why + ")") + ": " +
+           boost::algorithm::join(stations, "; ");
 }
 
 LifePage::Life Lived(const Lines& told) {
@@ -83,6 +88,11 @@ TEST(TaskRoadsTest, TaskHasTheNameAndIdentifiersThatWereTypedForIt) {
           "3 host error command=\"kill pid=\\\"9826\" text=\"a quote is open\"",
           "4 host answer command=kill ids=a,b,c", "4" + kKill},
          {"end process 9828 [a,b,c] given, attempts 0, until 4" + kGiven}},
+        {"nor does one with an open quote of which nothing was said, in place of the next",
+         {"1 host command text=\"kill pid=\\\"9826\"", "2 host command text=\"(started) devhost\"",
+          "3 host command text=\"kill pid=9828\"", "4 host answer command=kill ids=a,b,c",
+          "4" + kKill},
+         {"end process [a,b,c] given, attempts 0, until 4" + kGiven}},
         {"nor one that an earlier host left unanswered",
          {"1 host command text=\"kill pid=9826\"", "2 host end text=\"host 1 ended by signal 9\"",
           "3 host command text=\"(started) devhost\"", "4 host command text=\"kill pid=9828\"",
