@@ -12,7 +12,6 @@
 #include <utility>
 #include <vector>
 
-#include "lab/runner/EventKinds.h"
 #include "lab/runner/Interruption.h"
 #include "lab/runner/Member.h"
 #include "lab/runner/ReadFile.h"
@@ -233,7 +232,6 @@ class CPlay {
                                     [this](const std::string& actor, const TimedLine& line) {
                                         screen_.Event(actor, line);
                                         book_.Event(actor, line);
-                                        CheckEvent(actor, line.line);
                                     });
         members_[start.actor].actor = std::move(process);
     }

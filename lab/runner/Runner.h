@@ -1,8 +1,8 @@
 // Plays scenarios: starts the lab's programs, gives them commands and checks what they tell.
 //
 // Threads: one.
-// Errors: what a scenario expects in vain ends that scenario and stands in the book; nothing
-// throws.
+// Errors: what a scenario expects in vain, and whatever its statements throw, ends that scenario
+// and stands in the book. What the screen's stream throws at the title or at the end is thrown.
 #pragma once
 
 #include <string>

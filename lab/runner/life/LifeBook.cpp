@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "lab/common/LineWriter.h"
+#include "lab/runner/EventKinds.h"
 #include "lab/runner/life/Tellers.h"
 
 namespace Kyr::Lab::Runner {
@@ -72,6 +73,7 @@ void CLifeBook::Event(const std::string& actor, const TimedLine& line) {
     transcript_ << line.time << ' ' << actor << ' ' << line.line.Text()
                 << (line.stamp ? " at=" + std::to_string(*line.stamp) : "") << std::endl;
     Tell(actor, Since(stamp), line.line);
+    CheckEvent(actor, line.line);
     counter_.Event(line.line);
 }
 

@@ -3,7 +3,7 @@
 //
 // Threads: every operation from any thread.
 // Errors: std::runtime_error for a file that cannot be written; std::invalid_argument for an event
-// whose count is no number.
+// that is not known, or whose count is no number: it is kept, but not counted.
 #pragma once
 
 #include <chrono>

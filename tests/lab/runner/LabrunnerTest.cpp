@@ -73,6 +73,8 @@ TEST_F(LabrunnerTest, ScenarioThatHoldsEndsItWithZero) {
 TEST_F(LabrunnerTest, ReportShowsWhatWasPlayedAlsoWhenItFailed) {
     const std::string page = folder_.File("page.html");
     EXPECT_EQ(Play({"--report=" + page, held_, failed_}), 1);
+    EXPECT_THAT(printed_, ContainsRegex("\nIt holds\n  One +as expected "));
+    EXPECT_THAT(printed_, ContainsRegex("\nIt fails\n  Two +FAILED "));
     EXPECT_THAT(printed_, testing::EndsWith("To look at in a browser: " + page + "\n"));
     const std::string written = ReadFile(page);
     EXPECT_THAT(written, HasSubstr("\"title\":\"It holds\""));

@@ -329,6 +329,8 @@ TEST_F(RunnerTest, FailureBeforeTheFirstStepIsOneToo) {
     Play("start host; expect host log within 10ms");
     ASSERT_EQ(steps_.size(), 1U);
     EXPECT_EQ(steps_[0].text, "before the first step");
+    EXPECT_EQ(steps_[0].end, LifePage::Step::End::kFailed);
+    EXPECT_EQ(steps_[0].failure, "line 3: the host never said: log");
 }
 
 TEST_F(RunnerTest, WhatIsToldStandsInTheTranscript) {

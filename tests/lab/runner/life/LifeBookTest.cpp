@@ -50,8 +50,19 @@ TEST_F(LifeBookTest, StepsTellHowTheyEnded) {
 TEST_F(LifeBookTest, FailureBeforeTheFirstStepIsAStep) {
     EXPECT_EQ(book_.StepDone(""), std::nullopt);
     EXPECT_NE(book_.StepDone("line 1: no"), std::nullopt);
-    ASSERT_THAT(book_.Life().steps, SizeIs(1));
-    EXPECT_EQ(book_.Life().steps[0].text, "before the first step");
+    const std::vector<LifePage::Step> steps = book_.Steps();
+    ASSERT_THAT(steps, SizeIs(1));
+    EXPECT_EQ(steps[0].text, "before the first step");
+    EXPECT_EQ(steps[0].end, LifePage::Step::End::kFailed);
+    EXPECT_EQ(steps[0].failure, "line 1: no");
+}
+
+TEST_F(LifeBookTest, EventThatIsNotKnownIsKeptButNotCounted) {
+    book_.Begin("host", "(started)");
+    EXPECT_THROW(book_.Event("host", ParseLine("00:00:00.000 mined name=x records=5 colour=red")),
+                 std::invalid_argument);
+    EXPECT_EQ(book_.Sum().records, 0U);
+    EXPECT_THAT(book_.Life().events, SizeIs(2));
 }
 
 TEST_F(LifeBookTest, NeutralLineFindsItsEventWhereTheOrderOfMomentsPutIt) {
