@@ -32,7 +32,7 @@ struct Plan {
 enum class Outcome {
     kAsExpected = 0,
     kOtherwise = 1,  // something was tried, and came out otherwise
-    kNoReport = 2,   // nobody can read what came out
+    kNoReport = 2,   // nobody can read what came out; the program's own, no outcome of TryAll
     kNotTried = 3,   // nothing was otherwise, but something could not be tried
 };
 

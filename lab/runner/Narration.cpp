@@ -96,7 +96,7 @@ Narration Bus(const CLine& line) {
     if (!kind.empty()) {
         return {Fill("bus    {name} ({type}) for ", line) + OwnRequest(kind) +
                     Fill(" published by the {by}", line),
-                Weight::kOrdinary, nullptr, true};
+                Weight::kOrdinary, "", true};
     }
     if (line.Kind() == "publish") {
         return {Fill("bus    {name} ({type}) published by the {by}", line), Weight::kOrdinary};

@@ -14,8 +14,10 @@ struct Narration {
     std::string text;
     /// A detail is for transcript and page only: an answer, a life-cycle call that went well.
     LifePage::Weight weight;
-    const char* wire = nullptr;  // which way it crosses between host and product, if it does
-    bool oncePerStep = false;    // it comes again and again, as time passes
+    /// Stands in place of the actor for what crosses between host and product: which way it does.
+    /// Empty: it does not cross.
+    std::string wire = {};
+    bool oncePerStep = false;  // it comes again and again, as time passes
 };
 
 Narration Narrate(const CLine& line);

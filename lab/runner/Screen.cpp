@@ -103,14 +103,15 @@ void CScreen::Event(const std::string& actor, const TimedLine& line) {
     if (told.weight == Weight::kDetail) {
         return;
     }
+    const bool crosses = !told.wire.empty();
     const Colour colour = told.weight == Weight::kWarning ? Colour::kYellow
                           : told.weight == Weight::kError ? Colour::kRed
-                          : told.wire != nullptr          ? Colour::kPlain
+                          : crosses                       ? Colour::kPlain
                           : actor == "product"            ? Colour::kMagenta
                                                           : Colour::kCyan;
     const std::lock_guard<std::mutex> lock(mutex_);
     if (!told.oncePerStep || shown_.insert(told.text).second) {
-        Row(colour, told.wire != nullptr ? told.wire : actor, told.text, line.time);
+        Row(colour, crosses ? told.wire : actor, told.text, line.time);
     }
 }
 
