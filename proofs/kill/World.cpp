@@ -127,10 +127,12 @@ class CWorld::CPlay {
         }
         for (std::uint64_t i = 0; i < scenario_.outcomes; ++i) {
             const std::string id = account_.AddTask("block");
+            std::string userData = id;
+            userData.append(";").append(id).append(";").append(id);
             journal_->Append(CLine("did")
                                  .With("action", "block")
                                  .With("outcome", "done")
-                                 .With("userdata", id + ';' + id + ';' + id));
+                                 .With("userdata", userData));
         }
         if (scenario_.policy) {
             journal_->Append(CLine("policy"));
