@@ -7,14 +7,16 @@
 
 #include <string>
 
-#include "host/message/Task.h"
+#include "host/message/PayloadTask.h"
 #include "host/proto/fde_tasks.pb.h"
 
 namespace Kyr::Common::Message::Connectors::FDEConnector::Task {
 
-class CEnableFDEMaintenanceMode : public CTask {
+class CEnableFDEMaintenanceMode
+    : public CPayloadTask<CEnableFDEMaintenanceMode,
+                          DataDefinition::Task::FDE::MaintenanceConfiguration> {
   public:
-    using Configuration = DataDefinition::Task::FDE::MaintenanceConfiguration;
+    using Configuration = Payload;
 
     /// `type`: the number under which the host carries the message; the one of the connector that
     /// subscribes to it.
@@ -25,13 +27,12 @@ class CEnableFDEMaintenanceMode : public CTask {
     /// Equal type, identifiers and configuration.
     bool Equals(const Kernel::IMessage& other) const override;
 
-    const Configuration& GetConfiguration() const { return configuration_; }
-    /// Throws std::runtime_error "Message is read only".
-    void SetConfiguration(const Configuration& configuration);
+    /// The payload, as the host calls it.
+    const Configuration& GetConfiguration() const { return GetPayload(); }
+    void SetConfiguration(const Configuration& configuration) { SetPayload(configuration); }
 
   private:
     const Kernel::MessageType type_;
-    Configuration configuration_;
 };
 
 }  // namespace Kyr::Common::Message::Connectors::FDEConnector::Task

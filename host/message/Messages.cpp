@@ -75,14 +75,7 @@ namespace Connectors::FDEConnector::Task {
 CEnableFDEMaintenanceMode::CEnableFDEMaintenanceMode(Kernel::MessageType type) : type_(type) {}
 CEnableFDEMaintenanceMode::~CEnableFDEMaintenanceMode() = default;
 bool CEnableFDEMaintenanceMode::Equals(const Kernel::IMessage& other) const {
-    const auto* same = dynamic_cast<const CEnableFDEMaintenanceMode*>(&other);
-    return same != nullptr && same->type_ == type_ && HasSameIdentifiers(*same) &&
-           configuration_.SerializePartialAsString() ==
-               same->configuration_.SerializePartialAsString();
-}
-void CEnableFDEMaintenanceMode::SetConfiguration(const Configuration& configuration) {
-    CheckWritable();
-    configuration_ = configuration;
+    return other.GetMessageType() == type_ && CPayloadTask::Equals(other);
 }
 
 }  // namespace Connectors::FDEConnector::Task

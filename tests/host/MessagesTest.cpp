@@ -38,23 +38,24 @@ CTask::Uuid UuidOf(const std::string& text) {
 
 // What a message carries beside identifiers, as one number.
 
+template <typename Payload>
+void Fill(Payload& payload, int content) {
+    payload.set_executable_hash_sha1(std::to_string(content));
+}
+
+void Fill(CRequestConfigurationMessage::Payload& payload, int content) {
+    payload.set_producttype(content);
+}
+
+void Fill(CMaintenanceTask::Payload& payload, int content) {
+    payload.set_boots(static_cast<std::uint32_t>(content));
+}
+
 template <typename Task>
 void SetContent(Task& task, int content) {
     typename Task::Payload payload;
-    payload.set_executable_hash_sha1(std::to_string(content));
+    Fill(payload, content);
     task.SetPayload(payload);
-}
-
-void SetContent(CRequestConfigurationMessage& request, int content) {
-    CRequestConfigurationMessage::Payload payload;
-    payload.set_producttype(content);
-    request.SetPayload(payload);
-}
-
-void SetContent(CMaintenanceTask& task, int content) {
-    CMaintenanceTask::Configuration configuration;
-    configuration.set_boots(static_cast<std::uint32_t>(content));
-    task.SetConfiguration(configuration);
 }
 
 void SetContent(CApplyPolicy& policy, int content) {
