@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
-#include <set>
-#include <tuple>
+#include <iterator>
+#include <string>
 
 #include "host/logs/LogDescriptorMapOverride.h"
 #include "host/logs/LogDescriptorTable.h"
@@ -20,13 +20,16 @@ const CLogDescriptorMap& StandardMap() {
     return CLogDescriptorMap::Instance();
 }
 
-/// The (number, data type) of all symbols of a log that have `tag`.
-std::set<std::pair<std::int32_t, int>> Tagged(const CLogDescriptor& log, std::int32_t tag) {
-    std::set<std::pair<std::int32_t, int>> symbols;
-    for (const auto& symbol : log.GetDeltaSymbolsByTag(tag)) {
-        symbols.emplace(symbol->GetDeltaSymbolType(), symbol->GetDataType());
+/// Each symbol with number and data type, in the declared order. Behind what a row must have stands
+/// "!", behind what tells products apart "#".
+std::string SymbolsOf(const CLogDescriptor& log) {
+    std::string text;
+    for (const auto& symbol : log.GetDeltaSymbols()) {
+        text += (text.empty() ? "" : " ") + std::to_string(symbol->GetDeltaSymbolType()) + ":" +
+                std::to_string(symbol->GetDataType()) + (symbol->HasTag(TAG_MANDATORY) ? "!" : "") +
+                (symbol->HasTag(TAG_PRODUCT_KEY) ? "#" : "");
     }
-    return symbols;
+    return text;
 }
 
 CLogDescriptorMap SmallMap() {
@@ -101,13 +104,20 @@ TEST(LogDescriptorTableTest, EachTypeOfALogHasOneFormAndOthersHaveNone) {
         MessageType type;
         MessageType event;
         MessageType status;
+        LogType log;
     } kRows[] = {
-        {MessageType::TaskEvent, MessageType::TaskEvent, kNoMessageType},
-        {MessageType::ConfigurationEvent, MessageType::ConfigurationEvent, kNoMessageType},
-        {MessageType::ProductStatus, kNoMessageType, MessageType::ProductStatus},
-        {MessageType::PresenceStatus, kNoMessageType, MessageType::PresenceStatus},
-        {MessageType::MultiProductStatus, kNoMessageType, MessageType::MultiProductStatus},
-        {MessageType::KillProcessByPid, kNoMessageType, kNoMessageType},
+        {MessageType::TaskEvent, MessageType::TaskEvent, kNoMessageType,
+         DataDefinition::Logs::TASK},
+        {MessageType::ConfigurationEvent, MessageType::ConfigurationEvent, kNoMessageType,
+         DataDefinition::Logs::PRODUCT_CONFIGURATION},
+        {MessageType::ProductStatus, kNoMessageType, MessageType::ProductStatus,
+         DataDefinition::Logs::PROTECTION_STATUS},
+        {MessageType::PresenceStatus, kNoMessageType, MessageType::PresenceStatus,
+         DataDefinition::Logs::AGENT_PRESENCE},
+        {MessageType::MultiProductStatus, kNoMessageType, MessageType::MultiProductStatus,
+         DataDefinition::Logs::PRODUCT_PRESENCE},
+        {MessageType::KillProcessByPid, kNoMessageType, kNoMessageType,
+         DataDefinition::Logs::UNKNOWN},
     };
     for (const auto& row : kRows) {
         SCOPED_TRACE(static_cast<int>(row.type));
@@ -115,64 +125,40 @@ TEST(LogDescriptorTableTest, EachTypeOfALogHasOneFormAndOthersHaveNone) {
         EXPECT_EQ(message.GetEventMessageType(), row.event);
         EXPECT_EQ(message.GetStatusMessageType(), row.status);
         EXPECT_EQ(message.GetDeltaMessageType(), kNoMessageType);
-    }
-}
-
-TEST(LogDescriptorTableTest, OnlyTheProductPresenceIsToldSideBySide) {
-    for (const CLogDescriptor& log : LogTable()) {
-        EXPECT_EQ(log.IsLogMultiproduct(),
-                  log.GetLogType() == DataDefinition::Logs::PRODUCT_PRESENCE);
-    }
-}
-
-TEST(LogDescriptorTableTest, EverySymbolBelongsToOneLogAndHasNoLimit) {
-    std::set<std::int32_t> symbols;
-    for (const CLogDescriptor& log : LogTable()) {
-        for (const auto& symbol : log.GetDeltaSymbols()) {
-            EXPECT_TRUE(symbols.insert(symbol->GetDeltaSymbolType()).second);
-            EXPECT_EQ(symbol->GetOtlLength(), 0u);
-            EXPECT_EQ(StandardMap().GetLogTypeBySymbol(symbol->GetDeltaSymbolType()),
-                      log.GetLogType());
+        EXPECT_EQ(message.GetLogType(row.type), row.log);
+        if (row.status != kNoMessageType) {
+            EXPECT_EQ(StandardMap().GetLogDescriptor(row.type)->GetLogType(), row.log);
         }
     }
-    EXPECT_EQ(symbols.size(), 35u);
 }
 
-TEST(LogDescriptorTableTest, MandatorySymbolsOfStatusLogs) {
-    using Symbols = std::set<std::pair<std::int32_t, int>>;
-    EXPECT_EQ(
-        Tagged(*StandardMap().GetLogDescriptor(MessageType::ProductStatus), TAG_MANDATORY),
-        (Symbols{{235, 6}, {241, 1}, {242, 5}, {244, 1}, {245, 3}, {246, 3}, {247, 3}, {248, 3}}));
-    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(MessageType::PresenceStatus), TAG_MANDATORY),
-              (Symbols{{2141, 6}, {2143, 1}, {2144, 5}, {2146, 1}, {2147, 1}}));
-    const auto multi = StandardMap().GetLogDescriptor(MessageType::MultiProductStatus);
-    EXPECT_EQ(Tagged(*multi, TAG_MANDATORY),
-              (Symbols{{3552, 6}, {3554, 1}, {3555, 5}, {3559, 1}, {3560, 4}}));
-    EXPECT_EQ(Tagged(*multi, TAG_PRODUCT_KEY), (Symbols{{4429, 3}}));
-}
-
-TEST(LogDescriptorTableTest, MandatorySymbolsOfEventLogs) {
-    using Symbols = std::set<std::pair<std::int32_t, int>>;
-    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(DataDefinition::Logs::TASK), TAG_MANDATORY),
-              (Symbols{{2834, 6},
-                       {2836, 1},
-                       {2838, 5},
-                       {2842, 6},
-                       {2844, 6},
-                       {2846, 6},
-                       {2848, 3},
-                       {2850, 1},
-                       {2853, 3}}));
-    EXPECT_EQ(Tagged(*StandardMap().GetLogDescriptor(DataDefinition::Logs::PRODUCT_CONFIGURATION),
-                     TAG_MANDATORY),
-              (Symbols{{1886, 6}, {1888, 1}, {1889, 5}, {1891, 3}, {1892, 7}}));
-}
-
-TEST(LogDescriptorTableTest, OptionalSymbols) {
-    const auto status = StandardMap().GetLogDescriptor(MessageType::ProductStatus);
-    EXPECT_EQ(status->GetSymbolDescriptor(4298)->GetDataType(), kResourceId);
-    const auto task = StandardMap().GetLogDescriptor(DataDefinition::Logs::TASK);
-    EXPECT_EQ(task->GetSymbolDescriptor(2913)->GetDataType(), kString);
+TEST(LogDescriptorTableTest, EachLogHasItsSymbolsWithoutLimitsAndNoOtherLogHasThem) {
+    const struct {
+        LogType type;
+        bool isMultiproduct;
+        const char* symbols;
+    } kRows[] = {
+        {DataDefinition::Logs::PROTECTION_STATUS, false,
+         "235:6! 241:1! 242:5! 244:1! 245:3! 246:3! 247:3! 248:3! 4298:3"},
+        {DataDefinition::Logs::AGENT_PRESENCE, false, "2141:6! 2143:1! 2144:5! 2146:1! 2147:1!"},
+        {DataDefinition::Logs::PRODUCT_PRESENCE, true,
+         "3552:6! 3554:1! 3555:5! 3559:1! 3560:4! 4429:3#"},
+        {DataDefinition::Logs::TASK, false,
+         "2834:6! 2836:1! 2838:5! 2842:6! 2844:6! 2846:6! 2848:3! 2850:1! 2853:3! 2913:4"},
+        {DataDefinition::Logs::PRODUCT_CONFIGURATION, false,
+         "1886:6! 1888:1! 1889:5! 1891:3! 1892:7!"},
+    };
+    EXPECT_EQ(LogTable().size(), std::size(kRows));
+    for (const auto& row : kRows) {
+        const auto log = StandardMap().GetLogDescriptor(row.type);
+        EXPECT_EQ(log->GetLogType(), row.type);
+        EXPECT_EQ(log->IsLogMultiproduct(), row.isMultiproduct) << row.symbols;
+        EXPECT_EQ(SymbolsOf(*log), row.symbols);
+        for (const auto& symbol : log->GetDeltaSymbols()) {
+            EXPECT_EQ(symbol->GetOtlLength(), 0u);
+            EXPECT_EQ(StandardMap().GetLogTypeBySymbol(symbol->GetDeltaSymbolType()), row.type);
+        }
+    }
 }
 
 }  // namespace
