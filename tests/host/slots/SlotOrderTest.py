@@ -1,8 +1,8 @@
-"""The order of virtual operations as a compiler of the Microsoft ABI lays it out: MicrosoftSlotOrderTest.py <clang++>
+"""The order of virtual operations, which is the contract between host and module: SlotOrderTest.py <clang++>
 
-The product's library is built by one compiler family; a host built by the other would find the same slots wherever a
-table is simple. This pins where that is so, and the one place where it is not: that ABI turns neighbouring overloads round.
-A destructor has one slot there.
+An operation that moves calls another one across the library border. The tables are those of every compiler that may build
+one of the two: g++ and clang on Linux, MinGW on Windows, and the family of the Microsoft ABI, which is the host's. They are
+the same, but that the last turns neighbouring overloads round. A destructor counts as one slot, also where it takes two.
 """
 import pathlib
 import re
@@ -13,41 +13,49 @@ import unittest
 HERE = pathlib.Path(__file__).resolve().parent
 ROOT = HERE.parents[2]
 COMPILER = "clang++"
+MICROSOFT = "i686-pc-windows-msvc"
+TARGETS = ["x86_64-linux-gnu", "i686-w64-windows-gnu", MICROSOFT]
 
 
-def dump():
-    command = [COMPILER, "--target=i686-pc-windows-msvc", "-std=c++17", "-fms-compatibility", "-nostdinc", "-Werror",
-               f"-I{HERE / 'declarations'}", f"-I{ROOT}", "-c", "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts",
-               str(HERE / "Interfaces.cpp")]
+def dump(target, source):
+    command = [COMPILER, f"--target={target}", "-std=c++17", "-nostdinc", "-Werror", f"-I{HERE / 'declarations'}", f"-I{ROOT}",
+               "-c", "-o", "/dev/null", "-Xclang", "-fdump-vtable-layouts", str(source)]
+    if target == MICROSOFT:
+        command.append("-fms-compatibility")
     return subprocess.run(command, check=True, capture_output=True, text=True).stdout
 
 
 def read_tables(text):
-    """Class name -> its first table, an operation a slot. The entry before the slots is the type's description."""
+    """Class name -> its first table, an operation a slot. The last entry before the slots is the type's description."""
     tables = {}
     for block in re.split(r"\n\s*\n", text):
-        title = re.match(r"VFTable for (?:'[^']*' in )*'([^']*)' \(", block)
+        title = re.match(r"V(?:FT|t)able for (?:'[^']*' in )*'([^']*)' \(", block)
         if title:
+            slots = block.split(" RTTI\n")[1]
             names = []
-            for operation in re.findall(r"^\s+\d+ \| (?!.* RTTI$)(.*)", block, re.M):
-                if "~" in operation:
-                    names.append("~")
-                else:
-                    names.append(re.search(r"(\w+)\(", operation).group(1))
+            for operation in re.findall(r"^\s+\d+ \| (?!offset_to_top)(.*\(.*)", slots, re.M):
+                name = "~" if "~" in operation else re.search(r"(\w+)\(", operation).group(1)
+                if name != "~" or names[-1:] != ["~"]:
+                    names.append(name)
             name = title.group(1)
-            tables.setdefault(name[name.rindex("::") + 2:], (names, block))
+            tables.setdefault(name[name.rindex("::") + 2:], (names, slots))
     return tables
 
 
-class MicrosoftSlotOrder(unittest.TestCase):
+class SlotOrder(unittest.TestCase):
     maxDiff = None
 
     @classmethod
     def setUpClass(cls):
-        cls.tables = read_tables(dump())
+        cls.tables = {}
+        for target in TARGETS:
+            cls.tables[target] = read_tables(dump(target, ROOT / "host/Interfaces.cpp") + "\n\n" +
+                                             dump(target, HERE / "Interfaces.cpp"))
 
     def assert_slots(self, name, *operations):
-        self.assertEqual(list(operations), self.tables[name][0])
+        for target in TARGETS:
+            with self.subTest(target=target):
+                self.assertEqual(list(operations), self.tables[target][name][0])
 
     def test_module(self):
         self.assert_slots("IModule", "~", "Initialize", "Start", "RequestStop", "Stop", "GetName")
@@ -59,9 +67,12 @@ class MicrosoftSlotOrder(unittest.TestCase):
         self.assert_slots("IDatabaseResource", "~", "Reserved1", "GetMapper")
 
     def test_instance_identifier_is_in_slot_12(self):
-        operations = self.tables["IInstallConfigurationResource"][0]
-        self.assertEqual("GetInstanceUUID", operations[12])
-        self.assertEqual(13, len(operations))
+        self.assert_slots("IInstallConfigurationResource", "~", *(f"Reserved{place}" for place in range(1, 12)),
+                          "GetInstanceUUID")
+
+    def test_mappers(self):
+        self.assert_slots("IKeyValueAccessMapper", "~", "GetValue", "SetValue")
+        self.assert_slots("IOvRemediationActionsMapper", "~", "StoreActions")
 
     def test_subscriber(self):
         self.assert_slots("ISubscriber", "~", "Push", "Dump", "VisitPendingMessages")
@@ -89,11 +100,12 @@ class MicrosoftSlotOrder(unittest.TestCase):
             "RemoveSymbol", "GetProtobufSize", "GetCount", "GetValueAt", "GetSymbolAt", "Equals", "Clone",
             "GetBinarySize", "SerializeToBinary", "DeserializeFromBinary", "DeserializeFromBinary", "NotEquals")
 
-    def test_the_two_binary_readers_of_a_container_are_turned_round(self):
-        # Elsewhere slot 56 takes the pointer and the length, 57 the text.
-        block = self.tables["ISymbolContainer"][1]
-        self.assertRegex(block, r"57 \| void [\w:]+::DeserializeFromBinary\(const std::string &\)")
-        self.assertRegex(block, r"58 \| void [\w:]+::DeserializeFromBinary\(const char \*, std::size_t\)")
+    def test_the_two_binary_readers_of_a_container_are_turned_round_by_one_family(self):
+        for target in TARGETS:
+            with self.subTest(target=target):
+                readers = re.findall(r"DeserializeFromBinary\((.*)\)", self.tables[target]["ISymbolContainer"][1])
+                expected = ["const char *, std::size_t", "const std::string &"]
+                self.assertEqual(expected[::-1] if target == MICROSOFT else expected, readers)
 
     def test_multi_symbol_container(self):
         self.assert_slots("IMultiSymbolContainer", "~", "Lock", "Unlock", "AddRow", "CreateRow", "GetRow", "GetRowCount",

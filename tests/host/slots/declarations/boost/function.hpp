@@ -3,5 +3,5 @@
 
 namespace boost {
 template <typename Signature>
-class function;
+class function {};
 }  // namespace boost
