@@ -1,32 +1,30 @@
 // The whole host: its resources, its bus, one module, and the commands that a person gives it.
 //
 // Threads: one thread calls; events come from several.
-// Errors: std::exception from the constructor when the database or the library cannot be opened.
+// Errors: CDatabaseError from the constructor when the database cannot be opened.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <set>
 #include <string>
 
 #include "lab/common/Console.h"
+#include "lab/common/EndThisProcess.h"
 #include "lab/devhost/LifeCycle.h"
-#include "lab/devhost/ModuleLoader.h"
 #include "lab/devhost/database/Database.h"
 #include "lab/devhost/resources/Bus.h"
 #include "lab/devhost/resources/CollectionSteps.h"
 #include "lab/devhost/resources/Failures.h"
-#include "lab/devhost/resources/Resources.h"
-#include "lab/devhost/typed/HostCommands.h"
+#include "lab/devhost/resources/LentResources.h"
 
 namespace Kyr::Lab::DevHost {
 
 struct HostSettings {
-    std::string libraryPath;
     std::string databasePath;
-    bool portLayer = false;  // the library takes its ports from the layer in this program
-    bool memory = false;     // a `memory` event before and after the library is loaded
     std::optional<DeathWish> dieAt = std::nullopt;       // nothing: lives on
+    std::function<void()> die = EndThisProcess;          // there
     std::optional<std::string> instance = std::nullopt;  // nothing: the database's
     std::set<std::string> told{};  // kinds of events that are told on demand only
     bool byHand = false;           // the module's life is left to commands
@@ -34,8 +32,10 @@ struct HostSettings {
 
 class CHost {
   public:
-    /// `events` takes every event, `logFile` the log lines once more.
-    CHost(const HostSettings& settings, const LineSink& events, const LineSink& logFile);
+    /// `module` is the last reference to it. `events` takes every event, `logFile` the log lines
+    /// once more.
+    CHost(const HostSettings& settings, boost::shared_ptr<Common::Kernel::IModule> module,
+          const LineSink& events, const LineSink& logFile);
 
     /// Begins the module's life, unless that is done by hand, and says `ready`. False when it
     /// failed. A run directory that cannot be used is an `error` before that.
@@ -58,16 +58,17 @@ class CHost {
     }
 
   private:
+    ConsoleCommandGroup LifeCommands();
+
     const LineSink events_;
     const bool byHand_;
-    CModuleLoader loader_;  // before the database: a library that is none leaves no file behind
+    const std::string moduleName_;
     const std::unique_ptr<CSqliteConnection> claim_;  // none for a database without a file
     CDatabase database_;
     CCollectionSteps steps_;
     CFailures failures_;
     boost::shared_ptr<CBus> bus_;
-    CResourceProvider provider_;
-    Common::Kernel::IModule& module_;  // the loader's
+    CLentResources lent_;
     CLifeCycle lifeCycle_;
     bool quitting_ = false;
     CConsole console_;

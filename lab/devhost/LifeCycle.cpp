@@ -1,6 +1,7 @@
 #include "lab/devhost/LifeCycle.h"
 
 #include <exception>
+#include <map>
 #include <stdexcept>
 
 namespace Kyr::Lab::DevHost {
@@ -12,10 +13,11 @@ constexpr std::chrono::milliseconds kAskAgain(100);
 
 }  // namespace
 
-CLifeCycle::CLifeCycle(Common::Kernel::IModule& module, std::function<void()> destroy,
-                       LineSink events, boost::shared_ptr<Base::IClock> clock)
-    : module_(module),
-      destroy_(std::move(destroy)),
+CLifeCycle::CLifeCycle(boost::shared_ptr<Common::Kernel::IModule> module,
+                       Common::Kernel::IResourceProvider& lent, LineSink events,
+                       boost::shared_ptr<Base::IClock> clock)
+    : module_(std::move(module)),
+      lent_(lent),
       events_(std::move(events)),
       clock_(std::move(clock)) {}
 
@@ -26,8 +28,8 @@ CLifeCycle::~CLifeCycle() {
     WaitUntilDestroyed();
 }
 
-bool CLifeCycle::Begin(Common::Kernel::IResourceProvider& provider) {
-    if (Initialize(provider) && Start()) {
+bool CLifeCycle::Begin() {
+    if (Initialize() && Start()) {
         return true;
     }
     BeginStop(true);
@@ -47,22 +49,21 @@ void CLifeCycle::BeginStop(bool force) {
     }
 }
 
-std::map<std::string, std::function<void()>> CLifeCycle::SingleCalls(
-    Common::Kernel::IResourceProvider& provider) {
-    const auto single = [this](auto call) {
-        return [this, call] {
-            if (state_ == State::kStopping || state_ == State::kDestroyed) {
-                throw std::runtime_error("the module is stopped or has been destroyed");
-            }
-            call();
-        };
+std::function<void()> CLifeCycle::SingleCall(const std::string& name) {
+    const std::map<std::string, std::function<void()>> calls = {
+        {"initialize", [this] { Initialize(); }},    {"start", [this] { Start(); }},
+        {"request-stop", [this] { RequestStop(); }}, {"stop", [this] { Stop(false); }},
+        {"stop force", [this] { Stop(true); }},      {"destroy", [this] { Destroy(); }}};
+    const auto found = calls.find(name);
+    if (found == calls.end()) {
+        throw std::invalid_argument("no such call: " + name);
+    }
+    return [this, call = found->second] {
+        if (state_ == State::kStopping || state_ == State::kDestroyed) {
+            throw std::runtime_error("the module is stopped or has been destroyed");
+        }
+        call();
     };
-    return {{"initialize", single([this, &provider] { Initialize(provider); })},
-            {"start", single([this] { Start(); })},
-            {"request-stop", single([this] { RequestStop(); })},
-            {"stop", single([this] { Stop(false); })},
-            {"stop force", single([this] { Stop(true); })},
-            {"destroy", single([this] { Destroy(); })}};
 }
 
 void CLifeCycle::WaitUntilDestroyed() {
@@ -86,9 +87,9 @@ void CLifeCycle::StopThread() {
     Destroy();
 }
 
-bool CLifeCycle::Initialize(Common::Kernel::IResourceProvider& provider) {
+bool CLifeCycle::Initialize() {
     const bool initialized = Call("Initialize", [&] {
-        module_.Initialize(provider);
+        module_->Initialize(lent_);
         return "ok";
     });
     if (initialized) {
@@ -99,14 +100,14 @@ bool CLifeCycle::Initialize(Common::Kernel::IResourceProvider& provider) {
 
 bool CLifeCycle::Start() {
     return Call("Start", [&] {
-        module_.Start();
+        module_->Start();
         return "ok";
     });
 }
 
 void CLifeCycle::RequestStop() {
     Call("RequestStop", [&] {
-        module_.RequestStop();
+        module_->RequestStop();
         return "ok";
     });
 }
@@ -114,7 +115,7 @@ void CLifeCycle::RequestStop() {
 std::optional<bool> CLifeCycle::Stop(bool force) {
     std::optional<bool> stopped;
     Call(force ? "Stop(true)" : "Stop(false)", [&] {
-        stopped = module_.Stop(force);
+        stopped = module_->Stop(force);
         return *stopped ? "true" : "false";
     });
     return stopped;
@@ -122,7 +123,7 @@ std::optional<bool> CLifeCycle::Stop(bool force) {
 
 void CLifeCycle::Destroy() {
     Call("destroy", [&] {
-        destroy_();
+        module_.reset();
         return "ok";
     });
     state_ = State::kDestroyed;

@@ -7,16 +7,16 @@
 //
 // Threads: one thread calls; the stop thread is the life cycle's own.
 // Errors: a call that fails is told in its event; a single one is a std::runtime_error when there
-// is nothing to call any more. Ownership: the module is borrowed until it is handed to `destroy`.
+// is nothing to call any more.
 #pragma once
 
 #include <atomic>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
 #include <utility>
 
+#include <boost/shared_ptr.hpp>
 #include <boost/thread/thread.hpp>
 
 #include "base/Clock.h"
@@ -27,7 +27,9 @@ namespace Kyr::Lab::DevHost {
 
 class CLifeCycle {
   public:
-    CLifeCycle(Common::Kernel::IModule& module, std::function<void()> destroy, LineSink events,
+    /// `module` is the last reference to it. `lent` must outlive this.
+    CLifeCycle(boost::shared_ptr<Common::Kernel::IModule> module,
+               Common::Kernel::IResourceProvider& lent, LineSink events,
                boost::shared_ptr<Base::IClock> clock);
     CLifeCycle(const CLifeCycle&) = delete;
     CLifeCycle& operator=(const CLifeCycle&) = delete;
@@ -35,16 +37,15 @@ class CLifeCycle {
     ~CLifeCycle();
 
     /// Initialize and Start. False when one of them threw; the module is destroyed then.
-    bool Begin(Common::Kernel::IResourceProvider& provider);
+    bool Begin();
 
     /// Begins the stop; with `force` the next Stop is a forced one. Does nothing more when the stop
     /// has already begun, except that force can be added. A module that is not initialized is only
     /// destroyed.
     void BeginStop(bool force);
-    /// Single calls of the module, by what a person types for them; each returns when the module
-    /// does. The provider must outlive them.
-    std::map<std::string, std::function<void()>> SingleCalls(
-        Common::Kernel::IResourceProvider& provider);
+    /// A single call of the module, by what a person types for it; it returns when the module does.
+    /// Errors: std::invalid_argument for a text that names none.
+    std::function<void()> SingleCall(const std::string& name);
 
     /// REQUIRES: BeginStop. Returns when the module has been destroyed.
     void WaitUntilDestroyed();
@@ -58,7 +59,7 @@ class CLifeCycle {
     enum class State { kCreated, kInitialized, kStopping, kDestroyed };
 
     // False when they failed.
-    bool Initialize(Common::Kernel::IResourceProvider& provider);
+    bool Initialize();
     bool Start();
     void RequestStop();
     std::optional<bool> Stop(bool force);  // nothing when it failed
@@ -66,8 +67,8 @@ class CLifeCycle {
     bool Call(const char* name, const std::function<std::string()>& call);
     void StopThread();
 
-    Common::Kernel::IModule& module_;  // borrowed
-    const std::function<void()> destroy_;
+    boost::shared_ptr<Common::Kernel::IModule> module_;
+    Common::Kernel::IResourceProvider& lent_;  // borrowed
     const LineSink events_;
     const boost::shared_ptr<Base::IClock> clock_;
     std::atomic<State> state_{State::kCreated};

@@ -11,25 +11,20 @@ constexpr char kClassName[] = "Kyr::Connectors::OvAgentConnector::CConnectorModu
 
 }  // namespace
 
-CModuleLoader::CModuleLoader(const std::string& libraryPath, const Hooks& hooks) {
-    hooks.before();
+CModuleLoader::CModuleLoader(const std::string& libraryPath) {
     try {
         loader_.loadLibrary(libraryPath);
     } catch (const Poco::Exception& exception) {
         // Its what() says only that loading failed; the reason stands in its message.
         throw std::runtime_error(exception.displayText());
     }
-    hooks.after();
 }
 
-CModuleLoader::Module& CModuleLoader::Create() {
+boost::shared_ptr<CModuleLoader::Module> CModuleLoader::Create() {
     const auto& metaObject = loader_.classFor(kClassName);
     // The meta-object destroys only what has been handed over to it.
-    return *metaObject.autoDelete(metaObject.create());
-}
-
-void CModuleLoader::Destroy(Module& module) {
-    loader_.destroy(kClassName, &module);
+    return {metaObject.autoDelete(metaObject.create()),
+            [&metaObject](Module* module) { metaObject.destroy(module); }};
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -8,8 +8,9 @@
 #pragma once
 
 #include <Poco/ClassLoader.h>
-#include <functional>
 #include <string>
+
+#include <boost/shared_ptr.hpp>
 
 #include "host/kernel/IModule.h"
 
@@ -19,17 +20,11 @@ class CModuleLoader {
   public:
     using Module = Common::Kernel::IModule;
 
-    /// What the host does around loading.
-    struct Hooks {
-        std::function<void()> before;
-        std::function<void()> after;  // nothing of the library has been asked for yet
-    };
+    /// Nothing of the library has been asked for when it is loaded.
+    explicit CModuleLoader(const std::string& libraryPath);
 
-    CModuleLoader(const std::string& libraryPath, const Hooks& hooks);
-
-    /// A new module, which only Destroy may delete. At the latest the loader's destructor does.
-    Module& Create();
-    void Destroy(Module& module);
+    /// A new module, which the library destroys. It must not outlive this.
+    boost::shared_ptr<Module> Create();
 
   private:
     Poco::ClassLoader<Module> loader_;

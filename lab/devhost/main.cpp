@@ -9,6 +9,9 @@
 #include "lab/common/CommandLine.h"
 #include "lab/common/EndThisProcess.h"
 #include "lab/devhost/Host.h"
+#include "lab/devhost/ModuleLoader.h"
+#include "lab/devhost/Ports.h"
+#include "lab/devhost/printing/MemoryUse.h"
 #include "lab/devhost/printing/OnDemand.h"
 
 namespace {
@@ -23,7 +26,10 @@ using Lab::kOutputLost;
 constexpr int kDatabaseFailed = 5;
 
 struct Options {
-    Lab::DevHost::HostSettings host{"", "devhost.db"};
+    Lab::DevHost::HostSettings host{"devhost.db"};
+    std::string libraryPath;
+    bool portLayer = false;
+    bool memory = false;
     std::string logPath = "devhost.log";
     bool coloured = false;
 };
@@ -35,11 +41,12 @@ std::optional<int> ReadOptions(int argc, char** argv, Options& options) {
         "devhost");
     Lab::DevHost::HostSettings& host = options.host;
     app.option_defaults()->take_last()->always_capture_default();
-    app.add_option("--library", host.libraryPath, "the connector library")->required();
+    app.add_option("--library", options.libraryPath, "the connector library")->required();
     app.add_option("--database", host.databasePath, "the database's file");
     app.add_option("--log", options.logPath, "the log's file, which only grows");
-    app.add_flag("--port-layer", host.portLayer, "the library takes its ports from this program");
-    app.add_flag("--memory", host.memory, "tells memory before and after the library is loaded");
+    app.add_flag("--port-layer", options.portLayer,
+                 "the library takes its ports from this program");
+    app.add_flag("--memory", options.memory, "tells memory before and after the library is loaded");
     app.add_option_function<std::string>(
         "--die-at",
         [&](const std::string& text) { host.dieAt = Lab::DevHost::ParseDeathWish(text); },
@@ -59,9 +66,21 @@ int Run(const Options& options, Lab::CCommandInput& input) {
     std::ofstream logFile;
     Lab::CLineWriter console(std::cout, "standard output", Lab::SystemTimeOfDay, options.coloured);
     Lab::CLineWriter log(logFile, "the log file " + options.logPath, Lab::SystemTimeOfDay, false);
-    CHost host(
-        options.host, [&](const Lab::CLine& line) { console.Write(line); },
-        [&](const Lab::CLine& line) { log.Write(line); });
+    const auto tell = [&](const Lab::CLine& line) { console.Write(line); };
+    const auto tellMemory = [&](const char* when) {
+        if (options.memory) {
+            tell(Lab::DevHost::MemoryLine(when));
+        }
+    };
+    tellMemory("before-loading");
+    // Before the database: a library that is none leaves no file behind.
+    Lab::DevHost::CModuleLoader loader(options.libraryPath);
+    tellMemory("loaded");
+    if (options.portLayer) {
+        Lab::DevHost::TakePortsFromLayer(options.libraryPath);
+    }
+    CHost host(options.host, loader.Create(), tell,
+               [&](const Lab::CLine& line) { log.Write(line); });
     logFile.open(options.logPath, std::ios::app);
     if (!logFile) {
         throw std::runtime_error("cannot open the log file " + options.logPath + ": " +

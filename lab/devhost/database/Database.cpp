@@ -41,40 +41,38 @@ bool Succeeds(const std::function<void()>& write) {
 
 }  // namespace
 
-CDatabase::CDatabase(const std::string& path) : connection_(path) {
+CDatabase::CDatabase(const std::string& path, const std::optional<std::string>& instance)
+    : connection_(path) {
     connection_.Execute(kSettings);
     connection_.Execute(kSchema);
+    if (instance) {
+        CSqliteStatement(connection_,
+                         "INSERT OR REPLACE INTO host (name, value) VALUES ('instance', ?)",
+                         {*instance})
+            .Step();
+    }
 }
 
 std::string CDatabase::GetValue(const std::string& key) {
     const Lock lock(mutex_);
-    CSqliteStatement select(connection_, "SELECT value FROM key_values WHERE key = ?");
-    select.BindText(1, key);
+    CSqliteStatement select(connection_, "SELECT value FROM key_values WHERE key = ?", {key});
     return select.Step() ? select.Column(0) : "";
 }
 
 bool CDatabase::SetValue(const std::string& key, const std::string& value) {
     const Lock lock(mutex_);
     return Succeeds([&] {
-        CSqliteStatement replace(connection_,
-                                 "INSERT OR REPLACE INTO key_values (key, value) VALUES (?, ?)");
-        replace.BindText(1, key);
-        replace.BindText(2, value);
-        replace.Step();
+        CSqliteStatement(connection_,
+                         "INSERT OR REPLACE INTO key_values (key, value) VALUES (?, ?)",
+                         {key, value})
+            .Step();
     });
 }
 
 bool CDatabase::StoreActions(const std::vector<std::string>& actions) {
     const Lock lock(mutex_);
-    return Succeeds([&] {
-        CTransaction transaction(connection_);
-        CSqliteStatement insert(connection_, "INSERT INTO remediation_actions (action) VALUES (?)");
-        for (const std::string& action : actions) {
-            insert.BindBlob(1, action);
-            insert.Step();
-        }
-        transaction.Commit();
-    });
+    return Succeeds(
+        [&] { Insert("INSERT INTO remediation_actions (action) VALUES (?)", {}, actions); });
 }
 
 std::vector<std::string> CDatabase::StoredActions() {
@@ -89,21 +87,26 @@ std::vector<std::string> CDatabase::StoredActions() {
 
 void CDatabase::StoreRecords(MessageType type, const std::vector<std::string>& records) {
     const Lock lock(mutex_);
-    CTransaction transaction(connection_);
-    CSqliteStatement insert(connection_, "INSERT INTO mined_records (type, record) VALUES (?, ?)");
-    insert.BindText(1, TypeColumn(type));  // stays bound from row to row
-    for (const std::string& record : records) {
-        insert.BindBlob(2, record);
-        insert.Step();
-    }
-    transaction.Commit();
+    const std::string column = TypeColumn(type);
+    Insert("INSERT INTO mined_records (type, record) VALUES (?, ?)", {column}, records);
+}
+
+void CDatabase::Insert(const char* sql, const std::vector<std::string_view>& texts,
+                       const std::vector<std::string>& blobs) {
+    connection_.Atomically([&] {
+        CSqliteStatement insert(connection_, sql, texts);
+        for (const std::string& blob : blobs) {
+            insert.BindBlob(static_cast<int>(texts.size()) + 1, blob);
+            insert.Step();
+        }
+    });
 }
 
 void CDatabase::ForEachRecord(MessageType type, const TakeRecord& take) {
     const Lock lock(mutex_);
-    CSqliteStatement select(connection_,
-                            "SELECT record FROM mined_records WHERE type = ? ORDER BY number");
-    select.BindText(1, TypeColumn(type));
+    const std::string column = TypeColumn(type);
+    CSqliteStatement select(
+        connection_, "SELECT record FROM mined_records WHERE type = ? ORDER BY number", {column});
     while (select.Step()) {
         take(select.Column(0));
     }
@@ -117,22 +120,14 @@ std::vector<std::string> CDatabase::Records(MessageType type) {
 
 std::string CDatabase::InstanceUuid() {
     const Lock lock(mutex_);
+    const std::string fresh = boost::uuids::to_string(boost::uuids::random_generator()());
     // Ignored when there is one, so that two hosts that start at once agree.
-    CSqliteStatement insert(connection_,
-                            "INSERT OR IGNORE INTO host (name, value) VALUES ('instance', ?)");
-    insert.BindText(1, boost::uuids::to_string(boost::uuids::random_generator()()));
-    insert.Step();
+    CSqliteStatement(connection_, "INSERT OR IGNORE INTO host (name, value) VALUES ('instance', ?)",
+                     {fresh})
+        .Step();
     CSqliteStatement select(connection_, "SELECT value FROM host WHERE name = 'instance'");
     select.Step();
     return select.Column(0);
-}
-
-void CDatabase::SetInstanceUuid(const std::string& uuid) {
-    const Lock lock(mutex_);
-    CSqliteStatement replace(connection_,
-                             "INSERT OR REPLACE INTO host (name, value) VALUES ('instance', ?)");
-    replace.BindText(1, uuid);
-    replace.Step();
 }
 
 std::unique_ptr<CSqliteConnection> ClaimDatabase(const std::string& path) {

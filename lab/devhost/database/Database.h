@@ -9,6 +9,7 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -23,8 +24,10 @@ class CDatabase final {
   public:
     using TakeRecord = std::function<void(const std::string& record)>;
 
-    /// Opens or creates the database in the file `path`.
-    explicit CDatabase(const std::string& path);
+    /// Opens or creates the database in the file `path`. With `instance` the host's identifier is
+    /// that from now on, whatever text it is.
+    explicit CDatabase(const std::string& path,
+                       const std::optional<std::string>& instance = std::nullopt);
 
     /// Empty when there is none.
     std::string GetValue(const std::string& key);
@@ -45,17 +48,18 @@ class CDatabase final {
     /// The same, all at once.
     std::vector<std::string> Records(Common::Kernel::MessageType type);
 
-    /// The instance identifier of this host, a UUID in text form; made with the database and kept
-    /// in it.
+    /// The instance identifier of this host, a UUID in text form unless another was given; made
+    /// with the database and kept in it.
     std::string InstanceUuid();
-    /// Gives the host another one, whatever text that is.
-    void SetInstanceUuid(const std::string& uuid);
 
-    /// As CSqliteConnection's.
     /// As that of CSqliteConnection. REQUIRES: no other call is under way.
     const std::string& FirstFailure() const { return connection_.FirstFailure(); }
 
   private:
+    /// A row for each blob, behind the texts, and all of them or none. REQUIRES: the lock.
+    void Insert(const char* sql, const std::vector<std::string_view>& texts,
+                const std::vector<std::string>& blobs);
+
     boost::mutex mutex_;  // guards the connection
     CSqliteConnection connection_;
 };

@@ -5,10 +5,6 @@
 
 namespace Kyr::Lab::DevHost {
 
-void CSqliteConnection::Close::operator()(sqlite3* handle) const {
-    sqlite3_close_v2(handle);
-}
-
 CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
     sqlite3* handle = nullptr;
     // Whoever shares the connection locks it; a mutex of SQLite's own around each call is not
@@ -16,7 +12,7 @@ CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
     const int result =
         sqlite3_open_v2(path.c_str(), &handle,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    handle_.reset(handle);
+    handle_.reset(handle, sqlite3_close_v2);
     Check(result == SQLITE_OK, "Cannot open the database");
     // A second host on the same file waits for the first one's transactions (our choice of time).
     sqlite3_busy_timeout(handle, 5000);
@@ -25,6 +21,19 @@ CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
 void CSqliteConnection::Execute(const char* sql) {
     Check(sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr) == SQLITE_OK,
           "Cannot run a statement");
+}
+
+void CSqliteConnection::Atomically(const std::function<void()>& writes) {
+    // Takes the right to write at once: one that first reads could be refused it later.
+    Execute("BEGIN IMMEDIATE");
+    try {
+        writes();
+        Execute("COMMIT");
+    } catch (...) {
+        // A failure is not reported: the next transaction meets it.
+        sqlite3_exec(Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
+        throw;
+    }
 }
 
 void CSqliteConnection::Check(bool good, const char* what) {
@@ -44,22 +53,19 @@ void CSqliteConnection::Check(bool good, const char* what) {
     throw CDatabaseError(text);
 }
 
-void CSqliteStatement::Finalize::operator()(sqlite3_stmt* statement) const {
-    sqlite3_finalize(statement);
-}
-
-CSqliteStatement::CSqliteStatement(CSqliteConnection& connection, const char* sql)
+CSqliteStatement::CSqliteStatement(CSqliteConnection& connection, const char* sql,
+                                   const std::vector<std::string_view>& texts)
     : connection_(connection) {
     sqlite3_stmt* statement = nullptr;
     const int result = sqlite3_prepare_v2(connection.Handle(), sql, -1, &statement, nullptr);
-    statement_.reset(statement);
+    statement_.reset(statement, sqlite3_finalize);
     connection.Check(result == SQLITE_OK, "Cannot prepare a statement");
-}
-
-void CSqliteStatement::BindText(int index, std::string_view text) {
-    const int result = sqlite3_bind_text64(statement_.get(), index, text.data(), text.size(),
-                                           SQLITE_TRANSIENT, SQLITE_UTF8);
-    connection_.Check(result == SQLITE_OK, "Cannot bind a text");
+    int index = 0;
+    for (const std::string_view text : texts) {
+        const int bound = sqlite3_bind_text64(statement, ++index, text.data(), text.size(),
+                                              SQLITE_TRANSIENT, SQLITE_UTF8);
+        connection.Check(bound == SQLITE_OK, "Cannot bind a text");
+    }
 }
 
 void CSqliteStatement::BindBlob(int index, std::string_view bytes) {
@@ -87,23 +93,6 @@ std::string CSqliteStatement::Column(int index) const {
     return bytes == nullptr
                ? std::string()
                : std::string(static_cast<const char*>(bytes), static_cast<std::size_t>(size));
-}
-
-CTransaction::CTransaction(CSqliteConnection& connection) : connection_(connection) {
-    // Takes the right to write at once: one that first reads could be refused it later.
-    connection_.Execute("BEGIN IMMEDIATE");
-}
-
-CTransaction::~CTransaction() {
-    if (!committed_) {
-        // A failure is not reported: the next transaction meets it.
-        sqlite3_exec(connection_.Handle(), "ROLLBACK", nullptr, nullptr, nullptr);
-    }
-}
-
-void CTransaction::Commit() {
-    connection_.Execute("COMMIT");
-    committed_ = true;
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -1,14 +1,16 @@
-// A SQLite connection, its statements, and transactions.
+// A SQLite connection and its statements.
 //
 // Threads: one connection and what uses it by one thread at a time.
-// Ownership: statements and transactions must not outlive their connection.
+// Ownership: statements must not outlive their connection.
 // Errors: CDatabaseError with SQLite's text, the system's reason and the path.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <vector>
 
 struct sqlite3;
 struct sqlite3_stmt;
@@ -27,6 +29,9 @@ class CSqliteConnection {
 
     /// Runs statements that give no rows.
     void Execute(const char* sql);
+    /// All of several writes, or none of them when one throws. What was written is on disk when the
+    /// call returns. REQUIRES: `writes` makes no such call.
+    void Atomically(const std::function<void()>& writes);
 
     /// Throws unless `good`. REQUIRES: the last call on the connection is the one that failed.
     void Check(bool good, const char* what);
@@ -36,21 +41,18 @@ class CSqliteConnection {
     sqlite3* Handle() const { return handle_.get(); }
 
   private:
-    struct Close {
-        void operator()(sqlite3* handle) const;
-    };
-
     const std::string path_;
-    std::unique_ptr<sqlite3, Close> handle_;
+    std::shared_ptr<sqlite3> handle_;
     std::string firstFailure_;
 };
 
 class CSqliteStatement {
   public:
-    CSqliteStatement(CSqliteConnection& connection, const char* sql);
+    /// `texts` are bound to the first parameters, and stay bound from one run to the next.
+    CSqliteStatement(CSqliteConnection& connection, const char* sql,
+                     const std::vector<std::string_view>& texts = {});
 
     /// Binds the parameter `index`, from 1. The bytes are copied.
-    void BindText(int index, std::string_view text);
     void BindBlob(int index, std::string_view bytes);
 
     /// Runs to the next row; false when there is none, and the statement may run afresh then.
@@ -59,29 +61,8 @@ class CSqliteStatement {
     std::string Column(int index) const;
 
   private:
-    struct Finalize {
-        void operator()(sqlite3_stmt* statement) const;
-    };
-
     CSqliteConnection& connection_;  // borrowed
-    std::unique_ptr<sqlite3_stmt, Finalize> statement_;
-};
-
-/// All of several writes, or none of them. There is one at a time on a connection.
-class CTransaction {
-  public:
-    explicit CTransaction(CSqliteConnection& connection);
-    CTransaction(const CTransaction&) = delete;
-    CTransaction& operator=(const CTransaction&) = delete;
-    /// Takes everything back that has not been committed.
-    ~CTransaction();
-
-    /// What was written is on disk when the call returns.
-    void Commit();
-
-  private:
-    CSqliteConnection& connection_;  // borrowed
-    bool committed_ = false;
+    std::shared_ptr<sqlite3_stmt> statement_;
 };
 
 }  // namespace Kyr::Lab::DevHost

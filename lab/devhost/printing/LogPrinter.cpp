@@ -1,8 +1,11 @@
 #include "lab/devhost/printing/LogPrinter.h"
 
+#include <Poco/Format.h>
+#include <algorithm>
 #include <cstdint>
-#include <iomanip>
 #include <sstream>
+#include <string>
+#include <vector>
 
 #include "host/logs/LogDescriptorMap.h"
 #include "logs/EventLog.h"
@@ -17,30 +20,19 @@ namespace Logs = Common::Message::Logs;
 using Common::Logs::IMultiSymbolContainer;
 using Common::Logs::ISymbolContainer;
 
-std::ostringstream NumberStream() {
-    std::ostringstream stream;
-    stream.imbue(std::locale::classic());
-    stream << std::setfill('0');
-    return stream;
-}
-
 std::string TimeText(const ISymbolContainer::UTCTime& time) {
-    std::ostringstream stream = NumberStream();
-    stream << std::setw(4) << time.year() << '-' << std::setw(2) << time.month() << '-'
-           << std::setw(2) << time.day() << 'T' << std::setw(2) << time.hour() << ':'
-           << std::setw(2) << time.minute() << ':' << std::setw(2) << time.second() << 'Z';
-    return stream.str();
+    return Poco::format("%04d-%02d-%02dT%02d:%02d:%02dZ", time.year(), time.month(), time.day(),
+                        time.hour(), time.minute(), time.second());
 }
 
 std::string ResourceText(std::int64_t value) {
-    std::ostringstream stream = NumberStream();
-    stream << "0x" << std::hex << std::setw(16) << static_cast<std::uint64_t>(value);
-    return stream.str();
+    return Poco::format("0x%016?x", static_cast<std::uint64_t>(value));
 }
 
 /// Of the fields one holds the value.
 std::string ValueText(const ISymbolContainer::MultiDataType& value) {
-    std::ostringstream stream = NumberStream();
+    std::ostringstream stream;
+    stream.imbue(std::locale::classic());
     const auto append = [&stream](const auto& elements, auto text) {
         for (const auto& element : elements) {
             stream << text(element);
@@ -59,46 +51,51 @@ std::string ValueText(const ISymbolContainer::MultiDataType& value) {
     return stream.str();
 }
 
-/// The host's name for a symbol; empty when it has none.
-std::string NameOf(std::int32_t symbol) {
+/// Number and host's name; only the number of a symbol without a name.
+std::string SymbolKey(std::int32_t symbol) {
+    std::string key = std::to_string(symbol);
     const auto& logs = Common::Logs::CLogDescriptorMap::Instance();
-    if (!logs.HasSymbol(symbol)) {
-        return "";
+    if (logs.HasSymbol(symbol)) {
+        const auto log = logs.GetLogDescriptor(logs.GetLogTypeBySymbol(symbol));
+        const std::string& name = log->GetSymbolDescriptor(symbol)->GetName();
+        key += name.empty() ? "" : "-" + name;
     }
-    const auto log = logs.GetLogDescriptor(logs.GetLogTypeBySymbol(symbol));
-    return log->GetSymbolDescriptor(symbol)->GetName();
+    return key;
 }
 
-void AppendTable(const IMultiSymbolContainer& table, std::vector<NamedRow>& rows) {
-    for (std::size_t index = 0; index < table.GetRowCount(); ++index) {
-        rows.push_back({std::to_string(index), table.GetRow(index)});
+void TellRow(const std::string& name, const ISymbolContainer& row, const BeginLine& begin,
+             const LineSink& events) {
+    CLine symbols = begin("symbols").With("row", name);
+    std::vector<CLine> blobs;
+    for (std::size_t index = 0; index < row.GetCount(); ++index) {
+        const std::string key = SymbolKey(row.GetSymbolAt(index));
+        const auto value = row.GetValueAt(index);
+        symbols.With(key, ValueText(value));
+        for (const std::string& bytes : value.val_blob()) {
+            blobs.push_back(
+                begin("record").With("row", name).With("symbol", key).With("text", bytes));
+        }
     }
+    events(symbols);
+    std::for_each(blobs.begin(), blobs.end(), events);
 }
 
 }  // namespace
 
-std::vector<NamedRow> RowsOf(const Common::Message::CLogMessage& log) {
-    std::vector<NamedRow> rows;
+void TellRows(const Common::Message::CLogMessage& log, const BeginLine& begin,
+              const LineSink& events) {
+    const auto tellTable = [&](const IMultiSymbolContainer& table) {
+        for (std::size_t index = 0; index < table.GetRowCount(); ++index) {
+            TellRow(std::to_string(index), *table.GetRow(index), begin, events);
+        }
+    };
     if (const auto* event = dynamic_cast<const Logs::CEventLog*>(&log)) {
-        rows.push_back({"0", event->GetSymbols()});
+        TellRow("0", *event->GetSymbols(), begin, events);
     } else if (const auto* status = dynamic_cast<const Logs::CStatusLog*>(&log)) {
-        AppendTable(*status->GetSymbols(), rows);
+        tellTable(*status->GetSymbols());
     } else if (const auto* multi = dynamic_cast<const Logs::CMultiProductStatusLog*>(&log)) {
-        rows.push_back({"product", multi->GetProductIdentification()});
-        AppendTable(*multi->GetSymbols(), rows);
-    }
-    return rows;
-}
-
-std::string SymbolKey(std::int32_t symbol) {
-    const std::string number = std::to_string(symbol);
-    const std::string name = NameOf(symbol);
-    return name.empty() ? number : number + "-" + name;
-}
-
-void AddSymbols(CLine& line, const ISymbolContainer& row) {
-    for (std::size_t index = 0; index < row.GetCount(); ++index) {
-        line.With(SymbolKey(row.GetSymbolAt(index)), ValueText(row.GetValueAt(index)));
+        TellRow("product", *multi->GetProductIdentification(), begin, events);
+        tellTable(*multi->GetSymbols());
     }
 }
 

@@ -1,30 +1,23 @@
-// The rows of a log as fields of events, one event a row.
+// The rows of a log as events, one event a row.
 //
 // Threads: any.
 #pragma once
 
-#include <cstdint>
-#include <string>
-#include <vector>
+#include <functional>
 
-#include "host/logs/ISymbolContainer.h"
 #include "host/message/LogMessage.h"
-#include "lab/common/LineProtocol.h"
+#include "lab/common/LineWriter.h"
 
 namespace Kyr::Lab::DevHost {
 
-struct NamedRow {
-    std::string name;  // its index, or "product": of what product a multi-product log tells
-    boost::shared_ptr<const Common::Logs::ISymbolContainer> row;
-};
+/// Begins an event of a kind with what all events of the log tell.
+using BeginLine = std::function<CLine(const char* kind)>;
 
-std::vector<NamedRow> RowsOf(const Common::Message::CLogMessage& log);
-
-/// Number and host's name, as in "2836-status"; only the number of a symbol without a name.
-std::string SymbolKey(std::int32_t symbol);
-
-/// Adds a field for each symbol of `row`. Resource ids are hexadecimal, times UTC, and of a blob
-/// only the size is told.
-void AddSymbols(CLine& line, const Common::Logs::ISymbolContainer& row);
+/// Tells each row as `symbols`: which one it is, its index or "product" for that of which product a
+/// multi-product log tells, and a field for each symbol, under its number and the host's name, as
+/// in "2836-status", or its number alone. Resource ids are hexadecimal, times UTC, and of a blob
+/// only the size is told; the whole blob is a `record`, told on demand.
+void TellRows(const Common::Message::CLogMessage& log, const BeginLine& begin,
+              const LineSink& events);
 
 }  // namespace Kyr::Lab::DevHost

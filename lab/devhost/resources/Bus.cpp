@@ -65,9 +65,10 @@ void CBus::Subscribe(const boost::shared_ptr<ISubscriber>& subscriber, MessageTy
         subscribers_.push_back(subscriber);
     }
     events_(CLine("subscribe").With("type", TypeText(type)).With("to", index + 1));
-    std::vector<std::size_t>& route = routes_[type];
-    if (std::find(route.begin(), route.end(), index) == route.end()) {
-        route.push_back(index);
+    std::vector<Receiver>& route = routes_[type];
+    const Receiver receiver(index + 1, subscriber);
+    if (std::find(route.begin(), route.end(), receiver) == route.end()) {
+        route.push_back(receiver);
     }
 }
 
@@ -79,11 +80,10 @@ void CBus::WaitUntilDelivered() {
 }
 
 std::vector<std::string> CBus::DumpSubscribers() const {
-    std::vector<Subscriber> subscribers;
-    {
+    const auto subscribers = [this] {
         const Lock lock(mutex_);
-        subscribers = subscribers_;
-    }
+        return subscribers_;
+    }();
     std::vector<std::string> dumps;
     dumps.reserve(subscribers.size());
     for (const Subscriber& subscriber : subscribers) {
@@ -111,28 +111,20 @@ void CBus::DeliveryThread() {
 }
 
 void CBus::Deliver(const Publication& publication) {
-    std::vector<std::pair<std::size_t, Subscriber>> receivers;
-    {
+    const auto receivers = [&] {
         const Lock lock(mutex_);
-        for (const std::size_t index : routes_[publication.message->GetMessageType()]) {
-            receivers.emplace_back(index, subscribers_[index]);
+        return routes_[publication.message->GetMessageType()];
+    }();
+    for (const auto& [number, subscriber] : receivers) {
+        try {
+            subscriber->Push(publication.message, publication.context);
+            // Not before: who hears of it may count on the message being the subscriber's.
+            events_(BusLine("deliver", publication).With("to", number));
+        } catch (const std::exception& exception) {
+            events_(
+                BusLine("error", publication).With("to", number).With("text", exception.what()));
         }
     }
-    for (const auto& [index, subscriber] : receivers) {
-        DeliverTo(publication, index, subscriber);
-    }
-}
-
-void CBus::DeliverTo(const Publication& publication, std::size_t index, const Subscriber& to) {
-    const std::size_t number = index + 1;
-    try {
-        to->Push(publication.message, publication.context);
-    } catch (const std::exception& exception) {
-        events_(BusLine("error", publication).With("to", number).With("text", exception.what()));
-        return;
-    }
-    // Not before: who hears of it may count on the message being the subscriber's.
-    events_(BusLine("deliver", publication).With("to", number));
 }
 
 }  // namespace Kyr::Lab::DevHost

@@ -18,6 +18,7 @@
 #include <list>
 #include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <boost/thread/condition_variable.hpp>
@@ -55,11 +56,11 @@ class CBus final : public Common::Kernel::IBusResource {
 
   private:
     using Subscriber = boost::shared_ptr<Common::Kernel::ISubscriber>;
+    using Receiver = std::pair<std::size_t, Subscriber>;  // with its number
 
     void Enqueue(Publication publication);
     void DeliveryThread();
     void Deliver(const Publication& publication);
-    void DeliverTo(const Publication& publication, std::size_t index, const Subscriber& to);
 
     const LineSink events_;
     const bool tellsRecords_;
@@ -69,7 +70,7 @@ class CBus final : public Common::Kernel::IBusResource {
     boost::condition_variable changed_;
     std::list<Publication> queue_;
     std::vector<Subscriber> subscribers_;
-    std::map<Common::Kernel::MessageType, std::vector<std::size_t>> routes_;  // indices, each once
+    std::map<Common::Kernel::MessageType, std::vector<Receiver>> routes_;  // each once
     std::uint64_t lastContext_ = 0;
     bool delivering_ = false;
     bool ending_ = false;

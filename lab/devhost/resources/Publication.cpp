@@ -48,20 +48,8 @@ void TellRecords(const Publication& publication, const LineSink& events) {
 
 void TellLog(const Publication& publication, const Message::CLogMessage& log,
              const LineSink& events) {
-    for (const auto& [name, row] : RowsOf(log)) {
-        CLine line = BusLine("symbols", publication).With("row", name);
-        AddSymbols(line, *row);
-        events(line);
-        for (std::size_t index = 0; index < row->GetCount(); ++index) {
-            const auto value = row->GetValueAt(index);
-            for (const std::string& bytes : value.val_blob()) {
-                events(BusLine("record", publication)
-                           .With("row", name)
-                           .With("symbol", SymbolKey(row->GetSymbolAt(index)))
-                           .With("text", bytes));
-            }
-        }
-    }
+    TellRows(
+        log, [&](const char* kind) { return BusLine(kind, publication); }, events);
     try {
         log.Validate();
     } catch (const std::exception& exception) {

@@ -1,14 +1,16 @@
+#include "lab/devhost/typed/PolicyBuilder.h"
+
+#include <Poco/DeflatingStream.h>
 #include <algorithm>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
-#include <zlib.h>
 
 #include <boost/make_shared.hpp>
 
 #include "host/message/ApplyPolicy.h"
 #include "host/proto/common.pb.h"
 #include "host/proto/policy.pb.h"
-#include "lab/devhost/typed/MessageBuilder.h"
 
 namespace Kyr::Lab::DevHost {
 
@@ -67,15 +69,11 @@ std::string MakePolicy(const std::string& text) {
 }
 
 std::string Compress(const std::string& plain) {
-    uLongf length = compressBound(static_cast<uLong>(plain.size()));
-    std::string compressed(length, '\0');
-    if (compress(reinterpret_cast<Bytef*>(&compressed[0]), &length,
-                 reinterpret_cast<const Bytef*>(plain.data()),
-                 static_cast<uLong>(plain.size())) != Z_OK) {
-        throw std::runtime_error("the policy cannot be compressed");
-    }
-    compressed.resize(length);
-    return compressed;
+    std::ostringstream compressed;
+    Poco::DeflatingOutputStream deflating(compressed, Poco::DeflatingStreamBuf::STREAM_ZLIB);
+    deflating << plain;
+    deflating.close();
+    return compressed.str();
 }
 
 std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stated, Broken broken) {
@@ -87,7 +85,7 @@ std::string MakeBlob(const std::string& plain, std::optional<std::uint64_t> stat
 
 }  // namespace
 
-MessagePointer BuildPolicy(CCommandWords& words) {
+boost::shared_ptr<Common::Kernel::IMessage> BuildPolicy(CCommandWords& words) {
     const Broken broken = TakeBroken(words);
     const auto stated = words.TakeNumber("length");
     const std::uint64_t times = words.TakeNumber("repeat").value_or(1);

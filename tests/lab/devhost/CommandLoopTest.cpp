@@ -7,12 +7,14 @@
 #include "lab/devhost/Host.h"
 #include "tests/lab/common/InputPipe.h"
 #include "tests/lab/common/LineList.h"
+#include "tests/lab/devhost/TestModule.h"
 
 namespace Kyr::Test {
 namespace {
 
 using Lab::DevHost::CHost;
 using ::testing::Contains;
+using ::testing::ElementsAre;
 using ::testing::MockFunction;
 using ::testing::StrictMock;
 
@@ -21,8 +23,11 @@ constexpr char kStopBegins[] = "life call=RequestStop result=ok";
 /// A host whose module never stops but by force, and what ends it at once.
 class CommandLoopTest : public ::testing::Test {
   protected:
+    CommandLoopTest() { module_.busyFor = 1000000; }
+
     void Obey() {
         ASSERT_TRUE(host_.Start());
+        events_.Take();
         host_.Obey(input_, endAtOnce_.AsStdFunction());
         EXPECT_THAT(events_.Texts(), Contains("life call=destroy result=ok"));
     }
@@ -45,7 +50,9 @@ class CommandLoopTest : public ::testing::Test {
     Lab::CLineList events_;
     std::map<std::string, std::function<void()>> actions_;
     StrictMock<MockFunction<void()>> endAtOnce_;
-    CHost host_{{KYR_BUSY_MODULE_PATH, ":memory:"},
+    CTestModule module_;
+    CHost host_{{":memory:"},
+                module_.Loaded(),
                 [this](const Lab::CLine& line) { Take(line); },
                 [](const Lab::CLine&) {}};
 };
@@ -71,14 +78,38 @@ TEST_F(CommandLoopTest, SecondRequestToTerminateEndsAtOnce) {
     Obey();
 }
 
+TEST_F(CommandLoopTest, StopWithoutForceAsksTheModule) {
+    module_.busyFor = 0;
+    pipe_.Write("stop\nquit\n");
+    Obey();
+    EXPECT_THAT(module_.calls,
+                ElementsAre("Initialize", "Start", "RequestStop", "Stop(false)", "Destroy"));
+}
+
+TEST_F(CommandLoopTest, StopOfAModuleThatNeverBeganDestroysItBehindTheAnswer) {
+    host_.Execute("stop");
+    EXPECT_THAT(events_.Texts(), ElementsAre("answer command=stop", "life call=destroy result=ok"));
+}
+
+TEST_F(CommandLoopTest, QuitAsksTheModuleBehindItsAnswer) {
+    module_.busyFor = 0;
+    pipe_.Write("quit\n");
+    Obey();
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("answer command=quit", kStopBegins, "life call=Stop(false) result=true",
+                            "life call=destroy result=ok"));
+}
+
 TEST_F(CommandLoopTest, StopWithoutQuitDoesNotEndTheProgram) {
     // The command behind is not there before the module is gone.
     With("answer command=stop",
          [this] { host_.WhenDestroyed([this] { pipe_.Write("get still\nquit\n"); }); });
     pipe_.Write("stop force\n");
     Obey();
-    EXPECT_THAT(events_.Texts(), Contains("answer command=get key=still value=\"\""));
-    EXPECT_THAT(events_.Texts(), Contains("answer command=quit"));
+    EXPECT_THAT(events_.Texts(),
+                ElementsAre("answer command=stop", kStopBegins, "life call=Stop(true) result=true",
+                            "life call=destroy result=ok",
+                            "answer command=get key=still value=\"\"", "answer command=quit"));
 }
 
 }  // namespace

@@ -1,12 +1,11 @@
 #include <gmock/gmock.h>
-#include <map>
 #include <stdexcept>
 
 #include <boost/make_shared.hpp>
 
 #include "lab/devhost/LifeCycle.h"
-#include "lab/devhost/resources/Resources.h"
 #include "tests/lab/common/LineList.h"
+#include "tests/lab/devhost/TestModule.h"
 #include "tests/support/time/ManualClock.h"
 
 namespace Kyr::Test {
@@ -15,29 +14,10 @@ namespace {
 using Lab::DevHost::CLifeCycle;
 using ::testing::ElementsAre;
 
-using Calls = std::vector<std::string>;
-
-/// Keeps what is called of it, and fails at one of it.
-class CCalledModule : public Common::Kernel::IModule {
+/// What the module is lent, which does not ask for it.
+class CNothing final : public Common::Kernel::IResourceProvider {
   public:
-    void Initialize(Common::Kernel::IResourceProvider&) override { Take("Initialize"); }
-    void Start() override { Take("Start"); }
-    void RequestStop() override { Take("RequestStop"); }
-    bool Stop(bool force) override {
-        Take(force ? "Stop(true)" : "Stop(false)");
-        return force || busyFor-- <= 0;
-    }
-    std::string GetName() const override { return "called"; }
-    void Take(const std::string& call) {
-        calls.push_back(call);
-        if (call == failing) {
-            throw std::runtime_error("no " + call);
-        }
-    }
-
-    Calls calls;
-    std::string failing;
-    int busyFor = 0;  // so many polite stops do not end it
+    boost::shared_ptr<Common::Kernel::IResource> GetResource(int) override { return {}; }
 };
 
 class LifeCycleTest : public ::testing::Test {
@@ -50,7 +30,7 @@ class LifeCycleTest : public ::testing::Test {
     /// The module has been asked once, and waits to be asked again.
     void BeginAStopThatGetsNowhere() {
         module_.busyFor = 1000;
-        lifeCycle_->Begin(provider_);
+        lifeCycle_->Begin();
         lifeCycle_->BeginStop(false);
         ASSERT_TRUE(clock_->AwaitSleepers(1));
     }
@@ -62,15 +42,15 @@ class LifeCycleTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    Lab::DevHost::CResourceProvider provider_{[](const Lab::CLine&) {}};
+    CNothing nothing_;
     boost::shared_ptr<CManualClock> clock_ = boost::make_shared<CManualClock>();
-    CCalledModule module_;
-    std::unique_ptr<CLifeCycle> lifeCycle_ = std::make_unique<CLifeCycle>(
-        module_, [this] { module_.Take("Destroy"); }, events_.Sink(), clock_);
+    CTestModule module_;
+    std::unique_ptr<CLifeCycle> lifeCycle_ =
+        std::make_unique<CLifeCycle>(module_.Loaded(), nothing_, events_.Sink(), clock_);
 };
 
 TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrderAndOnce) {
-    EXPECT_TRUE(lifeCycle_->Begin(provider_));
+    EXPECT_TRUE(lifeCycle_->Begin());
     Stop(false);
     Stop(false);
     EXPECT_THAT(module_.calls,
@@ -84,7 +64,7 @@ TEST_F(LifeCycleTest, WholeLifeRunsInTheContractsOrderAndOnce) {
 TEST_F(LifeCycleTest, BusyModuleIsAskedAgainUntilItHasStopped) {
     clock_->SetAutomaticSleep(true);
     module_.busyFor = 2;
-    lifeCycle_->Begin(provider_);
+    lifeCycle_->Begin();
     Stop(false);
     EXPECT_THAT(module_.calls, ElementsAre("Initialize", "Start", "RequestStop", "Stop(false)",
                                            "Stop(false)", "Stop(false)", "Destroy"));
@@ -100,7 +80,7 @@ TEST_F(LifeCycleTest, ForceEndsAStopThatIsNotGettingAnywhere) {
 TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStoppedByForce) {
     const struct {
         const char* failing;
-        Calls calls;
+        std::vector<std::string> calls;
         std::vector<std::string> told;
     } kRows[] = {
         {"Initialize",
@@ -114,11 +94,10 @@ TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStop
           "life call=destroy result=ok"}},
     };
     for (const auto& row : kRows) {
-        CCalledModule module;
+        CTestModule module;
         module.failing = row.failing;
-        CLifeCycle lifeCycle(
-            module, [&] { module.Take("Destroy"); }, events_.Sink(), clock_);
-        EXPECT_FALSE(lifeCycle.Begin(provider_));
+        CLifeCycle lifeCycle(module.Loaded(), nothing_, events_.Sink(), clock_);
+        EXPECT_FALSE(lifeCycle.Begin());
         EXPECT_EQ(module.calls, row.calls);
         EXPECT_EQ(events_.Take(), row.told);
     }
@@ -127,10 +106,9 @@ TEST_F(LifeCycleTest, ModuleThatCannotBeginIsDestroyedAndOnceItIsInitializedStop
 TEST_F(LifeCycleTest, SingleCallsAreMadeInAnyOrder) {
     module_.busyFor = 1;
     module_.failing = "Start";
-    const auto calls = lifeCycle_->SingleCalls(provider_);
     for (const char* call :
          {"stop force", "request-stop", "initialize", "start", "stop", "stop", "destroy"}) {
-        calls.at(call)();
+        lifeCycle_->SingleCall(call)();
     }
     EXPECT_THAT(module_.calls, ElementsAre("Stop(true)", "RequestStop", "Initialize", "Start",
                                            "Stop(false)", "Stop(false)", "Destroy"));
@@ -144,8 +122,9 @@ TEST_F(LifeCycleTest, SingleCallsAreMadeInAnyOrder) {
 
 TEST_F(LifeCycleTest, ModuleThatIsStoppedOrDestroyedIsNotCalledBesideThat) {
     const auto refused = [this] {
-        for (const auto& [name, call] : lifeCycle_->SingleCalls(provider_)) {
-            EXPECT_THROW(call(), std::runtime_error) << name;
+        for (const char* call :
+             {"initialize", "start", "request-stop", "stop", "stop force", "destroy"}) {
+            EXPECT_THROW(lifeCycle_->SingleCall(call)(), std::runtime_error) << call;
         }
     };
     BeginAStopThatGetsNowhere();
@@ -168,7 +147,7 @@ TEST_F(LifeCycleTest, ForgottenModuleThatNeverBeganIsOnlyDestroyed) {
 }
 
 TEST_F(LifeCycleTest, ForgottenModuleIsStoppedByForceAndDestroyed) {
-    lifeCycle_->Begin(provider_);
+    lifeCycle_->Begin();
     lifeCycle_.reset();
     EXPECT_THAT(module_.calls,
                 ElementsAre("Initialize", "Start", "RequestStop", "Stop(true)", "Destroy"));

@@ -8,6 +8,7 @@
 #include "logs/MultiProductStatusLog.h"
 #include "logs/StatusLog.h"
 #include "logs/SymbolContainer.h"
+#include "tests/lab/common/LineList.h"
 
 namespace Kyr::Test {
 namespace {
@@ -17,22 +18,17 @@ using Common::Logs::CSymbolContainer;
 using Common::Message::Logs::CEventLog;
 using Common::Message::Logs::CMultiProductStatusLog;
 using Common::Message::Logs::CStatusLog;
-using Lab::DevHost::SymbolKey;
 using ::testing::ElementsAre;
 using ::testing::IsEmpty;
 
-std::vector<std::string> Print(const Common::Message::CLogMessage& log) {
-    std::vector<std::string> lines;
-    for (const auto& [name, row] : Lab::DevHost::RowsOf(log)) {
-        Lab::CLine line("row");
-        line.With("name", name);
-        Lab::DevHost::AddSymbols(line, *row);
-        lines.push_back(line.Text());
-    }
-    return lines;
+std::vector<std::string> Told(const Common::Message::CLogMessage& log) {
+    Lab::CLineList events;
+    Lab::DevHost::TellRows(
+        log, [](const char* kind) { return Lab::CLine(kind).With("of", "log"); }, events.Sink());
+    return events.Take();
 }
 
-TEST(LogPrinterTest, EachKindOfValueHasItsText) {
+TEST(LogPrinterTest, EachKindOfValueHasItsTextAndABlobIsToldWhole) {
     Common::Logs::ISymbolContainer::UTCTime leapDay;
     leapDay.set_year(2024);
     leapDay.set_month(2);
@@ -40,8 +36,9 @@ TEST(LogPrinterTest, EachKindOfValueHasItsText) {
     leapDay.set_hour(1);
     leapDay.set_minute(2);
     leapDay.set_second(3);
-    CSymbolContainer row;
-    row.AddInt32(2836, 4)
+    const CEventLog log(MessageType::TaskEvent);
+    log.GetSymbols()
+        ->AddInt32(2836, 4)
         .AddInt64(244, -1)
         .AddString(2913, "not done")
         .AddResourceId(2848, 0x000000010000009B)
@@ -49,43 +46,41 @@ TEST(LogPrinterTest, EachKindOfValueHasItsText) {
         .AddDouble(2, 0.5)
         .AddUtcTime(2838, leapDay)
         .AddUuidString(2834, "6ba7b810-9dad-11d1-80b4-00c04fd430c8")
-        .AddBlob(1892, std::string("\0\1\2", 3));
-    Lab::CLine line("row");
-    Lab::DevHost::AddSymbols(line, row);
-    EXPECT_EQ(line.Text(),
-              "row 2836-status=4 244-product-type=-1 2913-description=\"not done\" "
-              "2848-outcome=0x000000010000009b 1=true 2=0.5 2838-time=2024-02-29T01:02:03Z "
-              "2834-agent=6ba7b810-9dad-11d1-80b4-00c04fd430c8 1892-configuration=\"3 bytes\"");
-}
-
-TEST(LogPrinterTest, EventHasOneRow) {
-    CEventLog log(MessageType::TaskEvent);
-    log.GetSymbols()->AddInt32(2836, 4);
-    EXPECT_THAT(Print(log), ElementsAre("row name=0 2836-status=4"));
+        .AddBlob(1892, std::string("\0a\n", 3));
+    EXPECT_THAT(
+        Told(log),
+        ElementsAre(
+            "symbols of=log row=0 2836-status=4 244-product-type=-1 2913-description=\"not done\" "
+            "2848-outcome=0x000000010000009b 1=true 2=0.5 2838-time=2024-02-29T01:02:03Z "
+            "2834-agent=6ba7b810-9dad-11d1-80b4-00c04fd430c8 1892-configuration=\"3 bytes\"",
+            "record of=log row=0 symbol=1892-configuration text=\"\\x00a\\n\""));
 }
 
 TEST(LogPrinterTest, StatusHasARowForEachRow) {
-    CStatusLog log(MessageType::PresenceStatus);
-    EXPECT_THAT(Print(log), IsEmpty());
+    const CStatusLog log(MessageType::PresenceStatus);
+    EXPECT_THAT(Told(log), IsEmpty());
     log.GetSymbols()->CreateRow()->AddInt32(2143, 1);
     log.GetSymbols()->CreateRow()->AddInt32(2143, 0);
-    EXPECT_THAT(Print(log),
-                ElementsAre("row name=0 2143-presence=1", "row name=1 2143-presence=0"));
+    EXPECT_THAT(Told(log), ElementsAre("symbols of=log row=0 2143-presence=1",
+                                       "symbols of=log row=1 2143-presence=0"));
 }
 
 TEST(LogPrinterTest, MultiProductStatusNamesItsProductFirst) {
     const auto product = boost::make_shared<CSymbolContainer>();
     product->AddResourceId(4429, 0x07100000000007AA);
-    CMultiProductStatusLog log(MessageType::MultiProductStatus, product);
+    const CMultiProductStatusLog log(MessageType::MultiProductStatus, product);
     log.GetSymbols()->CreateRow()->AddInt32(3554, 6);
-    EXPECT_THAT(Print(log), ElementsAre("row name=product 4429-product=0x07100000000007aa",
-                                        "row name=0 3554-presence=6"));
+    EXPECT_THAT(Told(log), ElementsAre("symbols of=log row=product 4429-product=0x07100000000007aa",
+                                       "symbols of=log row=0 3554-presence=6"));
 }
 
 TEST(LogPrinterTest, SymbolWithoutANameIsItsNumber) {
+    const CEventLog log(MessageType::TaskEvent);
     for (const int symbol : {2146, 2147, -1, 0, 236, 2913000}) {
-        EXPECT_EQ(SymbolKey(symbol), std::to_string(symbol));
+        log.GetSymbols()->AddInt32(symbol, 1);
     }
+    EXPECT_THAT(Told(log), ElementsAre("symbols of=log row=0 2146=1 2147=1 -1=1 0=1 236=1 "
+                                       "2913000=1"));
 }
 
 }  // namespace

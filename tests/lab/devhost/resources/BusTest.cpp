@@ -3,14 +3,21 @@
 
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/Bus.h"
+#include "logs/DataMinerMessages.h"
+#include "logs/OvAgentRequest.h"
+#include "logs/StatusLog.h"
 #include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/resources/TestBus.h"
 
 namespace Kyr::Test {
 namespace {
 
+using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
+using Common::Message::Logs::CStatusLog;
 using Lab::DevHost::CBus;
 using Lab::DevHost::CDeliveryContext;
+using Lab::DevHost::OnDemand;
 using namespace testing;
 
 class BusTest : public ::testing::Test {
@@ -28,7 +35,7 @@ class BusTest : public ::testing::Test {
     }
 
     Lab::CLineList events_;
-    CBus bus_{Lab::DevHost::OnDemand(events_.Sink(), {})};
+    CBus bus_{OnDemand(events_.Sink(), {})};
 };
 
 TEST_F(BusTest, MessagesArriveInTheOrderOfPublishing) {
@@ -79,30 +86,21 @@ TEST_F(BusTest, MissingMessageAndMissingSubscriberAreRefused) {
     EXPECT_THROW(bus_.Subscribe({}, MessageType::Reply), std::invalid_argument);
 }
 
-/// Publishes an answer from inside its Push, as a module that works at once would.
-class CAnsweringSubscriber : public CKeepingSubscriber {
-  public:
-    explicit CAnsweringSubscriber(CBus& bus) : bus_(bus) {}
-    void Push(const boost::shared_ptr<IMessage>& message,
-              const boost::shared_ptr<IDeliveryContext>& context) override {
-        CKeepingSubscriber::Push(message, context);
-        bus_.Publish(MakeMessage(MessageType::Reply), context);
-    }
-
-  private:
-    CBus& bus_;
-};
-
 TEST_F(BusTest, SubscriberMayPublishWhileItIsCalled) {
     const auto replies = Subscribe(MessageType::Reply);
-    const auto answering = boost::make_shared<CAnsweringSubscriber>(bus_);
-    bus_.Subscribe(answering, MessageType::Response);
-    Publish(MakeMessage(MessageType::Response));
+    const auto answering = Subscribe(MessageType::Response);
+    answering->onPush = [this](const auto& context) {
+        bus_.Publish(MakeMessage(MessageType::Reply), context);
+    };
+    Publish(MakeMessage());
+    EXPECT_THAT(replies->contexts, SizeIs(1));
     EXPECT_EQ(replies->contexts, answering->contexts);
 }
 
 TEST_F(BusTest, FailingSubscriberIsToldAndDoesNotKeepOthersFromTheMessage) {
-    bus_.Subscribe(boost::make_shared<CRefusingSubscriber>(), MessageType::Response);
+    Subscribe(MessageType::Response)->onPush = [](const auto&) {
+        throw std::runtime_error("no room");
+    };
     const auto subscriber = Subscribe(MessageType::Response);
     Publish(MakeMessage());
     EXPECT_THAT(subscriber->messages, SizeIs(1));
@@ -112,24 +110,52 @@ TEST_F(BusTest, FailingSubscriberIsToldAndDoesNotKeepOthersFromTheMessage) {
                             "deliver type=688 name=Response context=1 to=2"));
 }
 
-/// Tells when it gets a message.
-class CTellingSubscriber : public CKeepingSubscriber {
-  public:
-    explicit CTellingSubscriber(Lab::LineSink events) : events_(std::move(events)) {}
-    void Push(const boost::shared_ptr<IMessage>&,
-              const boost::shared_ptr<IDeliveryContext>&) override {
-        events_(Lab::CLine("taken"));
-    }
-
-  private:
-    const Lab::LineSink events_;
-};
-
 TEST_F(BusTest, DeliveryIsToldOnceTheSubscriberHasTheMessage) {
-    bus_.Subscribe(boost::make_shared<CTellingSubscriber>(events_.Sink()), MessageType::Response);
+    Subscribe(MessageType::Response)->onPush = [this](const auto&) {
+        events_.Sink()(Lab::CLine("taken"));
+    };
     Publish(MakeMessage());
     EXPECT_THAT(events_.Texts(),
                 ElementsAre(StartsWith("publish "), "taken", StartsWith("deliver ")));
+}
+
+// What is told of a message
+
+TEST_F(BusTest, LogIsToldWithItsSymbolsAndWhatItLacksIsAnError) {
+    const auto log = boost::make_shared<CStatusLog>(MessageType::PresenceStatus);
+    log->GetSymbols()->CreateRow()->AddInt32(2143, 1);
+    Publish(log);
+    const std::string message = " type=10292 name=StatusLog_AGENT_PRESENCE context=1 ";
+    EXPECT_THAT(events_.Take(), ElementsAre("publish" + message + "by=module",
+                                            "symbols" + message + "row=0 2143-presence=1",
+                                            StartsWith("error" + message)));
+}
+
+TEST_F(BusTest, StateOfAMessageAndWhetherItHadAContextAreToldOnDemand) {
+    CBus bus(OnDemand(events_.Sink(), {"message"}));
+    const auto request = boost::make_shared<COvAgentRequest>();
+    bus.Publish(request, {});
+    request->SetReadOnly();
+    bus.Publish(request, boost::make_shared<CDeliveryContext>(9));
+    bus.Publish(MakeMessage(), {});  // knows no write protection
+    const std::string message = "message type=7 name=OvAgentRequest context=";
+    EXPECT_THAT(
+        events_.Texts(),
+        ElementsAre(StartsWith("publish "), message + "1 by=module read-only=no with-context=no",
+                    StartsWith("publish "), message + "9 by=module read-only=yes with-context=yes",
+                    StartsWith("publish "),
+                    "message type=688 name=Response context=2 by=module with-context=no"));
+}
+
+TEST_F(BusTest, RecordsOfABatchAreToldOneByOneOnDemandAndElseNotEvenMade) {
+    const auto batch = boost::make_shared<CDataMinerStoreEcsTelemetryLogs>();
+    batch->SetLogs({"one", "{\"two\":2}"});
+    CBus(OnDemand(events_.Sink(), {"record"})).Publish(batch, {});
+    const std::string record = "record type=77 name=DataMinerStoreEcsTelemetryLogs context=1 ";
+    EXPECT_THAT(events_.Take(), ElementsAre(StartsWith("publish "), record + "row=0 text=one",
+                                            record + "row=1 text=\"{\\\"two\\\":2}\""));
+    CBus(events_.Sink(), false).Publish(batch, {});
+    EXPECT_THAT(events_.Texts(), ElementsAre(StartsWith("publish "), StartsWith("message ")));
 }
 
 }  // namespace

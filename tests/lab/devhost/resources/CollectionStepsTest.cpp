@@ -1,60 +1,101 @@
-#include <gmock/gmock.h>
-#include <stdexcept>
+#include <gtest/gtest.h>
 
-#include "lab/devhost/resources/CollectionSteps.h"
+#include "tests/lab/devhost/HostFixture.h"
 #include "tests/support/ThrownText.h"
 
 namespace Kyr::Test {
 namespace {
 
-using Lab::DevHost::CCollectionSteps;
-using Lab::DevHost::CollectionStep;
-using Lab::DevHost::ParseDeathWish;
+/// A host that dies on request, which is told with what it has stored.
+class CollectionStepsTest : public HostFixture {};
 
-/// How far two collections come, one after the other: the place at which they die, from 1 to 12, or
-/// 0 when they do not.
-int PlaceOfDeath(const std::string& wish) {
-    int place = 0;
-    int death = 0;
-    CCollectionSteps steps(ParseDeathWish(wish), [&] { death = place; });
-    for (int collection = 0; collection < 2; ++collection) {
-        for (const CollectionStep step :
-             {CollectionStep::kBeforeRequest, CollectionStep::kAfterReply,
-              CollectionStep::kAfterPublish, CollectionStep::kBeforeRequest,  // to add to it
-              CollectionStep::kBeforeOffset, CollectionStep::kAfterOffset}) {
-            ++place;
-            steps.Pass(step);
-        }
-    }
-    return death;
+const Typed kSteps[] = {
+    {"ReadingAnOffsetBeginsACollectionAndReadingElseDoesNot",
+     {"module reads XDR_OFFSET", "module reads XDR_ENABLED", "module reads XDR_TELEMETRY_OFFSET",
+      "module reads OV_REMEDIATION_OFFSET"},
+     {"read key=XDR_OFFSET value=\"\"", "got value=\"\"", "read key=XDR_ENABLED value=\"\"",
+      "got value=\"\"", "read key=XDR_TELEMETRY_OFFSET value=\"\"", "got value=\"\"", "died",
+      "read key=OV_REMEDIATION_OFFSET value=\"\"", "got value=\"\""},
+     "before-request:3"},
+    {"OffsetHasComeBeforeItIsStoredAndOnlyTheCountedOneIsTheWishedOne",
+     {"module writes XDR_ENABLED 1", "module writes XDR_OFFSET 7", "module writes XDR_OFFSET 8",
+      "module writes XDR_OFFSET 9"},
+     {"write key=XDR_ENABLED value=1 result=stored", "got value=true",
+      "write key=XDR_OFFSET value=7 result=stored", "got value=true", "died offset=7",
+      "write key=XDR_OFFSET value=8 result=stored", "got value=true",
+      "write key=XDR_OFFSET value=9 result=stored", "got value=true"},
+     "before-offset:2"},
+    {"RefusedOffsetIsNoStepAndAStoredOneIs",
+     {"sql CREATE TRIGGER refuse BEFORE INSERT ON key_values WHEN NEW.value = '7' BEGIN SELECT "
+      "RAISE(ABORT, 'refused'); END",
+      "module writes XDR_OFFSET 7", "module writes XDR_ENABLED 1", "module writes XDR_OFFSET 8"},
+     {"write key=XDR_OFFSET value=7 result=refused", "got value=false",
+      "write key=XDR_ENABLED value=1 result=stored", "got value=true",
+      "write key=XDR_OFFSET value=8 result=stored", "died offset=8", "got value=true"},
+     "after-offset"},
+    {"RecordsHaveComeBeforeTheyAreStored",
+     {"module publishes telemetry one"},
+     {"died", "mined name=DataMinerStoreEcsTelemetryLogs records=1",
+      "publish type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module records=1"},
+     "after-reply"},
+    {"RecordsAreStoredAndPublishedBeforeTheNextStep",
+     {"module publishes reply", "module publishes indicators one"},
+     {"publish type=688 name=Response context=1 by=module",
+      "mined name=DataMinerStoreEcsIndicatorLogs records=1",
+      "publish type=76 name=DataMinerStoreEcsIndicatorLogs context=2 by=module records=1",
+      "died indicators=one"},
+     "after-publish"},
+    {"ActionsHaveComeBeforeTheyAreStored",
+     {"module stores one"},
+     {"died", "write actions=1 result=stored", "got value=true"},
+     "after-reply"},
+    {"RefusedActionsAreNoStepAndStoredOnesAre",
+     {"sql CREATE TRIGGER refuse BEFORE INSERT ON remediation_actions WHEN NEW.action = x'6261' "
+      "BEGIN SELECT RAISE(ABORT, 'refused'); END",
+      "module stores ba", "module stores one"},
+     {"write actions=1 result=refused", "got value=false", "write actions=1 result=stored",
+      "died actions=one", "got value=true"},
+     "after-publish"},
+    {"ReadThatIsToFailIsNoStep",
+     {"fail read for=1", "module reads XDR_OFFSET", "module reads XDR_OFFSET"},
+     {"answer command=fail fault=\"read for=1\"", "answer command=fail faults=1",
+      "failed fault=read subject=XDR_OFFSET",
+      "error command=reads text=\"the host fails to read on request\"", "died",
+      "read key=XDR_OFFSET value=\"\"", "got value=\"\""},
+     "before-request"},
+    {"WriteThatIsToFailIsNoStepAndStoresNothing",
+     {"fail write for=1", "module writes XDR_OFFSET 7", "module writes XDR_OFFSET 8"},
+     {"answer command=fail fault=\"write for=1\"", "answer command=fail faults=1",
+      "failed fault=write subject=XDR_OFFSET", "got value=false", "died",
+      "write key=XDR_OFFSET value=8 result=stored", "got value=true"},
+     "before-offset"},
+    {"OffsetThatIsReadAgainBehindTheRecordsBeginsNoCollection",
+     {"module reads XDR_OFFSET", "module publishes telemetry one", "module reads XDR_OFFSET",
+      "module writes XDR_OFFSET 1", "module reads XDR_OFFSET"},
+     {"read key=XDR_OFFSET value=\"\"", "got value=\"\"",
+      "mined name=DataMinerStoreEcsTelemetryLogs records=1",
+      "publish type=77 name=DataMinerStoreEcsTelemetryLogs context=1 by=module records=1",
+      "read key=XDR_OFFSET value=\"\"", "got value=\"\"",
+      "write key=XDR_OFFSET value=1 result=stored", "got value=true", "died offset=1 telemetry=one",
+      "read key=XDR_OFFSET value=1", "got value=1"},
+     "before-request:2"},
+};
+
+TEST_P(CollectionStepsTest, StepHasItsPlace) {
+    TypeAll();
 }
 
-TEST(CollectionStepsTest, EachStepHasItsPlaceAndACountSaysInWhichCollection) {
-    const struct {
-        const char* wish;
-        int place;
-    } kRows[] = {
-        {"before-request", 1},  {"after-reply", 2},    {"after-publish", 3},
-        {"before-offset", 5},   {"after-offset", 6},   {"before-request:2", 7},
-        {"after-offset:2", 12}, {"after-offset:3", 0},
-    };
-    for (const auto& row : kRows) {
-        EXPECT_EQ(row.place, PlaceOfDeath(row.wish)) << row.wish;
-    }
-}
+INSTANTIATE_TEST_SUITE_P(All, CollectionStepsTest, ::testing::ValuesIn(kSteps),
+                         [](const auto& row) { return row.param.name; });
 
-TEST(CollectionStepsTest, WithoutAWishNobodyDies) {
-    CCollectionSteps steps(std::nullopt, [] { FAIL() << "dead"; });
-    steps.Pass(CollectionStep::kBeforeRequest);
-}
-
-TEST(CollectionStepsTest, UnknownStepIsRefused) {
+TEST(DeathWishTest, UnknownStepIsRefused) {
     for (const char* wish : {"after-lunch", "after-reply:", ""}) {
-        EXPECT_THROW(ParseDeathWish(wish), std::invalid_argument) << wish;
+        EXPECT_THROW(Lab::DevHost::ParseDeathWish(wish), std::invalid_argument) << wish;
     }
-    EXPECT_EQ(ThrownText<std::invalid_argument>([] { ParseDeathWish("after-lunch:2"); }),
-              "no such step: \"after-lunch\"; there are before-request, after-reply, "
-              "after-publish, before-offset, after-offset");
+    EXPECT_EQ(
+        ThrownText<std::invalid_argument>([] { Lab::DevHost::ParseDeathWish("after-lunch:2"); }),
+        "no such step: \"after-lunch\"; there are before-request, after-reply, "
+        "after-publish, before-offset, after-offset");
 }
 
 }  // namespace

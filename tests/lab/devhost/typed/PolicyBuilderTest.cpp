@@ -6,7 +6,7 @@
 
 #include "host/message/ApplyPolicy.h"
 #include "host/proto/common.pb.h"
-#include "lab/devhost/typed/MessageBuilder.h"
+#include "lab/devhost/typed/PolicyBuilder.h"
 #include "tests/support/HexBytes.h"
 #include "tests/support/system/TemporaryFolder.h"
 
@@ -28,46 +28,46 @@ CompressedBlob BlobOf(std::vector<std::string> words) {
     return blob;
 }
 
-std::vector<unsigned char> DataOf(const CompressedBlob& blob) {
-    return TextBytes(blob.compressed_data());
-}
-
 // The policy message of "abc" (0A 03 and the text) as zlib packs it: its header, one block with
 // fixed codes, which spends eight bits a byte, and the Adler-32 checksum of the five bytes.
 const std::vector<unsigned char> kPackedAbc = HexBytes("78 9C E3 62 4E 4C 4A 06 00 02 8D 01 34");
 
-TEST(PolicyBuilderTest, TextIsPackedAndItsLengthStated) {
-    const CompressedBlob blob = BlobOf({"text=abc"});
-    EXPECT_EQ(blob.uncompressed_length(), 5u);
-    EXPECT_EQ(DataOf(blob), kPackedAbc);
-    EXPECT_TRUE(BuildPolicy({"text="})->IsReadOnly());
-}
-
-TEST(PolicyBuilderTest, FileIsReadByteByByte) {
+TEST(PolicyBuilderTest, TextIsPackedAndALengthStated) {
     const CTemporaryFolder folder;
     std::ofstream(folder.File("policy"), std::ios::binary) << "abc";
-    EXPECT_EQ(DataOf(BlobOf({"file=" + folder.File("policy")})), kPackedAbc);
+    const struct {
+        const char* situation;
+        std::vector<std::string> words;
+        std::uint64_t stated;
+        std::vector<unsigned char> data;
+    } kRows[] = {
+        {"a text", {"text=abc"}, 5, kPackedAbc},
+        {"no text", {"text="}, 2, HexBytes("78 9C E3 62 00 00 00 16 00 0B")},
+        {"a file", {"file=" + folder.File("policy")}, 5, kPackedAbc},
+        {"repeated once", {"text=abc", "repeat=1"}, 5, kPackedAbc},
+        {"another length",
+         {"text=abc", "length=9223372036854775808"},
+         9223372036854775808u,
+         kPackedAbc},
+        {"a broken stream, whose length stays",
+         {"text=abc", "broken=stream"},
+         5,
+         HexBytes("FF FF FF")},
+    };
+    for (const auto& row : kRows) {
+        const CompressedBlob blob = BlobOf(row.words);
+        EXPECT_EQ(blob.uncompressed_length(), row.stated) << row.situation;
+        EXPECT_EQ(TextBytes(blob.compressed_data()), row.data) << row.situation;
+        EXPECT_TRUE(BuildPolicy(row.words)->IsReadOnly()) << row.situation;
+    }
 }
 
 TEST(PolicyBuilderTest, TextIsRepeatedAsOftenAsWanted) {
-    EXPECT_EQ(DataOf(BlobOf({"text=abc", "repeat=1"})), kPackedAbc);
     EXPECT_EQ(BlobOf({"text=abc", "repeat=0"}).uncompressed_length(), 2u);
     // 70000 bytes behind the tag and a length of three bytes; so many equal ones take few.
     const CompressedBlob blob = BlobOf({"text=ab", "repeat=35000"});
     EXPECT_EQ(blob.uncompressed_length(), 70004u);
     EXPECT_LT(blob.compressed_data().size(), 1000u);
-}
-
-TEST(PolicyBuilderTest, StatedLengthMayBeAnother) {
-    const CompressedBlob blob = BlobOf({"text=abc", "length=9223372036854775808"});
-    EXPECT_EQ(blob.uncompressed_length(), 9223372036854775808u);
-    EXPECT_EQ(DataOf(blob), kPackedAbc);
-}
-
-TEST(PolicyBuilderTest, BrokenStreamStatesTheLengthThatItShouldHave) {
-    const CompressedBlob blob = BlobOf({"text=abc", "broken=stream"});
-    EXPECT_EQ(blob.uncompressed_length(), 5u);
-    EXPECT_EQ(DataOf(blob), HexBytes("FF FF FF"));
 }
 
 TEST(PolicyBuilderTest, BrokenPolicyIsPackedWell) {

@@ -1,5 +1,3 @@
-#include "lab/devhost/typed/MessageBuilder.h"
-
 #include <limits>
 #include <stdexcept>
 #include <string>
@@ -14,6 +12,8 @@
 #include "host/message/OvAgentTasks.h"
 #include "host/message/RequestConfigurationMessage.h"
 #include "host/module/Response.h"
+#include "lab/devhost/typed/HostCommands.h"
+#include "lab/devhost/typed/PolicyBuilder.h"
 #include "logs/OvAgentRequest.h"
 
 namespace Kyr::Lab::DevHost {
@@ -25,6 +25,8 @@ using Common::Kernel::IMessage;
 using Common::Kernel::MessageType;
 using Common::Message::CTask;
 using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
+
+using MessagePointer = boost::shared_ptr<IMessage>;
 
 /// The number of `name=<number>` as messages carry it; none is negative.
 std::optional<std::int32_t> TakeInt32(CCommandWords& words, const char* name) {
@@ -41,12 +43,9 @@ CTask::Uuid MakeIdentifier(const std::string& text) {
     return identifier;
 }
 
-std::string FreshIdentifier() {
-    return boost::uuids::to_string(boost::uuids::random_generator()());
-}
-
 void SetIdentifiers(CCommandWords& words, CTask& task) {
-    std::vector<std::string> texts = {FreshIdentifier(), FreshIdentifier(), FreshIdentifier()};
+    const auto fresh = [] { return boost::uuids::to_string(boost::uuids::random_generator()()); };
+    std::vector<std::string> texts = {fresh(), fresh(), fresh()};
     if (const auto given = words.TakeValue("ids")) {
         boost::algorithm::split(texts, *given, boost::algorithm::is_any_of(","));
         if (texts.size() != 3) {
@@ -97,8 +96,6 @@ class CAlienReply final : public IMessage {
     const MessageType type_;
 };
 
-}  // namespace
-
 MessagePointer BuildKillTask(CCommandWords& words) {
     Task::CKillProcessByPid::Payload payload;
     payload.set_process_id(Needed(words.TakeNumber("pid"), "pid"));
@@ -143,6 +140,51 @@ MessagePointer BuildReply(CCommandWords& words) {
         return boost::make_shared<CAlienReply>(type);
     }
     return boost::make_shared<Common::Module::CResponse>(static_cast<std::uint32_t>(request), type);
+}
+
+/// The identifiers of a task, as `ids` takes them.
+std::string IdentifiersOf(const CTask& task) {
+    return task.GetFirstIdentifier().uuid() + "," + task.GetSecondIdentifier().uuid() + "," +
+           task.GetThirdIdentifier().uuid();
+}
+
+/// Builds a message from the words of the command and publishes it.
+auto Publishing(CBus& bus, const char* command, MessagePointer (*build)(CCommandWords&)) {
+    return [&bus, command, build](CCommandWords& words, const LineSink& tell) {
+        const MessagePointer message = build(words);
+        CLine answer = AnswerTo(command);
+        if (const auto* task = dynamic_cast<const CTask*>(message.get())) {
+            answer.With("ids", IdentifiersOf(*task));
+        }
+        // Answered first, so that whoever reads knows the identifiers before they come back.
+        tell(answer);
+        bus.PublishAsHost(message);
+    };
+}
+
+}  // namespace
+
+ConsoleCommandGroup MessageCommands(CBus& bus) {
+    return {
+        {"kill", "pid=<number> [sha1=<text>] [sha256=<text>] [ids=<a>,<b>,<c>]",
+         "Sends the task that ends a process.", Publishing(bus, "kill", BuildKillTask)},
+        {"block", "sha256=<text> [sha1=<text>] [delete=0|1] [ids=<a>,<b>,<c>]",
+         "Sends the task that blocks an executable.", Publishing(bus, "block", BuildBlockTask)},
+        {"policy", "file=<path>|text=<text> [repeat=<n>] [length=<n>] [broken=blob|stream|policy]",
+         "Sends a policy to be applied; its text n times over (up to 67108864 bytes), with another "
+         "length stated, or with something broken.",
+         Publishing(bus, "policy", BuildPolicy)},
+        {"export", "[type=<number>] [ids=<a>,<b>,<c>]",
+         "Asks for the configuration of a product of that type.",
+         Publishing(bus, "export", BuildConfigurationRequest)},
+        {"trigger", "kind=<number>",
+         "Sends what the connector sends itself: 0 protection status, 2 task results, 3 indicators,"
+         " 4 telemetry, 5 remediation actions.",
+         Publishing(bus, "trigger", BuildTrigger)},
+        {"reply", "[type=688|1] [request=<number>] [alien]",
+         "Sends a reply to a request, or, alien, another message of its type.",
+         Publishing(bus, "reply", BuildReply)},
+    };
 }
 
 }  // namespace Kyr::Lab::DevHost
