@@ -5,7 +5,6 @@
 #include <string>
 #include <utility>
 
-#include <boost/enable_shared_from_this.hpp>
 #include <boost/make_shared.hpp>
 
 #include "lab/devhost/resources/Publication.h"
@@ -50,24 +49,17 @@ class CDataMiner final : public Kernel::IBusResource {
     const LentSources sources_;
 };
 
-/// The database and both of its mappers.
-class CModuleDatabase final : public Kernel::IDatabaseResource,
-                              public Database::IKeyValueAccessMapper,
-                              public Database::IOvRemediationActionsMapper,
-                              public boost::enable_shared_from_this<CModuleDatabase> {
-  public:
-    explicit CModuleDatabase(LentSources sources) : sources_(std::move(sources)) {}
+bool IsOffset(const std::string& key) {
+    return key == "XDR_OFFSET" || key == "XDR_TELEMETRY_OFFSET" || key == "OV_REMEDIATION_OFFSET";
+}
 
-    boost::shared_ptr<Database::IMapper> GetMapper(int number) override {
-        boost::shared_ptr<Database::IMapper> mapper;
-        if (number == Database::kKeyValueAccessMapper) {
-            mapper = boost::shared_ptr<Database::IKeyValueAccessMapper>(shared_from_this());
-        } else if (number == Database::kOvRemediationActionsMapper) {
-            mapper = boost::shared_ptr<Database::IOvRemediationActionsMapper>(shared_from_this());
-        }
-        sources_.events(GivenLine("mapper", number, mapper != nullptr));
-        return mapper;
-    }
+const char* ResultOf(bool stored) {
+    return stored ? "stored" : "refused";
+}
+
+class CKeyValueAccessMapper final : public Database::IKeyValueAccessMapper {
+  public:
+    explicit CKeyValueAccessMapper(LentSources sources) : sources_(std::move(sources)) {}
 
     std::string GetValue(const std::string& key) override {
         sources_.failures.Meet(Failure::kRead, key);
@@ -87,12 +79,21 @@ class CModuleDatabase final : public Kernel::IDatabaseResource,
             sources_.steps.Pass(CollectionStep::kBeforeOffset);
         }
         const bool stored = sources_.database.SetValue(key, value);
-        TellWritten(CLine("write").With("key", key).With("value", value), stored);
+        sources_.events(
+            CLine("write").With("key", key).With("value", value).With("result", ResultOf(stored)));
         if (stored && IsOffset(key)) {
             sources_.steps.Pass(CollectionStep::kAfterOffset);
         }
         return stored;
     }
+
+  private:
+    const LentSources sources_;
+};
+
+class COvRemediationActionsMapper final : public Database::IOvRemediationActionsMapper {
+  public:
+    explicit COvRemediationActionsMapper(LentSources sources) : sources_(std::move(sources)) {}
 
     bool StoreActions(const std::vector<std::string>& actions) override {
         if (sources_.failures.Take(Failure::kWrite, "actions")) {
@@ -100,7 +101,8 @@ class CModuleDatabase final : public Kernel::IDatabaseResource,
         }
         sources_.steps.Pass(CollectionStep::kAfterReply);
         const bool stored = sources_.database.StoreActions(actions);
-        TellWritten(CLine("write").With("actions", actions.size()), stored);
+        sources_.events(
+            CLine("write").With("actions", actions.size()).With("result", ResultOf(stored)));
         if (stored) {
             sources_.steps.Pass(CollectionStep::kAfterPublish);
         }
@@ -108,16 +110,30 @@ class CModuleDatabase final : public Kernel::IDatabaseResource,
     }
 
   private:
-    static bool IsOffset(const std::string& key) {
-        return key == "XDR_OFFSET" || key == "XDR_TELEMETRY_OFFSET" ||
-               key == "OV_REMEDIATION_OFFSET";
-    }
-
-    void TellWritten(CLine line, bool stored) {
-        sources_.events(line.With("result", stored ? "stored" : "refused"));
-    }
-
     const LentSources sources_;
+};
+
+/// Gives out each mapper as an object of its own: a module that asks for the wrong one finds that
+/// it is not what it takes it for.
+class CModuleDatabase final : public Kernel::IDatabaseResource {
+  public:
+    explicit CModuleDatabase(const LentSources& sources)
+        : events_(sources.events),
+          mappers_{
+              {Database::kKeyValueAccessMapper, boost::make_shared<CKeyValueAccessMapper>(sources)},
+              {Database::kOvRemediationActionsMapper,
+               boost::make_shared<COvRemediationActionsMapper>(sources)}} {}
+
+    boost::shared_ptr<Database::IMapper> GetMapper(int number) override {
+        const auto found = mappers_.find(number);
+        const bool given = found != mappers_.end();
+        events_(GivenLine("mapper", number, given));
+        return given ? found->second : nullptr;
+    }
+
+  private:
+    const LineSink events_;
+    const std::map<int, boost::shared_ptr<Database::IMapper>> mappers_;
 };
 
 /// Every line goes to the events and to the log file.

@@ -9,9 +9,9 @@
 // on request is neither.
 //
 // Threads: any.
-// Errors: std::runtime_error from what fails on request, but that a write of the database is
-// refused instead; from Publish also when the records cannot be stored, and nothing is published
-// then; as CDatabase.
+// Errors: std::runtime_error from what fails on request, except that a write of the database is
+// refused. CDatabaseError when the database fails, from the constructor, from reading and from
+// Publish; nothing is published then.
 #pragma once
 
 #include <map>
