@@ -5,14 +5,15 @@
 
 namespace Kyr::Lab::DevHost {
 
-CSqliteConnection::CSqliteConnection(const std::string& path) : path_(path) {
+CSqliteConnection::CSqliteConnection(const std::string& path)
+    : path_(path), handle_(nullptr, sqlite3_close_v2) {
     sqlite3* handle = nullptr;
     // Whoever shares the connection locks it; a mutex of SQLite's own around each call is not
     // needed, and a million records would pay for it.
     const int result =
         sqlite3_open_v2(path.c_str(), &handle,
                         SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE | SQLITE_OPEN_NOMUTEX, nullptr);
-    handle_.reset(handle, sqlite3_close_v2);
+    handle_.reset(handle);
     Check(result == SQLITE_OK, "Cannot open the database");
     // A second host on the same file waits for the first one's transactions (our choice of time).
     sqlite3_busy_timeout(handle, 5000);
@@ -55,10 +56,10 @@ void CSqliteConnection::Check(bool good, const char* what) {
 
 CSqliteStatement::CSqliteStatement(CSqliteConnection& connection, const char* sql,
                                    const std::vector<std::string_view>& texts)
-    : connection_(connection) {
+    : connection_(connection), statement_(nullptr, sqlite3_finalize) {
     sqlite3_stmt* statement = nullptr;
     const int result = sqlite3_prepare_v2(connection.Handle(), sql, -1, &statement, nullptr);
-    statement_.reset(statement, sqlite3_finalize);
+    statement_.reset(statement);
     connection.Check(result == SQLITE_OK, "Cannot prepare a statement");
     int index = 0;
     for (const std::string_view text : texts) {

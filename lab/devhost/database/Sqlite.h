@@ -26,6 +26,8 @@ class CSqliteConnection {
   public:
     /// Opens or creates the database in the file `path`.
     explicit CSqliteConnection(const std::string& path);
+    CSqliteConnection(const CSqliteConnection&) = delete;  // statements point to it
+    CSqliteConnection& operator=(const CSqliteConnection&) = delete;
 
     /// Runs statements that give no rows.
     void Execute(const char* sql);
@@ -42,7 +44,7 @@ class CSqliteConnection {
 
   private:
     const std::string path_;
-    std::shared_ptr<sqlite3> handle_;
+    std::unique_ptr<sqlite3, int (*)(sqlite3*)> handle_;
     std::string firstFailure_;
 };
 
@@ -62,7 +64,7 @@ class CSqliteStatement {
 
   private:
     CSqliteConnection& connection_;  // borrowed
-    std::shared_ptr<sqlite3_stmt> statement_;
+    std::unique_ptr<sqlite3_stmt, int (*)(sqlite3_stmt*)> statement_;
 };
 
 }  // namespace Kyr::Lab::DevHost

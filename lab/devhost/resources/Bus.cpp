@@ -118,12 +118,13 @@ void CBus::Deliver(const Publication& publication) {
     for (const auto& [number, subscriber] : receivers) {
         try {
             subscriber->Push(publication.message, publication.context);
-            // Not before: who hears of it may count on the message being the subscriber's.
-            events_(BusLine("deliver", publication).With("to", number));
         } catch (const std::exception& exception) {
             events_(
                 BusLine("error", publication).With("to", number).With("text", exception.what()));
+            continue;
         }
+        // Not before: who hears of it may count on the message being the subscriber's.
+        events_(BusLine("deliver", publication).With("to", number));
     }
 }
 

@@ -73,6 +73,9 @@ std::string Compress(const std::string& plain) {
     Poco::DeflatingOutputStream deflating(compressed, Poco::DeflatingStreamBuf::STREAM_ZLIB);
     deflating << plain;
     deflating.close();
+    if (!deflating || !compressed) {
+        throw std::runtime_error("the policy cannot be compressed");
+    }
     return compressed.str();
 }
 
