@@ -1,7 +1,5 @@
 #include "lab/devhost/Host.h"
 
-#include <utility>
-
 #include <boost/algorithm/string/join.hpp>
 #include <boost/make_shared.hpp>
 
@@ -11,20 +9,17 @@
 
 namespace Kyr::Lab::DevHost {
 
-namespace Kernel = Common::Kernel;
-
-CHost::CHost(const HostSettings& settings, boost::shared_ptr<Kernel::IModule> module,
-             const LineSink& events, const LineSink& logFile)
+CHost::CHost(const HostSettings& settings, const MakeModule& makeModule, const LineSink& events,
+             const LineSink& logFile)
     : events_(OnDemand(events, settings.told)),
       byHand_(settings.byHand),
-      moduleName_(module->GetName()),
       claim_(ClaimDatabase(settings.databasePath)),
       database_(settings.databasePath, settings.instance),
       steps_(settings.dieAt, settings.die),
       failures_(events_),
       bus_(boost::make_shared<CBus>(events_, settings.told.count("record") != 0)),
       lent_({bus_, database_, steps_, failures_, events_, logFile}),
-      lifeCycle_(std::move(module), lent_, events_, Base::SystemClock()),
+      lifeCycle_(makeModule(), lent_, events_, Base::SystemClock()),
       console_({MessageCommands(*bus_), StoreCommands(*bus_, database_), LifeCommands(),
                 FailureCommands(failures_)},
                events_) {}
@@ -36,7 +31,7 @@ bool CHost::Start() {
     if (!byHand_ && !lifeCycle_.Begin()) {
         return false;
     }
-    events_(CLine("ready").With("module", moduleName_));
+    events_(CLine("ready").With("module", lifeCycle_.ModuleName()));
     return true;
 }
 

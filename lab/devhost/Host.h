@@ -1,7 +1,8 @@
 // The whole host: its resources, its bus, one module, and the commands that a person gives it.
 //
 // Threads: one thread calls; events come from several.
-// Errors: CDatabaseError from the constructor when the database cannot be opened.
+// Errors: CDatabaseError from the constructor when the database cannot be opened or another host
+// has it, and whatever the making of the module throws.
 #pragma once
 
 #include <functional>
@@ -32,10 +33,12 @@ struct HostSettings {
 
 class CHost {
   public:
-    /// `module` is the last reference to it. `events` takes every event, `logFile` the log lines
-    /// once more.
-    CHost(const HostSettings& settings, boost::shared_ptr<Common::Kernel::IModule> module,
-          const LineSink& events, const LineSink& logFile);
+    using MakeModule = std::function<boost::shared_ptr<Common::Kernel::IModule>()>;
+
+    /// `makeModule` gives the last reference to a new module; it is called once the database is
+    /// this host's. `events` takes every event, `logFile` the log lines once more.
+    CHost(const HostSettings& settings, const MakeModule& makeModule, const LineSink& events,
+          const LineSink& logFile);
 
     /// Begins the module's life, unless that is done by hand, and says `ready`. False when it
     /// failed. A run directory that cannot be used is an `error` before that.
@@ -62,7 +65,6 @@ class CHost {
 
     const LineSink events_;
     const bool byHand_;
-    const std::string moduleName_;
     const std::unique_ptr<CSqliteConnection> claim_;  // none for a database without a file
     CDatabase database_;
     CCollectionSteps steps_;

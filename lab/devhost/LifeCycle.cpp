@@ -123,6 +123,9 @@ std::optional<bool> CLifeCycle::Stop(bool force) {
 
 void CLifeCycle::Destroy() {
     Call("destroy", [&] {
+        if (module_.use_count() != 1) {
+            throw std::runtime_error("the module is held elsewhere");
+        }
         module_.reset();
         return "ok";
     });

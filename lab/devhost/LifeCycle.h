@@ -6,8 +6,10 @@
 // module is asked again and again.
 //
 // Threads: one thread calls; the stop thread is the life cycle's own.
-// Errors: a call that fails is told in its event; a single one is a std::runtime_error when there
-// is nothing to call any more.
+// Errors: a call that fails is told in its event. Destroying fails when someone else holds the
+// module still, which then is not called any more, as if it had been destroyed; the module's own
+// destructor must not throw. A single call is a std::runtime_error when there is nothing to call
+// any more.
 #pragma once
 
 #include <atomic>
@@ -54,6 +56,8 @@ class CLifeCycle {
     /// not begun.
     void WhenDestroyed(std::function<void()> notify) { destroyed_ = std::move(notify); }
     bool IsDestroyed() const { return state_ == State::kDestroyed; }
+    /// REQUIRES: the stop has not begun.
+    std::string ModuleName() const { return module_->GetName(); }
 
   private:
     enum class State { kCreated, kInitialized, kStopping, kDestroyed };

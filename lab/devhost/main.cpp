@@ -79,8 +79,9 @@ int Run(const Options& options, Lab::CCommandInput& input) {
     if (options.portLayer) {
         Lab::DevHost::TakePortsFromLayer(options.libraryPath);
     }
-    CHost host(options.host, loader.Create(), tell,
-               [&](const Lab::CLine& line) { log.Write(line); });
+    CHost host(
+        options.host, [&] { return loader.Create(); }, tell,
+        [&](const Lab::CLine& line) { log.Write(line); });
     logFile.open(options.logPath, std::ios::app);
     if (!logFile) {
         throw std::runtime_error("cannot open the log file " + options.logPath + ": " +

@@ -8,6 +8,7 @@
 #include "tests/lab/common/InputPipe.h"
 #include "tests/lab/common/LineList.h"
 #include "tests/lab/devhost/TestModule.h"
+#include "tests/support/system/TemporaryFolder.h"
 
 namespace Kyr::Test {
 namespace {
@@ -52,7 +53,7 @@ class CommandLoopTest : public ::testing::Test {
     StrictMock<MockFunction<void()>> endAtOnce_;
     CTestModule module_;
     CHost host_{{":memory:"},
-                module_.Loaded(),
+                [this] { return module_.Loaded(); },
                 [this](const Lab::CLine& line) { Take(line); },
                 [](const Lab::CLine&) {}};
 };
@@ -110,6 +111,15 @@ TEST_F(CommandLoopTest, StopWithoutQuitDoesNotEndTheProgram) {
                 ElementsAre("answer command=stop", kStopBegins, "life call=Stop(true) result=true",
                             "life call=destroy result=ok",
                             "answer command=get key=still value=\"\"", "answer command=quit"));
+}
+
+TEST(HostStartTest, HostWhoseDatabaseAnotherOneUsesMakesNoModule) {
+    const CTemporaryFolder folder;
+    const auto claim = Lab::DevHost::ClaimDatabase(folder.File("host.db"));
+    StrictMock<MockFunction<CHost::MakeModule>> makeModule;
+    const auto nowhere = [](const Lab::CLine&) {};
+    EXPECT_THROW(CHost({folder.File("host.db")}, makeModule.AsStdFunction(), nowhere, nowhere),
+                 Lab::DevHost::CDatabaseError);
 }
 
 }  // namespace

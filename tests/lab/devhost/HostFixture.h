@@ -175,7 +175,8 @@ class HostFixture : public ::testing::TestWithParam<Typed> {
     Lab::CLineList events_;
     CTestModule module_;
     Lab::DevHost::CHost host_{
-        Settings(), module_.Loaded(), [this](const Lab::CLine& line) { Take(line); },
+        Settings(), [this] { return module_.Loaded(); },
+        [this](const Lab::CLine& line) { Take(line); },
         [this](const Lab::CLine& line) {
             events_.Sink()(Lab::CLine("in-log-file").With("line", line.Text()));
         }};

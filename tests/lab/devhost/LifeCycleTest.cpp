@@ -136,6 +136,16 @@ TEST_F(LifeCycleTest, ModuleThatIsStoppedOrDestroyedIsNotCalledBesideThat) {
     EXPECT_EQ(module_.calls.size(), 6u);
 }
 
+TEST_F(LifeCycleTest, ModuleThatIsHeldElsewhereIsNotToldToBeDestroyed) {
+    CTestModule module;
+    auto held = module.Loaded();
+    CLifeCycle lifeCycle(held, nothing_, events_.Sink(), clock_);
+    lifeCycle.SingleCall("destroy")();
+    EXPECT_THAT(module.calls, ::testing::IsEmpty());
+    EXPECT_THAT(events_.Texts(), ElementsAre("life call=destroy result=failed "
+                                             "text=\"the module is held elsewhere\""));
+}
+
 TEST_F(LifeCycleTest, ModuleThatNeverBeganIsOnlyDestroyed) {
     Stop(false);
     EXPECT_THAT(module_.calls, ElementsAre("Destroy"));
