@@ -1,5 +1,20 @@
-// A host in this process, as a person and its module see it: what is typed or done, and what is
-// told of it.
+// A host in this process, as a person and its module see it: a session of what is typed, and of
+// what is told of it.
+//
+// Behind "> " stands what is typed: the host's own commands, `sql <statement>` for the file of its
+// database, and what its module is to do with what it is lent:
+//
+//   module asks <number>               asks for a resource
+//   module maps <number>               asks the database for a mapper
+//   module reads <key>                 takes a value from its mapper
+//   module writes <key> <value>        gives it one
+//   module stores <action>...          gives them to theirs
+//   module logs <line>                 writes it to the host's log
+//   module publishes <what> <record>...  what: indicators, telemetry, reply, nothing
+//   module subscribes <who>            to replies and telemetry, one subscriber for each name
+//   module looks                       nothing; `stored` tells what the database holds
+//
+// What the module gets for it, or whether, is told as `got`, what it has to catch as an `error`.
 //
 // Threads: one; deliveries of the bus are told on the bus's own.
 #pragma once
@@ -24,15 +39,13 @@
 
 namespace Kyr::Test {
 
-/// Lines for the host and, behind "module", for its module; behind "sql", for its database.
-struct Typed {
+struct Session {
     const char* name;
     std::vector<std::string> lines;
-    std::vector<std::string> told;
     const char* dieAt = nullptr;  // null: at no step of a collection
 };
 
-class HostFixture : public ::testing::TestWithParam<Typed> {
+class HostFixture : public ::testing::TestWithParam<Session> {
   protected:
     HostFixture() {
         EXPECT_TRUE(host_.Start());
@@ -43,21 +56,32 @@ class HostFixture : public ::testing::TestWithParam<Typed> {
         events_.Take();
     }
 
-    void TypeAll() {
+    /// Types what the session types; it is to go like that.
+    void Play() {
+        std::vector<std::string> lines;
         for (const std::string& line : GetParam().lines) {
-            const std::string rest = line.substr(line.find(' ') + 1);
-            if (boost::algorithm::starts_with(line, "module ")) {
-                uses_.Execute(rest);
-            } else if (boost::algorithm::starts_with(line, "sql ")) {
-                Lab::DevHost::CSqliteConnection(file_).Execute(rest.c_str());
-            } else {
-                host_.Execute(line);
+            if (boost::algorithm::starts_with(line, "> ")) {
+                lines.push_back(line);
+                Type(line.substr(2));
+                const std::vector<std::string> told = events_.Take();
+                lines.insert(lines.end(), told.begin(), told.end());
             }
         }
-        EXPECT_EQ(events_.Take(), GetParam().told);
+        EXPECT_EQ(lines, GetParam().lines);
     }
 
   private:
+    void Type(const std::string& line) {
+        const std::string rest = line.substr(line.find(' ') + 1);
+        if (boost::algorithm::starts_with(line, "module ")) {
+            uses_.Execute(rest);
+        } else if (boost::algorithm::starts_with(line, "sql ")) {
+            Lab::DevHost::CSqliteConnection(file_).Execute(rest.c_str());
+        } else {
+            host_.Execute(line);
+        }
+    }
+
     /// A resource that the host lends its module.
     template <typename Resource>
     boost::shared_ptr<Resource> Lent(int number) {
@@ -102,13 +126,12 @@ class HostFixture : public ::testing::TestWithParam<Typed> {
         events_.Sink()(line);
     }
 
-    /// Without what differs from run to run.
+    /// Without the values that differ from run to run.
     void Take(const Lab::CLine& line) {
         Lab::CLine told(line.Kind());
         for (const auto& [key, value] : line.Fields()) {
-            if (key != "private" && key != "resident") {
-                told.With(key, boost::algorithm::erase_all_copy(value, file_));
-            }
+            const bool differs = key == "private" || key == "resident";
+            told.With(key, differs ? "" : boost::algorithm::erase_all_copy(value, file_));
         }
         events_.Sink()(told);
     }
@@ -142,18 +165,19 @@ class HostFixture : public ::testing::TestWithParam<Typed> {
                 [this](auto& words) {
                     const std::string what = words.TakeWord("what");
                     bus_->Publish(Message(what, words.TakeRest()), {});
+                    EXPECT_TRUE(subscribers_.empty() || Await([this] {
+                                    return boost::algorithm::starts_with(events_.Texts().back(),
+                                                                         "deliver ");
+                                }));
                 }),
             row("subscribes",
-                [this](auto&) {
-                    const auto subscriber = boost::make_shared<CKeepingSubscriber>();
+                [this](auto& words) {
+                    auto& subscriber = subscribers_[words.TakeWord("who")];
+                    if (!subscriber) {
+                        subscriber = boost::make_shared<CKeepingSubscriber>();
+                    }
                     bus_->Subscribe(subscriber, MessageType::Response);
                     bus_->Subscribe(subscriber, MessageType::DataMinerStoreEcsTelemetryLogs);
-                }),
-            row("waits",
-                [this](auto&) {
-                    EXPECT_TRUE(Await([this] {
-                        return boost::algorithm::starts_with(events_.Texts().back(), "deliver ");
-                    }));
                 }),
             row("looks", [this](auto&) { TellStored("stored"); }),
         };
@@ -186,6 +210,7 @@ class HostFixture : public ::testing::TestWithParam<Typed> {
     boost::shared_ptr<Common::Kernel::ILoggerResource> log_;
     boost::shared_ptr<Common::Database::IKeyValueAccessMapper> values_;
     boost::shared_ptr<Common::Database::IOvRemediationActionsMapper> actions_;
+    std::map<std::string, boost::shared_ptr<CKeepingSubscriber>> subscribers_;
 };
 
 }  // namespace Kyr::Test

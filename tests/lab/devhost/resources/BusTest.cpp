@@ -4,6 +4,7 @@
 #include "lab/devhost/printing/OnDemand.h"
 #include "lab/devhost/resources/Bus.h"
 #include "logs/DataMinerMessages.h"
+#include "logs/EventLog.h"
 #include "logs/OvAgentRequest.h"
 #include "logs/StatusLog.h"
 #include "tests/lab/common/LineList.h"
@@ -14,6 +15,7 @@ namespace {
 
 using Common::Message::Connectors::OvAgentConnector::COvAgentRequest;
 using Common::Message::DataMiners::CDataMinerStoreEcsTelemetryLogs;
+using Common::Message::Logs::CEventLog;
 using Common::Message::Logs::CStatusLog;
 using Lab::DevHost::CBus;
 using Lab::DevHost::CDeliveryContext;
@@ -156,6 +158,15 @@ TEST_F(BusTest, RecordsOfABatchAreToldOneByOneOnDemandAndElseNotEvenMade) {
                                             record + "row=1 text=\"{\\\"two\\\":2}\""));
     CBus(events_.Sink(), false).Publish(batch, {});
     EXPECT_THAT(events_.Texts(), ElementsAre(StartsWith("publish "), StartsWith("message ")));
+}
+
+TEST_F(BusTest, BlobOfALogIsToldWholeOnDemand) {
+    const auto log = boost::make_shared<CEventLog>(MessageType::ConfigurationEvent);
+    log->GetSymbols()->AddInt32(1888, 1).AddBlob(1892, "a=1\n");
+    CBus(OnDemand(events_.Sink(), {"record"})).Publish(log, {});
+    EXPECT_THAT(events_.Texts(),
+                Contains("record type=10244 name=EventLog_PRODUCT_CONFIGURATION context=1 row=0 "
+                         "symbol=1892-configuration text=\"a=1\\n\""));
 }
 
 }  // namespace

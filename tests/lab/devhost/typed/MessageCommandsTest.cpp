@@ -126,13 +126,22 @@ TEST_F(MessageCommandsTest, ReplyIsOfTheTypeThatWasGiven) {
 }
 
 TEST_F(MessageCommandsTest, WordsThatMakeNoMessageAreRefused) {
-    for (const char* line :
-         {"kill sha1=ab", "kill pid=me", "kill pid=1 ids=a,b", "kill pid=1 delete=1",
-          "block sha256=cd delete=2", "trigger", "trigger kind=2147483648", "trigger kind=0 now",
-          "reply type=7", "reply now"}) {
+    const char* const kRows[][2] = {
+        {"kill sha1=ab", "command=kill text=\"pid is missing\""},
+        {"kill pid=me", "command=kill text=\"'me' is not a number\""},
+        {"kill pid=1 ids=a,b",
+         "command=kill text=\"ids takes three identifiers with commas between them\""},
+        {"kill pid=1 delete=1", "command=kill text=\"not understood: delete=1\""},
+        {"block sha256=cd delete=2", "command=block text=\"delete is at most 1\""},
+        {"trigger", "command=trigger text=\"kind is missing\""},
+        {"trigger kind=2147483648", "command=trigger text=\"kind is at most 2147483647\""},
+        {"trigger kind=0 now", "command=trigger text=\"not understood: now\""},
+        {"reply type=7", "command=reply text=\"the type of a reply is 688 or 1\""},
+        {"reply now", "command=reply text=\"not understood: now\""},
+    };
+    for (const auto& [line, error] : kRows) {
         console_.Execute(line);
-        EXPECT_THAT(events_.Take(), ::testing::ElementsAre(::testing::StartsWith("error ")))
-            << line;
+        EXPECT_THAT(events_.Take(), ::testing::ElementsAre("error " + std::string(error))) << line;
     }
     bus_.WaitUntilDelivered();
     EXPECT_THAT(subscriber_->messages, ::testing::IsEmpty());
