@@ -3,6 +3,9 @@
 An operation that moves calls another one across the library border. The tables are those of every compiler that may build
 one of the two: g++ and clang on Linux, MinGW on Windows, and the family of the Microsoft ABI, which is the host's. They are
 the same, but that the last turns neighbouring overloads round. A destructor counts as one slot, also where it takes two.
+
+All tables are clang's: its layout stands here for that of g++, of MinGW and of Microsoft's compiler. SlotOrderTest.cpp beside
+this folder asks the compiler that builds for the far slots of the same interfaces.
 """
 import pathlib
 import re
