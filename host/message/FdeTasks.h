@@ -27,8 +27,9 @@ class CEnableFDEMaintenanceMode
     /// Equal type, identifiers and configuration.
     bool Equals(const Kernel::IMessage& other) const override;
 
-    /// The payload, as the host calls it.
+    /// The host's name for GetPayload.
     const Configuration& GetConfiguration() const { return GetPayload(); }
+    /// The host's name for SetPayload.
     void SetConfiguration(const Configuration& configuration) { SetPayload(configuration); }
 
   private:

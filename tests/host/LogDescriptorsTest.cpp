@@ -32,6 +32,15 @@ std::string SymbolsOf(const CLogDescriptor& log) {
     return text;
 }
 
+/// The numbers of the symbols with that tag.
+std::string Tagged(const CLogDescriptor& log, std::int32_t tag) {
+    std::string text;
+    for (const auto& symbol : log.GetDeltaSymbolsByTag(tag)) {
+        text += (text.empty() ? "" : " ") + std::to_string(symbol->GetDeltaSymbolType());
+    }
+    return text;
+}
+
 CLogDescriptorMap SmallMap() {
     return {
         {{{kEvent, kDelta, kStatus},
@@ -47,7 +56,7 @@ TEST(LogDescriptorsTest, LogKeepsItsSymbolsInTheDeclaredOrder) {
     EXPECT_TRUE(log->IsLogMultiproduct());
     ASSERT_EQ(log->GetDeltaSymbols().size(), 2u);
     EXPECT_EQ(log->GetDeltaSymbols()[0]->GetDeltaSymbolType(), 1);
-    EXPECT_EQ(log->GetDeltaSymbolsByTag(6).size(), 1u);
+    EXPECT_EQ(Tagged(*log, 6), "1");
     EXPECT_THROW(log->GetSymbolDescriptor(3), std::runtime_error);
     const auto symbol = log->GetSymbolDescriptor(1);
     EXPECT_EQ(symbol->GetDeltaSymbolType(), 1);
@@ -137,16 +146,21 @@ TEST(LogDescriptorTableTest, EachLogHasItsSymbolsWithoutLimitsAndNoOtherLogHasTh
         LogType type;
         bool isMultiproduct;
         const char* symbols;
+        const char* mandatory;
+        const char* productKey;
     } kRows[] = {
         {DataDefinition::Logs::PROTECTION_STATUS, false,
-         "235:6! 241:1! 242:5! 244:1! 245:3! 246:3! 247:3! 248:3! 4298:3"},
-        {DataDefinition::Logs::AGENT_PRESENCE, false, "2141:6! 2143:1! 2144:5! 2146:1! 2147:1!"},
+         "235:6! 241:1! 242:5! 244:1! 245:3! 246:3! 247:3! 248:3! 4298:3",
+         "235 241 242 244 245 246 247 248", ""},
+        {DataDefinition::Logs::AGENT_PRESENCE, false, "2141:6! 2143:1! 2144:5! 2146:1! 2147:1!",
+         "2141 2143 2144 2146 2147", ""},
         {DataDefinition::Logs::PRODUCT_PRESENCE, true,
-         "3552:6! 3554:1! 3555:5! 3559:1! 3560:4! 4429:3#"},
+         "3552:6! 3554:1! 3555:5! 3559:1! 3560:4! 4429:3#", "3552 3554 3555 3559 3560", "4429"},
         {DataDefinition::Logs::TASK, false,
-         "2834:6! 2836:1! 2838:5! 2842:6! 2844:6! 2846:6! 2848:3! 2850:1! 2853:3! 2913:4"},
+         "2834:6! 2836:1! 2838:5! 2842:6! 2844:6! 2846:6! 2848:3! 2850:1! 2853:3! 2913:4",
+         "2834 2836 2838 2842 2844 2846 2848 2850 2853", ""},
         {DataDefinition::Logs::PRODUCT_CONFIGURATION, false,
-         "1886:6! 1888:1! 1889:5! 1891:3! 1892:7!"},
+         "1886:6! 1888:1! 1889:5! 1891:3! 1892:7!", "1886 1888 1889 1891 1892", ""},
     };
     EXPECT_EQ(LogTable().size(), std::size(kRows));
     for (const auto& row : kRows) {
@@ -154,6 +168,8 @@ TEST(LogDescriptorTableTest, EachLogHasItsSymbolsWithoutLimitsAndNoOtherLogHasTh
         EXPECT_EQ(log->GetLogType(), row.type);
         EXPECT_EQ(log->IsLogMultiproduct(), row.isMultiproduct) << row.symbols;
         EXPECT_EQ(SymbolsOf(*log), row.symbols);
+        EXPECT_EQ(Tagged(*log, TAG_MANDATORY), row.mandatory);
+        EXPECT_EQ(Tagged(*log, TAG_PRODUCT_KEY), row.productKey);
         for (const auto& symbol : log->GetDeltaSymbols()) {
             EXPECT_EQ(symbol->GetOtlLength(), 0u);
             EXPECT_EQ(StandardMap().GetLogTypeBySymbol(symbol->GetDeltaSymbolType()), row.type);

@@ -47,15 +47,17 @@ void Fill(CRequestConfigurationMessage::Payload& payload, int content) {
     payload.set_producttype(content);
 }
 
-void Fill(CMaintenanceTask::Payload& payload, int content) {
-    payload.set_boots(static_cast<std::uint32_t>(content));
-}
-
 template <typename Task>
 void SetContent(Task& task, int content) {
     typename Task::Payload payload;
     Fill(payload, content);
     task.SetPayload(payload);
+}
+
+void SetContent(CMaintenanceTask& task, int content) {
+    CMaintenanceTask::Configuration configuration;
+    configuration.set_boots(static_cast<std::uint32_t>(content));
+    task.SetConfiguration(configuration);
 }
 
 void SetContent(CApplyPolicy& policy, int content) {
