@@ -37,19 +37,24 @@ void ReadPayload(const Bytes& payload) {
     Try([&] { ParseAgentUuid(request.body); });
 }
 
-void ReadAlpc(const Bytes& message) {
-    const AlpcRequest request = DecodeAlpcRequest(message);
-    Require(request.payload.size() == (request.payloadInView ? 0 : request.requestLength));
+void ReadMessage(std::size_t headerSize, const PortRequest& request, const Bytes& message) {
+    Require(request.lengthElsewhere == 0 || request.payload.empty());
     // To what was read, an answer can be given.
-    Require(EncodePortReply(kAlpcHeaderSize, message, 0, 1, {0}).size() == kAlpcHeaderSize + 9);
+    Require(EncodePortReply(headerSize, message, 0, 1, {0}).size() == headerSize + 9);
     ReadPayload(request.payload);
 }
 
+void ReadAlpc(const Bytes& message) {
+    const PortRequest request = DecodeAlpcRequest(message);
+    Require(request.payload.size() + request.lengthElsewhere ==
+            ReadU32(message, kAlpcHeaderSize + 8));
+    ReadMessage(kAlpcHeaderSize, request, message);
+}
+
 void ReadLpc(const LpcLayout& layout, const Bytes& message) {
-    const LpcRequest request = DecodeLpcRequest(layout, message);
-    Require(request.isLarge || request.requestEntryLength + request.replyEntryLength == 0);
-    Require(EncodePortReply(layout.headerSize, message, 0, 1, {0}).size() == layout.headerSize + 9);
-    ReadPayload(request.payload);
+    const PortRequest request = DecodeLpcRequest(layout, message);
+    Require(request.replyBuffer || request.lengthElsewhere == 0);
+    ReadMessage(layout.headerSize, request, message);
 }
 
 }  // namespace

@@ -10,47 +10,19 @@ namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-using NtApi::AlpcContextAttr;
 using NtApi::AlpcDataViewAttr;
-using NtApi::AlpcMessageAttributes;
 
 /// What a client sends when it connects: the protocol's name and version, and the longest reply
 /// that it takes inside a message.
 const Bytes kAlpcConnectionInfo{'K', 'e', 'l', 'C', 'o',  'm',  'm', ' ',
                                 2,   0,   0,   0,   0xCF, 0xFF, 0,   0};
 
-/// An attribute buffer, aligned for every body.
-class CAttributes {
-  public:
-    explicit CAttributes(std::uint32_t attributes) {
-        std::size_t size = 0;
-        PortLayer::AlpcInitializeMessageAttribute(attributes, nullptr, 0, &size);
-        storage_.resize((size + sizeof(std::uint64_t) - 1) / sizeof(std::uint64_t));
-        PortLayer::AlpcInitializeMessageAttribute(attributes, Get(), size, &size);
-    }
-
-    AlpcMessageAttributes* Get() {
-        return reinterpret_cast<AlpcMessageAttributes*>(storage_.data());
-    }
-
-    /// The body of an attribute, or null when it did not come with the message.
-    template <typename Body>
-    Body* Find(std::uint32_t attribute) {
-        return (Get()->ValidAttributes & attribute) == 0 ? nullptr : FindBody<Body>(attribute);
-    }
-
-    AlpcDataViewAttr& MakeView() {
-        Get()->ValidAttributes |= NtApi::kAlpcMessageViewAttribute;
-        return *FindBody<AlpcDataViewAttr>(NtApi::kAlpcMessageViewAttribute);
-    }
-
-  private:
-    template <typename Body>
-    Body* FindBody(std::uint32_t attribute) {
-        return static_cast<Body*>(PortLayer::AlpcGetMessageAttribute(Get(), attribute));
-    }
-
-    std::vector<std::uint64_t> storage_;
+/// What comes with a message: the system lays the bodies behind the head in this order.
+struct Attributes {
+    NtApi::AlpcMessageAttributes head{
+        NtApi::kAlpcMessageViewAttribute | NtApi::kAlpcMessageContextAttribute, 0};
+    AlpcDataViewAttr view{};
+    NtApi::AlpcContextAttr context{};
 };
 
 NtApi::AlpcPortAttributes PortAttributes() {
@@ -84,20 +56,17 @@ class CAlpcServer final : public CPortServer {
     }
 
     NtApi::NtStatus Receive(ReceivedRequest& received) override {
-        CAttributes attributes(NtApi::kAlpcMessageViewAttribute |
-                               NtApi::kAlpcMessageContextAttribute);
+        Attributes attributes;
         received.message.assign(kAlpcMaxMessage, 0);
         std::size_t size = received.message.size();
         std::int64_t timeout = kServeTimeout;
         const NtApi::NtStatus status = PortLayer::NtAlpcSendWaitReceivePort(
-            Port(), 0, nullptr, nullptr, received.message.data(), &size, attributes.Get(),
+            Port(), 0, nullptr, nullptr, received.message.data(), &size, &attributes.head,
             &timeout);
-        const auto* const context =
-            attributes.Find<AlpcContextAttr>(NtApi::kAlpcMessageContextAttribute);
-        const auto* const view =
-            attributes.Find<AlpcDataViewAttr>(NtApi::kAlpcMessageViewAttribute);
-        received.client = context == nullptr ? 0 : reinterpret_cast<ClientId>(context->PortContext);
-        received.view = view == nullptr ? std::nullopt : std::optional(*view);
+        received.client = reinterpret_cast<ClientId>(attributes.context.PortContext);
+        const bool hasView =
+            (attributes.head.ValidAttributes & NtApi::kAlpcMessageViewAttribute) != 0;
+        received.view = hasView ? std::optional(attributes.view) : std::nullopt;
         return status;
     }
 
@@ -131,24 +100,17 @@ class CAlpcServer final : public CPortServer {
         }
     }
 
-    PortRequest ReadRequest(ReceivedRequest& received) override {
-        const AlpcRequest decoded = DecodeAlpcRequest(received.message);
-        PortRequest request;
-        request.command = decoded.command;
-        request.replyCapacity = decoded.replyCapacity;
-        request.payload = decoded.payload;
-        if (!decoded.payloadInView) {
-            return request;
-        }
-        Require(received.view && received.view->ViewSize >= decoded.requestLength,
+    PortRequest Decode(const Bytes& message) const override { return DecodeAlpcRequest(message); }
+
+    Bytes Fetch(ReceivedRequest& received, std::uint32_t length) const override {
+        Require(received.view && received.view->ViewSize >= length,
                 "the request's view is missing or too small");
-        Require(decoded.requestLength <= kMaxRequest, "the request is too long");
         const auto* const bytes = static_cast<const std::uint8_t*>(received.view->ViewBase);
-        request.payload.assign(bytes, bytes + decoded.requestLength);
-        return request;
+        return Bytes(bytes, bytes + length);
     }
 
-    void Reply(ReceivedRequest& received, const PortAnswer& answer) override {
+    void Reply(ReceivedRequest& received, const PortRequest&,
+               const PortAnswer& answer) const override {
         const NtApi::Handle port = PortOf(received.client);
         if (answer.bytes.size() > kAlpcMaxInlineReply && !answer.withoutView) {
             SendInView(port, received, answer);
@@ -166,9 +128,10 @@ class CAlpcServer final : public CPortServer {
     void SendInView(NtApi::Handle port, const ReceivedRequest& received,
                     const PortAnswer& answer) const {
         const std::size_t size = answer.bytes.size() - (answer.smallView ? 1 : 0);
-        CAttributes attributes(NtApi::kAlpcMessageViewAttribute);
-        AlpcDataViewAttr& view = attributes.MakeView();
-        view = {0, nullptr, nullptr, size};
+        Attributes attributes;
+        attributes.head.ValidAttributes = NtApi::kAlpcMessageViewAttribute;
+        AlpcDataViewAttr& view = attributes.view;
+        view.ViewSize = size;
         NtApi::NtStatus status = PortLayer::NtAlpcCreatePortSection(
             port, NtApi::kAlpcPortSectionSecure, nullptr, size, &view.SectionHandle, nullptr);
         if (!NtApi::IsError(status)) {
@@ -181,7 +144,7 @@ class CAlpcServer final : public CPortServer {
                                           answer.AnnouncedLength(), {});
             // Not released: the client still has to read the view, and releases the reply after
             // that.
-            status = PortLayer::NtAlpcSendWaitReceivePort(port, 0, reply.data(), attributes.Get(),
+            status = PortLayer::NtAlpcSendWaitReceivePort(port, 0, reply.data(), &attributes.head,
                                                           nullptr, nullptr, nullptr, nullptr);
         }
         if (NtApi::IsError(status)) {

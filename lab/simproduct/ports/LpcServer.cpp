@@ -68,42 +68,37 @@ class CLpcServer final : public CPortServer {
 
     void CloseClient(NtApi::Handle port) override { PortLayer::NtClose(port); }
 
-    PortRequest ReadRequest(ReceivedRequest& received) override {
-        current_ = {};
-        current_ = DecodeLpcRequest(layout_, received.message);
-        PortRequest request;
-        request.command = current_.command;
-        request.replyCapacity = current_.replyCapacity;
-        request.payload = current_.payload;
-        if (current_.requestEntryLength == 0) {
-            return request;
-        }
-        Require(current_.requestEntryLength <= kMaxRequest, "the request is too long");
-        request.payload.resize(current_.requestEntryLength);
+    PortRequest Decode(const Bytes& message) const override {
+        return DecodeLpcRequest(layout_, message);
+    }
+
+    Bytes Fetch(ReceivedRequest& received, std::uint32_t length) const override {
+        Bytes payload(length);
         std::size_t done = 0;
         const NtApi::NtStatus status =
             PortLayer::NtReadRequestData(PortOf(received.client), received.message.data(), 0,
-                                         request.payload.data(), request.payload.size(), &done);
-        if (NtApi::IsError(status) || done != request.payload.size()) {
+                                         payload.data(), payload.size(), &done);
+        if (NtApi::IsError(status) || done != payload.size()) {
             throw CMalformed("the request buffer cannot be read: " + StatusText(status));
         }
-        return request;
+        return payload;
     }
 
-    void Reply(ReceivedRequest& received, const PortAnswer& answer) override {
+    void Reply(ReceivedRequest& received, const PortRequest& request,
+               const PortAnswer& answer) const override {
         Bytes inlineReply = answer.bytes;
         if (inlineReply.size() > layout_.maxInlineReply) {
-            if (current_.isLarge) {
+            if (request.replyBuffer) {
                 // Into the client's own buffer, before it wakes; a reply that is too long on
                 // purpose fills the buffer and no more.
                 const std::size_t size =
-                    std::min<std::size_t>(inlineReply.size(), current_.replyEntryLength);
+                    std::min<std::size_t>(inlineReply.size(), *request.replyBuffer);
                 const NtApi::NtStatus status =
                     PortLayer::NtWriteRequestData(PortOf(received.client), received.message.data(),
                                                   1, inlineReply.data(), size, nullptr);
                 ReportFailure("write", status);
             }
-            inlineReply.resize(current_.isLarge ? 0 : layout_.maxInlineReply);
+            inlineReply.resize(request.replyBuffer ? 0 : layout_.maxInlineReply);
         }
         Bytes reply = EncodePortReply(layout_.headerSize, received.message, answer.code,
                                       answer.AnnouncedLength(), inlineReply);
@@ -113,8 +108,6 @@ class CLpcServer final : public CPortServer {
     }
 
     const LpcLayout layout_;
-    /// The request that is being handled, for its reply. By the serving thread only.
-    LpcRequest current_;
 };
 
 }  // namespace

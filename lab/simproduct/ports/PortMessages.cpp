@@ -17,24 +17,26 @@ std::size_t EndOf(const Bytes& message, std::size_t headerSize) {
 
 }  // namespace
 
-AlpcRequest DecodeAlpcRequest(const Bytes& message) {
+PortRequest DecodeAlpcRequest(const Bytes& message) {
     constexpr std::size_t kPayloadOffset = kAlpcHeaderSize + 16;
     const std::size_t end = EndOf(message, kAlpcHeaderSize);
     Require(end >= kPayloadOffset, "the message is too short");
-    AlpcRequest request;
+    PortRequest request;
+    request.transport = Transport::kAlpc;
     request.command = ReadU32(message, kAlpcHeaderSize);
-    request.requestLength = ReadU32(message, kAlpcHeaderSize + 8);
     request.replyCapacity = ReadU32(message, kAlpcHeaderSize + 12);
-    request.payloadInView = request.requestLength > kAlpcMaxInlineRequest;
-    const std::size_t inlineLength = request.payloadInView ? 0 : request.requestLength;
+    const std::uint32_t length = ReadU32(message, kAlpcHeaderSize + 8);
+    request.lengthElsewhere = length > kAlpcMaxInlineRequest ? length : 0;
+    const std::size_t inlineLength = length - request.lengthElsewhere;
     Require(end - kPayloadOffset == inlineLength, "the payload's length is not the request length");
     request.payload = ReadBytes(message, kPayloadOffset, inlineLength);
     return request;
 }
 
-LpcRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message) {
+PortRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message) {
     const std::size_t end = EndOf(message, layout.headerSize);
-    LpcRequest request;
+    PortRequest request;
+    request.transport = Transport::kLpc;
     request.command = ReadU32(message, layout.headerSize);
     request.replyCapacity = ReadU32(message, layout.headerSize + 8);
 
@@ -44,15 +46,14 @@ LpcRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message) {
         Require(block == payload, "the data-information block stands elsewhere");
         Require(ReadU32(message, block) == 2, "two data entries expected");
         const std::size_t entries = block + layout.entriesOffset;
-        request.isLarge = true;
-        request.requestEntryLength = ReadU32(message, entries + layout.entryLengthOffset);
-        request.replyEntryLength =
+        request.lengthElsewhere = ReadU32(message, entries + layout.entryLengthOffset);
+        request.replyBuffer =
             ReadU32(message, entries + layout.entrySize + layout.entryLengthOffset);
         payload = entries + 2 * layout.entrySize;
     }
     Require(payload <= end, "the message ends before its payload");
     request.payload = ReadBytes(message, payload, end - payload);
-    Require(request.requestEntryLength == 0 || request.payload.empty(), "the payload comes twice");
+    Require(request.lengthElsewhere == 0 || request.payload.empty(), "the payload comes twice");
     return request;
 }
 

@@ -22,7 +22,7 @@
 // Errors: CMalformed.
 #pragma once
 
-#include "lab/simproduct/requests/Bytes.h"
+#include "lab/simproduct/requests/PortExchange.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -35,15 +35,8 @@ constexpr std::size_t kAlpcMaxInlineRequest = 0xFFC7;
 /// Longer replies go in a view (protocol).
 constexpr std::size_t kAlpcMaxInlineReply = 0xFFCF;
 
-struct AlpcRequest {
-    std::uint32_t command = 0;
-    std::uint32_t replyCapacity = 0;
-    std::uint32_t requestLength = 0;
-    bool payloadInView = false;
-    Bytes payload;  // empty when it comes in a view
-};
-
-AlpcRequest DecodeAlpcRequest(const Bytes& message);
+/// A payload elsewhere is in a view.
+PortRequest DecodeAlpcRequest(const Bytes& message);
 
 /// What depends on the pointer width of the legacy port's structures.
 struct LpcLayout {
@@ -57,16 +50,8 @@ struct LpcLayout {
 constexpr LpcLayout kLpcLayout32{24, 4, 8, 4, 296};
 constexpr LpcLayout kLpcLayout64{40, 8, 16, 8, 600};
 
-struct LpcRequest {
-    std::uint32_t command = 0;
-    std::uint32_t replyCapacity = 0;
-    Bytes payload;  // empty when it must be fetched through entry 0
-    bool isLarge = false;
-    std::uint32_t requestEntryLength = 0;  // 0: the payload is in the message
-    std::uint32_t replyEntryLength = 0;
-};
-
-LpcRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message);
+/// A payload elsewhere must be fetched through entry 0.
+PortRequest DecodeLpcRequest(const LpcLayout& layout, const Bytes& message);
 
 /// A reply message. Its header repeats the ids of the request's, which name the waiting client.
 /// REQUIRES: `inlineReply` fits a message; `request` could be decoded.

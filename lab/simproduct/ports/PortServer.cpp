@@ -120,14 +120,18 @@ void CPortServer::Disconnect(ClientId client, const char* by) {
 }
 
 void CPortServer::HandleRequest(ReceivedRequest& received, bool wantsReply) {
+    PortRequest request;
     PortAnswer answer;
     try {
-        PortRequest request = ReadRequest(received);
+        request = Decode(received.message);
+        request.wantsReply = wantsReply;
+        if (request.lengthElsewhere != 0) {
+            Require(request.lengthElsewhere <= kMaxRequest, "the request is too long");
+            request.payload = Fetch(received, request.lengthElsewhere);
+        }
         if (request.command == kPingCommand) {
             TellNative(received, received.client, "ping");
         }
-        request.transport = kind_.transport;
-        request.wantsReply = wantsReply;
         answer = handler_(request);
     } catch (const CMalformed& problem) {
         sink_(Line("error").With("text", problem.what()));
@@ -141,7 +145,7 @@ void CPortServer::HandleRequest(ReceivedRequest& received, bool wantsReply) {
             break;
         case PortAnswer::Delivery::kReply:
             if (wantsReply) {
-                Reply(received, answer);
+                Reply(received, request, answer);
             }
     }
 }

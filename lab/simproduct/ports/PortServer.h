@@ -81,9 +81,12 @@ class CPortServer {
     virtual NtApi::NtStatus Accept(ReceivedRequest& received, ClientId client, bool known,
                                    NtApi::Handle* port) = 0;
     virtual void CloseClient(NtApi::Handle port) = 0;
-    /// Throws CMalformed.
-    virtual PortRequest ReadRequest(ReceivedRequest& received) = 0;
-    virtual void Reply(ReceivedRequest& received, const PortAnswer& answer) = 0;
+    /// Throws CMalformed, as the next.
+    virtual PortRequest Decode(const Bytes& message) const = 0;
+    /// The payload of that length that did not come in the message.
+    virtual Bytes Fetch(ReceivedRequest& received, std::uint32_t length) const = 0;
+    virtual void Reply(ReceivedRequest& received, const PortRequest& request,
+                       const PortAnswer& answer) const = 0;
     /// Gives back what the message keeps of the system's memory.
     virtual void Release(ReceivedRequest&) {}
 

@@ -26,6 +26,8 @@ struct PortRequest {
     std::uint32_t replyCapacity = 0;
     bool wantsReply = true;
     Bytes payload;
+    std::uint32_t lengthElsewhere = 0;         // of a payload that did not come in the message
+    std::optional<std::uint32_t> replyBuffer;  // legacy port: room for a long reply at the client
 };
 
 // Statuses of the reply header. The first two have a meaning for every client (protocol); the

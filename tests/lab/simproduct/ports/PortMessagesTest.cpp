@@ -64,24 +64,49 @@ Bytes With(Bytes message, std::initializer_list<std::pair<std::size_t, std::uint
     return message;
 }
 
-TEST(AlpcMessagesTest, RequestWithItsPayloadInTheMessageIsRead) {
-    const AlpcRequest request = DecodeAlpcRequest(kAlpcInline);
-
-    EXPECT_EQ(3u, request.command);
-    EXPECT_EQ(65536u, request.replyCapacity);
-    EXPECT_FALSE(request.payloadInView);
-    EXPECT_EQ((Bytes{0xAA, 0xBB}), request.payload);
+/// Of the legacy port when a layout is given.
+PortRequest Decode(const LpcLayout* layout, const Bytes& message) {
+    return layout == nullptr ? DecodeAlpcRequest(message) : DecodeLpcRequest(*layout, message);
 }
 
-TEST(AlpcMessagesTest, RequestWithItsPayloadInAViewIsRead) {
-    const AlpcRequest request = DecodeAlpcRequest(kAlpcInView);
+const LpcLayout* const kAdvanced = nullptr;
 
-    EXPECT_TRUE(request.payloadInView);
-    EXPECT_EQ(65480u, request.requestLength);
-    EXPECT_TRUE(request.payload.empty());
+const struct {
+    const char* name;
+    const LpcLayout* layout;
+    Bytes message;
+    std::uint32_t command;
+    std::uint32_t replyCapacity;
+    Bytes payload;
+    std::uint32_t lengthElsewhere;
+    std::optional<std::uint32_t> replyBuffer;
+} kMessages[] = {
+    {"advanced", kAdvanced, kAlpcInline, 3, 65536, {0xAA, 0xBB}, 0, {}},
+    {"in a view", kAdvanced, kAlpcInView, 3, 0, {}, 65480, {}},
+    {"small", &kLpcLayout32, kSmall32, 3, 296, {0xAA, 0xBB, 0xCC, 0xDD}, 0, {}},
+    {"small, 64 bits", &kLpcLayout64, kSmall64, 0, 0, {0xEE}, 0, {}},
+    {"large", &kLpcLayout32, kLargeInline32, 3, 65536, {0x77, 0x88}, 0, 65536},
+    {"by reference", &kLpcLayout32, kLargeByReference32, 3, 65536, {}, 273, 65536},
+    {"by reference, 64", &kLpcLayout64, kLargeByReference64, 3, 65536, {}, 557, 65536},
+};
+
+TEST(PortMessagesTest, RequestsOfAllFormsAreReadUnlessTheyAreTruncated) {
+    for (const auto& row : kMessages) {
+        SCOPED_TRACE(row.name);
+        const PortRequest request = Decode(row.layout, row.message);
+        EXPECT_EQ(row.layout == kAdvanced ? Transport::kAlpc : Transport::kLpc, request.transport);
+        EXPECT_EQ(row.command, request.command);
+        EXPECT_EQ(row.replyCapacity, request.replyCapacity);
+        EXPECT_EQ(row.payload, request.payload);
+        EXPECT_EQ(row.lengthElsewhere, request.lengthElsewhere);
+        EXPECT_EQ(row.replyBuffer, request.replyBuffer);
+        for (std::size_t size = 0; size < row.message.size(); ++size) {
+            EXPECT_THROW(Decode(row.layout, BytesAt(row.message, 0, size)), CMalformed) << size;
+        }
+    }
 }
 
-TEST(AlpcMessagesTest, LongestPayloadInTheMessageIsRead) {
+TEST(PortMessagesTest, LongestPayloadInTheMessageIsRead) {
     // 65479 bytes: data length 65495 = 0xFFD7, total 65519 = 0xFFEF.
     Bytes message = HexBytes("D7 FF EF FF 01 20 00 00 " + kIds +
                              "03 00 00 00 00 00 00 00 C7 FF 00 00 00 00 01 00");
@@ -90,71 +115,35 @@ TEST(AlpcMessagesTest, LongestPayloadInTheMessageIsRead) {
     EXPECT_EQ(Bytes(65479, 0x5A), DecodeAlpcRequest(message).payload);
 }
 
-TEST(AlpcMessagesTest, TruncationsAndNumbersThatContradictEachOtherAreRefused) {
-    for (std::size_t size = 0; size < kAlpcInline.size(); ++size) {
-        EXPECT_THROW(DecodeAlpcRequest(BytesAt(kAlpcInline, 0, size)), CMalformed) << size;
-    }
-    EXPECT_THROW(DecodeAlpcRequest(With(kAlpcInline, {{2, 0x29}})), CMalformed)
-        << "lengths of the message";
-    EXPECT_THROW(DecodeAlpcRequest(With(kAlpcInline, {{32, 0x03}})), CMalformed)
-        << "length of the request";
-    EXPECT_THROW(DecodeAlpcRequest(With(kAlpcInline, {{32, 0xC8}, {33, 0xFF}})), CMalformed)
-        << "a payload beside a view";
-}
-
-TEST(LpcMessagesTest, RequestsOfBothSizesAndWidthsAreRead) {
-    const struct {
-        const char* name;
-        LpcLayout layout;
-        Bytes message;
-        std::uint32_t command;
-        std::uint32_t replyCapacity;
-        Bytes payload;
-        bool isLarge;
-        std::uint32_t requestEntryLength;
-        std::uint32_t replyEntryLength;
-    } kRows[] = {
-        {"small", kLpcLayout32, kSmall32, 3, 296, {0xAA, 0xBB, 0xCC, 0xDD}, false, 0, 0},
-        {"small, 64 bits", kLpcLayout64, kSmall64, 0, 0, {0xEE}, false, 0, 0},
-        {"large", kLpcLayout32, kLargeInline32, 3, 65536, {0x77, 0x88}, true, 0, 65536},
-        {"by reference", kLpcLayout32, kLargeByReference32, 3, 65536, {}, true, 273, 65536},
-        {"by reference, 64", kLpcLayout64, kLargeByReference64, 3, 65536, {}, true, 557, 65536},
-    };
-    for (const auto& row : kRows) {
-        SCOPED_TRACE(row.name);
-        const LpcRequest request = DecodeLpcRequest(row.layout, row.message);
-        EXPECT_EQ(row.command, request.command);
-        EXPECT_EQ(row.replyCapacity, request.replyCapacity);
-        EXPECT_EQ(row.payload, request.payload);
-        EXPECT_EQ(row.isLarge, request.isLarge);
-        EXPECT_EQ(row.requestEntryLength, request.requestEntryLength);
-        EXPECT_EQ(row.replyEntryLength, request.replyEntryLength);
-    }
-}
-
-TEST(LpcMessagesTest, BytesBehindTheMessageAreNotRead) {
+TEST(PortMessagesTest, BytesBehindTheMessageAreNotRead) {
     Bytes received = kSmall32;
     received.resize(328, 0xFF);
 
     EXPECT_EQ((Bytes{0xAA, 0xBB, 0xCC, 0xDD}), DecodeLpcRequest(kLpcLayout32, received).payload);
 }
 
-TEST(LpcMessagesTest, TruncationsAndNumbersThatContradictEachOtherAreRefused) {
-    for (std::size_t size = 0; size < kLargeInline32.size(); ++size) {
-        EXPECT_THROW(DecodeLpcRequest(kLpcLayout32, BytesAt(kLargeInline32, 0, size)), CMalformed)
-            << size;
-    }
-    for (const Bytes& message : {
-             With(kLargeInline32, {{2, 0x3B}}),   // total length
-             With(kLargeInline32, {{6, 0x28}}),   // the block at another place
-             With(kLargeInline32, {{36, 0x03}}),  // with another count
-             // that ends behind the message: 16 bytes of data, it needs 20
-             With(kLargeInline32, {{0, 0x10}, {2, 0x28}}),
-             With(kLargeInline32, {{44, 0x02}}),  // the payload in the message and by reference
-             // Data length 8: command and flags, but no capacity.
-             HexBytes("08 00 20 00 01 20 00 00 " + kIds32 + "03 00 00 00 00 00 00 00"),
-         }) {
-        EXPECT_THROW(DecodeLpcRequest(kLpcLayout32, message), CMalformed);
+TEST(PortMessagesTest, NumbersThatContradictEachOtherAreRefused) {
+    const struct {
+        const char* name;
+        const LpcLayout* layout;
+        Bytes message;
+    } kRows[] = {
+        {"total length", kAdvanced, With(kAlpcInline, {{2, 0x29}})},
+        {"length of the request", kAdvanced, With(kAlpcInline, {{32, 0x03}})},
+        {"a payload beside a view", kAdvanced, With(kAlpcInline, {{32, 0xC8}, {33, 0xFF}})},
+        {"total length, legacy", &kLpcLayout32, With(kLargeInline32, {{2, 0x3B}})},
+        {"the block at another place", &kLpcLayout32, With(kLargeInline32, {{6, 0x28}})},
+        {"the block with another count", &kLpcLayout32, With(kLargeInline32, {{36, 0x03}})},
+        // 16 bytes of data; it needs 20.
+        {"a block that ends behind the message", &kLpcLayout32,
+         With(kLargeInline32, {{0, 0x10}, {2, 0x28}})},
+        {"the payload here and by reference", &kLpcLayout32, With(kLargeInline32, {{44, 0x02}})},
+        // Data length 8: command and flags.
+        {"no capacity", &kLpcLayout32,
+         HexBytes("08 00 20 00 01 20 00 00 " + kIds32 + "03 00 00 00 00 00 00 00")},
+    };
+    for (const auto& row : kRows) {
+        EXPECT_THROW(Decode(row.layout, row.message), CMalformed) << row.name;
     }
 }
 
