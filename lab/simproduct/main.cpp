@@ -4,6 +4,8 @@
 #include <iostream>
 #include <optional>
 
+#include <boost/dll/runtime_symbol_info.hpp>
+
 #include "lab/common/CommandLine.h"
 #include "lab/common/Console.h"
 #include "lab/common/EndThisProcess.h"
@@ -33,7 +35,8 @@ struct Options {
     bool nothingNew = false;
     bool notInstalled = false;
     std::int32_t build = kUsualBuild;
-    std::string victim = OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX;
+    std::string victim =
+        (boost::dll::program_location().parent_path() / "victim" KYR_PROGRAM_SUFFIX).string();
     std::string records;  // empty: without a file
     std::string replay;   // empty: nothing is replayed
     CMisbehaviours misbehaviours;

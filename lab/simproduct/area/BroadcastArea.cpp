@@ -18,38 +18,17 @@ constexpr std::uint32_t kPatienceMs = 10000;
 
 }  // namespace
 
-CBroadcastArea::~CBroadcastArea() {
-    Close();
-}
-
 void CBroadcastArea::Open(const Bytes& image) {
-    if (IsOpen()) {
-        return;
-    }
-    try {
-        const std::size_t size = std::max(CAreaImage::kSize, image.size());
-        memory_.Open(kMutexName, kSectionName, static_cast<std::uint32_t>(size),
-                     "the broadcast area");
-        image_.emplace(memory_.Bytes());
-        Change([&](CAreaImage& fresh) {
-            if (image.empty()) {
-                fresh.WriteHealthy();
-            } else {
-                fresh.WriteImage(image);
-            }
-        });
-    } catch (const std::exception&) {
-        Close();
-        throw;
-    }
-}
-
-void CBroadcastArea::Close() {
-    if (held_) {
-        Release();
-    }
-    image_.reset();
-    memory_.Close();
+    const std::size_t size = std::max(CAreaImage::kSize, image.size());
+    memory_.Open(kMutexName, kSectionName, static_cast<std::uint32_t>(size), "the broadcast area");
+    image_.emplace(memory_.Bytes());
+    Change([&](CAreaImage& fresh) {
+        if (image.empty()) {
+            fresh.WriteHealthy();
+        } else {
+            fresh.WriteImage(image);
+        }
+    });
 }
 
 const CAreaImage& CBroadcastArea::Image() const {

@@ -21,14 +21,12 @@ class CBroadcastArea {
     CBroadcastArea() = default;
     CBroadcastArea(const CBroadcastArea&) = delete;
     CBroadcastArea& operator=(const CBroadcastArea&) = delete;
-    ~CBroadcastArea();
+    /// Gives back a held mutex, too.
+    ~CBroadcastArea() { Release(); }
 
     /// Makes section and mutex and writes a healthy area or, when it is not empty, the image of
-    /// another. Nothing happens when it is open.
+    /// another. REQUIRES: it was not called before.
     void Open(const Bytes& image = {});
-    /// Gives section and mutex back, a held mutex included.
-    void Close();
-    bool IsOpen() const { return image_.has_value(); }
 
     const CAreaImage& Image() const;
     std::uint32_t Value(std::uint32_t index) const { return Image().Value(index); }

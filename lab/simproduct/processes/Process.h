@@ -40,9 +40,6 @@ class IProcessLauncher {
 /// The launcher of this platform.
 std::unique_ptr<IProcessLauncher> MakeSystemLauncher();
 
-/// The folder that the program of this process stands in.
-std::string OwnProgramFolder();
-
 std::uint64_t OwnProcessId();
 
 }  // namespace Kyr::Lab::SimProduct

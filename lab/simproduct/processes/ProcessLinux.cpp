@@ -130,10 +130,6 @@ std::unique_ptr<IProcessLauncher> MakeSystemLauncher() {
     return std::make_unique<CLinuxLauncher>();
 }
 
-std::string OwnProgramFolder() {
-    return std::filesystem::read_symlink("/proc/self/exe").parent_path().string();
-}
-
 std::uint64_t OwnProcessId() {
     return static_cast<std::uint64_t>(getpid());
 }

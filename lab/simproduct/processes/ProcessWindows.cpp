@@ -101,12 +101,6 @@ std::unique_ptr<IProcessLauncher> MakeSystemLauncher() {
     return std::make_unique<CWindowsLauncher>();
 }
 
-std::string OwnProgramFolder() {
-    wchar_t path[MAX_PATH];
-    const DWORD length = GetModuleFileNameW(nullptr, path, MAX_PATH);
-    return std::filesystem::path(path, path + length).parent_path().string();
-}
-
 std::uint64_t OwnProcessId() {
     return GetCurrentProcessId();
 }

@@ -7,6 +7,7 @@
 #include <boost/thread/lock_guard.hpp>
 
 #include "lab/common/CommandWords.h"
+#include "lab/common/Console.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -63,8 +64,9 @@ LabProcess CTaskBook::Adopt(const std::string& name, const std::string& program,
 void CTaskBook::KillProcess(const std::optional<std::string>& pidText, const Hashes& hashes,
                             const std::string& userData) {
     const auto note = [&](TaskState state, const char* text) {
-        Note({0, "KILL_PROCESS_BY_PID", userData, state, text},
-             CLine("did").With("action", "kill").With("pid", pidText.value_or("")));
+        Note("KILL_PROCESS_BY_PID",
+             CLine("did").With("action", "kill").With("pid", pidText.value_or("")), state, text,
+             userData);
     };
     const std::optional<std::uint64_t> pid = ParsePid(pidText);
     const std::optional<LabProcess> process = pid ? processes_.Find(*pid) : std::nullopt;
@@ -86,30 +88,33 @@ void CTaskBook::BlockExecutable(const Hashes& hashes, bool deleteFile,
         const boost::lock_guard<boost::mutex> lock(mutex_);
         blocked_.push_back(hashes);
     }
-    Note({0, "BLOCK_EXECUTABLE_BY_HASH", userData, named ? TaskState::kDone : TaskState::kRefused,
-          named ? "blocked" : "no hash"},
+    Note("BLOCK_EXECUTABLE_BY_HASH",
          CLine("did")
              .With("action", "block")
              .With("sha1", hashes.sha1.value_or(""))
              .With("sha256", hashes.sha256.value_or(""))
-             .With("delete", deleteFile ? "yes" : "no"));
+             .With("delete", deleteFile ? "yes" : "no"),
+         named ? TaskState::kDone : TaskState::kRefused, named ? "blocked" : "no hash", userData);
 }
 
-std::vector<TaskLogEntry> CTaskBook::TaskLog() const {
+std::vector<CLine> CTaskBook::TaskLog() const {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return taskLog_;
 }
 
-void CTaskBook::Note(TaskLogEntry entry, CLine didLine) {
-    sink_(didLine.With("outcome", NameOf(entry.state))
-              .With("text", entry.text)
-              .With("userdata", entry.userData));
-    if (!entry.userData.empty()) {  // else nobody could tell whose task it was
-        results_.Add({entry.state == TaskState::kDone ? kTaskDone : kTaskFailed, entry.userData});
+void CTaskBook::Note(const char* function, CLine did, TaskState state, const char* text,
+                     const std::string& userData) {
+    sink_(did.With("outcome", NameOf(state)).With("text", text).With("userdata", userData));
+    if (!userData.empty()) {  // else nobody could tell whose task it was
+        results_.Add({state == TaskState::kDone ? kTaskDone : kTaskFailed, userData});
     }
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    entry.number = taskLog_.size() + 1;
-    taskLog_.push_back(std::move(entry));
+    taskLog_.push_back(AnswerTo("tasklog")
+                           .With("number", taskLog_.size() + 1)
+                           .With("function", function)
+                           .With("state", NameOf(state))
+                           .With("text", text)
+                           .With("userdata", userData));
 }
 
 }  // namespace Kyr::Lab::SimProduct

@@ -25,14 +25,6 @@ constexpr const char* NameOf(TaskState state) {
     return state == TaskState::kDone ? "done" : "refused";
 }
 
-struct TaskLogEntry {
-    std::uint64_t number = 0;  // 1 for the first task
-    std::string function;
-    std::string userData;
-    TaskState state = TaskState::kDone;
-    std::string text;
-};
-
 /// Digests of an executable as a request names them. Letter case does not matter.
 struct Hashes {
     std::optional<std::string> sha1;
@@ -66,19 +58,20 @@ class CTaskBook {
     /// deleted: the files of this computer are not the lab's.
     void BlockExecutable(const Hashes& hashes, bool deleteFile, const std::string& userData);
 
-    std::vector<TaskLogEntry> TaskLog() const;
+    /// The tasks so far, in their order, each as what the command `tasklog` answers.
+    std::vector<CLine> TaskLog() const;
 
   private:
-    /// Numbers the entry.
-    void Note(TaskLogEntry entry, CLine didLine);
+    void Note(const char* function, CLine did, TaskState state, const char* text,
+              const std::string& userData);
 
     CLabProcesses& processes_;  // borrowed
     CTaskResults& results_;     // borrowed
     const LineSink sink_;
 
     mutable boost::mutex mutex_;
-    std::vector<TaskLogEntry> taskLog_;  // guarded by mutex_
-    std::vector<Hashes> blocked_;        // guarded by mutex_
+    std::vector<CLine> taskLog_;   // guarded by mutex_
+    std::vector<Hashes> blocked_;  // guarded by mutex_
 };
 
 }  // namespace Kyr::Lab::SimProduct

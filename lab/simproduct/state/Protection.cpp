@@ -25,7 +25,8 @@ std::string RecordText(const Component& component) {
     return text + "/>";
 }
 
-auto FindNamed(std::vector<Component>& components, const std::string& name) {
+template <typename Components>
+auto FindNamed(Components& components, const std::string& name) {
     return std::find_if(components.begin(), components.end(),
                         [&](const Component& candidate) { return candidate.name == name; });
 }
@@ -37,6 +38,14 @@ CProtection::CProtection(const CConfiguration& configuration)
       components_{
           {"files", kProtectionFine, 0x0710000000000301, 0x0710000000000311, std::nullopt},
           {"network", kProtectionFine, 0x0710000000000302, 0x0710000000000312, std::nullopt}} {}
+
+Component CProtection::Named(const std::string& name) const {
+    const boost::lock_guard<boost::mutex> lock(mutex_);
+    const auto found = FindNamed(components_, name);
+    Component fresh;
+    fresh.name = name;
+    return found == components_.end() ? fresh : *found;
+}
 
 void CProtection::Set(const Component& component) {
     const boost::lock_guard<boost::mutex> lock(mutex_);

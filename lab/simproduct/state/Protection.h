@@ -36,6 +36,9 @@ class CProtection {
     /// Begins with the components `files` and `network`, which are fine.
     explicit CProtection(const CConfiguration& configuration);
 
+    /// The component of that name, or a new one.
+    Component Named(const std::string& name) const;
+
     /// Adds a component, or replaces the one of that name.
     void Set(const Component& component);
 

@@ -1,7 +1,4 @@
-#include <algorithm>
 #include <stdexcept>
-
-#include <boost/algorithm/string/join.hpp>
 
 #include "lab/common/EndThisProcess.h"
 #include "lab/simproduct/typed/TypedCommands.h"
@@ -16,12 +13,7 @@ const std::vector<std::string> kFields{"header-size", "magic",        "version",
                                        "user-size",   "user-offset",  "timestamp"};
 
 AreaField ParseField(const std::string& name) {
-    const auto found = std::find(kFields.begin(), kFields.end(), name);
-    if (found == kFields.end()) {
-        throw std::invalid_argument("'" + name + "' is none of " +
-                                    boost::algorithm::join(kFields, ", "));
-    }
-    return static_cast<AreaField>(found - kFields.begin());
+    return static_cast<AreaField>(PlaceOf(name, kFields, "field"));
 }
 
 void Change(CBroadcastArea& area, CCommandWords& words) {

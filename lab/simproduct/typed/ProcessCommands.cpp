@@ -5,14 +5,9 @@ namespace Kyr::Lab::SimProduct {
 namespace {
 
 void TellTasks(const CTaskBook& tasks, const LineSink& tell) {
-    const std::vector<TaskLogEntry> entries = tasks.TaskLog();
-    for (const TaskLogEntry& entry : entries) {
-        tell(AnswerTo("tasklog")
-                 .With("number", entry.number)
-                 .With("function", entry.function)
-                 .With("state", NameOf(entry.state))
-                 .With("text", entry.text)
-                 .With("userdata", entry.userData));
+    const std::vector<CLine> entries = tasks.TaskLog();
+    for (const CLine& entry : entries) {
+        tell(entry);
     }
     tell(AnswerTo("tasklog").With("tasks", entries.size()));
 }

@@ -1,5 +1,4 @@
 #include <Poco/NumberFormatter.h>
-#include <algorithm>
 #include <stdexcept>
 
 #include <boost/lexical_cast/try_lexical_convert.hpp>
@@ -15,19 +14,8 @@ std::string HexText(std::uint64_t value) {
     return Poco::NumberFormatter::formatHex(value, true);
 }
 
-/// The component as it stands, or a new one.
-Component StartFrom(const CProtection& protection, const std::string& name) {
-    const std::vector<Component> components = protection.Reported();
-    const auto found =
-        std::find_if(components.begin(), components.end(),
-                     [&](const Component& candidate) { return candidate.name == name; });
-    Component fresh;
-    fresh.name = name;
-    return found == components.end() ? fresh : *found;
-}
-
 void SetComponent(CProtection& protection, CCommandWords& words) {
-    Component component = StartFrom(protection, words.TakeWord("component"));
+    Component component = protection.Named(words.TakeWord("component"));
     component.status = ParseNumber32(words.TakeWord("status"));
     component.category = words.TakeNumber("category").value_or(component.category);
     component.statusText = words.TakeNumber("text").value_or(component.statusText);

@@ -1,5 +1,4 @@
 // Real processes, by the launcher of this platform.
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
@@ -49,11 +48,6 @@ TEST_F(SystemProcessTest, NumberWithoutAProcessIsNotAdopted) {
 
 TEST_F(SystemProcessTest, ProgramThatIsNotThereIsAnError) {
     EXPECT_THROW(launcher_->Launch("/no/such/program", {}), std::runtime_error);
-}
-
-TEST(OwnProgramFolderTest, HoldsTheVictim) {
-    EXPECT_TRUE(
-        std::filesystem::equivalent(KYR_VICTIM, OwnProgramFolder() + "/victim" KYR_PROGRAM_SUFFIX));
 }
 
 }  // namespace

@@ -167,7 +167,7 @@ TEST_F(InnerCommandsDeedTest, KillHashesAreHeeded) {
 
     PerformXml("KILL_PROCESS_BY_PID", {{"PID", "1000"}, {"HASH_SHA2_256", "00"}});
 
-    EXPECT_EQ("another program has that hash", product_.tasks.TaskLog().at(0).text);
+    EXPECT_EQ("another program has that hash", product_.tasks.TaskLog().at(0).Value("text"));
 }
 
 TEST_F(InnerCommandsDeedTest, BlockTakesHashesDeleteFlagAndUserData) {

@@ -51,7 +51,7 @@ class RequestDeskTest : public ProductFixture {
     PortAnswer Status() { return Desk().Answer(Request(Transport::kAlpc, kStatusRequest)); }
 
     bool OneIsRunning() { return product_.processes.Find(1000)->running; }
-    std::string LastTask() { return product_.tasks.TaskLog().back().text; }
+    std::string LastTask() { return product_.tasks.TaskLog().back().Value("text"); }
 
     /// A request for the status was answered with these bytes before.
     void Recorded(const std::string& reply) {

@@ -24,15 +24,6 @@ class LabProcessesTest : public ::testing::Test {
     CLabProcesses processes_{launcher_, lines_.Sink()};
 };
 
-TEST_F(LabProcessesTest, StartedProcessIsToldAndFound) {
-    processes_.Start("one", kProgram, {"--seconds=9"});
-
-    EXPECT_THAT(launcher_.launches, ElementsAre("/lab/victim --seconds=9"));
-    EXPECT_THAT(lines_.Take(),
-                ElementsAre("started pid=1000 name=one program=/lab/victim sha256=s2"));
-    EXPECT_TRUE(processes_.Find(1000)->running);
-}
-
 TEST_F(LabProcessesTest, ObserverHearsOfTheStartAndTheEndOfWhatWasStartedHere) {
     std::vector<std::string> heard;
     processes_.Observe([&](const LabProcess& process) {

@@ -159,7 +159,9 @@ TEST_F(TypedDeedsTest, MutexIsHeldAndReleased) {
 }
 
 TEST_F(TypedDeedsTest, VictimIsStartedUnlessAProgramIsNamedWithItsArguments) {
-    EXPECT_THAT(Execute("start one"), Contains("answer command=start name=one pid=1000"));
+    EXPECT_THAT(Execute("start one"),
+                ElementsAre("started pid=1000 name=one program=" + program_ + " sha256=" + kSha256,
+                            "answer command=start name=one pid=1000"));
     Execute("start two \"" + program_ + "\" first \"second one\" n=1");
 
     EXPECT_THAT(launcher_.launches, ElementsAre(program_, program_ + " first second one n=1"));
@@ -170,14 +172,17 @@ TEST_F(TypedDeedsTest, AdoptTakesOverAVictim) {
     EXPECT_THAT(launcher_.launches, ElementsAre(program_ + " #77"));
 }
 
-TEST_F(TypedDeedsTest, TaskLogTellsOutcomes) {
+TEST_F(TypedDeedsTest, TaskLogTellsTasksAndOutcomesInTheirOrder) {
     product_.tasks.KillProcess("7", {}, "a;b;c");
+    product_.tasks.BlockExecutable({kSha1, std::nullopt}, false, "second");
     lines_.Take();
 
     EXPECT_THAT(Execute("tasklog"),
                 ElementsAre("answer command=tasklog number=1 function=KILL_PROCESS_BY_PID "
                             "state=refused text=\"not a lab process\" userdata=a;b;c",
-                            "answer command=tasklog tasks=1"));
+                            "answer command=tasklog number=2 function=BLOCK_EXECUTABLE_BY_HASH "
+                            "state=done text=blocked userdata=second",
+                            "answer command=tasklog tasks=2"));
 }
 
 TEST_F(TypedDeedsTest, BuildIsFoundUntilItIsUpgradedOrTakenBack) {
