@@ -1,10 +1,7 @@
 #include "lab/simproduct/commands/InnerCommands.h"
 
-#include <memory>
-
 #include <boost/locale/encoding_utf.hpp>
 
-#include "lab/simproduct/commands/RecordBatches.h"
 #include "lab/simproduct/records/ProtobufWire.h"
 
 namespace Kyr::Lab::SimProduct {
@@ -75,11 +72,10 @@ InnerReply NoteAgentUuid(const Bytes& body, const LineSink& sink) {
     return {};
 }
 
-auto HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink) {
-    return [batches = std::make_shared<CRecordBatches>(lists, kind), kind,
-            sink](const InnerAction& action) -> InnerReply {
-        const std::uint64_t offset = ReadInteger(action.inner.body, kOffsetField).value_or(0);
-        RecordBatch batch = batches->Behind(offset);
+auto HandOut(CRecordLists& lists, RecordKind kind, const LineSink& sink) {
+    return [&lists, kind, sink](const InnerRequest& request) -> InnerReply {
+        const std::uint64_t offset = ReadInteger(request.body, kOffsetField).value_or(0);
+        RecordBatch batch = lists.Batch(kind, offset);
         if (batch.records != 0) {
             sink(CLine("handed")
                      .With("kind", NameOf(kind))
@@ -96,26 +92,26 @@ auto HandOut(const CRecordLists& lists, RecordKind kind, const LineSink& sink) {
 CInnerCommands::CInnerCommands(Subjects on, const LineSink& sink)
     : rows_{
           {kXmlCommand, "xml",
-           [on](const InnerAction& action) { return PerformFunction(on.tasks, action.xml); }},
-          {0x21, "status", [on](const InnerAction&) { return TextReply(on.protection.Report()); }},
+           [on](const InnerRequest& request) { return PerformFunction(on.tasks, request.xml); }},
+          {0x21, "status", [on](const InnerRequest&) { return TextReply(on.protection.Report()); }},
           {0x6D, "import",
-           [on, sink](const InnerAction& action) {
-               return Import(on.configuration, action.inner.body, sink);
+           [on, sink](const InnerRequest& request) {
+               return Import(on.configuration, request.body, sink);
            }},
           {0x6E, "export",
-           [on, sink](const InnerAction&) { return Export(on.configuration, sink); }},
+           [on, sink](const InnerRequest&) { return Export(on.configuration, sink); }},
           {0x70, "task-status",
-           [on, sink](const InnerAction&) { return NextResult(on.results, sink); }},
+           [on, sink](const InnerRequest&) { return NextResult(on.results, sink); }},
           {0x9A, "agent-uuid",
-           [sink](const InnerAction& action) { return NoteAgentUuid(action.inner.body, sink); }},
+           [sink](const InnerRequest& request) { return NoteAgentUuid(request.body, sink); }},
           {0x00100000, "get-indicators", HandOut(on.records, RecordKind::kIndicator, sink)},
           {0x00100001, "get-actions", HandOut(on.records, RecordKind::kAction, sink)},
           {0x00100002, "get-telemetry", HandOut(on.records, RecordKind::kTelemetry, sink)},
       } {}
 
-InnerReply CInnerCommands::Perform(const InnerAction& action) const {
-    const Row* const row = Find(action.inner.command);
-    return row == nullptr ? ErrorReply(kStatusUnknownCommand) : row->handler(action);
+InnerReply CInnerCommands::Perform(const InnerRequest& request) const {
+    const Row* const row = Find(request.command);
+    return row == nullptr ? ErrorReply(kStatusUnknownCommand) : row->handler(request);
 }
 
 const char* CInnerCommands::NameOf(std::uint32_t number) const {

@@ -19,12 +19,6 @@
 
 namespace Kyr::Lab::SimProduct {
 
-/// A request as far as it could be read.
-struct InnerAction {
-    InnerRequest inner;
-    XmlCall xml;  // empty unless the inner command is the one of XML requests
-};
-
 class CInnerCommands {
   public:
     /// What the commands work on; all of it must outlive them.
@@ -33,14 +27,14 @@ class CInnerCommands {
         CTaskResults& results;
         CConfiguration& configuration;
         const CProtection& protection;
-        const CRecordLists& records;
+        CRecordLists& records;
     };
 
     CInnerCommands(Subjects subjects, const LineSink& sink);
 
-    /// Carries out the action and says what to reply: status 0 for what was accepted, or a status
+    /// Carries out the request and says what to reply: status 0 for what was accepted, or a status
     /// that says why not.
-    InnerReply Perform(const InnerAction& action) const;
+    InnerReply Perform(const InnerRequest& request) const;
 
     /// The name of an inner command, or "unknown".
     const char* NameOf(std::uint32_t number) const;
@@ -49,7 +43,7 @@ class CInnerCommands {
     struct Row {
         std::uint32_t number;
         const char* name;  // for people
-        std::function<InnerReply(const InnerAction&)> handler;
+        std::function<InnerReply(const InnerRequest&)> handler;
     };
 
     const Row* Find(std::uint32_t number) const;

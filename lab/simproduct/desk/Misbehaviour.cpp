@@ -2,55 +2,113 @@
 
 #include <algorithm>
 #include <stdexcept>
-#include <tuple>
 
 #include <boost/thread/lock_guard.hpp>
 
 #include "lab/common/CommandWords.h"
+#include "lab/simproduct/ports/PortMessages.h"
+#include "lab/simproduct/records/ProtobufWire.h"
 
 namespace Kyr::Lab::SimProduct {
 
 namespace {
 
-enum class Number { kNone, kOptional, kNeeded, kBytes };
+using Number = Fault::Number;
 
-struct FaultRow {
-    Fault fault;
-    const char* name;
-    Number number;
-    const char* description;
-};
+// The limit that a fault has unless another command is named.
+constexpr char kCommand[] = "command";
+constexpr char kRequestsOnly[] = "3";
+constexpr char kAny[] = "any";
 
-constexpr FaultRow kFaults[] = {
-    {Fault::kNoAlpc, "no-alpc", Number::kNone, "do not offer the advanced port"},
-    {Fault::kNoLpc, "no-lpc", Number::kNone, "do not offer the legacy port"},
-    {Fault::kStatus, "status", Number::kNeeded, "status n in the reply header; nothing is done"},
-    {Fault::kCode, "code", Number::kNeeded, "result code n of the port reply; nothing is done"},
-    {Fault::kShort, "short", Number::kNeeded, "the reply cut to n bytes"},
-    {Fault::kHeaderSize, "header-size", Number::kNeeded, "header size n in the reply header"},
-    {Fault::kValue, "value", Number::kNeeded, "value n in the reply header"},
-    {Fault::kOversized, "oversized", Number::kNeeded, "a reply of n bytes"},
-    {Fault::kRaw, "raw", Number::kBytes, "those bytes for the whole reply"},
-    {Fault::kResultCode, "result-code", Number::kNeeded,
-     "records: a message with result code n instead of the payload"},
-    {Fault::kNoPayload, "no-payload", Number::kNone, "the reply header alone"},
-    {Fault::kBadPayload, "bad-payload", Number::kNone, "a payload that is no protobuf message"},
-    {Fault::kBadLength, "bad-length", Number::kOptional,
-     "n bytes (or one more than there are) announced, the true bytes sent"},
-    {Fault::kDelay, "delay", Number::kNeeded, "the reply comes n milliseconds late"},
-    {Fault::kDrop, "drop", Number::kNone, "the connection is closed instead of a reply"},
-    {Fault::kDie, "die", Number::kNone, "the product's process is ended before it replies"},
-    {Fault::kHang, "hang", Number::kNone, "no reply, ever"},
-    {Fault::kViewMissing, "view-missing", Number::kNone,
-     "a reply too long for a message, without its view (advanced port)"},
-    {Fault::kViewSmall, "view-small", Number::kNone,
-     "a view one byte shorter than announced (advanced port)"},
-};
+/// Twice what clients take at most: enough to be refused, too little to bring this computer down.
+constexpr std::uint32_t kLargestReply = 0x20000000;
 
-const FaultRow& RowOf(Fault fault) {
-    return *std::find_if(std::begin(kFaults), std::end(kFaults),
-                         [&](const FaultRow& row) { return row.fault == fault; });
+/// The field of a message of records that says why there are none (protocol).
+constexpr std::uint32_t kResultCodeField = 2;
+
+/// A reply that ends before the number stays as it is.
+void Overwrite(PortAnswer& answer, std::size_t offset, std::uint32_t value) {
+    if (answer.bytes.size() >= offset + 4) {
+        WriteU32(answer.bytes, offset, value);
+    }
 }
+
+void ReplacePayload(PortAnswer& answer, const Bytes& payload) {
+    answer.bytes = EncodeReply({ReadU32(answer.bytes, 4), payload});
+}
+
+void LengthenForAView(PortAnswer& answer) {
+    if (answer.AnnouncedLength() <= kAlpcMaxInlineReply) {
+        answer.bytes.resize(kAlpcMaxInlineReply + 1);
+        answer.announcedLength = std::nullopt;
+    }
+}
+
+// In the order in which they are done: of two that change the same, the later one shows.
+constexpr Fault kFaults[] = {
+    {Stage::kPort, "no-alpc", Number::kNone, "do not offer the advanced port", nullptr},
+    {Stage::kPort, "no-lpc", Number::kNone, "do not offer the legacy port", nullptr},
+    {Stage::kDelay, "delay", Number::kNeeded, "the reply comes n milliseconds late", nullptr},
+    {Stage::kDie, "die", Number::kNone, "the product's process is ended before it replies",
+     nullptr},
+    {Stage::kInstead, "status", Number::kNeeded, "status n in the reply header; nothing is done",
+     [](const Misbehaviour& one, PortAnswer& answer) {
+         answer.bytes = EncodeReply(ErrorReply(*one.number));
+     }},
+    {Stage::kInstead, "code", Number::kNeeded, "result code n of the port reply; nothing is done",
+     [](const Misbehaviour& one, PortAnswer& answer) {
+         answer.code = *one.number;
+         answer.bytes.clear();
+     }},
+    {Stage::kInstead, "hang", Number::kNone, "no reply, ever",
+     [](const Misbehaviour&, PortAnswer& answer) {
+         answer.delivery = PortAnswer::Delivery::kHang;
+     }},
+    {Stage::kInstead, "drop", Number::kNone, "the connection is closed instead of a reply",
+     [](const Misbehaviour&, PortAnswer& answer) {
+         answer.delivery = PortAnswer::Delivery::kDrop;
+     }},
+    {Stage::kPayload, "result-code", Number::kNeeded,
+     "records: a message with result code n instead of the payload",
+     [](const Misbehaviour& one, PortAnswer& answer) {
+         CWireWriter writer;
+         ReplacePayload(answer, writer.AddInteger(kResultCodeField, *one.number).Written());
+     }},
+    // A field number that may not be, of a type that is none.
+    {Stage::kPayload, "bad-payload", Number::kNone, "a payload that is no protobuf message",
+     [](const Misbehaviour&, PortAnswer& answer) { ReplacePayload(answer, {0x07}); }},
+    {Stage::kPayload, "no-payload", Number::kNone, "the reply header alone",
+     [](const Misbehaviour&, PortAnswer& answer) { ReplacePayload(answer, {}); }},
+    {Stage::kReply, "raw", Number::kBytes, "those bytes for the whole reply",
+     [](const Misbehaviour& one, PortAnswer& answer) { answer.bytes = one.bytes; }},
+    {Stage::kReply, "header-size", Number::kNeeded, "header size n in the reply header",
+     [](const Misbehaviour& one, PortAnswer& answer) { Overwrite(answer, 0, *one.number); }},
+    {Stage::kReply, "value", Number::kNeeded, "value n in the reply header",
+     [](const Misbehaviour& one, PortAnswer& answer) { Overwrite(answer, 8, *one.number); }},
+    {Stage::kReply, "oversized", Number::kNeeded, "a reply of n bytes",
+     [](const Misbehaviour& one, PortAnswer& answer) { answer.bytes.resize(*one.number); }},
+    {Stage::kReply, "short", Number::kNeeded, "the reply cut to n bytes",
+     [](const Misbehaviour& one, PortAnswer& answer) {
+         answer.bytes.resize(std::min<std::size_t>(*one.number, answer.bytes.size()));
+     }},
+    {Stage::kReply, "bad-length", Number::kOptional,
+     "n bytes (or one more than there are) announced, the true bytes sent",
+     [](const Misbehaviour& one, PortAnswer& answer) {
+         answer.announcedLength = one.number.value_or(answer.AnnouncedLength() + 1);
+     }},
+    {Stage::kView, "view-missing", Number::kNone,
+     "a reply too long for a message, without its view (advanced port)",
+     [](const Misbehaviour&, PortAnswer& answer) {
+         answer.withoutView = true;
+         LengthenForAView(answer);
+     }},
+    {Stage::kView, "view-small", Number::kNone,
+     "a view one byte shorter than announced (advanced port)",
+     [](const Misbehaviour&, PortAnswer& answer) {
+         answer.smallView = true;
+         LengthenForAView(answer);
+     }},
+};
 
 void RefuseUnless(bool isUnderstood, const std::string& complaint) {
     if (!isUnderstood) {
@@ -58,49 +116,31 @@ void RefuseUnless(bool isUnderstood, const std::string& complaint) {
     }
 }
 
-void ParseLimit(Misbehaviour& result, const std::string& name, const std::string& value) {
-    if (name == "for") {
-        result.remaining = ParseNumber(value);
-        RefuseUnless(result.remaining != 0u, "for=0 would be no fault at all");
-    } else if (name == "transport") {
-        RefuseUnless(value == "alpc" || value == "lpc", "a transport is alpc or lpc");
-        result.transport = value == "alpc" ? Transport::kAlpc : Transport::kLpc;
-    } else if (name == "command") {
-        result.command = value == "any" ? std::nullopt : std::optional(ParseNumber32(value));
-    } else if (name == "inner") {
-        result.inner = ParseNumber32(value);
-    } else if (name == "function") {
-        result.function = value;
-    } else {
-        throw std::invalid_argument("unknown limit '" + name + "'");
+/// A limit as it stands in an event.
+std::string ParseLimit(const std::string& field, const std::string& value) {
+    if (field == "function" || (field == kCommand && value == kAny)) {
+        return value;
     }
-}
-
-/// Twice what clients take at most: enough to be refused, too little to bring this computer down.
-constexpr std::uint32_t kLargestReply = 0x20000000;
-
-bool IsPortFault(Fault fault) {
-    return fault == Fault::kNoAlpc || fault == Fault::kNoLpc;
+    if (field == "transport") {
+        RefuseUnless(value == "alpc" || value == "lpc", "a transport is alpc or lpc");
+        return value;
+    }
+    return std::to_string(ParseNumber32(value));
 }
 
 }  // namespace
 
-bool Misbehaviour::Fits(const RequestFacts& facts) const {
-    const bool needsViews = fault == Fault::kViewMissing || fault == Fault::kViewSmall;
-    return !IsPortFault(fault) && !(needsViews && facts.transport == Transport::kLpc) &&
-           (!transport || transport == facts.transport) && (!command || command == facts.command) &&
-           (!inner || inner == facts.inner) && (!function || function == facts.function);
-}
-
-bool Misbehaviour::Replaces(const Misbehaviour& older) const {
-    const auto limits = [](const Misbehaviour& one) {
-        return std::tie(one.fault, one.transport, one.command, one.inner, one.function);
-    };
-    return limits(*this) == limits(older);
+bool Misbehaviour::Fits(const CLine& request) const {
+    const bool isForOthers = fault->stage == Stage::kPort ||
+                             (fault->stage == Stage::kView && request.Value("transport") == "lpc");
+    return !isForOthers && std::all_of(limits.begin(), limits.end(), [&](const auto& limit) {
+        const auto& [field, value] = limit;
+        return (field == kCommand && value == kAny) || request.Value(field) == value;
+    });
 }
 
 std::string Misbehaviour::Text() const {
-    std::string text = RowOf(fault).name;
+    std::string text(fault->name);
     if (number) {
         text += ' ' + std::to_string(*number);
     }
@@ -110,78 +150,72 @@ std::string Misbehaviour::Text() const {
     if (remaining) {
         text += " for=" + std::to_string(*remaining);
     }
-    if (transport) {
-        text += std::string(" transport=") + NameOf(*transport);
-    }
-    if (command != kRequestCommand) {
-        text += " command=" + (command ? std::to_string(*command) : "any");
-    }
-    if (inner) {
-        text += " inner=" + std::to_string(*inner);
-    }
-    if (function) {
-        text += " function=" + *function;
+    for (const auto& [field, value] : limits) {
+        if (field != kCommand || value != kRequestsOnly) {
+            text.append(" ").append(field).append("=").append(value);
+        }
     }
     return text;
 }
 
 Misbehaviour ParseMisbehaviour(const std::vector<std::string>& words) {
-    const std::optional<Fault> fault = words.empty() ? std::nullopt : FindFault(words[0]);
-    if (!fault) {
-        throw std::invalid_argument("no such fault; `help` lists them");
-    }
-    const Number number = RowOf(*fault).number;
+    CCommandWords rest(words);
     Misbehaviour result;
-    result.fault = *fault;
-    for (std::size_t i = 1; i < words.size(); ++i) {
-        const std::size_t equals = words[i].find('=');
-        if (equals != std::string::npos) {
-            ParseLimit(result, words[i].substr(0, equals), words[i].substr(equals + 1));
-        } else if (i == 1 && number == Number::kBytes) {
-            result.bytes = FromHex(words[i]);
-        } else if (i == 1 && number != Number::kNone) {
-            result.number = ParseNumber32(words[i]);
-        } else {
-            throw std::invalid_argument("'" + words[i] + "' is one word too many");
+    result.fault = words.empty() ? nullptr : FindFault(rest.TakeWord("fault"));
+    RefuseUnless(result.fault != nullptr, "no such fault; `help` lists them");
+    const Fault& fault = *result.fault;
+    RefuseUnless(fault.stage != Stage::kPort || rest.IsEmpty(),
+                 words[0] + " holds for every client until it is cleared");
+    result.remaining = rest.TakeNumber("for");
+    RefuseUnless(result.remaining != 0u, "for=0 would be no fault at all");
+    for (const std::string field : {"transport", kCommand, "inner", "function"}) {
+        if (const std::optional<std::string> value = rest.TakeValue(field)) {
+            result.limits.emplace_back(field, ParseLimit(field, *value));
+        } else if (field == kCommand) {
+            result.limits.emplace_back(field, kRequestsOnly);
         }
     }
-    RefuseUnless(number != Number::kNeeded || result.number, words[0] + " needs a number");
-    RefuseUnless(number != Number::kBytes || !result.bytes.empty(), words[0] + " needs bytes");
-    RefuseUnless(*fault != Fault::kOversized || *result.number <= kLargestReply,
+    if (fault.number == Number::kBytes) {
+        result.bytes = FromHex(rest.TakeWord("reply"));
+        RefuseUnless(!result.bytes.empty(), words[0] + " needs bytes");
+    } else if (fault.number == Number::kNeeded ||
+               (fault.number == Number::kOptional && !rest.IsEmpty())) {
+        result.number = ParseNumber32(rest.TakeWord("number"));
+    }
+    rest.Finish();
+    RefuseUnless(fault.name != "oversized" || *result.number <= kLargestReply,
                  "a reply has at most 536870912 bytes");
-    RefuseUnless(!IsPortFault(*fault) || words.size() == 1,
-                 words[0] + " holds for every client until it is cleared");
     return result;
 }
 
-std::optional<Fault> FindFault(const std::string& name) {
-    for (const FaultRow& row : kFaults) {
-        if (row.name == name) {
-            return row.fault;
-        }
-    }
-    return std::nullopt;
+const Fault* FindFault(std::string_view name) {
+    const auto* const found = std::find_if(std::begin(kFaults), std::end(kFaults),
+                                           [&](const Fault& fault) { return fault.name == name; });
+    return found == std::end(kFaults) ? nullptr : found;
 }
 
 std::vector<std::pair<std::string, std::string>> DescribeFaults() {
     constexpr const char* kNumberTexts[] = {"", " [n]", " n", " <bytes>"};  // of enum Number
     std::vector<std::pair<std::string, std::string>> lines;
-    for (const FaultRow& row : kFaults) {
-        lines.emplace_back(std::string(row.name) + kNumberTexts[static_cast<int>(row.number)],
-                           row.description);
+    for (const Fault& fault : kFaults) {
+        lines.emplace_back(std::string(fault.name) + kNumberTexts[static_cast<int>(fault.number)],
+                           fault.description);
     }
     return lines;
 }
 
 void CMisbehaviours::Add(const Misbehaviour& misbehaviour) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    active_.remove_if([&](const Misbehaviour& older) { return misbehaviour.Replaces(older); });
+    active_.remove_if([&](const Misbehaviour& older) {
+        return older.fault == misbehaviour.fault && older.limits == misbehaviour.limits;
+    });
     active_.push_back(misbehaviour);
 }
 
-void CMisbehaviours::Clear(std::optional<Fault> fault) {
+void CMisbehaviours::Clear(const Fault* fault) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
-    active_.remove_if([&](const Misbehaviour& one) { return !fault || one.fault == *fault; });
+    active_.remove_if(
+        [&](const Misbehaviour& one) { return fault == nullptr || one.fault == fault; });
 }
 
 std::vector<Misbehaviour> CMisbehaviours::List() const {
@@ -190,25 +224,26 @@ std::vector<Misbehaviour> CMisbehaviours::List() const {
 }
 
 bool CMisbehaviours::Offers(Transport transport) const {
-    const Fault absent = transport == Transport::kAlpc ? Fault::kNoAlpc : Fault::kNoLpc;
+    const Fault* const absent = FindFault(transport == Transport::kAlpc ? "no-alpc" : "no-lpc");
     const boost::lock_guard<boost::mutex> lock(mutex_);
     return std::none_of(active_.begin(), active_.end(),
                         [&](const Misbehaviour& one) { return one.fault == absent; });
 }
 
-std::vector<Misbehaviour> CMisbehaviours::Take(const RequestFacts& facts) {
+std::vector<Misbehaviour> CMisbehaviours::Take(const CLine& request) {
     const boost::lock_guard<boost::mutex> lock(mutex_);
     std::vector<Misbehaviour> taken;
-    for (Misbehaviour& one : active_) {
-        const bool alreadyTaken =
-            std::any_of(taken.begin(), taken.end(),
-                        [&](const Misbehaviour& other) { return other.fault == one.fault; });
-        if (alreadyTaken || !one.Fits(facts)) {
+    for (const Fault& fault : kFaults) {
+        const auto one =
+            std::find_if(active_.begin(), active_.end(), [&](const Misbehaviour& candidate) {
+                return candidate.fault == &fault && candidate.Fits(request);
+            });
+        if (one == active_.end()) {
             continue;
         }
-        taken.push_back(one);
-        if (one.remaining) {
-            --*one.remaining;
+        taken.push_back(*one);
+        if (one->remaining) {
+            --*one->remaining;
         }
     }
     active_.remove_if([](const Misbehaviour& one) { return one.remaining == 0u; });

@@ -2,96 +2,15 @@
 
 #include <algorithm>
 
-#include <boost/thread/lock_guard.hpp>
-
-#include "lab/simproduct/commands/RecordBatches.h"
-#include "lab/simproduct/ports/PortMessages.h"
-
 namespace Kyr::Lab::SimProduct {
-
-struct CRequestDesk::ReadRequest {
-    RequestFacts facts;
-    std::optional<InnerAction> action;  // nothing: a ping, an unknown command, or unreadable
-    std::string problem;                // why the request is unreadable
-};
 
 namespace {
 
-const Misbehaviour* Find(const std::vector<Misbehaviour>& faults, Fault fault) {
+void Apply(const std::vector<Misbehaviour>& faults, Stage stage, PortAnswer& answer) {
     for (const Misbehaviour& one : faults) {
-        if (one.fault == fault) {
-            return &one;
+        if (one.fault->stage == stage) {
+            one.fault->apply(one, answer);
         }
-    }
-    return nullptr;
-}
-
-/// The fault's number. REQUIRES: the kind of fault has one.
-std::optional<std::uint32_t> NumberOf(const std::vector<Misbehaviour>& faults, Fault fault) {
-    const Misbehaviour* const found = Find(faults, fault);
-    return found == nullptr ? std::nullopt : found->number;
-}
-
-/// What a refused request gets instead of being carried out.
-std::optional<PortAnswer> Refusal(const std::vector<Misbehaviour>& faults) {
-    PortAnswer answer;
-    const auto code = NumberOf(faults, Fault::kCode);
-    const auto status = NumberOf(faults, Fault::kStatus);
-    if (Find(faults, Fault::kDrop) != nullptr) {
-        answer.delivery = PortAnswer::Delivery::kDrop;
-    } else if (Find(faults, Fault::kHang) != nullptr) {
-        answer.delivery = PortAnswer::Delivery::kHang;
-    } else if (code) {
-        answer.code = *code;
-    } else if (status) {
-        answer.bytes = EncodeReply(ErrorReply(*status));
-    } else {
-        return std::nullopt;
-    }
-    return answer;
-}
-
-void DamagePayload(const std::vector<Misbehaviour>& faults, InnerReply& reply) {
-    if (const auto code = NumberOf(faults, Fault::kResultCode)) {
-        reply.payload = EncodeResultCode(*code);
-    }
-    if (Find(faults, Fault::kBadPayload) != nullptr) {
-        reply.payload = {0x07};  // a field number that may not be, of a type that is none
-    }
-    if (Find(faults, Fault::kNoPayload) != nullptr) {
-        reply.payload.clear();
-    }
-}
-
-void DamageBytes(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
-    const auto overwrite = [&](std::size_t offset, std::optional<std::uint32_t> value) {
-        if (value && answer.bytes.size() >= offset + 4) {
-            WriteU32(answer.bytes, offset, *value);
-        }
-    };
-    if (const Misbehaviour* const raw = Find(faults, Fault::kRaw)) {
-        answer.bytes = raw->bytes;
-    }
-    overwrite(0, NumberOf(faults, Fault::kHeaderSize));
-    overwrite(8, NumberOf(faults, Fault::kValue));
-    if (const auto size = NumberOf(faults, Fault::kOversized)) {
-        answer.bytes.resize(*size);
-    }
-    if (const auto size = NumberOf(faults, Fault::kShort)) {
-        answer.bytes.resize(std::min<std::size_t>(*size, answer.bytes.size()));
-    }
-}
-
-void DamageDelivery(const std::vector<Misbehaviour>& faults, PortAnswer& answer) {
-    if (const Misbehaviour* const fault = Find(faults, Fault::kBadLength)) {
-        answer.announcedLength = fault->number.value_or(answer.AnnouncedLength() + 1);
-    }
-    answer.withoutView = Find(faults, Fault::kViewMissing) != nullptr;
-    answer.smallView = Find(faults, Fault::kViewSmall) != nullptr;
-    if ((answer.withoutView || answer.smallView) &&
-        answer.AnnouncedLength() <= kAlpcMaxInlineReply) {
-        answer.bytes.resize(kAlpcMaxInlineReply + 1);
-        answer.announcedLength = std::nullopt;
     }
 }
 
@@ -124,19 +43,25 @@ PortAnswer CRequestDesk::Answer(const PortRequest& request) {
         const Base::CLock lock(mutex_);
         id = ++requests_;
     }
-    const ReadRequest read = Read(request);
-    WriteRequest(id, request, read);
-    const std::vector<Misbehaviour> faults = misbehaviours_.Take(read.facts);
-    if (const auto milliseconds = NumberOf(faults, Fault::kDelay)) {
-        Delay(std::chrono::milliseconds(*milliseconds));
+    CLine told("request");
+    told.With("id", id).With("transport", NameOf(request.transport));
+    const std::optional<InnerRequest> inner = Read(request, told);
+    sink_(told);
+    const std::vector<Misbehaviour> faults = misbehaviours_.Take(told);
+    for (const Misbehaviour& one : faults) {
+        if (one.fault->stage == Stage::kDelay) {
+            Delay(std::chrono::milliseconds(*one.number));
+        } else if (one.fault->stage == Stage::kDie) {
+            settings_.endProduct();
+        }
     }
-    if (Find(faults, Fault::kDie) != nullptr) {
-        settings_.endProduct();
+    const bool isRefused = std::any_of(faults.begin(), faults.end(), [](const Misbehaviour& one) {
+        return one.fault->stage == Stage::kInstead;
+    });
+    PortAnswer answer = isRefused ? PortAnswer() : CarryOut(request, inner, faults);
+    for (const Stage stage : {Stage::kInstead, Stage::kReply, Stage::kView}) {
+        Apply(faults, stage, answer);
     }
-    const std::optional<PortAnswer> refusal = Refusal(faults);
-    PortAnswer answer = refusal ? *refusal : CarryOut(request, read, faults);
-    DamageBytes(faults, answer);
-    DamageDelivery(faults, answer);
     WriteReply(id, request, answer);
     return answer;
 }
@@ -147,29 +72,37 @@ void CRequestDesk::Stop() {
     stopRequested_.NotifyAll();
 }
 
-CRequestDesk::ReadRequest CRequestDesk::Read(const PortRequest& request) const {
-    ReadRequest read;
-    read.facts.transport = request.transport;
-    read.facts.command = request.command;
-    if (request.command != kRequestCommand) {
-        return read;
-    }
-    try {
-        InnerAction action;
-        action.inner = DecodeInnerRequest(request.payload);
-        read.facts.inner = action.inner.command;
-        if (action.inner.command == kXmlCommand) {
-            action.xml = ParseXmlRequest(action.inner.body);
-            read.facts.function = action.xml.function;
+std::optional<InnerRequest> CRequestDesk::Read(const PortRequest& request, CLine& told) const {
+    std::optional<InnerRequest> read;
+    std::string problem;
+    told.With("command", request.command);
+    if (request.command == kRequestCommand) {
+        try {
+            InnerRequest inner = DecodeInnerRequest(request.payload);
+            told.With("inner", inner.command).With("name", commands_.NameOf(inner.command));
+            if (inner.command == kXmlCommand) {
+                inner.xml = ParseXmlRequest(inner.body);
+            }
+            if (!inner.xml.function.empty()) {
+                told.With("function", inner.xml.function);
+            }
+            read = std::move(inner);
+        } catch (const CMalformed& complaint) {
+            problem = complaint.what();
         }
-        read.action = std::move(action);
-    } catch (const CMalformed& problem) {
-        read.problem = problem.what();
+    }
+    told.With("length", request.payload.size()).With("capacity", request.replyCapacity);
+    if (!problem.empty()) {
+        told.With("problem", problem);
+    }
+    if (settings_.wire) {
+        told.With("bytes", ToHex(request.payload));
     }
     return read;
 }
 
-PortAnswer CRequestDesk::CarryOut(const PortRequest& request, const ReadRequest& read,
+PortAnswer CRequestDesk::CarryOut(const PortRequest& request,
+                                  const std::optional<InnerRequest>& inner,
                                   const std::vector<Misbehaviour>& faults) {
     PortAnswer answer;
     if (request.command == kPingCommand) {
@@ -179,46 +112,26 @@ PortAnswer CRequestDesk::CarryOut(const PortRequest& request, const ReadRequest&
         answer.code = kCodeUnknownCommand;
         return answer;
     }
+    std::optional<Bytes> recorded;
     if (settings_.recording) {
-        if (std::optional<Bytes> recorded = settings_.recording->AnswerTo(request.payload)) {
-            answer.bytes = std::move(*recorded);
-            FitIntoLegacyReply(request, answer);
-            return answer;
-        }
+        recorded = settings_.recording->AnswerTo(request.payload);
     }
-    InnerReply reply = ErrorReply(kStatusMalformedRequest);
-    if (read.action) {
+    if (recorded) {
+        answer.bytes = std::move(*recorded);
+    } else {
+        InnerReply reply = ErrorReply(kStatusMalformedRequest);
         try {
-            reply = commands_.Perform(*read.action);
+            if (inner) {
+                reply = commands_.Perform(*inner);
+            }
         } catch (const CMalformed& problem) {
             answer.problem = problem.what();
         }
+        answer.bytes = EncodeReply(reply);
+        Apply(faults, Stage::kPayload, answer);
     }
-    DamagePayload(faults, reply);
-    answer.bytes = EncodeReply(reply);
     FitIntoLegacyReply(request, answer);
     return answer;
-}
-
-void CRequestDesk::WriteRequest(std::uint64_t id, const PortRequest& request,
-                                const ReadRequest& read) const {
-    CLine line("request");
-    line.With("id", id).With("transport", NameOf(request.transport));
-    line.With("command", request.command);
-    if (read.facts.inner) {
-        line.With("inner", *read.facts.inner).With("name", commands_.NameOf(*read.facts.inner));
-    }
-    if (!read.facts.function.empty()) {
-        line.With("function", read.facts.function);
-    }
-    line.With("length", request.payload.size()).With("capacity", request.replyCapacity);
-    if (!read.problem.empty()) {
-        line.With("problem", read.problem);
-    }
-    if (settings_.wire) {
-        line.With("bytes", ToHex(request.payload));
-    }
-    sink_(line);
 }
 
 void CRequestDesk::WriteReply(std::uint64_t id, const PortRequest& request,

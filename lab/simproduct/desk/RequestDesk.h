@@ -36,12 +36,10 @@ class CRequestDesk {
     void Stop();
 
   private:
-    struct ReadRequest;
-
-    ReadRequest Read(const PortRequest& request) const;
-    PortAnswer CarryOut(const PortRequest& request, const ReadRequest& read,
+    /// Tells what can be read of the request. Nothing: a ping, an unknown command, or unreadable.
+    std::optional<InnerRequest> Read(const PortRequest& request, CLine& told) const;
+    PortAnswer CarryOut(const PortRequest& request, const std::optional<InnerRequest>& inner,
                         const std::vector<Misbehaviour>& faults);
-    void WriteRequest(std::uint64_t id, const PortRequest& request, const ReadRequest& read) const;
     void WriteReply(std::uint64_t id, const PortRequest& request, const PortAnswer& answer) const;
     void Delay(std::chrono::milliseconds duration);
 

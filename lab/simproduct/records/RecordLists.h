@@ -12,12 +12,14 @@
 #include <cstdint>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include <boost/thread/mutex.hpp>
 
 #include "lab/simproduct/records/RecordFile.h"
+#include "lab/simproduct/requests/Bytes.h"
 
 namespace Kyr::Lab::SimProduct {
 
@@ -25,6 +27,12 @@ namespace Kyr::Lab::SimProduct {
 struct BatchLimit {
     std::uint64_t records = 1000;
     std::uint64_t bytes = std::uint64_t{1024} * 1024;
+};
+
+/// What one reply carries.
+struct RecordBatch {
+    std::size_t records = 0;
+    Bytes payload;  // empty without records
 };
 
 class CRecordLists {
@@ -41,21 +49,27 @@ class CRecordLists {
 
     std::uint64_t Count(RecordKind kind) const;
 
-    /// The records behind the first `offset` ones, as many as the limit allows.
-    std::vector<ProductRecord> From(RecordKind kind, std::uint64_t offset) const;
-
-    /// Another number whenever a batch may have become another one.
-    std::uint64_t Edition() const;
+    /// The records behind the first `offset` ones, as many as the limit allows. The last batch is
+    /// kept: a connector asks for a large one again and again, with more room each time, and
+    /// encoding it costs more than all else.
+    RecordBatch Batch(RecordKind kind, std::uint64_t offset);
 
     BatchLimit Limit() const;
     void SetLimit(const BatchLimit& limit);
 
   private:
+    struct List {
+        std::vector<ProductRecord> records;
+        std::optional<RecordBatch> lastBatch;  // nothing when it may have become another one
+        std::uint64_t lastOffset = 0;          // of that batch
+    };
+
+    RecordBatch Encode(RecordKind kind, std::uint64_t offset) const;
+
     // Guarded by mutex_.
     mutable boost::mutex mutex_;
-    std::array<std::vector<ProductRecord>, kRecordKinds.size()> lists_;
+    std::array<List, kRecordKinds.size()> lists_;
     BatchLimit limit_;
-    std::uint64_t edition_ = 0;
     std::unique_ptr<CRecordFile> file_;  // nothing: the lists end with the process
 };
 

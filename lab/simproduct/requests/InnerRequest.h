@@ -15,20 +15,21 @@ namespace Kyr::Lab::SimProduct {
 /// The inner command of every XML request (protocol).
 constexpr std::uint32_t kXmlCommand = 2;
 
-struct InnerRequest {
-    std::uint32_t command = 0;
-    Bytes body;
-};
-
-/// Reads the header (u32 12, u32 0x01000600, u32 inner command); the rest is the body.
-InnerRequest DecodeInnerRequest(const Bytes& payload);
-
 struct XmlCall {
     std::string function;
     std::map<std::string, std::string> nodes;  // value by name; of two of a name the first
 
     std::optional<std::string> Find(const std::string& name) const;
 };
+
+struct InnerRequest {
+    std::uint32_t command = 0;
+    Bytes body;
+    XmlCall xml = {};  // what the body of an XML request says, once it was parsed
+};
+
+/// Reads the header (u32 12, u32 0x01000600, u32 inner command); the rest is the body.
+InnerRequest DecodeInnerRequest(const Bytes& payload);
 
 /// Reads TULK / MESSAGE / REQUEST (FUNCTION) / DATA / NODE (NAME, VALUE). Elements that do not
 /// belong there are passed over, and DATA may be missing. Text with more than 256 tags is refused

@@ -11,7 +11,8 @@ void Change(CMisbehaviours& misbehaviours, std::vector<std::string> words) {
         misbehaviours.Add(ParseMisbehaviour(words));
     } else if (words.size() == 1) {
         misbehaviours.Clear();
-    } else if (const std::optional<Fault> fault = FindFault(words[1]); fault && words.size() == 2) {
+    } else if (const Fault* const fault = FindFault(words[1]);
+               fault != nullptr && words.size() == 2) {
         misbehaviours.Clear(fault);
     } else {
         throw std::invalid_argument("no such fault; `help` lists them");

@@ -38,7 +38,7 @@ class ProductFixture : public ::testing::Test {
 
     /// Carries out an inner command; the bytes of its reply.
     Bytes Ask(std::uint32_t command, const Bytes& body = {}) {
-        return EncodeReply(product_.commands.Perform({{command, body}, {}}));
+        return EncodeReply(product_.commands.Perform({command, body}));
     }
 
     const Kyr::Test::CInstalledProduct place_;  // takes back what the product registers
@@ -49,7 +49,8 @@ class ProductFixture : public ::testing::Test {
     CLineList lines_;
     CFakeLauncher launcher_;
     CMisbehaviours misbehaviours_;
-    SimulatedProduct product_{launcher_, misbehaviours_, "", {}, lines_.Sink()};
+    const std::string records_ = folder_.File("records");
+    SimulatedProduct product_{launcher_, misbehaviours_, records_, {}, lines_.Sink()};
     std::uint64_t most_ = 1000;  // actions, after which the program is asked to end
     CConsole console_{
         {ProcessCommands(product_.tasks, program_),

@@ -1,4 +1,3 @@
-#include "lab/simproduct/commands/RecordBatches.h"
 #include "tests/lab/simproduct/ProductFixture.h"
 #include "tests/support/HexBytes.h"
 
@@ -116,7 +115,7 @@ class InnerCommandsDeedTest : public ProductFixture {
   protected:
     std::uint32_t PerformXml(const std::string& function,
                              std::map<std::string, std::string> nodes) {
-        return product_.commands.Perform({{kXmlCommand, {}}, {function, std::move(nodes)}}).status;
+        return product_.commands.Perform({kXmlCommand, {}, {function, std::move(nodes)}}).status;
     }
 };
 
@@ -187,11 +186,6 @@ TEST_F(InnerCommandsDeedTest, BlockTakesHashesDeleteFlagAndUserData) {
 TEST_F(InnerCommandsDeedTest, UnknownFunctionIsAnErrorStatus) {
     EXPECT_EQ(3u, PerformXml("RESTART_FDE", {}));
     EXPECT_TRUE(product_.tasks.TaskLog().empty());
-}
-
-TEST(EncodeResultCodeTest, ResultCodeIsTheSecondField) {
-    EXPECT_EQ(HexBytes("10 07"), EncodeResultCode(7));
-    EXPECT_EQ(HexBytes("10 00"), EncodeResultCode(0));
 }
 
 }  // namespace

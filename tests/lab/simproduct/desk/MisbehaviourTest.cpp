@@ -1,4 +1,3 @@
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <stdexcept>
 
@@ -8,25 +7,8 @@
 namespace Kyr::Lab::SimProduct {
 namespace {
 
-using ::testing::ElementsAre;
-using ::testing::IsEmpty;
-
 Misbehaviour Parse(const std::string& text) {
     return ParseMisbehaviour(SplitWords(text));
-}
-
-RequestFacts KillOver(Transport transport) {
-    RequestFacts facts;
-    facts.transport = transport;
-    facts.inner = 2;
-    facts.function = "KILL_PROCESS_BY_PID";
-    return facts;
-}
-
-RequestFacts Ping() {
-    RequestFacts facts;
-    facts.command = kPingCommand;
-    return facts;
 }
 
 TEST(MisbehaviourTest, TextIsReadAndWrittenTheSame) {
@@ -68,93 +50,88 @@ TEST(MisbehaviourTest, TextThatMakesNoFaultIsRefused) {
     }
 }
 
-class MisbehavioursTest : public ::testing::Test {
-  protected:
-    void Add(const char* text) { misbehaviours_.Add(Parse(text)); }
+using Texts = std::vector<std::string>;
 
-    static std::vector<std::string> Texts(const std::vector<Misbehaviour>& faults) {
-        std::vector<std::string> texts;
-        texts.reserve(faults.size());
-        for (const Misbehaviour& one : faults) {
-            texts.push_back(one.Text());
-        }
-        return texts;
+Texts TextsOf(const std::vector<Misbehaviour>& faults) {
+    Texts texts;
+    texts.reserve(faults.size());
+    for (const Misbehaviour& one : faults) {
+        texts.push_back(one.Text());
     }
+    return texts;
+}
 
-    std::vector<std::string> Take(const RequestFacts& facts) {
-        return Texts(misbehaviours_.Take(facts));
-    }
-    std::vector<std::string> List() const { return Texts(misbehaviours_.List()); }
+const CLine kPing = CLine("request").With("transport", "lpc").With("command", 0);
 
-    CMisbehaviours misbehaviours_;
+CLine KillOver(const char* transport) {
+    return CLine("request")
+        .With("transport", transport)
+        .With("command", 3)
+        .With("inner", 2)
+        .With("function", "KILL_PROCESS_BY_PID");
+}
+const CLine kLpc = KillOver("lpc");
+const CLine kAlpc = KillOver("alpc");
+
+struct Faulty {
+    const char* name;  // situation and outcome
+    std::vector<const char*> faults;
+    std::vector<std::pair<CLine, Texts>> requests;  // and the faults that each one takes
+    Texts left;
 };
 
-TEST_F(MisbehavioursTest, FaultWithoutCountHoldsUntilCleared) {
-    Add("drop");
+const Faulty kFaulty[] = {
+    {"FaultWithoutCountHolds", {"drop"}, {{kLpc, {"drop"}}, {kAlpc, {"drop"}}}, {"drop"}},
+    {"CountedFaultIsGoneAfterItsRequests",
+     {"drop for=2"},
+     {{kLpc, {"drop for=2"}}, {kLpc, {"drop for=1"}}, {kLpc, {}}},
+     {}},
+    {"RequestThatDoesNotFitCountsNothingDown",
+     {"drop for=1 transport=alpc", "hang for=1 function=RESTART_FDE", "die for=1 inner=33"},
+     {{kLpc, {}}},
+     {"drop for=1 transport=alpc", "hang for=1 function=RESTART_FDE", "die for=1 inner=33"}},
+    {"PingStaysHealthyUnlessNamed",
+     {"drop", "code 1 command=0", "delay 5 command=any", "hang inner=2 command=any"},
+     {{kPing, {"delay 5 command=any", "code 1 command=0"}}},
+     {"drop", "code 1 command=0", "delay 5 command=any", "hang command=any inner=2"}},
+    {"FaultsOfTheSameKindAndLimitsReplaceEachOther",
+     {"status 14 for=3", "status 18"},
+     {},
+     {"status 18"}},
+    {"OfOneKindTheOldestThatFitsIsTaken",
+     {"status 14 for=1 transport=lpc", "status 18"},
+     {{kLpc, {"status 14 for=1 transport=lpc"}}, {kLpc, {"status 18"}}},
+     {"status 18"}},
+    {"ViewFaultsAreForTheAdvancedPort",
+     {"view-small", "view-missing"},
+     {{kLpc, {}}, {kAlpc, {"view-missing", "view-small"}}},
+     {"view-small", "view-missing"}},
+    {"AbsentPortFitsNoRequest", {"no-alpc"}, {{kAlpc, {}}}, {"no-alpc"}},
+};
 
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop"));
-    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), ElementsAre("drop"));
-    misbehaviours_.Clear(Fault::kDrop);
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
+class MisbehavioursTest : public ::testing::TestWithParam<Faulty> {};
+
+TEST_P(MisbehavioursTest, RequestTakesTheFaultsThatFitIt) {
+    CMisbehaviours misbehaviours;
+    for (const char* fault : GetParam().faults) {
+        misbehaviours.Add(Parse(fault));
+    }
+    for (const auto& [request, taken] : GetParam().requests) {
+        EXPECT_EQ(taken, TextsOf(misbehaviours.Take(request)));
+    }
+    EXPECT_EQ(GetParam().left, TextsOf(misbehaviours.List()));
 }
 
-TEST_F(MisbehavioursTest, CountedFaultIsGoneAfterItsRequests) {
-    Add("drop for=2");
+INSTANTIATE_TEST_SUITE_P(All, MisbehavioursTest, ::testing::ValuesIn(kFaulty),
+                         [](const auto& row) { return row.param.name; });
 
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop for=2"));
-    EXPECT_THAT(List(), ElementsAre("drop for=1"));
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("drop for=1"));
-    EXPECT_THAT(List(), IsEmpty());
-}
-
-TEST_F(MisbehavioursTest, RequestThatDoesNotFitCountsNothingDown) {
-    Add("drop for=1 transport=alpc");
-    Add("hang for=1 function=RESTART_FDE");
-    Add("die for=1 inner=33");
-
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
-    EXPECT_EQ(3u, List().size());
-}
-
-TEST_F(MisbehavioursTest, PingStaysHealthyUnlessNamed) {
-    Add("drop");
-    Add("code 1 command=0");
-    Add("delay 5 command=any");
-
-    EXPECT_THAT(Take(Ping()), ElementsAre("code 1 command=0", "delay 5 command=any"));
-}
-
-TEST_F(MisbehavioursTest, FaultsOfTheSameKindAndLimitsReplaceEachOther) {
-    Add("status 14 for=3");
-    Add("status 18");
-
-    EXPECT_THAT(List(), ElementsAre("status 18"));
-}
-
-TEST_F(MisbehavioursTest, OfOneKindTheOldestThatFitsIsTaken) {
-    Add("status 14 for=1 transport=lpc");
-    Add("status 18");
-
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("status 14 for=1 transport=lpc"));
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), ElementsAre("status 18"));
-}
-
-TEST_F(MisbehavioursTest, ViewFaultsAreForTheAdvancedPort) {
-    Add("view-missing");
-    Add("view-small");
-
-    EXPECT_THAT(Take(KillOver(Transport::kLpc)), IsEmpty());
-    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), ElementsAre("view-missing", "view-small"));
-}
-
-TEST_F(MisbehavioursTest, AbsentPortFitsNoRequestAndIsOfferedAgainOnceAllIsCleared) {
-    Add("no-alpc");
-
-    EXPECT_FALSE(misbehaviours_.Offers(Transport::kAlpc));
-    EXPECT_TRUE(misbehaviours_.Offers(Transport::kLpc));
-    EXPECT_THAT(Take(KillOver(Transport::kAlpc)), IsEmpty());
-    misbehaviours_.Clear();
-    EXPECT_TRUE(misbehaviours_.Offers(Transport::kAlpc));
+TEST(OffersTest, PortIsOfferedAgainOnceAllFaultsAreCleared) {
+    CMisbehaviours misbehaviours;
+    misbehaviours.Add(Parse("no-alpc"));
+    EXPECT_FALSE(misbehaviours.Offers(Transport::kAlpc));
+    EXPECT_TRUE(misbehaviours.Offers(Transport::kLpc));
+    misbehaviours.Clear();
+    EXPECT_TRUE(misbehaviours.Offers(Transport::kAlpc));
 }
 
 }  // namespace

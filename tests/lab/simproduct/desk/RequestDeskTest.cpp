@@ -195,6 +195,24 @@ TEST_F(RequestDeskTest, FaultThatRefusesLeavesTheDeedUndone) {
     EXPECT_EQ("killed", LastTask());
 }
 
+TEST_F(RequestDeskTest, ResultCodeFaultLeavesNothingOfAStatusFault) {
+    Misbehave("code 9");
+    Misbehave("status 14");
+
+    const PortAnswer answer = Status();
+    EXPECT_EQ(9u, answer.code);
+    EXPECT_EQ(Bytes(), answer.bytes);
+}
+
+TEST_F(RequestDeskTest, ReplyLengthenedForAViewAnnouncesItsOwnLength) {
+    Misbehave("bad-length 3");
+    Misbehave("view-small");
+
+    const PortAnswer answer = Status();
+    EXPECT_EQ(65488u, answer.bytes.size());
+    EXPECT_EQ(65488u, answer.AnnouncedLength());
+}
+
 TEST_F(RequestDeskTest, FaultOfTheReplyChangesItsBytesBehindTheDeed) {
     EXPECT_EQ(HexBytes("0C 00 00 00 00 00 00 00 02 00 00 00 AA BB"), Status().bytes);
     const struct {
@@ -210,6 +228,7 @@ TEST_F(RequestDeskTest, FaultOfTheReplyChangesItsBytesBehindTheDeed) {
         {"no-payload", "0C 00 00 00 00 00 00 00 00 00 00 00"},
         {"bad-payload inner=0x21", "0C 00 00 00 00 00 00 00 01 00 00 00 07"},
         {"result-code 7", "0C 00 00 00 00 00 00 00 02 00 00 00 10 07"},
+        {"result-code 0", "0C 00 00 00 00 00 00 00 02 00 00 00 10 00"},
     };
     for (const auto& row : kRows) {
         misbehaviours_.Clear();

@@ -1,23 +1,15 @@
 #include <gmock/gmock.h>
 
 #include "lab/simproduct/records/RecordLists.h"
+#include "tests/support/HexBytes.h"
 
 namespace Kyr::Lab::SimProduct {
 namespace {
 
 using ::testing::ElementsAre;
-using Texts = std::vector<std::string>;
 
 class RecordListsTest : public ::testing::Test {
   protected:
-    Texts From(RecordKind kind, std::uint64_t offset) const {
-        Texts texts;
-        for (const ProductRecord& record : lists_.From(kind, offset)) {
-            texts.push_back(record.text);
-        }
-        return texts;
-    }
-
     CRecordLists lists_;
 };
 
@@ -39,25 +31,30 @@ TEST_F(RecordListsTest, BatchBeginsBehindTheOffsetAndEndsAtALimit) {
         const char* name;
         BatchLimit limit;
         std::uint64_t offset;
-        Texts batch;
+        std::size_t records;
+        const char* payload;
     } kRows[] = {
-        {"all", {1000, 1000}, 0, {"one", "two", "three"}},
-        {"behind two", {1000, 1000}, 2, {"three"}},
-        {"at the end", {1000, 1000}, 3, {}},
-        {"beyond the end", {1000, 1000}, 0xFFFFFFFFFFFFFFFF, {}},
-        {"limit of records", {2, 1000}, 0, {"one", "two"}},
-        {"limit of records, behind one", {2, 1000}, 1, {"two", "three"}},
-        {"limit of bytes", {1000, 6}, 0, {"one", "two"}},
-        {"record larger than the limit comes alone", {1000, 2}, 0, {"one"}},
+        {"all", {1000, 1000}, 0, 3, "0A 01 61 0A 02 62 62 0A 01 63"},
+        {"behind two", {1000, 1000}, 2, 1, "0A 01 63"},
+        {"at the end", {1000, 1000}, 3, 0, ""},
+        {"beyond the end", {1000, 1000}, 0xFFFFFFFFFFFFFFFF, 0, ""},
+        {"limit of records", {2, 1000}, 0, 2, "0A 01 61 0A 02 62 62"},
+        {"limit of records, behind one", {2, 1000}, 1, 2, "0A 02 62 62 0A 01 63"},
+        {"limit of bytes", {1000, 3}, 0, 2, "0A 01 61 0A 02 62 62"},
+        {"record larger than the limit comes alone", {1000, 1}, 1, 1, "0A 02 62 62"},
     };
-    for (const char* text : {"one", "two", "three"}) {
-        lists_.Append(RecordKind::kAction, [&](std::uint64_t) { return ProductRecord{text, 0}; });
+    for (const char* text : {"a", "bb", "c"}) {
+        lists_.Append(RecordKind::kIndicator, [&](std::uint64_t) {
+            return ProductRecord{text, 0};
+        });
     }
     for (const auto& row : kRows) {
         lists_.SetLimit(row.limit);
-        EXPECT_EQ(row.batch, From(RecordKind::kAction, row.offset)) << row.name;
+        const RecordBatch batch = lists_.Batch(RecordKind::kIndicator, row.offset);
+        EXPECT_EQ(row.records, batch.records) << row.name;
+        EXPECT_EQ(Kyr::Test::HexBytes(row.payload), batch.payload) << row.name;
     }
-    EXPECT_EQ(Texts(), From(RecordKind::kTelemetry, 0));
+    EXPECT_EQ(0u, lists_.Batch(RecordKind::kTelemetry, 0).records);
 }
 
 }  // namespace

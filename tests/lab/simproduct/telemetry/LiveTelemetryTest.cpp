@@ -14,8 +14,10 @@ using ::testing::HasSubstr;
 
 class LiveTelemetryTest : public ::testing::Test {
   protected:
-    std::string Record(std::uint64_t number) const {
-        return lists_.From(RecordKind::kTelemetry, number - 1).at(0).text;
+    /// The record of that number, behind its tag and two bytes of length.
+    std::string Record(std::uint64_t number) {
+        const Bytes payload = lists_.Batch(RecordKind::kTelemetry, number - 1).payload;
+        return std::string(payload.begin(), payload.end()).substr(3);
     }
 
     LabProcess process_{"one", 8, {"/lab/victim", "s1", "s2"}};
@@ -29,6 +31,7 @@ TEST_F(LiveTelemetryTest, StartAndEndAreRecordedWithWhatIsKnown) {
     telemetry_.Note(process_);
     process_.running = false;
     telemetry_.Note(process_);
+    lists_.SetLimit({1, 1000});
     EXPECT_THAT(lines_.Take(),
                 ElementsAre("observed action=process-started pid=8 name=victim number=1",
                             "observed action=process-ended pid=8 name=victim number=2"));

@@ -98,6 +98,17 @@ class TypedDeedsTest : public ProductFixture {
     static std::optional<std::int64_t> Build() {
         return Connectors::OvAgentConnector::SystemProductBuildReader()->Read();
     }
+
+    /// As they stand in their file.
+    std::vector<ProductRecord> Records(RecordKind wanted) const {
+        std::vector<ProductRecord> records;
+        ReadRecords(records_, 0, [&](RecordKind kind, ProductRecord record) {
+            if (kind == wanted) {
+                records.push_back(std::move(record));
+            }
+        });
+        return records;
+    }
 };
 
 TEST_F(TypedDeedsTest, WhatIsNotUnderstoodIsRefusedAndChangesNothing) {
@@ -215,7 +226,7 @@ TEST_F(TypedDeedsTest, OfALongConfigurationOnlyTheBeginningIsShown) {
 TEST_F(TypedDeedsTest, RecordCarriesItsNumberAndHasTheWantedSize) {
     Execute("records append indicator count=2 size=500");
 
-    const std::string second = product_.records.From(RecordKind::kIndicator, 1).at(0).text;
+    const std::string second = Records(RecordKind::kIndicator).at(1).text;
     EXPECT_THAT(second, HasSubstr("\"sequence\":2"));
     EXPECT_EQ(500u, second.size());
 }
@@ -225,7 +236,7 @@ TEST_F(TypedDeedsTest, ActionsBlockUnlessTypesAreNamed) {
     Execute("records append action type=1,3,2 count=4");
 
     std::vector<std::int32_t> types;
-    for (const ProductRecord& record : product_.records.From(RecordKind::kAction, 0)) {
+    for (const ProductRecord& record : Records(RecordKind::kAction)) {
         types.push_back(record.actionType);
     }
     EXPECT_THAT(types, ElementsAre(3, 1, 3, 2, 1));
