@@ -161,6 +161,13 @@ TEST_F(TypedDeedsTest, AbsentPortIsClosedAtOnceAndOpenedAgain) {
     EXPECT_TRUE(product_.alpc->IsOpen());
 }
 
+TEST_F(TypedDeedsTest, AreaOfARecordingIsServedInsteadOfAHealthyOne) {
+    Bytes recorded(CAreaImage::kSize);
+    recorded[64 + 24] = 7;  // the first value
+    product_.area.Open(recorded);
+    EXPECT_EQ(product_.area.Value(0), 7u);
+}
+
 TEST_F(TypedDeedsTest, MutexIsHeldAndReleased) {
     product_.area.Open();
     EXPECT_THAT(Execute("area hold"), ElementsAre(HasSubstr(" mutex=held ")));
